@@ -1,0 +1,67 @@
+#pragma once
+
+#include "trevik/Ref.h"
+#include "trevik/kelvo/DocumentNode.h"
+
+namespace trevik {
+class ClassRegistry;
+}
+
+namespace trevik::kelvo {
+
+class Texture;
+
+/**
+ * Walks a document and gives loaders its attributes. The current node starts at the root. Never reads outside an
+ * attribute. One thread at a time.
+ */
+class Deserializer {
+public:
+    /** Reads `pDocument`; scene objects are created through `registry`. Both must outlive the deserializer. */
+    Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry);
+    ~Deserializer();
+    Deserializer(Deserializer const&) = delete;
+    Deserializer& operator=(Deserializer const&) = delete;
+
+    /** Makes the first child with the tag current. False, with the current node unchanged, when there is none. */
+    bool PushNode(unsigned int nTagID);
+    /** Makes child `nChild` (0 .. GetChildCount() - 1) current; false when there is no such child. */
+    bool PushChild(unsigned int nChild);
+    /** Makes the parent of the current node current again. On the root nothing happens. */
+    void PopNode();
+
+    /** The node whose attributes are read now; never null. */
+    DocumentNode* GetCurrentNode() const;
+    /** Number of children of the current node. */
+    unsigned int GetChildCount() const;
+    /** How many pushes are open; lets a loader return to where it began after a failed load left nodes pushed. */
+    unsigned int GetDepth() const;
+    /** Pops until GetDepth() equals `nDepth`. */
+    void PopTo(unsigned int nDepth);
+
+    /** Finds a raw-bytes attribute of the current node; false when absent. The bytes stay the document's. */
+    bool FindAttribute(unsigned int nAttributeID, unsigned char const*& pData, unsigned long& nLength) const;
+
+    /** Reads an attribute of exactly sizeof(T) bytes; false, with `value` unchanged, when absent or of another length. */
+    template <class T>
+    bool ReadValue(unsigned int nAttributeID, T& value) const {
+        unsigned char const* pData = nullptr;
+        unsigned long nLength = 0;
+        if (!FindAttribute(nAttributeID, pData, nLength) || nLength != sizeof(T)) {
+            return false;
+        }
+        __builtin_memcpy(&value, pData, sizeof(T));
+        return true;
+    }
+
+    /** The texture under `nIndex` of the document's table, created and loaded on first use; null when there is none. */
+    Ref<Texture> GetTexture(int nIndex);
+
+    ClassRegistry& GetRegistry() const;
+
+private:
+    struct Impl;
+    Impl* m_pImpl;
+};
+
+} // namespace trevik::kelvo

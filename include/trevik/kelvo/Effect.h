@@ -1,0 +1,72 @@
+#pragma once
+
+#include <new>
+
+#include "trevik/Referenced.h"
+#include "trevik/Types.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/Reflection.h"
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class EffectResource;
+class GraphicsDevice;
+class Serializer;
+class Sprite;
+class Text;
+
+/**
+ * Something that changes how a node and its subtree are drawn. Attached with TransformNode::AddEffect; a node's effects
+ * are asked in attachment order. All operations run on the render thread.
+ */
+class Effect : public Referenced, public ITraceable {
+public:
+    static constexpr unsigned int ClassID = HashName("Effect");
+    static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
+
+    Effect();
+    Effect(Effect const& other);
+    ~Effect() override;
+
+    virtual Effect* Clone() const = 0;
+    virtual unsigned int GetClassID() const = 0;
+    virtual unsigned int GetClassSize() const = 0;
+    virtual bool IsKindOf(unsigned int nClassID) const = 0;
+    virtual unsigned int GetResourceClassID() const = 0;
+
+    /** Fetches the shared resource from the device and hands it to InternalInit; true once that has succeeded. */
+    virtual bool Init(GraphicsDevice& device);
+    /** Brings the effect's properties to `frame`; initialises the effect on first use. */
+    virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
+    /** Called before the node's children are drawn. */
+    virtual void PreRender(GraphicsDevice& device);
+    /** Called after the node's children have been drawn. */
+    virtual void PostRender(GraphicsDevice& device);
+    /** Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others. */
+    virtual bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity);
+    /** The same for a text. */
+    virtual bool OverrideDrawText(GraphicsDevice& device, Text& text);
+    void Emit(MemoryTracer* pTracer) override;
+    virtual void RegisterProperties();
+    /** Takes the shared resource; false leaves the effect uninitialised. */
+    virtual bool InternalInit(EffectResource* pResource);
+    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
+
+    /** The effect's animated properties; registered on first use. */
+    PropertyList& GetProperties();
+    bool IsInitialized() const { return m_fInitialized; }
+    bool Save(Serializer& serializer);
+    bool Load(Deserializer& deserializer);
+
+protected:
+    PropertyList m_properties;
+
+private:
+    bool m_fRegistered = false;
+    bool m_fInitialized = false;
+    bool m_fInitFailed = false; ///< traced once; tried again at the next update
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "trevik/kelvo/Effect.h"
+#include "trevik/kelvo/RealProperty.h"
+
+namespace trevik::kelvo {
+
+/** Blurs what the node's subtree draws by an animated amount: 0 or less none, 1 full, above 1 wider still. */
+class GaussianBlurEffect : public Effect {
+public:
+    static constexpr unsigned int ClassID = HashName("GaussianBlurEffect");
+    static bool IsOwnOrBaseID(unsigned int nClassID) {
+        return nClassID == ClassID || Effect::IsOwnOrBaseID(nClassID);
+    }
+
+    GaussianBlurEffect();
+    GaussianBlurEffect(GaussianBlurEffect const& other);
+    ~GaussianBlurEffect() override;
+
+    void RegisterProperties() override;
+
+    RealProperty& GetAmountProperty() { return m_amount; }
+
+protected:
+    RealProperty m_amount; ///< "BlurAmount", 0
+};
+
+} // namespace trevik::kelvo

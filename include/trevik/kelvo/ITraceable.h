@@ -1,0 +1,16 @@
+#pragma once
+
+namespace trevik::kelvo {
+
+class MemoryTracer;
+
+/** Secondary base of every node, font, texture, effect and controller class: an object that can report its memory. */
+class ITraceable {
+public:
+    virtual ~ITraceable() = default;
+
+    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while the object is not changed. */
+    virtual void Emit(MemoryTracer* pTracer) = 0;
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,170 @@
+#pragma once
+
+#include <new>
+
+#include "trevik/Encoding.h"
+#include "trevik/List.h"
+#include "trevik/Matrix.h"
+#include "trevik/Ref.h"
+#include "trevik/Referenced.h"
+#include "trevik/Size.h"
+#include "trevik/StringEncoded.h"
+#include "trevik/Types.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/NodeUserdata.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/Reflection.h"
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class Effect;
+class GraphicsDevice;
+class Mask;
+class NodeVisitor;
+class Serializer;
+
+/**
+ * A node of the scene. A node has at most one parent, which holds a reference to it; children are kept, updated and drawn
+ * in attachment order. The scene is changed, updated and drawn on one thread, the render thread.
+ *
+ * The order of the virtual operations is part of the contract between host and back ends.
+ */
+class Node : public Referenced, public ITraceable {
+public:
+    static constexpr unsigned int ClassID = HashName("Node");
+    static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
+
+    Node();
+    /** Copies what belongs to the node itself: name, property values and controllers; no parent, children, user data. */
+    Node(Node const& other);
+    ~Node() override;
+    Node& operator=(Node const&) = delete;
+
+    // Reflection, implemented by each concrete class through TREVIK_NODE_REFLECTION.
+
+    /** A new object of the same concrete class, without children, owned by the caller; null when out of memory. */
+    virtual Node* Clone() const = 0;
+    /** Id of the concrete class's own name. */
+    virtual unsigned int GetClassID() const = 0;
+    /** Bytes of the concrete object. */
+    virtual unsigned int GetClassSize() const = 0;
+    /** The concrete class's own name. */
+    virtual StringEncoded<UTF16Encoding> GetClassName() const = 0;
+    /** Calls the visitor's operation for this kind of node, then the children's Accept in order. */
+    virtual void Accept(NodeVisitor& visitor, void* pArgument) = 0;
+    /** Clone() with copies of all descendants attached; null when out of memory. */
+    virtual Node* CloneTree() const = 0;
+    /** Whether the id is that of the concrete class or of one on its base chain. */
+    virtual bool IsKindOf(unsigned int nClassID) const = 0;
+    /** Id of the class name under which the node's factory is registered. */
+    virtual unsigned int GetFactoryClassID() const = 0;
+
+    // Scene operations.
+
+    /** Returns the node and its descendants to their state before playback. */
+    virtual void Reset();
+    virtual void SetUserData(Ref<NodeUserdata> const& pUserdata);
+    virtual NodeUserdata* GetUserData();
+    virtual NodeUserdata const* GetUserData() const;
+    /** Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved. */
+    virtual void Attach(Node* pChild);
+    /** Inserts `pChild` before `pSibling`, a child of this node; appends when it is none. */
+    virtual void AttachBefore(Node* pChild, Node* pSibling);
+    /** Inserts `pChild` after `pSibling`, a child of this node; appends when it is none. */
+    virtual void AttachAfter(Node* pChild, Node* pSibling);
+    /** Removes a child and drops its reference; a node that is no child of this one is ignored. */
+    virtual void Detach(Node* pChild);
+    /** Node space to world space, as of the last update. Identity for nodes without a transform. */
+    virtual Matrix4T<RealFloat> GetWorldMatrix() const = 0;
+    /** Product of the opacities from the root down to this node, 0 to 1, as of the last update. */
+    virtual RealFloat GetOpacity() const = 0;
+    /** Updates the subtree to `frame` with no time passing. */
+    virtual void Update(GraphicsDevice& device, RealFloat const& frame);
+    /**
+     * Updates the node, then its children: properties at `frame` (in the frames of the enclosing timeline), transforms
+     * and opacity. `delta` is the time passed since the last update, in seconds; timelines advance by it. With `fForce`
+     * everything derived is recomputed even where no input changed.
+     */
+    virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
+    /** Draws the subtree, or, in selection mode, enters the nodes hit into the device's selection list. */
+    virtual void Render(GraphicsDevice& device) = 0;
+    /** Writes the subtree into the current document node. */
+    virtual bool Save(Serializer& serializer);
+    /** Reads the subtree from the current document node. On false the node keeps its children and is to be dropped. */
+    virtual bool Load(Deserializer& deserializer);
+    /** Called once after a whole tree has been loaded, parents first. */
+    virtual void Reload();
+    void Emit(MemoryTracer* pTracer) override = 0;
+    /** Appends this node's ancestors, nearest first, up to and including `pRoot` (null: up to the top). */
+    virtual void GetParents(Node* pRoot, List<Ref<Node>>& parents);
+    /** Enters the class's properties in the property list. The host calls it once per object, before first use. */
+    virtual void RegisterProperties() = 0;
+    /** Updates this node alone; see Update. */
+    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) = 0;
+    /** Draws this node alone. The base draws nothing. */
+    virtual void InternalRender(GraphicsDevice& device);
+    /** Enters this node into the device's selection list when the selection point hits it. The base does nothing. */
+    virtual void InternalSelect(GraphicsDevice& device);
+    /** Writes what belongs to this node alone. */
+    virtual bool InternalSave(Serializer& serializer) = 0;
+    /** Reads what belongs to this node alone. */
+    virtual bool InternalLoad(Deserializer& deserializer) = 0;
+    /** Attaches a mask (a reference is held). */
+    virtual void AddMask(Mask* pMask) = 0;
+    /** Attaches an effect (a reference is held). */
+    virtual void AddEffect(Effect* pEffect) = 0;
+    /** Recomputes local and world matrix from the property values and the parent's world matrix. */
+    virtual void CalculateTransform() = 0;
+    /**
+     * Whether the pick ray through the device's selection point hits the rectangle (0, 0) to `size` in node space;
+     * `position` receives where, as fractions of width and height, `distance` how far along the ray.
+     */
+    virtual bool IsSelect(GraphicsDevice& device, SizeT<int> const& size, Vector2T<RealFloat>& position,
+                          RealFloat& distance) = 0;
+
+    // What follows is not virtual.
+
+    /** The node's name, for look-ups and messages; empty until set. */
+    StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+    void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
+    /** First node of the subtree, in drawing order, with the name; null when there is none. */
+    Node* FindNode(StringEncoded<UTF16Encoding> const& sName);
+
+    Node* GetParent() const { return m_pParent; }
+    unsigned int GetChildCount() const { return m_children.GetCount(); }
+    Node* GetChild(unsigned int nChild) const { return m_children[nChild]; }
+    List<Node*> const& GetChildren() const { return m_children; }
+
+    /** The node's animated properties; registers them on first use. */
+    PropertyList& GetProperties() {
+        EnsureRegistered();
+        return m_properties;
+    }
+
+protected:
+    void EnsureRegistered() {
+        if (!m_fRegistered) {
+            m_fRegistered = true;
+            RegisterProperties();
+        }
+    }
+    /** Accept of each child, in order. */
+    void AcceptChildren(NodeVisitor& visitor, void* pArgument);
+    /** Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one fails. */
+    Node* CloneChildrenInto(Node* pCopy) const;
+
+    PropertyList m_properties;
+    List<Node*> m_children; ///< in attachment order, one reference each
+    Node* m_pParent = nullptr;
+    bool m_fRegistered = false;
+    bool m_fDerivedChanged = false; ///< set by InternalUpdate: children must derive transform and opacity anew
+
+private:
+    bool InsertChild(unsigned int nIndex, Node* pChild);
+
+    StringEncoded<UTF16Encoding> m_sName;
+    Ref<NodeUserdata> m_pUserdata;
+};
+
+} // namespace trevik::kelvo

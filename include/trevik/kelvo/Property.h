@@ -1,0 +1,51 @@
+#pragma once
+
+#include "trevik/Types.h"
+#include "trevik/kelvo/PropertyType.h"
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class GraphicsDevice;
+class MemoryTracer;
+class Property;
+class Serializer;
+
+/** What a property is: its name (static UTF-16 text, may be null), its id (the hash of the name) and its value type. */
+struct PropertyDescriptor {
+    char16_t const* m_pName;
+    unsigned int m_nID;
+    PropertyType::Enum m_type;
+    /** Tells whether the property has a controller; null means that it may have one. */
+    bool (*m_pfnIsAnimated)(Property const*);
+};
+
+/** What an evaluation may look at besides the frame. Sample controllers ignore it. */
+struct UpdateContext {
+    GraphicsDevice* m_pDevice = nullptr;
+};
+
+/** Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load it. */
+class Property {
+public:
+    virtual ~Property();
+
+    /** Stores the id that the descriptor carries and returns true. */
+    virtual bool Initialize(PropertyDescriptor const& descriptor);
+    /** Brings the value to `frame` (in frames of the owning timeline). The base does nothing. */
+    virtual void Update(UpdateContext const& context, RealFloat const& frame);
+    /** Reads the property from the current document node; false, with the value unchanged, when it is not there. */
+    virtual bool Load(Deserializer& deserializer) = 0;
+    /** Writes attribute "Name" with the 4 bytes of the id. */
+    virtual bool Save(Serializer& serializer);
+    /** Reports owned memory. The base owns none. */
+    virtual void Emit(MemoryTracer* pTracer);
+
+    /** Id of the property's name; 0 before Initialize. */
+    unsigned int GetID() const { return m_nID; }
+
+protected:
+    unsigned int m_nID = 0;
+};
+
+} // namespace trevik::kelvo

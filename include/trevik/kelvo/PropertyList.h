@@ -1,0 +1,83 @@
+#pragma once
+
+#include "trevik/Hash.h"
+#include "trevik/List.h"
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/Property.h"
+
+namespace trevik::kelvo {
+
+/**
+ * The animated properties of one object, by id. Holds pointers to properties that are members of the owner and live as
+ * long as it does. Used on the thread that updates the owner.
+ */
+class PropertyList {
+public:
+    struct Entry {
+        Property* m_pProperty;
+        PropertyDescriptor const* m_pDescriptor; ///< interned; lives as long as the process
+    };
+
+    PropertyList() = default;
+    /** Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied. */
+    PropertyList(PropertyList const&) {}
+    PropertyList& operator=(PropertyList const&) { return *this; }
+
+    /** Enters a property under an id; a property already entered under that id is replaced. False when out of memory. */
+    bool Register(unsigned int nPropertyID, Property* pProperty);
+
+    /** Enters a property with its value type, so that it can be set by name and found animated. */
+    template <class T>
+    bool Register(unsigned int nPropertyID, BaseProperty<T>* pProperty) {
+        return Register(Describe(nullptr, nPropertyID, PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated), pProperty);
+    }
+
+    /** Enters a property under the id of `pName`, static UTF-16 text that scene files use as its name. */
+    template <class T>
+    bool Register(char16_t const* pName, BaseProperty<T>* pProperty) {
+        return Register(Describe(pName, HashName(pName), PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
+                        pProperty);
+    }
+
+    /** Entry with the id, or null. */
+    Entry const* Find(unsigned int nPropertyID) const;
+    unsigned int GetCount() const { return m_entries.GetCount(); }
+    Entry const& GetEntry(unsigned int nEntry) const { return m_entries[nEntry]; }
+    /** Forgets all registrations. */
+    void Clear();
+
+    /** Brings every property that has a controller to `frame`. Properties without one cost nothing. */
+    void Update(UpdateContext const& context, RealFloat const& frame) {
+        if (m_nGeneration != BasePropertyGeneration::s_nValue) {
+            CollectAnimated();
+        }
+        for (Property* pProperty : m_animated) {
+            pProperty->Update(context, frame);
+        }
+    }
+
+    /** Whether any property has a controller (as of the last Update). */
+    bool HasAnimated() const { return !m_animated.IsEmpty(); }
+
+    /** Writes every property as a child node (tag "Property", type = property id) of the current node. */
+    bool Save(Serializer& serializer) const;
+    /**
+     * Loads every property that the current node has a child for; others keep their values, unknown ones are skipped.
+     * False when a property that is present fails to load (traced with its name).
+     */
+    bool Load(Deserializer& deserializer);
+    /** Reports every property. */
+    void Emit(MemoryTracer* pTracer) const;
+
+private:
+    bool Register(PropertyDescriptor const* pDescriptor, Property* pProperty);
+    static PropertyDescriptor const* Describe(char16_t const* pName, unsigned int nID, PropertyType::Enum type,
+                                              bool (*pfnIsAnimated)(Property const*));
+    void CollectAnimated();
+
+    List<Entry> m_entries;
+    List<Property*> m_animated;
+    unsigned long m_nGeneration = 0; ///< of BasePropertyGeneration when m_animated was collected; 0 = never
+};
+
+} // namespace trevik::kelvo

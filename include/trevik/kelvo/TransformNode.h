@@ -1,0 +1,87 @@
+#pragma once
+
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/Node.h"
+#include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/Vector3Property.h"
+
+namespace trevik::kelvo {
+
+/**
+ * A node with a place, an opacity, masks and effects. Its local transform takes a point p of node space to
+ * position + R · (scale · stretch · (p + pivot)), where R turns about x, then y, then z by the rotation's degrees and the
+ * products of vectors are per component. One unit is one pixel under the default camera, y points up.
+ */
+class TransformNode : public Node {
+public:
+    TREVIK_NODE_REFLECTION(TransformNode, Node, "TransformNode", VisitNode)
+
+    TransformNode();
+    TransformNode(TransformNode const& other);
+    ~TransformNode() override;
+
+    Matrix4T<RealFloat> GetWorldMatrix() const override;
+    RealFloat GetOpacity() const override;
+    /** Draws this node unless it is invisible or wholly transparent, then its children. */
+    void Render(GraphicsDevice& device) override;
+    void Emit(MemoryTracer* pTracer) override;
+    void RegisterProperties() override;
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
+    bool InternalSave(Serializer& serializer) override;
+    bool InternalLoad(Deserializer& deserializer) override;
+    void AddMask(Mask* pMask) override;
+    void AddEffect(Effect* pEffect) override;
+    void CalculateTransform() override;
+    bool IsSelect(GraphicsDevice& device, SizeT<int> const& size, Vector2T<RealFloat>& position,
+                  RealFloat& distance) override;
+
+    Vector3Property& GetPositionProperty() { return m_position; }
+    Vector3Property& GetRotationProperty() { return m_rotation; }
+    Vector3Property& GetPivotProperty() { return m_pivot; }
+    Vector3Property& GetScaleProperty() { return m_scale; }
+    Vector3Property& GetStretchProperty() { return m_stretch; }
+    RealProperty& GetOpacityProperty() { return m_opacity; }
+    BoolProperty& GetVisibleProperty() { return m_visible; }
+    BoolProperty& GetDepthProperty() { return m_depth; }
+
+    List<Mask*>& GetMasks() { return m_masks; }
+    List<Effect*>& GetEffects() { return m_effects; }
+    /** Drops a mask's or effect's reference; one that is not attached is ignored. */
+    void RemoveMask(Mask* pMask);
+    void RemoveEffect(Effect* pEffect);
+
+    Matrix4T<RealFloat> const& GetLocalMatrix() const { return m_localMatrix; }
+
+protected:
+    Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
+    Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
+    Vector3Property m_pivot;    ///< "Pivot", node units, added before scaling and turning, (0, 0, 0)
+    Vector3Property m_scale;    ///< "Scale", (1, 1, 1)
+    Vector3Property m_stretch;  ///< "Stretch", a second scale, multiplied with the first, (1, 1, 1)
+    RealProperty m_opacity;     ///< "Opacity", 0 to 1, 1
+    BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
+    BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
+
+    Matrix4T<RealFloat> m_worldMatrix;         ///< node space to world space, as of the last update
+    Matrix4T<RealFloat> m_localMatrix;         ///< node space to parent space, as of the last update
+    RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
+    List<Mask*> m_masks;                       ///< one reference each
+    List<Effect*> m_effects;                   ///< in attachment order, one reference each
+
+private:
+    /** The property values that m_localMatrix was made from. */
+    struct LocalInputs {
+        Vector3T<RealFloat> m_position;
+        Vector3T<RealFloat> m_rotation;
+        Vector3T<RealFloat> m_pivot;
+        Vector3T<RealFloat> m_scale;
+        Vector3T<RealFloat> m_stretch;
+    };
+    bool UpdateLocalMatrix(bool fForce);
+
+    LocalInputs m_inputs;
+    bool m_fTransformValid = false;
+};
+
+} // namespace trevik::kelvo

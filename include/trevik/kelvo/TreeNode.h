@@ -1,0 +1,15 @@
+#pragma once
+
+#include "trevik/List.h"
+
+namespace trevik::kelvo {
+
+/** One entry of a flattened tree: a value, its depth, and how many entries its subtree has (itself included). */
+template <class T>
+struct TreeNode {
+    T m_value{};
+    unsigned int m_nDepth = 0;
+    unsigned int m_nSubtreeCount = 1;
+};
+
+} // namespace trevik::kelvo
