@@ -3,6 +3,7 @@
 #include "trevik/Memory.h"
 
 #include <climits>
+#include <cstdint>
 #include <cstring>
 #include <new>
 #include <type_traits>

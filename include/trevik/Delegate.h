@@ -1,0 +1,134 @@
+#pragma once
+
+#include "trevik/Function.h"
+#include "trevik/List.h"
+
+namespace trevik {
+
+template <class Signature>
+class event;
+
+/**
+ * A change that others may listen to. Handlers are called in the order in which they were connected. A handler may
+ * connect and disconnect handlers, itself included, and fire the event again: one that is disconnected is not called any
+ * more, one that is connected is first called by the next firing. It must not destroy the event.
+ *
+ * Subscriptions belong to the event's owner: a copy of an event starts without any, and assignment keeps what is there.
+ * An event is used by one thread at a time.
+ */
+template <class... Args>
+class event<void(Args...)> {
+public:
+    event() : m_nFiring(0), m_fStale(false) {}
+    event(event const&) : event() {}
+    ~event() {
+        for (Callable* handler : m_handlers) {
+            delete handler;
+        }
+        for (Callable* handler : m_leaving) {
+            delete handler;
+        }
+    }
+    event& operator=(event const&) { return *this; }
+
+    bool IsEmpty() const { return m_handlers.IsEmpty(); }
+
+    /**
+     * Adds a handler behind the others.
+     * @return false, with nothing changed, when an equal one is connected already, when it is empty, or without memory.
+     */
+    bool Connect(function<void(Args...)> const& handler) {
+        if (!handler || Find(handler) >= 0) {
+            return false;
+        }
+        function<void(Args...)> copy(handler);
+        if (!copy || !m_handlers.Append(copy.Get())) {
+            return false;
+        }
+        copy.Detach();
+        return true;
+    }
+
+    /** Takes out the handler equal to this one. @return false when there is none. */
+    bool Disconnect(function<void(Args...)> const& handler) {
+        int const index = Find(handler);
+        if (index < 0) {
+            return false;
+        }
+        unsigned int const position = static_cast<unsigned int>(index);
+        if (m_nFiring == 0) {
+            delete m_handlers[position];
+            m_handlers.RemoveAt(position);
+            return true;
+        }
+        // It may be running: it goes when the last firing has ended.
+        if (!m_leaving.Append(m_handlers[position])) {
+            return false;
+        }
+        m_handlers[position] = nullptr;
+        m_fStale = true;
+        return true;
+    }
+
+    /** Calls every handler with these arguments. */
+    void Fire(Args... args) {
+        if (!m_handlers.IsEmpty()) {
+            FireHandlers(args...);
+        }
+    }
+
+    void operator()(Args... args) {
+        if (!m_handlers.IsEmpty()) {
+            FireHandlers(args...);
+        }
+    }
+
+private:
+    using Callable = detail::Callable<void, Args...>;
+
+    int Find(function<void(Args...)> const& handler) const {
+        for (unsigned int i = 0; handler && i < m_handlers.GetCount(); ++i) {
+            if (m_handlers[i] && m_handlers[i]->IsEqual(*handler.Get())) {
+                return static_cast<int>(i);
+            }
+        }
+        return -1;
+    }
+
+    void FireHandlers(std::add_lvalue_reference_t<Args>... args) {
+        ++m_nFiring;
+        unsigned int const count = m_handlers.GetCount();
+        for (unsigned int i = 0; i < count; ++i) {
+            if (Callable* const handler = m_handlers[i]) {
+                handler->Invoke(args...);
+            }
+        }
+        if (--m_nFiring == 0 && m_fStale) {
+            Tidy();
+        }
+    }
+
+    /** Closes the gaps of handlers that were disconnected during a firing, and deletes them. */
+    void Tidy() {
+        m_fStale = false;
+        unsigned int kept = 0;
+        for (Callable* handler : m_handlers) {
+            if (handler) {
+                m_handlers[kept++] = handler;
+            }
+        }
+        m_handlers.Resize(kept);
+        List<Callable*> leaving;
+        leaving.Swap(m_leaving);
+        for (Callable* handler : leaving) {
+            delete handler;
+        }
+    }
+
+    List<Callable*> m_handlers; // null where a handler was disconnected during a firing
+    List<Callable*> m_leaving;
+    unsigned int m_nFiring;
+    bool m_fStale;
+};
+
+} // namespace trevik

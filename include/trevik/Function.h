@@ -1,0 +1,173 @@
+#pragma once
+
+#include "trevik/Memory.h"
+
+#include <cstddef>
+#include <new>
+#include <type_traits>
+#include <utility>
+
+namespace trevik {
+
+template <class Signature>
+class function;
+
+/** An operation bound to the object that it is called on; made by member_function. */
+template <class Object, class Method>
+class MemberFunction {
+public:
+    MemberFunction(Object* object, Method method) : m_pObject(object), m_pfnMethod(method) {}
+
+    template <class... Args>
+    decltype(auto) operator()(Args&&... args) const {
+        return (m_pObject->*m_pfnMethod)(std::forward<Args>(args)...);
+    }
+
+    bool operator==(MemberFunction const& other) const {
+        return m_pObject == other.m_pObject && m_pfnMethod == other.m_pfnMethod;
+    }
+
+private:
+    Object* m_pObject;
+    Method m_pfnMethod;
+};
+
+/**
+ * A callable that calls an operation of an object, virtual ones included. It does not keep the object alive. Two of them
+ * are equal when object and operation are.
+ */
+template <class Object, class Class, class R, class... Args>
+inline MemberFunction<Class, R (Class::*)(Args...)> member_function(Object* object, R (Class::*method)(Args...)) {
+    return MemberFunction<Class, R (Class::*)(Args...)>(object, method);
+}
+
+template <class Object, class Class, class R, class... Args>
+inline MemberFunction<Class const, R (Class::*)(Args...) const>
+member_function(Object const* object, R (Class::*method)(Args...) const) {
+    return MemberFunction<Class const, R (Class::*)(Args...) const>(object, method);
+}
+
+namespace detail {
+
+template <class T, class = void>
+struct HasEquality : std::false_type {};
+template <class T>
+struct HasEquality<T, std::void_t<decltype(bool(std::declval<T const&>() == std::declval<T const&>()))>>
+    : std::true_type {};
+
+/** Its address names the type, without run-time type information. */
+template <class T>
+struct TypeTag {
+    static constexpr char s_tag = 0;
+};
+
+/** What a function holds: some callable, out of sight. */
+template <class R, class... Args>
+class Callable {
+public:
+    virtual R Invoke(Args... args) = 0;
+    virtual Callable* Clone() const = 0;
+    virtual bool IsEqual(Callable const& other) const = 0;
+    virtual void const* GetTypeTag() const = 0;
+    virtual ~Callable() {}
+
+    static void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return AllocateMemory(size); }
+    static void operator delete(void* memory, std::nothrow_t const&) noexcept { FreeMemory(memory); }
+    static void operator delete(void* memory) noexcept { FreeMemory(memory); }
+};
+
+template <class F, class R, class... Args>
+class CallableOf final : public Callable<R, Args...> {
+public:
+    using Base = Callable<R, Args...>;
+
+    explicit CallableOf(F const& target) : m_target(target) {}
+
+    R Invoke(Args... args) override { return m_target(std::forward<Args>(args)...); }
+
+    Base* Clone() const override { return new (std::nothrow) CallableOf(m_target); }
+
+    bool IsEqual([[maybe_unused]] Base const& other) const override {
+        if constexpr (HasEquality<F>::value) {
+            return other.GetTypeTag() == GetTypeTag() && m_target == static_cast<CallableOf const&>(other).m_target;
+        } else {
+            return false;
+        }
+    }
+
+    void const* GetTypeTag() const override { return &TypeTag<F>::s_tag; }
+
+private:
+    F m_target;
+};
+
+} // namespace detail
+
+/**
+ * Holds any callable with this signature: a free function, an object with an operator(), a lambda, or an object with one
+ * of its operations (member_function). A copy holds its own copy of the callable. It is empty by default, after
+ * construction from null, and when there was no memory for the callable; calling an empty one does nothing and returns
+ * the result type's default value.
+ *
+ * Two are equal when both are empty, or when both hold callables of one type that compare equal: free functions,
+ * member functions, and objects that have an operator==. Lambdas are never equal.
+ */
+template <class R, class... Args>
+class function<R(Args...)> {
+public:
+    function() : m_pCallable(nullptr) {}
+    function(std::nullptr_t) : m_pCallable(nullptr) {}
+
+    template <class F, class Target = std::decay_t<F>,
+              class = std::enable_if_t<!std::is_same<Target, function>::value &&
+                                       std::is_invocable_r<R, Target&, Args...>::value>>
+    function(F&& target) : m_pCallable(nullptr) {
+        if constexpr (std::is_pointer<Target>::value) {
+            if (!target) {
+                return;
+            }
+        }
+        m_pCallable = new (std::nothrow) detail::CallableOf<Target, R, Args...>(target);
+    }
+
+    function(function const& other) : m_pCallable(other.m_pCallable ? other.m_pCallable->Clone() : nullptr) {}
+    function(function&& other) noexcept : m_pCallable(other.Detach()) {}
+    ~function() { delete m_pCallable; }
+
+    function& operator=(function other) noexcept {
+        std::swap(m_pCallable, other.m_pCallable);
+        return *this;
+    }
+
+    explicit operator bool() const { return m_pCallable != nullptr; }
+
+    R operator()(Args... args) const {
+        if (!m_pCallable) {
+            return R();
+        }
+        return m_pCallable->Invoke(std::forward<Args>(args)...);
+    }
+
+    bool operator==(function const& other) const {
+        if (!m_pCallable || !other.m_pCallable) {
+            return m_pCallable == other.m_pCallable;
+        }
+        return m_pCallable->IsEqual(*other.m_pCallable);
+    }
+    bool operator!=(function const& other) const { return !(*this == other); }
+
+    /** Gives up the callable, which the caller then owns; for events. */
+    detail::Callable<R, Args...>* Detach() noexcept {
+        detail::Callable<R, Args...>* const callable = m_pCallable;
+        m_pCallable = nullptr;
+        return callable;
+    }
+
+    /** The callable, still owned by this; null when empty. */
+    detail::Callable<R, Args...>* Get() const { return m_pCallable; }
+
+private:
+    detail::Callable<R, Args...>* m_pCallable;
+};
+
+} // namespace trevik

@@ -1,0 +1,322 @@
+#pragma once
+
+#include "trevik/Atomic.h"
+#include "trevik/Encoding.h"
+#include "trevik/Memory.h"
+
+#include <climits>
+#include <cstdarg>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+namespace trevik {
+
+/** Text that stands in the program itself; see StringEncoded::FromLiteral. */
+template <class Encoding>
+class StringLiteral {
+public:
+    using Unit = typename Encoding::Unit;
+
+    template <std::size_t N>
+    constexpr explicit StringLiteral(Unit const (&text)[N]) : m_pData(text), m_nLength(N - 1) {}
+
+    constexpr Unit const* GetData() const { return m_pData; }
+    constexpr unsigned int GetLength() const { return m_nLength; }
+
+private:
+    Unit const* m_pData;
+    unsigned int m_nLength;
+};
+
+/**
+ * A string of code units, always NUL-terminated. Copies share their storage, which is never written while shared, so
+ * copying costs one count; different strings may be used by different threads. Without memory an operation that builds
+ * text leaves an empty string, and one that adds to it leaves it as it was.
+ *
+ * A name that is used again and again is best a static over literal storage, which allocates nothing and needs no run-time
+ * initialisation:
+ *
+ *     static StringEncoded<UTF16Encoding> const s_sName = StringEncoded<UTF16Encoding>::FromLiteral(u"vColor");
+ */
+template <class Encoding>
+class StringEncoded {
+public:
+    using Unit = typename Encoding::Unit;
+
+    constexpr StringEncoded() noexcept : m_pData(s_empty), m_nLength(0), m_pStorage(nullptr) {}
+
+    /** Points at literal storage. */
+    constexpr StringEncoded(StringLiteral<Encoding> const& literal) noexcept
+        : m_pData(literal.GetData()), m_nLength(literal.GetLength()), m_pStorage(nullptr) {}
+
+    /** Copies a NUL-terminated text; null is empty. */
+    StringEncoded(Unit const* text) : StringEncoded() { Append(text); }
+
+    /** Copies this many units; the text need not be terminated and may contain NULs. */
+    StringEncoded(Unit const* text, unsigned int length) : StringEncoded() { Append(text, length); }
+
+    StringEncoded(StringEncoded const& other) noexcept
+        : m_pData(other.m_pData), m_nLength(other.m_nLength), m_pStorage(other.m_pStorage) {
+        if (m_pStorage) {
+            kelvo::Atomic::Increment(&m_pStorage->nReferences);
+        }
+    }
+
+    StringEncoded(StringEncoded&& other) noexcept : StringEncoded() { Swap(other); }
+
+    /** Converts code point by code point. */
+    template <class Other>
+    StringEncoded(StringEncoded<Other> const& other) : StringEncoded() {
+        AppendConverted<Other>(other.GetData(), other.GetLength());
+    }
+
+    ~StringEncoded() { ReleaseStorage(); }
+
+    StringEncoded& operator=(StringEncoded other) noexcept {
+        Swap(other);
+        return *this;
+    }
+
+    /**
+     * A string over the storage of a literal, without copying or allocating. The result converts to StringEncoded in a
+     * constant expression.
+     */
+    template <std::size_t N>
+    static constexpr StringLiteral<Encoding> FromLiteral(Unit const (&text)[N]) {
+        return StringLiteral<Encoding>(text);
+    }
+
+    /** Formats as Encoding::FormatV does, to whatever length it takes. */
+    static StringEncoded Format(Unit const* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        StringEncoded result = FormatV(format, arguments);
+        va_end(arguments);
+        return result;
+    }
+
+    static StringEncoded FormatV(Unit const* format, va_list arguments) {
+        va_list measured;
+        va_copy(measured, arguments);
+        unsigned int const length = Encoding::MeasureV(format, measured);
+        va_end(measured);
+        StringEncoded result;
+        if (length > 0 && result.Reserve(length)) {
+            Unit* const data = result.m_pStorage->GetUnits();
+            result.m_nLength = Encoding::FormatV(data, length + 1, format, arguments);
+        }
+        return result;
+    }
+
+    /** The units with a NUL behind them; never null. */
+    constexpr Unit const* GetData() const { return m_pData; }
+
+    /** The number of units, without the terminating NUL. */
+    constexpr unsigned int GetLength() const { return m_nLength; }
+
+    constexpr bool IsEmpty() const { return m_nLength == 0; }
+
+    /** The unit at an index up to the length, where the NUL stands. */
+    constexpr Unit operator[](unsigned int index) const { return m_pData[index]; }
+
+    constexpr Unit const* begin() const { return m_pData; }
+    constexpr Unit const* end() const { return m_pData + m_nLength; }
+
+    bool operator==(StringEncoded const& other) const {
+        return m_nLength == other.m_nLength &&
+               (m_pData == other.m_pData || std::memcmp(m_pData, other.m_pData, m_nLength * sizeof(Unit)) == 0);
+    }
+    bool operator!=(StringEncoded const& other) const { return !(*this == other); }
+
+    /** Compares with a NUL-terminated text, without building a string from it. */
+    bool operator==(Unit const* text) const { return Compare(text, CountUnits(text)) == 0; }
+    bool operator!=(Unit const* text) const { return !(*this == text); }
+
+    /** By units from the front, which are unsigned; a string comes after its own beginnings. */
+    bool operator<(StringEncoded const& other) const { return Compare(other.m_pData, other.m_nLength) < 0; }
+
+    /** Adds to the end; the text may be part of this very string. */
+    bool Append(Unit const* text) { return Append(text, CountUnits(text)); }
+
+    bool Append(Unit const* text, unsigned int length) {
+        if (length == 0) {
+            return true;
+        }
+        if (length > MaximumLength() - m_nLength) {
+            return false;
+        }
+        StringEncoded const keep(IsWithin(text) ? *this : StringEncoded());
+        if (!Reserve(m_nLength + length)) {
+            return false;
+        }
+        Unit* const data = m_pStorage->GetUnits();
+        std::memcpy(data + m_nLength, text, length * sizeof(Unit));
+        m_nLength += length;
+        data[m_nLength] = Unit();
+        return true;
+    }
+
+    bool Append(StringEncoded const& other) { return Append(other.m_pData, other.m_nLength); }
+
+    StringEncoded& operator+=(StringEncoded const& other) {
+        Append(other);
+        return *this;
+    }
+
+    StringEncoded operator+(StringEncoded const& other) const {
+        StringEncoded sum;
+        return sum.Reserve(m_nLength + other.m_nLength) && sum.Append(*this) && sum.Append(other)
+                   ? sum
+                   : StringEncoded();
+    }
+
+    void Clear() { StringEncoded().Swap(*this); }
+
+    /** The index of the first occurrence that starts at or behind `from`, or -1. */
+    int Find(StringEncoded const& text, unsigned int from = 0) const {
+        for (unsigned int i = from; i <= m_nLength && text.m_nLength <= m_nLength - i; ++i) {
+            if (std::memcmp(m_pData + i, text.m_pData, text.m_nLength * sizeof(Unit)) == 0) {
+                return static_cast<int>(i);
+            }
+        }
+        return -1;
+    }
+
+    int Find(Unit unit, unsigned int from = 0) const {
+        for (unsigned int i = from; i < m_nLength; ++i) {
+            if (m_pData[i] == unit) {
+                return static_cast<int>(i);
+            }
+        }
+        return -1;
+    }
+
+    /** Up to this many units from the index on. */
+    StringEncoded GetPart(unsigned int index, unsigned int length = UINT_MAX) const {
+        unsigned int const start = index < m_nLength ? index : m_nLength;
+        unsigned int const rest = m_nLength - start;
+        return StringEncoded(m_pData + start, length < rest ? length : rest);
+    }
+
+    void Swap(StringEncoded& other) noexcept {
+        StringEncoded::SwapValues(m_pData, other.m_pData);
+        StringEncoded::SwapValues(m_nLength, other.m_nLength);
+        StringEncoded::SwapValues(m_pStorage, other.m_pStorage);
+    }
+
+private:
+    /** Stands before the units of text that is not a literal. */
+    struct Storage {
+        long volatile nReferences;
+        unsigned int nCapacity; // units, without the NUL
+
+        Unit* GetUnits() { return reinterpret_cast<Unit*>(this + 1); }
+    };
+
+    template <class V>
+    static void SwapValues(V& a, V& b) {
+        V const kept = a;
+        a = b;
+        b = kept;
+    }
+
+    static constexpr unsigned int MaximumLength() { return INT_MAX / sizeof(Unit) - sizeof(Storage); }
+
+    static unsigned int CountUnits(Unit const* text) {
+        std::size_t length = 0;
+        if (text) {
+            while (text[length] != Unit()) {
+                ++length;
+            }
+        }
+        // A longer text cannot be held; asking for it fails as running out of memory does.
+        return length < UINT_MAX ? static_cast<unsigned int>(length) : UINT_MAX;
+    }
+
+    static int CompareUnits(char a, char b) {
+        return static_cast<unsigned char>(a) - static_cast<unsigned char>(b);
+    }
+    static int CompareUnits(char16_t a, char16_t b) { return a - b; }
+
+    int Compare(Unit const* text, unsigned int length) const {
+        unsigned int const common = m_nLength < length ? m_nLength : length;
+        for (unsigned int i = 0; i < common; ++i) {
+            if (m_pData[i] != text[i]) {
+                return CompareUnits(m_pData[i], text[i]);
+            }
+        }
+        return m_nLength < length ? -1 : m_nLength > length ? 1 : 0;
+    }
+
+    bool IsWithin(Unit const* text) const {
+        std::size_t const address = reinterpret_cast<std::size_t>(text);
+        std::size_t const start = reinterpret_cast<std::size_t>(m_pData);
+        return m_pStorage && address >= start && address <= start + m_nLength * sizeof(Unit);
+    }
+
+    /** Gives this string storage of its own for at least this many units; what it holds stays. */
+    bool Reserve(unsigned int length) {
+        if (length > MaximumLength()) {
+            return false;
+        }
+        bool const own = m_pStorage && kelvo::Atomic::Get(&m_pStorage->nReferences) == 1;
+        if (own && m_pStorage->nCapacity >= length) {
+            return true;
+        }
+        unsigned int capacity = length;
+        if (own && m_pStorage->nCapacity < MaximumLength() / 2 && capacity < m_pStorage->nCapacity * 2) {
+            capacity = m_pStorage->nCapacity * 2; // text that grows piece by piece is not copied for each
+        }
+        void* const memory = AllocateMemory(sizeof(Storage) + (std::size_t(capacity) + 1) * sizeof(Unit));
+        if (!memory) {
+            return false;
+        }
+        Storage* const storage = new (memory) Storage{1, capacity};
+        std::memcpy(storage->GetUnits(), m_pData, (std::size_t(m_nLength) + 1) * sizeof(Unit));
+        ReleaseStorage();
+        m_pStorage = storage;
+        m_pData = storage->GetUnits();
+        return true;
+    }
+
+    void ReleaseStorage() {
+        if (m_pStorage && kelvo::Atomic::Decrement(&m_pStorage->nReferences) == 0) {
+            FreeMemory(m_pStorage);
+        }
+    }
+
+    template <class Other>
+    void AppendConverted(typename Other::Unit const* text, unsigned int length) {
+        int const end = static_cast<int>(length);
+        std::size_t needed = 0;
+        for (int index = 0; index < end;) {
+            needed += static_cast<std::size_t>(Encoding::GetElementCount(Other::GetNextChar(text, index, end)));
+        }
+        if (needed == 0 || needed > MaximumLength() || !Reserve(static_cast<unsigned int>(needed))) {
+            return;
+        }
+        int written = 0;
+        int const capacity = static_cast<int>(needed);
+        Unit* const data = m_pStorage->GetUnits();
+        for (int index = 0; index < end;) {
+            Encoding::PutNextChar(data, written, capacity, Other::GetNextChar(text, index, end));
+        }
+        data[written] = Unit();
+        m_nLength = static_cast<unsigned int>(written);
+    }
+
+    static constexpr Unit s_empty[1] = {};
+
+    Unit const* m_pData;
+    unsigned int m_nLength;
+    Storage* m_pStorage; // null for literals and the empty string
+};
+
+/** The framework's own text: names, messages, captions. */
+using String16 = StringEncoded<UTF16Encoding>;
+
+/** Text that comes from or goes to files and the C library. */
+using String8 = StringEncoded<UTF8Encoding>;
+
+} // namespace trevik
