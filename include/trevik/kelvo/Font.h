@@ -1,0 +1,66 @@
+#pragma once
+
+#include "trevik/Color.h"
+#include "trevik/List.h"
+#include "trevik/Referenced.h"
+#include "trevik/Types.h"
+#include "trevik/Vector.h"
+#include "trevik/kelvo/Glyph.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/RealProperty.h"
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class GraphicsDevice;
+class Serializer;
+
+/** A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said otherwise. */
+class Font : public Referenced, public ITraceable {
+public:
+    Font();
+    ~Font() override;
+    Font(Font const&) = delete;
+    Font& operator=(Font const&) = delete;
+
+    virtual RealFloat GetXPixelsPerEm() const;
+    virtual RealFloat GetYPixelsPerEm() const;
+    virtual RealFloat GetScaleFactorX() const;
+    virtual RealFloat GetScaleFactorY() const;
+    virtual RealFloat GetAscent() const;  ///< above the baseline, positive
+    virtual RealFloat GetDescent() const; ///< below the baseline, positive
+    virtual RealFloat GetLeading() const; ///< extra distance between lines
+    /** Prepares the font for use after its glyphs are there. */
+    virtual bool Initialize();
+    /** Gives the font an id that no other font of the process has. */
+    virtual void GenerateID();
+    /**
+     * Draws a batch of glyphs, or, with `fShadow`, its drop shadow. Only the alpha of `color` is used, as a fade.
+     * Render thread.
+     */
+    virtual void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
+                                  Vector3T<RealFloat> const& position, ColorT<RealFloat> const& color, bool fShadow,
+                                  Vector3T<RealFloat> const& shadowOffset,
+                                  ColorT<RealFloat> const& shadowColor) const = 0;
+    virtual bool Save(Serializer& serializer);
+    virtual bool Load(Deserializer& deserializer);
+    /** The glyph of a code point; null when the font has none. */
+    virtual Glyph const* GetGlyph(unsigned int nCodePoint) const;
+    void Emit(MemoryTracer* pTracer) override;
+
+    unsigned int GetID() const { return m_nID; }
+    BoolProperty& GetUnderlineProperty() { return m_underline; }
+    RealProperty& GetUnderlinePositionProperty() { return m_underlinePosition; }
+    RealProperty& GetUnderlineThicknessProperty() { return m_underlineThickness; }
+    IntProperty& GetUnderlineScaleProperty() { return m_underlineScale; }
+
+protected:
+    unsigned int m_nID = 0;
+    BoolProperty m_underline;          ///< "Underline", false
+    RealProperty m_underlinePosition;  ///< "UnderlinePosition", 0
+    RealProperty m_underlineThickness; ///< "UnderlineThickness", 0
+    IntProperty m_underlineScale;      ///< "UnderlineScale": multiplies both, 1
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,43 @@
+#pragma once
+
+#include "trevik/Color.h"
+#include "trevik/Ref.h"
+#include "trevik/Types.h"
+#include "trevik/Vector.h"
+#include "trevik/kelvo/Texture.h"
+
+namespace trevik::kelvo {
+
+/** One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font pixels. */
+struct Glyph {
+    unsigned int m_nCodePoint = 0;
+    unsigned short m_nWidth = 0;
+    unsigned short m_nHeight = 0;
+    int m_nOffsetX = 0; ///< from the pen to the glyph's left edge
+    int m_nOffsetY = 0; ///< from the baseline to the glyph's top edge, upwards
+    int m_nAdvance = 0; ///< from this pen position to the next
+
+    Ref<Texture> m_pTexture;
+    RealFloat m_textureRectangle[4] = {0, 0, 0, 0}; ///< v at the top edge, u left, v at the bottom edge, u right
+
+    short m_nMesh = -1; ///< index of the mesh; -1 for a glyph without one
+    RealFloat m_rDivisorX = 1;
+    RealFloat m_rDivisorY = 1;
+    Vector2T<RealFloat> m_origin;
+};
+
+/** One glyph of a laid-out text. Corner colours: (x, y), (x, y + h), (x + w, y), (x + w, y + h). */
+struct GlyphInstance {
+    Glyph const* m_pGlyph = nullptr;
+    RealFloat m_rX = 0;
+    RealFloat m_rY = 0;
+    ColorT<RealFloat> m_colors[4];
+};
+
+/** Glyph instances that are drawn with one texture: `m_nCount` of them from `m_nFirst` on. */
+struct GlyphBatch {
+    unsigned int m_nFirst = 0;
+    unsigned int m_nCount = 0;
+};
+
+} // namespace trevik::kelvo

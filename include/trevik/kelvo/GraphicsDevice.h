@@ -1,0 +1,130 @@
+#pragma once
+
+#include "trevik/Color.h"
+#include "trevik/List.h"
+#include "trevik/Matrix.h"
+#include "trevik/Rectangle.h"
+#include "trevik/Size.h"
+#include "trevik/Types.h"
+#include "trevik/Vector.h"
+#include "trevik/kelvo/DeviceFormat.h"
+#include "trevik/kelvo/SelectionPoint.h"
+
+namespace trevik::kelvo {
+
+class Camera;
+class EffectResource;
+class Mask;
+class Node;
+class Texture;
+
+/**
+ * What scenes are drawn through. The base records state and keeps the opacity and transform stacks and the selection; a
+ * back end adds everything that touches pixels. All operations run on the render thread.
+ *
+ * The order of the virtual operations is part of the contract between host and back ends.
+ */
+class GraphicsDevice {
+public:
+    GraphicsDevice();
+    virtual ~GraphicsDevice();
+    GraphicsDevice(GraphicsDevice const&) = delete;
+    GraphicsDevice& operator=(GraphicsDevice const&) = delete;
+
+    /** Brings the device up on a window; the calling thread becomes the render thread. The base records format and size. */
+    virtual bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size);
+    /** Records a new surface rectangle (left, top, right, bottom; pixels) as size and viewport. */
+    virtual bool Reset(RectangleT<int> const& rectangle);
+    /** Moves the device to another window. */
+    virtual bool Reset(void* pWindow) = 0;
+    virtual void SetClearColor(ColorT<RealFloat> const& color);
+    virtual ColorT<RealFloat> GetClearColor();
+    /** Starts a frame. The base empties the opacity and transform stacks. */
+    virtual void Clear();
+    /** Sets the viewport; rectangle components left, top, right, bottom. */
+    virtual void SetViewport(RectangleT<int> const& rectangle);
+    /** Sets the viewport in window pixels. The base records it as (x, y, x + width, y + height). */
+    virtual void SetViewport(int nX, int nY, int nWidth, int nHeight);
+    virtual RectangleT<int> GetViewport() const;
+    /** Window position (pixels, y down) of a point given in the space that `model` maps to the world. */
+    virtual Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model, Vector4T<RealFloat> const& point) = 0;
+    /**
+     * Intersects the pick ray through the selection point with the plane of the triangle (p0, p1, p2) under `model`: the
+     * hit is p0 + uv.x (p1 - p0) + uv.y (p2 - p0). False when there is no single intersection; no range is tested.
+     */
+    virtual bool HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0,
+                               Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2, Vector2T<RealFloat>& uv,
+                               RealFloat& distance) = 0;
+    /** Leaves selection mode. */
+    virtual void SetRenderMode();
+    /** Rendering now enters the nodes under `point` (window pixels, y down) into `pSelected` instead of drawing. */
+    virtual void SetSelectionMode(Vector2T<RealFloat> const& point, List<SelectionPoint>* pSelected);
+    virtual Vector2T<RealFloat> GetSelectionPoint();
+    /** Enters a node that was hit, keeping the list sorted by distance, nearest first. */
+    virtual void PushSelected(Node* pNode, Vector2T<RealFloat> const& position, RealFloat const& distance);
+    virtual Matrix4T<RealFloat> GetProjectionMatrix() = 0;
+    virtual Matrix4T<RealFloat> GetViewMatrix() = 0;
+    virtual Matrix4T<RealFloat> GetViewportMatrix() = 0;
+    virtual Camera* GetActiveCamera() = 0;
+    /** Runs the work that other threads have queued for the render thread. */
+    virtual void Process() = 0;
+    /** Shows the finished frame. */
+    virtual void Present() = 0;
+    /** Reads a rectangle of the frame (top-left origin) into a texture, created if `*ppTexture` is null. */
+    virtual bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) = 0;
+    virtual bool IsDepthTestEnabled();
+    virtual void SetDepthTestEnabled(bool fEnabled) = 0;
+    /** The shared resource of an effect class, created on first use; null when that fails. Borrowed. */
+    virtual EffectResource* GetEffectResource(unsigned int nClassID) = 0;
+    /** Opacity stack; the bottom is 1. Push sets, Merge pushes the product with the top. */
+    virtual void PushOpacity(RealFloat const& opacity);
+    virtual void PopOpacity();
+    virtual void MergeOpacity(RealFloat const& opacity);
+    virtual RealFloat GetOpacity();
+    /** Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then the top. */
+    virtual void PushTransformMatrix(Matrix4T<RealFloat> const& matrix);
+    virtual void PopTransformMatrix();
+    virtual void MergeTransformMatrix(Matrix4T<RealFloat> const& matrix);
+    virtual Matrix4T<RealFloat> GetTransformMatrix() const;
+    /** Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true. */
+    virtual bool PushMasks(List<Mask*>& masks);
+    virtual bool PopMasks(List<Mask*>& masks);
+    virtual void PushCamera(Camera* pCamera) = 0;
+    virtual void PushCamera2D(RealFloat const& width, RealFloat const& height) = 0;
+    virtual void PopCamera() = 0;
+    virtual void PushCameraDepth(bool fDepth) = 0;
+    virtual void PopCameraDepth(bool fDepth) = 0;
+    virtual void SetCameraDepth(bool fDepth) = 0;
+
+    // What follows is not virtual.
+
+    /** A new resource of the class from the registry; null when none is registered. The caller takes the reference. */
+    EffectResource* CreateEffectResource(unsigned int nClassID);
+
+    /** While highlighting is on, everything is drawn in the highlight colour. */
+    void SetHighlight(bool fEnabled, ColorT<RealFloat> const& color);
+    bool IsHighlightEnabled() const { return m_fHighlight; }
+    /** The highlight colour with its alpha multiplied by `opacity`. */
+    ColorT<RealFloat> GetHighlightColor(RealFloat const& opacity) const;
+
+    bool IsSelectionMode() const { return m_pSelected != nullptr; }
+    DeviceFormat::Enum GetFormat() const { return m_format; }
+    SizeT<int> const& GetSize() const { return m_size; }
+
+protected:
+    DeviceFormat::Enum m_format = DeviceFormat::RGB565;
+    SizeT<int> m_size;
+    RectangleT<int> m_viewport;
+    ColorT<RealFloat> m_clearColor;
+    bool m_fDepthTest = false;
+
+private:
+    List<RealFloat> m_opacities;
+    List<Matrix4T<RealFloat>> m_transforms;
+    Vector2T<RealFloat> m_selectionPoint;
+    List<SelectionPoint>* m_pSelected = nullptr;
+    ColorT<RealFloat> m_highlightColor;
+    bool m_fHighlight = false;
+};
+
+} // namespace trevik::kelvo

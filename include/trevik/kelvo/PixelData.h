@@ -1,0 +1,52 @@
+#pragma once
+
+#include "trevik/Delegate.h"
+#include "trevik/kelvo/Property.h"
+
+namespace trevik::kelvo {
+
+/** A texture's pixels in CPU memory: bytes that it owns, or that somebody else owns and keeps alive. */
+class PixelBuffer {
+public:
+    PixelBuffer() = default;
+    ~PixelBuffer() { Release(); }
+    PixelBuffer(PixelBuffer const&) = delete;
+    PixelBuffer& operator=(PixelBuffer const&) = delete;
+
+    /** Owns `nSize` new zero bytes instead of what it held; false, holding nothing, when out of memory. */
+    bool Allocate(unsigned int nSize);
+    /** Refers to bytes of somebody else, who keeps them alive as long as they are held here. */
+    void Borrow(unsigned char const* pData, unsigned int nSize);
+    /** Frees owned bytes, forgets borrowed ones; afterwards owning, of size 0. */
+    void Release();
+
+    unsigned char* GetData() { return m_pData; }
+    unsigned char const* GetData() const { return m_pData; }
+    unsigned int GetSize() const { return m_nSize; }
+    bool IsOwning() const { return m_fOwning; }
+
+private:
+    unsigned char* m_pData = nullptr;
+    unsigned int m_nSize = 0;
+    bool m_fOwning = true;
+};
+
+/** The pixel buffer as a property: not animated, but it announces changes, and it is saved as "Value". */
+class PixelDataProperty : public Property {
+public:
+    bool Load(Deserializer& deserializer) override;
+    bool Save(Serializer& serializer) override;
+    void Emit(MemoryTracer* pTracer) override;
+
+    PixelBuffer& GetBuffer() { return m_buffer; }
+    PixelBuffer const& GetBuffer() const { return m_buffer; }
+    event<void(PixelBuffer const&)>& GetChangeEvent() { return m_changed; }
+    /** Announces that the buffer has changed. */
+    void Notify() { m_changed(m_buffer); }
+
+private:
+    event<void(PixelBuffer const&)> m_changed;
+    PixelBuffer m_buffer;
+};
+
+} // namespace trevik::kelvo

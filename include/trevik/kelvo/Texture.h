@@ -1,0 +1,135 @@
+#pragma once
+
+#include "trevik/Encoding.h"
+#include "trevik/Ref.h"
+#include "trevik/Referenced.h"
+#include "trevik/StringEncoded.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/ListProperty.h"
+#include "trevik/kelvo/MipLevel.h"
+#include "trevik/kelvo/PixelData.h"
+#include "trevik/kelvo/SurfaceInfo.h"
+#include "trevik/kelvo/TextureFormat.h"
+
+namespace trevik::jni {
+template <class T>
+class Object;
+namespace android::graphics {
+class Bitmap;
+}
+} // namespace trevik::jni
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class Serializer;
+
+/**
+ * An image that nodes draw with: its size, format, mip levels and pixels. The first row in memory is the image's top row.
+ * The used size is the part that holds the image, the allocated size that of the whole texture (compressed formats round
+ * up to whole blocks). Back ends drop the pixels once they have uploaded them.
+ */
+class Texture : public Referenced, public ITraceable {
+public:
+    Texture();
+    ~Texture() override;
+    Texture(Texture const&) = delete;
+    Texture& operator=(Texture const&) = delete;
+
+    /** Bytes per row of the pixel data; of a promoted texture, of its surface. */
+    virtual int GetStride();
+    /** Compresses the pixels at run time; false where the back end cannot. */
+    virtual bool Compress() = 0;
+    /** Writes size, format, levels and pixels. False, traced, when the pixels have been dropped. */
+    virtual bool Save(Serializer& serializer);
+    /** Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not agree. */
+    virtual bool Load(Deserializer& deserializer);
+    void Emit(MemoryTracer* pTracer) override;
+    /** Whether the texture is drawn from graphic-buffer surfaces. */
+    virtual bool IsPromoted() = 0;
+    /** Moves the texture into one (false) or two (true) surfaces that producers write. Render thread. */
+    virtual bool Promote(bool fDoubleBuffered) = 0;
+    /** Turns a promoted texture back into one with pixels. */
+    virtual bool Demote() = 0;
+    /** Describes the surface that producers write next; false when the texture has none. */
+    virtual bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const = 0;
+    /** Address of the current surface's pixels; null on failure. Any thread. */
+    virtual void* Lock() = 0;
+    virtual void Unlock() = 0;
+    /** Shows the surface just written and makes the other one current; returns Current(). */
+    virtual int Swap() = 0;
+    /** Index of the surface that producers write next; -1 when there is none. */
+    virtual int Current() = 0;
+    /** Number of surfaces; 0 when there are none. */
+    virtual int Count() = 0;
+    /**
+     * Replaces size, format and pixels: copies `nHeight` rows, `nStride` bytes apart (0: tightly packed), from `pData`
+     * (null: zeros) into one level. Compressed formats are copied as a whole. False, with the texture unchanged, when the
+     * size is not positive, the format has no known size, or memory is short.
+     */
+    virtual bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride);
+    /** An android.graphics.Bitmap over surface `nImage`; an empty object on failure. */
+    virtual jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) = 0;
+    /** Promotes the texture to a single surface that holds its pixels; false when that fails. */
+    virtual bool PromoteToSurface();
+
+    /** Whether the format is one of the block-compressed ones. */
+    bool IsCompressed() const;
+    /** Bytes per pixel of the texture's format; 0 for compressed formats, which have less than one. */
+    int GetBytesPerPixel() const;
+    /** The same for any format. */
+    static int GetBytesPerPixel(int nFormat);
+    /** Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA); 0 for unknown formats. */
+    static unsigned int GetImageSize(int nWidth, int nHeight, int nFormat);
+
+    /**
+     * A new texture of the class registered as "Texture", with one level of pixels as Replace takes them. Null when no
+     * such class is registered or Replace fails.
+     */
+    static Ref<Texture> CreateTexture(int nWidth, int nHeight, int nFormat, void const* pData, int nStride);
+
+    int GetWidth() const { return m_nWidth; }   ///< used width, texels
+    int GetHeight() const { return m_nHeight; } ///< used height, texels
+    int GetAllocatedWidth() const { return m_nAllocatedWidth; }
+    int GetAllocatedHeight() const { return m_nAllocatedHeight; }
+    TextureFormat::Enum GetFormat() const { return m_format; }
+    /** Bytes of all levels, kept after the pixels are gone. */
+    unsigned int GetByteSize() const { return m_nByteSize; }
+    ListProperty<MipLevel>& GetMipLevels() { return m_mipLevels; }
+    ListProperty<MipLevel> const& GetMipLevels() const { return m_mipLevels; }
+    PixelDataProperty& GetPixelData() { return m_pixelData; }
+
+    void SetFormat(TextureFormat::Enum format) { m_format = format; }
+    /** Sets used and allocated size; the pixels stay as they are. */
+    void SetSize(int nWidth, int nHeight);
+    /** Narrows the used size, which must not exceed the allocated one. */
+    void SetUsedSize(int nWidth, int nHeight);
+    void SetByteSize(unsigned int nByteSize) { m_nByteSize = nByteSize; }
+
+    /**
+     * Takes over a whole image with levels. `pData` is copied, or, with `fBorrow`, only referred to (the caller keeps it
+     * alive until it has been uploaded). False, with the texture unchanged, when a level lies outside the data.
+     */
+    bool SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight, TextureFormat::Enum format,
+                  List<MipLevel> const& levels, unsigned char const* pData, unsigned int nSize, bool fBorrow);
+
+    /** A name for messages and files; empty until set. */
+    StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+    void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
+
+protected:
+    int m_nWidth = 0;
+    int m_nHeight = 0;
+    int m_nAllocatedWidth = 0;
+    int m_nAllocatedHeight = 0;
+    TextureFormat::Enum m_format = TextureFormat::RGB565;
+    PixelDataProperty m_pixelData;
+    ListProperty<MipLevel> m_mipLevels;
+    unsigned int m_nByteSize = 0;
+
+private:
+    StringEncoded<UTF16Encoding> m_sName;
+};
+
+} // namespace trevik::kelvo
