@@ -25,9 +25,6 @@ public:
         for (Callable* handler : m_handlers) {
             delete handler;
         }
-        for (Callable* handler : m_leaving) {
-            delete handler;
-        }
     }
     event& operator=(event const&) { return *this; }
 
@@ -55,18 +52,15 @@ public:
         if (index < 0) {
             return false;
         }
-        unsigned int const position = static_cast<unsigned int>(index);
-        if (m_nFiring == 0) {
-            delete m_handlers[position];
-            m_handlers.RemoveAt(position);
+        Callable* const callable = m_handlers[static_cast<unsigned int>(index)];
+        if (m_nFiring > 0) {
+            // It may be running: it goes when the last firing has ended.
+            callable->m_fDisconnected = true;
+            m_fStale = true;
             return true;
         }
-        // It may be running: it goes when the last firing has ended.
-        if (!m_leaving.Append(m_handlers[position])) {
-            return false;
-        }
-        m_handlers[position] = nullptr;
-        m_fStale = true;
+        m_handlers.RemoveAt(static_cast<unsigned int>(index));
+        delete callable;
         return true;
     }
 
@@ -88,7 +82,7 @@ private:
 
     int Find(function<void(Args...)> const& handler) const {
         for (unsigned int i = 0; handler && i < m_handlers.GetCount(); ++i) {
-            if (m_handlers[i] && m_handlers[i]->IsEqual(*handler.Get())) {
+            if (!m_handlers[i]->m_fDisconnected && m_handlers[i]->IsEqual(*handler.Get())) {
                 return static_cast<int>(i);
             }
         }
@@ -99,7 +93,8 @@ private:
         ++m_nFiring;
         unsigned int const count = m_handlers.GetCount();
         for (unsigned int i = 0; i < count; ++i) {
-            if (Callable* const handler = m_handlers[i]) {
+            Callable* const handler = m_handlers[i];
+            if (!handler->m_fDisconnected) {
                 handler->Invoke(args...);
             }
         }
@@ -108,25 +103,21 @@ private:
         }
     }
 
-    /** Closes the gaps of handlers that were disconnected during a firing, and deletes them. */
+    /** Deletes the handlers that were disconnected during a firing. */
     void Tidy() {
         m_fStale = false;
         unsigned int kept = 0;
         for (Callable* handler : m_handlers) {
-            if (handler) {
+            if (handler->m_fDisconnected) {
+                delete handler;
+            } else {
                 m_handlers[kept++] = handler;
             }
         }
         m_handlers.Resize(kept);
-        List<Callable*> leaving;
-        leaving.Swap(m_leaving);
-        for (Callable* handler : leaving) {
-            delete handler;
-        }
     }
 
-    List<Callable*> m_handlers; // null where a handler was disconnected during a firing
-    List<Callable*> m_leaving;
+    List<Callable*> m_handlers;
     unsigned int m_nFiring;
     bool m_fStale;
 };

@@ -65,6 +65,10 @@ struct TypeTag {
 template <class R, class... Args>
 class Callable {
 public:
+    Callable() : m_fDisconnected(false) {}
+    Callable(Callable const&) = delete;
+    Callable& operator=(Callable const&) = delete;
+
     virtual R Invoke(Args... args) = 0;
     virtual Callable* Clone() const = 0;
     virtual bool IsEqual(Callable const& other) const = 0;
@@ -74,6 +78,9 @@ public:
     static void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return AllocateMemory(size); }
     static void operator delete(void* memory, std::nothrow_t const&) noexcept { FreeMemory(memory); }
     static void operator delete(void* memory) noexcept { FreeMemory(memory); }
+
+    /** An event's own mark: disconnected, and to be deleted as soon as it cannot be running any more. */
+    bool m_fDisconnected;
 };
 
 template <class F, class R, class... Args>

@@ -1,0 +1,39 @@
+#pragma once
+
+#include "trevik/ClassContainer.h"
+#include "trevik/List.h"
+
+namespace trevik {
+
+/** The classes that the host can create by name: its own, and those of the plug-ins. Used by one thread at a time. */
+class TREVIK_API ClassRegistry {
+public:
+    ClassRegistry() {}
+    virtual ~ClassRegistry();
+
+    /**
+     * Enters a container, which the registry owns from here on and deletes at its own end. One whose id is there already
+     * takes the older one's place.
+     * @return false for null and when there is no memory; the container is deleted then.
+     */
+    virtual bool AddClassContainer(ClassContainer* container);
+
+    /** A new object of the class with this id, owned by the caller; null when there is none, or no memory. */
+    Referenced* Create(unsigned int classID) const;
+
+    bool IsRegistered(unsigned int classID) const;
+
+    /** The number of classes, and the id of each in the order of registration; index is below the count. */
+    unsigned int GetCount() const { return m_containers.GetCount(); }
+    unsigned int GetClassID(unsigned int index) const { return m_containers[index]->m_nClassID; }
+
+private:
+    ClassRegistry(ClassRegistry const&) = delete;
+    ClassRegistry& operator=(ClassRegistry const&) = delete;
+
+    int Find(unsigned int classID) const;
+
+    List<ClassContainer*> m_containers;
+};
+
+} // namespace trevik

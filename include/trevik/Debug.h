@@ -1,0 +1,48 @@
+#pragma once
+
+#include "trevik/Export.h"
+#include "trevik/StringEncoded.h"
+
+#include <cstdarg>
+
+namespace trevik {
+
+/** How much a trace matters. */
+struct TraceLevel {
+    enum Enum { Debug = 0, Info = 1, Error = 2 };
+};
+
+/** Where traces go: a function with a value of its user's choice. */
+struct TraceSink {
+    using Function = void (*)(void* user, TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
+
+    Function pfnTrace; // null: the default, one line on stderr in UTF-8
+    void* pUser;
+};
+
+/** The trace of the whole process. Any thread may trace at any time; lines do not mix. */
+class TREVIK_API Debug {
+public:
+    /** Logs one line, unless its level is below the minimum. A line break at the end of the message is not doubled. */
+    static void Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
+
+    /** The same with UTF16Encoding::FormatV, which runs only for a line that is logged. */
+    static void TraceFormat(TraceLevel::Enum level, char16_t const* format, ...);
+    static void TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments);
+
+    /**
+     * Sends traces to a sink, null for the default, and returns the one before. The sink is called on the tracing thread,
+     * one call at a time; it may trace in turn, but not wait for another thread that does. Once this returns on another
+     * thread than the sink's, the sink before is not called any more.
+     */
+    static TraceSink SetSink(TraceSink::Function trace, void* user = nullptr);
+    static TraceSink SetSink(TraceSink const& sink);
+
+    /** Sets the lowest level that is logged, errors at first, and returns the one before. */
+    static TraceLevel::Enum SetMinimumLevel(TraceLevel::Enum level);
+
+    /** Whether a trace of this level is logged: for messages that are costly to build. */
+    static bool IsEnabled(TraceLevel::Enum level);
+};
+
+} // namespace trevik

@@ -1,0 +1,51 @@
+#pragma once
+
+#include "trevik/Export.h"
+#include "trevik/StringEncoded.h"
+
+#include <pthread.h>
+
+namespace trevik {
+
+/**
+ * Something that threads wait for. Once set it stays signalled: a manual-reset event until Reset, letting everybody
+ * through; any other until one waiter has come through. The name is for whoever debugs.
+ */
+class TREVIK_API Event {
+public:
+    Event(StringEncoded<UTF16Encoding> const& name, bool signalled, bool manualReset);
+
+    /** Nobody may be waiting. */
+    ~Event();
+
+    Event(Event const&) = delete;
+    Event& operator=(Event const&) = delete;
+
+    void Set();
+    void Reset();
+
+    /** Waits until the event is signalled. */
+    void Wait();
+
+    /** Waits no longer than this; 0 only looks. @return whether the event was signalled. */
+    bool Wait(unsigned int milliseconds);
+
+    StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+
+private:
+    bool Pass();
+
+    StringEncoded<UTF16Encoding> m_sName;
+    pthread_mutex_t m_mutex;
+    pthread_cond_t m_condition;
+    bool m_fSignalled;
+    bool const m_fManualReset;
+};
+
+/** An event that stays signalled until it is reset; not signalled at first. */
+class ManualResetEvent : public Event {
+public:
+    explicit ManualResetEvent(bool signalled = false) : Event(StringEncoded<UTF16Encoding>(), signalled, true) {}
+};
+
+} // namespace trevik

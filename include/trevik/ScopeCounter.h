@@ -1,0 +1,101 @@
+#pragma once
+
+#include "trevik/Export.h"
+
+#include <atomic>
+
+namespace trevik {
+
+/** What a profiled scope has cost so far. */
+struct ScopeTotals {
+    unsigned long long nCalls;
+    unsigned long long nNanoseconds; // from entry to exit, what it calls included
+};
+
+/** How a scope's time per frame is spread over the latest frames. */
+struct ScopeFrameTimes {
+    unsigned int nFrames; // frames that the figures come from
+    unsigned long long nMedian, nPercentile95, nPercentile99, nMaximum; // nanoseconds per frame
+};
+
+/**
+ * Counts the calls of a scope and the time spent there, under a fixed number. While profiling is off, which it is at
+ * first, a counter costs one test. Any thread may count at any time.
+ */
+class TREVIK_API ScopeCounter {
+public:
+    enum Id : unsigned int {
+        SpriteRender = 4,
+        TextRender = 5,
+        GlyphBatch = 6,
+        PolygonalGlyph = 7,
+        TextureCreation = 8,
+        DeviceInitialization = 9,
+        Present = 10,
+        ShaderInitialization = 11,
+        TimelinePreChildren = 12,
+        TimelinePostChildren = 13,
+        JavaBitmapCreation = 23,
+        JavaBitmapCall = 24,
+        MaximumIds = 64,
+
+        /** The frames themselves, from one MarkFrame to the next. */
+        Frame = 63
+    };
+
+    enum : unsigned int { MaximumFrames = 1024 };
+
+    /**
+     * Counts from here to the end of the enclosing block.
+     * @param id ids from MaximumIds on are ignored.
+     * @param enabled false leaves this scope out.
+     */
+    ScopeCounter(unsigned int id, bool enabled) : m_nID(id), m_fCounting(enabled && IsProfiling()) {
+        if (__builtin_expect(m_fCounting, false)) {
+            m_nStart = Enter();
+        }
+    }
+
+    ~ScopeCounter() {
+        if (__builtin_expect(m_fCounting, false)) {
+            Leave(m_nID, m_nStart);
+        }
+    }
+
+    ScopeCounter(ScopeCounter const&) = delete;
+    ScopeCounter& operator=(ScopeCounter const&) = delete;
+
+    /** Switches counting on or off; what has been counted stays. Scopes entered while it was off are not counted. */
+    static void SetProfiling(bool profiling);
+    static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
+
+    /** Sets all figures back to zero and forgets the frames. */
+    static void ResetFigures();
+
+    /** Calls and time of one id since the start or the last reset. */
+    static ScopeTotals GetTotals(unsigned int id);
+
+    /**
+     * Ends a frame: what each id has cost since the last mark becomes one entry of its record, which holds the latest
+     * MaximumFrames frames. While profiling is off it does nothing. One thread marks the frames.
+     */
+    static void MarkFrame();
+
+    /** The latest frames' figures of one id; all zero when no frame has been marked. Not while another thread marks one. */
+    static ScopeFrameTimes GetFrameTimes(unsigned int id);
+
+    /** What an id stands for, or null when it has no name. */
+    static char const* GetName(unsigned int id);
+
+private:
+    static unsigned long long Enter();
+    static void Leave(unsigned int id, unsigned long long start);
+
+    static std::atomic<bool> s_fProfiling;
+
+    unsigned long long m_nStart;
+    unsigned int const m_nID;
+    bool const m_fCounting;
+};
+
+} // namespace trevik

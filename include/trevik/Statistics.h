@@ -1,0 +1,60 @@
+#pragma once
+
+#include "trevik/Export.h"
+#include "trevik/StringEncoded.h"
+
+#include <atomic>
+
+namespace trevik {
+
+/** Who is told about named events: a function with a value of its user's choice. */
+struct StatisticsListener {
+    using Function = void (*)(void* user, StringEncoded<UTF16Encoding> const& event);
+
+    Function pfnHandle; // null: nobody
+    void* pUser;
+};
+
+/** Counters of the whole process, by number, and named events. Any thread may use them at any time. */
+class TREVIK_API Statistics {
+public:
+    enum : unsigned int {
+        MaximumStats = 64,
+        StatTextureMemory = 37 ///< bytes of live GL textures
+    };
+
+    static Statistics& Instance();
+
+    /** Adds to a counter, or takes off it. Ids from MaximumStats on are ignored. */
+    void IncrementStat(unsigned int id, long long amount);
+    void DecrementStat(unsigned int id, long long amount);
+
+    /** The counter's value: 0 at first, and for ids from MaximumStats on. */
+    long long GetStat(unsigned int id) const;
+
+    /** What a counter counts, or null when it has no name. */
+    static char const* GetStatName(unsigned int id);
+
+    /** Tells the listener, if there is one, about something that happened. */
+    void FireEvent(StringEncoded<UTF16Encoding> const& event);
+
+    /** Whether somebody listens: for events that are costly to describe. */
+    bool HasListener() const;
+
+    /**
+     * Installs a listener, null for none, and returns the one before. It is called on the thread that fires, one call at
+     * a time; it may fire in turn, but not wait for another thread that does.
+     */
+    StatisticsListener SetListener(StatisticsListener::Function handle, void* user = nullptr);
+    StatisticsListener SetListener(StatisticsListener const& listener);
+
+private:
+    Statistics() = default;
+    Statistics(Statistics const&) = delete;
+    Statistics& operator=(Statistics const&) = delete;
+
+    std::atomic<long long> m_stats[MaximumStats] = {};
+    std::atomic<bool> m_fListening{false};
+};
+
+} // namespace trevik
