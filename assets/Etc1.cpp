@@ -68,8 +68,9 @@ bool EncodeEtc1(const ImageData& image, bool fMipLevels, const std::string& name
                 std::string& error) {
     if (image.levels.empty())
         return Fail(error, name + ": there are no pixels to encode");
-    if (IsEtc1(image.format))
-        return Fail(error, name + ": is ETC1 already");
+    if (IsEtc1(image.format) || !IsSupported(image.format))
+        return Fail(error, name + ": pixels of texture format " + std::to_string(int(image.format)) +
+                               " cannot be encoded");
     try {
         ImageOptions options;
         options.encodeEtc1 = true;

@@ -92,7 +92,8 @@ bool WriteTemporary(const FileToWrite& file, std::string& temporary, std::string
 
 } // namespace
 
-bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::uint8_t>& out, std::string& error) {
+bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::uint8_t>& out,
+              std::string& error) {
     // Opening a pipe would wait for a writer; what is not a regular file is told by the next step.
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};

@@ -8,10 +8,11 @@
 namespace trevik::kelvo::assets {
 
 /**
- * Reads a whole regular file. Fails, leaving `out` alone, when it cannot be opened or read, is not a regular file or
- * has more than `maxBytes` bytes.
+ * Reads a whole regular file. Fails, leaving `out` alone, when it cannot be opened or read, is not a regular
+ * file or has more than `maxBytes` bytes.
  */
-bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::uint8_t>& out, std::string& error);
+bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::uint8_t>& out,
+              std::string& error);
 
 /** True when something exists at the path, readable or not. */
 bool FileExists(const std::string& path);
@@ -22,9 +23,9 @@ struct FileToWrite {
 };
 
 /**
- * Writes files so that each is at all times either its old self or complete: every one is written under a temporary
- * name in its own folder, and only when all have been written are they renamed. On failure nothing temporary stays; a
- * failed rename leaves the files that come after it in the list as they were.
+ * Writes files so that each is at all times either its old self or complete: every one is written under a
+ * temporary name in its own folder, and only when all have been written are they renamed. On failure nothing
+ * temporary stays; a failed rename leaves the files that come after it in the list as they were.
  */
 bool WriteFiles(const std::vector<FileToWrite>& files, std::string& error);
 

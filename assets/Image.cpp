@@ -6,47 +6,52 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-std::size_t BytesPerPixel(PixelFormat format) {
+std::size_t BytesPerPixel(TextureFormat::Enum format) {
     switch (format) {
-    case PixelFormat::Rgb565:
-    case PixelFormat::Rgba5551:
-    case PixelFormat::Rgba4444:
+    case TextureFormat::RGB565:
+    case TextureFormat::RGBA5551:
+    case TextureFormat::RGBA4444:
         return 2;
-    case PixelFormat::Rgb888:
+    case TextureFormat::RGB888:
         return 3;
-    case PixelFormat::Rgbx8888:
-    case PixelFormat::Rgba8888:
+    case TextureFormat::RGBX8888:
+    case TextureFormat::RGBA8888:
         return 4;
-    case PixelFormat::Alpha8:
+    case TextureFormat::Alpha8:
         return 1;
-    case PixelFormat::Etc1:
-    case PixelFormat::Etc1Alpha:
-        break;
+    default:
+        return 0;
     }
-    return 0;
 }
 
 } // namespace
 
-bool IsEtc1(PixelFormat format) { return format == PixelFormat::Etc1 || format == PixelFormat::Etc1Alpha; }
-
-bool HasAlpha(PixelFormat format) {
-    return format == PixelFormat::Rgba5551 || format == PixelFormat::Rgba4444 ||
-           format == PixelFormat::Rgba8888 || format == PixelFormat::Etc1Alpha || format == PixelFormat::Alpha8;
+bool IsSupported(TextureFormat::Enum format) {
+    return IsEtc1(format) || BytesPerPixel(format) != 0;
 }
 
-std::size_t RowBytes(PixelFormat format, int width) {
+bool IsEtc1(TextureFormat::Enum format) {
+    return format == TextureFormat::ETC1_RGB || format == TextureFormat::ETC1_RGBA;
+}
+
+bool HasAlpha(TextureFormat::Enum format) {
+    return format == TextureFormat::RGBA5551 || format == TextureFormat::RGBA4444 ||
+           format == TextureFormat::RGBA8888 || format == TextureFormat::ETC1_RGBA ||
+           format == TextureFormat::Alpha8;
+}
+
+std::size_t RowBytes(TextureFormat::Enum format, int width) {
     return (std::size_t(width) * BytesPerPixel(format) + 3) / 4 * 4;
 }
 
-std::size_t PlaneBytes(PixelFormat format, int width, int height) {
+std::size_t PlaneBytes(TextureFormat::Enum format, int width, int height) {
     if (IsEtc1(format))
         return (std::size_t(width) + 3) / 4 * ((std::size_t(height) + 3) / 4) * 8;
     return RowBytes(format, width) * std::size_t(height);
 }
 
-std::size_t LevelBytes(PixelFormat format, int width, int height) {
-    return PlaneBytes(format, width, height) * (format == PixelFormat::Etc1Alpha ? 2 : 1);
+std::size_t LevelBytes(TextureFormat::Enum format, int width, int height) {
+    return PlaneBytes(format, width, height) * (format == TextureFormat::ETC1_RGBA ? 2 : 1);
 }
 
 bool CheckSize(const std::string& name, long long width, long long height, const ImageLimits& limits,
@@ -55,13 +60,14 @@ bool CheckSize(const std::string& name, long long width, long long height, const
     if (width < 1 || height < 1)
         return Fail(error, name + ": a size of " + size + " pixels holds no picture");
     if (width > limits.maxWidth || height > limits.maxHeight)
-        return Fail(error, name + ": " + size + " pixels are more than the " + std::to_string(limits.maxWidth) +
-                               " x " + std::to_string(limits.maxHeight) + " allowed");
+        return Fail(error, name + ": " + size + " pixels are more than the " +
+                               std::to_string(limits.maxWidth) + " x " + std::to_string(limits.maxHeight) +
+                               " allowed");
     // Both factors fit 31 bits here, so the product fits 64.
     const unsigned long long bytes = 4ull * static_cast<unsigned long long>(width * height);
     if (bytes > limits.maxBytes)
-        return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) + " bytes, more than the " +
-                               std::to_string(limits.maxBytes) + " allowed");
+        return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) +
+                               " bytes, more than the " + std::to_string(limits.maxBytes) + " allowed");
     return true;
 }
 

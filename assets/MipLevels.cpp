@@ -16,22 +16,24 @@ struct Coverage {
     unsigned weights[3] = {};
 };
 
-/** Measured in steps of 1 / target of a source pixel, all shares are whole numbers; each pixel's sum up to `source`. */
+/** Measured in steps of 1 / target of a source pixel, all shares are whole numbers; each pixel's sum up to
+ * `source`. */
 std::vector<Coverage> CoverAxis(int source, int target) {
     std::vector<Coverage> axis(static_cast<std::size_t>(target));
     for (int i = 0; i < target; ++i) {
         Coverage& coverage = axis[std::size_t(i)];
-        const int begin = i * source;
-        const int end = begin + source;
-        coverage.first = begin / target;
-        for (int pixel = coverage.first; pixel * target < end; ++pixel)
+        const long long begin = static_cast<long long>(i) * source;
+        const long long end = begin + source;
+        coverage.first = int(begin / target);
+        for (long long pixel = coverage.first; pixel * target < end; ++pixel)
             coverage.weights[coverage.count++] =
                 unsigned(std::min(end, (pixel + 1) * target) - std::max(begin, pixel * target));
     }
     return axis;
 }
 
-void AveragePixel(const RgbaPicture& picture, const Coverage& across, const Coverage& down, std::uint8_t* out) {
+void AveragePixel(const RgbaPicture& picture, const Coverage& across, const Coverage& down,
+                  std::uint8_t* out) {
     std::uint64_t weight = 0;
     std::uint64_t alpha = 0;
     std::uint64_t plain[3] = {};
@@ -57,7 +59,8 @@ bool AppendLevel(const RgbaPicture& picture, const std::string& name, ImageData&
     const std::size_t offset = image.pixels.size();
     const std::size_t bytes = LevelBytes(image.format, picture.width, picture.height);
     if (bytes > std::size_t(INT_MAX) - offset)
-        return Fail(error, name + ": its levels need more than the 2147483647 bytes that a texture can address");
+        return Fail(error,
+                    name + ": its levels need more than the 2147483647 bytes that a texture can address");
     image.pixels.resize(offset + bytes);
     PackPixels(picture, image.format, image.pixels.data() + offset);
     image.levels.push_back({picture.width, picture.height, int(offset),
@@ -91,18 +94,19 @@ RgbaPicture HalvePicture(const RgbaPicture& picture) {
     return half;
 }
 
-bool CanHaveMipLevels(PixelFormat format, const std::string& name, std::string& error) {
-    if (format != PixelFormat::Etc1Alpha)
+bool CanHaveMipLevels(TextureFormat::Enum format, const std::string& name, std::string& error) {
+    if (format != TextureFormat::ETC1_RGBA)
         return true;
-    return Fail(error, name + ": ETC1 with alpha cannot have mip levels, its levels below 4 x 4 pixels have no room "
-                              "for the alpha plane; load it without levels or in another format");
+    return Fail(error,
+                name + ": ETC1 with alpha cannot have mip levels, its levels below 4 x 4 pixels have no room "
+                       "for the alpha plane; load it without levels or in another format");
 }
 
 bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name, ImageData& image,
                   std::string& error) {
     // By far the most frequent case needs no second copy of the pixels.
     const std::size_t bytes = picture.bytes.size();
-    if (image.format == PixelFormat::Rgba8888 && image.pixels.empty() && !fMipLevels && bytes <= INT_MAX) {
+    if (image.format == TextureFormat::RGBA8888 && image.pixels.empty() && !fMipLevels && bytes <= INT_MAX) {
         image.levels.push_back({picture.width, picture.height, 0, int(bytes)});
         image.pixels = std::move(picture.bytes);
         return true;
@@ -117,12 +121,13 @@ bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& e
     if (!CanHaveMipLevels(image.format, name, error))
         return false;
     try {
-        const ImageLevel& base = image.levels[0];
+        const MipLevel& base = image.levels[0];
         ImageData built;
         built.format = image.format;
-        built.pixels.assign(image.pixels.begin() + base.offset, image.pixels.begin() + base.offset + base.size);
-        built.levels.push_back({base.width, base.height, 0, base.size});
-        RgbaPicture picture = UnpackPixels(built.pixels.data(), image.format, base.width, base.height);
+        built.pixels.assign(image.pixels.begin() + base.m_nOffset,
+                            image.pixels.begin() + base.m_nOffset + base.m_nSize);
+        built.levels.push_back({base.m_nWidth, base.m_nHeight, 0, base.m_nSize});
+        RgbaPicture picture = UnpackPixels(built.pixels.data(), image.format, base.m_nWidth, base.m_nHeight);
         if (!AppendSmallerLevels(std::move(picture), name, built, error))
             return false;
         image.pixels = std::move(built.pixels);

@@ -12,25 +12,29 @@ namespace trevik::kelvo::assets {
 namespace {
 
 /** A channel of 8 bits to the nearest of `max` + 1 steps, and back. */
-unsigned Narrow(unsigned value, unsigned max) { return (value * max + 127) / 255; }
-std::uint8_t Widen(unsigned value, unsigned max) { return std::uint8_t((value * 255 + max / 2) / max); }
+unsigned Narrow(unsigned value, unsigned max) {
+    return (value * max + 127) / 255;
+}
+std::uint8_t Widen(unsigned value, unsigned max) {
+    return std::uint8_t((value * 255 + max / 2) / max);
+}
 
-std::uint16_t PackWord(const std::uint8_t* pixel, PixelFormat format) {
-    if (format == PixelFormat::Rgb565)
+std::uint16_t PackWord(const std::uint8_t* pixel, TextureFormat::Enum format) {
+    if (format == TextureFormat::RGB565)
         return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 63) << 5 | Narrow(pixel[2], 31));
-    if (format == PixelFormat::Rgba5551)
-        return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 31) << 6 | Narrow(pixel[2], 31) << 1 |
-                             Narrow(pixel[3], 1));
+    if (format == TextureFormat::RGBA5551)
+        return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 31) << 6 |
+                             Narrow(pixel[2], 31) << 1 | Narrow(pixel[3], 1));
     return std::uint16_t(Narrow(pixel[0], 15) << 12 | Narrow(pixel[1], 15) << 8 | Narrow(pixel[2], 15) << 4 |
                          Narrow(pixel[3], 15));
 }
 
-void UnpackWord(unsigned word, PixelFormat format, std::uint8_t* pixel) {
-    if (format == PixelFormat::Rgb565) {
+void UnpackWord(unsigned word, TextureFormat::Enum format, std::uint8_t* pixel) {
+    if (format == TextureFormat::RGB565) {
         pixel[0] = Widen(word >> 11, 31);
         pixel[1] = Widen(word >> 5 & 63, 63);
         pixel[2] = Widen(word & 31, 31);
-    } else if (format == PixelFormat::Rgba5551) {
+    } else if (format == TextureFormat::RGBA5551) {
         pixel[0] = Widen(word >> 11, 31);
         pixel[1] = Widen(word >> 6 & 31, 31);
         pixel[2] = Widen(word >> 1 & 31, 31);
@@ -43,20 +47,20 @@ void UnpackWord(unsigned word, PixelFormat format, std::uint8_t* pixel) {
     }
 }
 
-void PackRow(const std::uint8_t* in, int width, PixelFormat format, std::uint8_t* out) {
+void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
     for (int x = 0; x < width; ++x, in += 4) {
         switch (format) {
-        case PixelFormat::Rgb888:
+        case TextureFormat::RGB888:
             std::memcpy(out + x * 3, in, 3);
             break;
-        case PixelFormat::Rgbx8888:
+        case TextureFormat::RGBX8888:
             std::memcpy(out + x * 4, in, 3);
             out[x * 4 + 3] = 255;
             break;
-        case PixelFormat::Rgba8888:
+        case TextureFormat::RGBA8888:
             std::memcpy(out + x * 4, in, 4);
             break;
-        case PixelFormat::Alpha8:
+        case TextureFormat::Alpha8:
             out[x] = in[3];
             break;
         default: {
@@ -68,20 +72,20 @@ void PackRow(const std::uint8_t* in, int width, PixelFormat format, std::uint8_t
     }
 }
 
-void UnpackRow(const std::uint8_t* in, int width, PixelFormat format, std::uint8_t* out) {
+void UnpackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
     std::memset(out, 255, std::size_t(width) * 4);
     for (int x = 0; x < width; ++x, out += 4) {
         switch (format) {
-        case PixelFormat::Rgb888:
+        case TextureFormat::RGB888:
             std::memcpy(out, in + x * 3, 3);
             break;
-        case PixelFormat::Rgbx8888:
+        case TextureFormat::RGBX8888:
             std::memcpy(out, in + x * 4, 3);
             break;
-        case PixelFormat::Rgba8888:
+        case TextureFormat::RGBA8888:
             std::memcpy(out, in + x * 4, 4);
             break;
-        case PixelFormat::Alpha8:
+        case TextureFormat::Alpha8:
             out[3] = in[x];
             break;
         default: {
@@ -94,9 +98,11 @@ void UnpackRow(const std::uint8_t* in, int width, PixelFormat format, std::uint8
     }
 }
 
-/** Cuts a picture down, or fills what is new by repeating the last column and row, so that filtering finds no seam. */
+/** Cuts a picture down, or fills what is new by repeating the last column and row, so that filtering finds no
+ * seam. */
 RgbaPicture Resize(const RgbaPicture& picture, int width, int height) {
-    RgbaPicture resized{width, height, std::vector<std::uint8_t>(std::size_t(width) * std::size_t(height) * 4)};
+    RgbaPicture resized{width, height,
+                        std::vector<std::uint8_t>(std::size_t(width) * std::size_t(height) * 4)};
     const int common = std::min(width, picture.width);
     for (int y = 0; y < height; ++y) {
         const int source = std::min(y, picture.height - 1);
@@ -126,15 +132,15 @@ void SetOpaque(RgbaPicture& picture) {
         picture.bytes[i] = 255;
 }
 
-PixelFormat ChooseFormat(const ImageOptions& options, bool fHasAlpha) {
+TextureFormat::Enum ChooseFormat(const ImageOptions& options, bool fHasAlpha) {
     if (options.format)
         return *options.format;
     if (options.encodeEtc1)
-        return fHasAlpha ? PixelFormat::Etc1Alpha : PixelFormat::Etc1;
-    return fHasAlpha ? PixelFormat::Rgba8888 : PixelFormat::Rgb888;
+        return fHasAlpha ? TextureFormat::ETC1_RGBA : TextureFormat::ETC1_RGB;
+    return fHasAlpha ? TextureFormat::RGBA8888 : TextureFormat::RGB888;
 }
 
-long long AllocatedExtent(long long used, PixelFormat format, bool fPowerOfTwo) {
+long long AllocatedExtent(long long used, TextureFormat::Enum format, bool fPowerOfTwo) {
     long long extent = IsEtc1(format) ? (used + 3) / 4 * 4 : used;
     if (fPowerOfTwo) {
         long long power = IsEtc1(format) ? 4 : 1;
@@ -147,11 +153,12 @@ long long AllocatedExtent(long long used, PixelFormat format, bool fPowerOfTwo) 
 
 } // namespace
 
-void PackPixels(const RgbaPicture& picture, PixelFormat format, std::uint8_t* out) {
+void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uint8_t* out) {
     if (IsEtc1(format)) {
         EncodeEtc1Plane(picture, Etc1Plane::Colour, out);
-        if (format == PixelFormat::Etc1Alpha)
-            EncodeEtc1Plane(picture, Etc1Plane::Alpha, out + PlaneBytes(format, picture.width, picture.height));
+        if (format == TextureFormat::ETC1_RGBA)
+            EncodeEtc1Plane(picture, Etc1Plane::Alpha,
+                            out + PlaneBytes(format, picture.width, picture.height));
         return;
     }
     const std::size_t stride = RowBytes(format, picture.width);
@@ -159,12 +166,12 @@ void PackPixels(const RgbaPicture& picture, PixelFormat format, std::uint8_t* ou
         PackRow(picture.At(0, y), picture.width, format, out + std::size_t(y) * stride);
 }
 
-RgbaPicture UnpackPixels(const std::uint8_t* in, PixelFormat format, int width, int height) {
+RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int width, int height) {
     RgbaPicture picture{width, height, {}};
     picture.bytes.assign(std::size_t(width) * std::size_t(height) * 4, 255);
     if (IsEtc1(format)) {
         DecodeEtc1Plane(in, Etc1Plane::Colour, picture);
-        if (format == PixelFormat::Etc1Alpha)
+        if (format == TextureFormat::ETC1_RGBA)
             DecodeEtc1Plane(in + PlaneBytes(format, width, height), Etc1Plane::Alpha, picture);
         return picture;
     }
@@ -175,21 +182,25 @@ RgbaPicture UnpackPixels(const std::uint8_t* in, PixelFormat format, int width, 
 }
 
 RgbaPicture UnpackLevel(const ImageData& image, std::size_t level) {
-    const ImageLevel& record = image.levels[level];
-    RgbaPicture picture = UnpackPixels(image.pixels.data() + record.offset, image.format, record.width, record.height);
+    const MipLevel& record = image.levels[level];
+    RgbaPicture picture =
+        UnpackPixels(image.pixels.data() + record.m_nOffset, image.format, record.m_nWidth, record.m_nHeight);
     // The used part shrinks with the level; what is used of a texel in part is used.
     const auto used = [](int whole, int part, int allocated) {
         return int((static_cast<long long>(whole) * part + allocated - 1) / allocated);
     };
-    const int width = used(record.width, image.width, image.allocatedWidth);
-    const int height = used(record.height, image.height, image.allocatedHeight);
-    return width == record.width && height == record.height ? picture : Resize(picture, width, height);
+    const int width = used(record.m_nWidth, image.width, image.allocatedWidth);
+    const int height = used(record.m_nHeight, image.height, image.allocatedHeight);
+    return width == record.m_nWidth && height == record.m_nHeight ? picture : Resize(picture, width, height);
 }
 
 bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options, const std::string& name,
                 ImageData& image, std::string& error) {
     ImageData built;
     built.format = ChooseFormat(options, fHasAlpha);
+    if (!IsSupported(built.format))
+        return Fail(error, name + ": cannot be made an image of texture format " +
+                               std::to_string(int(built.format)));
     built.width = picture.width;
     built.height = picture.height;
     const long long width = AllocatedExtent(picture.width, built.format, options.padToPowerOfTwo);
@@ -202,7 +213,7 @@ bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options
     built.allocatedWidth = int(width);
     built.allocatedHeight = int(height);
 
-    if (built.format == PixelFormat::Alpha8 && !fHasAlpha)
+    if (built.format == TextureFormat::Alpha8 && !fHasAlpha)
         SetAlphaFromBrightness(picture);
     else if (fHasAlpha && !HasAlpha(built.format))
         SetOpaque(picture);

@@ -4,7 +4,8 @@
 
 namespace trevik::kelvo::assets {
 
-/** A picture of four bytes a pixel (R, G, B, A; straight alpha), rows without gaps: what every conversion goes through. */
+/** A picture of four bytes a pixel (R, G, B, A; straight alpha), rows without gaps: what every conversion
+ * goes through. */
 struct RgbaPicture {
     int width = 0;
     int height = 0;
@@ -19,17 +20,20 @@ struct RgbaPicture {
 };
 
 /** Writes the picture in `format` to `out`, `LevelBytes` of them. */
-void PackPixels(const RgbaPicture& picture, PixelFormat format, std::uint8_t* out);
+void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uint8_t* out);
 
-/** The opposite: `LevelBytes` bytes of `format` at `in`. Missing channels come out as 255; `Alpha8` gives white. */
-RgbaPicture UnpackPixels(const std::uint8_t* in, PixelFormat format, int width, int height);
+/** The opposite: `LevelBytes` bytes of `format` at `in`. Missing channels come out as 255; `Alpha8` gives
+ * white. */
+RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int width, int height);
 
-/** The used part of one level of an image. The image must be whole (as the readers leave it), the level exist. */
+/** The used part of one level of an image. The image must be whole (as the readers leave it), the level
+ * exist. */
 RgbaPicture UnpackLevel(const ImageData& image, std::size_t level);
 
 /**
- * Makes an image of a decoded picture as the options ask: format, row order, padding, levels. Fails, leaving `image`
- * alone, when the options contradict each other or the padded size exceeds the limits. `name` begins the message.
+ * Makes an image of a decoded picture as the options ask: format, row order, padding, levels. Fails, leaving
+ * `image` alone, when the options contradict each other or the padded size exceeds the limits. `name` begins
+ * the message.
  */
 bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options, const std::string& name,
                 ImageData& image, std::string& error);

@@ -1,0 +1,211 @@
+#include "PngReader.h"
+
+#include "FileBytes.h"
+#include "PixelPacking.h"
+
+#include <algorithm>
+#include <csetjmp>
+#include <cstdio>
+#include <cstring>
+#include <new>
+
+#include <png.h>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+constexpr std::size_t kSignatureBytes = 8;
+/** Signature, and of the header chunk its length, name, thirteen bytes and checksum. */
+constexpr std::size_t kHeaderEnd = kSignatureBytes + 8 + 13 + 4;
+
+std::uint32_t ReadBig32(const std::uint8_t* bytes) {
+    return std::uint32_t(bytes[0]) << 24 | std::uint32_t(bytes[1]) << 16 | std::uint32_t(bytes[2]) << 8 |
+           bytes[3];
+}
+
+/**
+ * Runs libpng over bytes in memory. libpng reports errors by jumping out of the call that met them, past any
+ * destructor in between; so each operation here that calls it owns nothing itself, and what must be cleaned
+ * up belongs to the object.
+ */
+class PngDecoder {
+public:
+    explicit PngDecoder(ByteSpan bytes) : m_bytes(bytes) {}
+    PngDecoder(const PngDecoder&) = delete;
+    PngDecoder& operator=(const PngDecoder&) = delete;
+    ~PngDecoder() { png_destroy_read_struct(&m_pPng, &m_pInfo, nullptr); }
+
+    /** Reads all that comes before the pixels and arranges for four bytes a pixel. */
+    bool ReadHeader(const ImageLimits& limits);
+
+    /** Reads the pixels into rows of `GetWidth` x 4 bytes, and what comes after them. */
+    bool ReadRows(png_bytepp rows);
+
+    int GetWidth() const { return int(png_get_image_width(m_pPng, m_pInfo)); }
+    int GetHeight() const { return int(png_get_image_height(m_pPng, m_pInfo)); }
+    bool HasAlpha() const { return m_fHasAlpha; }
+    /** Bytes that all rows have in the file once inflated, filter bytes aside. */
+    std::uint64_t GetStoredBytes() const { return m_nStoredBytes; }
+    /** What libpng reported, and where. */
+    std::string DescribeError() const;
+
+private:
+    static void OnError(png_structp png, png_const_charp message);
+    static void OnWarning(png_structp, png_const_charp) {}
+    static void OnRead(png_structp png, png_bytep out, size_t count);
+    void RequestRgba();
+
+    ByteSpan m_bytes;
+    std::size_t m_nPosition = 0;
+    png_structp m_pPng = nullptr;
+    png_infop m_pInfo = nullptr;
+    bool m_fHasAlpha = false;
+    std::uint64_t m_nStoredBytes = 0;
+    char m_sError[128] = "out of memory";
+};
+
+void PngDecoder::OnError(png_structp png, png_const_charp message) {
+    auto* self = static_cast<PngDecoder*>(png_get_error_ptr(png));
+    std::snprintf(self->m_sError, sizeof self->m_sError, "%s", message);
+    png_longjmp(png, 1);
+}
+
+void PngDecoder::OnRead(png_structp png, png_bytep out, size_t count) {
+    auto* self = static_cast<PngDecoder*>(png_get_io_ptr(png));
+    if (count > self->m_bytes.size - self->m_nPosition) {
+        self->m_nPosition = self->m_bytes.size;
+        png_error(png, "the file ends too early");
+    }
+    std::memcpy(out, self->m_bytes.data + self->m_nPosition, count);
+    self->m_nPosition += count;
+}
+
+bool PngDecoder::ReadHeader(const ImageLimits& limits) {
+    m_pPng = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, OnError, OnWarning);
+    if (!m_pPng)
+        return false;
+    if (setjmp(png_jmpbuf(m_pPng)))
+        return false;
+    m_pInfo = png_create_info_struct(m_pPng);
+    if (!m_pInfo)
+        return false;
+    png_set_read_fn(m_pPng, this, OnRead);
+    png_set_user_limits(m_pPng, png_uint_32(limits.maxWidth), png_uint_32(limits.maxHeight));
+    // What libpng would only warn of is damage too, and nothing but pixels, palette and transparency is of
+    // interest.
+    png_set_benign_errors(m_pPng, 0);
+    png_set_crc_action(m_pPng, PNG_CRC_ERROR_QUIT, PNG_CRC_ERROR_QUIT);
+    png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
+    png_read_info(m_pPng, m_pInfo);
+    m_nStoredBytes = std::uint64_t(png_get_rowbytes(m_pPng, m_pInfo)) * png_get_image_height(m_pPng, m_pInfo);
+    RequestRgba();
+    return true;
+}
+
+void PngDecoder::RequestRgba() {
+    m_fHasAlpha = (png_get_color_type(m_pPng, m_pInfo) & PNG_COLOR_MASK_ALPHA) != 0 ||
+                  png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
+    png_set_expand(m_pPng);
+    png_set_scale_16(m_pPng);
+    png_set_gray_to_rgb(m_pPng);
+    png_set_add_alpha(m_pPng, 0xFF, PNG_FILLER_AFTER);
+    png_set_interlace_handling(m_pPng);
+    png_read_update_info(m_pPng, m_pInfo);
+    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t(GetWidth()) * 4)
+        png_error(m_pPng, "the pixels cannot be brought to four bytes each");
+}
+
+bool PngDecoder::ReadRows(png_bytepp rows) {
+    if (setjmp(png_jmpbuf(m_pPng)))
+        return false;
+    png_read_image(m_pPng, rows);
+    png_read_end(m_pPng, nullptr);
+    return true;
+}
+
+std::string PngDecoder::DescribeError() const {
+    std::string where = "at byte " + std::to_string(m_nPosition);
+    const std::uint32_t chunk = m_pPng ? png_get_io_chunk_type(m_pPng) : 0;
+    std::string chunkName;
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        const char letter = char(chunk >> shift & 0xFF);
+        if ((letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z'))
+            chunkName += letter;
+    }
+    if (chunkName.size() == 4)
+        where = "chunk " + chunkName + ", " + where;
+    return std::string(m_sError) + " (" + where + ")";
+}
+
+/** Looks at the first chunk without libpng, so that a wrong size is refused with a clear line and before all
+ * else. */
+bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, std::string& error) {
+    static const std::uint8_t kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    const std::size_t present = std::min(bytes.size, kSignatureBytes);
+    if (present == 0)
+        return Fail(error, name + ": is empty");
+    if (std::memcmp(bytes.data, kSignature, present) != 0)
+        return Fail(error, name + ": is not a PNG file (its first 8 bytes are not the signature)");
+    if (bytes.size < kHeaderEnd)
+        return Fail(error, name + ": the file ends too early (chunk IHDR, at byte " +
+                               std::to_string(bytes.size) + ")");
+    const std::uint8_t* chunk = bytes.data + kSignatureBytes;
+    if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0)
+        return Fail(error, name + ": the first chunk is not a PNG header (at byte 8)");
+    return CheckSize(name, ReadBig32(chunk + 8), ReadBig32(chunk + 12), limits, error);
+}
+
+/** Deflate cannot shrink anything to less than 1/1032, so a small file with a huge header is known to be
+ * broken. */
+bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::string& name,
+                      std::string& error) {
+    constexpr std::uint64_t kMostInflation = 1032;
+    if (decoder.GetStoredBytes() / kMostInflation <= bytes.size)
+        return true;
+    return Fail(error, name + ": " + std::to_string(bytes.size) + " bytes are too few for " +
+                           std::to_string(decoder.GetWidth()) + " x " + std::to_string(decoder.GetHeight()) +
+                           " pixels");
+}
+
+bool Decode(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
+            bool& fHasAlpha, std::string& error) {
+    if (!CheckHeader(bytes, name, limits, error))
+        return false;
+    PngDecoder decoder(bytes);
+    if (!decoder.ReadHeader(limits))
+        return Fail(error, name + ": " + decoder.DescribeError());
+    if (!CheckFileCanHold(decoder, bytes, name, error))
+        return false;
+    picture = {decoder.GetWidth(), decoder.GetHeight(), {}};
+    picture.bytes.resize(std::size_t(picture.width) * std::size_t(picture.height) * 4);
+    std::vector<png_bytep> rows(static_cast<std::size_t>(picture.height));
+    for (int y = 0; y < picture.height; ++y)
+        rows[std::size_t(y)] = picture.At(0, y);
+    if (!decoder.ReadRows(rows.data()))
+        return Fail(error, name + ": " + decoder.DescribeError());
+    fHasAlpha = decoder.HasAlpha();
+    return true;
+}
+
+} // namespace
+
+bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
+             std::string& error) {
+    try {
+        RgbaPicture picture;
+        bool fHasAlpha = false;
+        return Decode(bytes, name, options.limits, picture, fHasAlpha, error) &&
+               BuildImage(std::move(picture), fHasAlpha, options, name, image, error);
+    } catch (const std::bad_alloc&) {
+        return Fail(error, name + ": not enough memory for its pixels");
+    }
+}
+
+bool LoadPng(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error) {
+    std::vector<std::uint8_t> bytes;
+    return ReadFile(path, options.limits.maxFileBytes, bytes, error) &&
+           LoadPng({bytes.data(), bytes.size()}, path, options, image, error);
+}
+
+} // namespace trevik::kelvo::assets

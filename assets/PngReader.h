@@ -1,0 +1,23 @@
+#pragma once
+
+#include "Image.h"
+
+namespace trevik::kelvo::assets {
+
+/**
+ * Reads a PNG file: grey, grey with alpha, RGB, RGBA and palette, transparency chunk, every bit depth,
+ * interlaced or not. Samples are taken as stored (no colour management), 16-bit ones rounded to 8 bits. An
+ * animation gives its still picture; bytes after the end of the PNG data are ignored.
+ *
+ * Fails, leaving `image` alone, with one line that names the file, what is wrong and where: a file that
+ * cannot be read or is no PNG, any damage (a wrong checksum, a missing end, a palette index without an
+ * entry), a size beyond `options.limits` or one for which the file is too short, both before memory for
+ * pixels is asked for, and options that contradict each other.
+ */
+bool LoadPng(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error);
+
+/** The same from memory; `name` stands for the path in messages. */
+bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
+             std::string& error);
+
+} // namespace trevik::kelvo::assets
