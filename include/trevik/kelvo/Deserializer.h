@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/DocumentNode.h"
 
@@ -12,18 +13,20 @@ namespace trevik::kelvo {
 class Texture;
 
 /**
- * Walks a document and gives loaders its attributes. The current node starts at the root. Never reads outside an
- * attribute. One thread at a time.
+ * Walks a document and gives loaders its attributes. The current node starts at the root. Never reads outside
+ * an attribute. One thread at a time.
  */
-class Deserializer {
+class TREVIK_API Deserializer {
 public:
-    /** Reads `pDocument`; scene objects are created through `registry`. Both must outlive the deserializer. */
+    /** Reads `pDocument`; scene objects are created through `registry`. Both must outlive the deserializer.
+     */
     Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry);
     ~Deserializer();
     Deserializer(Deserializer const&) = delete;
     Deserializer& operator=(Deserializer const&) = delete;
 
-    /** Makes the first child with the tag current. False, with the current node unchanged, when there is none. */
+    /** Makes the first child with the tag current. False, with the current node unchanged, when there is
+     * none. */
     bool PushNode(unsigned int nTagID);
     /** Makes child `nChild` (0 .. GetChildCount() - 1) current; false when there is no such child. */
     bool PushChild(unsigned int nChild);
@@ -34,7 +37,8 @@ public:
     DocumentNode* GetCurrentNode() const;
     /** Number of children of the current node. */
     unsigned int GetChildCount() const;
-    /** How many pushes are open; lets a loader return to where it began after a failed load left nodes pushed. */
+    /** How many pushes are open; lets a loader return to where it began after a failed load left nodes
+     * pushed. */
     unsigned int GetDepth() const;
     /** Pops until GetDepth() equals `nDepth`. */
     void PopTo(unsigned int nDepth);
@@ -42,7 +46,8 @@ public:
     /** Finds a raw-bytes attribute of the current node; false when absent. The bytes stay the document's. */
     bool FindAttribute(unsigned int nAttributeID, unsigned char const*& pData, unsigned long& nLength) const;
 
-    /** Reads an attribute of exactly sizeof(T) bytes; false, with `value` unchanged, when absent or of another length. */
+    /** Reads an attribute of exactly sizeof(T) bytes; false, with `value` unchanged, when absent or of
+     * another length. */
     template <class T>
     bool ReadValue(unsigned int nAttributeID, T& value) const {
         unsigned char const* pData = nullptr;
@@ -54,7 +59,8 @@ public:
         return true;
     }
 
-    /** The texture under `nIndex` of the document's table, created and loaded on first use; null when there is none. */
+    /** The texture under `nIndex` of the document's table, created and loaded on first use; null when there
+     * is none. */
     Ref<Texture> GetTexture(int nIndex);
 
     ClassRegistry& GetRegistry() const;

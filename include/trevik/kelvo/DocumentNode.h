@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Ref.h"
 #include "trevik/Referenced.h"
@@ -9,11 +10,11 @@ namespace trevik::kelvo {
 /**
  * One node of a saved document: a tag id, a type id, an attribute block and children.
  *
- * The attribute block is a 32-bit header whose upper 28 bits are the length in bytes of what follows, then entries: a
- * 32-bit word (upper 28 bits: data length in bytes; low 4 bits: kind, 2 = raw bytes), a 32-bit id, and the data padded
- * with zeros to a multiple of 4. All words are little-endian.
+ * The attribute block is a 32-bit header whose upper 28 bits are the length in bytes of what follows, then
+ * entries: a 32-bit word (upper 28 bits: data length in bytes; low 4 bits: kind, 2 = raw bytes), a 32-bit id,
+ * and the data padded with zeros to a multiple of 4. All words are little-endian.
  */
-class DocumentNode : public Referenced {
+class TREVIK_API DocumentNode : public Referenced {
 public:
     /** Kind of an attribute that holds raw bytes. */
     static constexpr unsigned int RawBytes = 2;
@@ -35,17 +36,17 @@ public:
     DocumentNode* GetChild(unsigned int nChild) const { return m_children[nChild].Get(); }
 
     /**
-     * Appends the tree's binary form to `bytes`: per node the tag id, the type id, the number of children (32 bits
-     * each), the attribute block, then the children.
+     * Appends the tree's binary form to `bytes`: per node the tag id, the type id, the number of children (32
+     * bits each), the attribute block, then the children.
      */
     bool Write(List<unsigned char>& bytes) const;
     /**
-     * Reads a tree from `nLength` bytes. Null when a length, a count or the nesting (at most 1024 levels) does not fit
-     * the bytes there are, or when bytes are left over; `pError` (if given) then points to a static text that says what
-     * is wrong and `pOffset` to the byte where.
+     * Reads a tree from `nLength` bytes. Null when a length, a count or the nesting (at most 1024 levels)
+     * does not fit the bytes there are, or when bytes are left over; `pError` (if given) then points to a
+     * static text that says what is wrong and `pOffset` to the byte where.
      */
-    static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, char const** pError = nullptr,
-                                  unsigned long* pOffset = nullptr);
+    static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength,
+                                  char const** pError = nullptr, unsigned long* pOffset = nullptr);
 
 private:
     unsigned int m_nTagID;

@@ -1,15 +1,19 @@
 #pragma once
 
+#include "trevik/Export.h"
+
 namespace trevik::kelvo {
 
 class MemoryTracer;
 
-/** Secondary base of every node, font, texture, effect and controller class: an object that can report its memory. */
-class ITraceable {
+/** Secondary base of every node, font, texture, effect and controller class: an object that can report its
+ * memory. */
+class TREVIK_API ITraceable {
 public:
     virtual ~ITraceable() = default;
 
-    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while the object is not changed. */
+    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while the object is not
+     * changed. */
     virtual void Emit(MemoryTracer* pTracer) = 0;
 };
 

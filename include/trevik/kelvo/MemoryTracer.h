@@ -1,5 +1,7 @@
 #pragma once
 
+#include "trevik/Export.h"
+
 namespace trevik::kelvo {
 
 class ITraceable;
@@ -18,10 +20,10 @@ struct MemoryType {
 };
 
 /**
- * Adds up the memory of a tree of traceable objects, by type. Each object is visited once however often it is shared.
- * The whole of one trace happens on one thread.
+ * Adds up the memory of a tree of traceable objects, by type. Each object is visited once however often it is
+ * shared. The whole of one trace happens on one thread.
  */
-class MemoryTracer {
+class TREVIK_API MemoryTracer {
 public:
     MemoryTracer();
     ~MemoryTracer();

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "trevik/Export.h"
+#include "trevik/Hash.h"
 #include "trevik/Types.h"
 #include "trevik/kelvo/PropertyType.h"
 
@@ -11,7 +13,20 @@ class MemoryTracer;
 class Property;
 class Serializer;
 
-/** What a property is: its name (static UTF-16 text, may be null), its id (the hash of the name) and its value type. */
+/** Tag, type and attribute ids of the saved form of properties and their controllers. */
+struct DocumentID {
+    static constexpr unsigned int Property = HashName("Property"); ///< tag; its type is the property's id
+    static constexpr unsigned int Name = HashName("Name");
+    static constexpr unsigned int Value = HashName("Value");
+    static constexpr unsigned int Controller = HashName("Controller"); ///< tag
+    static constexpr unsigned int Sample = HashName("Sample");         ///< type of a sample controller's tag
+    static constexpr unsigned int StartFrame = HashName("StartFrame");
+    static constexpr unsigned int Size = HashName("Size");
+    static constexpr unsigned int Samples = HashName("Samples");
+};
+
+/** What a property is: its name (static UTF-16 text, may be null), its id (the hash of the name) and its
+ * value type. */
 struct PropertyDescriptor {
     char16_t const* m_pName;
     unsigned int m_nID;
@@ -25,18 +40,21 @@ struct UpdateContext {
     GraphicsDevice* m_pDevice = nullptr;
 };
 
-/** Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load it. */
-class Property {
+/** Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load
+ * it. */
+class TREVIK_API Property {
 public:
+    Property() = default;
     virtual ~Property();
 
     /** Stores the id that the descriptor carries and returns true. */
     virtual bool Initialize(PropertyDescriptor const& descriptor);
     /** Brings the value to `frame` (in frames of the owning timeline). The base does nothing. */
     virtual void Update(UpdateContext const& context, RealFloat const& frame);
-    /** Reads the property from the current document node; false, with the value unchanged, when it is not there. */
+    /** Reads the property from the current document node; false, with the value unchanged, when it is not
+     * there. */
     virtual bool Load(Deserializer& deserializer) = 0;
-    /** Writes attribute "Name" with the 4 bytes of the id. */
+    /** Writes attribute "Name" with the 4 bytes of the id. False when out of memory. */
     virtual bool Save(Serializer& serializer);
     /** Reports owned memory. The base owns none. */
     virtual void Emit(MemoryTracer* pTracer);
@@ -45,6 +63,9 @@ public:
     unsigned int GetID() const { return m_nID; }
 
 protected:
+    Property(Property const&) = default;
+    Property& operator=(Property const&) = delete;
+
     unsigned int m_nID = 0;
 };
 

@@ -8,10 +8,10 @@
 namespace trevik::kelvo {
 
 /**
- * The animated properties of one object, by id. Holds pointers to properties that are members of the owner and live as
- * long as it does. Used on the thread that updates the owner.
+ * The animated properties of one object, by id. Holds pointers to properties that are members of the owner
+ * and live as long as it does. Used on the thread that updates the owner.
  */
-class PropertyList {
+class TREVIK_API PropertyList {
 public:
     struct Entry {
         Property* m_pProperty;
@@ -19,24 +19,29 @@ public:
     };
 
     PropertyList() = default;
-    /** Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied. */
+    /** Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
+     */
     PropertyList(PropertyList const&) {}
     PropertyList& operator=(PropertyList const&) { return *this; }
 
-    /** Enters a property under an id; a property already entered under that id is replaced. False when out of memory. */
+    /** Enters a property under an id; a property already entered under that id is replaced. False when out of
+     * memory. */
     bool Register(unsigned int nPropertyID, Property* pProperty);
 
     /** Enters a property with its value type, so that it can be set by name and found animated. */
     template <class T>
     bool Register(unsigned int nPropertyID, BaseProperty<T>* pProperty) {
-        return Register(Describe(nullptr, nPropertyID, PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated), pProperty);
+        return Register(
+            Describe(nullptr, nPropertyID, PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
+            pProperty);
     }
 
     /** Enters a property under the id of `pName`, static UTF-16 text that scene files use as its name. */
     template <class T>
     bool Register(char16_t const* pName, BaseProperty<T>* pProperty) {
-        return Register(Describe(pName, HashName(pName), PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
-                        pProperty);
+        return Register(
+            Describe(pName, HashName(pName), PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
+            pProperty);
     }
 
     /** Entry with the id, or null. */
@@ -48,7 +53,7 @@ public:
 
     /** Brings every property that has a controller to `frame`. Properties without one cost nothing. */
     void Update(UpdateContext const& context, RealFloat const& frame) {
-        if (m_nGeneration != BasePropertyGeneration::s_nValue) {
+        if (m_nGeneration != BasePropertyGeneration::Get()) {
             CollectAnimated();
         }
         for (Property* pProperty : m_animated) {
@@ -62,8 +67,8 @@ public:
     /** Writes every property as a child node (tag "Property", type = property id) of the current node. */
     bool Save(Serializer& serializer) const;
     /**
-     * Loads every property that the current node has a child for; others keep their values, unknown ones are skipped.
-     * False when a property that is present fails to load (traced with its name).
+     * Loads every property that the current node has a child for; others keep their values, unknown ones are
+     * skipped. False when a property that is present fails to load (traced with its name).
      */
     bool Load(Deserializer& deserializer);
     /** Reports every property. */
@@ -71,13 +76,14 @@ public:
 
 private:
     bool Register(PropertyDescriptor const* pDescriptor, Property* pProperty);
-    static PropertyDescriptor const* Describe(char16_t const* pName, unsigned int nID, PropertyType::Enum type,
+    static PropertyDescriptor const* Describe(char16_t const* pName, unsigned int nID,
+                                              PropertyType::Enum type,
                                               bool (*pfnIsAnimated)(Property const*));
     void CollectAnimated();
 
     List<Entry> m_entries;
     List<Property*> m_animated;
-    unsigned long m_nGeneration = 0; ///< of BasePropertyGeneration when m_animated was collected; 0 = never
+    unsigned long m_nGeneration = 0; ///< BasePropertyGeneration when m_animated was collected; 0 = never
 };
 
 } // namespace trevik::kelvo

@@ -36,10 +36,10 @@ struct PropertyTypeOf {
     static constexpr PropertyType::Enum value = PropertyType::Other;
 };
 
-#define TREVIK_PROPERTY_TYPE(T, E)                                                                                     \
-    template <>                                                                                                        \
-    struct PropertyTypeOf<T> {                                                                                         \
-        static constexpr PropertyType::Enum value = PropertyType::E;                                                   \
+#define TREVIK_PROPERTY_TYPE(T, E)                                                                           \
+    template <>                                                                                              \
+    struct PropertyTypeOf<T> {                                                                               \
+        static constexpr PropertyType::Enum value = PropertyType::E;                                         \
     }
 TREVIK_PROPERTY_TYPE(bool, Bool);
 TREVIK_PROPERTY_TYPE(int, Int);

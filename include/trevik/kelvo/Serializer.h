@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/DocumentNode.h"
 
@@ -8,10 +9,11 @@ namespace trevik::kelvo {
 class Texture;
 
 /**
- * Writes scene objects into a document. Tags nest: between PushTag and PopTag attributes go to the pushed tag.
- * Objects that several others share (textures) are written once and referred to by index. One thread at a time.
+ * Writes scene objects into a document. Tags nest: between PushTag and PopTag attributes go to the pushed
+ * tag. Objects that several others share (textures) are written once and referred to by index. One thread at
+ * a time.
  */
-class Serializer {
+class TREVIK_API Serializer {
 public:
     /** Starts an empty document; its root has tag 0 and type 0. */
     Serializer();
@@ -23,7 +25,8 @@ public:
     bool PushTag(unsigned int nTagID, unsigned int nTypeID);
     /** Makes the parent of the current node current again. On the root nothing happens. */
     void PopTag();
-    /** Appends a raw-bytes attribute to the current node. False when out of memory or `nLength` exceeds 28 bits. */
+    /** Appends a raw-bytes attribute to the current node. False when out of memory or `nLength` exceeds 28
+     * bits. */
     bool WriteAttribute(unsigned int nAttributeID, unsigned char const* pData, unsigned long nLength);
 
     /** Writes a plain value's bytes as an attribute. */
@@ -35,7 +38,8 @@ public:
     /** Index under which the document refers to `pTexture`; enters it on first use. -1 for null. */
     int GetTextureIndex(Texture* pTexture);
 
-    /** The finished document: shared textures first, then what was written. Null when a texture refused to be saved. */
+    /** The finished document: shared textures first, then what was written. Null when a texture refused to be
+     * saved. */
     Ref<DocumentNode> Finish();
 
 private:

@@ -1,0 +1,214 @@
+#pragma once
+
+#include <atomic>
+#include <new>
+
+#include "trevik/Delegate.h"
+#include "trevik/Export.h"
+#include "trevik/List.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Controller.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Property.h"
+#include "trevik/kelvo/PropertyBinding.h"
+#include "trevik/kelvo/PropertyTraits.h"
+#include "trevik/kelvo/SampleController.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+/**
+ * Counts, for all properties of the process together, how often one has gained a controller. Whoever keeps
+ * track of which properties are animated compares the count with the one it last saw. Starts at 1.
+ */
+struct TREVIK_API BasePropertyGeneration {
+    /** The count now. A plain load: another thread's change counts once that thread has handed over its
+     * property. */
+    static unsigned long Get() { return s_nValue.load(std::memory_order_relaxed); }
+    /** Notes that a property has gained a controller. */
+    static void Advance() { s_nValue.fetch_add(1, std::memory_order_relaxed); }
+
+    static std::atomic<unsigned long> s_nValue;
+};
+
+/**
+ * An animatable value of type T, a member of the object it belongs to: a stored value, the controllers that
+ * can drive it, and an event that announces changes. Used on one thread at a time.
+ *
+ * A binding, when set, stands in for the stored value: reads, writes, evaluations, loads and change
+ * notifications all go to it, and the event does not fire.
+ */
+template <class T>
+class BaseProperty : public Property {
+public:
+    typedef T Value;
+    typedef event<void(T const&)> ChangeEvent;
+
+    BaseProperty() = default;
+    /** A property with the initial value; no event fires. */
+    explicit BaseProperty(T const& value) : m_value(value) {}
+    /** A copy has the id, the current value and the controllers; it has no subscribers and no binding. */
+    BaseProperty(BaseProperty const& other)
+        : Property(other), m_value(other.GetValue()), m_controllers(other.m_controllers) {
+        NoteControllers();
+    }
+    BaseProperty& operator=(BaseProperty const&) = delete;
+
+    /** The current value. The reference holds until the value changes. */
+    T const& GetValue() const {
+        return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetValue() : m_value;
+    }
+
+    /** Where the current value may be written in place; to be followed by Notify. */
+    T& GetWritableValue() {
+        return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetWritableValue() : m_value;
+    }
+
+    /** Passes on whether the value was written: to the binding, or else, if so, to the event's subscribers.
+     */
+    void Notify(bool changed) {
+        if (__builtin_expect(m_pBinding != nullptr, 0)) {
+            m_pBinding->Notify(changed);
+        } else if (changed) {
+            m_changeEvent(m_value);
+        }
+    }
+
+    /**
+     * Fires with the new value after every SetValue, and after every evaluation or load that wrote the value,
+     * whether or not it differs from before. Not while the property is bound.
+     */
+    ChangeEvent& GetChangeEvent() { return m_changeEvent; }
+
+    /** Lets `pBinding` stand in for the stored value, which stays as it is; null ends that. The caller owns
+     * it. */
+    void Bind(PropertyBinding<T>* pBinding) { m_pBinding = pBinding; }
+    /** The binding, or null. */
+    PropertyBinding<T>* GetBinding() const { return m_pBinding; }
+
+    /** Makes `pController` the active controller. False for null or when out of memory. */
+    bool AddController(Ref<Controller<T>> const& pController) {
+        if (!pController || !m_controllers.Append(pController)) {
+            return false;
+        }
+        BasePropertyGeneration::Advance();
+        return true;
+    }
+    /** Number of controllers; the last one is active, earlier ones wait for the later ones to finish. */
+    unsigned int GetControllerCount() const { return m_controllers.GetCount(); }
+    Controller<T>* GetController(unsigned int nController) const { return m_controllers[nController].Get(); }
+    /** Drops all controllers; the value stays. */
+    void RemoveControllers() { m_controllers.Clear(); }
+
+    /** Whether the property (a BaseProperty<T>) has a controller. */
+    static bool IsAnimated(Property const* pProperty) {
+        return static_cast<BaseProperty const*>(pProperty)->GetControllerCount() != 0;
+    }
+
+    /** Lets the active controller write the value, announces it, and drops the controller once it is
+     * finished. */
+    void Update(UpdateContext const& context, RealFloat const& frame) override {
+        if (m_controllers.IsEmpty()) {
+            return;
+        }
+        Notify(m_controllers.Last()->Evaluate(context, frame, GetWritableValue()));
+        // A subscriber may have removed controllers meanwhile.
+        if (!m_controllers.IsEmpty() && m_controllers.Last()->IsFinished()) {
+            m_controllers.RemoveLast();
+        }
+    }
+
+    /**
+     * Reads a "Controller" child, which becomes the active controller, or else attribute "Value". False, with
+     * the property unchanged, when neither is there or it does not fit; after a controller's failure its node
+     * is still pushed.
+     */
+    bool Load(Deserializer& deserializer) override {
+        if (!deserializer.PushNode(DocumentID::Controller)) {
+            bool const fLoaded = LoadValue(deserializer);
+            Notify(fLoaded);
+            return fLoaded;
+        }
+        Ref<Controller<T>> pController(new (std::nothrow) SampleController<T>);
+        if (!pController || !pController->Load(deserializer) || !AddController(pController)) {
+            return false;
+        }
+        deserializer.PopNode();
+        return true;
+    }
+
+    /** Writes "Name", then the first controller, or "Value" when there is none. False when out of memory. */
+    bool Save(Serializer& serializer) override {
+        if (!Property::Save(serializer)) {
+            return false;
+        }
+        if (!m_controllers.IsEmpty()) {
+            return m_controllers.First()->Save(serializer);
+        }
+        return PropertyTraits<T>::Write(serializer, DocumentID::Value, GetValue());
+    }
+
+    /** Reports the controllers. */
+    void Emit(MemoryTracer* pTracer) override {
+        for (Ref<Controller<T>> const& pController : m_controllers) {
+            pTracer->EmitObject(pController.Get());
+        }
+    }
+
+    /** Hands `value` to the binding, or else stores it and fires the change event. */
+    virtual void SetValue(T const& value) {
+        if (__builtin_expect(m_pBinding != nullptr, 0)) {
+            m_pBinding->SetValue(value);
+            return;
+        }
+        m_value = value;
+        m_changeEvent(m_value);
+    }
+
+    /** Sets this value from the other's current value; controllers stay. */
+    virtual void Assign(BaseProperty const& other) { SetValue(other.GetValue()); }
+
+    /**
+     * Takes over the other's id, current value and controllers; the controllers are shared from then on.
+     * False when out of memory, with only some of the controllers.
+     */
+    virtual bool Copy(BaseProperty const& other) {
+        if (this == &other) {
+            return true;
+        }
+        m_nID = other.m_nID;
+        SetValue(other.GetValue());
+        m_controllers.Clear();
+        bool fCopied = m_controllers.Reserve(other.m_controllers.GetCount());
+        for (Ref<Controller<T>> const& pController : other.m_controllers) {
+            if (!pController) {
+                break;
+            }
+            fCopied = m_controllers.Append(pController) && fCopied;
+        }
+        NoteControllers();
+        return fCopied;
+    }
+
+private:
+    void NoteControllers() const {
+        if (!m_controllers.IsEmpty()) {
+            BasePropertyGeneration::Advance();
+        }
+    }
+
+    bool LoadValue(Deserializer& deserializer) {
+        unsigned char const* pData = nullptr;
+        unsigned long nLength = 0;
+        return deserializer.FindAttribute(DocumentID::Value, pData, nLength) &&
+               PropertyTraits<T>::Read(GetWritableValue(), pData, nLength);
+    }
+
+    ChangeEvent m_changeEvent;
+    PropertyBinding<T>* m_pBinding = nullptr;
+    T m_value{};
+    List<Ref<Controller<T>>> m_controllers; ///< none of them null
+};
+
+} // namespace trevik::kelvo

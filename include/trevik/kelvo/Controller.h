@@ -1,0 +1,42 @@
+#pragma once
+
+#include "trevik/Referenced.h"
+#include "trevik/Types.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/Property.h"
+
+namespace trevik::kelvo {
+
+/**
+ * Something that drives a property frame by frame. Several properties may share one controller. The base
+ * drives nothing: an application derives from it for values that it computes. Used on the thread that updates
+ * the property.
+ */
+template <class T>
+class Controller : public Referenced, public ITraceable {
+public:
+    /**
+     * Writes the value at `frame` (in frames of the property's timeline) to `out` and returns true; returns
+     * false, with `out` untouched, when there is no value.
+     */
+    virtual bool Evaluate(UpdateContext const& context, RealFloat const& frame, T& out) {
+        static_cast<void>(context);
+        static_cast<void>(frame);
+        static_cast<void>(out);
+        return false;
+    }
+    /** Whether the property shall drop the controller after this evaluation. */
+    virtual bool IsFinished() { return false; }
+    /** Reads the controller from the current document node, the one that Save pushes. */
+    virtual bool Load(Deserializer& deserializer) {
+        static_cast<void>(deserializer);
+        return true;
+    }
+    /** Writes the controller as a child of the current document node. */
+    virtual bool Save(Serializer& serializer) {
+        static_cast<void>(serializer);
+        return true;
+    }
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,15 @@
+#pragma once
+
+#include "trevik/Rectangle.h"
+#include "trevik/Types.h"
+#include "trevik/kelvo/ExtendedProperty.h"
+
+namespace trevik::kelvo {
+
+/** An animatable rectangle; each edge moves on its own. */
+class RectangleProperty : public ExtendedProperty<RectangleT<RealFloat>> {
+public:
+    using ExtendedProperty<RectangleT<RealFloat>>::ExtendedProperty;
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,321 @@
+#pragma once
+
+#include <cstring>
+#include <new>
+
+#include "trevik/List.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Controller.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/PropertyTraits.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+/** A run of equal samples, as it stands in memory and in documents. */
+template <class T>
+struct SampleChunk {
+    unsigned int m_nFirst;  ///< index of the run's first sample
+    unsigned int m_nLength; ///< number of samples
+    T m_value;
+};
+
+/**
+ * Drives a property by one value per frame, from a start frame on; between frames values are mixed, before
+ * the first and after the last frame the end values hold. Loaded samples are read where they stand in the
+ * document, which the controller keeps alive; created ones are its own.
+ *
+ * For types that are not sampled (PropertyTraits<T>::Sampled) see the specialisation below.
+ */
+template <class T, bool fSampled = PropertyTraits<T>::Sampled>
+class SampleController : public Controller<T> {
+public:
+    typedef SampleChunk<T> Chunk;
+
+    /** A controller without samples; it gives no value until Load. */
+    SampleController() = default;
+
+    /** A controller with copies of `nCount` samples, the first of them for frame `nStartFrame`. Null without
+     * memory. */
+    static Ref<SampleController> Create(int nStartFrame, T const* pSamples, unsigned int nCount) {
+        Ref<SampleController> pController(new (std::nothrow) SampleController);
+        if (!pController || !pController->m_samples.Reserve(nCount)) {
+            return nullptr;
+        }
+        for (unsigned int n = 0; n < nCount; ++n) {
+            pController->m_samples.Append(pSamples[n]);
+        }
+        pController->m_nStartFrame = nStartFrame;
+        pController->m_nSampleCount = nCount;
+        pController->m_fExternal = false;
+        return pController;
+    }
+
+    /** Frame of the first sample. */
+    int GetStartFrame() const { return m_nStartFrame; }
+    /** Number of frames covered. */
+    unsigned int GetSampleCount() const { return m_nSampleCount; }
+    /** Whether the samples are held as runs. */
+    bool IsChunked() const { return m_fChunked; }
+    /** Number of runs; 0 unless chunked. */
+    unsigned int GetChunkCount() const { return m_nChunkCount; }
+    /** Whether the samples are read where they stand in a document. */
+    bool IsExternal() const { return m_fExternal; }
+    /** Sample `nSample`, 0 being the start frame's; past the end the last one. There must be a sample. */
+    T GetSample(unsigned int nSample) const {
+        T value;
+        ReadSample(nSample, value);
+        return value;
+    }
+
+    bool Evaluate(UpdateContext const&, RealFloat const& frame, T& out) override {
+        if (m_nSampleCount == 0) {
+            return false;
+        }
+        RealFloat const t = frame;
+        long long const nLastFrame = static_cast<long long>(m_nStartFrame) + m_nSampleCount - 1;
+        if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also takes what is not a number
+            ReadSample(0, out);
+        } else if (t >= static_cast<RealFloat>(nLastFrame)) {
+            ReadSample(m_nSampleCount - 1, out);
+        } else {
+            EvaluateBetween(t, out);
+        }
+        return true;
+    }
+
+    /**
+     * Reads the attributes "StartFrame", "Size" and "Samples" of the current node. False, with the controller
+     * unchanged, when one is missing or of the wrong length, when there are fewer samples or runs than "Size"
+     * says, or when the runs together are longer than 2^32 - 1 frames.
+     */
+    bool Load(Deserializer& deserializer) override {
+        int nStartFrame = 0;
+        unsigned int nSizeWord = 0;
+        unsigned char const* pData = nullptr;
+        unsigned long nLength = 0;
+        if (!deserializer.ReadValue(DocumentID::StartFrame, nStartFrame) ||
+            !deserializer.ReadValue(DocumentID::Size, nSizeWord) ||
+            !deserializer.FindAttribute(DocumentID::Samples, pData, nLength)) {
+            return false;
+        }
+        bool const fChunked = (nSizeWord & ChunkedBit) != 0;
+        unsigned int const nCount = nSizeWord & ~ChunkedBit;
+        unsigned long long const nNeeded =
+            static_cast<unsigned long long>(nCount) * (fChunked ? sizeof(Chunk) : sizeof(T));
+        unsigned int nSampleCount = nCount;
+        if (nNeeded > nLength ||
+            (fChunked && (!PropertyTraits<T>::Chunked || !SumRuns(pData, nCount, nSampleCount)))) {
+            return false;
+        }
+        m_nStartFrame = nStartFrame;
+        m_nSampleCount = nSampleCount;
+        m_samples.Release();
+        m_fChunked = fChunked;
+        m_nChunkCount = fChunked ? nCount : 0;
+        m_chunks.Release();
+        m_pExternal = nLength != 0 ? pData : nullptr;
+        m_fExternal = true;
+        m_pDocument = deserializer.GetCurrentNode();
+        return true;
+    }
+
+    /** Writes a child node "Controller" of type "Sample"; turns the samples into runs first where that is
+     * smaller. */
+    bool Save(Serializer& serializer) override {
+        bool const fChunked = Compact();
+        unsigned int const nSizeWord = fChunked ? m_nChunkCount | ChunkedBit : m_nSampleCount;
+        unsigned long const nLength = fChunked ? static_cast<unsigned long>(m_nChunkCount) * sizeof(Chunk)
+                                               : static_cast<unsigned long>(m_nSampleCount) * sizeof(T);
+        if (!serializer.PushTag(DocumentID::Controller, DocumentID::Sample) ||
+            !serializer.WriteValue(DocumentID::StartFrame, m_nStartFrame) ||
+            !serializer.WriteValue(DocumentID::Size, nSizeWord) ||
+            !serializer.WriteAttribute(DocumentID::Samples, fChunked ? GetChunkData() : GetSampleData(),
+                                       nLength)) {
+            return false;
+        }
+        serializer.PopTag();
+        return true;
+    }
+
+    /** Reports the controller itself and its plain samples. */
+    void Emit(MemoryTracer* pTracer) override {
+        pTracer->EmitAllocation(sizeof(*this), MemoryType::Property);
+        pTracer->EmitAllocation(static_cast<unsigned int>(sizeof(T) * m_samples.GetCount()),
+                                MemoryType::Property);
+    }
+
+    /**
+     * Turns plain samples into runs where those take strictly fewer bytes; samples that stand in a document
+     * become the controller's own in any case. Returns whether the samples are now held as runs. Out of
+     * memory nothing changes.
+     */
+    bool Compact() {
+        if constexpr (PropertyTraits<T>::Chunked) {
+            if (m_fChunked) {
+                return true;
+            }
+            if (!OwnSamples()) {
+                return false;
+            }
+            m_chunks.Release();
+            unsigned int const nRuns = CountRuns();
+            if (static_cast<unsigned long long>(nRuns) * sizeof(Chunk) >=
+                    static_cast<unsigned long long>(m_nSampleCount) * sizeof(T) ||
+                !MakeChunks(nRuns)) {
+                return false;
+            }
+            m_nChunkCount = nRuns;
+            m_fChunked = true;
+            m_samples.Release();
+        } else {
+            OwnSamples();
+        }
+        return m_fChunked;
+    }
+
+private:
+    static constexpr unsigned int ChunkedBit = 0x80000000u;
+    static_assert(!PropertyTraits<T>::Chunked || sizeof(Chunk) == 8 + sizeof(T),
+                  "runs are saved without gaps");
+
+    /** Adds up the run lengths; false when the sum exceeds 32 bits. */
+    static bool SumRuns(unsigned char const* pData, unsigned int nRuns, unsigned int& nSampleCount) {
+        unsigned long long nSum = 0;
+        for (unsigned int n = 0; n < nRuns; ++n) {
+            unsigned int nLength;
+            std::memcpy(&nLength,
+                        pData + n * static_cast<unsigned long>(sizeof(Chunk)) + sizeof(unsigned int),
+                        sizeof(nLength));
+            nSum += nLength;
+        }
+        nSampleCount = static_cast<unsigned int>(nSum);
+        return nSum == nSampleCount;
+    }
+
+    unsigned char const* GetSampleData() const {
+        return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_samples.GetData());
+    }
+    unsigned char const* GetChunkData() const {
+        return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_chunks.GetData());
+    }
+
+    void EvaluateBetween(RealFloat t, T& out) const {
+        // Truncated toward zero, not down: between two negative frames this mixes outwards from the later
+        // one. Intended.
+        long long const nFrame = static_cast<long long>(t);
+        RealFloat const f = t - static_cast<RealFloat>(nFrame);
+        unsigned long long const nSample = static_cast<unsigned long long>(nFrame - m_nStartFrame);
+        if (f == 0) {
+            ReadSample(nSample, out);
+            return;
+        }
+        T a;
+        T b;
+        ReadSample(nSample, a);
+        ReadSample(nSample + 1, b);
+        PropertyTraits<T>::Interpolate(a, b, f, out);
+    }
+
+    void ReadSample(unsigned long long nSample, T& out) const {
+        if constexpr (PropertyTraits<T>::Chunked) {
+            if (m_fChunked) {
+                ReadChunkedSample(nSample, out);
+                return;
+            }
+        }
+        unsigned long long const nLast = m_nSampleCount - 1;
+        PropertyTraits<T>::Read(out, GetSampleData() + (nSample < nLast ? nSample : nLast) * sizeof(T));
+    }
+
+    void ReadChunkedSample(unsigned long long nSample, T& out) const {
+        unsigned char const* const pChunks = GetChunkData();
+        long long nLow = 0;
+        long long nHigh = static_cast<long long>(m_nChunkCount) - 1;
+        unsigned char const* pFound = pChunks + static_cast<unsigned long>(nHigh) * sizeof(Chunk);
+        while (nLow <= nHigh) {
+            long long const nMiddle = nLow + (nHigh - nLow) / 2;
+            unsigned char const* const pChunk = pChunks + static_cast<unsigned long>(nMiddle) * sizeof(Chunk);
+            unsigned int range[2]; // first index and length
+            std::memcpy(range, pChunk, sizeof(range));
+            if (nSample < range[0]) {
+                nHigh = nMiddle - 1;
+            } else if (nSample - range[0] < range[1]) {
+                pFound = pChunk;
+                break;
+            } else {
+                nLow = nMiddle + 1;
+            }
+        }
+        PropertyTraits<T>::Read(out, pFound + 2 * sizeof(unsigned int));
+    }
+
+    /** Copies samples that stand in a document; false when out of memory. */
+    bool OwnSamples() {
+        if (!m_fExternal) {
+            return true;
+        }
+        List<T> samples;
+        if (!samples.Resize(m_nSampleCount)) {
+            return false;
+        }
+        for (unsigned int n = 0; n < m_nSampleCount; ++n) {
+            PropertyTraits<T>::Read(samples[n], m_pExternal + static_cast<unsigned long>(n) * sizeof(T));
+        }
+        m_samples.Swap(samples);
+        m_pExternal = nullptr;
+        m_fExternal = false;
+        m_pDocument.Reset();
+        return true;
+    }
+
+    unsigned int CountRuns() const {
+        unsigned int nRuns = m_nSampleCount != 0 ? 1 : 0;
+        for (unsigned int n = 1; n < m_nSampleCount; ++n) {
+            nRuns += m_samples[n] == m_samples[n - 1] ? 0 : 1;
+        }
+        return nRuns;
+    }
+
+    bool MakeChunks(unsigned int nRuns) {
+        if (!m_chunks.Reserve(nRuns)) {
+            return false;
+        }
+        for (unsigned int n = 0; n < m_nSampleCount; ++n) {
+            if (n != 0 && m_samples[n] == m_samples[n - 1]) {
+                ++m_chunks.Last().m_nLength;
+            } else {
+                m_chunks.Append(Chunk{n, 1, m_samples[n]});
+            }
+        }
+        return true;
+    }
+
+    int m_nStartFrame = 0;           ///< frame of sample 0
+    unsigned int m_nSampleCount = 0; ///< frames covered
+    List<T> m_samples;               ///< plain form, unless external
+    bool m_fChunked = false;
+    unsigned int m_nChunkCount = 0;
+    List<Chunk> m_chunks;                       ///< chunked form, unless external
+    unsigned char const* m_pExternal = nullptr; ///< samples or chunks in a document, at any alignment
+    bool m_fExternal = true;
+    Ref<DocumentNode> m_pDocument; ///< keeps m_pExternal alive
+};
+
+/** The controller of a value that is not sampled: deliberately inert. It loads and saves nothing and gives no
+ * value. */
+template <class T>
+class SampleController<T, false> : public Controller<T> {
+public:
+    bool Evaluate(UpdateContext const&, RealFloat const&, T&) override { return false; }
+    bool IsFinished() override { return false; }
+    bool Load(Deserializer&) override { return true; }
+    bool Save(Serializer&) override { return true; }
+    void Emit(MemoryTracer* pTracer) override {
+        pTracer->EmitAllocation(sizeof(*this), MemoryType::Property);
+        pTracer->EmitAllocation(0, MemoryType::Property); // no samples
+    }
+};
+
+} // namespace trevik::kelvo

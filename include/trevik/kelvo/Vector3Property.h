@@ -1,0 +1,15 @@
+#pragma once
+
+#include "trevik/Types.h"
+#include "trevik/Vector.h"
+#include "trevik/kelvo/ExtendedProperty.h"
+
+namespace trevik::kelvo {
+
+/** An animatable position, direction, scale or opaque colour. */
+class Vector3Property : public ExtendedProperty<Vector3T<RealFloat>> {
+public:
+    using ExtendedProperty<Vector3T<RealFloat>>::ExtendedProperty;
+};
+
+} // namespace trevik::kelvo
