@@ -69,7 +69,7 @@ public:
     static void SetProfiling(bool profiling);
     static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
 
-    /** Sets all figures back to zero and forgets the frames. */
+    /** Sets all figures back to zero and forgets the frames. The thread that marks the frames does this, and switches. */
     static void ResetFigures();
 
     /** Calls and time of one id since the start or the last reset. */

@@ -1,0 +1,46 @@
+#include "trevik/Assert.h"
+
+#include "trevik/Immortal.h"
+#include "trevik/Mutex.h"
+
+#include <cstdio>
+
+namespace trevik {
+
+namespace {
+
+Mutex& HandlerMutex() {
+    static Immortal<Mutex> s_mutex;
+    return s_mutex.Get();
+}
+
+AssertHandler g_handler = {nullptr, nullptr};
+
+AssertHandler CurrentHandler() {
+    ScopedLock lock(HandlerMutex());
+    return g_handler;
+}
+
+} // namespace
+
+void AssertFail(char const* file, unsigned int line, char const* expression) {
+    AssertHandler const handler = CurrentHandler();
+    if (handler.pfnHandle) {
+        handler.pfnHandle(handler.pUser, file, line, expression);
+    } else {
+        std::fprintf(stderr, "%s:%u: assertion failed: %s\n", file, line, expression);
+    }
+}
+
+AssertHandler SetAssertHandler(AssertHandler::Function handle, void* user) {
+    return SetAssertHandler(AssertHandler{handle, user});
+}
+
+AssertHandler SetAssertHandler(AssertHandler const& handler) {
+    ScopedLock lock(HandlerMutex());
+    AssertHandler const before = g_handler;
+    g_handler = handler;
+    return before;
+}
+
+} // namespace trevik

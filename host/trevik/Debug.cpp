@@ -1,0 +1,76 @@
+#include "trevik/Debug.h"
+
+#include "trevik/Immortal.h"
+#include "trevik/Mutex.h"
+
+#include <atomic>
+#include <cstdio>
+
+namespace trevik {
+
+namespace {
+
+/** Held while a line is handed over, so that lines do not mix and a sink that was replaced has returned. */
+Mutex& SinkMutex() {
+    static Immortal<Mutex> s_mutex;
+    return s_mutex.Get();
+}
+
+TraceSink g_sink = {nullptr, nullptr};
+std::atomic<int> g_nMinimumLevel{TraceLevel::Error};
+
+void PrintLine(StringEncoded<UTF16Encoding> const& message) {
+    StringEncoded<UTF8Encoding> const text(message);
+    unsigned int const length = text.GetLength();
+    bool const broken = length > 0 && text[length - 1] == '\n';
+    std::fprintf(stderr, broken ? "%s" : "%s\n", text.GetData());
+}
+
+} // namespace
+
+void Debug::Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message) {
+    if (!IsEnabled(level)) {
+        return;
+    }
+    ScopedLock lock(SinkMutex());
+    TraceSink const sink = g_sink;
+    if (sink.pfnTrace) {
+        sink.pfnTrace(sink.pUser, level, message);
+    } else {
+        PrintLine(message);
+    }
+}
+
+void Debug::TraceFormat(TraceLevel::Enum level, char16_t const* format, ...) {
+    va_list arguments;
+    va_start(arguments, format);
+    TraceFormatV(level, format, arguments);
+    va_end(arguments);
+}
+
+void Debug::TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments) {
+    if (IsEnabled(level)) {
+        Trace(level, StringEncoded<UTF16Encoding>::FormatV(format, arguments));
+    }
+}
+
+TraceSink Debug::SetSink(TraceSink::Function trace, void* user) {
+    return SetSink(TraceSink{trace, user});
+}
+
+TraceSink Debug::SetSink(TraceSink const& sink) {
+    ScopedLock lock(SinkMutex());
+    TraceSink const before = g_sink;
+    g_sink = sink;
+    return before;
+}
+
+TraceLevel::Enum Debug::SetMinimumLevel(TraceLevel::Enum level) {
+    return static_cast<TraceLevel::Enum>(g_nMinimumLevel.exchange(level, std::memory_order_relaxed));
+}
+
+bool Debug::IsEnabled(TraceLevel::Enum level) {
+    return level >= g_nMinimumLevel.load(std::memory_order_relaxed);
+}
+
+} // namespace trevik

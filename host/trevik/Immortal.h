@@ -1,0 +1,22 @@
+#pragma once
+
+#include <new>
+
+namespace trevik {
+
+/**
+ * Holds an object that is never destroyed: for what other libraries may still use while the process ends, when statics of
+ * this one are gone already.
+ */
+template <class T>
+class Immortal {
+public:
+    Immortal() { new (m_storage) T; }
+
+    T& Get() { return *std::launder(reinterpret_cast<T*>(m_storage)); }
+
+private:
+    alignas(T) unsigned char m_storage[sizeof(T)];
+};
+
+} // namespace trevik

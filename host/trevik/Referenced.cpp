@@ -1,0 +1,7 @@
+#include "trevik/Referenced.h"
+
+namespace trevik {
+
+Referenced::~Referenced() {}
+
+} // namespace trevik
