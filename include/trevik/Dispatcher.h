@@ -8,7 +8,6 @@
 #include "trevik/Ref.h"
 #include "trevik/TakeANumber.h"
 
-#include <atomic>
 #include <pthread.h>
 
 namespace trevik {
@@ -93,19 +92,18 @@ public:
     bool WaitUntilIdle(unsigned int milliseconds);
 
     /** The number of operations that no ExecuteEnqueuedOperations has taken up yet. */
-    unsigned int GetPendingCount() const { return m_nPending.load(std::memory_order_acquire); }
+    unsigned int GetPendingCount();
 
 private:
     bool EnqueueWithTicket(OperationBase* operation, int& ticket);
     bool IsExecutingThread();
 
     Event m_queued; // set when an operation comes in
-    Mutex m_mutex;  // guards what follows
+    Mutex m_mutex;  // guards the queue and what stands behind the batch
     List<Ref<OperationBase>> m_queue;
     ManualResetEvent m_idle; // signalled while all that was ever queued has been executed
 
-    List<Ref<OperationBase>> m_batch; // the operations being executed; kept for its storage
-    std::atomic<unsigned int> m_nPending;
+    List<Ref<OperationBase>> m_batch; // the operations being executed, for the executing thread alone
     int m_nFirstTicket; // the ticket of the first operation in the queue
     pthread_t m_executingThread;
     bool m_fExecutingThreadKnown;

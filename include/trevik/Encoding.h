@@ -54,9 +54,11 @@ struct UTF16Encoding {
     /**
      * Formats as printf does, into units of 16 bits: flags, width and precision (also `*`), lengths hh, h, l, ll, z, t,
      * j, and the conversions d i u x X o c s f F e E g G p and %%. `%s` takes a char16_t string, `%hs` an 8-bit string in
-     * UTF-8, `%c` a code point; a null string prints as "(null)". Width and precision of strings count units of the
-     * result. Anything else is copied as it stands and takes no argument.
-     * @param capacity units in the buffer; the result is cut to fit and always ends in a NUL, unless this is 0.
+     * UTF-8, `%c` a code point; a null string prints as "(null)". The precision of a string is the most units that are
+     * read from it (it need not be terminated then), the width counts units of the result. Anything else is copied as it
+     * stands and takes no argument.
+     * @param capacity units in the buffer; the result is cut to fit, between code points, and always ends in a NUL, unless
+     * this is 0.
      * @return the units written, without the NUL.
      */
     TREVIK_API static unsigned int FormatV(Unit* buffer, unsigned int capacity, Unit const* format, va_list arguments);
