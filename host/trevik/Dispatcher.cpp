@@ -15,8 +15,8 @@ Dispatcher::Dispatcher() : m_pTickets(new (std::nothrow) TakeANumber) {}
 Dispatcher::~Dispatcher() {}
 
 QueueDispatcher::QueueDispatcher()
-    : m_queued(String16::FromLiteral(u"operations queued"), false, false), m_nFirstTicket(0), m_executingThread(),
-      m_fExecutingThreadKnown(false), m_fExecuting(false) {}
+    : m_queued(String16::FromLiteral(u"operations queued"), false, false), m_nFirstTicket(0),
+      m_executingThread(), m_fExecutingThreadKnown(false), m_fExecuting(false) {}
 
 QueueDispatcher::~QueueDispatcher() {}
 

@@ -31,10 +31,11 @@ int UnitAt(char const* text, int index) {
 }
 
 /**
- * Reads one continuation unit onto the value when it lies between the limits, which are narrower than 0x80 to 0xbf where
- * anything else would be an overlong form, a surrogate or too large.
+ * Reads one continuation unit onto the value when it lies between the limits, which are narrower than 0x80 to
+ * 0xbf where anything else would be an overlong form, a surrogate or too large.
  */
-bool TakeContinuation(char const* text, int& index, int length, int& value, int lowest = 0x80, int highest = 0xbf) {
+bool TakeContinuation(char const* text, int& index, int length, int& value, int lowest = 0x80,
+                      int highest = 0xbf) {
     if (index >= length) {
         return false;
     }
@@ -86,11 +87,13 @@ int UTF8Encoding::GetNextChar(Unit const* text, int& index, int length) {
         whole = TakeContinuation(text, index, length, value);
     } else if (lead >= 0xe0 && lead <= 0xef) {
         value = lead & 0x0f;
-        whole = TakeContinuation(text, index, length, value, lead == 0xe0 ? 0xa0 : 0x80, lead == 0xed ? 0x9f : 0xbf) &&
+        whole = TakeContinuation(text, index, length, value, lead == 0xe0 ? 0xa0 : 0x80,
+                                 lead == 0xed ? 0x9f : 0xbf) &&
                 TakeContinuation(text, index, length, value);
     } else if (lead >= 0xf0 && lead <= 0xf4) {
         value = lead & 0x07;
-        whole = TakeContinuation(text, index, length, value, lead == 0xf0 ? 0x90 : 0x80, lead == 0xf4 ? 0x8f : 0xbf) &&
+        whole = TakeContinuation(text, index, length, value, lead == 0xf0 ? 0x90 : 0x80,
+                                 lead == 0xf4 ? 0x8f : 0xbf) &&
                 TakeContinuation(text, index, length, value) && TakeContinuation(text, index, length, value);
     }
     return whole ? value : int(CodePoint::Replacement);

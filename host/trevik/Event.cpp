@@ -10,7 +10,8 @@ Event::Event(StringEncoded<UTF16Encoding> const& name, bool signalled, bool manu
     pthread_mutex_init(&m_mutex, nullptr);
     pthread_condattr_t attributes;
     pthread_condattr_init(&attributes);
-    pthread_condattr_setclock(&attributes, CLOCK_MONOTONIC); // a wait must not depend on the wall clock being set
+    pthread_condattr_setclock(&attributes,
+                              CLOCK_MONOTONIC); // a wait must not depend on the wall clock being set
     pthread_cond_init(&m_condition, &attributes);
     pthread_condattr_destroy(&attributes);
 }

@@ -43,7 +43,8 @@ public:
 
     unsigned int Finish() {
         bool const cut = m_nTotal > m_nWritten;
-        if (cut && m_nWritten > 0 && m_pBuffer[m_nWritten - 1] >= 0xd800 && m_pBuffer[m_nWritten - 1] <= 0xdbff) {
+        if (cut && m_nWritten > 0 && m_pBuffer[m_nWritten - 1] >= 0xd800 &&
+            m_pBuffer[m_nWritten - 1] <= 0xdbff) {
             --m_nWritten;
         }
         if (m_pBuffer) {
@@ -223,7 +224,8 @@ void PutDigits(Output& output, Conversion const& conversion, unsigned long long 
         digits[--start] = figures[rest % base];
     }
     std::size_t const count = sizeof(digits) - start;
-    std::size_t const wanted = conversion.nPrecision < 0 ? 1 : static_cast<std::size_t>(conversion.nPrecision);
+    std::size_t const wanted =
+        conversion.nPrecision < 0 ? 1 : static_cast<std::size_t>(conversion.nPrecision);
     std::size_t zeros = wanted > count ? wanted - count : 0;
     if (base == 8 && conversion.fAlternate && zeros == 0) {
         zeros = 1;
@@ -409,7 +411,8 @@ void FormatTo(Output& output, char16_t const* format, va_list list) {
 
 } // namespace
 
-unsigned int UTF16Encoding::FormatV(Unit* buffer, unsigned int capacity, Unit const* format, va_list arguments) {
+unsigned int UTF16Encoding::FormatV(Unit* buffer, unsigned int capacity, Unit const* format,
+                                    va_list arguments) {
     if (!buffer || capacity == 0) {
         return 0;
     }

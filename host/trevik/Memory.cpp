@@ -15,7 +15,8 @@ std::atomic<bool> g_fLimited{false};
 std::atomic<long long> g_nAllowed{0};
 
 bool IsRefused() {
-    return g_fLimited.load(std::memory_order_relaxed) && g_nAllowed.fetch_sub(1, std::memory_order_relaxed) <= 0;
+    return g_fLimited.load(std::memory_order_relaxed) &&
+           g_nAllowed.fetch_sub(1, std::memory_order_relaxed) <= 0;
 }
 
 } // namespace

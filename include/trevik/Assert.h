@@ -5,8 +5,8 @@
 namespace trevik {
 
 /**
- * Reports a broken invariant: to the handler that is installed, or else as one line on stderr. It may return, so its
- * callers go on, or give up in their own way. Any thread.
+ * Reports a broken invariant: to the handler that is installed, or else as one line on stderr. It may return,
+ * so its callers go on, or give up in their own way. Any thread.
  */
 TREVIK_API void AssertFail(char const* file, unsigned int line, char const* expression);
 
@@ -19,8 +19,8 @@ struct AssertHandler {
 };
 
 /**
- * Installs a handler for the whole process, null for the default, and returns the one before. The handler is called on
- * the thread that failed, by several at once if need be.
+ * Installs a handler for the whole process, null for the default, and returns the one before. The handler is
+ * called on the thread that failed, by several at once if need be.
  */
 TREVIK_API AssertHandler SetAssertHandler(AssertHandler::Function handle, void* user = nullptr);
 TREVIK_API AssertHandler SetAssertHandler(AssertHandler const& handler);
@@ -28,7 +28,7 @@ TREVIK_API AssertHandler SetAssertHandler(AssertHandler const& handler);
 } // namespace trevik
 
 /** Reports `text` with this file and line when the condition does not hold. */
-#define TREVIK_ASSERT_AT(condition, file, line, text) \
+#define TREVIK_ASSERT_AT(condition, file, line, text)                                                        \
     ((condition) ? static_cast<void>(0) : ::trevik::AssertFail((file), (line), (text)))
 
 /** The same with the place and the text of the condition itself. */

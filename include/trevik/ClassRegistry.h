@@ -5,15 +5,16 @@
 
 namespace trevik {
 
-/** The classes that the host can create by name: its own, and those of the plug-ins. Used by one thread at a time. */
+/** The classes that the host can create by name: its own, and those of the plug-ins. Used by one thread at a
+ * time. */
 class TREVIK_API ClassRegistry {
 public:
     ClassRegistry() {}
     virtual ~ClassRegistry();
 
     /**
-     * Enters a container, which the registry owns from here on and deletes at its own end. One whose id is there already
-     * takes the older one's place.
+     * Enters a container, which the registry owns from here on and deletes at its own end. One whose id is
+     * there already takes the older one's place.
      * @return false for null and when there is no memory; the container is deleted then.
      */
     virtual bool AddClassContainer(ClassContainer* container);

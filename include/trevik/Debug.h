@@ -14,7 +14,8 @@ struct TraceLevel {
 
 /** Where traces go: a function with a value of its user's choice. */
 struct TraceSink {
-    using Function = void (*)(void* user, TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
+    using Function = void (*)(void* user, TraceLevel::Enum level,
+                              StringEncoded<UTF16Encoding> const& message);
 
     Function pfnTrace; // null: the default, one line on stderr in UTF-8
     void* pUser;
@@ -23,7 +24,8 @@ struct TraceSink {
 /** The trace of the whole process. Any thread may trace at any time; lines do not mix. */
 class TREVIK_API Debug {
 public:
-    /** Logs one line, unless its level is below the minimum. A line break at the end of the message is not doubled. */
+    /** Logs one line, unless its level is below the minimum. A line break at the end of the message is not
+     * doubled. */
     static void Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
 
     /** The same with UTF16Encoding::FormatV, which runs only for a line that is logged. */
@@ -31,9 +33,9 @@ public:
     static void TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments);
 
     /**
-     * Sends traces to a sink, null for the default, and returns the one before. The sink is called on the tracing thread,
-     * one call at a time; it may trace in turn, but not wait for another thread that does. Once this returns on another
-     * thread than the sink's, the sink before is not called any more.
+     * Sends traces to a sink, null for the default, and returns the one before. The sink is called on the
+     * tracing thread, one call at a time; it may trace in turn, but not wait for another thread that does.
+     * Once this returns on another thread than the sink's, the sink before is not called any more.
      */
     static TraceSink SetSink(TraceSink::Function trace, void* user = nullptr);
     static TraceSink SetSink(TraceSink const& sink);

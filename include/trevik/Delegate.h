@@ -9,12 +9,13 @@ template <class Signature>
 class event;
 
 /**
- * A change that others may listen to. Handlers are called in the order in which they were connected. A handler may
- * connect and disconnect handlers, itself included, and fire the event again: one that is disconnected is not called any
- * more, one that is connected is first called by the next firing. It must not destroy the event.
+ * A change that others may listen to. Handlers are called in the order in which they were connected. A
+ * handler may connect and disconnect handlers, itself included, and fire the event again: one that is
+ * disconnected is not called any more, one that is connected is first called by the next firing. It must not
+ * destroy the event.
  *
- * Subscriptions belong to the event's owner: a copy of an event starts without any, and assignment keeps what is there.
- * An event is used by one thread at a time.
+ * Subscriptions belong to the event's owner: a copy of an event starts without any, and assignment keeps what
+ * is there. An event is used by one thread at a time.
  */
 template <class... Args>
 class event<void(Args...)> {
@@ -32,7 +33,8 @@ public:
 
     /**
      * Adds a handler behind the others.
-     * @return false, with nothing changed, when an equal one is connected already, when it is empty, or without memory.
+     * @return false, with nothing changed, when an equal one is connected already, when it is empty, or
+     * without memory.
      */
     bool Connect(function<void(Args...)> const& handler) {
         if (!handler || Find(handler) >= 0) {

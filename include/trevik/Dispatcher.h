@@ -52,8 +52,8 @@ public:
     virtual bool Enqueue(Ref<OperationBase>& operation) = 0;
 
     /**
-     * Queues an operation and waits until it has been executed; on the executing thread itself, executes it at once,
-     * ahead of what is queued. Any thread.
+     * Queues an operation and waits until it has been executed; on the executing thread itself, executes it
+     * at once, ahead of what is queued. Any thread.
      * @return false, with nothing executed, for null or without memory.
      */
     virtual bool Invoke(Ref<OperationBase>& operation) = 0;
@@ -76,17 +76,19 @@ public:
     bool Invoke(Ref<OperationBase>& operation) override;
 
     /**
-     * Executes the operations that are queued now, in order, on the calling thread, and releases each right after it has
-     * been executed. No lock is held meanwhile, so operations may queue others; those wait for the next call. A call from
-     * within an operation, or while another thread is executing, does nothing.
+     * Executes the operations that are queued now, in order, on the calling thread, and releases each right
+     * after it has been executed. No lock is held meanwhile, so operations may queue others; those wait for
+     * the next call. A call from within an operation, or while another thread is executing, does nothing.
      */
     void ExecuteEnqueuedOperations();
 
-    /** Waits until an operation is queued; for a thread that does nothing else. @return false when the time is up. */
+    /** Waits until an operation is queued; for a thread that does nothing else. @return false when the time
+     * is up. */
     bool WaitForOperations(unsigned int milliseconds);
 
     /**
-     * Waits until everything that was queued has been executed. Not on the executing thread, which would wait for itself.
+     * Waits until everything that was queued has been executed. Not on the executing thread, which would wait
+     * for itself.
      * @return false when the time is up.
      */
     bool WaitUntilIdle(unsigned int milliseconds);
@@ -104,7 +106,7 @@ private:
     ManualResetEvent m_idle; // signalled while all that was ever queued has been executed
 
     List<Ref<OperationBase>> m_batch; // the operations being executed, for the executing thread alone
-    int m_nFirstTicket; // the ticket of the first operation in the queue
+    int m_nFirstTicket;               // the ticket of the first operation in the queue
     pthread_t m_executingThread;
     bool m_fExecutingThreadKnown;
     bool m_fExecuting;

@@ -8,8 +8,8 @@
 namespace trevik {
 
 /**
- * Something that threads wait for. Once set it stays signalled: a manual-reset event until Reset, letting everybody
- * through; any other until one waiter has come through. The name is for whoever debugs.
+ * Something that threads wait for. Once set it stays signalled: a manual-reset event until Reset, letting
+ * everybody through; any other until one waiter has come through. The name is for whoever debugs.
  */
 class TREVIK_API Event {
 public:
@@ -45,7 +45,8 @@ private:
 /** An event that stays signalled until it is reset; not signalled at first. */
 class ManualResetEvent : public Event {
 public:
-    explicit ManualResetEvent(bool signalled = false) : Event(StringEncoded<UTF16Encoding>(), signalled, true) {}
+    explicit ManualResetEvent(bool signalled = false)
+        : Event(StringEncoded<UTF16Encoding>(), signalled, true) {}
 };
 
 } // namespace trevik

@@ -1,9 +1,9 @@
 #pragma once
 
 /**
- * Marks what libkelvo defines and others link to: functions, and classes with virtual operations (their tables and type
- * information must be one and the same in every library). It has no effect under the default visibility; it matters
- * in a library that hides its own names.
+ * Marks what libkelvo defines and others link to: functions, and classes with virtual operations (their
+ * tables and type information must be one and the same in every library). It has no effect under the default
+ * visibility; it matters in a library that hides its own names.
  */
 #if defined(__GNUC__)
 #define TREVIK_API __attribute__((visibility("default")))

@@ -33,11 +33,12 @@ private:
 };
 
 /**
- * A callable that calls an operation of an object, virtual ones included. It does not keep the object alive. Two of them
- * are equal when object and operation are.
+ * A callable that calls an operation of an object, virtual ones included. It does not keep the object alive.
+ * Two of them are equal when object and operation are.
  */
 template <class Object, class Class, class R, class... Args>
-inline MemberFunction<Class, R (Class::*)(Args...)> member_function(Object* object, R (Class::*method)(Args...)) {
+inline MemberFunction<Class, R (Class::*)(Args...)> member_function(Object* object,
+                                                                    R (Class::*method)(Args...)) {
     return MemberFunction<Class, R (Class::*)(Args...)>(object, method);
 }
 
@@ -75,7 +76,9 @@ public:
     virtual void const* GetTypeTag() const = 0;
     virtual ~Callable() {}
 
-    static void* operator new(std::size_t size, std::nothrow_t const&) noexcept { return AllocateMemory(size); }
+    static void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
+        return AllocateMemory(size);
+    }
     static void operator delete(void* memory, std::nothrow_t const&) noexcept { FreeMemory(memory); }
     static void operator delete(void* memory) noexcept { FreeMemory(memory); }
 
@@ -96,7 +99,8 @@ public:
 
     bool IsEqual([[maybe_unused]] Base const& other) const override {
         if constexpr (HasEquality<F>::value) {
-            return other.GetTypeTag() == GetTypeTag() && m_target == static_cast<CallableOf const&>(other).m_target;
+            return other.GetTypeTag() == GetTypeTag() &&
+                   m_target == static_cast<CallableOf const&>(other).m_target;
         } else {
             return false;
         }
@@ -111,13 +115,13 @@ private:
 } // namespace detail
 
 /**
- * Holds any callable with this signature: a free function, an object with an operator(), a lambda, or an object with one
- * of its operations (member_function). A copy holds its own copy of the callable. It is empty by default, after
- * construction from null, and when there was no memory for the callable; calling an empty one does nothing and returns
- * the result type's default value.
+ * Holds any callable with this signature: a free function, an object with an operator(), a lambda, or an
+ * object with one of its operations (member_function). A copy holds its own copy of the callable. It is empty
+ * by default, after construction from null, and when there was no memory for the callable; calling an empty
+ * one does nothing and returns the result type's default value.
  *
- * Two are equal when both are empty, or when both hold callables of one type that compare equal: free functions,
- * member functions, and objects that have an operator==. Lambdas are never equal.
+ * Two are equal when both are empty, or when both hold callables of one type that compare equal: free
+ * functions, member functions, and objects that have an operator==. Lambdas are never equal.
  */
 template <class R, class... Args>
 class function<R(Args...)> {

@@ -7,8 +7,12 @@ namespace trevik {
 namespace detail {
 
 // Code units count as unsigned, whatever the sign of plain char.
-constexpr unsigned int HashUnit(char unit) { return static_cast<unsigned char>(unit); }
-constexpr unsigned int HashUnit(char16_t unit) { return unit; }
+constexpr unsigned int HashUnit(char unit) {
+    return static_cast<unsigned char>(unit);
+}
+constexpr unsigned int HashUnit(char16_t unit) {
+    return unit;
+}
 
 template <class Unit>
 constexpr unsigned int HashUnits(Unit const* name, std::size_t length) {
@@ -31,8 +35,8 @@ constexpr std::size_t CountUnits(Unit const* text) {
 } // namespace detail
 
 /**
- * The 31-bit id of a class, property, tag or attribute name: h = h * 33 + unit from 5381, modulo 2^32, without the top
- * bit. An ASCII name has the same id in both unit widths.
+ * The 31-bit id of a class, property, tag or attribute name: h = h * 33 + unit from 5381, modulo 2^32,
+ * without the top bit. An ASCII name has the same id in both unit widths.
  * @param name NUL-terminated, not null.
  */
 constexpr unsigned int HashName(char const* name) {

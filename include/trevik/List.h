@@ -12,8 +12,8 @@
 namespace trevik {
 
 /**
- * A growable array. Operations that need more storage answer false when there is none, and leave the list as it was.
- * Pointers to elements hold until the list grows past its capacity or is released.
+ * A growable array. Operations that need more storage answer false when there is none, and leave the list as
+ * it was. Pointers to elements hold until the list grows past its capacity or is released.
  */
 template <class T>
 class List {
@@ -23,7 +23,8 @@ public:
     /** Without storage for the copy, the new list is empty. */
     List(List const& other) : List() { Assign(other); }
 
-    List(List&& other) noexcept : m_pData(other.m_pData), m_nCount(other.m_nCount), m_nCapacity(other.m_nCapacity) {
+    List(List&& other) noexcept
+        : m_pData(other.m_pData), m_nCount(other.m_nCount), m_nCapacity(other.m_nCapacity) {
         other.Forget();
     }
 
@@ -258,7 +259,9 @@ private:
         if (m_nCapacity == UINT_MAX) {
             return false;
         }
-        unsigned int const capacity = m_nCapacity < 4 ? 4 : m_nCapacity > UINT_MAX / 2 ? UINT_MAX : m_nCapacity * 2;
+        unsigned int const capacity = m_nCapacity < 4              ? 4
+                                      : m_nCapacity > UINT_MAX / 2 ? UINT_MAX
+                                                                   : m_nCapacity * 2;
         T* const storage = AllocateElements(capacity);
         if (!storage) {
             return false;

@@ -12,8 +12,8 @@ namespace trevik {
 struct Uninitialized {};
 
 /**
- * A 4 by 4 matrix: 16 elements, column after column (element index = column * 4 + row), for column vectors, so that a
- * translation stands in elements 12 to 14. Identity by default. Comparison is exact.
+ * A 4 by 4 matrix: 16 elements, column after column (element index = column * 4 + row), for column vectors,
+ * so that a translation stands in elements 12 to 14. Identity by default. Comparison is exact.
  *
  * `A * B` is the matrix that applies A first and B second.
  */
@@ -24,8 +24,8 @@ struct Matrix4T {
     /** The identity; it is constant-initialised, so other statics may use it. */
     static Matrix4T const Identity;
 
-    constexpr Matrix4T() : m{T(1), T(0), T(0), T(0), T(0), T(1), T(0), T(0),
-                             T(0), T(0), T(1), T(0), T(0), T(0), T(0), T(1)} {}
+    constexpr Matrix4T()
+        : m{T(1), T(0), T(0), T(0), T(0), T(1), T(0), T(0), T(0), T(0), T(1), T(0), T(0), T(0), T(0), T(1)} {}
     explicit Matrix4T(Uninitialized) {}
 
     /** From 16 elements, column after column. */
@@ -53,8 +53,8 @@ namespace detail {
 #if defined(__GNUC__)
 #define TREVIK_VECTOR_MATH 1
 
-// Four lanes of one register, SSE or NEON alike. Every lane multiplies and adds in the order of the plain loop below, so
-// that both give the same bits.
+// Four lanes of one register, SSE or NEON alike. Every lane multiplies and adds in the order of the plain
+// loop below, so that both give the same bits.
 using Lanes = float __attribute__((vector_size(16)));
 using LaneBits = int __attribute__((vector_size(16)));
 
@@ -64,14 +64,19 @@ inline Lanes LoadLanes(float const* source) {
     return lanes;
 }
 
-inline void StoreLanes(float* target, Lanes lanes) { std::memcpy(target, &lanes, sizeof(lanes)); }
+inline void StoreLanes(float* target, Lanes lanes) {
+    std::memcpy(target, &lanes, sizeof(lanes));
+}
 
 template <int Index>
 inline Lanes SpreadLane(Lanes lanes) {
 #if defined(__clang__)
     return __builtin_shufflevector(lanes, lanes, Index, Index, Index, Index);
 #else
-    return __builtin_shuffle(lanes, LaneBits{Index, Index, Index, Index});
+    // Spread as integers, SSE2 needs one instruction, without a copy first.
+    LaneBits const bits =
+        __builtin_shuffle(reinterpret_cast<LaneBits>(lanes), LaneBits{Index, Index, Index, Index});
+    return reinterpret_cast<Lanes>(bits);
 #endif
 }
 
@@ -81,11 +86,13 @@ inline Lanes TransformLanes(Lanes c0, Lanes c1, Lanes c2, Lanes c3, Lanes v) {
 
 inline void MultiplyLanes(float const* a, float const* b, float* out) {
     Lanes const c0 = LoadLanes(b), c1 = LoadLanes(b + 4), c2 = LoadLanes(b + 8), c3 = LoadLanes(b + 12);
-    // Each column of the result needs the whole of b, held in registers by now, and one column of a, which is read
-    // before the same column of out is written: out may be a or b.
-    for (int column = 0; column < 16; column += 4) {
-        StoreLanes(out + column, TransformLanes(c0, c1, c2, c3, LoadLanes(a + column)));
-    }
+    // A column of the result takes all of b, in registers by now, and the same column of a, read before the
+    // result's is written; so out may be a or b. The columns are written out one by one because optimisers
+    // leave the loop a loop.
+    StoreLanes(out, TransformLanes(c0, c1, c2, c3, LoadLanes(a)));
+    StoreLanes(out + 4, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 4)));
+    StoreLanes(out + 8, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 8)));
+    StoreLanes(out + 12, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 12)));
 }
 #endif
 
@@ -105,7 +112,8 @@ inline void Matrix4SetIdentity(Matrix4T<T>& out) {
 }
 
 /**
- * Writes the matrix that applies a first and b second (in column-vector notation: b times a). out may be a or b.
+ * Writes the matrix that applies a first and b second (in column-vector notation: b times a). out may be a or
+ * b.
  */
 template <class T>
 inline void Matrix4Multiply(Matrix4T<T> const& a, Matrix4T<T> const& b, Matrix4T<T>& out) {
@@ -127,9 +135,9 @@ template <class M, class V>
 inline void Matrix4Vector4Multiply(Matrix4T<M> const& m, Vector4T<V> const& v, Vector4T<V>& out) {
 #if defined(TREVIK_VECTOR_MATH)
     if constexpr (std::is_same<M, float>::value && std::is_same<V, float>::value) {
-        detail::Lanes const lanes =
-            detail::TransformLanes(detail::LoadLanes(m.m), detail::LoadLanes(m.m + 4),
-                                   detail::LoadLanes(m.m + 8), detail::LoadLanes(m.m + 12), detail::LoadLanes(&v.x));
+        detail::Lanes const lanes = detail::TransformLanes(
+            detail::LoadLanes(m.m), detail::LoadLanes(m.m + 4), detail::LoadLanes(m.m + 8),
+            detail::LoadLanes(m.m + 12), detail::LoadLanes(&v.x));
         detail::StoreLanes(&out.x, lanes);
         return;
     }

@@ -3,8 +3,8 @@
 namespace trevik {
 
 /**
- * Four edges; all zero by default. Which of top and bottom is the greater one depends on the space that the rectangle
- * lives in, so width and height may be negative. Comparison is exact.
+ * Four edges; all zero by default. Which of top and bottom is the greater one depends on the space that the
+ * rectangle lives in, so width and height may be negative. Comparison is exact.
  */
 template <class T>
 struct RectangleT {

@@ -7,8 +7,8 @@
 namespace trevik {
 
 /**
- * A reference to a Referenced object, or none. Holding one keeps the object alive. Different Refs to one object may be
- * used by different threads at the same time; one and the same Ref may not.
+ * A reference to a Referenced object, or none. Holding one keeps the object alive. Different Refs to one
+ * object may be used by different threads at the same time; one and the same Ref may not.
  */
 template <class T>
 class Ref {
@@ -33,8 +33,8 @@ public:
         }
     }
 
-    // The argument holds the new object already and takes the old one away with it: assigning a Ref to itself, or
-    // something that only the old object keeps alive, is safe.
+    // The argument holds the new object already and takes the old one away with it: assigning a Ref to
+    // itself, or something that only the old object keeps alive, is safe.
     Ref& operator=(Ref other) noexcept {
         Swap(other);
         return *this;

@@ -6,9 +6,9 @@
 namespace trevik {
 
 /**
- * Base of objects that several owners share. An object starts with no references; the last one to be released deletes
- * it. Any thread may count. Its virtual table holds the destructor and nothing else, so that a derived class's own
- * operations come right after it.
+ * Base of objects that several owners share. An object starts with no references; the last one to be released
+ * deletes it. Any thread may count. Its virtual table holds the destructor and nothing else, so that a
+ * derived class's own operations come right after it.
  */
 class TREVIK_API Referenced {
 public:

@@ -14,13 +14,13 @@ struct ScopeTotals {
 
 /** How a scope's time per frame is spread over the latest frames. */
 struct ScopeFrameTimes {
-    unsigned int nFrames; // frames that the figures come from
+    unsigned int nFrames;                                               // frames that the figures come from
     unsigned long long nMedian, nPercentile95, nPercentile99, nMaximum; // nanoseconds per frame
 };
 
 /**
- * Counts the calls of a scope and the time spent there, under a fixed number. While profiling is off, which it is at
- * first, a counter costs one test. Any thread may count at any time.
+ * Counts the calls of a scope and the time spent there, under a fixed number. While profiling is off, which
+ * it is at first, a counter costs one test. Any thread may count at any time.
  */
 class TREVIK_API ScopeCounter {
 public:
@@ -65,23 +65,26 @@ public:
     ScopeCounter(ScopeCounter const&) = delete;
     ScopeCounter& operator=(ScopeCounter const&) = delete;
 
-    /** Switches counting on or off; what has been counted stays. Scopes entered while it was off are not counted. */
+    /** Switches counting on or off; what has been counted stays. Scopes entered while it was off are not
+     * counted. */
     static void SetProfiling(bool profiling);
     static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
 
-    /** Sets all figures back to zero and forgets the frames. The thread that marks the frames does this, and switches. */
+    /** Sets all figures back to zero and forgets the frames. The thread that marks the frames does this, and
+     * switches. */
     static void ResetFigures();
 
     /** Calls and time of one id since the start or the last reset. */
     static ScopeTotals GetTotals(unsigned int id);
 
     /**
-     * Ends a frame: what each id has cost since the last mark becomes one entry of its record, which holds the latest
-     * MaximumFrames frames. While profiling is off it does nothing. One thread marks the frames.
+     * Ends a frame: what each id has cost since the last mark becomes one entry of its record, which holds
+     * the latest MaximumFrames frames. While profiling is off it does nothing. One thread marks the frames.
      */
     static void MarkFrame();
 
-    /** The latest frames' figures of one id; all zero when no frame has been marked. Not while another thread marks one. */
+    /** The latest frames' figures of one id; all zero when no frame has been marked. Not while another thread
+     * marks one. */
     static ScopeFrameTimes GetFrameTimes(unsigned int id);
 
     /** What an id stands for, or null when it has no name. */

@@ -42,8 +42,8 @@ public:
     bool HasListener() const;
 
     /**
-     * Installs a listener, null for none, and returns the one before. It is called on the thread that fires, one call at
-     * a time; it may fire in turn, but not wait for another thread that does.
+     * Installs a listener, null for none, and returns the one before. It is called on the thread that fires,
+     * one call at a time; it may fire in turn, but not wait for another thread that does.
      */
     StatisticsListener SetListener(StatisticsListener::Function handle, void* user = nullptr);
     StatisticsListener SetListener(StatisticsListener const& listener);

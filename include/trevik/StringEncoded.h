@@ -30,14 +30,15 @@ private:
 };
 
 /**
- * A string of code units, always NUL-terminated. Copies share their storage, which is never written while shared, so
- * copying costs one count; different strings may be used by different threads. Without memory an operation that builds
- * text leaves an empty string, and one that adds to it leaves it as it was.
+ * A string of code units, always NUL-terminated. Copies share their storage, which is never written while
+ * shared, so copying costs one count; different strings may be used by different threads. Without memory an
+ * operation that builds text leaves an empty string, and one that adds to it leaves it as it was.
  *
- * A name that is used again and again is best a static over literal storage, which allocates nothing and needs no run-time
- * initialisation:
+ * A name that is used again and again is best a static over literal storage, which allocates nothing and
+ * needs no run-time initialisation:
  *
- *     static StringEncoded<UTF16Encoding> const s_sName = StringEncoded<UTF16Encoding>::FromLiteral(u"vColor");
+ *     static StringEncoded<UTF16Encoding> const s_sName =
+ * StringEncoded<UTF16Encoding>::FromLiteral(u"vColor");
  */
 template <class Encoding>
 class StringEncoded {
@@ -79,8 +80,8 @@ public:
     }
 
     /**
-     * A string over the storage of a literal, without copying or allocating. The result converts to StringEncoded in a
-     * constant expression.
+     * A string over the storage of a literal, without copying or allocating. The result converts to
+     * StringEncoded in a constant expression.
      */
     template <std::size_t N>
     static constexpr StringLiteral<Encoding> FromLiteral(Unit const (&text)[N]) {
@@ -125,7 +126,8 @@ public:
 
     bool operator==(StringEncoded const& other) const {
         return m_nLength == other.m_nLength &&
-               (m_pData == other.m_pData || std::memcmp(m_pData, other.m_pData, m_nLength * sizeof(Unit)) == 0);
+               (m_pData == other.m_pData ||
+                std::memcmp(m_pData, other.m_pData, m_nLength * sizeof(Unit)) == 0);
     }
     bool operator!=(StringEncoded const& other) const { return !(*this == other); }
 
@@ -291,7 +293,8 @@ private:
         int const end = static_cast<int>(length);
         std::size_t needed = 0;
         for (int index = 0; index < end;) {
-            needed += static_cast<std::size_t>(Encoding::GetElementCount(Other::GetNextChar(text, index, end)));
+            needed +=
+                static_cast<std::size_t>(Encoding::GetElementCount(Other::GetNextChar(text, index, end)));
         }
         if (needed == 0 || needed > MaximumLength() || !Reserve(static_cast<unsigned int>(needed))) {
             return;

@@ -8,11 +8,11 @@
 namespace trevik {
 
 /**
- * Puts threads in an order that was settled beforehand. Each takes a ticket; Process then lets the tickets through one
- * after the other, whatever the order in which they come.
+ * Puts threads in an order that was settled beforehand. Each takes a ticket; Process then lets the tickets
+ * through one after the other, whatever the order in which they come.
  *
- * Ticket n is through as soon as Process(n) has returned on some thread; every ticket given out has to be processed once,
- * or those behind it wait for ever.
+ * Ticket n is through as soon as Process(n) has returned on some thread; every ticket given out has to be
+ * processed once, or those behind it wait for ever.
  */
 class TREVIK_API TakeANumber : public Referenced {
 public:
