@@ -1,0 +1,185 @@
+#include "NinePatchSpriteGL2.h"
+
+#include <GLES2/gl2.h>
+
+#include "GraphicsDeviceGL2.h"
+#include "PlainBlend.h"
+#include "ShaderProgramGL2.h"
+#include "TextureGL2.h"
+#include "TexturedProgram.h"
+
+namespace trevik::kelvo {
+
+NinePatchSpriteGL2::NinePatchSpriteGL2() {
+    RegisterNPProperties();
+}
+
+NinePatchSpriteGL2::NinePatchSpriteGL2(NinePatchSpriteGL2 const& other)
+    : SpriteGL2(other), m_gridIndices(other.m_gridIndices) {
+    RegisterNPProperties();
+    m_horizontalBands.Copy(other.m_horizontalBands);
+    m_verticalBands.Copy(other.m_verticalBands);
+    m_contentMargin.Copy(other.m_contentMargin);
+}
+
+NinePatchSpriteGL2::~NinePatchSpriteGL2() = default;
+
+void NinePatchSpriteGL2::RegisterNPProperties() {
+    m_properties.Register(u"NinePatchPairX", &m_horizontalBands);
+    m_properties.Register(u"NintPatchPairY", &m_verticalBands);
+    m_properties.Register(u"ContentMargin", &m_contentMargin);
+    // Bands do not mark the grid themselves: only size, scale and pivot changes and construction do.
+    static_cast<void>(m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)));
+    static_cast<void>(m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
+    static_cast<void>(m_pivot.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
+}
+
+void NinePatchSpriteGL2::OnSizeChanged(SizeT<int> const&) {
+    m_fDirty = true;
+}
+
+void NinePatchSpriteGL2::OnVectorChanged(Vector3T<RealFloat> const&) {
+    m_fDirty = true;
+}
+
+bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, RealFloat extent, int nTextureSize,
+                                          RealFloat scale, List<RealFloat>& textureCoords,
+                                          List<RealFloat>& positions) {
+    List<Vector2T<int>> const& pairs = bands.GetValue();
+    if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
+        return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) && positions.Append(extent);
+    }
+    unsigned int const nCount = pairs.GetCount() < g_MaxNinePatchPair ? pairs.GetCount() : g_MaxNinePatchPair;
+    RealFloat const rTexture = static_cast<RealFloat>(nTextureSize);
+    bool const fLeadingEdge = pairs[0].x != 0;
+    bool const fTrailingEdge = pairs[nCount - 1].x + pairs[nCount - 1].y != nTextureSize;
+    bool fAppended = !fLeadingEdge || textureCoords.Append(0);
+    RealFloat rStretchable = 0;
+    for (unsigned int i = 0; i < nCount; ++i) {
+        fAppended = fAppended && textureCoords.Append(static_cast<RealFloat>(pairs[i].x) / rTexture) &&
+                    textureCoords.Append(static_cast<RealFloat>(pairs[i].x + pairs[i].y) / rTexture);
+        rStretchable += static_cast<RealFloat>(pairs[i].y);
+    }
+    fAppended = fAppended && (!fTrailingEdge || textureCoords.Append(1));
+
+    // What the stretchable bands must fill once the fixed texels keep their size; positions are before the node's scale.
+    RealFloat const rFill = rTexture * scale - (rTexture - rStretchable);
+    fAppended = fAppended && (!fLeadingEdge || positions.Append(0));
+    RealFloat rPosition = 0;
+    for (unsigned int i = 0; i < nCount; ++i) {
+        int const nFixed = i == 0 ? pairs[0].x : pairs[i].x - pairs[i - 1].x - pairs[i - 1].y;
+        rPosition += static_cast<RealFloat>(nFixed) / scale;
+        fAppended = fAppended && positions.Append(rPosition);
+        rPosition += rFill * (static_cast<RealFloat>(pairs[i].y) / rStretchable) / scale;
+        fAppended = fAppended && positions.Append(rPosition);
+    }
+    return fAppended && (!fTrailingEdge || positions.Append(extent));
+}
+
+namespace {
+
+/** Resizes to exactly `nCount`; on failure the list is empty without storage. */
+template <class T>
+bool ResizeExactly(List<T>& list, unsigned int nCount) {
+    list.Resize(nCount);
+    if (list.GetCount() != nCount) {
+        list.Release();
+        return false;
+    }
+    return true;
+}
+
+} // namespace
+
+bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
+    for (unsigned int nAxis = 0; nAxis < 2; ++nAxis) {
+        m_cutCoords[nAxis].Clear();
+        m_cutPositions[nAxis].Clear();
+    }
+    SizeT<int> const size = m_size.GetValue();
+    Vector3T<RealFloat> const scale = m_scale.GetValue();
+    List<RealFloat>& u = m_cutCoords[0];
+    List<RealFloat>& x = m_cutPositions[0];
+    List<RealFloat>& v = m_cutCoords[1];
+    List<RealFloat>& y = m_cutPositions[1];
+    // An axis that ran out of memory has fewer lines; the grid below then has fewer cells.
+    static_cast<void>(EvaluateVertices(m_horizontalBands, static_cast<RealFloat>(size.width), m_pTexture->GetWidth(),
+                                       scale.x, u, x));
+    static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height), m_pTexture->GetHeight(),
+                                       scale.y, v, y));
+    unsigned int const nColumns = x.GetCount();
+    unsigned int const nRows = y.GetCount();
+    if (u.GetCount() != nColumns || v.GetCount() != nRows || nColumns == 0 || nRows == 0) {
+        return false;
+    }
+    if (!ResizeExactly(m_gridTextureCoords, nColumns * nRows)) {
+        return false;
+    }
+    for (unsigned int r = 0; r < nRows; ++r) {
+        for (unsigned int c = 0; c < nColumns; ++c) {
+            m_gridTextureCoords[r * nColumns + c] = Vector2T<RealFloat>(u[c], 1 - v[r]);
+        }
+    }
+    if (!ResizeExactly(m_gridVertices, nColumns * nRows)) {
+        return false;
+    }
+    for (unsigned int r = 0; r < nRows; ++r) {
+        for (unsigned int c = 0; c < nColumns; ++c) {
+            m_gridVertices[r * nColumns + c] = Vector3T<RealFloat>(x[c], y[r], 0);
+        }
+    }
+    if (!ResizeExactly(m_gridIndices, 6 * (nRows - 1) * (nColumns - 1))) {
+        return false;
+    }
+    unsigned short* pIndex = m_gridIndices.GetData();
+    for (unsigned int r = 0; r + 1 < nRows; ++r) {
+        for (unsigned int c = 0; c + 1 < nColumns; ++c) {
+            unsigned int const i = r * nColumns + c;
+            unsigned int const corners[6] = {i, i + nColumns, i + nColumns + 1, i, i + nColumns + 1, i + 1};
+            for (unsigned int nCorner : corners) {
+                *pIndex++ = static_cast<unsigned short>(nCorner);
+            }
+        }
+    }
+    return true;
+}
+
+bool NinePatchSpriteGL2::PrepareGrid() {
+    if (!m_pTexture || (m_horizontalBands.GetValue().IsEmpty() && m_verticalBands.GetValue().IsEmpty())) {
+        return false;
+    }
+    if (m_fDirty) {
+        if (!EvaluateNinePatchInfo()) {
+            return false; // Stays dirty: tried again at the next draw.
+        }
+        m_fDirty = false;
+    }
+    return true;
+}
+
+void NinePatchSpriteGL2::InternalRender(GraphicsDevice& device) {
+    SpriteGL2::InternalRender(device);
+}
+
+void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
+    if (!PrepareGrid()) {
+        SpriteGL2::InternalRenderNonBlended(device);
+        return;
+    }
+    TextureGL2* const pTexture = GetTextureGL2();
+    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
+    if (!m_textureCoords.IsEmpty()) {
+        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, m_gridTextureCoords.GetData());
+    }
+    ShaderProgramGL2* const pProgram =
+        device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat()));
+    device.SetActiveShader(pProgram);
+    SetTextureSamplers(*pProgram, pTexture, pTexture->GetFormat() == TextureFormat::ETC1_RGBA);
+    SetColorParameter(device, *pProgram, true);
+    SetPlainBlend();
+    SetTransformParameter(device, *pProgram);
+    glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(m_gridIndices.GetCount()), GL_UNSIGNED_SHORT,
+                   m_gridIndices.GetData());
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,24 @@
+#pragma once
+
+#include "Export.h"
+#include "trevik/kelvo/PolygonalFont.h"
+
+namespace trevik::kelvo {
+
+/** A font whose glyphs are drawn one by one as solid meshes. */
+class KELVO_EXPORT PolygonalFontGL2 : public PolygonalFont {
+public:
+    PolygonalFontGL2();
+    ~PolygonalFontGL2() override;
+
+    /** Does nothing: glyphs of this font are drawn one by one. */
+    void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
+                          Vector3T<RealFloat> const& position, ColorT<RealFloat> const& color, bool fShadow,
+                          Vector3T<RealFloat> const& shadowOffset,
+                          ColorT<RealFloat> const& shadowColor) const override;
+    /** Draws one glyph in `*pColor`. */
+    void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2T<RealFloat> const& position,
+                     ColorT<RealFloat> const* pColor);
+};
+
+} // namespace trevik::kelvo

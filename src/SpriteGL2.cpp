@@ -1,0 +1,303 @@
+#include "SpriteGL2.h"
+
+#include <GLES2/gl2.h>
+
+#include <cmath>
+
+#include "GraphicsDeviceGL2.h"
+#include "PlainBlend.h"
+#include "ShaderProgramGL2.h"
+#include "TextureGL2.h"
+#include "TexturedProgram.h"
+#include "UniformNames.h"
+#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/Effect.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+constexpr int ProgramUntextured = -2;
+constexpr int ProgramTexturedEdges = -10;
+constexpr int ProgramSolidEdges = -11;
+
+/** Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended, on zero edges only. */
+constexpr RealFloat TextureInset = 0.0001f;
+
+constexpr unsigned int FilterWidth = 32;
+constexpr RealFloat HalfLineWidth = 2;
+
+constexpr unsigned int EdgeCount = 4;
+constexpr unsigned int EdgeVertexCount = 2 * EdgeCount;
+constexpr unsigned int EquationsPerVertex = 4;
+
+Vector4T<RealFloat> ToVector4(ColorT<RealFloat> const& color) {
+    return Vector4T<RealFloat>(color.r, color.g, color.b, color.a);
+}
+
+} // namespace
+
+Ref<Texture> SpriteGL2::s_antialiasFilter;
+
+SpriteGL2::SpriteGL2() = default;
+
+SpriteGL2::SpriteGL2(SpriteGL2 const& other)
+    : Sprite(other), m_vertices(other.m_vertices), m_textureCoords(other.m_textureCoords) {}
+
+SpriteGL2::~SpriteGL2() = default;
+
+bool SpriteGL2::Load(Deserializer& deserializer) {
+    if (!Sprite::Load(deserializer)) {
+        return false;
+    }
+    SizeT<int> const size = m_size.GetValue();
+    RealFloat const rWidth = static_cast<RealFloat>(size.width);
+    RealFloat const rHeight = static_cast<RealFloat>(size.height);
+    m_vertices.Release();
+    m_vertices.Append(Vector3T<RealFloat>(0, 0, 0));
+    m_vertices.Append(Vector3T<RealFloat>(0, rHeight, 0));
+    m_vertices.Append(Vector3T<RealFloat>(rWidth, 0, 0));
+    m_vertices.Append(Vector3T<RealFloat>(rWidth, rHeight, 0));
+    m_textureCoords.Release();
+    m_textureCoords.Append(Vector2T<RealFloat>(TextureInset, 1));
+    m_textureCoords.Append(Vector2T<RealFloat>(TextureInset, TextureInset));
+    m_textureCoords.Append(Vector2T<RealFloat>(1, 1));
+    m_textureCoords.Append(Vector2T<RealFloat>(1, TextureInset));
+    return true;
+}
+
+void SpriteGL2::SetTexture(Texture* pTexture) {
+    Sprite::SetTexture(pTexture);
+    if (!m_pTexture || m_textureCoords.GetCount() != 4) {
+        return;
+    }
+    RealFloat const rU =
+        static_cast<RealFloat>(m_pTexture->GetWidth()) / static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
+    RealFloat const rV =
+        static_cast<RealFloat>(m_pTexture->GetHeight()) / static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
+    m_textureCoords[0] = Vector2T<RealFloat>(0, rV);
+    m_textureCoords[1] = Vector2T<RealFloat>(0, 0);
+    m_textureCoords[2] = Vector2T<RealFloat>(rU, rV);
+    m_textureCoords[3] = Vector2T<RealFloat>(rU, 0);
+}
+
+TextureGL2* SpriteGL2::GetTextureGL2() const {
+    return static_cast<TextureGL2*>(m_pTexture.Get());
+}
+
+void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
+    Vector2T<RealFloat> const* pCoords = m_textureCoords.GetData();
+    // A surface holds its image the other way up: swapping the rows shows it upright.
+    unsigned int const nSwap = m_pTexture && GetTextureGL2()->TextureGL2::IsPromoted() ? 1 : 0;
+    for (unsigned int i = 0; i < 4; ++i) {
+        pOut[i] = pCoords[i ^ nSwap];
+    }
+}
+
+void SpriteGL2::InternalRender(GraphicsDevice& device) {
+    ScopeCounter const counter(ScopeCounter::SpriteRender, true);
+    GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
+    deviceGL2.SetCameraDepth(m_depth.GetValue());
+    Matrix4T<RealFloat> modelView;
+    Matrix4Multiply(m_worldMatrix, deviceGL2.GetViewMatrix(), modelView);
+    deviceGL2.SetModelViewMatrix(modelView);
+    deviceGL2.PushMasks(m_masks);
+    bool fDrawn = false;
+    for (Effect* pEffect : m_effects) {
+        if (pEffect->OverrideDrawSprite(device, *this, m_rEffectiveOpacity)) {
+            fDrawn = true;
+            break;
+        }
+    }
+    if (!fDrawn && m_blendMode.GetValue() == BlendMode::Normal) {
+        InternalRenderNonBlended(deviceGL2);
+    }
+    deviceGL2.PopMasks(m_masks);
+}
+
+void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
+    if (m_vertices.IsEmpty()) {
+        return; // Never loaded: there is nothing that the driver could read.
+    }
+    Vector2T<RealFloat> textureCoords[4];
+    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_vertices.GetData());
+    TextureGL2* const pTexture = GetTextureGL2();
+    ShaderProgramGL2* pProgram = nullptr;
+    if (pTexture != nullptr) {
+        pTexture->PreRender();
+        if (!m_textureCoords.IsEmpty()) {
+            GetTextureCoords(textureCoords);
+            glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, textureCoords);
+        }
+        bool const fPlainTexture = pTexture->GetGLTextureType() == GL_TEXTURE_2D;
+        bool const fSeparateAlpha = fPlainTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA;
+        pProgram = fPlainTexture ? device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(),
+                                                                          pTexture->GetFormat()))
+                                 : nullptr;
+        device.SetActiveShader(pProgram);
+        if (pProgram != nullptr) {
+            SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
+        }
+    } else {
+        pProgram = device.GetShader(ProgramUntextured);
+        device.SetActiveShader(pProgram);
+    }
+    if (pProgram != nullptr) {
+        SetColorParameter(device, *pProgram, pTexture != nullptr);
+    }
+    if (pTexture == nullptr) {
+        // Not an enumerant of OpenGL ES 2: it changes nothing and leaves GL_INVALID_ENUM behind. Intended.
+        glDisable(0x0DE1);
+    }
+    SetPlainBlend();
+    if (pProgram != nullptr) {
+        SetTransformParameter(device, *pProgram);
+    }
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    if (m_antialias.GetValue()) {
+        RenderAntialiasedEdges(device, pTexture);
+    }
+    if (pTexture != nullptr) {
+        pTexture->PostRender();
+    }
+}
+
+void SpriteGL2::SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha) {
+    program.SetSampler(UniformNames::sTexture, pTexture, 0);
+    if (fSeparateAlpha) {
+        program.SetSampler(UniformNames::sTextureA, pTexture, pTexture->GetGLTextureAlpha());
+    }
+}
+
+void SpriteGL2::SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured) {
+    Vector4T<RealFloat> color(1, 1, 1, m_rEffectiveOpacity);
+    if (device.IsHighlightEnabled()) {
+        color = ToVector4(device.GetHighlightColor(m_rEffectiveOpacity));
+    } else if (!fTextured) {
+        Vector3T<RealFloat> const& own = m_color.GetValue();
+        color = Vector4T<RealFloat>(own.x, own.y, own.z, m_rEffectiveOpacity);
+    }
+    program.SetParameter(ShaderType::Fragment, UniformNames::vColor, color);
+}
+
+void SpriteGL2::SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program) {
+    Matrix4T<RealFloat> worldToView;
+    Matrix4Multiply(device.GetModelViewMatrix(), device.GetProjectionMatrix(), worldToView);
+    program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, worldToView);
+}
+
+bool SpriteGL2::CreateAntialiasFilter() {
+    unsigned char texels[FilterWidth];
+    for (unsigned int i = 0; i < FilterWidth; ++i) {
+        // A raised cosine over the distance from the line's edge.
+        RealFloat const rDistance = static_cast<RealFloat>(i) * -0.03125f + 1;
+        RealFloat const rSine = std::sin(static_cast<RealFloat>(M_PI_2) + rDistance * static_cast<RealFloat>(M_PI));
+        texels[i] = static_cast<unsigned char>((rSine + 1) * 0.5f * 255);
+    }
+    s_antialiasFilter = Texture::CreateTexture(FilterWidth, 1, TextureFormat::Alpha8, texels, FilterWidth);
+    return static_cast<bool>(s_antialiasFilter);
+}
+
+void SpriteGL2::ReleaseAntialiasFilter() {
+    s_antialiasFilter = nullptr;
+}
+
+void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
+                                Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,
+                                Vector3T<RealFloat>* pEquations, unsigned int nFirst, unsigned int nCopyDistance) {
+    Vector4T<RealFloat> const q0(p0.x / p0.w, p0.y / p0.w, p0.z / p0.w, p0.w / p0.w);
+    Vector4T<RealFloat> const q1(p1.x / p1.w, p1.y / p1.w, p1.z / p1.w, p1.w / p1.w);
+    Vector4T<RealFloat> s0 = toWindow * q0;
+    Vector4T<RealFloat> s1 = toWindow * q1;
+
+    // The length takes z and w in as well: intended.
+    Vector4T<RealFloat> d = s0 - s1;
+    RealFloat const rLength =
+        static_cast<RealFloat>(std::sqrt(static_cast<double>(d.x * d.x + d.y * d.y + d.z * d.z + d.w * d.w)));
+    if (rLength > 0) {
+        d = Vector4T<RealFloat>(d.x / rLength, d.y / rLength, d.z / rLength, d.w / rLength);
+    }
+    RealFloat const h = halfWidth;
+    Vector4T<RealFloat> const extension = d * (2 * h);
+    s0 = s0 + extension;
+    s1 = s1 - extension;
+
+    RealFloat const x0 = s0.x;
+    RealFloat const y0 = s0.y;
+    RealFloat const x1 = s1.x;
+    RealFloat const y1 = s1.y;
+    RealFloat const a = y1 - y0;
+    RealFloat const b = x1 - x0;
+    // The published method takes the sum of the squares and adds a filter width; difference and zero are intended.
+    RealFloat const rSquares = static_cast<RealFloat>(std::fabs(double(b) * double(b) - double(a) * double(a)));
+    RealFloat const k = 2 / ((2 * h + 0) * static_cast<RealFloat>(std::sqrt(double(rSquares))));
+
+    Vector3T<RealFloat>* const e = pEquations + nFirst;
+    e[0] = Vector3T<RealFloat>(k * a, -k * b, 1 + k * (x1 * y0 - x0 * y1));
+    e[1] = Vector3T<RealFloat>(-k * b, -k * a, 1 + k * (x1 * x1 + y1 * y1 - x0 * x1 - y0 * y1));
+    e[2] = Vector3T<RealFloat>(-k * a, k * b, 1 + k * (x0 * y1 - x1 * y0));
+    e[3] = Vector3T<RealFloat>(k * b, k * a, 1 + k * (x0 * x0 + y0 * y0 - x0 * x1 - y0 * y1));
+    for (unsigned int i = 0; i < EquationsPerVertex; ++i) {
+        e[nCopyDistance + i] = e[i];
+    }
+
+    p0 = fromWindow * (s0 - extension);
+    p1 = fromWindow * (s1 + extension);
+}
+
+void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture) {
+    SizeT<int> const size = m_size.GetValue();
+    RealFloat const w = static_cast<RealFloat>(size.width);
+    RealFloat const h = static_cast<RealFloat>(size.height);
+    Vector4T<RealFloat> points[EdgeVertexCount] = {{0, 0, 0, 1}, {w, 0, 0, 1}, {w, 0, 0, 1}, {w, h, 0, 1},
+                                                   {w, h, 0, 1}, {0, h, 0, 1}, {0, h, 0, 1}, {0, 0, 0, 1}};
+    Matrix4T<RealFloat> modelViewProjection;
+    Matrix4Multiply(device.GetModelViewMatrix(), device.GetProjectionMatrix(), modelViewProjection);
+    for (Vector4T<RealFloat>& point : points) {
+        point = modelViewProjection * point;
+    }
+    Matrix4T<RealFloat> const toWindow = device.GetViewportMatrix();
+    Matrix4T<RealFloat> fromWindow = Matrix4T<RealFloat>::Identity;
+    static_cast<void>(Matrix4Inverse(toWindow, fromWindow));
+    Vector3T<RealFloat> equations[EdgeVertexCount * EquationsPerVertex];
+    for (unsigned int nEdge = 0; nEdge < EdgeCount; ++nEdge) {
+        CalculateLineEq(toWindow, fromWindow, points[2 * nEdge], points[2 * nEdge + 1], HalfLineWidth, equations,
+                        2 * EquationsPerVertex * nEdge, EquationsPerVertex);
+    }
+
+    Vector2T<RealFloat> edgeCoords[EdgeVertexCount];
+    ShaderProgramGL2* const pProgram = device.GetShader(pTexture != nullptr ? ProgramTexturedEdges : ProgramSolidEdges);
+    device.SetActiveShader(pProgram);
+    if (pTexture != nullptr) {
+        Vector2T<RealFloat> corners[4];
+        if (!m_textureCoords.IsEmpty()) {
+            GetTextureCoords(corners);
+        }
+        unsigned char const cornerOfVertex[EdgeVertexCount] = {0, 2, 2, 3, 3, 1, 1, 0};
+        for (unsigned int i = 0; i < EdgeVertexCount; ++i) {
+            edgeCoords[i] = corners[cornerOfVertex[i]];
+        }
+        pProgram->SetSampler(UniformNames::sTexture, pTexture, 0);
+        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, edgeCoords);
+    } else {
+        // The highlight colour does not reach the edges.
+        Vector3T<RealFloat> const& own = m_color.GetValue();
+        pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor,
+                               Vector4T<RealFloat>(own.x, own.y, own.z, m_rEffectiveOpacity));
+    }
+    if (s_antialiasFilter) {
+        pProgram->SetSampler(UniformNames::sDistribution, static_cast<TextureGL2*>(s_antialiasFilter.Get()), 0);
+    }
+    RectangleT<int> const viewport = device.GetViewport();
+    pProgram->SetParameter(ShaderType::Fragment, UniformNames::fVPHeight,
+                           static_cast<RealFloat>(viewport.bottom - viewport.top));
+    glVertexAttribPointer(VertexAttributeIndex::Position, 4, GL_FLOAT, GL_FALSE, 0, points);
+    constexpr GLsizei Stride = EquationsPerVertex * sizeof(Vector3T<RealFloat>);
+    for (unsigned int i = 0; i < EquationsPerVertex; ++i) {
+        glVertexAttribPointer(VertexAttributeIndex::EdgeEquation0 + i, 3, GL_FLOAT, GL_FALSE, Stride, equations + i);
+    }
+    glLineWidth(2 * HalfLineWidth);
+    glDrawArrays(GL_LINES, 0, EdgeVertexCount);
+}
+
+} // namespace trevik::kelvo

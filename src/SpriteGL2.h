@@ -1,0 +1,80 @@
+#pragma once
+
+#include "Export.h"
+#include "trevik/List.h"
+#include "trevik/Matrix.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Sprite.h"
+
+namespace trevik::kelvo {
+
+class GraphicsDeviceGL2;
+class ShaderProgramGL2;
+class TextureGL2;
+
+/**
+ * A sprite drawn as one strip of four vertices, straight from client memory. Corners lie in strip order: (0, 0), (0, h),
+ * (w, 0), (w, h). Geometry is built by Load; a later change of the size property does not move the corners.
+ */
+class KELVO_EXPORT SpriteGL2 : public Sprite {
+public:
+    TREVIK_NODE_REFLECTION(SpriteGL2, Sprite, "Sprite", VisitDrawable)
+
+    SpriteGL2();
+    /** Copies the host sprite and both vertex streams. */
+    SpriteGL2(SpriteGL2 const& other);
+    ~SpriteGL2() override;
+
+    /** Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset. */
+    bool Load(Deserializer& deserializer) override;
+    /** Draws the sprite: masks, then the first effect that takes it, or, in the normal blend mode, itself. */
+    void InternalRender(GraphicsDevice& device) override;
+    /** Also narrows the texture coordinates to the texture's used area, once there are four (after Load). */
+    void SetTexture(Texture* pTexture) override;
+
+    /**
+     * Draws the strip, then, with the antialias property, the outline. Calls glVertexAttribPointer (0 and, with a
+     * texture, 1), the shader and sampler calls of the chosen program, glBlendFuncSeparate, glBlendEquationSeparate and
+     * glDrawArrays. Render thread.
+     */
+    virtual void InternalRenderNonBlended(GraphicsDeviceGL2& device);
+
+    /** Corner positions in node space; four after Load. */
+    List<Vector3T<RealFloat>>& GetVertices() { return m_vertices; }
+    /** Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`. */
+    void GetTextureCoords(Vector2T<RealFloat>* pOut);
+
+    /** Makes the coverage ramp that all sprites' antialiased edges sample; true when it exists. */
+    static bool CreateAntialiasFilter();
+    /** Drops the coverage ramp. Render thread. */
+    static void ReleaseAntialiasFilter();
+
+    /**
+     * Edge functions of the segment p0-p1 (clip space): four line equations (x, y, constant) over window pixels that are
+     * 1 on the segment's outline and fall off within `halfWidth`. They are written to `pEquations[nFirst]` to
+     * `[nFirst + 3]` and again `nCopyDistance` further on; p0 and p1 come back as device coordinates with w = 1. Formula:
+     * prefiltered lines, with the length term's difference of squares intended.
+     */
+    static void CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
+                                Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,
+                                Vector3T<RealFloat>* pEquations, unsigned int nFirst, unsigned int nCopyDistance);
+
+protected:
+    TextureGL2* GetTextureGL2() const;
+    /** Binds the texture's samplers to the active program. */
+    static void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha);
+    /** Sets vColor: white (textured) or the colour property with the opacity as alpha, or the highlight colour. */
+    void SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured);
+    /** Sets mWorldToView to model-view × projection. */
+    static void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);
+
+    List<Vector3T<RealFloat>> m_vertices;
+    List<Vector2T<RealFloat>> m_textureCoords;
+
+private:
+    void RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture);
+
+    static Ref<Texture> s_antialiasFilter;
+};
+
+} // namespace trevik::kelvo

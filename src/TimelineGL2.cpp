@@ -1,0 +1,62 @@
+#include "TimelineGL2.h"
+
+#include "GraphicsDeviceGL2.h"
+#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/Effect.h"
+
+namespace trevik::kelvo {
+
+TimelineGL2::TimelineGL2() = default;
+
+TimelineGL2::TimelineGL2(TimelineGL2 const& other) = default;
+
+TimelineGL2::~TimelineGL2() = default;
+
+void TimelineGL2::LoadModelView(GraphicsDevice& device) const {
+    Matrix4T<RealFloat> modelView;
+    Matrix4Multiply(m_worldMatrix, device.GetViewMatrix(), modelView);
+    static_cast<GraphicsDeviceGL2&>(device).SetModelViewMatrix(modelView);
+}
+
+void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
+    ScopeCounter const counter(12, true);
+    if (m_pCamera) {
+        device.PushCamera(m_pCamera.Get());
+    }
+    m_pActiveCamera = device.GetActiveCamera();
+    bool const fDepth = m_depth.GetValue();
+    device.PushCameraDepth(fDepth);
+    device.SetCameraDepth(fDepth);
+    for (Effect* pEffect : m_effects) {
+        pEffect->PreRender(device);
+    }
+    // The recorded state is asked for and not used: kept for the call it makes on devices that override it.
+    static_cast<void>(device.IsDepthTestEnabled());
+    int const nDepthTest = m_depthTest.GetValue();
+    if (nDepthTest != -1) {
+        device.SetDepthTestEnabled(nDepthTest == 1);
+    }
+    if (!m_masks.IsEmpty()) {
+        LoadModelView(device);
+        device.PushMasks(m_masks);
+    }
+}
+
+void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
+    ScopeCounter const counter(13, true);
+    if (!m_masks.IsEmpty()) {
+        LoadModelView(device);
+        device.PopMasks(m_masks);
+    }
+    // Applies what the device records now, not what was in force before the children: intended.
+    device.SetDepthTestEnabled(device.IsDepthTestEnabled());
+    for (Effect* pEffect : m_effects) {
+        pEffect->PostRender(device);
+    }
+    device.PopCameraDepth(m_depth.GetValue());
+    if (m_pCamera) {
+        device.PopCamera();
+    }
+}
+
+} // namespace trevik::kelvo
