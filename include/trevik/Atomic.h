@@ -8,8 +8,10 @@ struct Atomic {
     /** Adds 1 and returns the new count. */
     static long Increment(long volatile* count) { return __atomic_add_fetch(count, 1, __ATOMIC_ACQ_REL); }
 
-    /** Takes 1 off and returns the new count. What other threads did before their decrement is visible
-     * afterwards. */
+    /**
+     * Takes 1 off and returns the new count. What other threads did before their decrement is visible
+     * afterwards.
+     */
     static long Decrement(long volatile* count) { return __atomic_sub_fetch(count, 1, __ATOMIC_ACQ_REL); }
 
     /** The count at this moment. */

@@ -5,8 +5,10 @@
 
 namespace trevik {
 
-/** The classes that the host can create by name: its own, and those of the plug-ins. Used by one thread at a
- * time. */
+/**
+ * The classes that the host can create by name: its own, and those of the plug-ins. Used by one thread at a
+ * time.
+ */
 class TREVIK_API ClassRegistry {
 public:
     ClassRegistry() {}

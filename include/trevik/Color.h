@@ -2,8 +2,9 @@
 
 namespace trevik {
 
-/** Red, green, blue and alpha, each 0 to 1, alpha not multiplied in; all zero by default. Comparison is
- * exact. */
+/**
+ * Red, green, blue and alpha, each 0 to 1, alpha not multiplied in; all zero by default. Comparison is exact.
+ */
 template <class T>
 struct ColorT {
     T r, g, b, a;

@@ -24,8 +24,10 @@ struct TraceSink {
 /** The trace of the whole process. Any thread may trace at any time; lines do not mix. */
 class TREVIK_API Debug {
 public:
-    /** Logs one line, unless its level is below the minimum. A line break at the end of the message is not
-     * doubled. */
+    /**
+     * Logs one line, unless its level is below the minimum. A line break at the end of the message is not
+     * doubled.
+     */
     static void Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
 
     /** The same with UTF16Encoding::FormatV, which runs only for a line that is logged. */

@@ -82,8 +82,10 @@ public:
      */
     void ExecuteEnqueuedOperations();
 
-    /** Waits until an operation is queued; for a thread that does nothing else. @return false when the time
-     * is up. */
+    /**
+     * Waits until an operation is queued; for a thread that does nothing else. @return false when the time is
+     * up.
+     */
     bool WaitForOperations(unsigned int milliseconds);
 
     /**

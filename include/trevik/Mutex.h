@@ -17,8 +17,10 @@ public:
     Mutex(Mutex const&) = delete;
     Mutex& operator=(Mutex const&) = delete;
 
-    /** Waits until the lock is the caller's. @return false when it cannot be had, as by too many locks of one
-     * thread. */
+    /**
+     * Waits until the lock is the caller's. @return false when it cannot be had, as by too many locks of one
+     * thread.
+     */
     bool Lock() { return pthread_mutex_lock(&m_mutex) == 0; }
 
     /** As Lock, but returns false at once when another thread holds it. */

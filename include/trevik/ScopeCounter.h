@@ -65,13 +65,17 @@ public:
     ScopeCounter(ScopeCounter const&) = delete;
     ScopeCounter& operator=(ScopeCounter const&) = delete;
 
-    /** Switches counting on or off; what has been counted stays. Scopes entered while it was off are not
-     * counted. */
+    /**
+     * Switches counting on or off; what has been counted stays. Scopes entered while it was off are not
+     * counted.
+     */
     static void SetProfiling(bool profiling);
     static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
 
-    /** Sets all figures back to zero and forgets the frames. The thread that marks the frames does this, and
-     * switches. */
+    /**
+     * Sets all figures back to zero and forgets the frames. The thread that marks the frames does this, and
+     * switches.
+     */
     static void ResetFigures();
 
     /** Calls and time of one id since the start or the last reset. */
@@ -83,8 +87,10 @@ public:
      */
     static void MarkFrame();
 
-    /** The latest frames' figures of one id; all zero when no frame has been marked. Not while another thread
-     * marks one. */
+    /**
+     * The latest frames' figures of one id; all zero when no frame has been marked. Not while another thread
+     * marks one.
+     */
     static ScopeFrameTimes GetFrameTimes(unsigned int id);
 
     /** What an id stands for, or null when it has no name. */

@@ -65,8 +65,10 @@ struct Vector4T {
     constexpr Vector4T& operator*=(T s) { return *this = *this * s; }
 };
 
-/** A quaternion x i + y j + z k + w; all zero by default, which is no rotation of any kind. Comparison is
- * exact. */
+/**
+ * A quaternion x i + y j + z k + w; all zero by default, which is no rotation of any kind. Comparison is
+ * exact.
+ */
 template <class T>
 struct QuaternionT {
     T x, y, z, w;

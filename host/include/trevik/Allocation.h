@@ -4,8 +4,10 @@
 
 namespace trevik {
 
-/** Watches AllocateMemory, and makes it fail on demand, so that behaviour without memory can be tested. Any
- * thread. */
+/**
+ * Watches AllocateMemory, and makes it fail on demand, so that behaviour without memory can be tested. Any
+ * thread.
+ */
 class TREVIK_API Allocation {
 public:
     /** Lets this many further allocations succeed; all that follow fail until FailNever. */
