@@ -1,0 +1,178 @@
+#pragma once
+
+#include "Export.h"
+#include "IdTable.h"
+#include "ShaderProgramGL2.h"
+#include "trevik/Dispatcher.h"
+#include "trevik/List.h"
+#include "trevik/Matrix.h"
+#include "trevik/kelvo/EffectResource.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+
+#include <pthread.h>
+
+namespace trevik::kelvo {
+
+class CameraGL2;
+class FramebufferGL2;
+
+/**
+ * The graphics device: display, window surface and context, the built-in shader programs, cameras, masks and the state
+ * that renderers share. It is brought up by Initialize; from then on everything but GetDispatcher and InRenderThread is
+ * called on the thread that called it, the render thread.
+ */
+class KELVO_EXPORT GraphicsDeviceGL2 : public GraphicsDevice {
+public:
+    /** No display yet; calls neither EGL nor GL. */
+    GraphicsDeviceGL2();
+    /** Releases resources, programs and cameras, then surface, context and display. */
+    ~GraphicsDeviceGL2() override;
+
+    /**
+     * Opens the default display, makes a window surface and a context current, and prepares fixed GL state, the default
+     * camera and the built-in programs. The calling thread becomes the render thread, even when this fails.
+     * @param pWindow a WindowT<ANativeWindow>, or null for no native window; it has to outlive the surface.
+     * @param size pixels; the default camera maps one unit to one of them.
+     * @return false, traced, at the first thing that cannot be had. What is there already goes with the device.
+     */
+    bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size) override;
+    using GraphicsDevice::Reset;
+    /**
+     * Makes a surface for another window current; context and all GL objects stay. The surface before is not destroyed:
+     * intended. Calls eglCreateWindowSurface and eglMakeCurrent. False, traced, when either fails.
+     */
+    bool Reset(void* pWindow) override;
+    /** glClearColor; red, green, blue and alpha, 0 to 1, initially opaque black. */
+    void SetClearColor(ColorT<RealFloat> const& color) override;
+    /** Clears colour, depth and stencil of the current target; no program is active and no alpha test on afterwards. */
+    void Clear() override;
+    /**
+     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y, intended. Calls glViewport
+     * with the viewport in force before, which is intended too, then as the other form.
+     */
+    void SetViewport(RectangleT<int> const& rectangle) override;
+    /** glViewport, in window pixels with y up; the viewport matrix maps device coordinates to pixels with y down. */
+    void SetViewport(int nX, int nY, int nWidth, int nHeight) override;
+    Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model, Vector4T<RealFloat> const& point) override;
+    bool HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0, Vector3T<RealFloat> const& p1,
+                       Vector3T<RealFloat> const& p2, Vector2T<RealFloat>& uv, RealFloat& distance) override;
+    /** The matrices to draw with: the default camera's while the depth flag is set, else those of the camera on top. */
+    Matrix4T<RealFloat> GetProjectionMatrix() override;
+    Matrix4T<RealFloat> GetViewMatrix() override;
+    /** Device coordinates to window pixels, y down; the identity before the first SetViewport. */
+    Matrix4T<RealFloat> GetViewportMatrix() override;
+    /** The camera on top, or the default camera, null before Initialize. Borrowed. */
+    Camera* GetActiveCamera() override;
+    /** Executes what other threads have queued with the dispatcher, in order. */
+    void Process() override;
+    /** eglSwapBuffers. */
+    void Present() override;
+    bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
+    /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */
+    void SetDepthTestEnabled(bool fEnabled) override;
+    EffectResource* GetEffectResource(unsigned int nClassID) override;
+    /**
+     * Draws the masks into the stencil buffer, one level above those in force, and lets later draws pass only there.
+     * An empty list changes nothing. Nesting beyond the stencil buffer's 15 levels is not told from 15.
+     */
+    bool PushMasks(List<Mask*>& masks) override;
+    /** Undoes PushMasks with the same list. */
+    bool PopMasks(List<Mask*>& masks) override;
+    /** Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. */
+    void PushCamera(Camera* pCamera) override;
+    /** Pushes a new camera that maps one unit to one pixel of a picture of this size, y down. */
+    void PushCamera2D(RealFloat const& width, RealFloat const& height) override;
+    void PopCamera() override;
+    /** Counts nodes without camera depth, below which the depth flag stays off. */
+    void PushCameraDepth(bool fDepth) override;
+    void PopCameraDepth(bool fDepth) override;
+    /** Sets the depth flag: to the argument, but off below a node without camera depth, and on without any camera. */
+    void SetCameraDepth(bool fDepth) override;
+
+    /** Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. False, traced: none. */
+    bool ChooseEGLConfig(DeviceFormat::Enum format);
+    /** Looks the EGL image functions up, unless they are known. A missing one is traced and stays null. */
+    static void InitializeExtensions();
+    /** The EGL function of this name; a null image without calling anything when there is none. */
+    static EGLImageKHR eglCreateImageKHR(EGLDisplay display, EGLContext context, EGLenum target, EGLClientBuffer buffer,
+                                         EGLint const* pAttributes);
+    static EGLBoolean eglDestroyImageKHR(EGLDisplay display, EGLImageKHR image);
+
+    /** Makes, registers and compiles the built-in programs. False at the first that does not compile, which is traced. */
+    bool InitializeShaders();
+    /** Enters a program, keeping a reference, and returns its index in the table; 0, not entered, without memory. */
+    int RegisterShader(ShaderProgramGL2* pProgram, int nId);
+    /** The first program registered under an id, borrowed; null when there is none. */
+    ShaderProgramGL2* GetShader(int nId) const { return m_shaders.Find(nId); }
+    /** Binds a program in place of the active one; null only unbinds. The active program is not bound again. */
+    void SetActiveShader(ShaderProgramGL2* pProgram) {
+        if (pProgram != m_pActiveShader) {
+            ChangeActiveShader(pProgram);
+        }
+    }
+    /** Makes a program, not null, the one of RenderForPostProcess. */
+    void SetPostProccessShader(ShaderProgramGL2* pProgram);
+
+    /** Node space to view space of the node being drawn; renderers set and read it. */
+    Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
+    void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
+    /** Whether textured draws drop fragments of alpha below 0.1; off after each Clear. */
+    bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
+    void SetAlphaTestEnabled(bool fEnabled) { m_fAlphaTest = fEnabled; }
+
+    bool InitializeTargetBuffers();
+    FramebufferGL2* GetFrontTargetBuffer();
+    FramebufferGL2* GetBackTargetBuffer();
+    void SwapTargetBuffers(bool fToScreen);
+    /** Draws a quad over the whole target with the bound program: positions in attribute 0, texture in attribute 1. */
+    void RenderFullscreenQuad();
+    void RenderForPostProcess();
+
+    /** Whether the calling thread is the render thread. Any thread. */
+    static bool InRenderThread() { return pthread_equal(m_renderThreadId, pthread_self()) != 0; }
+    /** The queue of work for the render thread, one for all devices. Any thread. */
+    static Dispatcher* GetDispatcher() { return &m_dispatcher; }
+
+    /** Drops every effect resource; the next request for one makes a new one. */
+    void ReleaseEffectResources();
+
+private:
+    bool OpenDisplay(DeviceFormat::Enum format);
+    bool CreateSurfaceAndContext();
+    static void SetFixedState();
+    bool CreateDefaultCamera(SizeT<int> const& size);
+    void CloseDisplay();
+    bool IsExactConfig(EGLConfig config, int const* pSizes, bool& fExact) const;
+    void ChangeActiveShader(ShaderProgramGL2* pProgram);
+    void DrawMasks(List<Mask*> const& masks);
+
+    void* m_pWindow = nullptr;
+    EGLDisplay m_eglDisplay = EGL_NO_DISPLAY;
+    EGLConfig m_eglConfig = nullptr;
+    EGLSurface m_eglSurface = EGL_NO_SURFACE;
+    EGLContext m_eglContext = EGL_NO_CONTEXT;
+    List<CameraGL2*> m_cameras; ///< one reference each
+    unsigned int m_nMaskLevel = 0;
+    unsigned int m_nCameraDepth = 0;
+    bool m_fCameraDepth = false;
+    CameraGL2* m_pDefaultCamera = nullptr; ///< one reference
+    IdTable<int, ShaderProgramGL2> m_shaders;
+    ShaderProgramGL2* m_pActiveShader = nullptr; ///< borrowed
+    Matrix4T<RealFloat> m_modelView;
+    Matrix4T<RealFloat> m_viewportMatrix;
+    ShaderProgramGL2* m_pPostProcessShader = nullptr;       ///< one reference
+    FramebufferGL2* m_pTargetBuffers[2] = {nullptr, nullptr}; ///< one reference each
+    unsigned int m_nCurrentTarget = 0;
+    bool m_fAlphaTest = false;
+    IdTable<unsigned int, EffectResource> m_effectResources;
+
+    static pthread_t m_renderThreadId;
+    static QueueDispatcher m_dispatcher;
+    static PFNEGLCREATEIMAGEKHRPROC ms_pfnCreateImageKHR;
+    static PFNEGLDESTROYIMAGEKHRPROC ms_pfnDestroyImageKHR;
+};
+
+} // namespace trevik::kelvo
