@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Export.h"
+#include "trevik/List.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/DocumentNode.h"
 
@@ -39,7 +40,7 @@ public:
     unsigned int GetChildCount() const;
     /** How many pushes are open; lets a loader return to where it began after a failed load left nodes
      * pushed. */
-    unsigned int GetDepth() const;
+    unsigned int GetDepth() const { return m_stack.GetCount(); }
     /** Pops until GetDepth() equals `nDepth`. */
     void PopTo(unsigned int nDepth);
 
@@ -59,15 +60,28 @@ public:
         return true;
     }
 
-    /** The texture under `nIndex` of the document's table, created and loaded on first use; null when there
-     * is none. */
+    /**
+     * The texture under `nIndex` of the document's table, created and loaded on first use; null when there is
+     * none, and when it fails to load, which is traced once.
+     */
     Ref<Texture> GetTexture(int nIndex);
 
-    ClassRegistry& GetRegistry() const;
+    ClassRegistry& GetRegistry() const { return m_registry; }
 
 private:
-    struct Impl;
-    Impl* m_pImpl;
+    /** One entry of the texture table. */
+    struct TextureSlot {
+        Ref<Texture> m_pTexture;
+        bool m_fTried = false; ///< loaded, being loaded, or failed
+    };
+
+    Ref<Texture> LoadTexture(unsigned int nIndex);
+
+    Ref<DocumentNode> m_pDocument;
+    ClassRegistry& m_registry;
+    List<DocumentNode*> m_stack;   ///< pushed nodes, without the root
+    DocumentNode* m_pTextureTable; ///< null when the document has none
+    List<TextureSlot> m_textures;  ///< one for each child of the table, from the first use on
 };
 
 } // namespace trevik::kelvo

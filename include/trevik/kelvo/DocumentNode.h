@@ -18,6 +18,10 @@ class TREVIK_API DocumentNode : public Referenced {
 public:
     /** Kind of an attribute that holds raw bytes. */
     static constexpr unsigned int RawBytes = 2;
+    /** Bytes that a node's attribute block can hold. */
+    static constexpr unsigned int MaximumBlockLength = 0x0fffffff;
+    /** Levels that a document may have, the root included. */
+    static constexpr unsigned int MaximumDepth = 1024;
 
     DocumentNode(unsigned int nTagID, unsigned int nTypeID);
     ~DocumentNode() override;
@@ -25,30 +29,45 @@ public:
     unsigned int GetTagID() const { return m_nTagID; }
     unsigned int GetTypeID() const { return m_nTypeID; }
 
-    /** Appends a raw-bytes entry. False when out of memory or longer than 28 bits can say. */
+    /**
+     * Appends a raw-bytes entry. False, with nothing changed, when out of memory or when the block would
+     * become longer than 28 bits can say. Pointers to attribute data end.
+     */
     bool AddAttribute(unsigned int nID, unsigned char const* pData, unsigned long nLength);
-    /** First raw-bytes entry with the id. False when absent or when the block ends before the entry does. */
+    /**
+     * First raw-bytes entry with the id; its data holds until an attribute is added. False when absent or
+     * when the block ends before the entry does.
+     */
     bool FindAttribute(unsigned int nID, unsigned char const*& pData, unsigned long& nLength) const;
 
     /** Appends a child; the node holds a reference. */
     bool AddChild(Ref<DocumentNode> const& pChild);
+    /** The same, before child `nChild` (at most the number of children). */
+    bool InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild);
     unsigned int GetChildCount() const { return m_children.GetCount(); }
     DocumentNode* GetChild(unsigned int nChild) const { return m_children[nChild].Get(); }
 
     /**
      * Appends the tree's binary form to `bytes`: per node the tag id, the type id, the number of children (32
-     * bits each), the attribute block, then the children.
+     * bits each), the attribute block, then the children. False, with `bytes` unchanged, when out of memory
+     * or deeper than MaximumDepth.
      */
     bool Write(List<unsigned char>& bytes) const;
     /**
-     * Reads a tree from `nLength` bytes. Null when a length, a count or the nesting (at most 1024 levels)
-     * does not fit the bytes there are, or when bytes are left over; `pError` (if given) then points to a
-     * static text that says what is wrong and `pOffset` to the byte where.
+     * Reads a tree from `nLength` bytes. Null when a length or a count does not fit the bytes there are, when
+     * the nesting exceeds MaximumDepth, when bytes are left over, or when out of memory; `pError` (if given)
+     * then points to a static text that says what is wrong and `pOffset` to the byte where.
      */
     static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength,
                                   char const** pError = nullptr, unsigned long* pOffset = nullptr);
 
 private:
+    bool WriteNode(List<unsigned char>& bytes, unsigned int nDepth) const;
+    static char const* ReadNode(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
+                                Ref<DocumentNode>& pNode, unsigned int& nChildren);
+    static char const* ReadTree(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
+                                Ref<DocumentNode>& pRoot);
+
     unsigned int m_nTagID;
     unsigned int m_nTypeID;
     List<unsigned char> m_attributes; ///< the entries, without the header

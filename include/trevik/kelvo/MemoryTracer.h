@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Export.h"
+#include "trevik/List.h"
 
 namespace trevik::kelvo {
 
@@ -30,7 +31,10 @@ public:
     MemoryTracer(MemoryTracer const&) = delete;
     MemoryTracer& operator=(MemoryTracer const&) = delete;
 
-    /** Reports a sub-object: calls its Emit unless this trace has seen it already. Null is ignored. */
+    /**
+     * Reports a sub-object: calls its Emit unless this trace has seen it already. Null is ignored, and so is
+     * an object that cannot be noted as seen for lack of memory.
+     */
     void EmitObject(ITraceable* pObject);
 
     /** Reports a block of `nBytes` bytes owned by the object being emitted. */
@@ -44,8 +48,13 @@ public:
     unsigned long long GetTotalBytes() const;
 
 private:
-    struct Impl;
-    Impl* m_pImpl;
+    bool Visit(ITraceable* pObject);
+    bool GrowTable();
+
+    unsigned long long m_bytes[MemoryType::Count] = {};
+    unsigned int m_allocations[MemoryType::Count] = {};
+    List<ITraceable*> m_visited; ///< hash table of the objects seen, half empty at least; null where free
+    unsigned int m_nVisited = 0;
 };
 
 } // namespace trevik::kelvo

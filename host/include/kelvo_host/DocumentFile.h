@@ -1,0 +1,39 @@
+#pragma once
+
+#include "trevik/Export.h"
+#include "trevik/List.h"
+#include "trevik/Ref.h"
+#include "trevik/StringEncoded.h"
+#include "trevik/kelvo/DocumentNode.h"
+
+namespace trevik::kelvo {
+
+/**
+ * Documents as files: the 8 bytes "KELVODOC", a version stamp, the length of the payload (32 bits each,
+ * little-endian), the payload (DocumentNode::Write) and the CRC-32 of everything before it. Any thread, on
+ * its own document.
+ */
+struct TREVIK_API DocumentFile {
+    /** Version stamp that is written. */
+    static constexpr unsigned int CurrentVersion = 2;
+    /** Oldest version stamp that is read. */
+    static constexpr unsigned int MinimumVersion = 0;
+
+    /** Appends the file's bytes. False, with `bytes` unchanged, when the document is too large or memory is
+     * short. */
+    static bool Write(DocumentNode const& document, List<unsigned char>& bytes);
+    /** Reads the file's bytes. Null when they are no whole, undamaged document; `sError` then says why. */
+    static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, String16& sError);
+};
+
+/**
+ * Writes a document to a file (its path in UTF-8). The file appears whole or not at all: a file that was
+ * there stays until the new one is complete on disk. False when that fails; `sError` then says what and why
+ * in one line.
+ */
+TREVIK_API bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sError);
+
+/** Reads a document from a file. Null when that fails; `sError` then says what and why in one line. */
+TREVIK_API Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError);
+
+} // namespace trevik::kelvo

@@ -1,0 +1,232 @@
+#include "kelvo_host/DocumentFile.h"
+
+#include <array>
+#include <atomic>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+
+#include <fcntl.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+namespace trevik::kelvo {
+
+namespace {
+
+constexpr unsigned char Magic[8] = {'K', 'E', 'L', 'V', 'O', 'D', 'O', 'C'};
+constexpr unsigned int HeaderLength = sizeof(Magic) + 8;
+constexpr unsigned int ChecksumLength = 4;
+constexpr unsigned int FrameLength = HeaderLength + ChecksumLength;
+
+constexpr std::array<unsigned int, 256> MakeChecksumTable() {
+    std::array<unsigned int, 256> table{};
+    for (unsigned int nByte = 0; nByte < 256; ++nByte) {
+        unsigned int nValue = nByte;
+        for (int nBit = 0; nBit < 8; ++nBit) {
+            nValue = (nValue & 1) != 0 ? nValue >> 1 ^ 0xedb88320u : nValue >> 1;
+        }
+        table[nByte] = nValue;
+    }
+    return table;
+}
+
+/** The CRC-32 that ZIP and PNG use. */
+unsigned int GetChecksum(unsigned char const* pData, unsigned long nLength) {
+    static constexpr std::array<unsigned int, 256> s_table = MakeChecksumTable();
+    unsigned int nChecksum = 0xffffffffu;
+    for (unsigned long n = 0; n < nLength; ++n) {
+        nChecksum = nChecksum >> 8 ^ s_table[(nChecksum ^ pData[n]) & 0xff];
+    }
+    return ~nChecksum;
+}
+
+unsigned int GetWord(unsigned char const* pData) {
+    return pData[0] | static_cast<unsigned int>(pData[1]) << 8 | static_cast<unsigned int>(pData[2]) << 16 |
+           static_cast<unsigned int>(pData[3]) << 24;
+}
+
+bool AppendWord(List<unsigned char>& bytes, unsigned int nWord) {
+    bool fAppended = true;
+    for (int i = 0; i < 4; ++i) {
+        fAppended = fAppended && bytes.Append(static_cast<unsigned char>(nWord >> (8 * i)));
+    }
+    return fAppended;
+}
+
+bool AppendFile(DocumentNode const& document, List<unsigned char>& bytes) {
+    unsigned int const nStart = bytes.GetCount();
+    for (unsigned char nByte : Magic) {
+        if (!bytes.Append(nByte)) {
+            return false;
+        }
+    }
+    if (!AppendWord(bytes, DocumentFile::CurrentVersion) || !AppendWord(bytes, 0)) {
+        return false;
+    }
+    unsigned int const nPayload = bytes.GetCount();
+    if (!document.Write(bytes)) {
+        return false;
+    }
+    unsigned int const nPayloadLength = bytes.GetCount() - nPayload;
+    for (unsigned int i = 0; i < 4; ++i) {
+        bytes[nPayload - 4 + i] = static_cast<unsigned char>(nPayloadLength >> (8 * i));
+    }
+    return AppendWord(bytes, GetChecksum(bytes.GetData() + nStart, bytes.GetCount() - nStart));
+}
+
+/** An open file, closed at the end of its scope. */
+class File {
+public:
+    explicit File(int nDescriptor) : m_nDescriptor(nDescriptor) {}
+    ~File() {
+        if (m_nDescriptor >= 0) {
+            close(m_nDescriptor);
+        }
+    }
+    File(File const&) = delete;
+    File& operator=(File const&) = delete;
+
+    bool IsOpen() const { return m_nDescriptor >= 0; }
+    int Get() const { return m_nDescriptor; }
+    /** Closes the file now; false when the system reports a late write error. */
+    bool Close() {
+        int const nDescriptor = m_nDescriptor;
+        m_nDescriptor = -1;
+        return close(nDescriptor) == 0;
+    }
+
+private:
+    int m_nDescriptor;
+};
+
+void SetSystemError(String16& sError, char const* pPath, char16_t const* pAction, int nError) {
+    sError = String16::Format(u"%hs: %s: %hs", pPath, pAction, std::strerror(nError));
+}
+
+bool WriteAll(int nDescriptor, unsigned char const* pData, unsigned long nLength) {
+    while (nLength > 0) {
+        ssize_t const nWritten = write(nDescriptor, pData, nLength);
+        if (nWritten < 0 && errno != EINTR) {
+            return false;
+        }
+        if (nWritten > 0) {
+            pData += nWritten;
+            nLength -= static_cast<unsigned long>(nWritten);
+        }
+    }
+    return true;
+}
+
+/** Reads to the file's end; false on a read error or when out of memory (errno tells). */
+bool ReadAll(int nDescriptor, List<unsigned char>& bytes) {
+    unsigned int nCount = 0;
+    for (;;) {
+        if (nCount == bytes.GetCount()) {
+            unsigned int const nLarger = nCount < 0x80000000u ? nCount + nCount / 2 + 4096 : 0xffffffffu;
+            if (nCount == 0xffffffffu || !bytes.Resize(nLarger)) {
+                errno = nCount == 0xffffffffu ? EFBIG : ENOMEM;
+                return false;
+            }
+        }
+        ssize_t const nRead = read(nDescriptor, bytes.GetData() + nCount, bytes.GetCount() - nCount);
+        if (nRead < 0 && errno != EINTR) {
+            return false;
+        }
+        if (nRead == 0) {
+            return bytes.Resize(nCount);
+        }
+        nCount += nRead > 0 ? static_cast<unsigned int>(nRead) : 0;
+    }
+}
+
+/** What makes of a path one beside it that no other save uses. */
+String8 MakeTemporarySuffix() {
+    static std::atomic<unsigned int> s_nCount{0};
+    return String8(String16::Format(u".%ld-%u.tmp", static_cast<long>(getpid()), s_nCount.fetch_add(1)));
+}
+
+} // namespace
+
+bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& bytes) {
+    unsigned int const nStart = bytes.GetCount();
+    if (AppendFile(document, bytes)) {
+        return true;
+    }
+    bytes.Resize(nStart);
+    return false;
+}
+
+Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, String16& sError) {
+    if (nLength < sizeof(Magic) || std::memcmp(pData, Magic, sizeof(Magic)) != 0) {
+        sError = String16(u"not a scene document");
+        return nullptr;
+    }
+    if (nLength < FrameLength) {
+        sError = String16::Format(u"cut short: %lu bytes", nLength);
+        return nullptr;
+    }
+    unsigned int const nVersion = GetWord(pData + sizeof(Magic));
+    if (nVersion > CurrentVersion) {
+        sError = String16::Format(u"version %u; this program reads versions %u to %u", nVersion,
+                                  MinimumVersion, CurrentVersion);
+        return nullptr;
+    }
+    unsigned long const nPayloadLength = GetWord(pData + sizeof(Magic) + 4);
+    if (nPayloadLength != nLength - FrameLength) {
+        sError = String16::Format(u"damaged: holds %lu bytes of content, not the %lu it names",
+                                  nLength - FrameLength, nPayloadLength);
+        return nullptr;
+    }
+    unsigned long const nEnd = nLength - ChecksumLength;
+    if (GetWord(pData + nEnd) != GetChecksum(pData, nEnd)) {
+        sError = String16(u"damaged: the checksum does not match");
+        return nullptr;
+    }
+    char const* pProblem = nullptr;
+    unsigned long nOffset = 0;
+    Ref<DocumentNode> pDocument =
+        DocumentNode::Read(pData + HeaderLength, nPayloadLength, &pProblem, &nOffset);
+    if (!pDocument) {
+        sError = String16::Format(u"malformed at byte %lu: %hs", HeaderLength + nOffset, pProblem);
+    }
+    return pDocument;
+}
+
+bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sError) {
+    List<unsigned char> bytes;
+    if (!DocumentFile::Write(document, bytes)) {
+        sError = String16::Format(u"%hs: cannot write: the document is too large or nested too deep", pPath);
+        return false;
+    }
+    String8 const sTemporary = String8(pPath) + MakeTemporarySuffix();
+    File file(open(sTemporary.GetData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
+    if (!file.IsOpen()) {
+        SetSystemError(sError, pPath, u"cannot write", errno);
+        return false;
+    }
+    // On disk before it takes the old file's place: a crash in between leaves one of the two whole.
+    bool const fWritten = WriteAll(file.Get(), bytes.GetData(), bytes.GetCount()) && fsync(file.Get()) == 0 &&
+                          file.Close() && rename(sTemporary.GetData(), pPath) == 0;
+    if (!fWritten) {
+        SetSystemError(sError, pPath, u"cannot write", errno);
+        unlink(sTemporary.GetData());
+    }
+    return fWritten;
+}
+
+Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError) {
+    File file(open(pPath, O_RDONLY | O_CLOEXEC));
+    List<unsigned char> bytes;
+    if (!file.IsOpen() || !ReadAll(file.Get(), bytes)) {
+        SetSystemError(sError, pPath, u"cannot read", errno);
+        return nullptr;
+    }
+    Ref<DocumentNode> pDocument = DocumentFile::Read(bytes.GetData(), bytes.GetCount(), sError);
+    if (!pDocument) {
+        sError = String16::Format(u"%hs: %s", pPath, sError.GetData());
+    }
+    return pDocument;
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,241 @@
+#include "trevik/kelvo/DocumentNode.h"
+
+#include <cstring>
+#include <new>
+#include <utility>
+
+namespace trevik::kelvo {
+
+namespace {
+
+/** Bytes that every node takes: tag, type, number of children and the header of the attribute block. */
+constexpr unsigned int NodeHeaderLength = 16;
+/** Bytes that every attribute takes: length and kind, and the id. */
+constexpr unsigned int EntryHeaderLength = 8;
+
+unsigned int GetWord(unsigned char const* pData) {
+    return pData[0] | static_cast<unsigned int>(pData[1]) << 8 | static_cast<unsigned int>(pData[2]) << 16 |
+           static_cast<unsigned int>(pData[3]) << 24;
+}
+
+void PutWord(unsigned char* pData, unsigned int nWord) {
+    for (int i = 0; i < 4; ++i) {
+        pData[i] = static_cast<unsigned char>(nWord >> (8 * i));
+    }
+}
+
+/** Makes the list `nMore` bytes longer and returns where they start; null when out of memory. */
+unsigned char* Extend(List<unsigned char>& bytes, unsigned long nMore) {
+    unsigned int const nCount = bytes.GetCount();
+    unsigned int const nRoom = 0xffffffffu - nCount;
+    if (nMore > nRoom) {
+        return nullptr;
+    }
+    unsigned int const nNeeded = nCount + static_cast<unsigned int>(nMore);
+    if (nNeeded > bytes.GetCapacity()) {
+        unsigned int const nDoubled = nCount < 0x80000000u ? nCount * 2 : 0xffffffffu;
+        if (!bytes.Reserve(nNeeded > nDoubled ? nNeeded : nDoubled)) {
+            return nullptr;
+        }
+    }
+    return bytes.Resize(nNeeded) ? bytes.GetData() + nCount : nullptr;
+}
+
+constexpr unsigned long Padded(unsigned long nLength) {
+    return (nLength + 3) & ~3ul;
+}
+
+/** The entry at the start of `nLength` bytes; false when they end before it does. */
+bool ParseEntry(unsigned char const* pData, unsigned long nLength, unsigned long& nDataLength,
+                unsigned long& nEntryLength) {
+    if (nLength < EntryHeaderLength) {
+        return false;
+    }
+    nDataLength = GetWord(pData) >> 4;
+    nEntryLength = EntryHeaderLength + Padded(nDataLength);
+    return nEntryLength <= nLength;
+}
+
+bool AreEntriesWhole(unsigned char const* pData, unsigned long nLength, unsigned long& nBadEntry) {
+    for (nBadEntry = 0; nBadEntry < nLength;) {
+        unsigned long nDataLength;
+        unsigned long nEntryLength;
+        if (!ParseEntry(pData + nBadEntry, nLength - nBadEntry, nDataLength, nEntryLength)) {
+            return false;
+        }
+        nBadEntry += nEntryLength;
+    }
+    return true;
+}
+
+} // namespace
+
+DocumentNode::DocumentNode(unsigned int nTagID, unsigned int nTypeID)
+    : m_nTagID(nTagID), m_nTypeID(nTypeID) {}
+
+DocumentNode::~DocumentNode() = default;
+
+bool DocumentNode::AddAttribute(unsigned int nID, unsigned char const* pData, unsigned long nLength) {
+    unsigned long const nRoom = MaximumBlockLength - m_attributes.GetCount();
+    if (nLength > nRoom || EntryHeaderLength + Padded(nLength) > nRoom) {
+        return false;
+    }
+    unsigned char* const pEntry = Extend(m_attributes, EntryHeaderLength + Padded(nLength));
+    if (!pEntry) {
+        return false;
+    }
+    PutWord(pEntry, static_cast<unsigned int>(nLength) << 4 | RawBytes);
+    PutWord(pEntry + 4, nID);
+    if (nLength > 0) {
+        std::memcpy(pEntry + EntryHeaderLength, pData, nLength);
+    }
+    return true;
+}
+
+bool DocumentNode::FindAttribute(unsigned int nID, unsigned char const*& pData,
+                                 unsigned long& nLength) const {
+    unsigned char const* pEntry = m_attributes.GetData();
+    unsigned long nLeft = m_attributes.GetCount();
+    unsigned long nDataLength;
+    unsigned long nEntryLength;
+    while (nLeft > 0 && ParseEntry(pEntry, nLeft, nDataLength, nEntryLength)) {
+        if (GetWord(pEntry + 4) == nID && (GetWord(pEntry) & 0xf) == RawBytes) {
+            pData = pEntry + EntryHeaderLength;
+            nLength = nDataLength;
+            return true;
+        }
+        pEntry += nEntryLength;
+        nLeft -= nEntryLength;
+    }
+    return false;
+}
+
+bool DocumentNode::AddChild(Ref<DocumentNode> const& pChild) {
+    return InsertChild(m_children.GetCount(), pChild);
+}
+
+bool DocumentNode::InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild) {
+    return pChild && m_children.Insert(nChild, pChild);
+}
+
+bool DocumentNode::Write(List<unsigned char>& bytes) const {
+    unsigned int const nCount = bytes.GetCount();
+    if (WriteNode(bytes, 1)) {
+        return true;
+    }
+    bytes.Resize(nCount);
+    return false;
+}
+
+bool DocumentNode::WriteNode(List<unsigned char>& bytes, unsigned int nDepth) const {
+    unsigned int const nBlockLength = m_attributes.GetCount();
+    unsigned char* const pNode =
+        nDepth <= MaximumDepth ? Extend(bytes, NodeHeaderLength + nBlockLength) : nullptr;
+    if (!pNode) {
+        return false;
+    }
+    PutWord(pNode, m_nTagID);
+    PutWord(pNode + 4, m_nTypeID);
+    PutWord(pNode + 8, m_children.GetCount());
+    PutWord(pNode + 12, nBlockLength << 4);
+    if (nBlockLength > 0) {
+        std::memcpy(pNode + NodeHeaderLength, m_attributes.GetData(), nBlockLength);
+    }
+    for (Ref<DocumentNode> const& pChild : m_children) {
+        if (!pChild->WriteNode(bytes, nDepth + 1)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+Ref<DocumentNode> DocumentNode::Read(unsigned char const* pData, unsigned long nLength, char const** pError,
+                                     unsigned long* pOffset) {
+    Ref<DocumentNode> pRoot;
+    unsigned long nOffset = 0;
+    char const* pProblem = ReadTree(pData, nLength, nOffset, pRoot);
+    if (!pProblem && nOffset != nLength) {
+        pProblem = "bytes are left over behind the document";
+    }
+    if (pError) {
+        *pError = pProblem;
+    }
+    if (pOffset) {
+        *pOffset = nOffset;
+    }
+    return pProblem ? Ref<DocumentNode>() : pRoot;
+}
+
+/** Reads one node without its children and moves behind it. Returns what is wrong, or null. */
+char const* DocumentNode::ReadNode(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
+                                   Ref<DocumentNode>& pNode, unsigned int& nChildren) {
+    if (nLength - nOffset < NodeHeaderLength) {
+        return "the document ends within a node";
+    }
+    unsigned char const* const pHeader = pData + nOffset;
+    unsigned long const nLeft = nLength - nOffset - NodeHeaderLength;
+    nChildren = GetWord(pHeader + 8);
+    unsigned long const nBlockLength = GetWord(pHeader + 12) >> 4;
+    if (nBlockLength > nLeft) {
+        return "an attribute block reaches past the document's end";
+    }
+    // Each child takes a header at least: an absurd count is found before anything is made for it.
+    if (nChildren > (nLeft - nBlockLength) / NodeHeaderLength) {
+        return "a node has more children than the document has room for";
+    }
+    unsigned char const* const pBlock = pHeader + NodeHeaderLength;
+    unsigned long nBadEntry;
+    if (!AreEntriesWhole(pBlock, nBlockLength, nBadEntry)) {
+        nOffset += NodeHeaderLength + nBadEntry;
+        return "an attribute reaches past its block's end";
+    }
+    pNode = new (std::nothrow) DocumentNode(GetWord(pHeader), GetWord(pHeader + 4));
+    unsigned char* const pCopy = pNode ? Extend(pNode->m_attributes, nBlockLength) : nullptr;
+    if (!pNode || (nBlockLength > 0 && !pCopy) || !pNode->m_children.Reserve(nChildren)) {
+        return "out of memory";
+    }
+    if (nBlockLength > 0) {
+        std::memcpy(pCopy, pBlock, nBlockLength);
+    }
+    nOffset += NodeHeaderLength + nBlockLength;
+    return nullptr;
+}
+
+char const* DocumentNode::ReadTree(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
+                                   Ref<DocumentNode>& pRoot) {
+    struct Level {
+        DocumentNode* m_pNode;
+        unsigned int m_nMissing; // children still to be read
+    };
+    List<Level> levels;
+    unsigned int nChildren = 0;
+    char const* pProblem = ReadNode(pData, nLength, nOffset, pRoot, nChildren);
+    if (pProblem) {
+        return pProblem;
+    }
+    if (!levels.Append(Level{pRoot.Get(), nChildren})) {
+        return "out of memory";
+    }
+    while (!levels.IsEmpty()) {
+        Level& level = levels.Last();
+        if (level.m_nMissing == 0) {
+            levels.RemoveLast();
+            continue;
+        }
+        if (levels.GetCount() == MaximumDepth) {
+            return "the document is nested too deep";
+        }
+        --level.m_nMissing;
+        Ref<DocumentNode> pChild;
+        pProblem = ReadNode(pData, nLength, nOffset, pChild, nChildren);
+        if (pProblem) {
+            return pProblem;
+        }
+        if (!level.m_pNode->AddChild(pChild) || !levels.Append(Level{pChild.Get(), nChildren})) {
+            return "out of memory";
+        }
+    }
+    return nullptr;
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,25 @@
+#include "trevik/kelvo/Property.h"
+
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+std::atomic<unsigned long> BasePropertyGeneration::s_nValue{1};
+
+Property::~Property() = default;
+
+bool Property::Initialize(PropertyDescriptor const& descriptor) {
+    m_nID = descriptor.m_nID;
+    return true;
+}
+
+void Property::Update(UpdateContext const&, RealFloat const&) {}
+
+bool Property::Save(Serializer& serializer) {
+    return serializer.WriteValue(DocumentID::Name, m_nID);
+}
+
+void Property::Emit(MemoryTracer*) {}
+
+} // namespace trevik::kelvo
