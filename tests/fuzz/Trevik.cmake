@@ -1,0 +1,1 @@
+kelvo_fuzz_target(trevik_encoding_fuzz EncodingFuzz.cpp corpus/encoding kelvo)
