@@ -1,11 +1,12 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/Font.h"
 
 namespace trevik::kelvo {
 
 /** A font whose glyphs are rectangles of textures. */
-class BitmapFont : public Font {
+class TREVIK_API BitmapFont : public Font {
 public:
     BitmapFont();
     ~BitmapFont() override;

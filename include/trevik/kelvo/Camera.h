@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/RealProperty.h"
 #include "trevik/kelvo/RectangleProperty.h"
@@ -11,7 +12,7 @@ namespace trevik::kelvo {
  * A point of view: its place and direction are the node's transform (looking along -z, y up), its projection the
  * properties below. The back end supplies the matrices.
  */
-class Camera : public TransformNode {
+class TREVIK_API Camera : public TransformNode {
 public:
     static constexpr unsigned int ClassID = HashName("Camera");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

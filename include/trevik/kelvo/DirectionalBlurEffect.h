@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/RealProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
@@ -7,7 +8,7 @@
 namespace trevik::kelvo {
 
 /** Smears a textured sprite along a direction. Reach in texels is |direction| times the amount, per axis. */
-class DirectionalBlurEffect : public Effect {
+class TREVIK_API DirectionalBlurEffect : public Effect {
 public:
     static constexpr unsigned int ClassID = HashName("DirectionalBlurEffect");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

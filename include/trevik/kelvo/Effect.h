@@ -2,6 +2,7 @@
 
 #include <new>
 
+#include "trevik/Export.h"
 #include "trevik/Referenced.h"
 #include "trevik/Types.h"
 #include "trevik/kelvo/ITraceable.h"
@@ -21,7 +22,7 @@ class Text;
  * Something that changes how a node and its subtree are drawn. Attached with TransformNode::AddEffect; a node's effects
  * are asked in attachment order. All operations run on the render thread.
  */
-class Effect : public Referenced, public ITraceable {
+class TREVIK_API Effect : public Referenced, public ITraceable {
 public:
     static constexpr unsigned int ClassID = HashName("Effect");
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Color.h"
+#include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Referenced.h"
 #include "trevik/Types.h"
@@ -17,7 +18,7 @@ class GraphicsDevice;
 class Serializer;
 
 /** A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said otherwise. */
-class Font : public Referenced, public ITraceable {
+class TREVIK_API Font : public Referenced, public ITraceable {
 public:
     Font();
     ~Font() override;

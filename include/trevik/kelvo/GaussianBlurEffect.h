@@ -1,12 +1,13 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/RealProperty.h"
 
 namespace trevik::kelvo {
 
 /** Blurs what the node's subtree draws by an animated amount: 0 or less none, 1 full, above 1 wider still. */
-class GaussianBlurEffect : public Effect {
+class TREVIK_API GaussianBlurEffect : public Effect {
 public:
     static constexpr unsigned int ClassID = HashName("GaussianBlurEffect");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Color.h"
+#include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Matrix.h"
 #include "trevik/Rectangle.h"
@@ -24,7 +25,7 @@ class Texture;
  *
  * The order of the virtual operations is part of the contract between host and back ends.
  */
-class GraphicsDevice {
+class TREVIK_API GraphicsDevice {
 public:
     GraphicsDevice();
     virtual ~GraphicsDevice();

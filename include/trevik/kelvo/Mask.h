@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Referenced.h"
 #include "trevik/Types.h"
@@ -18,7 +19,7 @@ struct MaskGeometry {
 };
 
 /** A shape outside of which neither the nodes it is attached to nor their children draw. Shared by reference. */
-class Mask : public Referenced {
+class TREVIK_API Mask : public Referenced {
 public:
     Mask();
     ~Mask() override;

@@ -3,6 +3,7 @@
 #include <new>
 
 #include "trevik/Encoding.h"
+#include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Matrix.h"
 #include "trevik/Ref.h"
@@ -30,7 +31,7 @@ class Serializer;
  *
  * The order of the virtual operations is part of the contract between host and back ends.
  */
-class Node : public Referenced, public ITraceable {
+class TREVIK_API Node : public Referenced, public ITraceable {
 public:
     static constexpr unsigned int ClassID = HashName("Node");
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }

@@ -1,10 +1,11 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Referenced.h"
 
 namespace trevik::kelvo {
 
 /** Base of whatever an application hangs on a node with Node::SetUserData. Neither cloned nor saved. */
-class NodeUserdata : public Referenced {};
+class TREVIK_API NodeUserdata : public Referenced {};
 
 } // namespace trevik::kelvo

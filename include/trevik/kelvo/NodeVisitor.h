@@ -1,5 +1,7 @@
 #pragma once
 
+#include "trevik/Export.h"
+
 namespace trevik::kelvo {
 
 class Camera;
@@ -11,7 +13,7 @@ class TransformNode;
  * Receives nodes during Node::Accept. Each node calls the operation for its kind, then lets its children do the same.
  * Not destroyed through this interface, hence no virtual destructor.
  */
-class NodeVisitor {
+class TREVIK_API NodeVisitor {
 public:
     virtual void VisitNode(Node& node, void* pArgument) = 0;               ///< plain and transform nodes
     virtual void VisitDrawable(TransformNode& node, void* pArgument) = 0;  ///< sprites, nine-patch sprites, texts

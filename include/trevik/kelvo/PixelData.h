@@ -1,12 +1,13 @@
 #pragma once
 
 #include "trevik/Delegate.h"
+#include "trevik/Export.h"
 #include "trevik/kelvo/Property.h"
 
 namespace trevik::kelvo {
 
 /** A texture's pixels in CPU memory: bytes that it owns, or that somebody else owns and keeps alive. */
-class PixelBuffer {
+class TREVIK_API PixelBuffer {
 public:
     PixelBuffer() = default;
     ~PixelBuffer() { Release(); }
@@ -32,7 +33,7 @@ private:
 };
 
 /** The pixel buffer as a property: not animated, but it announces changes, and it is saved as "Value". */
-class PixelDataProperty : public Property {
+class TREVIK_API PixelDataProperty : public Property {
 public:
     bool Load(Deserializer& deserializer) override;
     bool Save(Serializer& serializer) override;

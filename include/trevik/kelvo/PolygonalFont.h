@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/Font.h"
 #include "trevik/kelvo/ListProperty.h"
 
@@ -12,7 +13,7 @@ struct GlyphMesh {
 };
 
 /** A font whose glyphs are triangle meshes. */
-class PolygonalFont : public Font {
+class TREVIK_API PolygonalFont : public Font {
 public:
     PolygonalFont();
     ~PolygonalFont() override;

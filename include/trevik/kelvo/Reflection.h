@@ -3,6 +3,7 @@
 #include "trevik/Encoding.h"
 #include "trevik/Hash.h"
 #include "trevik/StringEncoded.h"
+#include "trevik/kelvo/NodeVisitor.h"
 
 /**
  * The per-class operations by which the host copies, identifies and walks objects. They are alike in every class but for

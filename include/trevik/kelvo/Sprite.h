@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/Texture.h"
@@ -8,7 +9,7 @@
 namespace trevik::kelvo {
 
 /** A textured or single-coloured rectangle, (0, 0) to its size in node space, z = 0. The back end draws it. */
-class Sprite : public TransformNode {
+class TREVIK_API Sprite : public TransformNode {
 public:
     static constexpr unsigned int ClassID = HashName("Sprite");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Rectangle.h"
 #include "trevik/kelvo/Font.h"
 #include "trevik/kelvo/HostProperties.h"
@@ -9,7 +10,7 @@
 namespace trevik::kelvo {
 
 /** A node that lays a string out in glyphs of a font, in batches of one texture each. */
-class Text : public TransformNode {
+class TREVIK_API Text : public TransformNode {
 public:
     static constexpr unsigned int ClassID = HashName("Text");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Encoding.h"
+#include "trevik/Export.h"
 #include "trevik/Ref.h"
 #include "trevik/Referenced.h"
 #include "trevik/StringEncoded.h"
@@ -30,7 +31,7 @@ class Serializer;
  * The used size is the part that holds the image, the allocated size that of the whole texture (compressed formats round
  * up to whole blocks). Back ends drop the pixels once they have uploaded them.
  */
-class Texture : public Referenced, public ITraceable {
+class TREVIK_API Texture : public Referenced, public ITraceable {
 public:
     Texture();
     ~Texture() override;

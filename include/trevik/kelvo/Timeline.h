@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/Camera.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/Interpolate.h"
@@ -21,7 +22,7 @@ struct PlaybackMode {
  * A node whose children live in frames of its own. While it plays it advances by the time passed divided by the frame
  * delay; a time map bends the way from the first to the last frame. Children may be seen through its own camera.
  */
-class Timeline : public TransformNode {
+class TREVIK_API Timeline : public TransformNode {
 public:
     static constexpr unsigned int ClassID = HashName("Timeline");
     static bool IsOwnOrBaseID(unsigned int nClassID) {

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/Node.h"
@@ -13,7 +14,7 @@ namespace trevik::kelvo {
  * position + R · (scale · stretch · (p + pivot)), where R turns about x, then y, then z by the rotation's degrees and the
  * products of vectors are per component. One unit is one pixel under the default camera, y points up.
  */
-class TransformNode : public Node {
+class TREVIK_API TransformNode : public Node {
 public:
     TREVIK_NODE_REFLECTION(TransformNode, Node, "TransformNode", VisitNode)
 
