@@ -1,0 +1,60 @@
+#pragma once
+
+#include <cstdint>
+#include <vector>
+
+#include "trevik/ClassRegistry.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Texture.h"
+#include "trevik/kelvo/Timeline.h"
+
+namespace bench {
+
+/** What a measured scene consists of. Everything random comes from a fixed seed. */
+struct SceneOptions {
+    unsigned int m_nSprites = 1000;
+    unsigned int m_nTextures = 8; ///< used in turn; 0 makes single-coloured sprites
+    int m_nSpriteSize = 1;        ///< pixels, square
+    bool m_fMoving = true;        ///< every sprite's position is driven by samples, a new value each frame
+};
+
+/** A back end brought up on a window, and the classes it registered. */
+class Backend {
+public:
+    /** `pWindow` as GraphicsDevice::Initialize takes it; null is enough for a driver that draws nothing. */
+    bool Initialize(void* pWindow, int nWidth, int nHeight);
+    ~Backend();
+
+    trevik::ClassRegistry& GetRegistry() { return m_registry; }
+    trevik::kelvo::GraphicsDevice& GetDevice() { return *m_pDevice; }
+
+private:
+    trevik::ClassRegistry m_registry;
+    trevik::kelvo::GraphicsDevice* m_pDevice = nullptr;
+};
+
+/** A flat timeline of sprites, spread over a 640 × 360 surface. */
+class BenchScene {
+public:
+    BenchScene(Backend& backend, SceneOptions const& options);
+
+    /** Brings the scene to frame `nFrame`; sprites move half a sample per frame, so every value is interpolated. */
+    void Update(unsigned int nFrame);
+    /** Draws the scene without clearing or presenting. */
+    void Render();
+    /** A whole frame: update, clear, render, present, queued work. */
+    void RunFrame(unsigned int nFrame);
+
+    std::vector<trevik::kelvo::Sprite*> const& GetSprites() const { return m_sprites; }
+    std::vector<trevik::Ref<trevik::kelvo::Texture>> const& GetTextures() const { return m_textures; }
+
+private:
+    Backend& m_backend;
+    std::vector<trevik::Ref<trevik::kelvo::Texture>> m_textures;
+    trevik::Ref<trevik::kelvo::Timeline> m_pRoot;
+    std::vector<trevik::kelvo::Sprite*> m_sprites; ///< held by the root
+};
+
+} // namespace bench

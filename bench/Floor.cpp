@@ -1,0 +1,168 @@
+// Varies: sprite size (1 and 16 pixels). Constant: 10 000 textured sprites that all move, eight textures in turn, the
+// system's driver. Measured and floor alternate frame by frame in one process; the floor issues the same GL calls with the
+// same data from a flat array. Both end with glFinish.
+
+#include <EGL/egl.h>
+#include <GLES2/gl2.h>
+#include <malloc.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
+
+#include "BenchScene.h"
+#include "GraphicsDeviceGL2.h"
+#include "ShaderProgramGL2.h"
+#include "SpriteGL2.h"
+#include "TextureGL2.h"
+#include "kelvo_desktop/OffscreenWindow.h"
+#include "trevik/kelvo/Window.h"
+
+namespace {
+
+using namespace trevik;
+using namespace trevik::kelvo;
+
+constexpr unsigned int SpriteCount = 10000;
+constexpr unsigned int WarmUpFrames = 5;
+constexpr unsigned int MeasuredFrames = 40;
+
+class Window : public WindowT<ANativeWindow> {
+public:
+    Window(int nWidth, int nHeight) { ::kelvo::desktop::InitialiseOffscreen(*this, nWidth, nHeight); }
+};
+
+/** Everything that one sprite's calls need. */
+struct FlatSprite {
+    GLfloat m_vertices[12];
+    GLfloat m_textureCoords[8];
+    GLfloat m_matrix[16];
+    GLuint m_nTexture;
+};
+
+class Floor {
+public:
+    Floor(GraphicsDeviceGL2& device, bench::BenchScene& scene) : m_device(device), m_scene(scene) {
+        device.SetActiveShader(device.GetShader(-1));
+        GLint nProgram = 0;
+        glGetIntegerv(GL_CURRENT_PROGRAM, &nProgram);
+        device.SetActiveShader(nullptr);
+        m_nProgram = static_cast<GLuint>(nProgram);
+        m_nSampler = glGetUniformLocation(m_nProgram, "sTexture");
+        m_nColor = glGetUniformLocation(m_nProgram, "vColor");
+        m_nMatrix = glGetUniformLocation(m_nProgram, "mWorldToView");
+        m_sprites.resize(scene.GetSprites().size());
+    }
+
+    /** Takes over what the scene would draw now. Not part of the measured time. */
+    void Capture() {
+        for (std::size_t i = 0; i < m_sprites.size(); ++i) {
+            SpriteGL2& sprite = *static_cast<SpriteGL2*>(m_scene.GetSprites()[i]);
+            FlatSprite& flat = m_sprites[i];
+            std::memcpy(flat.m_vertices, sprite.GetVertices().GetData(), sizeof(flat.m_vertices));
+            Vector2T<RealFloat> coords[4];
+            sprite.GetTextureCoords(coords);
+            std::memcpy(flat.m_textureCoords, coords, sizeof(flat.m_textureCoords));
+            m_device.SetCameraDepth(true);
+            Matrix4T<RealFloat> const matrix =
+                sprite.GetWorldMatrix() * m_device.GetViewMatrix() * m_device.GetProjectionMatrix();
+            std::memcpy(flat.m_matrix, matrix.m, sizeof(flat.m_matrix));
+            flat.m_nTexture = static_cast<TextureGL2*>(sprite.GetTexture())->GetGLTexture();
+        }
+    }
+
+    void RunFrame() {
+        glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
+        glUseProgram(m_nProgram);
+        glEnableVertexAttribArray(0);
+        glEnableVertexAttribArray(1);
+        for (FlatSprite const& sprite : m_sprites) {
+            glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, sprite.m_vertices);
+            glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, sprite.m_textureCoords);
+            glUniform1i(m_nSampler, 0);
+            glActiveTexture(GL_TEXTURE0);
+            glBindTexture(GL_TEXTURE_2D, sprite.m_nTexture);
+            glUniform4f(m_nColor, 1, 1, 1, 1);
+            glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+            glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD);
+            glUniformMatrix4fv(m_nMatrix, 1, GL_FALSE, sprite.m_matrix);
+            glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+        }
+        glDisableVertexAttribArray(0);
+        glDisableVertexAttribArray(1);
+        glUseProgram(0);
+        eglSwapBuffers(eglGetCurrentDisplay(), eglGetCurrentSurface(EGL_DRAW));
+    }
+
+private:
+    GraphicsDeviceGL2& m_device;
+    bench::BenchScene& m_scene;
+    GLuint m_nProgram = 0;
+    GLint m_nSampler = -1;
+    GLint m_nColor = -1;
+    GLint m_nMatrix = -1;
+    std::vector<FlatSprite> m_sprites;
+};
+
+template <class Run>
+double Time(Run run) {
+    auto const start = std::chrono::steady_clock::now();
+    run();
+    glFinish();
+    return std::chrono::duration<double, std::micro>(std::chrono::steady_clock::now() - start).count();
+}
+
+double Median(std::vector<double> values) {
+    std::sort(values.begin(), values.end());
+    return values[values.size() / 2];
+}
+
+void Measure(bench::Backend& backend, int nSpriteSize) {
+    bench::SceneOptions options;
+    options.m_nSprites = SpriteCount;
+    options.m_nSpriteSize = nSpriteSize;
+    bench::BenchScene scene(backend, options);
+    GraphicsDeviceGL2& device = static_cast<GraphicsDeviceGL2&>(backend.GetDevice());
+    scene.RunFrame(0);
+    Floor floor(device, scene);
+    std::vector<double> library;
+    std::vector<double> bare;
+    std::vector<double> ratios;
+    for (unsigned int nFrame = 0; nFrame < WarmUpFrames + MeasuredFrames; ++nFrame) {
+        double const rLibrary = Time([&] { scene.RunFrame(nFrame); });
+        floor.Capture();
+        double const rBare = Time([&] { floor.RunFrame(); });
+        if (nFrame >= WarmUpFrames) {
+            library.push_back(rLibrary);
+            bare.push_back(rBare);
+            ratios.push_back(rLibrary / rBare);
+        }
+    }
+    std::sort(ratios.begin(), ratios.end());
+    std::printf("%6dx%-6d %10.1f %10.1f %8.3f %8.3f %8.3f\n", nSpriteSize, nSpriteSize, Median(library), Median(bare),
+                ratios[ratios.size() / 2], ratios[ratios.size() * 95 / 100], ratios.back());
+}
+
+} // namespace
+
+int main() {
+    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the difference.
+    setenv("LP_NUM_THREADS", "1", 0);
+    mallopt(M_TRIM_THRESHOLD, 1 << 30);
+    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    Ref<Window> const pWindow(new Window(640, 360));
+    bench::Backend backend;
+    if (!backend.Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), 640, 360)) {
+        std::fprintf(stderr, "the device cannot be initialised\n");
+        return 1;
+    }
+    std::printf("driver: %s, %s\n", reinterpret_cast<char const*>(glGetString(GL_VENDOR)),
+                reinterpret_cast<char const*>(glGetString(GL_RENDERER)));
+    std::printf("%13s %10s %10s %8s %8s %8s\n", "sprite", "frame us", "floor us", "ratio", "p95", "max");
+    Measure(backend, 1);
+    Measure(backend, 16);
+    return 0;
+}
