@@ -36,15 +36,20 @@ public:
     PngDecoder& operator=(const PngDecoder&) = delete;
     ~PngDecoder() { png_destroy_read_struct(&m_pPng, &m_pInfo, nullptr); }
 
-    /** Reads all that comes before the pixels and arranges for four bytes a pixel. */
+    /** Reads all that comes before the pixels and arranges for four bytes a pixel, or one where there is a
+     * palette. */
     bool ReadHeader(const ImageLimits& limits);
 
-    /** Reads the pixels into rows of `GetWidth` x 4 bytes, and what comes after them. */
+    /** Reads the pixels into rows that have room for four bytes a pixel, and what comes after them. */
     bool ReadRows(png_bytepp rows);
 
     int GetWidth() const { return int(png_get_image_width(m_pPng, m_pInfo)); }
     int GetHeight() const { return int(png_get_image_height(m_pPng, m_pInfo)); }
     bool HasAlpha() const { return m_fHasAlpha; }
+    bool HasPalette() const { return m_nPaletteEntries > 0; }
+    int GetPaletteEntries() const { return m_nPaletteEntries; }
+    /** R, G, B, A of one entry. */
+    const std::uint8_t* GetPaletteEntry(int index) const { return m_palette[index]; }
     /** Bytes that all rows have in the file once inflated, filter bytes aside. */
     std::uint64_t GetStoredBytes() const { return m_nStoredBytes; }
     /** What libpng reported, and where. */
@@ -54,6 +59,7 @@ private:
     static void OnError(png_structp png, png_const_charp message);
     static void OnWarning(png_structp, png_const_charp) {}
     static void OnRead(png_structp png, png_bytep out, size_t count);
+    void ReadPalette();
     void RequestRgba();
 
     ByteSpan m_bytes;
@@ -62,6 +68,8 @@ private:
     png_infop m_pInfo = nullptr;
     bool m_fHasAlpha = false;
     std::uint64_t m_nStoredBytes = 0;
+    int m_nPaletteEntries = 0;
+    std::uint8_t m_palette[256][4] = {};
     char m_sError[128] = "out of memory";
 };
 
@@ -99,21 +107,41 @@ bool PngDecoder::ReadHeader(const ImageLimits& limits) {
     png_set_keep_unknown_chunks(m_pPng, PNG_HANDLE_CHUNK_NEVER, nullptr, -1);
     png_read_info(m_pPng, m_pInfo);
     m_nStoredBytes = std::uint64_t(png_get_rowbytes(m_pPng, m_pInfo)) * png_get_image_height(m_pPng, m_pInfo);
-    RequestRgba();
+    m_fHasAlpha = (png_get_color_type(m_pPng, m_pInfo) & PNG_COLOR_MASK_ALPHA) != 0 ||
+                  png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
+    if (png_get_color_type(m_pPng, m_pInfo) == PNG_COLOR_TYPE_PALETTE)
+        ReadPalette();
+    else
+        RequestRgba();
+    png_set_interlace_handling(m_pPng);
+    png_read_update_info(m_pPng, m_pInfo);
+    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t(GetWidth()) * (HasPalette() ? 1 : 4))
+        png_error(m_pPng, "the pixels cannot be brought to whole bytes");
     return true;
 }
 
+/** The colours are looked up here and not by libpng, which takes indices without an entry for black. */
+void PngDecoder::ReadPalette() {
+    png_colorp colors = nullptr;
+    png_bytep alpha = nullptr;
+    int alphaEntries = 0;
+    png_get_PLTE(m_pPng, m_pInfo, &colors, &m_nPaletteEntries);
+    png_get_tRNS(m_pPng, m_pInfo, &alpha, &alphaEntries, nullptr);
+    for (int i = 0; i < m_nPaletteEntries; ++i) {
+        m_palette[i][0] = colors[i].red;
+        m_palette[i][1] = colors[i].green;
+        m_palette[i][2] = colors[i].blue;
+        m_palette[i][3] = i < alphaEntries ? alpha[i] : 255;
+    }
+    png_set_check_for_invalid_index(m_pPng, 0);
+    png_set_packing(m_pPng);
+}
+
 void PngDecoder::RequestRgba() {
-    m_fHasAlpha = (png_get_color_type(m_pPng, m_pInfo) & PNG_COLOR_MASK_ALPHA) != 0 ||
-                  png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
     png_set_expand(m_pPng);
     png_set_scale_16(m_pPng);
     png_set_gray_to_rgb(m_pPng);
     png_set_add_alpha(m_pPng, 0xFF, PNG_FILLER_AFTER);
-    png_set_interlace_handling(m_pPng);
-    png_read_update_info(m_pPng, m_pInfo);
-    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t(GetWidth()) * 4)
-        png_error(m_pPng, "the pixels cannot be brought to four bytes each");
 }
 
 bool PngDecoder::ReadRows(png_bytepp rows) {
@@ -168,6 +196,24 @@ bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::stri
                            " pixels");
 }
 
+/** Replaces the indices at the beginning of each row by colours, from the right, so that none is overwritten
+ * unread. */
+bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPicture& picture,
+                   std::string& error) {
+    for (int y = 0; y < picture.height; ++y) {
+        std::uint8_t* row = picture.At(0, y);
+        for (int x = picture.width - 1; x >= 0; --x) {
+            const int index = row[x];
+            if (index >= decoder.GetPaletteEntries())
+                return Fail(error, name + ": pixel (" + std::to_string(x) + ", " + std::to_string(y) +
+                                       ") has index " + std::to_string(index) + " into a palette of " +
+                                       std::to_string(decoder.GetPaletteEntries()));
+            std::memcpy(row + std::size_t(x) * 4, decoder.GetPaletteEntry(index), 4);
+        }
+    }
+    return true;
+}
+
 bool Decode(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
             bool& fHasAlpha, std::string& error) {
     if (!CheckHeader(bytes, name, limits, error))
@@ -185,7 +231,7 @@ bool Decode(ByteSpan bytes, const std::string& name, const ImageLimits& limits, 
     if (!decoder.ReadRows(rows.data()))
         return Fail(error, name + ": " + decoder.DescribeError());
     fHasAlpha = decoder.HasAlpha();
-    return true;
+    return !decoder.HasPalette() || LookUpColours(decoder, name, picture, error);
 }
 
 } // namespace

@@ -1,0 +1,136 @@
+#include "Etc1.h"
+#include "PngReader.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <cstdlib>
+
+namespace trevik::kelvo::assets::testing {
+namespace {
+
+ImageData Encode(const ImageData& image, bool fMipLevels = false) {
+    ImageData encoded;
+    std::string error;
+    EXPECT_TRUE(EncodeEtc1(image, fMipLevels, "picture", encoded, error)) << error;
+    return encoded;
+}
+
+ImageData OpaqueImage(int width, int height) {
+    ImageData image = RgbaImage(width, height, GradientRgba(width, height));
+    image.format = TextureFormat::RGBX8888;
+    return image;
+}
+
+/** Largest and mean difference of one channel of two pictures of four bytes a pixel. */
+struct Difference {
+    int largest = 0;
+    double mean = 0;
+    Difference(const Bytes& a, const Bytes& b, std::size_t channel) {
+        EXPECT_EQ(a.size(), b.size());
+        for (std::size_t i = channel; i < std::min(a.size(), b.size()); i += 4) {
+            const int difference = std::abs(a[i] - b[i]);
+            largest = std::max(largest, difference);
+            mean += difference * 4.0 / double(a.size());
+        }
+    }
+};
+
+TEST(Etc1, ABlockDecodesToItsBaseColourPlusModifier) {
+    // Differential mode: base colour (31, 16, 8) of five bits each, no difference, table 0, all pixels "small
+    // plus".
+    const Bytes block = {0xF8, 0x80, 0x40, 0x02, 0, 0, 0, 0};
+    const RgbaPicture picture = UnpackPixels(block.data(), TextureFormat::ETC1_RGB, 4, 4);
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 4; ++x)
+            EXPECT_EQ(Bytes(picture.At(x, y), picture.At(x, y) + 4), (Bytes{255, 134, 68, 255}));
+}
+
+TEST(Etc1, EncodingKeepsASmoothPictureWithinItsPrecision) {
+    const Bytes pixels = GradientRgba(24, 16);
+    const ImageData encoded = Encode(RgbaImage(24, 16, pixels));
+    ASSERT_EQ(encoded.format, TextureFormat::ETC1_RGBA);
+    EXPECT_EQ(encoded.pixels.size(), 2u * 24 * 16 / 2);
+    EXPECT_EQ(encoded.levels[0], (MipLevel{24, 16, 0, 24 * 16 / 2}));
+    const RgbaPicture decoded = UnpackLevel(encoded, 0);
+    for (std::size_t channel = 0; channel < 4; ++channel) {
+        SCOPED_TRACE(channel);
+        const Difference difference(decoded.bytes, pixels, channel);
+        // Half a block shares one hue: a gradient across it and four-bit bases cost up to two steps of 17.
+        EXPECT_LE(difference.largest, 34);
+        EXPECT_LE(difference.mean, channel == 3 ? 4.0 : 9.0);
+    }
+}
+
+TEST(Etc1, PadsOddSizesByRepeatingTheEdge) {
+    // One colour for each of the four blocks; of three of them only an edge or a corner lies in the picture.
+    const Bytes colours[] = {{200, 40, 90}, {30, 160, 220}, {120, 250, 10}, {60, 60, 180}};
+    ImageData image = OpaqueImage(5, 5);
+    for (int i = 0; i < 25; ++i)
+        for (int c = 0; c < 3; ++c)
+            image.pixels[std::size_t(i * 4 + c)] = colours[(i % 5 == 4) + 2 * (i / 5 == 4)][std::size_t(c)];
+    const ImageData encoded = Encode(image);
+    EXPECT_EQ(encoded.format, TextureFormat::ETC1_RGB);
+    EXPECT_EQ(encoded.width, 5);
+    EXPECT_EQ(encoded.height, 5);
+    EXPECT_EQ(encoded.allocatedWidth, 8);
+    EXPECT_EQ(encoded.allocatedHeight, 8);
+    EXPECT_EQ(encoded.levels[0], (MipLevel{8, 8, 0, 32}));
+    ASSERT_EQ(encoded.pixels.size(), 32u);
+    const RgbaPicture all = UnpackPixels(encoded.pixels.data(), TextureFormat::ETC1_RGB, 8, 8);
+    for (int y = 0; y < 8; ++y)
+        for (int x = 0; x < 8; ++x)
+            for (int c = 0; c < 3; ++c) // five bits a channel, and the smallest modifier
+                EXPECT_NEAR(all.At(x, y)[c], colours[(x >= 4) + 2 * (y >= 4)][std::size_t(c)], 6)
+                    << x << " " << y;
+}
+
+TEST(Etc1, TheAlphaPlaneIsTheAlphaEncodedAsGreyRightBehindTheColours) {
+    const Bytes pixels = GradientRgba(12, 8);
+    ImageData grey = OpaqueImage(12, 8);
+    for (std::size_t i = 0; i < pixels.size(); i += 4)
+        grey.pixels[i] = grey.pixels[i + 1] = grey.pixels[i + 2] = pixels[i + 3];
+    Bytes expected = Encode(OpaqueImage(12, 8)).pixels;
+    const Bytes alpha = Encode(grey).pixels;
+    expected.insert(expected.end(), alpha.begin(), alpha.end());
+    EXPECT_EQ(Encode(RgbaImage(12, 8, pixels)).pixels, expected);
+}
+
+TEST(Etc1, TheReaderEncodesByWhatTheFileHas) {
+    ImageOptions options;
+    options.encodeEtc1 = true;
+    const Bytes pixels = GradientRgba(4, 4);
+    ImageData image;
+    std::string error;
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(4, 4, pixels)), "x.png", options, image, error)) << error;
+    EXPECT_EQ(image.format, TextureFormat::ETC1_RGBA);
+    EXPECT_EQ(image.pixels, Encode(RgbaImage(4, 4, pixels)).pixels);
+    ASSERT_TRUE(LoadPng(Span(RgbPng(4, 4, Bytes(pixels.begin(), pixels.begin() + 48))), "x.png", options,
+                        image, error));
+    EXPECT_EQ(image.format, TextureFormat::ETC1_RGB);
+    options.format = TextureFormat::ETC1_RGB; // alpha dropped on request
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(4, 4, pixels)), "x.png", options, image, error)) << error;
+    EXPECT_EQ(image.pixels, Encode(OpaqueImage(4, 4)).pixels);
+}
+
+TEST(Etc1, RefusesWhatItCannotEncode) {
+    ImageData foreign = RgbaImage(1, 1, {0, 0, 0, 0});
+    foreign.format = TextureFormat::Depth24Stencil8;
+    const struct {
+        ImageData image;
+        const char* expected;
+    } cases[] = {{ImageData(), "p: there are no pixels to encode"},
+                 {Encode(OpaqueImage(4, 4)), "p: pixels of texture format 13 cannot be encoded"},
+                 {foreign, "p: pixels of texture format 11 cannot be encoded"}};
+    for (const auto& c : cases) {
+        ImageData out = Untouched();
+        std::string error;
+        EXPECT_FALSE(EncodeEtc1(c.image, false, "p", out, error));
+        EXPECT_EQ(error, c.expected);
+        EXPECT_TRUE(IsUntouched(out));
+    }
+}
+
+} // namespace
+} // namespace trevik::kelvo::assets::testing

@@ -1,0 +1,150 @@
+#include "MipLevels.h"
+#include "Etc1.h"
+#include "PngReader.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+namespace trevik::kelvo::assets::testing {
+namespace {
+
+/** One row or column of opaque greys. */
+RgbaPicture Greys(int width, int height, const Bytes& values) {
+    RgbaPicture picture{width, height, {}};
+    for (std::uint8_t value : values)
+        picture.bytes.insert(picture.bytes.end(), {value, value, value, 255});
+    return picture;
+}
+
+Bytes Reds(const RgbaPicture& picture) {
+    Bytes reds;
+    for (std::size_t i = 0; i < picture.bytes.size(); i += 4)
+        reds.push_back(picture.bytes[i]);
+    return reds;
+}
+
+TEST(MipLevels, EachPixelIsTheMeanOfItsExactShare) {
+    const struct {
+        const char* what;
+        int width;
+        int height;
+        Bytes values;
+        Bytes expected;
+    } cases[] = {
+        {"two", 2, 1, {10, 21}, {16}},
+        {"four", 2, 2, {0, 4, 8, 12}, {6}},
+        {"three become one", 3, 1, {0, 100, 50}, {50}},
+        {"five become two, the middle one shared", 5, 1, {0, 50, 100, 150, 200}, {40, 160}},
+        {"a column of five", 1, 5, {0, 50, 100, 150, 200}, {40, 160}},
+        {"seven become three", 7, 1, {0, 0, 0, 70, 0, 0, 0}, {0, 30, 0}},
+        {"odd both ways", 3, 3, {9, 0, 0, 0, 0, 0, 0, 0, 90}, {11}},
+        {"odd across, even down", 3, 2, {30, 60, 90, 30, 60, 90}, {60}},
+    };
+    for (const auto& c : cases) {
+        SCOPED_TRACE(c.what);
+        EXPECT_EQ(Reds(HalvePicture(Greys(c.width, c.height, c.values))), c.expected);
+    }
+}
+
+TEST(MipLevels, TransparentPixelsDoNotColourTheirNeighbours) {
+    const RgbaPicture half = HalvePicture({2, 1, {200, 0, 0, 255, 0, 255, 0, 0}});
+    EXPECT_EQ(half.bytes, (Bytes{200, 0, 0, 128}));
+    EXPECT_EQ(HalvePicture({2, 1, {200, 0, 0, 60, 0, 100, 0, 20}}).bytes, (Bytes{150, 25, 0, 40}));
+    // Where nothing is visible, the colours that filtering may still reach stay.
+    EXPECT_EQ(HalvePicture({2, 1, {200, 0, 0, 0, 100, 50, 0, 0}}).bytes, (Bytes{150, 25, 0, 0}));
+}
+
+TEST(MipLevels, LevelsReachDownToOnePixelOneBehindTheOther) {
+    ImageOptions options;
+    options.mipLevels = true;
+    const Bytes rgba = GradientRgba(6, 5);
+    ImageData image;
+    std::string error;
+    options.format = TextureFormat::RGB888;
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(6, 5, rgba)), "x.png", options, image, error)) << error;
+    const std::vector<MipLevel> expected = {{6, 5, 0, 100}, {3, 2, 100, 24}, {1, 1, 124, 4}};
+    EXPECT_EQ(image.levels, expected);
+    EXPECT_EQ(image.pixels.size(), 128u);
+
+    options.format = TextureFormat::RGBA8888;
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(6, 5, rgba)), "x.png", options, image, error)) << error;
+    const RgbaPicture half = HalvePicture({6, 5, rgba});
+    EXPECT_EQ(UnpackLevel(image, 0).bytes, rgba);
+    EXPECT_EQ(UnpackLevel(image, 1).bytes, half.bytes);
+    EXPECT_EQ(UnpackLevel(image, 2).bytes, HalvePicture(half).bytes);
+}
+
+TEST(MipLevels, ADroppedAlphaDoesNotWeighOnSmallerLevels) {
+    ImageOptions options;
+    options.mipLevels = true;
+    options.format = TextureFormat::RGB888;
+    ImageData image;
+    std::string error;
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(2, 1, {200, 0, 0, 255, 0, 100, 0, 0})), "x.png", options, image, error));
+    EXPECT_EQ(UnpackLevel(image, 1).bytes, (Bytes{100, 50, 0, 255}));
+}
+
+TEST(MipLevels, PaddedImagesHalveTheirAllocatedSize) {
+    ImageOptions options;
+    options.mipLevels = true;
+    options.padToPowerOfTwo = true;
+    ImageData image;
+    std::string error;
+    ASSERT_TRUE(LoadPng(Span(RgbaPng(5, 3, GradientRgba(5, 3))), "x.png", options, image, error)) << error;
+    const std::vector<MipLevel> expected = {{8, 4, 0, 128}, {4, 2, 128, 32}, {2, 1, 160, 8}, {1, 1, 168, 4}};
+    EXPECT_EQ(image.levels, expected);
+    EXPECT_EQ(image.width, 5);
+    const RgbaPicture used = UnpackLevel(image, 1);
+    EXPECT_EQ(used.width, 3);
+    EXPECT_EQ(used.height, 2);
+}
+
+TEST(MipLevels, Etc1LevelsSmallerThanABlockTakeOneBlock) {
+    ImageOptions options;
+    options.mipLevels = true;
+    options.format = TextureFormat::ETC1_RGB;
+    const Bytes plain(12 * 4 * 3, 0x84);
+    ImageData image;
+    std::string error;
+    ASSERT_TRUE(LoadPng(Span(RgbPng(12, 4, plain)), "x.png", options, image, error)) << error;
+    const std::vector<MipLevel> expected = {{12, 4, 0, 24}, {6, 2, 24, 16}, {3, 1, 40, 8}, {1, 1, 48, 8}};
+    EXPECT_EQ(image.levels, expected);
+    EXPECT_EQ(image.pixels.size(), 56u);
+    for (std::size_t level = 0; level < 4; ++level)
+        for (std::uint8_t red : Reds(UnpackLevel(image, level)))
+            EXPECT_NEAR(red, 0x84, 4) << level; // five bits a channel
+}
+
+TEST(MipLevels, Etc1WithAlphaIsRefusedForItsLevelsCouldNotReachOnePixel) {
+    ImageOptions options;
+    options.mipLevels = true;
+    options.encodeEtc1 = true;
+    ImageData image = Untouched();
+    std::string error;
+    EXPECT_FALSE(LoadPng(Span(RgbaPng(8, 8, GradientRgba(8, 8))), "x.png", options, image, error));
+    EXPECT_EQ(error.rfind("x.png: ETC1 with alpha cannot have mip levels", 0), 0u) << error;
+    EXPECT_FALSE(EncodeEtc1(RgbaImage(8, 8, GradientRgba(8, 8)), true, "x", image, error));
+    EXPECT_TRUE(IsUntouched(image));
+
+    ImageData encoded;
+    ASSERT_TRUE(EncodeEtc1(RgbaImage(8, 8, GradientRgba(8, 8)), false, "x", encoded, error)) << error;
+    EXPECT_FALSE(GenerateMipLevels(encoded, "x", error));
+    EXPECT_EQ(encoded.levels.size(), 1u);
+}
+
+TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
+    ImageData image = RgbaImage(4, 1, GradientRgba(4, 1));
+    image.levels.push_back({2, 1, 16, 8});
+    image.pixels.resize(24, 77);
+    std::string error;
+    ASSERT_TRUE(GenerateMipLevels(image, "x", error)) << error;
+    const std::vector<MipLevel> expected = {{4, 1, 0, 16}, {2, 1, 16, 8}, {1, 1, 24, 4}};
+    EXPECT_EQ(image.levels, expected);
+    EXPECT_EQ(UnpackLevel(image, 0).bytes, GradientRgba(4, 1));
+    EXPECT_EQ(UnpackLevel(image, 1).bytes, HalvePicture({4, 1, GradientRgba(4, 1)}).bytes);
+    ImageData empty;
+    EXPECT_FALSE(GenerateMipLevels(empty, "x", error));
+}
+
+} // namespace
+} // namespace trevik::kelvo::assets::testing

@@ -1,0 +1,74 @@
+#pragma once
+
+#include "Image.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace trevik::kelvo::assets::testing {
+
+using Bytes = std::vector<std::uint8_t>;
+
+inline ByteSpan Span(const Bytes& bytes) {
+    return {bytes.data(), bytes.size()};
+}
+
+/** A folder of its own for one test, removed with all that it holds. */
+class TemporaryFolder {
+public:
+    TemporaryFolder();
+    ~TemporaryFolder();
+    std::string Path(const std::string& name) const { return m_sPath + "/" + name; }
+    void Write(const std::string& name, const Bytes& bytes) const;
+    Bytes Read(const std::string& name) const;
+    /** Names of the files that are there, in order. */
+    std::vector<std::string> List() const;
+
+private:
+    std::string m_sPath;
+};
+
+/** A PNG file described by its samples: what the writer is told, and what a reader must make of it. */
+struct PngSource {
+    int colorType = 0;
+    int bitDepth = 8;
+    bool interlaced = false;
+    bool transparency =
+        false; /**< with a tRNS chunk: of the first pixel's colour, or for half of the palette */
+    int width = 7;
+    int height = 5;
+    std::vector<std::uint16_t> samples; /**< channel after channel, pixel after pixel, row after row */
+    Bytes palette;                      /**< R, G, B */
+    Bytes paletteAlpha;
+};
+
+/** Fills samples and palette with reproducible noise. */
+PngSource NoisePng(int colorType, int bitDepth, bool interlaced, bool transparency);
+
+Bytes EncodePngSource(const PngSource& source);
+
+/** The picture that the samples stand for, four bytes a pixel, computed without libpng. */
+Bytes ExpectedRgba(const PngSource& source);
+
+/** An 8-bit RGBA file of the given pixels (R, G, B, A). */
+Bytes RgbaPng(int width, int height, const Bytes& pixels);
+
+/** An 8-bit RGB file of the given pixels. */
+Bytes RgbPng(int width, int height, const Bytes& pixels);
+
+/** An image as a reader leaves it: `RGBA8888` of the given pixels. */
+ImageData RgbaImage(int width, int height, const Bytes& pixels);
+
+/** A smooth picture whose four corners, rows and columns all differ; alpha falls from left to right. */
+Bytes GradientRgba(int width, int height);
+
+/** An image that no loader may touch when it fails, and whether it is still the same. */
+ImageData Untouched();
+bool IsUntouched(const ImageData& image);
+
+/** Largest single allocation by operator new on this thread since the last reset. */
+std::size_t LargestAllocation();
+void ResetLargestAllocation();
+
+} // namespace trevik::kelvo::assets::testing

@@ -1,0 +1,47 @@
+#pragma once
+
+#include "Image.h"
+
+#include <cstdlib>
+
+namespace trevik::kelvo::assets::fuzz {
+
+inline void Require(bool fHolds) {
+    if (!fHolds)
+        std::abort();
+}
+
+/** Sizes small enough that a search spends its time on the readers and not on filling memory. */
+inline ImageOptions SmallOptions() {
+    ImageOptions options;
+    options.limits.maxWidth = 128;
+    options.limits.maxHeight = 128;
+    return options;
+}
+
+/** What everything that takes an image relies on: sizes in order, every level inside the pixels, rows for all
+ * of it. */
+inline void RequireWhole(const ImageData& image) {
+    Require(image.width >= 1 && image.width <= image.allocatedWidth);
+    Require(image.height >= 1 && image.height <= image.allocatedHeight);
+    Require(!image.levels.empty());
+    Require(image.levels[0].m_nWidth == image.allocatedWidth &&
+            image.levels[0].m_nHeight == image.allocatedHeight);
+    for (const MipLevel& level : image.levels) {
+        Require(level.m_nOffset >= 0 && level.m_nWidth >= 1 && level.m_nHeight >= 1);
+        Require(std::size_t(level.m_nSize) == PlaneBytes(image.format, level.m_nWidth, level.m_nHeight));
+        Require(std::size_t(level.m_nOffset) + LevelBytes(image.format, level.m_nWidth, level.m_nHeight) <=
+                image.pixels.size());
+    }
+}
+
+/** The image is whole after a success; after a failure it is as it was, and there is one line that says why.
+ */
+inline void RequireAllOrNothing(bool fLoaded, const ImageData& image, const std::string& error) {
+    if (fLoaded)
+        return RequireWhole(image);
+    Require(image.pixels.empty() && image.levels.empty() && image.width == 0);
+    Require(!error.empty() && error.find('\n') == std::string::npos);
+}
+
+} // namespace trevik::kelvo::assets::fuzz

@@ -1,0 +1,30 @@
+// Any bytes as a PKM file: alone, with smaller levels made of its blocks, and cut in half as colours and
+// alpha.
+
+#include "ImageChecks.h"
+#include "Pkm.h"
+
+namespace {
+
+using namespace trevik::kelvo::assets;
+
+void Load(ByteSpan colour, ByteSpan alpha, bool fMipLevels) {
+    ImageOptions options = fuzz::SmallOptions();
+    options.mipLevels = fMipLevels;
+    ImageData image;
+    std::string error;
+    const bool fLoaded = LoadPkm(colour, alpha, "fuzz.pkm", options, image, error);
+    fuzz::RequireAllOrNothing(fLoaded, image, error);
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+    Load({data, size}, {}, false);
+    // Encoding is slow; what is of interest are the sizes.
+    if (size <= 16 + 8 * 16)
+        Load({data, size}, {}, true);
+    const std::size_t half = size / 2;
+    Load({data, half}, {data + half, size - half}, false);
+    return 0;
+}
