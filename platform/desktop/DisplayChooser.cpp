@@ -1,0 +1,249 @@
+#include "DisplayChooser.h"
+
+#include "EglConfigs.h"
+#include "EglDriver.h"
+#include "kelvo_desktop/Display.h"
+
+#include <algorithm>
+#include <cstdlib>
+#include <cstring>
+#include <mutex>
+#include <string>
+#include <vector>
+
+namespace kelvo::desktop {
+
+namespace {
+
+/** What SelectPlatform's words mean. */
+struct Wish {
+    enum Kind { Automatic, Surfaceless, AnyDevice, OneDevice, X11 };
+    Kind kind = Automatic;
+    int device = 0;
+
+    bool operator==(Wish const& other) const { return kind == other.kind && device == other.device; }
+};
+
+/** A display worth trying. */
+struct Candidate {
+    EGLDisplay display;
+    DisplayKind kind;
+    std::string sName;
+};
+
+struct ChosenDisplay {
+    EGLDisplay display;
+    DisplayKind kind;
+};
+
+struct Chooser {
+    std::mutex mutex;
+    // Set by SelectPlatform; Automatic leaves the choice to the environment.
+    Wish selected;
+    EGLDisplay chosen = EGL_NO_DISPLAY;
+    Wish chosenFor;
+    std::string sDescription = "none: eglGetDisplay has not been called";
+    // Every display ever given out; displays live as long as the process.
+    std::vector<ChosenDisplay> given;
+    std::vector<EGLDisplay> initialised;
+};
+
+Chooser& TheChooser() {
+    // Not destroyed at exit: EGL may be called by destructors of static objects.
+    static Chooser* const s_pChooser = new Chooser;
+    return *s_pChooser;
+}
+
+bool ParseWish(char const* words, Wish& wish) {
+    static char const s_devicePrefix[] = "device:";
+    std::size_t const nPrefix = sizeof s_devicePrefix - 1;
+    wish = Wish();
+    if (!words || !*words)
+        return true;
+    if (std::strcmp(words, "surfaceless") == 0) {
+        wish.kind = Wish::Surfaceless;
+    } else if (std::strcmp(words, "device") == 0) {
+        wish.kind = Wish::AnyDevice;
+    } else if (std::strcmp(words, "x11") == 0) {
+        wish.kind = Wish::X11;
+    } else if (std::strncmp(words, s_devicePrefix, nPrefix) == 0) {
+        std::string const sIndex = words + nPrefix;
+        if (sIndex.empty() || sIndex.size() > 4 ||
+            sIndex.find_first_not_of("0123456789") != std::string::npos)
+            return false;
+        wish.kind = Wish::OneDevice;
+        wish.device = std::stoi(sIndex);
+    } else {
+        return false;
+    }
+    return true;
+}
+
+/** Whether the space-separated `list` has `name` as a whole word. */
+bool HasExtension(char const* list, char const* name) {
+    std::size_t const nLength = std::strlen(name);
+    while (list && (list = std::strstr(list, name))) {
+        if (list[nLength] == ' ' || list[nLength] == '\0')
+            return true;
+        list += nLength;
+    }
+    return false;
+}
+
+EGLDisplay PlatformDisplay(EGLenum platform, void* native) {
+    if (Driver().eglGetPlatformDisplay)
+        return Driver().eglGetPlatformDisplay(platform, native, nullptr);
+    auto const getPlatformDisplay =
+        DriverFunction<PFNEGLGETPLATFORMDISPLAYEXTPROC>("eglGetPlatformDisplayEXT");
+    return getPlatformDisplay ? getPlatformDisplay(platform, native, nullptr) : EGL_NO_DISPLAY;
+}
+
+/** The displays of all devices that fit `wish`, hardware first. */
+std::vector<Candidate> DeviceCandidates(Wish const& wish, bool fHardware, bool fSoftware) {
+    std::vector<Candidate> candidates;
+    auto const queryDevices = DriverFunction<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
+    auto const queryString = DriverFunction<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
+    EGLint nDevices = 0;
+    if (!queryDevices || !queryString || !queryDevices(0, nullptr, &nDevices) || nDevices <= 0)
+        return candidates;
+    std::vector<EGLDeviceEXT> devices(nDevices);
+    if (!queryDevices(nDevices, devices.data(), &nDevices))
+        return candidates;
+    for (bool const fSoftwareTurn : {false, true}) {
+        for (int nDevice = 0; nDevice < nDevices; ++nDevice) {
+            bool const fIsSoftware =
+                HasExtension(queryString(devices[nDevice], EGL_EXTENSIONS), "EGL_MESA_device_software");
+            bool const fWanted = fIsSoftware ? fSoftware : fHardware;
+            bool const fIsIndex = wish.kind != Wish::OneDevice || wish.device == nDevice;
+            if (fIsSoftware == fSoftwareTurn && fWanted && fIsIndex) {
+                candidates.push_back({PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[nDevice]),
+                                      DisplayKind::Offscreen, "device:" + std::to_string(nDevice)});
+            }
+        }
+    }
+    return candidates;
+}
+
+std::vector<Candidate> Candidates(Wish const& wish) {
+    std::vector<Candidate> candidates;
+    bool const fAutomatic = wish.kind == Wish::Automatic;
+    bool const fDevice = wish.kind == Wish::AnyDevice || wish.kind == Wish::OneDevice;
+    if (fAutomatic || fDevice)
+        candidates = DeviceCandidates(wish, true, fDevice);
+    if (fAutomatic || wish.kind == Wish::Surfaceless) {
+        candidates.push_back({PlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY),
+                              DisplayKind::Offscreen, "surfaceless"});
+    }
+    if (fAutomatic) {
+        for (Candidate& candidate : DeviceCandidates(wish, false, true))
+            candidates.push_back(std::move(candidate));
+    }
+    if (wish.kind == Wish::X11) {
+        candidates.push_back(
+            {PlatformDisplay(EGL_PLATFORM_X11_EXT, EGL_DEFAULT_DISPLAY), DisplayKind::X11, "x11"});
+    }
+    return candidates;
+}
+
+/** Whether the display of `candidate` comes up and offers a configuration; describes it if so. */
+bool Try(Chooser const& chooser, Candidate const& candidate, std::string& sDescription) {
+    EglDriver const& egl = Driver();
+    if (candidate.display == EGL_NO_DISPLAY || !egl.eglInitialize(candidate.display, nullptr, nullptr))
+        return false;
+    bool const fWorks = !OfferedConfigs(candidate.display, candidate.kind).empty();
+    if (fWorks) {
+        char const* vendor = egl.eglQueryString(candidate.display, EGL_VENDOR);
+        char const* version = egl.eglQueryString(candidate.display, EGL_VERSION);
+        sDescription = candidate.sName + ": " + (vendor ? vendor : "unknown vendor") + ", EGL " +
+                       (version ? version : "of unknown version");
+    }
+    auto const& initialised = chooser.initialised;
+    if (std::find(initialised.begin(), initialised.end(), candidate.display) == initialised.end())
+        egl.eglTerminate(candidate.display);
+    return fWorks;
+}
+
+EGLDisplay Refuse(Chooser& chooser, std::string sReason) {
+    chooser.chosen = EGL_NO_DISPLAY;
+    chooser.sDescription = "none: " + sReason;
+    return EGL_NO_DISPLAY;
+}
+
+} // namespace
+
+EGLDisplay ChooseDefaultDisplay() {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    Wish wish = chooser.selected;
+    char const* const environment = std::getenv("KELVO_EGL_PLATFORM");
+    if (wish.kind == Wish::Automatic && !ParseWish(environment, wish)) {
+        return Refuse(chooser, std::string("KELVO_EGL_PLATFORM is \"") + environment +
+                                   "\", not surfaceless, device, device:N or x11");
+    }
+    if (chooser.chosen != EGL_NO_DISPLAY && chooser.chosenFor == wish)
+        return chooser.chosen;
+    if (Driver().failure)
+        return Refuse(chooser, Driver().failure);
+    for (Candidate const& candidate : Candidates(wish)) {
+        if (!Try(chooser, candidate, chooser.sDescription))
+            continue;
+        auto& given = chooser.given;
+        given.erase(
+            std::remove_if(given.begin(), given.end(),
+                           [&](ChosenDisplay const& old) { return old.display == candidate.display; }),
+            given.end());
+        given.push_back({candidate.display, candidate.kind});
+        chooser.chosen = candidate.display;
+        chooser.chosenFor = wish;
+        return chooser.chosen;
+    }
+    return Refuse(chooser, "no display of the wanted platform initialises and has configurations");
+}
+
+DisplayKind KindOf(EGLDisplay display) {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    for (ChosenDisplay const& given : chooser.given) {
+        if (given.display == display)
+            return given.kind;
+    }
+    return DisplayKind::Foreign;
+}
+
+EGLBoolean InitializeDisplay(EGLDisplay display, EGLint* major, EGLint* minor) {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    EGLBoolean const fDone = Forward(Driver().eglInitialize, display, major, minor);
+    auto& initialised = chooser.initialised;
+    if (fDone && std::find(initialised.begin(), initialised.end(), display) == initialised.end())
+        initialised.push_back(display);
+    return fDone;
+}
+
+EGLBoolean TerminateDisplay(EGLDisplay display) {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    EGLBoolean const fDone = Forward(Driver().eglTerminate, display);
+    auto& initialised = chooser.initialised;
+    if (fDone)
+        initialised.erase(std::remove(initialised.begin(), initialised.end(), display), initialised.end());
+    return fDone;
+}
+
+bool SelectPlatform(char const* platform) {
+    Wish wish;
+    if (!ParseWish(platform, wish))
+        return false;
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    chooser.selected = wish;
+    return true;
+}
+
+char const* DescribeDisplay() {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    return chooser.sDescription.c_str();
+}
+
+} // namespace kelvo::desktop

@@ -1,0 +1,53 @@
+#include "EglDriver.h"
+
+#include <dlfcn.h>
+
+#include <string>
+
+namespace kelvo::desktop {
+
+namespace {
+
+// 0 is no EGL error code: it stands for "ask the driver".
+constexpr EGLint AskDriver = 0;
+thread_local EGLint t_nError = AskDriver;
+
+EglDriver LoadDriver() {
+    EglDriver driver;
+    // Local, so that the library's own egl* names never reach the programs that are to find this layer's.
+    void* library = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
+    if (!library) {
+        static std::string const s_sFailure = dlerror();
+        driver.failure = s_sFailure.c_str();
+        return driver;
+    }
+#define KELVO_LOAD(name) driver.name = reinterpret_cast<decltype(driver.name)>(dlsym(library, #name));
+    KELVO_EGL_FUNCTIONS(KELVO_LOAD)
+#undef KELVO_LOAD
+    return driver;
+}
+
+} // namespace
+
+EglDriver const& Driver() {
+    // Never unloaded: drivers leave threads and thread-local destructors behind.
+    static EglDriver const s_driver = LoadDriver();
+    return s_driver;
+}
+
+void SetError(EGLint error) {
+    t_nError = error;
+}
+
+void UseDriverError() {
+    t_nError = AskDriver;
+}
+
+EGLint TakeError() {
+    EGLint const nDriverError = Driver().eglGetError ? Driver().eglGetError() : EGL_SUCCESS;
+    EGLint const nError = t_nError == AskDriver ? nDriverError : t_nError;
+    t_nError = AskDriver;
+    return nError;
+}
+
+} // namespace kelvo::desktop

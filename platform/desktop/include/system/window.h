@@ -1,0 +1,58 @@
+#pragma once
+
+#include <cstdint>
+
+namespace kelvo::desktop {
+struct FinishedFrame;
+}
+
+/**
+ * The desktop's native window: what Android calls by the same name and passes to eglCreateWindowSurface as
+ * its EGLNativeWindowType. A window is either off-screen, and then its finished frames can be had as pixels,
+ * or it carries the id of an X11 window that somebody else made.
+ *
+ * Derive from it or hold one, and prepare it with kelvo::desktop::InitialiseOffscreen or InitialiseX11
+ * (kelvo_desktop/OffscreenWindow.h); EGL refuses a window that was not prepared with EGL_BAD_NATIVE_WINDOW.
+ * The fields may be read and written directly, on the thread that swaps, except those marked as the layer's
+ * own.
+ */
+struct ANativeWindow {
+    /** Called inside eglSwapBuffers, on its thread, after a captured frame is complete and the GL state is
+       back to what it was. `frame` is the window's own storage: copy what has to outlive the next swap. */
+    using FrameHandler = void (*)(ANativeWindow* window, kelvo::desktop::FinishedFrame const& frame);
+
+    /** Value of `magic` in a prepared window (the letters "_wnd", as on Android). */
+    static constexpr std::uint32_t PreparedMagic = 0x5f776e64;
+
+    ANativeWindow() = default;
+    ANativeWindow(ANativeWindow const&) = delete;
+    ANativeWindow& operator=(ANativeWindow const&) = delete;
+
+    /** A surface that still exists for the window stays valid to destroy; swapping it is
+     * EGL_BAD_NATIVE_WINDOW. */
+    ~ANativeWindow() {
+        if (release)
+            release(this);
+    }
+
+    /** PreparedMagic once prepared, 0 before. The layer's own. */
+    std::uint32_t magic = 0;
+    /** Size in pixels, at least 1 each. A surface takes it over when it is created; changing it later affects
+       the next surface only. Of an X11 window's own size the X server decides. */
+    std::int32_t width = 0;
+    std::int32_t height = 0;
+    /** X11 window id; 0 for an off-screen window. */
+    std::uint64_t x11Window = 0;
+    /** Whether eglSwapBuffers reads the frame back. Off costs nothing; on costs one read-back a frame. */
+    bool capture = false;
+    /** Free for the application. */
+    void* user = nullptr;
+    /** Told of each captured frame; null for nobody. */
+    FrameHandler frameFinished = nullptr;
+    /** Frames finished since the window was prepared, captured or not. The layer counts. */
+    unsigned long frameCount = 0;
+    /** The last captured frame. The layer's own; read it through kelvo::desktop::LastFrame. */
+    kelvo::desktop::FinishedFrame* frame = nullptr;
+    /** Gives the layer's part of the window back. The layer's own. */
+    void (*release)(ANativeWindow*) = nullptr;
+};

@@ -1,0 +1,54 @@
+#pragma once
+
+#include "Image.h"
+
+#include <kelvo_desktop/OffscreenWindow.h>
+
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <GLES2/gl2.h>
+#include <gtest/gtest.h>
+
+#include <vector>
+
+namespace kelvo::test {
+
+/** Channel sizes of a configuration. */
+struct ColourSizes {
+    EGLint r;
+    EGLint g;
+    EGLint b;
+    EGLint a;
+
+    bool operator==(ColourSizes const& other) const {
+        return r == other.r && g == other.g && b == other.b && a == other.a;
+    }
+};
+
+/** A program that uses EGL and OpenGL ES bare, as any other would; a test's fixture. */
+class EglProgram : public testing::Test {
+protected:
+    void SetUp() override;
+    /** Takes everything down with the display. */
+    void TearDown() override;
+
+    EGLint Attribute(EGLConfig config, EGLint name) const;
+    ColourSizes Sizes(EGLConfig config) const;
+    /** The first configuration of exactly these sizes that is offered for windows; null with a failure if
+     * none is. */
+    EGLConfig Config(ColourSizes sizes = {8, 8, 8, 8}) const;
+    EGLSurface Surface(EGLConfig config, void* window) const;
+    EGLContext Context(EGLConfig config) const;
+    /** Makes surface and a new context of `config` for `window` and binds them. */
+    EGLSurface StartDrawing(EGLConfig config, ANativeWindow& window) const;
+    /** Binds the surface for reading and drawing to the context that is current. */
+    void Bind(EGLSurface surface) const;
+    void Clear(Pixel colour) const;
+
+    EGLDisplay m_display = EGL_NO_DISPLAY;
+};
+
+/** The last captured frame as an image. */
+Image FrameOf(ANativeWindow const& window);
+
+} // namespace kelvo::test

@@ -1,0 +1,148 @@
+#include "EglProgram.h"
+
+#include <kelvo_desktop/Display.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <string>
+
+namespace kelvo::test {
+namespace {
+
+/** Each test leaves the choice of platform as the environment has it. */
+class PlatformDisplay : public testing::Test {
+protected:
+    void TearDown() override {
+        unsetenv("KELVO_EGL_PLATFORM");
+        desktop::SelectPlatform(nullptr);
+    }
+    static std::string Description() { return desktop::DescribeDisplay(); }
+    static bool Begins(std::string const& text, char const* with) { return text.rfind(with, 0) == 0; }
+};
+
+TEST_F(PlatformDisplay, IsHandedOutUninitialisedAndComesBackAfterTermination) {
+    EGLDisplay const display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    ASSERT_NE(display, EGL_NO_DISPLAY);
+    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
+    for (int nRound = 0; nRound < 2; ++nRound) {
+        EXPECT_EQ(eglQueryString(display, EGL_VENDOR), nullptr);
+        EXPECT_EQ(eglGetError(), EGL_NOT_INITIALIZED);
+        EGLint nCount = 0;
+        EXPECT_FALSE(eglChooseConfig(display, nullptr, nullptr, 0, &nCount));
+        EXPECT_EQ(eglGetError(), EGL_NOT_INITIALIZED);
+        EGLint nMajor = 0;
+        EGLint nMinor = 0;
+        ASSERT_TRUE(eglInitialize(display, &nMajor, &nMinor));
+        EXPECT_TRUE(nMajor == 1 && nMinor >= 4);
+        EXPECT_NE(Description().find(eglQueryString(display, EGL_VENDOR)), std::string::npos)
+            << Description();
+        ASSERT_TRUE(eglTerminate(display));
+    }
+}
+
+TEST_F(PlatformDisplay, ChoosingDoesNotTerminateOneInUse) {
+    EGLDisplay const display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
+    EXPECT_TRUE(desktop::SelectPlatform("device"));
+    eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    EXPECT_TRUE(desktop::SelectPlatform("surfaceless"));
+    eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    EXPECT_TRUE(desktop::SelectPlatform(nullptr));
+    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
+    EXPECT_NE(eglQueryString(display, EGL_VENDOR), nullptr);
+    eglTerminate(display);
+}
+
+TEST_F(PlatformDisplay, PlatformIsChosenByTheProgramBeforeTheEnvironment) {
+    setenv("KELVO_EGL_PLATFORM", "surfaceless", 1);
+    EGLDisplay const surfaceless = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    EXPECT_NE(surfaceless, EGL_NO_DISPLAY);
+    EXPECT_TRUE(Begins(Description(), "surfaceless: ")) << Description();
+    setenv("KELVO_EGL_PLATFORM", "device:0", 1);
+    EGLDisplay const device = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    EXPECT_NE(device, EGL_NO_DISPLAY);
+    EXPECT_NE(device, surfaceless);
+    EXPECT_TRUE(Begins(Description(), "device:0: ")) << Description();
+    EXPECT_TRUE(desktop::SelectPlatform("surfaceless"));
+    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), surfaceless);
+    EXPECT_TRUE(desktop::SelectPlatform(""));
+    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), device);
+}
+
+TEST_F(PlatformDisplay, ThereIsNoneForAWishThatCannotBeMet) {
+    for (char const* platform : {"x12", "device:", "device:-1", "device:1x", "device:99999", "Surfaceless"})
+        EXPECT_FALSE(desktop::SelectPlatform(platform)) << platform;
+    for (char const* platform : {"device:99", "x12"}) {
+        setenv("KELVO_EGL_PLATFORM", platform, 1);
+        EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), EGL_NO_DISPLAY) << platform;
+        EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+        EXPECT_TRUE(Begins(Description(), "none: ")) << Description();
+    }
+    EXPECT_NE(Description().find("x12"), std::string::npos) << Description();
+    EXPECT_FALSE(eglInitialize(EGL_NO_DISPLAY, nullptr, nullptr));
+    EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
+}
+
+/** Counts the configurations for windows of a display that the driver and not the layer gave out; -1 on
+ * failure. */
+int CountConfigsOfForeignDisplay() {
+    if (!desktop::SelectPlatform("device:0") || eglGetDisplay(EGL_DEFAULT_DISPLAY) == EGL_NO_DISPLAY)
+        return -1;
+    EGLDisplay const foreign =
+        eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
+    EGLint nConfigs = -1;
+    if (!eglInitialize(foreign, nullptr, nullptr) ||
+        !eglChooseConfig(foreign, nullptr, nullptr, 0, &nConfigs))
+        return -1;
+    return nConfigs;
+}
+
+TEST_F(PlatformDisplay, OneFromTheDriverItselfIsLeftAsItIs) {
+    // In a process of its own, where no other test had the layer give out this very display.
+    testing::FLAGS_gtest_death_test_style = "threadsafe";
+    EXPECT_EXIT(std::_Exit(CountConfigsOfForeignDisplay()), testing::ExitedWithCode(0), "");
+}
+
+TEST_F(PlatformDisplay, EveryFunctionIsFoundByNameAsItIsByLinking) {
+    EXPECT_EQ(reinterpret_cast<void*>(eglGetProcAddress("eglCreateWindowSurface")),
+              reinterpret_cast<void*>(&eglCreateWindowSurface));
+    EXPECT_EQ(reinterpret_cast<void*>(eglGetProcAddress("eglWaitSync")),
+              reinterpret_cast<void*>(&eglWaitSync));
+    EXPECT_NE(eglGetProcAddress("glDrawArrays"), nullptr);
+}
+
+using PlatformImage = EglProgram;
+
+TEST_F(PlatformImage, OfAndroidsBuffersIsRefusedAndOthersAreTheDrivers) {
+    auto const createImage =
+        reinterpret_cast<PFNEGLCREATEIMAGEKHRPROC>(eglGetProcAddress("eglCreateImageKHR"));
+    auto const destroyImage =
+        reinterpret_cast<PFNEGLDESTROYIMAGEKHRPROC>(eglGetProcAddress("eglDestroyImageKHR"));
+    ASSERT_TRUE(createImage && destroyImage);
+    constexpr EGLenum NativeBufferAndroid = 0x3140;
+    int something = 0;
+    EXPECT_EQ(createImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, &something, nullptr),
+              EGL_NO_IMAGE_KHR);
+    EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+    EXPECT_EQ(eglCreateImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, &something, nullptr),
+              EGL_NO_IMAGE);
+    EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+
+    desktop::OffscreenWindow window(4, 4);
+    StartDrawing(Config(), window);
+    GLuint texture = 0;
+    glGenTextures(1, &texture);
+    glBindTexture(GL_TEXTURE_2D, texture);
+    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 4, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, nullptr);
+    auto const buffer = reinterpret_cast<EGLClientBuffer>(std::uintptr_t(texture));
+    EGLImageKHR const image =
+        createImage(m_display, eglGetCurrentContext(), EGL_GL_TEXTURE_2D_KHR, buffer, nullptr);
+    EXPECT_NE(image, EGL_NO_IMAGE_KHR);
+    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+    EXPECT_TRUE(destroyImage(m_display, image));
+}
+
+} // namespace
+} // namespace kelvo::test

@@ -1,0 +1,213 @@
+#include "EglProgram.h"
+
+#include <GLES3/gl3.h>
+
+#include <cstring>
+#include <string>
+#include <utility>
+
+namespace kelvo::test {
+namespace {
+
+using desktop::FinishedFrame;
+using desktop::OffscreenWindow;
+
+constexpr Pixel Red = {255, 0, 0, 255};
+constexpr Pixel Green = {0, 255, 0, 255};
+
+class PlatformFrame : public EglProgram {
+protected:
+    /** Compiles a shader of the program under construction. */
+    static void Attach(GLuint program, GLenum type, char const* source) {
+        GLuint const shader = glCreateShader(type);
+        glShaderSource(shader, 1, &source, nullptr);
+        glCompileShader(shader);
+        GLint nCompiled = 0;
+        glGetShaderiv(shader, GL_COMPILE_STATUS, &nCompiled);
+        ASSERT_TRUE(nCompiled);
+        glAttachShader(program, shader);
+    }
+
+    /** Gives each pixel a colour that no other has: see PositionColour. */
+    static void DrawPositions(int width, int height) {
+        GLuint const program = glCreateProgram();
+        Attach(program, GL_VERTEX_SHADER,
+               "attribute vec2 position; void main() { gl_Position = vec4(position, 0.0, 1.0); }");
+        Attach(program, GL_FRAGMENT_SHADER,
+               "precision highp float; void main() { vec2 p = floor(gl_FragCoord.xy);"
+               "gl_FragColor = vec4(p.x * 6.0, p.y * 10.0, 250.0 - p.x * 3.0, 255.0 - p.y * 4.0) / 255.0; }");
+        glBindAttribLocation(program, 0, "position");
+        glLinkProgram(program);
+        glUseProgram(program);
+        static constexpr float s_corners[] = {-1, -1, -1, 1, 1, -1, 1, 1};
+        glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, s_corners);
+        glEnableVertexAttribArray(0);
+        glViewport(0, 0, width, height);
+        glDisable(GL_DITHER);
+        glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+        EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    }
+
+    /** What DrawPositions puts at a place counted from the left and, as GL does, from the bottom. */
+    static Pixel PositionColour(int x, int yFromBottom) {
+        return {std::uint8_t(x * 6), std::uint8_t(yFromBottom * 10), std::uint8_t(250 - x * 3),
+                std::uint8_t(255 - yFromBottom * 4)};
+    }
+};
+
+TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
+    struct Case {
+        ColourSizes sizes;
+        Tolerance tolerance;
+    } const cases[] = {
+        {{5, 6, 5, 0}, {9, 3, "a step of 31: drivers round either way"}},
+        {{8, 8, 8, 0}, {1, 0.1, "rounding of exact values"}},
+        {{8, 8, 8, 8}, {1, 0.1, "rounding of exact values"}},
+    };
+    int const nWidth = 37;
+    int const nHeight = 23;
+    for (Case const& each : cases) {
+        SCOPED_TRACE(each.sizes.g);
+        SCOPED_TRACE(each.sizes.a);
+        OffscreenWindow window(nWidth, nHeight);
+        window.SetCapture(true);
+        EGLSurface const surface = StartDrawing(Config(each.sizes), window);
+        DrawPositions(nWidth, nHeight);
+        ASSERT_TRUE(eglSwapBuffers(m_display, surface));
+
+        Image expected(nWidth, nHeight);
+        for (int y = 0; y < nHeight; ++y) {
+            for (int x = 0; x < nWidth; ++x) {
+                expected.At(x, y) = PositionColour(x, nHeight - 1 - y);
+                if (each.sizes.a == 0)
+                    expected.At(x, y).a = 255;
+            }
+        }
+        EXPECT_TRUE(CompareImages(FrameOf(window), expected, each.tolerance));
+    }
+}
+
+TEST_F(PlatformFrame, ExpandsTheEndsOfSmallChannelsToTheEndsOfEight) {
+    OffscreenWindow window(3, 5);
+    window.SetCapture(true);
+    EGLSurface const surface = StartDrawing(Config({5, 6, 5, 0}), window);
+    for (Pixel const& colour : {Pixel{255, 0, 255, 255}, Pixel{0, 255, 0, 255}}) {
+        Clear(colour);
+        ASSERT_TRUE(eglSwapBuffers(m_display, surface));
+        EXPECT_TRUE(CompareImages(FrameOf(window), Image(3, 5, colour)));
+    }
+}
+
+TEST_F(PlatformFrame, IsHandedToTheWindowWithItsNumberAndReusedStorage) {
+    OffscreenWindow window(7, 4);
+    std::vector<unsigned long> serials;
+    window.user = &serials;
+    window.frameFinished = [](ANativeWindow* which, FinishedFrame const& frame) {
+        EXPECT_EQ(&frame, &desktop::LastFrame(*which));
+        static_cast<std::vector<unsigned long>*>(which->user)->push_back(frame.serial);
+    };
+    EGLSurface const surface = StartDrawing(Config(), window);
+    EXPECT_EQ(window.LastFrame().serial, 0u);
+    EXPECT_TRUE(window.LastFrame().pixels.empty());
+
+    std::vector<std::uint8_t const*> storage;
+    for (bool const fCapture : {false, true, false, true}) {
+        window.SetCapture(fCapture);
+        Clear(fCapture ? Green : Red);
+        ASSERT_TRUE(eglSwapBuffers(m_display, surface));
+        if (fCapture)
+            storage.push_back(window.LastFrame().pixels.data());
+    }
+    EXPECT_EQ(serials, (std::vector<unsigned long>{2, 4}));
+    EXPECT_EQ(window.frameCount, 4u);
+    EXPECT_EQ(storage[0], storage[1]);
+    EXPECT_TRUE(CompareImages(FrameOf(window), Image(7, 4, Green)));
+}
+
+TEST_F(PlatformFrame, UncapturedIsNotRead) {
+    OffscreenWindow window(7, 4);
+    EGLSurface const surface = StartDrawing(Config(), window);
+    Clear(Red);
+    EXPECT_TRUE(eglSwapBuffers(m_display, surface));
+    EXPECT_EQ(window.LastFrame().serial, 0u);
+    EXPECT_TRUE(window.LastFrame().pixels.empty());
+}
+
+TEST_F(PlatformFrame, LeavesTheProgramsStateAndItsErrorsAlone) {
+    OffscreenWindow window(5, 3);
+    window.SetCapture(true);
+    EGLSurface const surface = StartDrawing(Config(), window);
+    Clear(Green);
+    GLuint framebuffer = 0;
+    glGenFramebuffers(1, &framebuffer);
+    glBindFramebuffer(GL_FRAMEBUFFER, framebuffer); // incomplete: reading from it would be an error
+    std::vector<std::pair<GLenum, GLint>> state = {{GL_FRAMEBUFFER_BINDING, GLint(framebuffer)},
+                                                   {GL_PACK_ALIGNMENT, 8}};
+    glPixelStorei(GL_PACK_ALIGNMENT, 8);
+    std::string const sVersion = reinterpret_cast<char const*>(glGetString(GL_VERSION));
+    if (sVersion.find("OpenGL ES 3") == 0) {
+        auto const readBuffer = reinterpret_cast<void (*)(GLenum)>(eglGetProcAddress("glReadBuffer"));
+        GLuint buffer = 0;
+        glGenBuffers(1, &buffer);
+        glBindBuffer(GL_PIXEL_PACK_BUFFER, buffer);
+        readBuffer(GL_NONE); // of the bound framebuffer; then of the window's
+        glBindFramebuffer(GL_READ_FRAMEBUFFER, 0);
+        readBuffer(GL_NONE);
+        glPixelStorei(GL_PACK_ROW_LENGTH, 11);
+        glPixelStorei(GL_PACK_SKIP_ROWS, 2);
+        glPixelStorei(GL_PACK_SKIP_PIXELS, 1);
+        state.insert(state.end(), {{GL_PIXEL_PACK_BUFFER_BINDING, GLint(buffer)},
+                                   {GL_READ_FRAMEBUFFER_BINDING, 0},
+                                   {GL_READ_BUFFER, GL_NONE},
+                                   {GL_PACK_ROW_LENGTH, 11},
+                                   {GL_PACK_SKIP_ROWS, 2},
+                                   {GL_PACK_SKIP_PIXELS, 1}});
+    }
+    ASSERT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    glEnable(0xffff); // an error that the program has not looked at yet
+
+    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
+
+    EXPECT_EQ(glGetError(), GLenum(GL_INVALID_ENUM));
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    for (auto const& [nName, nExpected] : state) {
+        GLint nValue = -1;
+        glGetIntegerv(nName, &nValue);
+        EXPECT_EQ(nValue, nExpected) << std::hex << nName;
+    }
+    EXPECT_TRUE(CompareImages(FrameOf(window), Image(5, 3, Green)));
+}
+
+TEST_F(PlatformFrame, IsTheDrawSurfaceAlsoWhenAnotherIsRead) {
+    OffscreenWindow window(5, 3);
+    OffscreenWindow source(9, 9);
+    window.SetCapture(true);
+    EGLConfig const config = Config();
+    EGLSurface const readSurface = StartDrawing(config, source);
+    Clear(Red);
+    EGLSurface const surface = Surface(config, &window);
+    ASSERT_TRUE(eglMakeCurrent(m_display, surface, readSurface, eglGetCurrentContext()));
+    Clear(Green);
+    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
+    EXPECT_TRUE(CompareImages(FrameOf(window), Image(5, 3, Green)));
+    EXPECT_EQ(eglGetCurrentSurface(EGL_READ), readSurface);
+}
+
+TEST_F(PlatformFrame, OfAContextThatCannotBeReadIsAnErrorAndNotAnEmptyPicture) {
+    OffscreenWindow window(5, 3);
+    EGLConfig const config = Config();
+    EGLSurface const surface = Surface(config, &window);
+    ASSERT_TRUE(eglBindAPI(EGL_OPENGL_API));
+    EGLContext const context = eglCreateContext(m_display, config, EGL_NO_CONTEXT, nullptr);
+    ASSERT_TRUE(eglMakeCurrent(m_display, surface, surface, context));
+    EXPECT_TRUE(eglSwapBuffers(m_display, surface));
+    window.SetCapture(true);
+    EXPECT_FALSE(eglSwapBuffers(m_display, surface));
+    EXPECT_EQ(eglGetError(), EGL_BAD_CONTEXT);
+    EXPECT_EQ(window.LastFrame().serial, 0u);
+    eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    eglBindAPI(EGL_OPENGL_ES_API);
+}
+
+} // namespace
+} // namespace kelvo::test
