@@ -149,6 +149,11 @@ private:
     void ChangeActiveShader(ShaderProgramGL2* pProgram);
     void DrawMasks(List<Mask*> const& masks);
 
+    /** The camera whose matrices are drawn with; null means the identity. */
+    CameraGL2* GetDrawingCamera() const {
+        return m_fCameraDepth ? m_pDefaultCamera : m_cameras.IsEmpty() ? nullptr : m_cameras.Last();
+    }
+
     void* m_pWindow = nullptr;
     EGLDisplay m_eglDisplay = EGL_NO_DISPLAY;
     EGLConfig m_eglConfig = nullptr;

@@ -1,0 +1,169 @@
+#include "GraphicsDeviceGL2.h"
+
+#include "BitmapFontGL2.h"
+#include "BlendModeEffectGL2.h"
+#include "CameraGL2.h"
+#include "DirectionalBlurEffectGL2.h"
+#include "FramebufferGL2.h"
+#include "GaussianBlurEffectGL2.h"
+#include "NinePatchSpriteGL2.h"
+#include "PolygonalFontGL2.h"
+#include "ShaderCatalogue.h"
+#include "SpriteGL2.h"
+#include "TextGL2.h"
+#include "TextureGL2.h"
+#include "TimelineGL2.h"
+#include "trevik/ClassContainer.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/ScopeCounter.h"
+
+#include <GLES2/gl2.h>
+
+#include <new>
+
+namespace trevik::kelvo {
+
+pthread_t GraphicsDeviceGL2::m_renderThreadId;
+QueueDispatcher GraphicsDeviceGL2::m_dispatcher;
+
+namespace {
+
+// The lens of the default camera, in millimetres.
+constexpr RealFloat DefaultFocalLength = 50;
+constexpr RealFloat DefaultFilmWidth = 60;
+
+template <class T>
+void ReleaseAndForget(T*& pObject) {
+    if (T* const pReleased = pObject) {
+        pObject = nullptr;
+        pReleased->ReleaseReference();
+    }
+}
+
+} // namespace
+
+GraphicsDeviceGL2::GraphicsDeviceGL2() = default;
+
+GraphicsDeviceGL2::~GraphicsDeviceGL2() {
+    ReleaseEffectResources();
+    SpriteGL2::ReleaseAntialiasFilter();
+    for (CameraGL2*& pCamera : m_cameras) {
+        ReleaseAndForget(pCamera);
+    }
+    m_cameras.Clear();
+    ReleaseAndForget(m_pDefaultCamera);
+    if (m_eglDisplay != EGL_NO_DISPLAY) {
+        // GL objects go while the context is still current.
+        m_pActiveShader = nullptr;
+        m_shaders.ReleaseAll();
+        ReleaseAndForget(m_pPostProcessShader);
+        ReleaseAndForget(m_pTargetBuffers[0]);
+        ReleaseAndForget(m_pTargetBuffers[1]);
+        CloseDisplay();
+    }
+}
+
+bool GraphicsDeviceGL2::Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size) {
+    m_renderThreadId = pthread_self();
+    if (!GraphicsDevice::Initialize(pWindow, format, size)) {
+        return false;
+    }
+    m_pWindow = pWindow;
+    if (!OpenDisplay(format)) {
+        return false;
+    }
+    SetFixedState();
+    if (!CreateDefaultCamera(size) || !InitializeShaders()) {
+        return false;
+    }
+    glDisable(GL_DEPTH_TEST);
+    SetDepthTestEnabled(false);
+    if (ShaderProgramGL2* const pProgram = GetShader(ShaderId::PostProcess)) {
+        SetPostProccessShader(pProgram);
+    }
+    InitializeExtensions();
+    // Without the filter, antialiased edges alone are missing; the device works.
+    static_cast<void>(SpriteGL2::CreateAntialiasFilter());
+    return true;
+}
+
+/** The GL state that nothing changes again, or whose initial value others rely on. */
+void GraphicsDeviceGL2::SetFixedState() {
+    glClearStencil(0);
+    glDisable(GL_STENCIL_TEST);
+    glDisable(GL_SCISSOR_TEST);
+    glFrontFace(GL_CCW);
+    glClearColor(0, 0, 0, 1);
+    glDisable(GL_CULL_FACE);
+    glEnable(GL_BLEND);
+    // Rows of pixel data follow each other without gaps, whatever their length.
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    glPixelStorei(GL_PACK_ALIGNMENT, 1);
+}
+
+bool GraphicsDeviceGL2::CreateDefaultCamera(SizeT<int> const& size) {
+    ReleaseAndForget(m_pDefaultCamera);
+    CameraGL2* const pCamera = new (std::nothrow) CameraGL2;
+    if (!pCamera) {
+        return false;
+    }
+    pCamera->AddReference();
+    m_pDefaultCamera = pCamera;
+    pCamera->SetupMillimeter(DefaultFocalLength, DefaultFilmWidth, static_cast<RealFloat>(size.width),
+                             static_cast<RealFloat>(size.height), true);
+    // Its matrices are valid before the first frame.
+    pCamera->Update(*this, RealFloat(0));
+    return true;
+}
+
+void GraphicsDeviceGL2::Present() {
+    ScopeCounter const counter(ScopeCounter::Present, true);
+    eglSwapBuffers(m_eglDisplay, m_eglSurface);
+}
+
+void GraphicsDeviceGL2::Process() {
+    m_dispatcher.ExecuteEnqueuedOperations();
+}
+
+namespace {
+
+template <class T>
+void RegisterClass(ClassRegistry& registry, char const* pName) {
+    static_cast<void>(registry.AddClassContainer(new (std::nothrow) ClassContainerT<T>(HashName(pName))));
+}
+
+} // namespace
+
+} // namespace trevik::kelvo
+
+extern "C" {
+
+/** Registers the classes that this library implements, each under its host name. True; neither EGL nor GL is called. */
+KELVO_EXPORT bool Initialize(trevik::ClassRegistry* pRegistry) {
+    using namespace trevik::kelvo;
+    RegisterClass<TimelineGL2>(*pRegistry, "Timeline");
+    RegisterClass<CameraGL2>(*pRegistry, "Camera");
+    RegisterClass<SpriteGL2>(*pRegistry, "Sprite");
+    RegisterClass<TextureGL2>(*pRegistry, "Texture");
+    RegisterClass<TextGL2>(*pRegistry, "Text");
+    RegisterClass<BitmapFontGL2>(*pRegistry, "Font");
+    RegisterClass<PolygonalFontGL2>(*pRegistry, "PolygonalFont");
+    RegisterClass<GaussianBlurEffectGL2>(*pRegistry, "GaussianBlurEffect");
+    RegisterClass<GaussianBlurResourceGL2>(*pRegistry, "GaussianBlurResource");
+    RegisterClass<BlendModeEffectGL2>(*pRegistry, "BlendModeEffect");
+    RegisterClass<BlendModeResourceGL2>(*pRegistry, "BlendModeResource");
+    RegisterClass<DirectionalBlurEffectGL2>(*pRegistry, "DirectionalBlurEffect");
+    RegisterClass<DirectionalBlurResourceGL2>(*pRegistry, "DirectionalBlurResource");
+    RegisterClass<NinePatchSpriteGL2>(*pRegistry, "NinePatchSprite");
+    return true;
+}
+
+/** A new device, owned by the caller; its Initialize brings it up. Null without memory. */
+KELVO_EXPORT trevik::kelvo::GraphicsDevice* CreateDevice() {
+    return new (std::nothrow) trevik::kelvo::GraphicsDeviceGL2;
+}
+
+/** There is nothing to shut down: devices and classes belong to the host. */
+KELVO_EXPORT void Shutdown() {}
+
+} // extern "C"

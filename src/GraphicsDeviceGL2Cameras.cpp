@@ -1,0 +1,178 @@
+#include "GraphicsDeviceGL2.h"
+
+#include "CameraGL2.h"
+#include "trevik/Ref.h"
+
+#include <GLES2/gl2.h>
+
+#include <cmath>
+#include <new>
+
+namespace trevik::kelvo {
+
+void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
+    CameraGL2* const pCameraGL2 = static_cast<CameraGL2*>(pCamera);
+    if (pCameraGL2 && m_cameras.Append(pCameraGL2)) {
+        pCameraGL2->AddReference();
+    }
+}
+
+void GraphicsDeviceGL2::PushCamera2D(RealFloat const& width, RealFloat const& height) {
+    Ref<CameraGL2> const pCamera(new (std::nothrow) CameraGL2);
+    if (!pCamera) {
+        return;
+    }
+    pCamera->GetOrthographicProperty().SetValue(true);
+    pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(0, 0, width - 1, height - 1));
+    pCamera->GetNearProperty().SetValue(10);
+    pCamera->GetFarProperty().SetValue(1000);
+    pCamera->Update(*this, RealFloat(0));
+    PushCamera(pCamera.Get());
+}
+
+void GraphicsDeviceGL2::PopCamera() {
+    if (!m_cameras.IsEmpty()) {
+        CameraGL2* const pCamera = m_cameras.Last();
+        m_cameras.RemoveLast();
+        pCamera->ReleaseReference();
+    }
+}
+
+Camera* GraphicsDeviceGL2::GetActiveCamera() {
+    return m_cameras.IsEmpty() ? m_pDefaultCamera : m_cameras.Last();
+}
+
+void GraphicsDeviceGL2::PushCameraDepth(bool fDepth) {
+    if (!fDepth) {
+        ++m_nCameraDepth;
+    }
+}
+
+void GraphicsDeviceGL2::PopCameraDepth(bool fDepth) {
+    if (!fDepth && m_nCameraDepth > 0) {
+        --m_nCameraDepth;
+    }
+}
+
+void GraphicsDeviceGL2::SetCameraDepth(bool fDepth) {
+    m_fCameraDepth = (fDepth && m_nCameraDepth == 0) || m_cameras.IsEmpty();
+}
+
+Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewMatrix() {
+    if (CameraGL2 const* const pCamera = GetDrawingCamera()) {
+        return pCamera->GetViewMatrix();
+    }
+    return Matrix4T<RealFloat>::Identity;
+}
+
+Matrix4T<RealFloat> GraphicsDeviceGL2::GetProjectionMatrix() {
+    if (CameraGL2 const* const pCamera = GetDrawingCamera()) {
+        return pCamera->GetProjectionMatrix();
+    }
+    return Matrix4T<RealFloat>::Identity;
+}
+
+Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {
+    return m_viewportMatrix;
+}
+
+void GraphicsDeviceGL2::SetViewport(int nX, int nY, int nWidth, int nHeight) {
+    glViewport(nX, nY, nWidth, nHeight);
+    // Whole halves: an odd size loses its last half pixel here.
+    RealFloat const rHalfWidth = static_cast<RealFloat>(nWidth >> 1);
+    RealFloat const rHalfHeight = static_cast<RealFloat>(nHeight >> 1);
+    Matrix4SetIdentity(m_viewportMatrix);
+    m_viewportMatrix[0] = rHalfWidth;
+    m_viewportMatrix[5] = -rHalfHeight;
+    m_viewportMatrix[12] = rHalfWidth + static_cast<RealFloat>(nX);
+    m_viewportMatrix[13] = rHalfHeight + static_cast<RealFloat>(nY);
+    GraphicsDevice::SetViewport(nX, nY, nWidth, nHeight);
+}
+
+void GraphicsDeviceGL2::SetViewport(RectangleT<int> const& rectangle) {
+    // The viewport before comes first, and the bottom edge serves as y: both intended.
+    glViewport(m_viewport.left, m_viewport.top, m_viewport.GetWidth(), m_viewport.GetHeight());
+    SetViewport(rectangle.left, rectangle.bottom, rectangle.GetWidth(), rectangle.GetHeight());
+}
+
+void GraphicsDeviceGL2::SetDepthTestEnabled(bool fEnabled) {
+    if (fEnabled == m_fDepthTest) {
+        return;
+    }
+    if (fEnabled) {
+        glEnable(GL_DEPTH_TEST);
+    } else {
+        glDisable(GL_DEPTH_TEST);
+    }
+    m_fDepthTest = fEnabled;
+}
+
+Vector2T<RealFloat> GraphicsDeviceGL2::ProjectCoordinate(Matrix4T<RealFloat> const& model,
+                                                         Vector4T<RealFloat> const& point) {
+    Vector4T<RealFloat> const clip = model * (GetViewMatrix() * GetProjectionMatrix()) * point;
+    Vector4T<RealFloat> const window =
+        GetViewportMatrix() * Vector4T<RealFloat>(clip.x / clip.w, clip.y / clip.w, clip.z / clip.w, 1);
+    return Vector2T<RealFloat>(window.x, window.y);
+}
+
+namespace {
+
+Vector3T<RealFloat> TransformPoint(Matrix4T<RealFloat> const& matrix, Vector3T<RealFloat> const& point) {
+    Vector4T<RealFloat> const result = matrix * Vector4T<RealFloat>(point.x, point.y, point.z, 1);
+    return Vector3T<RealFloat>(result.x, result.y, result.z);
+}
+
+RealFloat GetLength(Vector3T<RealFloat> const& v) {
+    return std::sqrt(Vector3Dot(v, v));
+}
+
+/**
+ * Solves [a b c] x = d for three columns. False when the columns lie in a plane, or so nearly that single precision
+ * cannot tell, whatever their lengths.
+ */
+bool SolveColumns(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b, Vector3T<RealFloat> const& c,
+                  Vector3T<RealFloat> const& d, Vector3T<RealFloat>& x) {
+    constexpr RealFloat Flat = 1e-6f;
+    Vector3T<RealFloat> const bc = Vector3Cross(b, c);
+    RealFloat const rDeterminant = Vector3Dot(a, bc);
+    if (!(std::fabs(rDeterminant) > Flat * GetLength(a) * GetLength(b) * GetLength(c))) {
+        return false;
+    }
+    RealFloat const rFactor = 1 / rDeterminant;
+    x.x = Vector3Dot(d, bc) * rFactor;
+    x.y = Vector3Dot(d, Vector3Cross(c, a)) * rFactor;
+    x.z = Vector3Dot(d, Vector3Cross(a, b)) * rFactor;
+    return true;
+}
+
+} // namespace
+
+bool GraphicsDeviceGL2::HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0,
+                                      Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2,
+                                      Vector2T<RealFloat>& uv, RealFloat& distance) {
+    Matrix4T<RealFloat> const modelView = model * GetViewMatrix();
+    // Projections of large pictures have tiny determinants, which are no reason to give up.
+    constexpr double AnyDeterminant = 0;
+    Matrix4T<RealFloat> fromViewport;
+    Matrix4T<RealFloat> fromProjection;
+    if (!Matrix4Inverse(GetViewportMatrix(), fromViewport, AnyDeterminant) ||
+        !Matrix4Inverse(GetProjectionMatrix(), fromProjection, AnyDeterminant)) {
+        return false;
+    }
+    Vector2T<RealFloat> const selection = GetSelectionPoint();
+    Vector4T<RealFloat> const r =
+        fromViewport * fromProjection * Vector4T<RealFloat>(selection.x, selection.y, 0, 1);
+    Vector3T<RealFloat> const q0 = TransformPoint(modelView, p0);
+    Vector3T<RealFloat> const e1 = TransformPoint(modelView, p1) - q0;
+    Vector3T<RealFloat> const e2 = TransformPoint(modelView, p2) - q0;
+    Vector3T<RealFloat> const n(-(r.x / r.w), -(r.y / r.w), -(r.z / r.w));
+    Vector3T<RealFloat> solution;
+    if (!SolveColumns(n, e1, e2, n - q0, solution)) {
+        return false;
+    }
+    uv = Vector2T<RealFloat>(solution.y, solution.z);
+    distance = solution.x;
+    return true;
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,26 @@
+#include "GraphicsDeviceGL2.h"
+
+namespace trevik::kelvo {
+
+EffectResource* GraphicsDeviceGL2::GetEffectResource(unsigned int nClassID) {
+    if (EffectResource* const pCached = m_effectResources.Find(nClassID)) {
+        return pCached;
+    }
+    EffectResource* const pResource = CreateEffectResource(nClassID);
+    if (!pResource) {
+        return nullptr;
+    }
+    if (!pResource->Init(*this)) {
+        delete pResource; // the next request tries again
+        return nullptr;
+    }
+    // One that finds no room in the table is handed out all the same, and lives on its reference for ever.
+    static_cast<void>(m_effectResources.Add(nClassID, pResource));
+    return pResource;
+}
+
+void GraphicsDeviceGL2::ReleaseEffectResources() {
+    m_effectResources.ReleaseAll();
+}
+
+} // namespace trevik::kelvo

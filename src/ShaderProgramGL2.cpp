@@ -1,0 +1,246 @@
+#include "ShaderProgramGL2.h"
+
+#include "TextureGL2.h"
+#include "trevik/Debug.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+using Text16 = StringEncoded<UTF16Encoding>;
+using Text8 = StringEncoded<UTF8Encoding>;
+
+void TraceNumbered(char16_t const* pStage, Text16 const& sProgram, Text16 const& sSource) {
+    Text16 sMessage = Text16::Format(u"[kelvo] %s shader of %s:\n", pStage, sProgram.GetData());
+    unsigned int nStart = 0;
+    for (unsigned int nLine = 1; nStart < sSource.GetLength(); ++nLine) {
+        int const nEnd = sSource.Find(u'\n', nStart);
+        unsigned int const nStop = nEnd < 0 ? sSource.GetLength() : static_cast<unsigned int>(nEnd);
+        sMessage += Text16::Format(u"%4u: ", nLine);
+        sMessage.Append(sSource.GetData() + nStart, nStop - nStart);
+        sMessage.Append(u"\n");
+        nStart = nStop + 1;
+    }
+    Debug::Trace(TraceLevel::Debug, sMessage);
+}
+
+} // namespace
+
+ShaderProgramGL2::ShaderProgramGL2() = default;
+
+ShaderProgramGL2::~ShaderProgramGL2() {
+    Cleanup();
+}
+
+void ShaderProgramGL2::SetSource(ShaderType::Enum type, Text16 const& sSource) {
+    (type == ShaderType::Vertex ? m_sVertexSource : m_sFragmentSource) = sSource;
+}
+
+void ShaderProgramGL2::SetBinary(void const* pData, int nSize) {
+    m_pBinary = pData;
+    m_nBinarySize = nSize;
+}
+
+void ShaderProgramGL2::SetVertexAttributeIndex(Text16 const& sName, VertexAttributeIndex::Enum index) {
+    m_attributeNames[index] = sName;
+}
+
+bool ShaderProgramGL2::Compile() {
+    GLboolean fCompiler = GL_FALSE;
+    glGetBooleanv(GL_SHADER_COMPILER, &fCompiler);
+    // Made before anything is checked, and kept by the early ways out: intended.
+    m_nProgram = glCreateProgram();
+    if (m_pBinary && m_nBinarySize != 0) {
+        return false;
+    }
+    if (!fCompiler || m_sVertexSource.IsEmpty() || m_sFragmentSource.IsEmpty()) {
+        return false;
+    }
+    m_nFragmentShader = glCreateShader(GL_FRAGMENT_SHADER);
+    m_nVertexShader = glCreateShader(GL_VERTEX_SHADER);
+    CompileStage(m_nVertexShader, m_sVertexSource);
+    CompileStage(m_nFragmentShader, m_sFragmentSource);
+    glAttachShader(m_nProgram, m_nVertexShader);
+    glAttachShader(m_nProgram, m_nFragmentShader);
+    BindAttributeLocations();
+    glLinkProgram(m_nProgram);
+    GLint nLinked = GL_FALSE;
+    glGetProgramiv(m_nProgram, GL_LINK_STATUS, &nLinked);
+    if (nLinked == GL_FALSE) {
+        TraceLinkLog();
+        TraceCompileLog(m_nVertexShader, u"[kelvo] Compiling vertex shader failed:\n%hs\n");
+        TraceCompileLog(m_nFragmentShader, u"[kelvo] Compiling fragment shader failed:\n%hs\n");
+        Cleanup();
+        return false;
+    }
+    GLint nUnits = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &nUnits);
+    m_samplers.Resize(nUnits > 0 ? static_cast<unsigned int>(nUnits) : 0);
+    return true;
+}
+
+void ShaderProgramGL2::CompileStage(unsigned int nShader, Text16 const& sSource) {
+    Text8 const sText(sSource);
+    char const* const pText = sText.GetData();
+    glShaderSource(nShader, 1, &pText, nullptr);
+    glCompileShader(nShader);
+}
+
+void ShaderProgramGL2::BindAttributeLocations() {
+    for (unsigned int i = 0; i < VertexAttributeIndex::Count; ++i) {
+        if (!m_attributeNames[i].IsEmpty()) {
+            glBindAttribLocation(m_nProgram, i, Text8(m_attributeNames[i]).GetData());
+        }
+    }
+}
+
+void ShaderProgramGL2::TraceLinkLog() const {
+    GLint nLength = 0;
+    glGetProgramiv(m_nProgram, GL_INFO_LOG_LENGTH, &nLength);
+    List<char> log;
+    if (nLength > 1 && log.Resize(static_cast<unsigned int>(nLength))) {
+        glGetProgramInfoLog(m_nProgram, nLength, nullptr, log.GetData());
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] glLinkProgram failed:\n%hs\n", log.GetData());
+    }
+}
+
+void ShaderProgramGL2::TraceCompileLog(unsigned int nShader, char16_t const* pFormat) {
+    if (nShader == 0) {
+        return;
+    }
+    GLint nCompiled = GL_FALSE;
+    glGetShaderiv(nShader, GL_COMPILE_STATUS, &nCompiled);
+    if (nCompiled != GL_FALSE) {
+        return;
+    }
+    GLint nLength = 0;
+    glGetShaderiv(nShader, GL_INFO_LOG_LENGTH, &nLength);
+    List<char> log;
+    if (nLength > 1 && log.Resize(static_cast<unsigned int>(nLength))) {
+        // The log is asked of the shader as if it were a program: intended. Drivers refuse, and the text stays empty.
+        glGetProgramInfoLog(nShader, nLength, nullptr, log.GetData());
+        Debug::TraceFormat(TraceLevel::Error, pFormat, log.GetData());
+    }
+}
+
+void ShaderProgramGL2::TraceSources(Text16 const& sProgram) const {
+    if (Debug::IsEnabled(TraceLevel::Debug)) {
+        TraceNumbered(u"vertex", sProgram, m_sVertexSource);
+        TraceNumbered(u"fragment", sProgram, m_sFragmentSource);
+    }
+}
+
+void ShaderProgramGL2::Bind() {
+    if (m_fBound) {
+        return;
+    }
+    glUseProgram(m_nProgram);
+    for (unsigned int i = 0; i < VertexAttributeIndex::Count; ++i) {
+        if (!m_attributeNames[i].IsEmpty()) {
+            glEnableVertexAttribArray(i);
+        }
+    }
+    m_fBound = true;
+}
+
+void ShaderProgramGL2::Unbind() {
+    if (!m_fBound) {
+        return;
+    }
+    for (unsigned int i = 0; i < VertexAttributeIndex::Count; ++i) {
+        if (!m_attributeNames[i].IsEmpty()) {
+            glDisableVertexAttribArray(i);
+        }
+    }
+    for (unsigned int i = 0; i < m_samplers.GetCount(); ++i) {
+        if (TextureGL2* const pTexture = m_samplers[i].m_pTexture.Get()) {
+            glActiveTexture(GL_TEXTURE0 + i);
+            glBindTexture(pTexture->GetGLTextureType(), 0);
+        }
+    }
+    glUseProgram(0);
+    m_fBound = false;
+}
+
+int ShaderProgramGL2::FindUniformLocation(Text16 const& sName) {
+    for (UniformLocation const& uniform : m_uniforms) {
+        if (uniform.m_sName == sName) {
+            return uniform.m_nLocation;
+        }
+    }
+    int const nLocation = glGetUniformLocation(m_nProgram, Text8(sName).GetData());
+    m_uniforms.Append(UniformLocation{sName, nLocation});
+    return nLocation;
+}
+
+void ShaderProgramGL2::SetSampler(Text16 const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
+    unsigned int nUnit = FindUnit(sName, pTexture);
+    if (nUnit == m_samplers.GetCount()) {
+        nUnit = AssignUnit(sName, pTexture);
+        if (nUnit == m_samplers.GetCount()) {
+            Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Maximum number of texture units exceeded!\n");
+            return;
+        }
+    }
+    glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
+    glActiveTexture(GL_TEXTURE0 + nUnit);
+    if (nGLTexture == 0 && pTexture) {
+        nGLTexture = pTexture->GetGLTexture();
+    }
+    glBindTexture(GL_TEXTURE_2D, nGLTexture);
+}
+
+/** The unit that the sampler owns already with this very texture, or the number of units: the case of nearly all draws. */
+unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName, TextureGL2* pTexture) const {
+    unsigned int const nUnits = m_samplers.GetCount();
+    for (unsigned int i = 0; i < nUnits; ++i) {
+        SamplerInfo const& sampler = m_samplers[i];
+        if (sampler.m_sName.GetData() == sName.GetData()) {
+            return pTexture && sampler.m_pTexture == pTexture ? i : nUnits;
+        }
+    }
+    return nUnits;
+}
+
+/** Puts a texture into the sampler's unit or, failing that, the first free one; the number of units when there is none. */
+unsigned int ShaderProgramGL2::AssignUnit(Text16 const& sName, TextureGL2* pTexture) {
+    unsigned int const nUnits = m_samplers.GetCount();
+    unsigned int nUnit = nUnits;
+    for (unsigned int i = 0; i < nUnits; ++i) {
+        SamplerInfo& sampler = m_samplers[i];
+        if (sampler.m_sName == sName) {
+            TextureGL2* const pBefore = sampler.m_pTexture.Get();
+            if (pBefore && pBefore != pTexture) {
+                glActiveTexture(GL_TEXTURE0 + i);
+                glBindTexture(pBefore->GetGLTextureType(), 0);
+            }
+            sampler.m_pTexture = pTexture;
+            return i;
+        }
+        if (nUnit == nUnits && sampler.m_sName.IsEmpty()) {
+            nUnit = i;
+        }
+    }
+    if (nUnit != nUnits) {
+        m_samplers[nUnit].m_sName = sName;
+        m_samplers[nUnit].m_pTexture = pTexture;
+    }
+    return nUnit;
+}
+
+void ShaderProgramGL2::Cleanup() {
+    if (m_nVertexShader != 0) {
+        glDeleteShader(m_nVertexShader);
+        m_nVertexShader = 0;
+    }
+    if (m_nFragmentShader != 0) {
+        glDeleteShader(m_nFragmentShader);
+        m_nFragmentShader = 0;
+    }
+    if (m_nProgram != 0) {
+        glDeleteProgram(m_nProgram);
+        m_nProgram = 0;
+    }
+}
+
+} // namespace trevik::kelvo
