@@ -121,7 +121,8 @@ private:
  * one does nothing and returns the result type's default value.
  *
  * Two are equal when both are empty, or when both hold callables of one type that compare equal: free
- * functions, member functions, and objects that have an operator==. Lambdas are never equal.
+ * functions, member functions, and objects that have an operator==. A lambda that captures something equals
+ * nothing, not even its own copies; one that captures nothing compares as a free function does.
  */
 template <class R, class... Args>
 class function<R(Args...)> {
@@ -133,7 +134,7 @@ public:
               class = std::enable_if_t<!std::is_same<Target, function>::value &&
                                        std::is_invocable_r<R, Target&, Args...>::value>>
     function(F&& target) : m_pCallable(nullptr) {
-        if constexpr (std::is_pointer<Target>::value) {
+        if constexpr (std::is_pointer<std::remove_reference_t<F>>::value) {
             if (!target) {
                 return;
             }

@@ -1,5 +1,5 @@
-// Any bytes at all, read as text of each encoding: reading stays within them and always advances, what it yields is a code
-// point, and writing and reading it again in any encoding changes nothing.
+// Any bytes at all, read as text of each encoding: reading stays within them and always advances, what it
+// yields is a code point, and writing and reading it again in any encoding changes nothing.
 
 #include "trevik/Encoding.h"
 #include "trevik/StringEncoded.h"

@@ -1,5 +1,6 @@
-// Runs a fuzz target without a fuzzer: every input of the folders and files on the command line as it stands, then a fixed
-// number of variations of each, the same ones every time. An input that ends the process badly is kept in a file.
+// Runs a fuzz target without a fuzzer: every input of the folders and files on the command line as it stands,
+// then a fixed number of variations of each, the same ones every time. An input that ends the process badly
+// is kept in a file.
 
 #include <algorithm>
 #include <csignal>

@@ -32,11 +32,11 @@ Matrix const g_identityOfAnEarlyStatic = Matrix::Identity;
 ColorT<RealFloat> const g_blackOfAnEarlyStatic = ColorT<RealFloat>::Black;
 
 /** Sixteen unlike numbers, whose products in floating point depend on the order of the sums. */
-Matrix UnlikeNumbers(int seed) {
+Matrix UnlikeNumbers(unsigned int seed) {
     Matrix m;
     for (unsigned int i = 0; i < 16; ++i) {
-        seed = seed * 1103515245 % 65521 + 12345;
-        m[i] = static_cast<float>(seed % 2003) / 7.0f - 100.0f;
+        seed = seed * 1103515245u + 12345u;
+        m[i] = static_cast<float>((seed >> 16) % 2003) / 7.0f - 100.0f;
     }
     return m;
 }
@@ -210,9 +210,9 @@ TEST(TrevikMatrix, RotatesCounterClockwiseAboutXThenYThenZ) {
     struct {
         Vector3 degrees, from, to;
     } const cases[] = {
-        {{90, 0, 0}, {0, 1, 0}, {0, 0, 1}},   {{0, 90, 0}, {0, 0, 1}, {1, 0, 0}},
-        {{0, 0, 90}, {1, 0, 0}, {0, 1, 0}},   {{90, 90, 0}, {0, 1, 0}, {1, 0, 0}},
-        {{90, 0, 90}, {0, 0, 1}, {1, 0, 0}},  {{0, 90, 90}, {0, 0, 1}, {0, 1, 0}},
+        {{90, 0, 0}, {0, 1, 0}, {0, 0, 1}},     {{0, 90, 0}, {0, 0, 1}, {1, 0, 0}},
+        {{0, 0, 90}, {1, 0, 0}, {0, 1, 0}},     {{90, 90, 0}, {0, 1, 0}, {1, 0, 0}},
+        {{90, 0, 90}, {0, 0, 1}, {1, 0, 0}},    {{0, 90, 90}, {0, 0, 1}, {0, 1, 0}},
         {{0, 0, -180}, {1, 2, 3}, {-1, -2, 3}},
     };
     for (auto const& c : cases) {

@@ -1,0 +1,176 @@
+#include "trevik/Allocation.h"
+#include "trevik/StringEncoded.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+#include <type_traits>
+#include <utility>
+
+using namespace trevik;
+
+namespace {
+
+using StringJava = StringEncoded<JavaEncoding>;
+
+static_assert(std::is_nothrow_move_constructible<String16>::value, "strings move without allocating");
+
+// Were this initialised at run time, it would not compile with clang, and gcc would say so.
+#if defined(__clang__)
+[[clang::require_constant_initialization]]
+#elif defined(__GNUC__)
+__constinit
+#endif
+String16 const s_sName = String16::FromLiteral(u"vColor");
+
+class TrevikString : public testing::Test {
+protected:
+    void SetUp() override { m_nLive = Allocation::GetLiveCount(); }
+    void TearDown() override {
+        Allocation::FailNever();
+        EXPECT_EQ(Allocation::GetLiveCount(), m_nLive) << "storage was lost";
+    }
+
+private:
+    long long m_nLive;
+};
+
+TEST_F(TrevikString, OverALiteralNeitherCopiesNorAllocates) {
+    static char16_t const s_text[] = u"mWorldToView";
+    unsigned long long const before = Allocation::GetCount();
+    String16 const name = String16::FromLiteral(s_text);
+    String16 const copy(name);
+    EXPECT_EQ(name.GetData(), s_text);
+    EXPECT_EQ(copy.GetData(), s_text);
+    EXPECT_EQ(name.GetLength(), 12u);
+    EXPECT_EQ(s_sName, u"vColor");
+    EXPECT_NE(s_sName, name);
+    EXPECT_EQ(Allocation::GetCount(), before);
+}
+
+TEST_F(TrevikString, CopiesTheTextItIsBuiltFrom) {
+    char16_t text[] = u"abc";
+    String16 const whole(text), part(text, 2);
+    text[0] = u'x';
+    EXPECT_EQ(whole, u"abc");
+    EXPECT_EQ(part, u"ab");
+    EXPECT_EQ(part.GetData()[2], 0);
+    EXPECT_EQ(String16(u"a\0b", 3).GetLength(), 3u);
+    EXPECT_TRUE(String16(static_cast<char16_t const*>(nullptr)).IsEmpty());
+    EXPECT_EQ(String16().GetData()[0], 0);
+}
+
+TEST_F(TrevikString, CopiesShareStorageUntilOneIsChanged) {
+    String16 original(u"shared");
+    unsigned long long const before = Allocation::GetCount();
+    String16 copy(original), moved(std::move(copy));
+    EXPECT_EQ(moved.GetData(), original.GetData());
+    EXPECT_TRUE(copy.IsEmpty());
+    EXPECT_EQ(Allocation::GetCount(), before);
+
+    moved += u"!";
+    EXPECT_EQ(original, u"shared");
+    EXPECT_EQ(moved, u"shared!");
+    original = moved;
+    moved.Clear();
+    EXPECT_EQ(original, u"shared!");
+    EXPECT_TRUE(moved.IsEmpty());
+    String16 const& same = original;
+    original = same;
+    EXPECT_EQ(original, u"shared!");
+}
+
+TEST_F(TrevikString, AppendsToLiteralsAndToItself) {
+    String16 text = String16::FromLiteral(u"ab");
+    text += text;
+    EXPECT_EQ(text, u"abab");
+    ASSERT_TRUE(text.Append(text.GetData() + 1, 2));
+    EXPECT_EQ(text, u"ababba");
+    for (int i = 0; i < 5; ++i) {
+        ASSERT_TRUE(text.Append(text)); // through every growth
+    }
+    EXPECT_EQ(text.GetLength(), 6u << 5);
+    EXPECT_EQ(text.GetPart(186), u"ababba");
+    EXPECT_EQ(s_sName + u": " + text.GetPart(0, 2), u"vColor: ab");
+    EXPECT_EQ(String16() + String16(), u"");
+}
+
+TEST_F(TrevikString, GrowsWithoutCopyingForEveryPiece) {
+    String16 text(u"x");
+    unsigned long long const before = Allocation::GetCount();
+    for (int i = 0; i < 1000; ++i) {
+        text += s_sName;
+    }
+    EXPECT_EQ(text.GetLength(), 6001u);
+    EXPECT_LT(Allocation::GetCount() - before, 20u);
+}
+
+TEST_F(TrevikString, ComparesByUnits) {
+    EXPECT_EQ(String16(u"a\0b", 3), String16(u"a\0b", 3));
+    EXPECT_NE(String16(u"a\0b", 3), String16(u"a\0c", 3));
+    EXPECT_NE(String16(u"abc"), String16(u"abd"));
+    EXPECT_NE(String16(u"ab"), String16(u"abc"));
+    EXPECT_NE(String16(u"abc"), u"ab");
+    struct {
+        String8 less, greater;
+    } const cases[] = {{"", "a"}, {"a", "b"}, {"a", "aa"}, {"Z", "a"}, {"z", "\xc3\xa4"}};
+    for (auto const& c : cases) {
+        EXPECT_TRUE(c.less < c.greater) << c.less.GetData();
+        EXPECT_FALSE(c.greater < c.less) << c.less.GetData();
+        EXPECT_FALSE(c.less < c.less) << c.less.GetData();
+    }
+}
+
+TEST_F(TrevikString, FindsPartsAndUnits) {
+    String16 const text(u"kelvo.kelvo");
+    struct {
+        char16_t const* part;
+        unsigned int from;
+        int index;
+    } const cases[] = {
+        {u"kelvo", 0, 0}, {u"kelvo", 1, 6}, {u"kelvo", 7, -1}, {u"vo.k", 0, 3},          {u"", 0, 0},
+        {u"", 11, 11},    {u"", 12, -1},    {u"o", 5, 10},     {u"kelvo.kelvo!", 0, -1},
+    };
+    for (auto const& c : cases) {
+        EXPECT_EQ(text.Find(String16(c.part), c.from), c.index) << (&c - cases);
+    }
+    EXPECT_EQ(text.Find(u'.'), 5);
+    EXPECT_EQ(text.Find(u'.', 6), -1);
+    EXPECT_EQ(text.GetPart(6, 2), u"ke");
+    EXPECT_EQ(text.GetPart(9), u"vo");
+    EXPECT_EQ(text.GetPart(99), u"");
+}
+
+TEST_F(TrevikString, ConvertsBetweenEncodings) {
+    String16 const text(u"a\x20ac\xd83d\xde00\0z", 6);
+    String8 const utf8(text);
+    StringJava const java(utf8);
+    EXPECT_EQ(utf8, String8("a\xe2\x82\xac\xf0\x9f\x98\x80\0z", 10));
+    EXPECT_EQ(java, "a\xe2\x82\xac\xed\xa0\xbd\xed\xb8\x80\xc0\x80z");
+    EXPECT_EQ(String16(java), text);
+    EXPECT_EQ(String16(String8("\xff")), u"\xfffd");
+    EXPECT_TRUE(String8(String16()).IsEmpty());
+}
+
+TEST_F(TrevikString, FormatsToAnyLength) {
+    EXPECT_EQ(String16::Format(u"%s has %d of %hs", u"Node", 3, "them"), u"Node has 3 of them");
+    EXPECT_EQ(String16::Format(u"%5000d", 7).GetLength(), 5000u);
+    EXPECT_EQ(String16::Format(u"%5000d", 7).GetData()[4999], u'7');
+    EXPECT_TRUE(String16::Format(u"%s", u"").IsEmpty());
+    EXPECT_TRUE(String16::Format(u"%2147483647d%2147483647d", 1, 2).IsEmpty()) << "more than can be held";
+}
+
+TEST_F(TrevikString, WithoutMemoryNewTextIsEmptyAndOldTextStays) {
+    String16 text(u"abc");
+    String8 const utf8("abc");
+    Allocation::FailAfter(0);
+    EXPECT_FALSE(text.Append(u"defghi"));
+    EXPECT_EQ(text, u"abc");
+    EXPECT_TRUE(String16(u"abc").IsEmpty());
+    EXPECT_TRUE(String16(utf8).IsEmpty());
+    EXPECT_TRUE((text + text).IsEmpty());
+    EXPECT_TRUE(String16::Format(u"%d", 5).IsEmpty());
+    EXPECT_EQ(String16(text), u"abc") << "sharing needs no memory";
+}
+
+} // namespace

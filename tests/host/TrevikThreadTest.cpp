@@ -1,0 +1,356 @@
+#include "trevik/Allocation.h"
+#include "trevik/Dispatcher.h"
+#include "trevik/Event.h"
+#include "trevik/Mutex.h"
+#include "trevik/TakeANumber.h"
+
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <string>
+#include <thread>
+#include <vector>
+
+using namespace trevik;
+
+namespace {
+
+unsigned int const k_nLongTime = 60000; // milliseconds: only a failure takes as long
+
+TEST(TrevikMutex, TheHolderMayLockAgain) {
+    Mutex mutex;
+    ASSERT_TRUE(mutex.Lock());
+    ScopedLock const again(mutex);
+    EXPECT_TRUE(again.IsLocked());
+    EXPECT_TRUE(mutex.TryLock());
+    bool othersGetIt = true;
+    std::thread([&] { othersGetIt = mutex.TryLock(); }).join();
+    EXPECT_FALSE(othersGetIt);
+    mutex.Unlock();
+    mutex.Unlock();
+}
+
+TEST(TrevikMutex, IsFreeWhenItHasBeenGivenBackAsOften) {
+    Mutex mutex;
+    bool othersGetIt = true;
+    {
+        ScopedLock const outer(mutex);
+        { ScopedLock const inner(mutex); }
+        std::thread([&] { othersGetIt = mutex.TryLock(); }).join();
+        EXPECT_FALSE(othersGetIt);
+    }
+    std::thread([&] {
+        othersGetIt = mutex.TryLock();
+        mutex.Unlock();
+    }).join();
+    EXPECT_TRUE(othersGetIt);
+}
+
+TEST(TrevikMutex, KeepsThreadsApart) {
+    Mutex mutex;
+    int count = 0;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 4; ++i) {
+        threads.emplace_back([&] {
+            for (int round = 0; round < 1000; ++round) {
+                ScopedLock const lock(mutex);
+                ++count;
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(count, 4000);
+}
+
+TEST(TrevikWaitableEvent, AnAutomaticOneLetsOneThrough) {
+    Event event(u"automatic", true, false);
+    EXPECT_TRUE(event.Wait(0));
+    EXPECT_FALSE(event.Wait(0));
+    event.Set();
+    event.Set();
+    event.Wait();
+    EXPECT_FALSE(event.Wait(1));
+    event.Set();
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+    EXPECT_EQ(event.GetName(), u"automatic");
+}
+
+TEST(TrevikWaitableEvent, AManualOneLetsAllThroughUntilItIsReset) {
+    ManualResetEvent event;
+    EXPECT_FALSE(event.Wait(0));
+    std::atomic<int> through{0};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 3; ++i) {
+        threads.emplace_back([&] {
+            event.Wait();
+            through += event.Wait(k_nLongTime) ? 1 : 0;
+        });
+    }
+    event.Set();
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(through, 3);
+    EXPECT_TRUE(event.Wait(0));
+    event.Reset();
+    EXPECT_FALSE(event.Wait(0));
+}
+
+TEST(TrevikWaitableEvent, WakesAThreadThatWaitsForALimitedTime) {
+    Event event(u"", false, false), ready(u"", false, false);
+    bool woken = false;
+    std::thread waiter([&] {
+        ready.Set();
+        woken = event.Wait(k_nLongTime);
+    });
+    ready.Wait();
+    event.Set();
+    waiter.join();
+    EXPECT_TRUE(woken);
+}
+
+TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
+    Ref<TakeANumber> const counter(new TakeANumber);
+    int const count = 8;
+    std::string order;
+    std::vector<std::thread> threads;
+    for (int i = 0; i < count; ++i) {
+        EXPECT_EQ(counter->AssignNext(), i);
+    }
+    Mutex mutex;
+    for (int i = count - 1; i >= 0; --i) { // the last one comes first
+        threads.emplace_back([&, i] {
+            EXPECT_TRUE(i == 0 || counter->WaitFor(i - 1));
+            {
+                ScopedLock const lock(mutex);
+                order += std::to_string(i);
+            }
+            EXPECT_TRUE(counter->Process(i));
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(order, "01234567");
+}
+
+TEST(TrevikTakeANumber, ProcessWaitsForTheTicketsBefore) {
+    Ref<TakeANumber> const counter(new TakeANumber);
+    counter->AssignNext();
+    counter->AssignNext();
+    std::atomic<bool> firstIsThrough{false};
+    bool rightOrder = false;
+    std::thread second([&] {
+        counter->Process(1);
+        rightOrder = firstIsThrough;
+    });
+    firstIsThrough = true;
+    EXPECT_TRUE(counter->Process(0));
+    second.join();
+    EXPECT_TRUE(rightOrder);
+    EXPECT_TRUE(counter->WaitFor(1)) << "it is through, so nobody waits";
+}
+
+TEST(TrevikTakeANumber, RefusesTicketsThatWereNeverGivenOutOrAreThrough) {
+    Ref<TakeANumber> const counter(new TakeANumber);
+    EXPECT_FALSE(counter->Process(0));
+    EXPECT_FALSE(counter->WaitFor(0));
+    EXPECT_FALSE(counter->WaitFor(5));
+    int const ticket = counter->AssignNext();
+    EXPECT_TRUE(counter->Process(ticket));
+    EXPECT_FALSE(counter->Process(ticket));
+    EXPECT_FALSE(counter->Process(1));
+}
+
+Ref<OperationBase> MakeOperation(function<void()> const& callable) {
+    return Ref<OperationBase>(new Operation(callable));
+}
+
+bool Enqueue(QueueDispatcher& dispatcher, function<void()> const& callable) {
+    Ref<OperationBase> operation = MakeOperation(callable);
+    return dispatcher.Enqueue(operation);
+}
+
+TEST(TrevikDispatcher, ExecutesOnTheCallingThreadInTheOrderOfArrival) {
+    QueueDispatcher dispatcher;
+    std::string order;
+    std::thread::id executing;
+    std::thread([&] {
+        EXPECT_TRUE(Enqueue(dispatcher, [&] { order += 'a'; }));
+        EXPECT_TRUE(Enqueue(dispatcher, [&] {
+            order += 'b';
+            executing = std::this_thread::get_id();
+        }));
+    }).join();
+    EXPECT_TRUE(Enqueue(dispatcher, [&] { order += 'c'; }));
+    EXPECT_EQ(order, "") << "nothing runs before it is called for";
+    EXPECT_EQ(dispatcher.GetPendingCount(), 3u);
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(order, "abc");
+    EXPECT_EQ(executing, std::this_thread::get_id());
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(order, "abc") << "each runs once";
+}
+
+TEST(TrevikDispatcher, HoldsAnOperationUntilItHasRun) {
+    QueueDispatcher dispatcher;
+    long duringFirst = 0, firstDuringSecond = 0;
+    Ref<OperationBase> first, second;
+    first = MakeOperation([&] { duringFirst = first->GetReferenceCount(); });
+    second = MakeOperation([&] { firstDuringSecond = first->GetReferenceCount(); });
+    EXPECT_TRUE(dispatcher.Enqueue(first));
+    EXPECT_TRUE(dispatcher.Enqueue(second));
+    EXPECT_EQ(first->GetReferenceCount(), 2);
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(duringFirst, 2);
+    EXPECT_EQ(firstDuringSecond, 1) << "released right after it ran";
+}
+
+TEST(TrevikDispatcher, ReleasesWhatNeverRan) {
+    Ref<OperationBase> const operation = MakeOperation([] { ADD_FAILURE(); });
+    {
+        QueueDispatcher dispatcher;
+        Ref<OperationBase> queued(operation);
+        EXPECT_TRUE(dispatcher.Enqueue(queued));
+    }
+    EXPECT_EQ(operation->GetReferenceCount(), 1);
+}
+
+TEST(TrevikDispatcher, WhatAnOperationQueuesWaitsForTheNextCall) {
+    QueueDispatcher dispatcher;
+    std::string order;
+    Enqueue(dispatcher, [&] {
+        order += 'a';
+        Enqueue(dispatcher, [&] { order += 'c'; });
+        dispatcher.ExecuteEnqueuedOperations(); // from within: does nothing
+    });
+    Enqueue(dispatcher, [&] { order += 'b'; });
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(order, "ab");
+    EXPECT_EQ(dispatcher.GetPendingCount(), 1u);
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(TrevikDispatcher, InvokeWaitsUntilItsOperationHasRun) {
+    QueueDispatcher dispatcher;
+    std::string order;
+    std::atomic<bool> done{false};
+    Enqueue(dispatcher, [&] { order += 'a'; });
+    std::thread invoker([&] {
+        Ref<OperationBase> operation = MakeOperation([&] { order += 'b'; });
+        EXPECT_TRUE(dispatcher.Invoke(operation));
+        EXPECT_EQ(order, "ab");
+        EXPECT_EQ(operation->GetReferenceCount(), 1);
+        done = true;
+    });
+    while (!done) {
+        dispatcher.WaitForOperations(1);
+        dispatcher.ExecuteEnqueuedOperations();
+    }
+    invoker.join();
+    EXPECT_EQ(order, "ab");
+}
+
+TEST(TrevikDispatcher, InvokeOnTheExecutingThreadRunsAtOnce) {
+    QueueDispatcher dispatcher;
+    std::string order;
+    dispatcher.ExecuteEnqueuedOperations(); // makes this the executing thread
+    Enqueue(dispatcher, [&] {
+        Ref<OperationBase> inner = MakeOperation([&] { order += 'b'; });
+        EXPECT_TRUE(dispatcher.Invoke(inner));
+        order += 'c';
+    });
+    Ref<OperationBase> ahead = MakeOperation([&] { order += 'a'; });
+    EXPECT_TRUE(dispatcher.Invoke(ahead));
+    EXPECT_EQ(order, "a");
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(order, "abc");
+}
+
+TEST(TrevikDispatcher, ManyThreadsQueueWhileOneExecutes) {
+    QueueDispatcher dispatcher;
+    int const threads = 4, each = 200;
+    std::vector<std::vector<int>> seen(threads); // written by the executing thread alone
+    std::atomic<int> running{threads};
+    std::vector<std::thread> producers;
+    for (int i = 0; i < threads; ++i) {
+        producers.emplace_back([&, i] {
+            for (int n = 0; n < each; ++n) {
+                Ref<OperationBase> operation = MakeOperation([&seen, i, n] { seen[i].push_back(n); });
+                bool const taken = n % 10 == 9 ? dispatcher.Invoke(operation) : dispatcher.Enqueue(operation);
+                EXPECT_TRUE(taken);
+            }
+            --running;
+        });
+    }
+    while (running > 0) {
+        dispatcher.WaitForOperations(1);
+        dispatcher.ExecuteEnqueuedOperations();
+    }
+    dispatcher.ExecuteEnqueuedOperations();
+    for (std::thread& producer : producers) {
+        producer.join();
+    }
+    for (std::vector<int> const& numbers : seen) {
+        ASSERT_EQ(numbers.size(), static_cast<std::size_t>(each));
+        for (int n = 0; n < each; ++n) {
+            EXPECT_EQ(numbers[static_cast<std::size_t>(n)], n)
+                << "a thread's own operations keep their order";
+        }
+    }
+}
+
+TEST(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
+    QueueDispatcher dispatcher;
+    EXPECT_TRUE(dispatcher.WaitUntilIdle(0)) << "nothing was ever queued";
+    int executed = 0;
+    Event queued(u"", false, false);
+    std::thread other([&] {
+        Enqueue(dispatcher, [&] { ++executed; });
+        Enqueue(dispatcher, [&] { ++executed; });
+        EXPECT_FALSE(dispatcher.WaitUntilIdle(0));
+        queued.Set();
+        EXPECT_TRUE(dispatcher.WaitUntilIdle(k_nLongTime));
+        EXPECT_EQ(executed, 2);
+    });
+    queued.Wait();
+    EXPECT_TRUE(dispatcher.WaitForOperations(k_nLongTime));
+    dispatcher.ExecuteEnqueuedOperations();
+    other.join();
+    EXPECT_FALSE(dispatcher.WaitForOperations(0));
+}
+
+TEST(TrevikDispatcher, RefusesNothingAndWhatItHasNoMemoryFor) {
+    QueueDispatcher dispatcher;
+    Ref<OperationBase> none, operation = MakeOperation([] { ADD_FAILURE(); });
+    EXPECT_FALSE(dispatcher.Enqueue(none));
+    EXPECT_FALSE(dispatcher.Invoke(none));
+    Allocation::FailAfter(0);
+    EXPECT_FALSE(dispatcher.Enqueue(operation));
+    EXPECT_FALSE(dispatcher.Invoke(operation));
+    Operation const empty([] {});
+    Allocation::FailNever();
+    EXPECT_FALSE(empty.IsValid());
+    EXPECT_EQ(operation->GetReferenceCount(), 1);
+    dispatcher.ExecuteEnqueuedOperations();
+}
+
+TEST(TrevikDispatcher, ExecutingAllocatesNothing) {
+    QueueDispatcher dispatcher;
+    std::vector<Ref<OperationBase>> operations(10, MakeOperation([] {}));
+    unsigned long long before = 0;
+    for (int frame = 0; frame < 4; ++frame) {
+        before = frame == 2 ? Allocation::GetCount() : before; // both lists have their storage by then
+        for (Ref<OperationBase>& operation : operations) {
+            ASSERT_TRUE(dispatcher.Enqueue(operation));
+        }
+        dispatcher.ExecuteEnqueuedOperations();
+    }
+    EXPECT_EQ(Allocation::GetCount(), before);
+}
+
+} // namespace
