@@ -4,7 +4,7 @@
 
 #include <gtest/gtest.h>
 
-#include <cmath>
+#include <algorithm>
 #include <cstdlib>
 
 namespace trevik::kelvo::assets::testing {
@@ -84,6 +84,21 @@ TEST(Etc1, PadsOddSizesByRepeatingTheEdge) {
             for (int c = 0; c < 3; ++c) // five bits a channel, and the smallest modifier
                 EXPECT_NEAR(all.At(x, y)[c], colours[(x >= 4) + 2 * (y >= 4)][std::size_t(c)], 6)
                     << x << " " << y;
+}
+
+TEST(Etc1, APartBlockIsEncodedLikeTheWholeBlockThatRepeatsItsEdge) {
+    const RgbaPicture part{3, 2, GradientRgba(3, 2)};
+    RgbaPicture whole{4, 4, Bytes(64)};
+    for (int y = 0; y < 4; ++y)
+        for (int x = 0; x < 4; ++x)
+            std::copy_n(part.At(std::min(x, 2), std::min(y, 1)), 4, whole.At(x, y));
+    for (Etc1Plane plane : {Etc1Plane::Colour, Etc1Plane::Alpha}) {
+        Bytes partBlock(8);
+        Bytes wholeBlock(8);
+        EncodeEtc1Plane(part, plane, partBlock.data());
+        EncodeEtc1Plane(whole, plane, wholeBlock.data());
+        EXPECT_EQ(partBlock, wholeBlock);
+    }
 }
 
 TEST(Etc1, TheAlphaPlaneIsTheAlphaEncodedAsGreyRightBehindTheColours) {
