@@ -1,0 +1,227 @@
+#include <EGL/egl.h>
+#include <EGL/eglext.h>
+#include <GLES2/gl2.h>
+#include <GLES2/gl2ext.h>
+
+#include <string.h>
+
+// What the null driver answers where zero would not do: enough for a device to come up, and no more. Nothing
+// here allocates, and nothing that is called for each draw is here.
+
+static GLuint s_nextName = 1;
+static GLint s_nextLocation = 0;
+
+static void Generate(GLsizei n, GLuint* names) {
+    for (GLsizei i = 0; i < n; ++i)
+        names[i] = s_nextName++;
+}
+
+static void* Handle(unsigned long value) {
+    return (void*)value;
+}
+
+static EGLImageKHR CreateImage(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, const EGLint*) {
+    return Handle(5);
+}
+
+static EGLBoolean DestroyImage(EGLDisplay, EGLImageKHR) {
+    return EGL_TRUE;
+}
+
+static void ImageTargetTexture(GLenum, GLeglImageOES) {}
+
+static GLint Limit(GLenum name) {
+    switch (name) {
+    case GL_MAX_TEXTURE_IMAGE_UNITS:
+    case GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS:
+    case GL_MAX_VERTEX_ATTRIBS:
+        return 16;
+    case GL_MAX_TEXTURE_SIZE:
+    case GL_MAX_RENDERBUFFER_SIZE:
+        return 4096;
+    case GL_RED_BITS:
+    case GL_GREEN_BITS:
+    case GL_BLUE_BITS:
+    case GL_ALPHA_BITS:
+        return 8;
+    case GL_DEPTH_BITS:
+        return 16;
+    case GL_STENCIL_BITS:
+        return 4;
+    case GL_SHADER_COMPILER:
+        return GL_TRUE;
+    default:
+        return 0;
+    }
+}
+
+static const GLint s_viewport[4] = {0, 0, 640, 480};
+
+extern "C" {
+
+// ---- EGL: one display, one config of 8-8-8-8 bits with 16 of depth and 4 of stencil
+// ----------------------------
+
+EGLDisplay eglGetDisplay(EGLNativeDisplayType) {
+    return Handle(1);
+}
+EGLDisplay eglGetPlatformDisplay(EGLenum, void*, const EGLAttrib*) {
+    return Handle(1);
+}
+EGLDisplay eglGetCurrentDisplay(void) {
+    return Handle(1);
+}
+EGLContext eglGetCurrentContext(void) {
+    return Handle(4);
+}
+EGLint eglGetError(void) {
+    return EGL_SUCCESS;
+}
+EGLBoolean eglInitialize(EGLDisplay, EGLint* major, EGLint* minor) {
+    if (major)
+        *major = 1;
+    if (minor)
+        *minor = 4;
+    return EGL_TRUE;
+}
+EGLBoolean eglTerminate(EGLDisplay) {
+    return EGL_TRUE;
+}
+EGLBoolean eglBindAPI(EGLenum) {
+    return EGL_TRUE;
+}
+EGLBoolean eglChooseConfig(EGLDisplay, const EGLint*, EGLConfig* configs, EGLint size, EGLint* count) {
+    if (configs && size > 0)
+        configs[0] = Handle(2);
+    *count = 1;
+    return EGL_TRUE;
+}
+EGLBoolean eglGetConfigAttrib(EGLDisplay, EGLConfig, EGLint attribute, EGLint* value) {
+    switch (attribute) {
+    case EGL_RED_SIZE:
+    case EGL_GREEN_SIZE:
+    case EGL_BLUE_SIZE:
+    case EGL_ALPHA_SIZE:
+        *value = 8;
+        break;
+    case EGL_DEPTH_SIZE:
+        *value = 16;
+        break;
+    case EGL_STENCIL_SIZE:
+        *value = 4;
+        break;
+    case EGL_BUFFER_SIZE:
+        *value = 32;
+        break;
+    default:
+        *value = 0;
+    }
+    return EGL_TRUE;
+}
+EGLSurface eglCreateWindowSurface(EGLDisplay, EGLConfig, EGLNativeWindowType, const EGLint*) {
+    return Handle(3);
+}
+EGLSurface eglCreatePbufferSurface(EGLDisplay, EGLConfig, const EGLint*) {
+    return Handle(3);
+}
+EGLContext eglCreateContext(EGLDisplay, EGLConfig, EGLContext, const EGLint*) {
+    return Handle(4);
+}
+EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext) {
+    return EGL_TRUE;
+}
+EGLBoolean eglDestroySurface(EGLDisplay, EGLSurface) {
+    return EGL_TRUE;
+}
+EGLBoolean eglDestroyContext(EGLDisplay, EGLContext) {
+    return EGL_TRUE;
+}
+EGLBoolean eglSwapBuffers(EGLDisplay, EGLSurface) {
+    return EGL_TRUE;
+}
+EGLBoolean eglSwapInterval(EGLDisplay, EGLint) {
+    return EGL_TRUE;
+}
+EGLBoolean eglQuerySurface(EGLDisplay, EGLSurface, EGLint attribute, EGLint* value) {
+    *value = attribute == EGL_WIDTH ? s_viewport[2] : attribute == EGL_HEIGHT ? s_viewport[3] : 0;
+    return EGL_TRUE;
+}
+const char* eglQueryString(EGLDisplay, EGLint) {
+    return "";
+}
+__eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* name) {
+    if (strcmp(name, "eglCreateImageKHR") == 0)
+        return (__eglMustCastToProperFunctionPointerType)CreateImage;
+    if (strcmp(name, "eglDestroyImageKHR") == 0)
+        return (__eglMustCastToProperFunctionPointerType)DestroyImage;
+    if (strcmp(name, "glEGLImageTargetTexture2DOES") == 0)
+        return (__eglMustCastToProperFunctionPointerType)ImageTargetTexture;
+    return 0;
+}
+
+// ---- GL: names and locations that count up, and everything succeeds
+// --------------------------------------------
+
+void glGenTextures(GLsizei n, GLuint* names) {
+    Generate(n, names);
+}
+void glGenBuffers(GLsizei n, GLuint* names) {
+    Generate(n, names);
+}
+void glGenFramebuffers(GLsizei n, GLuint* names) {
+    Generate(n, names);
+}
+void glGenRenderbuffers(GLsizei n, GLuint* names) {
+    Generate(n, names);
+}
+GLuint glCreateProgram(void) {
+    return s_nextName++;
+}
+GLuint glCreateShader(GLenum) {
+    return s_nextName++;
+}
+GLint glGetUniformLocation(GLuint, const GLchar*) {
+    return s_nextLocation++;
+}
+GLint glGetAttribLocation(GLuint, const GLchar*) {
+    return s_nextLocation++;
+}
+void glGetProgramiv(GLuint, GLenum name, GLint* value) {
+    *value = name == GL_LINK_STATUS || name == GL_VALIDATE_STATUS ? GL_TRUE : 0;
+}
+void glGetShaderiv(GLuint, GLenum name, GLint* value) {
+    *value = name == GL_COMPILE_STATUS ? GL_TRUE : 0;
+}
+void glGetProgramInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
+    if (size > 0)
+        log[0] = '\0';
+    if (length)
+        *length = 0;
+}
+void glGetShaderInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
+    glGetProgramInfoLog(0, size, length, log);
+}
+GLenum glCheckFramebufferStatus(GLenum) {
+    return GL_FRAMEBUFFER_COMPLETE;
+}
+const GLubyte* glGetString(GLenum) {
+    return (const GLubyte*)"";
+}
+void glGetIntegerv(GLenum name, GLint* values) {
+    if (name == GL_VIEWPORT)
+        memcpy(values, s_viewport, sizeof s_viewport);
+    else
+        *values = Limit(name);
+}
+void glGetFloatv(GLenum name, GLfloat* values) {
+    if (name == GL_VIEWPORT)
+        for (int i = 0; i < 4; ++i)
+            values[i] = (GLfloat)s_viewport[i];
+    else
+        *values = (GLfloat)Limit(name);
+}
+void glGetBooleanv(GLenum name, GLboolean* values) {
+    *values = Limit(name) != 0 ? GL_TRUE : GL_FALSE;
+}
+
+} // extern "C"

@@ -1,0 +1,629 @@
+#include "Driver.h"
+
+#include <algorithm>
+#include <cstring>
+
+// EGL: the display, its configs, surfaces, contexts and images.
+namespace recording {
+
+namespace {
+
+constexpr std::size_t kSurfaces = 0;
+constexpr std::size_t kContexts = 1;
+constexpr std::size_t kImages = 2;
+constexpr std::size_t kSyncs = 3;
+
+/** A handle that was never given before: EGL objects are told apart even after one was destroyed. */
+void* NewHandle(Session& session, Handle sort, std::size_t counter) {
+    return MakeHandle(sort, ++session.handles[counter]);
+}
+
+/** False, with the error raised, when the display is not this driver's or not initialised. */
+bool RequireDisplay(Invocation& call, EGLDisplay display) {
+    if (display != TheDisplay())
+        call.Raise(EGL_BAD_DISPLAY);
+    else if (!call.GetSession().initialized)
+        call.Raise(EGL_NOT_INITIALIZED);
+    else
+        return true;
+    return false;
+}
+
+/** The config's index, or nothing after raising. */
+std::optional<std::size_t> RequireConfig(Invocation& call, EGLConfig config) {
+    const std::uintptr_t index = HandleIndex(Handle::Config, config);
+    if (index < call.GetSession().configs.size())
+        return index;
+    call.Raise(EGL_BAD_CONFIG);
+    return std::nullopt;
+}
+
+SurfaceData* RequireSurface(Invocation& call, EGLSurface surface) {
+    const auto found = call.GetSession().surfaces.find(surface);
+    if (found != call.GetSession().surfaces.end() && !found->second.destroyed)
+        return &found->second;
+    call.Raise(EGL_BAD_SURFACE);
+    return nullptr;
+}
+
+ContextData* RequireContext(Invocation& call, EGLContext context) {
+    const auto found = call.GetSession().contexts.find(context);
+    if (found != call.GetSession().contexts.end() && !found->second->destroyed)
+        return found->second.get();
+    call.Raise(EGL_BAD_CONTEXT);
+    return nullptr;
+}
+
+// ---- Configs
+// ---------------------------------------------------------------------------------------------------
+
+/** One attribute of a config; nothing for an attribute that is none. */
+std::optional<EGLint> ConfigAttribute(const Config& config, std::size_t index, EGLint attribute) {
+    switch (attribute) {
+    case EGL_RED_SIZE:
+        return config.red;
+    case EGL_GREEN_SIZE:
+        return config.green;
+    case EGL_BLUE_SIZE:
+        return config.blue;
+    case EGL_ALPHA_SIZE:
+        return config.alpha;
+    case EGL_DEPTH_SIZE:
+        return config.depth;
+    case EGL_STENCIL_SIZE:
+        return config.stencil;
+    case EGL_BUFFER_SIZE:
+        return config.red + config.green + config.blue + config.alpha;
+    case EGL_CONFIG_ID:
+        return static_cast<EGLint>(index) + 1;
+    case EGL_RENDERABLE_TYPE:
+    case EGL_CONFORMANT:
+        return EGL_OPENGL_ES2_BIT;
+    case EGL_SURFACE_TYPE:
+        return EGL_WINDOW_BIT | EGL_PBUFFER_BIT;
+    case EGL_COLOR_BUFFER_TYPE:
+        return EGL_RGB_BUFFER;
+    case EGL_CONFIG_CAVEAT:
+    case EGL_TRANSPARENT_TYPE:
+        return EGL_NONE;
+    case EGL_MAX_PBUFFER_WIDTH:
+    case EGL_MAX_PBUFFER_HEIGHT:
+        return 4096;
+    case EGL_MAX_SWAP_INTERVAL:
+        return 1;
+    case EGL_LEVEL:
+    case EGL_SAMPLES:
+    case EGL_SAMPLE_BUFFERS:
+    case EGL_LUMINANCE_SIZE:
+    case EGL_ALPHA_MASK_SIZE:
+    case EGL_MIN_SWAP_INTERVAL:
+    case EGL_NATIVE_RENDERABLE:
+    case EGL_NATIVE_VISUAL_ID:
+    case EGL_NATIVE_VISUAL_TYPE:
+        return 0;
+    default:
+        return std::nullopt;
+    }
+}
+
+bool IsSize(EGLint attribute) {
+    static const EGLint s_sizes[] = {EGL_RED_SIZE,    EGL_GREEN_SIZE, EGL_BLUE_SIZE,
+                                     EGL_ALPHA_SIZE,  EGL_DEPTH_SIZE, EGL_STENCIL_SIZE,
+                                     EGL_BUFFER_SIZE, EGL_SAMPLES,    EGL_SAMPLE_BUFFERS};
+    return std::find(std::begin(s_sizes), std::end(s_sizes), attribute) != std::end(s_sizes);
+}
+
+/** Sizes must be at least, and kinds must include, what is asked for; other attributes do not choose. */
+bool Satisfies(const Config& config, std::size_t index, const EGLint* attributes) {
+    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
+        const EGLint value = ConfigAttribute(config, index, attributes[0]).value_or(0);
+        if (attributes[1] == EGL_DONT_CARE)
+            continue;
+        if (IsSize(attributes[0]) && value < attributes[1])
+            return false;
+        if ((attributes[0] == EGL_RENDERABLE_TYPE || attributes[0] == EGL_SURFACE_TYPE) &&
+            (value & attributes[1]) != attributes[1])
+            return false;
+    }
+    return true;
+}
+
+/** Writes the configs that satisfy the attributes, at most `size`; without an array it only counts them. */
+EGLBoolean ListConfigs(Invocation& call, const EGLint* attributes, EGLConfig* configs, EGLint size,
+                       EGLint* count) {
+    if (count == nullptr)
+        return call.Refuse(EGL_BAD_PARAMETER);
+    for (const EGLint* key = attributes; key != nullptr && *key != EGL_NONE; key += 2)
+        if (!ConfigAttribute(Config(), 0, *key))
+            return call.Refuse(EGL_BAD_ATTRIBUTE);
+    *count = 0;
+    const std::vector<Config>& all = call.GetSession().configs;
+    for (std::size_t i = 0; i < all.size(); ++i) {
+        if (!Satisfies(all[i], i, attributes) || (configs != nullptr && *count >= size))
+            continue;
+        if (configs != nullptr)
+            configs[*count] = ConfigHandle(i);
+        ++*count;
+    }
+    return EGL_TRUE;
+}
+
+// ---- Surfaces and contexts
+// -------------------------------------------------------------------------------------
+
+EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, int width, int height) {
+    if (!RequireDisplay(call, display))
+        return EGL_NO_SURFACE;
+    const std::optional<std::size_t> index = RequireConfig(call, config);
+    if (!index)
+        return EGL_NO_SURFACE;
+    Session& session = call.GetSession();
+    const EGLSurface surface = NewHandle(session, Handle::Surface, kSurfaces);
+    session.surfaces[surface] = {width, height, *index, false};
+    session.Created(Object::EglSurface);
+    return surface;
+}
+
+/** The size that a pbuffer's attributes ask for; 0 where they do not. */
+template <class Element>
+EGLint ListedAttribute(const Element* attributes, EGLint wanted) {
+    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2)
+        if (attributes[0] == wanted)
+            return static_cast<EGLint>(attributes[1]);
+    return 0;
+}
+
+bool IsCurrentSurface(const ThreadData& thread, EGLSurface surface) {
+    return thread.draw == surface || thread.read == surface;
+}
+
+/** Destroys what was only kept because it was current. */
+void ReleaseCurrent(Invocation& call) {
+    Session& session = call.GetSession();
+    ThreadData& thread = call.Thread();
+    session.current.erase(thread.context);
+    const auto context = session.contexts.find(thread.context);
+    if (context != session.contexts.end() && context->second->destroyed)
+        session.contexts.erase(context);
+    for (const EGLSurface surface : {thread.draw, thread.read}) {
+        const auto found = session.surfaces.find(surface);
+        if (found != session.surfaces.end() && found->second.destroyed)
+            session.surfaces.erase(found);
+    }
+    thread.display = EGL_NO_DISPLAY;
+    thread.draw = thread.read = EGL_NO_SURFACE;
+    thread.context = EGL_NO_CONTEXT;
+}
+
+/** The first time a context becomes current, viewport and scissor take the surface's size. */
+void FirstCurrent(Invocation& call, ContextData& context, const SurfaceData* surface) {
+    if (surface == nullptr)
+        return;
+    context.config = call.GetSession().configs[surface->config];
+    if (context.wasCurrent)
+        return;
+    context.wasCurrent = true;
+    context.state.viewport = {0, 0, surface->width, surface->height};
+    context.state.scissor = context.state.viewport;
+}
+
+EGLImage MakeImage(Invocation& call, EGLDisplay display, EGLContext context, EGLClientBuffer buffer) {
+    if (!RequireDisplay(call, display))
+        return EGL_NO_IMAGE_KHR;
+    if (context != EGL_NO_CONTEXT && RequireContext(call, context) == nullptr)
+        return EGL_NO_IMAGE_KHR;
+    if (buffer == nullptr) {
+        call.Raise(EGL_BAD_PARAMETER);
+        return EGL_NO_IMAGE_KHR;
+    }
+    Session& session = call.GetSession();
+    const EGLImage image = NewHandle(session, Handle::Image, kImages);
+    session.images.insert(image);
+    session.Created(Object::EglImage);
+    return image;
+}
+
+EGLBoolean FreeImage(Invocation& call, EGLDisplay display, EGLImage image) {
+    if (!RequireDisplay(call, display))
+        return EGL_FALSE;
+    if (call.GetSession().images.erase(image) == 0)
+        return call.Refuse(EGL_BAD_PARAMETER);
+    call.GetSession().Deleted(Object::EglImage);
+    return EGL_TRUE;
+}
+
+} // namespace
+
+namespace answer {
+
+// ---- Display
+// ---------------------------------------------------------------------------------------------------
+
+EGLDisplay eglGetDisplay(Invocation&, EGLNativeDisplayType) {
+    return TheDisplay();
+}
+
+EGLDisplay eglGetPlatformDisplay(Invocation&, EGLenum, void*, const EGLAttrib*) {
+    return TheDisplay();
+}
+
+EGLBoolean eglInitialize(Invocation& call, EGLDisplay dpy, EGLint* major, EGLint* minor) {
+    if (dpy != TheDisplay())
+        return call.Refuse(EGL_BAD_DISPLAY);
+    call.GetSession().initialized = true;
+    if (major != nullptr)
+        *major = 1;
+    if (minor != nullptr)
+        *minor = 5;
+    return EGL_TRUE;
+}
+
+/** Destroys contexts and surfaces, except those that are current on some thread: they go when they are
+ * released. */
+EGLBoolean eglTerminate(Invocation& call, EGLDisplay dpy) {
+    if (dpy != TheDisplay())
+        return call.Refuse(EGL_BAD_DISPLAY);
+    Session& session = call.GetSession();
+    session.initialized = false;
+    for (auto context = session.contexts.begin(); context != session.contexts.end();) {
+        context->second->destroyed = true;
+        context =
+            session.current.count(context->first) != 0 ? std::next(context) : session.contexts.erase(context);
+    }
+    for (auto surface = session.surfaces.begin(); surface != session.surfaces.end();) {
+        surface->second.destroyed = true;
+        surface = !session.current.empty() ? std::next(surface) : session.surfaces.erase(surface);
+    }
+    session.images.clear();
+    return EGL_TRUE;
+}
+
+EGLint eglGetError(Invocation& call) {
+    if (call.IsFailing())
+        return call.FailureError(EGL_BAD_ALLOC);
+    const EGLint error = call.Thread().error;
+    call.Thread().error = EGL_SUCCESS;
+    return error;
+}
+
+const char* eglQueryString(Invocation& call, EGLDisplay dpy, EGLint name) {
+    if (dpy != EGL_NO_DISPLAY && !RequireDisplay(call, dpy))
+        return nullptr;
+    switch (name) {
+    case EGL_VENDOR:
+        return "kelvo";
+    case EGL_VERSION:
+        return "1.5 recording";
+    case EGL_CLIENT_APIS:
+        return "OpenGL_ES";
+    case EGL_EXTENSIONS:
+        return "EGL_KHR_image_base EGL_ANDROID_image_native_buffer";
+    default:
+        call.Raise(EGL_BAD_PARAMETER);
+        return nullptr;
+    }
+}
+
+__eglMustCastToProperFunctionPointerType eglGetProcAddress(Invocation& call, const char* procname) {
+    if (call.IsFailing() || call.GetSession().hiddenProcedures.count(procname) != 0)
+        return nullptr;
+    return FindEntryPoint(procname);
+}
+
+EGLBoolean eglBindAPI(Invocation& call, EGLenum api) {
+    return api == EGL_OPENGL_ES_API ? EGL_TRUE : call.Refuse(EGL_BAD_PARAMETER);
+}
+
+EGLenum eglQueryAPI(Invocation&) {
+    return EGL_OPENGL_ES_API;
+}
+
+// ---- Configs
+// ---------------------------------------------------------------------------------------------------
+
+EGLBoolean eglGetConfigs(Invocation& call, EGLDisplay dpy, EGLConfig* configs, EGLint config_size,
+                         EGLint* num_config) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    return ListConfigs(call, nullptr, configs, config_size, num_config);
+}
+
+EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, const EGLint* attrib_list, EGLConfig* configs,
+                           EGLint config_size, EGLint* num_config) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    return ListConfigs(call, attrib_list, configs, config_size, num_config);
+}
+
+EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLint attribute,
+                              EGLint* value) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    const std::optional<std::size_t> index = RequireConfig(call, config);
+    if (!index)
+        return EGL_FALSE;
+    const auto& failing = call.GetSession().failingConfigAttributes;
+    const std::optional<EGLint> answer =
+        ConfigAttribute(call.GetSession().configs[*index], *index, attribute);
+    if (!answer || failing.count({*index, 0}) != 0 || failing.count({*index, attribute}) != 0)
+        return call.Refuse(EGL_BAD_ATTRIBUTE);
+    *value = *answer;
+    return EGL_TRUE;
+}
+
+// ---- Surfaces
+// --------------------------------------------------------------------------------------------------
+
+EGLSurface eglCreateWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLNativeWindowType,
+                                  const EGLint*) {
+    return MakeSurface(call, dpy, config, call.GetSession().windowWidth, call.GetSession().windowHeight);
+}
+
+EGLSurface eglCreatePlatformWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig config, void*,
+                                          const EGLAttrib*) {
+    return MakeSurface(call, dpy, config, call.GetSession().windowWidth, call.GetSession().windowHeight);
+}
+
+EGLSurface eglCreatePbufferSurface(Invocation& call, EGLDisplay dpy, EGLConfig config,
+                                   const EGLint* attrib_list) {
+    return MakeSurface(call, dpy, config, ListedAttribute(attrib_list, EGL_WIDTH),
+                       ListedAttribute(attrib_list, EGL_HEIGHT));
+}
+
+/** Pixmaps and client buffers are not offered, as their config bits say. */
+EGLSurface eglCreatePixmapSurface(Invocation& call, EGLDisplay, EGLConfig, EGLNativePixmapType,
+                                  const EGLint*) {
+    call.Raise(EGL_BAD_MATCH);
+    return EGL_NO_SURFACE;
+}
+
+EGLSurface eglCreatePlatformPixmapSurface(Invocation& call, EGLDisplay, EGLConfig, void*, const EGLAttrib*) {
+    call.Raise(EGL_BAD_MATCH);
+    return EGL_NO_SURFACE;
+}
+
+EGLSurface eglCreatePbufferFromClientBuffer(Invocation& call, EGLDisplay, EGLenum, EGLClientBuffer, EGLConfig,
+                                            const EGLint*) {
+    call.Raise(EGL_BAD_PARAMETER);
+    return EGL_NO_SURFACE;
+}
+
+EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    SurfaceData* data = RequireSurface(call, surface);
+    if (data == nullptr)
+        return EGL_FALSE;
+    call.GetSession().Deleted(Object::EglSurface);
+    data->destroyed = true;
+    if (!IsCurrentSurface(call.Thread(), surface))
+        call.GetSession().surfaces.erase(surface);
+    return EGL_TRUE;
+}
+
+EGLBoolean eglQuerySurface(Invocation& call, EGLDisplay dpy, EGLSurface surface, EGLint attribute,
+                           EGLint* value) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    const SurfaceData* data = RequireSurface(call, surface);
+    if (data == nullptr)
+        return EGL_FALSE;
+    switch (attribute) {
+    case EGL_WIDTH:
+        *value = data->width;
+        return EGL_TRUE;
+    case EGL_HEIGHT:
+        *value = data->height;
+        return EGL_TRUE;
+    case EGL_CONFIG_ID:
+        *value = static_cast<EGLint>(data->config) + 1;
+        return EGL_TRUE;
+    case EGL_RENDER_BUFFER:
+        *value = EGL_BACK_BUFFER;
+        return EGL_TRUE;
+    case EGL_SWAP_BEHAVIOR:
+        *value = EGL_BUFFER_DESTROYED;
+        return EGL_TRUE;
+    default:
+        return call.Refuse(EGL_BAD_ATTRIBUTE);
+    }
+}
+
+EGLBoolean eglSurfaceAttrib(Invocation& call, EGLDisplay dpy, EGLSurface surface, EGLint, EGLint) {
+    return RequireDisplay(call, dpy) && RequireSurface(call, surface) != nullptr ? EGL_TRUE : EGL_FALSE;
+}
+
+EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
+    if (!RequireDisplay(call, dpy) || RequireSurface(call, surface) == nullptr)
+        return EGL_FALSE;
+    if (call.Thread().draw != surface)
+        return call.Refuse(EGL_BAD_SURFACE);
+    ++call.GetSession().swaps;
+    return EGL_TRUE;
+}
+
+EGLBoolean eglSwapInterval(Invocation& call, EGLDisplay dpy, EGLint) {
+    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
+}
+
+EGLBoolean eglCopyBuffers(Invocation& call, EGLDisplay, EGLSurface, EGLNativePixmapType) {
+    return call.Refuse(EGL_BAD_NATIVE_PIXMAP);
+}
+
+EGLBoolean eglBindTexImage(Invocation& call, EGLDisplay, EGLSurface, EGLint) {
+    return call.Refuse(EGL_BAD_MATCH);
+}
+
+EGLBoolean eglReleaseTexImage(Invocation& call, EGLDisplay, EGLSurface, EGLint) {
+    return call.Refuse(EGL_BAD_MATCH);
+}
+
+// ---- Contexts
+// --------------------------------------------------------------------------------------------------
+
+EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLContext share_context,
+                            const EGLint* attrib_list) {
+    if (!RequireDisplay(call, dpy) || !RequireConfig(call, config))
+        return EGL_NO_CONTEXT;
+    if (ListedAttribute(attrib_list, EGL_CONTEXT_CLIENT_VERSION) != 2) {
+        call.Raise(EGL_BAD_CONFIG);
+        return EGL_NO_CONTEXT;
+    }
+    const ContextData* shared =
+        share_context != EGL_NO_CONTEXT ? RequireContext(call, share_context) : nullptr;
+    if (share_context != EGL_NO_CONTEXT && shared == nullptr)
+        return EGL_NO_CONTEXT;
+    Session& session = call.GetSession();
+    const EGLContext context = NewHandle(session, Handle::Context, kContexts);
+    session.contexts[context] = std::make_shared<ContextData>();
+    if (shared != nullptr)
+        session.contexts[context]->objects = shared->objects;
+    session.Created(Object::EglContext);
+    return context;
+}
+
+EGLBoolean eglDestroyContext(Invocation& call, EGLDisplay dpy, EGLContext ctx) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    ContextData* context = RequireContext(call, ctx);
+    if (context == nullptr)
+        return EGL_FALSE;
+    Session& session = call.GetSession();
+    session.Deleted(Object::EglContext);
+    context->destroyed = true;
+    if (session.current.count(ctx) == 0)
+        session.contexts.erase(ctx);
+    return EGL_TRUE;
+}
+
+EGLBoolean eglMakeCurrent(Invocation& call, EGLDisplay dpy, EGLSurface draw, EGLSurface read,
+                          EGLContext ctx) {
+    Session& session = call.GetSession();
+    ThreadData& thread = call.Thread();
+    if (ctx == EGL_NO_CONTEXT) {
+        if (draw != EGL_NO_SURFACE || read != EGL_NO_SURFACE)
+            return call.Refuse(EGL_BAD_MATCH);
+        ReleaseCurrent(call);
+        return EGL_TRUE;
+    }
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    ContextData* context = RequireContext(call, ctx);
+    if (context == nullptr)
+        return EGL_FALSE;
+    const SurfaceData* surface = draw != EGL_NO_SURFACE ? RequireSurface(call, draw) : nullptr;
+    if ((draw != EGL_NO_SURFACE && surface == nullptr) ||
+        (read != EGL_NO_SURFACE && RequireSurface(call, read) == nullptr))
+        return EGL_FALSE;
+    if (thread.context != ctx && session.current.count(ctx) != 0)
+        return call.Refuse(EGL_BAD_ACCESS);
+    if (thread.context != ctx || thread.draw != draw || thread.read != read)
+        ReleaseCurrent(call);
+    thread.display = dpy;
+    thread.draw = draw;
+    thread.read = read;
+    thread.context = ctx;
+    session.current.insert(ctx);
+    session.lastUsed = session.contexts[ctx];
+    FirstCurrent(call, *context, surface);
+    return EGL_TRUE;
+}
+
+EGLBoolean eglReleaseThread(Invocation& call) {
+    ReleaseCurrent(call);
+    return EGL_TRUE;
+}
+
+EGLDisplay eglGetCurrentDisplay(Invocation& call) {
+    return call.Thread().display;
+}
+
+EGLContext eglGetCurrentContext(Invocation& call) {
+    return call.Thread().context;
+}
+
+EGLSurface eglGetCurrentSurface(Invocation& call, EGLint readdraw) {
+    return readdraw == EGL_READ ? call.Thread().read : call.Thread().draw;
+}
+
+EGLBoolean eglQueryContext(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLint attribute,
+                           EGLint* value) {
+    if (!RequireDisplay(call, dpy) || RequireContext(call, ctx) == nullptr)
+        return EGL_FALSE;
+    switch (attribute) {
+    case EGL_CONTEXT_CLIENT_TYPE:
+        *value = EGL_OPENGL_ES_API;
+        return EGL_TRUE;
+    case EGL_CONTEXT_CLIENT_VERSION:
+        *value = 2;
+        return EGL_TRUE;
+    case EGL_RENDER_BUFFER:
+        *value = EGL_BACK_BUFFER;
+        return EGL_TRUE;
+    default:
+        return call.Refuse(EGL_BAD_ATTRIBUTE);
+    }
+}
+
+// ---- Images and synchronisation
+// --------------------------------------------------------------------------------
+
+EGLImageKHR eglCreateImageKHR(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum,
+                              EGLClientBuffer buffer, const EGLint*) {
+    return MakeImage(call, dpy, ctx, buffer);
+}
+
+EGLBoolean eglDestroyImageKHR(Invocation& call, EGLDisplay dpy, EGLImageKHR image) {
+    return FreeImage(call, dpy, image);
+}
+
+EGLImage eglCreateImage(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum, EGLClientBuffer buffer,
+                        const EGLAttrib*) {
+    return MakeImage(call, dpy, ctx, buffer);
+}
+
+EGLBoolean eglDestroyImage(Invocation& call, EGLDisplay dpy, EGLImage image) {
+    return FreeImage(call, dpy, image);
+}
+
+/** Nothing is ever pending, so every fence is passed at once. */
+EGLSync eglCreateSync(Invocation& call, EGLDisplay dpy, EGLenum, const EGLAttrib*) {
+    return RequireDisplay(call, dpy) ? NewHandle(call.GetSession(), Handle::Sync, kSyncs) : EGL_NO_SYNC;
+}
+
+EGLBoolean eglDestroySync(Invocation& call, EGLDisplay dpy, EGLSync) {
+    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
+}
+
+EGLint eglClientWaitSync(Invocation& call, EGLDisplay dpy, EGLSync, EGLint, EGLTime) {
+    return RequireDisplay(call, dpy) ? EGL_CONDITION_SATISFIED : EGL_FALSE;
+}
+
+EGLBoolean eglWaitSync(Invocation& call, EGLDisplay dpy, EGLSync, EGLint) {
+    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
+}
+
+EGLBoolean eglGetSyncAttrib(Invocation& call, EGLDisplay dpy, EGLSync, EGLint attribute, EGLAttrib* value) {
+    if (!RequireDisplay(call, dpy))
+        return EGL_FALSE;
+    if (attribute != EGL_SYNC_STATUS)
+        return call.Refuse(EGL_BAD_ATTRIBUTE);
+    *value = EGL_SIGNALED;
+    return EGL_TRUE;
+}
+
+EGLBoolean eglWaitClient(Invocation&) {
+    return EGL_TRUE;
+}
+
+EGLBoolean eglWaitGL(Invocation&) {
+    return EGL_TRUE;
+}
+
+EGLBoolean eglWaitNative(Invocation&, EGLint) {
+    return EGL_TRUE;
+}
+
+} // namespace answer
+
+} // namespace recording

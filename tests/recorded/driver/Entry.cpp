@@ -1,0 +1,70 @@
+#include "Driver.h"
+
+#include <cstring>
+
+// The entry points themselves. Each does the same: it takes down its arguments, gives the answer and notes
+// the call.
+#define NOTE(type, name, kind) recording::MakeArgument(recording::ArgumentKind::kind, #name, name)
+#define BODY(name, ...)                                                                                      \
+    recording::Invocation call(#name, {KELVO_EACH(NOTE, __VA_ARGS__)});                                      \
+    return call.Run([&] { return recording::answer::name(call, KELVO_NAMES(__VA_ARGS__)); });
+
+#define ENTRY(result, name, ...)                                                                             \
+    extern "C" result name(KELVO_PARAMETERS(__VA_ARGS__)) {                                                  \
+        BODY(name, __VA_ARGS__)                                                                              \
+    }
+#define ENTRY0(result, name)                                                                                 \
+    extern "C" result name() {                                                                               \
+        recording::Invocation call(#name, {});                                                               \
+        return call.Run([&] { return recording::answer::name(call); });                                      \
+    }
+#define EXTENSION(result, name, ...)
+#include "EntryPoints.def"
+#undef ENTRY
+#undef ENTRY0
+#undef EXTENSION
+
+namespace recording {
+
+namespace extension {
+#define ENTRY(result, name, ...)
+#define ENTRY0(result, name)
+#define EXTENSION(result, name, ...)                                                                         \
+    static result name(KELVO_PARAMETERS(__VA_ARGS__)) {                                                      \
+        BODY(name, __VA_ARGS__)                                                                              \
+    }
+#include "EntryPoints.def"
+#undef ENTRY
+#undef ENTRY0
+#undef EXTENSION
+} // namespace extension
+
+namespace {
+
+using Procedure = __eglMustCastToProperFunctionPointerType;
+
+struct EntryPoint {
+    const char* name;
+    Procedure address;
+};
+
+const EntryPoint g_entryPoints[] = {
+#define ENTRY(result, name, ...) {#name, reinterpret_cast<Procedure>(&::name)},
+#define ENTRY0(result, name) {#name, reinterpret_cast<Procedure>(&::name)},
+#define EXTENSION(result, name, ...) {#name, reinterpret_cast<Procedure>(&extension::name)},
+#include "EntryPoints.def"
+#undef ENTRY
+#undef ENTRY0
+#undef EXTENSION
+};
+
+} // namespace
+
+Procedure FindEntryPoint(const char* name) {
+    for (const EntryPoint& entry : g_entryPoints)
+        if (std::strcmp(entry.name, name) == 0)
+            return entry.address;
+    return nullptr;
+}
+
+} // namespace recording

@@ -1,0 +1,399 @@
+#include "Driver.h"
+
+#include <algorithm>
+#include <cstring>
+#include <limits>
+
+// Buffers, vertex arrays, and draw calls with the vertices that they would have read.
+namespace recording {
+
+namespace {
+
+std::size_t TypeSize(GLenum type) {
+    switch (type) {
+    case GL_BYTE:
+    case GL_UNSIGNED_BYTE:
+        return 1;
+    case GL_SHORT:
+    case GL_UNSIGNED_SHORT:
+        return 2;
+    case GL_FIXED:
+    case GL_FLOAT:
+        return 4;
+    default:
+        return 0;
+    }
+}
+
+template <class T>
+T Load(const std::uint8_t* bytes) {
+    T value;
+    std::memcpy(&value, bytes, sizeof value);
+    return value;
+}
+
+template <class T>
+float LoadInteger(const std::uint8_t* bytes, bool normalized) {
+    const auto value = static_cast<float>(Load<T>(bytes));
+    if (!normalized)
+        return value;
+    const auto largest = static_cast<float>(std::numeric_limits<T>::max());
+    return std::is_signed_v<T> ? (2 * value + 1) / (2 * largest + 1) : value / largest;
+}
+
+/** One component as GL reads it. */
+float LoadComponent(const std::uint8_t* bytes, GLenum type, bool normalized) {
+    switch (type) {
+    case GL_BYTE:
+        return LoadInteger<GLbyte>(bytes, normalized);
+    case GL_UNSIGNED_BYTE:
+        return LoadInteger<GLubyte>(bytes, normalized);
+    case GL_SHORT:
+        return LoadInteger<GLshort>(bytes, normalized);
+    case GL_UNSIGNED_SHORT:
+        return LoadInteger<GLushort>(bytes, normalized);
+    case GL_FIXED:
+        return static_cast<float>(Load<GLint>(bytes)) / 65536.0f;
+    default:
+        return Load<GLfloat>(bytes);
+    }
+}
+
+/** Where an array's data begins, and how much of it there is; client memory counts as endless. */
+struct Source {
+    const std::uint8_t* bytes = nullptr;
+    std::size_t size = std::numeric_limits<std::size_t>::max();
+};
+
+Source FindSource(const ShareGroup& objects, GLuint buffer, const void* pointer) {
+    Source source;
+    if (buffer == 0) {
+        source.bytes = static_cast<const std::uint8_t*>(pointer);
+        return source;
+    }
+    const Buffer* object = objects.buffers.Find(buffer);
+    const auto offset = reinterpret_cast<std::uintptr_t>(pointer);
+    if (object == nullptr || offset > object->bytes.size())
+        return source;
+    source.bytes = object->bytes.data() + offset;
+    source.size = object->bytes.size() - offset;
+    return source;
+}
+
+/** The vertices of one array; an array without data, or a vertex beyond its buffer, gives none. */
+VertexStream ReadStream(const ShareGroup& objects, const VertexAttribute& attribute,
+                        const std::vector<GLuint>& vertices) {
+    VertexStream stream;
+    stream.size = attribute.size;
+    stream.type = attribute.type;
+    stream.normalized = attribute.normalized;
+    stream.stride = attribute.stride;
+    stream.pointer = attribute.pointer;
+    stream.buffer = attribute.buffer;
+    const Source source = FindSource(objects, attribute.buffer, attribute.pointer);
+    const std::size_t component = TypeSize(attribute.type);
+    const std::size_t vertex = component * static_cast<std::size_t>(attribute.size);
+    const std::size_t stride = attribute.stride != 0 ? static_cast<std::size_t>(attribute.stride) : vertex;
+    for (const GLuint index : vertices) {
+        if (source.bytes == nullptr || index * stride + vertex > source.size)
+            return stream;
+        const std::uint8_t* at = source.bytes + index * stride;
+        stream.bytes.insert(stream.bytes.end(), at, at + vertex);
+        for (std::size_t i = 0; i < vertex; i += component)
+            stream.values.push_back(LoadComponent(at + i, attribute.type, attribute.normalized));
+    }
+    return stream;
+}
+
+std::vector<GLuint> ReadIndices(const ShareGroup& objects, GLuint buffer, GLsizei count, GLenum type,
+                                const void* pointer) {
+    std::vector<GLuint> indices;
+    const Source source = FindSource(objects, buffer, pointer);
+    const std::size_t size = TypeSize(type);
+    for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
+        if (source.bytes == nullptr || (i + 1) * size > source.size)
+            return indices;
+        const std::uint8_t* at = source.bytes + i * size;
+        indices.push_back(type == GL_UNSIGNED_BYTE ? *at : Load<GLushort>(at));
+    }
+    return indices;
+}
+
+/** Adds the state, the uniforms and the vertices to a draw whose indices are known. */
+void NoteDraw(Invocation& call, Draw draw) {
+    draw.state = call.GetState();
+    const auto program = call.Objects().programs.find(draw.state.program);
+    if (program != call.Objects().programs.end())
+        for (const Uniform& uniform : program->second.uniforms)
+            draw.uniforms[uniform.name] = uniform.values;
+    for (GLuint i = 0; i < kVertexAttributes && call.GetSession().snapshots; ++i)
+        if (draw.state.attributes[i].enabled)
+            draw.streams[i] = ReadStream(call.Objects(), draw.state.attributes[i], draw.indices);
+    call.NoteDraw(std::make_shared<const Draw>(std::move(draw)));
+}
+
+/** Raises what is wrong with a draw call; false when something is. A missing program is no error. */
+bool MayDraw(Invocation& call, GLenum mode, GLint first, GLsizei count) {
+    if (mode > GL_TRIANGLE_FAN)
+        call.Raise(GL_INVALID_ENUM);
+    else if (first < 0 || count < 0)
+        call.Raise(GL_INVALID_VALUE);
+    else if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE)
+        call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
+    else
+        return true;
+    return false;
+}
+
+GLuint* BufferBinding(State& state, GLenum target) {
+    return target == GL_ARRAY_BUFFER           ? &state.arrayBuffer
+           : target == GL_ELEMENT_ARRAY_BUFFER ? &state.elementBuffer
+                                               : nullptr;
+}
+
+/** The buffer bound to a target, or null after raising what is wrong. */
+Buffer* RequireBuffer(Invocation& call, GLenum target) {
+    const GLuint* binding = BufferBinding(call.GetState(), target);
+    Buffer* buffer = binding != nullptr ? call.Objects().buffers.Find(*binding) : nullptr;
+    if (buffer == nullptr)
+        call.Raise(binding == nullptr ? GL_INVALID_ENUM : GL_INVALID_OPERATION);
+    return buffer;
+}
+
+/** The attribute with that index, or null after raising. */
+VertexAttribute* RequireAttribute(Invocation& call, GLuint index) {
+    if (index < kVertexAttributes)
+        return &call.GetState().attributes[index];
+    call.Raise(GL_INVALID_VALUE);
+    return nullptr;
+}
+
+void SetConstant(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z, GLfloat w) {
+    if (VertexAttribute* attribute = RequireAttribute(call, index))
+        attribute->constant = {x, y, z, w};
+}
+
+/** One integer of an attribute's state; false for a name that is none. */
+bool FindAttributeValue(const VertexAttribute& attribute, GLenum name, GLint& value) {
+    switch (name) {
+    case GL_VERTEX_ATTRIB_ARRAY_ENABLED:
+        value = attribute.enabled ? GL_TRUE : GL_FALSE;
+        return true;
+    case GL_VERTEX_ATTRIB_ARRAY_SIZE:
+        value = attribute.size;
+        return true;
+    case GL_VERTEX_ATTRIB_ARRAY_STRIDE:
+        value = attribute.stride;
+        return true;
+    case GL_VERTEX_ATTRIB_ARRAY_TYPE:
+        value = static_cast<GLint>(attribute.type);
+        return true;
+    case GL_VERTEX_ATTRIB_ARRAY_NORMALIZED:
+        value = attribute.normalized ? GL_TRUE : GL_FALSE;
+        return true;
+    case GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING:
+        value = static_cast<GLint>(attribute.buffer);
+        return true;
+    default:
+        return false;
+    }
+}
+
+template <class T>
+void GetAttribute(Invocation& call, GLuint index, GLenum name, T* params) {
+    const VertexAttribute* attribute = RequireAttribute(call, index);
+    if (attribute == nullptr)
+        return;
+    GLint value = 0;
+    if (name == GL_CURRENT_VERTEX_ATTRIB)
+        std::transform(attribute->constant.begin(), attribute->constant.end(), params,
+                       [](GLfloat component) { return static_cast<T>(component); });
+    else if (FindAttributeValue(*attribute, name, value))
+        *params = static_cast<T>(value);
+    else
+        call.Raise(GL_INVALID_ENUM);
+}
+
+} // namespace
+
+namespace answer {
+
+// ---- Draw calls
+// ------------------------------------------------------------------------------------------------
+
+void glDrawArrays(Invocation& call, GLenum mode, GLint first, GLsizei count) {
+    if (!MayDraw(call, mode, first, count) || !call.IsNoting())
+        return;
+    Draw draw;
+    draw.mode = mode;
+    draw.first = first;
+    draw.count = count;
+    for (GLsizei i = 0; i < count; ++i)
+        draw.indices.push_back(static_cast<GLuint>(first + i));
+    NoteDraw(call, std::move(draw));
+}
+
+void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, const void* indices) {
+    if (!MayDraw(call, mode, 0, count))
+        return;
+    if (type != GL_UNSIGNED_BYTE && type != GL_UNSIGNED_SHORT)
+        return call.Raise(GL_INVALID_ENUM);
+    if (!call.IsNoting())
+        return;
+    Draw draw;
+    draw.mode = mode;
+    draw.count = count;
+    draw.indexType = type;
+    draw.indices = ReadIndices(call.Objects(), call.GetState().elementBuffer, count, type, indices);
+    NoteDraw(call, std::move(draw));
+}
+
+// ---- Vertex arrays
+// ---------------------------------------------------------------------------------------------
+
+void glEnableVertexAttribArray(Invocation& call, GLuint index) {
+    if (VertexAttribute* attribute = RequireAttribute(call, index))
+        attribute->enabled = true;
+}
+
+void glDisableVertexAttribArray(Invocation& call, GLuint index) {
+    if (VertexAttribute* attribute = RequireAttribute(call, index))
+        attribute->enabled = false;
+}
+
+void glVertexAttribPointer(Invocation& call, GLuint index, GLint size, GLenum type, GLboolean normalized,
+                           GLsizei stride, const void* pointer) {
+    VertexAttribute* attribute = RequireAttribute(call, index);
+    if (attribute == nullptr)
+        return;
+    if (TypeSize(type) == 0)
+        return call.Raise(GL_INVALID_ENUM);
+    if (size < 1 || size > 4 || stride < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    attribute->size = size;
+    attribute->type = type;
+    attribute->normalized = normalized != GL_FALSE;
+    attribute->stride = stride;
+    attribute->pointer = pointer;
+    attribute->buffer = call.GetState().arrayBuffer;
+}
+
+void glVertexAttrib1f(Invocation& call, GLuint index, GLfloat x) {
+    SetConstant(call, index, x, 0, 0, 1);
+}
+void glVertexAttrib2f(Invocation& call, GLuint index, GLfloat x, GLfloat y) {
+    SetConstant(call, index, x, y, 0, 1);
+}
+void glVertexAttrib3f(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z) {
+    SetConstant(call, index, x, y, z, 1);
+}
+void glVertexAttrib4f(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z, GLfloat w) {
+    SetConstant(call, index, x, y, z, w);
+}
+void glVertexAttrib1fv(Invocation& call, GLuint index, const GLfloat* v) {
+    SetConstant(call, index, v[0], 0, 0, 1);
+}
+void glVertexAttrib2fv(Invocation& call, GLuint index, const GLfloat* v) {
+    SetConstant(call, index, v[0], v[1], 0, 1);
+}
+void glVertexAttrib3fv(Invocation& call, GLuint index, const GLfloat* v) {
+    SetConstant(call, index, v[0], v[1], v[2], 1);
+}
+void glVertexAttrib4fv(Invocation& call, GLuint index, const GLfloat* v) {
+    SetConstant(call, index, v[0], v[1], v[2], v[3]);
+}
+
+void glGetVertexAttribfv(Invocation& call, GLuint index, GLenum pname, GLfloat* params) {
+    GetAttribute(call, index, pname, params);
+}
+
+void glGetVertexAttribiv(Invocation& call, GLuint index, GLenum pname, GLint* params) {
+    GetAttribute(call, index, pname, params);
+}
+
+void glGetVertexAttribPointerv(Invocation& call, GLuint index, GLenum pname, void** pointer) {
+    const VertexAttribute* attribute = RequireAttribute(call, index);
+    if (attribute == nullptr)
+        return;
+    if (pname != GL_VERTEX_ATTRIB_ARRAY_POINTER)
+        return call.Raise(GL_INVALID_ENUM);
+    *pointer = const_cast<void*>(attribute->pointer);
+}
+
+// ---- Buffers
+// ---------------------------------------------------------------------------------------------------
+
+void glGenBuffers(Invocation& call, GLsizei n, GLuint* buffers) {
+    GenerateNames(call, n, buffers, call.Objects().buffers, Object::Buffer);
+}
+
+void glDeleteBuffers(Invocation& call, GLsizei n, const GLuint* buffers) {
+    if (n < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    State& state = call.GetState();
+    for (GLsizei i = 0; i < n; ++i) {
+        const GLuint name = buffers[i];
+        if (name == 0 || !call.Objects().buffers.Erase(name))
+            continue;
+        call.GetSession().Deleted(Object::Buffer);
+        state.arrayBuffer = state.arrayBuffer == name ? 0 : state.arrayBuffer;
+        state.elementBuffer = state.elementBuffer == name ? 0 : state.elementBuffer;
+        for (VertexAttribute& attribute : state.attributes)
+            if (attribute.buffer == name) {
+                attribute.buffer = 0;
+                attribute.pointer = nullptr; // it was an offset
+            }
+    }
+}
+
+GLboolean glIsBuffer(Invocation& call, GLuint buffer) {
+    return call.Objects().buffers.Find(buffer) != nullptr ? GL_TRUE : GL_FALSE;
+}
+
+void glBindBuffer(Invocation& call, GLenum target, GLuint buffer) {
+    GLuint* binding = BufferBinding(call.GetState(), target);
+    if (binding == nullptr)
+        return call.Raise(GL_INVALID_ENUM);
+    if (buffer != 0)
+        call.Objects().buffers.Make(buffer);
+    *binding = buffer;
+}
+
+void glBufferData(Invocation& call, GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
+    if (usage != GL_STREAM_DRAW && usage != GL_STATIC_DRAW && usage != GL_DYNAMIC_DRAW)
+        return call.Raise(GL_INVALID_ENUM);
+    if (size < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    Buffer* buffer = RequireBuffer(call, target);
+    if (buffer == nullptr)
+        return;
+    buffer->usage = usage;
+    buffer->bytes.assign(static_cast<std::size_t>(size), 0);
+    if (data != nullptr && size > 0)
+        std::memcpy(buffer->bytes.data(), data, static_cast<std::size_t>(size));
+}
+
+void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeiptr size, const void* data) {
+    Buffer* buffer = RequireBuffer(call, target);
+    if (buffer == nullptr)
+        return;
+    if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > buffer->bytes.size())
+        return call.Raise(GL_INVALID_VALUE);
+    std::memcpy(buffer->bytes.data() + offset, data, static_cast<std::size_t>(size));
+}
+
+void glGetBufferParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
+    const Buffer* buffer = RequireBuffer(call, target);
+    if (buffer == nullptr)
+        return;
+    if (pname == GL_BUFFER_SIZE)
+        *params = static_cast<GLint>(buffer->bytes.size());
+    else if (pname == GL_BUFFER_USAGE)
+        *params = static_cast<GLint>(buffer->usage);
+    else
+        call.Raise(GL_INVALID_ENUM);
+}
+
+} // namespace answer
+
+} // namespace recording

@@ -1,0 +1,363 @@
+#include "Driver.h"
+
+#include <algorithm>
+
+// Framebuffers, renderbuffers, and reading pixels back.
+namespace recording {
+
+namespace {
+
+/** An attached image: its size, its bits, and what it can be attached as. */
+struct Image {
+    GLsizei width = 0;
+    GLsizei height = 0;
+    Config bits = {0, 0, 0, 0, 0, 0};
+};
+
+Config TextureBits(const TextureLevel& level) {
+    if (level.type == GL_UNSIGNED_SHORT_5_6_5)
+        return {5, 6, 5, 0, 0, 0};
+    if (level.type == GL_UNSIGNED_SHORT_4_4_4_4)
+        return {4, 4, 4, 4, 0, 0};
+    if (level.type == GL_UNSIGNED_SHORT_5_5_5_1)
+        return {5, 5, 5, 1, 0, 0};
+    switch (level.format) {
+    case GL_RGB:
+        return {8, 8, 8, 0, 0, 0};
+    case GL_RGBA:
+        return {8, 8, 8, 8, 0, 0};
+    case GL_DEPTH_COMPONENT:
+        return {0, 0, 0, 0, level.type == GL_UNSIGNED_SHORT ? 16 : 24, 0};
+    case GL_DEPTH_STENCIL_OES:
+        return {0, 0, 0, 0, 24, 8};
+    default:
+        return {0, 0, 0, 0, 0, 0};
+    }
+}
+
+/** All zero for a format that renderbuffers cannot have. */
+Config RenderbufferBits(GLenum format) {
+    switch (format) {
+    case GL_RGBA4:
+        return {4, 4, 4, 4, 0, 0};
+    case GL_RGB5_A1:
+        return {5, 5, 5, 1, 0, 0};
+    case GL_RGB565:
+        return {5, 6, 5, 0, 0, 0};
+    case GL_DEPTH_COMPONENT16:
+        return {0, 0, 0, 0, 16, 0};
+    case GL_DEPTH_COMPONENT24_OES:
+        return {0, 0, 0, 0, 24, 0};
+    case GL_STENCIL_INDEX8:
+        return {0, 0, 0, 0, 0, 8};
+    case GL_DEPTH24_STENCIL8_OES:
+        return {0, 0, 0, 0, 24, 8};
+    default:
+        return {0, 0, 0, 0, 0, 0};
+    }
+}
+
+/** What is attached; without size when it has no image, which leaves the framebuffer incomplete. */
+Image AttachedImage(const Attachment& attachment) {
+    Image image;
+    if (attachment.renderbuffer) {
+        image.width = attachment.renderbuffer->width;
+        image.height = attachment.renderbuffer->height;
+        image.bits = RenderbufferBits(attachment.renderbuffer->format);
+    } else if (attachment.texture && attachment.texture->levels.count(0) != 0) {
+        const TextureLevel& level = attachment.texture->levels.at(0);
+        image.width = level.width;
+        image.height = level.height;
+        image.bits = TextureBits(level);
+    }
+    return image;
+}
+
+/** The framebuffer's slot for an attachment point; null for an enumerant that is none. */
+Attachment* FindAttachment(Framebuffer& framebuffer, GLenum point) {
+    switch (point) {
+    case GL_COLOR_ATTACHMENT0:
+        return &framebuffer.color;
+    case GL_DEPTH_ATTACHMENT:
+        return &framebuffer.depth;
+    case GL_STENCIL_ATTACHMENT:
+        return &framebuffer.stencil;
+    default:
+        return nullptr;
+    }
+}
+
+/** The slot that an attach call means, or null after raising what is wrong with target or attachment point.
+ */
+Attachment* RequireAttachment(Invocation& call, GLenum target, GLenum point) {
+    Framebuffer* framebuffer = call.Context().framebuffers.Find(call.GetState().framebuffer);
+    Framebuffer none;
+    if (target != GL_FRAMEBUFFER || FindAttachment(none, point) == nullptr)
+        call.Raise(GL_INVALID_ENUM);
+    else if (framebuffer == nullptr)
+        call.Raise(GL_INVALID_OPERATION);
+    else
+        return FindAttachment(*framebuffer, point);
+    return nullptr;
+}
+
+} // namespace
+
+Config DrawBits(const ContextData& context) {
+    const Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (framebuffer == nullptr)
+        return context.config;
+    Config bits = AttachedImage(framebuffer->color).bits;
+    bits.depth = AttachedImage(framebuffer->depth).bits.depth;
+    bits.stencil = AttachedImage(framebuffer->stencil).bits.stencil;
+    return bits;
+}
+
+GLenum FramebufferStatus(const ContextData& context, const Session& session) {
+    if (session.framebufferStatus != 0)
+        return session.framebufferStatus;
+    const Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (framebuffer == nullptr)
+        return GL_FRAMEBUFFER_COMPLETE;
+    GLsizei width = 0;
+    GLsizei height = 0;
+    for (const Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
+        if (attachment->type == GL_NONE)
+            continue;
+        const Image image = AttachedImage(*attachment);
+        const int bits = attachment == &framebuffer->color   ? image.bits.red
+                         : attachment == &framebuffer->depth ? image.bits.depth
+                                                             : image.bits.stencil;
+        if (image.width == 0 || image.height == 0 || bits == 0)
+            return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
+        if (width != 0 && (width != image.width || height != image.height))
+            return GL_FRAMEBUFFER_INCOMPLETE_DIMENSIONS;
+        width = image.width;
+        height = image.height;
+    }
+    return width == 0 ? GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT : GL_FRAMEBUFFER_COMPLETE;
+}
+
+std::uint8_t ReadPixelsPattern(int x, int y, int component) {
+    return static_cast<std::uint8_t>((x * 3 + y * 29 + component * 64 + 1) & 0xFF);
+}
+
+namespace answer {
+
+// ---- Framebuffers
+// ----------------------------------------------------------------------------------------------
+
+void glGenFramebuffers(Invocation& call, GLsizei n, GLuint* framebuffers) {
+    GenerateNames(call, n, framebuffers, call.Context().framebuffers, Object::Framebuffer);
+}
+
+void glDeleteFramebuffers(Invocation& call, GLsizei n, const GLuint* framebuffers) {
+    if (n < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    for (GLsizei i = 0; i < n; ++i) {
+        if (framebuffers[i] == 0 || !call.Context().framebuffers.Erase(framebuffers[i]))
+            continue;
+        call.GetSession().Deleted(Object::Framebuffer);
+        if (call.GetState().framebuffer == framebuffers[i])
+            call.GetState().framebuffer = 0;
+    }
+}
+
+GLboolean glIsFramebuffer(Invocation& call, GLuint framebuffer) {
+    return call.Context().framebuffers.Find(framebuffer) != nullptr ? GL_TRUE : GL_FALSE;
+}
+
+void glBindFramebuffer(Invocation& call, GLenum target, GLuint framebuffer) {
+    if (target != GL_FRAMEBUFFER)
+        return call.Raise(GL_INVALID_ENUM);
+    if (framebuffer != 0)
+        call.Context().framebuffers.Make(framebuffer);
+    call.GetState().framebuffer = framebuffer;
+}
+
+GLenum glCheckFramebufferStatus(Invocation& call, GLenum target) {
+    if (call.IsFailing())
+        return static_cast<GLenum>(call.FailureError(GL_FRAMEBUFFER_UNSUPPORTED));
+    if (target != GL_FRAMEBUFFER) {
+        call.Raise(GL_INVALID_ENUM);
+        return 0;
+    }
+    return FramebufferStatus(call.Context(), call.GetSession());
+}
+
+void glFramebufferTexture2D(Invocation& call, GLenum target, GLenum attachment, GLenum textarget,
+                            GLuint texture, GLint level) {
+    Attachment* slot = RequireAttachment(call, target, attachment);
+    if (slot == nullptr)
+        return;
+    if (texture == 0) {
+        *slot = Attachment();
+        return;
+    }
+    if (textarget != GL_TEXTURE_2D &&
+        (textarget < GL_TEXTURE_CUBE_MAP_POSITIVE_X || textarget > GL_TEXTURE_CUBE_MAP_NEGATIVE_Z))
+        return call.Raise(GL_INVALID_ENUM);
+    if (call.Objects().textures.Find(texture) == nullptr)
+        return call.Raise(GL_INVALID_OPERATION);
+    if (level != 0)
+        return call.Raise(GL_INVALID_VALUE);
+    *slot = {GL_TEXTURE, texture, call.Objects().textures.Share(texture), nullptr};
+}
+
+void glFramebufferRenderbuffer(Invocation& call, GLenum target, GLenum attachment, GLenum renderbuffertarget,
+                               GLuint renderbuffer) {
+    Attachment* slot = RequireAttachment(call, target, attachment);
+    if (slot == nullptr)
+        return;
+    if (renderbuffer == 0) {
+        *slot = Attachment();
+        return;
+    }
+    if (renderbuffertarget != GL_RENDERBUFFER)
+        return call.Raise(GL_INVALID_ENUM);
+    if (call.Objects().renderbuffers.Find(renderbuffer) == nullptr)
+        return call.Raise(GL_INVALID_OPERATION);
+    *slot = {GL_RENDERBUFFER, renderbuffer, nullptr, call.Objects().renderbuffers.Share(renderbuffer)};
+}
+
+void glGetFramebufferAttachmentParameteriv(Invocation& call, GLenum target, GLenum attachment, GLenum pname,
+                                           GLint* params) {
+    const Attachment* slot = RequireAttachment(call, target, attachment);
+    if (slot == nullptr)
+        return;
+    switch (pname) {
+    case GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE:
+        *params = static_cast<GLint>(slot->type);
+        break;
+    case GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME:
+        *params = static_cast<GLint>(slot->name);
+        break;
+    case GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL:
+    case GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_CUBE_MAP_FACE:
+        *params = 0;
+        break;
+    default:
+        call.Raise(GL_INVALID_ENUM);
+    }
+}
+
+// ---- Renderbuffers
+// ---------------------------------------------------------------------------------------------
+
+void glGenRenderbuffers(Invocation& call, GLsizei n, GLuint* renderbuffers) {
+    GenerateNames(call, n, renderbuffers, call.Objects().renderbuffers, Object::Renderbuffer);
+}
+
+void glDeleteRenderbuffers(Invocation& call, GLsizei n, const GLuint* renderbuffers) {
+    if (n < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    State& state = call.GetState();
+    Framebuffer* framebuffer = call.Context().framebuffers.Find(state.framebuffer);
+    for (GLsizei i = 0; i < n; ++i) {
+        const GLuint name = renderbuffers[i];
+        if (name == 0 || !call.Objects().renderbuffers.Erase(name))
+            continue;
+        call.GetSession().Deleted(Object::Renderbuffer);
+        state.renderbuffer = state.renderbuffer == name ? 0 : state.renderbuffer;
+        if (framebuffer == nullptr)
+            continue;
+        for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
+            if (attachment->type == GL_RENDERBUFFER && attachment->name == name)
+                *attachment = Attachment();
+    }
+}
+
+GLboolean glIsRenderbuffer(Invocation& call, GLuint renderbuffer) {
+    return call.Objects().renderbuffers.Find(renderbuffer) != nullptr ? GL_TRUE : GL_FALSE;
+}
+
+void glBindRenderbuffer(Invocation& call, GLenum target, GLuint renderbuffer) {
+    if (target != GL_RENDERBUFFER)
+        return call.Raise(GL_INVALID_ENUM);
+    if (renderbuffer != 0)
+        call.Objects().renderbuffers.Make(renderbuffer);
+    call.GetState().renderbuffer = renderbuffer;
+}
+
+void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalformat, GLsizei width,
+                           GLsizei height) {
+    const Config bits = RenderbufferBits(internalformat);
+    if (target != GL_RENDERBUFFER || (bits.red == 0 && bits.depth == 0 && bits.stencil == 0))
+        return call.Raise(GL_INVALID_ENUM);
+    const GLint most = call.GetSession().limits[GL_MAX_RENDERBUFFER_SIZE];
+    if (width < 0 || height < 0 || width > most || height > most)
+        return call.Raise(GL_INVALID_VALUE);
+    Renderbuffer* renderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
+    if (renderbuffer == nullptr)
+        return call.Raise(GL_INVALID_OPERATION);
+    *renderbuffer = {internalformat, width, height};
+}
+
+void glGetRenderbufferParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
+    const Renderbuffer* renderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
+    if (target != GL_RENDERBUFFER)
+        return call.Raise(GL_INVALID_ENUM);
+    if (renderbuffer == nullptr)
+        return call.Raise(GL_INVALID_OPERATION);
+    const Config bits = RenderbufferBits(renderbuffer->format);
+    switch (pname) {
+    case GL_RENDERBUFFER_WIDTH:
+        *params = renderbuffer->width;
+        break;
+    case GL_RENDERBUFFER_HEIGHT:
+        *params = renderbuffer->height;
+        break;
+    case GL_RENDERBUFFER_INTERNAL_FORMAT:
+        *params = static_cast<GLint>(renderbuffer->format);
+        break;
+    case GL_RENDERBUFFER_RED_SIZE:
+        *params = bits.red;
+        break;
+    case GL_RENDERBUFFER_GREEN_SIZE:
+        *params = bits.green;
+        break;
+    case GL_RENDERBUFFER_BLUE_SIZE:
+        *params = bits.blue;
+        break;
+    case GL_RENDERBUFFER_ALPHA_SIZE:
+        *params = bits.alpha;
+        break;
+    case GL_RENDERBUFFER_DEPTH_SIZE:
+        *params = bits.depth;
+        break;
+    case GL_RENDERBUFFER_STENCIL_SIZE:
+        *params = bits.stencil;
+        break;
+    default:
+        call.Raise(GL_INVALID_ENUM);
+    }
+}
+
+// ---- Read-back
+// -------------------------------------------------------------------------------------------------
+
+/** Reads RGBA, as every implementation must, and RGB, the one further format that this one chooses to offer.
+ */
+void glReadPixels(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
+                  GLenum type, void* pixels) {
+    if (width < 0 || height < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    if ((format != GL_RGBA && format != GL_RGB) || type != GL_UNSIGNED_BYTE)
+        return call.Raise(GL_INVALID_OPERATION);
+    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE)
+        return call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
+    const int components = format == GL_RGBA ? 4 : 3;
+    const auto alignment = static_cast<std::size_t>(call.GetState().packAlignment);
+    const std::size_t pitch =
+        (static_cast<std::size_t>(width * components) + alignment - 1) / alignment * alignment;
+    for (int row = 0; row < height; ++row) {
+        auto* to = static_cast<std::uint8_t*>(pixels) + pitch * static_cast<std::size_t>(row);
+        for (int column = 0; column < width; ++column)
+            for (int component = 0; component < components; ++component)
+                *to++ = ReadPixelsPattern(x + column, y + row, component);
+    }
+}
+
+} // namespace answer
+
+} // namespace recording

@@ -1,0 +1,362 @@
+#include "Driver.h"
+
+#include <algorithm>
+#include <initializer_list>
+
+// Textures: names, bindings, parameters, uploads, and images as their source.
+namespace recording {
+
+namespace {
+
+bool OneOf(GLenum value, std::initializer_list<GLenum> allowed) {
+    return std::find(allowed.begin(), allowed.end(), value) != allowed.end();
+}
+
+bool IsCubeFace(GLenum target) {
+    return target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
+}
+
+/** The texture that an upload to `target` changes, and the key of the level there; faces get keys of their
+ * own. */
+Texture* UploadTarget(Invocation& call, GLenum target) {
+    return BoundTexture(call.Context(), IsCubeFace(target) ? GL_TEXTURE_CUBE_MAP : target);
+}
+
+GLint LevelKey(GLenum target, GLint level) {
+    return IsCubeFace(target) ? level + 32 * static_cast<GLint>(target - GL_TEXTURE_CUBE_MAP_POSITIVE_X)
+                              : level;
+}
+
+/** The error of an image's size and level; GL_NO_ERROR when they are allowed. */
+GLenum CheckSize(Invocation& call, GLint level, GLsizei width, GLsizei height, GLint border) {
+    const GLint most = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
+    if (level < 0 || (level < 31 && (1 << level) > most) || width < 0 || height < 0 || width > most ||
+        height > most || border != 0)
+        return GL_INVALID_VALUE;
+    return GL_NO_ERROR;
+}
+
+bool IsFormat(GLenum format) {
+    return OneOf(format, {GL_ALPHA, GL_RGB, GL_RGBA, GL_LUMINANCE, GL_LUMINANCE_ALPHA, GL_DEPTH_COMPONENT,
+                          GL_DEPTH_STENCIL_OES});
+}
+
+bool IsType(GLenum type) {
+    return OneOf(type,
+                 {GL_UNSIGNED_BYTE, GL_UNSIGNED_SHORT_5_6_5, GL_UNSIGNED_SHORT_4_4_4_4,
+                  GL_UNSIGNED_SHORT_5_5_5_1, GL_UNSIGNED_SHORT, GL_UNSIGNED_INT, GL_UNSIGNED_INT_24_8_OES});
+}
+
+std::size_t CompressedSize(GLenum format, GLsizei width, GLsizei height) {
+    const std::size_t blocks =
+        static_cast<std::size_t>((width + 3) / 4) * static_cast<std::size_t>((height + 3) / 4);
+    return OneOf(format, {GL_ETC1_RGB8_OES, GL_ATC_RGB_AMD}) ? blocks * 8 : blocks * 16;
+}
+
+bool IsCompressedFormat(GLenum format) {
+    return OneOf(format, {GL_ETC1_RGB8_OES, GL_ATC_RGB_AMD, GL_ATC_RGBA_EXPLICIT_ALPHA_AMD,
+                          GL_ATC_RGBA_INTERPOLATED_ALPHA_AMD});
+}
+
+/** How far apart the rows of an upload lie; the last row ends with its pixels, without the padding. */
+std::size_t UploadSize(const State& state, std::size_t pixel, GLsizei width, GLsizei height) {
+    if (width <= 0 || height <= 0)
+        return 0;
+    const auto alignment = static_cast<std::size_t>(state.unpackAlignment);
+    const std::size_t row = static_cast<std::size_t>(width) * pixel;
+    return (row + alignment - 1) / alignment * alignment * static_cast<std::size_t>(height - 1) + row;
+}
+
+void StoreLevel(TextureLevel& level, const void* pixels, std::size_t size) {
+    const auto* bytes = static_cast<const std::uint8_t*>(pixels);
+    if (bytes == nullptr)
+        level.bytes.clear();
+    else
+        level.bytes.assign(bytes, bytes + std::min(size, kUploadCap));
+}
+
+bool IsFilter(GLenum filter, bool minification) {
+    return OneOf(filter, {GL_NEAREST, GL_LINEAR}) ||
+           (minification && filter >= GL_NEAREST_MIPMAP_NEAREST && filter <= GL_LINEAR_MIPMAP_LINEAR);
+}
+
+/** The parameter's place in the texture; null for a name that is none. */
+GLint* FindParameter(Texture& texture, GLenum name) {
+    switch (name) {
+    case GL_TEXTURE_MIN_FILTER:
+        return &texture.minFilter;
+    case GL_TEXTURE_MAG_FILTER:
+        return &texture.magFilter;
+    case GL_TEXTURE_WRAP_S:
+        return &texture.wrapS;
+    case GL_TEXTURE_WRAP_T:
+        return &texture.wrapT;
+    default:
+        return nullptr;
+    }
+}
+
+bool IsParameterValue(GLenum name, GLint value) {
+    if (name == GL_TEXTURE_MIN_FILTER || name == GL_TEXTURE_MAG_FILTER)
+        return IsFilter(static_cast<GLenum>(value), name == GL_TEXTURE_MIN_FILTER);
+    return OneOf(static_cast<GLenum>(value), {GL_CLAMP_TO_EDGE, GL_MIRRORED_REPEAT, GL_REPEAT});
+}
+
+/** An image like the framebuffer's pixels, made by the glCopyTex* calls; its contents are unknown. */
+void CopyLevel(Invocation& call, GLenum target, GLint level, GLenum format, GLsizei width, GLsizei height) {
+    Texture* texture = UploadTarget(call, target);
+    texture->levels[LevelKey(target, level)] = {width, height, format, format, GL_UNSIGNED_BYTE, {}};
+}
+
+} // namespace
+
+Texture* BoundTexture(ContextData& context, GLenum target) {
+    const auto unit = static_cast<std::size_t>(context.state.activeTexture);
+    if (target != GL_TEXTURE_2D && target != GL_TEXTURE_CUBE_MAP)
+        return nullptr;
+    const GLuint name =
+        target == GL_TEXTURE_2D ? context.state.textures[unit] : context.state.cubeTextures[unit];
+    Texture* texture = name == 0 ? nullptr : context.objects->textures.Find(name);
+    return texture != nullptr ? texture : &context.defaultTexture;
+}
+
+std::size_t BytesPerPixel(GLenum format, GLenum type) {
+    switch (type) {
+    case GL_UNSIGNED_BYTE:
+        return format == GL_RGBA                              ? 4
+               : format == GL_RGB                             ? 3
+               : format == GL_LUMINANCE_ALPHA                 ? 2
+               : format == GL_ALPHA || format == GL_LUMINANCE ? 1
+                                                              : 0;
+    case GL_UNSIGNED_SHORT_5_6_5:
+        return format == GL_RGB ? 2 : 0;
+    case GL_UNSIGNED_SHORT_4_4_4_4:
+    case GL_UNSIGNED_SHORT_5_5_5_1:
+        return format == GL_RGBA ? 2 : 0;
+    case GL_UNSIGNED_SHORT:
+        return format == GL_DEPTH_COMPONENT ? 2 : 0;
+    case GL_UNSIGNED_INT:
+        return format == GL_DEPTH_COMPONENT ? 4 : 0;
+    case GL_UNSIGNED_INT_24_8_OES:
+        return format == GL_DEPTH_STENCIL_OES ? 4 : 0;
+    default:
+        return 0;
+    }
+}
+
+namespace answer {
+
+// ---- Names and bindings
+// ----------------------------------------------------------------------------------------
+
+void glGenTextures(Invocation& call, GLsizei n, GLuint* textures) {
+    GenerateNames(call, n, textures, call.Objects().textures, Object::Texture);
+}
+
+void glDeleteTextures(Invocation& call, GLsizei n, const GLuint* textures) {
+    if (n < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    State& state = call.GetState();
+    Framebuffer* framebuffer = call.Context().framebuffers.Find(state.framebuffer);
+    for (GLsizei i = 0; i < n; ++i) {
+        const GLuint name = textures[i];
+        if (name == 0 || !call.Objects().textures.Erase(name))
+            continue;
+        call.GetSession().Deleted(Object::Texture);
+        std::replace(state.textures.begin(), state.textures.end(), name, 0u);
+        std::replace(state.cubeTextures.begin(), state.cubeTextures.end(), name, 0u);
+        if (framebuffer == nullptr)
+            continue;
+        for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
+            if (attachment->type == GL_TEXTURE && attachment->name == name)
+                *attachment = Attachment();
+    }
+}
+
+GLboolean glIsTexture(Invocation& call, GLuint texture) {
+    return call.Objects().textures.Find(texture) != nullptr ? GL_TRUE : GL_FALSE;
+}
+
+void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
+    if (!OneOf(target, {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP}))
+        return call.Raise(GL_INVALID_ENUM);
+    if (texture != 0) {
+        Texture& object = call.Objects().textures.Make(texture);
+        if (object.target != GL_NONE && object.target != target)
+            return call.Raise(GL_INVALID_OPERATION);
+        object.target = target;
+    }
+    State& state = call.GetState();
+    (target == GL_TEXTURE_2D ? state.textures
+                             : state.cubeTextures)[static_cast<std::size_t>(state.activeTexture)] = texture;
+}
+
+void glActiveTexture(Invocation& call, GLenum texture) {
+    const GLint units = call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS];
+    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(units))
+        return call.Raise(GL_INVALID_ENUM);
+    call.GetState().activeTexture = static_cast<GLint>(texture - GL_TEXTURE0);
+}
+
+// ---- Parameters
+// ------------------------------------------------------------------------------------------------
+
+void glTexParameteri(Invocation& call, GLenum target, GLenum pname, GLint param) {
+    Texture* texture = BoundTexture(call.Context(), target);
+    GLint* place = texture != nullptr ? FindParameter(*texture, pname) : nullptr;
+    if (place == nullptr || !IsParameterValue(pname, param))
+        return call.Raise(GL_INVALID_ENUM);
+    *place = param;
+}
+
+void glTexParameteriv(Invocation& call, GLenum target, GLenum pname, const GLint* params) {
+    glTexParameteri(call, target, pname, *params);
+}
+
+void glTexParameterf(Invocation& call, GLenum target, GLenum pname, GLfloat param) {
+    glTexParameteri(call, target, pname, static_cast<GLint>(param));
+}
+
+void glTexParameterfv(Invocation& call, GLenum target, GLenum pname, const GLfloat* params) {
+    glTexParameteri(call, target, pname, static_cast<GLint>(*params));
+}
+
+void glGetTexParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
+    Texture* texture = BoundTexture(call.Context(), target);
+    const GLint* place = texture != nullptr ? FindParameter(*texture, pname) : nullptr;
+    if (place == nullptr)
+        return call.Raise(GL_INVALID_ENUM);
+    *params = *place;
+}
+
+void glGetTexParameterfv(Invocation& call, GLenum target, GLenum pname, GLfloat* params) {
+    GLint value = static_cast<GLint>(*params);
+    glGetTexParameteriv(call, target, pname, &value);
+    *params = static_cast<GLfloat>(value);
+}
+
+void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
+    if (!OneOf(pname, {GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT}))
+        return call.Raise(GL_INVALID_ENUM);
+    if (param != 1 && param != 2 && param != 4 && param != 8)
+        return call.Raise(GL_INVALID_VALUE);
+    (pname == GL_PACK_ALIGNMENT ? call.GetState().packAlignment : call.GetState().unpackAlignment) = param;
+}
+
+// ---- Uploads
+// ---------------------------------------------------------------------------------------------------
+
+void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalformat, GLsizei width,
+                  GLsizei height, GLint border, GLenum format, GLenum type, const void* pixels) {
+    const std::size_t size = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
+    call.NoteBytes(pixels, size);
+    Texture* texture = UploadTarget(call, target);
+    if (texture == nullptr || target == GL_TEXTURE_CUBE_MAP || !IsFormat(format) || !IsType(type))
+        return call.Raise(GL_INVALID_ENUM);
+    if (const GLenum error = CheckSize(call, level, width, height, border))
+        return call.Raise(error);
+    if (!IsFormat(static_cast<GLenum>(internalformat)))
+        return call.Raise(GL_INVALID_VALUE);
+    if (static_cast<GLenum>(internalformat) != format || BytesPerPixel(format, type) == 0)
+        return call.Raise(GL_INVALID_OPERATION);
+    TextureLevel& image = texture->levels[LevelKey(target, level)];
+    image.width = width;
+    image.height = height;
+    image.internalFormat = static_cast<GLenum>(internalformat);
+    image.format = format;
+    image.type = type;
+    texture->image = EGL_NO_IMAGE_KHR;
+    StoreLevel(image, pixels, size);
+}
+
+void glTexSubImage2D(Invocation& call, GLenum target, GLint level, GLint xoffset, GLint yoffset,
+                     GLsizei width, GLsizei height, GLenum format, GLenum type, const void* pixels) {
+    call.NoteBytes(pixels, UploadSize(call.GetState(), BytesPerPixel(format, type), width, height));
+    Texture* texture = UploadTarget(call, target);
+    if (texture == nullptr || !IsFormat(format) || !IsType(type))
+        return call.Raise(GL_INVALID_ENUM);
+    const auto image = texture->levels.find(LevelKey(target, level));
+    if (image == texture->levels.end() || image->second.format != format || BytesPerPixel(format, type) == 0)
+        return call.Raise(GL_INVALID_OPERATION);
+    if (xoffset < 0 || yoffset < 0 || width < 0 || height < 0 || xoffset + width > image->second.width ||
+        yoffset + height > image->second.height)
+        return call.Raise(GL_INVALID_VALUE);
+}
+
+void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
+                            GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
+                            const void* data) {
+    Texture* texture = UploadTarget(call, target);
+    if (texture == nullptr || !IsCompressedFormat(internalformat))
+        return call.Raise(GL_INVALID_ENUM);
+    if (const GLenum error = CheckSize(call, level, width, height, border))
+        return call.Raise(error);
+    if (imageSize < 0 || static_cast<std::size_t>(imageSize) != CompressedSize(internalformat, width, height))
+        return call.Raise(GL_INVALID_VALUE);
+    TextureLevel& image = texture->levels[LevelKey(target, level)];
+    image.width = width;
+    image.height = height;
+    image.internalFormat = internalformat;
+    image.format = GL_NONE;
+    image.type = GL_NONE;
+    texture->image = EGL_NO_IMAGE_KHR;
+    StoreLevel(image, data, static_cast<std::size_t>(imageSize));
+}
+
+/** None of the compressed formats offered here can be replaced in part. */
+void glCompressedTexSubImage2D(Invocation& call, GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum format,
+                               GLsizei, const void*) {
+    call.Raise(IsCompressedFormat(format) ? GL_INVALID_OPERATION : GL_INVALID_ENUM);
+}
+
+void glCopyTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat, GLint, GLint,
+                      GLsizei width, GLsizei height, GLint border) {
+    if (UploadTarget(call, target) == nullptr || !IsFormat(internalformat))
+        return call.Raise(GL_INVALID_ENUM);
+    if (const GLenum error = CheckSize(call, level, width, height, border))
+        return call.Raise(error);
+    CopyLevel(call, target, level, internalformat, width, height);
+}
+
+void glCopyTexSubImage2D(Invocation& call, GLenum target, GLint level, GLint xoffset, GLint yoffset, GLint,
+                         GLint, GLsizei width, GLsizei height) {
+    Texture* texture = UploadTarget(call, target);
+    if (texture == nullptr)
+        return call.Raise(GL_INVALID_ENUM);
+    const auto image = texture->levels.find(LevelKey(target, level));
+    if (image == texture->levels.end())
+        return call.Raise(GL_INVALID_OPERATION);
+    if (xoffset < 0 || yoffset < 0 || xoffset + width > image->second.width ||
+        yoffset + height > image->second.height)
+        call.Raise(GL_INVALID_VALUE);
+}
+
+void glGenerateMipmap(Invocation& call, GLenum target) {
+    Texture* texture = BoundTexture(call.Context(), target);
+    if (texture == nullptr)
+        return call.Raise(GL_INVALID_ENUM);
+    const auto base = texture->levels.find(0);
+    if (base == texture->levels.end() || base->second.format == GL_NONE)
+        return call.Raise(GL_INVALID_OPERATION);
+    TextureLevel level = base->second;
+    level.bytes.clear();
+    for (GLint i = 1; level.width > 1 || level.height > 1; ++i) {
+        level.width = std::max(level.width / 2, 1);
+        level.height = std::max(level.height / 2, 1);
+        texture->levels[i] = level;
+    }
+}
+
+void glEGLImageTargetTexture2DOES(Invocation& call, GLenum target, GLeglImageOES image) {
+    if (target != GL_TEXTURE_2D)
+        return call.Raise(GL_INVALID_ENUM);
+    if (call.GetSession().images.count(image) == 0)
+        return call.Raise(GL_INVALID_VALUE);
+    Texture* texture = BoundTexture(call.Context(), target);
+    texture->levels.clear();
+    texture->image = image;
+}
+
+} // namespace answer
+
+} // namespace recording

@@ -1,0 +1,135 @@
+#include "Driver.h"
+
+#include <algorithm>
+#include <cstring>
+
+namespace recording {
+
+namespace {
+
+/** The functions that fail in a way of their own, rather than by an error and no effect. */
+bool AnswersFailureItself(const char* name) {
+    static const char* const s_names[] = {
+        "glCheckFramebufferStatus", "glCompileShader", "glGenBuffers", "glGenFramebuffers",
+        "glGenRenderbuffers",       "glGenTextures",   "glGetError",   "glGetAttribLocation",
+        "glGetUniformLocation",     "glLinkProgram",   "eglGetError",  "eglGetProcAddress",
+    };
+    return std::any_of(std::begin(s_names), std::end(s_names),
+                       [name](const char* entry) { return std::strcmp(entry, name) == 0; });
+}
+
+} // namespace
+
+Driver& TheDriver() {
+    static Driver& s_driver = *new Driver;
+    return s_driver;
+}
+
+Session::Session() {
+    limits = {{GL_MAX_TEXTURE_IMAGE_UNITS, 16},
+              {GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, static_cast<GLint>(kTextureUnits)},
+              {GL_MAX_VERTEX_TEXTURE_IMAGE_UNITS, 16},
+              {GL_MAX_TEXTURE_SIZE, 4096},
+              {GL_MAX_CUBE_MAP_TEXTURE_SIZE, 4096},
+              {GL_MAX_RENDERBUFFER_SIZE, 4096},
+              {GL_MAX_VERTEX_ATTRIBS, static_cast<GLint>(kVertexAttributes)},
+              {GL_MAX_VERTEX_UNIFORM_VECTORS, 256},
+              {GL_MAX_FRAGMENT_UNIFORM_VECTORS, 224},
+              {GL_MAX_VARYING_VECTORS, 15},
+              {GL_SHADER_COMPILER, GL_TRUE},
+              {GL_NUM_SHADER_BINARY_FORMATS, 0},
+              {GL_NUM_COMPRESSED_TEXTURE_FORMATS, 3},
+              {GL_SUBPIXEL_BITS, 8},
+              {GL_SAMPLE_BUFFERS, 0},
+              {GL_SAMPLES, 0},
+              {GL_IMPLEMENTATION_COLOR_READ_FORMAT, GL_RGB},
+              {GL_IMPLEMENTATION_COLOR_READ_TYPE, GL_UNSIGNED_BYTE}};
+    extensions = "GL_OES_EGL_image GL_OES_compressed_ETC1_RGB8_texture GL_AMD_compressed_ATC_texture "
+                 "GL_OES_depth_texture GL_OES_packed_depth_stencil GL_OES_depth24 GL_OES_texture_npot";
+    lastUsed = contextless;
+}
+
+ThreadData& Driver::Thread() {
+    thread_local ThreadData t_data;
+    if (t_data.generation != generation) {
+        t_data = ThreadData();
+        t_data.generation = generation;
+    }
+    return t_data;
+}
+
+std::shared_ptr<ContextData> Driver::Working() {
+    const auto found = session.contexts.find(Thread().context);
+    return found == session.contexts.end() ? session.contextless : found->second;
+}
+
+std::shared_ptr<ContextData> Driver::Meant() {
+    const std::shared_ptr<ContextData> working = Working();
+    return working == session.contextless ? session.lastUsed : working;
+}
+
+Invocation::Invocation(const char* name, std::initializer_list<Argument> arguments)
+    : m_driver(TheDriver()), m_lock(m_driver.mutex), m_thread(m_driver.Thread()),
+      m_context(m_driver.Working()), m_name(name), m_nArguments(arguments.size()), m_fEgl(name[0] == 'e'),
+      m_contextHandle(m_thread.context) {
+    std::copy(arguments.begin(), arguments.end(), m_arguments.begin());
+    if (!m_fEgl)
+        m_driver.session.lastUsed = m_context;
+    else if (std::strcmp(name, "eglGetError") != 0)
+        m_thread.error = EGL_SUCCESS;
+
+    const auto plans = m_driver.session.plans.find(name);
+    if (plans == m_driver.session.plans.end())
+        return;
+    for (Plan& plan : plans->second) {
+        const bool due = plan.countdown == 0 || plan.countdown == 1;
+        if (plan.countdown > 0)
+            plan.countdown = plan.countdown == 1 ? -1 : plan.countdown - 1;
+        if (due && !m_fFailing) {
+            m_fFailing = true;
+            m_nFailure = plan.error;
+        }
+    }
+}
+
+void Invocation::Raise(unsigned error) {
+    if (m_raised == 0)
+        m_raised = error;
+    if (m_fEgl)
+        m_thread.error = static_cast<EGLint>(error);
+    else if (m_context->error == GL_NO_ERROR)
+        m_context->error = error;
+}
+
+bool Invocation::FailsPlainly() {
+    if (!m_fFailing || AnswersFailureItself(m_name))
+        return false;
+    Raise(static_cast<unsigned>(FailureError(m_fEgl ? EGL_BAD_ALLOC : GL_OUT_OF_MEMORY)));
+    return true;
+}
+
+void Invocation::NoteBytes(const void* bytes, std::size_t size) {
+    if (!IsNoting() || bytes == nullptr)
+        return;
+    const auto* first = static_cast<const std::uint8_t*>(bytes);
+    m_bytes.assign(first, first + std::min(size, kUploadCap));
+}
+
+void Invocation::Note(std::int64_t result) {
+    if (!IsNoting())
+        return;
+    Call call;
+    call.name = m_name;
+    call.arguments.assign(m_arguments.begin(),
+                          m_arguments.begin() + static_cast<std::ptrdiff_t>(m_nArguments));
+    call.bytes = std::move(m_bytes);
+    call.draw = std::move(m_draw);
+    call.thread = std::this_thread::get_id();
+    call.context = m_contextHandle;
+    call.result = result;
+    call.error = m_raised;
+    DescribeCall(call, *m_context);
+    m_driver.session.calls.push_back(std::move(call));
+}
+
+} // namespace recording
