@@ -1,0 +1,212 @@
+#include <gtest/gtest.h>
+
+#include "PropertyTestSupport.h"
+#include "trevik/Allocation.h"
+#include "trevik/Debug.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/ListProperty.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/Vector3Property.h"
+
+namespace trevik::kelvo {
+namespace {
+
+/** Keeps the traces of its lifetime. */
+class TraceCatcher {
+public:
+    TraceCatcher() : m_previous(Debug::SetSink(Catch, this)) {}
+    ~TraceCatcher() { Debug::SetSink(m_previous); }
+    TraceCatcher(TraceCatcher const&) = delete;
+    TraceCatcher& operator=(TraceCatcher const&) = delete;
+
+    std::vector<std::string> m_lines;
+
+private:
+    static void Catch(void* pUser, TraceLevel::Enum, StringEncoded<UTF16Encoding> const& sMessage) {
+        static_cast<TraceCatcher*>(pUser)->m_lines.push_back(String8(sMessage).GetData());
+    }
+    TraceSink m_previous;
+};
+
+/** An owner with some properties. */
+struct Owner {
+    Owner() {
+        m_list.Register(u"Opacity", &m_opacity);
+        m_list.Register(HashName("Position"), &m_position);
+        m_list.Register(u"Caption", &m_caption);
+    }
+
+    PropertyList m_list;
+    RealProperty m_opacity{1.0f};
+    Vector3Property m_position;
+    StringProperty m_caption;
+};
+
+Ref<Controller<RealFloat>> MakeRamp() {
+    RealFloat const samples[] = {0, 10};
+    return SampleController<RealFloat>::Create(0, samples, 2);
+}
+
+TEST(PropertyList, RegisteredPropertiesAreFoundWithTheirKind) {
+    Owner owner;
+    PropertyList::Entry const* pEntry = owner.m_list.Find(HashName("Opacity"));
+    ASSERT_TRUE(pEntry);
+    EXPECT_EQ(pEntry->m_pProperty, &owner.m_opacity);
+    EXPECT_EQ(pEntry->m_pDescriptor->m_type, PropertyType::Real);
+    EXPECT_STREQ(String8(String16(pEntry->m_pDescriptor->m_pName)).GetData(), "Opacity");
+    EXPECT_EQ(owner.m_opacity.GetID(), HashName("Opacity"));
+    EXPECT_EQ(owner.m_position.GetID(), HashName("Position"));
+    EXPECT_EQ(owner.m_list.Find(HashName("Position"))->m_pDescriptor->m_type, PropertyType::Vector3);
+    EXPECT_EQ(owner.m_list.Find(HashName("Nothing")), nullptr);
+    EXPECT_EQ(owner.m_list.GetCount(), 3u);
+}
+
+TEST(PropertyList, DescriptorsAreSharedByAllObjects) {
+    Owner one;
+    Owner other;
+    for (unsigned int nEntry = 0; nEntry < one.m_list.GetCount(); ++nEntry) {
+        EXPECT_EQ(one.m_list.GetEntry(nEntry).m_pDescriptor, other.m_list.GetEntry(nEntry).m_pDescriptor);
+    }
+}
+
+TEST(PropertyList, LaterRegistrationUnderAnIdReplacesTheEarlier) {
+    Owner owner;
+    IntProperty number;
+    EXPECT_TRUE(owner.m_list.Register(u"Opacity", &number));
+    EXPECT_EQ(owner.m_list.GetCount(), 3u);
+    EXPECT_EQ(owner.m_list.Find(HashName("Opacity"))->m_pProperty, &number);
+    EXPECT_EQ(owner.m_list.Find(HashName("Opacity"))->m_pDescriptor->m_type, PropertyType::Int);
+}
+
+TEST(PropertyList, CopiedOwnerStartsWithoutRegistrations) {
+    Owner owner;
+    PropertyList const copy(owner.m_list);
+    EXPECT_EQ(copy.GetCount(), 0u);
+    PropertyList assigned;
+    RealProperty property;
+    assigned.Register(u"Opacity", &property);
+    assigned = owner.m_list;
+    EXPECT_EQ(assigned.GetEntry(0).m_pProperty, &property);
+}
+
+TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {
+    Owner owner;
+    owner.m_list.Update(UpdateContext(), 1);
+    EXPECT_FALSE(owner.m_list.HasAnimated());
+    owner.m_opacity.AddController(MakeRamp());
+    owner.m_list.Update(UpdateContext(), 0.5f);
+    EXPECT_TRUE(owner.m_list.HasAnimated());
+    EXPECT_EQ(owner.m_opacity.GetValue(), 5);
+
+    RealProperty late;
+    late.AddController(MakeRamp());
+    owner.m_list.Register(u"Late", &late);
+    owner.m_list.Update(UpdateContext(), 1);
+    EXPECT_EQ(late.GetValue(), 10) << "animated before it was registered";
+}
+
+TEST(PropertyList, PropertyOfUnknownKindIsAlwaysUpdated) {
+    class Probe : public Property {
+    public:
+        void Update(UpdateContext const&, RealFloat const& frame) override { m_frame = frame; }
+        bool Load(Deserializer&) override { return true; }
+        RealFloat m_frame = 0;
+    } probe;
+    PropertyList list;
+    EXPECT_TRUE(list.Register(17u, &probe));
+    EXPECT_FALSE(list.Register(18u, static_cast<Property*>(nullptr)));
+    list.Update(UpdateContext(), 3);
+    EXPECT_EQ(probe.m_frame, 3);
+}
+
+TEST(PropertyList, SteadyUpdatesAllocateNothing) {
+    Owner owner;
+    owner.m_opacity.AddController(MakeRamp());
+    int nEvents = 0;
+    owner.m_opacity.GetChangeEvent().Connect([&nEvents](RealFloat const&) { ++nEvents; });
+    owner.m_list.Update(UpdateContext(), 0);
+    unsigned long long const nBefore = Allocation::GetCount();
+    for (int nFrame = 0; nFrame < 100; ++nFrame) {
+        owner.m_list.Update(UpdateContext(), static_cast<RealFloat>(nFrame) / 50);
+    }
+    EXPECT_EQ(Allocation::GetCount(), nBefore);
+    EXPECT_EQ(nEvents, 101);
+}
+
+TEST(PropertyList, SavesAChildForEachAndLoadsThemBack) {
+    Owner owner;
+    owner.m_opacity.AddController(MakeRamp());
+    owner.m_position.SetValue(Vector3(1, 2, 3));
+    owner.m_caption.SetValue(u"words");
+    Ref<DocumentNode> pSaved = SaveToNode(owner.m_list);
+    ASSERT_TRUE(pSaved);
+    ASSERT_EQ(pSaved->GetChildCount(), 3u);
+    EXPECT_EQ(pSaved->GetChild(1)->GetTagID(), HashName("Property"));
+    EXPECT_EQ(pSaved->GetChild(1)->GetTypeID(), HashName("Position"));
+
+    Owner loaded;
+    ASSERT_TRUE(LoadFrom(pSaved, loaded.m_list));
+    EXPECT_EQ(loaded.m_position.GetValue(), Vector3(1, 2, 3));
+    EXPECT_TRUE(loaded.m_caption.GetValue() == u"words");
+    loaded.m_list.Update(UpdateContext(), 0.25f);
+    EXPECT_EQ(loaded.m_opacity.GetValue(), 2.5f);
+}
+
+TEST(PropertyList, AbsentPropertiesKeepTheirValuesAndUnknownOnesAreSkipped) {
+    Ref<DocumentNode> pNode(new DocumentNode(0, 0));
+    Ref<DocumentNode> pUnknown(new DocumentNode(HashName("Property"), HashName("Nothing")));
+    Ref<DocumentNode> pOtherTag(new DocumentNode(HashName("Child"), HashName("Opacity")));
+    Ref<DocumentNode> pKnown(new DocumentNode(HashName("Property"), HashName("Opacity")));
+    AddBytes(*pKnown, DocumentID::Value, BytesOf(0.5f));
+    for (Ref<DocumentNode> const& pChild : {pUnknown, pOtherTag, pKnown}) {
+        pNode->AddChild(pChild);
+    }
+    Owner owner;
+    owner.m_position.SetValue(Vector3(1, 2, 3));
+    EXPECT_TRUE(LoadFrom(pNode, owner.m_list));
+    EXPECT_EQ(owner.m_opacity.GetValue(), 0.5f);
+    EXPECT_EQ(owner.m_position.GetValue(), Vector3(1, 2, 3));
+}
+
+TEST(PropertyList, FailedPropertyIsNamedAndTheDepthRestored) {
+    Ref<DocumentNode> pNode = MakeSampleNode(0, 9, BytesOf(1.0f)); // too few samples
+    Ref<DocumentNode> pDocument(new DocumentNode(0, 0));
+    Ref<DocumentNode> pProperty(new DocumentNode(HashName("Property"), HashName("Opacity")));
+    pProperty->AddChild(Ref<DocumentNode>(pNode->GetChild(0)));
+    pDocument->AddChild(pProperty);
+    ClassRegistry registry;
+    Deserializer deserializer(pDocument, registry);
+    Owner owner;
+    TraceCatcher traces;
+    EXPECT_FALSE(owner.m_list.Load(deserializer));
+    EXPECT_EQ(deserializer.GetDepth(), 0u);
+    EXPECT_EQ(owner.m_opacity.GetValue(), 1);
+    ASSERT_EQ(traces.m_lines.size(), 1u);
+    EXPECT_NE(traces.m_lines[0].find("\"Opacity\""), std::string::npos) << traces.m_lines[0];
+}
+
+TEST(PropertyList, EmitReportsEveryProperty) {
+    Owner owner;
+    owner.m_opacity.AddController(MakeRamp());
+    Vector3 const samples[2] = {};
+    owner.m_position.AddController(SampleController<Vector3>::Create(0, samples, 2));
+    MemoryTracer tracer;
+    owner.m_list.Emit(&tracer);
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 4u);
+}
+
+TEST(PropertyList, WithoutMemoryNothingIsRegistered) {
+    PropertyList list;
+    RealProperty property;
+    Owner interned; // its descriptors exist from here on
+    Allocation::FailAfter(0);
+    bool const fRegistered = list.Register(u"Opacity", &property);
+    Allocation::FailNever();
+    EXPECT_FALSE(fRegistered);
+    EXPECT_EQ(list.GetCount(), 0u);
+    EXPECT_TRUE(list.Register(u"Opacity", &property));
+}
+
+} // namespace
+} // namespace trevik::kelvo

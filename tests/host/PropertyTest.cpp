@@ -1,0 +1,293 @@
+#include <gtest/gtest.h>
+
+#include <cstring>
+
+#include "PropertyTestSupport.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/ListProperty.h"
+#include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/RectangleProperty.h"
+#include "trevik/kelvo/Vector3Property.h"
+
+namespace trevik::kelvo {
+namespace {
+
+/** Notes what it is told. */
+template <class T>
+struct Listener {
+    void Hear(T const& value) { m_heard.push_back(value); }
+    function<void(T const&)> AsHandler() { return member_function(this, &Listener::Hear); }
+
+    std::vector<T> m_heard;
+};
+
+class CountingBinding : public PropertyBinding<int> {
+public:
+    int const& GetValue() const override { return m_nValue; }
+    void SetValue(int const& value) override {
+        m_nValue = value;
+        ++m_nSets;
+    }
+    int& GetWritableValue() override { return m_nValue; }
+    void Notify(bool changed) override { m_notifications.push_back(changed); }
+
+    int m_nValue = 7;
+    int m_nSets = 0;
+    std::vector<bool> m_notifications;
+};
+
+/** Gives the values 1, 2, ... and is finished after `nLast` of them. */
+class CountingController : public Controller<int> {
+public:
+    explicit CountingController(int nLast) : m_nLast(nLast) {}
+    bool Evaluate(UpdateContext const&, RealFloat const&, int& out) override {
+        out = ++m_nEvaluations;
+        return true;
+    }
+    bool IsFinished() override { return m_nEvaluations >= m_nLast; }
+    void Emit(MemoryTracer*) override {}
+
+    int m_nEvaluations = 0;
+
+private:
+    int m_nLast;
+};
+
+Ref<Controller<int>> MakeSamples(std::vector<int> const& samples) {
+    return SampleController<int>::Create(0, samples.data(), static_cast<unsigned int>(samples.size()));
+}
+
+TEST(Property, SettingStoresTheValueAndTellsSubscribersInOrder) {
+    IntProperty property(3);
+    Listener<int> first;
+    Listener<int> second;
+    std::vector<int> order;
+    property.GetChangeEvent().Connect([&order](int const&) { order.push_back(1); });
+    property.GetChangeEvent().Connect([&order](int const&) { order.push_back(2); });
+    property.GetChangeEvent().Connect(first.AsHandler());
+    EXPECT_EQ(property.GetValue(), 3);
+    property.SetValue(5);
+    property.SetValue(5);
+    EXPECT_EQ(property.GetValue(), 5);
+    EXPECT_EQ(first.m_heard, (std::vector<int>{5, 5})) << "every setting counts, the same value too";
+    EXPECT_EQ(order, (std::vector<int>{1, 2, 1, 2}));
+}
+
+TEST(Property, BindingStandsInForTheValueAndTheEvent) {
+    IntProperty property(3);
+    CountingBinding binding;
+    Listener<int> listener;
+    property.GetChangeEvent().Connect(listener.AsHandler());
+    property.Bind(&binding);
+    EXPECT_EQ(property.GetValue(), 7);
+    property.SetValue(9);
+    EXPECT_EQ(binding.m_nSets, 1);
+    EXPECT_EQ(property.GetValue(), 9);
+    EXPECT_TRUE(binding.m_notifications.empty()) << "setting leaves the telling to the binding";
+
+    property.AddController(MakeSamples({11}));
+    property.Update(UpdateContext(), 0);
+    EXPECT_EQ(binding.m_nValue, 11);
+    EXPECT_EQ(binding.m_notifications, (std::vector<bool>{true}));
+    EXPECT_TRUE(listener.m_heard.empty());
+
+    property.Bind(nullptr);
+    EXPECT_EQ(property.GetValue(), 3) << "the stored value was left alone";
+}
+
+TEST(Property, BindingIsToldAboutLoadsThatFail) {
+    IntProperty property;
+    CountingBinding binding;
+    property.Bind(&binding);
+    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), property));
+    EXPECT_EQ(binding.m_notifications, (std::vector<bool>{false}));
+    EXPECT_EQ(binding.m_nValue, 7);
+}
+
+TEST(Property, LastControllerDrivesUntilItIsFinished) {
+    IntProperty property;
+    Listener<int> listener;
+    property.GetChangeEvent().Connect(listener.AsHandler());
+    property.AddController(MakeSamples({100}));
+    property.AddController(new CountingController(2));
+    for (int nFrame = 0; nFrame < 4; ++nFrame) {
+        property.Update(UpdateContext(), static_cast<RealFloat>(nFrame));
+    }
+    EXPECT_EQ(listener.m_heard, (std::vector<int>{1, 2, 100, 100}));
+    EXPECT_EQ(property.GetControllerCount(), 1u) << "a sample controller is never finished";
+}
+
+TEST(Property, WithoutControllersUpdateDoesNothing) {
+    IntProperty property(4);
+    Listener<int> listener;
+    property.GetChangeEvent().Connect(listener.AsHandler());
+    property.Update(UpdateContext(), 1);
+    EXPECT_EQ(property.GetValue(), 4);
+    EXPECT_TRUE(listener.m_heard.empty());
+}
+
+TEST(Property, ControllerWithoutValueFiresNothing) {
+    IntProperty property(4);
+    Listener<int> listener;
+    property.GetChangeEvent().Connect(listener.AsHandler());
+    property.AddController(MakeSamples({}));
+    property.Update(UpdateContext(), 1);
+    EXPECT_EQ(property.GetValue(), 4);
+    EXPECT_TRUE(listener.m_heard.empty());
+    EXPECT_EQ(property.GetControllerCount(), 1u);
+}
+
+TEST(Property, SubscriberMayRemoveTheControllers) {
+    IntProperty property;
+    property.AddController(new CountingController(1));
+    property.GetChangeEvent().Connect([&property](int const&) { property.RemoveControllers(); });
+    property.Update(UpdateContext(), 0);
+    EXPECT_EQ(property.GetControllerCount(), 0u);
+    EXPECT_EQ(property.GetValue(), 1);
+}
+
+TEST(Property, NullControllerIsRefused) {
+    IntProperty property;
+    EXPECT_FALSE(property.AddController(nullptr));
+    EXPECT_EQ(property.GetControllerCount(), 0u);
+}
+
+TEST(Property, AssignTakesTheCurrentValueAlone) {
+    IntProperty source;
+    source.Initialize(PropertyDescriptor{nullptr, 42, PropertyType::Int, nullptr});
+    source.AddController(MakeSamples({1}));
+    CountingBinding binding;
+    source.Bind(&binding);
+    IntProperty target;
+    Listener<int> listener;
+    target.GetChangeEvent().Connect(listener.AsHandler());
+    target.Assign(source);
+    EXPECT_EQ(target.GetValue(), 7);
+    EXPECT_EQ(listener.m_heard, (std::vector<int>{7}));
+    EXPECT_EQ(target.GetControllerCount(), 0u);
+    EXPECT_EQ(target.GetID(), 0u);
+}
+
+TEST(Property, CopySharesControllersInOrderAndReplacesOldOnes) {
+    IntProperty source(5);
+    source.Initialize(PropertyDescriptor{nullptr, 42, PropertyType::Int, nullptr});
+    source.AddController(MakeSamples({1}));
+    source.AddController(MakeSamples({2}));
+    Listener<int> sourceListener;
+    source.GetChangeEvent().Connect(sourceListener.AsHandler());
+
+    IntProperty target;
+    target.AddController(MakeSamples({3}));
+    EXPECT_TRUE(target.Copy(source));
+    IntProperty constructed(source);
+    for (IntProperty* pCopy : {&target, &constructed}) {
+        EXPECT_EQ(pCopy->GetID(), 42u);
+        EXPECT_EQ(pCopy->GetValue(), 5);
+        ASSERT_EQ(pCopy->GetControllerCount(), 2u);
+        EXPECT_EQ(pCopy->GetController(0), source.GetController(0));
+        EXPECT_EQ(pCopy->GetController(1), source.GetController(1));
+        pCopy->SetValue(6);
+    }
+    EXPECT_TRUE(sourceListener.m_heard.empty()) << "subscribers stay with the original";
+
+    EXPECT_TRUE(target.Copy(target));
+    EXPECT_EQ(target.GetControllerCount(), 2u) << "copying itself keeps what there is";
+}
+
+TEST(Property, GainingAControllerAdvancesTheGeneration) {
+    IntProperty source;
+    unsigned long nSeen = BasePropertyGeneration::Get();
+    auto const HasAdvanced = [&nSeen] {
+        unsigned long const nBefore = nSeen;
+        nSeen = BasePropertyGeneration::Get();
+        return nSeen != nBefore;
+    };
+    source.SetValue(2);
+    EXPECT_FALSE(HasAdvanced());
+    source.AddController(MakeSamples({1}));
+    EXPECT_TRUE(HasAdvanced());
+    IntProperty const constructed(source);
+    EXPECT_TRUE(HasAdvanced());
+    IntProperty copied;
+    copied.Copy(source);
+    EXPECT_TRUE(HasAdvanced());
+    EXPECT_TRUE(LoadFrom(MakeSampleNode(0, 1, BytesOf(5)), copied));
+    EXPECT_TRUE(HasAdvanced());
+    EXPECT_TRUE(IntProperty::IsAnimated(&copied));
+    copied.RemoveControllers();
+    EXPECT_FALSE(IntProperty::IsAnimated(&copied));
+}
+
+TEST(Property, DescriptorGivesTheId) {
+    RealProperty property;
+    EXPECT_TRUE(property.Initialize(
+        PropertyDescriptor{u"Opacity", HashName("Opacity"), PropertyType::Real, nullptr}));
+    EXPECT_EQ(property.GetID(), HashName(u"Opacity"));
+}
+
+TEST(Property, EmitReportsControllersAsPropertyMemory) {
+    Vector3Property property;
+    Vector3 const samples[3] = {};
+    Ref<SampleController<Vector3>> pController = SampleController<Vector3>::Create(0, samples, 3);
+    property.AddController(pController);
+    MemoryTracer tracer;
+    property.Emit(&tracer);
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "the controller and its samples";
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Property), sizeof(SampleController<Vector3>) + sizeof(samples));
+    EXPECT_EQ(tracer.GetTotalBytes(), tracer.GetBytes(MemoryType::Property));
+
+    Vector3Property const sharing(property);
+    property.Emit(&tracer);
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "a shared controller counts once";
+
+    ASSERT_TRUE(pController->Compact());
+    MemoryTracer compacted;
+    property.Emit(&compacted);
+    EXPECT_EQ(compacted.GetBytes(MemoryType::Property), sizeof(SampleController<Vector3>))
+        << "runs are not reported";
+}
+
+#if defined(__x86_64__) && defined(__GNUC__)
+/** Where an operation stands in its class's table of virtual operations, the two destructor entries being 0
+ * and 1. */
+template <class Operation>
+long SlotOf(Operation pfnOperation) {
+    long nValue;
+    std::memcpy(&nValue, &pfnOperation, sizeof(nValue));
+    return (nValue - 1) / static_cast<long>(sizeof(void*));
+}
+
+TEST(Property, VirtualOperationsStandInTheirFixedOrder) {
+    typedef BaseProperty<Vector3> Base;
+    typedef PropertyBinding<int> Binding;
+    typedef Controller<int> Driver;
+    struct {
+        char const* m_pName;
+        long m_nSlot;
+        long m_nExpected;
+    } const cases[] = {
+        {"Property::Initialize", SlotOf(&Property::Initialize), 2},
+        {"Property::Update", SlotOf(&Property::Update), 3},
+        {"Property::Load", SlotOf(&Property::Load), 4},
+        {"Property::Save", SlotOf(&Property::Save), 5},
+        {"Property::Emit", SlotOf(&Property::Emit), 6},
+        {"BaseProperty::SetValue", SlotOf(&Base::SetValue), 7},
+        {"BaseProperty::Assign", SlotOf(&Base::Assign), 8},
+        {"BaseProperty::Copy", SlotOf(&Base::Copy), 9},
+        {"PropertyBinding::GetValue", SlotOf(&Binding::GetValue), 2},
+        {"PropertyBinding::SetValue", SlotOf(&Binding::SetValue), 3},
+        {"PropertyBinding::GetWritableValue", SlotOf(&Binding::GetWritableValue), 4},
+        {"PropertyBinding::Notify", SlotOf(&Binding::Notify), 5},
+        {"Controller::Evaluate", SlotOf(&Driver::Evaluate), 2},
+        {"Controller::IsFinished", SlotOf(&Driver::IsFinished), 3},
+        {"Controller::Load", SlotOf(&Driver::Load), 4},
+        {"Controller::Save", SlotOf(&Driver::Save), 5},
+    };
+    for (auto const& slot : cases) {
+        EXPECT_EQ(slot.m_nSlot, slot.m_nExpected) << slot.m_pName;
+    }
+}
+#endif
+
+} // namespace
+} // namespace trevik::kelvo
