@@ -42,7 +42,7 @@ struct Adder {
 
 TEST(TrevikFunction, CallsEveryKindOfCallable) {
     LoudCounter counter;
-    int const captured = 5;
+    int captured = 5;
     struct {
         function<int(int)> callable;
         int result; // for the argument 2
