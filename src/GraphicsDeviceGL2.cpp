@@ -138,7 +138,10 @@ void RegisterClass(ClassRegistry& registry, char const* pName) {
 
 extern "C" {
 
-/** Registers the classes that this library implements, each under its host name. True; neither EGL nor GL is called. */
+/**
+ * Registers the classes that this library implements, each under its host name. True; neither EGL nor GL is
+ * called.
+ */
 KELVO_EXPORT bool Initialize(trevik::ClassRegistry* pRegistry) {
     using namespace trevik::kelvo;
     RegisterClass<TimelineGL2>(*pRegistry, "Timeline");

@@ -20,9 +20,9 @@ class CameraGL2;
 class FramebufferGL2;
 
 /**
- * The graphics device: display, window surface and context, the built-in shader programs, cameras, masks and the state
- * that renderers share. It is brought up by Initialize; from then on everything but GetDispatcher and InRenderThread is
- * called on the thread that called it, the render thread.
+ * The graphics device: display, window surface and context, the built-in shader programs, cameras, masks and
+ * the state that renderers share. It is brought up by Initialize; from then on everything but GetDispatcher
+ * and InRenderThread is called on the thread that called it, the render thread.
  */
 class KELVO_EXPORT GraphicsDeviceGL2 : public GraphicsDevice {
 public:
@@ -32,34 +32,47 @@ public:
     ~GraphicsDeviceGL2() override;
 
     /**
-     * Opens the default display, makes a window surface and a context current, and prepares fixed GL state, the default
-     * camera and the built-in programs. The calling thread becomes the render thread, even when this fails.
+     * Opens the default display, makes a window surface and a context current, and prepares fixed GL state,
+     * the default camera and the built-in programs. The calling thread becomes the render thread, even when
+     * this fails.
      * @param pWindow a WindowT<ANativeWindow>, or null for no native window; it has to outlive the surface.
      * @param size pixels; the default camera maps one unit to one of them.
-     * @return false, traced, at the first thing that cannot be had. What is there already goes with the device.
+     * @return false, traced, at the first thing that cannot be had. What is there already goes with the
+     * device.
      */
     bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size) override;
     using GraphicsDevice::Reset;
     /**
-     * Makes a surface for another window current; context and all GL objects stay. The surface before is not destroyed:
-     * intended. Calls eglCreateWindowSurface and eglMakeCurrent. False, traced, when either fails.
+     * Makes a surface for another window current; context and all GL objects stay. The surface before is not
+     * destroyed: intended. Calls eglCreateWindowSurface and eglMakeCurrent. False, traced, when either fails.
      */
     bool Reset(void* pWindow) override;
     /** glClearColor; red, green, blue and alpha, 0 to 1, initially opaque black. */
     void SetClearColor(ColorT<RealFloat> const& color) override;
-    /** Clears colour, depth and stencil of the current target; no program is active and no alpha test on afterwards. */
+    /**
+     * Clears colour, depth and stencil of the current target; no program is active and no alpha test on
+     * afterwards.
+     */
     void Clear() override;
     /**
-     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y, intended. Calls glViewport
-     * with the viewport in force before, which is intended too, then as the other form.
+     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y, intended. Calls
+     * glViewport with the viewport in force before, which is intended too, then as the other form.
      */
     void SetViewport(RectangleT<int> const& rectangle) override;
-    /** glViewport, in window pixels with y up; the viewport matrix maps device coordinates to pixels with y down. */
+    /**
+     * glViewport, in window pixels with y up; the viewport matrix maps device coordinates to pixels with y
+     * down.
+     */
     void SetViewport(int nX, int nY, int nWidth, int nHeight) override;
-    Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model, Vector4T<RealFloat> const& point) override;
-    bool HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0, Vector3T<RealFloat> const& p1,
-                       Vector3T<RealFloat> const& p2, Vector2T<RealFloat>& uv, RealFloat& distance) override;
-    /** The matrices to draw with: the default camera's while the depth flag is set, else those of the camera on top. */
+    Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model,
+                                          Vector4T<RealFloat> const& point) override;
+    bool HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0,
+                       Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2, Vector2T<RealFloat>& uv,
+                       RealFloat& distance) override;
+    /**
+     * The matrices to draw with: the default camera's while the depth flag is set, else those of the camera
+     * on top.
+     */
     Matrix4T<RealFloat> GetProjectionMatrix() override;
     Matrix4T<RealFloat> GetViewMatrix() override;
     /** Device coordinates to window pixels, y down; the identity before the first SetViewport. */
@@ -75,8 +88,9 @@ public:
     void SetDepthTestEnabled(bool fEnabled) override;
     EffectResource* GetEffectResource(unsigned int nClassID) override;
     /**
-     * Draws the masks into the stencil buffer, one level above those in force, and lets later draws pass only there.
-     * An empty list changes nothing. Nesting beyond the stencil buffer's 15 levels is not told from 15.
+     * Draws the masks into the stencil buffer, one level above those in force, and lets later draws pass only
+     * there. An empty list changes nothing. Nesting beyond the stencil buffer's 15 levels is not told
+     * from 15.
      */
     bool PushMasks(List<Mask*>& masks) override;
     /** Undoes PushMasks with the same list. */
@@ -89,25 +103,39 @@ public:
     /** Counts nodes without camera depth, below which the depth flag stays off. */
     void PushCameraDepth(bool fDepth) override;
     void PopCameraDepth(bool fDepth) override;
-    /** Sets the depth flag: to the argument, but off below a node without camera depth, and on without any camera. */
+    /**
+     * Sets the depth flag: to the argument, but off below a node without camera depth, and on without any
+     * camera.
+     */
     void SetCameraDepth(bool fDepth) override;
 
-    /** Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. False, traced: none. */
+    /**
+     * Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. False, traced:
+     * none.
+     */
     bool ChooseEGLConfig(DeviceFormat::Enum format);
     /** Looks the EGL image functions up, unless they are known. A missing one is traced and stays null. */
     static void InitializeExtensions();
     /** The EGL function of this name; a null image without calling anything when there is none. */
-    static EGLImageKHR eglCreateImageKHR(EGLDisplay display, EGLContext context, EGLenum target, EGLClientBuffer buffer,
-                                         EGLint const* pAttributes);
+    static EGLImageKHR eglCreateImageKHR(EGLDisplay display, EGLContext context, EGLenum target,
+                                         EGLClientBuffer buffer, EGLint const* pAttributes);
     static EGLBoolean eglDestroyImageKHR(EGLDisplay display, EGLImageKHR image);
 
-    /** Makes, registers and compiles the built-in programs. False at the first that does not compile, which is traced. */
+    /**
+     * Makes, registers and compiles the built-in programs. False at the first that does not compile, which is
+     * traced.
+     */
     bool InitializeShaders();
-    /** Enters a program, keeping a reference, and returns its index in the table; 0, not entered, without memory. */
+    /**
+     * Enters a program, keeping a reference, and returns its index in the table; 0, not entered, without
+     * memory.
+     */
     int RegisterShader(ShaderProgramGL2* pProgram, int nId);
     /** The first program registered under an id, borrowed; null when there is none. */
     ShaderProgramGL2* GetShader(int nId) const { return m_shaders.Find(nId); }
-    /** Binds a program in place of the active one; null only unbinds. The active program is not bound again. */
+    /**
+     * Binds a program in place of the active one; null only unbinds. The active program is not bound again.
+     */
     void SetActiveShader(ShaderProgramGL2* pProgram) {
         if (pProgram != m_pActiveShader) {
             ChangeActiveShader(pProgram);
@@ -127,7 +155,10 @@ public:
     FramebufferGL2* GetFrontTargetBuffer();
     FramebufferGL2* GetBackTargetBuffer();
     void SwapTargetBuffers(bool fToScreen);
-    /** Draws a quad over the whole target with the bound program: positions in attribute 0, texture in attribute 1. */
+    /**
+     * Draws a quad over the whole target with the bound program: positions in attribute 0, texture in
+     * attribute 1.
+     */
     void RenderFullscreenQuad();
     void RenderForPostProcess();
 
@@ -168,7 +199,7 @@ private:
     ShaderProgramGL2* m_pActiveShader = nullptr; ///< borrowed
     Matrix4T<RealFloat> m_modelView;
     Matrix4T<RealFloat> m_viewportMatrix;
-    ShaderProgramGL2* m_pPostProcessShader = nullptr;       ///< one reference
+    ShaderProgramGL2* m_pPostProcessShader = nullptr;         ///< one reference
     FramebufferGL2* m_pTargetBuffers[2] = {nullptr, nullptr}; ///< one reference each
     unsigned int m_nCurrentTarget = 0;
     bool m_fAlphaTest = false;

@@ -127,8 +127,8 @@ RealFloat GetLength(Vector3T<RealFloat> const& v) {
 }
 
 /**
- * Solves [a b c] x = d for three columns. False when the columns lie in a plane, or so nearly that single precision
- * cannot tell, whatever their lengths.
+ * Solves [a b c] x = d for three columns. False when the columns lie in a plane, or so nearly that single
+ * precision cannot tell, whatever their lengths.
  */
 bool SolveColumns(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b, Vector3T<RealFloat> const& c,
                   Vector3T<RealFloat> const& d, Vector3T<RealFloat>& x) {

@@ -71,13 +71,15 @@ bool GraphicsDeviceGL2::OpenDisplay(DeviceFormat::Enum format) {
     EGLint nMinor = 0;
     EGLBoolean const fInitialized = eglInitialize(m_eglDisplay, &nMajor, &nMinor);
     if (!fInitialized) {
-        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] eglInitialize failed: %d - eglGetError Returned: %d\n",
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] eglInitialize failed: %d - eglGetError Returned: %d\n",
                            static_cast<int>(fInitialized), eglGetError());
         return false;
     }
-    // Without a config for RGB565 itself there is nothing to fall back to, and EGL is left to judge what the config
-    // holds: intended.
-    if (!ChooseEGLConfig(format) && format != DeviceFormat::RGB565 && !ChooseEGLConfig(DeviceFormat::RGB565)) {
+    // Without a config for RGB565 itself there is nothing to fall back to, and EGL is left to judge what the
+    // config holds: intended.
+    if (!ChooseEGLConfig(format) && format != DeviceFormat::RGB565 &&
+        !ChooseEGLConfig(DeviceFormat::RGB565)) {
         return false;
     }
     return CreateSurfaceAndContext();
@@ -86,7 +88,8 @@ bool GraphicsDeviceGL2::OpenDisplay(DeviceFormat::Enum format) {
 bool GraphicsDeviceGL2::CreateSurfaceAndContext() {
     m_eglSurface = eglCreateWindowSurface(m_eglDisplay, m_eglConfig, GetNativeWindow(m_pWindow), nullptr);
     if (m_eglSurface == EGL_NO_SURFACE) {
-        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] eglCreateWindowSurface failed - eglGetError Returned: %d\n",
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] eglCreateWindowSurface failed - eglGetError Returned: %d\n",
                            eglGetError());
         return false;
     }
@@ -99,7 +102,8 @@ bool GraphicsDeviceGL2::CreateSurfaceAndContext() {
     }
     EGLBoolean const fCurrent = eglMakeCurrent(m_eglDisplay, m_eglSurface, m_eglSurface, m_eglContext);
     if (!fCurrent) {
-        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] eglMakeCurrent failed: %d - eglGetError Returned: %d\n",
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] eglMakeCurrent failed: %d - eglGetError Returned: %d\n",
                            static_cast<int>(fCurrent), eglGetError());
         return false;
     }
@@ -125,16 +129,23 @@ bool GraphicsDeviceGL2::Reset(void* pWindow) {
 
 bool GraphicsDeviceGL2::ChooseEGLConfig(DeviceFormat::Enum format) {
     EGLint const* const pSizes = GetFormatSizes(format).sizes;
-    EGLint const attributes[] = {
-        EGL_RENDERABLE_TYPE, EGL_OPENGL_ES2_BIT,
-        EGL_BUFFER_SIZE,     pSizes[Red] + pSizes[Green] + pSizes[Blue] + pSizes[Alpha],
-        EGL_RED_SIZE,        pSizes[Red],
-        EGL_GREEN_SIZE,      pSizes[Green],
-        EGL_BLUE_SIZE,       pSizes[Blue],
-        EGL_ALPHA_SIZE,      pSizes[Alpha],
-        EGL_DEPTH_SIZE,      pSizes[Depth],
-        EGL_STENCIL_SIZE,    pSizes[Stencil],
-        EGL_NONE};
+    EGLint const attributes[] = {EGL_RENDERABLE_TYPE,
+                                 EGL_OPENGL_ES2_BIT,
+                                 EGL_BUFFER_SIZE,
+                                 pSizes[Red] + pSizes[Green] + pSizes[Blue] + pSizes[Alpha],
+                                 EGL_RED_SIZE,
+                                 pSizes[Red],
+                                 EGL_GREEN_SIZE,
+                                 pSizes[Green],
+                                 EGL_BLUE_SIZE,
+                                 pSizes[Blue],
+                                 EGL_ALPHA_SIZE,
+                                 pSizes[Alpha],
+                                 EGL_DEPTH_SIZE,
+                                 pSizes[Depth],
+                                 EGL_STENCIL_SIZE,
+                                 pSizes[Stencil],
+                                 EGL_NONE};
     constexpr EGLint MaximumConfigs = 64;
     EGLConfig configs[MaximumConfigs];
     EGLint nCount = 0;
@@ -161,7 +172,9 @@ bool GraphicsDeviceGL2::ChooseEGLConfig(DeviceFormat::Enum format) {
     return true;
 }
 
-/** Traces a config's sizes and compares them with those asked for. False, traced, when EGL does not tell them. */
+/**
+ * Traces a config's sizes and compares them with those asked for. False, traced, when EGL does not tell them.
+ */
 bool GraphicsDeviceGL2::IsExactConfig(EGLConfig config, int const* pSizes, bool& fExact) const {
     TREVIK_ASSERT_AT(m_eglDisplay != EGL_NO_DISPLAY, "src/GraphicsDeviceGL2", __LINE__,
                      "m_eglDisplay != ((EGLDisplay)0)");
@@ -176,8 +189,8 @@ bool GraphicsDeviceGL2::IsExactConfig(EGLConfig config, int const* pSizes, bool&
         Debug::TraceFormat(TraceLevel::Error, u"eglGetConfigAttrib failed!");
         return false;
     }
-    Debug::TraceFormat(TraceLevel::Error, u"RGB=%d%d%d alpha=%d depth=%d stencil=%d", found[Red], found[Green],
-                       found[Blue], found[Alpha], found[Depth], found[Stencil]);
+    Debug::TraceFormat(TraceLevel::Error, u"RGB=%d%d%d alpha=%d depth=%d stencil=%d", found[Red],
+                       found[Green], found[Blue], found[Alpha], found[Depth], found[Stencil]);
     return true;
 }
 

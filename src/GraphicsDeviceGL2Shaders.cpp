@@ -224,10 +224,11 @@ void main() {
 }
 )");
 
-// The coverage table is 0 for negative distances, so the fragments of the antialiased edges are not discarded: drawing
-// them costs less. Window positions are taken with y down, as the edge equations are.
+// The coverage table is 0 for negative distances, so the fragments of the antialiased edges are not
+// discarded: drawing them costs less. Window positions are taken with y down, as the edge equations are.
 
-constexpr Source TexturedEdgesFragment(uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
+constexpr Source TexturedEdgesFragment(
+    uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
 precision mediump float;
 uniform sampler2D sTexture;
 uniform sampler2D sDistribution;
@@ -246,7 +247,8 @@ void main() {
 }
 )");
 
-constexpr Source SolidEdgesFragment(uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
+constexpr Source
+    SolidEdgesFragment(uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
 precision mediump float;
 uniform vec4 vColor;
 uniform sampler2D sDistribution;
@@ -279,7 +281,8 @@ constexpr CatalogueEntry Catalogue[] = {
     {ShaderId::Text, TextFragment, TextVertex, VertexAttribSetup_Text},
     {ShaderId::TextUnderline, TextUnderlineFragment, TextUnderlineVertex, VertexAttribSetup_TextUnderline},
     {ShaderId::TextImage, TextImageFragment, TextImageVertex, VertexAttribSetup_TextImage},
-    {ShaderId::SeparateAlpha, SeparateAlphaFragment, SeparateAlphaVertex, VertexAttribSetup_Default_RGBA_ETC1},
+    {ShaderId::SeparateAlpha, SeparateAlphaFragment, SeparateAlphaVertex,
+     VertexAttribSetup_Default_RGBA_ETC1},
     {ShaderId::SeparateAlphaTested, SeparateAlphaTestedFragment, SeparateAlphaVertex,
      VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1},
     {ShaderId::TexturedEdges, TexturedEdgesFragment, TexturedEdgesVertex, VertexAttribSetup_AALine},
@@ -381,12 +384,14 @@ bool GraphicsDeviceGL2::InitializeShaders() {
             return false;
         }
     }
-    // Renderers give mWorldToView all the way to clip space; what some programs multiply in after it is the identity.
+    // Renderers give mWorldToView all the way to clip space; what some programs multiply in after it is the
+    // identity.
     for (ShaderId::Enum const id : {ShaderId::TextUnderline, ShaderId::TextImage, ShaderId::SeparateAlpha,
                                     ShaderId::SeparateAlphaTested}) {
         ShaderProgramGL2* const pProgram = programs[ShaderId::Textured - id].Get();
         SetActiveShader(pProgram);
-        pProgram->SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, Matrix4T<RealFloat>::Identity);
+        pProgram->SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport,
+                               Matrix4T<RealFloat>::Identity);
     }
     SetActiveShader(nullptr);
     return true;

@@ -9,14 +9,17 @@
 namespace trevik::kelvo {
 
 /**
- * Shared objects under ids, in the order in which they came: a short table that is searched from the front, so that ids
- * stand by themselves. It holds a reference to each object until ReleaseAll.
+ * Shared objects under ids, in the order in which they came: a short table that is searched from the front,
+ * so that ids stand by themselves. It holds a reference to each object until ReleaseAll.
  */
 template <class Id, class T>
 class IdTable {
 public:
     IdTable() = default;
-    /** Frees the table alone: releasing the objects takes a thread and a context, so it is asked for by ReleaseAll. */
+    /**
+     * Frees the table alone: releasing the objects takes a thread and a context, so it is asked for by
+     * ReleaseAll.
+     */
     ~IdTable() {
         FreeMemory(m_pIds);
         FreeMemory(m_ppObjects);
@@ -75,7 +78,8 @@ private:
         }
         int const nCapacity = m_nCapacity + Step;
         Id* const pIds = static_cast<Id*>(AllocateMemory(sizeof(Id) * static_cast<unsigned int>(nCapacity)));
-        T** const ppObjects = static_cast<T**>(AllocateMemory(sizeof(T*) * static_cast<unsigned int>(nCapacity)));
+        T** const ppObjects =
+            static_cast<T**>(AllocateMemory(sizeof(T*) * static_cast<unsigned int>(nCapacity)));
         if (!pIds || !ppObjects) {
             FreeMemory(pIds);
             FreeMemory(ppObjects);

@@ -23,7 +23,8 @@ struct ShaderId {
     };
 };
 
-// Each names one program's attributes at their locations, with SetVertexAttributeIndex, before it is compiled.
+// Each names one program's attributes at their locations, with SetVertexAttributeIndex, before it is
+// compiled.
 KELVO_EXPORT void VertexAttribSetup_Default(ShaderProgramGL2* pProgram);
 KELVO_EXPORT void VertexAttribSetup_DefaultNoTex(ShaderProgramGL2* pProgram);
 KELVO_EXPORT void VertexAttribSetup_DefaultPost(ShaderProgramGL2* pProgram);

@@ -117,7 +117,8 @@ void ShaderProgramGL2::TraceCompileLog(unsigned int nShader, char16_t const* pFo
     glGetShaderiv(nShader, GL_INFO_LOG_LENGTH, &nLength);
     List<char> log;
     if (nLength > 1 && log.Resize(static_cast<unsigned int>(nLength))) {
-        // The log is asked of the shader as if it were a program: intended. Drivers refuse, and the text stays empty.
+        // The log is asked of the shader as if it were a program: intended. Drivers refuse, and the text
+        // stays empty.
         glGetProgramInfoLog(nShader, nLength, nullptr, log.GetData());
         Debug::TraceFormat(TraceLevel::Error, pFormat, log.GetData());
     }
@@ -190,7 +191,10 @@ void ShaderProgramGL2::SetSampler(Text16 const& sName, TextureGL2* pTexture, uns
     glBindTexture(GL_TEXTURE_2D, nGLTexture);
 }
 
-/** The unit that the sampler owns already with this very texture, or the number of units: the case of nearly all draws. */
+/**
+ * The unit that the sampler owns already with this very texture, or the number of units: the case of nearly
+ * all draws.
+ */
 unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName, TextureGL2* pTexture) const {
     unsigned int const nUnits = m_samplers.GetCount();
     for (unsigned int i = 0; i < nUnits; ++i) {
@@ -202,7 +206,10 @@ unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName, TextureGL2* pTextur
     return nUnits;
 }
 
-/** Puts a texture into the sampler's unit or, failing that, the first free one; the number of units when there is none. */
+/**
+ * Puts a texture into the sampler's unit or, failing that, the first free one; the number of units when there
+ * is none.
+ */
 unsigned int ShaderProgramGL2::AssignUnit(Text16 const& sName, TextureGL2* pTexture) {
     unsigned int const nUnits = m_samplers.GetCount();
     unsigned int nUnit = nUnits;

@@ -36,17 +36,18 @@ struct VertexAttributeIndex {
 };
 
 /**
- * One GLSL ES program: its sources, the attribute locations that it is linked with, the locations of its uniforms and
- * the texture units of its samplers. Set the sources and attributes, compile once; then, for each draw, bind, set
- * parameters and samplers, draw, unbind. Everything but the setters of sources and attributes runs on the render thread
- * with the device's context current.
+ * One GLSL ES program: its sources, the attribute locations that it is linked with, the locations of its
+ * uniforms and the texture units of its samplers. Set the sources and attributes, compile once; then, for
+ * each draw, bind, set parameters and samplers, draw, unbind. Everything but the setters of sources and
+ * attributes runs on the render thread with the device's context current.
  */
 class KELVO_EXPORT ShaderProgramGL2 : public Referenced {
 public:
     /** What a texture unit holds for this program. */
     struct SamplerInfo {
-        StringEncoded<UTF16Encoding> m_sName; ///< the sampler that owns the unit; empty while the unit is free
-        Ref<TextureGL2> m_pTexture;           ///< stays referenced until the unit is given another one
+        StringEncoded<UTF16Encoding>
+            m_sName;                ///< the sampler that owns the unit; empty while the unit is free
+        Ref<TextureGL2> m_pTexture; ///< stays referenced until the unit is given another one
     };
 
     /** An empty program without GL objects. */
@@ -58,34 +59,47 @@ public:
 
     /** Sets a stage's source; any type but Vertex sets the fragment source. */
     void SetSource(ShaderType::Enum type, StringEncoded<UTF16Encoding> const& sSource);
-    /** Stores a program binary, which the caller keeps. Binaries are not loaded: a program that has one fails to compile. */
+    /**
+     * Stores a program binary, which the caller keeps. Binaries are not loaded: a program that has one fails
+     * to compile.
+     */
     void SetBinary(void const* pData, int nSize);
-    /** Names the attribute at an index from 0 to 7, in place of an earlier one. Takes effect when the program compiles. */
+    /**
+     * Names the attribute at an index from 0 to 7, in place of an earlier one. Takes effect when the program
+     * compiles.
+     */
     void SetVertexAttributeIndex(StringEncoded<UTF16Encoding> const& sName, VertexAttributeIndex::Enum index);
 
     /**
-     * Compiles and links the sources. On success every texture unit is free. Calls, in this order, glGetBooleanv,
-     * glCreateProgram, glCreateShader, glShaderSource, glCompileShader, glAttachShader, glBindAttribLocation,
-     * glLinkProgram and the queries that tell the outcome.
-     * @return false without a message for a binary, a missing source or a driver without compiler, with the empty
-     * program object left in place; false with the traced logs, and without GL objects, when linking fails.
+     * Compiles and links the sources. On success every texture unit is free. Calls, in this order,
+     * glGetBooleanv, glCreateProgram, glCreateShader, glShaderSource, glCompileShader, glAttachShader,
+     * glBindAttribLocation, glLinkProgram and the queries that tell the outcome.
+     * @return false without a message for a binary, a missing source or a driver without compiler, with the
+     * empty program object left in place; false with the traced logs, and without GL objects, when linking
+     * fails.
      */
     bool Compile();
-    /** Traces, at the debug level, both sources with line numbers under a name that says which program this is. */
+    /**
+     * Traces, at the debug level, both sources with line numbers under a name that says which program this
+     * is.
+     */
     void TraceSources(StringEncoded<UTF16Encoding> const& sProgram) const;
 
     /** glUseProgram and glEnableVertexAttribArray for each attribute; nothing while bound already. */
     void Bind();
     /**
-     * glDisableVertexAttribArray for each attribute, texture 0 in each unit that holds a texture, glUseProgram(0);
-     * nothing while not bound. The active unit stays the last one touched.
+     * glDisableVertexAttribArray for each attribute, texture 0 in each unit that holds a texture,
+     * glUseProgram(0); nothing while not bound. The active unit stays the last one touched.
      */
     void Unbind();
 
-    /** The location of a uniform, -1 for one that is not active. Asked of GL once for each name, even across Cleanup. */
+    /**
+     * The location of a uniform, -1 for one that is not active. Asked of GL once for each name, even across
+     * Cleanup.
+     */
     int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName) {
-        // The cached name shares the storage of the name it was made from, and shared text never changes: the same
-        // address is the same name.
+        // The cached name shares the storage of the name it was made from, and shared text never changes: the
+        // same address is the same name.
         for (UniformLocation const& uniform : m_uniforms) {
             if (uniform.m_sName.GetData() == sName.GetData()) {
                 return uniform.m_nLocation;
@@ -95,27 +109,32 @@ public:
     }
 
     /**
-     * Gives a sampler a texture: the sampler's own unit, or the first free one from now on. Calls glUniform1i,
-     * glActiveTexture and glBindTexture each time, before them glActiveTexture and glBindTexture(0) for another texture
-     * that the unit held. The program has to be bound.
+     * Gives a sampler a texture: the sampler's own unit, or the first free one from now on. Calls
+     * glUniform1i, glActiveTexture and glBindTexture each time, before them glActiveTexture and
+     * glBindTexture(0) for another texture that the unit held. The program has to be bound.
      * @param pTexture null binds texture 0; the unit stays the sampler's.
      * @param nGLTexture the GL name to bind in place of the texture's own; 0 for its own, made on first use.
      * Without a free unit a trace is all that happens.
      */
     void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture, unsigned int nGLTexture);
 
-    // Set a uniform of the bound program: glUniformMatrix4fv and glUniform4f to glUniform1f. The stage does not matter,
-    // since uniforms belong to the whole program; it is intended to be ignored. Inactive uniforms are ignored by GL.
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, Matrix4T<float> const& value) {
+    // Set a uniform of the bound program: glUniformMatrix4fv and glUniform4f to glUniform1f. The stage does
+    // not matter, since uniforms belong to the whole program; it is intended to be ignored. Inactive uniforms
+    // are ignored by GL.
+    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
+                      Matrix4T<float> const& value) {
         glUniformMatrix4fv(GetUniformLocation(sName), 1, GL_FALSE, value.m);
     }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, Vector4T<float> const& value) {
+    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
+                      Vector4T<float> const& value) {
         glUniform4f(GetUniformLocation(sName), value.x, value.y, value.z, value.w);
     }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, Vector3T<float> const& value) {
+    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
+                      Vector3T<float> const& value) {
         glUniform3f(GetUniformLocation(sName), value.x, value.y, value.z);
     }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, Vector2T<float> const& value) {
+    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
+                      Vector2T<float> const& value) {
         glUniform2f(GetUniformLocation(sName), value.x, value.y);
     }
     void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, float value) {

@@ -20,7 +20,10 @@ constexpr unsigned int LineReleaseAlpha = 199;
 constexpr unsigned int LineSurfaceInfo = 407;
 constexpr unsigned int LineReplace = 528;
 
-/** How GL takes a texture format; an internal format of 0 cannot be uploaded, a format of 0 is a compressed one. */
+/**
+ * How GL takes a texture format; an internal format of 0 cannot be uploaded, a format of 0 is a compressed
+ * one.
+ */
 struct Upload {
     GLenum internalFormat;
     GLenum format;
@@ -54,8 +57,8 @@ constexpr Upload GetUpload(int nFormat) {
 
 void UploadLevel(Upload const& upload, GLint nLevel, MipLevel const& level, unsigned char const* pSource) {
     if (upload.format == 0) {
-        glCompressedTexImage2D(GL_TEXTURE_2D, nLevel, upload.internalFormat, level.m_nWidth, level.m_nHeight, 0,
-                               level.m_nSize, pSource);
+        glCompressedTexImage2D(GL_TEXTURE_2D, nLevel, upload.internalFormat, level.m_nWidth, level.m_nHeight,
+                               0, level.m_nSize, pSource);
     } else {
         glTexImage2D(GL_TEXTURE_2D, nLevel, static_cast<GLint>(upload.internalFormat), level.m_nWidth,
                      level.m_nHeight, 0, upload.format, upload.type, pSource);
@@ -127,7 +130,8 @@ int TextureGL2::Count() {
     return m_fEglImageInitialized ? m_nEglImages : 0;
 }
 
-bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride) {
+bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
+                         int nStride) {
     TEXTURE_ASSERT(!m_fEglImageInitialized, LineReplace, "!m_fEglImageInitialized");
     ReleaseGLTexture();
     return Texture::Replace(nWidth, nHeight, format, pData, nStride);
@@ -148,7 +152,8 @@ bool TextureGL2::CreateGLTexture() {
         if (m_nGLTexture == 0) {
             // After a wrap to 0 this is surface 0, not the last one: intended.
             int const nImage = m_nCurrentEglImage > 1 ? m_nCurrentEglImage - 1 : 0;
-            m_nGLTexture = static_cast<unsigned int>(m_pEGLImage[static_cast<unsigned int>(nImage)]->GetTexture());
+            m_nGLTexture =
+                static_cast<unsigned int>(m_pEGLImage[static_cast<unsigned int>(nImage)]->GetTexture());
         }
         DropPixels();
         return true;
@@ -173,7 +178,8 @@ void TextureGL2::DropPixels() {
     m_pixelData.Notify();
 }
 
-unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLevel> const& levels, int nFormat) const {
+unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLevel> const& levels,
+                                         int nFormat) const {
     if (!pData) {
         return 0;
     }
@@ -189,7 +195,8 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
         if (nFormat == TextureFormat::ETC1_Alpha) {
             unsigned int const nTexels =
                 static_cast<unsigned int>(level.m_nWidth) * static_cast<unsigned int>(level.m_nHeight);
-            pSource += static_cast<int>(nTexels) >> 1; // behind the colour image, which takes half a byte a texel
+            pSource +=
+                static_cast<int>(nTexels) >> 1; // behind the colour image, which takes half a byte a texel
         }
         if (upload.internalFormat == 0) {
             return 0; // leaves the name behind, bound: intended
@@ -203,7 +210,8 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
 void TextureGL2::SetFilters(unsigned int nLevels) const {
     GLint nFilter = GL_LINEAR;
     if (nLevels > 1) {
-        nFilter = GL_LINEAR_MIPMAP_LINEAR; // for magnification too, which GL refuses, keeping GL_LINEAR: intended
+        nFilter =
+            GL_LINEAR_MIPMAP_LINEAR; // for magnification too, which GL refuses, keeping GL_LINEAR: intended
     } else if (m_format == TextureFormat::Depth16 || m_format == TextureFormat::Depth24Stencil8) {
         nFilter = GL_NEAREST;
     }
@@ -215,13 +223,15 @@ void TextureGL2::SetFilters(unsigned int nLevels) const {
 
 void TextureGL2::ReleaseGLTexture() {
     if (m_nGLTexture != 0) {
-        TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseColor, "GraphicsDeviceGL2::InRenderThread()");
+        TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseColor,
+                       "GraphicsDeviceGL2::InRenderThread()");
         Statistics::Instance().DecrementStat(Statistics::StatTextureMemory, m_nByteSize);
         glDeleteTextures(1, &m_nGLTexture);
         m_nGLTexture = 0;
     }
     if (m_nGLTextureAlpha != 0) {
-        TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseAlpha, "GraphicsDeviceGL2::InRenderThread()");
+        TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseAlpha,
+                       "GraphicsDeviceGL2::InRenderThread()");
         glDeleteTextures(1, &m_nGLTextureAlpha);
         m_nGLTextureAlpha = 0;
     }

@@ -4,8 +4,8 @@
 #include "trevik/StringEncoded.h"
 
 /**
- * The uniforms and samplers that several renderers set, under the names that they have in the shaders. Each is one
- * string for the whole library, so that a program finds a name that it knows by its address alone.
+ * The uniforms and samplers that several renderers set, under the names that they have in the shaders. Each
+ * is one string for the whole library, so that a program finds a name that it knows by its address alone.
  */
 namespace trevik::kelvo::UniformNames {
 
