@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Function.h"
 #include "trevik/List.h"
 
@@ -91,7 +92,7 @@ private:
         return -1;
     }
 
-    void FireHandlers(std::add_lvalue_reference_t<Args>... args) {
+    TREVIK_NOINLINE void FireHandlers(std::add_lvalue_reference_t<Args>... args) {
         ++m_nFiring;
         unsigned int const count = m_handlers.GetCount();
         for (unsigned int i = 0; i < count; ++i) {

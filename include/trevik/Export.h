@@ -10,3 +10,10 @@
 #else
 #define TREVIK_API
 #endif
+
+/** Keeps the rare half of an operation out of its callers, so that the frequent half stays small. */
+#if defined(__GNUC__)
+#define TREVIK_NOINLINE __attribute__((noinline))
+#else
+#define TREVIK_NOINLINE
+#endif

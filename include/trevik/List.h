@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Memory.h"
 
 #include <climits>
@@ -255,7 +256,7 @@ private:
     }
 
     template <class U>
-    bool EmplaceGrowing(U&& element) {
+    TREVIK_NOINLINE bool EmplaceGrowing(U&& element) {
         if (m_nCapacity == UINT_MAX) {
             return false;
         }
