@@ -41,7 +41,7 @@ bool HasAlpha(TextureFormat::Enum format) {
 }
 
 std::size_t RowBytes(TextureFormat::Enum format, int width) {
-    return (std::size_t(width) * BytesPerPixel(format) + 3) / 4 * 4;
+    return std::size_t(width) * BytesPerPixel(format);
 }
 
 std::size_t PlaneBytes(TextureFormat::Enum format, int width, int height) {

@@ -16,9 +16,8 @@ namespace trevik::kelvo::assets {
  * sprite shows at its upper edge comes first), unless a reader was asked to flip them.
  *
  * Formats are those that `IsSupported` answers true for. Colours are not multiplied by alpha. 16-bit pixels
- * are words of the machine's byte order. Rows of the uncompressed formats begin at multiples of four bytes
- * (see `RowBytes`): the alignment GL expects unless told otherwise, and the back end does not tell it
- * otherwise.
+ * are words of the machine's byte order. Rows of the uncompressed formats follow each other without gaps (see
+ * `RowBytes`), as the back end tells GL.
  *
  * A level of `ETC1_RGBA` has the blocks of the colours at its offset, directly followed by as many blocks of
  * the alpha as a grey picture; its size is, as for every texture, that of one of the two planes.
@@ -86,8 +85,7 @@ bool IsEtc1(TextureFormat::Enum format);
 /** True when pixels of the format carry alpha. */
 bool HasAlpha(TextureFormat::Enum format);
 
-/** Bytes from one row to the next of an uncompressed format: the pixels' bytes rounded up to a multiple of
- * four. */
+/** Bytes from one row to the next of an uncompressed format. */
 std::size_t RowBytes(TextureFormat::Enum format, int width);
 
 /** Bytes of one plane of `width` x `height` pixels (`ETC1_RGBA` has two planes, all others one). */

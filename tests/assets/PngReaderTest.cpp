@@ -76,17 +76,6 @@ Bytes SmallRgba() {
     return RgbaPng(3, 2, GradientRgba(3, 2));
 }
 
-/** The rows of a one-level image without the bytes that align them. */
-Bytes TightRows(const ImageData& image, std::size_t bytesPerPixel) {
-    const std::size_t row = std::size_t(image.width) * bytesPerPixel;
-    const std::size_t stride = (row + 3) / 4 * 4;
-    Bytes out;
-    for (std::size_t y = 0; y < std::size_t(image.height); ++y)
-        for (std::size_t i = 0; i < row; ++i)
-            out.push_back(image.pixels.at(y * stride + i));
-    return out;
-}
-
 Bytes WithoutAlpha(const Bytes& rgba) {
     Bytes out;
     for (std::size_t i = 0; i < rgba.size(); ++i)
@@ -119,7 +108,7 @@ void ExpectDecodes(const PngSource& source, bool fAlpha) {
     EXPECT_EQ(image.allocatedHeight, source.height);
     ASSERT_EQ(image.levels.size(), 1u);
     const Bytes expected = ExpectedRgba(source);
-    EXPECT_EQ(TightRows(image, fAlpha ? 4 : 3), fAlpha ? expected : WithoutAlpha(expected));
+    EXPECT_EQ(image.pixels, fAlpha ? expected : WithoutAlpha(expected));
 }
 
 TEST(PngReader, DecodesEveryColourTypeDepthAndInterlacing) {
