@@ -1,5 +1,6 @@
 #include "trevik/kelvo/Deserializer.h"
 
+#include "NodeStorage.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/Hash.h"
@@ -16,6 +17,16 @@ DocumentNode* FindChild(DocumentNode const& node, unsigned int nTagID) {
         }
     }
     return nullptr;
+}
+
+/** Number of children with the same tag that stand before `node`. */
+int CountBefore(DocumentNode const& parent, DocumentNode const& node) {
+    int nCount = 0;
+    for (unsigned int nChild = 0; nChild < parent.GetChildCount() && parent.GetChild(nChild) != &node;
+         ++nChild) {
+        nCount += parent.GetChild(nChild)->GetTagID() == node.GetTagID() ? 1 : 0;
+    }
+    return nCount;
 }
 
 } // namespace
@@ -68,8 +79,7 @@ Ref<Texture> Deserializer::GetTexture(int nIndex) {
         slot.m_fTried = true; // a texture that asks for itself while it loads gets none
         slot.m_pTexture = LoadTexture(static_cast<unsigned int>(nIndex));
         if (!slot.m_pTexture) {
-            Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Texture %d of the document cannot be loaded",
-                               nIndex);
+            Fail(u"texture %d of the document cannot be loaded", nIndex);
         }
     }
     return slot.m_pTexture;
@@ -90,6 +100,36 @@ Ref<Texture> Deserializer::LoadTexture(unsigned int nIndex) {
         pTexture && m_stack.Append(m_pTextureTable) && m_stack.Append(pNode) && pTexture->Load(*this);
     m_stack.Swap(interrupted);
     return fLoaded ? pTexture : Ref<Texture>();
+}
+
+StringEncoded<UTF16Encoding> Deserializer::GetPath() const {
+    StringEncoded<UTF16Encoding> sPath;
+    DocumentNode const* pParent = m_pDocument.Get();
+    for (DocumentNode const* pNode : m_stack) {
+        unsigned char const* pData = nullptr;
+        unsigned long nLength = 0;
+        StringEncoded<UTF16Encoding> sName;
+        bool const fNamed =
+            pNode->FindAttribute(NodeID::Name, pData, nLength) && ReadText(pData, nLength, sName);
+        if (fNamed || pNode->GetTagID() == NodeID::Node) {
+            AppendPathStep(sPath, sName, CountBefore(*pParent, *pNode));
+        }
+        pParent = pNode;
+    }
+    return sPath;
+}
+
+bool Deserializer::Fail(char16_t const* pFormat, ...) {
+    if (m_sError.IsEmpty()) {
+        va_list arguments;
+        va_start(arguments, pFormat);
+        m_sError = GetPath();
+        m_sError += StringEncoded<UTF16Encoding>::FromLiteral(u": cannot be loaded: ");
+        m_sError += StringEncoded<UTF16Encoding>::FormatV(pFormat, arguments);
+        va_end(arguments);
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s", m_sError.GetData());
+    }
+    return false;
 }
 
 } // namespace trevik::kelvo

@@ -3,7 +3,6 @@
 #include <atomic>
 #include <new>
 
-#include "trevik/Debug.h"
 #include "trevik/Mutex.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -54,14 +53,12 @@ PropertyDescriptor const* Intern(PropertyDescriptor const& wanted) {
     return &pEntry->m_descriptor;
 }
 
-void TraceFailedLoad(PropertyDescriptor const& descriptor) {
+void NoteFailedLoad(Deserializer& deserializer, PropertyDescriptor const& descriptor) {
     static char16_t const s_reason[] = u"the document holds no controller or value that fits it";
     if (descriptor.m_pName) {
-        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Property \"%s\" cannot be loaded: %s",
-                           descriptor.m_pName, s_reason);
+        deserializer.Fail(u"property \"%s\": %s", descriptor.m_pName, s_reason);
     } else {
-        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Property %u cannot be loaded: %s", descriptor.m_nID,
-                           s_reason);
+        deserializer.Fail(u"property %u: %s", descriptor.m_nID, s_reason);
     }
 }
 
@@ -141,7 +138,7 @@ bool PropertyList::Load(Deserializer& deserializer) {
         bool const fLoaded = deserializer.PushChild(nChild) && pEntry->m_pProperty->Load(deserializer);
         deserializer.PopTo(nDepth);
         if (!fLoaded) {
-            TraceFailedLoad(*pEntry->m_pDescriptor);
+            NoteFailedLoad(deserializer, *pEntry->m_pDescriptor);
             return false;
         }
     }

@@ -1,6 +1,14 @@
 #include "trevik/ClassRegistry.h"
 
+#include <atomic>
+
 namespace trevik {
+
+namespace {
+
+std::atomic<ClassRegistry*> g_pDefault{nullptr};
+
+} // namespace
 
 ClassContainer::~ClassContainer() {}
 
@@ -8,7 +16,14 @@ Referenced* ClassContainer::Create() {
     return nullptr;
 }
 
+ClassRegistry::ClassRegistry() {
+    ClassRegistry* none = nullptr;
+    g_pDefault.compare_exchange_strong(none, this);
+}
+
 ClassRegistry::~ClassRegistry() {
+    ClassRegistry* self = this;
+    g_pDefault.compare_exchange_strong(self, nullptr);
     for (ClassContainer* container : m_containers) {
         delete container;
     }
@@ -41,6 +56,14 @@ Referenced* ClassRegistry::Create(unsigned int classID) const {
 
 bool ClassRegistry::IsRegistered(unsigned int classID) const {
     return Find(classID) >= 0;
+}
+
+ClassRegistry* ClassRegistry::GetDefault() {
+    return g_pDefault.load();
+}
+
+void ClassRegistry::SetDefault(ClassRegistry* registry) {
+    g_pDefault.store(registry);
 }
 
 int ClassRegistry::Find(unsigned int classID) const {

@@ -11,7 +11,9 @@ namespace trevik {
  */
 class TREVIK_API ClassRegistry {
 public:
-    ClassRegistry() {}
+    /** The first registry becomes the default one. */
+    ClassRegistry();
+    /** Deletes the containers; the default registry is then none. */
     virtual ~ClassRegistry();
 
     /**
@@ -25,6 +27,13 @@ public:
     Referenced* Create(unsigned int classID) const;
 
     bool IsRegistered(unsigned int classID) const;
+
+    /**
+     * The registry for whoever creates objects without having been handed one; null when there is none. It is
+     * set before other threads ask for it.
+     */
+    static ClassRegistry* GetDefault();
+    static void SetDefault(ClassRegistry* registry);
 
     /** The number of classes, and the id of each in the order of registration; index is below the count. */
     unsigned int GetCount() const { return m_containers.GetCount(); }

@@ -9,8 +9,8 @@
 namespace trevik::kelvo {
 
 /**
- * A point of view: its place and direction are the node's transform (looking along -z, y up), its projection the
- * properties below. The back end supplies the matrices.
+ * A point of view: its place and direction are the node's transform (looking along -z, y up), its projection
+ * the properties below. The back end supplies the matrices.
  */
 class TREVIK_API Camera : public TransformNode {
 public:
@@ -33,10 +33,11 @@ public:
     virtual void CalculateProjection() = 0;
 
     /**
-     * Sets a perspective camera up as a photographer would: `focalLength` and `filmWidth` in millimetres give the
-     * horizontal field of view 2·atan(filmWidth / (2·focalLength)); the view rectangle becomes (0, 0, width, height) in
-     * pixels. When `fCentred`, the camera moves to where the plane z = 0 maps one unit to one pixel with (0, 0) in the
-     * lower left corner; near and far planes lie at a tenth and at ten times the distance to that plane.
+     * Sets a perspective camera up as a photographer would: `focalLength` and `filmWidth` in millimetres give
+     * the horizontal field of view 2·atan(filmWidth / (2·focalLength)); the view rectangle becomes (0, 0,
+     * width, height) in pixels. When `fCentred`, the camera moves to where the plane z = 0 maps one unit to
+     * one pixel with (0, 0) in the lower left corner; near and far planes lie at a tenth and at ten times the
+     * distance to that plane.
      */
     void SetupMillimeter(RealFloat const& focalLength, RealFloat const& filmWidth, RealFloat const& width,
                          RealFloat const& height, bool fCentred);
@@ -49,12 +50,12 @@ public:
     RectangleProperty& GetViewRectangleProperty() { return m_viewRectangle; }
 
 protected:
-    BoolProperty m_orthographic;           ///< "Orthographic", false
-    RealProperty m_horizontalFieldOfView;  ///< "HorizontalFieldOfView", degrees; 0 means none is given, 0
-    RealProperty m_verticalFieldOfView;    ///< "VerticalFieldOfView", degrees, 45
-    RealProperty m_near;                   ///< "Near", distance, 1
-    RealProperty m_far;                    ///< "Far", distance, 1000
-    RectangleProperty m_viewRectangle;     ///< "ViewRectangle", left, top, right, bottom, (0, 0, 1, 1)
+    BoolProperty m_orthographic;          ///< "Orthographic", false
+    RealProperty m_horizontalFieldOfView; ///< "HorizontalFieldOfView", degrees; 0 means none is given, 0
+    RealProperty m_verticalFieldOfView;   ///< "VerticalFieldOfView", degrees, 45
+    RealProperty m_near;                  ///< "Near", distance, 1
+    RealProperty m_far;                   ///< "Far", distance, 1000
+    RectangleProperty m_viewRectangle;    ///< "ViewRectangle", left, top, right, bottom, (0, 0, 1, 1)
 };
 
 } // namespace trevik::kelvo

@@ -3,6 +3,7 @@
 #include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Ref.h"
+#include "trevik/StringEncoded.h"
 #include "trevik/kelvo/DocumentNode.h"
 
 namespace trevik {
@@ -68,6 +69,17 @@ public:
 
     ClassRegistry& GetRegistry() const { return m_registry; }
 
+    /** Where in the document the current node stands, by the names of the scene nodes above, for messages. */
+    StringEncoded<UTF16Encoding> GetPath() const;
+    /**
+     * Notes why the document cannot be loaded (UTF16Encoding::FormatV), with the current path, traces it, and
+     * returns false. Loaders call it where they detect a fault; of one fault only this first note counts, so
+     * those further up may call it too.
+     */
+    bool Fail(char16_t const* pFormat, ...);
+    /** What Fail noted: path and reason in one line; empty when nothing has failed. */
+    StringEncoded<UTF16Encoding> const& GetError() const { return m_sError; }
+
 private:
     /** One entry of the texture table. */
     struct TextureSlot {
@@ -82,6 +94,7 @@ private:
     List<DocumentNode*> m_stack;   ///< pushed nodes, without the root
     DocumentNode* m_pTextureTable; ///< null when the document has none
     List<TextureSlot> m_textures;  ///< one for each child of the table, from the first use on
+    StringEncoded<UTF16Encoding> m_sError;
 };
 
 } // namespace trevik::kelvo

@@ -19,8 +19,8 @@ class Sprite;
 class Text;
 
 /**
- * Something that changes how a node and its subtree are drawn. Attached with TransformNode::AddEffect; a node's effects
- * are asked in attachment order. All operations run on the render thread.
+ * Something that changes how a node and its subtree are drawn. Attached with TransformNode::AddEffect; a
+ * node's effects are asked in attachment order. All operations run on the render thread.
  */
 class TREVIK_API Effect : public Referenced, public ITraceable {
 public:
@@ -37,7 +37,8 @@ public:
     virtual bool IsKindOf(unsigned int nClassID) const = 0;
     virtual unsigned int GetResourceClassID() const = 0;
 
-    /** Fetches the shared resource from the device and hands it to InternalInit; true once that has succeeded. */
+    /** Fetches the shared resource from the device and hands it to InternalInit; true once that has
+     * succeeded. */
     virtual bool Init(GraphicsDevice& device);
     /** Brings the effect's properties to `frame`; initialises the effect on first use. */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
@@ -45,7 +46,8 @@ public:
     virtual void PreRender(GraphicsDevice& device);
     /** Called after the node's children have been drawn. */
     virtual void PostRender(GraphicsDevice& device);
-    /** Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others. */
+    /** Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others.
+     */
     virtual bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity);
     /** The same for a text. */
     virtual bool OverrideDrawText(GraphicsDevice& device, Text& text);
@@ -53,7 +55,8 @@ public:
     virtual void RegisterProperties();
     /** Takes the shared resource; false leaves the effect uninitialised. */
     virtual bool InternalInit(EffectResource* pResource);
-    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
+    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                                bool fForce);
 
     /** The effect's animated properties; registered on first use. */
     PropertyList& GetProperties();

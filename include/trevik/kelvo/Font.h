@@ -9,6 +9,7 @@
 #include "trevik/kelvo/Glyph.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
 
 namespace trevik::kelvo {
@@ -17,7 +18,19 @@ class Deserializer;
 class GraphicsDevice;
 class Serializer;
 
-/** A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said otherwise. */
+/** What text layout needs to know of a font besides its glyphs. */
+struct FontMetrics {
+    RealFloat m_rXPixelsPerEm = 0;
+    RealFloat m_rYPixelsPerEm = 0;
+    RealFloat m_rScaleFactorX = 1; ///< from font pixels to node units at the font's own size
+    RealFloat m_rScaleFactorY = 1;
+    RealFloat m_rAscent = 0;  ///< above the baseline, positive
+    RealFloat m_rDescent = 0; ///< below the baseline, positive
+    RealFloat m_rLeading = 0; ///< extra distance between lines
+};
+
+/** A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said
+ * otherwise. */
 class TREVIK_API Font : public Referenced, public ITraceable {
 public:
     Font();
@@ -37,20 +50,26 @@ public:
     /** Gives the font an id that no other font of the process has. */
     virtual void GenerateID();
     /**
-     * Draws a batch of glyphs, or, with `fShadow`, its drop shadow. Only the alpha of `color` is used, as a fade.
-     * Render thread.
+     * Draws a batch of glyphs, or, with `fShadow`, its drop shadow. Only the alpha of `color` is used, as a
+     * fade. Render thread.
      */
-    virtual void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
-                                  Vector3T<RealFloat> const& position, ColorT<RealFloat> const& color, bool fShadow,
+    virtual void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
+                                  GlyphBatch const& batch, Vector3T<RealFloat> const& position,
+                                  ColorT<RealFloat> const& color, bool fShadow,
                                   Vector3T<RealFloat> const& shadowOffset,
                                   ColorT<RealFloat> const& shadowColor) const = 0;
+    /** Writes metrics and properties into the current document node. */
     virtual bool Save(Serializer& serializer);
+    /** Reads what Save wrote; false, noted, when it does not fit. */
     virtual bool Load(Deserializer& deserializer);
     /** The glyph of a code point; null when the font has none. */
     virtual Glyph const* GetGlyph(unsigned int nCodePoint) const;
     void Emit(MemoryTracer* pTracer) override;
 
+    /** 0 until GenerateID. */
     unsigned int GetID() const { return m_nID; }
+    FontMetrics const& GetMetrics() const { return m_metrics; }
+    void SetMetrics(FontMetrics const& metrics) { m_metrics = metrics; }
     BoolProperty& GetUnderlineProperty() { return m_underline; }
     RealProperty& GetUnderlinePositionProperty() { return m_underlinePosition; }
     RealProperty& GetUnderlineThicknessProperty() { return m_underlineThickness; }
@@ -58,6 +77,8 @@ public:
 
 protected:
     unsigned int m_nID = 0;
+    FontMetrics m_metrics;
+    PropertyList m_properties;
     BoolProperty m_underline;          ///< "Underline", false
     RealProperty m_underlinePosition;  ///< "UnderlinePosition", 0
     RealProperty m_underlineThickness; ///< "UnderlineThickness", 0

@@ -8,7 +8,8 @@
 
 namespace trevik::kelvo {
 
-/** One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font pixels. */
+/** One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font
+ * pixels. */
 struct Glyph {
     unsigned int m_nCodePoint = 0;
     unsigned short m_nWidth = 0;
@@ -18,7 +19,8 @@ struct Glyph {
     int m_nAdvance = 0; ///< from this pen position to the next
 
     Ref<Texture> m_pTexture;
-    RealFloat m_textureRectangle[4] = {0, 0, 0, 0}; ///< v at the top edge, u left, v at the bottom edge, u right
+    RealFloat m_textureRectangle[4] = {0, 0, 0,
+                                       0}; ///< v at the top edge, u left, v at the bottom edge, u right
 
     short m_nMesh = -1; ///< index of the mesh; -1 for a glyph without one
     RealFloat m_rDivisorX = 1;

@@ -20,19 +20,23 @@ class Node;
 class Texture;
 
 /**
- * What scenes are drawn through. The base records state and keeps the opacity and transform stacks and the selection; a
- * back end adds everything that touches pixels. All operations run on the render thread.
+ * What scenes are drawn through. The base records state and keeps the opacity and transform stacks and the
+ * selection; a back end adds everything that touches pixels. All operations run on the render thread.
  *
  * The order of the virtual operations is part of the contract between host and back ends.
  */
 class TREVIK_API GraphicsDevice {
 public:
+    /** The distance that HitProjection gives for the eye itself; hits with less lie behind it. */
+    static constexpr RealFloat DistanceOfEye = 1;
+
     GraphicsDevice();
     virtual ~GraphicsDevice();
     GraphicsDevice(GraphicsDevice const&) = delete;
     GraphicsDevice& operator=(GraphicsDevice const&) = delete;
 
-    /** Brings the device up on a window; the calling thread becomes the render thread. The base records format and size. */
+    /** Brings the device up on a window; the calling thread becomes the render thread. The base records
+     * format and size. */
     virtual bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size);
     /** Records a new surface rectangle (left, top, right, bottom; pixels) as size and viewport. */
     virtual bool Reset(RectangleT<int> const& rectangle);
@@ -48,20 +52,27 @@ public:
     virtual void SetViewport(int nX, int nY, int nWidth, int nHeight);
     virtual RectangleT<int> GetViewport() const;
     /** Window position (pixels, y down) of a point given in the space that `model` maps to the world. */
-    virtual Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model, Vector4T<RealFloat> const& point) = 0;
+    virtual Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model,
+                                                  Vector4T<RealFloat> const& point) = 0;
     /**
-     * Intersects the pick ray through the selection point with the plane of the triangle (p0, p1, p2) under `model`: the
-     * hit is p0 + uv.x (p1 - p0) + uv.y (p2 - p0). False when there is no single intersection; no range is tested.
+     * Intersects the pick ray through the selection point with the plane of the triangle (p0, p1, p2) under
+     * `model`: the hit is p0 + uv.x (p1 - p0) + uv.y (p2 - p0). `distance` is DistanceOfEye at the eye and
+     * grows along the ray. False when there is no single intersection; no range is tested.
      */
     virtual bool HitProjection(Matrix4T<RealFloat> const& model, Vector3T<RealFloat> const& p0,
-                               Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2, Vector2T<RealFloat>& uv,
-                               RealFloat& distance) = 0;
+                               Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2,
+                               Vector2T<RealFloat>& uv, RealFloat& distance) = 0;
     /** Leaves selection mode. */
     virtual void SetRenderMode();
-    /** Rendering now enters the nodes under `point` (window pixels, y down) into `pSelected` instead of drawing. */
+    /** Rendering now enters the nodes under `point` (window pixels, y down) into `pSelected` instead of
+     * drawing. */
     virtual void SetSelectionMode(Vector2T<RealFloat> const& point, List<SelectionPoint>* pSelected);
     virtual Vector2T<RealFloat> GetSelectionPoint();
-    /** Enters a node that was hit, keeping the list sorted by distance, nearest first. */
+    /**
+     * Enters a node that was hit, keeping the list sorted by distance, nearest first. Of nodes at the same
+     * distance, up to rounding, the one entered last (drawn on top) comes first. Outside selection mode
+     * nothing happens.
+     */
     virtual void PushSelected(Node* pNode, Vector2T<RealFloat> const& position, RealFloat const& distance);
     virtual Matrix4T<RealFloat> GetProjectionMatrix() = 0;
     virtual Matrix4T<RealFloat> GetViewMatrix() = 0;
@@ -82,12 +93,14 @@ public:
     virtual void PopOpacity();
     virtual void MergeOpacity(RealFloat const& opacity);
     virtual RealFloat GetOpacity();
-    /** Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then the top. */
+    /** Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then
+     * the top. */
     virtual void PushTransformMatrix(Matrix4T<RealFloat> const& matrix);
     virtual void PopTransformMatrix();
     virtual void MergeTransformMatrix(Matrix4T<RealFloat> const& matrix);
     virtual Matrix4T<RealFloat> GetTransformMatrix() const;
-    /** Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true. */
+    /** Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true.
+     */
     virtual bool PushMasks(List<Mask*>& masks);
     virtual bool PopMasks(List<Mask*>& masks);
     virtual void PushCamera(Camera* pCamera) = 0;
@@ -99,7 +112,8 @@ public:
 
     // What follows is not virtual.
 
-    /** A new resource of the class from the registry; null when none is registered. The caller takes the reference. */
+    /** A new resource of the class from ClassRegistry::GetDefault(); null when none is registered. The caller
+     * takes the first reference. */
     EffectResource* CreateEffectResource(unsigned int nClassID);
 
     /** While highlighting is on, everything is drawn in the highlight colour. */

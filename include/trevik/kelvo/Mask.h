@@ -11,14 +11,16 @@ namespace trevik::kelvo {
 class Deserializer;
 class Serializer;
 
-/** Triangles of a mask as the back end draws them: a plain list, three vertices each, in the masked node's space. */
+/** Triangles of a mask as the back end draws them: a plain list, three vertices each, in the masked node's
+ * space. */
 struct MaskGeometry {
-    unsigned long m_nFlags;                     ///< reserved, 0
-    Vector3T<RealFloat> const* m_pVertices;     ///< m_nVertexCount positions, tightly packed; the mask's own
+    unsigned long m_nFlags;                 ///< reserved, 0
+    Vector3T<RealFloat> const* m_pVertices; ///< m_nVertexCount positions, tightly packed; the mask's own
     unsigned int m_nVertexCount;
 };
 
-/** A shape outside of which neither the nodes it is attached to nor their children draw. Shared by reference. */
+/** A shape outside of which neither the nodes it is attached to nor their children draw. Shared by reference.
+ */
 class TREVIK_API Mask : public Referenced {
 public:
     Mask();
@@ -32,11 +34,15 @@ public:
     /** The triangles; valid until the mask is changed. */
     virtual MaskGeometry const& GetGeometry() const;
 
-    /** Replaces the triangles by `nVertexCount` (a multiple of 3) positions. False on another count or out of memory. */
+    /** Replaces the triangles by `nVertexCount` (a multiple of 3) positions. False on another count or out of
+     * memory. */
     bool SetTriangles(Vector3T<RealFloat> const* pVertices, unsigned int nVertexCount);
+    /** Bytes of the vertices, for memory tracing. */
+    unsigned int GetByteSize() const;
 
 private:
-    Mask(Mask const& other);
+    Mask(Mask const&) = delete;
+    Mask& operator=(Mask const&) = delete;
 
     List<Vector3T<RealFloat>> m_vertices;
     MaskGeometry m_geometry;

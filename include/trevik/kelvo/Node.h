@@ -24,10 +24,12 @@ class GraphicsDevice;
 class Mask;
 class NodeVisitor;
 class Serializer;
+class TransformNode;
 
 /**
- * A node of the scene. A node has at most one parent, which holds a reference to it; children are kept, updated and drawn
- * in attachment order. The scene is changed, updated and drawn on one thread, the render thread.
+ * A node of the scene. A node has at most one parent, which holds a reference to it; children are kept,
+ * updated and drawn in attachment order. The scene is changed, updated and drawn on one thread, the render
+ * thread.
  *
  * The order of the virtual operations is part of the contract between host and back ends.
  */
@@ -37,14 +39,16 @@ public:
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
 
     Node();
-    /** Copies what belongs to the node itself: name, property values and controllers; no parent, children, user data. */
+    /** Copies what belongs to the node itself: name, property values and controllers; no parent, children,
+     * user data. */
     Node(Node const& other);
     ~Node() override;
     Node& operator=(Node const&) = delete;
 
     // Reflection, implemented by each concrete class through TREVIK_NODE_REFLECTION.
 
-    /** A new object of the same concrete class, without children, owned by the caller; null when out of memory. */
+    /** A new object of the same concrete class, without children, owned by the caller; null when out of
+     * memory. */
     virtual Node* Clone() const = 0;
     /** Id of the concrete class's own name. */
     virtual unsigned int GetClassID() const = 0;
@@ -68,7 +72,8 @@ public:
     virtual void SetUserData(Ref<NodeUserdata> const& pUserdata);
     virtual NodeUserdata* GetUserData();
     virtual NodeUserdata const* GetUserData() const;
-    /** Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved. */
+    /** Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved.
+     */
     virtual void Attach(Node* pChild);
     /** Inserts `pChild` before `pSibling`, a child of this node; appends when it is none. */
     virtual void AttachBefore(Node* pChild, Node* pSibling);
@@ -83,29 +88,41 @@ public:
     /** Updates the subtree to `frame` with no time passing. */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame);
     /**
-     * Updates the node, then its children: properties at `frame` (in the frames of the enclosing timeline), transforms
-     * and opacity. `delta` is the time passed since the last update, in seconds; timelines advance by it. With `fForce`
-     * everything derived is recomputed even where no input changed.
+     * Updates the node, then its children: properties at `frame` (in the frames of the enclosing timeline),
+     * transforms and opacity. `delta` is the time passed since the last update, in seconds; timelines advance
+     * by it. With `fForce` everything derived is recomputed even where no input changed. Allocates nothing
+     * unless the tree has changed.
      */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
     /** Draws the subtree, or, in selection mode, enters the nodes hit into the device's selection list. */
     virtual void Render(GraphicsDevice& device) = 0;
-    /** Writes the subtree into the current document node. */
+    /**
+     * Writes the subtree into the current document node: attribute "NodeName" (UTF-16 units), what
+     * InternalSave writes, and a child "Node" for each child, of the type that its factory is registered
+     * under. False, traced with the node's path, when something cannot be saved.
+     */
     virtual bool Save(Serializer& serializer);
-    /** Reads the subtree from the current document node. On false the node keeps its children and is to be dropped. */
+    /**
+     * Reads the subtree from the current document node; children are created through the deserializer's
+     * registry. False, traced with path and reason, when a type is unknown or something does not fit; no
+     * child that failed to load stays attached then, but the node may have changed and is to be dropped.
+     */
     virtual bool Load(Deserializer& deserializer);
     /** Called once after a whole tree has been loaded, parents first. */
     virtual void Reload();
     void Emit(MemoryTracer* pTracer) override = 0;
     /** Appends this node's ancestors, nearest first, up to and including `pRoot` (null: up to the top). */
     virtual void GetParents(Node* pRoot, List<Ref<Node>>& parents);
-    /** Enters the class's properties in the property list. The host calls it once per object, before first use. */
+    /** Enters the class's properties in the property list. The host calls it once per object, before first
+     * use. */
     virtual void RegisterProperties() = 0;
     /** Updates this node alone; see Update. */
-    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) = 0;
+    virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                                bool fForce) = 0;
     /** Draws this node alone. The base draws nothing. */
     virtual void InternalRender(GraphicsDevice& device);
-    /** Enters this node into the device's selection list when the selection point hits it. The base does nothing. */
+    /** Enters this node into the device's selection list when the selection point hits it. The base does
+     * nothing. */
     virtual void InternalSelect(GraphicsDevice& device);
     /** Writes what belongs to this node alone. */
     virtual bool InternalSave(Serializer& serializer) = 0;
@@ -118,8 +135,8 @@ public:
     /** Recomputes local and world matrix from the property values and the parent's world matrix. */
     virtual void CalculateTransform() = 0;
     /**
-     * Whether the pick ray through the device's selection point hits the rectangle (0, 0) to `size` in node space;
-     * `position` receives where, as fractions of width and height, `distance` how far along the ray.
+     * Whether the pick ray through the device's selection point hits the rectangle (0, 0) to `size` in node
+     * space; `position` receives where, as fractions of width and height, `distance` how far along the ray.
      */
     virtual bool IsSelect(GraphicsDevice& device, SizeT<int> const& size, Vector2T<RealFloat>& position,
                           RealFloat& distance) = 0;
@@ -131,11 +148,16 @@ public:
     void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
     /** First node of the subtree, in drawing order, with the name; null when there is none. */
     Node* FindNode(StringEncoded<UTF16Encoding> const& sName);
+    /** The names from the topmost ancestor down to this node, for messages; a node without one shows its
+     * index. */
+    StringEncoded<UTF16Encoding> GetPath() const;
 
     Node* GetParent() const { return m_pParent; }
     unsigned int GetChildCount() const { return m_children.GetCount(); }
     Node* GetChild(unsigned int nChild) const { return m_children[nChild]; }
     List<Node*> const& GetChildren() const { return m_children; }
+    /** This node, when it has a transform; null for others. */
+    TransformNode* GetTransformNode() const { return m_pTransformNode; }
 
     /** The node's animated properties; registers them on first use. */
     PropertyList& GetProperties() {
@@ -145,24 +167,39 @@ public:
 
 protected:
     void EnsureRegistered() {
-        if (!m_fRegistered) {
+        if (__builtin_expect(!m_fRegistered, 0)) {
             m_fRegistered = true;
             RegisterProperties();
         }
     }
     /** Accept of each child, in order. */
     void AcceptChildren(NodeVisitor& visitor, void* pArgument);
-    /** Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one fails. */
+    /** Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one
+     * fails. */
     Node* CloneChildrenInto(Node* pCopy) const;
 
     PropertyList m_properties;
     List<Node*> m_children; ///< in attachment order, one reference each
     Node* m_pParent = nullptr;
+    TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
+    unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     bool m_fRegistered = false;
-    bool m_fDerivedChanged = false; ///< set by InternalUpdate: children must derive transform and opacity anew
+    /** Set by classes that update their subtree in an Update of their own; other nodes are only asked for
+     * InternalUpdate when a timeline updates its flattened tree. */
+    bool m_fUpdatesSubtree = false;
+    /** Nodes below were attached or detached since the tree was last flattened. Set in all nodes from the
+     * place of the change up to the nearest one that updates its own subtree. */
+    bool m_fSubtreeChanged = true;
 
 private:
-    bool InsertChild(unsigned int nIndex, Node* pChild);
+    friend class Timeline; // flattens its subtree
+
+    bool CanAttach(Node const* pChild) const;
+    void InsertChild(unsigned int nIndex, Node* pChild);
+    void MoveChild(unsigned int nFrom, unsigned int nTo);
+    void RemoveChild(unsigned int nIndex);
+    void ReleaseChildren();
+    void MarkSubtreeChanged();
 
     StringEncoded<UTF16Encoding> m_sName;
     Ref<NodeUserdata> m_pUserdata;

@@ -10,15 +10,16 @@ class Timeline;
 class TransformNode;
 
 /**
- * Receives nodes during Node::Accept. Each node calls the operation for its kind, then lets its children do the same.
- * Not destroyed through this interface, hence no virtual destructor.
+ * Receives nodes during Node::Accept. Each node calls the operation for its kind, then lets its children do
+ * the same. Not destroyed through this interface, hence no virtual destructor.
  */
 class TREVIK_API NodeVisitor {
 public:
-    virtual void VisitNode(Node& node, void* pArgument) = 0;               ///< plain and transform nodes
-    virtual void VisitDrawable(TransformNode& node, void* pArgument) = 0;  ///< sprites, nine-patch sprites, texts
+    virtual void VisitNode(Node& node, void* pArgument) = 0; ///< plain and transform nodes
+    virtual void VisitDrawable(TransformNode& node,
+                               void* pArgument) = 0; ///< sprites, nine-patch sprites, texts
     virtual void VisitCamera(Camera& camera, void* pArgument) = 0;
-    virtual void VisitGroup(TransformNode& node, void* pArgument) = 0;     ///< application-defined containers
+    virtual void VisitGroup(TransformNode& node, void* pArgument) = 0; ///< application-defined containers
     virtual void VisitTimeline(Timeline& timeline, void* pArgument) = 0;
 
 protected:

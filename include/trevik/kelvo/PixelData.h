@@ -20,6 +20,7 @@ public:
     void Borrow(unsigned char const* pData, unsigned int nSize);
     /** Frees owned bytes, forgets borrowed ones; afterwards owning, of size 0. */
     void Release();
+    void Swap(PixelBuffer& other) noexcept;
 
     unsigned char* GetData() { return m_pData; }
     unsigned char const* GetData() const { return m_pData; }

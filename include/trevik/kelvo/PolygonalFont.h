@@ -18,6 +18,11 @@ public:
     PolygonalFont();
     ~PolygonalFont() override;
 
+    void Emit(MemoryTracer* pTracer) override;
+    /** Appends a mesh, which the font owns from now on, and returns its index; -1, with the mesh deleted, for
+     * null, when there are 32767 already, or when out of memory. */
+    short AddMesh(GlyphMesh* pMesh);
+
 protected:
     List<GlyphMesh*> m_meshes; ///< owned
 };

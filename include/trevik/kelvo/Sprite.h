@@ -8,7 +8,8 @@
 
 namespace trevik::kelvo {
 
-/** A textured or single-coloured rectangle, (0, 0) to its size in node space, z = 0. The back end draws it. */
+/** A textured or single-coloured rectangle, (0, 0) to its size in node space, z = 0. The back end draws it.
+ */
 class TREVIK_API Sprite : public TransformNode {
 public:
     static constexpr unsigned int ClassID = HashName("Sprite");
@@ -30,7 +31,8 @@ public:
     virtual Texture* GetTexture();
     /** Replaces the texture (a reference is held); null makes the sprite single-coloured. */
     virtual void SetTexture(Texture* pTexture);
-    /** Gives the sprite a copy of its texture for itself. False when there is none or it holds no pixels to copy. */
+    /** Gives the sprite a copy of its texture for itself. False when there is none or it holds no pixels to
+     * copy. */
     virtual bool Isolate();
 
     SizeIntProperty& GetSizeProperty() { return m_size; }
@@ -40,10 +42,10 @@ public:
 
 protected:
     Ref<Texture> m_pTexture;
-    SizeIntProperty m_size;     ///< "Size", node units, (0, 0). Geometry follows it at Load only.
-    Vector3Property m_color;    ///< "Color", red, green, blue, 0 to 1; used without a texture, (1, 1, 1)
-    IntProperty m_blendMode;    ///< "BlendMode", BlendMode::Normal
-    BoolProperty m_antialias;   ///< "Antialias": outline edges are drawn antialiased, false
+    SizeIntProperty m_size;   ///< "Size", node units, (0, 0). Geometry follows it at Load only.
+    Vector3Property m_color;  ///< "Color", red, green, blue, 0 to 1; used without a texture, (1, 1, 1)
+    IntProperty m_blendMode;  ///< "BlendMode", BlendMode::Normal
+    BoolProperty m_antialias; ///< "Antialias": outline edges are drawn antialiased, false
 };
 
 } // namespace trevik::kelvo

@@ -21,21 +21,20 @@ public:
     Text(Text const& other);
     ~Text() override;
 
-    void Reset() override;
-    bool Save(Serializer& serializer) override;
-    bool Load(Deserializer& deserializer) override;
     void Emit(MemoryTracer* pTracer) override;
     void RegisterProperties() override;
+    /** Draws the glyph batches. */
     void InternalRender(GraphicsDevice& device) override;
     void InternalSelect(GraphicsDevice& device) override;
     bool InternalSave(Serializer& serializer) override;
     bool InternalLoad(Deserializer& deserializer) override;
 
     /** Draws a batch of pre-rendered glyph images, faded per corner. Render thread. */
-    virtual void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
-                                  ColorT<RealFloat> const& color) = 0;
+    virtual void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
+                                  GlyphBatch const& batch, ColorT<RealFloat> const& color) = 0;
 
-    /** The laid-out text's bounds in node space: left, top, right, bottom. All 0 while there are no glyphs. */
+    /** The laid-out text's bounds in node space: least x and y (left, top), greatest x and y (right, bottom).
+     * All 0 while there are no glyphs. */
     void GetTextRenderRect(RectangleT<RealFloat>& rectangle);
 
     StringProperty& GetTextProperty() { return m_text; }
@@ -47,9 +46,9 @@ public:
     void SetBackground(Sprite* pSprite) { m_pBackgroundSprite = pSprite; }
 
 protected:
-    StringProperty m_text;        ///< "Text", empty
-    SizeRealProperty m_box;       ///< "Box": width and height that lines are wrapped and aligned in, 0 = none
-    SizeRealProperty m_fontSize;  ///< "FontSize": node units per em in both directions, 0 = the font's own
+    StringProperty m_text;       ///< "Text", empty
+    SizeRealProperty m_box;      ///< "Box": width and height that lines are wrapped and aligned in, 0 = none
+    SizeRealProperty m_fontSize; ///< "FontSize": node units per em in both directions, 0 = the font's own
     Ref<Font> m_pFont;
     Ref<Sprite> m_pBackgroundSprite;
     List<GlyphInstance> m_instances;

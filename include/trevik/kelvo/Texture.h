@@ -27,9 +27,11 @@ class Deserializer;
 class Serializer;
 
 /**
- * An image that nodes draw with: its size, format, mip levels and pixels. The first row in memory is the image's top row.
- * The used size is the part that holds the image, the allocated size that of the whole texture (compressed formats round
- * up to whole blocks). Back ends drop the pixels once they have uploaded them.
+ * An image that nodes draw with: its size, format, mip levels and pixels. The first row in memory is the
+ * image's top row. The used size is the part that holds the image, the allocated size that of the whole
+ * texture (compressed formats round up to whole blocks). Rows in the pixel data begin at multiples of 4
+ * bytes, which is what GL reads unless it is told otherwise. Back ends drop the pixels once they have
+ * uploaded them.
  */
 class TREVIK_API Texture : public Referenced, public ITraceable {
 public:
@@ -42,9 +44,10 @@ public:
     virtual int GetStride();
     /** Compresses the pixels at run time; false where the back end cannot. */
     virtual bool Compress() = 0;
-    /** Writes size, format, levels and pixels. False, traced, when the pixels have been dropped. */
+    /** Writes name, sizes, format, levels and pixels. False, traced, when the pixels have been dropped. */
     virtual bool Save(Serializer& serializer);
-    /** Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not agree. */
+    /** Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not
+     * agree. */
     virtual bool Load(Deserializer& deserializer);
     void Emit(MemoryTracer* pTracer) override;
     /** Whether the texture is drawn from graphic-buffer surfaces. */
@@ -65,14 +68,19 @@ public:
     /** Number of surfaces; 0 when there are none. */
     virtual int Count() = 0;
     /**
-     * Replaces size, format and pixels: copies `nHeight` rows, `nStride` bytes apart (0: tightly packed), from `pData`
-     * (null: zeros) into one level. Compressed formats are copied as a whole. False, with the texture unchanged, when the
-     * size is not positive, the format has no known size, or memory is short.
+     * Replaces size, format and pixels: copies `nHeight` rows, `nStride` bytes apart (0: tightly packed),
+     * from `pData` (null: zeros) into one level. Compressed formats are copied as a whole. False, with the
+     * texture unchanged, when the size is not positive, the format is none that textures have, rows would
+     * overlap, or memory is short.
      */
     virtual bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride);
     /** An android.graphics.Bitmap over surface `nImage`; an empty object on failure. */
     virtual jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) = 0;
-    /** Promotes the texture to a single surface that holds its pixels; false when that fails. */
+    /**
+     * Promotes the texture to a single surface that shows its image and is drawn from now on. False when it
+     * has no pixels any more, is compressed or promoted already, or when promoting or writing the surface
+     * fails. Render thread.
+     */
     virtual bool PromoteToSurface();
 
     /** Whether the format is one of the block-compressed ones. */
@@ -81,14 +89,22 @@ public:
     int GetBytesPerPixel() const;
     /** The same for any format. */
     static int GetBytesPerPixel(int nFormat);
-    /** Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA); 0 for unknown formats. */
+    /** Bytes from row to row of pixel data in a format, from block row to block row of a compressed one; 0
+     * when there is no such format or the width is not positive. */
+    static unsigned int GetRowSize(int nWidth, int nFormat);
+    /** Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA), rounded up to whole
+     * blocks; 0 when there is no such format, a side is not positive, or the bytes exceed 2^31 - 1. */
     static unsigned int GetImageSize(int nWidth, int nHeight, int nFormat);
 
     /**
-     * A new texture of the class registered as "Texture", with one level of pixels as Replace takes them. Null when no
-     * such class is registered or Replace fails.
+     * A new texture of the class registered as "Texture", with one level of pixels as Replace takes them.
+     * Null when no such class is registered (with ClassRegistry::GetDefault()) or Replace fails.
      */
     static Ref<Texture> CreateTexture(int nWidth, int nHeight, int nFormat, void const* pData, int nStride);
+
+    /** A new texture of the class registered as "Texture" with the same image; null without pixels or class.
+     */
+    Ref<Texture> CreateCopy() const;
 
     int GetWidth() const { return m_nWidth; }   ///< used width, texels
     int GetHeight() const { return m_nHeight; } ///< used height, texels
@@ -104,16 +120,19 @@ public:
     void SetFormat(TextureFormat::Enum format) { m_format = format; }
     /** Sets used and allocated size; the pixels stay as they are. */
     void SetSize(int nWidth, int nHeight);
-    /** Narrows the used size, which must not exceed the allocated one. */
+    /** Narrows the used size; one that is not positive or exceeds the allocated size is refused (traced). */
     void SetUsedSize(int nWidth, int nHeight);
     void SetByteSize(unsigned int nByteSize) { m_nByteSize = nByteSize; }
 
     /**
-     * Takes over a whole image with levels. `pData` is copied, or, with `fBorrow`, only referred to (the caller keeps it
-     * alive until it has been uploaded). False, with the texture unchanged, when a level lies outside the data.
+     * Takes over a whole image with levels. `pData` is copied, or, with `fBorrow`, only referred to (the
+     * caller keeps it alive until it has been uploaded). False, with the texture unchanged, when the used
+     * size is not within the allocated one, there is no level, or the levels do not halve from the allocated
+     * size or do not fit the data.
      */
-    bool SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight, TextureFormat::Enum format,
-                  List<MipLevel> const& levels, unsigned char const* pData, unsigned int nSize, bool fBorrow);
+    bool SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight,
+                  TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
+                  unsigned int nSize, bool fBorrow);
 
     /** A name for messages and files; empty until set. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
@@ -130,6 +149,9 @@ protected:
     unsigned int m_nByteSize = 0;
 
 private:
+    void TakeImage(PixelBuffer& pixels, List<MipLevel> const& levels);
+    bool CopyToSurface();
+
     StringEncoded<UTF16Encoding> m_sName;
 };
 

@@ -12,15 +12,24 @@ namespace trevik::kelvo {
 /** What a timeline does when it reaches the end of its frame range. */
 struct PlaybackMode {
     enum Enum {
-        Once = 0,     ///< stops on the last frame
-        Loop = 1,     ///< starts again at the first frame
-        PingPong = 2  ///< turns round at both ends
+        Once = 0,    ///< stops on the last frame
+        Loop = 1,    ///< starts again at the first frame
+        PingPong = 2 ///< turns round at both ends
     };
 };
 
 /**
- * A node whose children live in frames of its own. While it plays it advances by the time passed divided by the frame
- * delay; a time map bends the way from the first to the last frame. Children may be seen through its own camera.
+ * A node whose children live in frames of its own. Its own properties are animated in the frames of the
+ * timeline around it; a root's in the frames that its Update is given.
+ *
+ * While it plays it advances, at each update, by the time passed divided by the frame delay, within the range
+ * FirstFrame to LastFrame: at the last frame playback stops, starts again, or turns round, as PlaybackMode
+ * says. With LastFrame not above FirstFrame the range has no end. The time map bends the way through the
+ * range: children see the mapped frame. A timeline in a timeline keeps its own time: it advances by the same
+ * time passed, not by the outer frame.
+ *
+ * Updating walks a flattened list of the nodes below, up to and including nested timelines, which walk their
+ * own.
  */
 class TREVIK_API Timeline : public TransformNode {
 public:
@@ -33,31 +42,37 @@ public:
     Timeline(Timeline const& other);
     ~Timeline() override;
 
+    /** Back to the first frame, playing if it plays from the start; then the camera and the children. */
     void Reset() override;
-    void Attach(Node* pChild) override;
-    void AttachBefore(Node* pChild, Node* pSibling) override;
-    void AttachAfter(Node* pChild, Node* pSibling) override;
-    void Detach(Node* pChild) override;
-    /** Shows the subtree as it is when the enclosing timeline stands at `frame`; no time passes. */
+    /**
+     * Shows the subtree as it is when the enclosing timeline stands at `frame`; no time passes. A timeline
+     * without a parent seeks to `frame` itself.
+     */
     void Update(GraphicsDevice& device, RealFloat const& frame) override;
+    /** Own properties at `frame`, then the advance by `delta`, then camera and children at the mapped frame.
+     */
     void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
+    /** Draws the children between PreRenderChildren and PostRenderChildren; selects among them with the same
+     * camera. */
     void Render(GraphicsDevice& device) override;
-    bool Load(Deserializer& deserializer) override;
+    /** Rewinds as Reset does, now that the frame range is known. */
     void Reload() override;
     void RegisterProperties() override;
-    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                        bool fForce) override;
     void InternalRender(GraphicsDevice& device) override;
     void InternalSelect(GraphicsDevice& device) override;
     bool InternalSave(Serializer& serializer) override;
     bool InternalLoad(Deserializer& deserializer) override;
 
-    /** Starts or resumes playing at the current frame. */
+    /** Starts or resumes playing at the current frame; playing once from the last frame on ends at once. */
     virtual void Play();
     /** Stops; the current frame stays. */
     virtual void Stop();
     /** The frame shown, before the time map. */
     virtual RealFloat GetFrame() const;
-    /** Seeks; takes effect at the next update. Clamped to the frame range. */
+    /** Seeks, forwards from there in PingPong; takes effect at the next update. Clamped to the frame range.
+     */
     virtual void SetFrame(RealFloat const& frame);
     /** Seconds per frame; values that are not above 0 are ignored (traced). */
     virtual void SetFrameDelay(RealFloat const& delay);
@@ -79,11 +94,19 @@ public:
     virtual void BuildUpdateTree();
 
     bool IsPlaying() const { return m_fPlaying; }
+    /** Whether the timeline plays from the start, that is after Reload and Reset; saved with it, false at
+     * first. */
+    bool IsAutoPlay() const { return m_fAutoPlay; }
+    void SetAutoPlay(bool fAutoPlay) { m_fAutoPlay = fAutoPlay; }
     RealFloat GetFrameDelay() const { return m_rFrameDelay; }
     /** The frame that children see: GetFrame() through the time map. */
     RealFloat GetMappedFrame() const;
 
-    /** The camera through which children are seen; null leaves the enclosing one. Held by reference, not a child. */
+    /**
+     * The camera through which children are seen; null leaves the enclosing one. Held by reference, not a
+     * child: unless it is attached somewhere, it is updated with the timeline, at the frame that children
+     * see, and stands in world space.
+     */
     Camera* GetCamera() const { return m_pCamera.Get(); }
     void SetCamera(Camera* pCamera) { m_pCamera = pCamera; }
     /** The camera that was active when the children were last drawn. */
@@ -95,23 +118,39 @@ public:
     IntProperty& GetDepthTestProperty() { return m_depthTest; }
 
 protected:
-    RealProperty m_firstFrame;   ///< "FirstFrame", 0
-    RealProperty m_lastFrame;    ///< "LastFrame", 0: with first = last the range has no end
-    IntProperty m_playbackMode;  ///< "PlaybackMode", PlaybackMode::Once
-    IntProperty m_depthTest;     ///< "DepthTest": -1 leaves the device's depth test, 1 enables, others disable it, -1
+    RealProperty m_firstFrame;  ///< "FirstFrame", 0
+    RealProperty m_lastFrame;   ///< "LastFrame", 0: a range that does not end above its start has no end
+    IntProperty m_playbackMode; ///< "PlaybackMode", PlaybackMode::Once
+    IntProperty
+        m_depthTest; ///< "DepthTest": -1 leaves the device's depth test, 1 enables, others disable it, -1
 
     Ref<Camera> m_pCamera;
     Ref<Camera> m_pActiveCamera; ///< written by PreRenderChildren
 
 private:
-    void MarkTreeChanged();
+    bool HasEnd() const { return m_lastFrame.GetValue() > m_firstFrame.GetValue(); }
+    void Rewind();
+    void Advance(RealFloat const& delta);
+    void UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bool fForce);
+    bool ResumeAfter(Node const* pNode, unsigned int& nEntry);
+    bool FlattenTree();
+    static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
+    void CountSubtrees();
+    void RenderChildren(GraphicsDevice& device);
+    bool SaveTimeMap(Serializer& serializer) const;
+    bool LoadFrameDelay(Deserializer& deserializer);
+    bool LoadTimeMap(Deserializer& deserializer);
+    bool LoadCamera(Deserializer& deserializer);
 
     RealFloat m_rFrame = 0;
+    RealFloat m_rEnclosingFrame = 0; ///< what the last update was given
     RealFloat m_rFrameDelay = RealFloat(1) / 30;
     Interpolate::Function m_pfnTimeMap = nullptr;
     bool m_fPlaying = false;
+    bool m_fAutoPlay = false;
     bool m_fBackwards = false; ///< on the way back in PingPong
-    bool m_fTreeChanged = true;
+    List<TreeNode<Node*>> m_treeNodes;
+    List<TreeNode<Node*>*> m_tree; ///< m_treeNodes, in order
 };
 
 } // namespace trevik::kelvo

@@ -1,6 +1,8 @@
 #pragma once
 
 #include "trevik/Export.h"
+#include "trevik/Matrix.h"
+#include "trevik/Rectangle.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/Node.h"
@@ -11,8 +13,9 @@ namespace trevik::kelvo {
 
 /**
  * A node with a place, an opacity, masks and effects. Its local transform takes a point p of node space to
- * position + R · (scale · stretch · (p + pivot)), where R turns about x, then y, then z by the rotation's degrees and the
- * products of vectors are per component. One unit is one pixel under the default camera, y points up.
+ * position + R · (scale · stretch · (p + pivot)), where R turns about x, then y, then z by the rotation's
+ * degrees and the products of vectors are per component. One unit is one pixel under the default camera, y
+ * points up.
  */
 class TREVIK_API TransformNode : public Node {
 public:
@@ -28,11 +31,14 @@ public:
     void Render(GraphicsDevice& device) override;
     void Emit(MemoryTracer* pTracer) override;
     void RegisterProperties() override;
-    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                        bool fForce) override;
     bool InternalSave(Serializer& serializer) override;
     bool InternalLoad(Deserializer& deserializer) override;
     void AddMask(Mask* pMask) override;
     void AddEffect(Effect* pEffect) override;
+    /** InternalUpdate calls it when a property value or the parent's matrix has changed, or when it is
+     * forced. */
     void CalculateTransform() override;
     bool IsSelect(GraphicsDevice& device, SizeT<int> const& size, Vector2T<RealFloat>& position,
                   RealFloat& distance) override;
@@ -52,7 +58,10 @@ public:
     void RemoveMask(Mask* pMask);
     void RemoveEffect(Effect* pEffect);
 
+    /** Node space to parent space, as of the last update. */
     Matrix4T<RealFloat> const& GetLocalMatrix() const { return m_localMatrix; }
+    /** Whether Render and selection leave the node and its children out: invisible, or wholly transparent. */
+    bool IsHidden() const { return !m_visible.GetValue() || !(m_rEffectiveOpacity > 0); }
 
 protected:
     Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
@@ -64,13 +73,27 @@ protected:
     BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
     BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
 
-    Matrix4T<RealFloat> m_worldMatrix;         ///< node space to world space, as of the last update
-    Matrix4T<RealFloat> m_localMatrix;         ///< node space to parent space, as of the last update
+    Matrix4T<RealFloat> m_worldMatrix;            ///< node space to world space, as of the last update
+    Matrix4T<RealFloat> m_localMatrix;            ///< node space to parent space, as of the last update
     RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
-    List<Mask*> m_masks;                       ///< one reference each
-    List<Effect*> m_effects;                   ///< in attachment order, one reference each
+    List<Mask*> m_masks;                          ///< one reference each
+    List<Effect*> m_effects;                      ///< in attachment order, one reference each
+
+    /** IsSelect for any rectangle in the plane z = 0 of node space. */
+    bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,
+                             Vector2T<RealFloat>& position, RealFloat& distance);
 
 private:
+    /** What a transform is derived from, as bits of a set of changes. */
+    enum Change : unsigned int {
+        Moved = 1,       ///< position
+        Turned = 2,      ///< rotation
+        Shaped = 4,      ///< pivot, scale, stretch
+        ParentMoved = 8, ///< the parent's world matrix
+        Everything = 15
+    };
+    /** Stands for the transform version of a parent where there is none. */
+    static constexpr unsigned int NoParent = 0xffffffffu;
     /** The property values that m_localMatrix was made from. */
     struct LocalInputs {
         Vector3T<RealFloat> m_position;
@@ -79,10 +102,20 @@ private:
         Vector3T<RealFloat> m_scale;
         Vector3T<RealFloat> m_stretch;
     };
-    bool UpdateLocalMatrix(bool fForce);
+
+    // Inline only where they are used, which is where they are defined.
+    inline unsigned int FindChanges() const;
+    inline void UpdateOpacity();
+    inline void PlaceOrigin();
+    inline void MakeWorldMatrix(unsigned int nChanges);
+    void MakeLocalMatrix(unsigned int nChanges);
 
     LocalInputs m_inputs;
-    bool m_fTransformValid = false;
+    Matrix4T<RealFloat> m_rotationMatrix; ///< of m_inputs.m_rotation
+    Vector3T<RealFloat> m_pivotOffset;    ///< the pivot, scaled and turned
+    unsigned int m_nChanges =
+        Everything; ///< what CalculateTransform has to take up; 0 = it was called from outside
+    unsigned int m_nTransformVersion = 1; ///< counts changes of m_worldMatrix; neither 0 nor NoParent
 };
 
 } // namespace trevik::kelvo

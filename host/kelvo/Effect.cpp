@@ -1,0 +1,77 @@
+#include "trevik/kelvo/Effect.h"
+
+#include "trevik/Debug.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+Effect::Effect() = default;
+
+// A copy fetches the shared resource itself, at its first update.
+Effect::Effect(Effect const& other) : Referenced(other), ITraceable(other) {}
+
+Effect::~Effect() = default;
+
+bool Effect::Init(GraphicsDevice& device) {
+    EffectResource* const pResource = device.GetEffectResource(GetResourceClassID());
+    m_fInitialized = pResource && InternalInit(pResource);
+    return m_fInitialized;
+}
+
+void Effect::Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) {
+    UpdateContext context;
+    context.m_pDevice = &device;
+    GetProperties().Update(context, frame);
+    if (!m_fInitialized && !Init(device) && !m_fInitFailed) {
+        m_fInitFailed = true;
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] An effect of class %u has no resource and draws nothing", GetClassID());
+    }
+    InternalUpdate(device, frame, delta, fForce);
+}
+
+void Effect::PreRender(GraphicsDevice&) {}
+
+void Effect::PostRender(GraphicsDevice&) {}
+
+bool Effect::OverrideDrawSprite(GraphicsDevice&, Sprite&, RealFloat) {
+    return false;
+}
+
+bool Effect::OverrideDrawText(GraphicsDevice&, Text&) {
+    return false;
+}
+
+void Effect::Emit(MemoryTracer* pTracer) {
+    pTracer->EmitAllocation(GetClassSize(), MemoryType::Object);
+    m_properties.Emit(pTracer);
+}
+
+void Effect::RegisterProperties() {}
+
+bool Effect::InternalInit(EffectResource*) {
+    return true;
+}
+
+void Effect::InternalUpdate(GraphicsDevice&, RealFloat const&, RealFloat const&, bool) {}
+
+PropertyList& Effect::GetProperties() {
+    if (__builtin_expect(!m_fRegistered, 0)) {
+        m_fRegistered = true;
+        RegisterProperties();
+    }
+    return m_properties;
+}
+
+bool Effect::Save(Serializer& serializer) {
+    return GetProperties().Save(serializer);
+}
+
+bool Effect::Load(Deserializer& deserializer) {
+    return GetProperties().Load(deserializer);
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,147 @@
+#include "trevik/kelvo/GraphicsDevice.h"
+
+#include "trevik/ClassRegistry.h"
+#include "trevik/kelvo/EffectResource.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+/** Hits on one plane come out at distances that differ by rounding only. */
+constexpr RealFloat DistanceTolerance = RealFloat(0.0001);
+
+} // namespace
+
+GraphicsDevice::GraphicsDevice()
+    : m_clearColor(ColorT<RealFloat>::Black), m_highlightColor(ColorT<RealFloat>::Black) {}
+
+GraphicsDevice::~GraphicsDevice() = default;
+
+bool GraphicsDevice::Initialize(void*, DeviceFormat::Enum format, SizeT<int> const& size) {
+    m_format = format;
+    m_size = size;
+    return true;
+}
+
+bool GraphicsDevice::Reset(RectangleT<int> const& rectangle) {
+    m_size = SizeT<int>(rectangle.GetWidth(), rectangle.GetHeight());
+    m_viewport = rectangle;
+    return true;
+}
+
+void GraphicsDevice::SetClearColor(ColorT<RealFloat> const& color) {
+    m_clearColor = color;
+}
+
+ColorT<RealFloat> GraphicsDevice::GetClearColor() {
+    return m_clearColor;
+}
+
+void GraphicsDevice::Clear() {
+    m_opacities.Clear();
+    m_transforms.Clear();
+}
+
+void GraphicsDevice::SetViewport(RectangleT<int> const& rectangle) {
+    m_viewport = rectangle;
+}
+
+void GraphicsDevice::SetViewport(int nX, int nY, int nWidth, int nHeight) {
+    m_viewport = RectangleT<int>(nX, nY, nX + nWidth, nY + nHeight);
+}
+
+RectangleT<int> GraphicsDevice::GetViewport() const {
+    return m_viewport;
+}
+
+void GraphicsDevice::SetRenderMode() {
+    m_pSelected = nullptr;
+}
+
+void GraphicsDevice::SetSelectionMode(Vector2T<RealFloat> const& point, List<SelectionPoint>* pSelected) {
+    m_selectionPoint = point;
+    m_pSelected = pSelected;
+}
+
+Vector2T<RealFloat> GraphicsDevice::GetSelectionPoint() {
+    return m_selectionPoint;
+}
+
+void GraphicsDevice::PushSelected(Node* pNode, Vector2T<RealFloat> const& position,
+                                  RealFloat const& distance) {
+    if (!m_pSelected) {
+        return;
+    }
+    SelectionPoint hit;
+    hit.m_pNode = pNode;
+    hit.m_position = position;
+    hit.m_distance = distance;
+    RealFloat const nearest = distance - DistanceTolerance * (distance < 0 ? -distance : distance);
+    unsigned int nPlace = 0;
+    while (nPlace < m_pSelected->GetCount() && (*m_pSelected)[nPlace].m_distance < nearest) {
+        ++nPlace;
+    }
+    m_pSelected->Insert(nPlace, hit);
+}
+
+bool GraphicsDevice::IsDepthTestEnabled() {
+    return m_fDepthTest;
+}
+
+void GraphicsDevice::PushOpacity(RealFloat const& opacity) {
+    m_opacities.Append(opacity);
+}
+
+void GraphicsDevice::PopOpacity() {
+    m_opacities.RemoveLast();
+}
+
+void GraphicsDevice::MergeOpacity(RealFloat const& opacity) {
+    m_opacities.Append(opacity * GetOpacity());
+}
+
+RealFloat GraphicsDevice::GetOpacity() {
+    return m_opacities.IsEmpty() ? RealFloat(1) : m_opacities.Last();
+}
+
+void GraphicsDevice::PushTransformMatrix(Matrix4T<RealFloat> const& matrix) {
+    m_transforms.Append(matrix);
+}
+
+void GraphicsDevice::PopTransformMatrix() {
+    m_transforms.RemoveLast();
+}
+
+void GraphicsDevice::MergeTransformMatrix(Matrix4T<RealFloat> const& matrix) {
+    m_transforms.Append(matrix * GetTransformMatrix());
+}
+
+Matrix4T<RealFloat> GraphicsDevice::GetTransformMatrix() const {
+    return m_transforms.IsEmpty() ? Matrix4T<RealFloat>::Identity : m_transforms.Last();
+}
+
+bool GraphicsDevice::PushMasks(List<Mask*>&) {
+    return true;
+}
+
+bool GraphicsDevice::PopMasks(List<Mask*>&) {
+    return true;
+}
+
+EffectResource* GraphicsDevice::CreateEffectResource(unsigned int nClassID) {
+    ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
+    return pRegistry ? static_cast<EffectResource*>(pRegistry->Create(nClassID)) : nullptr;
+}
+
+void GraphicsDevice::SetHighlight(bool fEnabled, ColorT<RealFloat> const& color) {
+    m_fHighlight = fEnabled;
+    m_highlightColor = color;
+}
+
+ColorT<RealFloat> GraphicsDevice::GetHighlightColor(RealFloat const& opacity) const {
+    ColorT<RealFloat> color = m_highlightColor;
+    color.a *= opacity;
+    return color;
+}
+
+} // namespace trevik::kelvo

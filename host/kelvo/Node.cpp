@@ -1,0 +1,286 @@
+#include "trevik/kelvo/Node.h"
+
+#include "NodeStorage.h"
+#include "trevik/Debug.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+void TraceRefusedChild(Node const& parent, char16_t const* pReason) {
+    Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: the node to attach %s", parent.GetPath().GetData(),
+                       pReason);
+}
+
+} // namespace
+
+Node::Node() = default;
+
+Node::Node(Node const& other) : Referenced(other), ITraceable(other), m_sName(other.m_sName) {}
+
+Node::~Node() {
+    ReleaseChildren();
+}
+
+/** Not recursive, so that a tree of any depth can be released. */
+void Node::ReleaseChildren() {
+    List<Node*> pending;
+    pending.Swap(m_children);
+    while (!pending.IsEmpty()) {
+        Node* const pNode = pending.Last();
+        pending.RemoveLast();
+        pNode->m_pParent = nullptr;
+        pNode->m_nParentVersion = 0;
+        // The last reference: its children are released here rather than by its destructor. When there is no
+        // memory to note them all, the rest is left to it.
+        if (pNode->GetReferenceCount() == 1) {
+            while (!pNode->m_children.IsEmpty() && pending.Append(pNode->m_children.Last())) {
+                pNode->m_children.RemoveLast();
+            }
+        }
+        pNode->ReleaseReference();
+    }
+}
+
+void Node::Reset() {
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Reset();
+    }
+}
+
+void Node::SetUserData(Ref<NodeUserdata> const& pUserdata) {
+    m_pUserdata = pUserdata;
+}
+
+NodeUserdata* Node::GetUserData() {
+    return m_pUserdata.Get();
+}
+
+NodeUserdata const* Node::GetUserData() const {
+    return m_pUserdata.Get();
+}
+
+bool Node::CanAttach(Node const* pChild) const {
+    if (!pChild) {
+        TraceRefusedChild(*this, u"is null");
+        return false;
+    }
+    bool fAbove = pChild == this;
+    if (!pChild->m_children.IsEmpty()) { // a node without children is nobody's ancestor
+        for (Node const* pNode = m_pParent; pNode && !fAbove; pNode = pNode->m_pParent) {
+            fAbove = pNode == pChild;
+        }
+    }
+    if (fAbove) {
+        TraceRefusedChild(*this, u"is this node itself or above it");
+    }
+    return !fAbove;
+}
+
+void Node::Attach(Node* pChild) {
+    if (CanAttach(pChild)) {
+        InsertChild(m_children.GetCount(), pChild);
+    }
+}
+
+void Node::AttachBefore(Node* pChild, Node* pSibling) {
+    if (CanAttach(pChild)) {
+        int const nSibling = m_children.IndexOf(pSibling);
+        InsertChild(nSibling < 0 ? m_children.GetCount() : static_cast<unsigned int>(nSibling), pChild);
+    }
+}
+
+void Node::AttachAfter(Node* pChild, Node* pSibling) {
+    if (CanAttach(pChild)) {
+        int const nSibling = m_children.IndexOf(pSibling);
+        InsertChild(nSibling < 0 ? m_children.GetCount() : static_cast<unsigned int>(nSibling) + 1, pChild);
+    }
+}
+
+void Node::Detach(Node* pChild) {
+    if (pChild && pChild->m_pParent == this) {
+        RemoveChild(static_cast<unsigned int>(m_children.IndexOf(pChild)));
+    }
+}
+
+/** Makes `pChild` the child before the one at `nIndex`, or the last one. */
+void Node::InsertChild(unsigned int nIndex, Node* pChild) {
+    Node* const pOldParent = pChild->m_pParent;
+    if (pOldParent == this) {
+        MoveChild(static_cast<unsigned int>(m_children.IndexOf(pChild)), nIndex);
+        return;
+    }
+    if (!m_children.Insert(nIndex, pChild)) {
+        TraceRefusedChild(*this, u"finds no memory");
+        return;
+    }
+    pChild->AddReference(); // before the old parent drops its own
+    if (pOldParent) {
+        pOldParent->RemoveChild(static_cast<unsigned int>(pOldParent->m_children.IndexOf(pChild)));
+    }
+    pChild->m_pParent = this;
+    pChild->m_nParentVersion = 0;
+    MarkSubtreeChanged();
+}
+
+/** Puts the child at `nFrom` before the one at `nTo`, or at the end. */
+void Node::MoveChild(unsigned int nFrom, unsigned int nTo) {
+    Node* const pChild = m_children[nFrom];
+    for (; nFrom + 1 < nTo; ++nFrom) {
+        m_children[nFrom] = m_children[nFrom + 1];
+    }
+    for (; nFrom > nTo; --nFrom) {
+        m_children[nFrom] = m_children[nFrom - 1];
+    }
+    m_children[nFrom] = pChild;
+    MarkSubtreeChanged();
+}
+
+void Node::RemoveChild(unsigned int nIndex) {
+    Node* const pChild = m_children[nIndex];
+    m_children.RemoveAt(nIndex);
+    pChild->m_pParent = nullptr;
+    pChild->m_nParentVersion = 0;
+    MarkSubtreeChanged();
+    pChild->ReleaseReference();
+}
+
+void Node::MarkSubtreeChanged() {
+    Node* pNode = this;
+    while (pNode && !pNode->m_fSubtreeChanged) {
+        pNode->m_fSubtreeChanged = true;
+        pNode = pNode->m_fUpdatesSubtree ? nullptr : pNode->m_pParent;
+    }
+}
+
+void Node::Update(GraphicsDevice& device, RealFloat const& frame) {
+    Update(device, frame, RealFloat(0), false);
+}
+
+void Node::Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) {
+    EnsureRegistered();
+    InternalUpdate(device, frame, delta, fForce);
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Update(device, frame, delta, fForce);
+    }
+}
+
+bool Node::Save(Serializer& serializer) {
+    if (!SaveText(serializer, NodeID::Name, m_sName) || !InternalSave(serializer)) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: the node cannot be saved", GetPath().GetData());
+        return false;
+    }
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        if (!SaveNode(serializer, NodeID::Node, *m_children[nChild])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Node::Load(Deserializer& deserializer) {
+    if (!LoadText(deserializer, NodeID::Name, m_sName)) {
+        return deserializer.Fail(u"its name is no UTF-16 text");
+    }
+    if (!InternalLoad(deserializer)) {
+        return deserializer.Fail(u"its own data does not fit");
+    }
+    for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
+        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() != NodeID::Node) {
+            continue;
+        }
+        Ref<Node> const pChild = LoadNode(deserializer, nChild);
+        if (!pChild) {
+            return false;
+        }
+        Attach(pChild.Get());
+        if (pChild->GetParent() != this) {
+            return deserializer.Fail(u"a child cannot be attached");
+        }
+    }
+    return true;
+}
+
+void Node::Reload() {
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Reload();
+    }
+}
+
+void Node::Emit(MemoryTracer* pTracer) {
+    pTracer->EmitAllocation(GetClassSize(), MemoryType::Object);
+    pTracer->EmitAllocation(m_sName.GetLength() * static_cast<unsigned int>(sizeof(char16_t)),
+                            MemoryType::Text);
+    m_properties.Emit(pTracer);
+    for (Node* pChild : m_children) {
+        pTracer->EmitObject(pChild);
+    }
+}
+
+void Node::GetParents(Node* pRoot, List<Ref<Node>>& parents) {
+    for (Node* pNode = this; pNode != pRoot && pNode->m_pParent; pNode = pNode->m_pParent) {
+        parents.Append(pNode->m_pParent);
+    }
+}
+
+void Node::InternalRender(GraphicsDevice&) {}
+
+void Node::InternalSelect(GraphicsDevice&) {}
+
+Node* Node::FindNode(StringEncoded<UTF16Encoding> const& sName) {
+    List<Node*> pending;
+    pending.Append(this);
+    while (!pending.IsEmpty()) {
+        Node* const pNode = pending.Last();
+        if (pNode->m_sName == sName) {
+            return pNode;
+        }
+        pending.RemoveLast();
+        for (unsigned int nChild = pNode->m_children.GetCount(); nChild-- > 0;) {
+            pending.Append(pNode->m_children[nChild]);
+        }
+    }
+    return nullptr;
+}
+
+StringEncoded<UTF16Encoding> Node::GetPath() const {
+    List<Node const*> path;
+    for (Node const* pNode = this; pNode && path.Append(pNode); pNode = pNode->m_pParent) {}
+    StringEncoded<UTF16Encoding> sPath;
+    for (; !path.IsEmpty(); path.RemoveLast()) {
+        Node const* const pNode = path.Last();
+        int nIndex = -1;
+        if (pNode->m_pParent && pNode->m_sName.IsEmpty()) {
+            nIndex = pNode->m_pParent->m_children.IndexOf(const_cast<Node*>(pNode));
+        }
+        AppendPathStep(sPath, pNode->m_sName, nIndex);
+    }
+    return sPath;
+}
+
+void Node::AcceptChildren(NodeVisitor& visitor, void* pArgument) {
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Accept(visitor, pArgument);
+    }
+}
+
+Node* Node::CloneChildrenInto(Node* pCopy) const {
+    for (unsigned int nChild = 0; pCopy && nChild < m_children.GetCount(); ++nChild) {
+        Node* const pChild = m_children[nChild]->CloneTree();
+        if (pChild) {
+            pCopy->Attach(pChild);
+            if (pChild->m_pParent == pCopy) {
+                continue;
+            }
+        }
+        delete pChild;
+        delete pCopy;
+        return nullptr;
+    }
+    return pCopy;
+}
+
+} // namespace trevik::kelvo

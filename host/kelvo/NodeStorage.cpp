@@ -1,0 +1,132 @@
+#include "NodeStorage.h"
+
+#include <climits>
+#include <cstring>
+#include <new>
+
+#include "trevik/ClassRegistry.h"
+#include "trevik/Debug.h"
+#include "trevik/List.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/Serializer.h"
+#include "trevik/kelvo/Sprite.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+/** A new node of the class that is registered under the id; null when there is none or when it is no node. */
+Node* CreateNode(ClassRegistry& registry, unsigned int nTypeID) {
+    if (!registry.IsRegistered(nTypeID) && nTypeID == TransformNode::ClassID) {
+        return new (std::nothrow) TransformNode; // needs no back end
+    }
+    Referenced* const pObject = registry.Create(nTypeID);
+    // The id comes from a file: what it creates need not be a node.
+    Node* const pNode = dynamic_cast<Node*>(pObject);
+    if (!pNode) {
+        delete pObject;
+    }
+    return pNode;
+}
+
+/** What back ends make of a texture depends on geometry that they build in Load, after the host has read the
+ * texture; setting it once more lets them narrow texture coordinates to the texture's used area. */
+void SetLoadedTexture(Node& node) {
+    if (node.IsKindOf(Sprite::ClassID)) {
+        Sprite& sprite = static_cast<Sprite&>(node);
+        if (sprite.GetTexture()) {
+            sprite.SetTexture(sprite.GetTexture());
+        }
+    }
+}
+
+/** Loads the node that the current document node describes. */
+Ref<Node> LoadCurrentNode(Deserializer& deserializer) {
+    unsigned int const nTypeID = deserializer.GetCurrentNode()->GetTypeID();
+    Ref<Node> pNode(CreateNode(deserializer.GetRegistry(), nTypeID));
+    if (!pNode) {
+        deserializer.Fail(u"no class of nodes is registered under the type id %u", nTypeID);
+        return nullptr;
+    }
+    if (!pNode->Load(deserializer)) {
+        deserializer.Fail(u"its class refuses the data");
+        return nullptr;
+    }
+    SetLoadedTexture(*pNode);
+    return pNode;
+}
+
+} // namespace
+
+bool SaveNode(Serializer& serializer, unsigned int nTagID, Node& node) {
+    if (!serializer.PushTag(nTagID, node.GetFactoryClassID())) {
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] %s: the node cannot be saved: it lies too deep, or memory is short",
+                           node.GetPath().GetData());
+        return false;
+    }
+    bool const fSaved = node.Save(serializer);
+    serializer.PopTag();
+    return fSaved;
+}
+
+Ref<Node> LoadNode(Deserializer& deserializer, unsigned int nChild) {
+    unsigned int const nDepth = deserializer.GetDepth();
+    if (nDepth >= DocumentNode::MaximumDepth || !deserializer.PushChild(nChild)) {
+        deserializer.Fail(u"its children lie too deep, or memory is short");
+        return nullptr;
+    }
+    Ref<Node> const pNode = LoadCurrentNode(deserializer);
+    deserializer.PopTo(nDepth);
+    return pNode;
+}
+
+bool LoadOptionalNode(Deserializer& deserializer, unsigned int nTagID, Ref<Node>& pNode) {
+    for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
+        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() == nTagID) {
+            Ref<Node> const pLoaded = LoadNode(deserializer, nChild);
+            if (pLoaded) {
+                pNode = pLoaded;
+            }
+            return static_cast<bool>(pLoaded);
+        }
+    }
+    return true;
+}
+
+bool SaveText(Serializer& serializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding> const& sText) {
+    return serializer.WriteAttribute(nAttributeID, reinterpret_cast<unsigned char const*>(sText.GetData()),
+                                     static_cast<unsigned long>(sText.GetLength()) * sizeof(char16_t));
+}
+
+bool LoadText(Deserializer& deserializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding>& sText) {
+    unsigned char const* pData = nullptr;
+    unsigned long nLength = 0;
+    return !deserializer.FindAttribute(nAttributeID, pData, nLength) || ReadText(pData, nLength, sText);
+}
+
+bool ReadText(unsigned char const* pData, unsigned long nLength, StringEncoded<UTF16Encoding>& sText) {
+    unsigned long const nUnits = nLength / sizeof(char16_t);
+    List<char16_t> units;
+    if (nLength % sizeof(char16_t) != 0 || nUnits > UINT_MAX ||
+        !units.Resize(static_cast<unsigned int>(nUnits))) {
+        return false;
+    }
+    if (nUnits != 0) {
+        std::memcpy(units.GetData(), pData, nLength);
+    }
+    sText = StringEncoded<UTF16Encoding>(units.GetData(), units.GetCount());
+    return true;
+}
+
+void AppendPathStep(StringEncoded<UTF16Encoding>& sPath, StringEncoded<UTF16Encoding> const& sName,
+                    int nIndex) {
+    sPath.Append(u"/", 1);
+    if (!sName.IsEmpty()) {
+        sPath.Append(sName);
+    } else if (nIndex >= 0) {
+        sPath.Append(StringEncoded<UTF16Encoding>::Format(u"#%d", nIndex));
+    }
+}
+
+} // namespace trevik::kelvo

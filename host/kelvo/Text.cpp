@@ -1,0 +1,95 @@
+#include "trevik/kelvo/Text.h"
+
+#include "NodeStorage.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+Text::Text() = default;
+
+Text::Text(Text const& other)
+    : TransformNode(other), m_text(other.m_text), m_box(other.m_box), m_fontSize(other.m_fontSize),
+      m_pFont(other.m_pFont), m_instances(other.m_instances), m_batches(other.m_batches) {
+    if (other.m_pBackgroundSprite) { // a copy of its own: it is fitted to the text
+        m_pBackgroundSprite = static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree());
+    }
+}
+
+Text::~Text() = default;
+
+void Text::Emit(MemoryTracer* pTracer) {
+    TransformNode::Emit(pTracer);
+    pTracer->EmitAllocation(m_text.GetValue().GetLength() * static_cast<unsigned int>(sizeof(char16_t)),
+                            MemoryType::Text);
+    pTracer->EmitAllocation(m_instances.GetCount() * static_cast<unsigned int>(sizeof(GlyphInstance)),
+                            MemoryType::Geometry);
+    pTracer->EmitObject(m_pFont.Get());
+    pTracer->EmitObject(m_pBackgroundSprite.Get());
+}
+
+void Text::RegisterProperties() {
+    TransformNode::RegisterProperties();
+    m_properties.Register(u"Text", &m_text);
+    m_properties.Register(u"Box", &m_box);
+    m_properties.Register(u"FontSize", &m_fontSize);
+}
+
+void Text::InternalRender(GraphicsDevice& device) {
+    if (!m_pFont) {
+        return;
+    }
+    ColorT<RealFloat> const color(1, 1, 1, GetOpacity());
+    for (unsigned int nBatch = 0; nBatch < m_batches.GetCount(); ++nBatch) {
+        m_pFont->RenderGlyphBatch(device, m_instances, m_batches[nBatch], m_position.GetValue(), color, false,
+                                  Vector3T<RealFloat>(), ColorT<RealFloat>::None);
+    }
+}
+
+void Text::InternalSelect(GraphicsDevice& device) {
+    RectangleT<RealFloat> rectangle;
+    GetTextRenderRect(rectangle);
+    Vector2T<RealFloat> position;
+    RealFloat distance = 0;
+    if (IsRectangleSelected(device, rectangle, position, distance)) {
+        device.PushSelected(this, position, distance);
+    }
+}
+
+bool Text::InternalSave(Serializer& serializer) {
+    return TransformNode::InternalSave(serializer) &&
+           (!m_pBackgroundSprite || SaveNode(serializer, NodeID::Background, *m_pBackgroundSprite));
+}
+
+bool Text::InternalLoad(Deserializer& deserializer) {
+    Ref<Node> pNode;
+    if (!TransformNode::InternalLoad(deserializer) ||
+        !LoadOptionalNode(deserializer, NodeID::Background, pNode)) {
+        return false;
+    }
+    if (pNode && !pNode->IsKindOf(Sprite::ClassID)) {
+        return deserializer.Fail(u"its background is no sprite");
+    }
+    if (pNode) {
+        m_pBackgroundSprite = static_cast<Sprite*>(pNode.Get());
+    }
+    return true;
+}
+
+void Text::GetTextRenderRect(RectangleT<RealFloat>& rectangle) {
+    rectangle = RectangleT<RealFloat>();
+    for (unsigned int nInstance = 0; nInstance < m_instances.GetCount(); ++nInstance) {
+        GlyphInstance const& instance = m_instances[nInstance];
+        RealFloat const right = instance.m_rX + static_cast<RealFloat>(instance.m_pGlyph->m_nWidth);
+        RealFloat const bottom = instance.m_rY + static_cast<RealFloat>(instance.m_pGlyph->m_nHeight);
+        bool const fFirst = nInstance == 0;
+        rectangle.left = fFirst || instance.m_rX < rectangle.left ? instance.m_rX : rectangle.left;
+        rectangle.top = fFirst || instance.m_rY < rectangle.top ? instance.m_rY : rectangle.top;
+        rectangle.right = fFirst || right > rectangle.right ? right : rectangle.right;
+        rectangle.bottom = fFirst || bottom > rectangle.bottom ? bottom : rectangle.bottom;
+    }
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,346 @@
+#include "trevik/kelvo/Texture.h"
+
+#include <climits>
+#include <cstring>
+
+#include "NodeStorage.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/Debug.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+/** How a format lays an image out. */
+struct FormatLayout {
+    int m_nBytesPerPixel; ///< 0 for compressed formats
+    int m_nBytesPerBlock; ///< of 4 × 4 pixels; 0 for others
+    int m_nPlanes;        ///< images per level; 0 for what is no texture's own format
+};
+
+/** By TextureFormat::Enum. */
+constexpr FormatLayout g_layouts[] = {
+    {2, 0, 1},  // RGB565
+    {2, 0, 1},  // RGBA5551
+    {2, 0, 1},  // RGBA4444
+    {2, 0, 1},  // ARGB4444
+    {3, 0, 1},  // RGB888
+    {4, 0, 1},  // RGBX8888
+    {4, 0, 1},  // RGBA8888
+    {4, 0, 1},  // BGRA8888
+    {0, 8, 1},  // ATC_RGB
+    {0, 16, 1}, // ATC_RGBA
+    {2, 0, 1},  // Depth16
+    {4, 0, 1},  // Depth24Stencil8
+    {0, 8, 0},  // ETC1_Alpha
+    {0, 8, 1},  // ETC1_RGB
+    {0, 8, 2},  // ETC1_RGBA
+    {1, 0, 1},  // Alpha8
+    {2, 0, 1}   // Single16
+};
+
+constexpr int BlockSide = 4;
+constexpr unsigned long long RowAlignment = 4;
+
+FormatLayout GetLayout(int nFormat) {
+    constexpr int nFormats = sizeof(g_layouts) / sizeof(g_layouts[0]);
+    return nFormat >= 0 && nFormat < nFormats ? g_layouts[nFormat] : FormatLayout{0, 0, 0};
+}
+
+unsigned long long RoundUp(unsigned long long nValue, unsigned long long nMultiple) {
+    return (nValue + nMultiple - 1) / nMultiple * nMultiple;
+}
+
+unsigned long long CountBlocks(int nSide) {
+    return (static_cast<unsigned long long>(nSide) + BlockSide - 1) / BlockSide;
+}
+
+/** GetRowSize without a limit. */
+unsigned long long ComputeRowSize(int nWidth, int nFormat) {
+    FormatLayout const layout = GetLayout(nFormat);
+    if (nWidth <= 0) {
+        return 0;
+    }
+    return layout.m_nBytesPerBlock != 0
+               ? CountBlocks(nWidth) * static_cast<unsigned int>(layout.m_nBytesPerBlock)
+               : RoundUp(static_cast<unsigned long long>(nWidth) *
+                             static_cast<unsigned int>(layout.m_nBytesPerPixel),
+                         RowAlignment);
+}
+
+/** Whether the level's size and place fit its format and the data. */
+bool IsLevelValid(MipLevel const& level, int nFormat, unsigned int nSize) {
+    unsigned int const nNeeded = Texture::GetImageSize(level.m_nWidth, level.m_nHeight, nFormat);
+    if (nNeeded == 0 || level.m_nOffset < 0 || level.m_nSize < 0 ||
+        static_cast<unsigned int>(level.m_nSize) < nNeeded) {
+        return false;
+    }
+    unsigned long long const nPlanes = static_cast<unsigned int>(GetLayout(nFormat).m_nPlanes);
+    return static_cast<unsigned int>(level.m_nOffset) + nPlanes * static_cast<unsigned int>(level.m_nSize) <=
+           nSize;
+}
+
+/** Whether the levels fit, halve from the whole texture's size, and are those of a format that textures have.
+ */
+bool AreLevelsValid(List<MipLevel> const& levels, int nWidth, int nHeight, int nFormat, unsigned int nSize) {
+    for (MipLevel const& level : levels) {
+        if (level.m_nWidth != nWidth || level.m_nHeight != nHeight || !IsLevelValid(level, nFormat, nSize)) {
+            return false;
+        }
+        nWidth = nWidth > 1 ? nWidth / 2 : 1;
+        nHeight = nHeight > 1 ? nHeight / 2 : 1;
+    }
+    return !levels.IsEmpty() && GetLayout(nFormat).m_nPlanes != 0;
+}
+
+/** Copies rows that are `nSourceStride` bytes apart to rows that are `nTargetStride` bytes apart. */
+void CopyRows(unsigned char const* pSource, long nSourceStride, unsigned char* pTarget, long nTargetStride,
+              unsigned long nRowLength, int nRows) {
+    for (int nRow = 0; nRow < nRows; ++nRow) {
+        std::memcpy(pTarget + nRow * nTargetStride, pSource + nRow * nSourceStride, nRowLength);
+    }
+}
+
+Ref<Texture> CreateObject() {
+    ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
+    return pRegistry ? static_cast<Texture*>(pRegistry->Create(HashName("Texture"))) : nullptr;
+}
+
+// Attributes of a texture in a document.
+constexpr unsigned int NameID = HashName("TextureName");
+constexpr unsigned int ShapeID = HashName("Shape");
+constexpr unsigned int LevelsID = HashName("MipLevels");
+
+/** Attribute "Shape". */
+struct SavedShape {
+    int m_nWidth;
+    int m_nHeight;
+    int m_nAllocatedWidth;
+    int m_nAllocatedHeight;
+    int m_nFormat;
+};
+
+} // namespace
+
+Texture::Texture() = default;
+
+Texture::~Texture() = default;
+
+int Texture::GetBytesPerPixel(int nFormat) {
+    return GetLayout(nFormat).m_nBytesPerPixel;
+}
+
+int Texture::GetBytesPerPixel() const {
+    return GetBytesPerPixel(m_format);
+}
+
+bool Texture::IsCompressed() const {
+    return GetLayout(m_format).m_nBytesPerBlock != 0;
+}
+
+unsigned int Texture::GetRowSize(int nWidth, int nFormat) {
+    unsigned long long const nSize = ComputeRowSize(nWidth, nFormat);
+    return nSize <= INT_MAX ? static_cast<unsigned int>(nSize) : 0;
+}
+
+unsigned int Texture::GetImageSize(int nWidth, int nHeight, int nFormat) {
+    if (nHeight <= 0) {
+        return 0;
+    }
+    bool const fBlocks = GetLayout(nFormat).m_nBytesPerBlock != 0;
+    unsigned long long const nRows =
+        fBlocks ? CountBlocks(nHeight) : static_cast<unsigned long long>(nHeight);
+    unsigned long long const nRowSize = ComputeRowSize(nWidth, nFormat);
+    return nRowSize <= INT_MAX / nRows ? static_cast<unsigned int>(nRowSize * nRows) : 0;
+}
+
+int Texture::GetStride() {
+    return static_cast<int>(GetRowSize(m_nAllocatedWidth, m_format));
+}
+
+void Texture::SetSize(int nWidth, int nHeight) {
+    m_nWidth = nWidth;
+    m_nHeight = nHeight;
+    m_nAllocatedWidth = nWidth;
+    m_nAllocatedHeight = nHeight;
+}
+
+void Texture::SetUsedSize(int nWidth, int nHeight) {
+    if (nWidth <= 0 || nHeight <= 0 || nWidth > m_nAllocatedWidth || nHeight > m_nAllocatedHeight) {
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] A texture of %d by %d cannot hold an image of %d by %d",
+                           m_nAllocatedWidth, m_nAllocatedHeight, nWidth, nHeight);
+        return;
+    }
+    m_nWidth = nWidth;
+    m_nHeight = nHeight;
+}
+
+bool Texture::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride) {
+    FormatLayout const layout = GetLayout(format);
+    unsigned long long const nPlane = GetImageSize(nWidth, nHeight, format);
+    unsigned long long const nSize = nPlane * static_cast<unsigned int>(layout.m_nPlanes);
+    long long const nRowLength = static_cast<long long>(nWidth) * layout.m_nBytesPerPixel;
+    long long const nSourceStride = nStride == 0 ? nRowLength : nStride;
+    PixelBuffer pixels;
+    List<MipLevel> levels;
+    MipLevel level;
+    level.m_nWidth = nWidth;
+    level.m_nHeight = nHeight;
+    level.m_nSize = static_cast<int>(nPlane);
+    if (nSize == 0 || nSize > INT_MAX || (nSourceStride < nRowLength && layout.m_nBytesPerBlock == 0) ||
+        !levels.Append(level) || !pixels.Allocate(static_cast<unsigned int>(nSize))) {
+        return false;
+    }
+    if (pData && layout.m_nBytesPerBlock != 0) {
+        std::memcpy(pixels.GetData(), pData, nSize);
+    } else if (pData) {
+        CopyRows(static_cast<unsigned char const*>(pData), static_cast<long>(nSourceStride), pixels.GetData(),
+                 static_cast<long>(GetRowSize(nWidth, format)), static_cast<unsigned long>(nRowLength),
+                 nHeight);
+    }
+    SetSize(nWidth, nHeight);
+    m_format = format;
+    TakeImage(pixels, levels);
+    return true;
+}
+
+bool Texture::SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight,
+                       TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
+                       unsigned int nSize, bool fBorrow) {
+    bool const fWithin =
+        nUsedWidth > 0 && nUsedHeight > 0 && nUsedWidth <= nAllocatedWidth && nUsedHeight <= nAllocatedHeight;
+    List<MipLevel> copiedLevels;
+    PixelBuffer pixels;
+    if (!fWithin || !pData || !AreLevelsValid(levels, nAllocatedWidth, nAllocatedHeight, format, nSize) ||
+        !copiedLevels.Assign(levels) || (!fBorrow && !pixels.Allocate(nSize))) {
+        return false;
+    }
+    if (fBorrow) {
+        pixels.Borrow(pData, nSize);
+    } else {
+        std::memcpy(pixels.GetData(), pData, nSize);
+    }
+    SetSize(nAllocatedWidth, nAllocatedHeight);
+    m_nWidth = nUsedWidth;
+    m_nHeight = nUsedHeight;
+    m_format = format;
+    TakeImage(pixels, copiedLevels);
+    return true;
+}
+
+/** Takes over pixels and levels that have been found to fit, and announces them. */
+void Texture::TakeImage(PixelBuffer& pixels, List<MipLevel> const& levels) {
+    m_nByteSize = pixels.GetSize();
+    m_pixelData.GetBuffer().Swap(pixels);
+    m_mipLevels.SetValue(levels);
+    m_pixelData.Notify();
+}
+
+Ref<Texture> Texture::CreateTexture(int nWidth, int nHeight, int nFormat, void const* pData, int nStride) {
+    Ref<Texture> pTexture = CreateObject();
+    if (pTexture &&
+        !pTexture->Replace(nWidth, nHeight, static_cast<TextureFormat::Enum>(nFormat), pData, nStride)) {
+        pTexture.Reset();
+    }
+    return pTexture;
+}
+
+Ref<Texture> Texture::CreateCopy() const {
+    PixelBuffer const& pixels = m_pixelData.GetBuffer();
+    Ref<Texture> pCopy = CreateObject();
+    if (pCopy && !pCopy->SetImage(m_nWidth, m_nHeight, m_nAllocatedWidth, m_nAllocatedHeight, m_format,
+                                  m_mipLevels.GetValue(), pixels.GetData(), pixels.GetSize(), false)) {
+        pCopy.Reset();
+    }
+    if (pCopy) {
+        pCopy->SetName(m_sName);
+    }
+    return pCopy;
+}
+
+bool Texture::PromoteToSurface() {
+    if (IsCompressed() || Count() != 0 || !m_pixelData.GetBuffer().GetData() || !Promote(false)) {
+        return false;
+    }
+    if (!CopyToSurface()) {
+        return false;
+    }
+    Swap();
+    return true;
+}
+
+/** Writes the image into the surface that producers write next, whose first row in memory is drawn at the
+ * bottom. */
+bool Texture::CopyToSurface() {
+    SurfaceInfo info;
+    void* const pTarget = Lock();
+    if (!pTarget) {
+        return false;
+    }
+    bool const fFits = GetSurfaceInfo(&info) && GetBytesPerPixel(info.m_nFormat) == GetBytesPerPixel() &&
+                       info.m_nWidth <= m_nAllocatedWidth && info.m_nHeight <= m_nAllocatedHeight;
+    if (fFits) {
+        long const nStride = static_cast<long>(GetRowSize(m_nAllocatedWidth, m_format));
+        unsigned char const* const pImage =
+            m_pixelData.GetBuffer().GetData() + m_mipLevels.GetValue()[0].m_nOffset;
+        CopyRows(pImage + (info.m_nHeight - 1) * nStride, -nStride, static_cast<unsigned char*>(pTarget),
+                 info.m_nStride,
+                 static_cast<unsigned long>(info.m_nWidth) * static_cast<unsigned int>(GetBytesPerPixel()),
+                 info.m_nHeight);
+    }
+    Unlock();
+    return fFits;
+}
+
+bool Texture::Save(Serializer& serializer) {
+    PixelBuffer const& pixels = m_pixelData.GetBuffer();
+    if (!pixels.GetData()) {
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] Texture \"%s\" cannot be saved: its pixels have been dropped",
+                           m_sName.GetData());
+        return false;
+    }
+    SavedShape const shape = {m_nWidth, m_nHeight, m_nAllocatedWidth, m_nAllocatedHeight, int(m_format)};
+    List<MipLevel> const& levels = m_mipLevels.GetValue();
+    return SaveText(serializer, NameID, m_sName) && serializer.WriteValue(ShapeID, shape) &&
+           serializer.WriteAttribute(LevelsID, reinterpret_cast<unsigned char const*>(levels.GetData()),
+                                     levels.GetCount() * sizeof(MipLevel)) &&
+           m_pixelData.Save(serializer);
+}
+
+bool Texture::Load(Deserializer& deserializer) {
+    SavedShape shape;
+    List<MipLevel> levels;
+    unsigned char const* pLevels = nullptr;
+    unsigned char const* pPixels = nullptr;
+    unsigned long nLevelsLength = 0;
+    unsigned long nPixelsLength = 0;
+    StringEncoded<UTF16Encoding> sName;
+    if (!deserializer.ReadValue(ShapeID, shape) ||
+        !deserializer.FindAttribute(LevelsID, pLevels, nLevelsLength) ||
+        !deserializer.FindAttribute(DocumentID::Value, pPixels, nPixelsLength) ||
+        !LoadText(deserializer, NameID, sName) || !detail::ReadElements(levels, pLevels, nLevelsLength)) {
+        return deserializer.Fail(u"a texture lacks its shape, levels or pixels");
+    }
+    if (nPixelsLength > INT_MAX || GetLayout(shape.m_nFormat).m_nPlanes == 0 ||
+        !SetImage(shape.m_nWidth, shape.m_nHeight, shape.m_nAllocatedWidth, shape.m_nAllocatedHeight,
+                  static_cast<TextureFormat::Enum>(shape.m_nFormat), levels, pPixels,
+                  static_cast<unsigned int>(nPixelsLength), false)) {
+        return deserializer.Fail(u"sizes, levels and pixels of texture \"%s\" do not agree", sName.GetData());
+    }
+    m_sName = sName;
+    return true;
+}
+
+void Texture::Emit(MemoryTracer* pTracer) {
+    pTracer->EmitAllocation(sizeof(*this), MemoryType::Object);
+    m_pixelData.Emit(pTracer);
+    pTracer->EmitAllocation(m_mipLevels.GetValue().GetCount() * static_cast<unsigned int>(sizeof(MipLevel)),
+                            MemoryType::Texture);
+}
+
+} // namespace trevik::kelvo
