@@ -113,9 +113,7 @@ void Read(JsonCursor const& place, std::string const& name, Vector3T<RealFloat>&
         value = Vector3T<RealFloat>(color.r, color.g, color.b);
         return;
     }
-    RealFloat numbers[3];
-    ReadReals(place, DescribeValue(name, PropertyType::Vector3), numbers);
-    value = Vector3T<RealFloat>(numbers[0], numbers[1], numbers[2]);
+    value = ReadVector3(place);
 }
 
 void Read(JsonCursor const& place, std::string const& name, RectangleT<RealFloat>& value) {
@@ -212,14 +210,6 @@ struct Key {
     Interpolate::Function pfnEase;
 };
 
-Interpolate::Function ReadEase(JsonCursor const& place) {
-    std::vector<std::string> names;
-    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
-        names.push_back(pName);
-    }
-    return Interpolate::Find(names[place.ReadWord("easing", names)].c_str());
-}
-
 template <class T>
 Key<T> ReadKey(JsonCursor const& place, std::string const& name) {
     place.ReadObject("a key: an object with \"frame\" and \"value\"");
@@ -227,7 +217,7 @@ Key<T> ReadKey(JsonCursor const& place, std::string const& name) {
     Key<T> key{place.Require("frame").ReadInteger(-MaximumFrame, MaximumFrame), T{}, &Interpolate::Linear};
     Read(place.Require("value"), name, key.value);
     if (std::optional<JsonCursor> const ease = place.Find("ease")) {
-        key.pfnEase = ReadEase(*ease);
+        key.pfnEase = ReadEasing(*ease);
     }
     return key;
 }
@@ -333,6 +323,20 @@ ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha) {
         place.FailExpected(what);
     }
     return ColorT<RealFloat>(components[0], components[1], components[2], components[3]);
+}
+
+Vector3T<RealFloat> ReadVector3(JsonCursor const& place) {
+    RealFloat numbers[3];
+    ReadReals(place, "3 numbers", numbers);
+    return Vector3T<RealFloat>(numbers[0], numbers[1], numbers[2]);
+}
+
+Interpolate::Function ReadEasing(JsonCursor const& place) {
+    std::vector<std::string> names;
+    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
+        names.push_back(pName);
+    }
+    return Interpolate::Find(names[place.ReadWord("easing", names)].c_str());
 }
 
 std::string DescribeValue(std::string const& name, PropertyType::Enum type) {

@@ -2,6 +2,7 @@
 
 #include "JsonCursor.h"
 
+#include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/PropertyList.h"
 
 #include <string>
@@ -29,6 +30,12 @@ bool IsAnimation(JsonCursor const& place);
 
 /** A colour: red, green, blue and, if asked for, alpha (1 unless given), as numbers or as "#rrggbb[aa]". */
 ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha);
+
+/** 3 numbers. */
+Vector3T<RealFloat> ReadVector3(JsonCursor const& place);
+
+/** An easing function, or a time map, by its name. */
+Interpolate::Function ReadEasing(JsonCursor const& place);
 
 /** What a scene file writes for a property of this name and type, for messages and the format's description.
  */

@@ -1,0 +1,101 @@
+#include "Backend.h"
+
+#include "GraphicsDeviceGL2.h"
+
+#include <dlfcn.h>
+#include <unistd.h>
+
+#include <climits>
+#include <cstring>
+#include <typeinfo>
+
+namespace kelvo::player {
+
+using trevik::kelvo::GraphicsDevice;
+using trevik::kelvo::GraphicsDeviceGL2;
+using trevik::kelvo::Plugin;
+
+namespace {
+
+constexpr char const* DefaultName = "libkelvoGLES20.so.1";
+constexpr char const* OwnVersion = KELVO_BACKEND_VERSION;
+
+/** The library beside the program when there is one, else its bare name, which the loader looks for. */
+std::string FindDefault() {
+    char program[PATH_MAX];
+    ssize_t const nLength = readlink("/proc/self/exe", program, sizeof program);
+    if (nLength > 0) {
+        std::string const path(program, static_cast<std::size_t>(nLength));
+        std::string const beside = path.substr(0, path.rfind('/') + 1) + DefaultName;
+        if (access(beside.c_str(), R_OK) == 0) {
+            return beside;
+        }
+    }
+    return DefaultName;
+}
+
+template <class Function>
+Function Find(void* pLibrary, char const* pName) {
+    return reinterpret_cast<Function>(dlsym(pLibrary, pName));
+}
+
+} // namespace
+
+Backend::~Backend() {
+    if (m_pfnShutdown) {
+        m_pfnShutdown();
+    }
+}
+
+bool Backend::Load(std::string const& path, std::string& error) {
+    // A path without a slash means a file here, not one from where libraries are.
+    std::string const library = path.empty()                          ? FindDefault()
+                                : path.find('/') == std::string::npos ? "./" + path
+                                                                      : path;
+    m_pLibrary = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
+    if (!m_pLibrary) {
+        error = std::string("the back end cannot be loaded: ") + dlerror();
+        return false;
+    }
+    auto const pfnInitialize = Find<Plugin::InitializeFunction>(m_pLibrary, "Initialize");
+    m_pfnCreateDevice = Find<Plugin::CreateDeviceFunction>(m_pLibrary, "CreateDevice");
+    m_pfnShutdown = Find<Plugin::ShutdownFunction>(m_pLibrary, "Shutdown");
+    if (!pfnInitialize || !m_pfnCreateDevice || !m_pfnShutdown) {
+        error = library + ": is no back end: it does not export Initialize, CreateDevice and Shutdown";
+        m_pfnShutdown = nullptr;
+        return false;
+    }
+    if (!pfnInitialize(&m_registry)) {
+        error = library + ": the back end does not register its classes";
+        return false;
+    }
+    return true;
+}
+
+std::unique_ptr<GraphicsDevice> Backend::CreateDevice() const {
+    return std::unique_ptr<GraphicsDevice>(m_pfnCreateDevice());
+}
+
+/** The library is not linked, so a cast cannot tell: its version and the name of the device's class do. */
+bool Backend::IsOwnDevice(GraphicsDevice const& device) const {
+    auto const pfnVersion = Find<char const* (*)()>(m_pLibrary, "GetTrevikVersion");
+    return pfnVersion && std::strcmp(pfnVersion(), OwnVersion) == 0 &&
+           std::strcmp(typeid(device).name(), "N6trevik5kelvo17GraphicsDeviceGL2E") == 0;
+}
+
+bool Backend::InitializeTargetBuffers(GraphicsDevice& device) const {
+    // A member function is called as a plain one that takes the object first.
+    auto const pfnInitialize = Find<bool (*)(GraphicsDeviceGL2*)>(
+        m_pLibrary, "_ZN6trevik5kelvo17GraphicsDeviceGL223InitializeTargetBuffersEv");
+    return pfnInitialize && IsOwnDevice(device) && pfnInitialize(static_cast<GraphicsDeviceGL2*>(&device));
+}
+
+bool Backend::SetAlphaTestEnabled(GraphicsDevice& device, bool fEnabled) const {
+    if (!IsOwnDevice(device)) {
+        return false;
+    }
+    static_cast<GraphicsDeviceGL2&>(device).SetAlphaTestEnabled(fEnabled);
+    return true;
+}
+
+} // namespace kelvo::player

@@ -1,0 +1,46 @@
+#pragma once
+
+#include "trevik/ClassRegistry.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/Plugin.h"
+
+#include <memory>
+#include <string>
+
+namespace kelvo::player {
+
+/**
+ * A back end, loaded as a plug-in through its three entry points. It stays loaded until the process ends:
+ * what it has registered (names of properties, factories) is referred to by the host for as long.
+ */
+class Backend {
+public:
+    Backend() = default;
+    ~Backend();
+    Backend(Backend const&) = delete;
+    Backend& operator=(Backend const&) = delete;
+
+    /**
+     * Loads the library at `path`, or libkelvoGLES20 from beside the program or from where libraries are, and
+     * lets it register its classes. False with one line in `error` when there is none, or it is no back end.
+     */
+    bool Load(std::string const& path, std::string& error);
+
+    trevik::ClassRegistry& GetRegistry() { return m_registry; }
+    /** A new device of the back end, not yet initialised; null when it makes none. */
+    std::unique_ptr<trevik::kelvo::GraphicsDevice> CreateDevice() const;
+
+    /** What only this project's own device can do; false when `device` is of another back end or version. */
+    bool InitializeTargetBuffers(trevik::kelvo::GraphicsDevice& device) const;
+    bool SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
+
+private:
+    bool IsOwnDevice(trevik::kelvo::GraphicsDevice const& device) const;
+
+    void* m_pLibrary = nullptr;
+    trevik::ClassRegistry m_registry;
+    trevik::kelvo::Plugin::CreateDeviceFunction m_pfnCreateDevice = nullptr;
+    trevik::kelvo::Plugin::ShutdownFunction m_pfnShutdown = nullptr;
+};
+
+} // namespace kelvo::player

@@ -1,0 +1,193 @@
+#include "Options.h"
+
+#include <CLI/CLI.hpp>
+
+#include <cctype>
+#include <climits>
+#include <cstdlib>
+
+namespace kelvo::player {
+
+using trevik::SizeT;
+using trevik::Vector2T;
+using trevik::kelvo::DeviceFormat;
+
+namespace {
+
+constexpr int LargestSurface = 16384;
+constexpr int LastFrame = 10000000;
+
+struct FormatName {
+    char const* pName;
+    DeviceFormat::Enum format;
+};
+constexpr FormatName FormatNames[] = {
+    {"rgb565", DeviceFormat::RGB565},
+    {"rgb888", DeviceFormat::RGB888},
+    {"rgba8888", DeviceFormat::RGBA8888},
+};
+
+char const* const Description =
+    "Plays a scene off-screen and turns its frames into pictures. Frames are played in fixed\n"
+    "steps of the scene's frame rate, however long they take to draw, so the same scene gives\n"
+    "the same pictures every time.";
+
+char const* const Footer =
+    "Examples:\n"
+    "  kelvo-player scene.json --out pictures     every frame, as pictures/frame_00000.png ...\n"
+    "  kelvo-player scene.json --frames 45 --out still.png\n"
+    "                                             one frame\n"
+    "  kelvo-player scene.json --stats            no pictures: what was drawn with, and how fast\n"
+    "  kelvo-player scene.json --save scene.kelvo the scene with its textures in one binary file,\n"
+    "                                             which plays as the .json does\n"
+    "  kelvo-player scene.kelvo --frames 10 --pick 320,180\n"
+    "                                             the nodes at a point of frame 10, nearest first\n"
+    "\n"
+    "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
+    "with, the other formats are opaque. A picture appears whole or not at all, also when the\n"
+    "player is interrupted.\n"
+    "\n"
+    "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
+    "no sense; 3 there is no back end or no graphics device; 130 interrupted (Ctrl-C).\n"
+    "\n"
+    "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
+
+/** The whole text as a number in a range; nothing when it is anything else. */
+std::optional<int> ReadNumber(std::string const& text, int nMinimum, int nMaximum) {
+    if (text.empty() || text.size() > 9) {
+        return std::nullopt;
+    }
+    int nNumber = 0;
+    for (char const unit : text) {
+        if (!std::isdigit(static_cast<unsigned char>(unit))) {
+            return std::nullopt;
+        }
+        nNumber = nNumber * 10 + (unit - '0');
+    }
+    return nNumber >= nMinimum && nNumber <= nMaximum ? std::optional<int>(nNumber) : std::nullopt;
+}
+
+/** Two numbers with `separator` between them. */
+bool ReadPair(std::string const& text, std::string const& separator, int nMinimum, int nMaximum, int& nFirst,
+              int& nSecond) {
+    std::size_t const nAt = text.find(separator);
+    if (nAt == std::string::npos) {
+        return false;
+    }
+    std::optional<int> const first = ReadNumber(text.substr(0, nAt), nMinimum, nMaximum);
+    std::optional<int> const second = ReadNumber(text.substr(nAt + separator.size()), nMinimum, nMaximum);
+    if (!first || !second) {
+        return false;
+    }
+    nFirst = *first;
+    nSecond = *second;
+    return true;
+}
+
+std::string ReadFrames(std::string const& text, Options& options) {
+    FrameRange range{0, 0};
+    if (std::optional<int> const frame = ReadNumber(text, 0, LastFrame)) {
+        range = {*frame, *frame};
+    } else if (!ReadPair(text, "..", 0, LastFrame, range.nFirst, range.nLast) || range.nLast < range.nFirst) {
+        return "expected a frame (45) or a first and a last one (0..89), found \"" + text + "\"";
+    }
+    options.frames = range;
+    return "";
+}
+
+std::string ReadSize(std::string const& text, Options& options) {
+    SizeT<int> size;
+    if (!ReadPair(text, "x", 1, LargestSurface, size.width, size.height)) {
+        return "expected width and height from 1 to " + std::to_string(LargestSurface) +
+               " pixels (640x360), found \"" + text + "\"";
+    }
+    options.size = size;
+    return "";
+}
+
+std::string ReadPoint(std::string const& text, Options& options) {
+    Vector2T<int> point;
+    if (!ReadPair(text, ",", 0, LargestSurface, point.x, point.y)) {
+        return "expected a point in pixels from the upper left corner (320,180), found \"" + text + "\"";
+    }
+    options.pick = point;
+    return "";
+}
+
+std::string ReadFormat(std::string const& text, Options& options) {
+    for (FormatName const& format : FormatNames) {
+        if (text == format.pName) {
+            options.format = format.format;
+            return "";
+        }
+    }
+    return "expected rgb565, rgb888 or rgba8888, found \"" + text + "\"";
+}
+
+/** An option whose text `read` turns into a part of the options, or into a complaint. */
+void AddParsed(CLI::App& app, char const* pName, char const* pValue, char const* pHelp, Options& options,
+               std::string (*read)(std::string const&, Options&)) {
+    app.add_option_function<std::string>(
+           pName,
+           [&options, pName, read](std::string const& text) {
+               std::string const complaint = read(text, options);
+               if (!complaint.empty()) {
+                   throw CLI::ValidationError(pName, complaint);
+               }
+           },
+           pHelp)
+        ->type_name(pValue);
+}
+
+} // namespace
+
+bool IsPicturePath(std::string const& path) {
+    static std::string const s_sEnding = ".png";
+    return path.size() > s_sEnding.size() &&
+           path.compare(path.size() - s_sEnding.size(), s_sEnding.size(), s_sEnding) == 0;
+}
+
+std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options) {
+    CLI::App app{Description, "kelvo-player"};
+    app.footer(Footer);
+    app.get_formatter()->column_width(26);
+    app.add_option("SCENE", options.scene,
+                   "scene to play: a .json file (see docs/scene-format.md) or a .kelvo file")
+        ->required()
+        ->type_name("");
+    AddParsed(app, "--frames", "A..B", "frames to play; all of the scene's unless given", options,
+              ReadFrames);
+    AddParsed(app, "--size", "WxH", "size of the surface in pixels instead of the scene's", options,
+              ReadSize);
+    AddParsed(app, "--format", "NAME", "surface instead of the scene's: rgb565, rgb888 or rgba8888", options,
+              ReadFormat);
+    app.add_option("--out", options.out, "the last frame as FILE.png, or every frame into a folder")
+        ->type_name("FILE.png|FOLDER");
+    app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
+    app.add_option("--save", options.save, "write the scene as a binary file")->type_name("FILE.kelvo");
+    app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
+        ->type_name("FILE");
+    AddParsed(app, "--pick", "X,Y",
+              "print the nodes at a point of the last frame, in pixels from the upper left", options,
+              ReadPoint);
+    try {
+        app.parse(nArguments, ppArguments);
+    } catch (CLI::Success const& success) {
+        return app.exit(success) == 0 ? ExitSuccess : ExitUsage;
+    } catch (CLI::ParseError const& error) {
+        std::fprintf(stderr, "kelvo-player: %s\nTry kelvo-player --help.\n", error.what());
+        return ExitUsage;
+    }
+    return std::nullopt;
+}
+
+char const* GetFormatName(DeviceFormat::Enum format) {
+    for (FormatName const& name : FormatNames) {
+        if (name.format == format) {
+            return name.pName;
+        }
+    }
+    return format == DeviceFormat::RGBX8888 ? "rgbx8888" : "unknown";
+}
+
+} // namespace kelvo::player

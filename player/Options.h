@@ -1,0 +1,52 @@
+#pragma once
+
+#include "trevik/Size.h"
+#include "trevik/Vector.h"
+#include "trevik/kelvo/DeviceFormat.h"
+
+#include <optional>
+#include <string>
+
+namespace kelvo::player {
+
+/** How the player ends; its --help lists them. */
+enum ExitCode {
+    ExitSuccess = 0,
+    ExitBadFile = 1, ///< a scene or picture cannot be read or written
+    ExitUsage = 2,   ///< the command line makes no sense
+    ExitDevice = 3,  ///< no back end, or no graphics device
+    ExitInterrupted = 130
+};
+
+/** Frames to play, the first and the last one. */
+struct FrameRange {
+    int nFirst;
+    int nLast;
+};
+
+/** What the command line asks for. */
+struct Options {
+    std::string scene;
+    std::optional<FrameRange> frames;
+    std::optional<trevik::SizeT<int>> size;
+    std::optional<trevik::kelvo::DeviceFormat::Enum> format;
+    std::string out;     ///< a .png file, or a folder; empty for no pictures
+    std::string save;    ///< empty for none
+    std::string backend; ///< empty for the one that comes with the player
+    std::optional<trevik::Vector2T<int>> pick;
+    bool fStats = false;
+};
+
+/** Whether a path names a picture, rather than a folder of pictures. */
+bool IsPicturePath(std::string const& path);
+
+/**
+ * Reads the command line. When there is nothing more to do, the help text or a complaint has been printed and
+ * the exit code is returned.
+ */
+std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options);
+
+/** The name that the command line and scene files give to a surface format. */
+char const* GetFormatName(trevik::kelvo::DeviceFormat::Enum format);
+
+} // namespace kelvo::player

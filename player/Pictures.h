@@ -1,0 +1,30 @@
+#pragma once
+
+#include <kelvo_desktop/OffscreenWindow.h>
+
+#include <string>
+
+namespace kelvo::player {
+
+/** Where the frames go as PNG files. */
+class Pictures {
+public:
+    /** A path that ends in ".png" takes one picture, any other is a folder of them; empty takes none. */
+    explicit Pictures(std::string const& path);
+
+    /** Makes the folder unless it is there. False with one line in `error` when that fails. */
+    bool Prepare(std::string& error) const;
+    /** Whether the frame is to become a picture; `fLast`: it is the last one. */
+    bool Wants(bool fLast) const { return !m_sPath.empty() && (fLast || !m_fSingle); }
+    /** Writes a frame, whole or not at all; with `fAlpha` as it is, else opaque. False with one line in
+     * `error`. */
+    bool Write(int nFrame, desktop::FinishedFrame const& frame, bool fAlpha, std::string& error);
+    unsigned int GetCount() const { return m_nWritten; }
+
+private:
+    std::string m_sPath;
+    bool m_fSingle;
+    unsigned int m_nWritten = 0;
+};
+
+} // namespace kelvo::player

@@ -1,0 +1,32 @@
+#include "Progress.h"
+
+#include <unistd.h>
+
+#include <cstdio>
+
+namespace kelvo::player {
+
+Progress::Progress(unsigned int nSteps) : m_nSteps(nSteps), m_fTerminal(isatty(STDERR_FILENO) == 1) {}
+
+Progress::~Progress() {
+    if (m_nShown >= 0) {
+        std::fputs("\r\033[K", stderr);
+    }
+}
+
+void Progress::Show(unsigned int nDone) {
+    int const nHundredths = static_cast<int>(100ull * nDone / m_nSteps);
+    if (!m_fTerminal || nHundredths == m_nShown) {
+        return;
+    }
+    m_nShown = nHundredths;
+    char bar[51];
+    for (int n = 0; n < 50; ++n) {
+        bar[n] = 2 * n < nHundredths ? '#' : '.';
+    }
+    bar[50] = '\0';
+    std::fprintf(stderr, "\r[%s] %u of %u frames", bar, nDone, m_nSteps);
+    std::fflush(stderr);
+}
+
+} // namespace kelvo::player

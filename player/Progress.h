@@ -1,0 +1,26 @@
+#pragma once
+
+#include <string>
+
+namespace kelvo::player {
+
+/** A bar on the terminal that stderr is; nothing when stderr is none. */
+class Progress {
+public:
+    /** Steps to come, at least 1. */
+    explicit Progress(unsigned int nSteps);
+    /** Takes the bar off the terminal. */
+    ~Progress();
+    Progress(Progress const&) = delete;
+    Progress& operator=(Progress const&) = delete;
+
+    /** Shows that so many steps are done. */
+    void Show(unsigned int nDone);
+
+private:
+    unsigned int m_nSteps;
+    int m_nShown = -1; ///< hundredths on the terminal, -1 for no bar
+    bool m_fTerminal;
+};
+
+} // namespace kelvo::player

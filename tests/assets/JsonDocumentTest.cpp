@@ -1,0 +1,149 @@
+#include "JsonDocument.h"
+#include "JsonCursor.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace trevik::kelvo::assets {
+namespace {
+
+bool Parse(std::string const& text, JsonValue& root, std::string& error,
+           JsonLimits const& limits = JsonLimits()) {
+    return ParseJson({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, "f.json", limits,
+                     root, error);
+}
+
+JsonSource ParseSource(std::string const& text) {
+    JsonSource source{"f.json", JsonValue()};
+    std::string error;
+    EXPECT_TRUE(Parse(text, source.root, error)) << error;
+    return source;
+}
+
+TEST(JsonDocument, KeepsOrderKindsAndLines) {
+    JsonSource const source =
+        ParseSource("{\n \"b\": 1.5,\n \"a\": [true, null,\n  \"x\\u00e9\"\n ],\n \"c\": 2\n}\n");
+    JsonValue const& root = source.root;
+    EXPECT_EQ(root.GetNames(), (std::vector<std::string>{"b", "a", "c"}));
+    EXPECT_EQ(root.GetLine(), 1u);
+    EXPECT_EQ(root.GetItems()[0].GetNumber(), 1.5);
+    EXPECT_EQ(root.GetItems()[0].GetLine(), 2u);
+    JsonValue const& array = root.GetItems()[1];
+    EXPECT_EQ(array.GetLine(), 3u);
+    EXPECT_TRUE(array.GetItems()[0].GetBool());
+    EXPECT_EQ(array.GetItems()[1].GetKind(), JsonValue::Kind::Null);
+    EXPECT_EQ(array.GetItems()[2].GetText(), "x\xc3\xa9");
+    EXPECT_EQ(array.GetItems()[2].GetLine(), 4u);
+    // A number is read up to the line break behind it, and still belongs to the line before.
+    EXPECT_EQ(root.GetItems()[2].GetLine(), 6u);
+}
+
+struct BadText {
+    char const* pText;
+    char const* pError; ///< what the message begins with
+};
+
+TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
+    BadText const texts[] = {
+        {"", "f.json:1:1: syntax error"},
+        {"{\n  \"a\": 1,\n  \"b\": ]\n}", "f.json:3:8: syntax error"},
+        {"[1, 2", "f.json:1:6: syntax error"},
+        {"[1] 2", "f.json:1:5: syntax error"},
+        {"[\"\xff\"]", "f.json:1:3: syntax error"},
+        {"{\"a\": nul}", "f.json:1:10: syntax error"},
+        {"[1,\n2,\n-]", "f.json:3:2: syntax error"},
+        {"// no comments\n1", "f.json:1:1: syntax error"},
+    };
+    for (BadText const& bad : texts) {
+        JsonValue root(JsonValue::Kind::Bool);
+        std::string error;
+        EXPECT_FALSE(Parse(bad.pText, root, error)) << bad.pText;
+        EXPECT_EQ(error.rfind(bad.pError, 0), 0u) << error;
+        EXPECT_EQ(error.find('\n'), std::string::npos) << error;
+        EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
+    }
+}
+
+TEST(JsonDocument, RefusesNumbersThatAreNotFinite) {
+    JsonValue root;
+    std::string error;
+    EXPECT_FALSE(Parse("[1,\n 1e999]", root, error));
+    EXPECT_EQ(error.rfind("f.json:2: ", 0), 0u) << error;
+    EXPECT_NE(error.find("1e999"), std::string::npos) << error;
+}
+
+TEST(JsonDocument, RefusesNamesThatStandTwice) {
+    JsonValue root;
+    std::string error;
+    EXPECT_FALSE(Parse("{\n\"b\": 1,\n\"a\": {\"b\": 2},\n\"b\":\n3}", root, error));
+    EXPECT_EQ(error, "f.json:5: \"b\" stands twice in the same object, first on line 2");
+}
+
+TEST(JsonDocument, KeepsToTheLimits) {
+    JsonLimits limits;
+    limits.nDepth = 3;
+    limits.nValues = 5;
+    JsonValue root;
+    std::string error;
+    EXPECT_TRUE(Parse("[[[1]]]", root, error, limits)) << error;
+    EXPECT_FALSE(Parse("[[\n[[]]]]", root, error, limits));
+    EXPECT_EQ(error, "f.json:2: arrays and objects are nested deeper than 3 levels");
+    EXPECT_TRUE(Parse("[1,2,3,4]", root, error, limits)) << error;
+    EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, error, limits));
+    EXPECT_EQ(error, "f.json:2: more than 5 values");
+}
+
+/** The text of the fault that `read` throws. */
+template <class Function>
+std::string FaultOf(Function read) {
+    try {
+        read();
+    } catch (JsonFault const& fault) {
+        return fault.text;
+    }
+    return "no fault";
+}
+
+TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
+    JsonSource const source = ParseSource(
+        "{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long text that goes on and on and on and on\","
+        "\n \"half\": 0.5, \"no\": null}");
+    JsonCursor const root(source);
+    JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
+    EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),
+              "f.json:1: /nodes/1/a~1b~0c: expected 3 numbers, found an array of 2");
+    EXPECT_EQ(
+        FaultOf([&] { root.Require("text").ReadNumber(0, 1); }),
+        "f.json:2: /text: expected a number, found string \"a long text that goes on and on and on a...\"");
+    EXPECT_EQ(FaultOf([&] { root.Require("half").ReadInteger(0, 1); }),
+              "f.json:3: /half: expected a whole number, found 0.5");
+    EXPECT_EQ(FaultOf([&] { root.Require("half").ReadNumber(1, 2); }),
+              "f.json:3: /half: expected a number from 1 to 2, found 0.5");
+    EXPECT_EQ(FaultOf([&] { root.Require("no").ReadBool(); }),
+              "f.json:3: /no: expected true or false, found null");
+    EXPECT_EQ(FaultOf([&] { root.Require("size"); }), "f.json:1: there is no \"size\"");
+    EXPECT_EQ(FaultOf([&] { root.Require("nodes").ReadText(); }),
+              "f.json:1: /nodes: expected a string, found an array of 2");
+}
+
+TEST(JsonCursor, SuggestsTheNameThatWasMeant) {
+    JsonSource const source =
+        ParseSource("{\"comment\": \"is always known\", \"positoin\": 0, \"ease\": \"eseInOut\"}");
+    JsonCursor const root(source);
+    EXPECT_EQ(FaultOf([&] {
+                  root.CheckNames({"ease", "Position", "Rotation"});
+              }),
+              "f.json:1: /positoin: unknown key \"positoin\"; did you mean \"Position\"?");
+    EXPECT_EQ(FaultOf([&] {
+                  root.CheckNames({"ease", "x"});
+              }),
+              "f.json:1: /positoin: unknown key \"positoin\"; known are \"ease\" and \"x\"");
+    EXPECT_EQ(FaultOf([&] {
+                  root.Require("ease").ReadWord("easing", {"linear", "easeIn", "easeInOut"});
+              }),
+              "f.json:1: /ease: unknown easing \"eseInOut\"; did you mean \"easeInOut\"?");
+}
+
+} // namespace
+} // namespace trevik::kelvo::assets
