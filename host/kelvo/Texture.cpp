@@ -43,15 +43,10 @@ constexpr FormatLayout g_layouts[] = {
 };
 
 constexpr int BlockSide = 4;
-constexpr unsigned long long RowAlignment = 4;
 
 FormatLayout GetLayout(int nFormat) {
     constexpr int nFormats = sizeof(g_layouts) / sizeof(g_layouts[0]);
     return nFormat >= 0 && nFormat < nFormats ? g_layouts[nFormat] : FormatLayout{0, 0, 0};
-}
-
-unsigned long long RoundUp(unsigned long long nValue, unsigned long long nMultiple) {
-    return (nValue + nMultiple - 1) / nMultiple * nMultiple;
 }
 
 unsigned long long CountBlocks(int nSide) {
@@ -66,9 +61,7 @@ unsigned long long ComputeRowSize(int nWidth, int nFormat) {
     }
     return layout.m_nBytesPerBlock != 0
                ? CountBlocks(nWidth) * static_cast<unsigned int>(layout.m_nBytesPerBlock)
-               : RoundUp(static_cast<unsigned long long>(nWidth) *
-                             static_cast<unsigned int>(layout.m_nBytesPerPixel),
-                         RowAlignment);
+               : static_cast<unsigned long long>(nWidth) * static_cast<unsigned int>(layout.m_nBytesPerPixel);
 }
 
 /** Whether the level's size and place fit its format and the data. */

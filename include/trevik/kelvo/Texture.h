@@ -29,9 +29,8 @@ class Serializer;
 /**
  * An image that nodes draw with: its size, format, mip levels and pixels. The first row in memory is the
  * image's top row. The used size is the part that holds the image, the allocated size that of the whole
- * texture (compressed formats round up to whole blocks). Rows in the pixel data begin at multiples of 4
- * bytes, which is what GL reads unless it is told otherwise. Back ends drop the pixels once they have
- * uploaded them.
+ * texture (compressed formats round up to whole blocks). Rows of pixels follow each other without gaps. Back
+ * ends drop the pixels once they have uploaded them.
  */
 class TREVIK_API Texture : public Referenced, public ITraceable {
 public:

@@ -1,0 +1,84 @@
+#pragma once
+
+#include "trevik/Color.h"
+#include "trevik/Export.h"
+#include "trevik/List.h"
+#include "trevik/Ref.h"
+#include "trevik/Size.h"
+#include "trevik/StringEncoded.h"
+#include "trevik/kelvo/DeviceFormat.h"
+#include "trevik/kelvo/SelectionPoint.h"
+#include "trevik/kelvo/Timeline.h"
+
+namespace trevik {
+class ClassRegistry;
+}
+
+namespace trevik::kelvo {
+
+class Deserializer;
+class GraphicsDevice;
+class Serializer;
+
+/** How a scene wants to be shown. */
+struct TREVIK_API SceneSettings {
+    static constexpr int MaximumSide = 16384;
+
+    SizeT<int> m_size{800, 480};                        ///< surface, pixels; each side 1 to MaximumSide
+    DeviceFormat::Enum m_format = DeviceFormat::RGB888; ///< of the surface
+    RealFloat m_rFrameRate = 30;                        ///< frames per second, above 0
+    int m_nFirstFrame = 0;
+    int m_nLastFrame = 0; ///< not below the first one
+    ColorT<RealFloat> m_clearColor = ColorT<RealFloat>::Black;
+
+    /** Null when all is in range, else a static text that says what is not. */
+    char16_t const* FindFault() const;
+};
+
+/** A whole scene: a tree of nodes under one timeline, and how to show it. Render thread. */
+class TREVIK_API Scene {
+public:
+    Scene();
+    ~Scene();
+    Scene(Scene const&) = delete;
+    Scene& operator=(Scene const&) = delete;
+
+    /** Null in a new scene. */
+    Timeline* GetRoot() const { return m_pRoot.Get(); }
+    /** Shows `pRoot`, a timeline without a parent, from the first frame on. */
+    void SetRoot(Ref<Timeline> const& pRoot);
+    SceneSettings& GetSettings() { return m_settings; }
+    SceneSettings const& GetSettings() const { return m_settings; }
+
+    /** Writes the scene into the current document node. False, traced, when something cannot be saved. */
+    bool Save(Serializer& serializer) const;
+    /**
+     * Reads the scene from the current document node and has its nodes reloaded. False, noted (see
+     * Deserializer::Fail) and with the scene as it was, when something does not fit.
+     */
+    bool Load(Deserializer& deserializer);
+
+    /** Writes the scene to a file (path in UTF-8). False, with the reason in one line, when that fails. */
+    bool SaveToFile(char const* pPath, String16& sError) const;
+    /** Reads a file; objects are created through `registry`. On false, with the reason in one line, nothing
+     * has changed. */
+    bool LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError);
+
+    /**
+     * Brings the scene to `frame`: the root seeks to it, and nested timelines that play advance by the time
+     * between the frames. Going back starts them over, so that what is shown depends on the frame alone.
+     */
+    void Update(GraphicsDevice& device, RealFloat const& frame);
+    /** Draws one frame over the whole surface and shows it: clear, render, present, then queued work. */
+    void RenderFrame(GraphicsDevice& device);
+    /** The visible nodes under `point` (window pixels, y down) as of the last update, nearest first. */
+    List<SelectionPoint> Pick(GraphicsDevice& device, Vector2T<RealFloat> const& point);
+
+private:
+    Ref<Timeline> m_pRoot;
+    SceneSettings m_settings;
+    RealFloat m_rShownFrame = 0; ///< of the last update
+    bool m_fShown = false;       ///< there has been an update
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,173 @@
+#include "kelvo_host/Scene.h"
+
+#include <cmath>
+
+#include "NodeStorage.h"
+#include "kelvo_host/DocumentFile.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/Serializer.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+constexpr unsigned int SizeID = HashName("SurfaceSize");
+constexpr unsigned int FormatID = HashName("SurfaceFormat");
+constexpr unsigned int FrameRateID = HashName("FrameRate");
+constexpr unsigned int FirstFrameID = HashName("FirstFrame");
+constexpr unsigned int LastFrameID = HashName("LastFrame");
+constexpr unsigned int ClearColorID = HashName("ClearColor");
+
+bool SaveSettings(Serializer& serializer, SceneSettings const& settings) {
+    return serializer.WriteValue(SizeID, settings.m_size) &&
+           serializer.WriteValue(FormatID, static_cast<int>(settings.m_format)) &&
+           serializer.WriteValue(FrameRateID, settings.m_rFrameRate) &&
+           serializer.WriteValue(FirstFrameID, settings.m_nFirstFrame) &&
+           serializer.WriteValue(LastFrameID, settings.m_nLastFrame) &&
+           serializer.WriteValue(ClearColorID, settings.m_clearColor);
+}
+
+bool LoadSettings(Deserializer& deserializer, SceneSettings& settings) {
+    int nFormat = -1;
+    if (!deserializer.ReadValue(SizeID, settings.m_size) || !deserializer.ReadValue(FormatID, nFormat) ||
+        !deserializer.ReadValue(FrameRateID, settings.m_rFrameRate) ||
+        !deserializer.ReadValue(FirstFrameID, settings.m_nFirstFrame) ||
+        !deserializer.ReadValue(LastFrameID, settings.m_nLastFrame) ||
+        !deserializer.ReadValue(ClearColorID, settings.m_clearColor)) {
+        return deserializer.Fail(u"the document holds no scene");
+    }
+    if (nFormat < DeviceFormat::RGB565 || nFormat > DeviceFormat::RGBA8888) {
+        return deserializer.Fail(u"there is no surface format %d", nFormat);
+    }
+    settings.m_format = static_cast<DeviceFormat::Enum>(nFormat);
+    char16_t const* const pFault = settings.FindFault();
+    return !pFault || deserializer.Fail(u"%s", pFault);
+}
+
+/** The timeline that a scene's nodes hang from; null, noted, when there is none. */
+Ref<Timeline> LoadRoot(Deserializer& deserializer) {
+    Ref<Node> pNode;
+    if (!LoadOptionalNode(deserializer, NodeID::Node, pNode)) {
+        return nullptr;
+    }
+    if (!pNode || !pNode->IsKindOf(Timeline::ClassID)) {
+        deserializer.Fail(u"the scene has no timeline at its root");
+        return nullptr;
+    }
+    return static_cast<Timeline*>(pNode.Get());
+}
+
+} // namespace
+
+char16_t const* SceneSettings::FindFault() const {
+    if (m_size.width < 1 || m_size.height < 1 || m_size.width > MaximumSide || m_size.height > MaximumSide) {
+        return u"the surface's sides are not 1 to 16384 pixels";
+    }
+    if (!(m_rFrameRate > 0) || !std::isfinite(m_rFrameRate)) {
+        return u"the frame rate is not above 0";
+    }
+    if (m_nLastFrame < m_nFirstFrame) {
+        return u"the last frame comes before the first one";
+    }
+    bool const fColor = std::isfinite(m_clearColor.r) && std::isfinite(m_clearColor.g) &&
+                        std::isfinite(m_clearColor.b) && std::isfinite(m_clearColor.a);
+    return fColor ? nullptr : u"the clear colour is no number";
+}
+
+Scene::Scene() = default;
+
+Scene::~Scene() = default;
+
+void Scene::SetRoot(Ref<Timeline> const& pRoot) {
+    m_pRoot = pRoot;
+    m_fShown = false;
+}
+
+bool Scene::Save(Serializer& serializer) const {
+    return SaveSettings(serializer, m_settings) && (!m_pRoot || SaveNode(serializer, NodeID::Node, *m_pRoot));
+}
+
+bool Scene::Load(Deserializer& deserializer) {
+    SceneSettings settings;
+    if (!LoadSettings(deserializer, settings)) {
+        return false;
+    }
+    Ref<Timeline> const pRoot = LoadRoot(deserializer);
+    if (!pRoot) {
+        return false;
+    }
+    pRoot->Reload();
+    m_settings = settings;
+    SetRoot(pRoot);
+    return true;
+}
+
+bool Scene::SaveToFile(char const* pPath, String16& sError) const {
+    Serializer serializer;
+    Ref<DocumentNode> const pDocument = Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
+    if (!pDocument) {
+        sError = String16::Format(u"%hs: the scene cannot be saved", pPath);
+        return false;
+    }
+    return SaveDocument(pPath, *pDocument, sError);
+}
+
+bool Scene::LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError) {
+    Ref<DocumentNode> const pDocument = LoadDocument(pPath, sError);
+    if (!pDocument) {
+        return false;
+    }
+    Deserializer deserializer(pDocument, registry);
+    if (!Load(deserializer)) {
+        sError = String16::Format(u"%hs: %s", pPath, deserializer.GetError().GetData());
+        return false;
+    }
+    return true;
+}
+
+void Scene::Update(GraphicsDevice& device, RealFloat const& frame) {
+    if (!m_pRoot) {
+        return;
+    }
+    bool const fBack = m_fShown && frame < m_rShownFrame;
+    if (fBack) {
+        m_pRoot->Reset();
+    }
+    RealFloat const start =
+        m_fShown && !fBack ? m_rShownFrame : static_cast<RealFloat>(m_settings.m_nFirstFrame);
+    RealFloat const delta = frame > start ? (frame - start) / m_settings.m_rFrameRate : RealFloat(0);
+    m_pRoot->Stop(); // its frame is the scene's
+    m_pRoot->SetFrame(frame);
+    m_pRoot->Update(device, frame, delta, false);
+    m_rShownFrame = frame;
+    m_fShown = true;
+}
+
+void Scene::RenderFrame(GraphicsDevice& device) {
+    SizeT<int> const size = device.GetSize();
+    if (device.GetViewport() != RectangleT<int>(0, 0, size.width, size.height)) {
+        device.SetViewport(0, 0, size.width, size.height);
+    }
+    if (device.GetClearColor() != m_settings.m_clearColor) {
+        device.SetClearColor(m_settings.m_clearColor);
+    }
+    device.Clear();
+    if (m_pRoot) {
+        m_pRoot->Render(device);
+    }
+    device.Present();
+    device.Process();
+}
+
+List<SelectionPoint> Scene::Pick(GraphicsDevice& device, Vector2T<RealFloat> const& point) {
+    List<SelectionPoint> selected;
+    if (m_pRoot) {
+        device.SetSelectionMode(point, &selected);
+        m_pRoot->Render(device);
+        device.SetRenderMode();
+    }
+    return selected;
+}
+
+} // namespace trevik::kelvo
