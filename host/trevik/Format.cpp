@@ -75,7 +75,7 @@ struct Arguments {
 struct Conversion {
     bool fLeft = false, fPlus = false, fSpace = false, fAlternate = false, fZero = false;
     int nWidth = 0;
-    int nPrecision = -1; // -1: none given
+    int nPrecision = -1; // negative: none
     Length length = Length::None;
     char16_t letter = 0;
 };
@@ -185,8 +185,7 @@ bool ReadConversion(char16_t const*& format, Conversion& conversion, Arguments& 
         }
     }
     if (precision.fFromArgument) {
-        precision.nValue = va_arg(arguments.list, int);
-        precision.fGiven = precision.nValue >= 0;
+        precision.nValue = va_arg(arguments.list, int); // a negative one is none
     }
     conversion.nWidth = width.nValue;
     conversion.nPrecision = precision.fGiven ? precision.nValue : -1;

@@ -72,6 +72,14 @@ TEST_F(TrevikString, CopiesShareStorageUntilOneIsChanged) {
     EXPECT_EQ(original, u"shared");
     EXPECT_EQ(moved, u"shared!");
     original = moved;
+    original += u" ";
+    original += u"..."; // leaves room to spare
+    String16 other(original);
+    original += u"a";
+    other += u"b";
+    EXPECT_EQ(original, u"shared! ...a");
+    EXPECT_EQ(other, u"shared! ...b");
+    original = moved;
     moved.Clear();
     EXPECT_EQ(original, u"shared!");
     EXPECT_TRUE(moved.IsEmpty());

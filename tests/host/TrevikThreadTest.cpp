@@ -7,6 +7,7 @@
 #include <gtest/gtest.h>
 
 #include <atomic>
+#include <chrono>
 #include <string>
 #include <thread>
 #include <vector>
@@ -144,9 +145,11 @@ TEST(TrevikTakeANumber, ProcessWaitsForTheTicketsBefore) {
     std::atomic<bool> firstIsThrough{false};
     bool rightOrder = false;
     std::thread second([&] {
-        counter->Process(1);
+        EXPECT_TRUE(counter->Process(1));
         rightOrder = firstIsThrough;
     });
+    // Gives the second ticket time to come too early; whether it did decides nothing.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     firstIsThrough = true;
     EXPECT_TRUE(counter->Process(0));
     second.join();
@@ -322,6 +325,20 @@ TEST(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
     dispatcher.ExecuteEnqueuedOperations();
     other.join();
     EXPECT_FALSE(dispatcher.WaitForOperations(0));
+}
+
+TEST(TrevikDispatcher, IsIdleOnlyWhileNothingIsLeftToExecute) {
+    QueueDispatcher dispatcher;
+    Enqueue(dispatcher, [&] { Enqueue(dispatcher, [] {}); });
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_FALSE(dispatcher.WaitUntilIdle(0)) << "the operation has queued another";
+    EXPECT_TRUE(dispatcher.WaitForOperations(0));
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_TRUE(dispatcher.WaitUntilIdle(0));
+    Enqueue(dispatcher, [] {});
+    EXPECT_FALSE(dispatcher.WaitUntilIdle(0)) << "the quiet before does not count";
+    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_FALSE(dispatcher.WaitForOperations(0)) << "what has been executed is not waited for";
 }
 
 TEST(TrevikDispatcher, RefusesNothingAndWhatItHasNoMemoryFor) {
