@@ -30,10 +30,7 @@ constexpr unsigned int SpriteCount = 10000;
 constexpr unsigned int WarmUpFrames = 5;
 constexpr unsigned int MeasuredFrames = 40;
 
-class Window : public WindowT<ANativeWindow> {
-public:
-    Window(int nWidth, int nHeight) { ::kelvo::desktop::InitialiseOffscreen(*this, nWidth, nHeight); }
-};
+using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 
 /** Everything that one sprite's calls need. */
 struct FlatSprite {
