@@ -1,0 +1,264 @@
+// The camera stack, the matrices, the viewport and picking.
+
+#include "DeviceTest.h"
+
+#include "CameraGL2.h"
+#include "trevik/Allocation.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Matrix = Matrix4T<RealFloat>;
+using Point = Vector4T<RealFloat>;
+
+/** Notes which operations reach the device through its virtual table. */
+class WatchedDevice : public GraphicsDeviceGL2 {
+public:
+    using GraphicsDeviceGL2::SetViewport;
+    void PushCamera(Camera* pCamera) override {
+        m_pPushed = pCamera;
+        GraphicsDeviceGL2::PushCamera(pCamera);
+    }
+    void SetViewport(int nX, int nY, int nWidth, int nHeight) override {
+        m_viewport = RectangleT<int>(nX, nY, nWidth, nHeight);
+        GraphicsDeviceGL2::SetViewport(nX, nY, nWidth, nHeight);
+    }
+
+    Camera* m_pPushed = nullptr;
+    RectangleT<int> m_viewport;
+};
+
+class Cameras : public DeviceTest {
+protected:
+    Cameras() { BringUp(640, 480); }
+};
+
+TEST_F(Cameras, TheStackHoldsReferencesAndTheTopIsActive) {
+    Camera* const pDefault = Device().GetActiveCamera();
+    Ref<CameraGL2> const pFirst(new CameraGL2);
+    Ref<CameraGL2> const pSecond(new CameraGL2);
+    Device().PushCamera(nullptr);
+    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
+    Device().PushCamera(pFirst.Get());
+    Device().PushCamera(pSecond.Get());
+    EXPECT_EQ(Device().GetActiveCamera(), pSecond.Get());
+    EXPECT_EQ(pSecond->GetReferenceCount(), 2);
+    Device().PopCamera();
+    EXPECT_EQ(pSecond->GetReferenceCount(), 1);
+    EXPECT_EQ(Device().GetActiveCamera(), pFirst.Get());
+    Device().PopCamera();
+    Device().PopCamera();
+    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
+    EXPECT_EQ(pFirst->GetReferenceCount(), 1);
+}
+
+TEST_F(Cameras, ACameraThatFindsNoRoomIsNotPushed) {
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    Camera* const pDefault = Device().GetActiveCamera();
+    Allocation::FailAfter(0);
+    Device().PushCamera(pCamera.Get());
+    Allocation::FailNever();
+    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
+    EXPECT_EQ(pCamera->GetReferenceCount(), 1);
+}
+
+TEST_F(Cameras, TheDepthFlagPicksTheCameraToDrawWith) {
+    Camera* const pDefault = Device().GetActiveCamera();
+    // Before anything has set the flag, an empty stack gives the identity.
+    EXPECT_EQ(Device().GetViewMatrix(), Matrix::Identity);
+    EXPECT_EQ(Device().GetProjectionMatrix(), Matrix::Identity);
+    Device().SetCameraDepth(false);
+    EXPECT_EQ(Device().GetViewMatrix(), pDefault->GetViewMatrix()) << "an empty stack always sets it";
+    Device().PushCamera2D(101, 51);
+    Matrix const projection2D = Device().GetActiveCamera()->GetProjectionMatrix();
+    Device().SetCameraDepth(false);
+    EXPECT_EQ(Device().GetProjectionMatrix(), projection2D);
+    EXPECT_EQ(Device().GetViewMatrix(), Matrix::Identity);
+    Device().SetCameraDepth(true);
+    EXPECT_EQ(Device().GetProjectionMatrix(), pDefault->GetProjectionMatrix());
+    EXPECT_EQ(Device().GetViewMatrix(), pDefault->GetViewMatrix());
+}
+
+TEST_F(Cameras, ADepthFlagBelowANodeWithoutDepthStaysOff) {
+    Camera* const pDefault = Device().GetActiveCamera();
+    Device().PushCamera2D(101, 51);
+    auto const drawsWithDefault = [&] {
+        Device().SetCameraDepth(true);
+        return Device().GetProjectionMatrix() == pDefault->GetProjectionMatrix();
+    };
+    Device().PushCameraDepth(true);
+    EXPECT_TRUE(drawsWithDefault());
+    Device().PushCameraDepth(false);
+    Device().PushCameraDepth(false);
+    Device().PopCameraDepth(false);
+    EXPECT_FALSE(drawsWithDefault());
+    Device().PopCameraDepth(true);
+    EXPECT_FALSE(drawsWithDefault());
+    Device().PopCameraDepth(false);
+    EXPECT_TRUE(drawsWithDefault());
+    Device().PopCameraDepth(false);
+    EXPECT_TRUE(drawsWithDefault()) << "the count does not go below none";
+    Device().PushCameraDepth(false);
+    EXPECT_FALSE(drawsWithDefault());
+}
+
+TEST_F(Cameras, ATwoDimensionalCameraIsPushedThroughTheTableAndGoesWithItsPop) {
+    WatchedDevice device;
+    device.PushCamera2D(320, 200);
+    Camera* const pCamera = device.GetActiveCamera();
+    ASSERT_NE(pCamera, nullptr);
+    EXPECT_EQ(device.m_pPushed, pCamera);
+    EXPECT_EQ(pCamera->GetReferenceCount(), 1);
+    EXPECT_TRUE(pCamera->GetOrthographicProperty().GetValue());
+    EXPECT_EQ(pCamera->GetViewRectangleProperty().GetValue(), RectangleT<RealFloat>(0, 0, 319, 199));
+    EXPECT_EQ(pCamera->GetNearProperty().GetValue(), 10);
+    EXPECT_EQ(pCamera->GetFarProperty().GetValue(), 1000);
+    EXPECT_FLOAT_EQ(pCamera->GetProjectionMatrix()[0], 2.0f / 319);
+    device.PopCamera();
+    EXPECT_EQ(device.GetActiveCamera(), nullptr);
+}
+
+TEST_F(Cameras, TheViewportMatrixTakesWholeHalvesWithYDown) {
+    Device().SetViewport(7, 3, 101, 51);
+    EXPECT_CALLS("glViewport(7, 3, 101, 51)");
+    Matrix const matrix = Device().GetViewportMatrix();
+    float const expected[16] = {50, 0, 0, 0, 0, -25, 0, 0, 0, 0, 1, 0, 57, 28, 0, 1};
+    EXPECT_EQ(matrix, Matrix(expected));
+    EXPECT_EQ(Device().GetViewport(), RectangleT<int>(7, 3, 108, 54));
+}
+
+TEST_F(Cameras, AViewportRectangleUsesItsBottomAsYAfterRepeatingTheOneBefore) {
+    WatchedDevice device;
+    device.SetViewport(1, 2, 30, 40);
+    Clear();
+    device.SetViewport(RectangleT<int>(0, 0, 800, 480));
+    EXPECT_CALLS("glViewport(1, 2, 30, 40)", "glViewport(0, 480, 800, 480)");
+    EXPECT_EQ(device.m_viewport, RectangleT<int>(0, 480, 800, 480));
+}
+
+TEST_F(Cameras, DepthTestingIsSwitchedOnlyWhenItChanges) {
+    Device().SetDepthTestEnabled(false);
+    EXPECT_CALLS();
+    Device().SetDepthTestEnabled(true);
+    Device().SetDepthTestEnabled(true);
+    EXPECT_TRUE(Device().IsDepthTestEnabled());
+    Device().SetDepthTestEnabled(false);
+    EXPECT_CALLS("glEnable(GL_DEPTH_TEST)", "glDisable(GL_DEPTH_TEST)");
+    EXPECT_FALSE(Device().IsDepthTestEnabled());
+}
+
+TEST_F(Cameras, TheModelViewMatrixIsKeptAsItIs) {
+    EXPECT_EQ(Device().GetModelViewMatrix(), Matrix::Identity);
+    Matrix const matrix = Matrix4Translation(Vector3T<RealFloat>(1, 2, 3));
+    Device().SetModelViewMatrix(matrix);
+    EXPECT_EQ(Device().GetModelViewMatrix(), matrix);
+}
+
+TEST_F(Cameras, ProjectsUnitsToPixelsUnderTheDefaultCamera) {
+    Device().SetViewport(0, 0, 640, 480);
+    Device().SetCameraDepth(true);
+    struct Case {
+        Point point;
+        Vector2T<RealFloat> pixel;
+    };
+    // One unit is one pixel in the plane z = 0; (0, 0) is the lower left corner, and pixels count downward.
+    Case const cases[] = {
+        {Point(0, 0, 0, 1), {0, 480}}, {Point(640, 480, 0, 1), {640, 0}}, {Point(10, 20, 0, 1), {10, 460}}};
+    for (Case const& test : cases) {
+        Vector2T<RealFloat> const pixel = Device().ProjectCoordinate(Matrix::Identity, test.point);
+        EXPECT_NEAR(pixel.x, test.pixel.x, 1e-2f);
+        EXPECT_NEAR(pixel.y, test.pixel.y, 1e-2f);
+    }
+    // The model comes first: a node moved by (10, 20) shows its origin there.
+    Vector2T<RealFloat> const moved =
+        Device().ProjectCoordinate(Matrix4Translation(Vector3T<RealFloat>(10, 20, 0)), Point(0, 0, 0, 1));
+    EXPECT_NEAR(moved.x, 10, 1e-2f);
+    EXPECT_NEAR(moved.y, 460, 1e-2f);
+}
+
+TEST_F(Cameras, ATwoDimensionalCameraCountsPixelsFromTheTop) {
+    Device().SetViewport(0, 0, 100, 50);
+    Device().PushCamera2D(101, 51);
+    Device().SetCameraDepth(false);
+    Vector2T<RealFloat> const pixel = Device().ProjectCoordinate(Matrix::Identity, Point(30, 10, 0, 1));
+    EXPECT_NEAR(pixel.x, 30, 1e-3f);
+    EXPECT_NEAR(pixel.y, 10, 1e-3f);
+}
+
+class Picking : public Cameras {
+protected:
+    Picking() {
+        Device().SetViewport(0, 0, 640, 480);
+        Device().SetCameraDepth(true);
+    }
+
+    bool Hit(Matrix const& model, Vector3T<RealFloat> const& p0, Vector3T<RealFloat> const& p1,
+             Vector3T<RealFloat> const& p2) {
+        return Device().HitProjection(model, p0, p1, p2, m_uv, m_distance);
+    }
+
+    void PointAt(RealFloat x, RealFloat y) {
+        Device().SetSelectionMode(Vector2T<RealFloat>(x, y), &m_selected);
+    }
+
+    List<SelectionPoint> m_selected;
+    Vector2T<RealFloat> m_uv{-7, -7};
+    RealFloat m_distance = -7;
+};
+
+TEST_F(Picking, FindsThePointOfATriangleUnderAPixel) {
+    PointAt(110, 480 - 220);
+    ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)), {0, 0, 0}, {50, 0, 0}, {0, 40, 0}));
+    EXPECT_NEAR(m_uv.x, 10.0f / 50, 1e-3f);
+    EXPECT_NEAR(m_uv.y, 20.0f / 40, 1e-3f);
+    // A point outside is found as well: no range is tested.
+    PointAt(90, 480 - 300);
+    ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)), {0, 0, 0}, {50, 0, 0}, {0, 40, 0}));
+    EXPECT_NEAR(m_uv.x, -10.0f / 50, 1e-3f);
+    EXPECT_NEAR(m_uv.y, 100.0f / 40, 1e-3f);
+}
+
+TEST_F(Picking, OfTwoTrianglesTheNearerOneHasTheSmallerDistance) {
+    PointAt(320, 240);
+    ASSERT_TRUE(Hit(Matrix::Identity, {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
+    RealFloat const rFar = m_distance;
+    ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, 100)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
+    EXPECT_LT(m_distance, rFar);
+}
+
+TEST_F(Picking, ATriangleSeenEdgeOnIsMissedAndNothingIsWritten) {
+    struct Case {
+        char const* name;
+        Vector3T<RealFloat> p1, p2;
+    };
+    // The eye looks along z at (320, 240); the triangles start there.
+    Case const cases[] = {{"in the plane of the ray", {0, 0, -50}, {0, 30, 0}},
+                          {"without area", {10, 10, 0}, {20, 20, 0}},
+                          {"a point", {0, 0, 0}, {0, 0, 0}}};
+    PointAt(320, 240);
+    Matrix const model = Matrix4Translation(Vector3T<RealFloat>(320, 240, 0));
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        EXPECT_FALSE(Hit(model, {0, 0, 0}, test.p1, test.p2));
+        EXPECT_EQ(m_uv, (Vector2T<RealFloat>(-7, -7)));
+        EXPECT_EQ(m_distance, -7);
+    }
+}
+
+TEST_F(Picking, AViewportWithoutAreaHitsNothing) {
+    Device().SetViewport(0, 0, 1, 480);
+    EXPECT_FALSE(Hit(Matrix::Identity, {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
+}
+
+TEST_F(Picking, AProjectionWithATinyDeterminantStillWorks) {
+    // A large flat picture: 2 / 2000 * 2 / 2000 * 2 / 990 is far below what a general inverse would call
+    // singular.
+    Device().PushCamera2D(2001, 2001);
+    Device().SetCameraDepth(false);
+    EXPECT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, -20)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
+}
+
+} // namespace

@@ -1,0 +1,105 @@
+// Nested stencil masks.
+
+#include "DeviceTest.h"
+
+#include "trevik/kelvo/Mask.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class Masks : public DeviceTest {
+protected:
+    /** A mask of one triangle, right-angled at (x, 0). */
+    static Ref<Mask> MakeMask(RealFloat x) {
+        Vector3T<RealFloat> const corners[] = {{x, 0, 0}, {x + 1, 0, 0}, {x, 2, 0}};
+        Ref<Mask> pMask(new Mask);
+        EXPECT_TRUE(pMask->SetTriangles(corners, 3));
+        return pMask;
+    }
+};
+
+TEST_F(Masks, AnEmptyListCallsNothing) {
+    BringUp();
+    List<Mask*> none;
+    EXPECT_TRUE(Device().PushMasks(none));
+    EXPECT_TRUE(Device().PopMasks(none));
+    EXPECT_CALLS();
+}
+
+TEST_F(Masks, PushRaisesTheStencilInsideAndPopLowersItAgain) {
+    BringUp();
+    Ref<Mask> const pFirst = MakeMask(10);
+    Ref<Mask> const pSecond = MakeMask(20);
+    List<Mask*> masks;
+    masks.Append(pFirst.Get());
+    masks.Append(pSecond.Get());
+    Device().SetActiveShader(Device().GetShader(-2)); // so that binding it is none of the calls
+    Clear();
+    EXPECT_TRUE(Device().PushMasks(masks));
+    // Disabling the texture target is no valid call; it is made all the same.
+    EXPECT_TRUE(
+        CallsAre({"glEnable(GL_STENCIL_TEST)", "glDisable(GL_TEXTURE_2D)", "glDepthMask(GL_FALSE)",
+                  "glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE)",
+                  "glStencilFunc(GL_EQUAL, 0, 0xFFFFFFFF)", "glStencilOp(GL_KEEP, GL_INCR, GL_INCR)",
+                  "glUniform4f(vColor, 1, 1, 1, 1)", "glUniformMatrix4fv(mWorldToView, *)",
+                  "glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)", "glDrawArrays(GL_TRIANGLES, 0, 3)",
+                  "glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)", "glDrawArrays(GL_TRIANGLES, 0, 3)",
+                  "glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE)", "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)",
+                  "glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP)", "glDepthMask(GL_TRUE)"},
+                 CallsOf({"glEnable", "glDisable", "glDepthMask", "glColorMask", "glStencil*", "glUniform*",
+                          "glVertexAttribPointer", "glDrawArrays"})));
+    EXPECT_EQ(Draws()[0].Values(0), (std::vector<float>{10, 0, 0, 11, 0, 0, 10, 2, 0}));
+    EXPECT_EQ(Draws()[1].Values(0), (std::vector<float>{20, 0, 0, 21, 0, 0, 20, 2, 0}));
+    Clear();
+    EXPECT_TRUE(Device().PopMasks(masks));
+    EXPECT_CALLS("glDisable(GL_TEXTURE_2D)", "glDepthMask(GL_FALSE)",
+                 "glColorMask(GL_FALSE, GL_FALSE, GL_FALSE, GL_FALSE)",
+                 "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)", "glStencilOp(GL_KEEP, GL_DECR, GL_DECR)",
+                 "glUniform4f(vColor, 1, 1, 1, 1)", "glUniformMatrix4fv(mWorldToView, *)",
+                 "glVertexAttribPointer", "glDrawArrays(GL_TRIANGLES, 0, 3)", "glVertexAttribPointer",
+                 "glDrawArrays(GL_TRIANGLES, 0, 3)", "glColorMask(GL_TRUE, GL_TRUE, GL_TRUE, GL_TRUE)",
+                 "glDisable(GL_STENCIL_TEST)", "glDepthMask(GL_TRUE)");
+}
+
+TEST_F(Masks, NestedMasksDrawAtTheirLevels) {
+    BringUp();
+    Ref<Mask> const pMask = MakeMask(0);
+    List<Mask*> outer, inner;
+    outer.Append(pMask.Get());
+    inner.Append(pMask.Get());
+    Device().PushMasks(outer);
+    Device().PushMasks(inner);
+    Device().PopMasks(inner);
+    // Between the two pops draws pass at the outer level again.
+    EXPECT_EQ(GetState().stencilFront.ref, 1);
+    EXPECT_TRUE(GetState().IsEnabled(GL_STENCIL_TEST));
+    Device().PopMasks(outer);
+    EXPECT_EQ(Lines("glStencilFunc"),
+              (Strings{"glStencilFunc(GL_EQUAL, 0, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)",
+                       "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 2, 0xFFFFFFFF)",
+                       "glStencilFunc(GL_EQUAL, 2, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)",
+                       "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)"}));
+    EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
+}
+
+TEST_F(Masks, AreDrawnWithModelViewTimesProjection) {
+    BringUp();
+    Device().PushCamera2D(101, 101);
+    Device().SetModelViewMatrix(Matrix4Translation(Vector3T<RealFloat>(50, 0, 0)));
+    Ref<Mask> const pMask = MakeMask(0);
+    List<Mask*> masks;
+    masks.Append(pMask.Get());
+    Device().PushMasks(masks);
+    std::vector<float> const matrix = Draws()[0].Uniform("mWorldToView");
+    ASSERT_EQ(matrix.size(), 16u);
+    // The origin, moved to the middle of a picture 101 wide, is in the middle of clip space.
+    EXPECT_FLOAT_EQ(matrix[12], 0);
+    EXPECT_FLOAT_EQ(matrix[0], 0.02f);
+    EXPECT_EQ(Draws()[0].state.colorMask, (std::array<bool, 4>{}));
+    EXPECT_FALSE(Draws()[0].state.depthMask);
+}
+
+} // namespace

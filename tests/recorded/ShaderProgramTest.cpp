@@ -1,0 +1,326 @@
+// How one program is compiled, fed and bound, without a device.
+
+#include "Diagnostics.h"
+#include "ExpectCalls.h"
+#include "ShaderProgramGL2.h"
+#include "TextureGL2.h"
+
+#include <functional>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Strings = std::vector<std::string>;
+
+constexpr int Units = 4;
+
+class ShaderProgram : public recording::Test {
+protected:
+    ShaderProgram() {
+        SetLimit(GL_MAX_TEXTURE_IMAGE_UNITS, Units);
+        m_pProgram->SetSource(ShaderType::Vertex, u"attribute vec4 vInPosition;\n"
+                                                  u"attribute vec2 vInTexture;\n"
+                                                  u"uniform mat4 mMatrix;\n"
+                                                  u"void main() { gl_Position = mMatrix * vInPosition; }\n");
+        m_pProgram->SetSource(ShaderType::Fragment,
+                              u"uniform sampler2D sA;\nuniform sampler2D sB;\nuniform sampler2D sC;\n"
+                              u"uniform sampler2D sD;\nuniform sampler2D sE;\n"
+                              u"uniform vec4 v4;\nuniform vec3 v3;\nuniform vec2 v2;\nuniform float v1;\n"
+                              u"void main() {\n"
+                              u"    gl_FragColor = v4 + vec4(v3, v1) + texture2D(sA, v2) + texture2D(sB, v2) "
+                              u"+ texture2D(sC, v2) +\n"
+                              u"                   texture2D(sD, v2) + texture2D(sE, v2);\n"
+                              u"}\n");
+        m_pProgram->SetVertexAttributeIndex(u"vInPosition", VertexAttributeIndex::Position);
+        m_pProgram->SetVertexAttributeIndex(u"vInTexture", VertexAttributeIndex::EdgeEquation1);
+    }
+
+    void CompileAndBind() {
+        ASSERT_TRUE(m_pProgram->Compile());
+        m_pProgram->Bind();
+        Clear();
+    }
+
+    Diagnostics m_diagnostics;
+    Ref<ShaderProgramGL2> m_pProgram{new ShaderProgramGL2};
+    // Samplers are given GL names, so that no texture needs one of its own.
+    Ref<TextureGL2> m_pTexture{new TextureGL2};
+    Ref<TextureGL2> m_pOther{new TextureGL2};
+};
+
+TEST_F(ShaderProgram, CompilesVertexThenFragmentAndNamesAttributesBeforeLinking) {
+    EXPECT_TRUE(m_pProgram->Compile());
+    EXPECT_CALLS("glGetBooleanv(GL_SHADER_COMPILER, *)", "glCreateProgram()",
+                 "glCreateShader(GL_FRAGMENT_SHADER)", "glCreateShader(GL_VERTEX_SHADER)",
+                 "glShaderSource(*, 1, \"attribute*\", NULL)", "glCompileShader",
+                 "glShaderSource(*, 1, \"uniform*\", NULL)", "glCompileShader", "glAttachShader",
+                 "glAttachShader", "glBindAttribLocation(*, 0, \"vInPosition\")",
+                 "glBindAttribLocation(*, 5, \"vInTexture\")", "glLinkProgram",
+                 "glGetProgramiv(*, GL_LINK_STATUS, *)", "glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, *)");
+    // The first shader was made for the fragment stage, and the vertex shader is the first in everything
+    // else.
+    GLuint const fragment = static_cast<GLuint>(Calls("glCreateShader")[0].result);
+    GLuint const vertex = static_cast<GLuint>(Calls("glCreateShader")[1].result);
+    EXPECT_EQ(FindShader(vertex)->type, static_cast<GLenum>(GL_VERTEX_SHADER));
+    EXPECT_EQ(Calls("glCompileShader")[0].Integer(0), vertex);
+    EXPECT_EQ(Calls("glCompileShader")[1].Integer(0), fragment);
+    EXPECT_EQ(Calls("glAttachShader")[0].Integer(1), vertex);
+    EXPECT_EQ(Calls("glAttachShader")[1].Integer(1), fragment);
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(ShaderProgram, AnyTypeButVertexReplacesTheFragmentSource) {
+    m_pProgram->SetSource(static_cast<ShaderType::Enum>(7), u"void main() { gl_FragColor = vec4(1.0); }");
+    ASSERT_TRUE(m_pProgram->Compile());
+    EXPECT_EQ(Calls("glShaderSource")[1].text, "void main() { gl_FragColor = vec4(1.0); }");
+}
+
+TEST_F(ShaderProgram, ALaterAttributeNameReplacesTheOneAtItsIndex) {
+    m_pProgram->SetVertexAttributeIndex(u"vOther", VertexAttributeIndex::Position);
+    ASSERT_TRUE(m_pProgram->Compile());
+    EXPECT_EQ(Lines("glBindAttribLocation(*, 0, *)").size(), 1u);
+    EXPECT_EQ(LastCall("glBindAttribLocation(*, 0, *)").text, "vOther");
+}
+
+TEST_F(ShaderProgram, GivesUpQuietlyWithTheProgramObjectLeftWhereThereIsNothingToCompile) {
+    struct Case {
+        char const* name;
+        std::function<void(ShaderProgramGL2&)> prepare;
+        bool compiler;
+    };
+    static char const s_binary[4] = {};
+    Case const cases[] = {
+        {"a binary", [](ShaderProgramGL2& program) { program.SetBinary(s_binary, 4); }, true},
+        {"no compiler", [](ShaderProgramGL2&) {}, false},
+        {"no vertex source", [](ShaderProgramGL2& program) { program.SetSource(ShaderType::Vertex, u""); },
+         true},
+        {"no fragment source",
+         [](ShaderProgramGL2& program) { program.SetSource(ShaderType::Fragment, u""); }, true},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Reset();
+        SetShaderCompiler(test.compiler);
+        Ref<ShaderProgramGL2> pProgram(new ShaderProgramGL2);
+        pProgram->SetSource(ShaderType::Vertex, u"void main() {}");
+        pProgram->SetSource(ShaderType::Fragment, u"void main() {}");
+        test.prepare(*pProgram);
+        EXPECT_FALSE(pProgram->Compile());
+        EXPECT_CALLS("glGetBooleanv", "glCreateProgram");
+        EXPECT_EQ(Counts(Object::Program).live, 1);
+        pProgram.Reset();
+        EXPECT_EQ(Counts(Object::Program).live, 0);
+    }
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(ShaderProgram, ABinaryOfNoBytesIsNone) {
+    m_pProgram->SetBinary(this, 0);
+    EXPECT_TRUE(m_pProgram->Compile());
+}
+
+TEST_F(ShaderProgram, AFailedLinkIsTracedWithItsLogAndLeavesNoObject) {
+    FailLink("out of registers");
+    EXPECT_FALSE(m_pProgram->Compile());
+    EXPECT_EQ(m_diagnostics.Messages(), Strings{"[kelvo] glLinkProgram failed:\nout of registers\n"});
+    EXPECT_TRUE(
+        CallsInOrder({"glGetProgramiv(*, GL_LINK_STATUS, *)", "glGetProgramiv(*, GL_INFO_LOG_LENGTH, *)",
+                      "glGetProgramInfoLog(*, 17, *)", "glGetShaderiv(3, GL_COMPILE_STATUS, *)",
+                      "glGetShaderiv(2, GL_COMPILE_STATUS, *)", "glDeleteShader(3)", "glDeleteShader(2)",
+                      "glDeleteProgram"},
+                     Calls()));
+    EXPECT_EQ(Counts(Object::Program).live, 0);
+    EXPECT_EQ(Counts(Object::Shader).live, 0);
+}
+
+TEST_F(ShaderProgram, ALinkLogOfOneUnitIsNotTraced) {
+    FailLink("");
+    EXPECT_FALSE(m_pProgram->Compile());
+    EXPECT_EQ(Count("glGetProgramInfoLog"), 0u);
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(ShaderProgram, AShaderThatFailsIsNamedAfterTheLinkWithALogAskedOfTheProgramFunction) {
+    struct Case {
+        GLenum stage;
+        char const* message;
+    };
+    Case const cases[] = {{GL_VERTEX_SHADER, "[kelvo] Compiling vertex shader failed:\n\n"},
+                          {GL_FRAGMENT_SHADER, "[kelvo] Compiling fragment shader failed:\n\n"}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.message);
+        Reset();
+        m_diagnostics.Forget();
+        FailCompile(test.stage, "0:1: error");
+        FailLink("not linked");
+        EXPECT_FALSE(m_pProgram->Compile());
+        // A driver answers nothing for a shader there, so the text is empty.
+        EXPECT_EQ(m_diagnostics.Messages(),
+                  (Strings{"[kelvo] glLinkProgram failed:\nnot linked\n", test.message}));
+        EXPECT_EQ(Count("glGetShaderInfoLog"), 0u);
+        EXPECT_EQ(Count("glGetProgramInfoLog"), 2u);
+    }
+}
+
+TEST_F(ShaderProgram, TracesItsSourcesWithLineNumbersAtTheDebugLevelOnly) {
+    m_pProgram->SetSource(ShaderType::Vertex, u"first\n\nthird");
+    m_pProgram->SetSource(ShaderType::Fragment, u"only\n");
+    m_pProgram->TraceSources(u"it");
+    EXPECT_TRUE(m_diagnostics.Messages(TraceLevel::Debug).empty());
+    Debug::SetMinimumLevel(TraceLevel::Debug);
+    m_pProgram->TraceSources(u"it");
+    EXPECT_EQ(m_diagnostics.Messages(TraceLevel::Debug),
+              (Strings{"[kelvo] vertex shader of it:\n   1: first\n   2: \n   3: third\n",
+                       "[kelvo] fragment shader of it:\n   1: only\n"}));
+}
+
+TEST_F(ShaderProgram, CleanupDeletesVertexFragmentAndProgramOnce) {
+    ASSERT_TRUE(m_pProgram->Compile());
+    Clear();
+    m_pProgram->Cleanup();
+    EXPECT_CALLS("glDeleteShader(3)", "glDeleteShader(2)", "glDeleteProgram");
+    m_pProgram.Reset();
+    EXPECT_EQ(Count("glDelete*"), 3u);
+}
+
+TEST_F(ShaderProgram, BindsAndUnbindsOnceWithExactlyItsAttributes) {
+    ASSERT_TRUE(m_pProgram->Compile());
+    Clear();
+    m_pProgram->Unbind();
+    EXPECT_CALLS();
+    m_pProgram->Bind();
+    m_pProgram->Bind();
+    std::string const program = std::to_string(LiveNames(Object::Program)[0]);
+    EXPECT_CALLS("glUseProgram(" + program + ")", "glEnableVertexAttribArray(0)",
+                 "glEnableVertexAttribArray(5)");
+    Clear();
+    m_pProgram->Unbind();
+    m_pProgram->Unbind();
+    EXPECT_CALLS("glDisableVertexAttribArray(0)", "glDisableVertexAttribArray(5)", "glUseProgram(0)");
+}
+
+TEST_F(ShaderProgram, UnbindTakesTheTexturesOutOfEveryUnitThatHoldsOne) {
+    CompileAndBind();
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
+    m_pProgram->SetSampler(u"sC", m_pOther.Get(), 8);
+    m_pProgram->SetSampler(u"sB", nullptr, 0);
+    m_pProgram->Unbind();
+    m_pProgram->Bind();
+    Clear();
+    // Units used by an earlier draw are taken out again, though nothing was drawn since.
+    m_pProgram->Unbind();
+    EXPECT_CALLS("glDisableVertexAttribArray(0)", "glDisableVertexAttribArray(5)",
+                 "glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 0)",
+                 "glActiveTexture(GL_TEXTURE2)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUseProgram(0)");
+}
+
+TEST_F(ShaderProgram, AsksForALocationOnceWhateverItIs) {
+    CompileAndBind();
+    GLuint const program = LiveNames(Object::Program)[0];
+    String16 const name(u"v4");
+    EXPECT_EQ(m_pProgram->GetUniformLocation(name), UniformLocation(program, "v4"));
+    // The same name in other storage, and a name that no shader knows.
+    EXPECT_EQ(m_pProgram->GetUniformLocation(u"v4"), UniformLocation(program, "v4"));
+    EXPECT_EQ(m_pProgram->GetUniformLocation(u"missing"), -1);
+    EXPECT_EQ(m_pProgram->GetUniformLocation(u"missing"), -1);
+    EXPECT_EQ(Lines(), (Strings{"glGetUniformLocation(" + std::to_string(program) + ", \"v4\")",
+                                "glGetUniformLocation(" + std::to_string(program) + ", \"missing\")"}));
+    m_pProgram->Cleanup();
+    EXPECT_EQ(m_pProgram->GetUniformLocation(name), UniformLocation(program, "v4"));
+    EXPECT_EQ(Count("glGetUniformLocation"), 2u);
+}
+
+TEST_F(ShaderProgram, SetsEachTypeOfParameterWhateverTheStage) {
+    CompileAndBind();
+    Matrix4T<float> matrix;
+    for (int i = 0; i < 16; ++i) {
+        matrix[static_cast<unsigned int>(i)] = static_cast<float>(i);
+    }
+    m_pProgram->SetParameter(ShaderType::Vertex, u"mMatrix", matrix);
+    m_pProgram->SetParameter(ShaderType::Vertex, u"v4", Vector4T<float>(1, 2, 3, 4));
+    m_pProgram->SetParameter(ShaderType::Fragment, u"v3", Vector3T<float>(5, 6, 7));
+    m_pProgram->SetParameter(ShaderType::Vertex, u"v2", Vector2T<float>(8, 9));
+    m_pProgram->SetParameter(ShaderType::Fragment, u"v1", 0.5f);
+    m_pProgram->SetParameter(ShaderType::Fragment, u"missing", 1.0f);
+    EXPECT_TRUE(
+        CallsAre({"glUniformMatrix4fv(mMatrix, 1, GL_FALSE, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, "
+                  "13, 14, 15})",
+                  "glUniform4f(v4, 1, 2, 3, 4)", "glUniform3f(v3, 5, 6, 7)", "glUniform2f(v2, 8, 9)",
+                  "glUniform1f(v1, 0.5)", "glUniform1f(-1, 1)"},
+                 CallsOf({"glUniform*"})));
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(ShaderProgram, ASamplerKeepsItsUnitAndEveryCallIsMadeEachTime) {
+    CompileAndBind();
+    for (int draw = 0; draw < 2; ++draw) {
+        Clear();
+        m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+        m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
+        EXPECT_TRUE(CallsAre({"glUniform1i(sA, 0)", "glActiveTexture(GL_TEXTURE0)",
+                              "glBindTexture(GL_TEXTURE_2D, 7)", "glUniform1i(sB, 1)",
+                              "glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 8)"},
+                             CallsOf({"glUniform1i", "glActiveTexture", "glBindTexture"})))
+            << "draw " << draw;
+    }
+}
+
+TEST_F(ShaderProgram, AnotherTextureIsBoundAfterTheOneBeforeIsUnbound) {
+    CompileAndBind();
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    Clear();
+    m_pProgram->SetSampler(u"sA", m_pOther.Get(), 8);
+    EXPECT_CALLS("glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUniform1i(sA, 0)",
+                 "glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 8)");
+}
+
+TEST_F(ShaderProgram, AUnitKeepsItsTextureAliveUntilItGetsAnother) {
+    CompileAndBind();
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    EXPECT_EQ(m_pTexture->GetReferenceCount(), 2);
+    m_pProgram->Unbind();
+    EXPECT_EQ(m_pTexture->GetReferenceCount(), 2);
+    m_pProgram->SetSampler(u"sA", m_pOther.Get(), 8);
+    EXPECT_EQ(m_pTexture->GetReferenceCount(), 1);
+    m_pProgram.Reset();
+    EXPECT_EQ(m_pOther->GetReferenceCount(), 1);
+}
+
+TEST_F(ShaderProgram, ANullTextureIsBoundAsNoneAndKeepsTheUnitForTheSampler) {
+    CompileAndBind();
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    Clear();
+    m_pProgram->SetSampler(u"sA", nullptr, 0);
+    EXPECT_CALLS("glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUniform1i(sA, 0)",
+                 "glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 0)");
+    EXPECT_EQ(m_pTexture->GetReferenceCount(), 1);
+    m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
+    EXPECT_EQ(UniformValue(LiveNames(Object::Program)[0], "sB"), std::vector<float>{1});
+}
+
+TEST_F(ShaderProgram, WithoutAFreeUnitASamplerIsTracedAndNothingIsCalled) {
+    CompileAndBind();
+    for (String16 const& name : {String16(u"sA"), String16(u"sB"), String16(u"sC"), String16(u"sD")}) {
+        m_pProgram->SetSampler(name, m_pTexture.Get(), 7);
+    }
+    Clear();
+    m_pProgram->SetSampler(u"sE", m_pOther.Get(), 8);
+    EXPECT_CALLS();
+    EXPECT_EQ(m_diagnostics.Messages(), Strings{"[kelvo] Maximum number of texture units exceeded!\n"});
+    // Those that have a unit still work.
+    m_pProgram->SetSampler(u"sD", m_pTexture.Get(), 7);
+    EXPECT_CALLS("glUniform1i(sD, 3)", "glActiveTexture(GL_TEXTURE3)", "glBindTexture(GL_TEXTURE_2D, 7)");
+}
+
+TEST_F(ShaderProgram, BeforeItIsCompiledThereAreNoUnits) {
+    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    EXPECT_CALLS();
+    EXPECT_EQ(m_diagnostics.Messages(), Strings{"[kelvo] Maximum number of texture units exceeded!\n"});
+}
+
+} // namespace

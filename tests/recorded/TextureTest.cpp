@@ -1,0 +1,292 @@
+// How textures get into GL, and out of it.
+
+#include "DeviceTest.h"
+
+#include "trevik/Statistics.h"
+#include "trevik/kelvo/MipLevel.h"
+
+#include <cstring>
+#include <thread>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class TextureTest : public DeviceTest {
+protected:
+    TextureTest() {
+        BringUp();
+        m_nBytesBefore = Statistics::Instance().GetStat(Statistics::StatTextureMemory);
+    }
+
+    /** A texture of 8 x 4 texels with this many levels, each half the size, over bytes 0, 1, 2 and so on. */
+    Ref<TextureGL2> MakeTexture(int nFormat, unsigned int nLevels = 1) {
+        List<MipLevel> levels;
+        int nOffset = 0;
+        for (unsigned int i = 0; i < nLevels; ++i) {
+            MipLevel level;
+            level.m_nWidth = 8 >> i;
+            level.m_nHeight = 4 >> i;
+            level.m_nOffset = nOffset;
+            level.m_nSize = 64;
+            levels.Append(level);
+            nOffset += 128;
+        }
+        m_bytes.resize(static_cast<std::size_t>(nOffset));
+        for (std::size_t i = 0; i < m_bytes.size(); ++i) {
+            m_bytes[i] = static_cast<unsigned char>(i);
+        }
+        Ref<TextureGL2> pTexture(new TextureGL2);
+        pTexture->SetSize(8, 4);
+        pTexture->SetFormat(static_cast<TextureFormat::Enum>(nFormat));
+        pTexture->SetByteSize(static_cast<unsigned int>(m_bytes.size()));
+        pTexture->GetMipLevels().SetValue(levels);
+        pTexture->GetPixelData().GetBuffer().Borrow(m_bytes.data(),
+                                                    static_cast<unsigned int>(m_bytes.size()));
+        return pTexture;
+    }
+
+    long long Counted() const {
+        return Statistics::Instance().GetStat(Statistics::StatTextureMemory) - m_nBytesBefore;
+    }
+
+    std::vector<unsigned char> m_bytes;
+    long long m_nBytesBefore = 0;
+};
+
+TEST_F(TextureTest, UploadsEachFormatAsGlWantsIt) {
+    struct Case {
+        int format;
+        char const* upload;
+    };
+    Case const cases[] = {
+        {0, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, 8, 4, 0, GL_RGB, GL_UNSIGNED_SHORT_5_6_5, *)"},
+        {1, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 8, 4, 0, GL_RGBA, GL_UNSIGNED_SHORT_5_5_5_1, *)"},
+        {2, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 8, 4, 0, GL_RGBA, GL_UNSIGNED_SHORT_4_4_4_4, *)"},
+        {4, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, 8, 4, 0, GL_RGB, GL_UNSIGNED_BYTE, *)"},
+        {5, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 8, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, *)"},
+        {6, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 8, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, *)"},
+        {7, "glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, 8, 4, 0, GL_RGBA, GL_UNSIGNED_BYTE, *)"},
+        {8, "glCompressedTexImage2D(GL_TEXTURE_2D, 0, GL_ATC_RGB_AMD, 8, 4, 0, 64, *)"},
+        {9, "glCompressedTexImage2D(GL_TEXTURE_2D, 0, GL_ATC_RGBA_EXPLICIT_ALPHA_AMD, 8, 4, 0, 64, *)"},
+        {10, "glTexImage2D(GL_TEXTURE_2D, 0, GL_DEPTH_COMPONENT, 8, 4, 0, GL_DEPTH_COMPONENT, "
+             "GL_UNSIGNED_SHORT, *)"},
+        {11, "glTexImage2D(GL_TEXTURE_2D, 0, GL_DEPTH_STENCIL_OES, 8, 4, 0, GL_DEPTH_STENCIL_OES, "
+             "GL_UNSIGNED_INT_24_8_OES, *)"},
+        {12, "glCompressedTexImage2D(GL_TEXTURE_2D, 0, GL_ETC1_RGB8_OES, 8, 4, 0, 64, *)"},
+        {13, "glCompressedTexImage2D(GL_TEXTURE_2D, 0, GL_ETC1_RGB8_OES, 8, 4, 0, 64, *)"},
+        {15, "glTexImage2D(GL_TEXTURE_2D, 0, GL_ALPHA, 8, 4, 0, GL_ALPHA, GL_UNSIGNED_BYTE, *)"},
+        {16, "glTexImage2D(GL_TEXTURE_2D, 0, GL_LUMINANCE, 8, 4, 0, GL_ALPHA, GL_UNSIGNED_SHORT, *)"},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.format);
+        Ref<TextureGL2> const pTexture = MakeTexture(test.format);
+        Clear();
+        GLuint const name = pTexture->GetGLTexture();
+        EXPECT_NE(name, 0u);
+        std::string const bind = "glBindTexture(GL_TEXTURE_2D, " + std::to_string(name) + ")";
+        EXPECT_CALLS("glGenTextures(1, *)", bind, "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, *)",
+                     "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, *)",
+                     "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE)",
+                     "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE)", test.upload,
+                     "glGetError()", "glBindTexture(GL_TEXTURE_2D, 0)");
+        EXPECT_EQ(pTexture->GetGLTextureAlpha(), 0u);
+    }
+}
+
+TEST_F(TextureTest, AFormatThatCannotBeUploadedLeavesItsNameBehindBound) {
+    for (int const format : {3, 17, 1000, -1}) {
+        SCOPED_TRACE(format);
+        Ref<TextureGL2> const pTexture = MakeTexture(format);
+        Clear();
+        EXPECT_EQ(pTexture->GetGLTexture(), 0u);
+        EXPECT_EQ(Count("glGenTextures"), 1u);
+        EXPECT_EQ(Count("glDeleteTextures"), 0u);
+        EXPECT_NE(GetState().textures[0], 0u);
+    }
+    // Asked for as one upload, the format with two images is none either.
+    Ref<TextureGL2> const pTexture = MakeTexture(14);
+    EXPECT_EQ(pTexture->CreateGLTexture(m_bytes.data(), pTexture->GetMipLevels(), 14), 0u);
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(TextureTest, FiltersByLevelsAndDepth) {
+    struct Case {
+        int format;
+        unsigned int levels;
+        char const* filter;
+    };
+    Case const cases[] = {{6, 1, "GL_LINEAR"},
+                          {6, 3, "GL_LINEAR_MIPMAP_LINEAR"},
+                          {10, 1, "GL_NEAREST"},
+                          {11, 1, "GL_NEAREST"},
+                          {11, 2, "GL_LINEAR_MIPMAP_LINEAR"},
+                          {6, 0, "GL_LINEAR"},
+                          {13, 2, "GL_LINEAR_MIPMAP_LINEAR"}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(std::to_string(test.format) + " with " + std::to_string(test.levels));
+        Ref<TextureGL2> const pTexture = MakeTexture(test.format, test.levels);
+        if (test.levels == 0) {
+            m_bytes.resize(1);
+            pTexture->GetPixelData().GetBuffer().Borrow(m_bytes.data(), 1);
+        }
+        Clear();
+        EXPECT_NE(pTexture->GetGLTexture(), 0u);
+        std::string const filter = test.filter;
+        EXPECT_EQ(Lines("glTexParameteri(*FILTER*)"),
+                  (Strings{"glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, " + filter + ")",
+                           "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, " + filter + ")"}));
+        EXPECT_EQ(Count("gl*TexImage2D"), test.levels);
+    }
+}
+
+TEST_F(TextureTest, UploadsEveryLevelFromItsOffset) {
+    Ref<TextureGL2> const pTexture = MakeTexture(6, 3);
+    Clear();
+    ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    std::vector<Call> const uploads = Calls("glTexImage2D");
+    ASSERT_EQ(uploads.size(), 3u);
+    for (int level = 0; level < 3; ++level) {
+        Call const& upload = uploads[static_cast<std::size_t>(level)];
+        EXPECT_EQ(upload.Integer(1), level);
+        EXPECT_EQ(upload.Integer(3), 8 >> level);
+        EXPECT_EQ(upload.Integer(4), 4 >> level);
+        EXPECT_EQ(upload.Pointer(8), m_bytes.data() + 128 * level);
+    }
+}
+
+TEST_F(TextureTest, SeparateAlphaBecomesASecondTextureFromBehindEachColourImage) {
+    Ref<TextureGL2> const pTexture = MakeTexture(14, 2);
+    Clear();
+    GLuint const color = pTexture->GetGLTexture();
+    GLuint const alpha = pTexture->GetGLTextureAlpha();
+    EXPECT_NE(color, 0u);
+    EXPECT_NE(alpha, 0u);
+    EXPECT_NE(color, alpha);
+    std::vector<Call> const uploads = Calls("glCompressedTexImage2D");
+    ASSERT_EQ(uploads.size(), 4u);
+    unsigned char const* const pData = m_bytes.data();
+    // 8 x 4 and 4 x 2 texels take 16 and 4 bytes.
+    unsigned char const* const sources[] = {pData, pData + 128, pData + 16, pData + 128 + 4};
+    for (std::size_t i = 0; i < 4; ++i) {
+        EXPECT_EQ(uploads[i].Pointer(7), sources[i]) << i;
+        EXPECT_EQ(uploads[i].Integer(6), 64) << i;
+    }
+    Clear();
+    pTexture->ReleaseGLTexture();
+    EXPECT_CALLS("glDeleteTextures(1, {" + std::to_string(color) + "})",
+                 "glDeleteTextures(1, {" + std::to_string(alpha) + "})");
+    EXPECT_EQ(pTexture->GetGLTextureAlpha(), 0u);
+}
+
+TEST_F(TextureTest, AskedForTheAlphaFirstMakesBothWithoutCounting) {
+    Ref<TextureGL2> const pTexture = MakeTexture(14);
+    EXPECT_NE(pTexture->GetGLTextureAlpha(), 0u);
+    EXPECT_EQ(Counted(), 0);
+    EXPECT_NE(pTexture->GetGLTexture(), 0u);
+    EXPECT_EQ(Counted(), 0);
+}
+
+TEST_F(TextureTest, IsMadeOnceCountedAndAnnounced) {
+    Strings events;
+    StatisticsListener const before = Statistics::Instance().SetListener(
+        [](void* user, String16 const& event) {
+            static_cast<Strings*>(user)->push_back(String8(event).GetData());
+        },
+        &events);
+    Ref<TextureGL2> const pTexture = MakeTexture(6);
+    GLuint const name = pTexture->GetGLTexture();
+    EXPECT_EQ(pTexture->GetGLTexture(), name);
+    EXPECT_EQ(Counted(), 128);
+    EXPECT_EQ(events, Strings{"Create Texture: 8x4(128)"});
+    pTexture->ReleaseGLTexture();
+    EXPECT_EQ(Counted(), 0);
+    Statistics::Instance().SetListener(before);
+}
+
+TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
+    Ref<TextureGL2> const pTexture = MakeTexture(6);
+    int nChanges = 0;
+    ASSERT_TRUE(pTexture->GetPixelData().GetChangeEvent().Connect([&](PixelBuffer const& buffer) {
+        ++nChanges;
+        EXPECT_EQ(buffer.GetSize(), 0u);
+    }));
+    ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    PixelBuffer const& buffer = pTexture->GetPixelData().GetBuffer();
+    EXPECT_EQ(nChanges, 1);
+    EXPECT_EQ(buffer.GetData(), nullptr);
+    EXPECT_EQ(buffer.GetSize(), 0u);
+    EXPECT_TRUE(buffer.IsOwning());
+    // Without pixels there is nothing to make it from again.
+    pTexture->ReleaseGLTexture();
+    EXPECT_EQ(pTexture->GetGLTexture(), 0u);
+    EXPECT_FALSE(pTexture->CreateGLTexture());
+}
+
+TEST_F(TextureTest, WithoutPixelsNothingIsCalled) {
+    Ref<TextureGL2> const pTexture(new TextureGL2);
+    Clear();
+    EXPECT_FALSE(pTexture->CreateGLTexture());
+    EXPECT_EQ(pTexture->GetGLTexture(), 0u);
+    EXPECT_EQ(pTexture->CreateGLTexture(nullptr, pTexture->GetMipLevels(), 6), 0u);
+    EXPECT_CALLS();
+}
+
+TEST_F(TextureTest, ReplaceDeletesTheGlTextureAndTheNextUseMakesANewOne) {
+    Ref<TextureGL2> const pTexture = MakeTexture(6);
+    ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    unsigned char const pixels[2 * 3 * 3] = {};
+    Clear();
+    ASSERT_TRUE(pTexture->Replace(2, 3, TextureFormat::RGB888, pixels, 6));
+    EXPECT_CALLS("glDeleteTextures");
+    ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    EXPECT_EQ(Count("glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, 2, 3, 0, GL_RGB, GL_UNSIGNED_BYTE, *)"), 1u);
+    EXPECT_EQ(Counted(), pTexture->GetByteSize());
+    EXPECT_FALSE(pTexture->Replace(0, 3, TextureFormat::RGB888, pixels, 6));
+}
+
+TEST_F(TextureTest, RowsOfAnyLengthAreTakenWithoutGaps) {
+    // Set when the device starts: rows of 3 bytes follow each other at once.
+    EXPECT_EQ(GetState().unpackAlignment, 1);
+    EXPECT_EQ(GetState().packAlignment, 1);
+}
+
+TEST_F(TextureTest, GoesWithItsGlTextures) {
+    {
+        Ref<TextureGL2> const pTexture = MakeTexture(14);
+        pTexture->GetGLTexture();
+        Clear();
+    }
+    EXPECT_EQ(Count("glDeleteTextures"), 2u);
+    EXPECT_EQ(Counted(), 0);
+}
+
+TEST_F(TextureTest, DeletionOffTheRenderThreadIsABrokenInvariantForEachTexture) {
+    Ref<TextureGL2> const pTexture = MakeTexture(14);
+    ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    std::thread([&] { pTexture->ReleaseGLTexture(); }).join();
+    EXPECT_EQ(m_diagnostics.Failures(), (Strings{"src/TextureGL2:190: GraphicsDeviceGL2::InRenderThread()",
+                                                 "src/TextureGL2:199: GraphicsDeviceGL2::InRenderThread()"}));
+}
+
+TEST_F(TextureTest, APlainTextureHasNoSurfaces) {
+    Ref<TextureGL2> const pTexture = MakeTexture(6);
+    SurfaceInfo info{1, 2, 3, 4};
+    EXPECT_FALSE(pTexture->IsPromoted());
+    EXPECT_FALSE(pTexture->GetSurfaceInfo(&info));
+    EXPECT_EQ(info.m_nStride, 3);
+    EXPECT_EQ(pTexture->Swap(), -1);
+    EXPECT_EQ(pTexture->Current(), -1);
+    EXPECT_EQ(pTexture->Count(), 0);
+    EXPECT_TRUE(pTexture->Demote());
+    pTexture->Unlock();
+    EXPECT_FALSE(pTexture->Compress());
+    EXPECT_EQ(pTexture->GetGLTextureType(), static_cast<unsigned int>(GL_TEXTURE_2D));
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    EXPECT_FALSE(pTexture->GetSurfaceInfo(nullptr));
+    EXPECT_EQ(m_diagnostics.Failures(), Strings{"src/TextureGL2:407: pSurfaceInfo != __null"});
+}
+
+} // namespace
