@@ -1,6 +1,7 @@
 #include "TextureGL2.h"
 
 #include "GraphicsDeviceGL2.h"
+#include "JObject.h"
 #include "Unavailable.h"
 #include "trevik/Assert.h"
 #include "trevik/ScopeCounter.h"
@@ -135,6 +136,11 @@ bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, vo
     TEXTURE_ASSERT(!m_fEglImageInitialized, LineReplace, "!m_fEglImageInitialized");
     ReleaseGLTexture();
     return Texture::Replace(nWidth, nHeight, format, pData, nStride);
+}
+
+jni::Object<jni::android::graphics::Bitmap> TextureGL2::CreateJavaBitmapFromTexture(int) {
+    TraceUnavailable(u"TextureGL2::CreateJavaBitmapFromTexture");
+    return jni::Object<jni::android::graphics::Bitmap>();
 }
 
 unsigned int TextureGL2::CreateCountedGLTexture() {
