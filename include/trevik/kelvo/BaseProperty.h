@@ -112,7 +112,11 @@ public:
         if (m_controllers.IsEmpty()) {
             return;
         }
-        Notify(m_controllers.Last()->Evaluate(context, frame, GetWritableValue()));
+        if (__builtin_expect(m_pBinding != nullptr, 0)) {
+            UpdateBinding(context, frame);
+        } else if (m_controllers.Last()->Evaluate(context, frame, m_value)) {
+            m_changeEvent(m_value);
+        }
         // A subscriber may have removed controllers meanwhile.
         if (!m_controllers.IsEmpty() && m_controllers.Last()->IsFinished()) {
             m_controllers.RemoveLast();
@@ -192,6 +196,11 @@ public:
     }
 
 private:
+    /** Apart from Update, which runs for every animated value of every frame and is kept small. */
+    __attribute__((noinline)) void UpdateBinding(UpdateContext const& context, RealFloat const& frame) {
+        m_pBinding->Notify(m_controllers.Last()->Evaluate(context, frame, m_pBinding->GetWritableValue()));
+    }
+
     void NoteControllers() const {
         if (!m_controllers.IsEmpty()) {
             BasePropertyGeneration::Advance();

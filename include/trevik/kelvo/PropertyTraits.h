@@ -44,12 +44,29 @@ struct RawValue {
     }
 };
 
-/** Values that a sample controller drives: between two frames they are mixed, and equal neighbours save as
- * runs. */
-template <class T>
+/** Values made of components of one type, in order: a sample controller mixes them, and equal neighbours save
+ * as runs. */
+template <class T, class Component>
 struct SampledValue : RawValue<T> {
     static constexpr bool Sampled = true;
     static constexpr bool Chunked = true;
+
+    static void Interpolate(unsigned char const* pA, unsigned char const* pB, RealFloat f, T& out) {
+        Mix(pA, pB, f, out, std::make_index_sequence<sizeof(T) / sizeof(Component)>());
+    }
+
+private:
+    // Component by component, so that they go through registers and not through copies of the whole.
+    template <std::size_t... n>
+    static void Mix(unsigned char const* pA, unsigned char const* pB, RealFloat f, T& out,
+                    std::index_sequence<n...>) {
+        out = T(detail::Mix(Get(pA, n), Get(pB, n), f)...);
+    }
+    static Component Get(unsigned char const* pValue, std::size_t nComponent) {
+        Component component;
+        std::memcpy(&component, pValue + nComponent * sizeof(Component), sizeof(Component));
+        return component;
+    }
 };
 
 /** Reads `nLength` bytes as elements into `list`; false, with the list unchanged, when they do not come out
@@ -105,61 +122,34 @@ struct PropertyTraits<bool> {
         unsigned char const nByte = value ? 1 : 0;
         return serializer.WriteAttribute(nAttributeID, &nByte, 1);
     }
-    static void Interpolate(bool a, bool, RealFloat, bool& out) { out = a; }
-};
-
-template <>
-struct PropertyTraits<int> : detail::SampledValue<int> {
-    static void Interpolate(int a, int b, RealFloat f, int& out) { out = detail::Mix(a, b, f); }
-};
-
-template <>
-struct PropertyTraits<RealFloat> : detail::SampledValue<RealFloat> {
-    static void Interpolate(RealFloat a, RealFloat b, RealFloat f, RealFloat& out) {
-        out = detail::Mix(a, b, f);
+    static void Interpolate(unsigned char const* pA, unsigned char const*, RealFloat, bool& out) {
+        Read(out, pA);
     }
 };
 
 template <>
-struct PropertyTraits<Vector2T<RealFloat>> : detail::SampledValue<Vector2T<RealFloat>> {
-    typedef Vector2T<RealFloat> Value;
-    static void Interpolate(Value const& a, Value const& b, RealFloat f, Value& out) {
-        out = Value(detail::Mix(a.x, b.x, f), detail::Mix(a.y, b.y, f));
-    }
-};
+struct PropertyTraits<int> : detail::SampledValue<int, int> {};
 
 template <>
-struct PropertyTraits<Vector3T<RealFloat>> : detail::SampledValue<Vector3T<RealFloat>> {
-    typedef Vector3T<RealFloat> Value;
-    static void Interpolate(Value const& a, Value const& b, RealFloat f, Value& out) {
-        out = Value(detail::Mix(a.x, b.x, f), detail::Mix(a.y, b.y, f), detail::Mix(a.z, b.z, f));
-    }
-};
+struct PropertyTraits<RealFloat> : detail::SampledValue<RealFloat, RealFloat> {};
 
 template <>
-struct PropertyTraits<RectangleT<RealFloat>> : detail::SampledValue<RectangleT<RealFloat>> {
-    typedef RectangleT<RealFloat> Value;
-    static void Interpolate(Value const& a, Value const& b, RealFloat f, Value& out) {
-        out = Value(detail::Mix(a.left, b.left, f), detail::Mix(a.top, b.top, f),
-                    detail::Mix(a.right, b.right, f), detail::Mix(a.bottom, b.bottom, f));
-    }
-};
+struct PropertyTraits<Vector2T<RealFloat>> : detail::SampledValue<Vector2T<RealFloat>, RealFloat> {};
 
 template <>
-struct PropertyTraits<ColorT<RealFloat>> : detail::SampledValue<ColorT<RealFloat>> {
-    typedef ColorT<RealFloat> Value;
-    static void Interpolate(Value const& a, Value const& b, RealFloat f, Value& out) {
-        out = Value(detail::Mix(a.r, b.r, f), detail::Mix(a.g, b.g, f), detail::Mix(a.b, b.b, f),
-                    detail::Mix(a.a, b.a, f));
-    }
-};
+struct PropertyTraits<Vector3T<RealFloat>> : detail::SampledValue<Vector3T<RealFloat>, RealFloat> {};
 
-template <class T>
-struct PropertyTraits<SizeT<T>> : detail::SampledValue<SizeT<T>> {
-    static void Interpolate(SizeT<T> const& a, SizeT<T> const& b, RealFloat f, SizeT<T>& out) {
-        out = SizeT<T>(detail::Mix(a.width, b.width, f), detail::Mix(a.height, b.height, f));
-    }
-};
+template <>
+struct PropertyTraits<RectangleT<RealFloat>> : detail::SampledValue<RectangleT<RealFloat>, RealFloat> {};
+
+template <>
+struct PropertyTraits<ColorT<RealFloat>> : detail::SampledValue<ColorT<RealFloat>, RealFloat> {};
+
+template <>
+struct PropertyTraits<SizeT<int>> : detail::SampledValue<SizeT<int>, int> {};
+
+template <>
+struct PropertyTraits<SizeT<RealFloat>> : detail::SampledValue<SizeT<RealFloat>, RealFloat> {};
 
 /** Saved as its elements' bytes, in order. */
 template <class T>

@@ -65,7 +65,7 @@ public:
     /** Sample `nSample`, 0 being the start frame's; past the end the last one. There must be a sample. */
     T GetSample(unsigned int nSample) const {
         T value;
-        ReadSample(nSample, value);
+        PropertyTraits<T>::Read(value, FindSample(nSample));
         return value;
     }
 
@@ -73,16 +73,11 @@ public:
         if (m_nSampleCount == 0) {
             return false;
         }
-        RealFloat const t = frame;
-        long long const nLastFrame = static_cast<long long>(m_nStartFrame) + m_nSampleCount - 1;
-        if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also takes what is not a number
-            ReadSample(0, out);
-        } else if (t >= static_cast<RealFloat>(nLastFrame)) {
-            ReadSample(m_nSampleCount - 1, out);
-        } else {
-            EvaluateBetween(t, out);
+        if (__builtin_expect(m_fChunked, 0)) {
+            return EvaluateChunked(frame, out);
         }
-        return true;
+        return EvaluateWith(frame, out,
+                            [this](unsigned long long nSample) { return FindPlainSample(nSample); });
     }
 
     /**
@@ -201,35 +196,53 @@ private:
         return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_chunks.GetData());
     }
 
-    void EvaluateBetween(RealFloat t, T& out) const {
-        // Truncated toward zero, not down: between two negative frames this mixes outwards from the later
-        // one. Intended.
+    /** The sample at or before frame `t`, and in `f` how far `t` lies towards the next one. */
+    unsigned long long Locate(RealFloat t, RealFloat& f) const {
+        long long const nLastFrame = static_cast<long long>(m_nStartFrame) + m_nSampleCount - 1;
+        f = 0;
+        if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also takes what is not a number
+            return 0;
+        }
+        if (t >= static_cast<RealFloat>(nLastFrame)) {
+            return m_nSampleCount - 1;
+        }
+        // Truncated toward zero, not down: between negative frames the later one and a negative fraction.
+        // Intended.
         long long const nFrame = static_cast<long long>(t);
-        RealFloat const f = t - static_cast<RealFloat>(nFrame);
-        unsigned long long const nSample = static_cast<unsigned long long>(nFrame - m_nStartFrame);
+        f = t - static_cast<RealFloat>(nFrame);
+        return static_cast<unsigned long long>(nFrame - m_nStartFrame);
+    }
+
+    /** The bytes of a sample; past the end those of the last one. */
+    unsigned char const* FindSample(unsigned long long nSample) const {
+        return m_fChunked ? FindChunkedSample(nSample) : FindPlainSample(nSample);
+    }
+
+    unsigned char const* FindPlainSample(unsigned long long nSample) const {
+        unsigned int const nLast = m_nSampleCount - 1;
+        return GetSampleData() + (nSample < nLast ? nSample : nLast) * sizeof(T);
+    }
+
+    /** Apart from Evaluate so that plain samples, the common case, need not save registers for it. */
+    __attribute__((noinline)) bool EvaluateChunked(RealFloat t, T& out) const {
+        return EvaluateWith(t, out,
+                            [this](unsigned long long nSample) { return FindChunkedSample(nSample); });
+    }
+
+    template <class Find>
+    bool EvaluateWith(RealFloat t, T& out, Find find) const {
+        RealFloat f;
+        unsigned long long const nSample = Locate(t, f);
+        unsigned char const* const pSample = find(nSample);
         if (f == 0) {
-            ReadSample(nSample, out);
-            return;
+            PropertyTraits<T>::Read(out, pSample);
+        } else {
+            PropertyTraits<T>::Interpolate(pSample, find(nSample + 1), f, out);
         }
-        T a;
-        T b;
-        ReadSample(nSample, a);
-        ReadSample(nSample + 1, b);
-        PropertyTraits<T>::Interpolate(a, b, f, out);
+        return true;
     }
 
-    void ReadSample(unsigned long long nSample, T& out) const {
-        if constexpr (PropertyTraits<T>::Chunked) {
-            if (m_fChunked) {
-                ReadChunkedSample(nSample, out);
-                return;
-            }
-        }
-        unsigned long long const nLast = m_nSampleCount - 1;
-        PropertyTraits<T>::Read(out, GetSampleData() + (nSample < nLast ? nSample : nLast) * sizeof(T));
-    }
-
-    void ReadChunkedSample(unsigned long long nSample, T& out) const {
+    unsigned char const* FindChunkedSample(unsigned long long nSample) const {
         unsigned char const* const pChunks = GetChunkData();
         long long nLow = 0;
         long long nHigh = static_cast<long long>(m_nChunkCount) - 1;
@@ -248,7 +261,7 @@ private:
                 nLow = nMiddle + 1;
             }
         }
-        PropertyTraits<T>::Read(out, pFound + 2 * sizeof(unsigned int));
+        return pFound + 2 * sizeof(unsigned int);
     }
 
     /** Copies samples that stand in a document; false when out of memory. */
