@@ -28,6 +28,18 @@ Ref<T> Create(ClassRegistry const& registry, std::string const& name) {
     return Ref<T>(dynamic_cast<T*>(pObject.Get()));
 }
 
+/** The names of classes of nodes that can be had now. */
+std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
+    std::vector<std::string> known;
+    for (std::string const& name : GetNodeClassNames()) {
+        unsigned int const nClassID = HashName(name.data(), name.size());
+        if (nClassID == TransformNode::ClassID || registry.IsRegistered(nClassID)) {
+            known.push_back(name);
+        }
+    }
+    return known;
+}
+
 /** The keys that are no properties, by kind of node. */
 std::vector<std::string> GetKeys(Node const& node) {
     std::vector<std::string> keys = {"class", "name", "children", "masks", "effects"};
@@ -66,8 +78,8 @@ std::vector<std::string> GetPropertyNames(PropertyList const& properties) {
     return names;
 }
 
-RealFloat ReadFrameDelay(JsonCursor const& place) {
-    return static_cast<RealFloat>(1 / place.ReadNumber(0.001, 1000));
+RealFloat ReadFrameRate(JsonCursor const& place) {
+    return static_cast<RealFloat>(place.ReadNumber(0.001, 1000));
 }
 
 Ref<Timeline> SceneNodes::CreateTimeline(JsonCursor const& place) const {
@@ -84,7 +96,7 @@ Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& cla
         return Ref<Node>(new TransformNode); // the host's own: no back end registers it
     }
     if (!m_registry.IsRegistered(nClassID)) {
-        place.FailUnknownName(className, "class", GetNodeClassNames());
+        place.FailUnknownName(className, "class", GetKnownClasses(m_registry));
     }
     Ref<Node> const pNode = Create<Node>(m_registry, className);
     if (!pNode) {
@@ -157,7 +169,7 @@ void SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
 
 void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay) {
     std::optional<JsonCursor> const frameRate = place.Find("frameRate");
-    timeline.SetFrameDelay(frameRate ? ReadFrameDelay(*frameRate) : frameDelay);
+    timeline.SetFrameDelay(frameRate ? 1 / ReadFrameRate(*frameRate) : frameDelay);
     std::optional<JsonCursor> const playing = place.Find("playing");
     timeline.SetAutoPlay(!playing || playing->ReadBool());
     if (std::optional<JsonCursor> const timeMap = place.Find("timeMap")) {

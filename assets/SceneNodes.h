@@ -47,14 +47,17 @@ private:
     std::size_t m_nNodes = 0;
 };
 
-/** The class names that scene files may give to nodes, and those that they may give to effects. */
+/**
+ * The class names that scene files give to nodes, and those that they give to effects; a registry need not
+ * have them all, and may have more.
+ */
 std::vector<std::string> const& GetNodeClassNames();
 std::vector<std::string> const& GetEffectClassNames();
 
 /** The names under which an object's properties are registered. */
 std::vector<std::string> GetPropertyNames(PropertyList const& properties);
 
-/** Frames per second at `place`, as seconds per frame. Throws a JsonFault. */
-RealFloat ReadFrameDelay(JsonCursor const& place);
+/** Frames per second. Throws a JsonFault. */
+RealFloat ReadFrameRate(JsonCursor const& place);
 
 } // namespace trevik::kelvo::assets

@@ -229,7 +229,9 @@ void AppendFrames(JsonCursor const& place, Key<T> const& from, Key<T> const& to,
     for (int nFrame = 1; nFrame < nFrames; ++nFrame) {
         RealFloat const t = static_cast<RealFloat>(nFrame) / static_cast<RealFloat>(nFrames);
         T value{};
-        PropertyTraits<T>::Interpolate(from.value, to.value, from.pfnEase(t), value);
+        PropertyTraits<T>::Interpolate(reinterpret_cast<unsigned char const*>(&from.value),
+                                       reinterpret_cast<unsigned char const*>(&to.value), from.pfnEase(t),
+                                       value);
         samples.Append(place, value);
     }
     samples.Append(place, to.value);

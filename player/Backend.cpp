@@ -18,7 +18,6 @@ using trevik::kelvo::Plugin;
 namespace {
 
 constexpr char const* DefaultName = "libkelvoGLES20.so.1";
-constexpr char const* OwnVersion = KELVO_BACKEND_VERSION;
 
 /** The library beside the program when there is one, else its bare name, which the loader looks for. */
 std::string FindDefault() {
@@ -69,6 +68,8 @@ bool Backend::Load(std::string const& path, std::string& error) {
         error = library + ": the back end does not register its classes";
         return false;
     }
+    auto const pfnVersion = Find<int (*)()>(m_pLibrary, "GetTrevikVersionStamp");
+    m_fOwnVersion = pfnVersion && pfnVersion() == KELVO_BACKEND_STAMP;
     return true;
 }
 
@@ -78,9 +79,7 @@ std::unique_ptr<GraphicsDevice> Backend::CreateDevice() const {
 
 /** The library is not linked, so a cast cannot tell: its version and the name of the device's class do. */
 bool Backend::IsOwnDevice(GraphicsDevice const& device) const {
-    auto const pfnVersion = Find<char const* (*)()>(m_pLibrary, "GetTrevikVersion");
-    return pfnVersion && std::strcmp(pfnVersion(), OwnVersion) == 0 &&
-           std::strcmp(typeid(device).name(), "N6trevik5kelvo17GraphicsDeviceGL2E") == 0;
+    return m_fOwnVersion && std::strcmp(typeid(device).name(), "N6trevik5kelvo17GraphicsDeviceGL2E") == 0;
 }
 
 bool Backend::InitializeTargetBuffers(GraphicsDevice& device) const {
@@ -90,12 +89,14 @@ bool Backend::InitializeTargetBuffers(GraphicsDevice& device) const {
     return pfnInitialize && IsOwnDevice(device) && pfnInitialize(static_cast<GraphicsDeviceGL2*>(&device));
 }
 
-bool Backend::SetAlphaTestEnabled(GraphicsDevice& device, bool fEnabled) const {
-    if (!IsOwnDevice(device)) {
-        return false;
+bool Backend::IsAlphaTestEnabled(GraphicsDevice const& device) const {
+    return IsOwnDevice(device) && static_cast<GraphicsDeviceGL2 const&>(device).IsAlphaTestEnabled();
+}
+
+void Backend::SetAlphaTestEnabled(GraphicsDevice& device, bool fEnabled) const {
+    if (IsOwnDevice(device)) {
+        static_cast<GraphicsDeviceGL2&>(device).SetAlphaTestEnabled(fEnabled);
     }
-    static_cast<GraphicsDeviceGL2&>(device).SetAlphaTestEnabled(fEnabled);
-    return true;
 }
 
 } // namespace kelvo::player

@@ -30,9 +30,13 @@ public:
     /** A new device of the back end, not yet initialised; null when it makes none. */
     std::unique_ptr<trevik::kelvo::GraphicsDevice> CreateDevice() const;
 
-    /** What only this project's own device can do; false when `device` is of another back end or version. */
+    // What only this project's own device can do; nothing, and false, when `device` is of another back end or
+    // version.
+
+    /** Makes the frame targets that effects draw through, after the viewport has been set. */
     bool InitializeTargetBuffers(trevik::kelvo::GraphicsDevice& device) const;
-    bool SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
+    bool IsAlphaTestEnabled(trevik::kelvo::GraphicsDevice const& device) const;
+    void SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
 
 private:
     bool IsOwnDevice(trevik::kelvo::GraphicsDevice const& device) const;
@@ -41,6 +45,7 @@ private:
     trevik::ClassRegistry m_registry;
     trevik::kelvo::Plugin::CreateDeviceFunction m_pfnCreateDevice = nullptr;
     trevik::kelvo::Plugin::ShutdownFunction m_pfnShutdown = nullptr;
+    bool m_fOwnVersion = false;
 };
 
 } // namespace kelvo::player

@@ -8,12 +8,6 @@ namespace kelvo::player {
 
 Progress::Progress(unsigned int nSteps) : m_nSteps(nSteps), m_fTerminal(isatty(STDERR_FILENO) == 1) {}
 
-Progress::~Progress() {
-    if (m_nShown >= 0) {
-        std::fputs("\r\033[K", stderr);
-    }
-}
-
 void Progress::Show(unsigned int nDone) {
     int const nHundredths = static_cast<int>(100ull * nDone / m_nSteps);
     if (!m_fTerminal || nHundredths == m_nShown) {
@@ -27,6 +21,13 @@ void Progress::Show(unsigned int nDone) {
     bar[50] = '\0';
     std::fprintf(stderr, "\r[%s] %u of %u frames", bar, nDone, m_nSteps);
     std::fflush(stderr);
+}
+
+void Progress::Clear() {
+    if (m_nShown >= 0) {
+        std::fputs("\r\033[K", stderr);
+        m_nShown = -1;
+    }
 }
 
 } // namespace kelvo::player

@@ -9,13 +9,14 @@ class Progress {
 public:
     /** Steps to come, at least 1. */
     explicit Progress(unsigned int nSteps);
-    /** Takes the bar off the terminal. */
-    ~Progress();
+    ~Progress() { Clear(); }
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;
 
     /** Shows that so many steps are done. */
     void Show(unsigned int nDone);
+    /** Takes the bar off the terminal. */
+    void Clear();
 
 private:
     unsigned int m_nSteps;

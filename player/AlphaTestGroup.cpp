@@ -1,0 +1,31 @@
+#include "AlphaTestGroup.h"
+
+#include <new>
+
+namespace kelvo::player {
+
+namespace {
+
+class Container : public trevik::ClassContainer {
+public:
+    explicit Container(Backend const& backend) : m_backend(backend) { m_nClassID = AlphaTestGroup::ClassID; }
+    trevik::Referenced* Create() override { return new (std::nothrow) AlphaTestGroup(m_backend); }
+
+private:
+    Backend const& m_backend;
+};
+
+} // namespace
+
+void AlphaTestGroup::Render(trevik::kelvo::GraphicsDevice& device) {
+    bool const fBefore = m_pBackend->IsAlphaTestEnabled(device);
+    m_pBackend->SetAlphaTestEnabled(device, true);
+    TransformNode::Render(device);
+    m_pBackend->SetAlphaTestEnabled(device, fBefore);
+}
+
+void RegisterAlphaTestGroup(Backend& backend) {
+    backend.GetRegistry().AddClassContainer(new Container(backend));
+}
+
+} // namespace kelvo::player

@@ -1,0 +1,198 @@
+#include "Player.h"
+
+#include "AlphaTestGroup.h"
+#include "Interrupt.h"
+#include "Progress.h"
+#include "Report.h"
+#include "SceneReader.h"
+
+#include "trevik/ScopeCounter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <memory>
+
+namespace kelvo::player {
+
+using trevik::Ref;
+using trevik::ScopeCounter;
+using trevik::SizeT;
+using trevik::String16;
+using trevik::String8;
+using trevik::Vector2T;
+using trevik::kelvo::GraphicsDevice;
+using trevik::kelvo::SceneSettings;
+using trevik::kelvo::SelectionPoint;
+using trevik::kelvo::TransformNode;
+using trevik::kelvo::WindowT;
+
+namespace {
+
+/** Explains a failure and returns its exit code. */
+int Complain(int nExitCode, std::string const& what) {
+    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
+    return nExitCode;
+}
+
+bool EndsWith(std::string const& text, std::string const& ending) {
+    return text.size() >= ending.size() &&
+           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
+}
+
+std::string ToUtf8(String16 const& text) {
+    String8 const utf8(text);
+    return std::string(utf8.GetData(), utf8.GetLength());
+}
+
+/** Whether a node or one below it has an effect. */
+bool HasEffects(Node& node) {
+    if (node.IsKindOf(TransformNode::ClassID) && !static_cast<TransformNode&>(node).GetEffects().IsEmpty()) {
+        return true;
+    }
+    return std::any_of(node.GetChildren().begin(), node.GetChildren().end(),
+                       [](Node* pChild) { return HasEffects(*pChild); });
+}
+
+} // namespace
+
+int Player::Run() {
+    std::string error;
+    if (!m_backend.Load(m_options.backend, error)) {
+        return Complain(ExitDevice, error);
+    }
+    RegisterAlphaTestGroup(m_backend);
+    if (int const nExitCode = LoadScene()) {
+        return nExitCode;
+    }
+    String16 reason;
+    if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), reason)) {
+        return Complain(ExitBadFile, ToUtf8(reason));
+    }
+    bool const fOnlySave =
+        !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick;
+    return fOnlySave ? ExitSuccess : Play();
+}
+
+/** Reads the scene and changes its settings as the command line asks. */
+int Player::LoadScene() {
+    std::string error;
+    if (EndsWith(m_options.scene, ".kelvo")) {
+        String16 reason;
+        if (!m_scene.LoadFromFile(m_options.scene.c_str(), m_backend.GetRegistry(), reason)) {
+            return Complain(ExitBadFile, ToUtf8(reason));
+        }
+    } else if (EndsWith(m_options.scene, ".json")) {
+        if (!trevik::kelvo::assets::ReadScene(m_options.scene, m_backend.GetRegistry(), m_scene, error)) {
+            return Complain(ExitBadFile, error);
+        }
+    } else {
+        return Complain(ExitUsage, m_options.scene + ": a scene's name ends in .json or .kelvo");
+    }
+    SceneSettings& settings = m_scene.GetSettings();
+    settings.m_size = m_options.size.value_or(settings.m_size);
+    settings.m_format = m_options.format.value_or(settings.m_format);
+    return ExitSuccess;
+}
+
+int Player::Play() {
+    std::string error;
+    if (!m_pictures.Prepare(error)) {
+        return Complain(ExitBadFile, error);
+    }
+    SizeT<int> const size = m_scene.GetSettings().m_size;
+    Ref<Window> const pWindow(new Window(size.width, size.height));
+    std::unique_ptr<GraphicsDevice> const pDevice = m_backend.CreateDevice();
+    int const nExitCode =
+        pDevice && StartDevice(*pDevice, *pWindow)
+            ? PlayOn(*pDevice, *pWindow)
+            : Complain(ExitDevice, "no graphics device can be had for a surface of " +
+                                       std::to_string(size.width) + "x" + std::to_string(size.height) +
+                                       " pixels, " + GetFormatName(m_scene.GetSettings().m_format));
+    m_scene.SetRoot(nullptr); // what it has on the device goes before the device does
+    return nExitCode;
+}
+
+bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
+    ScopeCounter::SetProfiling(m_options.fStats);
+    SceneSettings const& settings = m_scene.GetSettings();
+    return device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format,
+                             settings.m_size);
+}
+
+int Player::PlayOn(GraphicsDevice& device, Window& window) {
+    if (m_options.fStats) {
+        ReportDriver();
+    }
+    device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
+    if (HasEffects(*m_scene.GetRoot()) && !m_backend.InitializeTargetBuffers(device)) {
+        return Complain(ExitDevice, "the scene has effects, for which the device cannot make frame targets");
+    }
+    FrameRange const frames = GetFrames();
+    unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
+    // Up to the first frame nothing is drawn, but time passes in the same steps.
+    for (int nFrame = std::min(m_scene.GetSettings().m_nFirstFrame, frames.nFirst); nFrame < frames.nFirst;
+         ++nFrame) {
+        m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+    }
+    Progress progress(nFrames);
+    for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
+        if (IsInterrupted()) {
+            return Complain(ExitInterrupted, "interrupted before frame " + std::to_string(nFrame));
+        }
+        if (int const nExitCode = PlayFrame(nFrame, device, window)) {
+            return nExitCode;
+        }
+        progress.Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
+    }
+    progress.Clear();
+    if (m_options.pick) {
+        PrintPicked(device);
+    }
+    if (m_options.fStats) {
+        ReportFigures(nFrames);
+    }
+    return ExitSuccess;
+}
+
+int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
+    bool const fWanted = m_pictures.Wants(nFrame == GetFrames().nLast);
+    window.SetCapture(fWanted);
+    unsigned long const nBefore = window.LastFrame().serial;
+    m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+    m_scene.RenderFrame(device);
+    ScopeCounter::MarkFrame();
+    if (!fWanted) {
+        return ExitSuccess;
+    }
+    if (window.LastFrame().serial == nBefore) {
+        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
+    }
+    std::string error;
+    bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
+    return m_pictures.Write(nFrame, window.LastFrame(), fAlpha, error) ? ExitSuccess
+                                                                       : Complain(ExitBadFile, error);
+}
+
+void Player::PrintPicked(GraphicsDevice& device) {
+    Vector2T<int> const point = *m_options.pick;
+    // The middle of the pixel.
+    Vector2T<trevik::RealFloat> const middle(static_cast<trevik::RealFloat>(point.x) + 0.5f,
+                                             static_cast<trevik::RealFloat>(point.y) + 0.5f);
+    trevik::List<SelectionPoint> const picked = m_scene.Pick(device, middle);
+    if (picked.IsEmpty()) {
+        std::printf("nothing at %d,%d\n", point.x, point.y);
+    }
+    for (SelectionPoint const& hit : picked) {
+        std::printf("%s (%s) at %.3f, %.3f of its size, distance %g\n",
+                    ToUtf8(hit.m_pNode->GetPath()).c_str(), ToUtf8(hit.m_pNode->GetClassName()).c_str(),
+                    static_cast<double>(hit.m_position.x), static_cast<double>(hit.m_position.y),
+                    static_cast<double>(hit.m_distance));
+    }
+}
+
+FrameRange Player::GetFrames() const {
+    SceneSettings const& settings = m_scene.GetSettings();
+    return m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
+}
+
+} // namespace kelvo::player

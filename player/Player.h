@@ -1,0 +1,42 @@
+#pragma once
+
+#include "Backend.h"
+#include "Options.h"
+#include "Pictures.h"
+
+#include "kelvo_host/Scene.h"
+#include "trevik/kelvo/Window.h"
+
+#include <kelvo_desktop/OffscreenWindow.h>
+#include <system/window.h>
+
+#include <string>
+
+namespace kelvo::player {
+
+using Window = desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
+
+/** Plays a scene as the command line asks. */
+class Player {
+public:
+    explicit Player(Options const& options) : m_options(options), m_pictures(options.out) {}
+
+    /** Returns the exit code; anything but success has been explained on stderr. */
+    int Run();
+
+private:
+    int LoadScene();
+    int Play();
+    int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
+    int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
+    bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
+    void PrintPicked(trevik::kelvo::GraphicsDevice& device);
+    FrameRange GetFrames() const;
+
+    Options const& m_options;
+    Backend m_backend;
+    trevik::kelvo::Scene m_scene;
+    Pictures m_pictures;
+};
+
+} // namespace kelvo::player
