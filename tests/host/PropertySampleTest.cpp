@@ -134,7 +134,7 @@ TEST(PropertySample, RunsAreFoundWhereverTheyLie) {
     EXPECT_EQ(ValueAt<RealFloat>(*pController, 1000), 50);
 }
 
-TEST(PropertySample, FramesThatNoRunCoversGiveTheLastRunsValue) {
+TEST(PropertySample, RunsThatDoNotCoverTheFramesInOrderAreSearchedAsTheyStand) {
     struct {
         char const* m_pWhat;
         std::vector<Chunk> m_chunks;
@@ -145,7 +145,7 @@ TEST(PropertySample, FramesThatNoRunCoversGiveTheLastRunsValue) {
         {"runs that start late", {{7, 4, 10}, {11, 4, 20}}, 0, 20},
         {"runs that all lie beyond the sample count", {{900, 2, 10}, {902, 2, 20}}, 1, 20},
         {"runs out of order, of which halving misses one", {{4, 2, 10}, {0, 2, 20}, {2, 2, 30}}, 4, 30},
-        {"a run that ends past 32 bits", {{0, 1, 10}, {0xffffffffu, 4, 20}}, 3, 20},
+        {"a run that ends past 32 bits", {{0, 1, 10}, {3, 0xfffffffdu, 20}, {9, 1, 30}}, 5, 20},
     };
     for (auto const& document : cases) {
         unsigned int const nSizeWord = static_cast<unsigned int>(document.m_chunks.size()) | 0x80000000u;
