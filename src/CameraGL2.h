@@ -24,6 +24,9 @@ public:
 
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
+    /** What GetViewMatrix and GetProjectionMatrix copy; valid until the next update. */
+    Matrix4T<RealFloat> const& ViewMatrix() const { return m_viewMatrix; }
+    Matrix4T<RealFloat> const& ProjectionMatrix() const { return m_projectionMatrix; }
     /**
      * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical one. An
      * empty view rectangle or equal near and far distances give non-finite elements.

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "CameraGL2.h"
 #include "Export.h"
 #include "IdTable.h"
 #include "ShaderProgramGL2.h"
@@ -16,7 +17,6 @@
 
 namespace trevik::kelvo {
 
-class CameraGL2;
 class FramebufferGL2;
 
 /**
@@ -107,7 +107,9 @@ public:
      * Sets the depth flag: to the argument, but off below a node without camera depth, and on without any
      * camera.
      */
-    void SetCameraDepth(bool fDepth) override;
+    void SetCameraDepth(bool fDepth) override {
+        m_fCameraDepth = (fDepth && m_nCameraDepth == 0) || m_cameras.IsEmpty();
+    }
 
     /**
      * Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. False, traced:
@@ -147,6 +149,19 @@ public:
     /** Node space to view space of the node being drawn; renderers set and read it. */
     Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
     void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
+    /** Sets the model-view matrix of a node: its world matrix, then the view matrix to draw with. */
+    void LoadModelView(Matrix4T<RealFloat> const& world) { Matrix4Multiply(world, ViewMatrix(), m_modelView); }
+    /** Node space to clip space of the node being drawn: the model-view matrix, then the projection to draw with. */
+    void GetModelViewProjection(Matrix4T<RealFloat>& out) const { Matrix4Multiply(m_modelView, ProjectionMatrix(), out); }
+    /** What GetViewMatrix and GetProjectionMatrix copy; valid until cameras are pushed, popped or updated. */
+    Matrix4T<RealFloat> const& ViewMatrix() const {
+        CameraGL2 const* const pCamera = GetDrawingCamera();
+        return pCamera ? pCamera->ViewMatrix() : Matrix4T<RealFloat>::Identity;
+    }
+    Matrix4T<RealFloat> const& ProjectionMatrix() const {
+        CameraGL2 const* const pCamera = GetDrawingCamera();
+        return pCamera ? pCamera->ProjectionMatrix() : Matrix4T<RealFloat>::Identity;
+    }
     /** Whether textured draws drop fragments of alpha below 0.1; off after each Clear. */
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
     void SetAlphaTestEnabled(bool fEnabled) { m_fAlphaTest = fEnabled; }
@@ -178,6 +193,8 @@ private:
     void CloseDisplay();
     bool IsExactConfig(EGLConfig config, int const* pSizes, bool& fExact) const;
     void ChangeActiveShader(ShaderProgramGL2* pProgram);
+    void EnterMasks(List<Mask*> const& masks);
+    void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);
 
     /** The camera whose matrices are drawn with; null means the identity. */

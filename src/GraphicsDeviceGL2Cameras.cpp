@@ -54,22 +54,12 @@ void GraphicsDeviceGL2::PopCameraDepth(bool fDepth) {
     }
 }
 
-void GraphicsDeviceGL2::SetCameraDepth(bool fDepth) {
-    m_fCameraDepth = (fDepth && m_nCameraDepth == 0) || m_cameras.IsEmpty();
-}
-
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewMatrix() {
-    if (CameraGL2 const* const pCamera = GetDrawingCamera()) {
-        return pCamera->GetViewMatrix();
-    }
-    return Matrix4T<RealFloat>::Identity;
+    return ViewMatrix();
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetProjectionMatrix() {
-    if (CameraGL2 const* const pCamera = GetDrawingCamera()) {
-        return pCamera->GetProjectionMatrix();
-    }
-    return Matrix4T<RealFloat>::Identity;
+    return ProjectionMatrix();
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {

@@ -31,9 +31,13 @@ bool GraphicsDeviceGL2::PushMasks(List<Mask*>& masks) {
     if (!GraphicsDevice::PushMasks(masks)) {
         return false;
     }
-    if (masks.IsEmpty()) {
-        return true;
+    if (!masks.IsEmpty()) {
+        EnterMasks(masks);
     }
+    return true;
+}
+
+void GraphicsDeviceGL2::EnterMasks(List<Mask*> const& masks) {
     glEnable(GL_STENCIL_TEST);
     glDisable(FixedFunctionTexture);
     glDepthMask(GL_FALSE);
@@ -45,16 +49,19 @@ bool GraphicsDeviceGL2::PushMasks(List<Mask*>& masks) {
     SetColorMask(GL_TRUE);
     DrawInsideLevel(m_nMaskLevel);
     glDepthMask(GL_TRUE);
-    return true;
 }
 
 bool GraphicsDeviceGL2::PopMasks(List<Mask*>& masks) {
     if (!GraphicsDevice::PopMasks(masks)) {
         return false;
     }
-    if (masks.IsEmpty()) {
-        return true;
+    if (!masks.IsEmpty()) {
+        LeaveMasks(masks);
     }
+    return true;
+}
+
+void GraphicsDeviceGL2::LeaveMasks(List<Mask*> const& masks) {
     glDisable(FixedFunctionTexture);
     glDepthMask(GL_FALSE);
     SetColorMask(GL_FALSE);
@@ -69,7 +76,6 @@ bool GraphicsDeviceGL2::PopMasks(List<Mask*>& masks) {
         glDisable(GL_STENCIL_TEST);
     }
     glDepthMask(GL_TRUE);
-    return true;
 }
 
 void GraphicsDeviceGL2::DrawMasks(List<Mask*> const& masks) {

@@ -175,13 +175,26 @@ int ShaderProgramGL2::FindUniformLocation(Text16 const& sName) {
 }
 
 void ShaderProgramGL2::SetSampler(Text16 const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
-    unsigned int nUnit = FindUnit(sName, pTexture);
-    if (nUnit == m_samplers.GetCount()) {
-        nUnit = AssignUnit(sName, pTexture);
-        if (nUnit == m_samplers.GetCount()) {
+    unsigned int const nUnits = m_samplers.GetCount();
+    unsigned int nUnit = 0;
+    // Nearly always the sampler has its unit, under the very name: the same address is the same name.
+    while (nUnit < nUnits && m_samplers[nUnit].m_sName.GetData() != sName.GetData()) {
+        ++nUnit;
+    }
+    if (nUnit == nUnits) {
+        nUnit = AssignUnit(sName);
+        if (nUnit == nUnits) {
             Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Maximum number of texture units exceeded!\n");
             return;
         }
+    }
+    Ref<TextureGL2>& pHeld = m_samplers[nUnit].m_pTexture;
+    if (pHeld.Get() != pTexture) {
+        if (pHeld) {
+            glActiveTexture(GL_TEXTURE0 + nUnit);
+            glBindTexture(pHeld->GetGLTextureType(), 0);
+        }
+        pHeld = pTexture;
     }
     glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
     glActiveTexture(GL_TEXTURE0 + nUnit);
@@ -191,46 +204,20 @@ void ShaderProgramGL2::SetSampler(Text16 const& sName, TextureGL2* pTexture, uns
     glBindTexture(GL_TEXTURE_2D, nGLTexture);
 }
 
-/**
- * The unit that the sampler owns already with this very texture, or the number of units: the case of nearly
- * all draws.
- */
-unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName, TextureGL2* pTexture) const {
-    unsigned int const nUnits = m_samplers.GetCount();
-    for (unsigned int i = 0; i < nUnits; ++i) {
-        SamplerInfo const& sampler = m_samplers[i];
-        if (sampler.m_sName.GetData() == sName.GetData()) {
-            return pTexture && sampler.m_pTexture == pTexture ? i : nUnits;
-        }
-    }
-    return nUnits;
-}
-
-/**
- * Puts a texture into the sampler's unit or, failing that, the first free one; the number of units when there
- * is none.
- */
-unsigned int ShaderProgramGL2::AssignUnit(Text16 const& sName, TextureGL2* pTexture) {
+/** The unit that a sampler owns or, failing that, the first free one, its own from now on; the number of units if none. */
+unsigned int ShaderProgramGL2::AssignUnit(Text16 const& sName) {
     unsigned int const nUnits = m_samplers.GetCount();
     unsigned int nUnit = nUnits;
     for (unsigned int i = 0; i < nUnits; ++i) {
-        SamplerInfo& sampler = m_samplers[i];
-        if (sampler.m_sName == sName) {
-            TextureGL2* const pBefore = sampler.m_pTexture.Get();
-            if (pBefore && pBefore != pTexture) {
-                glActiveTexture(GL_TEXTURE0 + i);
-                glBindTexture(pBefore->GetGLTextureType(), 0);
-            }
-            sampler.m_pTexture = pTexture;
+        if (m_samplers[i].m_sName == sName) {
             return i;
         }
-        if (nUnit == nUnits && sampler.m_sName.IsEmpty()) {
+        if (nUnit == nUnits && m_samplers[i].m_sName.IsEmpty()) {
             nUnit = i;
         }
     }
     if (nUnit != nUnits) {
         m_samplers[nUnit].m_sName = sName;
-        m_samplers[nUnit].m_pTexture = pTexture;
     }
     return nUnit;
 }

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Export.h"
+#include "TextureGL2.h"
 #include "trevik/Encoding.h"
 #include "trevik/List.h"
 #include "trevik/Matrix.h"
@@ -12,8 +13,6 @@
 #include <GLES2/gl2.h>
 
 namespace trevik::kelvo {
-
-class TextureGL2;
 
 /** The two stages of a program. */
 struct ShaderType {
@@ -116,7 +115,22 @@ public:
      * @param nGLTexture the GL name to bind in place of the texture's own; 0 for its own, made on first use.
      * Without a free unit a trace is all that happens.
      */
-    void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture, unsigned int nGLTexture);
+    void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
+        unsigned int const nUnit = GetUnit(sName);
+        if (nUnit == m_samplers.GetCount()) {
+            TraceNoUnit();
+            return;
+        }
+        if (m_samplers[nUnit].m_pTexture.Get() != pTexture) {
+            ExchangeTexture(nUnit, pTexture);
+        }
+        glUniform1i(m_samplerLocations[nUnit], static_cast<GLint>(nUnit));
+        glActiveTexture(GL_TEXTURE0 + nUnit);
+        if (nGLTexture == 0 && pTexture) {
+            nGLTexture = pTexture->GetGLTexture();
+        }
+        glBindTexture(GL_TEXTURE_2D, nGLTexture);
+    }
 
     // Set a uniform of the bound program: glUniformMatrix4fv and glUniform4f to glUniform1f. The stage does
     // not matter, since uniforms belong to the whole program; it is intended to be ignored. Inactive uniforms
@@ -151,8 +165,15 @@ private:
     };
 
     int FindUniformLocation(StringEncoded<UTF16Encoding> const& sName);
-    unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture) const;
-    unsigned int AssignUnit(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture);
+
+    /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
+    unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
+        // By the address of the name, as for uniforms; nearly all programs have one sampler.
+        return !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData() ? 0 : FindUnit(sName);
+    }
+    unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
+    void ExchangeTexture(unsigned int nUnit, TextureGL2* pTexture);
+    static void TraceNoUnit();
     void CompileStage(unsigned int nShader, StringEncoded<UTF16Encoding> const& sSource);
     void BindAttributeLocations();
     void TraceLinkLog() const;
@@ -169,6 +190,7 @@ private:
     List<UniformLocation> m_uniforms; ///< in the order in which they were first asked for
     List<SamplerInfo> m_samplers;     ///< one for each texture unit
     bool m_fBound = false;
+    List<int> m_samplerLocations; ///< the location of each unit's sampler
 };
 
 } // namespace trevik::kelvo

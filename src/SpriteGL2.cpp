@@ -97,11 +97,12 @@ void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
 void SpriteGL2::InternalRender(GraphicsDevice& device) {
     ScopeCounter const counter(ScopeCounter::SpriteRender, true);
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    deviceGL2.SetCameraDepth(m_depth.GetValue());
-    Matrix4T<RealFloat> modelView;
-    Matrix4Multiply(m_worldMatrix, deviceGL2.GetViewMatrix(), modelView);
-    deviceGL2.SetModelViewMatrix(modelView);
-    deviceGL2.PushMasks(m_masks);
+    deviceGL2.GraphicsDeviceGL2::SetCameraDepth(m_depth.GetValue());
+    deviceGL2.LoadModelView(m_worldMatrix);
+    bool const fMasked = !m_masks.IsEmpty(); // Pushing no masks changes nothing.
+    if (fMasked) {
+        deviceGL2.PushMasks(m_masks);
+    }
     bool fDrawn = false;
     for (Effect* pEffect : m_effects) {
         if (pEffect->OverrideDrawSprite(device, *this, m_rEffectiveOpacity)) {
@@ -112,7 +113,9 @@ void SpriteGL2::InternalRender(GraphicsDevice& device) {
     if (!fDrawn && m_blendMode.GetValue() == BlendMode::Normal) {
         InternalRenderNonBlended(deviceGL2);
     }
-    deviceGL2.PopMasks(m_masks);
+    if (fMasked) {
+        deviceGL2.PopMasks(m_masks);
+    }
 }
 
 void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
@@ -181,8 +184,8 @@ void SpriteGL2::SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& p
 }
 
 void SpriteGL2::SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program) {
-    Matrix4T<RealFloat> worldToView;
-    Matrix4Multiply(device.GetModelViewMatrix(), device.GetProjectionMatrix(), worldToView);
+    Matrix4T<RealFloat> worldToView{Uninitialized()};
+    device.GetModelViewProjection(worldToView);
     program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, worldToView);
 }
 
@@ -251,8 +254,8 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
     RealFloat const h = static_cast<RealFloat>(size.height);
     Vector4T<RealFloat> points[EdgeVertexCount] = {{0, 0, 0, 1}, {w, 0, 0, 1}, {w, 0, 0, 1}, {w, h, 0, 1},
                                                    {w, h, 0, 1}, {0, h, 0, 1}, {0, h, 0, 1}, {0, 0, 0, 1}};
-    Matrix4T<RealFloat> modelViewProjection;
-    Matrix4Multiply(device.GetModelViewMatrix(), device.GetProjectionMatrix(), modelViewProjection);
+    Matrix4T<RealFloat> modelViewProjection{Uninitialized()};
+    device.GetModelViewProjection(modelViewProjection);
     for (Vector4T<RealFloat>& point : points) {
         point = modelViewProjection * point;
     }

@@ -88,10 +88,6 @@ bool TextureGL2::Compress() {
     return false;
 }
 
-bool TextureGL2::IsPromoted() {
-    return m_fEglImageInitialized && !m_fReleasePending;
-}
-
 bool TextureGL2::Promote(bool) {
     TraceUnavailable(u"TextureGL2::Promote");
     return false;

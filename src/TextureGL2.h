@@ -24,7 +24,7 @@ public:
     int GetStride() override;
     /** There is no compression at run time: false. */
     bool Compress() override;
-    bool IsPromoted() override;
+    bool IsPromoted() override { return m_fEglImageInitialized && !m_fReleasePending; }
     bool Promote(bool fDoubleBuffered) override;
     bool Demote() override;
     bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const override;

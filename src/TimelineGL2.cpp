@@ -12,12 +12,6 @@ TimelineGL2::TimelineGL2(TimelineGL2 const& other) = default;
 
 TimelineGL2::~TimelineGL2() = default;
 
-void TimelineGL2::LoadModelView(GraphicsDevice& device) const {
-    Matrix4T<RealFloat> modelView;
-    Matrix4Multiply(m_worldMatrix, device.GetViewMatrix(), modelView);
-    static_cast<GraphicsDeviceGL2&>(device).SetModelViewMatrix(modelView);
-}
-
 void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
     ScopeCounter const counter(12, true);
     if (m_pCamera) {
@@ -37,7 +31,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
         device.SetDepthTestEnabled(nDepthTest == 1);
     }
     if (!m_masks.IsEmpty()) {
-        LoadModelView(device);
+        static_cast<GraphicsDeviceGL2&>(device).LoadModelView(m_worldMatrix);
         device.PushMasks(m_masks);
     }
 }
@@ -45,7 +39,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
 void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
     ScopeCounter const counter(13, true);
     if (!m_masks.IsEmpty()) {
-        LoadModelView(device);
+        static_cast<GraphicsDeviceGL2&>(device).LoadModelView(m_worldMatrix);
         device.PopMasks(m_masks);
     }
     // Applies what the device records now, not what was in force before the children: intended.

@@ -17,9 +17,6 @@ public:
     void PreRenderChildren(GraphicsDevice& device) override;
     /** Effects are asked in the same order as before the children, and the depth test is not restored: both intended. */
     void PostRenderChildren(GraphicsDevice& device) override;
-
-private:
-    void LoadModelView(GraphicsDevice& device) const;
 };
 
 } // namespace trevik::kelvo
