@@ -1,6 +1,5 @@
 #include "ShaderProgramGL2.h"
 
-#include "TextureGL2.h"
 #include "trevik/Debug.h"
 
 namespace trevik::kelvo {
@@ -75,7 +74,11 @@ bool ShaderProgramGL2::Compile() {
     }
     GLint nUnits = 0;
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &nUnits);
-    m_samplers.Resize(nUnits > 0 ? static_cast<unsigned int>(nUnits) : 0);
+    // Short of memory, no sampler gets a unit.
+    unsigned int const nCount = nUnits > 0 ? static_cast<unsigned int>(nUnits) : 0;
+    if (!m_samplerLocations.Resize(nCount) || !m_samplers.Resize(nCount)) {
+        m_samplers.Clear();
+    }
     return true;
 }
 
@@ -174,52 +177,36 @@ int ShaderProgramGL2::FindUniformLocation(Text16 const& sName) {
     return nLocation;
 }
 
-void ShaderProgramGL2::SetSampler(Text16 const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
+unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
     unsigned int const nUnits = m_samplers.GetCount();
-    unsigned int nUnit = 0;
-    // Nearly always the sampler has its unit, under the very name: the same address is the same name.
-    while (nUnit < nUnits && m_samplers[nUnit].m_sName.GetData() != sName.GetData()) {
-        ++nUnit;
-    }
-    if (nUnit == nUnits) {
-        nUnit = AssignUnit(sName);
-        if (nUnit == nUnits) {
-            Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Maximum number of texture units exceeded!\n");
-            return;
-        }
-    }
-    Ref<TextureGL2>& pHeld = m_samplers[nUnit].m_pTexture;
-    if (pHeld.Get() != pTexture) {
-        if (pHeld) {
-            glActiveTexture(GL_TEXTURE0 + nUnit);
-            glBindTexture(pHeld->GetGLTextureType(), 0);
-        }
-        pHeld = pTexture;
-    }
-    glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
-    glActiveTexture(GL_TEXTURE0 + nUnit);
-    if (nGLTexture == 0 && pTexture) {
-        nGLTexture = pTexture->GetGLTexture();
-    }
-    glBindTexture(GL_TEXTURE_2D, nGLTexture);
-}
-
-/** The unit that a sampler owns or, failing that, the first free one, its own from now on; the number of units if none. */
-unsigned int ShaderProgramGL2::AssignUnit(Text16 const& sName) {
-    unsigned int const nUnits = m_samplers.GetCount();
-    unsigned int nUnit = nUnits;
+    unsigned int nFree = nUnits;
     for (unsigned int i = 0; i < nUnits; ++i) {
         if (m_samplers[i].m_sName == sName) {
             return i;
         }
-        if (nUnit == nUnits && m_samplers[i].m_sName.IsEmpty()) {
-            nUnit = i;
+        if (nFree == nUnits && m_samplers[i].m_sName.IsEmpty()) {
+            nFree = i;
         }
     }
-    if (nUnit != nUnits) {
-        m_samplers[nUnit].m_sName = sName;
+    if (nFree != nUnits) {
+        m_samplers[nFree].m_sName = sName;
+        m_samplerLocations[nFree] = GetUniformLocation(sName);
     }
-    return nUnit;
+    return nFree;
+}
+
+/** Takes the texture that a unit holds out of it, in GL too, and lets the unit hold another one, or none. */
+void ShaderProgramGL2::ExchangeTexture(unsigned int nUnit, TextureGL2* pTexture) {
+    Ref<TextureGL2>& held = m_samplers[nUnit].m_pTexture;
+    if (held) {
+        glActiveTexture(GL_TEXTURE0 + nUnit);
+        glBindTexture(GL_TEXTURE_2D, 0);
+    }
+    held = pTexture;
+}
+
+void ShaderProgramGL2::TraceNoUnit() {
+    Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Maximum number of texture units exceeded!\n");
 }
 
 void ShaderProgramGL2::Cleanup() {

@@ -115,7 +115,8 @@ public:
      * @param nGLTexture the GL name to bind in place of the texture's own; 0 for its own, made on first use.
      * Without a free unit a trace is all that happens.
      */
-    void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
+    void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture,
+                    unsigned int nGLTexture) {
         unsigned int const nUnit = GetUnit(sName);
         if (nUnit == m_samplers.GetCount()) {
             TraceNoUnit();
@@ -169,7 +170,8 @@ private:
     /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
     unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
         // By the address of the name, as for uniforms; nearly all programs have one sampler.
-        return !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData() ? 0 : FindUnit(sName);
+        return !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData() ? 0
+                                                                                           : FindUnit(sName);
     }
     unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
     void ExchangeTexture(unsigned int nUnit, TextureGL2* pTexture);
