@@ -21,11 +21,13 @@ protected:
 };
 
 TEST_F(PlatformDisplay, IsHandedOutUninitialisedAndComesBackAfterTermination) {
-    EGLDisplay const display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
-    ASSERT_NE(display, EGL_NO_DISPLAY);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
-    for (int nRound = 0; nRound < 2; ++nRound) {
+    for (char const* platform : {"surfaceless", "device", "surfaceless"}) {
+        SCOPED_TRACE(platform);
+        ASSERT_TRUE(desktop::SelectPlatform(platform));
+        EGLDisplay const display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
+        ASSERT_NE(display, EGL_NO_DISPLAY);
+        EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+        EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
         EXPECT_EQ(eglQueryString(display, EGL_VENDOR), nullptr);
         EXPECT_EQ(eglGetError(), EGL_NOT_INITIALIZED);
         EGLint nCount = 0;

@@ -1,6 +1,7 @@
 #include "EglProgram.h"
 
 #include <new>
+#include <thread>
 
 namespace kelvo::test {
 namespace {
@@ -125,6 +126,36 @@ TEST_F(PlatformWindow, TwoShowTheirOwnFrames) {
     ASSERT_TRUE(eglSwapBuffers(m_display, leftSurface));
     EXPECT_TRUE(CompareImages(FrameOf(left), Image(8, 6, Red), {}, "left"));
     EXPECT_TRUE(CompareImages(FrameOf(right), Image(3, 9, Blue), {}, "right"));
+}
+
+TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
+    Pixel const colours[2] = {Red, Blue};
+    Image frames[2];
+    EGLint errors[2] = {};
+    auto const draw = [&](int nThread) {
+        OffscreenWindow window(8 + nThread, 6);
+        window.SetCapture(true);
+        EGLSurface const surface = StartDrawing(Config(), window);
+        bool fSwapped = true;
+        for (int nFrame = 0; nFrame < 20; ++nFrame) {
+            Clear(colours[nThread]);
+            fSwapped = fSwapped && eglSwapBuffers(m_display, surface);
+        }
+        EXPECT_TRUE(fSwapped);
+        frames[nThread] = FrameOf(window);
+        if (nThread == 1)
+            Surface(Config(), nullptr);
+        errors[nThread] = eglGetError();
+        eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    };
+    std::thread first(draw, 0);
+    std::thread second(draw, 1);
+    first.join();
+    second.join();
+    EXPECT_TRUE(CompareImages(frames[0], Image(8, 6, Red), {}, "first"));
+    EXPECT_TRUE(CompareImages(frames[1], Image(9, 6, Blue), {}, "second"));
+    EXPECT_EQ(errors[0], EGL_SUCCESS);
+    EXPECT_EQ(errors[1], EGL_BAD_NATIVE_WINDOW);
 }
 
 TEST_F(PlatformWindow, TakesOverFromAnotherWhoseSurfaceStays) {

@@ -46,8 +46,9 @@ KELVO_DESKTOP_API void SetCapture(ANativeWindow& window, bool capture);
 KELVO_DESKTOP_API FinishedFrame const& LastFrame(ANativeWindow const& window);
 
 /**
- * A window that prepares itself. `Base` is ANativeWindow or derives from it: with the host's window object,
- * OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>> is what a graphics device accepts.
+ * A window that prepares itself. `Base` is ANativeWindow or derives from it. A graphics device takes the
+ * host's window object: an OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>, passed as a pointer to
+ * that base.
  */
 template <class Base = ANativeWindow>
 class OffscreenWindowT : public Base {
