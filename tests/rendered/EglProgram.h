@@ -1,6 +1,6 @@
 #pragma once
 
-#include "Image.h"
+#include "kelvo_test/Image.h"
 
 #include <kelvo_desktop/OffscreenWindow.h>
 

@@ -1,4 +1,4 @@
-#include "Image.h"
+#include "kelvo_test/Image.h"
 
 #include <cstdlib>
 #include <filesystem>
