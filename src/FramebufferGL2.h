@@ -37,11 +37,11 @@ public:
 private:
     Ref<TextureGL2> m_pColorTexture;
     Ref<TextureGL2> m_pDepthTexture;
-    unsigned int m_nDepthRenderbuffer = 0;
-    unsigned int m_nFramebuffer = 0;
+    [[maybe_unused]] unsigned int m_nDepthRenderbuffer = 0;
+    [[maybe_unused]] unsigned int m_nFramebuffer = 0;
     int m_nWidth = 0;
     int m_nHeight = 0;
-    int m_savedViewport[4] = {};
+    [[maybe_unused]] int m_savedViewport[4] = {};
     bool m_fBound = false;
     bool m_fClearOnBind = true;
 };

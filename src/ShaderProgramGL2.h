@@ -16,7 +16,7 @@ namespace trevik::kelvo {
 
 /** The two stages of a program. */
 struct ShaderType {
-    enum Enum { Fragment = 0, Vertex = 1 };
+    enum Enum : int { Fragment = 0, Vertex = 1 };
 };
 
 /** Attribute locations that all programs agree on; a program uses some of them. */

@@ -176,6 +176,9 @@ TEST_F(CatalogueTest, WithoutMemoryAProgramIsNotEnteredAndKeepsTheReference) {
     // Later on there is memory again, and this is the first entry.
     EXPECT_EQ(Device().RegisterShader(pProgram.Get(), 100), 0);
     EXPECT_EQ(Device().GetShader(100), pProgram.Get());
+    // Neither reference is the table's to release: the device has no display.
+    pProgram->ReleaseReference();
+    pProgram->ReleaseReference();
 }
 
 TEST_F(CatalogueTest, ThePostProcessProgramIsHeldOnceMore) {

@@ -4,7 +4,7 @@ namespace trevik::kelvo {
 
 /** Pixel formats of textures. Names give memory order for byte formats, bit order from the top for 16-bit words. */
 struct TextureFormat {
-    enum Enum {
+    enum Enum : int {
         RGB565 = 0,
         RGBA5551 = 1,
         RGBA4444 = 2,
