@@ -288,9 +288,7 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
         pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor,
                                Vector4T<RealFloat>(own.x, own.y, own.z, m_rEffectiveOpacity));
     }
-    if (s_antialiasFilter) {
-        pProgram->SetSampler(UniformNames::sDistribution, static_cast<TextureGL2*>(s_antialiasFilter.Get()), 0);
-    }
+    pProgram->SetSampler(UniformNames::sDistribution, static_cast<TextureGL2*>(s_antialiasFilter.Get()), 0);
     RectangleT<int> const viewport = device.GetViewport();
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::fVPHeight,
                            static_cast<RealFloat>(viewport.bottom - viewport.top));

@@ -1,0 +1,99 @@
+#pragma once
+
+#include "DeviceTest.h"
+#include "Loading.h"
+#include "SpriteGL2.h"
+#include "trevik/kelvo/Effect.h"
+#include "trevik/kelvo/Mask.h"
+
+#include <string>
+#include <vector>
+
+namespace recording {
+
+using trevik::RealFloat;
+using trevik::Ref;
+
+/** A test of nodes over a device that is up and has its viewport. */
+class NodeTest : public DeviceTest {
+protected:
+    static constexpr int Width = 61;
+    static constexpr int Height = 37;
+
+    NodeTest() { StartDrawing(); }
+
+    /** For fixtures with a device of their own, which they have put into m_pDevice. */
+    void StartDrawing() {
+        BringUp(Width, Height);
+        Device().SetViewport(0, 0, Width, Height);
+        Clear();
+    }
+
+    /** A sprite, or a nine-patch sprite, that has been loaded with this size. */
+    template <class T = trevik::kelvo::SpriteGL2>
+    Ref<T> MakeSprite(int width, int height) {
+        Ref<T> const pSprite(new T);
+        pSprite->GetSizeProperty().SetValue(trevik::SizeT<int>(width, height));
+        EXPECT_TRUE(kelvo::test::LoadItself(*pSprite, m_registry));
+        return pSprite;
+    }
+
+    /** A texture of one level without an image worth looking at. */
+    static Ref<trevik::kelvo::TextureGL2> MakeTexture(int width, int height,
+                                                      int format = trevik::kelvo::TextureFormat::RGBA8888) {
+        Ref<trevik::kelvo::Texture> const pTexture =
+            trevik::kelvo::Texture::CreateTexture(width, height, format, nullptr, 0);
+        return static_cast<trevik::kelvo::TextureGL2*>(pTexture.Get());
+    }
+
+    static Ref<trevik::kelvo::Mask> MakeMask() {
+        trevik::Vector3T<RealFloat> const corners[] = {{0, 0, 0}, {5, 0, 0}, {0, 7, 0}};
+        Ref<trevik::kelvo::Mask> const pMask(new trevik::kelvo::Mask);
+        EXPECT_TRUE(pMask->SetTriangles(corners, 3));
+        return pMask;
+    }
+
+    /** Updates a tree, no time passing, and draws it in a frame of its own, of which only this is noted. */
+    void Draw(trevik::kelvo::Node& node) {
+        node.Update(Device(), 0);
+        Device().Clear();
+        Clear();
+        node.Render(Device());
+    }
+
+    /** The same for the second time, when textures are there and uniforms are known. */
+    void DrawAgain(trevik::kelvo::Node& node) {
+        Draw(node);
+        Draw(node);
+    }
+};
+
+/** Notes in a list that several may share what it is asked; takes sprites over when it is told to. */
+class NotingEffect : public trevik::kelvo::Effect {
+public:
+    TREVIK_EFFECT_REFLECTION(NotingEffect, Effect, "NoResource")
+
+    NotingEffect(std::string name, std::vector<std::string>& notes, bool draws = false)
+        : m_sName(std::move(name)), m_notes(notes), m_fDraws(draws) {}
+
+    bool Init(trevik::kelvo::GraphicsDevice&) override { return true; }
+    void PreRender(trevik::kelvo::GraphicsDevice&) override { m_notes.push_back(m_sName + " before"); }
+    void PostRender(trevik::kelvo::GraphicsDevice&) override { m_notes.push_back(m_sName + " after"); }
+    bool OverrideDrawSprite(trevik::kelvo::GraphicsDevice&, trevik::kelvo::Sprite& sprite,
+                            RealFloat opacity) override {
+        m_notes.push_back(m_sName + " draws");
+        m_pSprite = &sprite;
+        m_rOpacity = opacity;
+        return m_fDraws;
+    }
+
+    trevik::kelvo::Sprite* m_pSprite = nullptr; ///< what it was asked to draw last
+    RealFloat m_rOpacity = -1;
+
+private:
+    std::string m_sName;
+    std::vector<std::string>& m_notes;
+    bool m_fDraws;
+};
+
+} // namespace recording

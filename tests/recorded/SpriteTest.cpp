@@ -1,0 +1,309 @@
+// Sprites: their geometry, and the calls that draw them.
+
+#include "NodeTest.h"
+
+#include "Exact.h"
+#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/NodeVisitor.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Floats = std::vector<float>;
+using Coords = Vector2T<RealFloat>;
+using Vector = Vector3T<RealFloat>;
+
+char const* const PlainBlendFunctions =
+    "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)";
+char const* const PlainBlendEquations = "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)";
+
+std::string Named(char const* call, GLuint name) {
+    return std::string(call) + std::to_string(name) + ")";
+}
+
+class SpriteTest : public NodeTest {
+protected:
+    static Floats CoordsOf(SpriteGL2& sprite) {
+        Coords coords[4];
+        sprite.GetTextureCoords(coords);
+        return {coords[0].x, coords[0].y, coords[1].x, coords[1].y,
+                coords[2].x, coords[2].y, coords[3].x, coords[3].y};
+    }
+
+    static Floats VerticesOf(SpriteGL2& sprite) {
+        Floats floats;
+        for (Vector const& vertex : sprite.GetVertices()) {
+            floats.insert(floats.end(), {vertex.x, vertex.y, vertex.z});
+        }
+        return floats;
+    }
+};
+
+TEST_F(SpriteTest, LoadBuildsCornersAndInsetTextureCoordinates) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+    float const inset = 0.0001f;
+    EXPECT_EQ(CoordsOf(*pSprite), (Floats{inset, 1, inset, inset, 1, 1, 1, inset}));
+}
+
+TEST_F(SpriteTest, AFailedLoadLeavesTheGeometry) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Serializer serializer;
+    serializer.PushTag(DocumentID::Property, HashName("Size")); // a property without a value
+    serializer.PopTag();
+    Deserializer deserializer(serializer.Finish(), m_registry);
+    EXPECT_FALSE(pSprite->Load(deserializer));
+    EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+}
+
+TEST_F(SpriteTest, CornersFollowTheSizeAtTheNextLoadOnly) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    pSprite->GetSizeProperty().SetValue(SizeT<int>(20, 30));
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+    EXPECT_TRUE(::kelvo::test::LoadItself(*pSprite, m_registry));
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 30, 0, 20, 0, 0, 20, 30, 0}));
+}
+
+TEST_F(SpriteTest, SetTextureNarrowsTheCoordinatesToTheUsedPart) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 16);
+    pTexture->SetUsedSize(5, 12);
+    pSprite->SetTexture(pTexture.Get());
+    EXPECT_EQ(pSprite->GetTexture(), pTexture.Get());
+    Floats const narrowed = {0, 0.75f, 0, 0, 0.625f, 0.75f, 0.625f, 0};
+    EXPECT_EQ(CoordsOf(*pSprite), narrowed);
+    // Taking the texture away leaves the coordinates alone.
+    pSprite->SetTexture(nullptr);
+    EXPECT_EQ(CoordsOf(*pSprite), narrowed);
+}
+
+TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
+    Ref<SpriteGL2> const pSprite(new SpriteGL2);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 16);
+    pTexture->SetUsedSize(5, 12);
+    pSprite->SetTexture(pTexture.Get());
+    pSprite->GetSizeProperty().SetValue(SizeT<int>(3, 4));
+    EXPECT_TRUE(pSprite->GetVertices().IsEmpty());
+    Draw(*pSprite);
+    EXPECT_EQ(Count("glDraw*"), 0u);
+    EXPECT_TRUE(::kelvo::test::LoadItself(*pSprite, m_registry));
+    EXPECT_FLOAT_EQ(CoordsOf(*pSprite)[0], 0.0001f);
+}
+
+TEST_F(SpriteTest, DrawsATexturedStrip) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(4, 4);
+    pSprite->SetTexture(pTexture.Get());
+    pSprite->GetOpacityProperty().SetValue(0.25f);
+    DrawAgain(*pSprite);
+    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
+                 "glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, *)",
+                 Named("glUseProgram(", ProgramName(0)), "glEnableVertexAttribArray(0)",
+                 "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)", "glActiveTexture(GL_TEXTURE0)",
+                 Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTexture()),
+                 "glUniform4f(vColor, 1, 1, 1, 0.25)", PlainBlendFunctions, PlainBlendEquations,
+                 "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)", "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_EQ(LastCall("glVertexAttribPointer(0, *)").Pointer(5), pSprite->GetVertices().GetData());
+    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 1, 0, 0, 1, 1, 1, 0}));
+}
+
+TEST_F(SpriteTest, DrawsAColouredStrip) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    pSprite->GetColorProperty().SetValue(Vector(0.5f, 0.25f, 0.75f));
+    DrawAgain(*pSprite);
+    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
+                 Named("glUseProgram(", ProgramName(1)), "glEnableVertexAttribArray(0)",
+                 "glUniform4f(vColor, 0.5, 0.25, 0.75, 1)", "glDisable(GL_TEXTURE_2D)", PlainBlendFunctions,
+                 PlainBlendEquations, "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)",
+                 "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
+    EXPECT_EQ(Errors(), (Strings{"glDisable(GL_TEXTURE_2D) -> GL_INVALID_ENUM"}));
+}
+
+TEST_F(SpriteTest, ASeparateAlphaTextureTakesASecondUnit) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 4, TextureFormat::ETC1_RGBA);
+    pSprite->SetTexture(pTexture.Get());
+    DrawAgain(*pSprite);
+    EXPECT_TRUE(CallsInclude({Named("glUseProgram(", ProgramName(7)), "glEnableVertexAttribArray(0)",
+                              "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)",
+                              "glActiveTexture(GL_TEXTURE0)",
+                              Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTexture()),
+                              "glUniform1i(sTextureA, 1)", "glActiveTexture(GL_TEXTURE1)",
+                              Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTextureAlpha()),
+                              "glUniform4f(vColor, 1, 1, 1, 1)"}));
+    EXPECT_NE(pTexture->GetGLTextureAlpha(), pTexture->GetGLTexture());
+    // What the program multiplies in after mWorldToView is the device's business, and the identity.
+    EXPECT_EQ(Draws().at(0).Uniform("mViewToViewport"),
+              (Floats{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
+}
+
+TEST_F(SpriteTest, FormatAndAlphaTestChooseTheProgram) {
+    struct Case {
+        int format;
+        bool alphaTest;
+        int program;
+    };
+    Case const cases[] = {{TextureFormat::RGBA8888, false, -1},  {TextureFormat::RGBA8888, true, -4},
+                          {TextureFormat::ETC1_RGBA, false, -8}, {TextureFormat::ETC1_RGBA, true, -9},
+                          {TextureFormat::ETC1_RGB, false, -1},  {TextureFormat::Alpha8, true, -4}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(std::to_string(test.format) + (test.alphaTest ? " with the test" : ""));
+        Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+        pSprite->SetTexture(MakeTexture(4, 4, test.format).Get());
+        pSprite->Update(Device(), 0);
+        Device().Clear();
+        Device().SetAlphaTestEnabled(test.alphaTest);
+        pSprite->Render(Device());
+        EXPECT_EQ(GetState().program, ProgramName(static_cast<std::size_t>(-1 - test.program)));
+    }
+}
+
+TEST_F(SpriteTest, MapsOneUnitToOnePixelThroughWorldViewAndProjection) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(10, 5);
+    pSprite->GetPositionProperty().SetValue(Vector(20, 30, 0));
+    pSprite->GetScaleProperty().SetValue(Vector(2, 1, 1));
+    Draw(*pSprite);
+    ::kelvo::test::ExactMatrix const matrix(Draws().at(0).Uniform("mWorldToView").data());
+    auto const upperRight = ::kelvo::test::ExactDivided(matrix * ::kelvo::test::ExactPoint{10, 5, 0, 1});
+    EXPECT_NEAR(upperRight[0], 2 * 40.0 / Width - 1, 1e-5);
+    EXPECT_NEAR(upperRight[1], 2 * 35.0 / Height - 1, 1e-5);
+}
+
+TEST_F(SpriteTest, AHighlightReplacesEveryColour) {
+    Device().SetHighlight(true, ColorT<RealFloat>(0.5f, 0.25f, 1, 0.5f));
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->GetColorProperty().SetValue(Vector(1, 0, 0));
+    pSprite->GetOpacityProperty().SetValue(0.5f);
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
+    pSprite->SetTexture(MakeTexture(4, 4).Get());
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
+}
+
+TEST_F(SpriteTest, OtherBlendModesDrawNothingBetweenTheirMasks) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->AddMask(MakeMask().Get());
+    for (int const blendMode : {0, 1, 3, 4, 5, 6, 23, 25}) {
+        SCOPED_TRACE(blendMode);
+        pSprite->GetBlendModeProperty().SetValue(blendMode);
+        Draw(*pSprite);
+        EXPECT_EQ(Lines("glDraw*"),
+                  (Strings{"glDrawArrays(GL_TRIANGLES, 0, 3)", "glDrawArrays(GL_TRIANGLES, 0, 3)"}));
+        EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
+    }
+}
+
+TEST_F(SpriteTest, DrawsInsideItsMasks) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->AddMask(MakeMask().Get());
+    Draw(*pSprite);
+    std::vector<recording::Draw> const draws = Draws();
+    ASSERT_EQ(draws.size(), 3u);
+    EXPECT_EQ(draws[1].mode, static_cast<GLenum>(GL_TRIANGLE_STRIP));
+    EXPECT_TRUE(draws[1].state.IsEnabled(GL_STENCIL_TEST));
+    EXPECT_EQ(draws[1].state.stencilFront.ref, 1);
+    EXPECT_EQ(draws[0].Uniform("mWorldToView"), draws[1].Uniform("mWorldToView"));
+    EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
+}
+
+TEST_F(SpriteTest, TheFirstEffectThatDrawsIsTheLastOneAsked) {
+    struct Case {
+        bool firstDraws, secondDraws;
+        Strings asked;
+        std::size_t draws;
+    };
+    Case const cases[] = {{false, false, {"first draws", "second draws", "third draws"}, 1},
+                          {false, true, {"first draws", "second draws"}, 0},
+                          {true, true, {"first draws"}, 0}};
+    for (Case const& test : cases) {
+        Strings notes;
+        Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+        pSprite->GetOpacityProperty().SetValue(0.5f);
+        Ref<NotingEffect> const pFirst(new NotingEffect("first", notes, test.firstDraws));
+        pSprite->AddEffect(pFirst.Get());
+        pSprite->AddEffect(new NotingEffect("second", notes, test.secondDraws));
+        pSprite->AddEffect(new NotingEffect("third", notes));
+        Draw(*pSprite);
+        EXPECT_EQ(notes, test.asked);
+        EXPECT_EQ(Count("glDraw*"), test.draws);
+        EXPECT_EQ(pFirst->m_pSprite, pSprite.Get());
+        EXPECT_EQ(pFirst->m_rOpacity, 0.5f);
+    }
+}
+
+TEST_F(SpriteTest, AnEffectDrawsBetweenTheMasksToo) {
+    Strings notes;
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->AddMask(MakeMask().Get());
+    pSprite->AddEffect(new NotingEffect("effect", notes, true));
+    Draw(*pSprite);
+    EXPECT_EQ(Count("glDraw*"), 2u);
+    EXPECT_EQ(Count("glEnable(GL_STENCIL_TEST)"), 1u);
+    EXPECT_EQ(Count("glDisable(GL_STENCIL_TEST)"), 1u);
+}
+
+TEST_F(SpriteTest, TheDepthFlagDrawsThroughTheDefaultCamera) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    Draw(*pSprite);
+    Floats const throughDefault = Draws().at(0).Uniform("mWorldToView");
+    Device().PushCamera2D(100, 100);
+    Draw(*pSprite);
+    EXPECT_NE(Draws().at(0).Uniform("mWorldToView"), throughDefault);
+    pSprite->GetDepthProperty().SetValue(true);
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Uniform("mWorldToView"), throughDefault);
+}
+
+TEST_F(SpriteTest, ACloneHasGeometryOfItsOwn) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 8);
+    pTexture->SetUsedSize(4, 2);
+    pSprite->SetTexture(pTexture.Get());
+    pSprite->Attach(new SpriteGL2);
+    Ref<SpriteGL2> const pClone(static_cast<SpriteGL2*>(pSprite->Clone()));
+    EXPECT_EQ(pClone->GetChildCount(), 0u);
+    EXPECT_EQ(VerticesOf(*pClone), VerticesOf(*pSprite));
+    EXPECT_EQ(CoordsOf(*pClone), CoordsOf(*pSprite));
+    EXPECT_EQ(pClone->GetTexture(), pTexture.Get());
+    pSprite->GetVertices()[0].x = 99;
+    pSprite->SetTexture(MakeTexture(8, 8).Get());
+    EXPECT_EQ(pClone->GetVertices()[0].x, 0);
+    EXPECT_EQ(CoordsOf(*pClone), (Floats{0, 0.25f, 0, 0, 0.5f, 0.25f, 0.5f, 0}));
+}
+
+TEST_F(SpriteTest, ACloneOfTheTreeHasTheChildrenInOrder) {
+    Ref<SpriteGL2> const pRoot = MakeSprite(1, 1);
+    for (int const width : {2, 3}) {
+        pRoot->Attach(MakeSprite(width, 1).Get());
+    }
+    pRoot->GetChild(0)->Attach(MakeSprite(4, 1).Get());
+    Ref<Node> const pCopy(pRoot->CloneTree());
+    auto const widthOf = [](Node* pNode) { return static_cast<SpriteGL2*>(pNode)->GetVertices()[2].x; };
+    ASSERT_EQ(pCopy->GetChildCount(), 2u);
+    EXPECT_EQ(widthOf(pCopy->GetChild(0)), 2);
+    EXPECT_EQ(widthOf(pCopy->GetChild(1)), 3);
+    ASSERT_EQ(pCopy->GetChild(0)->GetChildCount(), 1u);
+    EXPECT_EQ(widthOf(pCopy->GetChild(0)->GetChild(0)), 4);
+    EXPECT_EQ(pCopy->GetChild(0)->GetParent(), pCopy.Get());
+    EXPECT_NE(pCopy->GetChild(0), pRoot->GetChild(0));
+}
+
+TEST_F(SpriteTest, CountsItsRendering) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(1, 1);
+    ScopeCounter::ResetFigures();
+    ScopeCounter::SetProfiling(true);
+    Draw(*pSprite);
+    Draw(*pSprite);
+    ScopeCounter::SetProfiling(false);
+    EXPECT_EQ(ScopeCounter::GetTotals(4).nCalls, 2u);
+}
+
+} // namespace
