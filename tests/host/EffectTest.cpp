@@ -1,0 +1,133 @@
+#include <gtest/gtest.h>
+
+#include "PropertyTestSupport.h"
+#include "TestNodes.h"
+#include "trevik/kelvo/DirectionalBlurEffect.h"
+
+namespace trevik::kelvo::test {
+namespace {
+
+/** A sprite with an effect. */
+struct Lit {
+    TestDevice m_device;
+    Ref<TestSprite> m_pSprite = Make<TestSprite>("lit");
+    Ref<TestEffect> m_pEffect = Ref<TestEffect>(new TestEffect);
+
+    Lit() { m_pSprite->AddEffect(m_pEffect.Get()); }
+    void Update(RealFloat frame = 0) { m_pSprite->Update(m_device, frame); }
+};
+
+TEST(Effect, FetchesItsResourceAtItsFirstUpdate) {
+    Lit lit;
+    lit.m_device.m_pResource = new EffectResource;
+    EXPECT_FALSE(lit.m_pEffect->IsInitialized());
+    lit.Update();
+    EXPECT_TRUE(lit.m_pEffect->IsInitialized());
+    EXPECT_EQ(lit.m_pEffect->m_pGiven, lit.m_device.m_pResource.Get());
+    lit.Update();
+    EXPECT_EQ(lit.m_device.m_nResourceRequests, 1u);
+    EXPECT_EQ(lit.m_pEffect->m_nUpdates, 2u);
+}
+
+TEST(Effect, WithoutAResourceItSaysSoOnceAndTriesAgain) {
+    Lit lit;
+    TraceLog log;
+    lit.Update();
+    lit.Update();
+    EXPECT_EQ(log.GetLines().size(), 1u);
+    EXPECT_FALSE(lit.m_pEffect->IsInitialized());
+    lit.m_device.m_pResource = new EffectResource;
+    lit.Update();
+    EXPECT_TRUE(lit.m_pEffect->IsInitialized());
+}
+
+TEST(Effect, ItsPropertiesFollowTheNodesFrames) {
+    Lit lit;
+    lit.m_device.m_pResource = new EffectResource;
+    Animate<RealFloat>(lit.m_pEffect->GetAmountProperty(), 0, {0, 1});
+    lit.Update(RealFloat(0.5));
+    EXPECT_EQ(lit.m_pEffect->GetAmountProperty().GetValue(), RealFloat(0.5));
+}
+
+TEST(Effect, LeavesDrawingToOthersUnlessItIsToldOtherwise) {
+    Lit lit;
+    Ref<TestText> const pText = Make<TestText>("t");
+    EXPECT_FALSE(lit.m_pEffect->OverrideDrawSprite(lit.m_device, *lit.m_pSprite, 1));
+    EXPECT_FALSE(lit.m_pEffect->OverrideDrawText(lit.m_device, *pText));
+}
+
+TEST(Effect, NodesHoldEffectsAndMasksByReference) {
+    Lit lit;
+    EXPECT_EQ(lit.m_pEffect->GetReferenceCount(), 2);
+    Ref<TestEffect> const pStranger(new TestEffect);
+    lit.m_pSprite->RemoveEffect(pStranger.Get());
+    lit.m_pSprite->AddEffect(nullptr);
+    EXPECT_EQ(lit.m_pSprite->GetEffects().GetCount(), 1u);
+    lit.m_pSprite->RemoveEffect(lit.m_pEffect.Get());
+    EXPECT_EQ(lit.m_pEffect->GetReferenceCount(), 1);
+    Ref<Mask> const pMask(new Mask);
+    lit.m_pSprite->AddMask(pMask.Get());
+    EXPECT_EQ(pMask->GetReferenceCount(), 2);
+    lit.m_pSprite->RemoveMask(pMask.Get());
+    lit.m_pSprite->RemoveMask(pMask.Get());
+    EXPECT_EQ(pMask->GetReferenceCount(), 1);
+    lit.m_pSprite->AddMask(pMask.Get());
+    lit.m_pSprite.Reset();
+    EXPECT_EQ(pMask->GetReferenceCount(), 1);
+}
+
+TEST(Effect, ACopyHasTheValuesAndFetchesItsOwnResource) {
+    Lit lit;
+    lit.m_device.m_pResource = new EffectResource;
+    lit.m_pEffect->GetAmountProperty().SetValue(RealFloat(0.25));
+    lit.Update();
+    Ref<Effect> const pCopy(lit.m_pEffect->Clone());
+    EXPECT_FALSE(pCopy->IsInitialized());
+    EXPECT_EQ(static_cast<TestEffect&>(*pCopy).GetAmountProperty().GetValue(), RealFloat(0.25));
+    EXPECT_NE(pCopy->GetProperties().Find(HashName("BlurAmount")), nullptr);
+    for (char const* pName : {"TestEffect", "GaussianBlurEffect", "Effect"}) {
+        EXPECT_TRUE(pCopy->IsKindOf(HashName(pName))) << pName;
+    }
+    EXPECT_EQ(pCopy->GetResourceClassID(), HashName("TestResource"));
+}
+
+TEST(Effect, ADirectionalBlurPointsToTheRightAtFirst) {
+    /** Draws nothing. */
+    class Smear : public DirectionalBlurEffect {
+    public:
+        Effect* Clone() const override { return new Smear(*this); }
+        unsigned int GetClassID() const override { return HashName("Smear"); }
+        unsigned int GetClassSize() const override { return sizeof(Smear); }
+        bool IsKindOf(unsigned int nClassID) const override { return IsOwnOrBaseID(nClassID); }
+        unsigned int GetResourceClassID() const override { return 0; }
+    };
+    Ref<Smear> const pSmear(new Smear);
+    EXPECT_EQ(pSmear->GetDirectionProperty().GetValue(), Vector3(1, 0, 0));
+    EXPECT_NE(pSmear->GetProperties().Find(HashName("BlurDirection")), nullptr);
+    EXPECT_NE(pSmear->GetProperties().Find(HashName("BlurAmount")), nullptr);
+    EXPECT_TRUE(pSmear->IsKindOf(HashName("DirectionalBlurEffect")));
+}
+
+TEST(Mask, HoldsWholeTrianglesAlone) {
+    Vector3 const corners[6] = {Vector3(0, 0, 0), Vector3(1, 0, 0), Vector3(0, 1, 0),
+                                Vector3(5, 5, 5), Vector3(6, 5, 5), Vector3(5, 6, 5)};
+    Ref<Mask> const pMask(new Mask);
+    EXPECT_EQ(pMask->GetGeometry().m_nVertexCount, 0u);
+    ASSERT_TRUE(pMask->SetTriangles(corners, 6));
+    EXPECT_FALSE(pMask->SetTriangles(corners, 4));
+    EXPECT_EQ(pMask->GetGeometry().m_nVertexCount, 6u) << "as it was";
+    EXPECT_NE(pMask->GetGeometry().m_pVertices, corners) << "a copy";
+    Ref<Mask> const pCopy(pMask->Clone());
+    pMask->SetTriangles(nullptr, 0);
+    EXPECT_EQ(pCopy->GetGeometry().m_pVertices[5], Vector3(5, 6, 5));
+    Ref<DocumentNode> const pNode = SaveToNode(*pCopy);
+    Ref<Mask> const pLoaded(new Mask);
+    ASSERT_TRUE(LoadFrom(pNode, *pLoaded));
+    EXPECT_EQ(pLoaded->GetGeometry().m_nVertexCount, 6u);
+    EXPECT_EQ(pLoaded->GetGeometry().m_pVertices[4], Vector3(6, 5, 5));
+    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), *pLoaded));
+    EXPECT_EQ(pLoaded->GetGeometry().m_nVertexCount, 6u);
+}
+
+} // namespace
+} // namespace trevik::kelvo::test

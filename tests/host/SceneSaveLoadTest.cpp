@@ -1,0 +1,389 @@
+#include <gtest/gtest.h>
+
+#include <cstdio>
+
+#include "PropertyTestSupport.h"
+#include "TestNodes.h"
+#include "kelvo_host/Scene.h"
+
+namespace trevik::kelvo::test {
+namespace {
+
+constexpr unsigned int NodeTag = HashName("Node");
+
+/** A scene with one of everything. */
+struct Sample {
+    TestRegistry m_registry;
+    TestDevice m_device;
+    Ref<TestTimeline> m_pRoot = Make<TestTimeline>("root");
+    Ref<TestSprite> m_pSprite = Make<TestSprite>("sprite");
+    Ref<Texture> m_pTexture = Texture::CreateTexture(3, 2, TextureFormat::RGB888, "123456789abcdefghi", 0);
+    Scene m_scene;
+
+    Sample() {
+        m_device.m_pResource = new EffectResource;
+        Ref<TestTimeline> const pInner = Make<TestTimeline>("inner");
+        Ref<TransformNode> const pGroup = Make<TransformNode>("group");
+        Ref<TestSprite> const pTwin = Make<TestSprite>("twin");
+        Ref<TestText> const pText = Make<TestText>("text");
+        m_pRoot->Attach(pGroup.Get());
+        pGroup->Attach(m_pSprite.Get());
+        pGroup->Attach(pTwin.Get());
+        m_pRoot->Attach(pInner.Get());
+        m_pRoot->Attach(pText.Get());
+
+        m_pSprite->SetTexture(m_pTexture.Get());
+        pTwin->SetTexture(m_pTexture.Get());
+        m_pSprite->GetSizeProperty().SetValue(SizeT<int>(30, 20));
+        Animate<Vector3>(m_pSprite->GetPositionProperty(), 0, {Vector3(0, 0, 0), Vector3(8, 4, 0)});
+        Ref<TestEffect> const pEffect(new TestEffect);
+        pEffect->GetAmountProperty().SetValue(RealFloat(0.75));
+        pGroup->AddEffect(pEffect.Get());
+        Ref<Mask> const pMask(new Mask);
+        Vector3 const triangle[3] = {Vector3(0, 0, 0), Vector3(1, 0, 0), Vector3(0, 1, 0)};
+        pMask->SetTriangles(triangle, 3);
+        pGroup->AddMask(pMask.Get());
+        pInner->SetFrameDelay(RealFloat(0.125));
+        pInner->SetTimeMapFunction(&Interpolate::BounceOut);
+        pInner->SetAutoPlay(true);
+        pInner->GetPlaybackModeProperty().SetValue(PlaybackMode::PingPong);
+        pInner->GetFirstFrameProperty().SetValue(2);
+        pInner->GetLastFrameProperty().SetValue(20);
+        Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+        pCamera->GetNearProperty().SetValue(3);
+        m_pRoot->SetCamera(pCamera.Get());
+        pText->GetTextProperty().SetValue(u"Grüße");
+        pText->SetBackground(Make<TestSprite>("background").Get());
+
+        m_scene.SetRoot(m_pRoot);
+        SceneSettings& settings = m_scene.GetSettings();
+        settings.m_size = SizeT<int>(320, 200);
+        settings.m_format = DeviceFormat::RGBA8888;
+        settings.m_rFrameRate = 25;
+        settings.m_nFirstFrame = -1;
+        settings.m_nLastFrame = 99;
+        settings.m_clearColor = ColorT<RealFloat>(0, RealFloat(0.25), RealFloat(0.5), 1);
+    }
+
+    Ref<DocumentNode> Save() {
+        Serializer serializer;
+        return m_scene.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
+    }
+};
+
+/** The document as bytes, to compare. */
+std::vector<unsigned char> Flatten(Ref<DocumentNode> const& pDocument) {
+    List<unsigned char> bytes;
+    pDocument->Write(bytes);
+    return std::vector<unsigned char>(bytes.begin(), bytes.end());
+}
+
+DocumentNode* FindChild(DocumentNode* pNode, unsigned int nTagID, unsigned int nSkip = 0) {
+    for (unsigned int nChild = 0; nChild < pNode->GetChildCount(); ++nChild) {
+        if (pNode->GetChild(nChild)->GetTagID() == nTagID && nSkip-- == 0) {
+            return pNode->GetChild(nChild);
+        }
+    }
+    return nullptr;
+}
+
+TEST(SceneSaveLoad, EverythingComesBack) {
+    Sample sample;
+    Ref<DocumentNode> const pDocument = sample.Save();
+    ASSERT_TRUE(pDocument);
+    Scene loaded;
+    Deserializer deserializer(pDocument, sample.m_registry);
+    ASSERT_TRUE(loaded.Load(deserializer)) << String8(deserializer.GetError()).GetData();
+    EXPECT_EQ(deserializer.GetDepth(), 0u);
+
+    SceneSettings const& settings = loaded.GetSettings();
+    EXPECT_EQ(settings.m_size, SizeT<int>(320, 200));
+    EXPECT_EQ(settings.m_format, DeviceFormat::RGBA8888);
+    EXPECT_EQ(settings.m_rFrameRate, 25);
+    EXPECT_EQ(settings.m_nFirstFrame, -1);
+    EXPECT_EQ(settings.m_nLastFrame, 99);
+    EXPECT_EQ(settings.m_clearColor, sample.m_scene.GetSettings().m_clearColor);
+
+    Timeline& root = *loaded.GetRoot();
+    EXPECT_EQ(ChildNames(root), "group inner text");
+    EXPECT_EQ(static_cast<TestCamera*>(root.GetCamera())->GetNearProperty().GetValue(), 3);
+    TransformNode& group = static_cast<TransformNode&>(*root.FindNode(Name("group")));
+    ASSERT_EQ(group.GetEffects().GetCount(), 1u);
+    EXPECT_EQ(static_cast<TestEffect*>(group.GetEffects()[0])->GetAmountProperty().GetValue(),
+              RealFloat(0.75));
+    ASSERT_EQ(group.GetMasks().GetCount(), 1u);
+    EXPECT_EQ(group.GetMasks()[0]->GetGeometry().m_nVertexCount, 3u);
+    EXPECT_EQ(group.GetMasks()[0]->GetGeometry().m_pVertices[2], Vector3(0, 1, 0));
+
+    TestSprite& sprite = static_cast<TestSprite&>(*root.FindNode(Name("sprite")));
+    EXPECT_EQ(sprite.GetSizeProperty().GetValue(), SizeT<int>(30, 20));
+    ASSERT_NE(sprite.GetTexture(), nullptr);
+    EXPECT_EQ(sprite.GetTexture(), static_cast<Sprite*>(root.FindNode(Name("twin")))->GetTexture())
+        << "still shared";
+    EXPECT_EQ(sprite.GetTexture()->GetHeight(), 2);
+    EXPECT_EQ(sprite.m_nTextureSets, 1u) << "so that its geometry takes up the texture's used area";
+    root.Update(sample.m_device, RealFloat(0.5));
+    EXPECT_EQ(Origin(sprite.GetWorldMatrix()), Vector3(4, 2, 0));
+
+    Timeline& inner = static_cast<Timeline&>(*root.FindNode(Name("inner")));
+    EXPECT_EQ(inner.GetFrameDelay(), RealFloat(0.125));
+    EXPECT_EQ(inner.GetTimeMapFunction(), &Interpolate::BounceOut);
+    EXPECT_EQ(inner.GetPlaybackModeProperty().GetValue(), PlaybackMode::PingPong);
+    EXPECT_TRUE(inner.IsPlaying()) << "it plays from the start";
+    EXPECT_EQ(inner.GetFrame(), 2) << "at its first frame";
+
+    Text& text = static_cast<Text&>(*root.FindNode(Name("text")));
+    EXPECT_TRUE(text.GetTextProperty().GetValue() == u"Grüße");
+    ASSERT_NE(text.GetBackground(), nullptr);
+    EXPECT_EQ(TestDevice::NameOf(*text.GetBackground()), "background");
+}
+
+TEST(SceneSaveLoad, WhatWasLoadedSavesTheSame) {
+    Sample sample;
+    Ref<DocumentNode> const pDocument = sample.Save();
+    Scene loaded;
+    Deserializer deserializer(pDocument, sample.m_registry);
+    ASSERT_TRUE(loaded.Load(deserializer));
+    Serializer serializer;
+    ASSERT_TRUE(loaded.Save(serializer));
+    EXPECT_EQ(Flatten(serializer.Finish()), Flatten(pDocument));
+}
+
+TEST(SceneSaveLoad, GoesThroughFiles) {
+    Sample sample;
+    std::string const path = testing::TempDir() + "kelvo-scene-test.kelvo";
+    String16 sError;
+    ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), sError)) << String8(sError).GetData();
+    Scene loaded;
+    ASSERT_TRUE(loaded.LoadFromFile(path.c_str(), sample.m_registry, sError)) << String8(sError).GetData();
+    EXPECT_EQ(ChildNames(*loaded.GetRoot()), "group inner text");
+    std::remove(path.c_str());
+    EXPECT_FALSE(loaded.LoadFromFile(path.c_str(), sample.m_registry, sError));
+    EXPECT_NE(std::string(String8(sError).GetData()).find(path), std::string::npos);
+    EXPECT_NE(loaded.GetRoot(), nullptr) << "the scene stays as it was";
+}
+
+/** Something wrong that is added to a scene's document, and what is said of it. */
+struct Damage {
+    void (*m_pfnApply)(DocumentNode& root, DocumentNode& group, DocumentNode& sprite);
+    char const* m_pWhat;
+    char const* m_pPath;
+    char const* m_pReason;
+};
+
+TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
+    Damage const cases[] = {
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             root.AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, 12345)));
+         },
+         "unknown class", "/root/#3: ", "no class of nodes is registered under the type id 12345"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             root.AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, HashName("Texture"))));
+         },
+         "a class that is no node", "/root/#3: ", "no class of nodes"},
+        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
+             AddBytes(*pNode, HashName("NodeName"), BytesOf(u'x'));
+             AddBytes(*pNode, HashName("Texture"), BytesOf(1));
+             group.AddChild(pNode);
+         },
+         "a texture out of range", "/root/group/x: ", "no texture 1"},
+        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
+             AddBytes(*pNode, HashName("Texture"), BytesOf(static_cast<short>(0)));
+             group.AddChild(pNode);
+         },
+         "a texture index of two bytes", "/root/group/#2: ", "no texture -1"},
+        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
+             group.AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Effect"), HashName("Sprite"))));
+         },
+         "an effect that is none", "/root/group: ", "no class of effects"},
+        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
+             Ref<DocumentNode> pMask(new DocumentNode(HashName("Mask"), 0));
+             AddBytes(*pMask, HashName("Vertices"), BytesOf(Vector3(), Vector3()));
+             group.AddChild(pMask);
+         },
+         "two thirds of a triangle", "/root/group: ", "a mask without whole triangles"},
+        {[](DocumentNode&, DocumentNode&, DocumentNode& sprite) {
+             Ref<DocumentNode> pProperty(new DocumentNode(DocumentID::Property, HashName("Scale")));
+             AddBytes(*pProperty, DocumentID::Value, BytesOf(1.0f));
+             sprite.AddChild(pProperty);
+         },
+         "a third of a vector", "/root/group/sprite: ", "property \"Scale\""},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
+             AddBytes(*pNode, HashName("TimeMap"), BytesOf('z', 'i', 'g'));
+             root.AddChild(pNode);
+         },
+         "an unknown time map", "/root/#3: ", "no time map \"zig\""},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
+             AddBytes(*pNode, HashName("FrameDelay"), BytesOf(-1.0f));
+             root.AddChild(pNode);
+         },
+         "negative time", "/root/#3: ", "frames cannot last -1 seconds"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
+             pNode->AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Camera"), HashName("Sprite"))));
+             root.AddChild(pNode);
+         },
+         "a camera that is none", "/root/#3: ", "its camera is no camera"},
+        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
+             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
+             AddBytes(*pNode, HashName("NodeName"), {1, 2, 3});
+             group.AddChild(pNode);
+         },
+         "one and a half letters", "/root/group/#2: ", "no UTF-16 text"},
+    };
+    for (Damage const& c : cases) {
+        Sample sample;
+        Ref<DocumentNode> const pDocument = sample.Save();
+        DocumentNode* const pRoot = FindChild(pDocument.Get(), NodeTag);
+        DocumentNode* const pGroup = FindChild(pRoot, NodeTag);
+        c.m_pfnApply(*pRoot, *pGroup, *FindChild(pGroup, NodeTag));
+        Scene scene;
+        TraceLog log;
+        Deserializer deserializer(pDocument, sample.m_registry);
+        EXPECT_FALSE(scene.Load(deserializer)) << c.m_pWhat;
+        EXPECT_EQ(scene.GetRoot(), nullptr) << c.m_pWhat;
+        std::string const line = log.GetOnly();
+        EXPECT_NE(line.find(c.m_pPath), std::string::npos) << c.m_pWhat << ": " << line;
+        EXPECT_NE(line.find(c.m_pReason), std::string::npos) << c.m_pWhat << ": " << line;
+    }
+}
+
+TEST(SceneSaveLoad, SettingsOutOfRangeAreRefused) {
+    struct Case {
+        char const* m_pWhat;
+        void (*m_pfnApply)(SceneSettings& settings);
+    };
+    Case const cases[] = {
+        {"size", [](SceneSettings& s) { s.m_size.width = 0; }},
+        {"size", [](SceneSettings& s) { s.m_size.height = 16385; }},
+        {"format", [](SceneSettings& s) { s.m_format = static_cast<DeviceFormat::Enum>(4); }},
+        {"frame rate", [](SceneSettings& s) { s.m_rFrameRate = 0; }},
+        {"frames", [](SceneSettings& s) { s.m_nLastFrame = -2; }},
+        {"colour", [](SceneSettings& s) { s.m_clearColor.g = std::nanf(""); }},
+    };
+    for (Case const& c : cases) {
+        Sample sample;
+        c.m_pfnApply(sample.m_scene.GetSettings());
+        TraceLog log;
+        Deserializer deserializer(sample.Save(), sample.m_registry);
+        Scene scene;
+        EXPECT_FALSE(scene.Load(deserializer)) << c.m_pWhat;
+        EXPECT_EQ(log.GetLines().size(), 1u) << c.m_pWhat;
+        EXPECT_EQ(scene.GetSettings().m_size, SceneSettings().m_size) << c.m_pWhat;
+    }
+}
+
+TEST(SceneSaveLoad, ADocumentWithoutASceneIsRefused) {
+    TestRegistry registry;
+    Scene scene;
+    TraceLog log;
+    Deserializer empty(Ref<DocumentNode>(new DocumentNode(0, 0)), registry);
+    EXPECT_FALSE(scene.Load(empty));
+    Sample sample;
+    sample.m_scene.SetRoot(nullptr);
+    Deserializer rootless(sample.Save(), registry);
+    EXPECT_FALSE(scene.Load(rootless));
+    EXPECT_EQ(log.GetLines().size(), 2u);
+}
+
+TEST(SceneSaveLoad, WhatCannotBeSavedIsNamed) {
+    Sample sample;
+    TraceLog log;
+    sample.m_pRoot->SetTimeMapFunction([](RealFloat const& t) { return t; });
+    EXPECT_FALSE(sample.Save());
+    ASSERT_FALSE(log.GetLines().empty());
+    EXPECT_NE(log.GetLines()[0].find("/root: the time map is a function without a name"), std::string::npos)
+        << log.GetLines()[0];
+}
+
+TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {
+    Sample sample;
+    Ref<Node> pChain(new TransformNode);
+    for (int nLevel = 0; nLevel < 20000; ++nLevel) {
+        Ref<Node> const pParent(new TransformNode);
+        pParent->Attach(pChain.Get());
+        pChain = pParent;
+    }
+    sample.m_pRoot->Attach(pChain.Get());
+    TraceLog log;
+    EXPECT_FALSE(sample.Save());
+    EXPECT_EQ(log.GetLines().size(), 1u);
+}
+
+TEST(SceneSaveLoad, TreesAsDeepAsDocumentsAreSavedAndLoaded) {
+    Sample sample;
+    Ref<Node> pChain(new TransformNode);
+    for (int nLevel = 0; nLevel < 1000; ++nLevel) {
+        Ref<Node> const pParent(new TransformNode);
+        pParent->Attach(pChain.Get());
+        pChain = pParent;
+    }
+    sample.m_pRoot->Attach(pChain.Get());
+    Ref<DocumentNode> const pDocument = sample.Save();
+    ASSERT_TRUE(pDocument);
+    Scene scene;
+    Deserializer deserializer(pDocument, sample.m_registry);
+    ASSERT_TRUE(scene.Load(deserializer));
+    EXPECT_EQ(Flatten(sample.Save()), Flatten(pDocument));
+}
+
+TEST(SceneSaveLoad, ANodeThatFailsIsNotLeftAttached) {
+    Sample sample;
+    Ref<DocumentNode> const pNode(new DocumentNode(NodeTag, TransformNode::ClassID));
+    pNode->AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, HashName("Sprite"))));
+    pNode->AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, 1)));
+    Deserializer deserializer(pNode, sample.m_registry);
+    Ref<TransformNode> const pLoaded(new TransformNode);
+    TraceLog log;
+    EXPECT_FALSE(pLoaded->Load(deserializer));
+    EXPECT_EQ(pLoaded->GetChildCount(), 1u) << "the one that could be loaded";
+    EXPECT_EQ(deserializer.GetDepth(), 0u);
+}
+
+TEST(Scene, ShowsAFrameWhateverCameBefore) {
+    Sample sample;
+    Timeline& inner = static_cast<Timeline&>(*sample.m_pRoot->FindNode(Name("inner")));
+    inner.SetFrameDelay(1);
+    sample.m_scene.GetSettings().m_nFirstFrame = 0;
+    sample.m_scene.GetSettings().m_rFrameRate = 10;
+    sample.m_pRoot->Reload();
+    for (int nFrame = 0; nFrame <= 50; ++nFrame) {
+        sample.m_scene.Update(sample.m_device, static_cast<RealFloat>(nFrame));
+    }
+    EXPECT_NEAR(inner.GetFrame(), 2 + 5, 1e-4) << "fifty frames are five seconds";
+    sample.m_scene.Update(sample.m_device, 20);
+    EXPECT_NEAR(inner.GetFrame(), 2 + 2, 1e-4) << "back to two seconds";
+    sample.m_scene.Update(sample.m_device, 30);
+    EXPECT_NEAR(inner.GetFrame(), 2 + 3, 1e-4);
+    EXPECT_EQ(sample.m_pRoot->GetFrame(), 30);
+}
+
+TEST(Scene, DrawsWholeFrames) {
+    Sample sample;
+    sample.m_device.Initialize(nullptr, DeviceFormat::RGB888, SizeT<int>(320, 200));
+    sample.m_scene.Update(sample.m_device, 0);
+    sample.m_scene.RenderFrame(sample.m_device);
+    EXPECT_EQ(sample.m_device.m_calls,
+              (std::vector<std::string>{"clear", "enter root", "draw sprite", "draw twin", "enter inner",
+                                        "leave inner", "leave root", "present", "process"}));
+    EXPECT_EQ(sample.m_device.GetViewport(), RectangleT<int>(0, 0, 320, 200));
+    EXPECT_EQ(sample.m_device.GetClearColor(), sample.m_scene.GetSettings().m_clearColor);
+}
+
+TEST(Scene, PicksWhatLiesUnderAPoint) {
+    Sample sample;
+    sample.m_pRoot->SetCamera(nullptr);
+    sample.m_scene.Update(sample.m_device, 1);
+    List<SelectionPoint> const hits = sample.m_scene.Pick(sample.m_device, Vector2(10, 10));
+    ASSERT_EQ(hits.GetCount(), 1u);
+    EXPECT_EQ(hits[0].m_pNode, sample.m_pSprite.Get());
+    EXPECT_FALSE(sample.m_device.IsSelectionMode());
+    EXPECT_EQ(sample.m_scene.Pick(sample.m_device, Vector2(300, 10)).GetCount(), 0u);
+}
+
+} // namespace
+} // namespace trevik::kelvo::test

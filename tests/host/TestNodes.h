@@ -1,0 +1,331 @@
+#pragma once
+
+#include <cmath>
+#include <new>
+#include <string>
+#include <vector>
+
+#include "JObject.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/Debug.h"
+#include "trevik/kelvo/BitmapFont.h"
+#include "trevik/kelvo/BlendModeEffect.h"
+#include "trevik/kelvo/Camera.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/EffectResource.h"
+#include "trevik/kelvo/GaussianBlurEffect.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/Mask.h"
+#include "trevik/kelvo/Serializer.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+#include "trevik/kelvo/Texture.h"
+#include "trevik/kelvo/Timeline.h"
+
+/** A back end that draws nothing: the smallest concrete class for each abstract one of the host. */
+namespace trevik::kelvo::test {
+
+typedef Vector2T<RealFloat> Vector2;
+typedef Vector3T<RealFloat> Vector3;
+typedef Matrix4T<RealFloat> Matrix;
+
+/**
+ * Notes what is drawn. Its pick rays run parallel to the z axis: they start at the active camera's eye
+ * (without one, at (0, 0, 100)), point down z, and window pixels are world units relative to the eye.
+ */
+class TestDevice : public GraphicsDevice {
+public:
+    std::vector<std::string> m_calls;
+    bool m_fNoting = true;
+    std::vector<Camera*> m_cameras;
+    int m_nHiddenDepths = 0; ///< PushCameraDepth(false) without PopCameraDepth(false)
+    bool m_fDepth = false;
+    unsigned int m_nResourceRequests = 0;
+    Ref<EffectResource> m_pResource; ///< what GetEffectResource answers
+    Matrix m_view;
+    Matrix m_projection;
+
+    void Note(char const* call) {
+        if (m_fNoting) {
+            m_calls.push_back(call);
+        }
+    }
+    void Note(char const* call, Node const& node) {
+        if (m_fNoting) {
+            m_calls.push_back(std::string(call) + " " + NameOf(node));
+        }
+    }
+    static std::string NameOf(Node const& node) { return String8(node.GetName()).GetData(); }
+
+    using GraphicsDevice::Reset;
+    bool Reset(void*) override { return true; }
+    Vector2 ProjectCoordinate(Matrix const& model, Vector4T<RealFloat> const& point) override {
+        Vector4T<RealFloat> const placed = model * point;
+        return Vector2(placed.x, placed.y);
+    }
+    bool HitProjection(Matrix const& model, Vector3 const& p0, Vector3 const& p1, Vector3 const& p2,
+                       Vector2& uv, RealFloat& distance) override;
+    Matrix GetProjectionMatrix() override { return m_projection; }
+    Matrix GetViewMatrix() override { return m_view; }
+    Matrix GetViewportMatrix() override { return Matrix::Identity; }
+    Camera* GetActiveCamera() override { return m_cameras.empty() ? nullptr : m_cameras.back(); }
+    void Process() override { Note("process"); }
+    void Present() override { Note("present"); }
+    bool ReadPixels(RectangleT<int> const&, Texture**) override { return false; }
+    void SetDepthTestEnabled(bool fEnabled) override { m_fDepthTest = fEnabled; }
+    EffectResource* GetEffectResource(unsigned int) override {
+        ++m_nResourceRequests;
+        return m_pResource.Get();
+    }
+    void PushCamera(Camera* pCamera) override {
+        if (pCamera) {
+            m_cameras.push_back(pCamera);
+        }
+    }
+    void PushCamera2D(RealFloat const&, RealFloat const&) override {}
+    void PopCamera() override { m_cameras.pop_back(); }
+    void PushCameraDepth(bool fDepth) override { m_nHiddenDepths += fDepth ? 0 : 1; }
+    void PopCameraDepth(bool fDepth) override { m_nHiddenDepths -= fDepth ? 0 : 1; }
+    void SetCameraDepth(bool fDepth) override { m_fDepth = fDepth; }
+    void Clear() override {
+        Note("clear");
+        GraphicsDevice::Clear();
+    }
+};
+
+/** Solves eye + t·(0, 0, -100) + ... = p0 + u·e1 + v·e2 for t, u and v by Cramer's rule. */
+inline bool TestDevice::HitProjection(Matrix const& model, Vector3 const& p0, Vector3 const& p1,
+                                      Vector3 const& p2, Vector2& uv, RealFloat& distance) {
+    auto const place = [&model](Vector3 const& p) {
+        Vector4T<RealFloat> const placed = model * Vector4T<RealFloat>(p.x, p.y, p.z, 1);
+        return Vector3(placed.x, placed.y, placed.z);
+    };
+    Vector3 eye(0, 0, 100);
+    if (Camera* pCamera = GetActiveCamera()) {
+        Matrix const world = pCamera->GetWorldMatrix();
+        eye = Vector3(world.m[12], world.m[13], world.m[14]);
+    }
+    Vector2 const point = GetSelectionPoint();
+    Vector3 const start(eye.x + point.x, eye.y + point.y, eye.z);
+    Vector3 const q0 = place(p0);
+    Vector3 const e1 = place(p1) - q0;
+    Vector3 const e2 = place(p2) - q0;
+    Vector3 const back(0, 0, 100);
+    RealFloat const determinant = Vector3Dot(back, Vector3Cross(e1, e2));
+    if (std::fabs(determinant) < RealFloat(1e-6)) {
+        return false;
+    }
+    Vector3 const b = start - q0;
+    RealFloat const t = Vector3Dot(b, Vector3Cross(e1, e2)) / determinant;
+    uv.x = Vector3Dot(back, Vector3Cross(b, e2)) / determinant;
+    uv.y = Vector3Dot(back, Vector3Cross(e1, b)) / determinant;
+    distance = DistanceOfEye + t;
+    return true;
+}
+
+/** A sprite that notes when it is drawn, counts updates, and, like a real one, builds its geometry in Load.
+ */
+class TestSprite : public Sprite {
+public:
+    TREVIK_NODE_REFLECTION(TestSprite, Sprite, "Sprite", VisitDrawable)
+
+    unsigned int m_nUpdates = 0;
+    bool m_fGeometry = false;
+    unsigned int m_nTextureSets = 0; ///< SetTexture after the geometry was there
+
+    bool Load(Deserializer& deserializer) override { return m_fGeometry = Sprite::Load(deserializer); }
+    void SetTexture(Texture* pTexture) override {
+        Sprite::SetTexture(pTexture);
+        m_nTextureSets += m_fGeometry ? 1 : 0;
+    }
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                        bool fForce) override {
+        Sprite::InternalUpdate(device, frame, delta, fForce);
+        ++m_nUpdates;
+    }
+    void InternalRender(GraphicsDevice& device) override {
+        static_cast<TestDevice&>(device).Note("draw", *this);
+    }
+};
+
+class TestCamera : public Camera {
+public:
+    TREVIK_NODE_REFLECTION(TestCamera, Camera, "Camera", VisitCamera)
+
+    Matrix GetViewMatrix() const override { return Matrix::Identity; }
+    Matrix GetProjectionMatrix() const override { return Matrix::Identity; }
+    void CalculateProjection() override {}
+};
+
+class TestTimeline : public Timeline {
+public:
+    TREVIK_NODE_REFLECTION(TestTimeline, Timeline, "Timeline", VisitTimeline)
+
+    void PreRenderChildren(GraphicsDevice& device) override {
+        static_cast<TestDevice&>(device).Note("enter", *this);
+        device.PushCamera(GetCamera());
+    }
+    void PostRenderChildren(GraphicsDevice& device) override {
+        static_cast<TestDevice&>(device).Note("leave", *this);
+        if (GetCamera()) {
+            device.PopCamera();
+        }
+    }
+};
+
+class TestText : public Text {
+public:
+    TREVIK_NODE_REFLECTION(TestText, Text, "Text", VisitDrawable)
+
+    void RenderImageBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&,
+                          ColorT<RealFloat> const&) override {}
+    List<GlyphInstance>& GetInstances() { return m_instances; }
+    List<GlyphBatch>& GetBatches() { return m_batches; }
+};
+
+class TestFont : public BitmapFont {
+public:
+    mutable std::vector<GlyphBatch> m_drawn;
+    mutable ColorT<RealFloat> m_color;
+
+    void RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const& batch,
+                          Vector3 const&, ColorT<RealFloat> const& color, bool, Vector3 const&,
+                          ColorT<RealFloat> const&) const override {
+        m_drawn.push_back(batch);
+        m_color = color;
+    }
+};
+
+/** A texture whose surfaces are plain memory with rows a few bytes longer than needed. */
+class TestTexture : public Texture {
+public:
+    std::vector<unsigned char> m_surface;
+    bool m_fRefusePromotion = false;
+    bool m_fShown = false;
+
+    int GetSurfaceStride() const { return GetWidth() * GetBytesPerPixel() + 5; }
+
+    bool Compress() override { return false; }
+    bool IsPromoted() override { return m_fShown; }
+    bool Promote(bool) override {
+        if (!m_fRefusePromotion) {
+            m_surface.assign(std::size_t(GetSurfaceStride()) * std::size_t(GetHeight()), 0xee);
+        }
+        return !m_fRefusePromotion;
+    }
+    bool Demote() override { return true; }
+    bool GetSurfaceInfo(SurfaceInfo* pInfo) const override {
+        *pInfo = SurfaceInfo{GetWidth(), GetHeight(), GetSurfaceStride(), GetFormat()};
+        return !m_surface.empty();
+    }
+    void* Lock() override { return m_surface.empty() ? nullptr : m_surface.data(); }
+    void Unlock() override {}
+    int Swap() override {
+        m_fShown = true;
+        return 0;
+    }
+    int Current() override { return m_surface.empty() ? -1 : 0; }
+    int Count() override { return m_surface.empty() ? 0 : 1; }
+    jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int) override {
+        return jni::Object<jni::android::graphics::Bitmap>();
+    }
+};
+
+/** Notes what it is asked. */
+class TestEffect : public GaussianBlurEffect {
+public:
+    TREVIK_EFFECT_REFLECTION(TestEffect, GaussianBlurEffect, "TestResource")
+
+    EffectResource* m_pGiven = nullptr;
+    unsigned int m_nUpdates = 0;
+
+    bool InternalInit(EffectResource* pResource) override {
+        m_pGiven = pResource;
+        return true;
+    }
+    void InternalUpdate(GraphicsDevice&, RealFloat const&, RealFloat const&, bool) override { ++m_nUpdates; }
+};
+
+/** The classes above under the names of the contract. While it lives it is the default registry. */
+class TestRegistry : public ClassRegistry {
+public:
+    TestRegistry() {
+        Add<TestSprite>("Sprite");
+        Add<TestCamera>("Camera");
+        Add<TestTimeline>("Timeline");
+        Add<TestText>("Text");
+        Add<TestFont>("Font");
+        Add<TestTexture>("Texture");
+        Add<TestEffect>("GaussianBlurEffect");
+        Add<EffectResource>("TestResource");
+        SetDefault(this);
+    }
+
+private:
+    template <class T>
+    void Add(char const* pName) {
+        AddClassContainer(new ClassContainerT<T>(HashName(pName)));
+    }
+};
+
+/** Keeps what is traced while it lives. */
+class TraceLog {
+public:
+    TraceLog() : m_oldSink(Debug::SetSink(&TraceLog::Keep, this)) {}
+    ~TraceLog() { Debug::SetSink(m_oldSink); }
+    TraceLog(TraceLog const&) = delete;
+    TraceLog& operator=(TraceLog const&) = delete;
+
+    std::vector<std::string> const& GetLines() const { return m_lines; }
+    /** The only line; a remark when there is none or more than one. */
+    std::string GetOnly() const {
+        return m_lines.size() == 1 ? m_lines[0] : std::to_string(m_lines.size()) + " lines traced";
+    }
+
+private:
+    static void Keep(void* pUser, TraceLevel::Enum, String16 const& sMessage) {
+        static_cast<TraceLog*>(pUser)->m_lines.push_back(String8(sMessage).GetData());
+    }
+
+    std::vector<std::string> m_lines;
+    TraceSink m_oldSink;
+};
+
+inline String16 Name(char const* pName) {
+    return String8(pName);
+}
+
+/** A new node of the class, with a name. */
+template <class T>
+Ref<T> Make(char const* pName) {
+    Ref<T> pNode(new T);
+    pNode->SetName(Name(pName));
+    return pNode;
+}
+
+/** The names of a node's children, in order. */
+inline std::string ChildNames(Node const& node) {
+    std::string names;
+    for (Node* pChild : node.GetChildren()) {
+        names += (names.empty() ? "" : " ") + TestDevice::NameOf(*pChild);
+    }
+    return names;
+}
+
+/** Samples for a property: one value per frame from `nStartFrame` on. */
+template <class T>
+void Animate(BaseProperty<T>& property, int nStartFrame, std::vector<T> const& samples) {
+    property.AddController(
+        SampleController<T>::Create(nStartFrame, samples.data(), static_cast<unsigned int>(samples.size())));
+}
+
+inline Vector3 Origin(Matrix const& matrix) {
+    return Vector3(matrix.m[12], matrix.m[13], matrix.m[14]);
+}
+
+inline Vector3 Apply(Matrix const& matrix, Vector3 const& p) {
+    Vector4T<RealFloat> const placed = matrix * Vector4T<RealFloat>(p.x, p.y, p.z, 1);
+    return Vector3(placed.x, placed.y, placed.z);
+}
+
+} // namespace trevik::kelvo::test
