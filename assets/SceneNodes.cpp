@@ -200,12 +200,15 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Node& node) {
 
 Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
     place.ReadObject("a camera: an object with its properties");
-    Ref<Camera> const pCamera = Create<Camera>(m_registry, "Camera");
-    if (!pCamera) {
-        place.Fail("the back end has no class \"Camera\"");
+    std::optional<JsonCursor> const className = place.Find("class");
+    Ref<Node> const pNode =
+        CreateNode(className ? *className : place, className ? className->ReadText() : "Camera");
+    if (!pNode->IsKindOf(Camera::ClassID)) {
+        className->Fail("class \"" + className->ReadText() + "\" is no class of cameras");
     }
+    Ref<Camera> const pCamera(static_cast<Camera*>(pNode.Get()));
     ReadLens(place, *pCamera);
-    ReadMembers(place, pCamera->GetProperties(), {"name", "lens"});
+    ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"});
     if (std::optional<JsonCursor> const name = place.Find("name")) {
         pCamera->SetName(ToUtf16(name->ReadText()));
     }

@@ -8,7 +8,7 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr std::size_t LongestCompared = 64;
-constexpr std::size_t MostListed = 16;
+constexpr std::size_t MostListed = 20;
 
 double ReplaceCost(char a, char b) {
     if (a == b) {

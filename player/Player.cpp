@@ -1,6 +1,7 @@
 #include "Player.h"
 
 #include "AlphaTestGroup.h"
+#include "HeldTraces.h"
 #include "Interrupt.h"
 #include "Progress.h"
 #include "Report.h"
@@ -68,12 +69,14 @@ int Player::Run() {
     if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), reason)) {
         return Complain(ExitBadFile, ToUtf8(reason));
     }
+    SceneSettings& settings = m_scene.GetSettings();
+    settings.m_size = m_options.size.value_or(settings.m_size);
+    settings.m_format = m_options.format.value_or(settings.m_format);
     bool const fOnlySave =
         !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick;
     return fOnlySave ? ExitSuccess : Play();
 }
 
-/** Reads the scene and changes its settings as the command line asks. */
 int Player::LoadScene() {
     std::string error;
     if (EndsWith(m_options.scene, ".kelvo")) {
@@ -88,9 +91,6 @@ int Player::LoadScene() {
     } else {
         return Complain(ExitUsage, m_options.scene + ": a scene's name ends in .json or .kelvo");
     }
-    SceneSettings& settings = m_scene.GetSettings();
-    settings.m_size = m_options.size.value_or(settings.m_size);
-    settings.m_format = m_options.format.value_or(settings.m_format);
     return ExitSuccess;
 }
 
@@ -149,7 +149,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         PrintPicked(device);
     }
     if (m_options.fStats) {
-        ReportFigures(nFrames);
+        ReportFigures(nFrames, m_pictures.GetCount());
     }
     return ExitSuccess;
 }
@@ -183,6 +183,8 @@ void Player::PrintPicked(GraphicsDevice& device) {
         std::printf("nothing at %d,%d\n", point.x, point.y);
     }
     for (SelectionPoint const& hit : picked) {
+        // The path begins with the root, which has no name.
+        std::string const path = ToUtf8(hit.m_pNode->GetPath());
         std::printf("%s (%s) at %.3f, %.3f of its size, distance %g\n",
                     ToUtf8(hit.m_pNode->GetPath()).c_str(), ToUtf8(hit.m_pNode->GetClassName()).c_str(),
                     static_cast<double>(hit.m_position.x), static_cast<double>(hit.m_position.y),

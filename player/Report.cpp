@@ -107,7 +107,7 @@ void ReportDriver() {
     ReportMissing(display);
 }
 
-void ReportFigures(unsigned int nFrames) {
+void ReportFigures(unsigned int nFrames, unsigned int nPictures) {
     std::printf("\n%-28s %12s\n", "counter", "value");
     for (unsigned int nID = 0; nID < Statistics::MaximumStats; ++nID) {
         char const* const pName = Statistics::GetStatName(nID);
@@ -128,6 +128,10 @@ void ReportFigures(unsigned int nFrames) {
                     static_cast<double>(totals.nCalls) / (nFrames ? nFrames : 1),
                     ToMilliseconds(totals.nNanoseconds), ToMilliseconds(times.nMedian),
                     ToMilliseconds(times.nPercentile95), ToMilliseconds(times.nPercentile99));
+    }
+    if (nPictures > 0) {
+        std::printf("The time of a frame includes reading it back and writing its picture, for %u of %u.\n",
+                    nPictures, nFrames);
     }
 }
 

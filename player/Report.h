@@ -6,7 +6,7 @@ namespace kelvo::player {
  * lacks. */
 void ReportDriver();
 
-/** Prints the host's counters and what each profiled scope has cost, in all and per frame. */
-void ReportFigures(unsigned int nFrames);
+/** Prints counters and what each profiled scope has cost; `nPictures` of the frames were written. */
+void ReportFigures(unsigned int nFrames, unsigned int nPictures);
 
 } // namespace kelvo::player
