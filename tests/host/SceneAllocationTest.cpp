@@ -13,13 +13,15 @@ TEST(SceneAllocation, AFrameThatChangesNoTreeAllocatesNothing) {
     device.m_pResource = new EffectResource;
     Ref<TestTimeline> const pRoot = Make<TestTimeline>("root");
     Ref<TestTimeline> pInner;
-    std::vector<Vector3> const path = {Vector3(0, 0, 0), Vector3(10, 5, 0), Vector3(20, 0, 5)};
+    std::vector<Vector3> const path = {Vector3(0, 0, 0), Vector3(2, 1, 0), Vector3(4, 0, 3)};
     for (int nGroup = 0; nGroup < 10; ++nGroup) {
         pInner = Make<TestTimeline>("inner");
         pInner->GetPlaybackModeProperty().SetValue(PlaybackMode::PingPong);
         pInner->GetLastFrameProperty().SetValue(2);
         pInner->SetTimeMapFunction(&Interpolate::SineInOut);
-        pInner->SetCamera(Make<TestCamera>("camera").Get());
+        Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+        pCamera->GetPositionProperty().SetValue(Vector3(0, 0, 100));
+        pInner->SetCamera(pCamera.Get());
         pInner->Play();
         pRoot->Attach(pInner.Get());
         Ref<TransformNode> const pGroup = Make<TransformNode>("group");
