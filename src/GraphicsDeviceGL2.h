@@ -150,9 +150,16 @@ public:
     Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
     void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
     /** Sets the model-view matrix of a node: its world matrix, then the view matrix to draw with. */
-    void LoadModelView(Matrix4T<RealFloat> const& world) { Matrix4Multiply(world, ViewMatrix(), m_modelView); }
-    /** Node space to clip space of the node being drawn: the model-view matrix, then the projection to draw with. */
-    void GetModelViewProjection(Matrix4T<RealFloat>& out) const { Matrix4Multiply(m_modelView, ProjectionMatrix(), out); }
+    void LoadModelView(Matrix4T<RealFloat> const& world) {
+        Matrix4Multiply(world, ViewMatrix(), m_modelView);
+    }
+    /**
+     * Node space to clip space of the node being drawn: the model-view matrix, then the projection to draw
+     * with.
+     */
+    void GetModelViewProjection(Matrix4T<RealFloat>& out) const {
+        Matrix4Multiply(m_modelView, ProjectionMatrix(), out);
+    }
     /** What GetViewMatrix and GetProjectionMatrix copy; valid until cameras are pushed, popped or updated. */
     Matrix4T<RealFloat> const& ViewMatrix() const {
         CameraGL2 const* const pCamera = GetDrawingCamera();
