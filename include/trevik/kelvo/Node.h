@@ -172,6 +172,15 @@ protected:
             RegisterProperties();
         }
     }
+    /** Registers a new copy's properties, so that none of their changes is missed, and returns it; null stays
+     * null.
+     */
+    static Node* RegisterCopy(Node* pCopy) {
+        if (pCopy) {
+            pCopy->EnsureRegistered();
+        }
+        return pCopy;
+    }
     /** Accept of each child, in order. */
     void AcceptChildren(NodeVisitor& visitor, void* pArgument);
     /** Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one

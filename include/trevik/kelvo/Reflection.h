@@ -19,7 +19,7 @@
         return nClassID == ClassID || Base::IsOwnOrBaseID(nClassID);                                         \
     }                                                                                                        \
     Node* Clone() const override {                                                                           \
-        return new (std::nothrow) Class(*this);                                                              \
+        return RegisterCopy(new (std::nothrow) Class(*this));                                                \
     }                                                                                                        \
     unsigned int GetClassID() const override {                                                               \
         return ClassID;                                                                                      \

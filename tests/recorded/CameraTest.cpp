@@ -1,0 +1,229 @@
+// Cameras: the two matrices that they make of a place and six properties.
+
+#include "NodeTest.h"
+
+#include "CameraGL2.h"
+#include "kelvo_test/Exact.h"
+
+#include <cmath>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+using namespace ::kelvo::test;
+
+using Matrix = Matrix4T<RealFloat>;
+using Vector = Vector3T<RealFloat>;
+
+testing::AssertionResult IsNear(Matrix const& found, ExactMatrix const& expected, double tolerance = 1e-6) {
+    for (int i = 0; i < 16; ++i) {
+        double const value = expected.m[i % 4][i / 4];
+        // "Not within", so that what is no number is reported too.
+        if (!(std::fabs(double(found.m[i]) - value) <= tolerance * std::fmax(1, std::fabs(value)))) {
+            return testing::AssertionFailure()
+                   << "element " << i << " is " << found.m[i] << ", not " << value;
+        }
+    }
+    return testing::AssertionSuccess();
+}
+
+/** The frustum with this vertical field of view, in degrees. */
+ExactMatrix Perspective(double vertical, double aspect, double nearPlane, double farPlane) {
+    ExactMatrix matrix;
+    double const cotangent = 1 / std::tan(vertical / 2 * M_PI / 180);
+    matrix.m[0][0] = cotangent / aspect;
+    matrix.m[1][1] = cotangent;
+    matrix.m[2][2] = -(farPlane + nearPlane) / (farPlane - nearPlane);
+    matrix.m[2][3] = -2 * farPlane * nearPlane / (farPlane - nearPlane);
+    matrix.m[3][2] = -1;
+    matrix.m[3][3] = 0;
+    return matrix;
+}
+
+class CameraTest : public NodeTest {
+protected:
+    CameraTest() : m_pCamera(new CameraGL2) {}
+
+    void Update() { m_pCamera->Update(Device(), 0); }
+
+    Ref<CameraGL2> m_pCamera;
+};
+
+TEST_F(CameraTest, BothMatricesAreTheIdentityBeforeTheFirstUpdate) {
+    m_pCamera->GetNearProperty().SetValue(3);
+    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
+    EXPECT_EQ(m_pCamera->GetProjectionMatrix(), Matrix::Identity);
+    EXPECT_EQ(m_pCamera->GetViewMatrix(), Matrix::Identity);
+}
+
+TEST_F(CameraTest, AnOrthographicProjectionMapsTheRectangleWithItsTopUpward) {
+    m_pCamera->GetOrthographicProperty().SetValue(true);
+    m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(-10, 5, 30, 25));
+    m_pCamera->GetNearProperty().SetValue(2);
+    m_pCamera->GetFarProperty().SetValue(12);
+    Update();
+    ExactMatrix expected;
+    expected.m[0][0] = 2.0 / 40;
+    expected.m[1][1] = 2.0 / -20; // the bottom is the greater number: y is flipped
+    expected.m[2][2] = -2.0 / 10;
+    expected.m[0][3] = -20.0 / 40;
+    expected.m[1][3] = 30.0 / 20;
+    expected.m[2][3] = -14.0 / 10;
+    EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), expected));
+    ExactMatrix const projection(m_pCamera->GetProjectionMatrix());
+    ExactPoint const corner = projection * ExactPoint{-10, 5, -2, 1};
+    EXPECT_NEAR(corner[0], -1, 1e-6);
+    EXPECT_NEAR(corner[1], 1, 1e-6);
+    EXPECT_NEAR(corner[2], -1, 1e-6);
+}
+
+TEST_F(CameraTest, APerspectiveProjectionTakesTheVerticalFieldOfView) {
+    m_pCamera->GetVerticalFieldOfViewProperty().SetValue(50);
+    m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(10, 20, 310, 220));
+    m_pCamera->GetNearProperty().SetValue(2);
+    m_pCamera->GetFarProperty().SetValue(500);
+    Update();
+    EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), Perspective(50, 1.5, 2, 500)));
+    EXPECT_EQ(m_pCamera->GetVerticalFieldOfViewProperty().GetValue(), 50);
+}
+
+TEST_F(CameraTest, AHorizontalFieldOfViewOverwritesTheVerticalOne) {
+    struct Case {
+        RealFloat horizontal, width, height;
+        double vertical;
+    };
+    Case const cases[] = {{90, 1, 1, 90},
+                          {60, 3, 2, 2 * std::atan(std::tan(M_PI / 6) / 1.5) * 180 / M_PI},
+                          {90, 1, 4, 2 * std::atan(4.0) * 180 / M_PI}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.vertical);
+        m_pCamera->GetHorizontalFieldOfViewProperty().SetValue(test.horizontal);
+        m_pCamera->GetVerticalFieldOfViewProperty().SetValue(12);
+        m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(0, 0, test.width, test.height));
+        Update();
+        EXPECT_NEAR(m_pCamera->GetVerticalFieldOfViewProperty().GetValue(), test.vertical, 1e-4);
+        EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(),
+                           Perspective(test.vertical, test.width / test.height, 1, 1000), 1e-5));
+    }
+}
+
+TEST_F(CameraTest, AnyNumberOfChangesIsOneRecomputation) {
+    // A given horizontal field of view is handed on at each recomputation, which tells how many there are.
+    struct Counter {
+        unsigned int nCalls = 0;
+        void Count(RealFloat const&) { ++nCalls; }
+    } counter;
+    m_pCamera->GetHorizontalFieldOfViewProperty().SetValue(40);
+    Update();
+    ASSERT_TRUE(m_pCamera->GetVerticalFieldOfViewProperty().GetChangeEvent().Connect(
+        member_function(&counter, &Counter::Count)));
+    Update();
+    EXPECT_EQ(counter.nCalls, 0u) << "nothing has changed";
+    m_pCamera->GetNearProperty().SetValue(2);
+    m_pCamera->GetFarProperty().SetValue(20);
+    Update();
+    EXPECT_EQ(counter.nCalls, 1u);
+    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
+    Update();
+    EXPECT_EQ(counter.nCalls, 1u) << "the place is no part of the projection";
+}
+
+TEST_F(CameraTest, EachProjectionPropertyMarksTheProjectionStale) {
+    struct Case {
+        char const* name;
+        void (*pfnChange)(CameraGL2&);
+    };
+    Case const cases[] = {
+        {"vertical", [](CameraGL2& camera) { camera.GetVerticalFieldOfViewProperty().SetValue(77); }},
+        {"near", [](CameraGL2& camera) { camera.GetNearProperty().SetValue(7); }},
+        {"far", [](CameraGL2& camera) { camera.GetFarProperty().SetValue(70); }},
+        {"rectangle",
+         [](CameraGL2& camera) {
+             camera.GetViewRectangleProperty().SetValue({0, 0, 5, 3});
+         }},
+        {"horizontal", [](CameraGL2& camera) { camera.GetHorizontalFieldOfViewProperty().SetValue(33); }},
+        {"orthographic", [](CameraGL2& camera) { camera.GetOrthographicProperty().SetValue(true); }},
+    };
+    Update();
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Matrix const before = m_pCamera->GetProjectionMatrix();
+        test.pfnChange(*m_pCamera);
+        EXPECT_EQ(m_pCamera->GetProjectionMatrix(), before) << "nothing is computed before the update";
+        Update();
+        EXPECT_NE(m_pCamera->GetProjectionMatrix(), before);
+    }
+}
+
+TEST_F(CameraTest, TheViewMatrixIsTheInverseOfTheWorldMatrix) {
+    Ref<TransformNode> const pParent(new TransformNode);
+    pParent->GetScaleProperty().SetValue(Vector(2, 2, 2));
+    pParent->Attach(m_pCamera.Get());
+    m_pCamera->GetPositionProperty().SetValue(Vector(3, -4, 5));
+    m_pCamera->GetRotationProperty().SetValue(Vector(20, -70, 130));
+    pParent->Update(Device(), 0);
+    ExactMatrix const product =
+        ExactMatrix(m_pCamera->GetViewMatrix()) * ExactMatrix(m_pCamera->GetWorldMatrix());
+    for (int i = 0; i < 16; ++i) {
+        EXPECT_NEAR(product.m[i / 4][i % 4], i % 5 == 0 ? 1 : 0, 1e-5) << i;
+    }
+    EXPECT_NEAR(m_pCamera->GetWorldMatrix().m[12], 6, 1e-6) << "the world matrix is that of this update";
+}
+
+TEST_F(CameraTest, AWorldMatrixWithHardlyADeterminantHasTheIdentityForItsInverse) {
+    struct Case {
+        Vector scale;
+        bool identity;
+    };
+    Case const cases[] = {{Vector(1, 0, 1), true},
+                          {Vector(0.1f, 0.1f, 0.0099f), true},
+                          {Vector(0.1f, 0.1f, -0.0099f), true},
+                          {Vector(0.1f, 0.1f, 0.0102f), false},
+                          {Vector(0.1f, 0.1f, -0.0102f), false}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.scale.z);
+        m_pCamera->GetScaleProperty().SetValue(Vector(1, 1, 2));
+        Update(); // so that there is something to fall back from
+        m_pCamera->GetScaleProperty().SetValue(test.scale);
+        Update();
+        EXPECT_EQ(m_pCamera->GetViewMatrix() == Matrix::Identity, test.identity);
+    }
+}
+
+TEST_F(CameraTest, ACopyHasTheMatricesAndGoesItsOwnWay) {
+    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
+    m_pCamera->GetNearProperty().SetValue(2);
+    Update();
+    Ref<CameraGL2> const pCopy(static_cast<CameraGL2*>(m_pCamera->Clone()));
+    EXPECT_EQ(pCopy->GetViewMatrix(), m_pCamera->GetViewMatrix());
+    EXPECT_EQ(pCopy->GetProjectionMatrix(), m_pCamera->GetProjectionMatrix());
+    // Its own changes count, from the first one on, and reach nobody else.
+    Matrix const before = m_pCamera->GetProjectionMatrix();
+    pCopy->GetVerticalFieldOfViewProperty().SetValue(80);
+    pCopy->Update(Device(), 0);
+    Update();
+    EXPECT_TRUE(IsNear(pCopy->GetProjectionMatrix(), Perspective(80, 1, 2, 1000)));
+    EXPECT_EQ(m_pCamera->GetProjectionMatrix(), before);
+}
+
+TEST_F(CameraTest, ACopyOfAStaleCameraIsStale) {
+    Ref<CameraGL2> const pCopy(static_cast<CameraGL2*>(m_pCamera->Clone()));
+    EXPECT_EQ(pCopy->GetProjectionMatrix(), Matrix::Identity);
+    pCopy->Update(Device(), 0);
+    EXPECT_TRUE(IsNear(pCopy->GetProjectionMatrix(), Perspective(45, 1, 1, 1000)));
+}
+
+TEST_F(CameraTest, TheDefaultCameraMapsPixels) {
+    // 50 mm on 60 mm of film: half the width is seen under a tangent of 0.6.
+    Camera* const pCamera = Device().GetActiveCamera();
+    double const distance = Width / 2.0 / 0.6;
+    double const vertical = 2 * std::atan(0.6 * Height / Width) * 180 / M_PI;
+    EXPECT_TRUE(
+        IsNear(pCamera->GetViewMatrix(), ExactTranslation(-Width / 2.0, -Height / 2.0, -distance), 1e-5));
+    EXPECT_TRUE(IsNear(pCamera->GetProjectionMatrix(),
+                       Perspective(vertical, double(Width) / Height, distance / 10, distance * 10), 1e-5));
+}
+
+} // namespace
