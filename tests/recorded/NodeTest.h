@@ -1,7 +1,7 @@
 #pragma once
 
 #include "DeviceTest.h"
-#include "Loading.h"
+#include "kelvo_test/Loading.h"
 #include "SpriteGL2.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Mask.h"

@@ -2,7 +2,7 @@
 
 #include "NodeTest.h"
 
-#include "Exact.h"
+#include "kelvo_test/Exact.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/NodeVisitor.h"
 

@@ -1,0 +1,226 @@
+// What a timeline sets up before its children and takes down after them.
+
+#include "NodeTest.h"
+
+#include "CameraGL2.h"
+#include "TimelineGL2.h"
+#include "trevik/ScopeCounter.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Vector = Vector3T<RealFloat>;
+
+/** Notes what timelines ask of their device. */
+class WatchedDevice : public GraphicsDeviceGL2 {
+public:
+    explicit WatchedDevice(Strings& notes) : m_notes(notes) {}
+
+    void PushCamera(Camera* pCamera) override {
+        Note("push camera");
+        GraphicsDeviceGL2::PushCamera(pCamera);
+    }
+    void PopCamera() override {
+        Note("pop camera");
+        GraphicsDeviceGL2::PopCamera();
+    }
+    Camera* GetActiveCamera() override {
+        Note("get active camera");
+        return GraphicsDeviceGL2::GetActiveCamera();
+    }
+    void PushCameraDepth(bool fDepth) override {
+        Note("push depth", fDepth);
+        GraphicsDeviceGL2::PushCameraDepth(fDepth);
+    }
+    void PopCameraDepth(bool fDepth) override {
+        Note("pop depth", fDepth);
+        GraphicsDeviceGL2::PopCameraDepth(fDepth);
+    }
+    void SetCameraDepth(bool fDepth) override {
+        Note("set depth", fDepth);
+        GraphicsDeviceGL2::SetCameraDepth(fDepth);
+    }
+    bool IsDepthTestEnabled() override {
+        Note("is depth test");
+        return GraphicsDeviceGL2::IsDepthTestEnabled();
+    }
+    void SetDepthTestEnabled(bool fEnabled) override {
+        Note("set depth test", fEnabled);
+        GraphicsDeviceGL2::SetDepthTestEnabled(fEnabled);
+    }
+    bool PushMasks(List<Mask*>& masks) override {
+        Note("push masks", masks.GetCount() == 1);
+        m_atMasks = GetModelViewMatrix();
+        return GraphicsDeviceGL2::PushMasks(masks);
+    }
+    bool PopMasks(List<Mask*>& masks) override {
+        Note("pop masks", masks.GetCount() == 1);
+        m_atMasks = GetModelViewMatrix();
+        return GraphicsDeviceGL2::PopMasks(masks);
+    }
+
+    Matrix4T<RealFloat> m_atMasks; ///< the model-view matrix that masks were last drawn with
+
+private:
+    void Note(char const* what) { m_notes.push_back(what); }
+    void Note(char const* what, bool fValue) {
+        m_notes.push_back(std::string(what) + (fValue ? " 1" : " 0"));
+    }
+
+    Strings& m_notes;
+};
+
+class TimelineGL2Test : public NodeTest {
+protected:
+    TimelineGL2Test() : m_pTimeline(new TimelineGL2) {
+        m_pDevice = std::make_unique<WatchedDevice>(m_notes);
+        StartDrawing();
+        m_notes.clear();
+    }
+
+    /** What was asked since the last call. */
+    Strings Notes() {
+        Strings notes;
+        notes.swap(m_notes);
+        return notes;
+    }
+
+    Strings m_notes;
+    Ref<TimelineGL2> m_pTimeline;
+};
+
+TEST_F(TimelineGL2Test, APlainOneStillPassesItsCameraDepthAndDepthTest) {
+    m_pTimeline->PreRenderChildren(Device());
+    EXPECT_EQ(Notes(), (Strings{"get active camera", "push depth 0", "set depth 0", "is depth test"}));
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(Notes(), (Strings{"is depth test", "set depth test 0", "pop depth 0"}));
+}
+
+TEST_F(TimelineGL2Test, SetsUpAndTakesDownInTheFixedOrder) {
+    Strings& notes = m_notes;
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    m_pTimeline->SetCamera(pCamera.Get());
+    m_pTimeline->GetDepthProperty().SetValue(true);
+    m_pTimeline->GetDepthTestProperty().SetValue(1);
+    m_pTimeline->AddMask(MakeMask().Get());
+    m_pTimeline->AddEffect(new NotingEffect("first", notes));
+    m_pTimeline->AddEffect(new NotingEffect("second", notes));
+    m_pTimeline->PreRenderChildren(Device());
+    EXPECT_EQ(Notes(),
+              (Strings{"push camera", "get active camera", "push depth 1", "set depth 1", "first before",
+                       "second before", "is depth test", "set depth test 1", "push masks 1"}));
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(Notes(), (Strings{"pop masks 1", "is depth test", "set depth test 1", "first after",
+                                "second after", "pop depth 1", "pop camera"}));
+}
+
+TEST_F(TimelineGL2Test, TheDepthTestPropertyHasThreeMeanings) {
+    struct Case {
+        int value;
+        bool before, during;
+    };
+    Case const cases[] = {{-1, false, false}, {-1, true, true}, {1, false, true},
+                          {1, true, true},    {0, true, false}, {2, true, false}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(testing::Message() << test.value << " over " << test.before);
+        Device().SetDepthTestEnabled(test.before);
+        m_pTimeline->GetDepthTestProperty().SetValue(test.value);
+        m_pTimeline->PreRenderChildren(Device());
+        EXPECT_EQ(GetState().IsEnabled(GL_DEPTH_TEST), test.during);
+        m_pTimeline->PostRenderChildren(Device());
+        EXPECT_EQ(GetState().IsEnabled(GL_DEPTH_TEST), test.during) << "what was before does not come back";
+    }
+}
+
+TEST_F(TimelineGL2Test, AfterTheChildrenTheDepthTestOfTheMomentIsAppliedAgain) {
+    m_pTimeline->GetDepthTestProperty().SetValue(1);
+    m_pTimeline->PreRenderChildren(Device());
+    Device().SetDepthTestEnabled(false); // as a child may have done
+    Notes();
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(Notes(), (Strings{"is depth test", "set depth test 0", "pop depth 0"}));
+}
+
+TEST_F(TimelineGL2Test, ThePopTakesTheCameraDepthOfTheMoment) {
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    m_pTimeline->SetCamera(pCamera.Get());
+    m_pTimeline->PreRenderChildren(Device());
+    m_pTimeline->GetDepthProperty().SetValue(true);
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(Notes().end()[-2], "pop depth 1");
+    // One level was pushed and none popped: below it the flag stays off.
+    Device().PushCamera(pCamera.Get());
+    Device().SetCameraDepth(true);
+    EXPECT_EQ(Device().GetProjectionMatrix(), pCamera->GetProjectionMatrix());
+}
+
+TEST_F(TimelineGL2Test, RemembersTheActiveCameraByReference) {
+    Camera* const pDefault = Device().GetActiveCamera();
+    long const references = pDefault->GetReferenceCount();
+    m_pTimeline->PreRenderChildren(Device());
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(m_pTimeline->GetActiveCamera(), pDefault);
+    EXPECT_EQ(pDefault->GetReferenceCount(), references + 1);
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    m_pTimeline->SetCamera(pCamera.Get());
+    for (int i = 0; i < 2; ++i) {
+        m_pTimeline->PreRenderChildren(Device());
+        m_pTimeline->PostRenderChildren(Device());
+        EXPECT_EQ(m_pTimeline->GetActiveCamera(), pCamera.Get());
+        EXPECT_EQ(pCamera->GetReferenceCount(), 3) << "here, the timeline's own and the remembered one";
+        EXPECT_EQ(pDefault->GetReferenceCount(), references);
+    }
+}
+
+TEST_F(TimelineGL2Test, TheCameraIsOnTheStackBetweenTheTwoOnly) {
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    Camera* const pDefault = Device().GetActiveCamera();
+    m_pTimeline->SetCamera(pCamera.Get());
+    m_pTimeline->PreRenderChildren(Device());
+    EXPECT_EQ(Device().GetActiveCamera(), pCamera.Get());
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
+}
+
+TEST_F(TimelineGL2Test, MasksAreDrawnInTheTimelinesOwnSpace) {
+    m_pTimeline->GetPositionProperty().SetValue(Vector(4, 5, 6));
+    m_pTimeline->AddMask(MakeMask().Get());
+    m_pTimeline->Update(Device(), 0);
+    WatchedDevice& device = static_cast<WatchedDevice&>(Device());
+    device.SetCameraDepth(true); // as timelines without a camera find it
+    Matrix4T<RealFloat> const expected = m_pTimeline->GetWorldMatrix() * device.GetViewMatrix();
+    m_pTimeline->PreRenderChildren(device);
+    EXPECT_EQ(device.m_atMasks, expected);
+    device.SetModelViewMatrix(Matrix4T<RealFloat>::Identity); // a child's
+    m_pTimeline->PostRenderChildren(device);
+    EXPECT_EQ(device.m_atMasks, expected);
+}
+
+TEST_F(TimelineGL2Test, ChildrenAreDrawnInBetween) {
+    m_pTimeline->GetDepthTestProperty().SetValue(1);
+    m_pTimeline->Attach(MakeSprite(3, 2).Get());
+    m_pTimeline->Attach(MakeSprite(5, 4).Get());
+    Draw(*m_pTimeline);
+    EXPECT_TRUE(CallsInOrder({"glEnable(GL_DEPTH_TEST)", "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)",
+                              "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"}));
+    EXPECT_EQ(Draws().at(0).streams.at(0).Vertex(3), (std::vector<float>{3, 2, 0}));
+    EXPECT_EQ(Draws().at(1).streams.at(0).Vertex(3), (std::vector<float>{5, 4, 0}));
+    EXPECT_TRUE(Draws().at(0).state.IsEnabled(GL_DEPTH_TEST));
+}
+
+TEST_F(TimelineGL2Test, CountsBothSteps) {
+    ScopeCounter::ResetFigures();
+    ScopeCounter::SetProfiling(true);
+    m_pTimeline->PreRenderChildren(Device());
+    m_pTimeline->PostRenderChildren(Device());
+    m_pTimeline->PreRenderChildren(Device());
+    ScopeCounter::SetProfiling(false);
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(ScopeCounter::GetTotals(12).nCalls, 2u);
+    EXPECT_EQ(ScopeCounter::GetTotals(13).nCalls, 1u);
+}
+
+} // namespace
