@@ -50,7 +50,7 @@ TEST(PixelFormat, PacksChannelsIntoTheBitsThatGlReads) {
         const ImageData image = Load(RgbaPng(1, 1, c.pixel), As(c.format));
         EXPECT_EQ(image.format, c.format);
         EXPECT_EQ(FirstWord(image), c.word);
-        EXPECT_EQ(image.levels[0].m_nSize, 4);
+        EXPECT_EQ(image.levels[0].m_nSize, 2);
     }
 }
 
