@@ -1,8 +1,10 @@
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "PropertyTestSupport.h"
+#include "TestNodes.h"
 #include "trevik/Allocation.h"
-#include "trevik/Debug.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/PropertyList.h"
@@ -11,23 +13,6 @@
 
 namespace trevik::kelvo {
 namespace {
-
-/** Keeps the traces of its lifetime. */
-class TraceCatcher {
-public:
-    TraceCatcher() : m_previous(Debug::SetSink(Catch, this)) {}
-    ~TraceCatcher() { Debug::SetSink(m_previous); }
-    TraceCatcher(TraceCatcher const&) = delete;
-    TraceCatcher& operator=(TraceCatcher const&) = delete;
-
-    std::vector<std::string> m_lines;
-
-private:
-    static void Catch(void* pUser, TraceLevel::Enum, StringEncoded<UTF16Encoding> const& sMessage) {
-        static_cast<TraceCatcher*>(pUser)->m_lines.push_back(String8(sMessage).GetData());
-    }
-    TraceSink m_previous;
-};
 
 /** An owner with some properties. */
 struct Owner {
@@ -67,6 +52,30 @@ TEST(PropertyList, DescriptorsAreSharedByAllObjects) {
     Owner other;
     for (unsigned int nEntry = 0; nEntry < one.m_list.GetCount(); ++nEntry) {
         EXPECT_EQ(one.m_list.GetEntry(nEntry).m_pDescriptor, other.m_list.GetEntry(nEntry).m_pDescriptor);
+    }
+}
+
+TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptorsToo) {
+    constexpr unsigned int ThreadCount = 4;
+    constexpr unsigned int PropertyCount = 300;
+    PropertyList lists[ThreadCount];
+    std::vector<RealProperty> properties[ThreadCount];
+    std::vector<std::thread> threads;
+    for (unsigned int nThread = 0; nThread < ThreadCount; ++nThread) {
+        properties[nThread] = std::vector<RealProperty>(PropertyCount);
+        threads.emplace_back([&list = lists[nThread], &own = properties[nThread]] {
+            for (unsigned int n = 0; n < PropertyCount; ++n) {
+                list.Register(1000000 + n, &own[n]); // ids that nothing else has
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    for (unsigned int nEntry = 0; nEntry < PropertyCount; ++nEntry) {
+        for (PropertyList const& list : lists) {
+            EXPECT_EQ(list.GetEntry(nEntry).m_pDescriptor, lists[0].GetEntry(nEntry).m_pDescriptor);
+        }
     }
 }
 
@@ -178,12 +187,11 @@ TEST(PropertyList, FailedPropertyIsNamedAndTheDepthRestored) {
     ClassRegistry registry;
     Deserializer deserializer(pDocument, registry);
     Owner owner;
-    TraceCatcher traces;
+    test::TraceLog traces;
     EXPECT_FALSE(owner.m_list.Load(deserializer));
     EXPECT_EQ(deserializer.GetDepth(), 0u);
     EXPECT_EQ(owner.m_opacity.GetValue(), 1);
-    ASSERT_EQ(traces.m_lines.size(), 1u);
-    EXPECT_NE(traces.m_lines[0].find("\"Opacity\""), std::string::npos) << traces.m_lines[0];
+    EXPECT_NE(traces.GetOnly().find("\"Opacity\""), std::string::npos) << traces.GetOnly();
 }
 
 TEST(PropertyList, EmitReportsEveryProperty) {
