@@ -4,13 +4,20 @@
 #include <cstdlib>
 #include <new>
 
+#if defined(__has_feature)
+#if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
+#define KELVO_SANITIZED
+#endif
+#elif defined(__SANITIZE_ADDRESS__) || defined(__SANITIZE_THREAD__)
+#define KELVO_SANITIZED
+#endif
+
 namespace {
 
 std::atomic<std::size_t> g_nAllocations{0};
 
-void* Allocate(std::size_t size) noexcept {
+void Count() {
     g_nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return std::malloc(size != 0 ? size : 1);
 }
 
 } // namespace
@@ -18,6 +25,49 @@ void* Allocate(std::size_t size) noexcept {
 std::size_t AllocationCount() {
     return g_nAllocations.load(std::memory_order_relaxed);
 }
+
+#ifndef KELVO_SANITIZED
+
+// The C library's own allocator under the names that it keeps for this purpose; what comes from there goes
+// back through the ordinary free.
+extern "C" {
+
+void* __libc_malloc(std::size_t size);
+void* __libc_calloc(std::size_t count, std::size_t size);
+void* __libc_realloc(void* memory, std::size_t size);
+void* __libc_memalign(std::size_t alignment, std::size_t size);
+
+void* malloc(std::size_t size) {
+    Count();
+    return __libc_malloc(size);
+}
+
+void* calloc(std::size_t count, std::size_t size) {
+    Count();
+    return __libc_calloc(count, size);
+}
+
+void* realloc(void* memory, std::size_t size) {
+    Count();
+    return __libc_realloc(memory, size);
+}
+
+void* aligned_alloc(std::size_t alignment, std::size_t size) {
+    Count();
+    return __libc_memalign(alignment, size);
+}
+}
+
+#else
+
+namespace {
+
+void* Allocate(std::size_t size) noexcept {
+    Count();
+    return std::malloc(size != 0 ? size : 1);
+}
+
+} // namespace
 
 // All forms are replaced together: sanitizers replace those that are left out, and complain when a block of
 // theirs is freed by one of ours.
@@ -62,3 +112,5 @@ void operator delete[](void* memory, std::size_t) noexcept {
 void operator delete[](void* memory, const std::nothrow_t&) noexcept {
     std::free(memory);
 }
+
+#endif

@@ -2,5 +2,9 @@
 
 #include <cstddef>
 
-/** Calls of operator new in any of its forms since the process began, by every thread and every library. */
+/**
+ * Allocations since the process began, by every thread and every library: calls of malloc, calloc, realloc
+ * and the aligned kinds, and with them of operator new. Under a sanitizer, which has an allocator of its own,
+ * calls of operator new alone.
+ */
 std::size_t AllocationCount();

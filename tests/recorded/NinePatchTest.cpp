@@ -1,0 +1,402 @@
+// Nine-patch sprites: where they cut, the grid that comes of it, and when they draw which.
+
+#include "NodeTest.h"
+
+#include "NinePatchSpriteGL2.h"
+#include "trevik/Allocation.h"
+
+#include <cmath>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Floats = std::vector<float>;
+using Vector = Vector3T<RealFloat>;
+using Bands = std::vector<Vector2T<int>>;
+
+List<Vector2T<int>> ToList(Bands const& bands) {
+    List<Vector2T<int>> list;
+    for (Vector2T<int> const& band : bands) {
+        list.Append(band);
+    }
+    return list;
+}
+
+Floats ToFloats(List<RealFloat> const& list) {
+    return Floats(list.begin(), list.end());
+}
+
+void ExpectNear(Floats const& found, Floats const& expected) {
+    ASSERT_EQ(found.size(), expected.size());
+    for (std::size_t i = 0; i < found.size(); ++i) {
+        EXPECT_NEAR(found[i], expected[i], 1e-5) << "line " << i;
+    }
+}
+
+TEST(NinePatchLines, CutAtTheBandsAndKeepFixedTexelsTheirSize) {
+    struct Case {
+        char const* name;
+        Bands bands;
+        RealFloat extent;
+        int texture;
+        RealFloat scale;
+        Floats coords, positions;
+    };
+    // Positions times the scale are pixels: what is not in a band keeps its texels.
+    Case const cases[] = {
+        {"no bands", {}, 20, 10, 3, {0, 1}, {0, 20}},
+        {"not scaled", {{4, 3}}, 20, 10, 1, {0, 1}, {0, 20}},
+        {"scaled down", {{4, 3}}, 20, 10, 0.5f, {0, 1}, {0, 20}},
+        {"mirrored", {{4, 3}}, 20, 10, -2, {0, 1}, {0, 20}},
+        {"one band", {{4, 3}}, 12, 12, 2, {0, 4 / 12.f, 7 / 12.f, 1}, {0, 2, 9.5f, 12}},
+        {"hardly scaled", {{4, 3}}, 12, 12, 1.25f, {0, 4 / 12.f, 7 / 12.f, 1}, {0, 3.2f, 8, 12}},
+        {"from the start", {{0, 4}}, 10, 10, 2, {0, 0.4f, 1}, {0, 7, 10}},
+        {"to the end", {{6, 4}}, 10, 10, 2, {0, 0.6f, 1}, {0, 3, 10}},
+        {"all of it", {{0, 10}}, 10, 10, 2, {0, 1}, {0, 10}},
+        {"two bands",
+         {{1, 2}, {5, 3}},
+         10,
+         10,
+         2,
+         {0, 0.1f, 0.3f, 0.5f, 0.8f, 1},
+         {0, 0.5f, 3.5f, 4.5f, 9, 10}},
+        {"touching bands",
+         {{2, 2}, {4, 4}},
+         10,
+         10,
+         2,
+         {0, 0.2f, 0.4f, 0.4f, 0.8f, 1},
+         {0, 1, 1 + 16 / 6.f, 1 + 16 / 6.f, 9, 10}},
+        // A sprite of another size than its texture ends at its size; the cuts are measured in texels.
+        {"another size", {{4, 3}}, 100, 12, 2, {0, 4 / 12.f, 7 / 12.f, 1}, {0, 2, 9.5f, 100}},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        ListProperty<Vector2T<int>> bands(ToList(test.bands));
+        List<RealFloat> coords, positions;
+        EXPECT_TRUE(NinePatchSpriteGL2::EvaluateVertices(bands, test.extent, test.texture, test.scale, coords,
+                                                         positions));
+        ExpectNear(ToFloats(coords), test.coords);
+        ExpectNear(ToFloats(positions), test.positions);
+    }
+}
+
+TEST(NinePatchLines, OnlyTheFirstTenBandsCount) {
+    Bands twelve;
+    for (int i = 0; i < 12; ++i) {
+        twelve.push_back({3 * i, 1});
+    }
+    ListProperty<Vector2T<int>> bands(ToList(twelve));
+    List<RealFloat> coords, positions;
+    EXPECT_TRUE(NinePatchSpriteGL2::EvaluateVertices(bands, 40, 40, 2, coords, positions));
+    // Ten bands from texel 0 on, and the end, since the tenth does not reach it.
+    ASSERT_EQ(coords.GetCount(), 21u);
+    ASSERT_EQ(positions.GetCount(), 21u);
+    EXPECT_FLOAT_EQ(coords[19], 28 / 40.f);
+    // 80 pixels less 30 fixed texels leave 50: each band is 5 pixels wide, each gap 2.
+    EXPECT_NEAR(positions[19], (10 * 5 + 9 * 2) / 2.f, 1e-4);
+    EXPECT_FLOAT_EQ(positions[20], 40);
+}
+
+TEST(NinePatchLines, BandsWithoutTexelsHaveNoPlace) {
+    ListProperty<Vector2T<int>> bands(ToList({{3, 0}}));
+    List<RealFloat> coords, positions;
+    EXPECT_TRUE(NinePatchSpriteGL2::EvaluateVertices(bands, 10, 10, 2, coords, positions));
+    ASSERT_EQ(positions.GetCount(), 4u);
+    EXPECT_FLOAT_EQ(positions[1], 1.5f);
+    EXPECT_TRUE(std::isnan(positions[2]));
+}
+
+class NinePatch : public NodeTest {
+protected:
+    /** A patch of 12 by 10 texels in a texture of 16 by 16, scaled to 24 by 30 pixels. */
+    Ref<NinePatchSpriteGL2> MakePatch(int format = TextureFormat::RGBA8888) {
+        Ref<NinePatchSpriteGL2> const pPatch = MakeSprite<NinePatchSpriteGL2>(12, 10);
+        Ref<TextureGL2> const pTexture = MakeTexture(16, 16, format);
+        pTexture->SetUsedSize(12, 10);
+        pPatch->SetTexture(pTexture.Get());
+        pPatch->GetScaleProperty().SetValue(Vector(2, 3, 1));
+        pPatch->GetHorizontalBandsProperty().SetValue(ToList({{4, 3}}));
+        pPatch->GetVerticalBandsProperty().SetValue(ToList({{2, 5}}));
+        return pPatch;
+    }
+
+    /** What the only draw of a frame drew with: vertices of the grid, by number, of `size` components. */
+    Floats DrawnGrid(NinePatchSpriteGL2& patch, GLuint attribute, unsigned int size) {
+        Draw(patch);
+        recording::Draw const draw = Draws().at(0);
+        Floats grid;
+        for (std::size_t i = 0; i < draw.indices.size(); ++i) {
+            std::size_t const first = draw.indices[i] * size;
+            Floats const vertex = draw.streams.at(attribute).Vertex(i);
+            grid.resize(std::max(grid.size(), first + size));
+            std::copy(vertex.begin(), vertex.begin() + size, grid.begin() + static_cast<long>(first));
+        }
+        return grid;
+    }
+
+    bool DrawsAGrid(NinePatchSpriteGL2& patch) {
+        Draw(patch);
+        EXPECT_EQ(Count("glDraw*"), 1u);
+        return Count("glDrawElements") == 1;
+    }
+};
+
+TEST_F(NinePatch, TheGridHasTheCutsOfBothAxesRowByRow) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    float const x[] = {0, 2, 9.5f, 12};
+    float const y[] = {0, 2 / 3.f, 9, 10};
+    float const u[] = {0, 4 / 12.f, 7 / 12.f, 1};
+    float const v[] = {0, 0.2f, 0.7f, 1};
+    Floats positions, coords;
+    for (int row = 0; row < 4; ++row) {
+        for (int column = 0; column < 4; ++column) {
+            positions.insert(positions.end(), {x[column], y[row], 0});
+            coords.insert(coords.end(), {u[column], 1 - v[row]}); // the lowest row shows the image's last
+        }
+    }
+    ExpectNear(DrawnGrid(*pPatch, 0, 3), positions);
+    ExpectNear(DrawnGrid(*pPatch, 1, 2), coords);
+}
+
+TEST_F(NinePatch, EachCellIsTwoTriangles) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->GetVerticalBandsProperty().SetValue({}); // four columns, two rows
+    Draw(*pPatch);
+    EXPECT_EQ(Lines("glDrawElements"), (Strings{"glDrawElements(GL_TRIANGLES, 18, GL_UNSIGNED_SHORT, *)"}));
+    EXPECT_EQ(Draws().at(0).indices,
+              (std::vector<GLuint>{0, 4, 5, 0, 5, 1, 1, 5, 6, 1, 6, 2, 2, 6, 7, 2, 7, 3}));
+}
+
+TEST_F(NinePatch, IsOneIndexedDrawFromClientMemory) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->GetOpacityProperty().SetValue(0.5f);
+    DrawAgain(*pPatch);
+    GLuint const texture = static_cast<TextureGL2*>(pPatch->GetTexture())->GetGLTexture();
+    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
+                 "glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, *)",
+                 "glUseProgram(" + std::to_string(ProgramName(0)) + ")", "glEnableVertexAttribArray(0)",
+                 "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)", "glActiveTexture(GL_TEXTURE0)",
+                 "glBindTexture(GL_TEXTURE_2D, " + std::to_string(texture) + ")",
+                 "glUniform4f(vColor, 1, 1, 1, 0.5)",
+                 "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)",
+                 "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)",
+                 "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)",
+                 "glDrawElements(GL_TRIANGLES, 54, GL_UNSIGNED_SHORT, *)");
+    EXPECT_TRUE(Errors().empty());
+}
+
+TEST_F(NinePatch, FormatAndAlphaTestChooseTheProgram) {
+    struct Case {
+        int format;
+        bool alphaTest;
+        int program;
+    };
+    Case const cases[] = {{TextureFormat::RGBA8888, false, -1},
+                          {TextureFormat::RGBA8888, true, -4},
+                          {TextureFormat::ETC1_RGBA, false, -8},
+                          {TextureFormat::ETC1_RGBA, true, -9}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.program);
+        Ref<NinePatchSpriteGL2> const pPatch = MakePatch(test.format);
+        pPatch->Update(Device(), 0);
+        Device().Clear();
+        Device().SetAlphaTestEnabled(test.alphaTest);
+        Clear();
+        pPatch->Render(Device());
+        EXPECT_EQ(GetState().program, ProgramName(static_cast<std::size_t>(-1 - test.program)));
+        recording::Draw const draw = Draws().at(0);
+        TextureGL2& texture = *static_cast<TextureGL2*>(pPatch->GetTexture());
+        EXPECT_EQ(draw.Texture("sTexture"), texture.GetGLTexture());
+        EXPECT_EQ(draw.Texture("sTextureA"), texture.GetGLTextureAlpha());
+    }
+}
+
+TEST_F(NinePatch, AHighlightReplacesItsColour) {
+    Device().SetHighlight(true, ColorT<RealFloat>(0.5f, 0.25f, 1, 0.5f));
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->GetOpacityProperty().SetValue(0.5f);
+    Draw(*pPatch);
+    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
+}
+
+TEST_F(NinePatch, WithoutTextureOrBandsItIsAPlainSprite) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->GetAntialiasProperty().SetValue(true);
+    EXPECT_TRUE(DrawsAGrid(*pPatch)) << "grids have no antialiased edges";
+    pPatch->GetHorizontalBandsProperty().SetValue({});
+    EXPECT_TRUE(DrawsAGrid(*pPatch)) << "one axis is enough";
+    pPatch->GetVerticalBandsProperty().SetValue({});
+    Draw(*pPatch);
+    EXPECT_EQ(Lines("glDraw*"),
+              (Strings{"glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)", "glDrawArrays(GL_LINES, 0, 8)"}));
+    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 10, 0, 12, 0, 0, 12, 10, 0}));
+    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 0.625f, 0, 0, 0.75f, 0.625f, 0.75f, 0}));
+    pPatch->GetVerticalBandsProperty().SetValue(ToList({{2, 5}}));
+    pPatch->SetTexture(nullptr);
+    Draw(*pPatch);
+    EXPECT_EQ(Count("glDisable(GL_TEXTURE_2D)"), 1u) << "drawn as an untextured sprite";
+    EXPECT_EQ(Count("glDrawElements"), 0u);
+}
+
+TEST_F(NinePatch, UnscaledItIsOneQuadOverTheWholeTexture) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->GetScaleProperty().SetValue(Vector(1, 1, 1));
+    EXPECT_EQ(DrawnGrid(*pPatch, 0, 3), (Floats{0, 0, 0, 12, 0, 0, 0, 10, 0, 12, 10, 0}));
+    // All of the allocated texture, not of the used part: so it is meant.
+    EXPECT_EQ(DrawnGrid(*pPatch, 1, 2), (Floats{0, 1, 1, 1, 0, 0, 1, 0}));
+}
+
+TEST_F(NinePatch, OnlySizeScaleAndPivotRebuildTheGrid) {
+    struct Case {
+        char const* name;
+        void (*pfnChange)(NinePatchSpriteGL2&);
+        bool rebuilds;
+    };
+    Case const cases[] = {
+        {"nothing", [](NinePatchSpriteGL2&) {}, false},
+        {"position",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetPositionProperty().SetValue({9, 9, 9});
+         },
+         false},
+        {"rotation",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetRotationProperty().SetValue({9, 9, 9});
+         },
+         false},
+        {"stretch",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetStretchProperty().SetValue({2, 2, 1});
+         },
+         false},
+        {"size",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetSizeProperty().SetValue({12, 10});
+         },
+         true},
+        {"scale",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetScaleProperty().SetValue({2, 3, 1});
+         },
+         true},
+        {"pivot",
+         [](NinePatchSpriteGL2& patch) {
+             patch.GetPivotProperty().SetValue({0, 0, 0});
+         },
+         true},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+        Floats const before = DrawnGrid(*pPatch, 0, 3);
+        pPatch->GetHorizontalBandsProperty().SetValue(ToList({{1, 1}})); // marks nothing itself
+        EXPECT_EQ(DrawnGrid(*pPatch, 0, 3), before);
+        test.pfnChange(*pPatch);
+        EXPECT_EQ(DrawnGrid(*pPatch, 0, 3) != before, test.rebuilds);
+    }
+}
+
+TEST_F(NinePatch, AnAnimatedScaleKeepsTheBordersAtEveryFrame) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    Vector const samples[] = {Vector(2, 2, 1), Vector(4, 2, 1)};
+    pPatch->GetScaleProperty().AddController(
+        Ref<Controller<Vector>>(SampleController<Vector>::Create(0, samples, 2).Get()));
+    for (float const frame : {0.0f, 0.5f, 1.0f}) {
+        pPatch->Update(Device(), frame);
+        Device().Clear();
+        Clear();
+        pPatch->Render(Device());
+        float const scale = 2 + 2 * frame;
+        recording::Draw const draw = Draws().at(0);
+        EXPECT_NEAR(draw.streams.at(0).Vertex(6 + 5).at(0) * scale, 12 * scale - 5, 1e-3) << frame;
+    }
+}
+
+TEST_F(NinePatch, WithoutMemoryItDrawsThePlainSpriteAndTriesAgain) {
+    Ref<NinePatchSpriteGL2> const pFirst = MakePatch();
+    Floats const grid = DrawnGrid(*pFirst, 0, 3); // programs know their uniforms from here on
+    unsigned int nFailures = 0;
+    for (bool fDrawsGrid = false; !fDrawsGrid; ++nFailures) {
+        SCOPED_TRACE(nFailures);
+        ASSERT_LT(nFailures, 100u);
+        Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+        pPatch->SetTexture(pFirst->GetTexture());
+        pPatch->Update(Device(), 0);
+        Device().Clear();
+        Clear();
+        Allocation::FailAfter(nFailures);
+        pPatch->Render(Device());
+        Allocation::FailNever();
+        fDrawsGrid = Count("glDrawElements") == 1;
+        EXPECT_EQ(Count("glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"), fDrawsGrid ? 0u : 1u);
+        EXPECT_EQ(DrawnGrid(*pPatch, 0, 3), grid) << "with memory";
+    }
+    EXPECT_GT(nFailures, 3u) << "the grid alone takes three lists";
+}
+
+TEST_F(NinePatch, ThePropertiesCarryTheirNamesIntoDocuments) {
+    Ref<NinePatchSpriteGL2> const pPatch(new NinePatchSpriteGL2);
+    PropertyList& properties = pPatch->GetProperties();
+    struct Case {
+        char16_t const* name;
+        Property* property;
+    };
+    for (Case const& test : {Case{u"NinePatchPairX", &pPatch->GetHorizontalBandsProperty()},
+                             Case{u"NintPatchPairY", &pPatch->GetVerticalBandsProperty()}}) {
+        PropertyList::Entry const* const pEntry = properties.Find(HashName(test.name));
+        ASSERT_NE(pEntry, nullptr);
+        EXPECT_EQ(pEntry->m_pProperty, test.property);
+    }
+    EXPECT_EQ(properties.Find(HashName(u"NinePatchPairY")), nullptr);
+    PropertyList::Entry const* const pMargin = properties.Find(HashName(u"ContentMargin"));
+    ASSERT_NE(pMargin, nullptr);
+    EXPECT_EQ(pPatch->GetContentMargin(), RectangleT<RealFloat>());
+    static_cast<RectangleProperty*>(pMargin->m_pProperty)->SetValue(RectangleT<RealFloat>(1, 2, 3, 4));
+    EXPECT_EQ(pPatch->GetContentMargin(), RectangleT<RealFloat>(1, 2, 3, 4));
+}
+
+TEST_F(NinePatch, IsLoadedWithItsBands) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    pPatch->SetTexture(nullptr);
+    Serializer serializer;
+    ASSERT_TRUE(pPatch->Save(serializer));
+    Deserializer deserializer(serializer.Finish(), m_registry);
+    Ref<NinePatchSpriteGL2> const pLoaded(new NinePatchSpriteGL2);
+    ASSERT_TRUE(pLoaded->Load(deserializer));
+    EXPECT_EQ(pLoaded->GetHorizontalBandsProperty().GetValue()[0], Vector2T<int>(4, 3));
+    EXPECT_EQ(pLoaded->GetVerticalBandsProperty().GetValue()[0], Vector2T<int>(2, 5));
+}
+
+TEST_F(NinePatch, ACloneIsASpriteAndACopyIsNot) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    Floats const grid = DrawnGrid(*pPatch, 0, 3);
+    Ref<Node> const pClone(pPatch->Clone());
+    EXPECT_EQ(dynamic_cast<NinePatchSpriteGL2*>(pClone.Get()), nullptr);
+    Draw(*pClone);
+    EXPECT_EQ(Lines("glDraw*"), (Strings{"glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"}));
+    Ref<NinePatchSpriteGL2> const pCopy(new NinePatchSpriteGL2(*pPatch));
+    pPatch->GetHorizontalBandsProperty().SetValue({});
+    EXPECT_EQ(DrawnGrid(*pCopy, 0, 3), grid);
+    // The copy follows its own changes.
+    pCopy->GetScaleProperty().SetValue(Vector(3, 3, 1));
+    EXPECT_NE(DrawnGrid(*pCopy, 0, 3), grid);
+}
+
+TEST_F(NinePatch, UnloadedItLeavesTheTextureCoordinatesOfThePreviousDraw) {
+    Ref<NinePatchSpriteGL2> const pLoaded = MakePatch();
+    Draw(*pLoaded);
+    Ref<NinePatchSpriteGL2> const pPatch(new NinePatchSpriteGL2);
+    pPatch->GetSizeProperty().SetValue(SizeT<int>(12, 10));
+    pPatch->GetHorizontalBandsProperty().SetValue(ToList({{4, 3}}));
+    pPatch->SetTexture(pLoaded->GetTexture());
+    Draw(*pPatch);
+    EXPECT_EQ(Lines("glVertexAttribPointer"),
+              (Strings{"glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)"}));
+    EXPECT_EQ(Count("glDrawElements"), 1u);
+}
+
+} // namespace

@@ -1,0 +1,138 @@
+// What frames leave behind: nothing, once the first one has made what it needs.
+
+#include "NodeTest.h"
+
+#include "AllocationCounter.h"
+#include "CameraGL2.h"
+#include "NinePatchSpriteGL2.h"
+#include "TimelineGL2.h"
+
+#include <cstdlib>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Vector = Vector3T<RealFloat>;
+
+/** A scene with one of each: kinds of sprite, a nested timeline with camera, depth test and mask, a
+ * nine-patch. */
+class SteadyFrame : public NodeTest {
+protected:
+    SteadyFrame() : m_pRoot(new TimelineGL2) {
+        m_pRoot->Attach(MakeSprite(5, 4).Get());
+        Attach(*m_pRoot, MakeSprite(13, 7), TextureFormat::RGBA8888);
+        Attach(*m_pRoot, MakeSprite(8, 8), TextureFormat::ETC1_RGBA);
+        Ref<TimelineGL2> const pInner(new TimelineGL2);
+        pInner->SetCamera(new CameraGL2);
+        pInner->GetDepthTestProperty().SetValue(1);
+        pInner->AddMask(MakeMask().Get());
+        m_pRoot->Attach(pInner.Get());
+        Attach(*pInner, MakeSprite(9, 3), TextureFormat::RGB565)->GetAntialiasProperty().SetValue(true);
+        MakePatch(*pInner);
+        Animate(m_pRoot->GetChild(0)->GetTransformNode()->GetRotationProperty(), Vector(0, 0, 90));
+        Animate(pInner->GetPositionProperty(), Vector(10, 5, 1));
+    }
+
+    void RunFrame(RealFloat frame) {
+        m_pRoot->SetFrame(frame);
+        m_pRoot->Update(Device(), frame, 0, false);
+        Device().Clear();
+        m_pRoot->Render(Device());
+        Device().Present();
+        Device().Process();
+    }
+
+    Ref<TimelineGL2> m_pRoot;
+
+private:
+    template <class T>
+    Ref<T> Attach(Node& parent, Ref<T> const& pSprite, int format) {
+        pSprite->SetTexture(MakeTexture(8, 8, format).Get());
+        parent.Attach(pSprite.Get());
+        return pSprite;
+    }
+
+    void MakePatch(Node& parent) {
+        Ref<NinePatchSpriteGL2> const pPatch =
+            Attach(parent, MakeSprite<NinePatchSpriteGL2>(8, 8), TextureFormat::RGBA8888);
+        List<Vector2T<int>> bands;
+        bands.Append(Vector2T<int>(2, 3));
+        pPatch->GetHorizontalBandsProperty().SetValue(bands);
+        pPatch->GetVerticalBandsProperty().SetValue(bands);
+        Animate(pPatch->GetScaleProperty(), Vector(3, 2, 1)); // rebuilds the grid at every frame
+    }
+
+    /** Between ones and `last`, over frames 0 to 100. */
+    static void Animate(Vector3Property& property, Vector const& last) {
+        std::vector<Vector> samples;
+        for (int i = 0; i <= 100; ++i) {
+            samples.push_back(Vector(2, 2, 2) * (1 - i / 100.0f) + last * (i / 100.0f));
+        }
+        property.AddController(Ref<Controller<Vector>>(
+            SampleController<Vector>::Create(0, samples.data(), static_cast<unsigned int>(samples.size()))
+                .Get()));
+    }
+};
+
+TEST_F(SteadyFrame, AllocatesNothing) {
+    std::size_t const atFirst = AllocationCount();
+    void* volatile const pMemory = std::calloc(1, 1);
+    std::free(pMemory);
+    ASSERT_GT(AllocationCount(), atFirst) << "allocations are counted at all";
+    Unnoted const unnoted;
+    int nFrame = 0;
+    for (; nFrame < 4; ++nFrame) {
+        RunFrame(RealFloat(nFrame));
+    }
+    std::size_t const before = AllocationCount();
+    for (; nFrame < 40; ++nFrame) {
+        RunFrame(RealFloat(nFrame) + 0.25f);
+    }
+    EXPECT_EQ(AllocationCount() - before, 0u);
+}
+
+TEST_F(SteadyFrame, MakesAndDeletesNoGlObjects) {
+    constexpr Object Kinds[] = {Object::Texture,      Object::Buffer, Object::Framebuffer,
+                                Object::Renderbuffer, Object::Shader, Object::Program};
+    RunFrame(1);
+    int created[6], deleted[6];
+    for (int i = 0; i < 6; ++i) {
+        created[i] = Counts(Kinds[i]).created;
+        deleted[i] = Counts(Kinds[i]).deleted;
+    }
+    RunFrame(1);
+    RunFrame(30);
+    for (int i = 0; i < 6; ++i) {
+        EXPECT_EQ(Counts(Kinds[i]).created, created[i]) << i;
+        EXPECT_EQ(Counts(Kinds[i]).deleted, deleted[i]) << i;
+    }
+}
+
+TEST_F(SteadyFrame, IdenticalFramesMakeIdenticalCalls) {
+    RunFrame(7);
+    Clear();
+    RunFrame(7);
+    Strings const first = Lines();
+    Clear();
+    RunFrame(7);
+    EXPECT_EQ(Lines(), first);
+    EXPECT_GT(first.size(), 50u);
+}
+
+TEST_F(SteadyFrame, NothingIsLeftWhenSceneAndDeviceAreGone) {
+    RunFrame(1);
+    RunFrame(2);
+    EXPECT_GE(LiveNames(Object::Texture).size(), 6u);
+    m_pRoot.Reset();
+    m_pDevice.reset();
+    for (Object const kind : {Object::Texture, Object::Buffer, Object::Framebuffer, Object::Renderbuffer,
+                              Object::Shader, Object::Program, Object::EglSurface, Object::EglContext}) {
+        EXPECT_EQ(Counts(kind).live, 0) << static_cast<int>(kind);
+    }
+    EXPECT_TRUE(CallsWithoutContext().empty());
+}
+
+} // namespace
