@@ -24,7 +24,7 @@ class TREVIK_API Operation : public OperationBase {
 public:
     /** Anything that a `function<void()>` takes. */
     template <class F>
-    explicit Operation(F&& callable) : m_callable(std::forward<F>(callable)) {}
+    explicit Operation(F callable) : m_callable(std::move(callable)) {}
 
     /** Calls the callable. */
     void Execute() override;

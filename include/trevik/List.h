@@ -33,7 +33,7 @@ public:
 
     /** Without storage for the copy, this list ends up empty; Assign tells, and keeps the old elements. */
     List& operator=(List const& other) {
-        if (!Assign(other)) {
+        if (this != &other && !Assign(other)) {
             Clear();
         }
         return *this;
@@ -204,12 +204,15 @@ public:
     bool operator!=(List const& other) const { return !(*this == other); }
 
 private:
+    // The element's own size is meant where the elements are pointers, too.
+    static constexpr std::size_t ElementSize = sizeof(T); // NOLINT(bugprone-sizeof-expression)
+
     static T* AllocateElements(unsigned int count) {
         static_assert(alignof(T) <= alignof(std::max_align_t), "the storage is aligned for ordinary types");
-        if (count > static_cast<std::size_t>(PTRDIFF_MAX) / sizeof(T)) {
+        if (count > static_cast<std::size_t>(PTRDIFF_MAX) / ElementSize) {
             return nullptr;
         }
-        return static_cast<T*>(AllocateMemory(count * sizeof(T)));
+        return static_cast<T*>(AllocateMemory(count * ElementSize));
     }
 
     void Forget() {
@@ -232,7 +235,7 @@ private:
     void MoveTo(T* storage, unsigned int capacity) {
         if constexpr (std::is_trivially_copyable<T>::value) {
             if (m_nCount > 0) {
-                std::memcpy(static_cast<void*>(storage), m_pData, m_nCount * sizeof(T));
+                std::memcpy(static_cast<void*>(storage), m_pData, m_nCount * ElementSize);
             }
         } else {
             for (unsigned int i = 0; i < m_nCount; ++i) {

@@ -50,11 +50,9 @@ public:
      * @param id ids from MaximumIds on are ignored.
      * @param enabled false leaves this scope out.
      */
-    ScopeCounter(unsigned int id, bool enabled) : m_nID(id), m_fCounting(enabled && IsProfiling()) {
-        if (__builtin_expect(m_fCounting, false)) {
-            m_nStart = Enter();
-        }
-    }
+    ScopeCounter(unsigned int id, bool enabled)
+        : m_nID(id), m_fCounting(enabled && IsProfiling()),
+          m_nStart(__builtin_expect(m_fCounting, false) ? Enter() : 0) {}
 
     ~ScopeCounter() {
         if (__builtin_expect(m_fCounting, false)) {
@@ -102,9 +100,9 @@ private:
 
     static std::atomic<bool> s_fProfiling;
 
-    unsigned long long m_nStart;
     unsigned int const m_nID;
     bool const m_fCounting;
+    unsigned long long const m_nStart;
 };
 
 } // namespace trevik
