@@ -2,11 +2,14 @@
 
 namespace trevik::kelvo {
 
-/** Values of a sprite's blend mode property that have a name. Others down to 0 and up to 25 are drawn as Normal. */
+/**
+ * Values of a sprite's blend mode property that have a name. Others down to 0 and up to 25 are drawn as
+ * Normal.
+ */
 struct BlendMode {
     enum Enum {
-        Normal = 2,      ///< drawn by the sprite itself
-        Additive = 4,    ///< the rest need a BlendModeEffect (4 also a DirectionalBlurEffect) on the node
+        Normal = 2,   ///< drawn by the sprite itself
+        Additive = 4, ///< the rest need a BlendModeEffect (4 also a DirectionalBlurEffect) on the node
         Multiply = 5,
         Screen = 6,
         ColorDodge = 23,

@@ -68,7 +68,8 @@ public:
     bool Save(Serializer& serializer) const;
     /**
      * Loads every property that the current node has a child for; others keep their values, unknown ones are
-     * skipped. False when a property that is present fails to load (noted with its name, see Deserializer::Fail).
+     * skipped. False when a property that is present fails to load (noted with its name, see
+     * Deserializer::Fail).
      */
     bool Load(Deserializer& deserializer);
     /** Reports every property. */

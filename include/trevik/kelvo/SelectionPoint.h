@@ -7,7 +7,10 @@ namespace trevik::kelvo {
 
 class Node;
 
-/** One node hit by the selection ray. The list's owner must not keep the pointer beyond the scene's next change. */
+/**
+ * One node hit by the selection ray. The list's owner must not keep the pointer beyond the scene's next
+ * change.
+ */
 struct SelectionPoint {
     Node* m_pNode = nullptr;
     Vector2T<RealFloat> m_position; ///< where in the node: (0, 0) to (1, 1) along its width and height

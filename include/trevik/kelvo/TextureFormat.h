@@ -2,7 +2,10 @@
 
 namespace trevik::kelvo {
 
-/** Pixel formats of textures. Names give memory order for byte formats, bit order from the top for 16-bit words. */
+/**
+ * Pixel formats of textures. Names give memory order for byte formats, bit order from the top for 16-bit
+ * words.
+ */
 struct TextureFormat {
     enum Enum : int {
         RGB565 = 0,
@@ -19,7 +22,7 @@ struct TextureFormat {
         Depth24Stencil8 = 11,
         ETC1_Alpha = 12, ///< the alpha plane of ETC1_RGBA; an upload request, never a texture's own format
         ETC1_RGB = 13,
-        ETC1_RGBA = 14, ///< per level an ETC1 colour image, directly followed by an ETC1 image that holds the alpha
+        ETC1_RGBA = 14, ///< per level an ETC1 colour image, directly followed by an ETC1 image of the alpha
         Alpha8 = 15,
         Single16 = 16
     };

@@ -4,7 +4,9 @@
 
 namespace trevik::kelvo {
 
-/** One entry of a flattened tree: a value, its depth, and how many entries its subtree has (itself included). */
+/**
+ * One entry of a flattened tree: a value, its depth, and how many entries its subtree has (itself included).
+ */
 template <class T>
 struct TreeNode {
     T m_value{};
