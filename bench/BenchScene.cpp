@@ -34,7 +34,8 @@ Ref<Texture> MakeTexture(std::mt19937& random) {
     for (std::uint32_t& pixel : pixels) {
         pixel = static_cast<std::uint32_t>(random()) | 0x80000000u;
     }
-    return Texture::CreateTexture(TextureSize, TextureSize, TextureFormat::RGBA8888, pixels.data(), TextureSize * 4);
+    return Texture::CreateTexture(TextureSize, TextureSize, TextureFormat::RGBA8888, pixels.data(),
+                                  TextureSize * 4);
 }
 
 /** The saved form of one sprite of the right size: geometry is built by loading. */
@@ -91,9 +92,8 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
             sample = Vector3T<RealFloat>(x(random), y(random), 0);
         }
         if (options.m_fMoving) {
-            pSprite->GetPositionProperty().AddController(
-                Ref<Controller<Vector3T<RealFloat>>>(
-                    SampleController<Vector3T<RealFloat>>::Create(0, samples, SampleCount).Get()));
+            pSprite->GetPositionProperty().AddController(Ref<Controller<Vector3T<RealFloat>>>(
+                SampleController<Vector3T<RealFloat>>::Create(0, samples, SampleCount).Get()));
         } else {
             pSprite->GetPositionProperty().SetValue(samples[0]);
         }

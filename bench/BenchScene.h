@@ -40,7 +40,10 @@ class BenchScene {
 public:
     BenchScene(Backend& backend, SceneOptions const& options);
 
-    /** Brings the scene to frame `nFrame`; sprites move half a sample per frame, so every value is interpolated. */
+    /**
+     * Brings the scene to frame `nFrame`; sprites move half a sample per frame, so every value is
+     * interpolated.
+     */
     void Update(unsigned int nFrame);
     /** Draws the scene without clearing or presenting. */
     void Render();

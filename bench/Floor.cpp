@@ -1,6 +1,6 @@
-// Varies: sprite size (1 and 16 pixels). Constant: 10 000 textured sprites that all move, eight textures in turn, the
-// system's driver. Measured and floor alternate frame by frame in one process; the floor issues the same GL calls with the
-// same data from a flat array. Both end with glFinish.
+// Varies: sprite size (1 and 16 pixels). Constant: 10 000 textured sprites that all move, eight textures in
+// turn, the system's driver. Measured and floor alternate frame by frame in one process; the floor issues the
+// same GL calls with the same data from a flat array. Both end with glFinish.
 
 #include <EGL/egl.h>
 #include <GLES2/gl2.h>
@@ -139,14 +139,15 @@ void Measure(bench::Backend& backend, int nSpriteSize) {
         }
     }
     std::sort(ratios.begin(), ratios.end());
-    std::printf("%6dx%-6d %10.1f %10.1f %8.3f %8.3f %8.3f\n", nSpriteSize, nSpriteSize, Median(library), Median(bare),
-                ratios[ratios.size() / 2], ratios[ratios.size() * 95 / 100], ratios.back());
+    std::printf("%6dx%-6d %10.1f %10.1f %8.3f %8.3f %8.3f\n", nSpriteSize, nSpriteSize, Median(library),
+                Median(bare), ratios[ratios.size() / 2], ratios[ratios.size() * 95 / 100], ratios.back());
 }
 
 } // namespace
 
 int main() {
-    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the difference.
+    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the
+    // difference.
     setenv("LP_NUM_THREADS", "1", 0);
     mallopt(M_TRIM_THRESHOLD, 1 << 30);
     mallopt(M_MMAP_THRESHOLD, 1 << 30);

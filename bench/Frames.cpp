@@ -1,5 +1,6 @@
-// Varies: the number of sprites. Constant: textured sprites that all move, eight textures in turn, a driver whose functions
-// are empty. Prints time per sprite of a whole frame (host update, render walk, back end, present) and allocations.
+// Varies: the number of sprites. Constant: textured sprites that all move, eight textures in turn, a driver
+// whose functions are empty. Prints time per sprite of a whole frame (host update, render walk, back end,
+// present) and allocations.
 
 #include <malloc.h>
 
@@ -60,7 +61,8 @@ Figures Measure(bench::Backend& backend, unsigned int nSprites) {
     for (unsigned int nFrame = 0; nFrame < nFrames; ++nFrame) {
         auto const start = std::chrono::steady_clock::now();
         scene.RunFrame(nFrame + 10);
-        times[nFrame] = std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
+        times[nFrame] =
+            std::chrono::duration<double, std::nano>(std::chrono::steady_clock::now() - start).count();
     }
     unsigned long const nAllocations = g_nAllocations - nBefore;
     std::sort(times.begin(), times.end());
@@ -78,11 +80,12 @@ int main() {
         std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
-    std::printf("%9s %14s %10s %10s %24s\n", "sprites", "ns per sprite", "p95", "p99", "allocations, all frames");
+    std::printf("%9s %14s %10s %10s %24s\n", "sprites", "ns per sprite", "p95", "p99",
+                "allocations, all frames");
     for (unsigned int nSprites : {100u, 1000u, 10000u, 100000u}) {
         Figures const figures = Measure(backend, nSprites);
-        std::printf("%9u %14.1f %10.1f %10.1f %24lu\n", nSprites, figures.m_median, figures.m_p95, figures.m_p99,
-                    figures.m_nAllocations);
+        std::printf("%9u %14.1f %10.1f %10.1f %24lu\n", nSprites, figures.m_median, figures.m_p95,
+                    figures.m_p99, figures.m_nAllocations);
     }
     return 0;
 }

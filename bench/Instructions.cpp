@@ -1,5 +1,6 @@
-// Varies: the number of sprites and the part of the frame that is counted. Constant: textured sprites that all move, eight
-// textures in turn, a driver whose functions are empty. Run under callgrind, which counts between start and stop.
+// Varies: the number of sprites and the part of the frame that is counted. Constant: textured sprites that
+// all move, eight textures in turn, a driver whose functions are empty. Run under callgrind, which counts
+// between start and stop.
 
 #include <valgrind/callgrind.h>
 
