@@ -1,4 +1,5 @@
-// Draws one spinning, fading sprite off screen and writes the last frame: the library from C++, without a scene file.
+// Draws one spinning, fading sprite off screen and writes the last frame: the library from C++, without a
+// scene file.
 
 #include <cstdio>
 #include <new>
@@ -44,8 +45,8 @@ Ref<Texture> MakeTexture() {
     unsigned char pixels[64 * 64 * 4];
     for (int i = 0; i < 64 * 64; ++i) {
         bool const fLight = ((i % 64) / 16 + i / 64 / 16) % 2 == 0;
-        unsigned char const texel[4] = {fLight ? static_cast<unsigned char>(250) : static_cast<unsigned char>(40),
-                                        static_cast<unsigned char>(i / 64 * 4), 90, 255};
+        unsigned char const nRed = fLight ? 250 : 40;
+        unsigned char const texel[4] = {nRed, static_cast<unsigned char>(i / 64 * 4), 90, 255};
         for (int nChannel = 0; nChannel < 4; ++nChannel) {
             pixels[i * 4 + nChannel] = texel[nChannel];
         }
@@ -53,7 +54,9 @@ Ref<Texture> MakeTexture() {
     return Texture::CreateTexture(64, 64, TextureFormat::RGBA8888, pixels, 64 * 4);
 }
 
-/** A sprite builds its corners when it is loaded, so one that is made by hand goes through a document once. */
+/**
+ * A sprite builds its corners when it is loaded, so one that is made by hand goes through a document once.
+ */
 Ref<Sprite> MakeSprite(ClassRegistry& registry, int nWidth, int nHeight, Texture* pTexture) {
     Ref<Sprite> const pPattern = Create<Sprite>(registry, "Sprite");
     pPattern->GetSizeProperty().SetValue(SizeT<int>(nWidth, nHeight));
@@ -132,8 +135,8 @@ int main(int argc, char** argv) {
     Ref<Window> const pWindow(new Window(Width, Height));
     pWindow->SetCapture(true);
     GraphicsDevice* const pDevice = CreateDevice();
-    bool fDone = pDevice->Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), DeviceFormat::RGBA8888,
-                                     SizeT<int>(Width, Height));
+    bool fDone = pDevice->Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()),
+                                     DeviceFormat::RGBA8888, SizeT<int>(Width, Height));
     if (fDone) {
         pDevice->SetViewport(0, 0, Width, Height);
         fDone = Play(registry, *pDevice) && WriteLastFrame(*pWindow, pPath);
