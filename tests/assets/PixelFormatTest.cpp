@@ -82,7 +82,8 @@ TEST(PixelFormat, RowsFollowEachOtherWithoutGaps) {
     EXPECT_EQ(Load(RgbPng(3, 2, rgb), {}).pixels, rgb);
     const Bytes rgba = {0, 0, 0, 1, 0, 0, 0, 2, 0, 0, 0, 3, 0, 0, 0, 4, 0, 0, 0, 5,
                         0, 0, 0, 6, 0, 0, 0, 7, 0, 0, 0, 8, 0, 0, 0, 9, 0, 0, 0, 10};
-    EXPECT_EQ(Load(RgbaPng(5, 2, rgba), As(TextureFormat::Alpha8)).pixels, (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
+    EXPECT_EQ(Load(RgbaPng(5, 2, rgba), As(TextureFormat::Alpha8)).pixels,
+              (Bytes{1, 2, 3, 4, 5, 6, 7, 8, 9, 10}));
     EXPECT_EQ(RowBytes(TextureFormat::RGB565, 3), 6u);
 }
 

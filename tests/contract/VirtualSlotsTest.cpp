@@ -1,5 +1,6 @@
-// The order of virtual operations is binding between host and back ends. Slot numbers are read out of pointers to member
-// functions, as the Itanium C++ ABI lays them out, and compared with the agreed lists; slots 0 and 1 are the destructor's.
+// The order of virtual operations is binding between host and back ends. Slot numbers are read out of
+// pointers to member functions, as the Itanium C++ ABI lays them out, and compared with the agreed lists;
+// slots 0 and 1 are the destructor's.
 
 #include <gtest/gtest.h>
 
@@ -89,14 +90,20 @@ TEST(VirtualSlots, NodeHasReflectionThenSceneOperations) {
     typedef void (Node::*LongUpdate)(GraphicsDevice&, RealFloat const&, RealFloat const&, bool);
     slots.IS_AS(ShortUpdate, Node::Update).IS_AS(LongUpdate, Node::Update);
     slots.IS(Node::Render).IS(Node::Save).IS(Node::Load).IS(Node::Reload).IS(Node::Emit).IS(Node::GetParents);
-    slots.IS(Node::RegisterProperties).IS(Node::InternalUpdate).IS(Node::InternalRender).IS(Node::InternalSelect);
+    slots.IS(Node::RegisterProperties)
+        .IS(Node::InternalUpdate)
+        .IS(Node::InternalRender)
+        .IS(Node::InternalSelect);
     slots.IS(Node::InternalSave).IS(Node::InternalLoad).IS(Node::AddMask).IS(Node::AddEffect);
     slots.IS(Node::CalculateTransform).IS(Node::IsSelect);
     EXPECT_EQ(slots.Next(), AfterNode);
 }
 
 TEST(VirtualSlots, NodeClassesAppendTheirOperations) {
-    Slots(AfterNode).IS(Camera::GetViewMatrix).IS(Camera::GetProjectionMatrix).IS(Camera::CalculateProjection);
+    Slots(AfterNode)
+        .IS(Camera::GetViewMatrix)
+        .IS(Camera::GetProjectionMatrix)
+        .IS(Camera::CalculateProjection);
     Slots(AfterNode).IS(Sprite::GetTexture).IS(Sprite::SetTexture).IS(Sprite::Isolate);
     EXPECT_EQ(SlotOf(&SpriteGL2::InternalRenderNonBlended), AfterNode + 3);
     Slots(AfterNode).IS(Text::RenderImageBatch);
@@ -124,8 +131,15 @@ TEST(VirtualSlots, Effect) {
 
 TEST(VirtualSlots, Font) {
     Slots slots(AfterDestructor);
-    slots.IS(Font::GetXPixelsPerEm).IS(Font::GetYPixelsPerEm).IS(Font::GetScaleFactorX).IS(Font::GetScaleFactorY);
-    slots.IS(Font::GetAscent).IS(Font::GetDescent).IS(Font::GetLeading).IS(Font::Initialize).IS(Font::GenerateID);
+    slots.IS(Font::GetXPixelsPerEm)
+        .IS(Font::GetYPixelsPerEm)
+        .IS(Font::GetScaleFactorX)
+        .IS(Font::GetScaleFactorY);
+    slots.IS(Font::GetAscent)
+        .IS(Font::GetDescent)
+        .IS(Font::GetLeading)
+        .IS(Font::Initialize)
+        .IS(Font::GenerateID);
     slots.IS(Font::RenderGlyphBatch).IS(Font::Save).IS(Font::Load).IS(Font::GetGlyph).IS(Font::Emit);
 }
 
@@ -141,15 +155,19 @@ TEST(VirtualSlots, GraphicsDevice) {
     typedef GraphicsDevice D;
     Slots slots(AfterDestructor);
     slots.IS(D::Initialize);
-    slots.IS_AS(bool (D::*)(RectangleT<int> const&), D::Reset).IS_AS(bool (D::*)(void*), D::Reset);
+    slots.IS_AS(bool(D::*)(RectangleT<int> const&), D::Reset).IS_AS(bool(D::*)(void*), D::Reset);
     slots.IS(D::SetClearColor).IS(D::GetClearColor).IS(D::Clear);
-    slots.IS_AS(void (D::*)(RectangleT<int> const&), D::SetViewport);
-    slots.IS_AS(void (D::*)(int, int, int, int), D::SetViewport);
+    slots.IS_AS(void(D::*)(RectangleT<int> const&), D::SetViewport);
+    slots.IS_AS(void(D::*)(int, int, int, int), D::SetViewport);
     slots.IS(D::GetViewport).IS(D::ProjectCoordinate).IS(D::HitProjection).IS(D::SetRenderMode);
     slots.IS(D::SetSelectionMode).IS(D::GetSelectionPoint).IS(D::PushSelected).IS(D::GetProjectionMatrix);
     slots.IS(D::GetViewMatrix).IS(D::GetViewportMatrix).IS(D::GetActiveCamera).IS(D::Process).IS(D::Present);
     slots.IS(D::ReadPixels).IS(D::IsDepthTestEnabled).IS(D::SetDepthTestEnabled).IS(D::GetEffectResource);
-    slots.IS(D::PushOpacity).IS(D::PopOpacity).IS(D::MergeOpacity).IS(D::GetOpacity).IS(D::PushTransformMatrix);
+    slots.IS(D::PushOpacity)
+        .IS(D::PopOpacity)
+        .IS(D::MergeOpacity)
+        .IS(D::GetOpacity)
+        .IS(D::PushTransformMatrix);
     slots.IS(D::PopTransformMatrix).IS(D::MergeTransformMatrix).IS(D::GetTransformMatrix).IS(D::PushMasks);
     slots.IS(D::PopMasks).IS(D::PushCamera).IS(D::PushCamera2D).IS(D::PopCamera).IS(D::PushCameraDepth);
     slots.IS(D::PopCameraDepth).IS(D::SetCameraDepth);
@@ -158,7 +176,11 @@ TEST(VirtualSlots, GraphicsDevice) {
 TEST(VirtualSlots, PropertiesAndControllers) {
     typedef BaseProperty<RealFloat> P;
     Slots property(AfterDestructor);
-    property.IS(Property::Initialize).IS(Property::Update).IS(Property::Load).IS(Property::Save).IS(Property::Emit);
+    property.IS(Property::Initialize)
+        .IS(Property::Update)
+        .IS(Property::Load)
+        .IS(Property::Save)
+        .IS(Property::Emit);
     Slots(property.Next()).IS(P::SetValue).IS(P::Assign).IS(P::Copy);
     typedef Controller<RealFloat> C;
     Slots(AfterDestructor).IS(C::Evaluate).IS(C::IsFinished).IS(C::Load).IS(C::Save);

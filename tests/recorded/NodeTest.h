@@ -1,8 +1,8 @@
 #pragma once
 
 #include "DeviceTest.h"
-#include "kelvo_test/Loading.h"
 #include "SpriteGL2.h"
+#include "kelvo_test/Loading.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Mask.h"
 
