@@ -12,8 +12,9 @@ public:
     ~BitmapFontGL2() override;
 
     bool Initialize() override;
-    void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
-                          Vector3T<RealFloat> const& position, ColorT<RealFloat> const& color, bool fShadow,
+    void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
+                          GlyphBatch const& batch, Vector3T<RealFloat> const& position,
+                          ColorT<RealFloat> const& color, bool fShadow,
                           Vector3T<RealFloat> const& shadowOffset,
                           ColorT<RealFloat> const& shadowColor) const override;
 };

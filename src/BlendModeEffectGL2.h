@@ -10,7 +10,10 @@ namespace trevik::kelvo {
 /** What all BlendModeEffectGL2 objects of a device share. */
 class KELVO_EXPORT BlendModeResourceGL2 : public EffectResource {
 public:
-    /** False, traced: this version has no programs for the effect, so it stays uninitialised and draws nothing. */
+    /**
+     * False, traced: this version has no programs for the effect, so it stays uninitialised and draws
+     * nothing.
+     */
     bool Init(GraphicsDevice& device) override;
 };
 

@@ -28,13 +28,16 @@ CameraGL2::~CameraGL2() = default;
 void CameraGL2::RegisterProperties() {
     Camera::RegisterProperties();
     // An event that already has the handler refuses it; that is as good as connecting it.
-    static_cast<void>(m_orthographic.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnFlagChanged)));
+    static_cast<void>(
+        m_orthographic.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnFlagChanged)));
     static_cast<void>(
         m_horizontalFieldOfView.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRealChanged)));
-    static_cast<void>(m_verticalFieldOfView.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRealChanged)));
+    static_cast<void>(
+        m_verticalFieldOfView.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRealChanged)));
     static_cast<void>(m_near.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRealChanged)));
     static_cast<void>(m_far.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRealChanged)));
-    static_cast<void>(m_viewRectangle.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRectangleChanged)));
+    static_cast<void>(
+        m_viewRectangle.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnRectangleChanged)));
 }
 
 void CameraGL2::OnFlagChanged(bool const&) {
@@ -49,7 +52,8 @@ void CameraGL2::OnRectangleChanged(RectangleT<RealFloat> const&) {
     m_fProjectionDirty = true;
 }
 
-void CameraGL2::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) {
+void CameraGL2::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                               bool fForce) {
     CalculateProjection();
     Camera::InternalUpdate(device, frame, delta, fForce);
     Matrix4T<RealFloat> inverse = Matrix4T<RealFloat>::Identity;
@@ -84,7 +88,8 @@ void CameraGL2::BuildOrthographic(RectangleT<RealFloat> const& view) {
     RealFloat const rFar = m_far.GetValue();
     RealFloat* m = m_projectionMatrix.m;
     SetZero(m_projectionMatrix);
-    // Top is the upper edge as written: a rectangle whose bottom is the greater number flips y. That is intended.
+    // Top is the upper edge as written: a rectangle whose bottom is the greater number flips y. That is
+    // intended.
     m[0] = 2 / (view.right - view.left);
     m[5] = 2 / (view.top - view.bottom);
     m[10] = -2 / (rFar - rNear);
@@ -100,8 +105,8 @@ void CameraGL2::BuildPerspective(RectangleT<RealFloat> const& view) {
     if (rHorizontal != 0) {
         RealFloat const rHalf = rHorizontal * DegreesToRadians * 0.5f;
         // Announcing the new value marks the projection stale once more; the caller clears that.
-        m_verticalFieldOfView.SetValue(
-            static_cast<RealFloat>(2 * std::atan(std::tan(double(rHalf)) / double(rAspect)) * double(RadiansToDegrees)));
+        m_verticalFieldOfView.SetValue(static_cast<RealFloat>(
+            2 * std::atan(std::tan(double(rHalf)) / double(rAspect)) * double(RadiansToDegrees)));
     }
     RealFloat const rNear = m_near.GetValue();
     RealFloat const rFar = m_far.GetValue();

@@ -13,14 +13,20 @@ public:
 
     /** Both matrices the identity, the projection to be built at the first update. */
     CameraGL2();
-    /** Copies matrices and staleness; change handlers are connected when the copy registers its properties. */
+    /**
+     * Copies matrices and staleness; change handlers are connected when the copy registers its properties.
+     */
     CameraGL2(CameraGL2 const& other);
     ~CameraGL2() override;
 
-    /** Registers the host's properties, then marks the projection stale whenever one of the projection's six changes. */
+    /**
+     * Registers the host's properties, then marks the projection stale whenever one of the projection's six
+     * changes.
+     */
     void RegisterProperties() override;
     /** Rebuilds a stale projection, updates the node, then inverts the world matrix into the view matrix. */
-    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                        bool fForce) override;
 
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
@@ -28,8 +34,8 @@ public:
     Matrix4T<RealFloat> const& ViewMatrix() const { return m_viewMatrix; }
     Matrix4T<RealFloat> const& ProjectionMatrix() const { return m_projectionMatrix; }
     /**
-     * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical one. An
-     * empty view rectangle or equal near and far distances give non-finite elements.
+     * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical
+     * one. An empty view rectangle or equal near and far distances give non-finite elements.
      */
     void CalculateProjection() override;
 

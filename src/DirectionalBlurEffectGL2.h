@@ -10,7 +10,10 @@ namespace trevik::kelvo {
 /** What all DirectionalBlurEffectGL2 objects of a device share. */
 class KELVO_EXPORT DirectionalBlurResourceGL2 : public EffectResource {
 public:
-    /** False, traced: this version has no programs for the effect, so it stays uninitialised and draws nothing. */
+    /**
+     * False, traced: this version has no programs for the effect, so it stays uninitialised and draws
+     * nothing.
+     */
     bool Init(GraphicsDevice& device) override;
 };
 

@@ -2,15 +2,18 @@
 
 #include "Export.h"
 #include "trevik/Ref.h"
-#include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/EffectResource.h"
+#include "trevik/kelvo/GaussianBlurEffect.h"
 
 namespace trevik::kelvo {
 
 /** What all GaussianBlurEffectGL2 objects of a device share. */
 class KELVO_EXPORT GaussianBlurResourceGL2 : public EffectResource {
 public:
-    /** False, traced: this version has no programs for the effect, so it stays uninitialised and draws nothing. */
+    /**
+     * False, traced: this version has no programs for the effect, so it stays uninitialised and draws
+     * nothing.
+     */
     bool Init(GraphicsDevice& device) override;
 };
 

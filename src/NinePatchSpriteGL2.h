@@ -10,8 +10,8 @@ namespace trevik::kelvo {
 constexpr unsigned int g_MaxNinePatchPair = 10;
 
 /**
- * A sprite whose texture is cut into fixed and stretchable bands: scaled up, it keeps the fixed ones at their size in
- * texels while the stretchable ones take up the rest. Without bands it is a plain sprite.
+ * A sprite whose texture is cut into fixed and stretchable bands: scaled up, it keeps the fixed ones at their
+ * size in texels while the stretchable ones take up the rest. Without bands it is a plain sprite.
  */
 class KELVO_EXPORT NinePatchSpriteGL2 : public SpriteGL2 {
 public:
@@ -20,26 +20,36 @@ public:
     NinePatchSpriteGL2(NinePatchSpriteGL2 const& other);
     ~NinePatchSpriteGL2() override;
 
-    // Clone and the rest of the reflection stay the sprite's, so a clone of a nine-patch sprite is a sprite: intended.
+    // Clone and the rest of the reflection stay the sprite's, so a clone of a nine-patch sprite is a sprite:
+    // intended.
     unsigned int GetFactoryClassID() const override { return HashName(u"NinePatchSprite"); }
 
     void InternalRender(GraphicsDevice& device) override;
-    /** Draws the grid as one indexed triangle list; without a texture or bands, or when it cannot be built, the sprite. */
+    /**
+     * Draws the grid as one indexed triangle list; without a texture or bands, or when it cannot be built,
+     * the sprite.
+     */
     void InternalRenderNonBlended(GraphicsDeviceGL2& device) override;
 
-    /** Distances in node units from the sprite's left, top, right and bottom edge to its content. Not used in drawing. */
+    /**
+     * Distances in node units from the sprite's left, top, right and bottom edge to its content. Not used in
+     * drawing.
+     */
     RectangleT<RealFloat> GetContentMargin() { return m_contentMargin.GetValue(); }
     /** Stretch bands (start, length) in texels along x and y, increasing and apart. */
     ListProperty<Vector2T<int>>& GetHorizontalBandsProperty() { return m_horizontalBands; }
     ListProperty<Vector2T<int>>& GetVerticalBandsProperty() { return m_verticalBands; }
 
-    /** Rebuilds the grid from bands, sizes and scale. False, with the list that could not grow empty, without memory. */
+    /**
+     * Rebuilds the grid from bands, sizes and scale. False, with the list that could not grow empty, without
+     * memory.
+     */
     bool EvaluateNinePatchInfo();
 
     /**
-     * Cut lines along one axis: texture coordinates (0 to 1) and positions (node units) of the band edges. `extent` is
-     * the sprite's size, `nTextureSize` the texture's used size in texels, `scale` the node's scale. False when out of
-     * memory.
+     * Cut lines along one axis: texture coordinates (0 to 1) and positions (node units) of the band edges.
+     * `extent` is the sprite's size, `nTextureSize` the texture's used size in texels, `scale` the node's
+     * scale. False when out of memory.
      */
     static bool EvaluateVertices(ListProperty<Vector2T<int>>& bands, RealFloat extent, int nTextureSize,
                                  RealFloat scale, List<RealFloat>& textureCoords, List<RealFloat>& positions);

@@ -15,8 +15,8 @@ public:
     ~TextGL2() override;
 
     void InternalRender(GraphicsDevice& device) override;
-    void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances, GlyphBatch const& batch,
-                          ColorT<RealFloat> const& color) override;
+    void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
+                          GlyphBatch const& batch, ColorT<RealFloat> const& color) override;
 };
 
 } // namespace trevik::kelvo

@@ -5,7 +5,9 @@
 
 namespace trevik::kelvo {
 
-/** A timeline that sets the device up around its children: camera, camera depth, effects, depth test, masks. */
+/**
+ * A timeline that sets the device up around its children: camera, camera depth, effects, depth test, masks.
+ */
 class KELVO_EXPORT TimelineGL2 : public Timeline {
 public:
     TREVIK_NODE_REFLECTION(TimelineGL2, Timeline, "Timeline", VisitTimeline)
@@ -15,7 +17,10 @@ public:
     ~TimelineGL2() override;
 
     void PreRenderChildren(GraphicsDevice& device) override;
-    /** Effects are asked in the same order as before the children, and the depth test is not restored: both intended. */
+    /**
+     * Effects are asked in the same order as before the children, and the depth test is not restored: both
+     * intended.
+     */
     void PostRenderChildren(GraphicsDevice& device) override;
 };
 
