@@ -6,6 +6,7 @@
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
 
 namespace trevik::kelvo {
@@ -67,6 +68,11 @@ void Timeline::Reload() {
     TransformNode::Reload();
 }
 
+void Timeline::Emit(MemoryTracer* pTracer) {
+    TransformNode::Emit(pTracer);
+    pTracer->EmitObject(m_pCamera.Get());
+}
+
 void Timeline::RegisterProperties() {
     TransformNode::RegisterProperties();
     m_properties.Register(u"FirstFrame", &m_firstFrame);
@@ -110,6 +116,8 @@ void Timeline::Advance(RealFloat const& delta) {
     }
     RealFloat const first = m_firstFrame.GetValue();
     RealFloat const start = m_rFrame < first ? first : m_rFrame;
+    // The mode may have changed on the way back.
+    m_fBackwards = m_fBackwards && m_playbackMode.GetValue() == PlaybackMode::PingPong;
     RealFloat const frame = m_fBackwards ? start - step : start + step;
     if (HasEnd() && (frame >= m_lastFrame.GetValue() || frame < first)) {
         ProcessPlaybackMode(frame, first, m_lastFrame.GetValue());
@@ -273,7 +281,9 @@ void Timeline::InternalRender(GraphicsDevice& device) {
 void Timeline::InternalSelect(GraphicsDevice& device) {
     Ref<Camera> const pCamera = m_pCamera;
     bool const fDepth = m_depth.GetValue();
-    device.PushCamera(pCamera.Get());
+    if (pCamera) {
+        device.PushCamera(pCamera.Get());
+    }
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);
     RenderChildren(device);

@@ -5,6 +5,7 @@
 
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
+#include "trevik/kelvo/MemoryTracer.h"
 
 namespace trevik::kelvo::test {
 namespace {
@@ -82,6 +83,19 @@ TEST(Timeline, EndsAsItsPlaybackModeSays) {
         EXPECT_NEAR(shown, c.m_shown, 1e-4) << "mode " << c.m_mode << " after " << c.m_deltas.back();
         EXPECT_EQ(film.m_pTimeline->IsPlaying(), c.m_fPlaying)
             << "mode " << c.m_mode << " " << c.m_deltas.back();
+    }
+}
+
+TEST(Timeline, GoesForwardsAgainWhenItsModeChangesOnTheWayBack) {
+    for (PlaybackMode::Enum mode : {PlaybackMode::Once, PlaybackMode::Loop}) {
+        Film film;
+        film.m_pTimeline->GetPlaybackModeProperty().SetValue(PlaybackMode::PingPong);
+        film.m_pTimeline->Play();
+        EXPECT_EQ(film.Play(15), 5) << "on the way back";
+        film.m_pTimeline->GetPlaybackModeProperty().SetValue(mode);
+        EXPECT_EQ(film.Play(2), 7) << "mode " << mode;
+        film.Play(3);
+        EXPECT_EQ(film.m_pTimeline->IsPlaying(), mode == PlaybackMode::Loop);
     }
 }
 
@@ -355,6 +369,21 @@ TEST(Timeline, SelectionLooksThroughItsCamera) {
         EXPECT_EQ(film.m_device.m_nHiddenDepths, 0);
     }
     EXPECT_TRUE(film.m_device.m_calls.empty());
+}
+
+TEST(Timeline, ItsCameraIsPartOfItsMemory) {
+    Film film;
+    MemoryTracer without;
+    without.EmitObject(film.m_pTimeline.Get());
+    film.m_pTimeline->SetCamera(new TestCamera);
+    MemoryTracer with;
+    with.EmitObject(film.m_pTimeline.Get());
+    EXPECT_EQ(with.GetBytes(MemoryType::Object), without.GetBytes(MemoryType::Object) + sizeof(TestCamera));
+    // Attached below, it is reported by both, and counted once.
+    film.m_pSprite->Attach(film.m_pTimeline->GetCamera());
+    MemoryTracer attached;
+    attached.EmitObject(film.m_pTimeline.Get());
+    EXPECT_EQ(attached.GetTotalBytes(), with.GetTotalBytes());
 }
 
 TEST(Timeline, ACopyHasACameraOfItsOwn) {

@@ -57,6 +57,7 @@ public:
     void Render(GraphicsDevice& device) override;
     /** Rewinds as Reset does, now that the frame range is known. */
     void Reload() override;
+    void Emit(MemoryTracer* pTracer) override;
     void RegisterProperties() override;
     void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                         bool fForce) override;
