@@ -1,0 +1,129 @@
+// Nine-patches as a person sees them: borders keep their texels, the middle takes up the rest.
+
+#include "Stage.h"
+
+#include "NinePatchSpriteGL2.h"
+
+#include <algorithm>
+#include <cmath>
+
+namespace kelvo::test {
+namespace {
+
+using namespace trevik::kelvo;
+using trevik::List;
+using trevik::Vector2T;
+
+/** A stretchable run of texels. */
+struct Band {
+    int start, length;
+};
+
+/** Where along the texture a pixel of the stretched sprite samples, in texels; one band. */
+double TexelAt(double pixel, int texture, double scale, Band const& band) {
+    double const stretched = texture * scale - (texture - band.length);
+    if (pixel < band.start)
+        return pixel;
+    if (pixel < band.start + stretched)
+        return band.start + (pixel - band.start) * band.length / stretched;
+    return pixel - stretched + band.length;
+}
+
+/** Linear filtering, clamped to the edge; (0, 0) is the picture's upper left corner. */
+Shade Sample(Image const& picture, double x, double y) {
+    double const left = std::floor(x - 0.5), top = std::floor(y - 0.5);
+    double const right = x - 0.5 - left, below = y - 0.5 - top;
+    Shade result = {0, 0, 0, 1};
+    for (int i = 0; i < 4; ++i) {
+        int const column = std::clamp(static_cast<int>(left) + i % 2, 0, picture.Width() - 1);
+        int const row = std::clamp(static_cast<int>(top) + i / 2, 0, picture.Height() - 1);
+        double const weight = (i % 2 ? right : 1 - right) * (i / 2 ? below : 1 - below) / 255;
+        Pixel const& pixel = picture.At(column, row);
+        result.r += weight * pixel.r;
+        result.g += weight * pixel.g;
+        result.b += weight * pixel.b;
+    }
+    return result;
+}
+
+class DrawnNinePatch : public Stage {
+protected:
+    Ref<NinePatchSpriteGL2> AddPatch(int x, int y, Image const& picture, Vector const& scale,
+                                     Band const& bandX, Band const& bandY) {
+        Ref<Sprite> const pSprite = MakeSprite(picture.Width(), picture.Height(), "NinePatchSprite");
+        Ref<NinePatchSpriteGL2> const pPatch(static_cast<NinePatchSpriteGL2*>(pSprite.Get()));
+        pPatch->SetTexture(MakeTexture(picture).Get());
+        pPatch->GetPositionProperty().SetValue(Vector(RealFloat(x), RealFloat(y), 0));
+        pPatch->GetScaleProperty().SetValue(scale);
+        SetBand(pPatch->GetHorizontalBandsProperty(), bandX);
+        SetBand(pPatch->GetVerticalBandsProperty(), bandY);
+        Root().Attach(pPatch.Get());
+        return pPatch;
+    }
+
+private:
+    static void SetBand(ListProperty<Vector2T<int>>& property, Band const& band) {
+        List<Vector2T<int>> bands;
+        if (band.length > 0)
+            bands.Append(Vector2T<int>(band.start, band.length));
+        property.SetValue(bands);
+    }
+};
+
+TEST_F(DrawnNinePatch, BordersKeepTheirTexelsAtEveryScale) {
+    struct Case {
+        char const* name;
+        RealFloat scaleX, scaleY;
+        Band x, y;
+    };
+    // Bands in y are counted from the picture's lower edge, as the node's y is.
+    Case const cases[] = {
+        {"as it is", 1, 1, {4, 3}, {2, 5}},       {"wide", 3, 1, {4, 3}, {2, 5}},
+        {"tall", 1, 3, {4, 3}, {2, 5}},           {"both", 4, 2.5f, {4, 3}, {2, 5}},
+        {"from the edges", 3, 3, {0, 5}, {6, 4}}, {"one axis", 2, 3, {3, 2}, {0, 0}},
+    };
+    Open();
+    Image const picture = MakePicture(12, 10);
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Ref<NinePatchSpriteGL2> const pPatch =
+            AddPatch(3, 2, picture, Vector(test.scaleX, test.scaleY, 1), test.x, test.y);
+        Canvas canvas(Width, Height, {0, 0, 0, 1});
+        int const width = static_cast<int>(12 * test.scaleX), height = static_cast<int>(10 * test.scaleY);
+        for (int row = 0; row < height; ++row) {
+            for (int column = 0; column < width; ++column) {
+                double const x = test.x.length ? TexelAt(column + 0.5, 12, test.scaleX, test.x)
+                                               : (column + 0.5) / test.scaleX;
+                double const y =
+                    test.y.length ? TexelAt(row + 0.5, 10, test.scaleY, test.y) : (row + 0.5) / test.scaleY;
+                canvas.Blend(3 + column, 2 + row, 1, 1, Sample(picture, x, 10 - y));
+            }
+        }
+        EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), {4, 1, "filter weights of 8 bits"}));
+        Root().Detach(pPatch.Get());
+    }
+}
+
+TEST_F(DrawnNinePatch, ChangingTheScaleMovesTheBordersAtOnce) {
+    Open();
+    // A frame of one colour around another: its width tells whether the grid is that of this scale.
+    Image picture(9, 9, Pixel{255, 0, 0, 255});
+    picture.Fill(3, 3, 3, 3, Pixel{0, 0, 255, 255});
+    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(0, 0, picture, Vector(1, 1, 1), {3, 3}, {3, 3});
+    for (int scale : {2, 4, 3}) {
+        SCOPED_TRACE(scale);
+        pPatch->GetScaleProperty().SetValue(Vector(RealFloat(scale), 2, 1));
+        Image const frame = DrawFrame();
+        int const row = Height - 9;
+        // A texel of the band is wider than one pixel: half of it is a blend with the border.
+        int const blend = (9 * scale - 6) / 3 / 2 + 1;
+        EXPECT_EQ(frame.At(1, row), (Pixel{255, 0, 0, 255}));
+        EXPECT_EQ(frame.At(3 + blend, row), (Pixel{0, 0, 255, 255}));
+        EXPECT_EQ(frame.At(9 * scale - 4 - blend, row), (Pixel{0, 0, 255, 255}));
+        EXPECT_EQ(frame.At(9 * scale - 2, row), (Pixel{255, 0, 0, 255}));
+        EXPECT_EQ(frame.At(9 * scale, row), (Pixel{0, 0, 0, 255}));
+    }
+}
+
+} // namespace
+} // namespace kelvo::test
