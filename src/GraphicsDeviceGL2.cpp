@@ -55,6 +55,9 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     if (m_eglDisplay != EGL_NO_DISPLAY) {
         // GL objects go while the context is still current.
         m_pActiveShader = nullptr;
+        for (ShaderProgramGL2*& pBuiltIn : m_builtIn) {
+            pBuiltIn = nullptr;
+        }
         m_shaders.ReleaseAll();
         ReleaseAndForget(m_pPostProcessShader);
         ReleaseAndForget(m_pTargetBuffers[0]);

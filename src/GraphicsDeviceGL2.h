@@ -134,7 +134,11 @@ public:
      */
     int RegisterShader(ShaderProgramGL2* pProgram, int nId);
     /** The first program registered under an id, borrowed; null when there is none. */
-    ShaderProgramGL2* GetShader(int nId) const { return m_shaders.Find(nId); }
+    ShaderProgramGL2* GetShader(int nId) const {
+        // The built-in programs have their ids' places in a table of their own.
+        unsigned int const nPlace = 0u - static_cast<unsigned int>(nId);
+        return nPlace < BuiltInPlaces ? m_builtIn[nPlace] : m_shaders.Find(nId);
+    }
     /**
      * Binds a program in place of the active one; null only unbinds. The active program is not bound again.
      */
@@ -228,6 +232,8 @@ private:
     unsigned int m_nCurrentTarget = 0;
     bool m_fAlphaTest = false;
     IdTable<unsigned int, EffectResource> m_effectResources;
+    enum : unsigned int { BuiltInPlaces = 12 };      ///< the largest negated id of a built-in program and 1
+    ShaderProgramGL2* m_builtIn[BuiltInPlaces] = {}; ///< of m_shaders, by negated id; borrowed
 
     static pthread_t m_renderThreadId;
     static QueueDispatcher m_dispatcher;

@@ -399,7 +399,14 @@ bool GraphicsDeviceGL2::InitializeShaders() {
 
 int GraphicsDeviceGL2::RegisterShader(ShaderProgramGL2* pProgram, int nId) {
     int const nIndex = m_shaders.Add(nId, pProgram);
-    return nIndex < 0 ? 0 : nIndex;
+    if (nIndex < 0) {
+        return 0;
+    }
+    unsigned int const nPlace = 0u - static_cast<unsigned int>(nId);
+    if (nPlace < BuiltInPlaces && !m_builtIn[nPlace]) { // the first one under an id counts
+        m_builtIn[nPlace] = pProgram;
+    }
+    return nIndex;
 }
 
 void GraphicsDeviceGL2::ChangeActiveShader(ShaderProgramGL2* pProgram) {

@@ -2,10 +2,8 @@
 
 #include <GLES2/gl2.h>
 
-#include "GraphicsDeviceGL2.h"
 #include "PlainBlend.h"
-#include "ShaderProgramGL2.h"
-#include "TextureGL2.h"
+#include "SpriteParameters.h"
 #include "TexturedProgram.h"
 
 namespace trevik::kelvo {

@@ -76,7 +76,7 @@ bool ShaderProgramGL2::Compile() {
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &nUnits);
     // Short of memory, no sampler gets a unit.
     unsigned int const nCount = nUnits > 0 ? static_cast<unsigned int>(nUnits) : 0;
-    if (!m_samplerLocations.Resize(nCount) || !m_samplers.Resize(nCount)) {
+    if (!m_samplers.Resize(nCount)) {
         m_samplers.Clear();
     }
     return true;
@@ -166,7 +166,7 @@ void ShaderProgramGL2::Unbind() {
     m_fBound = false;
 }
 
-int ShaderProgramGL2::FindUniformLocation(Text16 const& sName) {
+int ShaderProgramGL2::GetUniformLocation(Text16 const& sName) {
     for (UniformLocation const& uniform : m_uniforms) {
         if (uniform.m_sName == sName) {
             return uniform.m_nLocation;
@@ -175,6 +175,10 @@ int ShaderProgramGL2::FindUniformLocation(Text16 const& sName) {
     int const nLocation = glGetUniformLocation(m_nProgram, Text8(sName).GetData());
     m_uniforms.Append(UniformLocation{sName, nLocation});
     return nLocation;
+}
+
+int ShaderProgramGL2::FillSlot(unsigned int nSlot, Text16 const& sName) {
+    return m_slotLocations[nSlot] = GetUniformLocation(sName);
 }
 
 unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
@@ -190,19 +194,17 @@ unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
     }
     if (nFree != nUnits) {
         m_samplers[nFree].m_sName = sName;
-        m_samplerLocations[nFree] = GetUniformLocation(sName);
     }
     return nFree;
 }
 
 /** Takes the texture that a unit holds out of it, in GL too, and lets the unit hold another one, or none. */
-void ShaderProgramGL2::ExchangeTexture(unsigned int nUnit, TextureGL2* pTexture) {
-    Ref<TextureGL2>& held = m_samplers[nUnit].m_pTexture;
-    if (held) {
+void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture) {
+    if (sampler.m_pTexture) {
         glActiveTexture(GL_TEXTURE0 + nUnit);
         glBindTexture(GL_TEXTURE_2D, 0);
     }
-    held = pTexture;
+    sampler.m_pTexture = pTexture;
 }
 
 void ShaderProgramGL2::TraceNoUnit() {

@@ -2,6 +2,7 @@
 
 #include "Export.h"
 #include "TextureGL2.h"
+#include "UniformNames.h"
 #include "trevik/Encoding.h"
 #include "trevik/List.h"
 #include "trevik/Matrix.h"
@@ -96,15 +97,12 @@ public:
      * The location of a uniform, -1 for one that is not active. Asked of GL once for each name, even across
      * Cleanup.
      */
-    int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName) {
-        // The cached name shares the storage of the name it was made from, and shared text never changes: the
-        // same address is the same name.
-        for (UniformLocation const& uniform : m_uniforms) {
-            if (uniform.m_sName.GetData() == sName.GetData()) {
-                return uniform.m_nLocation;
-            }
-        }
-        return FindUniformLocation(sName);
+    int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName);
+    /** The same for a name with a slot: after the first time one look into the table. */
+    template <unsigned int nSlot>
+    int GetUniformLocation(UniformName<nSlot> const& sName) {
+        int const nLocation = m_slotLocations[nSlot];
+        return __builtin_expect(nLocation != NotAsked, 1) ? nLocation : FillSlot(nSlot, sName);
     }
 
     /**
@@ -115,17 +113,18 @@ public:
      * @param nGLTexture the GL name to bind in place of the texture's own; 0 for its own, made on first use.
      * Without a free unit a trace is all that happens.
      */
-    void SetSampler(StringEncoded<UTF16Encoding> const& sName, TextureGL2* pTexture,
-                    unsigned int nGLTexture) {
+    template <class Name>
+    void SetSampler(Name const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
         unsigned int const nUnit = GetUnit(sName);
         if (nUnit == m_samplers.GetCount()) {
             TraceNoUnit();
             return;
         }
-        if (m_samplers[nUnit].m_pTexture.Get() != pTexture) {
-            ExchangeTexture(nUnit, pTexture);
+        SamplerInfo& sampler = m_samplers[nUnit];
+        if (sampler.m_pTexture.Get() != pTexture) {
+            ExchangeTexture(sampler, nUnit, pTexture);
         }
-        glUniform1i(m_samplerLocations[nUnit], static_cast<GLint>(nUnit));
+        glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
         glActiveTexture(GL_TEXTURE0 + nUnit);
         if (nGLTexture == 0 && pTexture) {
             nGLTexture = pTexture->GetGLTexture();
@@ -133,27 +132,15 @@ public:
         glBindTexture(GL_TEXTURE_2D, nGLTexture);
     }
 
-    // Set a uniform of the bound program: glUniformMatrix4fv and glUniform4f to glUniform1f. The stage does
-    // not matter, since uniforms belong to the whole program; it is intended to be ignored. Inactive uniforms
-    // are ignored by GL.
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
-                      Matrix4T<float> const& value) {
-        glUniformMatrix4fv(GetUniformLocation(sName), 1, GL_FALSE, value.m);
-    }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
-                      Vector4T<float> const& value) {
-        glUniform4f(GetUniformLocation(sName), value.x, value.y, value.z, value.w);
-    }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
-                      Vector3T<float> const& value) {
-        glUniform3f(GetUniformLocation(sName), value.x, value.y, value.z);
-    }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName,
-                      Vector2T<float> const& value) {
-        glUniform2f(GetUniformLocation(sName), value.x, value.y);
-    }
-    void SetParameter(ShaderType::Enum, StringEncoded<UTF16Encoding> const& sName, float value) {
-        glUniform1f(GetUniformLocation(sName), value);
+    /**
+     * Sets a uniform of the bound program from a 4 by 4 matrix, a vector of 4, 3 or 2 floats, or a float:
+     * glUniformMatrix4fv, glUniform4f to glUniform1f. The stage does not matter, since uniforms belong to the
+     * whole program; it is intended to be ignored. Inactive uniforms are ignored by GL.
+     * @param sName a StringEncoded, or a UniformName, which is found faster.
+     */
+    template <class Name, class Value>
+    void SetParameter(ShaderType::Enum, Name const& sName, Value const& value) {
+        SetUniform(GetUniformLocation(sName), value);
     }
 
     /** Deletes vertex shader, fragment shader and program, those that exist. All that was set stays. */
@@ -165,16 +152,45 @@ private:
         int m_nLocation;
     };
 
-    int FindUniformLocation(StringEncoded<UTF16Encoding> const& sName);
+    /** Stands in a slot whose name has not been asked for; locations are -1 or more. */
+    enum : int { NotAsked = -2 };
+    /** A table in which nothing has been asked for. */
+    struct SlotLocations {
+        SlotLocations() {
+            for (int& nLocation : m_locations) {
+                nLocation = NotAsked;
+            }
+        }
+        int operator[](unsigned int nSlot) const { return m_locations[nSlot]; }
+        int& operator[](unsigned int nSlot) { return m_locations[nSlot]; }
+        int m_locations[UniformNames::Count];
+    };
+
+    static void SetUniform(int nLocation, Matrix4T<float> const& value) {
+        glUniformMatrix4fv(nLocation, 1, GL_FALSE, value.m);
+    }
+    static void SetUniform(int nLocation, Vector4T<float> const& value) {
+        glUniform4f(nLocation, value.x, value.y, value.z, value.w);
+    }
+    static void SetUniform(int nLocation, Vector3T<float> const& value) {
+        glUniform3f(nLocation, value.x, value.y, value.z);
+    }
+    static void SetUniform(int nLocation, Vector2T<float> const& value) {
+        glUniform2f(nLocation, value.x, value.y);
+    }
+    static void SetUniform(int nLocation, float value) { glUniform1f(nLocation, value); }
+
+    int FillSlot(unsigned int nSlot, StringEncoded<UTF16Encoding> const& sName);
 
     /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
     unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
-        // By the address of the name, as for uniforms; nearly all programs have one sampler.
+        // A unit shares the storage of the name that it was given, and shared text never changes: the same
+        // address is the same name. Nearly all programs have one sampler.
         return !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData() ? 0
                                                                                            : FindUnit(sName);
     }
     unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
-    void ExchangeTexture(unsigned int nUnit, TextureGL2* pTexture);
+    static void ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture);
     static void TraceNoUnit();
     void CompileStage(unsigned int nShader, StringEncoded<UTF16Encoding> const& sSource);
     void BindAttributeLocations();
@@ -192,7 +208,7 @@ private:
     List<UniformLocation> m_uniforms; ///< in the order in which they were first asked for
     List<SamplerInfo> m_samplers;     ///< one for each texture unit
     bool m_fBound = false;
-    List<int> m_samplerLocations; ///< the location of each unit's sampler
+    SlotLocations m_slotLocations; ///< what m_uniforms says of the names that have a slot
 };
 
 } // namespace trevik::kelvo

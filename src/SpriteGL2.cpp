@@ -3,13 +3,11 @@
 #include <GLES2/gl2.h>
 
 #include <cmath>
+#include <cstring>
 
-#include "GraphicsDeviceGL2.h"
 #include "PlainBlend.h"
-#include "ShaderProgramGL2.h"
-#include "TextureGL2.h"
+#include "SpriteParameters.h"
 #include "TexturedProgram.h"
-#include "UniformNames.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/Effect.h"
 
@@ -30,10 +28,6 @@ constexpr RealFloat HalfLineWidth = 2;
 constexpr unsigned int EdgeCount = 4;
 constexpr unsigned int EdgeVertexCount = 2 * EdgeCount;
 constexpr unsigned int EquationsPerVertex = 4;
-
-Vector4T<RealFloat> ToVector4(ColorT<RealFloat> const& color) {
-    return Vector4T<RealFloat>(color.r, color.g, color.b, color.a);
-}
 
 } // namespace
 
@@ -86,23 +80,40 @@ TextureGL2* SpriteGL2::GetTextureGL2() const {
 }
 
 void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
-    Vector2T<RealFloat> const* pCoords = m_textureCoords.GetData();
-    // A surface holds its image the other way up: swapping the rows shows it upright.
-    unsigned int const nSwap = m_pTexture && GetTextureGL2()->TextureGL2::IsPromoted() ? 1 : 0;
-    for (unsigned int i = 0; i < 4; ++i) {
-        pOut[i] = pCoords[i ^ nSwap];
+    Vector2T<RealFloat> const* const pCoords = m_textureCoords.GetData();
+    if (m_pTexture && __builtin_expect(GetTextureGL2()->TextureGL2::IsPromoted(), false)) {
+        // A surface holds its image the other way up: swapping the rows shows it upright.
+        for (unsigned int i = 0; i < 4; ++i) {
+            pOut[i] = pCoords[i ^ 1];
+        }
+    } else {
+        std::memcpy(static_cast<void*>(pOut), pCoords, 4 * sizeof(*pOut));
     }
 }
 
 void SpriteGL2::InternalRender(GraphicsDevice& device) {
-    ScopeCounter const counter(ScopeCounter::SpriteRender, true);
-    GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    deviceGL2.GraphicsDeviceGL2::SetCameraDepth(m_depth.GetValue());
-    deviceGL2.LoadModelView(m_worldMatrix);
-    bool const fMasked = !m_masks.IsEmpty(); // Pushing no masks changes nothing.
-    if (fMasked) {
-        deviceGL2.PushMasks(m_masks);
+    // The scope stands apart, so that while nobody profiles the draw is the last thing that happens here and
+    // needs no saved registers.
+    if (__builtin_expect(ScopeCounter::IsProfiling(), false)) {
+        ScopeCounter const counter(ScopeCounter::SpriteRender, true);
+        Draw(static_cast<GraphicsDeviceGL2&>(device));
+    } else {
+        Draw(static_cast<GraphicsDeviceGL2&>(device));
     }
+}
+
+inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
+    device.GraphicsDeviceGL2::SetCameraDepth(m_depth.GetValue());
+    device.LoadModelView(m_worldMatrix);
+    if (__builtin_expect((m_masks.GetCount() | m_effects.GetCount()) != 0, false)) {
+        DrawWithMasksAndEffects(device);
+    } else if (m_blendMode.GetValue() == BlendMode::Normal) {
+        InternalRenderNonBlended(device);
+    }
+}
+
+void SpriteGL2::DrawWithMasksAndEffects(GraphicsDeviceGL2& device) {
+    device.PushMasks(m_masks);
     bool fDrawn = false;
     for (Effect* pEffect : m_effects) {
         if (pEffect->OverrideDrawSprite(device, *this, m_rEffectiveOpacity)) {
@@ -111,11 +122,9 @@ void SpriteGL2::InternalRender(GraphicsDevice& device) {
         }
     }
     if (!fDrawn && m_blendMode.GetValue() == BlendMode::Normal) {
-        InternalRenderNonBlended(deviceGL2);
+        InternalRenderNonBlended(device);
     }
-    if (fMasked) {
-        deviceGL2.PopMasks(m_masks);
-    }
+    device.PopMasks(m_masks);
 }
 
 void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
@@ -126,7 +135,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_vertices.GetData());
     TextureGL2* const pTexture = GetTextureGL2();
     ShaderProgramGL2* pProgram = nullptr;
-    if (pTexture != nullptr) {
+    if (__builtin_expect(pTexture != nullptr, true)) {
         pTexture->PreRender();
         if (!m_textureCoords.IsEmpty()) {
             GetTextureCoords(textureCoords);
@@ -157,36 +166,12 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         SetTransformParameter(device, *pProgram);
     }
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-    if (m_antialias.GetValue()) {
+    if (__builtin_expect(m_antialias.GetValue(), false)) {
         RenderAntialiasedEdges(device, pTexture);
     }
     if (pTexture != nullptr) {
         pTexture->PostRender();
     }
-}
-
-void SpriteGL2::SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha) {
-    program.SetSampler(UniformNames::sTexture, pTexture, 0);
-    if (fSeparateAlpha) {
-        program.SetSampler(UniformNames::sTextureA, pTexture, pTexture->GetGLTextureAlpha());
-    }
-}
-
-void SpriteGL2::SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured) {
-    Vector4T<RealFloat> color(1, 1, 1, m_rEffectiveOpacity);
-    if (device.IsHighlightEnabled()) {
-        color = ToVector4(device.GetHighlightColor(m_rEffectiveOpacity));
-    } else if (!fTextured) {
-        Vector3T<RealFloat> const& own = m_color.GetValue();
-        color = Vector4T<RealFloat>(own.x, own.y, own.z, m_rEffectiveOpacity);
-    }
-    program.SetParameter(ShaderType::Fragment, UniformNames::vColor, color);
-}
-
-void SpriteGL2::SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program) {
-    Matrix4T<RealFloat> worldToView{Uninitialized()};
-    device.GetModelViewProjection(worldToView);
-    program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, worldToView);
 }
 
 bool SpriteGL2::CreateAntialiasFilter() {

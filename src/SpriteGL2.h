@@ -61,17 +61,20 @@ public:
 
 protected:
     TextureGL2* GetTextureGL2() const;
+    // Inline where SpriteParameters.h is included.
     /** Binds the texture's samplers to the active program. */
-    static void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha);
+    static inline void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha);
     /** Sets vColor: white (textured) or the colour property with the opacity as alpha, or the highlight colour. */
-    void SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured);
+    inline void SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured);
     /** Sets mWorldToView to model-view × projection. */
-    static void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);
+    static inline void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);
 
     List<Vector3T<RealFloat>> m_vertices;
     List<Vector2T<RealFloat>> m_textureCoords;
 
 private:
+    inline void Draw(GraphicsDeviceGL2& device);
+    void DrawWithMasksAndEffects(GraphicsDeviceGL2& device);
     void RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture);
 
     static Ref<Texture> s_antialiasFilter;

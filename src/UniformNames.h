@@ -3,23 +3,36 @@
 #include "trevik/Encoding.h"
 #include "trevik/StringEncoded.h"
 
+namespace trevik::kelvo {
+
 /**
- * The uniforms and samplers that several renderers set, under the names that they have in the shaders. Each
- * is one string for the whole library, so that a program finds a name that it knows by its address alone.
+ * A name that renderers set at each draw, over literal storage. Its slot is its place in every program's
+ * table of locations, where a program finds it without comparing names.
  */
-namespace trevik::kelvo::UniformNames {
+template <unsigned int nSlot>
+struct UniformName : StringEncoded<UTF16Encoding> {
+    template <std::size_t nLength>
+    constexpr explicit UniformName(char16_t const (&text)[nLength]) noexcept
+        : StringEncoded<UTF16Encoding>(FromLiteral(text)) {}
+};
 
-using Name = StringEncoded<UTF16Encoding>;
+/** The uniforms and samplers that several renderers set, under the names that they have in the shaders. */
+namespace UniformNames {
 
-inline Name const sTexture = Name::FromLiteral(u"sTexture");
-inline Name const sTextureA = Name::FromLiteral(u"sTextureA");
-inline Name const sDistribution = Name::FromLiteral(u"sDistribution");
-inline Name const sColor = Name::FromLiteral(u"sColor");
-inline Name const sDepth = Name::FromLiteral(u"sDepth");
-inline Name const vColor = Name::FromLiteral(u"vColor");
-inline Name const mWorldToView = Name::FromLiteral(u"mWorldToView");
-inline Name const mViewToViewport = Name::FromLiteral(u"mViewToViewport");
-inline Name const fFade = Name::FromLiteral(u"fFade");
-inline Name const fVPHeight = Name::FromLiteral(u"fVPHeight");
+inline UniformName<0> const sTexture(u"sTexture");
+inline UniformName<1> const sTextureA(u"sTextureA");
+inline UniformName<2> const sDistribution(u"sDistribution");
+inline UniformName<3> const sColor(u"sColor");
+inline UniformName<4> const sDepth(u"sDepth");
+inline UniformName<5> const vColor(u"vColor");
+inline UniformName<6> const mWorldToView(u"mWorldToView");
+inline UniformName<7> const mViewToViewport(u"mViewToViewport");
+inline UniformName<8> const fFade(u"fFade");
+inline UniformName<9> const fVPHeight(u"fVPHeight");
 
-} // namespace trevik::kelvo::UniformNames
+/** Number of slots. */
+constexpr unsigned int Count = 10;
+
+} // namespace UniformNames
+
+} // namespace trevik::kelvo
