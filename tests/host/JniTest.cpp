@@ -1,0 +1,208 @@
+#include <gtest/gtest.h>
+
+#include <string>
+#include <vector>
+
+#include "JObject.h"
+#include "trevik/Assert.h"
+#include "trevik/Debug.h"
+#include "trevik/jni/ExceptionHandler.h"
+#include "trevik/jni/VM.h"
+
+namespace trevik::jni {
+namespace {
+
+typedef Object<android::graphics::Bitmap> BitmapObject;
+
+/**
+ * A stand-in for a Java virtual machine: objects are small numbers, of which only 1 is a bitmap; it notes
+ * what is asked of it.
+ */
+class FakeVM {
+public:
+    std::vector<std::string> m_calls;
+    bool m_fAttached = true;
+    bool m_fPending = false;    ///< a Java exception
+    bool m_fBitmapClass = true; ///< whether the class can be found
+
+    FakeVM() {
+        s_pVM = this;
+        m_invoke.GetEnv = &FakeVM::GetEnv;
+        m_vm.functions = &m_invoke;
+        m_functions.FindClass = &FakeVM::FindClass;
+        m_functions.NewGlobalRef = &FakeVM::NewGlobalRef;
+        m_functions.DeleteGlobalRef = [](JNIEnv*, jobject obj) { Note("delete " + Number(obj)); };
+        m_functions.DeleteLocalRef = [](JNIEnv*, jobject) {};
+        m_functions.IsInstanceOf = [](JNIEnv*, jobject obj, jclass) {
+            return jboolean(Number(obj) == "101" ? JNI_TRUE : JNI_FALSE);
+        };
+        m_functions.ExceptionCheck = [](JNIEnv*) { return jboolean(s_pVM->m_fPending); };
+        m_functions.ExceptionOccurred = [](JNIEnv*) { return static_cast<jthrowable>(Handle(7)); };
+        m_functions.ExceptionClear = [](JNIEnv*) { s_pVM->m_fPending = false; };
+        m_functions.GetObjectClass = [](JNIEnv*, jobject) { return static_cast<jclass>(Handle(8)); };
+        m_functions.GetMethodID = [](JNIEnv*, jclass, char const*, char const*) {
+            return jmethodID(nullptr);
+        };
+        m_env.functions = &m_functions;
+        VM::SetJavaVM(&m_vm);
+        VM::RegisterClass(&android::graphics::Bitmap::GetClass());
+        m_calls.clear();
+    }
+    ~FakeVM() {
+        VM::SetJavaVM(nullptr);
+        s_pVM = nullptr;
+    }
+    JavaVM* GetJavaVM() { return &m_vm; }
+    JNIEnv* GetJNIEnv() { return &m_env; }
+
+    static jobject Handle(std::size_t nNumber) { return reinterpret_cast<jobject>(nNumber); }
+    static std::string Number(jobject obj) { return std::to_string(reinterpret_cast<std::size_t>(obj)); }
+
+private:
+    static void Note(std::string const& call) { s_pVM->m_calls.push_back(call); }
+    static jint JNICALL GetEnv(JavaVM*, void** ppEnv, jint) {
+        *ppEnv = s_pVM->m_fAttached ? &s_pVM->m_env : nullptr;
+        return s_pVM->m_fAttached ? JNI_OK : JNI_EDETACHED;
+    }
+    static jclass JNICALL FindClass(JNIEnv*, char const* pName) {
+        bool const fFound = s_pVM->m_fBitmapClass && std::string(pName) == "android/graphics/Bitmap";
+        s_pVM->m_fPending = !fFound;
+        return fFound ? static_cast<jclass>(Handle(50)) : nullptr;
+    }
+    /** The global reference to n is 100 + n. */
+    static jobject JNICALL NewGlobalRef(JNIEnv*, jobject obj) {
+        Note("new " + Number(obj));
+        return Handle(reinterpret_cast<std::size_t>(obj) % 100 + 100);
+    }
+
+    static FakeVM* s_pVM;
+
+    JNIInvokeInterface_ m_invoke = {};
+    JNINativeInterface_ m_functions = {};
+    JavaVM m_vm = {};
+    JNIEnv m_env = {};
+};
+
+FakeVM* FakeVM::s_pVM = nullptr;
+
+/** Keeps what is asserted and traced while it lives. */
+class Reports {
+public:
+    Reports()
+        : m_oldHandler(SetAssertHandler(
+              [](void* pUser, char const* pFile, unsigned int nLine, char const* pExpression) {
+                  static_cast<Reports*>(pUser)->m_asserts.push_back(
+                      std::string(pFile) + ":" + std::to_string(nLine) + " " + pExpression);
+              },
+              this)),
+          m_oldSink(Debug::SetSink(
+              [](void* pUser, TraceLevel::Enum, String16 const& sMessage) {
+                  static_cast<Reports*>(pUser)->m_traces.push_back(String8(sMessage).GetData());
+              },
+              this)) {}
+    ~Reports() {
+        SetAssertHandler(m_oldHandler);
+        Debug::SetSink(m_oldSink);
+    }
+    std::vector<std::string> m_asserts;
+    std::vector<std::string> m_traces;
+
+private:
+    AssertHandler m_oldHandler;
+    TraceSink m_oldSink;
+};
+
+typedef std::vector<std::string> Calls;
+
+TEST(Jni, ABitmapIsHeldByOneGlobalReference) {
+    FakeVM vm;
+    {
+        BitmapObject const bitmap(FakeVM::Handle(1));
+        EXPECT_EQ(FakeVM::Number(bitmap.Get()), "101");
+    }
+    EXPECT_EQ(vm.m_calls, (Calls{"new 1", "delete 101"}));
+}
+
+TEST(Jni, WhatIsNoBitmapIsDropped) {
+    FakeVM vm;
+    BitmapObject const other(FakeVM::Handle(2));
+    EXPECT_TRUE(other.IsEmpty());
+    EXPECT_EQ(vm.m_calls, (Calls{"new 2", "delete 102"}));
+}
+
+TEST(Jni, CopiesHaveReferencesOfTheirOwnAndMovesTakeThem) {
+    FakeVM vm;
+    BitmapObject bitmap(FakeVM::Handle(1));
+    BitmapObject const copy(bitmap);
+    EXPECT_EQ(vm.m_calls, (Calls{"new 1", "new 101"}));
+    BitmapObject const moved(std::move(bitmap));
+    EXPECT_TRUE(bitmap.IsEmpty());
+    EXPECT_FALSE(moved.IsEmpty());
+    EXPECT_EQ(vm.m_calls.size(), 2u);
+}
+
+TEST(Jni, OnAThreadWithoutJavaTheWrapperStaysEmpty) {
+    FakeVM vm;
+    vm.m_fAttached = false;
+    EXPECT_EQ(VM::GetEnv(), nullptr);
+    Reports reports;
+    BitmapObject const bitmap(FakeVM::Handle(1));
+    EXPECT_TRUE(bitmap.IsEmpty());
+    EXPECT_EQ(reports.m_asserts, Calls{"include/JObject:1135 env"});
+    EXPECT_TRUE(vm.m_calls.empty());
+}
+
+TEST(Jni, ExceptionsAroundACallAreReportedAndCleared) {
+    FakeVM vm;
+    Reports reports;
+    vm.m_fPending = true;
+    BitmapObject const bitmap(FakeVM::Handle(1));
+    EXPECT_FALSE(vm.m_fPending);
+    ASSERT_EQ(reports.m_traces.size(), 1u);
+    EXPECT_NE(reports.m_traces[0].find("BEFORE env->NewGlobalRef(obj) (include/JObject:1045)"),
+              std::string::npos)
+        << reports.m_traces[0];
+    EXPECT_FALSE(ExceptionHandler::CheckForException(vm.GetJNIEnv(), "AFTER", "file", 1, "nothing"))
+        << "none is pending";
+}
+
+TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachine) {
+    Class const early("android/graphics/Bitmap");
+    EXPECT_TRUE(VM::RegisterClass(&early));
+    EXPECT_EQ(early.Get(), nullptr);
+    {
+        FakeVM vm;
+        EXPECT_EQ(FakeVM::Number(early.Get()), "150");
+        VM::UnregisterClass(&early);
+        EXPECT_EQ(early.Get(), nullptr);
+        EXPECT_EQ(vm.m_calls, Calls{"delete 150"});
+        VM::UnregisterClass(&early);
+        EXPECT_EQ(vm.m_calls.size(), 1u);
+    }
+    EXPECT_EQ(VM::GetEnv(), nullptr);
+}
+
+TEST(Jni, AClassThatCannotBeFoundIsReported) {
+    FakeVM vm;
+    Reports reports;
+    Class const unknown("no/Such");
+    EXPECT_FALSE(VM::RegisterClass(&unknown));
+    EXPECT_FALSE(vm.m_fPending) << "what Java threw is cleared";
+    ASSERT_EQ(reports.m_traces.size(), 2u);
+    EXPECT_NE(reports.m_traces[1].find("no/Such"), std::string::npos);
+    BitmapObject const bitmap(FakeVM::Handle(1));
+    EXPECT_FALSE(bitmap.IsInstanceOf(unknown));
+    VM::UnregisterClass(&unknown);
+    EXPECT_FALSE(VM::RegisterClass(nullptr));
+}
+
+TEST(Jni, WithTheVirtualMachineGoTheClasses) {
+    {
+        FakeVM vm;
+        EXPECT_NE(android::graphics::Bitmap::GetClass().Get(), nullptr);
+    }
+    EXPECT_EQ(android::graphics::Bitmap::GetClass().Get(), nullptr);
+}
+
+} // namespace
+} // namespace trevik::jni
