@@ -256,10 +256,10 @@ Ref<Texture> Texture::CreateCopy() const {
 }
 
 bool Texture::PromoteToSurface() {
-    if (IsCompressed() || Count() != 0 || !m_pixelData.GetBuffer().GetData() || !Promote(false)) {
-        return false;
-    }
-    if (!CopyToSurface()) {
+    // Size, format and pixels can also be set apart from each other.
+    bool const fWhole = AreLevelsValid(m_mipLevels.GetValue(), m_nAllocatedWidth, m_nAllocatedHeight,
+                                       m_format, m_pixelData.GetBuffer().GetSize());
+    if (!fWhole || IsCompressed() || Count() != 0 || !Promote(false) || !CopyToSurface()) {
         return false;
     }
     Swap();

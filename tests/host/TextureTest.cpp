@@ -289,6 +289,14 @@ TEST(Texture, WhatCannotBePromotedIsNot) {
     pRefused->m_fRefusePromotion = true;
     EXPECT_FALSE(pRefused->PromoteToSurface());
     EXPECT_FALSE(pRefused->IsPromoted());
+    Ref<TestTexture> const pBare(new TestTexture); // pixels that no level describes
+    pBare->SetSize(2, 2);
+    pBare->GetPixelData().GetBuffer().Allocate(8);
+    EXPECT_FALSE(pBare->PromoteToSurface());
+    Ref<TestTexture> const pEnlarged = MakeWithLevels();
+    pEnlarged->SetSize(8, 8);
+    EXPECT_FALSE(pEnlarged->PromoteToSurface());
+    EXPECT_EQ(pEnlarged->Count(), 0);
 }
 
 TEST(Texture, ASpriteCanHaveACopyForItself) {
