@@ -130,7 +130,13 @@ bool GraphicsDevice::PopMasks(List<Mask*>&) {
 
 EffectResource* GraphicsDevice::CreateEffectResource(unsigned int nClassID) {
     ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
-    return pRegistry ? static_cast<EffectResource*>(pRegistry->Create(nClassID)) : nullptr;
+    Referenced* const pObject = pRegistry ? pRegistry->Create(nClassID) : nullptr;
+    // The id is the caller's: what it creates need not be a resource.
+    EffectResource* const pResource = dynamic_cast<EffectResource*>(pObject);
+    if (!pResource) {
+        delete pObject;
+    }
+    return pResource;
 }
 
 void GraphicsDevice::SetHighlight(bool fEnabled, ColorT<RealFloat> const& color) {

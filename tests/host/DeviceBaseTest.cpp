@@ -104,6 +104,7 @@ TEST(DeviceBase, EffectResourcesComeFromTheDefaultRegistry) {
     EXPECT_EQ(pResource->GetReferenceCount(), 1);
     EXPECT_TRUE(pResource->Init(device));
     EXPECT_EQ(device.CreateEffectResource(HashName("NoResource")), nullptr);
+    EXPECT_EQ(device.CreateEffectResource(HashName("Sprite")), nullptr) << "something else";
 }
 
 } // namespace

@@ -112,8 +112,8 @@ public:
 
     // What follows is not virtual.
 
-    /** A new resource of the class from ClassRegistry::GetDefault(); null when none is registered. The caller
-     * takes the first reference. */
+    /** A new resource of the class from ClassRegistry::GetDefault(); null when no class of resources is
+     * registered under the id. The caller takes the first reference. */
     EffectResource* CreateEffectResource(unsigned int nClassID);
 
     /** While highlighting is on, everything is drawn in the highlight colour. */
