@@ -56,8 +56,8 @@ std::vector<std::string> GetKeys(Node const& node) {
 } // namespace
 
 std::vector<std::string> const& GetNodeClassNames() {
-    static std::vector<std::string> const s_names = {"Timeline", "TransformNode", "Sprite", "NinePatchSprite",
-                                                     "Camera"};
+    static std::vector<std::string> const s_names = {"Timeline",        "TransformNode", "Sprite",
+                                                     "NinePatchSprite", "Camera",        "AlphaTestGroup"};
     return s_names;
 }
 

@@ -9,6 +9,7 @@
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
 
+#include <algorithm>
 #include <new>
 #include <utility>
 #include <vector>
@@ -102,19 +103,9 @@ bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry
     return true;
 }
 
-} // namespace
-
-bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error) {
-    std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumFileBytes, bytes, error)) {
-        return false;
-    }
-    std::string const folder = path.substr(0, path.rfind('/') + 1);
-    return ReadSceneText({bytes.data(), bytes.size()}, path, folder, registry, scene, error);
-}
-
-bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                   Scene& scene, std::string& error) {
+/** Reads, builds, saves and loads the scene. */
+bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+               Scene& scene, std::string& error) {
     try {
         JsonSource source{name, JsonValue()};
         if (!ParseJson(text, name, JsonLimits(), source.root, error)) {
@@ -128,6 +119,28 @@ bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& fo
     } catch (std::bad_alloc const&) {
         return Fail(error, name + ": there is not enough memory");
     }
+}
+
+} // namespace
+
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error) {
+    std::vector<std::uint8_t> bytes;
+    if (!ReadFile(path, MaximumFileBytes, bytes, error)) {
+        return false;
+    }
+    std::string const folder = path.substr(0, path.rfind('/') + 1);
+    return ReadSceneText({bytes.data(), bytes.size()}, path, folder, registry, scene, error);
+}
+
+bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+                   Scene& scene, std::string& error) {
+    if (ReadWhole(text, name, folder, registry, scene, error)) {
+        return true;
+    }
+    // Names from the file may contain anything; a message is one line.
+    std::replace_if(
+        error.begin(), error.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
+    return false;
 }
 
 } // namespace trevik::kelvo::assets

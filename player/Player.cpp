@@ -115,8 +115,11 @@ int Player::Play() {
 bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
     ScopeCounter::SetProfiling(m_options.fStats);
     SceneSettings const& settings = m_scene.GetSettings();
-    return device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format,
-                             settings.m_size);
+    HeldTraces traces;
+    bool const fStarted =
+        device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format, settings.m_size);
+    traces.Release(!fStarted);
+    return fStarted;
 }
 
 int Player::PlayOn(GraphicsDevice& device, Window& window) {
@@ -186,9 +189,9 @@ void Player::PrintPicked(GraphicsDevice& device) {
         // The path begins with the root, which has no name.
         std::string const path = ToUtf8(hit.m_pNode->GetPath());
         std::printf("%s (%s) at %.3f, %.3f of its size, distance %g\n",
-                    ToUtf8(hit.m_pNode->GetPath()).c_str(), ToUtf8(hit.m_pNode->GetClassName()).c_str(),
-                    static_cast<double>(hit.m_position.x), static_cast<double>(hit.m_position.y),
-                    static_cast<double>(hit.m_distance));
+                    path.c_str() + (path.compare(0, 2, "//") == 0 ? 1 : 0),
+                    ToUtf8(hit.m_pNode->GetClassName()).c_str(), static_cast<double>(hit.m_position.x),
+                    static_cast<double>(hit.m_position.y), static_cast<double>(hit.m_distance));
     }
 }
 

@@ -72,6 +72,8 @@ TEST(SceneErrors, OfNodes) {
         {SceneOf("{\"class\": \"Text\"}"),
          "1: /nodes/0/class: class \"Text\" cannot be described in a scene file yet: "
          "there is no way to say its font"},
+        {SceneOf("{\"class\": \"Spri\\nte\"}"),
+         "1: /nodes/0/class: unknown class \"Spri?te\"; did you mean \"Sprite\"?"},
         {SceneOf("{\"class\": \"Sprite\",\n\"Positoin\": [0, 0, 0]}"),
          "2: /nodes/0/Positoin: unknown property or key \"Positoin\"; did you mean \"Position\"?"},
         {SceneOf("{\"class\": \"Sprite\", \"position\": [0, 0, 0]}"),

@@ -1,0 +1,175 @@
+// The examples play, and show what their comments say.
+
+#include "Picture.h"
+#include "ProcessRunner.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+#include <vector>
+
+namespace kelvo::player::testing {
+namespace {
+
+using trevik::kelvo::assets::testing::TemporaryFolder;
+
+/** Frame `nFrame` of an example. */
+Picture PictureOf(std::string const& example, int nFrame) {
+    TemporaryFolder const folder;
+    Outcome const outcome = Play(
+        {KELVO_EXAMPLES "/" + example, "--frames", std::to_string(nFrame), "--out", folder.Path("p.png")});
+    EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "") << example;
+    return ReadPicture(folder.Path("p.png"));
+}
+
+bool IsNear(Colour const& a, Colour const& b, int nTolerance) {
+    return std::abs(a.r - b.r) <= nTolerance && std::abs(a.g - b.g) <= nTolerance &&
+           std::abs(a.b - b.b) <= nTolerance;
+}
+
+TEST(Examples, PlayWithoutComplaint) {
+    unsigned int nExamples = 0;
+    for (auto const& file : std::filesystem::directory_iterator(KELVO_EXAMPLES "/format")) {
+        Picture const picture = PictureOf("format/" + file.path().filename().string(), 0);
+        Colour const corner = picture.At(0, 0);
+        bool fDrawn = false;
+        for (int n = 0; n < picture.nWidth * picture.nHeight && !fDrawn; ++n) {
+            fDrawn = !(picture.At(n % picture.nWidth, n / picture.nWidth) == corner);
+        }
+        EXPECT_TRUE(fDrawn) << file.path();
+        ++nExamples;
+    }
+    EXPECT_GE(nExamples, 9u);
+}
+
+TEST(Examples, ShowWhatTheySay) {
+    // Columns and rows from the upper left corner.
+    struct {
+        char const* pExample;
+        int nFrame, nX, nY;
+        Colour colour;
+        char const* pWhat;
+    } const cases[] = {
+        {"alpha-test-group", 0, 30, 45, {0x18, 0x24, 0x30, 255}, "clear texels hide what lies behind"},
+        {"alpha-test-group", 0, 190, 45, {0xb2, 0x3a, 0x48, 255}, "in the group they do not"},
+        {"masks", 0, 20, 20, {0x22, 0x22, 0x3b, 255}, "outside of the timeline's mask"},
+        {"masks", 0, 85, 150, {0x17, 0x43, 0x56, 255}, "inside of it: the sea of the card"},
+        {"masks", 0, 292, 20, {0x22, 0x22, 0x3b, 255}, "outside of the sprite's mask"},
+        {"sprite", 0, 50, 45, {0x2a, 0x9d, 0x8f, 255}, "a sprite in one colour"},
+        {"sprite", 0, 243, 140, {0x1d, 0x2b, 0x40, 255}, "the clear corner of a star that is seen through"},
+        {"sprite", 0, 264, 161, {0x77, 0x80, 0x8c, 255}, "a child fades with its parent: 0.4 of white"},
+        {"transform-node", 0, 160, 5, {0x24, 0x17, 0x34, 255}, "what is not visible is not drawn"},
+        {"animation", 4, 160, 10, {0xff, 0xb7, 0x03, 255}, "the first sample before the start"},
+        {"animation", 7, 160, 10, {0xe7, 0x6f, 0x51, 255}, "the third sample two frames after the start"},
+        {"animation", 30, 160, 10, {0xa4, 0x13, 0x3c, 255}, "the last sample after the end"},
+        {"animation", 29, 15, 27, {0x8e, 0xca, 0xe6, 255}, "a step stays"},
+        {"animation", 15, 160, 40, {0x8e, 0xca, 0xe6, 255}, "linear: half-way after half the time"},
+        {"animation",
+         15,
+         87,
+         53,
+         {0x8e, 0xca, 0xe6, 255},
+         "easeIn: a quarter of the way after half the time"},
+        {"textures", 0, 86, 30, {255, 0xf3, 0xdc, 255}, "565 keeps the star's bright middle"},
+        {"textures", 0, 64, 12, {255, 0xc9, 0x5f, 255}, "and has no alpha in its corner"},
+        {"textures", 0, 12, 12, {0x4a, 0x5d, 0x62, 255}, "as the picture has"},
+        {"textures", 0, 190, 88, {0, 0, 0, 255}, "alpha alone draws black"},
+    };
+    for (auto const& shown : cases) {
+        Picture const picture = PictureOf(std::string("format/") + shown.pExample + ".json", shown.nFrame);
+        Colour const found = picture.At(shown.nX, shown.nY);
+        EXPECT_TRUE(IsNear(found, shown.colour, 12)) << shown.pExample << ": " << shown.pWhat << ": found "
+                                                     << found.r << ", " << found.g << ", " << found.b;
+    }
+}
+
+/** The column in which the star of a row of the timeline example has its bright middle; -1 when it has none.
+ */
+int FindStar(Picture const& picture, int nRow) {
+    int nBest = -1;
+    int nBrightest = 0;
+    for (int nX = 0; nX < picture.nWidth; ++nX) {
+        Colour const colour = picture.At(nX, nRow);
+        int const nBrightness = colour.r + colour.g + 2 * colour.b;
+        if (nBrightness > nBrightest) {
+            nBrightest = nBrightness;
+            nBest = nX;
+        }
+    }
+    return nBest;
+}
+
+TEST(Examples, TimelinesKeepTheirOwnTime) {
+    struct {
+        int nFrame;
+        double once, loop, pingPong; ///< how far the stars have come
+    } const cases[] = {{0, 0, 0, 0},
+                       {10, 0.25, 0.5, 0.5},
+                       {20, 0.5, 1, 1},
+                       {25, 0.625, 0.25, 0.84375},
+                       {59, 1, 0.95, 0.99275}};
+    for (auto const& shown : cases) {
+        Picture const picture = PictureOf("format/timeline.json", shown.nFrame);
+        EXPECT_NEAR(FindStar(picture, 180 - 144), 34 + 250 * shown.once, 3) << shown.nFrame;
+        EXPECT_NEAR(FindStar(picture, 180 - 90), 34 + 250 * shown.loop, 3) << shown.nFrame;
+        EXPECT_NEAR(FindStar(picture, 180 - 36), 34 + 250 * shown.pingPong, 3) << shown.nFrame;
+    }
+}
+
+TEST(Examples, NinePatchKeepsItsFrame) {
+    Picture const picture = PictureOf("format/nine-patch-sprite.json", 0);
+    Colour const clear = picture.At(0, 0);
+    auto const frameWidth = [&](int nX) {
+        int nWidth = 0;
+        for (; !IsNear(picture.At(nX, 90), clear, 20); ++nX) {
+            Colour const colour = picture.At(nX, 90);
+            if (colour.r > 200) {
+                ++nWidth;
+            } else if (nWidth > 0) {
+                break;
+            }
+        }
+        return nWidth;
+    };
+    // About 2.4 texels of the picture: stretched with the sprite on the left, as they are on the right.
+    EXPECT_NEAR(frameWidth(18), 6, 2);
+    EXPECT_NEAR(frameWidth(172), 2, 1);
+}
+
+TEST(Examples, ShowcaseMatchesItsPicture) {
+    Picture const committed = ReadPicture(KELVO_EXAMPLES "/../docs/images/showcase.png");
+    Picture const drawn = PictureOf("showcase/scene.json", 62);
+    ASSERT_EQ(drawn.nWidth, committed.nWidth);
+    ASSERT_EQ(drawn.nHeight, committed.nHeight);
+    // Another driver rounds otherwise, and moves edges by a part of a pixel: few pixels may differ, and
+    // little in the mean.
+    double sum = 0;
+    for (std::size_t n = 0; n < drawn.pixels.size(); ++n) {
+        sum += std::abs(drawn.pixels[n] - committed.pixels[n]);
+    }
+    EXPECT_LT(sum / static_cast<double>(drawn.pixels.size()), 0.5);
+}
+
+TEST(Examples, ShowcasePicturesAreUpToDate) {
+    TemporaryFolder const folder;
+    ASSERT_EQ(RunProgram(KELVO_SHOWCASE_ASSETS, {folder.Path("")}).nExitCode, 0);
+    std::vector<std::string> const names = folder.List();
+    EXPECT_GE(names.size(), 15u);
+    for (std::string const& name : names) {
+        if (name.find(".alpha.") == std::string::npos) {
+            // The last bit may be another C library's.
+            EXPECT_LE(
+                Difference(ReadPicture(folder.Path(name)), ReadPicture(KELVO_EXAMPLES "/showcase/" + name)),
+                2)
+                << name;
+        }
+    }
+}
+
+} // namespace
+} // namespace kelvo::player::testing

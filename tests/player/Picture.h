@@ -1,0 +1,33 @@
+#pragma once
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kelvo::player::testing {
+
+struct Colour {
+    int r, g, b, a;
+    bool operator==(Colour const& other) const {
+        return r == other.r && g == other.g && b == other.b && a == other.a;
+    }
+};
+
+/** A PNG file, decoded. */
+struct Picture {
+    int nWidth = 0;
+    int nHeight = 0;
+    bool fAlpha = false;              ///< the file has an alpha channel
+    std::vector<std::uint8_t> pixels; ///< four bytes each, top row first
+
+    /** Column and row from the upper left corner. */
+    Colour At(int nX, int nY) const;
+};
+
+/** A file that must be a whole PNG. */
+Picture ReadPicture(std::string const& path);
+
+/** The largest difference of any channel; 256 when the sizes differ. */
+int Difference(Picture const& a, Picture const& b);
+
+} // namespace kelvo::player::testing

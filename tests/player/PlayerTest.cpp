@@ -1,0 +1,327 @@
+#include "Picture.h"
+#include "ProcessRunner.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <regex>
+#include <string>
+#include <vector>
+
+namespace kelvo::player::testing {
+namespace {
+
+using trevik::kelvo::assets::testing::Bytes;
+using trevik::kelvo::assets::testing::TemporaryFolder;
+
+std::string const Showcase = KELVO_EXAMPLES "/showcase/scene.json";
+
+/** A folder with a small scene: odd sizes, nothing symmetrical, one sprite that moves a pixel per frame. */
+class PlayerTest : public ::testing::Test {
+protected:
+    PlayerTest() {
+        Write(
+            "scene.json",
+            R"({"surface": {"size": [41, 23], "format": "rgb888"}, "frames": [2, 6], "clearColor": "#102030",
+            "nodes": [
+                {"class": "Sprite", "name": "red", "Color": "#ff0000", "Size": [7, 3], "Position": [5, 17, 0]},
+                {"class": "Sprite", "name": "green", "Color": "#00ff00", "Size": [1, 1],
+                 "Position": {"keys": [{"frame": 0, "value": [0, 0, 0]}, {"frame": 40, "value": [40, 0, 0]}]}}]})");
+    }
+
+    void Write(std::string const& name, std::string const& text) const {
+        m_folder.Write(name, Bytes(text.begin(), text.end()));
+    }
+    std::string Path(std::string const& name) const { return m_folder.Path(name); }
+
+    TemporaryFolder m_folder;
+};
+
+TEST_F(PlayerTest, ExplainsItself) {
+    Outcome const outcome = Play({"--help"});
+    EXPECT_EQ(outcome.nExitCode, 0);
+    for (char const* pPart : {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend",
+                              "--pick", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+        EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
+    }
+}
+
+TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
+    struct {
+        std::vector<std::string> arguments;
+        char const* pError;
+    } const cases[] = {
+        {{}, "SCENE is required"},
+        {{"s.json", "t.json"}, "t.json"},
+        {{"s.json", "--frames", "9..3"},
+         "--frames: expected a frame (45) or a first and a last one (0..89), found \"9..3\""},
+        {{"s.json", "--frames", "-1"}, "--frames"},
+        {{"s.json", "--frames", "1.."}, "found \"1..\""},
+        {{"s.json", "--size", "0x5"},
+         "--size: expected width and height from 1 to 16384 pixels (640x360), found \"0x5\""},
+        {{"s.json", "--size", "20000x5"}, "found \"20000x5\""},
+        {{"s.json", "--format", "rgb"}, "--format: expected rgb565, rgb888 or rgba8888, found \"rgb\""},
+        {{"s.json", "--pick", "3"}, "--pick: expected a point"},
+        {{"s.json", "--turbo"}, "--turbo"},
+        {{"s.txt"}, "s.txt: a scene's name ends in .json or .kelvo"},
+    };
+    for (auto const& bad : cases) {
+        Outcome const outcome = Play(bad.arguments);
+        EXPECT_EQ(outcome.nExitCode, 2) << bad.pError;
+        EXPECT_EQ(outcome.errors.rfind("kelvo-player: ", 0), 0u) << outcome.errors;
+        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+        EXPECT_EQ(outcome.output, "");
+    }
+}
+
+TEST_F(PlayerTest, SaysWhereAScenesFaultIs) {
+    struct {
+        char const* pText;
+        char const* pError; ///< behind the file's name
+    } const cases[] = {
+        {"{\"nodes\": [\n{\"class\": \"Sprite\", \"Position\": \"left\"}]}",
+         ":2: /nodes/0/Position: expected 3 numbers, found string \"left\"\n"},
+        {"{\"nodes\": [\n{\"class\": \"Sprite\", \"Positoin\": [0, 0, 0]}]}",
+         ":2: /nodes/0/Positoin: unknown property or key \"Positoin\"; did you mean \"Position\"?\n"},
+        {"{\"nodes\": [\n{\"class\": \"Sprte\"}]}",
+         ":2: /nodes/0/class: unknown class \"Sprte\"; did you mean \"Sprite\"?\n"},
+        {"{\"nodes\": [\n{\"class\": \"AlphatestGroup\"}]}",
+         ":2: /nodes/0/class: unknown class \"AlphatestGroup\"; did you mean \"AlphaTestGroup\"?\n"},
+        {"{\"nodes\": [],\n \"frames\" [0, 1]}",
+         ":2:11: syntax error while parsing object separator - unexpected '['; expected ':'\n"},
+    };
+    for (auto const& bad : cases) {
+        Write("bad.json", bad.pText);
+        Outcome const outcome = Play({Path("bad.json"), "--out", Path("bad.png")});
+        EXPECT_EQ(outcome.nExitCode, 1);
+        EXPECT_EQ(outcome.errors, "kelvo-player: " + Path("bad.json") + bad.pError);
+        EXPECT_FALSE(std::filesystem::exists(Path("bad.png")));
+    }
+    EXPECT_EQ(Play({Path("none.json")}).errors,
+              "kelvo-player: " + Path("none.json") + ": cannot be opened: No such file or directory\n");
+}
+
+TEST_F(PlayerTest, RefusesDamagedBinaryScenes) {
+    ASSERT_EQ(Play({Path("scene.json"), "--save", Path("scene.kelvo")}).nExitCode, 0);
+    Bytes bytes = m_folder.Read("scene.kelvo");
+    bytes[bytes.size() / 2] ^= 0x20;
+    m_folder.Write("damaged.kelvo", bytes);
+    bytes.resize(bytes.size() / 2);
+    m_folder.Write("cut.kelvo", bytes);
+    for (char const* pName : {"damaged.kelvo", "cut.kelvo", "none.kelvo"}) {
+        Outcome const outcome = Play({Path(pName)});
+        EXPECT_EQ(outcome.nExitCode, 1) << pName;
+        EXPECT_EQ(outcome.errors.rfind("kelvo-player: " + Path(pName) + ": ", 0), 0u) << outcome.errors;
+    }
+}
+
+TEST_F(PlayerTest, EndsWithThreeWithoutADevice) {
+    struct {
+        std::vector<std::string> arguments;
+        std::vector<std::string> variables;
+        char const* pError;
+    } const cases[] = {
+        {{"--backend", Path("none.so")}, {}, "kelvo-player: the back end cannot be loaded: "},
+        {{"--backend", KELVO_FOREIGN_LIBRARY},
+         {},
+         "is no back end: it does not export Initialize, CreateDevice and Shutdown"},
+        {{},
+         {"KELVO_EGL_PLATFORM=device:999"},
+         "kelvo-player: no graphics device can be had for a surface of 41x23 pixels, rgb888"},
+    };
+    for (auto const& bad : cases) {
+        std::vector<std::string> arguments = bad.arguments;
+        arguments.insert(arguments.begin(), {Path("scene.json"), "--out", Path("out.png")});
+        Outcome const outcome = Play(arguments, bad.variables);
+        EXPECT_EQ(outcome.nExitCode, 3) << bad.pError;
+        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+        EXPECT_FALSE(std::filesystem::exists(Path("out.png")));
+    }
+}
+
+TEST_F(PlayerTest, DrawsWhatTheSceneSays) {
+    Outcome const outcome = Play({Path("scene.json"), "--out", Path("out.png")});
+    ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "");
+    EXPECT_EQ(outcome.output, "");
+    Picture const picture = ReadPicture(Path("out.png"));
+    ASSERT_EQ(picture.nWidth, 41);
+    ASSERT_EQ(picture.nHeight, 23);
+    EXPECT_FALSE(picture.fAlpha);
+    Colour const clear{0x10, 0x20, 0x30, 255};
+    Colour const red{255, 0, 0, 255};
+    // The red sprite covers columns 5 to 11 and, from below, rows 17 to 19.
+    EXPECT_EQ(picture.At(5, 22 - 17), red);
+    EXPECT_EQ(picture.At(11, 22 - 19), red);
+    EXPECT_EQ(picture.At(4, 22 - 17), clear);
+    EXPECT_EQ(picture.At(12, 22 - 17), clear);
+    EXPECT_EQ(picture.At(5, 22 - 16), clear);
+    EXPECT_EQ(picture.At(5, 22 - 20), clear);
+    // The last frame is 6.
+    EXPECT_EQ(picture.At(6, 22), (Colour{0, 255, 0, 255}));
+    EXPECT_EQ(picture.At(7, 22), clear);
+}
+
+TEST_F(PlayerTest, WritesEachFrameOfTheRange) {
+    struct {
+        std::vector<std::string> arguments;
+        int nFirst, nLast;
+    } const cases[] = {
+        {{}, 2, 6}, {{"--frames", "4..5"}, 4, 5}, {{"--frames", "9"}, 9, 9}, {{"--frames", "0..1"}, 0, 1}};
+    for (auto const& range : cases) {
+        TemporaryFolder const folder;
+        std::vector<std::string> arguments = range.arguments;
+        arguments.insert(arguments.begin(), {Path("scene.json"), "--out", folder.Path("deep/pictures")});
+        ASSERT_EQ(Play(arguments).nExitCode, 0);
+        unsigned int nPictures = 0;
+        for (int nFrame = range.nFirst; nFrame <= range.nLast; ++nFrame, ++nPictures) {
+            char name[60];
+            std::snprintf(name, sizeof name, "deep/pictures/frame_%05d.png", nFrame);
+            EXPECT_EQ(ReadPicture(folder.Path(name)).At(nFrame, 22), (Colour{0, 255, 0, 255})) << name;
+        }
+        std::filesystem::directory_iterator const files(folder.Path("deep/pictures"));
+        EXPECT_EQ(std::distance(begin(files), end(files)), nPictures);
+    }
+}
+
+TEST_F(PlayerTest, TakesAnotherSizeAndFormat) {
+    Write("clear.json", R"({"surface": {"size": [8, 8]}, "clearColor": [0.5, 0.25, 1, 0.5], "nodes": []})");
+    struct {
+        char const* pFormat;
+        bool fAlpha;
+        Colour colour;
+        int nTolerance;
+    } const cases[] = {{"rgb565", false, {132, 65, 255, 255}, 5},
+                       {"rgb888", false, {128, 64, 255, 255}, 1},
+                       {"rgba8888", true, {128, 64, 255, 128}, 1}};
+    for (auto const& format : cases) {
+        ASSERT_EQ(
+            Play({Path("clear.json"), "--size", "19x11", "--format", format.pFormat, "--out", Path("f.png")})
+                .nExitCode,
+            0);
+        Picture const picture = ReadPicture(Path("f.png"));
+        EXPECT_EQ(picture.nWidth, 19);
+        EXPECT_EQ(picture.nHeight, 11);
+        EXPECT_EQ(picture.fAlpha, format.fAlpha) << format.pFormat;
+        Colour const found = picture.At(18, 10);
+        EXPECT_NEAR(found.r, format.colour.r, format.nTolerance) << format.pFormat;
+        EXPECT_NEAR(found.g, format.colour.g, format.nTolerance) << format.pFormat;
+        EXPECT_NEAR(found.b, format.colour.b, format.nTolerance) << format.pFormat;
+        EXPECT_NEAR(found.a, format.colour.a, format.nTolerance) << format.pFormat;
+    }
+}
+
+TEST_F(PlayerTest, GivesTheSameBytesEveryTime) {
+    for (char const* pFolder : {"a", "b"}) {
+        ASSERT_EQ(Play({Showcase, "--frames", "10..12", "--out", Path(pFolder)}).nExitCode, 0);
+    }
+    ASSERT_EQ(Play({Showcase, "--frames", "12", "--out", Path("single.png")}).nExitCode, 0);
+    for (char const* pName : {"/frame_00010.png", "/frame_00011.png", "/frame_00012.png"}) {
+        Bytes const bytes = m_folder.Read(std::string("a") + pName);
+        EXPECT_FALSE(bytes.empty()) << pName;
+        EXPECT_EQ(bytes, m_folder.Read(std::string("b") + pName)) << pName;
+    }
+    EXPECT_EQ(m_folder.Read("a/frame_00012.png"), m_folder.Read("single.png"));
+    EXPECT_NE(m_folder.Read("a/frame_00011.png"), m_folder.Read("single.png"));
+}
+
+TEST_F(PlayerTest, PlaysASavedSceneAsTheOriginal) {
+    Outcome const saved = Play({Showcase, "--save", Path("s.kelvo")}, {"KELVO_EGL_PLATFORM=device:999"});
+    ASSERT_EQ(saved.nExitCode, 0) << saved.errors << "saving needs no device";
+    std::string const groups = KELVO_EXAMPLES "/format/alpha-test-group.json";
+    ASSERT_EQ(Play({groups, "--save", Path("g.kelvo")}).nExitCode, 0);
+    struct {
+        std::string original;
+        char const* pSaved;
+        char const* pFrames;
+    } const cases[] = {{Showcase, "s.kelvo", "0"}, {Showcase, "s.kelvo", "47"}, {groups, "g.kelvo", "0"}};
+    for (auto const& scene : cases) {
+        ASSERT_EQ(Play({scene.original, "--frames", scene.pFrames, "--out", Path("o.png")}).nExitCode, 0);
+        ASSERT_EQ(Play({Path(scene.pSaved), "--frames", scene.pFrames, "--out", Path("k.png")}).nExitCode, 0);
+        EXPECT_EQ(Difference(ReadPicture(Path("o.png")), ReadPicture(Path("k.png"))), 0) << scene.pSaved;
+    }
+    // Saving what was saved gives the same file.
+    ASSERT_EQ(Play({Path("s.kelvo"), "--save", Path("again.kelvo"), "--size", "9x9"}).nExitCode, 0);
+    EXPECT_EQ(m_folder.Read("again.kelvo"), m_folder.Read("s.kelvo"));
+}
+
+TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
+    Write("old.png", "a picture");
+    Write("bad.json", "{}");
+    EXPECT_EQ(Play({Path("bad.json"), "--out", Path("old.png"), "--save", Path("old.png")}).nExitCode, 1);
+    EXPECT_EQ(m_folder.Read("old.png").size(), 9u);
+    struct {
+        std::vector<std::string> arguments;
+        char const* pError;
+    } const cases[] = {
+        {{"--out", Path("old.png/folder")}, "cannot be made a folder"},
+        {{"--out", Path("none/a.png")}, "No such file or directory"},
+        {{"--save", Path("none/a.kelvo")}, "a.kelvo"},
+    };
+    for (auto const& bad : cases) {
+        std::vector<std::string> arguments = bad.arguments;
+        arguments.insert(arguments.begin(), Path("scene.json"));
+        Outcome const outcome = Play(arguments);
+        EXPECT_EQ(outcome.nExitCode, 1) << bad.pError;
+        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+    }
+    EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"bad.json", "old.png", "scene.json"}));
+}
+
+TEST_F(PlayerTest, NamesTheNodesAtAPoint) {
+    Write("pick.json", R"({"surface": {"size": [40, 20]}, "nodes": [
+        {"class": "Sprite", "name": "below", "Color": "#ff0000", "Size": [5, 10], "Position": [30, 10, 0]},
+        {"class": "TransformNode", "name": "group", "Position": {"samples": [[0, 0, 0], [20, 0, 0]]}, "children": [
+            {"class": "Sprite", "Color": "#ff0000", "Size": [5, 5], "Position": [10, 10, 0]}]}]})");
+    auto const pick = [&](char const* pFrame, char const* pPoint) {
+        return Play({Path("pick.json"), "--frames", pFrame, "--pick", pPoint}).output;
+    };
+    // The middle of the pixel, from the upper left: 2.5 of 5 units to the right and 2.5 up.
+    EXPECT_TRUE(std::regex_match(
+        pick("0", "12,7"),
+        std::regex("/group/#0 \\(SpriteGL2\\) at 0\\.500, 0\\.500 of its size, distance [0-9.]+\n")))
+        << pick("0", "12,7");
+    EXPECT_EQ(pick("0", "12,12"), "nothing at 12,12\n");
+    // On the next frame it lies over the other; what is drawn last comes first.
+    EXPECT_TRUE(std::regex_match(
+        pick("1", "32,7"), std::regex("/group/#0 .* 0\\.500, 0\\.500 .*\n/below .* 0\\.500, 0\\.250 .*\n")))
+        << pick("1", "32,7");
+}
+
+TEST_F(PlayerTest, ReportsDriverThenFigures) {
+    Outcome const outcome = Play({Path("scene.json"), "--stats"});
+    ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    std::size_t nAt = 0;
+    for (char const* pPart :
+         {"display ", "vendor ", "renderer ", "version ", "surface     red 8, green 8, blue 8", "missing ",
+          "counter ", "texture memory", "scope ", "median ms", "p95 ms", "p99 ms", "sprite render", "present",
+          "frame"}) {
+        std::size_t const nFound = outcome.output.find(pPart, nAt);
+        EXPECT_NE(nFound, std::string::npos) << pPart << " in order in\n" << outcome.output;
+        nAt = nFound == std::string::npos ? nAt : nFound;
+    }
+    // Five frames of two sprites each.
+    EXPECT_TRUE(std::regex_search(outcome.output, std::regex("sprite render +10 +2\\.0 "))) << outcome.output;
+}
+
+TEST_F(PlayerTest, LeavesWholeFilesWhenInterrupted) {
+    std::string const pictures = Path("pictures");
+    auto const hasStarted = [&] { return std::filesystem::exists(pictures + "/frame_00001.png"); };
+    Outcome const outcome =
+        RunProgram(KELVO_PLAYER, {Showcase, "--frames", "0..100000", "--out", pictures}, {}, hasStarted);
+    EXPECT_EQ(outcome.nExitCode, 130);
+    EXPECT_NE(outcome.errors.find("kelvo-player: interrupted before frame "), std::string::npos)
+        << outcome.errors;
+    int nPictures = 0;
+    for (auto const& file : std::filesystem::directory_iterator(pictures)) {
+        EXPECT_TRUE(std::regex_match(file.path().filename().string(), std::regex("frame_[0-9]{5}\\.png")))
+            << file.path();
+        EXPECT_EQ(ReadPicture(file.path().string()).nWidth, 640);
+        ++nPictures;
+    }
+    EXPECT_GE(nPictures, 2);
+}
+
+} // namespace
+} // namespace kelvo::player::testing

@@ -1,0 +1,78 @@
+#include "ProcessRunner.h"
+
+#include "TestImages.h"
+
+#include <fcntl.h>
+#include <signal.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <chrono>
+#include <cstdlib>
+#include <thread>
+
+namespace kelvo::player::testing {
+
+namespace {
+
+using trevik::kelvo::assets::testing::Bytes;
+using trevik::kelvo::assets::testing::TemporaryFolder;
+
+std::string ReadText(TemporaryFolder const& folder, char const* pName) {
+    Bytes const bytes = folder.Read(pName);
+    return std::string(bytes.begin(), bytes.end());
+}
+
+void Redirect(int nDescriptor, std::string const& path) {
+    int const nFile = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
+    dup2(nFile, nDescriptor);
+    close(nFile);
+}
+
+int Wait(pid_t process, std::function<bool()> const& watch) {
+    int nStatus = 0;
+    bool fInterrupted = false;
+    while (waitpid(process, &nStatus, watch && !fInterrupted ? WNOHANG : 0) == 0) {
+        if (watch()) {
+            kill(process, SIGINT);
+            fInterrupted = true;
+        }
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
+}
+
+} // namespace
+
+Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
+                   std::vector<std::string> const& variables, std::function<bool()> const& watch) {
+    TemporaryFolder const folder;
+    std::vector<std::string> words = arguments;
+    words.insert(words.begin(), program);
+    std::vector<char*> pointers;
+    for (std::string& word : words) {
+        pointers.push_back(word.data());
+    }
+    pointers.push_back(nullptr);
+    pid_t const process = fork();
+    if (process == 0) {
+        Redirect(STDOUT_FILENO, folder.Path("output"));
+        Redirect(STDERR_FILENO, folder.Path("errors"));
+        for (std::string const& variable : variables) {
+            putenv(const_cast<char*>(variable.c_str()));
+        }
+        execv(program.c_str(), pointers.data());
+        _exit(127);
+    }
+    Outcome outcome;
+    outcome.nExitCode = Wait(process, watch);
+    outcome.output = ReadText(folder, "output");
+    outcome.errors = ReadText(folder, "errors");
+    return outcome;
+}
+
+Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables) {
+    return RunProgram(KELVO_PLAYER, arguments, variables);
+}
+
+} // namespace kelvo::player::testing
