@@ -4,6 +4,7 @@
 
 #include "NodeStorage.h"
 #include "kelvo_host/DocumentFile.h"
+#include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Serializer.h"
@@ -37,9 +38,6 @@ bool LoadSettings(Deserializer& deserializer, SceneSettings& settings) {
         !deserializer.ReadValue(ClearColorID, settings.m_clearColor)) {
         return deserializer.Fail(u"the document holds no scene");
     }
-    if (nFormat < DeviceFormat::RGB565 || nFormat > DeviceFormat::RGBA8888) {
-        return deserializer.Fail(u"there is no surface format %d", nFormat);
-    }
     settings.m_format = static_cast<DeviceFormat::Enum>(nFormat);
     char16_t const* const pFault = settings.FindFault();
     return !pFault || deserializer.Fail(u"%s", pFault);
@@ -64,6 +62,9 @@ char16_t const* SceneSettings::FindFault() const {
     if (m_size.width < 1 || m_size.height < 1 || m_size.width > MaximumSide || m_size.height > MaximumSide) {
         return u"the surface's sides are not 1 to 16384 pixels";
     }
+    if (m_format < DeviceFormat::RGB565 || m_format > DeviceFormat::RGBA8888) {
+        return u"there is no such surface format";
+    }
     if (!(m_rFrameRate > 0) || !std::isfinite(m_rFrameRate)) {
         return u"the frame rate is not above 0";
     }
@@ -84,8 +85,17 @@ void Scene::SetRoot(Ref<Timeline> const& pRoot) {
     m_fShown = false;
 }
 
+/** Why the scene as it stands could not be loaded again; null when it could. */
+char16_t const* Scene::FindFault() const {
+    return m_pRoot ? m_settings.FindFault() : u"it has no timeline at its root";
+}
+
 bool Scene::Save(Serializer& serializer) const {
-    return SaveSettings(serializer, m_settings) && (!m_pRoot || SaveNode(serializer, NodeID::Node, *m_pRoot));
+    if (char16_t const* const pFault = FindFault()) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] The scene cannot be saved: %s", pFault);
+        return false;
+    }
+    return SaveSettings(serializer, m_settings) && SaveNode(serializer, NodeID::Node, *m_pRoot);
 }
 
 bool Scene::Load(Deserializer& deserializer) {
@@ -107,7 +117,9 @@ bool Scene::SaveToFile(char const* pPath, String16& sError) const {
     Serializer serializer;
     Ref<DocumentNode> const pDocument = Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
     if (!pDocument) {
-        sError = String16::Format(u"%hs: the scene cannot be saved", pPath);
+        char16_t const* const pFault = FindFault();
+        sError = String16::Format(u"%hs: the scene cannot be saved%s%s", pPath, pFault ? u": " : u"",
+                                  pFault ? pFault : u"");
         return false;
     }
     return SaveDocument(pPath, *pDocument, sError);

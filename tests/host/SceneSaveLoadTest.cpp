@@ -252,42 +252,76 @@ TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
     }
 }
 
-TEST(SceneSaveLoad, SettingsOutOfRangeAreRefused) {
-    struct Case {
-        char const* m_pWhat;
-        void (*m_pfnApply)(SceneSettings& settings);
-    };
-    Case const cases[] = {
-        {"size", [](SceneSettings& s) { s.m_size.width = 0; }},
-        {"size", [](SceneSettings& s) { s.m_size.height = 16385; }},
-        {"format", [](SceneSettings& s) { s.m_format = static_cast<DeviceFormat::Enum>(4); }},
-        {"frame rate", [](SceneSettings& s) { s.m_rFrameRate = 0; }},
-        {"frames", [](SceneSettings& s) { s.m_nLastFrame = -2; }},
-        {"colour", [](SceneSettings& s) { s.m_clearColor.g = std::nanf(""); }},
-    };
-    for (Case const& c : cases) {
-        Sample sample;
-        c.m_pfnApply(sample.m_scene.GetSettings());
-        TraceLog log;
-        Deserializer deserializer(sample.Save(), sample.m_registry);
-        Scene scene;
-        EXPECT_FALSE(scene.Load(deserializer)) << c.m_pWhat;
-        EXPECT_EQ(log.GetLines().size(), 1u) << c.m_pWhat;
-        EXPECT_EQ(scene.GetSettings().m_size, SceneSettings().m_size) << c.m_pWhat;
+/** Adds a scene's settings, as its document has them, to another node. */
+void CopySettings(DocumentNode const& document, DocumentNode& target) {
+    for (char const* pName :
+         {"SurfaceSize", "SurfaceFormat", "FrameRate", "FirstFrame", "LastFrame", "ClearColor"}) {
+        AddBytes(target, HashName(pName), GetBytes(document, HashName(pName)));
     }
 }
 
-TEST(SceneSaveLoad, ADocumentWithoutASceneIsRefused) {
-    TestRegistry registry;
+/** The document with another value for one of the scene's settings. */
+Ref<DocumentNode> WithSetting(DocumentNode const& document, char const* pName,
+                              std::vector<unsigned char> const& bytes) {
+    Ref<DocumentNode> const pAltered(new DocumentNode(0, 0));
+    AddBytes(*pAltered, HashName(pName), bytes); // the first one counts
+    CopySettings(document, *pAltered);
+    for (unsigned int nChild = 0; nChild < document.GetChildCount(); ++nChild) {
+        pAltered->AddChild(document.GetChild(nChild));
+    }
+    return pAltered;
+}
+
+TEST(SceneSaveLoad, SettingsOutOfRangeAreNeitherSavedNorLoaded) {
+    struct Case {
+        char const* m_pName;
+        std::vector<unsigned char> m_bytes;
+        void (*m_pfnApply)(SceneSettings& settings);
+        char const* m_pReason;
+    };
+    RealFloat const none = std::nanf("");
+    Case const cases[] = {
+        {"SurfaceSize", BytesOf(0, 200), [](SceneSettings& s) { s.m_size.width = 0; }, "1 to 16384"},
+        {"SurfaceSize", BytesOf(320, 16385), [](SceneSettings& s) { s.m_size.height = 16385; }, "1 to 16384"},
+        {"SurfaceFormat", BytesOf(4),
+         [](SceneSettings& s) { s.m_format = static_cast<DeviceFormat::Enum>(4); }, "surface format"},
+        {"FrameRate", BytesOf(0.0f), [](SceneSettings& s) { s.m_rFrameRate = 0; }, "frame rate"},
+        {"LastFrame", BytesOf(-2), [](SceneSettings& s) { s.m_nLastFrame = -2; }, "last frame"},
+        {"ClearColor", BytesOf(0.0f, none, 0.0f, 1.0f),
+         [](SceneSettings& s) { s.m_clearColor.g = std::nanf(""); }, "clear colour"},
+    };
+    for (Case const& c : cases) {
+        Sample sample;
+        Ref<DocumentNode> const pDocument = WithSetting(*sample.Save(), c.m_pName, c.m_bytes);
+        TraceLog log;
+        Deserializer deserializer(pDocument, sample.m_registry);
+        Scene scene;
+        EXPECT_FALSE(scene.Load(deserializer)) << c.m_pReason;
+        EXPECT_EQ(scene.GetSettings().m_size, SceneSettings().m_size) << c.m_pReason;
+        EXPECT_NE(log.GetOnly().find(c.m_pReason), std::string::npos) << log.GetOnly();
+
+        TraceLog saveLog;
+        c.m_pfnApply(sample.m_scene.GetSettings());
+        EXPECT_FALSE(sample.Save()) << "what could not be loaded again";
+        EXPECT_NE(saveLog.GetOnly().find(c.m_pReason), std::string::npos) << saveLog.GetOnly();
+    }
+}
+
+TEST(SceneSaveLoad, ASceneWithoutARootIsNeitherSavedNorLoaded) {
+    Sample sample;
+    Ref<DocumentNode> const pDocument(new DocumentNode(0, 0));
     Scene scene;
     TraceLog log;
-    Deserializer empty(Ref<DocumentNode>(new DocumentNode(0, 0)), registry);
+    Deserializer empty(pDocument, sample.m_registry);
     EXPECT_FALSE(scene.Load(empty));
-    Sample sample;
-    sample.m_scene.SetRoot(nullptr);
-    Deserializer rootless(sample.Save(), registry);
+    CopySettings(*sample.Save(), *pDocument);
+    Deserializer rootless(pDocument, sample.m_registry);
     EXPECT_FALSE(scene.Load(rootless));
     EXPECT_EQ(log.GetLines().size(), 2u);
+    String16 sError;
+    sample.m_scene.SetRoot(nullptr);
+    EXPECT_FALSE(sample.m_scene.SaveToFile("/nowhere/scene.kelvo", sError));
+    EXPECT_NE(std::string(String8(sError).GetData()).find("no timeline at its root"), std::string::npos);
 }
 
 TEST(SceneSaveLoad, WhatCannotBeSavedIsNamed) {

@@ -50,7 +50,8 @@ public:
     SceneSettings& GetSettings() { return m_settings; }
     SceneSettings const& GetSettings() const { return m_settings; }
 
-    /** Writes the scene into the current document node. False, traced, when something cannot be saved. */
+    /** Writes the scene into the current document node. False, traced, when something cannot be saved, or
+     * could not be loaded again: settings out of range, or no root. */
     bool Save(Serializer& serializer) const;
     /**
      * Reads the scene from the current document node and has its nodes reloaded. False, noted (see
@@ -75,6 +76,8 @@ public:
     List<SelectionPoint> Pick(GraphicsDevice& device, Vector2T<RealFloat> const& point);
 
 private:
+    char16_t const* FindFault() const;
+
     Ref<Timeline> m_pRoot;
     SceneSettings m_settings;
     RealFloat m_rShownFrame = 0; ///< of the last update
