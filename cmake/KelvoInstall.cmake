@@ -1,7 +1,10 @@
-# Headers, libraries, a CMake package (find_package(Kelvo)) and pkg-config files.
+# Headers, libraries, a CMake package (find_package(Kelvo)) and a pkg-config file. The asset readers are not part of it:
+# they are for this project's own tools.
 include(CMakePackageConfigHelpers)
 
-set(kelvo_installed_targets kelvo_contract kelvo_warnings kelvo kelvoGLES20 kelvo_desktop)
+set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20 kelvo_desktop)
+# The libraries find each other where they lie together, whatever the prefix.
+set_target_properties(kelvo kelvoGLES20 kelvo_desktop PROPERTIES INSTALL_RPATH "$ORIGIN")
 install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -20,5 +23,8 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake CO
 install(FILES ${CMAKE_BINARY_DIR}/KelvoConfig.cmake ${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 
+# The file finds its prefix from where it lies, since the prefix may be chosen as late as `cmake --install`.
+file(RELATIVE_PATH kelvo_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
+string(REGEX REPLACE "/$" "" kelvo_prefix_from_pc "${kelvo_prefix_from_pc}")
 configure_file(cmake/kelvo.pc.in ${CMAKE_BINARY_DIR}/kelvo.pc @ONLY)
 install(FILES ${CMAKE_BINARY_DIR}/kelvo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)

@@ -1,0 +1,48 @@
+# Installs into an empty folder, moves that folder, and builds and runs one application against it twice: with
+# find_package and with pkg-config. Stops at the first step that fails.
+cmake_minimum_required(VERSION 3.25)
+
+function(run)
+    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
+    if(NOT result EQUAL 0)
+        list(JOIN ARGN " " command)
+        message(FATAL_ERROR "${command}\nanswered ${result}:\n${output}")
+    endif()
+    set(output "${output}" PARENT_SCOPE)
+endfunction()
+
+# The application prints the back end's version and the colour that a cleared window shows.
+function(run_consumer program)
+    run(${program})
+    if(NOT output MATCHES "(^|\n)${VERSION} 51 102 153\n$")
+        message(FATAL_ERROR "${program} printed: ${output}")
+    endif()
+endfunction()
+
+file(REMOVE_RECURSE ${SCRATCH})
+run(${CMAKE_COMMAND} --install ${BUILD} --config ${CONFIG} --prefix ${SCRATCH}/staged)
+set(prefix ${SCRATCH}/prefix)
+file(RENAME ${SCRATCH}/staged ${prefix})
+
+run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${SCRATCH}/consumer -G ${GENERATOR} -DCMAKE_BUILD_TYPE=${CONFIG}
+    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${prefix} -DWANTED_VERSION=${VERSION})
+run(${CMAKE_COMMAND} --build ${SCRATCH}/consumer)
+run_consumer(${SCRATCH}/consumer/consumer)
+
+if(PKG_CONFIG)
+    # Asked before the flags, so that a version that does not match says so.
+    set(ENV{PKG_CONFIG_PATH} ${prefix}/${LIBDIR}/pkgconfig)
+    run(${PKG_CONFIG} --exact-version=${VERSION} kelvo)
+    run(${PKG_CONFIG} --cflags --libs kelvo)
+    separate_arguments(flags UNIX_COMMAND "${output}")
+    run(${CXX} -std=c++17 ${CONSUMER}/Consumer.cpp ${flags} -Wl,-rpath,${prefix}/${LIBDIR}
+        -o ${SCRATCH}/pkg-config-consumer)
+    run_consumer(${SCRATCH}/pkg-config-consumer)
+endif()
+
+if(HAS_PLAYER)
+    run(${prefix}/${BINDIR}/kelvo-player ${SCENE} --out ${SCRATCH}/picture.png)
+    if(NOT EXISTS ${SCRATCH}/picture.png)
+        message(FATAL_ERROR "kelvo-player left no picture:\n${output}")
+    endif()
+endif()

@@ -1,0 +1,48 @@
+// An application outside the tree: it draws through the back end into an off-screen window, and uses a class
+// of each of the installed libraries.
+
+#include "GraphicsDeviceGL2.h"
+#include "kelvo_desktop/OffscreenWindow.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/kelvo/Window.h"
+
+#include <cstdio>
+
+extern "C" {
+int GetTrevikVersionMajor();
+int GetTrevikVersionMinor();
+int GetTrevikVersionBuild();
+bool Initialize(trevik::ClassRegistry* pRegistry);
+void Shutdown();
+}
+
+using namespace trevik;
+using namespace trevik::kelvo;
+
+int main() {
+    ClassRegistry registry;
+    if (!Initialize(&registry)) {
+        return 1;
+    }
+    using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
+    Ref<Window> const pWindow(new Window(5, 3));
+    pWindow->SetCapture(true);
+    {
+        GraphicsDeviceGL2 device;
+        if (!device.Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), DeviceFormat::RGBA8888,
+                               SizeT<int>(5, 3))) {
+            return 1;
+        }
+        device.SetClearColor(ColorT<RealFloat>(0.2f, 0.4f, 0.6f, 1));
+        device.Clear();
+        device.Present();
+    }
+    Shutdown();
+    ::kelvo::desktop::FinishedFrame const& frame = pWindow->LastFrame();
+    if (frame.width != 5 || frame.height != 3) {
+        return 1;
+    }
+    std::printf("%d.%d.%d %d %d %d\n", GetTrevikVersionMajor(), GetTrevikVersionMinor(),
+                GetTrevikVersionBuild(), frame.pixels[0], frame.pixels[1], frame.pixels[2]);
+    return 0;
+}
