@@ -2,6 +2,7 @@
 
 #include "NodeStorage.h"
 #include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -40,6 +41,11 @@ void Text::RegisterProperties() {
 void Text::InternalRender(GraphicsDevice& device) {
     if (!m_pFont) {
         return;
+    }
+    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
+        if (m_effects[nEffect]->OverrideDrawText(device, *this)) {
+            return;
+        }
     }
     ColorT<RealFloat> const color(1, 1, 1, GetOpacity());
     for (unsigned int nBatch = 0; nBatch < m_batches.GetCount(); ++nBatch) {

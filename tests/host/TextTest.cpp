@@ -45,6 +45,37 @@ TEST(Text, ItsFontDrawsItsBatchesFaded) {
     EXPECT_EQ(words.m_pFont->m_color.a, RealFloat(0.5));
 }
 
+/** Draws texts itself, when told to. */
+class TextEffect : public TestEffect {
+public:
+    bool m_fDraws = false;
+    unsigned int m_nOffers = 0;
+
+    bool OverrideDrawText(GraphicsDevice&, Text&) override {
+        ++m_nOffers;
+        return m_fDraws;
+    }
+};
+
+TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
+    Words words;
+    GlyphBatch batch;
+    batch.m_nCount = 2;
+    words.m_pText->GetBatches().Append(batch);
+    words.m_pText->SetFont(words.m_pFont.Get());
+    Ref<TextEffect> const effects[3] = {new TextEffect, new TextEffect, new TextEffect};
+    for (Ref<TextEffect> const& pEffect : effects) {
+        words.m_pText->AddEffect(pEffect.Get());
+    }
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_pFont->m_drawn.size(), 1u) << "none of them draws it";
+    effects[1]->m_fDraws = true;
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_pFont->m_drawn.size(), 1u);
+    EXPECT_EQ(effects[1]->m_nOffers, 2u);
+    EXPECT_EQ(effects[2]->m_nOffers, 1u) << "not asked any more";
+}
+
 TEST(Text, ItsBoundsAreThoseOfItsGlyphs) {
     Words words;
     RectangleT<RealFloat> bounds;

@@ -19,8 +19,9 @@ class Sprite;
 class Text;
 
 /**
- * Something that changes how a node and its subtree are drawn. Attached with TransformNode::AddEffect; a
- * node's effects are asked in attachment order. All operations run on the render thread.
+ * Something that changes how a sprite or a text, or all that lies below a timeline, is drawn. Attached with
+ * TransformNode::AddEffect; a node's effects are asked in attachment order. All operations run on the render
+ * thread.
  */
 class TREVIK_API Effect : public Referenced, public ITraceable {
 public:
@@ -42,9 +43,9 @@ public:
     virtual bool Init(GraphicsDevice& device);
     /** Brings the effect's properties to `frame`; initialises the effect on first use. */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
-    /** Called before the node's children are drawn. */
+    /** Called by a timeline with the effect before its children are drawn. */
     virtual void PreRender(GraphicsDevice& device);
-    /** Called after the node's children have been drawn. */
+    /** Called by a timeline with the effect after its children have been drawn. */
     virtual void PostRender(GraphicsDevice& device);
     /** Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others.
      */

@@ -19,7 +19,9 @@ struct MaskGeometry {
     unsigned int m_nVertexCount;
 };
 
-/** A shape outside of which neither the nodes it is attached to nor their children draw. Shared by reference.
+/**
+ * A shape outside of which a sprite that it is attached to does not draw, nor anything below a timeline that
+ * it is attached to. Other nodes only keep it. Shared by reference.
  */
 class TREVIK_API Mask : public Referenced {
 public:

@@ -23,7 +23,7 @@ public:
 
     void Emit(MemoryTracer* pTracer) override;
     void RegisterProperties() override;
-    /** Draws the glyph batches. */
+    /** Lets an effect draw the text (Effect::OverrideDrawText), or else draws the glyph batches. */
     void InternalRender(GraphicsDevice& device) override;
     void InternalSelect(GraphicsDevice& device) override;
     bool InternalSave(Serializer& serializer) override;
