@@ -1,0 +1,178 @@
+// Trees that change at random, compared after each update with what their properties alone say.
+
+#include <gtest/gtest.h>
+
+#include <cmath>
+#include <random>
+
+#include "TestNodes.h"
+
+namespace trevik::kelvo::test {
+namespace {
+
+typedef Matrix4T<double> ExactMatrix;
+
+ExactMatrix Exact(Matrix const& matrix) {
+    ExactMatrix exact;
+    for (unsigned int n = 0; n < 16; ++n) {
+        exact.m[n] = double(matrix.m[n]);
+    }
+    return exact;
+}
+
+Vector3T<double> Exact(Vector3 const& v) {
+    return Vector3T<double>(double(v.x), double(v.y), double(v.z));
+}
+
+/** Node space to parent space by definition: position + R · (scale · stretch · (p + pivot)). */
+ExactMatrix LocalMatrixOf(TransformNode& node) {
+    return Matrix4Translation(Exact(node.GetPivotProperty().GetValue())) *
+           Matrix4Scale(Exact(node.GetScaleProperty().GetValue())) *
+           Matrix4Scale(Exact(node.GetStretchProperty().GetValue())) *
+           Matrix4RotationEulerXYZ(Exact(node.GetRotationProperty().GetValue())) *
+           Matrix4Translation(Exact(node.GetPositionProperty().GetValue()));
+}
+
+/** A root with nodes that come and go. */
+class ChangingTree {
+public:
+    explicit ChangingTree(unsigned int nSeed) : m_random(nSeed) {
+        m_device.m_fNoting = false;
+        m_nodes.push_back(Make<TestTimeline>("root"));
+        for (int nNode = 0; nNode < 24; ++nNode) {
+            Ref<TransformNode> const pNode = nNode % 4 == 0   ? Ref<TransformNode>(new TestTimeline)
+                                             : nNode % 4 == 1 ? Ref<TransformNode>(new TransformNode)
+                                                              : Ref<TransformNode>(new TestSprite);
+            m_nodes.push_back(pNode);
+        }
+    }
+
+    void Change() {
+        TransformNode& node = *m_nodes[1 + Pick(m_nodes.size() - 1)];
+        TransformNode& other = *m_nodes[Pick(m_nodes.size())];
+        switch (Pick(10)) {
+        case 0:
+        case 1:
+            return other.Attach(&node);
+        case 2:
+            return other.AttachBefore(&node, ChildOf(other));
+        case 3:
+            return other.AttachAfter(&node, ChildOf(other));
+        case 4:
+            return node.GetParent() ? node.GetParent()->Detach(&node) : void();
+        case 5:
+            return node.GetOpacityProperty().SetValue(Number(-0.25, 1.25));
+        case 6:
+            return Animate<Vector3>(node.GetPositionProperty(), 0, {Place(), Place(), Place()});
+        case 7:
+            node.GetPositionProperty().RemoveControllers();
+            return;
+        case 8:
+            return node.GetRotationProperty().SetValue(Vector3(Number(-180, 180), 0, Number(-180, 180)));
+        default:
+            return ChangeVector(node);
+        }
+    }
+
+    void Update() {
+        m_counts = Counts();
+        m_nodes[0]->Update(m_device, Number(0, 2), Number(0, 1), Pick(8) == 0);
+    }
+
+    /** Checks the subtree of `node`, which stands in the given space. Returns the number of nodes. */
+    unsigned int Check(TransformNode& node, ExactMatrix const& space, double opacity) {
+        ExactMatrix const world = LocalMatrixOf(node) * space;
+        ExactMatrix const shown = Exact(node.GetWorldMatrix());
+        for (unsigned int n = 0; n < 16; ++n) {
+            EXPECT_NEAR(shown.m[n], world.m[n], 1e-3 + 1e-4 * std::fabs(world.m[n])) << "element " << n;
+        }
+        double const own = double(node.GetOpacityProperty().GetValue());
+        double const product = opacity * (own < 0 ? 0 : own > 1 ? 1 : own);
+        EXPECT_NEAR(double(node.GetOpacity()), product, 1e-5);
+        unsigned int nCount = 1;
+        for (Node* pChild : node.GetChildren()) {
+            EXPECT_EQ(pChild->GetParent(), &node);
+            EXPECT_EQ(pChild->GetReferenceCount(), 2) << "the parent's and this test's";
+            nCount += Check(*pChild->GetTransformNode(), world, product);
+        }
+        return nCount;
+    }
+    unsigned int Check() { return Check(*m_nodes[0], ExactMatrix(), 1); }
+
+    /** Each sprite below the root was updated once by the last update, no other one. */
+    void CheckCounts() {
+        std::vector<unsigned int> const counts = Counts();
+        for (std::size_t n = 0; n < counts.size(); ++n) {
+            if (TestSprite* pSprite = GetSprite(n)) {
+                List<Ref<Node>> parents;
+                pSprite->GetParents(nullptr, parents);
+                bool const fBelow = !parents.IsEmpty() && parents.Last() == m_nodes[0].Get();
+                EXPECT_EQ(counts[n] - m_counts[n], fBelow ? 1u : 0u) << "node " << n;
+            }
+        }
+    }
+
+private:
+    std::size_t Pick(std::size_t nCount) { return m_random() % nCount; }
+    RealFloat Number(double low, double high) {
+        return static_cast<RealFloat>(low + (high - low) * double(m_random() % 1000) / 1000);
+    }
+    Vector3 Place() { return Vector3(Number(-50, 50), Number(-50, 50), Number(-50, 50)); }
+    Vector3 Factors() { return Vector3(Number(-1.5, 1.5), Number(-1.5, 1.5), Number(-1.5, 1.5)); }
+    Node* ChildOf(TransformNode& node) {
+        return node.GetChildCount() == 0
+                   ? nullptr
+                   : node.GetChild(static_cast<unsigned int>(Pick(node.GetChildCount())));
+    }
+    void ChangeVector(TransformNode& node) {
+        switch (Pick(4)) {
+        case 0:
+            return node.GetPositionProperty().SetValue(Place());
+        case 1:
+            return node.GetPivotProperty().SetValue(Place());
+        case 2:
+            return node.GetScaleProperty().SetValue(Factors());
+        default:
+            return node.GetStretchProperty().SetValue(Factors());
+        }
+    }
+    TestSprite* GetSprite(std::size_t nNode) {
+        bool const fSprite = m_nodes[nNode]->IsKindOf(Sprite::ClassID);
+        return fSprite ? static_cast<TestSprite*>(m_nodes[nNode].Get()) : nullptr;
+    }
+    std::vector<unsigned int> Counts() {
+        std::vector<unsigned int> counts;
+        for (std::size_t n = 0; n < m_nodes.size(); ++n) {
+            counts.push_back(GetSprite(n) ? GetSprite(n)->m_nUpdates : 0);
+        }
+        return counts;
+    }
+
+    TestDevice m_device;
+    std::mt19937 m_random;
+    std::vector<Ref<TransformNode>> m_nodes; // the root first
+    std::vector<unsigned int> m_counts;      // updates of each before the last one
+};
+
+TEST(NodeChanges, UpdatedTreesAreWhatTheirPropertiesSay) {
+    TraceLog refused; // nodes that are to be attached below themselves
+    unsigned int nLargest = 0;
+    for (unsigned int nSeed = 1; nSeed <= 20 && !testing::Test::HasFailure(); ++nSeed) {
+        ChangingTree tree(nSeed);
+        for (int nRound = 0; nRound < 150 && !testing::Test::HasFailure(); ++nRound) {
+            SCOPED_TRACE("seed " + std::to_string(nSeed) + " round " + std::to_string(nRound));
+            for (int nChange = nRound % 5; nChange >= 0; --nChange) {
+                tree.Change();
+            }
+            tree.Update();
+            unsigned int const nNodes = tree.Check();
+            nLargest = nNodes > nLargest ? nNodes : nLargest;
+            tree.CheckCounts();
+        }
+    }
+    EXPECT_GT(nLargest, 15u) << "trees large enough to matter";
+    EXPECT_FALSE(refused.GetLines().empty());
+}
+
+} // namespace
+} // namespace trevik::kelvo::test
