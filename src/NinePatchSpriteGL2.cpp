@@ -40,22 +40,32 @@ void NinePatchSpriteGL2::OnVectorChanged(Vector3T<RealFloat> const&) {
     m_fDirty = true;
 }
 
+namespace {
+
+/** The texel behind a band. Scenes may give any numbers, so it is computed without overflow. */
+long long GetEnd(Vector2T<int> const& band) {
+    return static_cast<long long>(band.x) + band.y;
+}
+
+} // namespace
+
 bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, RealFloat extent, int nTextureSize,
                                           RealFloat scale, List<RealFloat>& textureCoords,
                                           List<RealFloat>& positions) {
     List<Vector2T<int>> const& pairs = bands.GetValue();
     if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
+        // All of the texture here, parts of its used size below: intended.
         return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) && positions.Append(extent);
     }
     unsigned int const nCount = pairs.GetCount() < g_MaxNinePatchPair ? pairs.GetCount() : g_MaxNinePatchPair;
     RealFloat const rTexture = static_cast<RealFloat>(nTextureSize);
     bool const fLeadingEdge = pairs[0].x != 0;
-    bool const fTrailingEdge = pairs[nCount - 1].x + pairs[nCount - 1].y != nTextureSize;
+    bool const fTrailingEdge = GetEnd(pairs[nCount - 1]) != nTextureSize;
     bool fAppended = !fLeadingEdge || textureCoords.Append(0);
     RealFloat rStretchable = 0;
     for (unsigned int i = 0; i < nCount; ++i) {
         fAppended = fAppended && textureCoords.Append(static_cast<RealFloat>(pairs[i].x) / rTexture) &&
-                    textureCoords.Append(static_cast<RealFloat>(pairs[i].x + pairs[i].y) / rTexture);
+                    textureCoords.Append(static_cast<RealFloat>(GetEnd(pairs[i])) / rTexture);
         rStretchable += static_cast<RealFloat>(pairs[i].y);
     }
     fAppended = fAppended && (!fTrailingEdge || textureCoords.Append(1));
@@ -65,7 +75,7 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
     fAppended = fAppended && (!fLeadingEdge || positions.Append(0));
     RealFloat rPosition = 0;
     for (unsigned int i = 0; i < nCount; ++i) {
-        int const nFixed = i == 0 ? pairs[0].x : pairs[i].x - pairs[i - 1].x - pairs[i - 1].y;
+        long long const nFixed = i == 0 ? pairs[0].x : pairs[i].x - GetEnd(pairs[i - 1]);
         rPosition += static_cast<RealFloat>(nFixed) / scale;
         fAppended = fAppended && positions.Append(rPosition);
         rPosition += rFill * (static_cast<RealFloat>(pairs[i].y) / rStretchable) / scale;
@@ -90,6 +100,9 @@ bool ResizeExactly(List<T>& list, unsigned int nCount) {
 } // namespace
 
 bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
+    if (!m_pTexture) {
+        return false;
+    }
     for (unsigned int nAxis = 0; nAxis < 2; ++nAxis) {
         m_cutCoords[nAxis].Clear();
         m_cutPositions[nAxis].Clear();
@@ -165,6 +178,8 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         return;
     }
     TextureGL2* const pTexture = GetTextureGL2();
+    // Unlike a sprite, a grid has no calls around its draw, no rows swapped for promoted textures and no
+    // antialiased edges: intended.
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
     if (!m_textureCoords.IsEmpty()) {
         glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, m_gridTextureCoords.GetData());
@@ -172,6 +187,9 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     ShaderProgramGL2* const pProgram =
         device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat()));
     device.SetActiveShader(pProgram);
+    if (!pProgram) {
+        return; // the device is not up
+    }
     SetTextureSamplers(*pProgram, pTexture, pTexture->GetFormat() == TextureFormat::ETC1_RGBA);
     SetColorParameter(device, *pProgram, true);
     SetPlainBlend();

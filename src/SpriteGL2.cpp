@@ -47,16 +47,21 @@ bool SpriteGL2::Load(Deserializer& deserializer) {
     SizeT<int> const size = m_size.GetValue();
     RealFloat const rWidth = static_cast<RealFloat>(size.width);
     RealFloat const rHeight = static_cast<RealFloat>(size.height);
-    m_vertices.Release();
-    m_vertices.Append(Vector3T<RealFloat>(0, 0, 0));
-    m_vertices.Append(Vector3T<RealFloat>(0, rHeight, 0));
-    m_vertices.Append(Vector3T<RealFloat>(rWidth, 0, 0));
-    m_vertices.Append(Vector3T<RealFloat>(rWidth, rHeight, 0));
-    m_textureCoords.Release();
-    m_textureCoords.Append(Vector2T<RealFloat>(TextureInset, 1));
-    m_textureCoords.Append(Vector2T<RealFloat>(TextureInset, TextureInset));
-    m_textureCoords.Append(Vector2T<RealFloat>(1, 1));
-    m_textureCoords.Append(Vector2T<RealFloat>(1, TextureInset));
+    List<Vector3T<RealFloat>> vertices;
+    List<Vector2T<RealFloat>> textureCoords;
+    if (!vertices.Reserve(4) || !textureCoords.Reserve(4)) {
+        return false;
+    }
+    vertices.Append(Vector3T<RealFloat>(0, 0, 0));
+    vertices.Append(Vector3T<RealFloat>(0, rHeight, 0));
+    vertices.Append(Vector3T<RealFloat>(rWidth, 0, 0));
+    vertices.Append(Vector3T<RealFloat>(rWidth, rHeight, 0));
+    textureCoords.Append(Vector2T<RealFloat>(TextureInset, 1));
+    textureCoords.Append(Vector2T<RealFloat>(TextureInset, TextureInset));
+    textureCoords.Append(Vector2T<RealFloat>(1, 1));
+    textureCoords.Append(Vector2T<RealFloat>(1, TextureInset));
+    m_vertices.Swap(vertices);
+    m_textureCoords.Swap(textureCoords);
     return true;
 }
 
@@ -69,6 +74,7 @@ void SpriteGL2::SetTexture(Texture* pTexture) {
         static_cast<RealFloat>(m_pTexture->GetWidth()) / static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
     RealFloat const rV =
         static_cast<RealFloat>(m_pTexture->GetHeight()) / static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
+    // Zero edges are exact here and inset in Load: intended.
     m_textureCoords[0] = Vector2T<RealFloat>(0, rV);
     m_textureCoords[1] = Vector2T<RealFloat>(0, 0);
     m_textureCoords[2] = Vector2T<RealFloat>(rU, rV);
@@ -80,6 +86,9 @@ TextureGL2* SpriteGL2::GetTextureGL2() const {
 }
 
 void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
+    if (m_textureCoords.GetCount() != 4) {
+        return;
+    }
     Vector2T<RealFloat> const* const pCoords = m_textureCoords.GetData();
     if (m_pTexture && __builtin_expect(GetTextureGL2()->TextureGL2::IsPromoted(), false)) {
         // A surface holds its image the other way up: swapping the rows shows it upright.
@@ -159,7 +168,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     }
     if (pTexture == nullptr) {
         // Not an enumerant of OpenGL ES 2: it changes nothing and leaves GL_INVALID_ENUM behind. Intended.
-        glDisable(0x0DE1);
+        glDisable(GL_TEXTURE_2D);
     }
     SetPlainBlend();
     if (pProgram != nullptr) {
@@ -256,11 +265,12 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
     Vector2T<RealFloat> edgeCoords[EdgeVertexCount];
     ShaderProgramGL2* const pProgram = device.GetShader(pTexture != nullptr ? ProgramTexturedEdges : ProgramSolidEdges);
     device.SetActiveShader(pProgram);
+    if (pProgram == nullptr) {
+        return; // the device is not up
+    }
     if (pTexture != nullptr) {
         Vector2T<RealFloat> corners[4];
-        if (!m_textureCoords.IsEmpty()) {
-            GetTextureCoords(corners);
-        }
+        GetTextureCoords(corners);
         unsigned char const cornerOfVertex[EdgeVertexCount] = {0, 2, 2, 3, 3, 1, 1, 0};
         for (unsigned int i = 0; i < EdgeVertexCount; ++i) {
             edgeCoords[i] = corners[cornerOfVertex[i]];

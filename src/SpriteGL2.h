@@ -25,7 +25,10 @@ public:
     SpriteGL2(SpriteGL2 const& other);
     ~SpriteGL2() override;
 
-    /** Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset. */
+    /**
+     * Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset. False, with the
+     * geometry unchanged, when the host sprite cannot be loaded or there is no memory.
+     */
     bool Load(Deserializer& deserializer) override;
     /** Draws the sprite: masks, then the first effect that takes it, or, in the normal blend mode, itself. */
     void InternalRender(GraphicsDevice& device) override;
@@ -41,7 +44,10 @@ public:
 
     /** Corner positions in node space; four after Load. */
     List<Vector3T<RealFloat>>& GetVertices() { return m_vertices; }
-    /** Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`. */
+    /**
+     * Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`; nothing before
+     * there are four (after Load).
+     */
     void GetTextureCoords(Vector2T<RealFloat>* pOut);
 
     /** Makes the coverage ramp that all sprites' antialiased edges sample; true when it exists. */

@@ -5,6 +5,7 @@
 #include "NinePatchSpriteGL2.h"
 #include "trevik/Allocation.h"
 
+#include <climits>
 #include <cmath>
 
 namespace {
@@ -108,6 +109,18 @@ TEST(NinePatchLines, BandsWithoutTexelsHaveNoPlace) {
     ASSERT_EQ(positions.GetCount(), 4u);
     EXPECT_FLOAT_EQ(positions[1], 1.5f);
     EXPECT_TRUE(std::isnan(positions[2]));
+}
+
+TEST(NinePatchLines, BandsOfAnyNumbersAreTakenAsTheyAre) {
+    // As a scene file may have them: no sum of two of these is an int.
+    ListProperty<Vector2T<int>> bands(ToList({{INT_MAX, INT_MAX}, {INT_MIN, INT_MIN}}));
+    List<RealFloat> coords, positions;
+    EXPECT_TRUE(NinePatchSpriteGL2::EvaluateVertices(bands, 10, 8, 2, coords, positions));
+    ASSERT_EQ(coords.GetCount(), 6u);
+    EXPECT_FLOAT_EQ(coords[2], 2.0f * 2147483648 / 8);
+    EXPECT_FLOAT_EQ(coords[4], -2.0f * 2147483648 / 8);
+    ASSERT_EQ(positions.GetCount(), 6u);
+    EXPECT_FLOAT_EQ(positions[1], 2147483648 / 2.0f);
 }
 
 class NinePatch : public NodeTest {
@@ -240,6 +253,11 @@ TEST_F(NinePatch, WithoutTextureOrBandsItIsAPlainSprite) {
     Draw(*pPatch);
     EXPECT_EQ(Count("glDisable(GL_TEXTURE_2D)"), 1u) << "drawn as an untextured sprite";
     EXPECT_EQ(Count("glDrawElements"), 0u);
+}
+
+TEST_F(NinePatch, WithoutTextureThereIsNoGridToBuild) {
+    NinePatchSpriteGL2 patch;
+    EXPECT_FALSE(patch.EvaluateNinePatchInfo());
 }
 
 TEST_F(NinePatch, UnscaledItIsOneQuadOverTheWholeTexture) {

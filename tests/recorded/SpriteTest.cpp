@@ -3,6 +3,7 @@
 #include "NodeTest.h"
 
 #include "kelvo_test/Exact.h"
+#include "trevik/Allocation.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/NodeVisitor.h"
 
@@ -57,6 +58,27 @@ TEST_F(SpriteTest, AFailedLoadLeavesTheGeometry) {
     Deserializer deserializer(serializer.Finish(), m_registry);
     EXPECT_FALSE(pSprite->Load(deserializer));
     EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+}
+
+TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    pSprite->GetSizeProperty().SetValue(SizeT<int>(20, 30));
+    Serializer serializer;
+    ASSERT_TRUE(pSprite->Save(serializer));
+    Ref<DocumentNode> const pDocument = serializer.Finish();
+    unsigned int nFailures = 0;
+    for (bool fLoaded = false; !fLoaded; ++nFailures) {
+        SCOPED_TRACE(nFailures);
+        ASSERT_LT(nFailures, 1000u);
+        EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
+        EXPECT_EQ(CoordsOf(*pSprite).size(), 8u);
+        Deserializer deserializer(pDocument, m_registry);
+        Allocation::FailAfter(nFailures);
+        fLoaded = pSprite->Load(deserializer);
+        Allocation::FailNever();
+    }
+    EXPECT_GT(nFailures, 2u) << "the geometry alone takes two lists";
+    EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 30, 0, 20, 0, 0, 20, 30, 0}));
 }
 
 TEST_F(SpriteTest, CornersFollowTheSizeAtTheNextLoadOnly) {
@@ -188,13 +210,17 @@ TEST_F(SpriteTest, AHighlightReplacesEveryColour) {
     EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
 }
 
-TEST_F(SpriteTest, OtherBlendModesDrawNothingBetweenTheirMasks) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->AddMask(MakeMask().Get());
+TEST_F(SpriteTest, OtherBlendModesDrawNothingButTheirMasks) {
+    Ref<SpriteGL2> const pBare = MakeSprite(4, 4);
+    Ref<SpriteGL2> const pMasked = MakeSprite(4, 4);
+    pMasked->AddMask(MakeMask().Get());
     for (int const blendMode : {0, 1, 3, 4, 5, 6, 23, 25}) {
         SCOPED_TRACE(blendMode);
-        pSprite->GetBlendModeProperty().SetValue(blendMode);
-        Draw(*pSprite);
+        pBare->GetBlendModeProperty().SetValue(blendMode);
+        Draw(*pBare);
+        EXPECT_EQ(Count("glDraw*"), 0u);
+        pMasked->GetBlendModeProperty().SetValue(blendMode);
+        Draw(*pMasked);
         EXPECT_EQ(Lines("glDraw*"),
                   (Strings{"glDrawArrays(GL_TRIANGLES, 0, 3)", "glDrawArrays(GL_TRIANGLES, 0, 3)"}));
         EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));

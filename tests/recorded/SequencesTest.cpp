@@ -1,0 +1,180 @@
+// Unusual orders of calls that hosts may make, and drawing with what was never brought up.
+
+#include "NodeTest.h"
+
+#include "NinePatchSpriteGL2.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+using Vector = Vector3T<RealFloat>;
+
+class Sequences : public NodeTest {
+protected:
+    /** What a sprite samples when it is drawn. */
+    GLuint DrawnTexture(SpriteGL2& sprite) {
+        Draw(sprite);
+        return Draws().at(0).Texture("sTexture");
+    }
+
+    static TextureGL2& TextureOf(SpriteGL2& sprite) { return *static_cast<TextureGL2*>(sprite.GetTexture()); }
+};
+
+TEST_F(Sequences, ASpriteGetsATextureBackAfterItHadNone) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    Ref<TextureGL2> const pFirst = MakeTexture(4, 4);
+    Ref<TextureGL2> const pSecond = MakeTexture(8, 8);
+    pSprite->SetTexture(pFirst.Get());
+    EXPECT_EQ(DrawnTexture(*pSprite), pFirst->GetGLTexture());
+    pSprite->SetTexture(nullptr);
+    Draw(*pSprite);
+    EXPECT_EQ(GetState().program, ProgramName(1));
+    pSprite->SetTexture(pSecond.Get());
+    EXPECT_EQ(DrawnTexture(*pSprite), pSecond->GetGLTexture());
+    pSprite->SetTexture(pFirst.Get());
+    EXPECT_EQ(DrawnTexture(*pSprite), pFirst->GetGLTexture());
+    EXPECT_EQ(Counts(Object::Texture).created, 2);
+}
+
+TEST_F(Sequences, AReplacedTextureIsDrawnWithItsNewPixels) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->SetTexture(MakeTexture(4, 4).Get());
+    Draw(*pSprite);
+    unsigned char const pixels[3 * 3] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
+    ASSERT_TRUE(TextureOf(*pSprite).Replace(3, 1, TextureFormat::RGB888, pixels, 9));
+    GLuint const drawn = DrawnTexture(*pSprite);
+    ASSERT_TRUE(FindTexture(drawn));
+    TextureLevel const level = FindTexture(drawn)->levels.at(0);
+    EXPECT_EQ(level.width, 3);
+    EXPECT_EQ(level.bytes, std::vector<std::uint8_t>(pixels, pixels + 9));
+    EXPECT_EQ(Counts(Object::Texture).live, 1);
+}
+
+TEST_F(Sequences, AReplacedSeparateAlphaGoesToo) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->SetTexture(MakeTexture(8, 4, TextureFormat::ETC1_RGBA).Get());
+    Draw(*pSprite);
+    EXPECT_EQ(Counts(Object::Texture).live, 2);
+    ASSERT_TRUE(TextureOf(*pSprite).Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0));
+    EXPECT_NE(DrawnTexture(*pSprite), 0u);
+    EXPECT_EQ(GetState().program, ProgramName(0));
+    EXPECT_EQ(Counts(Object::Texture).live, 1);
+}
+
+TEST_F(Sequences, AnotherWindowGoesOnWithAllThatThereIs) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->SetTexture(MakeTexture(4, 4).Get());
+    DrawAgain(*pSprite);
+    Strings const before = Lines();
+    ASSERT_TRUE(Device().Reset(nullptr));
+    Draw(*pSprite);
+    EXPECT_EQ(Lines(), before);
+    EXPECT_EQ(GetEglState().drawSurface, GetEglState().readSurface);
+}
+
+TEST_F(Sequences, AProgramKeepsItsLastTextureUntilItDrawsWithAnother) {
+    Ref<SpriteGL2> pSprite = MakeSprite(4, 4);
+    Ref<SpriteGL2> const pOther = MakeSprite(4, 4);
+    pSprite->SetTexture(MakeTexture(4, 4).Get());
+    pOther->SetTexture(MakeTexture(4, 4).Get());
+    Draw(*pSprite);
+    pSprite.Reset();
+    EXPECT_EQ(Counts(Object::Texture).live, 1);
+    Draw(*pOther);
+    EXPECT_EQ(Counts(Object::Texture).live, 1) << "the texture of the sprite that is gone went";
+    EXPECT_EQ(Counts(Object::Texture).deleted, 1);
+}
+
+TEST_F(Sequences, OneDeviceAfterAnotherStartsAnewAndLeavesNothing) {
+    for (int i = 0; i < 3; ++i) {
+        SCOPED_TRACE(i);
+        Ref<SpriteGL2> pSprite = MakeSprite(4, 4);
+        pSprite->GetAntialiasProperty().SetValue(true);
+        pSprite->SetTexture(MakeTexture(4, 4).Get());
+        Draw(*pSprite);
+        EXPECT_EQ(Count("glDraw*"), 2u);
+        EXPECT_NE(Draws().at(1).Texture("sDistribution"), 0u);
+        EXPECT_TRUE(Errors().empty());
+        pSprite.Reset();
+        m_pDevice.reset();
+        for (Object const object :
+             {Object::Texture, Object::Program, Object::Shader, Object::EglSurface, Object::EglContext}) {
+            EXPECT_EQ(Counts(object).live, 0) << static_cast<int>(object);
+        }
+        EXPECT_TRUE(CallsWithoutContext().empty());
+        m_pDevice = std::make_unique<GraphicsDeviceGL2>();
+        StartDrawing();
+    }
+}
+
+TEST_F(Sequences, AnUnmatchedPopOfACameraChangesNothing) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    Draw(*pSprite);
+    std::vector<float> const before = Draws().at(0).Uniform("mWorldToView");
+    Device().PopCamera();
+    Device().PushCamera2D(20, 20);
+    Device().PopCamera();
+    Device().PopCamera();
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Uniform("mWorldToView"), before);
+}
+
+TEST_F(Sequences, ASpriteThatWasNeverLoadedHasNoCoordinatesToGive) {
+    SpriteGL2 sprite;
+    Vector2T<RealFloat> coords[4] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};
+    sprite.GetTextureCoords(coords);
+    EXPECT_EQ(coords[3], (Vector2T<RealFloat>(7, 8)));
+}
+
+TEST_F(Sequences, ATextureWithoutAnImageIsDrawnAsNone) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->SetTexture(new TextureGL2);
+    EXPECT_EQ(DrawnTexture(*pSprite), 0u);
+    EXPECT_EQ(Count("glDraw*"), 1u);
+    EXPECT_EQ(Counts(Object::Texture).created, 0);
+}
+
+/** A device that was never brought up, or failed to be: there are no programs and no context. */
+class DeviceThatIsNotUp : public Sequences {
+protected:
+    DeviceThatIsNotUp() { m_pDevice = std::make_unique<GraphicsDeviceGL2>(); }
+};
+
+TEST_F(DeviceThatIsNotUp, DrawsWithoutProgramsAndHarm) {
+    struct Case {
+        char const* name;
+        bool ninePatch, textured, antialiased, masked;
+    };
+    Case const cases[] = {
+        {"plain", false, false, false, false},           {"textured", false, true, false, false},
+        {"plain with edges", false, false, true, false}, {"with edges", false, true, true, false},
+        {"masked", false, false, false, true},           {"nine-patch", true, true, false, false}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Ref<NinePatchSpriteGL2> const pPatch = MakeSprite<NinePatchSpriteGL2>(4, 4);
+        pPatch->SetTexture(test.textured ? MakeTexture(4, 4).Get() : nullptr);
+        pPatch->GetAntialiasProperty().SetValue(test.antialiased);
+        if (test.masked) {
+            pPatch->AddMask(MakeMask().Get());
+        }
+        if (test.ninePatch) {
+            List<Vector2T<int>> bands;
+            bands.Append(Vector2T<int>(1, 2));
+            pPatch->GetHorizontalBandsProperty().SetValue(bands);
+        }
+        Draw(*pPatch);
+        EXPECT_EQ(Count("glUseProgram"), 0u);
+        EXPECT_EQ(Count("glUniform*"), 0u);
+        EXPECT_EQ(Count("glDraw*(GL_LINES, *)") + Count("glDrawElements"), 0u);
+    }
+    Device().Present();
+    Device().Process();
+    EXPECT_FALSE(Device().Reset(nullptr));
+    EXPECT_EQ(Device().GetActiveCamera(), nullptr);
+    EXPECT_EQ(Device().GetEffectResource(HashName("NoSuchResource")), nullptr);
+}
+
+} // namespace
