@@ -32,8 +32,7 @@ void Node::ReleaseChildren() {
     while (!pending.IsEmpty()) {
         Node* const pNode = pending.Last();
         pending.RemoveLast();
-        pNode->m_pParent = nullptr;
-        pNode->m_nParentVersion = 0;
+        pNode->SetParent(nullptr);
         // The last reference: its children are released here rather than by its destructor. When there is no
         // memory to note them all, the rest is left to it.
         if (pNode->GetReferenceCount() == 1) {
@@ -121,8 +120,7 @@ void Node::InsertChild(unsigned int nIndex, Node* pChild) {
     if (pOldParent) {
         pOldParent->RemoveChild(static_cast<unsigned int>(pOldParent->m_children.IndexOf(pChild)));
     }
-    pChild->m_pParent = this;
-    pChild->m_nParentVersion = 0;
+    pChild->SetParent(this);
     MarkSubtreeChanged();
 }
 
@@ -142,8 +140,7 @@ void Node::MoveChild(unsigned int nFrom, unsigned int nTo) {
 void Node::RemoveChild(unsigned int nIndex) {
     Node* const pChild = m_children[nIndex];
     m_children.RemoveAt(nIndex);
-    pChild->m_pParent = nullptr;
-    pChild->m_nParentVersion = 0;
+    pChild->SetParent(nullptr);
     MarkSubtreeChanged();
     pChild->ReleaseReference();
 }

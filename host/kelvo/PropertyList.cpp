@@ -99,19 +99,33 @@ PropertyList::Entry const* PropertyList::Find(unsigned int nPropertyID) const {
 
 void PropertyList::Clear() {
     m_entries.Clear();
-    m_animated.Clear();
+    m_pFirstAnimated = nullptr;
+    m_otherAnimated.Clear();
 }
 
 void PropertyList::CollectAnimated() {
     unsigned long const nGeneration = BasePropertyGeneration::Get();
-    m_animated.Clear();
+    m_pFirstAnimated = nullptr;
+    m_otherAnimated.Clear();
     for (Entry const& entry : m_entries) {
         bool (*const pfnIsAnimated)(Property const*) = entry.m_pDescriptor->m_pfnIsAnimated;
-        if ((!pfnIsAnimated || pfnIsAnimated(entry.m_pProperty)) && !m_animated.Append(entry.m_pProperty)) {
+        if (pfnIsAnimated && !pfnIsAnimated(entry.m_pProperty)) {
+            continue;
+        }
+        if (!m_pFirstAnimated) {
+            m_pFirstAnimated = entry.m_pProperty;
+        } else if (!m_otherAnimated.Append(entry.m_pProperty)) {
             return; // tried again at the next update
         }
     }
     m_nGeneration = nGeneration;
+}
+
+void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& frame) {
+    m_pFirstAnimated->Update(context, frame);
+    for (unsigned int nOther = 0; nOther < m_otherAnimated.GetCount(); ++nOther) {
+        m_otherAnimated[nOther]->Update(context, frame);
+    }
 }
 
 bool PropertyList::Save(Serializer& serializer) const {

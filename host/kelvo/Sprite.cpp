@@ -8,13 +8,30 @@
 
 namespace trevik::kelvo {
 
-Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {}
+Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {
+    SetStyleMarks();
+}
 
 Sprite::Sprite(Sprite const& other)
-    : TransformNode(other), m_pTexture(other.m_pTexture), m_size(other.m_size), m_color(other.m_color),
-      m_blendMode(other.m_blendMode), m_antialias(other.m_antialias) {}
+    : TransformNode(other), m_size(other.m_size), m_color(other.m_color), m_blendMode(other.m_blendMode),
+      m_antialias(other.m_antialias), m_pTexture(other.m_pTexture) {
+    SetStyleMarks();
+}
 
 Sprite::~Sprite() = default;
+
+void Sprite::SetStyleMarks() {
+    m_blendMode.SetMarks(m_nMarks, StyleMark);
+    m_antialias.SetMarks(m_nMarks, StyleMark);
+}
+
+void Sprite::TakeStyle() {
+    m_nStyle = (m_blendMode.GetValue() == BlendMode::Normal ? Plain : 0u) |
+               (m_antialias.GetValue() ? Antialiased : 0u);
+    if (!m_blendMode.GetBinding() && !m_antialias.GetBinding()) {
+        m_nMarks &= ~unsigned(StyleMark);
+    }
+}
 
 void Sprite::Emit(MemoryTracer* pTracer) {
     TransformNode::Emit(pTracer);

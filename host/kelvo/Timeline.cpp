@@ -174,22 +174,23 @@ void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, 
         } else {
             pNode->InternalUpdate(device, frame, delta, fForce);
         }
-        if (__builtin_expect(m_fSubtreeChanged, 0) && &tree == &m_tree && !ResumeAfter(pNode, nEntry)) {
-            return;
+        if (__builtin_expect(m_fSubtreeChanged, 0) && &tree == &m_tree) {
+            nEntry = ResumeAfter(pNode);
         }
     }
 }
 
-/** After a change handler has changed the tree under way: flattens it anew and finds the place of the node
- * just updated. False when there is none; what then remains is updated by the next update. */
-bool Timeline::ResumeAfter(Node const* pNode, unsigned int& nEntry) {
+/** After a change handler has changed the tree under way: flattens it anew and tells the place of the node
+ * just updated, or the last one when it has none; what then remains is updated by the next update. */
+unsigned int Timeline::ResumeAfter(Node const* pNode) {
     BuildUpdateTree();
-    for (nEntry = 0; !m_fSubtreeChanged && nEntry < m_tree.GetCount(); ++nEntry) {
+    unsigned int const nCount = m_tree.GetCount();
+    for (unsigned int nEntry = 0; !m_fSubtreeChanged && nEntry < nCount; ++nEntry) {
         if (m_tree[nEntry]->m_value == pNode) {
-            return true;
+            return nEntry;
         }
     }
-    return false;
+    return nCount - 1; // of an empty tree, the one before the first
 }
 
 void Timeline::BuildUpdateTree() {

@@ -57,14 +57,16 @@ void RemoveAllReferences(List<T*>& list) {
 
 TransformNode::TransformNode() : m_scale(g_one), m_stretch(g_one), m_opacity(RealFloat(1)), m_visible(true) {
     m_pTransformNode = this;
+    SetPropertyMarks();
 }
 
 TransformNode::TransformNode(TransformNode const& other)
-    : Node(other), m_position(other.m_position), m_rotation(other.m_rotation), m_pivot(other.m_pivot),
-      m_scale(other.m_scale), m_stretch(other.m_stretch), m_opacity(other.m_opacity),
-      m_visible(other.m_visible), m_depth(other.m_depth), m_worldMatrix(other.m_worldMatrix),
-      m_localMatrix(other.m_localMatrix), m_rEffectiveOpacity(other.m_rEffectiveOpacity) {
+    : Node(other), m_localMatrix(other.m_localMatrix), m_rEffectiveOpacity(other.m_rEffectiveOpacity),
+      m_worldMatrix(other.m_worldMatrix), m_position(other.m_position), m_rotation(other.m_rotation),
+      m_pivot(other.m_pivot), m_scale(other.m_scale), m_stretch(other.m_stretch), m_opacity(other.m_opacity),
+      m_visible(other.m_visible), m_depth(other.m_depth) {
     m_pTransformNode = this;
+    SetPropertyMarks();
     for (Mask* pMask : other.m_masks) {
         Ref<Mask> const pCopy(pMask->Clone());
         AppendReference(m_masks, pCopy.Get());
@@ -73,6 +75,17 @@ TransformNode::TransformNode(TransformNode const& other)
         Ref<Effect> const pCopy(pEffect->Clone());
         AppendReference(m_effects, pCopy.Get());
     }
+}
+
+void TransformNode::SetPropertyMarks() {
+    m_position.SetMarks(m_nMarks, PositionMark);
+    m_rotation.SetMarks(m_nMarks, RotationMark);
+    m_pivot.SetMarks(m_nMarks, ShapeMark);
+    m_scale.SetMarks(m_nMarks, ShapeMark);
+    m_stretch.SetMarks(m_nMarks, ShapeMark);
+    m_opacity.SetMarks(m_nMarks, OpacityMark);
+    m_visible.SetMarks(m_nMarks, DrawMark);
+    m_depth.SetMarks(m_nMarks, DrawMark);
 }
 
 TransformNode::~TransformNode() {
@@ -123,118 +136,184 @@ void TransformNode::RegisterProperties() {
     m_properties.Register(u"CameraDepth", &m_depth);
 }
 
-inline unsigned int TransformNode::FindChanges() const {
-    unsigned int nChanges = IsSame(m_position.GetValue(), m_inputs.m_position) ? 0u : Moved;
-    if (!IsSame(m_rotation.GetValue(), m_inputs.m_rotation)) {
-        nChanges |= Turned;
+void TransformNode::TakeDrawState() const {
+    m_nDrawState = (m_visible.GetValue() ? Visible : 0u) | (m_depth.GetValue() ? CameraDepth : 0u);
+    if (!m_visible.GetBinding() && !m_depth.GetBinding()) {
+        m_nMarks &= ~unsigned(DrawMark);
     }
-    if (!IsSame(m_scale.GetValue(), m_inputs.m_scale) || !IsSame(m_stretch.GetValue(), m_inputs.m_stretch) ||
-        !IsSame(m_pivot.GetValue(), m_inputs.m_pivot)) {
+}
+
+void TransformNode::TakeOpacity() {
+    m_rOwnOpacity = ClampOpacity(m_opacity.GetValue());
+    if (!m_opacity.GetBinding()) {
+        m_nMarks &= ~unsigned(OpacityMark);
+    }
+}
+
+/** Takes the position up where its mark is set; tells what has changed. */
+inline unsigned int TransformNode::TakePosition() {
+    if (!m_position.GetBinding()) {
+        m_nMarks &= ~unsigned(PositionMark);
+    }
+    Vector3T<RealFloat> const& position = m_position.GetValue();
+    if (std::memcmp(&position, &m_takenPosition, sizeof(position)) == 0) {
+        return 0;
+    }
+    std::memcpy(static_cast<void*>(&m_takenPosition), &position, sizeof(position));
+    return Moved;
+}
+
+/** The same for the other values that the transform is made from, which change more rarely. */
+unsigned int TransformNode::TakeRotationAndShape() {
+    unsigned int nChanges = 0;
+    if (!IsSame(m_rotation.GetValue(), m_taken.m_rotation)) {
+        m_taken.m_rotation = m_rotation.GetValue();
+        nChanges = Turned;
+    }
+    if (!IsSame(m_pivot.GetValue(), m_taken.m_pivot) || !IsSame(m_scale.GetValue(), m_taken.m_scale) ||
+        !IsSame(m_stretch.GetValue(), m_taken.m_stretch)) {
+        m_taken.m_pivot = m_pivot.GetValue();
+        m_taken.m_scale = m_scale.GetValue();
+        m_taken.m_stretch = m_stretch.GetValue();
         nChanges |= Shaped;
     }
-    if (m_pParent) {
-        // Of a parent without a transform of this kind nobody knows when its matrix changes.
-        TransformNode const* const pParent = m_pParent->GetTransformNode();
-        if (!pParent || pParent->m_nTransformVersion != m_nParentVersion) {
-            nChanges |= ParentMoved;
-        }
-    } else if (m_nParentVersion != NoParent) {
-        nChanges |= ParentMoved;
+    if (!m_rotation.GetBinding()) {
+        m_nMarks &= ~unsigned(RotationMark);
+    }
+    if (!m_pivot.GetBinding() && !m_scale.GetBinding() && !m_stretch.GetBinding()) {
+        m_nMarks &= ~unsigned(ShapeMark);
     }
     return nChanges;
 }
 
+inline unsigned int TransformNode::TakeTransform() {
+    unsigned int const nMarks = m_nMarks & TransformMarks;
+    if (nMarks == 0) {
+        return 0;
+    }
+    unsigned int nChanges = 0;
+    if (__builtin_expect(nMarks != PositionMark, 0)) {
+        nChanges = TakeRotationAndShape();
+    }
+    return nChanges | TakePosition();
+}
+
+inline unsigned int TransformNode::FindParentChange() const {
+    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
+        return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
+    }
+    // Of a parent without a transform of this kind nobody knows when its matrix changes.
+    return m_pParent || m_nParentVersion != NoParent ? ParentMoved : 0u;
+}
+
 inline void TransformNode::UpdateOpacity() {
-    RealFloat opacity = ClampOpacity(m_opacity.GetValue());
-    if (m_pParent) {
-        TransformNode const* const pParent = m_pParent->GetTransformNode();
-        opacity *= pParent ? pParent->m_rEffectiveOpacity : m_pParent->GetOpacity();
+    if (__builtin_expect((m_nMarks & OpacityMark) != 0, 0)) {
+        TakeOpacity();
+    }
+    RealFloat opacity = m_rOwnOpacity;
+    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
+        opacity *= m_pParentTransform->m_rEffectiveOpacity;
+    } else if (m_pParent) {
+        opacity *= m_pParent->GetOpacity();
     }
     m_rEffectiveOpacity = opacity;
 }
 
 void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                                    bool fForce) {
-    UpdateContext context;
-    context.m_pDevice = &device;
-    m_properties.Update(context, frame);
-    m_nChanges |= FindChanges() | (fForce ? Everything : 0u);
-    if (m_nChanges != 0) {
+    // What effects are given waits in memory: keeping it in registers would cost each node without effects
+    // more.
+    Arguments arguments;
+    arguments.m_pDevice = &device;
+    arguments.m_pFrame = &frame;
+    arguments.m_pDelta = &delta;
+    arguments.m_fForce = fForce;
+    m_properties.Update(arguments, frame);
+    unsigned int nChanges = m_nChanges | TakeTransform() | FindParentChange();
+    if (__builtin_expect(arguments.m_fForce, 0)) {
+        nChanges |= Everything;
+    }
+    if (nChanges != 0) {
+        m_nChanges = nChanges;
         CalculateTransform();
     }
     UpdateOpacity();
+    if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
+        UpdateEffects(arguments);
+    }
+}
+
+void TransformNode::UpdateEffects(Arguments const& arguments) {
     for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
-        m_effects[nEffect]->Update(device, frame, delta, fForce);
+        m_effects[nEffect]->Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta,
+                                   arguments.m_fForce);
     }
 }
 
 inline void TransformNode::PlaceOrigin() {
-    m_inputs.m_position = m_position.GetValue();
-    m_localMatrix.m[12] = m_inputs.m_position.x + m_pivotOffset.x;
-    m_localMatrix.m[13] = m_inputs.m_position.y + m_pivotOffset.y;
-    m_localMatrix.m[14] = m_inputs.m_position.z + m_pivotOffset.z;
+    m_localMatrix.m[12] = m_takenPosition.x + m_pivotOffset.x;
+    m_localMatrix.m[13] = m_takenPosition.y + m_pivotOffset.y;
+    m_localMatrix.m[14] = m_takenPosition.z + m_pivotOffset.z;
+    m_localMatrix.m[15] = m_takenPosition.w + m_pivotOffset.w;
 }
 
-inline void TransformNode::MakeWorldMatrix(unsigned int nChanges) {
-    if (!m_pParent) {
-        m_worldMatrix = m_localMatrix;
-        m_nParentVersion = NoParent;
-        return;
+inline void TransformNode::CountTransform() {
+    if (__builtin_expect(++m_nTransformVersion == NoParent, 0)) {
+        m_nTransformVersion = 1;
     }
-    TransformNode const* const pParent = m_pParent->GetTransformNode();
-    if (!pParent) {
-        Matrix4Multiply(m_localMatrix, m_pParent->GetWorldMatrix(), m_worldMatrix);
-        return;
-    }
-    m_nParentVersion = pParent->m_nTransformVersion;
-    if (nChanges != Moved) {
-        Matrix4Multiply(m_localMatrix, pParent->m_worldMatrix, m_worldMatrix);
-        return;
-    }
-    // Only the origin has moved: the other columns stay.
-    Vector4T<RealFloat> const origin(m_localMatrix.m[12], m_localMatrix.m[13], m_localMatrix.m[14],
-                                     RealFloat(1));
-    Vector4T<RealFloat> placed;
-    Matrix4Vector4Multiply(pParent->m_worldMatrix, origin, placed);
-    std::memcpy(m_worldMatrix.m + 12, &placed, sizeof(placed));
 }
 
 void TransformNode::CalculateTransform() {
-    unsigned int const nChanges = m_nChanges != 0 ? m_nChanges : Everything;
+    if (m_nChanges != Moved || !m_pParentTransform || (m_nMarks & TransformMarks) != 0) {
+        CalculateAnyTransform();
+        return;
+    }
+    // Only the origin has moved: the other columns stay.
+    m_nChanges = 0;
+    PlaceOrigin();
+    Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
+    CountTransform();
+}
+
+void TransformNode::CalculateAnyTransform() {
+    // Without changes it was called from outside: it has to be as if all had changed.
+    unsigned int const nChanges = (m_nChanges != 0 ? m_nChanges : Everything) | TakeTransform();
     m_nChanges = 0;
     if (nChanges & (Turned | Shaped)) {
         MakeLocalMatrix(nChanges);
     } else if (nChanges & Moved) {
         PlaceOrigin();
     }
-    MakeWorldMatrix(nChanges);
-    if (++m_nTransformVersion == NoParent) {
-        m_nTransformVersion = 1;
+    if (m_pParentTransform) {
+        m_nParentVersion = m_pParentTransform->m_nTransformVersion;
+        Matrix4Multiply(m_localMatrix, m_pParentTransform->m_worldMatrix, m_worldMatrix);
+    } else if (m_pParent) {
+        Matrix4Multiply(m_localMatrix, m_pParent->GetWorldMatrix(), m_worldMatrix);
+    } else {
+        m_worldMatrix = m_localMatrix;
+        m_nParentVersion = NoParent;
     }
+    CountTransform();
 }
 
 /** Columns of the rotation, scaled; then the origin. Sines and cosines only when the rotation has changed. */
 void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
-    m_inputs.m_pivot = m_pivot.GetValue();
-    m_inputs.m_scale = m_scale.GetValue();
-    m_inputs.m_stretch = m_stretch.GetValue();
     if (nChanges & Turned) {
-        m_inputs.m_rotation = m_rotation.GetValue();
-        m_rotationMatrix = Matrix4RotationEulerXYZ(m_inputs.m_rotation);
+        m_rotationMatrix = Matrix4RotationEulerXYZ(m_taken.m_rotation);
     }
-    Vector3T<RealFloat> const& scale = m_inputs.m_scale;
-    Vector3T<RealFloat> const& stretch = m_inputs.m_stretch;
+    Vector3T<RealFloat> const& scale = m_taken.m_scale;
+    Vector3T<RealFloat> const& stretch = m_taken.m_stretch;
     RealFloat const factors[3] = {scale.x * stretch.x, scale.y * stretch.y, scale.z * stretch.z};
-    Vector3T<RealFloat> const& pivot = m_inputs.m_pivot;
+    Vector3T<RealFloat> const& pivot = m_taken.m_pivot;
     RealFloat* const m = m_localMatrix.m;
     for (int nColumn = 0; nColumn < 3; ++nColumn) {
         for (int nElement = 4 * nColumn; nElement < 4 * nColumn + 3; ++nElement) {
             m[nElement] = m_rotationMatrix.m[nElement] * factors[nColumn];
         }
     }
-    m_pivotOffset = Vector3T<RealFloat>(m[0] * pivot.x + m[4] * pivot.y + m[8] * pivot.z,
+    m_pivotOffset = Vector4T<RealFloat>(m[0] * pivot.x + m[4] * pivot.y + m[8] * pivot.z,
                                         m[1] * pivot.x + m[5] * pivot.y + m[9] * pivot.z,
-                                        m[2] * pivot.x + m[6] * pivot.y + m[10] * pivot.z);
+                                        m[2] * pivot.x + m[6] * pivot.y + m[10] * pivot.z, RealFloat(1));
     PlaceOrigin();
 }
 

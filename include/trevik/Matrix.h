@@ -130,6 +130,24 @@ inline void Matrix4Multiply(Matrix4T<T> const& a, Matrix4T<T> const& b, Matrix4T
     out = product;
 }
 
+/** Writes one column of what Matrix4Multiply writes, 0 to 3, and leaves the others as they are. */
+template <class T>
+inline void Matrix4MultiplyColumn(Matrix4T<T> const& a, Matrix4T<T> const& b, unsigned int column,
+                                  Matrix4T<T>& out) {
+#if defined(TREVIK_VECTOR_MATH)
+    if constexpr (std::is_same<T, float>::value) {
+        detail::Lanes const lanes = detail::TransformLanes(
+            detail::LoadLanes(b.m), detail::LoadLanes(b.m + 4), detail::LoadLanes(b.m + 8),
+            detail::LoadLanes(b.m + 12), detail::LoadLanes(a.m + 4 * column));
+        detail::StoreLanes(out.m + 4 * column, lanes);
+        return;
+    }
+#endif
+    T product[4];
+    detail::TransformPlain(b.m, a.m + 4 * column, product);
+    std::memcpy(out.m + 4 * column, product, sizeof(product));
+}
+
 /** Writes the ordinary product of m and the column vector v. out may be v. */
 template <class M, class V>
 inline void Matrix4Vector4Multiply(Matrix4T<M> const& m, Vector4T<V> const& v, Vector4T<V>& out) {

@@ -62,6 +62,7 @@ public:
 
     /** Where the current value may be written in place; to be followed by Notify. */
     T& GetWritableValue() {
+        Mark();
         return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetWritableValue() : m_value;
     }
 
@@ -71,6 +72,7 @@ public:
         if (__builtin_expect(m_pBinding != nullptr, 0)) {
             m_pBinding->Notify(changed);
         } else if (changed) {
+            Mark();
             m_changeEvent(m_value);
         }
     }
@@ -83,8 +85,11 @@ public:
 
     /** Lets `pBinding` stand in for the stored value, which stays as it is; null ends that. The caller owns
      * it. */
-    void Bind(PropertyBinding<T>* pBinding) { m_pBinding = pBinding; }
-    /** The binding, or null. */
+    void Bind(PropertyBinding<T>* pBinding) {
+        m_pBinding = pBinding;
+        Mark();
+    }
+    /** The binding, or null. A bound value may change at any time without a mark being set. */
     PropertyBinding<T>* GetBinding() const { return m_pBinding; }
 
     /** Makes `pController` the active controller. False for null or when out of memory. */
@@ -115,6 +120,7 @@ public:
         if (__builtin_expect(m_pBinding != nullptr, 0)) {
             UpdateBinding(context, frame);
         } else if (m_controllers.Last()->Evaluate(context, frame, m_value)) {
+            Mark();
             m_changeEvent(m_value);
         }
         // A subscriber may have removed controllers meanwhile.
@@ -167,6 +173,7 @@ public:
             return;
         }
         m_value = value;
+        Mark();
         m_changeEvent(m_value);
     }
 

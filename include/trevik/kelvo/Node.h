@@ -187,10 +187,8 @@ protected:
      * fails. */
     Node* CloneChildrenInto(Node* pCopy) const;
 
-    PropertyList m_properties;
-    List<Node*> m_children; ///< in attachment order, one reference each
-    Node* m_pParent = nullptr;
-    TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
+    // What every frame reads stands together at the front.
+    TransformNode* m_pParentTransform = nullptr; ///< the parent, when it has a transform
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     bool m_fRegistered = false;
     /** Set by classes that update their subtree in an Update of their own; other nodes are only asked for
@@ -199,11 +197,20 @@ protected:
     /** Nodes below were attached or detached since the tree was last flattened. Set in all nodes from the
      * place of the change up to the nearest one that updates its own subtree. */
     bool m_fSubtreeChanged = true;
+    List<Node*> m_children; ///< in attachment order, one reference each
+    PropertyList m_properties;
+    Node* m_pParent = nullptr;
+    TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
 
 private:
     friend class Timeline; // flattens its subtree
 
     bool CanAttach(Node const* pChild) const;
+    void SetParent(Node* pParent) {
+        m_pParent = pParent;
+        m_pParentTransform = pParent ? pParent->m_pTransformNode : nullptr;
+        m_nParentVersion = 0;
+    }
     void InsertChild(unsigned int nIndex, Node* pChild);
     void MoveChild(unsigned int nFrom, unsigned int nTo);
     void RemoveChild(unsigned int nIndex);

@@ -40,6 +40,12 @@ struct UpdateContext {
     GraphicsDevice* m_pDevice = nullptr;
 };
 
+/**
+ * Marks that an object's properties set when their values are written, a bit for one property or for several,
+ * so that the object looks at one word rather than at every value. Whoever takes a value up clears its mark.
+ */
+typedef unsigned int PropertyMarks;
+
 /** Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load
  * it. */
 class TREVIK_API Property {
@@ -62,11 +68,35 @@ public:
     /** Id of the property's name; 0 before Initialize. */
     unsigned int GetID() const { return m_nID; }
 
+    /**
+     * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
+     * are members of one object, at most 128 KB apart; a copy of the property sets no marks.
+     */
+    void SetMarks(PropertyMarks& marks, unsigned short nMark) {
+        // The distance fits into what would be padding, which a pointer would not.
+        m_nMarksDistance =
+            static_cast<short>((reinterpret_cast<char*>(&marks) - reinterpret_cast<char*>(this)) /
+                               static_cast<long>(sizeof(PropertyMarks)));
+        m_nMark = nMark;
+    }
+
 protected:
-    Property(Property const&) = default;
+    Property(Property const& other) : m_nID(other.m_nID) {}
     Property& operator=(Property const&) = delete;
 
+    /** To be called by everything that writes the value, before others hear of it. */
+    void Mark() {
+        if (m_nMark != 0) {
+            PropertyMarks* const pThis = reinterpret_cast<PropertyMarks*>(this);
+            pThis[m_nMarksDistance] |= m_nMark;
+        }
+    }
+
     unsigned int m_nID = 0;
+
+private:
+    short m_nMarksDistance = 0; ///< from this property, in marks
+    unsigned short m_nMark = 0;
 };
 
 } // namespace trevik::kelvo

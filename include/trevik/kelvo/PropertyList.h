@@ -56,13 +56,15 @@ public:
         if (m_nGeneration != BasePropertyGeneration::Get()) {
             CollectAnimated();
         }
-        for (Property* pProperty : m_animated) {
-            pProperty->Update(context, frame);
+        if (__builtin_expect(!m_otherAnimated.IsEmpty(), 0)) {
+            UpdateSeveral(context, frame);
+        } else if (m_pFirstAnimated) {
+            m_pFirstAnimated->Update(context, frame);
         }
     }
 
     /** Whether any property has a controller (as of the last Update). */
-    bool HasAnimated() const { return !m_animated.IsEmpty(); }
+    bool HasAnimated() const { return m_pFirstAnimated != nullptr; }
 
     /** Writes every property as a child node (tag "Property", type = property id) of the current node. */
     bool Save(Serializer& serializer) const;
@@ -81,10 +83,12 @@ private:
                                               PropertyType::Enum type,
                                               bool (*pfnIsAnimated)(Property const*));
     void CollectAnimated();
+    void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
 
+    unsigned long m_nGeneration = 0; ///< BasePropertyGeneration when the animated were collected; 0 = never
+    Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
+    List<Property*> m_otherAnimated;
     List<Entry> m_entries;
-    List<Property*> m_animated;
-    unsigned long m_nGeneration = 0; ///< BasePropertyGeneration when m_animated was collected; 0 = never
 };
 
 } // namespace trevik::kelvo

@@ -70,14 +70,24 @@ public:
     }
 
     bool Evaluate(UpdateContext const&, RealFloat const& frame, T& out) override {
-        if (m_nSampleCount == 0) {
-            return false;
+        RealFloat const t = frame;
+        // Plain samples between the first frame and the last, the common case, stand apart: frame and
+        // fraction come out without regard to the ends.
+        if (!m_fChunked && t > static_cast<RealFloat>(m_nStartFrame) && t < FrameLimit) {
+            long long const nFrame = static_cast<long long>(t);
+            unsigned long long const nSample = static_cast<unsigned long long>(nFrame - m_nStartFrame);
+            if (nSample + 1 < m_nSampleCount) {
+                unsigned char const* const pSample = GetPlainData() + nSample * sizeof(T);
+                RealFloat const f = t - static_cast<RealFloat>(nFrame);
+                if (__builtin_expect(f != 0, 1)) {
+                    PropertyTraits<T>::Interpolate(pSample, pSample + sizeof(T), f, out);
+                } else {
+                    PropertyTraits<T>::Read(out, pSample);
+                }
+                return true;
+            }
         }
-        if (__builtin_expect(m_fChunked, 0)) {
-            return EvaluateChunked(frame, out);
-        }
-        return EvaluateWith(frame, out,
-                            [this](unsigned long long nSample) { return FindPlainSample(nSample); });
+        return EvaluateAnywhere(t, out);
     }
 
     /**
@@ -172,6 +182,8 @@ public:
 
 private:
     static constexpr unsigned int ChunkedBit = 0x80000000u;
+    /** Above every frame that a sample can have, and within what converts to a whole number. */
+    static constexpr RealFloat FrameLimit = 1e18f;
     static_assert(!PropertyTraits<T>::Chunked || sizeof(Chunk) == 8 + sizeof(T),
                   "runs are saved without gaps");
 
@@ -191,6 +203,11 @@ private:
 
     unsigned char const* GetSampleData() const {
         return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_samples.GetData());
+    }
+    /** The same, told by what is there: own samples leave no room for external ones. */
+    unsigned char const* GetPlainData() const {
+        return m_samples.GetData() ? reinterpret_cast<unsigned char const*>(m_samples.GetData())
+                                   : m_pExternal;
     }
     unsigned char const* GetChunkData() const {
         return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_chunks.GetData());
@@ -223,21 +240,17 @@ private:
         return GetSampleData() + (nSample < nLast ? nSample : nLast) * sizeof(T);
     }
 
-    /** Apart from Evaluate so that plain samples, the common case, need not save registers for it. */
-    __attribute__((noinline)) bool EvaluateChunked(RealFloat t, T& out) const {
-        return EvaluateWith(t, out,
-                            [this](unsigned long long nSample) { return FindChunkedSample(nSample); });
-    }
-
-    template <class Find>
-    bool EvaluateWith(RealFloat t, T& out, Find find) const {
+    /** Evaluate for runs and for the ends. */
+    __attribute__((noinline)) bool EvaluateAnywhere(RealFloat t, T& out) const {
+        if (m_nSampleCount == 0) {
+            return false;
+        }
         RealFloat f;
         unsigned long long const nSample = Locate(t, f);
-        unsigned char const* const pSample = find(nSample);
         if (f == 0) {
-            PropertyTraits<T>::Read(out, pSample);
+            PropertyTraits<T>::Read(out, FindSample(nSample));
         } else {
-            PropertyTraits<T>::Interpolate(pSample, find(nSample + 1), f, out);
+            PropertyTraits<T>::Interpolate(FindSample(nSample), FindSample(nSample + 1), f, out);
         }
         return true;
     }

@@ -41,11 +41,36 @@ public:
     BoolProperty& GetAntialiasProperty() { return m_antialias; }
 
 protected:
-    Ref<Texture> m_pTexture;
+    /** Whether the current blend mode is the one that needs no effect. */
+    bool IsPlain() { return (GetStyle() & Plain) != 0; }
+    /** Current value of "Antialias". */
+    bool IsAntialiased() { return (GetStyle() & Antialiased) != 0; }
+
     SizeIntProperty m_size;   ///< "Size", node units, (0, 0). Geometry follows it at Load only.
     Vector3Property m_color;  ///< "Color", red, green, blue, 0 to 1; used without a texture, (1, 1, 1)
     IntProperty m_blendMode;  ///< "BlendMode", BlendMode::Normal
     BoolProperty m_antialias; ///< "Antialias": outline edges are drawn antialiased, false
+
+private:
+    /** Of blend mode and antialias. */
+    static constexpr unsigned short StyleMark = FirstDerivedMark;
+    /** What drawing asks of these two. */
+    enum Style : unsigned int { Plain = 1, Antialiased = 2 };
+
+    unsigned int GetStyle() {
+        if (__builtin_expect((m_nMarks & StyleMark) != 0, 0)) {
+            TakeStyle();
+        }
+        return m_nStyle;
+    }
+    void TakeStyle();
+    void SetStyleMarks();
+
+    unsigned int m_nStyle = 0;
+
+protected:
+    // Last, next to what back ends add to draw with.
+    Ref<Texture> m_pTexture;
 };
 
 } // namespace trevik::kelvo

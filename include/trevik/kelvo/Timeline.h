@@ -133,7 +133,7 @@ private:
     void Rewind();
     void Advance(RealFloat const& delta);
     void UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bool fForce);
-    bool ResumeAfter(Node const* pNode, unsigned int& nEntry);
+    unsigned int ResumeAfter(Node const* pNode);
     bool FlattenTree();
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
     void CountSubtrees();

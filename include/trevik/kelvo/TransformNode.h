@@ -61,27 +61,31 @@ public:
     /** Node space to parent space, as of the last update. */
     Matrix4T<RealFloat> const& GetLocalMatrix() const { return m_localMatrix; }
     /** Whether Render and selection leave the node and its children out: invisible, or wholly transparent. */
-    bool IsHidden() const { return !m_visible.GetValue() || !(m_rEffectiveOpacity > 0); }
+    bool IsHidden() const { return !(GetDrawState() & Visible) || !(m_rEffectiveOpacity > 0); }
 
 protected:
-    Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
-    Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
-    Vector3Property m_pivot;    ///< "Pivot", node units, added before scaling and turning, (0, 0, 0)
-    Vector3Property m_scale;    ///< "Scale", (1, 1, 1)
-    Vector3Property m_stretch;  ///< "Stretch", a second scale, multiplied with the first, (1, 1, 1)
-    RealProperty m_opacity;     ///< "Opacity", 0 to 1, 1
-    BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
-    BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
+    /** Marks of the properties; derived classes have the bits from FirstDerivedMark on. */
+    enum Marks : unsigned short {
+        PositionMark = 1,
+        RotationMark = 2,
+        ShapeMark = 4, ///< pivot, scale, stretch
+        TransformMarks = 7,
+        OpacityMark = 8,
+        DrawMark = 16, ///< visible, depth
+        FirstDerivedMark = 32
+    };
+    /** What drawing asks of the properties. */
+    enum DrawState : unsigned int { Visible = 1, CameraDepth = 2 };
 
-    Matrix4T<RealFloat> m_worldMatrix;            ///< node space to world space, as of the last update
-    Matrix4T<RealFloat> m_localMatrix;            ///< node space to parent space, as of the last update
-    RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
-    List<Mask*> m_masks;                          ///< one reference each
-    List<Effect*> m_effects;                      ///< in attachment order, one reference each
-
-    /** IsSelect for any rectangle in the plane z = 0 of node space. */
-    bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,
-                             Vector2T<RealFloat>& position, RealFloat& distance);
+    /** The current values of "Visible" and "CameraDepth", as bits. */
+    unsigned int GetDrawState() const {
+        if (__builtin_expect((m_nMarks & DrawMark) != 0, 0)) {
+            TakeDrawState();
+        }
+        return m_nDrawState;
+    }
+    /** Current value of "CameraDepth". */
+    bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
 private:
     /** What a transform is derived from, as bits of a set of changes. */
@@ -94,28 +98,78 @@ private:
     };
     /** Stands for the transform version of a parent where there is none. */
     static constexpr unsigned int NoParent = 0xffffffffu;
-    /** The property values that m_localMatrix was made from. */
-    struct LocalInputs {
-        Vector3T<RealFloat> m_position;
+
+    // First what is not looked at in every frame, then what is, in the order in which it is: a node's share
+    // of a frame is mostly the time to fetch it.
+    Matrix4T<RealFloat> m_localMatrix;             ///< node space to parent space, as of the last update
+    Vector4T<RealFloat> m_takenPosition;           ///< the position that m_localMatrix was made from; w = 0
+    Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
+    mutable unsigned int m_nDrawState = 0;
+
+protected:
+    /**
+     * Set by properties whose values are still to be taken up. While a property is bound its mark stays: a
+     * binding changes its value without telling.
+     */
+    mutable PropertyMarks m_nMarks = ~0u;
+
+private:
+    unsigned int m_nChanges =
+        Everything; ///< what CalculateTransform has to take up; 0 = it was called from outside
+    unsigned int m_nTransformVersion = 1;   ///< counts changes of m_worldMatrix; neither 0 nor NoParent
+    RealFloat m_rOwnOpacity = RealFloat(1); ///< the opacity property, within 0 to 1
+
+protected:
+    RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
+    Matrix4T<RealFloat> m_worldMatrix;            ///< node space to world space, as of the last update
+    List<Mask*> m_masks;                          ///< one reference each
+    List<Effect*> m_effects;                      ///< in attachment order, one reference each
+
+    Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
+    Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
+    Vector3Property m_pivot;    ///< "Pivot", node units, added before scaling and turning, (0, 0, 0)
+    Vector3Property m_scale;    ///< "Scale", (1, 1, 1)
+    Vector3Property m_stretch;  ///< "Stretch", a second scale, multiplied with the first, (1, 1, 1)
+    RealProperty m_opacity;     ///< "Opacity", 0 to 1, 1
+    BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
+    BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
+
+    /** IsSelect for any rectangle in the plane z = 0 of node space. */
+    bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,
+                             Vector2T<RealFloat>& position, RealFloat& distance);
+
+private:
+    /** What InternalUpdate is given. */
+    struct Arguments : UpdateContext {
+        RealFloat const* m_pFrame;
+        RealFloat const* m_pDelta;
+        bool m_fForce;
+    };
+
+    void SetPropertyMarks();
+    // Inline only where they are used, which is where they are defined.
+    inline unsigned int TakePosition();
+    inline unsigned int TakeTransform();
+    inline unsigned int FindParentChange() const;
+    inline void UpdateOpacity();
+    inline void PlaceOrigin();
+    inline void CountTransform();
+    unsigned int TakeRotationAndShape();
+    void TakeOpacity();
+    void TakeDrawState() const;
+    void UpdateEffects(Arguments const& arguments);
+    void CalculateAnyTransform();
+    void MakeLocalMatrix(unsigned int nChanges);
+
+    /** The property values besides the position that m_localMatrix was made from. */
+    struct TakenValues {
         Vector3T<RealFloat> m_rotation;
         Vector3T<RealFloat> m_pivot;
         Vector3T<RealFloat> m_scale;
         Vector3T<RealFloat> m_stretch;
     };
-
-    // Inline only where they are used, which is where they are defined.
-    inline unsigned int FindChanges() const;
-    inline void UpdateOpacity();
-    inline void PlaceOrigin();
-    inline void MakeWorldMatrix(unsigned int nChanges);
-    void MakeLocalMatrix(unsigned int nChanges);
-
-    LocalInputs m_inputs;
-    Matrix4T<RealFloat> m_rotationMatrix; ///< of m_inputs.m_rotation
-    Vector3T<RealFloat> m_pivotOffset;    ///< the pivot, scaled and turned
-    unsigned int m_nChanges =
-        Everything; ///< what CalculateTransform has to take up; 0 = it was called from outside
-    unsigned int m_nTransformVersion = 1; ///< counts changes of m_worldMatrix; neither 0 nor NoParent
+    TakenValues m_taken;
+    Matrix4T<RealFloat> m_rotationMatrix; ///< of m_taken.m_rotation
 };
 
 } // namespace trevik::kelvo
