@@ -2,6 +2,8 @@
 
 #include "GraphicsDeviceGL2.h"
 
+#include "trevik/Assert.h"
+
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -19,18 +21,23 @@ namespace {
 
 constexpr char const* DefaultName = "libkelvoGLES20.so.1";
 
-/** The library beside the program when there is one, else its bare name, which the loader looks for. */
+/** The back end in the folder of another file; empty when there is none. */
+std::string FindBeside(std::string const& path) {
+    std::string const beside = path.substr(0, path.rfind('/') + 1) + DefaultName;
+    return path.find('/') != std::string::npos && access(beside.c_str(), R_OK) == 0 ? beside : "";
+}
+
+/** The library beside the program or beside the host's, else its bare name, which the loader looks for. */
 std::string FindDefault() {
-    char program[PATH_MAX];
+    char program[PATH_MAX] = "";
     ssize_t const nLength = readlink("/proc/self/exe", program, sizeof program);
-    if (nLength > 0) {
-        std::string const path(program, static_cast<std::size_t>(nLength));
-        std::string const beside = path.substr(0, path.rfind('/') + 1) + DefaultName;
-        if (access(beside.c_str(), R_OK) == 0) {
-            return beside;
-        }
+    std::string found = FindBeside(std::string(program, nLength > 0 ? static_cast<std::size_t>(nLength) : 0));
+    Dl_info host = {};
+    if (found.empty() && dladdr(reinterpret_cast<void const*>(&trevik::AssertFail), &host) &&
+        host.dli_fname) {
+        found = FindBeside(host.dli_fname);
     }
-    return DefaultName;
+    return found.empty() ? DefaultName : found;
 }
 
 template <class Function>

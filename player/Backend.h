@@ -21,8 +21,9 @@ public:
     Backend& operator=(Backend const&) = delete;
 
     /**
-     * Loads the library at `path`, or libkelvoGLES20 from beside the program or from where libraries are, and
-     * lets it register its classes. False with one line in `error` when there is none, or it is no back end.
+     * Loads the library at `path`, or libkelvoGLES20 from beside the program or libkelvo or from where
+     * libraries are, and lets it register its classes. False with one line in `error` when there is none, or
+     * it is no back end.
      */
     bool Load(std::string const& path, std::string& error);
 
