@@ -27,9 +27,12 @@ void NinePatchSpriteGL2::RegisterNPProperties() {
     m_properties.Register(u"NintPatchPairY", &m_verticalBands);
     m_properties.Register(u"ContentMargin", &m_contentMargin);
     // Bands do not mark the grid themselves: only size, scale and pivot changes and construction do.
-    static_cast<void>(m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)));
-    static_cast<void>(m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
-    static_cast<void>(m_pivot.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
+    static_cast<void>(
+        m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)));
+    static_cast<void>(
+        m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
+    static_cast<void>(
+        m_pivot.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
 }
 
 void NinePatchSpriteGL2::OnSizeChanged(SizeT<int> const&) {
@@ -49,13 +52,14 @@ long long GetEnd(Vector2T<int> const& band) {
 
 } // namespace
 
-bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, RealFloat extent, int nTextureSize,
-                                          RealFloat scale, List<RealFloat>& textureCoords,
+bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, RealFloat extent,
+                                          int nTextureSize, RealFloat scale, List<RealFloat>& textureCoords,
                                           List<RealFloat>& positions) {
     List<Vector2T<int>> const& pairs = bands.GetValue();
     if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
         // All of the texture here, parts of its used size below: intended.
-        return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) && positions.Append(extent);
+        return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) &&
+               positions.Append(extent);
     }
     unsigned int const nCount = pairs.GetCount() < g_MaxNinePatchPair ? pairs.GetCount() : g_MaxNinePatchPair;
     RealFloat const rTexture = static_cast<RealFloat>(nTextureSize);
@@ -70,7 +74,8 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
     }
     fAppended = fAppended && (!fTrailingEdge || textureCoords.Append(1));
 
-    // What the stretchable bands must fill once the fixed texels keep their size; positions are before the node's scale.
+    // What the stretchable bands must fill once the fixed texels keep their size; positions are before the
+    // node's scale.
     RealFloat const rFill = rTexture * scale - (rTexture - rStretchable);
     fAppended = fAppended && (!fLeadingEdge || positions.Append(0));
     RealFloat rPosition = 0;
@@ -114,10 +119,10 @@ bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
     List<RealFloat>& v = m_cutCoords[1];
     List<RealFloat>& y = m_cutPositions[1];
     // An axis that ran out of memory has fewer lines; the grid below then has fewer cells.
-    static_cast<void>(EvaluateVertices(m_horizontalBands, static_cast<RealFloat>(size.width), m_pTexture->GetWidth(),
-                                       scale.x, u, x));
-    static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height), m_pTexture->GetHeight(),
-                                       scale.y, v, y));
+    static_cast<void>(EvaluateVertices(m_horizontalBands, static_cast<RealFloat>(size.width),
+                                       m_pTexture->GetWidth(), scale.x, u, x));
+    static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height),
+                                       m_pTexture->GetHeight(), scale.y, v, y));
     unsigned int const nColumns = x.GetCount();
     unsigned int const nRows = y.GetCount();
     if (u.GetCount() != nColumns || v.GetCount() != nRows || nColumns == 0 || nRows == 0) {
@@ -182,7 +187,8 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     // antialiased edges: intended.
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
     if (!m_textureCoords.IsEmpty()) {
-        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, m_gridTextureCoords.GetData());
+        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
+                              m_gridTextureCoords.GetData());
     }
     ShaderProgramGL2* const pProgram =
         device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat()));

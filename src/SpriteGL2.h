@@ -13,8 +13,9 @@ class ShaderProgramGL2;
 class TextureGL2;
 
 /**
- * A sprite drawn as one strip of four vertices, straight from client memory. Corners lie in strip order: (0, 0), (0, h),
- * (w, 0), (w, h). Geometry is built by Load; a later change of the size property does not move the corners.
+ * A sprite drawn as one strip of four vertices, straight from client memory, with its corners in the order
+ * (0, 0), (0, h), (w, 0), (w, h). Geometry is built by Load; a later change of the size property does not
+ * move the corners.
  */
 class KELVO_EXPORT SpriteGL2 : public Sprite {
 public:
@@ -26,8 +27,8 @@ public:
     ~SpriteGL2() override;
 
     /**
-     * Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset. False, with the
-     * geometry unchanged, when the host sprite cannot be loaded or there is no memory.
+     * Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset.
+     * False, with the geometry unchanged, when the host sprite cannot be loaded or there is no memory.
      */
     bool Load(Deserializer& deserializer) override;
     /** Draws the sprite: masks, then the first effect that takes it, or, in the normal blend mode, itself. */
@@ -36,17 +37,17 @@ public:
     void SetTexture(Texture* pTexture) override;
 
     /**
-     * Draws the strip, then, with the antialias property, the outline. Calls glVertexAttribPointer (0 and, with a
-     * texture, 1), the shader and sampler calls of the chosen program, glBlendFuncSeparate, glBlendEquationSeparate and
-     * glDrawArrays. Render thread.
+     * Draws the strip, then, with the antialias property, the outline. Calls glVertexAttribPointer (0 and,
+     * with a texture, 1), the shader and sampler calls of the chosen program, glBlendFuncSeparate,
+     * glBlendEquationSeparate and glDrawArrays. Render thread.
      */
     virtual void InternalRenderNonBlended(GraphicsDeviceGL2& device);
 
     /** Corner positions in node space; four after Load. */
     List<Vector3T<RealFloat>>& GetVertices() { return m_vertices; }
     /**
-     * Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`; nothing before
-     * there are four (after Load).
+     * Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`;
+     * nothing before there are four (after Load).
      */
     void GetTextureCoords(Vector2T<RealFloat>* pOut);
 
@@ -56,21 +57,27 @@ public:
     static void ReleaseAntialiasFilter();
 
     /**
-     * Edge functions of the segment p0-p1 (clip space): four line equations (x, y, constant) over window pixels that are
-     * 1 on the segment's outline and fall off within `halfWidth`. They are written to `pEquations[nFirst]` to
-     * `[nFirst + 3]` and again `nCopyDistance` further on; p0 and p1 come back as device coordinates with w = 1. Formula:
-     * prefiltered lines, with the length term's difference of squares intended.
+     * Edge functions of the segment p0-p1 (clip space): four line equations (x, y, constant) over window
+     * pixels that are 1 on the segment's outline and fall off within `halfWidth`. They are written to
+     * `pEquations`, four from `nFirst` on, and again `nCopyDistance` further on; p0 and p1 come back divided
+     * by their w, as device coordinates. Formula: prefiltered lines, with the length term's difference of
+     * squares intended.
      */
     static void CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
                                 Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,
-                                Vector3T<RealFloat>* pEquations, unsigned int nFirst, unsigned int nCopyDistance);
+                                Vector3T<RealFloat>* pEquations, unsigned int nFirst,
+                                unsigned int nCopyDistance);
 
 protected:
     TextureGL2* GetTextureGL2() const;
     // Inline where SpriteParameters.h is included.
     /** Binds the texture's samplers to the active program. */
-    static inline void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture, bool fSeparateAlpha);
-    /** Sets vColor: white (textured) or the colour property with the opacity as alpha, or the highlight colour. */
+    static inline void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture,
+                                          bool fSeparateAlpha);
+    /**
+     * Sets vColor: white (textured) or the colour property with the opacity as alpha, or the highlight
+     * colour.
+     */
     inline void SetColorParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program, bool fTextured);
     /** Sets mWorldToView to model-view × projection. */
     static inline void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);

@@ -1,5 +1,5 @@
-// Reads hostile scene files. A scene is read whole or not at all, what is wrong is said in one line, and what has been
-// read can be saved and loaded again.
+// Reads hostile scene files. A scene is read whole or not at all, what is wrong is said in one line, and what
+// has been read can be saved and loaded again.
 
 #include <cstdint>
 #include <cstdlib>

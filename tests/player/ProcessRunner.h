@@ -18,7 +18,8 @@ struct Outcome {
  * `watch` is asked a hundred times a second whether to interrupt it; it is interrupted once.
  */
 Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
-            std::vector<std::string> const& variables = {}, std::function<bool()> const& watch = nullptr);
+                   std::vector<std::string> const& variables = {},
+                   std::function<bool()> const& watch = nullptr);
 
 /** The same for the player. */
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables = {});

@@ -77,8 +77,8 @@ public:
     virtual jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) = 0;
     /**
      * Promotes the texture to a single surface that shows its image and is drawn from now on. False when it
-     * has no pixels (any more) that agree with its size and levels, is compressed or promoted already, or when
-     * promoting or writing the surface fails. Render thread.
+     * has no pixels (any more) that agree with its size and levels, is compressed or promoted already, or
+     * when promoting or writing the surface fails. Render thread.
      */
     virtual bool PromoteToSurface();
 
