@@ -292,7 +292,7 @@ constexpr CatalogueEntry Catalogue[] = {
 constexpr unsigned int CatalogueCount = sizeof(Catalogue) / sizeof(Catalogue[0]);
 
 Ref<ShaderProgramGL2> CreateProgram(CatalogueEntry const& entry) {
-    Ref<ShaderProgramGL2> const pProgram(new (std::nothrow) ShaderProgramGL2);
+    Ref<ShaderProgramGL2> pProgram(new (std::nothrow) ShaderProgramGL2);
     if (pProgram) {
         pProgram->SetSource(ShaderType::Fragment, entry.fragment);
         pProgram->SetSource(ShaderType::Vertex, entry.vertex);
