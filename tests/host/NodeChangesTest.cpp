@@ -33,6 +33,21 @@ ExactMatrix LocalMatrixOf(TransformNode& node) {
            Matrix4Translation(Exact(node.GetPositionProperty().GetValue()));
 }
 
+/** A value that changes without telling the properties that are bound to it, and is not changed by them. */
+template <class T>
+class Elsewhere : public PropertyBinding<T> {
+public:
+    T m_value{};
+
+    T const& GetValue() const override { return m_value; }
+    void SetValue(T const&) override {}
+    T& GetWritableValue() override { return m_written; }
+    void Notify(bool) override {}
+
+private:
+    T m_written{};
+};
+
 /** A root with nodes that come and go. */
 class ChangingTree {
 public:
@@ -50,7 +65,10 @@ public:
     void Change() {
         TransformNode& node = *m_nodes[1 + Pick(m_nodes.size() - 1)];
         TransformNode& other = *m_nodes[Pick(m_nodes.size())];
-        switch (Pick(10)) {
+        m_place.m_value = Place();
+        m_opacity.m_value = Number(0, 1);
+        m_visible.m_value = Pick(2) == 0;
+        switch (Pick(12)) {
         case 0:
         case 1:
             return other.Attach(&node);
@@ -69,6 +87,12 @@ public:
             return;
         case 8:
             return node.GetRotationProperty().SetValue(Vector3(Number(-180, 180), 0, Number(-180, 180)));
+        case 9:
+            node.GetVisibleProperty().SetValue(Pick(3) != 0);
+            return node.GetVisibleProperty().Bind(Pick(3) == 0 ? &m_visible : nullptr);
+        case 10:
+            node.GetPositionProperty().Bind(Pick(2) == 0 ? &m_place : nullptr);
+            return node.GetOpacityProperty().Bind(Pick(2) == 0 ? &m_opacity : nullptr);
         default:
             return ChangeVector(node);
         }
@@ -89,6 +113,7 @@ public:
         double const own = double(node.GetOpacityProperty().GetValue());
         double const product = opacity * (own < 0 ? 0 : own > 1 ? 1 : own);
         EXPECT_NEAR(double(node.GetOpacity()), product, 1e-5);
+        EXPECT_EQ(node.IsHidden(), !node.GetVisibleProperty().GetValue() || !(node.GetOpacity() > 0));
         unsigned int nCount = 1;
         for (Node* pChild : node.GetChildren()) {
             EXPECT_EQ(pChild->GetParent(), &node);
@@ -125,13 +150,15 @@ private:
                    : node.GetChild(static_cast<unsigned int>(Pick(node.GetChildCount())));
     }
     void ChangeVector(TransformNode& node) {
-        switch (Pick(4)) {
+        switch (Pick(5)) {
         case 0:
             return node.GetPositionProperty().SetValue(Place());
         case 1:
             return node.GetPivotProperty().SetValue(Place());
         case 2:
             return node.GetScaleProperty().SetValue(Factors());
+        case 3:
+            return node.GetScaleProperty().Bind(Pick(2) == 0 ? &m_place : nullptr);
         default:
             return node.GetStretchProperty().SetValue(Factors());
         }
@@ -148,6 +175,9 @@ private:
         return counts;
     }
 
+    Elsewhere<Vector3> m_place;
+    Elsewhere<RealFloat> m_opacity;
+    Elsewhere<bool> m_visible;
     TestDevice m_device;
     std::mt19937 m_random;
     std::vector<Ref<TransformNode>> m_nodes; // the root first
