@@ -112,11 +112,11 @@ void SpriteGL2::InternalRender(GraphicsDevice& device) {
 }
 
 inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
-    device.GraphicsDeviceGL2::SetCameraDepth(m_depth.GetValue());
+    device.GraphicsDeviceGL2::SetCameraDepth(HasCameraDepth());
     device.LoadModelView(m_worldMatrix);
     if (__builtin_expect((m_masks.GetCount() | m_effects.GetCount()) != 0, false)) {
         DrawWithMasksAndEffects(device);
-    } else if (m_blendMode.GetValue() == BlendMode::Normal) {
+    } else if (IsPlain()) {
         InternalRenderNonBlended(device);
     }
 }
@@ -130,7 +130,7 @@ void SpriteGL2::DrawWithMasksAndEffects(GraphicsDeviceGL2& device) {
             break;
         }
     }
-    if (!fDrawn && m_blendMode.GetValue() == BlendMode::Normal) {
+    if (!fDrawn && IsPlain()) {
         InternalRenderNonBlended(device);
     }
     device.PopMasks(m_masks);
@@ -175,7 +175,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         SetTransformParameter(device, *pProgram);
     }
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-    if (__builtin_expect(m_antialias.GetValue(), false)) {
+    if (__builtin_expect(IsAntialiased(), false)) {
         RenderAntialiasedEdges(device, pTexture);
     }
     if (pTexture != nullptr) {
