@@ -5,6 +5,7 @@
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
+#include "trevik/kelvo/Timeline.h"
 
 namespace trevik::kelvo {
 
@@ -276,6 +277,9 @@ Node* Node::CloneChildrenInto(Node* pCopy) const {
         delete pChild;
         delete pCopy;
         return nullptr;
+    }
+    if (pCopy && IsKindOf(Timeline::ClassID)) {
+        static_cast<Timeline*>(pCopy)->TakeCopiedCamera(static_cast<Timeline const&>(*this));
     }
     return pCopy;
 }

@@ -119,6 +119,39 @@ bool ReadText(unsigned char const* pData, unsigned long nLength, StringEncoded<U
     return true;
 }
 
+bool FindWay(Node const& from, Node const& to, NodeWay& way) {
+    List<Node*> line; // `to` and all above it
+    for (Node* pNode = const_cast<Node*>(&to); pNode; pNode = pNode->GetParent()) {
+        if (!line.Append(pNode)) {
+            return false;
+        }
+    }
+    unsigned int nLevels = 0;
+    Node* pShared = const_cast<Node*>(&from);
+    while (pShared && line.IndexOf(pShared) < 0) {
+        pShared = pShared->GetParent();
+        ++nLevels;
+    }
+    way.Clear();
+    bool fFound = pShared && way.Append(nLevels);
+    for (int nBelow = fFound ? line.IndexOf(pShared) : 0; nBelow > 0 && fFound; --nBelow) {
+        unsigned int const nLine = static_cast<unsigned int>(nBelow);
+        fFound = way.Append(static_cast<unsigned int>(line[nLine]->GetChildren().IndexOf(line[nLine - 1])));
+    }
+    return fFound;
+}
+
+Node* FollowWay(Node& from, NodeWay const& way) {
+    Node* pNode = way.IsEmpty() ? nullptr : &from;
+    for (unsigned int nLevel = 0; pNode && nLevel < way[0]; ++nLevel) {
+        pNode = pNode->GetParent();
+    }
+    for (unsigned int nStep = 1; pNode && nStep < way.GetCount(); ++nStep) {
+        pNode = way[nStep] < pNode->GetChildCount() ? pNode->GetChild(way[nStep]) : nullptr;
+    }
+    return pNode;
+}
+
 void AppendPathStep(StringEncoded<UTF16Encoding>& sPath, StringEncoded<UTF16Encoding> const& sName,
                     int nIndex) {
     sPath.Append(u"/", 1);

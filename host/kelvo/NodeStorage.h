@@ -2,6 +2,7 @@
 
 #include "trevik/Encoding.h"
 #include "trevik/Hash.h"
+#include "trevik/List.h"
 #include "trevik/Ref.h"
 #include "trevik/StringEncoded.h"
 
@@ -43,6 +44,16 @@ bool LoadText(Deserializer& deserializer, unsigned int nAttributeID, StringEncod
 
 /** UTF-16 units from bytes at any alignment; false on half a unit or when out of memory. */
 bool ReadText(unsigned char const* pData, unsigned long nLength, StringEncoded<UTF16Encoding>& sText);
+
+/** The way from one node of a tree to another: how many levels up, then from there the indices of children.
+ */
+typedef List<unsigned int> NodeWay;
+
+/** Finds the way between two nodes; false when they are in different trees, or when out of memory. */
+bool FindWay(Node const& from, Node const& to, NodeWay& way);
+
+/** Where a way leads to from a node; null when that is nowhere. */
+Node* FollowWay(Node& from, NodeWay const& way);
 
 /** Appends "/name", or "/#index" for a node without a name. */
 void AppendPathStep(StringEncoded<UTF16Encoding>& sPath, StringEncoded<UTF16Encoding> const& sName,

@@ -16,9 +16,19 @@ namespace {
 constexpr unsigned int FrameDelayID = HashName("FrameDelay");
 constexpr unsigned int TimeMapID = HashName("TimeMap");
 constexpr unsigned int AutoPlayID = HashName("AutoPlay");
+constexpr unsigned int CameraWayID = HashName("CameraWay");
 
 bool IsValidDelay(RealFloat delay) {
     return delay > 0 && std::isfinite(delay);
+}
+
+/** Reads an attribute, if it is there; false when it is not of the value's length. */
+template <class T>
+bool ReadOptional(Deserializer& deserializer, unsigned int nAttributeID, T& value) {
+    unsigned char const* pData = nullptr;
+    unsigned long nLength = 0;
+    return !deserializer.FindAttribute(nAttributeID, pData, nLength) ||
+           deserializer.ReadValue(nAttributeID, value);
 }
 
 /** The remainder in 0 .. length. */
@@ -39,7 +49,9 @@ Timeline::Timeline(Timeline const& other)
       m_rFrameDelay(other.m_rFrameDelay), m_pfnTimeMap(other.m_pfnTimeMap), m_fPlaying(other.m_fPlaying),
       m_fAutoPlay(other.m_fAutoPlay), m_fBackwards(other.m_fBackwards) {
     m_fUpdatesSubtree = true;
-    if (other.m_pCamera) {
+    if (other.m_pCamera && other.m_pCamera->GetParent()) {
+        m_pCamera = other.m_pCamera;
+    } else if (other.m_pCamera) {
         m_pCamera = static_cast<Camera*>(other.m_pCamera->CloneTree());
     }
 }
@@ -60,8 +72,21 @@ void Timeline::Reset() {
     TransformNode::Reset();
 }
 
+bool Timeline::Load(Deserializer& deserializer) {
+    if (!TransformNode::Load(deserializer)) {
+        return false;
+    }
+    // What hangs from the timeline is there by now; what stands above comes with Reload.
+    bool const fBelow = !m_cameraWay.IsEmpty() && m_cameraWay[0] == 0;
+    return !fBelow || TakeCameraOnWay() || deserializer.Fail(u"its camera is not where it was attached");
+}
+
 void Timeline::Reload() {
     Rewind();
+    if (!m_cameraWay.IsEmpty() && !TakeCameraOnWay()) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: its camera is not where it was attached",
+                           GetPath().GetData());
+    }
     if (m_pCamera) {
         m_pCamera->Reload();
     }
@@ -276,6 +301,10 @@ void Timeline::InternalRender(GraphicsDevice& device) {
     PreRenderChildren(device);
     RenderChildren(device);
     PostRenderChildren(device);
+    // Held from below, a camera would keep itself alive.
+    if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0 && IsBelow(*m_pActiveCamera)) {
+        m_pActiveCamera.Reset();
+    }
 }
 
 /** The cameras of InternalRender without its effects, masks and depth test: nothing is drawn. */
@@ -345,11 +374,62 @@ RealFloat Timeline::GetMappedFrame() const {
     return first + m_pfnTimeMap(played < 0 ? RealFloat(0) : played > 1 ? RealFloat(1) : played) * length;
 }
 
+bool Timeline::IsBelow(Node const& node) const {
+    Node const* pNode = m_pParent;
+    while (pNode && pNode != &node) {
+        pNode = pNode->GetParent();
+    }
+    return pNode != nullptr;
+}
+
+void Timeline::SetCamera(Camera* pCamera) {
+    if (pCamera && IsBelow(*pCamera)) {
+        Debug::TraceFormat(TraceLevel::Error,
+                           u"[kelvo] %s: no timeline can look through a camera that it hangs from",
+                           GetPath().GetData());
+        return;
+    }
+    m_pCamera = pCamera;
+}
+
+/** After the children of `original` have been copied: if its camera is among them, the copy is this one's. */
+void Timeline::TakeCopiedCamera(Timeline const& original) {
+    bool const fAttached = original.m_pCamera && original.m_pCamera->GetParent();
+    if (!fAttached || !FindWay(original, *original.m_pCamera, m_cameraWay) || m_cameraWay[0] != 0 ||
+        !TakeCameraOnWay()) {
+        m_cameraWay.Release();
+    }
+}
+
+/** Looks through the camera that m_cameraWay leads to; false when there is none. The way is used up. */
+bool Timeline::TakeCameraOnWay() {
+    Node* const pNode = FollowWay(*this, m_cameraWay);
+    m_cameraWay.Release();
+    if (!pNode || !pNode->IsKindOf(Camera::ClassID) || IsBelow(*pNode)) {
+        return false;
+    }
+    m_pCamera = static_cast<Camera*>(pNode);
+    return true;
+}
+
 bool Timeline::InternalSave(Serializer& serializer) {
     unsigned char const nAutoPlay = m_fAutoPlay ? 1 : 0;
     return TransformNode::InternalSave(serializer) && serializer.WriteValue(FrameDelayID, m_rFrameDelay) &&
-           serializer.WriteValue(AutoPlayID, nAutoPlay) && SaveTimeMap(serializer) &&
-           (!m_pCamera || SaveNode(serializer, NodeID::Camera, *m_pCamera));
+           serializer.WriteValue(AutoPlayID, nAutoPlay) && SaveTimeMap(serializer) && SaveCamera(serializer);
+}
+
+bool Timeline::SaveCamera(Serializer& serializer) const {
+    if (!m_pCamera || !m_pCamera->GetParent()) {
+        return !m_pCamera || SaveNode(serializer, NodeID::Camera, *m_pCamera);
+    }
+    NodeWay way;
+    if (!FindWay(*this, *m_pCamera, way)) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: the camera %s is attached to another tree",
+                           GetPath().GetData(), m_pCamera->GetPath().GetData());
+        return false;
+    }
+    return serializer.WriteAttribute(CameraWayID, reinterpret_cast<unsigned char const*>(way.GetData()),
+                                     static_cast<unsigned long>(way.GetCount()) * sizeof(unsigned int));
 }
 
 bool Timeline::SaveTimeMap(Serializer& serializer) const {
@@ -369,20 +449,28 @@ bool Timeline::SaveTimeMap(Serializer& serializer) const {
 
 bool Timeline::InternalLoad(Deserializer& deserializer) {
     if (!TransformNode::InternalLoad(deserializer) || !LoadFrameDelay(deserializer) ||
-        !LoadTimeMap(deserializer) || !LoadCamera(deserializer)) {
+        !LoadAutoPlay(deserializer) || !LoadTimeMap(deserializer) || !LoadCamera(deserializer) ||
+        !LoadCameraWay(deserializer)) {
         return false;
-    }
-    unsigned char nAutoPlay = 0;
-    if (deserializer.ReadValue(AutoPlayID, nAutoPlay)) {
-        m_fAutoPlay = nAutoPlay != 0;
     }
     Rewind();
     return true;
 }
 
+bool Timeline::LoadAutoPlay(Deserializer& deserializer) {
+    unsigned char nAutoPlay = m_fAutoPlay ? 1 : 0;
+    if (!ReadOptional(deserializer, AutoPlayID, nAutoPlay)) {
+        return deserializer.Fail(u"whether it plays from the start does not take one byte");
+    }
+    m_fAutoPlay = nAutoPlay != 0;
+    return true;
+}
+
 bool Timeline::LoadFrameDelay(Deserializer& deserializer) {
     RealFloat delay = m_rFrameDelay;
-    deserializer.ReadValue(FrameDelayID, delay);
+    if (!ReadOptional(deserializer, FrameDelayID, delay)) {
+        return deserializer.Fail(u"its frame delay is no number");
+    }
     if (!IsValidDelay(delay)) {
         return deserializer.Fail(u"frames cannot last %g seconds", double(delay));
     }
@@ -420,6 +508,16 @@ bool Timeline::LoadCamera(Deserializer& deserializer) {
         m_pCamera = static_cast<Camera*>(pNode.Get());
     }
     return true;
+}
+
+bool Timeline::LoadCameraWay(Deserializer& deserializer) {
+    unsigned char const* pData = nullptr;
+    unsigned long nLength = 0;
+    if (!deserializer.FindAttribute(CameraWayID, pData, nLength)) {
+        return true;
+    }
+    return (nLength != 0 && detail::ReadElements(m_cameraWay, pData, nLength)) ||
+           deserializer.Fail(u"the way to its camera is damaged");
 }
 
 } // namespace trevik::kelvo

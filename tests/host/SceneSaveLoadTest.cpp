@@ -171,6 +171,12 @@ struct Damage {
     char const* m_pReason;
 };
 
+void AddTimelineWith(DocumentNode& root, char const* pAttribute, std::vector<unsigned char> const& bytes) {
+    Ref<DocumentNode> const pNode(new DocumentNode(NodeTag, HashName("Timeline")));
+    AddBytes(*pNode, HashName(pAttribute), bytes);
+    root.AddChild(pNode);
+}
+
 TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
     Damage const cases[] = {
         {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
@@ -211,15 +217,11 @@ TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
          },
          "a third of a vector", "/root/group/sprite: ", "property \"Scale\""},
         {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
-             AddBytes(*pNode, HashName("TimeMap"), BytesOf('z', 'i', 'g'));
-             root.AddChild(pNode);
+             AddTimelineWith(root, "TimeMap", BytesOf('z', 'i', 'g'));
          },
          "an unknown time map", "/root/#3: ", "no time map \"zig\""},
         {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
-             AddBytes(*pNode, HashName("FrameDelay"), BytesOf(-1.0f));
-             root.AddChild(pNode);
+             AddTimelineWith(root, "FrameDelay", BytesOf(-1.0f));
          },
          "negative time", "/root/#3: ", "frames cannot last -1 seconds"},
         {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
@@ -228,6 +230,26 @@ TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
              root.AddChild(pNode);
          },
          "a camera that is none", "/root/#3: ", "its camera is no camera"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             AddTimelineWith(root, "FrameDelay", BytesOf('x'));
+         },
+         "a byte of time", "/root/#3: ", "frame delay is no number"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             AddTimelineWith(root, "AutoPlay", BytesOf(1));
+         },
+         "four bytes of truth", "/root/#3: ", "plays from the start"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             AddTimelineWith(root, "CameraWay", {0, 0, 0, 0, 1});
+         },
+         "a step of one byte", "/root/#3: ", "the way to its camera is damaged"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             AddTimelineWith(root, "CameraWay", BytesOf(0u, 0u));
+         },
+         "a way to nowhere", "/root/#3: ", "not where it was attached"},
+        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
+             AddBytes(root, HashName("CameraWay"), BytesOf(0u, 0u));
+         },
+         "a way to a group", "/root: ", "not where it was attached"},
         {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
              Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
              AddBytes(*pNode, HashName("NodeName"), {1, 2, 3});
@@ -332,6 +354,79 @@ TEST(SceneSaveLoad, WhatCannotBeSavedIsNamed) {
     ASSERT_FALSE(log.GetLines().empty());
     EXPECT_NE(log.GetLines()[0].find("/root: the time map is a function without a name"), std::string::npos)
         << log.GetLines()[0];
+}
+
+/** A sample whose timelines look through one camera, which is attached to the sprite. */
+struct AttachedCamera : Sample {
+    Ref<TestCamera> m_pCamera = Make<TestCamera>("attached camera");
+    Timeline& m_inner = static_cast<Timeline&>(*m_pRoot->FindNode(Name("inner")));
+
+    AttachedCamera() {
+        m_pSprite->Attach(m_pCamera.Get());
+        m_pRoot->SetCamera(m_pCamera.Get());
+        m_inner.SetCamera(m_pCamera.Get());
+    }
+};
+
+TEST(SceneSaveLoad, AnAttachedCameraComesBackWhereItWas) {
+    AttachedCamera sample;
+    Ref<DocumentNode> const pDocument = sample.Save();
+    ASSERT_TRUE(pDocument);
+    Scene loaded;
+    Deserializer deserializer(pDocument, sample.m_registry);
+    ASSERT_TRUE(loaded.Load(deserializer)) << String8(deserializer.GetError()).GetData();
+    Timeline& root = *loaded.GetRoot();
+    Node* const pCamera = root.FindNode(Name("attached camera"));
+    ASSERT_NE(pCamera, nullptr);
+    EXPECT_EQ(root.GetCamera(), pCamera) << "below the timeline";
+    EXPECT_EQ(static_cast<Timeline*>(root.FindNode(Name("inner")))->GetCamera(), pCamera) << "beside it";
+    EXPECT_EQ(ChildNames(*root.FindNode(Name("sprite"))), "attached camera");
+    loaded.Update(sample.m_device, 1);
+    EXPECT_EQ(Origin(pCamera->GetWorldMatrix()), Vector3(8, 4, 0)) << "it goes with the sprite";
+}
+
+TEST(SceneSaveLoad, ACameraThatCannotBeFoundAgainIsNone) {
+    // Up one level, then: a child that is not there, a node that is no camera, and a camera that the timeline
+    // hangs from.
+    for (std::vector<unsigned char> const& way :
+         {BytesOf(1u, 9u), BytesOf(1u, 0u), BytesOf(1000000u, 0u), BytesOf(1u)}) {
+        Ref<TestCamera> const pCamera = Make<TestCamera>("above");
+        Ref<TestSprite> const pSprite = Make<TestSprite>("sprite");
+        Ref<TestTimeline> const pTimeline = Make<TestTimeline>("film");
+        pCamera->Attach(pSprite.Get());
+        pCamera->Attach(pTimeline.Get());
+        Ref<DocumentNode> const pNode(new DocumentNode(0, 0));
+        AddBytes(*pNode, HashName("CameraWay"), way);
+        TestRegistry registry;
+        Deserializer deserializer(pNode, registry);
+        ASSERT_TRUE(pTimeline->Load(deserializer)) << "what is above is not there yet";
+        TraceLog log;
+        pTimeline->Reload();
+        EXPECT_EQ(pTimeline->GetCamera(), nullptr);
+        EXPECT_EQ(log.GetOnly(), "[kelvo] /above/film: its camera is not where it was attached");
+    }
+}
+
+TEST(SceneSaveLoad, ACameraOfAnotherTreeIsNotSaved) {
+    AttachedCamera sample;
+    Ref<TransformNode> const pElsewhere = Make<TransformNode>("elsewhere");
+    pElsewhere->Attach(sample.m_pCamera.Get());
+    TraceLog log;
+    EXPECT_FALSE(sample.Save());
+    ASSERT_FALSE(log.GetLines().empty());
+    EXPECT_EQ(log.GetLines()[0],
+              "[kelvo] /root: the camera /elsewhere/attached camera is attached to another tree");
+}
+
+TEST(SceneSaveLoad, ACopySavesTheSame) {
+    AttachedCamera sample;
+    std::vector<unsigned char> const saved = Flatten(sample.Save());
+    Ref<Node> const pCopy(sample.m_pRoot->CloneTree());
+    sample.m_inner.SetCamera(nullptr); // the copied inner timeline would look through the original camera
+    sample.m_scene.SetRoot(static_cast<Timeline*>(pCopy.Get()));
+    static_cast<Timeline*>(pCopy->FindNode(Name("inner")))
+        ->SetCamera(static_cast<Camera*>(pCopy->FindNode(Name("attached camera"))));
+    EXPECT_EQ(Flatten(sample.Save()), saved);
 }
 
 TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {

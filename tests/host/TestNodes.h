@@ -164,6 +164,7 @@ public:
     void PreRenderChildren(GraphicsDevice& device) override {
         static_cast<TestDevice&>(device).Note("enter", *this);
         device.PushCamera(GetCamera());
+        m_pActiveCamera = device.GetActiveCamera();
     }
     void PostRenderChildren(GraphicsDevice& device) override {
         static_cast<TestDevice&>(device).Note("leave", *this);

@@ -405,6 +405,39 @@ TEST(Timeline, ACopyHasACameraOfItsOwn) {
     EXPECT_EQ(film.m_pTimeline->GetFrame(), 3) << "and time of its own";
 }
 
+TEST(Timeline, ACopyLooksThroughTheCopyOfAnAttachedCamera) {
+    NestedFilm film;
+    Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+    film.m_pSprite->Attach(pCamera.Get());
+    film.m_pOuter->SetCamera(pCamera.Get());
+    Ref<Node> const pCopy(film.m_pOuter->CloneTree());
+    EXPECT_EQ(static_cast<Timeline*>(pCopy.Get())->GetCamera(), pCopy->FindNode(Name("camera")));
+    EXPECT_NE(static_cast<Timeline*>(pCopy.Get())->GetCamera(), pCamera.Get());
+    // Attached elsewhere, it is not copied.
+    film.m_pOuter->Attach(pCamera.Get());
+    film.m_pTimeline->SetCamera(pCamera.Get());
+    Ref<Node> const pInner(film.m_pTimeline->CloneTree());
+    EXPECT_EQ(static_cast<Timeline*>(pInner.Get())->GetCamera(), pCamera.Get());
+}
+
+TEST(Timeline, HangsFromNoCameraThatItHolds) {
+    NestedFilm film;
+    Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+    film.m_pOuter->Attach(pCamera.Get());
+    film.m_pOuter->SetCamera(pCamera.Get());
+    pCamera->Attach(film.m_pTimeline.Get()); // moves with the camera, as a display over the picture does
+    {
+        TraceLog log;
+        film.m_pTimeline->SetCamera(pCamera.Get());
+        EXPECT_EQ(log.GetLines().size(), 1u);
+    }
+    EXPECT_EQ(film.m_pTimeline->GetCamera(), nullptr);
+    film.m_pOuter->Update(film.m_device, 0);
+    film.m_pOuter->Render(film.m_device);
+    EXPECT_EQ(film.m_pOuter->GetActiveCamera(), pCamera.Get());
+    EXPECT_EQ(film.m_pTimeline->GetActiveCamera(), nullptr);
+}
+
 TEST(Timeline, DeepNestsOfTimelinesAreUpdatedAndDrawn) {
     TestDevice device;
     device.m_fNoting = false;

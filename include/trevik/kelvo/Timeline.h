@@ -55,6 +55,7 @@ public:
     /** Draws the children between PreRenderChildren and PostRenderChildren; selects among them with the same
      * camera. */
     void Render(GraphicsDevice& device) override;
+    bool Load(Deserializer& deserializer) override;
     /** Rewinds as Reset does, now that the frame range is known. */
     void Reload() override;
     void Emit(MemoryTracer* pTracer) override;
@@ -106,11 +107,15 @@ public:
     /**
      * The camera through which children are seen; null leaves the enclosing one. Held by reference, not a
      * child: unless it is attached somewhere, it is updated with the timeline, at the frame that children
-     * see, and stands in world space.
+     * see, and stands in world space; it is copied and saved with the timeline.
+     *
+     * Attached below the timeline, it is found again below a copy of the tree; attached elsewhere, it is the
+     * copy's camera too. A tree that is saved and loaded has it where it was attached. One that the timeline
+     * itself hangs from is refused (traced): each would keep the other alive.
      */
     Camera* GetCamera() const { return m_pCamera.Get(); }
-    void SetCamera(Camera* pCamera) { m_pCamera = pCamera; }
-    /** The camera that was active when the children were last drawn. */
+    void SetCamera(Camera* pCamera);
+    /** The camera that was active when the children were last drawn; null when the timeline hangs from it. */
     Camera* GetActiveCamera() const { return m_pActiveCamera.Get(); }
 
     RealProperty& GetFirstFrameProperty() { return m_firstFrame; }
@@ -129,6 +134,8 @@ protected:
     Ref<Camera> m_pActiveCamera; ///< written by PreRenderChildren
 
 private:
+    friend class Node; // copies trees
+
     bool HasEnd() const { return m_lastFrame.GetValue() > m_firstFrame.GetValue(); }
     void Rewind();
     void Advance(RealFloat const& delta);
@@ -138,10 +145,16 @@ private:
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
     void CountSubtrees();
     void RenderChildren(GraphicsDevice& device);
+    bool IsBelow(Node const& node) const;
+    void TakeCopiedCamera(Timeline const& original);
+    bool TakeCameraOnWay();
     bool SaveTimeMap(Serializer& serializer) const;
+    bool SaveCamera(Serializer& serializer) const;
     bool LoadFrameDelay(Deserializer& deserializer);
+    bool LoadAutoPlay(Deserializer& deserializer);
     bool LoadTimeMap(Deserializer& deserializer);
     bool LoadCamera(Deserializer& deserializer);
+    bool LoadCameraWay(Deserializer& deserializer);
 
     RealFloat m_rFrame = 0;
     RealFloat m_rEnclosingFrame = 0; ///< what the last update was given
@@ -150,6 +163,7 @@ private:
     bool m_fPlaying = false;
     bool m_fAutoPlay = false;
     bool m_fBackwards = false; ///< on the way back in PingPong
+    List<unsigned int> m_cameraWay; ///< to an attached camera, while the tree is loaded
     List<TreeNode<Node*>> m_treeNodes;
     List<TreeNode<Node*>*> m_tree; ///< m_treeNodes, in order
 };
