@@ -22,6 +22,7 @@ typedef RectangleT<RealFloat> Rectangle;
 template <class... T>
 std::vector<unsigned char> BytesOf(T const&... values) {
     std::vector<unsigned char> bytes;
+    bytes.reserve((sizeof(T) + ... + 0));
     (bytes.insert(bytes.end(), reinterpret_cast<unsigned char const*>(&values),
                   reinterpret_cast<unsigned char const*>(&values) + sizeof(T)),
      ...);
