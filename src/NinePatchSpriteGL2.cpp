@@ -57,7 +57,7 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
                                           List<RealFloat>& positions) {
     List<Vector2T<int>> const& pairs = bands.GetValue();
     if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
-        // All of the texture here, parts of its used size below: intended.
+        // The whole texture here, fractions of its used size below, and both go over all of it: intended.
         return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) &&
                positions.Append(extent);
     }

@@ -144,7 +144,7 @@ unsigned int TextureGL2::CreateCountedGLTexture() {
     Statistics& statistics = Statistics::Instance();
     statistics.FireEvent(
         StringEncoded<UTF16Encoding>::Format(u"Create Texture: %dx%d(%d)", m_nWidth, m_nHeight, m_nByteSize));
-    statistics.IncrementStat(Statistics::StatTextureMemory, m_nByteSize);
+    statistics.IncrementStat(Statistics::StatTextureMemory, m_nByteSize); // even if it fails now: intended
     CreateGLTexture();
     return m_nGLTexture;
 }

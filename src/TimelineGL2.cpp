@@ -13,7 +13,7 @@ TimelineGL2::TimelineGL2(TimelineGL2 const& other) = default;
 TimelineGL2::~TimelineGL2() = default;
 
 void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
-    ScopeCounter const counter(12, true);
+    ScopeCounter const counter(ScopeCounter::TimelinePreChildren, true);
     if (m_pCamera) {
         device.PushCamera(m_pCamera.Get());
     }
@@ -37,7 +37,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
 }
 
 void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
-    ScopeCounter const counter(13, true);
+    ScopeCounter const counter(ScopeCounter::TimelinePostChildren, true);
     if (!m_masks.IsEmpty()) {
         static_cast<GraphicsDeviceGL2&>(device).LoadModelView(m_worldMatrix);
         device.PopMasks(m_masks);
