@@ -62,6 +62,11 @@ TEST_F(SpriteTest, AFailedLoadLeavesTheGeometry) {
 
 TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
     Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 8);
+    pTexture->SetUsedSize(4, 2);
+    pSprite->SetTexture(pTexture.Get());
+    pSprite->SetTexture(nullptr);
+    Floats const coords = {0, 0.25f, 0, 0, 0.5f, 0.25f, 0.5f, 0};
     pSprite->GetSizeProperty().SetValue(SizeT<int>(20, 30));
     Serializer serializer;
     ASSERT_TRUE(pSprite->Save(serializer));
@@ -71,7 +76,7 @@ TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
         SCOPED_TRACE(nFailures);
         ASSERT_LT(nFailures, 1000u);
         EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
-        EXPECT_EQ(CoordsOf(*pSprite).size(), 8u);
+        EXPECT_EQ(CoordsOf(*pSprite), coords);
         Deserializer deserializer(pDocument, m_registry);
         Allocation::FailAfter(nFailures);
         fLoaded = pSprite->Load(deserializer);
@@ -79,6 +84,7 @@ TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
     }
     EXPECT_GT(nFailures, 2u) << "the geometry alone takes two lists";
     EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 30, 0, 20, 0, 0, 20, 30, 0}));
+    EXPECT_FLOAT_EQ(CoordsOf(*pSprite)[0], 0.0001f);
 }
 
 TEST_F(SpriteTest, CornersFollowTheSizeAtTheNextLoadOnly) {
