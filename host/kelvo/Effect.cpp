@@ -47,7 +47,7 @@ bool Effect::OverrideDrawText(GraphicsDevice&, Text&) {
 
 void Effect::Emit(MemoryTracer* pTracer) {
     pTracer->EmitAllocation(GetClassSize(), MemoryType::Object);
-    m_properties.Emit(pTracer);
+    GetProperties().Emit(pTracer);
 }
 
 void Effect::RegisterProperties() {}

@@ -212,7 +212,7 @@ void Node::Emit(MemoryTracer* pTracer) {
     pTracer->EmitAllocation(GetClassSize(), MemoryType::Object);
     pTracer->EmitAllocation(m_sName.GetLength() * static_cast<unsigned int>(sizeof(char16_t)),
                             MemoryType::Text);
-    m_properties.Emit(pTracer);
+    GetProperties().Emit(pTracer);
     for (Node* pChild : m_children) {
         pTracer->EmitObject(pChild);
     }

@@ -277,6 +277,19 @@ TEST(Node, ReportsItsSubtreeOnce) {
     EXPECT_EQ(tracer.GetBytes(MemoryType::Object), 4 * sizeof(Group));
 }
 
+TEST(Node, ReportsWhatAnimatesItEvenBeforeItsFirstUpdate) {
+    Ref<TestSprite> const pSprite = Make<TestSprite>("sprite");
+    Ref<TestEffect> const pEffect(new TestEffect);
+    pSprite->AddEffect(pEffect.Get());
+    Animate<RealFloat>(pSprite->GetOpacityProperty(), 0, {0, 1});
+    Animate<RealFloat>(pEffect->GetAmountProperty(), 0, {0, 1, 2});
+    MemoryTracer tracer;
+    tracer.EmitObject(pSprite.Get());
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 4u) << "controllers and samples, of both";
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Property),
+              2 * sizeof(SampleController<RealFloat>) + 5 * sizeof(RealFloat));
+}
+
 TEST(Node, ChangesMadeWhileTheTreeIsUpdatedAreTakenUp) {
     // A handler that swaps its sibling for a new node while the timeline walks its flattened tree.
     struct Swapper {

@@ -12,8 +12,8 @@ class TREVIK_API ITraceable {
 public:
     virtual ~ITraceable() = default;
 
-    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while the object is not
-     * changed. */
+    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while nobody else uses
+     * the object. */
     virtual void Emit(MemoryTracer* pTracer) = 0;
 };
 

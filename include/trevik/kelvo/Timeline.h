@@ -162,7 +162,7 @@ private:
     Interpolate::Function m_pfnTimeMap = nullptr;
     bool m_fPlaying = false;
     bool m_fAutoPlay = false;
-    bool m_fBackwards = false; ///< on the way back in PingPong
+    bool m_fBackwards = false;      ///< on the way back in PingPong
     List<unsigned int> m_cameraWay; ///< to an attached camera, while the tree is loaded
     List<TreeNode<Node*>> m_treeNodes;
     List<TreeNode<Node*>*> m_tree; ///< m_treeNodes, in order
