@@ -144,6 +144,7 @@ public:
     }
     /**
      * Binds a program in place of the active one; null only unbinds. The active program is not bound again.
+     * The device takes no reference: a program that is not registered has to be replaced here before it goes.
      */
     void SetActiveShader(ShaderProgramGL2* pProgram) {
         if (pProgram != m_pActiveShader) {
@@ -207,6 +208,7 @@ private:
     void CloseDisplay();
     bool IsExactConfig(EGLConfig config, int const* pSizes, bool& fExact) const;
     void ChangeActiveShader(ShaderProgramGL2* pProgram);
+    void DeactivateUnregisteredShader();
     void EnterMasks(List<Mask*> const& masks);
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);

@@ -42,6 +42,16 @@ public:
         return nullptr;
     }
 
+    /** Whether some entry has this object. */
+    bool Holds(T const* pObject) const {
+        for (int i = 0; i < m_nCount; ++i) {
+            if (m_ppObjects[i] == pObject) {
+                return true;
+            }
+        }
+        return false;
+    }
+
     /**
      * Adds a reference to the object, then an entry at the end.
      * @return the entry's index; -1, with the reference kept all the same, when the table cannot grow.

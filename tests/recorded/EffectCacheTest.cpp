@@ -34,6 +34,21 @@ public:
     }
 };
 
+/** Has a program of its own, which it leaves active. */
+class ProgramResource : public CountedResource {
+public:
+    bool Init(GraphicsDevice& device) override {
+        m_pProgram->SetSource(ShaderType::Vertex, u"void main() {}");
+        m_pProgram->SetSource(ShaderType::Fragment, u"void main() {}");
+        m_pProgram->Compile();
+        static_cast<GraphicsDeviceGL2&>(device).SetActiveShader(m_pProgram.Get());
+        return CountedResource::Init(device);
+    }
+
+private:
+    Ref<ShaderProgramGL2> m_pProgram{new ShaderProgramGL2};
+};
+
 constexpr unsigned int First = HashName("FirstCountedResource");
 constexpr unsigned int Second = HashName("SecondCountedResource");
 
@@ -83,6 +98,34 @@ TEST_F(EffectCache, AReleasedResourceIsMadeAnew) {
     EXPECT_EQ(g_counters.initialised, 3);
     m_pDevice.reset();
     EXPECT_EQ(g_counters.destroyed, 3);
+}
+
+TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
+    BringUp();
+    constexpr unsigned int Owner = HashName("ProgramResource");
+    m_registry.AddClassContainer(new ClassContainerT<ProgramResource>(Owner));
+    for (bool const fFails : {false, true}) {
+        SCOPED_TRACE(fFails);
+        g_counters.fail = fFails;
+        Clear();
+        EXPECT_EQ(Device().GetEffectResource(Owner) == nullptr, fFails);
+        Device().ReleaseEffectResources();
+        EXPECT_TRUE(CallsInOrder({"glUseProgram(0)", "glDeleteProgram"}));
+        EXPECT_EQ(GetState().program, 0u);
+        Device().SetActiveShader(Device().GetShader(-1)); // looks at the one that was active
+        EXPECT_EQ(GetState().program, ProgramName(0));
+        Device().SetActiveShader(nullptr);
+    }
+}
+
+TEST_F(EffectCache, ReleasingLeavesARegisteredProgramActive) {
+    BringUp();
+    Device().GetEffectResource(First);
+    Device().SetActiveShader(Device().GetShader(-2));
+    Clear();
+    Device().ReleaseEffectResources();
+    EXPECT_CALLS();
+    EXPECT_EQ(GetState().program, ProgramName(1));
 }
 
 TEST_F(EffectCache, ManyClassesAreToldApart) {
