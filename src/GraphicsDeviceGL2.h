@@ -98,8 +98,9 @@ public:
     /** Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. */
     void PushCamera(Camera* pCamera) override;
     /**
-     * Pushes a new orthographic camera, without a place of its own: the upper left corner is (0, 0), the lower
-     * right one (width - 1, height - 1), y points down, and what lies from z = -10 to z = -1000 is seen.
+     * Pushes a new orthographic camera, without a place of its own: the upper left corner is (0, 0), the
+     * lower right one (width - 1, height - 1), y points down, and what lies from z = -10 to z = -1000 is
+     * seen.
      */
     void PushCamera2D(RealFloat const& width, RealFloat const& height) override;
     void PopCamera() override;
