@@ -151,7 +151,6 @@ struct Driver {
 Driver& TheDriver();
 
 // ---- Handles: small numbers in a range of their own for each sort
-// ----------------------------------------------
 
 enum class Handle : std::uintptr_t {
     Display = 0xD1000,
@@ -173,7 +172,6 @@ inline EGLDisplay TheDisplay() {
 }
 
 // ---- Calls
-// -----------------------------------------------------------------------------------------------------
 
 template <class T>
 Argument MakeArgument(ArgumentKind kind, const char* name, T value) {
@@ -271,6 +269,23 @@ void GenerateNames(Invocation& call, GLsizei n, GLuint* names, NameTable<T>& tab
             call.GetSession().Created(object);
     }
 }
+
+/** What all glDelete* functions of many names do; `forget` unbinds a name that was in use. */
+template <class T, class Forget>
+void DeleteNames(Invocation& call, GLsizei n, const GLuint* names, NameTable<T>& table, Object object,
+                 Forget&& forget) {
+    if (n < 0)
+        return call.Raise(GL_INVALID_VALUE);
+    for (GLsizei i = 0; i < n; ++i) {
+        if (names[i] == 0 || !table.Erase(names[i]))
+            continue;
+        call.GetSession().Deleted(object);
+        forget(names[i]);
+    }
+}
+
+/** Takes a deleted texture or renderbuffer (`type`) out of the framebuffer that is bound. */
+void DetachFromBound(ContextData& context, GLenum type, GLuint name);
 
 /** Reads what the call's client pointers point to, and writes its line. */
 void DescribeCall(Call& call, const ContextData& context);

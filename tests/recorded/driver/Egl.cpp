@@ -55,7 +55,6 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 }
 
 // ---- Configs
-// ---------------------------------------------------------------------------------------------------
 
 /** One attribute of a config; nothing for an attribute that is none. */
 std::optional<EGLint> ConfigAttribute(const Config& config, std::size_t index, EGLint attribute) {
@@ -149,7 +148,6 @@ EGLBoolean ListConfigs(Invocation& call, const EGLint* attributes, EGLConfig* co
 }
 
 // ---- Surfaces and contexts
-// -------------------------------------------------------------------------------------
 
 EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, int width, int height) {
     if (!RequireDisplay(call, display))
@@ -237,7 +235,6 @@ EGLBoolean FreeImage(Invocation& call, EGLDisplay display, EGLImage image) {
 namespace answer {
 
 // ---- Display
-// ---------------------------------------------------------------------------------------------------
 
 EGLDisplay eglGetDisplay(Invocation&, EGLNativeDisplayType) {
     return TheDisplay();
@@ -319,7 +316,6 @@ EGLenum eglQueryAPI(Invocation&) {
 }
 
 // ---- Configs
-// ---------------------------------------------------------------------------------------------------
 
 EGLBoolean eglGetConfigs(Invocation& call, EGLDisplay dpy, EGLConfig* configs, EGLint config_size,
                          EGLint* num_config) {
@@ -352,7 +348,6 @@ EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config
 }
 
 // ---- Surfaces
-// --------------------------------------------------------------------------------------------------
 
 EGLSurface eglCreateWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLNativeWindowType,
                                   const EGLint*) {
@@ -459,7 +454,6 @@ EGLBoolean eglReleaseTexImage(Invocation& call, EGLDisplay, EGLSurface, EGLint) 
 }
 
 // ---- Contexts
-// --------------------------------------------------------------------------------------------------
 
 EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLContext share_context,
                             const EGLint* attrib_list) {
@@ -566,7 +560,6 @@ EGLBoolean eglQueryContext(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGL
 }
 
 // ---- Images and synchronisation
-// --------------------------------------------------------------------------------
 
 EGLImageKHR eglCreateImageKHR(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum,
                               EGLClientBuffer buffer, const EGLint*) {

@@ -219,7 +219,6 @@ void GetAttribute(Invocation& call, GLuint index, GLenum name, T* params) {
 namespace answer {
 
 // ---- Draw calls
-// ------------------------------------------------------------------------------------------------
 
 void glDrawArrays(Invocation& call, GLenum mode, GLint first, GLsizei count) {
     if (!MayDraw(call, mode, first, count) || !call.IsNoting())
@@ -249,7 +248,6 @@ void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, c
 }
 
 // ---- Vertex arrays
-// ---------------------------------------------------------------------------------------------
 
 void glEnableVertexAttribArray(Invocation& call, GLuint index) {
     if (VertexAttribute* attribute = RequireAttribute(call, index))
@@ -321,21 +319,14 @@ void glGetVertexAttribPointerv(Invocation& call, GLuint index, GLenum pname, voi
 }
 
 // ---- Buffers
-// ---------------------------------------------------------------------------------------------------
 
 void glGenBuffers(Invocation& call, GLsizei n, GLuint* buffers) {
     GenerateNames(call, n, buffers, call.Objects().buffers, Object::Buffer);
 }
 
 void glDeleteBuffers(Invocation& call, GLsizei n, const GLuint* buffers) {
-    if (n < 0)
-        return call.Raise(GL_INVALID_VALUE);
-    State& state = call.GetState();
-    for (GLsizei i = 0; i < n; ++i) {
-        const GLuint name = buffers[i];
-        if (name == 0 || !call.Objects().buffers.Erase(name))
-            continue;
-        call.GetSession().Deleted(Object::Buffer);
+    DeleteNames(call, n, buffers, call.Objects().buffers, Object::Buffer, [&](GLuint name) {
+        State& state = call.GetState();
         state.arrayBuffer = state.arrayBuffer == name ? 0 : state.arrayBuffer;
         state.elementBuffer = state.elementBuffer == name ? 0 : state.elementBuffer;
         for (VertexAttribute& attribute : state.attributes)
@@ -343,7 +334,7 @@ void glDeleteBuffers(Invocation& call, GLsizei n, const GLuint* buffers) {
                 attribute.buffer = 0;
                 attribute.pointer = nullptr; // it was an offset
             }
-    }
+    });
 }
 
 GLboolean glIsBuffer(Invocation& call, GLuint buffer) {

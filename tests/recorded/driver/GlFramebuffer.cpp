@@ -138,6 +138,15 @@ GLenum FramebufferStatus(const ContextData& context, const Session& session) {
     return width == 0 ? GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT : GL_FRAMEBUFFER_COMPLETE;
 }
 
+void DetachFromBound(ContextData& context, GLenum type, GLuint name) {
+    Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (framebuffer == nullptr)
+        return;
+    for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
+        if (attachment->type == type && attachment->name == name)
+            *attachment = Attachment();
+}
+
 std::uint8_t ReadPixelsPattern(int x, int y, int component) {
     return static_cast<std::uint8_t>((x * 3 + y * 29 + component * 64 + 1) & 0xFF);
 }
@@ -145,22 +154,16 @@ std::uint8_t ReadPixelsPattern(int x, int y, int component) {
 namespace answer {
 
 // ---- Framebuffers
-// ----------------------------------------------------------------------------------------------
 
 void glGenFramebuffers(Invocation& call, GLsizei n, GLuint* framebuffers) {
     GenerateNames(call, n, framebuffers, call.Context().framebuffers, Object::Framebuffer);
 }
 
 void glDeleteFramebuffers(Invocation& call, GLsizei n, const GLuint* framebuffers) {
-    if (n < 0)
-        return call.Raise(GL_INVALID_VALUE);
-    for (GLsizei i = 0; i < n; ++i) {
-        if (framebuffers[i] == 0 || !call.Context().framebuffers.Erase(framebuffers[i]))
-            continue;
-        call.GetSession().Deleted(Object::Framebuffer);
-        if (call.GetState().framebuffer == framebuffers[i])
-            call.GetState().framebuffer = 0;
-    }
+    DeleteNames(call, n, framebuffers, call.Context().framebuffers, Object::Framebuffer, [&](GLuint name) {
+        GLuint& bound = call.GetState().framebuffer;
+        bound = bound == name ? 0 : bound;
+    });
 }
 
 GLboolean glIsFramebuffer(Invocation& call, GLuint framebuffer) {
@@ -242,29 +245,17 @@ void glGetFramebufferAttachmentParameteriv(Invocation& call, GLenum target, GLen
 }
 
 // ---- Renderbuffers
-// ---------------------------------------------------------------------------------------------
 
 void glGenRenderbuffers(Invocation& call, GLsizei n, GLuint* renderbuffers) {
     GenerateNames(call, n, renderbuffers, call.Objects().renderbuffers, Object::Renderbuffer);
 }
 
 void glDeleteRenderbuffers(Invocation& call, GLsizei n, const GLuint* renderbuffers) {
-    if (n < 0)
-        return call.Raise(GL_INVALID_VALUE);
-    State& state = call.GetState();
-    Framebuffer* framebuffer = call.Context().framebuffers.Find(state.framebuffer);
-    for (GLsizei i = 0; i < n; ++i) {
-        const GLuint name = renderbuffers[i];
-        if (name == 0 || !call.Objects().renderbuffers.Erase(name))
-            continue;
-        call.GetSession().Deleted(Object::Renderbuffer);
-        state.renderbuffer = state.renderbuffer == name ? 0 : state.renderbuffer;
-        if (framebuffer == nullptr)
-            continue;
-        for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
-            if (attachment->type == GL_RENDERBUFFER && attachment->name == name)
-                *attachment = Attachment();
-    }
+    DeleteNames(call, n, renderbuffers, call.Objects().renderbuffers, Object::Renderbuffer, [&](GLuint name) {
+        GLuint& bound = call.GetState().renderbuffer;
+        bound = bound == name ? 0 : bound;
+        DetachFromBound(call.Context(), GL_RENDERBUFFER, name);
+    });
 }
 
 GLboolean glIsRenderbuffer(Invocation& call, GLuint renderbuffer) {
@@ -334,7 +325,6 @@ void glGetRenderbufferParameteriv(Invocation& call, GLenum target, GLenum pname,
 }
 
 // ---- Read-back
-// -------------------------------------------------------------------------------------------------
 
 /** Reads RGBA, as every implementation must, and RGB, the one further format that this one chooses to offer.
  */

@@ -71,7 +71,6 @@ void CopyText(const std::string& text, GLsizei bufSize, GLsizei* length, GLchar*
 }
 
 // ---- Linking
-// ---------------------------------------------------------------------------------------------------
 
 /** What keeps the program from being linked; empty when nothing does. */
 std::optional<std::string> LinkError(Invocation& call, const Program& program) {
@@ -150,7 +149,6 @@ void Link(Invocation& call, Program& program) {
 }
 
 // ---- Uniform values
-// --------------------------------------------------------------------------------------------
 
 bool IsIntegerType(GLenum type) {
     return type == GL_INT || (type >= GL_INT_VEC2 && type <= GL_INT_VEC4);
@@ -235,7 +233,6 @@ void GetUniform(Invocation& call, GLuint name, GLint location, T* params) {
 namespace answer {
 
 // ---- Shaders
-// ---------------------------------------------------------------------------------------------------
 
 GLuint glCreateShader(Invocation& call, GLenum type) {
     if (type != GL_VERTEX_SHADER && type != GL_FRAGMENT_SHADER) {
@@ -347,7 +344,6 @@ void glShaderBinary(Invocation& call, GLsizei, const GLuint*, GLenum, const void
 }
 
 // ---- Programs
-// --------------------------------------------------------------------------------------------------
 
 GLuint glCreateProgram(Invocation& call) {
     const GLuint name = FreeName(call.Objects());
@@ -543,7 +539,6 @@ GLint glGetUniformLocation(Invocation& call, GLuint program, const GLchar* name)
 }
 
 // ---- Uniforms
-// --------------------------------------------------------------------------------------------------
 
 void glUniform1f(Invocation& call, GLint location, GLfloat v0) {
     SetUniform(call, location, 1, 1, &v0);

@@ -262,7 +262,6 @@ bool State::IsEnabled(GLenum capability) const {
 namespace answer {
 
 // ---- Capabilities and simple state
-// -----------------------------------------------------------------------------
 
 void glEnable(Invocation& call, GLenum cap) {
     if (CapabilityBit(cap) == 0)
@@ -331,7 +330,6 @@ void glFinish(Invocation&) {}
 void glFlush(Invocation&) {}
 
 // ---- Clearing and masks
-// ----------------------------------------------------------------------------------------
 
 void glClear(Invocation& call, GLbitfield mask) {
     if ((mask &
@@ -358,7 +356,6 @@ void glColorMask(Invocation& call, GLboolean red, GLboolean green, GLboolean blu
 }
 
 // ---- Depth and stencil
-// -----------------------------------------------------------------------------------------
 
 void glDepthMask(Invocation& call, GLboolean flag) {
     call.GetState().depthMask = flag != GL_FALSE;
@@ -413,7 +410,6 @@ void glStencilOpSeparate(Invocation& call, GLenum face, GLenum sfail, GLenum dpf
 }
 
 // ---- Blending
-// --------------------------------------------------------------------------------------------------
 
 void glBlendColor(Invocation& call, GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha) {
     call.GetState().blendColor = {red, green, blue, alpha};
@@ -447,7 +443,6 @@ void glBlendFuncSeparate(Invocation& call, GLenum sfactorRGB, GLenum dfactorRGB,
 }
 
 // ---- Queries
-// ---------------------------------------------------------------------------------------------------
 
 GLenum glGetError(Invocation& call) {
     if (call.IsFailing())

@@ -147,30 +147,18 @@ std::size_t BytesPerPixel(GLenum format, GLenum type) {
 namespace answer {
 
 // ---- Names and bindings
-// ----------------------------------------------------------------------------------------
 
 void glGenTextures(Invocation& call, GLsizei n, GLuint* textures) {
     GenerateNames(call, n, textures, call.Objects().textures, Object::Texture);
 }
 
 void glDeleteTextures(Invocation& call, GLsizei n, const GLuint* textures) {
-    if (n < 0)
-        return call.Raise(GL_INVALID_VALUE);
-    State& state = call.GetState();
-    Framebuffer* framebuffer = call.Context().framebuffers.Find(state.framebuffer);
-    for (GLsizei i = 0; i < n; ++i) {
-        const GLuint name = textures[i];
-        if (name == 0 || !call.Objects().textures.Erase(name))
-            continue;
-        call.GetSession().Deleted(Object::Texture);
+    DeleteNames(call, n, textures, call.Objects().textures, Object::Texture, [&](GLuint name) {
+        State& state = call.GetState();
         std::replace(state.textures.begin(), state.textures.end(), name, 0u);
         std::replace(state.cubeTextures.begin(), state.cubeTextures.end(), name, 0u);
-        if (framebuffer == nullptr)
-            continue;
-        for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
-            if (attachment->type == GL_TEXTURE && attachment->name == name)
-                *attachment = Attachment();
-    }
+        DetachFromBound(call.Context(), GL_TEXTURE, name);
+    });
 }
 
 GLboolean glIsTexture(Invocation& call, GLuint texture) {
@@ -199,7 +187,6 @@ void glActiveTexture(Invocation& call, GLenum texture) {
 }
 
 // ---- Parameters
-// ------------------------------------------------------------------------------------------------
 
 void glTexParameteri(Invocation& call, GLenum target, GLenum pname, GLint param) {
     Texture* texture = BoundTexture(call.Context(), target);
@@ -244,7 +231,6 @@ void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
 }
 
 // ---- Uploads
-// ---------------------------------------------------------------------------------------------------
 
 void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalformat, GLsizei width,
                   GLsizei height, GLint border, GLenum format, GLenum type, const void* pixels) {

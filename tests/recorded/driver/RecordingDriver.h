@@ -209,7 +209,6 @@ struct Call {
 constexpr std::size_t kUploadCap = 1 << 20;
 
 // ---- What was called
-// -------------------------------------------------------------------------------------------
 
 /**
  * The calls noted since the last Clear() or Reset(), oldest first.
@@ -259,7 +258,6 @@ private:
 };
 
 // ---- What the driver holds
-// -------------------------------------------------------------------------------------
 
 enum class Object {
     Texture,
@@ -376,7 +374,6 @@ std::vector<float> UniformValue(GLuint program, const std::string& name);
 std::uint8_t ReadPixelsPattern(int x, int y, int component);
 
 // ---- What the driver answers
-// -----------------------------------------------------------------------------------
 
 /** Back to a driver that was never called: state, objects, calls and all answers set below. */
 void Reset();
@@ -438,7 +435,6 @@ void SetProcAddress(const std::string& name, bool present);
 void SetVertexSnapshots(bool enabled);
 
 // ---- Names
-// -----------------------------------------------------------------------------------------------------
 
 /** "GL_BLEND", or the number in hexadecimal. GL_POINTS, GL_ZERO and the like, small numbers shared by
  * several, not. */
