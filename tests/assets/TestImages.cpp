@@ -200,22 +200,21 @@ Bytes ExpectedRgba(const PngSource& source) {
     return out;
 }
 
-Bytes RgbaPng(int width, int height, const Bytes& pixels) {
+static Bytes PlainPng(int colorType, int width, int height, const Bytes& pixels) {
     PngSource source;
-    source.colorType = PNG_COLOR_TYPE_RGB_ALPHA;
+    source.colorType = colorType;
     source.width = width;
     source.height = height;
     source.samples.assign(pixels.begin(), pixels.end());
     return EncodePngSource(source);
 }
 
+Bytes RgbaPng(int width, int height, const Bytes& pixels) {
+    return PlainPng(PNG_COLOR_TYPE_RGB_ALPHA, width, height, pixels);
+}
+
 Bytes RgbPng(int width, int height, const Bytes& pixels) {
-    PngSource source;
-    source.colorType = PNG_COLOR_TYPE_RGB;
-    source.width = width;
-    source.height = height;
-    source.samples.assign(pixels.begin(), pixels.end());
-    return EncodePngSource(source);
+    return PlainPng(PNG_COLOR_TYPE_RGB, width, height, pixels);
 }
 
 ImageData RgbaImage(int width, int height, const Bytes& pixels) {
