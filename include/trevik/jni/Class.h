@@ -16,8 +16,10 @@ public:
     Class(Class const&) = delete;
     Class& operator=(Class const&) = delete;
 
-    /** The class as a global reference; null unless it is registered, found, and its virtual machine is still
-     * there. */
+    /**
+     * The class as a global reference; null unless it is registered, found, and its virtual machine is still
+     * there.
+     */
     jclass Get() const { return m_class.load(std::memory_order_acquire); }
 
     char const* GetName() const { return m_pName; }

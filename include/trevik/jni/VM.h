@@ -20,8 +20,10 @@ public:
     /** Null until SetJavaVM. */
     static JavaVM* GetJavaVM();
 
-    /** The calling thread's environment; null without a virtual machine and on threads that are not attached
-     * to it. */
+    /**
+     * The calling thread's environment; null without a virtual machine and on threads that are not attached
+     * to it.
+     */
     static JNIEnv* GetEnv();
 
     /**

@@ -23,8 +23,10 @@ namespace trevik::kelvo {
  * track of which properties are animated compares the count with the one it last saw. Starts at 1.
  */
 struct TREVIK_API BasePropertyGeneration {
-    /** The count now. A plain load: another thread's change counts once that thread has handed over its
-     * property. */
+    /**
+     * The count now. A plain load: another thread's change counts once that thread has handed over its
+     * property.
+     */
     static unsigned long Get() { return s_nValue.load(std::memory_order_relaxed); }
     /** Notes that a property has gained a controller. */
     static void Advance() { s_nValue.fetch_add(1, std::memory_order_relaxed); }
@@ -66,7 +68,8 @@ public:
         return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetWritableValue() : m_value;
     }
 
-    /** Passes on whether the value was written: to the binding, or else, if so, to the event's subscribers.
+    /**
+     * Passes on whether the value was written: to the binding, or else, if so, to the event's subscribers.
      */
     void Notify(bool changed) {
         if (__builtin_expect(m_pBinding != nullptr, 0)) {
@@ -83,8 +86,10 @@ public:
      */
     ChangeEvent& GetChangeEvent() { return m_changeEvent; }
 
-    /** Lets `pBinding` stand in for the stored value, which stays as it is; null ends that. The caller owns
-     * it. */
+    /**
+     * Lets `pBinding` stand in for the stored value, which stays as it is; null ends that. The caller owns
+     * it.
+     */
     void Bind(PropertyBinding<T>* pBinding) {
         m_pBinding = pBinding;
         Mark();
@@ -111,8 +116,9 @@ public:
         return static_cast<BaseProperty const*>(pProperty)->GetControllerCount() != 0;
     }
 
-    /** Lets the active controller write the value, announces it, and drops the controller once it is
-     * finished. */
+    /**
+     * Lets the active controller write the value, announces it, and drops the controller once it is finished.
+     */
     void Update(UpdateContext const& context, RealFloat const& frame) override {
         if (m_controllers.IsEmpty()) {
             return;

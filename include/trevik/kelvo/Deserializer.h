@@ -20,15 +20,17 @@ class Texture;
  */
 class TREVIK_API Deserializer {
 public:
-    /** Reads `pDocument`; scene objects are created through `registry`. Both must outlive the deserializer.
+    /**
+     * Reads `pDocument`; scene objects are created through `registry`. Both must outlive the deserializer.
      */
     Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry);
     ~Deserializer();
     Deserializer(Deserializer const&) = delete;
     Deserializer& operator=(Deserializer const&) = delete;
 
-    /** Makes the first child with the tag current. False, with the current node unchanged, when there is
-     * none. */
+    /**
+     * Makes the first child with the tag current. False, with the current node unchanged, when there is none.
+     */
     bool PushNode(unsigned int nTagID);
     /** Makes child `nChild` (0 .. GetChildCount() - 1) current; false when there is no such child. */
     bool PushChild(unsigned int nChild);
@@ -39,8 +41,9 @@ public:
     DocumentNode* GetCurrentNode() const;
     /** Number of children of the current node. */
     unsigned int GetChildCount() const;
-    /** How many pushes are open; lets a loader return to where it began after a failed load left nodes
-     * pushed. */
+    /**
+     * How many pushes are open; lets a loader return to where it began after a failed load left nodes pushed.
+     */
     unsigned int GetDepth() const { return m_stack.GetCount(); }
     /** Pops until GetDepth() equals `nDepth`. */
     void PopTo(unsigned int nDepth);
@@ -48,8 +51,10 @@ public:
     /** Finds a raw-bytes attribute of the current node; false when absent. The bytes stay the document's. */
     bool FindAttribute(unsigned int nAttributeID, unsigned char const*& pData, unsigned long& nLength) const;
 
-    /** Reads an attribute of exactly sizeof(T) bytes; false, with `value` unchanged, when absent or of
-     * another length. */
+    /**
+     * Reads an attribute of exactly sizeof(T) bytes; false, with `value` unchanged, when absent or of another
+     * length.
+     */
     template <class T>
     bool ReadValue(unsigned int nAttributeID, T& value) const {
         unsigned char const* pData = nullptr;

@@ -38,8 +38,9 @@ public:
     virtual bool IsKindOf(unsigned int nClassID) const = 0;
     virtual unsigned int GetResourceClassID() const = 0;
 
-    /** Fetches the shared resource from the device and hands it to InternalInit; true once that has
-     * succeeded. */
+    /**
+     * Fetches the shared resource from the device and hands it to InternalInit; true once that has succeeded.
+     */
     virtual bool Init(GraphicsDevice& device);
     /** Brings the effect's properties to `frame`; initialises the effect on first use. */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
@@ -47,7 +48,8 @@ public:
     virtual void PreRender(GraphicsDevice& device);
     /** Called by a timeline with the effect after its children have been drawn. */
     virtual void PostRender(GraphicsDevice& device);
-    /** Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others.
+    /**
+     * Draws `sprite` in place of its own drawing and returns true, or returns false to leave it to others.
      */
     virtual bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity);
     /** The same for a text. */

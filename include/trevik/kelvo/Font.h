@@ -29,8 +29,10 @@ struct FontMetrics {
     RealFloat m_rLeading = 0; ///< extra distance between lines
 };
 
-/** A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said
- * otherwise. */
+/**
+ * A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said
+ * otherwise.
+ */
 class TREVIK_API Font : public Referenced, public ITraceable {
 public:
     Font();

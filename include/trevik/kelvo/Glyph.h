@@ -8,8 +8,10 @@
 
 namespace trevik::kelvo {
 
-/** One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font
- * pixels. */
+/**
+ * One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font
+ * pixels.
+ */
 struct Glyph {
     unsigned int m_nCodePoint = 0;
     unsigned short m_nWidth = 0;

@@ -35,8 +35,10 @@ public:
     GraphicsDevice(GraphicsDevice const&) = delete;
     GraphicsDevice& operator=(GraphicsDevice const&) = delete;
 
-    /** Brings the device up on a window; the calling thread becomes the render thread. The base records
-     * format and size. */
+    /**
+     * Brings the device up on a window; the calling thread becomes the render thread. The base records format
+     * and size.
+     */
     virtual bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size);
     /** Records a new surface rectangle (left, top, right, bottom; pixels) as size and viewport. */
     virtual bool Reset(RectangleT<int> const& rectangle);
@@ -64,8 +66,10 @@ public:
                                Vector2T<RealFloat>& uv, RealFloat& distance) = 0;
     /** Leaves selection mode. */
     virtual void SetRenderMode();
-    /** Rendering now enters the nodes under `point` (window pixels, y down) into `pSelected` instead of
-     * drawing. */
+    /**
+     * Rendering now enters the nodes under `point` (window pixels, y down) into `pSelected` instead of
+     * drawing.
+     */
     virtual void SetSelectionMode(Vector2T<RealFloat> const& point, List<SelectionPoint>* pSelected);
     virtual Vector2T<RealFloat> GetSelectionPoint();
     /**
@@ -93,13 +97,16 @@ public:
     virtual void PopOpacity();
     virtual void MergeOpacity(RealFloat const& opacity);
     virtual RealFloat GetOpacity();
-    /** Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then
-     * the top. */
+    /**
+     * Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then
+     * the top.
+     */
     virtual void PushTransformMatrix(Matrix4T<RealFloat> const& matrix);
     virtual void PopTransformMatrix();
     virtual void MergeTransformMatrix(Matrix4T<RealFloat> const& matrix);
     virtual Matrix4T<RealFloat> GetTransformMatrix() const;
-    /** Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true.
+    /**
+     * Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true.
      */
     virtual bool PushMasks(List<Mask*>& masks);
     virtual bool PopMasks(List<Mask*>& masks);
@@ -112,8 +119,10 @@ public:
 
     // What follows is not virtual.
 
-    /** A new resource of the class from ClassRegistry::GetDefault(); null when no class of resources is
-     * registered under the id. The caller takes the first reference. */
+    /**
+     * A new resource of the class from ClassRegistry::GetDefault(); null when no class of resources is
+     * registered under the id. The caller takes the first reference.
+     */
     EffectResource* CreateEffectResource(unsigned int nClassID);
 
     /** While highlighting is on, everything is drawn in the highlight colour. */

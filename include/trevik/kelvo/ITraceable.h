@@ -6,14 +6,18 @@ namespace trevik::kelvo {
 
 class MemoryTracer;
 
-/** Secondary base of every node, font, texture, effect and controller class: an object that can report its
- * memory. */
+/**
+ * Secondary base of every node, font, texture, effect and controller class: an object that can report its
+ * memory.
+ */
 class TREVIK_API ITraceable {
 public:
     virtual ~ITraceable() = default;
 
-    /** Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while nobody else uses
-     * the object. */
+    /**
+     * Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while nobody else uses
+     * the object.
+     */
     virtual void Emit(MemoryTracer* pTracer) = 0;
 };
 

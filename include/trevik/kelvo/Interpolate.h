@@ -5,7 +5,8 @@
 
 namespace trevik::kelvo {
 
-/** Functions from normalised time (0 to 1) to normalised progress (0 at 0, 1 at 1), for easing and time maps.
+/**
+ * Functions from normalised time (0 to 1) to normalised progress (0 at 0, 1 at 1), for easing and time maps.
  */
 struct TREVIK_API Interpolate {
     typedef RealFloat (*Function)(RealFloat const& t);

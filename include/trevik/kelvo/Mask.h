@@ -11,8 +11,10 @@ namespace trevik::kelvo {
 class Deserializer;
 class Serializer;
 
-/** Triangles of a mask as the back end draws them: a plain list, three vertices each, in the masked node's
- * space. */
+/**
+ * Triangles of a mask as the back end draws them: a plain list, three vertices each, in the masked node's
+ * space.
+ */
 struct MaskGeometry {
     unsigned long m_nFlags;                 ///< reserved, 0
     Vector3T<RealFloat> const* m_pVertices; ///< m_nVertexCount positions, tightly packed; the mask's own
@@ -36,8 +38,10 @@ public:
     /** The triangles; valid until the mask is changed. */
     virtual MaskGeometry const& GetGeometry() const;
 
-    /** Replaces the triangles by `nVertexCount` (a multiple of 3) positions. False on another count or out of
-     * memory. */
+    /**
+     * Replaces the triangles by `nVertexCount` (a multiple of 3) positions. False on another count or out of
+     * memory.
+     */
     bool SetTriangles(Vector3T<RealFloat> const* pVertices, unsigned int nVertexCount);
     /** Bytes of the vertices, for memory tracing. */
     unsigned int GetByteSize() const;

@@ -39,16 +39,20 @@ public:
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
 
     Node();
-    /** Copies what belongs to the node itself: name, property values and controllers; no parent, children,
-     * user data. */
+    /**
+     * Copies what belongs to the node itself: name, property values and controllers; no parent, children,
+     * user data.
+     */
     Node(Node const& other);
     ~Node() override;
     Node& operator=(Node const&) = delete;
 
     // Reflection, implemented by each concrete class through TREVIK_NODE_REFLECTION.
 
-    /** A new object of the same concrete class, without children, owned by the caller; null when out of
-     * memory. */
+    /**
+     * A new object of the same concrete class, without children, owned by the caller; null when out of
+     * memory.
+     */
     virtual Node* Clone() const = 0;
     /** Id of the concrete class's own name. */
     virtual unsigned int GetClassID() const = 0;
@@ -72,7 +76,8 @@ public:
     virtual void SetUserData(Ref<NodeUserdata> const& pUserdata);
     virtual NodeUserdata* GetUserData();
     virtual NodeUserdata const* GetUserData() const;
-    /** Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved.
+    /**
+     * Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved.
      */
     virtual void Attach(Node* pChild);
     /** Inserts `pChild` before `pSibling`, a child of this node; appends when it is none. */
@@ -113,16 +118,20 @@ public:
     void Emit(MemoryTracer* pTracer) override = 0;
     /** Appends this node's ancestors, nearest first, up to and including `pRoot` (null: up to the top). */
     virtual void GetParents(Node* pRoot, List<Ref<Node>>& parents);
-    /** Enters the class's properties in the property list. The host calls it once per object, before first
-     * use. */
+    /**
+     * Enters the class's properties in the property list. The host calls it once per object, before first
+     * use.
+     */
     virtual void RegisterProperties() = 0;
     /** Updates this node alone; see Update. */
     virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                                 bool fForce) = 0;
     /** Draws this node alone. The base draws nothing. */
     virtual void InternalRender(GraphicsDevice& device);
-    /** Enters this node into the device's selection list when the selection point hits it. The base does
-     * nothing. */
+    /**
+     * Enters this node into the device's selection list when the selection point hits it. The base does
+     * nothing.
+     */
     virtual void InternalSelect(GraphicsDevice& device);
     /** Writes what belongs to this node alone. */
     virtual bool InternalSave(Serializer& serializer) = 0;
@@ -148,8 +157,10 @@ public:
     void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
     /** First node of the subtree, in drawing order, with the name; null when there is none. */
     Node* FindNode(StringEncoded<UTF16Encoding> const& sName);
-    /** The names from the topmost ancestor down to this node, for messages; a node without one shows its
-     * index. */
+    /**
+     * The names from the topmost ancestor down to this node, for messages; a node without one shows its
+     * index.
+     */
     StringEncoded<UTF16Encoding> GetPath() const;
 
     Node* GetParent() const { return m_pParent; }
@@ -172,7 +183,8 @@ protected:
             RegisterProperties();
         }
     }
-    /** Registers a new copy's properties, so that none of their changes is missed, and returns it; null stays
+    /**
+     * Registers a new copy's properties, so that none of their changes is missed, and returns it; null stays
      * null.
      */
     static Node* RegisterCopy(Node* pCopy) {
@@ -183,19 +195,25 @@ protected:
     }
     /** Accept of each child, in order. */
     void AcceptChildren(NodeVisitor& visitor, void* pArgument);
-    /** Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one
-     * fails. */
+    /**
+     * Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one
+     * fails.
+     */
     Node* CloneChildrenInto(Node* pCopy) const;
 
     // What every frame reads stands together at the front.
     TransformNode* m_pParentTransform = nullptr; ///< the parent, when it has a transform
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     bool m_fRegistered = false;
-    /** Set by classes that update their subtree in an Update of their own; other nodes are only asked for
-     * InternalUpdate when a timeline updates its flattened tree. */
+    /**
+     * Set by classes that update their subtree in an Update of their own; other nodes are only asked for
+     * InternalUpdate when a timeline updates its flattened tree.
+     */
     bool m_fUpdatesSubtree = false;
-    /** Nodes below were attached or detached since the tree was last flattened. Set in all nodes from the
-     * place of the change up to the nearest one that updates its own subtree. */
+    /**
+     * Nodes below were attached or detached since the tree was last flattened. Set in all nodes from the
+     * place of the change up to the nearest one that updates its own subtree.
+     */
     bool m_fSubtreeChanged = true;
     List<Node*> m_children; ///< in attachment order, one reference each
     PropertyList m_properties;

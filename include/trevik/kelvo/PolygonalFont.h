@@ -19,8 +19,10 @@ public:
     ~PolygonalFont() override;
 
     void Emit(MemoryTracer* pTracer) override;
-    /** Appends a mesh, which the font owns from now on, and returns its index; -1, with the mesh deleted, for
-     * null, when there are 32767 already, or when out of memory. */
+    /**
+     * Appends a mesh, which the font owns from now on, and returns its index; -1, with the mesh deleted, for
+     * null, when there are 32767 already, or when out of memory.
+     */
     short AddMesh(GlyphMesh* pMesh);
 
 protected:

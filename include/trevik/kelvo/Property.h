@@ -25,8 +25,10 @@ struct DocumentID {
     static constexpr unsigned int Samples = HashName("Samples");
 };
 
-/** What a property is: its name (static UTF-16 text, may be null), its id (the hash of the name) and its
- * value type. */
+/**
+ * What a property is: its name (static UTF-16 text, may be null), its id (the hash of the name) and its value
+ * type.
+ */
 struct PropertyDescriptor {
     char16_t const* m_pName;
     unsigned int m_nID;
@@ -46,8 +48,10 @@ struct UpdateContext {
  */
 typedef unsigned int PropertyMarks;
 
-/** Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load
- * it. */
+/**
+ * Abstract base of animatable values: an id and what the owner's property list needs to drive, save and load
+ * it.
+ */
 class TREVIK_API Property {
 public:
     Property() = default;
@@ -57,8 +61,10 @@ public:
     virtual bool Initialize(PropertyDescriptor const& descriptor);
     /** Brings the value to `frame` (in frames of the owning timeline). The base does nothing. */
     virtual void Update(UpdateContext const& context, RealFloat const& frame);
-    /** Reads the property from the current document node; false, with the value unchanged, when it is not
-     * there. */
+    /**
+     * Reads the property from the current document node; false, with the value unchanged, when it is not
+     * there.
+     */
     virtual bool Load(Deserializer& deserializer) = 0;
     /** Writes attribute "Name" with the 4 bytes of the id. False when out of memory. */
     virtual bool Save(Serializer& serializer);

@@ -19,13 +19,16 @@ public:
     };
 
     PropertyList() = default;
-    /** Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
+    /**
+     * Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
      */
     PropertyList(PropertyList const&) {}
     PropertyList& operator=(PropertyList const&) { return *this; }
 
-    /** Enters a property under an id; a property already entered under that id is replaced. False when out of
-     * memory. */
+    /**
+     * Enters a property under an id; a property already entered under that id is replaced. False when out of
+     * memory.
+     */
     bool Register(unsigned int nPropertyID, Property* pProperty);
 
     /** Enters a property with its value type, so that it can be set by name and found animated. */

@@ -44,8 +44,10 @@ struct RawValue {
     }
 };
 
-/** Values made of components of one type, in order: a sample controller mixes them, and equal neighbours save
- * as runs. */
+/**
+ * Values made of components of one type, in order: a sample controller mixes them, and equal neighbours save
+ * as runs.
+ */
 template <class T, class Component>
 struct SampledValue : RawValue<T> {
     static constexpr bool Sampled = true;
@@ -69,8 +71,10 @@ private:
     }
 };
 
-/** Reads `nLength` bytes as elements into `list`; false, with the list unchanged, when they do not come out
- * even. */
+/**
+ * Reads `nLength` bytes as elements into `list`; false, with the list unchanged, when they do not come out
+ * even.
+ */
 template <class T>
 bool ReadElements(List<T>& list, unsigned char const* pData, unsigned long nLength) {
     unsigned long const nCount = nLength / sizeof(T);

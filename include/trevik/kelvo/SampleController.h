@@ -36,8 +36,10 @@ public:
     /** A controller without samples; it gives no value until Load. */
     SampleController() = default;
 
-    /** A controller with copies of `nCount` samples, the first of them for frame `nStartFrame`. Null without
-     * memory. */
+    /**
+     * A controller with copies of `nCount` samples, the first of them for frame `nStartFrame`. Null without
+     * memory.
+     */
     static Ref<SampleController> Create(int nStartFrame, T const* pSamples, unsigned int nCount) {
         Ref<SampleController> pController(new (std::nothrow) SampleController);
         if (!pController || !pController->m_samples.Reserve(nCount)) {
@@ -126,8 +128,10 @@ public:
         return true;
     }
 
-    /** Writes a child node "Controller" of type "Sample"; turns the samples into runs first where that is
-     * smaller. */
+    /**
+     * Writes a child node "Controller" of type "Sample"; turns the samples into runs first where that is
+     * smaller.
+     */
     bool Save(Serializer& serializer) override {
         bool const fChunked = Compact();
         unsigned int const nSizeWord = fChunked ? m_nChunkCount | ChunkedBit : m_nSampleCount;
@@ -329,8 +333,10 @@ private:
     Ref<DocumentNode> m_pDocument; ///< keeps m_pExternal alive
 };
 
-/** The controller of a value that is not sampled: deliberately inert. It loads and saves nothing and gives no
- * value. */
+/**
+ * The controller of a value that is not sampled: deliberately inert. It loads and saves nothing and gives no
+ * value.
+ */
 template <class T>
 class SampleController<T, false> : public Controller<T> {
 public:

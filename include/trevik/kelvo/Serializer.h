@@ -29,8 +29,10 @@ public:
     bool PushTag(unsigned int nTagID, unsigned int nTypeID);
     /** Makes the parent of the current node current again. On the root nothing happens. */
     void PopTag();
-    /** Appends a raw-bytes attribute to the current node. False when out of memory or `nLength` exceeds 28
-     * bits. */
+    /**
+     * Appends a raw-bytes attribute to the current node. False when out of memory or `nLength` exceeds 28
+     * bits.
+     */
     bool WriteAttribute(unsigned int nAttributeID, unsigned char const* pData, unsigned long nLength);
 
     /** Writes a plain value's bytes as an attribute. */

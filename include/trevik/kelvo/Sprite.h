@@ -8,7 +8,8 @@
 
 namespace trevik::kelvo {
 
-/** A textured or single-coloured rectangle, (0, 0) to its size in node space, z = 0. The back end draws it.
+/**
+ * A textured or single-coloured rectangle, (0, 0) to its size in node space, z = 0. The back end draws it.
  */
 class TREVIK_API Sprite : public TransformNode {
 public:
@@ -31,8 +32,10 @@ public:
     virtual Texture* GetTexture();
     /** Replaces the texture (a reference is held); null makes the sprite single-coloured. */
     virtual void SetTexture(Texture* pTexture);
-    /** Gives the sprite a copy of its texture for itself. False when there is none or it holds no pixels to
-     * copy. */
+    /**
+     * Gives the sprite a copy of its texture for itself. False when there is none or it holds no pixels to
+     * copy.
+     */
     virtual bool Isolate();
 
     SizeIntProperty& GetSizeProperty() { return m_size; }

@@ -33,8 +33,10 @@ public:
     virtual void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
                                   GlyphBatch const& batch, ColorT<RealFloat> const& color) = 0;
 
-    /** The laid-out text's bounds in node space: least x and y (left, top), greatest x and y (right, bottom).
-     * All 0 while there are no glyphs. */
+    /**
+     * The laid-out text's bounds in node space: least x and y (left, top), greatest x and y (right, bottom).
+     * All 0 while there are no glyphs.
+     */
     void GetTextRenderRect(RectangleT<RealFloat>& rectangle);
 
     StringProperty& GetTextProperty() { return m_text; }

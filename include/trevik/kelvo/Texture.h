@@ -45,8 +45,10 @@ public:
     virtual bool Compress() = 0;
     /** Writes name, sizes, format, levels and pixels. False, traced, when the pixels have been dropped. */
     virtual bool Save(Serializer& serializer);
-    /** Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not
-     * agree. */
+    /**
+     * Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not
+     * agree.
+     */
     virtual bool Load(Deserializer& deserializer);
     void Emit(MemoryTracer* pTracer) override;
     /** Whether the texture is drawn from graphic-buffer surfaces. */
@@ -88,11 +90,15 @@ public:
     int GetBytesPerPixel() const;
     /** The same for any format. */
     static int GetBytesPerPixel(int nFormat);
-    /** Bytes from row to row of pixel data in a format, from block row to block row of a compressed one; 0
-     * when there is no such format or the width is not positive. */
+    /**
+     * Bytes from row to row of pixel data in a format, from block row to block row of a compressed one; 0
+     * when there is no such format or the width is not positive.
+     */
     static unsigned int GetRowSize(int nWidth, int nFormat);
-    /** Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA), rounded up to whole
-     * blocks; 0 when there is no such format, a side is not positive, or the bytes exceed 2^31 - 1. */
+    /**
+     * Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA), rounded up to whole
+     * blocks; 0 when there is no such format, a side is not positive, or the bytes exceed 2^31 - 1.
+     */
     static unsigned int GetImageSize(int nWidth, int nHeight, int nFormat);
 
     /**
@@ -101,7 +107,8 @@ public:
      */
     static Ref<Texture> CreateTexture(int nWidth, int nHeight, int nFormat, void const* pData, int nStride);
 
-    /** A new texture of the class registered as "Texture" with the same image; null without pixels or class.
+    /**
+     * A new texture of the class registered as "Texture" with the same image; null without pixels or class.
      */
     Ref<Texture> CreateCopy() const;
 

@@ -49,11 +49,14 @@ public:
      * without a parent seeks to `frame` itself.
      */
     void Update(GraphicsDevice& device, RealFloat const& frame) override;
-    /** Own properties at `frame`, then the advance by `delta`, then camera and children at the mapped frame.
+    /**
+     * Own properties at `frame`, then the advance by `delta`, then camera and children at the mapped frame.
      */
     void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
-    /** Draws the children between PreRenderChildren and PostRenderChildren; selects among them with the same
-     * camera. */
+    /**
+     * Draws the children between PreRenderChildren and PostRenderChildren; selects among them with the same
+     * camera.
+     */
     void Render(GraphicsDevice& device) override;
     bool Load(Deserializer& deserializer) override;
     /** Rewinds as Reset does, now that the frame range is known. */
@@ -73,7 +76,8 @@ public:
     virtual void Stop();
     /** The frame shown, before the time map. */
     virtual RealFloat GetFrame() const;
-    /** Seeks, forwards from there in PingPong; takes effect at the next update. Clamped to the frame range.
+    /**
+     * Seeks, forwards from there in PingPong; takes effect at the next update. Clamped to the frame range.
      */
     virtual void SetFrame(RealFloat const& frame);
     /** Seconds per frame; values that are not above 0 are ignored (traced). */
@@ -96,8 +100,10 @@ public:
     virtual void BuildUpdateTree();
 
     bool IsPlaying() const { return m_fPlaying; }
-    /** Whether the timeline plays from the start, that is after Reload and Reset; saved with it, false at
-     * first. */
+    /**
+     * Whether the timeline plays from the start, that is after Reload and Reset; saved with it, false at
+     * first.
+     */
     bool IsAutoPlay() const { return m_fAutoPlay; }
     void SetAutoPlay(bool fAutoPlay) { m_fAutoPlay = fAutoPlay; }
     RealFloat GetFrameDelay() const { return m_rFrameDelay; }

@@ -37,8 +37,9 @@ public:
     bool InternalLoad(Deserializer& deserializer) override;
     void AddMask(Mask* pMask) override;
     void AddEffect(Effect* pEffect) override;
-    /** InternalUpdate calls it when a property value or the parent's matrix has changed, or when it is
-     * forced. */
+    /**
+     * InternalUpdate calls it when a property value or the parent's matrix has changed, or when it is forced.
+     */
     void CalculateTransform() override;
     bool IsSelect(GraphicsDevice& device, SizeT<int> const& size, Vector2T<RealFloat>& position,
                   RealFloat& distance) override;
