@@ -17,8 +17,10 @@ constexpr jint RequiredVersion = JNI_VERSION_1_6;
 
 std::atomic<JavaVM*> g_pJavaVM{nullptr};
 
-/** The classes to look up in each virtual machine. Never destroyed: classes may be unregistered while the
- * process ends. */
+/**
+ * The classes to look up in each virtual machine. Never destroyed: classes may be unregistered while the
+ * process ends.
+ */
 struct Registrations {
     Mutex m_mutex;
     List<Class const*> m_classes;

@@ -8,7 +8,8 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** The slot of `pObject` in a table whose size is a power of two: its own, or the free one where it belongs.
+/**
+ * The slot of `pObject` in a table whose size is a power of two: its own, or the free one where it belongs.
  */
 unsigned int FindSlot(List<ITraceable*> const& table, ITraceable* pObject) {
     unsigned int const nMask = table.GetCount() - 1;

@@ -45,7 +45,8 @@ bool LoadText(Deserializer& deserializer, unsigned int nAttributeID, StringEncod
 /** UTF-16 units from bytes at any alignment; false on half a unit or when out of memory. */
 bool ReadText(unsigned char const* pData, unsigned long nLength, StringEncoded<UTF16Encoding>& sText);
 
-/** The way from one node of a tree to another: how many levels up, then from there the indices of children.
+/**
+ * The way from one node of a tree to another: how many levels up, then from there the indices of children.
  */
 typedef List<unsigned int> NodeWay;
 

@@ -11,7 +11,8 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** An interned descriptor. Once it can be found it never changes or goes, so that finding it takes no lock.
+/**
+ * An interned descriptor. Once it can be found it never changes or goes, so that finding it takes no lock.
  */
 struct DescriptorEntry {
     PropertyDescriptor m_descriptor;

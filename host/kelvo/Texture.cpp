@@ -76,7 +76,8 @@ bool IsLevelValid(MipLevel const& level, int nFormat, unsigned int nSize) {
            nSize;
 }
 
-/** Whether the levels fit, halve from the whole texture's size, and are those of a format that textures have.
+/**
+ * Whether the levels fit, halve from the whole texture's size, and are those of a format that textures have.
  */
 bool AreLevelsValid(List<MipLevel> const& levels, int nWidth, int nHeight, int nFormat, unsigned int nSize) {
     for (MipLevel const& level : levels) {
@@ -266,8 +267,10 @@ bool Texture::PromoteToSurface() {
     return true;
 }
 
-/** Writes the image into the surface that producers write next, whose first row in memory is drawn at the
- * bottom. */
+/**
+ * Writes the image into the surface that producers write next, whose first row in memory is drawn at the
+ * bottom.
+ */
 bool Texture::CopyToSurface() {
     SurfaceInfo info;
     void* const pTarget = Lock();

@@ -205,8 +205,10 @@ void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, 
     }
 }
 
-/** After a change handler has changed the tree under way: flattens it anew and tells the place of the node
- * just updated, or the last one when it has none; what then remains is updated by the next update. */
+/**
+ * After a change handler has changed the tree under way: flattens it anew and tells the place of the node
+ * just updated, or the last one when it has none; what then remains is updated by the next update.
+ */
 unsigned int Timeline::ResumeAfter(Node const* pNode) {
     BuildUpdateTree();
     unsigned int const nCount = m_tree.GetCount();

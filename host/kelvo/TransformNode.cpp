@@ -14,7 +14,8 @@ namespace {
 
 Vector3T<RealFloat> const g_one(1, 1, 1);
 
-/** By bits, so that a value that is not a number is equal to itself and does not count as changed for ever.
+/**
+ * By bits, so that a value that is not a number is equal to itself and does not count as changed for ever.
  */
 bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
     return std::memcmp(&a, &b, sizeof(a)) == 0;

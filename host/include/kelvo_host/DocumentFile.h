@@ -19,8 +19,10 @@ struct TREVIK_API DocumentFile {
     /** Oldest version stamp that is read. */
     static constexpr unsigned int MinimumVersion = 0;
 
-    /** Appends the file's bytes. False, with `bytes` unchanged, when the document is too large or memory is
-     * short. */
+    /**
+     * Appends the file's bytes. False, with `bytes` unchanged, when the document is too large or memory is
+     * short.
+     */
     static bool Write(DocumentNode const& document, List<unsigned char>& bytes);
     /** Reads the file's bytes. Null when they are no whole, undamaged document; `sError` then says why. */
     static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, String16& sError);

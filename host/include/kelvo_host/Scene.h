@@ -50,8 +50,10 @@ public:
     SceneSettings& GetSettings() { return m_settings; }
     SceneSettings const& GetSettings() const { return m_settings; }
 
-    /** Writes the scene into the current document node. False, traced, when something cannot be saved, or
-     * could not be loaded again: settings out of range, or no root. */
+    /**
+     * Writes the scene into the current document node. False, traced, when something cannot be saved, or
+     * could not be loaded again: settings out of range, or no root.
+     */
     bool Save(Serializer& serializer) const;
     /**
      * Reads the scene from the current document node and has its nodes reloaded. False, noted (see
@@ -61,8 +63,10 @@ public:
 
     /** Writes the scene to a file (path in UTF-8). False, with the reason in one line, when that fails. */
     bool SaveToFile(char const* pPath, String16& sError) const;
-    /** Reads a file; objects are created through `registry`. On false, with the reason in one line, nothing
-     * has changed. */
+    /**
+     * Reads a file; objects are created through `registry`. On false, with the reason in one line, nothing
+     * has changed.
+     */
     bool LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError);
 
     /**
