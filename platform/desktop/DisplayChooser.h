@@ -21,7 +21,8 @@ EGLDisplay ChooseDefaultDisplay();
 /** Of which kind a display is; Foreign for everything that ChooseDefaultDisplay did not give out. */
 DisplayKind KindOf(EGLDisplay display);
 
-/** eglInitialize and eglTerminate, which have to pass here: trying a display must not shut down one in use.
+/**
+ * eglInitialize and eglTerminate, which have to pass here: trying a display must not shut down one in use.
  */
 EGLBoolean InitializeDisplay(EGLDisplay display, EGLint* major, EGLint* minor);
 EGLBoolean TerminateDisplay(EGLDisplay display);

@@ -30,7 +30,8 @@ std::vector<EGLint> DriverAttributes(EGLint const* attributes, DisplayKind kind)
     return result;
 }
 
-/** The driver's answer in full: `query(configs, size, &count)` is one of its two functions that list configs.
+/**
+ * The driver's answer in full: `query(configs, size, &count)` is one of its two functions that list configs.
  */
 template <class Query>
 bool ListAll(Query query, std::vector<EGLConfig>& configs) {

@@ -12,8 +12,9 @@ namespace kelvo::desktop {
  */
 bool IsOffered(EGLDisplay display, DisplayKind kind, EGLConfig config);
 
-/** All offered configurations in the driver's order; empty on an uninitialised display. Throws
- * std::bad_alloc. */
+/**
+ * All offered configurations in the driver's order; empty on an uninitialised display. Throws std::bad_alloc.
+ */
 std::vector<EGLConfig> OfferedConfigs(EGLDisplay display, DisplayKind kind);
 
 /** eglChooseConfig on a display of this layer. Throws std::bad_alloc. */

@@ -54,8 +54,10 @@ namespace kelvo::desktop {
     F(eglWaitNative)                                                                                         \
     F(eglWaitSync)
 
-/** The system's own EGL. A member is null where the library lacks the function, all are where there is no
- * library. */
+/**
+ * The system's own EGL. A member is null where the library lacks the function, all are where there is no
+ * library.
+ */
 struct EglDriver {
 #define KELVO_MEMBER(name) decltype(&::name) name = nullptr;
     KELVO_EGL_FUNCTIONS(KELVO_MEMBER)
@@ -84,7 +86,8 @@ void UseDriverError();
 /** What eglGetError returns, and from then on EGL_SUCCESS. */
 EGLint TakeError();
 
-/** Sets `error` and returns the result that stands for failure, for the many `return Fail<EGLBoolean>(...)`.
+/**
+ * Sets `error` and returns the result that stands for failure, for the many `return Fail<EGLBoolean>(...)`.
  */
 template <class Result>
 Result Fail(EGLint error) {

@@ -43,8 +43,10 @@ GlFunctions const& Gl() {
     return s_gl;
 }
 
-/** Major version of the current OpenGL ES context, which may be above the one asked for; 0 when it is none
- * from 2 on. */
+/**
+ * Major version of the current OpenGL ES context, which may be above the one asked for; 0 when it is none
+ * from 2 on.
+ */
 int EsVersion() {
     static char const s_prefix[] = "OpenGL ES ";
     if (!Gl().glGetString || !Gl().glReadPixels)

@@ -12,8 +12,10 @@ namespace kelvo::desktop {
 struct FinishedFrame {
     int width = 0;
     int height = 0;
-    /** RGBA, 8 bits each, top row first, rows `width * 4` bytes apart. Alpha is 255 where the surface has
-     * none. */
+    /**
+     * RGBA, 8 bits each, top row first, rows `width * 4` bytes apart. Alpha is 255 where the surface has
+     * none.
+     */
     std::vector<std::uint8_t> pixels;
     /** Which of the window's frames this is, counted from 1; 0 while none has been captured. */
     unsigned long serial = 0;

@@ -28,8 +28,10 @@ struct ANativeWindow {
     ANativeWindow(ANativeWindow const&) = delete;
     ANativeWindow& operator=(ANativeWindow const&) = delete;
 
-    /** A surface that still exists for the window stays valid to destroy; swapping it is
-     * EGL_BAD_NATIVE_WINDOW. */
+    /**
+     * A surface that still exists for the window stays valid to destroy; swapping it is
+     * EGL_BAD_NATIVE_WINDOW.
+     */
     ~ANativeWindow() {
         if (release)
             release(this);
