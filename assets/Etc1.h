@@ -9,12 +9,14 @@ enum class Etc1Plane {
     Alpha   /**< alpha, as a grey picture */
 };
 
-/** Encodes one plane into `PlaneBytes` bytes; blocks that reach over the edge repeat the last column and row.
+/**
+ * Encodes one plane into `PlaneBytes` bytes; blocks that reach over the edge repeat the last column and row.
  */
 void EncodeEtc1Plane(const RgbaPicture& picture, Etc1Plane plane, std::uint8_t* out);
 
-/** Decodes one plane into the picture, whose size says how much there is; the other channels stay as they
- * are. */
+/**
+ * Decodes one plane into the picture, whose size says how much there is; the other channels stay as they are.
+ */
 void DecodeEtc1Plane(const std::uint8_t* in, Etc1Plane plane, RgbaPicture& picture);
 
 /**

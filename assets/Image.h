@@ -60,8 +60,10 @@ struct ImageOptions {
      */
     std::optional<TextureFormat::Enum> format;
 
-    /** Encode as `ETC1_RGBA` where the file has alpha and as `ETC1_RGB` where not; only while `format` is not
-     * set. */
+    /**
+     * Encode as `ETC1_RGBA` where the file has alpha and as `ETC1_RGB` where not; only while `format` is not
+     * set.
+     */
     bool encodeEtc1 = false;
 
     /** Last row first in memory. */

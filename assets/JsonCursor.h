@@ -44,7 +44,8 @@ public:
     /** One of some words; returns its index. */
     std::size_t ReadWord(char const* what, std::vector<std::string> const& words) const;
 
-    /** The number of elements of an array, which `what` describes; `nExact`, when not 0, is what it must be.
+    /**
+     * The number of elements of an array, which `what` describes; `nExact`, when not 0, is what it must be.
      */
     std::size_t ReadCount(std::string const& what, std::size_t nExact = 0) const;
     JsonCursor GetItem(std::size_t nIndex) const {

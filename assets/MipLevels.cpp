@@ -16,8 +16,10 @@ struct Coverage {
     unsigned weights[3] = {};
 };
 
-/** Measured in steps of 1 / target of a source pixel, all shares are whole numbers; each pixel's sum up to
- * `source`. */
+/**
+ * Measured in steps of 1 / target of a source pixel, all shares are whole numbers; each pixel's sum up to
+ * `source`.
+ */
 std::vector<Coverage> CoverAxis(int source, int target) {
     std::vector<Coverage> axis(static_cast<std::size_t>(target));
     for (int i = 0; i < target; ++i) {

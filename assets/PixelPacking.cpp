@@ -98,8 +98,10 @@ void UnpackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, st
     }
 }
 
-/** Cuts a picture down, or fills what is new by repeating the last column and row, so that filtering finds no
- * seam. */
+/**
+ * Cuts a picture down, or fills what is new by repeating the last column and row, so that filtering finds no
+ * seam.
+ */
 RgbaPicture Resize(const RgbaPicture& picture, int width, int height) {
     RgbaPicture resized{width, height,
                         std::vector<std::uint8_t>(std::size_t(width) * std::size_t(height) * 4)};

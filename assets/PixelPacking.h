@@ -4,8 +4,10 @@
 
 namespace trevik::kelvo::assets {
 
-/** A picture of four bytes a pixel (R, G, B, A; straight alpha), rows without gaps: what every conversion
- * goes through. */
+/**
+ * A picture of four bytes a pixel (R, G, B, A; straight alpha), rows without gaps: what every conversion goes
+ * through.
+ */
 struct RgbaPicture {
     int width = 0;
     int height = 0;
@@ -22,12 +24,15 @@ struct RgbaPicture {
 /** Writes the picture in `format` to `out`, `LevelBytes` of them. */
 void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uint8_t* out);
 
-/** The opposite: `LevelBytes` bytes of `format` at `in`. Missing channels come out as 255; `Alpha8` gives
- * white. */
+/**
+ * The opposite: `LevelBytes` bytes of `format` at `in`. Missing channels come out as 255; `Alpha8` gives
+ * white.
+ */
 RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int width, int height);
 
-/** The used part of one level of an image. The image must be whole (as the readers leave it), the level
- * exist. */
+/**
+ * The used part of one level of an image. The image must be whole (as the readers leave it), the level exist.
+ */
 RgbaPicture UnpackLevel(const ImageData& image, std::size_t level);
 
 /**

@@ -10,8 +10,10 @@ namespace trevik::kelvo::assets {
  * blocks of a picture's alpha lie beside it: `name.alpha.pkm` belongs to `name.pkm`.
  */
 
-/** `a/name.alpha.pkm` for `a/name.pkm`; empty for a path that does not end in `.pkm` or is itself an alpha
- * file. */
+/**
+ * `a/name.alpha.pkm` for `a/name.pkm`; empty for a path that does not end in `.pkm` or is itself an alpha
+ * file.
+ */
 std::string PkmAlphaPath(const std::string& path);
 
 /**

@@ -36,8 +36,10 @@ public:
     PngDecoder& operator=(const PngDecoder&) = delete;
     ~PngDecoder() { png_destroy_read_struct(&m_pPng, &m_pInfo, nullptr); }
 
-    /** Reads all that comes before the pixels and arranges for four bytes a pixel, or one where there is a
-     * palette. */
+    /**
+     * Reads all that comes before the pixels and arranges for four bytes a pixel, or one where there is a
+     * palette.
+     */
     bool ReadHeader(const ImageLimits& limits);
 
     /** Reads the pixels into rows that have room for four bytes a pixel, and what comes after them. */
@@ -166,8 +168,10 @@ std::string PngDecoder::DescribeError() const {
     return std::string(m_sError) + " (" + where + ")";
 }
 
-/** Looks at the first chunk without libpng, so that a wrong size is refused with a clear line and before all
- * else. */
+/**
+ * Looks at the first chunk without libpng, so that a wrong size is refused with a clear line and before all
+ * else.
+ */
 bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, std::string& error) {
     static const std::uint8_t kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     const std::size_t present = std::min(bytes.size, kSignatureBytes);
@@ -184,8 +188,10 @@ bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& lim
     return CheckSize(name, ReadBig32(chunk + 8), ReadBig32(chunk + 12), limits, error);
 }
 
-/** Deflate cannot shrink anything to less than 1/1032, so a small file with a huge header is known to be
- * broken. */
+/**
+ * Deflate cannot shrink anything to less than 1/1032, so a small file with a huge header is known to be
+ * broken.
+ */
 bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::string& name,
                       std::string& error) {
     constexpr std::uint64_t kMostInflation = 1032;
@@ -196,8 +202,10 @@ bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::stri
                            " pixels");
 }
 
-/** Replaces the indices at the beginning of each row by colours, from the right, so that none is overwritten
- * unread. */
+/**
+ * Replaces the indices at the beginning of each row by colours, from the right, so that none is overwritten
+ * unread.
+ */
 bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPicture& picture,
                    std::string& error) {
     for (int y = 0; y < picture.height; ++y) {

@@ -13,8 +13,10 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-/** Runs libpng into a list of bytes; as in the reader, nothing that needs a destructor lies in the way of its
- * jumps. */
+/**
+ * Runs libpng into a list of bytes; as in the reader, nothing that needs a destructor lies in the way of its
+ * jumps.
+ */
 class PngEncoder {
 public:
     PngEncoder() = default;

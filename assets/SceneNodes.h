@@ -15,16 +15,19 @@
 
 namespace trevik::kelvo::assets {
 
-/** Builds the nodes that a scene file describes. All operations throw a JsonFault when the description is
- * wrong. */
+/**
+ * Builds the nodes that a scene file describes. All operations throw a JsonFault when the description is
+ * wrong.
+ */
 class SceneNodes {
 public:
     /** Objects are created through `registry`; `textures` are those that sprites may name. */
     SceneNodes(ClassRegistry const& registry, SceneTextures const& textures)
         : m_registry(registry), m_textures(textures) {}
 
-    /** Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get
-     * `frameDelay`. */
+    /**
+     * Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get `frameDelay`.
+     */
     void ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay);
     /** The camera that `place` describes. */
     Ref<Camera> ReadCamera(JsonCursor const& place);

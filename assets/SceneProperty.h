@@ -37,7 +37,8 @@ Vector3T<RealFloat> ReadVector3(JsonCursor const& place);
 /** An easing function, or a time map, by its name. */
 Interpolate::Function ReadEasing(JsonCursor const& place);
 
-/** What a scene file writes for a property of this name and type, for messages and the format's description.
+/**
+ * What a scene file writes for a property of this name and type, for messages and the format's description.
  */
 std::string DescribeValue(std::string const& name, PropertyType::Enum type);
 

@@ -5,8 +5,9 @@
 
 namespace trevik::kelvo::assets {
 
-/** Letters to add, drop, replace or swap with their neighbour to make one text of the other; case counts
- * half. */
+/**
+ * Letters to add, drop, replace or swap with their neighbour to make one text of the other; case counts half.
+ */
 double EditDistance(std::string const& a, std::string const& b);
 
 /**
