@@ -2,8 +2,10 @@
 
 namespace kelvo::player {
 
-/** Prints what the current context draws with: driver, renderer, surface, and what the back end would use but
- * lacks. */
+/**
+ * Prints what the current context draws with: driver, renderer, surface, and what the back end would use but
+ * lacks.
+ */
 void ReportDriver();
 
 /** Prints counters and what each profiled scope has cost; `nPictures` of the frames were written. */
