@@ -91,7 +91,8 @@ public:
     int GetHeight() const { return m_nHeight; }
     std::vector<std::uint8_t> const& GetBytes() const { return m_bytes; }
 
-    /** Each pixel becomes the mean of `function(u, v)` over it; u runs to the right, v downward, both 0 to 1.
+    /**
+     * Each pixel becomes the mean of `function(u, v)` over it; u runs to the right, v downward, both 0 to 1.
      */
     template <class Function>
     void Fill(Function function) {

@@ -212,8 +212,10 @@ Colour Waves(double u, double v) {
     return colour;
 }
 
-/** A card: rounded, with a cream border; the outermost texels stay clear, which smooths the edges when it
- * turns. */
+/**
+ * A card: rounded, with a cream border; the outermost texels stay clear, which smooths the edges when it
+ * turns.
+ */
 template <class Pattern>
 Paint Card(double u, double v, Pattern pattern) {
     double const x = u;
