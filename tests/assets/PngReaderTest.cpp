@@ -13,8 +13,10 @@
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-/** Little of it is checked by the reader itself, so the checksum of a changed chunk has to be made right
- * again. */
+/**
+ * Little of it is checked by the reader itself, so the checksum of a changed chunk has to be made right
+ * again.
+ */
 void FixChecksum(Bytes& file, std::size_t chunk) {
     const std::size_t length = std::size_t(file[chunk + 2]) << 8 | file[chunk + 3];
     std::uint32_t crc = 0xFFFFFFFFu;

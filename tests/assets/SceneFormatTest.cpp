@@ -28,7 +28,8 @@ std::vector<std::string> ReadLines(std::string const& path) {
     return lines;
 }
 
-/** The rows of the property table under a heading, without the last column; properties begin with a capital.
+/**
+ * The rows of the property table under a heading, without the last column; properties begin with a capital.
  */
 std::vector<std::string> ReadRows(std::vector<std::string> const& lines, std::string const& heading) {
     std::vector<std::string> rows;

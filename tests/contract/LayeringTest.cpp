@@ -52,8 +52,9 @@ std::string ReadFile(fs::path const& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-/** The path, below the tree's root, of the file that `name` may stand for in a source of `folder`; else
- * empty. */
+/**
+ * The path, below the tree's root, of the file that `name` may stand for in a source of `folder`; else empty.
+ */
 std::string FindInTree(std::string const& name, fs::path const& folder) {
     fs::path const root = KELVO_SOURCE_DIRECTORY;
     std::vector<fs::path> places{folder};

@@ -19,8 +19,10 @@ inline ImageOptions SmallOptions() {
     return options;
 }
 
-/** What everything that takes an image relies on: sizes in order, every level inside the pixels, rows for all
- * of it. */
+/**
+ * What everything that takes an image relies on: sizes in order, every level inside the pixels, rows for all
+ * of it.
+ */
 inline void RequireWhole(const ImageData& image) {
     Require(image.width >= 1 && image.width <= image.allocatedWidth);
     Require(image.height >= 1 && image.height <= image.allocatedHeight);
@@ -35,7 +37,8 @@ inline void RequireWhole(const ImageData& image) {
     }
 }
 
-/** The image is whole after a success; after a failure it is as it was, and there is one line that says why.
+/**
+ * The image is whole after a success; after a failure it is as it was, and there is one line that says why.
  */
 inline void RequireAllOrNothing(bool fLoaded, const ImageData& image, const std::string& error) {
     if (fLoaded)

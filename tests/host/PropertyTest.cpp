@@ -248,8 +248,10 @@ TEST(Property, EmitReportsControllersAsPropertyMemory) {
 }
 
 #if defined(__x86_64__) && defined(__GNUC__)
-/** Where an operation stands in its class's table of virtual operations, the two destructor entries being 0
- * and 1. */
+/**
+ * Where an operation stands in its class's table of virtual operations, the two destructor entries being 0
+ * and 1.
+ */
 template <class Operation>
 long SlotOf(Operation pfnOperation) {
     long nValue;

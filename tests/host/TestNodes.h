@@ -123,7 +123,8 @@ inline bool TestDevice::HitProjection(Matrix const& model, Vector3 const& p0, Ve
     return true;
 }
 
-/** A sprite that notes when it is drawn, counts updates, and, like a real one, builds its geometry in Load.
+/**
+ * A sprite that notes when it is drawn, counts updates, and, like a real one, builds its geometry in Load.
  */
 class TestSprite : public Sprite {
 public:

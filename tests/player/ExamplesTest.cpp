@@ -88,7 +88,8 @@ TEST(Examples, ShowWhatTheySay) {
     }
 }
 
-/** The column in which the star of a row of the timeline example has its bright middle; -1 when it has none.
+/**
+ * The column in which the star of a row of the timeline example has its bright middle; -1 when it has none.
  */
 int FindStar(Picture const& picture, int nRow) {
     int nBest = -1;

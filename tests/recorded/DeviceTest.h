@@ -16,8 +16,10 @@ namespace recording {
 
 using Strings = std::vector<std::string>;
 
-/** A test over a fresh driver and a device that is not initialised yet, with the back end's classes
- * registered. */
+/**
+ * A test over a fresh driver and a device that is not initialised yet, with the back end's classes
+ * registered.
+ */
 class DeviceTest : public Test {
 protected:
     DeviceTest() {

@@ -17,8 +17,10 @@ using namespace trevik::kelvo;
 
 using Vector = Vector3T<RealFloat>;
 
-/** A scene with one of each: kinds of sprite, a nested timeline with camera, depth test and mask, a
- * nine-patch. */
+/**
+ * A scene with one of each: kinds of sprite, a nested timeline with camera, depth test and mask, a
+ * nine-patch.
+ */
 class SteadyFrame : public NodeTest {
 protected:
     SteadyFrame() : m_pRoot(new TimelineGL2) {

@@ -46,7 +46,8 @@ protected:
         return pTimeline;
     }
 
-    /** A camera that shows a rectangle of the plane z = 0, whose top is given first, over the whole viewport.
+    /**
+     * A camera that shows a rectangle of the plane z = 0, whose top is given first, over the whole viewport.
      */
     static Ref<Camera> MakeFlatCamera(RectangleT<RealFloat> const& view) {
         Ref<Camera> const pCamera(new CameraGL2);

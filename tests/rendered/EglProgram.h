@@ -34,8 +34,10 @@ protected:
 
     EGLint Attribute(EGLConfig config, EGLint name) const;
     ColourSizes Sizes(EGLConfig config) const;
-    /** The first configuration of exactly these sizes that is offered for windows; null with a failure if
-     * none is. */
+    /**
+     * The first configuration of exactly these sizes that is offered for windows; null with a failure if none
+     * is.
+     */
     EGLConfig Config(ColourSizes sizes = {8, 8, 8, 8}) const;
     EGLSurface Surface(EGLConfig config, void* window) const;
     EGLContext Context(EGLConfig config) const;

@@ -86,8 +86,10 @@ TEST_F(PlatformDisplay, ThereIsNoneForAWishThatCannotBeMet) {
     EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
 }
 
-/** Counts the configurations for windows of a display that the driver and not the layer gave out; -1 on
- * failure. */
+/**
+ * Counts the configurations for windows of a display that the driver and not the layer gave out; -1 on
+ * failure.
+ */
 int CountConfigsOfForeignDisplay() {
     if (!desktop::SelectPlatform("device:0") || eglGetDisplay(EGL_DEFAULT_DISPLAY) == EGL_NO_DISPLAY)
         return -1;

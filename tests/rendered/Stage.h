@@ -97,7 +97,8 @@ private:
 /** A picture in which no two pixels are alike, whichever way it is turned. */
 Image MakePicture(int width, int height);
 
-/** What a person should see, put together by the definition of straight-alpha blending, in double precision.
+/**
+ * What a person should see, put together by the definition of straight-alpha blending, in double precision.
  */
 class Canvas {
 public:

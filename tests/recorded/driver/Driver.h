@@ -189,8 +189,10 @@ Argument MakeArgument(ArgumentKind kind, const char* name, T value) {
     return argument;
 }
 
-/** One call of an entry point: holds the driver's lock, asks whether the call is to fail, and notes it at its
- * end. */
+/**
+ * One call of an entry point: holds the driver's lock, asks whether the call is to fail, and notes it at its
+ * end.
+ */
 class Invocation {
 public:
     Invocation(const char* name, std::initializer_list<Argument> arguments);
@@ -217,7 +219,8 @@ public:
     bool IsFailing() const { return m_fFailing; }
     int FailureError(int otherwise) const { return m_nFailure != 0 ? m_nFailure : otherwise; }
 
-    /** Raises a GL error (the first one stays) or sets the thread's EGL error, by what kind of call this is.
+    /**
+     * Raises a GL error (the first one stays) or sets the thread's EGL error, by what kind of call this is.
      */
     void Raise(unsigned error);
     /** Raise and answer false, for EGL. */

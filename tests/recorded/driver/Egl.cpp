@@ -255,8 +255,10 @@ EGLBoolean eglInitialize(Invocation& call, EGLDisplay dpy, EGLint* major, EGLint
     return EGL_TRUE;
 }
 
-/** Destroys contexts and surfaces, except those that are current on some thread: they go when they are
- * released. */
+/**
+ * Destroys contexts and surfaces, except those that are current on some thread: they go when they are
+ * released.
+ */
 EGLBoolean eglTerminate(Invocation& call, EGLDisplay dpy) {
     if (dpy != TheDisplay())
         return call.Refuse(EGL_BAD_DISPLAY);

@@ -87,7 +87,8 @@ Attachment* FindAttachment(Framebuffer& framebuffer, GLenum point) {
     }
 }
 
-/** The slot that an attach call means, or null after raising what is wrong with target or attachment point.
+/**
+ * The slot that an attach call means, or null after raising what is wrong with target or attachment point.
  */
 Attachment* RequireAttachment(Invocation& call, GLenum target, GLenum point) {
     Framebuffer* framebuffer = call.Context().framebuffers.Find(call.GetState().framebuffer);
@@ -326,7 +327,8 @@ void glGetRenderbufferParameteriv(Invocation& call, GLenum target, GLenum pname,
 
 // ---- Read-back
 
-/** Reads RGBA, as every implementation must, and RGB, the one further format that this one chooses to offer.
+/**
+ * Reads RGBA, as every implementation must, and RGB, the one further format that this one chooses to offer.
  */
 void glReadPixels(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
                   GLenum type, void* pixels) {

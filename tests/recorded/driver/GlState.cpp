@@ -20,8 +20,9 @@ const GLenum g_capabilities[] = {GL_BLEND,
                                  GL_SAMPLE_ALPHA_TO_COVERAGE,
                                  GL_SAMPLE_COVERAGE};
 
-/** The capability's bit in State::enabled; 0 for an enumerant that is no capability, GL_TEXTURE_2D among
- * them. */
+/**
+ * The capability's bit in State::enabled; 0 for an enumerant that is no capability, GL_TEXTURE_2D among them.
+ */
 std::uint32_t CapabilityBit(GLenum capability) {
     const auto found = std::find(std::begin(g_capabilities), std::end(g_capabilities), capability);
     return found == std::end(g_capabilities) ? 0 : 1u << std::distance(std::begin(g_capabilities), found);

@@ -16,8 +16,10 @@ bool IsCubeFace(GLenum target) {
     return target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
 }
 
-/** The texture that an upload to `target` changes, and the key of the level there; faces get keys of their
- * own. */
+/**
+ * The texture that an upload to `target` changes, and the key of the level there; faces get keys of their
+ * own.
+ */
 Texture* UploadTarget(Invocation& call, GLenum target) {
     return BoundTexture(call.Context(), IsCubeFace(target) ? GL_TEXTURE_CUBE_MAP : target);
 }

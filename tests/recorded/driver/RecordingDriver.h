@@ -91,8 +91,9 @@ struct VertexStream {
     std::vector<std::uint8_t> bytes; // the vertices drawn, in drawing order, tightly packed
     std::vector<float> values;       // the same as GL reads them: fixed point and normalised values converted
 
-    /** The packed bytes taken for floats, whatever type was declared; empty for types that are not four
-     * bytes. */
+    /**
+     * The packed bytes taken for floats, whatever type was declared; empty for types that are not four bytes.
+     */
     std::vector<float> RawFloats() const;
     /** The values of one vertex, counted in drawing order. */
     std::vector<float> Vertex(std::size_t index) const;
@@ -179,7 +180,8 @@ struct Draw {
 
     /** The stream's values, or nothing when that array was not enabled. */
     std::vector<float> Values(GLuint attribute) const;
-    /** The value that a uniform of the program in use had; empty when the program has no such active uniform.
+    /**
+     * The value that a uniform of the program in use had; empty when the program has no such active uniform.
      */
     std::vector<float> Uniform(const std::string& name) const;
     /** The texture bound to the unit that a sampler uniform names; 0 when there is none. */
@@ -364,12 +366,14 @@ std::optional<Renderbuffer> FindRenderbuffer(GLuint name);
 std::optional<Framebuffer> FindFramebuffer(GLuint name);
 std::optional<Shader> FindShader(GLuint name);
 std::optional<Program> FindProgram(GLuint name);
-/** The location of a uniform in a linked program, -1 when it is not active. Differs from program to program.
+/**
+ * The location of a uniform in a linked program, -1 when it is not active. Differs from program to program.
  */
 GLint UniformLocation(GLuint program, const std::string& name);
 /** The current value of a uniform: one float for each component, matrices column by column, integers too. */
 std::vector<float> UniformValue(GLuint program, const std::string& name);
-/** What glReadPixels writes for one component (red 0 to alpha 3) of the pixel at (x, y) of the framebuffer.
+/**
+ * What glReadPixels writes for one component (red 0 to alpha 3) of the pixel at (x, y) of the framebuffer.
  */
 std::uint8_t ReadPixelsPattern(int x, int y, int component);
 
@@ -396,8 +400,10 @@ void Succeed(const std::string& name);
 void FailCompile(GLenum stage, const std::string& log = "0:1: error: told to fail");
 /** Makes glLinkProgram fail with a log; an empty one answers GL_INFO_LOG_LENGTH 0. */
 void FailLink(const std::string& log = "error: told to fail");
-/** What glGet answers for a limit or another single integer, such as GL_MAX_TEXTURE_IMAGE_UNITS or
- * GL_RED_BITS. */
+/**
+ * What glGet answers for a limit or another single integer, such as GL_MAX_TEXTURE_IMAGE_UNITS or
+ * GL_RED_BITS.
+ */
 void SetLimit(GLenum name, GLint value);
 /** Whether GL_SHADER_COMPILER is true. */
 void SetShaderCompiler(bool present);
@@ -436,8 +442,10 @@ void SetVertexSnapshots(bool enabled);
 
 // ---- Names
 
-/** "GL_BLEND", or the number in hexadecimal. GL_POINTS, GL_ZERO and the like, small numbers shared by
- * several, not. */
+/**
+ * "GL_BLEND", or the number in hexadecimal. GL_POINTS, GL_ZERO and the like, small numbers shared by several,
+ * not.
+ */
 std::string EnumName(GLenum value);
 std::string EglEnumName(EGLint value);
 
