@@ -19,7 +19,10 @@ constexpr int ProgramUntextured = -2;
 constexpr int ProgramTexturedEdges = -10;
 constexpr int ProgramSolidEdges = -11;
 
-/** Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended, on zero edges only. */
+/**
+ * Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended, on zero
+ * edges only.
+ */
 constexpr RealFloat TextureInset = 0.0001f;
 
 constexpr unsigned int FilterWidth = 32;
@@ -70,10 +73,10 @@ void SpriteGL2::SetTexture(Texture* pTexture) {
     if (!m_pTexture || m_textureCoords.GetCount() != 4) {
         return;
     }
-    RealFloat const rU =
-        static_cast<RealFloat>(m_pTexture->GetWidth()) / static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
-    RealFloat const rV =
-        static_cast<RealFloat>(m_pTexture->GetHeight()) / static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
+    RealFloat const rU = static_cast<RealFloat>(m_pTexture->GetWidth()) /
+                         static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
+    RealFloat const rV = static_cast<RealFloat>(m_pTexture->GetHeight()) /
+                         static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
     // Zero edges are exact here and inset in Load: intended.
     m_textureCoords[0] = Vector2T<RealFloat>(0, rV);
     m_textureCoords[1] = Vector2T<RealFloat>(0, 0);
@@ -152,9 +155,8 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         }
         bool const fPlainTexture = pTexture->GetGLTextureType() == GL_TEXTURE_2D;
         bool const fSeparateAlpha = fPlainTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA;
-        pProgram = fPlainTexture ? device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(),
-                                                                          pTexture->GetFormat()))
-                                 : nullptr;
+        int const nProgram = ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat());
+        pProgram = fPlainTexture ? device.GetShader(nProgram) : nullptr;
         device.SetActiveShader(pProgram);
         if (pProgram != nullptr) {
             SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
@@ -188,7 +190,8 @@ bool SpriteGL2::CreateAntialiasFilter() {
     for (unsigned int i = 0; i < FilterWidth; ++i) {
         // A raised cosine over the distance from the line's edge.
         RealFloat const rDistance = static_cast<RealFloat>(i) * -0.03125f + 1;
-        RealFloat const rSine = std::sin(static_cast<RealFloat>(M_PI_2) + rDistance * static_cast<RealFloat>(M_PI));
+        RealFloat const rSine =
+            std::sin(static_cast<RealFloat>(M_PI_2) + rDistance * static_cast<RealFloat>(M_PI));
         texels[i] = static_cast<unsigned char>((rSine + 1) * 0.5f * 255);
     }
     s_antialiasFilter = Texture::CreateTexture(FilterWidth, 1, TextureFormat::Alpha8, texels, FilterWidth);
@@ -201,7 +204,8 @@ void SpriteGL2::ReleaseAntialiasFilter() {
 
 void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
                                 Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,
-                                Vector3T<RealFloat>* pEquations, unsigned int nFirst, unsigned int nCopyDistance) {
+                                Vector3T<RealFloat>* pEquations, unsigned int nFirst,
+                                unsigned int nCopyDistance) {
     Vector4T<RealFloat> const q0(p0.x / p0.w, p0.y / p0.w, p0.z / p0.w, p0.w / p0.w);
     Vector4T<RealFloat> const q1(p1.x / p1.w, p1.y / p1.w, p1.z / p1.w, p1.w / p1.w);
     Vector4T<RealFloat> s0 = toWindow * q0;
@@ -225,8 +229,10 @@ void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<Re
     RealFloat const y1 = s1.y;
     RealFloat const a = y1 - y0;
     RealFloat const b = x1 - x0;
-    // The published method takes the sum of the squares and adds a filter width; difference and zero are intended.
-    RealFloat const rSquares = static_cast<RealFloat>(std::fabs(double(b) * double(b) - double(a) * double(a)));
+    // The published method takes the sum of the squares and adds a filter width; difference and zero are
+    // intended.
+    RealFloat const rSquares =
+        static_cast<RealFloat>(std::fabs(double(b) * double(b) - double(a) * double(a)));
     RealFloat const k = 2 / ((2 * h + 0) * static_cast<RealFloat>(std::sqrt(double(rSquares))));
 
     Vector3T<RealFloat>* const e = pEquations + nFirst;
@@ -258,12 +264,14 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
     static_cast<void>(Matrix4Inverse(toWindow, fromWindow));
     Vector3T<RealFloat> equations[EdgeVertexCount * EquationsPerVertex];
     for (unsigned int nEdge = 0; nEdge < EdgeCount; ++nEdge) {
-        CalculateLineEq(toWindow, fromWindow, points[2 * nEdge], points[2 * nEdge + 1], HalfLineWidth, equations,
-                        2 * EquationsPerVertex * nEdge, EquationsPerVertex);
+        unsigned int const nFirst = 2 * nEdge;
+        CalculateLineEq(toWindow, fromWindow, points[nFirst], points[nFirst + 1], HalfLineWidth, equations,
+                        EquationsPerVertex * nFirst, EquationsPerVertex);
     }
 
     Vector2T<RealFloat> edgeCoords[EdgeVertexCount];
-    ShaderProgramGL2* const pProgram = device.GetShader(pTexture != nullptr ? ProgramTexturedEdges : ProgramSolidEdges);
+    ShaderProgramGL2* const pProgram =
+        device.GetShader(pTexture != nullptr ? ProgramTexturedEdges : ProgramSolidEdges);
     device.SetActiveShader(pProgram);
     if (pProgram == nullptr) {
         return; // the device is not up
@@ -290,7 +298,8 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
     glVertexAttribPointer(VertexAttributeIndex::Position, 4, GL_FLOAT, GL_FALSE, 0, points);
     constexpr GLsizei Stride = EquationsPerVertex * sizeof(Vector3T<RealFloat>);
     for (unsigned int i = 0; i < EquationsPerVertex; ++i) {
-        glVertexAttribPointer(VertexAttributeIndex::EdgeEquation0 + i, 3, GL_FLOAT, GL_FALSE, Stride, equations + i);
+        glVertexAttribPointer(VertexAttributeIndex::EdgeEquation0 + i, 3, GL_FLOAT, GL_FALSE, Stride,
+                              equations + i);
     }
     glLineWidth(2 * HalfLineWidth);
     glDrawArrays(GL_LINES, 0, EdgeVertexCount);
