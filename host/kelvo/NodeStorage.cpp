@@ -1,13 +1,12 @@
 #include "NodeStorage.h"
 
-#include <climits>
-#include <cstring>
 #include <new>
 
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/List.h"
 #include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Sprite.h"
 
@@ -95,8 +94,7 @@ bool LoadOptionalNode(Deserializer& deserializer, unsigned int nTagID, Ref<Node>
 }
 
 bool SaveText(Serializer& serializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding> const& sText) {
-    return serializer.WriteAttribute(nAttributeID, reinterpret_cast<unsigned char const*>(sText.GetData()),
-                                     static_cast<unsigned long>(sText.GetLength()) * sizeof(char16_t));
+    return PropertyTraits<StringEncoded<UTF16Encoding>>::Write(serializer, nAttributeID, sText);
 }
 
 bool LoadText(Deserializer& deserializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding>& sText) {
@@ -106,17 +104,7 @@ bool LoadText(Deserializer& deserializer, unsigned int nAttributeID, StringEncod
 }
 
 bool ReadText(unsigned char const* pData, unsigned long nLength, StringEncoded<UTF16Encoding>& sText) {
-    unsigned long const nUnits = nLength / sizeof(char16_t);
-    List<char16_t> units;
-    if (nLength % sizeof(char16_t) != 0 || nUnits > UINT_MAX ||
-        !units.Resize(static_cast<unsigned int>(nUnits))) {
-        return false;
-    }
-    if (nUnits != 0) {
-        std::memcpy(units.GetData(), pData, nLength);
-    }
-    sText = StringEncoded<UTF16Encoding>(units.GetData(), units.GetCount());
-    return true;
+    return PropertyTraits<StringEncoded<UTF16Encoding>>::Read(sText, pData, nLength);
 }
 
 bool FindWay(Node const& from, Node const& to, NodeWay& way) {

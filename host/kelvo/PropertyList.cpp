@@ -76,6 +76,7 @@ bool PropertyList::Register(unsigned int nPropertyID, Property* pProperty) {
 }
 
 bool PropertyList::Register(PropertyDescriptor const* pDescriptor, Property* pProperty) {
+    m_fWhole = m_fWhole && pDescriptor;
     if (!pDescriptor || !pProperty) {
         return false;
     }
@@ -83,6 +84,7 @@ bool PropertyList::Register(PropertyDescriptor const* pDescriptor, Property* pPr
     if (Entry const* pOlder = Find(pDescriptor->m_nID)) {
         m_entries[static_cast<unsigned int>(pOlder - m_entries.GetData())] = entry;
     } else if (!m_entries.Append(entry)) {
+        m_fWhole = false;
         return false;
     }
     m_nGeneration = 0;
@@ -100,6 +102,7 @@ PropertyList::Entry const* PropertyList::Find(unsigned int nPropertyID) const {
 
 void PropertyList::Clear() {
     m_entries.Clear();
+    m_fWhole = true;
     m_pFirstAnimated = nullptr;
     m_otherAnimated.Clear();
 }
@@ -130,6 +133,9 @@ void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& 
 }
 
 bool PropertyList::Save(Serializer& serializer) const {
+    if (!m_fWhole) {
+        return false;
+    }
     for (Entry const& entry : m_entries) {
         if (!serializer.PushTag(DocumentID::Property, entry.m_pDescriptor->m_nID) ||
             !entry.m_pProperty->Save(serializer)) {
@@ -141,6 +147,9 @@ bool PropertyList::Save(Serializer& serializer) const {
 }
 
 bool PropertyList::Load(Deserializer& deserializer) {
+    if (!m_fWhole) {
+        return deserializer.Fail(u"memory is short");
+    }
     unsigned int const nDepth = deserializer.GetDepth();
     unsigned int const nChildren = deserializer.GetChildCount();
     for (unsigned int nChild = 0; nChild < nChildren; ++nChild) {

@@ -1,10 +1,12 @@
 #include <gtest/gtest.h>
 
 #include <cstdio>
+#include <memory>
 
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
 #include "kelvo_host/Scene.h"
+#include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
 namespace {
@@ -427,6 +429,59 @@ TEST(SceneSaveLoad, ACopySavesTheSame) {
     static_cast<Timeline*>(pCopy->FindNode(Name("inner")))
         ->SetCamera(static_cast<Camera*>(pCopy->FindNode(Name("attached camera"))));
     EXPECT_EQ(Flatten(sample.Save()), saved);
+}
+
+/**
+ * Tries something with no memory, then with a little more each time, until it has had enough; each time
+ * checks what has come of it.
+ */
+template <class Try, class Check>
+void WithMoreAndMoreMemory(Try tryIt, Check check) {
+    bool fEnough = false;
+    for (unsigned int nAllocations = 0; !fEnough && !testing::Test::HasFailure(); ++nAllocations) {
+        SCOPED_TRACE(nAllocations);
+        unsigned long long const nBefore = Allocation::GetCount();
+        Allocation::FailAfter(nAllocations);
+        tryIt();
+        fEnough = Allocation::GetCount() - nBefore < nAllocations;
+        Allocation::FailNever();
+        check(fEnough);
+    }
+}
+
+TEST(SceneSaveLoad, WithoutMemoryItIsLoadedWholeOrNotAtAll) {
+    AttachedCamera sample;
+    Ref<DocumentNode> const pDocument = sample.Save();
+    std::vector<unsigned char> const saved = Flatten(pDocument);
+    TraceLog log;
+    bool fLoaded = false;
+    std::unique_ptr<Scene> pScene;
+    WithMoreAndMoreMemory(
+        [&] {
+            pScene = std::make_unique<Scene>();
+            Deserializer deserializer(pDocument, sample.m_registry);
+            fLoaded = pScene->Load(deserializer);
+        },
+        [&](bool fEnough) {
+            EXPECT_TRUE(fLoaded || !fEnough);
+            EXPECT_EQ(pScene->GetRoot() != nullptr, fLoaded);
+            Serializer serializer;
+            EXPECT_EQ(pScene->Save(serializer), fLoaded);
+            EXPECT_TRUE(!fLoaded || Flatten(serializer.Finish()) == saved) << "something is missing";
+        });
+}
+
+TEST(SceneSaveLoad, WithoutMemoryItIsSavedWholeOrNotAtAll) {
+    AttachedCamera sample;
+    std::vector<unsigned char> const saved = Flatten(sample.Save());
+    TraceLog log;
+    Ref<DocumentNode> pDocument;
+    WithMoreAndMoreMemory([&] { pDocument = sample.Save(); },
+                          [&](bool fEnough) {
+                              EXPECT_TRUE(pDocument || !fEnough);
+                              EXPECT_TRUE(!pDocument || Flatten(pDocument) == saved)
+                                  << "something is missing";
+                          });
 }
 
 TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {

@@ -23,7 +23,7 @@ public:
      * Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
      */
     PropertyList(PropertyList const&) {}
-    PropertyList& operator=(PropertyList const&) { return *this; }
+    PropertyList& operator=(PropertyList const&) { return *this; } // NOLINT(*-unhandled-self-assignment)
 
     /**
      * Enters a property under an id; a property already entered under that id is replaced. False when out of
@@ -69,12 +69,18 @@ public:
     /** Whether any property has a controller (as of the last Update). */
     bool HasAnimated() const { return m_pFirstAnimated != nullptr; }
 
-    /** Writes every property as a child node (tag "Property", type = property id) of the current node. */
+    /** Whether no registration has failed for lack of memory. */
+    bool IsWhole() const { return m_fWhole; }
+
+    /**
+     * Writes every property as a child node (tag "Property", type = property id) of the current node. False
+     * when a property refuses, memory is short, or the list is not whole.
+     */
     bool Save(Serializer& serializer) const;
     /**
      * Loads every property that the current node has a child for; others keep their values, unknown ones are
-     * skipped. False when a property that is present fails to load (noted with its name, see
-     * Deserializer::Fail).
+     * skipped. False, noted (see Deserializer::Fail), when a property that is present fails to load, or the
+     * list is not whole.
      */
     bool Load(Deserializer& deserializer);
     /** Reports every property. */
@@ -92,6 +98,7 @@ private:
     Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
     List<Property*> m_otherAnimated;
     List<Entry> m_entries;
+    bool m_fWhole = true;
 };
 
 } // namespace trevik::kelvo
