@@ -268,6 +268,18 @@ TEST(Node, CopiesOfTreesKeepOrderAndCopyNothingHalf) {
     }
 }
 
+TEST(Node, ACopyHasAllItsPropertiesOrIsNone) {
+    Ref<TestSprite> const pSprite = Make<TestSprite>("sprite");
+    Ref<Node> pCopy;
+    for (unsigned int nAllocations = 0; !pCopy && nAllocations < 100; ++nAllocations) {
+        Allocation::FailAfter(nAllocations);
+        pCopy = pSprite->Clone();
+        Allocation::FailNever();
+    }
+    ASSERT_TRUE(pCopy);
+    EXPECT_EQ(pCopy->GetProperties().GetCount(), pSprite->GetProperties().GetCount());
+}
+
 TEST(Node, ReportsItsSubtreeOnce) {
     Family family;
     MemoryTracer tracer;

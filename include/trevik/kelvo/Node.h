@@ -184,12 +184,16 @@ protected:
         }
     }
     /**
-     * Registers a new copy's properties, so that none of their changes is missed, and returns it; null stays
-     * null.
+     * Registers a new copy's properties, so that none of their changes is missed, and returns it; deletes it
+     * and returns null when memory is short. Null stays null.
      */
     static Node* RegisterCopy(Node* pCopy) {
         if (pCopy) {
             pCopy->EnsureRegistered();
+            if (!pCopy->m_properties.IsWhole()) {
+                delete pCopy;
+                return nullptr;
+            }
         }
         return pCopy;
     }
