@@ -1,8 +1,6 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <cmath>
-#include <unordered_set>
-#include <vector>
 
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
@@ -305,8 +303,8 @@ void Timeline::InternalRender(GraphicsDevice& device) {
     PreRenderChildren(device);
     RenderChildren(device);
     PostRenderChildren(device);
-    // What hangs from it may hold this timeline: the two would keep each other alive.
-    if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0) {
+    // Held from below, a camera would keep itself alive.
+    if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0 && IsBelow(*m_pActiveCamera)) {
         m_pActiveCamera.Reset();
     }
 }
@@ -378,32 +376,18 @@ RealFloat Timeline::GetMappedFrame() const {
     return first + m_pfnTimeMap(played < 0 ? RealFloat(0) : played > 1 ? RealFloat(1) : played) * length;
 }
 
-/** Whether the camera keeps this timeline alive: as one below it, or below a camera that such a one holds. */
-bool Timeline::IsHeldBy(Camera& camera) const {
-    std::unordered_set<Node const*> seen;
-    std::vector<Node*> pending(1, &camera);
-    while (!pending.empty()) {
-        Node* const pNode = pending.back();
-        pending.pop_back();
-        if (pNode == this) {
-            return true;
-        }
-        if (!seen.insert(pNode).second) {
-            continue;
-        }
-        pending.insert(pending.end(), pNode->GetChildren().begin(), pNode->GetChildren().end());
-        Timeline* const pTimeline = pNode->IsKindOf(ClassID) ? static_cast<Timeline*>(pNode) : nullptr;
-        if (pTimeline && pTimeline->m_pCamera) {
-            pending.push_back(pTimeline->m_pCamera.Get());
-        }
+bool Timeline::IsBelow(Node const& node) const {
+    Node const* pNode = m_pParent;
+    while (pNode && pNode != &node) {
+        pNode = pNode->GetParent();
     }
-    return false;
+    return pNode != nullptr;
 }
 
 void Timeline::SetCamera(Camera* pCamera) {
-    if (pCamera && IsHeldBy(*pCamera)) {
+    if (pCamera && IsBelow(*pCamera)) {
         Debug::TraceFormat(TraceLevel::Error,
-                           u"[kelvo] %s: no timeline can look through a camera that keeps it alive",
+                           u"[kelvo] %s: no timeline can look through a camera that it hangs from",
                            GetPath().GetData());
         return;
     }
@@ -423,11 +407,10 @@ void Timeline::TakeCopiedCamera(Timeline const& original) {
 bool Timeline::TakeCameraOnWay() {
     Node* const pNode = FollowWay(*this, m_cameraWay);
     m_cameraWay.Release();
-    Camera* const pCamera = pNode && pNode->IsKindOf(Camera::ClassID) ? static_cast<Camera*>(pNode) : nullptr;
-    if (!pCamera || IsHeldBy(*pCamera)) {
+    if (!pNode || !pNode->IsKindOf(Camera::ClassID) || IsBelow(*pNode)) {
         return false;
     }
-    m_pCamera = pCamera;
+    m_pCamera = static_cast<Camera*>(pNode);
     return true;
 }
 
