@@ -8,10 +8,7 @@ namespace trevik::kelvo {
 /** Draws sprites whose blend mode is not the plain one (see BlendMode). */
 class TREVIK_API BlendModeEffect : public Effect {
 public:
-    static constexpr unsigned int ClassID = HashName("BlendModeEffect");
-    static bool IsOwnOrBaseID(unsigned int nClassID) {
-        return nClassID == ClassID || Effect::IsOwnOrBaseID(nClassID);
-    }
+    TREVIK_CLASS_ID(BlendModeEffect, Effect)
 
     BlendModeEffect();
     BlendModeEffect(BlendModeEffect const& other);

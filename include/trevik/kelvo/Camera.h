@@ -14,10 +14,7 @@ namespace trevik::kelvo {
  */
 class TREVIK_API Camera : public TransformNode {
 public:
-    static constexpr unsigned int ClassID = HashName("Camera");
-    static bool IsOwnOrBaseID(unsigned int nClassID) {
-        return nClassID == ClassID || TransformNode::IsOwnOrBaseID(nClassID);
-    }
+    TREVIK_CLASS_ID(Camera, TransformNode)
 
     Camera();
     Camera(Camera const& other);

@@ -10,10 +10,7 @@ namespace trevik::kelvo {
 /** Smears a textured sprite along a direction. Reach in texels is |direction| times the amount, per axis. */
 class TREVIK_API DirectionalBlurEffect : public Effect {
 public:
-    static constexpr unsigned int ClassID = HashName("DirectionalBlurEffect");
-    static bool IsOwnOrBaseID(unsigned int nClassID) {
-        return nClassID == ClassID || Effect::IsOwnOrBaseID(nClassID);
-    }
+    TREVIK_CLASS_ID(DirectionalBlurEffect, Effect)
 
     DirectionalBlurEffect();
     DirectionalBlurEffect(DirectionalBlurEffect const& other);

@@ -9,10 +9,7 @@ namespace trevik::kelvo {
 /** Blurs what the node's subtree draws by an animated amount: 0 or less none, 1 full, above 1 wider still. */
 class TREVIK_API GaussianBlurEffect : public Effect {
 public:
-    static constexpr unsigned int ClassID = HashName("GaussianBlurEffect");
-    static bool IsOwnOrBaseID(unsigned int nClassID) {
-        return nClassID == ClassID || Effect::IsOwnOrBaseID(nClassID);
-    }
+    TREVIK_CLASS_ID(GaussianBlurEffect, Effect)
 
     GaussianBlurEffect();
     GaussianBlurEffect(GaussianBlurEffect const& other);

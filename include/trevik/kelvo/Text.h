@@ -12,10 +12,7 @@ namespace trevik::kelvo {
 /** A node that lays a string out in glyphs of a font, in batches of one texture each. */
 class TREVIK_API Text : public TransformNode {
 public:
-    static constexpr unsigned int ClassID = HashName("Text");
-    static bool IsOwnOrBaseID(unsigned int nClassID) {
-        return nClassID == ClassID || TransformNode::IsOwnOrBaseID(nClassID);
-    }
+    TREVIK_CLASS_ID(Text, TransformNode)
 
     Text();
     Text(Text const& other);
