@@ -6,6 +6,7 @@
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Timeline.h"
+#include "trevik/kelvo/TransformNode.h"
 
 namespace trevik::kelvo {
 
@@ -103,6 +104,14 @@ void Node::AttachAfter(Node* pChild, Node* pSibling) {
 void Node::Detach(Node* pChild) {
     if (pChild && pChild->m_pParent == this) {
         RemoveChild(static_cast<unsigned int>(m_children.IndexOf(pChild)));
+    }
+}
+
+void Node::SetParent(Node* pParent) {
+    m_pParent = pParent;
+    m_nParentVersion = 0;
+    if (m_pTransformNode) {
+        m_pTransformNode->m_pParentTransform = pParent ? pParent->m_pTransformNode : nullptr;
     }
 }
 

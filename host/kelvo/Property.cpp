@@ -5,7 +5,7 @@
 
 namespace trevik::kelvo {
 
-std::atomic<unsigned long> BasePropertyGeneration::s_nValue{1};
+std::atomic<unsigned int> BasePropertyGeneration::s_nValue{1};
 
 Property::~Property() = default;
 

@@ -103,14 +103,18 @@ PropertyList::Entry const* PropertyList::Find(unsigned int nPropertyID) const {
 void PropertyList::Clear() {
     m_entries.Clear();
     m_fWhole = true;
+    ForgetAnimated();
+}
+
+void PropertyList::ForgetAnimated() {
     m_pFirstAnimated = nullptr;
     m_otherAnimated.Clear();
+    m_fSeveralAnimated = false;
 }
 
 void PropertyList::CollectAnimated() {
-    unsigned long const nGeneration = BasePropertyGeneration::Get();
-    m_pFirstAnimated = nullptr;
-    m_otherAnimated.Clear();
+    unsigned int const nGeneration = BasePropertyGeneration::Get();
+    ForgetAnimated();
     for (Entry const& entry : m_entries) {
         bool (*const pfnIsAnimated)(Property const*) = entry.m_pDescriptor->m_pfnIsAnimated;
         if (pfnIsAnimated && !pfnIsAnimated(entry.m_pProperty)) {
@@ -118,7 +122,9 @@ void PropertyList::CollectAnimated() {
         }
         if (!m_pFirstAnimated) {
             m_pFirstAnimated = entry.m_pProperty;
-        } else if (!m_otherAnimated.Append(entry.m_pProperty)) {
+        } else if (m_otherAnimated.Append(entry.m_pProperty)) {
+            m_fSeveralAnimated = true;
+        } else {
             return; // tried again at the next update
         }
     }

@@ -1,6 +1,8 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <cmath>
+#include <unordered_set>
+#include <vector>
 
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
@@ -303,8 +305,8 @@ void Timeline::InternalRender(GraphicsDevice& device) {
     PreRenderChildren(device);
     RenderChildren(device);
     PostRenderChildren(device);
-    // Held from below, a camera would keep itself alive.
-    if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0 && IsBelow(*m_pActiveCamera)) {
+    // What hangs from it may hold this timeline: the two would keep each other alive.
+    if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0) {
         m_pActiveCamera.Reset();
     }
 }
@@ -376,18 +378,32 @@ RealFloat Timeline::GetMappedFrame() const {
     return first + m_pfnTimeMap(played < 0 ? RealFloat(0) : played > 1 ? RealFloat(1) : played) * length;
 }
 
-bool Timeline::IsBelow(Node const& node) const {
-    Node const* pNode = m_pParent;
-    while (pNode && pNode != &node) {
-        pNode = pNode->GetParent();
+/** Whether the camera keeps this timeline alive: as one below it, or below a camera that such a one holds. */
+bool Timeline::IsHeldBy(Camera& camera) const {
+    std::unordered_set<Node const*> seen;
+    std::vector<Node*> pending(1, &camera);
+    while (!pending.empty()) {
+        Node* const pNode = pending.back();
+        pending.pop_back();
+        if (pNode == this) {
+            return true;
+        }
+        if (!seen.insert(pNode).second) {
+            continue;
+        }
+        pending.insert(pending.end(), pNode->GetChildren().begin(), pNode->GetChildren().end());
+        Timeline* const pTimeline = pNode->IsKindOf(ClassID) ? static_cast<Timeline*>(pNode) : nullptr;
+        if (pTimeline && pTimeline->m_pCamera) {
+            pending.push_back(pTimeline->m_pCamera.Get());
+        }
     }
-    return pNode != nullptr;
+    return false;
 }
 
 void Timeline::SetCamera(Camera* pCamera) {
-    if (pCamera && IsBelow(*pCamera)) {
+    if (pCamera && IsHeldBy(*pCamera)) {
         Debug::TraceFormat(TraceLevel::Error,
-                           u"[kelvo] %s: no timeline can look through a camera that it hangs from",
+                           u"[kelvo] %s: no timeline can look through a camera that keeps it alive",
                            GetPath().GetData());
         return;
     }
@@ -407,10 +423,11 @@ void Timeline::TakeCopiedCamera(Timeline const& original) {
 bool Timeline::TakeCameraOnWay() {
     Node* const pNode = FollowWay(*this, m_cameraWay);
     m_cameraWay.Release();
-    if (!pNode || !pNode->IsKindOf(Camera::ClassID) || IsBelow(*pNode)) {
+    Camera* const pCamera = pNode && pNode->IsKindOf(Camera::ClassID) ? static_cast<Camera*>(pNode) : nullptr;
+    if (!pCamera || IsHeldBy(*pCamera)) {
         return false;
     }
-    m_pCamera = static_cast<Camera*>(pNode);
+    m_pCamera = pCamera;
     return true;
 }
 

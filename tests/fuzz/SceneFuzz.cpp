@@ -24,11 +24,11 @@ constexpr unsigned int g_types[] = {
     HashName("Opacity"),       HashName("Size"),    HashName("LastFrame"), HashName("PlaybackMode"),
     HashName("Text"),          HashName("Visible")};
 constexpr unsigned int g_attributes[] = {
-    HashName("NodeName"),      HashName("Value"),     HashName("StartFrame"), HashName("Size"),
-    HashName("Samples"),       HashName("Texture"),   HashName("Vertices"),   HashName("Shape"),
-    HashName("MipLevels"),     HashName("TimeMap"),   HashName("FrameDelay"), HashName("AutoPlay"),
-    HashName("SurfaceSize"),   HashName("FrameRate"), HashName("FirstFrame"), HashName("LastFrame"),
-    HashName("SurfaceFormat"), HashName("ClearColor")};
+    HashName("NodeName"),      HashName("Value"),      HashName("StartFrame"), HashName("Size"),
+    HashName("Samples"),       HashName("Texture"),    HashName("Vertices"),   HashName("Shape"),
+    HashName("MipLevels"),     HashName("TimeMap"),    HashName("FrameDelay"), HashName("AutoPlay"),
+    HashName("SurfaceSize"),   HashName("FrameRate"),  HashName("FirstFrame"), HashName("LastFrame"),
+    HashName("SurfaceFormat"), HashName("ClearColor"), HashName("CameraWay")};
 
 /** Takes an input to pieces; past its end everything is 0. */
 class Input {

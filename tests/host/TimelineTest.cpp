@@ -420,7 +420,7 @@ TEST(Timeline, ACopyLooksThroughTheCopyOfAnAttachedCamera) {
     EXPECT_EQ(static_cast<Timeline*>(pInner.Get())->GetCamera(), pCamera.Get());
 }
 
-TEST(Timeline, HangsFromNoCameraThatItHolds) {
+TEST(Timeline, HoldsNoCameraThatKeepsItAlive) {
     NestedFilm film;
     Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
     film.m_pOuter->Attach(pCamera.Get());
@@ -434,8 +434,19 @@ TEST(Timeline, HangsFromNoCameraThatItHolds) {
     EXPECT_EQ(film.m_pTimeline->GetCamera(), nullptr);
     film.m_pOuter->Update(film.m_device, 0);
     film.m_pOuter->Render(film.m_device);
-    EXPECT_EQ(film.m_pOuter->GetActiveCamera(), pCamera.Get());
-    EXPECT_EQ(film.m_pTimeline->GetActiveCamera(), nullptr);
+    EXPECT_EQ(film.m_pTimeline->GetActiveCamera(), nullptr) << "though it was drawn through the camera";
+    // Nor in a ring: this timeline, its camera, a timeline below that, and its camera, which this one is
+    // below.
+    Ref<TestTimeline> const pOther = Make<TestTimeline>("other");
+    Ref<TestCamera> const pOtherCamera = Make<TestCamera>("other camera");
+    film.m_pOuter->Attach(pOtherCamera.Get());
+    pOtherCamera->Attach(pOther.Get());
+    pOther->SetCamera(pCamera.Get());
+    EXPECT_EQ(pOther->GetCamera(), pCamera.Get());
+    TraceLog log;
+    film.m_pTimeline->SetCamera(pOtherCamera.Get());
+    EXPECT_EQ(log.GetLines().size(), 1u);
+    EXPECT_EQ(film.m_pTimeline->GetCamera(), nullptr);
 }
 
 TEST(Timeline, DeepNestsOfTimelinesAreUpdatedAndDrawn) {

@@ -27,11 +27,11 @@ struct TREVIK_API BasePropertyGeneration {
      * The count now. A plain load: another thread's change counts once that thread has handed over its
      * property.
      */
-    static unsigned long Get() { return s_nValue.load(std::memory_order_relaxed); }
+    static unsigned int Get() { return s_nValue.load(std::memory_order_relaxed); }
     /** Notes that a property has gained a controller. */
     static void Advance() { s_nValue.fetch_add(1, std::memory_order_relaxed); }
 
-    static std::atomic<unsigned long> s_nValue;
+    static std::atomic<unsigned int> s_nValue;
 };
 
 /**

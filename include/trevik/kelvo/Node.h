@@ -205,9 +205,8 @@ protected:
      */
     Node* CloneChildrenInto(Node* pCopy) const;
 
-    // What every frame reads stands together at the front.
-    TransformNode* m_pParentTransform = nullptr; ///< the parent, when it has a transform
-    unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
+    // Every frame reads what stands up to the first words of m_properties, which end the first cache line.
+    List<Node*> m_children; ///< in attachment order, one reference each
     bool m_fRegistered = false;
     /**
      * Set by classes that update their subtree in an Update of their own; other nodes are only asked for
@@ -219,7 +218,7 @@ protected:
      * place of the change up to the nearest one that updates its own subtree.
      */
     bool m_fSubtreeChanged = true;
-    List<Node*> m_children; ///< in attachment order, one reference each
+    unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     PropertyList m_properties;
     Node* m_pParent = nullptr;
     TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
@@ -228,11 +227,7 @@ private:
     friend class Timeline; // flattens its subtree
 
     bool CanAttach(Node const* pChild) const;
-    void SetParent(Node* pParent) {
-        m_pParent = pParent;
-        m_pParentTransform = pParent ? pParent->m_pTransformNode : nullptr;
-        m_nParentVersion = 0;
-    }
+    void SetParent(Node* pParent);
     void InsertChild(unsigned int nIndex, Node* pChild);
     void MoveChild(unsigned int nFrom, unsigned int nTo);
     void RemoveChild(unsigned int nIndex);

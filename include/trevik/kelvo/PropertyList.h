@@ -59,7 +59,7 @@ public:
         if (m_nGeneration != BasePropertyGeneration::Get()) {
             CollectAnimated();
         }
-        if (__builtin_expect(!m_otherAnimated.IsEmpty(), 0)) {
+        if (__builtin_expect(m_fSeveralAnimated, 0)) {
             UpdateSeveral(context, frame);
         } else if (m_pFirstAnimated) {
             m_pFirstAnimated->Update(context, frame);
@@ -91,14 +91,16 @@ private:
     static PropertyDescriptor const* Describe(char16_t const* pName, unsigned int nID,
                                               PropertyType::Enum type,
                                               bool (*pfnIsAnimated)(Property const*));
+    void ForgetAnimated();
     void CollectAnimated();
     void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
 
-    unsigned long m_nGeneration = 0; ///< BasePropertyGeneration when the animated were collected; 0 = never
+    unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when the animated were collected; 0 = never
+    bool m_fSeveralAnimated = false; ///< m_otherAnimated has entries
+    bool m_fWhole = true;            ///< no registration has failed for lack of memory
     Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
     List<Property*> m_otherAnimated;
     List<Entry> m_entries;
-    bool m_fWhole = true;
 };
 
 } // namespace trevik::kelvo

@@ -69,10 +69,10 @@ private:
     void TakeStyle();
     void SetStyleMarks();
 
-    unsigned int m_nStyle = 0;
+    // In one cache line with the texture and what back ends add to draw with.
+    alignas(CacheLine) unsigned int m_nStyle = 0;
 
 protected:
-    // Last, next to what back ends add to draw with.
     Ref<Texture> m_pTexture;
 };
 

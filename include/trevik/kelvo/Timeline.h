@@ -116,12 +116,12 @@ public:
      * see, and stands in world space; it is copied and saved with the timeline.
      *
      * Attached below the timeline, it is found again below a copy of the tree; attached elsewhere, it is the
-     * copy's camera too. A tree that is saved and loaded has it where it was attached. One that the timeline
-     * itself hangs from is refused (traced): each would keep the other alive.
+     * copy's camera too. A tree that is saved and loaded has it where it was attached. One that keeps the
+     * timeline alive, such as one that it hangs from, is refused (traced): the two would never go.
      */
     Camera* GetCamera() const { return m_pCamera.Get(); }
     void SetCamera(Camera* pCamera);
-    /** The camera that was active when the children were last drawn; null when the timeline hangs from it. */
+    /** The camera that was active when the children were last drawn; null when nodes hang from that one. */
     Camera* GetActiveCamera() const { return m_pActiveCamera.Get(); }
 
     RealProperty& GetFirstFrameProperty() { return m_firstFrame; }
@@ -151,7 +151,7 @@ private:
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
     void CountSubtrees();
     void RenderChildren(GraphicsDevice& device);
-    bool IsBelow(Node const& node) const;
+    bool IsHeldBy(Camera& camera) const;
     void TakeCopiedCamera(Timeline const& original);
     bool TakeCameraOnWay();
     bool SaveTimeMap(Serializer& serializer) const;

@@ -88,6 +88,16 @@ protected:
     /** Current value of "CameraDepth". */
     bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
+    enum : unsigned int { CacheLine = 64 };
+    /** Has the memory fetched that drawing a node will read soon; whatever the node, nothing else happens. */
+    static void FetchForDrawing(Node const* pNode) {
+        char const* const pLines = reinterpret_cast<char const*>(pNode);
+        __builtin_prefetch(pLines);
+        __builtin_prefetch(pLines + 3 * CacheLine); // m_nMarks to m_rEffectiveOpacity
+        __builtin_prefetch(pLines + 4 * CacheLine); // m_worldMatrix
+        __builtin_prefetch(pLines + 5 * CacheLine); // m_masks, m_effects
+    }
+
 private:
     /** What a transform is derived from, as bits of a set of changes. */
     enum Change : unsigned int {
@@ -100,12 +110,13 @@ private:
     /** Stands for the transform version of a parent where there is none. */
     static constexpr unsigned int NoParent = 0xffffffffu;
 
-    // First what is not looked at in every frame, then what is, in the order in which it is: a node's share
-    // of a frame is mostly the time to fetch it.
-    Matrix4T<RealFloat> m_localMatrix;             ///< node space to parent space, as of the last update
-    Vector4T<RealFloat> m_takenPosition;           ///< the position that m_localMatrix was made from; w = 0
-    Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
-    mutable unsigned int m_nDrawState = 0;
+    friend class Node; // tells of a new parent
+
+    // A node's share of a frame is mostly the time to fetch it. So first comes what is not looked at in every
+    // frame, then what is, in the order in which it is, divided by cache lines.
+    Matrix4T<RealFloat> m_localMatrix;           ///< node space to parent space, as of the last update
+    Vector4T<RealFloat> m_takenPosition;         ///< the position that m_localMatrix was made from; w = 0
+    TransformNode* m_pParentTransform = nullptr; ///< the parent, when it has a transform
 
 protected:
     /**
@@ -115,16 +126,23 @@ protected:
     mutable PropertyMarks m_nMarks = ~0u;
 
 private:
-    unsigned int m_nChanges =
-        Everything; ///< what CalculateTransform has to take up; 0 = it was called from outside
+    mutable unsigned int m_nDrawState = 0;
+    /** What CalculateTransform has to take up; 0 = it was called from outside. */
+    unsigned int m_nChanges = Everything;
     unsigned int m_nTransformVersion = 1;   ///< counts changes of m_worldMatrix; neither 0 nor NoParent
     RealFloat m_rOwnOpacity = RealFloat(1); ///< the opacity property, within 0 to 1
 
 protected:
     RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
-    Matrix4T<RealFloat> m_worldMatrix;            ///< node space to world space, as of the last update
-    List<Mask*> m_masks;                          ///< one reference each
-    List<Effect*> m_effects;                      ///< in attachment order, one reference each
+    /** Node space to world space, as of the last update. */
+    alignas(CacheLine) Matrix4T<RealFloat> m_worldMatrix;
+
+private:
+    Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
+
+protected:
+    List<Mask*> m_masks;     ///< one reference each
+    List<Effect*> m_effects; ///< in attachment order, one reference each
 
     Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
     Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
