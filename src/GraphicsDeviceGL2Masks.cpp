@@ -19,6 +19,15 @@ void SetColorMask(GLboolean fWrite) {
     glColorMask(fWrite, fWrite, fWrite, fWrite);
 }
 
+/** Lets draws change nothing but the stencil value, by `change`, where it is the level. */
+void DrawStencilOnly(unsigned int nLevel, GLenum change) {
+    glDisable(FixedFunctionTexture);
+    glDepthMask(GL_FALSE);
+    SetColorMask(GL_FALSE);
+    glStencilFunc(GL_EQUAL, static_cast<GLint>(nLevel), AllBits);
+    glStencilOp(GL_KEEP, change, change);
+}
+
 /** Lets draws pass where the stencil value is the level, and leaves the values alone. */
 void DrawInsideLevel(unsigned int nLevel) {
     glStencilFunc(GL_EQUAL, static_cast<GLint>(nLevel), AllBits);
@@ -39,11 +48,7 @@ bool GraphicsDeviceGL2::PushMasks(List<Mask*>& masks) {
 
 void GraphicsDeviceGL2::EnterMasks(List<Mask*> const& masks) {
     glEnable(GL_STENCIL_TEST);
-    glDisable(FixedFunctionTexture);
-    glDepthMask(GL_FALSE);
-    SetColorMask(GL_FALSE);
-    glStencilFunc(GL_EQUAL, static_cast<GLint>(m_nMaskLevel), AllBits);
-    glStencilOp(GL_KEEP, GL_INCR, GL_INCR);
+    DrawStencilOnly(m_nMaskLevel, GL_INCR);
     DrawMasks(masks);
     ++m_nMaskLevel;
     SetColorMask(GL_TRUE);
@@ -62,11 +67,7 @@ bool GraphicsDeviceGL2::PopMasks(List<Mask*>& masks) {
 }
 
 void GraphicsDeviceGL2::LeaveMasks(List<Mask*> const& masks) {
-    glDisable(FixedFunctionTexture);
-    glDepthMask(GL_FALSE);
-    SetColorMask(GL_FALSE);
-    glStencilFunc(GL_EQUAL, static_cast<GLint>(m_nMaskLevel), AllBits);
-    glStencilOp(GL_KEEP, GL_DECR, GL_DECR);
+    DrawStencilOnly(m_nMaskLevel, GL_DECR);
     DrawMasks(masks);
     --m_nMaskLevel;
     SetColorMask(GL_TRUE);
