@@ -78,12 +78,9 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
     std::uniform_real_distribution<RealFloat> y(0, 340);
     m_sprites.reserve(options.m_nSprites);
     for (unsigned int i = 0; i < options.m_nSprites; ++i) {
-        Sprite* const pSprite = static_cast<Sprite*>(registry.Create(HashName("Sprite")));
-        Deserializer deserializer(pSaved, registry);
-        m_pRoot->Attach(pSprite);
-        if (!pSprite->Load(deserializer)) {
-            Fail("a sprite cannot be loaded");
-        }
+        bool const fTopmost = i % options.m_nLevels == 0;
+        Node* const pParent = fTopmost ? static_cast<Node*>(m_pRoot.Get()) : m_sprites.back();
+        Sprite* const pSprite = AddSprite(*pParent, *pSaved);
         if (!m_textures.empty()) {
             pSprite->SetTexture(m_textures[i % m_textures.size()].Get());
         }
@@ -91,7 +88,7 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
         for (Vector3T<RealFloat>& sample : samples) {
             sample = Vector3T<RealFloat>(x(random), y(random), 0);
         }
-        if (options.m_fMoving) {
+        if (options.m_moving == Moving::All || (options.m_moving == Moving::Topmost && fTopmost)) {
             pSprite->GetPositionProperty().AddController(Ref<Controller<Vector3T<RealFloat>>>(
                 SampleController<Vector3T<RealFloat>>::Create(0, samples, SampleCount).Get()));
         } else {
@@ -99,6 +96,17 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
         }
         m_sprites.push_back(pSprite);
     }
+}
+
+Sprite* BenchScene::AddSprite(Node& parent, DocumentNode& saved) {
+    ClassRegistry& registry = m_backend.GetRegistry();
+    Sprite* const pSprite = static_cast<Sprite*>(registry.Create(HashName("Sprite")));
+    parent.Attach(pSprite);
+    Deserializer deserializer(Ref<DocumentNode>(&saved), registry);
+    if (!pSprite->Load(deserializer)) {
+        Fail("a sprite cannot be loaded");
+    }
+    return pSprite;
 }
 
 void BenchScene::Update(unsigned int nFrame) {

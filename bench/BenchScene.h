@@ -5,6 +5,7 @@
 
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
+#include "trevik/kelvo/DocumentNode.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/Texture.h"
@@ -12,12 +13,20 @@
 
 namespace bench {
 
+/** Whose position is driven by samples, a new value each frame. */
+enum class Moving {
+    None,
+    Topmost, ///< the sprites directly below the timeline, which take those below them along
+    All
+};
+
 /** What a measured scene consists of. Everything random comes from a fixed seed. */
 struct SceneOptions {
     unsigned int m_nSprites = 1000;
+    unsigned int m_nLevels = 1;   ///< 1: all sprites are the timeline's children; else they hang in chains
     unsigned int m_nTextures = 8; ///< used in turn; 0 makes single-coloured sprites
     int m_nSpriteSize = 1;        ///< pixels, square
-    bool m_fMoving = true;        ///< every sprite's position is driven by samples, a new value each frame
+    Moving m_moving = Moving::All;
 };
 
 /** A back end brought up on a window, and the classes it registered. */
@@ -35,7 +44,7 @@ private:
     trevik::kelvo::GraphicsDevice* m_pDevice = nullptr;
 };
 
-/** A flat timeline of sprites, spread over a 640 × 360 surface. */
+/** A timeline of sprites, spread over a 640 × 360 surface. */
 class BenchScene {
 public:
     BenchScene(Backend& backend, SceneOptions const& options);
@@ -54,10 +63,12 @@ public:
     std::vector<trevik::Ref<trevik::kelvo::Texture>> const& GetTextures() const { return m_textures; }
 
 private:
+    trevik::kelvo::Sprite* AddSprite(trevik::kelvo::Node& parent, trevik::kelvo::DocumentNode& saved);
+
     Backend& m_backend;
     std::vector<trevik::Ref<trevik::kelvo::Texture>> m_textures;
     trevik::Ref<trevik::kelvo::Timeline> m_pRoot;
-    std::vector<trevik::kelvo::Sprite*> m_sprites; ///< held by the root
+    std::vector<trevik::kelvo::Sprite*> m_sprites; ///< held by the root and by each other
 };
 
 } // namespace bench

@@ -1,3 +1,5 @@
+#include "NullDriver.h"
+
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES2/gl2.h>
@@ -10,6 +12,7 @@
 
 static GLuint s_nextName = 1;
 static GLint s_nextLocation = 0;
+static unsigned int s_uploads = 0;
 
 static void Generate(GLsizei n, GLuint* names) {
     for (GLsizei i = 0; i < n; ++i)
@@ -201,6 +204,15 @@ void glGetProgramInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
 void glGetShaderInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
     glGetProgramInfoLog(0, size, length, log);
 }
+void glTexImage2D(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*) {
+    ++s_uploads;
+}
+void glTexSubImage2D(GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*) {
+    ++s_uploads;
+}
+void glCompressedTexImage2D(GLenum, GLint, GLenum, GLsizei, GLsizei, GLint, GLsizei, const void*) {
+    ++s_uploads;
+}
 GLenum glCheckFramebufferStatus(GLenum) {
     return GL_FRAMEBUFFER_COMPLETE;
 }
@@ -222,6 +234,10 @@ void glGetFloatv(GLenum name, GLfloat* values) {
 }
 void glGetBooleanv(GLenum name, GLboolean* values) {
     *values = Limit(name) != 0 ? GL_TRUE : GL_FALSE;
+}
+
+NullDriverCounts GetNullDriverCounts(void) {
+    return {s_nextName - 1, (unsigned int)s_nextLocation, s_uploads};
 }
 
 } // extern "C"
