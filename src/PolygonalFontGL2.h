@@ -19,7 +19,7 @@ public:
                           ColorT<RealFloat> const& shadowColor) const override;
     /** Draws one glyph in `*pColor`. */
     void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2T<RealFloat> const& position,
-                     ColorT<RealFloat> const* pColor);
+                     ColorT<RealFloat> const* pColor) override;
 };
 
 } // namespace trevik::kelvo

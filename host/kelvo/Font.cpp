@@ -1,6 +1,9 @@
 #include "trevik/kelvo/Font.h"
 
+#include <algorithm>
 #include <atomic>
+#include <new>
+#include <utility>
 
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/MemoryTracer.h"
@@ -23,7 +26,11 @@ Font::Font() : m_underlineScale(1) {
     m_properties.Register(u"UnderlineScale", &m_underlineScale);
 }
 
-Font::~Font() = default;
+Font::~Font() {
+    for (Glyph* pGlyph : m_glyphs) {
+        delete pGlyph;
+    }
+}
 
 RealFloat Font::GetXPixelsPerEm() const {
     return m_metrics.m_rXPixelsPerEm;
@@ -75,8 +82,68 @@ bool Font::Load(Deserializer& deserializer) {
     return m_properties.Load(deserializer);
 }
 
-Glyph const* Font::GetGlyph(unsigned int) const {
-    return nullptr;
+Glyph const* Font::GetGlyph(unsigned int nCodePoint) const {
+    // Most fonts have a run of glyphs without gaps at their start.
+    unsigned int const nFirst = m_glyphs.IsEmpty() ? 0 : m_glyphs[0]->m_nCodePoint;
+    if (nCodePoint >= nFirst && nCodePoint - nFirst < m_glyphs.GetCount() &&
+        m_glyphs[nCodePoint - nFirst]->m_nCodePoint == nCodePoint) {
+        return m_glyphs[nCodePoint - nFirst];
+    }
+    Glyph* const* const pGlyph = std::lower_bound(
+        m_glyphs.begin(), m_glyphs.end(), nCodePoint,
+        [](Glyph const* pLeft, unsigned int nRight) { return pLeft->m_nCodePoint < nRight; });
+    return pGlyph != m_glyphs.end() && (*pGlyph)->m_nCodePoint == nCodePoint ? *pGlyph : nullptr;
+}
+
+bool Font::AddGlyph(Glyph const& glyph) {
+    Glyph** const pPlace = std::lower_bound(
+        m_glyphs.begin(), m_glyphs.end(), glyph.m_nCodePoint,
+        [](Glyph const* pLeft, unsigned int nRight) { return pLeft->m_nCodePoint < nRight; });
+    if (pPlace != m_glyphs.end() && (*pPlace)->m_nCodePoint == glyph.m_nCodePoint) {
+        **pPlace = glyph;
+        ++m_nRevision;
+        return true;
+    }
+    Glyph* const pCopy = new (std::nothrow) Glyph(glyph);
+    if (!pCopy || !m_glyphs.Insert(static_cast<unsigned int>(pPlace - m_glyphs.begin()), pCopy)) {
+        delete pCopy;
+        return false;
+    }
+    ++m_nRevision;
+    return true;
+}
+
+unsigned int Font::FindKerning(unsigned int nFirst, unsigned int nSecond) const {
+    KerningPair const* const pPlace =
+        std::lower_bound(m_kerning.begin(), m_kerning.end(), std::make_pair(nFirst, nSecond),
+                         [](KerningPair const& left, std::pair<unsigned int, unsigned int> const& right) {
+                             return std::make_pair(left.m_nFirst, left.m_nSecond) < right;
+                         });
+    return static_cast<unsigned int>(pPlace - m_kerning.begin());
+}
+
+bool Font::IsKerningPair(unsigned int nIndex, unsigned int nFirst, unsigned int nSecond) const {
+    return nIndex < m_kerning.GetCount() && m_kerning[nIndex].m_nFirst == nFirst &&
+           m_kerning[nIndex].m_nSecond == nSecond;
+}
+
+bool Font::SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDistance) {
+    unsigned int const nIndex = FindKerning(nFirst, nSecond);
+    bool const fKnown = IsKerningPair(nIndex, nFirst, nSecond);
+    if (fKnown && rDistance != 0) {
+        m_kerning[nIndex].m_rDistance = rDistance;
+    } else if (fKnown) {
+        m_kerning.RemoveAt(nIndex);
+    } else if (rDistance != 0 && !m_kerning.Insert(nIndex, KerningPair{nFirst, nSecond, rDistance})) {
+        return false;
+    }
+    ++m_nRevision;
+    return true;
+}
+
+RealFloat Font::GetKerning(unsigned int nFirst, unsigned int nSecond) const {
+    unsigned int const nIndex = FindKerning(nFirst, nSecond);
+    return IsKerningPair(nIndex, nFirst, nSecond) ? m_kerning[nIndex].m_rDistance : RealFloat(0);
 }
 
 void Font::Emit(MemoryTracer* pTracer) {

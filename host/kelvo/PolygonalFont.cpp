@@ -14,6 +14,14 @@ PolygonalFont::~PolygonalFont() {
     }
 }
 
+bool PolygonalFont::Save(Serializer& serializer) {
+    return Font::Save(serializer);
+}
+
+bool PolygonalFont::Load(Deserializer& deserializer) {
+    return Font::Load(deserializer);
+}
+
 void PolygonalFont::Emit(MemoryTracer* pTracer) {
     Font::Emit(pTracer);
     for (GlyphMesh* pMesh : m_meshes) {

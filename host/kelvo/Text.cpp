@@ -9,10 +9,27 @@
 
 namespace trevik::kelvo {
 
-Text::Text() = default;
+namespace {
+
+ColorT<RealFloat> const White(1, 1, 1, 1);
+
+} // namespace
+
+Text::Text()
+    : m_wordWrap(true), m_lineSpacing(1), m_kerning(true), m_color(White), m_bottomLeftColor(White),
+      m_topLeftColor(White), m_bottomRightColor(White), m_topRightColor(White),
+      m_shadowOffset(Vector3T<RealFloat>(2, -2, 0)),
+      m_shadowColor(ColorT<RealFloat>(0, 0, 0, RealFloat(0.5))) {}
 
 Text::Text(Text const& other)
     : TransformNode(other), m_text(other.m_text), m_box(other.m_box), m_fontSize(other.m_fontSize),
+      m_renderSize(other.m_renderSize), m_horizontalAlignment(other.m_horizontalAlignment),
+      m_verticalAlignment(other.m_verticalAlignment), m_wordWrap(other.m_wordWrap),
+      m_lineSpacing(other.m_lineSpacing), m_letterSpacing(other.m_letterSpacing),
+      m_tabWidth(other.m_tabWidth), m_kerning(other.m_kerning), m_color(other.m_color),
+      m_bottomLeftColor(other.m_bottomLeftColor), m_topLeftColor(other.m_topLeftColor),
+      m_bottomRightColor(other.m_bottomRightColor), m_topRightColor(other.m_topRightColor),
+      m_shadow(other.m_shadow), m_shadowOffset(other.m_shadowOffset), m_shadowColor(other.m_shadowColor),
       m_pFont(other.m_pFont), m_instances(other.m_instances), m_batches(other.m_batches) {
     if (other.m_pBackgroundSprite) { // a copy of its own: it is fitted to the text
         m_pBackgroundSprite = static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree());
@@ -36,6 +53,33 @@ void Text::RegisterProperties() {
     m_properties.Register(u"Text", &m_text);
     m_properties.Register(u"Box", &m_box);
     m_properties.Register(u"FontSize", &m_fontSize);
+    m_properties.Register(u"HorizontalAlignment", &m_horizontalAlignment);
+    m_properties.Register(u"VerticalAlignment", &m_verticalAlignment);
+    m_properties.Register(u"WordWrap", &m_wordWrap);
+    m_properties.Register(u"LineSpacing", &m_lineSpacing);
+    m_properties.Register(u"LetterSpacing", &m_letterSpacing);
+    m_properties.Register(u"TabWidth", &m_tabWidth);
+    m_properties.Register(u"Kerning", &m_kerning);
+    m_properties.Register(u"Color", &m_color);
+    m_properties.Register(u"BottomLeftColor", &m_bottomLeftColor);
+    m_properties.Register(u"TopLeftColor", &m_topLeftColor);
+    m_properties.Register(u"BottomRightColor", &m_bottomRightColor);
+    m_properties.Register(u"TopRightColor", &m_topRightColor);
+    m_properties.Register(u"Shadow", &m_shadow);
+    m_properties.Register(u"ShadowOffset", &m_shadowOffset);
+    m_properties.Register(u"ShadowColor", &m_shadowColor);
+}
+
+void Text::SetFont(Font* pFont) {
+    m_pFont = pFont;
+}
+
+void Text::UpdateLayout() {}
+
+void Text::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                          bool fForce) {
+    TransformNode::InternalUpdate(device, frame, delta, fForce);
+    UpdateLayout();
 }
 
 void Text::InternalRender(GraphicsDevice& device) {

@@ -167,6 +167,8 @@ TEST(Font, APolygonalFontOwnsItsMeshes) {
         void RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&, Vector3 const&,
                               ColorT<RealFloat> const&, bool, Vector3 const&,
                               ColorT<RealFloat> const&) const override {}
+        void RenderGlyph(GraphicsDevice&, Glyph const*, Vector2T<RealFloat> const&,
+                         ColorT<RealFloat> const*) override {}
         unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
     };
     Outlines font;

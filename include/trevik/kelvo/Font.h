@@ -64,27 +64,62 @@ public:
     virtual bool Save(Serializer& serializer);
     /** Reads what Save wrote; false, noted, when it does not fit. */
     virtual bool Load(Deserializer& deserializer);
-    /** The glyph of a code point; null when the font has none. */
+    /** The glyph of a code point; null when the font has none. Takes constant time for most of them. */
     virtual Glyph const* GetGlyph(unsigned int nCodePoint) const;
     void Emit(MemoryTracer* pTracer) override;
+
+    /**
+     * Adds a copy of a glyph, or replaces the one of the same code point. The pointers that GetGlyph has
+     * given out stay good, except to a glyph that is replaced. False when out of memory.
+     */
+    bool AddGlyph(Glyph const& glyph);
+    unsigned int GetGlyphCount() const { return m_glyphs.GetCount(); }
+    /** Glyphs in the order of their code points. */
+    Glyph const* GetGlyphAt(unsigned int nIndex) const { return m_glyphs[nIndex]; }
+    /**
+     * Sets what the pen moves further between two neighbours, in font pixels, negative to pull them together;
+     * 0 takes the pair out. False when out of memory.
+     */
+    bool SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDistance);
+    /** The distance set for two neighbouring code points, else 0. Takes logarithmic time. */
+    RealFloat GetKerning(unsigned int nFirst, unsigned int nSecond) const;
+    /** Goes up with every change of glyphs, kerning or metrics: what was laid out before is out of date. */
+    unsigned int GetRevision() const { return m_nRevision; }
 
     /** 0 until GenerateID. */
     unsigned int GetID() const { return m_nID; }
     FontMetrics const& GetMetrics() const { return m_metrics; }
-    void SetMetrics(FontMetrics const& metrics) { m_metrics = metrics; }
+    void SetMetrics(FontMetrics const& metrics) {
+        m_metrics = metrics;
+        ++m_nRevision;
+    }
     BoolProperty& GetUnderlineProperty() { return m_underline; }
     RealProperty& GetUnderlinePositionProperty() { return m_underlinePosition; }
     RealProperty& GetUnderlineThicknessProperty() { return m_underlineThickness; }
     IntProperty& GetUnderlineScaleProperty() { return m_underlineScale; }
 
 protected:
+    /** What the pen moves further between two neighbours. */
+    struct KerningPair {
+        unsigned int m_nFirst;
+        unsigned int m_nSecond;
+        RealFloat m_rDistance;
+    };
+
+    /** Index of a pair, or where it would have to be inserted. */
+    unsigned int FindKerning(unsigned int nFirst, unsigned int nSecond) const;
+    bool IsKerningPair(unsigned int nIndex, unsigned int nFirst, unsigned int nSecond) const;
+
     unsigned int m_nID = 0;
+    unsigned int m_nRevision = 0;
+    List<Glyph*> m_glyphs;        ///< owned, by code point
+    List<KerningPair> m_kerning;  ///< by first, then second code point
     FontMetrics m_metrics;
     PropertyList m_properties;
-    BoolProperty m_underline;          ///< "Underline", false
-    RealProperty m_underlinePosition;  ///< "UnderlinePosition", 0
+    BoolProperty m_underline;          ///< "Underline": all texts in this font are underlined, false
+    RealProperty m_underlinePosition;  ///< "UnderlinePosition": from baseline down to the line's upper edge, 0
     RealProperty m_underlineThickness; ///< "UnderlineThickness", 0
-    IntProperty m_underlineScale;      ///< "UnderlineScale": multiplies both, 1
+    IntProperty m_underlineScale;      ///< "UnderlineScale": makes font pixels of both, 1
 };
 
 } // namespace trevik::kelvo

@@ -10,19 +10,24 @@ namespace trevik::kelvo {
 
 /**
  * One glyph of a font. Bitmap fonts use the texture fields, polygonal fonts the mesh fields. Sizes in font
- * pixels.
+ * pixels, y up.
+ *
+ * A glyph set with the pen at (px, py) on the baseline covers (px + OffsetX, py - OffsetY) to that plus width
+ * and height.
  */
 struct Glyph {
     unsigned int m_nCodePoint = 0;
     unsigned short m_nWidth = 0;
     unsigned short m_nHeight = 0;
-    int m_nOffsetX = 0; ///< from the pen to the glyph's left edge
-    int m_nOffsetY = 0; ///< from the baseline to the glyph's top edge, upwards
+    int m_nOffsetX = 0; ///< from the pen to the glyph's left edge, positive to the right
+    int m_nOffsetY = 0; ///< from the baseline to the glyph's bottom edge, positive downwards
     int m_nAdvance = 0; ///< from this pen position to the next
 
     Ref<Texture> m_pTexture;
-    RealFloat m_textureRectangle[4] = {0, 0, 0,
-                                       0}; ///< v at the top edge, u left, v at the bottom edge, u right
+    /** v at the top edge, u left, v at the bottom edge, u right; not used by image glyphs. */
+    RealFloat m_textureRectangle[4] = {0, 0, 0, 0};
+    /** A picture in its own colours, the whole used area of its texture: drawn by Text::RenderImageBatch. */
+    bool m_fImage = false;
 
     short m_nMesh = -1; ///< index of the mesh; -1 for a glyph without one
     RealFloat m_rDivisorX = 1;
@@ -33,8 +38,8 @@ struct Glyph {
 /** One glyph of a laid-out text. Corner colours: (x, y), (x, y + h), (x + w, y), (x + w, y + h). */
 struct GlyphInstance {
     Glyph const* m_pGlyph = nullptr;
-    RealFloat m_rX = 0;
-    RealFloat m_rY = 0;
+    RealFloat m_rX = 0; ///< of the glyph's left edge, font pixels
+    RealFloat m_rY = 0; ///< of the glyph's bottom edge, font pixels
     ColorT<RealFloat> m_colors[4];
 };
 

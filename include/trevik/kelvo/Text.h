@@ -9,7 +9,40 @@
 
 namespace trevik::kelvo {
 
-/** A node that lays a string out in glyphs of a font, in batches of one texture each. */
+class PolygonalFont;
+
+/** Where the lines of a text stand between the left and right edge of its box. */
+struct HorizontalAlignment {
+    enum Enum {
+        Left = 0,
+        Center = 1,
+        Right = 2,
+        Justify = 3 ///< spaces of all lines but a paragraph's last are widened to fill the box
+    };
+};
+
+/** Where the lines of a text stand between the top and bottom edge of its box. */
+struct VerticalAlignment {
+    enum Enum {
+        Top = 0,
+        Middle = 1,
+        Bottom = 2,
+        Baseline = 3 ///< the first line's baseline lies on the box's bottom edge
+    };
+};
+
+/**
+ * A node that lays a string out in glyphs of a font, in batches of one texture each.
+ *
+ * Lines lie in the box from (0, 0) to "Box" in node space, y up; a side of 0 makes the box a line or point
+ * that the text is aligned at, beyond which it extends. Lines end at line feeds and, when the box is wider than
+ * 0, where the next word does not fit; words break after spaces, hyphens and between ideographs, and a word
+ * that is wider than the box anywhere. Tabs go to the next multiple of the tab width. Code points that the font
+ * lacks show its U+FFFD or "?", or nothing. Text runs from left to right.
+ *
+ * The layout is made anew at the next update, or earlier when it is asked for, after something that it depends
+ * on has changed; colours alone leave the glyphs where they are.
+ */
 class TREVIK_API Text : public TransformNode {
 public:
     TREVIK_CLASS_ID(Text, TransformNode)
@@ -20,7 +53,14 @@ public:
 
     void Emit(MemoryTracer* pTracer) override;
     void RegisterProperties() override;
-    /** Lets an effect draw the text (Effect::OverrideDrawText), or else draws the glyph batches. */
+    /** Lays the text out where that is due, before anything is drawn. */
+    void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                        bool fForce) override;
+    /**
+     * Lets an effect draw the text (Effect::OverrideDrawText), or else draws first the shadows, then the
+     * glyphs of its batches: image glyphs by RenderImageBatch (they cast no shadow), those of polygonal fonts
+     * one by one, all others by the font. The device's transform is scaled to font pixels meanwhile.
+     */
     void InternalRender(GraphicsDevice& device) override;
     void InternalSelect(GraphicsDevice& device) override;
     bool InternalSave(Serializer& serializer) override;
@@ -32,26 +72,77 @@ public:
 
     /**
      * The laid-out text's bounds in node space: least x and y (left, top), greatest x and y (right, bottom).
-     * All 0 while there are no glyphs.
+     * They span the lines, from each one's first pen position to its last and from ascent to descent, and all
+     * glyphs that reach further. All 0 while there are no glyphs.
      */
     void GetTextRenderRect(RectangleT<RealFloat>& rectangle);
+    /** Lays the text out now if that is due. */
+    void UpdateLayout();
+    /** How often the text has been laid out. */
+    unsigned int GetLayoutCount() const { return m_nLayouts; }
+    /** Lines of the last layout. */
+    unsigned int GetLineCount() const { return m_nLines; }
 
     StringProperty& GetTextProperty() { return m_text; }
     SizeRealProperty& GetBoxProperty() { return m_box; }
     SizeRealProperty& GetFontSizeProperty() { return m_fontSize; }
+    /**
+     * Width and height of GetTextRenderRect. Written by the layout, which notifies of it whenever that
+     * rectangle has changed in any way; not saved.
+     */
+    SizeRealProperty& GetRenderSizeProperty() { return m_renderSize; }
+    IntProperty& GetHorizontalAlignmentProperty() { return m_horizontalAlignment; }
+    IntProperty& GetVerticalAlignmentProperty() { return m_verticalAlignment; }
+    BoolProperty& GetWordWrapProperty() { return m_wordWrap; }
+    RealProperty& GetLineSpacingProperty() { return m_lineSpacing; }
+    RealProperty& GetLetterSpacingProperty() { return m_letterSpacing; }
+    RealProperty& GetTabWidthProperty() { return m_tabWidth; }
+    BoolProperty& GetKerningProperty() { return m_kerning; }
+    ColorProperty& GetColorProperty() { return m_color; }
+    ColorProperty& GetBottomLeftColorProperty() { return m_bottomLeftColor; }
+    ColorProperty& GetTopLeftColorProperty() { return m_topLeftColor; }
+    ColorProperty& GetBottomRightColorProperty() { return m_bottomRightColor; }
+    ColorProperty& GetTopRightColorProperty() { return m_topRightColor; }
+    BoolProperty& GetShadowProperty() { return m_shadow; }
+    Vector3Property& GetShadowOffsetProperty() { return m_shadowOffset; }
+    ColorProperty& GetShadowColorProperty() { return m_shadowColor; }
+
+    /** The font, held by reference; it may be shared and change. */
     Font* GetFont() const { return m_pFont.Get(); }
-    void SetFont(Font* pFont) { m_pFont = pFont; }
+    void SetFont(Font* pFont);
+    /** A sprite that is drawn behind the text, fitted to it; held by reference, not a child. */
     Sprite* GetBackground() const { return m_pBackgroundSprite.Get(); }
     void SetBackground(Sprite* pSprite) { m_pBackgroundSprite = pSprite; }
 
 protected:
     StringProperty m_text;       ///< "Text", empty
-    SizeRealProperty m_box;      ///< "Box": width and height that lines are wrapped and aligned in, 0 = none
+    SizeRealProperty m_box;      ///< "Box": width and height, node units, that lines lie in, (0, 0)
     SizeRealProperty m_fontSize; ///< "FontSize": node units per em in both directions, 0 = the font's own
+    SizeRealProperty m_renderSize;
+    IntProperty m_horizontalAlignment; ///< "HorizontalAlignment", HorizontalAlignment::Left
+    IntProperty m_verticalAlignment;   ///< "VerticalAlignment", VerticalAlignment::Top
+    BoolProperty m_wordWrap;           ///< "WordWrap": lines end where the box does, true
+    RealProperty m_lineSpacing;        ///< "LineSpacing": multiplies the distance of baselines, 1
+    RealProperty m_letterSpacing;      ///< "LetterSpacing": node units added to every advance, 0
+    RealProperty m_tabWidth;           ///< "TabWidth": node units between tab stops, 0 = four ems
+    BoolProperty m_kerning;            ///< "Kerning": the font's kerning is used, true
+    ColorProperty m_color;             ///< "Color": of all glyphs' corners, opaque white
+    ColorProperty m_bottomLeftColor;   ///< "BottomLeftColor", multiplied with "Color", opaque white
+    ColorProperty m_topLeftColor;      ///< "TopLeftColor", likewise
+    ColorProperty m_bottomRightColor;  ///< "BottomRightColor", likewise
+    ColorProperty m_topRightColor;     ///< "TopRightColor", likewise
+    BoolProperty m_shadow;             ///< "Shadow", false
+    Vector3Property m_shadowOffset;    ///< "ShadowOffset", node units, (2, -2, 0)
+    ColorProperty m_shadowColor;       ///< "ShadowColor", black, half transparent
+
     Ref<Font> m_pFont;
     Ref<Sprite> m_pBackgroundSprite;
-    List<GlyphInstance> m_instances;
+    List<GlyphInstance> m_instances; ///< in font pixels
     List<GlyphBatch> m_batches;
+
+private:
+    unsigned int m_nLayouts = 0;
+    unsigned int m_nLines = 0;
 };
 
 } // namespace trevik::kelvo
