@@ -1,6 +1,7 @@
 #include "SceneTextures.h"
 
 #include "ImageReader.h"
+#include "TextureMaker.h"
 
 #include <utility>
 
@@ -52,23 +53,6 @@ std::string ReadPath(JsonCursor const& place, std::string const& folder) {
         place.FailExpected("the path of an image file");
     }
     return path[0] == '/' ? path : folder + path;
-}
-
-/** A new texture with the image's pixels; null without memory or when no class "Texture" is registered. */
-Ref<Texture> MakeTexture(ImageData const& image, std::string const& name, ClassRegistry const& registry) {
-    Ref<Referenced> const pObject(registry.Create(HashName("Texture")));
-    Ref<Texture> const pTexture(dynamic_cast<Texture*>(pObject.Get()));
-    List<MipLevel> levels;
-    for (MipLevel const& level : image.levels) {
-        levels.Append(level);
-    }
-    if (!pTexture || !pTexture->SetImage(image.width, image.height, image.allocatedWidth,
-                                         image.allocatedHeight, image.format, levels, image.pixels.data(),
-                                         static_cast<unsigned int>(image.pixels.size()), false)) {
-        return nullptr;
-    }
-    pTexture->SetName(String16(String8(name.data(), static_cast<unsigned int>(name.size()))));
-    return pTexture;
 }
 
 } // namespace
