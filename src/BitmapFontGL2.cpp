@@ -1,8 +1,137 @@
 #include "BitmapFontGL2.h"
 
-#include "Unavailable.h"
+#include <GLES2/gl2.h>
+
+#include "GlyphQuads.h"
+#include "PlainBlend.h"
+#include "trevik/ScopeCounter.h"
 
 namespace trevik::kelvo {
+
+namespace {
+
+using Color = ColorT<RealFloat>;
+using Vector = Vector3T<RealFloat>;
+
+constexpr int ProgramText = -5;
+constexpr int ProgramTextUnderline = -6;
+
+// What becomes of a corner's colour. Loops over glyphs are made once for each, so that they do not decide.
+
+struct OwnColor {
+    Color operator()(Color const& corner) const { return corner; }
+};
+
+/** The highlight colour of a corner's alpha, which hardly ever differs from that of the corner before. */
+class HighlightColor {
+public:
+    explicit HighlightColor(GraphicsDevice const& device)
+        : m_device(device), m_rOpacity(1), m_color(device.GetHighlightColor(1)) {}
+
+    Color operator()(Color const& corner) { return OfOpacity(corner.a); }
+    Color OfOpacity(RealFloat rOpacity) {
+        if (__builtin_expect(rOpacity != m_rOpacity, false)) {
+            m_rOpacity = rOpacity;
+            m_color = m_device.GetHighlightColor(rOpacity);
+        }
+        return m_color;
+    }
+
+private:
+    GraphicsDevice const& m_device;
+    RealFloat m_rOpacity;
+    Color m_color;
+};
+
+struct ShadowColor {
+    Color operator()(Color const& corner) const {
+        return Color(m_color.r, m_color.g, m_color.b, m_color.a * corner.a);
+    }
+    Color m_color;
+};
+
+/** The shadow of a highlighted corner: the highlight colour's own alpha counts twice, intended. */
+class HighlightedShadowColor {
+public:
+    HighlightedShadowColor(GraphicsDevice const& device, RealFloat rShadowAlpha)
+        : m_glyph(device), m_shadow(device), m_rShadowAlpha(rShadowAlpha) {}
+
+    Color operator()(Color const& corner) {
+        return m_shadow.OfOpacity(m_rShadowAlpha * m_glyph.OfOpacity(corner.a).a);
+    }
+
+private:
+    HighlightColor m_glyph;
+    HighlightColor m_shadow;
+    RealFloat m_rShadowAlpha;
+};
+
+// Moving is decided when a loop is compiled: by whether there can be an offset at all.
+
+struct NotMoved {
+    void operator()(Vector*) const {}
+};
+
+struct Moved {
+    void operator()(Vector* pPositions) const {
+        for (unsigned int i = 0; i < GlyphQuads::VerticesPerGlyph; ++i) {
+            pPositions[i] += m_offset;
+        }
+    }
+    Vector m_offset;
+};
+
+/** How a batch is drawn: as itself or as its shadow. */
+struct Look {
+    GraphicsDevice const& m_device;
+    bool m_fShadow;
+    Vector const& m_shadowOffset;
+    Color const& m_shadowColor;
+};
+
+/** Calls `fill(tint, move)` with what this look does to colours and to positions. */
+template <class Fill>
+inline void FillAs(Look const& look, Fill fill) {
+    bool const fHighlight = look.m_device.IsHighlightEnabled();
+    if (look.m_fShadow && fHighlight) {
+        fill(HighlightedShadowColor(look.m_device, look.m_shadowColor.a), Moved{look.m_shadowOffset});
+    } else if (look.m_fShadow) {
+        fill(ShadowColor{look.m_shadowColor}, Moved{look.m_shadowOffset});
+    } else if (fHighlight) {
+        fill(HighlightColor(look.m_device), NotMoved());
+    } else {
+        fill(OwnColor(), NotMoved());
+    }
+}
+
+template <class Tint>
+inline void WriteColors(Color* pOut, Color const* pCorners, Tint& tint) {
+    GlyphQuads::WriteQuad(pOut, tint(pCorners[0]), tint(pCorners[1]), tint(pCorners[2]), tint(pCorners[3]));
+}
+
+inline void WriteTextureCoords(Vector2T<RealFloat>* pOut, Glyph const& glyph) {
+    RealFloat const* const t = glyph.m_textureRectangle;
+    GlyphQuads::WriteQuad<Vector2T<RealFloat>>(pOut, {t[1], t[2]}, {t[1], t[0]}, {t[3], t[2]}, {t[3], t[0]});
+}
+
+/** An underline's properties in font pixels. */
+struct Underline {
+    /** What a glyph advances over, from the pen position before it. */
+    GlyphQuads::Box BoxOf(GlyphInstance const& instance, Glyph const& glyph) const {
+        RealFloat const x = instance.m_rX - static_cast<RealFloat>(glyph.m_nOffsetX);
+        RealFloat const y = instance.m_rY + static_cast<RealFloat>(glyph.m_nOffsetY) - m_rDepth;
+        return {x, y, x + static_cast<RealFloat>(glyph.m_nAdvance), y + m_rThickness};
+    }
+
+    RealFloat m_rDepth; ///< from the baseline down to the lower edge
+    RealFloat m_rThickness;
+};
+
+} // namespace
+
+List<Vector3T<RealFloat>> BitmapFontGL2::s_vVertices;
+List<Vector2T<RealFloat>> BitmapFontGL2::s_vTextureCoords;
+List<ColorT<RealFloat>> BitmapFontGL2::s_vColorValues;
 
 BitmapFontGL2::BitmapFontGL2() = default;
 
@@ -12,10 +141,95 @@ bool BitmapFontGL2::Initialize() {
     return Font::Initialize();
 }
 
-void BitmapFontGL2::RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&,
-                                     Vector3T<RealFloat> const&, ColorT<RealFloat> const&, bool,
-                                     Vector3T<RealFloat> const&, ColorT<RealFloat> const&) const {
-    TraceUnavailable(u"BitmapFontGL2::RenderGlyphBatch");
+template <class Tint, class Move>
+inline void BitmapFontGL2::FillGlyphs(GlyphInstance const* pInstance, unsigned int nCount, Tint tint,
+                                      Move move) {
+    Vector* pPositions = s_vVertices.GetData();
+    Vector2T<RealFloat>* pTextureCoords = s_vTextureCoords.GetData();
+    Color* pColors = s_vColorValues.GetData();
+    for (GlyphInstance const* const pEnd = pInstance + nCount; pInstance != pEnd; ++pInstance) {
+        Glyph const& glyph = *pInstance->m_pGlyph;
+        GlyphQuads::WritePositions(pPositions, GlyphQuads::GlyphBox(*pInstance, glyph));
+        move(pPositions);
+        WriteTextureCoords(pTextureCoords, glyph);
+        WriteColors(pColors, pInstance->m_colors, tint);
+        pPositions += GlyphQuads::VerticesPerGlyph;
+        pTextureCoords += GlyphQuads::VerticesPerGlyph;
+        pColors += GlyphQuads::VerticesPerGlyph;
+    }
+}
+
+template <class Tint, class Move>
+inline void BitmapFontGL2::FillUnderlines(GlyphInstance const* pInstance, unsigned int nCount, Tint tint,
+                                          Move move) const {
+    RealFloat const rScale = static_cast<RealFloat>(m_underlineScale.GetValue());
+    RealFloat const rThickness = m_underlineThickness.GetValue();
+    Underline const underline{(m_underlinePosition.GetValue() + rThickness) * rScale, rThickness * rScale};
+    Vector* pPositions = s_vVertices.GetData();
+    Color* pColors = s_vColorValues.GetData();
+    for (GlyphInstance const* const pEnd = pInstance + nCount; pInstance != pEnd; ++pInstance) {
+        GlyphQuads::WritePositions(pPositions, underline.BoxOf(*pInstance, *pInstance->m_pGlyph));
+        move(pPositions);
+        WriteColors(pColors, pInstance->m_colors, tint);
+        pPositions += GlyphQuads::VerticesPerGlyph;
+        pColors += GlyphQuads::VerticesPerGlyph;
+    }
+}
+
+void BitmapFontGL2::RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
+                                     GlyphBatch const& batch, Vector3T<RealFloat> const&,
+                                     ColorT<RealFloat> const& color, bool fShadow,
+                                     Vector3T<RealFloat> const& shadowOffset,
+                                     ColorT<RealFloat> const& shadowColor) const {
+    ScopeCounter const counter(ScopeCounter::GlyphBatch, true);
+    GlyphInstance const* const pFirst = GlyphQuads::FindInstances(instances, batch);
+    unsigned int const nVertices = batch.m_nCount * GlyphQuads::VerticesPerGlyph;
+    if (!pFirst || !GlyphQuads::Grow(s_vVertices, nVertices) ||
+        !GlyphQuads::Grow(s_vTextureCoords, nVertices) ||
+        !GlyphQuads::Grow(s_vColorValues, nVertices, Color::Black)) {
+        return;
+    }
+    GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
+    Look const look{device, fShadow, shadowOffset, shadowColor};
+    FillAs(look, [&](auto tint, auto move) { FillGlyphs(pFirst, batch.m_nCount, tint, move); });
+    DrawGlyphs(deviceGL2, pFirst->m_pGlyph->m_pTexture.Get(), color.a, nVertices);
+    if (m_underline.GetValue()) {
+        // The texture coordinates stay as they are: program -6 has none.
+        FillAs(look, [&](auto tint, auto move) { FillUnderlines(pFirst, batch.m_nCount, tint, move); });
+        DrawUnderlines(deviceGL2, color.a, nVertices);
+    }
+}
+
+void BitmapFontGL2::DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, RealFloat rFade,
+                               unsigned int nVertices) {
+    ShaderProgramGL2* const pProgram = device.GetShader(ProgramText);
+    device.SetActiveShader(pProgram);
+    if (!pProgram) {
+        return; // the device is not up
+    }
+    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, s_vVertices.GetData());
+    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
+                          s_vTextureCoords.GetData());
+    glVertexAttribPointer(VertexAttributeIndex::Color, 4, GL_FLOAT, GL_FALSE, 0, s_vColorValues.GetData());
+    GlyphQuads::SetTextureSampler(*pProgram, pTexture);
+    GlyphQuads::SetTransformParameter(device, *pProgram);
+    pProgram->SetParameter(ShaderType::Fragment, UniformNames::fFade, rFade);
+    SetPlainBlend();
+    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(nVertices));
+}
+
+void BitmapFontGL2::DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, unsigned int nVertices) {
+    // Its mViewToViewport is never set here: the identity that the device gave it stays, intended.
+    ShaderProgramGL2* const pProgram = device.GetShader(ProgramTextUnderline);
+    device.SetActiveShader(pProgram);
+    if (!pProgram) {
+        return; // the device is not up
+    }
+    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, s_vVertices.GetData());
+    glVertexAttribPointer(VertexAttributeIndex::Color, 4, GL_FLOAT, GL_FALSE, 0, s_vColorValues.GetData());
+    GlyphQuads::SetTransformParameter(device, *pProgram);
+    pProgram->SetParameter(ShaderType::Fragment, UniformNames::fFade, rFade);
+    glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(nVertices));
 }
 
 } // namespace trevik::kelvo

@@ -5,18 +5,44 @@
 
 namespace trevik::kelvo {
 
-/** A font whose glyph batches are drawn as textured quads. */
+class GraphicsDeviceGL2;
+
+/** A font whose glyph batches are drawn as textured quads, one batch at a time, straight from client memory.
+ */
 class KELVO_EXPORT BitmapFontGL2 : public BitmapFont {
 public:
     BitmapFontGL2();
     ~BitmapFontGL2() override;
 
     bool Initialize() override;
+    /**
+     * Draws a batch, then, in an underlined font, its underlines, under the transform on top of the device's
+     * stack. As a shadow, everything is moved by `shadowOffset` (font pixels) and takes the shadow colour
+     * with its alpha multiplied in. `position` is not used; of `color` only the alpha is. Calls
+     * glVertexAttribPointer (0, 1, 4), the shader and sampler calls of program -5, glBlendFuncSeparate,
+     * glBlendEquationSeparate and glDrawArrays, and for underlines the same with program -6, without texture
+     * and blending. Render thread. Draws nothing for a batch beyond the instances, without memory, or while
+     * the device is not up.
+     */
     void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
                           GlyphBatch const& batch, Vector3T<RealFloat> const& position,
                           ColorT<RealFloat> const& color, bool fShadow,
                           Vector3T<RealFloat> const& shadowOffset,
                           ColorT<RealFloat> const& shadowColor) const override;
+
+private:
+    template <class Tint, class Move>
+    static void FillGlyphs(GlyphInstance const* pInstance, unsigned int nCount, Tint tint, Move move);
+    template <class Tint, class Move>
+    void FillUnderlines(GlyphInstance const* pInstance, unsigned int nCount, Tint tint, Move move) const;
+    static void DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, RealFloat rFade,
+                           unsigned int nVertices);
+    static void DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, unsigned int nVertices);
+
+    // Of all bitmap fonts, whose batches fill and draw them one after the other. They only grow.
+    static List<Vector3T<RealFloat>> s_vVertices;
+    static List<Vector2T<RealFloat>> s_vTextureCoords;
+    static List<ColorT<RealFloat>> s_vColorValues;
 };
 
 } // namespace trevik::kelvo

@@ -17,7 +17,12 @@ public:
                           ColorT<RealFloat> const& color, bool fShadow,
                           Vector3T<RealFloat> const& shadowOffset,
                           ColorT<RealFloat> const& shadowColor) const override;
-    /** Draws one glyph in `*pColor`. */
+    /**
+     * Draws one glyph's mesh in `*pColor`, with the blending that is in force, under the transform on top of
+     * the device's stack, which has to lead to clip space: neither `position` nor the projection is applied.
+     * Calls the shader calls of program -2, glVertexAttribPointer (0) and glDrawElements. Render thread. A
+     * mesh index that the font does not have draws nothing, without any call.
+     */
     void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2T<RealFloat> const& position,
                      ColorT<RealFloat> const* pColor) override;
 };

@@ -15,8 +15,23 @@ public:
     ~TextGL2() override;
 
     void InternalRender(GraphicsDevice& device) override;
+    /**
+     * Draws a batch of glyph images as quads of their textures' used area, faded by the alpha of each
+     * corner's colour and by that of `color`, under the transform on top of the device's stack. A highlight
+     * changes nothing but this last alpha. Calls the shader and sampler calls of program -7,
+     * glVertexAttribPointer (0, 1, 4), glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays. Render
+     * thread. Draws nothing for a batch beyond the instances, without memory, or while the device is not up.
+     */
     void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
                           GlyphBatch const& batch, ColorT<RealFloat> const& color) override;
+
+private:
+    static void FillImages(GlyphInstance const* pInstance, unsigned int nCount);
+
+    // Of all texts, whose image batches fill and draw them one after the other. They only grow.
+    static List<Vector3T<RealFloat>> s_vVertices;
+    static List<Vector2T<RealFloat>> s_vTextureCoords;
+    static List<float> s_vFadeValues;
 };
 
 } // namespace trevik::kelvo
