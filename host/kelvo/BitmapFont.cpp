@@ -2,7 +2,7 @@
 
 namespace trevik::kelvo {
 
-BitmapFont::BitmapFont() = default;
+BitmapFont::BitmapFont() : Font(FactoryClassID) {}
 
 BitmapFont::~BitmapFont() = default;
 

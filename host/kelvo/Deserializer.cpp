@@ -1,10 +1,10 @@
 #include "trevik/kelvo/Deserializer.h"
 
 #include "NodeStorage.h"
+#include "SharedKind.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/Hash.h"
-#include "trevik/kelvo/Texture.h"
 
 namespace trevik::kelvo {
 
@@ -32,8 +32,9 @@ int CountBefore(DocumentNode const& parent, DocumentNode const& node) {
 } // namespace
 
 Deserializer::Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry)
-    : m_pDocument(pDocument ? pDocument : Ref<DocumentNode>(new DocumentNode(0, 0))), m_registry(registry),
-      m_pTextureTable(FindChild(*m_pDocument, HashName("Textures"))) {}
+    : m_pDocument(pDocument ? pDocument : Ref<DocumentNode>(new DocumentNode(0, 0))),
+      m_registry(registry), m_textures{FindChild(*m_pDocument, HashName(SharedKind<Texture>::TableName)), {}},
+      m_fonts{FindChild(*m_pDocument, HashName(SharedKind<Font>::TableName)), {}} {}
 
 Deserializer::~Deserializer() = default;
 
@@ -70,48 +71,70 @@ bool Deserializer::FindAttribute(unsigned int nAttributeID, unsigned char const*
 }
 
 Ref<Texture> Deserializer::GetTexture(int nIndex) {
-    unsigned int const nCount = m_pTextureTable ? m_pTextureTable->GetChildCount() : 0;
-    if (nIndex < 0 || static_cast<unsigned int>(nIndex) >= nCount || !m_textures.Resize(nCount)) {
-        return nullptr;
-    }
-    TextureSlot& slot = m_textures[static_cast<unsigned int>(nIndex)];
-    if (!slot.m_fTried) {
-        slot.m_fTried = true; // a texture that asks for itself while it loads gets none
-        slot.m_pTexture = LoadTexture(static_cast<unsigned int>(nIndex));
-        if (!slot.m_pTexture) {
-            Fail(u"texture %d of the document cannot be loaded", nIndex);
-        }
-    }
-    return slot.m_pTexture;
+    return GetShared(m_textures, nIndex);
 }
 
-/** Creates the texture of the table's entry `nIndex` and lets it load; null when either fails. */
-Ref<Texture> Deserializer::LoadTexture(unsigned int nIndex) {
-    DocumentNode* const pNode = m_pTextureTable->GetChild(nIndex);
-    // The type comes from a file: no other class's object must be taken for a texture.
-    constexpr unsigned int nTextureID = HashName("Texture");
-    if (pNode->GetTagID() != nTextureID || pNode->GetTypeID() != nTextureID) {
+Ref<Font> Deserializer::GetFont(int nIndex) {
+    return GetShared(m_fonts, nIndex);
+}
+
+template <class T>
+Ref<T> Deserializer::GetShared(SharedTable<T>& table, int nIndex) {
+    unsigned int const nCount = table.m_pNode ? table.m_pNode->GetChildCount() : 0;
+    if (nIndex < 0 || static_cast<unsigned int>(nIndex) >= nCount || !table.m_slots.Resize(nCount)) {
         return nullptr;
     }
-    Ref<Texture> pTexture(static_cast<Texture*>(m_registry.Create(nTextureID)));
+    SharedSlot<T>& slot = table.m_slots[static_cast<unsigned int>(nIndex)];
+    if (!slot.m_fTried) {
+        slot.m_fTried = true; // an object that asks for itself while it loads gets none
+        slot.m_pObject = LoadShared(table, static_cast<unsigned int>(nIndex));
+        if (!slot.m_pObject) {
+            Fail(u"%s %d of the document cannot be loaded", SharedKind<T>::Name, nIndex);
+        }
+    }
+    return slot.m_pObject;
+}
+
+/** Creates the object of the table's entry `nIndex` and lets it load; null when either fails. */
+template <class T>
+Ref<T> Deserializer::LoadShared(SharedTable<T> const& table, unsigned int nIndex) {
+    typedef SharedKind<T> Kind;
+    DocumentNode* const pNode = table.m_pNode->GetChild(nIndex);
+    // The type comes from a file: no other class's object must be taken for one of this kind.
+    if (pNode->GetTagID() != Kind::EntryID || !Kind::IsType(pNode->GetTypeID())) {
+        return nullptr;
+    }
+    Ref<T> pObject(static_cast<T*>(m_registry.Create(pNode->GetTypeID())));
     List<DocumentNode*> interrupted;
     interrupted.Swap(m_stack);
-    bool const fLoaded =
-        pTexture && m_stack.Append(m_pTextureTable) && m_stack.Append(pNode) && pTexture->Load(*this);
+    bool const fLoaded = pObject && m_stack.Append(table.m_pNode) && m_stack.Append(pNode) &&
+                         pObject->Load(*this) && Kind::Initialize(*pObject);
     m_stack.Swap(interrupted);
-    return fLoaded ? pTexture : Ref<Texture>();
+    return fLoaded ? pObject : Ref<T>();
+}
+
+/** Whether the node holds the shared objects of one kind. */
+bool Deserializer::IsTable(DocumentNode const* pNode) const {
+    return pNode == m_textures.m_pNode || pNode == m_fonts.m_pNode;
 }
 
 StringEncoded<UTF16Encoding> Deserializer::GetPath() const {
     StringEncoded<UTF16Encoding> sPath;
     DocumentNode const* pParent = m_pDocument.Get();
     for (DocumentNode const* pNode : m_stack) {
+        if (IsTable(pNode)) {
+            AppendPathStep(
+                sPath,
+                pNode == m_fonts.m_pNode ? SharedKind<Font>::TableName : SharedKind<Texture>::TableName, -1);
+            pParent = pNode;
+            continue;
+        }
         unsigned char const* pData = nullptr;
         unsigned long nLength = 0;
         StringEncoded<UTF16Encoding> sName;
         bool const fNamed =
             pNode->FindAttribute(NodeID::Name, pData, nLength) && ReadText(pData, nLength, sName);
-        if (fNamed || pNode->GetTagID() == NodeID::Node) {
+        if (fNamed || pNode->GetTagID() == NodeID::Node || IsTable(pParent)) {
             AppendPathStep(sPath, sName, CountBefore(*pParent, *pNode));
         }
         pParent = pNode;

@@ -19,7 +19,7 @@ std::atomic<unsigned int> g_nLastFontID{0};
 
 } // namespace
 
-Font::Font() : m_underlineScale(1) {
+Font::Font(unsigned int nFactoryClassID) : m_nFactoryClassID(nFactoryClassID), m_underlineScale(1) {
     m_properties.Register(u"Underline", &m_underline);
     m_properties.Register(u"UnderlinePosition", &m_underlinePosition);
     m_properties.Register(u"UnderlineThickness", &m_underlineThickness);

@@ -21,6 +21,7 @@ struct NodeID {
     static constexpr unsigned int Camera = HashName("Camera");
     static constexpr unsigned int Background = HashName("Background");
     static constexpr unsigned int Texture = HashName("Texture");
+    static constexpr unsigned int Font = HashName("Font");
 };
 
 /** Writes a node with its subtree as a child (tag, type = its factory class) of the current document node. */

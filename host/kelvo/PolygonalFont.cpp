@@ -6,7 +6,7 @@
 
 namespace trevik::kelvo {
 
-PolygonalFont::PolygonalFont() = default;
+PolygonalFont::PolygonalFont() : Font(FactoryClassID) {}
 
 PolygonalFont::~PolygonalFont() {
     for (GlyphMesh* pMesh : m_meshes) {

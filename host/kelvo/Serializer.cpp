@@ -3,9 +3,8 @@
 #include <climits>
 #include <new>
 
+#include "SharedKind.h"
 #include "trevik/Debug.h"
-#include "trevik/Hash.h"
-#include "trevik/kelvo/Texture.h"
 
 namespace trevik::kelvo {
 
@@ -19,7 +18,8 @@ void Serializer::StartOver() {
     m_pRoot = new (std::nothrow) DocumentNode(0, 0);
     m_stack.Clear();
     m_textures.Clear();
-    m_fTextureLost = false;
+    m_fonts.Clear();
+    m_fSharedLost = false;
 }
 
 /** Null only when there was no memory for the root. */
@@ -48,54 +48,73 @@ bool Serializer::WriteAttribute(unsigned int nAttributeID, unsigned char const* 
 }
 
 int Serializer::GetTextureIndex(Texture* pTexture) {
-    if (!pTexture) {
+    return GetIndex(m_textures, pTexture);
+}
+
+int Serializer::GetFontIndex(Font* pFont) {
+    return GetIndex(m_fonts, pFont);
+}
+
+template <class T>
+int Serializer::GetIndex(List<Ref<T>>& shared, T* pObject) {
+    if (!pObject) {
         return -1;
     }
-    int const nIndex = m_textures.IndexOf(pTexture);
+    int const nIndex = shared.IndexOf(pObject);
     if (nIndex >= 0) {
         return nIndex;
     }
-    if (m_textures.GetCount() == INT_MAX || !m_textures.Append(pTexture)) {
-        m_fTextureLost = true;
+    if (shared.GetCount() == INT_MAX || !shared.Append(pObject)) {
+        m_fSharedLost = true;
         return -1;
     }
-    return static_cast<int>(m_textures.GetCount()) - 1;
+    return static_cast<int>(shared.GetCount()) - 1;
 }
 
 Ref<DocumentNode> Serializer::Finish() {
     Ref<DocumentNode> pDocument;
-    if (m_pRoot && !m_fTextureLost && SaveTextures()) {
+    if (m_pRoot && !m_fSharedLost && SaveShared() && !m_fSharedLost) {
         pDocument = m_pRoot;
     }
     StartOver();
     return pDocument;
 }
 
-bool Serializer::SaveTextures() {
-    if (m_textures.IsEmpty()) {
-        return true;
-    }
-    Ref<DocumentNode> pTable(new (std::nothrow) DocumentNode(HashName("Textures"), 0));
-    if (!m_pRoot->InsertChild(0, pTable)) {
+/** Puts the tables of shared objects before what the root has already. */
+bool Serializer::SaveShared() {
+    Ref<DocumentNode> pTextures(new (std::nothrow) DocumentNode(HashName(SharedKind<Texture>::TableName), 0));
+    Ref<DocumentNode> pFonts(new (std::nothrow) DocumentNode(HashName(SharedKind<Font>::TableName), 0));
+    if (!pTextures || !pFonts) {
         return false;
     }
-    // By index: saving a texture may enter further ones.
-    for (unsigned int nTexture = 0; nTexture < m_textures.GetCount(); ++nTexture) {
-        if (!SaveTexture(nTexture, pTable)) {
+    // Saving one may enter further ones of either kind.
+    while (pTextures->GetChildCount() < m_textures.GetCount() ||
+           pFonts->GetChildCount() < m_fonts.GetCount()) {
+        if (!SaveShared(m_fonts, *pFonts) || !SaveShared(m_textures, *pTextures)) {
+            return false;
+        }
+    }
+    return (m_fonts.IsEmpty() || m_pRoot->InsertChild(0, pFonts)) &&
+           (m_textures.IsEmpty() || m_pRoot->InsertChild(0, pTextures));
+}
+
+/** Saves those that the table lacks. */
+template <class T>
+bool Serializer::SaveShared(List<Ref<T>> const& shared, DocumentNode& table) {
+    typedef SharedKind<T> Kind;
+    while (table.GetChildCount() < shared.GetCount()) {
+        unsigned int const nIndex = table.GetChildCount();
+        Ref<T> const pObject = shared[nIndex]; // the list may grow meanwhile
+        m_stack.Clear();
+        if (!m_stack.Append(&table) || !PushTag(Kind::EntryID, Kind::GetTypeID(*pObject)) ||
+            !pObject->Save(*this)) {
             Debug::TraceFormat(TraceLevel::Error,
-                               u"[kelvo] Texture %u cannot be saved, nor can the document that uses it",
-                               nTexture);
+                               u"[kelvo] %s %u cannot be saved, nor can the document that uses it",
+                               Kind::Name, nIndex);
             return false;
         }
     }
     return true;
-}
-
-bool Serializer::SaveTexture(unsigned int nTexture, Ref<DocumentNode> const& pTable) {
-    Ref<Texture> const pTexture = m_textures[nTexture];
-    m_stack.Clear();
-    return m_stack.Append(pTable.Get()) && PushTag(HashName("Texture"), HashName("Texture")) &&
-           pTexture->Save(*this);
 }
 
 } // namespace trevik::kelvo

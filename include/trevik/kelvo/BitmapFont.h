@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Export.h"
+#include "trevik/Hash.h"
 #include "trevik/kelvo/Font.h"
 
 namespace trevik::kelvo {
@@ -8,6 +9,8 @@ namespace trevik::kelvo {
 /** A font whose glyphs are rectangles of textures. */
 class TREVIK_API BitmapFont : public Font {
 public:
+    static constexpr unsigned int FactoryClassID = HashName("Font");
+
     BitmapFont();
     ~BitmapFont() override;
 };

@@ -12,6 +12,7 @@ class ClassRegistry;
 
 namespace trevik::kelvo {
 
+class Font;
 class Texture;
 
 /**
@@ -71,10 +72,15 @@ public:
      * none, and when it fails to load, which is traced once.
      */
     Ref<Texture> GetTexture(int nIndex);
+    /** The same for fonts; a font is also initialized. */
+    Ref<Font> GetFont(int nIndex);
 
     ClassRegistry& GetRegistry() const { return m_registry; }
 
-    /** Where in the document the current node stands, by the names of the scene nodes above, for messages. */
+    /**
+     * Where in the document the current node stands, for messages: by the names of the scene nodes above, or
+     * by its place in a table of shared objects ("/Fonts/#1").
+     */
     StringEncoded<UTF16Encoding> GetPath() const;
     /**
      * Notes why the document cannot be loaded (UTF16Encoding::FormatV), with the current path, traces it, and
@@ -86,19 +92,30 @@ public:
     StringEncoded<UTF16Encoding> const& GetError() const { return m_sError; }
 
 private:
-    /** One entry of the texture table. */
-    struct TextureSlot {
-        Ref<Texture> m_pTexture;
+    /** One entry of a table of shared objects. */
+    template <class T>
+    struct SharedSlot {
+        Ref<T> m_pObject;
         bool m_fTried = false; ///< loaded, being loaded, or failed
     };
+    /** The objects of one kind that several others share. */
+    template <class T>
+    struct SharedTable {
+        DocumentNode* m_pNode;       ///< null when the document has none
+        List<SharedSlot<T>> m_slots; ///< one for each child of the node, from the first use on
+    };
 
-    Ref<Texture> LoadTexture(unsigned int nIndex);
+    template <class T>
+    Ref<T> GetShared(SharedTable<T>& table, int nIndex);
+    template <class T>
+    Ref<T> LoadShared(SharedTable<T> const& table, unsigned int nIndex);
+    bool IsTable(DocumentNode const* pNode) const;
 
     Ref<DocumentNode> m_pDocument;
     ClassRegistry& m_registry;
-    List<DocumentNode*> m_stack;   ///< pushed nodes, without the root
-    DocumentNode* m_pTextureTable; ///< null when the document has none
-    List<TextureSlot> m_textures;  ///< one for each child of the table, from the first use on
+    List<DocumentNode*> m_stack; ///< pushed nodes, without the root
+    SharedTable<Texture> m_textures;
+    SharedTable<Font> m_fonts;
     StringEncoded<UTF16Encoding> m_sError;
 };
 

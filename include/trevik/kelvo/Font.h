@@ -35,7 +35,8 @@ struct FontMetrics {
  */
 class TREVIK_API Font : public Referenced, public ITraceable {
 public:
-    Font();
+    /** `nFactoryClassID`: see GetFactoryClassID. */
+    explicit Font(unsigned int nFactoryClassID);
     ~Font() override;
     Font(Font const&) = delete;
     Font& operator=(Font const&) = delete;
@@ -86,6 +87,8 @@ public:
     /** Goes up with every change of glyphs, kerning or metrics: what was laid out before is out of date. */
     unsigned int GetRevision() const { return m_nRevision; }
 
+    /** Id that the classes of this kind of font are registered under, and saved with. */
+    unsigned int GetFactoryClassID() const { return m_nFactoryClassID; }
     /** 0 until GenerateID. */
     unsigned int GetID() const { return m_nID; }
     FontMetrics const& GetMetrics() const { return m_metrics; }
@@ -110,14 +113,15 @@ protected:
     unsigned int FindKerning(unsigned int nFirst, unsigned int nSecond) const;
     bool IsKerningPair(unsigned int nIndex, unsigned int nFirst, unsigned int nSecond) const;
 
+    unsigned int const m_nFactoryClassID;
     unsigned int m_nID = 0;
     unsigned int m_nRevision = 0;
-    List<Glyph*> m_glyphs;        ///< owned, by code point
-    List<KerningPair> m_kerning;  ///< by first, then second code point
+    List<Glyph*> m_glyphs;       ///< owned, by code point
+    List<KerningPair> m_kerning; ///< by first, then second code point
     FontMetrics m_metrics;
     PropertyList m_properties;
-    BoolProperty m_underline;          ///< "Underline": all texts in this font are underlined, false
-    RealProperty m_underlinePosition;  ///< "UnderlinePosition": from baseline down to the line's upper edge, 0
+    BoolProperty m_underline;         ///< "Underline": all texts in this font are underlined, false
+    RealProperty m_underlinePosition; ///< "UnderlinePosition": from baseline down to the line's upper edge, 0
     RealProperty m_underlineThickness; ///< "UnderlineThickness", 0
     IntProperty m_underlineScale;      ///< "UnderlineScale": makes font pixels of both, 1
 };

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/Export.h"
+#include "trevik/Hash.h"
 #include "trevik/kelvo/Font.h"
 #include "trevik/kelvo/ListProperty.h"
 
@@ -18,6 +19,8 @@ struct GlyphMesh {
 /** A font whose glyphs are triangle meshes. */
 class TREVIK_API PolygonalFont : public Font {
 public:
+    static constexpr unsigned int FactoryClassID = HashName("PolygonalFont");
+
     PolygonalFont();
     ~PolygonalFont() override;
 

@@ -7,12 +7,13 @@
 
 namespace trevik::kelvo {
 
+class Font;
 class Texture;
 
 /**
  * Writes scene objects into a document. Tags nest: between PushTag and PopTag attributes go to the pushed
- * tag. Objects that several others share (textures) are written once and referred to by index. One thread at
- * a time.
+ * tag. Objects that several others share (textures, fonts) are written once and referred to by index. One
+ * thread at a time.
  */
 class TREVIK_API Serializer {
 public:
@@ -46,24 +47,32 @@ public:
      * memory, when Finish then fails.
      */
     int GetTextureIndex(Texture* pTexture);
+    /** The same for a font; the textures of its glyphs are entered when it is saved. */
+    int GetFontIndex(Font* pFont);
 
     /**
      * The finished document; the serializer then starts over with an empty one. A document with shared
      * textures begins with a child "Textures" that has one child "Texture" for each, in the order of their
-     * indices. Null, traced, when a texture refused to be saved or memory is short.
+     * indices; then comes the same for fonts, "Fonts" with children "Font", whose types are the ids that the
+     * fonts' classes are registered under. Null, traced, when one of them refused to be saved, and when
+     * memory is short.
      */
     Ref<DocumentNode> Finish();
 
 private:
     void StartOver();
     DocumentNode* GetCurrentNode() const;
-    bool SaveTextures();
-    bool SaveTexture(unsigned int nTexture, Ref<DocumentNode> const& pTable);
+    template <class T>
+    int GetIndex(List<Ref<T>>& shared, T* pObject);
+    bool SaveShared();
+    template <class T>
+    bool SaveShared(List<Ref<T>> const& shared, DocumentNode& table);
 
     Ref<DocumentNode> m_pRoot;
     List<DocumentNode*> m_stack; ///< pushed nodes, without the root
     List<Ref<Texture>> m_textures;
-    bool m_fTextureLost = false; ///< one could not be entered: its users would be saved without it
+    List<Ref<Font>> m_fonts;
+    bool m_fSharedLost = false; ///< one could not be entered: its users would be saved without it
 };
 
 } // namespace trevik::kelvo
