@@ -1,12 +1,153 @@
 #include "BlendModeEffectGL2.h"
 
-#include "Unavailable.h"
+#include "FixedStreams.h"
+#include "GraphicsDeviceGL2.h"
+#include "ProgramBuilder.h"
+#include "ShaderCatalogue.h"
+#include "UniformNames.h"
 
 namespace trevik::kelvo {
 
+namespace {
+
+using Source = StringLiteral<UTF16Encoding>;
+
+constexpr Source BlendVertex(uR"(attribute vec4 vInPosition;
+attribute vec2 vInTexture;
+uniform mat4 mWorldToView;
+varying vec2 vTexture;
+void main() {
+    gl_Position = mWorldToView * vInPosition;
+    vTexture = vInTexture;
+}
+)");
+
+constexpr Source ColorDodgeFragment(uR"(precision mediump float;
+uniform sampler2D sTexture;
+uniform vec4 vColor;
+varying vec2 vTexture;
+void main() {
+    vec4 t = texture2D(sTexture, vTexture);
+    gl_FragColor = vec4(t.a / (vec3(1.0) - min(vec3(0.5), t.rgb)), t.a);
+}
+)");
+
+constexpr Source MultiplyFragment(uR"(precision mediump float;
+uniform sampler2D sTexture;
+uniform vec4 vColor;
+varying vec2 vTexture;
+void main() {
+    vec4 t = texture2D(sTexture, vTexture);
+    gl_FragColor = vec4(t.rgb * t.a, t.a);
+}
+)");
+
+// Screen's, and exclusion's as well.
+constexpr Source FadedFragment(uR"(precision mediump float;
+uniform sampler2D sTexture;
+uniform vec4 vColor;
+varying vec2 vTexture;
+void main() {
+    gl_FragColor = texture2D(sTexture, vTexture) * vColor.a;
+}
+)");
+
+struct Factors {
+    GLenum source;
+    GLenum destination;
+};
+
+constexpr Factors PlainFactors = {GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA};
+constexpr int FirstMode = BlendMode::Additive;
+constexpr unsigned int ModeCount = BlendMode::Invert - FirstMode + 1;
+
+constexpr GLenum SourceFactors[ModeCount] = {
+    GL_SRC_ALPHA,           // additive
+    GL_DST_COLOR,           // multiply
+    GL_ONE_MINUS_DST_COLOR, // screen
+    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
+    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
+    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
+    GL_DST_COLOR, // colour dodge
+    GL_SRC_ALPHA,
+    GL_ONE_MINUS_DST_COLOR, // invert
+};
+
+constexpr GLenum DestinationFactors[ModeCount] = {
+    GL_ONE,                 // additive
+    GL_ONE_MINUS_SRC_ALPHA, // multiply
+    GL_ONE,                 // screen
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_ALPHA, // colour dodge
+    GL_ONE_MINUS_SRC_ALPHA,
+    GL_ONE_MINUS_SRC_COLOR, // invert
+};
+
+constexpr Factors GetFactors(int nBlendMode) {
+    int const nEntry = nBlendMode - FirstMode;
+    return nEntry >= 0 && nEntry < static_cast<int>(ModeCount)
+               ? Factors{SourceFactors[nEntry], DestinationFactors[nEntry]}
+               : PlainFactors;
+}
+
+} // namespace
+
+void VertexAttribSetup_BlendMode_ColorDodge(ShaderProgramGL2* pProgram) {
+    NamePositionAndTexture(pProgram);
+}
+
+void VertexAttribSetup_BlendMode_Multiply(ShaderProgramGL2* pProgram) {
+    NamePositionAndTexture(pProgram);
+}
+
+void VertexAttribSetup_BlendMode_Screen(ShaderProgramGL2* pProgram) {
+    NamePositionAndTexture(pProgram);
+}
+
+void VertexAttribSetup_BlendMode_Exclusion(ShaderProgramGL2* pProgram) {
+    NamePositionAndTexture(pProgram);
+}
+
 bool BlendModeResourceGL2::Init(GraphicsDevice&) {
-    TraceUnavailable(u"BlendModeEffect");
-    return false;
+    struct Program {
+        Ref<ShaderProgramGL2>& pProgram;
+        ProgramParts parts;
+        char16_t const* pName;
+    } const programs[] = {
+        {m_colorDodgeProgram,
+         {ColorDodgeFragment, BlendVertex, VertexAttribSetup_BlendMode_ColorDodge},
+         u"colour dodge"},
+        {m_multiplyProgram,
+         {MultiplyFragment, BlendVertex, VertexAttribSetup_BlendMode_Multiply},
+         u"multiply"},
+        {m_screenProgram, {FadedFragment, BlendVertex, VertexAttribSetup_BlendMode_Screen}, u"screen"},
+        {m_exclusionProgram,
+         {FadedFragment, BlendVertex, VertexAttribSetup_BlendMode_Exclusion},
+         u"exclusion"},
+    };
+    for (Program const& program : programs) {
+        program.pProgram = BuildProgram(
+            program.parts, StringEncoded<UTF16Encoding>::Format(u"blend mode %s", program.pName));
+        if (!program.pProgram) {
+            return false;
+        }
+    }
+    return true;
 }
 
 BlendModeEffectGL2::BlendModeEffectGL2() = default;
@@ -17,6 +158,43 @@ BlendModeEffectGL2::~BlendModeEffectGL2() = default;
 
 bool BlendModeEffectGL2::InternalInit(EffectResource* pResource) {
     m_pResource = static_cast<BlendModeResourceGL2*>(pResource);
+    return true;
+}
+
+ShaderProgramGL2* BlendModeEffectGL2::ChooseProgram(GraphicsDeviceGL2& device, int nBlendMode) const {
+    switch (nBlendMode) {
+    case BlendMode::Screen:
+        return m_pResource->m_screenProgram.Get();
+    case BlendMode::ColorDodge:
+        return m_pResource->m_colorDodgeProgram.Get();
+    case BlendMode::Multiply:
+        return m_pResource->m_multiplyProgram.Get();
+    default:
+        return device.GetShader(ShaderId::Textured);
+    }
+}
+
+bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) {
+    SpriteGL2& spriteGL2 = static_cast<SpriteGL2&>(sprite);
+    TextureGL2* const pTexture = GetDrawableTexture(spriteGL2);
+    if (!pTexture || !m_pResource) {
+        return false;
+    }
+    GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
+    int const nBlendMode = sprite.GetBlendModeProperty().GetValue();
+    ShaderProgramGL2& program = *ChooseProgram(deviceGL2, nBlendMode);
+    Vector2T<RealFloat> textureCoords[4];
+    SetFixedStreams(spriteGL2, textureCoords);
+    deviceGL2.SetActiveShader(&program);
+    program.SetSampler(UniformNames::sTexture, pTexture, 0);
+    // No projection: none of the programs declares the second matrix, and the first lacks it. Intended.
+    program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, deviceGL2.GetModelViewMatrix());
+    program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
+    program.SetParameter(ShaderType::Fragment, UniformNames::vColor, Vector4T<RealFloat>(1, 1, 1, opacity));
+    Factors const factors = GetFactors(nBlendMode);
+    glBlendFuncSeparate(factors.source, factors.destination, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
+    glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD);
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     return true;
 }
 

@@ -1,23 +1,35 @@
 #pragma once
 
 #include "Export.h"
+#include "ShaderProgramGL2.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/BlendModeEffect.h"
 #include "trevik/kelvo/EffectResource.h"
 
 namespace trevik::kelvo {
 
+class GraphicsDeviceGL2;
+
 /** What all BlendModeEffectGL2 objects of a device share. */
 class KELVO_EXPORT BlendModeResourceGL2 : public EffectResource {
 public:
-    /**
-     * False, traced: this version has no programs for the effect, so it stays uninitialised and draws
-     * nothing.
-     */
+    /** Builds the programs; false at the first that does not compile. Render thread. */
     bool Init(GraphicsDevice& device) override;
+
+private:
+    friend class BlendModeEffectGL2;
+
+    Ref<ShaderProgramGL2> m_colorDodgeProgram;
+    Ref<ShaderProgramGL2> m_multiplyProgram;
+    Ref<ShaderProgramGL2> m_screenProgram;
+    Ref<ShaderProgramGL2> m_exclusionProgram; ///< no blend mode selects it: intended
 };
 
-/** Draws sprites in blend modes other than the plain one. */
+/**
+ * Draws textured sprites, in their place, in any blend mode: a program shapes the source, GL's blend factors
+ * do the rest. The model-view matrix alone takes the corners to clip space, without a projection, and they go
+ * to GL as fixed-point numbers, see SetFixedStreams: both intended.
+ */
 class KELVO_EXPORT BlendModeEffectGL2 : public BlendModeEffect {
 public:
     TREVIK_EFFECT_REFLECTION(BlendModeEffectGL2, BlendModeEffect, "BlendModeResource")
@@ -26,10 +38,20 @@ public:
     BlendModeEffectGL2(BlendModeEffectGL2 const& other);
     ~BlendModeEffectGL2() override;
 
+    /** False for a sprite without a texture, which then draws itself if its mode is the plain one. */
+    bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) override;
     bool InternalInit(EffectResource* pResource) override;
 
 private:
+    ShaderProgramGL2* ChooseProgram(GraphicsDeviceGL2& device, int nBlendMode) const;
+
     Ref<BlendModeResourceGL2> m_pResource;
 };
+
+// Name a program's attributes at their locations.
+KELVO_EXPORT void VertexAttribSetup_BlendMode_ColorDodge(ShaderProgramGL2* pProgram);
+KELVO_EXPORT void VertexAttribSetup_BlendMode_Multiply(ShaderProgramGL2* pProgram);
+KELVO_EXPORT void VertexAttribSetup_BlendMode_Screen(ShaderProgramGL2* pProgram);
+KELVO_EXPORT void VertexAttribSetup_BlendMode_Exclusion(ShaderProgramGL2* pProgram);
 
 } // namespace trevik::kelvo

@@ -1,23 +1,32 @@
 #pragma once
 
 #include "Export.h"
+#include "ShaderProgramGL2.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/DirectionalBlurEffect.h"
 #include "trevik/kelvo/EffectResource.h"
 
 namespace trevik::kelvo {
 
+class GraphicsDeviceGL2;
+
 /** What all DirectionalBlurEffectGL2 objects of a device share. */
 class KELVO_EXPORT DirectionalBlurResourceGL2 : public EffectResource {
 public:
-    /**
-     * False, traced: this version has no programs for the effect, so it stays uninitialised and draws
-     * nothing.
-     */
+    /** Builds the program; false when it does not compile. Render thread. */
     bool Init(GraphicsDevice& device) override;
+
+private:
+    friend class DirectionalBlurEffectGL2;
+
+    Ref<ShaderProgramGL2> m_program;
 };
 
-/** Draws a textured sprite smeared along a direction. */
+/**
+ * Draws a textured sprite smeared along a direction, in its place, with 18 taps: nine along the direction, on
+ * two rows one texel apart. The reach, |direction| times amount in texels, widens the quad as well. Corners
+ * and texture coordinates go to GL as fixed-point numbers, see SetFixedStreams: intended.
+ */
 class KELVO_EXPORT DirectionalBlurEffectGL2 : public DirectionalBlurEffect {
 public:
     TREVIK_EFFECT_REFLECTION(DirectionalBlurEffectGL2, DirectionalBlurEffect, "DirectionalBlurResource")
@@ -26,10 +35,17 @@ public:
     DirectionalBlurEffectGL2(DirectionalBlurEffectGL2 const& other);
     ~DirectionalBlurEffectGL2() override;
 
+    /** False for a sprite without a texture, which then draws itself. */
+    bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) override;
     bool InternalInit(EffectResource* pResource) override;
 
 private:
+    void SetParameters(GraphicsDeviceGL2& device, TextureGL2 const& texture, RealFloat opacity) const;
+
     Ref<DirectionalBlurResourceGL2> m_pResource;
 };
+
+/** Names the program's attributes at their locations. */
+KELVO_EXPORT void VertexAttribSetup_DirectionalBlurEffect(ShaderProgramGL2* pProgram);
 
 } // namespace trevik::kelvo

@@ -7,41 +7,72 @@
 
 namespace trevik::kelvo {
 
-/** An off-screen target that can be sampled afterwards. Render thread. */
+/**
+ * An off-screen target: what is drawn while it is bound ends up in its colour texture, which can be sampled
+ * afterwards. It may have a depth and stencil buffer, as a renderbuffer or as a second texture. Render
+ * thread.
+ */
 class KELVO_EXPORT FramebufferGL2 : public Referenced {
 public:
     struct InitParams {
-        int width;
-        int height;
-        bool depthStencil;        ///< attach a depth and stencil buffer
-        bool depthStencilTexture; ///< as a texture, not a renderbuffer; read only with depthStencil
-        TextureFormat::Enum colorFormat;
+        int width;                       ///< pixels
+        int height;                      ///< pixels
+        bool depthStencil;               ///< attach a depth and stencil buffer
+        bool depthStencilTexture;        ///< as a texture, not a renderbuffer; read only with depthStencil
+        TextureFormat::Enum colorFormat; ///< of the colour texture
     };
 
+    /** Makes the colour texture object; no GL objects yet. */
     FramebufferGL2();
+    /**
+     * Deletes framebuffer and renderbuffer and drops the depth texture. The colour texture keeps this
+     * object's reference and stays for ever: intended.
+     */
     ~FramebufferGL2() override;
+    FramebufferGL2(FramebufferGL2 const&) = delete;
+    FramebufferGL2& operator=(FramebufferGL2 const&) = delete;
 
-    /** False, traced: this version has no off-screen targets. */
+    /**
+     * Makes the GL objects; the textures start as all zeros. To be called once. Calls glGenFramebuffers,
+     * glBindFramebuffer, glFramebufferTexture2D, glFramebufferRenderbuffer and glCheckFramebufferStatus, and
+     * those of TextureGL2::CreateGLTexture; framebuffer 0 is bound afterwards.
+     * @return false, without a message, when a texture cannot be made or the framebuffer is not complete; it
+     * may stay bound then, and its objects go with the destructor.
+     */
     bool Create(InitParams const& params);
-    /** Nothing without a created framebuffer. */
+    /**
+     * Draws go here from now on: glBindFramebuffer, glClear of colour (and depth where there is one, never
+     * stencil) unless SetClearOnBind(false), and a viewport of the target's size. Remembers the viewport in
+     * force.
+     */
     void Bind();
+    /**
+     * Brings the viewport of before Bind back, then binds `pPrevious`, which clears it as any Bind does, or
+     * the window's framebuffer for null.
+     */
     void Unbind(FramebufferGL2* pPrevious);
 
     bool IsBound() const { return m_fBound; }
+    /** Whether Bind clears; true at first. */
     void SetClearOnBind(bool fClear) { m_fClearOnBind = fClear; }
     TextureGL2* GetColorTexture() const { return m_pColorTexture.Get(); }
+    /** Null without a depth and stencil texture. */
     TextureGL2* GetDepthTexture() const { return m_pDepthTexture.Get(); }
     int GetWidth() const { return m_nWidth; }
     int GetHeight() const { return m_nHeight; }
 
 private:
+    bool CreateDepthStencil(bool fTexture);
+    bool PrepareTexture(TextureGL2& texture, TextureFormat::Enum format) const;
+    void AttachDepthStencil() const;
+
     Ref<TextureGL2> m_pColorTexture;
     Ref<TextureGL2> m_pDepthTexture;
-    [[maybe_unused]] unsigned int m_nDepthRenderbuffer = 0;
-    [[maybe_unused]] unsigned int m_nFramebuffer = 0;
+    GLuint m_nDepthRenderbuffer = 0;
+    GLuint m_nFramebuffer = 0;
     int m_nWidth = 0;
     int m_nHeight = 0;
-    [[maybe_unused]] int m_savedViewport[4] = {};
+    GLint m_savedViewport[4] = {}; ///< x, y, width, height in force at Bind
     bool m_fBound = false;
     bool m_fClearOnBind = true;
 };

@@ -83,6 +83,15 @@ public:
     void Process() override;
     /** eglSwapBuffers. */
     void Present() override;
+    /**
+     * Reads a rectangle of the current target into a texture: in viewport pixels with y down, while the rows
+     * that are read come from the bottom up: intended. RGBA8888 from surfaces of 16 bits of colour, RGB888
+     * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels.
+     * @param ppTexture a texture to fill, which gives up its image before, or null for a new one, which comes
+     * without a reference.
+     * @return false, without a message, for other surfaces and when GL refuses; without memory for the pixels
+     * as well, where the texture is deleted even if it was the caller's, intended, and null afterwards.
+     */
     bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
     /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */
     void SetDepthTestEnabled(bool fEnabled) override;
@@ -182,15 +191,32 @@ public:
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
     void SetAlphaTestEnabled(bool fEnabled) { m_fAlphaTest = fEnabled; }
 
+    /**
+     * Makes the two frame targets, of the viewport's size, with RGB565 colour and a depth and stencil
+     * texture. The application calls it once, after Initialize and SetViewport and before the first effect or
+     * post-process pass; a second call forgets the targets of the first, and they do not follow the viewport:
+     * both intended. False, without a message, when one cannot be made.
+     */
     bool InitializeTargetBuffers();
+    /** The current target while it is bound, else null. Borrowed. */
     FramebufferGL2* GetFrontTargetBuffer();
+    /** The other target; null before InitializeTargetBuffers. Borrowed. */
     FramebufferGL2* GetBackTargetBuffer();
+    /**
+     * Makes the other target the current one and binds it, which clears it; or, `fToScreen`, binds the
+     * window's framebuffer, for which a target has to be bound.
+     */
     void SwapTargetBuffers(bool fToScreen);
     /**
      * Draws a quad over the whole target with the bound program: positions in attribute 0, texture in
      * attribute 1.
      */
     void RenderFullscreenQuad();
+    /**
+     * Draws the back target over the current one with the post-process program, which samples its colour as
+     * sColor and its depth as sDepth. Nothing before InitializeTargetBuffers. No program is active
+     * afterwards.
+     */
     void RenderForPostProcess();
 
     /** Whether the calling thread is the render thread. Any thread. */
@@ -202,6 +228,9 @@ public:
     void ReleaseEffectResources();
 
 private:
+    enum class ReadResult { Read, Refused, OutOfMemory };
+
+    ReadResult ReadInto(RectangleT<int> const& rectangle, TextureGL2& texture);
     bool OpenDisplay(DeviceFormat::Enum format);
     bool CreateSurfaceAndContext();
     static void SetFixedState();

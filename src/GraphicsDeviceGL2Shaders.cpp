@@ -1,5 +1,6 @@
 #include "GraphicsDeviceGL2.h"
 
+#include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
 #include "UniformNames.h"
 #include "trevik/Ref.h"
@@ -268,46 +269,29 @@ void main() {
 
 struct CatalogueEntry {
     int nId;
-    Source fragment;
-    Source vertex;
-    void (*pfnSetup)(ShaderProgramGL2*);
+    ProgramParts parts;
 };
 
 constexpr CatalogueEntry Catalogue[] = {
-    {ShaderId::Textured, TexturedFragment, TexturedVertex, VertexAttribSetup_Default},
-    {ShaderId::Solid, SolidFragment, SolidVertex, VertexAttribSetup_DefaultNoTex},
-    {ShaderId::PostProcess, PostProcessFragment, PostProcessVertex, VertexAttribSetup_DefaultPost},
-    {ShaderId::AlphaTested, AlphaTestedFragment, TexturedVertex, VertexAttribSetup_DefaultAlphaTest},
-    {ShaderId::Text, TextFragment, TextVertex, VertexAttribSetup_Text},
-    {ShaderId::TextUnderline, TextUnderlineFragment, TextUnderlineVertex, VertexAttribSetup_TextUnderline},
-    {ShaderId::TextImage, TextImageFragment, TextImageVertex, VertexAttribSetup_TextImage},
-    {ShaderId::SeparateAlpha, SeparateAlphaFragment, SeparateAlphaVertex,
-     VertexAttribSetup_Default_RGBA_ETC1},
-    {ShaderId::SeparateAlphaTested, SeparateAlphaTestedFragment, SeparateAlphaVertex,
-     VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1},
-    {ShaderId::TexturedEdges, TexturedEdgesFragment, TexturedEdgesVertex, VertexAttribSetup_AALine},
-    {ShaderId::SolidEdges, SolidEdgesFragment, SolidEdgesVertex, VertexAttribSetup_AALine_Solid},
+    {ShaderId::Textured, {TexturedFragment, TexturedVertex, VertexAttribSetup_Default}},
+    {ShaderId::Solid, {SolidFragment, SolidVertex, VertexAttribSetup_DefaultNoTex}},
+    {ShaderId::PostProcess, {PostProcessFragment, PostProcessVertex, VertexAttribSetup_DefaultPost}},
+    {ShaderId::AlphaTested, {AlphaTestedFragment, TexturedVertex, VertexAttribSetup_DefaultAlphaTest}},
+    {ShaderId::Text, {TextFragment, TextVertex, VertexAttribSetup_Text}},
+    {ShaderId::TextUnderline, {TextUnderlineFragment, TextUnderlineVertex, VertexAttribSetup_TextUnderline}},
+    {ShaderId::TextImage, {TextImageFragment, TextImageVertex, VertexAttribSetup_TextImage}},
+    {ShaderId::SeparateAlpha,
+     {SeparateAlphaFragment, SeparateAlphaVertex, VertexAttribSetup_Default_RGBA_ETC1}},
+    {ShaderId::SeparateAlphaTested,
+     {SeparateAlphaTestedFragment, SeparateAlphaVertex, VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1}},
+    {ShaderId::TexturedEdges, {TexturedEdgesFragment, TexturedEdgesVertex, VertexAttribSetup_AALine}},
+    {ShaderId::SolidEdges, {SolidEdgesFragment, SolidEdgesVertex, VertexAttribSetup_AALine_Solid}},
 };
 
 constexpr unsigned int CatalogueCount = sizeof(Catalogue) / sizeof(Catalogue[0]);
 
-Ref<ShaderProgramGL2> CreateProgram(CatalogueEntry const& entry) {
-    Ref<ShaderProgramGL2> pProgram(new (std::nothrow) ShaderProgramGL2);
-    if (pProgram) {
-        pProgram->SetSource(ShaderType::Fragment, entry.fragment);
-        pProgram->SetSource(ShaderType::Vertex, entry.vertex);
-        entry.pfnSetup(pProgram.Get());
-    }
-    return pProgram;
-}
-
 void SetPosition(ShaderProgramGL2* pProgram) {
     pProgram->SetVertexAttributeIndex(Name::FromLiteral(u"vInPosition"), VertexAttributeIndex::Position);
-}
-
-void SetPositionAndTexture(ShaderProgramGL2* pProgram) {
-    SetPosition(pProgram);
-    pProgram->SetVertexAttributeIndex(Name::FromLiteral(u"vInTexture"), VertexAttributeIndex::Texture);
 }
 
 void SetEdgeEquations(ShaderProgramGL2* pProgram) {
@@ -320,7 +304,7 @@ void SetEdgeEquations(ShaderProgramGL2* pProgram) {
 } // namespace
 
 void VertexAttribSetup_Default(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
 }
 
 void VertexAttribSetup_DefaultNoTex(ShaderProgramGL2* pProgram) {
@@ -328,15 +312,15 @@ void VertexAttribSetup_DefaultNoTex(ShaderProgramGL2* pProgram) {
 }
 
 void VertexAttribSetup_DefaultPost(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
 }
 
 void VertexAttribSetup_DefaultAlphaTest(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
 }
 
 void VertexAttribSetup_Text(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
     pProgram->SetVertexAttributeIndex(Name::FromLiteral(u"vInColor"), VertexAttributeIndex::Color);
 }
 
@@ -346,20 +330,20 @@ void VertexAttribSetup_TextUnderline(ShaderProgramGL2* pProgram) {
 }
 
 void VertexAttribSetup_TextImage(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
     pProgram->SetVertexAttributeIndex(Name::FromLiteral(u"fInFade"), VertexAttributeIndex::Fade);
 }
 
 void VertexAttribSetup_Default_RGBA_ETC1(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
 }
 
 void VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
 }
 
 void VertexAttribSetup_AALine(ShaderProgramGL2* pProgram) {
-    SetPositionAndTexture(pProgram);
+    NamePositionAndTexture(pProgram);
     SetEdgeEquations(pProgram);
 }
 
@@ -372,15 +356,14 @@ bool GraphicsDeviceGL2::InitializeShaders() {
     ScopeCounter const counter(ScopeCounter::ShaderInitialization, true);
     Ref<ShaderProgramGL2> programs[CatalogueCount];
     for (unsigned int i = 0; i < CatalogueCount; ++i) {
-        programs[i] = CreateProgram(Catalogue[i]);
+        programs[i] = CreateProgram(Catalogue[i].parts);
         if (!programs[i]) {
             return false;
         }
         RegisterShader(programs[i].Get(), Catalogue[i].nId);
     }
     for (unsigned int i = 0; i < CatalogueCount; ++i) {
-        if (!programs[i]->Compile()) {
-            programs[i]->TraceSources(Name::Format(u"built-in program %d", Catalogue[i].nId));
+        if (!CompileProgram(*programs[i], Name::Format(u"built-in program %d", Catalogue[i].nId))) {
             return false;
         }
     }

@@ -1,8 +1,10 @@
 #include "GraphicsDeviceGL2.h"
 
-#include "Unavailable.h"
+#include "FramebufferGL2.h"
 
 #include <GLES2/gl2.h>
+
+#include <new>
 
 namespace trevik::kelvo {
 
@@ -27,29 +29,148 @@ void GraphicsDeviceGL2::RenderFullscreenQuad() {
 }
 
 bool GraphicsDeviceGL2::InitializeTargetBuffers() {
-    TraceUnavailable(u"GraphicsDeviceGL2::InitializeTargetBuffers");
-    return false;
+    GLfloat viewport[4] = {};
+    glGetFloatv(GL_VIEWPORT, viewport);
+    FramebufferGL2::InitParams params;
+    params.width = static_cast<int>(viewport[2]);
+    params.height = static_cast<int>(viewport[3]);
+    params.depthStencil = true;
+    params.depthStencilTexture = true;
+    params.colorFormat = TextureFormat::RGB565;
+    for (FramebufferGL2*& pBuffer : m_pTargetBuffers) {
+        pBuffer = new (std::nothrow) FramebufferGL2; // what was there before is not released: intended
+        if (!pBuffer) {
+            return false;
+        }
+        pBuffer->AddReference();
+        if (!pBuffer->Create(params)) {
+            return false;
+        }
+    }
+    m_nCurrentTarget = 0;
+    return true;
 }
 
 FramebufferGL2* GraphicsDeviceGL2::GetFrontTargetBuffer() {
-    return nullptr;
+    FramebufferGL2* const pCurrent = m_pTargetBuffers[m_nCurrentTarget];
+    return pCurrent && pCurrent->IsBound() ? pCurrent : nullptr;
 }
 
 FramebufferGL2* GraphicsDeviceGL2::GetBackTargetBuffer() {
     return m_pTargetBuffers[m_nCurrentTarget == 1 ? 0 : 1];
 }
 
-void GraphicsDeviceGL2::SwapTargetBuffers(bool) {
-    TraceUnavailable(u"GraphicsDeviceGL2::SwapTargetBuffers");
+void GraphicsDeviceGL2::SwapTargetBuffers(bool fToScreen) {
+    FramebufferGL2* const pBefore = m_pTargetBuffers[m_nCurrentTarget];
+    m_nCurrentTarget = 1 - m_nCurrentTarget;
+    FramebufferGL2* const pTarget = fToScreen ? nullptr : m_pTargetBuffers[m_nCurrentTarget];
+    if (pBefore && pBefore->IsBound()) {
+        pBefore->Unbind(pTarget);
+    } else if (pTarget) {
+        pTarget->Bind();
+    }
 }
 
 void GraphicsDeviceGL2::RenderForPostProcess() {
-    TraceUnavailable(u"GraphicsDeviceGL2::RenderForPostProcess");
+    FramebufferGL2* const pBack = GetBackTargetBuffer();
+    if (!pBack) {
+        return;
+    }
+    SetActiveShader(m_pPostProcessShader);
+    m_pPostProcessShader->SetSampler(UniformNames::sColor, pBack->GetColorTexture(), 0);
+    m_pPostProcessShader->SetSampler(UniformNames::sDepth, pBack->GetDepthTexture(), 0);
+    RenderFullscreenQuad();
+    SetActiveShader(nullptr);
 }
 
-bool GraphicsDeviceGL2::ReadPixels(RectangleT<int> const&, Texture**) {
-    TraceUnavailable(u"GraphicsDeviceGL2::ReadPixels");
+namespace {
+
+/** More than GL has kinds of errors: a context that has been lost may report errors without end. */
+constexpr unsigned int MaximumErrorFlags = 16;
+
+/** How pixels of the surface in use are read; a format of 0: not at all. */
+struct ReadFormat {
+    TextureFormat::Enum textureFormat;
+    GLenum format;
+};
+
+ReadFormat ChooseReadFormat() {
+    GLint nColorBits = 0;
+    for (GLenum const channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS}) {
+        GLint nBits = 0;
+        glGetIntegerv(channel, &nBits);
+        nColorBits += nBits;
+    }
+    switch (nColorBits) {
+    case 16:
+        return {TextureFormat::RGBA8888, GL_RGBA};
+    case 24:
+        return {TextureFormat::RGB888, GL_RGB};
+    default:
+        return {TextureFormat::RGB565, 0};
+    }
+}
+
+/** Reads a rectangle of the current target, by its lower left corner; false when GL reports an error. */
+bool ReadRectangle(GLint nX, GLint nY, SizeT<int> const& size, GLenum format, void* pPixels) {
+    // What earlier draws left behind is not this read's.
+    for (unsigned int nFlags = 0; nFlags < MaximumErrorFlags && glGetError() != GL_NO_ERROR; ++nFlags) {}
+    glReadPixels(nX, nY, size.width, size.height, format, GL_UNSIGNED_BYTE, pPixels);
+    return glGetError() == GL_NO_ERROR;
+}
+
+} // namespace
+
+bool GraphicsDeviceGL2::ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) {
+    TextureGL2* const pTexture =
+        *ppTexture ? static_cast<TextureGL2*>(*ppTexture) : new (std::nothrow) TextureGL2;
+    if (!pTexture) {
+        return false;
+    }
+    switch (ReadInto(rectangle, *pTexture)) {
+    case ReadResult::Read:
+        *ppTexture = pTexture;
+        return true;
+    case ReadResult::OutOfMemory:
+        *ppTexture = nullptr; // goes as well when it was the caller's: intended
+        break;
+    case ReadResult::Refused:
+        if (*ppTexture) {
+            return false;
+        }
+        break;
+    }
+    delete pTexture;
     return false;
+}
+
+GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const& rectangle,
+                                                          TextureGL2& texture) {
+    SizeT<int> const size(rectangle.right - rectangle.left, rectangle.bottom - rectangle.top);
+    if (!texture.IsPromoted()) {
+        texture.ReleaseGLTexture(); // the next draw shows what is read now
+    }
+    texture.SetSize(size.width, size.height);
+    ReadFormat const read = ChooseReadFormat();
+    if (read.format == 0) {
+        return ReadResult::Refused;
+    }
+    texture.SetFormat(read.textureFormat);
+    PixelBuffer& pixels = texture.GetPixelData().GetBuffer();
+    unsigned int const nBytes = Texture::GetImageSize(size.width, size.height, read.textureFormat);
+    List<MipLevel> levels;
+    if (!pixels.Allocate(nBytes) ||
+        !levels.Append(MipLevel{size.width, size.height, 0, static_cast<int>(nBytes)})) {
+        return ReadResult::OutOfMemory;
+    }
+    RectangleT<int> const viewport = GetViewport();
+    int const nY = viewport.bottom - viewport.top - rectangle.top - size.height;
+    if (!ReadRectangle(rectangle.left, nY, size, read.format, pixels.GetData())) {
+        return ReadResult::Refused;
+    }
+    texture.GetMipLevels().SetValue(levels);
+    texture.SetByteSize(nBytes);
+    return ReadResult::Read;
 }
 
 } // namespace trevik::kelvo

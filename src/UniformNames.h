@@ -29,9 +29,19 @@ inline UniformName<6> const mWorldToView(u"mWorldToView");
 inline UniformName<7> const mViewToViewport(u"mViewToViewport");
 inline UniformName<8> const fFade(u"fFade");
 inline UniformName<9> const fVPHeight(u"fVPHeight");
+inline UniformName<10> const vOffset(u"vOffset");
+inline UniformName<11> const vOffset1(u"vOffset1");
+inline UniformName<12> const vOffset2(u"vOffset2");
+inline UniformName<13> const vOffset3(u"vOffset3");
+inline UniformName<14> const vOffset4(u"vOffset4");
+inline UniformName<15> const sBlur(u"sBlur");
+inline UniformName<16> const sSharp(u"sSharp");
+inline UniformName<17> const blendFactor(u"blendFactor");
+inline UniformName<18> const vTextureScale(u"vTextureScale");
+inline UniformName<19> const mTextureScale(u"mTextureScale");
 
 /** Number of slots. */
-constexpr unsigned int Count = 10;
+constexpr unsigned int Count = 20;
 
 } // namespace UniformNames
 

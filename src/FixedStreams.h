@@ -1,0 +1,27 @@
+#pragma once
+
+#include "ShaderProgramGL2.h"
+#include "SpriteGL2.h"
+
+#include <GLES2/gl2.h>
+
+namespace trevik::kelvo {
+
+/** The texture of a sprite that an effect can draw; null when it has none or no corners yet (before Load). */
+inline TextureGL2* GetDrawableTexture(SpriteGL2& sprite) {
+    return sprite.GetVertices().GetCount() < 4 ? nullptr : static_cast<TextureGL2*>(sprite.GetTexture());
+}
+
+/**
+ * Sets a sprite's corners and texture coordinates as the streams of the next draw. They are declared as
+ * GL_FIXED though they are floats: intended. GL takes the bits of each float for a fixed-point number of 16
+ * integer bits. Calls glVertexAttribPointer for 0 and 1; the coordinates must live until the draw.
+ */
+inline void SetFixedStreams(SpriteGL2& sprite, Vector2T<RealFloat> (&textureCoords)[4]) {
+    sprite.GetTextureCoords(textureCoords);
+    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FIXED, GL_FALSE, 0,
+                          sprite.GetVertices().GetData());
+    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FIXED, GL_FALSE, 0, textureCoords);
+}
+
+} // namespace trevik::kelvo
