@@ -43,7 +43,7 @@ bool FindFontFile(std::string const& family, std::string const& style, std::stri
 /**
  * Makes a font of glyph pictures. Each is rasterised with 256 shades into a page of format `Alpha8`, one
  * empty pixel or more apart from its neighbours and the page's edges. Pages are named after the file. Font
- * and pages are created through `registry` ("BitmapFont", "Texture"). Glyphs without ink, such as the space,
+ * and pages are created through `registry` ("Font", "Texture"). Glyphs without ink, such as the space,
  * have an advance, but neither a size nor a texture; texts make no instances of them.
  *
  * Kerning comes from the font's "kern" table, fitted to whole pixels when hinting is on; pairs that only a
