@@ -222,8 +222,10 @@ bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPictu
     return true;
 }
 
-bool Decode(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
-            bool& fHasAlpha, std::string& error) {
+} // namespace
+
+bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
+               bool& fHasAlpha, std::string& error) {
     if (!CheckHeader(bytes, name, limits, error))
         return false;
     PngDecoder decoder(bytes);
@@ -242,14 +244,28 @@ bool Decode(ByteSpan bytes, const std::string& name, const ImageLimits& limits, 
     return !decoder.HasPalette() || LookUpColours(decoder, name, picture, error);
 }
 
-} // namespace
+std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk) {
+    constexpr std::size_t kAroundChunk = 12; // length, name and checksum
+    std::vector<ByteSpan> found;
+    std::size_t at = kSignatureBytes;
+    while (at + kAroundChunk <= bytes.size) {
+        const std::size_t length = ReadBig32(bytes.data + at);
+        const std::uint8_t* name = bytes.data + at + 4;
+        if (length > bytes.size - at - kAroundChunk || std::memcmp(name, "IEND", 4) == 0)
+            break;
+        if (std::memcmp(name, pChunk, 4) == 0)
+            found.push_back({name + 4, length});
+        at += kAroundChunk + length;
+    }
+    return found;
+}
 
 bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
              std::string& error) {
     try {
         RgbaPicture picture;
         bool fHasAlpha = false;
-        return Decode(bytes, name, options.limits, picture, fHasAlpha, error) &&
+        return DecodePng(bytes, name, options.limits, picture, fHasAlpha, error) &&
                BuildImage(std::move(picture), fHasAlpha, options, name, image, error);
     } catch (const std::bad_alloc&) {
         return Fail(error, name + ": not enough memory for its pixels");

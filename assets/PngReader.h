@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Image.h"
+#include "PixelPacking.h"
 
 namespace trevik::kelvo::assets {
 
@@ -19,5 +20,17 @@ bool LoadPng(const std::string& path, const ImageOptions& options, ImageData& im
 /** The same from memory; `name` stands for the path in messages. */
 bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
              std::string& error);
+
+/**
+ * The first half of it: the picture as it is in the file, whatever the options say of the result. The picture
+ * may have changed when it fails. Throws std::bad_alloc.
+ */
+bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
+               bool& fHasAlpha, std::string& error);
+
+/**
+ * What the chunks of this name (four letters) hold in a file that DecodePng has read, in the file's order.
+ */
+std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk);
 
 } // namespace trevik::kelvo::assets
