@@ -122,18 +122,14 @@ StringEncoded<UTF16Encoding> Deserializer::GetPath() const {
     StringEncoded<UTF16Encoding> sPath;
     DocumentNode const* pParent = m_pDocument.Get();
     for (DocumentNode const* pNode : m_stack) {
-        if (IsTable(pNode)) {
-            AppendPathStep(
-                sPath,
-                pNode == m_fonts.m_pNode ? SharedKind<Font>::TableName : SharedKind<Texture>::TableName, -1);
-            pParent = pNode;
-            continue;
-        }
         unsigned char const* pData = nullptr;
         unsigned long nLength = 0;
         StringEncoded<UTF16Encoding> sName;
-        bool const fNamed =
-            pNode->FindAttribute(NodeID::Name, pData, nLength) && ReadText(pData, nLength, sName);
+        bool fNamed = pNode->FindAttribute(NodeID::Name, pData, nLength) && ReadText(pData, nLength, sName);
+        if (IsTable(pNode)) {
+            sName = pNode == m_fonts.m_pNode ? SharedKind<Font>::TableName : SharedKind<Texture>::TableName;
+            fNamed = true;
+        }
         if (fNamed || pNode->GetTagID() == NodeID::Node || IsTable(pParent)) {
             AppendPathStep(sPath, sName, CountBefore(*pParent, *pNode));
         }

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "PropertyTestSupport.h"
+#include "trevik/kelvo/Font.h"
 #include "trevik/kelvo/Texture.h"
 
 namespace trevik::kelvo {
@@ -55,10 +56,11 @@ TEST(DocumentSerializer, NestsNoDeeperThanADocumentMay) {
     EXPECT_TRUE(serializer.Finish()->Write(bytes));
 }
 
-TEST(DocumentSerializer, NullTextureHasNoIndex) {
+TEST(DocumentSerializer, NoTextureOrFontHasNoIndex) {
     Serializer serializer;
     EXPECT_EQ(serializer.GetTextureIndex(nullptr), -1);
-    EXPECT_EQ(serializer.Finish()->GetChildCount(), 0u) << "without textures there is no table";
+    EXPECT_EQ(serializer.GetFontIndex(nullptr), -1);
+    EXPECT_EQ(serializer.Finish()->GetChildCount(), 0u) << "without shared objects there is no table";
 }
 
 class DocumentDeserializer : public testing::Test {
@@ -127,6 +129,7 @@ TEST_F(DocumentDeserializer, KeepsItsDocumentAndTakesNoneForAnEmptyOne) {
     Deserializer empty(nullptr, m_registry);
     EXPECT_EQ(empty.GetChildCount(), 0u);
     EXPECT_FALSE(empty.GetTexture(0));
+    EXPECT_FALSE(empty.GetFont(0));
 }
 
 } // namespace

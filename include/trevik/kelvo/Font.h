@@ -29,6 +29,13 @@ struct FontMetrics {
     RealFloat m_rLeading = 0; ///< extra distance between lines
 };
 
+/** What the pen moves further between two neighbours, font pixels. */
+struct KerningPair {
+    unsigned int m_nFirst = 0; ///< code point on the left
+    unsigned int m_nSecond = 0;
+    RealFloat m_rDistance = 0;
+};
+
 /**
  * A set of glyphs with the measures that text layout needs. Measures are in font pixels unless said
  * otherwise.
@@ -61,17 +68,30 @@ public:
                                   ColorT<RealFloat> const& color, bool fShadow,
                                   Vector3T<RealFloat> const& shadowOffset,
                                   ColorT<RealFloat> const& shadowColor) const = 0;
-    /** Writes metrics and properties into the current document node. */
+    /**
+     * Writes metrics, properties, glyphs and kerning into the current document node; the glyphs' textures go
+     * into the document's table. False, traced, for a glyph that Load would refuse.
+     */
     virtual bool Save(Serializer& serializer);
-    /** Reads what Save wrote; false, noted, when it does not fit. */
+    /**
+     * Replaces everything by what Save wrote; of several glyphs or kerning distances for the same code points
+     * the last one counts. False, noted, with the font unchanged, when a code point exceeds 0x10FFFF, a
+     * number is not finite, a texture or mesh is not there, an image has no texture, or memory is short.
+     * After success the pointers that GetGlyph had given out are no longer good.
+     */
     virtual bool Load(Deserializer& deserializer);
-    /** The glyph of a code point; null when the font has none. Takes constant time for most of them. */
+    /**
+     * The glyph of a code point; null when the font has none. Takes constant time for code points below 256,
+     * logarithmic time for others.
+     */
     virtual Glyph const* GetGlyph(unsigned int nCodePoint) const;
     void Emit(MemoryTracer* pTracer) override;
 
     /**
      * Adds a copy of a glyph, or replaces the one of the same code point. The pointers that GetGlyph has
-     * given out stay good, except to a glyph that is replaced. False when out of memory.
+     * given out stay good, except that one to a glyph that is replaced shows the new one. Fast in the order
+     * of the code points. False, with nothing changed, when the code point exceeds 0x10FFFF, a number of the
+     * glyph is not finite, or memory is short.
      */
     bool AddGlyph(Glyph const& glyph);
     unsigned int GetGlyphCount() const { return m_glyphs.GetCount(); }
@@ -79,7 +99,8 @@ public:
     Glyph const* GetGlyphAt(unsigned int nIndex) const { return m_glyphs[nIndex]; }
     /**
      * Sets what the pen moves further between two neighbours, in font pixels, negative to pull them together;
-     * 0 takes the pair out. False when out of memory.
+     * 0 takes the pair out. Fast in the order of the pairs. False, with nothing changed, when a code point
+     * exceeds 0x10FFFF, the distance is not finite, or memory is short.
      */
     bool SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDistance);
     /** The distance set for two neighbouring code points, else 0. Takes logarithmic time. */
@@ -102,16 +123,9 @@ public:
     IntProperty& GetUnderlineScaleProperty() { return m_underlineScale; }
 
 protected:
-    /** What the pen moves further between two neighbours. */
-    struct KerningPair {
-        unsigned int m_nFirst;
-        unsigned int m_nSecond;
-        RealFloat m_rDistance;
-    };
-
-    /** Index of a pair, or where it would have to be inserted. */
-    unsigned int FindKerning(unsigned int nFirst, unsigned int nSecond) const;
-    bool IsKerningPair(unsigned int nIndex, unsigned int nFirst, unsigned int nSecond) const;
+    /** Save and Load for a font with that many meshes. */
+    bool SaveContents(Serializer& serializer, unsigned int nMeshCount);
+    bool LoadContents(Deserializer& deserializer, unsigned int nMeshCount);
 
     unsigned int const m_nFactoryClassID;
     unsigned int m_nID = 0;
@@ -124,6 +138,20 @@ protected:
     RealProperty m_underlinePosition; ///< "UnderlinePosition": from baseline down to the line's upper edge, 0
     RealProperty m_underlineThickness; ///< "UnderlineThickness", 0
     IntProperty m_underlineScale;      ///< "UnderlineScale": makes font pixels of both, 1
+
+private:
+    /** Code points whose glyphs are found without a search: Latin letters, digits and punctuation. */
+    static constexpr unsigned int DirectCount = 256;
+
+    /** Index of a code point's glyph or of a pair, or where it would have to be inserted. */
+    unsigned int FindGlyph(unsigned int nCodePoint) const;
+    unsigned int FindKerning(KerningPair const& pair) const;
+    bool IsKnown(KerningPair const& pair, unsigned int nIndex) const;
+    void EnterDirectly(Glyph const* pGlyph);
+    bool LoadProperties(Deserializer& deserializer);
+    void SetGlyphs(List<Glyph*>& glyphs);
+
+    Glyph const* m_direct[DirectCount] = {};
 };
 
 } // namespace trevik::kelvo

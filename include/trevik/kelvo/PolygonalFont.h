@@ -24,7 +24,9 @@ public:
     PolygonalFont();
     ~PolygonalFont() override;
 
+    /** Writes the meshes, too. */
     bool Save(Serializer& serializer) override;
+    /** Replaces the meshes, too; what AddMesh refuses fails the load. */
     bool Load(Deserializer& deserializer) override;
     void Emit(MemoryTracer* pTracer) override;
     /**
@@ -35,9 +37,14 @@ public:
                              ColorT<RealFloat> const* pColor) = 0;
     /**
      * Appends a mesh, which the font owns from now on, and returns its index; -1, with the mesh deleted, for
-     * null, when there are 32767 already, or when out of memory.
+     * null, for a mesh whose indices do not come in threes or go beyond its positions, or whose positions are
+     * not finite, when there are 32767 already, or when out of memory.
      */
     short AddMesh(GlyphMesh* pMesh);
+    unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
+    /** Mesh `nMesh` (0 .. GetMeshCount() - 1); it lives as long as the font, until the font is loaded anew.
+     */
+    GlyphMesh const* GetMesh(unsigned int nMesh) const { return m_meshes[nMesh]; }
 
 protected:
     List<GlyphMesh*> m_meshes; ///< owned
