@@ -2,8 +2,11 @@
 
 #include <GLES2/gl2.h>
 
+#include <new>
+
 #include "GlyphQuads.h"
 #include "PlainBlend.h"
+#include "TextImageBackground.h"
 #include "trevik/ScopeCounter.h"
 
 namespace trevik::kelvo {
@@ -31,12 +34,29 @@ List<float> TextGL2::s_vFadeValues;
 
 TextGL2::TextGL2() = default;
 
-TextGL2::TextGL2(TextGL2 const& other) = default;
+TextGL2::TextGL2(TextGL2 const& other) : Text(other) {}
 
-TextGL2::~TextGL2() = default;
+TextGL2::~TextGL2() {
+    delete m_pBackground;
+    m_pBackground = nullptr;
+}
+
+void TextGL2::RenderBackground(GraphicsDevice& device) {
+    Sprite* const pSprite = GetBackground();
+    if (m_pBackground) {
+        // Whatever was the background before may be gone by now.
+        m_pBackground->SetSprite(pSprite);
+    } else if (pSprite) {
+        m_pBackground = new (std::nothrow) TextImageBackground(this, pSprite);
+    }
+    if (m_pBackground) {
+        m_pBackground->InternalRenderSprite(device);
+    }
+}
 
 void TextGL2::InternalRender(GraphicsDevice& device) {
     ScopeCounter const counter(ScopeCounter::TextRender, true);
+    RenderBackground(device);
     device.SetCameraDepth(m_depth.GetValue());
     Matrix4T<RealFloat> modelView;
     Matrix4Multiply(m_worldMatrix, device.GetViewMatrix(), modelView);

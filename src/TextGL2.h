@@ -5,12 +5,18 @@
 
 namespace trevik::kelvo {
 
-/** A text node: sets the transform up around the host's walk over its glyph batches. */
+class TextImageBackground;
+
+/**
+ * A text node: draws the sprite behind the text, then sets the transform up around the host's walk over its
+ * glyph batches.
+ */
 class KELVO_EXPORT TextGL2 : public Text {
 public:
     TREVIK_NODE_REFLECTION(TextGL2, Text, "Text", VisitDrawable)
 
     TextGL2();
+    /** Copies the host text; what fits the background is made at the copy's own first draw. */
     TextGL2(TextGL2 const& other);
     ~TextGL2() override;
 
@@ -26,7 +32,11 @@ public:
                           GlyphBatch const& batch, ColorT<RealFloat> const& color) override;
 
 private:
+    void RenderBackground(GraphicsDevice& device);
     static void FillImages(GlyphInstance const* pInstance, unsigned int nCount);
+
+    /** Owned; null until the first draw with a background. Then it stays, drawn with or not. */
+    TextImageBackground* m_pBackground = nullptr;
 
     // Of all texts, whose image batches fill and draw them one after the other. They only grow.
     static List<Vector3T<RealFloat>> s_vVertices;

@@ -123,7 +123,7 @@ bool Text::InternalLoad(Deserializer& deserializer) {
         return deserializer.Fail(u"its background is no sprite");
     }
     if (pNode) {
-        m_pBackgroundSprite = static_cast<Sprite*>(pNode.Get());
+        SetBackground(static_cast<Sprite*>(pNode.Get()));
     }
     return true;
 }

@@ -56,7 +56,8 @@ void RemoveAllReferences(List<T*>& list) {
 
 } // namespace
 
-TransformNode::TransformNode() : m_scale(g_one), m_stretch(g_one), m_opacity(RealFloat(1)), m_visible(true) {
+TransformNode::TransformNode()
+    : m_scale(g_one), m_stretch(g_one), m_opacity(RealFloat(1)), m_visible(true), m_selectable(true) {
     m_pTransformNode = this;
     SetPropertyMarks();
 }
@@ -65,7 +66,7 @@ TransformNode::TransformNode(TransformNode const& other)
     : Node(other), m_localMatrix(other.m_localMatrix), m_rEffectiveOpacity(other.m_rEffectiveOpacity),
       m_worldMatrix(other.m_worldMatrix), m_position(other.m_position), m_rotation(other.m_rotation),
       m_pivot(other.m_pivot), m_scale(other.m_scale), m_stretch(other.m_stretch), m_opacity(other.m_opacity),
-      m_visible(other.m_visible), m_depth(other.m_depth) {
+      m_visible(other.m_visible), m_depth(other.m_depth), m_selectable(other.m_selectable) {
     m_pTransformNode = this;
     SetPropertyMarks();
     for (Mask* pMask : other.m_masks) {
@@ -106,10 +107,10 @@ void TransformNode::Render(GraphicsDevice& device) {
     if (IsHidden()) {
         return;
     }
-    if (device.IsSelectionMode()) {
-        InternalSelect(device);
-    } else {
+    if (!device.IsSelectionMode()) {
         InternalRender(device);
+    } else if (m_selectable.GetValue()) {
+        InternalSelect(device);
     }
     for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
         m_children[nChild]->Render(device);
@@ -135,6 +136,7 @@ void TransformNode::RegisterProperties() {
     m_properties.Register(u"Opacity", &m_opacity);
     m_properties.Register(u"Visible", &m_visible);
     m_properties.Register(u"CameraDepth", &m_depth);
+    m_properties.Register(u"Selectable", &m_selectable);
 }
 
 void TransformNode::TakeDrawState() const {
@@ -242,6 +244,16 @@ void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& fram
     if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
         UpdateEffects(arguments);
     }
+}
+
+TransformNode::SharedParent::SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
+    m_node.m_pParentTransform = sibling.m_pParentTransform;
+    m_node.m_nParentVersion = 0;
+}
+
+TransformNode::SharedParent::~SharedParent() {
+    m_node.m_pParentTransform = m_node.m_pParent ? m_node.m_pParent->GetTransformNode() : nullptr;
+    m_node.m_nParentVersion = 0;
 }
 
 void TransformNode::UpdateEffects(Arguments const& arguments) {

@@ -92,7 +92,8 @@ TEST(SceneErrors, OfNodes) {
         {SceneOf("{\"class\": \"Timeline\", \"camera\": {\"children\": []}}"),
          "1: /nodes/0/camera/children: unknown property or key \"children\"; known are \"Position\", "
          "\"Rotation\", "
-         "\"Pivot\", \"Scale\", \"Stretch\", \"Opacity\", \"Visible\", \"CameraDepth\", \"Orthographic\", "
+         "\"Pivot\", \"Scale\", \"Stretch\", \"Opacity\", \"Visible\", \"CameraDepth\", \"Selectable\", "
+         "\"Orthographic\", "
          "\"HorizontalFieldOfView\", \"VerticalFieldOfView\", \"Near\", \"Far\", \"ViewRectangle\", "
          "\"class\", "
          "\"name\" and \"lens\""},

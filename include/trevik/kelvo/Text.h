@@ -88,7 +88,7 @@ public:
     SizeRealProperty& GetFontSizeProperty() { return m_fontSize; }
     /**
      * Width and height of GetTextRenderRect. Written by the layout, which notifies of it whenever that
-     * rectangle has changed in any way; not saved.
+     * rectangle has changed in any way; not saved. A new background is notified of, too.
      */
     SizeRealProperty& GetRenderSizeProperty() { return m_renderSize; }
     IntProperty& GetHorizontalAlignmentProperty() { return m_horizontalAlignment; }
@@ -112,7 +112,11 @@ public:
     void SetFont(Font* pFont);
     /** A sprite that is drawn behind the text, fitted to it; held by reference, not a child. */
     Sprite* GetBackground() const { return m_pBackgroundSprite.Get(); }
-    void SetBackground(Sprite* pSprite) { m_pBackgroundSprite = pSprite; }
+    /** Notifies of "RenderSize", so that whoever fits the sprite to it fits the new one. */
+    void SetBackground(Sprite* pSprite) {
+        m_pBackgroundSprite = pSprite;
+        m_renderSize.Notify(true);
+    }
 
 protected:
     StringProperty m_text;       ///< "Text", empty

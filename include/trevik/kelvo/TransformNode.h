@@ -52,6 +52,7 @@ public:
     RealProperty& GetOpacityProperty() { return m_opacity; }
     BoolProperty& GetVisibleProperty() { return m_visible; }
     BoolProperty& GetDepthProperty() { return m_depth; }
+    BoolProperty& GetSelectableProperty() { return m_selectable; }
 
     List<Mask*>& GetMasks() { return m_masks; }
     List<Effect*>& GetEffects() { return m_effects; }
@@ -63,6 +64,22 @@ public:
     Matrix4T<RealFloat> const& GetLocalMatrix() const { return m_localMatrix; }
     /** Whether Render and selection leave the node and its children out: invisible, or wholly transparent. */
     bool IsHidden() const { return !(GetDrawState() & Visible) || !(m_rEffectiveOpacity > 0); }
+
+    /**
+     * While it lives, a node that is nobody's child is updated as if it were a child of another one's parent,
+     * with its matrix and opacity. For what belongs to a node without hanging from it. A node with a parent
+     * of its own gets that one back afterwards.
+     */
+    class TREVIK_API SharedParent {
+    public:
+        SharedParent(TransformNode& node, TransformNode const& sibling);
+        ~SharedParent();
+        SharedParent(SharedParent const&) = delete;
+        SharedParent& operator=(SharedParent const&) = delete;
+
+    private:
+        TransformNode& m_node;
+    };
 
 protected:
     /** Marks of the properties; derived classes have the bits from FirstDerivedMark on. */
@@ -152,6 +169,7 @@ protected:
     RealProperty m_opacity;     ///< "Opacity", 0 to 1, 1
     BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
     BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
+    BoolProperty m_selectable;  ///< "Selectable": selection finds the node, whatever its children are, true
 
     /** IsSelect for any rectangle in the plane z = 0 of node space. */
     bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,

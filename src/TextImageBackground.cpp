@@ -1,0 +1,163 @@
+#include "TextImageBackground.h"
+
+#include "NinePatchSpriteGL2.h"
+#include "TextGL2.h"
+#include "TextureGL2.h"
+
+namespace trevik::kelvo {
+
+namespace {
+
+typedef Vector3T<RealFloat> Vector;
+
+Vector const Ones(1, 1, 1);
+
+/** How far the sprite reaches beyond the text; nothing but nine-patches does. */
+RectangleT<RealFloat> GetMargins(Sprite& sprite) {
+    if (sprite.GetFactoryClassID() != HashName(u"NinePatchSprite")) {
+        return RectangleT<RealFloat>();
+    }
+    return static_cast<NinePatchSpriteGL2&>(sprite).GetContentMargin();
+}
+
+/** Sets one component of a vector and tells who listens. */
+void SetComponent(Vector3Property& property, RealFloat Vector::*pComponent, RealFloat value) {
+    property.GetWritableValue().*pComponent = value;
+    property.Notify(true);
+}
+
+/** What is scaled to nothing has no place. */
+RealFloat DivideByScale(RealFloat value, RealFloat scale) {
+    return scale == 0 ? RealFloat(0) : value / scale;
+}
+
+} // namespace
+
+TextImageBackground::TextImageBackground(TextGL2* pText, Sprite* pSprite)
+    : m_pSprite(pSprite), m_pText(pText) {
+    ConnectPropertyEvent();
+}
+
+TextImageBackground::~TextImageBackground() = default;
+
+void TextImageBackground::ConnectPropertyEvent() {
+    if (!m_pText) {
+        return;
+    }
+    static_cast<void>(m_pText->GetBoxProperty().GetChangeEvent().Connect(
+        member_function(this, &TextImageBackground::OnSizeChanged)));
+    for (Vector3Property* const pProperty :
+         {&m_pText->GetScaleProperty(), &m_pText->GetStretchProperty(), &m_pText->GetPivotProperty()}) {
+        static_cast<void>(pProperty->GetChangeEvent().Connect(
+            member_function(this, &TextImageBackground::OnVectorChanged)));
+    }
+    static_cast<void>(m_pText->GetRenderSizeProperty().GetChangeEvent().Connect(
+        member_function(this, &TextImageBackground::OnSizeChanged)));
+}
+
+void TextImageBackground::OnSizeChanged(SizeT<RealFloat> const&) {
+    m_fDirty = true;
+}
+
+void TextImageBackground::OnVectorChanged(Vector const&) {
+    m_fDirty = true;
+}
+
+void TextImageBackground::SetSprite(Sprite* pSprite) {
+    if (pSprite != m_pSprite) {
+        m_pSprite = pSprite;
+        m_fDirty = true;
+    }
+}
+
+bool TextImageBackground::UpdateSpriteProperty() {
+    Texture* const pTexture = m_pText && m_pSprite ? m_pSprite->GetTexture() : nullptr;
+    if (!pTexture) {
+        return false;
+    }
+    RealFloat const width = static_cast<RealFloat>(pTexture->GetWidth());
+    RealFloat const height = static_cast<RealFloat>(pTexture->GetHeight());
+    if (!RebuildCorners(width, height)) {
+        return false;
+    }
+    if (m_fDirty) {
+        m_fDirty = false;
+        FitSprite(width, height);
+    }
+    CopyProperties();
+    SetSpriteSize(pTexture->GetWidth(), pTexture->GetHeight());
+    return true;
+}
+
+bool TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
+    List<Vector>& vertices = static_cast<SpriteGL2*>(m_pSprite)->GetVertices();
+    vertices.Clear();
+    if (!vertices.Reserve(4)) {
+        return false;
+    }
+    vertices.Append(Vector(0, 0, 0));
+    vertices.Append(Vector(0, width, 0)); // the width upwards, too: intended
+    vertices.Append(Vector(width, 0, 0));
+    vertices.Append(Vector(width, height, 0));
+    return true;
+}
+
+void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {
+    RectangleT<RealFloat> const margins = GetMargins(*m_pSprite);
+    Vector const scale = m_pText->GetScaleProperty().GetValue();
+    Vector const stretch = m_pText->GetStretchProperty().GetValue();
+    RealFloat const scaleX = scale.x * stretch.x;
+    RealFloat const scaleY = scale.y * stretch.y;
+    RectangleT<RealFloat> fit;
+    m_pText->GetTextRenderRect(fit);
+    fit.left = fit.left * scaleX - margins.left;
+    fit.right = fit.right * scaleX + margins.right;
+    fit.top = fit.top * scaleY - margins.top;
+    fit.bottom = fit.bottom * scaleY + margins.bottom;
+
+    Vector3Property const fittedScale(
+        Vector((fit.right - fit.left) / width, (fit.bottom - fit.top) / height, 1));
+    m_pSprite->GetScaleProperty().Assign(fittedScale);
+
+    Vector const& textPivot = m_pText->GetPivotProperty().GetValue();
+    Vector3Property& pivot = m_pSprite->GetPivotProperty();
+    Vector const spriteScale = m_pSprite->GetScaleProperty().GetValue();
+    SetComponent(pivot, &Vector::x, DivideByScale(textPivot.x * scaleX + fit.left, spriteScale.x));
+    SetComponent(pivot, &Vector::y, DivideByScale(textPivot.y * scaleY + fit.top, spriteScale.y));
+    SetComponent(pivot, &Vector::z, textPivot.z * scale.z * stretch.z);
+    m_pSprite->GetPositionProperty().Assign(m_pText->GetPositionProperty());
+}
+
+/**
+ * The sprite is not the text's child: what a child would take over is copied. The position is among it
+ * because it changes without a fit.
+ */
+void TextImageBackground::CopyProperties() {
+    m_pSprite->GetPositionProperty().Assign(m_pText->GetPositionProperty());
+    m_pSprite->GetRotationProperty().Assign(m_pText->GetRotationProperty());
+    m_pSprite->GetOpacityProperty().Assign(m_pText->GetOpacityProperty());
+    m_pSprite->GetVisibleProperty().Assign(m_pText->GetVisibleProperty());
+    m_pSprite->GetDepthProperty().Assign(m_pText->GetDepthProperty());
+    Vector3Property const unstretched(Ones);
+    m_pSprite->GetStretchProperty().Assign(unstretched);
+    m_pSprite->GetSelectableProperty().Assign(m_pText->GetSelectableProperty());
+}
+
+/** Tells who listens of a size that is another one: a nine-patch makes its grid anew then. */
+void TextImageBackground::SetSpriteSize(int nWidth, int nHeight) {
+    SizeT<int>& size = m_pSprite->GetSizeProperty().GetWritableValue();
+    bool const fChanged = size != SizeT<int>(nWidth, nHeight);
+    size.width = nWidth;
+    size.height = nHeight;
+    m_pSprite->GetSizeProperty().Notify(fChanged);
+}
+
+void TextImageBackground::InternalRenderSprite(GraphicsDevice& device) {
+    if (m_pSprite && UpdateSpriteProperty()) {
+        TransformNode::SharedParent const parent(*m_pSprite, *m_pText);
+        m_pSprite->Update(device, RealFloat(0), RealFloat(0), true);
+        m_pSprite->Render(device);
+    }
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,416 @@
+// Sprites behind texts: that they cover the text wherever it goes, when they are fitted, and what they take
+// over.
+
+#include "NodeTest.h"
+
+#include "BitmapFontGL2.h"
+#include "NinePatchSpriteGL2.h"
+#include "TextGL2.h"
+#include "kelvo_test/Exact.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+using namespace ::kelvo::test;
+
+using Floats = std::vector<float>;
+using Vector = Vector3T<RealFloat>;
+using Rectangle = RectangleT<RealFloat>;
+
+class TextBackground : public NodeTest {
+protected:
+    /** A text whose glyphs reach from (-3, -2) to (17, 11). */
+    class PlacedText : public TextGL2 {
+    public:
+        PlacedText() { PlaceGlyph(-3, -2, 20, 13); }
+        void PlaceGlyph(RealFloat x, RealFloat y, unsigned short nWidth, unsigned short nHeight) {
+            m_glyph.m_nWidth = nWidth;
+            m_glyph.m_nHeight = nHeight;
+            GlyphInstance instance;
+            instance.m_pGlyph = &m_glyph;
+            instance.m_rX = x;
+            instance.m_rY = y;
+            m_instances.Clear();
+            m_instances.Append(instance);
+        }
+
+    private:
+        Glyph m_glyph;
+    };
+
+    TextBackground() : m_pText(new PlacedText) {}
+
+    /** A background with a square picture, whose four corners are those of a square. */
+    Ref<SpriteGL2> AddSprite(int nSize = 16) {
+        Ref<SpriteGL2> const pSprite = MakeSprite(1, 1);
+        pSprite->SetTexture(MakeTexture(nSize, nSize).Get());
+        m_pText->SetBackground(pSprite.Get());
+        return pSprite;
+    }
+
+    /** A background of 12 by 10 texels that stretches in the middle. */
+    Ref<NinePatchSpriteGL2> AddPatch(Rectangle const& margins) {
+        Ref<NinePatchSpriteGL2> const pPatch = MakeSprite<NinePatchSpriteGL2>(1, 1);
+        Ref<TextureGL2> const pTexture = MakeTexture(16, 16);
+        pTexture->SetUsedSize(12, 10);
+        pPatch->SetTexture(pTexture.Get());
+        List<Vector2T<int>> bands;
+        bands.Append(Vector2T<int>(4, 3));
+        pPatch->GetHorizontalBandsProperty().SetValue(bands);
+        pPatch->GetVerticalBandsProperty().SetValue(bands);
+        Property* const pMargins = pPatch->GetProperties().Find(HashName("ContentMargin"))->m_pProperty;
+        static_cast<RectangleProperty*>(pMargins)->SetValue(margins);
+        m_pText->SetBackground(pPatch.Get());
+        return pPatch;
+    }
+
+    /**
+     * Expects the first of the noted draws to reach, on screen, from corner to corner of a rectangle of the
+     * text's own space; the vertices with these numbers are its lower left, lower right, upper left and upper
+     * right.
+     */
+    void ExpectCovered(Rectangle const& rectangle, std::array<std::size_t, 4> const& vertices) {
+        recording::Draw const draw = Draws().at(0);
+        ExactMatrix const drawn(draw.Uniform("mWorldToView").data());
+        ExactMatrix const toClip(m_pText->GetWorldMatrix() *
+                                 (Device().GetViewMatrix() * Device().GetProjectionMatrix()));
+        for (std::size_t i = 0; i < 4; ++i) {
+            Floats const vertex = draw.streams.at(0).Vertex(vertices[i]);
+            ExactPoint const found =
+                ExactDivided(drawn * ExactPoint{vertex.at(0), vertex.at(1), vertex.at(2), 1});
+            double const x = i % 2 == 0 ? rectangle.left : rectangle.right;
+            double const y = i < 2 ? rectangle.top : rectangle.bottom;
+            ExactPoint const expected = ExactDivided(toClip * ExactPoint{x, y, 0, 1});
+            for (std::size_t axis = 0; axis < 3; ++axis) {
+                EXPECT_NEAR(found[axis], expected[axis], 2e-5) << "corner " << i << ", axis " << axis;
+            }
+        }
+    }
+    void ExpectCovered() { ExpectCovered(Rectangle(-3, -2, 17, 11), {0, 2, 1, 3}); }
+
+    Ref<PlacedText> m_pText;
+};
+
+/** Counts how often a property has been announced. */
+template <class T>
+class ChangeCount {
+public:
+    explicit ChangeCount(BaseProperty<T>& property) {
+        EXPECT_TRUE(property.GetChangeEvent().Connect(member_function(this, &ChangeCount::OnChanged)));
+    }
+    /** Since the last call. */
+    unsigned int Take() { return std::exchange(m_nChanges, 0); }
+
+private:
+    void OnChanged(T const&) { ++m_nChanges; }
+
+    unsigned int m_nChanges = 0;
+};
+
+struct Placing {
+    char const* name;
+    Vector position, rotation, pivot, scale, stretch;
+};
+
+constexpr Vector None(0, 0, 0);
+constexpr Vector Once(1, 1, 1);
+
+Placing const g_placings[] = {
+    {"in its place", None, None, None, Once, Once},
+    {"moved", Vector(7, 5, -20), None, None, Once, Once},
+    {"turned", Vector(20, 9, 0), Vector(20, -35, 50), None, Once, Once},
+    {"scaled", Vector(20, 9, 0), None, None, Vector(2, 0.5f, 3), Once},
+    {"stretched", Vector(20, 9, 0), None, None, Once, Vector(0.25f, 2, 1)},
+    {"mirrored", Vector(20, 9, 0), None, None, Vector(-1, 1, 1), Vector(1, -2, 1)},
+    {"about its middle", Vector(20, 9, 0), None, Vector(-10, -6, 2), Once, Once},
+    {"every way", Vector(20, 9, -5), Vector(20, -35, 50), Vector(-7, -4, 3), Vector(2, 0.5f, 3),
+     Vector(0.75f, 3, 2)},
+};
+
+void Place(TransformNode& node, Placing const& placing) {
+    node.GetPositionProperty().SetValue(placing.position);
+    node.GetRotationProperty().SetValue(placing.rotation);
+    node.GetPivotProperty().SetValue(placing.pivot);
+    node.GetScaleProperty().SetValue(placing.scale);
+    node.GetStretchProperty().SetValue(placing.stretch);
+}
+
+TEST_F(TextBackground, CoversTheTextHoweverItIsPlaced) {
+    AddSprite();
+    for (Placing const& placing : g_placings) {
+        SCOPED_TRACE(placing.name);
+        Place(*m_pText, placing);
+        Draw(*m_pText);
+        ExpectCovered();
+    }
+}
+
+TEST_F(TextBackground, CoversATextBelowParentsThatArePlacedThemselves) {
+    AddSprite();
+    Ref<TransformNode> const pOuter(new TransformNode);
+    Ref<TransformNode> const pInner(new TransformNode);
+    pOuter->Attach(pInner.Get());
+    pInner->Attach(m_pText.Get());
+    Place(*m_pText, g_placings[7]);
+    for (Placing const& placing : g_placings) {
+        SCOPED_TRACE(placing.name);
+        Place(*pInner, placing);
+        pOuter->GetScaleProperty().SetValue(Vector(1, 0.5f, 1));
+        Draw(*pOuter);
+        ExpectCovered();
+    }
+    // Out of the parents' hands it is where its own properties say.
+    pInner->Detach(m_pText.Get());
+    Draw(*m_pText);
+    ExpectCovered();
+}
+
+TEST_F(TextBackground, ANinePatchReachesBeyondTheTextByItsMargins) {
+    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(Rectangle(3, 4, 5, 6));
+    for (Placing const& placing : g_placings) {
+        SCOPED_TRACE(placing.name);
+        Place(*m_pText, placing);
+        Draw(*m_pText);
+        // Margins are not scaled with the text.
+        RealFloat const scaleX = placing.scale.x * placing.stretch.x;
+        RealFloat const scaleY = placing.scale.y * placing.stretch.y;
+        Rectangle const widened(-3 - 3 / scaleX, -2 - 4 / scaleY, 17 + 5 / scaleX, 11 + 6 / scaleY);
+        recording::Draw const draw = Draws().at(0);
+        ASSERT_NE(draw.indexType, GLenum(GL_NONE)) << "the grid";
+        std::size_t const columns = draw.indices.at(1);
+        std::size_t const last = *std::max_element(draw.indices.begin(), draw.indices.end());
+        auto const at = [&draw](std::size_t vertex) {
+            return static_cast<std::size_t>(
+                std::find(draw.indices.begin(), draw.indices.end(), GLuint(vertex)) - draw.indices.begin());
+        };
+        ExpectCovered(widened, {at(0), at(columns - 1), at(last + 1 - columns), at(last)});
+    }
+    EXPECT_EQ(pPatch->GetSizeProperty().GetValue(), SizeT<int>(12, 10));
+}
+
+TEST_F(TextBackground, ANinePatchKeepsItsBordersAndItsGrid) {
+    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(Rectangle(3, 4, 5, 6));
+    DrawAgain(*m_pText);
+    // 28 by 23 pixels over 12 by 10 texels: the bands start 4 pixels from the edge, which is 4 texels.
+    recording::Draw const draw = Draws().at(0);
+    float const scale = pPatch->GetScaleProperty().GetValue().x;
+    EXPECT_FLOAT_EQ(scale, 28 / 12.0f);
+    EXPECT_NEAR(draw.streams.at(0).Vertex(5).at(0) * scale, 4, 1e-4);
+    ChangeCount<SizeT<int>> sizes(pPatch->GetSizeProperty());
+    ChangeCount<Vector> pivots(pPatch->GetPivotProperty());
+    Draw(*m_pText);
+    EXPECT_EQ(sizes.Take() + pivots.Take(), 0u) << "nothing that would make the grid anew";
+}
+
+TEST_F(TextBackground, CornersTakeTheWidthForTheHeightOnTheLeft) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(1, 1);
+    Ref<TextureGL2> const pTexture = MakeTexture(128, 64);
+    pTexture->SetUsedSize(100, 40);
+    pSprite->SetTexture(pTexture.Get());
+    m_pText->SetBackground(pSprite.Get());
+    Draw(*m_pText);
+    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 100, 0, 100, 0, 0, 100, 40, 0}));
+    EXPECT_EQ(pSprite->GetScaleProperty().GetValue(), Vector(20 / 100.0f, 13 / 40.0f, 1));
+    EXPECT_EQ(pSprite->GetPivotProperty().GetValue(), Vector(-3 / (20 / 100.0f), -2 / (13 / 40.0f), 0));
+    EXPECT_EQ(pSprite->GetSizeProperty().GetValue(), SizeT<int>(100, 40));
+}
+
+TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
+    struct Case {
+        char const* name;
+        void (*pfnChange)(Text&);
+        bool fits;
+    };
+    Case const cases[] = {
+        {"nothing", [](Text&) {}, false},
+        {"box",
+         [](Text& text) {
+             text.GetBoxProperty().SetValue({5, 6});
+         },
+         true},
+        {"render size", [](Text& text) { text.GetRenderSizeProperty().Notify(true); }, true},
+        {"scale",
+         [](Text& text) {
+             text.GetScaleProperty().SetValue({1, 1, 1});
+         },
+         true},
+        {"stretch",
+         [](Text& text) {
+             text.GetStretchProperty().SetValue({1, 1, 1});
+         },
+         true},
+        {"pivot",
+         [](Text& text) {
+             text.GetPivotProperty().SetValue({0, 0, 0});
+         },
+         true},
+        {"position",
+         [](Text& text) {
+             text.GetPositionProperty().SetValue({4, 5, 6});
+         },
+         false},
+        {"rotation",
+         [](Text& text) {
+             text.GetRotationProperty().SetValue({4, 5, 6});
+         },
+         false},
+        {"opacity", [](Text& text) { text.GetOpacityProperty().SetValue(0.5f); }, false},
+    };
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    ChangeCount<Vector> scales(pSprite->GetScaleProperty());
+    ChangeCount<Vector> pivots(pSprite->GetPivotProperty());
+    Draw(*m_pText);
+    EXPECT_EQ(scales.Take(), 1u);
+    EXPECT_EQ(pivots.Take(), 3u) << "each component is announced";
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        test.pfnChange(*m_pText);
+        Draw(*m_pText);
+        EXPECT_EQ(scales.Take(), test.fits ? 1u : 0u);
+        EXPECT_EQ(pivots.Take(), test.fits ? 3u : 0u);
+        ExpectCovered();
+        Draw(*m_pText);
+        EXPECT_EQ(scales.Take() + pivots.Take(), 0u);
+    }
+}
+
+TEST_F(TextBackground, EveryDrawCopiesAndRestoresTheRest) {
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    Draw(*m_pText);
+    pSprite->GetVertices().Clear();
+    pSprite->GetStretchProperty().SetValue(Vector(7, 7, 7));
+    pSprite->GetSizeProperty().SetValue(SizeT<int>(3, 4));
+    m_pText->GetPositionProperty().SetValue(Vector(1, 2, 3));
+    m_pText->GetRotationProperty().SetValue(Vector(4, 5, 6));
+    m_pText->GetOpacityProperty().SetValue(0.5f);
+    m_pText->GetDepthProperty().SetValue(true);
+    m_pText->GetSelectableProperty().SetValue(false);
+    ChangeCount<Vector> stretches(pSprite->GetStretchProperty());
+    Draw(*m_pText);
+    EXPECT_EQ(pSprite->GetVertices().GetCount(), 4u);
+    EXPECT_EQ(pSprite->GetStretchProperty().GetValue(), Once);
+    EXPECT_EQ(stretches.Take(), 1u);
+    EXPECT_EQ(pSprite->GetSizeProperty().GetValue(), SizeT<int>(16, 16));
+    EXPECT_EQ(pSprite->GetPositionProperty().GetValue(), Vector(1, 2, 3));
+    EXPECT_EQ(pSprite->GetRotationProperty().GetValue(), Vector(4, 5, 6));
+    EXPECT_EQ(pSprite->GetOpacityProperty().GetValue(), 0.5f);
+    EXPECT_TRUE(pSprite->GetVisibleProperty().GetValue());
+    EXPECT_TRUE(pSprite->GetDepthProperty().GetValue());
+    EXPECT_FALSE(pSprite->GetSelectableProperty().GetValue());
+    ExpectCovered();
+}
+
+TEST_F(TextBackground, FadesWithTheTextAndWhatIsAboveIt) {
+    AddSprite();
+    Ref<TransformNode> const pParent(new TransformNode);
+    pParent->Attach(m_pText.Get());
+    pParent->GetOpacityProperty().SetValue(0.5f);
+    m_pText->GetOpacityProperty().SetValue(0.25f);
+    Draw(*pParent);
+    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{1, 1, 1, 0.125f}));
+    m_pText->GetVisibleProperty().SetValue(false);
+    Draw(*pParent);
+    EXPECT_TRUE(Draws().empty());
+}
+
+TEST_F(TextBackground, IsDrawnBeforeTheTextAndItsTransform) {
+    /** Notes when it is asked to draw a text, and how that is transformed. */
+    class TextEffect : public NotingEffect {
+    public:
+        explicit TextEffect(Strings& notes) : NotingEffect("text", notes), m_notes(notes) {}
+        bool OverrideDrawText(GraphicsDevice& device, Text& text) override {
+            EXPECT_EQ(device.GetTransformMatrix(), text.GetWorldMatrix() * device.GetViewMatrix());
+            m_notes.push_back("text draws");
+            return true;
+        }
+
+    private:
+        Strings& m_notes;
+    };
+    Strings notes;
+    AddSprite()->AddEffect(new NotingEffect("sprite", notes));
+    m_pText->SetFont(new BitmapFontGL2);
+    m_pText->AddEffect(new TextEffect(notes));
+    m_pText->GetScaleProperty().SetValue(Vector(2, 2, 2));
+    Draw(*m_pText);
+    EXPECT_EQ(notes, (Strings{"sprite draws", "text draws"}));
+    EXPECT_EQ(Device().GetTransformMatrix(), Matrix4T<RealFloat>::Identity);
+}
+
+TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    Ref<trevik::kelvo::Texture> const pTexture(pSprite->GetTexture());
+    pSprite->SetTexture(nullptr);
+    Draw(*m_pText);
+    EXPECT_TRUE(Draws().empty());
+    EXPECT_EQ(pSprite->GetScaleProperty().GetValue(), Once);
+    pSprite->SetTexture(pTexture.Get());
+    Draw(*m_pText);
+    ExpectCovered();
+}
+
+TEST_F(TextBackground, ATextWithoutOneIsNotWatched) {
+    Draw(*m_pText);
+    EXPECT_TRUE(m_pText->GetBoxProperty().GetChangeEvent().IsEmpty());
+    EXPECT_TRUE(m_pText->GetRenderSizeProperty().GetChangeEvent().IsEmpty());
+    AddSprite();
+    EXPECT_TRUE(m_pText->GetBoxProperty().GetChangeEvent().IsEmpty()) << "before the first draw";
+    Draw(*m_pText);
+    EXPECT_FALSE(m_pText->GetBoxProperty().GetChangeEvent().IsEmpty());
+    EXPECT_FALSE(m_pText->GetRenderSizeProperty().GetChangeEvent().IsEmpty());
+}
+
+TEST_F(TextBackground, ACopyFitsItsOwn) {
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    Draw(*m_pText);
+    Ref<TextGL2> const pCopy(new PlacedText(*m_pText));
+    EXPECT_TRUE(pCopy->GetBoxProperty().GetChangeEvent().IsEmpty());
+    pCopy->GetScaleProperty().SetValue(Vector(3, 3, 1));
+    Draw(*pCopy);
+    EXPECT_EQ(Draws().size(), 1u);
+    EXPECT_EQ(pCopy->GetBackground()->GetScaleProperty().GetValue(), Vector(60 / 16.0f, 39 / 16.0f, 1));
+    EXPECT_EQ(pSprite->GetScaleProperty().GetValue(), Vector(20 / 16.0f, 13 / 16.0f, 1));
+    // Neither hears of the other's end.
+    m_pText.Reset();
+    pCopy->GetScaleProperty().SetValue(Vector(1, 1, 1));
+    Draw(*pCopy);
+    EXPECT_EQ(pCopy->GetBackground()->GetScaleProperty().GetValue(), Vector(20 / 16.0f, 13 / 16.0f, 1));
+}
+
+TEST_F(TextBackground, CanBeExchangedAndTakenAway) {
+    AddSprite();
+    Draw(*m_pText);
+    m_pText->SetBackground(nullptr); // which was the last reference
+    Draw(*m_pText);
+    EXPECT_TRUE(Draws().empty());
+    for (int nSize : {8, 32, 16}) {
+        // The next one may well be where the one before was, and is fitted all the same.
+        m_pText->SetBackground(nullptr);
+        Ref<SpriteGL2> const pSprite = AddSprite(nSize);
+        Draw(*m_pText);
+        ASSERT_EQ(Draws().size(), 1u);
+        ExpectCovered();
+    }
+}
+
+TEST_F(TextBackground, ALongerTextIsCoveredFromTheNextDrawOn) {
+    AddSprite();
+    Draw(*m_pText);
+    m_pText->PlaceGlyph(-5, 1, 40, 8);
+    m_pText->GetRenderSizeProperty().SetValue(SizeT<RealFloat>(40, 8));
+    Draw(*m_pText);
+    ExpectCovered(Rectangle(-5, 1, 35, 9), {0, 2, 1, 3});
+}
+
+TEST_F(TextBackground, AnEmptyTextHasNothingBehindIt) {
+    AddSprite();
+    m_pText->PlaceGlyph(0, 0, 0, 0);
+    Draw(*m_pText);
+    for (float const element : Draws().at(0).Uniform("mWorldToView")) {
+        EXPECT_FALSE(std::isnan(element));
+    }
+}
+
+} // namespace
