@@ -3,8 +3,10 @@
 #include "NodeTest.h"
 
 #include "AllocationCounter.h"
+#include "BitmapFontGL2.h"
 #include "CameraGL2.h"
 #include "NinePatchSpriteGL2.h"
+#include "TextGL2.h"
 #include "TimelineGL2.h"
 
 #include <new>
@@ -19,7 +21,7 @@ using Vector = Vector3T<RealFloat>;
 
 /**
  * A scene with one of each: kinds of sprite, a nested timeline with camera, depth test and mask, a
- * nine-patch.
+ * nine-patch, a text with all that texts can have.
  */
 class SteadyFrame : public NodeTest {
 protected:
@@ -34,6 +36,7 @@ protected:
         m_pRoot->Attach(pInner.Get());
         Attach(*pInner, MakeSprite(9, 3), TextureFormat::RGB565)->GetAntialiasProperty().SetValue(true);
         MakePatch(*pInner);
+        MakeText(*pInner);
         Animate(m_pRoot->GetChild(0)->GetTransformNode()->GetRotationProperty(), Vector(0, 0, 90));
         Animate(pInner->GetPositionProperty(), Vector(10, 5, 1));
     }
@@ -67,15 +70,47 @@ private:
         Animate(pPatch->GetScaleProperty(), Vector(3, 2, 1)); // rebuilds the grid at every frame
     }
 
-    /** Between ones and `last`, over frames 0 to 100. */
-    static void Animate(Vector3Property& property, Vector const& last) {
-        std::vector<Vector> samples;
-        for (int i = 0; i <= 100; ++i) {
-            samples.push_back(Vector(2, 2, 2) * (1 - i / 100.0f) + last * (i / 100.0f));
+    /** Underlined, with a shadow, of glyphs on two pages and an image, in colours that change. */
+    void MakeText(Node& parent) {
+        Ref<BitmapFontGL2> const pFont(new BitmapFontGL2);
+        FontMetrics metrics;
+        metrics.m_rXPixelsPerEm = metrics.m_rYPixelsPerEm = metrics.m_rAscent = 8;
+        pFont->SetMetrics(metrics);
+        pFont->GetUnderlineProperty().SetValue(true);
+        Glyph glyph;
+        glyph.m_nWidth = glyph.m_nHeight = 6;
+        glyph.m_nAdvance = 7;
+        for (char const character : {'a', 'b', 'i'}) {
+            glyph.m_nCodePoint = static_cast<unsigned int>(character);
+            glyph.m_fImage = character == 'i';
+            glyph.m_pTexture = MakeTexture(8, 8).Get();
+            ASSERT_TRUE(pFont->AddGlyph(glyph));
         }
-        property.AddController(Ref<Controller<Vector>>(
-            SampleController<Vector>::Create(0, samples.data(), static_cast<unsigned int>(samples.size()))
-                .Get()));
+        Ref<TextGL2> const pText(new TextGL2);
+        pText->SetFont(pFont.Get());
+        pText->GetTextProperty().SetValue(Literal(u"aabbiiab"));
+        pText->GetShadowProperty().SetValue(true);
+        Animate(pText->GetPositionProperty(), Vector(20, 5, 1));
+        Animate(pText->GetTopLeftColorProperty(), ColorT<RealFloat>(1, 0, 0, 1));
+        parent.Attach(pText.Get());
+    }
+
+    static Vector Mix(Vector const& last, float share) {
+        return Vector(2, 2, 2) * (1 - share) + last * share;
+    }
+    static ColorT<RealFloat> Mix(ColorT<RealFloat> const& last, float share) {
+        return ColorT<RealFloat>(last.r * share, last.g * share, last.b * share, last.a * share);
+    }
+
+    /** Up to `last`, over frames 0 to 100. */
+    template <class Property, class T>
+    static void Animate(Property& property, T const& last) {
+        std::vector<T> samples;
+        for (int i = 0; i <= 100; ++i) {
+            samples.push_back(Mix(last, float(i) / 100));
+        }
+        property.AddController(Ref<Controller<T>>(
+            SampleController<T>::Create(0, samples.data(), static_cast<unsigned int>(samples.size())).Get()));
     }
 };
 
