@@ -1,12 +1,8 @@
 // Paints the pictures of examples/showcase: kelvo-showcase-assets FOLDER. The same pictures, byte for byte,
 // every time.
 
-#include "Canvas.h"
-
-#include "Etc1.h"
-#include "PixelPacking.h"
-#include "Pkm.h"
-#include "PngWriter.h"
+#include "Painting.h"
+#include "Palette.h"
 
 #include <cmath>
 #include <cstdio>
@@ -14,29 +10,7 @@
 
 namespace {
 
-using namespace kelvo::showcase;
-using namespace trevik::kelvo::assets;
-
-constexpr Colour Navy{0.075, 0.105, 0.215};
-constexpr Colour Indigo{0.165, 0.145, 0.36};
-constexpr Colour Plum{0.42, 0.2, 0.41};
-constexpr Colour Coral{0.96, 0.46, 0.36};
-constexpr Colour Gold{1.0, 0.79, 0.37};
-constexpr Colour Cream{1.0, 0.95, 0.86};
-constexpr Colour Teal{0.12, 0.58, 0.58};
-constexpr Colour Sea{0.06, 0.36, 0.43};
-
-constexpr double Pi = 3.14159265358979323846;
-
-/** The sky from the zenith (v = 0) to the horizon (v = 1). */
-Paint Sky(double, double v) {
-    Paint paint{Navy, 1};
-    paint.colour = Mix(paint.colour, Indigo, Smooth(0, 0.42, v));
-    paint.colour = Mix(paint.colour, Plum, Smooth(0.28, 0.66, v));
-    paint.colour = Mix(paint.colour, Coral, Smooth(0.52, 0.86, v));
-    paint.colour = Mix(paint.colour, Gold, Smooth(0.78, 1.05, v));
-    return paint;
-}
+using namespace kelvo::examples;
 
 /** A ringless gas planet, lit from the lower left where the sun has set. */
 Paint Planet(double u, double v) {
@@ -290,38 +264,6 @@ Paint Pane(double u, double v) {
     return Paint{edge > -0.09 ? Navy : Mix(Indigo, Teal, 0.35), edge > -0.09 ? 0.75 : 0.5};
 }
 
-bool SavePicture(std::string const& path, Canvas const& canvas) {
-    std::string error;
-    PngPicture const picture{canvas.GetBytes().data(), canvas.GetWidth(), canvas.GetHeight(), 4, 0};
-    if (SavePng(path, picture, error)) {
-        return true;
-    }
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return false;
-}
-
-/** The picture's colours and its alpha as two files of ETC1 blocks. */
-bool SaveCompressed(std::string const& path, Canvas const& canvas) {
-    std::string error;
-    ImageOptions options;
-    options.encodeEtc1 = true;
-    ImageData image;
-    if (BuildImage(RgbaPicture{canvas.GetWidth(), canvas.GetHeight(), canvas.GetBytes()}, true, options, path,
-                   image, error) &&
-        SavePkm(path, image, error)) {
-        return true;
-    }
-    std::fprintf(stderr, "%s\n", error.c_str());
-    return false;
-}
-
-template <class Function>
-Canvas Painted(int nWidth, int nHeight, Function function) {
-    Canvas canvas(nWidth, nHeight);
-    canvas.Fill(function);
-    return canvas;
-}
-
 template <class Pattern>
 Canvas PaintedCard(Pattern pattern) {
     return Painted(128, 192, [=](double u, double v) { return Card(u, v, pattern); });
@@ -337,7 +279,7 @@ bool PaintAll(std::string const& folder) {
     auto const file = [&](char const* pName) { return folder + "/" + pName; };
     Colour const farTop{0.5, 0.26, 0.44};
     Colour const nearTop{0.2, 0.13, 0.31};
-    return SavePicture(file("sky.png"), Painted(4, 256, Sky)) &&
+    return SavePicture(file("sky.png"), Painted(4, 256, DuskSky)) &&
            SavePicture(file("stars-a.png"), PaintedStars(11)) &&
            SavePicture(file("stars-b.png"), PaintedStars(42)) &&
            SaveCompressed(file("planet.pkm"), Painted(192, 192, Planet)) &&

@@ -1,0 +1,14 @@
+#pragma once
+
+#include <string>
+
+namespace kelvo::examples {
+
+// Each paints the pictures of one scene into an existing folder, the same ones every time; false, with a
+// message, when one cannot be written.
+
+bool PaintMasks(std::string const& folder);
+bool PaintEdges(std::string const& folder);
+bool PaintPanels(std::string const& folder);
+
+} // namespace kelvo::examples
