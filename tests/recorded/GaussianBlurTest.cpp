@@ -1,0 +1,172 @@
+// The blur of what a timeline draws.
+
+#include "NodeTest.h"
+
+#include "FramebufferGL2.h"
+#include "GaussianBlurEffectGL2.h"
+#include "TimelineGL2.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class GaussianBlur : public NodeTest {
+protected:
+    GaussianBlur() : m_pTimeline(new TimelineGL2), m_pEffect(new GaussianBlurEffectGL2) {
+        Device().InitializeTargetBuffers();
+        m_pTimeline->AddEffect(m_pEffect.Get());
+        m_pSprite = MakeSprite(10, 10);
+        m_pTimeline->Attach(m_pSprite.Get());
+        m_pTimeline->Update(Device(), 0);
+        Clear();
+    }
+
+    void DrawBlurred(RealFloat amount) {
+        m_pEffect->GetAmountProperty().SetValue(amount);
+        Draw(*m_pTimeline);
+    }
+
+    Ref<TimelineGL2> m_pTimeline;
+    Ref<GaussianBlurEffectGL2> m_pEffect;
+    Ref<SpriteGL2> m_pSprite;
+};
+
+using Floats = std::vector<float>;
+
+TEST_F(GaussianBlur, MakesTwoHalfSizedTargetsAndTwoProgramsOnce) {
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 4) << "two of the device, two of the blur";
+    for (GLuint name : {3u, 4u}) {
+        TextureLevel const level = FindFramebuffer(name)->color.texture->levels.at(0);
+        EXPECT_EQ(level.width, (Width - 1) / 2);
+        EXPECT_EQ(level.height, (Height - 1) / 2);
+        EXPECT_EQ(FindFramebuffer(name)->depth.type, GLenum(GL_NONE));
+    }
+    EXPECT_EQ(Counts(Object::Program).live, 13);
+    Ref<GaussianBlurEffectGL2> const pOther(new GaussianBlurEffectGL2);
+    pOther->Update(Device(), 0, 0, true);
+    EXPECT_TRUE(pOther->IsInitialized());
+    EXPECT_EQ(Counts(Object::Program).created, 13);
+}
+
+TEST_F(GaussianBlur, BlursDownThenAcrossAndMixesOverTheWindow) {
+    DrawBlurred(3);
+    std::vector<recording::Draw> const draws = Draws();
+    ASSERT_EQ(draws.size(), 4u);
+    EXPECT_EQ(draws[0].state.framebuffer, 2u) << "the subtree goes to the back target";
+    GLuint const subtree = FindFramebuffer(2)->color.name;
+    GLuint const down = FindFramebuffer(3)->color.name;
+    GLuint const across = FindFramebuffer(4)->color.name;
+    float const dx = 3 * (1.0f / Width);
+    float const dy = 3 * (1.0f / Height);
+    struct Pass {
+        GLuint framebuffer;
+        GLuint source;
+        float x, y;
+    };
+    for (int n : {0, 1}) {
+        SCOPED_TRACE(n == 0 ? "down" : "across");
+        Pass const pass = n == 0 ? Pass{3, subtree, 0, dy} : Pass{4, down, dx, 0};
+        recording::Draw const& draw = draws.at(static_cast<std::size_t>(1 + n));
+        EXPECT_EQ(draw.state.framebuffer, pass.framebuffer);
+        EXPECT_EQ(draw.state.viewport, (std::array<GLint, 4>{0, 0, (Width - 1) / 2, (Height - 1) / 2}));
+        EXPECT_EQ(draw.Texture("sColor"), pass.source);
+        for (int nTap = 1; nTap <= 4; ++nTap) {
+            Floats const offset = draw.Uniform("vOffset" + std::to_string(nTap));
+            float const steps = static_cast<float>(nTap);
+            EXPECT_EQ(offset, (Floats{pass.x * steps, pass.y * steps}));
+        }
+        EXPECT_EQ(draw.Values(0), (Floats{-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0}));
+        EXPECT_EQ(draw.Values(1), (Floats{0, 0, 0, 1, 1, 0, 1, 1}));
+    }
+    EXPECT_EQ(draws[3].state.framebuffer, 0u);
+    EXPECT_EQ(draws[3].state.viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
+    EXPECT_EQ(draws[3].Texture("sBlur"), across);
+    EXPECT_EQ(draws[3].Texture("sSharp"), subtree);
+    EXPECT_EQ(draws[3].Uniform("blendFactor"), Floats{1});
+    EXPECT_EQ(GetState().program, 0u);
+    EXPECT_EQ(Lines("glBindFramebuffer"),
+              (Strings{"glBindFramebuffer(GL_FRAMEBUFFER, 2)", "glBindFramebuffer(GL_FRAMEBUFFER, 1)",
+                       "glBindFramebuffer(GL_FRAMEBUFFER, 3)", "glBindFramebuffer(GL_FRAMEBUFFER, 4)",
+                       "glBindFramebuffer(GL_FRAMEBUFFER, 0)"}));
+}
+
+TEST_F(GaussianBlur, TheMixFollowsTheAmountUpToOne) {
+    for (float const amount : {0.25f, 0.5f, 1.0f, 1.5f}) {
+        SCOPED_TRACE(amount);
+        DrawBlurred(amount);
+        EXPECT_EQ(Draws().at(3).Uniform("blendFactor"), Floats{amount < 1 ? amount : 1});
+        EXPECT_EQ(Draws().at(2).Uniform("vOffset1"), (Floats{amount * (1.0f / Width), 0}));
+    }
+}
+
+TEST_F(GaussianBlur, WithoutAnAmountTheSubtreeIsDrawnAsEver) {
+    for (float const amount : {0.0f, -2.0f}) {
+        DrawBlurred(amount);
+        EXPECT_EQ(Draws().size(), 1u);
+        EXPECT_EQ(Count("glBindFramebuffer"), 0u);
+        EXPECT_EQ(Draws()[0].state.framebuffer, 0u);
+    }
+}
+
+TEST_F(GaussianBlur, ASteadyFrameMakesNothing) {
+    DrawBlurred(1);
+    ObjectCounts const textures = Counts(Object::Texture);
+    DrawBlurred(1.5f);
+    EXPECT_EQ(Count("glGen*"), 0u);
+    EXPECT_EQ(Count("glGetUniformLocation"), 0u);
+    EXPECT_EQ(Counts(Object::Texture).created, textures.created);
+}
+
+TEST_F(GaussianBlur, LeavesNothingButTheColoursOfItsTargets) {
+    DrawBlurred(1);
+    m_pTimeline.Reset();
+    m_pEffect.Reset();
+    m_pSprite.Reset();
+    m_pDevice.reset();
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
+    EXPECT_EQ(Counts(Object::Program).live, 0);
+    EXPECT_EQ(Counts(Object::Renderbuffer).live, 0);
+    EXPECT_EQ(Counts(Object::Texture).live, 4) << "two of the device's targets, two of the blur's";
+}
+
+/** A device without frame targets, or whose driver refuses what a blur needs. */
+class RefusedBlur : public NodeTest {
+protected:
+    bool Init() {
+        GaussianBlurEffectGL2 effect;
+        return effect.Init(Device());
+    }
+};
+
+TEST_F(RefusedBlur, InitialisationFailsAtTheFirstThingThatCannotBeHadAndIsTriedAgain) {
+    FailAt("glCheckFramebufferStatus", 2, GL_FRAMEBUFFER_UNSUPPORTED);
+    EXPECT_FALSE(Init());
+    EXPECT_EQ(Count("glCreateProgram"), 0u);
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
+    for (int nth : {1, 2}) {
+        SCOPED_TRACE(nth);
+        Clear();
+        FailAt("glLinkProgram", nth);
+        EXPECT_FALSE(Init());
+        EXPECT_EQ(Count("glCreateProgram"), static_cast<std::size_t>(nth));
+        EXPECT_EQ(Counts(Object::Program).live, 11) << "the built-in ones";
+        EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
+    }
+    EXPECT_TRUE(Init());
+}
+
+TEST_F(RefusedBlur, WithoutFrameTargetsTheSubtreeIsDrawnSharp) {
+    Ref<TimelineGL2> const pTimeline(new TimelineGL2);
+    Ref<GaussianBlurEffectGL2> const pEffect(new GaussianBlurEffectGL2);
+    pEffect->GetAmountProperty().SetValue(2);
+    pTimeline->AddEffect(pEffect.Get());
+    Ref<SpriteGL2> const pSprite = MakeSprite(10, 10);
+    pTimeline->Attach(pSprite.Get());
+    Draw(*pTimeline);
+    EXPECT_EQ(Draws().size(), 1u);
+    EXPECT_EQ(Count("glBindFramebuffer"), 0u);
+}
+
+} // namespace

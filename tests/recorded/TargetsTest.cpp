@@ -1,0 +1,213 @@
+// Frame targets, the post-process pass and read-back.
+
+#include "NodeTest.h"
+
+#include "FramebufferGL2.h"
+#include "trevik/Allocation.h"
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class Targets : public NodeTest {
+protected:
+    void InitializeTargets() {
+        ASSERT_TRUE(Device().InitializeTargetBuffers());
+        Clear();
+    }
+};
+
+TEST_F(Targets, AreTwoFramebuffersOfTheViewportsSize) {
+    Device().SetViewport(5, 6, 21, 11);
+    Clear();
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr);
+    EXPECT_EQ(Device().GetBackTargetBuffer(), nullptr);
+    ASSERT_TRUE(Device().InitializeTargetBuffers());
+    EXPECT_EQ(Lines("glGetFloatv"), Strings{"glGetFloatv(GL_VIEWPORT, *)"});
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 2);
+    EXPECT_EQ(Counts(Object::Texture).live, 4);
+    EXPECT_EQ(GetState().framebuffer, 0u);
+    FramebufferGL2* const pBack = Device().GetBackTargetBuffer();
+    ASSERT_NE(pBack, nullptr);
+    EXPECT_EQ(pBack->GetWidth(), 21);
+    EXPECT_EQ(pBack->GetHeight(), 11);
+    EXPECT_EQ(pBack->GetColorTexture()->GetFormat(), TextureFormat::RGB565);
+    EXPECT_NE(pBack->GetDepthTexture(), nullptr);
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr) << "none is bound";
+    pBack->Bind();
+    EXPECT_EQ(GetState().framebuffer, 2u) << "the back one is the second";
+    pBack->Unbind(nullptr);
+}
+
+TEST_F(Targets, SwappingBindsTheOtherOneOrTheWindow) {
+    InitializeTargets();
+    FramebufferGL2* const pSecond = Device().GetBackTargetBuffer();
+    Device().SwapTargetBuffers(false);
+    EXPECT_EQ(GetState().framebuffer, 2u) << "none was bound: the other one is bound";
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), pSecond);
+    FramebufferGL2* const pFirst = Device().GetBackTargetBuffer();
+    EXPECT_NE(pFirst, pSecond);
+    EXPECT_EQ(GetState().viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
+    Device().SwapTargetBuffers(false);
+    EXPECT_EQ(GetState().framebuffer, 1u) << "twice is back at the start";
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), pFirst);
+    EXPECT_FALSE(pSecond->IsBound());
+    Clear();
+    Device().SwapTargetBuffers(true);
+    EXPECT_CALLS("glViewport(0, 0, 61, 37)", "glBindFramebuffer(GL_FRAMEBUFFER, 0)");
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr);
+    EXPECT_EQ(Device().GetBackTargetBuffer(), pFirst) << "what was drawn is behind";
+}
+
+TEST_F(Targets, BeforeThereAreAnySwappingAndPostProcessingDoNothing) {
+    Clear();
+    Device().SwapTargetBuffers(false);
+    Device().SwapTargetBuffers(true);
+    Device().RenderForPostProcess();
+    EXPECT_CALLS();
+}
+
+TEST_F(Targets, ReportWithoutAMessageThatOneCannotBeMade) {
+    for (unsigned int nMade : {1u, 2u}) {
+        SCOPED_TRACE(nMade);
+        FailAt("glCheckFramebufferStatus", static_cast<int>(nMade), GL_FRAMEBUFFER_UNSUPPORTED);
+        Clear();
+        EXPECT_FALSE(Device().InitializeTargetBuffers());
+        EXPECT_EQ(Count("glGenFramebuffers"), nMade);
+        EXPECT_TRUE(m_diagnostics.Messages().empty());
+    }
+}
+
+TEST_F(Targets, ThePostProcessPassDrawsTheBackTargetOverTheScreen) {
+    InitializeTargets();
+    Device().SwapTargetBuffers(false);
+    Device().SwapTargetBuffers(true);
+    FramebufferGL2* const pBack = Device().GetBackTargetBuffer();
+    Clear();
+    Device().RenderForPostProcess();
+    ASSERT_EQ(Draws().size(), 1u);
+    recording::Draw const draw = Draws()[0];
+    EXPECT_EQ(draw.state.framebuffer, 0u);
+    EXPECT_EQ(draw.state.program, ProgramName(2));
+    EXPECT_EQ(draw.Texture("sColor"), pBack->GetColorTexture()->GetGLTexture());
+    // The built-in program samples no depth; another one finds it on the next unit.
+    EXPECT_EQ(draw.state.textures[1], pBack->GetDepthTexture()->GetGLTexture());
+    EXPECT_EQ(draw.mode, GLenum(GL_TRIANGLE_STRIP));
+    EXPECT_EQ(draw.Values(0), (std::vector<float>{-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0}));
+    EXPECT_EQ(draw.Values(1), (std::vector<float>{0, 0, 0, 1, 1, 0, 1, 1}));
+    EXPECT_EQ(GetState().program, 0u);
+}
+
+/** A read of the rectangle from (3, 4) to (10, 9), y down. */
+class ReadBack : public NodeTest {
+protected:
+    static constexpr int ReadWidth = 7;
+    static constexpr int ReadHeight = 5;
+
+    bool Read(trevik::kelvo::Texture** ppTexture) {
+        return Device().ReadPixels(RectangleT<int>(3, 4, 3 + ReadWidth, 4 + ReadHeight), ppTexture);
+    }
+
+    static void SetColorBits(int red, int green, int blue) {
+        SetLimit(GL_RED_BITS, red);
+        SetLimit(GL_GREEN_BITS, green);
+        SetLimit(GL_BLUE_BITS, blue);
+    }
+};
+
+TEST_F(ReadBack, TakesTheFormatThatTheSurfaceAsksFor) {
+    struct Case {
+        int red, green, blue;
+        int format; ///< -1: refused
+        char const* line;
+    };
+    Case const cases[] = {
+        {5, 6, 5, TextureFormat::RGBA8888, "glReadPixels(3, 28, 7, 5, GL_RGBA, GL_UNSIGNED_BYTE, *)"},
+        {8, 8, 8, TextureFormat::RGB888, "glReadPixels(3, 28, 7, 5, GL_RGB, GL_UNSIGNED_BYTE, *)"},
+        {10, 10, 10, -1, nullptr},
+        {4, 4, 4, -1, nullptr},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.red);
+        SetColorBits(test.red, test.green, test.blue);
+        Clear();
+        trevik::kelvo::Texture* pTexture = nullptr;
+        EXPECT_EQ(Read(&pTexture), test.format >= 0);
+        EXPECT_EQ(Lines("glReadPixels"), test.line ? Strings{test.line} : Strings{});
+        Ref<trevik::kelvo::Texture> const pKept(pTexture);
+        ASSERT_EQ(pTexture != nullptr, test.format >= 0);
+        if (pTexture) {
+            EXPECT_EQ(pTexture->GetFormat(), test.format);
+            EXPECT_EQ(pTexture->GetReferenceCount(), 1) << "a new texture comes without a reference";
+        }
+    }
+}
+
+TEST_F(ReadBack, FillsOneLevelWithTheRowsAsGLGivesThem) {
+    SetColorBits(8, 8, 8);
+    trevik::kelvo::Texture* pTexture = nullptr;
+    ASSERT_TRUE(Read(&pTexture));
+    Ref<trevik::kelvo::Texture> const pKept(pTexture);
+    EXPECT_EQ(pTexture->GetWidth(), ReadWidth);
+    EXPECT_EQ(pTexture->GetAllocatedHeight(), ReadHeight);
+    List<MipLevel> const& levels = pTexture->GetMipLevels().GetValue();
+    ASSERT_EQ(levels.GetCount(), 1u);
+    EXPECT_TRUE(levels[0] == (MipLevel{ReadWidth, ReadHeight, 0, ReadWidth * ReadHeight * 3}));
+    unsigned char const* const pPixels = pTexture->GetPixelData().GetBuffer().GetData();
+    int const nBottom = Height - 4 - ReadHeight;
+    for (int y = 0; y < ReadHeight; ++y) {
+        for (int x = 0; x < ReadWidth * 3; ++x) {
+            ASSERT_EQ(pPixels[y * ReadWidth * 3 + x], ReadPixelsPattern(3 + x / 3, nBottom + y, x % 3));
+        }
+    }
+}
+
+TEST_F(ReadBack, RefillsATextureThatIsDrawnAlready) {
+    SetColorBits(8, 8, 8);
+    Ref<TextureGL2> const pTexture = MakeTexture(50, 40);
+    GLuint const before = pTexture->GetGLTexture();
+    trevik::kelvo::Texture* pGiven = pTexture.Get();
+    ASSERT_TRUE(Read(&pGiven));
+    EXPECT_EQ(pGiven, pTexture.Get());
+    EXPECT_FALSE(FindTexture(before));
+    TextureLevel const level = FindTexture(pTexture->GetGLTexture())->levels.at(0);
+    EXPECT_EQ(level.width, ReadWidth);
+    EXPECT_EQ(level.bytes[0], ReadPixelsPattern(3, Height - 4 - ReadHeight, 0));
+}
+
+TEST_F(ReadBack, ErrorsOfEarlierDrawsAreNotItsOwn) {
+    SetColorBits(8, 8, 8);
+    SetError(GL_INVALID_ENUM);
+    trevik::kelvo::Texture* pTexture = nullptr;
+    EXPECT_TRUE(Read(&pTexture));
+    Ref<trevik::kelvo::Texture> const pKept(pTexture);
+}
+
+TEST_F(ReadBack, ARefusalLeavesTheCallersTextureAndMakesNone) {
+    SetColorBits(8, 8, 8);
+    Fail("glReadPixels", GL_INVALID_OPERATION);
+    trevik::kelvo::Texture* pTexture = nullptr;
+    EXPECT_FALSE(Read(&pTexture));
+    EXPECT_EQ(pTexture, nullptr);
+    Ref<TextureGL2> const pGiven = MakeTexture(4, 4);
+    pTexture = pGiven.Get();
+    EXPECT_FALSE(Read(&pTexture));
+    EXPECT_EQ(pTexture, pGiven.Get());
+    EXPECT_EQ(pGiven->GetReferenceCount(), 1);
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(ReadBack, WithoutMemoryEvenTheCallersTextureGoes) {
+    SetColorBits(8, 8, 8);
+    long long const nLive = Allocation::GetLiveCount();
+    trevik::kelvo::Texture* pTexture = MakeTexture(4, 4).Detach(); // with its one reference: nobody else's
+    Allocation::FailAfter(0);
+    EXPECT_FALSE(Read(&pTexture));
+    Allocation::FailNever();
+    EXPECT_EQ(pTexture, nullptr);
+    EXPECT_EQ(Allocation::GetLiveCount(), nLive);
+}
+
+} // namespace
