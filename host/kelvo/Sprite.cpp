@@ -49,7 +49,7 @@ void Sprite::RegisterProperties() {
 void Sprite::InternalSelect(GraphicsDevice& device) {
     Vector2T<RealFloat> position;
     RealFloat distance = 0;
-    if (IsSelect(device, m_size.GetValue(), position, distance)) {
+    if (IsSelect(device, m_size.GetValue(), position, distance) && IsSelectedInMasks(device)) {
         device.PushSelected(this, position, distance);
     }
 }

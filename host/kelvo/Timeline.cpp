@@ -311,7 +311,7 @@ void Timeline::InternalRender(GraphicsDevice& device) {
     }
 }
 
-/** The cameras of InternalRender without its effects, masks and depth test: nothing is drawn. */
+/** The cameras and masks of InternalRender without its effects and depth test: nothing is drawn. */
 void Timeline::InternalSelect(GraphicsDevice& device) {
     Ref<Camera> const pCamera = m_pCamera;
     bool const fDepth = m_depth.GetValue();
@@ -320,7 +320,9 @@ void Timeline::InternalSelect(GraphicsDevice& device) {
     }
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);
-    RenderChildren(device);
+    if (IsSelectedInMasks(device)) {
+        RenderChildren(device);
+    }
     device.PopCameraDepth(fDepth);
     if (pCamera) {
         device.PopCamera();

@@ -385,4 +385,19 @@ bool TransformNode::IsRectangleSelected(GraphicsDevice& device, RectangleT<RealF
     return true;
 }
 
+bool TransformNode::IsSelectedInMasks(GraphicsDevice& device) {
+    bool fInside = m_masks.IsEmpty();
+    for (unsigned int nMask = 0; !fInside && nMask < m_masks.GetCount(); ++nMask) {
+        MaskGeometry const& geometry = m_masks[nMask]->GetGeometry();
+        for (unsigned int nVertex = 0; !fInside && nVertex < geometry.m_nVertexCount; nVertex += 3) {
+            Vector3T<RealFloat> const* const pCorners = geometry.m_pVertices + nVertex;
+            Vector2T<RealFloat> uv;
+            RealFloat along = 0;
+            fInside = device.HitProjection(m_worldMatrix, pCorners[0], pCorners[1], pCorners[2], uv, along) &&
+                      uv.x >= 0 && uv.y >= 0 && uv.x + uv.y <= 1 && along > GraphicsDevice::DistanceOfEye;
+        }
+    }
+    return fInside;
+}
+
 } // namespace trevik::kelvo

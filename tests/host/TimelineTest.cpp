@@ -371,6 +371,32 @@ TEST(Timeline, SelectionLooksThroughItsCamera) {
     EXPECT_TRUE(film.m_device.m_calls.empty());
 }
 
+TEST(Timeline, SelectionFindsWhatIsInsideTheMasksOfAllTimelinesAbove) {
+    NestedFilm film;
+    film.m_pSprite->GetSizeProperty().SetValue(SizeT<int>(10, 10));
+    film.m_pOuter->Update(film.m_device, 0);
+    film.m_pSprite->GetPositionProperty().RemoveControllers();
+    film.m_pTimeline->GetPositionProperty().RemoveControllers();
+    // The outer one shows what lies right of x = 2, the inner one, moved by 3, what lies left of x = 3 + 4.
+    Vector3 const right[] = {Vector3(2, -100, 0), Vector3(202, -100, 0), Vector3(2, 100, 0)};
+    Vector3 const left[] = {Vector3(4, 100, 0), Vector3(-196, 100, 0), Vector3(4, -100, 0)};
+    Ref<Mask> const pRight(new Mask);
+    Ref<Mask> const pLeft(new Mask);
+    EXPECT_TRUE(pRight->SetTriangles(right, 3) && pLeft->SetTriangles(left, 3));
+    film.m_pOuter->AddMask(pRight.Get());
+    film.m_pTimeline->AddMask(pLeft.Get());
+    film.m_pTimeline->GetPositionProperty().SetValue(Vector3(3, 0, 0));
+    film.m_pSprite->GetPositionProperty().SetValue(Vector3(-3, 0, 0));
+    film.m_pOuter->Update(film.m_device, 0);
+    for (RealFloat x : {RealFloat(1), RealFloat(3), RealFloat(6), RealFloat(8)}) {
+        List<SelectionPoint> hits;
+        film.m_device.SetSelectionMode(Vector2(x, 5), &hits);
+        film.m_pOuter->Render(film.m_device);
+        film.m_device.SetRenderMode();
+        EXPECT_EQ(hits.GetCount(), x > 2 && x < 7 ? 1u : 0u) << x;
+    }
+}
+
 TEST(Timeline, ItsCameraIsPartOfItsMemory) {
     Film film;
     MemoryTracer without;

@@ -104,6 +104,40 @@ TEST(Transform, AMovedNodeEndsUpExactlyWhereAFreshOneWould) {
     EXPECT_EQ(moved.m_pInner->GetWorldMatrix(), fresh.m_pInner->GetWorldMatrix());
 }
 
+TEST(Transform, IsUpdatedBesideASiblingWhileItSharesTheParent) {
+    Pair pair;
+    pair.m_pOuter->GetOpacityProperty().SetValue(RealFloat(0.5));
+    pair.Update();
+    Ref<TransformNode> const pGuest = Make<TransformNode>("guest");
+    Ref<TransformNode> const pChild = Make<TransformNode>("child");
+    Pair::Set(*pGuest, 3);
+    pGuest->Attach(pChild.Get());
+    Vector3 const p(2, -3, 5);
+    {
+        TransformNode::SharedParent const parent(*pGuest, *pair.m_pInner);
+        pGuest->Update(pair.m_device, 0);
+        EXPECT_EQ(pGuest->GetParent(), nullptr);
+    }
+    ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Place(*pair.m_pOuter, Place(*pGuest, p)), RealFloat(1e-3));
+    ExpectNear(Apply(pChild->GetWorldMatrix(), p), Place(*pair.m_pOuter, Place(*pGuest, p)), RealFloat(1e-3));
+    EXPECT_EQ(pGuest->GetOpacity(), RealFloat(0.5));
+    EXPECT_EQ(pChild->GetOpacity(), RealFloat(0.5));
+    // Afterwards it is its own master, whatever becomes of the parent.
+    pGuest->Update(pair.m_device, 0);
+    ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Place(*pGuest, p), RealFloat(1e-3));
+    EXPECT_EQ(pGuest->GetOpacity(), 1);
+    // One with a parent gets it back, from which it is not even moved.
+    Ref<TransformNode> const pOwn = Make<TransformNode>("own");
+    pOwn->GetPositionProperty().SetValue(Vector3(100, 0, 0));
+    pOwn->Attach(pGuest.Get());
+    {
+        TransformNode::SharedParent const parent(*pGuest, *pair.m_pInner);
+        pGuest->Update(pair.m_device, 0);
+    }
+    pOwn->Update(pair.m_device, 0);
+    ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Vector3(100, 0, 0) + Place(*pGuest, p), RealFloat(1e-3));
+}
+
 TEST(Transform, FollowsANewParent) {
     Pair pair;
     pair.Update();
@@ -295,6 +329,47 @@ TEST(Transform, WhatLiesBehindTheEyeOrHasNoWidthIsNotHit) {
     EXPECT_EQ(picture.Pick(0, 5), "");
 }
 
+TEST(Transform, ANodeThatIsNotSelectableIsPassedOverButNotItsChildren) {
+    Picture picture;
+    picture.m_pParent->GetSelectableProperty().SetValue(false);
+    EXPECT_EQ(picture.Pick(5, 5), "other child ");
+    EXPECT_EQ(picture.Draw(), "parent child other ");
+    Ref<Node> const pCopy(picture.m_pParent->Clone());
+    EXPECT_FALSE(pCopy->GetTransformNode()->GetSelectableProperty().GetValue());
+}
+
+TEST(Transform, ASpriteIsSelectedInsideItsMasksOnly) {
+    Picture picture;
+    picture.m_pRoot->Detach(picture.m_pParent.Get());
+    picture.m_pOther->GetPositionProperty().SetValue(Vector3(100, 0, 0));
+    // The lower left half below 10, and a square in the upper right corner; a triangle without area hits
+    // nothing.
+    Vector3 const lower[] = {Vector3(0, 0, 0), Vector3(10, 0, 0), Vector3(0, 10, 0)};
+    Vector3 const upper[] = {Vector3(5, 15, 0), Vector3(5, 15, 0),  Vector3(5, 15, 0),
+                             Vector3(5, 15, 0), Vector3(10, 15, 0), Vector3(5, 20, 0),
+                             Vector3(5, 20, 0), Vector3(10, 15, 0), Vector3(10, 20, 0)};
+    Ref<Mask> const masks[] = {new Mask, new Mask};
+    EXPECT_TRUE(masks[0]->SetTriangles(lower, 3));
+    EXPECT_TRUE(masks[1]->SetTriangles(upper, 9));
+    picture.m_pOther->AddMask(masks[0].Get());
+    picture.m_pOther->AddMask(masks[1].Get());
+    struct Case {
+        RealFloat m_x, m_y;
+        bool m_fHit;
+    };
+    Case const cases[] = {{1, 1, true},  {4, 5, true},   {6, 5, false},  {9, 9, false},   {6, 16, true},
+                          {9, 19, true}, {4, 17, false}, {1, 19, false}, {11, 16, false}, {-1, 1, false}};
+    for (Case const& c : cases) {
+        EXPECT_EQ(picture.Pick(100 + c.m_x, c.m_y), c.m_fHit ? "other " : "") << c.m_x << ", " << c.m_y;
+    }
+    // Nothing is inside a mask without triangles.
+    picture.m_pOther->RemoveMask(masks[0].Get());
+    EXPECT_TRUE(masks[1]->SetTriangles(nullptr, 0));
+    EXPECT_EQ(picture.Pick(106, 16), "");
+    picture.m_pOther->RemoveMask(masks[1].Get());
+    EXPECT_EQ(picture.Pick(106, 16), "other ");
+}
+
 TEST(Transform, SelectionUsesTheNodesCameraDepth) {
     Picture picture;
     picture.m_pRoot->Detach(picture.m_pParent.Get());
@@ -306,7 +381,7 @@ TEST(Transform, SelectionUsesTheNodesCameraDepth) {
 TEST(Transform, PropertiesGoByTheirDocumentedNames) {
     Ref<TestSprite> const pSprite = Make<TestSprite>("s");
     for (char const* pName : {"Position", "Rotation", "Pivot", "Scale", "Stretch", "Opacity", "Visible",
-                              "CameraDepth", "Size", "Color", "BlendMode", "Antialias"}) {
+                              "CameraDepth", "Selectable", "Size", "Color", "BlendMode", "Antialias"}) {
         EXPECT_NE(pSprite->GetProperties().Find(HashName(pName)), nullptr) << pName;
     }
     Ref<TestCamera> const pCamera = Make<TestCamera>("c");

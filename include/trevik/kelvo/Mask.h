@@ -23,7 +23,8 @@ struct MaskGeometry {
 
 /**
  * A shape outside of which a sprite that it is attached to does not draw, nor anything below a timeline that
- * it is attached to. Other nodes only keep it. Shared by reference.
+ * it is attached to; selection finds nothing there either. Of several masks of a node one is enough. Other
+ * nodes only keep it. Shared by reference.
  */
 class TREVIK_API Mask : public Referenced {
 public:

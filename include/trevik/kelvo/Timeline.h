@@ -55,7 +55,7 @@ public:
     void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) override;
     /**
      * Draws the children between PreRenderChildren and PostRenderChildren; selects among them with the same
-     * camera.
+     * camera, within the masks.
      */
     void Render(GraphicsDevice& device) override;
     bool Load(Deserializer& deserializer) override;

@@ -174,6 +174,8 @@ protected:
     /** IsSelect for any rectangle in the plane z = 0 of node space. */
     bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,
                              Vector2T<RealFloat>& position, RealFloat& distance);
+    /** Whether the pick ray passes through one of the node's masks, or the node has none. */
+    bool IsSelectedInMasks(GraphicsDevice& device);
 
 private:
     /** What InternalUpdate is given. */
