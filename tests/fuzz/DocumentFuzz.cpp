@@ -1,21 +1,22 @@
 // Reads the input as a document file and as a bare document. A document that can be read must be written and
-// read back the same, and an object's properties are loaded from it and animated.
+// read back the same; an object's properties are loaded from it and animated, and its fonts are loaded and
+// saved. A font that can be loaded must be safe to draw with, and be saved and loaded again the same.
 
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
 
+#include "../host/TestFonts.h"
 #include "kelvo_host/DocumentFile.h"
-#include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
-#include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/Vector3Property.h"
 
 using namespace trevik;
 using namespace trevik::kelvo;
+using namespace trevik::kelvo::test;
 
 namespace {
 
@@ -54,6 +55,69 @@ void LoadProperties(Ref<DocumentNode> const& pDocument) {
     if (!list.Save(serializer) || !serializer.Finish()) {
         std::abort();
     }
+}
+
+/** A font by itself, with its textures. */
+Ref<DocumentNode> Save(Font& font) {
+    Serializer serializer;
+    serializer.GetFontIndex(&font);
+    return serializer.Finish();
+}
+
+void CheckSavesTheSame(Font& font, ClassRegistry& registry) {
+    List<unsigned char> first;
+    List<unsigned char> second;
+    Ref<DocumentNode> const pSaved = Save(font);
+    Deserializer deserializer(pSaved, registry);
+    Ref<Font> const pAgain = deserializer.GetFont(0);
+    Ref<DocumentNode> const pSavedAgain = pAgain ? Save(*pAgain) : Ref<DocumentNode>();
+    if (!pSaved || !pSavedAgain || !pSaved->Write(first) || !pSavedAgain->Write(second) || first != second) {
+        std::abort();
+    }
+}
+
+/** Triangles must lie within their mesh: what draws them does not look. */
+void CheckMesh(GlyphMesh const& mesh) {
+    List<unsigned short> const& indices = mesh.m_indices.GetValue();
+    for (unsigned short nIndex : indices) {
+        if (nIndex >= mesh.m_positions.GetValue().GetCount()) {
+            std::abort();
+        }
+    }
+    if (indices.GetCount() % 3 != 0) {
+        std::abort();
+    }
+}
+
+void CheckGlyphs(Font const& font, unsigned int nMeshCount) {
+    for (unsigned int nGlyph = 0; nGlyph < font.GetGlyphCount(); ++nGlyph) {
+        Glyph const& glyph = *font.GetGlyphAt(nGlyph);
+        bool const fDrawable = (glyph.m_pTexture || !glyph.m_fImage) && glyph.m_nMesh >= -1 &&
+                               glyph.m_nMesh < static_cast<int>(nMeshCount);
+        if (!fDrawable || font.GetGlyph(glyph.m_nCodePoint) != &glyph) {
+            std::abort();
+        }
+    }
+}
+
+void LoadFonts(Ref<DocumentNode> const& pDocument) {
+    TestFontRegistry registry;
+    Deserializer deserializer(pDocument, registry);
+    for (int nFont = 0; nFont < 4; ++nFont) {
+        Ref<Font> const pFont = deserializer.GetFont(nFont);
+        if (deserializer.GetDepth() != 0) {
+            std::abort();
+        }
+        if (pFont) {
+            TestOutlines const* const pOutlines = dynamic_cast<TestOutlines*>(pFont.Get());
+            unsigned int const nMeshCount = pOutlines ? pOutlines->GetMeshCount() : 0;
+            for (unsigned int nMesh = 0; nMesh < nMeshCount; ++nMesh) {
+                CheckMesh(*pOutlines->GetMesh(nMesh));
+            }
+            CheckGlyphs(*pFont, nMeshCount);
+            CheckSavesTheSame(*pFont, registry);
+        }
+    }
     deserializer.GetTexture(0);
 }
 
@@ -61,6 +125,7 @@ void Examine(Ref<DocumentNode> const& pDocument) {
     if (pDocument) {
         CheckRoundTrip(*pDocument);
         LoadProperties(pDocument);
+        LoadFonts(pDocument);
     }
 }
 

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstdlib>
 
-#include "../host/TestNodes.h"
+#include "../host/TestFonts.h"
 #include "kelvo_host/Scene.h"
 
 using namespace trevik;
@@ -16,19 +16,44 @@ namespace {
 
 constexpr unsigned int g_tags[] = {HashName("Node"),     HashName("Property"), HashName("Controller"),
                                    HashName("Camera"),   HashName("Effect"),   HashName("Mask"),
-                                   HashName("Textures"), HashName("Texture"),  HashName("Background")};
-constexpr unsigned int g_types[] = {
-    HashName("Timeline"),      HashName("Sprite"),  HashName("Text"),      HashName("Camera"),
-    HashName("TransformNode"), HashName("Texture"), HashName("Font"),      HashName("GaussianBlurEffect"),
-    HashName("TestResource"),  HashName("Sample"),  HashName("Position"),  HashName("Scale"),
-    HashName("Opacity"),       HashName("Size"),    HashName("LastFrame"), HashName("PlaybackMode"),
-    HashName("Text"),          HashName("Visible")};
+                                   HashName("Textures"), HashName("Texture"),  HashName("Background"),
+                                   HashName("Fonts"),    HashName("Font"),     HashName("Mesh")};
+constexpr unsigned int g_types[] = {HashName("Timeline"),
+                                    HashName("Sprite"),
+                                    HashName("Text"),
+                                    HashName("Camera"),
+                                    HashName("TransformNode"),
+                                    HashName("Texture"),
+                                    HashName("Font"),
+                                    HashName("GaussianBlurEffect"),
+                                    HashName("TestResource"),
+                                    HashName("Sample"),
+                                    HashName("Position"),
+                                    HashName("Scale"),
+                                    HashName("Opacity"),
+                                    HashName("Size"),
+                                    HashName("LastFrame"),
+                                    HashName("PlaybackMode"),
+                                    HashName("Text"),
+                                    HashName("Visible"),
+                                    HashName("PolygonalFont"),
+                                    HashName("Box"),
+                                    HashName("FontSize"),
+                                    HashName("HorizontalAlignment"),
+                                    HashName("VerticalAlignment"),
+                                    HashName("WordWrap"),
+                                    HashName("LetterSpacing"),
+                                    HashName("TabWidth"),
+                                    HashName("Shadow"),
+                                    HashName("UnderlineScale")};
 constexpr unsigned int g_attributes[] = {
     HashName("NodeName"),      HashName("Value"),      HashName("StartFrame"), HashName("Size"),
     HashName("Samples"),       HashName("Texture"),    HashName("Vertices"),   HashName("Shape"),
     HashName("MipLevels"),     HashName("TimeMap"),    HashName("FrameDelay"), HashName("AutoPlay"),
     HashName("SurfaceSize"),   HashName("FrameRate"),  HashName("FirstFrame"), HashName("LastFrame"),
-    HashName("SurfaceFormat"), HashName("ClearColor"), HashName("CameraWay")};
+    HashName("SurfaceFormat"), HashName("ClearColor"), HashName("CameraWay"),  HashName("Font"),
+    HashName("Metrics"),       HashName("Glyphs"),     HashName("Kerning"),    HashName("Positions"),
+    HashName("Indices")};
 
 /** Takes an input to pieces; past its end everything is 0. */
 class Input {
@@ -127,7 +152,7 @@ void CheckSavesTheSame(Scene const& scene, ClassRegistry& registry) {
 }
 
 void Examine(Ref<DocumentNode> const& pDocument) {
-    TestRegistry registry;
+    TestFontRegistry registry;
     TestDevice device;
     device.m_fNoting = false;
     device.m_pResource = new EffectResource;
