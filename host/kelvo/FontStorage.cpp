@@ -43,6 +43,14 @@ bool AreFinite(RealFloat const* pNumbers, unsigned int nCount) {
     return std::all_of(pNumbers, pNumbers + nCount, [](RealFloat rNumber) { return std::isfinite(rNumber); });
 }
 
+bool IsFinite(FontMetrics const& metrics) {
+    RealFloat const numbers[] = {metrics.m_rXPixelsPerEm, metrics.m_rYPixelsPerEm, metrics.m_rScaleFactorX,
+                                 metrics.m_rScaleFactorY, metrics.m_rAscent,       metrics.m_rDescent,
+                                 metrics.m_rLeading};
+    static_assert(sizeof(numbers) == sizeof(metrics), "all of them");
+    return AreFinite(numbers, sizeof(numbers) / sizeof(numbers[0]));
+}
+
 SavedGlyph MakeSaved(Glyph const& glyph, int nTexture) {
     SavedGlyph saved = {glyph.m_nCodePoint, glyph.m_nWidth,
                         glyph.m_nHeight,    glyph.m_nOffsetX,
@@ -189,24 +197,27 @@ bool LoadKerning(Deserializer& deserializer, List<KerningPair>& kerning) {
         if (!kerning.IsEmpty() && !IsBefore(kerning.Last(), pair)) {
             kerning.RemoveLast();
         }
-        kerning.Append(pair);
+        if (pair.m_rDistance != 0) {
+            kerning.Append(pair);
+        }
     }
     return true;
 }
 
 bool SaveMetrics(Serializer& serializer, FontMetrics const& metrics) {
+    if (!IsFinite(metrics)) {
+        Debug::Trace(TraceLevel::Error, u"[kelvo] A font's metrics cannot be saved: they are not finite");
+        return false;
+    }
     return serializer.WriteValue(MetricsID, metrics);
 }
 
 bool LoadMetrics(Deserializer& deserializer, FontMetrics& metrics) {
-    RealFloat numbers[sizeof(FontMetrics) / sizeof(RealFloat)];
     FontMetrics read;
     if (!deserializer.ReadValue(MetricsID, read)) {
         return deserializer.Fail(u"a font lacks its metrics");
     }
-    static_assert(sizeof(numbers) == sizeof(read), "metrics are numbers and nothing else");
-    __builtin_memcpy(numbers, &read, sizeof(numbers));
-    if (!AreFinite(numbers, sizeof(numbers) / sizeof(numbers[0]))) {
+    if (!IsFinite(read)) {
         return deserializer.Fail(u"a font's metrics are not finite");
     }
     metrics = read;

@@ -49,6 +49,7 @@ bool SaveKerning(Serializer& serializer, List<KerningPair> const& kerning);
 /** Reads kerning distances other than 0, in order, each pair once. False, noted, when one does not fit. */
 bool LoadKerning(Deserializer& deserializer, List<KerningPair>& kerning);
 
+/** False, traced, when the metrics are not finite. */
 bool SaveMetrics(Serializer& serializer, FontMetrics const& metrics);
 /** False, noted, when the metrics are not there or not finite. */
 bool LoadMetrics(Deserializer& deserializer, FontMetrics& metrics);

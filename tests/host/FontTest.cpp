@@ -282,6 +282,34 @@ TEST(DocumentFont, OnesSharedAreSavedOnceAndSoAreTheirPages) {
     EXPECT_TRUE(deserializer.GetError().IsEmpty()) << "no font at all is no fault";
 }
 
+TEST(DocumentFont, WithoutMemoryTheDocumentIsWholeOrNone) {
+    TestFontRegistry registry;
+    TraceLog traces;
+    Ref<Font> const pFont(new TestFont);
+    Fill(*pFont);
+    {
+        Serializer serializer;
+        Allocation::FailAfter(0);
+        EXPECT_EQ(serializer.GetFontIndex(pFont.Get()), -1);
+        Allocation::FailNever();
+        EXPECT_FALSE(serializer.Finish()) << "its user would lose the font";
+    }
+    Ref<DocumentNode> pDocument;
+    unsigned int nFailures = 0;
+    for (; !pDocument && nFailures < 1000; ++nFailures) {
+        Serializer serializer;
+        serializer.GetFontIndex(pFont.Get());
+        Allocation::FailAfter(nFailures);
+        pDocument = serializer.Finish();
+        Allocation::FailNever();
+    }
+    EXPECT_GT(nFailures, 10u);
+    Deserializer deserializer(pDocument, registry);
+    Ref<Font> const pLoaded = deserializer.GetFont(0);
+    ASSERT_TRUE(pLoaded);
+    ExpectSame(*pLoaded, *pFont);
+}
+
 TEST(DocumentFont, EntriesOfOtherClassesAreNotTakenForFonts) {
     TraceLog traces;
     TestFontRegistry registry;
@@ -309,7 +337,12 @@ TEST(DocumentFont, ThatCouldNotBeLoadedIsNotSaved) {
         pFont->AddGlyph(glyph);
         EXPECT_FALSE(SaveFonts({pFont.Get()}));
     }
-    ASSERT_EQ(traces.GetLines().size(), 6u) << "what is wrong, and with which font";
+    Ref<TestFont> const pFont(new TestFont);
+    FontMetrics metrics;
+    metrics.m_rLeading = NaN;
+    pFont->SetMetrics(metrics);
+    EXPECT_FALSE(SaveFonts({pFont.Get()}));
+    ASSERT_EQ(traces.GetLines().size(), 8u) << "what is wrong, and with which font";
     EXPECT_EQ(traces.GetLines()[0],
               "[kelvo] Glyph U+0041 cannot be saved: it is an image and has no texture");
     EXPECT_EQ(traces.GetLines()[1], "[kelvo] Font 0 cannot be saved, nor can the document that uses it");
@@ -492,13 +525,15 @@ TEST(DocumentFont, TablesNeedNoOrderAndOfEqualEntriesTheLastOneCounts) {
     AddBytes(*pTurned, HashName("Metrics"), GetBytes(*pSaved, HashName("Metrics")));
     AddBytes(*pTurned, HashName("Glyphs"), turned);
     AddBytes(*pTurned, HashName("Kerning"),
-             BytesOf(0x42, 0x41, RealFloat(2), 0x41, 0x42, RealFloat(1), 0x42, 0x41, RealFloat(3)));
+             BytesOf(0x42, 0x41, RealFloat(2), 0x41, 0x42, RealFloat(1), 0x42, 0x41, RealFloat(3), 0x43, 0x41,
+                     RealFloat(4), 0x43, 0x41, RealFloat(0)));
     TestFont font;
     ASSERT_TRUE(LoadFrom(pTurned, font));
     EXPECT_EQ(CodePointsOf(font), (std::vector<unsigned int>{'A', 'B'}));
     EXPECT_EQ(font.GetGlyph('B')->m_nAdvance, 77);
     EXPECT_EQ(font.GetKerning('A', 'B'), 1);
     EXPECT_EQ(font.GetKerning('B', 'A'), 3);
+    EXPECT_EQ(font.GetKerning('C', 'A'), 0);
 }
 
 TEST(DocumentFont, LoadingReplacesWhatTheFontHad) {
