@@ -3,8 +3,9 @@
 #include <cstdint>
 
 namespace kelvo::desktop {
+struct BufferContents;
 struct FinishedFrame;
-}
+} // namespace kelvo::desktop
 
 /**
  * The desktop's native window: what Android calls by the same name and passes to eglCreateWindowSurface as
@@ -57,4 +58,22 @@ struct ANativeWindow {
     kelvo::desktop::FinishedFrame* frame = nullptr;
     /** Gives the layer's part of the window back. The layer's own. */
     void (*release)(ANativeWindow*) = nullptr;
+};
+
+/**
+ * The part of a graphic buffer (ui/GraphicBuffer.h) that EGL is handed: its address, as an EGLClientBuffer,
+ * makes an image of target EGL_NATIVE_BUFFER_ANDROID.
+ */
+struct ANativeWindowBuffer {
+    /** Value of `magic` in a buffer that lives (the letters "_bfr", as on Android). */
+    static constexpr std::uint32_t LivingMagic = 0x5f626672;
+
+    std::uint32_t magic = 0;
+    std::int32_t width = 0;  ///< pixels
+    std::int32_t height = 0; ///< pixels
+    std::int32_t stride = 0; ///< from row to row, pixels
+    std::int32_t format = 0; ///< an android::PixelFormat
+    std::int32_t usage = 0;  ///< of GRALLOC_USAGE_*
+    /** Memory and images; null without memory. The layer's own. */
+    kelvo::desktop::BufferContents* contents = nullptr;
 };
