@@ -1,5 +1,8 @@
 #include "SceneNodes.h"
 
+#include "SceneValues.h"
+
+#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/Mask.h"
@@ -16,10 +19,6 @@ namespace {
 
 constexpr std::size_t MaximumNodes = 100000;
 constexpr std::size_t MaximumMaskVertices = 30000;
-
-String16 ToUtf16(std::string const& text) {
-    return String16(String8(text.data(), static_cast<unsigned int>(text.size())));
-}
 
 /** A new object of the class T or one derived from it, of the class registered under `name`; else null. */
 template <class T>
@@ -47,17 +46,47 @@ std::vector<std::string> GetKeys(Node const& node) {
         keys.insert(keys.end(), {"frameRate", "playing", "timeMap", "camera"});
     } else if (node.IsKindOf(Sprite::ClassID)) {
         keys.push_back("texture");
+    } else if (node.IsKindOf(Text::ClassID)) {
+        keys.insert(keys.end(), {"font", "background"});
     } else if (node.IsKindOf(Camera::ClassID)) {
         keys.push_back("lens");
     }
     return keys;
 }
 
+List<Vector2T<int>> ToPairs(std::vector<NinePatchInfo::Band> const& bands) {
+    List<Vector2T<int>> pairs;
+    for (NinePatchInfo::Band const& band : bands) {
+        pairs.Append(Vector2T<int>(band.first, band.count));
+    }
+    return pairs;
+}
+
+/** Sets a property, unless the node that `place` describes does so itself. */
+template <class T>
+void SetUnlessGiven(JsonCursor const& place, PropertyList& properties, char const* pName, T const& value) {
+    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    if (pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value && !place.Find(pName)) {
+        static_cast<BaseProperty<T>*>(pEntry->m_pProperty)->SetValue(value);
+    }
+}
+
+/** Gives a nine-patch sprite what its texture's image says, as far as the sprite does not say it itself. */
+void TakeNinePatch(JsonCursor const& place, NinePatchInfo const& info, PropertyList& properties) {
+    SetUnlessGiven(place, properties, "NinePatchPairX", ToPairs(info.x));
+    SetUnlessGiven(place, properties, "NintPatchPairY", ToPairs(info.y));
+    // A rectangle's top is its least y, and y goes up: what a background adds there is its lower edge.
+    SetUnlessGiven(
+        place, properties, "ContentMargin",
+        RectangleT<RealFloat>(static_cast<RealFloat>(info.left), static_cast<RealFloat>(info.bottom),
+                              static_cast<RealFloat>(info.right), static_cast<RealFloat>(info.top)));
+}
+
 } // namespace
 
 std::vector<std::string> const& GetNodeClassNames() {
-    static std::vector<std::string> const s_names = {"Timeline",        "TransformNode", "Sprite",
-                                                     "NinePatchSprite", "Camera",        "AlphaTestGroup"};
+    static std::vector<std::string> const s_names = {
+        "Timeline", "TransformNode", "Sprite", "NinePatchSprite", "Text", "Camera", "AlphaTestGroup"};
     return s_names;
 }
 
@@ -102,10 +131,6 @@ Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& cla
     if (!pNode) {
         place.Fail("class \"" + className + "\" is no class of nodes");
     }
-    if (pNode->IsKindOf(Text::ClassID)) {
-        place.Fail("class \"" + className +
-                   "\" cannot be described in a scene file yet: there is no way to say its font");
-    }
     return pNode;
 }
 
@@ -139,7 +164,9 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
         ReadTimeline(place, static_cast<Timeline&>(*pNode), frameDelay);
         childDelay = static_cast<Timeline&>(*pNode).GetFrameDelay();
     } else if (pNode->IsKindOf(Sprite::ClassID)) {
-        ReadSprite(place, *pNode);
+        ReadSprite(place, static_cast<Sprite&>(*pNode));
+    } else if (pNode->IsKindOf(Text::ClassID)) {
+        ReadText(place, static_cast<Text&>(*pNode), frameDelay);
     }
     ReadMasks(place, *pNode);
     ReadEffects(place, *pNode);
@@ -180,10 +207,9 @@ void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealF
     }
 }
 
-void SceneNodes::ReadSprite(JsonCursor const& place, Node& node) {
-    Sprite& sprite = static_cast<Sprite&>(node);
+void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
     std::optional<JsonCursor> const size = place.Find("Size");
-    if (size && IsAnimation(*size) && node.GetFactoryClassID() == Sprite::ClassID) {
+    if (size && IsAnimation(*size) && sprite.GetFactoryClassID() == Sprite::ClassID) {
         size->Fail(
             "a sprite's corners are placed when it is loaded, so its size cannot be animated; animate Scale");
     }
@@ -191,11 +217,33 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Node& node) {
     if (!texture) {
         return;
     }
-    Ref<Texture> const pTexture = m_textures.Find(*texture);
-    sprite.SetTexture(pTexture.Get());
+    SceneTexture const& found = m_textures.Find(*texture);
+    sprite.SetTexture(found.pTexture.Get());
     if (!size) {
-        sprite.GetSizeProperty().SetValue(SizeT<int>(pTexture->GetWidth(), pTexture->GetHeight()));
+        sprite.GetSizeProperty().SetValue(
+            SizeT<int>(found.pTexture->GetWidth(), found.pTexture->GetHeight()));
     }
+    if (found.ninePatch && sprite.GetFactoryClassID() == HashName("NinePatchSprite")) {
+        TakeNinePatch(place, *found.ninePatch, sprite.GetProperties());
+    }
+}
+
+void SceneNodes::ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay) {
+    m_fonts.Use(place.Require("font"), text);
+    std::optional<JsonCursor> const background = place.Find("background");
+    if (!background) {
+        return;
+    }
+    Ref<Node> const pBackground = ReadNode(*background, frameDelay);
+    if (!pBackground->IsKindOf(Sprite::ClassID)) {
+        JsonCursor const className = background->Require("class");
+        className.Fail("class \"" + className.ReadText() + "\" is no class of sprites");
+    }
+    Sprite& sprite = static_cast<Sprite&>(*pBackground);
+    if (!sprite.GetTexture()) {
+        background->Fail("there is no \"texture\", without which a background is not drawn");
+    }
+    text.SetBackground(&sprite);
 }
 
 Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {

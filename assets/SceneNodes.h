@@ -1,6 +1,7 @@
 #pragma once
 
 #include "JsonCursor.h"
+#include "SceneFonts.h"
 #include "SceneProperty.h"
 #include "SceneTextures.h"
 
@@ -8,6 +9,8 @@
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Camera.h"
 #include "trevik/kelvo/Node.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Timeline.h"
 
 #include <string>
@@ -21,9 +24,12 @@ namespace trevik::kelvo::assets {
  */
 class SceneNodes {
 public:
-    /** Objects are created through `registry`; `textures` are those that sprites may name. */
-    SceneNodes(ClassRegistry const& registry, SceneTextures const& textures)
-        : m_registry(registry), m_textures(textures) {}
+    /**
+     * Objects are created through `registry`; `textures` are those that sprites may name, `fonts` those that
+     * texts may.
+     */
+    SceneNodes(ClassRegistry const& registry, SceneTextures const& textures, SceneFonts& fonts)
+        : m_registry(registry), m_textures(textures), m_fonts(fonts) {}
 
     /**
      * Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get `frameDelay`.
@@ -39,13 +45,15 @@ private:
     Ref<Node> ReadNode(JsonCursor const& place, RealFloat frameDelay);
     void ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys);
     void ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay);
-    void ReadSprite(JsonCursor const& place, Node& node);
+    void ReadSprite(JsonCursor const& place, Sprite& sprite);
+    void ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
     void ReadMasks(JsonCursor const& place, Node& node) const;
     void ReadEffects(JsonCursor const& place, Node& node);
 
     ClassRegistry const& m_registry;
     SceneTextures const& m_textures;
+    SceneFonts& m_fonts;
     SampleBudget m_budget;
     std::size_t m_nNodes = 0;
 };

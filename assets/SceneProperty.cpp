@@ -1,9 +1,12 @@
 #include "SceneProperty.h"
 
+#include "SceneValues.h"
+
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/NodeVisitor.h"
+#include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Timeline.h"
 
 #include <climits>
@@ -26,11 +29,23 @@ struct NamedValue {
     int nValue;
 };
 constexpr NamedValue NamedValues[] = {
-    {"BlendMode", "normal", BlendMode::Normal},           {"BlendMode", "additive", BlendMode::Additive},
-    {"BlendMode", "multiply", BlendMode::Multiply},       {"BlendMode", "screen", BlendMode::Screen},
-    {"BlendMode", "colorDodge", BlendMode::ColorDodge},   {"BlendMode", "invert", BlendMode::Invert},
-    {"PlaybackMode", "once", PlaybackMode::Once},         {"PlaybackMode", "loop", PlaybackMode::Loop},
+    {"BlendMode", "normal", BlendMode::Normal},
+    {"BlendMode", "additive", BlendMode::Additive},
+    {"BlendMode", "multiply", BlendMode::Multiply},
+    {"BlendMode", "screen", BlendMode::Screen},
+    {"BlendMode", "colorDodge", BlendMode::ColorDodge},
+    {"BlendMode", "invert", BlendMode::Invert},
+    {"PlaybackMode", "once", PlaybackMode::Once},
+    {"PlaybackMode", "loop", PlaybackMode::Loop},
     {"PlaybackMode", "pingPong", PlaybackMode::PingPong},
+    {"HorizontalAlignment", "left", HorizontalAlignment::Left},
+    {"HorizontalAlignment", "center", HorizontalAlignment::Center},
+    {"HorizontalAlignment", "right", HorizontalAlignment::Right},
+    {"HorizontalAlignment", "justify", HorizontalAlignment::Justify},
+    {"VerticalAlignment", "top", VerticalAlignment::Top},
+    {"VerticalAlignment", "middle", VerticalAlignment::Middle},
+    {"VerticalAlignment", "bottom", VerticalAlignment::Bottom},
+    {"VerticalAlignment", "baseline", VerticalAlignment::Baseline},
 };
 
 std::vector<std::string> GetValueNames(std::string const& property) {
@@ -137,9 +152,11 @@ void Read(JsonCursor const& place, std::string const& name, SizeT<RealFloat>& va
                              static_cast<RealFloat>(place.GetItem(1).ReadNumber(0, LargestNumber)));
 }
 
-void Read(JsonCursor const& place, std::string const&, StringEncoded<UTF16Encoding>& value) {
-    std::string const& text = place.ReadText();
-    value = String16(String8(text.data(), static_cast<unsigned int>(text.size())));
+void Read(JsonCursor const& place, std::string const& name, StringEncoded<UTF16Encoding>& value) {
+    if (!place.Is(JsonValue::Kind::String) && !place.Is(JsonValue::Kind::Array)) {
+        place.FailExpected(DescribeValue(name, PropertyType::String));
+    }
+    value = ToUtf16(ReadLines(place));
 }
 
 void Read(JsonCursor const& place, std::string const& name, List<Vector2T<int>>& value) {
@@ -362,7 +379,7 @@ std::string DescribeValue(std::string const& name, PropertyType::Enum type) {
     case PropertyType::SizeReal:
         return "2 numbers: width, height";
     case PropertyType::String:
-        return "a string";
+        return "a string, or an array of its lines";
     case PropertyType::PairList:
         return "an array of pairs of whole numbers";
     case PropertyType::Unknown:

@@ -2,6 +2,7 @@
 
 #include "FileBytes.h"
 #include "JsonCursor.h"
+#include "SceneFonts.h"
 #include "SceneNodes.h"
 #include "SceneProperty.h"
 #include "SceneTextures.h"
@@ -70,13 +71,17 @@ SceneSettings ReadSettings(JsonCursor const& root) {
 /** Throws a JsonFault. */
 void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
-    root.CheckNames({"surface", "frameRate", "frames", "clearColor", "camera", "textures", "nodes"});
+    root.CheckNames({"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
     scene.GetSettings() = ReadSettings(root);
-    SceneTextures textures;
+    SceneTextures textures(folder, registry);
     if (std::optional<JsonCursor> const place = root.Find("textures")) {
-        textures.Read(*place, folder, registry);
+        textures.Read(*place);
     }
-    SceneNodes nodes(registry, textures);
+    SceneFonts fonts(folder, registry, textures);
+    if (std::optional<JsonCursor> const place = root.Find("fonts")) {
+        fonts.Read(*place);
+    }
+    SceneNodes nodes(registry, textures, fonts);
     Ref<Timeline> const pRoot = nodes.CreateTimeline(root);
     RealFloat const frameDelay = 1 / scene.GetSettings().m_rFrameRate;
     pRoot->SetFrameDelay(frameDelay);
@@ -84,6 +89,7 @@ void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry
         pRoot->SetCamera(nodes.ReadCamera(*camera).Get());
     }
     nodes.ReadChildren(root.Require("nodes"), *pRoot, frameDelay);
+    fonts.Make();
     scene.SetRoot(pRoot);
 }
 

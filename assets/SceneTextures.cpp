@@ -1,6 +1,7 @@
 #include "SceneTextures.h"
 
 #include "ImageReader.h"
+#include "SceneValues.h"
 #include "TextureMaker.h"
 
 #include <utility>
@@ -31,11 +32,6 @@ TextureFormat::Enum ReadFormat(JsonCursor const& place) {
     return FormatNames[place.ReadWord("texture format", names)].format;
 }
 
-bool ReadFlag(JsonCursor const& place, char const* pName) {
-    std::optional<JsonCursor> const flag = place.Find(pName);
-    return flag && flag->ReadBool();
-}
-
 ImageOptions ReadOptions(JsonCursor const& place) {
     ImageOptions options;
     if (std::optional<JsonCursor> const format = place.Find("format")) {
@@ -47,17 +43,15 @@ ImageOptions ReadOptions(JsonCursor const& place) {
     return options;
 }
 
-std::string ReadPath(JsonCursor const& place, std::string const& folder) {
-    std::string const& path = place.ReadText();
-    if (path.empty() || path.find('\0') != std::string::npos) {
-        place.FailExpected("the path of an image file");
-    }
-    return path[0] == '/' ? path : folder + path;
+bool IsNinePatchPath(std::string const& path) {
+    static std::string const s_ending = ".9.png";
+    return path.size() > s_ending.size() &&
+           path.compare(path.size() - s_ending.size(), s_ending.size(), s_ending) == 0;
 }
 
 } // namespace
 
-void SceneTextures::Read(JsonCursor const& place, std::string const& folder, ClassRegistry const& registry) {
+void SceneTextures::Read(JsonCursor const& place) {
     place.ReadObject("an object with a texture under each name");
     if (place.GetMemberCount() > MaximumTextures) {
         place.FailExpected("at most " + std::to_string(MaximumTextures) + " textures");
@@ -65,39 +59,64 @@ void SceneTextures::Read(JsonCursor const& place, std::string const& folder, Cla
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
         if (name != "comment") {
-            m_textures[name] = ReadTexture(place.GetMember(n), name, folder, registry);
+            m_textures[name] = ReadTexture(place.GetMember(n), name);
         }
     }
 }
 
-Ref<Texture> SceneTextures::ReadTexture(JsonCursor const& place, std::string const& name,
-                                        std::string const& folder, ClassRegistry const& registry) {
+SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string const& name) {
     ImageOptions options;
     JsonCursor file = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the path of an image file, or an object with \"file\"");
-        place.CheckNames({"file", "format", "etc1", "mipLevels", "powerOfTwo"});
+        place.CheckNames({"file", "format", "etc1", "mipLevels", "powerOfTwo", "ninePatch"});
         file = place.Require("file");
         options = ReadOptions(place);
     }
+    std::string const path = ReadPath(file, m_folder, "an image file");
+    bool const fNinePatch = place.Is(JsonValue::Kind::Object)
+                                ? ReadFlag(place, "ninePatch", IsNinePatchPath(path))
+                                : IsNinePatchPath(path);
+    SceneTexture const texture = Load(place, path, options, fNinePatch);
+    texture.pTexture->SetName(ToUtf16(name));
+    return texture;
+}
+
+SceneTexture SceneTextures::Load(JsonCursor const& place, std::string const& path,
+                                 ImageOptions const& options, bool fNinePatch) {
     ImageData image;
+    NinePatchInfo ninePatch;
     std::string error;
-    if (!LoadImage(ReadPath(file, folder), options, image, error)) {
+    if (!(fNinePatch ? LoadNinePatch(path, options, image, ninePatch, error)
+                     : LoadImage(path, options, image, error))) {
         place.Fail(error);
     }
     m_nBytes += image.pixels.size();
     if (m_nBytes > MaximumBytes) {
         place.Fail("the scene's textures take more than " + std::to_string(MaximumBytes >> 20) + " MiB");
     }
-    Ref<Texture> const pTexture = MakeTexture(image, name, registry);
+    Ref<Texture> const pTexture = MakeTexture(image, path, m_registry);
     if (!pTexture) {
         place.Fail(
             "no texture can be made: the back end has no class \"Texture\", or there is not enough memory");
     }
-    return pTexture;
+    return {pTexture, fNinePatch ? std::optional<NinePatchInfo>(ninePatch) : std::nullopt};
 }
 
-Ref<Texture> SceneTextures::Find(JsonCursor const& place) const {
+SceneTexture const& SceneTextures::FindOrRead(JsonCursor const& place) {
+    std::string const& name = place.ReadText();
+    if (m_textures.count(name) != 0 || name.find_first_of("./") == std::string::npos) {
+        return Find(place);
+    }
+    std::string const path = ReadPath(place, m_folder, "an image file");
+    auto const found = m_files.find(path);
+    if (found != m_files.end()) {
+        return found->second;
+    }
+    return m_files[path] = Load(place, path, ImageOptions(), IsNinePatchPath(path));
+}
+
+SceneTexture const& SceneTextures::Find(JsonCursor const& place) const {
     std::string const& name = place.ReadText();
     auto const found = m_textures.find(name);
     if (found != m_textures.end()) {

@@ -8,6 +8,7 @@
 #include "SceneReader.h"
 
 #include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/Text.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -24,6 +25,8 @@ using trevik::Vector2T;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::SelectionPoint;
+using trevik::kelvo::Sprite;
+using trevik::kelvo::Text;
 using trevik::kelvo::TransformNode;
 using trevik::kelvo::WindowT;
 
@@ -45,10 +48,16 @@ std::string ToUtf8(String16 const& text) {
     return std::string(utf8.GetData(), utf8.GetLength());
 }
 
-/** Whether a node or one below it has an effect. */
+/** Whether a node, one below it or a text's background has an effect. */
 bool HasEffects(Node& node) {
     if (node.IsKindOf(TransformNode::ClassID) && !static_cast<TransformNode&>(node).GetEffects().IsEmpty()) {
         return true;
+    }
+    if (node.IsKindOf(Text::ClassID)) {
+        Sprite* const pBackground = static_cast<Text&>(node).GetBackground();
+        if (pBackground && HasEffects(*pBackground)) {
+            return true;
+        }
     }
     return std::any_of(node.GetChildren().begin(), node.GetChildren().end(),
                        [](Node* pChild) { return HasEffects(*pChild); });

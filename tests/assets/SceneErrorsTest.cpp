@@ -66,12 +66,9 @@ TEST(SceneErrors, OfNodes) {
          "1: /nodes/0/class: unknown class \"Sprit\"; did you mean \"Sprite\"?"},
         {SceneOf("{\"class\": \"Wobble\"}"), "1: /nodes/0/class: unknown class \"Wobble\"; known are "
                                              "\"Timeline\", \"TransformNode\", \"Sprite\", "
-                                             "\"NinePatchSprite\" and \"Camera\""},
+                                             "\"NinePatchSprite\", \"Text\" and \"Camera\""},
         {SceneOf("{\"class\": \"Texture\"}"), "1: /nodes/0/class: class \"Texture\" is no class of nodes"},
         {SceneOf("{\"class\": \"Font\"}"), "1: /nodes/0/class: class \"Font\" is no class of nodes"},
-        {SceneOf("{\"class\": \"Text\"}"),
-         "1: /nodes/0/class: class \"Text\" cannot be described in a scene file yet: "
-         "there is no way to say its font"},
         {SceneOf("{\"class\": \"Spri\\nte\"}"),
          "1: /nodes/0/class: unknown class \"Spri?te\"; did you mean \"Sprite\"?"},
         {SceneOf("{\"class\": \"Sprite\",\n\"Positoin\": [0, 0, 0]}"),

@@ -77,6 +77,16 @@ std::string DescribeInitial(PropertyList::Entry const& entry) {
         auto const& r = ValueOf<RectangleT<RealFloat>>(entry);
         return Join({r.left, r.top, r.right, r.bottom});
     }
+    case PropertyType::Color: {
+        auto const& color = ValueOf<ColorT<RealFloat>>(entry);
+        return Join({color.r, color.g, color.b, color.a});
+    }
+    case PropertyType::SizeReal: {
+        auto const& size = ValueOf<SizeT<RealFloat>>(entry);
+        return Join({size.width, size.height});
+    }
+    case PropertyType::String:
+        return ValueOf<StringEncoded<UTF16Encoding>>(entry).IsEmpty() ? "empty" : "some";
     case PropertyType::SizeInt: {
         auto const& size = ValueOf<SizeT<int>>(entry);
         return Join({double(size.width), double(size.height)});
@@ -108,11 +118,9 @@ struct DescribedClass {
 };
 
 TEST(SceneFormat, TablesShowWhatTheNodesRegister) {
-    DescribedClass const classes[] = {{"TransformNode", ""},
-                                      {"Timeline", "TransformNode"},
-                                      {"Sprite", "TransformNode"},
-                                      {"NinePatchSprite", "Sprite"},
-                                      {"Camera", "TransformNode"}};
+    DescribedClass const classes[] = {{"TransformNode", ""},       {"Timeline", "TransformNode"},
+                                      {"Sprite", "TransformNode"}, {"NinePatchSprite", "Sprite"},
+                                      {"Text", "TransformNode"},   {"Camera", "TransformNode"}};
     std::vector<std::string> const lines = ReadLines(KELVO_SCENE_FORMAT);
     ClassRegistry registry;
     RegisterBackend(registry);
@@ -156,9 +164,12 @@ std::string CompleteSnippet(std::string const& snippet) {
         return snippet;
     }
     if (snippet.rfind("{", 0) == 0) {
-        return "{\"textures\": {\"leaf\": \"leaf.png\"}, \"nodes\": [" + snippet + "]}";
+        return "{\"textures\": {\"leaf\": \"leaf.png\"}, \"fonts\": {\"title\": {\"family\": \"DejaVu "
+               "Sans\"}}, "
+               "\"nodes\": [" +
+               snippet + "]}";
     }
-    if (snippet.rfind("\"textures\"", 0) == 0) {
+    if (snippet.rfind("\"textures\"", 0) == 0 || snippet.rfind("\"fonts\"", 0) == 0) {
         return "{" + snippet + ", \"nodes\": []}";
     }
     return SceneOf("{\"class\": \"Sprite\", " + snippet + "}");
@@ -171,7 +182,9 @@ TEST(SceneFormat, SnippetsCanBeRead) {
     for (std::string const& line : ReadLines(KELVO_SCENE_FORMAT)) {
         if (fInside && line == "```") {
             Scene scene;
-            ReadGood(CompleteSnippet(snippet), scene, KELVO_EXAMPLES "/showcase/");
+            bool const fFonts = snippet.rfind("\"fonts\"", 0) == 0;
+            ReadGood(CompleteSnippet(snippet), scene,
+                     fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/");
             EXPECT_TRUE(scene.GetRoot()) << snippet;
             ++nSnippets;
             fInside = false;
@@ -182,7 +195,7 @@ TEST(SceneFormat, SnippetsCanBeRead) {
             snippet.clear();
         }
     }
-    EXPECT_GE(nSnippets, 7u);
+    EXPECT_GE(nSnippets, 9u);
 }
 
 } // namespace
