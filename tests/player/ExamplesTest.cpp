@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <string>
 #include <vector>
 
@@ -16,6 +18,19 @@ namespace kelvo::player::testing {
 namespace {
 
 using trevik::kelvo::assets::testing::TemporaryFolder;
+
+/** The scenes that show what the format can say, in order. */
+std::vector<std::string> ListFormatExamples() {
+    std::vector<std::string> names;
+    for (auto const& file : std::filesystem::directory_iterator(KELVO_EXAMPLES "/format")) {
+        if (file.path().extension() == ".json") {
+            names.push_back("format/" + file.path().filename().string());
+        }
+    }
+    std::sort(names.begin(), names.end());
+    EXPECT_GE(names.size(), 12u);
+    return names;
+}
 
 /** Frame `nFrame` of an example. */
 Picture PictureOf(std::string const& example, int nFrame) {
@@ -27,24 +42,42 @@ Picture PictureOf(std::string const& example, int nFrame) {
     return ReadPicture(folder.Path("p.png"));
 }
 
+std::string ReadWhole(std::string const& path) {
+    std::ifstream file(path, std::ios::binary);
+    EXPECT_TRUE(file.is_open()) << path;
+    return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
 bool IsNear(Colour const& a, Colour const& b, int nTolerance) {
     return std::abs(a.r - b.r) <= nTolerance && std::abs(a.g - b.g) <= nTolerance &&
            std::abs(a.b - b.b) <= nTolerance;
 }
 
 TEST(Examples, PlayWithoutComplaint) {
-    unsigned int nExamples = 0;
-    for (auto const& file : std::filesystem::directory_iterator(KELVO_EXAMPLES "/format")) {
-        Picture const picture = PictureOf("format/" + file.path().filename().string(), 0);
+    for (std::string const& name : ListFormatExamples()) {
+        Picture const picture = PictureOf(name, 0);
         Colour const corner = picture.At(0, 0);
         bool fDrawn = false;
         for (int n = 0; n < picture.nWidth * picture.nHeight && !fDrawn; ++n) {
             fDrawn = !(picture.At(n % picture.nWidth, n / picture.nWidth) == corner);
         }
-        EXPECT_TRUE(fDrawn) << file.path();
-        ++nExamples;
+        EXPECT_TRUE(fDrawn) << name;
     }
-    EXPECT_GE(nExamples, 9u);
+}
+
+TEST(Examples, PlayTheSameFromTheirBinaryFiles) {
+    for (std::string const& name : ListFormatExamples()) {
+        TemporaryFolder const folder; // where none of the scene's files are
+        std::string const binary = folder.Path("scene.kelvo");
+        Outcome const saved = Play(
+            {KELVO_EXAMPLES "/" + name, "--frames", "7", "--save", binary, "--out", folder.Path("text.png")});
+        ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
+        Outcome const played = Play({binary, "--frames", "7", "--out", folder.Path("binary.png")});
+        ASSERT_EQ(played.nExitCode, 0) << played.errors;
+        EXPECT_EQ(played.errors, "") << name;
+        EXPECT_EQ(ReadPicture(folder.Path("binary.png")).pixels, ReadPicture(folder.Path("text.png")).pixels)
+            << name;
+    }
 }
 
 TEST(Examples, ShowWhatTheySay) {
@@ -60,6 +93,12 @@ TEST(Examples, ShowWhatTheySay) {
         {"masks", 0, 20, 20, {0x22, 0x22, 0x3b, 255}, "outside of the timeline's mask"},
         {"masks", 0, 85, 150, {0x17, 0x43, 0x56, 255}, "inside of it: the sea of the card"},
         {"masks", 0, 292, 20, {0x22, 0x22, 0x3b, 255}, "outside of the sprite's mask"},
+        {"masks", 0, 330, 100, {0xe7, 0x6f, 0x51, 255}, "inside of the outermost of three masks"},
+        {"masks", 0, 330, 30, {0x22, 0x22, 0x3b, 255}, "outside of it"},
+        {"masks", 0, 375, 100, {0x8e, 0xca, 0xe6, 255}, "inside of all three"},
+        {"masks", 0, 375, 144, {0x22, 0x22, 0x3b, 255}, "outside of the innermost only"},
+        {"masks", 0, 350, 100, {0x22, 0x22, 0x3b, 255}, "outside of the one between only"},
+        {"masks", 0, 425, 100, {0x22, 0x22, 0x3b, 255}, "outside of the outermost only"},
         {"sprite", 0, 50, 45, {0x2a, 0x9d, 0x8f, 255}, "a sprite in one colour"},
         {"sprite", 0, 243, 140, {0x1d, 0x2b, 0x40, 255}, "the clear corner of a star that is seen through"},
         {"sprite", 0, 264, 161, {0x77, 0x80, 0x8c, 255}, "a child fades with its parent: 0.4 of white"},
@@ -156,18 +195,27 @@ TEST(Examples, ShowcaseMatchesItsPicture) {
     EXPECT_LT(sum / static_cast<double>(drawn.pixels.size()), 0.5);
 }
 
-TEST(Examples, ShowcasePicturesAreUpToDate) {
-    TemporaryFolder const folder;
-    ASSERT_EQ(RunProgram(KELVO_SHOWCASE_ASSETS, {folder.Path("")}).nExitCode, 0);
-    std::vector<std::string> const names = folder.List();
-    EXPECT_GE(names.size(), 15u);
-    for (std::string const& name : names) {
-        if (name.find(".alpha.") == std::string::npos) {
-            // The last bit may be another C library's.
-            EXPECT_LE(
-                Difference(ReadPicture(folder.Path(name)), ReadPicture(KELVO_EXAMPLES "/showcase/" + name)),
-                2)
-                << name;
+TEST(Examples, FilesAreUpToDate) {
+    struct {
+        char const* pProgram;
+        std::string examples;
+        std::size_t nFiles;
+    } const cases[] = {{KELVO_SHOWCASE_ASSETS, KELVO_EXAMPLES "/showcase", 15},
+                       {KELVO_FORMAT_ASSETS, KELVO_EXAMPLES "/format", 4}};
+    for (auto const& made : cases) {
+        TemporaryFolder const folder;
+        ASSERT_EQ(RunProgram(made.pProgram, {folder.Path("")}).nExitCode, 0);
+        std::vector<std::string> const names = folder.List();
+        EXPECT_GE(names.size(), made.nFiles);
+        for (std::string const& name : names) {
+            if (std::filesystem::path(name).extension() == ".fnt") {
+                EXPECT_EQ(ReadWhole(folder.Path(name)), ReadWhole(made.examples + "/" + name)) << name;
+            } else if (name.find(".alpha.") == std::string::npos) {
+                // The last bit may be another C library's.
+                EXPECT_LE(Difference(ReadPicture(folder.Path(name)), ReadPicture(made.examples + "/" + name)),
+                          2)
+                    << name;
+            }
         }
     }
 }
