@@ -111,23 +111,21 @@ void BMFontDescription::CheckCommon() const {
 void BMFontDescription::CheckPages() {
     std::stable_sort(m_pages.begin(), m_pages.end(),
                      [](Page const& left, Page const& right) { return left.id < right.id; });
-    int nNext = 0;
-    for (Page const& page : m_pages) {
-        if (page.id < nNext) {
+    for (std::size_t n = 0; n < m_pages.size(); ++n) {
+        Page const& page = m_pages[n];
+        if (n > 0 && page.id == m_pages[n - 1].id) {
             Refuse(page.place, "page " + std::to_string(page.id) + " is there already");
         }
         if (page.id >= m_common->pages) {
             Refuse(page.place,
                    "page " + std::to_string(page.id) + " of a font with " + std::to_string(m_common->pages));
         }
-        if (page.id > nNext) {
-            break;
-        }
-        ++nNext;
     }
-    if (nNext < m_common->pages) {
-        Refuse(m_common->place, "page " + std::to_string(nNext) + " is missing; the font says it has " +
-                                    std::to_string(m_common->pages));
+    for (int id = 0; id < m_common->pages; ++id) {
+        if (std::size_t(id) >= m_pages.size() || m_pages[std::size_t(id)].id != id) {
+            Refuse(m_common->place, "page " + std::to_string(id) + " is missing; the font says it has " +
+                                        std::to_string(m_common->pages));
+        }
     }
 }
 
