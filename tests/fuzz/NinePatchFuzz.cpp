@@ -1,0 +1,102 @@
+// Any bytes as a nine-patch image in three ways: as a file, as the chunk of a compiled image, and as the
+// border of a source, two bits a pixel in front and the picture's size behind. The latter two get files that
+// are sound otherwise, since nothing else would get past their checksums.
+
+#include "ImageChecks.h"
+#include "NinePatchImage.h"
+#include "PngWriter.h"
+
+#include <cstring>
+#include <vector>
+
+#include <zlib.h>
+
+namespace {
+
+using namespace trevik::kelvo::assets;
+using fuzz::Require;
+
+void CheckBands(std::vector<NinePatchInfo::Band> const& bands, int nExtent) {
+    Require(!bands.empty() && bands.size() <= 10);
+    int nEnd = 0;
+    for (NinePatchInfo::Band const& band : bands) {
+        Require(band.first >= nEnd && band.count >= 1 && band.count <= nExtent - band.first);
+        nEnd = band.first + band.count;
+    }
+}
+
+/** Loads a file and returns whether that has worked. */
+bool Load(ByteSpan file) {
+    ImageData image;
+    NinePatchInfo info;
+    std::string error;
+    bool const fLoaded = LoadNinePatch(file, "fuzz.9.png", fuzz::SmallOptions(), image, info, error);
+    fuzz::RequireAllOrNothing(fLoaded, image, error);
+    if (!fLoaded) {
+        Require(info.x.empty() && info.y.empty() && !info.hasContent);
+        return false;
+    }
+    CheckBands(info.x, image.width);
+    CheckBands(info.y, image.height);
+    Require(info.left >= 0 && info.right >= 0 && info.left <= image.width - info.right);
+    Require(info.top >= 0 && info.bottom >= 0 && info.top <= image.height - info.bottom);
+    return true;
+}
+
+void AppendBig32(std::vector<std::uint8_t>& bytes, unsigned long number) {
+    for (int shift = 24; shift >= 0; shift -= 8) {
+        bytes.push_back(static_cast<std::uint8_t>(number >> shift));
+    }
+}
+
+std::vector<std::uint8_t> Encode(std::vector<std::uint8_t> const& rgba, int width, int height) {
+    std::vector<std::uint8_t> file;
+    std::string error;
+    Require(EncodePng({rgba.data(), width, height, 4, 0}, "fuzz.9.png", file, error));
+    return file;
+}
+
+void LoadWithChunk(std::uint8_t const* data, std::size_t size) {
+    static std::vector<std::uint8_t> const s_picture =
+        Encode(std::vector<std::uint8_t>(16 * 12 * 4, 99), 16, 12);
+    constexpr std::ptrdiff_t kHeaderEnd = 33;
+    std::vector<std::uint8_t> chunk;
+    AppendBig32(chunk, size);
+    chunk.insert(chunk.end(), {'n', 'p', 'T', 'c'});
+    chunk.insert(chunk.end(), data, data + size);
+    AppendBig32(chunk, crc32(0, chunk.data() + 4, static_cast<unsigned>(size + 4)));
+    std::vector<std::uint8_t> file = s_picture;
+    file.insert(file.begin() + kHeaderEnd, chunk.begin(), chunk.end());
+    Load({file.data(), file.size()});
+}
+
+void LoadWithBorder(std::uint8_t const* data, std::size_t size) {
+    static constexpr std::uint8_t s_colours[4][4] = {
+        {0, 0, 0, 0}, {0, 0, 0, 255}, {255, 0, 0, 255}, {255, 255, 255, 255}};
+    if (size < 2) {
+        return;
+    }
+    int const width = 1 + data[size - 1] % 40;
+    int const height = 1 + data[size - 2] % 40;
+    std::vector<std::uint8_t> pixels(std::size_t(width * height) * 4, 50);
+    std::size_t nBit = 0;
+    for (int y = 0; y < height; ++y) {
+        bool const fBorderRow = y == 0 || y == height - 1;
+        for (int x = 0; x < width; x += fBorderRow || width == 1 ? 1 : width - 1, nBit += 2) {
+            unsigned const colour = nBit / 8 < size - 2 ? data[nBit / 8] >> (nBit % 8) & 3 : 0;
+            std::memcpy(pixels.data() + std::size_t(y * width + x) * 4, s_colours[colour], 4);
+        }
+    }
+    std::vector<std::uint8_t> const file = Encode(pixels, width, height);
+    bool const fLoaded = Load({file.data(), file.size()});
+    Require(!fLoaded || (width >= 3 && height >= 3));
+}
+
+} // namespace
+
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
+    Load({data, size});
+    LoadWithChunk(data, size);
+    LoadWithBorder(data, size);
+    return 0;
+}
