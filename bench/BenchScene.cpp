@@ -6,6 +6,7 @@
 
 #include "trevik/Hash.h"
 #include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
 
@@ -38,15 +39,39 @@ Ref<Texture> MakeTexture(std::mt19937& random) {
                                   TextureSize * 4);
 }
 
-/** The saved form of one sprite of the right size: geometry is built by loading. */
-Ref<DocumentNode> SaveSprite(ClassRegistry& registry, int nSize) {
-    Ref<Sprite> const pSprite(static_cast<Sprite*>(registry.Create(HashName("Sprite"))));
-    pSprite->GetSizeProperty().SetValue(SizeT<int>(nSize, nSize));
+unsigned int GetClassID(NodeKind kind) {
+    switch (kind) {
+    case NodeKind::NinePatch:
+        return HashName("NinePatchSprite");
+    case NodeKind::Timeline:
+        return HashName("Timeline");
+    default:
+        return HashName("Sprite");
+    }
+}
+
+/** The saved form of one node, a sprite of the right size: geometry is built by loading. */
+Ref<DocumentNode> SaveNode(ClassRegistry& registry, unsigned int nClassID, int nSize) {
+    Ref<Node> const pNode(static_cast<Node*>(registry.Create(nClassID)));
+    if (pNode->IsKindOf(Sprite::ClassID)) {
+        static_cast<Sprite&>(*pNode).GetSizeProperty().SetValue(SizeT<int>(nSize, nSize));
+    }
     Serializer serializer;
-    if (!pSprite->Save(serializer)) {
-        Fail("a sprite cannot be saved");
+    if (!pNode->Save(serializer)) {
+        Fail("a node cannot be saved");
     }
     return serializer.Finish();
+}
+
+/** Makes a nine-patch show a grid: a band each way, and a scale that stretches it. */
+void CutAndScale(Sprite& patch) {
+    List<Vector2T<int>> bands;
+    bands.Append(Vector2T<int>(TextureSize / 4, TextureSize / 2));
+    for (char const* const pName : {"NinePatchPairX", "NintPatchPairY"}) {
+        Property* const pBands = patch.GetProperties().Find(HashName(pName))->m_pProperty;
+        static_cast<ListProperty<Vector2T<int>>*>(pBands)->SetValue(bands);
+    }
+    patch.GetScaleProperty().SetValue(Vector3T<RealFloat>(2, 2, 1));
 }
 
 } // namespace
@@ -73,40 +98,51 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
         m_textures.push_back(MakeTexture(random));
     }
     m_pRoot = static_cast<Timeline*>(registry.Create(HashName("Timeline")));
-    Ref<DocumentNode> const pSaved = SaveSprite(registry, options.m_nSpriteSize);
+    unsigned int const nClassID = GetClassID(options.m_kind);
+    Ref<DocumentNode> const pSaved = SaveNode(registry, nClassID, options.m_nSpriteSize);
     std::uniform_real_distribution<RealFloat> x(0, 620);
     std::uniform_real_distribution<RealFloat> y(0, 340);
-    m_sprites.reserve(options.m_nSprites);
-    for (unsigned int i = 0; i < options.m_nSprites; ++i) {
+    m_sprites.reserve(options.m_nNodes);
+    Node* pParent = m_pRoot.Get();
+    for (unsigned int i = 0; i < options.m_nNodes; ++i) {
         bool const fTopmost = i % options.m_nLevels == 0;
-        Node* const pParent = fTopmost ? static_cast<Node*>(m_pRoot.Get()) : m_sprites.back();
-        Sprite* const pSprite = AddSprite(*pParent, *pSaved);
-        if (!m_textures.empty()) {
-            pSprite->SetTexture(m_textures[i % m_textures.size()].Get());
+        TransformNode* const pNode = AddNode(fTopmost ? *m_pRoot : *pParent, nClassID, *pSaved);
+        pParent = pNode;
+        if (options.m_kind == NodeKind::NinePatch) {
+            CutAndScale(static_cast<Sprite&>(*pNode));
         }
         Vector3T<RealFloat> samples[SampleCount];
         for (Vector3T<RealFloat>& sample : samples) {
             sample = Vector3T<RealFloat>(x(random), y(random), 0);
         }
         if (options.m_moving == Moving::All || (options.m_moving == Moving::Topmost && fTopmost)) {
-            pSprite->GetPositionProperty().AddController(Ref<Controller<Vector3T<RealFloat>>>(
+            pNode->GetPositionProperty().AddController(Ref<Controller<Vector3T<RealFloat>>>(
                 SampleController<Vector3T<RealFloat>>::Create(0, samples, SampleCount).Get()));
         } else {
-            pSprite->GetPositionProperty().SetValue(samples[0]);
+            pNode->GetPositionProperty().SetValue(samples[0]);
         }
-        m_sprites.push_back(pSprite);
     }
 }
 
-Sprite* BenchScene::AddSprite(Node& parent, DocumentNode& saved) {
+TransformNode* BenchScene::AddNode(Node& parent, unsigned int nClassID, DocumentNode& saved) {
     ClassRegistry& registry = m_backend.GetRegistry();
-    Sprite* const pSprite = static_cast<Sprite*>(registry.Create(HashName("Sprite")));
-    parent.Attach(pSprite);
+    Node* const pNode = static_cast<Node*>(registry.Create(nClassID));
+    parent.Attach(pNode);
     Deserializer deserializer(Ref<DocumentNode>(&saved), registry);
-    if (!pSprite->Load(deserializer)) {
-        Fail("a sprite cannot be loaded");
+    if (!pNode->Load(deserializer)) {
+        Fail("a node cannot be loaded");
     }
-    return pSprite;
+    if (pNode->IsKindOf(Sprite::ClassID)) {
+        GiveTexture(static_cast<Sprite&>(*pNode));
+    }
+    return pNode->GetTransformNode();
+}
+
+void BenchScene::GiveTexture(Sprite& sprite) {
+    if (!m_textures.empty()) {
+        sprite.SetTexture(m_textures[m_sprites.size() % m_textures.size()].Get());
+    }
+    m_sprites.push_back(&sprite);
 }
 
 void BenchScene::Update(unsigned int nFrame) {

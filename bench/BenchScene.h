@@ -16,14 +16,22 @@ namespace bench {
 /** Whose position is driven by samples, a new value each frame. */
 enum class Moving {
     None,
-    Topmost, ///< the sprites directly below the timeline, which take those below them along
+    Topmost, ///< the nodes directly below the timeline, which take those below them along
     All
+};
+
+/** What the nodes of a scene are. */
+enum class NodeKind {
+    Sprite,
+    NinePatch, ///< with a band each way, scaled up: a grid of 16 vertices that stays as it is
+    Timeline   ///< draws nothing but what every timeline does before and after its children
 };
 
 /** What a measured scene consists of. Everything random comes from a fixed seed. */
 struct SceneOptions {
-    unsigned int m_nSprites = 1000;
-    unsigned int m_nLevels = 1;   ///< 1: all sprites are the timeline's children; else they hang in chains
+    unsigned int m_nNodes = 1000;
+    NodeKind m_kind = NodeKind::Sprite;
+    unsigned int m_nLevels = 1;   ///< 1: all nodes are the timeline's children; else they hang in chains
     unsigned int m_nTextures = 8; ///< used in turn; 0 makes single-coloured sprites
     int m_nSpriteSize = 1;        ///< pixels, square
     Moving m_moving = Moving::All;
@@ -44,13 +52,13 @@ private:
     trevik::kelvo::GraphicsDevice* m_pDevice = nullptr;
 };
 
-/** A timeline of sprites, spread over a 640 × 360 surface. */
+/** A timeline of nodes of one kind, spread over a 640 × 360 surface. */
 class BenchScene {
 public:
     BenchScene(Backend& backend, SceneOptions const& options);
 
     /**
-     * Brings the scene to frame `nFrame`; sprites move half a sample per frame, so every value is
+     * Brings the scene to frame `nFrame`; nodes move half a sample per frame, so every value is
      * interpolated.
      */
     void Update(unsigned int nFrame);
@@ -59,11 +67,14 @@ public:
     /** A whole frame: update, clear, render, present, queued work. */
     void RunFrame(unsigned int nFrame);
 
+    /** Of a scene of sprites or nine-patches. */
     std::vector<trevik::kelvo::Sprite*> const& GetSprites() const { return m_sprites; }
     std::vector<trevik::Ref<trevik::kelvo::Texture>> const& GetTextures() const { return m_textures; }
 
 private:
-    trevik::kelvo::Sprite* AddSprite(trevik::kelvo::Node& parent, trevik::kelvo::DocumentNode& saved);
+    trevik::kelvo::TransformNode* AddNode(trevik::kelvo::Node& parent, unsigned int nClassID,
+                                          trevik::kelvo::DocumentNode& saved);
+    void GiveTexture(trevik::kelvo::Sprite& sprite);
 
     Backend& m_backend;
     std::vector<trevik::Ref<trevik::kelvo::Texture>> m_textures;

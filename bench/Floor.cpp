@@ -119,7 +119,7 @@ double Time(Run run) {
 
 void Measure(bench::Backend& backend, int nSpriteSize) {
     bench::SceneOptions options;
-    options.m_nSprites = SpriteCount;
+    options.m_nNodes = SpriteCount;
     options.m_nSpriteSize = nSpriteSize;
     bench::BenchScene scene(backend, options);
     GraphicsDeviceGL2& device = static_cast<GraphicsDeviceGL2&>(backend.GetDevice());

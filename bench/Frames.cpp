@@ -47,7 +47,7 @@ constexpr unsigned int WarmUpFrames = 10;
 /** Measures a scene of this many sprites; whether its steady frames made nothing. */
 bool MeasureFrames(bench::Backend& backend, unsigned int nSprites) {
     bench::SceneOptions options;
-    options.m_nSprites = nSprites;
+    options.m_nNodes = nSprites;
     bench::BenchScene scene(backend, options);
     for (unsigned int nFrame = 0; nFrame < WarmUpFrames; ++nFrame) {
         scene.RunFrame(nFrame);

@@ -1,6 +1,6 @@
-// Varies: the number of sprites and the part of the frame that is counted. Constant: textured sprites that
-// all move, eight textures in turn, a driver whose functions are empty. Run under callgrind, which counts
-// between start and stop.
+// Varies: the kind and number of nodes and the part of the frame that is counted. Constant: textured sprites
+// or nine-patches that all move, eight textures in turn, a driver whose functions are empty. Run under
+// callgrind, which counts between start and stop.
 
 #include <valgrind/callgrind.h>
 
@@ -21,6 +21,19 @@ bool ParsePhase(char const* pText, Phase& phase) {
         phase = Phase::Render;
     } else if (std::strcmp(pText, "frame") == 0) {
         phase = Phase::Frame;
+    } else {
+        return false;
+    }
+    return true;
+}
+
+bool ParseKind(char const* pText, bench::NodeKind& kind) {
+    if (std::strcmp(pText, "sprites") == 0) {
+        kind = bench::NodeKind::Sprite;
+    } else if (std::strcmp(pText, "nine-patches") == 0) {
+        kind = bench::NodeKind::NinePatch;
+    } else if (std::strcmp(pText, "timelines") == 0) {
+        kind = bench::NodeKind::Timeline;
     } else {
         return false;
     }
@@ -54,13 +67,14 @@ void RunCounted(bench::Backend& backend, bench::BenchScene& scene, Phase phase, 
 
 int main(int argc, char** argv) {
     Phase phase = Phase::Frame;
-    if (argc != 4 || !ParsePhase(argv[3], phase)) {
-        std::fprintf(stderr, "usage: %s SPRITES FRAMES update|render|frame\n", argv[0]);
+    bench::SceneOptions options;
+    if (argc != 5 || !ParseKind(argv[1], options.m_kind) || !ParsePhase(argv[4], phase)) {
+        std::fprintf(stderr, "usage: %s sprites|nine-patches|timelines NODES FRAMES update|render|frame\n",
+                     argv[0]);
         return 2;
     }
-    bench::SceneOptions options;
-    options.m_nSprites = static_cast<unsigned int>(std::atoi(argv[1]));
-    unsigned int const nFrames = static_cast<unsigned int>(std::atoi(argv[2]));
+    options.m_nNodes = static_cast<unsigned int>(std::atoi(argv[2]));
+    unsigned int const nFrames = static_cast<unsigned int>(std::atoi(argv[3]));
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
         std::fprintf(stderr, "the device cannot be initialised\n");

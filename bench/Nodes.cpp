@@ -1,6 +1,6 @@
-// Varies: the number of nodes, whether they lie side by side or below each other, and which of them move.
-// Constant: textured sprites, eight textures in turn, a driver whose functions are empty. Prints the time per
-// node of the host's update and of the render walk with the back end's share.
+// Varies: what nodes are, how many there are, whether they lie side by side or below each other, and which of
+// them move. Constant: eight textures in turn, a driver whose functions are empty. Prints the time per node
+// of the host's update and of the render walk with the back end's share.
 
 #include <algorithm>
 #include <cstdio>
@@ -15,6 +15,7 @@ struct Case {
     unsigned int m_nNodes;
     unsigned int m_nLevels;
     bench::Moving m_moving;
+    bench::NodeKind m_kind = bench::NodeKind::Sprite;
 };
 
 constexpr Case Cases[] = {
@@ -30,11 +31,19 @@ constexpr Case Cases[] = {
     {"1000 levels, the top moves", 1000, 1000, bench::Moving::Topmost},
     {"1000 levels, none moves", 1000, 1000, bench::Moving::None},
     {"10 levels, the top moves", 10000, 10, bench::Moving::Topmost},
+    {"nine-patches, all move", 1000, 1, bench::Moving::All, bench::NodeKind::NinePatch},
+    {"timelines, all move", 100, 1, bench::Moving::All, bench::NodeKind::Timeline},
+    {"timelines, all move", 1000, 1, bench::Moving::All, bench::NodeKind::Timeline},
+    {"timelines, all move", 10000, 1, bench::Moving::All, bench::NodeKind::Timeline},
+    {"timelines, 1000 levels", 1000, 1000, bench::Moving::All, bench::NodeKind::Timeline},
+    {"timelines, none moves", 1000, 1, bench::Moving::None, bench::NodeKind::Timeline},
+    {"timelines, 1000 levels, still", 1000, 1000, bench::Moving::None, bench::NodeKind::Timeline},
 };
 
 void MeasureCase(bench::Backend& backend, Case const& measured) {
     bench::SceneOptions options;
-    options.m_nSprites = measured.m_nNodes;
+    options.m_nNodes = measured.m_nNodes;
+    options.m_kind = measured.m_kind;
     options.m_nLevels = measured.m_nLevels;
     options.m_moving = measured.m_moving;
     bench::BenchScene scene(backend, options);
