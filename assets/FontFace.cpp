@@ -71,6 +71,9 @@ bool FontFace::Open(FontOptions const& options, std::string& error) {
 }
 
 bool FontFace::OpenFace(int nFace, std::string& error) {
+    if (m_bytes.size == 0) {
+        return Fail(error, "is empty");
+    }
     auto const open = [this](FT_Long nIndex) {
         return FT_New_Memory_Face(m_pLibrary, m_bytes.data, static_cast<FT_Long>(m_bytes.size), nIndex,
                                   &m_pFace);
