@@ -40,15 +40,17 @@ int main(int nArguments, char** ppArguments) {
         return Enlarge(std::atoi(ppArguments[2]), ppArguments[3], ppArguments[4]) ? 0 : 1;
     }
     if (nArguments != 2) {
-        std::fprintf(stderr,
-                     "usage: %s FOLDER\n"
-                     "Paints the pictures of the scenes into the folders masks, edges and panels of FOLDER.\n"
-                     "       %s --enlarge N FROM.png TO.png\n"
-                     "Shows the pixels of a picture: writes each as a square of N by N.\n",
-                     ppArguments[0], ppArguments[0]);
+        std::fprintf(
+            stderr,
+            "usage: %s FOLDER\n"
+            "Paints the pictures of the scenes into the folders masks, edges, panels and text of FOLDER.\n"
+            "       %s --enlarge N FROM.png TO.png\n"
+            "Shows the pixels of a picture: writes each as a square of N by N.\n",
+            ppArguments[0], ppArguments[0]);
         return 2;
     }
     std::string const folder = std::string(ppArguments[1]) + "/";
-    return PaintMasks(folder + "masks") && PaintEdges(folder + "edges") && PaintPanels(folder + "panels") ? 0
-                                                                                                          : 1;
+    bool const fPainted = PaintMasks(folder + "masks") && PaintEdges(folder + "edges") &&
+                          PaintPanels(folder + "panels") && PaintText(folder + "text");
+    return fPainted ? 0 : 1;
 }

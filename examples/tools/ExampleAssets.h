@@ -10,5 +10,6 @@ namespace kelvo::examples {
 bool PaintMasks(std::string const& folder);
 bool PaintEdges(std::string const& folder);
 bool PaintPanels(std::string const& folder);
+bool PaintText(std::string const& folder);
 
 } // namespace kelvo::examples
