@@ -175,26 +175,46 @@ public:
     }
 };
 
+/** Notes the image glyphs that it draws. */
 class TestText : public Text {
 public:
     TREVIK_NODE_REFLECTION(TestText, Text, "Text", VisitDrawable)
 
-    void RenderImageBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&,
-                          ColorT<RealFloat> const&) override {}
-    List<GlyphInstance>& GetInstances() { return m_instances; }
-    List<GlyphBatch>& GetBatches() { return m_batches; }
+    std::vector<ColorT<RealFloat>> m_drawnImages; ///< the colour of each batch
+
+    void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const&, GlyphBatch const&,
+                          ColorT<RealFloat> const& color) override {
+        static_cast<TestDevice&>(device).Note("image");
+        if (static_cast<TestDevice&>(device).m_fNoting) {
+            m_drawnImages.push_back(color);
+        }
+    }
+    List<GlyphInstance> const& GetInstances() const { return m_instances; }
+    List<GlyphBatch> const& GetBatches() const { return m_batches; }
 };
 
+/** Notes the batches that it draws. */
 class TestFont : public BitmapFont {
 public:
-    mutable std::vector<GlyphBatch> m_drawn;
-    mutable ColorT<RealFloat> m_color;
+    struct Drawn {
+        GlyphBatch m_batch;
+        Vector3 m_position;
+        ColorT<RealFloat> m_color;
+        bool m_fShadow;
+        Vector3 m_shadowOffset;
+        ColorT<RealFloat> m_shadowColor;
+        Matrix m_transform;
+    };
+    mutable std::vector<Drawn> m_drawn;
 
-    void RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const& batch,
-                          Vector3 const&, ColorT<RealFloat> const& color, bool, Vector3 const&,
-                          ColorT<RealFloat> const&) const override {
-        m_drawn.push_back(batch);
-        m_color = color;
+    void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const&, GlyphBatch const& batch,
+                          Vector3 const& position, ColorT<RealFloat> const& color, bool fShadow,
+                          Vector3 const& shadowOffset, ColorT<RealFloat> const& shadowColor) const override {
+        static_cast<TestDevice&>(device).Note(fShadow ? "shadow" : "glyphs");
+        if (static_cast<TestDevice&>(device).m_fNoting) {
+            m_drawn.push_back(
+                {batch, position, color, fShadow, shadowOffset, shadowColor, device.GetTransformMatrix()});
+        }
     }
 };
 

@@ -1,48 +1,170 @@
 #include <gtest/gtest.h>
 
+#include <functional>
+
+#include "../recorded/AllocationCounter.h"
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
+#include "TextTestSupport.h"
+#include "trevik/Allocation.h"
 #include "trevik/kelvo/PolygonalFont.h"
 
 namespace trevik::kelvo::test {
 namespace {
 
-/** A text of two glyphs, set by hand. */
-struct Words {
-    TestDevice m_device;
-    Ref<TestText> m_pText = Make<TestText>("words");
-    Ref<TestFont> m_pFont = Ref<TestFont>(new TestFont);
-    Glyph m_glyph;
+typedef ColorT<RealFloat> Color;
+typedef RectangleT<RealFloat> Bounds;
+typedef std::vector<std::string> Calls;
 
-    Words() {
-        m_glyph.m_nWidth = 10;
-        m_glyph.m_nHeight = 20;
-        GlyphInstance instance;
-        instance.m_pGlyph = &m_glyph;
-        instance.m_rX = 5;
-        instance.m_rY = -4;
-        m_pText->GetInstances().Append(instance);
-        instance.m_rX = 30;
-        instance.m_rY = -8;
-        m_pText->GetInstances().Append(instance);
+/** Notes the meshes that it draws: where, and in which colour. */
+class MeshFont : public PolygonalFont {
+public:
+    struct Drawn {
+        char32_t m_codePoint;
+        Vector2 m_position;
+        Color m_color;
+        Matrix m_transform;
+    };
+    std::vector<Drawn> m_drawn;
+
+    void RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&, Vector3 const&,
+                          Color const&, bool, Vector3 const&, Color const&) const override {
+        ADD_FAILURE() << "no batches";
     }
+    void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2 const& position,
+                     Color const* pColor) override {
+        m_drawn.push_back({pGlyph->m_nCodePoint, position, *pColor, device.GetTransformMatrix()});
+    }
+    unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
 };
 
 TEST(Text, ItsFontDrawsItsBatchesFaded) {
-    Words words;
-    GlyphBatch batch;
-    batch.m_nCount = 1;
-    words.m_pText->GetBatches().Append(batch);
-    batch.m_nFirst = 1;
-    words.m_pText->GetBatches().Append(batch);
+    SquareText words(u"ab cb");
+    words.m_pFont->Add(SquareFont::MakeSquare('b'), 1);
     words.m_pText->GetOpacityProperty().SetValue(RealFloat(0.5));
+    words.m_pText->GetPositionProperty().SetValue(Vector3(3, 4, 5));
     words.m_pText->Update(words.m_device, 0);
-    words.m_pText->Render(words.m_device); // no font: nothing to draw with
-    words.m_pText->SetFont(words.m_pFont.Get());
     words.m_pText->Render(words.m_device);
     ASSERT_EQ(words.m_pFont->m_drawn.size(), 2u);
-    EXPECT_EQ(words.m_pFont->m_drawn[1].m_nFirst, 1u);
-    EXPECT_EQ(words.m_pFont->m_color.a, RealFloat(0.5));
+    TestFont::Drawn const& drawn = words.m_pFont->m_drawn[1];
+    EXPECT_EQ(drawn.m_batch.m_nFirst, 3u);
+    EXPECT_EQ(drawn.m_batch.m_nCount, 2u);
+    EXPECT_EQ(drawn.m_color, Color(1, 1, 1, RealFloat(0.5)));
+    EXPECT_EQ(drawn.m_position, Vector3(3, 4, 5));
+    EXPECT_FALSE(drawn.m_fShadow);
+    words.m_pText->SetFont(nullptr); // nothing to draw with
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_pFont->m_drawn.size(), 2u);
+}
+
+TEST(Text, ShadowsComeBeforeAllGlyphsAndPicturesHaveNone) {
+    SquareText words(u"a:b");
+    Glyph picture = SquareFont::MakeSquare(':');
+    picture.m_fImage = true;
+    words.m_pFont->Add(picture, 2);
+    words.m_pFont->Add(SquareFont::MakeSquare('b'), 1);
+    words.m_pText->GetOpacityProperty().SetValue(RealFloat(0.25));
+    words.m_pText->Update(words.m_device, 0);
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_device.m_calls, (Calls{"glyphs", "image", "glyphs"}));
+    EXPECT_EQ(words.m_pText->m_drawnImages, std::vector<Color>{Color(1, 1, 1, RealFloat(0.25))});
+    words.m_device.m_calls.clear();
+    words.m_pFont->m_drawn.clear();
+    Color const color(RealFloat(0.5), RealFloat(0.75), 1, RealFloat(0.125));
+    words.m_pText->GetShadowProperty().SetValue(true);
+    words.m_pText->GetShadowOffsetProperty().SetValue(Vector3(6, -8, 3));
+    words.m_pText->GetShadowColorProperty().SetValue(color);
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(20, 40));
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_device.m_calls, (Calls{"shadow", "shadow", "glyphs", "image", "glyphs"}));
+    TestFont::Drawn const& shadow = words.m_pFont->m_drawn[1];
+    EXPECT_EQ(shadow.m_batch.m_nFirst, 2u);
+    EXPECT_EQ(shadow.m_shadowOffset, Vector3(3, -2, 3)) << "in font pixels";
+    EXPECT_EQ(shadow.m_shadowColor, color);
+    EXPECT_EQ(shadow.m_color.a, RealFloat(0.25));
+}
+
+TEST(Text, DrawsInFontPixelsAndLeavesTheTransformAsItWas) {
+    SquareText words(u"a");
+    Matrix const outer = Matrix4Translation(Vector3(100, 200, 300));
+    words.m_device.PushTransformMatrix(outer);
+    words.m_pText->Render(words.m_device);
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(20, 5));
+    words.m_pText->Render(words.m_device);
+    ASSERT_EQ(words.m_pFont->m_drawn.size(), 2u);
+    EXPECT_EQ(words.m_pFont->m_drawn[0].m_transform, outer);
+    EXPECT_EQ(Apply(words.m_pFont->m_drawn[1].m_transform, Vector3(7, 8, 9)), Vector3(114, 204, 309));
+    EXPECT_EQ(words.m_device.GetTransformMatrix(), outer);
+}
+
+/** A font of meshes, with two letters; the first one is 3 to the right of the pen and 2 below the line. */
+struct MeshText {
+    TestDevice m_device;
+    Ref<MeshFont> m_pFont = Ref<MeshFont>(new MeshFont);
+    Ref<TestText> m_pText = Make<TestText>("meshes");
+
+    MeshText() {
+        Glyph glyph = SquareFont::MakeSquare('a');
+        glyph.m_nOffsetX = 3;
+        glyph.m_nOffsetY = 2;
+        glyph.m_nMesh = 0;
+        m_pFont->AddGlyph(glyph);
+        glyph = SquareFont::MakeSquare('b');
+        glyph.m_nMesh = 1;
+        m_pFont->AddGlyph(glyph);
+        m_pFont->AddGlyph(SquareFont::MakeSquare(' ')); // without a mesh
+        m_pText->SetFont(m_pFont.Get());
+        m_pText->GetTextProperty().SetValue(u"a b\na");
+    }
+};
+
+TEST(Text, MeshesAreDrawnOneByOneAtTheirPens) {
+    MeshText words;
+    FontMetrics metrics;
+    metrics.m_rXPixelsPerEm = 10;
+    metrics.m_rYPixelsPerEm = 10;
+    metrics.m_rAscent = 8;
+    metrics.m_rDescent = 2;
+    words.m_pFont->SetMetrics(metrics);
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(20, 40));
+    words.m_pText->GetShadowOffsetProperty().SetValue(Vector3(2, -4, 5));
+    words.m_pText->GetShadowColorProperty().SetValue(Color(1, 0, 1, RealFloat(0.5)));
+    words.m_pText->GetColorProperty().SetValue(Color(0, 1, RealFloat(0.5), RealFloat(0.5)));
+    words.m_pText->GetBottomLeftColorProperty().SetValue(Color(1, RealFloat(0.5), 1, 1));
+    words.m_pText->GetOpacityProperty().SetValue(RealFloat(0.5));
+    words.m_pText->GetShadowProperty().SetValue(true);
+    Matrix const outer = Matrix4Translation(Vector3(100, 200, 300));
+    words.m_device.m_projection = Matrix4Scale(Vector3(RealFloat(0.5), RealFloat(0.25), 1));
+    words.m_device.PushTransformMatrix(outer);
+    words.m_pText->Update(words.m_device, 0);
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_pText->GetBatches().GetCount(), 1u);
+    Vector2 const pens[] = {Vector2(0, -8), Vector2(20, -8), Vector2(0, -18)};
+    ASSERT_EQ(words.m_pFont->m_drawn.size(), 6u);
+    for (std::size_t n = 0; n < 6; ++n) {
+        MeshFont::Drawn const& drawn = words.m_pFont->m_drawn[n];
+        bool const fShadow = n < 3;
+        Vector2 const pen = pens[n % 3] + (fShadow ? Vector2(1, -1) : Vector2());
+        EXPECT_EQ(drawn.m_codePoint, n % 3 == 1 ? U'b' : U'a');
+        EXPECT_EQ(drawn.m_position, pen) << n;
+        // Font pixels, then node units, then what was pushed before, then the projection.
+        EXPECT_EQ(
+            Apply(drawn.m_transform, Vector3(1, 2, 0)),
+            Vector3((100 + 2 * (pen.x + 1)) / 2, (200 + 4 * (pen.y + 2)) / 4, RealFloat(fShadow ? 305 : 300)))
+            << n;
+        EXPECT_EQ(drawn.m_color, fShadow ? Color(1, 0, 1, RealFloat(0.125))
+                                         : Color(0, RealFloat(0.5), RealFloat(0.5), RealFloat(0.25)));
+    }
+    EXPECT_EQ(words.m_device.GetTransformMatrix(), outer);
+}
+
+TEST(Text, HighlightedMeshesHaveTheHighlightsColour) {
+    MeshText words;
+    words.m_device.SetHighlight(true, Color(1, RealFloat(0.5), 0, RealFloat(0.5)));
+    words.m_pText->GetColorProperty().SetValue(Color(0, 0, 1, RealFloat(0.5)));
+    words.m_pText->Render(words.m_device);
+    ASSERT_FALSE(words.m_pFont->m_drawn.empty());
+    EXPECT_EQ(words.m_pFont->m_drawn[0].m_color, Color(1, RealFloat(0.5), 0, RealFloat(0.25)));
 }
 
 /** Draws texts itself, when told to. */
@@ -58,11 +180,7 @@ public:
 };
 
 TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
-    Words words;
-    GlyphBatch batch;
-    batch.m_nCount = 2;
-    words.m_pText->GetBatches().Append(batch);
-    words.m_pText->SetFont(words.m_pFont.Get());
+    SquareText words(u"a");
     Ref<TextEffect> const effects[3] = {new TextEffect, new TextEffect, new TextEffect};
     for (Ref<TextEffect> const& pEffect : effects) {
         words.m_pText->AddEffect(pEffect.Get());
@@ -76,43 +194,292 @@ TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
     EXPECT_EQ(effects[2]->m_nOffers, 1u) << "not asked any more";
 }
 
-TEST(Text, ItsBoundsAreThoseOfItsGlyphs) {
-    Words words;
-    RectangleT<RealFloat> bounds;
-    words.m_pText->GetTextRenderRect(bounds);
-    EXPECT_EQ(bounds, RectangleT<RealFloat>(5, -8, 40, 16));
-    words.m_pText->GetInstances().Clear();
-    words.m_pText->GetTextRenderRect(bounds);
-    EXPECT_EQ(bounds, RectangleT<RealFloat>());
+TEST(Text, ItsCornersHaveTheirColoursWithoutANewLayout) {
+    SquareText words(u"ab");
+    Text& text = *words.m_pText;
+    text.GetColorProperty().SetValue(Color(1, RealFloat(0.5), 1, RealFloat(0.5)));
+    text.Update(words.m_device, 0);
+    text.GetBottomLeftColorProperty().SetValue(Color(RealFloat(0.5), 1, 1, 1));
+    text.GetTopLeftColorProperty().SetValue(Color(1, RealFloat(0.5), 1, 1));
+    text.GetBottomRightColorProperty().SetValue(Color(1, 1, RealFloat(0.5), 1));
+    text.GetTopRightColorProperty().SetValue(Color(1, 1, 1, RealFloat(0.5)));
+    text.Update(words.m_device, 0);
+    ASSERT_EQ(words.m_pText->GetInstances().GetCount(), 2u);
+    for (GlyphInstance const& instance : words.m_pText->GetInstances()) {
+        EXPECT_EQ(instance.m_colors[0], Color(RealFloat(0.5), RealFloat(0.5), 1, RealFloat(0.5)));
+        EXPECT_EQ(instance.m_colors[1], Color(1, RealFloat(0.25), 1, RealFloat(0.5)));
+        EXPECT_EQ(instance.m_colors[2], Color(1, RealFloat(0.5), RealFloat(0.5), RealFloat(0.5)));
+        EXPECT_EQ(instance.m_colors[3], Color(1, RealFloat(0.5), 1, RealFloat(0.25)));
+    }
+    EXPECT_EQ(text.GetLayoutCount(), 1u);
+}
+
+TEST(Text, IsLaidOutWhenSomethingThatItDependsOnHasChanged) {
+    SquareText words(u"some words");
+    Text& text = *words.m_pText;
+    struct {
+        char const* m_pName;
+        std::function<void()> m_change;
+        unsigned int m_nLayouts;
+    } const cases[] = {
+        {"nothing", [] {}, 0},
+        {"text", [&] { text.GetTextProperty().SetValue(u"other words"); }, 1},
+        {"the same text", [&] { text.GetTextProperty().SetValue(u"other words"); }, 0},
+        {"box", [&] { words.SetBox(60); }, 1},
+        {"the same box", [&] { words.SetBox(60); }, 0},
+        {"size", [&] { text.GetFontSizeProperty().SetValue(SizeT<RealFloat>(20, 20)); }, 1},
+        {"horizontal alignment", [&] { text.GetHorizontalAlignmentProperty().SetValue(1); }, 1},
+        {"vertical alignment", [&] { text.GetVerticalAlignmentProperty().SetValue(1); }, 1},
+        {"wrap", [&] { text.GetWordWrapProperty().SetValue(false); }, 1},
+        {"line spacing", [&] { text.GetLineSpacingProperty().SetValue(2); }, 1},
+        {"letter spacing", [&] { text.GetLetterSpacingProperty().SetValue(2); }, 1},
+        {"tab width", [&] { text.GetTabWidthProperty().SetValue(2); }, 1},
+        {"kerning", [&] { text.GetKerningProperty().SetValue(false); }, 1},
+        {"a glyph", [&] { words.m_pFont->Add(SquareFont::MakeSquare('w', 11)); }, 1},
+        {"the font's kerning", [&] { words.m_pFont->SetKerning('o', 'r', 2); }, 1},
+        {"the font's measures", [&] { words.m_pFont->SetMetrics(FontMetrics()); }, 1},
+        {"underlining", [&] { words.m_pFont->GetUnderlineProperty().SetValue(true); }, 1},
+        {"the same font", [&] { text.SetFont(words.m_pFont.Get()); }, 0},
+        {"another font", [&] { text.SetFont(new SquareFont); }, 1},
+        {"position", [&] { text.GetPositionProperty().SetValue(Vector3(1, 2, 3)); }, 0},
+        {"colour", [&] { text.GetColorProperty().SetValue(Color(1, 0, 1, 1)); }, 0},
+        {"shadow", [&] { text.GetShadowProperty().SetValue(true); }, 0},
+    };
+    text.Update(words.m_device, 0);
+    for (auto const& test : cases) {
+        unsigned int const nBefore = text.GetLayoutCount();
+        test.m_change();
+        text.Update(words.m_device, 0);
+        text.Update(words.m_device, 0);
+        text.Render(words.m_device);
+        EXPECT_EQ(text.GetLayoutCount() - nBefore, test.m_nLayouts) << test.m_pName;
+    }
+}
+
+/** A value that changes without telling. */
+class QuietBinding : public PropertyBinding<SizeT<RealFloat>> {
+public:
+    SizeT<RealFloat> m_value;
+
+    SizeT<RealFloat> const& GetValue() const override { return m_value; }
+    SizeT<RealFloat>& GetWritableValue() override { return m_value; }
+    void SetValue(SizeT<RealFloat> const& value) override { m_value = value; }
+    void Notify(bool) override {}
+};
+
+TEST(Text, FollowsBoundAndAnimatedValues) {
+    SquareText words(u"some words");
+    QuietBinding binding;
+    words.m_pText->GetBoxProperty().Bind(&binding);
+    words.m_pText->Update(words.m_device, 0);
+    EXPECT_EQ(words.m_pText->GetLineCount(), 1u);
+    binding.m_value.width = 60;
+    words.m_pText->Update(words.m_device, 0);
+    EXPECT_EQ(words.m_pText->GetLineCount(), 2u);
+    words.m_pText->Update(words.m_device, 0);
+    EXPECT_EQ(words.m_pText->GetLayoutCount(), 2u) << "the value is the same";
+    words.m_pText->GetBoxProperty().Bind(nullptr);
+    Animate<SizeT<RealFloat>>(words.m_pText->GetBoxProperty(), 1, {{0, 0}, {30, 0}});
+    words.m_pText->Update(words.m_device, 1);
+    EXPECT_EQ(words.m_pText->GetLineCount(), 1u);
+    words.m_pText->Update(words.m_device, 2);
+    EXPECT_EQ(words.m_pText->GetLineCount(), 4u);
+}
+
+TEST(Text, IsLaidOutAtTheLatestWhenItIsAskedForOrDrawn) {
+    SquareText words(u"a");
+    EXPECT_EQ(words.GetRectangle(), Bounds(0, -10, 10, 0));
+    words.m_pText->GetTextProperty().SetValue(u"ab");
+    words.m_pText->Render(words.m_device);
+    ASSERT_EQ(words.m_pFont->m_drawn.size(), 1u);
+    EXPECT_EQ(words.m_pFont->m_drawn[0].m_batch.m_nCount, 2u);
+}
+
+/** Notes what a text tells of its size. */
+struct SizeListener {
+    std::vector<SizeT<RealFloat>> m_sizes;
+
+    explicit SizeListener(Text& text) {
+        EXPECT_TRUE(text.GetRenderSizeProperty().GetChangeEvent().Connect(
+            member_function(this, &SizeListener::OnSize)));
+    }
+    void OnSize(SizeT<RealFloat> const& size) { m_sizes.push_back(size); }
+};
+
+TEST(Text, TellsWhenItsRectangleHasChanged) {
+    typedef std::vector<SizeT<RealFloat>> Sizes;
+    SquareText words(u"ab");
+    SizeListener listener(*words.m_pText);
+    auto const update = [&] {
+        listener.m_sizes.clear();
+        words.m_pText->Update(words.m_device, 0);
+        return listener.m_sizes;
+    };
+    EXPECT_EQ(update(), Sizes({{20, 10}}));
+    EXPECT_EQ(update(), Sizes());
+    words.m_pText->GetTextProperty().SetValue(u"cd");
+    EXPECT_EQ(update(), Sizes()) << "as large as before, at the same place";
+    words.m_pText->GetHorizontalAlignmentProperty().SetValue(HorizontalAlignment::Right);
+    EXPECT_EQ(update(), Sizes({{20, 10}})) << "at another place";
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(20, 30));
+    EXPECT_EQ(update(), Sizes({{40, 30}}));
+    EXPECT_EQ(words.GetRectangle(), Bounds(-40, -30, 0, 0));
+    words.m_pText->SetFont(nullptr);
+    EXPECT_EQ(update(), Sizes({{0, 0}}));
+    EXPECT_EQ(words.m_pText->GetLineCount(), 0u);
 }
 
 TEST(Text, IsSelectedWithinItsBounds) {
-    Words words;
+    SquareText words(u"abcd");
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(5, 20));
     words.m_pText->Update(words.m_device, 0);
-    for (RealFloat x : {RealFloat(4), RealFloat(20), RealFloat(41)}) {
+    for (RealFloat x : {RealFloat(-1), RealFloat(5), RealFloat(21)}) {
         List<SelectionPoint> hits;
-        words.m_device.SetSelectionMode(Vector2(x, 4), &hits);
+        words.m_device.SetSelectionMode(Vector2(x, -15), &hits);
         words.m_pText->Render(words.m_device);
         words.m_device.SetRenderMode();
-        ASSERT_EQ(hits.GetCount(), x == 20 ? 1u : 0u) << x;
-        if (x == 20) {
-            EXPECT_NEAR(hits[0].m_position.x, 15.0 / 35, 1e-5);
-            EXPECT_NEAR(hits[0].m_position.y, 0.5, 1e-5);
+        ASSERT_EQ(hits.GetCount(), x == 5 ? 1u : 0u) << x;
+        if (x == 5) {
+            EXPECT_NEAR(hits[0].m_position.x, 0.25, 1e-5);
+            EXPECT_NEAR(hits[0].m_position.y, 0.25, 1e-5);
         }
     }
 }
 
 TEST(Text, ACopySharesTheFontAndHasItsOwnBackground) {
-    Words words;
-    words.m_pText->SetFont(words.m_pFont.Get());
+    SquareText words(u"hello");
     words.m_pText->SetBackground(Make<TestSprite>("background").Get());
-    words.m_pText->GetTextProperty().SetValue(u"hello");
+    words.m_pText->Update(words.m_device, 0);
     Ref<Node> const pCopy(words.m_pText->Clone());
-    Text& copy = static_cast<Text&>(*pCopy);
+    TestText& copy = static_cast<TestText&>(*pCopy);
     EXPECT_EQ(copy.GetFont(), words.m_pFont.Get());
     ASSERT_NE(copy.GetBackground(), nullptr);
     EXPECT_NE(copy.GetBackground(), words.m_pText->GetBackground());
-    EXPECT_TRUE(copy.GetTextProperty().GetValue() == u"hello");
+    copy.Update(words.m_device, 0);
+    EXPECT_EQ(copy.GetInstances().GetCount(), 5u);
+    Bounds bounds;
+    copy.GetTextRenderRect(bounds);
+    EXPECT_EQ(bounds, words.GetRectangle());
+    // From then on they go separate ways.
+    copy.GetTextProperty().SetValue(u"hi");
+    copy.GetColorProperty().SetValue(Color(1, 0, 0, 1));
+    copy.Update(words.m_device, 0);
+    words.m_pText->Update(words.m_device, 0);
+    EXPECT_EQ(copy.GetInstances().GetCount(), 2u);
+    EXPECT_EQ(copy.GetInstances()[0].m_colors[0], Color(1, 0, 0, 1));
+    EXPECT_EQ(words.m_pText->GetInstances().GetCount(), 5u);
+    EXPECT_EQ(words.m_pText->GetInstances()[0].m_colors[0], Color(1, 1, 1, 1));
+}
+
+TEST(Text, ItsGlyphsAreGoneWithTheirFont) {
+    SquareText words(u"abc");
+    words.m_pText->Update(words.m_device, 0);
+    Ref<SquareFont> const pOther(new SquareFont);
+    words.m_pText->SetFont(pOther.Get());
+    words.m_pFont.Reset(); // the glyphs before are no more
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(pOther->m_drawn.size(), 1u);
+    words.m_pText->SetFont(nullptr);
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.GetRectangle(), Bounds());
+}
+
+TEST(Text, AFrameThatChangesNothingAndALayoutThatNeedsNoMoreRoomAllocateNothing) {
+    SquareText words(u"the quick brown fox\njumps over\tthe lazy dog");
+    words.m_device.m_fNoting = false;
+    words.m_pFont->Add(SquareFont::MakeSquare('o'), 1);
+    words.m_pText->GetShadowProperty().SetValue(true);
+    words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(15, 15));
+    String16 const texts[] = {u"the quick brown fox\njumps over\tthe lazy", u"a fox", u""};
+    auto const frame = [&] {
+        words.m_pText->Update(words.m_device, 0, RealFloat(0.05), false);
+        words.m_device.Clear();
+        words.m_pText->Render(words.m_device);
+    };
+    words.SetBox(40);
+    frame();
+    std::size_t const nBefore = AllocationCount();
+    for (int n = 0; n < 30; ++n) {
+        frame();
+        words.SetBox(static_cast<RealFloat>(40 + n));
+        words.m_pText->GetTextProperty().SetValue(texts[n % 3]);
+        words.m_pText->GetColorProperty().SetValue(Color(0, static_cast<RealFloat>(n % 2), 0, 1));
+        frame();
+    }
+    EXPECT_EQ(AllocationCount(), nBefore);
+    EXPECT_EQ(words.m_pText->GetLayoutCount(), 31u);
+    words.m_pText->GetTextProperty().SetValue(u"the quick brown fox jumped over three lazy dogs");
+    frame();
+    EXPECT_GT(AllocationCount(), nBefore) << "the counter does count";
+}
+
+TEST(Text, WithoutMemoryItKeepsTheLayoutThatItHas) {
+    for (bool fFontChanges : {false, true}) {
+        for (unsigned int nAllocations = 0;; ++nAllocations) {
+            SquareText words(u"ab");
+            words.SetBox(0);
+            words.m_pText->Update(words.m_device, 0);
+            Bounds const before = words.GetRectangle();
+            String16 const sLong(u"words of several pages, in lines of one letter each, some with bb");
+            words.m_pFont->Add(SquareFont::MakeSquare('b'), 1);
+            words.m_pText->Update(words.m_device, 0);
+            words.m_pText->GetTextProperty().SetValue(sLong);
+            words.SetBox(1);
+            if (fFontChanges) {
+                words.m_pFont->SetKerning('a', 'b', 1);
+            }
+            TraceLog log;
+            unsigned long long const nBefore = Allocation::GetCount();
+            Allocation::FailAfter(nAllocations);
+            words.m_pText->UpdateLayout();
+            words.m_pText->UpdateLayout();
+            bool const fEnough = Allocation::GetCount() - nBefore < nAllocations;
+            Allocation::FailNever();
+            if (fEnough) {
+                EXPECT_GT(nAllocations, 4u);
+                break;
+            }
+            bool const fLaidOut = words.m_pText->GetInstances().GetCount() > 2;
+            if (!fLaidOut) {
+                EXPECT_EQ(words.m_pText->GetInstances().GetCount(), fFontChanges ? 0u : 2u);
+                EXPECT_EQ(words.m_pText->GetBatches().GetCount(), fFontChanges ? 0u : 2u);
+                EXPECT_EQ(words.m_pText->GetLineCount(), fFontChanges ? 0u : 1u);
+            }
+            words.m_pText->Render(words.m_device); // with memory again
+            EXPECT_EQ(words.GetRectangle().right, 10) << nAllocations;
+            EXPECT_GT(words.m_pText->GetLineCount(), 40u);
+            EXPECT_EQ(before, Bounds(0, -10, 20, 0));
+        }
+    }
+}
+
+TEST(Text, WithoutMemoryForALayoutItSaysSoOnce) {
+    SquareText words(u"some words");
+    TraceLog log;
+    for (int n = 0; n < 3; ++n) {
+        // Three blocks are what the line in the trace takes.
+        Allocation::FailAfter(0);
+        words.m_pText->UpdateLayout();
+        Allocation::FailNever();
+    }
+    EXPECT_LE(log.GetLines().size(), 1u);
+}
+
+TEST(Text, ReportsItsLayoutsMemory) {
+    SquareText words(u"");
+    auto const geometry = [&] {
+        MemoryTracer tracer;
+        tracer.EmitObject(words.m_pText.Get());
+        return tracer.GetBytes(MemoryType::Geometry);
+    };
+    unsigned long long const nBefore = geometry();
+    String16 sText;
+    for (int n = 0; n < 100; ++n) {
+        sText.Append(u"a");
+    }
+    words.m_pText->GetTextProperty().SetValue(sText);
+    words.m_pText->UpdateLayout();
+    EXPECT_GE(geometry() - nBefore, 100 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
 }
 
 TEST(Font, SavesAndLoadsItsMeasures) {
@@ -161,17 +528,7 @@ TEST(Font, IdsAreUnique) {
 }
 
 TEST(Font, APolygonalFontOwnsItsMeshes) {
-    /** Draws nothing. */
-    class Outlines : public PolygonalFont {
-    public:
-        void RenderGlyphBatch(GraphicsDevice&, List<GlyphInstance> const&, GlyphBatch const&, Vector3 const&,
-                              ColorT<RealFloat> const&, bool, Vector3 const&,
-                              ColorT<RealFloat> const&) const override {}
-        void RenderGlyph(GraphicsDevice&, Glyph const*, Vector2T<RealFloat> const&,
-                         ColorT<RealFloat> const*) override {}
-        unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
-    };
-    Outlines font;
+    MeshFont font;
     EXPECT_EQ(font.AddMesh(new GlyphMesh), 0);
     EXPECT_EQ(font.AddMesh(new GlyphMesh), 1);
     EXPECT_EQ(font.AddMesh(nullptr), -1);

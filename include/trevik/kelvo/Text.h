@@ -10,6 +10,8 @@
 namespace trevik::kelvo {
 
 class PolygonalFont;
+class TextLayout;
+struct TextLayoutInput;
 
 /** Where the lines of a text stand between the left and right edge of its box. */
 struct HorizontalAlignment {
@@ -35,13 +37,21 @@ struct VerticalAlignment {
  * A node that lays a string out in glyphs of a font, in batches of one texture each.
  *
  * Lines lie in the box from (0, 0) to "Box" in node space, y up; a side of 0 makes the box a line or point
- * that the text is aligned at, beyond which it extends. Lines end at line feeds and, when the box is wider than
- * 0, where the next word does not fit; words break after spaces, hyphens and between ideographs, and a word
- * that is wider than the box anywhere. Tabs go to the next multiple of the tab width. Code points that the font
- * lacks show its U+FFFD or "?", or nothing. Text runs from left to right.
+ * that the text is aligned at, beyond which it extends. Lines end at line feeds (also behind a carriage
+ * return) and at line and paragraph separators, and, when the box is wider than 0, where the next word does
+ * not fit: words break after spaces, hyphens within words, zero-width spaces and between ideographs or kana,
+ * and a word that is wider than the box anywhere. Spaces and tabs at the end of a line hang: they count for
+ * nothing. Tabs go to the next multiple of the tab width.
  *
- * The layout is made anew at the next update, or earlier when it is asked for, after something that it depends
- * on has changed; colours alone leave the glyphs where they are.
+ * Code points that the font lacks show its U+FFFD or else its "?", or nothing, and so do units that form no
+ * code point; spaces of other kinds look like U+0020 then. Control characters and invisible marks show
+ * nothing. Text runs from left to right. Lines, baselines and glyphs lie on whole font pixels.
+ *
+ * The layout is made anew at the next update, or earlier when it is asked for or drawn, after something that
+ * it depends on has changed; colours alone leave the glyphs where they are. Measures that are not finite
+ * count as their initial values, negative sides of the box as 0. Without memory for a new layout the text
+ * keeps the one that it has, or shows nothing when its font has changed; that is traced, and it tries again
+ * at the next update.
  */
 class TREVIK_API Text : public TransformNode {
 public:
@@ -59,7 +69,9 @@ public:
     /**
      * Lets an effect draw the text (Effect::OverrideDrawText), or else draws first the shadows, then the
      * glyphs of its batches: image glyphs by RenderImageBatch (they cast no shadow), those of polygonal fonts
-     * one by one, all others by the font. The device's transform is scaled to font pixels meanwhile.
+     * one by one, all others by the font. The device's transform is scaled to font pixels meanwhile; for a
+     * glyph of a polygonal font, which is drawn without a projection of its own, it leads from the pen
+     * position all the way to clip space.
      */
     void InternalRender(GraphicsDevice& device) override;
     void InternalSelect(GraphicsDevice& device) override;
@@ -76,7 +88,7 @@ public:
      * glyphs that reach further. All 0 while there are no glyphs.
      */
     void GetTextRenderRect(RectangleT<RealFloat>& rectangle);
-    /** Lays the text out now if that is due. */
+    /** Lays the text out now if that is due, and gives its glyphs their current colours. */
     void UpdateLayout();
     /** How often the text has been laid out. */
     unsigned int GetLayoutCount() const { return m_nLayouts; }
@@ -142,11 +154,38 @@ protected:
     Ref<Font> m_pFont;
     Ref<Sprite> m_pBackgroundSprite;
     List<GlyphInstance> m_instances; ///< in font pixels
-    List<GlyphBatch> m_batches;
+    List<GlyphBatch> m_batches;      ///< of one texture each; none is empty
 
 private:
+    enum TextMarks : unsigned short {
+        LayoutMark = FirstDerivedMark,   ///< of everything that the layout depends on
+        ColorMark = 2 * FirstDerivedMark ///< of "Color" and the corners' colours
+    };
+
+    void SetTextMarks();
+    bool IsLayoutDue() const;
+    bool IsLayoutBound() const;
+    bool TakeColors();
+    void Recolor();
+    bool LayOut();
+    void DropGlyphs();
+    void GetLayoutInput(TextLayoutInput& input) const;
+    bool ReplaceLayout(TextLayoutInput const& input);
+    void SetRenderRectangle(RectangleT<RealFloat> const& rectangle);
+    void RenderBatches(GraphicsDevice& device, bool fShadow);
+    void RenderMeshes(GraphicsDevice& device, GlyphBatch const& batch, bool fShadow);
+    Vector3T<RealFloat> GetPixelShadowOffset() const;
+
+    PolygonalFont* m_pPolygonalFont = nullptr; ///< the font, if it is one
+    TextLayout* m_pLayout = nullptr;           ///< owned; null before the first layout
     unsigned int m_nLayouts = 0;
     unsigned int m_nLines = 0;
+    unsigned int m_nFontRevision = 0; ///< and whether it was underlined, when it was last looked at
+    bool m_fFontUnderlined = false;
+    bool m_fShortOfMemory = false;         ///< there was none for the last layout
+    Vector2T<RealFloat> m_pixelSize{1, 1}; ///< of the layout's font pixels, node units
+    RectangleT<RealFloat> m_renderRectangle;
+    ColorT<RealFloat> m_cornerColors[4]; ///< that the instances have
 };
 
 } // namespace trevik::kelvo
