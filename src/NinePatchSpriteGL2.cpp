@@ -36,11 +36,11 @@ void NinePatchSpriteGL2::RegisterNPProperties() {
 }
 
 void NinePatchSpriteGL2::OnSizeChanged(SizeT<int> const&) {
-    m_fDirty = true;
+    m_dirty = true;
 }
 
 void NinePatchSpriteGL2::OnVectorChanged(Vector3T<RealFloat> const&) {
-    m_fDirty = true;
+    m_dirty = true;
 }
 
 namespace {
@@ -164,11 +164,11 @@ bool NinePatchSpriteGL2::PrepareGrid() {
     if (!m_pTexture || (m_horizontalBands.GetValue().IsEmpty() && m_verticalBands.GetValue().IsEmpty())) {
         return false;
     }
-    if (m_fDirty) {
+    if (m_dirty) {
         if (!EvaluateNinePatchInfo()) {
             return false; // Stays dirty: tried again at the next draw.
         }
-        m_fDirty = false;
+        m_dirty = false;
     }
     return true;
 }

@@ -60,7 +60,7 @@ private:
     void OnSizeChanged(SizeT<int> const& size);
     void OnVectorChanged(Vector3T<RealFloat> const& value);
 
-    bool m_fDirty = true;
+    bool m_dirty = true;
     List<Vector3T<RealFloat>> m_gridVertices;
     List<Vector2T<RealFloat>> m_gridTextureCoords;
     List<unsigned short> m_gridIndices;

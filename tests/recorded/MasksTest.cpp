@@ -1,8 +1,8 @@
 // Nested stencil masks.
 
-#include "DeviceTest.h"
+#include "NodeTest.h"
 
-#include "trevik/kelvo/Mask.h"
+#include "TimelineGL2.h"
 
 namespace {
 
@@ -100,6 +100,93 @@ TEST_F(Masks, AreDrawnWithModelViewTimesProjection) {
     EXPECT_FLOAT_EQ(matrix[0], 0.02f);
     EXPECT_EQ(Draws()[0].state.colorMask, (std::array<bool, 4>{}));
     EXPECT_FALSE(Draws()[0].state.depthMask);
+}
+
+TEST_F(Masks, TheLevelGoesOnWhereTheStencilValueCannot) {
+    BringUp();
+    Ref<Mask> const pMask = MakeMask(0);
+    List<Mask*> masks, none;
+    masks.Append(pMask.Get());
+    for (int i = 0; i < 17; ++i) {
+        Device().PushMasks(masks);
+        Device().PushMasks(none); // counts for nothing
+    }
+    EXPECT_EQ(GetState().stencilFront.ref, 17);
+    for (int i = 0; i < 17; ++i) {
+        EXPECT_TRUE(GetState().IsEnabled(GL_STENCIL_TEST));
+        Device().PopMasks(none);
+        Device().PopMasks(masks);
+    }
+    EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
+    Device().PushMasks(masks);
+    EXPECT_EQ(GetState().stencilFront.ref, 1) << "back at the bottom";
+}
+
+class MasksOfNodes : public NodeTest {
+protected:
+    /** How a draw met the stencil buffer: "+1" raised it where it was 1, "-1" lowered it there, "=1" passed
+     * there. */
+    static std::string Describe(recording::Draw const& draw) {
+        StencilFace const& face = draw.state.stencilFront;
+        if (!draw.state.IsEnabled(GL_STENCIL_TEST)) {
+            return "free";
+        }
+        EXPECT_EQ(face.func, GLenum(GL_EQUAL));
+        EXPECT_EQ(face.fail, GLenum(GL_KEEP));
+        EXPECT_EQ(face.depthFail, face.depthPass) << "whatever the depth test says";
+        bool const fVisible = draw.state.colorMask[0] && draw.state.depthMask;
+        EXPECT_EQ(fVisible, face.depthPass == GL_KEEP) << "masks themselves are not seen";
+        char const* const pChange = face.depthPass == GL_INCR ? "+" : face.depthPass == GL_DECR ? "-" : "=";
+        return pChange + std::to_string(face.ref);
+    }
+};
+
+TEST_F(MasksOfNodes, ChildrenDrawAtTheLevelOfAllMasksAboveThem) {
+    Ref<TimelineGL2> const pOuter(new TimelineGL2);
+    Ref<TimelineGL2> const pInner(new TimelineGL2);
+    Ref<SpriteGL2> const pMasked = MakeSprite(4, 4);
+    pOuter->AddMask(MakeMask().Get());
+    pOuter->AddMask(MakeMask().Get());
+    pInner->AddMask(MakeMask().Get());
+    pMasked->AddMask(MakeMask().Get());
+    pOuter->GetPositionProperty().SetValue({5, 0, 0});
+    pInner->GetPositionProperty().SetValue({0, 7, 0});
+    pMasked->GetPositionProperty().SetValue({3, 0, 0});
+    pOuter->Attach(MakeSprite(1, 1).Get());
+    pOuter->Attach(pInner.Get());
+    pInner->Attach(pMasked.Get());
+    pInner->Attach(MakeSprite(2, 2).Get());
+    pOuter->Attach(MakeSprite(3, 3).Get());
+    Ref<TimelineGL2> const pRoot(new TimelineGL2);
+    pRoot->Attach(pOuter.Get());
+    pRoot->Attach(MakeSprite(5, 5).Get());
+    Draw(*pRoot);
+    Strings found;
+    for (recording::Draw const& draw : Draws()) {
+        found.push_back(Describe(draw));
+    }
+    EXPECT_EQ(found,
+              (Strings{"+0", "+0", "=1", "+1", "+2", "=3", "-3", "=2", "-2", "=1", "-1", "-1", "free"}));
+    // Each mask is lowered where it was raised: in its own node's space.
+    auto const matrix = [](std::size_t draw) { return Draws().at(draw).Uniform("mWorldToView"); };
+    EXPECT_EQ(matrix(0), matrix(10));
+    EXPECT_EQ(matrix(1), matrix(11));
+    EXPECT_EQ(matrix(3), matrix(8));
+    EXPECT_EQ(matrix(4), matrix(6));
+    EXPECT_EQ(matrix(4), matrix(5)) << "the sprite's own";
+    EXPECT_NE(matrix(3), matrix(1));
+    EXPECT_NE(matrix(3), matrix(4));
+}
+
+TEST_F(MasksOfNodes, AreTakenBackWhenNothingIsDrawnInside) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->AddMask(MakeMask().Get());
+    pSprite->GetBlendModeProperty().SetValue(5); // which the sprite leaves to an effect
+    Draw(*pSprite);
+    ASSERT_EQ(Draws().size(), 2u);
+    EXPECT_EQ(Describe(Draws()[0]), "+0");
+    EXPECT_EQ(Describe(Draws()[1]), "-1");
+    EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
 }
 
 } // namespace
