@@ -64,7 +64,7 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
 /**
  * Makes a font of glyph meshes: outlines, not hinted, with curves drawn as lines that are nowhere further
  * than a tenth of a pixel away from them, cut into triangles that do not overlap. Glyph sizes are those of
- * the outlines' boxes, rounded outwards to whole pixels; glyphs without an area have an advance, but neither
+ * the meshes' boxes, rounded outwards to whole pixels; glyphs without an area have an advance, but neither
  * a size nor a mesh. The font is created through `registry` ("PolygonalFont"). Kerning as for bitmap fonts,
  * but not fitted to pixels; `hinting` and `maximumPageSize` mean nothing here.
  *

@@ -4,11 +4,11 @@
 #include "GlyphTriangles.h"
 
 #include <algorithm>
+#include <cmath>
 #include <memory>
 #include <new>
 #include <utility>
 
-#include FT_BBOX_H
 #include FT_OUTLINE_H
 
 namespace trevik::kelvo::assets {
@@ -16,23 +16,37 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr RealFloat Tolerance = RealFloat(0.1);
-constexpr FT_Pos MaximumSize = 65535;
+constexpr FT_Pos MaximumSize = 65534; // one more when rounded outwards
 
-/** An outline's box in whole pixels. */
-FT_BBox RoundOutwards(FT_BBox const& box) {
-    return {box.xMin >> 6, box.yMin >> 6, (box.xMax + 63) >> 6, (box.yMax + 63) >> 6};
-}
-
-bool CheckSize(FontFace const& face, FontCharacter const& character, FT_Outline& source, std::string& error) {
+/** Looked at before anything is made of the outline; its control points may lie further out than its lines.
+ */
+bool CheckSize(FontFace const& face, FontCharacter const& character, FT_Outline const& source,
+               std::string& error) {
     FT_BBox box;
     FT_Outline_Get_CBox(&source, &box);
-    box = RoundOutwards(box);
-    return (box.xMax - box.xMin <= MaximumSize && box.yMax - box.yMin <= MaximumSize) ||
+    return (box.xMax - box.xMin <= MaximumSize * 64 && box.yMax - box.yMin <= MaximumSize * 64) ||
            face.Fail(error, character, "has more than " + std::to_string(MaximumSize) + " pixels a side");
 }
 
+/**
+ * Gives the glyph the box of its mesh, in whole pixels. Outlines have a larger one where a single point marks
+ * the place of an accent.
+ */
+void SetBox(Glyph& glyph, GlyphMesh const& mesh) {
+    Vector3T<RealFloat> least = mesh.m_positions.GetValue()[0];
+    Vector3T<RealFloat> greatest = least;
+    for (Vector3T<RealFloat> const& position : mesh.m_positions.GetValue()) {
+        least = {std::min(least.x, position.x), std::min(least.y, position.y), 0};
+        greatest = {std::max(greatest.x, position.x), std::max(greatest.y, position.y), 0};
+    }
+    glyph.m_nOffsetX = static_cast<int>(std::floor(least.x));
+    glyph.m_nOffsetY = -static_cast<int>(std::floor(least.y));
+    glyph.m_nWidth = static_cast<unsigned short>(std::ceil(greatest.x) - std::floor(least.x));
+    glyph.m_nHeight = static_cast<unsigned short>(std::ceil(greatest.y) - std::floor(least.y));
+}
+
 /** Gives the glyph its mesh and size, unless the outline has no area. */
-bool MakeMesh(FontFace const& face, FT_Outline& source, FontCharacter const& character, Glyph& glyph,
+bool MakeMesh(FontFace const& face, FT_Outline const& source, FontCharacter const& character, Glyph& glyph,
               PolygonalFont& font, std::string& error) {
     GlyphOutline outline;
     std::unique_ptr<GlyphMesh> pMesh(new GlyphMesh);
@@ -47,13 +61,7 @@ bool MakeMesh(FontFace const& face, FT_Outline& source, FontCharacter const& cha
     if (pMesh->m_indices.GetValue().IsEmpty()) {
         return true;
     }
-    FT_BBox box;
-    FT_Outline_Get_BBox(&source, &box);
-    box = RoundOutwards(box);
-    glyph.m_nWidth = static_cast<unsigned short>(box.xMax - box.xMin);
-    glyph.m_nHeight = static_cast<unsigned short>(box.yMax - box.yMin);
-    glyph.m_nOffsetX = static_cast<int>(box.xMin);
-    glyph.m_nOffsetY = static_cast<int>(-box.yMin);
+    SetBox(glyph, *pMesh);
     glyph.m_nMesh = font.AddMesh(pMesh.release());
     return glyph.m_nMesh >= 0 || face.Fail(error, "more glyphs with a mesh than the 32767 a font can have");
 }
