@@ -3,6 +3,7 @@
 
 #include "NodeTest.h"
 
+#include "AllocationCounter.h"
 #include "BitmapFontGL2.h"
 #include "NinePatchSpriteGL2.h"
 #include "TextGL2.h"
@@ -409,6 +410,23 @@ TEST_F(TextBackground, FollowsTheLayout) {
     m_pText->GetHorizontalAlignmentProperty().SetValue(HorizontalAlignment::Right);
     Draw(*m_pText);
     ExpectCovered(Rectangle(-33, -2, 7, 11), {0, 2, 1, 3});
+}
+
+TEST_F(TextBackground, SteadyFramesAllocateNothing) {
+    AddPatch(Rectangle(3, 4, 5, 6));
+    Unnoted const unnoted;
+    std::size_t before = 0;
+    for (int nFrame = 0; nFrame < 20; ++nFrame) {
+        if (nFrame == 3) {
+            before = AllocationCount();
+        }
+        m_pText->GetPositionProperty().SetValue(Vector(RealFloat(nFrame), 0, 0));
+        m_pText->GetScaleProperty().SetValue(Vector(1 + RealFloat(nFrame % 2), 1, 1)); // fits it anew
+        m_pText->Update(Device(), 0);
+        Device().Clear();
+        m_pText->Render(Device());
+    }
+    EXPECT_EQ(AllocationCount() - before, 0u);
 }
 
 TEST_F(TextBackground, AnEmptyTextHasNothingBehindIt) {
