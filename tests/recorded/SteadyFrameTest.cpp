@@ -9,6 +9,7 @@
 #include "TextGL2.h"
 #include "TimelineGL2.h"
 
+#include <algorithm>
 #include <new>
 
 namespace {
@@ -157,6 +158,19 @@ TEST_F(SteadyFrame, IdenticalFramesMakeIdenticalCalls) {
     RunFrame(7);
     EXPECT_EQ(Lines(), first);
     EXPECT_GT(first.size(), 50u);
+}
+
+TEST_F(SteadyFrame, ATextDrawsAllThatItHas) {
+    RunFrame(1);
+    auto const drawsOf = [](std::size_t program) {
+        std::vector<recording::Draw> const draws = Draws();
+        return std::count_if(draws.begin(), draws.end(), [program](recording::Draw const& draw) {
+            return draw.state.program == ProgramName(program);
+        });
+    };
+    EXPECT_EQ(drawsOf(4), 4) << "two pages and their shadows";
+    EXPECT_EQ(drawsOf(5), 4) << "and the underlines of each";
+    EXPECT_EQ(drawsOf(6), 1) << "an image casts no shadow";
 }
 
 TEST_F(SteadyFrame, NothingIsLeftWhenSceneAndDeviceAreGone) {
