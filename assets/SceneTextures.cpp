@@ -43,6 +43,10 @@ ImageOptions ReadOptions(JsonCursor const& place) {
     return options;
 }
 
+std::string DescribeSize(int nWidth, int nHeight) {
+    return std::to_string(nWidth) + "x" + std::to_string(nHeight) + " pixels";
+}
+
 bool IsNinePatchPath(std::string const& path) {
     static std::string const s_ending = ".9.png";
     return path.size() > s_ending.size() &&
@@ -90,6 +94,11 @@ SceneTexture SceneTextures::Load(JsonCursor const& place, std::string const& pat
     if (!(fNinePatch ? LoadNinePatch(path, options, image, ninePatch, error)
                      : LoadImage(path, options, image, error))) {
         place.Fail(error);
+    }
+    if (fNinePatch && (image.allocatedWidth != image.width || image.allocatedHeight != image.height)) {
+        place.Fail("a nine-patch image must fill its texture: it is " +
+                   DescribeSize(image.width, image.height) + ", its texture would be " +
+                   DescribeSize(image.allocatedWidth, image.allocatedHeight));
     }
     m_nBytes += image.pixels.size();
     if (m_nBytes > MaximumBytes) {

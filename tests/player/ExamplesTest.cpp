@@ -11,7 +11,9 @@
 #include <filesystem>
 #include <fstream>
 #include <iterator>
+#include <map>
 #include <string>
+#include <utility>
 #include <vector>
 
 namespace kelvo::player::testing {
@@ -114,14 +116,33 @@ TEST(Examples, ShowWhatTheySay) {
          53,
          {0x8e, 0xca, 0xe6, 255},
          "easeIn: a quarter of the way after half the time"},
+        {"nine-patch-image", 0, 45, 72, {0, 0, 0, 255}, "marks of an image that is read as it is"},
+        {"nine-patch-image", 0, 45, 19, {0x31, 0x31, 0x5a, 255}, "which a nine-patch image does not show"},
+        {"nine-patch-image", 0, 92, 60, {0xff, 0xf3, 0xdc, 255}, "an edge keeps its width"},
+        {"nine-patch-image",
+         0,
+         208,
+         60,
+         {0x6b, 0x33, 0x69, 255},
+         "but not where the node's bands stretch it"},
+        {"nine-patch-image", 0, 200, 144, {0xff, 0xf3, 0xdc, 255}, "a background reaches above its text"},
+        {"nine-patch-image", 0, 200, 139, {0x31, 0x31, 0x5a, 255}, "but by no more than its upper margin"},
+        {"nine-patch-image", 0, 40, 170, {0x6b, 0x33, 0x69, 255}, "and further below it"},
+        {"fonts", 0, 340, 165, {0x0f, 0x5c, 0x6e, 255}, "an outline"},
+        {"fonts", 0, 46, 147, {0xcb, 0x61, 0x60, 255}, "a picture among letters keeps its colours"},
+        {"fonts", 0, 80, 121, {0x0f, 0x5c, 0x6e, 255}, "an underline"},
         {"textures", 0, 86, 30, {255, 0xf3, 0xdc, 255}, "565 keeps the star's bright middle"},
         {"textures", 0, 64, 12, {255, 0xc9, 0x5f, 255}, "and has no alpha in its corner"},
         {"textures", 0, 12, 12, {0x4a, 0x5d, 0x62, 255}, "as the picture has"},
         {"textures", 0, 190, 88, {0, 0, 0, 255}, "alpha alone draws black"},
     };
+    std::map<std::pair<std::string, int>, Picture> pictures;
     for (auto const& shown : cases) {
-        Picture const picture = PictureOf(std::string("format/") + shown.pExample + ".json", shown.nFrame);
-        Colour const found = picture.At(shown.nX, shown.nY);
+        std::pair<std::string, int> const key(shown.pExample, shown.nFrame);
+        if (pictures.count(key) == 0) {
+            pictures[key] = PictureOf(std::string("format/") + shown.pExample + ".json", shown.nFrame);
+        }
+        Colour const found = pictures[key].At(shown.nX, shown.nY);
         EXPECT_TRUE(IsNear(found, shown.colour, 12)) << shown.pExample << ": " << shown.pWhat << ": found "
                                                      << found.r << ", " << found.g << ", " << found.b;
     }
@@ -179,6 +200,43 @@ TEST(Examples, NinePatchKeepsItsFrame) {
     // About 2.4 texels of the picture: stretched with the sprite on the left, as they are on the right.
     EXPECT_NEAR(frameWidth(18), 6, 2);
     EXPECT_NEAR(frameWidth(172), 2, 1);
+}
+
+/** What lies on a ground of one colour inside of a part of a picture. */
+struct Extent {
+    int nLeft, nTop, nRight, nBottom; ///< the outermost columns and rows
+};
+
+Extent FindExtent(Picture const& picture, Extent const& part) {
+    Colour const ground = picture.At(part.nLeft, part.nBottom);
+    Extent extent{part.nRight, part.nBottom, part.nLeft, part.nTop};
+    for (int nY = part.nTop; nY <= part.nBottom; ++nY) {
+        for (int nX = part.nLeft; nX <= part.nRight; ++nX) {
+            if (!IsNear(picture.At(nX, nY), ground, 40)) {
+                extent = {std::min(extent.nLeft, nX), std::min(extent.nTop, nY), std::max(extent.nRight, nX),
+                          std::max(extent.nBottom, nY)};
+            }
+        }
+    }
+    return extent;
+}
+
+TEST(Examples, TextsStandWhereTheyAreAligned) {
+    Picture const picture = PictureOf("format/text.json", 0);
+    // Side bearings of the outermost letters take a pixel or two.
+    Extent const justified = FindExtent(picture, {16, 68, 155, 177});
+    EXPECT_NEAR(justified.nLeft, 16, 2);
+    EXPECT_NEAR(justified.nRight, 155, 2);
+    EXPECT_NEAR(justified.nTop, 69, 4);
+    EXPECT_LT(justified.nBottom, 172);
+    Extent const centred = FindExtent(picture, {172, 68, 301, 177});
+    EXPECT_NEAR(centred.nLeft - 172, 301 - centred.nRight, 4);
+    EXPECT_NEAR(centred.nTop - 68, 177 - centred.nBottom, 12) << "ascent and descent differ";
+    Extent const right = FindExtent(picture, {375, 200, 479, 265});
+    EXPECT_NEAR(right.nRight, 463, 2);
+    EXPECT_LT(right.nBottom, 250);
+    Extent const title = FindExtent(picture, {0, 0, 479, 60});
+    EXPECT_NEAR(title.nLeft, 479 - title.nRight, 16) << "letter spacing and shadow reach to the right";
 }
 
 TEST(Examples, ShowcaseMatchesItsPicture) {
