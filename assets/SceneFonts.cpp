@@ -15,7 +15,8 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr std::size_t MaximumFonts = 256;
-constexpr std::size_t MaximumCharacters = 20000; ///< of one font
+constexpr std::size_t MaximumCharacters = 20000;       ///< of one font
+constexpr std::size_t MaximumSceneCharacters = 100000; ///< of all fonts
 constexpr std::size_t MaximumPageBytes = std::size_t(256) << 20;
 constexpr std::size_t MaximumDescriptionBytes = std::size_t(64) << 20;
 constexpr int LargestMeasure = 16384;
@@ -62,8 +63,14 @@ long ReadCharacterCode(std::string const& text, std::size_t& index) {
     return index > first && fCharacter ? nCode : -1;
 }
 
-/** The characters of "U+0400-U+04FF", or the one of "U+0400". */
-void AddRange(JsonCursor const& place, std::set<unsigned int>& characters) {
+/** Characters one behind the other. */
+struct Range {
+    unsigned int nFirst;
+    unsigned int nLast;
+};
+
+/** What "U+0400-U+04FF" or "U+0400" means. */
+Range ReadRange(JsonCursor const& place) {
     std::string const& text = place.ReadText();
     std::size_t index = 0;
     long const nFirst = ReadCharacterCode(text, index);
@@ -77,14 +84,7 @@ void AddRange(JsonCursor const& place, std::set<unsigned int>& characters) {
     if (nLast < nFirst) {
         place.Fail("the range \"" + text + "\" ends before it begins");
     }
-    if (nLast - nFirst >= static_cast<long>(MaximumCharacters)) {
-        place.Fail("a font has at most " + std::to_string(MaximumCharacters) + " characters");
-    }
-    for (long nCode = nFirst; nCode <= nLast; ++nCode) {
-        if (HasShape(static_cast<unsigned int>(nCode)) && !CodePoint::IsSurrogate(static_cast<int>(nCode))) {
-            characters.insert(static_cast<unsigned int>(nCode));
-        }
-    }
+    return {static_cast<unsigned int>(nFirst), static_cast<unsigned int>(nLast)};
 }
 
 void AddCharacters(std::string const& text, std::set<unsigned int>& characters) {
@@ -176,7 +176,7 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
 }
 
 /** What is made of a file with outlines. */
-void SceneFonts::ReadFontOptions(JsonCursor const& place, Description& description) const {
+void SceneFonts::ReadFontOptions(JsonCursor const& place, Description& description) {
     FontOptions& options = description.options;
     if (std::optional<JsonCursor> const size = place.Find("size")) {
         options.pixelsPerEm = size->ReadInteger(1, 512);
@@ -198,6 +198,25 @@ void SceneFonts::ReadFontOptions(JsonCursor const& place, Description& descripti
         std::size_t const nRanges = ranges->ReadCount("an array of ranges of characters");
         for (std::size_t n = 0; n < nRanges; ++n) {
             AddRange(ranges->GetItem(n), description.characters);
+        }
+    }
+}
+
+/** Ranges count in full even where they overlap, so that they cannot take longer than the scene's budget. */
+void SceneFonts::AddRange(JsonCursor const& place, std::set<unsigned int>& characters) {
+    Range const range = ReadRange(place);
+    std::size_t const nCount = range.nLast - range.nFirst + 1;
+    if (nCount > MaximumCharacters) {
+        place.Fail("a font has at most " + std::to_string(MaximumCharacters) + " characters");
+    }
+    m_nRangeCharacters += nCount;
+    if (m_nRangeCharacters > MaximumSceneCharacters) {
+        place.Fail("the scene's ranges have more than " + std::to_string(MaximumSceneCharacters) +
+                   " characters together");
+    }
+    for (unsigned int nCharacter = range.nFirst; nCharacter <= range.nLast; ++nCharacter) {
+        if (HasShape(nCharacter) && !CodePoint::IsSurrogate(static_cast<int>(nCharacter))) {
+            characters.insert(nCharacter);
         }
     }
 }
@@ -269,6 +288,7 @@ void SceneFonts::Make() {
 }
 
 Ref<Font> SceneFonts::MakeFont(Description& description) {
+    CountCharacters(description);
     Ref<Font> const pFont = LoadFont(description);
     CountPages(description, *pFont);
     for (Image const& image : description.images) {
@@ -286,12 +306,24 @@ Ref<Font> SceneFonts::MakeFont(Description& description) {
     return pFont;
 }
 
-Ref<Font> SceneFonts::LoadFont(Description& description) const {
-    if (description.characters.size() > MaximumCharacters) {
-        description.place.Fail("a font has at most " + std::to_string(MaximumCharacters) +
-                               " characters; this one and its texts ask for " +
-                               std::to_string(description.characters.size()));
+/** Takes the characters of a font out of what one font, and all of them together, may have. */
+void SceneFonts::CountCharacters(Description const& description) {
+    std::size_t const nCount = description.characters.size();
+    if (description.fBMFont) {
+        return; // it has the glyphs that it has
     }
+    if (nCount > MaximumCharacters) {
+        description.place.Fail("a font has at most " + std::to_string(MaximumCharacters) +
+                               " characters; this one and its texts ask for " + std::to_string(nCount));
+    }
+    m_nCharacters += nCount;
+    if (m_nCharacters > MaximumSceneCharacters) {
+        description.place.Fail("the scene's fonts have more than " + std::to_string(MaximumSceneCharacters) +
+                               " characters together");
+    }
+}
+
+Ref<Font> SceneFonts::LoadFont(Description& description) const {
     for (Image const& image : description.images) {
         description.characters.erase(image.glyph.m_nCodePoint);
     }

@@ -65,18 +65,23 @@ private:
 
     Description ReadDescription(JsonCursor const& place);
     void ReadFile(JsonCursor const& place, Description& description) const;
-    void ReadFontOptions(JsonCursor const& place, Description& description) const;
+    void ReadFontOptions(JsonCursor const& place, Description& description);
+    void AddRange(JsonCursor const& place, std::set<unsigned int>& characters);
     void ReadImages(JsonCursor const& place, Description& description);
     Image ReadImage(JsonCursor const& place, unsigned int nCharacter);
     Ref<Font> MakeFont(Description& description);
     Ref<Font> LoadFont(Description& description) const;
+    void CountCharacters(Description const& description);
     void CountPages(Description const& description, Font const& font);
 
     std::string m_folder;
     ClassRegistry const& m_registry;
     SceneTextures& m_textures;
     std::map<std::string, Description> m_fonts;
-    std::size_t m_nPageBytes = 0; ///< of all fonts
+    // Of all fonts.
+    std::size_t m_nRangeCharacters = 0; ///< in their ranges
+    std::size_t m_nCharacters = 0;
+    std::size_t m_nPageBytes = 0;
 };
 
 } // namespace trevik::kelvo::assets

@@ -10,10 +10,10 @@
 namespace trevik::kelvo::assets {
 
 /**
- * Reads a scene file (docs/scene-format.md); textures are looked for from its folder on. Nodes are created
- * through `registry`, saved into a document and loaded from it, so that a scene file and the binary file made
- * of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `error` that says where
- * and what, when anything in the file does not fit.
+ * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are
+ * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
+ * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `error` that
+ * says where and what, when anything in the file does not fit.
  */
 bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error);
 

@@ -122,6 +122,9 @@ SceneTexture const& SceneTextures::FindOrRead(JsonCursor const& place) {
     if (found != m_files.end()) {
         return found->second;
     }
+    if (m_textures.size() + m_files.size() >= MaximumTextures) {
+        place.Fail("the scene has more than " + std::to_string(MaximumTextures) + " textures");
+    }
     return m_files[path] = Load(place, path, ImageOptions(), IsNinePatchPath(path));
 }
 

@@ -437,6 +437,27 @@ TEST_F(SceneTextFilesTest, SaysWhatTheReadersOfFilesSay) {
     }
 }
 
+TEST(SceneText, KeepsToTheLimitsOfCharacters) {
+    std::string ranges;
+    for (int n = 0; n < 11; ++n) {
+        ranges += std::string(n == 0 ? "" : ", ") + "\"U+4E00-U+77FF\""; // 10752 of them
+    }
+    EXPECT_EQ(ErrorOf(SceneWith(Sans("\"ranges\": [" + ranges + "]"), "")),
+              "1: /fonts/f/ranges/9: the scene's ranges have more than 100000 characters together");
+
+    std::string characters;
+    for (int n = 0; n < 19000; ++n) {
+        characters += String8(String16(String16::Format(u"%c", 0x4e00 + n))).GetData();
+    }
+    std::string fonts;
+    for (int n = 0; n < 6; ++n) {
+        fonts += (n == 0 ? "\"" : ",\n\"") + std::to_string(n) +
+                 "\": " + Sans("\"characters\": \"" + characters + "\"");
+    }
+    EXPECT_EQ(ErrorOf("{\"nodes\": [], \"fonts\": {" + fonts + "}}"),
+              "6: /fonts/5: the scene's fonts have more than 100000 characters together");
+}
+
 TEST(SceneText, KeepsToTheLimitOfFontPages) {
     std::string fonts;
     for (int n = 0; n < 200; ++n) {
