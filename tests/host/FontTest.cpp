@@ -310,6 +310,21 @@ TEST(DocumentFont, WithoutMemoryTheDocumentIsWholeOrNone) {
     ExpectSame(*pLoaded, *pFont);
 }
 
+TEST(DocumentFont, APageThatCannotBeEnteredFailsTheDocument) {
+    /** Runs out of memory for as long as it enters its page. */
+    class Short : public TestFont {
+    public:
+        bool Save(Serializer& serializer) override {
+            Ref<Texture> const pPage = MakePage(1);
+            Allocation::FailAfter(0);
+            serializer.GetTextureIndex(pPage.Get());
+            Allocation::FailNever();
+            return TestFont::Save(serializer);
+        }
+    };
+    EXPECT_FALSE(SaveFonts({Ref<Font>(new Short).Get()}));
+}
+
 TEST(DocumentFont, EntriesOfOtherClassesAreNotTakenForFonts) {
     TraceLog traces;
     TestFontRegistry registry;
@@ -445,6 +460,8 @@ TEST(DocumentFont, ADamagedOneIsRefusedAndLeavesTheFontAsItWas) {
         {Damage("Kerning", 4), "a font lacks its kerning, or memory is short"},
         {Damage("Kerning", 0, BytesOf(0x110000)),
          "the kerning of U+110000 and U+0042 is no distance of two code points"},
+        {Damage("Kerning", 4, BytesOf(0x110000)),
+         "the kerning of U+0041 and U+110000 is no distance of two code points"},
         {Damage("Kerning", 8, BytesOf(-Infinity)),
          "the kerning of U+0041 and U+0042 is no distance of two code points"},
         {Damage("Value", 1),
@@ -533,7 +550,9 @@ TEST(DocumentFont, TablesNeedNoOrderAndOfEqualEntriesTheLastOneCounts) {
     EXPECT_EQ(font.GetGlyph('B')->m_nAdvance, 77);
     EXPECT_EQ(font.GetKerning('A', 'B'), 1);
     EXPECT_EQ(font.GetKerning('B', 'A'), 3);
-    EXPECT_EQ(font.GetKerning('C', 'A'), 0);
+    EXPECT_EQ(GetBytes(*SaveToNode(font), HashName("Kerning")),
+              BytesOf(0x41, 0x42, RealFloat(1), 0x42, 0x41, RealFloat(3)))
+        << "a distance of 0 takes its pair out";
 }
 
 TEST(DocumentFont, LoadingReplacesWhatTheFontHad) {
