@@ -18,15 +18,29 @@ using trevik::Vector2T;
 struct Band {
     int start, length;
 };
+using Bands = std::vector<Band>;
 
-/** Where along the texture a pixel of the stretched sprite samples, in texels; one band. */
-double TexelAt(double pixel, int texture, double scale, Band const& band) {
-    double const stretched = texture * scale - (texture - band.length);
-    if (pixel < band.start)
-        return pixel;
-    if (pixel < band.start + stretched)
-        return band.start + (pixel - band.start) * band.length / stretched;
-    return pixel - stretched + band.length;
+/**
+ * Where along the texture a pixel of the stretched sprite samples, in texels: bands, in their order, share
+ * what is left over by the rest in proportion to their lengths.
+ */
+double TexelAt(double pixel, int texture, double scale, Bands const& bands) {
+    int flexible = 0;
+    for (Band const& band : bands)
+        flexible += band.length;
+    if (flexible == 0)
+        return pixel / scale;
+    double const stretch = (texture * scale - (texture - flexible)) / flexible;
+    double shift = 0; // of what follows the bands so far
+    for (Band const& band : bands) {
+        double const start = band.start + shift;
+        if (pixel < start)
+            break;
+        if (pixel < start + band.length * stretch)
+            return band.start + (pixel - start) / stretch;
+        shift += band.length * (stretch - 1);
+    }
+    return pixel - shift;
 }
 
 /** Linear filtering, clamped to the edge; (0, 0) is the picture's upper left corner. */
@@ -49,24 +63,24 @@ Shade Sample(Image const& picture, double x, double y) {
 class DrawnNinePatch : public Stage {
 protected:
     Ref<NinePatchSpriteGL2> AddPatch(int x, int y, Image const& picture, Vector const& scale,
-                                     Band const& bandX, Band const& bandY) {
+                                     Bands const& bandsX, Bands const& bandsY) {
         Ref<Sprite> const pSprite = MakeSprite(picture.Width(), picture.Height(), "NinePatchSprite");
         Ref<NinePatchSpriteGL2> const pPatch(static_cast<NinePatchSpriteGL2*>(pSprite.Get()));
         pPatch->SetTexture(MakeTexture(picture).Get());
         pPatch->GetPositionProperty().SetValue(Vector(RealFloat(x), RealFloat(y), 0));
         pPatch->GetScaleProperty().SetValue(scale);
-        SetBand(pPatch->GetHorizontalBandsProperty(), bandX);
-        SetBand(pPatch->GetVerticalBandsProperty(), bandY);
+        SetBands(pPatch->GetHorizontalBandsProperty(), bandsX);
+        SetBands(pPatch->GetVerticalBandsProperty(), bandsY);
         Root().Attach(pPatch.Get());
         return pPatch;
     }
 
 private:
-    static void SetBand(ListProperty<Vector2T<int>>& property, Band const& band) {
-        List<Vector2T<int>> bands;
-        if (band.length > 0)
-            bands.Append(Vector2T<int>(band.start, band.length));
-        property.SetValue(bands);
+    static void SetBands(ListProperty<Vector2T<int>>& property, Bands const& bands) {
+        List<Vector2T<int>> list;
+        for (Band const& band : bands)
+            list.Append(Vector2T<int>(band.start, band.length));
+        property.SetValue(list);
     }
 };
 
@@ -74,13 +88,19 @@ TEST_F(DrawnNinePatch, BordersKeepTheirTexelsAtEveryScale) {
     struct Case {
         char const* name;
         RealFloat scaleX, scaleY;
-        Band x, y;
+        Bands x, y;
     };
     // Bands in y are counted from the picture's lower edge, as the node's y is.
     Case const cases[] = {
-        {"as it is", 1, 1, {4, 3}, {2, 5}},       {"wide", 3, 1, {4, 3}, {2, 5}},
-        {"tall", 1, 3, {4, 3}, {2, 5}},           {"both", 4, 2.5f, {4, 3}, {2, 5}},
-        {"from the edges", 3, 3, {0, 5}, {6, 4}}, {"one axis", 2, 3, {3, 2}, {0, 0}},
+        {"as it is", 1, 1, {{4, 3}}, {{2, 5}}},
+        {"wide", 3, 1, {{4, 3}}, {{2, 5}}},
+        {"tall", 1, 3, {{4, 3}}, {{2, 5}}},
+        {"both", 4, 2.5f, {{4, 3}}, {{2, 5}}},
+        {"from the edges", 3, 3, {{0, 5}}, {{6, 4}}},
+        {"one axis", 2, 3, {{3, 2}}, {}},
+        {"two bands", 4, 3, {{2, 2}, {7, 2}}, {{1, 3}, {6, 2}}},
+        {"bands of different lengths", 3.5f, 3, {{1, 4}, {8, 1}}, {{2, 1}, {4, 4}}},
+        {"three bands, to the edges", 4, 3.5f, {{0, 2}, {4, 3}, {11, 1}}, {{0, 1}, {5, 5}}},
     };
     Open();
     Image const picture = MakePicture(12, 10);
@@ -92,15 +112,34 @@ TEST_F(DrawnNinePatch, BordersKeepTheirTexelsAtEveryScale) {
         int const width = static_cast<int>(12 * test.scaleX), height = static_cast<int>(10 * test.scaleY);
         for (int row = 0; row < height; ++row) {
             for (int column = 0; column < width; ++column) {
-                double const x = test.x.length ? TexelAt(column + 0.5, 12, test.scaleX, test.x)
-                                               : (column + 0.5) / test.scaleX;
-                double const y =
-                    test.y.length ? TexelAt(row + 0.5, 10, test.scaleY, test.y) : (row + 0.5) / test.scaleY;
+                double const x = TexelAt(column + 0.5, 12, test.scaleX, test.x);
+                double const y = TexelAt(row + 0.5, 10, test.scaleY, test.y);
                 canvas.Blend(3 + column, 2 + row, 1, 1, Sample(picture, x, 10 - y));
             }
         }
-        EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), {4, 1, "filter weights of 8 bits"}));
+        EXPECT_TRUE(
+            CompareImages(DrawFrame(), canvas.Picture(), {4, 1, "filter weights of 8 bits"}, test.name));
         Root().Detach(pPatch.Get());
+    }
+}
+
+TEST_F(DrawnNinePatch, OrnamentsBetweenTwoBandsStayInTheMiddleAtTheirSize) {
+    Open();
+    // A cross of 3 texels, with a band of 2 on each side of it.
+    Image picture(11, 11, Pixel{255, 0, 0, 255});
+    picture.Fill(4, 0, 3, 11, Pixel{0, 0, 255, 255});
+    picture.Fill(0, 4, 11, 3, Pixel{0, 0, 255, 255});
+    Ref<NinePatchSpriteGL2> const pPatch =
+        AddPatch(1, 1, picture, Vector(1, 1, 1), {{1, 2}, {8, 2}}, {{1, 2}, {8, 2}});
+    for (RealFloat scale : {RealFloat(25) / 11, RealFloat(31) / 11, RealFloat(35) / 11}) {
+        int const size = static_cast<int>(std::lround(11 * scale));
+        SCOPED_TRACE(size);
+        pPatch->GetScaleProperty().SetValue(Vector(scale, scale, 1));
+        Canvas canvas(Width, Height, {0, 0, 0, 1});
+        canvas.Blend(1, 1, size, size, {1, 0, 0});
+        canvas.Blend(1 + (size - 3) / 2, 1, 3, size, {0, 0, 1});
+        canvas.Blend(1, 1 + (size - 3) / 2, size, 3, {0, 0, 1});
+        EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), {2, 0.5, "places of fractions"}));
     }
 }
 
@@ -109,7 +148,7 @@ TEST_F(DrawnNinePatch, ChangingTheScaleMovesTheBordersAtOnce) {
     // A frame of one colour around another: its width tells whether the grid is that of this scale.
     Image picture(9, 9, Pixel{255, 0, 0, 255});
     picture.Fill(3, 3, 3, 3, Pixel{0, 0, 255, 255});
-    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(0, 0, picture, Vector(1, 1, 1), {3, 3}, {3, 3});
+    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(0, 0, picture, Vector(1, 1, 1), {{3, 3}}, {{3, 3}});
     for (int scale : {2, 4, 3}) {
         SCOPED_TRACE(scale);
         pPatch->GetScaleProperty().SetValue(Vector(RealFloat(scale), 2, 1));
