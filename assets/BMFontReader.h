@@ -21,9 +21,9 @@ using BMFontPageReader = std::function<bool(std::string const& file, ImageOption
 /**
  * Reads a font as the AngelCode bitmap font generator writes it: a description as text, as XML or in binary
  * form (version 3), told apart by its first bytes, and its pages, PNG files whose names start at the
- * description's folder. A page gives glyphs their shape by its alpha, or by its brightness when it has none.
- * The font is a new object of the class registered as "Font", its textures of "Texture"; it is not
- * initialised yet. Makes no GL calls.
+ * description's folder. A page gives glyphs their shape by its alpha, or by its brightness when it has none
+ * or the description says that it is the same everywhere. The font is a new object of the class registered as
+ * "Font", its textures of "Texture"; it is not initialised yet. Makes no GL calls.
  *
  * One font pixel is one texel; the ascent is the description's base line, the descent what is left of its
  * line height. The description's glyph for missing characters becomes U+FFFD unless the font has that one.

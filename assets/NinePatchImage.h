@@ -18,7 +18,10 @@ struct NinePatchInfo {
     std::vector<Band> x; /**< from left to right, counted from the left edge */
     std::vector<Band> y; /**< from bottom to top, counted from the bottom edge, as sprites want them */
 
-    /** Whether the file says where content goes; else the margins go by the outer edges of the bands. */
+    /**
+     * Whether the file says where content goes, as compiled ones always do; else the margins are the outer
+     * edges of the bands.
+     */
     bool hasContent = false;
     /** From each edge of the picture to the content. */
     int left = 0;
