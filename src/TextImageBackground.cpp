@@ -38,8 +38,6 @@ TextImageBackground::TextImageBackground(TextGL2* pText, Sprite* pSprite)
     ConnectPropertyEvent();
 }
 
-TextImageBackground::~TextImageBackground() = default;
-
 void TextImageBackground::ConnectPropertyEvent() {
     if (!m_pText) {
         return;

@@ -28,7 +28,7 @@ class TextImageBackground {
 public:
     /** Watches the text's properties; the sprite is fitted at the first draw. Both are borrowed. */
     TextImageBackground(TextGL2* pText, Sprite* pSprite);
-    ~TextImageBackground();
+    ~TextImageBackground() = default;
     TextImageBackground(TextImageBackground const&) = delete;
     TextImageBackground& operator=(TextImageBackground const&) = delete;
 

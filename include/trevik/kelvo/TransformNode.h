@@ -105,7 +105,7 @@ protected:
     /** Current value of "CameraDepth". */
     bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
-    enum : unsigned int { CacheLine = 64 };
+    static constexpr unsigned long CacheLine = 64; ///< bytes
     /** Has the memory fetched that drawing a node will read soon; whatever the node, nothing else happens. */
     static void FetchForDrawing(Node const* pNode) {
         char const* const pLines = reinterpret_cast<char const*>(pNode);
