@@ -106,7 +106,7 @@ unsigned int ReadOneCharacter(JsonCursor const& place, std::string const& name) 
     std::vector<unsigned int> characters;
     VisitCharacters(name.substr(0, 8), [&](unsigned int nCharacter) { characters.push_back(nCharacter); });
     if (characters.size() != 1 || !HasShape(characters[0])) {
-        place.Fail("the name of an image is the one character that it stands for");
+        place.Fail("the name of an image is the character that it stands for, a single code point");
     }
     return characters[0];
 }

@@ -343,12 +343,12 @@ TEST_F(SceneTextFilesTest, SaysWhatIsWrongWithAFont) {
          "1: /fonts/f/underlineThickness: expected a number from 0 to 1000, found -1"},
         {Sans("\"images\": [\"heart.png\"]"),
          "1: /fonts/f/images: expected an object with an image under each character, found an array of 1"},
-        {Sans("\"images\": {\"ab\": \"heart.png\"}"),
-         "1: /fonts/f/images/ab: the name of an image is the one character that it stands for"},
-        {Sans("\"images\": {\"\": \"heart.png\"}"),
-         "1: /fonts/f/images/: the name of an image is the one character that it stands for"},
-        {Sans("\"images\": {\"\\n\": \"heart.png\"}"),
-         "1: /fonts/f/images/?: the name of an image is the one character that it stands for"},
+        {Sans("\"images\": {\"ab\": \"heart.png\"}"), "1: /fonts/f/images/ab: the name of an image is the "
+                                                      "character that it stands for, a single code point"},
+        {Sans("\"images\": {\"\": \"heart.png\"}"), "1: /fonts/f/images/: the name of an image is the "
+                                                    "character that it stands for, a single code point"},
+        {Sans("\"images\": {\"\\n\": \"heart.png\"}"), "1: /fonts/f/images/?: the name of an image is the "
+                                                       "character that it stands for, a single code point"},
         {Sans("\"images\": {\"a\": \"hart\"}"),
          "1: /fonts/f/images/a: unknown texture \"hart\"; did you mean \"heart\"?"},
         {Sans("\"images\": {\"a\": \"hart.png\"}"), "1: /fonts/f/images/a: " + m_folder.Path("hart.png") +
