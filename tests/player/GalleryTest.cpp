@@ -1,0 +1,143 @@
+// The scenes of the README's gallery: they play, move and look as its pictures say, from text and from binary
+// files.
+
+#include "Picture.h"
+#include "ProcessRunner.h"
+#include "TestImages.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <filesystem>
+#include <string>
+
+namespace kelvo::player::testing {
+namespace {
+
+using trevik::kelvo::assets::testing::TemporaryFolder;
+
+struct GalleryScene {
+    std::string name;
+    int nFrame; ///< of the README's picture
+    int nTimes; ///< that the picture is enlarged
+    double rMean;
+};
+
+// Another driver rounds otherwise and moves edges by a part of a pixel; another version of FreeType moves
+// those of letters.
+GalleryScene const Scenes[] = {
+    {"masks", 20, 1, 0.5}, {"panels", 72, 1, 0.5}, {"edges", 25, 4, 0.5}, {"text", 89, 1, 2}};
+
+std::string PathOf(std::string const& scene) {
+    return KELVO_EXAMPLES "/" + scene + "/scene.json";
+}
+
+Picture Draw(std::string const& path, int nFrame) {
+    TemporaryFolder const folder;
+    Outcome const outcome = Play({path, "--frames", std::to_string(nFrame), "--out", folder.Path("p.png")});
+    EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "") << path;
+    return ReadPicture(folder.Path("p.png"));
+}
+
+/** The mean difference of two pictures' channels, the second of which is enlarged. */
+double MeanDifference(Picture const& drawn, Picture const& shown, int nTimes) {
+    EXPECT_EQ(drawn.nWidth * nTimes, shown.nWidth);
+    EXPECT_EQ(drawn.nHeight * nTimes, shown.nHeight);
+    double sum = 0;
+    for (int y = 0; y < shown.nHeight; ++y) {
+        for (int x = 0; x < shown.nWidth; ++x) {
+            Colour const a = drawn.At(x / nTimes, y / nTimes);
+            Colour const b = shown.At(x, y);
+            sum += std::abs(a.r - b.r) + std::abs(a.g - b.g) + std::abs(a.b - b.b);
+        }
+    }
+    return sum / (3.0 * shown.nWidth * shown.nHeight);
+}
+
+TEST(Gallery, ShowsWhatThePlayerDraws) {
+    for (GalleryScene const& scene : Scenes) {
+        Picture const shown = ReadPicture(KELVO_EXAMPLES "/../docs/images/" + scene.name + ".png");
+        EXPECT_LT(MeanDifference(Draw(PathOf(scene.name), scene.nFrame), shown, scene.nTimes), scene.rMean)
+            << scene.name << ": scripts/make-example-assets makes its picture anew";
+    }
+}
+
+TEST(Gallery, PlaysTheSameFromBinaryFiles) {
+    for (GalleryScene const& scene : Scenes) {
+        TemporaryFolder const folder; // where none of the scene's files are
+        std::string const binary = folder.Path("scene.kelvo");
+        Outcome const saved = Play({PathOf(scene.name), "--frames", std::to_string(scene.nFrame), "--save",
+                                    binary, "--out", folder.Path("text.png")});
+        ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
+        Picture const drawn = Draw(binary, scene.nFrame);
+        EXPECT_EQ(Difference(drawn, ReadPicture(folder.Path("text.png"))), 0) << scene.name;
+    }
+}
+
+TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
+    struct {
+        char const* pScene;
+        int nFrom, nTo;
+        int nMovingX, nMovingY, nMovingWidth, nMovingHeight;
+        int nStillX, nStillY, nStillWidth, nStillHeight;
+    } const cases[] = {
+        {"masks", 10, 60, 285, 175, 60, 65, 0, 0, 80, 290},    // the bowl; the wall left of the window
+        {"panels", 0, 30, 40, 20, 280, 300, 0, 0, 20, 360},    // the frame; the wall beside it
+        {"edges", 0, 20, 8, 2, 68, 70, 0, 70, 24, 20},         // the left mill's sails; the field
+        {"text", 30, 60, 384, 230, 276, 120, 60, 150, 280, 9}, // the words in the panel; above the columns
+    };
+    for (auto const& part : cases) {
+        SCOPED_TRACE(part.pScene);
+        Picture const from = Draw(PathOf(part.pScene), part.nFrom);
+        Picture const to = Draw(PathOf(part.pScene), part.nTo);
+        int nMoved = 0;
+        for (int y = 0; y < from.nHeight; ++y) {
+            for (int x = 0; x < from.nWidth; ++x) {
+                bool const fSame = from.At(x, y) == to.At(x, y);
+                auto const isIn = [x, y](int nLeft, int nTop, int nWidth, int nHeight) {
+                    return x >= nLeft && x < nLeft + nWidth && y >= nTop && y < nTop + nHeight;
+                };
+                nMoved += !fSame && isIn(part.nMovingX, part.nMovingY, part.nMovingWidth, part.nMovingHeight);
+                if (isIn(part.nStillX, part.nStillY, part.nStillWidth, part.nStillHeight)) {
+                    ASSERT_TRUE(fSame) << x << ", " << y;
+                }
+            }
+        }
+        EXPECT_GT(nMoved, part.nMovingWidth * part.nMovingHeight / 20);
+    }
+}
+
+TEST(Gallery, PicturesAreUpToDate) {
+    TemporaryFolder const folder;
+    for (GalleryScene const& scene : Scenes) {
+        std::filesystem::create_directory(folder.Path(scene.name));
+    }
+    ASSERT_EQ(RunProgram(KELVO_EXAMPLE_ASSETS, {folder.Path("")}).nExitCode, 0);
+    for (GalleryScene const& scene : Scenes) {
+        int nFiles = 0;
+        for (auto const& file : std::filesystem::directory_iterator(folder.Path(scene.name))) {
+            std::string const committed =
+                KELVO_EXAMPLES "/" + scene.name + "/" + file.path().filename().string();
+            // The last bit may be another C library's.
+            EXPECT_LE(Difference(ReadPicture(file.path().string()), ReadPicture(committed)), 2) << committed;
+            ++nFiles;
+        }
+        EXPECT_GE(nFiles, 5) << scene.name;
+    }
+}
+
+TEST(Gallery, ThePainterSaysWhatItCannotDo) {
+    TemporaryFolder const folder;
+    EXPECT_EQ(RunProgram(KELVO_EXAMPLE_ASSETS, {}).nExitCode, 2);
+    Outcome const missing = RunProgram(KELVO_EXAMPLE_ASSETS, {folder.Path("nowhere")});
+    EXPECT_EQ(missing.nExitCode, 1);
+    EXPECT_NE(missing.errors.find("nowhere"), std::string::npos) << missing.errors;
+    Outcome const enlarged =
+        RunProgram(KELVO_EXAMPLE_ASSETS, {"--enlarge", "4", folder.Path("none.png"), folder.Path("out.png")});
+    EXPECT_EQ(enlarged.nExitCode, 1);
+    EXPECT_NE(enlarged.errors.find("none.png"), std::string::npos) << enlarged.errors;
+}
+
+} // namespace
+} // namespace kelvo::player::testing
