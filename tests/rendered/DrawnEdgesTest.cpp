@@ -15,7 +15,8 @@ constexpr int StageSize = 96;
 constexpr double Middle = StageSize / 2;
 constexpr int SpriteWidth = 44;
 constexpr int SpriteHeight = 30;
-// The coverage table has 32 entries; where it is steepest, neighbours differ by 13, and the lower one is taken.
+// The coverage table has 32 entries; where it is steepest, neighbours differ by 13, and the lower one is
+// taken.
 constexpr int CoverageTolerance = 16;
 
 /** Where a pixel's centre lies in a sprite that is turned about the middle of the picture. */
