@@ -70,6 +70,9 @@ CharacterClass GetCharacterClass(unsigned int nCodePoint) {
     if (nCodePoint == ' ') {
         return Class::Space;
     }
+    if (nCodePoint >= 0x4e00 && nCodePoint <= 0x9fff) {
+        return Class::Ideograph;
+    }
     Range const* const pRange =
         std::lower_bound(std::begin(s_ranges), std::end(s_ranges), nCodePoint,
                          [](Range const& range, unsigned int nWanted) { return range.m_nLast < nWanted; });
