@@ -86,7 +86,8 @@ public:
     /**
      * Reads a rectangle of the current target into a texture: in viewport pixels with y down, while the rows
      * that are read come from the bottom up: intended. RGBA8888 from surfaces of 16 bits of colour, RGB888
-     * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels.
+     * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where the driver refuses
+     * GL_RGB.
      * @param ppTexture a texture to fill, which gives up its image before, or null for a new one, which comes
      * without a reference.
      * @return false, without a message, for other surfaces and when GL refuses; without memory for the pixels

@@ -111,12 +111,39 @@ ReadFormat ChooseReadFormat() {
     }
 }
 
-/** Reads a rectangle of the current target, by its lower left corner; false when GL reports an error. */
-bool ReadRectangle(GLint nX, GLint nY, SizeT<int> const& size, GLenum format, void* pPixels) {
+/** A rectangle of the current target, by its lower left corner. */
+struct PixelArea {
+    GLint m_nX;
+    GLint m_nY;
+    GLsizei m_nWidth;
+    GLsizei m_nHeight;
+};
+
+/** Reads bytes of a format; false when GL reports an error. */
+bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
+    glReadPixels(area.m_nX, area.m_nY, area.m_nWidth, area.m_nHeight, format, GL_UNSIGNED_BYTE, pPixels);
+    return glGetError() == GL_NO_ERROR;
+}
+
+/** For drivers that read no GL_RGB, as they may: reads GL_RGBA, and keeps three bytes of each four. */
+bool ReadRGBOfRGBA(PixelArea const& area, unsigned char* pPixels) {
+    unsigned int const nBytes = Texture::GetImageSize(area.m_nWidth, area.m_nHeight, TextureFormat::RGBA8888);
+    PixelBuffer wide;
+    if (!wide.Allocate(nBytes) || !ReadAs(area, GL_RGBA, wide.GetData())) {
+        return false;
+    }
+    for (unsigned char const* pWide = wide.GetData(); pWide != wide.GetData() + nBytes; pWide += 4) {
+        *pPixels++ = pWide[0];
+        *pPixels++ = pWide[1];
+        *pPixels++ = pWide[2];
+    }
+    return true;
+}
+
+bool ReadArea(PixelArea const& area, GLenum format, unsigned char* pPixels) {
     // What earlier draws left behind is not this read's.
     for (unsigned int nFlags = 0; nFlags < MaximumErrorFlags && glGetError() != GL_NO_ERROR; ++nFlags) {}
-    glReadPixels(nX, nY, size.width, size.height, format, GL_UNSIGNED_BYTE, pPixels);
-    return glGetError() == GL_NO_ERROR;
+    return ReadAs(area, format, pPixels) || (format == GL_RGB && ReadRGBOfRGBA(area, pPixels));
 }
 
 } // namespace
@@ -165,7 +192,8 @@ GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const&
     }
     RectangleT<int> const viewport = GetViewport();
     int const nY = viewport.bottom - viewport.top - rectangle.top - size.height;
-    if (!ReadRectangle(rectangle.left, nY, size, read.format, pixels.GetData())) {
+    PixelArea const area = {rectangle.left, nY, size.width, size.height};
+    if (!ReadArea(area, read.format, pixels.GetData())) {
         return ReadResult::Refused;
     }
     texture.GetMipLevels().SetValue(levels);

@@ -164,6 +164,24 @@ TEST_F(ReadBack, FillsOneLevelWithTheRowsAsGLGivesThem) {
     }
 }
 
+TEST_F(ReadBack, TakesThreeBytesOfFourWhereTheDriverReadsNoRGB) {
+    SetColorBits(8, 8, 8);
+    FailAt("glReadPixels", 1, GL_INVALID_OPERATION);
+    trevik::kelvo::Texture* pTexture = nullptr;
+    Clear();
+    ASSERT_TRUE(Read(&pTexture));
+    Ref<trevik::kelvo::Texture> const pKept(pTexture);
+    EXPECT_EQ(Count("glReadPixels"), 2u);
+    EXPECT_EQ(LastCall("glReadPixels").line, "glReadPixels(3, 28, 7, 5, GL_RGBA, GL_UNSIGNED_BYTE, *)");
+    EXPECT_EQ(pTexture->GetFormat(), TextureFormat::RGB888);
+    unsigned char const* const pPixels = pTexture->GetPixelData().GetBuffer().GetData();
+    for (int n = 0; n < ReadWidth * ReadHeight * 3; ++n) {
+        int const x = n / 3 % ReadWidth;
+        int const y = n / 3 / ReadWidth;
+        ASSERT_EQ(pPixels[n], ReadPixelsPattern(3 + x, Height - 4 - ReadHeight + y, n % 3)) << n;
+    }
+}
+
 TEST_F(ReadBack, RefillsATextureThatIsDrawnAlready) {
     SetColorBits(8, 8, 8);
     Ref<TextureGL2> const pTexture = MakeTexture(50, 40);

@@ -77,6 +77,8 @@ protected:
 
     /** Updates and draws the root, all of it with the alpha test or all without, and shows the frame. */
     Image DrawFrame(bool fAlphaTest = false);
+    /** What DrawFrame draws: the root. A test may draw more, or by another way. */
+    virtual void DrawScene();
 
     trevik::ClassRegistry m_registry;
 
