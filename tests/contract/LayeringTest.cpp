@@ -38,7 +38,8 @@ Room const g_back = {"src", "(include|src)/|platform/desktop/include/(?!kelvo_de
                      "pthread\\.h|jni\\.h|EGL/egl(ext)?\\.h|GLES2/gl2(ext)?\\.h"};
 std::string const g_platformSystem = WithPosix("jni\\.h|EGL/.*|GLES[23]/.*|KHR/.*");
 Room const g_platform = {"platform", "(include|platform)/", g_platformSystem.c_str()};
-std::string const g_assetsSystem = WithPosix("png\\.h|nlohmann/.*|ETC1/.*|ft2build\\.h|freetype/.*");
+std::string const g_assetsSystem =
+    WithPosix("png\\.h|nlohmann/.*|ETC1/.*|ft2build\\.h|freetype/.*|fontconfig/.*|pugixml\\.hpp|GL/glu\\.h");
 Room const g_assets = {"assets", "(include|host|src|platform|assets)/", g_assetsSystem.c_str()};
 std::string const g_playerSystem = WithPosix("EGL/.*|GLES2/.*|CLI/.*|SDL.*");
 Room const g_player = {"player", "(include|host|src|platform|assets|player)/", g_playerSystem.c_str()};
