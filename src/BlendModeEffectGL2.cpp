@@ -4,6 +4,7 @@
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
+#include "SharedShaders.h"
 #include "UniformNames.h"
 
 namespace trevik::kelvo {
@@ -11,16 +12,6 @@ namespace trevik::kelvo {
 namespace {
 
 using Source = StringLiteral<UTF16Encoding>;
-
-constexpr Source BlendVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-uniform mat4 mWorldToView;
-varying vec2 vTexture;
-void main() {
-    gl_Position = mWorldToView * vInPosition;
-    vTexture = vInTexture;
-}
-)");
 
 constexpr Source ColorDodgeFragment(uR"(precision mediump float;
 uniform sampler2D sTexture;
@@ -130,14 +121,14 @@ bool BlendModeResourceGL2::Init(GraphicsDevice&) {
         char16_t const* pName;
     } const programs[] = {
         {m_colorDodgeProgram,
-         {ColorDodgeFragment, BlendVertex, VertexAttribSetup_BlendMode_ColorDodge},
+         {ColorDodgeFragment, TexturedVertex, VertexAttribSetup_BlendMode_ColorDodge},
          u"colour dodge"},
         {m_multiplyProgram,
-         {MultiplyFragment, BlendVertex, VertexAttribSetup_BlendMode_Multiply},
+         {MultiplyFragment, TexturedVertex, VertexAttribSetup_BlendMode_Multiply},
          u"multiply"},
-        {m_screenProgram, {FadedFragment, BlendVertex, VertexAttribSetup_BlendMode_Screen}, u"screen"},
+        {m_screenProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Screen}, u"screen"},
         {m_exclusionProgram,
-         {FadedFragment, BlendVertex, VertexAttribSetup_BlendMode_Exclusion},
+         {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Exclusion},
          u"exclusion"},
     };
     for (Program const& program : programs) {

@@ -2,6 +2,7 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
+#include "SharedShaders.h"
 #include "UniformNames.h"
 
 #include <new>
@@ -12,15 +13,6 @@ namespace {
 
 using Source = StringLiteral<UTF16Encoding>;
 using Name = StringEncoded<UTF16Encoding>;
-
-constexpr Source PassVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-varying vec2 vTexture;
-void main() {
-    gl_Position = vInPosition;
-    vTexture = vInTexture;
-}
-)");
 
 // Nine taps whose weights sum up to 1.
 constexpr Source BlurFragment(uR"(precision mediump float;
@@ -66,12 +58,12 @@ bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
     if (!CreateTargets(nWidth / 2, nHeight / 2)) {
         return false;
     }
-    m_blurProgram = BuildProgram({BlurFragment, PassVertex, VertexAttribSetup_GaussianBlurEffect_Blur},
+    m_blurProgram = BuildProgram({BlurFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blur},
                                  Name::FromLiteral(u"Gaussian blur, pass"));
     if (!m_blurProgram) {
         return false;
     }
-    m_blendProgram = BuildProgram({BlendFragment, PassVertex, VertexAttribSetup_GaussianBlurEffect_Blend},
+    m_blendProgram = BuildProgram({BlendFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blend},
                                   Name::FromLiteral(u"Gaussian blur, composite"));
     m_texelWidth = 1.0f / static_cast<float>(nWidth);
     m_texelHeight = 1.0f / static_cast<float>(nHeight);

@@ -2,6 +2,7 @@
 
 #include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
+#include "SharedShaders.h"
 #include "UniformNames.h"
 #include "trevik/Ref.h"
 #include "trevik/ScopeCounter.h"
@@ -17,29 +18,10 @@ using Name = StringEncoded<UTF16Encoding>;
 
 // The vertex shaders. Where there is no mViewToViewport, mWorldToView alone takes positions to clip space.
 
-constexpr Source TexturedVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-uniform mat4 mWorldToView;
-varying vec2 vTexture;
-void main() {
-    gl_Position = mWorldToView * vInPosition;
-    vTexture = vInTexture;
-}
-)");
-
 constexpr Source SolidVertex(uR"(attribute vec4 vInPosition;
 uniform mat4 mWorldToView;
 void main() {
     gl_Position = mWorldToView * vInPosition;
-}
-)");
-
-constexpr Source PostProcessVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-varying vec2 vTexture;
-void main() {
-    gl_Position = vInPosition;
-    vTexture = vInTexture;
 }
 )");
 
@@ -275,7 +257,7 @@ struct CatalogueEntry {
 constexpr CatalogueEntry Catalogue[] = {
     {ShaderId::Textured, {TexturedFragment, TexturedVertex, VertexAttribSetup_Default}},
     {ShaderId::Solid, {SolidFragment, SolidVertex, VertexAttribSetup_DefaultNoTex}},
-    {ShaderId::PostProcess, {PostProcessFragment, PostProcessVertex, VertexAttribSetup_DefaultPost}},
+    {ShaderId::PostProcess, {PostProcessFragment, QuadVertex, VertexAttribSetup_DefaultPost}},
     {ShaderId::AlphaTested, {AlphaTestedFragment, TexturedVertex, VertexAttribSetup_DefaultAlphaTest}},
     {ShaderId::Text, {TextFragment, TextVertex, VertexAttribSetup_Text}},
     {ShaderId::TextUnderline, {TextUnderlineFragment, TextUnderlineVertex, VertexAttribSetup_TextUnderline}},
