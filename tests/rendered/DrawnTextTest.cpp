@@ -123,7 +123,8 @@ private:
         glyph.m_nOffsetX = source.offsetX;
         glyph.m_nOffsetY = source.offsetY;
         glyph.m_nAdvance = source.advance;
-        glyph.m_pTexture = MakeTexture(source.coverage);
+        if (glyph.m_nWidth > 0)
+            glyph.m_pTexture = MakeTexture(source.coverage);
         glyph.m_textureRectangle[2] = glyph.m_textureRectangle[3] = 1;
         glyph.m_fImage = source.fPicture;
         return glyph;
