@@ -13,7 +13,6 @@ constexpr unsigned int SmallestTable = 16;
 void TextGroups::Clear() {
     m_groups.Clear();
     m_table.Clear();
-    m_nLast = 0;
 }
 
 bool TextGroups::Add(Texture const* pTexture, bool fImage, unsigned int& nGroup) {

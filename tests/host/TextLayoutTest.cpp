@@ -113,7 +113,8 @@ TEST(TextLayout, WithoutWordWrapOnlyLineEndsEndLines) {
 
 TEST(TextLayout, ABoxAsWideAsTheTextTakesIt) {
     // Font pixels and node units are worlds apart, so that the width is rounded on its way there and back.
-    for (RealFloat rFontSize : {RealFloat(0.7), RealFloat(1) / 3, RealFloat(12.1), RealFloat(333.3)}) {
+    for (int nSize = 1; nSize < 200; ++nSize) {
+        RealFloat const rFontSize = static_cast<RealFloat>(nSize) / 7;
         SquareText text(u"some words to be measured, and then to be laid out again");
         text.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(rFontSize, rFontSize));
         RealFloat const rWidth = text.GetRectangle().GetWidth();
@@ -121,6 +122,28 @@ TEST(TextLayout, ABoxAsWideAsTheTextTakesIt) {
         EXPECT_EQ(text.GetLines().size(), 1u) << rFontSize;
         text.SetBox(rWidth * RealFloat(0.995));
         EXPECT_EQ(text.GetLines().size(), 2u) << rFontSize;
+    }
+}
+
+TEST(TextLayout, TabsGoOnHoweverTheirWidthIsRounded) {
+    for (int nWidth = 1; nWidth < 200; ++nWidth) {
+        RealFloat const rWidth = static_cast<RealFloat>(nWidth) / 7 + 1;
+        SquareText text(u"\t\t\t\t\t\t\t\t\t\t\t\ta");
+        text.m_pText->GetTabWidthProperty().SetValue(rWidth);
+        EXPECT_NEAR(text.GetPens().at(0), 12 * rWidth, 0.51);
+    }
+}
+
+TEST(TextLayout, WhatTakesNoRoomNeitherMakesNorEndsALine) {
+    for (char16_t const* pText : {u"\u200babc", u"\u200b\u2060abc", u"ab\u0301c\u0301", u"ab\u200b\u200bc"}) {
+        SquareText text(pText);
+        text.m_pFont->Add(SquareFont::MakeSquare(0x301, 0));
+        text.SetBox(20);
+        EXPECT_EQ(text.GetLines().size(), 2u);
+        EXPECT_EQ(text.m_pText->GetLineCount(), 2u);
+        text.SetBox(5);
+        EXPECT_EQ(text.GetLines().size(), 3u) << "marks stay with letters that are too wide themselves";
+        EXPECT_EQ(text.m_pText->GetLineCount(), 3u);
     }
 }
 

@@ -199,11 +199,17 @@ TEST(Text, ItsCornersHaveTheirColoursWithoutANewLayout) {
     Text& text = *words.m_pText;
     text.GetColorProperty().SetValue(Color(1, RealFloat(0.5), 1, RealFloat(0.5)));
     text.Update(words.m_device, 0);
-    text.GetBottomLeftColorProperty().SetValue(Color(RealFloat(0.5), 1, 1, 1));
-    text.GetTopLeftColorProperty().SetValue(Color(1, RealFloat(0.5), 1, 1));
-    text.GetBottomRightColorProperty().SetValue(Color(1, 1, RealFloat(0.5), 1));
-    text.GetTopRightColorProperty().SetValue(Color(1, 1, 1, RealFloat(0.5)));
-    text.Update(words.m_device, 0);
+    struct {
+        ColorProperty& m_property;
+        Color m_color;
+    } const corners[] = {{text.GetBottomLeftColorProperty(), Color(RealFloat(0.5), 1, 1, 1)},
+                         {text.GetTopLeftColorProperty(), Color(1, RealFloat(0.5), 1, 1)},
+                         {text.GetBottomRightColorProperty(), Color(1, 1, RealFloat(0.5), 1)},
+                         {text.GetTopRightColorProperty(), Color(1, 1, 1, RealFloat(0.5))}};
+    for (auto const& corner : corners) {
+        corner.m_property.SetValue(corner.m_color);
+        text.Update(words.m_device, 0);
+    }
     ASSERT_EQ(words.m_pText->GetInstances().GetCount(), 2u);
     for (GlyphInstance const& instance : words.m_pText->GetInstances()) {
         EXPECT_EQ(instance.m_colors[0], Color(RealFloat(0.5), RealFloat(0.5), 1, RealFloat(0.5)));
@@ -379,6 +385,10 @@ TEST(Text, ItsGlyphsAreGoneWithTheirFont) {
     words.m_pFont.Reset(); // the glyphs before are no more
     words.m_pText->Render(words.m_device);
     EXPECT_EQ(pOther->m_drawn.size(), 1u);
+    words.m_pText->SetFont(nullptr);
+    words.m_pText->SetFont(pOther.Get()); // the one that the glyphs dropped meanwhile were of
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(pOther->m_drawn.size(), 2u);
     words.m_pText->SetFont(nullptr);
     words.m_pText->Render(words.m_device);
     EXPECT_EQ(words.GetRectangle(), Bounds());
