@@ -57,6 +57,7 @@ TEST(TextLayout, LinesEndWhereTheNextWordDoesNotFit) {
         {u"  ab cd", 4, {U"  ab", U"cd"}},
         {u"  abcd", 4, {U"abcd"}}, // below a line of two spaces
         {u"ab \tcd", 4, {U"ab", U"cd"}},
+        {u"\tab", 3, {U"ab"}}, // below a line of a tab
         // Words wider than the box.
         {u"abcdef gh", 4, {U"abcd", U"ef", U"gh"}},
         {u"abcdef gh", 5, {U"abcde", U"f gh"}},
@@ -115,7 +116,7 @@ TEST(TextLayout, ABoxAsWideAsTheTextTakesIt) {
     // Font pixels and node units are worlds apart, so that the width is rounded on its way there and back.
     for (int nSize = 1; nSize < 200; ++nSize) {
         RealFloat const rFontSize = static_cast<RealFloat>(nSize) / 7;
-        SquareText text(u"some words to be measured, and then to be laid out again");
+        SquareText text(u"words to be measured and then to be laid out now");
         text.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(rFontSize, rFontSize));
         RealFloat const rWidth = text.GetRectangle().GetWidth();
         text.SetBox(rWidth);
