@@ -14,9 +14,26 @@ namespace trevik::kelvo::assets {
 namespace {
 
 using Position = Vector2T<RealFloat>;
+using Contour = std::vector<Position>;
 
 /** Pairs of edges to look at, at most: about a tenth of a second. Ordinary glyphs need some thousands. */
 constexpr std::size_t MaximumPairs = std::size_t(1) << 24;
+
+/**
+ * A contour without what encloses nothing: points that are there twice, and lines that come straight back.
+ * The tessellator may go wrong over such lines.
+ */
+Contour Tidy(Contour const& contour) {
+    Contour tidy;
+    for (Position const& position : contour) {
+        if (tidy.size() > 1 && position == tidy[tidy.size() - 2]) {
+            tidy.pop_back();
+        } else if (tidy.empty() || position != tidy.back()) {
+            tidy.push_back(position);
+        }
+    }
+    return tidy;
+}
 
 /** A straight piece of an outline, from left to right. */
 struct Edge {
@@ -129,7 +146,7 @@ bool Tessellation::Run(GlyphOutline const& outline) {
     gluTessBeginPolygon(pTessellator.get(), this);
     for (auto const& contour : outline.contours) {
         gluTessBeginContour(pTessellator.get());
-        for (Position const& position : contour) {
+        for (Position const& position : Tidy(contour)) {
             GLdouble place[3] = {position.x, position.y, 0};
             gluTessVertex(pTessellator.get(), place, FindVertex(place));
         }
