@@ -13,6 +13,7 @@
 
 namespace kelvo::player {
 
+using trevik::kelvo::FramebufferGL2;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::GraphicsDeviceGL2;
 using trevik::kelvo::Plugin;
@@ -39,6 +40,8 @@ std::string FindDefault() {
     }
     return found.empty() ? DefaultName : found;
 }
+
+#define KELVO_DEVICE "_ZN6trevik5kelvo17GraphicsDeviceGL2"
 
 template <class Function>
 Function Find(void* pLibrary, char const* pName) {
@@ -91,9 +94,36 @@ bool Backend::IsOwnDevice(GraphicsDevice const& device) const {
 
 bool Backend::InitializeTargetBuffers(GraphicsDevice& device) const {
     // A member function is called as a plain one that takes the object first.
-    auto const pfnInitialize = Find<bool (*)(GraphicsDeviceGL2*)>(
-        m_pLibrary, "_ZN6trevik5kelvo17GraphicsDeviceGL223InitializeTargetBuffersEv");
+    auto const pfnInitialize =
+        Find<bool (*)(GraphicsDeviceGL2*)>(m_pLibrary, KELVO_DEVICE "23InitializeTargetBuffersEv");
     return pfnInitialize && IsOwnDevice(device) && pfnInitialize(static_cast<GraphicsDeviceGL2*>(&device));
+}
+
+/** As the device's own; nothing when the back end has no such function. */
+void Backend::SwapTargetBuffers(GraphicsDevice& device, bool fToScreen) const {
+    auto const pfnSwap =
+        Find<void (*)(GraphicsDeviceGL2*, bool)>(m_pLibrary, KELVO_DEVICE "17SwapTargetBuffersEb");
+    if (pfnSwap && IsOwnDevice(device)) {
+        pfnSwap(static_cast<GraphicsDeviceGL2*>(&device), fToScreen);
+    }
+}
+
+void Backend::BeginPostProcess(GraphicsDevice& device) const {
+    SwapTargetBuffers(device, false);
+}
+
+void Backend::EndPostProcess(GraphicsDevice& device) const {
+    using Front = FramebufferGL2* (*)(GraphicsDeviceGL2*);
+    auto const pfnFront = Find<Front>(m_pLibrary, KELVO_DEVICE "20GetFrontTargetBufferEv");
+    auto const pfnRender =
+        Find<void (*)(GraphicsDeviceGL2*)>(m_pLibrary, KELVO_DEVICE "20RenderForPostProcessEv");
+    if (!pfnFront || !pfnRender || !IsOwnDevice(device) ||
+        !pfnFront(static_cast<GraphicsDeviceGL2*>(&device))) {
+        return;
+    }
+    SwapTargetBuffers(device, true);
+    device.Clear(); // a depth test that is still on finds the window's depths of this frame
+    pfnRender(static_cast<GraphicsDeviceGL2*>(&device));
 }
 
 bool Backend::IsAlphaTestEnabled(GraphicsDevice const& device) const {

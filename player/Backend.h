@@ -34,13 +34,22 @@ public:
     // What only this project's own device can do; nothing, and false, when `device` is of another back end or
     // version.
 
-    /** Makes the frame targets that effects draw through, after the viewport has been set. */
+    /** Makes the frame targets that blurs and post-processing draw through, after the viewport has been set.
+     */
     bool InitializeTargetBuffers(trevik::kelvo::GraphicsDevice& device) const;
+    /** Binds a frame target: the frame that is drawn now is post-processed. */
+    void BeginPostProcess(trevik::kelvo::GraphicsDevice& device) const;
+    /**
+     * Draws what has been drawn since on the window, through the post-process program. Nothing when drawing
+     * has moved on to the window by itself, as it does with a blur, which is on it then.
+     */
+    void EndPostProcess(trevik::kelvo::GraphicsDevice& device) const;
     bool IsAlphaTestEnabled(trevik::kelvo::GraphicsDevice const& device) const;
     void SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
 
 private:
     bool IsOwnDevice(trevik::kelvo::GraphicsDevice const& device) const;
+    void SwapTargetBuffers(trevik::kelvo::GraphicsDevice& device, bool fToScreen) const;
 
     void* m_pLibrary = nullptr;
     trevik::ClassRegistry m_registry;

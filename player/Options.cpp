@@ -8,6 +8,7 @@
 
 namespace kelvo::player {
 
+using trevik::RectangleT;
 using trevik::SizeT;
 using trevik::Vector2T;
 using trevik::kelvo::DeviceFormat;
@@ -43,12 +44,18 @@ char const* const Footer =
     "  kelvo-player scene.kelvo --frames 10 --pick 320,180\n"
     "                                             the nodes at a point of frame 10, nearest first\n"
     "\n"
+    "  kelvo-player scene.json --frames 10 --shot 20,10,64,48 --out part.png\n"
+    "                                             a rectangle of frame 10\n"
+    "\n"
     "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
     "with, the other formats are opaque. A picture appears whole or not at all, also when the\n"
-    "player is interrupted.\n"
+    "player is interrupted. --post draws each frame into a target of 5, 6 and 5 bits first, and from\n"
+    "there onto the surface, opaque; a frame with a GaussianBlurEffect ends on the surface by itself\n"
+    "and stays as it is.\n"
     "\n"
     "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
-    "no sense; 3 there is no back end or no graphics device; 130 interrupted (Ctrl-C).\n"
+    "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
+    "needs; 130 interrupted (Ctrl-C).\n"
     "\n"
     "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
 
@@ -114,6 +121,24 @@ std::string ReadPoint(std::string const& text, Options& options) {
     return "";
 }
 
+std::string ReadShot(std::string const& text, Options& options) {
+    RectangleT<int> shot;
+    std::size_t const nComma = text.find(',');
+    std::size_t const nAt = nComma == std::string::npos ? nComma : text.find(',', nComma + 1);
+    SizeT<int> size;
+    if (nAt == std::string::npos ||
+        !ReadPair(text.substr(0, nAt), ",", 0, LargestSurface, shot.left, shot.top) ||
+        !ReadPair(text.substr(nAt + 1), ",", 1, LargestSurface, size.width, size.height)) {
+        return "expected a rectangle in pixels, its upper left corner, width and height (20,10,64,48), found "
+               "\"" +
+               text + "\"";
+    }
+    shot.right = shot.left + size.width;
+    shot.bottom = shot.top + size.height;
+    options.shot = shot;
+    return "";
+}
+
 std::string ReadFormat(std::string const& text, Options& options) {
     for (FormatName const& format : FormatNames) {
         if (text == format.pName) {
@@ -125,17 +150,18 @@ std::string ReadFormat(std::string const& text, Options& options) {
 }
 
 /** An option whose text `read` turns into a part of the options, or into a complaint. */
-void AddParsed(CLI::App& app, char const* pName, char const* pValue, char const* pHelp, Options& options,
-               std::string (*read)(std::string const&, Options&)) {
-    app.add_option_function<std::string>(
-           pName,
-           [&options, pName, read](std::string const& text) {
-               std::string const complaint = read(text, options);
-               if (!complaint.empty()) {
-                   throw CLI::ValidationError(pName, complaint);
-               }
-           },
-           pHelp)
+CLI::Option* AddParsed(CLI::App& app, char const* pName, char const* pValue, char const* pHelp,
+                       Options& options, std::string (*read)(std::string const&, Options&)) {
+    return app
+        .add_option_function<std::string>(
+            pName,
+            [&options, pName, read](std::string const& text) {
+                std::string const complaint = read(text, options);
+                if (!complaint.empty()) {
+                    throw CLI::ValidationError(pName, complaint);
+                }
+            },
+            pHelp)
         ->type_name(pValue);
 }
 
@@ -163,6 +189,11 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               ReadFormat);
     app.add_option("--out", options.out, "the last frame as FILE.png, or every frame into a folder")
         ->type_name("FILE.png|FOLDER");
+    AddParsed(app, "--shot", "X,Y,W,H",
+              "of each picture only a rectangle, in pixels from the upper left; needs --out", options,
+              ReadShot)
+        ->needs("--out");
+    app.add_flag("--post", options.fPost, "draw frames through the post-process pass");
     app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
     app.add_option("--save", options.save, "write the scene as a binary file")->type_name("FILE.kelvo");
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Rectangle.h"
 #include "trevik/Size.h"
 #include "trevik/Vector.h"
 #include "trevik/kelvo/DeviceFormat.h"
@@ -14,7 +15,7 @@ enum ExitCode {
     ExitSuccess = 0,
     ExitBadFile = 1, ///< a scene or picture cannot be read or written
     ExitUsage = 2,   ///< the command line makes no sense
-    ExitDevice = 3,  ///< no back end, or no graphics device
+    ExitDevice = 3,  ///< no back end, no graphics device, or one that cannot do what is needed
     ExitInterrupted = 130
 };
 
@@ -34,6 +35,8 @@ struct Options {
     std::string save;    ///< empty for none
     std::string backend; ///< empty for the one that comes with the player
     std::optional<trevik::Vector2T<int>> pick;
+    std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down
+    bool fPost = false;                          ///< draw frames through the post-process pass
     bool fStats = false;
 };
 

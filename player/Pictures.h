@@ -1,6 +1,6 @@
 #pragma once
 
-#include <kelvo_desktop/OffscreenWindow.h>
+#include "FramePixels.h"
 
 #include <string>
 
@@ -16,11 +16,8 @@ public:
     bool Prepare(std::string& error) const;
     /** Whether the frame is to become a picture; `fLast`: it is the last one. */
     bool Wants(bool fLast) const { return !m_sPath.empty() && (fLast || !m_fSingle); }
-    /**
-     * Writes a frame, whole or not at all; with `fAlpha` as it is, else opaque. False with one line in
-     * `error`.
-     */
-    bool Write(int nFrame, desktop::FinishedFrame const& frame, bool fAlpha, std::string& error);
+    /** Writes a frame, whole or not at all. False with one line in `error`. */
+    bool Write(int nFrame, FramePixels const& frame, std::string& error);
     unsigned int GetCount() const { return m_nWritten; }
 
 private:

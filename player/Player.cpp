@@ -8,7 +8,8 @@
 #include "SceneReader.h"
 
 #include "trevik/ScopeCounter.h"
-#include "trevik/kelvo/Text.h"
+#include "trevik/kelvo/GaussianBlurEffect.h"
+#include "trevik/kelvo/Timeline.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -16,18 +17,19 @@
 
 namespace kelvo::player {
 
+using trevik::RectangleT;
 using trevik::Ref;
 using trevik::ScopeCounter;
 using trevik::SizeT;
 using trevik::String16;
 using trevik::String8;
 using trevik::Vector2T;
+using trevik::kelvo::Effect;
+using trevik::kelvo::GaussianBlurEffect;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::SelectionPoint;
-using trevik::kelvo::Sprite;
-using trevik::kelvo::Text;
-using trevik::kelvo::TransformNode;
+using trevik::kelvo::Timeline;
 using trevik::kelvo::WindowT;
 
 namespace {
@@ -48,19 +50,17 @@ std::string ToUtf8(String16 const& text) {
     return std::string(utf8.GetData(), utf8.GetLength());
 }
 
-/** Whether a node, one below it or a text's background has an effect. */
-bool HasEffects(Node& node) {
-    if (node.IsKindOf(TransformNode::ClassID) && !static_cast<TransformNode&>(node).GetEffects().IsEmpty()) {
-        return true;
-    }
-    if (node.IsKindOf(Text::ClassID)) {
-        Sprite* const pBackground = static_cast<Text&>(node).GetBackground();
-        if (pBackground && HasEffects(*pBackground)) {
+/** Whether a timeline, the node or one below it, is blurred. */
+bool HasBlurs(Node& node) {
+    if (node.IsKindOf(Timeline::ClassID)) {
+        trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
+        if (std::any_of(effects.begin(), effects.end(),
+                        [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); })) {
             return true;
         }
     }
     return std::any_of(node.GetChildren().begin(), node.GetChildren().end(),
-                       [](Node* pChild) { return HasEffects(*pChild); });
+                       [](Node* pChild) { return HasBlurs(*pChild); });
 }
 
 } // namespace
@@ -74,12 +74,18 @@ int Player::Run() {
     if (int const nExitCode = LoadScene()) {
         return nExitCode;
     }
+    SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
+    if (!ShotFits(size)) {
+        return Complain(ExitUsage, "--shot: the rectangle reaches out of the surface of " +
+                                       std::to_string(size.width) + "x" + std::to_string(size.height) +
+                                       " pixels");
+    }
     String16 reason;
     if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), reason)) {
         return Complain(ExitBadFile, ToUtf8(reason));
     }
     SceneSettings& settings = m_scene.GetSettings();
-    settings.m_size = m_options.size.value_or(settings.m_size);
+    settings.m_size = size;
     settings.m_format = m_options.format.value_or(settings.m_format);
     bool const fOnlySave =
         !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick;
@@ -136,8 +142,10 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         ReportDriver();
     }
     device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
-    if (HasEffects(*m_scene.GetRoot()) && !m_backend.InitializeTargetBuffers(device)) {
-        return Complain(ExitDevice, "the scene has effects, for which the device cannot make frame targets");
+    if ((m_options.fPost || HasBlurs(*m_scene.GetRoot())) && !m_backend.InitializeTargetBuffers(device)) {
+        return Complain(ExitDevice,
+                        std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
+                            " needs frame targets, which the device cannot make");
     }
     FrameRange const frames = GetFrames();
     unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
@@ -168,21 +176,42 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
 
 int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     bool const fWanted = m_pictures.Wants(nFrame == GetFrames().nLast);
-    window.SetCapture(fWanted);
-    unsigned long const nBefore = window.LastFrame().serial;
-    m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
-    m_scene.RenderFrame(device);
+    bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
+    RectangleT<int> const area = GetShot();
+    FramePixels pixels;
+    DrawFrame(nFrame, device);
+    // What a window shows may be gone from the device once it is shown.
+    if (fWanted && !pixels.Read(device, area)) {
+        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " cannot be read from the device");
+    }
+    window.SetCapture(fWanted && fAlpha);
+    unsigned long const nBefore = window.frameCount;
+    device.Present();
+    device.Process();
     ScopeCounter::MarkFrame();
+    if (window.frameCount == nBefore) {
+        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
+    }
     if (!fWanted) {
         return ExitSuccess;
     }
-    if (window.LastFrame().serial == nBefore) {
-        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
+    if (fAlpha) {
+        pixels.AddAlpha(window.LastFrame(), area);
     }
     std::string error;
-    bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
-    return m_pictures.Write(nFrame, window.LastFrame(), fAlpha, error) ? ExitSuccess
-                                                                       : Complain(ExitBadFile, error);
+    return m_pictures.Write(nFrame, pixels, error) ? ExitSuccess : Complain(ExitBadFile, error);
+}
+
+/** Everything up to where the frame could be shown. */
+void Player::DrawFrame(int nFrame, GraphicsDevice& device) {
+    m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+    if (m_options.fPost) {
+        m_backend.BeginPostProcess(device);
+    }
+    m_scene.DrawFrame(device);
+    if (m_options.fPost) {
+        m_backend.EndPostProcess(device);
+    }
 }
 
 void Player::PrintPicked(GraphicsDevice& device) {
@@ -202,6 +231,17 @@ void Player::PrintPicked(GraphicsDevice& device) {
                     ToUtf8(hit.m_pNode->GetClassName()).c_str(), static_cast<double>(hit.m_position.x),
                     static_cast<double>(hit.m_position.y), static_cast<double>(hit.m_distance));
     }
+}
+
+/** Whether the rectangle that is asked for lies within a surface. */
+bool Player::ShotFits(SizeT<int> const& size) const {
+    return !m_options.shot || (m_options.shot->right <= size.width && m_options.shot->bottom <= size.height);
+}
+
+/** What of a frame becomes a picture. */
+RectangleT<int> Player::GetShot() const {
+    SizeT<int> const size = m_scene.GetSettings().m_size;
+    return m_options.shot.value_or(RectangleT<int>(0, 0, size.width, size.height));
 }
 
 FrameRange Player::GetFrames() const {

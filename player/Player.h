@@ -29,9 +29,12 @@ private:
     int Play();
     int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
     int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
+    void DrawFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
     bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
     FrameRange GetFrames() const;
+    trevik::RectangleT<int> GetShot() const;
+    bool ShotFits(trevik::SizeT<int> const& size) const;
 
     Options const& m_options;
     Backend m_backend;

@@ -157,6 +157,12 @@ void Scene::Update(GraphicsDevice& device, RealFloat const& frame) {
 }
 
 void Scene::RenderFrame(GraphicsDevice& device) {
+    DrawFrame(device);
+    device.Present();
+    device.Process();
+}
+
+void Scene::DrawFrame(GraphicsDevice& device) {
     SizeT<int> const size = device.GetSize();
     if (device.GetViewport() != RectangleT<int>(0, 0, size.width, size.height)) {
         device.SetViewport(0, 0, size.width, size.height);
@@ -168,8 +174,6 @@ void Scene::RenderFrame(GraphicsDevice& device) {
     if (m_pRoot) {
         m_pRoot->Render(device);
     }
-    device.Present();
-    device.Process();
 }
 
 List<SelectionPoint> Scene::Pick(GraphicsDevice& device, Vector2T<RealFloat> const& point) {

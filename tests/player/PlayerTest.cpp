@@ -4,7 +4,10 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
+#include <cstdlib>
 #include <filesystem>
+#include <map>
 #include <regex>
 #include <string>
 #include <vector>
@@ -41,8 +44,9 @@ protected:
 TEST_F(PlayerTest, ExplainsItself) {
     Outcome const outcome = Play({"--help"});
     EXPECT_EQ(outcome.nExitCode, 0);
-    for (char const* pPart : {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend",
-                              "--pick", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+    for (char const* pPart :
+         {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend", "--pick", "--shot",
+          "--post", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
     }
 }
@@ -63,6 +67,13 @@ TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
         {{"s.json", "--size", "20000x5"}, "found \"20000x5\""},
         {{"s.json", "--format", "rgb"}, "--format: expected rgb565, rgb888 or rgba8888, found \"rgb\""},
         {{"s.json", "--pick", "3"}, "--pick: expected a point"},
+        {{"s.json", "--out", "o.png", "--shot", "1,2,3"},
+         "--shot: expected a rectangle in pixels, its upper left corner, width and height (20,10,64,48), "
+         "found \"1,2,3\""},
+        {{"s.json", "--out", "o.png", "--shot", "1,2,3,4,5"}, "found \"1,2,3,4,5\""},
+        {{"s.json", "--out", "o.png", "--shot", "1,2,0,4"}, "found \"1,2,0,4\""},
+        {{"s.json", "--out", "o.png", "--shot", "-1,2,3,4"}, "--shot"},
+        {{"s.json", "--shot", "1,2,3,4"}, "--shot requires --out"},
         {{"s.json", "--turbo"}, "--turbo"},
         {{"s.txt"}, "s.txt: a scene's name ends in .json or .kelvo"},
     };
@@ -209,6 +220,116 @@ TEST_F(PlayerTest, TakesAnotherSizeAndFormat) {
         EXPECT_NEAR(found.g, format.colour.g, format.nTolerance) << format.pFormat;
         EXPECT_NEAR(found.b, format.colour.b, format.nTolerance) << format.pFormat;
         EXPECT_NEAR(found.a, format.colour.a, format.nTolerance) << format.pFormat;
+    }
+}
+
+/** Covers every pixel of 41 by 23 with another colour, and some of the surface's alpha. */
+char const* const Gradients =
+    R"({"surface": {"size": [41, 23], "format": "rgba8888"}, "clearColor": "#10203080",
+    "nodes": [{"class": "Sprite", "Color": "#ff8000", "Size": [9, 30], "Opacity": 0.25, "Position": [3, 5, 0],
+               "Rotation": [0, 0, -40]},
+              {"class": "Sprite", "Color": "#00c0ff", "Size": [50, 6], "Opacity": 0.5, "Position": [0, 20, 0],
+               "Rotation": [0, 0, -20]}]})";
+
+TEST_F(PlayerTest, ShootsARectangle) {
+    Write("colours.json", Gradients);
+    struct {
+        char const* pFormat;
+        char const* pShot;
+        int nX, nY, nWidth, nHeight;
+    } const cases[] = {{"rgba8888", "0,0,7,5", 0, 0, 7, 5},   {"rgba8888", "32,0,9,3", 32, 0, 9, 3},
+                       {"rgba8888", "0,19,6,4", 0, 19, 6, 4}, {"rgba8888", "36,12,5,11", 36, 12, 5, 11},
+                       {"rgb888", "13,17,1,1", 13, 17, 1, 1}, {"rgb888", "35,0,6,23", 35, 0, 6, 23},
+                       {"rgb565", "0,0,41,23", 0, 0, 41, 23}};
+    std::map<std::string, Picture> wholes;
+    for (auto const& shot : cases) {
+        SCOPED_TRACE(shot.pShot);
+        auto const draw = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.begin(), {Path("colours.json"), "--format", shot.pFormat});
+            Outcome const outcome = Play(arguments);
+            EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
+            return ReadPicture(arguments.back());
+        };
+        if (wholes.count(shot.pFormat) == 0) {
+            wholes[shot.pFormat] = draw({"--out", Path("whole.png")});
+        }
+        Picture const& whole = wholes[shot.pFormat];
+        Picture const part = draw({"--shot", shot.pShot, "--out", Path("part.png")});
+        ASSERT_EQ(part.nWidth, shot.nWidth);
+        ASSERT_EQ(part.nHeight, shot.nHeight);
+        EXPECT_EQ(part.fAlpha, whole.fAlpha);
+        for (int y = 0; y < part.nHeight; ++y) {
+            for (int x = 0; x < part.nWidth; ++x) {
+                ASSERT_EQ(part.At(x, y), whole.At(shot.nX + x, shot.nY + y)) << x << ", " << y;
+            }
+        }
+    }
+}
+
+TEST_F(PlayerTest, ShootsNothingOutsideOfTheSurface) {
+    for (char const* pShot : {"35,0,7,5", "0,20,4,4", "41,0,1,1", "0,0,42,23"}) {
+        Outcome const outcome = Play(
+            {Path("scene.json"), "--shot", pShot, "--save", Path("saved.kelvo"), "--out", Path("part.png")});
+        EXPECT_EQ(outcome.nExitCode, 2) << pShot;
+        EXPECT_EQ(outcome.errors,
+                  "kelvo-player: --shot: the rectangle reaches out of the surface of 41x23 pixels\n");
+    }
+    EXPECT_EQ(m_folder.List(), std::vector<std::string>{"scene.json"});
+    // What counts is the surface that is drawn on.
+    ASSERT_EQ(
+        Play({Path("scene.json"), "--size", "60x50", "--shot", "41,30,19,20", "--out", Path("part.png")})
+            .nExitCode,
+        0);
+}
+
+TEST_F(PlayerTest, PostProcessedFramesShowTheSame) {
+    Write("depths.json", R"({"surface": {"size": [41, 23], "format": "rgba8888"}, "frames": [0, 3],
+        "clearColor": "#10203080", "nodes": [{"class": "Timeline", "DepthTest": 1, "children": [
+            {"class": "Sprite", "Color": "#ff8000", "Size": [9, 8],
+             "Position": {"keys": [{"frame": 0, "value": [3, 5, 0]}, {"frame": 3, "value": [30, 5, 0]}]}}]}]})");
+    for (std::string const& scene : {Path("depths.json"), Showcase}) {
+        ASSERT_EQ(Play({scene, "--frames", "0..3", "--out", Path("plain")}).nExitCode, 0);
+        Outcome const outcome = Play({scene, "--frames", "0..3", "--post", "--out", Path("post")});
+        ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+        EXPECT_EQ(outcome.errors, "");
+        for (int nFrame = 0; nFrame < 4; ++nFrame) {
+            std::string const name = "/frame_0000" + std::to_string(nFrame) + ".png";
+            Picture const plain = ReadPicture(Path("plain") + name);
+            Picture const post = ReadPicture(Path("post") + name);
+            int nWorst = 0;
+            for (std::size_t n = 0; n < plain.pixels.size(); ++n) {
+                nWorst = std::max(nWorst, n % 4 == 3 ? 0 : std::abs(plain.pixels[n] - post.pixels.at(n)));
+            }
+            // Several layers of translucent sprites, each rounded to 5 or 6 bits.
+            EXPECT_LE(nWorst, 40) << scene << name;
+            EXPECT_GT(nWorst, 0) << "the frame has been through a target, which shows";
+            EXPECT_EQ(post.At(0, 0).a, 255) << "targets have no alpha";
+        }
+    }
+}
+
+TEST_F(PlayerTest, DrawsBlursInFrameTargets) {
+    Write("blur.json",
+          R"({"surface": {"size": [40, 24]}, "frames": [0, 1], "clearColor": "#000080", "nodes": [
+        {"class": "Sprite", "name": "hidden by the blurred layer", "Color": "#ff0000", "Size": [40, 24]},
+        {"class": "Timeline", "effects": [{"class": "GaussianBlurEffect", "BlurAmount": {"samples": [0, 3]}}],
+         "children": [{"class": "Sprite", "Color": "#ffffff", "Size": [20, 24]}]},
+        {"class": "Sprite", "Color": "#00ff00", "Size": [4, 4]}]})");
+    for (std::vector<std::string> const& how : {std::vector<std::string>{}, {"--post"}}) {
+        std::vector<std::string> arguments = {Path("blur.json"), "--out", Path("out")};
+        arguments.insert(arguments.end(), how.begin(), how.end());
+        Outcome const outcome = Play(arguments);
+        ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+        EXPECT_EQ(outcome.errors, "");
+        Picture const sharp = ReadPicture(Path("out/frame_00000.png"));
+        EXPECT_EQ(sharp.At(19, 12).g, 255);
+        EXPECT_EQ(sharp.At(20, 12), (Colour{255, 0, 0, 255})) << "an amount of 0 draws as without the effect";
+        Picture const blurred = ReadPicture(Path("out/frame_00001.png"));
+        EXPECT_NEAR(blurred.At(20, 12).g, 128, 24) << "half-way at the edge";
+        EXPECT_GT(blurred.At(14, 12).g, blurred.At(24, 12).g);
+        EXPECT_NEAR(blurred.At(39, 12).b, 0x80, 8) << "the clear colour where the layer is empty";
+        EXPECT_NEAR(blurred.At(39, 12).r, 0, 8);
+        EXPECT_EQ(blurred.At(1, 23), (Colour{0, 255, 0, 255})) << "what comes later is sharp";
     }
 }
 

@@ -124,6 +124,22 @@ TEST_F(DrawnReadBack, GivesThePixelsOfEachCornerAndOfTheWhole) {
     }
 }
 
+TEST_F(DrawnReadBack, IsWhatTheWindowShows) {
+    for (DeviceFormat::Enum const surface : {DeviceFormat::RGB565, DeviceFormat::RGB888}) {
+        SCOPED_TRACE(surface);
+        Open(surface);
+        Ref<Sprite> const pBelow = AddSprite(Root(), 0, 0, MakeTexture(MakePicture(Width, Height)));
+        Ref<Sprite> const pAbove = AddSprite(Root(), 5, 9, 31, 17, {0.3, 0.7, 0.1, 0.6});
+        m_rectangles = {{0, 0, Width, Height}};
+        Image const shown = DrawFrame();
+        ASSERT_TRUE(m_readings.at(0));
+        EXPECT_TRUE(CompareImages(ToImage(*m_readings[0]), shown)) << "to the last bit";
+        m_readings.clear();
+        Root().Detach(pBelow.Get());
+        Root().Detach(pAbove.Get());
+    }
+}
+
 TEST_F(DrawnReadBack, AReadingDrawnAgainStandsOnItsHead) {
     Open();
     Image const picture = MakePicture(20, 10);

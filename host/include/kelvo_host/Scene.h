@@ -74,8 +74,10 @@ public:
      * between the frames. Going back starts them over, so that what is shown depends on the frame alone.
      */
     void Update(GraphicsDevice& device, RealFloat const& frame);
-    /** Draws one frame over the whole surface and shows it: clear, render, present, then queued work. */
+    /** Draws one frame over the whole surface and shows it: DrawFrame, present, then queued work. */
     void RenderFrame(GraphicsDevice& device);
+    /** Draws one frame over the whole target in use, of the surface's size, without showing it. */
+    void DrawFrame(GraphicsDevice& device);
     /** The visible nodes under `point` (window pixels, y down) as of the last update, nearest first. */
     List<SelectionPoint> Pick(GraphicsDevice& device, Vector2T<RealFloat> const& point);
 
