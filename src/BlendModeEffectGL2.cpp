@@ -90,9 +90,9 @@ constexpr GLenum DestinationFactors[ModeCount] = {
 };
 
 constexpr Factors GetFactors(int nBlendMode) {
-    int const nEntry = nBlendMode - FirstMode;
-    return nEntry >= 0 && nEntry < static_cast<int>(ModeCount)
-               ? Factors{SourceFactors[nEntry], DestinationFactors[nEntry]}
+    bool const fListed = nBlendMode >= FirstMode && nBlendMode <= BlendMode::Invert;
+    return fListed
+               ? Factors{SourceFactors[nBlendMode - FirstMode], DestinationFactors[nBlendMode - FirstMode]}
                : PlainFactors;
 }
 
