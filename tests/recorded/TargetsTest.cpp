@@ -69,16 +69,17 @@ TEST_F(Targets, BeforeThereAreAnySwappingAndPostProcessingDoNothing) {
     EXPECT_CALLS();
 }
 
-TEST_F(Targets, ReportWithoutAMessageThatOneCannotBeMade) {
-    for (unsigned int nMade : {1u, 2u}) {
-        SCOPED_TRACE(nMade);
-        FailAt("glCheckFramebufferStatus", static_cast<int>(nMade), GL_FRAMEBUFFER_UNSUPPORTED);
-        Clear();
-        EXPECT_FALSE(Device().InitializeTargetBuffers());
-        EXPECT_EQ(Count("glGenFramebuffers"), nMade);
-        EXPECT_TRUE(m_diagnostics.Messages().empty());
-    }
+/** The first or the second of the targets cannot be made. */
+class RefusedTargets : public Targets, public ::testing::WithParamInterface<unsigned int> {};
+
+TEST_P(RefusedTargets, AreReportedWithoutAMessage) {
+    FailAt("glCheckFramebufferStatus", static_cast<int>(GetParam()), GL_FRAMEBUFFER_UNSUPPORTED);
+    EXPECT_FALSE(Device().InitializeTargetBuffers());
+    EXPECT_EQ(Count("glGenFramebuffers"), GetParam());
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
 }
+
+INSTANTIATE_TEST_SUITE_P(OfTwo, RefusedTargets, ::testing::Values(1u, 2u));
 
 TEST_F(Targets, ThePostProcessPassDrawsTheBackTargetOverTheScreen) {
     InitializeTargets();
