@@ -43,7 +43,8 @@ int main(int nArguments, char** ppArguments) {
         std::fprintf(
             stderr,
             "usage: %s FOLDER\n"
-            "Paints the pictures of the scenes into the folders masks, edges, panels and text of FOLDER.\n"
+            "Paints the pictures of the scenes into the folders masks, edges, panels, text and blend of\n"
+            "FOLDER.\n"
             "       %s --enlarge N FROM.png TO.png\n"
             "Shows the pixels of a picture: writes each as a square of N by N.\n",
             ppArguments[0], ppArguments[0]);
@@ -51,6 +52,7 @@ int main(int nArguments, char** ppArguments) {
     }
     std::string const folder = std::string(ppArguments[1]) + "/";
     bool const fPainted = PaintMasks(folder + "masks") && PaintEdges(folder + "edges") &&
-                          PaintPanels(folder + "panels") && PaintText(folder + "text");
+                          PaintPanels(folder + "panels") && PaintText(folder + "text") &&
+                          PaintBlend(folder + "blend");
     return fPainted ? 0 : 1;
 }

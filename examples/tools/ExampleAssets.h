@@ -7,6 +7,7 @@ namespace kelvo::examples {
 // Each paints the pictures of one scene into an existing folder, the same ones every time; false, with a
 // message, when one cannot be written.
 
+bool PaintBlend(std::string const& folder);
 bool PaintMasks(std::string const& folder);
 bool PaintEdges(std::string const& folder);
 bool PaintPanels(std::string const& folder);

@@ -25,8 +25,8 @@ struct GalleryScene {
 
 // Another driver rounds otherwise and moves edges by a part of a pixel; another version of FreeType moves
 // those of letters.
-GalleryScene const Scenes[] = {
-    {"masks", 20, 1, 0.5}, {"panels", 72, 1, 0.5}, {"edges", 25, 4, 0.5}, {"text", 89, 1, 2}};
+GalleryScene const Scenes[] = {{"masks", 20, 1, 0.5}, {"panels", 72, 1, 0.5}, {"edges", 25, 4, 0.5},
+                               {"text", 89, 1, 2},    {"blend", 20, 1, 0.5},  {"blur", 70, 1, 0.5}};
 
 std::string PathOf(std::string const& scene) {
     return KELVO_EXAMPLES "/" + scene + "/scene.json";
@@ -82,9 +82,12 @@ TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
         int nMovingX, nMovingY, nMovingWidth, nMovingHeight;
         int nStillX, nStillY, nStillWidth, nStillHeight;
     } const cases[] = {
-        {"masks", 10, 60, 285, 175, 60, 65, 0, 0, 80, 290},    // the bowl; the wall left of the window
-        {"panels", 0, 30, 40, 20, 280, 300, 0, 0, 20, 360},    // the frame; the wall beside it
-        {"edges", 0, 20, 8, 2, 68, 70, 0, 70, 24, 20},         // the left mill's sails; the field
+        {"masks", 10, 60, 285, 175, 60, 65, 0, 0, 80, 290}, // the bowl; the wall left of the window
+        {"panels", 0, 30, 40, 20, 280, 300, 0, 0, 20, 360}, // the frame; the wall beside it
+        {"edges", 0, 20, 8, 2, 68, 70, 0, 70, 24, 20},      // the left mill's sails; the field
+        {"blend", 0, 20, 60, 80, 100, 60, 0, 350, 640, 10}, // panes before the bay; below the lowest label
+        {"blur", 10, 50, 20, 125, 110, 170, 40, 18, 130,
+         2}, // a card that blurs; the rim of the pane before it
         {"text", 30, 60, 384, 230, 276, 120, 60, 150, 280, 9}, // the words in the panel; above the columns
     };
     for (auto const& part : cases) {
@@ -108,6 +111,39 @@ TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
     }
 }
 
+TEST(Gallery, BlendsInsideItsPanesOnly) {
+    Picture const drawn = Draw(PathOf("blend"), 20);
+    // Frame and corner of each bay are the bay's own; the middle is another colour in every mode.
+    for (int n = 0; n < 6; ++n) {
+        int const nX = 16 + 208 * (n % 3);
+        int const nY = n < 3 ? 24 : 198;
+        for (int nColumn : {10, 30, 150, 185}) {
+            EXPECT_EQ(drawn.At(nX + nColumn, nY + 8), drawn.At(16 + nColumn, 24 + 8)) << n << ", " << nColumn;
+        }
+        for (int nBefore = 0; nBefore < n; ++nBefore) {
+            int const nOtherX = 16 + 208 * (nBefore % 3);
+            int const nOtherY = nBefore < 3 ? 24 : 198;
+            EXPECT_FALSE(drawn.At(nX + 60, nY + 40) == drawn.At(nOtherX + 60, nOtherY + 40))
+                << n << ", " << nBefore;
+        }
+    }
+}
+
+TEST(Gallery, BlursWhatLiesBehindTheCard) {
+    // How much neighbours differ along a row, on the pattern of a card behind and on the card in front.
+    auto const roughness = [](Picture const& picture, int nLeft, int nRight, int nRow) {
+        int nSum = 0;
+        for (int x = nLeft; x < nRight; ++x) {
+            nSum += std::abs(picture.At(x, nRow).g - picture.At(x + 1, nRow).g);
+        }
+        return nSum;
+    };
+    Picture const sharp = Draw(PathOf("blur"), 10);
+    Picture const blurred = Draw(PathOf("blur"), 70);
+    EXPECT_GT(roughness(sharp, 180, 240, 200), 4 * roughness(blurred, 180, 240, 200));
+    EXPECT_GT(roughness(blurred, 270, 380, 190), 4 * roughness(blurred, 180, 240, 200));
+}
+
 TEST(Gallery, PicturesAreUpToDate) {
     TemporaryFolder const folder;
     for (GalleryScene const& scene : Scenes) {
@@ -115,6 +151,9 @@ TEST(Gallery, PicturesAreUpToDate) {
     }
     ASSERT_EQ(RunProgram(KELVO_EXAMPLE_ASSETS, {folder.Path("")}).nExitCode, 0);
     for (GalleryScene const& scene : Scenes) {
+        if (scene.name == "blur") {
+            continue; // shows the showcase's
+        }
         int nFiles = 0;
         for (auto const& file : std::filesystem::directory_iterator(folder.Path(scene.name))) {
             std::string const committed =
