@@ -4,7 +4,10 @@
 
 #include "AllocationCounter.h"
 #include "BitmapFontGL2.h"
+#include "BlendModeEffectGL2.h"
 #include "CameraGL2.h"
+#include "DirectionalBlurEffectGL2.h"
+#include "GaussianBlurEffectGL2.h"
 #include "NinePatchSpriteGL2.h"
 #include "TextGL2.h"
 #include "TimelineGL2.h"
@@ -51,9 +54,6 @@ protected:
         Device().Process();
     }
 
-    Ref<TimelineGL2> m_pRoot;
-
-private:
     template <class T>
     Ref<T> Attach(Node& parent, Ref<T> const& pSprite, int format) {
         pSprite->SetTexture(MakeTexture(8, 8, format).Get());
@@ -96,6 +96,7 @@ private:
         parent.Attach(pText.Get());
     }
 
+    static float Mix(float last, float share) { return 1 + last * share; }
     static Vector Mix(Vector const& last, float share) {
         return Vector(2, 2, 2) * (1 - share) + last * share;
     }
@@ -113,6 +114,8 @@ private:
         property.AddController(Ref<Controller<T>>(
             SampleController<T>::Create(0, samples.data(), static_cast<unsigned int>(samples.size())).Get()));
     }
+
+    Ref<TimelineGL2> m_pRoot;
 };
 
 TEST_F(SteadyFrame, AllocatesNothing) {
@@ -171,6 +174,60 @@ TEST_F(SteadyFrame, ATextDrawsAllThatItHas) {
     EXPECT_EQ(drawsOf(4), 4) << "two pages and their shadows";
     EXPECT_EQ(drawsOf(5), 4) << "and the underlines of each";
     EXPECT_EQ(drawsOf(6), 1) << "an image casts no shadow";
+}
+
+/** The same scene with a timeline that is blurred, and sprites that effects draw. */
+class SteadyEffects : public SteadyFrame {
+protected:
+    SteadyEffects() {
+        EXPECT_TRUE(Device().InitializeTargetBuffers());
+        Ref<TimelineGL2> const pBlurred(new TimelineGL2);
+        Ref<GaussianBlurEffectGL2> const pBlur(new GaussianBlurEffectGL2);
+        Animate(pBlur->GetAmountProperty(), 3.0f);
+        pBlurred->AddEffect(pBlur.Get());
+        m_pRoot->Attach(pBlurred.Get());
+        pBlurred->Attach(MakeSprite(6, 5).Get());
+        Ref<DirectionalBlurEffectGL2> const pSmear(new DirectionalBlurEffectGL2);
+        Animate(pSmear->GetAmountProperty(), 2.0f);
+        Attach(*pBlurred, MakeSprite(1, 1), TextureFormat::RGBA8888)->AddEffect(pSmear.Get());
+        Ref<SpriteGL2> const pBlended = Attach(*m_pRoot, MakeSprite(1, 1), TextureFormat::RGB565);
+        pBlended->GetBlendModeProperty().SetValue(int(BlendMode::Screen));
+        pBlended->AddEffect(Ref<BlendModeEffectGL2>(new BlendModeEffectGL2).Get());
+    }
+};
+
+TEST_F(SteadyEffects, AllocateNothingAndMakeNoGlObjects) {
+    Unnoted const unnoted;
+    int nFrame = 1;
+    for (; nFrame < 4; ++nFrame) {
+        RunFrame(RealFloat(nFrame));
+    }
+    constexpr Object Kinds[] = {Object::Texture, Object::Framebuffer, Object::Program};
+    int created[3];
+    for (int i = 0; i < 3; ++i) {
+        created[i] = Counts(Kinds[i]).created;
+    }
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 4) << "the effects are at work";
+    std::size_t const before = AllocationCount();
+    for (; nFrame < 40; ++nFrame) {
+        RunFrame(RealFloat(nFrame) + 0.25f);
+    }
+    EXPECT_EQ(AllocationCount() - before, 0u);
+    for (int i = 0; i < 3; ++i) {
+        EXPECT_EQ(Counts(Kinds[i]).created, created[i]) << i;
+    }
+}
+
+TEST_F(SteadyEffects, IdenticalFramesMakeIdenticalCalls) {
+    RunFrame(7);
+    Clear();
+    RunFrame(7);
+    Strings const first = Lines();
+    std::size_t const draws = Draws().size();
+    Clear();
+    RunFrame(7);
+    EXPECT_EQ(Lines(), first);
+    EXPECT_EQ(Draws().size(), draws);
 }
 
 TEST_F(SteadyFrame, NothingIsLeftWhenSceneAndDeviceAreGone) {
