@@ -2,7 +2,6 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
-#include "Unavailable.h"
 #include "trevik/Assert.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/Statistics.h"
@@ -19,7 +18,9 @@ namespace {
 constexpr unsigned int LineReleaseColor = 190;
 constexpr unsigned int LineReleaseAlpha = 199;
 constexpr unsigned int LineSurfaceInfo = 407;
+constexpr unsigned int LineSwap = 450;
 constexpr unsigned int LineReplace = 528;
+constexpr unsigned int LineCreateImage = 544;
 
 /**
  * How GL takes a texture format; an internal format of 0 cannot be uploaded, a format of 0 is a compressed
@@ -80,47 +81,112 @@ TextureGL2::~TextureGL2() {
 }
 
 int TextureGL2::GetStride() {
-    return IsPromoted() ? m_pEGLImage[static_cast<unsigned int>(m_nCurrentEglImage)]->GetStride()
-                        : Texture::GetStride();
+    return IsPromoted() ? CurrentEGLImage().GetStride() : Texture::GetStride();
 }
 
 bool TextureGL2::Compress() {
     return false;
 }
 
-bool TextureGL2::Promote(bool) {
-    TraceUnavailable(u"TextureGL2::Promote");
-    return false;
+bool TextureGL2::Promote(bool fDoubleBuffered) {
+    if (m_fEglImageInitialized) {
+        return true;
+    }
+    m_nEglImages = fDoubleBuffered ? 2 : 1;
+    m_pEGLImage.Clear();
+    m_pEGLImage.Reserve(static_cast<unsigned int>(m_nEglImages));
+    bool fCreated = true;
+    for (int nImage = 0; nImage < m_nEglImages && fCreated; ++nImage) {
+        fCreated = m_pEGLImage.Append(CreateEGLImageHelper()) && m_pEGLImage.Last() && CreateEGLImage(nImage);
+    }
+    if (!fCreated) {
+        for (Ref<EGLImageHelper>& pImage : m_pEGLImage) {
+            pImage.Reset();
+        }
+        return false;
+    }
+    // The current surface stays what it was: intended.
+    m_fReleasePending = true;
+    m_fEglImageInitialized = true;
+    return true;
+}
+
+bool TextureGL2::CreateEGLImage(int nImage) {
+    int const nFormat = IsCompressed() ? static_cast<int>(TextureFormat::RGBA8888) : m_format;
+    EGLImageHelper* const pImage = m_pEGLImage[static_cast<unsigned int>(nImage)].Get();
+    TEXTURE_ASSERT(pImage != nullptr, LineCreateImage, "m_pEGLImage[image]");
+    return pImage && pImage->Create(static_cast<unsigned int>(m_nWidth), static_cast<unsigned int>(m_nHeight),
+                                    static_cast<unsigned int>(nFormat));
+}
+
+/** An index kept from a promotion to more surfaces stands for the last one. */
+EGLImageHelper& TextureGL2::GetEGLImage(int nImage) const {
+    unsigned int const nIndex = static_cast<unsigned int>(nImage);
+    unsigned int const nLast = m_pEGLImage.GetCount() - 1;
+    return *m_pEGLImage[nIndex < nLast ? nIndex : nLast];
+}
+
+/** Deletes the GL textures of before the promotion, where they are still there. */
+void TextureGL2::ReleasePending() {
+    if (m_fReleasePending) {
+        ReleaseGLTexture();
+        m_fReleasePending = false;
+    }
 }
 
 bool TextureGL2::Demote() {
+    if (!m_fEglImageInitialized) {
+        return true;
+    }
+    ReleasePending();
+    Ref<EGLImageHelper> const pKept(&CurrentEGLImage());
+    m_pEGLImage.Clear();
+    m_nGLTexture = 0; // it belongs to a surface
+    m_fEglImageInitialized = false;
+    void const* const pPixels = pKept->Lock();
+    Replace(pKept->GetWidth(), pKept->GetHeight(), static_cast<TextureFormat::Enum>(pKept->GetPixelFormat()),
+            pPixels, pKept->GetStride());
+    pKept->Unlock();
     return true;
 }
 
 bool TextureGL2::GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const {
     TEXTURE_ASSERT(pSurfaceInfo != nullptr, LineSurfaceInfo, "pSurfaceInfo != __null");
-    return false;
+    if (!pSurfaceInfo || !m_fEglImageInitialized) {
+        return false;
+    }
+    EGLImageHelper& image = CurrentEGLImage();
+    *pSurfaceInfo = {image.GetWidth(), image.GetHeight(), image.GetStride(), image.GetPixelFormat()};
+    return true;
 }
 
 void* TextureGL2::Lock() {
     if (!m_fEglImageInitialized && !Promote(false)) {
         return nullptr;
     }
-    return m_pEGLImage[static_cast<unsigned int>(m_nCurrentEglImage)]->Lock();
+    return CurrentEGLImage().Lock();
 }
 
 void TextureGL2::Unlock() {
     if (m_fEglImageInitialized) {
-        m_pEGLImage[static_cast<unsigned int>(m_nCurrentEglImage)]->Unlock();
+        CurrentEGLImage().Unlock();
     }
 }
 
 int TextureGL2::Swap() {
+    if (m_fEglImageInitialized) {
+        EGLImageHelper& image = CurrentEGLImage();
+        TEXTURE_ASSERT(!image.IsLocked(), LineSwap, "!m_pEGLImage[m_nCurrentEglImage]->IsLocked()");
+        ReleasePending();
+        m_nGLTexture.store(static_cast<unsigned int>(image.GetTexture()), std::memory_order_release);
+        int const nNext = m_nCurrentEglImage + 1;
+        m_nCurrentEglImage = nNext >= m_nEglImages ? 0 : nNext;
+    }
     return Current();
 }
 
 int TextureGL2::Current() {
-    return m_fEglImageInitialized ? m_nCurrentEglImage : -1;
+    return m_fEglImageInitialized ? m_nCurrentEglImage.load() : -1;
 }
 
 int TextureGL2::Count() {
@@ -134,9 +200,12 @@ bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, vo
     return Texture::Replace(nWidth, nHeight, format, pData, nStride);
 }
 
-jni::Object<jni::android::graphics::Bitmap> TextureGL2::CreateJavaBitmapFromTexture(int) {
-    TraceUnavailable(u"TextureGL2::CreateJavaBitmapFromTexture");
-    return jni::Object<jni::android::graphics::Bitmap>();
+jni::Object<jni::android::graphics::Bitmap> TextureGL2::CreateJavaBitmapFromTexture(int nImage) {
+    if (nImage >= 0 && nImage < m_nEglImages && !Promote(false)) {
+        return jni::Object<jni::android::graphics::Bitmap>();
+    }
+    // Indices that were not checked above are the caller's: intended.
+    return m_pEGLImage[static_cast<unsigned int>(nImage)]->CreateJavaBitmapFromTexture();
 }
 
 unsigned int TextureGL2::CreateCountedGLTexture() {
@@ -153,9 +222,9 @@ bool TextureGL2::CreateGLTexture() {
     if (IsPromoted()) {
         if (m_nGLTexture == 0) {
             // After a wrap to 0 this is surface 0, not the last one: intended.
-            int const nImage = m_nCurrentEglImage > 1 ? m_nCurrentEglImage - 1 : 0;
-            m_nGLTexture =
-                static_cast<unsigned int>(m_pEGLImage[static_cast<unsigned int>(nImage)]->GetTexture());
+            int const nCurrent = m_nCurrentEglImage;
+            int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
+            m_nGLTexture = static_cast<unsigned int>(GetEGLImage(nImage).GetTexture());
         }
         DropPixels();
         return true;
@@ -224,11 +293,11 @@ void TextureGL2::SetFilters(unsigned int nLevels) const {
 }
 
 void TextureGL2::ReleaseGLTexture() {
-    if (m_nGLTexture != 0) {
+    if (GLuint const nName = m_nGLTexture) {
         TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseColor,
                        "GraphicsDeviceGL2::InRenderThread()");
         Statistics::Instance().DecrementStat(Statistics::StatTextureMemory, m_nByteSize);
-        glDeleteTextures(1, &m_nGLTexture);
+        glDeleteTextures(1, &nName);
         m_nGLTexture = 0;
     }
     if (m_nGLTextureAlpha != 0) {

@@ -8,6 +8,8 @@
 
 #include <GLES2/gl2.h>
 
+#include <atomic>
+
 namespace trevik::kelvo {
 
 /**
@@ -21,24 +23,48 @@ public:
     /** Deletes the GL textures. Render thread, once there are any. */
     ~TextureGL2() override;
 
+    /** Of the surface that producers write next while promoted, else of the pixels. */
     int GetStride() override;
     /** There is no compression at run time: false. */
     bool Compress() override;
     bool IsPromoted() override { return m_fEglImageInitialized && !m_fReleasePending; }
+    /**
+     * Makes one or two surfaces of the texture's size, RGBA8888 ones for compressed formats. What was drawn
+     * before is drawn until the first Swap, and IsPromoted is false until then. True, without any change,
+     * when there are surfaces already; false, with the texture as it was, when one cannot be made.
+     */
     bool Promote(bool fDoubleBuffered) override;
+    /**
+     * Takes the pixels of the surface that producers write next, not of the one drawn last, intended, and
+     * gives the surfaces up. Always true. Render thread, before the first Swap.
+     */
     bool Demote() override;
     bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const override;
+    /**
+     * The pixels of the current surface, after promoting to a single one where there are none; null when that
+     * fails. The caller unlocks before it swaps. Any thread once promoted.
+     */
     void* Lock() override;
     void Unlock() override;
+    /**
+     * Has the surface just written drawn from now on. The first Swap deletes the GL textures of before, which
+     * takes the render thread; later ones any thread.
+     */
     int Swap() override;
     int Current() override;
     int Count() override;
+    /** Makes surface `nImage` at the texture's size. Render thread. */
+    bool CreateEGLImage(int nImage);
     /**
      * Deletes the GL textures and takes new pixels over, from which the next draw makes new ones. Not while
      * promoted.
      */
     bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
                  int nStride) override;
+    /**
+     * A Java bitmap over a surface, after promoting to a single one where there are none; `nImage` must be
+     * below Count() of the promoted texture and is not checked beyond that, intended.
+     */
     jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) override;
 
     /**
@@ -46,7 +72,10 @@ public:
      * counted in statistic 37 and announced as "Create Texture: WxH(bytes)". 0 when there are no pixels or
      * the format cannot be uploaded.
      */
-    unsigned int GetGLTexture() { return m_nGLTexture != 0 ? m_nGLTexture : CreateCountedGLTexture(); }
+    unsigned int GetGLTexture() {
+        unsigned int const nName = m_nGLTexture.load(std::memory_order_acquire);
+        return nName != 0 ? nName : CreateCountedGLTexture();
+    }
     /** The GL name of the separate alpha of an ETC1_RGBA texture; 0 for other formats. */
     unsigned int GetGLTextureAlpha() {
         if (m_nGLTexture == 0) {
@@ -82,13 +111,20 @@ private:
     void DropPixels();
     void SetFilters(unsigned int nLevels) const;
 
-    unsigned int m_nGLTexture = 0;
+    EGLImageHelper& GetEGLImage(int nImage) const;
+    EGLImageHelper& CurrentEGLImage() const {
+        return GetEGLImage(m_nCurrentEglImage.load(std::memory_order_relaxed));
+    }
+    void ReleasePending();
+
+    // Swap writes some of these on a producer's thread while the render thread draws.
+    std::atomic<unsigned int> m_nGLTexture{0}; ///< once swapped, a surface's
     unsigned int m_nGLTextureAlpha = 0;
-    int m_nEglImages = 2;
+    int m_nEglImages = 2; ///< of the last promotion
     List<Ref<EGLImageHelper>> m_pEGLImage;
-    int m_nCurrentEglImage = 0;
-    bool m_fEglImageInitialized = false;
-    bool m_fReleasePending = false;
+    std::atomic<int> m_nCurrentEglImage{0}; ///< the surface that producers write next
+    std::atomic<bool> m_fEglImageInitialized{false};
+    std::atomic<bool> m_fReleasePending{false}; ///< promoted; the GL texture of before is still drawn
 };
 
 } // namespace trevik::kelvo

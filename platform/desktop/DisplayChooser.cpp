@@ -79,17 +79,6 @@ bool ParseWish(char const* words, Wish& wish) {
     return true;
 }
 
-/** Whether the space-separated `list` has `name` as a whole word. */
-bool HasExtension(char const* list, char const* name) {
-    std::size_t const nLength = std::strlen(name);
-    while (list && (list = std::strstr(list, name))) {
-        if (list[nLength] == ' ' || list[nLength] == '\0')
-            return true;
-        list += nLength;
-    }
-    return false;
-}
-
 EGLDisplay PlatformDisplay(EGLenum platform, void* native) {
     if (Driver().eglGetPlatformDisplay)
         return Driver().eglGetPlatformDisplay(platform, native, nullptr);

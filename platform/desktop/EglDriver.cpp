@@ -2,6 +2,7 @@
 
 #include <dlfcn.h>
 
+#include <cstring>
 #include <string>
 
 namespace kelvo::desktop {
@@ -33,6 +34,15 @@ EglDriver const& Driver() {
     // Never unloaded: drivers leave threads and thread-local destructors behind.
     static EglDriver const s_driver = LoadDriver();
     return s_driver;
+}
+
+bool HasExtension(char const* list, char const* name) {
+    std::size_t const nLength = std::strlen(name);
+    for (; list && (list = std::strstr(list, name)); list += nLength) {
+        if (list[nLength] == ' ' || list[nLength] == '\0')
+            return true;
+    }
+    return false;
 }
 
 void SetError(EGLint error) {

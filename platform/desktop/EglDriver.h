@@ -76,6 +76,9 @@ Function DriverFunction(char const* name) {
                                       : nullptr;
 }
 
+/** Whether the space-separated `list`, which may be null, has `name` as a whole word. */
+bool HasExtension(char const* list, char const* name);
+
 // EGL keeps one error per thread. What the layer refuses by itself the driver never hears of, so the layer
 // keeps an error beside the driver's: each entry point says which of the two the next eglGetError reports.
 
@@ -85,6 +88,20 @@ void SetError(EGLint error);
 void UseDriverError();
 /** What eglGetError returns, and from then on EGL_SUCCESS. */
 EGLint TakeError();
+
+/**
+ * Keeps the calling thread's error as it is, whatever calls to the driver are made while one lives: for what
+ * the layer does on its own account, outside of EGL calls.
+ */
+class KeptError {
+public:
+    KeptError() : m_nError(TakeError()) {}
+    KeptError(KeptError const&) = delete;
+    ~KeptError() { SetError(m_nError); }
+
+private:
+    EGLint m_nError;
+};
 
 /**
  * Sets `error` and returns the result that stands for failure, for the many `return Fail<EGLBoolean>(...)`.

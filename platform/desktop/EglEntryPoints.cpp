@@ -1,6 +1,7 @@
 // The EGL that programs and plug-ins link: every entry point of EGL 1.5 under its own name. Those that know
 // of this layer's displays, configurations and windows come first; the others go to the driver as they are.
 
+#include "BufferImages.h"
 #include "DisplayChooser.h"
 #include "EglConfigs.h"
 #include "EglDriver.h"
@@ -22,13 +23,26 @@ bool IsOurs(EGLDisplay display) {
     return KindOf(display) != DisplayKind::Foreign;
 }
 
+/** Whether an attribute list is one for images of graphic buffers: these are preserved whatever it says. */
+template <class Attribute>
+bool AreBufferAttributes(Attribute const* attributes) {
+    for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
+        if (attributes[0] != EGL_IMAGE_PRESERVED || (attributes[1] != EGL_TRUE && attributes[1] != EGL_FALSE))
+            return false;
+    }
+    return true;
+}
+
 /** eglCreateImage and eglCreateImageKHR, which differ in the type of their attributes only. */
 template <class CreateImage, class Attribute>
 EGLImage CreateImageFor(CreateImage createImage, EGLDisplay display, EGLContext context, EGLenum target,
                         EGLClientBuffer buffer, Attribute const* attributes) {
     // Not left to the driver: some know the target and would take the pointer for a buffer of their own.
-    if (target == EGL_NATIVE_BUFFER_ANDROID)
-        return Fail<EGLImage>(EGL_BAD_PARAMETER);
+    if (target == EGL_NATIVE_BUFFER_ANDROID) {
+        return Guarded([&] {
+            return BufferImages::Get().Create(display, context, buffer, AreBufferAttributes(attributes));
+        });
+    }
     return Forward(createImage, display, context, target, buffer, attributes);
 }
 
@@ -36,6 +50,19 @@ EGLImage EGLAPIENTRY CreateImageKHR(EGLDisplay display, EGLContext context, EGLe
                                     EGLClientBuffer buffer, EGLint const* attributes) {
     static auto const s_createImage = DriverFunction<PFNEGLCREATEIMAGEKHRPROC>("eglCreateImageKHR");
     return CreateImageFor(s_createImage, display, context, target, buffer, attributes);
+}
+
+template <class Destroy>
+EGLBoolean DestroyImageWith(Destroy destroyImage, EGLDisplay display, EGLImage image) {
+    EGLBoolean fDestroyed = EGL_FALSE;
+    if (BufferImages::Get().Destroy(display, image, fDestroyed))
+        return fDestroyed;
+    return Forward(destroyImage, display, image);
+}
+
+EGLBoolean EGLAPIENTRY DestroyImageKHR(EGLDisplay display, EGLImage image) {
+    static auto const s_destroyImage = DriverFunction<PFNEGLDESTROYIMAGEKHRPROC>("eglDestroyImageKHR");
+    return DestroyImageWith(s_destroyImage, display, image);
 }
 
 EGLSurface EGLAPIENTRY CreatePlatformWindowSurfaceEXT(EGLDisplay display, EGLConfig config, void* window,
@@ -64,6 +91,7 @@ __eglMustCastToProperFunctionPointerType FindOwn(char const* name) {
 #undef KELVO_NAMED
     static NamedFunction const s_extensions[] = {
         Named("eglCreateImageKHR", &CreateImageKHR),
+        Named("eglDestroyImageKHR", &DestroyImageKHR),
         Named("eglCreatePlatformWindowSurfaceEXT", &CreatePlatformWindowSurfaceEXT),
     };
     for (NamedFunction const& own : s_core) {
@@ -103,8 +131,10 @@ KELVO_EGL(EGLBoolean) eglInitialize(EGLDisplay display, EGLint* major, EGLint* m
 
 KELVO_EGL(EGLBoolean) eglTerminate(EGLDisplay display) {
     EGLBoolean const fDone = TerminateDisplay(display);
-    if (fDone)
+    if (fDone) {
         WindowTable::Get().RemoveDisplay(display);
+        BufferImages::Get().RemoveDisplay(display);
+    }
     return fDone;
 }
 
@@ -165,6 +195,17 @@ KELVO_EGL(EGLImage)
 eglCreateImage(EGLDisplay display, EGLContext context, EGLenum target, EGLClientBuffer buffer,
                EGLAttrib const* attributes) {
     return CreateImageFor(Driver().eglCreateImage, display, context, target, buffer, attributes);
+}
+
+KELVO_EGL(EGLBoolean) eglDestroyImage(EGLDisplay display, EGLImage image) {
+    return DestroyImageWith(Driver().eglDestroyImage, display, image);
+}
+
+KELVO_EGL(char const*) eglQueryString(EGLDisplay display, EGLint name) {
+    char const* const text = Forward(Driver().eglQueryString, display, name);
+    if (!text || display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS)
+        return text;
+    return Guarded([&] { return BufferImages::Get().Extensions(display, text); });
 }
 
 KELVO_EGL(__eglMustCastToProperFunctionPointerType) eglGetProcAddress(char const* name) {
@@ -229,10 +270,6 @@ KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) 
     return Forward(Driver().eglDestroyContext, display, context);
 }
 
-KELVO_EGL(EGLBoolean) eglDestroyImage(EGLDisplay display, EGLImage image) {
-    return Forward(Driver().eglDestroyImage, display, image);
-}
-
 KELVO_EGL(EGLBoolean) eglDestroySync(EGLDisplay display, EGLSync sync) {
     return Forward(Driver().eglDestroySync, display, sync);
 }
@@ -269,10 +306,6 @@ KELVO_EGL(EGLenum) eglQueryAPI() {
 KELVO_EGL(EGLBoolean)
 eglQueryContext(EGLDisplay display, EGLContext context, EGLint attribute, EGLint* value) {
     return Forward(Driver().eglQueryContext, display, context, attribute, value);
-}
-
-KELVO_EGL(char const*) eglQueryString(EGLDisplay display, EGLint name) {
-    return Forward(Driver().eglQueryString, display, name);
 }
 
 KELVO_EGL(EGLBoolean) eglReleaseTexImage(EGLDisplay display, EGLSurface surface, EGLint buffer) {

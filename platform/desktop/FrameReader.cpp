@@ -1,62 +1,14 @@
 #include "FrameReader.h"
 
 #include "EglDriver.h"
+#include "GlFunctions.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
-#include <GLES3/gl3.h>
-
 #include <algorithm>
-#include <cstring>
 
 namespace kelvo::desktop {
 
 namespace {
-
-// The few GL functions needed, from the driver: the layer itself links no GL, so it can serve programs of
-// any.
-#define KELVO_GL_FUNCTIONS(F)                                                                                \
-    F(glBindBuffer)                                                                                          \
-    F(glBindFramebuffer)                                                                                     \
-    F(glFlush)                                                                                               \
-    F(glGetIntegerv)                                                                                         \
-    F(glGetString)                                                                                           \
-    F(glPixelStorei)                                                                                         \
-    F(glReadBuffer)                                                                                          \
-    F(glReadPixels)
-
-struct GlFunctions {
-#define KELVO_MEMBER(name) decltype(&::name) name;
-    KELVO_GL_FUNCTIONS(KELVO_MEMBER)
-#undef KELVO_MEMBER
-};
-
-GlFunctions LoadGl() {
-    GlFunctions gl;
-#define KELVO_LOAD(name) gl.name = DriverFunction<decltype(gl.name)>(#name);
-    KELVO_GL_FUNCTIONS(KELVO_LOAD)
-#undef KELVO_LOAD
-    return gl;
-}
-
-GlFunctions const& Gl() {
-    static GlFunctions const s_gl = LoadGl();
-    return s_gl;
-}
-
-/**
- * Major version of the current OpenGL ES context, which may be above the one asked for; 0 when it is none
- * from 2 on.
- */
-int EsVersion() {
-    static char const s_prefix[] = "OpenGL ES ";
-    if (!Gl().glGetString || !Gl().glReadPixels)
-        return 0;
-    auto const* version = reinterpret_cast<char const*>(Gl().glGetString(GL_VERSION));
-    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0)
-        return 0;
-    int const nMajor = version[sizeof s_prefix - 1] - '0';
-    return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
-}
 
 /** Sets one integer state for as long as it lives. `query` is the name to read it by. */
 template <class Set>
@@ -163,6 +115,11 @@ EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, 
 void FlushCurrentContext() {
     if (Gl().glFlush)
         Gl().glFlush();
+}
+
+void FinishCurrentContext() {
+    if (Gl().glFinish)
+        Gl().glFinish();
 }
 
 } // namespace kelvo::desktop

@@ -15,7 +15,8 @@ struct FinishedFrame;
  */
 EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame);
 
-/** glFlush of the current context, whatever its kind. */
+/** glFlush and glFinish of the current context, whatever its kind. */
 void FlushCurrentContext();
+void FinishCurrentContext();
 
 } // namespace kelvo::desktop

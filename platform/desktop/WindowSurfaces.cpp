@@ -1,5 +1,6 @@
 #include "WindowSurfaces.h"
 
+#include "BufferImages.h"
 #include "EglConfigs.h"
 #include "EglDriver.h"
 #include "FrameReader.h"
@@ -89,6 +90,13 @@ EGLint FinishDrawing(WindowSurface const& target) {
         return EGL_BAD_SURFACE;
     if (!target.window)
         return EGL_BAD_NATIVE_WINDOW;
+    // Software draws when it has to, and that is here: no image of a buffer changes underneath it.
+    bool fImages = false;
+    auto const still = BufferImages::Get().HoldStill(fImages);
+    if (!target.window->capture && fImages) {
+        FinishCurrentContext();
+        return EGL_SUCCESS;
+    }
     if (!target.window->capture) {
         // Drivers need not do it for a pixel buffer, where a swap of their own has no effect.
         FlushCurrentContext();

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Export.h"
+#include "trevik/Ref.h"
 #include "trevik/Referenced.h"
 
 namespace trevik::jni {
@@ -35,5 +36,8 @@ public:
     /** A Java bitmap over the surface; an empty object on failure. */
     virtual jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture() = 0;
 };
+
+/** A new, empty surface; null without memory. */
+Ref<EGLImageHelper> CreateEGLImageHelper();
 
 } // namespace trevik::kelvo

@@ -11,7 +11,8 @@ class KELVO_DESKTOP_API GraphicsJNI {
 public:
     /**
      * A new android.graphics.Bitmap, which owns `bitmap` from now on; a local reference, null, with an
-     * exception pending and `bitmap` deleted, when it cannot be made. `ninePatch` is null for a picture that
+     * exception pending and `bitmap` deleted, when it cannot be made; so it is, without an exception, on a
+     * thread that is not attached (`env` is null). `ninePatch` is null for a picture that
      * is none, `density` -1 for the default.
      */
     static jobject createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable, jbyteArray ninePatch,

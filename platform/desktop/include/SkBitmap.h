@@ -30,7 +30,10 @@ public:
     SkBitmap(SkBitmap const&) = delete;
     SkBitmap& operator=(SkBitmap const&) = delete;
 
-    /** Forgets the pixels; `rowBytes` from row to row, 0: as many as a row has. */
+    /**
+     * Forgets the pixels; `rowBytes` from row to row, 0: as many as a row has. What cannot be, such as a row
+     * longer than that, makes it an empty bitmap of kNo_Config.
+     */
     void setConfig(Config config, int width, int height, int rowBytes = 0);
     Config config() const { return fConfig; }
     int width() const { return fWidth; }
@@ -44,6 +47,7 @@ public:
     SkPixelRef* setPixelRef(SkPixelRef* pixelRef, std::size_t offset = 0);
     SkPixelRef* pixelRef() const { return fPixelRef; }
 
+    /** Locks of pixels are counted, by the pixels. Any thread, while the bitmap itself does not change. */
     void lockPixels() const;
     void unlockPixels() const;
     /** The address of the first pixel while they are locked, else null. */
@@ -56,4 +60,16 @@ private:
     int fRowBytes = 0;
     SkPixelRef* fPixelRef = nullptr;
     std::size_t fPixelRefOffset = 0;
+};
+
+/** Has a bitmap's pixels locked while it lives. */
+class SkAutoLockPixels {
+public:
+    explicit SkAutoLockPixels(SkBitmap const& bitmap) : fBitmap(bitmap) { fBitmap.lockPixels(); }
+    SkAutoLockPixels(SkAutoLockPixels const&) = delete;
+    SkAutoLockPixels& operator=(SkAutoLockPixels const&) = delete;
+    ~SkAutoLockPixels() { fBitmap.unlockPixels(); }
+
+private:
+    SkBitmap const& fBitmap;
 };

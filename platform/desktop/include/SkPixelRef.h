@@ -8,27 +8,30 @@ class SkMutex;
 /** The pixels of bitmaps, which they have in memory only while somebody has locked them. */
 class KELVO_DESKTOP_API SkPixelRef : public SkFlattenable {
 public:
-    /** `mutex` guards lock counts; null takes one that all such pixels share. */
+    /** `mutex` is held while pixels are brought in and given back; null takes one that all such share. */
     explicit SkPixelRef(SkMutex* mutex = nullptr);
     ~SkPixelRef() override;
 
-    /** The address of the pixels while they are locked, else null. */
+    // For whoever has the pixels locked: the address of the first, null when they could not be brought in,
+    // and their colour table or null.
     void* pixels() const { return fPixels; }
     SkColorTable* colorTable() const { return fColorTable; }
-    bool isLocked() const { return fLockCount > 0; }
+    /** Whether anybody has them locked. Any thread. */
+    bool isLocked() const;
 
     /** May be called several times; the first one has the pixels brought in. Any thread. */
     void lockPixels();
-    /** Undoes one lockPixels; the last one gives the pixels back. */
+    /** Undoes one lockPixels; the last one gives the pixels back. Any thread. */
     void unlockPixels();
 
 protected:
     /** Brings the pixels in: their address, null on failure, and their colour table or null. */
     virtual void* onLockPixels(SkColorTable** table) = 0;
+    /** Gives the pixels back, also those that could not be brought in. */
     virtual void onUnlockPixels() = 0;
 
 private:
-    SkMutex* fMutex;
+    SkMutex& fMutex;
     void* fPixels = nullptr;
     SkColorTable* fColorTable = nullptr;
     int fLockCount = 0;

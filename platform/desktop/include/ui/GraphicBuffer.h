@@ -23,7 +23,8 @@ public:
      * `format` is a PixelFormat, `usage` of GRALLOC_USAGE_*. The stride is the allocator's: it may exceed the
      * width. initCheck tells whether there is memory.
      */
-    GraphicBuffer(std::uint32_t width, std::uint32_t height, PixelFormat format, std::uint32_t usage);
+    GraphicBuffer(std::uint32_t width, std::uint32_t height, PixelFormat format,
+                  std::uint32_t usage) noexcept;
     GraphicBuffer(GraphicBuffer const&) = delete;
     GraphicBuffer& operator=(GraphicBuffer const&) = delete;
 
@@ -40,13 +41,22 @@ public:
 
     /**
      * The address of the pixels in `surface->data`, null when this fails: NO_INIT without memory,
-     * INVALID_OPERATION while the buffer is locked.
+     * INVALID_OPERATION while the buffer is locked. `usage` is the buffer's own or less.
      */
     status_t lock(GGLSurface* surface, std::uint32_t usage);
-    /** Brings what was written in front of GL, in whatever images are made of the buffer. */
+    /**
+     * Brings what was written in front of GL, in whatever images are made of the buffer. Waits until GL is
+     * done with it, and with what the calling thread's context was given before; what is current stays so.
+     * NO_INIT without memory; INVALID_OPERATION unless the buffer is locked; UNKNOWN_ERROR when GL cannot,
+     * and the buffer is unlocked then, too.
+     */
     status_t unlock();
 
-    /** What eglCreateImageKHR takes for EGL_NATIVE_BUFFER_ANDROID. */
+    /**
+     * What eglCreateImageKHR takes for EGL_NATIVE_BUFFER_ANDROID. Textures are made of such images with the
+     * first row of pixels at t = 0. An image keeps no reference to its buffer, and shows the last pixels when
+     * the buffer is gone; a texture shows the last pixels when the image is gone.
+     */
     ANativeWindowBuffer* getNativeBuffer() const;
 
 private:

@@ -1,0 +1,27 @@
+#pragma once
+
+#include <cstdint>
+#include <cstdlib>
+#include <memory>
+#include <mutex>
+
+namespace kelvo::desktop {
+
+struct FreeMemory {
+    void operator()(std::uint8_t* memory) const { std::free(memory); }
+};
+using Memory = std::unique_ptr<std::uint8_t, FreeMemory>;
+
+/** What is behind a graphic buffer. */
+struct BufferContents {
+    std::mutex mutex; ///< guards `locked`, and the pixels while nobody has the buffer locked
+    bool locked = false;
+    Memory pixels;
+    /**
+     * The pixels once more, as GL takes them, where it does not take them as they are; made with the first
+     * image. Belongs to whoever uploads.
+     */
+    Memory packed;
+};
+
+} // namespace kelvo::desktop

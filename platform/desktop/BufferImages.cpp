@@ -1,0 +1,155 @@
+#include "BufferImages.h"
+
+#include "EglDriver.h"
+#include "GlFunctions.h"
+#include "PixelUpload.h"
+
+#include <algorithm>
+
+namespace kelvo::desktop {
+
+BufferImages& BufferImages::Get() {
+    // Not destroyed at exit: buffers with static storage may be destroyed later than this would be.
+    static BufferImages* const s_pImages = new BufferImages;
+    return *s_pImages;
+}
+
+bool BufferImages::AddBuffer(ANativeWindowBuffer* buffer) noexcept {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    try {
+        m_buffers.push_back(buffer);
+    } catch (std::bad_alloc const&) {
+        return false;
+    }
+    return true;
+}
+
+void BufferImages::RemoveBuffer(ANativeWindowBuffer* buffer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_buffers.erase(std::remove(m_buffers.begin(), m_buffers.end(), buffer), m_buffers.end());
+    for (Image& image : m_images) {
+        if (image.buffer == buffer)
+            image.buffer = nullptr;
+    }
+}
+
+bool BufferImages::IsKnown(ANativeWindowBuffer const* buffer) const {
+    return std::find(m_buffers.begin(), m_buffers.end(), buffer) != m_buffers.end() &&
+           buffer->magic == ANativeWindowBuffer::LivingMagic;
+}
+
+LayerContext& BufferImages::ContextOf(EGLDisplay display) {
+    for (auto const& pContext : m_contexts) {
+        if (pContext->Display() == display)
+            return *pContext;
+    }
+    m_contexts.push_back(std::make_unique<LayerContext>(display));
+    return *m_contexts.back();
+}
+
+/** Makes texture and image and fills them; an EGL error. */
+EGLint BufferImages::CreateImage(LayerContext& context, ANativeWindowBuffer const& buffer, Image& image) {
+    EGLint nError = EGL_BAD_ALLOC;
+    context.Run([&] {
+        image.texture = CreateTextureFor(buffer);
+        if (image.texture == 0)
+            return;
+        {
+            // Whoever has the buffer locked uploads the pixels by unlocking it.
+            std::lock_guard<std::mutex> lock(buffer.contents->mutex);
+            if (!buffer.contents->locked && !UploadPixels(buffer, image.texture, context.HasRowLength()))
+                return;
+        }
+        image.image = context.CreateImage(image.texture);
+        nError = image.image != EGL_NO_IMAGE ? EGL_SUCCESS : Driver().eglGetError();
+        if (nError != EGL_SUCCESS)
+            Gl().glDeleteTextures(1, &image.texture);
+    });
+    return nError;
+}
+
+EGLImage BufferImages::Create(EGLDisplay display, EGLContext context, EGLClientBuffer buffer,
+                              bool fAttributes) {
+    // A query that every display answers: the driver judges it.
+    if (!Forward(Driver().eglQueryString, display, EGL_VERSION))
+        return EGL_NO_IMAGE;
+    if (context != EGL_NO_CONTEXT)
+        return Fail<EGLImage>(EGL_BAD_CONTEXT);
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto const* const pBuffer = static_cast<ANativeWindowBuffer const*>(buffer);
+    if (!fAttributes || !IsKnown(pBuffer) || !IsUploadable(*pBuffer))
+        return Fail<EGLImage>(EGL_BAD_PARAMETER);
+    LayerContext& layerContext = ContextOf(display);
+    EGLint nError = layerContext.Start();
+    if (nError != EGL_SUCCESS)
+        return Fail<EGLImage>(nError);
+    if (!PrepareUpload(*pBuffer, layerContext.HasRowLength()))
+        return Fail<EGLImage>(EGL_BAD_ALLOC);
+    m_images.push_back({display, EGL_NO_IMAGE, 0, pBuffer});
+    nError = CreateImage(layerContext, *pBuffer, m_images.back());
+    if (nError != EGL_SUCCESS) {
+        m_images.pop_back();
+        return Fail<EGLImage>(nError);
+    }
+    Succeed();
+    return m_images.back().image;
+}
+
+bool BufferImages::Destroy(EGLDisplay display, EGLImage image, EGLBoolean& fDestroyed) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    auto const entry = std::find_if(m_images.begin(), m_images.end(), [&](Image const& candidate) {
+        return candidate.display == display && candidate.image == image;
+    });
+    if (entry == m_images.end())
+        return false;
+    Image const gone = *entry;
+    m_images.erase(entry);
+    LayerContext& context = ContextOf(display);
+    UseDriverError();
+    fDestroyed = context.DestroyImage(gone.image);
+    // The driver keeps the memory for as long as textures of the program are made of it.
+    KeptError const error;
+    context.Run([&] { Gl().glDeleteTextures(1, &gone.texture); });
+    return true;
+}
+
+void BufferImages::RemoveDisplay(EGLDisplay display) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    m_images.erase(std::remove_if(m_images.begin(), m_images.end(),
+                                  [display](Image const& image) { return image.display == display; }),
+                   m_images.end());
+    for (auto const& pContext : m_contexts) {
+        if (pContext->Display() == display)
+            pContext->Forget();
+    }
+}
+
+char const* BufferImages::Extensions(EGLDisplay display, char const* extensions) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    KeptError const error;
+    LayerContext& context = ContextOf(display);
+    return context.Start() == EGL_SUCCESS ? context.AddExtension(extensions) : extensions;
+}
+
+android::status_t BufferImages::Upload(ANativeWindowBuffer const& buffer) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    bool fUploaded = true;
+    for (Image const& image : m_images) {
+        if (image.buffer != &buffer)
+            continue;
+        KeptError const error;
+        LayerContext& context = ContextOf(image.display);
+        bool const fRun = context.Run(
+            [&] { fUploaded = UploadPixels(buffer, image.texture, context.HasRowLength()) && fUploaded; });
+        fUploaded = fUploaded && fRun;
+    }
+    return fUploaded ? android::NO_ERROR : android::UNKNOWN_ERROR;
+}
+
+std::unique_lock<std::mutex> BufferImages::HoldStill(bool& fAny) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    fAny = !m_images.empty();
+    return lock;
+}
+
+} // namespace kelvo::desktop

@@ -1,0 +1,37 @@
+#include "GlFunctions.h"
+
+#include "EglDriver.h"
+
+#include <cstring>
+
+namespace kelvo::desktop {
+
+namespace {
+
+GlFunctions LoadGl() {
+    GlFunctions gl;
+#define KELVO_LOAD(name) gl.name = DriverFunction<decltype(gl.name)>(#name);
+    KELVO_GL_FUNCTIONS(KELVO_LOAD)
+#undef KELVO_LOAD
+    return gl;
+}
+
+} // namespace
+
+GlFunctions const& Gl() {
+    static GlFunctions const s_gl = LoadGl();
+    return s_gl;
+}
+
+int EsVersion() {
+    static char const s_prefix[] = "OpenGL ES ";
+    if (!Gl().glGetString || !Gl().glReadPixels)
+        return 0;
+    auto const* version = reinterpret_cast<char const*>(Gl().glGetString(GL_VERSION));
+    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0)
+        return 0;
+    int const nMajor = version[sizeof s_prefix - 1] - '0';
+    return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
+}
+
+} // namespace kelvo::desktop

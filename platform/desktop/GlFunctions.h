@@ -1,0 +1,44 @@
+#pragma once
+
+#include <GLES3/gl3.h>
+
+namespace kelvo::desktop {
+
+#define KELVO_GL_FUNCTIONS(F)                                                                                \
+    F(glBindBuffer)                                                                                          \
+    F(glBindFramebuffer)                                                                                     \
+    F(glBindTexture)                                                                                         \
+    F(glDeleteTextures)                                                                                      \
+    F(glFinish)                                                                                              \
+    F(glFlush)                                                                                               \
+    F(glGenTextures)                                                                                         \
+    F(glGetError)                                                                                            \
+    F(glGetIntegerv)                                                                                         \
+    F(glGetString)                                                                                           \
+    F(glPixelStorei)                                                                                         \
+    F(glReadBuffer)                                                                                          \
+    F(glReadPixels)                                                                                          \
+    F(glTexImage2D)                                                                                          \
+    F(glTexParameteri)                                                                                       \
+    F(glTexSubImage2D)
+
+/**
+ * The few GL functions needed, from the driver: the layer itself links no GL, so it can serve programs of
+ * any. A member is null where the driver lacks the function.
+ */
+struct GlFunctions {
+#define KELVO_MEMBER(name) decltype(&::name) name;
+    KELVO_GL_FUNCTIONS(KELVO_MEMBER)
+#undef KELVO_MEMBER
+};
+
+/** Looked up by the first call. Any thread. */
+GlFunctions const& Gl();
+
+/**
+ * Major version of the current OpenGL ES context, which may be above the one asked for; 0 when it is none
+ * from 2 on.
+ */
+int EsVersion();
+
+} // namespace kelvo::desktop

@@ -1,0 +1,27 @@
+#pragma once
+
+#include "BufferContents.h"
+
+#include <GLES2/gl2.h>
+#include <system/window.h>
+
+namespace kelvo::desktop {
+
+/** Whether GL has a texture format for the buffer's pixels. */
+bool IsUploadable(ANativeWindowBuffer const& buffer);
+
+/**
+ * Makes what UploadPixels needs, for good; `fRowLength` as there. False without memory.
+ */
+bool PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength);
+
+/** A new texture of the buffer's size and format, of undefined contents; 0 when GL has no memory for it. */
+GLuint CreateTextureFor(ANativeWindowBuffer const& buffer);
+
+/**
+ * Puts the buffer's pixels into the texture, first row at t = 0; complete, for other contexts too, on return.
+ * `fRowLength`: the current context understands GL_UNPACK_ROW_LENGTH. False when GL cannot.
+ */
+bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength);
+
+} // namespace kelvo::desktop

@@ -1,0 +1,214 @@
+#include "Android/EGLImageImpl.h"
+
+#include "Android/JavaBitmap.h"
+#include "GraphicsDeviceGL2.h"
+#include "JObject.h"
+#include "trevik/Assert.h"
+#include "trevik/Debug.h"
+#include "trevik/Dispatcher.h"
+#include "trevik/kelvo/TextureFormat.h"
+
+#include <GLES2/gl2.h>
+#include <GLES2/gl2ext.h>
+#include <hardware/gralloc.h>
+#include <pixelflinger/pixelflinger.h>
+
+#include <new>
+
+// Broken invariants are reported under these places, which whoever reads a log looks for.
+#define SURFACE_ASSERT(condition, line, text)                                                                \
+    TREVIK_ASSERT_AT(condition, "src/Android/EGLImageImpl", line, text)
+
+namespace trevik::kelvo {
+
+namespace {
+
+constexpr unsigned int LineDestroyThread = 35;
+constexpr unsigned int LineDestroyReferences = 46;
+constexpr unsigned int LineDestroy = 51;
+constexpr unsigned int LineCreate = 76;
+constexpr unsigned int LineLock = 246;
+constexpr unsigned int LineUnlock = 257;
+
+constexpr std::uint32_t BufferUsage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_SW_WRITE_OFTEN;
+
+/** Desktop libraries of OpenGL ES do not export it. */
+PFNGLEGLIMAGETARGETTEXTURE2DOESPROC FindTargetFunction() {
+    static auto const s_pfnTarget = reinterpret_cast<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>(
+        eglGetProcAddress("glEGLImageTargetTexture2DOES"));
+    return s_pfnTarget;
+}
+
+} // namespace
+
+Mutex EGLImageImpl::s_bufferMutex;
+
+Ref<EGLImageHelper> CreateEGLImageHelper() {
+    return Ref<EGLImageHelper>(new (std::nothrow) EGLImageImpl);
+}
+
+EGLImageImpl::EGLImageImpl() = default;
+
+EGLImageImpl::~EGLImageImpl() {
+    Destroy();
+}
+
+int EGLImageImpl::PixelFormat2TextureFormat(int nPixelFormat) {
+    switch (nPixelFormat) {
+    case ::android::PIXEL_FORMAT_RGBA_8888:
+    case ::android::PIXEL_FORMAT_RGBX_8888:
+    case ::android::PIXEL_FORMAT_BGRA_8888:
+        return TextureFormat::RGBA8888;
+    case ::android::PIXEL_FORMAT_RGB_888:
+        return TextureFormat::RGB888;
+    case ::android::PIXEL_FORMAT_RGB_565:
+        return TextureFormat::RGB565;
+    case ::android::PIXEL_FORMAT_RGBA_5551:
+        return TextureFormat::RGBA5551;
+    case ::android::PIXEL_FORMAT_RGBA_4444:
+        return TextureFormat::RGBA4444;
+    default:
+        return -1;
+    }
+}
+
+int EGLImageImpl::TextureFormat2PixelFormat(int nTextureFormat) {
+    switch (nTextureFormat) {
+    case 0:
+        return ::android::PIXEL_FORMAT_RGB_565;
+    case 1:
+        return ::android::PIXEL_FORMAT_RGBA_5551;
+    case 2:
+    case 3:
+        return ::android::PIXEL_FORMAT_RGBA_4444;
+    case 4:
+        return ::android::PIXEL_FORMAT_RGB_888;
+    case 5:
+        return ::android::PIXEL_FORMAT_RGBX_8888;
+    case 6:
+    case 7:
+        return ::android::PIXEL_FORMAT_RGBA_8888;
+    default:
+        return ::android::PIXEL_FORMAT_NONE;
+    }
+}
+
+int EGLImageImpl::CreateTexture(int nTarget) {
+    GLenum const target = static_cast<GLenum>(nTarget);
+    GLuint nName = 0;
+    glGenTextures(1, &nName);
+    glBindTexture(target, nName);
+    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
+    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
+    glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+    glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    return static_cast<int>(nName);
+}
+
+bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned int nFormat) {
+    SURFACE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineCreate, "GraphicsDeviceGL2::InRenderThread()");
+    ScopedLock const lock(s_bufferMutex);
+    Destroy();
+    m_pGraphicBuffer = new (std::nothrow)::android::GraphicBuffer(
+        nWidth, nHeight, TextureFormat2PixelFormat(static_cast<int>(nFormat)), BufferUsage);
+    EGLint const attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE, EGL_NONE};
+    m_display = eglGetCurrentDisplay();
+    // Without memory for the buffer, EGL refuses.
+    EGLClientBuffer const buffer =
+        m_pGraphicBuffer.get() ? static_cast<EGLClientBuffer>(m_pGraphicBuffer->getNativeBuffer()) : nullptr;
+    m_eglImage = GraphicsDeviceGL2::eglCreateImageKHR(m_display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID,
+                                                      buffer, attributes);
+    if (m_eglImage == EGL_NO_IMAGE_KHR) {
+        Debug::TraceFormat(TraceLevel::Error, u"eglCreateImageKHR() failed, err=0x%4x.", eglGetError());
+    } else if (BindToNewTexture()) {
+        return true;
+    }
+    Destroy();
+    return false;
+}
+
+bool EGLImageImpl::BindToNewTexture() {
+    static_cast<void>(glGetError()); // of whatever came before
+    m_nTexture = CreateTexture(GL_TEXTURE_2D);
+    glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nTexture));
+    GLenum error = GL_INVALID_OPERATION;
+    if (PFNGLEGLIMAGETARGETTEXTURE2DOESPROC const pfnTarget = FindTargetFunction()) {
+        pfnTarget(GL_TEXTURE_2D, m_eglImage);
+        error = glGetError();
+    }
+    if (error != GL_NO_ERROR) {
+        Debug::TraceFormat(TraceLevel::Error, u"glEGLImageTargetTexture2DOES failed 0x%08x", error);
+        return false;
+    }
+    glBindTexture(GL_TEXTURE_2D, 0);
+    return true;
+}
+
+void EGLImageImpl::Destroy() {
+    SURFACE_ASSERT(!IsLocked(), LineDestroy, "!IsLocked()");
+    ScopedLock const lock(s_bufferMutex);
+    if (GraphicsDeviceGL2::InRenderThread()) {
+        Destroy_RenderThread(m_pGraphicBuffer, m_eglImage, m_nTexture, m_display);
+    } else {
+        Ref<OperationBase> pOperation(new (std::nothrow) Operation(
+            [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture, display = m_display] {
+                // This surface lets go of the buffer before the mutex.
+                ScopedLock const lock(s_bufferMutex);
+                Destroy_RenderThread(pBuffer, eglImage, nTexture, display);
+            }));
+        GraphicsDeviceGL2::GetDispatcher()->Enqueue(pOperation);
+    }
+    m_eglImage = EGL_NO_IMAGE_KHR;
+    m_nTexture = -1;
+    m_pGraphicBuffer.clear();
+}
+
+/** Deletes texture and image; the caller's pointer to the buffer, which goes after them, has to be the last.
+ */
+void EGLImageImpl::Destroy_RenderThread(::android::sp<::android::GraphicBuffer> const& pGraphicBuffer,
+                                        void* eglImage, int nTexture, void* display) {
+    SURFACE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineDestroyThread,
+                   "GraphicsDeviceGL2::InRenderThread()");
+    if (nTexture != -1) {
+        GLuint const nName = static_cast<GLuint>(nTexture);
+        glDeleteTextures(1, &nName);
+    }
+    if (eglImage) {
+        GraphicsDeviceGL2::eglDestroyImageKHR(display, eglImage);
+    }
+    SURFACE_ASSERT(pGraphicBuffer.get() == nullptr || pGraphicBuffer->getStrongCount() == 1,
+                   LineDestroyReferences,
+                   "graphicBuffer.get() == __null || graphicBuffer->getStrongCount() == 1");
+}
+
+void* EGLImageImpl::Lock() {
+    SURFACE_ASSERT(!IsLocked(), LineLock, "!IsLocked()");
+    ScopedLock const lock(s_bufferMutex);
+    GGLSurface surface = {};
+    static_cast<void>(m_pGraphicBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN));
+    m_fLocked = true;
+    return surface.data;
+}
+
+void EGLImageImpl::Unlock() {
+    SURFACE_ASSERT(IsLocked(), LineUnlock, "IsLocked()");
+    ScopedLock const lock(s_bufferMutex);
+    m_pGraphicBuffer->unlock();
+    m_fLocked = false;
+}
+
+int EGLImageImpl::GetStride() {
+    std::size_t const nBytes = ::android::bytesPerPixel(m_pGraphicBuffer->getPixelFormat());
+    return static_cast<int>(m_pGraphicBuffer->getStride() * nBytes);
+}
+
+int EGLImageImpl::GetPixelFormat() {
+    return PixelFormat2TextureFormat(m_pGraphicBuffer->getPixelFormat());
+}
+
+jni::Object<jni::android::graphics::Bitmap> EGLImageImpl::CreateJavaBitmapFromTexture() {
+    ScopedLock const lock(s_bufferMutex);
+    return CreateJavaBitmap(*this, m_pGraphicBuffer->getPixelFormat());
+}
+
+} // namespace trevik::kelvo
