@@ -70,8 +70,8 @@ EGLint BufferImages::CreateImage(LayerContext& context, ANativeWindowBuffer cons
 
 EGLImage BufferImages::Create(EGLDisplay display, EGLContext context, EGLClientBuffer buffer,
                               bool fAttributes) {
-    // A query that every display answers: the driver judges it.
-    if (!Forward(Driver().eglQueryString, display, EGL_VERSION))
+    // A query that every display answers, and none does not: the driver judges it.
+    if (!Forward(Driver().eglQueryString, display, EGL_VENDOR))
         return EGL_NO_IMAGE;
     if (context != EGL_NO_CONTEXT)
         return Fail<EGLImage>(EGL_BAD_CONTEXT);

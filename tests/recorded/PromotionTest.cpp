@@ -1,0 +1,312 @@
+// Textures that live in surfaces: promotion, writing, swapping, demotion.
+
+#include "SurfaceTest.h"
+
+#include "trevik/Statistics.h"
+
+#include <cstring>
+#include <thread>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class Promotion : public SurfaceTest {};
+
+std::string Name(GLuint name) {
+    return std::to_string(name);
+}
+
+TEST_F(Promotion, MakesBufferImageAndTextureForEachSurface) {
+    for (bool const fDouble : {false, true}) {
+        SCOPED_TRACE(fDouble);
+        Ref<TextureGL2> const pTexture = MakeTexture();
+        Forget();
+        ASSERT_TRUE(pTexture->Promote(fDouble));
+        EXPECT_EQ(pTexture->Count(), fDouble ? 2 : 1);
+        Strings const surface = {"eglGetCurrentDisplay()",
+                                 "eglCreateImageKHR(display, EGL_NO_CONTEXT, *, *, {EGL_IMAGE_PRESERVED_KHR, "
+                                 "EGL_TRUE*})",
+                                 "glGetError()",
+                                 "glGenTextures(1, *)",
+                                 "glBindTexture(GL_TEXTURE_2D, *)",
+                                 "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR)",
+                                 "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, GL_LINEAR)",
+                                 "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE)",
+                                 "glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE)",
+                                 "glBindTexture(GL_TEXTURE_2D, *)",
+                                 "glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, image*)",
+                                 "glGetError()",
+                                 "glBindTexture(GL_TEXTURE_2D, 0)"};
+        std::vector<Call> const calls = Calls();
+        ASSERT_EQ(calls.size(), surface.size() * (fDouble ? 2 : 1));
+        for (std::size_t i = 0; i < calls.size(); ++i) {
+            EXPECT_TRUE(Matches(surface[i % surface.size()], calls[i])) << calls[i].line;
+        }
+        EXPECT_EQ(LastCall("eglCreateImageKHR").Integer(2), 0x3140);
+        for (::android::GraphicBuffer const* pBuffer : Buffers()) {
+            EXPECT_EQ(pBuffer->getUsage(), 0x130u);
+            EXPECT_EQ(pBuffer->getWidth(), 5u);
+            EXPECT_EQ(pBuffer->getHeight(), 3u);
+        }
+        Clear();
+        EXPECT_TRUE(pTexture->Promote(!fDouble)); // again: nothing
+        EXPECT_CALLS();
+        EXPECT_EQ(pTexture->Count(), fDouble ? 2 : 1);
+    }
+}
+
+TEST_F(Promotion, KeepsEachFormatInABufferOfItsOwn) {
+    struct Case {
+        int format;
+        int buffer;
+        int surface;
+        int bytes;
+    } const cases[] = {{0, 4, 0, 2},   {1, 6, 1, 2},  {2, 7, 2, 2}, {3, 7, 2, 2},
+                       {4, 3, 4, 3},   {5, 2, 6, 4},  {6, 1, 6, 4}, {7, 1, 6, 4},
+                       {13, 1, 6, 4},  {14, 1, 6, 4}, // compressed ones: plain pixels
+                       {15, 0, -1, 0}, {10, 0, -1, 0}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.format);
+        Ref<TextureGL2> const pTexture = MakeTexture(test.format, 8, 4);
+        Forget();
+        ASSERT_TRUE(pTexture->Promote(false));
+        ASSERT_EQ(Buffers().size(), 1u);
+        EXPECT_EQ(Buffers()[0]->getPixelFormat(), test.buffer);
+        SurfaceInfo info = {};
+        ASSERT_TRUE(pTexture->GetSurfaceInfo(&info));
+        EXPECT_EQ(info.m_nWidth, 8);
+        EXPECT_EQ(info.m_nHeight, 4);
+        EXPECT_EQ(info.m_nFormat, test.surface);
+        EXPECT_EQ(info.m_nStride, 16 * test.bytes);
+    }
+}
+
+TEST_F(Promotion, DrawsTheUploadedTextureUntilTheFirstSwap) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    GLuint const uploaded = pTexture->GetGLTexture();
+    ASSERT_TRUE(pTexture->Promote(false));
+    EXPECT_FALSE(pTexture->IsPromoted());
+    EXPECT_EQ(pTexture->Current(), 0);
+    EXPECT_EQ(pTexture->GetGLTexture(), uploaded);
+    Clear();
+    EXPECT_EQ(pTexture->Swap(), 0);
+    EXPECT_CALLS("glDeleteTextures(1, {" + Name(uploaded) + "})");
+    EXPECT_TRUE(pTexture->IsPromoted());
+    GLuint const drawn = pTexture->GetGLTexture();
+    EXPECT_NE(drawn, uploaded);
+    EXPECT_NE(FindTexture(drawn)->image, EGL_NO_IMAGE_KHR);
+    Clear();
+    EXPECT_EQ(pTexture->Swap(), 0);
+    EXPECT_EQ(pTexture->GetGLTexture(), drawn);
+    EXPECT_CALLS();
+}
+
+TEST_F(Promotion, AlternatesBetweenTwoSurfaces) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    GLuint names[5] = {};
+    for (int i = 0; i < 5; ++i) {
+        EXPECT_EQ(pTexture->Current(), i % 2);
+        EXPECT_EQ(pTexture->Swap(), (i + 1) % 2);
+        names[i] = pTexture->GetGLTexture();
+    }
+    EXPECT_NE(names[0], names[1]);
+    for (int i = 2; i < 5; ++i) {
+        EXPECT_EQ(names[i], names[i - 2]);
+    }
+}
+
+TEST_F(Promotion, DemotionKeepsWhatProducersWriteNextAndGivesUpTheSurfaces) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    WriteSurface(*pTexture, 0);
+    EXPECT_EQ(pTexture->Swap(), 1);
+    WriteSurface(*pTexture, 100);
+    int const nTextures = Counts(Object::Texture).deleted;
+    Clear();
+    EXPECT_TRUE(pTexture->Demote());
+    EXPECT_EQ(Count("eglDestroyImageKHR"), 2u);
+    EXPECT_EQ(Counts(Object::Texture).deleted - nTextures, 2);
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_FALSE(pTexture->IsPromoted());
+    EXPECT_EQ(pTexture->Count(), 0);
+    EXPECT_EQ(pTexture->Current(), -1);
+    PixelBuffer const& pixels = pTexture->GetPixelData().GetBuffer();
+    ASSERT_EQ(pixels.GetSize(), 5u * 3 * 4);
+    for (unsigned int i = 0; i < pixels.GetSize(); ++i) {
+        ASSERT_EQ(pixels.GetData()[i], 100 + i);
+    }
+    Clear();
+    EXPECT_NE(pTexture->GetGLTexture(), 0u);
+    EXPECT_EQ(Count("glTexImage2D(*, 5, 3, 0, GL_RGBA, GL_UNSIGNED_BYTE, *)"), 1u);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(Promotion, DemotedBeforeTheFirstSwapDeletesTheUploadedTexture) {
+    Ref<TextureGL2> const pTexture = MakeTexture(4);
+    GLuint const uploaded = pTexture->GetGLTexture();
+    ASSERT_TRUE(pTexture->Promote(false));
+    Clear();
+    EXPECT_TRUE(pTexture->Demote());
+    EXPECT_EQ(Count("glDeleteTextures(1, {" + Name(uploaded) + "})"), 1u);
+    EXPECT_EQ(pTexture->GetPixelData().GetBuffer().GetSize(), 5u * 3 * 3);
+}
+
+TEST_F(Promotion, AnIndexKeptFromTwoSurfacesStandsForTheOnlyOne) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    EXPECT_EQ(pTexture->Swap(), 1);
+    EXPECT_TRUE(pTexture->Demote());
+    ASSERT_TRUE(pTexture->Promote(false));
+    EXPECT_EQ(pTexture->Current(), 1);
+    SurfaceInfo info = {};
+    EXPECT_TRUE(pTexture->GetSurfaceInfo(&info));
+    WriteSurface(*pTexture, 7);
+    EXPECT_EQ(pTexture->Swap(), 0);
+    EXPECT_NE(FindTexture(pTexture->GetGLTexture())->image, EGL_NO_IMAGE_KHR);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(Promotion, DrawnWithoutASwapSinceAReleaseItIsTheFirstSurface) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    pTexture->Swap();
+    GLuint const first = pTexture->GetGLTexture();
+    pTexture->Swap();
+    EXPECT_NE(pTexture->GetGLTexture(), first);
+    pTexture->ReleaseGLTexture();
+    EXPECT_EQ(pTexture->GetGLTexture(), first);
+}
+
+TEST_F(Promotion, LockPromotesAPlainTexture) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    EXPECT_NE(pTexture->Lock(), nullptr);
+    EXPECT_EQ(pTexture->Count(), 1);
+    pTexture->Unlock();
+    Fail("eglCreateImageKHR");
+    EXPECT_EQ(MakeTexture()->Lock(), nullptr);
+}
+
+TEST_F(Promotion, FailsWithAMessageLeavingThePlainTextureAndNothingElse) {
+    struct Case {
+        char const* function;
+        int nth;
+        int error;
+        char const* message;
+        int textures; ///< made on the way
+    } const cases[] = {
+        {"eglCreateImageKHR", 1, EGL_BAD_ALLOC, "eglCreateImageKHR() failed, err=0x3003.", 0},
+        {"eglCreateImageKHR", 2, EGL_BAD_PARAMETER, "eglCreateImageKHR() failed, err=0x300c.", 1},
+        {"glEGLImageTargetTexture2DOES", 1, GL_INVALID_OPERATION,
+         "glEGLImageTargetTexture2DOES failed 0x00000502", 1},
+        {"glEGLImageTargetTexture2DOES", 2, GL_OUT_OF_MEMORY,
+         "glEGLImageTargetTexture2DOES failed 0x00000505", 2},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.message);
+        Ref<TextureGL2> const pTexture = MakeTexture();
+        GLuint const uploaded = pTexture->GetGLTexture();
+        ObjectCounts const images = Counts(Object::EglImage);
+        ObjectCounts const textures = Counts(Object::Texture);
+        Forget();
+        FailAt(test.function, test.nth, test.error);
+        EXPECT_FALSE(pTexture->Promote(true));
+        EXPECT_EQ(m_diagnostics.Messages(), Strings{test.message});
+        EXPECT_TRUE(m_diagnostics.Failures().empty());
+        EXPECT_EQ(Counts(Object::EglImage).live, images.live);
+        EXPECT_EQ(Counts(Object::Texture).created - textures.created, test.textures);
+        EXPECT_EQ(Counts(Object::Texture).live, textures.live);
+        EXPECT_EQ(pTexture->Count(), 0);
+        EXPECT_EQ(pTexture->Swap(), -1);
+        EXPECT_EQ(pTexture->GetGLTexture(), uploaded);
+        // What is left of the attempt are empty places.
+        EXPECT_FALSE(pTexture->CreateEGLImage(0));
+        EXPECT_EQ(m_diagnostics.Failures(), Strings{"src/TextureGL2:544: m_pEGLImage[image]"});
+        EXPECT_TRUE(pTexture->Promote(true));
+    }
+}
+
+TEST_F(Promotion, BrokenInvariantsAreReported) {
+    Ref<TextureGL2> pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    auto const expect = [this](char const* failure) {
+        EXPECT_EQ(m_diagnostics.Failures(), Strings{failure});
+        m_diagnostics.Forget();
+    };
+    pTexture->Lock();
+    pTexture->Lock();
+    expect("src/Android/EGLImageImpl:246: !IsLocked()");
+    pTexture->Swap();
+    expect("src/TextureGL2:450: !m_pEGLImage[m_nCurrentEglImage]->IsLocked()");
+    pTexture->Swap();
+    pTexture->Unlock();
+    pTexture->Unlock();
+    expect("src/Android/EGLImageImpl:257: IsLocked()");
+    unsigned char const pixels[4] = {};
+    pTexture->Replace(1, 1, TextureFormat::RGBA8888, pixels, 4);
+    expect("src/TextureGL2:528: !m_fEglImageInitialized");
+    pTexture->Lock();
+    pTexture.Reset();
+    expect("src/Android/EGLImageImpl:51: !IsLocked()");
+}
+
+TEST_F(Promotion, ABufferThatIsStillSharedWhenItsImageGoesIsReported) {
+    Ref<TextureGL2> pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(false));
+    ::android::sp<::android::GraphicBuffer> const pShared(Buffers().at(0));
+    pTexture.Reset();
+    EXPECT_EQ(m_diagnostics.Failures(),
+              Strings{"src/Android/EGLImageImpl:46: graphicBuffer.get() == __null || "
+                      "graphicBuffer->getStrongCount() == 1"});
+}
+
+TEST_F(Promotion, OffTheRenderThreadIsReported) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    std::thread([&] { pTexture->Promote(false); }).join();
+    EXPECT_EQ(m_diagnostics.Failures(),
+              Strings{"src/Android/EGLImageImpl:76: GraphicsDeviceGL2::InRenderThread()"});
+}
+
+TEST_F(Promotion, ReleasesSurfacesOfItsLastOwnerThreadAtProcess) {
+    Ref<TextureGL2> pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    pTexture->Swap();
+    ::android::sp<::android::GraphicBuffer> pBuffer(Buffers().at(0));
+    ObjectCounts const textures = Counts(Object::Texture);
+    Forget();
+    std::thread([&] { pTexture.Reset(); }).join();
+    EXPECT_CALLS();
+    EXPECT_EQ(pBuffer->getStrongCount(), 2); // this one's and that of the work to do
+    pBuffer.clear();
+    Device().Process();
+    EXPECT_EQ(Count("eglDestroyImageKHR"), 2u);
+    EXPECT_EQ(Counts(Object::Texture).deleted - textures.deleted, 2);
+    EXPECT_TRUE(Errors().empty());
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    Device().Process();
+    EXPECT_EQ(Count("eglDestroyImageKHR"), 2u);
+}
+
+TEST_F(Promotion, ProducersWriteAndSwapOnThreadsOfTheirOwn) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    ASSERT_TRUE(pTexture->Promote(true));
+    pTexture->Swap(); // the first one takes the render thread
+    std::thread producer([&] {
+        for (int i = 0; i < 100; ++i) {
+            WriteSurface(*pTexture, i);
+            pTexture->Swap();
+        }
+    });
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_NE(pTexture->GetGLTexture(), 0u);
+        EXPECT_TRUE(pTexture->IsPromoted());
+    }
+    producer.join();
+    EXPECT_EQ(pTexture->Current(), 1);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+} // namespace

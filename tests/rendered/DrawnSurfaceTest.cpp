@@ -1,0 +1,151 @@
+// Textures that live in surfaces, as they are seen.
+
+#include "Stage.h"
+
+#include "TextureGL2.h"
+#include "trevik/kelvo/SurfaceInfo.h"
+
+#include <cstring>
+#include <thread>
+
+namespace kelvo::test {
+namespace {
+
+using namespace trevik::kelvo;
+
+class DrawnSurface : public Stage {
+protected:
+    static constexpr int PictureWidth = 11;
+    static constexpr int PictureHeight = 6;
+
+    void SetUp() override { Open(); }
+
+    /** Writes a picture of 8 bits a channel into the surface to write next: the first row in memory is the
+        lower one. */
+    static void Write(Texture& texture, Image const& picture) {
+        SurfaceInfo info = {};
+        auto* const pPixels = static_cast<unsigned char*>(texture.Lock());
+        ASSERT_NE(pPixels, nullptr);
+        ASSERT_TRUE(texture.GetSurfaceInfo(&info));
+        for (int y = 0; y < picture.Height(); ++y) {
+            std::memcpy(pPixels + (picture.Height() - 1 - y) * info.m_nStride, &picture.At(0, y),
+                        std::size_t(picture.Width()) * 4);
+        }
+        texture.Unlock();
+    }
+
+    Image Expected(Image const& picture) const {
+        Canvas canvas(Width, Height, Clear);
+        canvas.Blend(7, 5, picture);
+        return canvas.Picture();
+    }
+
+    /** A picture that cannot be taken for another one. */
+    static Image Picture(std::uint8_t nBlue) {
+        Image picture = MakePicture(PictureWidth, PictureHeight);
+        for (int y = 0; y < PictureHeight; ++y) {
+            for (int x = 0; x < PictureWidth; ++x)
+                picture.At(x, y).b = nBlue;
+        }
+        return picture;
+    }
+
+    static constexpr Shade Clear = {0, 0, 0, 1};
+};
+
+TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLast) {
+    for (bool const fDouble : {false, true}) {
+        SCOPED_TRACE(fDouble);
+        Image const before = Picture(10);
+        Ref<Texture> const pTexture = MakeTexture(before);
+        Ref<Sprite> const pSprite = AddSprite(Root(), 7, 5, pTexture);
+        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(before), Rounding, "before"));
+        if (!pTexture->Promote(fDouble))
+            GTEST_SKIP() << "no images of graphic buffers";
+        Write(*pTexture, Picture(60));
+        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(before), Rounding, "promoted"));
+        for (int nFrame = 1; nFrame < 5; ++nFrame) {
+            auto const nBlue = std::uint8_t(nFrame * 50);
+            std::thread([&] { Write(*pTexture, Picture(nBlue)); }).join();
+            pTexture->Swap();
+            EXPECT_TRUE(
+                CompareImages(DrawFrame(), Expected(Picture(nBlue)), Rounding, std::to_string(nFrame)));
+        }
+        Root().Detach(pSprite.Get());
+    }
+}
+
+TEST_F(DrawnSurface, TheOtherSurfaceStaysOutOfSight) {
+    Ref<Texture> const pTexture = MakeTexture(Picture(10));
+    AddSprite(Root(), 7, 5, pTexture);
+    if (!pTexture->Promote(true))
+        GTEST_SKIP() << "no images of graphic buffers";
+    Write(*pTexture, Picture(60));
+    pTexture->Swap();
+    Write(*pTexture, Picture(200));
+    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Picture(60)), Rounding, "first"));
+    pTexture->Swap();
+    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Picture(200)), Rounding, "second"));
+}
+
+TEST_F(DrawnSurface, DemotedShowsThePixelsThatWereWrittenNext) {
+    Ref<Texture> const pTexture = MakeTexture(Picture(10));
+    AddSprite(Root(), 7, 5, pTexture);
+    if (!pTexture->Promote(true))
+        GTEST_SKIP() << "no images of graphic buffers";
+    Write(*pTexture, Picture(60));
+    pTexture->Swap();
+    Image const written = Picture(200);
+    Write(*pTexture, written);
+    ASSERT_TRUE(pTexture->Demote());
+    // The same rows in memory, in a texture whose first row is the upper one.
+    Image turned(PictureWidth, PictureHeight);
+    for (int y = 0; y < PictureHeight; ++y) {
+        for (int x = 0; x < PictureWidth; ++x)
+            turned.At(x, y) = written.At(x, PictureHeight - 1 - y);
+    }
+    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(turned), Rounding));
+}
+
+TEST_F(DrawnSurface, EachFormatShowsItsColours) {
+    struct Case {
+        TextureFormat::Enum format;
+        std::vector<unsigned char> bytes; // 16-bit words with the lower byte first
+        Pixel colour;
+    } const cases[] = {
+        {TextureFormat::RGB565, {0x1F, 0x04}, {0, 130, 255, 255}},
+        {TextureFormat::RGBA5551, {0x3F, 0xF8}, {255, 0, 255, 255}},
+        {TextureFormat::RGBA4444, {0x3F, 0xF0}, {255, 0, 51, 255}},
+        {TextureFormat::RGB888, {10, 60, 200}, {10, 60, 200, 255}},
+        {TextureFormat::RGBX8888, {10, 60, 200, 0}, {10, 60, 200, 255}},
+        {TextureFormat::RGBA8888, {10, 60, 200, 255}, {10, 60, 200, 255}},
+        {TextureFormat::RGBA8888, {10, 60, 200, 0}, {10, 60, 200, 0}},
+    };
+    for (Case const& each : cases) {
+        SCOPED_TRACE(each.format);
+        Ref<Texture> const pTexture =
+            Texture::CreateTexture(PictureWidth, PictureHeight, each.format, nullptr, 0);
+        ASSERT_TRUE(pTexture);
+        Ref<Sprite> const pSprite = AddSprite(Root(), 7, 5, pTexture);
+        if (!pTexture->Promote(false))
+            GTEST_SKIP() << "no images of graphic buffers";
+        SurfaceInfo info = {};
+        auto* const pPixels = static_cast<unsigned char*>(pTexture->Lock());
+        ASSERT_NE(pPixels, nullptr);
+        ASSERT_TRUE(pTexture->GetSurfaceInfo(&info));
+        for (int y = 0; y < info.m_nHeight; ++y) {
+            for (int x = 0; x < info.m_nWidth; ++x) {
+                std::memcpy(pPixels + y * info.m_nStride + x * int(each.bytes.size()), each.bytes.data(),
+                            each.bytes.size());
+            }
+        }
+        pTexture->Unlock();
+        pTexture->Swap();
+        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Image(PictureWidth, PictureHeight, each.colour)),
+                                  Rounding, std::to_string(each.format)));
+        Root().Detach(pSprite.Get());
+    }
+}
+
+} // namespace
+} // namespace kelvo::test
