@@ -47,6 +47,34 @@ std::string DescribeSize(int nWidth, int nHeight) {
     return std::to_string(nWidth) + "x" + std::to_string(nHeight) + " pixels";
 }
 
+/** How many surfaces a texture is written through; 0 when the file does not say. */
+int ReadSurfaces(JsonCursor const& place) {
+    std::optional<JsonCursor> const surfaces =
+        place.Is(JsonValue::Kind::Object) ? place.Find("surfaces") : std::nullopt;
+    return surfaces ? static_cast<int>(surfaces->ReadWord("kind of surfaces", {"single", "double"})) + 1 : 0;
+}
+
+/** Throws unless surfaces can hold the texture's image as it is. */
+void CheckSurfaces(JsonCursor const& place, SceneTexture const& texture) {
+    Texture const& image = *texture.pTexture;
+    char const* pWhat = nullptr;
+    if (image.IsCompressed()) {
+        pWhat = "ETC1 pictures";
+    } else if (image.GetFormat() == TextureFormat::Alpha8) {
+        pWhat = "pictures of the format \"alpha8\"";
+    } else if (image.GetMipLevels().GetValue().GetCount() > 1) {
+        pWhat = "pictures with \"mipLevels\"";
+    } else if (image.GetWidth() != image.GetAllocatedWidth() ||
+               image.GetHeight() != image.GetAllocatedHeight()) {
+        pWhat = "pictures with \"powerOfTwo\"";
+    } else if (texture.ninePatch) {
+        pWhat = "nine-patch images";
+    }
+    if (pWhat) {
+        place.Require("surfaces").Fail(std::string("there are no surfaces for ") + pWhat);
+    }
+}
+
 bool IsNinePatchPath(std::string const& path) {
     static std::string const s_ending = ".9.png";
     return path.size() > s_ending.size() &&
@@ -73,7 +101,7 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
     JsonCursor file = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the path of an image file, or an object with \"file\"");
-        place.CheckNames({"file", "format", "etc1", "mipLevels", "powerOfTwo", "ninePatch"});
+        place.CheckNames({"file", "format", "etc1", "mipLevels", "powerOfTwo", "ninePatch", "surfaces"});
         file = place.Require("file");
         options = ReadOptions(place);
     }
@@ -81,8 +109,13 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
     bool const fNinePatch = place.Is(JsonValue::Kind::Object)
                                 ? ReadFlag(place, "ninePatch", IsNinePatchPath(path))
                                 : IsNinePatchPath(path);
+    int const nSurfaces = ReadSurfaces(place);
     SceneTexture const texture = Load(place, path, options, fNinePatch);
     texture.pTexture->SetName(ToUtf16(name));
+    if (nSurfaces != 0) {
+        CheckSurfaces(place, texture);
+        texture.pTexture->SetWantedSurfaces(nSurfaces);
+    }
     return texture;
 }
 

@@ -147,6 +147,10 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
                         std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
                             " needs frame targets, which the device cannot make");
     }
+    String16 reason;
+    if (!m_scene.PromoteTextures(reason)) {
+        return Complain(ExitDevice, ToUtf8(reason));
+    }
     FrameRange const frames = GetFrames();
     unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
     // Up to the first frame nothing is drawn, but time passes in the same steps.

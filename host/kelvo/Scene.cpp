@@ -8,6 +8,9 @@
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Serializer.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+#include "trevik/kelvo/Texture.h"
 
 namespace trevik::kelvo {
 
@@ -41,6 +44,29 @@ bool LoadSettings(Deserializer& deserializer, SceneSettings& settings) {
     settings.m_format = static_cast<DeviceFormat::Enum>(nFormat);
     char16_t const* const pFault = settings.FindFault();
     return !pFault || deserializer.Fail(u"%s", pFault);
+}
+
+/** The first texture at or below a node that cannot have the surfaces it wants; null when all have them. */
+Texture* PromoteBelow(Node& node) {
+    if (node.IsKindOf(Sprite::ClassID)) {
+        Texture* const pTexture = static_cast<Sprite&>(node).GetTexture();
+        int const nWanted = pTexture ? pTexture->GetWantedSurfaces() : 0;
+        if (nWanted > 0 && pTexture->Count() == 0 && !pTexture->PromoteWithImage(nWanted > 1)) {
+            return pTexture;
+        }
+    } else if (node.IsKindOf(Text::ClassID)) {
+        Sprite* const pBackground = static_cast<Text&>(node).GetBackground();
+        Texture* const pFailed = pBackground ? PromoteBelow(*pBackground) : nullptr;
+        if (pFailed) {
+            return pFailed;
+        }
+    }
+    for (Node* pChild : node.GetChildren()) {
+        if (Texture* const pFailed = PromoteBelow(*pChild)) {
+            return pFailed;
+        }
+    }
+    return nullptr;
 }
 
 /** The timeline that a scene's nodes hang from; null, noted, when there is none. */
@@ -136,6 +162,15 @@ bool Scene::LoadFromFile(char const* pPath, ClassRegistry& registry, String16& s
         return false;
     }
     return true;
+}
+
+bool Scene::PromoteTextures(String16& sError) const {
+    Texture* const pFailed = m_pRoot ? PromoteBelow(*m_pRoot) : nullptr;
+    if (pFailed) {
+        sError = String16::Format(u"texture \"%s\" cannot have surfaces for others to write",
+                                  pFailed->GetName().GetData());
+    }
+    return !pFailed;
 }
 
 void Scene::Update(GraphicsDevice& device, RealFloat const& frame) {

@@ -107,6 +107,7 @@ Ref<Texture> CreateObject() {
 constexpr unsigned int NameID = HashName("TextureName");
 constexpr unsigned int ShapeID = HashName("Shape");
 constexpr unsigned int LevelsID = HashName("MipLevels");
+constexpr unsigned int SurfacesID = HashName("Surfaces"); // absent: none
 
 /** Attribute "Shape". */
 struct SavedShape {
@@ -256,15 +257,27 @@ Ref<Texture> Texture::CreateCopy() const {
     return pCopy;
 }
 
+void Texture::SetWantedSurfaces(int nSurfaces) {
+    if (nSurfaces < 0 || nSurfaces > MaximumSurfaces) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] A texture cannot have %d surfaces", nSurfaces);
+        return;
+    }
+    m_nWantedSurfaces = nSurfaces;
+}
+
 bool Texture::PromoteToSurface() {
+    return PromoteWithImage(false);
+}
+
+bool Texture::PromoteWithImage(bool fDoubleBuffered) {
     // Size, format and pixels can also be set apart from each other.
     bool const fWhole = AreLevelsValid(m_mipLevels.GetValue(), m_nAllocatedWidth, m_nAllocatedHeight,
                                        m_format, m_pixelData.GetBuffer().GetSize());
-    if (!fWhole || IsCompressed() || Count() != 0 || !Promote(false) || !CopyToSurface()) {
+    if (!fWhole || IsCompressed() || Count() != 0 || !Promote(fDoubleBuffered) || !CopyToSurface()) {
         return false;
     }
     Swap();
-    return true;
+    return !fDoubleBuffered || CopyToSurface();
 }
 
 /**
@@ -305,6 +318,7 @@ bool Texture::Save(Serializer& serializer) {
     return SaveText(serializer, NameID, m_sName) && serializer.WriteValue(ShapeID, shape) &&
            serializer.WriteAttribute(LevelsID, reinterpret_cast<unsigned char const*>(levels.GetData()),
                                      levels.GetCount() * sizeof(MipLevel)) &&
+           (m_nWantedSurfaces == 0 || serializer.WriteValue(SurfacesID, m_nWantedSurfaces)) &&
            m_pixelData.Save(serializer);
 }
 
@@ -316,11 +330,19 @@ bool Texture::Load(Deserializer& deserializer) {
     unsigned long nLevelsLength = 0;
     unsigned long nPixelsLength = 0;
     StringEncoded<UTF16Encoding> sName;
+    unsigned char const* pSurfaces = nullptr;
+    unsigned long nSurfacesLength = 0;
+    int nSurfaces = 0;
     if (!deserializer.ReadValue(ShapeID, shape) ||
         !deserializer.FindAttribute(LevelsID, pLevels, nLevelsLength) ||
         !deserializer.FindAttribute(DocumentID::Value, pPixels, nPixelsLength) ||
         !LoadText(deserializer, NameID, sName) || !detail::ReadElements(levels, pLevels, nLevelsLength)) {
         return deserializer.Fail(u"a texture lacks its shape, levels or pixels");
+    }
+    if (deserializer.FindAttribute(SurfacesID, pSurfaces, nSurfacesLength) &&
+        (!deserializer.ReadValue(SurfacesID, nSurfaces) || nSurfaces < 1 || nSurfaces > MaximumSurfaces)) {
+        return deserializer.Fail(u"texture \"%s\" asks for surfaces, but not for one or two",
+                                 sName.GetData());
     }
     if (nPixelsLength > INT_MAX || GetLayout(shape.m_nFormat).m_nPlanes == 0 ||
         !SetImage(shape.m_nWidth, shape.m_nHeight, shape.m_nAllocatedWidth, shape.m_nAllocatedHeight,
@@ -329,6 +351,7 @@ bool Texture::Load(Deserializer& deserializer) {
         return deserializer.Fail(u"sizes, levels and pixels of texture \"%s\" do not agree", sName.GetData());
     }
     m_sName = sName;
+    m_nWantedSurfaces = nSurfaces;
     return true;
 }
 

@@ -247,6 +247,41 @@ TEST_F(SceneTexturesTest, MakesWhatTheOptionsSay) {
     EXPECT_EQ(static_cast<Sprite&>(Find(scene, "e")).GetSizeProperty().GetValue(), SizeT<int>(3, 5));
 }
 
+TEST_F(SceneTexturesTest, LetsOthersWriteTexturesThroughSurfaces) {
+    Scene scene;
+    ReadGood(
+        R"({"textures": {"none": "alpha.png", "one": {"file": "alpha.png", "surfaces": "single"},
+                              "two": {"file": "plain.png", "surfaces": "double"}},
+                 "nodes": [{"class": "Sprite", "name": "none", "texture": "none"},
+                           {"class": "Sprite", "name": "one", "texture": "one"},
+                           {"class": "Sprite", "name": "two", "texture": "two"}]})",
+        scene, Folder());
+    EXPECT_EQ(TextureOf(scene, "none").GetWantedSurfaces(), 0);
+    EXPECT_EQ(TextureOf(scene, "one").GetWantedSurfaces(), 1);
+    EXPECT_EQ(TextureOf(scene, "two").GetWantedSurfaces(), 2);
+    struct {
+        char const* pMembers;
+        char const* pError;
+    } const cases[] = {
+        {"\"surfaces\": \"triple\"",
+         "unknown kind of surfaces \"triple\"; known are \"single\" and \"double\""},
+        {"\"surfaces\": 2", "expected a string, found 2"},
+        {"\"etc1\": true, \"surfaces\": \"single\"", "there are no surfaces for ETC1 pictures"},
+        {"\"format\": \"alpha8\", \"surfaces\": \"single\"",
+         "there are no surfaces for pictures of the format \"alpha8\""},
+        {"\"mipLevels\": true, \"surfaces\": \"double\"",
+         "there are no surfaces for pictures with \"mipLevels\""},
+        {"\"powerOfTwo\": true, \"surfaces\": \"double\"",
+         "there are no surfaces for pictures with \"powerOfTwo\""},
+    };
+    for (auto const& c : cases) {
+        EXPECT_EQ(ErrorOf("{\"nodes\": [], \"textures\": {\"t\": {\"file\": \"alpha.png\", " +
+                              std::string(c.pMembers) + "}}}",
+                          Folder()),
+                  std::string("1: /textures/t/surfaces: ") + c.pError);
+    }
+}
+
 TEST_F(SceneTexturesTest, SaysWhichTextureIsWrongAndWhy) {
     std::string const start = "{\"nodes\": [],\n \"textures\": {\"t\": ";
     EXPECT_EQ(ErrorOf(start + "\"no.png\"}}", Folder()),

@@ -558,6 +558,38 @@ TEST(Scene, DrawsWholeFrames) {
     EXPECT_EQ(sample.m_device.GetClearColor(), sample.m_scene.GetSettings().m_clearColor);
 }
 
+TEST(Scene, GivesTexturesTheSurfacesTheyWant) {
+    Sample sample;
+    auto const make = [](int nSurfaces) {
+        Ref<Texture> const pTexture = Texture::CreateTexture(2, 2, TextureFormat::RGB565, "abcdefgh", 0);
+        pTexture->SetWantedSurfaces(nSurfaces);
+        return pTexture;
+    };
+    Ref<Texture> const pShared = make(2);
+    Ref<Texture> const pBehind = make(1);
+    Ref<Texture> const pPlain = make(0);
+    static_cast<Sprite&>(*sample.m_pRoot->FindNode(Name("twin"))).SetTexture(pShared.Get());
+    Sprite& background = *static_cast<Text&>(*sample.m_pRoot->FindNode(Name("text"))).GetBackground();
+    background.SetTexture(pBehind.Get());
+    Ref<TestSprite> const pChild = Make<TestSprite>("child");
+    pChild->SetTexture(pPlain.Get());
+    background.Attach(pChild.Get());
+    sample.m_pSprite->SetTexture(pShared.Get());
+    String16 sError;
+    ASSERT_TRUE(sample.m_scene.PromoteTextures(sError));
+    EXPECT_EQ(pShared->Count(), 2);
+    EXPECT_EQ(pBehind->Count(), 1);
+    EXPECT_EQ(pPlain->Count(), 0);
+    EXPECT_TRUE(sample.m_scene.PromoteTextures(sError)) << "those that have theirs keep them";
+
+    Ref<Texture> const pRefused = make(1);
+    pRefused->SetName(u"screen");
+    static_cast<TestTexture&>(*pRefused).m_fRefusePromotion = true;
+    pChild->SetTexture(pRefused.Get());
+    EXPECT_FALSE(sample.m_scene.PromoteTextures(sError));
+    EXPECT_TRUE(sError == u"texture \"screen\" cannot have surfaces for others to write");
+}
+
 TEST(Scene, PicksWhatLiesUnderAPoint) {
     Sample sample;
     sample.m_pRoot->SetCamera(nullptr);

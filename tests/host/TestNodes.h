@@ -221,7 +221,9 @@ public:
 /** A texture whose surfaces are plain memory with rows a few bytes longer than needed. */
 class TestTexture : public Texture {
 public:
-    std::vector<unsigned char> m_surface;
+    std::vector<unsigned char> m_surface; ///< the one that producers write next
+    std::vector<unsigned char> m_other;   ///< of two
+    int m_nCurrent = 0;
     bool m_fRefusePromotion = false;
     bool m_fShown = false;
 
@@ -229,9 +231,10 @@ public:
 
     bool Compress() override { return false; }
     bool IsPromoted() override { return m_fShown; }
-    bool Promote(bool) override {
+    bool Promote(bool fDoubleBuffered) override {
         if (!m_fRefusePromotion) {
             m_surface.assign(std::size_t(GetSurfaceStride()) * std::size_t(GetHeight()), 0xee);
+            m_other.assign(fDoubleBuffered ? m_surface.size() : 0, 0xee);
         }
         return !m_fRefusePromotion;
     }
@@ -244,10 +247,14 @@ public:
     void Unlock() override {}
     int Swap() override {
         m_fShown = true;
-        return 0;
+        if (!m_other.empty()) {
+            m_surface.swap(m_other);
+            m_nCurrent = 1 - m_nCurrent;
+        }
+        return m_nCurrent;
     }
-    int Current() override { return m_surface.empty() ? -1 : 0; }
-    int Count() override { return m_surface.empty() ? 0 : 1; }
+    int Current() override { return m_surface.empty() ? -1 : m_nCurrent; }
+    int Count() override { return (m_surface.empty() ? 0 : 1) + (m_other.empty() ? 0 : 1); }
     jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int) override {
         return jni::Object<jni::android::graphics::Bitmap>();
     }

@@ -278,6 +278,48 @@ TEST(Texture, PromotionShowsTheImageTheRightWayUp) {
     EXPECT_FALSE(pTexture->PromoteToSurface()) << "twice";
 }
 
+TEST(Texture, OfTwoSurfacesBothShowTheImage) {
+    Ref<TestTexture> const pTexture(new TestTexture);
+    ASSERT_TRUE(pTexture->Replace(1, 2, TextureFormat::Alpha8, "ab", 0));
+    ASSERT_TRUE(pTexture->PromoteWithImage(true));
+    EXPECT_EQ(pTexture->Count(), 2);
+    EXPECT_TRUE(pTexture->IsPromoted());
+    EXPECT_EQ(pTexture->Current(), 1) << "the first one is drawn";
+    std::size_t const nUpper = std::size_t(pTexture->GetSurfaceStride());
+    for (std::vector<unsigned char> const* pSurface : {&pTexture->m_surface, &pTexture->m_other}) {
+        EXPECT_EQ((*pSurface)[0], 'b');
+        EXPECT_EQ((*pSurface)[nUpper], 'a');
+    }
+}
+
+TEST(Texture, HowManySurfacesItWantsIsSaved) {
+    for (int nSurfaces : {0, 1, 2}) {
+        Ref<TestTexture> const pTexture = MakeWithLevels();
+        pTexture->SetWantedSurfaces(nSurfaces);
+        Ref<TestTexture> const pLoaded(new TestTexture);
+        pLoaded->SetWantedSurfaces(2 - nSurfaces);
+        ASSERT_TRUE(LoadFrom(SaveToNode(*pTexture), *pLoaded));
+        EXPECT_EQ(pLoaded->GetWantedSurfaces(), nSurfaces);
+    }
+    Ref<TestTexture> const pTexture = MakeWithLevels();
+    pTexture->SetWantedSurfaces(1);
+    TraceLog log;
+    pTexture->SetWantedSurfaces(3);
+    pTexture->SetWantedSurfaces(-1);
+    EXPECT_EQ(log.GetLines().size(), 2u);
+    EXPECT_EQ(pTexture->GetWantedSurfaces(), 1);
+    struct {
+        char const* pWhat;
+        std::vector<unsigned char> bytes;
+    } const damaged[] = {{"three", {3, 0, 0, 0}}, {"none", {0, 0, 0, 0}}, {"half a number", {1, 0}}};
+    for (auto const& c : damaged) {
+        Ref<DocumentNode> const pNode = SaveToNode(*MakeWithLevels());
+        AddBytes(*pNode, HashName("Surfaces"), c.bytes);
+        EXPECT_FALSE(LoadFrom(pNode, *pTexture)) << c.pWhat;
+        EXPECT_EQ(pTexture->GetWantedSurfaces(), 1) << c.pWhat;
+    }
+}
+
 TEST(Texture, WhatCannotBePromotedIsNot) {
     Ref<TestTexture> const pEmpty(new TestTexture);
     EXPECT_FALSE(pEmpty->PromoteToSurface());

@@ -142,6 +142,7 @@ TEST(Examples, ShowWhatTheySay) {
         {"textures", 0, 86, 30, {255, 0xf3, 0xdc, 255}, "565 keeps the star's bright middle"},
         {"textures", 0, 64, 12, {255, 0xc9, 0x5f, 255}, "and has no alpha in its corner"},
         {"textures", 0, 12, 12, {0x4a, 0x5d, 0x62, 255}, "as the picture has"},
+        {"surfaces", 0, 52, 90, {0xf9, 0xe1, 0xae, 255}, "565 in a surface: the sun's sky is on top"},
         {"textures", 0, 190, 88, {0, 0, 0, 255}, "alpha alone draws black"},
     };
     std::map<std::pair<std::string, int>, Picture> pictures;

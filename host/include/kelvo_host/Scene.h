@@ -70,6 +70,14 @@ public:
     bool LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError);
 
     /**
+     * Gives the textures of the scene's sprites, those behind texts included, the surfaces that they want
+     * (Texture::SetWantedSurfaces), so that producers can write them from now on; until they do, the textures
+     * show their images. To be called once the device is initialised, before anything is drawn. False, with
+     * the reason in one line, when a texture cannot have them; those before it have theirs.
+     */
+    bool PromoteTextures(String16& sError) const;
+
+    /**
      * Brings the scene to `frame`: the root seeks to it, and nested timelines that play advance by the time
      * between the frames. Going back starts them over, so that what is shown depends on the frame alone.
      */

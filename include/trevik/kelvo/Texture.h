@@ -83,6 +83,11 @@ public:
      * when promoting or writing the surface fails. Render thread.
      */
     virtual bool PromoteToSurface();
+    /**
+     * The same with one (false) or two (true) surfaces, all of which show the image: a producer that writes a
+     * part of it at a time finds the rest there.
+     */
+    bool PromoteWithImage(bool fDoubleBuffered);
 
     /** Whether the format is one of the block-compressed ones. */
     bool IsCompressed() const;
@@ -140,6 +145,13 @@ public:
                   TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
                   unsigned int nSize, bool fBorrow);
 
+    /** How many surfaces Scene::PromoteTextures gives the texture: 0, initially, to MaximumSurfaces. Saved.
+     */
+    int GetWantedSurfaces() const { return m_nWantedSurfaces; }
+    /** Other numbers are refused (traced). */
+    void SetWantedSurfaces(int nSurfaces);
+    static constexpr int MaximumSurfaces = 2;
+
     /** A name for messages and files; empty until set. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
     void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
@@ -158,6 +170,7 @@ private:
     void TakeImage(PixelBuffer& pixels, List<MipLevel> const& levels);
     bool CopyToSurface();
 
+    int m_nWantedSurfaces = 0;
     StringEncoded<UTF16Encoding> m_sName;
 };
 
