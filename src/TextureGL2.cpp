@@ -220,12 +220,13 @@ unsigned int TextureGL2::CreateCountedGLTexture() {
 
 bool TextureGL2::CreateGLTexture() {
     if (IsPromoted()) {
-        if (m_nGLTexture == 0) {
-            // After a wrap to 0 this is surface 0, not the last one: intended.
-            int const nCurrent = m_nCurrentEglImage;
-            int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
-            m_nGLTexture = static_cast<unsigned int>(GetEGLImage(nImage).GetTexture());
-        }
+        // After a wrap to 0 this is surface 0, not the last one: intended.
+        int const nCurrent = m_nCurrentEglImage;
+        int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
+        // What a producer swaps in meanwhile stays.
+        unsigned int nNone = 0;
+        m_nGLTexture.compare_exchange_strong(nNone,
+                                             static_cast<unsigned int>(GetEGLImage(nImage).GetTexture()));
         DropPixels();
         return true;
     }

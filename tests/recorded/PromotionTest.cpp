@@ -29,6 +29,7 @@ TEST_F(Promotion, MakesBufferImageAndTextureForEachSurface) {
         Strings const surface = {"eglGetCurrentDisplay()",
                                  "eglCreateImageKHR(display, EGL_NO_CONTEXT, *, *, {EGL_IMAGE_PRESERVED_KHR, "
                                  "EGL_TRUE*})",
+                                 "eglGetProcAddress(\"glEGLImageTargetTexture2DOES\")",
                                  "glGetError()",
                                  "glGenTextures(1, *)",
                                  "glBindTexture(GL_TEXTURE_2D, *)",

@@ -16,8 +16,6 @@ protected:
 
     SurfaceTest() {
         BringUp();
-        MakeTexture()->Promote(false); // looks up what is looked up once
-        Forget();
     }
 
     void Forget() {

@@ -1,0 +1,300 @@
+// Surfaces by themselves: buffer, EGL image and GL texture, from creation to destruction.
+
+#include "SurfaceTest.h"
+
+#include "Android/EGLImageImpl.h"
+
+#include <atomic>
+#include <thread>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+class EGLImage : public SurfaceTest {
+protected:
+    static Ref<EGLImageHelper> MakeSurface(unsigned int nFormat = TextureFormat::RGBA8888) {
+        Ref<EGLImageHelper> pSurface = CreateEGLImageHelper();
+        EXPECT_TRUE(pSurface->Create(Width, Height, nFormat));
+        return pSurface;
+    }
+
+    static void ExpectEmpty(EGLImageHelper& surface) {
+        EXPECT_FALSE(surface.IsCreated());
+        EXPECT_FALSE(surface.IsLocked());
+        EXPECT_EQ(surface.GetTexture(), -1);
+        EXPECT_EQ(surface.GetEGLImage(), nullptr);
+    }
+
+    void ExpectFailure(char const* failure) {
+        EXPECT_EQ(m_diagnostics.Failures(), Strings{failure});
+        m_diagnostics.Forget();
+    }
+
+    /** The calls that end a surface, in order. */
+    static Strings Deletions(EGLImageHelper& surface) {
+        std::string const image = CallLine("eglCreateImageKHR", surface.GetEGLImage());
+        return {"glDeleteTextures(1, {" + std::to_string(surface.GetTexture()) + "})",
+                "eglDestroyImageKHR(display, " + image + ")"};
+    }
+
+private:
+    /** How lines name an image that was made: images count from 1, in the order of their calls. */
+    static std::string CallLine(char const* pattern, void* image) {
+        int nImage = 0;
+        for (Call const& call : Calls(pattern)) {
+            ++nImage;
+            if (call.result == static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(image))) {
+                return "image" + std::to_string(nImage);
+            }
+        }
+        return "no image";
+    }
+};
+
+TEST_F(EGLImage, BeginsEmptyWithOneReference) {
+    Ref<EGLImageHelper> const pSurface = CreateEGLImageHelper();
+    ASSERT_TRUE(pSurface);
+    EXPECT_EQ(pSurface->GetReferenceCount(), 1);
+    ExpectEmpty(*pSurface);
+    EXPECT_CALLS();
+}
+
+TEST_F(EGLImage, FormatsTurnIntoEachOtherAsTabled) {
+    struct Case {
+        int number;
+        int toTexture; ///< of this pixel format
+        int toPixel;   ///< of this texture format
+    } const cases[] = {{-1, -1, 0}, {0, -1, 4},  {1, 6, 6},   {2, 6, 7},   {3, 4, 7},   {4, 0, 3},
+                       {5, 6, 2},   {6, 1, 1},   {7, 2, 1},   {8, -1, 0},  {9, -1, 0},  {10, -1, 0},
+                       {13, -1, 0}, {14, -1, 0}, {15, -1, 0}, {16, -1, 0}, {255, -1, 0}};
+    for (Case const& test : cases) {
+        EXPECT_EQ(EGLImageImpl::PixelFormat2TextureFormat(test.number), test.toTexture) << test.number;
+        EXPECT_EQ(EGLImageImpl::TextureFormat2PixelFormat(test.number), test.toPixel) << test.number;
+    }
+}
+
+TEST_F(EGLImage, TexturesAreLinearAndClampedAndStayBound) {
+    for (auto const& [target, name] : {std::pair<int, std::string>{GL_TEXTURE_2D, "GL_TEXTURE_2D"},
+                                       {GL_TEXTURE_CUBE_MAP, "GL_TEXTURE_CUBE_MAP"}}) {
+        Clear();
+        int const nName = EGLImageImpl::CreateTexture(target);
+        EXPECT_CALLS("glGenTextures(1, *)", "glBindTexture(" + name + ", " + std::to_string(nName) + ")",
+                     "glTexParameteri(" + name + ", GL_TEXTURE_MIN_FILTER, GL_LINEAR)",
+                     "glTexParameteri(" + name + ", GL_TEXTURE_MAG_FILTER, GL_LINEAR)",
+                     "glTexParameteri(" + name + ", GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE)",
+                     "glTexParameteri(" + name + ", GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE)");
+    }
+}
+
+TEST_F(EGLImage, ShowsItsBufferThroughItsTexture) {
+    Ref<EGLImageHelper> const pSurface = MakeSurface(TextureFormat::RGB888);
+    EXPECT_TRUE(pSurface->IsCreated());
+    EXPECT_FALSE(pSurface->IsLocked());
+    ASSERT_EQ(Buffers().size(), 1u);
+    EXPECT_EQ(Buffers()[0]->getUsage(), 0x130u);
+    EXPECT_EQ(Buffers()[0]->getStrongCount(), 1);
+    EXPECT_EQ(pSurface->GetWidth(), Width);
+    EXPECT_EQ(pSurface->GetHeight(), Height);
+    EXPECT_EQ(pSurface->GetStride(), 16 * 3);
+    EXPECT_EQ(pSurface->GetPixelFormat(), TextureFormat::RGB888);
+    std::optional<recording::Texture> const texture =
+        FindTexture(static_cast<GLuint>(pSurface->GetTexture()));
+    ASSERT_TRUE(texture);
+    EXPECT_EQ(texture->image, pSurface->GetEGLImage());
+    EXPECT_EQ(GetState().textures.at(0), 0u);
+}
+
+TEST_F(EGLImage, AFormatThatBuffersLackIsAskedForAsNone) {
+    Ref<EGLImageHelper> const pSurface = MakeSurface(TextureFormat::ETC1_RGB);
+    EXPECT_EQ(Buffers().at(0)->getPixelFormat(), 0);
+    EXPECT_EQ(pSurface->GetPixelFormat(), -1);
+    EXPECT_EQ(pSurface->GetStride(), 0);
+    // There is no memory for such a buffer, which nobody checks.
+    EXPECT_EQ(pSurface->Lock(), nullptr);
+    EXPECT_TRUE(pSurface->IsLocked());
+    pSurface->Unlock();
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(EGLImage, AnErrorFromBeforeIsNotItsOwn) {
+    SetError(GL_INVALID_ENUM);
+    MakeSurface();
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(EGLImage, CreatedAgainItLetsGoOfWhatItHadFirst) {
+    Ref<EGLImageHelper> const pSurface = MakeSurface();
+    Strings expected = Deletions(*pSurface);
+    expected.insert(expected.end(), {"eglGetCurrentDisplay()", "eglCreateImageKHR"});
+    Clear();
+    EXPECT_TRUE(pSurface->Create(7, 2, TextureFormat::RGB565));
+    std::vector<Call> calls = Calls();
+    calls.resize(expected.size());
+    EXPECT_TRUE(CallsAre(expected, calls));
+    EXPECT_EQ(pSurface->GetWidth(), 7);
+    EXPECT_EQ(pSurface->GetPixelFormat(), TextureFormat::RGB565);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(EGLImage, AFailureSaysWhyAndLeavesItEmptyWhateverItHadBefore) {
+    struct Case {
+        char const* function; ///< null: there is none to bind images with
+        int error;
+        char const* message;
+        int textures; ///< made on the way
+    } const cases[] = {
+        {"eglCreateImageKHR", EGL_BAD_ALLOC, "eglCreateImageKHR() failed, err=0x3003.", 0},
+        {"glEGLImageTargetTexture2DOES", GL_INVALID_VALUE, "glEGLImageTargetTexture2DOES failed 0x00000501",
+         1},
+        {nullptr, 0, "glEGLImageTargetTexture2DOES failed 0x00000502", 1},
+    };
+    for (bool const fBefore : {false, true}) {
+        for (Case const& test : cases) {
+            SCOPED_TRACE(test.message);
+            Ref<EGLImageHelper> const pSurface = fBefore ? MakeSurface() : CreateEGLImageHelper();
+            ObjectCounts const textures = Counts(Object::Texture);
+            Forget();
+            if (test.function) {
+                FailAt(test.function, 1, test.error);
+            }
+            SetProcAddress("glEGLImageTargetTexture2DOES", test.function != nullptr);
+            EXPECT_FALSE(pSurface->Create(Width, Height, TextureFormat::RGBA8888));
+            SetProcAddress("glEGLImageTargetTexture2DOES", true);
+            EXPECT_EQ(m_diagnostics.Messages(), Strings{test.message});
+            EXPECT_TRUE(m_diagnostics.Failures().empty());
+            ExpectEmpty(*pSurface);
+            EXPECT_EQ(Counts(Object::Texture).created - textures.created, test.textures);
+            EXPECT_EQ(Counts(Object::Texture).live, textures.live - (fBefore ? 1 : 0));
+            EXPECT_EQ(Counts(Object::EglImage).live, 0);
+            Clear();
+            pSurface->Destroy();
+            EXPECT_CALLS();
+        }
+    }
+}
+
+TEST_F(EGLImage, LockedOnceAtATimeItGivesItsPixels) {
+    Ref<EGLImageHelper> const pSurface = MakeSurface();
+    void* const pPixels = pSurface->Lock();
+    EXPECT_NE(pPixels, nullptr);
+    EXPECT_TRUE(pSurface->IsLocked());
+    pSurface->Lock();
+    ExpectFailure("src/Android/EGLImageImpl:246: !IsLocked()");
+    pSurface->Unlock();
+    EXPECT_FALSE(pSurface->IsLocked());
+    EXPECT_EQ(pSurface->Lock(), pPixels);
+    pSurface->Unlock();
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    pSurface->Unlock();
+    ExpectFailure("src/Android/EGLImageImpl:257: IsLocked()");
+    pSurface->Lock();
+    pSurface->Destroy();
+    ExpectFailure("src/Android/EGLImageImpl:51: !IsLocked()");
+    pSurface->Create(Width, Height, TextureFormat::RGBA8888);
+    pSurface->Unlock();
+}
+
+TEST_F(EGLImage, DestroyedOnTheRenderThreadItIsGoneAtOnce) {
+    Ref<EGLImageHelper> pSurface = MakeSurface();
+    Strings const deletions = Deletions(*pSurface);
+    Clear();
+    pSurface->Destroy();
+    EXPECT_EQ(Lines(), deletions);
+    ExpectEmpty(*pSurface);
+    pSurface.Reset();
+    EXPECT_EQ(Lines(), deletions);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(EGLImage, DestroyedOnAnotherThreadItIsEmptyAtOnceAndGoneOnceAtProcess) {
+    Ref<EGLImageHelper> pFirst = MakeSurface();
+    Ref<EGLImageHelper> pSecond = MakeSurface();
+    ::android::GraphicBuffer* const pBuffer = Buffers().at(0);
+    Strings deletions = Deletions(*pFirst);
+    for (std::string const& deletion : Deletions(*pSecond)) {
+        deletions.push_back(deletion);
+    }
+    Clear();
+    std::thread([&] {
+        pFirst->Destroy();
+        ExpectEmpty(*pFirst);
+        pSecond.Reset();
+    }).join();
+    EXPECT_CALLS();
+    EXPECT_EQ(pBuffer->getStrongCount(), 1); // that of the work to do
+    // A new image is none of the old one's business.
+    EXPECT_TRUE(pFirst->Create(Width, Height, TextureFormat::RGBA8888));
+    Clear();
+    Device().Process();
+    EXPECT_EQ(Lines(), deletions);
+    EXPECT_TRUE(FindTexture(static_cast<GLuint>(pFirst->GetTexture())));
+    Device().Process();
+    EXPECT_EQ(Lines(), deletions);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(EGLImage, TheBufferOutlivesImageAndTextureByOneReference) {
+    Ref<EGLImageHelper> pSurface = MakeSurface();
+    ::android::sp<::android::GraphicBuffer> pShared(Buffers().at(0));
+    std::thread([&] { pSurface.Reset(); }).join();
+    EXPECT_EQ(pShared->getStrongCount(), 2);
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    Device().Process();
+    ExpectFailure("src/Android/EGLImageImpl:46: graphicBuffer.get() == __null || "
+                  "graphicBuffer->getStrongCount() == 1");
+    EXPECT_EQ(pShared->getStrongCount(), 1);
+}
+
+TEST_F(EGLImage, OffTheRenderThreadNothingOfGLMayBeMadeOrDeleted) {
+    Ref<EGLImageHelper> pSurface = MakeSurface();
+    std::thread([&] { pSurface->Create(Width, Height, TextureFormat::RGBA8888); }).join();
+    ExpectFailure("src/Android/EGLImageImpl:76: GraphicsDeviceGL2::InRenderThread()");
+    Device().Process();
+    std::thread([&] {
+        pSurface.Reset();
+        Device().Process(); // not the thread to do it
+    }).join();
+    ExpectFailure("src/Android/EGLImageImpl:35: GraphicsDeviceGL2::InRenderThread()");
+}
+
+TEST_F(EGLImage, ThreadsLockAndDestroySurfacesWhileOthersAreMade) {
+    constexpr int Rounds = 300;
+    std::atomic<EGLImageHelper*> shelf{nullptr};
+    Ref<EGLImageHelper> const pWritten = MakeSurface();
+    std::thread producer([&] {
+        for (int i = 0; i < Rounds; ++i) {
+            *static_cast<int*>(pWritten->Lock()) = i;
+            pWritten->Unlock();
+        }
+    });
+    std::thread owner([&] {
+        for (int i = 0; i < Rounds; ++i) {
+            EGLImageHelper* pSurface = nullptr;
+            while (!(pSurface = shelf.exchange(nullptr))) {
+                std::this_thread::yield();
+            }
+            pSurface->ReleaseReference();
+        }
+    });
+    Unnoted const unnoted;
+    for (int i = 0; i < Rounds; ++i) {
+        EGLImageHelper* const pSurface = MakeSurface().Detach();
+        while (shelf.load()) {
+            std::this_thread::yield();
+        }
+        shelf = pSurface;
+        Device().Process();
+    }
+    producer.join();
+    owner.join();
+    Device().Process();
+    EXPECT_EQ(Counts(Object::EglImage).live, 1);
+    EXPECT_EQ(*static_cast<int*>(pWritten->Lock()), Rounds - 1);
+    pWritten->Unlock();
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+} // namespace
