@@ -1,0 +1,135 @@
+// Promoted textures while several threads use them: producers, the renderer, and owners that let go of
+// theirs.
+
+#include "NodeTest.h"
+
+#include "TimelineGL2.h"
+
+#include "trevik/kelvo/SurfaceInfo.h"
+
+#include <algorithm>
+#include <atomic>
+#include <cstdint>
+#include <mutex>
+#include <thread>
+#include <utility>
+
+namespace {
+
+using namespace recording;
+using namespace trevik;
+using namespace trevik::kelvo;
+
+constexpr int Frames = 4000;
+
+class SurfaceThreads : public NodeTest {
+protected:
+    static Ref<TextureGL2> MakePromoted(bool fDoubleBuffered) {
+        Ref<TextureGL2> const pTexture = MakeTexture(8, 4);
+        EXPECT_TRUE(pTexture->Promote(fDoubleBuffered));
+        pTexture->Swap(); // the first one takes the render thread
+        return pTexture;
+    }
+
+    void RunFrame(TimelineGL2& root, int nFrame) {
+        root.SetFrame(static_cast<RealFloat>(nFrame));
+        root.Update(Device(), static_cast<RealFloat>(nFrame), 0, false);
+        Device().Clear();
+        root.Render(Device());
+        Device().Present();
+        Device().Process();
+    }
+};
+
+/** Fills the surface with one number; false when it cannot be had. */
+bool WriteNumber(TextureGL2& texture, std::uint32_t number) {
+    auto* const pPixels = static_cast<unsigned char*>(texture.Lock());
+    SurfaceInfo info = {};
+    bool const fWritten = pPixels && texture.GetSurfaceInfo(&info);
+    for (int y = 0; fWritten && y < info.m_nHeight; ++y) {
+        auto* const pRow = reinterpret_cast<std::uint32_t*>(pPixels + y * info.m_nStride);
+        std::fill_n(pRow, info.m_nWidth, number);
+    }
+    texture.Unlock();
+    return fWritten;
+}
+
+/** Writes and swaps until it is told to stop; the number of surfaces written. */
+std::uint32_t Produce(TextureGL2& texture, std::atomic<bool> const& fStop) {
+    std::uint32_t nWritten = 0;
+    while (!fStop && WriteNumber(texture, nWritten + 1)) {
+        texture.Swap();
+        ++nWritten;
+        std::this_thread::yield(); // one mutex serves all surfaces
+    }
+    return nWritten;
+}
+
+/** Textures whose last references one thread hands to another. */
+class Handover {
+public:
+    void Put(Ref<TextureGL2>&& pTexture) {
+        std::lock_guard<std::mutex> const lock(m_mutex);
+        m_textures.push_back(std::move(pTexture));
+    }
+    std::vector<Ref<TextureGL2>> TakeAll() {
+        std::lock_guard<std::mutex> const lock(m_mutex);
+        return std::exchange(m_textures, {});
+    }
+
+private:
+    std::mutex m_mutex;
+    std::vector<Ref<TextureGL2>> m_textures;
+};
+
+TEST_F(SurfaceThreads, TwoProducersARendererAndOwnersOfOthersGetAlong) {
+    Ref<TimelineGL2> const pRoot(new TimelineGL2);
+    Ref<TextureGL2> const textures[] = {MakePromoted(true), MakePromoted(false)};
+    for (Ref<TextureGL2> const& pTexture : textures) {
+        Ref<SpriteGL2> const pSprite = MakeSprite(8, 4);
+        pSprite->SetTexture(pTexture.Get());
+        pRoot->Attach(pSprite.Get());
+    }
+    Handover handover;
+    std::atomic<bool> fStop{false};
+    std::uint32_t written[2] = {};
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 2; ++i) {
+        threads.emplace_back([&, i] { written[i] = Produce(*textures[i], fStop); });
+    }
+    threads.emplace_back([&] {
+        while (!fStop) {
+            handover.TakeAll();
+            std::this_thread::yield();
+        }
+    });
+    {
+        Unnoted const unnoted;
+        for (int nFrame = 0; nFrame < Frames; ++nFrame) {
+            if (nFrame % 4 == 0) {
+                handover.Put(MakePromoted(nFrame % 8 == 0));
+            }
+            RunFrame(*pRoot, nFrame);
+        }
+    }
+    fStop = true;
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    handover.TakeAll();
+    Device().Process();
+    EXPECT_EQ(Counts(Object::EglImage).live, 3);
+    for (int i = 0; i < 2; ++i) {
+        EXPECT_GT(written[i], 0u);
+        // What was written last is what is drawn next.
+        EXPECT_EQ(textures[i]->Current(), i == 0 ? static_cast<int>((written[i] + 1) % 2) : 0);
+        GLuint const drawn = textures[i]->GetGLTexture();
+        Draw(*pRoot);
+        ASSERT_EQ(Draws().size(), 2u);
+        EXPECT_EQ(Draws()[static_cast<std::size_t>(i)].Texture("sTexture"), drawn);
+    }
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+} // namespace
