@@ -88,10 +88,11 @@ public:
      * that are read come from the bottom up: intended. RGBA8888 from surfaces of 16 bits of colour, RGB888
      * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where the driver refuses
      * GL_RGB.
-     * @param ppTexture a texture to fill, which gives up its image before, or null for a new one, which comes
-     * without a reference.
-     * @return false, without a message, for other surfaces and when GL refuses; without memory for the pixels
-     * as well, where the texture is deleted even if it was the caller's, intended, and null afterwards.
+     * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
+     * comes without a reference.
+     * @return false, without a message, for other surfaces and when GL refuses, with the texture as it was;
+     * without memory for the pixels as well, where the texture is deleted even if it was the caller's,
+     * intended, and null afterwards.
      */
     bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
     /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */

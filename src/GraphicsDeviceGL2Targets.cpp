@@ -129,7 +129,7 @@ bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
 bool ReadRGBOfRGBA(PixelArea const& area, unsigned char* pPixels) {
     unsigned int const nBytes = Texture::GetImageSize(area.m_nWidth, area.m_nHeight, TextureFormat::RGBA8888);
     PixelBuffer wide;
-    if (!wide.Allocate(nBytes) || !ReadAs(area, GL_RGBA, wide.GetData())) {
+    if (nBytes == 0 || !wide.Allocate(nBytes) || !ReadAs(area, GL_RGBA, wide.GetData())) {
         return false;
     }
     for (unsigned char const* pWide = wide.GetData(); pWide != wide.GetData() + nBytes; pWide += 4) {
@@ -171,22 +171,19 @@ bool GraphicsDeviceGL2::ReadPixels(RectangleT<int> const& rectangle, Texture** p
     return false;
 }
 
+/** Changes the texture only once everything has been read. */
 GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const& rectangle,
                                                           TextureGL2& texture) {
     SizeT<int> const size(rectangle.right - rectangle.left, rectangle.bottom - rectangle.top);
-    if (!texture.IsPromoted()) {
-        texture.ReleaseGLTexture(); // the next draw shows what is read now
-    }
-    texture.SetSize(size.width, size.height);
     ReadFormat const read = ChooseReadFormat();
     if (read.format == 0) {
         return ReadResult::Refused;
     }
-    texture.SetFormat(read.textureFormat);
-    PixelBuffer& pixels = texture.GetPixelData().GetBuffer();
-    unsigned int const nBytes = Texture::GetImageSize(size.width, size.height, read.textureFormat);
+    PixelBuffer pixels;
     List<MipLevel> levels;
-    if (!pixels.Allocate(nBytes) ||
+    unsigned int const nBytes = Texture::GetImageSize(size.width, size.height, read.textureFormat);
+    bool const fTooLarge = nBytes == 0 && size.width > 0 && size.height > 0;
+    if (fTooLarge || !pixels.Allocate(nBytes) ||
         !levels.Append(MipLevel{size.width, size.height, 0, static_cast<int>(nBytes)})) {
         return ReadResult::OutOfMemory;
     }
@@ -196,6 +193,12 @@ GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const&
     if (!ReadArea(area, read.format, pixels.GetData())) {
         return ReadResult::Refused;
     }
+    if (!texture.IsPromoted()) {
+        texture.ReleaseGLTexture(); // the next draw shows what has been read now
+    }
+    texture.SetSize(size.width, size.height);
+    texture.SetFormat(read.textureFormat);
+    texture.GetPixelData().GetBuffer().Swap(pixels);
     texture.GetMipLevels().SetValue(levels);
     texture.SetByteSize(nBytes);
     return ReadResult::Read;

@@ -6,6 +6,8 @@
 #include "trevik/ClassContainer.h"
 #include "trevik/kelvo/EffectResource.h"
 
+#include <vector>
+
 namespace {
 
 using namespace recording;
@@ -16,6 +18,7 @@ struct Counters {
     int created = 0;
     int initialised = 0;
     int destroyed = 0;
+    std::vector<int> order; ///< in which they were destroyed, by the order of their creation
     bool fail = false;
     GraphicsDevice* pDevice = nullptr;
 };
@@ -24,14 +27,20 @@ Counters g_counters;
 
 class CountedResource : public EffectResource {
 public:
-    CountedResource() { ++g_counters.created; }
-    ~CountedResource() override { ++g_counters.destroyed; }
+    CountedResource() : m_nNumber(g_counters.created++) {}
+    ~CountedResource() override {
+        ++g_counters.destroyed;
+        g_counters.order.push_back(m_nNumber);
+    }
 
     bool Init(GraphicsDevice& device) override {
         ++g_counters.initialised;
         g_counters.pDevice = &device;
         return !g_counters.fail;
     }
+
+private:
+    int m_nNumber;
 };
 
 /** Has a program of its own, which it leaves active. */
@@ -74,9 +83,11 @@ TEST_F(EffectCache, MakesOneResourceForEachClassOnFirstDemand) {
     EXPECT_EQ(g_counters.initialised, 2);
 }
 
-TEST_F(EffectCache, AnUnknownClassGivesNull) {
+TEST_F(EffectCache, AnUnknownClassGivesNullAndLeavesTheOthers) {
+    EffectResource* const pFirst = Device().GetEffectResource(First);
     EXPECT_EQ(Device().GetEffectResource(HashName("NoSuchResource")), nullptr);
     EXPECT_EQ(Device().GetEffectResource(HashName("NoSuchResource")), nullptr);
+    EXPECT_EQ(Device().GetEffectResource(First), pFirst);
 }
 
 TEST_F(EffectCache, AResourceThatDoesNotInitialiseIsDestroyedAtOnceAndTriedAgain) {
@@ -98,6 +109,26 @@ TEST_F(EffectCache, AReleasedResourceIsMadeAnew) {
     EXPECT_EQ(g_counters.initialised, 3);
     m_pDevice.reset();
     EXPECT_EQ(g_counters.destroyed, 3);
+}
+
+TEST_F(EffectCache, ResourcesGoInTheOrderInWhichTheyCame) {
+    for (bool const fWithDevice : {false, true}) {
+        SCOPED_TRACE(fWithDevice);
+        g_counters = Counters();
+        Device().GetEffectResource(Second);
+        // One that somebody else holds too outlives the table.
+        Ref<EffectResource> pHeld(Device().GetEffectResource(First));
+        Device().GetEffectResource(HashName("NoSuchResource"));
+        if (fWithDevice) {
+            m_pDevice.reset();
+        } else {
+            Device().ReleaseEffectResources();
+        }
+        EXPECT_EQ(g_counters.order, std::vector<int>{0});
+        EXPECT_EQ(pHeld->GetReferenceCount(), 1);
+        pHeld.Reset();
+        EXPECT_EQ(g_counters.order, (std::vector<int>{0, 1}));
+    }
 }
 
 TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
@@ -141,13 +172,31 @@ TEST_F(EffectCache, ManyClassesAreToldApart) {
 }
 
 TEST_F(EffectCache, WithoutMemoryAResourceIsHandedOutUncached) {
-    Allocation::FailAfter(0);
-    Ref<EffectResource> const pResource(Device().GetEffectResource(First));
-    Allocation::FailNever();
-    ASSERT_TRUE(pResource);
-    EXPECT_EQ(pResource->GetReferenceCount(), 2);
-    EXPECT_NE(Device().GetEffectResource(First), pResource.Get());
-    pResource->ReleaseReference(); // nobody else would
+    // The table grows by eight entries at a time: the first of all and the ninth need more room.
+    for (unsigned int const nCached : {0u, 8u}) {
+        SCOPED_TRACE(nCached);
+        for (unsigned int id = 1; id <= nCached; ++id) {
+            m_registry.AddClassContainer(new ClassContainerT<CountedResource>(id));
+            EXPECT_NE(Device().GetEffectResource(id), nullptr);
+        }
+        // The table consists of two blocks; neither may be had without the other.
+        for (unsigned int const nAllowed : {0u, 1u}) {
+            Allocation::FailAfter(nAllowed);
+            Ref<EffectResource> const pResource(Device().GetEffectResource(First));
+            Allocation::FailNever();
+            ASSERT_TRUE(pResource);
+            EXPECT_EQ(pResource->GetReferenceCount(), 2);
+            int const nCreated = g_counters.created;
+            for (unsigned int id = 1; id <= nCached; ++id) {
+                EXPECT_NE(Device().GetEffectResource(id), pResource.Get());
+            }
+            EXPECT_EQ(g_counters.created, nCreated) << "what was cached still is";
+            pResource->ReleaseReference(); // nobody else would
+        }
+        Ref<EffectResource> const pCached(Device().GetEffectResource(First));
+        EXPECT_EQ(Device().GetEffectResource(First), pCached.Get()) << "the next request finds room";
+        Device().ReleaseEffectResources();
+    }
 }
 
 } // namespace

@@ -3,6 +3,7 @@
 #include "DeviceTest.h"
 
 #include "FramebufferGL2.h"
+#include "trevik/Allocation.h"
 #include "trevik/Statistics.h"
 
 namespace {
@@ -162,30 +163,60 @@ TEST_F(Framebuffers, CreationFailsWhereATextureOrTheWholeCannotBeHad) {
     struct Case {
         char const* name;
         FramebufferGL2::InitParams params;
-        GLenum status; ///< 0: what the attachments amount to
+        char const* failing; ///< GL function; null: none
+        int nth;             ///< of its calls
         bool framebufferMade;
     };
     Case const cases[] = {
-        {"not complete", Params(true, true), GL_FRAMEBUFFER_UNSUPPORTED, true},
-        {"no width", {0, 7, false, false, TextureFormat::RGB565}, 0, true},
-        {"negative height", {7, -1, false, false, TextureFormat::RGB565}, 0, true},
-        {"no depth texture of that size", {-3, 7, true, true, TextureFormat::RGB565}, 0, false},
+        {"not complete", Params(true, true), "glCheckFramebufferStatus", 1, true},
+        {"no colour in GL", Params(), "glTexImage2D", 1, true},
+        {"no depth in GL", Params(true, true), "glTexImage2D", 1, true},
+        {"no colour behind a depth texture", Params(true, true), "glTexImage2D", 2, true},
+        {"no renderbuffer in GL", Params(true), "glRenderbufferStorage", 1, true},
+        {"a format that GL has not", {7, 7, false, false, TextureFormat::ARGB4444}, nullptr, 0, true},
+        {"no width", {0, 7, false, false, TextureFormat::RGB565}, nullptr, 0, true},
+        {"negative height", {7, -1, false, false, TextureFormat::RGB565}, nullptr, 0, true},
+        {"no depth texture of that size", {-3, 7, true, true, TextureFormat::RGB565}, nullptr, 0, false},
     };
     for (Case const& test : cases) {
         SCOPED_TRACE(test.name);
-        SetFramebufferStatus(test.status);
+        long long const nBefore = TextureBytes();
+        int const nNamesBefore = Counts(Object::Texture).live;
         Ref<FramebufferGL2> pTarget(new FramebufferGL2);
         Clear();
+        if (test.failing) {
+            FailAt(test.failing, test.nth);
+        }
         EXPECT_FALSE(pTarget->Create(test.params));
         EXPECT_EQ(Count("glGenFramebuffers"), test.framebufferMade ? 1u : 0u);
         EXPECT_EQ(GetState().framebuffer, test.framebufferMade ? LiveNames(Object::Framebuffer).at(0) : 0u)
             << "it stays bound";
+        EXPECT_EQ(GetState().renderbuffer, 0u);
         EXPECT_TRUE(m_diagnostics.Messages().empty());
-        SetFramebufferStatus(0);
+        EXPECT_EQ(TextureBytes(), nBefore);
+        LetGo(pTarget);
+        EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
+        EXPECT_EQ(Counts(Object::Renderbuffer).live, 0);
+        // A format that GL has not leaves the name behind, as with any texture.
+        EXPECT_EQ(Counts(Object::Texture).live - nNamesBefore,
+                  test.params.colorFormat == TextureFormat::ARGB4444 ? 1 : 0);
+        EXPECT_EQ(GetState().framebuffer, 0u);
+    }
+}
+
+TEST_F(Framebuffers, CreationFailsWhereverMemoryEnds) {
+    bool fMade = false;
+    for (unsigned int nAllowed = 0; !fMade; ++nAllowed) {
+        SCOPED_TRACE(nAllowed);
+        ASSERT_LT(nAllowed, 100u);
+        Ref<FramebufferGL2> pTarget(new FramebufferGL2);
+        Allocation::FailAfter(nAllowed);
+        fMade = pTarget->Create(Params(true, true));
+        Allocation::FailNever();
+        EXPECT_TRUE(!fMade || nAllowed > 1) << "two textures have pixels";
         LetGo(pTarget);
         EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
         EXPECT_EQ(Counts(Object::Texture).live, 0);
-        EXPECT_EQ(GetState().framebuffer, 0u);
     }
 }
 

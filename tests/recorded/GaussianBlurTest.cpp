@@ -92,6 +92,70 @@ TEST_F(GaussianBlur, BlursDownThenAcrossAndMixesOverTheWindow) {
                        "glBindFramebuffer(GL_FRAMEBUFFER, 0)"}));
 }
 
+TEST_F(GaussianBlur, BindsAndSetsInAFixedOrder) {
+    DrawBlurred(0.5f);
+    DrawBlurred(0.5f); // when the programs have given their last textures back
+    auto const bind = [](int name) {
+        return "glBindFramebuffer(GL_FRAMEBUFFER, " + std::to_string(name) + ")";
+    };
+    auto const use = [](GLuint name) { return "glUseProgram(" + std::to_string(name) + ")"; };
+    std::string const clearAll = "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)";
+    std::string const clear = "glClear(GL_COLOR_BUFFER_BIT)";
+    std::string const full = "glViewport(0, 0, 61, 37)";
+    std::string const half = "glViewport(0, 0, 30, 18)";
+    std::string const draw = "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)";
+    std::string const blur = use(ProgramName(11));
+    std::string const mix = use(ProgramName(12));
+    std::string const none = use(0);
+    Strings const expected = {
+        // Before the subtree, and the sprite in it.
+        bind(2), clearAll, full, use(ProgramName(1)), draw,
+        // The other frame target takes over, and gives way to the first blur target.
+        full, bind(1), clearAll, full, none, blur, full, bind(3), clear, half, //
+        "glUniform1i(sColor, 0)", "glUniform2f(vOffset1, 0, *)", "glUniform2f(vOffset2, 0, *)",
+        "glUniform2f(vOffset3, 0, *)", "glUniform2f(vOffset4, 0, *)", draw,
+        // Across, into the second one.
+        full, bind(4), clear, half, //
+        "glUniform1i(sColor, 0)", "glUniform2f(vOffset1, *, 0)", "glUniform2f(vOffset2, *, 0)",
+        "glUniform2f(vOffset3, *, 0)", "glUniform2f(vOffset4, *, 0)", draw,
+        // The window.
+        none, full, bind(0), mix, "glUniform1f(blendFactor, 0.5)", "glUniform1i(sBlur, 0)",
+        "glUniform1i(sSharp, 1)", draw, none};
+    EXPECT_TRUE(CallsAre(expected, CallsOf({"glBindFramebuffer", "glClear", "glViewport", "glUseProgram",
+                                            "glUniform1f", "glUniform1i", "glUniform2f", "glDrawArrays"})));
+}
+
+TEST_F(GaussianBlur, EndsOnTheWindowWhateverWasBound) {
+    // In a frame that was meant for a frame target.
+    m_pEffect->GetAmountProperty().SetValue(1);
+    Device().SwapTargetBuffers(false);
+    Clear();
+    m_pTimeline->Render(Device());
+    EXPECT_EQ(Draws().at(0).state.framebuffer, 1u);
+    EXPECT_EQ(Draws().at(3).state.framebuffer, 0u);
+    EXPECT_EQ(GetState().framebuffer, 0u);
+    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr);
+    EXPECT_EQ(GetState().viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
+}
+
+TEST_F(GaussianBlur, ABlurInABlurTakesWhatLiesAroundIt) {
+    Ref<TimelineGL2> const pOuter(new TimelineGL2);
+    Ref<GaussianBlurEffectGL2> const pBlur(new GaussianBlurEffectGL2);
+    pBlur->GetAmountProperty().SetValue(1);
+    pOuter->AddEffect(pBlur.Get());
+    pOuter->Attach(MakeSprite(3, 3).Get());
+    pOuter->Attach(m_pTimeline.Get());
+    m_pEffect->GetAmountProperty().SetValue(1);
+    Draw(*pOuter);
+    std::vector<GLuint> framebuffers;
+    for (recording::Draw const& draw : Draws()) {
+        framebuffers.push_back(draw.state.framebuffer);
+    }
+    // The outer sprite, the inner one and its passes, then the outer passes over the window once more.
+    EXPECT_EQ(framebuffers, (std::vector<GLuint>{2, 1, 3, 4, 0, 3, 4, 0}));
+    EXPECT_EQ(GetState().program, 0u);
+}
+
 TEST_F(GaussianBlur, TheMixFollowsTheAmountUpToOne) {
     for (float const amount : {0.25f, 0.5f, 1.0f, 1.5f}) {
         SCOPED_TRACE(amount);

@@ -99,7 +99,37 @@ TEST_F(DirectionalBlur, IsAdditiveInTheAdditiveModeOnly) {
     }
 }
 
+TEST_F(DirectionalBlur, SetsInAFixedOrder) {
+    DrawOnce();
+    Draw(*m_pSprite);
+    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FIXED, GL_FALSE, 0, *)",
+                 "glVertexAttribPointer(1, 2, GL_FIXED, GL_FALSE, 0, *)",
+                 "glUseProgram(" + std::to_string(ProgramName(11)) + ")", "glEnableVertexAttribArray(0)",
+                 "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)", "glActiveTexture(GL_TEXTURE0)",
+                 "glBindTexture(GL_TEXTURE_2D, *)", "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)",
+                 "glUniformMatrix4fv(mViewToViewport, 1, GL_FALSE, *)",
+                 "glUniformMatrix4fv(mTextureScale, 1, GL_FALSE, *)", "glUniform4f(vColor, 1, 1, 1, 0.25)",
+                 "glUniform2f(vOffset, 0, 0)", "glUniform2f(vTextureScale, 0.0625, 0.125)",
+                 "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)",
+                 "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)",
+                 "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
+}
+
 using BlendModes = SpriteEffect<BlendModeEffectGL2>;
+
+TEST_F(BlendModes, SetInAFixedOrder) {
+    DrawOnce(BlendMode::Screen);
+    Draw(*m_pSprite);
+    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FIXED, GL_FALSE, 0, *)",
+                 "glVertexAttribPointer(1, 2, GL_FIXED, GL_FALSE, 0, *)",
+                 "glUseProgram(" + std::to_string(ProgramName(13)) + ")", "glEnableVertexAttribArray(0)",
+                 "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)", "glActiveTexture(GL_TEXTURE0)",
+                 "glBindTexture(GL_TEXTURE_2D, *)", "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)",
+                 "glUniformMatrix4fv(-1, 1, GL_FALSE, *)", "glUniform4f(vColor, 1, 1, 1, 0.25)",
+                 "glBlendFuncSeparate(GL_ONE_MINUS_DST_COLOR, GL_ONE, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)",
+                 "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)",
+                 "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
+}
 
 TEST_F(BlendModes, EachHasItsProgramAndFactors) {
     enum Program { Textured, ColorDodge, Multiply, Screen }; // as they were made; -1 is the first of all
@@ -179,6 +209,18 @@ TYPED_TEST(EitherEffect, WithoutItsResourceTheSpriteDrawsItself) {
     EXPECT_EQ(Counts(Object::Program).live, 11);
     Succeed("glLinkProgram");
     EXPECT_NE(this->DrawOnce().streams.at(0).type, GLenum(GL_FLOAT)) << "the next update has tried again";
+}
+
+TYPED_TEST(EitherEffect, LeavesNothingBehind) {
+    this->DrawOnce();
+    EXPECT_GT(Counts(Object::Program).live, 11);
+    this->m_pSprite.Reset();
+    this->m_pEffect.Reset();
+    this->m_pDevice.reset();
+    for (Object const kind : {Object::Texture, Object::Framebuffer, Object::Shader, Object::Program}) {
+        EXPECT_EQ(Counts(kind).created, Counts(kind).deleted) << static_cast<int>(kind);
+    }
+    EXPECT_TRUE(CallsWithoutContext().empty());
 }
 
 } // namespace

@@ -17,6 +17,15 @@ protected:
         ASSERT_TRUE(Device().InitializeTargetBuffers());
         Clear();
     }
+
+    /** A fresh driver, and a device with targets. */
+    void Renew() {
+        m_pDevice.reset();
+        Reset();
+        m_pDevice = std::make_unique<GraphicsDeviceGL2>();
+        StartDrawing();
+        InitializeTargets();
+    }
 };
 
 TEST_F(Targets, AreTwoFramebuffersOfTheViewportsSize) {
@@ -42,23 +51,82 @@ TEST_F(Targets, AreTwoFramebuffersOfTheViewportsSize) {
 }
 
 TEST_F(Targets, SwappingBindsTheOtherOneOrTheWindow) {
+    enum Bound { Nothing, Current, Back };
+    struct Case {
+        unsigned int swaps; ///< before
+        Bound bound;
+        bool toScreen;
+        Strings calls; ///< %b is the back target's name
+    };
+    std::string const bindsBack = "glBindFramebuffer(GL_FRAMEBUFFER, %b)";
+    std::string const clears = "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)";
+    std::string const asks = "glGetIntegerv(GL_VIEWPORT, *)";
+    std::string const full = "glViewport(0, 0, 61, 37)";
+    std::string const before = "glViewport(2, 3, 40, 20)";
+    std::vector<Case> cases;
+    for (unsigned int swaps : {0u, 1u, 2u}) {
+        cases.push_back({swaps, Nothing, false, {bindsBack, clears, asks, full}});
+        // The viewport of before comes back first, so that the other one remembers it.
+        cases.push_back({swaps, Current, false, {before, bindsBack, clears, asks, full}});
+        cases.push_back({swaps, Current, true, {before, "glBindFramebuffer(GL_FRAMEBUFFER, 0)"}});
+        // Bound already, by whoever wanted to draw into it: it is bound, and cleared, once more.
+        cases.push_back({swaps, Back, false, {bindsBack, clears, asks, full}});
+        // Nothing that could be left for the screen: only what is current changes.
+        cases.push_back({swaps, Nothing, true, {}});
+    }
+    for (Case& test : cases) {
+        SCOPED_TRACE(::testing::Message()
+                     << test.swaps << " before, " << test.bound << " bound, to screen " << test.toScreen);
+        Renew();
+        FramebufferGL2* targets[2] = {nullptr, Device().GetBackTargetBuffer()};
+        Device().SwapTargetBuffers(false);
+        targets[0] = Device().GetBackTargetBuffer();
+        for (unsigned int n = 0; n < test.swaps + 1; ++n) {
+            Device().SwapTargetBuffers(false);
+        }
+        Device().GetFrontTargetBuffer()->Unbind(nullptr);
+        FramebufferGL2* const pCurrent = targets[test.swaps % 2];
+        FramebufferGL2* const pBack = targets[1 - test.swaps % 2];
+        ASSERT_EQ(Device().GetBackTargetBuffer(), pBack);
+        Device().SetViewport(2, 3, 40, 20);
+        if (test.bound != Nothing) {
+            (test.bound == Current ? pCurrent : pBack)->Bind();
+        }
+        EXPECT_EQ(Device().GetFrontTargetBuffer(), test.bound == Current ? pCurrent : nullptr);
+        Clear();
+        Device().SwapTargetBuffers(test.toScreen);
+        std::string const name = test.swaps % 2 == 0 ? "2" : "1";
+        for (std::string& line : test.calls) {
+            if (std::size_t const at = line.find("%b"); at != std::string::npos) {
+                line.replace(at, 2, name);
+            }
+        }
+        EXPECT_TRUE(CallsAre(test.calls));
+        EXPECT_EQ(Device().GetBackTargetBuffer(), pCurrent) << "what was current is behind";
+        EXPECT_EQ(Device().GetFrontTargetBuffer(), test.toScreen ? nullptr : pBack);
+        EXPECT_FALSE(pCurrent->IsBound());
+    }
+}
+
+TEST_F(Targets, AreForgottenByASecondCall) {
     InitializeTargets();
-    FramebufferGL2* const pSecond = Device().GetBackTargetBuffer();
-    Device().SwapTargetBuffers(false);
-    EXPECT_EQ(GetState().framebuffer, 2u) << "none was bound: the other one is bound";
-    EXPECT_EQ(Device().GetFrontTargetBuffer(), pSecond);
     FramebufferGL2* const pFirst = Device().GetBackTargetBuffer();
-    EXPECT_NE(pFirst, pSecond);
-    EXPECT_EQ(GetState().viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
     Device().SwapTargetBuffers(false);
-    EXPECT_EQ(GetState().framebuffer, 1u) << "twice is back at the start";
-    EXPECT_EQ(Device().GetFrontTargetBuffer(), pFirst);
-    EXPECT_FALSE(pSecond->IsBound());
-    Clear();
     Device().SwapTargetBuffers(true);
-    EXPECT_CALLS("glViewport(0, 0, 61, 37)", "glBindFramebuffer(GL_FRAMEBUFFER, 0)");
-    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr);
-    EXPECT_EQ(Device().GetBackTargetBuffer(), pFirst) << "what was drawn is behind";
+    FramebufferGL2* const pOther = Device().GetBackTargetBuffer();
+    Device().SetViewport(0, 0, 9, 8);
+    ASSERT_TRUE(Device().InitializeTargetBuffers());
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 4) << "those of before stay";
+    FramebufferGL2* const pBack = Device().GetBackTargetBuffer();
+    EXPECT_EQ(pBack->GetWidth(), 9);
+    pBack->Bind();
+    EXPECT_EQ(GetState().framebuffer, 4u) << "the first one is the current one, whichever was";
+    pBack->Unbind(nullptr);
+    // Nobody else holds them.
+    EXPECT_EQ(pFirst->GetReferenceCount(), 1);
+    EXPECT_EQ(pOther->GetReferenceCount(), 1);
+    pFirst->ReleaseReference();
+    pOther->ReleaseReference();
 }
 
 TEST_F(Targets, BeforeThereAreAnySwappingAndPostProcessingDoNothing) {
@@ -77,6 +145,11 @@ TEST_P(RefusedTargets, AreReportedWithoutAMessage) {
     EXPECT_FALSE(Device().InitializeTargetBuffers());
     EXPECT_EQ(Count("glGenFramebuffers"), GetParam());
     EXPECT_TRUE(m_diagnostics.Messages().empty());
+    EXPECT_EQ(Counts(Object::Framebuffer).live, static_cast<int>(GetParam())) << "the device keeps it";
+    Device().RenderForPostProcess(); // whatever it makes of the failed one
+    m_pDevice.reset();
+    EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
+    EXPECT_TRUE(CallsWithoutContext().empty());
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTwo, RefusedTargets, ::testing::Values(1u, 2u));
@@ -183,6 +256,33 @@ TEST_F(ReadBack, TakesThreeBytesOfFourWhereTheDriverReadsNoRGB) {
     }
 }
 
+TEST_F(ReadBack, CountsRowsFromTheViewportsUpperEdge) {
+    SetColorBits(8, 8, 8);
+    struct Case {
+        RectangleT<int> area;
+        char const* line;
+    };
+    // The viewport's place in the window does not count, its height does.
+    Device().SetViewport(4, 2, 50, 30);
+    Case const cases[] = {
+        {{0, 0, 7, 5}, "glReadPixels(0, 25, 7, 5, GL_RGB, *)"},
+        {{41, 0, 50, 3}, "glReadPixels(41, 27, 9, 3, GL_RGB, *)"},
+        {{0, 26, 6, 30}, "glReadPixels(0, 0, 6, 4, GL_RGB, *)"},
+        {{45, 19, 50, 30}, "glReadPixels(45, 0, 5, 11, GL_RGB, *)"},
+        {{0, 0, 50, 30}, "glReadPixels(0, 0, 50, 30, GL_RGB, *)"},
+        {{13, 17, 14, 18}, "glReadPixels(13, 12, 1, 1, GL_RGB, *)"},
+        {{-2, -3, 3, 4}, "glReadPixels(-2, 26, 5, 7, GL_RGB, *)"},
+    };
+    for (Case const& test : cases) {
+        Clear();
+        trevik::kelvo::Texture* pTexture = nullptr;
+        EXPECT_TRUE(Device().ReadPixels(test.area, &pTexture));
+        Ref<trevik::kelvo::Texture> const pKept(pTexture);
+        EXPECT_TRUE(CallsAre({test.line}, CallsOf({"glReadPixels"})));
+        EXPECT_EQ(pTexture->GetHeight(), test.area.bottom - test.area.top);
+    }
+}
+
 TEST_F(ReadBack, RefillsATextureThatIsDrawnAlready) {
     SetColorBits(8, 8, 8);
     Ref<TextureGL2> const pTexture = MakeTexture(50, 40);
@@ -205,17 +305,37 @@ TEST_F(ReadBack, ErrorsOfEarlierDrawsAreNotItsOwn) {
 }
 
 TEST_F(ReadBack, ARefusalLeavesTheCallersTextureAndMakesNone) {
+    Ref<TextureGL2> const pGiven = MakeTexture(4, 3);
+    GLuint const drawn = pGiven->GetGLTexture();
+    for (char const* const refusing : {"surface", "driver"}) {
+        SCOPED_TRACE(refusing);
+        bool const fSurface = *refusing == 's';
+        SetColorBits(fSurface ? 10 : 8, fSurface ? 10 : 8, fSurface ? 10 : 8);
+        Fail("glReadPixels", GL_INVALID_OPERATION);
+        Clear();
+        trevik::kelvo::Texture* pTexture = nullptr;
+        EXPECT_FALSE(Read(&pTexture));
+        EXPECT_EQ(pTexture, nullptr);
+        EXPECT_EQ(Count("glReadPixels"), fSurface ? 0u : 2u) << "in both formats";
+        pTexture = pGiven.Get();
+        EXPECT_FALSE(Read(&pTexture));
+        EXPECT_EQ(pTexture, pGiven.Get());
+        EXPECT_EQ(pGiven->GetReferenceCount(), 1);
+        EXPECT_EQ(pGiven->GetWidth(), 4);
+        EXPECT_EQ(pGiven->GetFormat(), TextureFormat::RGBA8888);
+        EXPECT_EQ(pGiven->GetGLTexture(), drawn) << "it shows what it showed";
+        EXPECT_EQ(Count("glGenTextures"), 0u);
+        EXPECT_TRUE(m_diagnostics.Messages().empty());
+    }
+}
+
+TEST_F(ReadBack, ARectangleLargerThanAnyMemoryIsNotRead) {
     SetColorBits(8, 8, 8);
-    Fail("glReadPixels", GL_INVALID_OPERATION);
+    Clear();
     trevik::kelvo::Texture* pTexture = nullptr;
-    EXPECT_FALSE(Read(&pTexture));
+    EXPECT_FALSE(Device().ReadPixels(RectangleT<int>(0, 0, 40000, 40000), &pTexture));
     EXPECT_EQ(pTexture, nullptr);
-    Ref<TextureGL2> const pGiven = MakeTexture(4, 4);
-    pTexture = pGiven.Get();
-    EXPECT_FALSE(Read(&pTexture));
-    EXPECT_EQ(pTexture, pGiven.Get());
-    EXPECT_EQ(pGiven->GetReferenceCount(), 1);
-    EXPECT_TRUE(m_diagnostics.Messages().empty());
+    EXPECT_EQ(Count("glReadPixels"), 0u);
 }
 
 TEST_F(ReadBack, WithoutMemoryEvenTheCallersTextureGoes) {
