@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
-#include "../recorded/AllocationCounter.h"
 #include "TestNodes.h"
+#include "kelvo_test/AllocationCounter.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -2,11 +2,11 @@
 
 #include <functional>
 
-#include "../recorded/AllocationCounter.h"
 #include "PropertyTestSupport.h"
 #include "TestFonts.h"
 #include "TextTestSupport.h"
 #include "kelvo_host/Scene.h"
+#include "kelvo_test/AllocationCounter.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/PolygonalFont.h"
 

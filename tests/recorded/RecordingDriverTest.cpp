@@ -1,5 +1,5 @@
-#include "AllocationCounter.h"
 #include "ExpectCalls.h"
+#include "kelvo_test/AllocationCounter.h"
 
 #include <dlfcn.h>
 

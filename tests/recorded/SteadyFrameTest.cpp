@@ -2,7 +2,6 @@
 
 #include "NodeTest.h"
 
-#include "AllocationCounter.h"
 #include "BitmapFontGL2.h"
 #include "BlendModeEffectGL2.h"
 #include "CameraGL2.h"
@@ -11,6 +10,7 @@
 #include "NinePatchSpriteGL2.h"
 #include "TextGL2.h"
 #include "TimelineGL2.h"
+#include "kelvo_test/AllocationCounter.h"
 
 #include <algorithm>
 #include <new>

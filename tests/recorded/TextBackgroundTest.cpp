@@ -3,10 +3,10 @@
 
 #include "NodeTest.h"
 
-#include "AllocationCounter.h"
 #include "BitmapFontGL2.h"
 #include "NinePatchSpriteGL2.h"
 #include "TextGL2.h"
+#include "kelvo_test/AllocationCounter.h"
 #include "kelvo_test/Exact.h"
 
 namespace {

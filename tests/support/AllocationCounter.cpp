@@ -1,4 +1,4 @@
-#include "AllocationCounter.h"
+#include "kelvo_test/AllocationCounter.h"
 
 #include <atomic>
 #include <cstdlib>
