@@ -139,6 +139,35 @@ std::string ReadShot(std::string const& text, Options& options) {
     return "";
 }
 
+/** The complaint about a path that names nothing; empty for any other. */
+std::string CheckPath(std::string const& path) {
+    return path.empty() ? "expected a path, found nothing" : "";
+}
+
+/** The part of a path behind its last dot, in small letters; empty when its name has no dot. */
+std::string GetEnding(std::string const& path) {
+    std::size_t const nDot = path.find_last_of("./");
+    std::string ending = nDot == std::string::npos || path[nDot] == '/' ? "" : path.substr(nDot + 1);
+    for (char& unit : ending) {
+        unit = static_cast<char>(std::tolower(static_cast<unsigned char>(unit)));
+    }
+    return ending;
+}
+
+std::string ReadOut(std::string const& text, Options& options) {
+    // A folder with such a name is hardly what is meant.
+    static char const* const s_pictureEndings[] = {"png", "jpg",  "jpeg", "gif", "bmp", "tga",
+                                                   "tif", "tiff", "webp", "ppm", "apng"};
+    std::string const ending = GetEnding(text);
+    for (char const* pEnding : s_pictureEndings) {
+        if (ending == pEnding && !IsPicturePath(text)) {
+            return "expected a name that ends in .png or a folder, found \"" + text + "\"";
+        }
+    }
+    options.out = text;
+    return CheckPath(text);
+}
+
 std::string ReadFormat(std::string const& text, Options& options) {
     for (FormatName const& format : FormatNames) {
         if (text == format.pName) {
@@ -180,6 +209,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     app.add_option("SCENE", options.scene,
                    "scene to play: a .json file (see docs/scene-format.md) or a .kelvo file")
         ->required()
+        ->check(CheckPath)
         ->type_name("");
     AddParsed(app, "--frames", "A..B", "frames to play; all of the scene's unless given", options,
               ReadFrames);
@@ -187,16 +217,19 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               ReadSize);
     AddParsed(app, "--format", "NAME", "surface instead of the scene's: rgb565, rgb888 or rgba8888", options,
               ReadFormat);
-    app.add_option("--out", options.out, "the last frame as FILE.png, or every frame into a folder")
-        ->type_name("FILE.png|FOLDER");
+    AddParsed(app, "--out", "FILE.png|FOLDER", "the last frame as FILE.png, or every frame into a folder",
+              options, ReadOut);
     AddParsed(app, "--shot", "X,Y,W,H",
               "of each picture only a rectangle, in pixels from the upper left; needs --out", options,
               ReadShot)
         ->needs("--out");
     app.add_flag("--post", options.fPost, "draw frames through the post-process pass");
     app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
-    app.add_option("--save", options.save, "write the scene as a binary file")->type_name("FILE.kelvo");
+    app.add_option("--save", options.save, "write the scene as a binary file")
+        ->check(CheckPath)
+        ->type_name("FILE.kelvo");
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
+        ->check(CheckPath)
         ->type_name("FILE");
     AddParsed(app, "--pick", "X,Y",
               "print the nodes at a point of the last frame, in pixels from the upper left", options,

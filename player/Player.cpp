@@ -11,6 +11,8 @@
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"
 
+#include <kelvo_desktop/Display.h>
+
 #include <algorithm>
 #include <cstdio>
 #include <memory>
@@ -38,6 +40,13 @@ namespace {
 int Complain(int nExitCode, std::string const& what) {
     std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
     return nExitCode;
+}
+
+/** Why there is no display to draw with, behind a colon; empty when there is one. */
+std::string GetDisplayProblem() {
+    std::string const display = desktop::DescribeDisplay();
+    std::string const none = "none: ";
+    return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
 }
 
 bool EndsWith(std::string const& text, std::string const& ending) {
@@ -122,7 +131,8 @@ int Player::Play() {
             ? PlayOn(*pDevice, *pWindow)
             : Complain(ExitDevice, "no graphics device can be had for a surface of " +
                                        std::to_string(size.width) + "x" + std::to_string(size.height) +
-                                       " pixels, " + GetFormatName(m_scene.GetSettings().m_format));
+                                       " pixels, " + GetFormatName(m_scene.GetSettings().m_format) +
+                                       GetDisplayProblem());
     m_scene.SetRoot(nullptr); // what it has on the device goes before the device does
     return nExitCode;
 }

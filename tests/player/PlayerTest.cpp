@@ -75,6 +75,13 @@ TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
         {{"s.json", "--out", "o.png", "--shot", "-1,2,3,4"}, "--shot"},
         {{"s.json", "--shot", "1,2,3,4"}, "--shot requires --out"},
         {{"s.json", "--turbo"}, "--turbo"},
+        {{"s.json", "--out", "o.jpg"},
+         "--out: expected a name that ends in .png or a folder, found \"o.jpg\""},
+        {{"s.json", "--out", "a/o.PNG"}, "found \"a/o.PNG\""},
+        {{"s.json", "--out", ""}, "--out: expected a path"},
+        {{"s.json", "--save", ""}, "--save: expected a path"},
+        {{"s.json", "--backend", ""}, "--backend: expected a path"},
+        {{""}, "expected a path"},
         {{"s.txt"}, "s.txt: a scene's name ends in .json or .kelvo"},
     };
     for (auto const& bad : cases) {
@@ -139,7 +146,11 @@ TEST_F(PlayerTest, EndsWithThreeWithoutADevice) {
          "is no back end: it does not export Initialize, CreateDevice and Shutdown"},
         {{},
          {"KELVO_EGL_PLATFORM=device:999"},
-         "kelvo-player: no graphics device can be had for a surface of 41x23 pixels, rgb888"},
+         "kelvo-player: no graphics device can be had for a surface of 41x23 pixels, rgb888: no display of "
+         "the wanted platform"},
+        {{},
+         {"KELVO_EGL_PLATFORM=bogus"},
+         "rgb888: KELVO_EGL_PLATFORM is \"bogus\", not surfaceless, device"},
     };
     for (auto const& bad : cases) {
         std::vector<std::string> arguments = bad.arguments;
