@@ -104,9 +104,10 @@ void CameraGL2::BuildPerspective(RectangleT<RealFloat> const& view) {
     RealFloat const rHorizontal = m_horizontalFieldOfView.GetValue();
     if (rHorizontal != 0) {
         RealFloat const rHalf = rHorizontal * DegreesToRadians * 0.5f;
+        RealFloat const rTangent = static_cast<RealFloat>(std::tan(double(rHalf)) / double(rAspect));
         // Announcing the new value marks the projection stale once more; the caller clears that.
-        m_verticalFieldOfView.SetValue(static_cast<RealFloat>(
-            2 * std::atan(std::tan(double(rHalf)) / double(rAspect)) * double(RadiansToDegrees)));
+        m_verticalFieldOfView.SetValue(
+            static_cast<RealFloat>(2 * std::atan(double(rTangent)) * double(RadiansToDegrees)));
     }
     RealFloat const rNear = m_near.GetValue();
     RealFloat const rFar = m_far.GetValue();

@@ -109,6 +109,13 @@ TEST_F(CameraTest, AHorizontalFieldOfViewOverwritesTheVerticalOne) {
     }
 }
 
+TEST_F(CameraTest, OfASquareRectangleBothFieldsOfViewAreTheSameNumber) {
+    // The arc tangent is taken of a rounded tangent: unrounded, this would end as 30.000002.
+    m_pCamera->GetHorizontalFieldOfViewProperty().SetValue(30);
+    Update();
+    EXPECT_EQ(m_pCamera->GetVerticalFieldOfViewProperty().GetValue(), 30);
+}
+
 TEST_F(CameraTest, AnyNumberOfChangesIsOneRecomputation) {
     // A given horizontal field of view is handed on at each recomputation, which tells how many there are.
     struct Counter {
