@@ -126,12 +126,10 @@ inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
 
 void SpriteGL2::DrawWithMasksAndEffects(GraphicsDeviceGL2& device) {
     device.PushMasks(m_masks);
+    // By index: an effect may attach others to the sprite when it is asked.
     bool fDrawn = false;
-    for (Effect* pEffect : m_effects) {
-        if (pEffect->OverrideDrawSprite(device, *this, m_rEffectiveOpacity)) {
-            fDrawn = true;
-            break;
-        }
+    for (unsigned int nEffect = 0; !fDrawn && nEffect < m_effects.GetCount(); ++nEffect) {
+        fDrawn = m_effects[nEffect]->OverrideDrawSprite(device, *this, m_rEffectiveOpacity);
     }
     if (!fDrawn && IsPlain()) {
         InternalRenderNonBlended(device);

@@ -21,8 +21,9 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
     bool const fDepth = m_depth.GetValue();
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);
-    for (Effect* pEffect : m_effects) {
-        pEffect->PreRender(device);
+    // By index: an effect may attach others to the timeline when it is called.
+    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
+        m_effects[nEffect]->PreRender(device);
     }
     // The recorded state is asked for and not used: kept for the call it makes on devices that override it.
     static_cast<void>(device.IsDepthTestEnabled());
@@ -44,8 +45,8 @@ void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
     }
     // Applies what the device records now, not what was in force before the children: intended.
     device.SetDepthTestEnabled(device.IsDepthTestEnabled());
-    for (Effect* pEffect : m_effects) {
-        pEffect->PostRender(device);
+    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
+        m_effects[nEffect]->PostRender(device);
     }
     device.PopCameraDepth(m_depth.GetValue());
     if (m_pCamera) {

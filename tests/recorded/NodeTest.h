@@ -96,4 +96,37 @@ private:
     bool m_fDraws;
 };
 
+/** When it is asked or called for the first time, attaches so many others to its node that their list moves.
+ */
+class GrowingEffect : public NotingEffect {
+public:
+    TREVIK_EFFECT_REFLECTION(GrowingEffect, NotingEffect, "NoResource")
+
+    static constexpr int Others = 20;
+
+    GrowingEffect(std::vector<std::string>& notes, trevik::kelvo::TransformNode& node)
+        : NotingEffect("first", notes), m_notes(notes), m_node(node) {}
+
+    void PreRender(trevik::kelvo::GraphicsDevice& device) override {
+        NotingEffect::PreRender(device);
+        Grow();
+    }
+    bool OverrideDrawSprite(trevik::kelvo::GraphicsDevice& device, trevik::kelvo::Sprite& sprite,
+                            RealFloat opacity) override {
+        Grow();
+        return NotingEffect::OverrideDrawSprite(device, sprite, opacity);
+    }
+
+private:
+    void Grow() {
+        for (; m_nLeft > 0; --m_nLeft) {
+            m_node.AddEffect(new NotingEffect("other", m_notes));
+        }
+    }
+
+    std::vector<std::string>& m_notes;
+    trevik::kelvo::TransformNode& m_node;
+    int m_nLeft = Others;
+};
+
 } // namespace recording

@@ -271,6 +271,17 @@ TEST_F(SpriteTest, TheFirstEffectThatDrawsIsTheLastOneAsked) {
     }
 }
 
+TEST_F(SpriteTest, EffectsThatAnEffectAttachesAreAskedAfterIt) {
+    Strings notes;
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->AddEffect(new GrowingEffect(notes, *pSprite));
+    Draw(*pSprite);
+    Strings expected(1 + GrowingEffect::Others, "other draws");
+    expected[0] = "first draws";
+    EXPECT_EQ(notes, expected);
+    EXPECT_EQ(Count("glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"), 1u);
+}
+
 TEST_F(SpriteTest, AnEffectDrawsBetweenTheMasksToo) {
     Strings notes;
     Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);

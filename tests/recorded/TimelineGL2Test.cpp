@@ -117,6 +117,18 @@ TEST_F(TimelineGL2Test, SetsUpAndTakesDownInTheFixedOrder) {
                                 "second after", "pop depth 1", "pop camera"}));
 }
 
+TEST_F(TimelineGL2Test, EffectsThatAnEffectAttachesAreCalledAfterIt) {
+    Strings notes;
+    m_pTimeline->AddEffect(new GrowingEffect(notes, *m_pTimeline));
+    m_pTimeline->PreRenderChildren(Device());
+    m_pTimeline->PostRenderChildren(Device());
+    Strings expected(1 + GrowingEffect::Others, "other before");
+    expected[0] = "first before";
+    expected.push_back("first after");
+    expected.resize(expected.size() + GrowingEffect::Others, "other after");
+    EXPECT_EQ(notes, expected);
+}
+
 TEST_F(TimelineGL2Test, TheDepthTestPropertyHasThreeMeanings) {
     struct Case {
         int value;
