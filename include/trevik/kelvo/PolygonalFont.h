@@ -30,8 +30,10 @@ public:
     bool Load(Deserializer& deserializer) override;
     void Emit(MemoryTracer* pTracer) override;
     /**
-     * Draws one glyph's mesh in `*pColor` under the device's current transform, which the caller has moved to
-     * the pen position: `position` does not move it. Render thread.
+     * Draws one glyph's mesh in `*pColor` under the transform on top of the device's stack and nothing else.
+     * The caller pushes one that leads from the pen position all the way to clip space, the projection
+     * included, and pops it afterwards, as Text does for each glyph: `position` does not move the mesh, and
+     * a back end's program may know no projection. Render thread.
      */
     virtual void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2T<RealFloat> const& position,
                              ColorT<RealFloat> const* pColor) = 0;
