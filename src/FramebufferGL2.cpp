@@ -94,7 +94,7 @@ void FramebufferGL2::AttachDepthStencil() const {
 void FramebufferGL2::Bind() {
     glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
     if (m_fClearOnBind) {
-        bool const fDepth = m_pDepthTexture || m_nDepthRenderbuffer != 0;
+        bool const fDepth = m_pDepthTexture || m_nDepthRenderbuffer != 0; // the stencil stays: intended
         glClear(fDepth ? GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT : GL_COLOR_BUFFER_BIT);
     }
     glGetIntegerv(GL_VIEWPORT, m_savedViewport);
