@@ -222,6 +222,16 @@ TEST_F(Antialias, DrawsTheOutlineOfATexturedSpriteAfterIt) {
     EXPECT_EQ(Draws().at(1).Values(1), (Floats{0, 1, 1, 1, 1, 1, 1, 0, 1, 0, 0, 0, 0, 0, 0, 1}));
 }
 
+TEST_F(Antialias, TheOutlineOfAPromotedTextureHasItsRowsSwappedToo) {
+    Ref<SpriteGL2> const pSprite = MakeSmoothSprite(20, 10);
+    Ref<TextureGL2> const pTexture = MakeTexture(4, 4);
+    pSprite->SetTexture(pTexture.Get());
+    ASSERT_TRUE(pTexture->Promote(false));
+    pTexture->Swap();
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(1).Values(1), (Floats{0, 0, 1, 0, 1, 0, 1, 1, 1, 1, 0, 1, 0, 1, 0, 0}));
+}
+
 TEST_F(Antialias, TheOutlineIsFourEdgesWithTheirEquationsAtBothEnds) {
     Ref<SpriteGL2> const pSprite = MakeSmoothSprite(20, 10);
     pSprite->GetPositionProperty().SetValue(Vector(15, 12, 0));

@@ -31,6 +31,14 @@ public:
     RectangleT<int> m_viewport;
 };
 
+/** Answers with matrices of its own. */
+class OtherMatrices : public GraphicsDeviceGL2 {
+public:
+    Matrix GetViewMatrix() override { return Matrix4Translation(Vector3T<RealFloat>(1, 2, 0)); }
+    Matrix GetProjectionMatrix() override { return Matrix4Scale(Vector3T<RealFloat>(3, 5, 1)); }
+    Matrix GetViewportMatrix() override { return Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)); }
+};
+
 class Cameras : public DeviceTest {
 protected:
     Cameras() { BringUp(640, 480); }
@@ -177,6 +185,13 @@ TEST_F(Cameras, ProjectsUnitsToPixelsUnderTheDefaultCamera) {
         Device().ProjectCoordinate(Matrix4Translation(Vector3T<RealFloat>(10, 20, 0)), Point(0, 0, 0, 1));
     EXPECT_NEAR(moved.x, 10, 1e-2f);
     EXPECT_NEAR(moved.y, 460, 1e-2f);
+}
+
+TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {
+    OtherMatrices device;
+    Vector2T<RealFloat> const pixel =
+        device.ProjectCoordinate(Matrix4Scale(Vector3T<RealFloat>(2, 2, 2)), Point(7, 11, 13, 1));
+    EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 2 * 7), 200 + 5 * (2 + 2 * 11))));
 }
 
 TEST_F(Cameras, ATwoDimensionalCameraCountsPixelsFromTheTop) {

@@ -175,6 +175,15 @@ TEST_F(NinePatch, TheGridHasTheCutsOfBothAxesRowByRow) {
     ExpectNear(DrawnGrid(*pPatch, 1, 2), coords);
 }
 
+TEST_F(NinePatch, APromotedTextureIsNotTurnedOver) {
+    Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
+    Floats const before = DrawnGrid(*pPatch, 1, 2);
+    ASSERT_TRUE(pPatch->GetTexture()->Promote(false));
+    pPatch->GetTexture()->Swap();
+    pPatch->GetSizeProperty().SetValue(SizeT<int>(12, 10)); // has the grid made anew
+    EXPECT_EQ(DrawnGrid(*pPatch, 1, 2), before);
+}
+
 TEST_F(NinePatch, EachCellIsTwoTriangles) {
     Ref<NinePatchSpriteGL2> const pPatch = MakePatch();
     pPatch->GetVerticalBandsProperty().SetValue({}); // four columns, two rows

@@ -123,6 +123,20 @@ TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
     EXPECT_FLOAT_EQ(CoordsOf(*pSprite)[0], 0.0001f);
 }
 
+TEST_F(SpriteTest, APromotedTextureIsDrawnWithItsRowsSwapped) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 16);
+    pTexture->SetUsedSize(5, 12);
+    pSprite->SetTexture(pTexture.Get());
+    ASSERT_TRUE(pTexture->Promote(false));
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 0.75f, 0, 0, 0.625f, 0.75f, 0.625f, 0}))
+        << "nothing has been swapped in yet";
+    pTexture->Swap();
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 0, 0, 0.75f, 0.625f, 0, 0.625f, 0.75f}));
+}
+
 TEST_F(SpriteTest, DrawsATexturedStrip) {
     Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
     Ref<TextureGL2> const pTexture = MakeTexture(4, 4);
