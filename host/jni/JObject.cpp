@@ -51,11 +51,14 @@ void ObjectBase::Exchange(jobject& held, jobject obj) {
 bool ObjectBase::IsInstanceOf(Class const& javaClass) const {
     JNIEnv* const env = VM::GetEnv();
     TREVIK_ASSERT_AT(env, "include/JObject", 1135, "env");
-    if (!env || !javaClass.Get()) {
+    if (!env) {
         return false;
     }
     ScopeCounter counter(ScopeCounter::JavaBitmapCall, true);
     TREVIK_JOBJECT_CHECK(env, "BEFORE", 1136, "env->IsInstanceOf(object.Get(), Get())");
+    if (!javaClass.Get()) {
+        return false;
+    }
     bool const fInstance = env->IsInstanceOf(Get(), javaClass.Get()) == JNI_TRUE;
     TREVIK_JOBJECT_CHECK(env, "AFTER", 1136, "env->IsInstanceOf(object.Get(), Get())");
     return fInstance;

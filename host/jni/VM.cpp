@@ -31,10 +31,22 @@ Registrations& GetRegistrations() {
     return s_registrations.Get();
 }
 
+/**
+ * Has the classes that this library describes itself registered. Where each would be looked up at its first
+ * use, that might be on a thread whose class loader does not know it.
+ */
+void RegisterKnownClasses() {
+    java::lang::Class::GetClass();
+    java::lang::Object::GetClass();
+    android::graphics::Bitmap::GetClass();
+}
+
 /** A new global reference to the class; null, with what Java threw reported, when it cannot be found. */
 jclass FindClass(JNIEnv* pEnv, char const* pName) {
+    ExceptionHandler::CheckForException(pEnv, "BEFORE", "include/trevik/jni/VM", __LINE__ + 2,
+                                        "env->FindClass(name)");
     jclass const found = pEnv->FindClass(pName);
-    ExceptionHandler::CheckForException(pEnv, "AFTER", "include/trevik/jni/VM", __LINE__,
+    ExceptionHandler::CheckForException(pEnv, "AFTER", "include/trevik/jni/VM", __LINE__ - 1,
                                         "env->FindClass(name)");
     if (!found) {
         Debug::TraceFormat(TraceLevel::Error, u"[kelvo] There is no Java class %hs", pName);
@@ -48,6 +60,7 @@ jclass FindClass(JNIEnv* pEnv, char const* pName) {
 } // namespace
 
 void VM::SetJavaVM(JavaVM* pJavaVM) {
+    RegisterKnownClasses();
     Registrations& registrations = GetRegistrations();
     ScopedLock lock(registrations.m_mutex);
     JNIEnv* const pOldEnv = GetEnv();

@@ -35,8 +35,8 @@ struct Rectangle {
 
 /**
  * Has the pixels locked, and `visit(access, pixels, x, y, count)` called for runs of at most ChunkSize pixels
- * that make up a rectangle, x and y counted from its first pixel. An exception is pending when the pixels
- * cannot be had.
+ * that make up a rectangle, x and y counted from its first pixel, until it answers false with an exception
+ * pending. One is pending, too, when the pixels cannot be had.
  */
 template <class Visit>
 void VisitPixels(JNIEnv* env, jlong bitmap, Rectangle const& rectangle, Visit&& visit) {
@@ -54,7 +54,8 @@ void VisitPixels(JNIEnv* env, jlong bitmap, Rectangle const& rectangle, Visit&& 
                               std::size_t(rectangle.x) * nPixel;
         for (int x = 0; x < rectangle.width; x += ChunkSize) {
             int const nCount = std::min(ChunkSize, rectangle.width - x);
-            visit(*pAccess, pRun, x, y, nCount);
+            if (!visit(*pAccess, pRun, x, y, nCount))
+                return;
             pRun += std::size_t(nCount) * nPixel;
         }
     }
@@ -92,6 +93,7 @@ KELVO_NATIVE(jint JNICALL, nativeGetPixel)(JNIEnv* env, jclass, jlong bitmap, ji
     std::uint32_t color = 0;
     VisitPixels(env, bitmap, {x, y, 1, 1}, [&](PixelAccess const& access, void* pixels, int, int, int) {
         access.read(&color, pixels, 1);
+        return true;
     });
     return static_cast<jint>(color);
 }
@@ -100,6 +102,7 @@ KELVO_NATIVE(void JNICALL, nativeSetPixel)(JNIEnv* env, jclass, jlong bitmap, ji
     auto const value = static_cast<std::uint32_t>(color);
     VisitPixels(env, bitmap, {x, y, 1, 1}, [&](PixelAccess const& access, void* pixels, int, int, int) {
         access.write(pixels, &value, 1);
+        return true;
     });
 }
 
@@ -112,6 +115,7 @@ KELVO_NATIVE(void JNICALL, nativeGetPixels)
                     access.read(colors, pixels, nCount);
                     env->SetIntArrayRegion(array, offset + row * stride + column, nCount,
                                            reinterpret_cast<jint const*>(colors));
+                    return !env->ExceptionCheck();
                 });
 }
 
@@ -123,7 +127,10 @@ KELVO_NATIVE(void JNICALL, nativeSetPixels)
                     std::uint32_t colors[ChunkSize];
                     env->GetIntArrayRegion(array, offset + row * stride + column, nCount,
                                            reinterpret_cast<jint*>(colors));
+                    if (env->ExceptionCheck())
+                        return false;
                     access.write(pixels, colors, nCount);
+                    return true;
                 });
 }
 
@@ -134,6 +141,7 @@ KELVO_NATIVE(void JNICALL, nativeEraseColor)(JNIEnv* env, jclass, jlong bitmap, 
     VisitPixels(env, bitmap, {0, 0, skBitmap.width(), skBitmap.height()},
                 [&](PixelAccess const& access, void* pixels, int, int, int nCount) {
                     access.write(pixels, colors, nCount);
+                    return true;
                 });
 }
 

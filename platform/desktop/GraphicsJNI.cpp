@@ -1,6 +1,6 @@
 #include "GraphicsJNI.h"
 
-#include "BitmapNatives.h"
+#include "BitmapClass.h"
 #include "SkBitmap.h"
 
 #include <memory>
@@ -8,12 +8,12 @@
 jobject GraphicsJNI::createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable, jbyteArray ninePatch,
                                   int density) {
     std::unique_ptr<SkBitmap> pBitmap(bitmap);
-    jclass const bitmapClass = env && bitmap ? env->FindClass("android/graphics/Bitmap") : nullptr;
+    jclass const bitmapClass = env && bitmap ? kelvo::desktop::GetBitmapClass(env) : nullptr;
     if (!bitmapClass)
         return nullptr;
     jobject object = nullptr;
     jmethodID const constructor = env->GetMethodID(bitmapClass, "<init>", "(JZ[BI)V");
-    if (constructor && kelvo::desktop::RegisterBitmapNatives(env, bitmapClass)) {
+    if (constructor) {
         jvalue arguments[4] = {};
         arguments[0].j = static_cast<jlong>(reinterpret_cast<std::intptr_t>(bitmap));
         arguments[1].z = isMutable ? JNI_TRUE : JNI_FALSE;

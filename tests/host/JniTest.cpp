@@ -65,7 +65,9 @@ private:
         return s_pVM->m_fAttached ? JNI_OK : JNI_EDETACHED;
     }
     static jclass JNICALL FindClass(JNIEnv*, char const* pName) {
-        bool const fFound = s_pVM->m_fBitmapClass && std::string(pName) == "android/graphics/Bitmap";
+        std::string const name(pName);
+        bool const fFound = (s_pVM->m_fBitmapClass && name == "android/graphics/Bitmap") ||
+                            name == "java/lang/Class" || name == "java/lang/Object";
         s_pVM->m_fPending = !fFound;
         return fFound ? static_cast<jclass>(Handle(50)) : nullptr;
     }
@@ -191,7 +193,9 @@ TEST(Jni, AClassThatCannotBeFoundIsReported) {
     ASSERT_EQ(reports.m_traces.size(), 2u);
     EXPECT_NE(reports.m_traces[1].find("no/Such"), std::string::npos);
     BitmapObject const bitmap(FakeVM::Handle(1));
+    vm.m_fPending = true;
     EXPECT_FALSE(bitmap.IsInstanceOf(unknown));
+    EXPECT_FALSE(vm.m_fPending) << "an exception does not stay because the class is missing";
     VM::UnregisterClass(&unknown);
     EXPECT_FALSE(VM::RegisterClass(nullptr));
 }
@@ -199,6 +203,9 @@ TEST(Jni, AClassThatCannotBeFoundIsReported) {
 TEST(Jni, WithTheVirtualMachineGoTheClasses) {
     {
         FakeVM vm;
+        EXPECT_NE(android::graphics::Bitmap::GetClass().Get(), nullptr);
+        vm.m_fBitmapClass = false; // as on a thread whose loader does not know it
+        EXPECT_TRUE(VM::RegisterClass(&android::graphics::Bitmap::GetClass()));
         EXPECT_NE(android::graphics::Bitmap::GetClass().Get(), nullptr);
     }
     EXPECT_EQ(android::graphics::Bitmap::GetClass().Get(), nullptr);

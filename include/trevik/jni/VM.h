@@ -12,9 +12,14 @@ class Class;
 class TREVIK_API VM {
 public:
     /**
-     * Takes note of the virtual machine (from JNI_OnLoad, or from whoever created it) and looks the
-     * registered classes up. Null, from JNI_OnUnload or before the machine is destroyed, drops them again.
-     * The calling thread is attached.
+     * Takes note of the virtual machine and looks up the registered classes, those of trevik/jni/Class.h
+     * among them; one that cannot be found is traced. Null, from JNI_OnUnload or before the machine is
+     * destroyed, drops them again. The calling thread is attached.
+     *
+     * Classes are looked up as JNI does it on this thread: by the class loader of the native method that is
+     * running, that of the class that loads the library in JNI_OnLoad, and the system's on a thread that was
+     * attached by native code. So call it where the application's classes are seen: from JNI_OnLoad, or from
+     * one of their native methods. They are found on every thread from then on.
      */
     static void SetJavaVM(JavaVM* pJavaVM);
     /** Null until SetJavaVM. */
@@ -27,9 +32,10 @@ public:
     static JNIEnv* GetEnv();
 
     /**
-     * Looks a Java class up, or has it looked up as soon as there is a virtual machine, and keeps a global
-     * reference to it. False when it cannot be found, or when out of memory; what Java threw is reported.
-     * `pClass` stays where it is until it is unregistered.
+     * Looks a Java class up (see SetJavaVM), or has it looked up as soon as there is a virtual machine, and
+     * keeps a global reference to it. False when it cannot be found, or when out of memory; what Java threw
+     * is reported, and the class is looked up again when it is registered once more, maybe by a thread that
+     * sees it. `pClass` stays where it is until it is unregistered.
      */
     static bool RegisterClass(Class const* pClass);
     /** Drops the global reference. A class that is not registered is ignored. */

@@ -4,20 +4,28 @@ import java.lang.ref.Cleaner;
 
 /**
  * A picture whose pixels belong to native code, such as a surface that is drawn as a texture: what is written
- * here is what is drawn.
+ * here is what is drawn. Native code makes bitmaps.
  *
  * <p>Colours are ints, 0xAARRGGBB, not premultiplied. As on Android the pixels themselves are kept
- * premultiplied, rounded to what the configuration has bits for; so a translucent colour read back is not
- * always exactly the one written. Rows are counted from the first in memory. Every call brings its result
- * before those who draw, so many pixels are better set by one {@link #setPixels} than by many
- * {@link #setPixel}. Any thread.
+ * premultiplied, in as many of each channel's upper bits as the configuration has; so a colour read back is
+ * not always exactly the one written, but one that was read is, when it is written again. Row 0 is the first
+ * in memory; of a texture's surface it is the one that sprites show lowest, so that y points up as it does in
+ * the scene.
+ *
+ * <p>Each operation that touches pixels has them locked while it runs, and brings what it wrote before those
+ * who draw: many pixels are better set by one {@link #setPixels} than by many {@link #setPixel}. Nobody else
+ * may have the surface locked meanwhile. Any thread; one at a time works on a bitmap.
  */
 public final class Bitmap {
     /** How pixels are kept. */
     public enum Config {
+        /** 8 bits, opacity alone: colours are read as black. */
         ALPHA_8,
+        /** 5, 6 and 5 bits, opaque: what is written is premultiplied, that is, laid over black. */
         RGB_565,
+        /** 4 bits a channel. */
         ARGB_4444,
+        /** 8 bits a channel. */
         ARGB_8888
     }
 
@@ -57,7 +65,7 @@ public final class Bitmap {
     private final int height;
     private final Config config;
 
-    // Native code makes bitmaps.
+    // Called by native code, which keeps the native bitmap when this throws.
     private Bitmap(long bitmap, boolean mutable, byte[] ninePatchChunk, int density) {
         this.mutable = mutable;
         this.ninePatchChunk = ninePatchChunk;
@@ -70,29 +78,57 @@ public final class Bitmap {
         cleanable = CLEANER.register(this, owned);
     }
 
-    /** Pixels; also of a bitmap that was recycled. */
+    /**
+     * The width, also of a bitmap that was recycled.
+     *
+     * @return pixels
+     */
     public int getWidth() {
         return width;
     }
 
+    /**
+     * The height, also of a bitmap that was recycled.
+     *
+     * @return pixels
+     */
     public int getHeight() {
         return height;
     }
 
-    /** Null for pixels of a kind that Java cannot read or write. */
+    /**
+     * How the pixels are kept.
+     *
+     * @return null for pixels of a kind that Java cannot read or write: each operation that would touch them
+     *     throws IllegalStateException
+     */
     public Config getConfig() {
         return config;
     }
 
+    /**
+     * Whether pixels may be written.
+     *
+     * @return true for bitmaps over surfaces
+     */
     public boolean isMutable() {
         return mutable;
     }
 
-    /** Dots per inch. */
+    /**
+     * The density that the picture is made for.
+     *
+     * @return dots per inch, or {@link #DENSITY_NONE}
+     */
     public int getDensity() {
         return density;
     }
 
+    /**
+     * How the picture stretches.
+     *
+     * @return null for a picture that is no nine-patch
+     */
     public byte[] getNinePatchChunk() {
         return ninePatchChunk;
     }
@@ -102,11 +138,21 @@ public final class Bitmap {
         cleanable.clean();
     }
 
+    /**
+     * Whether the pixels are gone.
+     *
+     * @return true after {@link #recycle}
+     */
     public synchronized boolean isRecycled() {
         return owned.get() == 0;
     }
 
     /**
+     * Reads one pixel.
+     *
+     * @param x column, from the left
+     * @param y row, from the first in memory
+     * @return its colour
      * @throws IllegalArgumentException outside of the bitmap
      * @throws IllegalStateException when the bitmap was recycled or its pixels cannot be had
      */
@@ -117,6 +163,11 @@ public final class Bitmap {
     }
 
     /**
+     * Writes one pixel.
+     *
+     * @param x column, from the left
+     * @param y row, from the first in memory
+     * @param color its colour
      * @throws IllegalArgumentException outside of the bitmap
      * @throws IllegalStateException when the bitmap was recycled, is not mutable or its pixels cannot be had
      */
@@ -131,6 +182,13 @@ public final class Bitmap {
      * Reads a rectangle into {@code pixels}, its first row from {@code offset} on, each further one
      * {@code stride} elements, at least {@code width} forth or back, from the one before.
      *
+     * @param pixels receives colours
+     * @param offset of the first colour in {@code pixels}
+     * @param stride from row to row of {@code pixels}
+     * @param x left column of the rectangle
+     * @param y first row of the rectangle
+     * @param width columns
+     * @param height rows
      * @throws IllegalArgumentException for a rectangle outside of the bitmap or a short stride
      * @throws ArrayIndexOutOfBoundsException when the array is too short
      * @throws IllegalStateException when the bitmap was recycled or its pixels cannot be had
@@ -148,6 +206,13 @@ public final class Bitmap {
     /**
      * Writes a rectangle from {@code pixels}, laid out as for {@link #getPixels}.
      *
+     * @param pixels colours
+     * @param offset of the first colour in {@code pixels}
+     * @param stride from row to row of {@code pixels}
+     * @param x left column of the rectangle
+     * @param y first row of the rectangle
+     * @param width columns
+     * @param height rows
      * @throws IllegalArgumentException for a rectangle outside of the bitmap or a short stride
      * @throws ArrayIndexOutOfBoundsException when the array is too short
      * @throws IllegalStateException when the bitmap was recycled, is not mutable or its pixels cannot be had
@@ -166,6 +231,7 @@ public final class Bitmap {
     /**
      * Gives every pixel one colour.
      *
+     * @param color theirs
      * @throws IllegalStateException when the bitmap was recycled, is not mutable or its pixels cannot be had
      */
     public synchronized void eraseColor(int color) {

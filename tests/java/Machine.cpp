@@ -1,0 +1,144 @@
+#include "Machine.h"
+
+#include "kelvo_desktop/JavaBitmaps.h"
+#include "trevik/jni/VM.h"
+
+#include <cstdarg>
+#include <cstdio>
+#include <cstdlib>
+#include <sstream>
+
+namespace kelvo::test {
+
+Machine* Machine::s_pMachine = nullptr;
+
+/** Ends the machine after the last test. */
+class MachineEnvironment : public testing::Environment {
+public:
+    void TearDown() override {
+        if (Machine::s_pMachine)
+            Machine::s_pMachine->Destroy();
+    }
+};
+
+namespace {
+
+testing::Environment* const g_pEnvironment = testing::AddGlobalTestEnvironment(new MachineEnvironment);
+
+[[noreturn]] void GiveUp(char const* what) {
+    std::fprintf(stderr, "%s\n", what);
+    std::exit(1);
+}
+
+} // namespace
+
+Machine& Machine::Get() {
+    static Machine s_machine;
+    return s_machine;
+}
+
+Machine::Machine() {
+    s_pMachine = this;
+    char const* const pClassPath = std::getenv("KELVO_TEST_CLASS_PATH");
+    std::string classPath =
+        std::string("-Djava.class.path=") + (pClassPath ? pClassPath : KELVO_ANDROID_JAR ":" KELVO_TEST_JAR);
+    char check[] = "-Xcheck:jni";
+    char backend[] = "-Dkelvo.backend=" KELVO_BACKEND;
+    char memory[] = "-Xmx64m";
+    char print[] = "vfprintf";
+    JavaVMOption options[] = {{check, nullptr},
+                              {classPath.data(), nullptr},
+                              {backend, nullptr},
+                              {memory, nullptr},
+                              {print, reinterpret_cast<void*>(&Machine::Print)}};
+    JavaVMInitArgs arguments = {};
+    arguments.version = JNI_VERSION_1_8;
+    arguments.options = options;
+    arguments.nOptions = jint(std::size(options));
+    void* pEnv = nullptr;
+    if (JNI_CreateJavaVM(&m_pVM, &pEnv, &arguments) != JNI_OK)
+        GiveUp("there is no Java virtual machine");
+    m_pEnv = static_cast<JNIEnv*>(pEnv);
+    Count();
+    trevik::jni::VM::SetJavaVM(m_pVM);
+}
+
+void Machine::Destroy() {
+    kelvo::desktop::UnregisterBitmapClass(m_pEnv);
+    trevik::jni::VM::SetJavaVM(nullptr);
+    m_pVM->DestroyJavaVM();
+}
+
+/** Puts the counting functions into the table that all threads call through. */
+void Machine::Count() {
+    void* pTools = nullptr;
+    if (m_pVM->GetEnv(&pTools, JVMTI_VERSION_11) != JNI_OK)
+        GiveUp("the Java virtual machine has no tool interface");
+    auto* const pJvmti = static_cast<jvmtiEnv*>(pTools);
+    jniNativeInterface* pCounting = nullptr;
+    if (pJvmti->GetJNIFunctionTable(&m_pFunctions) != JVMTI_ERROR_NONE ||
+        pJvmti->GetJNIFunctionTable(&pCounting) != JVMTI_ERROR_NONE)
+        GiveUp("the Java virtual machine hides its functions");
+    pCounting->NewGlobalRef = &Machine::NewGlobalRef;
+    pCounting->DeleteGlobalRef = &Machine::DeleteGlobalRef;
+    if (pJvmti->SetJNIFunctionTable(pCounting) != JVMTI_ERROR_NONE)
+        GiveUp("the Java virtual machine keeps its functions");
+    pJvmti->Deallocate(reinterpret_cast<unsigned char*>(pCounting));
+}
+
+jobject Machine::NewGlobalRef(JNIEnv* env, jobject object) {
+    {
+        std::lock_guard<std::mutex> const guard(s_pMachine->m_mutex);
+        ++s_pMachine->m_counts.nNewGlobals;
+    }
+    return s_pMachine->m_pFunctions->NewGlobalRef(env, object);
+}
+
+void Machine::DeleteGlobalRef(JNIEnv* env, jobject object) {
+    {
+        std::lock_guard<std::mutex> const guard(s_pMachine->m_mutex);
+        ++s_pMachine->m_counts.nDeletedGlobals;
+    }
+    s_pMachine->m_pFunctions->DeleteGlobalRef(env, object);
+}
+
+void Machine::ForgetCounts() {
+    std::lock_guard<std::mutex> const guard(m_mutex);
+    m_counts = Counts();
+}
+
+Machine::Counts Machine::GetCounts() {
+    std::lock_guard<std::mutex> const guard(m_mutex);
+    return m_counts;
+}
+
+/** The machine hands over text in pieces of any size. */
+jint Machine::Print(std::FILE* file, char const* format, va_list arguments) {
+    va_list copy;
+    va_copy(copy, arguments);
+    char text[4096];
+    std::vsnprintf(text, sizeof(text), format, copy);
+    va_end(copy);
+    {
+        std::lock_guard<std::mutex> const guard(s_pMachine->m_mutex);
+        s_pMachine->m_printed += text;
+    }
+    return std::vfprintf(file, format, arguments);
+}
+
+std::vector<std::string> Machine::TakeComplaints() {
+    std::string printed;
+    {
+        std::lock_guard<std::mutex> const guard(m_mutex);
+        printed.swap(m_printed);
+    }
+    std::vector<std::string> complaints;
+    std::istringstream lines(printed);
+    for (std::string line; std::getline(lines, line);) {
+        if (line.find("WARNING") != std::string::npos || line.find("ERROR") != std::string::npos)
+            complaints.push_back(line);
+    }
+    return complaints;
+}
+
+} // namespace kelvo::test
