@@ -138,7 +138,7 @@ TEST_F(GaussianBlur, EndsOnTheWindowWhateverWasBound) {
     EXPECT_EQ(GetState().viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
 }
 
-TEST_F(GaussianBlur, ABlurInABlurTakesWhatLiesAroundIt) {
+TEST_F(GaussianBlur, ABlurInABlurLeavesTheOuterOneNothing) {
     Ref<TimelineGL2> const pOuter(new TimelineGL2);
     Ref<GaussianBlurEffectGL2> const pBlur(new GaussianBlurEffectGL2);
     pBlur->GetAmountProperty().SetValue(1);
@@ -153,6 +153,11 @@ TEST_F(GaussianBlur, ABlurInABlurTakesWhatLiesAroundIt) {
     }
     // The outer sprite, the inner one and its passes, then the outer passes over the window once more.
     EXPECT_EQ(framebuffers, (std::vector<GLuint>{2, 1, 3, 4, 0, 3, 4, 0}));
+    // What the outer sprite went to has been cleared when the inner blur gave it back.
+    EXPECT_EQ(Draws().at(5).Texture("sColor"), FindFramebuffer(2)->color.name);
+    EXPECT_GT(
+        IndexOf("glBindFramebuffer(GL_FRAMEBUFFER, 2)", static_cast<std::size_t>(IndexOf("glDrawArrays"))),
+        0);
     EXPECT_EQ(GetState().program, 0u);
 }
 

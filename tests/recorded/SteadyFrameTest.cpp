@@ -230,6 +230,34 @@ TEST_F(SteadyEffects, IdenticalFramesMakeIdenticalCalls) {
     EXPECT_EQ(Draws().size(), draws);
 }
 
+TEST_F(SteadyEffects, LeaveNothingButTheColoursOfTargets) {
+    RunFrame(1);
+    RunFrame(2);
+    std::vector<GLuint> const programs = LiveNames(Object::Program);
+    ASSERT_EQ(programs.size(), 18u) << "11 built in, and 2, 1 and 4 of the effects";
+    m_pRoot.Reset();
+    Clear();
+    m_pDevice.reset();
+    // What effects share goes first, then what the device has, all of it while the context is current.
+    auto const deletion = [&](std::size_t index) {
+        return IndexOf("glDeleteProgram(" + std::to_string(programs[index]) + ")");
+    };
+    for (std::size_t own = 11; own < 18; ++own) {
+        EXPECT_GE(deletion(own), 0) << own;
+        EXPECT_LT(deletion(own), deletion(0)) << own;
+    }
+    EXPECT_LT(deletion(10), IndexOf("glDeleteFramebuffers(1, {1})"));
+    EXPECT_LT(IndexOf("glDeleteFramebuffers(1, {4})"), deletion(0));
+    EXPECT_LT(IndexOf("glDeleteFramebuffers(1, {2})"), IndexOf("eglMakeCurrent"));
+    EXPECT_TRUE(CallsWithoutContext().empty());
+    for (Object const kind : {Object::Buffer, Object::Framebuffer, Object::Renderbuffer, Object::Shader,
+                              Object::Program, Object::EglSurface, Object::EglContext}) {
+        EXPECT_EQ(Counts(kind).created, Counts(kind).deleted) << static_cast<int>(kind);
+    }
+    EXPECT_EQ(Counts(Object::Texture).created - Counts(Object::Texture).deleted, 4)
+        << "two frame targets' and two blur targets'";
+}
+
 TEST_F(SteadyFrame, NothingIsLeftWhenSceneAndDeviceAreGone) {
     RunFrame(1);
     RunFrame(2);
