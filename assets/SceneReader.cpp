@@ -20,7 +20,6 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr std::size_t MaximumFileBytes = std::size_t(64) << 20;
-constexpr int LastFrame = 10000000;
 
 DeviceFormat::Enum ReadFormat(JsonCursor const& place) {
     static DeviceFormat::Enum const s_formats[] = {DeviceFormat::RGB565, DeviceFormat::RGB888,
@@ -43,8 +42,8 @@ void ReadSurface(JsonCursor const& place, SceneSettings& settings) {
 
 void ReadFrames(JsonCursor const& place, SceneSettings& settings) {
     place.ReadCount("2 frames: the first and the last one", 2);
-    settings.m_nFirstFrame = place.GetItem(0).ReadInteger(0, LastFrame);
-    settings.m_nLastFrame = place.GetItem(1).ReadInteger(0, LastFrame);
+    settings.m_nFirstFrame = place.GetItem(0).ReadInteger(0, SceneSettings::MaximumFrame);
+    settings.m_nLastFrame = place.GetItem(1).ReadInteger(0, SceneSettings::MaximumFrame);
     if (settings.m_nLastFrame < settings.m_nFirstFrame) {
         place.GetItem(1).FailExpected("a frame not before " + std::to_string(settings.m_nFirstFrame) +
                                       ", the first one");

@@ -140,6 +140,11 @@ bool ReadAll(int nDescriptor, List<unsigned char>& bytes) {
     }
 }
 
+/** Whether a path leads to something that is neither a file nor a folder. */
+bool IsSpecial(struct stat const& status) {
+    return !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
+}
+
 /** What makes of a path one beside it that no other save uses. */
 String8 MakeTemporarySuffix() {
     static std::atomic<unsigned int> s_nCount{0};
@@ -199,6 +204,12 @@ bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sEr
         sError = String16::Format(u"%hs: cannot write: the document is too large or nested too deep", pPath);
         return false;
     }
+    struct stat status;
+    if (stat(pPath, &status) == 0 &&
+        IsSpecial(status)) { // the new file would take the place of a device or a pipe
+        sError = String16::Format(u"%hs: cannot write: not a regular file", pPath);
+        return false;
+    }
     String8 const sTemporary = String8(pPath) + MakeTemporarySuffix();
     File file(open(sTemporary.GetData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
     if (!file.IsOpen()) {
@@ -216,8 +227,14 @@ bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sEr
 }
 
 Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError) {
-    File file(open(pPath, O_RDONLY | O_CLOEXEC));
+    // Opening a pipe would wait for a writer.
+    File file(open(pPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     List<unsigned char> bytes;
+    struct stat status;
+    if (file.IsOpen() && fstat(file.Get(), &status) == 0 && IsSpecial(status)) {
+        sError = String16::Format(u"%hs: cannot read: not a regular file", pPath);
+        return nullptr;
+    }
     if (!file.IsOpen() || !ReadAll(file.Get(), bytes)) {
         SetSystemError(sError, pPath, u"cannot read", errno);
         return nullptr;

@@ -97,6 +97,9 @@ char16_t const* SceneSettings::FindFault() const {
     if (m_nLastFrame < m_nFirstFrame) {
         return u"the last frame comes before the first one";
     }
+    if (m_nFirstFrame < -MaximumFrame || m_nLastFrame > MaximumFrame) {
+        return u"the frames are not -10000000 to 10000000";
+    }
     bool const fColor = std::isfinite(m_clearColor.r) && std::isfinite(m_clearColor.g) &&
                         std::isfinite(m_clearColor.b) && std::isfinite(m_clearColor.a);
     return fColor ? nullptr : u"the clear colour is no number";

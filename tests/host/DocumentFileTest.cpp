@@ -5,6 +5,8 @@
 #include <fstream>
 #include <iterator>
 
+#include <sys/stat.h>
+
 #include "PropertyTestSupport.h"
 #include "kelvo_host/DocumentFile.h"
 
@@ -186,6 +188,16 @@ TEST_F(DocumentFileOnDisk, FailedLoadNamesTheFileAndTheReason) {
         EXPECT_EQ(std::string(String8(m_sError).GetData()).rfind(GetPath(sName) + sReason, 0), 0u)
             << String8(m_sError).GetData();
     }
+}
+
+TEST_F(DocumentFileOnDisk, PipesAreNeitherReadNorReplaced) {
+    std::string const sPipe = GetPath("pipe");
+    ASSERT_EQ(mkfifo(sPipe.c_str(), 0600), 0);
+    EXPECT_FALSE(LoadDocument(sPipe.c_str(), m_sError)) << "nobody writes: reading it would wait for ever";
+    EXPECT_EQ(String8(m_sError).GetData(), sPipe + ": cannot read: not a regular file");
+    EXPECT_FALSE(SaveDocument(sPipe.c_str(), *MakeDocument(6), m_sError));
+    EXPECT_EQ(String8(m_sError).GetData(), sPipe + ": cannot write: not a regular file");
+    EXPECT_TRUE(std::filesystem::is_fifo(sPipe));
 }
 
 TEST_F(DocumentFileOnDisk, DocumentsNestedTooDeepAreNotWritten) {

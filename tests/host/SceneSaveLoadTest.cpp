@@ -311,6 +311,10 @@ TEST(SceneSaveLoad, SettingsOutOfRangeAreNeitherSavedNorLoaded) {
          [](SceneSettings& s) { s.m_format = static_cast<DeviceFormat::Enum>(4); }, "surface format"},
         {"FrameRate", BytesOf(0.0f), [](SceneSettings& s) { s.m_rFrameRate = 0; }, "frame rate"},
         {"LastFrame", BytesOf(-2), [](SceneSettings& s) { s.m_nLastFrame = -2; }, "last frame"},
+        {"FirstFrame", BytesOf(-10000001), [](SceneSettings& s) { s.m_nFirstFrame = -10000001; },
+         "-10000000 to 10000000"},
+        {"LastFrame", BytesOf(10000001), [](SceneSettings& s) { s.m_nLastFrame = 10000001; },
+         "-10000000 to 10000000"},
         {"ClearColor", BytesOf(0.0f, none, 0.0f, 1.0f),
          [](SceneSettings& s) { s.m_clearColor.g = std::nanf(""); }, "clear colour"},
     };

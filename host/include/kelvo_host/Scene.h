@@ -23,12 +23,13 @@ class Serializer;
 /** How a scene wants to be shown. */
 struct TREVIK_API SceneSettings {
     static constexpr int MaximumSide = 16384;
+    static constexpr int MaximumFrame = 10000000; ///< also, below 0, the least one
 
     SizeT<int> m_size{800, 480};                        ///< surface, pixels; each side 1 to MaximumSide
     DeviceFormat::Enum m_format = DeviceFormat::RGB888; ///< of the surface
     RealFloat m_rFrameRate = 30;                        ///< frames per second, above 0
-    int m_nFirstFrame = 0;
-    int m_nLastFrame = 0; ///< not below the first one
+    int m_nFirstFrame = 0;                              ///< -MaximumFrame to MaximumFrame
+    int m_nLastFrame = 0;                               ///< not below the first one, up to MaximumFrame
     ColorT<RealFloat> m_clearColor = ColorT<RealFloat>::Black;
 
     /** Null when all is in range, else a static text that says what is not. */
