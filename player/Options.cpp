@@ -1,5 +1,7 @@
 #include "Options.h"
 
+#include "kelvo_host/Scene.h"
+
 #include <CLI/CLI.hpp>
 
 #include <cctype>
@@ -12,11 +14,12 @@ using trevik::RectangleT;
 using trevik::SizeT;
 using trevik::Vector2T;
 using trevik::kelvo::DeviceFormat;
+using trevik::kelvo::SceneSettings;
 
 namespace {
 
-constexpr int LargestSurface = 16384;
-constexpr int LastFrame = 10000000;
+constexpr int LargestSurface = SceneSettings::MaximumSide;
+constexpr int LastFrame = SceneSettings::MaximumFrame;
 
 struct FormatName {
     char const* pName;
@@ -139,6 +142,12 @@ std::string ReadShot(std::string const& text, Options& options) {
     return "";
 }
 
+/** Whether a path has this ending, and something before it. */
+bool EndsWith(std::string const& path, std::string const& ending) {
+    return path.size() > ending.size() &&
+           path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+}
+
 /** The complaint about a path that names nothing; empty for any other. */
 std::string CheckPath(std::string const& path) {
     return path.empty() ? "expected a path, found nothing" : "";
@@ -166,6 +175,11 @@ std::string ReadOut(std::string const& text, Options& options) {
     }
     options.out = text;
     return CheckPath(text);
+}
+
+std::string ReadSave(std::string const& text, Options& options) {
+    options.save = text;
+    return EndsWith(text, ".kelvo") ? "" : "expected a name that ends in .kelvo, found \"" + text + "\"";
 }
 
 std::string ReadFormat(std::string const& text, Options& options) {
@@ -197,9 +211,7 @@ CLI::Option* AddParsed(CLI::App& app, char const* pName, char const* pValue, cha
 } // namespace
 
 bool IsPicturePath(std::string const& path) {
-    static std::string const s_sEnding = ".png";
-    return path.size() > s_sEnding.size() &&
-           path.compare(path.size() - s_sEnding.size(), s_sEnding.size(), s_sEnding) == 0;
+    return EndsWith(path, ".png");
 }
 
 std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options) {
@@ -225,9 +237,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
         ->needs("--out");
     app.add_flag("--post", options.fPost, "draw frames through the post-process pass");
     app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
-    app.add_option("--save", options.save, "write the scene as a binary file")
-        ->check(CheckPath)
-        ->type_name("FILE.kelvo");
+    AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
         ->check(CheckPath)
         ->type_name("FILE");

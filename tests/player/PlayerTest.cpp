@@ -79,7 +79,8 @@ TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
          "--out: expected a name that ends in .png or a folder, found \"o.jpg\""},
         {{"s.json", "--out", "a/o.PNG"}, "found \"a/o.PNG\""},
         {{"s.json", "--out", ""}, "--out: expected a path"},
-        {{"s.json", "--save", ""}, "--save: expected a path"},
+        {{"s.json", "--save", ""}, "--save: expected a name that ends in .kelvo, found \"\""},
+        {{"s.json", "--save", "s.json"}, "--save: expected a name that ends in .kelvo, found \"s.json\""},
         {{"s.json", "--backend", ""}, "--backend: expected a path"},
         {{""}, "expected a path"},
         {{"s.txt"}, "s.txt: a scene's name ends in .json or .kelvo"},
@@ -381,8 +382,10 @@ TEST_F(PlayerTest, PlaysASavedSceneAsTheOriginal) {
 TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
     Write("old.png", "a picture");
     Write("bad.json", "{}");
-    EXPECT_EQ(Play({Path("bad.json"), "--out", Path("old.png"), "--save", Path("old.png")}).nExitCode, 1);
+    Write("old.kelvo", "a scene");
+    EXPECT_EQ(Play({Path("bad.json"), "--out", Path("old.png"), "--save", Path("old.kelvo")}).nExitCode, 1);
     EXPECT_EQ(m_folder.Read("old.png").size(), 9u);
+    EXPECT_EQ(m_folder.Read("old.kelvo").size(), 7u);
     struct {
         std::vector<std::string> arguments;
         char const* pError;
@@ -398,7 +401,7 @@ TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
         EXPECT_EQ(outcome.nExitCode, 1) << bad.pError;
         EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
     }
-    EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"bad.json", "old.png", "scene.json"}));
+    EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"bad.json", "old.kelvo", "old.png", "scene.json"}));
 }
 
 TEST_F(PlayerTest, NamesTheNodesAtAPoint) {
