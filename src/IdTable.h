@@ -27,11 +27,6 @@ public:
     IdTable(IdTable const&) = delete;
     IdTable& operator=(IdTable const&) = delete;
 
-    int GetCount() const { return m_nCount; }
-    int GetCapacity() const { return m_nCapacity; }
-    Id GetId(int nIndex) const { return m_pIds[nIndex]; }
-    T* GetObject(int nIndex) const { return m_ppObjects[nIndex]; }
-
     /** The object of the first entry with this id, borrowed; null when there is none. */
     T* Find(Id id) const {
         for (int i = 0; i < m_nCount; ++i) {

@@ -98,11 +98,6 @@ constexpr Vector4T<T> operator*(T s, Vector4T<T> const& v) {
 }
 
 template <class T>
-constexpr T Vector2Dot(Vector2T<T> const& a, Vector2T<T> const& b) {
-    return a.x * b.x + a.y * b.y;
-}
-
-template <class T>
 constexpr T Vector3Dot(Vector3T<T> const& a, Vector3T<T> const& b) {
     return a.x * b.x + a.y * b.y + a.z * b.z;
 }

@@ -106,14 +106,6 @@ protected:
     bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
     static constexpr unsigned long CacheLine = 64; ///< bytes
-    /** Has the memory fetched that drawing a node will read soon; whatever the node, nothing else happens. */
-    static void FetchForDrawing(Node const* pNode) {
-        char const* const pLines = reinterpret_cast<char const*>(pNode);
-        __builtin_prefetch(pLines);
-        __builtin_prefetch(pLines + 3 * CacheLine); // m_nMarks to m_rEffectiveOpacity
-        __builtin_prefetch(pLines + 4 * CacheLine); // m_worldMatrix
-        __builtin_prefetch(pLines + 5 * CacheLine); // m_masks, m_effects
-    }
 
 private:
     /** What a transform is derived from, as bits of a set of changes. */
