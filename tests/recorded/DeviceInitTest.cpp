@@ -3,6 +3,7 @@
 #include "DeviceTest.h"
 
 #include "CameraGL2.h"
+#include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/Window.h"
 
 #include <system/window.h>
@@ -110,8 +111,8 @@ TEST_F(DeviceInit, AsksForTheSizesOfEachFormat) {
     constexpr char const* Rgba8888 =
         "*EGL_BUFFER_SIZE, 32, EGL_RED_SIZE, 8, EGL_GREEN_SIZE, 8, EGL_BLUE_SIZE, "
         "8, EGL_ALPHA_SIZE, 8, EGL_DEPTH_SIZE, 16, EGL_STENCIL_SIZE, 4, EGL_NONE*";
-    Case const cases[] = {{0, Rgb565, false},   {1, Rgb888, false}, {2, Rgb888, false},
-                          {3, Rgba8888, false}, {7, Rgb565, true},  {-1, Rgb565, true}};
+    Case const cases[] = {{0, Rgb565, false}, {1, Rgb888, false}, {2, Rgb888, false}, {3, Rgba8888, false},
+                          {4, Rgb565, true},  {7, Rgb565, true},  {-1, Rgb565, true}};
     for (Case const& test : cases) {
         SCOPED_TRACE(test.format);
         Reset();
@@ -321,6 +322,23 @@ TEST_F(DeviceInit, PresentSwapsAndIgnoresTheOutcome) {
     Device().Present();
     EXPECT_CALLS("eglSwapBuffers(display, surface1)");
     EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(DeviceInit, StartProgramsAndPresentAreProfiledUnderTheirNumbers) {
+    ScopeCounter::ResetFigures();
+    ScopeCounter::SetProfiling(true);
+    EXPECT_TRUE(InitializeDevice());
+    Device().Present();
+    Device().Present();
+    EXPECT_EQ(ScopeCounter::GetTotals(9).nCalls, 1u);
+    EXPECT_EQ(ScopeCounter::GetTotals(10).nCalls, 2u);
+    EXPECT_EQ(ScopeCounter::GetTotals(11).nCalls, 1u);
+    // A failure is counted, too.
+    Fail("eglInitialize");
+    EXPECT_FALSE(InitializeDevice());
+    EXPECT_EQ(ScopeCounter::GetTotals(9).nCalls, 2u);
+    EXPECT_EQ(ScopeCounter::GetTotals(11).nCalls, 1u);
+    ScopeCounter::SetProfiling(false);
 }
 
 TEST_F(DeviceInit, DestructionReleasesGlObjectsBeforeTheContextGoes) {

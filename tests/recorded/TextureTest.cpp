@@ -2,6 +2,7 @@
 
 #include "DeviceTest.h"
 
+#include "trevik/ScopeCounter.h"
 #include "trevik/Statistics.h"
 #include "trevik/kelvo/MipLevel.h"
 
@@ -204,6 +205,18 @@ TEST_F(TextureTest, IsMadeOnceCountedAndAnnounced) {
     pTexture->ReleaseGLTexture();
     EXPECT_EQ(Counted(), 0);
     Statistics::Instance().SetListener(before);
+}
+
+TEST_F(TextureTest, IsProfiledWhenItIsMadeForADrawAndOnlyThen) {
+    Ref<TextureGL2> const pTexture = MakeTexture(6);
+    Ref<TextureGL2> const pWithAlpha = MakeTexture(14);
+    ScopeCounter::ResetFigures();
+    ScopeCounter::SetProfiling(true);
+    pTexture->GetGLTexture();
+    pTexture->GetGLTexture();
+    pWithAlpha->GetGLTextureAlpha();
+    ScopeCounter::SetProfiling(false);
+    EXPECT_EQ(ScopeCounter::GetTotals(8).nCalls, 1u);
 }
 
 TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
