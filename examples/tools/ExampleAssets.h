@@ -10,6 +10,7 @@ namespace kelvo::examples {
 bool PaintBlend(std::string const& folder);
 bool PaintMasks(std::string const& folder);
 bool PaintEdges(std::string const& folder);
+bool PaintLive(std::string const& folder);
 bool PaintPanels(std::string const& folder);
 bool PaintText(std::string const& folder);
 

@@ -236,7 +236,7 @@ TEST_F(EGLImage, DestroyedOnAnotherThreadItIsEmptyAtOnceAndGoneOnceAtProcess) {
     EXPECT_TRUE(m_diagnostics.Failures().empty());
 }
 
-TEST_F(EGLImage, TheBufferOutlivesImageAndTextureByOneReference) {
+TEST_F(EGLImage, TheBufferOutlivesImageAndTextureThatAnotherThreadGaveUp) {
     Ref<EGLImageHelper> pSurface = MakeSurface();
     ::android::sp<::android::GraphicBuffer> pShared(Buffers().at(0));
     std::thread([&] { pSurface.Reset(); }).join();
