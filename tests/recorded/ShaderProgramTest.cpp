@@ -136,11 +136,34 @@ TEST_F(ShaderProgram, AFailedLinkIsTracedWithItsLogAndLeavesNoObject) {
     EXPECT_EQ(Counts(Object::Shader).live, 0);
 }
 
-TEST_F(ShaderProgram, ALinkLogOfOneUnitIsNotTraced) {
-    FailLink("");
+TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTraced) {
+    struct Case {
+        GLint emptyLength;
+        char const* log;
+        Strings messages;
+    };
+    std::string const link = "[kelvo] glLinkProgram failed:\n";
+    std::string const vertex = "[kelvo] Compiling vertex shader failed:\n";
+    Case const cases[] = {{0, "", {}}, {1, "", {}}, {0, "x", {link + "x\n", vertex + "\n"}}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(std::to_string(test.emptyLength) + test.log);
+        Reset();
+        m_diagnostics.Forget();
+        SetEmptyLogLength(test.emptyLength);
+        FailCompile(GL_VERTEX_SHADER, test.log);
+        FailLink(test.log);
+        EXPECT_FALSE(m_pProgram->Compile());
+        EXPECT_EQ(Count("glGetProgramInfoLog"), test.messages.size());
+        EXPECT_EQ(m_diagnostics.Messages(), test.messages);
+    }
+}
+
+TEST_F(ShaderProgram, AShaderThatCannotBeMadeIsNotAskedWhyItFails) {
+    Fail("glCreateShader");
     EXPECT_FALSE(m_pProgram->Compile());
-    EXPECT_EQ(Count("glGetProgramInfoLog"), 0u);
-    EXPECT_TRUE(m_diagnostics.Messages().empty());
+    EXPECT_EQ(Count("glGetShaderiv"), 0u);
+    EXPECT_EQ(Count("glDeleteShader"), 0u);
+    EXPECT_EQ(Counts(Object::Program).live, 0);
 }
 
 TEST_F(ShaderProgram, AShaderThatFailsIsNamedAfterTheLinkWithALogAskedOfTheProgramFunction) {
@@ -272,10 +295,11 @@ TEST_F(ShaderProgram, ASamplerKeepsItsUnitAndEveryCallIsMadeEachTime) {
 TEST_F(ShaderProgram, AnotherTextureIsBoundAfterTheOneBeforeIsUnbound) {
     CompileAndBind();
     m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
+    m_pProgram->SetSampler(u"sB", m_pTexture.Get(), 7);
     Clear();
-    m_pProgram->SetSampler(u"sA", m_pOther.Get(), 8);
-    EXPECT_CALLS("glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUniform1i(sA, 0)",
-                 "glActiveTexture(GL_TEXTURE0)", "glBindTexture(GL_TEXTURE_2D, 8)");
+    m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
+    EXPECT_CALLS("glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUniform1i(sB, 1)",
+                 "glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 8)");
 }
 
 TEST_F(ShaderProgram, AUnitKeepsItsTextureAliveUntilItGetsAnother) {

@@ -93,6 +93,7 @@ struct Session {
     std::map<std::string, std::vector<Plan>, std::less<>> plans;
     std::map<GLenum, std::string> compileFailures;
     std::optional<std::string> linkFailure;
+    GLint emptyLogLength = 0;
     std::map<GLenum, GLint> limits;
     GLenum framebufferStatus = 0;
     std::string extensions;

@@ -55,8 +55,12 @@ void FreeProgram(Session& session, ShareGroup& objects, GLuint name) {
     objects.programs.erase(found);
 }
 
-GLint LogLength(const std::string& log) {
-    return log.empty() ? 0 : static_cast<GLint>(log.size() + 1);
+GLint TextLength(const std::string& text) {
+    return text.empty() ? 0 : static_cast<GLint>(text.size() + 1);
+}
+
+GLint LogLength(Invocation& call, const std::string& log) {
+    return log.empty() ? call.GetSession().emptyLogLength : TextLength(log);
 }
 
 /** Copies text as the glGet*InfoLog functions do: cut to the buffer, always terminated. */
@@ -306,10 +310,10 @@ void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params)
         *params = object->compiled ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
-        *params = LogLength(object->log);
+        *params = LogLength(call, object->log);
         break;
     case GL_SHADER_SOURCE_LENGTH:
-        *params = LogLength(object->source);
+        *params = TextLength(object->source);
         break;
     default:
         call.Raise(GL_INVALID_ENUM);
@@ -456,7 +460,7 @@ void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* param
         *params = object->linked ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
-        *params = LogLength(object->log);
+        *params = LogLength(call, object->log);
         break;
     case GL_ATTACHED_SHADERS:
         *params = static_cast<GLint>(object->shaders.size());

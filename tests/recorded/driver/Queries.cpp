@@ -306,6 +306,10 @@ void FailLink(const std::string& log) {
     TheSession().linkFailure = log;
 }
 
+void SetEmptyLogLength(GLint length) {
+    TheSession().emptyLogLength = length;
+}
+
 void SetLimit(GLenum name, GLint value) {
     const Lock lock(TheDriver().mutex);
     TheSession().limits[name] = value;

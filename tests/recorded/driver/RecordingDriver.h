@@ -398,8 +398,11 @@ void FailAt(const std::string& name, int nth, int error = 0);
 void Succeed(const std::string& name);
 /** Makes shaders of one stage fail to compile, and with them the programs they are attached to. */
 void FailCompile(GLenum stage, const std::string& log = "0:1: error: told to fail");
-/** Makes glLinkProgram fail with a log; an empty one answers GL_INFO_LOG_LENGTH 0. */
+/** Makes glLinkProgram fail with a log. */
 void FailLink(const std::string& log = "error: told to fail");
+/** What GL_INFO_LOG_LENGTH is for an empty log: 0 (initial), or 1 as from drivers that count the terminator.
+ */
+void SetEmptyLogLength(GLint length);
 /**
  * What glGet answers for a limit or another single integer, such as GL_MAX_TEXTURE_IMAGE_UNITS or
  * GL_RED_BITS.
