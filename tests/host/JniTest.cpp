@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include <string>
+#include <type_traits>
 #include <vector>
 
 #include "JObject.h"
@@ -79,8 +80,9 @@ private:
 
     static FakeVM* s_pVM;
 
-    JNIInvokeInterface_ m_invoke = {};
-    JNINativeInterface_ m_functions = {};
+    // Their names are not the same in every jni.h.
+    std::remove_const_t<std::remove_pointer_t<decltype(JavaVM::functions)>> m_invoke = {};
+    std::remove_const_t<std::remove_pointer_t<decltype(JNIEnv::functions)>> m_functions = {};
     JavaVM m_vm = {};
     JNIEnv m_env = {};
 };

@@ -11,6 +11,7 @@
 
 #include <cstring>
 #include <thread>
+#include <type_traits>
 
 extern "C" {
 jint Java_android_graphics_Bitmap_nativeWidth(JNIEnv*, jclass, jlong);
@@ -146,8 +147,9 @@ private:
 
     _jclass m_class;
     _jobject m_object;
-    JNIInvokeInterface_ m_invoke = {};
-    JNINativeInterface_ m_functions = {};
+    // Their names are not the same in every jni.h.
+    std::remove_const_t<std::remove_pointer_t<decltype(JavaVM::functions)>> m_invoke = {};
+    std::remove_const_t<std::remove_pointer_t<decltype(JNIEnv::functions)>> m_functions = {};
     JavaVM m_vm = {};
     JNIEnv m_env = {};
 };
