@@ -67,6 +67,7 @@ public:
     /** A whole frame: update, clear, render, present, queued work. */
     void RunFrame(unsigned int nFrame);
 
+    trevik::kelvo::Timeline& GetRoot() { return *m_pRoot; }
     /** Of a scene of sprites or nine-patches. */
     std::vector<trevik::kelvo::Sprite*> const& GetSprites() const { return m_sprites; }
     std::vector<trevik::Ref<trevik::kelvo::Texture>> const& GetTextures() const { return m_textures; }
