@@ -46,3 +46,12 @@ if(HAS_PLAYER)
         message(FATAL_ERROR "kelvo-player left no picture:\n${output}")
     endif()
 endif()
+
+# What an application with a Java side needs: the class of bitmaps, and the headers that know Java.
+if(HAS_JDK)
+    run(${JAVAC} -Werror -d ${SCRATCH}/classes -cp ${prefix}/${DATADIR}/java/kelvo-android.jar
+        ${CONSUMER}/BitmapUser.java)
+    list(TRANSFORM JNI_INCLUDE_DIRS PREPEND -I)
+    run(${CXX} -std=c++17 -fsyntax-only -DEGL_NO_X11 ${JNI_INCLUDE_DIRS} -I${prefix}/include/kelvo
+        ${CONSUMER}/BitmapMaker.cpp)
+endif()
