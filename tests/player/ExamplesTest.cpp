@@ -50,11 +50,6 @@ std::string ReadWhole(std::string const& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-bool IsNear(Colour const& a, Colour const& b, int nTolerance) {
-    return std::abs(a.r - b.r) <= nTolerance && std::abs(a.g - b.g) <= nTolerance &&
-           std::abs(a.b - b.b) <= nTolerance;
-}
-
 TEST(Examples, PlayWithoutComplaint) {
     for (std::string const& name : ListFormatExamples()) {
         Picture const picture = PictureOf(name, 0);

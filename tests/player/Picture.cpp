@@ -30,6 +30,11 @@ Picture ReadPicture(std::string const& path) {
     return Picture{picture.width, picture.height, HasAlpha(image.format), picture.bytes};
 }
 
+bool IsNear(Colour const& a, Colour const& b, int nTolerance) {
+    return std::abs(a.r - b.r) <= nTolerance && std::abs(a.g - b.g) <= nTolerance &&
+           std::abs(a.b - b.b) <= nTolerance;
+}
+
 int Difference(Picture const& a, Picture const& b) {
     if (a.nWidth != b.nWidth || a.nHeight != b.nHeight) {
         return 256;

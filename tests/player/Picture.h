@@ -27,6 +27,9 @@ struct Picture {
 /** A file that must be a whole PNG. */
 Picture ReadPicture(std::string const& path);
 
+/** Whether none of red, green and blue differs by more. */
+bool IsNear(Colour const& a, Colour const& b, int nTolerance);
+
 /** The largest difference of any channel; 256 when the sizes differ. */
 int Difference(Picture const& a, Picture const& b);
 
