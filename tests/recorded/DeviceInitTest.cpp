@@ -264,9 +264,11 @@ TEST_F(DeviceInit, AProgramThatDoesNotCompileStopsTheStartAfterEgl) {
     EXPECT_EQ(Counts(Object::EglContext).live, 0);
 }
 
-TEST_F(DeviceInit, ASecondStartKeepsTheDisplay) {
+TEST_F(DeviceInit, ASecondStartKeepsTheDisplayAndTurnsTheDepthTestOff) {
     ASSERT_TRUE(InitializeDevice());
+    Device().SetDepthTestEnabled(true);
     ASSERT_TRUE(InitializeDevice());
+    EXPECT_FALSE(Device().IsDepthTestEnabled());
     EXPECT_EQ(Count("eglGetDisplay"), 1u);
     EXPECT_EQ(Count("eglInitialize"), 2u);
     EXPECT_EQ(Count("eglCreateWindowSurface"), 2u);

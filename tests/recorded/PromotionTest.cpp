@@ -182,6 +182,27 @@ TEST_F(Promotion, DrawnWithoutASwapSinceAReleaseItIsTheFirstSurface) {
     EXPECT_EQ(pTexture->GetGLTexture(), first);
 }
 
+TEST_F(Promotion, PixelsThatWereNeverUploadedAreDroppedForTheSurface) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    PixelBuffer& pixels = pTexture->GetPixelData().GetBuffer();
+    ASSERT_TRUE(pTexture->Promote(true));
+    pTexture->Swap();
+    GLuint const first = pTexture->GetGLTexture();
+    ASSERT_NE(pixels.GetData(), nullptr);
+    Forget();
+    EXPECT_TRUE(pTexture->CreateGLTexture());
+    EXPECT_EQ(pixels.GetData(), nullptr);
+    EXPECT_EQ(pTexture->GetGLTexture(), first);
+    // Without a name, the surface's becomes the texture's.
+    pTexture->ReleaseGLTexture();
+    ASSERT_TRUE(pixels.Allocate(4));
+    EXPECT_TRUE(pTexture->CreateGLTexture());
+    EXPECT_EQ(pixels.GetData(), nullptr);
+    EXPECT_EQ(pTexture->GetGLTexture(), first);
+    EXPECT_EQ(Count("glTexImage2D"), 0u);
+    EXPECT_EQ(Count("glGenTextures"), 0u);
+}
+
 TEST_F(Promotion, LockPromotesAPlainTexture) {
     Ref<TextureGL2> const pTexture = MakeTexture();
     EXPECT_NE(pTexture->Lock(), nullptr);

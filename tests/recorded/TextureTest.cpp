@@ -238,6 +238,24 @@ TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
     EXPECT_FALSE(pTexture->CreateGLTexture());
 }
 
+TEST_F(TextureTest, MadeAnewFromNewPixelsItDeletesTheGlTexturesOfBefore) {
+    Ref<TextureGL2> const pTexture = MakeTexture(14);
+    GLuint const color = pTexture->GetGLTexture();
+    GLuint const alpha = pTexture->GetGLTextureAlpha();
+    pTexture->GetPixelData().GetBuffer().Borrow(m_bytes.data(), static_cast<unsigned int>(m_bytes.size()));
+    Clear();
+    EXPECT_TRUE(pTexture->CreateGLTexture());
+    EXPECT_TRUE(CallsInOrder({"glDeleteTextures(1, {" + std::to_string(color) + "})",
+                              "glDeleteTextures(1, {" + std::to_string(alpha) + "})", "glGenTextures"},
+                             Calls()));
+    EXPECT_EQ(pTexture->GetPixelData().GetBuffer().GetData(), nullptr);
+    // Without pixels, what there is stays.
+    Clear();
+    EXPECT_FALSE(pTexture->CreateGLTexture());
+    EXPECT_CALLS();
+    EXPECT_NE(pTexture->GetGLTexture(), 0u);
+}
+
 TEST_F(TextureTest, WithoutPixelsNothingIsCalled) {
     Ref<TextureGL2> const pTexture(new TextureGL2);
     Clear();
