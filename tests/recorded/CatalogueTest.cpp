@@ -6,6 +6,7 @@
 #include "TexturedProgram.h"
 #include "trevik/Allocation.h"
 
+#include <climits>
 #include <map>
 
 namespace {
@@ -164,6 +165,19 @@ TEST_F(CatalogueTest, RegistrationKeepsAReferenceAndTheFirstOfAnIdWins) {
     m_pDevice.reset();
     EXPECT_EQ(pFirst->GetReferenceCount(), 1);
     EXPECT_EQ(pSecond->GetReferenceCount(), 1);
+}
+
+TEST_F(CatalogueTest, AnyNumberIsAnIdThoughBuiltInOnesStayInFront) {
+    BringUp();
+    ShaderProgramGL2* const pBuiltIn = Device().GetShader(-11);
+    Ref<ShaderProgramGL2> const pProgram(new ShaderProgramGL2);
+    for (int const id : {0, -12, -13, 1, INT_MAX, INT_MIN}) {
+        EXPECT_EQ(Device().GetShader(id), nullptr) << id;
+        Device().RegisterShader(pProgram.Get(), id);
+        EXPECT_EQ(Device().GetShader(id), pProgram.Get()) << id;
+    }
+    Device().RegisterShader(pProgram.Get(), -11);
+    EXPECT_EQ(Device().GetShader(-11), pBuiltIn);
 }
 
 TEST_F(CatalogueTest, WithoutMemoryAProgramIsNotEnteredAndKeepsTheReference) {
