@@ -18,7 +18,7 @@ struct BufferContents {
     bool locked = false;
     Memory pixels;
     /**
-     * The pixels once more, as GL takes them, where it does not take them as they are; made with the first
+     * Some rows of pixels as GL takes them, where it does not take them as they are; made with the first
      * image. Belongs to whoever uploads.
      */
     Memory packed;

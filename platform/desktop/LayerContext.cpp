@@ -39,7 +39,7 @@ public:
         EGLint nIgnored = 0;
         return IsNothing() ||
                (Egl().eglQueryContext(m_display, m_context, EGL_CONTEXT_CLIENT_TYPE, &nIgnored) &&
-                IsAlive(m_draw) && IsAlive(m_read));
+                IsAlive(m_draw) && (m_read == m_draw || IsAlive(m_read)));
     }
 
     void ComeBack(EGLDisplay from) const {

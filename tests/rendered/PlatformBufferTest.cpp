@@ -253,6 +253,39 @@ TEST_F(PlatformBuffer, RowsLieAStrideApartTheFirstAtTheTop) {
     }
 }
 
+TEST_F(PlatformBuffer, PixelsThatGLTakesInAnotherOrderComeWholeWhereTheyAreMany) {
+    // More than is rewritten at a time, in rows with room behind them.
+    constexpr int Columns = 25 * Width;
+    constexpr int Rows = 51 * Height;
+    for (int const format : {android::PIXEL_FORMAT_BGRA_8888, android::PIXEL_FORMAT_RGBX_8888}) {
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(Columns, Rows, format);
+        GLuint const texture = MakeTexture(MakeImage(pBuffer));
+        GGLSurface surface = {};
+        ASSERT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
+        for (int y = 0; y < Rows; ++y) {
+            for (int x = 0; x < Columns; ++x) {
+                std::uint8_t const bytes[] = {std::uint8_t(x / 2), std::uint8_t(y % 251), std::uint8_t(y / 2),
+                                              255};
+                std::memcpy(surface.data + (y * surface.stride + x) * 4, bytes, 4);
+            }
+        }
+        ASSERT_EQ(pBuffer->unlock(), android::NO_ERROR);
+        Image expected(Width, Height);
+        for (int y = 0; y < Height; ++y) {
+            for (int x = 0; x < Width; ++x) {
+                int const nColumn = 25 * x + 12; // in the middle of those that the window's pixel covers
+                int const nRow = 51 * y + 25;
+                auto const first = std::uint8_t(nColumn / 2);
+                auto const third = std::uint8_t(nRow / 2);
+                bool const fExchanged = format == android::PIXEL_FORMAT_BGRA_8888;
+                expected.At(x, y) = {fExchanged ? third : first, std::uint8_t(nRow % 251),
+                                     fExchanged ? first : third, 255};
+            }
+        }
+        EXPECT_TRUE(CompareImages(Show(texture), expected, {}, std::to_string(format)));
+    }
+}
+
 TEST_F(PlatformBuffer, ShowsFromUnlockOnWhatAnotherThreadWrote) {
     sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
     GLuint const texture = MakeTexture(MakeImage(pBuffer));
