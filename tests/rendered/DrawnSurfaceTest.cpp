@@ -5,7 +5,9 @@
 #include "TextureGL2.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 
+#include <atomic>
 #include <cstring>
+#include <set>
 #include <thread>
 
 namespace kelvo::test {
@@ -116,10 +118,13 @@ TEST_F(DrawnSurface, EachFormatShowsItsColours) {
         {TextureFormat::RGB565, {0x1F, 0x04}, {0, 130, 255, 255}},
         {TextureFormat::RGBA5551, {0x3F, 0xF8}, {255, 0, 255, 255}},
         {TextureFormat::RGBA4444, {0x3F, 0xF0}, {255, 0, 51, 255}},
+        {TextureFormat::ARGB4444, {0x3F, 0xF0}, {255, 0, 51, 255}}, // kept as the one before
         {TextureFormat::RGB888, {10, 60, 200}, {10, 60, 200, 255}},
         {TextureFormat::RGBX8888, {10, 60, 200, 0}, {10, 60, 200, 255}},
         {TextureFormat::RGBA8888, {10, 60, 200, 255}, {10, 60, 200, 255}},
         {TextureFormat::RGBA8888, {10, 60, 200, 0}, {10, 60, 200, 0}},
+        {TextureFormat::BGRA8888, {10, 60, 200, 255}, {10, 60, 200, 255}}, // as are these two
+        {TextureFormat::ETC1_RGB, {10, 60, 200, 255}, {10, 60, 200, 255}},
     };
     for (Case const& each : cases) {
         SCOPED_TRACE(each.format);
@@ -145,6 +150,46 @@ TEST_F(DrawnSurface, EachFormatShowsItsColours) {
                                   Rounding, std::to_string(each.format)));
         Root().Detach(pSprite.Get());
     }
+}
+
+TEST_F(DrawnSurface, ProducersOnOtherThreadsNeverShowAPartOfAPicture) {
+    Ref<Texture> const textures[] = {MakeTexture(Picture(10)), MakeTexture(Picture(10))};
+    for (int i = 0; i < 2; ++i) {
+        AddSprite(Root(), 7.0f + 20 * float(i), 5, textures[i]);
+        if (!textures[i]->Promote(i == 1))
+            GTEST_SKIP() << "no images of graphic buffers";
+        textures[i]->Swap(); // the first one takes the render thread
+    }
+    std::atomic<bool> fDone{false};
+    std::vector<std::thread> producers;
+    for (Ref<Texture> const& pTexture : textures) {
+        producers.emplace_back([&fDone, &texture = *pTexture] {
+            for (int n = 0; !fDone; n = (n + 5) % 256) {
+                Write(texture, Picture(std::uint8_t(n)));
+                texture.Swap();
+            }
+        });
+    }
+    std::set<int> seen[2];
+    int nTorn = 0;
+    for (int nFrame = 0; nFrame < 100; ++nFrame) {
+        Image const frame = DrawFrame();
+        for (int i = 0; i < 2; ++i) {
+            int const nLeft = 7 + 20 * i;
+            int const nBlue = frame.At(nLeft, Height - 5 - PictureHeight).b;
+            seen[i].insert(nBlue);
+            for (int y = 0; y < PictureHeight; ++y) {
+                for (int x = 0; x < PictureWidth; ++x)
+                    nTorn += frame.At(nLeft + x, Height - 5 - PictureHeight + y).b != nBlue;
+            }
+        }
+    }
+    fDone = true;
+    for (std::thread& producer : producers)
+        producer.join();
+    EXPECT_EQ(nTorn, 0);
+    EXPECT_GT(seen[0].size(), 1u);
+    EXPECT_GT(seen[1].size(), 1u);
 }
 
 } // namespace
