@@ -4,6 +4,7 @@
 
 #include "trevik/Assert.h"
 
+#include <GLES2/gl2.h>
 #include <dlfcn.h>
 #include <unistd.h>
 
@@ -122,7 +123,10 @@ void Backend::EndPostProcess(GraphicsDevice& device) const {
         return;
     }
     SwapTargetBuffers(device, true);
-    device.Clear(); // a depth test that is still on finds the window's depths of this frame
+    // The pass is drawn in the state that the frame ends in: a depth test that is still on has to find the
+    // window's depths of this frame, and whatever mode the last sprite had must not mix the two.
+    device.Clear();
+    glBlendFuncSeparate(GL_ONE, GL_ZERO, GL_ONE, GL_ZERO);
     pfnRender(static_cast<GraphicsDeviceGL2*>(&device));
 }
 

@@ -46,15 +46,14 @@ char const* const Footer =
     "                                             which plays as the .json does\n"
     "  kelvo-player scene.kelvo --frames 10 --pick 320,180\n"
     "                                             the nodes at a point of frame 10, nearest first\n"
-    "\n"
     "  kelvo-player scene.json --frames 10 --shot 20,10,64,48 --out part.png\n"
     "                                             a rectangle of frame 10\n"
     "\n"
     "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
     "with, the other formats are opaque. A picture appears whole or not at all, also when the\n"
     "player is interrupted. --post draws each frame into a target of 5, 6 and 5 bits first, and from\n"
-    "there onto the surface, opaque; a frame with a GaussianBlurEffect ends on the surface by itself\n"
-    "and stays as it is.\n"
+    "there onto the surface, opaque. A frame in which a GaussianBlurEffect is at work is on the\n"
+    "surface when it has been drawn, and stays as it is.\n"
     "\n"
     "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
     "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
@@ -231,11 +230,10 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               ReadFormat);
     AddParsed(app, "--out", "FILE.png|FOLDER", "the last frame as FILE.png, or every frame into a folder",
               options, ReadOut);
-    AddParsed(app, "--shot", "X,Y,W,H",
-              "of each picture only a rectangle, in pixels from the upper left; needs --out", options,
-              ReadShot)
+    AddParsed(app, "--shot", "X,Y,W,H", "of each picture only a rectangle, in pixels from the upper left",
+              options, ReadShot)
         ->needs("--out");
-    app.add_flag("--post", options.fPost, "draw frames through the post-process pass");
+    app.add_flag("--post", options.fPost, "draw frames off screen first, then through the post-process pass");
     app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
