@@ -51,7 +51,8 @@ TEST_F(JavaReferences, EachBitmapIsHeldByOneGlobalReference) {
         ExpectCounts(2, 0, "moved");
         moved = copy;
         ExpectCounts(3, 1, "assigned");
-        moved = moved;
+        JavaBitmap const& self = moved;
+        moved = self;
         ExpectCounts(3, 1, "assigned to itself");
         moved = m_pTexture->CreateJavaBitmapFromTexture(1);
         EXPECT_FALSE(Env()->IsSameObject(copy.Get(), moved.Get()));

@@ -112,7 +112,8 @@ final class ClockFace {
         Picture.Shape window = Picture.disc(0, SKY_Y, SKY_RADIUS);
         picture.fill(window, (x, y) -> {
             double height = (y - SKY_Y) / (2 * SKY_RADIUS) + 0.5;
-            return Picture.mix(Picture.mix(CORAL, PLUM, height * 1.4), Picture.mix(INDIGO, NAVY, height), night);
+            int evening = Picture.mix(CORAL, PLUM, height * 1.4);
+            return Picture.mix(evening, Picture.mix(INDIGO, NAVY, height), night);
         });
         for (int star = 0; star < 14; ++star) {
             double x = (star * 29 % 33) - 16;
@@ -122,7 +123,8 @@ final class ClockFace {
         double rise = Math.max(0, Math.min(1, (hours - 19.5) / 4.5));
         Picture.Shape moon = Picture.disc(10 - 16 * rise, SKY_Y - 17 + 25 * rise, 5);
         picture.fill((x, y) -> Math.max(moon.distance(x, y), window.distance(x, y)), CREAM);
-        picture.fill((x, y) -> Math.max(window.distance(x, y), y - SKY_Y + 9 + 0.7 * Math.sin(x * 0.9 + hours * 9)),
-                (x, y) -> Picture.mix(SEA, NAVY, 0.7 * night));
+        Picture.Shape sea = (x, y) -> y - SKY_Y + 9 + 0.7 * Math.sin(x * 0.9 + hours * 9);
+        picture.fill((x, y) -> Math.max(sea.distance(x, y), window.distance(x, y)),
+                Picture.mix(SEA, NAVY, 0.7 * night));
     }
 }

@@ -50,7 +50,8 @@ public final class WallClock {
         drawn.get();
     }
 
-    private static Future<?> draw(ExecutorService painter, ClockFace face, Scene scene, int index, int frame) {
+    private static Future<?> draw(ExecutorService painter, ClockFace face, Scene scene, int index,
+            int frame) {
         double hours = FIRST_HOUR + frame * HOURS_PER_FRAME;
         return painter.submit(() -> face.draw(scene.getBitmap(index), hours));
     }

@@ -10,10 +10,10 @@ class SkBitmap;
 class KELVO_DESKTOP_API GraphicsJNI {
 public:
     /**
-     * A new android.graphics.Bitmap, which owns `bitmap` from now on; a local reference, null, with an
-     * exception pending and `bitmap` deleted, when it cannot be made; so it is, without an exception, on a
-     * thread that is not attached (`env` is null). `ninePatch` is null for a picture that
-     * is none, `density` -1 for the default.
+     * A new android.graphics.Bitmap, which owns `bitmap` from now on, as a local reference; its class is the
+     * registered one (kelvo_desktop/JavaBitmaps.h), else the one that the thread sees. `ninePatch` is null
+     * for a picture that is none, `density` -1 for the default. Null, with `bitmap` deleted, when it cannot
+     * be made: with an exception pending, or without one on a thread that is not attached (`env` is null).
      */
     static jobject createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable, jbyteArray ninePatch,
                                 int density = -1);

@@ -10,7 +10,8 @@ public final class Loaders {
     private Loaders() {}
 
     /** A class of a new loader, which sees nothing but the platform and these files. */
-    public static Class<?> load(String files, String name) throws MalformedURLException, ClassNotFoundException {
+    public static Class<?> load(String files, String name)
+            throws MalformedURLException, ClassNotFoundException {
         String[] paths = files.split(File.pathSeparator);
         URL[] urls = new URL[paths.length];
         for (int i = 0; i < paths.length; ++i) {
