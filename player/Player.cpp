@@ -3,7 +3,6 @@
 #include "AlphaTestGroup.h"
 #include "HeldTraces.h"
 #include "Interrupt.h"
-#include "Progress.h"
 #include "Report.h"
 #include "SceneReader.h"
 
@@ -36,12 +35,6 @@ using trevik::kelvo::WindowT;
 
 namespace {
 
-/** Explains a failure and returns its exit code. */
-int Complain(int nExitCode, std::string const& what) {
-    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
-    return nExitCode;
-}
-
 /** Why there is no display to draw with, behind a colon; empty when there is one. */
 std::string GetDisplayProblem() {
     std::string const display = desktop::DescribeDisplay();
@@ -73,6 +66,14 @@ bool HasBlurs(Node& node) {
 }
 
 } // namespace
+
+int Player::Complain(int nExitCode, std::string const& what) {
+    if (m_progress) {
+        m_progress->Clear();
+    }
+    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
+    return nExitCode;
+}
 
 int Player::Run() {
     std::string error;
@@ -168,7 +169,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
          ++nFrame) {
         m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
     }
-    Progress progress(nFrames);
+    m_progress.emplace(nFrames);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
         if (IsInterrupted()) {
             return Complain(ExitInterrupted, "interrupted before frame " + std::to_string(nFrame));
@@ -176,9 +177,9 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         if (int const nExitCode = PlayFrame(nFrame, device, window)) {
             return nExitCode;
         }
-        progress.Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
+        m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
-    progress.Clear();
+    m_progress->Clear();
     if (m_options.pick) {
         PrintPicked(device);
     }

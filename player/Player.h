@@ -3,6 +3,7 @@
 #include "Backend.h"
 #include "Options.h"
 #include "Pictures.h"
+#include "Progress.h"
 
 #include "kelvo_host/Scene.h"
 #include "trevik/kelvo/Window.h"
@@ -10,6 +11,7 @@
 #include <kelvo_desktop/OffscreenWindow.h>
 #include <system/window.h>
 
+#include <optional>
 #include <string>
 
 namespace kelvo::player {
@@ -32,6 +34,8 @@ private:
     void DrawFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
     bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
+    /** Explains a failure and returns its exit code. */
+    int Complain(int nExitCode, std::string const& what);
     FrameRange GetFrames() const;
     trevik::RectangleT<int> GetShot() const;
     bool ShotFits(trevik::SizeT<int> const& size) const;
@@ -40,6 +44,7 @@ private:
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     Pictures m_pictures;
+    std::optional<Progress> m_progress; ///< while frames are played
 };
 
 } // namespace kelvo::player

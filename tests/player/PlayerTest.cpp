@@ -471,6 +471,16 @@ TEST_F(PlayerTest, ReportsDriverThenFigures) {
     EXPECT_TRUE(std::regex_search(outcome.output, std::regex("sprite render +10 +2\\.0 "))) << outcome.output;
 }
 
+TEST_F(PlayerTest, TakesTheProgressBarOffTheTerminalBeforeItComplains) {
+    std::filesystem::create_directories(Path("out/frame_00004.png"));
+    std::string const command =
+        std::string(KELVO_PLAYER) + " " + Path("scene.json") + " --out " + Path("out");
+    Outcome const outcome = RunProgram("/usr/bin/script", {"-qec", command, "/dev/null"}); // on a terminal
+    EXPECT_EQ(outcome.nExitCode, 1);
+    EXPECT_NE(outcome.output.find("] 2 of 5 frames\r\033[Kkelvo-player: "), std::string::npos)
+        << outcome.output;
+}
+
 TEST_F(PlayerTest, LeavesWholeFilesWhenInterrupted) {
     std::string const pictures = Path("pictures");
     auto const hasStarted = [&] { return std::filesystem::exists(pictures + "/frame_00001.png"); };
