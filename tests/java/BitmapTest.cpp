@@ -3,6 +3,8 @@
 #include "JavaTest.h"
 
 #include <GLES2/gl2.h>
+#include <GraphicsJNI.h>
+#include <SkBitmap.h>
 
 #include <cstring>
 
@@ -177,6 +179,33 @@ TEST_F(JavaBitmaps, KeepTheirPixelsWhenTheTextureIsGone) {
     Device().Process();
     Tell("kelvo/test/Painter", "paint", TakesBitmap, bitmap.Get());
     EXPECT_EQ(Ask("kelvo/test/Refusals", "outside", TellsOfBitmap, bitmap.Get()), "");
+}
+
+/** 3 by 3 bytes that are no surface's. */
+class BytePixels : public SkPixelRef {
+public:
+    Factory getFactory() override { return nullptr; }
+
+protected:
+    void* onLockPixels(SkColorTable** ppTable) override {
+        *ppTable = nullptr;
+        return m_bytes;
+    }
+    void onUnlockPixels() override {}
+
+private:
+    unsigned char m_bytes[9] = {0, 0, 0, 0, 0, 0, 0, 0x5A, 0};
+};
+
+TEST_F(JavaBitmaps, ThatAreImmutableAreOnlyRead) {
+    auto* const pBitmap = new SkBitmap;
+    pBitmap->setConfig(SkBitmap::kA8_Config, 3, 3);
+    pBitmap->setPixelRef(new BytePixels)->unref();
+    jbyteArray const chunk = Env()->NewByteArray(4);
+    jobject const bitmap = GraphicsJNI::createBitmap(Env(), pBitmap, false, chunk, 240);
+    ASSERT_EQ(TakeException(Env()), "");
+    EXPECT_EQ(Ask("kelvo/test/Painter", "describe", TellsOfBitmap, bitmap), "ALPHA_8 false 3x3 240 false");
+    EXPECT_EQ(Ask("kelvo/test/Refusals", "writing", TellsOfBitmap, bitmap), "5a000000");
 }
 
 /** A surface's pixels, which are those of nobody else once there is no more of it. */
