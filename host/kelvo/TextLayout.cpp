@@ -219,10 +219,12 @@ bool TextLayout::GroupGlyph(Item& item) {
     if (m_input.m_fMeshes && !glyph.m_fImage) {
         return glyph.m_nMesh < 0 || m_groups.Add(nullptr, false, item.m_nGroup);
     }
-    if (glyph.m_pTexture && glyph.m_nWidth != 0 && glyph.m_nHeight != 0) {
+    bool const fEmpty = glyph.m_nWidth == 0 || glyph.m_nHeight == 0;
+    if (glyph.m_pTexture && !fEmpty) {
         return m_groups.Add(glyph.m_pTexture.Get(), glyph.m_fImage, item.m_nGroup);
     }
-    if (m_input.m_fUnderlined && glyph.m_nAdvance > 0) {
+    // One that has a size and no texture would be drawn with another one's: it is not even underlined.
+    if (fEmpty && m_input.m_fUnderlined && glyph.m_nAdvance > 0) {
         item.m_nGroup = BlankGroup;
         ++m_nBlanks;
     }

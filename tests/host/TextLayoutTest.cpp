@@ -447,6 +447,11 @@ TEST(TextLayout, GlyphsThatShowNothingAreLeftOutUnlessTheyAreUnderlined) {
     text.m_pText->GetTextProperty().SetValue(u"   ");
     text.m_pText->UpdateLayout();
     EXPECT_TRUE(text.m_pText->GetBatches().IsEmpty());
+    // With a size and no texture of its own it would show a piece of the letter's.
+    text.m_pFont->AddGlyph(SquareFont::MakeSquare('-'));
+    text.m_pText->GetTextProperty().SetValue(u"-a -");
+    text.m_pText->UpdateLayout();
+    EXPECT_EQ(text.m_pText->GetInstances().GetCount(), 2u) << "the letter and the blank";
     // Pictures are not underlined: the blank is drawn with the letter, which comes later.
     Glyph picture = SquareFont::MakeSquare(':');
     picture.m_fImage = true;
