@@ -292,6 +292,34 @@ TEST_F(Promotion, OffTheRenderThreadIsReported) {
               Strings{"src/Android/EGLImageImpl:76: GraphicsDeviceGL2::InRenderThread()"});
 }
 
+TEST_F(Promotion, WhatWasUploadedGoesOnTheRenderThread) {
+    struct Case {
+        char const* name;
+        void (*release)(Ref<TextureGL2>& pTexture);
+    } const cases[] = {{"first swap", [](Ref<TextureGL2>& pTexture) { pTexture->Swap(); }},
+                       {"demotion", [](Ref<TextureGL2>& pTexture) { pTexture->Demote(); }},
+                       {"last reference", [](Ref<TextureGL2>& pTexture) { pTexture.Reset(); }}};
+    for (Case const& test : cases) {
+        Ref<TextureGL2> pTexture = MakeTexture();
+        pTexture->GetGLTexture();
+        ASSERT_TRUE(pTexture->Promote(true));
+        std::thread([&] { test.release(pTexture); }).join();
+        EXPECT_EQ(m_diagnostics.Failures(),
+                  Strings{"src/TextureGL2:190: GraphicsDeviceGL2::InRenderThread()"})
+            << test.name;
+        // Once it is swapped in, a surface is the other thread's to swap and to let go of.
+        m_diagnostics.Forget();
+        if (pTexture) {
+            std::thread([&] {
+                pTexture->Swap();
+                pTexture.Reset();
+            }).join();
+        }
+        EXPECT_TRUE(m_diagnostics.Failures().empty()) << test.name;
+        Device().Process();
+    }
+}
+
 TEST_F(Promotion, ReleasesSurfacesOfItsLastOwnerThreadAtProcess) {
     Ref<TextureGL2> pTexture = MakeTexture();
     ASSERT_TRUE(pTexture->Promote(true));
