@@ -112,8 +112,9 @@ TEST_F(Targets, AreForgottenByASecondCall) {
     InitializeTargets();
     FramebufferGL2* const pFirst = Device().GetBackTargetBuffer();
     Device().SwapTargetBuffers(false);
-    Device().SwapTargetBuffers(true);
+    pFirst->Unbind(nullptr);
     FramebufferGL2* const pOther = Device().GetBackTargetBuffer();
+    ASSERT_NE(pOther, pFirst);
     Device().SetViewport(0, 0, 9, 8);
     ASSERT_TRUE(Device().InitializeTargetBuffers());
     EXPECT_EQ(Counts(Object::Framebuffer).live, 4) << "those of before stay";

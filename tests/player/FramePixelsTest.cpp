@@ -1,0 +1,112 @@
+// Pixels of a device become rows of a picture: surfaces of 16 bits of colour, which few desktop drivers have,
+// are read with four bytes a pixel, others with three.
+
+#include "FramePixels.h"
+
+#include "TestNodes.h"
+
+#include <gtest/gtest.h>
+
+#include <cstdint>
+#include <vector>
+
+namespace kelvo::player::testing {
+namespace {
+
+using trevik::RectangleT;
+using trevik::kelvo::Texture;
+using trevik::kelvo::TextureFormat;
+
+/** The byte of a channel, red 0 to blue 2, at a place of the surface counted from the upper left corner. */
+std::uint8_t ChannelAt(int nX, int nY, int nChannel) {
+    return static_cast<std::uint8_t>(nX * 7 + nY * 31 + nChannel * 100 + 1);
+}
+
+/** Gives those bytes in any format, the lowest row first. */
+class ReadableDevice : public trevik::kelvo::test::TestDevice {
+public:
+    TextureFormat::Enum m_format = TextureFormat::RGB888;
+    int m_nMissingRows = 0;
+
+    bool ReadPixels(RectangleT<int> const& area, Texture** ppTexture) override {
+        Texture* const pTexture = new trevik::kelvo::test::TestTexture;
+        int const nBytes = TextureFormat::RGB888 == m_format ? 3 : TextureFormat::RGB565 == m_format ? 2 : 4;
+        std::vector<std::uint8_t> bytes;
+        for (int y = area.bottom - 1; y >= area.top + m_nMissingRows; --y) {
+            for (int x = area.left; x < area.right; ++x) {
+                for (int nChannel = 0; nChannel < nBytes; ++nChannel) {
+                    bytes.push_back(nChannel < 3 ? ChannelAt(x, y, nChannel) : 0);
+                }
+            }
+        }
+        EXPECT_TRUE(
+            pTexture->Replace(area.GetWidth(), area.GetHeight() - m_nMissingRows, m_format, bytes.data(), 0));
+        *ppTexture = pTexture;
+        return true;
+    }
+};
+
+TEST(FramePixels, ComeTopRowFirstWhateverTheSurfacesFormat) {
+    RectangleT<int> const area(3, 5, 8, 12);
+    for (TextureFormat::Enum const format : {TextureFormat::RGB888, TextureFormat::RGBA8888}) {
+        SCOPED_TRACE(format);
+        ReadableDevice device;
+        device.m_format = format;
+        FramePixels pixels;
+        ASSERT_TRUE(pixels.Read(device, area));
+        ASSERT_EQ(pixels.nWidth, 5);
+        ASSERT_EQ(pixels.nHeight, 7);
+        ASSERT_EQ(pixels.nChannels, 3) << "what a read gives as alpha is nobody's";
+        ASSERT_EQ(pixels.pixels.size(), 5u * 7 * 3);
+        std::size_t nAt = 0;
+        for (int y = 5; y < 12; ++y) {
+            for (int x = 3; x < 8; ++x) {
+                for (int nChannel = 0; nChannel < 3; ++nChannel, ++nAt) {
+                    ASSERT_EQ(pixels.pixels[nAt], ChannelAt(x, y, nChannel)) << x << ", " << y;
+                }
+            }
+        }
+    }
+}
+
+TEST(FramePixels, TakeAlphaFromWhatTheWindowHasShown) {
+    desktop::FinishedFrame shown;
+    shown.width = 9;
+    shown.height = 6;
+    for (int n = 0; n < 9 * 6; ++n) {
+        shown.pixels.insert(shown.pixels.end(), {0, 0, 0, static_cast<std::uint8_t>(n)});
+    }
+    ReadableDevice device;
+    RectangleT<int> const area(2, 1, 5, 6);
+    FramePixels pixels;
+    ASSERT_TRUE(pixels.Read(device, area));
+    pixels.AddAlpha(shown, area);
+    ASSERT_EQ(pixels.nChannels, 4);
+    ASSERT_EQ(pixels.pixels.size(), 3u * 5 * 4);
+    for (int y = 0; y < 5; ++y) {
+        for (int x = 0; x < 3; ++x) {
+            std::uint8_t const* const pPixel = &pixels.pixels[static_cast<std::size_t>(y * 3 + x) * 4];
+            EXPECT_EQ(pPixel[1], ChannelAt(2 + x, 1 + y, 1));
+            EXPECT_EQ(pPixel[3], (1 + y) * 9 + 2 + x);
+        }
+    }
+}
+
+TEST(FramePixels, RefuseWhatIsNotTheRectangleInColours) {
+    RectangleT<int> const area(0, 0, 4, 4);
+    ReadableDevice device;
+    FramePixels pixels;
+    ASSERT_TRUE(pixels.Read(device, area));
+    std::vector<std::uint8_t> const before = pixels.pixels;
+    device.m_nMissingRows = 1;
+    EXPECT_FALSE(pixels.Read(device, area));
+    device.m_nMissingRows = 0;
+    device.m_format = TextureFormat::RGB565;
+    EXPECT_FALSE(pixels.Read(device, area));
+    trevik::kelvo::test::TestDevice unable;
+    EXPECT_FALSE(pixels.Read(unable, area));
+    EXPECT_EQ(pixels.pixels, before);
+}
+
+} // namespace
+} // namespace kelvo::player::testing
