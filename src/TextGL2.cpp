@@ -42,12 +42,13 @@ TextGL2::~TextGL2() {
 }
 
 void TextGL2::RenderBackground(GraphicsDevice& device) {
-    Sprite* const pSprite = GetBackground();
+    // Kept while it is drawn: an effect of its own may take it away from the text.
+    Ref<Sprite> const pSprite(GetBackground());
     if (m_pBackground) {
         // Whatever was the background before may be gone by now.
-        m_pBackground->SetSprite(pSprite);
+        m_pBackground->SetSprite(pSprite.Get());
     } else if (pSprite) {
-        m_pBackground = new (std::nothrow) TextImageBackground(this, pSprite);
+        m_pBackground = new (std::nothrow) TextImageBackground(this, pSprite.Get());
     }
     if (m_pBackground) {
         m_pBackground->InternalRenderSprite(device);

@@ -400,6 +400,44 @@ TEST_F(TextBackground, CanBeExchangedAndTakenAway) {
     }
 }
 
+TEST_F(TextBackground, OutlastsADrawThatTakesItAway) {
+    class Mortal : public SpriteGL2 {
+    public:
+        explicit Mortal(bool& fGone) : m_fGone(fGone) {}
+        ~Mortal() override { m_fGone = true; }
+
+    private:
+        bool& m_fGone;
+    };
+    class TakingEffect : public NotingEffect {
+    public:
+        TakingEffect(Strings& notes, Text& text, bool const& fGone)
+            : NotingEffect("taking", notes), m_text(text), m_fGone(fGone) {}
+        bool OverrideDrawSprite(GraphicsDevice&, Sprite&, RealFloat) override {
+            m_text.SetBackground(nullptr);
+            EXPECT_FALSE(m_fGone) << "while it is asked how to draw it";
+            return true;
+        }
+
+    private:
+        Text& m_text;
+        bool const& m_fGone;
+    };
+    Strings notes;
+    bool fGone = false;
+    Ref<SpriteGL2> pSprite(new Mortal(fGone));
+    ASSERT_TRUE(LoadItself(*pSprite, m_registry));
+    pSprite->SetTexture(MakeTexture(16, 16).Get());
+    Ref<TakingEffect> const pEffect(new TakingEffect(notes, *m_pText, fGone));
+    pSprite->AddEffect(pEffect.Get());
+    m_pText->SetBackground(pSprite.Get());
+    pSprite.Reset();
+    Draw(*m_pText);
+    EXPECT_TRUE(fGone) << "afterwards nobody wants it";
+    Draw(*m_pText);
+    EXPECT_EQ(CountBackgrounds(), 0u);
+}
+
 TEST_F(TextBackground, FollowsTheLayout) {
     AddSprite();
     Draw(*m_pText);
