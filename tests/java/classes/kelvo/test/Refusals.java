@@ -17,7 +17,8 @@ public final class Refusals {
             call.run();
         } catch (RuntimeException exception) {
             thrown = exception.getClass();
-            if (exception.getMessage() == null) {
+            // The machine's own ones come without words from code that it has compiled.
+            if (exception.getMessage() == null && thrown != NullPointerException.class) {
                 faults.append(what).append(" says nothing; ");
             }
         }
