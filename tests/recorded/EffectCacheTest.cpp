@@ -60,6 +60,7 @@ private:
 
 constexpr unsigned int First = HashName("FirstCountedResource");
 constexpr unsigned int Second = HashName("SecondCountedResource");
+constexpr unsigned int Third = HashName("ThirdCountedResource");
 
 class EffectCache : public DeviceTest {
 protected:
@@ -67,6 +68,7 @@ protected:
         g_counters = Counters();
         m_registry.AddClassContainer(new ClassContainerT<CountedResource>(First));
         m_registry.AddClassContainer(new ClassContainerT<CountedResource>(Second));
+        m_registry.AddClassContainer(new ClassContainerT<CountedResource>(Third));
     }
 };
 
@@ -118,16 +120,16 @@ TEST_F(EffectCache, ResourcesGoInTheOrderInWhichTheyCame) {
         Device().GetEffectResource(Second);
         // One that somebody else holds too outlives the table.
         Ref<EffectResource> pHeld(Device().GetEffectResource(First));
-        Device().GetEffectResource(HashName("NoSuchResource"));
+        Device().GetEffectResource(Third);
         if (fWithDevice) {
             m_pDevice.reset();
         } else {
             Device().ReleaseEffectResources();
         }
-        EXPECT_EQ(g_counters.order, std::vector<int>{0});
+        EXPECT_EQ(g_counters.order, (std::vector<int>{0, 2}));
         EXPECT_EQ(pHeld->GetReferenceCount(), 1);
         pHeld.Reset();
-        EXPECT_EQ(g_counters.order, (std::vector<int>{0, 1}));
+        EXPECT_EQ(g_counters.order, (std::vector<int>{0, 2, 1}));
     }
 }
 
