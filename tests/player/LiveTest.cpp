@@ -88,17 +88,15 @@ TEST(Live, EachFrameShowsUprightAndWholeWhatWasPaintedForIt) {
     EXPECT_FALSE(std::filesystem::exists(FrameOf(folder, nFrames)));
 }
 
-TEST(Live, OnePictureIsTheLastFrameTheSameInEveryRun) {
+TEST(Live, OnePictureIsTheLastFrame) {
     TemporaryFolder const folder;
-    for (char const* pName : {"a.png", "b.png"}) {
-        Outcome const outcome =
-            PlayLive({KELVO_EXAMPLES "/live/scene.json", "--frames", "76", "--out", folder.Path(pName)});
-        ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
-    }
-    Picture const drawn = ReadPicture(folder.Path("a.png"));
-    EXPECT_EQ(Difference(drawn, ReadPicture(folder.Path("b.png"))), 0);
+    Outcome const outcome =
+        PlayLive({KELVO_EXAMPLES "/live/scene.json", "--frames", "76", "--out", folder.Path("p.png")});
+    ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
     // The README's picture. Another C library or driver rounds otherwise.
-    EXPECT_LE(Difference(drawn, ReadPicture(KELVO_EXAMPLES "/../docs/images/live.png")), 4)
+    EXPECT_LE(
+        Difference(ReadPicture(folder.Path("p.png")), ReadPicture(KELVO_EXAMPLES "/../docs/images/live.png")),
+        4)
         << "scripts/make-example-assets makes the picture anew";
 }
 
