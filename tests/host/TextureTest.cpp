@@ -45,6 +45,35 @@ Ref<TestTexture> MakeWithLevels() {
     return pTexture;
 }
 
+TEST(PixelData, LoadsWhatItHasSavedAndSaysSo) {
+    Serializer serializer;
+    PixelDataProperty saved;
+    ASSERT_TRUE(saved.GetBuffer().Allocate(3));
+    std::memcpy(saved.GetBuffer().GetData(), "abc", 3);
+    ASSERT_TRUE(saved.Save(serializer));
+    PixelDataProperty loaded;
+    unsigned char const before[5] = {};
+    loaded.GetBuffer().Borrow(before, sizeof(before));
+    int nChanges = 0;
+    ASSERT_TRUE(loaded.GetChangeEvent().Connect([&](PixelBuffer const& buffer) {
+        ++nChanges;
+        EXPECT_EQ(buffer.GetSize(), 3u);
+    }));
+    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), loaded)) << "there is no value";
+    EXPECT_EQ(loaded.GetBuffer().GetData(), before);
+    EXPECT_EQ(nChanges, 0);
+    EXPECT_TRUE(LoadFrom(serializer.Finish(), loaded));
+    EXPECT_EQ(std::memcmp(loaded.GetBuffer().GetData(), "abc", 3), 0);
+    EXPECT_TRUE(loaded.GetBuffer().IsOwning());
+    EXPECT_EQ(nChanges, 1);
+    // Only its own pixels count as its memory.
+    MemoryTracer tracer;
+    loaded.Emit(&tracer);
+    loaded.GetBuffer().Borrow(before, sizeof(before));
+    loaded.Emit(&tracer);
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), 3u);
+}
+
 TEST(Texture, FormatsTakeTheirBytes) {
     struct Case {
         int m_nFormat;
