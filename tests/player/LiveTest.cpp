@@ -93,10 +93,15 @@ TEST(Live, OnePictureIsTheLastFrame) {
     Outcome const outcome =
         PlayLive({KELVO_EXAMPLES "/live/scene.json", "--frames", "76", "--out", folder.Path("p.png")});
     ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
-    // The README's picture. Another C library or driver rounds otherwise.
-    EXPECT_LE(
-        Difference(ReadPicture(folder.Path("p.png")), ReadPicture(KELVO_EXAMPLES "/../docs/images/live.png")),
-        4)
+    // The README's picture. Another driver moves the leaves' edges by a part of a pixel.
+    Picture const drawn = ReadPicture(folder.Path("p.png"));
+    Picture const shown = ReadPicture(KELVO_EXAMPLES "/../docs/images/live.png");
+    ASSERT_EQ(drawn.pixels.size(), shown.pixels.size());
+    double sum = 0;
+    for (std::size_t n = 0; n < drawn.pixels.size(); ++n) {
+        sum += std::abs(drawn.pixels[n] - shown.pixels[n]);
+    }
+    EXPECT_LT(sum, 0.5 * static_cast<double>(drawn.pixels.size()))
         << "scripts/make-example-assets makes the picture anew";
 }
 
