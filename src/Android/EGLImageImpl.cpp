@@ -49,7 +49,7 @@ Ref<EGLImageHelper> CreateEGLImageHelper() {
 EGLImageImpl::EGLImageImpl() = default;
 
 EGLImageImpl::~EGLImageImpl() {
-    Destroy();
+    EGLImageImpl::Destroy();
 }
 
 int EGLImageImpl::PixelFormat2TextureFormat(int nPixelFormat) {
@@ -113,10 +113,9 @@ bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned in
     EGLint const attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE, EGL_NONE};
     m_display = eglGetCurrentDisplay();
     // Without memory for the buffer, EGL refuses.
-    EGLClientBuffer const buffer =
-        m_pGraphicBuffer.get() ? static_cast<EGLClientBuffer>(m_pGraphicBuffer->getNativeBuffer()) : nullptr;
+    void* const pBuffer = m_pGraphicBuffer.get() ? m_pGraphicBuffer->getNativeBuffer() : nullptr;
     m_eglImage = GraphicsDeviceGL2::eglCreateImageKHR(m_display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID,
-                                                      buffer, attributes);
+                                                      pBuffer, attributes);
     if (m_eglImage == EGL_NO_IMAGE_KHR) {
         Debug::TraceFormat(TraceLevel::Error, u"eglCreateImageKHR() failed, err=0x%4x.", eglGetError());
     } else if (BindToNewTexture()) {
@@ -145,7 +144,7 @@ bool EGLImageImpl::BindToNewTexture() {
 }
 
 void EGLImageImpl::Destroy() {
-    SURFACE_ASSERT(!IsLocked(), LineDestroy, "!IsLocked()");
+    SURFACE_ASSERT(!m_fLocked, LineDestroy, "!IsLocked()");
     ScopedLock const lock(s_bufferMutex);
     if (GraphicsDeviceGL2::InRenderThread()) {
         Destroy_RenderThread(m_pGraphicBuffer, m_eglImage, m_nTexture, m_display);
