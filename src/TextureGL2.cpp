@@ -112,6 +112,7 @@ bool TextureGL2::Promote(bool fDoubleBuffered) {
 }
 
 bool TextureGL2::CreateEGLImage(int nImage) {
+    // The texture keeps a compressed format, by which renderers choose their program: intended.
     int const nFormat = IsCompressed() ? static_cast<int>(TextureFormat::RGBA8888) : m_format;
     EGLImageHelper* const pImage = m_pEGLImage[static_cast<unsigned int>(nImage)].Get();
     TEXTURE_ASSERT(pImage != nullptr, LineCreateImage, "m_pEGLImage[image]");
