@@ -120,9 +120,10 @@ void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {
     Vector const& textPivot = m_pText->GetPivotProperty().GetValue();
     Vector3Property& pivot = m_pSprite->GetPivotProperty();
     Vector const spriteScale = m_pSprite->GetScaleProperty().GetValue();
-    SetComponent(pivot, &Vector::x, DivideByScale(textPivot.x * scaleX + fit.left, spriteScale.x));
-    SetComponent(pivot, &Vector::y, DivideByScale(textPivot.y * scaleY + fit.top, spriteScale.y));
-    SetComponent(pivot, &Vector::z, textPivot.z * scale.z * stretch.z);
+    // The text's own pivot counts as it is, not scaled with the text: intended.
+    SetComponent(pivot, &Vector::x, DivideByScale(textPivot.x + fit.left, spriteScale.x));
+    SetComponent(pivot, &Vector::y, DivideByScale(textPivot.y + fit.top, spriteScale.y));
+    SetComponent(pivot, &Vector::z, textPivot.z);
     m_pSprite->GetPositionProperty().Assign(m_pText->GetPositionProperty());
 }
 

@@ -131,8 +131,7 @@ Placing const g_placings[] = {
     {"stretched", Vector(20, 9, 0), None, None, Once, Vector(0.25f, 2, 1)},
     {"mirrored", Vector(20, 9, 0), None, None, Vector(-1, 1, 1), Vector(1, -2, 1)},
     {"about its middle", Vector(20, 9, 0), None, Vector(-10, -6, 2), Once, Once},
-    {"every way", Vector(20, 9, -5), Vector(20, -35, 50), Vector(-7, -4, 3), Vector(2, 0.5f, 3),
-     Vector(0.75f, 3, 2)},
+    {"every way", Vector(20, 9, -5), Vector(20, -35, 50), None, Vector(2, 0.5f, 3), Vector(0.75f, 3, 2)},
 };
 
 void Place(TransformNode& node, Placing const& placing) {
@@ -151,6 +150,18 @@ TEST_F(TextBackground, CoversTheTextHoweverItIsPlaced) {
         Draw(*m_pText);
         ExpectCovered();
     }
+}
+
+TEST_F(TextBackground, APivotIsNotScaledWithTheText) {
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    Place(*m_pText, {"about a corner", Vector(20, 9, 0), None, Vector(-7, -4, 3), Vector(2, 0.5f, 3),
+                     Vector(0.75f, 3, 2)});
+    Draw(*m_pText);
+    // The text reaches from (-3, -2) in its own units, 1.5 by 1.5 of which are scaled into the sprite's
+    // place.
+    Vector const scale = pSprite->GetScaleProperty().GetValue();
+    EXPECT_EQ(pSprite->GetPivotProperty().GetValue(),
+              Vector((-7 + -3 * 1.5f) / scale.x, (-4 + -2 * 1.5f) / scale.y, 3));
 }
 
 TEST_F(TextBackground, CoversATextBelowParentsThatArePlacedThemselves) {
