@@ -115,6 +115,9 @@ void SpriteGL2::InternalRender(GraphicsDevice& device) {
 }
 
 inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
+    // What GL will read is on its way while the matrices are multiplied.
+    __builtin_prefetch(m_vertices.GetData());
+    __builtin_prefetch(m_textureCoords.GetData());
     device.GraphicsDeviceGL2::SetCameraDepth(HasCameraDepth());
     device.LoadModelView(m_worldMatrix);
     if (__builtin_expect((m_masks.GetCount() | m_effects.GetCount()) != 0, false)) {

@@ -295,12 +295,6 @@ void Timeline::Render(GraphicsDevice& device) {
     }
 }
 
-void Timeline::RenderChildren(GraphicsDevice& device) {
-    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
-        m_children[nChild]->Render(device);
-    }
-}
-
 void Timeline::InternalRender(GraphicsDevice& device) {
     PreRenderChildren(device);
     RenderChildren(device);

@@ -7,6 +7,7 @@
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Sprite.h"
 
 namespace trevik::kelvo {
 
@@ -19,6 +20,20 @@ Vector3T<RealFloat> const g_one(1, 1, 1);
  */
 bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
     return std::memcmp(&a, &b, sizeof(a)) == 0;
+}
+
+/**
+ * Has the memory fetched that drawing a node will read: where it lies in a sprite, which most nodes are. For
+ * other nodes, and where pointers are shorter, some of it comes for nothing; nothing else happens.
+ */
+void FetchForDrawing(Node const* pNode) {
+    constexpr unsigned long line = 64;
+    char const* const pBytes = reinterpret_cast<char const*>(pNode);
+    __builtin_prefetch(pBytes);
+    __builtin_prefetch(pBytes + 3 * line);              // m_nMarks to m_rEffectiveOpacity
+    __builtin_prefetch(pBytes + 4 * line);              // m_worldMatrix
+    __builtin_prefetch(pBytes + 5 * line);              // m_masks, m_effects
+    __builtin_prefetch(pBytes + sizeof(Sprite) - line); // m_nStyle, m_pTexture; geometry
 }
 
 /** 0 to 1; 0 for what is not a number. */
@@ -112,7 +127,14 @@ void TransformNode::Render(GraphicsDevice& device) {
     } else if (m_selectable.GetValue()) {
         InternalSelect(device);
     }
+    RenderChildren(device);
+}
+
+void TransformNode::RenderChildren(GraphicsDevice& device) {
     for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        if (nChild + 1 < m_children.GetCount()) {
+            FetchForDrawing(m_children[nChild + 1]);
+        }
         m_children[nChild]->Render(device);
     }
 }

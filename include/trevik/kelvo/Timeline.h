@@ -150,7 +150,6 @@ private:
     bool FlattenTree();
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
     void CountSubtrees();
-    void RenderChildren(GraphicsDevice& device);
     bool IsHeldBy(Camera& camera) const;
     void TakeCopiedCamera(Timeline const& original);
     bool TakeCameraOnWay();

@@ -105,6 +105,9 @@ protected:
     /** Current value of "CameraDepth". */
     bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
+    /** Renders the children, in order. While one is drawn, what drawing the next one reads is on its way. */
+    void RenderChildren(GraphicsDevice& device);
+
     static constexpr unsigned long CacheLine = 64; ///< bytes
 
 private:
