@@ -14,9 +14,7 @@ protected:
     static constexpr int Width = 5;
     static constexpr int Height = 3;
 
-    SurfaceTest() {
-        BringUp();
-    }
+    SurfaceTest() { BringUp(); }
 
     void Forget() {
         Clear();
