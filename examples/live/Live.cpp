@@ -191,5 +191,10 @@ int main(int nArguments, char** ppArguments) {
     bool const fDone = Run(options, registry, *pDevice);
     pDevice.reset();
     Shutdown();
+    if (fDone && EndsWith(options.out, ".png")) {
+        std::printf("The last picture is %s\n", options.out.c_str());
+    } else if (fDone) {
+        std::printf("%d pictures are in %s\n", options.nFrames, options.out.c_str());
+    }
     return fDone ? 0 : 1;
 }
