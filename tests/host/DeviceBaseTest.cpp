@@ -6,22 +6,13 @@
 namespace trevik::kelvo::test {
 namespace {
 
-TEST(DeviceBase, RecordsWhatItIsGiven) {
+TEST(DeviceBase, ViewportsAreRectanglesAndAResetGivesOne) {
     TestDevice device;
-    EXPECT_EQ(device.GetClearColor(), ColorT<RealFloat>::Black);
-    EXPECT_FALSE(device.IsDepthTestEnabled());
-    EXPECT_TRUE(device.Initialize(nullptr, DeviceFormat::RGBA8888, SizeT<int>(320, 200)));
-    EXPECT_EQ(device.GetFormat(), DeviceFormat::RGBA8888);
-    EXPECT_EQ(device.GetSize(), SizeT<int>(320, 200));
     device.SetViewport(10, 20, 100, 50);
     EXPECT_EQ(device.GetViewport(), RectangleT<int>(10, 20, 110, 70));
-    device.SetViewport(RectangleT<int>(1, 2, 3, 4));
-    EXPECT_EQ(device.GetViewport(), RectangleT<int>(1, 2, 3, 4));
     EXPECT_TRUE(device.Reset(RectangleT<int>(10, 10, 74, 42)));
     EXPECT_EQ(device.GetSize(), SizeT<int>(64, 32));
     EXPECT_EQ(device.GetViewport(), RectangleT<int>(10, 10, 74, 42));
-    device.SetClearColor(ColorT<RealFloat>(1, 0, RealFloat(0.5), 0));
-    EXPECT_EQ(device.GetClearColor(), ColorT<RealFloat>(1, 0, RealFloat(0.5), 0));
 }
 
 TEST(DeviceBase, OpacitiesAreStacked) {
@@ -77,22 +68,6 @@ TEST(DeviceBase, HitsAreSortedAndOfEqualOnesTheLastComesFirst) {
     EXPECT_EQ(names, "24103");
     device.SetRenderMode();
     EXPECT_FALSE(device.IsSelectionMode());
-}
-
-TEST(DeviceBase, TheHighlightFades) {
-    TestDevice device;
-    EXPECT_FALSE(device.IsHighlightEnabled());
-    device.SetHighlight(true, ColorT<RealFloat>(1, RealFloat(0.5), 0, RealFloat(0.5)));
-    EXPECT_TRUE(device.IsHighlightEnabled());
-    EXPECT_EQ(device.GetHighlightColor(RealFloat(0.5)),
-              ColorT<RealFloat>(1, RealFloat(0.5), 0, RealFloat(0.25)));
-}
-
-TEST(DeviceBase, MasksAreNothingToIt) {
-    TestDevice device;
-    List<Mask*> masks;
-    EXPECT_TRUE(device.PushMasks(masks));
-    EXPECT_TRUE(device.PopMasks(masks));
 }
 
 TEST(DeviceBase, EffectResourcesComeFromTheDefaultRegistry) {

@@ -2,7 +2,6 @@
 
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
-#include "trevik/kelvo/DirectionalBlurEffect.h"
 
 namespace trevik::kelvo::test {
 namespace {
@@ -49,13 +48,6 @@ TEST(Effect, ItsPropertiesFollowTheNodesFrames) {
     EXPECT_EQ(lit.m_pEffect->GetAmountProperty().GetValue(), RealFloat(0.5));
 }
 
-TEST(Effect, LeavesDrawingToOthersUnlessItIsToldOtherwise) {
-    Lit lit;
-    Ref<TestText> const pText = Make<TestText>("t");
-    EXPECT_FALSE(lit.m_pEffect->OverrideDrawSprite(lit.m_device, *lit.m_pSprite, 1));
-    EXPECT_FALSE(lit.m_pEffect->OverrideDrawText(lit.m_device, *pText));
-}
-
 TEST(Effect, NodesHoldEffectsAndMasksByReference) {
     Lit lit;
     EXPECT_EQ(lit.m_pEffect->GetReferenceCount(), 2);
@@ -84,28 +76,6 @@ TEST(Effect, ACopyHasTheValuesAndFetchesItsOwnResource) {
     Ref<Effect> const pCopy(lit.m_pEffect->Clone());
     EXPECT_FALSE(pCopy->IsInitialized());
     EXPECT_EQ(static_cast<TestEffect&>(*pCopy).GetAmountProperty().GetValue(), RealFloat(0.25));
-    EXPECT_NE(pCopy->GetProperties().Find(HashName("BlurAmount")), nullptr);
-    for (char const* pName : {"TestEffect", "GaussianBlurEffect", "Effect"}) {
-        EXPECT_TRUE(pCopy->IsKindOf(HashName(pName))) << pName;
-    }
-    EXPECT_EQ(pCopy->GetResourceClassID(), HashName("TestResource"));
-}
-
-TEST(Effect, ADirectionalBlurPointsToTheRightAtFirst) {
-    /** Draws nothing. */
-    class Smear : public DirectionalBlurEffect {
-    public:
-        Effect* Clone() const override { return new Smear(*this); }
-        unsigned int GetClassID() const override { return HashName("Smear"); }
-        unsigned int GetClassSize() const override { return sizeof(Smear); }
-        bool IsKindOf(unsigned int nClassID) const override { return IsOwnOrBaseID(nClassID); }
-        unsigned int GetResourceClassID() const override { return 0; }
-    };
-    Ref<Smear> const pSmear(new Smear);
-    EXPECT_EQ(pSmear->GetDirectionProperty().GetValue(), Vector3(1, 0, 0));
-    EXPECT_NE(pSmear->GetProperties().Find(HashName("BlurDirection")), nullptr);
-    EXPECT_NE(pSmear->GetProperties().Find(HashName("BlurAmount")), nullptr);
-    EXPECT_TRUE(pSmear->IsKindOf(HashName("DirectionalBlurEffect")));
 }
 
 TEST(Mask, HoldsWholeTrianglesAlone) {

@@ -122,6 +122,7 @@ TEST(FontMeshes, ThatAreNoTrianglesBetweenTheirPositionsAreRefused) {
     GlyphMesh* const pFarAway = MakeMesh(3, {0, 1, 2});
     pFarAway->m_positions.GetWritableValue()[1].y = Infinity;
     EXPECT_EQ(font.AddMesh(pFarAway), -1);
+    EXPECT_EQ(font.AddMesh(nullptr), -1);
     EXPECT_EQ(font.AddMesh(MakeMesh(3, {0, 1, 2})), 0);
     EXPECT_EQ(font.GetMesh(0)->m_indices.GetValue().GetCount(), 3u);
 }
@@ -164,7 +165,12 @@ Ref<DocumentNode> SaveFonts(std::vector<Font*> const& fonts) {
 void Fill(Font& font) {
     FontMetrics metrics;
     metrics.m_rXPixelsPerEm = 32;
+    metrics.m_rYPixelsPerEm = 33;
+    metrics.m_rScaleFactorX = RealFloat(0.5);
+    metrics.m_rScaleFactorY = RealFloat(0.25);
+    metrics.m_rAscent = 24;
     metrics.m_rDescent = RealFloat(7.25);
+    metrics.m_rLeading = 4;
     font.SetMetrics(metrics);
     font.AddGlyph(MakeGlyph('A', MakePage(1)));
     Glyph image = MakeGlyph(0x1f600, MakePage(2));
@@ -197,8 +203,11 @@ void ExpectSame(Glyph const& a, Glyph const& b) {
 }
 
 void ExpectSame(Font const& a, Font const& b) {
-    EXPECT_EQ(a.GetXPixelsPerEm(), b.GetXPixelsPerEm());
-    EXPECT_EQ(a.GetDescent(), b.GetDescent());
+    for (RealFloat (Font::*pfnGet)() const :
+         {&Font::GetXPixelsPerEm, &Font::GetYPixelsPerEm, &Font::GetScaleFactorX, &Font::GetScaleFactorY,
+          &Font::GetAscent, &Font::GetDescent, &Font::GetLeading}) {
+        EXPECT_EQ((a.*pfnGet)(), (b.*pfnGet)());
+    }
     ASSERT_EQ(CodePointsOf(a), CodePointsOf(b));
     for (unsigned int nCodePoint : CodePointsOf(a)) {
         ExpectSame(*a.GetGlyph(nCodePoint), *b.GetGlyph(nCodePoint));

@@ -211,18 +211,6 @@ TEST(Node, VisitsEachNodeAsWhatItIs) {
     EXPECT_EQ(visitor.m_visits, "timeline:r node:g drawable:s camera:c ");
 }
 
-TEST(Node, KnowsItsClasses) {
-    Ref<TestSprite> const pSprite = Make<TestSprite>("s");
-    for (char const* pName : {"TestSprite", "Sprite", "TransformNode", "Node"}) {
-        EXPECT_TRUE(pSprite->IsKindOf(HashName(pName))) << pName;
-    }
-    EXPECT_FALSE(pSprite->IsKindOf(HashName("Timeline")));
-    EXPECT_EQ(pSprite->GetClassID(), HashName("TestSprite"));
-    EXPECT_EQ(pSprite->GetFactoryClassID(), HashName("Sprite"));
-    EXPECT_TRUE(pSprite->GetClassName() == u"TestSprite");
-    EXPECT_EQ(pSprite->GetClassSize(), sizeof(TestSprite));
-}
-
 TEST(Node, ACopyHasTheSameValuesAndItsOwnParts) {
     TestRegistry registry;
     TestDevice device;

@@ -79,15 +79,6 @@ TEST(PropertyDocument, EmptyListsAndTextsComeBackEmpty) {
     EXPECT_TRUE(text.GetValue().IsEmpty());
 }
 
-TEST(PropertyDocument, NeitherControllerNorValueFailsTheLoad) {
-    RealProperty property(4);
-    int nEvents = 0;
-    property.GetChangeEvent().Connect([&nEvents](RealFloat const&) { ++nEvents; });
-    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), property));
-    EXPECT_EQ(property.GetValue(), 4);
-    EXPECT_EQ(nEvents, 0);
-}
-
 TEST(PropertyDocument, PlainSamplesAreSavedOneByOne) {
     RealProperty property(9);
     RealFloat const samples[] = {1, 2, 2};

@@ -97,25 +97,16 @@ TEST(PropertySample, BooleansStep) {
     EXPECT_FALSE(ValueAt<bool>(*pController, 1));
 }
 
-TEST(PropertySample, LoadedSamplesGiveWhatTheySay) {
-    Ref<SampleController<RealFloat>> pController =
-        LoadController<RealFloat>(-1, 3, BytesOf(4.0f, 6.0f, 5.0f));
-    ASSERT_TRUE(pController);
-    EXPECT_TRUE(pController->IsExternal());
-    EXPECT_EQ(pController->GetStartFrame(), -1);
-    EXPECT_EQ(pController->GetSampleCount(), 3u);
-    EXPECT_EQ(ValueAt<RealFloat>(*pController, 0), 6);
-    EXPECT_EQ(ValueAt<RealFloat>(*pController, 0.5f), 5.5f);
-}
-
-TEST(PropertySample, LoadedSamplesKeepTheirDocumentAlive) {
-    Ref<DocumentNode> pNode = MakeSampleNode(0, 2, BytesOf(4.0f, 6.0f));
+TEST(PropertySample, LoadedSamplesStayInTheirDocumentAndKeepItAlive) {
+    Ref<DocumentNode> pNode = MakeSampleNode(-1, 3, BytesOf(4.0f, 6.0f, 5.0f));
     DocumentNode* const pSource = pNode->GetChild(0);
     SampleController<RealFloat> controller;
     ASSERT_TRUE(LoadFrom(Ref<DocumentNode>(pSource), controller));
+    EXPECT_TRUE(controller.IsExternal());
     pNode.Reset();
     EXPECT_EQ(pSource->GetReferenceCount(), 1);
-    EXPECT_EQ(ValueAt<RealFloat>(controller, 1), 6);
+    EXPECT_EQ(ValueAt<RealFloat>(controller, 0), 6);
+    EXPECT_EQ(ValueAt<RealFloat>(controller, 0.5f), 5.5f);
 }
 
 TEST(PropertySample, RunsAreFoundWhereverTheyLie) {

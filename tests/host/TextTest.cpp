@@ -547,36 +547,6 @@ TEST(Text, ReportsItsLayoutsMemory) {
     EXPECT_GE(geometry() - nBefore, 100 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
 }
 
-TEST(Font, SavesAndLoadsItsMeasures) {
-    TestFont font;
-    FontMetrics metrics;
-    metrics.m_rXPixelsPerEm = 32;
-    metrics.m_rYPixelsPerEm = 33;
-    metrics.m_rScaleFactorX = RealFloat(0.5);
-    metrics.m_rScaleFactorY = RealFloat(0.25);
-    metrics.m_rAscent = 24;
-    metrics.m_rDescent = 8;
-    metrics.m_rLeading = 4;
-    font.SetMetrics(metrics);
-    font.GetUnderlineProperty().SetValue(true);
-    font.GetUnderlineThicknessProperty().SetValue(2);
-    Ref<DocumentNode> const pNode = SaveToNode(font);
-    TestFont loaded;
-    ASSERT_TRUE(LoadFrom(pNode, loaded));
-    EXPECT_EQ(loaded.GetXPixelsPerEm(), 32);
-    EXPECT_EQ(loaded.GetYPixelsPerEm(), 33);
-    EXPECT_EQ(loaded.GetScaleFactorX(), RealFloat(0.5));
-    EXPECT_EQ(loaded.GetScaleFactorY(), RealFloat(0.25));
-    EXPECT_EQ(loaded.GetAscent(), 24);
-    EXPECT_EQ(loaded.GetDescent(), 8);
-    EXPECT_EQ(loaded.GetLeading(), 4);
-    EXPECT_TRUE(loaded.GetUnderlineProperty().GetValue());
-    EXPECT_EQ(loaded.GetUnderlineThicknessProperty().GetValue(), 2);
-    EXPECT_EQ(loaded.GetUnderlineScaleProperty().GetValue(), 1);
-    TraceLog log;
-    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), loaded));
-}
-
 TEST(Font, IdsAreUnique) {
     TestFont one;
     TestFont two;
@@ -590,14 +560,6 @@ TEST(Font, IdsAreUnique) {
     EXPECT_EQ(one.GetID(), nID) << "kept";
     one.GenerateID();
     EXPECT_NE(one.GetID(), nID);
-}
-
-TEST(Font, APolygonalFontOwnsItsMeshes) {
-    MeshFont font;
-    EXPECT_EQ(font.AddMesh(new GlyphMesh), 0);
-    EXPECT_EQ(font.AddMesh(new GlyphMesh), 1);
-    EXPECT_EQ(font.AddMesh(nullptr), -1);
-    EXPECT_EQ(font.GetMeshCount(), 2u);
 }
 
 } // namespace

@@ -161,10 +161,4 @@ TEST_F(TrevikReference, TheRegistryTakesContainersEvenWhenItCannotKeepThem) {
     EXPECT_EQ(registry.GetCount(), 0u);
 }
 
-TEST_F(TrevikReference, TheBaseContainerCreatesNothing) {
-    ClassContainer container;
-    EXPECT_EQ(container.Create(), nullptr);
-    EXPECT_EQ(container.m_nClassID, 0u);
-}
-
 } // namespace
