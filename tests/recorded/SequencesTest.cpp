@@ -10,8 +10,6 @@ using namespace recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
-using Vector = Vector3T<RealFloat>;
-
 class Sequences : public NodeTest {
 protected:
     /** What a sprite samples when it is drawn. */
@@ -19,8 +17,6 @@ protected:
         Draw(sprite);
         return Draws().at(0).Texture("sTexture");
     }
-
-    static TextureGL2& TextureOf(SpriteGL2& sprite) { return *static_cast<TextureGL2*>(sprite.GetTexture()); }
 };
 
 TEST_F(Sequences, ASpriteGetsATextureBackAfterItHadNone) {
@@ -39,26 +35,13 @@ TEST_F(Sequences, ASpriteGetsATextureBackAfterItHadNone) {
     EXPECT_EQ(Counts(Object::Texture).created, 2);
 }
 
-TEST_F(Sequences, AReplacedTextureIsDrawnWithItsNewPixels) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->SetTexture(MakeTexture(4, 4).Get());
-    Draw(*pSprite);
-    unsigned char const pixels[3 * 3] = {1, 2, 3, 4, 5, 6, 7, 8, 9};
-    ASSERT_TRUE(TextureOf(*pSprite).Replace(3, 1, TextureFormat::RGB888, pixels, 9));
-    GLuint const drawn = DrawnTexture(*pSprite);
-    ASSERT_TRUE(FindTexture(drawn));
-    TextureLevel const level = FindTexture(drawn)->levels.at(0);
-    EXPECT_EQ(level.width, 3);
-    EXPECT_EQ(level.bytes, std::vector<std::uint8_t>(pixels, pixels + 9));
-    EXPECT_EQ(Counts(Object::Texture).live, 1);
-}
-
 TEST_F(Sequences, AReplacedSeparateAlphaGoesToo) {
     Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->SetTexture(MakeTexture(8, 4, TextureFormat::ETC1_RGBA).Get());
+    Ref<TextureGL2> const pTexture = MakeTexture(8, 4, TextureFormat::ETC1_RGBA);
+    pSprite->SetTexture(pTexture.Get());
     Draw(*pSprite);
     EXPECT_EQ(Counts(Object::Texture).live, 2);
-    ASSERT_TRUE(TextureOf(*pSprite).Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0));
+    ASSERT_TRUE(pTexture->Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0));
     EXPECT_NE(DrawnTexture(*pSprite), 0u);
     EXPECT_EQ(GetState().program, ProgramName(0));
     EXPECT_EQ(Counts(Object::Texture).live, 1);
@@ -73,19 +56,6 @@ TEST_F(Sequences, AnotherWindowGoesOnWithAllThatThereIs) {
     Draw(*pSprite);
     EXPECT_EQ(Lines(), before);
     EXPECT_EQ(GetEglState().drawSurface, GetEglState().readSurface);
-}
-
-TEST_F(Sequences, AProgramKeepsItsLastTextureUntilItDrawsWithAnother) {
-    Ref<SpriteGL2> pSprite = MakeSprite(4, 4);
-    Ref<SpriteGL2> const pOther = MakeSprite(4, 4);
-    pSprite->SetTexture(MakeTexture(4, 4).Get());
-    pOther->SetTexture(MakeTexture(4, 4).Get());
-    Draw(*pSprite);
-    pSprite.Reset();
-    EXPECT_EQ(Counts(Object::Texture).live, 1);
-    Draw(*pOther);
-    EXPECT_EQ(Counts(Object::Texture).live, 1) << "the texture of the sprite that is gone went";
-    EXPECT_EQ(Counts(Object::Texture).deleted, 1);
 }
 
 TEST_F(Sequences, OneDeviceAfterAnotherStartsAnewAndLeavesNothing) {
@@ -108,18 +78,6 @@ TEST_F(Sequences, OneDeviceAfterAnotherStartsAnewAndLeavesNothing) {
         m_pDevice = std::make_unique<GraphicsDeviceGL2>();
         StartDrawing();
     }
-}
-
-TEST_F(Sequences, AnUnmatchedPopOfACameraChangesNothing) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    Draw(*pSprite);
-    std::vector<float> const before = Draws().at(0).Uniform("mWorldToView");
-    Device().PopCamera();
-    Device().PushCamera2D(20, 20);
-    Device().PopCamera();
-    Device().PopCamera();
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Uniform("mWorldToView"), before);
 }
 
 TEST_F(Sequences, ASpriteThatWasNeverLoadedHasNoCoordinatesToGive) {

@@ -77,15 +77,6 @@ TEST_F(DirectionalBlur, WidensQuadAndTextureByItsReach) {
     EXPECT_EQ(draw.count, 4);
 }
 
-TEST_F(DirectionalBlur, WithoutReachChangesNeitherQuadNorTexture) {
-    m_pEffect->GetDirectionProperty().SetValue(Vector(0, 0, 0));
-    m_pEffect->GetAmountProperty().SetValue(9);
-    recording::Draw const draw = DrawOnce();
-    EXPECT_EQ(draw.Uniform("mWorldToView"), Elements(Device().GetModelViewMatrix()));
-    EXPECT_EQ(draw.Uniform("mTextureScale"), Elements(Matrix4T<RealFloat>::Identity));
-    EXPECT_EQ(draw.Uniform("vOffset"), (Floats{0, 0}));
-}
-
 TEST_F(DirectionalBlur, IsAdditiveInTheAdditiveModeOnly) {
     for (int mode : {int(BlendMode::Normal), int(BlendMode::Additive), int(BlendMode::Multiply)}) {
         SCOPED_TRACE(mode);
@@ -209,18 +200,6 @@ TYPED_TEST(EitherEffect, WithoutItsResourceTheSpriteDrawsItself) {
     EXPECT_EQ(Counts(Object::Program).live, 11);
     Succeed("glLinkProgram");
     EXPECT_NE(this->DrawOnce().streams.at(0).type, GLenum(GL_FLOAT)) << "the next update has tried again";
-}
-
-TYPED_TEST(EitherEffect, LeavesNothingBehind) {
-    this->DrawOnce();
-    EXPECT_GT(Counts(Object::Program).live, 11);
-    this->m_pSprite.Reset();
-    this->m_pEffect.Reset();
-    this->m_pDevice.reset();
-    for (Object const kind : {Object::Texture, Object::Framebuffer, Object::Shader, Object::Program}) {
-        EXPECT_EQ(Counts(kind).created, Counts(kind).deleted) << static_cast<int>(kind);
-    }
-    EXPECT_TRUE(CallsWithoutContext().empty());
 }
 
 } // namespace

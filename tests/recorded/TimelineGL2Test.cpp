@@ -187,16 +187,6 @@ TEST_F(TimelineGL2Test, RemembersTheActiveCameraByReference) {
     }
 }
 
-TEST_F(TimelineGL2Test, TheCameraIsOnTheStackBetweenTheTwoOnly) {
-    Ref<CameraGL2> const pCamera(new CameraGL2);
-    Camera* const pDefault = Device().GetActiveCamera();
-    m_pTimeline->SetCamera(pCamera.Get());
-    m_pTimeline->PreRenderChildren(Device());
-    EXPECT_EQ(Device().GetActiveCamera(), pCamera.Get());
-    m_pTimeline->PostRenderChildren(Device());
-    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
-}
-
 TEST_F(TimelineGL2Test, MasksAreDrawnInTheTimelinesOwnSpace) {
     m_pTimeline->GetPositionProperty().SetValue(Vector(4, 5, 6));
     m_pTimeline->AddMask(MakeMask().Get());
@@ -209,18 +199,6 @@ TEST_F(TimelineGL2Test, MasksAreDrawnInTheTimelinesOwnSpace) {
     device.SetModelViewMatrix(Matrix4T<RealFloat>::Identity); // a child's
     m_pTimeline->PostRenderChildren(device);
     EXPECT_EQ(device.m_atMasks, expected);
-}
-
-TEST_F(TimelineGL2Test, ChildrenAreDrawnInBetween) {
-    m_pTimeline->GetDepthTestProperty().SetValue(1);
-    m_pTimeline->Attach(MakeSprite(3, 2).Get());
-    m_pTimeline->Attach(MakeSprite(5, 4).Get());
-    Draw(*m_pTimeline);
-    EXPECT_TRUE(CallsInOrder({"glEnable(GL_DEPTH_TEST)", "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)",
-                              "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"}));
-    EXPECT_EQ(Draws().at(0).streams.at(0).Vertex(3), (std::vector<float>{3, 2, 0}));
-    EXPECT_EQ(Draws().at(1).streams.at(0).Vertex(3), (std::vector<float>{5, 4, 0}));
-    EXPECT_TRUE(Draws().at(0).state.IsEnabled(GL_DEPTH_TEST));
 }
 
 TEST_F(TimelineGL2Test, CountsBothSteps) {
