@@ -62,20 +62,6 @@ Matrix WindowMatrix() {
     return matrix;
 }
 
-/** Runs CalculateLineEq for the segment between two window positions. */
-struct Line {
-    Line(double x0, double y0, double x1, double y1, RealFloat halfWidth = 2) {
-        p0 = Point(RealFloat((x0 - 30) / 30), RealFloat((18 - y0) / 18), 0, 1);
-        p1 = Point(RealFloat((x1 - 30) / 30), RealFloat((18 - y1) / 18), 0, 1);
-        Matrix fromWindow;
-        EXPECT_TRUE(Matrix4Inverse(WindowMatrix(), fromWindow));
-        SpriteGL2::CalculateLineEq(WindowMatrix(), fromWindow, p0, p1, halfWidth, equations, 1, 4);
-    }
-
-    Point p0, p1;
-    Vector equations[10]; // one slot on either side that nothing writes
-};
-
 TEST(AntialiasLine, AHorizontalEdgeFadesWithinTheHalfWidth) {
     struct Case {
         double x, y;
@@ -87,54 +73,21 @@ TEST(AntialiasLine, AHorizontalEdgeFadesWithinTheHalfWidth) {
     Case const cases[] = {{20, 9, 0, 1},  {20, 11, 0, 0}, {20, 7, 0, 2}, {20, 9, 2, 1},
                           {20, 7, 2, 0},  {20, 11, 2, 2}, {44, 9, 1, 1}, {46, 20, 1, 0},
                           {42, 20, 1, 2}, {6, 9, 3, 1},   {4, 20, 3, 0}, {8, 20, 3, 2}};
-    Line const line(10, 9, 40, 9);
+    Matrix fromWindow;
+    ASSERT_TRUE(Matrix4Inverse(WindowMatrix(), fromWindow));
+    Point p0((10 - 30) / 30.0f, (18 - 9) / 18.0f, 0, 1);
+    Point p1((40 - 30) / 30.0f, (18 - 9) / 18.0f, 0, 1);
+    Vector equations[10]; // one slot on either side that nothing writes
+    SpriteGL2::CalculateLineEq(WindowMatrix(), fromWindow, p0, p1, 2, equations, 1, 4);
     for (Case const& test : cases) {
-        EXPECT_NEAR(At(line.equations[1 + test.equation], test.x, test.y), test.value, 1e-4)
+        EXPECT_NEAR(At(equations[1 + test.equation], test.x, test.y), test.value, 1e-4)
             << "equation " << test.equation << " at " << test.x << ", " << test.y;
     }
-    EXPECT_NEAR(line.equations[1].y, -2.0 / (4 * 38) * 38, 1e-6);
-}
-
-TEST(AntialiasLine, AnySegmentGetsTheFormulaOfPrefilteredLines) {
-    double const segments[][4] = {{10, 9, 40, 12}, {40, 12, 10, 9}, {5, 30, 7, 2}, {50, 5, 12, 33}};
-    for (auto const& s : segments) {
-        SCOPED_TRACE(testing::Message() << s[0] << ", " << s[1] << " to " << s[2] << ", " << s[3]);
-        Line const line(s[0], s[1], s[2], s[3]);
-        ExactMatrix const toWindow(WindowMatrix());
-        ExactEdge const exact = ComputeEdge(toWindow, {(s[0] - 30) / 30, (18 - s[1]) / 18, 0, 1},
-                                            {(s[2] - 30) / 30, (18 - s[3]) / 18, 0, 1}, 2);
-        for (int i = 0; i < 4; ++i) {
-            Vector const& found = line.equations[1 + i];
-            Equation const& expected = exact.equations[i];
-            EXPECT_NEAR(found.x, expected[0], 1e-4);
-            EXPECT_NEAR(found.y, expected[1], 1e-4);
-            EXPECT_NEAR(found.z, expected[2], 1e-2) << "constants are differences of squares of pixels";
-        }
-    }
-}
-
-TEST(AntialiasLine, WritesTwiceAndNothingElse) {
-    Line const line(10, 9, 40, 12);
     for (int i = 0; i < 4; ++i) {
-        EXPECT_EQ(line.equations[1 + i], line.equations[5 + i]);
+        EXPECT_EQ(equations[1 + i], equations[5 + i]) << "each is written for both ends";
     }
-    EXPECT_EQ(line.equations[0], Vector());
-    EXPECT_EQ(line.equations[9], Vector());
-}
-
-TEST(AntialiasLine, EndsComeBackAsDeviceCoordinates) {
-    Matrix const toWindow = WindowMatrix();
-    Matrix fromWindow;
-    ASSERT_TRUE(Matrix4Inverse(toWindow, fromWindow));
-    Point p0(1, -2, 1.5f, 4);
-    Point p1(3, 1, 2.5f, 5);
-    Vector equations[8];
-    SpriteGL2::CalculateLineEq(toWindow, fromWindow, p0, p1, 2, equations, 0, 4);
-    float const expected[8] = {0.25f, -0.5f, 0.375f, 1, 0.6f, 0.2f, 0.5f, 1};
-    float const found[8] = {p0.x, p0.y, p0.z, p0.w, p1.x, p1.y, p1.z, p1.w};
-    for (int i = 0; i < 8; ++i) {
-        EXPECT_NEAR(found[i], expected[i], 1e-5);
-    }
+    EXPECT_EQ(equations[0], Vector());
+    EXPECT_EQ(equations[9], Vector());
 }
 
 TEST(AntialiasLine, DepthCountsInTheLength) {
@@ -174,12 +127,6 @@ TEST_F(Antialias, TheCoverageTableIsARaisedCosine) {
         double const angle = M_PI / 2 + (1 - double(i) / 32) * M_PI;
         EXPECT_EQ(level.bytes[i], static_cast<int>((std::sin(angle) + 1) * 0.5 * 255)) << i;
     }
-}
-
-TEST_F(Antialias, WithoutTheFlagThereIsOneDraw) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    Draw(*pSprite);
-    EXPECT_EQ(Lines("glDraw*"), (Strings{"glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"}));
 }
 
 TEST_F(Antialias, DrawsTheOutlineOfATexturedSpriteAfterIt) {

@@ -51,13 +51,6 @@ protected:
     Ref<CameraGL2> m_pCamera;
 };
 
-TEST_F(CameraTest, BothMatricesAreTheIdentityBeforeTheFirstUpdate) {
-    m_pCamera->GetNearProperty().SetValue(3);
-    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
-    EXPECT_EQ(m_pCamera->GetProjectionMatrix(), Matrix::Identity);
-    EXPECT_EQ(m_pCamera->GetViewMatrix(), Matrix::Identity);
-}
-
 TEST_F(CameraTest, AnOrthographicProjectionMapsTheRectangleWithItsTopUpward) {
     m_pCamera->GetOrthographicProperty().SetValue(true);
     m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(-10, 5, 30, 25));
@@ -72,11 +65,6 @@ TEST_F(CameraTest, AnOrthographicProjectionMapsTheRectangleWithItsTopUpward) {
     expected.m[1][3] = 30.0 / 20;
     expected.m[2][3] = -14.0 / 10;
     EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), expected));
-    ExactMatrix const projection(m_pCamera->GetProjectionMatrix());
-    ExactPoint const corner = projection * ExactPoint{-10, 5, -2, 1};
-    EXPECT_NEAR(corner[0], -1, 1e-6);
-    EXPECT_NEAR(corner[1], 1, 1e-6);
-    EXPECT_NEAR(corner[2], -1, 1e-6);
 }
 
 TEST_F(CameraTest, APerspectiveProjectionTakesTheVerticalFieldOfView) {
@@ -86,7 +74,6 @@ TEST_F(CameraTest, APerspectiveProjectionTakesTheVerticalFieldOfView) {
     m_pCamera->GetFarProperty().SetValue(500);
     Update();
     EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), Perspective(50, 1.5, 2, 500)));
-    EXPECT_EQ(m_pCamera->GetVerticalFieldOfViewProperty().GetValue(), 50);
 }
 
 TEST_F(CameraTest, AHorizontalFieldOfViewOverwritesTheVerticalOne) {
@@ -94,8 +81,7 @@ TEST_F(CameraTest, AHorizontalFieldOfViewOverwritesTheVerticalOne) {
         RealFloat horizontal, width, height;
         double vertical;
     };
-    Case const cases[] = {{90, 1, 1, 90},
-                          {60, 3, 2, 2 * std::atan(std::tan(M_PI / 6) / 1.5) * 180 / M_PI},
+    Case const cases[] = {{60, 3, 2, 2 * std::atan(std::tan(M_PI / 6) / 1.5) * 180 / M_PI},
                           {90, 1, 4, 2 * std::atan(4.0) * 180 / M_PI}};
     for (Case const& test : cases) {
         SCOPED_TRACE(test.vertical);
@@ -215,8 +201,10 @@ TEST_F(CameraTest, ACopyHasTheMatricesAndGoesItsOwnWay) {
     EXPECT_EQ(m_pCamera->GetProjectionMatrix(), before);
 }
 
-TEST_F(CameraTest, ACopyOfAStaleCameraIsStale) {
+TEST_F(CameraTest, BeforeTheFirstUpdateACameraAndItsCopyAreStale) {
+    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
     Ref<CameraGL2> const pCopy(static_cast<CameraGL2*>(m_pCamera->Clone()));
+    EXPECT_EQ(m_pCamera->GetViewMatrix(), Matrix::Identity);
     EXPECT_EQ(pCopy->GetProjectionMatrix(), Matrix::Identity);
     pCopy->Update(Device(), 0);
     EXPECT_TRUE(IsNear(pCopy->GetProjectionMatrix(), Perspective(45, 1, 1, 1000)));

@@ -158,13 +158,6 @@ TEST_F(Cameras, DepthTestingIsSwitchedOnlyWhenItChanges) {
     EXPECT_FALSE(Device().IsDepthTestEnabled());
 }
 
-TEST_F(Cameras, TheModelViewMatrixIsKeptAsItIs) {
-    EXPECT_EQ(Device().GetModelViewMatrix(), Matrix::Identity);
-    Matrix const matrix = Matrix4Translation(Vector3T<RealFloat>(1, 2, 3));
-    Device().SetModelViewMatrix(matrix);
-    EXPECT_EQ(Device().GetModelViewMatrix(), matrix);
-}
-
 TEST_F(Cameras, ProjectsUnitsToPixelsUnderTheDefaultCamera) {
     Device().SetViewport(0, 0, 640, 480);
     Device().SetCameraDepth(true);
@@ -180,11 +173,6 @@ TEST_F(Cameras, ProjectsUnitsToPixelsUnderTheDefaultCamera) {
         EXPECT_NEAR(pixel.x, test.pixel.x, 1e-2f);
         EXPECT_NEAR(pixel.y, test.pixel.y, 1e-2f);
     }
-    // The model comes first: a node moved by (10, 20) shows its origin there.
-    Vector2T<RealFloat> const moved =
-        Device().ProjectCoordinate(Matrix4Translation(Vector3T<RealFloat>(10, 20, 0)), Point(0, 0, 0, 1));
-    EXPECT_NEAR(moved.x, 10, 1e-2f);
-    EXPECT_NEAR(moved.y, 460, 1e-2f);
 }
 
 TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {

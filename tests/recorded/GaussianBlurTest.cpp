@@ -77,19 +77,12 @@ TEST_F(GaussianBlur, BlursDownThenAcrossAndMixesOverTheWindow) {
             float const steps = static_cast<float>(nTap);
             EXPECT_EQ(offset, (Floats{pass.x * steps, pass.y * steps}));
         }
-        EXPECT_EQ(draw.Values(0), (Floats{-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0}));
-        EXPECT_EQ(draw.Values(1), (Floats{0, 0, 0, 1, 1, 0, 1, 1}));
     }
     EXPECT_EQ(draws[3].state.framebuffer, 0u);
     EXPECT_EQ(draws[3].state.viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
     EXPECT_EQ(draws[3].Texture("sBlur"), across);
     EXPECT_EQ(draws[3].Texture("sSharp"), subtree);
     EXPECT_EQ(draws[3].Uniform("blendFactor"), Floats{1});
-    EXPECT_EQ(GetState().program, 0u);
-    EXPECT_EQ(Lines("glBindFramebuffer"),
-              (Strings{"glBindFramebuffer(GL_FRAMEBUFFER, 2)", "glBindFramebuffer(GL_FRAMEBUFFER, 1)",
-                       "glBindFramebuffer(GL_FRAMEBUFFER, 3)", "glBindFramebuffer(GL_FRAMEBUFFER, 4)",
-                       "glBindFramebuffer(GL_FRAMEBUFFER, 0)"}));
 }
 
 TEST_F(GaussianBlur, BindsAndSetsInAFixedOrder) {
@@ -123,6 +116,8 @@ TEST_F(GaussianBlur, BindsAndSetsInAFixedOrder) {
         "glUniform1i(sSharp, 1)", draw, none};
     EXPECT_TRUE(CallsAre(expected, CallsOf({"glBindFramebuffer", "glClear", "glViewport", "glUseProgram",
                                             "glUniform1f", "glUniform1i", "glUniform2f", "glDrawArrays"})));
+    EXPECT_EQ(Count("glGetUniformLocation"), 0u);
+    EXPECT_EQ(Count("glGen*"), 0u);
 }
 
 TEST_F(GaussianBlur, EndsOnTheWindowWhateverWasBound) {
@@ -161,15 +156,6 @@ TEST_F(GaussianBlur, ABlurInABlurLeavesTheOuterOneNothing) {
     EXPECT_EQ(GetState().program, 0u);
 }
 
-TEST_F(GaussianBlur, TheMixFollowsTheAmountUpToOne) {
-    for (float const amount : {0.25f, 0.5f, 1.0f, 1.5f}) {
-        SCOPED_TRACE(amount);
-        DrawBlurred(amount);
-        EXPECT_EQ(Draws().at(3).Uniform("blendFactor"), Floats{amount < 1 ? amount : 1});
-        EXPECT_EQ(Draws().at(2).Uniform("vOffset1"), (Floats{amount * (1.0f / Width), 0}));
-    }
-}
-
 TEST_F(GaussianBlur, WithoutAnAmountTheSubtreeIsDrawnAsEver) {
     for (float const amount : {0.0f, -2.0f}) {
         DrawBlurred(amount);
@@ -177,15 +163,6 @@ TEST_F(GaussianBlur, WithoutAnAmountTheSubtreeIsDrawnAsEver) {
         EXPECT_EQ(Count("glBindFramebuffer"), 0u);
         EXPECT_EQ(Draws()[0].state.framebuffer, 0u);
     }
-}
-
-TEST_F(GaussianBlur, ASteadyFrameMakesNothing) {
-    DrawBlurred(1);
-    ObjectCounts const textures = Counts(Object::Texture);
-    DrawBlurred(1.5f);
-    EXPECT_EQ(Count("glGen*"), 0u);
-    EXPECT_EQ(Count("glGetUniformLocation"), 0u);
-    EXPECT_EQ(Counts(Object::Texture).created, textures.created);
 }
 
 TEST_F(GaussianBlur, LeavesNothingButTheColoursOfItsTargets) {

@@ -45,15 +45,6 @@ protected:
         draw();
     }
 
-    /** The alphas of a stream of colours. */
-    static Floats AlphasOf(Floats const& colors) {
-        Floats alphas;
-        for (std::size_t i = 3; i < colors.size(); i += 4) {
-            alphas.push_back(colors[i]);
-        }
-        return alphas;
-    }
-
     std::string BindingOf(trevik::kelvo::TextureGL2& texture) {
         return "glBindTexture(GL_TEXTURE_2D, " + std::to_string(texture.GetGLTexture()) + ")";
     }

@@ -64,27 +64,6 @@ TEST_F(Masks, PushRaisesTheStencilInsideAndPopLowersItAgain) {
                  "glDisable(GL_STENCIL_TEST)", "glDepthMask(GL_TRUE)");
 }
 
-TEST_F(Masks, NestedMasksDrawAtTheirLevels) {
-    BringUp();
-    Ref<Mask> const pMask = MakeMask(0);
-    List<Mask*> outer, inner;
-    outer.Append(pMask.Get());
-    inner.Append(pMask.Get());
-    Device().PushMasks(outer);
-    Device().PushMasks(inner);
-    Device().PopMasks(inner);
-    // Between the two pops draws pass at the outer level again.
-    EXPECT_EQ(GetState().stencilFront.ref, 1);
-    EXPECT_TRUE(GetState().IsEnabled(GL_STENCIL_TEST));
-    Device().PopMasks(outer);
-    EXPECT_EQ(Lines("glStencilFunc"),
-              (Strings{"glStencilFunc(GL_EQUAL, 0, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)",
-                       "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 2, 0xFFFFFFFF)",
-                       "glStencilFunc(GL_EQUAL, 2, 0xFFFFFFFF)", "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)",
-                       "glStencilFunc(GL_EQUAL, 1, 0xFFFFFFFF)"}));
-    EXPECT_FALSE(GetState().IsEnabled(GL_STENCIL_TEST));
-}
-
 TEST_F(Masks, AreDrawnWithModelViewTimesProjection) {
     BringUp();
     Device().PushCamera2D(101, 101);

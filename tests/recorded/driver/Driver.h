@@ -88,7 +88,6 @@ struct Plan {
 struct Session {
     std::vector<Call> calls;
     bool noting = true;
-    bool snapshots = true;
 
     std::map<std::string, std::vector<Plan>, std::less<>> plans;
     std::map<GLenum, std::string> compileFailures;
@@ -96,7 +95,6 @@ struct Session {
     GLint emptyLogLength = 0;
     std::map<GLenum, GLint> limits;
     GLenum framebufferStatus = 0;
-    std::string extensions;
     std::vector<Config> configs = {{8, 8, 8, 8, 16, 4}, {8, 8, 8, 0, 16, 4}, {5, 6, 5, 0, 16, 4}};
     std::set<std::pair<std::size_t, EGLint>> failingConfigAttributes;
     std::set<std::string, std::less<>> hiddenProcedures;

@@ -126,7 +126,7 @@ void NoteDraw(Invocation& call, Draw draw) {
     if (program != call.Objects().programs.end())
         for (const Uniform& uniform : program->second.uniforms)
             draw.uniforms[uniform.name] = uniform.values;
-    for (GLuint i = 0; i < kVertexAttributes && call.GetSession().snapshots; ++i)
+    for (GLuint i = 0; i < kVertexAttributes; ++i)
         if (draw.state.attributes[i].enabled)
             draw.streams[i] = ReadStream(call.Objects(), draw.state.attributes[i], draw.indices);
     call.NoteDraw(std::make_shared<const Draw>(std::move(draw)));

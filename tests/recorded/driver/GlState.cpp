@@ -487,7 +487,8 @@ const GLubyte* glGetString(Invocation& call, GLenum name) {
         text = "OpenGL ES GLSL ES 1.00";
         break;
     case GL_EXTENSIONS:
-        text = call.GetSession().extensions.c_str();
+        text = "GL_OES_EGL_image GL_OES_compressed_ETC1_RGB8_texture GL_AMD_compressed_ATC_texture "
+               "GL_OES_depth_texture GL_OES_packed_depth_stencil GL_OES_depth24 GL_OES_texture_npot";
         break;
     default:
         call.Raise(GL_INVALID_ENUM);

@@ -44,8 +44,6 @@ Session::Session() {
               {GL_SAMPLES, 0},
               {GL_IMPLEMENTATION_COLOR_READ_FORMAT, GL_RGB},
               {GL_IMPLEMENTATION_COLOR_READ_TYPE, GL_UNSIGNED_BYTE}};
-    extensions = "GL_OES_EGL_image GL_OES_compressed_ETC1_RGB8_texture GL_AMD_compressed_ATC_texture "
-                 "GL_OES_depth_texture GL_OES_packed_depth_stencil GL_OES_depth24 GL_OES_texture_npot";
     lastUsed = contextless;
 }
 

@@ -238,11 +238,6 @@ std::optional<Texture> FindTexture(GLuint name) {
     return CopyOf(TheDriver().Meant()->objects->textures.Share(name));
 }
 
-std::optional<Renderbuffer> FindRenderbuffer(GLuint name) {
-    const Lock lock(TheDriver().mutex);
-    return CopyOf(TheDriver().Meant()->objects->renderbuffers.Share(name));
-}
-
 std::optional<Framebuffer> FindFramebuffer(GLuint name) {
     const Lock lock(TheDriver().mutex);
     return CopyOf(TheDriver().Meant()->framebuffers.Share(name));
@@ -329,11 +324,6 @@ void SetFramebufferStatus(GLenum status) {
     TheSession().framebufferStatus = status;
 }
 
-void SetExtensions(const std::string& extensions) {
-    const Lock lock(TheDriver().mutex);
-    TheSession().extensions = extensions;
-}
-
 void SetConfigs(const std::vector<Config>& configs) {
     const Lock lock(TheDriver().mutex);
     TheSession().configs = configs;
@@ -361,11 +351,6 @@ void SetProcAddress(const std::string& name, bool present) {
         TheSession().hiddenProcedures.erase(name);
     else
         TheSession().hiddenProcedures.insert(name);
-}
-
-void SetVertexSnapshots(bool enabled) {
-    const Lock lock(TheDriver().mutex);
-    TheSession().snapshots = enabled;
 }
 
 } // namespace recording

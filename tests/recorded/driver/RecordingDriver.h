@@ -362,7 +362,6 @@ ObjectCounts Counts(Object object);
 /** The names in use, ascending; names that were generated and never bound are among them. */
 std::vector<GLuint> LiveNames(Object object);
 std::optional<Texture> FindTexture(GLuint name);
-std::optional<Renderbuffer> FindRenderbuffer(GLuint name);
 std::optional<Framebuffer> FindFramebuffer(GLuint name);
 std::optional<Shader> FindShader(GLuint name);
 std::optional<Program> FindProgram(GLuint name);
@@ -414,7 +413,6 @@ void SetShaderCompiler(bool present);
 void SetError(GLenum error);
 /** What glCheckFramebufferStatus answers; 0 (initial): what the attachments amount to. */
 void SetFramebufferStatus(GLenum status);
-void SetExtensions(const std::string& extensions);
 
 struct Config {
     int red = 8;
@@ -437,11 +435,6 @@ EGLConfig ConfigHandle(std::size_t index);
 void SetWindowSize(int width, int height);
 /** Whether eglGetProcAddress knows a function; initially all of them. */
 void SetProcAddress(const std::string& name, bool present);
-/**
- * Whether draw calls read their vertices; initially they do. Switch it off where a test draws with an array
- * that was left enabled over memory which is gone.
- */
-void SetVertexSnapshots(bool enabled);
 
 // ---- Names
 
