@@ -123,26 +123,6 @@ TEST_F(DrawnNinePatch, BordersKeepTheirTexelsAtEveryScale) {
     }
 }
 
-TEST_F(DrawnNinePatch, OrnamentsBetweenTwoBandsStayInTheMiddleAtTheirSize) {
-    Open();
-    // A cross of 3 texels, with a band of 2 on each side of it.
-    Image picture(11, 11, Pixel{255, 0, 0, 255});
-    picture.Fill(4, 0, 3, 11, Pixel{0, 0, 255, 255});
-    picture.Fill(0, 4, 11, 3, Pixel{0, 0, 255, 255});
-    Ref<NinePatchSpriteGL2> const pPatch =
-        AddPatch(1, 1, picture, Vector(1, 1, 1), {{1, 2}, {8, 2}}, {{1, 2}, {8, 2}});
-    for (RealFloat scale : {RealFloat(25) / 11, RealFloat(31) / 11, RealFloat(35) / 11}) {
-        int const size = static_cast<int>(std::lround(11 * scale));
-        SCOPED_TRACE(size);
-        pPatch->GetScaleProperty().SetValue(Vector(scale, scale, 1));
-        Canvas canvas(Width, Height, {0, 0, 0, 1});
-        canvas.Blend(1, 1, size, size, {1, 0, 0});
-        canvas.Blend(1 + (size - 3) / 2, 1, 3, size, {0, 0, 1});
-        canvas.Blend(1, 1 + (size - 3) / 2, size, 3, {0, 0, 1});
-        EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), {2, 0.5, "places of fractions"}));
-    }
-}
-
 TEST_F(DrawnNinePatch, ChangingTheScaleMovesTheBordersAtOnce) {
     Open();
     // A frame of one colour around another: its width tells whether the grid is that of this scale.

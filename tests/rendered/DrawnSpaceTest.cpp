@@ -139,13 +139,8 @@ TEST_F(DrawnSpace, ATimelinesCameraIsForItsChildrenAlone) {
     AddSprite(*pInmost, 40, 40, 30, 20, {0, 1, 0});
     AddSprite(*pInner, 30, 1, 6, 4, {1, 0, 0});
     AddSprite(Root(), 50, 30, 6, 4, {0, 0, 1});
-    Image flipped(9, 5);
-    for (int y = 0; y < 5; ++y) {
-        for (int x = 0; x < 9; ++x)
-            flipped.At(x, y) = picture.At(x, 4 - y);
-    }
     Canvas canvas(Width, Height, Black);
-    canvas.Blend(3, Height - 2 - 5, flipped);
+    canvas.Blend(3, Height - 2 - 5, Flip(picture));
     canvas.Blend(20, 20, 15, 10, {0, 1, 0});
     canvas.Blend(30, Height - 1 - 4, 6, 4, {1, 0, 0});
     canvas.Blend(50, 30, 6, 4, {0, 0, 1});

@@ -2,8 +2,6 @@
 
 #include "Stage.h"
 
-#include "trevik/kelvo/Mask.h"
-
 #include <algorithm>
 #include <cmath>
 
@@ -80,14 +78,7 @@ TEST_F(DrawnSprite, APictureWithRowsOfOddBytesIsNotSkewed) {
 TEST_F(DrawnSprite, OnlyTheUsedPartOfATextureShows) {
     Open();
     Image const picture = MakePicture(11, 7);
-    Image padded(16, 32, Pixel{255, 0, 255, 255});
-    for (int y = 0; y < 7; ++y) {
-        for (int x = 0; x < 11; ++x)
-            padded.At(x, y) = picture.At(x, y);
-    }
-    Ref<Texture> const pTexture = MakeTexture(padded);
-    pTexture->SetUsedSize(11, 7);
-    AddSprite(Root(), 4, 6, pTexture);
+    AddSprite(Root(), 4, 6, MakePaddedTexture(picture));
     Canvas canvas(Width, Height, Black);
     canvas.Blend(4, 6, picture);
     EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
@@ -321,34 +312,6 @@ TEST_F(DrawnSprite, EachSurfaceFormatShowsThePicture) {
         Root().Detach(pBack.Get());
         Root().Detach(pFront.Get());
     }
-}
-
-TEST_F(DrawnSprite, NestedMasksCutWhatIsBelowThem) {
-    Open();
-    auto const addMask = [](Node& node, float x, float y, float width, float height) {
-        Vector const corners[] = {{x, y, 0},          {x + width, y, 0}, {x, y + height, 0},
-                                  {x, y + height, 0}, {x + width, y, 0}, {x + width, y + height, 0}};
-        Ref<Mask> const pMask(new Mask);
-        ASSERT_TRUE(pMask->SetTriangles(corners, 6));
-        node.AddMask(pMask.Get());
-    };
-    Ref<Timeline> const pOuter(static_cast<Timeline*>(m_registry.Create(trevik::HashName("Timeline"))));
-    Ref<Timeline> const pInner(static_cast<Timeline*>(m_registry.Create(trevik::HashName("Timeline"))));
-    pOuter->GetPositionProperty().SetValue(Vector(10, 5, 0));
-    addMask(*pOuter, 0, 0, 30, 20);
-    addMask(*pInner, 20, 10, 30, 20);
-    Root().Attach(pOuter.Get());
-    AddSprite(*pOuter, -10, -5, Width, Height, {1, 0, 0});
-    pOuter->Attach(pInner.Get());
-    AddSprite(*pInner, -10, -5, Width, Height, {0, 1, 0});
-    AddSprite(*pOuter, 0, 0, 4, 4, {1, 1, 0});
-    AddSprite(Root(), 50, 30, 8, 6, {0, 0, 1}); // after both, uncut
-    Canvas canvas(Width, Height, Black);
-    canvas.Blend(10, 5, 30, 20, {1, 0, 0});
-    canvas.Blend(30, 15, 10, 10, {0, 1, 0});
-    canvas.Blend(10, 5, 4, 4, {1, 1, 0});
-    canvas.Blend(50, 30, 8, 6, {0, 0, 1});
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture()));
 }
 
 } // namespace

@@ -22,13 +22,18 @@ protected:
 
     void SetUp() override { Open(); }
 
+    static unsigned char* Lock(Texture& texture, SurfaceInfo& info) {
+        void* const pPixels = texture.Lock();
+        EXPECT_TRUE(texture.GetSurfaceInfo(&info));
+        return static_cast<unsigned char*>(pPixels);
+    }
+
     /** Writes a picture of 8 bits a channel into the surface to write next: the first row in memory is the
         lower one. */
     static void Write(Texture& texture, Image const& picture) {
         SurfaceInfo info = {};
-        auto* const pPixels = static_cast<unsigned char*>(texture.Lock());
+        unsigned char* const pPixels = Lock(texture, info);
         ASSERT_NE(pPixels, nullptr);
-        ASSERT_TRUE(texture.GetSurfaceInfo(&info));
         for (int y = 0; y < picture.Height(); ++y) {
             std::memcpy(pPixels + (picture.Height() - 1 - y) * info.m_nStride, &picture.At(0, y),
                         std::size_t(picture.Width()) * 4);
@@ -101,12 +106,7 @@ TEST_F(DrawnSurface, DemotedShowsThePixelsThatWereWrittenNext) {
     Write(*pTexture, written);
     ASSERT_TRUE(pTexture->Demote());
     // The same rows in memory, in a texture whose first row is the upper one.
-    Image turned(PictureWidth, PictureHeight);
-    for (int y = 0; y < PictureHeight; ++y) {
-        for (int x = 0; x < PictureWidth; ++x)
-            turned.At(x, y) = written.At(x, PictureHeight - 1 - y);
-    }
-    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(turned), Rounding));
+    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Flip(written)), Rounding));
 }
 
 TEST_F(DrawnSurface, EachFormatShowsItsColours) {
@@ -135,9 +135,8 @@ TEST_F(DrawnSurface, EachFormatShowsItsColours) {
         if (!pTexture->Promote(false))
             GTEST_SKIP() << "no images of graphic buffers";
         SurfaceInfo info = {};
-        auto* const pPixels = static_cast<unsigned char*>(pTexture->Lock());
+        unsigned char* const pPixels = Lock(*pTexture, info);
         ASSERT_NE(pPixels, nullptr);
-        ASSERT_TRUE(pTexture->GetSurfaceInfo(&info));
         for (int y = 0; y < info.m_nHeight; ++y) {
             for (int x = 0; x < info.m_nWidth; ++x) {
                 std::memcpy(pPixels + y * info.m_nStride + x * int(each.bytes.size()), each.bytes.data(),

@@ -148,14 +148,9 @@ TEST_F(DrawnReadBack, AReadingDrawnAgainStandsOnItsHead) {
     DrawFrame();
     Ref<Sprite> const pCopy = AddSprite(Root(), 30, 3, m_readings.at(0));
     m_rectangles.clear();
-    Image flipped(20, 10);
-    for (int y = 0; y < 10; ++y) {
-        for (int x = 0; x < 20; ++x)
-            flipped.At(x, y) = picture.At(x, 9 - y);
-    }
     Canvas canvas(Width, Height, {0, 0, 0, 1});
     canvas.Blend(0, Height - 10, picture);
-    canvas.Blend(30, 3, flipped);
+    canvas.Blend(30, 3, Flip(picture));
     EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
 }
 

@@ -123,10 +123,12 @@ private:
         glyph.m_nOffsetX = source.offsetX;
         glyph.m_nOffsetY = source.offsetY;
         glyph.m_nAdvance = source.advance;
-        if (glyph.m_nWidth > 0)
-            glyph.m_pTexture = MakeTexture(source.coverage);
         glyph.m_textureRectangle[2] = glyph.m_textureRectangle[3] = 1;
         glyph.m_fImage = source.fPicture;
+        if (source.fPicture)
+            glyph.m_pTexture = MakePaddedTexture(source.coverage);
+        else if (glyph.m_nWidth > 0)
+            glyph.m_pTexture = MakeTexture(source.coverage);
         return glyph;
     }
 };
@@ -203,18 +205,6 @@ TEST_F(DrawnText, GlyphsAreThePixelsThatFreeTypeMakes) {
         EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding, std::to_string(test.size)));
         Root().Detach(pText.Get());
     }
-}
-
-TEST_F(DrawnText, HandMadeGlyphsAreUprightAndStandOnTheBaseline) {
-    Ref<BitmapFont> const pFont = MakeFont(
-        {{u'a', Slope(9, 13), 0, 0, 11}, {u'b', Slope(7, 5), 2, 3, 8}, {u'c', Slope(12, 6), -3, -7, 10}});
-    AddText(pFont.Get(), u"abca", 10, 40);
-    Canvas canvas(TextWidth, TextHeight, Black);
-    canvas.Blend(10, 40, Slope(9, 13));
-    canvas.Blend(10 + 11 + 2, 40 - 3, Slope(7, 5));
-    canvas.Blend(10 + 19 - 3, 40 + 7, Slope(12, 6));
-    canvas.Blend(10 + 29, 40, Slope(9, 13));
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
 }
 
 TEST_F(DrawnText, CornersHaveTheirOwnColours) {
@@ -352,18 +342,6 @@ TEST_F(DrawnText, PicturesKeepTheirColoursAndFadeWithTheText) {
     for (int x : {13, 41}) // pictures cast no shadow
         canvas.Blend(x, 55, 6, 9, {0, 1, 0, 0.375});
     EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
-}
-
-TEST_F(DrawnText, FontSizeAndScaleEnlargeAlike) {
-    Ref<BitmapFont> const pFont = MakeFont({{u'a', Slope(9, 13), 1, 2, 11}, {u'b', Slope(7, 5), 2, 3, 8}});
-    Ref<Text> const pText = AddText(pFont.Get(), u"abba", 10, 40);
-    Image const small = DrawFrame();
-    pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(40, 24));
-    Image const sized = DrawFrame();
-    pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>());
-    pText->GetScaleProperty().SetValue(Vector(2.5f, 1.5f, 1));
-    EXPECT_TRUE(CompareImages(DrawFrame(), sized, {2, 0.1, "matrices are multiplied in another order"}));
-    EXPECT_FALSE(CompareImages(small, sized, {60, 5, "they differ"}));
 }
 
 /** The mean of what is drawn of a text at places a quarter of a pixel apart, which is its coverage. */

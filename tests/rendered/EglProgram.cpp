@@ -2,6 +2,17 @@
 
 namespace kelvo::test {
 
+namespace {
+
+void Attach(GLuint program, GLenum type, char const* source) {
+    GLuint const shader = glCreateShader(type);
+    glShaderSource(shader, 1, &source, nullptr);
+    glCompileShader(shader);
+    glAttachShader(program, shader);
+}
+
+} // namespace
+
 void EglProgram::SetUp() {
     m_display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     ASSERT_NE(m_display, EGL_NO_DISPLAY);
@@ -61,6 +72,22 @@ void EglProgram::Bind(EGLSurface surface) const {
 void EglProgram::Clear(Pixel colour) const {
     glClearColor(colour.r / 255.0f, colour.g / 255.0f, colour.b / 255.0f, colour.a / 255.0f);
     glClear(GL_COLOR_BUFFER_BIT);
+}
+
+void EglProgram::StartProgram(char const* fragmentSource) {
+    GLuint const program = glCreateProgram();
+    Attach(program, GL_VERTEX_SHADER,
+           "attribute vec2 position; varying vec2 place; void main() {"
+           "place = vec2(0.5 + 0.5 * position.x, 0.5 - 0.5 * position.y);"
+           "gl_Position = vec4(position, 0.0, 1.0); }");
+    Attach(program, GL_FRAGMENT_SHADER, fragmentSource);
+    glBindAttribLocation(program, 0, "position");
+    glLinkProgram(program);
+    glUseProgram(program);
+    static constexpr float s_corners[] = {-1, -1, -1, 1, 1, -1, 1, 1};
+    glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, s_corners);
+    glEnableVertexAttribArray(0);
+    EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
 Image FrameOf(ANativeWindow const& window) {

@@ -46,6 +46,11 @@ protected:
     /** Binds the surface for reading and drawing to the context that is current. */
     void Bind(EGLSurface surface) const;
     void Clear(Pixel colour) const;
+    /**
+     * Makes a program current whose triangle strip of four vertices covers the window; its fragment shader
+     * may take `place`, from (0, 0) in the upper left corner to (1, 1).
+     */
+    static void StartProgram(char const* fragmentSource);
 
     EGLDisplay m_display = EGL_NO_DISPLAY;
 };

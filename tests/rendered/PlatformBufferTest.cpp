@@ -87,30 +87,12 @@ protected:
         Fill(buffer, std::vector<std::uint8_t>{colour.r, colour.g, colour.b, colour.a});
     }
 
-    static void Attach(GLuint program, GLenum type, char const* source) {
-        GLuint const shader = glCreateShader(type);
-        glShaderSource(shader, 1, &source, nullptr);
-        glCompileShader(shader);
-        glAttachShader(program, shader);
-    }
-
     /** Covers the window with the texture, t = 0 at the top. */
     void Draw(GLuint texture) {
-        if (m_program == 0) {
-            m_program = glCreateProgram();
-            Attach(m_program, GL_VERTEX_SHADER,
-                   "attribute vec2 position; varying vec2 place; void main() {"
-                   "place = vec2(0.5 + 0.5 * position.x, 0.5 - 0.5 * position.y);"
-                   "gl_Position = vec4(position, 0.0, 1.0); }");
-            Attach(m_program, GL_FRAGMENT_SHADER,
-                   "precision highp float; varying vec2 place; uniform sampler2D picture;"
-                   "void main() { gl_FragColor = texture2D(picture, place); }");
-            glBindAttribLocation(m_program, 0, "position");
-            glLinkProgram(m_program);
-            glUseProgram(m_program);
-            static constexpr float s_corners[] = {-1, -1, -1, 1, 1, -1, 1, 1};
-            glVertexAttribPointer(0, 2, GL_FLOAT, GL_FALSE, 0, s_corners);
-            glEnableVertexAttribArray(0);
+        if (!m_fProgram) {
+            StartProgram("precision highp float; varying vec2 place; uniform sampler2D picture;"
+                         "void main() { gl_FragColor = texture2D(picture, place); }");
+            m_fProgram = true;
         }
         glBindTexture(GL_TEXTURE_2D, texture);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
@@ -131,7 +113,7 @@ protected:
 
     desktop::OffscreenWindow m_window{Width, Height};
     EGLSurface m_surface = EGL_NO_SURFACE;
-    GLuint m_program = 0;
+    bool m_fProgram = false;
     PFNEGLCREATEIMAGEKHRPROC m_createImage = nullptr;
     PFNEGLDESTROYIMAGEKHRPROC m_destroyImage = nullptr;
     PFNGLEGLIMAGETARGETTEXTURE2DOESPROC m_targetTexture = nullptr;

@@ -129,9 +129,6 @@ TEST_F(PlatformImage, OfAndroidsBuffersIsRefusedAndOthersAreTheDrivers) {
     EXPECT_EQ(createImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, &something, nullptr),
               EGL_NO_IMAGE_KHR);
     EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
-    EXPECT_EQ(eglCreateImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, &something, nullptr),
-              EGL_NO_IMAGE);
-    EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
 
     desktop::OffscreenWindow window(4, 4);
     StartDrawing(Config(), window);

@@ -158,22 +158,6 @@ TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
     EXPECT_EQ(errors[1], EGL_BAD_NATIVE_WINDOW);
 }
 
-TEST_F(PlatformWindow, TakesOverFromAnotherWhoseSurfaceStays) {
-    OffscreenWindow before(8, 6);
-    OffscreenWindow after(12, 4);
-    before.SetCapture(true);
-    after.SetCapture(true);
-    EGLConfig const config = Config();
-    EGLSurface const oldSurface = StartDrawing(config, before);
-    ASSERT_TRUE(eglSwapBuffers(m_display, oldSurface));
-    EGLSurface const surface = Surface(config, &after);
-    Bind(surface);
-    Clear(Blue);
-    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
-    EXPECT_EQ(before.frameCount, 1u);
-    EXPECT_TRUE(CompareImages(FrameOf(after), Image(12, 4, Blue)));
-}
-
 TEST_F(PlatformWindow, SwapWantsTheCurrentDrawSurfaceOfALivingWindow) {
     OffscreenWindow current(8, 6);
     OffscreenWindow other(8, 6);

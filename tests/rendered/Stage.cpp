@@ -149,6 +149,17 @@ Ref<Texture> Stage::MakeTexture(Image const& picture) {
                                   &picture.At(0, 0), picture.Width() * 4);
 }
 
+Ref<Texture> Stage::MakePaddedTexture(Image const& picture) {
+    Image padded(2 * picture.Width(), picture.Height() + 3, Pixel{255, 0, 255, 255});
+    for (int y = 0; y < picture.Height(); ++y) {
+        for (int x = 0; x < picture.Width(); ++x)
+            padded.At(x, y) = picture.At(x, y);
+    }
+    Ref<Texture> const pTexture = MakeTexture(padded);
+    pTexture->SetUsedSize(picture.Width(), picture.Height());
+    return pTexture;
+}
+
 Image Stage::DrawFrame(bool fAlphaTest) {
     m_pRoot->Update(*m_pDevice, m_pRoot->GetFrame(), 0, false);
     m_pDevice->Clear();
@@ -175,6 +186,15 @@ Image MakePicture(int width, int height) {
         }
     }
     return picture;
+}
+
+Image Flip(Image const& picture) {
+    Image flipped(picture.Width(), picture.Height());
+    for (int y = 0; y < picture.Height(); ++y) {
+        for (int x = 0; x < picture.Width(); ++x)
+            flipped.At(x, y) = picture.At(x, picture.Height() - 1 - y);
+    }
+    return flipped;
 }
 
 Canvas::Canvas(int width, int height, Shade const& clear)

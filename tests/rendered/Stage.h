@@ -74,6 +74,8 @@ protected:
                                          Ref<trevik::kelvo::Texture> const& pTexture);
     /** A texture with a picture's pixels, 8 bits each. */
     static Ref<trevik::kelvo::Texture> MakeTexture(Image const& picture);
+    /** The same with pixels of another colour to the right of the picture and below it. */
+    static Ref<trevik::kelvo::Texture> MakePaddedTexture(Image const& picture);
 
     /** Updates and draws the root, all of it with the alpha test or all without, and shows the frame. */
     Image DrawFrame(bool fAlphaTest = false);
@@ -98,6 +100,9 @@ private:
 
 /** A picture in which no two pixels are alike, whichever way it is turned. */
 Image MakePicture(int width, int height);
+
+/** A picture upside down. */
+Image Flip(Image const& picture);
 
 /**
  * What a person should see, put together by the definition of straight-alpha blending, in double precision.
