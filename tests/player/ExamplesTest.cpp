@@ -21,8 +21,8 @@ namespace {
 
 using trevik::kelvo::assets::testing::TemporaryFolder;
 
-/** The scenes that show what the format can say, in order. */
-std::vector<std::string> ListFormatExamples() {
+/** All scenes of the examples but those that need a program of their own, in order. */
+std::vector<std::string> ListExamples() {
     std::vector<std::string> names;
     for (auto const& file : std::filesystem::directory_iterator(KELVO_EXAMPLES "/format")) {
         if (file.path().extension() == ".json") {
@@ -31,6 +31,9 @@ std::vector<std::string> ListFormatExamples() {
     }
     std::sort(names.begin(), names.end());
     EXPECT_GE(names.size(), 12u);
+    for (char const* pName : {"showcase", "masks", "panels", "edges", "text", "blend", "blur"}) {
+        names.push_back(std::string(pName) + "/scene.json");
+    }
     return names;
 }
 
@@ -50,30 +53,25 @@ std::string ReadWhole(std::string const& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
-TEST(Examples, PlayWithoutComplaint) {
-    for (std::string const& name : ListFormatExamples()) {
-        Picture const picture = PictureOf(name, 0);
-        Colour const corner = picture.At(0, 0);
-        bool fDrawn = false;
-        for (int n = 0; n < picture.nWidth * picture.nHeight && !fDrawn; ++n) {
-            fDrawn = !(picture.At(n % picture.nWidth, n / picture.nWidth) == corner);
-        }
-        EXPECT_TRUE(fDrawn) << name;
-    }
-}
-
-TEST(Examples, PlayTheSameFromTheirBinaryFiles) {
-    for (std::string const& name : ListFormatExamples()) {
+TEST(Examples, PlayWithoutComplaintAndTheSameFromTheirBinaryFiles) {
+    for (std::string const& name : ListExamples()) {
+        SCOPED_TRACE(name);
         TemporaryFolder const folder; // where none of the scene's files are
         std::string const binary = folder.Path("scene.kelvo");
         Outcome const saved = Play(
             {KELVO_EXAMPLES "/" + name, "--frames", "7", "--save", binary, "--out", folder.Path("text.png")});
         ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
+        EXPECT_EQ(saved.errors, "");
         Outcome const played = Play({binary, "--frames", "7", "--out", folder.Path("binary.png")});
         ASSERT_EQ(played.nExitCode, 0) << played.errors;
-        EXPECT_EQ(played.errors, "") << name;
-        EXPECT_EQ(ReadPicture(folder.Path("binary.png")).pixels, ReadPicture(folder.Path("text.png")).pixels)
-            << name;
+        EXPECT_EQ(played.errors, "");
+        Picture const picture = ReadPicture(folder.Path("text.png"));
+        EXPECT_EQ(ReadPicture(folder.Path("binary.png")).pixels, picture.pixels);
+        Picture blank = picture;
+        for (std::size_t n = 4; n < blank.pixels.size(); ++n) {
+            blank.pixels[n] = blank.pixels[n - 4];
+        }
+        EXPECT_NE(picture.pixels, blank.pixels) << "nothing is drawn";
     }
 }
 
@@ -89,13 +87,9 @@ TEST(Examples, ShowWhatTheySay) {
         {"alpha-test-group", 0, 190, 45, {0xb2, 0x3a, 0x48, 255}, "in the group they do not"},
         {"masks", 0, 20, 20, {0x22, 0x22, 0x3b, 255}, "outside of the timeline's mask"},
         {"masks", 0, 85, 150, {0x17, 0x43, 0x56, 255}, "inside of it: the sea of the card"},
-        {"masks", 0, 292, 20, {0x22, 0x22, 0x3b, 255}, "outside of the sprite's mask"},
         {"masks", 0, 330, 100, {0xe7, 0x6f, 0x51, 255}, "inside of the outermost of three masks"},
-        {"masks", 0, 330, 30, {0x22, 0x22, 0x3b, 255}, "outside of it"},
         {"masks", 0, 375, 100, {0x8e, 0xca, 0xe6, 255}, "inside of all three"},
         {"masks", 0, 375, 144, {0x22, 0x22, 0x3b, 255}, "outside of the innermost only"},
-        {"masks", 0, 350, 100, {0x22, 0x22, 0x3b, 255}, "outside of the one between only"},
-        {"masks", 0, 425, 100, {0x22, 0x22, 0x3b, 255}, "outside of the outermost only"},
         {"sprite", 0, 50, 45, {0x2a, 0x9d, 0x8f, 255}, "a sprite in one colour"},
         {"sprite", 0, 243, 140, {0x1d, 0x2b, 0x40, 255}, "the clear corner of a star that is seen through"},
         {"sprite", 0, 264, 161, {0x77, 0x80, 0x8c, 255}, "a child fades with its parent: 0.4 of white"},
@@ -241,20 +235,6 @@ TEST(Examples, TextsStandWhereTheyAreAligned) {
     EXPECT_LT(right.nBottom, 250);
     Extent const title = FindExtent(picture, {0, 0, 479, 60});
     EXPECT_NEAR(title.nLeft, 479 - title.nRight, 16) << "letter spacing and shadow reach to the right";
-}
-
-TEST(Examples, ShowcaseMatchesItsPicture) {
-    Picture const committed = ReadPicture(KELVO_EXAMPLES "/../docs/images/showcase.png");
-    Picture const drawn = PictureOf("showcase/scene.json", 62);
-    ASSERT_EQ(drawn.nWidth, committed.nWidth);
-    ASSERT_EQ(drawn.nHeight, committed.nHeight);
-    // Another driver rounds otherwise, and moves edges by a part of a pixel: few pixels may differ, and
-    // little in the mean.
-    double sum = 0;
-    for (std::size_t n = 0; n < drawn.pixels.size(); ++n) {
-        sum += std::abs(drawn.pixels[n] - committed.pixels[n]);
-    }
-    EXPECT_LT(sum / static_cast<double>(drawn.pixels.size()), 0.5);
 }
 
 TEST(Examples, FilesAreUpToDate) {

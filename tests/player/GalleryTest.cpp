@@ -1,5 +1,4 @@
-// The scenes of the README's gallery: they play, move and look as its pictures say, from text and from binary
-// files.
+// The scenes of the README's gallery: they play, move and look as its pictures say.
 
 #include "Picture.h"
 #include "ProcessRunner.h"
@@ -25,8 +24,9 @@ struct GalleryScene {
 
 // Another driver rounds otherwise and moves edges by a part of a pixel; another version of FreeType moves
 // those of letters.
-GalleryScene const Scenes[] = {{"masks", 20, 1, 0.5}, {"panels", 72, 1, 0.5}, {"edges", 25, 4, 0.5},
-                               {"text", 89, 1, 2},    {"blend", 20, 1, 0.5},  {"blur", 70, 1, 0.5}};
+GalleryScene const Scenes[] = {{"masks", 20, 1, 0.5},   {"panels", 72, 1, 0.5}, {"edges", 25, 4, 0.5},
+                               {"text", 89, 1, 2},      {"blend", 20, 1, 0.5},  {"blur", 70, 1, 0.5},
+                               {"showcase", 62, 1, 0.5}};
 
 std::string PathOf(std::string const& scene) {
     return KELVO_EXAMPLES "/" + scene + "/scene.json";
@@ -60,18 +60,6 @@ TEST(Gallery, ShowsWhatThePlayerDraws) {
         Picture const shown = ReadPicture(KELVO_EXAMPLES "/../docs/images/" + scene.name + ".png");
         EXPECT_LT(MeanDifference(Draw(PathOf(scene.name), scene.nFrame), shown, scene.nTimes), scene.rMean)
             << scene.name << ": scripts/make-example-assets makes its picture anew";
-    }
-}
-
-TEST(Gallery, PlaysTheSameFromBinaryFiles) {
-    for (GalleryScene const& scene : Scenes) {
-        TemporaryFolder const folder; // where none of the scene's files are
-        std::string const binary = folder.Path("scene.kelvo");
-        Outcome const saved = Play({PathOf(scene.name), "--frames", std::to_string(scene.nFrame), "--save",
-                                    binary, "--out", folder.Path("text.png")});
-        ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
-        Picture const drawn = Draw(binary, scene.nFrame);
-        EXPECT_EQ(Difference(drawn, ReadPicture(folder.Path("text.png"))), 0) << scene.name;
     }
 }
 
