@@ -50,28 +50,23 @@ protected:
     Glyph m_glyph;
 };
 
-TEST_F(PolygonalFontTest, DrawsAMeshAsItIsStoredUnderTheDevicesTransform) {
-    RenderGlyph();
-    recording::Draw const draw = Draws().at(0);
-    EXPECT_EQ(draw.indices, (std::vector<GLuint>{2, 1, 0, 3, 2, 1}));
-    EXPECT_EQ(draw.Values(0), (Floats{7, 8, 9, 4, 5, 6, 1, 2, 3, 10, 11, 12, 7, 8, 9, 4, 5, 6}));
-    Matrix4T<RealFloat> const transform = Transform();
-    EXPECT_EQ(draw.Uniform("mWorldToView"), Floats(transform.m, transform.m + 16));
-    EXPECT_EQ(draw.Uniform("vColor"), (Floats{0.125f, 0.375f, 0.625f, 0.5f}));
-}
-
-TEST_F(PolygonalFontTest, AGlyphIsOneIndexedDrawInTheBlendingInForce) {
+TEST_F(PolygonalFontTest, AGlyphIsOneIndexedDrawOfAMeshAsItIsStored) {
     RenderGlyph();
     RenderGlyph(); // uniforms are known
-    // The projection goes to a uniform that the program does not have.
+    // The blending in force stays; the projection goes to a uniform that the program does not have.
     EXPECT_CALLS("glUseProgram(" + std::to_string(ProgramName(1)) + ")", "glEnableVertexAttribArray(0)",
                  "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)", "glUniformMatrix4fv(-1, 1, GL_FALSE, *)",
                  "glUniform4f(vColor, 0.125, 0.375, 0.625, 0.5)",
                  "glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
                  "glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, *)");
+    EXPECT_TRUE(Errors().empty());
+    Matrix4T<RealFloat> const transform = Transform();
     Matrix4T<RealFloat> const projection = Device().GetProjectionMatrix();
     EXPECT_EQ(LastCall("glUniformMatrix4fv(-1, *)").floats, Floats(projection.m, projection.m + 16));
-    EXPECT_TRUE(Errors().empty());
+    recording::Draw const draw = Draws().at(0);
+    EXPECT_EQ(draw.Uniform("mWorldToView"), Floats(transform.m, transform.m + 16));
+    EXPECT_EQ(draw.indices, (std::vector<GLuint>{2, 1, 0, 3, 2, 1}));
+    EXPECT_EQ(draw.Values(0), (Floats{7, 8, 9, 4, 5, 6, 1, 2, 3, 10, 11, 12, 7, 8, 9, 4, 5, 6}));
 }
 
 TEST_F(PolygonalFontTest, PositionOriginAndSizeDoNotMoveAGlyph) {

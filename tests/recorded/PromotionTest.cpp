@@ -275,23 +275,6 @@ TEST_F(Promotion, BrokenInvariantsAreReported) {
     expect("src/Android/EGLImageImpl:51: !IsLocked()");
 }
 
-TEST_F(Promotion, ABufferThatIsStillSharedWhenItsImageGoesIsReported) {
-    Ref<TextureGL2> pTexture = MakeTexture();
-    ASSERT_TRUE(pTexture->Promote(false));
-    ::android::sp<::android::GraphicBuffer> const pShared(Buffers().at(0));
-    pTexture.Reset();
-    EXPECT_EQ(m_diagnostics.Failures(),
-              Strings{"src/Android/EGLImageImpl:46: graphicBuffer.get() == __null || "
-                      "graphicBuffer->getStrongCount() == 1"});
-}
-
-TEST_F(Promotion, OffTheRenderThreadIsReported) {
-    Ref<TextureGL2> const pTexture = MakeTexture();
-    std::thread([&] { pTexture->Promote(false); }).join();
-    EXPECT_EQ(m_diagnostics.Failures(),
-              Strings{"src/Android/EGLImageImpl:76: GraphicsDeviceGL2::InRenderThread()"});
-}
-
 TEST_F(Promotion, WhatWasUploadedGoesOnTheRenderThread) {
     struct Case {
         char const* name;

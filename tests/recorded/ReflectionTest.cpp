@@ -90,9 +90,6 @@ TEST_F(Reflection, TheOtherNamesMakeTheirClasses) {
     EXPECT_TRUE(Create<GaussianBlurResourceGL2>("GaussianBlurResource"));
     EXPECT_TRUE(Create<BlendModeResourceGL2>("BlendModeResource"));
     EXPECT_TRUE(Create<DirectionalBlurResourceGL2>("DirectionalBlurResource"));
-    EXPECT_TRUE(Create<GaussianBlurEffectGL2>("GaussianBlurEffect"));
-    EXPECT_TRUE(Create<BlendModeEffectGL2>("BlendModeEffect"));
-    EXPECT_TRUE(Create<DirectionalBlurEffectGL2>("DirectionalBlurEffect"));
 }
 
 /** Notes which operation is called, with the node's name. */

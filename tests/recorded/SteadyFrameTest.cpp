@@ -135,34 +135,6 @@ TEST_F(SteadyFrame, AllocatesNothing) {
     EXPECT_EQ(AllocationCount() - before, 0u);
 }
 
-TEST_F(SteadyFrame, MakesAndDeletesNoGlObjects) {
-    constexpr Object Kinds[] = {Object::Texture,      Object::Buffer, Object::Framebuffer,
-                                Object::Renderbuffer, Object::Shader, Object::Program};
-    RunFrame(1);
-    int created[6], deleted[6];
-    for (int i = 0; i < 6; ++i) {
-        created[i] = Counts(Kinds[i]).created;
-        deleted[i] = Counts(Kinds[i]).deleted;
-    }
-    RunFrame(1);
-    RunFrame(30);
-    for (int i = 0; i < 6; ++i) {
-        EXPECT_EQ(Counts(Kinds[i]).created, created[i]) << i;
-        EXPECT_EQ(Counts(Kinds[i]).deleted, deleted[i]) << i;
-    }
-}
-
-TEST_F(SteadyFrame, IdenticalFramesMakeIdenticalCalls) {
-    RunFrame(7);
-    Clear();
-    RunFrame(7);
-    Strings const first = Lines();
-    Clear();
-    RunFrame(7);
-    EXPECT_EQ(Lines(), first);
-    EXPECT_GT(first.size(), 50u);
-}
-
 TEST_F(SteadyFrame, ATextDrawsAllThatItHas) {
     RunFrame(1);
     auto const drawsOf = [](std::size_t program) {
@@ -202,10 +174,12 @@ TEST_F(SteadyEffects, AllocateNothingAndMakeNoGlObjects) {
     for (; nFrame < 4; ++nFrame) {
         RunFrame(RealFloat(nFrame));
     }
-    constexpr Object Kinds[] = {Object::Texture, Object::Framebuffer, Object::Program};
-    int created[3];
-    for (int i = 0; i < 3; ++i) {
+    constexpr Object Kinds[] = {Object::Texture,      Object::Buffer, Object::Framebuffer,
+                                Object::Renderbuffer, Object::Shader, Object::Program};
+    int created[6], deleted[6];
+    for (int i = 0; i < 6; ++i) {
         created[i] = Counts(Kinds[i]).created;
+        deleted[i] = Counts(Kinds[i]).deleted;
     }
     EXPECT_EQ(Counts(Object::Framebuffer).live, 4) << "the effects are at work";
     std::size_t const before = AllocationCount();
@@ -213,8 +187,9 @@ TEST_F(SteadyEffects, AllocateNothingAndMakeNoGlObjects) {
         RunFrame(RealFloat(nFrame) + 0.25f);
     }
     EXPECT_EQ(AllocationCount() - before, 0u);
-    for (int i = 0; i < 3; ++i) {
+    for (int i = 0; i < 6; ++i) {
         EXPECT_EQ(Counts(Kinds[i]).created, created[i]) << i;
+        EXPECT_EQ(Counts(Kinds[i]).deleted, deleted[i]) << i;
     }
 }
 
@@ -223,11 +198,10 @@ TEST_F(SteadyEffects, IdenticalFramesMakeIdenticalCalls) {
     Clear();
     RunFrame(7);
     Strings const first = Lines();
-    std::size_t const draws = Draws().size();
     Clear();
     RunFrame(7);
     EXPECT_EQ(Lines(), first);
-    EXPECT_EQ(Draws().size(), draws);
+    EXPECT_GT(first.size(), 50u);
 }
 
 TEST_F(SteadyEffects, LeaveNothingButTheColoursOfTargets) {

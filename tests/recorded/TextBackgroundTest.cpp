@@ -242,37 +242,13 @@ TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
     };
     Case const cases[] = {
         {"nothing", [](Text&) {}, false},
-        {"box",
-         [](Text& text) {
-             text.GetBoxProperty().SetValue({5, 6});
-         },
-         true},
+        {"box", [](Text& text) { text.GetBoxProperty().SetValue(SizeT<RealFloat>(5, 6)); }, true},
         {"render size", [](Text& text) { text.GetRenderSizeProperty().Notify(true); }, true},
-        {"scale",
-         [](Text& text) {
-             text.GetScaleProperty().SetValue({1, 1, 1});
-         },
-         true},
-        {"stretch",
-         [](Text& text) {
-             text.GetStretchProperty().SetValue({1, 1, 1});
-         },
-         true},
-        {"pivot",
-         [](Text& text) {
-             text.GetPivotProperty().SetValue({0, 0, 0});
-         },
-         true},
-        {"position",
-         [](Text& text) {
-             text.GetPositionProperty().SetValue({4, 5, 6});
-         },
-         false},
-        {"rotation",
-         [](Text& text) {
-             text.GetRotationProperty().SetValue({4, 5, 6});
-         },
-         false},
+        {"scale", [](Text& text) { text.GetScaleProperty().SetValue(Once); }, true},
+        {"stretch", [](Text& text) { text.GetStretchProperty().SetValue(Once); }, true},
+        {"pivot", [](Text& text) { text.GetPivotProperty().SetValue(None); }, true},
+        {"position", [](Text& text) { text.GetPositionProperty().SetValue(Vector(4, 5, 6)); }, false},
+        {"rotation", [](Text& text) { text.GetRotationProperty().SetValue(Vector(4, 5, 6)); }, false},
         {"opacity", [](Text& text) { text.GetOpacityProperty().SetValue(0.5f); }, false},
     };
     Ref<SpriteGL2> const pSprite = AddSprite();
@@ -332,13 +308,12 @@ TEST_F(TextBackground, FadesWithTheTextAndWhatIsAboveIt) {
     EXPECT_EQ(CountBackgrounds(), 0u);
 }
 
-TEST_F(TextBackground, IsDrawnBeforeTheTextAndItsTransform) {
-    /** Notes when it is asked to draw a text, and how that is transformed. */
+TEST_F(TextBackground, IsDrawnBeforeTheText) {
+    /** Notes when it is asked to draw a text. */
     class TextEffect : public NotingEffect {
     public:
         explicit TextEffect(Strings& notes) : NotingEffect("text", notes), m_notes(notes) {}
-        bool OverrideDrawText(GraphicsDevice& device, Text& text) override {
-            EXPECT_EQ(device.GetTransformMatrix(), text.GetWorldMatrix() * device.GetViewMatrix());
+        bool OverrideDrawText(GraphicsDevice&, Text&) override {
             m_notes.push_back("text draws");
             return true;
         }
@@ -349,10 +324,8 @@ TEST_F(TextBackground, IsDrawnBeforeTheTextAndItsTransform) {
     Strings notes;
     AddSprite()->AddEffect(new NotingEffect("sprite", notes));
     m_pText->AddEffect(new TextEffect(notes));
-    m_pText->GetScaleProperty().SetValue(Vector(2, 2, 2));
     Draw(*m_pText);
     EXPECT_EQ(notes, (Strings{"sprite draws", "text draws"}));
-    EXPECT_EQ(Device().GetTransformMatrix(), Matrix4T<RealFloat>::Identity);
 }
 
 TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {

@@ -278,22 +278,6 @@ TEST_F(TextureTest, ReplaceDeletesTheGlTextureAndTheNextUseMakesANewOne) {
     EXPECT_FALSE(pTexture->Replace(0, 3, TextureFormat::RGB888, pixels, 6));
 }
 
-TEST_F(TextureTest, RowsOfAnyLengthAreTakenWithoutGaps) {
-    // Set when the device starts: rows of 3 bytes follow each other at once.
-    EXPECT_EQ(GetState().unpackAlignment, 1);
-    EXPECT_EQ(GetState().packAlignment, 1);
-}
-
-TEST_F(TextureTest, GoesWithItsGlTextures) {
-    {
-        Ref<TextureGL2> const pTexture = MakeTexture(14);
-        pTexture->GetGLTexture();
-        Clear();
-    }
-    EXPECT_EQ(Count("glDeleteTextures"), 2u);
-    EXPECT_EQ(Counted(), 0);
-}
-
 TEST_F(TextureTest, DeletionOffTheRenderThreadIsABrokenInvariantForEachTexture) {
     Ref<TextureGL2> const pTexture = MakeTexture(14);
     ASSERT_NE(pTexture->GetGLTexture(), 0u);
