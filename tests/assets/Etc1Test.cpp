@@ -1,5 +1,5 @@
 #include "Etc1.h"
-#include "PngReader.h"
+#include "PixelPacking.h"
 #include "TestImages.h"
 
 #include <gtest/gtest.h>
@@ -116,17 +116,13 @@ TEST(Etc1, TheReaderEncodesByWhatTheFileHas) {
     ImageOptions options;
     options.encodeEtc1 = true;
     const Bytes pixels = GradientRgba(4, 4);
-    ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(4, 4, pixels)), "x.png", options, image, error)) << error;
+    const ImageData image = LoadGood(RgbaPng(4, 4, pixels), options);
     EXPECT_EQ(image.format, TextureFormat::ETC1_RGBA);
     EXPECT_EQ(image.pixels, Encode(RgbaImage(4, 4, pixels)).pixels);
-    ASSERT_TRUE(LoadPng(Span(RgbPng(4, 4, Bytes(pixels.begin(), pixels.begin() + 48))), "x.png", options,
-                        image, error));
-    EXPECT_EQ(image.format, TextureFormat::ETC1_RGB);
+    EXPECT_EQ(LoadGood(RgbPng(4, 4, Bytes(pixels.begin(), pixels.begin() + 48)), options).format,
+              TextureFormat::ETC1_RGB);
     options.format = TextureFormat::ETC1_RGB; // alpha dropped on request
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(4, 4, pixels)), "x.png", options, image, error)) << error;
-    EXPECT_EQ(image.pixels, Encode(OpaqueImage(4, 4)).pixels);
+    EXPECT_EQ(LoadGood(RgbaPng(4, 4, pixels), options).pixels, Encode(OpaqueImage(4, 4)).pixels);
 }
 
 TEST(Etc1, RefusesWhatItCannotEncode) {

@@ -172,14 +172,6 @@ TEST(BitmapFontFile, LeavesOutWhatTheFontLacksAndWhatIsNoCodePoint) {
     EXPECT_TRUE(pFont->GetGlyph('A') && pFont->GetGlyph('B'));
 }
 
-TEST(BitmapFontFile, ASpaceHasAnAdvanceOnly) {
-    Ref<BitmapFont> const pFont = ReadSans(OptionsFor({' ', 'A'}));
-    ASSERT_TRUE(pFont && pFont->GetGlyph(' '));
-    Glyph const& space = *pFont->GetGlyph(' ');
-    EXPECT_EQ(space.m_nAdvance, 10); // 651 of 2048 units
-    EXPECT_TRUE(space.m_nWidth == 0 && space.m_nHeight == 0 && !space.m_pTexture);
-}
-
 TEST(FontFile, KerningIsThatOfTheFontsTable) {
     std::string const letters = "AVTo.WaLY,f";
     FontOptions options = OptionsFor({letters.begin(), letters.end()});

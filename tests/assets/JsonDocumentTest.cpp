@@ -73,13 +73,6 @@ TEST(JsonDocument, RefusesNumbersThatAreNotFinite) {
     EXPECT_NE(error.find("1e999"), std::string::npos) << error;
 }
 
-TEST(JsonDocument, RefusesNamesThatStandTwice) {
-    JsonValue root;
-    std::string error;
-    EXPECT_FALSE(Parse("{\n\"b\": 1,\n\"a\": {\"b\": 2},\n\"b\":\n3}", root, error));
-    EXPECT_EQ(error, "f.json:5: \"b\" stands twice in the same object, first on line 2");
-}
-
 TEST(JsonDocument, KeepsToTheLimits) {
     JsonLimits limits;
     limits.nDepth = 3;
@@ -125,24 +118,6 @@ TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
     EXPECT_EQ(FaultOf([&] { root.Require("size"); }), "f.json:1: there is no \"size\"");
     EXPECT_EQ(FaultOf([&] { root.Require("nodes").ReadText(); }),
               "f.json:1: /nodes: expected a string, found an array of 2");
-}
-
-TEST(JsonCursor, SuggestsTheNameThatWasMeant) {
-    JsonSource const source =
-        ParseSource("{\"comment\": \"is always known\", \"positoin\": 0, \"ease\": \"eseInOut\"}");
-    JsonCursor const root(source);
-    EXPECT_EQ(FaultOf([&] {
-                  root.CheckNames({"ease", "Position", "Rotation"});
-              }),
-              "f.json:1: /positoin: unknown key \"positoin\"; did you mean \"Position\"?");
-    EXPECT_EQ(FaultOf([&] {
-                  root.CheckNames({"ease", "x"});
-              }),
-              "f.json:1: /positoin: unknown key \"positoin\"; known are \"ease\" and \"x\"");
-    EXPECT_EQ(FaultOf([&] {
-                  root.Require("ease").ReadWord("easing", {"linear", "easeIn", "easeInOut"});
-              }),
-              "f.json:1: /ease: unknown easing \"eseInOut\"; did you mean \"easeInOut\"?");
 }
 
 } // namespace

@@ -1,6 +1,5 @@
 #include "MipLevels.h"
 #include "Etc1.h"
-#include "PngReader.h"
 #include "TestImages.h"
 
 #include <gtest/gtest.h>
@@ -58,16 +57,14 @@ TEST(MipLevels, LevelsReachDownToOnePixelOneBehindTheOther) {
     ImageOptions options;
     options.mipLevels = true;
     const Bytes rgba = GradientRgba(6, 5);
-    ImageData image;
-    std::string error;
     options.format = TextureFormat::RGB888;
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(6, 5, rgba)), "x.png", options, image, error)) << error;
+    ImageData image = LoadGood(RgbaPng(6, 5, rgba), options);
     const std::vector<MipLevel> expected = {{6, 5, 0, 90}, {3, 2, 90, 18}, {1, 1, 108, 3}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(image.pixels.size(), 111u);
 
     options.format = TextureFormat::RGBA8888;
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(6, 5, rgba)), "x.png", options, image, error)) << error;
+    image = LoadGood(RgbaPng(6, 5, rgba), options);
     const RgbaPicture half = HalvePicture({6, 5, rgba});
     EXPECT_EQ(UnpackLevel(image, 0).bytes, rgba);
     EXPECT_EQ(UnpackLevel(image, 1).bytes, half.bytes);
@@ -78,9 +75,7 @@ TEST(MipLevels, ADroppedAlphaDoesNotWeighOnSmallerLevels) {
     ImageOptions options;
     options.mipLevels = true;
     options.format = TextureFormat::RGB888;
-    ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(2, 1, {200, 0, 0, 255, 0, 100, 0, 0})), "x.png", options, image, error));
+    const ImageData image = LoadGood(RgbaPng(2, 1, {200, 0, 0, 255, 0, 100, 0, 0}), options);
     EXPECT_EQ(UnpackLevel(image, 1).bytes, (Bytes{100, 50, 0, 255}));
 }
 
@@ -88,9 +83,7 @@ TEST(MipLevels, PaddedImagesHalveTheirAllocatedSize) {
     ImageOptions options;
     options.mipLevels = true;
     options.padToPowerOfTwo = true;
-    ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(Span(RgbaPng(5, 3, GradientRgba(5, 3))), "x.png", options, image, error)) << error;
+    const ImageData image = LoadGood(RgbaPng(5, 3, GradientRgba(5, 3)), options);
     const std::vector<MipLevel> expected = {{8, 4, 0, 128}, {4, 2, 128, 32}, {2, 1, 160, 8}, {1, 1, 168, 4}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(image.width, 5);
@@ -104,9 +97,7 @@ TEST(MipLevels, Etc1LevelsSmallerThanABlockTakeOneBlock) {
     options.mipLevels = true;
     options.format = TextureFormat::ETC1_RGB;
     const Bytes plain(12 * 4 * 3, 0x84);
-    ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(Span(RgbPng(12, 4, plain)), "x.png", options, image, error)) << error;
+    const ImageData image = LoadGood(RgbPng(12, 4, plain), options);
     const std::vector<MipLevel> expected = {{12, 4, 0, 24}, {6, 2, 24, 16}, {3, 1, 40, 8}, {1, 1, 48, 8}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(image.pixels.size(), 56u);
@@ -119,10 +110,9 @@ TEST(MipLevels, Etc1WithAlphaIsRefusedForItsLevelsCouldNotReachOnePixel) {
     ImageOptions options;
     options.mipLevels = true;
     options.encodeEtc1 = true;
-    ImageData image = Untouched();
-    std::string error;
-    EXPECT_FALSE(LoadPng(Span(RgbaPng(8, 8, GradientRgba(8, 8))), "x.png", options, image, error));
+    std::string error = ErrorOfPng(RgbaPng(8, 8, GradientRgba(8, 8)), options);
     EXPECT_EQ(error.rfind("x.png: ETC1 with alpha cannot have mip levels", 0), 0u) << error;
+    ImageData image = Untouched();
     EXPECT_FALSE(EncodeEtc1(RgbaImage(8, 8, GradientRgba(8, 8)), true, "x", image, error));
     EXPECT_TRUE(IsUntouched(image));
 

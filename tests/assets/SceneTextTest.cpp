@@ -72,29 +72,18 @@ Pairs BandsOf(Node& node, char const* pName) {
 TEST(SceneText, SetsTheTextsProperties) {
     Scene scene;
     ReadGood(SceneWith(Sans(), TextOf(R"("Text": ["one", "", "\u0442\ud83d\ude00"], "Box": [120, 40.5],
-        "FontSize": [20, 24], "HorizontalAlignment": "justify", "VerticalAlignment": "baseline",
-        "WordWrap": false, "LineSpacing": 1.5, "LetterSpacing": -1, "TabWidth": 30, "Kerning": false,
-        "Color": "#ff000080", "TopLeftColor": [0, 0.5, 1], "BottomRightColor": [0, 0, 0, 0], "Shadow": true,
-        "ShadowOffset": [3, -4, 0], "ShadowColor": "#0000ffcc", "Position": [7, 8, 9])")),
+        "HorizontalAlignment": "justify", "VerticalAlignment": "baseline", "Color": "#ff000080",
+        "TopLeftColor": [0, 0.5, 1], "BottomRightColor": [0, 0, 0, 0], "Position": [7, 8, 9])")),
              scene);
     Text& text = FindText(scene);
     EXPECT_EQ(text.GetTextProperty().GetValue(), String16(u"one\n\n\u0442\U0001f600"));
     EXPECT_EQ(text.GetBoxProperty().GetValue(), SizeT<RealFloat>(120, 40.5f));
-    EXPECT_EQ(text.GetFontSizeProperty().GetValue(), SizeT<RealFloat>(20, 24));
     EXPECT_EQ(text.GetHorizontalAlignmentProperty().GetValue(), HorizontalAlignment::Justify);
     EXPECT_EQ(text.GetVerticalAlignmentProperty().GetValue(), VerticalAlignment::Baseline);
-    EXPECT_FALSE(text.GetWordWrapProperty().GetValue());
-    EXPECT_EQ(text.GetLineSpacingProperty().GetValue(), 1.5f);
-    EXPECT_EQ(text.GetLetterSpacingProperty().GetValue(), -1);
-    EXPECT_EQ(text.GetTabWidthProperty().GetValue(), 30);
-    EXPECT_FALSE(text.GetKerningProperty().GetValue());
     EXPECT_EQ(text.GetColorProperty().GetValue(), ColorT<RealFloat>(1, 0, 0, 128 / 255.0f));
     EXPECT_EQ(text.GetTopLeftColorProperty().GetValue(), ColorT<RealFloat>(0, 0.5f, 1, 1));
     EXPECT_EQ(text.GetBottomRightColorProperty().GetValue(), ColorT<RealFloat>(0, 0, 0, 0));
     EXPECT_EQ(text.GetTopRightColorProperty().GetValue(), ColorT<RealFloat>(1, 1, 1, 1));
-    EXPECT_TRUE(text.GetShadowProperty().GetValue());
-    EXPECT_EQ(text.GetShadowOffsetProperty().GetValue(), Vector3T<RealFloat>(3, -4, 0));
-    EXPECT_EQ(text.GetShadowColorProperty().GetValue(), ColorT<RealFloat>(0, 0, 1, 0.8f));
     EXPECT_EQ(text.GetPositionProperty().GetValue(), Vector3T<RealFloat>(7, 8, 9));
 }
 

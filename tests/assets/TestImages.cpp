@@ -1,5 +1,7 @@
 #include "TestImages.h"
 
+#include "PngReader.h"
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
@@ -7,6 +9,7 @@
 #include <iterator>
 #include <new>
 
+#include <gtest/gtest.h>
 #include <png.h>
 #include <stdlib.h>
 
@@ -246,6 +249,21 @@ ImageData Untouched() {
 bool IsUntouched(const ImageData& image) {
     return image.pixels == Untouched().pixels && image.levels == Untouched().levels && image.width == 1 &&
            image.height == 1 && image.allocatedWidth == 1 && image.allocatedHeight == 1;
+}
+
+ImageData LoadGood(const Bytes& file, const ImageOptions& options) {
+    ImageData image;
+    std::string error;
+    EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, error)) << error;
+    return image;
+}
+
+std::string ErrorOfPng(const Bytes& file, const ImageOptions& options) {
+    ImageData image = Untouched();
+    std::string error;
+    EXPECT_FALSE(LoadPng(Span(file), "x.png", options, image, error));
+    EXPECT_TRUE(IsUntouched(image));
+    return error;
 }
 
 } // namespace trevik::kelvo::assets::testing

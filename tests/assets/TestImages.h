@@ -67,6 +67,12 @@ Bytes GradientRgba(int width, int height);
 ImageData Untouched();
 bool IsUntouched(const ImageData& image);
 
+/** A PNG file that must be read. */
+ImageData LoadGood(const Bytes& file, const ImageOptions& options = {});
+
+/** The message for a PNG file "x.png" that must not be read, and leaves the image that was there as it is. */
+std::string ErrorOfPng(const Bytes& file, const ImageOptions& options = {});
+
 /** Largest single allocation by operator new on this thread since the last reset. */
 std::size_t LargestAllocation();
 void ResetLargestAllocation();
