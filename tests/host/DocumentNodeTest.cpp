@@ -57,26 +57,14 @@ Ref<DocumentNode> MakeChain(unsigned int nDepth) {
 }
 
 TEST(DocumentNode, BinaryFormIsAsDescribed) {
-    EXPECT_EQ(Write(*MakeTree()), Words({
-                                      1,
-                                      2,
-                                      2,
-                                      16 << 4, // root: tag, type, children, block
-                                      5 << 4 | 2,
-                                      0x11,
-                                      0x64636261,
-                                      0x65, // 5 bytes, padded to 8
-                                      3,
-                                      0x7fffffff,
-                                      0,
-                                      8 << 4,
-                                      2,
-                                      0x12, // child with an empty attribute
-                                      5,
-                                      6,
-                                      0,
-                                      0,
-                                  }));
+    Bytes const expected = Words({
+        1, 2, 2, 16 << 4,                   // root: tag, type, children, block
+        5 << 4 | 2, 0x11, 0x64636261, 0x65, // 5 bytes, padded to 8
+        3, 0x7fffffff, 0, 8 << 4,           // child
+        2, 0x12,                            // its empty attribute
+        5, 6, 0, 0,                         // the other child
+    });
+    EXPECT_EQ(Write(*MakeTree()), expected);
 }
 
 TEST(DocumentNode, ReadingGivesBackWhatWasWritten) {

@@ -219,37 +219,33 @@ void ExpectSame(Font const& a, Font const& b) {
     }
 }
 
-TEST(DocumentFont, ABitmapFontComesBackWithAllItHas) {
+TEST(DocumentFont, BothKindsComeBackWithAllTheyHave) {
     TestFontRegistry registry;
-    Ref<TestFont> const pFont(new TestFont);
-    Fill(*pFont);
-    Deserializer deserializer(SaveFonts({pFont.Get()}), registry);
-    Ref<Font> const pLoaded = deserializer.GetFont(0);
-    ASSERT_NE(dynamic_cast<TestFont*>(pLoaded.Get()), nullptr);
-    ExpectSame(*pLoaded, *pFont);
-    EXPECT_EQ(pLoaded->GetGlyph('A')->m_pTexture->GetPixelData().GetBuffer().GetData()[0], 1);
-    EXPECT_TRUE(pLoaded->GetUnderlineProperty().GetValue());
-    pLoaded->GetUnderlineThicknessProperty().Update(UpdateContext(), 1);
-    EXPECT_EQ(pLoaded->GetUnderlineThicknessProperty().GetValue(), 5) << "animated as the saved one";
-    EXPECT_NE(pLoaded->GetID(), 0u) << "ready for use";
-}
+    Ref<TestFont> const pBitmaps(new TestFont);
+    Ref<TestOutlines> const pOutlines(new TestOutlines);
+    Fill(*pBitmaps);
+    Fill(*pOutlines);
+    pOutlines->AddMesh(MakeMesh(0, {}));
+    pOutlines->AddMesh(MakeMesh(4, {0, 1, 2, 3, 2, 1}));
+    pOutlines->AddGlyph(MakeGlyph('M', nullptr, 1));
+    Deserializer deserializer(SaveFonts({pBitmaps.Get(), pOutlines.Get()}), registry);
+    Ref<Font> const pFirst = deserializer.GetFont(0);
+    ASSERT_NE(dynamic_cast<TestFont*>(pFirst.Get()), nullptr);
+    ExpectSame(*pFirst, *pBitmaps);
+    EXPECT_EQ(pFirst->GetGlyph('A')->m_pTexture->GetPixelData().GetBuffer().GetData()[0], 1);
+    EXPECT_TRUE(pFirst->GetUnderlineProperty().GetValue());
+    pFirst->GetUnderlineThicknessProperty().Update(UpdateContext(), 1);
+    EXPECT_EQ(pFirst->GetUnderlineThicknessProperty().GetValue(), 5) << "animated as the saved one";
+    EXPECT_NE(pFirst->GetID(), 0u) << "ready for use";
 
-TEST(DocumentFont, APolygonalFontComesBackWithItsMeshes) {
-    TestFontRegistry registry;
-    Ref<TestOutlines> const pFont(new TestOutlines);
-    Fill(*pFont);
-    pFont->AddMesh(MakeMesh(0, {}));
-    pFont->AddMesh(MakeMesh(4, {0, 1, 2, 3, 2, 1}));
-    pFont->AddGlyph(MakeGlyph('M', nullptr, 1));
-    Deserializer deserializer(SaveFonts({pFont.Get()}), registry);
-    Ref<Font> const pLoaded = deserializer.GetFont(0);
-    TestOutlines const* const pOutlines = dynamic_cast<TestOutlines*>(pLoaded.Get());
-    ASSERT_NE(pOutlines, nullptr);
-    ExpectSame(*pOutlines, *pFont);
-    ASSERT_EQ(pOutlines->GetMeshCount(), 2u);
-    EXPECT_TRUE(pOutlines->GetMesh(0)->m_indices.GetValue().IsEmpty());
-    EXPECT_EQ(pOutlines->GetMesh(1)->m_positions.GetValue(), pFont->GetMesh(1)->m_positions.GetValue());
-    EXPECT_EQ(pOutlines->GetMesh(1)->m_indices.GetValue(), pFont->GetMesh(1)->m_indices.GetValue());
+    Ref<Font> const pSecond = deserializer.GetFont(1);
+    TestOutlines const* const pLoaded = dynamic_cast<TestOutlines*>(pSecond.Get());
+    ASSERT_NE(pLoaded, nullptr);
+    ExpectSame(*pLoaded, *pOutlines);
+    ASSERT_EQ(pLoaded->GetMeshCount(), 2u);
+    EXPECT_TRUE(pLoaded->GetMesh(0)->m_indices.GetValue().IsEmpty());
+    EXPECT_EQ(pLoaded->GetMesh(1)->m_positions.GetValue(), pOutlines->GetMesh(1)->m_positions.GetValue());
+    EXPECT_EQ(pLoaded->GetMesh(1)->m_indices.GetValue(), pOutlines->GetMesh(1)->m_indices.GetValue());
 }
 
 TEST(DocumentFont, OnesSharedAreSavedOnceAndSoAreTheirPages) {

@@ -33,21 +33,6 @@ ExactMatrix LocalMatrixOf(TransformNode& node) {
            Matrix4Translation(Exact(node.GetPositionProperty().GetValue()));
 }
 
-/** A value that changes without telling the properties that are bound to it, and is not changed by them. */
-template <class T>
-class Elsewhere : public PropertyBinding<T> {
-public:
-    T m_value{};
-
-    T const& GetValue() const override { return m_value; }
-    void SetValue(T const&) override {}
-    T& GetWritableValue() override { return m_written; }
-    void Notify(bool) override {}
-
-private:
-    T m_written{};
-};
-
 /** A root with nodes that come and go. */
 class ChangingTree {
 public:

@@ -161,15 +161,7 @@ TEST(PropertyDocument, BooleanBytesOtherThanOneAreTrue) {
 }
 
 TEST(PropertyDocument, BoundPropertySavesAndLoadsTheBindingsValue) {
-    class Binding : public PropertyBinding<int> {
-    public:
-        int const& GetValue() const override { return m_nValue; }
-        void SetValue(int const& value) override { m_nValue = value; }
-        int& GetWritableValue() override { return m_nValue; }
-        void Notify(bool changed) override { m_fChanged = changed; }
-        int m_nValue = 7;
-        bool m_fChanged = false;
-    } binding;
+    CountingBinding binding;
     IntProperty property(5);
     property.Bind(&binding);
     Ref<DocumentNode> pSaved = SaveToNode(property);
@@ -177,7 +169,7 @@ TEST(PropertyDocument, BoundPropertySavesAndLoadsTheBindingsValue) {
     binding.m_nValue = 0;
     EXPECT_TRUE(LoadFrom(pSaved, property));
     EXPECT_EQ(binding.m_nValue, 7);
-    EXPECT_TRUE(binding.m_fChanged);
+    EXPECT_EQ(binding.m_notifications, std::vector<bool>{true});
 }
 
 } // namespace

@@ -1,9 +1,8 @@
 #include <gtest/gtest.h>
 
-#include <thread>
-
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
+#include "Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
@@ -47,22 +46,16 @@ TEST(PropertyList, RegisteredPropertiesAreFoundWithTheirKind) {
 }
 
 TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptors) {
-    constexpr unsigned int ThreadCount = 4;
+    constexpr int ThreadCount = 4;
     constexpr unsigned int PropertyCount = 300;
     PropertyList lists[ThreadCount];
     std::vector<RealProperty> properties[ThreadCount];
-    std::vector<std::thread> threads;
-    for (unsigned int nThread = 0; nThread < ThreadCount; ++nThread) {
+    RunOnThreads(ThreadCount, [&](int nThread) {
         properties[nThread] = std::vector<RealProperty>(PropertyCount);
-        threads.emplace_back([&list = lists[nThread], &own = properties[nThread]] {
-            for (unsigned int n = 0; n < PropertyCount; ++n) {
-                list.Register(1000000 + n, &own[n]); // ids that nothing else has
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+        for (unsigned int n = 0; n < PropertyCount; ++n) {
+            lists[nThread].Register(1000000 + n, &properties[nThread][n]); // ids that nothing else has
+        }
+    });
     for (unsigned int nEntry = 0; nEntry < PropertyCount; ++nEntry) {
         for (PropertyList const& list : lists) {
             EXPECT_EQ(list.GetEntry(nEntry).m_pDescriptor, lists[0].GetEntry(nEntry).m_pDescriptor);

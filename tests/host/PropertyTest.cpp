@@ -19,21 +19,6 @@ struct Listener {
     std::vector<T> m_heard;
 };
 
-class CountingBinding : public PropertyBinding<int> {
-public:
-    int const& GetValue() const override { return m_nValue; }
-    void SetValue(int const& value) override {
-        m_nValue = value;
-        ++m_nSets;
-    }
-    int& GetWritableValue() override { return m_nValue; }
-    void Notify(bool changed) override { m_notifications.push_back(changed); }
-
-    int m_nValue = 7;
-    int m_nSets = 0;
-    std::vector<bool> m_notifications;
-};
-
 /** Gives the values 1, 2, ... and is finished after `nLast` of them. */
 class CountingController : public Controller<int> {
 public:

@@ -80,10 +80,10 @@ std::vector<unsigned char> Flatten(Ref<DocumentNode> const& pDocument) {
     return std::vector<unsigned char>(bytes.begin(), bytes.end());
 }
 
-DocumentNode* FindChild(DocumentNode* pNode, unsigned int nTagID, unsigned int nSkip = 0) {
-    for (unsigned int nChild = 0; nChild < pNode->GetChildCount(); ++nChild) {
-        if (pNode->GetChild(nChild)->GetTagID() == nTagID && nSkip-- == 0) {
-            return pNode->GetChild(nChild);
+DocumentNode* FindChild(DocumentNode& node, unsigned int nTagID) {
+    for (unsigned int nChild = 0; nChild < node.GetChildCount(); ++nChild) {
+        if (node.GetChild(nChild)->GetTagID() == nTagID) {
+            return node.GetChild(nChild);
         }
     }
     return nullptr;
@@ -156,104 +156,75 @@ TEST(SceneSaveLoad, GoesThroughFiles) {
 
 /** Something wrong that is added to a scene's document, and what is said of it. */
 struct Damage {
-    void (*m_pfnApply)(DocumentNode& root, DocumentNode& group, DocumentNode& sprite);
+    enum Place { Root, Group, Sprite, Timeline }; ///< the last one is added below the root
     char const* m_pWhat;
+    Place m_place;
+    char const* m_pTag; ///< of a child that is added there; empty: the attribute is the place's own
+    char const* m_pType;
+    char const* m_pAttribute;
+    std::vector<unsigned char> m_bytes;
     char const* m_pPath;
-    char const* m_pReason;
+    std::string m_sReason;
+
+    void Apply(DocumentNode& root) const {
+        DocumentNode& group = *FindChild(root, NodeTag);
+        Ref<DocumentNode> const places[] = {&root, &group, FindChild(group, NodeTag),
+                                            new DocumentNode(NodeTag, HashName("Timeline"))};
+        Ref<DocumentNode> pNode = places[m_place];
+        if (m_place == Timeline) {
+            root.AddChild(pNode);
+        }
+        if (*m_pTag) {
+            Ref<DocumentNode> const pChild(new DocumentNode(HashName(m_pTag), HashName(m_pType)));
+            pNode->AddChild(pChild);
+            pNode = pChild;
+        }
+        if (*m_pAttribute) {
+            AddBytes(*pNode, HashName(m_pAttribute), m_bytes);
+        }
+    }
 };
 
-void AddTimelineWith(DocumentNode& root, char const* pAttribute, std::vector<unsigned char> const& bytes) {
-    Ref<DocumentNode> const pNode(new DocumentNode(NodeTag, HashName("Timeline")));
-    AddBytes(*pNode, HashName(pAttribute), bytes);
-    root.AddChild(pNode);
-}
-
 TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
+    typedef Damage D;
     Damage const cases[] = {
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             root.AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, 12345)));
-         },
-         "unknown class", "/root/#3: ", "no class of nodes is registered under the type id 12345"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             root.AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, HashName("Texture"))));
-         },
-         "a class that is no node", "/root/#3: ", "no class of nodes"},
-        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
-             AddBytes(*pNode, HashName("NodeName"), BytesOf(u'x'));
-             AddBytes(*pNode, HashName("Texture"), BytesOf(1));
-             group.AddChild(pNode);
-         },
-         "a texture out of range", "/root/group/x: ", "no texture 1"},
-        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
-             AddBytes(*pNode, HashName("Texture"), BytesOf(static_cast<short>(0)));
-             group.AddChild(pNode);
-         },
-         "a texture index of two bytes", "/root/group/#2: ", "no texture -1"},
-        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
-             group.AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Effect"), HashName("Sprite"))));
-         },
-         "an effect that is none", "/root/group: ", "no class of effects"},
-        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
-             Ref<DocumentNode> pMask(new DocumentNode(HashName("Mask"), 0));
-             AddBytes(*pMask, HashName("Vertices"), BytesOf(Vector3(), Vector3()));
-             group.AddChild(pMask);
-         },
-         "two thirds of a triangle", "/root/group: ", "a mask without whole triangles"},
-        {[](DocumentNode&, DocumentNode&, DocumentNode& sprite) {
-             Ref<DocumentNode> pProperty(new DocumentNode(DocumentID::Property, HashName("Scale")));
-             AddBytes(*pProperty, DocumentID::Value, BytesOf(1.0f));
-             sprite.AddChild(pProperty);
-         },
-         "a third of a vector", "/root/group/sprite: ", "property \"Scale\""},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "TimeMap", BytesOf('z', 'i', 'g'));
-         },
-         "an unknown time map", "/root/#3: ", "no time map \"zig\""},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "FrameDelay", BytesOf(-1.0f));
-         },
-         "negative time", "/root/#3: ", "frames cannot last -1 seconds"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Timeline")));
-             pNode->AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Camera"), HashName("Sprite"))));
-             root.AddChild(pNode);
-         },
-         "a camera that is none", "/root/#3: ", "its camera is no camera"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "FrameDelay", BytesOf('x'));
-         },
-         "a byte of time", "/root/#3: ", "frame delay is no number"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "AutoPlay", BytesOf(1));
-         },
-         "four bytes of truth", "/root/#3: ", "plays from the start"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "CameraWay", {0, 0, 0, 0, 1});
-         },
-         "a step of one byte", "/root/#3: ", "the way to its camera is damaged"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddTimelineWith(root, "CameraWay", BytesOf(0u, 0u));
-         },
-         "a way to nowhere", "/root/#3: ", "not where it was attached"},
-        {[](DocumentNode& root, DocumentNode&, DocumentNode&) {
-             AddBytes(root, HashName("CameraWay"), BytesOf(0u, 0u));
-         },
-         "a way to a group", "/root: ", "not where it was attached"},
-        {[](DocumentNode&, DocumentNode& group, DocumentNode&) {
-             Ref<DocumentNode> pNode(new DocumentNode(NodeTag, HashName("Sprite")));
-             AddBytes(*pNode, HashName("NodeName"), {1, 2, 3});
-             group.AddChild(pNode);
-         },
-         "one and a half letters", "/root/group/#2: ", "no UTF-16 text"},
+        {"an unknown class", D::Root, "Node", "Nobody", "", BytesOf(), "/root/#3: ",
+         "no class of nodes is registered under the type id " + std::to_string(HashName("Nobody"))},
+        {"a class that is no node", D::Root, "Node", "Texture", "", BytesOf(),
+         "/root/#3: ", "no class of nodes"},
+        {"a texture out of range", D::Group, "Node", "Sprite", "Texture", BytesOf(1),
+         "/root/group/#2: ", "no texture 1"},
+        {"a texture index of two bytes", D::Group, "Node", "Sprite", "Texture", BytesOf(short(0)),
+         "/root/group/#2: ", "no texture -1"},
+        {"an effect that is none", D::Group, "Effect", "Sprite", "", BytesOf(),
+         "/root/group: ", "no class of effects"},
+        {"two thirds of a triangle", D::Group, "Mask", "", "Vertices", BytesOf(Vector3(), Vector3()),
+         "/root/group: ", "a mask without whole triangles"},
+        {"a third of a vector", D::Sprite, "Property", "Scale", "Value", BytesOf(1.0f),
+         "/root/group/sprite: ", "property \"Scale\""},
+        {"an unknown time map", D::Timeline, "", "", "TimeMap", BytesOf('z', 'i', 'g'),
+         "/root/#3: ", "no time map \"zig\""},
+        {"negative time", D::Timeline, "", "", "FrameDelay", BytesOf(-1.0f),
+         "/root/#3: ", "frames cannot last -1 seconds"},
+        {"a byte of time", D::Timeline, "", "", "FrameDelay", BytesOf('x'),
+         "/root/#3: ", "frame delay is no number"},
+        {"four bytes of truth", D::Timeline, "", "", "AutoPlay", BytesOf(1),
+         "/root/#3: ", "plays from the start"},
+        {"a camera that is none", D::Timeline, "Camera", "Sprite", "", BytesOf(),
+         "/root/#3: ", "its camera is no camera"},
+        {"a step of one byte", D::Timeline, "", "", "CameraWay", BytesOf(0u, '\1'),
+         "/root/#3: ", "the way to its camera is damaged"},
+        {"a way to nowhere", D::Timeline, "", "", "CameraWay", BytesOf(0u, 0u),
+         "/root/#3: ", "not where it was attached"},
+        {"a way to a group", D::Root, "", "", "CameraWay", BytesOf(0u, 0u),
+         "/root: ", "not where it was attached"},
+        {"one and a half letters", D::Group, "Node", "Sprite", "NodeName", BytesOf('a', 'b', 'c'),
+         "/root/group/#2: ", "no UTF-16 text"},
     };
     for (Damage const& c : cases) {
         Sample sample;
         Ref<DocumentNode> const pDocument = sample.Save();
-        DocumentNode* const pRoot = FindChild(pDocument.Get(), NodeTag);
-        DocumentNode* const pGroup = FindChild(pRoot, NodeTag);
-        c.m_pfnApply(*pRoot, *pGroup, *FindChild(pGroup, NodeTag));
+        c.Apply(*FindChild(*pDocument, NodeTag));
         Scene scene;
         TraceLog log;
         Deserializer deserializer(pDocument, sample.m_registry);
@@ -261,7 +232,7 @@ TEST(SceneSaveLoad, ADamagedSceneIsRefusedWithOneLine) {
         EXPECT_EQ(scene.GetRoot(), nullptr) << c.m_pWhat;
         std::string const line = log.GetOnly();
         EXPECT_NE(line.find(c.m_pPath), std::string::npos) << c.m_pWhat << ": " << line;
-        EXPECT_NE(line.find(c.m_pReason), std::string::npos) << c.m_pWhat << ": " << line;
+        EXPECT_NE(line.find(c.m_sReason), std::string::npos) << c.m_pWhat << ": " << line;
     }
 }
 
@@ -479,13 +450,7 @@ TEST(SceneSaveLoad, WithoutMemoryItIsSavedWholeOrNotAtAll) {
 
 TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {
     Sample sample;
-    Ref<Node> pChain(new TransformNode);
-    for (int nLevel = 0; nLevel < 20000; ++nLevel) {
-        Ref<Node> const pParent(new TransformNode);
-        pParent->Attach(pChain.Get());
-        pChain = pParent;
-    }
-    sample.m_pRoot->Attach(pChain.Get());
+    sample.m_pRoot->Attach(MakeChain(20000, new TransformNode).Get());
     TraceLog log;
     EXPECT_FALSE(sample.Save());
     EXPECT_EQ(log.GetLines().size(), 1u);
@@ -493,13 +458,7 @@ TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {
 
 TEST(SceneSaveLoad, TreesAsDeepAsDocumentsAreSavedAndLoaded) {
     Sample sample;
-    Ref<Node> pChain(new TransformNode);
-    for (int nLevel = 0; nLevel < 1000; ++nLevel) {
-        Ref<Node> const pParent(new TransformNode);
-        pParent->Attach(pChain.Get());
-        pChain = pParent;
-    }
-    sample.m_pRoot->Attach(pChain.Get());
+    sample.m_pRoot->Attach(MakeChain(1000, new TransformNode).Get());
     Ref<DocumentNode> const pDocument = sample.Save();
     ASSERT_TRUE(pDocument);
     Scene scene;

@@ -332,6 +332,17 @@ Ref<T> Make(char const* pName) {
     return pNode;
 }
 
+/** A chain of nodes, one below the other, built from the bottom up. */
+inline Ref<Node> MakeChain(unsigned int nLevels, Node* pBottom) {
+    Ref<Node> pNode(pBottom);
+    for (unsigned int nLevel = 1; nLevel < nLevels; ++nLevel) {
+        Ref<Node> pParent(new TransformNode);
+        pParent->Attach(pNode.Get());
+        pNode = pParent;
+    }
+    return pNode;
+}
+
 /** The names of a node's children, in order. */
 inline std::string ChildNames(Node const& node) {
     std::string names;
@@ -347,6 +358,21 @@ void Animate(BaseProperty<T>& property, int nStartFrame, std::vector<T> const& s
     property.AddController(
         SampleController<T>::Create(nStartFrame, samples.data(), static_cast<unsigned int>(samples.size())));
 }
+
+/** A value that changes without telling the properties that are bound to it, and is not changed by them. */
+template <class T>
+class Elsewhere : public PropertyBinding<T> {
+public:
+    T m_value{};
+
+    T const& GetValue() const override { return m_value; }
+    void SetValue(T const&) override {}
+    T& GetWritableValue() override { return m_written; }
+    void Notify(bool) override {}
+
+private:
+    T m_written{};
+};
 
 inline Vector3 Origin(Matrix const& matrix) {
     return Vector3(matrix.m[12], matrix.m[13], matrix.m[14]);

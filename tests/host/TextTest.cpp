@@ -262,20 +262,9 @@ TEST(Text, IsLaidOutWhenSomethingThatItDependsOnHasChanged) {
     }
 }
 
-/** A value that changes without telling. */
-class QuietBinding : public PropertyBinding<SizeT<RealFloat>> {
-public:
-    SizeT<RealFloat> m_value;
-
-    SizeT<RealFloat> const& GetValue() const override { return m_value; }
-    SizeT<RealFloat>& GetWritableValue() override { return m_value; }
-    void SetValue(SizeT<RealFloat> const& value) override { m_value = value; }
-    void Notify(bool) override {}
-};
-
 TEST(Text, FollowsBoundAndAnimatedValues) {
     SquareText words(u"some words");
-    QuietBinding binding;
+    Elsewhere<SizeT<RealFloat>> binding;
     words.m_pText->GetBoxProperty().Bind(&binding);
     words.m_pText->Update(words.m_device, 0);
     EXPECT_EQ(words.m_pText->GetLineCount(), 1u);

@@ -1,3 +1,4 @@
+#include "Threads.h"
 #include "trevik/Assert.h"
 #include "trevik/Debug.h"
 #include "trevik/ScopeCounter.h"
@@ -5,9 +6,7 @@
 
 #include <gtest/gtest.h>
 
-#include <atomic>
 #include <string>
-#include <thread>
 #include <vector>
 
 using namespace trevik;
@@ -86,17 +85,11 @@ TEST_F(TrevikTrace, ASinkMayTraceInTurn) {
 }
 
 TEST_F(TrevikTrace, LinesOfSeveralThreadsArriveWhole) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] {
-            for (int line = 0; line < 50; ++line) {
-                Debug::TraceFormat(TraceLevel::Error, u"%d of %hs", 50, "each");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [](int) {
+        for (int line = 0; line < 50; ++line) {
+            Debug::TraceFormat(TraceLevel::Error, u"%d of %hs", 50, "each");
+        }
+    });
     EXPECT_EQ(m_lines, std::vector<std::string>(200, "2 50 of each"));
 }
 
@@ -126,18 +119,12 @@ TEST(TrevikStatistics, CountsUpAndDownForEachId) {
 TEST(TrevikStatistics, ThreadsCountTogether) {
     Statistics& statistics = Statistics::Instance();
     long long const before = statistics.GetStat(63);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 1000; ++round) {
-                statistics.IncrementStat(63, 3);
-                statistics.DecrementStat(63, 1);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [&](int) {
+        for (int round = 0; round < 1000; ++round) {
+            statistics.IncrementStat(63, 3);
+            statistics.DecrementStat(63, 1);
+        }
+    });
     EXPECT_EQ(statistics.GetStat(63) - before, 8000);
 }
 
@@ -243,17 +230,11 @@ TEST_F(TrevikScopeCounter, NamesTheIdsThatTheBackEndUses) {
 
 TEST_F(TrevikScopeCounter, ThreadsCountTogether) {
     ScopeCounter::SetProfiling(true);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([] {
-            for (int round = 0; round < 500; ++round) {
-                Spend(24);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [](int) {
+        for (int round = 0; round < 500; ++round) {
+            Spend(24);
+        }
+    });
     EXPECT_EQ(ScopeCounter::GetTotals(24).nCalls, 2000u);
 }
 

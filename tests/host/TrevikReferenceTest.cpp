@@ -1,12 +1,11 @@
+#include "Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 
 #include <gtest/gtest.h>
 
-#include <thread>
 #include <utility>
-#include <vector>
 
 using namespace trevik;
 
@@ -92,18 +91,12 @@ TEST_F(TrevikReference, AssigningToItselfOrFromInsideTheOldObjectIsSafe) {
 
 TEST_F(TrevikReference, ThreadsCountTogether) {
     Ref<Object> const object(new Object);
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 2000; ++round) {
-                Ref<Object> const mine(object);
-                Ref<Object> const another(mine);
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [&](int) {
+        for (int round = 0; round < 2000; ++round) {
+            Ref<Object> const mine(object);
+            Ref<Object> const another(mine);
+        }
+    });
     EXPECT_EQ(object->GetReferenceCount(), 1);
 }
 

@@ -1,3 +1,4 @@
+#include "Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/Dispatcher.h"
 #include "trevik/Event.h"
@@ -50,18 +51,12 @@ TEST(TrevikMutex, IsFreeWhenItHasBeenGivenBackAsOften) {
 TEST(TrevikMutex, KeepsThreadsApart) {
     Mutex mutex;
     int count = 0;
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 4; ++i) {
-        threads.emplace_back([&] {
-            for (int round = 0; round < 1000; ++round) {
-                ScopedLock const lock(mutex);
-                ++count;
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(4, [&](int) {
+        for (int round = 0; round < 1000; ++round) {
+            ScopedLock const lock(mutex);
+            ++count;
+        }
+    });
     EXPECT_EQ(count, 4000);
 }
 
@@ -117,24 +112,19 @@ TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
     Ref<TakeANumber> const counter(new TakeANumber);
     int const count = 8;
     std::string order;
-    std::vector<std::thread> threads;
     for (int i = 0; i < count; ++i) {
         EXPECT_EQ(counter->AssignNext(), i);
     }
     Mutex mutex;
-    for (int i = count - 1; i >= 0; --i) { // the last one comes first
-        threads.emplace_back([&, i] {
-            EXPECT_TRUE(i == 0 || counter->WaitFor(i - 1));
-            {
-                ScopedLock const lock(mutex);
-                order += std::to_string(i);
-            }
-            EXPECT_TRUE(counter->Process(i));
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    RunOnThreads(count, [&](int n) {
+        int const ticket = count - 1 - n; // the last one comes first
+        EXPECT_TRUE(ticket == 0 || counter->WaitFor(ticket - 1));
+        {
+            ScopedLock const lock(mutex);
+            order += std::to_string(ticket);
+        }
+        EXPECT_TRUE(counter->Process(ticket));
+    });
     EXPECT_EQ(order, "01234567");
 }
 
