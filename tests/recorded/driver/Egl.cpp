@@ -11,7 +11,6 @@ namespace {
 constexpr std::size_t kSurfaces = 0;
 constexpr std::size_t kContexts = 1;
 constexpr std::size_t kImages = 2;
-constexpr std::size_t kSyncs = 3;
 
 /** A handle that was never given before: EGL objects are told apart even after one was destroyed. */
 void* NewHandle(Session& session, Handle sort, std::size_t counter) {
@@ -162,12 +161,11 @@ EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, i
     return surface;
 }
 
-/** The size that a pbuffer's attributes ask for; 0 where they do not. */
-template <class Element>
-EGLint ListedAttribute(const Element* attributes, EGLint wanted) {
+/** What a list of attributes says of one; 0 where it says nothing. */
+EGLint ListedAttribute(const EGLint* attributes, EGLint wanted) {
     for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2)
         if (attributes[0] == wanted)
-            return static_cast<EGLint>(attributes[1]);
+            return attributes[1];
     return 0;
 }
 
@@ -193,7 +191,7 @@ void ReleaseCurrent(Invocation& call) {
     thread.context = EGL_NO_CONTEXT;
 }
 
-/** The first time a context becomes current, viewport and scissor take the surface's size. */
+/** The first time a context becomes current, its viewport takes the surface's size. */
 void FirstCurrent(Invocation& call, ContextData& context, const SurfaceData* surface) {
     if (surface == nullptr)
         return;
@@ -202,7 +200,6 @@ void FirstCurrent(Invocation& call, ContextData& context, const SurfaceData* sur
         return;
     context.wasCurrent = true;
     context.state.viewport = {0, 0, surface->width, surface->height};
-    context.state.scissor = context.state.viewport;
 }
 
 EGLImage MakeImage(Invocation& call, EGLDisplay display, EGLContext context, EGLClientBuffer buffer) {
@@ -237,10 +234,6 @@ namespace answer {
 // ---- Display
 
 EGLDisplay eglGetDisplay(Invocation&, EGLNativeDisplayType) {
-    return TheDisplay();
-}
-
-EGLDisplay eglGetPlatformDisplay(Invocation&, EGLenum, void*, const EGLAttrib*) {
     return TheDisplay();
 }
 
@@ -285,46 +278,13 @@ EGLint eglGetError(Invocation& call) {
     return error;
 }
 
-const char* eglQueryString(Invocation& call, EGLDisplay dpy, EGLint name) {
-    if (dpy != EGL_NO_DISPLAY && !RequireDisplay(call, dpy))
-        return nullptr;
-    switch (name) {
-    case EGL_VENDOR:
-        return "kelvo";
-    case EGL_VERSION:
-        return "1.5 recording";
-    case EGL_CLIENT_APIS:
-        return "OpenGL_ES";
-    case EGL_EXTENSIONS:
-        return "EGL_KHR_image_base EGL_ANDROID_image_native_buffer";
-    default:
-        call.Raise(EGL_BAD_PARAMETER);
-        return nullptr;
-    }
-}
-
 __eglMustCastToProperFunctionPointerType eglGetProcAddress(Invocation& call, const char* procname) {
     if (call.IsFailing() || call.GetSession().hiddenProcedures.count(procname) != 0)
         return nullptr;
     return FindEntryPoint(procname);
 }
 
-EGLBoolean eglBindAPI(Invocation& call, EGLenum api) {
-    return api == EGL_OPENGL_ES_API ? EGL_TRUE : call.Refuse(EGL_BAD_PARAMETER);
-}
-
-EGLenum eglQueryAPI(Invocation&) {
-    return EGL_OPENGL_ES_API;
-}
-
 // ---- Configs
-
-EGLBoolean eglGetConfigs(Invocation& call, EGLDisplay dpy, EGLConfig* configs, EGLint config_size,
-                         EGLint* num_config) {
-    if (!RequireDisplay(call, dpy))
-        return EGL_FALSE;
-    return ListConfigs(call, nullptr, configs, config_size, num_config);
-}
 
 EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, const EGLint* attrib_list, EGLConfig* configs,
                            EGLint config_size, EGLint* num_config) {
@@ -356,35 +316,6 @@ EGLSurface eglCreateWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig co
     return MakeSurface(call, dpy, config, call.GetSession().windowWidth, call.GetSession().windowHeight);
 }
 
-EGLSurface eglCreatePlatformWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig config, void*,
-                                          const EGLAttrib*) {
-    return MakeSurface(call, dpy, config, call.GetSession().windowWidth, call.GetSession().windowHeight);
-}
-
-EGLSurface eglCreatePbufferSurface(Invocation& call, EGLDisplay dpy, EGLConfig config,
-                                   const EGLint* attrib_list) {
-    return MakeSurface(call, dpy, config, ListedAttribute(attrib_list, EGL_WIDTH),
-                       ListedAttribute(attrib_list, EGL_HEIGHT));
-}
-
-/** Pixmaps and client buffers are not offered, as their config bits say. */
-EGLSurface eglCreatePixmapSurface(Invocation& call, EGLDisplay, EGLConfig, EGLNativePixmapType,
-                                  const EGLint*) {
-    call.Raise(EGL_BAD_MATCH);
-    return EGL_NO_SURFACE;
-}
-
-EGLSurface eglCreatePlatformPixmapSurface(Invocation& call, EGLDisplay, EGLConfig, void*, const EGLAttrib*) {
-    call.Raise(EGL_BAD_MATCH);
-    return EGL_NO_SURFACE;
-}
-
-EGLSurface eglCreatePbufferFromClientBuffer(Invocation& call, EGLDisplay, EGLenum, EGLClientBuffer, EGLConfig,
-                                            const EGLint*) {
-    call.Raise(EGL_BAD_PARAMETER);
-    return EGL_NO_SURFACE;
-}
-
 EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
     if (!RequireDisplay(call, dpy))
         return EGL_FALSE;
@@ -398,38 +329,6 @@ EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surfac
     return EGL_TRUE;
 }
 
-EGLBoolean eglQuerySurface(Invocation& call, EGLDisplay dpy, EGLSurface surface, EGLint attribute,
-                           EGLint* value) {
-    if (!RequireDisplay(call, dpy))
-        return EGL_FALSE;
-    const SurfaceData* data = RequireSurface(call, surface);
-    if (data == nullptr)
-        return EGL_FALSE;
-    switch (attribute) {
-    case EGL_WIDTH:
-        *value = data->width;
-        return EGL_TRUE;
-    case EGL_HEIGHT:
-        *value = data->height;
-        return EGL_TRUE;
-    case EGL_CONFIG_ID:
-        *value = static_cast<EGLint>(data->config) + 1;
-        return EGL_TRUE;
-    case EGL_RENDER_BUFFER:
-        *value = EGL_BACK_BUFFER;
-        return EGL_TRUE;
-    case EGL_SWAP_BEHAVIOR:
-        *value = EGL_BUFFER_DESTROYED;
-        return EGL_TRUE;
-    default:
-        return call.Refuse(EGL_BAD_ATTRIBUTE);
-    }
-}
-
-EGLBoolean eglSurfaceAttrib(Invocation& call, EGLDisplay dpy, EGLSurface surface, EGLint, EGLint) {
-    return RequireDisplay(call, dpy) && RequireSurface(call, surface) != nullptr ? EGL_TRUE : EGL_FALSE;
-}
-
 EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
     if (!RequireDisplay(call, dpy) || RequireSurface(call, surface) == nullptr)
         return EGL_FALSE;
@@ -437,22 +336,6 @@ EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) 
         return call.Refuse(EGL_BAD_SURFACE);
     ++call.GetSession().swaps;
     return EGL_TRUE;
-}
-
-EGLBoolean eglSwapInterval(Invocation& call, EGLDisplay dpy, EGLint) {
-    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
-}
-
-EGLBoolean eglCopyBuffers(Invocation& call, EGLDisplay, EGLSurface, EGLNativePixmapType) {
-    return call.Refuse(EGL_BAD_NATIVE_PIXMAP);
-}
-
-EGLBoolean eglBindTexImage(Invocation& call, EGLDisplay, EGLSurface, EGLint) {
-    return call.Refuse(EGL_BAD_MATCH);
-}
-
-EGLBoolean eglReleaseTexImage(Invocation& call, EGLDisplay, EGLSurface, EGLint) {
-    return call.Refuse(EGL_BAD_MATCH);
 }
 
 // ---- Contexts
@@ -525,43 +408,11 @@ EGLBoolean eglMakeCurrent(Invocation& call, EGLDisplay dpy, EGLSurface draw, EGL
     return EGL_TRUE;
 }
 
-EGLBoolean eglReleaseThread(Invocation& call) {
-    ReleaseCurrent(call);
-    return EGL_TRUE;
-}
-
 EGLDisplay eglGetCurrentDisplay(Invocation& call) {
     return call.Thread().display;
 }
 
-EGLContext eglGetCurrentContext(Invocation& call) {
-    return call.Thread().context;
-}
-
-EGLSurface eglGetCurrentSurface(Invocation& call, EGLint readdraw) {
-    return readdraw == EGL_READ ? call.Thread().read : call.Thread().draw;
-}
-
-EGLBoolean eglQueryContext(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLint attribute,
-                           EGLint* value) {
-    if (!RequireDisplay(call, dpy) || RequireContext(call, ctx) == nullptr)
-        return EGL_FALSE;
-    switch (attribute) {
-    case EGL_CONTEXT_CLIENT_TYPE:
-        *value = EGL_OPENGL_ES_API;
-        return EGL_TRUE;
-    case EGL_CONTEXT_CLIENT_VERSION:
-        *value = 2;
-        return EGL_TRUE;
-    case EGL_RENDER_BUFFER:
-        *value = EGL_BACK_BUFFER;
-        return EGL_TRUE;
-    default:
-        return call.Refuse(EGL_BAD_ATTRIBUTE);
-    }
-}
-
-// ---- Images and synchronisation
+// ---- Images
 
 EGLImageKHR eglCreateImageKHR(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum,
                               EGLClientBuffer buffer, const EGLint*) {
@@ -570,53 +421,6 @@ EGLImageKHR eglCreateImageKHR(Invocation& call, EGLDisplay dpy, EGLContext ctx, 
 
 EGLBoolean eglDestroyImageKHR(Invocation& call, EGLDisplay dpy, EGLImageKHR image) {
     return FreeImage(call, dpy, image);
-}
-
-EGLImage eglCreateImage(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum, EGLClientBuffer buffer,
-                        const EGLAttrib*) {
-    return MakeImage(call, dpy, ctx, buffer);
-}
-
-EGLBoolean eglDestroyImage(Invocation& call, EGLDisplay dpy, EGLImage image) {
-    return FreeImage(call, dpy, image);
-}
-
-/** Nothing is ever pending, so every fence is passed at once. */
-EGLSync eglCreateSync(Invocation& call, EGLDisplay dpy, EGLenum, const EGLAttrib*) {
-    return RequireDisplay(call, dpy) ? NewHandle(call.GetSession(), Handle::Sync, kSyncs) : EGL_NO_SYNC;
-}
-
-EGLBoolean eglDestroySync(Invocation& call, EGLDisplay dpy, EGLSync) {
-    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
-}
-
-EGLint eglClientWaitSync(Invocation& call, EGLDisplay dpy, EGLSync, EGLint, EGLTime) {
-    return RequireDisplay(call, dpy) ? EGL_CONDITION_SATISFIED : EGL_FALSE;
-}
-
-EGLBoolean eglWaitSync(Invocation& call, EGLDisplay dpy, EGLSync, EGLint) {
-    return RequireDisplay(call, dpy) ? EGL_TRUE : EGL_FALSE;
-}
-
-EGLBoolean eglGetSyncAttrib(Invocation& call, EGLDisplay dpy, EGLSync, EGLint attribute, EGLAttrib* value) {
-    if (!RequireDisplay(call, dpy))
-        return EGL_FALSE;
-    if (attribute != EGL_SYNC_STATUS)
-        return call.Refuse(EGL_BAD_ATTRIBUTE);
-    *value = EGL_SIGNALED;
-    return EGL_TRUE;
-}
-
-EGLBoolean eglWaitClient(Invocation&) {
-    return EGL_TRUE;
-}
-
-EGLBoolean eglWaitGL(Invocation&) {
-    return EGL_TRUE;
-}
-
-EGLBoolean eglWaitNative(Invocation&, EGLint) {
-    return EGL_TRUE;
 }
 
 } // namespace answer

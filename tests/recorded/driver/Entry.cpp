@@ -1,11 +1,26 @@
 #include "Driver.h"
 
+#include <cstdio>
+#include <cstdlib>
 #include <cstring>
+
+namespace {
+
+/** Ends the program when nobody has written an answer. */
+void RequireAnswer(bool exists, const char* name) {
+    if (exists)
+        return;
+    std::fprintf(stderr, "recording: %s is called and has no answer\n", name);
+    std::abort();
+}
+
+} // namespace
 
 // The entry points themselves. Each does the same: it takes down its arguments, gives the answer and notes
 // the call.
 #define NOTE(type, name, kind) recording::MakeArgument(recording::ArgumentKind::kind, #name, name)
 #define BODY(name, ...)                                                                                      \
+    RequireAnswer(recording::answer::name != nullptr, #name);                                                \
     recording::Invocation call(#name, {KELVO_EACH(NOTE, __VA_ARGS__)});                                      \
     return call.Run([&] { return recording::answer::name(call, KELVO_NAMES(__VA_ARGS__)); });
 
@@ -15,6 +30,7 @@
     }
 #define ENTRY0(result, name)                                                                                 \
     extern "C" result name() {                                                                               \
+        RequireAnswer(recording::answer::name != nullptr, #name);                                            \
         recording::Invocation call(#name, {});                                                               \
         return call.Run([&] { return recording::answer::name(call); });                                      \
     }

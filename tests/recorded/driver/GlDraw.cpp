@@ -168,52 +168,6 @@ VertexAttribute* RequireAttribute(Invocation& call, GLuint index) {
     return nullptr;
 }
 
-void SetConstant(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z, GLfloat w) {
-    if (VertexAttribute* attribute = RequireAttribute(call, index))
-        attribute->constant = {x, y, z, w};
-}
-
-/** One integer of an attribute's state; false for a name that is none. */
-bool FindAttributeValue(const VertexAttribute& attribute, GLenum name, GLint& value) {
-    switch (name) {
-    case GL_VERTEX_ATTRIB_ARRAY_ENABLED:
-        value = attribute.enabled ? GL_TRUE : GL_FALSE;
-        return true;
-    case GL_VERTEX_ATTRIB_ARRAY_SIZE:
-        value = attribute.size;
-        return true;
-    case GL_VERTEX_ATTRIB_ARRAY_STRIDE:
-        value = attribute.stride;
-        return true;
-    case GL_VERTEX_ATTRIB_ARRAY_TYPE:
-        value = static_cast<GLint>(attribute.type);
-        return true;
-    case GL_VERTEX_ATTRIB_ARRAY_NORMALIZED:
-        value = attribute.normalized ? GL_TRUE : GL_FALSE;
-        return true;
-    case GL_VERTEX_ATTRIB_ARRAY_BUFFER_BINDING:
-        value = static_cast<GLint>(attribute.buffer);
-        return true;
-    default:
-        return false;
-    }
-}
-
-template <class T>
-void GetAttribute(Invocation& call, GLuint index, GLenum name, T* params) {
-    const VertexAttribute* attribute = RequireAttribute(call, index);
-    if (attribute == nullptr)
-        return;
-    GLint value = 0;
-    if (name == GL_CURRENT_VERTEX_ATTRIB)
-        std::transform(attribute->constant.begin(), attribute->constant.end(), params,
-                       [](GLfloat component) { return static_cast<T>(component); });
-    else if (FindAttributeValue(*attribute, name, value))
-        *params = static_cast<T>(value);
-    else
-        call.Raise(GL_INVALID_ENUM);
-}
-
 } // namespace
 
 namespace answer {
@@ -276,48 +230,6 @@ void glVertexAttribPointer(Invocation& call, GLuint index, GLint size, GLenum ty
     attribute->buffer = call.GetState().arrayBuffer;
 }
 
-void glVertexAttrib1f(Invocation& call, GLuint index, GLfloat x) {
-    SetConstant(call, index, x, 0, 0, 1);
-}
-void glVertexAttrib2f(Invocation& call, GLuint index, GLfloat x, GLfloat y) {
-    SetConstant(call, index, x, y, 0, 1);
-}
-void glVertexAttrib3f(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z) {
-    SetConstant(call, index, x, y, z, 1);
-}
-void glVertexAttrib4f(Invocation& call, GLuint index, GLfloat x, GLfloat y, GLfloat z, GLfloat w) {
-    SetConstant(call, index, x, y, z, w);
-}
-void glVertexAttrib1fv(Invocation& call, GLuint index, const GLfloat* v) {
-    SetConstant(call, index, v[0], 0, 0, 1);
-}
-void glVertexAttrib2fv(Invocation& call, GLuint index, const GLfloat* v) {
-    SetConstant(call, index, v[0], v[1], 0, 1);
-}
-void glVertexAttrib3fv(Invocation& call, GLuint index, const GLfloat* v) {
-    SetConstant(call, index, v[0], v[1], v[2], 1);
-}
-void glVertexAttrib4fv(Invocation& call, GLuint index, const GLfloat* v) {
-    SetConstant(call, index, v[0], v[1], v[2], v[3]);
-}
-
-void glGetVertexAttribfv(Invocation& call, GLuint index, GLenum pname, GLfloat* params) {
-    GetAttribute(call, index, pname, params);
-}
-
-void glGetVertexAttribiv(Invocation& call, GLuint index, GLenum pname, GLint* params) {
-    GetAttribute(call, index, pname, params);
-}
-
-void glGetVertexAttribPointerv(Invocation& call, GLuint index, GLenum pname, void** pointer) {
-    const VertexAttribute* attribute = RequireAttribute(call, index);
-    if (attribute == nullptr)
-        return;
-    if (pname != GL_VERTEX_ATTRIB_ARRAY_POINTER)
-        return call.Raise(GL_INVALID_ENUM);
-    *pointer = const_cast<void*>(attribute->pointer);
-}
-
 // ---- Buffers
 
 void glGenBuffers(Invocation& call, GLsizei n, GLuint* buffers) {
@@ -335,10 +247,6 @@ void glDeleteBuffers(Invocation& call, GLsizei n, const GLuint* buffers) {
                 attribute.pointer = nullptr; // it was an offset
             }
     });
-}
-
-GLboolean glIsBuffer(Invocation& call, GLuint buffer) {
-    return call.Objects().buffers.Find(buffer) != nullptr ? GL_TRUE : GL_FALSE;
 }
 
 void glBindBuffer(Invocation& call, GLenum target, GLuint buffer) {
@@ -371,18 +279,6 @@ void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeipt
     if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > buffer->bytes.size())
         return call.Raise(GL_INVALID_VALUE);
     std::memcpy(buffer->bytes.data() + offset, data, static_cast<std::size_t>(size));
-}
-
-void glGetBufferParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
-    const Buffer* buffer = RequireBuffer(call, target);
-    if (buffer == nullptr)
-        return;
-    if (pname == GL_BUFFER_SIZE)
-        *params = static_cast<GLint>(buffer->bytes.size());
-    else if (pname == GL_BUFFER_USAGE)
-        *params = static_cast<GLint>(buffer->usage);
-    else
-        call.Raise(GL_INVALID_ENUM);
 }
 
 } // namespace answer

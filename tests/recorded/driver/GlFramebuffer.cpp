@@ -167,10 +167,6 @@ void glDeleteFramebuffers(Invocation& call, GLsizei n, const GLuint* framebuffer
     });
 }
 
-GLboolean glIsFramebuffer(Invocation& call, GLuint framebuffer) {
-    return call.Context().framebuffers.Find(framebuffer) != nullptr ? GL_TRUE : GL_FALSE;
-}
-
 void glBindFramebuffer(Invocation& call, GLenum target, GLuint framebuffer) {
     if (target != GL_FRAMEBUFFER)
         return call.Raise(GL_INVALID_ENUM);
@@ -224,27 +220,6 @@ void glFramebufferRenderbuffer(Invocation& call, GLenum target, GLenum attachmen
     *slot = {GL_RENDERBUFFER, renderbuffer, nullptr, call.Objects().renderbuffers.Share(renderbuffer)};
 }
 
-void glGetFramebufferAttachmentParameteriv(Invocation& call, GLenum target, GLenum attachment, GLenum pname,
-                                           GLint* params) {
-    const Attachment* slot = RequireAttachment(call, target, attachment);
-    if (slot == nullptr)
-        return;
-    switch (pname) {
-    case GL_FRAMEBUFFER_ATTACHMENT_OBJECT_TYPE:
-        *params = static_cast<GLint>(slot->type);
-        break;
-    case GL_FRAMEBUFFER_ATTACHMENT_OBJECT_NAME:
-        *params = static_cast<GLint>(slot->name);
-        break;
-    case GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_LEVEL:
-    case GL_FRAMEBUFFER_ATTACHMENT_TEXTURE_CUBE_MAP_FACE:
-        *params = 0;
-        break;
-    default:
-        call.Raise(GL_INVALID_ENUM);
-    }
-}
-
 // ---- Renderbuffers
 
 void glGenRenderbuffers(Invocation& call, GLsizei n, GLuint* renderbuffers) {
@@ -257,10 +232,6 @@ void glDeleteRenderbuffers(Invocation& call, GLsizei n, const GLuint* renderbuff
         bound = bound == name ? 0 : bound;
         DetachFromBound(call.Context(), GL_RENDERBUFFER, name);
     });
-}
-
-GLboolean glIsRenderbuffer(Invocation& call, GLuint renderbuffer) {
-    return call.Objects().renderbuffers.Find(renderbuffer) != nullptr ? GL_TRUE : GL_FALSE;
 }
 
 void glBindRenderbuffer(Invocation& call, GLenum target, GLuint renderbuffer) {
@@ -283,46 +254,6 @@ void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalforma
     if (renderbuffer == nullptr)
         return call.Raise(GL_INVALID_OPERATION);
     *renderbuffer = {internalformat, width, height};
-}
-
-void glGetRenderbufferParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
-    const Renderbuffer* renderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
-    if (target != GL_RENDERBUFFER)
-        return call.Raise(GL_INVALID_ENUM);
-    if (renderbuffer == nullptr)
-        return call.Raise(GL_INVALID_OPERATION);
-    const Config bits = RenderbufferBits(renderbuffer->format);
-    switch (pname) {
-    case GL_RENDERBUFFER_WIDTH:
-        *params = renderbuffer->width;
-        break;
-    case GL_RENDERBUFFER_HEIGHT:
-        *params = renderbuffer->height;
-        break;
-    case GL_RENDERBUFFER_INTERNAL_FORMAT:
-        *params = static_cast<GLint>(renderbuffer->format);
-        break;
-    case GL_RENDERBUFFER_RED_SIZE:
-        *params = bits.red;
-        break;
-    case GL_RENDERBUFFER_GREEN_SIZE:
-        *params = bits.green;
-        break;
-    case GL_RENDERBUFFER_BLUE_SIZE:
-        *params = bits.blue;
-        break;
-    case GL_RENDERBUFFER_ALPHA_SIZE:
-        *params = bits.alpha;
-        break;
-    case GL_RENDERBUFFER_DEPTH_SIZE:
-        *params = bits.depth;
-        break;
-    case GL_RENDERBUFFER_STENCIL_SIZE:
-        *params = bits.stencil;
-        break;
-    default:
-        call.Raise(GL_INVALID_ENUM);
-    }
 }
 
 // ---- Read-back

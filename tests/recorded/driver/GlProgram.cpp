@@ -218,20 +218,6 @@ void SetMatrix(Invocation& call, GLint location, GLsizei count, GLboolean transp
     SetUniform(call, location, count, components, values, true);
 }
 
-template <class T>
-void GetUniform(Invocation& call, GLuint name, GLint location, T* params) {
-    Program* program = RequireProgram(call, name);
-    if (program == nullptr)
-        return;
-    const Uniform* uniform = program->linked ? FindLocation(*program, location) : nullptr;
-    if (uniform == nullptr)
-        return call.Raise(GL_INVALID_OPERATION);
-    const std::size_t components = ComponentCount(uniform->type);
-    const std::size_t first = static_cast<std::size_t>(location - uniform->location) * components;
-    for (std::size_t i = 0; i < components; ++i)
-        params[i] = static_cast<T>(uniform->values[first + i]);
-}
-
 } // namespace
 
 namespace answer {
@@ -325,28 +311,6 @@ void glGetShaderInfoLog(Invocation& call, GLuint shader, GLsizei bufSize, GLsize
         CopyText(object->log, bufSize, length, infoLog);
 }
 
-void glGetShaderSource(Invocation& call, GLuint shader, GLsizei bufSize, GLsizei* length, GLchar* source) {
-    if (const Shader* object = RequireShader(call, shader))
-        CopyText(object->source, bufSize, length, source);
-}
-
-void glGetShaderPrecisionFormat(Invocation& call, GLenum shadertype, GLenum precisiontype, GLint* range,
-                                GLint* precision) {
-    if ((shadertype != GL_VERTEX_SHADER && shadertype != GL_FRAGMENT_SHADER) ||
-        precisiontype < GL_LOW_FLOAT || precisiontype > GL_HIGH_INT)
-        return call.Raise(GL_INVALID_ENUM);
-    const bool isFloat = precisiontype <= GL_HIGH_FLOAT;
-    range[0] = isFloat ? 127 : 31;
-    range[1] = isFloat ? 127 : 30;
-    *precision = isFloat ? 23 : 0;
-}
-
-void glReleaseShaderCompiler(Invocation&) {}
-
-void glShaderBinary(Invocation& call, GLsizei, const GLuint*, GLenum, const void*, GLsizei) {
-    call.Raise(GL_INVALID_ENUM);
-}
-
 // ---- Programs
 
 GLuint glCreateProgram(Invocation& call) {
@@ -383,30 +347,6 @@ void glAttachShader(Invocation& call, GLuint program, GLuint shader) {
     ++attached->attachments;
 }
 
-void glDetachShader(Invocation& call, GLuint program, GLuint shader) {
-    Program* object = RequireProgram(call, program);
-    if (object == nullptr || RequireShader(call, shader) == nullptr)
-        return;
-    const auto found = std::find(object->shaders.begin(), object->shaders.end(), shader);
-    if (found == object->shaders.end())
-        return call.Raise(GL_INVALID_OPERATION);
-    object->shaders.erase(found);
-    ReleaseShader(call.Objects(), shader);
-}
-
-void glGetAttachedShaders(Invocation& call, GLuint program, GLsizei maxCount, GLsizei* count,
-                          GLuint* shaders) {
-    const Program* object = RequireProgram(call, program);
-    if (object == nullptr)
-        return;
-    if (maxCount < 0)
-        return call.Raise(GL_INVALID_VALUE);
-    const std::size_t copied = std::min(object->shaders.size(), static_cast<std::size_t>(maxCount));
-    std::copy_n(object->shaders.begin(), copied, shaders);
-    if (count != nullptr)
-        *count = static_cast<GLsizei>(copied);
-}
-
 void glBindAttribLocation(Invocation& call, GLuint program, GLuint index, const GLchar* name) {
     Program* object = RequireProgram(call, program);
     if (object == nullptr)
@@ -427,10 +367,6 @@ void glLinkProgram(Invocation& call, GLuint program) {
     object->log = error.value_or("");
     if (object->linked)
         Link(call, *object);
-}
-
-void glValidateProgram(Invocation& call, GLuint program) {
-    RequireProgram(call, program);
 }
 
 void glUseProgram(Invocation& call, GLuint program) {
@@ -486,37 +422,6 @@ void glGetProgramInfoLog(Invocation& call, GLuint program, GLsizei bufSize, GLsi
         CopyText(object->log, bufSize, length, infoLog);
 }
 
-void glGetActiveAttrib(Invocation& call, GLuint program, GLuint index, GLsizei bufSize, GLsizei* length,
-                       GLint* size, GLenum* type, GLchar* name) {
-    const Program* object = RequireProgram(call, program);
-    if (object == nullptr)
-        return;
-    if (index >= object->attributes.size())
-        return call.Raise(GL_INVALID_VALUE);
-    const std::string& attribute =
-        std::next(object->attributes.begin(), static_cast<std::ptrdiff_t>(index))->first;
-    CopyText(attribute, bufSize, length, name);
-    *size = 1;
-    *type = GL_FLOAT;
-    for (const GLuint shader : object->shaders)
-        for (const Declaration& declaration : ParseDeclarations(call.Objects().shaders.at(shader).source))
-            if (declaration.isAttribute && declaration.name == attribute)
-                *type = declaration.type;
-}
-
-void glGetActiveUniform(Invocation& call, GLuint program, GLuint index, GLsizei bufSize, GLsizei* length,
-                        GLint* size, GLenum* type, GLchar* name) {
-    const Program* object = RequireProgram(call, program);
-    if (object == nullptr)
-        return;
-    if (index >= object->uniforms.size())
-        return call.Raise(GL_INVALID_VALUE);
-    const Uniform& uniform = object->uniforms[index];
-    CopyText(uniform.size > 1 ? uniform.name + "[0]" : uniform.name, bufSize, length, name);
-    *size = uniform.size;
-    *type = uniform.type;
-}
-
 GLint glGetAttribLocation(Invocation& call, GLuint program, const GLchar* name) {
     const Program* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
     if (object == nullptr)
@@ -562,60 +467,9 @@ void glUniform4f(Invocation& call, GLint location, GLfloat v0, GLfloat v1, GLflo
 void glUniform1i(Invocation& call, GLint location, GLint v0) {
     SetUniform(call, location, 1, 1, &v0);
 }
-void glUniform2i(Invocation& call, GLint location, GLint v0, GLint v1) {
-    const GLint values[] = {v0, v1};
-    SetUniform(call, location, 1, 2, values);
-}
-void glUniform3i(Invocation& call, GLint location, GLint v0, GLint v1, GLint v2) {
-    const GLint values[] = {v0, v1, v2};
-    SetUniform(call, location, 1, 3, values);
-}
-void glUniform4i(Invocation& call, GLint location, GLint v0, GLint v1, GLint v2, GLint v3) {
-    const GLint values[] = {v0, v1, v2, v3};
-    SetUniform(call, location, 1, 4, values);
-}
-void glUniform1fv(Invocation& call, GLint location, GLsizei count, const GLfloat* value) {
-    SetUniform(call, location, count, 1, value);
-}
-void glUniform2fv(Invocation& call, GLint location, GLsizei count, const GLfloat* value) {
-    SetUniform(call, location, count, 2, value);
-}
-void glUniform3fv(Invocation& call, GLint location, GLsizei count, const GLfloat* value) {
-    SetUniform(call, location, count, 3, value);
-}
-void glUniform4fv(Invocation& call, GLint location, GLsizei count, const GLfloat* value) {
-    SetUniform(call, location, count, 4, value);
-}
-void glUniform1iv(Invocation& call, GLint location, GLsizei count, const GLint* value) {
-    SetUniform(call, location, count, 1, value);
-}
-void glUniform2iv(Invocation& call, GLint location, GLsizei count, const GLint* value) {
-    SetUniform(call, location, count, 2, value);
-}
-void glUniform3iv(Invocation& call, GLint location, GLsizei count, const GLint* value) {
-    SetUniform(call, location, count, 3, value);
-}
-void glUniform4iv(Invocation& call, GLint location, GLsizei count, const GLint* value) {
-    SetUniform(call, location, count, 4, value);
-}
-void glUniformMatrix2fv(Invocation& call, GLint location, GLsizei count, GLboolean transpose,
-                        const GLfloat* value) {
-    SetMatrix(call, location, count, transpose, 4, value);
-}
-void glUniformMatrix3fv(Invocation& call, GLint location, GLsizei count, GLboolean transpose,
-                        const GLfloat* value) {
-    SetMatrix(call, location, count, transpose, 9, value);
-}
 void glUniformMatrix4fv(Invocation& call, GLint location, GLsizei count, GLboolean transpose,
                         const GLfloat* value) {
     SetMatrix(call, location, count, transpose, 16, value);
-}
-
-void glGetUniformfv(Invocation& call, GLuint program, GLint location, GLfloat* params) {
-    GetUniform(call, program, location, params);
-}
-void glGetUniformiv(Invocation& call, GLuint program, GLint location, GLint* params) {
-    GetUniform(call, program, location, params);
 }
 
 } // namespace answer

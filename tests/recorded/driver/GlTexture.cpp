@@ -104,12 +104,6 @@ bool IsParameterValue(GLenum name, GLint value) {
     return OneOf(static_cast<GLenum>(value), {GL_CLAMP_TO_EDGE, GL_MIRRORED_REPEAT, GL_REPEAT});
 }
 
-/** An image like the framebuffer's pixels, made by the glCopyTex* calls; its contents are unknown. */
-void CopyLevel(Invocation& call, GLenum target, GLint level, GLenum format, GLsizei width, GLsizei height) {
-    Texture* texture = UploadTarget(call, target);
-    texture->levels[LevelKey(target, level)] = {width, height, format, format, GL_UNSIGNED_BYTE, {}};
-}
-
 } // namespace
 
 Texture* BoundTexture(ContextData& context, GLenum target) {
@@ -163,10 +157,6 @@ void glDeleteTextures(Invocation& call, GLsizei n, const GLuint* textures) {
     });
 }
 
-GLboolean glIsTexture(Invocation& call, GLuint texture) {
-    return call.Objects().textures.Find(texture) != nullptr ? GL_TRUE : GL_FALSE;
-}
-
 void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
     if (!OneOf(target, {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP}))
         return call.Raise(GL_INVALID_ENUM);
@@ -196,32 +186,6 @@ void glTexParameteri(Invocation& call, GLenum target, GLenum pname, GLint param)
     if (place == nullptr || !IsParameterValue(pname, param))
         return call.Raise(GL_INVALID_ENUM);
     *place = param;
-}
-
-void glTexParameteriv(Invocation& call, GLenum target, GLenum pname, const GLint* params) {
-    glTexParameteri(call, target, pname, *params);
-}
-
-void glTexParameterf(Invocation& call, GLenum target, GLenum pname, GLfloat param) {
-    glTexParameteri(call, target, pname, static_cast<GLint>(param));
-}
-
-void glTexParameterfv(Invocation& call, GLenum target, GLenum pname, const GLfloat* params) {
-    glTexParameteri(call, target, pname, static_cast<GLint>(*params));
-}
-
-void glGetTexParameteriv(Invocation& call, GLenum target, GLenum pname, GLint* params) {
-    Texture* texture = BoundTexture(call.Context(), target);
-    const GLint* place = texture != nullptr ? FindParameter(*texture, pname) : nullptr;
-    if (place == nullptr)
-        return call.Raise(GL_INVALID_ENUM);
-    *params = *place;
-}
-
-void glGetTexParameterfv(Invocation& call, GLenum target, GLenum pname, GLfloat* params) {
-    GLint value = static_cast<GLint>(*params);
-    glGetTexParameteriv(call, target, pname, &value);
-    *params = static_cast<GLfloat>(value);
 }
 
 void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
@@ -257,20 +221,6 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
     StoreLevel(image, pixels, size);
 }
 
-void glTexSubImage2D(Invocation& call, GLenum target, GLint level, GLint xoffset, GLint yoffset,
-                     GLsizei width, GLsizei height, GLenum format, GLenum type, const void* pixels) {
-    call.NoteBytes(pixels, UploadSize(call.GetState(), BytesPerPixel(format, type), width, height));
-    Texture* texture = UploadTarget(call, target);
-    if (texture == nullptr || !IsFormat(format) || !IsType(type))
-        return call.Raise(GL_INVALID_ENUM);
-    const auto image = texture->levels.find(LevelKey(target, level));
-    if (image == texture->levels.end() || image->second.format != format || BytesPerPixel(format, type) == 0)
-        return call.Raise(GL_INVALID_OPERATION);
-    if (xoffset < 0 || yoffset < 0 || width < 0 || height < 0 || xoffset + width > image->second.width ||
-        yoffset + height > image->second.height)
-        return call.Raise(GL_INVALID_VALUE);
-}
-
 void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
                             GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
                             const void* data) {
@@ -289,50 +239,6 @@ void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum
     image.type = GL_NONE;
     texture->image = EGL_NO_IMAGE_KHR;
     StoreLevel(image, data, static_cast<std::size_t>(imageSize));
-}
-
-/** None of the compressed formats offered here can be replaced in part. */
-void glCompressedTexSubImage2D(Invocation& call, GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum format,
-                               GLsizei, const void*) {
-    call.Raise(IsCompressedFormat(format) ? GL_INVALID_OPERATION : GL_INVALID_ENUM);
-}
-
-void glCopyTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat, GLint, GLint,
-                      GLsizei width, GLsizei height, GLint border) {
-    if (UploadTarget(call, target) == nullptr || !IsFormat(internalformat))
-        return call.Raise(GL_INVALID_ENUM);
-    if (const GLenum error = CheckSize(call, level, width, height, border))
-        return call.Raise(error);
-    CopyLevel(call, target, level, internalformat, width, height);
-}
-
-void glCopyTexSubImage2D(Invocation& call, GLenum target, GLint level, GLint xoffset, GLint yoffset, GLint,
-                         GLint, GLsizei width, GLsizei height) {
-    Texture* texture = UploadTarget(call, target);
-    if (texture == nullptr)
-        return call.Raise(GL_INVALID_ENUM);
-    const auto image = texture->levels.find(LevelKey(target, level));
-    if (image == texture->levels.end())
-        return call.Raise(GL_INVALID_OPERATION);
-    if (xoffset < 0 || yoffset < 0 || xoffset + width > image->second.width ||
-        yoffset + height > image->second.height)
-        call.Raise(GL_INVALID_VALUE);
-}
-
-void glGenerateMipmap(Invocation& call, GLenum target) {
-    Texture* texture = BoundTexture(call.Context(), target);
-    if (texture == nullptr)
-        return call.Raise(GL_INVALID_ENUM);
-    const auto base = texture->levels.find(0);
-    if (base == texture->levels.end() || base->second.format == GL_NONE)
-        return call.Raise(GL_INVALID_OPERATION);
-    TextureLevel level = base->second;
-    level.bytes.clear();
-    for (GLint i = 1; level.width > 1 || level.height > 1; ++i) {
-        level.width = std::max(level.width / 2, 1);
-        level.height = std::max(level.height / 2, 1);
-        texture->levels[i] = level;
-    }
 }
 
 void glEGLImageTargetTexture2DOES(Invocation& call, GLenum target, GLeglImageOES image) {

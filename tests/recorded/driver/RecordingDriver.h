@@ -107,14 +107,12 @@ struct VertexAttribute {
     GLsizei stride = 0;
     const void* pointer = nullptr;
     GLuint buffer = 0;
-    std::array<GLfloat, 4> constant = {0, 0, 0, 1};
 };
 
 struct StencilFace {
     GLenum func = GL_ALWAYS;
     GLint ref = 0;
     GLuint mask = ~0u;
-    GLuint writeMask = ~0u;
     GLenum fail = GL_KEEP;
     GLenum depthFail = GL_KEEP;
     GLenum depthPass = GL_KEEP;
@@ -126,9 +124,7 @@ constexpr std::size_t kVertexAttributes = 16;
 /** The state of one context, with the initial values that OpenGL ES 2.0 gives it. */
 struct State {
     std::array<GLint, 4> viewport = {};
-    std::array<GLint, 4> scissor = {};
     std::array<GLfloat, 4> clearColor = {};
-    GLfloat clearDepth = 1;
     GLint clearStencil = 0;
     GLenum blendSourceRGB = GL_ONE;
     GLenum blendTargetRGB = GL_ZERO;
@@ -136,20 +132,12 @@ struct State {
     GLenum blendTargetAlpha = GL_ZERO;
     GLenum blendEquationRGB = GL_FUNC_ADD;
     GLenum blendEquationAlpha = GL_FUNC_ADD;
-    std::array<GLfloat, 4> blendColor = {};
-    GLenum depthFunc = GL_LESS;
     bool depthMask = true;
-    std::array<GLfloat, 2> depthRange = {0, 1};
     std::array<bool, 4> colorMask = {true, true, true, true};
     StencilFace stencilFront;
     StencilFace stencilBack;
     GLenum frontFace = GL_CCW;
-    GLenum cullFace = GL_BACK;
     GLfloat lineWidth = 1;
-    std::array<GLfloat, 2> polygonOffset = {};
-    GLfloat sampleCoverage = 1;
-    bool sampleCoverageInvert = false;
-    GLenum mipmapHint = GL_DONT_CARE;
     GLint packAlignment = 4;
     GLint unpackAlignment = 4;
     GLuint program = 0;
