@@ -5,8 +5,8 @@
 #include <vector>
 
 #include "JObject.h"
+#include "TestNodes.h"
 #include "trevik/Assert.h"
-#include "trevik/Debug.h"
 #include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
 
@@ -98,22 +98,15 @@ public:
                   static_cast<Reports*>(pUser)->m_asserts.push_back(
                       std::string(pFile) + ":" + std::to_string(nLine) + " " + pExpression);
               },
-              this)),
-          m_oldSink(Debug::SetSink(
-              [](void* pUser, TraceLevel::Enum, String16 const& sMessage) {
-                  static_cast<Reports*>(pUser)->m_traces.push_back(String8(sMessage).GetData());
-              },
               this)) {}
-    ~Reports() {
-        SetAssertHandler(m_oldHandler);
-        Debug::SetSink(m_oldSink);
-    }
+    ~Reports() { SetAssertHandler(m_oldHandler); }
+    std::vector<std::string> const& GetTraces() const { return m_traces.GetLines(); }
+
     std::vector<std::string> m_asserts;
-    std::vector<std::string> m_traces;
 
 private:
     AssertHandler m_oldHandler;
-    TraceSink m_oldSink;
+    kelvo::test::TraceLog m_traces;
 };
 
 typedef std::vector<std::string> Calls;
@@ -162,10 +155,10 @@ TEST(Jni, ExceptionsAroundACallAreReportedAndCleared) {
     vm.m_fPending = true;
     BitmapObject const bitmap(FakeVM::Handle(1));
     EXPECT_FALSE(vm.m_fPending);
-    ASSERT_EQ(reports.m_traces.size(), 1u);
-    EXPECT_NE(reports.m_traces[0].find("BEFORE env->NewGlobalRef(obj) (include/JObject:1045)"),
+    ASSERT_EQ(reports.GetTraces().size(), 1u);
+    EXPECT_NE(reports.GetTraces()[0].find("BEFORE env->NewGlobalRef(obj) (include/JObject:1045)"),
               std::string::npos)
-        << reports.m_traces[0];
+        << reports.GetTraces()[0];
     EXPECT_FALSE(ExceptionHandler::CheckForException(vm.GetJNIEnv(), "AFTER", "file", 1, "nothing"))
         << "none is pending";
 }
@@ -192,8 +185,8 @@ TEST(Jni, AClassThatCannotBeFoundIsReported) {
     Class const unknown("no/Such");
     EXPECT_FALSE(VM::RegisterClass(&unknown));
     EXPECT_FALSE(vm.m_fPending) << "what Java threw is cleared";
-    ASSERT_EQ(reports.m_traces.size(), 2u);
-    EXPECT_NE(reports.m_traces[1].find("no/Such"), std::string::npos);
+    ASSERT_EQ(reports.GetTraces().size(), 2u);
+    EXPECT_NE(reports.GetTraces()[1].find("no/Such"), std::string::npos);
     BitmapObject const bitmap(FakeVM::Handle(1));
     vm.m_fPending = true;
     EXPECT_FALSE(bitmap.IsInstanceOf(unknown));

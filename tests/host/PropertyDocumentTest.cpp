@@ -169,7 +169,9 @@ TEST(PropertyDocument, BoundPropertySavesAndLoadsTheBindingsValue) {
     binding.m_nValue = 0;
     EXPECT_TRUE(LoadFrom(pSaved, property));
     EXPECT_EQ(binding.m_nValue, 7);
-    EXPECT_EQ(binding.m_notifications, std::vector<bool>{true});
+    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), property));
+    EXPECT_EQ(binding.m_nValue, 7);
+    EXPECT_EQ(binding.m_notifications, (std::vector<bool>{true, false})) << "it is told of failures, too";
 }
 
 } // namespace

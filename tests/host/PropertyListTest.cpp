@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "PropertyTestSupport.h"
-#include "TestNodes.h"
 #include "Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
@@ -160,22 +159,6 @@ TEST(PropertyList, AbsentPropertiesKeepTheirValuesAndUnknownOnesAreSkipped) {
     EXPECT_TRUE(LoadFrom(pNode, owner.m_list));
     EXPECT_EQ(owner.m_opacity.GetValue(), 0.5f);
     EXPECT_EQ(owner.m_position.GetValue(), Vector3(1, 2, 3));
-}
-
-TEST(PropertyList, FailedPropertyIsNamedAndTheDepthRestored) {
-    Ref<DocumentNode> pNode = MakeSampleNode(0, 9, BytesOf(1.0f)); // too few samples
-    Ref<DocumentNode> pDocument(new DocumentNode(0, 0));
-    Ref<DocumentNode> pProperty(new DocumentNode(HashName("Property"), HashName("Opacity")));
-    pProperty->AddChild(Ref<DocumentNode>(pNode->GetChild(0)));
-    pDocument->AddChild(pProperty);
-    ClassRegistry registry;
-    Deserializer deserializer(pDocument, registry);
-    Owner owner;
-    test::TraceLog traces;
-    EXPECT_FALSE(owner.m_list.Load(deserializer));
-    EXPECT_EQ(deserializer.GetDepth(), 0u);
-    EXPECT_EQ(owner.m_opacity.GetValue(), 1);
-    EXPECT_NE(traces.GetOnly().find("\"Opacity\""), std::string::npos) << traces.GetOnly();
 }
 
 TEST(PropertyList, WithoutMemoryNothingIsRegistered) {

@@ -77,15 +77,6 @@ TEST(Property, BindingStandsInForTheValueAndTheEvent) {
     EXPECT_EQ(property.GetValue(), 3) << "the stored value was left alone";
 }
 
-TEST(Property, BindingIsToldAboutLoadsThatFail) {
-    IntProperty property;
-    CountingBinding binding;
-    property.Bind(&binding);
-    EXPECT_FALSE(LoadFrom(Ref<DocumentNode>(new DocumentNode(0, 0)), property));
-    EXPECT_EQ(binding.m_notifications, (std::vector<bool>{false}));
-    EXPECT_EQ(binding.m_nValue, 7);
-}
-
 TEST(Property, LastControllerDrivesUntilItIsFinished) {
     IntProperty property;
     Listener<int> listener;

@@ -341,21 +341,17 @@ TEST(Text, IsSelectedWithinItsBounds) {
     }
 }
 
-TEST(Text, ACopySharesTheFontAndHasItsOwnBackground) {
+TEST(Text, ACopySharesTheFontAndGoesItsOwnWay) {
     SquareText words(u"hello");
-    words.m_pText->SetBackground(Make<TestSprite>("background").Get());
     words.m_pText->Update(words.m_device, 0);
     Ref<Node> const pCopy(words.m_pText->Clone());
     TestText& copy = static_cast<TestText&>(*pCopy);
     EXPECT_EQ(copy.GetFont(), words.m_pFont.Get());
-    ASSERT_NE(copy.GetBackground(), nullptr);
-    EXPECT_NE(copy.GetBackground(), words.m_pText->GetBackground());
     copy.Update(words.m_device, 0);
     EXPECT_EQ(copy.GetInstances().GetCount(), 5u);
     Bounds bounds;
     copy.GetTextRenderRect(bounds);
     EXPECT_EQ(bounds, words.GetRectangle());
-    // From then on they go separate ways.
     copy.GetTextProperty().SetValue(u"hi");
     copy.GetColorProperty().SetValue(Color(1, 0, 0, 1));
     copy.Update(words.m_device, 0);
