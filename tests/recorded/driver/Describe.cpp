@@ -146,8 +146,7 @@ void ReadContents(Call& call, const Argument& argument) {
         break;
     case ArgumentKind::Names:
     case ArgumentKind::OutNames:
-        ReadValues<std::int64_t, GLuint>(call.integers, argument.pointer,
-                                         Sibling(call, call.name == "glShaderBinary" ? "count" : "n"));
+        ReadValues<std::int64_t, GLuint>(call.integers, argument.pointer, Sibling(call, "n"));
         break;
     case ArgumentKind::Bytes:
         ReadValues<std::uint8_t, std::uint8_t>(

@@ -55,8 +55,8 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 
 // ---- Configs
 
-/** One attribute of a config; nothing for an attribute that is none. */
-std::optional<EGLint> ConfigAttribute(const Config& config, std::size_t index, EGLint attribute) {
+/** One attribute of a config; nothing for an attribute that nobody asks for here. */
+std::optional<EGLint> ConfigAttribute(const Config& config, EGLint attribute) {
     switch (attribute) {
     case EGL_RED_SIZE:
         return config.red;
@@ -72,55 +72,20 @@ std::optional<EGLint> ConfigAttribute(const Config& config, std::size_t index, E
         return config.stencil;
     case EGL_BUFFER_SIZE:
         return config.red + config.green + config.blue + config.alpha;
-    case EGL_CONFIG_ID:
-        return static_cast<EGLint>(index) + 1;
     case EGL_RENDERABLE_TYPE:
-    case EGL_CONFORMANT:
         return EGL_OPENGL_ES2_BIT;
-    case EGL_SURFACE_TYPE:
-        return EGL_WINDOW_BIT | EGL_PBUFFER_BIT;
-    case EGL_COLOR_BUFFER_TYPE:
-        return EGL_RGB_BUFFER;
-    case EGL_CONFIG_CAVEAT:
-    case EGL_TRANSPARENT_TYPE:
-        return EGL_NONE;
-    case EGL_MAX_PBUFFER_WIDTH:
-    case EGL_MAX_PBUFFER_HEIGHT:
-        return 4096;
-    case EGL_MAX_SWAP_INTERVAL:
-        return 1;
-    case EGL_LEVEL:
-    case EGL_SAMPLES:
-    case EGL_SAMPLE_BUFFERS:
-    case EGL_LUMINANCE_SIZE:
-    case EGL_ALPHA_MASK_SIZE:
-    case EGL_MIN_SWAP_INTERVAL:
-    case EGL_NATIVE_RENDERABLE:
-    case EGL_NATIVE_VISUAL_ID:
-    case EGL_NATIVE_VISUAL_TYPE:
-        return 0;
     default:
         return std::nullopt;
     }
 }
 
-bool IsSize(EGLint attribute) {
-    static const EGLint s_sizes[] = {EGL_RED_SIZE,    EGL_GREEN_SIZE, EGL_BLUE_SIZE,
-                                     EGL_ALPHA_SIZE,  EGL_DEPTH_SIZE, EGL_STENCIL_SIZE,
-                                     EGL_BUFFER_SIZE, EGL_SAMPLES,    EGL_SAMPLE_BUFFERS};
-    return std::find(std::begin(s_sizes), std::end(s_sizes), attribute) != std::end(s_sizes);
-}
-
-/** Sizes must be at least, and kinds must include, what is asked for; other attributes do not choose. */
-bool Satisfies(const Config& config, std::size_t index, const EGLint* attributes) {
+/** Sizes must be at least, and the kinds of contexts must include, what is asked for. */
+bool Satisfies(const Config& config, const EGLint* attributes) {
     for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
-        const EGLint value = ConfigAttribute(config, index, attributes[0]).value_or(0);
-        if (attributes[1] == EGL_DONT_CARE)
-            continue;
-        if (IsSize(attributes[0]) && value < attributes[1])
-            return false;
-        if ((attributes[0] == EGL_RENDERABLE_TYPE || attributes[0] == EGL_SURFACE_TYPE) &&
-            (value & attributes[1]) != attributes[1])
+        const EGLint value = ConfigAttribute(config, attributes[0]).value_or(0);
+        const bool satisfied = attributes[0] == EGL_RENDERABLE_TYPE ? (value & attributes[1]) == attributes[1]
+                                                                    : value >= attributes[1];
+        if (attributes[1] != EGL_DONT_CARE && !satisfied)
             return false;
     }
     return true;
@@ -132,12 +97,12 @@ EGLBoolean ListConfigs(Invocation& call, const EGLint* attributes, EGLConfig* co
     if (count == nullptr)
         return call.Refuse(EGL_BAD_PARAMETER);
     for (const EGLint* key = attributes; key != nullptr && *key != EGL_NONE; key += 2)
-        if (!ConfigAttribute(Config(), 0, *key))
+        if (!ConfigAttribute(Config(), *key))
             return call.Refuse(EGL_BAD_ATTRIBUTE);
     *count = 0;
     const std::vector<Config>& all = call.GetSession().configs;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (!Satisfies(all[i], i, attributes) || (configs != nullptr && *count >= size))
+        if (!Satisfies(all[i], attributes) || (configs != nullptr && *count >= size))
             continue;
         if (configs != nullptr)
             configs[*count] = ConfigHandle(i);
@@ -301,8 +266,7 @@ EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config
     if (!index)
         return EGL_FALSE;
     const auto& failing = call.GetSession().failingConfigAttributes;
-    const std::optional<EGLint> answer =
-        ConfigAttribute(call.GetSession().configs[*index], *index, attribute);
+    const std::optional<EGLint> answer = ConfigAttribute(call.GetSession().configs[*index], attribute);
     if (!answer || failing.count({*index, 0}) != 0 || failing.count({*index, attribute}) != 0)
         return call.Refuse(EGL_BAD_ATTRIBUTE);
     *value = *answer;

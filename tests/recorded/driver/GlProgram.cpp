@@ -55,12 +55,8 @@ void FreeProgram(Session& session, ShareGroup& objects, GLuint name) {
     objects.programs.erase(found);
 }
 
-GLint TextLength(const std::string& text) {
-    return text.empty() ? 0 : static_cast<GLint>(text.size() + 1);
-}
-
 GLint LogLength(Invocation& call, const std::string& log) {
-    return log.empty() ? call.GetSession().emptyLogLength : TextLength(log);
+    return log.empty() ? call.GetSession().emptyLogLength : static_cast<GLint>(log.size() + 1);
 }
 
 /** Copies text as the glGet*InfoLog functions do: cut to the buffer, always terminated. */
@@ -286,20 +282,11 @@ void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params)
     if (object == nullptr)
         return;
     switch (pname) {
-    case GL_SHADER_TYPE:
-        *params = static_cast<GLint>(object->type);
-        break;
-    case GL_DELETE_STATUS:
-        *params = object->deleted ? GL_TRUE : GL_FALSE;
-        break;
     case GL_COMPILE_STATUS:
         *params = object->compiled ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
         *params = LogLength(call, object->log);
-        break;
-    case GL_SHADER_SOURCE_LENGTH:
-        *params = TextLength(object->source);
         break;
     default:
         call.Raise(GL_INVALID_ENUM);
@@ -388,28 +375,11 @@ void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* param
     if (object == nullptr)
         return;
     switch (pname) {
-    case GL_DELETE_STATUS:
-        *params = object->deleted ? GL_TRUE : GL_FALSE;
-        break;
     case GL_LINK_STATUS:
-    case GL_VALIDATE_STATUS:
         *params = object->linked ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
         *params = LogLength(call, object->log);
-        break;
-    case GL_ATTACHED_SHADERS:
-        *params = static_cast<GLint>(object->shaders.size());
-        break;
-    case GL_ACTIVE_UNIFORMS:
-        *params = static_cast<GLint>(object->uniforms.size());
-        break;
-    case GL_ACTIVE_ATTRIBUTES:
-        *params = static_cast<GLint>(object->attributes.size());
-        break;
-    case GL_ACTIVE_UNIFORM_MAX_LENGTH:
-    case GL_ACTIVE_ATTRIBUTE_MAX_LENGTH:
-        *params = 64;
         break;
     default:
         call.Raise(GL_INVALID_ENUM);
