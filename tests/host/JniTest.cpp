@@ -6,7 +6,6 @@
 
 #include "JObject.h"
 #include "TestNodes.h"
-#include "trevik/Assert.h"
 #include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
 
@@ -22,7 +21,6 @@ typedef Object<android::graphics::Bitmap> BitmapObject;
 class FakeVM {
 public:
     std::vector<std::string> m_calls;
-    bool m_fAttached = true;
     bool m_fPending = false;    ///< a Java exception
     bool m_fBitmapClass = true; ///< whether the class can be found
 
@@ -53,8 +51,6 @@ public:
         VM::SetJavaVM(nullptr);
         s_pVM = nullptr;
     }
-    JavaVM* GetJavaVM() { return &m_vm; }
-    JNIEnv* GetJNIEnv() { return &m_env; }
 
     static jobject Handle(std::size_t nNumber) { return reinterpret_cast<jobject>(nNumber); }
     static std::string Number(jobject obj) { return std::to_string(reinterpret_cast<std::size_t>(obj)); }
@@ -62,8 +58,8 @@ public:
 private:
     static void Note(std::string const& call) { s_pVM->m_calls.push_back(call); }
     static jint JNICALL GetEnv(JavaVM*, void** ppEnv, jint) {
-        *ppEnv = s_pVM->m_fAttached ? &s_pVM->m_env : nullptr;
-        return s_pVM->m_fAttached ? JNI_OK : JNI_EDETACHED;
+        *ppEnv = &s_pVM->m_env;
+        return JNI_OK;
     }
     static jclass JNICALL FindClass(JNIEnv*, char const* pName) {
         std::string const name(pName);
@@ -89,79 +85,7 @@ private:
 
 FakeVM* FakeVM::s_pVM = nullptr;
 
-/** Keeps what is asserted and traced while it lives. */
-class Reports {
-public:
-    Reports()
-        : m_oldHandler(SetAssertHandler(
-              [](void* pUser, char const* pFile, unsigned int nLine, char const* pExpression) {
-                  static_cast<Reports*>(pUser)->m_asserts.push_back(
-                      std::string(pFile) + ":" + std::to_string(nLine) + " " + pExpression);
-              },
-              this)) {}
-    ~Reports() { SetAssertHandler(m_oldHandler); }
-    std::vector<std::string> const& GetTraces() const { return m_traces.GetLines(); }
-
-    std::vector<std::string> m_asserts;
-
-private:
-    AssertHandler m_oldHandler;
-    kelvo::test::TraceLog m_traces;
-};
-
 typedef std::vector<std::string> Calls;
-
-TEST(Jni, ABitmapIsHeldByOneGlobalReference) {
-    FakeVM vm;
-    {
-        BitmapObject const bitmap(FakeVM::Handle(1));
-        EXPECT_EQ(FakeVM::Number(bitmap.Get()), "101");
-    }
-    EXPECT_EQ(vm.m_calls, (Calls{"new 1", "delete 101"}));
-}
-
-TEST(Jni, WhatIsNoBitmapIsDropped) {
-    FakeVM vm;
-    BitmapObject const other(FakeVM::Handle(2));
-    EXPECT_TRUE(other.IsEmpty());
-    EXPECT_EQ(vm.m_calls, (Calls{"new 2", "delete 102"}));
-}
-
-TEST(Jni, CopiesHaveReferencesOfTheirOwnAndMovesTakeThem) {
-    FakeVM vm;
-    BitmapObject bitmap(FakeVM::Handle(1));
-    BitmapObject const copy(bitmap);
-    EXPECT_EQ(vm.m_calls, (Calls{"new 1", "new 101"}));
-    BitmapObject const moved(std::move(bitmap));
-    EXPECT_TRUE(bitmap.IsEmpty());
-    EXPECT_FALSE(moved.IsEmpty());
-    EXPECT_EQ(vm.m_calls.size(), 2u);
-}
-
-TEST(Jni, OnAThreadWithoutJavaTheWrapperStaysEmpty) {
-    FakeVM vm;
-    vm.m_fAttached = false;
-    EXPECT_EQ(VM::GetEnv(), nullptr);
-    Reports reports;
-    BitmapObject const bitmap(FakeVM::Handle(1));
-    EXPECT_TRUE(bitmap.IsEmpty());
-    EXPECT_EQ(reports.m_asserts, Calls{"include/JObject:1135 env"});
-    EXPECT_TRUE(vm.m_calls.empty());
-}
-
-TEST(Jni, ExceptionsAroundACallAreReportedAndCleared) {
-    FakeVM vm;
-    Reports reports;
-    vm.m_fPending = true;
-    BitmapObject const bitmap(FakeVM::Handle(1));
-    EXPECT_FALSE(vm.m_fPending);
-    ASSERT_EQ(reports.GetTraces().size(), 1u);
-    EXPECT_NE(reports.GetTraces()[0].find("BEFORE env->NewGlobalRef(obj) (include/JObject:1045)"),
-              std::string::npos)
-        << reports.GetTraces()[0];
-    EXPECT_FALSE(ExceptionHandler::CheckForException(vm.GetJNIEnv(), "AFTER", "file", 1, "nothing"))
-        << "none is pending";
-}
 
 TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachine) {
     Class const early("android/graphics/Bitmap");
@@ -181,12 +105,12 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachine) {
 
 TEST(Jni, AClassThatCannotBeFoundIsReported) {
     FakeVM vm;
-    Reports reports;
+    kelvo::test::TraceLog traces;
     Class const unknown("no/Such");
     EXPECT_FALSE(VM::RegisterClass(&unknown));
     EXPECT_FALSE(vm.m_fPending) << "what Java threw is cleared";
-    ASSERT_EQ(reports.GetTraces().size(), 2u);
-    EXPECT_NE(reports.GetTraces()[1].find("no/Such"), std::string::npos);
+    ASSERT_EQ(traces.GetLines().size(), 2u);
+    EXPECT_NE(traces.GetLines()[1].find("no/Such"), std::string::npos);
     BitmapObject const bitmap(FakeVM::Handle(1));
     vm.m_fPending = true;
     EXPECT_FALSE(bitmap.IsInstanceOf(unknown));

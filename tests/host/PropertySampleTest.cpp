@@ -233,15 +233,12 @@ TEST(PropertySample, RunsAreMadeOnlyWhereStrictlySmaller) {
     auto const MakeReal = [](int n) { return static_cast<RealFloat>(n); };
     auto const MakeVector = [](int n) { return Vector3(0, 0, static_cast<RealFloat>(n)); };
     auto const MakeRectangle = [](int n) { return Rectangle(0, 0, 0, static_cast<RealFloat>(n)); };
-    ExpectCompaction<Vector3>("vector", 3, 2, false, MakeVector); // 40 against 36
-    ExpectCompaction<Vector3>("vector", 3, 3, true, MakeVector);  // 20 against 36
-    ExpectCompaction<Vector3>("vector", 5, 3, false, MakeVector); // 60 against 60
-    ExpectCompaction<Vector3>("vector", 5, 4, true, MakeVector);  // 40 against 60
-    ExpectCompaction<RealFloat>("real", 3, 3, false, MakeReal);   // 12 against 12
-    ExpectCompaction<RealFloat>("real", 4, 4, true, MakeReal);    // 12 against 16
-    ExpectCompaction<RealFloat>("real", 7, 6, true, MakeReal);    // 24 against 28
-    ExpectCompaction<int>("int", 3, 3, false, [](int n) { return n; });
-    ExpectCompaction<int>("int", 4, 4, true, [](int n) { return n; });
+    ExpectCompaction<Vector3>("vector", 3, 2, false, MakeVector);         // 40 against 36
+    ExpectCompaction<Vector3>("vector", 3, 3, true, MakeVector);          // 20 against 36
+    ExpectCompaction<Vector3>("vector", 5, 3, false, MakeVector);         // 60 against 60
+    ExpectCompaction<Vector3>("vector", 5, 4, true, MakeVector);          // 40 against 60
+    ExpectCompaction<RealFloat>("real", 3, 3, false, MakeReal);           // 12 against 12
+    ExpectCompaction<RealFloat>("real", 4, 4, true, MakeReal);            // 12 against 16
     ExpectCompaction<Rectangle>("rectangle", 3, 2, false, MakeRectangle); // 48 against 48
     ExpectCompaction<Rectangle>("rectangle", 4, 3, true, MakeRectangle);  // 48 against 64
     ExpectCompaction<RealFloat>("real", 0, 0, false, MakeReal);

@@ -352,6 +352,15 @@ inline std::string ChildNames(Node const& node) {
     return names;
 }
 
+/** What is hit at a point when `node` is drawn for selection. */
+inline List<SelectionPoint> Select(TestDevice& device, Node& node, Vector2 const& point) {
+    List<SelectionPoint> hits;
+    device.SetSelectionMode(point, &hits);
+    node.Render(device);
+    device.SetRenderMode();
+    return hits;
+}
+
 /** Samples for a property: one value per frame from `nStartFrame` on. */
 template <class T>
 void Animate(BaseProperty<T>& property, int nStartFrame, std::vector<T> const& samples) {

@@ -329,10 +329,7 @@ TEST(Text, IsSelectedWithinItsBounds) {
     words.m_pText->GetFontSizeProperty().SetValue(SizeT<RealFloat>(5, 20));
     words.m_pText->Update(words.m_device, 0);
     for (RealFloat x : {RealFloat(-1), RealFloat(5), RealFloat(21)}) {
-        List<SelectionPoint> hits;
-        words.m_device.SetSelectionMode(Vector2(x, -15), &hits);
-        words.m_pText->Render(words.m_device);
-        words.m_device.SetRenderMode();
+        List<SelectionPoint> const hits = Select(words.m_device, *words.m_pText, Vector2(x, -15));
         ASSERT_EQ(hits.GetCount(), x == 5 ? 1u : 0u) << x;
         if (x == 5) {
             EXPECT_NEAR(hits[0].m_position.x, 0.25, 1e-5);

@@ -315,11 +315,7 @@ TEST(Timeline, SelectionLooksThroughItsCamera) {
     film.m_pTimeline->SetCamera(pCamera.Get());
     film.Play(0);
     for (RealFloat x : {RealFloat(5), RealFloat(105)}) {
-        List<SelectionPoint> hits;
-        film.m_device.SetSelectionMode(Vector2(x, 5), &hits);
-        film.m_pTimeline->Render(film.m_device);
-        film.m_device.SetRenderMode();
-        EXPECT_EQ(hits.GetCount(), x > 100 ? 1u : 0u);
+        EXPECT_EQ(Select(film.m_device, *film.m_pTimeline, Vector2(x, 5)).GetCount(), x > 100 ? 1u : 0u);
         EXPECT_TRUE(film.m_device.m_cameras.empty()) << "popped again";
         EXPECT_EQ(film.m_device.m_nHiddenDepths, 0);
     }
@@ -344,11 +340,8 @@ TEST(Timeline, SelectionFindsWhatIsInsideTheMasksOfAllTimelinesAbove) {
     film.m_pSprite->GetPositionProperty().SetValue(Vector3(-3, 0, 0));
     film.m_pOuter->Update(film.m_device, 0);
     for (RealFloat x : {RealFloat(1), RealFloat(3), RealFloat(6), RealFloat(8)}) {
-        List<SelectionPoint> hits;
-        film.m_device.SetSelectionMode(Vector2(x, 5), &hits);
-        film.m_pOuter->Render(film.m_device);
-        film.m_device.SetRenderMode();
-        EXPECT_EQ(hits.GetCount(), x > 2 && x < 7 ? 1u : 0u) << x;
+        EXPECT_EQ(Select(film.m_device, *film.m_pOuter, Vector2(x, 5)).GetCount(), x > 2 && x < 7 ? 1u : 0u)
+            << x;
     }
 }
 

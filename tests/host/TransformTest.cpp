@@ -227,12 +227,9 @@ struct Picture {
         return drawn;
     }
     std::string Pick(RealFloat x, RealFloat y) {
-        List<SelectionPoint> hits;
         m_pRoot->Update(m_device, 0);
         m_device.m_calls.clear();
-        m_device.SetSelectionMode(Vector2(x, y), &hits);
-        m_pRoot->Render(m_device);
-        m_device.SetRenderMode();
+        List<SelectionPoint> const hits = Select(m_device, *m_pRoot, Vector2(x, y));
         EXPECT_TRUE(m_device.m_calls.empty()) << "nothing is drawn while selecting";
         std::string names;
         for (SelectionPoint const& hit : hits) {

@@ -19,33 +19,27 @@ namespace {
 
 unsigned int const k_nLongTime = 60000; // milliseconds: only a failure takes as long
 
-TEST(TrevikMutex, TheHolderMayLockAgain) {
+TEST(TrevikMutex, TheHolderMayLockAgainAndGivesItBackAsOften) {
     Mutex mutex;
+    auto const othersGetIt = [&mutex] {
+        bool got = false;
+        std::thread([&] {
+            got = mutex.TryLock();
+            got ? mutex.Unlock() : void();
+        }).join();
+        return got;
+    };
     ASSERT_TRUE(mutex.Lock());
-    ScopedLock const again(mutex);
-    EXPECT_TRUE(again.IsLocked());
-    EXPECT_TRUE(mutex.TryLock());
-    bool othersGetIt = true;
-    std::thread([&] { othersGetIt = mutex.TryLock(); }).join();
-    EXPECT_FALSE(othersGetIt);
-    mutex.Unlock();
-    mutex.Unlock();
-}
-
-TEST(TrevikMutex, IsFreeWhenItHasBeenGivenBackAsOften) {
-    Mutex mutex;
-    bool othersGetIt = true;
     {
-        ScopedLock const outer(mutex);
-        { ScopedLock const inner(mutex); }
-        std::thread([&] { othersGetIt = mutex.TryLock(); }).join();
-        EXPECT_FALSE(othersGetIt);
-    }
-    std::thread([&] {
-        othersGetIt = mutex.TryLock();
+        ScopedLock const again(mutex);
+        EXPECT_TRUE(again.IsLocked());
+        EXPECT_TRUE(mutex.TryLock());
+        EXPECT_FALSE(othersGetIt());
         mutex.Unlock();
-    }).join();
-    EXPECT_TRUE(othersGetIt);
+    }
+    EXPECT_FALSE(othersGetIt());
+    mutex.Unlock();
+    EXPECT_TRUE(othersGetIt());
 }
 
 TEST(TrevikMutex, KeepsThreadsApart) {
