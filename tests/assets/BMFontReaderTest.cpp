@@ -429,16 +429,13 @@ TEST(BMFontReader, SaysWhatIsWrongInABinaryFont) {
         {BinaryWith(2, {}), "there is no \"common\""},
         {BinaryWith(2, Block(2, Bytes(14))), "block 2 has 14 bytes; expected 15" + place(2, 5)},
         {BinaryWith(2, packed),
-         "the font is packed: glyphs that share a page's channels cannot be drawn; export it "
-         "unpacked" +
+         "the font is packed: glyphs that share a page's channels cannot be drawn; export it unpacked" +
              place(2, 5)},
         {BinaryWith(2, packedToo),
-         "the font is packed: glyphs that share a page's channels cannot be drawn; export "
-         "it unpacked" +
+         "the font is packed: glyphs that share a page's channels cannot be drawn; export it unpacked" +
              place(2, 5)},
         {BinaryWith(2, common(63, 2, 0)),
-         "character 128512 takes 16 x 24 pixels from (48, 8) on, beyond its page of "
-         "63 x 32" +
+         "character 128512 takes 16 x 24 pixels from (48, 8) on, beyond its page of 63 x 32" +
              place(4, 5 + 60)},
         {BinaryWith(3, {}), "page 0 is missing; the font says it has 2" + place(2, 5)},
         {BinaryWith(3, Block(3, ToBytes("first.png"))), "the name of page 0 does not end" + place(3, 5)},

@@ -165,8 +165,7 @@ std::string CompleteSnippet(std::string const& snippet) {
     }
     if (snippet.rfind("{", 0) == 0) {
         return "{\"textures\": {\"leaf\": \"leaf.png\"}, \"fonts\": {\"title\": {\"family\": \"DejaVu "
-               "Sans\"}}, "
-               "\"nodes\": [" +
+               "Sans\"}}, \"nodes\": [" +
                snippet + "]}";
     }
     if (snippet.rfind("\"textures\"", 0) == 0 || snippet.rfind("\"fonts\"", 0) == 0) {

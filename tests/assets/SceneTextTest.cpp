@@ -297,68 +297,61 @@ struct BadScene {
 
 TEST_F(SceneTextFilesTest, SaysWhatIsWrongWithAFont) {
     BadScene const cases[] = {
-        {"{}", "1: /fonts/f: there is no \"file\" and no \"family\""},
-        {"\"title.fnt\"",
-         "1: /fonts/f: expected a font: an object with \"file\" or \"family\", found string \"title.fnt\""},
-        {"{\"file\": \"title.fnt\", \"family\": \"DejaVu Sans\"}",
-         "1: /fonts/f: a font has either \"file\" or \"family\", not both"},
-        {"{\"file\": \"\"}", "1: /fonts/f/file: expected the path of a font file, found string \"\""},
-        {"{\"file\": \"none.ttf\"}",
-         "1: /fonts/f/file: " + m_folder.Path("none.ttf") + ": cannot be opened: No such file or directory"},
-        {"{\"file\": \"title.fnt\", \"size\": 12}", "1: /fonts/f/size: unknown key \"size\"; known are "
-                                                    "\"underline\", \"underlinePosition\", "
-                                                    "\"underlineThickness\", \"images\" and \"file\""},
-        {"{\"file\": \"x.ttf\", \"style\": \"Bold\", \"file\": \"y\"}",
-         "1: \"file\" stands twice in the same object, first on line 1"},
-        {Sans("\"sise\": 12"), "1: /fonts/f/sise: unknown key \"sise\"; did you mean \"size\"?"},
-        {Sans("\"face\": 0"),
-         "1: /fonts/f/face: unknown key \"face\"; known are \"underline\", \"underlinePosition\", "
-         "\"underlineThickness\", \"images\", \"family\", \"style\", \"size\", \"kind\", \"hinting\", "
-         "\"characters\" "
-         "and \"ranges\""},
-        {Sans("\"size\": 513"), "1: /fonts/f/size: expected a whole number from 1 to 512, found 513"},
-        {Sans("\"size\": 0"), "1: /fonts/f/size: expected a whole number from 1 to 512, found 0"},
-        {Sans("\"kind\": \"outlined\""),
-         "1: /fonts/f/kind: unknown kind of font \"outlined\"; did you mean \"outline\"?"},
-        {Sans("\"kind\": \"outline\", \"underline\": true"),
-         "1: /fonts/f/underline: texts in outlines cannot be underlined"},
-        {Sans("\"hinting\": 1"), "1: /fonts/f/hinting: expected true or false, found 1"},
-        {Sans("\"characters\": [\"a\"]"), "1: /fonts/f/characters: expected a string, found an array of 1"},
-        {Sans("\"ranges\": \"U+0410\""),
-         "1: /fonts/f/ranges: expected an array of ranges of characters, found string \"U+0410\""},
-        {Sans("\"ranges\": [\"U+0412-U+0410\"]"),
-         "1: /fonts/f/ranges/0: the range \"U+0412-U+0410\" ends before it begins"},
-        {Sans("\"underlineThickness\": -1"),
-         "1: /fonts/f/underlineThickness: expected a number from 0 to 1000, found -1"},
-        {Sans("\"images\": [\"heart.png\"]"),
-         "1: /fonts/f/images: expected an object with an image under each character, found an array of 1"},
-        {Sans("\"images\": {\"ab\": \"heart.png\"}"), "1: /fonts/f/images/ab: the name of an image is the "
-                                                      "character that it stands for, a single code point"},
-        {Sans("\"images\": {\"\": \"heart.png\"}"), "1: /fonts/f/images/: the name of an image is the "
-                                                    "character that it stands for, a single code point"},
-        {Sans("\"images\": {\"\\n\": \"heart.png\"}"), "1: /fonts/f/images/?: the name of an image is the "
-                                                       "character that it stands for, a single code point"},
-        {Sans("\"images\": {\"a\": \"hart\"}"),
-         "1: /fonts/f/images/a: unknown texture \"hart\"; did you mean \"heart\"?"},
-        {Sans("\"images\": {\"a\": \"hart.png\"}"), "1: /fonts/f/images/a: " + m_folder.Path("hart.png") +
-                                                        ": cannot be opened: No such file or directory"},
-        {Sans("\"images\": {\"a\": {\"offset\": [0, 1]}}"), "1: /fonts/f/images/a: there is no \"texture\""},
-        {Sans("\"images\": {\"a\": {\"texture\": \"heart\", \"offset\": [1]}}"),
-         "1: /fonts/f/images/a/offset: expected 2 whole numbers: to the right, upward, found an array of 1"},
-        {Sans("\"images\": {\"a\": {\"texture\": \"etc1\"}}"),
-         "1: /fonts/f/images/a/texture: a texture in ETC1 with alpha cannot stand for a character: its alpha "
-         "would not be drawn"},
-        {Sans("\"ranges\": [\"U+4E00-U+FFFF\"]"),
-         "1: /fonts/f/ranges/0: a font has at most 20000 characters"},
-        {Sans("\"ranges\": [\"U+3000-U+6FFF\", \"U+7000-U+7FFF\"]"),
-         "1: /fonts/f: a font has at most 20000 characters; this one and its texts ask for 20575"},
+        {"{}", R"(: there is no "file" and no "family")"},
+        {R"("title.fnt")",
+         R"(: expected a font: an object with "file" or "family", found string "title.fnt")"},
+        {R"({"file": "title.fnt", "family": "DejaVu Sans"})",
+         R"(: a font has either "file" or "family", not both)"},
+        {R"({"file": ""})", R"(/file: expected the path of a font file, found string "")"},
+        {R"({"file": "none.ttf"})",
+         "/file: " + m_folder.Path("none.ttf") + ": cannot be opened: No such file or directory"},
+        {R"({"file": "title.fnt", "size": 12})",
+         "/size: unknown key \"size\"; known are \"underline\", \"underlinePosition\", "
+         "\"underlineThickness\", \"images\" and \"file\""},
+        {Sans(R"("sise": 12)"), R"(/sise: unknown key "sise"; did you mean "size"?)"},
+        {Sans(R"("face": 0)"), "/face: unknown key \"face\"; known are \"underline\", \"underlinePosition\", "
+                               "\"underlineThickness\", \"images\", \"family\", \"style\", \"size\", "
+                               "\"kind\", \"hinting\", \"characters\" and \"ranges\""},
+        {Sans(R"("size": 513)"), "/size: expected a whole number from 1 to 512, found 513"},
+        {Sans(R"("size": 0)"), "/size: expected a whole number from 1 to 512, found 0"},
+        {Sans(R"("kind": "outlined")"), R"(/kind: unknown kind of font "outlined"; did you mean "outline"?)"},
+        {Sans(R"("kind": "outline", "underline": true)"),
+         "/underline: texts in outlines cannot be underlined"},
+        {Sans(R"("hinting": 1)"), "/hinting: expected true or false, found 1"},
+        {Sans(R"("characters": ["a"])"), "/characters: expected a string, found an array of 1"},
+        {Sans(R"("ranges": "U+0410")"),
+         R"(/ranges: expected an array of ranges of characters, found string "U+0410")"},
+        {Sans(R"("ranges": ["U+0412-U+0410"])"),
+         R"(/ranges/0: the range "U+0412-U+0410" ends before it begins)"},
+        {Sans(R"("underlineThickness": -1)"),
+         "/underlineThickness: expected a number from 0 to 1000, found -1"},
+        {Sans(R"("images": ["heart.png"])"),
+         "/images: expected an object with an image under each character, found an array of 1"},
+        {Sans(R"("images": {"ab": "heart.png"})"),
+         "/images/ab: the name of an image is the character that it stands for, a single code point"},
+        {Sans(R"("images": {"": "heart.png"})"),
+         "/images/: the name of an image is the character that it stands for, a single code point"},
+        {Sans("\"images\": {\"\\n\": \"heart.png\"}"),
+         "/images/?: the name of an image is the character that it stands for, a single code point"},
+        {Sans(R"("images": {"a": "hart"})"), R"(/images/a: unknown texture "hart"; did you mean "heart"?)"},
+        {Sans(R"("images": {"a": "hart.png"})"),
+         "/images/a: " + m_folder.Path("hart.png") + ": cannot be opened: No such file or directory"},
+        {Sans(R"("images": {"a": {"offset": [0, 1]}})"), R"(/images/a: there is no "texture")"},
+        {Sans(R"("images": {"a": {"texture": "heart", "offset": [1]}})"),
+         "/images/a/offset: expected 2 whole numbers: to the right, upward, found an array of 1"},
+        {Sans(R"("images": {"a": {"texture": "etc1"}})"),
+         "/images/a/texture: a texture in ETC1 with alpha cannot stand for a character: its alpha would not "
+         "be drawn"},
+        {Sans(R"("ranges": ["U+4E00-U+FFFF"])"), "/ranges/0: a font has at most 20000 characters"},
+        {Sans(R"("ranges": ["U+3000-U+6FFF", "U+7000-U+7FFF"])"),
+         ": a font has at most 20000 characters; this one and its texts ask for 20575"},
     };
     for (BadScene const& bad : cases) {
         EXPECT_EQ(ErrorOf("{\"textures\": {\"heart\": \"heart.png\", \"etc1\": {\"file\": \"heart.png\", "
                           "\"etc1\": true}}, \"nodes\": [], \"fonts\": {\"f\": " +
                               bad.text + "}}",
                           Folder()),
-                  bad.error)
+                  "1: /fonts/f" + bad.error)
             << bad.text;
     }
 }
@@ -375,28 +368,26 @@ TEST(SceneText, SaysWhichCharactersARangeMayHave) {
 
 TEST_F(SceneTextFilesTest, SaysWhatIsWrongWithAText) {
     BadScene const cases[] = {
-        {"{\"class\": \"Text\"}", "1: /nodes/0: there is no \"font\""},
-        {"{\"class\": \"Text\", \"font\": \"fonts\"}",
-         "1: /nodes/0/font: unknown font \"fonts\"; did you mean \"font\"?"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"Text\": 3}",
-         "1: /nodes/0/Text: expected a string, or an array of its lines, found 3"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"Text\": [\"a\", 3]}",
-         "1: /nodes/0/Text/1: expected a string, found 3"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"Text\": {\"samples\": [\"a\"]}}",
-         "1: /nodes/0/Text: \"Text\" cannot be animated; expected a string, or an array of its lines"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"HorizontalAlignment\": \"centre\"}",
-         "1: /nodes/0/HorizontalAlignment: unknown value \"centre\"; did you mean \"center\"?"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"background\": {\"class\": \"Camera\"}}",
-         "1: /nodes/0/background/class: class \"Camera\" is no class of sprites"},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"background\": \"b\"}",
-         "1: /nodes/0/background: expected a node: an object with \"class\", found string \"b\""},
-        {"{\"class\": \"Text\", \"font\": \"font\", \"background\": {\"class\": \"Sprite\"}}",
-         "1: /nodes/0/background: there is no \"texture\", without which a background is not drawn"},
+        {R"("name": "t")", R"(: there is no "font")"},
+        {R"("font": "fonts")", R"(/font: unknown font "fonts"; did you mean "font"?)"},
+        {R"("font": "font", "Text": 3)", "/Text: expected a string, or an array of its lines, found 3"},
+        {R"("font": "font", "Text": ["a", 3])", "/Text/1: expected a string, found 3"},
+        {R"("font": "font", "Text": {"samples": ["a"]})",
+         R"(/Text: "Text" cannot be animated; expected a string, or an array of its lines)"},
+        {R"("font": "font", "HorizontalAlignment": "centre")",
+         R"(/HorizontalAlignment: unknown value "centre"; did you mean "center"?)"},
+        {R"("font": "font", "background": {"class": "Camera"})",
+         R"(/background/class: class "Camera" is no class of sprites)"},
+        {R"("font": "font", "background": "b")",
+         R"(/background: expected a node: an object with "class", found string "b")"},
+        {R"("font": "font", "background": {"class": "Sprite"})",
+         R"(/background: there is no "texture", without which a background is not drawn)"},
     };
     for (BadScene const& bad : cases) {
-        EXPECT_EQ(ErrorOf("{\"fonts\": {\"font\": {\"file\": \"title.fnt\"}}, \"nodes\": [" + bad.text + "]}",
+        EXPECT_EQ(ErrorOf(R"({"fonts": {"font": {"file": "title.fnt"}}, "nodes": [{"class": "Text", )" +
+                              bad.text + "}]}",
                           Folder()),
-                  bad.error)
+                  "1: /nodes/0" + bad.error)
             << bad.text;
     }
 }
