@@ -18,14 +18,6 @@ using Floats = std::vector<float>;
 using Vector = Vector3T<RealFloat>;
 using Bands = std::vector<Vector2T<int>>;
 
-List<Vector2T<int>> ToList(Bands const& bands) {
-    List<Vector2T<int>> list;
-    for (Vector2T<int> const& band : bands) {
-        list.Append(band);
-    }
-    return list;
-}
-
 Floats ToFloats(List<RealFloat> const& list) {
     return Floats(list.begin(), list.end());
 }

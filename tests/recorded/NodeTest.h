@@ -5,6 +5,7 @@
 #include "kelvo_test/Loading.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Mask.h"
+#include "trevik/kelvo/Timeline.h"
 
 #include <string>
 #include <vector>
@@ -13,6 +14,15 @@ namespace recording {
 
 using trevik::RealFloat;
 using trevik::Ref;
+
+/** Bands of nine-patches: where each begins and how long it is. */
+inline trevik::List<trevik::Vector2T<int>> ToList(std::vector<trevik::Vector2T<int>> const& bands) {
+    trevik::List<trevik::Vector2T<int>> list;
+    for (trevik::Vector2T<int> const& band : bands) {
+        list.Append(band);
+    }
+    return list;
+}
 
 /** A test of nodes over a device that is up and has its viewport. */
 class NodeTest : public DeviceTest {
@@ -65,6 +75,16 @@ protected:
     void DrawAgain(trevik::kelvo::Node& node) {
         Draw(node);
         Draw(node);
+    }
+
+    /** A whole frame of a film, as a host runs it. */
+    void RunFrame(trevik::kelvo::Timeline& root, RealFloat frame) {
+        root.SetFrame(frame);
+        root.Update(Device(), frame, 0, false);
+        Device().Clear();
+        root.Render(Device());
+        Device().Present();
+        Device().Process();
     }
 };
 

@@ -323,23 +323,4 @@ TEST_F(Promotion, ReleasesSurfacesOfItsLastOwnerThreadAtProcess) {
     EXPECT_EQ(Count("eglDestroyImageKHR"), 2u);
 }
 
-TEST_F(Promotion, ProducersWriteAndSwapOnThreadsOfTheirOwn) {
-    Ref<TextureGL2> const pTexture = MakeTexture();
-    ASSERT_TRUE(pTexture->Promote(true));
-    pTexture->Swap(); // the first one takes the render thread
-    std::thread producer([&] {
-        for (int i = 0; i < 100; ++i) {
-            WriteSurface(*pTexture, i);
-            pTexture->Swap();
-        }
-    });
-    for (int i = 0; i < 100; ++i) {
-        EXPECT_NE(pTexture->GetGLTexture(), 0u);
-        EXPECT_TRUE(pTexture->IsPromoted());
-    }
-    producer.join();
-    EXPECT_EQ(pTexture->Current(), 1);
-    EXPECT_TRUE(m_diagnostics.Failures().empty());
-}
-
 } // namespace

@@ -22,11 +22,10 @@ protected:
         return shader;
     }
 
-    /** Links a program whose vertex stage uses `attributes` and whose fragment stage is the given source. */
-    static GLuint Link(const char* fragment,
-                       const char* vertex = "attribute vec4 a; void main() { gl_Position = a; }") {
+    /** Links a program whose fragment stage is the given source. */
+    static GLuint Link(const char* fragment) {
         const GLuint program = glCreateProgram();
-        glAttachShader(program, Compile(GL_VERTEX_SHADER, vertex));
+        glAttachShader(program, Compile(GL_VERTEX_SHADER, "void main() { gl_Position = vec4(1.0); }"));
         glAttachShader(program, Compile(GL_FRAGMENT_SHADER, fragment));
         glLinkProgram(program);
         return program;

@@ -119,9 +119,7 @@ TEST_F(DeviceThatIsNotUp, DrawsWithoutProgramsAndHarm) {
             pPatch->AddMask(MakeMask().Get());
         }
         if (test.ninePatch) {
-            List<Vector2T<int>> bands;
-            bands.Append(Vector2T<int>(1, 2));
-            pPatch->GetHorizontalBandsProperty().SetValue(bands);
+            pPatch->GetHorizontalBandsProperty().SetValue(ToList({{1, 2}}));
         }
         Draw(*pPatch);
         EXPECT_EQ(Count("glUseProgram"), 0u);

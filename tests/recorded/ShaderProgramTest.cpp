@@ -136,28 +136,6 @@ TEST_F(ShaderProgram, AFailedLinkIsTracedWithItsLogAndLeavesNoObject) {
     EXPECT_EQ(Counts(Object::Shader).live, 0);
 }
 
-TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTraced) {
-    struct Case {
-        GLint emptyLength;
-        char const* log;
-        Strings messages;
-    };
-    std::string const link = "[kelvo] glLinkProgram failed:\n";
-    std::string const vertex = "[kelvo] Compiling vertex shader failed:\n";
-    Case const cases[] = {{0, "", {}}, {1, "", {}}, {0, "x", {link + "x\n", vertex + "\n"}}};
-    for (Case const& test : cases) {
-        SCOPED_TRACE(std::to_string(test.emptyLength) + test.log);
-        Reset();
-        m_diagnostics.Forget();
-        SetEmptyLogLength(test.emptyLength);
-        FailCompile(GL_VERTEX_SHADER, test.log);
-        FailLink(test.log);
-        EXPECT_FALSE(m_pProgram->Compile());
-        EXPECT_EQ(Count("glGetProgramInfoLog"), test.messages.size());
-        EXPECT_EQ(m_diagnostics.Messages(), test.messages);
-    }
-}
-
 TEST_F(ShaderProgram, AShaderThatCannotBeMadeIsNotAskedWhyItFails) {
     Fail("glCreateShader");
     EXPECT_FALSE(m_pProgram->Compile());
@@ -166,25 +144,32 @@ TEST_F(ShaderProgram, AShaderThatCannotBeMadeIsNotAskedWhyItFails) {
     EXPECT_EQ(Counts(Object::Program).live, 0);
 }
 
-TEST_F(ShaderProgram, AShaderThatFailsIsNamedAfterTheLinkWithALogAskedOfTheProgramFunction) {
+TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProgramFunction) {
     struct Case {
         GLenum stage;
-        char const* message;
+        GLint emptyLength;
+        char const* log;
+        Strings messages;
     };
-    Case const cases[] = {{GL_VERTEX_SHADER, "[kelvo] Compiling vertex shader failed:\n\n"},
-                          {GL_FRAGMENT_SHADER, "[kelvo] Compiling fragment shader failed:\n\n"}};
+    // A driver answers nothing for a shader there, so its text is empty.
+    std::string const link = "[kelvo] glLinkProgram failed:\n";
+    std::string const vertex = "[kelvo] Compiling vertex shader failed:\n\n";
+    std::string const fragment = "[kelvo] Compiling fragment shader failed:\n\n";
+    Case const cases[] = {{GL_VERTEX_SHADER, 0, "", {}},
+                          {GL_VERTEX_SHADER, 1, "", {}},
+                          {GL_VERTEX_SHADER, 0, "x", {link + "x\n", vertex}},
+                          {GL_FRAGMENT_SHADER, 0, "error", {link + "error\n", fragment}}};
     for (Case const& test : cases) {
-        SCOPED_TRACE(test.message);
+        SCOPED_TRACE(std::to_string(test.emptyLength) + test.log);
         Reset();
         m_diagnostics.Forget();
-        FailCompile(test.stage, "0:1: error");
-        FailLink("not linked");
+        SetEmptyLogLength(test.emptyLength);
+        FailCompile(test.stage, test.log);
+        FailLink(test.log);
         EXPECT_FALSE(m_pProgram->Compile());
-        // A driver answers nothing for a shader there, so the text is empty.
-        EXPECT_EQ(m_diagnostics.Messages(),
-                  (Strings{"[kelvo] glLinkProgram failed:\nnot linked\n", test.message}));
+        EXPECT_EQ(m_diagnostics.Messages(), test.messages);
+        EXPECT_EQ(Count("glGetProgramInfoLog"), test.messages.size());
         EXPECT_EQ(Count("glGetShaderInfoLog"), 0u);
-        EXPECT_EQ(Count("glGetProgramInfoLog"), 2u);
     }
 }
 

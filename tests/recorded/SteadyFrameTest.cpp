@@ -45,14 +45,7 @@ protected:
         Animate(pInner->GetPositionProperty(), Vector(10, 5, 1));
     }
 
-    void RunFrame(RealFloat frame) {
-        m_pRoot->SetFrame(frame);
-        m_pRoot->Update(Device(), frame, 0, false);
-        Device().Clear();
-        m_pRoot->Render(Device());
-        Device().Present();
-        Device().Process();
-    }
+    void RunFrame(RealFloat frame) { NodeTest::RunFrame(*m_pRoot, frame); }
 
     template <class T>
     Ref<T> Attach(Node& parent, Ref<T> const& pSprite, int format) {
@@ -64,10 +57,8 @@ protected:
     void MakePatch(Node& parent) {
         Ref<NinePatchSpriteGL2> const pPatch =
             Attach(parent, MakeSprite<NinePatchSpriteGL2>(8, 8), TextureFormat::RGBA8888);
-        List<Vector2T<int>> bands;
-        bands.Append(Vector2T<int>(2, 3));
-        pPatch->GetHorizontalBandsProperty().SetValue(bands);
-        pPatch->GetVerticalBandsProperty().SetValue(bands);
+        pPatch->GetHorizontalBandsProperty().SetValue(ToList({{2, 3}}));
+        pPatch->GetVerticalBandsProperty().SetValue(ToList({{2, 3}}));
         Animate(pPatch->GetScaleProperty(), Vector(3, 2, 1)); // rebuilds the grid at every frame
     }
 
@@ -230,19 +221,6 @@ TEST_F(SteadyEffects, LeaveNothingButTheColoursOfTargets) {
     }
     EXPECT_EQ(Counts(Object::Texture).created - Counts(Object::Texture).deleted, 4)
         << "two frame targets' and two blur targets'";
-}
-
-TEST_F(SteadyFrame, NothingIsLeftWhenSceneAndDeviceAreGone) {
-    RunFrame(1);
-    RunFrame(2);
-    EXPECT_GE(LiveNames(Object::Texture).size(), 6u);
-    m_pRoot.Reset();
-    m_pDevice.reset();
-    for (Object const kind : {Object::Texture, Object::Buffer, Object::Framebuffer, Object::Renderbuffer,
-                              Object::Shader, Object::Program, Object::EglSurface, Object::EglContext}) {
-        EXPECT_EQ(Counts(kind).live, 0) << static_cast<int>(kind);
-    }
-    EXPECT_TRUE(CallsWithoutContext().empty());
 }
 
 } // namespace

@@ -30,15 +30,6 @@ protected:
         pTexture->Swap(); // the first one takes the render thread
         return pTexture;
     }
-
-    void RunFrame(TimelineGL2& root, int nFrame) {
-        root.SetFrame(static_cast<RealFloat>(nFrame));
-        root.Update(Device(), static_cast<RealFloat>(nFrame), 0, false);
-        Device().Clear();
-        root.Render(Device());
-        Device().Present();
-        Device().Process();
-    }
 };
 
 /** Fills the surface with one number; false when it cannot be had. */
@@ -109,7 +100,7 @@ TEST_F(SurfaceThreads, TwoProducersARendererAndOwnersOfOthersGetAlong) {
             if (nFrame % 4 == 0) {
                 handover.Put(MakePromoted(nFrame % 8 == 0));
             }
-            RunFrame(*pRoot, nFrame);
+            RunFrame(*pRoot, static_cast<RealFloat>(nFrame));
         }
     }
     fStop = true;

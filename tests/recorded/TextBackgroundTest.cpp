@@ -57,10 +57,8 @@ protected:
         Ref<TextureGL2> const pTexture = MakeTexture(16, 16);
         pTexture->SetUsedSize(12, 10);
         pPatch->SetTexture(pTexture.Get());
-        List<Vector2T<int>> bands;
-        bands.Append(Vector2T<int>(4, 3));
-        pPatch->GetHorizontalBandsProperty().SetValue(bands);
-        pPatch->GetVerticalBandsProperty().SetValue(bands);
+        pPatch->GetHorizontalBandsProperty().SetValue(ToList({{4, 3}}));
+        pPatch->GetVerticalBandsProperty().SetValue(ToList({{4, 3}}));
         Property* const pMargins = pPatch->GetProperties().Find(HashName("ContentMargin"))->m_pProperty;
         static_cast<RectangleProperty*>(pMargins)->SetValue(margins);
         m_pText->SetBackground(pPatch.Get());
