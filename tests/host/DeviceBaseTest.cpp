@@ -1,7 +1,6 @@
 #include <gtest/gtest.h>
 
 #include "TestNodes.h"
-#include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -6,7 +6,6 @@
 
 #include "JObject.h"
 #include "TestNodes.h"
-#include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
 
 namespace trevik::jni {
@@ -85,8 +84,6 @@ private:
 
 FakeVM* FakeVM::s_pVM = nullptr;
 
-typedef std::vector<std::string> Calls;
-
 TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachine) {
     Class const early("android/graphics/Bitmap");
     EXPECT_TRUE(VM::RegisterClass(&early));
@@ -96,7 +93,7 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachine) {
         EXPECT_EQ(FakeVM::Number(early.Get()), "150");
         VM::UnregisterClass(&early);
         EXPECT_EQ(early.Get(), nullptr);
-        EXPECT_EQ(vm.m_calls, Calls{"delete 150"});
+        EXPECT_EQ(vm.m_calls, std::vector<std::string>{"delete 150"});
         VM::UnregisterClass(&early);
         EXPECT_EQ(vm.m_calls.size(), 1u);
     }

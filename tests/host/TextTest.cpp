@@ -520,13 +520,9 @@ TEST(Text, ReportsItsLayoutsMemory) {
         return tracer.GetBytes(MemoryType::Geometry);
     };
     unsigned long long const nBefore = geometry();
-    String16 sText;
-    for (int n = 0; n < 100; ++n) {
-        sText.Append(u"a");
-    }
-    words.m_pText->GetTextProperty().SetValue(sText);
+    words.m_pText->GetTextProperty().SetValue(u"twenty glyphs' words");
     words.m_pText->UpdateLayout();
-    EXPECT_GE(geometry() - nBefore, 100 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
+    EXPECT_GE(geometry() - nBefore, 20 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
 }
 
 TEST(Font, IdsAreUnique) {

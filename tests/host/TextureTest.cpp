@@ -293,31 +293,25 @@ TEST(Texture, ADamagedOneIsNotLoaded) {
     }
 }
 
-TEST(Texture, PromotionShowsTheImageTheRightWayUp) {
-    Ref<TestTexture> const pTexture(new TestTexture);
-    ASSERT_TRUE(pTexture->Replace(2, 3, TextureFormat::Alpha8, "aabbcc", 0));
-    ASSERT_TRUE(pTexture->PromoteToSurface());
-    EXPECT_TRUE(pTexture->IsPromoted());
-    // A surface's first row is drawn at the bottom, a texture's at the top.
-    int const nStride = pTexture->GetSurfaceStride();
-    EXPECT_EQ(pTexture->m_surface[0], 'c');
-    EXPECT_EQ(pTexture->m_surface[std::size_t(nStride) + 1], 'b');
-    EXPECT_EQ(pTexture->m_surface[std::size_t(nStride) * 2], 'a');
-    EXPECT_EQ(pTexture->m_surface[2], 0xee) << "nothing beyond the row";
-    EXPECT_FALSE(pTexture->PromoteToSurface()) << "twice";
-}
-
-TEST(Texture, OfTwoSurfacesBothShowTheImage) {
-    Ref<TestTexture> const pTexture(new TestTexture);
-    ASSERT_TRUE(pTexture->Replace(1, 2, TextureFormat::Alpha8, "ab", 0));
-    ASSERT_TRUE(pTexture->PromoteWithImage(true));
-    EXPECT_EQ(pTexture->Count(), 2);
-    EXPECT_TRUE(pTexture->IsPromoted());
-    EXPECT_EQ(pTexture->Current(), 1) << "the first one is drawn";
-    std::size_t const nUpper = std::size_t(pTexture->GetSurfaceStride());
-    for (std::vector<unsigned char> const* pSurface : {&pTexture->m_surface, &pTexture->m_other}) {
-        EXPECT_EQ((*pSurface)[0], 'b');
-        EXPECT_EQ((*pSurface)[nUpper], 'a');
+TEST(Texture, PromotionShowsTheImageTheRightWayUpOnEachSurface) {
+    for (bool fTwo : {false, true}) {
+        SCOPED_TRACE(fTwo);
+        Ref<TestTexture> const pTexture(new TestTexture);
+        ASSERT_TRUE(pTexture->Replace(2, 3, TextureFormat::Alpha8, "aabbcc", 0));
+        ASSERT_TRUE(fTwo ? pTexture->PromoteWithImage(true) : pTexture->PromoteToSurface());
+        EXPECT_TRUE(pTexture->IsPromoted());
+        EXPECT_EQ(pTexture->Count(), fTwo ? 2 : 1);
+        EXPECT_EQ(pTexture->Current(), fTwo ? 1 : 0) << "the first one is drawn";
+        // A surface's first row is drawn at the bottom, a texture's at the top.
+        std::size_t const nStride = std::size_t(pTexture->GetSurfaceStride());
+        for (auto const* pSurface :
+             {&pTexture->m_surface, fTwo ? &pTexture->m_other : &pTexture->m_surface}) {
+            EXPECT_EQ((*pSurface)[0], 'c');
+            EXPECT_EQ((*pSurface)[nStride + 1], 'b');
+            EXPECT_EQ((*pSurface)[nStride * 2], 'a');
+            EXPECT_EQ((*pSurface)[2], 0xee) << "nothing beyond the row";
+        }
+        EXPECT_FALSE(pTexture->PromoteToSurface()) << "twice";
     }
 }
 

@@ -1,7 +1,6 @@
 #include "trevik/Allocation.h"
 #include "trevik/List.h"
 #include "trevik/Ref.h"
-#include "trevik/StringEncoded.h"
 
 #include <gtest/gtest.h>
 
