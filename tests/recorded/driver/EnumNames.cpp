@@ -14,8 +14,8 @@ struct NamedValue {
 };
 
 // clang-format off
-// What the library, its tests and the driver itself speak of. Numbers below 0x200 stand for too many things to
-// have one name; the kinds of arguments that use them name them.
+// What the library, its tests and the driver itself speak of. Numbers below 0x200 stand for too many things
+// to have one name; the kinds of arguments that use them name them.
 #define NAME(enumerant)                                                                                      \
     { enumerant, #enumerant }
 const NamedValue g_glNames[] = {
