@@ -77,6 +77,8 @@ TEST_F(GaussianBlur, BlursDownThenAcrossAndMixesOverTheWindow) {
             float const steps = static_cast<float>(nTap);
             EXPECT_EQ(offset, (Floats{pass.x * steps, pass.y * steps}));
         }
+        EXPECT_EQ(draw.Values(0), (Floats{-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0}));
+        EXPECT_EQ(draw.Values(1), (Floats{0, 0, 0, 1, 1, 0, 1, 1}));
     }
     EXPECT_EQ(draws[3].state.framebuffer, 0u);
     EXPECT_EQ(draws[3].state.viewport, (std::array<GLint, 4>{0, 0, Width, Height}));
