@@ -27,10 +27,16 @@ struct Picture {
 /** A file that must be a whole PNG. */
 Picture ReadPicture(std::string const& path);
 
+/** Frame `nFrame` of a scene, which the player draws without complaint. */
+Picture DrawFrame(std::string const& scene, int nFrame);
+
 /** Whether none of red, green and blue differs by more. */
 bool IsNear(Colour const& a, Colour const& b, int nTolerance);
 
 /** The largest difference of any channel; 256 when the sizes differ. */
 int Difference(Picture const& a, Picture const& b);
+
+/** The mean difference of two pictures' colours, the second of which is so many times enlarged. */
+double MeanDifference(Picture const& drawn, Picture const& shown, int nTimes = 1);
 
 } // namespace kelvo::player::testing
