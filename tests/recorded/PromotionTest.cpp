@@ -2,9 +2,6 @@
 
 #include "SurfaceTest.h"
 
-#include "trevik/Statistics.h"
-
-#include <cstring>
 #include <thread>
 
 namespace {

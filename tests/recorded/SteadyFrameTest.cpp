@@ -25,7 +25,7 @@ using Vector = Vector3T<RealFloat>;
 
 /**
  * A scene with one of each: kinds of sprite, a nested timeline with camera, depth test and mask, a
- * nine-patch, a text with all that texts can have.
+ * nine-patch, a text with all that texts can have, and each effect.
  */
 class SteadyFrame : public NodeTest {
 protected:
@@ -43,6 +43,7 @@ protected:
         MakeText(*pInner);
         Animate(m_pRoot->GetChild(0)->GetTransformNode()->GetRotationProperty(), Vector(0, 0, 90));
         Animate(pInner->GetPositionProperty(), Vector(10, 5, 1));
+        AttachEffects();
     }
 
     void RunFrame(RealFloat frame) { NodeTest::RunFrame(*m_pRoot, frame); }
@@ -87,6 +88,23 @@ protected:
         parent.Attach(pText.Get());
     }
 
+    /** A timeline that is blurred, and sprites that effects draw. */
+    void AttachEffects() {
+        ASSERT_TRUE(Device().InitializeTargetBuffers());
+        Ref<TimelineGL2> const pBlurred(new TimelineGL2);
+        Ref<GaussianBlurEffectGL2> const pBlur(new GaussianBlurEffectGL2);
+        Animate(pBlur->GetAmountProperty(), 3.0f);
+        pBlurred->AddEffect(pBlur.Get());
+        m_pRoot->Attach(pBlurred.Get());
+        pBlurred->Attach(MakeSprite(6, 5).Get());
+        Ref<DirectionalBlurEffectGL2> const pSmear(new DirectionalBlurEffectGL2);
+        Animate(pSmear->GetAmountProperty(), 2.0f);
+        Attach(*pBlurred, MakeSprite(1, 1), TextureFormat::RGBA8888)->AddEffect(pSmear.Get());
+        Ref<SpriteGL2> const pBlended = Attach(*m_pRoot, MakeSprite(1, 1), TextureFormat::RGB565);
+        pBlended->GetBlendModeProperty().SetValue(int(BlendMode::Screen));
+        pBlended->AddEffect(Ref<BlendModeEffectGL2>(new BlendModeEffectGL2).Get());
+    }
+
     static float Mix(float last, float share) { return 1 + last * share; }
     static Vector Mix(Vector const& last, float share) {
         return Vector(2, 2, 2) * (1 - share) + last * share;
@@ -109,23 +127,6 @@ protected:
     Ref<TimelineGL2> m_pRoot;
 };
 
-TEST_F(SteadyFrame, AllocatesNothing) {
-    std::size_t const atFirst = AllocationCount();
-    void* volatile const pMemory = ::operator new(1); // what is counted under sanitizers too
-    ::operator delete(pMemory);
-    ASSERT_GT(AllocationCount(), atFirst) << "allocations are counted at all";
-    Unnoted const unnoted;
-    int nFrame = 0;
-    for (; nFrame < 4; ++nFrame) {
-        RunFrame(RealFloat(nFrame));
-    }
-    std::size_t const before = AllocationCount();
-    for (; nFrame < 40; ++nFrame) {
-        RunFrame(RealFloat(nFrame) + 0.25f);
-    }
-    EXPECT_EQ(AllocationCount() - before, 0u);
-}
-
 TEST_F(SteadyFrame, ATextDrawsAllThatItHas) {
     RunFrame(1);
     auto const drawsOf = [](std::size_t program) {
@@ -139,27 +140,11 @@ TEST_F(SteadyFrame, ATextDrawsAllThatItHas) {
     EXPECT_EQ(drawsOf(6), 1) << "an image casts no shadow";
 }
 
-/** The same scene with a timeline that is blurred, and sprites that effects draw. */
-class SteadyEffects : public SteadyFrame {
-protected:
-    SteadyEffects() {
-        EXPECT_TRUE(Device().InitializeTargetBuffers());
-        Ref<TimelineGL2> const pBlurred(new TimelineGL2);
-        Ref<GaussianBlurEffectGL2> const pBlur(new GaussianBlurEffectGL2);
-        Animate(pBlur->GetAmountProperty(), 3.0f);
-        pBlurred->AddEffect(pBlur.Get());
-        m_pRoot->Attach(pBlurred.Get());
-        pBlurred->Attach(MakeSprite(6, 5).Get());
-        Ref<DirectionalBlurEffectGL2> const pSmear(new DirectionalBlurEffectGL2);
-        Animate(pSmear->GetAmountProperty(), 2.0f);
-        Attach(*pBlurred, MakeSprite(1, 1), TextureFormat::RGBA8888)->AddEffect(pSmear.Get());
-        Ref<SpriteGL2> const pBlended = Attach(*m_pRoot, MakeSprite(1, 1), TextureFormat::RGB565);
-        pBlended->GetBlendModeProperty().SetValue(int(BlendMode::Screen));
-        pBlended->AddEffect(Ref<BlendModeEffectGL2>(new BlendModeEffectGL2).Get());
-    }
-};
-
-TEST_F(SteadyEffects, AllocateNothingAndMakeNoGlObjects) {
+TEST_F(SteadyFrame, AllocatesNothingAndMakesNoGlObjects) {
+    std::size_t const atFirst = AllocationCount();
+    void* volatile const pMemory = ::operator new(1); // what is counted under sanitizers too
+    ::operator delete(pMemory);
+    ASSERT_GT(AllocationCount(), atFirst) << "allocations are counted at all";
     Unnoted const unnoted;
     int nFrame = 1;
     for (; nFrame < 4; ++nFrame) {
@@ -184,7 +169,7 @@ TEST_F(SteadyEffects, AllocateNothingAndMakeNoGlObjects) {
     }
 }
 
-TEST_F(SteadyEffects, IdenticalFramesMakeIdenticalCalls) {
+TEST_F(SteadyFrame, IdenticalFramesMakeIdenticalCalls) {
     RunFrame(7);
     Clear();
     RunFrame(7);
@@ -195,7 +180,7 @@ TEST_F(SteadyEffects, IdenticalFramesMakeIdenticalCalls) {
     EXPECT_GT(first.size(), 50u);
 }
 
-TEST_F(SteadyEffects, LeaveNothingButTheColoursOfTargets) {
+TEST_F(SteadyFrame, LeavesNothingButTheColoursOfTargets) {
     RunFrame(1);
     RunFrame(2);
     std::vector<GLuint> const programs = LiveNames(Object::Program);

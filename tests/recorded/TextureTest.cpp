@@ -6,7 +6,6 @@
 #include "trevik/Statistics.h"
 #include "trevik/kelvo/MipLevel.h"
 
-#include <cstring>
 #include <thread>
 
 namespace {
