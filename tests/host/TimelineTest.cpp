@@ -240,6 +240,9 @@ TEST(Timeline, TheFlattenedTreeTellsDepthsAndSubtrees) {
     pRoot->Attach(pD.Get());
     pRoot->Update(device, 0);
     EXPECT_EQ(pRoot->m_tree, "a0/3 b1/2 c2/1 d0/1 ");
+    pRoot->AttachBefore(pD.Get(), pA.Get()); // moved among its siblings
+    pRoot->Update(device, 0);
+    EXPECT_EQ(pRoot->m_tree, "d0/1 a0/3 b1/2 c2/1 ");
 }
 
 TEST(Timeline, WithoutMemoryForTheFlattenedTreeNothingIsLeftOut) {
