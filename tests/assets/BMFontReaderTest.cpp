@@ -394,9 +394,6 @@ TEST(BMFontReader, SaysWhatIsWrongInAnXmlDocument) {
         {"first.png", "first&#10;.png", "test.fnt:6: page 0 has no usable file name"},
         {"amount=\"3\"", "amount=\"3&#10;\"",
          "test.fnt:17: \"amount\" must be a whole number from -32768 to 32767, not \"3?\""},
-        {"packed=\"0\"", "packed=\"1\"",
-         "test.fnt:4: the font is packed: glyphs that share a page's channels cannot be drawn; export it "
-         "unpacked"},
     };
     for (auto const& each : cases) {
         EXPECT_EQ(ReadFault(ToBytes(Replaced(XmlFont, each.from, each.to))), each.fault);

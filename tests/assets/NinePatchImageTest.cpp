@@ -169,58 +169,38 @@ void ExpectFault(Loaded const& loaded, std::string const& fault) {
 }
 
 TEST(NinePatchSource, SaysWhatStretchesAndWhereContentGoes) {
-    struct {
+    struct Case {
         char const* what;
         Border border;
-        Bands x;
-        Bands y; ///< from the bottom
-        std::vector<int> margins;
-        bool fHasContent;
+        std::vector<int> margins = {2, 1, 4, 4}; // those of the plain border, as the bands are
+        bool fHasContent = false;
+        Bands x = {{2, 3}};
+        Bands y = {{4, 2}}; ///< from the bottom
     } const cases[] = {
-        {"one band", Plain, {{2, 3}}, {{4, 2}}, {2, 1, 4, 4}, false},
-        {"a white border",
-         {"ww###wwww", "w##wwww", "wwwwwwwww", "wwwwwww"},
-         {{2, 3}},
-         {{4, 2}},
-         {2, 1, 4, 4},
-         false},
+        {"one band", Plain},
+        {"a white border", {"ww###wwww", "w##wwww", "wwwwwwwww", "wwwwwww"}},
         {"several bands",
          {"#.##..#.#", "##..#.#", ".........", "......."},
-         {{0, 1}, {2, 2}, {6, 1}, {8, 1}},
-         {{0, 1}, {2, 1}, {5, 2}},
          {0, 0, 0, 0},
-         false},
+         false,
+         {{0, 1}, {2, 2}, {6, 1}, {8, 1}},
+         {{0, 1}, {2, 1}, {5, 2}}},
         {"bands all over",
          {"#########", "#######", ".........", "......."},
-         {{0, 9}},
-         {{0, 7}},
          {0, 0, 0, 0},
-         false},
-        {"content", {"..###....", ".##....", ".#####...", "...###."}, {{2, 3}}, {{4, 2}}, {1, 3, 3, 1}, true},
-        {"content in one direction",
-         {"..###....", ".##....", "########.", "......."},
-         {{2, 3}},
-         {{4, 2}},
-         {0, 1, 1, 4},
-         true},
+         false,
+         {{0, 9}},
+         {{0, 7}}},
+        {"content", {"..###....", ".##....", ".#####...", "...###."}, {1, 3, 3, 1}, true},
+        {"content in one direction", {"..###....", ".##....", "########.", "......."}, {0, 1, 1, 4}, true},
         {"content of several bands' extent",
          {".#..##...", "..#.#..", ".........", "......."},
-         {{1, 1}, {4, 2}},
-         {{2, 1}, {4, 1}},
          {1, 2, 3, 2},
-         false},
-        {"optical bounds",
-         {"..###....", ".##....", "r.####.rr", "rr....r"},
-         {{2, 3}},
-         {{4, 2}},
-         {2, 1, 3, 4},
-         true},
-        {"pixels of either kind",
-         {"wt###..wt", "w##..ww", "t..w.....", "...t..w"},
-         {{2, 3}},
-         {{4, 2}},
-         {2, 1, 4, 4},
-         false},
+         false,
+         {{1, 1}, {4, 2}},
+         {{2, 1}, {4, 1}}},
+        {"optical bounds", {"..###....", ".##....", "r.####.rr", "rr....r"}, {2, 1, 3, 4}, true},
+        {"pixels of either kind", {"wt###..wt", "w##..ww", "t..w.....", "...t..w"}},
     };
     for (auto const& each : cases) {
         SCOPED_TRACE(each.what);

@@ -88,22 +88,6 @@ TEST_F(DrawnEdges, HaveCoverageByDistanceWhereThereIsAStepWithout) {
     }
 }
 
-TEST_F(DrawnEdges, AreSmoothedLessAndLessTowards45Degrees) {
-    Ref<Sprite> const pSprite = AddSprite(Root(), 0, 0, SpriteWidth, SpriteHeight, {1, 1, 1});
-    pSprite->GetAntialiasProperty().SetValue(true);
-    int nLast = 1 << 30;
-    for (double degrees : {8.0, 25.0, 36.0, 42.0, 44.8}) {
-        Turn(*pSprite, degrees);
-        Image const frame = DrawFrame();
-        int nBetween = 0;
-        for (int i = 0; i < StageSize * StageSize; ++i)
-            nBetween += IsBetween(frame.At(i % StageSize, i / StageSize));
-        EXPECT_LT(nBetween, nLast) << degrees;
-        nLast = nBetween;
-    }
-    EXPECT_LT(nLast, 15) << "hardly a pixel is left to be smoothed";
-}
-
 TEST_F(DrawnEdges, OfAPictureHaveTheColoursOfItsRim) {
     Image picture(SpriteWidth, SpriteHeight, Pixel{255, 0, 0, 255});
     picture.Fill(SpriteWidth / 2, 0, SpriteWidth / 2, SpriteHeight, Pixel{0, 0, 255, 255});

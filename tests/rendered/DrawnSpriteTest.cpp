@@ -45,15 +45,6 @@ TEST_F(DrawnSprite, OneUnitIsOnePixelOnWindowsOfAnySize) {
     }
 }
 
-TEST_F(DrawnSprite, APictureIsUprightAndNotMirrored) {
-    Open();
-    Image const picture = MakePicture(23, 13);
-    AddSprite(Root(), 9, 5, MakeTexture(picture));
-    Canvas canvas(Width, Height, Black);
-    canvas.Blend(9, 5, picture);
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
-}
-
 TEST_F(DrawnSprite, APictureWithRowsOfOddBytesIsNotSkewed) {
     Open();
     for (int width : {1, 5, 6, 7}) {
