@@ -3,7 +3,6 @@
 #include "TestImages.h"
 #include "TestScenes.h"
 
-#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/Mask.h"
@@ -18,13 +17,6 @@
 
 namespace trevik::kelvo::assets::testing {
 namespace {
-
-template <class T>
-BaseProperty<T>& PropertyOf(Node& node, char const* pName) {
-    PropertyList::Entry const* const pEntry = node.GetProperties().Find(HashName(pName));
-    EXPECT_TRUE(pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value) << pName;
-    return *static_cast<BaseProperty<T>*>(pEntry->m_pProperty);
-}
 
 /** The value that a property has at a frame. */
 template <class T>

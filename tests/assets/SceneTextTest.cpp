@@ -4,7 +4,6 @@
 #include "TestImages.h"
 #include "TestScenes.h"
 
-#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/NodeVisitor.h"
 #include "trevik/kelvo/PolygonalFont.h"
 #include "trevik/kelvo/Sprite.h"
@@ -57,15 +56,8 @@ std::vector<unsigned int> CharactersOf(Font const& font) {
     return characters;
 }
 
-template <class T>
-T ValueOf(Node& node, char const* pName) {
-    PropertyList::Entry const* const pEntry = node.GetProperties().Find(HashName(pName));
-    EXPECT_TRUE(pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value) << pName;
-    return static_cast<BaseProperty<T>*>(pEntry->m_pProperty)->GetValue();
-}
-
 Pairs BandsOf(Node& node, char const* pName) {
-    List<Vector2T<int>> const bands = ValueOf<List<Vector2T<int>>>(node, pName);
+    List<Vector2T<int>> const bands = PropertyOf<List<Vector2T<int>>>(node, pName).GetValue();
     return Pairs(bands.begin(), bands.end());
 }
 
@@ -256,17 +248,21 @@ TEST_F(SceneTextFilesTest, GivesNinePatchesTheirBands) {
         Node& patch = Find(scene, pName);
         EXPECT_EQ(BandsOf(patch, "NinePatchPairX"), (Pairs{{1, 2}})) << pName;
         EXPECT_EQ(BandsOf(patch, "NintPatchPairY"), (Pairs{{2, 2}})) << "from the bottom";
-        EXPECT_EQ(ValueOf<RectangleT<RealFloat>>(patch, "ContentMargin"), RectangleT<RealFloat>(1, 2, 2, 1))
+        EXPECT_EQ(PropertyOf<RectangleT<RealFloat>>(patch, "ContentMargin").GetValue(),
+                  RectangleT<RealFloat>(1, 2, 2, 1))
             << "left, below, right, above";
-        EXPECT_EQ(ValueOf<SizeT<int>>(patch, "Size"), SizeT<int>(6, 4));
+        EXPECT_EQ(PropertyOf<SizeT<int>>(patch, "Size").GetValue(), SizeT<int>(6, 4));
     }
     Node& own = Find(scene, "own");
     EXPECT_EQ(BandsOf(own, "NinePatchPairX"), (Pairs{{0, 3}}));
     EXPECT_EQ(BandsOf(own, "NintPatchPairY"), (Pairs{{2, 2}}));
-    EXPECT_EQ(ValueOf<RectangleT<RealFloat>>(own, "ContentMargin"), RectangleT<RealFloat>(9, 8, 7, 6));
-    EXPECT_EQ(ValueOf<SizeT<int>>(Find(scene, "raw"), "Size"), SizeT<int>(8, 6)) << "with its border";
+    EXPECT_EQ(PropertyOf<RectangleT<RealFloat>>(own, "ContentMargin").GetValue(),
+              RectangleT<RealFloat>(9, 8, 7, 6));
+    EXPECT_EQ(PropertyOf<SizeT<int>>(Find(scene, "raw"), "Size").GetValue(), SizeT<int>(8, 6))
+        << "with its border";
     EXPECT_TRUE(BandsOf(Find(scene, "raw"), "NinePatchPairX").empty());
-    EXPECT_EQ(ValueOf<SizeT<int>>(Find(scene, "plain"), "Size"), SizeT<int>(6, 4)) << "without its border";
+    EXPECT_EQ(PropertyOf<SizeT<int>>(Find(scene, "plain"), "Size").GetValue(), SizeT<int>(6, 4))
+        << "without its border";
 }
 
 TEST_F(SceneTextFilesTest, PutsSpritesBehindTexts) {

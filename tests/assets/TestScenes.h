@@ -3,7 +3,10 @@
 #include "kelvo_host/Scene.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
+#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Node.h"
+
+#include <gtest/gtest.h>
 
 #include <string>
 
@@ -26,5 +29,13 @@ std::string ErrorOf(std::string const& text, std::string const& folder = "");
 
 /** The node with a name, which must be there. */
 Node& Find(Scene const& scene, char const* pName);
+
+/** A node's property, which must be of this type. */
+template <class T>
+BaseProperty<T>& PropertyOf(Node& node, char const* pName) {
+    PropertyList::Entry const* const pEntry = node.GetProperties().Find(HashName(pName));
+    EXPECT_TRUE(pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value) << pName;
+    return *static_cast<BaseProperty<T>*>(pEntry->m_pProperty);
+}
 
 } // namespace trevik::kelvo::assets::testing

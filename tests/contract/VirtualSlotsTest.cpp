@@ -90,10 +90,8 @@ TEST(VirtualSlots, NodeHasReflectionThenSceneOperations) {
     typedef void (Node::*LongUpdate)(GraphicsDevice&, RealFloat const&, RealFloat const&, bool);
     slots.IS_AS(ShortUpdate, Node::Update).IS_AS(LongUpdate, Node::Update);
     slots.IS(Node::Render).IS(Node::Save).IS(Node::Load).IS(Node::Reload).IS(Node::Emit).IS(Node::GetParents);
-    slots.IS(Node::RegisterProperties)
-        .IS(Node::InternalUpdate)
-        .IS(Node::InternalRender)
-        .IS(Node::InternalSelect);
+    slots.IS(Node::RegisterProperties).IS(Node::InternalUpdate).IS(Node::InternalRender);
+    slots.IS(Node::InternalSelect);
     slots.IS(Node::InternalSave).IS(Node::InternalLoad).IS(Node::AddMask).IS(Node::AddEffect);
     slots.IS(Node::CalculateTransform).IS(Node::IsSelect);
     EXPECT_EQ(slots.Next(), AfterNode);
@@ -131,15 +129,10 @@ TEST(VirtualSlots, Effect) {
 
 TEST(VirtualSlots, Font) {
     Slots slots(AfterDestructor);
-    slots.IS(Font::GetXPixelsPerEm)
-        .IS(Font::GetYPixelsPerEm)
-        .IS(Font::GetScaleFactorX)
-        .IS(Font::GetScaleFactorY);
-    slots.IS(Font::GetAscent)
-        .IS(Font::GetDescent)
-        .IS(Font::GetLeading)
-        .IS(Font::Initialize)
-        .IS(Font::GenerateID);
+    slots.IS(Font::GetXPixelsPerEm).IS(Font::GetYPixelsPerEm).IS(Font::GetScaleFactorX);
+    slots.IS(Font::GetScaleFactorY);
+    slots.IS(Font::GetAscent).IS(Font::GetDescent).IS(Font::GetLeading).IS(Font::Initialize);
+    slots.IS(Font::GenerateID);
     slots.IS(Font::RenderGlyphBatch).IS(Font::Save).IS(Font::Load).IS(Font::GetGlyph).IS(Font::Emit);
 }
 
@@ -163,11 +156,8 @@ TEST(VirtualSlots, GraphicsDevice) {
     slots.IS(D::SetSelectionMode).IS(D::GetSelectionPoint).IS(D::PushSelected).IS(D::GetProjectionMatrix);
     slots.IS(D::GetViewMatrix).IS(D::GetViewportMatrix).IS(D::GetActiveCamera).IS(D::Process).IS(D::Present);
     slots.IS(D::ReadPixels).IS(D::IsDepthTestEnabled).IS(D::SetDepthTestEnabled).IS(D::GetEffectResource);
-    slots.IS(D::PushOpacity)
-        .IS(D::PopOpacity)
-        .IS(D::MergeOpacity)
-        .IS(D::GetOpacity)
-        .IS(D::PushTransformMatrix);
+    slots.IS(D::PushOpacity).IS(D::PopOpacity).IS(D::MergeOpacity).IS(D::GetOpacity);
+    slots.IS(D::PushTransformMatrix);
     slots.IS(D::PopTransformMatrix).IS(D::MergeTransformMatrix).IS(D::GetTransformMatrix).IS(D::PushMasks);
     slots.IS(D::PopMasks).IS(D::PushCamera).IS(D::PushCamera2D).IS(D::PopCamera).IS(D::PushCameraDepth);
     slots.IS(D::PopCameraDepth).IS(D::SetCameraDepth);
@@ -176,11 +166,8 @@ TEST(VirtualSlots, GraphicsDevice) {
 TEST(VirtualSlots, PropertiesAndControllers) {
     typedef BaseProperty<RealFloat> P;
     Slots property(AfterDestructor);
-    property.IS(Property::Initialize)
-        .IS(Property::Update)
-        .IS(Property::Load)
-        .IS(Property::Save)
-        .IS(Property::Emit);
+    property.IS(Property::Initialize).IS(Property::Update).IS(Property::Load).IS(Property::Save);
+    property.IS(Property::Emit);
     Slots(property.Next()).IS(P::SetValue).IS(P::Assign).IS(P::Copy);
     typedef Controller<RealFloat> C;
     Slots(AfterDestructor).IS(C::Evaluate).IS(C::IsFinished).IS(C::Load).IS(C::Save);

@@ -236,26 +236,6 @@ TEST_F(DrawnText, CornersHaveTheirOwnColours) {
     }
 }
 
-TEST_F(DrawnText, UpperAndLowerColoursBlendEvenlyUpEachGlyph) {
-    Ref<BitmapFont> const pFont = MakeFont({{u'a', Solid(9, 20), 0, 4, 10}, {u'b', Solid(6, 11), 1, 0, 9}});
-    Ref<Text> const pText = AddText(pFont.Get(), u"ab", 11, 30);
-    for (ColorProperty* pProperty :
-         {&pText->GetBottomLeftColorProperty(), &pText->GetBottomRightColorProperty()})
-        SetColor(*pProperty, {1, 0.5, 0});
-    for (ColorProperty* pProperty : {&pText->GetTopLeftColorProperty(), &pText->GetTopRightColorProperty()})
-        SetColor(*pProperty, {0, 0.5, 1, 0.5});
-    Canvas canvas(TextWidth, TextHeight, Black);
-    auto const blend = [&canvas](int x, int y, int width, int height) {
-        for (int row = 0; row < height; ++row) {
-            double const up = (row + 0.5) / height;
-            canvas.Blend(x, y + row, width, 1, {1 - up, 0.5, up, 1 - 0.5 * up});
-        }
-    };
-    blend(11, 26, 9, 20);
-    blend(11 + 10 + 1, 30, 6, 11);
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
-}
-
 TEST_F(DrawnText, ShadowsLieBelowAllGlyphsAtTheirOffset) {
     // Each glyph covers a part of its left neighbour's shadow, and its shadow a part of nothing but the
     // ground.
