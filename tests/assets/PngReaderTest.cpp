@@ -6,7 +6,6 @@
 
 #include <cstring>
 #include <filesystem>
-#include <functional>
 
 #include <png.h>
 

@@ -2,7 +2,6 @@
 
 #include "Stage.h"
 
-#include <algorithm>
 #include <cmath>
 
 namespace kelvo::test {

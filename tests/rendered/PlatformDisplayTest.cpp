@@ -2,7 +2,6 @@
 
 #include <kelvo_desktop/Display.h>
 
-#include <algorithm>
 #include <cstdlib>
 #include <string>
 
