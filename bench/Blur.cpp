@@ -4,55 +4,19 @@
 // the same picture. Allocations are those of the library: what GL allocates inside of its functions does not
 // count, and neither does presenting. A steady frame that allocates fails the run.
 
-#include "BenchScene.h"
+#include "Allocations.h"
 #include "GlTape.h"
 #include "GraphicsDeviceGL2.h"
+#include "SystemDriver.h"
 #include "Timing.h"
-#include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
-#include "trevik/kelvo/Window.h"
 
 #include <EGL/egl.h>
-#include <malloc.h>
 
 #include <cstdio>
-#include <cstdlib>
 #include <vector>
-
-namespace {
-thread_local bool t_fCounting = false;
-unsigned long g_nAllocations = 0;
-
-void CountAllocation() {
-    if (t_fCounting && !bench::GlTape::IsInDriver()) {
-        ++g_nAllocations;
-    }
-}
-} // namespace
-
-// Every allocation of the process passes here, whoever makes it.
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-
-void* malloc(std::size_t nBytes) {
-    CountAllocation();
-    return __libc_malloc(nBytes);
-}
-
-void* calloc(std::size_t nCount, std::size_t nBytes) {
-    CountAllocation();
-    return __libc_calloc(nCount, nBytes);
-}
-
-void* realloc(void* pMemory, std::size_t nBytes) {
-    CountAllocation();
-    return __libc_realloc(pMemory, nBytes);
-}
-}
 
 namespace {
 
@@ -64,8 +28,6 @@ constexpr int Height = 720;
 constexpr int SpriteSize = 16;
 constexpr unsigned int WarmUpFrames = 5;
 constexpr unsigned int MeasuredFrames = 60;
-
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 
 /** A blurred timeline of a sprite that fills the surface, after one that is blended and one that is smeared.
  */
@@ -130,11 +92,9 @@ double TimeFrame(Draw draw) {
 
 /** Draws without presenting; what it allocates. */
 unsigned long CountAllocations(BlurredScene& scene) {
-    unsigned long const nBefore = g_nAllocations;
-    t_fCounting = true;
+    unsigned long const nBefore = bench::GetAllocationCount();
     scene.Draw();
-    t_fCounting = false;
-    return g_nAllocations - nBefore;
+    return bench::GetAllocationCount() - nBefore;
 }
 
 /** Whether the calls of a frame, issued from a list, give the frame's picture. */
@@ -187,20 +147,15 @@ bool Measure(BlurredScene& scene, RealFloat amount) {
 } // namespace
 
 int main() {
-    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the
-    // difference.
-    setenv("LP_NUM_THREADS", "1", 0);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    Ref<Window> const pWindow(new Window(Width, Height));
-    bench::Backend backend;
-    if (!backend.Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), Width, Height) ||
-        !static_cast<GraphicsDeviceGL2&>(backend.GetDevice()).InitializeTargetBuffers()) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
+    bench::SystemDriver driver;
+    if (!driver.Initialize(Width, Height)) {
         return 1;
     }
-    std::printf("driver: %s, %s\n", reinterpret_cast<char const*>(glGetString(GL_VENDOR)),
-                reinterpret_cast<char const*>(glGetString(GL_RENDERER)));
+    bench::Backend& backend = driver.GetBackend();
+    if (!static_cast<GraphicsDeviceGL2&>(backend.GetDevice()).InitializeTargetBuffers()) {
+        std::fprintf(stderr, "the frame targets cannot be made\n");
+        return 1;
+    }
     std::printf("%6s %10s %12s %8s %8s %8s %14s\n", "amount", "GL calls", "ms a frame", "ratio", "p95", "p99",
                 "allocations");
     BlurredScene scene(backend);

@@ -5,7 +5,6 @@
 
 #include <EGL/egl.h>
 #include <GLES2/gl2.h>
-#include <malloc.h>
 
 #include <cstdio>
 #include <cstdlib>
@@ -16,10 +15,9 @@
 #include "GraphicsDeviceGL2.h"
 #include "ShaderProgramGL2.h"
 #include "SpriteGL2.h"
+#include "SystemDriver.h"
 #include "TextureGL2.h"
 #include "Timing.h"
-#include "kelvo_desktop/OffscreenWindow.h"
-#include "trevik/kelvo/Window.h"
 
 namespace {
 
@@ -29,8 +27,6 @@ using namespace trevik::kelvo;
 constexpr unsigned int SpriteCount = 10000;
 constexpr unsigned int WarmUpFrames = 5;
 constexpr unsigned int MeasuredFrames = 40;
-
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 
 /** Everything that one sprite's calls need. */
 struct FlatSprite {
@@ -149,22 +145,13 @@ void Measure(bench::Backend& backend, int nSpriteSize) {
 } // namespace
 
 int main() {
-    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the
-    // difference.
-    setenv("LP_NUM_THREADS", "1", 0);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
-    Ref<Window> const pWindow(new Window(640, 360));
-    bench::Backend backend;
-    if (!backend.Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
+    bench::SystemDriver driver;
+    if (!driver.Initialize(640, 360)) {
         return 1;
     }
-    std::printf("driver: %s, %s\n", reinterpret_cast<char const*>(glGetString(GL_VENDOR)),
-                reinterpret_cast<char const*>(glGetString(GL_RENDERER)));
     std::printf("%13s %12s %8s %8s %8s %16s\n", "sprite", "ns/sprite", "ratio", "p95", "p99",
                 "to short floor");
-    Measure(backend, 1);
-    Measure(backend, 16);
+    Measure(driver.GetBackend(), 1);
+    Measure(driver.GetBackend(), 16);
     return 0;
 }

@@ -3,42 +3,13 @@
 // present), and what all measured frames together allocated and had the driver make: nothing, or the run
 // fails.
 
-#include <malloc.h>
-
 #include <algorithm>
-#include <atomic>
 #include <cstdio>
-#include <cstdlib>
 
+#include "Allocations.h"
 #include "BenchScene.h"
 #include "NullDriver.h"
 #include "Timing.h"
-
-namespace {
-std::atomic<unsigned long> g_nAllocations{0};
-} // namespace
-
-// Every allocation of the process passes here, whoever makes it.
-extern "C" {
-void* __libc_malloc(std::size_t);
-void* __libc_calloc(std::size_t, std::size_t);
-void* __libc_realloc(void*, std::size_t);
-
-void* malloc(std::size_t nBytes) {
-    g_nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_malloc(nBytes);
-}
-
-void* calloc(std::size_t nCount, std::size_t nBytes) {
-    g_nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_calloc(nCount, nBytes);
-}
-
-void* realloc(void* pMemory, std::size_t nBytes) {
-    g_nAllocations.fetch_add(1, std::memory_order_relaxed);
-    return __libc_realloc(pMemory, nBytes);
-}
-}
 
 namespace {
 
@@ -54,13 +25,12 @@ bool MeasureFrames(bench::Backend& backend, unsigned int nSprites) {
     }
     unsigned int const nFrames = std::clamp(10000000u / nSprites, 100u, 20000u);
     NullDriverCounts const before = GetNullDriverCounts();
-    unsigned long nAllocations = 0;
     // One frame without a clock or a list of times, so that only the frame's own allocations are seen.
-    nAllocations = g_nAllocations;
+    unsigned long const nBefore = bench::GetAllocationCount();
     for (unsigned int nFrame = 0; nFrame < WarmUpFrames; ++nFrame) {
         scene.RunFrame(nFrame);
     }
-    nAllocations = g_nAllocations - nAllocations;
+    unsigned long const nAllocations = bench::GetAllocationCount() - nBefore;
     bench::Spread const spread =
         bench::Measure(nFrames, nSprites, [&](unsigned int nFrame) { scene.RunFrame(nFrame); });
     NullDriverCounts const after = GetNullDriverCounts();

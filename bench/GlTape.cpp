@@ -1,5 +1,7 @@
 #include "GlTape.h"
 
+#include "Allocations.h"
+
 #include <dlfcn.h>
 
 #include <cstdio>
@@ -11,15 +13,8 @@ GlTape* GlTape::s_pRecording = nullptr;
 
 namespace {
 
-thread_local bool t_fInDriver = false;
-
 /** What every quad of this library has. */
 constexpr std::size_t VertexCount = 4;
-
-struct InDriver {
-    InDriver() { t_fInDriver = true; }
-    ~InDriver() { t_fInDriver = false; }
-};
 
 enum Function : unsigned int {
     ActiveTexture,
@@ -100,10 +95,6 @@ void NoteValues(Function function, GLuint a, GLuint b, GLuint c, void const* pVa
 }
 
 } // namespace
-
-bool GlTape::IsInDriver() {
-    return t_fInDriver;
-}
 
 void GlTape::Note(Call call, GLfloat const* pValues, std::size_t nValues) {
     call.m_nValues = m_values.size();
@@ -190,97 +181,97 @@ using namespace bench;
 
 void glActiveTexture(GLenum unit) {
     Note(ActiveTexture, unit);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_ActiveTexture(unit);
 }
 
 void glBindFramebuffer(GLenum target, GLuint nName) {
     Note(BindFramebuffer, target, nName);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_BindFramebuffer(target, nName);
 }
 
 void glBindTexture(GLenum target, GLuint nName) {
     Note(BindTexture, target, nName);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_BindTexture(target, nName);
 }
 
 void glBlendEquationSeparate(GLenum colour, GLenum alpha) {
     Note(BlendEquationSeparate, colour, alpha);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_BlendEquationSeparate(colour, alpha);
 }
 
 void glBlendFuncSeparate(GLenum source, GLenum target, GLenum sourceAlpha, GLenum targetAlpha) {
     Note(BlendFuncSeparate, source, target, sourceAlpha, targetAlpha);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_BlendFuncSeparate(source, target, sourceAlpha, targetAlpha);
 }
 
 void glClear(GLbitfield bits) {
     Note(Clear, bits);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Clear(bits);
 }
 
 void glDisableVertexAttribArray(GLuint nIndex) {
     Note(DisableVertexAttribArray, nIndex);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_DisableVertexAttribArray(nIndex);
 }
 
 void glDrawArrays(GLenum mode, GLint nFirst, GLsizei nCount) {
     Note(DrawArrays, mode, static_cast<GLuint>(nFirst), static_cast<GLuint>(nCount));
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_DrawArrays(mode, nFirst, nCount);
 }
 
 void glEnableVertexAttribArray(GLuint nIndex) {
     Note(EnableVertexAttribArray, nIndex);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_EnableVertexAttribArray(nIndex);
 }
 
 void glGetIntegerv(GLenum name, GLint* pValues) {
     Note(GetIntegerv, name);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_GetIntegerv(name, pValues);
 }
 
 void glUniform1f(GLint nLocation, GLfloat x) {
     NoteFloats(Uniform1f, nLocation, x);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Uniform1f(nLocation, x);
 }
 
 void glUniform1i(GLint nLocation, GLint nValue) {
     Note(Uniform1i, static_cast<GLuint>(nLocation), static_cast<GLuint>(nValue));
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Uniform1i(nLocation, nValue);
 }
 
 void glUniform2f(GLint nLocation, GLfloat x, GLfloat y) {
     NoteFloats(Uniform2f, nLocation, x, y);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Uniform2f(nLocation, x, y);
 }
 
 void glUniform4f(GLint nLocation, GLfloat x, GLfloat y, GLfloat z, GLfloat w) {
     NoteFloats(Uniform4f, nLocation, x, y, z, w);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Uniform4f(nLocation, x, y, z, w);
 }
 
 void glUniformMatrix4fv(GLint nLocation, GLsizei nCount, GLboolean fTranspose, GLfloat const* pValues) {
     NoteValues(UniformMatrix4fv, static_cast<GLuint>(nLocation), 0, 0, pValues, 16);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_UniformMatrix4fv(nLocation, nCount, fTranspose, pValues);
 }
 
 void glUseProgram(GLuint nName) {
     Note(UseProgram, nName);
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_UseProgram(nName);
 }
 
@@ -288,14 +279,14 @@ void glVertexAttribPointer(GLuint nIndex, GLint nSize, GLenum type, GLboolean fN
                            void const* pData) {
     NoteValues(VertexAttribPointer, nIndex, static_cast<GLuint>(nSize), type, pData,
                VertexCount * static_cast<std::size_t>(nSize));
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_VertexAttribPointer(nIndex, nSize, type, fNormalized, nStride, pData);
 }
 
 void glViewport(GLint nX, GLint nY, GLsizei nWidth, GLsizei nHeight) {
     Note(Viewport, static_cast<GLuint>(nX), static_cast<GLuint>(nY), static_cast<GLuint>(nWidth),
          static_cast<GLuint>(nHeight));
-    InDriver const inDriver;
+    UncountedAllocations const driversOwn;
     Gl().m_Viewport(nX, nY, nWidth, nHeight);
 }
 }

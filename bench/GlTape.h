@@ -27,9 +27,6 @@ public:
     void Play() const;
     std::size_t GetCount() const { return m_calls.size(); }
 
-    /** Whether the calling thread is inside of GL. */
-    static bool IsInDriver();
-
     /** One call: integer arguments, float arguments, and where the memory that it points to was copied. */
     struct Call {
         unsigned int m_nFunction;

@@ -10,7 +10,6 @@
 
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
-#include <malloc.h>
 #include <sched.h>
 
 #include <cstdint>
@@ -21,17 +20,14 @@
 #include <vector>
 
 #include "BenchScene.h"
+#include "SystemDriver.h"
 #include "Timing.h"
-#include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/kelvo/SurfaceInfo.h"
-#include "trevik/kelvo/Window.h"
 
 namespace {
 
 using namespace trevik;
 using namespace trevik::kelvo;
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
-
 struct Case {
     int nWidth;
     int nHeight;
@@ -161,23 +157,15 @@ bool Measure(Case const& test) {
 } // namespace
 
 int main() {
-    // One rasteriser thread, and a C library that keeps the driver's buffers: otherwise the noise exceeds the
-    // difference.
-    setenv("LP_NUM_THREADS", "1", 0);
-    mallopt(M_TRIM_THRESHOLD, 1 << 30);
-    mallopt(M_MMAP_THRESHOLD, 1 << 30);
+    // All on one core: how the threads happen to be spread would be measured, too.
     cpu_set_t core;
     CPU_ZERO(&core);
     CPU_SET(static_cast<std::size_t>(sched_getcpu()), &core);
     sched_setaffinity(0, sizeof(core), &core);
-    Ref<Window> const pWindow(new Window(640, 360));
-    bench::Backend backend;
-    if (!backend.Initialize(static_cast<WindowT<ANativeWindow>*>(pWindow.Get()), 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
+    bench::SystemDriver driver;
+    if (!driver.Initialize(640, 360)) {
         return 1;
     }
-    std::printf("driver: %s, %s\n", reinterpret_cast<char const*>(glGetString(GL_VENDOR)),
-                reinterpret_cast<char const*>(glGetString(GL_RENDERER)));
     std::printf("%11s %-9s %-9s %10s %8s %8s %8s\n", "size", "format", "thread", "us", "GB/s", "ratio",
                 "p95");
     Case const cases[] = {
