@@ -60,7 +60,7 @@ protected:
     static constexpr Shade Clear = {0, 0, 0, 1};
 };
 
-TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLast) {
+TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLastOnAnyThread) {
     for (bool const fDouble : {false, true}) {
         SCOPED_TRACE(fDouble);
         Image const before = Picture(10);
