@@ -204,9 +204,9 @@ bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sEr
         sError = String16::Format(u"%hs: cannot write: the document is too large or nested too deep", pPath);
         return false;
     }
+    // The new file would take the place of a device or a pipe.
     struct stat status;
-    if (stat(pPath, &status) == 0 &&
-        IsSpecial(status)) { // the new file would take the place of a device or a pipe
+    if (stat(pPath, &status) == 0 && IsSpecial(status)) {
         sError = String16::Format(u"%hs: cannot write: not a regular file", pPath);
         return false;
     }

@@ -22,20 +22,6 @@ bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
-/**
- * Has the memory fetched that drawing a node will read: where it lies in a sprite, which most nodes are. For
- * other nodes, and where pointers are shorter, some of it comes for nothing; nothing else happens.
- */
-void FetchForDrawing(Node const* pNode) {
-    constexpr unsigned long line = 64;
-    char const* const pBytes = reinterpret_cast<char const*>(pNode);
-    __builtin_prefetch(pBytes);
-    __builtin_prefetch(pBytes + 3 * line);              // m_nMarks to m_rEffectiveOpacity
-    __builtin_prefetch(pBytes + 4 * line);              // m_worldMatrix
-    __builtin_prefetch(pBytes + 5 * line);              // m_masks, m_effects
-    __builtin_prefetch(pBytes + sizeof(Sprite) - line); // m_nStyle, m_pTexture; geometry
-}
-
 /** 0 to 1; 0 for what is not a number. */
 RealFloat ClampOpacity(RealFloat opacity) {
     return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
@@ -128,6 +114,19 @@ void TransformNode::Render(GraphicsDevice& device) {
         InternalSelect(device);
     }
     RenderChildren(device);
+}
+
+/**
+ * Has the memory fetched that drawing a node will read: where it lies in a sprite, which most nodes are. For
+ * other nodes, and where pointers are shorter, some of it comes for nothing; nothing else happens.
+ */
+inline void TransformNode::FetchForDrawing(Node const* pNode) {
+    char const* const pBytes = reinterpret_cast<char const*>(pNode);
+    __builtin_prefetch(pBytes);
+    __builtin_prefetch(pBytes + 3 * CacheLine);              // m_nMarks to m_rEffectiveOpacity
+    __builtin_prefetch(pBytes + 4 * CacheLine);              // m_worldMatrix
+    __builtin_prefetch(pBytes + 5 * CacheLine);              // m_masks, m_effects
+    __builtin_prefetch(pBytes + sizeof(Sprite) - CacheLine); // m_nStyle, m_pTexture; geometry
 }
 
 void TransformNode::RenderChildren(GraphicsDevice& device) {

@@ -182,6 +182,7 @@ private:
 
     void SetPropertyMarks();
     // Inline only where they are used, which is where they are defined.
+    static inline void FetchForDrawing(Node const* pNode);
     inline unsigned int TakePosition();
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
