@@ -50,9 +50,12 @@ GraphicBuffer::GraphicBuffer(std::uint32_t w, std::uint32_t h, PixelFormat f, st
     if (!pContents) {
         return;
     }
-    // calloc tells a product that does not fit from one that does.
-    std::size_t const nRow = static_cast<std::size_t>(stride) * bytesPerPixel(f);
-    pContents->pixels.reset(static_cast<std::uint8_t*>(std::calloc(h, nRow)));
+    // Two positive 32-bit sides of 4 bytes a pixel at most: the product fits 64 bits, and size_t perhaps not.
+    std::uint64_t const nSize = static_cast<std::uint64_t>(stride) * h * bytesPerPixel(f);
+    if (nSize > PTRDIFF_MAX) {
+        return;
+    }
+    pContents->pixels.reset(static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(nSize), 1)));
     if (pContents->pixels && kelvo::desktop::BufferImages::Get().AddBuffer(this)) {
         contents = pContents.release();
     }

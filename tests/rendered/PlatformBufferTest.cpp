@@ -163,6 +163,7 @@ TEST_F(PlatformBuffer, BeginsAsZerosAndSaysWhatItIs) {
         EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
     }
     EXPECT_EQ(MakeBuffer(32, 1, 1)->getStride(), 32u);
+    EXPECT_EQ(MakeBuffer(0x40000000, 0x7FFFFFFF, 1)->initCheck(), android::NO_MEMORY); // a row is 2 to the 32
     EXPECT_EQ(android::bytesPerPixel(0), 0u);
     EXPECT_EQ(android::bytesPerPixel(9), 0u);
 }
