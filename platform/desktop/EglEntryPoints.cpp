@@ -167,7 +167,8 @@ eglCreateWindowSurface(EGLDisplay display, EGLConfig config, EGLNativeWindowType
                        EGLint const* attributes) {
     if (!IsOurs(display))
         return Forward(Driver().eglCreateWindowSurface, display, config, window, attributes);
-    return Guarded([&] { return CreateWindowSurface(display, config, (void*)window, attributes); });
+    return Guarded(
+        [&] { return CreateWindowSurface(display, config, reinterpret_cast<void*>(window), attributes); });
 }
 
 KELVO_EGL(EGLSurface)
@@ -175,7 +176,7 @@ eglCreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, void* windo
                                EGLAttrib const* attributes) {
     if (!IsOurs(display))
         return Forward(Driver().eglCreatePlatformWindowSurface, display, config, window, attributes);
-    return Guarded([&] { return CreateWindowSurface(display, config, window, attributes); });
+    return Guarded([&] { return CreatePlatformWindowSurface(display, config, window, attributes); });
 }
 
 KELVO_EGL(EGLBoolean)

@@ -33,13 +33,11 @@ bool IsPbufferAttribute(EGLint name) {
 
 /** Turns a window's attribute list into one for a pixel buffer of the window's size; false for a list that no
    window can have. */
-template <class Attribute>
-bool PbufferAttributes(ANativeWindow const& window, Attribute const* attributes,
-                       std::vector<EGLint>& result) {
+bool PbufferAttributes(ANativeWindow const& window, EGLint const* attributes, std::vector<EGLint>& result) {
     result = {EGL_WIDTH, window.width, EGL_HEIGHT, window.height};
     for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
-        auto const nName = static_cast<EGLint>(attributes[0]);
-        auto const nValue = static_cast<EGLint>(attributes[1]);
+        EGLint const nName = attributes[0];
+        EGLint const nValue = attributes[1];
         if (IsPbufferAttribute(nName))
             return false;
         if (nName == EGL_RENDER_BUFFER) {
@@ -55,9 +53,8 @@ bool PbufferAttributes(ANativeWindow const& window, Attribute const* attributes,
     return true;
 }
 
-template <class Attribute>
 EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
-                         Attribute const* attributes) {
+                         EGLint const* attributes) {
     std::vector<EGLint> driverAttributes;
     if (window.width < 1 || window.height < 1)
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
@@ -68,19 +65,16 @@ EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow con
     return Forward(Driver().eglCreatePbufferSurface, display, config, driverAttributes.data());
 }
 
-template <class Attribute>
 EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
-                            Attribute const* attributes) {
+                            EGLint const* attributes) {
     if (KindOf(display) != DisplayKind::X11)
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
-    std::vector<EGLint> driverAttributes;
-    for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
-        driverAttributes.push_back(static_cast<EGLint>(attributes[0]));
-        driverAttributes.push_back(static_cast<EGLint>(attributes[1]));
-    }
-    driverAttributes.push_back(EGL_NONE);
-    return Forward(Driver().eglCreateWindowSurface, display, config, (EGLNativeWindowType)window.x11Window,
-                   driverAttributes.data());
+    auto const nId = static_cast<std::uintptr_t>(window.x11Window);
+    if (nId != window.x11Window)
+        return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
+    // By way of a pointer, which goes both where EGL's type is one and where it is X's number.
+    auto const native = reinterpret_cast<EGLNativeWindowType>(reinterpret_cast<void*>(nId));
+    return Forward(Driver().eglCreateWindowSurface, display, config, native, attributes);
 }
 
 /** The part of a swap before the driver's: everything that needs the frame still in the back buffer. */
@@ -112,9 +106,7 @@ EGLint FinishDrawing(WindowSurface const& target) {
 
 } // namespace
 
-template <class Attribute>
-EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window,
-                               Attribute const* attributes) {
+EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, EGLint const* attributes) {
     // A query that every configuration answers: the driver judges display and configuration.
     EGLint nId = 0;
     if (!Forward(Driver().eglGetConfigAttrib, display, config, EGL_CONFIG_ID, &nId))
@@ -136,8 +128,20 @@ EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* windo
     return surface;
 }
 
-template EGLSurface CreateWindowSurface(EGLDisplay, EGLConfig, void*, EGLint const*);
-template EGLSurface CreateWindowSurface(EGLDisplay, EGLConfig, void*, EGLAttrib const*);
+EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, void* window,
+                                       EGLAttrib const* attributes) {
+    std::vector<EGLint> narrow;
+    for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
+        for (EGLAttrib const nWide : {attributes[0], attributes[1]}) {
+            auto const nNarrow = static_cast<EGLint>(nWide);
+            if (nNarrow != nWide)
+                return Fail<EGLSurface>(EGL_BAD_ATTRIBUTE);
+            narrow.push_back(nNarrow);
+        }
+    }
+    narrow.push_back(EGL_NONE);
+    return CreateWindowSurface(display, config, window, narrow.data());
+}
 
 EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface) {
     WindowSurface target;

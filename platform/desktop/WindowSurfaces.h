@@ -4,16 +4,12 @@
 
 namespace kelvo::desktop {
 
-/**
- * eglCreateWindowSurface on a display of this layer, for the kinds of attribute list that EGL has
- * (`Attribute` is EGLint or EGLAttrib). `window` may be any pointer. Throws std::bad_alloc.
- */
-template <class Attribute>
-EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window,
-                               Attribute const* attributes);
+/** eglCreateWindowSurface on a display of this layer. `window` may be any pointer. Throws std::bad_alloc. */
+EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, EGLint const* attributes);
 
-extern template EGLSurface CreateWindowSurface(EGLDisplay, EGLConfig, void*, EGLint const*);
-extern template EGLSurface CreateWindowSurface(EGLDisplay, EGLConfig, void*, EGLAttrib const*);
+/** The same for the list that eglCreatePlatformWindowSurface takes, whose numbers may be wider. */
+EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, void* window,
+                                       EGLAttrib const* attributes);
 
 /** eglSwapBuffers; passes surfaces that are no window surfaces of this layer on. Throws std::bad_alloc. */
 EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface);
