@@ -14,7 +14,12 @@ endif()
 
 install(DIRECTORY include/ host/include/ platform/desktop/include/
     DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20 FILES_MATCHING PATTERN "*.h")
+# Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
+# the back end that need them.
+install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+    FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20
+    FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE)
 
 install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 configure_package_config_file(cmake/KelvoConfig.cmake.in ${CMAKE_BINARY_DIR}/KelvoConfig.cmake

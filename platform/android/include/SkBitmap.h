@@ -1,12 +1,13 @@
 #pragma once
 
 #include "SkPixelRef.h"
-#include "kelvo_desktop/Export.h"
+
+#include <cutils/compiler.h>
 
 #include <cstddef>
 
 /** A picture: its size, the kind of its pixels, and where they are. */
-class KELVO_DESKTOP_API SkBitmap {
+class ANDROID_API SkBitmap {
 public:
     enum Config {
         kNo_Config,        ///< has no pixels that could be drawn
@@ -19,7 +20,7 @@ public:
     };
 
     /** Gives bitmaps pixels. */
-    class KELVO_DESKTOP_API Allocator : public SkRefCnt {
+    class ANDROID_API Allocator : public SkRefCnt {
     public:
         /** Installs pixels for what the bitmap has been configured as; false when that cannot be done. */
         virtual bool allocPixelRef(SkBitmap* bitmap, SkColorTable* table) = 0;

@@ -1,7 +1,6 @@
 #pragma once
 
-#include "kelvo_desktop/Export.h"
-
+#include <cutils/compiler.h>
 #include <system/window.h>
 #include <ui/PixelFormat.h>
 #include <utils/Errors.h>
@@ -17,7 +16,7 @@ namespace android {
  * What was written between lock and unlock, on any thread, is what draws sample from the end of unlock on; it
  * stays out of sight until then. One thread at a time has the buffer locked.
  */
-class KELVO_DESKTOP_API GraphicBuffer : public ANativeWindowBuffer, public LightRefBase<GraphicBuffer> {
+class ANDROID_API GraphicBuffer : public ANativeWindowBuffer, public LightRefBase<GraphicBuffer> {
 public:
     /**
      * `format` is a PixelFormat, `usage` of GRALLOC_USAGE_*. The stride is the allocator's: it may exceed the

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "kelvo_desktop/Export.h"
+#include <cutils/compiler.h>
 
 #include <cstddef>
 #include <cstdint>
@@ -24,6 +24,6 @@ enum : PixelFormat {
 };
 
 /** Bytes of one pixel; 0 for what is no format. */
-KELVO_DESKTOP_API std::size_t bytesPerPixel(PixelFormat format);
+ANDROID_API std::size_t bytesPerPixel(PixelFormat format);
 
 } // namespace android

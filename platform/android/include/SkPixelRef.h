@@ -6,7 +6,7 @@ class SkColorTable;
 class SkMutex;
 
 /** The pixels of bitmaps, which they have in memory only while somebody has locked them. */
-class KELVO_DESKTOP_API SkPixelRef : public SkFlattenable {
+class ANDROID_API SkPixelRef : public SkFlattenable {
 public:
     /** `mutex` is held while pixels are brought in and given back; null takes one that all such share. */
     explicit SkPixelRef(SkMutex* mutex = nullptr);

@@ -1,11 +1,11 @@
 #pragma once
 
-#include "kelvo_desktop/Export.h"
+#include <cutils/compiler.h>
 
 #include <mutex>
 
 /** What one thread at a time may hold. */
-class KELVO_DESKTOP_API SkMutex {
+class ANDROID_API SkMutex {
 public:
     SkMutex();
     ~SkMutex();

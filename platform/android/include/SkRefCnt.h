@@ -1,12 +1,12 @@
 #pragma once
 
-#include "kelvo_desktop/Export.h"
+#include <cutils/compiler.h>
 
 #include <atomic>
 #include <cstdint>
 
 /** An object that counts its owners, beginning with the one who made it. Any thread. */
-class KELVO_DESKTOP_API SkRefCnt {
+class ANDROID_API SkRefCnt {
 public:
     SkRefCnt() : fRefCnt(1) {}
     virtual ~SkRefCnt();

@@ -6,7 +6,7 @@ class SkFlattenableReadBuffer;
 class SkFlattenableWriteBuffer;
 
 /** An object that may be written to a buffer and made again from it. */
-class KELVO_DESKTOP_API SkFlattenable : public SkRefCnt {
+class ANDROID_API SkFlattenable : public SkRefCnt {
 public:
     using Factory = SkFlattenable* (*)(SkFlattenableReadBuffer&);
 

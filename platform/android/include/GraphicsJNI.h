@@ -1,13 +1,12 @@
 #pragma once
 
-#include "kelvo_desktop/Export.h"
-
+#include <cutils/compiler.h>
 #include <jni.h>
 
 class SkBitmap;
 
 /** Between Java's graphics classes and what is behind them. */
-class KELVO_DESKTOP_API GraphicsJNI {
+class ANDROID_API GraphicsJNI {
 public:
     /**
      * A new android.graphics.Bitmap, which owns `bitmap` from now on, as a local reference; its class is the
