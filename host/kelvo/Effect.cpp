@@ -2,11 +2,16 @@
 
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/EffectResource.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
 
 namespace trevik::kelvo {
+
+bool EffectResource::Init(GraphicsDevice&) {
+    return true;
+}
 
 Effect::Effect() = default;
 

@@ -24,6 +24,8 @@ unsigned int FindSlot(List<ITraceable*> const& table, ITraceable* pObject) {
 
 } // namespace
 
+ITraceable::~ITraceable() = default;
+
 MemoryTracer::MemoryTracer() = default;
 
 MemoryTracer::~MemoryTracer() = default;

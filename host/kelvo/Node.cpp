@@ -23,6 +23,8 @@ Node::Node() = default;
 
 Node::Node(Node const& other) : Referenced(other), ITraceable(other), m_sName(other.m_sName) {}
 
+NodeUserdata::~NodeUserdata() = default;
+
 Node::~Node() {
     ReleaseChildren();
 }

@@ -27,13 +27,13 @@ public:
         m_bytes.assign(std::istreambuf_iterator<char>(file), {});
     }
 
-    /** Names that the file defines for others. */
-    std::set<std::string> GetExportedNames() const {
+    /** Names that the file defines: for others (SHT_DYNSYM) or at all (SHT_SYMTAB). */
+    std::set<std::string> GetDefinedNames(ElfW(Word) nTable) const {
         std::set<std::string> names;
         auto const header = At<ElfW(Ehdr)>(0);
         for (std::size_t i = 0; i < header.e_shnum; ++i) {
             auto const section = At<ElfW(Shdr)>(header.e_shoff + i * header.e_shentsize);
-            if (section.sh_type == SHT_DYNSYM) {
+            if (section.sh_type == nTable) {
                 auto const strings = At<ElfW(Shdr)>(header.e_shoff + section.sh_link * header.e_shentsize);
                 AddNames(section, strings.sh_offset, names);
             }
@@ -74,7 +74,7 @@ std::string Demangle(std::string const& name) {
 class Exports : public ::testing::Test {
 protected:
     Exports() {
-        for (std::string const& name : ElfFile(KELVO_BACK_END_LIBRARY).GetExportedNames()) {
+        for (std::string const& name : ElfFile(KELVO_BACK_END_LIBRARY).GetDefinedNames(SHT_DYNSYM)) {
             std::string const text = Demangle(name);
             (text.empty() ? m_plain : m_mangled).insert(text.empty() ? name : text);
         }
@@ -111,6 +111,20 @@ TEST_F(Exports, MangledNamesBelongToTheBackEndsOwnClasses) {
     for (std::string const& name : m_mangled) {
         EXPECT_TRUE(std::regex_search(name, allowed)) << name << " leaves the library";
     }
+}
+
+TEST(TypeInformation, OfTheContractStandsInTheHostAlone) {
+    // Left are types of the back end itself, and templates, whose type nobody asks for across libraries.
+    std::regex const own("^typeinfo for trevik::(kelvo::([A-Za-z]+GL2|EGLImage[A-Za-z]*)$|.*<)");
+    unsigned int nTypes = 0;
+    for (std::string const& name : ElfFile(KELVO_BACK_END_LIBRARY).GetDefinedNames(SHT_SYMTAB)) {
+        std::string const text = Demangle(name);
+        if (text.rfind("typeinfo for trevik::", 0) == 0) {
+            ++nTypes;
+            EXPECT_TRUE(std::regex_search(text, own)) << text << " stands in the back end";
+        }
+    }
+    EXPECT_GT(nTypes, 0u) << "the library has no table of symbols";
 }
 
 TEST_F(Exports, ApplicationsReachTheClassesTheyCall) {

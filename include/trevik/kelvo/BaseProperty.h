@@ -40,6 +40,10 @@ struct TREVIK_API BasePropertyGeneration {
  *
  * A binding, when set, stands in for the stored value: reads, writes, evaluations, loads and change
  * notifications all go to it, and the event does not fire.
+ *
+ * Every library that uses properties of a type has its own copy of the template, type information included.
+ * So what a property's type is says its descriptor in the owner's list; a dynamic_cast to a template may fail
+ * on an object of another library. The same holds for controllers.
  */
 template <class T>
 class BaseProperty : public Property {

@@ -11,10 +11,7 @@ class GraphicsDevice;
 class TREVIK_API EffectResource : public Referenced {
 public:
     /** Creates the resource's GL objects. Render thread. The base creates nothing and returns true. */
-    virtual bool Init(GraphicsDevice& device) {
-        static_cast<void>(device);
-        return true;
-    }
+    virtual bool Init(GraphicsDevice& device);
 };
 
 } // namespace trevik::kelvo

@@ -12,7 +12,7 @@ class MemoryTracer;
  */
 class TREVIK_API ITraceable {
 public:
-    virtual ~ITraceable() = default;
+    virtual ~ITraceable();
 
     /**
      * Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while nobody else uses

@@ -11,7 +11,8 @@ class TransformNode;
 
 /**
  * Receives nodes during Node::Accept. Each node calls the operation for its kind, then lets its children do
- * the same. Not destroyed through this interface, hence no virtual destructor.
+ * the same. Not destroyed through this interface, hence no virtual destructor; nor is its dynamic type asked
+ * for: every library that derives from it has type information of its own for it.
  */
 class TREVIK_API NodeVisitor {
 public:

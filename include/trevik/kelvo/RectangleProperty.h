@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Rectangle.h"
 #include "trevik/Types.h"
 #include "trevik/kelvo/ExtendedProperty.h"
@@ -7,9 +8,10 @@
 namespace trevik::kelvo {
 
 /** An animatable rectangle; each edge moves on its own. */
-class RectangleProperty : public ExtendedProperty<RectangleT<RealFloat>> {
+class TREVIK_API RectangleProperty : public ExtendedProperty<RectangleT<RealFloat>> {
 public:
     using ExtendedProperty<RectangleT<RealFloat>>::ExtendedProperty;
+    ~RectangleProperty() override;
 };
 
 } // namespace trevik::kelvo

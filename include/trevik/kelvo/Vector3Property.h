@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Export.h"
 #include "trevik/Types.h"
 #include "trevik/Vector.h"
 #include "trevik/kelvo/ExtendedProperty.h"
@@ -7,9 +8,10 @@
 namespace trevik::kelvo {
 
 /** An animatable position, direction, scale or opaque colour. */
-class Vector3Property : public ExtendedProperty<Vector3T<RealFloat>> {
+class TREVIK_API Vector3Property : public ExtendedProperty<Vector3T<RealFloat>> {
 public:
     using ExtendedProperty<Vector3T<RealFloat>>::ExtendedProperty;
+    ~Vector3Property() override;
 };
 
 } // namespace trevik::kelvo
