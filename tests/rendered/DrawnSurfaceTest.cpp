@@ -159,7 +159,8 @@ TEST_F(DrawnSurface, ProducersOnOtherThreadsNeverShowAPartOfAPicture) {
     }
     std::set<int> seen[2];
     int nTorn = 0;
-    for (int nFrame = 0; nFrame < 100; ++nFrame) {
+    // A busy machine may take its time until it lets both producers run.
+    for (int nFrame = 0; nFrame < 100 || seen[0].size() < 2 || seen[1].size() < 2; ++nFrame) {
         Image const frame = DrawFrame();
         for (int i = 0; i < 2; ++i) {
             int const nLeft = 7 + 20 * i;
@@ -175,8 +176,6 @@ TEST_F(DrawnSurface, ProducersOnOtherThreadsNeverShowAPartOfAPicture) {
     for (std::thread& producer : producers)
         producer.join();
     EXPECT_EQ(nTorn, 0);
-    EXPECT_GT(seen[0].size(), 1u);
-    EXPECT_GT(seen[1].size(), 1u);
 }
 
 } // namespace
