@@ -26,7 +26,7 @@ bool QueueDispatcher::Enqueue(Ref<OperationBase>& operation) {
 }
 
 bool QueueDispatcher::Invoke(Ref<OperationBase>& operation) {
-    if (!operation) {
+    if (!operation || !operation->IsValid()) {
         return false;
     }
     if (IsExecutingThread()) {
@@ -39,7 +39,8 @@ bool QueueDispatcher::Invoke(Ref<OperationBase>& operation) {
 
 bool QueueDispatcher::EnqueueWithTicket(OperationBase* operation, int& ticket) {
     ScopedLock lock(m_mutex);
-    if (!operation || !m_pTickets || !m_queue.Append(Ref<OperationBase>(operation))) {
+    if (!operation || !operation->IsValid() || !m_pTickets ||
+        !m_queue.Append(Ref<OperationBase>(operation))) {
         return false;
     }
     ticket = m_pTickets->AssignNext();

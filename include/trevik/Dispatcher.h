@@ -17,6 +17,9 @@ class TREVIK_API OperationBase : public Referenced {
 public:
     ~OperationBase() override;
     virtual void Execute() = 0;
+
+    /** Whether there is something to execute; dispatchers refuse what has nothing. */
+    virtual bool IsValid() const { return true; }
 };
 
 /** Work given as a callable, which holds copies of, or references to, what it needs. */
@@ -30,7 +33,7 @@ public:
     void Execute() override;
 
     /** Whether there is something to call; there is not when there was no memory for the callable. */
-    bool IsValid() const { return static_cast<bool>(m_callable); }
+    bool IsValid() const override { return static_cast<bool>(m_callable); }
 
 private:
     function<void()> m_callable;
@@ -47,14 +50,14 @@ public:
 
     /**
      * Queues an operation, keeping a reference to it, and does not wait for it. Any thread.
-     * @return false, with nothing queued, for null or without memory.
+     * @return false, with nothing queued, for null, for an invalid operation and without memory.
      */
     virtual bool Enqueue(Ref<OperationBase>& operation) = 0;
 
     /**
      * Queues an operation and waits until it has been executed; on the executing thread itself, executes it
      * at once, ahead of what is queued. Any thread.
-     * @return false, with nothing executed, for null or without memory.
+     * @return false, with nothing executed, for null, for an invalid operation and without memory.
      */
     virtual bool Invoke(Ref<OperationBase>& operation) = 0;
 
@@ -72,8 +75,18 @@ public:
 
     bool Enqueue(Ref<OperationBase>& operation) override;
 
-    /** The executing thread is the one that last called ExecuteEnqueuedOperations. */
+    /** The executing thread is the one that last called SetExecutingThread or ExecuteEnqueuedOperations. */
     bool Invoke(Ref<OperationBase>& operation) override;
+
+    /**
+     * Makes the calling thread the executing one before it comes for operations, so that it never waits for
+     * itself.
+     */
+    void SetExecutingThread() {
+        ScopedLock lock(m_mutex);
+        m_executingThread = pthread_self();
+        m_fExecutingThreadKnown = true;
+    }
 
     /**
      * Executes the operations that are queued now, in order, on the calling thread, and releases each right

@@ -245,7 +245,7 @@ TEST(TrevikDispatcher, InvokeWaitsUntilItsOperationHasRun) {
 TEST(TrevikDispatcher, InvokeOnTheExecutingThreadRunsAtOnce) {
     QueueDispatcher dispatcher;
     std::string order;
-    dispatcher.ExecuteEnqueuedOperations(); // makes this the executing thread
+    dispatcher.SetExecutingThread();
     Enqueue(dispatcher, [&] {
         Ref<OperationBase> inner = MakeOperation([&] { order += 'b'; });
         EXPECT_TRUE(dispatcher.Invoke(inner));
@@ -333,9 +333,10 @@ TEST(TrevikDispatcher, RefusesNothingAndWhatItHasNoMemoryFor) {
     Allocation::FailAfter(0);
     EXPECT_FALSE(dispatcher.Enqueue(operation));
     EXPECT_FALSE(dispatcher.Invoke(operation));
-    Operation const empty([] {});
+    Ref<OperationBase> empty = MakeOperation([] {});
     Allocation::FailNever();
-    EXPECT_FALSE(empty.IsValid());
+    EXPECT_FALSE(dispatcher.Enqueue(empty));
+    EXPECT_FALSE(dispatcher.Invoke(empty));
     EXPECT_EQ(operation->GetReferenceCount(), 1);
     dispatcher.ExecuteEnqueuedOperations();
 }
