@@ -26,7 +26,7 @@ jobject MakeGlobal(JNIEnv* env, jobject obj) {
 }
 
 void DeleteGlobal(JNIEnv* env, jobject obj) {
-    ScopeCounter counter(ScopeCounter::JavaBitmapCreation, true);
+    ScopeCounter counter(ScopeCounter::JavaReferenceRelease, true);
     TREVIK_JOBJECT_CHECK(env, "BEFORE", 1049, "env->DeleteGlobalRef(m_obj)");
     env->DeleteGlobalRef(obj);
     TREVIK_JOBJECT_CHECK(env, "AFTER", 1049, "env->DeleteGlobalRef(m_obj)");

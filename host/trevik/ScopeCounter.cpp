@@ -127,8 +127,8 @@ char const* ScopeCounter::GetName(unsigned int id) {
         return "timeline before children";
     case TimelinePostChildren:
         return "timeline after children";
-    case JavaBitmapCreation:
-        return "Java bitmap creation";
+    case JavaReferenceRelease:
+        return "Java reference release";
     case JavaBitmapCall:
         return "Java bitmap call";
     case Frame:

@@ -35,7 +35,7 @@ public:
         ShaderInitialization = 11,
         TimelinePreChildren = 12,
         TimelinePostChildren = 13,
-        JavaBitmapCreation = 23,
+        JavaReferenceRelease = 23,
         JavaBitmapCall = 24,
         MaximumIds = 64,
 
