@@ -84,13 +84,16 @@ void Produce(Texture& texture, live::Water& water, live::Handover& handover) {
     for (int nFrame = 0; handover.WaitUntilFree(); ++nFrame) {
         SurfaceInfo surface = {};
         void* const pPixels = texture.Lock();
-        if (!pPixels || !texture.GetSurfaceInfo(&surface)) {
+        bool const fLocked = pPixels && texture.GetSurfaceInfo(&surface);
+        if (fLocked) {
+            // Rows lie a stride apart, which is often more than what their pixels take.
+            water.Paint(nFrame, static_cast<unsigned char*>(pPixels), surface.m_nStride);
+        }
+        texture.Unlock(); // also without pixels: the surface counts as locked
+        if (!fLocked) {
             handover.GiveUp();
             return;
         }
-        // Rows lie a stride apart, which is often more than what their pixels take.
-        water.Paint(nFrame, static_cast<unsigned char*>(pPixels), surface.m_nStride);
-        texture.Unlock();
         handover.SetWritten();
     }
 }

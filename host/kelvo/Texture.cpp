@@ -287,10 +287,8 @@ bool Texture::PromoteWithImage(bool fDoubleBuffered) {
 bool Texture::CopyToSurface() {
     SurfaceInfo info;
     void* const pTarget = Lock();
-    if (!pTarget) {
-        return false;
-    }
-    bool const fFits = GetSurfaceInfo(&info) && GetBytesPerPixel(info.m_nFormat) == GetBytesPerPixel() &&
+    bool const fFits = pTarget && GetSurfaceInfo(&info) &&
+                       GetBytesPerPixel(info.m_nFormat) == GetBytesPerPixel() &&
                        info.m_nWidth <= m_nAllocatedWidth && info.m_nHeight <= m_nAllocatedHeight;
     if (fFits) {
         long const nStride = static_cast<long>(GetRowSize(m_nAllocatedWidth, m_format));
@@ -301,7 +299,7 @@ bool Texture::CopyToSurface() {
                  static_cast<unsigned long>(info.m_nWidth) * static_cast<unsigned int>(GetBytesPerPixel()),
                  info.m_nHeight);
     }
-    Unlock();
+    Unlock(); // whether there were pixels or not
     return fFits;
 }
 

@@ -59,7 +59,7 @@ public:
     virtual bool Demote() = 0;
     /** Describes the surface that producers write next; false when the texture has none. */
     virtual bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const = 0;
-    /** Address of the current surface's pixels; null on failure. Any thread. */
+    /** Address of the current surface's pixels; null on failure, which takes an Unlock too. Any thread. */
     virtual void* Lock() = 0;
     virtual void Unlock() = 0;
     /** Shows the surface just written and makes the other one current; returns Current(). */
