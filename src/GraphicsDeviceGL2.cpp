@@ -25,6 +25,7 @@ namespace trevik::kelvo {
 
 pthread_t GraphicsDeviceGL2::m_renderThreadId;
 QueueDispatcher GraphicsDeviceGL2::m_dispatcher;
+std::atomic<unsigned int> GraphicsDeviceGL2::ms_nContext{0};
 
 namespace {
 
@@ -45,6 +46,9 @@ void ReleaseAndForget(T*& pObject) {
 GraphicsDeviceGL2::GraphicsDeviceGL2() = default;
 
 GraphicsDeviceGL2::~GraphicsDeviceGL2() {
+    if (m_eglDisplay != EGL_NO_DISPLAY && InRenderThread()) {
+        m_dispatcher.ExecuteEnqueuedOperations(); // what others have let go of is of this context
+    }
     ReleaseEffectResources();
     SpriteGL2::ReleaseAntialiasFilter();
     for (CameraGL2*& pCamera : m_cameras) {
@@ -68,6 +72,7 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
 
 bool GraphicsDeviceGL2::Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size) {
     m_renderThreadId = pthread_self();
+    m_dispatcher.SetExecutingThread();
     if (!GraphicsDevice::Initialize(pWindow, format, size)) {
         return false;
     }

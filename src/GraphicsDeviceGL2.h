@@ -15,6 +15,8 @@
 
 #include <pthread.h>
 
+#include <atomic>
+
 namespace trevik::kelvo {
 
 class FramebufferGL2;
@@ -28,7 +30,10 @@ class KELVO_EXPORT GraphicsDeviceGL2 : public GraphicsDevice {
 public:
     /** No display yet; calls neither EGL nor GL. */
     GraphicsDeviceGL2();
-    /** Releases resources, programs and cameras, then surface, context and display. */
+    /**
+     * Executes what other threads have queued, then releases resources, programs and cameras, then surface,
+     * context and display. Render thread.
+     */
     ~GraphicsDeviceGL2() override;
 
     /**
@@ -225,6 +230,11 @@ public:
     static bool InRenderThread() { return pthread_equal(m_renderThreadId, pthread_self()) != 0; }
     /** The queue of work for the render thread, one for all devices. Any thread. */
     static Dispatcher* GetDispatcher() { return &m_dispatcher; }
+    /**
+     * The number of the context whose GL names are valid now. It changes whenever a device makes a context or
+     * gives its display up, so that what outlives a context deletes no names of the next one.
+     */
+    static unsigned int GetContextNumber() { return ms_nContext.load(std::memory_order_relaxed); }
 
     /** Drops every effect resource; the next request for one makes a new one. */
     void ReleaseEffectResources();
@@ -274,6 +284,7 @@ private:
 
     static pthread_t m_renderThreadId;
     static QueueDispatcher m_dispatcher;
+    static std::atomic<unsigned int> ms_nContext;
     static PFNEGLCREATEIMAGEKHRPROC ms_pfnCreateImageKHR;
     static PFNEGLDESTROYIMAGEKHRPROC ms_pfnDestroyImageKHR;
 };

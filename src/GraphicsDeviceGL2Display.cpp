@@ -107,6 +107,7 @@ bool GraphicsDeviceGL2::CreateSurfaceAndContext() {
                            static_cast<int>(fCurrent), eglGetError());
         return false;
     }
+    ++ms_nContext;
     return true;
 }
 
@@ -224,6 +225,7 @@ void GraphicsDeviceGL2::CloseDisplay() {
         m_eglContext = EGL_NO_CONTEXT;
     }
     eglTerminate(m_eglDisplay);
+    ++ms_nContext;
     m_eglDisplay = EGL_NO_DISPLAY;
 }
 

@@ -3,9 +3,10 @@
 #include "Android/JavaBitmap.h"
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
+#include "RenderThread.h"
 #include "trevik/Assert.h"
 #include "trevik/Debug.h"
-#include "trevik/Dispatcher.h"
+#include "trevik/Immortal.h"
 #include "trevik/kelvo/TextureFormat.h"
 
 #include <GLES2/gl2.h>
@@ -38,9 +39,17 @@ PFNGLEGLIMAGETARGETTEXTURE2DOESPROC FindTargetFunction() {
         eglGetProcAddress("glEGLImageTargetTexture2DOES"));
 }
 
+/** By a literal, which takes no memory. */
+void TraceLeak() {
+    static char16_t const s_message[] = u"[kelvo] A surface's GL texture and EGL image leak: out of memory";
+    Debug::Trace(TraceLevel::Error, StringEncoded<UTF16Encoding>::FromLiteral(s_message));
+}
+
+Immortal<Mutex> g_bufferMutex;
+
 } // namespace
 
-Mutex EGLImageImpl::s_bufferMutex;
+Mutex& EGLImageImpl::s_bufferMutex = g_bufferMutex.Get();
 
 Ref<EGLImageHelper> CreateEGLImageHelper() {
     return Ref<EGLImageHelper>(new (std::nothrow) EGLImageImpl);
@@ -112,6 +121,7 @@ bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned in
         nWidth, nHeight, TextureFormat2PixelFormat(static_cast<int>(nFormat)), BufferUsage);
     EGLint const attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE, EGL_NONE};
     m_display = eglGetCurrentDisplay();
+    m_nContext = GraphicsDeviceGL2::GetContextNumber();
     // Without memory for the buffer, EGL refuses.
     void* const pBuffer = m_pGraphicBuffer.get() ? m_pGraphicBuffer->getNativeBuffer() : nullptr;
     m_eglImage = GraphicsDeviceGL2::eglCreateImageKHR(m_display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID,
@@ -146,20 +156,21 @@ bool EGLImageImpl::BindToNewTexture() {
 void EGLImageImpl::Destroy() {
     SURFACE_ASSERT(!m_fLocked, LineDestroy, "!IsLocked()");
     ScopedLock const lock(s_bufferMutex);
-    if (GraphicsDeviceGL2::InRenderThread()) {
-        Destroy_RenderThread(m_pGraphicBuffer, m_eglImage, m_nTexture, m_display);
-    } else {
-        Ref<OperationBase> pOperation(new (std::nothrow) Operation(
-            [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture, display = m_display] {
-                // This surface lets go of the buffer before the mutex.
-                ScopedLock const lock(s_bufferMutex);
-                Destroy_RenderThread(pBuffer, eglImage, nTexture, display);
-            }));
-        GraphicsDeviceGL2::GetDispatcher()->Enqueue(pOperation);
+    if (!m_pGraphicBuffer.get() && !m_eglImage && m_nTexture == -1) {
+        return;
+    }
+    auto const destroy = [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture,
+                          display = m_display, nContext = m_nContext] {
+        ScopedLock const lock(s_bufferMutex); // whoever queued this lets go of the buffer before the mutex
+        bool const fThere = nContext == GraphicsDeviceGL2::GetContextNumber();
+        Destroy_RenderThread(pBuffer, fThere ? eglImage : EGL_NO_IMAGE_KHR, fThere ? nTexture : -1, display);
+    };
+    m_pGraphicBuffer.clear();
+    if (!DoInRenderThread(destroy)) {
+        TraceLeak();
     }
     m_eglImage = EGL_NO_IMAGE_KHR;
     m_nTexture = -1;
-    m_pGraphicBuffer.clear();
 }
 
 /** Deletes texture and image; the caller's pointer to the buffer, which goes after them, has to be the last.
@@ -208,7 +219,8 @@ int EGLImageImpl::GetPixelFormat() {
 
 jni::Object<jni::android::graphics::Bitmap> EGLImageImpl::CreateJavaBitmapFromTexture() {
     ScopedLock const lock(s_bufferMutex);
-    return CreateJavaBitmap(*this, m_pGraphicBuffer->getPixelFormat());
+    return IsCreated() ? CreateJavaBitmap(*this, m_pGraphicBuffer->getPixelFormat())
+                       : jni::Object<jni::android::graphics::Bitmap>();
 }
 
 } // namespace trevik::kelvo

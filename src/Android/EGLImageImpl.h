@@ -37,7 +37,8 @@ public:
     void Unlock() override;
     /**
      * Empties the surface, which must not be locked. Off the render thread, texture and image go at the next
-     * GraphicsDevice::Process; the buffer lives as long as they do.
+     * GraphicsDevice::Process; the buffer lives as long as they do. Without memory for that they stay,
+     * traced. Once their context is gone nothing is called: they went with it.
      */
     void Destroy() override;
     int GetTexture() override { return m_nTexture; }
@@ -68,10 +69,14 @@ private:
     int m_nTexture = -1; ///< -1: none; 0 is a name like any other here
     ::android::sp<::android::GraphicBuffer> m_pGraphicBuffer;
     EGLDisplay m_display = EGL_NO_DISPLAY; ///< current when the image was made
+    unsigned int m_nContext = 0;           ///< the number of the context then
     std::atomic<bool> m_fLocked{false};
 
-    /** Serialises creation, destruction, locking and unlocking of all surfaces. */
-    static Mutex s_bufferMutex;
+    /**
+     * Serialises creation, destruction, locking and unlocking of all surfaces, to the very end: Java may
+     * collect bitmaps while the process exits.
+     */
+    static Mutex& s_bufferMutex;
 };
 
 } // namespace trevik::kelvo

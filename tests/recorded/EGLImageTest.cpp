@@ -3,6 +3,8 @@
 #include "SurfaceTest.h"
 
 #include "Android/EGLImageImpl.h"
+#include "JObject.h"
+#include "trevik/Allocation.h"
 
 #include <atomic>
 #include <thread>
@@ -157,6 +159,7 @@ TEST_F(EGLImage, AFailureSaysWhyAndLeavesItEmptyWhateverItHadBefore) {
             EXPECT_EQ(m_diagnostics.Messages(), Strings{test.message});
             EXPECT_TRUE(m_diagnostics.Failures().empty());
             ExpectEmpty(*pSurface);
+            EXPECT_TRUE(pSurface->CreateJavaBitmapFromTexture().IsEmpty());
             EXPECT_EQ(Counts(Object::Texture).created - textures.created, test.textures);
             EXPECT_EQ(Counts(Object::Texture).live, textures.live - (fBefore ? 1 : 0));
             EXPECT_EQ(Counts(Object::EglImage).live, 0);
@@ -239,11 +242,42 @@ TEST_F(EGLImage, TheBufferOutlivesImageAndTextureThatAnotherThreadGaveUp) {
     EXPECT_EQ(pShared->getStrongCount(), 1);
 }
 
+TEST_F(EGLImage, WhatThreadsLetGoOfGoesWithItsDeviceAndNeverWithTheNextOne) {
+    Ref<EGLImageHelper> pQueued = MakeSurface();
+    Ref<EGLImageHelper> pLate = MakeSurface();
+    Ref<EGLImageHelper> const pLatest = MakeSurface();
+    Strings const deletions = Deletions(*pQueued);
+    Clear();
+    std::thread([&] { pQueued.Reset(); }).join();
+    m_pDevice = std::make_unique<GraphicsDeviceGL2>();
+    std::vector<Call> calls = Calls();
+    calls.resize(deletions.size());
+    EXPECT_TRUE(CallsAre(deletions, calls));
+    BringUp();
+    std::thread([&] { pLate.Reset(); }).join();
+    Device().Process();
+    pLatest->Destroy();
+    EXPECT_CALLS();
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
+}
+
+TEST_F(EGLImage, SaysWhatLeaksWhenAThreadHasNoMemoryToHandItOver) {
+    Ref<EGLImageHelper> const pSurface = MakeSurface();
+    std::thread([&] {
+        Allocation::FailAfter(0); // the operation itself is there, and has nothing to call
+        pSurface->Destroy();
+        Allocation::FailNever();
+    }).join();
+    ExpectEmpty(*pSurface);
+    EXPECT_EQ(m_diagnostics.Messages().size(), 1u); // there is no memory to note the text
+}
+
 TEST_F(EGLImage, OffTheRenderThreadNothingOfGLMayBeMadeOrDeleted) {
     Ref<EGLImageHelper> pSurface = MakeSurface();
     std::thread([&] { pSurface->Create(Width, Height, TextureFormat::RGBA8888); }).join();
     ExpectFailure("src/Android/EGLImageImpl:76: GraphicsDeviceGL2::InRenderThread()");
     Device().Process();
+    pSurface = MakeSurface();
     std::thread([&] {
         pSurface.Reset();
         Device().Process(); // not the thread to do it
