@@ -2,7 +2,9 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
+#include "RenderThread.h"
 #include "trevik/Assert.h"
+#include "trevik/Debug.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/Statistics.h"
 
@@ -69,6 +71,19 @@ void UploadLevel(Upload const& upload, GLint nLevel, MipLevel const& level, unsi
     static_cast<void>(glGetError());
 }
 
+/** Deletes one of a context's textures, unless that is gone; off the render thread at the next Process. */
+void DeleteTexture(GLuint nName, unsigned int nContext) {
+    bool const fTaken = DoInRenderThread([nName, nContext] {
+        if (nContext == GraphicsDeviceGL2::GetContextNumber()) {
+            glDeleteTextures(1, &nName);
+        }
+    });
+    if (!fTaken) {
+        static char16_t const s_message[] = u"[kelvo] A GL texture leaks: out of memory";
+        Debug::Trace(TraceLevel::Error, StringEncoded<UTF16Encoding>::FromLiteral(s_message));
+    }
+}
+
 } // namespace
 
 TextureGL2::TextureGL2() = default;
@@ -114,10 +129,16 @@ bool TextureGL2::Promote(bool fDoubleBuffered) {
 bool TextureGL2::CreateEGLImage(int nImage) {
     // The texture keeps a compressed format, by which renderers choose their program: intended.
     int const nFormat = IsCompressed() ? static_cast<int>(TextureFormat::RGBA8888) : m_format;
-    EGLImageHelper* const pImage = m_pEGLImage[static_cast<unsigned int>(nImage)].Get();
+    EGLImageHelper* const pImage = FindEGLImage(nImage);
     TEXTURE_ASSERT(pImage != nullptr, LineCreateImage, "m_pEGLImage[image]");
     return pImage && pImage->Create(static_cast<unsigned int>(m_nWidth), static_cast<unsigned int>(m_nHeight),
                                     static_cast<unsigned int>(nFormat));
+}
+
+/** Null where there is no surface of this index. */
+EGLImageHelper* TextureGL2::FindEGLImage(int nImage) const {
+    unsigned int const nIndex = static_cast<unsigned int>(nImage);
+    return nIndex < m_pEGLImage.GetCount() ? m_pEGLImage[nIndex].Get() : nullptr;
 }
 
 /** An index kept from a promotion to more surfaces stands for the last one. */
@@ -131,6 +152,7 @@ EGLImageHelper& TextureGL2::GetEGLImage(int nImage) const {
 void TextureGL2::ReleasePending() {
     if (m_fReleasePending) {
         ReleaseGLTexture();
+        m_nContext = GraphicsDeviceGL2::GetContextNumber(); // the surfaces'
         m_fReleasePending = false;
     }
 }
@@ -139,15 +161,27 @@ bool TextureGL2::Demote() {
     if (!m_fEglImageInitialized) {
         return true;
     }
-    ReleasePending();
+    bool const fPending = m_fReleasePending;
+    unsigned int const nDrawn = m_nGLTexture;
     Ref<EGLImageHelper> const pKept(&CurrentEGLImage());
-    m_pEGLImage.Clear();
-    m_nGLTexture = 0; // it belongs to a surface
+    if (!fPending) {
+        m_nGLTexture = 0; // it belongs to a surface; what is pending goes as pixels take its place
+    }
+    m_fReleasePending = false;
     m_fEglImageInitialized = false;
     void const* const pPixels = pKept->Lock();
-    Replace(pKept->GetWidth(), pKept->GetHeight(), static_cast<TextureFormat::Enum>(pKept->GetPixelFormat()),
-            pPixels, pKept->GetStride());
-    pKept->Unlock();
+    bool const fKept = pPixels && Replace(pKept->GetWidth(), pKept->GetHeight(),
+                                          static_cast<TextureFormat::Enum>(pKept->GetPixelFormat()), pPixels,
+                                          pKept->GetStride());
+    pKept->Unlock(); // whether there were pixels or not
+    if (fKept) {
+        m_pEGLImage.Clear();
+        return true;
+    }
+    Debug::TraceFormat(TraceLevel::Error, u"[kelvo] A texture stays promoted: its pixels cannot be kept");
+    m_nGLTexture = nDrawn;
+    m_fReleasePending = fPending;
+    m_fEglImageInitialized = true;
     return true;
 }
 
@@ -197,16 +231,28 @@ int TextureGL2::Count() {
 bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
                          int nStride) {
     TEXTURE_ASSERT(!m_fEglImageInitialized, LineReplace, "!m_fEglImageInitialized");
-    ReleaseGLTexture();
-    return Texture::Replace(nWidth, nHeight, format, pData, nStride);
+    if (m_fEglImageInitialized) {
+        return false;
+    }
+    // The picture goes when there is another one.
+    Names const names = TakeNames();
+    bool const fReplaced = Texture::Replace(nWidth, nHeight, format, pData, nStride);
+    if (fReplaced) {
+        Release(names);
+    } else {
+        m_nGLTexture = names.nColor;
+        m_nGLTextureAlpha = names.nAlpha;
+    }
+    return fReplaced;
 }
 
 jni::Object<jni::android::graphics::Bitmap> TextureGL2::CreateJavaBitmapFromTexture(int nImage) {
     if (nImage >= 0 && nImage < m_nEglImages && !Promote(false)) {
         return jni::Object<jni::android::graphics::Bitmap>();
     }
-    // Indices that were not checked above are the caller's: intended.
-    return m_pEGLImage[static_cast<unsigned int>(nImage)]->CreateJavaBitmapFromTexture();
+    // Indices beyond those above promote nothing: intended.
+    EGLImageHelper* const pImage = FindEGLImage(nImage);
+    return pImage ? pImage->CreateJavaBitmapFromTexture() : jni::Object<jni::android::graphics::Bitmap>();
 }
 
 unsigned int TextureGL2::CreateCountedGLTexture() {
@@ -236,6 +282,7 @@ bool TextureGL2::CreateGLTexture() {
         return false;
     }
     ReleaseGLTexture();
+    m_nContext = GraphicsDeviceGL2::GetContextNumber();
     if (m_format == TextureFormat::ETC1_RGBA) {
         m_nGLTexture = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_RGB);
         m_nGLTextureAlpha = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_Alpha);
@@ -295,18 +342,28 @@ void TextureGL2::SetFilters(unsigned int nLevels) const {
 }
 
 void TextureGL2::ReleaseGLTexture() {
-    if (GLuint const nName = m_nGLTexture) {
+    Release(TakeNames());
+}
+
+/** What there is, forgotten by the texture. */
+TextureGL2::Names TextureGL2::TakeNames() {
+    Names const names = {m_nGLTexture, m_nGLTextureAlpha, m_nByteSize, m_nContext};
+    m_nGLTexture = 0;
+    m_nGLTextureAlpha = 0;
+    return names;
+}
+
+void TextureGL2::Release(Names const& names) {
+    if (names.nColor != 0) {
         TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseColor,
                        "GraphicsDeviceGL2::InRenderThread()");
-        Statistics::Instance().DecrementStat(Statistics::StatTextureMemory, m_nByteSize);
-        glDeleteTextures(1, &nName);
-        m_nGLTexture = 0;
+        Statistics::Instance().DecrementStat(Statistics::StatTextureMemory, names.nByteSize);
+        DeleteTexture(names.nColor, names.nContext);
     }
-    if (m_nGLTextureAlpha != 0) {
+    if (names.nAlpha != 0) {
         TEXTURE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineReleaseAlpha,
                        "GraphicsDeviceGL2::InRenderThread()");
-        glDeleteTextures(1, &m_nGLTextureAlpha);
-        m_nGLTextureAlpha = 0;
+        DeleteTexture(names.nAlpha, names.nContext);
     }
 }
 

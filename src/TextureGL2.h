@@ -20,7 +20,7 @@ namespace trevik::kelvo {
 class KELVO_EXPORT TextureGL2 : public Texture {
 public:
     TextureGL2();
-    /** Deletes the GL textures. Render thread, once there are any. */
+    /** ReleaseGLTexture, unless the GL texture is a surface's. */
     ~TextureGL2() override;
 
     /** Of the surface that producers write next while promoted, else of the pixels. */
@@ -36,7 +36,8 @@ public:
     bool Promote(bool fDoubleBuffered) override;
     /**
      * Takes the pixels of the surface that producers write next, not of the one drawn last, intended, and
-     * gives the surfaces up. Always true. Render thread, before the first Swap.
+     * gives the surfaces up. Always true: where they cannot be taken, without memory or in a format that
+     * textures lack, that is traced and the texture stays as it was. Render thread, before the first Swap.
      */
     bool Demote() override;
     bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const override;
@@ -53,17 +54,18 @@ public:
     int Swap() override;
     int Current() override;
     int Count() override;
-    /** Makes surface `nImage` at the texture's size. Render thread. */
+    /** Makes surface `nImage` at the texture's size; false, asserted, where there is none. Render thread. */
     bool CreateEGLImage(int nImage);
     /**
-     * Deletes the GL textures and takes new pixels over, from which the next draw makes new ones. Not while
-     * promoted.
+     * Takes new pixels over, from which the next draw makes new GL textures, and deletes those of before.
+     * False, with the texture unchanged, while promoted (asserted) and where the host refuses the pixels.
      */
     bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
                  int nStride) override;
     /**
      * A Java bitmap over a surface, after promoting to a single one where there are none; `nImage` must be
-     * below Count() of the promoted texture and is not checked beyond that, intended.
+     * below Count() of the promoted texture. One that is not promotes no texture, intended, and gives an
+     * empty object where there is no such surface.
      */
     jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) override;
 
@@ -99,7 +101,11 @@ public:
      * @return the GL name; 0 without data and for formats that cannot be uploaded.
      */
     unsigned int CreateGLTexture(void const* pData, ListProperty<MipLevel> const& levels, int nFormat) const;
-    /** Deletes the GL textures, those that exist, and takes their bytes off statistic 37. Render thread. */
+    /**
+     * Deletes the GL textures, those that exist, and takes their bytes off statistic 37. Render thread; on
+     * another one that is asserted, and they go at the next GraphicsDevice::Process. Those of a context that
+     * is gone went with it.
+     */
     void ReleaseGLTexture();
 
     /** Called around each draw with this texture; there is nothing to do. */
@@ -107,10 +113,20 @@ public:
     void PostRender() {}
 
 private:
+    /** The GL textures of an image, and what has to be known to let go of them. */
+    struct Names {
+        unsigned int nColor, nAlpha;
+        unsigned int nByteSize;
+        unsigned int nContext;
+    };
+
+    Names TakeNames();
+    static void Release(Names const& names);
     unsigned int CreateCountedGLTexture();
     void DropPixels();
     void SetFilters(unsigned int nLevels) const;
 
+    EGLImageHelper* FindEGLImage(int nImage) const;
     EGLImageHelper& GetEGLImage(int nImage) const;
     EGLImageHelper& CurrentEGLImage() const {
         return GetEGLImage(m_nCurrentEglImage.load(std::memory_order_relaxed));
@@ -120,7 +136,8 @@ private:
     // Swap writes some of these on a producer's thread while the render thread draws.
     std::atomic<unsigned int> m_nGLTexture{0}; ///< once swapped, a surface's
     unsigned int m_nGLTextureAlpha = 0;
-    int m_nEglImages = 2; ///< of the last promotion
+    unsigned int m_nContext = 0; ///< the number of the context that these belong to
+    int m_nEglImages = 2;        ///< of the last promotion
     List<Ref<EGLImageHelper>> m_pEGLImage;
     std::atomic<int> m_nCurrentEglImage{0}; ///< the surface that producers write next
     std::atomic<bool> m_fEglImageInitialized{false};

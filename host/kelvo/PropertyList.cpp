@@ -3,6 +3,7 @@
 #include <atomic>
 #include <new>
 
+#include "trevik/Immortal.h"
 #include "trevik/Mutex.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -36,12 +37,12 @@ PropertyDescriptor const* FindDescriptor(DescriptorEntry const* pEntry, Property
 
 /** The one descriptor equal to `wanted`, made when there is none yet; null when out of memory. */
 PropertyDescriptor const* Intern(PropertyDescriptor const& wanted) {
-    static Mutex s_mutex;
+    static Immortal<Mutex> s_mutex;
     std::atomic<DescriptorEntry*>& bucket = g_descriptors[wanted.m_nID % DescriptorBuckets];
     if (PropertyDescriptor const* pFound = FindDescriptor(bucket.load(std::memory_order_acquire), wanted)) {
         return pFound;
     }
-    ScopedLock lock(s_mutex);
+    ScopedLock lock(s_mutex.Get());
     DescriptorEntry* const pFirst = bucket.load(std::memory_order_relaxed);
     if (PropertyDescriptor const* pFound = FindDescriptor(pFirst, wanted)) {
         return pFound;

@@ -26,6 +26,11 @@ TEST_F(RenderThread, IsTheOneThatInitialisedTheDeviceEvenInVain) {
     Succeed("eglGetDisplay");
     BringUp();
     EXPECT_TRUE(GraphicsDeviceGL2::InRenderThread());
+    // It never waits for itself, though it has not processed anything yet.
+    bool fInvoked = false;
+    Ref<OperationBase> pOperation(new Operation([&fInvoked] { fInvoked = true; }));
+    EXPECT_TRUE(GraphicsDeviceGL2::GetDispatcher()->Invoke(pOperation));
+    EXPECT_TRUE(fInvoked);
     std::thread([&] { fElsewhere = GraphicsDeviceGL2::InRenderThread(); }).join();
     EXPECT_FALSE(fElsewhere);
 }
@@ -54,19 +59,18 @@ TEST_F(RenderThread, ExecutesInOrderAtProcessWhatOthersQueued) {
 TEST_F(RenderThread, DeletesATextureThatAnotherThreadGaveUpOnceAtProcess) {
     BringUp();
     Ref<TextureGL2> pTexture(new TextureGL2);
-    ASSERT_TRUE(pTexture->Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0));
+    ASSERT_TRUE(pTexture->Replace(4, 4, TextureFormat::ETC1_RGBA, nullptr, 0));
     ASSERT_NE(pTexture->GetGLTexture(), 0u);
-    std::thread([&] {
-        TextureGL2* const pReleased = pTexture.Detach();
-        Ref<OperationBase> pOperation(new Operation([pReleased] { pReleased->ReleaseReference(); }));
-        GraphicsDeviceGL2::GetDispatcher()->Enqueue(pOperation);
-    }).join();
-    EXPECT_EQ(Count("glDeleteTextures"), 0u);
+    Clear();
+    std::thread([&] { pTexture.Reset(); }).join();
+    EXPECT_CALLS();
+    EXPECT_EQ(m_diagnostics.Failures(), (Strings{"src/TextureGL2:190: GraphicsDeviceGL2::InRenderThread()",
+                                                 "src/TextureGL2:199: GraphicsDeviceGL2::InRenderThread()"}));
     Device().Process();
-    EXPECT_EQ(Count("glDeleteTextures"), 1u);
+    EXPECT_EQ(Count("glDeleteTextures"), 2u);
     Device().Process();
-    EXPECT_EQ(Count("glDeleteTextures"), 1u);
-    EXPECT_TRUE(m_diagnostics.Failures().empty());
+    EXPECT_EQ(Count("glDeleteTextures"), 2u);
+    EXPECT_TRUE(Errors().empty());
 }
 
 } // namespace

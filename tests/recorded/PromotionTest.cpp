@@ -2,6 +2,9 @@
 
 #include "SurfaceTest.h"
 
+#include "JObject.h"
+#include "trevik/Allocation.h"
+
 #include <thread>
 
 namespace {
@@ -153,6 +156,37 @@ TEST_F(Promotion, DemotedBeforeTheFirstSwapDeletesTheUploadedTexture) {
     EXPECT_EQ(pTexture->GetPixelData().GetBuffer().GetSize(), 5u * 3 * 3);
 }
 
+TEST_F(Promotion, NewPixelsAndDemotionWithoutMemoryLeaveTheTextureAsItWas) {
+    Ref<TextureGL2> const pTexture = MakeTexture();
+    GLuint const uploaded = pTexture->GetGLTexture();
+    auto const expectUnchanged = [&](GLuint drawn, bool fPromoted) {
+        EXPECT_EQ(pTexture->GetGLTexture(), drawn);
+        EXPECT_EQ(pTexture->IsPromoted(), fPromoted);
+        EXPECT_EQ(Count("glDeleteTextures"), 0u);
+    };
+    auto const demoteInVain = [&] {
+        Allocation::FailAfter(0);
+        EXPECT_TRUE(pTexture->Demote());
+        Allocation::FailNever();
+    };
+    Clear();
+    EXPECT_FALSE(pTexture->Replace(0, 4, TextureFormat::RGBA8888, nullptr, 0));
+    expectUnchanged(uploaded, false);
+    ASSERT_TRUE(pTexture->Promote(true));
+    demoteInVain();
+    expectUnchanged(uploaded, false);
+    WriteSurface(*pTexture, 0);
+    pTexture->Swap();
+    GLuint const swapped = pTexture->GetGLTexture();
+    WriteSurface(*pTexture, 100);
+    Clear();
+    EXPECT_FALSE(pTexture->Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0)); // asserted
+    demoteInVain();
+    expectUnchanged(swapped, true);
+    EXPECT_TRUE(pTexture->Demote());
+    EXPECT_EQ(pTexture->GetPixelData().GetBuffer().GetData()[0], 100);
+}
+
 TEST_F(Promotion, AnIndexKeptFromTwoSurfacesStandsForTheOnlyOne) {
     Ref<TextureGL2> const pTexture = MakeTexture();
     ASSERT_TRUE(pTexture->Promote(true));
@@ -242,8 +276,12 @@ TEST_F(Promotion, FailsWithAMessageLeavingThePlainTextureAndNothingElse) {
         EXPECT_EQ(pTexture->Swap(), -1);
         EXPECT_EQ(pTexture->GetGLTexture(), uploaded);
         // What is left of the attempt are empty places.
-        EXPECT_FALSE(pTexture->CreateEGLImage(0));
-        EXPECT_EQ(m_diagnostics.Failures(), Strings{"src/TextureGL2:544: m_pEGLImage[image]"});
+        for (int const nImage : {0, 2, -1}) {
+            m_diagnostics.Forget();
+            EXPECT_FALSE(pTexture->CreateEGLImage(nImage));
+            EXPECT_EQ(m_diagnostics.Failures(), Strings{"src/TextureGL2:544: m_pEGLImage[image]"});
+            EXPECT_TRUE(nImage == 0 || pTexture->CreateJavaBitmapFromTexture(nImage).IsEmpty());
+        }
         EXPECT_TRUE(pTexture->Promote(true));
     }
 }
@@ -281,12 +319,13 @@ TEST_F(Promotion, WhatWasUploadedGoesOnTheRenderThread) {
                        {"last reference", [](Ref<TextureGL2>& pTexture) { pTexture.Reset(); }}};
     for (Case const& test : cases) {
         Ref<TextureGL2> pTexture = MakeTexture();
-        pTexture->GetGLTexture();
+        GLuint const uploaded = pTexture->GetGLTexture();
         ASSERT_TRUE(pTexture->Promote(true));
         std::thread([&] { test.release(pTexture); }).join();
         EXPECT_EQ(m_diagnostics.Failures(),
                   Strings{"src/TextureGL2:190: GraphicsDeviceGL2::InRenderThread()"})
             << test.name;
+        EXPECT_TRUE(FindTexture(uploaded)) << test.name;
         // Once it is swapped in, a surface is the other thread's to swap and to let go of.
         m_diagnostics.Forget();
         if (pTexture) {
@@ -297,6 +336,7 @@ TEST_F(Promotion, WhatWasUploadedGoesOnTheRenderThread) {
         }
         EXPECT_TRUE(m_diagnostics.Failures().empty()) << test.name;
         Device().Process();
+        EXPECT_FALSE(FindTexture(uploaded)) << test.name;
     }
 }
 
