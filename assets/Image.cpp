@@ -1,5 +1,6 @@
 #include "Image.h"
 
+#include <algorithm>
 #include <utility>
 
 namespace trevik::kelvo::assets {
@@ -59,11 +60,11 @@ bool CheckSize(const std::string& name, long long width, long long height, const
     const std::string size = std::to_string(width) + " x " + std::to_string(height);
     if (width < 1 || height < 1)
         return Fail(error, name + ": a size of " + size + " pixels holds no picture");
-    if (width > limits.maxWidth || height > limits.maxHeight)
-        return Fail(error, name + ": " + size + " pixels are more than the " +
-                               std::to_string(limits.maxWidth) + " x " + std::to_string(limits.maxHeight) +
-                               " allowed");
-    // Both factors fit 31 bits here, so the product fits 64.
+    const int maxWidth = std::min(limits.maxWidth, Texture::MaximumSide);
+    const int maxHeight = std::min(limits.maxHeight, Texture::MaximumSide);
+    if (width > maxWidth || height > maxHeight)
+        return Fail(error, name + ": " + size + " pixels are more than the " + std::to_string(maxWidth) +
+                               " x " + std::to_string(maxHeight) + " allowed");
     const unsigned long long bytes = 4ull * static_cast<unsigned long long>(width * height);
     if (bytes > limits.maxBytes)
         return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) +

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "trevik/kelvo/MipLevel.h"
+#include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/TextureFormat.h"
 
 #include <cstddef>
@@ -43,8 +44,8 @@ struct ByteSpan {
 
 /** What a reader refuses, decided from an image's header before memory for its pixels is asked for. */
 struct ImageLimits {
-    int maxWidth = 8192;                               /**< pixels */
-    int maxHeight = 8192;                              /**< pixels */
+    int maxWidth = Texture::MaximumSide;               /**< pixels; never more, whatever is set here */
+    int maxHeight = Texture::MaximumSide;              /**< the same */
     std::size_t maxBytes = std::size_t(256) << 20;     /**< of the decoded picture at four bytes a pixel */
     std::size_t maxFileBytes = std::size_t(256) << 20; /**< of the file itself */
 };

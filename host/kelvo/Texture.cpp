@@ -84,10 +84,33 @@ bool AreLevelsValid(List<MipLevel> const& levels, int nWidth, int nHeight, int n
         if (level.m_nWidth != nWidth || level.m_nHeight != nHeight || !IsLevelValid(level, nFormat, nSize)) {
             return false;
         }
-        nWidth = nWidth > 1 ? nWidth / 2 : 1;
-        nHeight = nHeight > 1 ? nHeight / 2 : 1;
+        bool const fSmallest = nWidth == 1 && nHeight == 1; // no level comes after it: none has sides of 0
+        nWidth = nWidth > 1 || fSmallest ? nWidth / 2 : 1;
+        nHeight = nHeight > 1 || fSmallest ? nHeight / 2 : 1;
     }
     return !levels.IsEmpty() && GetLayout(nFormat).m_nPlanes != 0;
+}
+
+/** Sizes of an image: of the part that is used, and of the whole. */
+struct ImageSizes {
+    int m_nUsedWidth;
+    int m_nUsedHeight;
+    int m_nWidth;
+    int m_nHeight;
+};
+
+/** Why an image of `nSize` bytes cannot be a texture's; null when it can. */
+char16_t const* FindImageFault(ImageSizes const& sizes, int nFormat, List<MipLevel> const& levels,
+                               unsigned int nSize) {
+    static_assert(Texture::MaximumSide == 16384, "the text names it");
+    if (sizes.m_nWidth > Texture::MaximumSide || sizes.m_nHeight > Texture::MaximumSide) {
+        return u"a side is longer than 16384 texels";
+    }
+    bool const fWithin = sizes.m_nUsedWidth > 0 && sizes.m_nUsedHeight > 0 &&
+                         sizes.m_nUsedWidth <= sizes.m_nWidth && sizes.m_nUsedHeight <= sizes.m_nHeight;
+    return fWithin && AreLevelsValid(levels, sizes.m_nWidth, sizes.m_nHeight, nFormat, nSize)
+               ? nullptr
+               : u"sizes, levels and pixels do not agree";
 }
 
 /** Copies rows that are `nSourceStride` bytes apart to rows that are `nTargetStride` bytes apart. */
@@ -186,7 +209,8 @@ bool Texture::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void 
     level.m_nWidth = nWidth;
     level.m_nHeight = nHeight;
     level.m_nSize = static_cast<int>(nPlane);
-    if (nSize == 0 || nSize > INT_MAX || (nSourceStride < nRowLength && layout.m_nBytesPerBlock == 0) ||
+    bool const fOverlap = nSourceStride < nRowLength && layout.m_nBytesPerBlock == 0;
+    if (nSize == 0 || nSize > INT_MAX || nWidth > MaximumSide || nHeight > MaximumSide || fOverlap ||
         !levels.Append(level) || !pixels.Allocate(static_cast<unsigned int>(nSize))) {
         return false;
     }
@@ -206,12 +230,11 @@ bool Texture::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void 
 bool Texture::SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight,
                        TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
                        unsigned int nSize, bool fBorrow) {
-    bool const fWithin =
-        nUsedWidth > 0 && nUsedHeight > 0 && nUsedWidth <= nAllocatedWidth && nUsedHeight <= nAllocatedHeight;
+    ImageSizes const sizes = {nUsedWidth, nUsedHeight, nAllocatedWidth, nAllocatedHeight};
     List<MipLevel> copiedLevels;
     PixelBuffer pixels;
-    if (!fWithin || !pData || !AreLevelsValid(levels, nAllocatedWidth, nAllocatedHeight, format, nSize) ||
-        !copiedLevels.Assign(levels) || (!fBorrow && !pixels.Allocate(nSize))) {
+    if (!pData || FindImageFault(sizes, format, levels, nSize) || !copiedLevels.Assign(levels) ||
+        (!fBorrow && !pixels.Allocate(nSize))) {
         return false;
     }
     if (fBorrow) {
@@ -227,12 +250,20 @@ bool Texture::SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int
     return true;
 }
 
-/** Takes over pixels and levels that have been found to fit, and announces them. */
-void Texture::TakeImage(PixelBuffer& pixels, List<MipLevel> const& levels) {
+/** Takes over pixels and levels that have been found to fit, and announces them. Needs no memory. */
+void Texture::TakeImage(PixelBuffer& pixels, List<MipLevel>& levels) {
     m_nByteSize = pixels.GetSize();
     m_pixelData.GetBuffer().Swap(pixels);
-    m_mipLevels.SetValue(levels);
+    m_mipLevels.GetWritableValue().Swap(levels);
+    m_mipLevels.Notify(true);
     m_pixelData.Notify();
+}
+
+/** Why size, levels and pixels, which can also be set apart from each other, make no image; null if they do.
+ */
+char16_t const* Texture::FindFault() const {
+    return FindImageFault({m_nWidth, m_nHeight, m_nAllocatedWidth, m_nAllocatedHeight}, m_format,
+                          m_mipLevels.GetValue(), m_pixelData.GetBuffer().GetSize());
 }
 
 Ref<Texture> Texture::CreateTexture(int nWidth, int nHeight, int nFormat, void const* pData, int nStride) {
@@ -270,10 +301,7 @@ bool Texture::PromoteToSurface() {
 }
 
 bool Texture::PromoteWithImage(bool fDoubleBuffered) {
-    // Size, format and pixels can also be set apart from each other.
-    bool const fWhole = AreLevelsValid(m_mipLevels.GetValue(), m_nAllocatedWidth, m_nAllocatedHeight,
-                                       m_format, m_pixelData.GetBuffer().GetSize());
-    if (!fWhole || IsCompressed() || Count() != 0 || !Promote(fDoubleBuffered) || !CopyToSurface()) {
+    if (FindFault() || IsCompressed() || Count() != 0 || !Promote(fDoubleBuffered) || !CopyToSurface()) {
         return false;
     }
     Swap();
@@ -305,10 +333,9 @@ bool Texture::CopyToSurface() {
 
 bool Texture::Save(Serializer& serializer) {
     PixelBuffer const& pixels = m_pixelData.GetBuffer();
-    if (!pixels.GetData()) {
-        Debug::TraceFormat(TraceLevel::Error,
-                           u"[kelvo] Texture \"%s\" cannot be saved: its pixels have been dropped",
-                           m_sName.GetData());
+    if (char16_t const* const pFault = pixels.GetData() ? FindFault() : u"its pixels have been dropped") {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Texture \"%s\" cannot be saved: %s",
+                           m_sName.GetData(), pFault);
         return false;
     }
     SavedShape const shape = {m_nWidth, m_nHeight, m_nAllocatedWidth, m_nAllocatedHeight, int(m_format)};
@@ -342,11 +369,17 @@ bool Texture::Load(Deserializer& deserializer) {
         return deserializer.Fail(u"texture \"%s\" asks for surfaces, but not for one or two",
                                  sName.GetData());
     }
-    if (nPixelsLength > INT_MAX || GetLayout(shape.m_nFormat).m_nPlanes == 0 ||
-        !SetImage(shape.m_nWidth, shape.m_nHeight, shape.m_nAllocatedWidth, shape.m_nAllocatedHeight,
-                  static_cast<TextureFormat::Enum>(shape.m_nFormat), levels, pPixels,
-                  static_cast<unsigned int>(nPixelsLength), false)) {
-        return deserializer.Fail(u"sizes, levels and pixels of texture \"%s\" do not agree", sName.GetData());
+    // An attribute's length has 28 bits.
+    unsigned int const nPixels = static_cast<unsigned int>(nPixelsLength);
+    ImageSizes const sizes = {shape.m_nWidth, shape.m_nHeight, shape.m_nAllocatedWidth,
+                              shape.m_nAllocatedHeight};
+    if (char16_t const* const pFault = FindImageFault(sizes, shape.m_nFormat, levels, nPixels)) {
+        return deserializer.Fail(u"texture \"%s\" of %d by %d texels: %s", sName.GetData(),
+                                 shape.m_nAllocatedWidth, shape.m_nAllocatedHeight, pFault);
+    }
+    if (!SetImage(shape.m_nWidth, shape.m_nHeight, shape.m_nAllocatedWidth, shape.m_nAllocatedHeight,
+                  static_cast<TextureFormat::Enum>(shape.m_nFormat), levels, pPixels, nPixels, false)) {
+        return deserializer.Fail(u"texture \"%s\": memory is short", sName.GetData());
     }
     m_sName = sName;
     m_nWantedSurfaces = nSurfaces;

@@ -286,7 +286,7 @@ TEST(NinePatchSource, BecomesWhatTheOptionsSayWithoutItsBorder) {
     // The bounds of the file, and not of the picture, are what is limited.
     ImageOptions narrow;
     narrow.limits.maxWidth = Width + 1;
-    ExpectFault(Load(SourcePng(Plain), narrow), "11 x 9 pixels are more than the 10 x 8192 allowed");
+    ExpectFault(Load(SourcePng(Plain), narrow), "11 x 9 pixels are more than the 10 x 16384 allowed");
 }
 
 TEST(NinePatchSource, MayHaveNoAlpha) {

@@ -120,7 +120,7 @@ TEST(PixelFormat, RefusesWhatCannotBeMade) {
         {"a format that no file has", As(TextureFormat::Depth16),
          "x.png: cannot be made an image of texture format 10"},
         {"a format that is an upload request only", As(TextureFormat::ETC1_Alpha), "texture format 12"},
-        {"padding beyond the limits", padded, "x.png: padded: 8 x 2 pixels are more than the 5 x 8192"},
+        {"padding beyond the limits", padded, "x.png: padded: 8 x 2 pixels are more than the 5 x 16384"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

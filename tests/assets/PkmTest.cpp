@@ -134,9 +134,9 @@ TEST(Pkm, NamesWhatIsWrongAndWhere) {
         {"a byte more", longer, {}, "need 32 bytes, but the file ends at byte 33"},
         {"more bytes than allowed", whole, small, "8 x 4 pixels need 128 bytes, more than the 127 allowed"},
         {"a size that is not there",
-         Changed(Changed(whole, 8, 0x20), 10, 0x20),
+         Changed(Changed(whole, 8, 0x40), 10, 0x40),
          {},
-         "8200 x 8196 pixels are more"},
+         "16392 x 16388 pixels are more"},
     };
     for (const auto& c : cases) {
         SCOPED_TRACE(c.what);

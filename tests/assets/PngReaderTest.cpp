@@ -2,6 +2,7 @@
 #include "ImageReader.h"
 #include "TestImages.h"
 
+#include <climits>
 #include <gtest/gtest.h>
 
 #include <cstring>
@@ -188,6 +189,8 @@ TEST(PngReader, IgnoresChunksThatDoNotConcernPixelsAndWhatFollowsTheEnd) {
 TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
     ImageOptions narrow;
     narrow.limits.maxWidth = 16;
+    ImageOptions wide;
+    wide.limits.maxWidth = INT_MAX;
     ImageOptions small;
     small.limits.maxBytes = 3 * 2 * 4 - 1;
     const struct {
@@ -196,17 +199,15 @@ TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
         ImageOptions options;
         const char* expected;
     } cases[] = {
-        {"too wide",
-         WithHeaderSize(SmallRgba(), 8193, 1),
-         {},
-         "8193 x 1 pixels are more than the 8192 x 8192 allowed"},
-        {"too high", WithHeaderSize(SmallRgba(), 1, 8193), {}, "1 x 8193 pixels are more than"},
+        {"wider than textures are", WithHeaderSize(SmallRgba(), 16385, 1), wide,
+         "16385 x 1 pixels are more than the 16384 x 16384 allowed"},
+        {"too high", WithHeaderSize(SmallRgba(), 1, 16385), {}, "1 x 16385 pixels are more than"},
         {"beyond 31 bits",
          WithHeaderSize(SmallRgba(), 0xFFFFFFFFu, 0xFFFFFFFFu),
          {},
          "4294967295 x 4294967295"},
         {"a narrower limit", WithHeaderSize(SmallRgba(), 17, 1), narrow,
-         "17 x 1 pixels are more than the 16 x 8192"},
+         "17 x 1 pixels are more than the 16 x 16384"},
         {"more bytes than allowed", SmallRgba(), small,
          "3 x 2 pixels need 24 bytes, more than the 23 allowed"},
         {"a size that the file cannot hold",

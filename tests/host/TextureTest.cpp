@@ -160,6 +160,8 @@ TEST(Texture, WhatCannotReplaceLeavesItAsItWas) {
     };
     Case const cases[] = {{"no width", 0, 1, TextureFormat::RGB565, 0},
                           {"negative height", 1, -1, TextureFormat::RGB565, 0},
+                          {"too wide", 16385, 1, TextureFormat::RGB565, 0},
+                          {"too high", 1, 16385, TextureFormat::ETC1_RGB, 0},
                           {"rows that overlap", 2, 2, TextureFormat::RGB565, 3},
                           {"rows that go back", 2, 2, TextureFormat::RGB565, -4},
                           {"no such format", 1, 1, 99, 0},
@@ -202,6 +204,11 @@ TEST(Texture, ImagesWhoseLevelsDoNotFitAreRefused) {
         {"an offset that overflows", 3, TextureFormat::Alpha8, {Level(4, 4, INT_MAX, INT_MAX)}, 16},
         {"a first level of another size", 3, TextureFormat::Alpha8, {Level(2, 2, 0, 4)}, 16},
         {"levels that do not halve", 3, TextureFormat::Alpha8, {Level(4, 4, 0, 16), Level(1, 1, 16, 1)}, 20},
+        {"a level below one texel",
+         3,
+         TextureFormat::Alpha8,
+         {Level(4, 4, 0, 16), Level(2, 2, 16, 4), Level(1, 1, 20, 1), Level(1, 1, 20, 1)},
+         21},
         {"no room for the alpha plane", 3, TextureFormat::ETC1_RGBA, {Level(4, 4, 0, 8)}, 15},
         {"an upload request", 3, TextureFormat::ETC1_Alpha, {Level(4, 4, 0, 8)}, 16},
         {"no such format", 3, 17, {Level(4, 4, 0, 16)}, 16},
@@ -262,12 +269,32 @@ TEST(Texture, SavesAndLoadsAllOfIt) {
     EXPECT_EQ(pLoaded->GetByteSize(), 20u);
 }
 
-TEST(Texture, WithoutPixelsItIsNotSaved) {
+TEST(Texture, WhatCouldNotBeLoadedIsNotSaved) {
     Ref<TestTexture> const pTexture = MakeWithLevels();
-    pTexture->GetPixelData().GetBuffer().Release();
     TraceLog log;
-    EXPECT_FALSE(SaveToNode(*pTexture));
-    EXPECT_EQ(log.GetLines().size(), 1u);
+    pTexture->SetSize(8, 8);
+    EXPECT_FALSE(SaveToNode(*pTexture)) << "its pixels are of another size";
+    pTexture->GetPixelData().GetBuffer().Release();
+    EXPECT_FALSE(SaveToNode(*pTexture)) << "it has none";
+    EXPECT_EQ(log.GetLines().size(), 2u);
+}
+
+TEST(Texture, OneTooLargeToDrawIsNotLoaded) {
+    for (bool fWide : {false, true}) {
+        int const nWidth = fWide ? 16385 : 1;
+        int const nHeight = fWide ? 1 : 16385;
+        Ref<DocumentNode> const pNode(new DocumentNode(0, 0));
+        AddBytes(*pNode, HashName("Shape"), BytesOf(1, 1, nWidth, nHeight, int(TextureFormat::Alpha8)));
+        AddBytes(*pNode, HashName("MipLevels"), BytesOf(nWidth, nHeight, 0, 16385));
+        AddBytes(*pNode, DocumentID::Value, std::vector<unsigned char>(16385));
+        Ref<TestTexture> const pTexture(new TestTexture);
+        TraceLog log;
+        EXPECT_FALSE(LoadFrom(pNode, *pTexture));
+        EXPECT_EQ(log.GetLines(),
+                  std::vector<std::string>{"[kelvo] : cannot be loaded: texture \"\" of " +
+                                           std::to_string(nWidth) + " by " + std::to_string(nHeight) +
+                                           " texels: a side is longer than 16384 texels"});
+    }
 }
 
 TEST(Texture, ADamagedOneIsNotLoaded) {

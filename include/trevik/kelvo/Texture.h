@@ -39,15 +39,24 @@ public:
     Texture(Texture const&) = delete;
     Texture& operator=(Texture const&) = delete;
 
+    /**
+     * Texels that a side of an image has at most. Few devices draw as many (GL_MAX_TEXTURE_SIZE), and with
+     * all its levels such an image still has less than 2^31 bytes in every format.
+     */
+    static constexpr int MaximumSide = 16384;
+
     /** Bytes per row of the pixel data; of a promoted texture, of its surface. */
     virtual int GetStride();
     /** Compresses the pixels at run time; false where the back end cannot. */
     virtual bool Compress() = 0;
-    /** Writes name, sizes, format, levels and pixels. False, traced, when the pixels have been dropped. */
+    /**
+     * Writes name, sizes, format, levels and pixels. False, traced, when the pixels have been dropped, or
+     * sizes, levels and pixels have been set apart from each other so that Load would refuse them.
+     */
     virtual bool Save(Serializer& serializer);
     /**
-     * Reads what Save wrote; false, with the texture unchanged, when the sizes, levels and bytes do not
-     * agree.
+     * Reads what Save wrote; false, noted and with the texture unchanged, when the sizes, levels and bytes do
+     * not agree, or a side exceeds MaximumSide.
      */
     virtual bool Load(Deserializer& deserializer);
     void Emit(MemoryTracer* pTracer) override;
@@ -71,8 +80,8 @@ public:
     /**
      * Replaces size, format and pixels: copies `nHeight` rows, `nStride` bytes apart (0: tightly packed),
      * from `pData` (null: zeros) into one level. Compressed formats are copied as a whole. False, with the
-     * texture unchanged, when the size is not positive, the format is none that textures have, rows would
-     * overlap, or memory is short.
+     * texture unchanged, when a side is not 1 to MaximumSide, the format is none that textures have, rows
+     * would overlap, or memory is short.
      */
     virtual bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride);
     /** An android.graphics.Bitmap over surface `nImage`; an empty object on failure. */
@@ -138,8 +147,8 @@ public:
     /**
      * Takes over a whole image with levels. `pData` is copied, or, with `fBorrow`, only referred to (the
      * caller keeps it alive until it has been uploaded). False, with the texture unchanged, when the used
-     * size is not within the allocated one, there is no level, or the levels do not halve from the allocated
-     * size or do not fit the data.
+     * size is not within the allocated one, or that exceeds MaximumSide, there is no level, or the levels do
+     * not halve from the allocated size or do not fit the data.
      */
     bool SetImage(int nUsedWidth, int nUsedHeight, int nAllocatedWidth, int nAllocatedHeight,
                   TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
@@ -167,7 +176,8 @@ protected:
     unsigned int m_nByteSize = 0;
 
 private:
-    void TakeImage(PixelBuffer& pixels, List<MipLevel> const& levels);
+    char16_t const* FindFault() const;
+    void TakeImage(PixelBuffer& pixels, List<MipLevel>& levels);
     bool CopyToSurface();
 
     int m_nWantedSurfaces = 0;
