@@ -5,18 +5,21 @@
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/Hash.h"
+#include "trevik/Immortal.h"
 
 namespace trevik::kelvo {
 
 namespace {
 
-DocumentNode* FindChild(DocumentNode const& node, unsigned int nTagID) {
-    for (unsigned int nChild = 0; nChild < node.GetChildCount(); ++nChild) {
-        if (node.GetChild(nChild)->GetTagID() == nTagID) {
-            return node.GetChild(nChild);
-        }
-    }
-    return nullptr;
+/** The document of those that have none; it never changes. */
+Ref<DocumentNode> GetEmptyDocument() {
+    struct Document {
+        Document() : m_pNode(&m_node) {}
+        DocumentNode m_node{0, 0};
+        Ref<DocumentNode> m_pNode; // keeps others from deleting it
+    };
+    static Immortal<Document> s_document;
+    return s_document.Get().m_pNode;
 }
 
 /** Number of children with the same tag that stand before `node`. */
@@ -32,14 +35,14 @@ int CountBefore(DocumentNode const& parent, DocumentNode const& node) {
 } // namespace
 
 Deserializer::Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry)
-    : m_pDocument(pDocument ? pDocument : Ref<DocumentNode>(new DocumentNode(0, 0))),
-      m_registry(registry), m_textures{FindChild(*m_pDocument, HashName(SharedKind<Texture>::TableName)), {}},
-      m_fonts{FindChild(*m_pDocument, HashName(SharedKind<Font>::TableName)), {}} {}
+    : m_pDocument(pDocument ? pDocument : GetEmptyDocument()),
+      m_registry(registry), m_textures{m_pDocument->FindChild(HashName(SharedKind<Texture>::TableName)), {}},
+      m_fonts{m_pDocument->FindChild(HashName(SharedKind<Font>::TableName)), {}} {}
 
 Deserializer::~Deserializer() = default;
 
 bool Deserializer::PushNode(unsigned int nTagID) {
-    DocumentNode* const pChild = FindChild(*GetCurrentNode(), nTagID);
+    DocumentNode* const pChild = GetCurrentNode()->FindChild(nTagID);
     return pChild && m_stack.Append(pChild);
 }
 

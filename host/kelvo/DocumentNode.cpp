@@ -149,44 +149,51 @@ bool DocumentNode::WriteNode(List<unsigned char>& bytes, unsigned int nDepth) co
     return true;
 }
 
-Ref<DocumentNode> DocumentNode::Read(unsigned char const* pData, unsigned long nLength, char const** pError,
-                                     unsigned long* pOffset) {
-    Ref<DocumentNode> pRoot;
-    unsigned long nOffset = 0;
-    char const* pProblem = ReadTree(pData, nLength, nOffset, pRoot);
-    if (!pProblem && nOffset != nLength) {
-        pProblem = "bytes are left over behind the document";
-    }
-    if (pError) {
-        *pError = pProblem;
-    }
-    if (pOffset) {
-        *pOffset = nOffset;
-    }
-    return pProblem ? Ref<DocumentNode>() : pRoot;
-}
+/** Reads a tree node by node; each operation returns what is wrong, or null. */
+class DocumentNode::TreeReader {
+public:
+    TreeReader(unsigned char const* pData, unsigned long nLength) : m_pData(pData), m_nLength(nLength) {}
 
-/** Reads one node without its children and moves behind it. Returns what is wrong, or null. */
-char const* DocumentNode::ReadNode(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
-                                   Ref<DocumentNode>& pNode, unsigned int& nChildren) {
-    if (nLength - nOffset < NodeHeaderLength) {
+    char const* ReadTree(Ref<DocumentNode>& pRoot);
+    /** Where the next node begins, or what is wrong. */
+    unsigned long GetOffset() const { return m_nOffset; }
+
+private:
+    struct Level {
+        DocumentNode* m_pNode;
+        unsigned int m_nMissing; // children still to be read
+    };
+
+    char const* ReadNode(Ref<DocumentNode>& pNode, unsigned int& nChildren);
+
+    unsigned char const* const m_pData;
+    unsigned long const m_nLength;
+    unsigned long m_nOffset = 0;
+    unsigned long m_nMissing = 0; ///< children still to be read, of all levels together
+};
+
+/** Reads one node without its children and moves behind it. */
+char const* DocumentNode::TreeReader::ReadNode(Ref<DocumentNode>& pNode, unsigned int& nChildren) {
+    if (m_nLength - m_nOffset < NodeHeaderLength) {
         return "the document ends within a node";
     }
-    unsigned char const* const pHeader = pData + nOffset;
-    unsigned long const nLeft = nLength - nOffset - NodeHeaderLength;
+    unsigned char const* const pHeader = m_pData + m_nOffset;
+    unsigned long const nLeft = m_nLength - m_nOffset - NodeHeaderLength;
     nChildren = GetWord(pHeader + 8);
     unsigned long const nBlockLength = GetWord(pHeader + 12) >> 4;
     if (nBlockLength > nLeft) {
         return "an attribute block reaches past the document's end";
     }
-    // Each child takes a header at least: an absurd count is found before anything is made for it.
-    if (nChildren > (nLeft - nBlockLength) / NodeHeaderLength) {
+    // Each child takes a header at least, as do those that nodes before still wait for: an absurd count is
+    // found before anything is made for it.
+    unsigned long const nRoom = (nLeft - nBlockLength) / NodeHeaderLength;
+    if (nChildren > (m_nMissing < nRoom ? nRoom - m_nMissing : 0)) {
         return "a node has more children than the document has room for";
     }
     unsigned char const* const pBlock = pHeader + NodeHeaderLength;
     unsigned long nBadEntry;
     if (!AreEntriesWhole(pBlock, nBlockLength, nBadEntry)) {
-        nOffset += NodeHeaderLength + nBadEntry;
+        m_nOffset += NodeHeaderLength + nBadEntry;
         return "an attribute reaches past its block's end";
     }
     pNode = new (std::nothrow) DocumentNode(GetWord(pHeader), GetWord(pHeader + 4));
@@ -197,19 +204,15 @@ char const* DocumentNode::ReadNode(unsigned char const* pData, unsigned long nLe
     if (nBlockLength > 0) {
         std::memcpy(pCopy, pBlock, nBlockLength);
     }
-    nOffset += NodeHeaderLength + nBlockLength;
+    m_nOffset += NodeHeaderLength + nBlockLength;
+    m_nMissing += nChildren;
     return nullptr;
 }
 
-char const* DocumentNode::ReadTree(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
-                                   Ref<DocumentNode>& pRoot) {
-    struct Level {
-        DocumentNode* m_pNode;
-        unsigned int m_nMissing; // children still to be read
-    };
+char const* DocumentNode::TreeReader::ReadTree(Ref<DocumentNode>& pRoot) {
     List<Level> levels;
     unsigned int nChildren = 0;
-    char const* pProblem = ReadNode(pData, nLength, nOffset, pRoot, nChildren);
+    char const* pProblem = ReadNode(pRoot, nChildren);
     if (pProblem) {
         return pProblem;
     }
@@ -226,8 +229,9 @@ char const* DocumentNode::ReadTree(unsigned char const* pData, unsigned long nLe
             return "the document is nested too deep";
         }
         --level.m_nMissing;
+        --m_nMissing;
         Ref<DocumentNode> pChild;
-        pProblem = ReadNode(pData, nLength, nOffset, pChild, nChildren);
+        pProblem = ReadNode(pChild, nChildren);
         if (pProblem) {
             return pProblem;
         }
@@ -235,7 +239,21 @@ char const* DocumentNode::ReadTree(unsigned char const* pData, unsigned long nLe
             return "out of memory";
         }
     }
-    return nullptr;
+    return m_nOffset == m_nLength ? nullptr : "bytes are left over behind the document";
+}
+
+Ref<DocumentNode> DocumentNode::Read(unsigned char const* pData, unsigned long nLength, char const** pError,
+                                     unsigned long* pOffset) {
+    TreeReader reader(pData, nLength);
+    Ref<DocumentNode> pRoot;
+    char const* const pProblem = reader.ReadTree(pRoot);
+    if (pError) {
+        *pError = pProblem;
+    }
+    if (pOffset) {
+        *pOffset = reader.GetOffset();
+    }
+    return pProblem ? Ref<DocumentNode>() : pRoot;
 }
 
 } // namespace trevik::kelvo

@@ -104,6 +104,7 @@ TEST(DocumentNode, MalformedBytesAreRefusedWithPlaceAndReason) {
         {"more children", 0, Words({0, 0, 1, 0})},
         {"more children", 0, Words({0, 0, 0xffffffff, 0, 0, 0, 0, 0})},
         {"more children", 16, Words({0, 0, 1, 0, 1, 1, 1, 0})},
+        {"more children", 16, Words({0, 0, 2, 0, 1, 1, 1, 0, 2, 2, 0, 0})}, // the root's second is missing
         {"attribute reaches past", 16, Words({0, 0, 0, 4 << 4, 2})},
         {"attribute reaches past", 16, Words({0, 0, 0, 12 << 4, 5 << 4 | 2, 7, 0})},
         {"attribute reaches past", 28, Words({0, 0, 0, 20 << 4, 4 << 4 | 2, 7, 0, 0xfffffff2, 7})},

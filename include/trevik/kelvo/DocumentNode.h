@@ -46,6 +46,15 @@ public:
     bool InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild);
     unsigned int GetChildCount() const { return m_children.GetCount(); }
     DocumentNode* GetChild(unsigned int nChild) const { return m_children[nChild].Get(); }
+    /** The first child with the tag, or null. */
+    DocumentNode* FindChild(unsigned int nTagID) const {
+        for (Ref<DocumentNode> const& pChild : m_children) {
+            if (pChild->GetTagID() == nTagID) {
+                return pChild.Get();
+            }
+        }
+        return nullptr;
+    }
 
     /**
      * Appends the tree's binary form to `bytes`: per node the tag id, the type id, the number of children (32
@@ -62,11 +71,9 @@ public:
                                   char const** pError = nullptr, unsigned long* pOffset = nullptr);
 
 private:
+    class TreeReader;
+
     bool WriteNode(List<unsigned char>& bytes, unsigned int nDepth) const;
-    static char const* ReadNode(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
-                                Ref<DocumentNode>& pNode, unsigned int& nChildren);
-    static char const* ReadTree(unsigned char const* pData, unsigned long nLength, unsigned long& nOffset,
-                                Ref<DocumentNode>& pRoot);
 
     unsigned int m_nTagID;
     unsigned int m_nTypeID;
