@@ -22,13 +22,8 @@ void Serializer::StartOver() {
     m_fSharedLost = false;
 }
 
-/** Null only when there was no memory for the root. */
-DocumentNode* Serializer::GetCurrentNode() const {
-    return m_stack.IsEmpty() ? m_pRoot.Get() : m_stack.Last();
-}
-
 bool Serializer::PushTag(unsigned int nTagID, unsigned int nTypeID) {
-    DocumentNode* const pCurrent = GetCurrentNode();
+    DocumentNode* const pCurrent = GetWritableNode();
     unsigned int const nDepth = m_stack.GetCount() + 1; // of the current node; the root's is 1
     if (!pCurrent || nDepth >= DocumentNode::MaximumDepth || !m_stack.Reserve(m_stack.GetCount() + 1)) {
         return false;
@@ -43,7 +38,7 @@ void Serializer::PopTag() {
 
 bool Serializer::WriteAttribute(unsigned int nAttributeID, unsigned char const* pData,
                                 unsigned long nLength) {
-    DocumentNode* const pCurrent = GetCurrentNode();
+    DocumentNode* const pCurrent = GetWritableNode();
     return pCurrent && pCurrent->AddAttribute(nAttributeID, pData, nLength);
 }
 

@@ -1,6 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "PropertyTestSupport.h"
+#include "TestNodes.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/RealProperty.h"
@@ -123,6 +124,34 @@ TEST(PropertyDocument, OnlyTheFirstControllerIsSaved) {
     Ref<DocumentNode> pSaved = SaveToNode(property);
     ASSERT_EQ(pSaved->GetChildCount(), 1u);
     EXPECT_EQ(GetBytes(*pSaved->GetChild(0), DocumentID::Samples), BytesOf(1));
+}
+
+/** An application's own: nothing but itself knows what it computes. */
+class OwnController : public Controller<int> {
+public:
+    bool Evaluate(UpdateContext const&, RealFloat const&, int& out) override {
+        out = 6;
+        return true;
+    }
+    void Emit(MemoryTracer*) override {}
+};
+
+TEST(PropertyDocument, ValueStandsInForAControllerThatSavesNothing) {
+    test::TraceLog log;
+    IntProperty property;
+    property.AddController(new OwnController);
+    property.Update(UpdateContext(), 0);
+    ListProperty<Vector2T<int>> list(MakePairs({{1, 2}}));
+    list.AddController(new SampleController<PairList>);
+    Ref<DocumentNode> const pSaved = SaveToNode(property);
+    Ref<DocumentNode> const pSavedList = SaveToNode(list);
+    EXPECT_EQ(log.GetLines().size(), 2u);
+    IntProperty loaded;
+    ListProperty<Vector2T<int>> loadedList;
+    ASSERT_TRUE(LoadFrom(pSaved, loaded));
+    ASSERT_TRUE(LoadFrom(pSavedList, loadedList));
+    EXPECT_EQ(loaded.GetValue(), 6);
+    EXPECT_TRUE(loadedList.GetValue() == list.GetValue());
 }
 
 TEST(PropertyDocument, LoadedControllerComesOnTopAndItsNodeIsPopped) {

@@ -3,6 +3,7 @@
 #include <atomic>
 #include <new>
 
+#include "trevik/Debug.h"
 #include "trevik/Delegate.h"
 #include "trevik/Export.h"
 #include "trevik/List.h"
@@ -33,6 +34,18 @@ struct TREVIK_API BasePropertyGeneration {
 
     static std::atomic<unsigned int> s_nValue;
 };
+
+namespace detail {
+
+/**
+ * Whether a property's controller has written itself into the current node, as an application's own need not.
+ */
+inline bool HasSavedController(Serializer const& serializer) {
+    DocumentNode const* const pNode = serializer.GetCurrentNode();
+    return pNode && pNode->FindChild(DocumentID::Controller);
+}
+
+} // namespace detail
 
 /**
  * An animatable value of type T, a member of the object it belongs to: a stored value, the controllers that
@@ -158,13 +171,26 @@ public:
         return true;
     }
 
-    /** Writes "Name", then the first controller, or "Value" when there is none. False when out of memory. */
+    /**
+     * Writes "Name", then the first controller, or "Value" when there is none. A controller that writes
+     * nothing is lost, which is traced; the current value stands in for it, so that what is saved can be
+     * loaded. False when out of memory or when the controller refuses.
+     */
     bool Save(Serializer& serializer) override {
         if (!Property::Save(serializer)) {
             return false;
         }
         if (!m_controllers.IsEmpty()) {
-            return m_controllers.First()->Save(serializer);
+            if (!m_controllers.First()->Save(serializer)) {
+                return false;
+            }
+            if (detail::HasSavedController(serializer)) {
+                return true;
+            }
+            Debug::TraceFormat(TraceLevel::Error,
+                               u"[kelvo] Property %u is saved with its current value only: its controller "
+                               u"writes nothing",
+                               m_nID);
         }
         return PropertyTraits<T>::Write(serializer, DocumentID::Value, GetValue());
     }

@@ -32,7 +32,11 @@ public:
         static_cast<void>(deserializer);
         return true;
     }
-    /** Writes the controller as a child of the current document node. */
+    /**
+     * Writes the controller as a child "Controller" of the current document node, in the form that
+     * SampleController reads. One that writes none, like the base, is not saved: a property saves its current
+     * value in its place.
+     */
     virtual bool Save(Serializer& serializer) {
         static_cast<void>(serializer);
         return true;

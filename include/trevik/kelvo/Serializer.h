@@ -42,9 +42,12 @@ public:
         return WriteAttribute(nAttributeID, reinterpret_cast<unsigned char const*>(&value), sizeof(T));
     }
 
+    /** The node that attributes go to now; null only when there was no memory for the root. */
+    DocumentNode const* GetCurrentNode() const { return GetWritableNode(); }
+
     /**
-     * Index under which the document refers to `pTexture`; enters it on first use. -1 for null, and without
-     * memory, when Finish then fails.
+     * Index under which the document refers to `pTexture`; enters it on first use and holds a reference until
+     * Finish. -1 for null, and without memory, when Finish then fails.
      */
     int GetTextureIndex(Texture* pTexture);
     /** The same for a font; the textures of its glyphs are entered when it is saved. */
@@ -61,7 +64,7 @@ public:
 
 private:
     void StartOver();
-    DocumentNode* GetCurrentNode() const;
+    DocumentNode* GetWritableNode() const { return m_stack.IsEmpty() ? m_pRoot.Get() : m_stack.Last(); }
     template <class T>
     int GetIndex(List<Ref<T>>& shared, T* pObject);
     bool SaveShared();
