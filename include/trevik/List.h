@@ -174,8 +174,12 @@ public:
         Forget();
     }
 
-    /** The first element equal to this one, or -1. */
-    int IndexOf(T const& element) const {
+    /**
+     * The first element equal to this one, or -1. What can be compared with elements need not be one: a Ref
+     * made of a pointer for the comparison would delete an object that nobody else refers to.
+     */
+    template <class U = T>
+    int IndexOf(U const& element) const {
         for (unsigned int i = 0; i < m_nCount; ++i) {
             if (m_pData[i] == element) {
                 return static_cast<int>(i);

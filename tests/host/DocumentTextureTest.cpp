@@ -94,6 +94,15 @@ TEST_F(DocumentTexture, SharedOnesAreSavedOnceAndFirst) {
     }
 }
 
+TEST_F(DocumentTexture, OneThatNobodyElseHoldsIsHeldWhileTheDocumentIsWritten) {
+    Serializer serializer;
+    Texture* const pTexture = new NumberedTexture(10);
+    EXPECT_EQ(serializer.GetTextureIndex(pTexture), 0);
+    EXPECT_EQ(pTexture->GetReferenceCount(), 1);
+    EXPECT_EQ(serializer.GetTextureIndex(pTexture), 0);
+    EXPECT_TRUE(serializer.Finish());
+}
+
 TEST_F(DocumentTexture, OneEnteredWhileAnotherIsSavedIsSavedToo) {
     Ref<NumberedTexture> pTexture(new NumberedTexture(10));
     pTexture->m_pCompanion = new NumberedTexture(11);
