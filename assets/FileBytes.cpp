@@ -1,8 +1,8 @@
 #include "FileBytes.h"
 
-#include <atomic>
+#include "kelvo_host/FileReplacement.h"
+
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 #include <new>
 
@@ -24,12 +24,6 @@ public:
             close(m_nDescriptor);
     }
     int Get() const { return m_nDescriptor; }
-    /** Closing reports what a write-back of the data failed with, on file systems that delay it. */
-    bool Close() {
-        const int descriptor = m_nDescriptor;
-        m_nDescriptor = -1;
-        return close(descriptor) == 0;
-    }
 
 private:
     int m_nDescriptor;
@@ -52,42 +46,6 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, const std::string
         done += std::size_t(got);
     }
     return true;
-}
-
-bool WriteAll(int descriptor, ByteSpan bytes) {
-    std::size_t done = 0;
-    while (done < bytes.size) {
-        const ssize_t put = write(descriptor, bytes.data + done, bytes.size - done);
-        if (put < 0 && errno == EINTR)
-            continue;
-        if (put < 0)
-            return false;
-        done += std::size_t(put);
-    }
-    return true;
-}
-
-/** Opens a file that did not exist, beside `path`. Not mkstemp: its files are for their owner only. */
-int OpenTemporary(const std::string& path, std::string& temporary) {
-    static std::atomic<unsigned> s_nSerial{0};
-    for (int attempt = 0; attempt < 100; ++attempt) {
-        temporary = path + "." + std::to_string(getpid()) + "-" + std::to_string(s_nSerial++) + ".part";
-        const int descriptor = open(temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666);
-        if (descriptor >= 0 || errno != EEXIST)
-            return descriptor;
-    }
-    return -1;
-}
-
-bool WriteTemporary(const FileToWrite& file, std::string& temporary, std::string& error) {
-    FileDescriptor descriptor(OpenTemporary(file.path, temporary));
-    if (descriptor.Get() < 0)
-        return FailErrno(error, file.path, "cannot be created");
-    if (WriteAll(descriptor.Get(), file.bytes) && descriptor.Close())
-        return true;
-    FailErrno(error, file.path, "cannot be written");
-    unlink(temporary.c_str());
-    return false;
 }
 
 } // namespace
@@ -121,26 +79,19 @@ bool FileExists(const std::string& path) {
 }
 
 bool WriteFiles(const std::vector<FileToWrite>& files, std::string& error) {
-    std::vector<std::string> temporaries;
-    bool fDone = true;
-    for (const FileToWrite& file : files) {
-        std::string temporary;
-        if (!WriteTemporary(file, temporary, error)) {
-            fDone = false;
-            break;
-        }
-        temporaries.push_back(temporary);
+    std::vector<FileReplacement> replacements(files.size());
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        const FileToWrite& file = files[i];
+        if (!replacements[i].Open(file.path.c_str()))
+            return FailErrno(error, file.path, "cannot be created");
+        if (!replacements[i].Write(file.bytes.data, file.bytes.size) || !replacements[i].Close())
+            return FailErrno(error, file.path, "cannot be written");
     }
-    std::size_t renamed = 0;
-    while (fDone && renamed < files.size()) {
-        if (std::rename(temporaries[renamed].c_str(), files[renamed].path.c_str()) != 0)
-            fDone = FailErrno(error, files[renamed].path, "cannot be replaced");
-        else
-            ++renamed;
+    for (std::size_t i = 0; i < files.size(); ++i) {
+        if (!replacements[i].TakePlace())
+            return FailErrno(error, files[i].path, "cannot be replaced");
     }
-    for (std::size_t i = renamed; i < temporaries.size(); ++i)
-        unlink(temporaries[i].c_str());
-    return fDone;
+    return true;
 }
 
 } // namespace trevik::kelvo::assets

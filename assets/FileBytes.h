@@ -23,9 +23,9 @@ struct FileToWrite {
 };
 
 /**
- * Writes files so that each is at all times either its old self or complete: every one is written under a
- * temporary name in its own folder, and only when all have been written are they renamed. On failure nothing
- * temporary stays; a failed rename leaves the files that come after it in the list as they were.
+ * Writes files so that each is at all times either its old self or complete (see FileReplacement): only when
+ * all have been written do they take their places. On failure nothing temporary stays; a file that cannot
+ * take its place leaves those that come after it in the list as they were.
  */
 bool WriteFiles(const std::vector<FileToWrite>& files, std::string& error);
 

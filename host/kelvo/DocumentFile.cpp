@@ -1,14 +1,14 @@
 #include "kelvo_host/DocumentFile.h"
 
 #include <array>
-#include <atomic>
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include "kelvo_host/FileReplacement.h"
 
 namespace trevik::kelvo {
 
@@ -89,12 +89,6 @@ public:
 
     bool IsOpen() const { return m_nDescriptor >= 0; }
     int Get() const { return m_nDescriptor; }
-    /** Closes the file now; false when the system reports a late write error. */
-    bool Close() {
-        int const nDescriptor = m_nDescriptor;
-        m_nDescriptor = -1;
-        return close(nDescriptor) == 0;
-    }
 
 private:
     int m_nDescriptor;
@@ -102,20 +96,6 @@ private:
 
 void SetSystemError(String16& sError, char const* pPath, char16_t const* pAction, int nError) {
     sError = String16::Format(u"%hs: %s: %hs", pPath, pAction, std::strerror(nError));
-}
-
-bool WriteAll(int nDescriptor, unsigned char const* pData, unsigned long nLength) {
-    while (nLength > 0) {
-        ssize_t const nWritten = write(nDescriptor, pData, nLength);
-        if (nWritten < 0 && errno != EINTR) {
-            return false;
-        }
-        if (nWritten > 0) {
-            pData += nWritten;
-            nLength -= static_cast<unsigned long>(nWritten);
-        }
-    }
-    return true;
 }
 
 /** Reads to the file's end; false on a read error or when out of memory (errno tells). */
@@ -143,12 +123,6 @@ bool ReadAll(int nDescriptor, List<unsigned char>& bytes) {
 /** Whether a path leads to something that is neither a file nor a folder. */
 bool IsSpecial(struct stat const& status) {
     return !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
-}
-
-/** What makes of a path one beside it that no other save uses. */
-String8 MakeTemporarySuffix() {
-    static std::atomic<unsigned int> s_nCount{0};
-    return String8(String16::Format(u".%ld-%u.tmp", static_cast<long>(getpid()), s_nCount.fetch_add(1)));
 }
 
 } // namespace
@@ -210,20 +184,13 @@ bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sEr
         sError = String16::Format(u"%hs: cannot write: not a regular file", pPath);
         return false;
     }
-    String8 const sTemporary = String8(pPath) + MakeTemporarySuffix();
-    File file(open(sTemporary.GetData(), O_WRONLY | O_CREAT | O_EXCL | O_CLOEXEC, 0666));
-    if (!file.IsOpen()) {
+    FileReplacement file;
+    if (!file.Open(pPath) || !file.Write(bytes.GetData(), bytes.GetCount()) || !file.Sync() ||
+        !file.Close() || !file.TakePlace()) {
         SetSystemError(sError, pPath, u"cannot write", errno);
         return false;
     }
-    // On disk before it takes the old file's place: a crash in between leaves one of the two whole.
-    bool const fWritten = WriteAll(file.Get(), bytes.GetData(), bytes.GetCount()) && fsync(file.Get()) == 0 &&
-                          file.Close() && rename(sTemporary.GetData(), pPath) == 0;
-    if (!fWritten) {
-        SetSystemError(sError, pPath, u"cannot write", errno);
-        unlink(sTemporary.GetData());
-    }
-    return fWritten;
+    return true;
 }
 
 Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError) {

@@ -146,6 +146,29 @@ TEST_F(DocumentFileOnDisk, SavingReplacesTheFileAndLeavesNothingElse) {
     EXPECT_EQ(CountFiles(), 1u);
 }
 
+TEST_F(DocumentFileOnDisk, SavingKeepsLinksAndPermissions) {
+    namespace fs = std::filesystem;
+    fs::create_directory(m_folder / "far");
+    for (bool fThere : {false, true}) { // the link leads to a file that is not there yet, then to one that is
+        SCOPED_TRACE(fThere);
+        fs::remove(m_folder / "near");
+        fs::create_symlink("far/scene", m_folder / "near");
+        fs::create_symlink(m_folder / "near", m_folder / (fThere ? "second" : "first"));
+        std::string const sPath = GetPath(fThere ? "second" : "first");
+        ASSERT_TRUE(SaveDocument(sPath.c_str(), *MakeDocument(5 + fThere), m_sError))
+            << String8(m_sError).GetData();
+        EXPECT_TRUE(fs::is_symlink(sPath) && fs::is_symlink(m_folder / "near"));
+        EXPECT_EQ(GetSavedValue(GetPath("far/scene")), 5 + fThere);
+        if (fThere) {
+            EXPECT_EQ(fs::status(GetPath("far/scene")).permissions(), fs::perms(0604));
+        }
+        fs::permissions(GetPath("far/scene"), fs::perms(0604));
+    }
+    fs::create_symlink("loop", m_folder / "loop");
+    EXPECT_FALSE(SaveDocument(GetPath("loop").c_str(), *MakeDocument(5), m_sError));
+    EXPECT_TRUE(fs::is_symlink(m_folder / "loop"));
+}
+
 TEST_F(DocumentFileOnDisk, LargeDocumentsComeBackWhole) {
     Ref<DocumentNode> pDocument = MakeDocument(5);
     Bytes large(300000);

@@ -30,8 +30,8 @@ struct TREVIK_API DocumentFile {
 
 /**
  * Writes a document to a file (its path in UTF-8). The file appears whole or not at all: a file that was
- * there stays until the new one is complete on disk. False when that fails; `sError` then says what and why
- * in one line.
+ * there stays until the new one is complete on disk, which then has its permissions (see FileReplacement).
+ * False when that fails; `sError` then says what and why in one line.
  */
 TREVIK_API bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sError);
 
