@@ -2,7 +2,6 @@
 
 #include <algorithm>
 #include <chrono>
-#include <climits>
 
 namespace trevik {
 
@@ -16,7 +15,7 @@ struct Figures {
 Figures g_figures[ScopeCounter::MaximumIds];
 
 // The frames' record belongs to the thread that marks them: a ring of frames, with one entry for each id.
-unsigned int g_frames[ScopeCounter::MaximumFrames][ScopeCounter::MaximumIds];
+unsigned long long g_frames[ScopeCounter::MaximumFrames][ScopeCounter::MaximumIds];
 unsigned long long g_atLastMark[ScopeCounter::MaximumIds];
 unsigned long long g_nLastMark = 0;
 unsigned int g_nMarks = 0; // stays at MaximumFrames or below
@@ -82,8 +81,7 @@ void ScopeCounter::MarkFrame() {
     g_nLastMark = now;
     for (unsigned int id = 0; id < MaximumIds; ++id) {
         unsigned long long const time = TimeOf(id);
-        unsigned long long const spent = time - g_atLastMark[id];
-        g_frames[g_nNextFrame][id] = spent < UINT_MAX ? static_cast<unsigned int>(spent) : UINT_MAX;
+        g_frames[g_nNextFrame][id] = time - g_atLastMark[id];
         g_atLastMark[id] = time;
     }
     g_nNextFrame = (g_nNextFrame + 1) % MaximumFrames;
@@ -94,7 +92,7 @@ ScopeFrameTimes ScopeCounter::GetFrameTimes(unsigned int id) {
     if (id >= MaximumIds || g_nMarks == 0) {
         return ScopeFrameTimes{0, 0, 0, 0, 0};
     }
-    unsigned int sorted[MaximumFrames];
+    unsigned long long sorted[MaximumFrames];
     unsigned int const count = g_nMarks;
     for (unsigned int i = 0; i < count; ++i) {
         sorted[i] = g_frames[i][id];
