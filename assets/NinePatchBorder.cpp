@@ -40,7 +40,7 @@ public:
     /** The black runs of a side, from its left or top, counted without the border. */
     bool ReadRuns(Side const& side, std::vector<Band>& runs) const;
     /** The one run of a side, or, unmarked, from the first band's beginning to the last one's end. */
-    bool ReadContent(Side const& side, std::vector<Band> const& bands, Band& content, bool& fMarked) const;
+    bool ReadContent(Side const& side, std::vector<Band> const& bands, Band& content) const;
 
 private:
     bool FailColour(Side const& side, int x, int y) const;
@@ -83,8 +83,7 @@ bool BorderReader::ReadRuns(Side const& side, std::vector<Band>& runs) const {
     return true;
 }
 
-bool BorderReader::ReadContent(Side const& side, std::vector<Band> const& bands, Band& content,
-                               bool& fMarked) const {
+bool BorderReader::ReadContent(Side const& side, std::vector<Band> const& bands, Band& content) const {
     std::vector<Band> runs;
     if (!ReadRuns(side, runs)) {
         return false;
@@ -95,7 +94,6 @@ bool BorderReader::ReadContent(Side const& side, std::vector<Band> const& bands,
     }
     if (!runs.empty()) {
         content = runs[0];
-        fMarked = true;
     } else if (!bands.empty()) {
         content = {bands.front().first, bands.back().first + bands.back().count - bands.front().first};
     }
@@ -126,8 +124,8 @@ bool TakeNinePatchBorder(RgbaPicture& picture, std::string const& name, NinePatc
     Band down;
     if (!border.ReadRuns({"top", true, 0, false}, info.x) ||
         !border.ReadRuns({"left", false, 0, false}, info.y) ||
-        !border.ReadContent({"bottom", true, picture.height - 1, true}, info.x, across, info.hasContent) ||
-        !border.ReadContent({"right", false, picture.width - 1, true}, info.y, down, info.hasContent)) {
+        !border.ReadContent({"bottom", true, picture.height - 1, true}, info.x, across) ||
+        !border.ReadContent({"right", false, picture.width - 1, true}, info.y, down)) {
         return false;
     }
     picture = WithoutBorder(picture);

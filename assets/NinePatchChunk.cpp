@@ -98,14 +98,10 @@ bool ReadNinePatchChunk(ByteSpan chunk, int nWidth, int nHeight, std::string con
         return false;
     }
     std::size_t const nColumns = reader.GetCount(ColumnCount);
-    if (!reader.ReadBands(Divisions, nColumns, nWidth, "column", info.x) ||
-        !reader.ReadBands(Divisions + 4 * nColumns, reader.GetCount(RowCount), nHeight, "row", info.y) ||
-        !reader.ReadPadding(PaddingLeft, PaddingRight, nWidth, info.left, info.right) ||
-        !reader.ReadPadding(PaddingTop, PaddingBottom, nHeight, info.top, info.bottom)) {
-        return false;
-    }
-    info.hasContent = true;
-    return true;
+    return reader.ReadBands(Divisions, nColumns, nWidth, "column", info.x) &&
+           reader.ReadBands(Divisions + 4 * nColumns, reader.GetCount(RowCount), nHeight, "row", info.y) &&
+           reader.ReadPadding(PaddingLeft, PaddingRight, nWidth, info.left, info.right) &&
+           reader.ReadPadding(PaddingTop, PaddingBottom, nHeight, info.top, info.bottom);
 }
 
 } // namespace trevik::kelvo::assets

@@ -37,7 +37,7 @@ void CountFromBottom(std::vector<NinePatchInfo::Band>& bands, int nExtent) {
     }
 }
 
-/** Takes the description out of the picture: the chunk that holds it, or else the border. */
+/** Takes the description out of the picture, rows counted from the top: its chunk's, or else its border's. */
 bool ReadInfo(ByteSpan bytes, std::string const& name, RgbaPicture& picture, NinePatchInfo& info,
               std::string& error) {
     std::vector<ByteSpan> const chunks = FindPngChunks(bytes, ChunkName);
@@ -47,11 +47,7 @@ bool ReadInfo(ByteSpan bytes, std::string const& name, RgbaPicture& picture, Nin
     bool const fRead = chunks.empty() ? TakeNinePatchBorder(picture, name, info, error)
                                       : ReadNinePatchChunk(chunks[0], picture.width, picture.height,
                                                            name + ": chunk " + ChunkName, info, error);
-    if (!fRead || !CheckBands(info.x, "columns", name, error) || !CheckBands(info.y, "rows", name, error)) {
-        return false;
-    }
-    CountFromBottom(info.y, picture.height);
-    return true;
+    return fRead && CheckBands(info.x, "columns", name, error) && CheckBands(info.y, "rows", name, error);
 }
 
 } // namespace
@@ -63,8 +59,15 @@ bool LoadNinePatch(ByteSpan bytes, std::string const& name, ImageOptions const& 
         NinePatchInfo found;
         bool fHasAlpha = false;
         if (!DecodePng(bytes, name, options.limits, picture, fHasAlpha, error) ||
-            !ReadInfo(bytes, name, picture, found, error) ||
-            !BuildImage(std::move(picture), fHasAlpha, options, name, image, error)) {
+            !ReadInfo(bytes, name, picture, found, error)) {
+            return false;
+        }
+        if (options.flipRows) {
+            std::swap(found.top, found.bottom); // the file's top rows become the bottom ones
+        } else {
+            CountFromBottom(found.y, picture.height);
+        }
+        if (!BuildImage(std::move(picture), fHasAlpha, options, name, image, error)) {
             return false;
         }
         info = std::move(found);

@@ -18,12 +18,7 @@ struct NinePatchInfo {
     std::vector<Band> x; /**< from left to right, counted from the left edge */
     std::vector<Band> y; /**< from bottom to top, counted from the bottom edge, as sprites want them */
 
-    /**
-     * Whether the file says where content goes, as compiled ones always do; else the margins are the outer
-     * edges of the bands.
-     */
-    bool hasContent = false;
-    /** From each edge of the picture to the content. */
+    /** From each edge of the picture to the content, or to the bands where the file does not say. */
     int left = 0;
     int top = 0;
     int right = 0;
@@ -36,7 +31,7 @@ struct NinePatchInfo {
  * does not become part of the picture, marks the bands in black at the top and left and the content in black
  * at the bottom and right; optical bounds, in red at the bottom and right, are passed over. Each border
  * pixel that marks nothing is fully transparent or white; corners may be anything. Options apply to the
- * picture without the border, `limits` to the picture with it.
+ * picture without the border, `limits` to the picture with it; flipped rows turn bands and margins with them.
  *
  * Fails, leaving `image` and `info` alone, with one line that names the file, what is wrong and where: all
  * that `LoadPng` fails for, other colours in the border, a direction without a band or with more than ten
