@@ -36,7 +36,7 @@ std::string ListSizes(FT_Face pFace) {
 
 } // namespace
 
-int RoundToPixels(FT_Pos nDistance) {
+int RoundToPixels(long long nDistance) {
     return static_cast<int>((nDistance + 32) >> 6);
 }
 
@@ -142,7 +142,7 @@ bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, st
     FontMetrics metrics;
     metrics.m_rXPixelsPerEm = metrics.m_rYPixelsPerEm = static_cast<RealFloat>(m_nPixelsPerEm);
     int const nAscent = std::max(RoundToPixels(size.ascender), 0);
-    int const nDescent = std::max(RoundToPixels(-size.descender), 0);
+    int const nDescent = std::max(RoundToPixels(-static_cast<long long>(size.descender)), 0);
     metrics.m_rAscent = static_cast<RealFloat>(nAscent);
     metrics.m_rDescent = static_cast<RealFloat>(nDescent);
     metrics.m_rLeading = static_cast<RealFloat>(std::max(RoundToPixels(size.height) - nAscent - nDescent, 0));
@@ -153,8 +153,8 @@ bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, st
 
 void FontFace::SetUnderline(Font& font, bool fUnderline) const {
     FT_Fixed const nScale = m_pFace->size->metrics.y_scale;
-    FT_Pos nThickness = FT_MulFix(m_pFace->underline_thickness, nScale);
-    FT_Pos nCentre = -FT_MulFix(m_pFace->underline_position, nScale); // below the baseline
+    long long nThickness = FT_MulFix(m_pFace->underline_thickness, nScale);
+    long long nCentre = -static_cast<long long>(FT_MulFix(m_pFace->underline_position, nScale)); // down
     if (!HasOutlines() || nThickness <= 0) {
         // The font does not say: a line as it is usual in those that do.
         nThickness = m_nPixelsPerEm * 64 / 14;
@@ -165,7 +165,7 @@ void FontFace::SetUnderline(Font& font, bool fUnderline) const {
     font.GetUnderlineProperty().SetValue(fUnderline);
     font.GetUnderlineThicknessProperty().SetValue(static_cast<RealFloat>(nPixels));
     font.GetUnderlinePositionProperty().SetValue(
-        static_cast<RealFloat>(RoundToPixels(nCentre - nPixels * 32)));
+        static_cast<RealFloat>(RoundToPixels(nCentre - nPixels * 32LL)));
     font.GetUnderlineScaleProperty().SetValue(1);
 }
 

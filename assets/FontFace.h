@@ -62,6 +62,6 @@ private:
 };
 
 /** The nearest whole number of pixels to a distance in 64ths of a pixel. */
-int RoundToPixels(FT_Pos nDistance);
+int RoundToPixels(long long nDistance);
 
 } // namespace trevik::kelvo::assets

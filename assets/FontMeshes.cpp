@@ -16,7 +16,7 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr RealFloat Tolerance = RealFloat(0.1);
-constexpr FT_Pos MaximumSize = 65534; // one more when rounded outwards
+constexpr long long MaximumSize = 65534; // one more when rounded outwards
 
 /** Looked at before anything is made of the outline; its control points may lie further out than its lines.
  */
@@ -24,7 +24,9 @@ bool CheckSize(FontFace const& face, FontCharacter const& character, FT_Outline 
                std::string& error) {
     FT_BBox box;
     FT_Outline_Get_CBox(&source, &box);
-    return (box.xMax - box.xMin <= MaximumSize * 64 && box.yMax - box.yMin <= MaximumSize * 64) ||
+    long long const nLeft = box.xMin; // fonts may place outlines at the ends of what an FT_Pos holds
+    long long const nBottom = box.yMin;
+    return (box.xMax - nLeft <= MaximumSize * 64 && box.yMax - nBottom <= MaximumSize * 64) ||
            face.Fail(error, character, "has more than " + std::to_string(MaximumSize) + " pixels a side");
 }
 

@@ -19,6 +19,11 @@ std::string BaseName(std::string const& path) {
     return path.substr(path.find_last_of('/') + 1);
 }
 
+/** Pixels that a stretch touches. Fonts may place outlines at the ends of what an FT_Pos holds. */
+long long CountPixels(long long nFirst, long long nLast) {
+    return ((nLast + 63) >> 6) - (nFirst >> 6);
+}
+
 /** Copies a picture of 2 or 256 shades; false for those with other kinds of pixels. */
 bool CopyCoverage(FT_Bitmap const& source, GlyphBitmap& bitmap) {
     bool const fMono = source.pixel_mode == FT_PIXEL_MODE_MONO;
@@ -54,7 +59,8 @@ public:
 
 private:
     bool MakeGlyph(FontCharacter const& character, std::string& error);
-    bool CheckFits(FontCharacter const& character, FT_Pos nWidth, FT_Pos nHeight, std::string& error) const;
+    bool CheckFits(FontCharacter const& character, long long nWidth, long long nHeight,
+                   std::string& error) const;
     bool Render(FontCharacter const& character, FT_GlyphSlot pSlot, std::string& error);
 
     FontFace& m_face;
@@ -99,7 +105,7 @@ bool BitmapFontMaker::MakeGlyph(FontCharacter const& character, std::string& err
     return true;
 }
 
-bool BitmapFontMaker::CheckFits(FontCharacter const& character, FT_Pos nWidth, FT_Pos nHeight,
+bool BitmapFontMaker::CheckFits(FontCharacter const& character, long long nWidth, long long nHeight,
                                 std::string& error) const {
     int const nRoom = m_nLargestPage - 2; // see FitsPage
     if (nWidth <= nRoom && nHeight <= nRoom) {
@@ -116,8 +122,7 @@ bool BitmapFontMaker::Render(FontCharacter const& character, FT_GlyphSlot pSlot,
     if (pSlot->format == FT_GLYPH_FORMAT_OUTLINE) {
         FT_BBox box;
         FT_Outline_Get_CBox(&pSlot->outline, &box);
-        if (!CheckFits(character, ((box.xMax + 63) >> 6) - (box.xMin >> 6),
-                       ((box.yMax + 63) >> 6) - (box.yMin >> 6), error) ||
+        if (!CheckFits(character, CountPixels(box.xMin, box.xMax), CountPixels(box.yMin, box.yMax), error) ||
             !m_face.RenderGlyph(character, error)) {
             return false;
         }

@@ -9,7 +9,9 @@ Ref<Texture> MakeTexture(ImageData const& image, std::string const& name, ClassR
     Ref<Texture> const pTexture(dynamic_cast<Texture*>(pObject.Get()));
     List<MipLevel> levels;
     for (MipLevel const& level : image.levels) {
-        levels.Append(level);
+        if (!levels.Append(level)) {
+            return nullptr;
+        }
     }
     if (!pTexture || !pTexture->SetImage(image.width, image.height, image.allocatedWidth,
                                          image.allocatedHeight, image.format, levels, image.pixels.data(),
