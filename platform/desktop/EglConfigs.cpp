@@ -38,10 +38,10 @@ bool ListAll(Query query, std::vector<EGLConfig>& configs) {
     EGLint nCount = 0;
     if (!query(nullptr, 0, &nCount))
         return false;
-    configs.resize(nCount);
+    configs.resize(static_cast<std::size_t>(nCount));
     if (nCount > 0 && !query(configs.data(), nCount, &nCount))
         return false;
-    configs.resize(nCount);
+    configs.resize(static_cast<std::size_t>(nCount));
     return true;
 }
 

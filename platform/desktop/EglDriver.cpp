@@ -60,4 +60,9 @@ EGLint TakeError() {
     return nError;
 }
 
+EGLint DriverError() {
+    EGLint const nError = Driver().eglGetError();
+    return nError == EGL_SUCCESS ? EGL_BAD_ALLOC : nError;
+}
+
 } // namespace kelvo::desktop

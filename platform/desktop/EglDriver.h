@@ -3,7 +3,7 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 
-#include <new>
+#include <exception>
 
 namespace kelvo::desktop {
 
@@ -89,6 +89,10 @@ void UseDriverError();
 /** What eglGetError returns, and from then on EGL_SUCCESS. */
 EGLint TakeError();
 
+/** The driver's error of a call of the layer's own that failed; never EGL_SUCCESS, whatever the driver says.
+ */
+EGLint DriverError();
+
 /**
  * Keeps the calling thread's error as it is, whatever calls to the driver are made while one lives: for what
  * the layer does on its own account, outside of EGL calls.
@@ -132,7 +136,7 @@ template <class Body>
 auto Guarded(Body&& body) noexcept -> decltype(body()) {
     try {
         return body();
-    } catch (std::bad_alloc const&) {
+    } catch (std::exception const&) { // of memory, or of what the system makes of its own: threads, locks
         return Fail<decltype(body())>(EGL_BAD_ALLOC);
     }
 }

@@ -5,25 +5,28 @@
 #include "kelvo_desktop/OffscreenWindow.h"
 
 #include <algorithm>
+#include <cstdint>
 
 namespace kelvo::desktop {
 
 namespace {
 
-/** Sets one integer state for as long as it lives. `query` is the name to read it by. */
+/** Where the context knows it (`fKnown`), sets one integer state for as long as it lives. */
 template <class Set>
 class ScopedInteger {
 public:
-    ScopedInteger(GLenum query, GLint value, Set set) : m_set(set) {
-        Gl().glGetIntegerv(query, &m_nSaved);
-        m_fChanged = m_nSaved != value;
+    /** `query` is the name to read it by. */
+    ScopedInteger(bool fKnown, GLenum query, GLenum value, Set set) : m_set(set) {
+        if (fKnown)
+            Gl().glGetIntegerv(query, &m_nSaved);
+        m_fChanged = fKnown && m_nSaved != static_cast<GLint>(value);
         if (m_fChanged)
             m_set(value);
     }
     ScopedInteger(ScopedInteger const&) = delete;
     ~ScopedInteger() {
         if (m_fChanged)
-            m_set(m_nSaved);
+            m_set(static_cast<GLenum>(m_nSaved));
     }
 
 private:
@@ -34,45 +37,66 @@ private:
 
 struct PixelStore {
     GLenum name;
-    void operator()(GLint value) const { Gl().glPixelStorei(name, value); }
+    void operator()(GLenum value) const { Gl().glPixelStorei(name, static_cast<GLint>(value)); }
 };
 
 struct FramebufferBinding {
     GLenum target;
-    void operator()(GLint value) const { Gl().glBindFramebuffer(target, value); }
+    void operator()(GLenum value) const { Gl().glBindFramebuffer(target, value); }
 };
 
 struct PackBuffer {
-    void operator()(GLint value) const { Gl().glBindBuffer(GL_PIXEL_PACK_BUFFER, value); }
+    void operator()(GLenum value) const { Gl().glBindBuffer(GL_PIXEL_PACK_BUFFER, value); }
 };
 
 struct ReadBuffer {
-    void operator()(GLint value) const { Gl().glReadBuffer(value); }
+    int nVersion;
+    void operator()(GLenum value) const { (nVersion >= 3 ? Gl().glReadBuffer : Gl().glReadBufferNV)(value); }
 };
 
-void ReadPixels(int width, int height, void* pixels) {
-    Gl().glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
-}
+/** What of a context's state takes part in a read: OpenGL ES 3 has all but the last, 2 by extensions. */
+struct ReadState {
+    explicit ReadState(int nVersion) {
+        auto const* extensions = reinterpret_cast<char const*>(Gl().glGetString(GL_EXTENSIONS));
+        auto const has = [=](char const* name) { return HasExtension(extensions, name); };
+        bool const fEs3 = nVersion >= 3;
+        fReadFramebuffer = fEs3 || has("GL_NV_framebuffer_blit") || has("GL_ANGLE_framebuffer_blit") ||
+                           has("GL_APPLE_framebuffer_multisample");
+        fReadBuffer = fEs3 || has("GL_NV_read_buffer");
+        fPackBuffer = fEs3 || has("GL_NV_pixel_buffer_object");
+        fSubimage = fEs3 || has("GL_NV_pack_subimage");
+        fReverseRows = has("GL_ANGLE_pack_reverse_row_order");
+    }
 
-// Every call in these two is legal in every state of its context, since nobody could ask whether it went
-// well: an error flag cannot be read without taking it away from the program.
+    bool fReadFramebuffer;
+    bool fReadBuffer;
+    bool fPackBuffer;
+    bool fSubimage;
+    bool fReverseRows;
+};
 
-void ReadEs2(int width, int height, void* pixels) {
-    ScopedInteger framebuffer(GL_FRAMEBUFFER_BINDING, 0, FramebufferBinding{GL_FRAMEBUFFER});
-    ScopedInteger alignment(GL_PACK_ALIGNMENT, 4, PixelStore{GL_PACK_ALIGNMENT});
-    ReadPixels(width, height, pixels);
-}
+// The numbers that the extensions of OpenGL ES 2 have are those of OpenGL ES 3.
+constexpr GLenum PackReverseRowOrder = 0x93A4;
 
-void ReadEs3(int width, int height, void* pixels) {
-    ScopedInteger framebuffer(GL_READ_FRAMEBUFFER_BINDING, 0, FramebufferBinding{GL_READ_FRAMEBUFFER});
+/**
+ * Every call is legal in every state of the context, since nobody could ask whether it went well: an error
+ * flag cannot be read without taking it away from the program.
+ */
+void ReadPixels(int nVersion, int width, int height, void* pixels) {
+    ReadState const has(nVersion);
+    bool const fBoth = !has.fReadFramebuffer;
+    ScopedInteger framebuffer(true, fBoth ? GL_FRAMEBUFFER_BINDING : GL_READ_FRAMEBUFFER_BINDING, 0,
+                              FramebufferBinding{GLenum(fBoth ? GL_FRAMEBUFFER : GL_READ_FRAMEBUFFER)});
     // After the framebuffer, for this is the state of the one that is bound.
-    ScopedInteger readBuffer(GL_READ_BUFFER, GL_BACK, ReadBuffer{});
-    ScopedInteger packBuffer(GL_PIXEL_PACK_BUFFER_BINDING, 0, PackBuffer{});
-    ScopedInteger alignment(GL_PACK_ALIGNMENT, 4, PixelStore{GL_PACK_ALIGNMENT});
-    ScopedInteger rowLength(GL_PACK_ROW_LENGTH, 0, PixelStore{GL_PACK_ROW_LENGTH});
-    ScopedInteger skipRows(GL_PACK_SKIP_ROWS, 0, PixelStore{GL_PACK_SKIP_ROWS});
-    ScopedInteger skipPixels(GL_PACK_SKIP_PIXELS, 0, PixelStore{GL_PACK_SKIP_PIXELS});
-    ReadPixels(width, height, pixels);
+    ScopedInteger readBuffer(has.fReadBuffer, GL_READ_BUFFER, GL_BACK, ReadBuffer{nVersion});
+    ScopedInteger packBuffer(has.fPackBuffer, GL_PIXEL_PACK_BUFFER_BINDING, 0, PackBuffer{});
+    ScopedInteger alignment(true, GL_PACK_ALIGNMENT, 4, PixelStore{GL_PACK_ALIGNMENT});
+    ScopedInteger rowLength(has.fSubimage, GL_PACK_ROW_LENGTH, 0, PixelStore{GL_PACK_ROW_LENGTH});
+    ScopedInteger skipRows(has.fSubimage, GL_PACK_SKIP_ROWS, 0, PixelStore{GL_PACK_SKIP_ROWS});
+    ScopedInteger skipPixels(has.fSubimage, GL_PACK_SKIP_PIXELS, 0, PixelStore{GL_PACK_SKIP_PIXELS});
+    ScopedInteger reverseRows(has.fReverseRows, PackReverseRowOrder, GL_FALSE,
+                              PixelStore{PackReverseRowOrder});
+    Gl().glReadPixels(0, 0, width, height, GL_RGBA, GL_UNSIGNED_BYTE, pixels);
 }
 
 /** GL's first row is the bottom one. */
@@ -94,20 +118,21 @@ EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, 
     int const nVersion = EsVersion();
     if (nVersion == 0)
         return EGL_BAD_CONTEXT;
-    frame.pixels.resize(std::size_t(width) * height * 4);
+    // Two positive 32-bit sides: the product fits 64 bits, and size_t perhaps not.
+    std::uint64_t const nSize = static_cast<std::uint64_t>(width) * static_cast<std::uint32_t>(height) * 4;
+    if (nSize > frame.pixels.max_size())
+        return EGL_BAD_ALLOC;
+    frame.pixels.resize(static_cast<std::size_t>(nSize));
     frame.width = width;
     frame.height = height;
     // GL reads from the read surface, which may be another one than was drawn on.
     EGLSurface const readSurface = egl.eglGetCurrentSurface(EGL_READ);
     EGLContext const context = egl.eglGetCurrentContext();
     if (readSurface != surface && !egl.eglMakeCurrent(display, surface, surface, context))
-        return egl.eglGetError();
-    if (nVersion >= 3)
-        ReadEs3(width, height, frame.pixels.data());
-    else
-        ReadEs2(width, height, frame.pixels.data());
+        return DriverError();
+    ReadPixels(nVersion, width, height, frame.pixels.data());
     if (readSurface != surface && !egl.eglMakeCurrent(display, surface, readSurface, context))
-        return egl.eglGetError();
+        return DriverError();
     Flip(frame);
     return EGL_SUCCESS;
 }

@@ -13,6 +13,7 @@ GlFunctions LoadGl() {
 #define KELVO_LOAD(name) gl.name = DriverFunction<decltype(gl.name)>(#name);
     KELVO_GL_FUNCTIONS(KELVO_LOAD)
 #undef KELVO_LOAD
+    gl.glReadBufferNV = DriverFunction<PFNGLREADBUFFERNVPROC>("glReadBufferNV");
     return gl;
 }
 

@@ -2,6 +2,8 @@
 
 #include <GLES3/gl3.h>
 
+#include <GLES2/gl2ext.h>
+
 namespace kelvo::desktop {
 
 #define KELVO_GL_FUNCTIONS(F)                                                                                \
@@ -30,6 +32,7 @@ struct GlFunctions {
 #define KELVO_MEMBER(name) decltype(&::name) name;
     KELVO_GL_FUNCTIONS(KELVO_MEMBER)
 #undef KELVO_MEMBER
+    PFNGLREADBUFFERNVPROC glReadBufferNV;
 };
 
 /** Looked up by the first call. Any thread. */
