@@ -5,6 +5,7 @@
 #include "PixelUpload.h"
 
 #include <algorithm>
+#include <new>
 
 namespace kelvo::desktop {
 
@@ -49,23 +50,36 @@ LayerContext& BufferImages::ContextOf(EGLDisplay display) {
 
 /** Makes texture and image and fills them; an EGL error. */
 EGLint BufferImages::CreateImage(LayerContext& context, ANativeWindowBuffer const& buffer, Image& image) {
+    auto const fill = [&] {
+        // Whoever has the buffer locked uploads the pixels by unlocking it.
+        std::lock_guard<std::mutex> lock(buffer.contents->mutex);
+        return buffer.contents->locked || UploadPixels(buffer, image.texture, context.HasRowLength());
+    };
     EGLint nError = EGL_BAD_ALLOC;
-    context.Run([&] {
+    EGLint const nRun = context.Run([&] {
         image.texture = CreateTextureFor(buffer);
         if (image.texture == 0)
             return;
-        {
-            // Whoever has the buffer locked uploads the pixels by unlocking it.
-            std::lock_guard<std::mutex> lock(buffer.contents->mutex);
-            if (!buffer.contents->locked && !UploadPixels(buffer, image.texture, context.HasRowLength()))
-                return;
+        if (fill()) {
+            image.image = context.CreateImage(image.texture);
+            nError = image.image != EGL_NO_IMAGE ? EGL_SUCCESS : DriverError();
         }
-        image.image = context.CreateImage(image.texture);
-        nError = image.image != EGL_NO_IMAGE ? EGL_SUCCESS : Driver().eglGetError();
         if (nError != EGL_SUCCESS)
             Gl().glDeleteTextures(1, &image.texture);
     });
-    return nError;
+    if (nRun == EGL_SUCCESS)
+        return nError;
+    if (image.image != EGL_NO_IMAGE)
+        DestroyImage(context, image);
+    return nRun;
+}
+
+EGLBoolean BufferImages::DestroyImage(LayerContext& context, Image const& image) {
+    EGLBoolean const fDestroyed = context.DestroyImage(image.image);
+    // The driver keeps the memory for as long as textures of the program are made of it.
+    KeptError const error;
+    context.Run([&] { Gl().glDeleteTextures(1, &image.texture); });
+    return fDestroyed;
 }
 
 EGLImage BufferImages::Create(EGLDisplay display, EGLContext context, EGLClientBuffer buffer,
@@ -83,7 +97,10 @@ EGLImage BufferImages::Create(EGLDisplay display, EGLContext context, EGLClientB
     EGLint nError = layerContext.Start();
     if (nError != EGL_SUCCESS)
         return Fail<EGLImage>(nError);
-    if (!PrepareUpload(*pBuffer, layerContext.HasRowLength()))
+    if (!layerContext.HasImages())
+        return Fail<EGLImage>(EGL_BAD_PARAMETER);
+    if (std::max(pBuffer->width, pBuffer->height) > layerContext.MaxTextureSide() ||
+        !PrepareUpload(*pBuffer, layerContext.HasRowLength()))
         return Fail<EGLImage>(EGL_BAD_ALLOC);
     m_images.push_back({display, EGL_NO_IMAGE, 0, pBuffer});
     nError = CreateImage(layerContext, *pBuffer, m_images.back());
@@ -104,17 +121,15 @@ bool BufferImages::Destroy(EGLDisplay display, EGLImage image, EGLBoolean& fDest
         return false;
     Image const gone = *entry;
     m_images.erase(entry);
-    LayerContext& context = ContextOf(display);
     UseDriverError();
-    fDestroyed = context.DestroyImage(gone.image);
-    // The driver keeps the memory for as long as textures of the program are made of it.
-    KeptError const error;
-    context.Run([&] { Gl().glDeleteTextures(1, &gone.texture); });
+    fDestroyed = DestroyImage(ContextOf(display), gone);
     return true;
 }
 
-void BufferImages::RemoveDisplay(EGLDisplay display) {
+EGLBoolean BufferImages::TerminateDisplay(EGLDisplay display) {
     std::lock_guard<std::mutex> lock(m_mutex);
+    if (!Forward(Driver().eglTerminate, display))
+        return EGL_FALSE;
     m_images.erase(std::remove_if(m_images.begin(), m_images.end(),
                                   [display](Image const& image) { return image.display == display; }),
                    m_images.end());
@@ -122,33 +137,58 @@ void BufferImages::RemoveDisplay(EGLDisplay display) {
         if (pContext->Display() == display)
             pContext->Forget();
     }
+    return EGL_TRUE;
 }
 
 char const* BufferImages::Extensions(EGLDisplay display, char const* extensions) {
     std::lock_guard<std::mutex> lock(m_mutex);
     KeptError const error;
     LayerContext& context = ContextOf(display);
-    return context.Start() == EGL_SUCCESS ? context.AddExtension(extensions) : extensions;
+    bool const fImages = context.Start() == EGL_SUCCESS && context.HasImages();
+    return fImages ? context.AddExtension(extensions) : extensions;
 }
 
-android::status_t BufferImages::Upload(ANativeWindowBuffer const& buffer) {
+bool BufferImages::CanDraw(EGLDisplay display, EGLint width, EGLint height) {
     std::lock_guard<std::mutex> lock(m_mutex);
+    LayerContext& context = ContextOf(display);
+    return context.Start() != EGL_SUCCESS ||
+           (width <= context.MaxDrawnWidth() && height <= context.MaxDrawnHeight());
+}
+
+bool BufferImages::Upload(ANativeWindowBuffer const& buffer) {
     bool fUploaded = true;
     for (Image const& image : m_images) {
         if (image.buffer != &buffer)
             continue;
         KeptError const error;
         LayerContext& context = ContextOf(image.display);
-        bool const fRun = context.Run(
+        EGLint const nRun = context.Run(
             [&] { fUploaded = UploadPixels(buffer, image.texture, context.HasRowLength()) && fUploaded; });
-        fUploaded = fUploaded && fRun;
+        fUploaded = fUploaded && nRun == EGL_SUCCESS;
     }
+    return fUploaded;
+}
+
+android::status_t BufferImages::Unlock(ANativeWindowBuffer const& buffer) {
+    // Held until the buffer is unlocked: an image that is made in between would find it locked, and nobody
+    // would fill it.
+    std::lock_guard<std::mutex> lock(m_mutex);
+    BufferContents& contents = *buffer.contents;
+    {
+        std::lock_guard<std::mutex> const guard(contents.mutex);
+        if (!contents.locked)
+            return android::INVALID_OPERATION;
+    }
+    bool const fUploaded = Upload(buffer);
+    std::lock_guard<std::mutex> const guard(contents.mutex);
+    contents.locked = false;
     return fUploaded ? android::NO_ERROR : android::UNKNOWN_ERROR;
 }
 
-std::unique_lock<std::mutex> BufferImages::HoldStill(bool& fAny) {
+std::unique_lock<std::mutex> BufferImages::HoldStill(bool* pAny) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    fAny = !m_images.empty();
+    if (pAny)
+        *pAny = !m_images.empty();
     return lock;
 }
 

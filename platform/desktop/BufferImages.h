@@ -32,22 +32,26 @@ public:
     EGLImage Create(EGLDisplay display, EGLContext context, EGLClientBuffer buffer, bool fAttributes);
     /** eglDestroyImage of an image of these; false for all others, which are the driver's business. */
     bool Destroy(EGLDisplay display, EGLImage image, EGLBoolean& fDestroyed);
-    /** The display was terminated, and all of its images with it. */
-    void RemoveDisplay(EGLDisplay display);
+    /** eglTerminate: with the display go its images. None of the layer's own work on it is under way then. */
+    EGLBoolean TerminateDisplay(EGLDisplay display);
     /** What eglQueryString answers for EGL_EXTENSIONS where the driver answers `extensions`. */
     char const* Extensions(EGLDisplay display, char const* extensions);
 
-    /**
-     * Brings the pixels of a buffer, which the calling thread has locked, into its images. UNKNOWN_ERROR when
-     * the driver cannot.
-     */
-    android::status_t Upload(ANativeWindowBuffer const& buffer);
+    /** Whether GL on the display can draw into a surface of this size; true where it cannot be asked. */
+    bool CanDraw(EGLDisplay display, EGLint width, EGLint height);
 
     /**
-     * No image changes while the result lives: for a frame that is being finished, which is to show them
-     * whole. `fAny` tells whether there are any.
+     * Unlocks a buffer and brings its pixels into its images. INVALID_OPERATION unless it is locked;
+     * UNKNOWN_ERROR when the driver cannot, and the buffer is unlocked then, too.
      */
-    std::unique_lock<std::mutex> HoldStill(bool& fAny);
+    android::status_t Unlock(ANativeWindowBuffer const& buffer);
+
+    /**
+     * No image changes while the result lives, and no thread has the layer's context in the place of its own:
+     * for a frame that is being finished, which is to show images whole, and for what destroys contexts and
+     * surfaces, which live on only where they are current. `pAny` tells whether there are images.
+     */
+    std::unique_lock<std::mutex> HoldStill(bool* pAny = nullptr);
 
 private:
     struct Image {
@@ -60,6 +64,8 @@ private:
     LayerContext& ContextOf(EGLDisplay display);
     bool IsKnown(ANativeWindowBuffer const* buffer) const;
     EGLint CreateImage(LayerContext& context, ANativeWindowBuffer const& buffer, Image& image);
+    EGLBoolean DestroyImage(LayerContext& context, Image const& image);
+    bool Upload(ANativeWindowBuffer const& buffer);
 
     std::mutex m_mutex;
     // A handful of entries each: a linear search beats a map.

@@ -45,7 +45,6 @@ struct Chooser {
     std::string sDescription = "none: eglGetDisplay has not been called";
     // Every display ever given out; displays live as long as the process.
     std::vector<ChosenDisplay> given;
-    std::vector<EGLDisplay> initialised;
 };
 
 Chooser& TheChooser() {
@@ -92,18 +91,21 @@ std::vector<Candidate> DeviceCandidates(Wish const& wish, bool fHardware, bool f
     std::vector<Candidate> candidates;
     auto const queryDevices = DriverFunction<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
     auto const queryString = DriverFunction<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
-    EGLint nDevices = 0;
-    if (!queryDevices || !queryString || !queryDevices(0, nullptr, &nDevices) || nDevices <= 0)
+    EGLint nFound = 0;
+    if (!queryDevices || !queryString || !queryDevices(0, nullptr, &nFound) || nFound <= 0)
         return candidates;
-    std::vector<EGLDeviceEXT> devices(nDevices);
-    if (!queryDevices(nDevices, devices.data(), &nDevices))
+    std::vector<EGLDeviceEXT> devices(static_cast<std::size_t>(nFound));
+    if (!queryDevices(nFound, devices.data(), &nFound))
         return candidates;
+    // Devices may have gone in between, and none is beyond those that were counted.
+    std::size_t const nDevices = std::min(devices.size(), static_cast<std::size_t>(nFound));
     for (bool const fSoftwareTurn : {false, true}) {
-        for (int nDevice = 0; nDevice < nDevices; ++nDevice) {
+        for (std::size_t nDevice = 0; nDevice < nDevices; ++nDevice) {
             bool const fIsSoftware =
                 HasExtension(queryString(devices[nDevice], EGL_EXTENSIONS), "EGL_MESA_device_software");
             bool const fWanted = fIsSoftware ? fSoftware : fHardware;
-            bool const fIsIndex = wish.kind != Wish::OneDevice || wish.device == nDevice;
+            bool const fIsIndex =
+                wish.kind != Wish::OneDevice || static_cast<std::size_t>(wish.device) == nDevice;
             if (fIsSoftware == fSoftwareTurn && fWanted && fIsIndex) {
                 candidates.push_back({PlatformDisplay(EGL_PLATFORM_DEVICE_EXT, devices[nDevice]),
                                       DisplayKind::Offscreen, "device:" + std::to_string(nDevice)});
@@ -135,9 +137,13 @@ std::vector<Candidate> Candidates(Wish const& wish) {
 }
 
 /** Whether the display of `candidate` comes up and offers a configuration; describes it if so. */
-bool Try(Chooser const& chooser, Candidate const& candidate, std::string& sDescription) {
+bool Try(Candidate const& candidate, std::string& sDescription) {
     EglDriver const& egl = Driver();
-    if (candidate.display == EGL_NO_DISPLAY || !egl.eglInitialize(candidate.display, nullptr, nullptr))
+    if (candidate.display == EGL_NO_DISPLAY)
+        return false;
+    // By the program, or by a library that has the driver's EGL for itself: a display counts no users.
+    bool const fInUse = egl.eglQueryString(candidate.display, EGL_VERSION) != nullptr;
+    if (!fInUse && !egl.eglInitialize(candidate.display, nullptr, nullptr))
         return false;
     bool const fWorks = !OfferedConfigs(candidate.display, candidate.kind).empty();
     if (fWorks) {
@@ -146,8 +152,7 @@ bool Try(Chooser const& chooser, Candidate const& candidate, std::string& sDescr
         sDescription = candidate.sName + ": " + (vendor ? vendor : "unknown vendor") + ", EGL " +
                        (version ? version : "of unknown version");
     }
-    auto const& initialised = chooser.initialised;
-    if (std::find(initialised.begin(), initialised.end(), candidate.display) == initialised.end())
+    if (!fInUse)
         egl.eglTerminate(candidate.display);
     return fWorks;
 }
@@ -174,7 +179,7 @@ EGLDisplay ChooseDefaultDisplay() {
     if (Driver().failure)
         return Refuse(chooser, Driver().failure);
     for (Candidate const& candidate : Candidates(wish)) {
-        if (!Try(chooser, candidate, chooser.sDescription))
+        if (!Try(candidate, chooser.sDescription))
             continue;
         auto& given = chooser.given;
         given.erase(
@@ -199,24 +204,8 @@ DisplayKind KindOf(EGLDisplay display) {
     return DisplayKind::Foreign;
 }
 
-EGLBoolean InitializeDisplay(EGLDisplay display, EGLint* major, EGLint* minor) {
-    Chooser& chooser = TheChooser();
-    std::lock_guard<std::mutex> lock(chooser.mutex);
-    EGLBoolean const fDone = Forward(Driver().eglInitialize, display, major, minor);
-    auto& initialised = chooser.initialised;
-    if (fDone && std::find(initialised.begin(), initialised.end(), display) == initialised.end())
-        initialised.push_back(display);
-    return fDone;
-}
-
-EGLBoolean TerminateDisplay(EGLDisplay display) {
-    Chooser& chooser = TheChooser();
-    std::lock_guard<std::mutex> lock(chooser.mutex);
-    EGLBoolean const fDone = Forward(Driver().eglTerminate, display);
-    auto& initialised = chooser.initialised;
-    if (fDone)
-        initialised.erase(std::remove(initialised.begin(), initialised.end(), display), initialised.end());
-    return fDone;
+std::unique_lock<std::mutex> HoldDisplays() {
+    return std::unique_lock<std::mutex>(TheChooser().mutex);
 }
 
 bool SelectPlatform(char const* platform) {

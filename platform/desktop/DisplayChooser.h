@@ -2,6 +2,8 @@
 
 #include <EGL/egl.h>
 
+#include <mutex>
+
 namespace kelvo::desktop {
 
 /** How windows reach the display. */
@@ -22,9 +24,9 @@ EGLDisplay ChooseDefaultDisplay();
 DisplayKind KindOf(EGLDisplay display);
 
 /**
- * eglInitialize and eglTerminate, which have to pass here: trying a display must not shut down one in use.
+ * No display is being tried while the result lives, nor initialised or terminated by the program: its
+ * eglInitialize and eglTerminate hold it.
  */
-EGLBoolean InitializeDisplay(EGLDisplay display, EGLint* major, EGLint* minor);
-EGLBoolean TerminateDisplay(EGLDisplay display);
+std::unique_lock<std::mutex> HoldDisplays();
 
 } // namespace kelvo::desktop

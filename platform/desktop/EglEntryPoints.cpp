@@ -74,6 +74,20 @@ EGLSurface EGLAPIENTRY CreatePlatformWindowSurfaceEXT(EGLDisplay display, EGLCon
     return Guarded([&] { return CreateWindowSurface(display, config, window, attributes); });
 }
 
+using DamageSwap = PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC; // both extensions have this one type
+
+EGLBoolean EGLAPIENTRY SwapBuffersWithDamageKHR(EGLDisplay display, EGLSurface surface,
+                                                EGLint const* rectangles, EGLint count) {
+    static auto const s_swap = DriverFunction<DamageSwap>("eglSwapBuffersWithDamageKHR");
+    return Guarded([&] { return SwapBuffersWithDamage(s_swap, display, surface, rectangles, count); });
+}
+
+EGLBoolean EGLAPIENTRY SwapBuffersWithDamageEXT(EGLDisplay display, EGLSurface surface,
+                                                EGLint const* rectangles, EGLint count) {
+    static auto const s_swap = DriverFunction<DamageSwap>("eglSwapBuffersWithDamageEXT");
+    return Guarded([&] { return SwapBuffersWithDamage(s_swap, display, surface, rectangles, count); });
+}
+
 struct NamedFunction {
     char const* name;
     __eglMustCastToProperFunctionPointerType function;
@@ -93,6 +107,8 @@ __eglMustCastToProperFunctionPointerType FindOwn(char const* name) {
         Named("eglCreateImageKHR", &CreateImageKHR),
         Named("eglDestroyImageKHR", &DestroyImageKHR),
         Named("eglCreatePlatformWindowSurfaceEXT", &CreatePlatformWindowSurfaceEXT),
+        Named("eglSwapBuffersWithDamageKHR", &SwapBuffersWithDamageKHR),
+        Named("eglSwapBuffersWithDamageEXT", &SwapBuffersWithDamageEXT),
     };
     for (NamedFunction const& own : s_core) {
         if (std::strcmp(own.name, name) == 0)
@@ -126,15 +142,16 @@ KELVO_EGL(EGLDisplay) eglGetDisplay(EGLNativeDisplayType native) {
 }
 
 KELVO_EGL(EGLBoolean) eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {
-    return Guarded([&] { return InitializeDisplay(display, major, minor); });
+    auto const held = HoldDisplays();
+    return Forward(Driver().eglInitialize, display, major, minor);
 }
 
 KELVO_EGL(EGLBoolean) eglTerminate(EGLDisplay display) {
-    EGLBoolean const fDone = TerminateDisplay(display);
-    if (fDone) {
+    // Initialised anew by another thread, it could have new surfaces before the old ones are forgotten.
+    auto const held = HoldDisplays();
+    EGLBoolean const fDone = BufferImages::Get().TerminateDisplay(display);
+    if (fDone)
         WindowTable::Get().RemoveDisplay(display);
-        BufferImages::Get().RemoveDisplay(display);
-    }
     return fDone;
 }
 
@@ -268,6 +285,8 @@ KELVO_EGL(EGLSync) eglCreateSync(EGLDisplay display, EGLenum type, EGLAttrib con
 }
 
 KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) {
+    // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
+    auto const still = BufferImages::Get().HoldStill();
     return Forward(Driver().eglDestroyContext, display, context);
 }
 

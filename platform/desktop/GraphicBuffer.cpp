@@ -102,16 +102,7 @@ status_t GraphicBuffer::unlock() {
     if (!contents) {
         return NO_INIT;
     }
-    {
-        std::lock_guard<std::mutex> const guard(contents->mutex);
-        if (!contents->locked) {
-            return INVALID_OPERATION;
-        }
-    }
-    status_t const status = kelvo::desktop::BufferImages::Get().Upload(*this);
-    std::lock_guard<std::mutex> const guard(contents->mutex);
-    contents->locked = false;
-    return status;
+    return kelvo::desktop::BufferImages::Get().Unlock(*this);
 }
 
 ANativeWindowBuffer* GraphicBuffer::getNativeBuffer() const {

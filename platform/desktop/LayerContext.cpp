@@ -13,21 +13,17 @@ namespace {
 /** What is current on the calling thread, while OpenGL ES is its API. */
 class Current {
 public:
-    Current() : m_api(Egl().eglQueryAPI()) {
-        if (m_api != EGL_OPENGL_ES_API)
-            Egl().eglBindAPI(EGL_OPENGL_ES_API);
-        m_context = Egl().eglGetCurrentContext();
-        if (m_context != EGL_NO_CONTEXT) {
-            m_display = Egl().eglGetCurrentDisplay();
-            m_draw = Egl().eglGetCurrentSurface(EGL_DRAW);
-            m_read = Egl().eglGetCurrentSurface(EGL_READ);
+    Current() : m_api(Egl().eglQueryAPI()), m_contextApi(EGL_OPENGL_ES_API) {
+        // A thread has one context of the two GLs, which some drivers tell of while its own API is bound
+        // only.
+        for (EGLenum const api : {m_api, EGLenum(EGL_OPENGL_ES_API), EGLenum(EGL_OPENGL_API)}) {
+            if (IsNothing() && (api == EGL_OPENGL_ES_API || api == EGL_OPENGL_API) && Egl().eglBindAPI(api))
+                Look(api);
         }
+        Egl().eglBindAPI(EGL_OPENGL_ES_API);
     }
     Current(Current const&) = delete;
-    ~Current() {
-        if (m_api != EGL_OPENGL_ES_API)
-            Egl().eglBindAPI(m_api);
-    }
+    ~Current() { Egl().eglBindAPI(m_api); }
 
     bool IsNothing() const { return m_context == EGL_NO_CONTEXT; }
 
@@ -42,12 +38,29 @@ public:
                 IsAlive(m_draw) && (m_read == m_draw || IsAlive(m_read)));
     }
 
-    void ComeBack(EGLDisplay from) const {
-        Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context);
+    /** Makes it current instead of a context of `from`; with nothing current where that fails. */
+    EGLint ComeBack(EGLDisplay from) const {
+        Egl().eglBindAPI(m_contextApi);
+        if (Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context))
+            return EGL_SUCCESS;
+        EGLint const nError = DriverError();
+        // Rather nothing than a context that the program knows nothing of.
+        Egl().eglMakeCurrent(from, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+        return nError;
     }
 
 private:
     static EglDriver const& Egl() { return Driver(); }
+
+    void Look(EGLenum api) {
+        m_context = Egl().eglGetCurrentContext();
+        if (IsNothing())
+            return;
+        m_contextApi = api;
+        m_display = Egl().eglGetCurrentDisplay();
+        m_draw = Egl().eglGetCurrentSurface(EGL_DRAW);
+        m_read = Egl().eglGetCurrentSurface(EGL_READ);
+    }
 
     bool IsAlive(EGLSurface surface) const {
         EGLint nIgnored = 0;
@@ -56,17 +69,12 @@ private:
     }
 
     EGLenum m_api;
+    EGLenum m_contextApi;
     EGLDisplay m_display = EGL_NO_DISPLAY;
     EGLContext m_context = EGL_NO_CONTEXT;
     EGLSurface m_draw = EGL_NO_SURFACE;
     EGLSurface m_read = EGL_NO_SURFACE;
 };
-
-/** The driver's error of a call that failed. */
-EGLint DriverError() {
-    EGLint const nError = Driver().eglGetError();
-    return nError == EGL_SUCCESS ? EGL_BAD_ALLOC : nError;
-}
 
 } // namespace
 
@@ -110,20 +118,34 @@ EGLint LayerContext::Make() {
     return EGL_SUCCESS;
 }
 
+void LayerContext::Examine() {
+    int const nVersion = EsVersion();
+    if (nVersion == 0)
+        return;
+    auto const* extensions = reinterpret_cast<char const*>(Gl().glGetString(GL_EXTENSIONS));
+    m_fImages = HasExtension(extensions, "GL_OES_EGL_image") && FindImageFunctions();
+    m_fRowLength = nVersion >= 3 || HasExtension(extensions, "GL_EXT_unpack_subimage");
+    Gl().glGetIntegerv(GL_MAX_TEXTURE_SIZE, &m_nMaxTextureSide);
+    Gl().glGetIntegerv(GL_MAX_VIEWPORT_DIMS, m_maxDrawn);
+}
+
 EGLint LayerContext::Start() {
-    if (m_context == EGL_NO_CONTEXT) {
-        if (!FindImageFunctions())
-            return EGL_BAD_PARAMETER;
-        EGLint const nError = Make();
-        if (nError != EGL_SUCCESS)
-            return nError;
-        Run([this] {
-            auto const* extensions = reinterpret_cast<char const*>(Gl().glGetString(GL_EXTENSIONS));
-            m_fGlImages = EsVersion() != 0 && HasExtension(extensions, "GL_OES_EGL_image");
-            m_fRowLength = EsVersion() >= 3 || HasExtension(extensions, "GL_EXT_unpack_subimage");
-        });
-    }
-    return m_fGlImages ? EGL_SUCCESS : EGL_BAD_PARAMETER;
+    if (m_context != EGL_NO_CONTEXT)
+        return EGL_SUCCESS;
+    EGLint nError = Make();
+    if (nError != EGL_SUCCESS)
+        return nError;
+    nError = Run([this] { Examine(); });
+    if (nError != EGL_SUCCESS)
+        Drop();
+    return nError;
+}
+
+void LayerContext::Drop() {
+    Driver().eglDestroyContext(m_display, m_context);
+    if (m_surface != EGL_NO_SURFACE)
+        Driver().eglDestroySurface(m_display, m_surface);
+    Forget();
 }
 
 void LayerContext::Forget() {
@@ -131,37 +153,37 @@ void LayerContext::Forget() {
     m_surface = EGL_NO_SURFACE;
 }
 
-bool LayerContext::RunErased(Erased run, void* pJob) const {
+EGLint LayerContext::RunErased(Erased run, void* pJob) const {
     Current const current;
     if (!current.IsNothing())
         Gl().glFinish();
     if (!current.CanComeBack())
         return RunElsewhere(run, pJob);
-    bool const fRun = RunBound(run, pJob);
-    if (fRun)
-        current.ComeBack(m_display);
-    return fRun;
+    EGLint const nRun = RunBound(run, pJob);
+    // After a failure too: what is bound then is up to the driver.
+    EGLint const nBack = current.ComeBack(m_display);
+    return nRun != EGL_SUCCESS ? nRun : nBack;
 }
 
-bool LayerContext::RunBound(Erased run, void* pJob) const {
+EGLint LayerContext::RunBound(Erased run, void* pJob) const {
     if (!Driver().eglMakeCurrent(m_display, m_surface, m_surface, m_context))
-        return false;
+        return DriverError();
     run(pJob);
-    return true;
+    return EGL_SUCCESS;
 }
 
 /** Leaves the calling thread alone. */
-bool LayerContext::RunElsewhere(Erased run, void* pJob) const {
-    bool fRun = false;
+EGLint LayerContext::RunElsewhere(Erased run, void* pJob) const {
+    EGLint nError = EGL_BAD_ALLOC;
     try {
         std::thread([&] {
-            fRun = RunBound(run, pJob);
+            nError = RunBound(run, pJob);
             Driver().eglReleaseThread();
         }).join();
     } catch (std::system_error const&) {
-        return false;
+        return EGL_BAD_ALLOC;
     }
-    return fRun;
+    return nError;
 }
 
 EGLImage LayerContext::CreateImage(unsigned int texture) const {

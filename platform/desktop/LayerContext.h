@@ -2,6 +2,7 @@
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
+#include <GLES2/gl2.h>
 
 #include <string>
 #include <type_traits>
@@ -18,25 +19,31 @@ public:
 
     EGLDisplay Display() const { return m_display; }
     /**
-     * Makes the context unless there is one. EGL_SUCCESS; EGL_BAD_PARAMETER when display or GL cannot share
-     * textures as images; what the driver says when there can be no context. The display is initialised.
+     * Makes the context unless there is one, and what follows known. EGL_SUCCESS, or what the driver says
+     * when there can be no context; the next call tries anew then. The display is initialised.
      */
     EGLint Start();
     /** The display was terminated, and the context with it. */
     void Forget();
 
-    /** EGL_NO_CONTEXT before Start. */
-    EGLContext Get() const { return m_context; }
+    /** Whether display and GL share textures as images. */
+    bool HasImages() const { return m_fImages; }
     /** Whether GL_UNPACK_ROW_LENGTH is understood. */
     bool HasRowLength() const { return m_fRowLength; }
+    /** The longest side that a texture can have. */
+    GLint MaxTextureSide() const { return m_nMaxTextureSide; }
+    /** The largest width and height that can be drawn into. */
+    GLint MaxDrawnWidth() const { return m_maxDrawn[0]; }
+    GLint MaxDrawnHeight() const { return m_maxDrawn[1]; }
 
     /**
      * Runs `job` with the context current and takes the calling thread back to what was current before. What
-     * the thread had given its own context to do is finished first. False, without a run, when the context
-     * cannot be bound.
+     * the thread had given its own context to do is finished first. EGL_SUCCESS; what the driver says when
+     * the context cannot be bound, and `job` was not run then; or what it says when the thread's own cannot
+     * be bound again, and nothing is current then.
      */
     template <class Job>
-    bool Run(Job&& job) {
+    EGLint Run(Job&& job) {
         using Function = std::remove_reference_t<Job>;
         return RunErased([](void* pJob) { (*static_cast<Function*>(pJob))(); }, &job);
     }
@@ -52,16 +59,22 @@ private:
     using Erased = void (*)(void* pJob);
 
     EGLint Make();
+    /** Gives up a context that cannot be used. */
+    void Drop();
     bool FindImageFunctions();
-    bool RunErased(Erased run, void* pJob) const;
-    bool RunBound(Erased run, void* pJob) const;
-    bool RunElsewhere(Erased run, void* pJob) const;
+    /** Asks the context, which is current, what it can do. */
+    void Examine();
+    EGLint RunErased(Erased run, void* pJob) const;
+    EGLint RunBound(Erased run, void* pJob) const;
+    EGLint RunElsewhere(Erased run, void* pJob) const;
 
     EGLDisplay m_display;
     EGLContext m_context = EGL_NO_CONTEXT;
     EGLSurface m_surface = EGL_NO_SURFACE;
     bool m_fRowLength = false;
-    bool m_fGlImages = false;
+    bool m_fImages = false;
+    GLint m_nMaxTextureSide = 0;
+    GLint m_maxDrawn[2] = {};
     PFNEGLCREATEIMAGEKHRPROC m_pfnCreateImage = nullptr;
     PFNEGLDESTROYIMAGEKHRPROC m_pfnDestroyImage = nullptr;
     std::string m_sDriverExtensions;

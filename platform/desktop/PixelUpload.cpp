@@ -113,7 +113,8 @@ void UploadRows(ANativeWindowBuffer const& buffer, std::int32_t nFirst, std::int
 
 /** The layer's context is its own: what an error flag says is about the calls since this one. */
 void ForgetErrors() {
-    while (Gl().glGetError() != GL_NO_ERROR) {}
+    constexpr int MaxFlags = 16; // more than GL has; a context that was lost reports for ever
+    for (int n = 0; n < MaxFlags && Gl().glGetError() != GL_NO_ERROR; ++n) {}
 }
 
 } // namespace

@@ -7,14 +7,12 @@
 #include "WindowTable.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
+#include <new>
 #include <vector>
 
 namespace kelvo::desktop {
 
 namespace {
-
-// More than some drivers can draw into, which yet make the surface and then draw nothing.
-constexpr std::int32_t MaxWindowSize = 16384;
 
 /** Attributes that pixel buffers have and windows do not. */
 bool IsPbufferAttribute(EGLint name) {
@@ -58,7 +56,8 @@ EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow con
     std::vector<EGLint> driverAttributes;
     if (window.width < 1 || window.height < 1)
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
-    if (window.width > MaxWindowSize || window.height > MaxWindowSize)
+    // Some drivers make such a surface and then draw nothing.
+    if (!BufferImages::Get().CanDraw(display, window.width, window.height))
         return Fail<EGLSurface>(EGL_BAD_ALLOC);
     if (!PbufferAttributes(window, attributes, driverAttributes))
         return Fail<EGLSurface>(EGL_BAD_ATTRIBUTE);
@@ -86,22 +85,60 @@ EGLint FinishDrawing(WindowSurface const& target) {
         return EGL_BAD_NATIVE_WINDOW;
     // Software draws when it has to, and that is here: no image of a buffer changes underneath it.
     bool fImages = false;
-    auto const still = BufferImages::Get().HoldStill(fImages);
-    if (!target.window->capture && fImages) {
+    auto const still = BufferImages::Get().HoldStill(&fImages);
+    EGLint nError = EGL_SUCCESS;
+    if (target.window->capture) {
+        EGLint nWidth = 0;
+        EGLint nHeight = 0;
+        if (!egl.eglQuerySurface(target.display, target.surface, EGL_WIDTH, &nWidth) ||
+            !egl.eglQuerySurface(target.display, target.surface, EGL_HEIGHT, &nHeight))
+            return DriverError();
+        nError = ReadFrame(target.display, target.surface, nWidth, nHeight, *target.window->frame);
+    }
+    if (fImages && !target.window->capture) {
         FinishCurrentContext();
-        return EGL_SUCCESS;
-    }
-    if (!target.window->capture) {
-        // Drivers need not do it for a pixel buffer, where a swap of their own has no effect.
+    } else {
+        // Drivers need not do it for a pixel buffer, where a swap of their own has no effect. After a frame
+        // that was read, and is complete, it still ends what the driver remembers of textures: Mesa's
+        // softpipe has copies of their texels until then, and would draw them again after another thread's
+        // unlock.
         FlushCurrentContext();
-        return EGL_SUCCESS;
     }
-    EGLint nWidth = 0;
-    EGLint nHeight = 0;
-    if (!egl.eglQuerySurface(target.display, target.surface, EGL_WIDTH, &nWidth) ||
-        !egl.eglQuerySurface(target.display, target.surface, EGL_HEIGHT, &nHeight))
-        return egl.eglGetError();
-    return ReadFrame(target.display, target.surface, nWidth, nHeight, *target.window->frame);
+    return nError;
+}
+
+/** Tells the window's handler of its frame. No exception goes up to callers that may know of none. */
+EGLint HandFrameOver(ANativeWindow& window) {
+    try {
+        window.frameFinished(&window, *window.frame);
+    } catch (std::bad_alloc const&) {
+        return EGL_BAD_ALLOC;
+    } catch (...) {
+        return EGL_BAD_NATIVE_WINDOW;
+    }
+    return EGL_SUCCESS;
+}
+
+/** A swap; `driverSwap(target)` has the driver's part, and gets null for surfaces that are none of these. */
+template <class DriverSwap>
+EGLBoolean SwapWith(EGLDisplay display, EGLSurface surface, DriverSwap driverSwap) {
+    PinnedSurface const target(display, surface);
+    if (!target)
+        return driverSwap(nullptr);
+    EGLint nError = FinishDrawing(*target);
+    if (nError != EGL_SUCCESS)
+        return Fail<EGLBoolean>(nError);
+    if (!driverSwap(&*target))
+        return EGL_FALSE;
+    ANativeWindow& window = *target->window;
+    ++window.frameCount;
+    if (window.capture) {
+        window.frame->serial = window.frameCount;
+        if (window.frameFinished)
+            nError = HandFrameOver(window); // and the window may be gone
+    }
+    // Whatever EGL calls the handler made.
+    return nError == EGL_SUCCESS ? Succeed() : Fail<EGLBoolean>(nError);
 }
 
 } // namespace
@@ -144,37 +181,34 @@ EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, voi
 }
 
 EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface) {
-    WindowSurface target;
-    if (!WindowTable::Get().FindSurface(display, surface, target))
+    return SwapWith(display, surface,
+                    [=](WindowSurface const*) { return Forward(Driver().eglSwapBuffers, display, surface); });
+}
+
+EGLBoolean SwapBuffersWithDamage(PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC driverSwap, EGLDisplay display,
+                                 EGLSurface surface, EGLint const* rectangles, EGLint count) {
+    return SwapWith(display, surface, [=](WindowSurface const* pTarget) {
+        if (!pTarget || (driverSwap && pTarget->window->x11Window))
+            return Forward(driverSwap, display, surface, rectangles, count);
+        if (count < 0 || (count > 0 && !rectangles))
+            return Fail<EGLBoolean>(EGL_BAD_PARAMETER);
         return Forward(Driver().eglSwapBuffers, display, surface);
-    EGLint const nError = FinishDrawing(target);
-    if (nError != EGL_SUCCESS)
-        return Fail<EGLBoolean>(nError);
-    if (!Forward(Driver().eglSwapBuffers, display, surface))
-        return EGL_FALSE;
-    ANativeWindow& window = *target.window;
-    ++window.frameCount;
-    if (window.capture) {
-        window.frame->serial = window.frameCount;
-        if (window.frameFinished)
-            window.frameFinished(&window, *window.frame);
-    }
-    // Whatever EGL calls the handler made, this call succeeded.
-    return Succeed();
+    });
 }
 
 EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute, EGLint* value) {
-    WindowSurface target;
     // EGL leaves the value alone when a window is asked for what only pixel buffers have.
     bool const fPbufferOnly =
         attribute != EGL_WIDTH && attribute != EGL_HEIGHT && IsPbufferAttribute(attribute);
     EGLint nIgnored = 0;
-    if (value && fPbufferOnly && WindowTable::Get().FindSurface(display, surface, target))
+    if (value && fPbufferOnly && WindowTable::Get().IsWindowSurface(display, surface))
         value = &nIgnored;
     return Forward(Driver().eglQuerySurface, display, surface, attribute, value);
 }
 
 EGLBoolean DestroySurface(EGLDisplay display, EGLSurface surface) {
+    // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
+    auto const still = BufferImages::Get().HoldStill();
     // First, for the driver may give the handle to another thread's surface at once.
     WindowTable::Get().RemoveSurface(display, surface);
     return Forward(Driver().eglDestroySurface, display, surface);

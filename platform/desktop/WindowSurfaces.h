@@ -1,6 +1,7 @@
 #pragma once
 
 #include <EGL/egl.h>
+#include <EGL/eglext.h>
 
 namespace kelvo::desktop {
 
@@ -13,6 +14,13 @@ EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, voi
 
 /** eglSwapBuffers; passes surfaces that are no window surfaces of this layer on. Throws std::bad_alloc. */
 EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface);
+
+/**
+ * eglSwapBuffersWithDamage of either extension; `driverSwap` is the driver's, or null. Where a window is no
+ * X11 window the damage, a hint, is of no use.
+ */
+EGLBoolean SwapBuffersWithDamage(PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC driverSwap, EGLDisplay display,
+                                 EGLSurface surface, EGLint const* rectangles, EGLint count);
 
 /** eglQuerySurface; window surfaces of this layer answer as such. */
 EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute, EGLint* value);

@@ -17,12 +17,18 @@ void WindowTable::AddWindow(ANativeWindow* window) {
 }
 
 void WindowTable::RemoveWindow(ANativeWindow* window) {
-    std::lock_guard<std::mutex> lock(m_mutex);
+    std::unique_lock<std::mutex> lock(m_mutex);
+    auto const forget = [&](bool fWhileMade) {
+        for (WindowSurface& surface : m_surfaces) {
+            if (surface.window == window && (fWhileMade || surface.surface != EGL_NO_SURFACE))
+                surface.window = nullptr;
+        }
+    };
+    // First, so that no thread takes it any more; one that makes a surface for it ends that by its address.
     m_windows.erase(std::remove(m_windows.begin(), m_windows.end(), window), m_windows.end());
-    for (WindowSurface& surface : m_surfaces) {
-        if (surface.window == window)
-            surface.window = nullptr;
-    }
+    forget(false);
+    m_unpinned.wait(lock, [&] { return !IsPinnedElsewhere(window); });
+    forget(true);
 }
 
 EGLint WindowTable::ClaimWindow(EGLDisplay display, ANativeWindow* window) {
@@ -35,33 +41,69 @@ EGLint WindowTable::ClaimWindow(EGLDisplay display, ANativeWindow* window) {
         if (surface.window == window)
             return EGL_BAD_ALLOC;
     }
+    m_pinned.reserve(m_pinned.size() + 1);
     m_surfaces.push_back({display, EGL_NO_SURFACE, window});
+    m_pinned.push_back({window, std::this_thread::get_id()});
     return EGL_SUCCESS;
 }
 
 void WindowTable::SettleClaim(ANativeWindow const* window, EGLSurface surface) {
-    if (surface == EGL_NO_SURFACE) {
+    if (surface == EGL_NO_SURFACE)
         RemoveSurfaces([window](WindowSurface const& candidate) { return candidate.window == window; });
-        return;
-    }
     std::lock_guard<std::mutex> lock(m_mutex);
     for (WindowSurface& candidate : m_surfaces) {
         if (candidate.window == window)
             candidate.surface = surface;
     }
+    UnpinLocked(window);
 }
 
-bool WindowTable::FindSurface(EGLDisplay display, EGLSurface surface, WindowSurface& found) const {
-    if (surface == EGL_NO_SURFACE)
-        return false;
+WindowSurface const* WindowTable::Find(EGLDisplay display, EGLSurface surface) const {
+    auto const found =
+        std::find_if(m_surfaces.begin(), m_surfaces.end(), [&](WindowSurface const& candidate) {
+            return candidate.display == display && candidate.surface == surface;
+        });
+    return surface != EGL_NO_SURFACE && found != m_surfaces.end() ? &*found : nullptr;
+}
+
+bool WindowTable::IsWindowSurface(EGLDisplay display, EGLSurface surface) const {
     std::lock_guard<std::mutex> lock(m_mutex);
-    for (WindowSurface const& candidate : m_surfaces) {
-        if (candidate.display == display && candidate.surface == surface) {
-            found = candidate;
-            return true;
-        }
-    }
-    return false;
+    return Find(display, surface) != nullptr;
+}
+
+bool WindowTable::IsPinnedElsewhere(ANativeWindow const* window) const {
+    return std::any_of(m_pinned.begin(), m_pinned.end(), [&](Pinned const& pinned) {
+        return pinned.window == window && pinned.thread != std::this_thread::get_id();
+    });
+}
+
+bool WindowTable::Pin(EGLDisplay display, EGLSurface surface, WindowSurface& found) {
+    std::unique_lock<std::mutex> lock(m_mutex);
+    WindowSurface const* pSurface = nullptr;
+    // Anew after each wait: the surface may have gone, or its window.
+    while ((pSurface = Find(display, surface)) && pSurface->window && IsPinnedElsewhere(pSurface->window))
+        m_unpinned.wait(lock);
+    if (!pSurface)
+        return false;
+    if (pSurface->window)
+        m_pinned.push_back({pSurface->window, std::this_thread::get_id()});
+    found = *pSurface;
+    return true;
+}
+
+void WindowTable::Unpin(ANativeWindow const* window) {
+    std::lock_guard<std::mutex> lock(m_mutex);
+    UnpinLocked(window);
+}
+
+void WindowTable::UnpinLocked(ANativeWindow const* window) {
+    auto const pinned = std::find_if(m_pinned.begin(), m_pinned.end(), [&](Pinned const& candidate) {
+        return candidate.window == window && candidate.thread == std::this_thread::get_id();
+    });
+    if (pinned == m_pinned.end())
+        return;
+    m_pinned.erase(pinned);
+    m_unpinned.notify_all();
 }
 
 void WindowTable::RemoveSurface(EGLDisplay display, EGLSurface surface) {

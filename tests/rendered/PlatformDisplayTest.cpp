@@ -2,6 +2,8 @@
 
 #include <kelvo_desktop/Display.h>
 
+#include <dlfcn.h>
+
 #include <cstdlib>
 #include <string>
 
@@ -51,6 +53,16 @@ TEST_F(PlatformDisplay, ChoosingDoesNotTerminateOneInUse) {
     eglGetDisplay(EGL_DEFAULT_DISPLAY);
     EXPECT_TRUE(desktop::SelectPlatform(nullptr));
     EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
+    EXPECT_NE(eglQueryString(display, EGL_VENDOR), nullptr);
+    eglTerminate(display);
+    // Nor one that another library uses by the driver itself.
+    void* const pDriver = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
+    auto const initialize = reinterpret_cast<decltype(&eglInitialize)>(dlsym(pDriver, "eglInitialize"));
+    ASSERT_TRUE(initialize(display, nullptr, nullptr));
+    for (char const* platform : {"device:0", "surfaceless", ""}) {
+        EXPECT_TRUE(desktop::SelectPlatform(platform));
+        eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    }
     EXPECT_NE(eglQueryString(display, EGL_VENDOR), nullptr);
     eglTerminate(display);
 }

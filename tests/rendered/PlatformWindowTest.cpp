@@ -1,5 +1,9 @@
 #include "EglProgram.h"
 
+#include <EGL/eglext.h>
+
+#include <atomic>
+#include <memory>
 #include <new>
 #include <thread>
 
@@ -55,7 +59,7 @@ TEST_F(PlatformWindow, OtherBadArgumentsAreReportedAsEglSays) {
     auto const native = reinterpret_cast<EGLNativeWindowType>(static_cast<ANativeWindow*>(&window));
     EGLint const width[] = {EGL_WIDTH, 8, EGL_NONE};
     EGLint const renderBuffer[] = {EGL_RENDER_BUFFER, EGL_WIDTH, EGL_NONE};
-    OffscreenWindow wide(16385, 1);
+    OffscreenWindow wide(1 << 24, 1);
 
     EXPECT_EQ(eglCreateWindowSurface(EGL_NO_DISPLAY, Config(), native, nullptr), EGL_NO_SURFACE);
     EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
@@ -156,6 +160,53 @@ TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
     EXPECT_TRUE(CompareImages(frames[1], Image(9, 6, Blue), {}, "second"));
     EXPECT_EQ(errors[0], EGL_SUCCESS);
     EXPECT_EQ(errors[1], EGL_BAD_NATIVE_WINDOW);
+}
+
+TEST_F(PlatformWindow, SwappedWithDamageShowsItsFrame) {
+    OffscreenWindow window(8, 6);
+    window.SetCapture(true);
+    EGLSurface const surface = StartDrawing(Config(), window);
+    unsigned long nFrames = 0;
+    for (char const* name : {"eglSwapBuffersWithDamageKHR", "eglSwapBuffersWithDamageEXT"}) {
+        auto const swap = reinterpret_cast<PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC>(eglGetProcAddress(name));
+        if (!swap)
+            continue;
+        EGLint const all[] = {0, 0, 8, 6};
+        EXPECT_TRUE(swap(m_display, surface, all, 1)) << name;
+        EXPECT_EQ(window.LastFrame().serial, ++nFrames);
+        EXPECT_FALSE(swap(m_display, surface, nullptr, 1));
+        EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+    }
+}
+
+TEST_F(PlatformWindow, ThreadsSwapsEndWhenAnotherDestroysItOrTerminatesItsDisplay) {
+    EGLDisplay const display = m_display;
+    for (bool const fTerminate : {false, true}) {
+        ASSERT_TRUE(eglInitialize(m_display, nullptr, nullptr));
+        auto pWindow = std::make_unique<OffscreenWindow>(64, 64);
+        std::atomic<int> nFrames{0};
+        pWindow->SetCapture(true);
+        pWindow->user = &nFrames;
+        pWindow->frameFinished = [](ANativeWindow* which, desktop::FinishedFrame const& frame) {
+            EXPECT_EQ(frame.pixels.size(), std::size_t(64 * 64 * 4));
+            ++*static_cast<std::atomic<int>*>(which->user);
+        };
+        EGLint nError = EGL_SUCCESS;
+        std::thread renderer([&] {
+            EGLSurface const surface = StartDrawing(Config(), *pWindow);
+            while (eglSwapBuffers(display, surface)) {}
+            nError = eglGetError();
+            eglReleaseThread();
+        });
+        while (nFrames < 3)
+            std::this_thread::yield();
+        if (fTerminate)
+            eglTerminate(display);
+        else
+            pWindow.reset();
+        renderer.join();
+        EXPECT_EQ(nError, fTerminate ? EGL_NOT_INITIALIZED : EGL_BAD_NATIVE_WINDOW);
+    }
 }
 
 TEST_F(PlatformWindow, SwapWantsTheCurrentDrawSurfaceOfALivingWindow) {

@@ -19,7 +19,9 @@ struct FinishedFrame;
  */
 struct ANativeWindow {
     /** Called inside eglSwapBuffers, on its thread, after a captured frame is complete and the GL state is
-       back to what it was. `frame` is the window's own storage: copy what has to outlive the next swap. */
+       back to what it was. `frame` is the window's own storage: copy what has to outlive the next swap. It
+       may destroy the window. An exception ends here: eglSwapBuffers then fails with EGL_BAD_NATIVE_WINDOW,
+       or EGL_BAD_ALLOC for std::bad_alloc, although the frame is finished and counted. */
     using FrameHandler = void (*)(ANativeWindow* window, kelvo::desktop::FinishedFrame const& frame);
 
     /** Value of `magic` in a prepared window (the letters "_wnd", as on Android). */
@@ -31,7 +33,7 @@ struct ANativeWindow {
 
     /**
      * A surface that still exists for the window stays valid to destroy; swapping it is
-     * EGL_BAD_NATIVE_WINDOW.
+     * EGL_BAD_NATIVE_WINDOW. A swap that is under way on another thread, its handler included, ends first.
      */
     ~ANativeWindow() {
         if (release)

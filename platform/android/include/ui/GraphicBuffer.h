@@ -14,7 +14,9 @@ namespace android {
  * Pixels that the CPU writes and GL samples, as an EGL image over getNativeBuffer(). They begin as zeros.
  *
  * What was written between lock and unlock, on any thread, is what draws sample from the end of unlock on; it
- * stays out of sight until then. One thread at a time has the buffer locked.
+ * stays out of sight until then. One thread at a time has the buffer locked. (A driver may keep copies of
+ * texels within a frame, as Mesa's softpipe does: there, what another thread unlocks while a frame is drawn
+ * with the buffer is seen from the next eglSwapBuffers on.)
  */
 class ANDROID_API GraphicBuffer : public ANativeWindowBuffer, public LightRefBase<GraphicBuffer> {
 public:

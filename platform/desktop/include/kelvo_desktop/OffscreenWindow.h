@@ -24,8 +24,8 @@ struct FinishedFrame {
 /**
  * Prepares `window` for off-screen drawing, `width` by `height` pixels, without capture and without a
  * handler. A window that was prepared before starts afresh. When a surface is asked for, a size below 1 is
- * refused with EGL_BAD_NATIVE_WINDOW and one above 16384 with EGL_BAD_ALLOC. Any thread; throws
- * std::bad_alloc.
+ * refused with EGL_BAD_NATIVE_WINDOW and one beyond what the driver's GL can draw into with EGL_BAD_ALLOC.
+ * Any thread; throws std::bad_alloc.
  */
 KELVO_DESKTOP_API void InitialiseOffscreen(ANativeWindow& window, int width, int height);
 
