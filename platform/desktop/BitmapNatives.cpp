@@ -17,6 +17,8 @@ namespace {
 /** At a time between a Java array and a bitmap. */
 constexpr int ChunkSize = 256;
 
+static_assert(sizeof(jlong) >= sizeof(void*), "Java keeps an address in a long");
+
 SkBitmap& BitmapOf(jlong bitmap) {
     return *reinterpret_cast<SkBitmap*>(static_cast<std::intptr_t>(bitmap));
 }

@@ -4,6 +4,7 @@
 #include "BufferImages.h"
 #include "pixelflinger/pixelflinger.h"
 
+#include <cstdint>
 #include <new>
 
 namespace android {

@@ -13,17 +13,21 @@ namespace {
 /** What is current on the calling thread, while OpenGL ES is its API. */
 class Current {
 public:
-    Current() : m_api(Egl().eglQueryAPI()), m_contextApi(EGL_OPENGL_ES_API) {
+    Current() : m_api(Egl().eglQueryAPI()) {
         // A thread has one context of the two GLs, which some drivers tell of while its own API is bound
         // only.
-        for (EGLenum const api : {m_api, EGLenum(EGL_OPENGL_ES_API), EGLenum(EGL_OPENGL_API)}) {
-            if (IsNothing() && (api == EGL_OPENGL_ES_API || api == EGL_OPENGL_API) && Egl().eglBindAPI(api))
-                Look(api);
-        }
-        Egl().eglBindAPI(EGL_OPENGL_ES_API);
+        if (m_api == EGL_OPENGL_API)
+            Look(m_api);
+        if (m_api != EGL_OPENGL_ES_API)
+            Egl().eglBindAPI(EGL_OPENGL_ES_API);
+        if (IsNothing())
+            Look(EGL_OPENGL_ES_API);
     }
     Current(Current const&) = delete;
-    ~Current() { Egl().eglBindAPI(m_api); }
+    ~Current() {
+        if (m_api != EGL_OPENGL_ES_API)
+            Egl().eglBindAPI(m_api);
+    }
 
     bool IsNothing() const { return m_context == EGL_NO_CONTEXT; }
 
@@ -40,7 +44,8 @@ public:
 
     /** Makes it current instead of a context of `from`; with nothing current where that fails. */
     EGLint ComeBack(EGLDisplay from) const {
-        Egl().eglBindAPI(m_contextApi);
+        if (m_contextApi != EGL_OPENGL_ES_API)
+            Egl().eglBindAPI(m_contextApi);
         if (Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context))
             return EGL_SUCCESS;
         EGLint const nError = DriverError();
@@ -69,7 +74,7 @@ private:
     }
 
     EGLenum m_api;
-    EGLenum m_contextApi;
+    EGLenum m_contextApi = EGL_OPENGL_ES_API;
     EGLDisplay m_display = EGL_NO_DISPLAY;
     EGLContext m_context = EGL_NO_CONTEXT;
     EGLSurface m_draw = EGL_NO_SURFACE;
