@@ -10,6 +10,7 @@ class Container : public trevik::ClassContainer {
 public:
     explicit Container(Backend const& backend) : m_backend(backend) { m_nClassID = AlphaTestGroup::ClassID; }
     trevik::Referenced* Create() override { return new (std::nothrow) AlphaTestGroup(m_backend); }
+    trevik::ObjectKind::Enum GetKind() const override { return trevik::KindOf<AlphaTestGroup>(); }
 
 private:
     Backend const& m_backend;

@@ -41,11 +41,10 @@ bool LoadMask(Deserializer& deserializer, TransformNode& node) {
 /** Adds the effect that the current document node describes. */
 bool LoadEffect(Deserializer& deserializer, TransformNode& node) {
     unsigned int const nTypeID = deserializer.GetCurrentNode()->GetTypeID();
-    Referenced* const pObject = deserializer.GetRegistry().Create(nTypeID);
     // The id comes from a file: what it creates need not be an effect.
-    Ref<Effect> const pEffect(dynamic_cast<Effect*>(pObject));
+    Ref<Effect> const pEffect(
+        static_cast<Effect*>(deserializer.GetRegistry().Create(nTypeID, ObjectKind::Effect)));
     if (!pEffect) {
-        delete pObject;
         return deserializer.Fail(u"no class of effects is registered under the type id %u", nTypeID);
     }
     if (!pEffect->Load(deserializer)) {

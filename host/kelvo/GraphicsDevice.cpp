@@ -130,13 +130,9 @@ bool GraphicsDevice::PopMasks(List<Mask*>&) {
 
 EffectResource* GraphicsDevice::CreateEffectResource(unsigned int nClassID) {
     ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
-    Referenced* const pObject = pRegistry ? pRegistry->Create(nClassID) : nullptr;
     // The id is the caller's: what it creates need not be a resource.
-    EffectResource* const pResource = dynamic_cast<EffectResource*>(pObject);
-    if (!pResource) {
-        delete pObject;
-    }
-    return pResource;
+    return pRegistry ? static_cast<EffectResource*>(pRegistry->Create(nClassID, ObjectKind::EffectResource))
+                     : nullptr;
 }
 
 void GraphicsDevice::SetHighlight(bool fEnabled, ColorT<RealFloat> const& color) {

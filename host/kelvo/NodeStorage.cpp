@@ -19,13 +19,8 @@ Node* CreateNode(ClassRegistry& registry, unsigned int nTypeID) {
     if (!registry.IsRegistered(nTypeID) && nTypeID == TransformNode::ClassID) {
         return new (std::nothrow) TransformNode; // needs no back end
     }
-    Referenced* const pObject = registry.Create(nTypeID);
     // The id comes from a file: what it creates need not be a node.
-    Node* const pNode = dynamic_cast<Node*>(pObject);
-    if (!pNode) {
-        delete pObject;
-    }
-    return pNode;
+    return static_cast<Node*>(registry.Create(nTypeID, ObjectKind::Node));
 }
 
 /** What back ends make of a texture depends on geometry that they build in Load, after the host has read the

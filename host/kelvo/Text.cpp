@@ -153,7 +153,8 @@ void Text::SetFont(Font* pFont) {
         m_pLayout->Forget();
     }
     m_pFont = pFont;
-    m_pPolygonalFont = dynamic_cast<PolygonalFont*>(pFont);
+    bool const fPolygonal = pFont && pFont->GetFactoryClassID() == PolygonalFont::FactoryClassID;
+    m_pPolygonalFont = fPolygonal ? static_cast<PolygonalFont*>(pFont) : nullptr;
     m_nMarks |= LayoutMark;
 }
 

@@ -16,6 +16,10 @@ Referenced* ClassContainer::Create() {
     return nullptr;
 }
 
+ObjectKind::Enum ClassContainer::GetKind() const {
+    return ObjectKind::Other;
+}
+
 ClassRegistry::ClassRegistry() {
     ClassRegistry* none = nullptr;
     g_pDefault.compare_exchange_strong(none, this);
@@ -52,6 +56,12 @@ bool ClassRegistry::AddClassContainer(ClassContainer* container) {
 Referenced* ClassRegistry::Create(unsigned int classID) const {
     int const index = Find(classID);
     return index < 0 ? nullptr : m_containers[static_cast<unsigned int>(index)]->Create();
+}
+
+Referenced* ClassRegistry::Create(unsigned int classID, ObjectKind::Enum kind) const {
+    int const index = Find(classID);
+    return index < 0 || m_containers[static_cast<unsigned int>(index)]->GetKind() != kind ? nullptr
+                                                                                          : Create(classID);
 }
 
 bool ClassRegistry::IsRegistered(unsigned int classID) const {

@@ -5,8 +5,29 @@
 #include "trevik/Referenced.h"
 
 #include <new>
+#include <type_traits>
 
 namespace trevik {
+
+namespace kelvo {
+class Effect;
+class EffectResource;
+class Node;
+} // namespace kelvo
+
+/** What the host may take an object for that it has created by a name out of a file. */
+struct ObjectKind {
+    enum Enum { Other, Node, Effect, EffectResource };
+};
+
+/** The kind of T's objects. Known when T is compiled: it takes no type information at run time. */
+template <class T>
+constexpr ObjectKind::Enum KindOf() {
+    return std::is_base_of<kelvo::Node, T>::value             ? ObjectKind::Node
+           : std::is_base_of<kelvo::Effect, T>::value         ? ObjectKind::Effect
+           : std::is_base_of<kelvo::EffectResource, T>::value ? ObjectKind::EffectResource
+                                                              : ObjectKind::Other;
+}
 
 /** Makes objects of one class, which the host knows by the id of its name. */
 class TREVIK_API ClassContainer {
@@ -19,6 +40,9 @@ public:
      * @return null when there is no memory.
      */
     virtual Referenced* Create();
+
+    /** What Create makes; Other in the base class, and then no file can ask for it. */
+    virtual ObjectKind::Enum GetKind() const;
 
     /** The id of the class name, see HashName; its top bit is clear. */
     unsigned int m_nClassID;
@@ -34,6 +58,7 @@ public:
     explicit ClassContainerT(unsigned int classID) { m_nClassID = classID; }
 
     Referenced* Create() override { return new (std::nothrow) T; }
+    ObjectKind::Enum GetKind() const override { return KindOf<T>(); }
 };
 
 } // namespace trevik

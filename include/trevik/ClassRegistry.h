@@ -26,6 +26,9 @@ public:
     /** A new object of the class with this id, owned by the caller; null when there is none, or no memory. */
     Referenced* Create(unsigned int classID) const;
 
+    /** The same where the class is of this kind; null, and nothing is created, where it is of another. */
+    Referenced* Create(unsigned int classID, ObjectKind::Enum kind) const;
+
     bool IsRegistered(unsigned int classID) const;
 
     /**

@@ -177,7 +177,7 @@ TEST(VirtualSlots, PropertiesAndControllers) {
 }
 
 TEST(VirtualSlots, ServicesAndMasks) {
-    Slots(AfterDestructor).IS(ClassContainer::Create);
+    Slots(AfterDestructor).IS(ClassContainer::Create).IS(ClassContainer::GetKind);
     Slots(AfterDestructor).IS(ClassRegistry::AddClassContainer);
     Slots(AfterDestructor).IS(Dispatcher::Enqueue);
     // The geometry is the fourth operation after the destructor's entries.

@@ -42,7 +42,7 @@ struct KerningPair {
  */
 class TREVIK_API Font : public Referenced, public ITraceable {
 public:
-    /** `nFactoryClassID`: see GetFactoryClassID. */
+    /** `nFactoryClassID`: see GetFactoryClassID. That of PolygonalFont is for classes that derive from it. */
     explicit Font(unsigned int nFactoryClassID);
     ~Font() override;
     Font(Font const&) = delete;
