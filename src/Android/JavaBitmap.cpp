@@ -9,6 +9,12 @@
 
 namespace trevik::kelvo {
 
+namespace {
+
+constexpr int PixelFormatA8 = 8; // has no name in most of Android's headers
+
+} // namespace
+
 EGLImageSkPixelRef::EGLImageSkPixelRef(EGLImageHelper* pSurface)
     : SkPixelRef(nullptr), m_pSurface(pSurface) {}
 
@@ -57,7 +63,7 @@ SkBitmap::Config GetBitmapConfig(int nPixelFormat) {
         return SkBitmap::kRGB_565_Config;
     case ::android::PIXEL_FORMAT_RGBA_4444:
         return SkBitmap::kARGB_4444_Config;
-    case ::android::PIXEL_FORMAT_A_8:
+    case PixelFormatA8:
         return SkBitmap::kA8_Config;
     default:
         return SkBitmap::kNo_Config; // RGBX among them: intended
