@@ -2,9 +2,12 @@
 # they are for this project's own tools.
 include(CMakePackageConfigHelpers)
 
-set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20 kelvo_desktop)
-# The libraries find each other where they lie together, whatever the prefix.
-set_target_properties(kelvo kelvoGLES20 kelvo_desktop PROPERTIES INSTALL_RPATH "$ORIGIN")
+set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20)
+if(TARGET kelvo_desktop)
+    list(APPEND kelvo_installed_targets kelvo_desktop)
+    # The libraries find each other where they lie together, whatever the prefix.
+    set_target_properties(kelvo kelvoGLES20 kelvo_desktop PROPERTIES INSTALL_RPATH "$ORIGIN")
+endif()
 install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
@@ -12,12 +15,15 @@ if(TARGET kelvo-player)
     install(TARGETS kelvo-player RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
 endif()
 
-install(DIRECTORY include/ host/include/ platform/desktop/include/
-    DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
 # Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
 # the back end that need them.
-install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
-    FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")
+if(TARGET kelvo_desktop)
+    install(DIRECTORY platform/desktop/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+        FILES_MATCHING PATTERN "*.h")
+    install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+        FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")
+endif()
 install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20
     FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE)
 
@@ -28,6 +34,9 @@ write_basic_package_version_file(${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake CO
 install(FILES ${CMAKE_BINARY_DIR}/KelvoConfig.cmake ${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake
     DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 
+if(NOT TARGET kelvo_desktop)
+    return()
+endif()
 # The file finds its prefix from where it lies, since the prefix may be chosen as late as `cmake --install`.
 file(RELATIVE_PATH kelvo_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" kelvo_prefix_from_pc "${kelvo_prefix_from_pc}")

@@ -1,6 +1,7 @@
 #include "trevik/Assert.h"
 
 #include "trevik/Immortal.h"
+#include "trevik/LogLine.h"
 #include "trevik/Mutex.h"
 
 #include <cstdio>
@@ -28,7 +29,9 @@ void AssertFail(char const* file, unsigned int line, char const* expression) {
     if (handler.pfnHandle) {
         handler.pfnHandle(handler.pUser, file, line, expression);
     } else {
-        std::fprintf(stderr, "%s:%u: assertion failed: %s\n", file, line, expression);
+        char text[1024]; // on the stack: it may be memory that is missing
+        std::snprintf(text, sizeof(text), "%s:%u: assertion failed: %s", file, line, expression);
+        LogLine(TraceLevel::Error, text);
     }
 }
 

@@ -1,10 +1,10 @@
 #include "trevik/Debug.h"
 
 #include "trevik/Immortal.h"
+#include "trevik/LogLine.h"
 #include "trevik/Mutex.h"
 
 #include <atomic>
-#include <cstdio>
 
 namespace trevik {
 
@@ -19,13 +19,6 @@ Mutex& SinkMutex() {
 TraceSink g_sink = {nullptr, nullptr};
 std::atomic<int> g_nMinimumLevel{TraceLevel::Error};
 
-void PrintLine(StringEncoded<UTF16Encoding> const& message) {
-    StringEncoded<UTF8Encoding> const text(message);
-    unsigned int const length = text.GetLength();
-    bool const broken = length > 0 && text[length - 1] == '\n';
-    std::fprintf(stderr, broken ? "%s" : "%s\n", text.GetData());
-}
-
 } // namespace
 
 void Debug::Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message) {
@@ -37,7 +30,7 @@ void Debug::Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& me
     if (sink.pfnTrace) {
         sink.pfnTrace(sink.pUser, level, message);
     } else {
-        PrintLine(message);
+        LogLine(level, StringEncoded<UTF8Encoding>(message).GetData());
     }
 }
 

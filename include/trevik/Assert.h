@@ -5,8 +5,8 @@
 namespace trevik {
 
 /**
- * Reports a broken invariant: to the handler that is installed, or else as one line on stderr. It may return,
- * so its callers go on, or give up in their own way. Any thread.
+ * Reports a broken invariant: to the handler that is installed, or else as one line where traces go by
+ * default. It may return, so its callers go on, or give up in their own way. Any thread.
  */
 TREVIK_API void AssertFail(char const* file, unsigned int line, char const* expression);
 
@@ -14,7 +14,7 @@ TREVIK_API void AssertFail(char const* file, unsigned int line, char const* expr
 struct AssertHandler {
     using Function = void (*)(void* user, char const* file, unsigned int line, char const* expression);
 
-    Function pfnHandle; // null: the default, one line on stderr
+    Function pfnHandle; // null: the default, one line where traces go by default
     void* pUser;
 };
 

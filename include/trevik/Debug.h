@@ -17,7 +17,7 @@ struct TraceSink {
     using Function = void (*)(void* user, TraceLevel::Enum level,
                               StringEncoded<UTF16Encoding> const& message);
 
-    Function pfnTrace; // null: the default, one line on stderr in UTF-8
+    Function pfnTrace; // null: the default, one line in UTF-8 on stderr, or in Android's log
     void* pUser;
 };
 

@@ -31,7 +31,7 @@ std::string WithPosix(char const* others) {
 
 Room const g_include = {"include", "include/", "pthread\\.h"};
 Room const g_jni = {"include/trevik/jni", "include/", "pthread\\.h|jni\\.h"};
-std::string const g_hostSystem = WithPosix("jni\\.h");
+std::string const g_hostSystem = WithPosix("jni\\.h|android/log\\.h");
 Room const g_host = {"host", "(include|host)/", g_hostSystem.c_str()};
 // Of the platform the back end sees what an Android tree has, too.
 Room const g_back = {"src", "(include|src|platform/android/include)/",
