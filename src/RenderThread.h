@@ -8,16 +8,26 @@
 namespace trevik::kelvo {
 
 /**
- * Calls `work` on the render thread: at once when that is the calling one, else at its next Process, in the
- * order of arrival, without waiting. False, with nothing called and nothing queued, without memory.
+ * Calls `work`, which lets go of what belongs to a context, on the render thread: at once when that is the
+ * calling one, else at its next Process, in the order of arrival, without waiting. Once the context is gone
+ * it is not called: all went with the context.
+ * @param nContext a GraphicsDeviceGL2::GetContextNumber.
+ * @return false, with nothing called and nothing queued, without memory.
  */
 template <class F>
-bool DoInRenderThread(F const& work) {
+bool DoInContext(unsigned int nContext, F const& work) {
+    if (nContext != GraphicsDeviceGL2::GetContextNumber()) {
+        return true;
+    }
     if (GraphicsDeviceGL2::InRenderThread()) {
         work();
         return true;
     }
-    Ref<OperationBase> pOperation(new (std::nothrow) Operation(work));
+    Ref<OperationBase> pOperation(new (std::nothrow) Operation([nContext, work] {
+        if (nContext == GraphicsDeviceGL2::GetContextNumber()) {
+            work();
+        }
+    }));
     return GraphicsDeviceGL2::GetDispatcher()->Enqueue(pOperation);
 }
 

@@ -73,12 +73,7 @@ void UploadLevel(Upload const& upload, GLint nLevel, MipLevel const& level, unsi
 
 /** Deletes one of a context's textures, unless that is gone; off the render thread at the next Process. */
 void DeleteTexture(GLuint nName, unsigned int nContext) {
-    bool const fTaken = DoInRenderThread([nName, nContext] {
-        if (nContext == GraphicsDeviceGL2::GetContextNumber()) {
-            glDeleteTextures(1, &nName);
-        }
-    });
-    if (!fTaken) {
+    if (!DoInContext(nContext, [nName] { glDeleteTextures(1, &nName); })) {
         static char16_t const s_message[] = u"[kelvo] A GL texture leaks: out of memory";
         Debug::Trace(TraceLevel::Error, StringEncoded<UTF16Encoding>::FromLiteral(s_message));
     }

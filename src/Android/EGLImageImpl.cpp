@@ -160,13 +160,12 @@ void EGLImageImpl::Destroy() {
         return;
     }
     auto const destroy = [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture,
-                          display = m_display, nContext = m_nContext] {
+                          display = m_display] {
         ScopedLock const lock(s_bufferMutex); // whoever queued this lets go of the buffer before the mutex
-        bool const fThere = nContext == GraphicsDeviceGL2::GetContextNumber();
-        Destroy_RenderThread(pBuffer, fThere ? eglImage : EGL_NO_IMAGE_KHR, fThere ? nTexture : -1, display);
+        Destroy_RenderThread(pBuffer, eglImage, nTexture, display);
     };
     m_pGraphicBuffer.clear();
-    if (!DoInRenderThread(destroy)) {
+    if (!DoInContext(m_nContext, destroy)) {
         TraceLeak();
     }
     m_eglImage = EGL_NO_IMAGE_KHR;
