@@ -270,12 +270,6 @@ StringEncoded<UTF16Encoding> Node::GetPath() const {
     return sPath;
 }
 
-void Node::AcceptChildren(NodeVisitor& visitor, void* pArgument) {
-    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
-        m_children[nChild]->Accept(visitor, pArgument);
-    }
-}
-
 Node* Node::CloneChildrenInto(Node* pCopy) const {
     for (unsigned int nChild = 0; pCopy && nChild < m_children.GetCount(); ++nChild) {
         Node* const pChild = m_children[nChild]->CloneTree();

@@ -25,14 +25,6 @@ void Sprite::SetStyleMarks() {
     m_antialias.SetMarks(m_nMarks, StyleMark);
 }
 
-void Sprite::TakeStyle() {
-    m_nStyle = (m_blendMode.GetValue() == BlendMode::Normal ? Plain : 0u) |
-               (m_antialias.GetValue() ? Antialiased : 0u);
-    if (!m_blendMode.GetBinding() && !m_antialias.GetBinding()) {
-        m_nMarks &= ~unsigned(StyleMark);
-    }
-}
-
 void Sprite::Emit(MemoryTracer* pTracer) {
     TransformNode::Emit(pTracer);
     pTracer->EmitObject(m_pTexture.Get());

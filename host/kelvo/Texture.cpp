@@ -14,56 +14,6 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** How a format lays an image out. */
-struct FormatLayout {
-    int m_nBytesPerPixel; ///< 0 for compressed formats
-    int m_nBytesPerBlock; ///< of 4 × 4 pixels; 0 for others
-    int m_nPlanes;        ///< images per level; 0 for what is no texture's own format
-};
-
-/** By TextureFormat::Enum. */
-constexpr FormatLayout g_layouts[] = {
-    {2, 0, 1},  // RGB565
-    {2, 0, 1},  // RGBA5551
-    {2, 0, 1},  // RGBA4444
-    {2, 0, 1},  // ARGB4444
-    {3, 0, 1},  // RGB888
-    {4, 0, 1},  // RGBX8888
-    {4, 0, 1},  // RGBA8888
-    {4, 0, 1},  // BGRA8888
-    {0, 8, 1},  // ATC_RGB
-    {0, 16, 1}, // ATC_RGBA
-    {2, 0, 1},  // Depth16
-    {4, 0, 1},  // Depth24Stencil8
-    {0, 8, 0},  // ETC1_Alpha
-    {0, 8, 1},  // ETC1_RGB
-    {0, 8, 2},  // ETC1_RGBA
-    {1, 0, 1},  // Alpha8
-    {2, 0, 1}   // Single16
-};
-
-constexpr int BlockSide = 4;
-
-FormatLayout GetLayout(int nFormat) {
-    constexpr int nFormats = sizeof(g_layouts) / sizeof(g_layouts[0]);
-    return nFormat >= 0 && nFormat < nFormats ? g_layouts[nFormat] : FormatLayout{0, 0, 0};
-}
-
-unsigned long long CountBlocks(int nSide) {
-    return (static_cast<unsigned long long>(nSide) + BlockSide - 1) / BlockSide;
-}
-
-/** GetRowSize without a limit. */
-unsigned long long ComputeRowSize(int nWidth, int nFormat) {
-    FormatLayout const layout = GetLayout(nFormat);
-    if (nWidth <= 0) {
-        return 0;
-    }
-    return layout.m_nBytesPerBlock != 0
-               ? CountBlocks(nWidth) * static_cast<unsigned int>(layout.m_nBytesPerBlock)
-               : static_cast<unsigned long long>(nWidth) * static_cast<unsigned int>(layout.m_nBytesPerPixel);
-}
-
 /** Whether the level's size and place fit its format and the data. */
 bool IsLevelValid(MipLevel const& level, int nFormat, unsigned int nSize) {
     unsigned int const nNeeded = Texture::GetImageSize(level.m_nWidth, level.m_nHeight, nFormat);
@@ -71,7 +21,7 @@ bool IsLevelValid(MipLevel const& level, int nFormat, unsigned int nSize) {
         static_cast<unsigned int>(level.m_nSize) < nNeeded) {
         return false;
     }
-    unsigned long long const nPlanes = static_cast<unsigned int>(GetLayout(nFormat).m_nPlanes);
+    unsigned long long const nPlanes = static_cast<unsigned int>(FormatLayout::Get(nFormat).m_nPlanes);
     return static_cast<unsigned int>(level.m_nOffset) + nPlanes * static_cast<unsigned int>(level.m_nSize) <=
            nSize;
 }
@@ -88,7 +38,7 @@ bool AreLevelsValid(List<MipLevel> const& levels, int nWidth, int nHeight, int n
         nWidth = nWidth > 1 || fSmallest ? nWidth / 2 : 1;
         nHeight = nHeight > 1 || fSmallest ? nHeight / 2 : 1;
     }
-    return !levels.IsEmpty() && GetLayout(nFormat).m_nPlanes != 0;
+    return !levels.IsEmpty() && FormatLayout::Get(nFormat).m_nPlanes != 0;
 }
 
 /** Sizes of an image: of the part that is used, and of the whole. */
@@ -147,43 +97,16 @@ Texture::Texture() = default;
 
 Texture::~Texture() = default;
 
-int Texture::GetBytesPerPixel(int nFormat) {
-    return GetLayout(nFormat).m_nBytesPerPixel;
-}
-
 int Texture::GetBytesPerPixel() const {
     return GetBytesPerPixel(m_format);
 }
 
 bool Texture::IsCompressed() const {
-    return GetLayout(m_format).m_nBytesPerBlock != 0;
-}
-
-unsigned int Texture::GetRowSize(int nWidth, int nFormat) {
-    unsigned long long const nSize = ComputeRowSize(nWidth, nFormat);
-    return nSize <= INT_MAX ? static_cast<unsigned int>(nSize) : 0;
-}
-
-unsigned int Texture::GetImageSize(int nWidth, int nHeight, int nFormat) {
-    if (nHeight <= 0) {
-        return 0;
-    }
-    bool const fBlocks = GetLayout(nFormat).m_nBytesPerBlock != 0;
-    unsigned long long const nRows =
-        fBlocks ? CountBlocks(nHeight) : static_cast<unsigned long long>(nHeight);
-    unsigned long long const nRowSize = ComputeRowSize(nWidth, nFormat);
-    return nRowSize <= INT_MAX / nRows ? static_cast<unsigned int>(nRowSize * nRows) : 0;
+    return FormatLayout::Get(m_format).m_nBytesPerBlock != 0;
 }
 
 int Texture::GetStride() {
     return static_cast<int>(GetRowSize(m_nAllocatedWidth, m_format));
-}
-
-void Texture::SetSize(int nWidth, int nHeight) {
-    m_nWidth = nWidth;
-    m_nHeight = nHeight;
-    m_nAllocatedWidth = nWidth;
-    m_nAllocatedHeight = nHeight;
 }
 
 void Texture::SetUsedSize(int nWidth, int nHeight) {
@@ -198,7 +121,7 @@ void Texture::SetUsedSize(int nWidth, int nHeight) {
 }
 
 bool Texture::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData, int nStride) {
-    FormatLayout const layout = GetLayout(format);
+    FormatLayout const layout = FormatLayout::Get(format);
     unsigned long long const nPlane = GetImageSize(nWidth, nHeight, format);
     unsigned long long const nSize = nPlane * static_cast<unsigned int>(layout.m_nPlanes);
     long long const nRowLength = static_cast<long long>(nWidth) * layout.m_nBytesPerPixel;

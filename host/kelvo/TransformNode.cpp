@@ -160,13 +160,6 @@ void TransformNode::RegisterProperties() {
     m_properties.Register(u"Selectable", &m_selectable);
 }
 
-void TransformNode::TakeDrawState() const {
-    m_nDrawState = (m_visible.GetValue() ? Visible : 0u) | (m_depth.GetValue() ? CameraDepth : 0u);
-    if (!m_visible.GetBinding() && !m_depth.GetBinding()) {
-        m_nMarks &= ~unsigned(DrawMark);
-    }
-}
-
 void TransformNode::TakeOpacity() {
     m_rOwnOpacity = ClampOpacity(m_opacity.GetValue());
     if (!m_opacity.GetBinding()) {
@@ -265,16 +258,6 @@ void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& fram
     if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
         UpdateEffects(arguments);
     }
-}
-
-TransformNode::SharedParent::SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
-    m_node.m_pParentTransform = sibling.m_pParentTransform;
-    m_node.m_nParentVersion = 0;
-}
-
-TransformNode::SharedParent::~SharedParent() {
-    m_node.m_pParentTransform = m_node.m_pParent ? m_node.m_pParent->GetTransformNode() : nullptr;
-    m_node.m_nParentVersion = 0;
 }
 
 void TransformNode::UpdateEffects(Arguments const& arguments) {

@@ -4,8 +4,6 @@
 #include "trevik/LogLine.h"
 #include "trevik/Mutex.h"
 
-#include <atomic>
-
 namespace trevik {
 
 namespace {
@@ -17,9 +15,10 @@ Mutex& SinkMutex() {
 }
 
 TraceSink g_sink = {nullptr, nullptr};
-std::atomic<int> g_nMinimumLevel{TraceLevel::Error};
 
 } // namespace
+
+std::atomic<int> Debug::s_nMinimumLevel{TraceLevel::Error};
 
 void Debug::Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message) {
     if (!IsEnabled(level)) {
@@ -31,19 +30,6 @@ void Debug::Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& me
         sink.pfnTrace(sink.pUser, level, message);
     } else {
         LogLine(level, StringEncoded<UTF8Encoding>(message).GetData());
-    }
-}
-
-void Debug::TraceFormat(TraceLevel::Enum level, char16_t const* format, ...) {
-    va_list arguments;
-    va_start(arguments, format);
-    TraceFormatV(level, format, arguments);
-    va_end(arguments);
-}
-
-void Debug::TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments) {
-    if (IsEnabled(level)) {
-        Trace(level, StringEncoded<UTF16Encoding>::FormatV(format, arguments));
     }
 }
 
@@ -59,11 +45,7 @@ TraceSink Debug::SetSink(TraceSink const& sink) {
 }
 
 TraceLevel::Enum Debug::SetMinimumLevel(TraceLevel::Enum level) {
-    return static_cast<TraceLevel::Enum>(g_nMinimumLevel.exchange(level, std::memory_order_relaxed));
-}
-
-bool Debug::IsEnabled(TraceLevel::Enum level) {
-    return level >= g_nMinimumLevel.load(std::memory_order_relaxed);
+    return static_cast<TraceLevel::Enum>(s_nMinimumLevel.exchange(level, std::memory_order_relaxed));
 }
 
 } // namespace trevik

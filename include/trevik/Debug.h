@@ -3,6 +3,7 @@
 #include "trevik/Export.h"
 #include "trevik/StringEncoded.h"
 
+#include <atomic>
 #include <cstdarg>
 
 namespace trevik {
@@ -31,8 +32,17 @@ public:
     static void Trace(TraceLevel::Enum level, StringEncoded<UTF16Encoding> const& message);
 
     /** The same with UTF16Encoding::FormatV, which runs only for a line that is logged. */
-    static void TraceFormat(TraceLevel::Enum level, char16_t const* format, ...);
-    static void TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments);
+    static void TraceFormat(TraceLevel::Enum level, char16_t const* format, ...) {
+        va_list arguments;
+        va_start(arguments, format);
+        TraceFormatV(level, format, arguments);
+        va_end(arguments);
+    }
+    static void TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments) {
+        if (IsEnabled(level)) {
+            Trace(level, StringEncoded<UTF16Encoding>::FormatV(format, arguments));
+        }
+    }
 
     /**
      * Sends traces to a sink, null for the default, and returns the one before. The sink is called on the
@@ -46,7 +56,12 @@ public:
     static TraceLevel::Enum SetMinimumLevel(TraceLevel::Enum level);
 
     /** Whether a trace of this level is logged: for messages that are costly to build. */
-    static bool IsEnabled(TraceLevel::Enum level);
+    static bool IsEnabled(TraceLevel::Enum level) {
+        return level >= s_nMinimumLevel.load(std::memory_order_relaxed);
+    }
+
+private:
+    static std::atomic<int> s_nMinimumLevel;
 };
 
 } // namespace trevik

@@ -1,5 +1,6 @@
 // What the back end's library shows to the dynamic linker: the plug-in's plain names and its own classes, and
-// nothing that another library of the process could take for its own.
+// nothing that another library of the process could take for its own. And what it asks of the host, which
+// every host has to have.
 
 #include <gtest/gtest.h>
 
@@ -28,20 +29,25 @@ public:
     }
 
     /** Names that the file defines: for others (SHT_DYNSYM) or at all (SHT_SYMTAB). */
-    std::set<std::string> GetDefinedNames(ElfW(Word) nTable) const {
+    std::set<std::string> GetDefinedNames(ElfW(Word) nTable) const { return GetNames(nTable, true); }
+
+    /** Names that others have to define for the file. */
+    std::set<std::string> GetRequiredNames() const { return GetNames(SHT_DYNSYM, false); }
+
+private:
+    std::set<std::string> GetNames(ElfW(Word) nTable, bool fDefined) const {
         std::set<std::string> names;
         auto const header = At<ElfW(Ehdr)>(0);
         for (std::size_t i = 0; i < header.e_shnum; ++i) {
             auto const section = At<ElfW(Shdr)>(header.e_shoff + i * header.e_shentsize);
             if (section.sh_type == nTable) {
                 auto const strings = At<ElfW(Shdr)>(header.e_shoff + section.sh_link * header.e_shentsize);
-                AddNames(section, strings.sh_offset, names);
+                AddNames(section, strings.sh_offset, fDefined, names);
             }
         }
         return names;
     }
 
-private:
     template <class T>
     T At(std::size_t offset) const {
         T value = {};
@@ -51,10 +57,11 @@ private:
         return value;
     }
 
-    void AddNames(ElfW(Shdr) const& symbols, std::size_t strings, std::set<std::string>& names) const {
+    void AddNames(ElfW(Shdr) const& symbols, std::size_t strings, bool fDefined,
+                  std::set<std::string>& names) const {
         for (std::size_t offset = 0; offset < symbols.sh_size; offset += sizeof(ElfW(Sym))) {
             auto const symbol = At<ElfW(Sym)>(symbols.sh_offset + offset);
-            if (symbol.st_shndx != SHN_UNDEF && symbol.st_name != 0) {
+            if ((symbol.st_shndx != SHN_UNDEF) == fDefined && symbol.st_name != 0) {
                 names.insert(m_bytes.data() + strings + symbol.st_name);
             }
         }
@@ -138,6 +145,96 @@ TEST_F(Exports, ApplicationsReachTheClassesTheyCall) {
                              "RegisterShader", "SetPostProccessShader", "GetEffectResource"}) {
         EXPECT_TRUE(HasMangledLike("^trevik::kelvo::GraphicsDeviceGL2::" + std::string(name) + "\\("))
             << name;
+    }
+}
+
+/** Names of the host that the back end may need, without their arguments, and why. */
+struct Requirement {
+    char const* reason;
+    char const* names; ///< a pattern for the whole name behind "trevik::"
+};
+
+Requirement const g_requirements[] = {
+    {"bases of the back end's classes: tables and types, construction and destruction",
+     "(vtable|typeinfo) for .*|(.*::)?([A-Za-z0-9]+)::~?\\3"},
+    {"virtual operations that nodes keep, or call from their own",
+     "kelvo::(Node|TransformNode|Camera|Sprite|Text|Timeline)::"
+     "(Reset|[GS]etUserData|Attach|AttachBefore|AttachAfter|Detach|GetWorldMatrix|GetOpacity|Update|Render|"
+     "Save|Load|Reload|Emit|GetParents|RegisterProperties|Internal(Update|Render|Select|Save|Load)|AddMask|"
+     "AddEffect|CalculateTransform|IsSelect)"},
+    {"virtual operations of sprites and timelines alone",
+     "kelvo::(Sprite::(GetTexture|SetTexture|Isolate)|"
+     "Timeline::(Play|Stop|[GS]etFrame|SetFrameDelay|[GS]etTimeMapFunction|UpdateSynchronous|"
+     "ProcessPlaybackMode|UpdateTree|BuildUpdateTree))"},
+    {"virtual operations that fonts keep", "kelvo::(Font|BitmapFont|PolygonalFont)::(Get([XY]PixelsPerEm|"
+                                           "ScaleFactor[XY]|Ascent|Descent|Leading|Glyph)|"
+                                           "Initialize|GenerateID|Save|Load|Emit)"},
+    {"virtual operations that textures keep, or call from their own",
+     "kelvo::Texture::(GetStride|Save|Load|Emit|Replace|PromoteToSurface)"},
+    {"virtual operations that the device keeps, or calls from its own",
+     "kelvo::GraphicsDevice::(Initialize|Reset|SetClearColor|GetClearColor|Clear|SetViewport|GetViewport|"
+     "SetRenderMode|SetSelectionMode|GetSelectionPoint|PushSelected|IsDepthTestEnabled|SetDepthTestEnabled|"
+     "(Push|Pop|Merge|Get)Opacity|(Push|Pop|Merge|Get)TransformMatrix|(Push|Pop)Masks)"},
+    {"virtual operations that effects and their resources keep",
+     "kelvo::([A-Za-z]*Effect|EffectResource)::(Init|Update|PreRender|PostRender|OverrideDraw(Sprite|Text)|"
+     "Emit|"
+     "RegisterProperties|InternalInit|InternalUpdate)"},
+    {"functions that are called by name",
+     "kelvo::(Camera::SetupMillimeter|Text::GetTextRenderRect|"
+     "Texture::(IsCompressed|CreateTexture|GetBytesPerPixel)|"
+     "GraphicsDevice::(CreateEffectResource|GetHighlightColor|IsHighlightEnabled))"},
+    {"diagnostics", "AssertFail|Debug::Trace|Statistics::(Instance|(In|De)crementStat|FireEvent)|"
+                    "kelvo::MemoryTracer::Emit(Object|Allocation)"},
+    {"storage and properties", "kelvo::(Serializer::(PushTag|PopTag|WriteAttribute)|"
+                               "Deserializer::(PushNode|PopNode)|PropertyList::Register|"
+                               "Property::(Initialize|Update|Save|Emit))"},
+    {"threads", "QueueDispatcher::ExecuteEnqueuedOperations"},
+    {"Java",
+     "jni::(VM::(GetEnv|RegisterClass|UnregisterClass)|Class::Get|android::graphics::Bitmap::GetClass|"
+     "ExceptionHandler::CheckForException)"},
+    {"text", "UTF(8|16)Encoding::(FormatV|GetNextChar|PutNextChar|GetElementCount)"},
+    // What stands in the contract's headers is compiled into the back end, and needs its other half.
+    {"memory of lists, strings, callables and pixels", "AllocateMemory|FreeMemory"},
+    {"fields that inline functions read",
+     "ScopeCounter::s_fProfiling|Debug::s_nMinimumLevel|kelvo::BasePropertyGeneration::s_nValue"},
+    {"the rare half of inline functions", "ScopeCounter::(Enter|Leave)"},
+    {"what templates of strings, properties and Java's objects share",
+     "UTF16Encoding::MeasureV|kelvo::(PropertyList::Describe|Deserializer::(FindAttribute|GetCurrentNode))|"
+     "jni::ObjectBase::(Exchange|IsInstanceOf)"},
+    {"what the reflection of all nodes shares", "kelvo::Node::CloneChildrenInto"},
+};
+
+/** Whether some requirement covers a demangled name. */
+bool IsRequired(std::string const& name) {
+    static std::regex const plain(
+        "(?:non-virtual thunk to )?((?:vtable for |typeinfo for )?)trevik::([^(]*)(?:\\(.*)?");
+    std::smatch parts;
+    if (!std::regex_match(name, parts, plain)) {
+        return false;
+    }
+    std::string const text = parts[1].str() + parts[2].str();
+    for (Requirement const& requirement : g_requirements) {
+        if (std::regex_match(text, std::regex(requirement.names))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+TEST(Imports, OfTheHostTheBackEndNeedsWhatTheContractListsAlone) {
+    unsigned int nNames = 0;
+    for (std::string const& name : ElfFile(KELVO_BACK_END_LIBRARY).GetRequiredNames()) {
+        std::string const text = Demangle(name);
+        if (text.find("trevik::") != std::string::npos) {
+            ++nNames;
+            EXPECT_TRUE(IsRequired(text)) << text << " is asked of every host";
+        }
+    }
+    EXPECT_GT(nNames, 0u);
+    for (char const* name : {"trevik::kelvo::Scene::RenderFrame(trevik::kelvo::GraphicsDevice&)",
+                             "trevik::kelvo::Texture::GetImageSize(int, int, int)",
+                             "trevik::kelvo::Texture::~TextureGL2()", "trevik::g_value"}) {
+        EXPECT_FALSE(IsRequired(name)) << name;
     }
 }
 

@@ -198,7 +198,11 @@ protected:
         return pCopy;
     }
     /** Accept of each child, in order. */
-    void AcceptChildren(NodeVisitor& visitor, void* pArgument);
+    void AcceptChildren(NodeVisitor& visitor, void* pArgument) {
+        for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+            m_children[nChild]->Accept(visitor, pArgument);
+        }
+    }
     /**
      * Attaches CloneTree() of each child to `pCopy` and returns it; deletes it and returns null when one
      * fails.

@@ -2,7 +2,11 @@
 
 #include "trevik/Delegate.h"
 #include "trevik/Export.h"
+#include "trevik/Memory.h"
 #include "trevik/kelvo/Property.h"
+
+#include <cstring>
+#include <utility>
 
 namespace trevik::kelvo {
 
@@ -15,12 +19,32 @@ public:
     PixelBuffer& operator=(PixelBuffer const&) = delete;
 
     /** Owns `nSize` new zero bytes instead of what it held; false, holding nothing, when out of memory. */
-    bool Allocate(unsigned int nSize);
+    bool Allocate(unsigned int nSize) {
+        Release();
+        m_pData = nSize != 0 ? static_cast<unsigned char*>(AllocateMemory(nSize)) : nullptr;
+        if (!m_pData) {
+            return nSize == 0;
+        }
+        std::memset(m_pData, 0, nSize);
+        m_nSize = nSize;
+        return true;
+    }
     /** Refers to bytes of somebody else, who keeps them alive as long as they are held here. */
     void Borrow(unsigned char const* pData, unsigned int nSize);
     /** Frees owned bytes, forgets borrowed ones; afterwards owning, of size 0. */
-    void Release();
-    void Swap(PixelBuffer& other) noexcept;
+    void Release() {
+        if (m_fOwning) {
+            FreeMemory(m_pData);
+        }
+        m_pData = nullptr;
+        m_nSize = 0;
+        m_fOwning = true;
+    }
+    void Swap(PixelBuffer& other) noexcept {
+        std::swap(m_pData, other.m_pData);
+        std::swap(m_nSize, other.m_nSize);
+        std::swap(m_fOwning, other.m_fOwning);
+    }
 
     unsigned char* GetData() { return m_pData; }
     unsigned char const* GetData() const { return m_pData; }

@@ -66,7 +66,13 @@ private:
         }
         return m_nStyle;
     }
-    void TakeStyle();
+    TREVIK_NOINLINE void TakeStyle() {
+        m_nStyle = (m_blendMode.GetValue() == BlendMode::Normal ? Plain : 0u) |
+                   (m_antialias.GetValue() ? Antialiased : 0u);
+        if (!m_blendMode.GetBinding() && !m_antialias.GetBinding()) {
+            m_nMarks &= ~unsigned(StyleMark);
+        }
+    }
     void SetStyleMarks();
 
     // In one cache line with the texture and what back ends add to draw with.

@@ -5,6 +5,7 @@
 #include "trevik/Ref.h"
 #include "trevik/Referenced.h"
 #include "trevik/StringEncoded.h"
+#include "trevik/kelvo/FormatLayout.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ITraceable.h"
 #include "trevik/kelvo/ListProperty.h"
@@ -103,17 +104,22 @@ public:
     /** Bytes per pixel of the texture's format; 0 for compressed formats, which have less than one. */
     int GetBytesPerPixel() const;
     /** The same for any format. */
-    static int GetBytesPerPixel(int nFormat);
+    static int GetBytesPerPixel(int nFormat) { return FormatLayout::Get(nFormat).m_nBytesPerPixel; }
     /**
      * Bytes from row to row of pixel data in a format, from block row to block row of a compressed one; 0
      * when there is no such format or the width is not positive.
      */
-    static unsigned int GetRowSize(int nWidth, int nFormat);
+    static unsigned int GetRowSize(int nWidth, int nFormat) {
+        unsigned long long const nSize = FormatLayout::Get(nFormat).GetRowSize(nWidth);
+        return nSize <= INT_MAX ? static_cast<unsigned int>(nSize) : 0;
+    }
     /**
      * Bytes of one `nWidth` × `nHeight` image in a format (one plane of ETC1_RGBA), rounded up to whole
      * blocks; 0 when there is no such format, a side is not positive, or the bytes exceed 2^31 - 1.
      */
-    static unsigned int GetImageSize(int nWidth, int nHeight, int nFormat);
+    static unsigned int GetImageSize(int nWidth, int nHeight, int nFormat) {
+        return FormatLayout::Get(nFormat).GetImageSize(nWidth, nHeight);
+    }
 
     /**
      * A new texture of the class registered as "Texture", with one level of pixels as Replace takes them.
@@ -139,7 +145,12 @@ public:
 
     void SetFormat(TextureFormat::Enum format) { m_format = format; }
     /** Sets used and allocated size; the pixels stay as they are. */
-    void SetSize(int nWidth, int nHeight);
+    void SetSize(int nWidth, int nHeight) {
+        m_nWidth = nWidth;
+        m_nHeight = nHeight;
+        m_nAllocatedWidth = nWidth;
+        m_nAllocatedHeight = nHeight;
+    }
     /** Narrows the used size; one that is not positive or exceeds the allocated size is refused (traced). */
     void SetUsedSize(int nWidth, int nHeight);
     void SetByteSize(unsigned int nByteSize) { m_nByteSize = nByteSize; }

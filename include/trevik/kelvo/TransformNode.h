@@ -72,8 +72,14 @@ public:
      */
     class TREVIK_API SharedParent {
     public:
-        SharedParent(TransformNode& node, TransformNode const& sibling);
-        ~SharedParent();
+        SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
+            m_node.m_pParentTransform = sibling.m_pParentTransform;
+            m_node.m_nParentVersion = 0;
+        }
+        ~SharedParent() {
+            m_node.m_pParentTransform = m_node.m_pParent ? m_node.m_pParent->GetTransformNode() : nullptr;
+            m_node.m_nParentVersion = 0;
+        }
         SharedParent(SharedParent const&) = delete;
         SharedParent& operator=(SharedParent const&) = delete;
 
@@ -191,7 +197,12 @@ private:
     inline void CountTransform();
     unsigned int TakeRotationAndShape();
     void TakeOpacity();
-    void TakeDrawState() const;
+    TREVIK_NOINLINE void TakeDrawState() const {
+        m_nDrawState = (m_visible.GetValue() ? Visible : 0u) | (m_depth.GetValue() ? CameraDepth : 0u);
+        if (!m_visible.GetBinding() && !m_depth.GetBinding()) {
+            m_nMarks &= ~unsigned(DrawMark);
+        }
+    }
     void UpdateEffects(Arguments const& arguments);
     void CalculateAnyTransform();
     void MakeLocalMatrix(unsigned int nChanges);
