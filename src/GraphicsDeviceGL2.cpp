@@ -56,9 +56,12 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     }
     m_cameras.Clear();
     ReleaseAndForget(m_pDefaultCamera);
+    if (m_pActiveShader) {
+        m_pActiveShader->m_ppActive = nullptr; // it may live longer, and goes with the context otherwise
+        m_pActiveShader = nullptr;
+    }
     if (m_eglDisplay != EGL_NO_DISPLAY) {
         // GL objects go while the context is still current.
-        m_pActiveShader = nullptr;
         for (ShaderProgramGL2*& pBuiltIn : m_builtIn) {
             pBuiltIn = nullptr;
         }

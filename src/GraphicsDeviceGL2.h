@@ -145,7 +145,7 @@ public:
 
     /**
      * Makes, registers and compiles the built-in programs. False at the first that does not compile, which is
-     * traced.
+     * traced, and without memory.
      */
     bool InitializeShaders();
     /**
@@ -161,7 +161,8 @@ public:
     }
     /**
      * Binds a program in place of the active one; null only unbinds. The active program is not bound again.
-     * The device takes no reference: a program that is not registered has to be replaced here before it goes.
+     * The device takes no reference: a program that goes while it is the active one unbinds itself, and none
+     * is active then.
      */
     void SetActiveShader(ShaderProgramGL2* pProgram) {
         if (pProgram != m_pActiveShader) {
@@ -221,8 +222,8 @@ public:
     void RenderFullscreenQuad();
     /**
      * Draws the back target over the current one with the post-process program, which samples its colour as
-     * sColor and its depth as sDepth. Nothing before InitializeTargetBuffers. No program is active
-     * afterwards.
+     * sColor and its depth as sDepth. Nothing before InitializeTargetBuffers, nor after an Initialize that
+     * failed. No program is active afterwards.
      */
     void RenderForPostProcess();
 
@@ -250,7 +251,6 @@ private:
     void CloseDisplay();
     bool IsExactConfig(EGLConfig config, int const* pSizes, bool& fExact) const;
     void ChangeActiveShader(ShaderProgramGL2* pProgram);
-    void DeactivateUnregisteredShader();
     void EnterMasks(List<Mask*> const& masks);
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);

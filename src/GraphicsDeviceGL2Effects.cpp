@@ -11,7 +11,6 @@ EffectResource* GraphicsDeviceGL2::GetEffectResource(unsigned int nClassID) {
         return nullptr;
     }
     if (!pResource->Init(*this)) {
-        DeactivateUnregisteredShader();
         delete pResource; // the next request tries again
         return nullptr;
     }
@@ -20,15 +19,7 @@ EffectResource* GraphicsDeviceGL2::GetEffectResource(unsigned int nClassID) {
     return pResource;
 }
 
-/** Programs that nobody registered are their makers', which are about to go: none of them may stay active. */
-void GraphicsDeviceGL2::DeactivateUnregisteredShader() {
-    if (m_pActiveShader && !m_shaders.Holds(m_pActiveShader)) {
-        SetActiveShader(nullptr);
-    }
-}
-
 void GraphicsDeviceGL2::ReleaseEffectResources() {
-    DeactivateUnregisteredShader();
     m_effectResources.ReleaseAll();
 }
 

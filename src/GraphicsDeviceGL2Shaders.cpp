@@ -343,6 +343,9 @@ bool GraphicsDeviceGL2::InitializeShaders() {
             return false;
         }
         RegisterShader(programs[i].Get(), Catalogue[i].nId);
+        if (!m_shaders.Holds(programs[i].Get())) {
+            return false; // no memory for the table
+        }
     }
     for (unsigned int i = 0; i < CatalogueCount; ++i) {
         if (!CompileProgram(*programs[i], Name::Format(u"built-in program %d", Catalogue[i].nId))) {
@@ -376,10 +379,12 @@ int GraphicsDeviceGL2::RegisterShader(ShaderProgramGL2* pProgram, int nId) {
 
 void GraphicsDeviceGL2::ChangeActiveShader(ShaderProgramGL2* pProgram) {
     if (m_pActiveShader) {
+        m_pActiveShader->m_ppActive = nullptr;
         m_pActiveShader->Unbind();
     }
     m_pActiveShader = pProgram;
     if (pProgram) {
+        pProgram->m_ppActive = &m_pActiveShader;
         pProgram->Bind();
     }
 }

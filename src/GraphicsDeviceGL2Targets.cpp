@@ -73,7 +73,7 @@ void GraphicsDeviceGL2::SwapTargetBuffers(bool fToScreen) {
 
 void GraphicsDeviceGL2::RenderForPostProcess() {
     FramebufferGL2* const pBack = GetBackTargetBuffer();
-    if (!pBack) {
+    if (!pBack || !m_pPostProcessShader) {
         return;
     }
     SetActiveShader(m_pPostProcessShader);

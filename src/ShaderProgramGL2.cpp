@@ -28,6 +28,10 @@ void TraceNumbered(char16_t const* pStage, Text16 const& sProgram, Text16 const&
 ShaderProgramGL2::ShaderProgramGL2() = default;
 
 ShaderProgramGL2::~ShaderProgramGL2() {
+    if (m_ppActive) {
+        *m_ppActive = nullptr;
+        Unbind();
+    }
     Cleanup();
 }
 

@@ -15,6 +15,8 @@
 
 namespace trevik::kelvo {
 
+class GraphicsDeviceGL2;
+
 /** The two stages of a program. */
 struct ShaderType {
     enum Enum : int { Fragment = 0, Vertex = 1 };
@@ -52,7 +54,7 @@ public:
 
     /** An empty program without GL objects. */
     ShaderProgramGL2();
-    /** Deletes the GL objects, see Cleanup. */
+    /** Unbinds a device's active program first, then deletes the GL objects, see Cleanup. */
     ~ShaderProgramGL2() override;
     ShaderProgramGL2(ShaderProgramGL2 const&) = delete;
     ShaderProgramGL2& operator=(ShaderProgramGL2 const&) = delete;
@@ -147,6 +149,8 @@ public:
     void Cleanup();
 
 private:
+    friend class GraphicsDeviceGL2;
+
     struct UniformLocation {
         StringEncoded<UTF16Encoding> m_sName;
         int m_nLocation;
@@ -209,6 +213,7 @@ private:
     List<SamplerInfo> m_samplers;     ///< one for each texture unit
     bool m_fBound = false;
     SlotLocations m_slotLocations; ///< what m_uniforms says of the names that have a slot
+    ShaderProgramGL2** m_ppActive = nullptr; ///< where a device keeps this as its active program
 };
 
 } // namespace trevik::kelvo

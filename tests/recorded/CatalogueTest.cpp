@@ -96,6 +96,10 @@ TEST_F(CatalogueTest, IsRegisteredWholeBeforeTheFirstProgramIsCompiled) {
     for (Entry const& entry : Catalogue()) {
         EXPECT_NE(Device().GetShader(entry.id), nullptr) << entry.id;
     }
+    ASSERT_TRUE(Device().InitializeTargetBuffers());
+    Clear();
+    Device().RenderForPostProcess();
+    EXPECT_CALLS(); // there is no program for it
 }
 
 TEST_F(CatalogueTest, AProgramThatDoesNotCompileIsNamedWithItsSources) {

@@ -46,6 +46,8 @@ private:
 /** Has a program of its own, which it leaves active. */
 class ProgramResource : public CountedResource {
 public:
+    ShaderProgramGL2* GetProgram() { return m_pProgram.Get(); }
+
     bool Init(GraphicsDevice& device) override {
         m_pProgram->SetSource(ShaderType::Vertex, u"void main() {}");
         m_pProgram->SetSource(ShaderType::Fragment, u"void main() {}");
@@ -113,12 +115,20 @@ TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
     BringUp();
     constexpr unsigned int Owner = HashName("ProgramResource");
     m_registry.AddClassContainer(new ClassContainerT<ProgramResource>(Owner));
-    for (bool const fFails : {false, true}) {
-        SCOPED_TRACE(fFails);
-        g_counters.fail = fFails;
+    enum class Way { Released, Failing, HeldAndDrawnWith };
+    for (Way const way : {Way::Released, Way::Failing, Way::HeldAndDrawnWith}) {
+        SCOPED_TRACE(static_cast<int>(way));
+        g_counters.fail = way == Way::Failing;
         Clear();
-        EXPECT_EQ(Device().GetEffectResource(Owner) == nullptr, fFails);
+        ProgramResource* const pMade = static_cast<ProgramResource*>(Device().GetEffectResource(Owner));
+        EXPECT_EQ(pMade == nullptr, g_counters.fail);
+        Ref<ProgramResource> pHeld(way == Way::HeldAndDrawnWith ? pMade : nullptr);
         Device().ReleaseEffectResources();
+        if (pHeld) {
+            Device().SetActiveShader(nullptr);
+            Device().SetActiveShader(pHeld->GetProgram());
+            pHeld.Reset(); // the last effect that drew with it is gone
+        }
         EXPECT_TRUE(CallsInOrder({"glUseProgram(0)", "glDeleteProgram"}));
         EXPECT_EQ(GetState().program, 0u);
         Device().SetActiveShader(Device().GetShader(-1)); // looks at the one that was active
