@@ -107,9 +107,6 @@ void GraphicsDeviceGL2::SetFixedState() {
     glClearColor(0, 0, 0, 1);
     glDisable(GL_CULL_FACE);
     glEnable(GL_BLEND);
-    // Rows of pixel data follow each other without gaps, whatever their length.
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    glPixelStorei(GL_PACK_ALIGNMENT, 1);
 }
 
 bool GraphicsDeviceGL2::CreateDefaultCamera(SizeT<int> const& size) {

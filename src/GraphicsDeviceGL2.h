@@ -92,7 +92,7 @@ public:
      * Reads a rectangle of the current target into a texture: in viewport pixels with y down, while the rows
      * that are read come from the bottom up: intended. RGBA8888 from surfaces of 16 bits of colour, RGB888
      * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where the driver refuses
-     * GL_RGB.
+     * GL_RGB, and those of PixelAlignment.
      * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
      * comes without a reference.
      * @return false, without a message, for other surfaces and when GL refuses, with the texture as it was;

@@ -1,6 +1,7 @@
 #include "GraphicsDeviceGL2.h"
 
 #include "FramebufferGL2.h"
+#include "PixelAlignment.h"
 
 #include <GLES2/gl2.h>
 
@@ -121,6 +122,9 @@ struct PixelArea {
 
 /** Reads bytes of a format; false when GL reports an error. */
 bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
+    unsigned int const nPixelBytes = format == GL_RGB ? 3 : 4;
+    PixelAlignment const alignment(GL_PACK_ALIGNMENT,
+                                   static_cast<unsigned long long>(area.m_nWidth) * nPixelBytes);
     glReadPixels(area.m_nX, area.m_nY, area.m_nWidth, area.m_nHeight, format, GL_UNSIGNED_BYTE, pPixels);
     return glGetError() == GL_NO_ERROR;
 }

@@ -2,6 +2,7 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
+#include "PixelAlignment.h"
 #include "RenderThread.h"
 #include "trevik/Assert.h"
 #include "trevik/Debug.h"
@@ -59,11 +60,14 @@ constexpr Upload GetUpload(int nFormat) {
     return nFormat >= 0 && nFormat < nCount ? Uploads[nFormat] : Upload{0, 0, 0};
 }
 
-void UploadLevel(Upload const& upload, GLint nLevel, MipLevel const& level, unsigned char const* pSource) {
+void UploadLevel(int nFormat, GLint nLevel, MipLevel const& level, unsigned char const* pSource) {
+    Upload const upload = GetUpload(nFormat);
     if (upload.format == 0) {
         glCompressedTexImage2D(GL_TEXTURE_2D, nLevel, upload.internalFormat, level.m_nWidth, level.m_nHeight,
                                0, level.m_nSize, pSource);
     } else {
+        PixelAlignment const alignment(GL_UNPACK_ALIGNMENT,
+                                       Texture::GetImageSize(level.m_nWidth, 1, nFormat));
         glTexImage2D(GL_TEXTURE_2D, nLevel, static_cast<GLint>(upload.internalFormat), level.m_nWidth,
                      level.m_nHeight, 0, upload.format, upload.type, pSource);
     }
@@ -303,7 +307,6 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
     glGenTextures(1, &nName);
     glBindTexture(GL_TEXTURE_2D, nName);
     SetFilters(list.GetCount());
-    Upload const upload = GetUpload(nFormat);
     for (unsigned int i = 0; i < list.GetCount(); ++i) {
         MipLevel const& level = list[i];
         unsigned char const* pSource = static_cast<unsigned char const*>(pData) + level.m_nOffset;
@@ -313,10 +316,10 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
             pSource +=
                 static_cast<int>(nTexels) >> 1; // behind the colour image, which takes half a byte a texel
         }
-        if (upload.internalFormat == 0) {
+        if (GetUpload(nFormat).internalFormat == 0) {
             return 0; // leaves the name behind, bound: intended
         }
-        UploadLevel(upload, static_cast<GLint>(i), level, pSource);
+        UploadLevel(nFormat, static_cast<GLint>(i), level, pSource);
     }
     glBindTexture(GL_TEXTURE_2D, 0);
     return nName;

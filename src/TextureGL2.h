@@ -96,7 +96,7 @@ public:
     /**
      * Makes one GL texture and uploads each level that the list describes from `pData`. Calls glGenTextures,
      * glBindTexture, glTexParameteri, then glTexImage2D or glCompressedTexImage2D with glGetError for each
-     * level.
+     * level, with the calls of PixelAlignment around them.
      * @param nFormat a TextureFormat::Enum; ETC1_Alpha uploads the alpha planes behind the colour planes.
      * @return the GL name; 0 without data and for formats that cannot be uploaded.
      */

@@ -50,6 +50,8 @@ static GLint Limit(GLenum name) {
     case GL_DEPTH_BITS:
         return 16;
     case GL_STENCIL_BITS:
+    case GL_PACK_ALIGNMENT:
+    case GL_UNPACK_ALIGNMENT:
         return 4;
     case GL_SHADER_COMPILER:
         return GL_TRUE;

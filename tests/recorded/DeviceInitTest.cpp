@@ -70,8 +70,7 @@ TEST_F(DeviceInit, BringsUpEglThenFixedStateThenTheProgramsThenTheRest) {
          "glClearColor(0, 0, 0, 1)",
          "glDisable(GL_CULL_FACE)",
          "glEnable(GL_BLEND)",
-         "glPixelStorei(GL_UNPACK_ALIGNMENT, 1)",
-         "glPixelStorei(GL_PACK_ALIGNMENT, 1)"},
+         "glGetIntegerv(GL_MAX_TEXTURE_SIZE, *)"},
         start));
     EXPECT_LT(IndexOf("glUseProgram(0)"), IndexOf("glDisable(GL_DEPTH_TEST)"));
     EXPECT_EQ(calls[0].Pointer(0), EGL_DEFAULT_DISPLAY);

@@ -5,6 +5,8 @@
 #include "FramebufferGL2.h"
 #include "trevik/Allocation.h"
 
+#include <climits>
+
 namespace {
 
 using namespace recording;
@@ -227,9 +229,11 @@ TEST_F(ReadBack, FillsOneLevelWithTheRowsAsGLGivesThem) {
         if (fRefusesRGB) {
             FailAt("glReadPixels", 1, GL_INVALID_OPERATION); // three bytes of four will do
         }
+        glPixelStorei(GL_PACK_ALIGNMENT, 8); // the application's
         Clear();
         trevik::kelvo::Texture* pTexture = nullptr;
         ASSERT_TRUE(Read(&pTexture));
+        EXPECT_EQ(GetState().packAlignment, 8);
         Ref<trevik::kelvo::Texture> const pKept(pTexture);
         EXPECT_EQ(Count("glReadPixels(3, 28, 7, 5, GL_RGB, *)"), 1u);
         EXPECT_EQ(Count("glReadPixels(3, 28, 7, 5, GL_RGBA, *)"), fRefusesRGB ? 1u : 0u);

@@ -143,9 +143,14 @@ TEST_F(TextureTest, FiltersByLevelsAndDepth) {
 }
 
 TEST_F(TextureTest, UploadsEveryLevelFromItsOffset) {
-    Ref<TextureGL2> const pTexture = MakeTexture(6, 3);
+    Ref<TextureGL2> const pTexture = MakeTexture(4, 3);
+    glPixelStorei(GL_UNPACK_ALIGNMENT, 2); // the application's
     Clear();
     ASSERT_NE(pTexture->GetGLTexture(), 0u);
+    // Rows of 24, 12 and 6 bytes: where the alignment would count, it is 1 for the upload.
+    EXPECT_EQ(Lines("glPixelStorei"),
+              (Strings{"glPixelStorei(GL_UNPACK_ALIGNMENT, 1)", "glPixelStorei(GL_UNPACK_ALIGNMENT, 2)",
+                       "glPixelStorei(GL_UNPACK_ALIGNMENT, 1)", "glPixelStorei(GL_UNPACK_ALIGNMENT, 2)"}));
     std::vector<Call> const uploads = Calls("glTexImage2D");
     ASSERT_EQ(uploads.size(), 3u);
     for (int level = 0; level < 3; ++level) {

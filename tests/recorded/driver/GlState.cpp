@@ -99,6 +99,9 @@ Values Query(Invocation& call, GLenum name) {
         return {double(limit->second)};
     if (name == GL_VIEWPORT)
         return Values::Of(call.GetState().viewport);
+    if (name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT)
+        return {double(name == GL_PACK_ALIGNMENT ? call.GetState().packAlignment
+                                                 : call.GetState().unpackAlignment)};
     const Values values = SurfaceValues(DrawBits(call.Context()), name);
     if (values.count == 0)
         call.Raise(GL_INVALID_ENUM);
