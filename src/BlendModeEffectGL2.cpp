@@ -168,12 +168,16 @@ ShaderProgramGL2* BlendModeEffectGL2::ChooseProgram(GraphicsDeviceGL2& device, i
 bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) {
     SpriteGL2& spriteGL2 = static_cast<SpriteGL2&>(sprite);
     TextureGL2* const pTexture = GetDrawableTexture(spriteGL2);
-    if (!pTexture || !m_pResource) {
+    if (!pTexture || !Prepare(device)) {
         return false;
     }
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
     int const nBlendMode = sprite.GetBlendModeProperty().GetValue();
-    ShaderProgramGL2& program = *ChooseProgram(deviceGL2, nBlendMode);
+    ShaderProgramGL2* const pProgram = ChooseProgram(deviceGL2, nBlendMode);
+    if (!pProgram) {
+        return false; // the device is not up: the sprite draws nothing either
+    }
+    ShaderProgramGL2& program = *pProgram;
     Vector2T<RealFloat> textureCoords[4];
     SetFixedStreams(spriteGL2, textureCoords);
     deviceGL2.SetActiveShader(&program);

@@ -79,7 +79,7 @@ bool DirectionalBlurEffectGL2::InternalInit(EffectResource* pResource) {
 bool DirectionalBlurEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) {
     SpriteGL2& spriteGL2 = static_cast<SpriteGL2&>(sprite);
     TextureGL2* const pTexture = GetDrawableTexture(spriteGL2);
-    if (!pTexture || !m_pResource) {
+    if (!pTexture || !Prepare(device)) {
         return false;
     }
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);

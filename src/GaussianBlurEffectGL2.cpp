@@ -92,20 +92,20 @@ bool GaussianBlurEffectGL2::InternalInit(EffectResource* pResource) {
     return true;
 }
 
-bool GaussianBlurEffectGL2::IsBlurring(GraphicsDeviceGL2& device) const {
-    return static_cast<double>(m_amount.GetValue()) > 0.0 && m_pResource && device.GetBackTargetBuffer();
+bool GaussianBlurEffectGL2::IsWanted(GraphicsDeviceGL2& device) const {
+    return static_cast<double>(m_amount.GetValue()) > 0.0 && device.GetBackTargetBuffer();
 }
 
 void GaussianBlurEffectGL2::PreRender(GraphicsDevice& device) {
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    if (IsBlurring(deviceGL2)) {
+    if (IsWanted(deviceGL2) && Prepare(device)) {
         deviceGL2.SwapTargetBuffers(false);
     }
 }
 
 void GaussianBlurEffectGL2::PostRender(GraphicsDevice& device) {
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    if (!IsBlurring(deviceGL2)) {
+    if (!IsWanted(deviceGL2) || !m_pResource) {
         return;
     }
     RealFloat const amount = m_amount.GetValue();

@@ -55,7 +55,7 @@ public:
     bool InternalInit(EffectResource* pResource) override;
 
 private:
-    bool IsBlurring(GraphicsDeviceGL2& device) const;
+    bool IsWanted(GraphicsDeviceGL2& device) const;
     void Blur(GraphicsDeviceGL2& device, TextureGL2* pSource, float stepX, float stepY) const;
     void Composite(GraphicsDeviceGL2& device, RealFloat amount) const;
 

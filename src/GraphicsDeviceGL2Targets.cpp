@@ -49,6 +49,7 @@ bool GraphicsDeviceGL2::InitializeTargetBuffers() {
         }
     }
     m_nCurrentTarget = 0;
+    ChangeResourceState();
     return true;
 }
 

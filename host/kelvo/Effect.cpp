@@ -15,14 +15,27 @@ bool EffectResource::Init(GraphicsDevice&) {
 
 Effect::Effect() = default;
 
-// A copy fetches the shared resource itself, at its first update.
+// A copy fetches the shared resource itself, at its first use.
 Effect::Effect(Effect const& other) : Referenced(other), ITraceable(other) {}
 
 Effect::~Effect() = default;
 
 bool Effect::Init(GraphicsDevice& device) {
+    unsigned long long const nState = device.GetResourceState();
+    if (nState == m_nFailedState) {
+        return false; // nothing has changed since it could not be had
+    }
     EffectResource* const pResource = device.GetEffectResource(GetResourceClassID());
     m_fInitialized = pResource && InternalInit(pResource);
+    if (!m_fInitialized) {
+        if (m_nFailedState == 0) {
+            Debug::TraceFormat(
+                TraceLevel::Error,
+                u"[kelvo] An effect of class %u has no resource: what it is on is drawn without it",
+                GetClassID());
+        }
+        m_nFailedState = nState;
+    }
     return m_fInitialized;
 }
 
@@ -30,11 +43,6 @@ void Effect::Update(GraphicsDevice& device, RealFloat const& frame, RealFloat co
     UpdateContext context;
     context.m_pDevice = &device;
     GetProperties().Update(context, frame);
-    if (!m_fInitialized && !Init(device) && !m_fInitFailed) {
-        m_fInitFailed = true;
-        Debug::TraceFormat(TraceLevel::Error,
-                           u"[kelvo] An effect of class %u has no resource and draws nothing", GetClassID());
-    }
     InternalUpdate(device, frame, delta, fForce);
 }
 

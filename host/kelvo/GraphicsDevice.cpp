@@ -3,6 +3,9 @@
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/EffectResource.h"
 
+#include <atomic>
+#include <climits>
+
 namespace trevik::kelvo {
 
 namespace {
@@ -10,23 +13,41 @@ namespace {
 /** Hits on one plane come out at distances that differ by rounding only. */
 constexpr RealFloat DistanceTolerance = RealFloat(0.0001);
 
+/** The sum, or the nearest number that there is. */
+int AddWithin(int nStart, int nLength) {
+    long long const nEnd = static_cast<long long>(nStart) + nLength;
+    return static_cast<int>(nEnd < INT_MIN ? INT_MIN : nEnd > INT_MAX ? INT_MAX : nEnd);
+}
+
 } // namespace
 
 GraphicsDevice::GraphicsDevice()
-    : m_clearColor(ColorT<RealFloat>::Black), m_highlightColor(ColorT<RealFloat>::Black) {}
+    : m_clearColor(ColorT<RealFloat>::Black), m_highlightColor(ColorT<RealFloat>::Black) {
+    static std::atomic<unsigned int> s_nDevices{0};
+    m_nResourceState = (s_nDevices.fetch_add(1, std::memory_order_relaxed) + 1ull) << 32;
+}
 
 GraphicsDevice::~GraphicsDevice() = default;
 
 bool GraphicsDevice::Initialize(void*, DeviceFormat::Enum format, SizeT<int> const& size) {
     m_format = format;
     m_size = size;
+    ChangeResourceState();
     return true;
 }
 
 bool GraphicsDevice::Reset(RectangleT<int> const& rectangle) {
     m_size = SizeT<int>(rectangle.GetWidth(), rectangle.GetHeight());
-    m_viewport = rectangle;
+    RecordViewport(rectangle);
     return true;
+}
+
+/** Applications that set the same viewport in each frame change nothing. */
+void GraphicsDevice::RecordViewport(RectangleT<int> const& viewport) {
+    if (viewport != m_viewport) {
+        m_viewport = viewport;
+        ChangeResourceState();
+    }
 }
 
 void GraphicsDevice::SetClearColor(ColorT<RealFloat> const& color) {
@@ -43,11 +64,11 @@ void GraphicsDevice::Clear() {
 }
 
 void GraphicsDevice::SetViewport(RectangleT<int> const& rectangle) {
-    m_viewport = rectangle;
+    RecordViewport(rectangle);
 }
 
 void GraphicsDevice::SetViewport(int nX, int nY, int nWidth, int nHeight) {
-    m_viewport = RectangleT<int>(nX, nY, nX + nWidth, nY + nHeight);
+    RecordViewport(RectangleT<int>(nX, nY, AddWithin(nX, nWidth), AddWithin(nY, nHeight)));
 }
 
 RectangleT<int> GraphicsDevice::GetViewport() const {

@@ -16,28 +16,36 @@ struct Lit {
     void Update(RealFloat frame = 0) { m_pSprite->Update(m_device, frame); }
 };
 
-TEST(Effect, FetchesItsResourceAtItsFirstUpdate) {
+TEST(Effect, FetchesItsResourceWhenItIsFirstDrawnWith) {
     Lit lit;
     lit.m_device.m_pResource = new EffectResource;
+    lit.Update();
+    EXPECT_EQ(lit.m_pEffect->m_nUpdates, 1u);
     EXPECT_FALSE(lit.m_pEffect->IsInitialized());
-    lit.Update();
-    EXPECT_TRUE(lit.m_pEffect->IsInitialized());
+    EXPECT_EQ(lit.m_device.m_nResourceRequests, 0u);
+    EXPECT_TRUE(lit.m_pEffect->Prepare(lit.m_device));
     EXPECT_EQ(lit.m_pEffect->m_pGiven, lit.m_device.m_pResource.Get());
-    lit.Update();
+    EXPECT_TRUE(lit.m_pEffect->Prepare(lit.m_device));
     EXPECT_EQ(lit.m_device.m_nResourceRequests, 1u);
-    EXPECT_EQ(lit.m_pEffect->m_nUpdates, 2u);
 }
 
-TEST(Effect, WithoutAResourceItSaysSoOnceAndTriesAgain) {
+TEST(Effect, WithoutAResourceItSaysSoOnceAndTriesAgainWhenTheDeviceChanges) {
     Lit lit;
     TraceLog log;
-    lit.Update();
-    lit.Update();
-    EXPECT_EQ(log.GetLines().size(), 1u);
-    EXPECT_FALSE(lit.m_pEffect->IsInitialized());
+    Effect& effect = *lit.m_pEffect;
+    EXPECT_FALSE(effect.Prepare(lit.m_device));
+    EXPECT_FALSE(effect.Prepare(lit.m_device));
+    EXPECT_EQ(lit.m_device.m_nResourceRequests, 1u);
+    lit.m_device.SetViewport(0, 0, 3, 2);
+    EXPECT_FALSE(effect.Prepare(lit.m_device));
     lit.m_device.m_pResource = new EffectResource;
-    lit.Update();
-    EXPECT_TRUE(lit.m_pEffect->IsInitialized());
+    lit.m_device.SetViewport(0, 0, 3, 2);
+    EXPECT_FALSE(effect.Prepare(lit.m_device)) << "the viewport is what it was";
+    EXPECT_EQ(lit.m_device.m_nResourceRequests, 2u);
+    EXPECT_EQ(log.GetLines().size(), 1u);
+    TestDevice other;
+    other.m_pResource = lit.m_device.m_pResource;
+    EXPECT_TRUE(effect.Prepare(other));
 }
 
 TEST(Effect, ItsPropertiesFollowTheNodesFrames) {
@@ -72,7 +80,7 @@ TEST(Effect, ACopyHasTheValuesAndFetchesItsOwnResource) {
     Lit lit;
     lit.m_device.m_pResource = new EffectResource;
     lit.m_pEffect->GetAmountProperty().SetValue(RealFloat(0.25));
-    lit.Update();
+    EXPECT_TRUE(lit.m_pEffect->Prepare(lit.m_device));
     Ref<Effect> const pCopy(lit.m_pEffect->Clone());
     EXPECT_FALSE(pCopy->IsInitialized());
     EXPECT_EQ(static_cast<TestEffect&>(*pCopy).GetAmountProperty().GetValue(), RealFloat(0.25));

@@ -19,7 +19,7 @@ protected:
         m_pTimeline->AddEffect(m_pEffect.Get());
         m_pSprite = MakeSprite(10, 10);
         m_pTimeline->Attach(m_pSprite.Get());
-        m_pTimeline->Update(Device(), 0);
+        m_pEffect->Prepare(Device());
         Clear();
     }
 
@@ -45,8 +45,7 @@ TEST_F(GaussianBlur, MakesTwoHalfSizedTargetsAndTwoProgramsOnce) {
     }
     EXPECT_EQ(Counts(Object::Program).live, 13);
     Ref<GaussianBlurEffectGL2> const pOther(new GaussianBlurEffectGL2);
-    pOther->Update(Device(), 0, 0, true);
-    EXPECT_TRUE(pOther->IsInitialized());
+    EXPECT_TRUE(pOther->Prepare(Device()));
     EXPECT_EQ(Counts(Object::Program).created, 13);
 }
 

@@ -179,7 +179,9 @@ TYPED_TEST(EitherEffect, WithoutItsResourceTheSpriteDrawsItself) {
     EXPECT_EQ(this->DrawOnce().state.program, this->ProgramName(0));
     EXPECT_EQ(Counts(Object::Program).live, 11);
     Succeed("glLinkProgram");
-    EXPECT_NE(this->DrawOnce().streams.at(0).type, GLenum(GL_FLOAT)) << "the next update has tried again";
+    EXPECT_EQ(this->DrawOnce().streams.at(0).type, GLenum(GL_FLOAT)) << "nothing has changed";
+    this->Device().SetViewport(0, 0, 9, 9);
+    EXPECT_NE(this->DrawOnce().streams.at(0).type, GLenum(GL_FLOAT));
 }
 
 } // namespace

@@ -40,11 +40,16 @@ public:
 
     /**
      * Fetches the shared resource from the device and hands it to InternalInit; true once that has succeeded.
+     * After a failure, the first of which is traced, it answers false until the device's resource state
+     * changes.
      */
     virtual bool Init(GraphicsDevice& device);
-    /** Brings the effect's properties to `frame`; initialises the effect on first use. */
+    /** Brings the effect's properties to `frame`. */
     virtual void Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce);
-    /** Called by a timeline with the effect before its children are drawn. */
+    /**
+     * Called by a timeline with the effect before its children are drawn. Effects that need the shared
+     * resource call Prepare first, here and in the next ones.
+     */
     virtual void PreRender(GraphicsDevice& device);
     /** Called by a timeline with the effect after its children have been drawn. */
     virtual void PostRender(GraphicsDevice& device);
@@ -64,6 +69,8 @@ public:
     /** The effect's animated properties; registered on first use. */
     PropertyList& GetProperties();
     bool IsInitialized() const { return m_fInitialized; }
+    /** Initialises the effect when it is first used in drawing; whether it is initialised. Render thread. */
+    bool Prepare(GraphicsDevice& device) { return m_fInitialized || Init(device); }
     bool Save(Serializer& serializer);
     bool Load(Deserializer& deserializer);
 
@@ -73,7 +80,7 @@ protected:
 private:
     bool m_fRegistered = false;
     bool m_fInitialized = false;
-    bool m_fInitFailed = false; ///< traced once; tried again at the next update
+    unsigned long long m_nFailedState = 0; ///< of the device when Init failed last; 0: it never has
 };
 
 } // namespace trevik::kelvo

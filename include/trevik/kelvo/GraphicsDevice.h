@@ -125,6 +125,12 @@ public:
      */
     EffectResource* CreateEffectResource(unsigned int nClassID);
 
+    /**
+     * A number, never 0, that changes with what effect resources are made from: the start, the viewport, and
+     * what the back end has for them. No two devices have the same.
+     */
+    unsigned long long GetResourceState() const { return m_nResourceState; }
+
     /** While highlighting is on, everything is drawn in the highlight colour. */
     void SetHighlight(bool fEnabled, ColorT<RealFloat> const& color);
     bool IsHighlightEnabled() const { return m_fHighlight; }
@@ -136,6 +142,9 @@ public:
     SizeT<int> const& GetSize() const { return m_size; }
 
 protected:
+    /** Gives GetResourceState another number. */
+    void ChangeResourceState() { ++m_nResourceState; }
+
     DeviceFormat::Enum m_format = DeviceFormat::RGB565;
     SizeT<int> m_size;
     RectangleT<int> m_viewport;
@@ -149,6 +158,7 @@ private:
     List<SelectionPoint>* m_pSelected = nullptr;
     ColorT<RealFloat> m_highlightColor;
     bool m_fHighlight = false;
+    unsigned long long m_nResourceState; ///< changes, above the device's number in the upper half
 };
 
 } // namespace trevik::kelvo
