@@ -215,7 +215,10 @@ EGLBoolean GraphicsDeviceGL2::eglDestroyImageKHR(EGLDisplay display, EGLImageKHR
 }
 
 void GraphicsDeviceGL2::CloseDisplay() {
-    eglMakeCurrent(m_eglDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    // Some EGLs take no context without a display, most take it with one only.
+    if (!eglMakeCurrent(EGL_NO_DISPLAY, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)) {
+        eglMakeCurrent(m_eglDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
+    }
     if (m_eglSurface != EGL_NO_SURFACE) {
         eglDestroySurface(m_eglDisplay, m_eglSurface);
         m_eglSurface = EGL_NO_SURFACE;

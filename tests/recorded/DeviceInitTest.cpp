@@ -188,7 +188,9 @@ TEST_F(DeviceInit, EachFailureIsTracedOnceStopsThereAndLeavesWhatGoesWithTheDevi
         char const* notCalled;
         Strings destruction;
     };
-    std::string const release = "eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)";
+    std::string const release =
+        "eglMakeCurrent(EGL_NO_DISPLAY, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)";
+    std::string const withDisplay = "eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)";
     std::string const surface = "eglDestroySurface(display, surface1)";
     std::string const context = "eglDestroyContext(display, context1)";
     std::string const terminate = "eglTerminate(display)";
@@ -198,7 +200,11 @@ TEST_F(DeviceInit, EachFailureIsTracedOnceStopsThereAndLeavesWhatGoesWithTheDevi
         {"eglChooseConfig", " failed:", "", "eglCreateWindowSurface", {release, terminate}},
         {"eglCreateWindowSurface", " failed -", "\n", "eglCreateContext", {release, terminate}},
         {"eglCreateContext", " failed -", "\n", "eglMakeCurrent", {release, surface, terminate}},
-        {"eglMakeCurrent", " failed: 0 -", "\n", "glClearStencil", {release, surface, context, terminate}},
+        {"eglMakeCurrent",
+         " failed: 0 -",
+         "\n",
+         "glClearStencil",
+         {release, withDisplay, surface, context, terminate}}, // which still fails
     };
     for (Case const& test : cases) {
         SCOPED_TRACE(test.function);
@@ -308,10 +314,11 @@ TEST_F(DeviceInit, DestructionReleasesGlObjectsBeforeTheContextGoes) {
     Clear();
     m_pDevice.reset();
     EXPECT_EQ(pCamera->GetReferenceCount(), 1);
-    EXPECT_TRUE(CallsInOrder({"glDeleteProgram", "glDeleteTextures",
-                              "eglMakeCurrent(display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)",
-                              "eglDestroySurface(display, surface1)", "eglDestroyContext(display, context1)",
-                              "eglTerminate(display)"}));
+    EXPECT_TRUE(
+        CallsInOrder({"glDeleteProgram", "glDeleteTextures",
+                      "eglMakeCurrent(EGL_NO_DISPLAY, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)",
+                      "eglDestroySurface(display, surface1)", "eglDestroyContext(display, context1)",
+                      "eglTerminate(display)"}));
     EXPECT_TRUE(CallsWithoutContext().empty());
     EXPECT_EQ(Counts(Object::Program).live, 0);
     EXPECT_EQ(Counts(Object::Shader).live, 0);
