@@ -53,8 +53,8 @@ void VertexAttribSetup_GaussianBlurEffect_Blend(ShaderProgramGL2* pProgram) {
 
 bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
     RectangleT<int> const viewport = device.GetViewport();
-    int const nWidth = viewport.right - viewport.left;
-    int const nHeight = viewport.bottom - viewport.top;
+    int const nWidth = viewport.GetWidth();
+    int const nHeight = viewport.GetHeight();
     if (!CreateTargets(nWidth / 2, nHeight / 2)) {
         return false;
     }

@@ -19,6 +19,7 @@
 
 #include <GLES2/gl2.h>
 
+#include <climits>
 #include <new>
 
 namespace trevik::kelvo {
@@ -26,6 +27,7 @@ namespace trevik::kelvo {
 pthread_t GraphicsDeviceGL2::m_renderThreadId;
 QueueDispatcher GraphicsDeviceGL2::m_dispatcher;
 std::atomic<unsigned int> GraphicsDeviceGL2::ms_nContext{0};
+int GraphicsDeviceGL2::ms_nMaximumTextureSize = INT_MAX;
 
 namespace {
 
@@ -84,6 +86,9 @@ bool GraphicsDeviceGL2::Initialize(void* pWindow, DeviceFormat::Enum format, Siz
         return false;
     }
     SetFixedState();
+    GLint nMaximumSide = 0;
+    glGetIntegerv(GL_MAX_TEXTURE_SIZE, &nMaximumSide);
+    ms_nMaximumTextureSize = nMaximumSide > 0 ? nMaximumSide : INT_MAX;
     if (!CreateDefaultCamera(size) || !InitializeShaders()) {
         return false;
     }

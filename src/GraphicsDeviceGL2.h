@@ -95,7 +95,8 @@ public:
      * GL_RGB, and those of PixelAlignment.
      * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
      * comes without a reference.
-     * @return false, without a message, for other surfaces and when GL refuses, with the texture as it was;
+     * @return false, without a message, for other surfaces, promoted textures, rectangles out of GL's range
+     * and when GL refuses, with the texture as it was;
      * without memory for the pixels as well, where the texture is deleted even if it was the caller's,
      * intended, and null afterwards.
      */
@@ -229,6 +230,8 @@ public:
 
     /** Whether the calling thread is the render thread. Any thread. */
     static bool InRenderThread() { return pthread_equal(m_renderThreadId, pthread_self()) != 0; }
+    /** The longest side of a texture, by the device that was initialised last; no limit before. */
+    static int GetMaximumTextureSize() { return ms_nMaximumTextureSize; }
     /** The queue of work for the render thread, one for all devices. Any thread. */
     static Dispatcher* GetDispatcher() { return &m_dispatcher; }
     /**
@@ -285,6 +288,8 @@ private:
     static pthread_t m_renderThreadId;
     static QueueDispatcher m_dispatcher;
     static std::atomic<unsigned int> ms_nContext;
+    static int ms_nMaximumTextureSize;
+    static constexpr unsigned int ms_nNoUpdates = 0; ///< of no camera
     static PFNEGLCREATEIMAGEKHRPROC ms_pfnCreateImageKHR;
     static PFNEGLDESTROYIMAGEKHRPROC ms_pfnDestroyImageKHR;
 };

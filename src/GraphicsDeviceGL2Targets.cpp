@@ -121,6 +121,17 @@ struct PixelArea {
     GLsizei m_nHeight;
 };
 
+/** Counts from the lower edge what counts from the upper one; false when numbers are out of GL's range. */
+bool GetArea(RectangleT<int> const& rectangle, RectangleT<int> const& viewport, PixelArea& area) {
+    using Wide = long long;
+    Wide const nWidth = Wide(rectangle.right) - rectangle.left;
+    Wide const nHeight = Wide(rectangle.bottom) - rectangle.top;
+    Wide const nY = Wide(viewport.bottom) - viewport.top - rectangle.bottom;
+    area = {rectangle.left, static_cast<GLint>(nY), static_cast<GLsizei>(nWidth),
+            static_cast<GLsizei>(nHeight)};
+    return area.m_nWidth == nWidth && area.m_nHeight == nHeight && area.m_nY == nY;
+}
+
 /** Reads bytes of a format; false when GL reports an error. */
 bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
     unsigned int const nPixelBytes = format == GL_RGB ? 3 : 4;
@@ -179,11 +190,14 @@ bool GraphicsDeviceGL2::ReadPixels(RectangleT<int> const& rectangle, Texture** p
 /** Changes the texture only once everything has been read. */
 GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const& rectangle,
                                                           TextureGL2& texture) {
-    SizeT<int> const size(rectangle.right - rectangle.left, rectangle.bottom - rectangle.top);
+    RectangleT<int> const viewport = GetViewport();
+    PixelArea area;
     ReadFormat const read = ChooseReadFormat();
-    if (read.format == 0) {
+    // The surfaces of a promoted texture are its picture, so it takes no other one.
+    if (texture.Count() != 0 || read.format == 0 || !GetArea(rectangle, viewport, area)) {
         return ReadResult::Refused;
     }
+    SizeT<int> const size(area.m_nWidth, area.m_nHeight);
     PixelBuffer pixels;
     List<MipLevel> levels;
     unsigned int const nBytes = Texture::GetImageSize(size.width, size.height, read.textureFormat);
@@ -192,15 +206,10 @@ GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const&
         !levels.Append(MipLevel{size.width, size.height, 0, static_cast<int>(nBytes)})) {
         return ReadResult::OutOfMemory;
     }
-    RectangleT<int> const viewport = GetViewport();
-    int const nY = viewport.bottom - viewport.top - rectangle.top - size.height;
-    PixelArea const area = {rectangle.left, nY, size.width, size.height};
     if (!ReadArea(area, read.format, pixels.GetData())) {
         return ReadResult::Refused;
     }
-    if (!texture.IsPromoted()) {
-        texture.ReleaseGLTexture(); // the next draw shows what has been read now
-    }
+    texture.ReleaseGLTexture(); // the next draw shows what has been read now
     texture.SetSize(size.width, size.height);
     texture.SetFormat(read.textureFormat);
     texture.GetPixelData().GetBuffer().Swap(pixels);

@@ -293,9 +293,8 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
                                Vector4T<RealFloat>(own.x, own.y, own.z, m_rEffectiveOpacity));
     }
     pProgram->SetSampler(UniformNames::sDistribution, static_cast<TextureGL2*>(s_antialiasFilter.Get()), 0);
-    RectangleT<int> const viewport = device.GetViewport();
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::fVPHeight,
-                           static_cast<RealFloat>(viewport.bottom - viewport.top));
+                           static_cast<RealFloat>(device.GetViewport().GetHeight()));
     glVertexAttribPointer(VertexAttributeIndex::Position, 4, GL_FLOAT, GL_FALSE, 0, points);
     constexpr GLsizei Stride = EquationsPerVertex * sizeof(Vector3T<RealFloat>);
     for (unsigned int i = 0; i < EquationsPerVertex; ++i) {

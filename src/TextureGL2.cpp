@@ -303,6 +303,12 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
         return 0;
     }
     List<MipLevel> const& list = levels.GetValue();
+    for (MipLevel const& level : list) {
+        int const nLimit = GraphicsDeviceGL2::GetMaximumTextureSize();
+        if (level.m_nWidth > nLimit || level.m_nHeight > nLimit) {
+            return 0; // drivers have been seen to abort
+        }
+    }
     GLuint nName = 0;
     glGenTextures(1, &nName);
     glBindTexture(GL_TEXTURE_2D, nName);

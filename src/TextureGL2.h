@@ -71,8 +71,8 @@ public:
 
     /**
      * The GL name of the image, or of its colour when the alpha is separate; made on first use, which is
-     * counted in statistic 37 and announced as "Create Texture: WxH(bytes)". 0 when there are no pixels or
-     * the format cannot be uploaded.
+     * counted in statistic 37 and announced as "Create Texture: WxH(bytes)". 0 when there are no pixels, the
+     * format cannot be uploaded, or a side is longer than the driver takes.
      */
     unsigned int GetGLTexture() {
         unsigned int const nName = m_nGLTexture.load(std::memory_order_acquire);
@@ -98,7 +98,8 @@ public:
      * glBindTexture, glTexParameteri, then glTexImage2D or glCompressedTexImage2D with glGetError for each
      * level, with the calls of PixelAlignment around them.
      * @param nFormat a TextureFormat::Enum; ETC1_Alpha uploads the alpha planes behind the colour planes.
-     * @return the GL name; 0 without data and for formats that cannot be uploaded.
+     * @return the GL name; 0 without data, for formats that cannot be uploaded, and, without a call, for
+     * sides beyond GL_MAX_TEXTURE_SIZE.
      */
     unsigned int CreateGLTexture(void const* pData, ListProperty<MipLevel> const& levels, int nFormat) const;
     /**

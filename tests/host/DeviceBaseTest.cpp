@@ -1,6 +1,9 @@
 #include <gtest/gtest.h>
 
 #include "TestNodes.h"
+#include "trevik/Allocation.h"
+
+#include <climits>
 
 namespace trevik::kelvo::test {
 namespace {
@@ -45,6 +48,15 @@ TEST(DeviceBase, TransformsAreStackedInnerFirst) {
     EXPECT_EQ(device.GetTransformMatrix(), grow) << "push sets";
     device.Clear();
     EXPECT_EQ(device.GetTransformMatrix(), Matrix::Identity);
+}
+
+TEST(DeviceBase, AViewportEndsWhereNumbersEnd) {
+    TestDevice device;
+    GraphicsDevice& base = device;
+    base.SetViewport(5, INT_MIN, INT_MAX, -5);
+    EXPECT_EQ(base.GetViewport(), RectangleT<int>(5, INT_MIN, INT_MAX, INT_MIN));
+    EXPECT_TRUE(base.Reset(RectangleT<int>(INT_MIN, INT_MAX, INT_MAX, INT_MIN)));
+    EXPECT_EQ(base.GetSize(), SizeT<int>(INT_MAX, INT_MIN));
 }
 
 TEST(DeviceBase, HitsAreSortedAndOfEqualOnesTheLastComesFirst) {

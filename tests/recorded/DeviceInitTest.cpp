@@ -46,7 +46,7 @@ TEST_F(DeviceInit, ConstructionAndDestructionCallNothing) {
 TEST_F(DeviceInit, BringsUpEglThenFixedStateThenTheProgramsThenTheRest) {
     ASSERT_TRUE(InitializeDevice());
     std::vector<Call> const calls = Calls();
-    std::vector<Call> const start(calls.begin(), calls.begin() + 21);
+    std::vector<Call> const start(calls.begin(), calls.begin() + 20);
     EXPECT_TRUE(CallsAre(
         {"eglGetDisplay(*)",
          "eglInitialize(display, *, *)",

@@ -321,13 +321,29 @@ TEST_F(ReadBack, ARefusalLeavesTheCallersTextureAndMakesNone) {
     }
 }
 
-TEST_F(ReadBack, ARectangleLargerThanAnyMemoryIsNotRead) {
+TEST_F(ReadBack, WhatCannotBeReadIsNotAskedFor) {
     SetColorBits(8, 8, 8);
-    Clear();
-    trevik::kelvo::Texture* pTexture = nullptr;
-    EXPECT_FALSE(Device().ReadPixels(RectangleT<int>(0, 0, 40000, 40000), &pTexture));
-    EXPECT_EQ(pTexture, nullptr);
-    EXPECT_EQ(Count("glReadPixels"), 0u);
+    Ref<TextureGL2> const pPromoted = MakeTexture(4, 3);
+    ASSERT_TRUE(pPromoted->Promote(false));
+    struct Case {
+        char const* name;
+        RectangleT<int> area;
+        TextureGL2* pGiven;
+    };
+    Case const cases[] = {{"larger than any memory", {0, 0, 40000, 40000}, nullptr},
+                          {"too wide a number", {INT_MIN, 0, INT_MAX, 1}, nullptr},
+                          {"too high a number", {0, INT_MIN, 1, INT_MAX}, nullptr},
+                          {"too far away", {0, INT_MIN, 1, INT_MIN + 1}, nullptr},
+                          {"into surfaces", {0, 0, 4, 3}, pPromoted.Get()}};
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.name);
+        Clear();
+        trevik::kelvo::Texture* pTexture = test.pGiven;
+        EXPECT_FALSE(Device().ReadPixels(test.area, &pTexture));
+        EXPECT_EQ(pTexture, test.pGiven);
+        EXPECT_EQ(Count("glReadPixels"), 0u);
+    }
+    EXPECT_EQ(pPromoted->Count(), 1);
 }
 
 TEST_F(ReadBack, WithoutMemoryEvenTheCallersTextureGoes) {

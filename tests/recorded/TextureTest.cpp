@@ -112,6 +112,18 @@ TEST_F(TextureTest, AFormatThatCannotBeUploadedLeavesItsNameBehindBound) {
     EXPECT_TRUE(m_diagnostics.Messages().empty());
 }
 
+TEST_F(TextureTest, ASideBeyondTheDriversLimitIsNotUploaded) {
+    for (SizeT<int> const size : {SizeT<int>(33554432, 1), SizeT<int>(1, 4097)}) {
+        Ref<TextureGL2> const pTexture = MakeTexture(6);
+        List<MipLevel> levels;
+        levels.Append(MipLevel{size.width, size.height, 0, 64});
+        pTexture->GetMipLevels().SetValue(levels);
+        Clear();
+        EXPECT_EQ(pTexture->GetGLTexture(), 0u);
+        EXPECT_CALLS();
+    }
+}
+
 TEST_F(TextureTest, FiltersByLevelsAndDepth) {
     struct Case {
         int format;
