@@ -141,12 +141,12 @@ bool GraphicsDeviceGL2::HitProjection(Matrix4T<RealFloat> const& model, Vector3T
                                       Vector3T<RealFloat> const& p1, Vector3T<RealFloat> const& p2,
                                       Vector2T<RealFloat>& uv, RealFloat& distance) {
     Matrix4T<RealFloat> const modelView = model * GetViewMatrix();
-    // Projections of large pictures have tiny determinants, which are no reason to give up.
-    constexpr double AnyDeterminant = 0;
+    // Orthographic projections of many units have no inverse here: their rays would go through an eye's place
+    // that they do not have. Intended.
     Matrix4T<RealFloat> fromViewport;
     Matrix4T<RealFloat> fromProjection;
-    if (!Matrix4Inverse(GetViewportMatrix(), fromViewport, AnyDeterminant) ||
-        !Matrix4Inverse(GetProjectionMatrix(), fromProjection, AnyDeterminant)) {
+    if (!Matrix4Inverse(GetViewportMatrix(), fromViewport) ||
+        !Matrix4Inverse(GetProjectionMatrix(), fromProjection)) {
         return false;
     }
     Vector2T<RealFloat> const selection = GetSelectionPoint();

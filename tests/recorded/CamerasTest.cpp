@@ -256,12 +256,13 @@ TEST_F(Picking, AViewportWithoutAreaHitsNothing) {
     EXPECT_FALSE(Hit(Matrix::Identity, {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
 }
 
-TEST_F(Picking, AProjectionWithATinyDeterminantStillWorks) {
-    // A large flat picture: 2 / 2000 * 2 / 2000 * 2 / 990 is far below what a general inverse would call
-    // singular.
-    Device().PushCamera2D(2001, 2001);
+TEST_F(Picking, BelowAnOrthographicCameraOfScreenSizeNothingIsHit) {
+    // 2 / 800 * 2 / 480 * 2 / 990 is far below what the general inverse calls singular.
+    Device().PushCamera2D(801, 481);
     Device().SetCameraDepth(false);
-    EXPECT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, -20)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
+    PointAt(320, 240);
+    EXPECT_FALSE(
+        Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, -20)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
 }
 
 } // namespace
