@@ -40,8 +40,8 @@ bool FramebufferGL2::Create(InitParams const& params) {
     if (!m_pColorTexture || !PrepareTexture(*m_pColorTexture, params.colorFormat)) {
         return false;
     }
-    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D,
-                           m_pColorTexture->GetGLTexture(), 0);
+    glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_pColorTexture->GetGLName(),
+                           0);
     // Whether it can be drawn to is what the status below tells.
     static_cast<void>(glGetError());
     if (params.depthStencil) {
@@ -83,7 +83,7 @@ bool FramebufferGL2::PrepareTexture(TextureGL2& texture, TextureFormat::Enum for
 void FramebufferGL2::AttachDepthStencil() const {
     for (GLenum const attachment : {GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT}) {
         if (m_pDepthTexture) {
-            glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, m_pDepthTexture->GetGLTexture(),
+            glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, m_pDepthTexture->GetGLName(),
                                    0);
         } else {
             glFramebufferRenderbuffer(GL_FRAMEBUFFER, attachment, GL_RENDERBUFFER, m_nDepthRenderbuffer);

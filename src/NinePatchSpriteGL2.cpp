@@ -118,7 +118,7 @@ bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
     List<RealFloat>& x = m_cutPositions[0];
     List<RealFloat>& v = m_cutCoords[1];
     List<RealFloat>& y = m_cutPositions[1];
-    // An axis that ran out of memory has fewer lines; the grid below then has fewer cells.
+    // Where a list could not grow, the two of its axis differ in length or are empty, and there is no grid.
     static_cast<void>(EvaluateVertices(m_horizontalBands, static_cast<RealFloat>(size.width),
                                        m_pTexture->GetWidth(), scale.x, u, x));
     static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height),
@@ -182,14 +182,15 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         SpriteGL2::InternalRenderNonBlended(device);
         return;
     }
+    if (m_textureCoords.IsEmpty()) {
+        return; // Never loaded: whatever stream was set before belongs to others, and may be gone.
+    }
     TextureGL2* const pTexture = GetTextureGL2();
     // Unlike a sprite, a grid has no calls around its draw, no rows swapped for promoted textures and no
     // antialiased edges: intended.
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
-    if (!m_textureCoords.IsEmpty()) {
-        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
-                              m_gridTextureCoords.GetData());
-    }
+    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
+                          m_gridTextureCoords.GetData());
     ShaderProgramGL2* const pProgram =
         device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat()));
     device.SetActiveShader(pProgram);

@@ -27,7 +27,7 @@ public:
     void InternalRender(GraphicsDevice& device) override;
     /**
      * Draws the grid as one indexed triangle list; without a texture or bands, or when it cannot be built,
-     * the sprite.
+     * the sprite. Nothing before Load.
      */
     void InternalRenderNonBlended(GraphicsDeviceGL2& device) override;
 

@@ -159,24 +159,23 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         int const nProgram = ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat());
         pProgram = fPlainTexture ? device.GetShader(nProgram) : nullptr;
         device.SetActiveShader(pProgram);
-        if (pProgram != nullptr) {
-            SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
+        if (__builtin_expect(pProgram == nullptr, false)) {
+            return; // the device is not up
         }
+        SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
+        SetColorParameter(device, *pProgram, true);
     } else {
         pProgram = device.GetShader(ProgramUntextured);
         device.SetActiveShader(pProgram);
-    }
-    if (pProgram != nullptr) {
-        SetColorParameter(device, *pProgram, pTexture != nullptr);
-    }
-    if (pTexture == nullptr) {
+        if (__builtin_expect(pProgram == nullptr, false)) {
+            return;
+        }
+        SetColorParameter(device, *pProgram, false);
         // Not an enumerant of OpenGL ES 2: it changes nothing and leaves GL_INVALID_ENUM behind. Intended.
         glDisable(GL_TEXTURE_2D);
     }
     SetPlainBlend();
-    if (pProgram != nullptr) {
-        SetTransformParameter(device, *pProgram);
-    }
+    SetTransformParameter(device, *pProgram);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     if (__builtin_expect(IsAntialiased(), false)) {
         RenderAntialiasedEdges(device, pTexture);

@@ -78,6 +78,8 @@ public:
         unsigned int const nName = m_nGLTexture.load(std::memory_order_acquire);
         return nName != 0 ? nName : CreateCountedGLTexture();
     }
+    /** The name that GetGLTexture gives, as it is: nothing is made, counted or announced for it. */
+    unsigned int GetGLName() const { return m_nGLTexture.load(std::memory_order_acquire); }
     /** The GL name of the separate alpha of an ETC1_RGBA texture; 0 for other formats. */
     unsigned int GetGLTextureAlpha() {
         if (m_nGLTexture == 0) {
