@@ -118,22 +118,14 @@ bool BlendModeResourceGL2::Init(GraphicsDevice&) {
     struct Program {
         Ref<ShaderProgramGL2>& pProgram;
         ProgramParts parts;
-        char16_t const* pName;
     } const programs[] = {
-        {m_colorDodgeProgram,
-         {ColorDodgeFragment, TexturedVertex, VertexAttribSetup_BlendMode_ColorDodge},
-         u"colour dodge"},
-        {m_multiplyProgram,
-         {MultiplyFragment, TexturedVertex, VertexAttribSetup_BlendMode_Multiply},
-         u"multiply"},
-        {m_screenProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Screen}, u"screen"},
-        {m_exclusionProgram,
-         {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Exclusion},
-         u"exclusion"},
+        {m_colorDodgeProgram, {ColorDodgeFragment, TexturedVertex, VertexAttribSetup_BlendMode_ColorDodge}},
+        {m_multiplyProgram, {MultiplyFragment, TexturedVertex, VertexAttribSetup_BlendMode_Multiply}},
+        {m_screenProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Screen}},
+        {m_exclusionProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Exclusion}},
     };
     for (Program const& program : programs) {
-        program.pProgram = BuildProgram(
-            program.parts, StringEncoded<UTF16Encoding>::Format(u"blend mode %s", program.pName));
+        program.pProgram = BuildProgram(program.parts);
         if (!program.pProgram) {
             return false;
         }

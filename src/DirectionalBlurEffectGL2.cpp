@@ -60,8 +60,7 @@ void VertexAttribSetup_DirectionalBlurEffect(ShaderProgramGL2* pProgram) {
 }
 
 bool DirectionalBlurResourceGL2::Init(GraphicsDevice&) {
-    m_program = BuildProgram({SmearFragment, SmearVertex, VertexAttribSetup_DirectionalBlurEffect},
-                             StringEncoded<UTF16Encoding>::FromLiteral(u"directional blur"));
+    m_program = BuildProgram({SmearFragment, SmearVertex, VertexAttribSetup_DirectionalBlurEffect});
     return static_cast<bool>(m_program);
 }
 

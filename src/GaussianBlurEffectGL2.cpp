@@ -12,7 +12,6 @@ namespace trevik::kelvo {
 namespace {
 
 using Source = StringLiteral<UTF16Encoding>;
-using Name = StringEncoded<UTF16Encoding>;
 
 // Nine taps whose weights sum up to 1.
 constexpr Source BlurFragment(uR"(precision mediump float;
@@ -58,13 +57,11 @@ bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
     if (!CreateTargets(nWidth / 2, nHeight / 2)) {
         return false;
     }
-    m_blurProgram = BuildProgram({BlurFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blur},
-                                 Name::FromLiteral(u"Gaussian blur, pass"));
+    m_blurProgram = BuildProgram({BlurFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blur});
     if (!m_blurProgram) {
         return false;
     }
-    m_blendProgram = BuildProgram({BlendFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blend},
-                                  Name::FromLiteral(u"Gaussian blur, composite"));
+    m_blendProgram = BuildProgram({BlendFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blend});
     m_texelWidth = 1.0f / static_cast<float>(nWidth);
     m_texelHeight = 1.0f / static_cast<float>(nHeight);
     return static_cast<bool>(m_blendProgram);

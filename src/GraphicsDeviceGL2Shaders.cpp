@@ -347,8 +347,8 @@ bool GraphicsDeviceGL2::InitializeShaders() {
             return false; // no memory for the table
         }
     }
-    for (unsigned int i = 0; i < CatalogueCount; ++i) {
-        if (!CompileProgram(*programs[i], Name::Format(u"built-in program %d", Catalogue[i].nId))) {
+    for (Ref<ShaderProgramGL2> const& pProgram : programs) {
+        if (!pProgram->Compile()) {
             return false;
         }
     }

@@ -25,20 +25,10 @@ inline Ref<ShaderProgramGL2> CreateProgram(ProgramParts const& parts) {
     return pProgram;
 }
 
-/** Compiles a program; when that fails, traces its sources under its name. Render thread. */
-inline bool CompileProgram(ShaderProgramGL2& program, StringEncoded<UTF16Encoding> const& sName) {
-    bool const fCompiled = program.Compile();
-    if (!fCompiled) {
-        program.TraceSources(sName);
-    }
-    return fCompiled;
-}
-
-/** Both of the above; null when one fails. */
-inline Ref<ShaderProgramGL2> BuildProgram(ProgramParts const& parts,
-                                          StringEncoded<UTF16Encoding> const& sName) {
+/** The same, compiled; null when that fails. Render thread. */
+inline Ref<ShaderProgramGL2> BuildProgram(ProgramParts const& parts) {
     Ref<ShaderProgramGL2> pProgram = CreateProgram(parts);
-    return pProgram && CompileProgram(*pProgram, sName) ? pProgram : Ref<ShaderProgramGL2>();
+    return pProgram && pProgram->Compile() ? pProgram : Ref<ShaderProgramGL2>();
 }
 
 /** Names the attributes of programs that take positions and texture coordinates. */

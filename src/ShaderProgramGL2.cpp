@@ -9,20 +9,6 @@ namespace {
 using Text16 = StringEncoded<UTF16Encoding>;
 using Text8 = StringEncoded<UTF8Encoding>;
 
-void TraceNumbered(char16_t const* pStage, Text16 const& sProgram, Text16 const& sSource) {
-    Text16 sMessage = Text16::Format(u"[kelvo] %s shader of %s:\n", pStage, sProgram.GetData());
-    unsigned int nStart = 0;
-    for (unsigned int nLine = 1; nStart < sSource.GetLength(); ++nLine) {
-        int const nEnd = sSource.Find(u'\n', nStart);
-        unsigned int const nStop = nEnd < 0 ? sSource.GetLength() : static_cast<unsigned int>(nEnd);
-        sMessage += Text16::Format(u"%4u: ", nLine);
-        sMessage.Append(sSource.GetData() + nStart, nStop - nStart);
-        sMessage.Append(u"\n");
-        nStart = nStop + 1;
-    }
-    Debug::Trace(TraceLevel::Debug, sMessage);
-}
-
 } // namespace
 
 ShaderProgramGL2::ShaderProgramGL2() = default;
@@ -128,13 +114,6 @@ void ShaderProgramGL2::TraceCompileLog(unsigned int nShader, char16_t const* pFo
         // stays empty.
         glGetProgramInfoLog(nShader, nLength, nullptr, log.GetData());
         Debug::TraceFormat(TraceLevel::Error, pFormat, log.GetData());
-    }
-}
-
-void ShaderProgramGL2::TraceSources(Text16 const& sProgram) const {
-    if (Debug::IsEnabled(TraceLevel::Debug)) {
-        TraceNumbered(u"vertex", sProgram, m_sVertexSource);
-        TraceNumbered(u"fragment", sProgram, m_sFragmentSource);
     }
 }
 

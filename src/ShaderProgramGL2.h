@@ -73,7 +73,8 @@ public:
     void SetVertexAttributeIndex(StringEncoded<UTF16Encoding> const& sName, VertexAttributeIndex::Enum index);
 
     /**
-     * Compiles and links the sources. On success every texture unit is free. Calls, in this order,
+     * Compiles and links the sources. On success there are as many texture units as GL has, all of them free
+     * the first time; units that samplers have from an earlier compilation stay theirs. Calls, in this order,
      * glGetBooleanv, glCreateProgram, glCreateShader, glShaderSource, glCompileShader, glAttachShader,
      * glBindAttribLocation, glLinkProgram and the queries that tell the outcome.
      * @return false without a message for a binary, a missing source or a driver without compiler, with the
@@ -81,12 +82,6 @@ public:
      * fails.
      */
     bool Compile();
-    /**
-     * Traces, at the debug level, both sources with line numbers under a name that says which program this
-     * is.
-     */
-    void TraceSources(StringEncoded<UTF16Encoding> const& sProgram) const;
-
     /** glUseProgram and glEnableVertexAttribArray for each attribute; nothing while bound already. */
     void Bind();
     /**
@@ -212,7 +207,7 @@ private:
     List<UniformLocation> m_uniforms; ///< in the order in which they were first asked for
     List<SamplerInfo> m_samplers;     ///< one for each texture unit
     bool m_fBound = false;
-    SlotLocations m_slotLocations; ///< what m_uniforms says of the names that have a slot
+    SlotLocations m_slotLocations;           ///< what m_uniforms says of the names that have a slot
     ShaderProgramGL2** m_ppActive = nullptr; ///< where a device keeps this as its active program
 };
 

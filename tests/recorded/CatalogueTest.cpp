@@ -102,18 +102,6 @@ TEST_F(CatalogueTest, IsRegisteredWholeBeforeTheFirstProgramIsCompiled) {
     EXPECT_CALLS(); // there is no program for it
 }
 
-TEST_F(CatalogueTest, AProgramThatDoesNotCompileIsNamedWithItsSources) {
-    Debug::SetMinimumLevel(TraceLevel::Debug);
-    FailAt("glLinkProgram", 4);
-    EXPECT_FALSE(Device().Initialize(nullptr, DeviceFormat::RGB565, SizeT<int>(8, 8)));
-    Strings const messages = m_diagnostics.Messages(TraceLevel::Debug);
-    ASSERT_EQ(messages.size(), 2u);
-    EXPECT_EQ(messages[0].compare(0, 45, "[kelvo] vertex shader of built-in program -4:"), 0) << messages[0];
-    EXPECT_EQ(messages[1].compare(0, 47, "[kelvo] fragment shader of built-in program -4:"), 0)
-        << messages[1];
-    EXPECT_NE(messages[1].find("\n   7:     if (tex.w < 0.1)\n"), std::string::npos) << messages[1];
-}
-
 TEST_F(CatalogueTest, TheSecondMatrixIsTheIdentityWhereThereIsOne) {
     BringUp();
     std::vector<float> const identity = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1};

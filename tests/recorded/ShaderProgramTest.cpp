@@ -173,18 +173,6 @@ TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProg
     }
 }
 
-TEST_F(ShaderProgram, TracesItsSourcesWithLineNumbersAtTheDebugLevelOnly) {
-    m_pProgram->SetSource(ShaderType::Vertex, u"first\n\nthird");
-    m_pProgram->SetSource(ShaderType::Fragment, u"only\n");
-    m_pProgram->TraceSources(u"it");
-    EXPECT_TRUE(m_diagnostics.Messages(TraceLevel::Debug).empty());
-    Debug::SetMinimumLevel(TraceLevel::Debug);
-    m_pProgram->TraceSources(u"it");
-    EXPECT_EQ(m_diagnostics.Messages(TraceLevel::Debug),
-              (Strings{"[kelvo] vertex shader of it:\n   1: first\n   2: \n   3: third\n",
-                       "[kelvo] fragment shader of it:\n   1: only\n"}));
-}
-
 TEST_F(ShaderProgram, CleanupDeletesVertexFragmentAndProgramOnce) {
     ASSERT_TRUE(m_pProgram->Compile());
     Clear();
