@@ -60,6 +60,7 @@ void CameraGL2::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, R
     // A world matrix without an inverse leaves the view matrix at the identity.
     static_cast<void>(Matrix4Inverse(m_worldMatrix, inverse));
     m_viewMatrix = inverse;
+    ++m_nUpdates;
 }
 
 Matrix4T<RealFloat> CameraGL2::GetViewMatrix() const {

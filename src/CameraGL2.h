@@ -30,9 +30,8 @@ public:
 
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
-    /** What GetViewMatrix and GetProjectionMatrix copy; valid until the next update. */
-    Matrix4T<RealFloat> const& ViewMatrix() const { return m_viewMatrix; }
-    Matrix4T<RealFloat> const& ProjectionMatrix() const { return m_projectionMatrix; }
+    /** Counts the updates, for whoever keeps the matrices; valid as long as the camera. */
+    unsigned int const* GetUpdateCount() const { return &m_nUpdates; }
     /**
      * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical
      * one. An empty view rectangle or equal near and far distances give non-finite elements.
@@ -49,6 +48,7 @@ private:
     Matrix4T<RealFloat> m_viewMatrix;
     Matrix4T<RealFloat> m_projectionMatrix;
     bool m_fProjectionDirty = true;
+    unsigned int m_nUpdates = 0;
 };
 
 } // namespace trevik::kelvo

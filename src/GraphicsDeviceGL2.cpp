@@ -115,6 +115,7 @@ void GraphicsDeviceGL2::SetFixedState() {
 }
 
 bool GraphicsDeviceGL2::CreateDefaultCamera(SizeT<int> const& size) {
+    ForgetMatrices();
     ReleaseAndForget(m_pDefaultCamera);
     CameraGL2* const pCamera = new (std::nothrow) CameraGL2;
     if (!pCamera) {

@@ -129,7 +129,11 @@ public:
      * camera.
      */
     void SetCameraDepth(bool fDepth) override {
-        m_fCameraDepth = (fDepth && m_nCameraDepth == 0) || m_cameras.IsEmpty();
+        bool const fFlag = (fDepth && m_nCameraDepth == 0) || m_cameras.IsEmpty();
+        if (__builtin_expect(fFlag != m_fCameraDepth, false)) {
+            m_fCameraDepth = fFlag;
+            ForgetMatrices();
+        }
     }
 
     /**
@@ -184,17 +188,21 @@ public:
      * Node space to clip space of the node being drawn: the model-view matrix, then the projection to draw
      * with.
      */
-    void GetModelViewProjection(Matrix4T<RealFloat>& out) const {
+    void GetModelViewProjection(Matrix4T<RealFloat>& out) {
         Matrix4Multiply(m_modelView, ProjectionMatrix(), out);
     }
-    /** What GetViewMatrix and GetProjectionMatrix copy; valid until cameras are pushed, popped or updated. */
-    Matrix4T<RealFloat> const& ViewMatrix() const {
-        CameraGL2 const* const pCamera = GetDrawingCamera();
-        return pCamera ? pCamera->ViewMatrix() : Matrix4T<RealFloat>::Identity;
+    /**
+     * What GetViewMatrix and GetProjectionMatrix answer, kept for all renderers: these two, and through them
+     * the camera's, are asked again at the first draw after Clear, after another camera has come to be drawn
+     * with, and after the camera's InternalUpdate. Valid until then.
+     */
+    Matrix4T<RealFloat> const& ViewMatrix() {
+        FetchMatrices();
+        return m_viewMatrix;
     }
-    Matrix4T<RealFloat> const& ProjectionMatrix() const {
-        CameraGL2 const* const pCamera = GetDrawingCamera();
-        return pCamera ? pCamera->ProjectionMatrix() : Matrix4T<RealFloat>::Identity;
+    Matrix4T<RealFloat> const& ProjectionMatrix() {
+        FetchMatrices();
+        return m_projectionMatrix;
     }
     /** Whether textured draws drop fragments of alpha below 0.1; off after each Clear. */
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
@@ -258,6 +266,18 @@ private:
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);
 
+    /** Lets ViewMatrix and ProjectionMatrix be asked anew; before a camera goes, too. */
+    void ForgetMatrices() {
+        m_pnCameraUpdates = &ms_nNoUpdates;
+        m_nUpdatesFetched = ms_nNoUpdates + 1;
+    }
+    void FetchMatrices() {
+        if (__builtin_expect(*m_pnCameraUpdates != m_nUpdatesFetched, false)) {
+            FetchMatricesAnew();
+        }
+    }
+    void FetchMatricesAnew();
+
     /** The camera whose matrices are drawn with; null means the identity. */
     CameraGL2* GetDrawingCamera() const {
         return m_fCameraDepth ? m_pDefaultCamera : m_cameras.IsEmpty() ? nullptr : m_cameras.Last();
@@ -277,6 +297,10 @@ private:
     ShaderProgramGL2* m_pActiveShader = nullptr; ///< borrowed
     Matrix4T<RealFloat> m_modelView;
     Matrix4T<RealFloat> m_viewportMatrix;
+    Matrix4T<RealFloat> m_viewMatrix;                         ///< as of m_nUpdatesFetched
+    Matrix4T<RealFloat> m_projectionMatrix;                   ///< the same
+    unsigned int const* m_pnCameraUpdates = &ms_nNoUpdates;   ///< of the camera to draw with; borrowed
+    unsigned int m_nUpdatesFetched = ms_nNoUpdates + 1;       ///< what that was then
     ShaderProgramGL2* m_pPostProcessShader = nullptr;         ///< one reference
     FramebufferGL2* m_pTargetBuffers[2] = {nullptr, nullptr}; ///< one reference each
     unsigned int m_nCurrentTarget = 0;

@@ -14,6 +14,7 @@ void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
     CameraGL2* const pCameraGL2 = static_cast<CameraGL2*>(pCamera);
     if (pCameraGL2 && m_cameras.Append(pCameraGL2)) {
         pCameraGL2->AddReference();
+        ForgetMatrices();
     }
 }
 
@@ -55,11 +56,21 @@ void GraphicsDeviceGL2::PopCameraDepth(bool fDepth) {
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewMatrix() {
-    return ViewMatrix();
+    CameraGL2 const* const pCamera = GetDrawingCamera();
+    return pCamera ? pCamera->GetViewMatrix() : Matrix4T<RealFloat>::Identity;
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetProjectionMatrix() {
-    return ProjectionMatrix();
+    CameraGL2 const* const pCamera = GetDrawingCamera();
+    return pCamera ? pCamera->GetProjectionMatrix() : Matrix4T<RealFloat>::Identity;
+}
+
+void GraphicsDeviceGL2::FetchMatricesAnew() {
+    CameraGL2 const* const pCamera = GetDrawingCamera();
+    m_pnCameraUpdates = pCamera ? pCamera->GetUpdateCount() : &ms_nNoUpdates;
+    m_nUpdatesFetched = *m_pnCameraUpdates;
+    m_viewMatrix = GetViewMatrix();
+    m_projectionMatrix = GetProjectionMatrix();
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {

@@ -86,8 +86,7 @@ void GraphicsDeviceGL2::DrawMasks(List<Mask*> const& masks) {
         return;
     }
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor, Vector4T<RealFloat>(1, 1, 1, 1));
-    pProgram->SetParameter(ShaderType::Vertex, UniformNames::mWorldToView,
-                           m_modelView * GetProjectionMatrix());
+    pProgram->SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, m_modelView * ProjectionMatrix());
     for (Mask* const pMask : masks) {
         MaskGeometry const& geometry = pMask->GetGeometry();
         glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, geometry.m_pVertices);

@@ -13,6 +13,7 @@ void GraphicsDeviceGL2::Clear() {
     SetAlphaTestEnabled(false);
     glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT);
     GraphicsDevice::Clear();
+    ForgetMatrices();
     SetActiveShader(nullptr);
 }
 

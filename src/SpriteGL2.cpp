@@ -104,8 +104,7 @@ void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
 }
 
 void SpriteGL2::InternalRender(GraphicsDevice& device) {
-    // The scope stands apart, so that while nobody profiles the draw is the last thing that happens here and
-    // needs no saved registers.
+    // The scope stands apart, so that it costs nothing while nobody profiles.
     if (__builtin_expect(ScopeCounter::IsProfiling(), false)) {
         ScopeCounter const counter(ScopeCounter::SpriteRender, true);
         Draw(static_cast<GraphicsDeviceGL2&>(device));
@@ -120,24 +119,22 @@ inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
     __builtin_prefetch(m_textureCoords.GetData());
     device.GraphicsDeviceGL2::SetCameraDepth(HasCameraDepth());
     device.LoadModelView(m_worldMatrix);
-    if (__builtin_expect((m_masks.GetCount() | m_effects.GetCount()) != 0, false)) {
-        DrawWithMasksAndEffects(device);
-    } else if (IsPlain()) {
+    device.PushMasks(m_masks);
+    bool const fDrawn = __builtin_expect(!m_effects.IsEmpty(), false) && DrawWithEffects(device);
+    if (!fDrawn && IsPlain()) {
         InternalRenderNonBlended(device);
     }
+    device.PopMasks(m_masks);
 }
 
-void SpriteGL2::DrawWithMasksAndEffects(GraphicsDeviceGL2& device) {
-    device.PushMasks(m_masks);
+/** Whether an effect has drawn the sprite. */
+bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
     // By index: an effect may attach others to the sprite when it is asked.
     bool fDrawn = false;
     for (unsigned int nEffect = 0; !fDrawn && nEffect < m_effects.GetCount(); ++nEffect) {
         fDrawn = m_effects[nEffect]->OverrideDrawSprite(device, *this, m_rEffectiveOpacity);
     }
-    if (!fDrawn && IsPlain()) {
-        InternalRenderNonBlended(device);
-    }
-    device.PopMasks(m_masks);
+    return fDrawn;
 }
 
 void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {

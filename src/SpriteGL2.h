@@ -87,7 +87,7 @@ protected:
 
 private:
     inline void Draw(GraphicsDeviceGL2& device);
-    void DrawWithMasksAndEffects(GraphicsDeviceGL2& device);
+    bool DrawWithEffects(GraphicsDeviceGL2& device);
     void RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture);
 
     static Ref<Texture> s_antialiasFilter;

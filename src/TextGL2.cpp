@@ -60,7 +60,7 @@ void TextGL2::InternalRender(GraphicsDevice& device) {
     RenderBackground(device);
     device.SetCameraDepth(m_depth.GetValue());
     Matrix4T<RealFloat> modelView;
-    Matrix4Multiply(m_worldMatrix, device.GetViewMatrix(), modelView);
+    Matrix4Multiply(m_worldMatrix, static_cast<GraphicsDeviceGL2&>(device).ViewMatrix(), modelView);
     device.PushTransformMatrix(modelView);
     Text::InternalRender(device);
     device.PopTransformMatrix();

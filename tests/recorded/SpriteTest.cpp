@@ -2,6 +2,7 @@
 
 #include "NodeTest.h"
 
+#include "CameraGL2.h"
 #include "trevik/Allocation.h"
 #include "trevik/ScopeCounter.h"
 
@@ -269,6 +270,46 @@ TEST_F(SpriteTest, AnEffectDrawsBetweenTheMasksToo) {
     EXPECT_EQ(Count("glDraw*"), 2u);
     EXPECT_EQ(Count("glEnable(GL_STENCIL_TEST)"), 1u);
     EXPECT_EQ(Count("glDisable(GL_STENCIL_TEST)"), 1u);
+}
+
+/** Counts what masks are given to it. */
+class CountingDevice : public GraphicsDeviceGL2 {
+public:
+    bool PushMasks(List<Mask*>& masks) override {
+        ++m_nPushed;
+        return GraphicsDeviceGL2::PushMasks(masks);
+    }
+    bool PopMasks(List<Mask*>& masks) override {
+        ++m_nPopped;
+        return GraphicsDeviceGL2::PopMasks(masks);
+    }
+    int m_nPushed = 0;
+    int m_nPopped = 0;
+};
+
+/** Looks from another place at each frame, without an update. */
+class WanderingCamera : public CameraGL2 {
+public:
+    Matrix4T<RealFloat> GetViewMatrix() const override {
+        return Matrix4Translation(Vector3T<RealFloat>(m_rPlace, 0, 0));
+    }
+    RealFloat m_rPlace = 0;
+};
+
+TEST_F(SpriteTest, MasksAndCamerasAreAskedThroughWhatOverridesThem) {
+    CountingDevice* const pDevice = new CountingDevice;
+    m_pDevice.reset(pDevice);
+    StartDrawing();
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    Ref<WanderingCamera> const pCamera(new WanderingCamera);
+    pDevice->PushCamera(pCamera.Get());
+    for (RealFloat const place : {RealFloat(3), RealFloat(5)}) {
+        pCamera->m_rPlace = place;
+        Draw(*pSprite);
+        EXPECT_EQ(Draws().at(0).Uniform("mWorldToView").at(12), place);
+    }
+    EXPECT_EQ(pDevice->m_nPushed, 2) << "without masks, too";
+    EXPECT_EQ(pDevice->m_nPopped, 2);
 }
 
 TEST_F(SpriteTest, ACloneHasGeometryOfItsOwn) {

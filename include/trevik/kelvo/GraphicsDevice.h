@@ -108,8 +108,14 @@ public:
     /**
      * Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true.
      */
-    virtual bool PushMasks(List<Mask*>& masks);
-    virtual bool PopMasks(List<Mask*>& masks);
+    virtual bool PushMasks(List<Mask*>& masks) {
+        static_cast<void>(masks);
+        return true;
+    }
+    virtual bool PopMasks(List<Mask*>& masks) {
+        static_cast<void>(masks);
+        return true;
+    }
     virtual void PushCamera(Camera* pCamera) = 0;
     virtual void PushCamera2D(RealFloat const& width, RealFloat const& height) = 0;
     virtual void PopCamera() = 0;
