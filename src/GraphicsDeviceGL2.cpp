@@ -53,9 +53,8 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     }
     ReleaseEffectResources();
     SpriteGL2::ReleaseAntialiasFilter();
-    for (CameraGL2*& pCamera : m_cameras) {
-        ReleaseAndForget(pCamera);
-    }
+    ForgetMatrices();
+    m_cameras.ForEach([](CameraGL2*& pCamera) { ReleaseAndForget(pCamera); });
     m_cameras.Clear();
     ReleaseAndForget(m_pDefaultCamera);
     if (m_pActiveShader) {

@@ -112,7 +112,10 @@ public:
     bool PushMasks(List<Mask*>& masks) override;
     /** Undoes PushMasks with the same list. */
     bool PopMasks(List<Mask*>& masks) override;
-    /** Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. */
+    /**
+     * Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. Without memory, here
+     * and below, the stack stays as it is, and the PopCamera that belongs to it takes nothing.
+     */
     void PushCamera(Camera* pCamera) override;
     /**
      * Pushes a new orthographic camera, without a place of its own: the upper left corner is (0, 0), the
@@ -280,7 +283,7 @@ private:
 
     /** The camera whose matrices are drawn with; null means the identity. */
     CameraGL2* GetDrawingCamera() const {
-        return m_fCameraDepth ? m_pDefaultCamera : m_cameras.IsEmpty() ? nullptr : m_cameras.Last();
+        return m_fCameraDepth ? m_pDefaultCamera : m_cameras.IsEmpty() ? nullptr : m_cameras.Top();
     }
 
     void* m_pWindow = nullptr;
@@ -288,7 +291,7 @@ private:
     EGLConfig m_eglConfig = nullptr;
     EGLSurface m_eglSurface = EGL_NO_SURFACE;
     EGLContext m_eglContext = EGL_NO_CONTEXT;
-    List<CameraGL2*> m_cameras; ///< one reference each
+    PairedStack<CameraGL2*> m_cameras; ///< one reference each
     unsigned int m_nMaskLevel = 0;
     unsigned int m_nCameraDepth = 0;
     bool m_fCameraDepth = false;

@@ -12,7 +12,7 @@ namespace trevik::kelvo {
 
 void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
     CameraGL2* const pCameraGL2 = static_cast<CameraGL2*>(pCamera);
-    if (pCameraGL2 && m_cameras.Append(pCameraGL2)) {
+    if (pCameraGL2 && m_cameras.Push(pCameraGL2)) {
         pCameraGL2->AddReference();
         ForgetMatrices();
     }
@@ -21,6 +21,7 @@ void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
 void GraphicsDeviceGL2::PushCamera2D(RealFloat const& width, RealFloat const& height) {
     Ref<CameraGL2> const pCamera(new (std::nothrow) CameraGL2);
     if (!pCamera) {
+        m_cameras.PushNothing();
         return;
     }
     pCamera->GetOrthographicProperty().SetValue(true);
@@ -32,15 +33,15 @@ void GraphicsDeviceGL2::PushCamera2D(RealFloat const& width, RealFloat const& he
 }
 
 void GraphicsDeviceGL2::PopCamera() {
-    if (!m_cameras.IsEmpty()) {
-        CameraGL2* const pCamera = m_cameras.Last();
-        m_cameras.RemoveLast();
+    CameraGL2* pCamera = nullptr;
+    if (m_cameras.Pop(pCamera)) {
+        ForgetMatrices();
         pCamera->ReleaseReference();
     }
 }
 
 Camera* GraphicsDeviceGL2::GetActiveCamera() {
-    return m_cameras.IsEmpty() ? m_pDefaultCamera : m_cameras.Last();
+    return m_cameras.IsEmpty() ? m_pDefaultCamera : m_cameras.Top();
 }
 
 void GraphicsDeviceGL2::PushCameraDepth(bool fDepth) {

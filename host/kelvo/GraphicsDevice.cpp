@@ -110,43 +110,35 @@ bool GraphicsDevice::IsDepthTestEnabled() {
 }
 
 void GraphicsDevice::PushOpacity(RealFloat const& opacity) {
-    m_opacities.Append(opacity);
+    m_opacities.Push(opacity);
 }
 
 void GraphicsDevice::PopOpacity() {
-    m_opacities.RemoveLast();
+    m_opacities.Pop();
 }
 
 void GraphicsDevice::MergeOpacity(RealFloat const& opacity) {
-    m_opacities.Append(opacity * GetOpacity());
+    m_opacities.Push(opacity * GetOpacity());
 }
 
 RealFloat GraphicsDevice::GetOpacity() {
-    return m_opacities.IsEmpty() ? RealFloat(1) : m_opacities.Last();
+    return m_opacities.IsEmpty() ? RealFloat(1) : m_opacities.Top();
 }
 
 void GraphicsDevice::PushTransformMatrix(Matrix4T<RealFloat> const& matrix) {
-    m_transforms.Append(matrix);
+    m_transforms.Push(matrix);
 }
 
 void GraphicsDevice::PopTransformMatrix() {
-    m_transforms.RemoveLast();
+    m_transforms.Pop();
 }
 
 void GraphicsDevice::MergeTransformMatrix(Matrix4T<RealFloat> const& matrix) {
-    m_transforms.Append(matrix * GetTransformMatrix());
+    m_transforms.Push(matrix * GetTransformMatrix());
 }
 
 Matrix4T<RealFloat> GraphicsDevice::GetTransformMatrix() const {
-    return m_transforms.IsEmpty() ? Matrix4T<RealFloat>::Identity : m_transforms.Last();
-}
-
-bool GraphicsDevice::PushMasks(List<Mask*>&) {
-    return true;
-}
-
-bool GraphicsDevice::PopMasks(List<Mask*>&) {
-    return true;
+    return m_transforms.IsEmpty() ? Matrix4T<RealFloat>::Identity : m_transforms.Top();
 }
 
 EffectResource* GraphicsDevice::CreateEffectResource(unsigned int nClassID) {

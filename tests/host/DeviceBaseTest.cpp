@@ -29,6 +29,18 @@ TEST(DeviceBase, OpacitiesAreStacked) {
     device.PopOpacity();
     device.PopOpacity();
     EXPECT_EQ(device.GetOpacity(), RealFloat(0.5));
+    device.PushOpacity(RealFloat(0.4));
+    device.PushOpacity(RealFloat(0.3));
+    device.PushOpacity(RealFloat(0.2)); // the fourth: the stack is full
+    Allocation::FailAfter(0);
+    device.PushOpacity(RealFloat(0.1));
+    Allocation::FailNever();
+    device.PushOpacity(RealFloat(0.1));
+    for (int n = 0; n < 3; ++n) {
+        EXPECT_EQ(device.GetOpacity(), RealFloat(0.2)) << "pops take back their own pushes";
+        device.PopOpacity();
+    }
+    EXPECT_EQ(device.GetOpacity(), RealFloat(0.3));
     device.Clear();
     EXPECT_EQ(device.GetOpacity(), 1) << "a frame starts with an empty stack";
 }

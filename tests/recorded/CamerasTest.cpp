@@ -63,14 +63,25 @@ TEST_F(Cameras, TheStackHoldsReferencesAndTheTopIsActive) {
     EXPECT_EQ(pFirst->GetReferenceCount(), 1);
 }
 
-TEST_F(Cameras, ACameraThatFindsNoRoomIsNotPushed) {
+TEST_F(Cameras, ACameraThatFindsNoRoomIsNotPushedAndItsPopTakesNothing) {
+    Ref<CameraGL2> const pBelow(new CameraGL2);
     Ref<CameraGL2> const pCamera(new CameraGL2);
-    Camera* const pDefault = Device().GetActiveCamera();
+    for (int n = 0; n < 4; ++n) {
+        Device().PushCamera(pBelow.Get()); // the stack has room for four
+    }
     Allocation::FailAfter(0);
     Device().PushCamera(pCamera.Get());
+    Device().PushCamera2D(8, 8);
     Allocation::FailNever();
-    EXPECT_EQ(Device().GetActiveCamera(), pDefault);
+    Device().PushCamera(pCamera.Get()); // not on top of one that is missing
     EXPECT_EQ(pCamera->GetReferenceCount(), 1);
+    for (int n = 0; n < 3; ++n) {
+        EXPECT_EQ(Device().GetActiveCamera(), pBelow.Get());
+        Device().PopCamera();
+    }
+    EXPECT_EQ(pBelow->GetReferenceCount(), 5);
+    Device().PopCamera();
+    EXPECT_EQ(pBelow->GetReferenceCount(), 4);
 }
 
 TEST_F(Cameras, TheDepthFlagPicksTheCameraToDrawWith) {

@@ -9,6 +9,7 @@
 #include "trevik/Types.h"
 #include "trevik/Vector.h"
 #include "trevik/kelvo/DeviceFormat.h"
+#include "trevik/kelvo/PairedStack.h"
 #include "trevik/kelvo/SelectionPoint.h"
 
 namespace trevik::kelvo {
@@ -92,7 +93,10 @@ public:
     virtual void SetDepthTestEnabled(bool fEnabled) = 0;
     /** The shared resource of an effect class, created on first use; null when that fails. Borrowed. */
     virtual EffectResource* GetEffectResource(unsigned int nClassID) = 0;
-    /** Opacity stack; the bottom is 1. Push sets, Merge pushes the product with the top. */
+    /**
+     * Opacity stack; the bottom is 1. Push sets, Merge pushes the product with the top. What a push finds no
+     * memory for is not on the stack, here and below, and the pop that belongs to it takes nothing.
+     */
     virtual void PushOpacity(RealFloat const& opacity);
     virtual void PopOpacity();
     virtual void MergeOpacity(RealFloat const& opacity);
@@ -158,8 +162,10 @@ protected:
     bool m_fDepthTest = false;
 
 private:
-    List<RealFloat> m_opacities;
-    List<Matrix4T<RealFloat>> m_transforms;
+    void RecordViewport(RectangleT<int> const& viewport);
+
+    PairedStack<RealFloat> m_opacities;
+    PairedStack<Matrix4T<RealFloat>> m_transforms;
     Vector2T<RealFloat> m_selectionPoint;
     List<SelectionPoint>* m_pSelected = nullptr;
     ColorT<RealFloat> m_highlightColor;
