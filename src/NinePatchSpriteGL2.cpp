@@ -113,6 +113,7 @@ bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
         m_cutPositions[nAxis].Clear();
     }
     SizeT<int> const size = m_size.GetValue();
+    // The stretch does not count, and enlarges fixed bands as well: intended.
     Vector3T<RealFloat> const scale = m_scale.GetValue();
     List<RealFloat>& u = m_cutCoords[0];
     List<RealFloat>& x = m_cutPositions[0];

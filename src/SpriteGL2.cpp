@@ -246,6 +246,7 @@ void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<Re
 }
 
 void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture) {
+    // The size as it is now, though the corners keep the one of Load: intended.
     SizeT<int> const size = m_size.GetValue();
     RealFloat const w = static_cast<RealFloat>(size.width);
     RealFloat const h = static_cast<RealFloat>(size.height);
@@ -274,6 +275,7 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
         return; // the device is not up
     }
     if (pTexture != nullptr) {
+        // The program has no place for the sprite's opacity: intended.
         Vector2T<RealFloat> corners[4];
         GetTextureCoords(corners);
         unsigned char const cornerOfVertex[EdgeVertexCount] = {0, 2, 2, 3, 3, 1, 1, 0};

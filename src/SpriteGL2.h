@@ -37,9 +37,12 @@ public:
     void SetTexture(Texture* pTexture) override;
 
     /**
-     * Draws the strip, then, with the antialias property, the outline. Calls glVertexAttribPointer (0 and,
-     * with a texture, 1), the shader and sampler calls of the chosen program, glBlendFuncSeparate,
-     * glBlendEquationSeparate and glDrawArrays. Render thread.
+     * Draws the strip, then, with the antialias property, the outline; nothing before Load, and nothing when
+     * the device has no program for it. Calls glVertexAttribPointer (0 and, with a texture, 1), the shader
+     * and sampler calls of the chosen program, without a texture glDisable(GL_TEXTURE_2D),
+     * glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays; for the outline the calls of its
+     * program, glVertexAttribPointer (with a texture 1, then 0 and 4 to 7), glLineWidth and glDrawArrays.
+     * Render thread.
      */
     virtual void InternalRenderNonBlended(GraphicsDeviceGL2& device);
 
@@ -57,11 +60,14 @@ public:
     static void ReleaseAntialiasFilter();
 
     /**
-     * Edge functions of the segment p0-p1 (clip space): four line equations (x, y, constant) over window
-     * pixels that are 1 on the segment's outline and fall off within `halfWidth`. They are written to
-     * `pEquations`, four from `nFirst` on, and again `nCopyDistance` further on; p0 and p1 come back divided
-     * by their w, as device coordinates. Formula: prefiltered lines, with the length term's difference of
-     * squares intended.
+     * Edge functions of the segment p0-p1 (clip space): four linear functions (x, y, constant) over window
+     * pixels. The first and the third are 1 on the segment's line and grow to either side of it, so that the
+     * lesser of them falls to 0 at `halfWidth` from a line along an axis; the second and the fourth are 1 at
+     * p1 and p0, each moved out by twice `halfWidth`, and grow inwards. They are written to `pEquations`,
+     * four from `nFirst` on, and again `nCopyDistance` further on; p0 and p1 come back divided by their w, as
+     * device coordinates. With the differences dx and dy of the moved ends, the functions rise by sqrt((dx² +
+     * dy²) / |dx² - dy²|) / `halfWidth` a pixel: the method of prefiltered lines, but for the difference of
+     * squares, which is intended.
      */
     static void CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
                                 Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,

@@ -78,6 +78,7 @@ bool TextImageBackground::UpdateSpriteProperty() {
     if (!RebuildCorners(width, height)) {
         return false;
     }
+    // Another text with the same sprite may have fitted it meanwhile; it stays so: intended.
     if (m_fDirty) {
         m_fDirty = false;
         FitSprite(width, height);

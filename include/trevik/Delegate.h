@@ -38,7 +38,8 @@ public:
      * without memory.
      */
     bool Connect(function<void(Args...)> const& handler) {
-        if (!handler || Find(handler) >= 0) {
+        if (!handler ||
+            Find(handler) >= 0) { // a handler is called once, however often it is connected: intended
             return false;
         }
         function<void(Args...)> copy(handler);

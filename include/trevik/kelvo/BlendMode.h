@@ -3,8 +3,8 @@
 namespace trevik::kelvo {
 
 /**
- * Values of a sprite's blend mode property that have a name. Others down to 0 and up to 25 are drawn as
- * Normal.
+ * Values of a sprite's blend mode property that have a name. A sprite with another value does not draw itself
+ * either; effects draw it as they draw Normal.
  */
 struct BlendMode {
     enum Enum {
