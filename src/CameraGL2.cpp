@@ -17,6 +17,8 @@ void SetZero(Matrix4T<RealFloat>& matrix) {
 
 } // namespace
 
+std::atomic<unsigned int> CameraGL2::s_nUpdate{1};
+
 CameraGL2::CameraGL2() = default;
 
 CameraGL2::CameraGL2(CameraGL2 const& other)
@@ -60,7 +62,7 @@ void CameraGL2::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, R
     // A world matrix without an inverse leaves the view matrix at the identity.
     static_cast<void>(Matrix4Inverse(m_worldMatrix, inverse));
     m_viewMatrix = inverse;
-    ++m_nUpdates;
+    s_nUpdate.fetch_add(2, std::memory_order_relaxed);
 }
 
 Matrix4T<RealFloat> CameraGL2::GetViewMatrix() const {

@@ -4,6 +4,8 @@
 #include "trevik/Matrix.h"
 #include "trevik/kelvo/Camera.h"
 
+#include <atomic>
+
 namespace trevik::kelvo {
 
 /** A camera that turns the host camera's place and properties into a view and a projection matrix. */
@@ -30,8 +32,8 @@ public:
 
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
-    /** Counts the updates, for whoever keeps the matrices; valid as long as the camera. */
-    unsigned int const* GetUpdateCount() const { return &m_nUpdates; }
+    /** Changes, and is never 0, with each update of any camera: for who keeps matrices. Any thread. */
+    static unsigned int GetUpdateNumber() { return s_nUpdate.load(std::memory_order_relaxed); }
     /**
      * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical
      * one. An empty view rectangle or equal near and far distances give non-finite elements.
@@ -48,7 +50,9 @@ private:
     Matrix4T<RealFloat> m_viewMatrix;
     Matrix4T<RealFloat> m_projectionMatrix;
     bool m_fProjectionDirty = true;
-    unsigned int m_nUpdates = 0;
+
+    /** Odd. Read at each draw, so it is hidden, which makes that one instruction. */
+    KELVO_LOCAL static std::atomic<unsigned int> s_nUpdate;
 };
 
 } // namespace trevik::kelvo

@@ -197,7 +197,7 @@ public:
     /**
      * What GetViewMatrix and GetProjectionMatrix answer, kept for all renderers: these two, and through them
      * the camera's, are asked again at the first draw after Clear, after another camera has come to be drawn
-     * with, and after the camera's InternalUpdate. Valid until then.
+     * with, and after an update of cameras. Valid until then.
      */
     Matrix4T<RealFloat> const& ViewMatrix() {
         FetchMatrices();
@@ -269,13 +269,10 @@ private:
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);
 
-    /** Lets ViewMatrix and ProjectionMatrix be asked anew; before a camera goes, too. */
-    void ForgetMatrices() {
-        m_pnCameraUpdates = &ms_nNoUpdates;
-        m_nUpdatesFetched = ms_nNoUpdates + 1;
-    }
+    /** Lets ViewMatrix and ProjectionMatrix be asked anew. */
+    void ForgetMatrices() { m_nFetchedUpdate = 0; }
     void FetchMatrices() {
-        if (__builtin_expect(*m_pnCameraUpdates != m_nUpdatesFetched, false)) {
+        if (__builtin_expect(CameraGL2::GetUpdateNumber() != m_nFetchedUpdate, false)) {
             FetchMatricesAnew();
         }
     }
@@ -300,10 +297,6 @@ private:
     ShaderProgramGL2* m_pActiveShader = nullptr; ///< borrowed
     Matrix4T<RealFloat> m_modelView;
     Matrix4T<RealFloat> m_viewportMatrix;
-    Matrix4T<RealFloat> m_viewMatrix;                         ///< as of m_nUpdatesFetched
-    Matrix4T<RealFloat> m_projectionMatrix;                   ///< the same
-    unsigned int const* m_pnCameraUpdates = &ms_nNoUpdates;   ///< of the camera to draw with; borrowed
-    unsigned int m_nUpdatesFetched = ms_nNoUpdates + 1;       ///< what that was then
     ShaderProgramGL2* m_pPostProcessShader = nullptr;         ///< one reference
     FramebufferGL2* m_pTargetBuffers[2] = {nullptr, nullptr}; ///< one reference each
     unsigned int m_nCurrentTarget = 0;
@@ -311,12 +304,14 @@ private:
     IdTable<unsigned int, EffectResource> m_effectResources;
     enum : unsigned int { BuiltInPlaces = 12 };      ///< the largest negated id of a built-in program and 1
     ShaderProgramGL2* m_builtIn[BuiltInPlaces] = {}; ///< of m_shaders, by negated id; borrowed
+    Matrix4T<RealFloat> m_viewMatrix;                ///< as of m_nFetchedUpdate
+    Matrix4T<RealFloat> m_projectionMatrix;          ///< the same
+    unsigned int m_nFetchedUpdate = 0;               ///< a CameraGL2::GetUpdateNumber; 0: not fetched
 
     static pthread_t m_renderThreadId;
     static QueueDispatcher m_dispatcher;
     static std::atomic<unsigned int> ms_nContext;
     static int ms_nMaximumTextureSize;
-    static constexpr unsigned int ms_nNoUpdates = 0; ///< of no camera
     static PFNEGLCREATEIMAGEKHRPROC ms_pfnCreateImageKHR;
     static PFNEGLDESTROYIMAGEKHRPROC ms_pfnDestroyImageKHR;
 };

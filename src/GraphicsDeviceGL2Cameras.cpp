@@ -67,9 +67,7 @@ Matrix4T<RealFloat> GraphicsDeviceGL2::GetProjectionMatrix() {
 }
 
 void GraphicsDeviceGL2::FetchMatricesAnew() {
-    CameraGL2 const* const pCamera = GetDrawingCamera();
-    m_pnCameraUpdates = pCamera ? pCamera->GetUpdateCount() : &ms_nNoUpdates;
-    m_nUpdatesFetched = *m_pnCameraUpdates;
+    m_nFetchedUpdate = CameraGL2::GetUpdateNumber();
     m_viewMatrix = GetViewMatrix();
     m_projectionMatrix = GetProjectionMatrix();
 }

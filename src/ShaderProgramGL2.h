@@ -185,8 +185,8 @@ private:
     unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
         // A unit shares the storage of the name that it was given, and shared text never changes: the same
         // address is the same name. Nearly all programs have one sampler.
-        return !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData() ? 0
-                                                                                           : FindUnit(sName);
+        bool const fFirst = !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData();
+        return __builtin_expect(fFirst, true) ? 0 : FindUnit(sName);
     }
     unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
     static void ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture);

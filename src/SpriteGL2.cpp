@@ -89,7 +89,7 @@ TextureGL2* SpriteGL2::GetTextureGL2() const {
 }
 
 void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
-    if (m_textureCoords.GetCount() != 4) {
+    if (__builtin_expect(m_textureCoords.GetCount() != 4, false)) {
         return;
     }
     Vector2T<RealFloat> const* const pCoords = m_textureCoords.GetData();
@@ -104,13 +104,17 @@ void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
 }
 
 void SpriteGL2::InternalRender(GraphicsDevice& device) {
-    // The scope stands apart, so that it costs nothing while nobody profiles.
+    // The scope stands apart, so that it takes no registers while nobody profiles.
     if (__builtin_expect(ScopeCounter::IsProfiling(), false)) {
-        ScopeCounter const counter(ScopeCounter::SpriteRender, true);
-        Draw(static_cast<GraphicsDeviceGL2&>(device));
+        DrawProfiled(static_cast<GraphicsDeviceGL2&>(device));
     } else {
         Draw(static_cast<GraphicsDeviceGL2&>(device));
     }
+}
+
+TREVIK_NOINLINE void SpriteGL2::DrawProfiled(GraphicsDeviceGL2& device) {
+    ScopeCounter const counter(ScopeCounter::SpriteRender, true);
+    Draw(device);
 }
 
 inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
@@ -127,8 +131,8 @@ inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
     device.PopMasks(m_masks);
 }
 
-/** Whether an effect has drawn the sprite. */
-bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
+/** Whether an effect has drawn the sprite. Apart, as most sprites have none and need no registers for it. */
+TREVIK_NOINLINE bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
     // By index: an effect may attach others to the sprite when it is asked.
     bool fDrawn = false;
     for (unsigned int nEffect = 0; !fDrawn && nEffect < m_effects.GetCount(); ++nEffect) {

@@ -93,6 +93,7 @@ protected:
 
 private:
     inline void Draw(GraphicsDeviceGL2& device);
+    void DrawProfiled(GraphicsDeviceGL2& device);
     bool DrawWithEffects(GraphicsDeviceGL2& device);
     void RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture);
 
