@@ -47,6 +47,8 @@ bool HasExtension(char const* list, char const* name) {
 }
 
 void SetError(EGLint error) {
+    // The driver's is taken away: one that is there later is of a call that went to the driver directly.
+    TakeError();
     t_nError = error;
 }
 
@@ -56,7 +58,7 @@ void UseDriverError() {
 
 EGLint TakeError() {
     EGLint const nDriverError = Driver().eglGetError ? Driver().eglGetError() : EGL_SUCCESS;
-    EGLint const nError = t_nError == AskDriver ? nDriverError : t_nError;
+    EGLint const nError = t_nError == AskDriver || nDriverError != EGL_SUCCESS ? nDriverError : t_nError;
     t_nError = AskDriver;
     return nError;
 }

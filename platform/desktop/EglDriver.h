@@ -81,8 +81,9 @@ bool HasExtension(char const* list, char const* name);
 
 // EGL keeps one error per thread. What the layer refuses by itself the driver never hears of, so the layer
 // keeps an error beside the driver's: each entry point says which of the two the next eglGetError reports.
+// The driver's extension functions, which programs call directly, say nothing: their errors come first.
 
-/** The layer itself decided the outcome of this call. */
+/** The layer itself decided the outcome of this call; the last thing that it says about it. */
 void SetError(EGLint error);
 /** The driver decided it. */
 void UseDriverError();

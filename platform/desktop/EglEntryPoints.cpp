@@ -136,9 +136,12 @@ KELVO_EGL(EGLint) eglGetError() {
 KELVO_EGL(EGLDisplay) eglGetDisplay(EGLNativeDisplayType native) {
     if (native != EGL_DEFAULT_DISPLAY)
         return Forward(Driver().eglGetDisplay, native);
-    // That there is none is no error in EGL's sense; the caller sees it by the result.
-    SetError(EGL_SUCCESS);
-    return Guarded([] { return ChooseDefaultDisplay(); });
+    return Guarded([] {
+        EGLDisplay const display = ChooseDefaultDisplay();
+        // That there is none is no error in EGL's sense; the caller sees it by the result.
+        SetError(EGL_SUCCESS);
+        return display;
+    });
 }
 
 KELVO_EGL(EGLBoolean) eglInitialize(EGLDisplay display, EGLint* major, EGLint* minor) {

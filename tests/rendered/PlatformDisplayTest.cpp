@@ -140,6 +140,14 @@ TEST_F(PlatformImage, OfAndroidsBuffersIsRefusedAndOthersAreTheDrivers) {
     EXPECT_EQ(createImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, &something, nullptr),
               EGL_NO_IMAGE_KHR);
     EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+    // After a success of the layer's own, too, an extension's error is the driver's.
+    EGLint nConfigs = 0;
+    EXPECT_TRUE(eglGetConfigs(m_display, nullptr, 0, &nConfigs));
+    auto const destroySync =
+        reinterpret_cast<PFNEGLDESTROYSYNCKHRPROC>(eglGetProcAddress("eglDestroySyncKHR"));
+    ASSERT_TRUE(destroySync);
+    EXPECT_FALSE(destroySync(m_display, EGL_NO_SYNC_KHR));
+    EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
 
     desktop::OffscreenWindow window(4, 4);
     StartDrawing(Config(), window);
