@@ -76,8 +76,6 @@ bool EncodeEtc1(const ImageData& image, bool fMipLevels, const std::string& name
         options.encodeEtc1 = true;
         options.mipLevels = fMipLevels;
         // Padding adds up to three pixels to a size that was within somebody's limits when it was loaded.
-        options.limits.maxWidth = image.width + kBlockExtent;
-        options.limits.maxHeight = image.height + kBlockExtent;
         options.limits.maxBytes = SIZE_MAX;
         return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, error);
     } catch (const std::bad_alloc&) {

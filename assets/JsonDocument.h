@@ -56,9 +56,8 @@ struct JsonLimits {
 
 /**
  * Reads a JSON text in UTF-8. Fails, leaving `root` alone, with one line that begins with `name` and the
- * place
- * ("name:line:column: " for what is not JSON, "name:line: " for what is but is refused: a name that occurs
- * twice in an object, and more than the limits allow).
+ * place ("name:line:column: " for what is not JSON, "name:line: " for what is but is refused: a name that
+ * occurs twice in an object, and more than the limits allow).
  */
 bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
                std::string& error);
