@@ -81,7 +81,8 @@ bool FramebufferGL2::PrepareTexture(TextureGL2& texture, TextureFormat::Enum for
 
 /** One object serves as depth and as stencil attachment. */
 void FramebufferGL2::AttachDepthStencil() const {
-    for (GLenum const attachment : {GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT}) {
+    constexpr GLenum Attachments[] = {GL_DEPTH_ATTACHMENT, GL_STENCIL_ATTACHMENT};
+    for (GLenum const attachment : Attachments) {
         if (m_pDepthTexture) {
             glFramebufferTexture2D(GL_FRAMEBUFFER, attachment, GL_TEXTURE_2D, m_pDepthTexture->GetGLName(),
                                    0);

@@ -99,7 +99,8 @@ struct ReadFormat {
 
 ReadFormat ChooseReadFormat() {
     GLint nColorBits = 0;
-    for (GLenum const channel : {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS}) {
+    constexpr GLenum Channels[] = {GL_RED_BITS, GL_GREEN_BITS, GL_BLUE_BITS};
+    for (GLenum const channel : Channels) {
         GLint nBits = 0;
         glGetIntegerv(channel, &nBits);
         nColorBits += nBits;

@@ -219,8 +219,7 @@ RealFloat Font::GetKerning(unsigned int nFirst, unsigned int nSecond) const {
 void Font::Emit(MemoryTracer* pTracer) {
     pTracer->EmitAllocation(sizeof(*this), MemoryType::Object);
     m_properties.Emit(pTracer);
-    pTracer->EmitAllocation(m_glyphs.GetCount() * static_cast<unsigned int>(sizeof(Glyph*)),
-                            MemoryType::Font);
+    pTracer->EmitAllocation(m_glyphs.GetCount() * static_cast<unsigned int>(sizeof(void*)), MemoryType::Font);
     for (Glyph* pGlyph : m_glyphs) {
         pTracer->EmitAllocation(sizeof(*pGlyph), MemoryType::Font);
         pTracer->EmitObject(pGlyph->m_pTexture.Get());

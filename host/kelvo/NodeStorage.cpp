@@ -70,7 +70,7 @@ Ref<Node> LoadNode(Deserializer& deserializer, unsigned int nChild) {
         deserializer.Fail(u"its children lie too deep, or memory is short");
         return nullptr;
     }
-    Ref<Node> const pNode = LoadCurrentNode(deserializer);
+    Ref<Node> pNode = LoadCurrentNode(deserializer);
     deserializer.PopTo(nDepth);
     return pNode;
 }

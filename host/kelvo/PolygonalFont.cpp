@@ -113,8 +113,7 @@ bool PolygonalFont::Load(Deserializer& deserializer) {
 
 void PolygonalFont::Emit(MemoryTracer* pTracer) {
     Font::Emit(pTracer);
-    pTracer->EmitAllocation(m_meshes.GetCount() * static_cast<unsigned int>(sizeof(GlyphMesh*)),
-                            MemoryType::Font);
+    pTracer->EmitAllocation(m_meshes.GetCount() * static_cast<unsigned int>(sizeof(void*)), MemoryType::Font);
     for (GlyphMesh* pMesh : m_meshes) {
         List<Vector3T<RealFloat>> const& positions = pMesh->m_positions.GetValue();
         List<unsigned short> const& indices = pMesh->m_indices.GetValue();

@@ -99,7 +99,7 @@ bool Serializer::SaveShared(List<Ref<T>> const& shared, DocumentNode& table) {
     typedef SharedKind<T> Kind;
     while (table.GetChildCount() < shared.GetCount()) {
         unsigned int const nIndex = table.GetChildCount();
-        Ref<T> const pObject = shared[nIndex]; // the list may grow meanwhile
+        Ref<T> const pObject(shared[nIndex].Get()); // the list may grow meanwhile
         m_stack.Clear();
         if (!m_stack.Append(&table) || !PushTag(Kind::EntryID, Kind::GetTypeID(*pObject)) ||
             !pObject->Save(*this)) {

@@ -240,6 +240,7 @@ void PutSigned(Output& output, Conversion const& conversion, Arguments& argument
         value = va_arg(arguments.list, int);
         break;
     case Length::Char:
+        // The sign is what is wanted. NOLINTNEXTLINE(bugprone-signed-char-misuse)
         value = static_cast<signed char>(va_arg(arguments.list, int));
         break;
     case Length::Short:
@@ -251,6 +252,7 @@ void PutSigned(Output& output, Conversion const& conversion, Arguments& argument
     case Length::LongLong:
         value = va_arg(arguments.list, long long);
         break;
+    // The types are not the same everywhere. NOLINTNEXTLINE(bugprone-branch-clone)
     case Length::Size:
     case Length::Difference:
         value = va_arg(arguments.list, std::ptrdiff_t);
@@ -275,6 +277,7 @@ unsigned long long TakeUnsigned(Conversion const& conversion, Arguments& argumen
         return va_arg(arguments.list, unsigned long);
     case Length::LongLong:
         return va_arg(arguments.list, unsigned long long);
+    // The types are not the same everywhere. NOLINTNEXTLINE(bugprone-branch-clone)
     case Length::Size:
     case Length::Difference:
         return va_arg(arguments.list, std::size_t);

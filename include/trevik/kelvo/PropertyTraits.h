@@ -54,6 +54,7 @@ struct SampledValue : RawValue<T> {
     static constexpr bool Chunked = true;
 
     static void Interpolate(unsigned char const* pA, unsigned char const* pB, RealFloat f, T& out) {
+        // A value may be its own only component. NOLINTNEXTLINE(bugprone-sizeof-expression)
         Mix(pA, pB, f, out, std::make_index_sequence<sizeof(T) / sizeof(Component)>());
     }
 
