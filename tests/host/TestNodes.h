@@ -225,6 +225,8 @@ public:
     std::vector<unsigned char> m_other;   ///< of two
     int m_nCurrent = 0;
     bool m_fRefusePromotion = false;
+    bool m_fRefuseLock = false;
+    int m_nLocks = 0; ///< that were not undone
     bool m_fShown = false;
 
     int GetSurfaceStride() const { return GetWidth() * GetBytesPerPixel() + 5; }
@@ -243,8 +245,11 @@ public:
         *pInfo = SurfaceInfo{GetWidth(), GetHeight(), GetSurfaceStride(), GetFormat()};
         return !m_surface.empty();
     }
-    void* Lock() override { return m_surface.empty() ? nullptr : m_surface.data(); }
-    void Unlock() override {}
+    void* Lock() override {
+        ++m_nLocks;
+        return m_surface.empty() || m_fRefuseLock ? nullptr : m_surface.data();
+    }
+    void Unlock() override { --m_nLocks; }
     int Swap() override {
         m_fShown = true;
         if (!m_other.empty()) {

@@ -381,6 +381,10 @@ TEST(Texture, WhatCannotBePromotedIsNot) {
     pRefused->m_fRefusePromotion = true;
     EXPECT_FALSE(pRefused->PromoteToSurface());
     EXPECT_FALSE(pRefused->IsPromoted());
+    pRefused->m_fRefusePromotion = false;
+    pRefused->m_fRefuseLock = true;
+    EXPECT_FALSE(pRefused->PromoteToSurface());
+    EXPECT_EQ(pRefused->m_nLocks, 0) << "without pixels it counts as locked, too";
     Ref<TestTexture> const pBare(new TestTexture); // pixels that no level describes
     pBare->SetSize(2, 2);
     pBare->GetPixelData().GetBuffer().Allocate(8);
