@@ -38,6 +38,8 @@ Room const g_back = {"src", "(include|src|platform/android/include)/",
                      "pthread\\.h|jni\\.h|EGL/egl(ext)?\\.h|GLES2/gl2(ext)?\\.h"};
 std::string const g_platformSystem = WithPosix("jni\\.h|EGL/.*|GLES[23]/.*|KHR/.*");
 Room const g_desktop = {"platform/desktop", "(include|platform)/", g_platformSystem.c_str()};
+Room const g_recording = {"platform/recording", "platform/recording/",
+                          "EGL/egl(ext)?\\.h|GLES2/gl2(ext)?\\.h"};
 Room const g_android = {"platform/android", "platform/android/include/", "jni\\.h"};
 std::string const g_assetsSystem =
     WithPosix("png\\.h|nlohmann/.*|ETC1/.*|ft2build\\.h|freetype/.*|fontconfig/.*|pugixml\\.hpp|GL/glu\\.h");
@@ -53,6 +55,7 @@ char const* const g_roots[] = {"include",
                                "platform/android/include",
                                "platform/desktop/include",
                                "platform/desktop",
+                               "platform/recording/include",
                                "assets",
                                "player"};
 
@@ -106,7 +109,8 @@ Room const& RoomOf(Room const& room, std::string const& path) {
 TEST(Layering, SourcesIncludeTheirOwnFloorAndThoseBelow) {
     fs::path const root = KELVO_SOURCE_DIRECTORY;
     static std::set<std::string> const endings{".h", ".cpp"};
-    for (Room const& room : {g_include, g_host, g_back, g_android, g_desktop, g_assets, g_player}) {
+    for (Room const& room :
+         {g_include, g_host, g_back, g_android, g_desktop, g_recording, g_assets, g_player}) {
         unsigned int nSources = 0;
         for (fs::directory_entry const& entry : fs::recursive_directory_iterator(root / room.folder)) {
             if (endings.count(entry.path().extension().string()) == 0) {
@@ -144,6 +148,10 @@ TEST(Layering, WrongIncludesAreSeen) {
         {g_back, "src", "#include <system/window.h>\n#include <EGL/egl.h>", false},
         {g_android, "platform/android/include", "#include <kelvo_desktop/Export.h>", true},
         {g_desktop, "platform/desktop", "#include \"SpriteGL2.h\"", true},
+        {g_recording, "platform/recording", "#include <kelvo_desktop/Export.h>", true},
+        {g_recording, "platform/recording", "#include \"trevik/Ref.h\"", true},
+        {g_recording, "platform/recording", "#include \"kelvo_recording/Recording.h\"\n#include <mutex>",
+         false},
         {g_desktop, "platform/desktop", "#include \"kelvo_host/Scene.h\"", true},
         {g_assets, "assets", "#include \"Player.h\"", true},
         {g_assets, "assets", "#include <CLI/CLI.hpp>", true},

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "EntryPointMacros.h"
-#include "RecordingDriver.h"
+#include "kelvo_recording/Recording.h"
 
 #include <initializer_list>
 #include <mutex>
@@ -17,28 +17,31 @@ class NameTable {
 public:
     GLuint Generate() {
         GLuint name = 1;
-        for (auto entry = m_entries.begin(); entry != m_entries.end() && entry->first == name; ++entry)
+        for (auto entry = m_entries.begin(); entry != m_entries.end() && entry->first == name; ++entry) {
             ++name;
+        }
         m_entries.emplace(name, nullptr);
         return name;
     }
     /** The object, made if the name was only reserved, or never generated: binding does both. */
     T& Make(GLuint name) {
         std::shared_ptr<T>& entry = m_entries[name];
-        if (!entry)
+        if (!entry) {
             entry = std::make_shared<T>();
+        }
         return *entry;
     }
     T* Find(GLuint name) const { return Share(name).get(); }
     std::shared_ptr<T> Share(GLuint name) const {
-        const auto found = m_entries.find(name);
+        auto const found = m_entries.find(name);
         return found == m_entries.end() ? nullptr : found->second;
     }
     bool Erase(GLuint name) { return m_entries.erase(name) != 0; }
     std::vector<GLuint> Names() const {
         std::vector<GLuint> names;
-        for (const auto& entry : m_entries)
+        for (auto const& entry : m_entries) {
             names.push_back(entry.first);
+        }
         return names;
     }
 
@@ -87,6 +90,7 @@ struct Plan {
 /** Everything that Reset() renews. */
 struct Session {
     std::vector<Call> calls;
+    std::shared_ptr<Group const> group;
     bool noting = true;
 
     std::map<std::string, std::vector<Plan>, std::less<>> plans;
@@ -156,14 +160,13 @@ enum class Handle : std::uintptr_t {
     Config = 0xC1000,
     Surface = 0x51000,
     Context = 0xCE000,
-    Image = 0x1A000,
-    Sync = 0x57000
+    Image = 0x1A000
 };
 
 inline void* MakeHandle(Handle sort, std::uintptr_t index) {
     return reinterpret_cast<void*>(static_cast<std::uintptr_t>(sort) + index);
 }
-inline std::uintptr_t HandleIndex(Handle sort, const void* handle) {
+inline std::uintptr_t HandleIndex(Handle sort, void const* handle) {
     return reinterpret_cast<std::uintptr_t>(handle) - static_cast<std::uintptr_t>(sort);
 }
 inline EGLDisplay TheDisplay() {
@@ -173,17 +176,18 @@ inline EGLDisplay TheDisplay() {
 // ---- Calls
 
 template <class T>
-Argument MakeArgument(ArgumentKind kind, const char* name, T value) {
+Argument MakeArgument(ArgumentKind kind, char const* name, T value) {
     Argument argument;
     argument.kind = kind;
     argument.name = name;
     if constexpr (std::is_pointer_v<T>) {
-        argument.pointer = reinterpret_cast<const void*>(value);
+        argument.pointer = reinterpret_cast<void const*>(value);
     } else {
         argument.integer = static_cast<std::int64_t>(value);
         argument.number = static_cast<double>(value);
-        if (kind == ArgumentKind::Native)
-            argument.pointer = reinterpret_cast<const void*>(static_cast<std::uintptr_t>(value));
+        if (kind == ArgumentKind::Native) {
+            argument.pointer = reinterpret_cast<void const*>(static_cast<std::uintptr_t>(value));
+        }
     }
     return argument;
 }
@@ -194,22 +198,24 @@ Argument MakeArgument(ArgumentKind kind, const char* name, T value) {
  */
 class Invocation {
 public:
-    Invocation(const char* name, std::initializer_list<Argument> arguments);
+    Invocation(char const* name, std::initializer_list<Argument> arguments);
 
     /** Gives the call's answer, or the plain failure that a test asked for, and notes the call. */
     template <class Answer>
     auto Run(Answer&& answer) -> decltype(answer()) {
         using Result = decltype(answer());
         if constexpr (std::is_void_v<Result>) {
-            if (!FailsPlainly())
+            if (!FailsPlainly()) {
                 answer();
+            }
             Note(0);
         } else {
-            const Result result = FailsPlainly() ? Result() : answer();
-            if constexpr (std::is_pointer_v<Result>)
+            Result const result = FailsPlainly() ? Result() : answer();
+            if constexpr (std::is_pointer_v<Result>) {
                 Note(static_cast<std::int64_t>(reinterpret_cast<std::intptr_t>(result)));
-            else
+            } else {
                 Note(static_cast<std::int64_t>(result));
+            }
             return result;
         }
     }
@@ -235,8 +241,8 @@ public:
     ShareGroup& Objects() { return *m_context->objects; }
 
     bool IsNoting() const { return m_driver.session.noting; }
-    void NoteBytes(const void* bytes, std::size_t size);
-    void NoteDraw(std::shared_ptr<const Draw> draw) { m_draw = std::move(draw); }
+    void NoteBytes(void const* bytes, std::size_t size);
+    void NoteDraw(std::shared_ptr<Draw const> draw) { m_draw = std::move(draw); }
 
 private:
     bool FailsPlainly();
@@ -246,7 +252,7 @@ private:
     std::lock_guard<std::mutex> m_lock;
     ThreadData& m_thread;
     std::shared_ptr<ContextData> m_context;
-    const char* m_name;
+    char const* m_name;
     std::array<Argument, 9> m_arguments;
     std::size_t m_nArguments = 0;
     bool m_fEgl;
@@ -255,32 +261,36 @@ private:
     unsigned m_raised = 0;
     EGLContext m_contextHandle;
     std::vector<std::uint8_t> m_bytes;
-    std::shared_ptr<const Draw> m_draw;
+    std::shared_ptr<Draw const> m_draw;
 };
 
 /** What all glGen* functions do; a call that is to fail gives names 0. */
 template <class T>
 void GenerateNames(Invocation& call, GLsizei n, GLuint* names, NameTable<T>& table, Object object) {
-    if (call.IsFailing())
+    if (call.IsFailing()) {
         call.Raise(static_cast<unsigned>(call.FailureError(GL_OUT_OF_MEMORY)));
-    else if (n < 0)
+    } else if (n < 0) {
         call.Raise(GL_INVALID_VALUE);
+    }
     for (GLsizei i = 0; i < n; ++i) {
         names[i] = call.IsFailing() ? 0 : table.Generate();
-        if (names[i] != 0)
+        if (names[i] != 0) {
             call.GetSession().Created(object);
+        }
     }
 }
 
 /** What all glDelete* functions of many names do; `forget` unbinds a name that was in use. */
 template <class T, class Forget>
-void DeleteNames(Invocation& call, GLsizei n, const GLuint* names, NameTable<T>& table, Object object,
+void DeleteNames(Invocation& call, GLsizei n, GLuint const* names, NameTable<T>& table, Object object,
                  Forget&& forget) {
-    if (n < 0)
+    if (n < 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     for (GLsizei i = 0; i < n; ++i) {
-        if (names[i] == 0 || !table.Erase(names[i]))
+        if (names[i] == 0 || !table.Erase(names[i])) {
             continue;
+        }
         call.GetSession().Deleted(object);
         forget(names[i]);
     }
@@ -290,18 +300,18 @@ void DeleteNames(Invocation& call, GLsizei n, const GLuint* names, NameTable<T>&
 void DetachFromBound(ContextData& context, GLenum type, GLuint name);
 
 /** Reads what the call's client pointers point to, and writes its line. */
-void DescribeCall(Call& call, const ContextData& context);
+void DescribeCall(Call& call, ContextData const& context);
 
 /** The address of an entry point or extension, null when there is none of that name. */
-__eglMustCastToProperFunctionPointerType FindEntryPoint(const char* name);
+__eglMustCastToProperFunctionPointerType FindEntryPoint(char const* name);
 
 /** The texture bound to the active unit; null for a target that is none. Name 0 means the default texture. */
 Texture* BoundTexture(ContextData& context, GLenum target);
 /** 0 for a combination of format and type that GL refuses. */
 std::size_t BytesPerPixel(GLenum format, GLenum type);
 /** The bits of the framebuffer that is bound, the window's or an object's. */
-Config DrawBits(const ContextData& context);
-GLenum FramebufferStatus(const ContextData& context, const Session& session);
+Config DrawBits(ContextData const& context);
+GLenum FramebufferStatus(ContextData const& context, Session const& session);
 
 /**
  * What each entry point does. Those that neither the library nor a test calls are declared only: a call of

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "RecordingDriver.h"
+#include "kelvo_recording/Recording.h"
 
 #include <gtest/gtest.h>
 
@@ -18,18 +18,20 @@ protected:
 };
 
 /** The given calls as a list that reads like source, marking one of them. */
-inline std::string Listing(const std::vector<std::string>& lines, std::size_t marked) {
+inline std::string Listing(std::vector<std::string> const& lines, std::size_t marked) {
     std::string text;
-    for (std::size_t i = 0; i < lines.size(); ++i)
+    for (std::size_t i = 0; i < lines.size(); ++i) {
         text += (i == marked ? "  > " : "    ") + lines[i] + "\n";
+    }
     return text + (marked == lines.size() ? "  > (end)\n" : "");
 }
 
-inline ::testing::AssertionResult Mismatch(const std::vector<Call>& calls, std::size_t at,
-                                           const std::vector<std::string>& expected, std::size_t expectedAt) {
+inline ::testing::AssertionResult Mismatch(std::vector<Call> const& calls, std::size_t at,
+                                           std::vector<std::string> const& expected, std::size_t expectedAt) {
     std::vector<std::string> lines;
-    for (const Call& call : calls)
+    for (Call const& call : calls) {
         lines.push_back(call.line);
+    }
     return ::testing::AssertionFailure() << "calls differ at >\nexpected:\n"
                                          << Listing(expected, expectedAt) << "called:\n"
                                          << Listing(lines, at);
@@ -39,45 +41,51 @@ inline ::testing::AssertionResult Mismatch(const std::vector<Call>& calls, std::
  * Whether the calls are exactly the expected ones, in order. An expectation is a pattern as Calls() takes it:
  * a name, or a line in which '*' stands for any run of characters.
  */
-inline ::testing::AssertionResult CallsAre(const std::vector<std::string>& expected,
-                                           const std::vector<Call>& calls = Calls()) {
-    for (std::size_t i = 0; i < std::max(calls.size(), expected.size()); ++i)
-        if (i >= calls.size() || i >= expected.size() || !Matches(expected[i], calls[i]))
+inline ::testing::AssertionResult CallsAre(std::vector<std::string> const& expected,
+                                           std::vector<Call> const& calls = Calls()) {
+    for (std::size_t i = 0; i < std::max(calls.size(), expected.size()); ++i) {
+        if (i >= calls.size() || i >= expected.size() || !Matches(expected[i], calls[i])) {
             return Mismatch(calls, i, expected, i);
+        }
+    }
     return ::testing::AssertionSuccess();
 }
 
 /** Whether the expected calls occur in this order, with any other calls between them. */
-inline ::testing::AssertionResult CallsInOrder(const std::vector<std::string>& expected,
-                                               const std::vector<Call>& calls = Calls()) {
+inline ::testing::AssertionResult CallsInOrder(std::vector<std::string> const& expected,
+                                               std::vector<Call> const& calls = Calls()) {
     std::size_t at = 0;
     for (std::size_t i = 0; i < expected.size(); ++i, ++at) {
-        const std::size_t from = at;
-        while (at < calls.size() && !Matches(expected[i], calls[at]))
+        std::size_t const from = at;
+        while (at < calls.size() && !Matches(expected[i], calls[at])) {
             ++at;
-        if (at == calls.size())
+        }
+        if (at == calls.size()) {
             return Mismatch(calls, from, expected, i);
+        }
     }
     return ::testing::AssertionSuccess();
 }
 
 /** Whether the expected calls occur somewhere one right after the other. */
-inline ::testing::AssertionResult CallsInclude(const std::vector<std::string>& expected,
-                                               const std::vector<Call>& calls = Calls()) {
-    const auto matches = [](const Call& call, const std::string& pattern) { return Matches(pattern, call); };
-    const auto found = std::search(calls.begin(), calls.end(), expected.begin(), expected.end(), matches);
+inline ::testing::AssertionResult CallsInclude(std::vector<std::string> const& expected,
+                                               std::vector<Call> const& calls = Calls()) {
+    auto const matches = [](Call const& call, std::string const& pattern) { return Matches(pattern, call); };
+    auto const found = std::search(calls.begin(), calls.end(), expected.begin(), expected.end(), matches);
     return found != calls.end() || expected.empty()
                ? ::testing::AssertionSuccess()
                : Mismatch(calls, calls.size(), expected, expected.size());
 }
 
 /** The calls whose names match one of the patterns: what to compare when other calls are of no concern. */
-inline std::vector<Call> CallsOf(const std::vector<std::string>& patterns) {
+inline std::vector<Call> CallsOf(std::vector<std::string> const& patterns) {
     std::vector<Call> calls;
-    for (const Call& call : Calls())
+    for (Call const& call : Calls()) {
         if (std::any_of(patterns.begin(), patterns.end(),
-                        [&call](const std::string& pattern) { return Matches(pattern, call); }))
+                        [&call](std::string const& pattern) { return Matches(pattern, call); })) {
             calls.push_back(call);
+        }
+    }
     return calls;
 }
 

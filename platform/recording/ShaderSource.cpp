@@ -10,12 +10,12 @@ namespace recording {
 namespace {
 
 struct TypeName {
-    const char* name;
+    char const* name;
     GLenum type;
     std::size_t components;
 };
 
-const TypeName g_types[] = {
+TypeName const g_types[] = {
     {"float", GL_FLOAT, 1},
     {"vec2", GL_FLOAT_VEC2, 2},
     {"vec3", GL_FLOAT_VEC3, 3},
@@ -40,25 +40,27 @@ bool IsWord(char c) {
 }
 
 /** Where a comment or preprocessor line that begins at `at` ends; `at` itself when none begins there. */
-std::size_t SkipNonCode(const std::string& source, std::size_t at, bool lineStart) {
+std::size_t SkipNonCode(std::string const& source, std::size_t at, bool lineStart) {
     std::size_t end = at;
     if (source.compare(at, 2, "/*") == 0) {
         end = source.find("*/", at + 2);
         return end == std::string::npos ? source.size() : end + 2;
     }
-    if (source.compare(at, 2, "//") != 0 && !(lineStart && source[at] == '#'))
+    if (source.compare(at, 2, "//") != 0 && !(lineStart && source[at] == '#')) {
         return at;
-    while (end < source.size() && (source[end] != '\n' || source[end - 1] == '\\'))
+    }
+    while (end < source.size() && (source[end] != '\n' || source[end - 1] == '\\')) {
         ++end;
+    }
     return end;
 }
 
 /** Words and single characters, without white space, comments and preprocessor lines. */
-std::vector<std::string> Tokens(const std::string& source) {
+std::vector<std::string> Tokens(std::string const& source) {
     std::vector<std::string> tokens;
     bool lineStart = true;
     for (std::size_t at = 0; at < source.size();) {
-        const std::size_t code = SkipNonCode(source, at, lineStart);
+        std::size_t const code = SkipNonCode(source, at, lineStart);
         if (code != at) {
             at = code;
             continue;
@@ -70,10 +72,11 @@ std::vector<std::string> Tokens(const std::string& source) {
         }
         lineStart = false;
         std::size_t end = at + 1;
-        if (IsWord(source[at]))
+        if (IsWord(source[at])) {
             end = static_cast<std::size_t>(std::distance(
                 source.begin(),
                 std::find_if_not(source.begin() + static_cast<std::ptrdiff_t>(at), source.end(), IsWord)));
+        }
         tokens.push_back(source.substr(at, end - at));
         at = end;
     }
@@ -81,65 +84,74 @@ std::vector<std::string> Tokens(const std::string& source) {
 }
 
 /** Reads the names after the type, "a, b[4]", up to the semicolon; `at` ends on it. */
-void ReadDeclarators(const std::vector<std::string>& tokens, std::size_t& at, const Declaration& common,
+void ReadDeclarators(std::vector<std::string> const& tokens, std::size_t& at, Declaration const& common,
                      std::vector<Declaration>& declarations) {
     for (; at < tokens.size() && tokens[at] != ";"; ++at) {
-        if (tokens[at] == ",")
+        if (tokens[at] == ",") {
             continue;
+        }
         if (tokens[at] != "[") {
             declarations.push_back(common);
             declarations.back().name = tokens[at];
             continue;
         }
-        if (at + 1 < tokens.size() && !declarations.empty())
+        if (at + 1 < tokens.size() && !declarations.empty()) {
             declarations.back().size = std::max(std::atoi(tokens[at + 1].c_str()), 1);
-        while (at < tokens.size() && tokens[at] != "]")
+        }
+        while (at < tokens.size() && tokens[at] != "]") {
             ++at;
+        }
     }
 }
 
-std::size_t Uses(const std::vector<std::string>& tokens, const std::string& name) {
+std::size_t Uses(std::vector<std::string> const& tokens, std::string const& name) {
     std::size_t uses = 0;
-    for (std::size_t i = 0; i < tokens.size(); ++i)
+    for (std::size_t i = 0; i < tokens.size(); ++i) {
         uses += tokens[i] == name && (i == 0 || tokens[i - 1] != ".") ? 1 : 0;
+    }
     return uses;
 }
 
 } // namespace
 
-std::vector<Declaration> ParseDeclarations(const std::string& source) {
-    const std::vector<std::string> tokens = Tokens(source);
+std::vector<Declaration> ParseDeclarations(std::string const& source) {
+    std::vector<std::string> const tokens = Tokens(source);
     std::vector<Declaration> declarations;
     for (std::size_t at = 0; at < tokens.size(); ++at) {
-        if (tokens[at] != "uniform" && tokens[at] != "attribute")
+        if (tokens[at] != "uniform" && tokens[at] != "attribute") {
             continue;
+        }
         Declaration common;
         common.isAttribute = tokens[at] == "attribute";
         ++at;
-        if (at < tokens.size() && (tokens[at] == "lowp" || tokens[at] == "mediump" || tokens[at] == "highp"))
+        if (at < tokens.size() &&
+            (tokens[at] == "lowp" || tokens[at] == "mediump" || tokens[at] == "highp")) {
             ++at;
-        const auto type = std::find_if(std::begin(g_types), std::end(g_types), [&](const TypeName& entry) {
+        }
+        auto const type = std::find_if(std::begin(g_types), std::end(g_types), [&](TypeName const& entry) {
             return at < tokens.size() && entry.name == tokens[at];
         });
-        if (type == std::end(g_types))
+        if (type == std::end(g_types)) {
             continue;
+        }
         common.type = type->type;
         ReadDeclarators(tokens, ++at, common, declarations);
     }
-    for (Declaration& declaration : declarations)
+    for (Declaration& declaration : declarations) {
         declaration.isUsed = Uses(tokens, declaration.name) > 1;
+    }
     return declarations;
 }
 
-bool HasMain(const std::string& source) {
-    const std::vector<std::string> tokens = Tokens(source);
-    const char* const main[] = {"void", "main", "("};
+bool HasMain(std::string const& source) {
+    std::vector<std::string> const tokens = Tokens(source);
+    char const* const main[] = {"void", "main", "("};
     return std::search(tokens.begin(), tokens.end(), std::begin(main), std::end(main)) != tokens.end();
 }
 
 std::size_t ComponentCount(GLenum type) {
-    const auto found = std::find_if(std::begin(g_types), std::end(g_types),
-                                    [type](const TypeName& entry) { return entry.type == type; });
+    auto const found = std::find_if(std::begin(g_types), std::end(g_types),
+                                    [type](TypeName const& entry) { return entry.type == type; });
     return found == std::end(g_types) ? 1 : found->components;
 }
 

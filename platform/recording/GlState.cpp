@@ -9,7 +9,7 @@ namespace recording {
 
 namespace {
 
-const GLenum g_capabilities[] = {GL_BLEND,
+GLenum const g_capabilities[] = {GL_BLEND,
                                  GL_CULL_FACE,
                                  GL_DITHER,
                                  GL_DEPTH_TEST,
@@ -23,7 +23,7 @@ const GLenum g_capabilities[] = {GL_BLEND,
  * The capability's bit in State::enabled; 0 for an enumerant that is no capability, GL_TEXTURE_2D among them.
  */
 std::uint32_t CapabilityBit(GLenum capability) {
-    const auto found = std::find(std::begin(g_capabilities), std::end(g_capabilities), capability);
+    auto const found = std::find(std::begin(g_capabilities), std::end(g_capabilities), capability);
     return found == std::end(g_capabilities) ? 0 : 1u << std::distance(std::begin(g_capabilities), found);
 }
 
@@ -64,16 +64,17 @@ struct Values {
         std::copy(list.begin(), list.end(), value);
     }
     template <class T, std::size_t N>
-    static Values Of(const std::array<T, N>& array) {
+    static Values Of(std::array<T, N> const& array) {
         Values values;
         values.count = static_cast<int>(N);
-        for (std::size_t i = 0; i < N; ++i)
+        for (std::size_t i = 0; i < N; ++i) {
             values.value[i] = static_cast<double>(array[i]);
+        }
         return values;
     }
 };
 
-Values SurfaceValues(const Config& config, GLenum name) {
+Values SurfaceValues(Config const& config, GLenum name) {
     switch (name) {
     case GL_RED_BITS:
         return {double(config.red)};
@@ -94,17 +95,21 @@ Values SurfaceValues(const Config& config, GLenum name) {
 
 /** What glGet answers, of what is asked for here; GL_INVALID_ENUM for everything else. */
 Values Query(Invocation& call, GLenum name) {
-    const auto limit = call.GetSession().limits.find(name);
-    if (limit != call.GetSession().limits.end())
+    auto const limit = call.GetSession().limits.find(name);
+    if (limit != call.GetSession().limits.end()) {
         return {double(limit->second)};
-    if (name == GL_VIEWPORT)
+    }
+    if (name == GL_VIEWPORT) {
         return Values::Of(call.GetState().viewport);
-    if (name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT)
+    }
+    if (name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT) {
         return {double(name == GL_PACK_ALIGNMENT ? call.GetState().packAlignment
                                                  : call.GetState().unpackAlignment)};
-    const Values values = SurfaceValues(DrawBits(call.Context()), name);
-    if (values.count == 0)
+    }
+    Values const values = SurfaceValues(DrawBits(call.Context()), name);
+    if (values.count == 0) {
         call.Raise(GL_INVALID_ENUM);
+    }
     return values;
 }
 
@@ -119,32 +124,37 @@ namespace answer {
 // ---- Capabilities and simple state
 
 void glEnable(Invocation& call, GLenum cap) {
-    if (CapabilityBit(cap) == 0)
+    if (CapabilityBit(cap) == 0) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     call.GetState().enabled |= CapabilityBit(cap);
 }
 
 void glDisable(Invocation& call, GLenum cap) {
-    if (CapabilityBit(cap) == 0)
+    if (CapabilityBit(cap) == 0) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     call.GetState().enabled &= ~CapabilityBit(cap);
 }
 
 void glViewport(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei height) {
-    if (width < 0 || height < 0)
+    if (width < 0 || height < 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     call.GetState().viewport = {x, y, width, height};
 }
 
 void glFrontFace(Invocation& call, GLenum mode) {
-    if (!OneOf(mode, {GL_CW, GL_CCW}))
+    if (!OneOf(mode, {GL_CW, GL_CCW})) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     call.GetState().frontFace = mode;
 }
 
 void glLineWidth(Invocation& call, GLfloat width) {
-    if (!(width > 0))
+    if (!(width > 0)) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     call.GetState().lineWidth = width;
 }
 
@@ -155,10 +165,12 @@ void glFlush(Invocation&) {}
 
 void glClear(Invocation& call, GLbitfield mask) {
     if ((mask &
-         ~static_cast<GLbitfield>(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT)) != 0)
+         ~static_cast<GLbitfield>(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT)) != 0) {
         return call.Raise(GL_INVALID_VALUE);
-    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE)
+    }
+    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE) {
         call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
+    }
 }
 
 void glClearColor(Invocation& call, GLfloat red, GLfloat green, GLfloat blue, GLfloat alpha) {
@@ -180,8 +192,9 @@ void glDepthMask(Invocation& call, GLboolean flag) {
 }
 
 void glStencilFunc(Invocation& call, GLenum func, GLint ref, GLuint mask) {
-    if (!IsComparison(func))
+    if (!IsComparison(func)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     for (StencilFace* face : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
         face->func = func;
         face->ref = ref;
@@ -190,8 +203,9 @@ void glStencilFunc(Invocation& call, GLenum func, GLint ref, GLuint mask) {
 }
 
 void glStencilOp(Invocation& call, GLenum fail, GLenum zfail, GLenum zpass) {
-    if (!IsStencilOp(fail) || !IsStencilOp(zfail) || !IsStencilOp(zpass))
+    if (!IsStencilOp(fail) || !IsStencilOp(zfail) || !IsStencilOp(zpass)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     for (StencilFace* face : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
         face->fail = fail;
         face->depthFail = zfail;
@@ -202,8 +216,9 @@ void glStencilOp(Invocation& call, GLenum fail, GLenum zfail, GLenum zpass) {
 // ---- Blending
 
 void glBlendEquationSeparate(Invocation& call, GLenum modeRGB, GLenum modeAlpha) {
-    if (!IsEquation(modeRGB) || !IsEquation(modeAlpha))
+    if (!IsEquation(modeRGB) || !IsEquation(modeAlpha)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     call.GetState().blendEquationRGB = modeRGB;
     call.GetState().blendEquationAlpha = modeAlpha;
 }
@@ -211,8 +226,9 @@ void glBlendEquationSeparate(Invocation& call, GLenum modeRGB, GLenum modeAlpha)
 void glBlendFuncSeparate(Invocation& call, GLenum sfactorRGB, GLenum dfactorRGB, GLenum sfactorAlpha,
                          GLenum dfactorAlpha) {
     if (!IsSourceFactor(sfactorRGB) || !IsTargetFactor(dfactorRGB) || !IsSourceFactor(sfactorAlpha) ||
-        !IsTargetFactor(dfactorAlpha))
+        !IsTargetFactor(dfactorAlpha)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     State& state = call.GetState();
     state.blendSourceRGB = sfactorRGB;
     state.blendTargetRGB = dfactorRGB;
@@ -223,29 +239,33 @@ void glBlendFuncSeparate(Invocation& call, GLenum sfactorRGB, GLenum dfactorRGB,
 // ---- Queries
 
 GLenum glGetError(Invocation& call) {
-    if (call.IsFailing())
+    if (call.IsFailing()) {
         return static_cast<GLenum>(call.FailureError(GL_OUT_OF_MEMORY));
-    const GLenum error = call.Context().error;
+    }
+    GLenum const error = call.Context().error;
     call.Context().error = GL_NO_ERROR;
     return error;
 }
 
 void glGetBooleanv(Invocation& call, GLenum pname, GLboolean* data) {
-    const Values values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i)
+    Values const values = Query(call, pname);
+    for (int i = 0; i < values.count; ++i) {
         data[i] = values.value[i] != 0 ? GL_TRUE : GL_FALSE;
+    }
 }
 
 void glGetFloatv(Invocation& call, GLenum pname, GLfloat* data) {
-    const Values values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i)
+    Values const values = Query(call, pname);
+    for (int i = 0; i < values.count; ++i) {
         data[i] = static_cast<GLfloat>(values.value[i]);
+    }
 }
 
 void glGetIntegerv(Invocation& call, GLenum pname, GLint* data) {
-    const Values values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i)
+    Values const values = Query(call, pname);
+    for (int i = 0; i < values.count; ++i) {
         data[i] = static_cast<GLint>(values.value[i]);
+    }
 }
 
 } // namespace answer

@@ -22,10 +22,10 @@ struct Declaration {
  * Comments and preprocessor lines are skipped, so of conditional code all branches count. Declarations of
  * structures are left out; an array size that is not a plain number counts as 1.
  */
-std::vector<Declaration> ParseDeclarations(const std::string& source);
+std::vector<Declaration> ParseDeclarations(std::string const& source);
 
 /** Whether the source defines a function main. */
-bool HasMain(const std::string& source);
+bool HasMain(std::string const& source);
 
 /** How many floats a value of a uniform's type takes; 1 for samplers. */
 std::size_t ComponentCount(GLenum type);

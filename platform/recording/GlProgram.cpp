@@ -9,20 +9,22 @@ namespace recording {
 
 namespace {
 
-GLuint FreeName(const ShareGroup& objects) {
+GLuint FreeName(ShareGroup const& objects) {
     GLuint name = 1;
-    while (objects.shaders.count(name) != 0 || objects.programs.count(name) != 0)
+    while (objects.shaders.count(name) != 0 || objects.programs.count(name) != 0) {
         ++name;
+    }
     return name;
 }
 
 /** The object of that name, or null after raising: a name of the other sort is an invalid operation. */
 template <class T, class Other>
-T* Require(Invocation& call, std::map<GLuint, T>& objects, const std::map<GLuint, Other>& others,
+T* Require(Invocation& call, std::map<GLuint, T>& objects, std::map<GLuint, Other> const& others,
            GLuint name) {
-    const auto found = objects.find(name);
-    if (found != objects.end())
+    auto const found = objects.find(name);
+    if (found != objects.end()) {
         return &found->second;
+    }
     call.Raise(others.count(name) != 0 ? GL_INVALID_OPERATION : GL_INVALID_VALUE);
     return nullptr;
 }
@@ -36,63 +38,73 @@ Shader* RequireShader(Invocation& call, GLuint name) {
 }
 
 void ReleaseShader(ShareGroup& objects, GLuint name) {
-    const auto found = objects.shaders.find(name);
-    if (found != objects.shaders.end() && --found->second.attachments == 0 && found->second.deleted)
+    auto const found = objects.shaders.find(name);
+    if (found != objects.shaders.end() && --found->second.attachments == 0 && found->second.deleted) {
         objects.shaders.erase(found);
+    }
 }
 
 /** Frees a program that is flagged for deletion and in use nowhere. */
 void FreeProgram(Session& session, ShareGroup& objects, GLuint name) {
-    const auto found = objects.programs.find(name);
+    auto const found = objects.programs.find(name);
     if (found == objects.programs.end() || !found->second.deleted ||
-        session.contextless->state.program == name)
+        session.contextless->state.program == name) {
         return;
-    for (const auto& context : session.contexts)
-        if (context.second->objects.get() == &objects && context.second->state.program == name)
+    }
+    for (auto const& context : session.contexts) {
+        if (context.second->objects.get() == &objects && context.second->state.program == name) {
             return;
-    for (const GLuint shader : found->second.shaders)
+        }
+    }
+    for (GLuint const shader : found->second.shaders) {
         ReleaseShader(objects, shader);
+    }
     objects.programs.erase(found);
 }
 
-GLint LogLength(Invocation& call, const std::string& log) {
+GLint LogLength(Invocation& call, std::string const& log) {
     return log.empty() ? call.GetSession().emptyLogLength : static_cast<GLint>(log.size() + 1);
 }
 
 /** Copies text as the glGet*InfoLog functions do: cut to the buffer, always terminated. */
-void CopyText(const std::string& text, GLsizei bufSize, GLsizei* length, GLchar* buffer) {
-    const std::size_t copied = bufSize > 0 ? std::min(text.size(), static_cast<std::size_t>(bufSize) - 1) : 0;
+void CopyText(std::string const& text, GLsizei bufSize, GLsizei* length, GLchar* buffer) {
+    std::size_t const copied = bufSize > 0 ? std::min(text.size(), static_cast<std::size_t>(bufSize) - 1) : 0;
     if (bufSize > 0) {
         std::memcpy(buffer, text.data(), copied);
         buffer[copied] = '\0';
     }
-    if (length != nullptr)
+    if (length != nullptr) {
         *length = static_cast<GLsizei>(copied);
+    }
 }
 
 // ---- Linking
 
 /** What keeps the program from being linked; empty when nothing does. */
-std::optional<std::string> LinkError(Invocation& call, const Program& program) {
-    const Session& session = call.GetSession();
-    if (session.linkFailure || call.IsFailing())
+std::optional<std::string> LinkError(Invocation& call, Program const& program) {
+    Session const& session = call.GetSession();
+    if (session.linkFailure || call.IsFailing()) {
         return session.linkFailure.value_or("error: told to fail");
+    }
     bool vertex = false;
     bool fragment = false;
-    for (const GLuint name : program.shaders) {
-        const Shader& shader = call.Objects().shaders.at(name);
-        if (!shader.compiled)
+    for (GLuint const name : program.shaders) {
+        Shader const& shader = call.Objects().shaders.at(name);
+        if (!shader.compiled) {
             return std::string("error: linking with uncompiled shader");
+        }
         (shader.type == GL_VERTEX_SHADER ? vertex : fragment) = true;
     }
-    if (!vertex || !fragment)
+    if (!vertex || !fragment) {
         return std::string("error: program lacks a ") + (vertex ? "fragment" : "vertex") + " shader";
+    }
     return std::nullopt;
 }
 
-void AddUniform(Program& program, const Declaration& declaration) {
-    if (program.Find(declaration.name) != nullptr)
+void AddUniform(Program& program, Declaration const& declaration) {
+    if (program.Find(declaration.name) != nullptr) {
         return;
+    }
     Uniform uniform;
     uniform.name = declaration.name;
     uniform.type = declaration.type;
@@ -103,22 +115,25 @@ void AddUniform(Program& program, const Declaration& declaration) {
 }
 
 /** Bound attributes get what was asked for, the others the lowest locations that are left. */
-void AssignAttributes(Program& program, const std::vector<std::string>& names) {
+void AssignAttributes(Program& program, std::vector<std::string> const& names) {
     std::vector<bool> taken(kVertexAttributes, false);
-    for (const std::string& name : names) {
-        const auto bound = program.bindings.find(name);
-        if (bound == program.bindings.end())
+    for (std::string const& name : names) {
+        auto const bound = program.bindings.find(name);
+        if (bound == program.bindings.end()) {
             continue;
+        }
         program.attributes[name] = static_cast<GLint>(bound->second);
         taken[bound->second] = true;
     }
-    for (const std::string& name : names) {
-        if (program.attributes.count(name) != 0)
+    for (std::string const& name : names) {
+        if (program.attributes.count(name) != 0) {
             continue;
-        const auto free = std::find(taken.begin(), taken.end(), false);
+        }
+        auto const free = std::find(taken.begin(), taken.end(), false);
         program.attributes[name] = static_cast<GLint>(free - taken.begin());
-        if (free != taken.end())
+        if (free != taken.end()) {
             *free = true;
+        }
     }
 }
 
@@ -131,15 +146,18 @@ void Link(Invocation& call, Program& program) {
     std::vector<std::string> attributes;
     program.uniforms.clear();
     program.attributes.clear();
-    for (const GLuint name : program.shaders)
-        for (const Declaration& declaration : ParseDeclarations(call.Objects().shaders.at(name).source)) {
-            if (!declaration.isUsed)
+    for (GLuint const name : program.shaders) {
+        for (Declaration const& declaration : ParseDeclarations(call.Objects().shaders.at(name).source)) {
+            if (!declaration.isUsed) {
                 continue;
-            if (declaration.isAttribute)
+            }
+            if (declaration.isAttribute) {
                 attributes.push_back(declaration.name);
-            else
+            } else {
                 AddUniform(program, declaration);
+            }
         }
+    }
     AssignAttributes(program, attributes);
     GLint location = 64 * call.GetSession().links++;
     for (Uniform& uniform : program.uniforms) {
@@ -168,49 +186,60 @@ bool IsMatrix(GLenum type) {
 
 /** Whether a uniform of `type` may be set with `components` floats or integers for each element. */
 bool Accepts(GLenum type, std::size_t components, bool integers, bool matrix) {
-    if (components != ComponentCount(type) || matrix != IsMatrix(type))
+    if (components != ComponentCount(type) || matrix != IsMatrix(type)) {
         return false;
-    if (IsBooleanType(type))
+    }
+    if (IsBooleanType(type)) {
         return true;
+    }
     return integers ? IsIntegerType(type) || IsSampler(type) : !IsIntegerType(type) && !IsSampler(type);
 }
 
 Uniform* FindLocation(Program& program, GLint location) {
-    for (Uniform& uniform : program.uniforms)
-        if (location >= uniform.location && location < uniform.location + uniform.size)
+    for (Uniform& uniform : program.uniforms) {
+        if (location >= uniform.location && location < uniform.location + uniform.size) {
             return &uniform;
+        }
+    }
     return nullptr;
 }
 
 /** What all glUniform* functions do. */
 template <class T>
-void SetUniform(Invocation& call, GLint location, GLsizei count, std::size_t components, const T* values,
+void SetUniform(Invocation& call, GLint location, GLsizei count, std::size_t components, T const* values,
                 bool matrix = false) {
-    const auto program = call.Objects().programs.find(call.GetState().program);
-    if (program == call.Objects().programs.end())
+    auto const program = call.Objects().programs.find(call.GetState().program);
+    if (program == call.Objects().programs.end()) {
         return call.Raise(GL_INVALID_OPERATION);
-    if (count < 0)
+    }
+    if (count < 0) {
         return call.Raise(GL_INVALID_VALUE);
-    if (location == -1)
+    }
+    if (location == -1) {
         return;
+    }
     Uniform* uniform = FindLocation(program->second, location);
     if (uniform == nullptr || !Accepts(uniform->type, components, std::is_integral_v<T>, matrix) ||
-        (count > 1 && uniform->size == 1))
+        (count > 1 && uniform->size == 1)) {
         return call.Raise(GL_INVALID_OPERATION);
+    }
     if (IsSampler(uniform->type) &&
-        (values[0] < 0 || values[0] >= call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS]))
+        (values[0] < 0 || values[0] >= call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS])) {
         return call.Raise(GL_INVALID_VALUE);
-    const std::size_t first = static_cast<std::size_t>(location - uniform->location) * components;
-    const std::size_t last =
+    }
+    std::size_t const first = static_cast<std::size_t>(location - uniform->location) * components;
+    std::size_t const last =
         std::min(first + static_cast<std::size_t>(count) * components, uniform->values.size());
-    for (std::size_t i = first; i < last; ++i)
+    for (std::size_t i = first; i < last; ++i) {
         uniform->values[i] = static_cast<float>(values[i - first]);
+    }
 }
 
 void SetMatrix(Invocation& call, GLint location, GLsizei count, GLboolean transpose, std::size_t components,
-               const GLfloat* values) {
-    if (transpose != GL_FALSE)
+               GLfloat const* values) {
+    if (transpose != GL_FALSE) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     SetUniform(call, location, count, components, values, true);
 }
 
@@ -225,62 +254,72 @@ GLuint glCreateShader(Invocation& call, GLenum type) {
         call.Raise(GL_INVALID_ENUM);
         return 0;
     }
-    const GLuint name = FreeName(call.Objects());
+    GLuint const name = FreeName(call.Objects());
     call.Objects().shaders[name].type = type;
     call.GetSession().Created(Object::Shader);
     return name;
 }
 
 void glDeleteShader(Invocation& call, GLuint shader) {
-    if (shader == 0)
+    if (shader == 0) {
         return;
+    }
     Shader* object = RequireShader(call, shader);
-    if (object == nullptr || object->deleted)
+    if (object == nullptr || object->deleted) {
         return;
+    }
     call.GetSession().Deleted(Object::Shader);
     object->deleted = true;
-    if (object->attachments == 0)
+    if (object->attachments == 0) {
         call.Objects().shaders.erase(shader);
+    }
 }
 
 GLboolean glIsShader(Invocation& call, GLuint shader) {
     return call.Objects().shaders.count(shader) != 0 ? GL_TRUE : GL_FALSE;
 }
 
-void glShaderSource(Invocation& call, GLuint shader, GLsizei count, const GLchar* const* string,
-                    const GLint* length) {
+void glShaderSource(Invocation& call, GLuint shader, GLsizei count, GLchar const* const* string,
+                    GLint const* length) {
     Shader* object = RequireShader(call, shader);
-    if (object == nullptr)
+    if (object == nullptr) {
         return;
-    if (count < 0)
+    }
+    if (count < 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     object->source.clear();
-    for (GLsizei i = 0; i < count; ++i)
+    for (GLsizei i = 0; i < count; ++i) {
         object->source += length != nullptr && length[i] >= 0
                               ? std::string(string[i], static_cast<std::size_t>(length[i]))
                               : std::string(string[i]);
+    }
 }
 
 void glCompileShader(Invocation& call, GLuint shader) {
     Shader* object = RequireShader(call, shader);
-    if (object == nullptr)
+    if (object == nullptr) {
         return;
-    if (call.GetSession().limits[GL_SHADER_COMPILER] == GL_FALSE)
+    }
+    if (call.GetSession().limits[GL_SHADER_COMPILER] == GL_FALSE) {
         return call.Raise(GL_INVALID_OPERATION);
-    const auto failure = call.GetSession().compileFailures.find(object->type);
-    const bool told = failure != call.GetSession().compileFailures.end() || call.IsFailing();
+    }
+    auto const failure = call.GetSession().compileFailures.find(object->type);
+    bool const told = failure != call.GetSession().compileFailures.end() || call.IsFailing();
     object->compiled = !told && HasMain(object->source);
     object->log.clear();
-    if (failure != call.GetSession().compileFailures.end())
+    if (failure != call.GetSession().compileFailures.end()) {
         object->log = failure->second;
-    else if (!object->compiled)
+    } else if (!object->compiled) {
         object->log = told ? "0:1: error: told to fail" : "0:1: error: no function main";
+    }
 }
 
 void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params) {
-    const Shader* object = RequireShader(call, shader);
-    if (object == nullptr)
+    Shader const* object = RequireShader(call, shader);
+    if (object == nullptr) {
         return;
+    }
     switch (pname) {
     case GL_COMPILE_STATUS:
         *params = object->compiled ? GL_TRUE : GL_FALSE;
@@ -294,25 +333,28 @@ void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params)
 }
 
 void glGetShaderInfoLog(Invocation& call, GLuint shader, GLsizei bufSize, GLsizei* length, GLchar* infoLog) {
-    if (const Shader* object = RequireShader(call, shader))
+    if (Shader const* object = RequireShader(call, shader)) {
         CopyText(object->log, bufSize, length, infoLog);
+    }
 }
 
 // ---- Programs
 
 GLuint glCreateProgram(Invocation& call) {
-    const GLuint name = FreeName(call.Objects());
+    GLuint const name = FreeName(call.Objects());
     call.Objects().programs[name] = Program();
     call.GetSession().Created(Object::Program);
     return name;
 }
 
 void glDeleteProgram(Invocation& call, GLuint program) {
-    if (program == 0)
+    if (program == 0) {
         return;
+    }
     Program* object = RequireProgram(call, program);
-    if (object == nullptr || object->deleted)
+    if (object == nullptr || object->deleted) {
         return;
+    }
     call.GetSession().Deleted(Object::Program);
     object->deleted = true;
     FreeProgram(call.GetSession(), call.Objects(), program);
@@ -325,55 +367,67 @@ GLboolean glIsProgram(Invocation& call, GLuint program) {
 void glAttachShader(Invocation& call, GLuint program, GLuint shader) {
     Program* object = RequireProgram(call, program);
     Shader* attached = object != nullptr ? RequireShader(call, shader) : nullptr;
-    if (attached == nullptr)
+    if (attached == nullptr) {
         return;
-    for (const GLuint name : object->shaders)
-        if (call.Objects().shaders.at(name).type == attached->type)
+    }
+    for (GLuint const name : object->shaders) {
+        if (call.Objects().shaders.at(name).type == attached->type) {
             return call.Raise(GL_INVALID_OPERATION);
+        }
+    }
     object->shaders.push_back(shader);
     ++attached->attachments;
 }
 
-void glBindAttribLocation(Invocation& call, GLuint program, GLuint index, const GLchar* name) {
+void glBindAttribLocation(Invocation& call, GLuint program, GLuint index, GLchar const* name) {
     Program* object = RequireProgram(call, program);
-    if (object == nullptr)
+    if (object == nullptr) {
         return;
-    if (index >= kVertexAttributes)
+    }
+    if (index >= kVertexAttributes) {
         return call.Raise(GL_INVALID_VALUE);
-    if (std::strncmp(name, "gl_", 3) == 0)
+    }
+    if (std::strncmp(name, "gl_", 3) == 0) {
         return call.Raise(GL_INVALID_OPERATION);
+    }
     object->bindings[name] = index;
 }
 
 void glLinkProgram(Invocation& call, GLuint program) {
     Program* object = RequireProgram(call, program);
-    if (object == nullptr)
+    if (object == nullptr) {
         return;
-    const std::optional<std::string> error = LinkError(call, *object);
+    }
+    std::optional<std::string> const error = LinkError(call, *object);
     object->linked = !error;
     object->log = error.value_or("");
-    if (object->linked)
+    if (object->linked) {
         Link(call, *object);
+    }
 }
 
 void glUseProgram(Invocation& call, GLuint program) {
-    const GLuint before = call.GetState().program;
+    GLuint const before = call.GetState().program;
     if (program != 0) {
-        const Program* object = RequireProgram(call, program);
-        if (object == nullptr)
+        Program const* object = RequireProgram(call, program);
+        if (object == nullptr) {
             return;
-        if (!object->linked)
+        }
+        if (!object->linked) {
             return call.Raise(GL_INVALID_OPERATION);
+        }
     }
     call.GetState().program = program;
-    if (before != program)
+    if (before != program) {
         FreeProgram(call.GetSession(), call.Objects(), before);
+    }
 }
 
 void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* params) {
-    const Program* object = RequireProgram(call, program);
-    if (object == nullptr)
+    Program const* object = RequireProgram(call, program);
+    if (object == nullptr) {
         return;
+    }
     switch (pname) {
     case GL_LINK_STATUS:
         *params = object->linked ? GL_TRUE : GL_FALSE;
@@ -388,32 +442,36 @@ void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* param
 
 void glGetProgramInfoLog(Invocation& call, GLuint program, GLsizei bufSize, GLsizei* length,
                          GLchar* infoLog) {
-    if (const Program* object = RequireProgram(call, program))
+    if (Program const* object = RequireProgram(call, program)) {
         CopyText(object->log, bufSize, length, infoLog);
+    }
 }
 
-GLint glGetAttribLocation(Invocation& call, GLuint program, const GLchar* name) {
-    const Program* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
-    if (object == nullptr)
+GLint glGetAttribLocation(Invocation& call, GLuint program, GLchar const* name) {
+    Program const* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
+    if (object == nullptr) {
         return -1;
-    if (!object->linked)
+    }
+    if (!object->linked) {
         call.Raise(GL_INVALID_OPERATION);
-    const auto found = object->attributes.find(name);
+    }
+    auto const found = object->attributes.find(name);
     return object->linked && found != object->attributes.end() ? found->second : -1;
 }
 
-GLint glGetUniformLocation(Invocation& call, GLuint program, const GLchar* name) {
-    const Program* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
-    if (object == nullptr)
+GLint glGetUniformLocation(Invocation& call, GLuint program, GLchar const* name) {
+    Program const* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
+    if (object == nullptr) {
         return -1;
+    }
     if (!object->linked) {
         call.Raise(GL_INVALID_OPERATION);
         return -1;
     }
-    const char* bracket = std::strchr(name, '[');
-    const int element = bracket != nullptr ? std::atoi(bracket + 1) : 0;
-    const std::string plain = bracket != nullptr ? std::string(name, bracket) : std::string(name);
-    const Uniform* uniform = object->Find(plain);
+    char const* bracket = std::strchr(name, '[');
+    int const element = bracket != nullptr ? std::atoi(bracket + 1) : 0;
+    std::string const plain = bracket != nullptr ? std::string(name, bracket) : std::string(name);
+    Uniform const* uniform = object->Find(plain);
     return uniform != nullptr && element < uniform->size ? uniform->location + element : -1;
 }
 
@@ -423,22 +481,22 @@ void glUniform1f(Invocation& call, GLint location, GLfloat v0) {
     SetUniform(call, location, 1, 1, &v0);
 }
 void glUniform2f(Invocation& call, GLint location, GLfloat v0, GLfloat v1) {
-    const GLfloat values[] = {v0, v1};
+    GLfloat const values[] = {v0, v1};
     SetUniform(call, location, 1, 2, values);
 }
 void glUniform3f(Invocation& call, GLint location, GLfloat v0, GLfloat v1, GLfloat v2) {
-    const GLfloat values[] = {v0, v1, v2};
+    GLfloat const values[] = {v0, v1, v2};
     SetUniform(call, location, 1, 3, values);
 }
 void glUniform4f(Invocation& call, GLint location, GLfloat v0, GLfloat v1, GLfloat v2, GLfloat v3) {
-    const GLfloat values[] = {v0, v1, v2, v3};
+    GLfloat const values[] = {v0, v1, v2, v3};
     SetUniform(call, location, 1, 4, values);
 }
 void glUniform1i(Invocation& call, GLint location, GLint v0) {
     SetUniform(call, location, 1, 1, &v0);
 }
 void glUniformMatrix4fv(Invocation& call, GLint location, GLsizei count, GLboolean transpose,
-                        const GLfloat* value) {
+                        GLfloat const* value) {
     SetMatrix(call, location, count, transpose, 16, value);
 }
 

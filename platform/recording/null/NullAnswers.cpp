@@ -15,15 +15,16 @@ static GLint s_nextLocation = 0;
 static unsigned int s_uploads = 0;
 
 static void Generate(GLsizei n, GLuint* names) {
-    for (GLsizei i = 0; i < n; ++i)
+    for (GLsizei i = 0; i < n; ++i) {
         names[i] = s_nextName++;
+    }
 }
 
 static void* Handle(unsigned long value) {
     return (void*)value;
 }
 
-static EGLImageKHR CreateImage(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, const EGLint*) {
+static EGLImageKHR CreateImage(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, EGLint const*) {
     return Handle(5);
 }
 
@@ -60,7 +61,7 @@ static GLint Limit(GLenum name) {
     }
 }
 
-static const GLint s_viewport[4] = {0, 0, 640, 480};
+static GLint const s_viewport[4] = {0, 0, 640, 480};
 
 extern "C" {
 
@@ -70,7 +71,7 @@ extern "C" {
 EGLDisplay eglGetDisplay(EGLNativeDisplayType) {
     return Handle(1);
 }
-EGLDisplay eglGetPlatformDisplay(EGLenum, void*, const EGLAttrib*) {
+EGLDisplay eglGetPlatformDisplay(EGLenum, void*, EGLAttrib const*) {
     return Handle(1);
 }
 EGLDisplay eglGetCurrentDisplay(void) {
@@ -83,10 +84,12 @@ EGLint eglGetError(void) {
     return EGL_SUCCESS;
 }
 EGLBoolean eglInitialize(EGLDisplay, EGLint* major, EGLint* minor) {
-    if (major)
+    if (major) {
         *major = 1;
-    if (minor)
+    }
+    if (minor) {
         *minor = 4;
+    }
     return EGL_TRUE;
 }
 EGLBoolean eglTerminate(EGLDisplay) {
@@ -95,9 +98,10 @@ EGLBoolean eglTerminate(EGLDisplay) {
 EGLBoolean eglBindAPI(EGLenum) {
     return EGL_TRUE;
 }
-EGLBoolean eglChooseConfig(EGLDisplay, const EGLint*, EGLConfig* configs, EGLint size, EGLint* count) {
-    if (configs && size > 0)
+EGLBoolean eglChooseConfig(EGLDisplay, EGLint const*, EGLConfig* configs, EGLint size, EGLint* count) {
+    if (configs && size > 0) {
         configs[0] = Handle(2);
+    }
     *count = 1;
     return EGL_TRUE;
 }
@@ -123,13 +127,13 @@ EGLBoolean eglGetConfigAttrib(EGLDisplay, EGLConfig, EGLint attribute, EGLint* v
     }
     return EGL_TRUE;
 }
-EGLSurface eglCreateWindowSurface(EGLDisplay, EGLConfig, EGLNativeWindowType, const EGLint*) {
+EGLSurface eglCreateWindowSurface(EGLDisplay, EGLConfig, EGLNativeWindowType, EGLint const*) {
     return Handle(3);
 }
-EGLSurface eglCreatePbufferSurface(EGLDisplay, EGLConfig, const EGLint*) {
+EGLSurface eglCreatePbufferSurface(EGLDisplay, EGLConfig, EGLint const*) {
     return Handle(3);
 }
-EGLContext eglCreateContext(EGLDisplay, EGLConfig, EGLContext, const EGLint*) {
+EGLContext eglCreateContext(EGLDisplay, EGLConfig, EGLContext, EGLint const*) {
     return Handle(4);
 }
 EGLBoolean eglMakeCurrent(EGLDisplay, EGLSurface, EGLSurface, EGLContext) {
@@ -151,16 +155,19 @@ EGLBoolean eglQuerySurface(EGLDisplay, EGLSurface, EGLint attribute, EGLint* val
     *value = attribute == EGL_WIDTH ? s_viewport[2] : attribute == EGL_HEIGHT ? s_viewport[3] : 0;
     return EGL_TRUE;
 }
-const char* eglQueryString(EGLDisplay, EGLint) {
+char const* eglQueryString(EGLDisplay, EGLint) {
     return "";
 }
-__eglMustCastToProperFunctionPointerType eglGetProcAddress(const char* name) {
-    if (strcmp(name, "eglCreateImageKHR") == 0)
+__eglMustCastToProperFunctionPointerType eglGetProcAddress(char const* name) {
+    if (strcmp(name, "eglCreateImageKHR") == 0) {
         return (__eglMustCastToProperFunctionPointerType)CreateImage;
-    if (strcmp(name, "eglDestroyImageKHR") == 0)
+    }
+    if (strcmp(name, "eglDestroyImageKHR") == 0) {
         return (__eglMustCastToProperFunctionPointerType)DestroyImage;
-    if (strcmp(name, "glEGLImageTargetTexture2DOES") == 0)
+    }
+    if (strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
         return (__eglMustCastToProperFunctionPointerType)ImageTargetTexture;
+    }
     return 0;
 }
 
@@ -185,10 +192,10 @@ GLuint glCreateProgram(void) {
 GLuint glCreateShader(GLenum) {
     return s_nextName++;
 }
-GLint glGetUniformLocation(GLuint, const GLchar*) {
+GLint glGetUniformLocation(GLuint, GLchar const*) {
     return s_nextLocation++;
 }
-GLint glGetAttribLocation(GLuint, const GLchar*) {
+GLint glGetAttribLocation(GLuint, GLchar const*) {
     return s_nextLocation++;
 }
 void glGetProgramiv(GLuint, GLenum name, GLint* value) {
@@ -198,41 +205,46 @@ void glGetShaderiv(GLuint, GLenum name, GLint* value) {
     *value = name == GL_COMPILE_STATUS ? GL_TRUE : 0;
 }
 void glGetProgramInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
-    if (size > 0)
+    if (size > 0) {
         log[0] = '\0';
-    if (length)
+    }
+    if (length) {
         *length = 0;
+    }
 }
 void glGetShaderInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
     glGetProgramInfoLog(0, size, length, log);
 }
-void glTexImage2D(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, const void*) {
+void glTexImage2D(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, void const*) {
     ++s_uploads;
 }
-void glTexSubImage2D(GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, const void*) {
+void glTexSubImage2D(GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void const*) {
     ++s_uploads;
 }
-void glCompressedTexImage2D(GLenum, GLint, GLenum, GLsizei, GLsizei, GLint, GLsizei, const void*) {
+void glCompressedTexImage2D(GLenum, GLint, GLenum, GLsizei, GLsizei, GLint, GLsizei, void const*) {
     ++s_uploads;
 }
 GLenum glCheckFramebufferStatus(GLenum) {
     return GL_FRAMEBUFFER_COMPLETE;
 }
-const GLubyte* glGetString(GLenum) {
-    return (const GLubyte*)"";
+GLubyte const* glGetString(GLenum) {
+    return (GLubyte const*)"";
 }
 void glGetIntegerv(GLenum name, GLint* values) {
-    if (name == GL_VIEWPORT)
+    if (name == GL_VIEWPORT) {
         memcpy(values, s_viewport, sizeof s_viewport);
-    else
+    } else {
         *values = Limit(name);
+    }
 }
 void glGetFloatv(GLenum name, GLfloat* values) {
-    if (name == GL_VIEWPORT)
-        for (int i = 0; i < 4; ++i)
+    if (name == GL_VIEWPORT) {
+        for (int i = 0; i < 4; ++i) {
             values[i] = (GLfloat)s_viewport[i];
-    else
+        }
+    } else {
         *values = (GLfloat)Limit(name);
+    }
 }
 void glGetBooleanv(GLenum name, GLboolean* values) {
     *values = Limit(name) != 0 ? GL_TRUE : GL_FALSE;

@@ -26,23 +26,24 @@ std::size_t TypeSize(GLenum type) {
 }
 
 template <class T>
-T Load(const std::uint8_t* bytes) {
+T Load(std::uint8_t const* bytes) {
     T value;
     std::memcpy(&value, bytes, sizeof value);
     return value;
 }
 
 template <class T>
-float LoadInteger(const std::uint8_t* bytes, bool normalized) {
-    const auto value = static_cast<float>(Load<T>(bytes));
-    if (!normalized)
+float LoadInteger(std::uint8_t const* bytes, bool normalized) {
+    auto const value = static_cast<float>(Load<T>(bytes));
+    if (!normalized) {
         return value;
-    const auto largest = static_cast<float>(std::numeric_limits<T>::max());
+    }
+    auto const largest = static_cast<float>(std::numeric_limits<T>::max());
     return std::is_signed_v<T> ? (2 * value + 1) / (2 * largest + 1) : value / largest;
 }
 
 /** One component as GL reads it. */
-float LoadComponent(const std::uint8_t* bytes, GLenum type, bool normalized) {
+float LoadComponent(std::uint8_t const* bytes, GLenum type, bool normalized) {
     switch (type) {
     case GL_BYTE:
         return LoadInteger<GLbyte>(bytes, normalized);
@@ -61,28 +62,29 @@ float LoadComponent(const std::uint8_t* bytes, GLenum type, bool normalized) {
 
 /** Where an array's data begins, and how much of it there is; client memory counts as endless. */
 struct Source {
-    const std::uint8_t* bytes = nullptr;
+    std::uint8_t const* bytes = nullptr;
     std::size_t size = std::numeric_limits<std::size_t>::max();
 };
 
-Source FindSource(const ShareGroup& objects, GLuint buffer, const void* pointer) {
+Source FindSource(ShareGroup const& objects, GLuint buffer, void const* pointer) {
     Source source;
     if (buffer == 0) {
-        source.bytes = static_cast<const std::uint8_t*>(pointer);
+        source.bytes = static_cast<std::uint8_t const*>(pointer);
         return source;
     }
-    const Buffer* object = objects.buffers.Find(buffer);
-    const auto offset = reinterpret_cast<std::uintptr_t>(pointer);
-    if (object == nullptr || offset > object->bytes.size())
+    Buffer const* object = objects.buffers.Find(buffer);
+    auto const offset = reinterpret_cast<std::uintptr_t>(pointer);
+    if (object == nullptr || offset > object->bytes.size()) {
         return source;
+    }
     source.bytes = object->bytes.data() + offset;
     source.size = object->bytes.size() - offset;
     return source;
 }
 
 /** The vertices of one array; an array without data, or a vertex beyond its buffer, gives none. */
-VertexStream ReadStream(const ShareGroup& objects, const VertexAttribute& attribute,
-                        const std::vector<GLuint>& vertices) {
+VertexStream ReadStream(ShareGroup const& objects, VertexAttribute const& attribute,
+                        std::vector<GLuint> const& vertices) {
     VertexStream stream;
     stream.size = attribute.size;
     stream.type = attribute.type;
@@ -90,30 +92,33 @@ VertexStream ReadStream(const ShareGroup& objects, const VertexAttribute& attrib
     stream.stride = attribute.stride;
     stream.pointer = attribute.pointer;
     stream.buffer = attribute.buffer;
-    const Source source = FindSource(objects, attribute.buffer, attribute.pointer);
-    const std::size_t component = TypeSize(attribute.type);
-    const std::size_t vertex = component * static_cast<std::size_t>(attribute.size);
-    const std::size_t stride = attribute.stride != 0 ? static_cast<std::size_t>(attribute.stride) : vertex;
-    for (const GLuint index : vertices) {
-        if (source.bytes == nullptr || index * stride + vertex > source.size)
+    Source const source = FindSource(objects, attribute.buffer, attribute.pointer);
+    std::size_t const component = TypeSize(attribute.type);
+    std::size_t const vertex = component * static_cast<std::size_t>(attribute.size);
+    std::size_t const stride = attribute.stride != 0 ? static_cast<std::size_t>(attribute.stride) : vertex;
+    for (GLuint const index : vertices) {
+        if (source.bytes == nullptr || index * stride + vertex > source.size) {
             return stream;
-        const std::uint8_t* at = source.bytes + index * stride;
+        }
+        std::uint8_t const* at = source.bytes + index * stride;
         stream.bytes.insert(stream.bytes.end(), at, at + vertex);
-        for (std::size_t i = 0; i < vertex; i += component)
+        for (std::size_t i = 0; i < vertex; i += component) {
             stream.values.push_back(LoadComponent(at + i, attribute.type, attribute.normalized));
+        }
     }
     return stream;
 }
 
-std::vector<GLuint> ReadIndices(const ShareGroup& objects, GLuint buffer, GLsizei count, GLenum type,
-                                const void* pointer) {
+std::vector<GLuint> ReadIndices(ShareGroup const& objects, GLuint buffer, GLsizei count, GLenum type,
+                                void const* pointer) {
     std::vector<GLuint> indices;
-    const Source source = FindSource(objects, buffer, pointer);
-    const std::size_t size = TypeSize(type);
+    Source const source = FindSource(objects, buffer, pointer);
+    std::size_t const size = TypeSize(type);
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        if (source.bytes == nullptr || (i + 1) * size > source.size)
+        if (source.bytes == nullptr || (i + 1) * size > source.size) {
             return indices;
-        const std::uint8_t* at = source.bytes + i * size;
+        }
+        std::uint8_t const* at = source.bytes + i * size;
         indices.push_back(type == GL_UNSIGNED_BYTE ? *at : Load<GLushort>(at));
     }
     return indices;
@@ -122,26 +127,42 @@ std::vector<GLuint> ReadIndices(const ShareGroup& objects, GLuint buffer, GLsize
 /** Adds the state, the uniforms and the vertices to a draw whose indices are known. */
 void NoteDraw(Invocation& call, Draw draw) {
     draw.state = call.GetState();
-    const auto program = call.Objects().programs.find(draw.state.program);
-    if (program != call.Objects().programs.end())
-        for (const Uniform& uniform : program->second.uniforms)
+    auto const program = call.Objects().programs.find(draw.state.program);
+    if (program != call.Objects().programs.end()) {
+        for (Uniform const& uniform : program->second.uniforms) {
             draw.uniforms[uniform.name] = uniform.values;
-    for (GLuint i = 0; i < kVertexAttributes; ++i)
-        if (draw.state.attributes[i].enabled)
+        }
+    }
+    auto const nameOf = [&](GLuint location) {
+        if (program != call.Objects().programs.end()) {
+            for (auto const& attribute : program->second.attributes) {
+                if (attribute.second == static_cast<GLint>(location)) {
+                    return attribute.first;
+                }
+            }
+        }
+        return std::string();
+    };
+    for (GLuint i = 0; i < kVertexAttributes; ++i) {
+        if (draw.state.attributes[i].enabled) {
             draw.streams[i] = ReadStream(call.Objects(), draw.state.attributes[i], draw.indices);
-    call.NoteDraw(std::make_shared<const Draw>(std::move(draw)));
+            draw.streams[i].name = nameOf(i);
+        }
+    }
+    call.NoteDraw(std::make_shared<Draw const>(std::move(draw)));
 }
 
 /** Raises what is wrong with a draw call; false when something is. A missing program is no error. */
 bool MayDraw(Invocation& call, GLenum mode, GLint first, GLsizei count) {
-    if (mode > GL_TRIANGLE_FAN)
+    if (mode > GL_TRIANGLE_FAN) {
         call.Raise(GL_INVALID_ENUM);
-    else if (first < 0 || count < 0)
+    } else if (first < 0 || count < 0) {
         call.Raise(GL_INVALID_VALUE);
-    else if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE)
+    } else if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE) {
         call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
-    else
+    } else {
         return true;
+    }
     return false;
 }
 
@@ -153,17 +174,19 @@ GLuint* BufferBinding(State& state, GLenum target) {
 
 /** The buffer bound to a target, or null after raising what is wrong. */
 Buffer* RequireBuffer(Invocation& call, GLenum target) {
-    const GLuint* binding = BufferBinding(call.GetState(), target);
+    GLuint const* binding = BufferBinding(call.GetState(), target);
     Buffer* buffer = binding != nullptr ? call.Objects().buffers.Find(*binding) : nullptr;
-    if (buffer == nullptr)
+    if (buffer == nullptr) {
         call.Raise(binding == nullptr ? GL_INVALID_ENUM : GL_INVALID_OPERATION);
+    }
     return buffer;
 }
 
 /** The attribute with that index, or null after raising. */
 VertexAttribute* RequireAttribute(Invocation& call, GLuint index) {
-    if (index < kVertexAttributes)
+    if (index < kVertexAttributes) {
         return &call.GetState().attributes[index];
+    }
     call.Raise(GL_INVALID_VALUE);
     return nullptr;
 }
@@ -175,24 +198,29 @@ namespace answer {
 // ---- Draw calls
 
 void glDrawArrays(Invocation& call, GLenum mode, GLint first, GLsizei count) {
-    if (!MayDraw(call, mode, first, count) || !call.IsNoting())
+    if (!MayDraw(call, mode, first, count) || !call.IsNoting()) {
         return;
+    }
     Draw draw;
     draw.mode = mode;
     draw.first = first;
     draw.count = count;
-    for (GLsizei i = 0; i < count; ++i)
+    for (GLsizei i = 0; i < count; ++i) {
         draw.indices.push_back(static_cast<GLuint>(first + i));
+    }
     NoteDraw(call, std::move(draw));
 }
 
-void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, const void* indices) {
-    if (!MayDraw(call, mode, 0, count))
+void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, void const* indices) {
+    if (!MayDraw(call, mode, 0, count)) {
         return;
-    if (type != GL_UNSIGNED_BYTE && type != GL_UNSIGNED_SHORT)
+    }
+    if (type != GL_UNSIGNED_BYTE && type != GL_UNSIGNED_SHORT) {
         return call.Raise(GL_INVALID_ENUM);
-    if (!call.IsNoting())
+    }
+    if (!call.IsNoting()) {
         return;
+    }
     Draw draw;
     draw.mode = mode;
     draw.count = count;
@@ -204,24 +232,29 @@ void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, c
 // ---- Vertex arrays
 
 void glEnableVertexAttribArray(Invocation& call, GLuint index) {
-    if (VertexAttribute* attribute = RequireAttribute(call, index))
+    if (VertexAttribute* attribute = RequireAttribute(call, index)) {
         attribute->enabled = true;
+    }
 }
 
 void glDisableVertexAttribArray(Invocation& call, GLuint index) {
-    if (VertexAttribute* attribute = RequireAttribute(call, index))
+    if (VertexAttribute* attribute = RequireAttribute(call, index)) {
         attribute->enabled = false;
+    }
 }
 
 void glVertexAttribPointer(Invocation& call, GLuint index, GLint size, GLenum type, GLboolean normalized,
-                           GLsizei stride, const void* pointer) {
+                           GLsizei stride, void const* pointer) {
     VertexAttribute* attribute = RequireAttribute(call, index);
-    if (attribute == nullptr)
+    if (attribute == nullptr) {
         return;
-    if (TypeSize(type) == 0)
+    }
+    if (TypeSize(type) == 0) {
         return call.Raise(GL_INVALID_ENUM);
-    if (size < 1 || size > 4 || stride < 0)
+    }
+    if (size < 1 || size > 4 || stride < 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     attribute->size = size;
     attribute->type = type;
     attribute->normalized = normalized != GL_FALSE;
@@ -236,48 +269,57 @@ void glGenBuffers(Invocation& call, GLsizei n, GLuint* buffers) {
     GenerateNames(call, n, buffers, call.Objects().buffers, Object::Buffer);
 }
 
-void glDeleteBuffers(Invocation& call, GLsizei n, const GLuint* buffers) {
+void glDeleteBuffers(Invocation& call, GLsizei n, GLuint const* buffers) {
     DeleteNames(call, n, buffers, call.Objects().buffers, Object::Buffer, [&](GLuint name) {
         State& state = call.GetState();
         state.arrayBuffer = state.arrayBuffer == name ? 0 : state.arrayBuffer;
         state.elementBuffer = state.elementBuffer == name ? 0 : state.elementBuffer;
-        for (VertexAttribute& attribute : state.attributes)
+        for (VertexAttribute& attribute : state.attributes) {
             if (attribute.buffer == name) {
                 attribute.buffer = 0;
                 attribute.pointer = nullptr; // it was an offset
             }
+        }
     });
 }
 
 void glBindBuffer(Invocation& call, GLenum target, GLuint buffer) {
     GLuint* binding = BufferBinding(call.GetState(), target);
-    if (binding == nullptr)
+    if (binding == nullptr) {
         return call.Raise(GL_INVALID_ENUM);
-    if (buffer != 0)
+    }
+    if (buffer != 0) {
         call.Objects().buffers.Make(buffer);
+    }
     *binding = buffer;
 }
 
-void glBufferData(Invocation& call, GLenum target, GLsizeiptr size, const void* data, GLenum usage) {
-    if (usage != GL_STREAM_DRAW && usage != GL_STATIC_DRAW && usage != GL_DYNAMIC_DRAW)
+void glBufferData(Invocation& call, GLenum target, GLsizeiptr size, void const* data, GLenum usage) {
+    if (usage != GL_STREAM_DRAW && usage != GL_STATIC_DRAW && usage != GL_DYNAMIC_DRAW) {
         return call.Raise(GL_INVALID_ENUM);
-    if (size < 0)
+    }
+    if (size < 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     Buffer* buffer = RequireBuffer(call, target);
-    if (buffer == nullptr)
+    if (buffer == nullptr) {
         return;
+    }
     buffer->usage = usage;
     buffer->bytes.assign(static_cast<std::size_t>(size), 0);
-    if (data != nullptr && size > 0)
+    if (data != nullptr && size > 0) {
         std::memcpy(buffer->bytes.data(), data, static_cast<std::size_t>(size));
+    }
 }
 
-void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeiptr size, const void* data) {
+void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeiptr size, void const* data) {
     Buffer* buffer = RequireBuffer(call, target);
-    if (buffer == nullptr)
+    if (buffer == nullptr) {
         return;
-    if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > buffer->bytes.size())
+    }
+    if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > buffer->bytes.size()) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     std::memcpy(buffer->bytes.data() + offset, data, static_cast<std::size_t>(size));
 }
 

@@ -7,9 +7,10 @@
 namespace {
 
 /** Ends the program when nobody has written an answer. */
-void RequireAnswer(bool exists, const char* name) {
-    if (exists)
+void RequireAnswer(bool exists, char const* name) {
+    if (exists) {
         return;
+    }
     std::fprintf(stderr, "recording: %s is called and has no answer\n", name);
     std::abort();
 }
@@ -60,11 +61,11 @@ namespace {
 using Procedure = __eglMustCastToProperFunctionPointerType;
 
 struct EntryPoint {
-    const char* name;
+    char const* name;
     Procedure address;
 };
 
-const EntryPoint g_entryPoints[] = {
+EntryPoint const g_entryPoints[] = {
 #define ENTRY(result, name, ...) {#name, reinterpret_cast<Procedure>(&::name)},
 #define ENTRY0(result, name) {#name, reinterpret_cast<Procedure>(&::name)},
 #define EXTENSION(result, name, ...) {#name, reinterpret_cast<Procedure>(&extension::name)},
@@ -76,10 +77,12 @@ const EntryPoint g_entryPoints[] = {
 
 } // namespace
 
-Procedure FindEntryPoint(const char* name) {
-    for (const EntryPoint& entry : g_entryPoints)
-        if (std::strcmp(entry.name, name) == 0)
+Procedure FindEntryPoint(char const* name) {
+    for (EntryPoint const& entry : g_entryPoints) {
+        if (std::strcmp(entry.name, name) == 0) {
             return entry.address;
+        }
+    }
     return nullptr;
 }
 

@@ -14,13 +14,16 @@ struct Image {
     Config bits = {0, 0, 0, 0, 0, 0};
 };
 
-Config TextureBits(const TextureLevel& level) {
-    if (level.type == GL_UNSIGNED_SHORT_5_6_5)
+Config TextureBits(TextureLevel const& level) {
+    if (level.type == GL_UNSIGNED_SHORT_5_6_5) {
         return {5, 6, 5, 0, 0, 0};
-    if (level.type == GL_UNSIGNED_SHORT_4_4_4_4)
+    }
+    if (level.type == GL_UNSIGNED_SHORT_4_4_4_4) {
         return {4, 4, 4, 4, 0, 0};
-    if (level.type == GL_UNSIGNED_SHORT_5_5_5_1)
+    }
+    if (level.type == GL_UNSIGNED_SHORT_5_5_5_1) {
         return {5, 5, 5, 1, 0, 0};
+    }
     switch (level.format) {
     case GL_RGB:
         return {8, 8, 8, 0, 0, 0};
@@ -58,14 +61,14 @@ Config RenderbufferBits(GLenum format) {
 }
 
 /** What is attached; without size when it has no image, which leaves the framebuffer incomplete. */
-Image AttachedImage(const Attachment& attachment) {
+Image AttachedImage(Attachment const& attachment) {
     Image image;
     if (attachment.renderbuffer) {
         image.width = attachment.renderbuffer->width;
         image.height = attachment.renderbuffer->height;
         image.bits = RenderbufferBits(attachment.renderbuffer->format);
     } else if (attachment.texture && attachment.texture->levels.count(0) != 0) {
-        const TextureLevel& level = attachment.texture->levels.at(0);
+        TextureLevel const& level = attachment.texture->levels.at(0);
         image.width = level.width;
         image.height = level.height;
         image.bits = TextureBits(level);
@@ -93,46 +96,53 @@ Attachment* FindAttachment(Framebuffer& framebuffer, GLenum point) {
 Attachment* RequireAttachment(Invocation& call, GLenum target, GLenum point) {
     Framebuffer* framebuffer = call.Context().framebuffers.Find(call.GetState().framebuffer);
     Framebuffer none;
-    if (target != GL_FRAMEBUFFER || FindAttachment(none, point) == nullptr)
+    if (target != GL_FRAMEBUFFER || FindAttachment(none, point) == nullptr) {
         call.Raise(GL_INVALID_ENUM);
-    else if (framebuffer == nullptr)
+    } else if (framebuffer == nullptr) {
         call.Raise(GL_INVALID_OPERATION);
-    else
+    } else {
         return FindAttachment(*framebuffer, point);
+    }
     return nullptr;
 }
 
 } // namespace
 
-Config DrawBits(const ContextData& context) {
-    const Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr)
+Config DrawBits(ContextData const& context) {
+    Framebuffer const* framebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (framebuffer == nullptr) {
         return context.config;
+    }
     Config bits = AttachedImage(framebuffer->color).bits;
     bits.depth = AttachedImage(framebuffer->depth).bits.depth;
     bits.stencil = AttachedImage(framebuffer->stencil).bits.stencil;
     return bits;
 }
 
-GLenum FramebufferStatus(const ContextData& context, const Session& session) {
-    if (session.framebufferStatus != 0)
+GLenum FramebufferStatus(ContextData const& context, Session const& session) {
+    if (session.framebufferStatus != 0) {
         return session.framebufferStatus;
-    const Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr)
+    }
+    Framebuffer const* framebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (framebuffer == nullptr) {
         return GL_FRAMEBUFFER_COMPLETE;
+    }
     GLsizei width = 0;
     GLsizei height = 0;
-    for (const Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
-        if (attachment->type == GL_NONE)
+    for (Attachment const* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
+        if (attachment->type == GL_NONE) {
             continue;
-        const Image image = AttachedImage(*attachment);
-        const int bits = attachment == &framebuffer->color   ? image.bits.red
+        }
+        Image const image = AttachedImage(*attachment);
+        int const bits = attachment == &framebuffer->color   ? image.bits.red
                          : attachment == &framebuffer->depth ? image.bits.depth
                                                              : image.bits.stencil;
-        if (image.width == 0 || image.height == 0 || bits == 0)
+        if (image.width == 0 || image.height == 0 || bits == 0) {
             return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
-        if (width != 0 && (width != image.width || height != image.height))
+        }
+        if (width != 0 && (width != image.width || height != image.height)) {
             return GL_FRAMEBUFFER_INCOMPLETE_DIMENSIONS;
+        }
         width = image.width;
         height = image.height;
     }
@@ -141,11 +151,14 @@ GLenum FramebufferStatus(const ContextData& context, const Session& session) {
 
 void DetachFromBound(ContextData& context, GLenum type, GLuint name) {
     Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr)
+    if (framebuffer == nullptr) {
         return;
-    for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil})
-        if (attachment->type == type && attachment->name == name)
+    }
+    for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
+        if (attachment->type == type && attachment->name == name) {
             *attachment = Attachment();
+        }
+    }
 }
 
 std::uint8_t ReadPixelsPattern(int x, int y, int component) {
@@ -160,7 +173,7 @@ void glGenFramebuffers(Invocation& call, GLsizei n, GLuint* framebuffers) {
     GenerateNames(call, n, framebuffers, call.Context().framebuffers, Object::Framebuffer);
 }
 
-void glDeleteFramebuffers(Invocation& call, GLsizei n, const GLuint* framebuffers) {
+void glDeleteFramebuffers(Invocation& call, GLsizei n, GLuint const* framebuffers) {
     DeleteNames(call, n, framebuffers, call.Context().framebuffers, Object::Framebuffer, [&](GLuint name) {
         GLuint& bound = call.GetState().framebuffer;
         bound = bound == name ? 0 : bound;
@@ -168,16 +181,19 @@ void glDeleteFramebuffers(Invocation& call, GLsizei n, const GLuint* framebuffer
 }
 
 void glBindFramebuffer(Invocation& call, GLenum target, GLuint framebuffer) {
-    if (target != GL_FRAMEBUFFER)
+    if (target != GL_FRAMEBUFFER) {
         return call.Raise(GL_INVALID_ENUM);
-    if (framebuffer != 0)
+    }
+    if (framebuffer != 0) {
         call.Context().framebuffers.Make(framebuffer);
+    }
     call.GetState().framebuffer = framebuffer;
 }
 
 GLenum glCheckFramebufferStatus(Invocation& call, GLenum target) {
-    if (call.IsFailing())
+    if (call.IsFailing()) {
         return static_cast<GLenum>(call.FailureError(GL_FRAMEBUFFER_UNSUPPORTED));
+    }
     if (target != GL_FRAMEBUFFER) {
         call.Raise(GL_INVALID_ENUM);
         return 0;
@@ -188,35 +204,42 @@ GLenum glCheckFramebufferStatus(Invocation& call, GLenum target) {
 void glFramebufferTexture2D(Invocation& call, GLenum target, GLenum attachment, GLenum textarget,
                             GLuint texture, GLint level) {
     Attachment* slot = RequireAttachment(call, target, attachment);
-    if (slot == nullptr)
+    if (slot == nullptr) {
         return;
+    }
     if (texture == 0) {
         *slot = Attachment();
         return;
     }
     if (textarget != GL_TEXTURE_2D &&
-        (textarget < GL_TEXTURE_CUBE_MAP_POSITIVE_X || textarget > GL_TEXTURE_CUBE_MAP_NEGATIVE_Z))
+        (textarget < GL_TEXTURE_CUBE_MAP_POSITIVE_X || textarget > GL_TEXTURE_CUBE_MAP_NEGATIVE_Z)) {
         return call.Raise(GL_INVALID_ENUM);
-    if (call.Objects().textures.Find(texture) == nullptr)
+    }
+    if (call.Objects().textures.Find(texture) == nullptr) {
         return call.Raise(GL_INVALID_OPERATION);
-    if (level != 0)
+    }
+    if (level != 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     *slot = {GL_TEXTURE, texture, call.Objects().textures.Share(texture), nullptr};
 }
 
 void glFramebufferRenderbuffer(Invocation& call, GLenum target, GLenum attachment, GLenum renderbuffertarget,
                                GLuint renderbuffer) {
     Attachment* slot = RequireAttachment(call, target, attachment);
-    if (slot == nullptr)
+    if (slot == nullptr) {
         return;
+    }
     if (renderbuffer == 0) {
         *slot = Attachment();
         return;
     }
-    if (renderbuffertarget != GL_RENDERBUFFER)
+    if (renderbuffertarget != GL_RENDERBUFFER) {
         return call.Raise(GL_INVALID_ENUM);
-    if (call.Objects().renderbuffers.Find(renderbuffer) == nullptr)
+    }
+    if (call.Objects().renderbuffers.Find(renderbuffer) == nullptr) {
         return call.Raise(GL_INVALID_OPERATION);
+    }
     *slot = {GL_RENDERBUFFER, renderbuffer, nullptr, call.Objects().renderbuffers.Share(renderbuffer)};
 }
 
@@ -226,7 +249,7 @@ void glGenRenderbuffers(Invocation& call, GLsizei n, GLuint* renderbuffers) {
     GenerateNames(call, n, renderbuffers, call.Objects().renderbuffers, Object::Renderbuffer);
 }
 
-void glDeleteRenderbuffers(Invocation& call, GLsizei n, const GLuint* renderbuffers) {
+void glDeleteRenderbuffers(Invocation& call, GLsizei n, GLuint const* renderbuffers) {
     DeleteNames(call, n, renderbuffers, call.Objects().renderbuffers, Object::Renderbuffer, [&](GLuint name) {
         GLuint& bound = call.GetState().renderbuffer;
         bound = bound == name ? 0 : bound;
@@ -235,24 +258,29 @@ void glDeleteRenderbuffers(Invocation& call, GLsizei n, const GLuint* renderbuff
 }
 
 void glBindRenderbuffer(Invocation& call, GLenum target, GLuint renderbuffer) {
-    if (target != GL_RENDERBUFFER)
+    if (target != GL_RENDERBUFFER) {
         return call.Raise(GL_INVALID_ENUM);
-    if (renderbuffer != 0)
+    }
+    if (renderbuffer != 0) {
         call.Objects().renderbuffers.Make(renderbuffer);
+    }
     call.GetState().renderbuffer = renderbuffer;
 }
 
 void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalformat, GLsizei width,
                            GLsizei height) {
-    const Config bits = RenderbufferBits(internalformat);
-    if (target != GL_RENDERBUFFER || (bits.red == 0 && bits.depth == 0 && bits.stencil == 0))
+    Config const bits = RenderbufferBits(internalformat);
+    if (target != GL_RENDERBUFFER || (bits.red == 0 && bits.depth == 0 && bits.stencil == 0)) {
         return call.Raise(GL_INVALID_ENUM);
-    const GLint most = call.GetSession().limits[GL_MAX_RENDERBUFFER_SIZE];
-    if (width < 0 || height < 0 || width > most || height > most)
+    }
+    GLint const most = call.GetSession().limits[GL_MAX_RENDERBUFFER_SIZE];
+    if (width < 0 || height < 0 || width > most || height > most) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     Renderbuffer* renderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
-    if (renderbuffer == nullptr)
+    if (renderbuffer == nullptr) {
         return call.Raise(GL_INVALID_OPERATION);
+    }
     *renderbuffer = {internalformat, width, height};
 }
 
@@ -263,21 +291,26 @@ void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalforma
  */
 void glReadPixels(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei height, GLenum format,
                   GLenum type, void* pixels) {
-    if (width < 0 || height < 0)
+    if (width < 0 || height < 0) {
         return call.Raise(GL_INVALID_VALUE);
-    if ((format != GL_RGBA && format != GL_RGB) || type != GL_UNSIGNED_BYTE)
+    }
+    if ((format != GL_RGBA && format != GL_RGB) || type != GL_UNSIGNED_BYTE) {
         return call.Raise(GL_INVALID_OPERATION);
-    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE)
+    }
+    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE) {
         return call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
-    const int components = format == GL_RGBA ? 4 : 3;
-    const auto alignment = static_cast<std::size_t>(call.GetState().packAlignment);
-    const std::size_t pitch =
+    }
+    int const components = format == GL_RGBA ? 4 : 3;
+    auto const alignment = static_cast<std::size_t>(call.GetState().packAlignment);
+    std::size_t const pitch =
         (static_cast<std::size_t>(width * components) + alignment - 1) / alignment * alignment;
     for (int row = 0; row < height; ++row) {
         auto* to = static_cast<std::uint8_t*>(pixels) + pitch * static_cast<std::size_t>(row);
-        for (int column = 0; column < width; ++column)
-            for (int component = 0; component < components; ++component)
+        for (int column = 0; column < width; ++column) {
+            for (int component = 0; component < components; ++component) {
                 *to++ = ReadPixelsPattern(x + column, y + row, component);
+            }
+        }
     }
 }
 

@@ -15,97 +15,102 @@ std::string FloatText(double value) {
 }
 
 template <class T, class Write>
-std::string ListText(const std::vector<T>& values, Write write) {
+std::string ListText(std::vector<T> const& values, Write write) {
     std::string text = "{";
-    for (const T& value : values)
+    for (T const& value : values) {
         text += (text.size() > 1 ? ", " : "") + write(value);
+    }
     return text + "}";
 }
 
-std::string HandleText(const char* sortName, Handle sort, const void* handle, const char* null) {
-    if (handle == nullptr)
-        return null;
-    const std::uintptr_t index = HandleIndex(sort, handle);
-    return index < 0x1000 ? sortName + std::to_string(index) : "*";
-}
-
 std::string ClearText(std::int64_t mask) {
-    static const std::pair<std::int64_t, const char*> s_bits[] = {
+    static std::pair<std::int64_t, char const*> const s_bits[] = {
         {GL_COLOR_BUFFER_BIT, "GL_COLOR_BUFFER_BIT"},
         {GL_DEPTH_BUFFER_BIT, "GL_DEPTH_BUFFER_BIT"},
         {GL_STENCIL_BUFFER_BIT, "GL_STENCIL_BUFFER_BIT"}};
     std::string text;
-    for (const auto& bit : s_bits) {
-        if ((mask & bit.first) != 0)
+    for (auto const& bit : s_bits) {
+        if ((mask & bit.first) != 0) {
             text += (text.empty() ? "" : " | ") + std::string(bit.second);
+        }
         mask &= ~bit.first;
     }
-    if (mask != 0 || text.empty())
+    if (mask != 0 || text.empty()) {
         text += (text.empty() ? "" : " | ") + std::to_string(mask);
+    }
     return text;
 }
 
 std::string PrimitiveText(std::int64_t mode) {
-    static const char* const s_names[] = {"GL_POINTS",      "GL_LINES",     "GL_LINE_LOOP",
+    static char const* const s_names[] = {"GL_POINTS",      "GL_LINES",     "GL_LINE_LOOP",
                                           "GL_LINE_STRIP",  "GL_TRIANGLES", "GL_TRIANGLE_STRIP",
                                           "GL_TRIANGLE_FAN"};
     return mode >= 0 && mode < 7 ? s_names[mode] : EnumName(static_cast<GLenum>(mode));
 }
 
-std::string LocationText(std::int64_t location, const ContextData& context) {
-    const auto program = context.objects->programs.find(context.state.program);
-    if (program == context.objects->programs.end())
+std::string LocationText(std::int64_t location, ContextData const& context) {
+    auto const program = context.objects->programs.find(context.state.program);
+    if (program == context.objects->programs.end()) {
         return std::to_string(location);
-    for (const Uniform& uniform : program->second.uniforms) {
-        const std::int64_t element = location - uniform.location;
-        if (element == 0)
+    }
+    for (Uniform const& uniform : program->second.uniforms) {
+        std::int64_t const element = location - uniform.location;
+        if (element == 0) {
             return uniform.name;
-        if (element > 0 && element < uniform.size)
+        }
+        if (element > 0 && element < uniform.size) {
             return uniform.name + "[" + std::to_string(element) + "]";
+        }
     }
     return std::to_string(location);
 }
 
 std::string AttributeText(std::int64_t key, std::int64_t value) {
-    if (key == EGL_RENDERABLE_TYPE && value == EGL_OPENGL_ES2_BIT)
+    if (key == EGL_RENDERABLE_TYPE && value == EGL_OPENGL_ES2_BIT) {
         return "EGL_OPENGL_ES2_BIT";
-    if (key == EGL_IMAGE_PRESERVED_KHR && (value == EGL_TRUE || value == EGL_FALSE))
+    }
+    if (key == EGL_IMAGE_PRESERVED_KHR && (value == EGL_TRUE || value == EGL_FALSE)) {
         return value == EGL_TRUE ? "EGL_TRUE" : "EGL_FALSE";
+    }
     return value >= EGL_SUCCESS ? EglEnumName(static_cast<EGLint>(value)) : std::to_string(value);
 }
 
-std::string AttributesText(const std::vector<std::int64_t>& list) {
+std::string AttributesText(std::vector<std::int64_t> const& list) {
     std::string text = "{";
-    for (std::size_t i = 0; i + 1 < list.size(); i += 2)
+    for (std::size_t i = 0; i + 1 < list.size(); i += 2) {
         text += EglEnumName(static_cast<EGLint>(list[i])) + ", " + AttributeText(list[i], list[i + 1]) + ", ";
+    }
     return text + "EGL_NONE}";
 }
 
-std::string QuotedText(const std::string& text) {
+std::string QuotedText(std::string const& text) {
     constexpr std::size_t kLongest = 40;
     std::string quoted = "\"";
-    for (const char c : text.substr(0, kLongest))
+    for (char const c : text.substr(0, kLongest)) {
         quoted += c == '\n' ? std::string("\\n") : std::string(1, c);
+    }
     return quoted + (text.size() > kLongest ? "...\"" : "\"");
 }
 
 /** The value of another argument of the same call, such as "count"; 1 when it has none. */
-std::size_t Sibling(const Call& call, const char* name) {
-    for (const Argument& argument : call.arguments)
-        if (std::strcmp(argument.name, name) == 0)
+std::size_t Sibling(Call const& call, char const* name) {
+    for (Argument const& argument : call.arguments) {
+        if (std::strcmp(argument.name, name) == 0) {
             return static_cast<std::size_t>(std::max<std::int64_t>(argument.integer, 0));
+        }
+    }
     return 1;
 }
 
 template <class To, class From>
-void ReadValues(std::vector<To>& to, const void* pointer, std::size_t count) {
-    const auto* from = static_cast<const From*>(pointer);
+void ReadValues(std::vector<To>& to, void const* pointer, std::size_t count) {
+    auto const* from = static_cast<From const*>(pointer);
     to.assign(from, from + count);
 }
 
 template <class Element>
-void ReadAttributes(Call& call, const void* pointer) {
-    const auto* list = static_cast<const Element*>(pointer);
+void ReadAttributes(Call& call, void const* pointer) {
+    auto const* list = static_cast<Element const*>(pointer);
     for (; *list != EGL_NONE; list += 2) {
         call.integers.push_back(static_cast<std::int64_t>(list[0]));
         call.integers.push_back(static_cast<std::int64_t>(list[1]));
@@ -113,27 +118,28 @@ void ReadAttributes(Call& call, const void* pointer) {
     call.integers.push_back(EGL_NONE);
 }
 
-void ReadSources(Call& call, const void* pointer) {
-    const auto* strings = static_cast<const char* const*>(pointer);
-    const auto* lengths = static_cast<const GLint*>(call.arguments.back().pointer);
-    for (std::size_t i = 0; i < Sibling(call, "count"); ++i)
+void ReadSources(Call& call, void const* pointer) {
+    auto const* strings = static_cast<char const* const*>(pointer);
+    auto const* lengths = static_cast<GLint const*>(call.arguments.back().pointer);
+    for (std::size_t i = 0; i < Sibling(call, "count"); ++i) {
         call.text += lengths != nullptr && lengths[i] >= 0
                          ? std::string(strings[i], static_cast<std::size_t>(lengths[i]))
                          : std::string(strings[i]);
+    }
 }
 
 /** How many values an argument of the kinds IntsN and FloatsN has in all. */
-std::size_t ValueCount(const Call& call, ArgumentKind kind) {
-    static const std::size_t s_sizes[] = {1, 2, 3, 4, 1, 2, 3, 4, 9, 16};
+std::size_t ValueCount(Call const& call, ArgumentKind kind) {
+    static std::size_t const s_sizes[] = {1, 2, 3, 4, 1, 2, 3, 4, 9, 16};
     return s_sizes[static_cast<std::size_t>(kind) - static_cast<std::size_t>(ArgumentKind::Ints1)] *
            Sibling(call, "count");
 }
 
 /** Copies what one client pointer points to into the call. */
-void ReadContents(Call& call, const Argument& argument) {
+void ReadContents(Call& call, Argument const& argument) {
     switch (argument.kind) {
     case ArgumentKind::String:
-        call.text = static_cast<const char*>(argument.pointer);
+        call.text = static_cast<char const*>(argument.pointer);
         break;
     case ArgumentKind::Sources:
         ReadSources(call, argument.pointer);
@@ -155,16 +161,17 @@ void ReadContents(Call& call, const Argument& argument) {
                      kUploadCap));
         break;
     default:
-        if (argument.kind >= ArgumentKind::Floats1)
+        if (argument.kind >= ArgumentKind::Floats1) {
             ReadValues<float, float>(call.floats, argument.pointer, ValueCount(call, argument.kind));
-        else if (argument.kind >= ArgumentKind::Ints1)
+        } else if (argument.kind >= ArgumentKind::Ints1) {
             ReadValues<std::int64_t, GLint>(call.integers, argument.pointer, ValueCount(call, argument.kind));
+        }
     }
 }
 
 /** What ReadContents read, as text; kinds without contents of a known size show as "*". */
-std::string ContentsText(const Call& call, ArgumentKind kind) {
-    const auto integer = [](std::int64_t value) { return std::to_string(value); };
+std::string ContentsText(Call const& call, ArgumentKind kind) {
+    auto const integer = [](std::int64_t value) { return std::to_string(value); };
     switch (kind) {
     case ArgumentKind::String:
     case ArgumentKind::Sources:
@@ -183,8 +190,8 @@ std::string ContentsText(const Call& call, ArgumentKind kind) {
     }
 }
 
-std::string ArgumentText(const Call& call, const Argument& argument, const ContextData& context) {
-    const auto value = static_cast<GLenum>(argument.integer);
+std::string ArgumentText(Call const& call, Argument const& argument, ContextData const& context) {
+    auto const value = static_cast<GLenum>(argument.integer);
     char text[32];
     switch (argument.kind) {
     case ArgumentKind::Int:
@@ -212,17 +219,16 @@ std::string ArgumentText(const Call& call, const Argument& argument, const Conte
     case ArgumentKind::Location:
         return LocationText(argument.integer, context);
     case ArgumentKind::Display:
-        return argument.pointer == TheDisplay() ? "display" : argument.pointer ? "*" : "EGL_NO_DISPLAY";
-    case ArgumentKind::Config:
-        return HandleText("config", Handle::Config, argument.pointer, "NULL");
+        return argument.pointer == nullptr ? "EGL_NO_DISPLAY" : HandleName(argument.pointer);
     case ArgumentKind::Surface:
-        return HandleText("surface", Handle::Surface, argument.pointer, "EGL_NO_SURFACE");
+        return argument.pointer == nullptr ? "EGL_NO_SURFACE" : HandleName(argument.pointer);
     case ArgumentKind::Context:
-        return HandleText("context", Handle::Context, argument.pointer, "EGL_NO_CONTEXT");
+        return argument.pointer == nullptr ? "EGL_NO_CONTEXT" : HandleName(argument.pointer);
     case ArgumentKind::Image:
-        return HandleText("image", Handle::Image, argument.pointer, "EGL_NO_IMAGE_KHR");
+        return argument.pointer == nullptr ? "EGL_NO_IMAGE_KHR" : HandleName(argument.pointer);
+    case ArgumentKind::Config:
     case ArgumentKind::Sync:
-        return HandleText("sync", Handle::Sync, argument.pointer, "EGL_NO_SYNC");
+        return HandleName(argument.pointer);
     default:
         return argument.pointer == nullptr ? "NULL" : ContentsText(call, argument.kind);
     }
@@ -230,12 +236,27 @@ std::string ArgumentText(const Call& call, const Argument& argument, const Conte
 
 } // namespace
 
-void DescribeCall(Call& call, const ContextData& context) {
-    for (const Argument& argument : call.arguments)
-        if (argument.pointer != nullptr)
+std::string HandleName(void const* handle) {
+    static std::pair<Handle, char const*> const s_sorts[] = {{Handle::Config, "config"},
+                                                             {Handle::Surface, "surface"},
+                                                             {Handle::Context, "context"},
+                                                             {Handle::Image, "image"}};
+    for (auto const& sort : s_sorts) {
+        if (HandleIndex(sort.first, handle) < 0x1000) {
+            return sort.second + std::to_string(HandleIndex(sort.first, handle));
+        }
+    }
+    return handle == nullptr ? "NULL" : handle == TheDisplay() ? "display" : "*";
+}
+
+void DescribeCall(Call& call, ContextData const& context) {
+    for (Argument const& argument : call.arguments) {
+        if (argument.pointer != nullptr) {
             ReadContents(call, argument);
+        }
+    }
     call.line = call.name + "(";
-    for (const Argument& argument : call.arguments) {
+    for (Argument const& argument : call.arguments) {
         call.line += call.line.back() == '(' ? "" : ", ";
         call.line += ArgumentText(call, argument, context);
     }

@@ -1,4 +1,4 @@
-#include "RecordingDriver.h"
+#include "kelvo_recording/Recording.h"
 
 #include <algorithm>
 #include <cstdio>
@@ -10,7 +10,7 @@ namespace {
 
 struct NamedValue {
     unsigned value;
-    const char* name;
+    char const* name;
 };
 
 // clang-format off
@@ -18,7 +18,7 @@ struct NamedValue {
 // to have one name; the kinds of arguments that use them name them.
 #define NAME(enumerant)                                                                                      \
     { enumerant, #enumerant }
-const NamedValue g_glNames[] = {
+NamedValue const g_glNames[] = {
     NAME(GL_SRC_COLOR), NAME(GL_ONE_MINUS_SRC_COLOR), NAME(GL_SRC_ALPHA), NAME(GL_ONE_MINUS_SRC_ALPHA),
     NAME(GL_DST_ALPHA), NAME(GL_ONE_MINUS_DST_ALPHA), NAME(GL_DST_COLOR), NAME(GL_ONE_MINUS_DST_COLOR),
     NAME(GL_SRC_ALPHA_SATURATE), NAME(GL_FUNC_ADD), NAME(GL_FUNC_SUBTRACT), NAME(GL_FUNC_REVERSE_SUBTRACT),
@@ -62,7 +62,7 @@ const NamedValue g_glNames[] = {
     NAME(GL_ETC1_RGB8_OES), NAME(GL_ATC_RGB_AMD), NAME(GL_ATC_RGBA_EXPLICIT_ALPHA_AMD),
     NAME(GL_ATC_RGBA_INTERPOLATED_ALPHA_AMD), NAME(GL_DEPTH_COMPONENT24_OES),
 };
-const NamedValue g_eglNames[] = {
+NamedValue const g_eglNames[] = {
     NAME(EGL_ALPHA_SIZE), NAME(EGL_BAD_ACCESS), NAME(EGL_BAD_ALLOC), NAME(EGL_BAD_ATTRIBUTE),
     NAME(EGL_BAD_CONFIG), NAME(EGL_BAD_CONTEXT), NAME(EGL_BAD_DISPLAY), NAME(EGL_BAD_MATCH),
     NAME(EGL_BAD_PARAMETER), NAME(EGL_BAD_SURFACE), NAME(EGL_BLUE_SIZE), NAME(EGL_BUFFER_SIZE),
@@ -74,11 +74,12 @@ const NamedValue g_eglNames[] = {
 // clang-format on
 
 template <std::size_t N>
-std::string Find(const NamedValue (&names)[N], unsigned value) {
-    const auto found = std::find_if(std::begin(names), std::end(names),
-                                    [value](const NamedValue& entry) { return entry.value == value; });
-    if (found != std::end(names))
+std::string Find(NamedValue const (&names)[N], unsigned value) {
+    auto const found = std::find_if(std::begin(names), std::end(names),
+                                    [value](NamedValue const& entry) { return entry.value == value; });
+    if (found != std::end(names)) {
         return found->name;
+    }
     char number[16];
     std::snprintf(number, sizeof number, value < 0x200 ? "%u" : "0x%04X", value);
     return number;
@@ -87,8 +88,9 @@ std::string Find(const NamedValue (&names)[N], unsigned value) {
 } // namespace
 
 std::string EnumName(GLenum value) {
-    if (value >= GL_TEXTURE0 && value < GL_TEXTURE0 + kTextureUnits)
+    if (value >= GL_TEXTURE0 && value < GL_TEXTURE0 + kTextureUnits) {
         return "GL_TEXTURE" + std::to_string(value - GL_TEXTURE0);
+    }
     return Find(g_glNames, value);
 }
 

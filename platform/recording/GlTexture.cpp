@@ -31,10 +31,11 @@ GLint LevelKey(GLenum target, GLint level) {
 
 /** The error of an image's size and level; GL_NO_ERROR when they are allowed. */
 GLenum CheckSize(Invocation& call, GLint level, GLsizei width, GLsizei height, GLint border) {
-    const GLint most = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
+    GLint const most = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
     if (level < 0 || (level < 31 && (1 << level) > most) || width < 0 || height < 0 || width > most ||
-        height > most || border != 0)
+        height > most || border != 0) {
         return GL_INVALID_VALUE;
+    }
     return GL_NO_ERROR;
 }
 
@@ -50,7 +51,7 @@ bool IsType(GLenum type) {
 }
 
 std::size_t CompressedSize(GLenum format, GLsizei width, GLsizei height) {
-    const std::size_t blocks =
+    std::size_t const blocks =
         static_cast<std::size_t>((width + 3) / 4) * static_cast<std::size_t>((height + 3) / 4);
     return OneOf(format, {GL_ETC1_RGB8_OES, GL_ATC_RGB_AMD}) ? blocks * 8 : blocks * 16;
 }
@@ -61,20 +62,22 @@ bool IsCompressedFormat(GLenum format) {
 }
 
 /** How far apart the rows of an upload lie; the last row ends with its pixels, without the padding. */
-std::size_t UploadSize(const State& state, std::size_t pixel, GLsizei width, GLsizei height) {
-    if (width <= 0 || height <= 0)
+std::size_t UploadSize(State const& state, std::size_t pixel, GLsizei width, GLsizei height) {
+    if (width <= 0 || height <= 0) {
         return 0;
-    const auto alignment = static_cast<std::size_t>(state.unpackAlignment);
-    const std::size_t row = static_cast<std::size_t>(width) * pixel;
+    }
+    auto const alignment = static_cast<std::size_t>(state.unpackAlignment);
+    std::size_t const row = static_cast<std::size_t>(width) * pixel;
     return (row + alignment - 1) / alignment * alignment * static_cast<std::size_t>(height - 1) + row;
 }
 
-void StoreLevel(TextureLevel& level, const void* pixels, std::size_t size) {
-    const auto* bytes = static_cast<const std::uint8_t*>(pixels);
-    if (bytes == nullptr)
+void StoreLevel(TextureLevel& level, void const* pixels, std::size_t size) {
+    auto const* bytes = static_cast<std::uint8_t const*>(pixels);
+    if (bytes == nullptr) {
         level.bytes.clear();
-    else
+    } else {
         level.bytes.assign(bytes, bytes + std::min(size, kUploadCap));
+    }
 }
 
 bool IsFilter(GLenum filter, bool minification) {
@@ -99,18 +102,20 @@ GLint* FindParameter(Texture& texture, GLenum name) {
 }
 
 bool IsParameterValue(GLenum name, GLint value) {
-    if (name == GL_TEXTURE_MIN_FILTER || name == GL_TEXTURE_MAG_FILTER)
+    if (name == GL_TEXTURE_MIN_FILTER || name == GL_TEXTURE_MAG_FILTER) {
         return IsFilter(static_cast<GLenum>(value), name == GL_TEXTURE_MIN_FILTER);
+    }
     return OneOf(static_cast<GLenum>(value), {GL_CLAMP_TO_EDGE, GL_MIRRORED_REPEAT, GL_REPEAT});
 }
 
 } // namespace
 
 Texture* BoundTexture(ContextData& context, GLenum target) {
-    const auto unit = static_cast<std::size_t>(context.state.activeTexture);
-    if (target != GL_TEXTURE_2D && target != GL_TEXTURE_CUBE_MAP)
+    auto const unit = static_cast<std::size_t>(context.state.activeTexture);
+    if (target != GL_TEXTURE_2D && target != GL_TEXTURE_CUBE_MAP) {
         return nullptr;
-    const GLuint name =
+    }
+    GLuint const name =
         target == GL_TEXTURE_2D ? context.state.textures[unit] : context.state.cubeTextures[unit];
     Texture* texture = name == 0 ? nullptr : context.objects->textures.Find(name);
     return texture != nullptr ? texture : &context.defaultTexture;
@@ -148,7 +153,7 @@ void glGenTextures(Invocation& call, GLsizei n, GLuint* textures) {
     GenerateNames(call, n, textures, call.Objects().textures, Object::Texture);
 }
 
-void glDeleteTextures(Invocation& call, GLsizei n, const GLuint* textures) {
+void glDeleteTextures(Invocation& call, GLsizei n, GLuint const* textures) {
     DeleteNames(call, n, textures, call.Objects().textures, Object::Texture, [&](GLuint name) {
         State& state = call.GetState();
         std::replace(state.textures.begin(), state.textures.end(), name, 0u);
@@ -158,12 +163,14 @@ void glDeleteTextures(Invocation& call, GLsizei n, const GLuint* textures) {
 }
 
 void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
-    if (!OneOf(target, {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP}))
+    if (!OneOf(target, {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP})) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     if (texture != 0) {
         Texture& object = call.Objects().textures.Make(texture);
-        if (object.target != GL_NONE && object.target != target)
+        if (object.target != GL_NONE && object.target != target) {
             return call.Raise(GL_INVALID_OPERATION);
+        }
         object.target = target;
     }
     State& state = call.GetState();
@@ -172,9 +179,10 @@ void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
 }
 
 void glActiveTexture(Invocation& call, GLenum texture) {
-    const GLint units = call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS];
-    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(units))
+    GLint const units = call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS];
+    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(units)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     call.GetState().activeTexture = static_cast<GLint>(texture - GL_TEXTURE0);
 }
 
@@ -183,34 +191,41 @@ void glActiveTexture(Invocation& call, GLenum texture) {
 void glTexParameteri(Invocation& call, GLenum target, GLenum pname, GLint param) {
     Texture* texture = BoundTexture(call.Context(), target);
     GLint* place = texture != nullptr ? FindParameter(*texture, pname) : nullptr;
-    if (place == nullptr || !IsParameterValue(pname, param))
+    if (place == nullptr || !IsParameterValue(pname, param)) {
         return call.Raise(GL_INVALID_ENUM);
+    }
     *place = param;
 }
 
 void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
-    if (!OneOf(pname, {GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT}))
+    if (!OneOf(pname, {GL_PACK_ALIGNMENT, GL_UNPACK_ALIGNMENT})) {
         return call.Raise(GL_INVALID_ENUM);
-    if (param != 1 && param != 2 && param != 4 && param != 8)
+    }
+    if (param != 1 && param != 2 && param != 4 && param != 8) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     (pname == GL_PACK_ALIGNMENT ? call.GetState().packAlignment : call.GetState().unpackAlignment) = param;
 }
 
 // ---- Uploads
 
 void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalformat, GLsizei width,
-                  GLsizei height, GLint border, GLenum format, GLenum type, const void* pixels) {
-    const std::size_t size = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
+                  GLsizei height, GLint border, GLenum format, GLenum type, void const* pixels) {
+    std::size_t const size = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
     call.NoteBytes(pixels, size);
     Texture* texture = UploadTarget(call, target);
-    if (texture == nullptr || target == GL_TEXTURE_CUBE_MAP || !IsFormat(format) || !IsType(type))
+    if (texture == nullptr || target == GL_TEXTURE_CUBE_MAP || !IsFormat(format) || !IsType(type)) {
         return call.Raise(GL_INVALID_ENUM);
-    if (const GLenum error = CheckSize(call, level, width, height, border))
+    }
+    if (GLenum const error = CheckSize(call, level, width, height, border)) {
         return call.Raise(error);
-    if (!IsFormat(static_cast<GLenum>(internalformat)))
+    }
+    if (!IsFormat(static_cast<GLenum>(internalformat))) {
         return call.Raise(GL_INVALID_VALUE);
-    if (static_cast<GLenum>(internalformat) != format || BytesPerPixel(format, type) == 0)
+    }
+    if (static_cast<GLenum>(internalformat) != format || BytesPerPixel(format, type) == 0) {
         return call.Raise(GL_INVALID_OPERATION);
+    }
     TextureLevel& image = texture->levels[LevelKey(target, level)];
     image.width = width;
     image.height = height;
@@ -223,14 +238,18 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
 
 void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
                             GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
-                            const void* data) {
+                            void const* data) {
     Texture* texture = UploadTarget(call, target);
-    if (texture == nullptr || !IsCompressedFormat(internalformat))
+    if (texture == nullptr || !IsCompressedFormat(internalformat)) {
         return call.Raise(GL_INVALID_ENUM);
-    if (const GLenum error = CheckSize(call, level, width, height, border))
+    }
+    if (GLenum const error = CheckSize(call, level, width, height, border)) {
         return call.Raise(error);
-    if (imageSize < 0 || static_cast<std::size_t>(imageSize) != CompressedSize(internalformat, width, height))
+    }
+    if (imageSize < 0 ||
+        static_cast<std::size_t>(imageSize) != CompressedSize(internalformat, width, height)) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     TextureLevel& image = texture->levels[LevelKey(target, level)];
     image.width = width;
     image.height = height;
@@ -242,10 +261,12 @@ void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum
 }
 
 void glEGLImageTargetTexture2DOES(Invocation& call, GLenum target, GLeglImageOES image) {
-    if (target != GL_TEXTURE_2D)
+    if (target != GL_TEXTURE_2D) {
         return call.Raise(GL_INVALID_ENUM);
-    if (call.GetSession().images.count(image) == 0)
+    }
+    if (call.GetSession().images.count(image) == 0) {
         return call.Raise(GL_INVALID_VALUE);
+    }
     Texture* texture = BoundTexture(call.Context(), target);
     texture->levels.clear();
     texture->image = image;

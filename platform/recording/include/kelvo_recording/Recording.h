@@ -73,20 +73,21 @@ enum class ArgumentKind {
 
 /** One argument. integer holds integers, enumerants, booleans and object names, number holds floats too. */
 struct Argument {
-    const char* name = "";
+    char const* name = "";
     ArgumentKind kind = ArgumentKind::Int;
     std::int64_t integer = 0;
     double number = 0;
-    const void* pointer = nullptr;
+    void const* pointer = nullptr;
 };
 
 /** One vertex attribute array, as far as a draw call read it. */
 struct VertexStream {
+    std::string name; // the program's attribute that reads it; empty when none does
     GLint size = 4;
     GLenum type = GL_FLOAT;
     bool normalized = false;
     GLsizei stride = 0;
-    const void* pointer = nullptr;   // or the offset into buffer
+    void const* pointer = nullptr;   // or the offset into buffer
     GLuint buffer = 0;               // 0: client memory
     std::vector<std::uint8_t> bytes; // the vertices drawn, in drawing order, tightly packed
     std::vector<float> values;       // the same as GL reads them: fixed point and normalised values converted
@@ -105,7 +106,7 @@ struct VertexAttribute {
     GLenum type = GL_FLOAT;
     bool normalized = false;
     GLsizei stride = 0;
-    const void* pointer = nullptr;
+    void const* pointer = nullptr;
     GLuint buffer = 0;
 };
 
@@ -171,9 +172,15 @@ struct Draw {
     /**
      * The value that a uniform of the program in use had; empty when the program has no such active uniform.
      */
-    std::vector<float> Uniform(const std::string& name) const;
+    std::vector<float> Uniform(std::string const& name) const;
     /** The texture bound to the unit that a sampler uniform names; 0 when there is none. */
-    GLuint Texture(const std::string& sampler) const;
+    GLuint Texture(std::string const& sampler) const;
+};
+
+/** What calls were made for, such as a node that was drawn; see BeginGroup. */
+struct Group {
+    std::string text;
+    std::shared_ptr<Group const> parent;
 };
 
 /** One call. Of what a client pointer pointed to, that field is filled which fits. */
@@ -185,7 +192,8 @@ struct Call {
     std::vector<float> floats;          // values of glUniform*fv, glUniformMatrix*fv, glVertexAttrib*fv
     std::vector<std::int64_t> integers; // object names, attribute lists, values of glUniform*iv
     std::vector<std::uint8_t> bytes;    // uploads, up to kUploadCap bytes
-    std::shared_ptr<const Draw> draw;   // of glDrawArrays and glDrawElements, unless the call failed
+    std::shared_ptr<Group const> group; // the innermost that was open; null: none
+    std::shared_ptr<Draw const> draw;   // of glDrawArrays and glDrawElements, unless the call failed
     std::thread::id thread;
     EGLContext context = EGL_NO_CONTEXT; // current when the call was made
     std::int64_t result = 0;
@@ -193,7 +201,7 @@ struct Call {
 
     std::int64_t Integer(std::size_t index) const { return arguments.at(index).integer; }
     float Float(std::size_t index) const { return static_cast<float>(arguments.at(index).number); }
-    const void* Pointer(std::size_t index) const { return arguments.at(index).pointer; }
+    void const* Pointer(std::size_t index) const { return arguments.at(index).pointer; }
 };
 
 constexpr std::size_t kUploadCap = 1 << 20;
@@ -211,14 +219,14 @@ constexpr std::size_t kUploadCap = 1 << 20;
  * 1), strings in quotes, known contents in braces, null pointers as NULL and every other pointer as *. Floats
  * are written with up to six digits, and -0 as 0.
  */
-std::vector<Call> Calls(const std::string& pattern = {});
+std::vector<Call> Calls(std::string const& pattern = {});
 /** The lines of Calls(pattern). */
-std::vector<std::string> Lines(const std::string& pattern = {});
-std::size_t Count(const std::string& pattern = {});
+std::vector<std::string> Lines(std::string const& pattern = {});
+std::size_t Count(std::string const& pattern = {});
 /** The index, among all calls, of the first match at or after `from`; -1 when there is none. */
-std::ptrdiff_t IndexOf(const std::string& pattern, std::size_t from = 0);
+std::ptrdiff_t IndexOf(std::string const& pattern, std::size_t from = 0);
 /** The last match; a call with an empty name when there is none. */
-Call LastCall(const std::string& pattern);
+Call LastCall(std::string const& pattern);
 /** The draws of the noted draw calls, in order. */
 std::vector<Draw> Draws();
 /** The lines of the calls that raised an error, each followed by " -> " and the error's name. */
@@ -228,8 +236,23 @@ std::vector<std::string> CallsWithoutContext();
 /** Forgets the noted calls and nothing else. */
 void Clear();
 
+/** Begins a group: the calls from here to EndGroup belong to it. Groups nest. */
+void BeginGroup(std::string const& text);
+void EndGroup();
+/** Notes a line of the application's own among the calls, as a call without a name. */
+void Remark(std::string const& line);
+
+/**
+ * The calls as text, a call to a line, in which nothing depends on addresses or on the run: each call as in
+ * Calls(), with " = " and what it answered where that is a name or a handle, and " -> " and the error that it
+ * raised. Lines are indented below the headings of their groups. Below a draw call stand its indices and, by
+ * the names of the attributes, the vertices that it read; below an upload its bytes, or where these are more
+ * than 64, their number and FNV-1a hash, and so below a shader's source. Groups without calls are left out.
+ */
+std::string ToText(std::vector<Call> const& calls = Calls());
+
 /** Whether a call's line, or its name where the pattern has no parenthesis, matches. */
-bool Matches(const std::string& pattern, const Call& call);
+bool Matches(std::string const& pattern, Call const& call);
 
 /**
  * While one lives, calls have their effect and are counted by nobody: nothing is noted, and a call that
@@ -240,8 +263,8 @@ class Unnoted {
 public:
     Unnoted();
     ~Unnoted();
-    Unnoted(const Unnoted&) = delete;
-    Unnoted& operator=(const Unnoted&) = delete;
+    Unnoted(Unnoted const&) = delete;
+    Unnoted& operator=(Unnoted const&) = delete;
 
 private:
     bool m_fBefore;
@@ -295,8 +318,8 @@ struct Renderbuffer {
 struct Attachment {
     GLenum type = GL_NONE; // GL_TEXTURE or GL_RENDERBUFFER
     GLuint name = 0;
-    std::shared_ptr<const Texture> texture;
-    std::shared_ptr<const Renderbuffer> renderbuffer;
+    std::shared_ptr<Texture const> texture;
+    std::shared_ptr<Renderbuffer const> renderbuffer;
 };
 
 struct Framebuffer {
@@ -331,7 +354,7 @@ struct Program {
     std::map<std::string, GLint> attributes;
     std::vector<Uniform> uniforms; // the active ones, with their current values
 
-    const Uniform* Find(const std::string& uniform) const;
+    Uniform const* Find(std::string const& uniform) const;
 };
 
 struct EglState {
@@ -356,9 +379,9 @@ std::optional<Program> FindProgram(GLuint name);
 /**
  * The location of a uniform in a linked program, -1 when it is not active. Differs from program to program.
  */
-GLint UniformLocation(GLuint program, const std::string& name);
+GLint UniformLocation(GLuint program, std::string const& name);
 /** The current value of a uniform: one float for each component, matrices column by column, integers too. */
-std::vector<float> UniformValue(GLuint program, const std::string& name);
+std::vector<float> UniformValue(GLuint program, std::string const& name);
 /**
  * What glReadPixels writes for one component (red 0 to alpha 3) of the pixel at (x, y) of the framebuffer.
  */
@@ -378,15 +401,15 @@ void Reset();
  * answers `error` or GL_FRAMEBUFFER_UNSUPPORTED, glGetUniformLocation and glGetAttribLocation answer -1
  * without an error, glGen* write names 0, and glGetError and eglGetError answer `error`.
  */
-void Fail(const std::string& name, int error = 0);
+void Fail(std::string const& name, int error = 0);
 /** The same for the nth call from now only, counted from 1. May be given several times for one function. */
-void FailAt(const std::string& name, int nth, int error = 0);
+void FailAt(std::string const& name, int nth, int error = 0);
 /** Takes back all failures set for one function. */
-void Succeed(const std::string& name);
+void Succeed(std::string const& name);
 /** Makes shaders of one stage fail to compile, and with them the programs they are attached to. */
-void FailCompile(GLenum stage, const std::string& log = "0:1: error: told to fail");
+void FailCompile(GLenum stage, std::string const& log = "0:1: error: told to fail");
 /** Makes glLinkProgram fail with a log. */
-void FailLink(const std::string& log = "error: told to fail");
+void FailLink(std::string const& log = "error: told to fail");
 /** What GL_INFO_LOG_LENGTH is for an empty log: 0 (initial), or 1 as from drivers that count the terminator.
  */
 void SetEmptyLogLength(GLint length);
@@ -414,7 +437,7 @@ struct Config {
  * The configs of the display. eglChooseConfig answers those that have at least the sizes asked for, in this
  * order. Initially 8-8-8-8, 8-8-8-0 and 5-6-5-0, each with 16 bits of depth and 4 of stencil.
  */
-void SetConfigs(const std::vector<Config>& configs);
+void SetConfigs(std::vector<Config> const& configs);
 /** Makes eglGetConfigAttrib fail for one config (by its index in the list), for all attributes or one. */
 void FailConfigAttribute(std::size_t config, EGLint attribute = 0);
 /** The handle that eglChooseConfig gives for the config with this index in the list. */
@@ -422,7 +445,7 @@ EGLConfig ConfigHandle(std::size_t index);
 /** The size of window surfaces made from now on, and so the first viewport; initially 640 x 480. */
 void SetWindowSize(int width, int height);
 /** Whether eglGetProcAddress knows a function; initially all of them. */
-void SetProcAddress(const std::string& name, bool present);
+void SetProcAddress(std::string const& name, bool present);
 
 // ---- Names
 
@@ -432,5 +455,7 @@ void SetProcAddress(const std::string& name, bool present);
  */
 std::string EnumName(GLenum value);
 std::string EglEnumName(EGLint value);
+/** "display", "config0", "surface1", "context1", "image1"; "NULL", and "*" for what is no handle. */
+std::string HandleName(void const* handle);
 
 } // namespace recording

@@ -19,36 +19,40 @@ void* NewHandle(Session& session, Handle sort, std::size_t counter) {
 
 /** False, with the error raised, when the display is not this driver's or not initialised. */
 bool RequireDisplay(Invocation& call, EGLDisplay display) {
-    if (display != TheDisplay())
+    if (display != TheDisplay()) {
         call.Raise(EGL_BAD_DISPLAY);
-    else if (!call.GetSession().initialized)
+    } else if (!call.GetSession().initialized) {
         call.Raise(EGL_NOT_INITIALIZED);
-    else
+    } else {
         return true;
+    }
     return false;
 }
 
 /** The config's index, or nothing after raising. */
 std::optional<std::size_t> RequireConfig(Invocation& call, EGLConfig config) {
-    const std::uintptr_t index = HandleIndex(Handle::Config, config);
-    if (index < call.GetSession().configs.size())
+    std::uintptr_t const index = HandleIndex(Handle::Config, config);
+    if (index < call.GetSession().configs.size()) {
         return index;
+    }
     call.Raise(EGL_BAD_CONFIG);
     return std::nullopt;
 }
 
 SurfaceData* RequireSurface(Invocation& call, EGLSurface surface) {
-    const auto found = call.GetSession().surfaces.find(surface);
-    if (found != call.GetSession().surfaces.end() && !found->second.destroyed)
+    auto const found = call.GetSession().surfaces.find(surface);
+    if (found != call.GetSession().surfaces.end() && !found->second.destroyed) {
         return &found->second;
+    }
     call.Raise(EGL_BAD_SURFACE);
     return nullptr;
 }
 
 ContextData* RequireContext(Invocation& call, EGLContext context) {
-    const auto found = call.GetSession().contexts.find(context);
-    if (found != call.GetSession().contexts.end() && !found->second->destroyed)
+    auto const found = call.GetSession().contexts.find(context);
+    if (found != call.GetSession().contexts.end() && !found->second->destroyed) {
         return found->second.get();
+    }
     call.Raise(EGL_BAD_CONTEXT);
     return nullptr;
 }
@@ -56,7 +60,7 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 // ---- Configs
 
 /** One attribute of a config; nothing for an attribute that nobody asks for here. */
-std::optional<EGLint> ConfigAttribute(const Config& config, EGLint attribute) {
+std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute) {
     switch (attribute) {
     case EGL_RED_SIZE:
         return config.red;
@@ -80,32 +84,38 @@ std::optional<EGLint> ConfigAttribute(const Config& config, EGLint attribute) {
 }
 
 /** Sizes must be at least, and the kinds of contexts must include, what is asked for. */
-bool Satisfies(const Config& config, const EGLint* attributes) {
+bool Satisfies(Config const& config, EGLint const* attributes) {
     for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
-        const EGLint value = ConfigAttribute(config, attributes[0]).value_or(0);
-        const bool satisfied = attributes[0] == EGL_RENDERABLE_TYPE ? (value & attributes[1]) == attributes[1]
+        EGLint const value = ConfigAttribute(config, attributes[0]).value_or(0);
+        bool const satisfied = attributes[0] == EGL_RENDERABLE_TYPE ? (value & attributes[1]) == attributes[1]
                                                                     : value >= attributes[1];
-        if (attributes[1] != EGL_DONT_CARE && !satisfied)
+        if (attributes[1] != EGL_DONT_CARE && !satisfied) {
             return false;
+        }
     }
     return true;
 }
 
 /** Writes the configs that satisfy the attributes, at most `size`; without an array it only counts them. */
-EGLBoolean ListConfigs(Invocation& call, const EGLint* attributes, EGLConfig* configs, EGLint size,
+EGLBoolean ListConfigs(Invocation& call, EGLint const* attributes, EGLConfig* configs, EGLint size,
                        EGLint* count) {
-    if (count == nullptr)
+    if (count == nullptr) {
         return call.Refuse(EGL_BAD_PARAMETER);
-    for (const EGLint* key = attributes; key != nullptr && *key != EGL_NONE; key += 2)
-        if (!ConfigAttribute(Config(), *key))
+    }
+    for (EGLint const* key = attributes; key != nullptr && *key != EGL_NONE; key += 2) {
+        if (!ConfigAttribute(Config(), *key)) {
             return call.Refuse(EGL_BAD_ATTRIBUTE);
+        }
+    }
     *count = 0;
-    const std::vector<Config>& all = call.GetSession().configs;
+    std::vector<Config> const& all = call.GetSession().configs;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (!Satisfies(all[i], attributes) || (configs != nullptr && *count >= size))
+        if (!Satisfies(all[i], attributes) || (configs != nullptr && *count >= size)) {
             continue;
-        if (configs != nullptr)
+        }
+        if (configs != nullptr) {
             configs[*count] = ConfigHandle(i);
+        }
         ++*count;
     }
     return EGL_TRUE;
@@ -114,27 +124,31 @@ EGLBoolean ListConfigs(Invocation& call, const EGLint* attributes, EGLConfig* co
 // ---- Surfaces and contexts
 
 EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, int width, int height) {
-    if (!RequireDisplay(call, display))
+    if (!RequireDisplay(call, display)) {
         return EGL_NO_SURFACE;
-    const std::optional<std::size_t> index = RequireConfig(call, config);
-    if (!index)
+    }
+    std::optional<std::size_t> const index = RequireConfig(call, config);
+    if (!index) {
         return EGL_NO_SURFACE;
+    }
     Session& session = call.GetSession();
-    const EGLSurface surface = NewHandle(session, Handle::Surface, kSurfaces);
+    EGLSurface const surface = NewHandle(session, Handle::Surface, kSurfaces);
     session.surfaces[surface] = {width, height, *index, false};
     session.Created(Object::EglSurface);
     return surface;
 }
 
 /** What a list of attributes says of one; 0 where it says nothing. */
-EGLint ListedAttribute(const EGLint* attributes, EGLint wanted) {
-    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2)
-        if (attributes[0] == wanted)
+EGLint ListedAttribute(EGLint const* attributes, EGLint wanted) {
+    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
+        if (attributes[0] == wanted) {
             return attributes[1];
+        }
+    }
     return 0;
 }
 
-bool IsCurrentSurface(const ThreadData& thread, EGLSurface surface) {
+bool IsCurrentSurface(ThreadData const& thread, EGLSurface surface) {
     return thread.draw == surface || thread.read == surface;
 }
 
@@ -143,13 +157,15 @@ void ReleaseCurrent(Invocation& call) {
     Session& session = call.GetSession();
     ThreadData& thread = call.Thread();
     session.current.erase(thread.context);
-    const auto context = session.contexts.find(thread.context);
-    if (context != session.contexts.end() && context->second->destroyed)
+    auto const context = session.contexts.find(thread.context);
+    if (context != session.contexts.end() && context->second->destroyed) {
         session.contexts.erase(context);
-    for (const EGLSurface surface : {thread.draw, thread.read}) {
-        const auto found = session.surfaces.find(surface);
-        if (found != session.surfaces.end() && found->second.destroyed)
+    }
+    for (EGLSurface const surface : {thread.draw, thread.read}) {
+        auto const found = session.surfaces.find(surface);
+        if (found != session.surfaces.end() && found->second.destroyed) {
             session.surfaces.erase(found);
+        }
     }
     thread.display = EGL_NO_DISPLAY;
     thread.draw = thread.read = EGL_NO_SURFACE;
@@ -157,37 +173,43 @@ void ReleaseCurrent(Invocation& call) {
 }
 
 /** The first time a context becomes current, its viewport takes the surface's size. */
-void FirstCurrent(Invocation& call, ContextData& context, const SurfaceData* surface) {
-    if (surface == nullptr)
+void FirstCurrent(Invocation& call, ContextData& context, SurfaceData const* surface) {
+    if (surface == nullptr) {
         return;
+    }
     context.config = call.GetSession().configs[surface->config];
-    if (context.wasCurrent)
+    if (context.wasCurrent) {
         return;
+    }
     context.wasCurrent = true;
     context.state.viewport = {0, 0, surface->width, surface->height};
 }
 
 EGLImage MakeImage(Invocation& call, EGLDisplay display, EGLContext context, EGLClientBuffer buffer) {
-    if (!RequireDisplay(call, display))
+    if (!RequireDisplay(call, display)) {
         return EGL_NO_IMAGE_KHR;
-    if (context != EGL_NO_CONTEXT && RequireContext(call, context) == nullptr)
+    }
+    if (context != EGL_NO_CONTEXT && RequireContext(call, context) == nullptr) {
         return EGL_NO_IMAGE_KHR;
+    }
     if (buffer == nullptr) {
         call.Raise(EGL_BAD_PARAMETER);
         return EGL_NO_IMAGE_KHR;
     }
     Session& session = call.GetSession();
-    const EGLImage image = NewHandle(session, Handle::Image, kImages);
+    EGLImage const image = NewHandle(session, Handle::Image, kImages);
     session.images.insert(image);
     session.Created(Object::EglImage);
     return image;
 }
 
 EGLBoolean FreeImage(Invocation& call, EGLDisplay display, EGLImage image) {
-    if (!RequireDisplay(call, display))
+    if (!RequireDisplay(call, display)) {
         return EGL_FALSE;
-    if (call.GetSession().images.erase(image) == 0)
+    }
+    if (call.GetSession().images.erase(image) == 0) {
         return call.Refuse(EGL_BAD_PARAMETER);
+    }
     call.GetSession().Deleted(Object::EglImage);
     return EGL_TRUE;
 }
@@ -203,13 +225,16 @@ EGLDisplay eglGetDisplay(Invocation&, EGLNativeDisplayType) {
 }
 
 EGLBoolean eglInitialize(Invocation& call, EGLDisplay dpy, EGLint* major, EGLint* minor) {
-    if (dpy != TheDisplay())
+    if (dpy != TheDisplay()) {
         return call.Refuse(EGL_BAD_DISPLAY);
+    }
     call.GetSession().initialized = true;
-    if (major != nullptr)
+    if (major != nullptr) {
         *major = 1;
-    if (minor != nullptr)
+    }
+    if (minor != nullptr) {
         *minor = 5;
+    }
     return EGL_TRUE;
 }
 
@@ -218,8 +243,9 @@ EGLBoolean eglInitialize(Invocation& call, EGLDisplay dpy, EGLint* major, EGLint
  * released.
  */
 EGLBoolean eglTerminate(Invocation& call, EGLDisplay dpy) {
-    if (dpy != TheDisplay())
+    if (dpy != TheDisplay()) {
         return call.Refuse(EGL_BAD_DISPLAY);
+    }
     Session& session = call.GetSession();
     session.initialized = false;
     for (auto context = session.contexts.begin(); context != session.contexts.end();) {
@@ -236,39 +262,45 @@ EGLBoolean eglTerminate(Invocation& call, EGLDisplay dpy) {
 }
 
 EGLint eglGetError(Invocation& call) {
-    if (call.IsFailing())
+    if (call.IsFailing()) {
         return call.FailureError(EGL_BAD_ALLOC);
-    const EGLint error = call.Thread().error;
+    }
+    EGLint const error = call.Thread().error;
     call.Thread().error = EGL_SUCCESS;
     return error;
 }
 
-__eglMustCastToProperFunctionPointerType eglGetProcAddress(Invocation& call, const char* procname) {
-    if (call.IsFailing() || call.GetSession().hiddenProcedures.count(procname) != 0)
+__eglMustCastToProperFunctionPointerType eglGetProcAddress(Invocation& call, char const* procname) {
+    if (call.IsFailing() || call.GetSession().hiddenProcedures.count(procname) != 0) {
         return nullptr;
+    }
     return FindEntryPoint(procname);
 }
 
 // ---- Configs
 
-EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, const EGLint* attrib_list, EGLConfig* configs,
+EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, EGLint const* attrib_list, EGLConfig* configs,
                            EGLint config_size, EGLint* num_config) {
-    if (!RequireDisplay(call, dpy))
+    if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
+    }
     return ListConfigs(call, attrib_list, configs, config_size, num_config);
 }
 
 EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLint attribute,
                               EGLint* value) {
-    if (!RequireDisplay(call, dpy))
+    if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
-    const std::optional<std::size_t> index = RequireConfig(call, config);
-    if (!index)
+    }
+    std::optional<std::size_t> const index = RequireConfig(call, config);
+    if (!index) {
         return EGL_FALSE;
-    const auto& failing = call.GetSession().failingConfigAttributes;
-    const std::optional<EGLint> answer = ConfigAttribute(call.GetSession().configs[*index], attribute);
-    if (!answer || failing.count({*index, 0}) != 0 || failing.count({*index, attribute}) != 0)
+    }
+    auto const& failing = call.GetSession().failingConfigAttributes;
+    std::optional<EGLint> const answer = ConfigAttribute(call.GetSession().configs[*index], attribute);
+    if (!answer || failing.count({*index, 0}) != 0 || failing.count({*index, attribute}) != 0) {
         return call.Refuse(EGL_BAD_ATTRIBUTE);
+    }
     *value = *answer;
     return EGL_TRUE;
 }
@@ -276,28 +308,33 @@ EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config
 // ---- Surfaces
 
 EGLSurface eglCreateWindowSurface(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLNativeWindowType,
-                                  const EGLint*) {
+                                  EGLint const*) {
     return MakeSurface(call, dpy, config, call.GetSession().windowWidth, call.GetSession().windowHeight);
 }
 
 EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
-    if (!RequireDisplay(call, dpy))
+    if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
+    }
     SurfaceData* data = RequireSurface(call, surface);
-    if (data == nullptr)
+    if (data == nullptr) {
         return EGL_FALSE;
+    }
     call.GetSession().Deleted(Object::EglSurface);
     data->destroyed = true;
-    if (!IsCurrentSurface(call.Thread(), surface))
+    if (!IsCurrentSurface(call.Thread(), surface)) {
         call.GetSession().surfaces.erase(surface);
+    }
     return EGL_TRUE;
 }
 
 EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
-    if (!RequireDisplay(call, dpy) || RequireSurface(call, surface) == nullptr)
+    if (!RequireDisplay(call, dpy) || RequireSurface(call, surface) == nullptr) {
         return EGL_FALSE;
-    if (call.Thread().draw != surface)
+    }
+    if (call.Thread().draw != surface) {
         return call.Refuse(EGL_BAD_SURFACE);
+    }
     ++call.GetSession().swaps;
     return EGL_TRUE;
 }
@@ -305,37 +342,43 @@ EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) 
 // ---- Contexts
 
 EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLContext share_context,
-                            const EGLint* attrib_list) {
-    if (!RequireDisplay(call, dpy) || !RequireConfig(call, config))
+                            EGLint const* attrib_list) {
+    if (!RequireDisplay(call, dpy) || !RequireConfig(call, config)) {
         return EGL_NO_CONTEXT;
+    }
     if (ListedAttribute(attrib_list, EGL_CONTEXT_CLIENT_VERSION) != 2) {
         call.Raise(EGL_BAD_CONFIG);
         return EGL_NO_CONTEXT;
     }
-    const ContextData* shared =
+    ContextData const* shared =
         share_context != EGL_NO_CONTEXT ? RequireContext(call, share_context) : nullptr;
-    if (share_context != EGL_NO_CONTEXT && shared == nullptr)
+    if (share_context != EGL_NO_CONTEXT && shared == nullptr) {
         return EGL_NO_CONTEXT;
+    }
     Session& session = call.GetSession();
-    const EGLContext context = NewHandle(session, Handle::Context, kContexts);
+    EGLContext const context = NewHandle(session, Handle::Context, kContexts);
     session.contexts[context] = std::make_shared<ContextData>();
-    if (shared != nullptr)
+    if (shared != nullptr) {
         session.contexts[context]->objects = shared->objects;
+    }
     session.Created(Object::EglContext);
     return context;
 }
 
 EGLBoolean eglDestroyContext(Invocation& call, EGLDisplay dpy, EGLContext ctx) {
-    if (!RequireDisplay(call, dpy))
+    if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
+    }
     ContextData* context = RequireContext(call, ctx);
-    if (context == nullptr)
+    if (context == nullptr) {
         return EGL_FALSE;
+    }
     Session& session = call.GetSession();
     session.Deleted(Object::EglContext);
     context->destroyed = true;
-    if (session.current.count(ctx) == 0)
+    if (session.current.count(ctx) == 0) {
         session.contexts.erase(ctx);
+    }
     return EGL_TRUE;
 }
 
@@ -344,24 +387,30 @@ EGLBoolean eglMakeCurrent(Invocation& call, EGLDisplay dpy, EGLSurface draw, EGL
     Session& session = call.GetSession();
     ThreadData& thread = call.Thread();
     if (ctx == EGL_NO_CONTEXT) {
-        if (draw != EGL_NO_SURFACE || read != EGL_NO_SURFACE)
+        if (draw != EGL_NO_SURFACE || read != EGL_NO_SURFACE) {
             return call.Refuse(EGL_BAD_MATCH);
+        }
         ReleaseCurrent(call);
         return EGL_TRUE;
     }
-    if (!RequireDisplay(call, dpy))
+    if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
+    }
     ContextData* context = RequireContext(call, ctx);
-    if (context == nullptr)
+    if (context == nullptr) {
         return EGL_FALSE;
-    const SurfaceData* surface = draw != EGL_NO_SURFACE ? RequireSurface(call, draw) : nullptr;
+    }
+    SurfaceData const* surface = draw != EGL_NO_SURFACE ? RequireSurface(call, draw) : nullptr;
     if ((draw != EGL_NO_SURFACE && surface == nullptr) ||
-        (read != EGL_NO_SURFACE && RequireSurface(call, read) == nullptr))
+        (read != EGL_NO_SURFACE && RequireSurface(call, read) == nullptr)) {
         return EGL_FALSE;
-    if (thread.context != ctx && session.current.count(ctx) != 0)
+    }
+    if (thread.context != ctx && session.current.count(ctx) != 0) {
         return call.Refuse(EGL_BAD_ACCESS);
-    if (thread.context != ctx || thread.draw != draw || thread.read != read)
+    }
+    if (thread.context != ctx || thread.draw != draw || thread.read != read) {
         ReleaseCurrent(call);
+    }
     thread.display = dpy;
     thread.draw = draw;
     thread.read = read;
@@ -379,7 +428,7 @@ EGLDisplay eglGetCurrentDisplay(Invocation& call) {
 // ---- Images
 
 EGLImageKHR eglCreateImageKHR(Invocation& call, EGLDisplay dpy, EGLContext ctx, EGLenum,
-                              EGLClientBuffer buffer, const EGLint*) {
+                              EGLClientBuffer buffer, EGLint const*) {
     return MakeImage(call, dpy, ctx, buffer);
 }
 
