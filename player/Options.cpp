@@ -48,6 +48,8 @@ char const* const Footer =
     "                                             the nodes at a point of frame 10, nearest first\n"
     "  kelvo-player scene.json --frames 10 --shot 20,10,64,48 --out part.png\n"
     "                                             a rectangle of frame 10\n"
+    "  kelvo-player scene.json --frames 10 --calls calls.txt\n"
+    "                                             what frame 10 has GL do, node by node\n"
     "\n"
     "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
     "with, the other formats are opaque. A picture appears whole or not at all, also when the\n"
@@ -235,6 +237,12 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
         ->needs("--out");
     app.add_flag("--post", options.fPost, "draw frames off screen first, then through the post-process pass");
     app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
+    app.add_option("--calls", options.calls,
+                   "write the EGL and GL calls of the frames as text, without a driver; - is stdout")
+        ->check(CheckPath)
+        ->type_name("FILE")
+        ->excludes("--out")
+        ->excludes("--stats");
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
         ->check(CheckPath)

@@ -33,6 +33,7 @@ struct Options {
     std::optional<trevik::kelvo::DeviceFormat::Enum> format;
     std::string out;     ///< a .png file, or a folder; empty for no pictures
     std::string save;    ///< empty for none
+    std::string calls;   ///< a file for the frames' calls, "-" for stdout; empty for none
     std::string backend; ///< empty for the one that comes with the player
     std::optional<trevik::Vector2T<int>> pick;
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down

@@ -98,7 +98,7 @@ int Player::Run() {
     settings.m_size = size;
     settings.m_format = m_options.format.value_or(settings.m_format);
     bool const fOnlySave =
-        !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick;
+        !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick && !m_pCalls;
     return fOnlySave ? ExitSuccess : Play();
 }
 
@@ -126,6 +126,9 @@ int Player::Play() {
     }
     SizeT<int> const size = m_scene.GetSettings().m_size;
     Ref<Window> const pWindow(new Window(size.width, size.height));
+    if (m_pCalls) {
+        m_pCalls->Prepare(size);
+    }
     std::unique_ptr<GraphicsDevice> const pDevice = m_backend.CreateDevice();
     int const nExitCode =
         pDevice && StartDevice(*pDevice, *pWindow)
@@ -194,6 +197,9 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
     RectangleT<int> const area = GetShot();
     FramePixels pixels;
+    if (m_pCalls) {
+        return NoteFrame(nFrame, device);
+    }
     DrawFrame(nFrame, device);
     // What a window shows may be gone from the device once it is shown.
     if (fWanted && !pixels.Read(device, area)) {
@@ -215,6 +221,16 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     }
     std::string error;
     return m_pictures.Write(nFrame, pixels, error) ? ExitSuccess : Complain(ExitBadFile, error);
+}
+
+/** A frame of which the calls are wanted, and no picture. */
+int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
+    m_pCalls->BeginFrame(nFrame);
+    DrawFrame(nFrame, device);
+    device.Present();
+    device.Process();
+    std::string error;
+    return m_pCalls->EndFrame(error) ? ExitSuccess : Complain(ExitBadFile, error);
 }
 
 /** Everything up to where the frame could be shown. */

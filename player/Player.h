@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Backend.h"
+#include "FrameCalls.h"
 #include "Options.h"
 #include "Pictures.h"
 #include "Progress.h"
@@ -21,7 +22,9 @@ using Window = desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
 /** Plays a scene as the command line asks. */
 class Player {
 public:
-    explicit Player(Options const& options) : m_options(options), m_pictures(options.out) {}
+    /** @param pCalls what the frames' calls go to; null where frames are drawn. */
+    explicit Player(Options const& options, FrameCalls* pCalls = nullptr)
+        : m_options(options), m_pCalls(pCalls), m_pictures(options.out) {}
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
@@ -31,6 +34,7 @@ private:
     int Play();
     int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
     int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
+    int NoteFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
     void DrawFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
     bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
@@ -41,6 +45,7 @@ private:
     bool ShotFits(trevik::SizeT<int> const& size) const;
 
     Options const& m_options;
+    FrameCalls* const m_pCalls;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     Pictures m_pictures;

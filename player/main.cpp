@@ -2,13 +2,40 @@
 #include "Options.h"
 #include "Player.h"
 
+#include <unistd.h>
+
+#include <cerrno>
+#include <climits>
 #include <cstdio>
+#include <cstring>
 #include <exception>
+#include <string>
+
+namespace {
+
+/**
+ * Goes on as kelvo-player-calls, which lies beside this program: a driver that notes calls has to be there
+ * before the system's when a program starts. Returns only when that fails.
+ */
+int BecomeCalls(char** ppArguments) {
+    char program[PATH_MAX] = "";
+    ssize_t const nLength = readlink("/proc/self/exe", program, sizeof program);
+    std::string const path =
+        std::string(program, nLength > 0 ? static_cast<std::size_t>(nLength) : 0) + "-calls";
+    execv(path.c_str(), ppArguments);
+    std::fprintf(stderr, "kelvo-player: %s: cannot be started: %s\n", path.c_str(), std::strerror(errno));
+    return kelvo::player::ExitDevice;
+}
+
+} // namespace
 
 int main(int nArguments, char** ppArguments) {
     kelvo::player::Options options;
     if (std::optional<int> const exitCode = kelvo::player::ParseOptions(nArguments, ppArguments, options)) {
         return *exitCode;
+    }
+    if (!options.calls.empty()) {
+        return BecomeCalls(ppArguments);
     }
     kelvo::player::NoteInterrupts();
     try {

@@ -3,6 +3,7 @@
 #include <cstring>
 
 #include "EffectStorage.h"
+#include "kelvo_host/RenderObserver.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Mask.h"
@@ -130,6 +131,19 @@ inline void TransformNode::FetchForDrawing(Node const* pNode) {
 }
 
 void TransformNode::RenderChildren(GraphicsDevice& device) {
+    if (m_children.IsEmpty()) {
+        return;
+    }
+    if (RenderObserver* const pObserver = RenderObserver::Get();
+        __builtin_expect(pObserver != nullptr, false)) {
+        for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+            Ref<Node> const pChild(m_children[nChild]);
+            pObserver->BeginNode(*pChild);
+            pChild->Render(device);
+            pObserver->EndNode(*pChild);
+        }
+        return;
+    }
     for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
         if (nChild + 1 < m_children.GetCount()) {
             FetchForDrawing(m_children[nChild + 1]);

@@ -7,6 +7,8 @@
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
+#include <fstream>
+#include <iterator>
 #include <map>
 #include <regex>
 #include <string>
@@ -46,7 +48,7 @@ TEST_F(PlayerTest, ExplainsItself) {
     EXPECT_EQ(outcome.nExitCode, 0);
     for (char const* pPart :
          {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend", "--pick", "--shot",
-          "--post", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+          "--post", "--calls", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
     }
 }
@@ -73,6 +75,7 @@ TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
         {{"s.json", "--out", "o.png", "--shot", "1,2,3,4,5"}, "found \"1,2,3,4,5\""},
         {{"s.json", "--out", "o.png", "--shot", "1,2,0,4"}, "found \"1,2,0,4\""},
         {{"s.json", "--out", "o.png", "--shot", "-1,2,3,4"}, "--shot"},
+        {{"s.json", "--out", "o.png", "--calls", "c.txt"}, "--calls excludes --out"},
         {{"s.json", "--shot", "1,2,3,4"}, "--shot requires --out"},
         {{"s.json", "--turbo"}, "--turbo"},
         {{"s.json", "--out", "o.jpg"},
@@ -366,6 +369,17 @@ TEST_F(PlayerTest, GivesTheSameBytesEveryTime) {
     }
     EXPECT_EQ(m_folder.Read("a/frame_00012.png"), m_folder.Read("single.png"));
     EXPECT_NE(m_folder.Read("a/frame_00011.png"), m_folder.Read("single.png"));
+}
+
+TEST_F(PlayerTest, WritesTheCallsThatItsDescriptionShows) {
+    Outcome const outcome = Play({KELVO_EXAMPLES "/format/calls.json", "--calls", Path("calls.txt")},
+                                 {"KELVO_EGL_PLATFORM=device:999"});
+    EXPECT_EQ(outcome.nExitCode, 0) << outcome.output;
+    Bytes const bytes = m_folder.Read("calls.txt");
+    std::ifstream file(KELVO_EXAMPLES "/../docs/calls.md");
+    std::string const description{std::istreambuf_iterator<char>(file), {}};
+    std::string const calls(bytes.begin(), bytes.end());
+    EXPECT_NE(description.find("```\n" + calls + "```\n"), std::string::npos) << calls;
 }
 
 TEST_F(PlayerTest, PlaysASavedSceneAsTheOriginal) {

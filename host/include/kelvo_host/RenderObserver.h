@@ -1,0 +1,29 @@
+#pragma once
+
+#include "trevik/Export.h"
+
+namespace trevik::kelvo {
+
+class Node;
+
+/**
+ * Is told which node is drawn, for tools that tell the nodes' GL calls apart. While there is none, drawing
+ * costs one test for each node that has children. Render thread.
+ */
+class TREVIK_API RenderObserver {
+public:
+    virtual ~RenderObserver();
+
+    /** Before a node, and what is below it, is drawn or looked through for what lies under a point. */
+    virtual void BeginNode(Node& node) = 0;
+    virtual void EndNode(Node& node) = 0;
+
+    /** Has `pObserver` told from now on, null: nobody. Returns who was told before. */
+    static RenderObserver* Set(RenderObserver* pObserver);
+    static RenderObserver* Get() { return s_pObserver; }
+
+private:
+    static RenderObserver* s_pObserver;
+};
+
+} // namespace trevik::kelvo

@@ -1,0 +1,42 @@
+#include "CallsFile.h"
+
+#include <kelvo_recording/Recording.h>
+
+#include <cerrno>
+#include <cstring>
+
+namespace kelvo::player {
+
+CallsFile::~CallsFile() {
+    if (m_pFile && m_pFile != stdout) {
+        std::fclose(m_pFile);
+    }
+}
+
+void CallsFile::Prepare(trevik::SizeT<int> const& size) {
+    recording::SetWindowSize(size.width, size.height);
+}
+
+void CallsFile::BeginFrame(int nFrame) {
+    recording::Clear();
+    recording::BeginGroup("frame " + std::to_string(nFrame));
+    m_groups.emplace();
+}
+
+bool CallsFile::EndFrame(std::string& error) {
+    m_groups.reset();
+    recording::EndGroup();
+    if (!m_pFile) {
+        m_pFile = m_path == "-" ? stdout : std::fopen(m_path.c_str(), "w");
+    }
+    std::string const text = recording::ToText();
+    bool const fWritten = m_pFile && std::fwrite(text.data(), 1, text.size(), m_pFile) == text.size() &&
+                          std::fflush(m_pFile) == 0;
+    if (!fWritten) {
+        error = m_path + ": cannot be written: " + std::strerror(errno);
+    }
+    recording::Clear();
+    return fWritten;
+}
+
+} // namespace kelvo::player

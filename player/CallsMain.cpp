@@ -1,0 +1,28 @@
+// kelvo-player-calls: the player over the recording driver, which kelvo-player --calls becomes.
+
+#include "CallsFile.h"
+#include "Interrupt.h"
+#include "Options.h"
+#include "Player.h"
+
+#include <cstdio>
+#include <exception>
+
+int main(int nArguments, char** ppArguments) {
+    kelvo::player::Options options;
+    if (std::optional<int> const exitCode = kelvo::player::ParseOptions(nArguments, ppArguments, options)) {
+        return *exitCode;
+    }
+    if (options.calls.empty()) {
+        std::fprintf(stderr, "kelvo-player-calls: draws nothing: it needs --calls\n");
+        return kelvo::player::ExitUsage;
+    }
+    kelvo::player::NoteInterrupts();
+    try {
+        kelvo::player::CallsFile calls(options.calls);
+        return kelvo::player::Player(options, &calls).Run();
+    } catch (std::exception const& fault) {
+        std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
+        return kelvo::player::ExitBadFile;
+    }
+}

@@ -1,0 +1,22 @@
+#pragma once
+
+#include "kelvo_host/RenderObserver.h"
+
+namespace kelvo::player {
+
+/** While it lives, the calls that a node makes are noted as a group that is called by its class and name. */
+class NodeGroups : public trevik::kelvo::RenderObserver {
+public:
+    NodeGroups() : m_pBefore(Set(this)) {}
+    ~NodeGroups() override { Set(m_pBefore); }
+    NodeGroups(NodeGroups const&) = delete;
+    NodeGroups& operator=(NodeGroups const&) = delete;
+
+    void BeginNode(trevik::kelvo::Node& node) override;
+    void EndNode(trevik::kelvo::Node& node) override;
+
+private:
+    RenderObserver* const m_pBefore;
+};
+
+} // namespace kelvo::player
