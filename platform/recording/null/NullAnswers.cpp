@@ -5,7 +5,7 @@
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 
-#include <string.h>
+#include <cstring>
 
 // What the null driver answers where zero would not do: enough for a device to come up, and no more. Nothing
 // here allocates, and nothing that is called for each draw is here.
@@ -159,13 +159,13 @@ char const* eglQueryString(EGLDisplay, EGLint) {
     return "";
 }
 __eglMustCastToProperFunctionPointerType eglGetProcAddress(char const* name) {
-    if (strcmp(name, "eglCreateImageKHR") == 0) {
+    if (std::strcmp(name, "eglCreateImageKHR") == 0) {
         return (__eglMustCastToProperFunctionPointerType)CreateImage;
     }
-    if (strcmp(name, "eglDestroyImageKHR") == 0) {
+    if (std::strcmp(name, "eglDestroyImageKHR") == 0) {
         return (__eglMustCastToProperFunctionPointerType)DestroyImage;
     }
-    if (strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
+    if (std::strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
         return (__eglMustCastToProperFunctionPointerType)ImageTargetTexture;
     }
     return 0;
@@ -232,7 +232,7 @@ GLubyte const* glGetString(GLenum) {
 }
 void glGetIntegerv(GLenum name, GLint* values) {
     if (name == GL_VIEWPORT) {
-        memcpy(values, s_viewport, sizeof s_viewport);
+        std::memcpy(values, s_viewport, sizeof s_viewport);
     } else {
         *values = Limit(name);
     }
