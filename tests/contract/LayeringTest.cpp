@@ -56,6 +56,7 @@ char const* const g_roots[] = {"include",
                                "platform/desktop/include",
                                "platform/desktop",
                                "platform/recording/include",
+                               "platform/recording",
                                "assets",
                                "player"};
 
