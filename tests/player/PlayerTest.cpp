@@ -75,7 +75,7 @@ TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
         {{"s.json", "--out", "o.png", "--shot", "1,2,3,4,5"}, "found \"1,2,3,4,5\""},
         {{"s.json", "--out", "o.png", "--shot", "1,2,0,4"}, "found \"1,2,0,4\""},
         {{"s.json", "--out", "o.png", "--shot", "-1,2,3,4"}, "--shot"},
-        {{"s.json", "--out", "o.png", "--calls", "c.txt"}, "--calls excludes --out"},
+        {{"s.json", "--out", "o.png", "--calls", "c.txt"}, "--out excludes --calls"},
         {{"s.json", "--shot", "1,2,3,4"}, "--shot requires --out"},
         {{"s.json", "--turbo"}, "--turbo"},
         {{"s.json", "--out", "o.jpg"},
