@@ -150,18 +150,29 @@ void ShaderProgramGL2::Unbind() {
 }
 
 int ShaderProgramGL2::GetUniformLocation(Text16 const& sName) {
+    int const nLocation = FindLocation(sName);
+    return nLocation == NotAsked ? -1 : nLocation;
+}
+
+/** NotAsked without memory for the name that GL takes. */
+int ShaderProgramGL2::FindLocation(Text16 const& sName) {
     for (UniformLocation const& uniform : m_uniforms) {
         if (uniform.m_sName == sName) {
             return uniform.m_nLocation;
         }
     }
-    int const nLocation = glGetUniformLocation(m_nProgram, Text8(sName).GetData());
+    Text8 const sAsked(sName);
+    if (sAsked.IsEmpty() && !sName.IsEmpty()) {
+        return NotAsked;
+    }
+    int const nLocation = glGetUniformLocation(m_nProgram, sAsked.GetData());
     m_uniforms.Append(UniformLocation{sName, nLocation});
     return nLocation;
 }
 
 int ShaderProgramGL2::FillSlot(unsigned int nSlot, Text16 const& sName) {
-    return m_slotLocations[nSlot] = GetUniformLocation(sName);
+    m_slotLocations[nSlot] = FindLocation(sName);
+    return m_slotLocations[nSlot] == NotAsked ? -1 : m_slotLocations[nSlot];
 }
 
 unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {

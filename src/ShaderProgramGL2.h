@@ -91,8 +91,8 @@ public:
     void Unbind();
 
     /**
-     * The location of a uniform, -1 for one that is not active. Asked of GL once for each name, even across
-     * Cleanup.
+     * The location of a uniform, -1 for one that is not active, and while memory is short. Asked of GL once
+     * for each name, even across Cleanup.
      */
     int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName);
     /** The same for a name with a slot: after the first time one look into the table. */
@@ -179,6 +179,7 @@ private:
     }
     static void SetUniform(int nLocation, float value) { glUniform1f(nLocation, value); }
 
+    int FindLocation(StringEncoded<UTF16Encoding> const& sName);
     int FillSlot(unsigned int nSlot, StringEncoded<UTF16Encoding> const& sName);
 
     /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
