@@ -187,9 +187,10 @@ void TextLayout::AddToLine(Measure& measure, unsigned int nItem) {
     item.m_rPen = measure.m_rPen;
     measure.m_rPen += item.m_rAdvance;
     if (item.m_class == CharacterClass::Tab) {
-        RealFloat const rWidth = m_input.m_rTabWidth;
         measure.m_fAny = true;
-        if (rWidth > 0) {
+        if (m_input.m_rTabWidth > 0) {
+            // Narrower stops than the tolerance make no difference, but quotients that no number holds.
+            RealFloat const rWidth = std::max(m_input.m_rTabWidth, Tolerance);
             measure.m_rPen = (std::floor((measure.m_rPen + Tolerance) / rWidth) + 1) * rWidth;
         }
     } else if (item.m_class == CharacterClass::Space) {

@@ -130,6 +130,9 @@ TEST(TextLayout, TabsGoOnHoweverTheirWidthIsRounded) {
         text.m_pText->GetTabWidthProperty().SetValue(rWidth);
         EXPECT_NEAR(text.GetPens().at(0), 12 * rWidth, 0.51);
     }
+    SquareText text(u"a\tb");
+    text.m_pText->GetTabWidthProperty().SetValue(RealFloat(1e-40));
+    EXPECT_EQ(text.GetPens(), (Reals{0, 10}));
 }
 
 TEST(TextLayout, WhatTakesNoRoomNeitherMakesNorEndsALine) {
