@@ -15,9 +15,9 @@ NinePatchSpriteGL2::NinePatchSpriteGL2() {
 NinePatchSpriteGL2::NinePatchSpriteGL2(NinePatchSpriteGL2 const& other)
     : SpriteGL2(other), m_gridIndices(other.m_gridIndices) {
     RegisterNPProperties();
-    m_horizontalBands.Copy(other.m_horizontalBands);
-    m_verticalBands.Copy(other.m_verticalBands);
-    m_contentMargin.Copy(other.m_contentMargin);
+    m_properties.NoteShortage(!m_horizontalBands.Copy(other.m_horizontalBands));
+    m_properties.NoteShortage(!m_verticalBands.Copy(other.m_verticalBands));
+    m_properties.NoteShortage(!m_contentMargin.Copy(other.m_contentMargin));
 }
 
 NinePatchSpriteGL2::~NinePatchSpriteGL2() = default;
@@ -27,12 +27,10 @@ void NinePatchSpriteGL2::RegisterNPProperties() {
     m_properties.Register(u"NintPatchPairY", &m_verticalBands);
     m_properties.Register(u"ContentMargin", &m_contentMargin);
     // Bands do not mark the grid themselves: only size, scale and pivot changes and construction do.
-    static_cast<void>(
-        m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)));
-    static_cast<void>(
-        m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
-    static_cast<void>(
-        m_pivot.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
+    m_properties.NoteShortage(
+        !m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)) ||
+        !m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)) ||
+        !m_pivot.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)));
 }
 
 void NinePatchSpriteGL2::OnSizeChanged(SizeT<int> const&) {

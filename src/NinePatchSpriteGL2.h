@@ -16,7 +16,10 @@ constexpr unsigned int g_MaxNinePatchPair = 10;
 class KELVO_EXPORT NinePatchSpriteGL2 : public SpriteGL2 {
 public:
     NinePatchSpriteGL2();
-    /** Copies the sprite and the three properties; the grid is rebuilt at the copy's next draw. */
+    /**
+     * Copies the sprite and the three properties; the grid is rebuilt at the copy's next draw. Without memory
+     * the property list is not whole.
+     */
     NinePatchSpriteGL2(NinePatchSpriteGL2 const& other);
     ~NinePatchSpriteGL2() override;
 

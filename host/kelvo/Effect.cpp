@@ -79,6 +79,14 @@ PropertyList& Effect::GetProperties() {
     return m_properties;
 }
 
+Effect* Effect::RegisterCopy(Effect* pCopy) {
+    if (pCopy && !pCopy->GetProperties().IsWhole()) {
+        delete pCopy;
+        return nullptr;
+    }
+    return pCopy;
+}
+
 bool Effect::Save(Serializer& serializer) {
     return GetProperties().Save(serializer);
 }

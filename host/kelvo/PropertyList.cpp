@@ -81,6 +81,7 @@ bool PropertyList::Register(PropertyDescriptor const* pDescriptor, Property* pPr
     if (!pDescriptor || !pProperty) {
         return false;
     }
+    NoteShortage(pProperty->IsTorn());
     Entry const entry = {pProperty, pDescriptor};
     if (Entry const* pOlder = Find(pDescriptor->m_nID)) {
         m_entries[static_cast<unsigned int>(pOlder - m_entries.GetData())] = entry;

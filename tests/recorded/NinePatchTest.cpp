@@ -337,6 +337,15 @@ TEST_F(NinePatch, ACloneIsASpriteAndACopyIsNot) {
     // The copy follows its own changes.
     pCopy->GetScaleProperty().SetValue(Vector(3, 3, 1));
     EXPECT_NE(DrawnGrid(*pCopy, 0, 3), grid);
+    // One for which memory was short says so.
+    bool fWhole = false;
+    for (unsigned int nAllocations = 0; !fWhole; ++nAllocations) {
+        Allocation::FailAfter(nAllocations);
+        Ref<NinePatchSpriteGL2> const pPart(new NinePatchSpriteGL2(*pCopy));
+        fWhole = pPart->GetProperties().IsWhole();
+        Allocation::FailNever();
+        EXPECT_TRUE(!fWhole || !pPart->GetVerticalBandsProperty().GetValue().IsEmpty());
+    }
 }
 
 TEST_F(NinePatch, UnloadedItDrawsNothing) {

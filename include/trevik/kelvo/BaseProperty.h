@@ -45,6 +45,16 @@ inline bool HasSavedController(Serializer const& serializer) {
     return pNode && pNode->FindChild(DocumentID::Controller);
 }
 
+/** Whether a value has been copied: a list has no elements when there was no memory for them. */
+template <class T>
+bool IsCopied(T const&, T const&) {
+    return true;
+}
+template <class T>
+bool IsCopied(List<T> const& copy, List<T> const& original) {
+    return copy.GetCount() == original.GetCount();
+}
+
 } // namespace detail
 
 /**
@@ -67,9 +77,16 @@ public:
     BaseProperty() = default;
     /** A property with the initial value; no event fires. */
     explicit BaseProperty(T const& value) : m_value(value) {}
-    /** A copy has the id, the current value and the controllers; it has no subscribers and no binding. */
+    /**
+     * A copy has the id, the current value and the controllers; it has no subscribers and no binding. Without
+     * memory for them it is torn, and makes the property list that it is entered in one that is not whole.
+     */
     BaseProperty(BaseProperty const& other)
         : Property(other), m_value(other.GetValue()), m_controllers(other.m_controllers) {
+        if (!detail::IsCopied(m_value, other.GetValue()) ||
+            !detail::IsCopied(m_controllers, other.m_controllers)) {
+            m_nID = TornID;
+        }
         NoteControllers();
     }
     BaseProperty& operator=(BaseProperty const&) = delete;
@@ -218,7 +235,7 @@ public:
 
     /**
      * Takes over the other's id, current value and controllers; the controllers are shared from then on.
-     * False when out of memory, with only some of the controllers.
+     * False when out of memory, without the elements of a list or with only some of the controllers.
      */
     virtual bool Copy(BaseProperty const& other) {
         if (this == &other) {
@@ -227,7 +244,8 @@ public:
         m_nID = other.m_nID;
         SetValue(other.GetValue());
         m_controllers.Clear();
-        bool fCopied = m_controllers.Reserve(other.m_controllers.GetCount());
+        bool fCopied = detail::IsCopied(GetValue(), other.GetValue()) &&
+                       m_controllers.Reserve(other.m_controllers.GetCount());
         for (Ref<Controller<T>> const& pController : other.m_controllers) {
             if (!pController) {
                 break;

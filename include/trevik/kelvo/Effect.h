@@ -32,6 +32,7 @@ public:
     Effect(Effect const& other);
     ~Effect() override;
 
+    /** A new effect with the same values and controllers, owned by the caller; null when out of memory. */
     virtual Effect* Clone() const = 0;
     virtual unsigned int GetClassID() const = 0;
     virtual unsigned int GetClassSize() const = 0;
@@ -75,6 +76,10 @@ public:
     bool Load(Deserializer& deserializer);
 
 protected:
+    /** Returns a new copy with its properties registered; deletes it and returns null when memory is short.
+     */
+    static Effect* RegisterCopy(Effect* pCopy);
+
     PropertyList m_properties;
 
 private:

@@ -73,6 +73,9 @@ public:
 
     /** Id of the property's name; 0 before Initialize. */
     unsigned int GetID() const { return m_nID; }
+    /** Whether it is a copy for whose value or controllers there was no memory; not asked after Initialize.
+     */
+    bool IsTorn() const { return m_nID == TornID; }
 
     /**
      * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
@@ -87,6 +90,9 @@ public:
     }
 
 protected:
+    /** Stands for the id of a torn copy: ids of names have 31 bits. */
+    static constexpr unsigned int TornID = 0xffffffffu;
+
     Property(Property const& other) : m_nID(other.m_nID) {}
     Property& operator=(Property const&) = delete;
 

@@ -27,7 +27,7 @@ public:
 
     /**
      * Enters a property under an id; a property already entered under that id is replaced. False when out of
-     * memory.
+     * memory. A torn copy is entered, too.
      */
     bool Register(unsigned int nPropertyID, Property* pProperty);
 
@@ -69,8 +69,10 @@ public:
     /** Whether any property has a controller (as of the last Update). */
     bool HasAnimated() const { return m_pFirstAnimated != nullptr; }
 
-    /** Whether no registration has failed for lack of memory. */
+    /** Whether memory has sufficed for all registrations and for all that the owner was copied from. */
     bool IsWhole() const { return m_fWhole; }
+    /** Notes, if so, that there was no memory for a part of the owner: the list is not whole any more. */
+    void NoteShortage(bool fShort) { m_fWhole = m_fWhole && !fShort; }
 
     /**
      * Writes every property as a child node (tag "Property", type = property id) of the current node. False
@@ -97,7 +99,7 @@ private:
 
     unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when the animated were collected; 0 = never
     bool m_fSeveralAnimated = false; ///< m_otherAnimated has entries
-    bool m_fWhole = true;            ///< no registration has failed for lack of memory
+    bool m_fWhole = true;            ///< see IsWhole
     Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
     List<Property*> m_otherAnimated;
     List<Entry> m_entries;

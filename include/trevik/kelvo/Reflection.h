@@ -56,7 +56,7 @@
 #define TREVIK_EFFECT_REFLECTION(Class, Base, Resource)                                                      \
     TREVIK_CLASS_IDENTITY(Class, Base)                                                                       \
     Effect* Clone() const override {                                                                         \
-        return new (std::nothrow) Class(*this);                                                              \
+        return RegisterCopy(new (std::nothrow) Class(*this));                                                \
     }                                                                                                        \
     unsigned int GetResourceClassID() const override {                                                       \
         return ::trevik::HashName(Resource);                                                                 \
