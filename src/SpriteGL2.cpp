@@ -39,7 +39,10 @@ Ref<Texture> SpriteGL2::s_antialiasFilter;
 SpriteGL2::SpriteGL2() = default;
 
 SpriteGL2::SpriteGL2(SpriteGL2 const& other)
-    : Sprite(other), m_vertices(other.m_vertices), m_textureCoords(other.m_textureCoords) {}
+    : Sprite(other), m_vertices(other.m_vertices), m_textureCoords(other.m_textureCoords) {
+    m_properties.NoteShortage(m_vertices.GetCount() != other.m_vertices.GetCount() ||
+                              m_textureCoords.GetCount() != other.m_textureCoords.GetCount());
+}
 
 SpriteGL2::~SpriteGL2() = default;
 
@@ -133,12 +136,9 @@ inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
 
 /** Whether an effect has drawn the sprite. Apart, as most sprites have none and need no registers for it. */
 TREVIK_NOINLINE bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
-    // By index: an effect may attach others to the sprite when it is asked.
-    bool fDrawn = false;
-    for (unsigned int nEffect = 0; !fDrawn && nEffect < m_effects.GetCount(); ++nEffect) {
-        fDrawn = m_effects[nEffect]->OverrideDrawSprite(device, *this, m_rEffectiveOpacity);
-    }
-    return fDrawn;
+    return CallEach(m_effects, [this, &device](Effect& effect) {
+        return effect.OverrideDrawSprite(device, *this, m_rEffectiveOpacity);
+    });
 }
 
 void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {

@@ -22,7 +22,7 @@ public:
     TREVIK_NODE_REFLECTION(SpriteGL2, Sprite, "Sprite", VisitDrawable)
 
     SpriteGL2();
-    /** Copies the host sprite and both vertex streams. */
+    /** Copies the host sprite and both vertex streams; without memory its property list is not whole. */
     SpriteGL2(SpriteGL2 const& other);
     ~SpriteGL2() override;
 

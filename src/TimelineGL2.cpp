@@ -21,10 +21,10 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
     bool const fDepth = m_depth.GetValue();
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);
-    // By index: an effect may attach others to the timeline when it is called.
-    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
-        m_effects[nEffect]->PreRender(device);
-    }
+    CallEach(m_effects, [&device](Effect& effect) {
+        effect.PreRender(device);
+        return false;
+    });
     // The recorded state is asked for and not used: kept for the call it makes on devices that override it.
     static_cast<void>(device.IsDepthTestEnabled());
     int const nDepthTest = m_depthTest.GetValue();
@@ -45,9 +45,10 @@ void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
     }
     // Applies what the device records now, not what was in force before the children: intended.
     device.SetDepthTestEnabled(device.IsDepthTestEnabled());
-    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
-        m_effects[nEffect]->PostRender(device);
-    }
+    CallEach(m_effects, [&device](Effect& effect) {
+        effect.PostRender(device);
+        return false;
+    });
     device.PopCameraDepth(m_depth.GetValue());
     if (m_pCamera) {
         device.PopCamera();

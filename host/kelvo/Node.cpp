@@ -1,5 +1,7 @@
 #include "trevik/kelvo/Node.h"
 
+#include <algorithm>
+
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
@@ -29,22 +31,15 @@ Node::~Node() {
     ReleaseChildren();
 }
 
-/** Not recursive, so that a tree of any depth can be released. */
 void Node::ReleaseChildren() {
-    List<Node*> pending;
-    pending.Swap(m_children);
-    while (!pending.IsEmpty()) {
-        Node* const pNode = pending.Last();
-        pending.RemoveLast();
-        pNode->SetParent(nullptr);
-        // The last reference: its children are released here rather than by its destructor. When there is no
-        // memory to note them all, the rest is left to it.
-        if (pNode->GetReferenceCount() == 1) {
-            while (!pNode->m_children.IsEmpty() && pending.Append(pNode->m_children.Last())) {
-                pNode->m_children.RemoveLast();
-            }
-        }
-        pNode->ReleaseReference();
+    // All of them first: what goes with one of them may look at the others.
+    for (Node* pChild : m_children) {
+        pChild->SetParent(nullptr);
+    }
+    while (!m_children.IsEmpty()) {
+        Node* const pChild = m_children.Last();
+        m_children.RemoveLast();
+        pChild->ReleaseReference();
     }
 }
 
@@ -71,16 +66,105 @@ bool Node::CanAttach(Node const* pChild) const {
         TraceRefusedChild(*this, u"is null");
         return false;
     }
-    bool fAbove = pChild == this;
-    if (!pChild->m_children.IsEmpty()) { // a node without children is nobody's ancestor
-        for (Node const* pNode = m_pParent; pNode && !fAbove; pNode = pNode->m_pParent) {
-            fAbove = pNode == pChild;
+    if (IsKeptBy(*pChild)) {
+        TraceRefusedChild(*this, u"is this node itself or keeps it alive");
+        return false;
+    }
+    if (pChild->m_pParent != this && !HasRoomBelow(*pChild)) {
+        TraceRefusedChild(*this, u"would lie too deep");
+        return false;
+    }
+    return true;
+}
+
+char16_t const* Node::FindHoldFault(Node const& node) const {
+    if (IsKeptBy(node)) {
+        return u"keeps it alive";
+    }
+    return node.m_pParent || HasRoomBelow(node) ? nullptr : u"would lie too deep";
+}
+
+/**
+ * Whether this node is `node`, or is kept alive by it, directly or through others. Without memory to tell, it
+ * is.
+ */
+bool Node::IsKeptBy(Node const& node) const {
+    bool fHeld = false;
+    for (Node const* pNode = this; pNode; pNode = pNode->m_pParent) {
+        if (pNode == &node) {
+            return true;
+        }
+        fHeld = fHeld || pNode->m_pFirstHolder;
+    }
+    if (!fHeld || (node.m_children.IsEmpty() && !node.m_pHeld)) {
+        return false;
+    }
+    // Several ways may lead up to a node, as from a camera below its timeline: each node is looked at once.
+    List<Node const*> seen;
+    auto const See = [&seen](Node const* pNode) {
+        if (!pNode || pNode->m_fSeen) {
+            return true;
+        }
+        pNode->m_fSeen = seen.Append(pNode);
+        return pNode->m_fSeen;
+    };
+    bool fKept = !See(this);
+    for (unsigned int nSeen = 0; nSeen < seen.GetCount() && !fKept; ++nSeen) {
+        Node const* const pNode = seen[nSeen];
+        fKept = pNode == &node || !See(pNode->m_pParent);
+        for (Node const* pHolder = pNode->m_pFirstHolder; pHolder && !fKept;
+             pHolder = pHolder->m_pNextHolder) {
+            fKept = !See(pHolder);
         }
     }
-    if (fAbove) {
-        TraceRefusedChild(*this, u"is this node itself or above it");
+    for (Node const* pNode : seen) {
+        pNode->m_fSeen = false;
     }
-    return !fAbove;
+    return fKept;
+}
+
+/** Whether the tree stays within MaximumDepth when `node` comes below this one. */
+bool Node::HasRoomBelow(Node const& node) const {
+    return CountLevelsAbove() + node.CountLevelsBelow() <= MaximumDepth;
+}
+
+/** From the top of the tree down to this node. A top that others hold lies below them. */
+unsigned int Node::CountLevelsAbove() const {
+    unsigned int nLevels = 1;
+    Node const* pTop = this;
+    for (; pTop->m_pParent; pTop = pTop->m_pParent) {
+        ++nLevels;
+    }
+    unsigned int nAbove = 0;
+    for (Node const* pHolder = pTop->m_pFirstHolder; pHolder; pHolder = pHolder->m_pNextHolder) {
+        nAbove = std::max(nAbove, pHolder->CountLevelsAbove());
+    }
+    return nAbove + nLevels;
+}
+
+/** From this node down. */
+unsigned int Node::CountLevelsBelow() const {
+    unsigned int nBelow = m_pHeld && !m_pHeld->m_pParent ? m_pHeld->CountLevelsBelow() : 0;
+    for (Node const* pChild : m_children) {
+        nBelow = std::max(nBelow, pChild->CountLevelsBelow());
+    }
+    return nBelow + 1;
+}
+
+void Node::NoteHeld(Node* pNode) {
+    if (m_pHeld) {
+        Node** ppHolder = &m_pHeld->m_pFirstHolder;
+        while (*ppHolder != this) {
+            ppHolder = &(*ppHolder)->m_pNextHolder;
+        }
+        *ppHolder = m_pNextHolder;
+    }
+    m_pHeld = pNode;
+    m_pNextHolder = nullptr;
+    if (pNode) {
+        m_pNextHolder = pNode->m_pFirstHolder;
+        pNode->m_pFirstHolder = this;
+    }
 }
 
 void Node::Attach(Node* pChild) {
@@ -113,7 +197,7 @@ void Node::SetParent(Node* pParent) {
     m_pParent = pParent;
     m_nParentVersion = 0;
     if (m_pTransformNode) {
-        m_pTransformNode->m_pParentTransform = pParent ? pParent->m_pTransformNode : nullptr;
+        m_pTransformNode->SetSpace(pParent);
     }
 }
 
@@ -283,8 +367,10 @@ Node* Node::CloneChildrenInto(Node* pCopy) const {
         delete pCopy;
         return nullptr;
     }
-    if (pCopy && IsKindOf(Timeline::ClassID)) {
-        static_cast<Timeline*>(pCopy)->TakeCopiedCamera(static_cast<Timeline const&>(*this));
+    if (pCopy && IsKindOf(Timeline::ClassID) &&
+        !static_cast<Timeline*>(pCopy)->TakeCopiedCamera(static_cast<Timeline const&>(*this))) {
+        delete pCopy;
+        return nullptr;
     }
     return pCopy;
 }

@@ -52,6 +52,9 @@ Ref<Node> LoadCurrentNode(Deserializer& deserializer) {
 
 } // namespace
 
+// Below the deepest node there is room for its properties and their controllers.
+static_assert(Node::MaximumDepth + 4 <= DocumentNode::MaximumDepth, "documents hold every tree");
+
 bool SaveNode(Serializer& serializer, unsigned int nTagID, Node& node) {
     if (!serializer.PushTag(nTagID, node.GetFactoryClassID())) {
         Debug::TraceFormat(TraceLevel::Error,
@@ -66,7 +69,8 @@ bool SaveNode(Serializer& serializer, unsigned int nTagID, Node& node) {
 
 Ref<Node> LoadNode(Deserializer& deserializer, unsigned int nChild) {
     unsigned int const nDepth = deserializer.GetDepth();
-    if (nDepth >= DocumentNode::MaximumDepth || !deserializer.PushChild(nChild)) {
+    // A scene's own document node stands above the topmost node's.
+    if (nDepth > Node::MaximumDepth || !deserializer.PushChild(nChild)) {
         deserializer.Fail(u"its children lie too deep, or memory is short");
         return nullptr;
     }

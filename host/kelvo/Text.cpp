@@ -79,11 +79,13 @@ Text::Text(Text const& other)
       m_pFont(other.m_pFont), m_pPolygonalFont(other.m_pPolygonalFont) {
     SetTextMarks();                  // all of them are set, so the copy lays itself out
     if (other.m_pBackgroundSprite) { // a copy of its own: it is fitted to the text
-        m_pBackgroundSprite = static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree());
+        TakeBackground(static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree()));
+        m_properties.NoteShortage(!m_pBackgroundSprite);
     }
 }
 
 Text::~Text() {
+    TakeBackground(nullptr);
     delete m_pLayout;
 }
 
@@ -156,6 +158,23 @@ void Text::SetFont(Font* pFont) {
     bool const fPolygonal = pFont && pFont->GetFactoryClassID() == PolygonalFont::FactoryClassID;
     m_pPolygonalFont = fPolygonal ? static_cast<PolygonalFont*>(pFont) : nullptr;
     m_nMarks |= LayoutMark;
+}
+
+void Text::SetBackground(Sprite* pSprite) {
+    char16_t const* const pFault = pSprite ? FindHoldFault(*pSprite) : nullptr;
+    if (pFault) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: no text can stand before a sprite that %s",
+                           GetPath().GetData(), pFault);
+        return;
+    }
+    TakeBackground(pSprite);
+    m_renderSize.Notify(true);
+}
+
+void Text::TakeBackground(Sprite* pSprite) {
+    Ref<Sprite> const pFormer(m_pBackgroundSprite);
+    m_pBackgroundSprite = pSprite;
+    NoteHeld(pSprite);
 }
 
 inline bool Text::IsLayoutDue() const {
@@ -306,12 +325,9 @@ void Text::InternalRender(GraphicsDevice& device) {
         return;
     }
     UpdateLayout();
-    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
-        if (m_effects[nEffect]->OverrideDrawText(device, *this)) {
-            return;
-        }
-    }
-    if (m_batches.IsEmpty()) {
+    bool const fDrawn = CallEach(
+        m_effects, [this, &device](Effect& effect) { return effect.OverrideDrawText(device, *this); });
+    if (fDrawn || m_batches.IsEmpty()) {
         return;
     }
     bool const fScaled = m_pixelSize != Vector2T<RealFloat>(1, 1);
@@ -408,8 +424,11 @@ bool Text::InternalLoad(Deserializer& deserializer) {
     if (pNode && !pNode->IsKindOf(Sprite::ClassID)) {
         return deserializer.Fail(u"its background is no sprite");
     }
+    if (char16_t const* const pFault = pNode ? FindHoldFault(*pNode) : nullptr) {
+        return deserializer.Fail(u"its background %s", pFault);
+    }
     if (pNode) {
-        m_pBackgroundSprite = static_cast<Sprite*>(pNode.Get());
+        TakeBackground(static_cast<Sprite*>(pNode.Get()));
     }
     if (pFont) {
         SetFont(pFont.Get());

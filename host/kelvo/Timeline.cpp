@@ -1,8 +1,6 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <cmath>
-#include <unordered_set>
-#include <vector>
 
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
@@ -51,14 +49,16 @@ Timeline::Timeline(Timeline const& other)
       m_rFrameDelay(other.m_rFrameDelay), m_pfnTimeMap(other.m_pfnTimeMap), m_fPlaying(other.m_fPlaying),
       m_fAutoPlay(other.m_fAutoPlay), m_fBackwards(other.m_fBackwards) {
     m_fUpdatesSubtree = true;
-    if (other.m_pCamera && other.m_pCamera->GetParent()) {
-        m_pCamera = other.m_pCamera;
-    } else if (other.m_pCamera) {
-        m_pCamera = static_cast<Camera*>(other.m_pCamera->CloneTree());
+    Camera* const pCamera = other.m_pCamera.Get();
+    if (pCamera) {
+        TakeCamera(pCamera->GetParent() ? pCamera : static_cast<Camera*>(pCamera->CloneTree()));
+        m_properties.NoteShortage(!m_pCamera);
     }
 }
 
-Timeline::~Timeline() = default;
+Timeline::~Timeline() {
+    TakeCamera(nullptr);
+}
 
 void Timeline::Rewind() {
     m_rFrame = m_firstFrame.GetValue();
@@ -68,7 +68,7 @@ void Timeline::Rewind() {
 
 void Timeline::Reset() {
     Rewind();
-    if (m_pCamera) {
+    if (m_pCamera && !m_pCamera->GetParent()) {
         m_pCamera->Reset();
     }
     TransformNode::Reset();
@@ -89,7 +89,7 @@ void Timeline::Reload() {
         Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: its camera is not where it was attached",
                            GetPath().GetData());
     }
-    if (m_pCamera) {
+    if (m_pCamera && !m_pCamera->GetParent()) {
         m_pCamera->Reload();
     }
     TransformNode::Reload();
@@ -374,45 +374,32 @@ RealFloat Timeline::GetMappedFrame() const {
     return first + m_pfnTimeMap(played < 0 ? RealFloat(0) : played > 1 ? RealFloat(1) : played) * length;
 }
 
-/** Whether the camera keeps this timeline alive: as one below it, or below a camera that such a one holds. */
-bool Timeline::IsHeldBy(Camera& camera) const {
-    std::unordered_set<Node const*> seen;
-    std::vector<Node*> pending(1, &camera);
-    while (!pending.empty()) {
-        Node* const pNode = pending.back();
-        pending.pop_back();
-        if (pNode == this) {
-            return true;
-        }
-        if (!seen.insert(pNode).second) {
-            continue;
-        }
-        pending.insert(pending.end(), pNode->GetChildren().begin(), pNode->GetChildren().end());
-        Timeline* const pTimeline = pNode->IsKindOf(ClassID) ? static_cast<Timeline*>(pNode) : nullptr;
-        if (pTimeline && pTimeline->m_pCamera) {
-            pending.push_back(pTimeline->m_pCamera.Get());
-        }
-    }
-    return false;
-}
-
 void Timeline::SetCamera(Camera* pCamera) {
-    if (pCamera && IsHeldBy(*pCamera)) {
-        Debug::TraceFormat(TraceLevel::Error,
-                           u"[kelvo] %s: no timeline can look through a camera that keeps it alive",
-                           GetPath().GetData());
+    char16_t const* const pFault = pCamera ? FindHoldFault(*pCamera) : nullptr;
+    if (pFault) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: no timeline can look through a camera that %s",
+                           GetPath().GetData(), pFault);
         return;
     }
-    m_pCamera = pCamera;
+    TakeCamera(pCamera);
 }
 
-/** After the children of `original` have been copied: if its camera is among them, the copy is this one's. */
-void Timeline::TakeCopiedCamera(Timeline const& original) {
-    bool const fAttached = original.m_pCamera && original.m_pCamera->GetParent();
-    if (!fAttached || !FindWay(original, *original.m_pCamera, m_cameraWay) || m_cameraWay[0] != 0 ||
-        !TakeCameraOnWay()) {
-        m_cameraWay.Release();
+void Timeline::TakeCamera(Camera* pCamera) {
+    Ref<Camera> const pFormer(m_pCamera);
+    m_pCamera = pCamera;
+    NoteHeld(pCamera);
+}
+
+/**
+ * After the children of `original` have been copied: if its camera is among them, the copy is this one's.
+ * False when memory is short.
+ */
+bool Timeline::TakeCopiedCamera(Timeline const& original) {
+    Node const* pAbove = original.m_pCamera.Get();
+    while (pAbove && pAbove != &original) {
+        pAbove = pAbove->GetParent();
     }
+    return !pAbove || (FindWay(original, *original.m_pCamera, m_cameraWay) && TakeCameraOnWay());
 }
 
 /** Looks through the camera that m_cameraWay leads to; false when there is none. The way is used up. */
@@ -420,10 +407,10 @@ bool Timeline::TakeCameraOnWay() {
     Node* const pNode = FollowWay(*this, m_cameraWay);
     m_cameraWay.Release();
     Camera* const pCamera = pNode && pNode->IsKindOf(Camera::ClassID) ? static_cast<Camera*>(pNode) : nullptr;
-    if (!pCamera || IsHeldBy(*pCamera)) {
+    if (!pCamera || FindHoldFault(*pCamera)) {
         return false;
     }
-    m_pCamera = pCamera;
+    TakeCamera(pCamera);
     return true;
 }
 
@@ -519,8 +506,11 @@ bool Timeline::LoadCamera(Deserializer& deserializer) {
     if (pNode && !pNode->IsKindOf(Camera::ClassID)) {
         return deserializer.Fail(u"its camera is no camera");
     }
+    if (char16_t const* const pFault = pNode ? FindHoldFault(*pNode) : nullptr) {
+        return deserializer.Fail(u"its camera %s", pFault);
+    }
     if (pNode) {
-        m_pCamera = static_cast<Camera*>(pNode.Get());
+        TakeCamera(static_cast<Camera*>(pNode.Get()));
     }
     return true;
 }

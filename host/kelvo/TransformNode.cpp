@@ -73,11 +73,11 @@ TransformNode::TransformNode(TransformNode const& other)
     SetPropertyMarks();
     for (Mask* pMask : other.m_masks) {
         Ref<Mask> const pCopy(pMask->Clone());
-        AppendReference(m_masks, pCopy.Get());
+        m_properties.NoteShortage(!AppendReference(m_masks, pCopy.Get()));
     }
     for (Effect* pEffect : other.m_effects) {
         Ref<Effect> const pCopy(pEffect->Clone());
-        AppendReference(m_effects, pCopy.Get());
+        m_properties.NoteShortage(!AppendReference(m_effects, pCopy.Get()));
     }
 }
 
@@ -124,9 +124,9 @@ void TransformNode::Render(GraphicsDevice& device) {
 inline void TransformNode::FetchForDrawing(Node const* pNode) {
     char const* const pBytes = reinterpret_cast<char const*>(pNode);
     __builtin_prefetch(pBytes);
-    __builtin_prefetch(pBytes + 3 * CacheLine);              // m_nMarks to m_rEffectiveOpacity
-    __builtin_prefetch(pBytes + 4 * CacheLine);              // m_worldMatrix
-    __builtin_prefetch(pBytes + 5 * CacheLine);              // m_masks, m_effects
+    __builtin_prefetch(pBytes + 4 * CacheLine);              // m_nMarks to m_rEffectiveOpacity
+    __builtin_prefetch(pBytes + 5 * CacheLine);              // m_worldMatrix
+    __builtin_prefetch(pBytes + 6 * CacheLine);              // m_masks, m_effects
     __builtin_prefetch(pBytes + sizeof(Sprite) - CacheLine); // m_nStyle, m_pTexture; geometry
 }
 
@@ -234,7 +234,7 @@ inline unsigned int TransformNode::FindParentChange() const {
         return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
     }
     // Of a parent without a transform of this kind nobody knows when its matrix changes.
-    return m_pParent || m_nParentVersion != NoParent ? ParentMoved : 0u;
+    return m_pSpace || m_nParentVersion != NoParent ? ParentMoved : 0u;
 }
 
 inline void TransformNode::UpdateOpacity() {
@@ -244,8 +244,8 @@ inline void TransformNode::UpdateOpacity() {
     RealFloat opacity = m_rOwnOpacity;
     if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
         opacity *= m_pParentTransform->m_rEffectiveOpacity;
-    } else if (m_pParent) {
-        opacity *= m_pParent->GetOpacity();
+    } else if (m_pSpace) {
+        opacity *= m_pSpace->GetOpacity();
     }
     m_rEffectiveOpacity = opacity;
 }
@@ -275,10 +275,10 @@ void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& fram
 }
 
 void TransformNode::UpdateEffects(Arguments const& arguments) {
-    for (unsigned int nEffect = 0; nEffect < m_effects.GetCount(); ++nEffect) {
-        m_effects[nEffect]->Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta,
-                                   arguments.m_fForce);
-    }
+    CallEach(m_effects, [&arguments](Effect& effect) {
+        effect.Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, arguments.m_fForce);
+        return false;
+    });
 }
 
 inline void TransformNode::PlaceOrigin() {
@@ -318,8 +318,8 @@ void TransformNode::CalculateAnyTransform() {
     if (m_pParentTransform) {
         m_nParentVersion = m_pParentTransform->m_nTransformVersion;
         Matrix4Multiply(m_localMatrix, m_pParentTransform->m_worldMatrix, m_worldMatrix);
-    } else if (m_pParent) {
-        Matrix4Multiply(m_localMatrix, m_pParent->GetWorldMatrix(), m_worldMatrix);
+    } else if (m_pSpace) {
+        Matrix4Multiply(m_localMatrix, m_pSpace->GetWorldMatrix(), m_worldMatrix);
     } else {
         m_worldMatrix = m_localMatrix;
         m_nParentVersion = NoParent;

@@ -448,17 +448,11 @@ TEST(SceneSaveLoad, WithoutMemoryItIsSavedWholeOrNotAtAll) {
                           });
 }
 
-TEST(SceneSaveLoad, TreesDeeperThanDocumentsAreNotSaved) {
+TEST(SceneSaveLoad, TreesOfAsManyLevelsAsThereMayBeAreSavedAndLoadedAndNoDeeperOnes) {
     Sample sample;
-    sample.m_pRoot->Attach(MakeChain(20000, new TransformNode).Get());
-    TraceLog log;
-    EXPECT_FALSE(sample.Save());
-    EXPECT_EQ(log.GetLines().size(), 1u);
-}
-
-TEST(SceneSaveLoad, TreesAsDeepAsDocumentsAreSavedAndLoaded) {
-    Sample sample;
-    sample.m_pRoot->Attach(MakeChain(1000, new TransformNode).Get());
+    Ref<TestSprite> const pBottom = Make<TestSprite>("bottom");
+    Animate<RealFloat>(pBottom->GetOpacityProperty(), 0, {0, 1});
+    sample.m_pRoot->Attach(MakeChain(Node::MaximumDepth - 1, pBottom.Get()).Get());
     Ref<DocumentNode> const pDocument = sample.Save();
     ASSERT_TRUE(pDocument);
     Scene scene;
@@ -467,6 +461,20 @@ TEST(SceneSaveLoad, TreesAsDeepAsDocumentsAreSavedAndLoaded) {
     Serializer serializer;
     ASSERT_TRUE(scene.Save(serializer));
     EXPECT_EQ(Flatten(serializer.Finish()), Flatten(pDocument));
+    DocumentNode* pDeepest = pDocument.Get();
+    for (DocumentNode* pNode = pDeepest; pNode;) {
+        pDeepest = pNode;
+        pNode = nullptr;
+        for (unsigned int nChild = 0; nChild < pDeepest->GetChildCount(); ++nChild) {
+            if (pDeepest->GetChild(nChild)->GetTagID() == NodeTag) {
+                pNode = pDeepest->GetChild(nChild);
+            }
+        }
+    }
+    pDeepest->AddChild(Ref<DocumentNode>(new DocumentNode(NodeTag, TransformNode::ClassID)));
+    Deserializer deeper(pDocument, sample.m_registry);
+    TraceLog log;
+    EXPECT_FALSE(Scene().Load(deeper));
 }
 
 TEST(SceneSaveLoad, ANodeThatFailsIsNotLeftAttached) {

@@ -431,7 +431,7 @@ TEST(Timeline, DeepNestsOfTimelinesAreUpdatedAndDrawn) {
     device.m_fNoting = false;
     Ref<TestSprite> const pBottom = Make<TestSprite>("bottom");
     Ref<Node> pNode = pBottom;
-    for (int nLevel = 0; nLevel < 10000; ++nLevel) {
+    for (int nLevel = 0; nLevel < 1000; ++nLevel) {
         Ref<TestTimeline> const pTimeline(new TestTimeline);
         pTimeline->Attach(pNode.Get());
         pNode = pTimeline;

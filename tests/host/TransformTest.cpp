@@ -120,13 +120,15 @@ TEST(Transform, IsUpdatedBesideASiblingWhileItSharesTheParent) {
     pGuest->Update(pair.m_device, 0);
     ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Place(*pGuest, p), RealFloat(1e-3));
     EXPECT_EQ(pGuest->GetOpacity(), 1);
-    // One with a parent gets it back, from which it is not even moved.
+    // One with a parent gets it back, from which it is not even moved; beside a sibling without a parent it
+    // has none.
     Ref<TransformNode> const pOwn = Make<TransformNode>("own");
     pOwn->GetPositionProperty().SetValue(Vector3(100, 0, 0));
     pOwn->Attach(pGuest.Get());
     {
-        TransformNode::SharedParent const parent(*pGuest, *pair.m_pInner);
+        TransformNode::SharedParent const parent(*pGuest, *pair.m_pOuter);
         pGuest->Update(pair.m_device, 0);
+        ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Place(*pGuest, p), RealFloat(1e-3));
     }
     pOwn->Update(pair.m_device, 0);
     ExpectNear(Apply(pGuest->GetWorldMatrix(), p), Vector3(100, 0, 0) + Place(*pGuest, p), RealFloat(1e-3));

@@ -327,6 +327,14 @@ TEST_F(SpriteTest, ACloneHasGeometryOfItsOwn) {
     pSprite->SetTexture(MakeTexture(8, 8).Get());
     EXPECT_EQ(pClone->GetVertices()[0].x, 0);
     EXPECT_EQ(CoordsOf(*pClone), (Floats{0, 0.25f, 0, 0, 0.5f, 0.25f, 0.5f, 0}));
+    Ref<Node> pWhole; // or none
+    for (unsigned int nAllocations = 0; !pWhole; ++nAllocations) {
+        Allocation::FailAfter(nAllocations);
+        pWhole = pSprite->Clone();
+        Allocation::FailNever();
+    }
+    EXPECT_EQ(VerticesOf(static_cast<SpriteGL2&>(*pWhole)), VerticesOf(*pSprite));
+    EXPECT_EQ(CoordsOf(static_cast<SpriteGL2&>(*pWhole)), CoordsOf(*pSprite));
 }
 
 TEST_F(SpriteTest, CountsItsRendering) {

@@ -129,6 +129,23 @@ TEST_F(TimelineGL2Test, EffectsThatAnEffectAttachesAreCalledAfterIt) {
     EXPECT_EQ(notes, expected);
 }
 
+TEST_F(TimelineGL2Test, AnEffectThatRemovesItselfLeavesNoOtherOut) {
+    struct LeavingEffect : NotingEffect {
+        TransformNode& m_node;
+        LeavingEffect(Strings& notes, TransformNode& node) : NotingEffect("first", notes), m_node(node) {}
+        void PreRender(GraphicsDevice& device) override {
+            m_node.RemoveEffect(this);
+            NotingEffect::PreRender(device);
+        }
+    };
+    Strings notes;
+    m_pTimeline->AddEffect(new LeavingEffect(notes, *m_pTimeline));
+    m_pTimeline->AddEffect(new NotingEffect("second", notes));
+    m_pTimeline->PreRenderChildren(Device());
+    m_pTimeline->PostRenderChildren(Device());
+    EXPECT_EQ(notes, (Strings{"first before", "second before", "second after"}));
+}
+
 TEST_F(TimelineGL2Test, TheDepthTestPropertyHasThreeMeanings) {
     struct Case {
         int value;

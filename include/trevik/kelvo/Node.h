@@ -35,6 +35,13 @@ class TransformNode;
  */
 class TREVIK_API Node : public Referenced, public ITraceable {
 public:
+    /**
+     * The most levels that a tree has, all of them counted: from the topmost node down over children, and
+     * over what a timeline or a text holds besides them while that hangs from no parent. What would be deeper
+     * is refused wherever it is put together, since drawing, saving, copying and visiting a tree recurse.
+     */
+    static constexpr unsigned int MaximumDepth = 1020;
+
     static constexpr unsigned int ClassID = HashName("Node");
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
 
@@ -50,8 +57,8 @@ public:
     // Reflection, implemented by each concrete class through TREVIK_NODE_REFLECTION.
 
     /**
-     * A new object of the same concrete class, without children, owned by the caller; null when out of
-     * memory.
+     * A new object of the same concrete class, without children, owned by the caller; null when there is not
+     * the memory for all of it.
      */
     virtual Node* Clone() const = 0;
     /** Id of the concrete class's own name. */
@@ -77,7 +84,9 @@ public:
     virtual NodeUserdata* GetUserData();
     virtual NodeUserdata const* GetUserData() const;
     /**
-     * Appends a child. Null, itself and ancestors are refused (traced). A child of another parent is moved.
+     * Appends a child. A child of another parent is moved. Refused (traced), with nothing changed, are null,
+     * the node itself, ancestors and whatever else keeps this node alive, what would make the tree deeper
+     * than MaximumDepth, and any child when memory is short.
      */
     virtual void Attach(Node* pChild);
     /** Inserts `pChild` before `pSibling`, a child of this node; appends when it is none. */
@@ -185,7 +194,7 @@ protected:
     }
     /**
      * Registers a new copy's properties, so that none of their changes is missed, and returns it; deletes it
-     * and returns null when memory is short. Null stays null.
+     * and returns null when memory was short for any part of it. Null stays null.
      */
     static Node* RegisterCopy(Node* pCopy) {
         if (pCopy) {
@@ -208,6 +217,16 @@ protected:
      * fails.
      */
     Node* CloneChildrenInto(Node* pCopy) const;
+    /**
+     * What speaks against this node holding another one besides its children, as a timeline its camera: "...
+     * keeps it alive" or "would lie too deep". Null when nothing does.
+     */
+    char16_t const* FindHoldFault(Node const& node) const;
+    /**
+     * Is told of the one node that this one holds besides its children, by those who take and drop that
+     * reference; null when it holds none.
+     */
+    void NoteHeld(Node* pNode);
 
     // Every frame reads what stands up to the first words of m_properties, which end the first cache line.
     List<Node*> m_children; ///< in attachment order, one reference each
@@ -222,6 +241,7 @@ protected:
      * place of the change up to the nearest one that updates its own subtree.
      */
     bool m_fSubtreeChanged = true;
+    mutable bool m_fSeen = false;      ///< by IsKeptBy, while it looks around
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     PropertyList m_properties;
     Node* m_pParent = nullptr;
@@ -237,9 +257,16 @@ private:
     void RemoveChild(unsigned int nIndex);
     void ReleaseChildren();
     void MarkSubtreeChanged();
+    bool IsKeptBy(Node const& node) const;
+    bool HasRoomBelow(Node const& node) const;
+    unsigned int CountLevelsAbove() const;
+    unsigned int CountLevelsBelow() const;
 
     StringEncoded<UTF16Encoding> m_sName;
     Ref<NodeUserdata> m_pUserdata;
+    Node* m_pHeld = nullptr;        ///< what this node keeps alive besides its children
+    Node* m_pFirstHolder = nullptr; ///< of those that keep this node alive in that way
+    Node* m_pNextHolder = nullptr;  ///< the next one of those that hold m_pHeld
 };
 
 } // namespace trevik::kelvo

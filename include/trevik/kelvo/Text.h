@@ -124,11 +124,12 @@ public:
     void SetFont(Font* pFont);
     /** A sprite that is drawn behind the text, fitted to it; held by reference, not a child. */
     Sprite* GetBackground() const { return m_pBackgroundSprite.Get(); }
-    /** Notifies of "RenderSize", so that whoever fits the sprite to it fits the new one. */
-    void SetBackground(Sprite* pSprite) {
-        m_pBackgroundSprite = pSprite;
-        m_renderSize.Notify(true);
-    }
+    /**
+     * Notifies of "RenderSize", so that whoever fits the sprite to it fits the new one. A sprite that keeps
+     * the text alive, such as one that it hangs from, and one that would lie too deep (Node::MaximumDepth)
+     * are refused (traced).
+     */
+    void SetBackground(Sprite* pSprite);
 
 protected:
     StringProperty m_text;       ///< "Text", empty
@@ -163,6 +164,7 @@ private:
     };
 
     void SetTextMarks();
+    void TakeBackground(Sprite* pSprite);
     bool IsLayoutDue() const;
     bool IsLayoutBound() const;
     bool TakeColors();

@@ -42,7 +42,10 @@ public:
     Timeline(Timeline const& other);
     ~Timeline() override;
 
-    /** Back to the first frame, playing if it plays from the start; then the camera and the children. */
+    /**
+     * Back to the first frame, playing if it plays from the start; then the camera, unless it is attached
+     * somewhere, and the children.
+     */
     void Reset() override;
     /**
      * Shows the subtree as it is when the enclosing timeline stands at `frame`; no time passes. A timeline
@@ -117,7 +120,8 @@ public:
      *
      * Attached below the timeline, it is found again below a copy of the tree; attached elsewhere, it is the
      * copy's camera too. A tree that is saved and loaded has it where it was attached. One that keeps the
-     * timeline alive, such as one that it hangs from, is refused (traced): the two would never go.
+     * timeline alive, such as one that it hangs from, is refused (traced), and so is one that would lie too
+     * deep (Node::MaximumDepth).
      */
     Camera* GetCamera() const { return m_pCamera.Get(); }
     void SetCamera(Camera* pCamera);
@@ -150,8 +154,8 @@ private:
     bool FlattenTree();
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
     void CountSubtrees();
-    bool IsHeldBy(Camera& camera) const;
-    void TakeCopiedCamera(Timeline const& original);
+    void TakeCamera(Camera* pCamera);
+    bool TakeCopiedCamera(Timeline const& original);
     bool TakeCameraOnWay();
     bool SaveTimeMap(Serializer& serializer) const;
     bool SaveCamera(Serializer& serializer) const;

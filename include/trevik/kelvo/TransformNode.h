@@ -66,20 +66,16 @@ public:
     bool IsHidden() const { return !(GetDrawState() & Visible) || !(m_rEffectiveOpacity > 0); }
 
     /**
-     * While it lives, a node that is nobody's child is updated as if it were a child of another one's parent,
-     * with its matrix and opacity. For what belongs to a node without hanging from it. A node with a parent
-     * of its own gets that one back afterwards.
+     * While it lives, a node is updated as if it were a child of another one's parent, with its matrix and
+     * opacity, or had none, as that one. For what belongs to a node without hanging from it. A node with a
+     * parent of its own stands in the space of that one again afterwards, as of its next update.
      */
     class TREVIK_API SharedParent {
     public:
         SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
-            m_node.m_pParentTransform = sibling.m_pParentTransform;
-            m_node.m_nParentVersion = 0;
+            m_node.SetSpace(sibling.m_pSpace);
         }
-        ~SharedParent() {
-            m_node.m_pParentTransform = m_node.m_pParent ? m_node.m_pParent->GetTransformNode() : nullptr;
-            m_node.m_nParentVersion = 0;
-        }
+        ~SharedParent() { m_node.SetSpace(m_node.m_pParent); }
         SharedParent(SharedParent const&) = delete;
         SharedParent& operator=(SharedParent const&) = delete;
 
@@ -132,9 +128,11 @@ private:
 
     // A node's share of a frame is mostly the time to fetch it. So first comes what is not looked at in every
     // frame, then what is, in the order in which it is, divided by cache lines.
-    Matrix4T<RealFloat> m_localMatrix;           ///< node space to parent space, as of the last update
+    Node* m_pSpace = nullptr; ///< the node whose space this one stands in: the parent, but for SharedParent
+    /** Node space to parent space, as of the last update. */
+    alignas(CacheLine) Matrix4T<RealFloat> m_localMatrix;
     Vector4T<RealFloat> m_takenPosition;         ///< the position that m_localMatrix was made from; w = 0
-    TransformNode* m_pParentTransform = nullptr; ///< the parent, when it has a transform
+    TransformNode* m_pParentTransform = nullptr; ///< m_pSpace, when it has a transform
 
 protected:
     /**
@@ -159,6 +157,23 @@ private:
     Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
 
 protected:
+    /**
+     * Calls a function with one entry of a list after the other until it answers true, and answers whether it
+     * did. What is called may change the list: entries added behind are called too, and one that removes
+     * itself lives until it returns, without another one being left out.
+     */
+    template <class T, class Function>
+    static bool CallEach(List<T*>& list, Function call) {
+        for (unsigned int nEntry = 0; nEntry < list.GetCount();) {
+            Ref<T> const pEntry(list[nEntry]);
+            if (call(*pEntry)) {
+                return true;
+            }
+            nEntry += nEntry < list.GetCount() && list[nEntry] == pEntry.Get() ? 1 : 0;
+        }
+        return false;
+    }
+
     List<Mask*> m_masks;     ///< one reference each
     List<Effect*> m_effects; ///< in attachment order, one reference each
 
@@ -187,6 +202,11 @@ private:
     };
 
     void SetPropertyMarks();
+    void SetSpace(Node* pNode) {
+        m_pSpace = pNode;
+        m_pParentTransform = pNode ? pNode->GetTransformNode() : nullptr;
+        m_nParentVersion = 0;
+    }
     // Inline only where they are used, which is where they are defined.
     static inline void FetchForDrawing(Node const* pNode);
     inline unsigned int TakePosition();
