@@ -44,6 +44,9 @@ TextGL2::~TextGL2() {
 void TextGL2::RenderBackground(GraphicsDevice& device) {
     // Kept while it is drawn: an effect of its own may take it away from the text.
     Ref<Sprite> const pSprite(GetBackground());
+    if (pSprite) {
+        UpdateLayout(); // tells of a new size before the sprite is fitted to it
+    }
     if (m_pBackground) {
         // Whatever was the background before may be gone by now.
         m_pBackground->SetSprite(pSprite.Get());

@@ -39,18 +39,31 @@ TextImageBackground::TextImageBackground(TextGL2* pText, Sprite* pSprite)
 }
 
 void TextImageBackground::ConnectPropertyEvent() {
-    if (!m_pText) {
-        return;
+    while (m_pText && m_nConnected < WatchedProperties && ConnectNext()) {
+        ++m_nConnected;
     }
-    static_cast<void>(m_pText->GetBoxProperty().GetChangeEvent().Connect(
-        member_function(this, &TextImageBackground::OnSizeChanged)));
-    for (Vector3Property* const pProperty :
-         {&m_pText->GetScaleProperty(), &m_pText->GetStretchProperty(), &m_pText->GetPivotProperty()}) {
-        static_cast<void>(pProperty->GetChangeEvent().Connect(
-            member_function(this, &TextImageBackground::OnVectorChanged)));
+}
+
+/** To the property that follows those connected so far; false when there is no memory. */
+bool TextImageBackground::ConnectNext() {
+    switch (m_nConnected) {
+    case 0:
+        return Connect(m_pText->GetBoxProperty(), &TextImageBackground::OnSizeChanged);
+    case 1:
+        return Connect(m_pText->GetScaleProperty(), &TextImageBackground::OnVectorChanged);
+    case 2:
+        return Connect(m_pText->GetStretchProperty(), &TextImageBackground::OnVectorChanged);
+    case 3:
+        return Connect(m_pText->GetPivotProperty(), &TextImageBackground::OnVectorChanged);
+    default:
+        return Connect(m_pText->GetRenderSizeProperty(), &TextImageBackground::OnSizeChanged);
     }
-    static_cast<void>(m_pText->GetRenderSizeProperty().GetChangeEvent().Connect(
-        member_function(this, &TextImageBackground::OnSizeChanged)));
+}
+
+template <class T>
+bool TextImageBackground::Connect(BaseProperty<T>& property,
+                                  void (TextImageBackground::*pfnChanged)(T const&)) {
+    return property.GetChangeEvent().Connect(member_function(this, pfnChanged));
 }
 
 void TextImageBackground::OnSizeChanged(SizeT<RealFloat> const&) {
@@ -77,6 +90,10 @@ bool TextImageBackground::UpdateSpriteProperty() {
     RealFloat const height = static_cast<RealFloat>(pTexture->GetHeight());
     if (!RebuildCorners(width, height)) {
         return false;
+    }
+    if (m_nConnected < WatchedProperties) {
+        ConnectPropertyEvent();
+        m_fDirty = true; // what has changed meanwhile nobody knows
     }
     // Another text with the same sprite may have fitted it meanwhile; it stays so: intended.
     if (m_fDirty) {

@@ -9,6 +9,8 @@ namespace trevik::kelvo {
 class GraphicsDevice;
 class Sprite;
 class TextGL2;
+template <class T>
+class BaseProperty;
 
 /**
  * Keeps the sprite behind a text (Text::GetBackground) fitted to the text, and draws it. The sprite covers
@@ -32,7 +34,10 @@ public:
     TextImageBackground(TextImageBackground const&) = delete;
     TextImageBackground& operator=(TextImageBackground const&) = delete;
 
-    /** Connects to the change events of the five watched properties of the text, if there is one. */
+    /**
+     * Connects to the change events of the five watched properties of the text, if there is one. Those for
+     * which there is no memory are tried again at every draw; until then each one fits the sprite.
+     */
     void ConnectPropertyEvent();
     /** The sprite to be fitted and drawn from now on, a SpriteGL2 or null; another one is fitted anew. */
     void SetSprite(Sprite* pSprite);
@@ -45,6 +50,11 @@ public:
     void InternalRenderSprite(GraphicsDevice& device);
 
 private:
+    static constexpr unsigned int WatchedProperties = 5;
+
+    bool ConnectNext();
+    template <class T>
+    bool Connect(BaseProperty<T>& property, void (TextImageBackground::*pfnChanged)(T const&));
     bool RebuildCorners(RealFloat width, RealFloat height);
     void FitSprite(RealFloat width, RealFloat height);
     void CopyProperties();
@@ -52,9 +62,10 @@ private:
     void OnSizeChanged(SizeT<RealFloat> const& size);
     void OnVectorChanged(Vector3T<RealFloat> const& value);
 
-    bool m_fDirty = true; ///< a watched property has changed since the last fit
-    Sprite* m_pSprite;    ///< borrowed: the text's background, as of the last draw
-    TextGL2* m_pText;     ///< borrowed
+    bool m_fDirty = true;          ///< a watched property has changed since the last fit
+    Sprite* m_pSprite;             ///< borrowed: the text's background, as of the last draw
+    TextGL2* m_pText;              ///< borrowed
+    unsigned int m_nConnected = 0; ///< of the watched properties, in the order in which they are connected
 };
 
 } // namespace trevik::kelvo

@@ -8,6 +8,7 @@
 #include "TextGL2.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "kelvo_test/Exact.h"
+#include "trevik/Allocation.h"
 
 namespace {
 
@@ -430,6 +431,36 @@ TEST_F(TextBackground, FollowsTheLayout) {
     m_pText->GetHorizontalAlignmentProperty().SetValue(HorizontalAlignment::Right);
     Draw(*m_pText);
     ExpectCovered(Rectangle(-33, -2, 7, 11), {0, 2, 1, 3});
+    // Changed between update and render.
+    m_pText->GetTextProperty().SetValue(u"aa");
+    Clear();
+    m_pText->Render(Device());
+    ExpectCovered(Rectangle(-23, -2, 7, 11), {0, 2, 1, 3});
+}
+
+TEST_F(TextBackground, StandsWithTheTextWhateverItHangsFrom) {
+    Ref<TransformNode> const pOther(new TransformNode);
+    pOther->GetPositionProperty().SetValue(Vector(100, 0, 0));
+    pOther->Attach(AddSprite().Get());
+    pOther->Update(Device(), 0);
+    Draw(*m_pText);
+    ExpectCovered();
+}
+
+TEST_F(TextBackground, WithoutMemoryToWatchTheTextItIsFittedAtEveryDraw) {
+    for (unsigned int nAllocations = 0; nAllocations < 12; ++nAllocations) {
+        m_pText = static_cast<TextGL2*>(m_pText->Clone());
+        AddSprite();
+        m_pText->Update(Device(), 0);
+        Allocation::FailAfter(nAllocations);
+        m_pText->Render(Device());
+        Allocation::FailNever();
+        for (RealFloat const rScale : {2.0f, 3.0f}) {
+            m_pText->GetScaleProperty().SetValue(Vector(rScale, 1, 1));
+            Draw(*m_pText);
+            ExpectCovered();
+        }
+    }
 }
 
 TEST_F(TextBackground, SteadyFramesAllocateNothing) {
