@@ -153,7 +153,7 @@ protected:
     ColorProperty m_shadowColor;       ///< "ShadowColor", black, half transparent
 
     Ref<Font> m_pFont;
-    Ref<Sprite> m_pBackgroundSprite;
+    Ref<Sprite> m_pBackgroundSprite; ///< to be read only: SetBackground keeps account of it
     List<GlyphInstance> m_instances; ///< in font pixels
     List<GlyphBatch> m_batches;      ///< of one texture each; none is empty
 

@@ -140,7 +140,7 @@ protected:
     IntProperty
         m_depthTest; ///< "DepthTest": -1 leaves the device's depth test, 1 enables, others disable it, -1
 
-    Ref<Camera> m_pCamera;
+    Ref<Camera> m_pCamera;       ///< to be read only: SetCamera keeps account of it
     Ref<Camera> m_pActiveCamera; ///< written by PreRenderChildren
 
 private:
