@@ -45,7 +45,8 @@ void TextGL2::RenderBackground(GraphicsDevice& device) {
     // Kept while it is drawn: an effect of its own may take it away from the text.
     Ref<Sprite> const pSprite(GetBackground());
     if (pSprite) {
-        UpdateLayout(); // tells of a new size before the sprite is fitted to it
+        RectangleT<RealFloat> rectangle;
+        GetTextRenderRect(rectangle); // lays the text out, which tells of a new size before the fit
     }
     if (m_pBackground) {
         // Whatever was the background before may be gone by now.

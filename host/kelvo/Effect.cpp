@@ -71,22 +71,6 @@ bool Effect::InternalInit(EffectResource*) {
 
 void Effect::InternalUpdate(GraphicsDevice&, RealFloat const&, RealFloat const&, bool) {}
 
-PropertyList& Effect::GetProperties() {
-    if (__builtin_expect(!m_fRegistered, 0)) {
-        m_fRegistered = true;
-        RegisterProperties();
-    }
-    return m_properties;
-}
-
-Effect* Effect::RegisterCopy(Effect* pCopy) {
-    if (pCopy && !pCopy->GetProperties().IsWhole()) {
-        delete pCopy;
-        return nullptr;
-    }
-    return pCopy;
-}
-
 bool Effect::Save(Serializer& serializer) {
     return GetProperties().Save(serializer);
 }

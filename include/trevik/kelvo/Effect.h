@@ -68,7 +68,13 @@ public:
                                 bool fForce);
 
     /** The effect's animated properties; registered on first use. */
-    PropertyList& GetProperties();
+    PropertyList& GetProperties() {
+        if (__builtin_expect(!m_fRegistered, 0)) {
+            m_fRegistered = true;
+            RegisterProperties();
+        }
+        return m_properties;
+    }
     bool IsInitialized() const { return m_fInitialized; }
     /** Initialises the effect when it is first used in drawing; whether it is initialised. Render thread. */
     bool Prepare(GraphicsDevice& device) { return m_fInitialized || Init(device); }
@@ -78,7 +84,13 @@ public:
 protected:
     /** Returns a new copy with its properties registered; deletes it and returns null when memory is short.
      */
-    static Effect* RegisterCopy(Effect* pCopy);
+    static Effect* RegisterCopy(Effect* pCopy) {
+        if (pCopy && !pCopy->GetProperties().IsWhole()) {
+            delete pCopy;
+            return nullptr;
+        }
+        return pCopy;
+    }
 
     PropertyList m_properties;
 
