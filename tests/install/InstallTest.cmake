@@ -2,6 +2,8 @@
 # find_package and with pkg-config. Stops at the first step that fails.
 cmake_minimum_required(VERSION 3.25)
 
+separate_arguments(CXX_FLAGS_LIST UNIX_COMMAND "${CXX_FLAGS}")
+
 function(run)
     execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
     if(NOT result EQUAL 0)
@@ -25,7 +27,7 @@ set(prefix ${SCRATCH}/prefix)
 file(RENAME ${SCRATCH}/staged ${prefix})
 
 run(${CMAKE_COMMAND} -S ${CONSUMER} -B ${SCRATCH}/consumer -G ${GENERATOR} -DCMAKE_BUILD_TYPE=${CONFIG}
-    -DCMAKE_CXX_COMPILER=${CXX} -DCMAKE_PREFIX_PATH=${prefix} -DWANTED_VERSION=${VERSION})
+    -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}" -DCMAKE_PREFIX_PATH=${prefix} -DWANTED_VERSION=${VERSION})
 run(${CMAKE_COMMAND} --build ${SCRATCH}/consumer)
 run_consumer(${SCRATCH}/consumer/consumer)
 
@@ -35,7 +37,7 @@ if(PKG_CONFIG)
     run(${PKG_CONFIG} --exact-version=${VERSION} kelvo)
     run(${PKG_CONFIG} --cflags --libs kelvo)
     separate_arguments(flags UNIX_COMMAND "${output}")
-    run(${CXX} -std=c++17 ${CONSUMER}/Consumer.cpp ${flags} -Wl,-rpath,${prefix}/${LIBDIR}
+    run(${CXX} ${CXX_FLAGS_LIST} -std=c++17 ${CONSUMER}/Consumer.cpp ${flags} -Wl,-rpath,${prefix}/${LIBDIR}
         -o ${SCRATCH}/pkg-config-consumer)
     run_consumer(${SCRATCH}/pkg-config-consumer)
 endif()
@@ -52,6 +54,6 @@ if(HAS_JDK)
     run(${JAVAC} -Werror -d ${SCRATCH}/classes -cp ${prefix}/${DATADIR}/java/kelvo-android.jar
         ${CONSUMER}/BitmapUser.java)
     list(TRANSFORM JNI_INCLUDE_DIRS PREPEND -I)
-    run(${CXX} -std=c++17 -fsyntax-only -DEGL_NO_X11 ${JNI_INCLUDE_DIRS} -I${prefix}/include/kelvo
+    run(${CXX} ${CXX_FLAGS_LIST} -std=c++17 -fsyntax-only -DEGL_NO_X11 ${JNI_INCLUDE_DIRS} -I${prefix}/include/kelvo
         ${CONSUMER}/BitmapMaker.cpp)
 endif()

@@ -47,8 +47,8 @@ int Wait(pid_t process, std::function<bool()> const& watch) {
 Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
                    std::vector<std::string> const& variables, std::function<bool()> const& watch) {
     TemporaryFolder const folder;
-    std::vector<std::string> words = arguments;
-    words.insert(words.begin(), program);
+    std::vector<std::string> words{KELVO_EMULATOR program}; // another processor's programs run in an emulator
+    words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {
         pointers.push_back(word.data());
@@ -61,7 +61,7 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
         for (std::string const& variable : variables) {
             putenv(const_cast<char*>(variable.c_str()));
         }
-        execv(program.c_str(), pointers.data());
+        execvp(pointers[0], pointers.data());
         _exit(127);
     }
     Outcome outcome;
