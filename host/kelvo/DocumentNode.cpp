@@ -1,10 +1,21 @@
 #include "trevik/kelvo/DocumentNode.h"
 
+#include <climits>
 #include <cstring>
+#include <limits>
 #include <new>
 #include <utility>
 
+#include "trevik/Types.h"
+
 namespace trevik::kelvo {
+
+// Documents hold values as they stand in memory, so these have to be the same wherever documents go.
+static_assert(__BYTE_ORDER__ == __ORDER_LITTLE_ENDIAN__,
+              "documents hold values with their lowest byte first");
+static_assert(sizeof(int) == 4 && sizeof(char16_t) == 2 && CHAR_BIT == 8, "documents hold words of 32 bits");
+static_assert(sizeof(RealFloat) == 4 && std::numeric_limits<RealFloat>::is_iec559,
+              "documents hold numbers as IEEE 754 lays them out");
 
 namespace {
 

@@ -138,7 +138,7 @@ bool Texture::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void 
         return false;
     }
     if (pData && layout.m_nBytesPerBlock != 0) {
-        std::memcpy(pixels.GetData(), pData, nSize);
+        std::memcpy(pixels.GetData(), pData, static_cast<std::size_t>(nSize));
     } else if (pData) {
         CopyRows(static_cast<unsigned char const*>(pData), static_cast<long>(nSourceStride), pixels.GetData(),
                  static_cast<long>(GetRowSize(nWidth, format)), static_cast<unsigned long>(nRowLength),

@@ -161,7 +161,7 @@ void EGLImageImpl::Destroy() {
     }
     auto const destroy = [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture,
                           display = m_display] {
-        ScopedLock const lock(s_bufferMutex); // whoever queued this lets go of the buffer before the mutex
+        ScopedLock const guard(s_bufferMutex); // whoever queued this lets go of the buffer before the mutex
         Destroy_RenderThread(pBuffer, eglImage, nTexture, display);
     };
     m_pGraphicBuffer.clear();
