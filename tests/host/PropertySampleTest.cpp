@@ -123,6 +123,8 @@ TEST(PropertySample, RunsAreFoundWhereverTheyLie) {
     }
     EXPECT_EQ(ValueAt<RealFloat>(*pController, 103.5f), 25);
     EXPECT_EQ(ValueAt<RealFloat>(*pController, 1000), 50);
+    pController = LoadController<RealFloat>(16777215, 0x80000002u, ChunkBytes({{0, 2, 10}, {2, 1, 20}}));
+    EXPECT_EQ(ValueAt<RealFloat>(*pController, 16777216), 10) << "as a float, the last frame is this one";
 }
 
 TEST(PropertySample, RunsThatDoNotCoverTheFramesInOrderAreSearchedAsTheyStand) {

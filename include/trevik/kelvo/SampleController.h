@@ -224,13 +224,18 @@ private:
         if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also takes what is not a number
             return 0;
         }
-        if (t >= static_cast<RealFloat>(nLastFrame)) {
+        if (t >= FrameLimit) {
             return m_nSampleCount - 1;
         }
         // Truncated toward zero, not down: between negative frames the later one and a negative fraction.
         // Intended.
         long long const nFrame = static_cast<long long>(t);
-        f = t - static_cast<RealFloat>(nFrame);
+        RealFloat const fraction = t - static_cast<RealFloat>(nFrame);
+        // By whole numbers: as a float, a late frame may be the one beside it.
+        if (nFrame > nLastFrame || (nFrame == nLastFrame && fraction >= 0)) {
+            return m_nSampleCount - 1;
+        }
+        f = fraction;
         return static_cast<unsigned long long>(nFrame - m_nStartFrame);
     }
 
