@@ -95,10 +95,9 @@ public:
      * GL_RGB, and those of PixelAlignment.
      * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
      * comes without a reference.
-     * @return false, without a message, for other surfaces, promoted textures, rectangles out of GL's range
-     * and when GL refuses, with the texture as it was;
-     * without memory for the pixels as well, where the texture is deleted even if it was the caller's,
-     * intended, and null afterwards.
+     * @return false, without a message, for other surfaces, for promoted textures, for rectangles that GL's
+     * numbers cannot tell, and when GL refuses, with the texture as it was; without memory for the pixels as
+     * well, where the texture is deleted even if it was the caller's, intended, and null afterwards.
      */
     bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
     /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */

@@ -186,8 +186,11 @@ private:
     unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
         // A unit shares the storage of the name that it was given, and shared text never changes: the same
         // address is the same name. Nearly all programs have one sampler.
-        bool const fFirst = !m_samplers.IsEmpty() && m_samplers[0].m_sName.GetData() == sName.GetData();
-        return __builtin_expect(fFirst, true) ? 0 : FindUnit(sName);
+        if (__builtin_expect(m_samplers.IsEmpty(), false) ||
+            __builtin_expect(m_samplers[0].m_sName.GetData() != sName.GetData(), false)) {
+            return FindUnit(sName);
+        }
+        return 0;
     }
     unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
     static void ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture);

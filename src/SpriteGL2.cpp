@@ -92,7 +92,7 @@ TextureGL2* SpriteGL2::GetTextureGL2() const {
 }
 
 void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
-    if (__builtin_expect(m_textureCoords.GetCount() != 4, false)) {
+    if (m_textureCoords.GetCount() != 4) {
         return;
     }
     Vector2T<RealFloat> const* const pCoords = m_textureCoords.GetData();
@@ -151,7 +151,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     ShaderProgramGL2* pProgram = nullptr;
     if (__builtin_expect(pTexture != nullptr, true)) {
         pTexture->PreRender();
-        if (!m_textureCoords.IsEmpty()) {
+        if (__builtin_expect(!m_textureCoords.IsEmpty(), true)) {
             GetTextureCoords(textureCoords);
             glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, textureCoords);
         }
