@@ -32,7 +32,10 @@ public:
 
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
-    /** Changes, and is never 0, with each update of any camera: for who keeps matrices. Any thread. */
+    /**
+     * Changes, and is never 0, with each update of any camera: for who keeps matrices in this library. Any
+     * thread.
+     */
     static unsigned int GetUpdateNumber() { return s_nUpdate.load(std::memory_order_relaxed); }
     /**
      * Builds the projection if it is stale. A horizontal field of view that is not 0 overwrites the vertical

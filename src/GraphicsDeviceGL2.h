@@ -182,6 +182,8 @@ public:
     /** Node space to view space of the node being drawn; renderers set and read it. */
     Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
     void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
+    // The next four are for renderers inside this library: from outside they cannot be linked.
+
     /** Sets the model-view matrix of a node: its world matrix, then the view matrix to draw with. */
     void LoadModelView(Matrix4T<RealFloat> const& world) {
         Matrix4Multiply(world, ViewMatrix(), m_modelView);
