@@ -18,4 +18,6 @@ set(CMAKE_FIND_ROOT_PATH_MODE_PACKAGE ONLY)
 set(ENV{PKG_CONFIG_LIBDIR} ${CMAKE_SYSROOT}/usr/lib/${kelvo_debian_triplet}/pkgconfig:${CMAKE_SYSROOT}/usr/share/pkgconfig)
 set(ENV{PKG_CONFIG_SYSROOT_DIR} ${CMAKE_SYSROOT})
 
-set(CMAKE_CROSSCOMPILING_EMULATOR ${kelvo_emulator} -L ${CMAKE_SYSROOT})
+# Debian keeps Android's libraries in a folder of their own, which an emulated loader does not find by itself.
+set(CMAKE_CROSSCOMPILING_EMULATOR ${kelvo_emulator} -L ${CMAKE_SYSROOT}
+    -E LD_LIBRARY_PATH=${CMAKE_SYSROOT}/usr/lib/${kelvo_debian_triplet}/android)
