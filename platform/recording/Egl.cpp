@@ -61,26 +61,19 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 
 /** One attribute of a config; nothing for an attribute that nobody asks for here. */
 std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute) {
-    switch (attribute) {
-    case EGL_RED_SIZE:
-        return config.red;
-    case EGL_GREEN_SIZE:
-        return config.green;
-    case EGL_BLUE_SIZE:
-        return config.blue;
-    case EGL_ALPHA_SIZE:
-        return config.alpha;
-    case EGL_DEPTH_SIZE:
-        return config.depth;
-    case EGL_STENCIL_SIZE:
-        return config.stencil;
-    case EGL_BUFFER_SIZE:
-        return config.red + config.green + config.blue + config.alpha;
-    case EGL_RENDERABLE_TYPE:
-        return EGL_OPENGL_ES2_BIT;
-    default:
-        return std::nullopt;
+    static std::pair<EGLint, int Config::*> const s_sizes[] = {
+        {EGL_RED_SIZE, &Config::red},     {EGL_GREEN_SIZE, &Config::green},
+        {EGL_BLUE_SIZE, &Config::blue},   {EGL_ALPHA_SIZE, &Config::alpha},
+        {EGL_DEPTH_SIZE, &Config::depth}, {EGL_STENCIL_SIZE, &Config::stencil}};
+    for (auto const& size : s_sizes) {
+        if (size.first == attribute) {
+            return config.*size.second;
+        }
     }
+    return attribute == EGL_BUFFER_SIZE
+               ? std::optional<EGLint>(config.red + config.green + config.blue + config.alpha)
+           : attribute == EGL_RENDERABLE_TYPE ? std::optional<EGLint>(EGL_OPENGL_ES2_BIT)
+                                              : std::nullopt;
 }
 
 /** Sizes must be at least, and the kinds of contexts must include, what is asked for. */

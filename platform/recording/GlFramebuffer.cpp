@@ -14,50 +14,35 @@ struct Image {
     Config bits = {0, 0, 0, 0, 0, 0};
 };
 
-Config TextureBits(TextureLevel const& level) {
-    if (level.type == GL_UNSIGNED_SHORT_5_6_5) {
-        return {5, 6, 5, 0, 0, 0};
+/** The bits that an image's format has; all zero for one that cannot be attached. */
+Config BitsOf(GLenum format) {
+    static std::pair<GLenum, Config> const s_formats[] = {{GL_RGB, {8, 8, 8, 0, 0, 0}},
+                                                          {GL_RGBA, {8, 8, 8, 8, 0, 0}},
+                                                          {GL_UNSIGNED_SHORT_5_6_5, {5, 6, 5, 0, 0, 0}},
+                                                          {GL_UNSIGNED_SHORT_4_4_4_4, {4, 4, 4, 4, 0, 0}},
+                                                          {GL_UNSIGNED_SHORT_5_5_5_1, {5, 5, 5, 1, 0, 0}},
+                                                          {GL_UNSIGNED_SHORT, {0, 0, 0, 0, 16, 0}},
+                                                          {GL_DEPTH_COMPONENT, {0, 0, 0, 0, 24, 0}},
+                                                          {GL_DEPTH_STENCIL_OES, {0, 0, 0, 0, 24, 8}},
+                                                          {GL_RGBA4, {4, 4, 4, 4, 0, 0}},
+                                                          {GL_RGB5_A1, {5, 5, 5, 1, 0, 0}},
+                                                          {GL_RGB565, {5, 6, 5, 0, 0, 0}},
+                                                          {GL_DEPTH_COMPONENT16, {0, 0, 0, 0, 16, 0}},
+                                                          {GL_DEPTH_COMPONENT24_OES, {0, 0, 0, 0, 24, 0}},
+                                                          {GL_STENCIL_INDEX8, {0, 0, 0, 0, 0, 8}},
+                                                          {GL_DEPTH24_STENCIL8_OES, {0, 0, 0, 0, 24, 8}}};
+    for (auto const& entry : s_formats) {
+        if (entry.first == format) {
+            return entry.second;
+        }
     }
-    if (level.type == GL_UNSIGNED_SHORT_4_4_4_4) {
-        return {4, 4, 4, 4, 0, 0};
-    }
-    if (level.type == GL_UNSIGNED_SHORT_5_5_5_1) {
-        return {5, 5, 5, 1, 0, 0};
-    }
-    switch (level.format) {
-    case GL_RGB:
-        return {8, 8, 8, 0, 0, 0};
-    case GL_RGBA:
-        return {8, 8, 8, 8, 0, 0};
-    case GL_DEPTH_COMPONENT:
-        return {0, 0, 0, 0, level.type == GL_UNSIGNED_SHORT ? 16 : 24, 0};
-    case GL_DEPTH_STENCIL_OES:
-        return {0, 0, 0, 0, 24, 8};
-    default:
-        return {0, 0, 0, 0, 0, 0};
-    }
+    return {0, 0, 0, 0, 0, 0};
 }
 
-/** All zero for a format that renderbuffers cannot have. */
-Config RenderbufferBits(GLenum format) {
-    switch (format) {
-    case GL_RGBA4:
-        return {4, 4, 4, 4, 0, 0};
-    case GL_RGB5_A1:
-        return {5, 5, 5, 1, 0, 0};
-    case GL_RGB565:
-        return {5, 6, 5, 0, 0, 0};
-    case GL_DEPTH_COMPONENT16:
-        return {0, 0, 0, 0, 16, 0};
-    case GL_DEPTH_COMPONENT24_OES:
-        return {0, 0, 0, 0, 24, 0};
-    case GL_STENCIL_INDEX8:
-        return {0, 0, 0, 0, 0, 8};
-    case GL_DEPTH24_STENCIL8_OES:
-        return {0, 0, 0, 0, 24, 8};
-    default:
-        return {0, 0, 0, 0, 0, 0};
-    }
+/** A level's bits: packed types say them, other images have those of their format. */
+Config TextureBits(TextureLevel const& level) {
+    Config const packed = BitsOf(level.type);
+    return packed.red != 0 || packed.depth != 0 ? packed : BitsOf(level.format);
 }
 
 /** What is attached; without size when it has no image, which leaves the framebuffer incomplete. */
@@ -66,7 +51,7 @@ Image AttachedImage(Attachment const& attachment) {
     if (attachment.renderbuffer) {
         image.width = attachment.renderbuffer->width;
         image.height = attachment.renderbuffer->height;
-        image.bits = RenderbufferBits(attachment.renderbuffer->format);
+        image.bits = BitsOf(attachment.renderbuffer->format);
     } else if (attachment.texture && attachment.texture->levels.count(0) != 0) {
         TextureLevel const& level = attachment.texture->levels.at(0);
         image.width = level.width;
@@ -211,8 +196,7 @@ void glFramebufferTexture2D(Invocation& call, GLenum target, GLenum attachment, 
         *slot = Attachment();
         return;
     }
-    if (textarget != GL_TEXTURE_2D &&
-        (textarget < GL_TEXTURE_CUBE_MAP_POSITIVE_X || textarget > GL_TEXTURE_CUBE_MAP_NEGATIVE_Z)) {
+    if (textarget != GL_TEXTURE_2D) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (call.Objects().textures.Find(texture) == nullptr) {
@@ -269,7 +253,8 @@ void glBindRenderbuffer(Invocation& call, GLenum target, GLuint renderbuffer) {
 
 void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalformat, GLsizei width,
                            GLsizei height) {
-    Config const bits = RenderbufferBits(internalformat);
+    // Of the formats those for renderbuffers alone have numbers from 0x8000 on.
+    Config const bits = internalformat < 0x8000 ? Config{0, 0, 0, 0, 0, 0} : BitsOf(internalformat);
     if (target != GL_RENDERBUFFER || (bits.red == 0 && bits.depth == 0 && bits.stencil == 0)) {
         return call.Raise(GL_INVALID_ENUM);
     }

@@ -54,63 +54,34 @@ bool IsEquation(GLenum mode) {
     return OneOf(mode, {GL_FUNC_ADD, GL_FUNC_SUBTRACT, GL_FUNC_REVERSE_SUBTRACT});
 }
 
-/** One queried value: up to four numbers. */
-struct Values {
-    double value[4] = {};
-    int count = 0;
-
-    Values() = default;
-    Values(std::initializer_list<double> list) : count(static_cast<int>(list.size())) {
-        std::copy(list.begin(), list.end(), value);
-    }
-    template <class T, std::size_t N>
-    static Values Of(std::array<T, N> const& array) {
-        Values values;
-        values.count = static_cast<int>(N);
-        for (std::size_t i = 0; i < N; ++i) {
-            values.value[i] = static_cast<double>(array[i]);
-        }
-        return values;
-    }
-};
-
-Values SurfaceValues(Config const& config, GLenum name) {
-    switch (name) {
-    case GL_RED_BITS:
-        return {double(config.red)};
-    case GL_GREEN_BITS:
-        return {double(config.green)};
-    case GL_BLUE_BITS:
-        return {double(config.blue)};
-    case GL_ALPHA_BITS:
-        return {double(config.alpha)};
-    case GL_DEPTH_BITS:
-        return {double(config.depth)};
-    case GL_STENCIL_BITS:
-        return {double(config.stencil)};
-    default:
-        return {};
-    }
-}
-
-/** What glGet answers, of what is asked for here; GL_INVALID_ENUM for everything else. */
-Values Query(Invocation& call, GLenum name) {
+/** What glGet answers, of what is asked for here: GL_INVALID_ENUM for everything else. */
+template <class T, class Convert>
+void Query(Invocation& call, GLenum name, T* to, Convert convert) {
+    static std::pair<GLenum, int Config::*> const s_bits[] = {
+        {GL_RED_BITS, &Config::red},     {GL_GREEN_BITS, &Config::green},
+        {GL_BLUE_BITS, &Config::blue},   {GL_ALPHA_BITS, &Config::alpha},
+        {GL_DEPTH_BITS, &Config::depth}, {GL_STENCIL_BITS, &Config::stencil}};
     auto const limit = call.GetSession().limits.find(name);
     if (limit != call.GetSession().limits.end()) {
-        return {double(limit->second)};
+        *to = convert(limit->second);
+        return;
     }
     if (name == GL_VIEWPORT) {
-        return Values::Of(call.GetState().viewport);
+        std::transform(call.GetState().viewport.begin(), call.GetState().viewport.end(), to, convert);
+        return;
     }
     if (name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT) {
-        return {double(name == GL_PACK_ALIGNMENT ? call.GetState().packAlignment
-                                                 : call.GetState().unpackAlignment)};
+        *to = convert(name == GL_PACK_ALIGNMENT ? call.GetState().packAlignment
+                                                : call.GetState().unpackAlignment);
+        return;
     }
-    Values const values = SurfaceValues(DrawBits(call.Context()), name);
-    if (values.count == 0) {
-        call.Raise(GL_INVALID_ENUM);
+    for (auto const& bits : s_bits) {
+        if (bits.first == name) {
+            *to = convert(DrawBits(call.Context()).*bits.second);
+            return;
+        }
     }
-    return values;
+    call.Raise(GL_INVALID_ENUM);
 }
 
 } // namespace
@@ -248,24 +219,15 @@ GLenum glGetError(Invocation& call) {
 }
 
 void glGetBooleanv(Invocation& call, GLenum pname, GLboolean* data) {
-    Values const values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i) {
-        data[i] = values.value[i] != 0 ? GL_TRUE : GL_FALSE;
-    }
+    Query(call, pname, data, [](GLint value) { return static_cast<GLboolean>(value != 0); });
 }
 
 void glGetFloatv(Invocation& call, GLenum pname, GLfloat* data) {
-    Values const values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i) {
-        data[i] = static_cast<GLfloat>(values.value[i]);
-    }
+    Query(call, pname, data, [](GLint value) { return static_cast<GLfloat>(value); });
 }
 
 void glGetIntegerv(Invocation& call, GLenum pname, GLint* data) {
-    Values const values = Query(call, pname);
-    for (int i = 0; i < values.count; ++i) {
-        data[i] = static_cast<GLint>(values.value[i]);
-    }
+    Query(call, pname, data, [](GLint value) { return value; });
 }
 
 } // namespace answer

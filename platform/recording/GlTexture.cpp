@@ -12,23 +12,6 @@ bool OneOf(GLenum value, std::initializer_list<GLenum> allowed) {
     return std::find(allowed.begin(), allowed.end(), value) != allowed.end();
 }
 
-bool IsCubeFace(GLenum target) {
-    return target >= GL_TEXTURE_CUBE_MAP_POSITIVE_X && target <= GL_TEXTURE_CUBE_MAP_NEGATIVE_Z;
-}
-
-/**
- * The texture that an upload to `target` changes, and the key of the level there; faces get keys of their
- * own.
- */
-Texture* UploadTarget(Invocation& call, GLenum target) {
-    return BoundTexture(call.Context(), IsCubeFace(target) ? GL_TEXTURE_CUBE_MAP : target);
-}
-
-GLint LevelKey(GLenum target, GLint level) {
-    return IsCubeFace(target) ? level + 32 * static_cast<GLint>(target - GL_TEXTURE_CUBE_MAP_POSITIVE_X)
-                              : level;
-}
-
 /** The error of an image's size and level; GL_NO_ERROR when they are allowed. */
 GLenum CheckSize(Invocation& call, GLint level, GLsizei width, GLsizei height, GLint border) {
     GLint const most = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
@@ -87,18 +70,17 @@ bool IsFilter(GLenum filter, bool minification) {
 
 /** The parameter's place in the texture; null for a name that is none. */
 GLint* FindParameter(Texture& texture, GLenum name) {
-    switch (name) {
-    case GL_TEXTURE_MIN_FILTER:
-        return &texture.minFilter;
-    case GL_TEXTURE_MAG_FILTER:
-        return &texture.magFilter;
-    case GL_TEXTURE_WRAP_S:
-        return &texture.wrapS;
-    case GL_TEXTURE_WRAP_T:
-        return &texture.wrapT;
-    default:
-        return nullptr;
+    static std::pair<GLenum, GLint Texture::*> const s_parameters[] = {
+        {GL_TEXTURE_MIN_FILTER, &Texture::minFilter},
+        {GL_TEXTURE_MAG_FILTER, &Texture::magFilter},
+        {GL_TEXTURE_WRAP_S, &Texture::wrapS},
+        {GL_TEXTURE_WRAP_T, &Texture::wrapT}};
+    for (auto const& parameter : s_parameters) {
+        if (parameter.first == name) {
+            return &(texture.*parameter.second);
+        }
     }
+    return nullptr;
 }
 
 bool IsParameterValue(GLenum name, GLint value) {
@@ -112,37 +94,35 @@ bool IsParameterValue(GLenum name, GLint value) {
 
 Texture* BoundTexture(ContextData& context, GLenum target) {
     auto const unit = static_cast<std::size_t>(context.state.activeTexture);
-    if (target != GL_TEXTURE_2D && target != GL_TEXTURE_CUBE_MAP) {
+    if (target != GL_TEXTURE_2D) {
         return nullptr;
     }
-    GLuint const name =
-        target == GL_TEXTURE_2D ? context.state.textures[unit] : context.state.cubeTextures[unit];
+    GLuint const name = context.state.textures[unit];
     Texture* texture = name == 0 ? nullptr : context.objects->textures.Find(name);
     return texture != nullptr ? texture : &context.defaultTexture;
 }
 
 std::size_t BytesPerPixel(GLenum format, GLenum type) {
-    switch (type) {
-    case GL_UNSIGNED_BYTE:
-        return format == GL_RGBA                              ? 4
-               : format == GL_RGB                             ? 3
-               : format == GL_LUMINANCE_ALPHA                 ? 2
-               : format == GL_ALPHA || format == GL_LUMINANCE ? 1
-                                                              : 0;
-    case GL_UNSIGNED_SHORT_5_6_5:
-        return format == GL_RGB ? 2 : 0;
-    case GL_UNSIGNED_SHORT_4_4_4_4:
-    case GL_UNSIGNED_SHORT_5_5_5_1:
-        return format == GL_RGBA ? 2 : 0;
-    case GL_UNSIGNED_SHORT:
-        return format == GL_DEPTH_COMPONENT ? 2 : 0;
-    case GL_UNSIGNED_INT:
-        return format == GL_DEPTH_COMPONENT ? 4 : 0;
-    case GL_UNSIGNED_INT_24_8_OES:
-        return format == GL_DEPTH_STENCIL_OES ? 4 : 0;
-    default:
-        return 0;
+    static struct {
+        GLenum format, type;
+        std::size_t bytes;
+    } const s_layouts[] = {{GL_RGBA, GL_UNSIGNED_BYTE, 4},
+                           {GL_RGB, GL_UNSIGNED_BYTE, 3},
+                           {GL_LUMINANCE_ALPHA, GL_UNSIGNED_BYTE, 2},
+                           {GL_ALPHA, GL_UNSIGNED_BYTE, 1},
+                           {GL_LUMINANCE, GL_UNSIGNED_BYTE, 1},
+                           {GL_RGB, GL_UNSIGNED_SHORT_5_6_5, 2},
+                           {GL_RGBA, GL_UNSIGNED_SHORT_4_4_4_4, 2},
+                           {GL_RGBA, GL_UNSIGNED_SHORT_5_5_5_1, 2},
+                           {GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT, 2},
+                           {GL_DEPTH_COMPONENT, GL_UNSIGNED_INT, 4},
+                           {GL_DEPTH_STENCIL_OES, GL_UNSIGNED_INT_24_8_OES, 4}};
+    for (auto const& layout : s_layouts) {
+        if (layout.format == format && layout.type == type) {
+            return layout.bytes;
+        }
     }
+    return 0;
 }
 
 namespace answer {
@@ -157,25 +137,19 @@ void glDeleteTextures(Invocation& call, GLsizei n, GLuint const* textures) {
     DeleteNames(call, n, textures, call.Objects().textures, Object::Texture, [&](GLuint name) {
         State& state = call.GetState();
         std::replace(state.textures.begin(), state.textures.end(), name, 0u);
-        std::replace(state.cubeTextures.begin(), state.cubeTextures.end(), name, 0u);
         DetachFromBound(call.Context(), GL_TEXTURE, name);
     });
 }
 
 void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
-    if (!OneOf(target, {GL_TEXTURE_2D, GL_TEXTURE_CUBE_MAP})) {
+    if (target != GL_TEXTURE_2D) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (texture != 0) {
-        Texture& object = call.Objects().textures.Make(texture);
-        if (object.target != GL_NONE && object.target != target) {
-            return call.Raise(GL_INVALID_OPERATION);
-        }
-        object.target = target;
+        call.Objects().textures.Make(texture);
     }
     State& state = call.GetState();
-    (target == GL_TEXTURE_2D ? state.textures
-                             : state.cubeTextures)[static_cast<std::size_t>(state.activeTexture)] = texture;
+    state.textures[state.activeTexture] = texture;
 }
 
 void glActiveTexture(Invocation& call, GLenum texture) {
@@ -213,8 +187,8 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
                   GLsizei height, GLint border, GLenum format, GLenum type, void const* pixels) {
     std::size_t const size = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
     call.NoteBytes(pixels, size);
-    Texture* texture = UploadTarget(call, target);
-    if (texture == nullptr || target == GL_TEXTURE_CUBE_MAP || !IsFormat(format) || !IsType(type)) {
+    Texture* texture = BoundTexture(call.Context(), target);
+    if (texture == nullptr || !IsFormat(format) || !IsType(type)) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (GLenum const error = CheckSize(call, level, width, height, border)) {
@@ -226,7 +200,7 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
     if (static_cast<GLenum>(internalformat) != format || BytesPerPixel(format, type) == 0) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    TextureLevel& image = texture->levels[LevelKey(target, level)];
+    TextureLevel& image = texture->levels[level];
     image.width = width;
     image.height = height;
     image.internalFormat = static_cast<GLenum>(internalformat);
@@ -239,7 +213,7 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
 void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
                             GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
                             void const* data) {
-    Texture* texture = UploadTarget(call, target);
+    Texture* texture = BoundTexture(call.Context(), target);
     if (texture == nullptr || !IsCompressedFormat(internalformat)) {
         return call.Raise(GL_INVALID_ENUM);
     }
@@ -250,7 +224,7 @@ void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum
         static_cast<std::size_t>(imageSize) != CompressedSize(internalformat, width, height)) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    TextureLevel& image = texture->levels[LevelKey(target, level)];
+    TextureLevel& image = texture->levels[level];
     image.width = width;
     image.height = height;
     image.internalFormat = internalformat;

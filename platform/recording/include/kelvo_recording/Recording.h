@@ -144,7 +144,6 @@ struct State {
     GLuint program = 0;
     GLuint activeTexture = 0; // the unit's index, not its enumerant
     std::array<GLuint, kTextureUnits> textures = {};
-    std::array<GLuint, kTextureUnits> cubeTextures = {};
     GLuint framebuffer = 0;
     GLuint renderbuffer = 0;
     GLuint arrayBuffer = 0;
