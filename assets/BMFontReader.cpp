@@ -63,7 +63,7 @@ private:
 
 Ref<BitmapFont> FontMaker::Make() {
     Ref<Referenced> const pObject(m_registry.Create(HashName("Font")));
-    Ref<BitmapFont> const pFont(dynamic_cast<BitmapFont*>(pObject.Get()));
+    Ref<BitmapFont> pFont(dynamic_cast<BitmapFont*>(pObject.Get()));
     if (!pFont) {
         throw BMFontFault{NoBMFontPlace, "no font can be made: the back end has no class \"Font\" of bitmap "
                                          "fonts, or there is not enough memory"};
@@ -94,7 +94,7 @@ Ref<Texture> FontMaker::ReadPage(Description::Page const& page) const {
                               std::to_string(image.height) + " pixels; the font says its pages have " +
                               std::to_string(common.scaleW) + " x " + std::to_string(common.scaleH)};
     }
-    Ref<Texture> const pTexture = MakeTexture(image, page.file, m_registry);
+    Ref<Texture> pTexture = MakeTexture(image, page.file, m_registry);
     if (!pTexture) {
         throw BMFontFault{page.place,
                           "no texture can be made: the back end has no class \"Texture\", or there "
@@ -131,7 +131,8 @@ void FontMaker::SetMeasures(BitmapFont& font) const {
     metrics.m_rAscent = static_cast<RealFloat>(common.base);
     metrics.m_rDescent = static_cast<RealFloat>(nDescent);
     font.SetMetrics(metrics);
-    font.GetUnderlinePositionProperty().SetValue(static_cast<RealFloat>(1 + nDescent / 4));
+    int const nPosition = 1 + nDescent / 4; // whole pixels
+    font.GetUnderlinePositionProperty().SetValue(static_cast<RealFloat>(nPosition));
     font.GetUnderlineThicknessProperty().SetValue(static_cast<RealFloat>(std::max(nSize / 16, 1)));
 }
 

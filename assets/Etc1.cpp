@@ -3,6 +3,7 @@
 #include <ETC1/etc1.h>
 
 #include <algorithm>
+#include <cstddef>
 #include <cstring>
 #include <new>
 
@@ -17,10 +18,11 @@ void GatherBlock(const RgbaPicture& picture, Etc1Plane plane, int left, int top,
         for (int x = 0; x < kBlockExtent; ++x, block += 3) {
             const std::uint8_t* pixel =
                 picture.At(std::min(left + x, picture.width - 1), std::min(top + y, picture.height - 1));
-            if (plane == Etc1Plane::Colour)
+            if (plane == Etc1Plane::Colour) {
                 std::memcpy(block, pixel, 3);
-            else
+            } else {
                 std::memset(block, pixel[3], 3);
+            }
         }
     }
 }
@@ -30,13 +32,14 @@ void ScatterBlock(const etc1_byte* block, Etc1Plane plane, int left, int top, Rg
     const int height = std::min(kBlockExtent, picture.height - top);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            const etc1_byte* source = block + (y * kBlockExtent + x) * 3;
+            const etc1_byte* source = block + static_cast<std::ptrdiff_t>(y * kBlockExtent + x) * 3;
             std::uint8_t* pixel = picture.At(left + x, top + y);
             // The shader takes the alpha from the red channel.
-            if (plane == Etc1Plane::Colour)
+            if (plane == Etc1Plane::Colour) {
                 std::memcpy(pixel, source, 3);
-            else
+            } else {
                 pixel[3] = source[0];
+            }
         }
     }
 }
@@ -66,11 +69,13 @@ void DecodeEtc1Plane(const std::uint8_t* in, Etc1Plane plane, RgbaPicture& pictu
 
 bool EncodeEtc1(const ImageData& image, bool fMipLevels, const std::string& name, ImageData& out,
                 std::string& error) {
-    if (image.levels.empty())
+    if (image.levels.empty()) {
         return Fail(error, name + ": there are no pixels to encode");
-    if (IsEtc1(image.format) || !IsSupported(image.format))
+    }
+    if (IsEtc1(image.format) || !IsSupported(image.format)) {
         return Fail(error, name + ": pixels of texture format " + std::to_string(int(image.format)) +
                                " cannot be encoded");
+    }
     try {
         ImageOptions options;
         options.encodeEtc1 = true;

@@ -20,8 +20,9 @@ public:
     FileDescriptor(const FileDescriptor&) = delete;
     FileDescriptor& operator=(const FileDescriptor&) = delete;
     ~FileDescriptor() {
-        if (m_nDescriptor >= 0)
+        if (m_nDescriptor >= 0) {
             close(m_nDescriptor);
+        }
     }
     int Get() const { return m_nDescriptor; }
 
@@ -37,12 +38,15 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, const std::string
     std::size_t done = 0;
     while (done < bytes.size()) {
         const ssize_t got = read(descriptor, bytes.data() + done, bytes.size() - done);
-        if (got < 0 && errno == EINTR)
+        if (got < 0 && errno == EINTR) {
             continue;
-        if (got < 0)
+        }
+        if (got < 0) {
             return FailErrno(error, path, "cannot be read");
-        if (got == 0)
+        }
+        if (got == 0) {
             return Fail(error, path + ": shrank to " + std::to_string(done) + " bytes while being read");
+        }
         done += std::size_t(got);
     }
     return true;
@@ -55,17 +59,21 @@ bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::ui
     // Opening a pipe would wait for a writer; what is not a regular file is told by the next step.
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
-    if (descriptor.Get() < 0 || fstat(descriptor.Get(), &status) != 0)
+    if (descriptor.Get() < 0 || fstat(descriptor.Get(), &status) != 0) {
         return FailErrno(error, path, "cannot be opened");
-    if (!S_ISREG(status.st_mode))
+    }
+    if (!S_ISREG(status.st_mode)) {
         return Fail(error, path + ": is not a regular file");
-    if (static_cast<unsigned long long>(status.st_size) > maxBytes)
+    }
+    if (static_cast<unsigned long long>(status.st_size) > maxBytes) {
         return Fail(error, path + ": has " + std::to_string(status.st_size) + " bytes, more than the " +
                                std::to_string(maxBytes) + " allowed");
+    }
     try {
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
-        if (!ReadAll(descriptor.Get(), bytes, path, error))
+        if (!ReadAll(descriptor.Get(), bytes, path, error)) {
             return false;
+        }
         out = std::move(bytes);
         return true;
     } catch (const std::bad_alloc&) {
@@ -82,14 +90,17 @@ bool WriteFiles(const std::vector<FileToWrite>& files, std::string& error) {
     std::vector<FileReplacement> replacements(files.size());
     for (std::size_t i = 0; i < files.size(); ++i) {
         const FileToWrite& file = files[i];
-        if (!replacements[i].Open(file.path.c_str()))
+        if (!replacements[i].Open(file.path.c_str())) {
             return FailErrno(error, file.path, "cannot be created");
-        if (!replacements[i].Write(file.bytes.data, file.bytes.size) || !replacements[i].Close())
+        }
+        if (!replacements[i].Write(file.bytes.data, file.bytes.size) || !replacements[i].Close()) {
             return FailErrno(error, file.path, "cannot be written");
+        }
     }
     for (std::size_t i = 0; i < files.size(); ++i) {
-        if (!replacements[i].TakePlace())
+        if (!replacements[i].TakePlace()) {
             return FailErrno(error, files[i].path, "cannot be replaced");
+        }
     }
     return true;
 }

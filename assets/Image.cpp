@@ -46,8 +46,9 @@ std::size_t RowBytes(TextureFormat::Enum format, int width) {
 }
 
 std::size_t PlaneBytes(TextureFormat::Enum format, int width, int height) {
-    if (IsEtc1(format))
+    if (IsEtc1(format)) {
         return (std::size_t(width) + 3) / 4 * ((std::size_t(height) + 3) / 4) * 8;
+    }
     return RowBytes(format, width) * std::size_t(height);
 }
 
@@ -58,17 +59,20 @@ std::size_t LevelBytes(TextureFormat::Enum format, int width, int height) {
 bool CheckSize(const std::string& name, long long width, long long height, const ImageLimits& limits,
                std::string& error) {
     const std::string size = std::to_string(width) + " x " + std::to_string(height);
-    if (width < 1 || height < 1)
+    if (width < 1 || height < 1) {
         return Fail(error, name + ": a size of " + size + " pixels holds no picture");
+    }
     const int maxWidth = std::min(limits.maxWidth, Texture::MaximumSide);
     const int maxHeight = std::min(limits.maxHeight, Texture::MaximumSide);
-    if (width > maxWidth || height > maxHeight)
+    if (width > maxWidth || height > maxHeight) {
         return Fail(error, name + ": " + size + " pixels are more than the " + std::to_string(maxWidth) +
                                " x " + std::to_string(maxHeight) + " allowed");
+    }
     const unsigned long long bytes = 4ull * static_cast<unsigned long long>(width * height);
-    if (bytes > limits.maxBytes)
+    if (bytes > limits.maxBytes) {
         return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) +
                                " bytes, more than the " + std::to_string(limits.maxBytes) + " allowed");
+    }
     return true;
 }
 

@@ -27,9 +27,10 @@ std::vector<Coverage> CoverAxis(int source, int target) {
         const long long begin = static_cast<long long>(i) * source;
         const long long end = begin + source;
         coverage.first = int(begin / target);
-        for (long long pixel = coverage.first; pixel * target < end; ++pixel)
+        for (long long pixel = coverage.first; pixel * target < end; ++pixel) {
             coverage.weights[coverage.count++] =
                 unsigned(std::min(end, (pixel + 1) * target) - std::max(begin, pixel * target));
+        }
     }
     return axis;
 }
@@ -52,17 +53,19 @@ void AveragePixel(const RgbaPicture& picture, const Coverage& across, const Cove
             }
         }
     }
-    for (int c = 0; c < 3; ++c)
+    for (int c = 0; c < 3; ++c) {
         out[c] = std::uint8_t(alpha ? (weighted[c] + alpha / 2) / alpha : (plain[c] + weight / 2) / weight);
+    }
     out[3] = std::uint8_t((alpha + weight / 2) / weight);
 }
 
 bool AppendLevel(const RgbaPicture& picture, const std::string& name, ImageData& image, std::string& error) {
     const std::size_t offset = image.pixels.size();
     const std::size_t bytes = LevelBytes(image.format, picture.width, picture.height);
-    if (bytes > std::size_t(INT_MAX) - offset)
+    if (bytes > std::size_t(INT_MAX) - offset) {
         return Fail(error,
                     name + ": its levels need more than the 2147483647 bytes that a texture can address");
+    }
     image.pixels.resize(offset + bytes);
     PackPixels(picture, image.format, image.pixels.data() + offset);
     image.levels.push_back({picture.width, picture.height, int(offset),
@@ -73,8 +76,9 @@ bool AppendLevel(const RgbaPicture& picture, const std::string& name, ImageData&
 bool AppendSmallerLevels(RgbaPicture picture, const std::string& name, ImageData& image, std::string& error) {
     while (picture.width > 1 || picture.height > 1) {
         picture = HalvePicture(picture);
-        if (!AppendLevel(picture, name, image, error))
+        if (!AppendLevel(picture, name, image, error)) {
             return false;
+        }
     }
     return true;
 }
@@ -97,8 +101,9 @@ RgbaPicture HalvePicture(const RgbaPicture& picture) {
 }
 
 bool CanHaveMipLevels(TextureFormat::Enum format, const std::string& name, std::string& error) {
-    if (format != TextureFormat::ETC1_RGBA)
+    if (format != TextureFormat::ETC1_RGBA) {
         return true;
+    }
     return Fail(error,
                 name + ": ETC1 with alpha cannot have mip levels, its levels below 4 x 4 pixels have no room "
                        "for the alpha plane; load it without levels or in another format");
@@ -118,10 +123,12 @@ bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name,
 }
 
 bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& error) {
-    if (image.levels.empty())
+    if (image.levels.empty()) {
         return Fail(error, name + ": there is no level to make smaller ones from");
-    if (!CanHaveMipLevels(image.format, name, error))
+    }
+    if (!CanHaveMipLevels(image.format, name, error)) {
         return false;
+    }
     try {
         const MipLevel& base = image.levels[0];
         ImageData built;
@@ -130,8 +137,9 @@ bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& e
                             image.pixels.begin() + base.m_nOffset + base.m_nSize);
         built.levels.push_back({base.m_nWidth, base.m_nHeight, 0, base.m_nSize});
         RgbaPicture picture = UnpackPixels(built.pixels.data(), image.format, base.m_nWidth, base.m_nHeight);
-        if (!AppendSmallerLevels(std::move(picture), name, built, error))
+        if (!AppendSmallerLevels(std::move(picture), name, built, error)) {
             return false;
+        }
         image.pixels = std::move(built.pixels);
         image.levels = std::move(built.levels);
         return true;

@@ -20,11 +20,13 @@ std::uint8_t Widen(unsigned value, unsigned max) {
 }
 
 std::uint16_t PackWord(const std::uint8_t* pixel, TextureFormat::Enum format) {
-    if (format == TextureFormat::RGB565)
+    if (format == TextureFormat::RGB565) {
         return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 63) << 5 | Narrow(pixel[2], 31));
-    if (format == TextureFormat::RGBA5551)
+    }
+    if (format == TextureFormat::RGBA5551) {
         return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 31) << 6 |
                              Narrow(pixel[2], 31) << 1 | Narrow(pixel[3], 1));
+    }
     return std::uint16_t(Narrow(pixel[0], 15) << 12 | Narrow(pixel[1], 15) << 8 | Narrow(pixel[2], 15) << 4 |
                          Narrow(pixel[3], 15));
 }
@@ -109,16 +111,18 @@ RgbaPicture Resize(const RgbaPicture& picture, int width, int height) {
     for (int y = 0; y < height; ++y) {
         const int source = std::min(y, picture.height - 1);
         std::memcpy(resized.At(0, y), picture.At(0, source), std::size_t(common) * 4);
-        for (int x = common; x < width; ++x)
+        for (int x = common; x < width; ++x) {
             std::memcpy(resized.At(x, y), picture.At(picture.width - 1, source), 4);
+        }
     }
     return resized;
 }
 
 void FlipRows(RgbaPicture& picture) {
     const std::size_t row = std::size_t(picture.width) * 4;
-    for (int y = 0; y < picture.height / 2; ++y)
+    for (int y = 0; y < picture.height / 2; ++y) {
         std::swap_ranges(picture.At(0, y), picture.At(0, y) + row, picture.At(0, picture.height - 1 - y));
+    }
 }
 
 void SetAlphaFromBrightness(RgbaPicture& picture) {
@@ -130,15 +134,18 @@ void SetAlphaFromBrightness(RgbaPicture& picture) {
 
 /** What the target drops must not weigh on the colours of smaller levels either. */
 void SetOpaque(RgbaPicture& picture) {
-    for (std::size_t i = 3; i < picture.bytes.size(); i += 4)
+    for (std::size_t i = 3; i < picture.bytes.size(); i += 4) {
         picture.bytes[i] = 255;
+    }
 }
 
 TextureFormat::Enum ChooseFormat(const ImageOptions& options, bool fHasAlpha) {
-    if (options.format)
+    if (options.format) {
         return *options.format;
-    if (options.encodeEtc1)
+    }
+    if (options.encodeEtc1) {
         return fHasAlpha ? TextureFormat::ETC1_RGBA : TextureFormat::ETC1_RGB;
+    }
     return fHasAlpha ? TextureFormat::RGBA8888 : TextureFormat::RGB888;
 }
 
@@ -146,8 +153,9 @@ long long AllocatedExtent(long long used, TextureFormat::Enum format, bool fPowe
     long long extent = IsEtc1(format) ? (used + 3) / 4 * 4 : used;
     if (fPowerOfTwo) {
         long long power = IsEtc1(format) ? 4 : 1;
-        while (power < extent)
+        while (power < extent) {
             power *= 2;
+        }
         extent = power;
     }
     return extent;
@@ -158,14 +166,16 @@ long long AllocatedExtent(long long used, TextureFormat::Enum format, bool fPowe
 void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uint8_t* out) {
     if (IsEtc1(format)) {
         EncodeEtc1Plane(picture, Etc1Plane::Colour, out);
-        if (format == TextureFormat::ETC1_RGBA)
+        if (format == TextureFormat::ETC1_RGBA) {
             EncodeEtc1Plane(picture, Etc1Plane::Alpha,
                             out + PlaneBytes(format, picture.width, picture.height));
+        }
         return;
     }
     const std::size_t stride = RowBytes(format, picture.width);
-    for (int y = 0; y < picture.height; ++y)
+    for (int y = 0; y < picture.height; ++y) {
         PackRow(picture.At(0, y), picture.width, format, out + std::size_t(y) * stride);
+    }
 }
 
 RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int width, int height) {
@@ -173,13 +183,15 @@ RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int
     picture.bytes.assign(std::size_t(width) * std::size_t(height) * 4, 255);
     if (IsEtc1(format)) {
         DecodeEtc1Plane(in, Etc1Plane::Colour, picture);
-        if (format == TextureFormat::ETC1_RGBA)
+        if (format == TextureFormat::ETC1_RGBA) {
             DecodeEtc1Plane(in + PlaneBytes(format, width, height), Etc1Plane::Alpha, picture);
+        }
         return picture;
     }
     const std::size_t stride = RowBytes(format, width);
-    for (int y = 0; y < height; ++y)
+    for (int y = 0; y < height; ++y) {
         UnpackRow(in + std::size_t(y) * stride, width, format, picture.At(0, y));
+    }
     return picture;
 }
 
@@ -200,31 +212,38 @@ bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options
                 ImageData& image, std::string& error) {
     ImageData built;
     built.format = ChooseFormat(options, fHasAlpha);
-    if (!IsSupported(built.format))
+    if (!IsSupported(built.format)) {
         return Fail(error, name + ": cannot be made an image of texture format " +
                                std::to_string(int(built.format)));
+    }
     built.width = picture.width;
     built.height = picture.height;
     const long long width = AllocatedExtent(picture.width, built.format, options.padToPowerOfTwo);
     const long long height = AllocatedExtent(picture.height, built.format, options.padToPowerOfTwo);
-    if (options.mipLevels && !CanHaveMipLevels(built.format, name, error))
+    if (options.mipLevels && !CanHaveMipLevels(built.format, name, error)) {
         return false;
+    }
     const bool fPad = width != picture.width || height != picture.height;
-    if (fPad && !CheckSize(name + ": padded", width, height, options.limits, error))
+    if (fPad && !CheckSize(name + ": padded", width, height, options.limits, error)) {
         return false;
+    }
     built.allocatedWidth = int(width);
     built.allocatedHeight = int(height);
 
-    if (built.format == TextureFormat::Alpha8 && !fHasAlpha)
+    if (built.format == TextureFormat::Alpha8 && !fHasAlpha) {
         SetAlphaFromBrightness(picture);
-    else if (fHasAlpha && !HasAlpha(built.format))
+    } else if (fHasAlpha && !HasAlpha(built.format)) {
         SetOpaque(picture);
-    if (options.flipRows)
+    }
+    if (options.flipRows) {
         FlipRows(picture);
-    if (fPad)
+    }
+    if (fPad) {
         picture = Resize(picture, built.allocatedWidth, built.allocatedHeight);
-    if (!AppendLevels(std::move(picture), options.mipLevels, name, built, error))
+    }
+    if (!AppendLevels(std::move(picture), options.mipLevels, name, built, error)) {
         return false;
+    }
     image = std::move(built);
     return true;
 }

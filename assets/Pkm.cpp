@@ -50,42 +50,51 @@ void AppendBig16(std::vector<std::uint8_t>& out, int value) {
 }
 
 bool CheckSignature(ByteSpan bytes, const std::string& name, std::string& error) {
-    if (bytes.size < kHeaderBytes)
+    if (bytes.size < kHeaderBytes) {
         return Fail(error,
                     name + ": " + std::to_string(bytes.size) + " bytes are too few for a PKM header of 16");
-    if (std::memcmp(bytes.data, "PKM ", 4) != 0)
+    }
+    if (std::memcmp(bytes.data, "PKM ", 4) != 0) {
         return Fail(error, name + ": is not a PKM file (at byte 0)");
-    if (std::memcmp(bytes.data + 4, "10", 2) != 0)
+    }
+    if (std::memcmp(bytes.data + 4, "10", 2) != 0) {
         return Fail(error, name + ": is a PKM file of another version than 10 (at byte 4)");
+    }
     const int type = ReadBig16(bytes.data + 6);
-    if (type != 0)
+    if (type != 0) {
         return Fail(error, name + ": is a PKM file of type " + std::to_string(type) +
                                ", not of type 0, ETC1 (at byte 6)");
+    }
     return true;
 }
 
 /** Everything that the header says is checked against the file before any of it is believed. */
 bool ReadHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, PkmHeader& header,
                 std::string& error) {
-    if (!CheckSignature(bytes, name, error))
+    if (!CheckSignature(bytes, name, error)) {
         return false;
+    }
     header.extendedWidth = ReadBig16(bytes.data + kExtendedOffset);
     header.extendedHeight = ReadBig16(bytes.data + kExtendedOffset + 2);
     header.width = ReadBig16(bytes.data + kUsedOffset);
     header.height = ReadBig16(bytes.data + kUsedOffset + 2);
-    if (header.extendedWidth % 4 != 0 || header.extendedHeight % 4 != 0)
+    if (header.extendedWidth % 4 != 0 || header.extendedHeight % 4 != 0) {
         return Fail(error, name + ": the extended size of " + header.Describe() +
                                " is no multiple of 4 (at byte 8)");
-    if (header.width > header.extendedWidth || header.height > header.extendedHeight)
+    }
+    if (header.width > header.extendedWidth || header.height > header.extendedHeight) {
         return Fail(error, name + ": a used size of " + header.Describe() + " does not fit (at byte 12)");
+    }
     if (!CheckSize(name, header.width, header.height, limits, error) ||
-        !CheckSize(name, header.extendedWidth, header.extendedHeight, limits, error))
+        !CheckSize(name, header.extendedWidth, header.extendedHeight, limits, error)) {
         return false;
+    }
     const std::size_t expected =
         kHeaderBytes + PlaneBytes(TextureFormat::ETC1_RGB, header.extendedWidth, header.extendedHeight);
-    if (bytes.size != expected)
+    if (bytes.size != expected) {
         return Fail(error, name + ": " + header.Describe() + " pixels need " + std::to_string(expected) +
                                " bytes, but the file ends at byte " + std::to_string(bytes.size));
+    }
     return true;
 }
 
@@ -95,14 +104,17 @@ bool IsPowerOfTwo(int value) {
 
 bool CheckOptions(const PkmHeader& header, TextureFormat::Enum format, const ImageOptions& options,
                   const std::string& name, std::string& error) {
-    if (options.format && *options.format != format)
+    if (options.format && *options.format != format) {
         return Fail(error, name + ": its ETC1 blocks have texture format " + std::to_string(int(format)) +
                                " and cannot become format " + std::to_string(int(*options.format)));
-    if (options.flipRows)
+    }
+    if (options.flipRows) {
         return Fail(error, name + ": the rows of ETC1 blocks cannot be flipped");
+    }
     if (options.padToPowerOfTwo &&
-        !(IsPowerOfTwo(header.extendedWidth) && IsPowerOfTwo(header.extendedHeight)))
+        !(IsPowerOfTwo(header.extendedWidth) && IsPowerOfTwo(header.extendedHeight))) {
         return Fail(error, name + ": " + header.Describe() + " pixels of ETC1 blocks cannot be padded");
+    }
     return !options.mipLevels || CanHaveMipLevels(format, name, error);
 }
 
@@ -115,8 +127,9 @@ ImageData Assemble(const PkmHeader& header, TextureFormat::Enum format, ByteSpan
     image.allocatedHeight = header.extendedHeight;
     image.pixels.reserve(LevelBytes(format, header.extendedWidth, header.extendedHeight));
     image.pixels.assign(colour.data + kHeaderBytes, colour.data + colour.size);
-    if (format == TextureFormat::ETC1_RGBA)
+    if (format == TextureFormat::ETC1_RGBA) {
         image.pixels.insert(image.pixels.end(), alpha.data + kHeaderBytes, alpha.data + alpha.size);
+    }
     image.levels.push_back({header.extendedWidth, header.extendedHeight, 0, int(colour.size - kHeaderBytes)});
     return image;
 }
@@ -125,31 +138,36 @@ ImageData Assemble(const PkmHeader& header, TextureFormat::Enum format, ByteSpan
 std::vector<std::uint8_t> FilePlane(const ImageData& image, std::size_t plane) {
     const MipLevel& level = image.levels[0];
     std::vector<std::uint8_t> bytes = {'P', 'K', 'M', ' ', '1', '0', 0, 0};
-    for (int extent : {level.m_nWidth, level.m_nHeight, image.width, image.height})
+    for (int extent : {level.m_nWidth, level.m_nHeight, image.width, image.height}) {
         AppendBig16(bytes, extent);
+    }
     const std::uint8_t* blocks = image.pixels.data() + level.m_nOffset + plane * std::size_t(level.m_nSize);
     bytes.insert(bytes.end(), blocks, blocks + level.m_nSize);
     return bytes;
 }
 
 bool CheckSaveable(const std::string& path, const ImageData& image, std::string& error) {
-    if (!IsEtc1(image.format))
+    if (!IsEtc1(image.format)) {
         return Fail(error, path + ": only ETC1 images can be written, not texture format " +
                                std::to_string(int(image.format)));
-    if (image.levels.size() != 1)
+    }
+    if (image.levels.size() != 1) {
         return Fail(error, path + ": a PKM file holds one level, not " + std::to_string(image.levels.size()));
+    }
     const MipLevel& level = image.levels[0];
-    if (level.m_nWidth > kMostExtent || level.m_nHeight > kMostExtent)
+    if (level.m_nWidth > kMostExtent || level.m_nHeight > kMostExtent) {
         return Fail(error, path + ": " + std::to_string(level.m_nWidth) + " x " +
                                std::to_string(level.m_nHeight) + " pixels do not fit a PKM header");
+    }
     return true;
 }
 
 } // namespace
 
 std::string PkmAlphaPath(const std::string& path) {
-    if (!EndsWith(path, kSuffix) || EndsWith(path, kAlphaSuffix))
+    if (!EndsWith(path, kSuffix) || EndsWith(path, kAlphaSuffix)) {
         return {};
+    }
     return path.substr(0, path.size() - kSuffix.size()) + kAlphaSuffix;
 }
 
@@ -162,18 +180,23 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const Ima
         const std::string alphaName = alphaPath.empty() ? name + " (alpha)" : alphaPath;
         PkmHeader header;
         PkmHeader alphaHeader;
-        if (!ReadHeader(colour, name, options.limits, header, error))
+        if (!ReadHeader(colour, name, options.limits, header, error)) {
             return false;
-        if (fAlpha && !ReadHeader(alpha, alphaName, options.limits, alphaHeader, error))
+        }
+        if (fAlpha && !ReadHeader(alpha, alphaName, options.limits, alphaHeader, error)) {
             return false;
-        if (fAlpha && !(alphaHeader == header))
+        }
+        if (fAlpha && !(alphaHeader == header)) {
             return Fail(error, alphaName + ": has " + alphaHeader.Describe() + " pixels, but " + name +
                                    " has " + header.Describe());
-        if (!CheckOptions(header, format, options, name, error))
+        }
+        if (!CheckOptions(header, format, options, name, error)) {
             return false;
+        }
         ImageData loaded = Assemble(header, format, colour, alpha);
-        if (options.mipLevels && !GenerateMipLevels(loaded, name, error))
+        if (options.mipLevels && !GenerateMipLevels(loaded, name, error)) {
             return false;
+        }
         image = std::move(loaded);
         return true;
     } catch (const std::bad_alloc&) {
@@ -183,34 +206,40 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const Ima
 
 bool LoadPkm(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error) {
     std::vector<std::uint8_t> colour;
-    if (!ReadFile(path, options.limits.maxFileBytes, colour, error))
+    if (!ReadFile(path, options.limits.maxFileBytes, colour, error)) {
         return false;
+    }
     std::vector<std::uint8_t> alpha;
     const std::string alphaPath = PkmAlphaPath(path);
     const bool fAlpha = !alphaPath.empty() && FileExists(alphaPath);
-    if (fAlpha && !ReadFile(alphaPath, options.limits.maxFileBytes, alpha, error))
+    if (fAlpha && !ReadFile(alphaPath, options.limits.maxFileBytes, alpha, error)) {
         return false;
-    if (fAlpha && alpha.empty())
+    }
+    if (fAlpha && alpha.empty()) {
         return Fail(error, alphaPath + ": is empty");
+    }
     return LoadPkm({colour.data(), colour.size()}, {alpha.data(), alpha.size()}, path, options, image, error);
 }
 
 bool SavePkm(const std::string& path, const ImageData& image, std::string& error) {
-    if (!CheckSaveable(path, image, error))
+    if (!CheckSaveable(path, image, error)) {
         return false;
+    }
     try {
         const std::string alphaPath = PkmAlphaPath(path);
         const std::vector<std::uint8_t> colour = FilePlane(image, 0);
         if (image.format == TextureFormat::ETC1_RGB) {
-            if (!alphaPath.empty() && FileExists(alphaPath))
+            if (!alphaPath.empty() && FileExists(alphaPath)) {
                 return Fail(error,
                             alphaPath +
                                 ": lies beside an image without alpha and would be taken for its alpha");
+            }
             return WriteFiles({{path, {colour.data(), colour.size()}}}, error);
         }
-        if (alphaPath.empty())
+        if (alphaPath.empty()) {
             return Fail(error,
                         path + ": an image with alpha needs a path that ends in .pkm and not in .alpha.pkm");
+        }
         const std::vector<std::uint8_t> alpha = FilePlane(image, 1);
         return WriteFiles({{path, {colour.data(), colour.size()}}, {alphaPath, {alpha.data(), alpha.size()}}},
                           error);

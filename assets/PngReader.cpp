@@ -93,13 +93,16 @@ void PngDecoder::OnRead(png_structp png, png_bytep out, size_t count) {
 
 bool PngDecoder::ReadHeader(const ImageLimits& limits) {
     m_pPng = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, OnError, OnWarning);
-    if (!m_pPng)
+    if (!m_pPng) {
         return false;
-    if (setjmp(png_jmpbuf(m_pPng)))
+    }
+    if (setjmp(png_jmpbuf(m_pPng))) {
         return false;
+    }
     m_pInfo = png_create_info_struct(m_pPng);
-    if (!m_pInfo)
+    if (!m_pInfo) {
         return false;
+    }
     png_set_read_fn(m_pPng, this, OnRead);
     png_set_user_limits(m_pPng, png_uint_32(limits.maxWidth), png_uint_32(limits.maxHeight));
     // What libpng would only warn of is damage too, and nothing but pixels, palette and transparency is of
@@ -111,14 +114,16 @@ bool PngDecoder::ReadHeader(const ImageLimits& limits) {
     m_nStoredBytes = std::uint64_t(png_get_rowbytes(m_pPng, m_pInfo)) * png_get_image_height(m_pPng, m_pInfo);
     m_fHasAlpha = (png_get_color_type(m_pPng, m_pInfo) & PNG_COLOR_MASK_ALPHA) != 0 ||
                   png_get_valid(m_pPng, m_pInfo, PNG_INFO_tRNS) != 0;
-    if (png_get_color_type(m_pPng, m_pInfo) == PNG_COLOR_TYPE_PALETTE)
+    if (png_get_color_type(m_pPng, m_pInfo) == PNG_COLOR_TYPE_PALETTE) {
         ReadPalette();
-    else
+    } else {
         RequestRgba();
+    }
     png_set_interlace_handling(m_pPng);
     png_read_update_info(m_pPng, m_pInfo);
-    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t(GetWidth()) * (HasPalette() ? 1 : 4))
+    if (png_get_rowbytes(m_pPng, m_pInfo) != std::size_t(GetWidth()) * (HasPalette() ? 1 : 4)) {
         png_error(m_pPng, "the pixels cannot be brought to whole bytes");
+    }
     return true;
 }
 
@@ -147,8 +152,9 @@ void PngDecoder::RequestRgba() {
 }
 
 bool PngDecoder::ReadRows(png_bytepp rows) {
-    if (setjmp(png_jmpbuf(m_pPng)))
+    if (setjmp(png_jmpbuf(m_pPng))) {
         return false;
+    }
     png_read_image(m_pPng, rows);
     png_read_end(m_pPng, nullptr);
     return true;
@@ -160,11 +166,13 @@ std::string PngDecoder::DescribeError() const {
     std::string chunkName;
     for (int shift = 24; shift >= 0; shift -= 8) {
         const char letter = char(chunk >> shift & 0xFF);
-        if ((letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z'))
+        if ((letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z')) {
             chunkName += letter;
+        }
     }
-    if (chunkName.size() == 4)
+    if (chunkName.size() == 4) {
         where = "chunk " + chunkName + ", " + where;
+    }
     return std::string(m_sError) + " (" + where + ")";
 }
 
@@ -175,16 +183,20 @@ std::string PngDecoder::DescribeError() const {
 bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, std::string& error) {
     static const std::uint8_t kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     const std::size_t present = std::min(bytes.size, kSignatureBytes);
-    if (present == 0)
+    if (present == 0) {
         return Fail(error, name + ": is empty");
-    if (std::memcmp(bytes.data, kSignature, present) != 0)
+    }
+    if (std::memcmp(bytes.data, kSignature, present) != 0) {
         return Fail(error, name + ": is not a PNG file (its first 8 bytes are not the signature)");
-    if (bytes.size < kHeaderEnd)
+    }
+    if (bytes.size < kHeaderEnd) {
         return Fail(error, name + ": the file ends too early (chunk IHDR, at byte " +
                                std::to_string(bytes.size) + ")");
+    }
     const std::uint8_t* chunk = bytes.data + kSignatureBytes;
-    if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0)
+    if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0) {
         return Fail(error, name + ": the first chunk is not a PNG header (at byte 8)");
+    }
     return CheckSize(name, ReadBig32(chunk + 8), ReadBig32(chunk + 12), limits, error);
 }
 
@@ -195,8 +207,9 @@ bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& lim
 bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::string& name,
                       std::string& error) {
     constexpr std::uint64_t kMostInflation = 1032;
-    if (decoder.GetStoredBytes() / kMostInflation <= bytes.size)
+    if (decoder.GetStoredBytes() / kMostInflation <= bytes.size) {
         return true;
+    }
     return Fail(error, name + ": " + std::to_string(bytes.size) + " bytes are too few for " +
                            std::to_string(decoder.GetWidth()) + " x " + std::to_string(decoder.GetHeight()) +
                            " pixels");
@@ -212,10 +225,11 @@ bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPictu
         std::uint8_t* row = picture.At(0, y);
         for (int x = picture.width - 1; x >= 0; --x) {
             const int index = row[x];
-            if (index >= decoder.GetPaletteEntries())
+            if (index >= decoder.GetPaletteEntries()) {
                 return Fail(error, name + ": pixel (" + std::to_string(x) + ", " + std::to_string(y) +
                                        ") has index " + std::to_string(index) + " into a palette of " +
                                        std::to_string(decoder.GetPaletteEntries()));
+            }
             std::memcpy(row + std::size_t(x) * 4, decoder.GetPaletteEntry(index), 4);
         }
     }
@@ -226,20 +240,25 @@ bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPictu
 
 bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
                bool& fHasAlpha, std::string& error) {
-    if (!CheckHeader(bytes, name, limits, error))
+    if (!CheckHeader(bytes, name, limits, error)) {
         return false;
+    }
     PngDecoder decoder(bytes);
-    if (!decoder.ReadHeader(limits))
+    if (!decoder.ReadHeader(limits)) {
         return Fail(error, name + ": " + decoder.DescribeError());
-    if (!CheckFileCanHold(decoder, bytes, name, error))
+    }
+    if (!CheckFileCanHold(decoder, bytes, name, error)) {
         return false;
+    }
     picture = {decoder.GetWidth(), decoder.GetHeight(), {}};
     picture.bytes.resize(std::size_t(picture.width) * std::size_t(picture.height) * 4);
     std::vector<png_bytep> rows(static_cast<std::size_t>(picture.height));
-    for (int y = 0; y < picture.height; ++y)
+    for (int y = 0; y < picture.height; ++y) {
         rows[std::size_t(y)] = picture.At(0, y);
-    if (!decoder.ReadRows(rows.data()))
+    }
+    if (!decoder.ReadRows(rows.data())) {
         return Fail(error, name + ": " + decoder.DescribeError());
+    }
     fHasAlpha = decoder.HasAlpha();
     return !decoder.HasPalette() || LookUpColours(decoder, name, picture, error);
 }
@@ -251,10 +270,12 @@ std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk) {
     while (at + kAroundChunk <= bytes.size) {
         const std::size_t length = ReadBig32(bytes.data + at);
         const std::uint8_t* name = bytes.data + at + 4;
-        if (length > bytes.size - at - kAroundChunk || std::memcmp(name, "IEND", 4) == 0)
+        if (length > bytes.size - at - kAroundChunk || std::memcmp(name, "IEND", 4) == 0) {
             break;
-        if (std::memcmp(name, pChunk, 4) == 0)
+        }
+        if (std::memcmp(name, pChunk, 4) == 0) {
             found.push_back({name + 4, length});
+        }
         at += kAroundChunk + length;
     }
     return found;

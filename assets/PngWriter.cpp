@@ -57,27 +57,32 @@ bool PngEncoder::Append(const std::uint8_t* data, std::size_t count) {
 }
 
 void PngEncoder::OnWrite(png_structp png, png_bytep data, size_t count) {
-    if (!static_cast<PngEncoder*>(png_get_io_ptr(png))->Append(data, count))
+    if (!static_cast<PngEncoder*>(png_get_io_ptr(png))->Append(data, count)) {
         png_error(png, "out of memory");
+    }
 }
 
 bool PngEncoder::Write(const PngPicture& picture, std::size_t stride) {
     m_pPng = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, OnError, OnWarning);
-    if (!m_pPng)
+    if (!m_pPng) {
         return false;
-    if (setjmp(png_jmpbuf(m_pPng)))
+    }
+    if (setjmp(png_jmpbuf(m_pPng))) {
         return false;
+    }
     m_pInfo = png_create_info_struct(m_pPng);
-    if (!m_pInfo)
+    if (!m_pInfo) {
         return false;
+    }
     png_set_write_fn(m_pPng, this, OnWrite, OnFlush);
     png_set_IHDR(m_pPng, m_pInfo, png_uint_32(picture.width), png_uint_32(picture.height), 8,
                  picture.channels == 4 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(m_pPng, m_pInfo);
     const std::uint8_t* row = picture.pixels;
-    for (int y = 0; y < picture.height; ++y, row += stride)
+    for (int y = 0; y < picture.height; ++y, row += stride) {
         png_write_row(m_pPng, row);
+    }
     png_write_end(m_pPng, m_pInfo);
     return true;
 }
@@ -86,18 +91,22 @@ bool PngEncoder::Write(const PngPicture& picture, std::size_t stride) {
 
 bool EncodePng(const PngPicture& picture, const std::string& name, std::vector<std::uint8_t>& out,
                std::string& error) {
-    if (!picture.pixels || picture.width < 1 || picture.height < 1)
+    if (!picture.pixels || picture.width < 1 || picture.height < 1) {
         return Fail(error, name + ": there are no pixels to write");
-    if (picture.channels != 3 && picture.channels != 4)
+    }
+    if (picture.channels != 3 && picture.channels != 4) {
         return Fail(error, name + ": pixels of " + std::to_string(picture.channels) +
                                " channels cannot be written, only 3 or 4");
+    }
     const std::size_t row = std::size_t(picture.width) * std::size_t(picture.channels);
-    if (picture.stride != 0 && picture.stride < row)
+    if (picture.stride != 0 && picture.stride < row) {
         return Fail(error, name + ": rows of " + std::to_string(row) + " bytes overlap at a stride of " +
                                std::to_string(picture.stride));
+    }
     PngEncoder encoder;
-    if (!encoder.Write(picture, picture.stride ? picture.stride : row))
+    if (!encoder.Write(picture, picture.stride ? picture.stride : row)) {
         return Fail(error, name + ": cannot be encoded: " + encoder.GetError());
+    }
     out = std::move(encoder.GetBytes());
     return true;
 }

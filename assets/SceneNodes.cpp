@@ -112,7 +112,7 @@ RealFloat ReadFrameRate(JsonCursor const& place) {
 }
 
 Ref<Timeline> SceneNodes::CreateTimeline(JsonCursor const& place) const {
-    Ref<Timeline> const pTimeline = Create<Timeline>(m_registry, "Timeline");
+    Ref<Timeline> pTimeline = Create<Timeline>(m_registry, "Timeline");
     if (!pTimeline) {
         place.Fail("the back end has no class \"Timeline\"");
     }
@@ -127,7 +127,7 @@ Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& cla
     if (!m_registry.IsRegistered(nClassID)) {
         place.FailUnknownName(className, "class", GetKnownClasses(m_registry));
     }
-    Ref<Node> const pNode = Create<Node>(m_registry, className);
+    Ref<Node> pNode = Create<Node>(m_registry, className);
     if (!pNode) {
         place.Fail("class \"" + className + "\" is no class of nodes");
     }
@@ -151,7 +151,7 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
         place.Fail("the scene has more than " + std::to_string(MaximumNodes) + " nodes");
     }
     JsonCursor const className = place.Require("class");
-    Ref<Node> const pNode = CreateNode(className, className.ReadText());
+    Ref<Node> pNode = CreateNode(className, className.ReadText());
     if (pNode->IsKindOf(Camera::ClassID)) {
         ReadLens(place, static_cast<Camera&>(*pNode));
     }
@@ -254,7 +254,7 @@ Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
     if (!pNode->IsKindOf(Camera::ClassID)) {
         className->Fail("class \"" + className->ReadText() + "\" is no class of cameras");
     }
-    Ref<Camera> const pCamera(static_cast<Camera*>(pNode.Get()));
+    Ref<Camera> pCamera(static_cast<Camera*>(pNode.Get()));
     ReadLens(place, *pCamera);
     ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"});
     if (std::optional<JsonCursor> const name = place.Find("name")) {

@@ -110,7 +110,7 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
                                 ? ReadFlag(place, "ninePatch", IsNinePatchPath(path))
                                 : IsNinePatchPath(path);
     int const nSurfaces = ReadSurfaces(place);
-    SceneTexture const texture = Load(place, path, options, fNinePatch);
+    SceneTexture texture = Load(place, path, options, fNinePatch);
     texture.pTexture->SetName(ToUtf16(name));
     if (nSurfaces != 0) {
         CheckSurfaces(place, texture);
