@@ -29,8 +29,9 @@ void Keep(JNIEnv* env, jclass bitmapClass) {
         before = g_registered;
         g_registered = bitmapClass;
     }
-    if (before)
+    if (before) {
         env->DeleteGlobalRef(before);
+    }
 }
 
 } // namespace
@@ -38,8 +39,9 @@ void Keep(JNIEnv* env, jclass bitmapClass) {
 jclass GetBitmapClass(JNIEnv* env) {
     {
         std::lock_guard<std::mutex> const guard(g_mutex);
-        if (g_registered)
+        if (g_registered) {
             return static_cast<jclass>(env->NewLocalRef(g_registered));
+        }
     }
     return FindBitmapClass(env);
 }
@@ -47,8 +49,9 @@ jclass GetBitmapClass(JNIEnv* env) {
 bool RegisterBitmapClass(JNIEnv* env) {
     jclass const found = FindBitmapClass(env);
     jclass const global = found ? static_cast<jclass>(env->NewGlobalRef(found)) : nullptr;
-    if (!global)
+    if (!global) {
         return false;
+    }
     env->DeleteLocalRef(found);
     Keep(env, global);
     return true;

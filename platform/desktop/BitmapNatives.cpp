@@ -24,8 +24,9 @@ SkBitmap& BitmapOf(jlong bitmap) {
 }
 
 void ThrowIllegalState(JNIEnv* env, char const* message) {
-    if (jclass const exception = env->FindClass("java/lang/IllegalStateException"))
+    if (jclass const exception = env->FindClass("java/lang/IllegalStateException")) {
         env->ThrowNew(exception, message);
+    }
 }
 
 struct Rectangle {
@@ -44,20 +45,23 @@ template <class Visit>
 void VisitPixels(JNIEnv* env, jlong bitmap, Rectangle const& rectangle, Visit&& visit) {
     SkBitmap const& skBitmap = BitmapOf(bitmap);
     PixelAccess const* const pAccess = GetPixelAccess(skBitmap.config());
-    if (!pAccess)
+    if (!pAccess) {
         return ThrowIllegalState(env, "The bitmap's pixels are of a kind that cannot be read or written");
+    }
     SkAutoLockPixels const locked(skBitmap);
     auto* const pPixels = static_cast<unsigned char*>(skBitmap.getPixels());
-    if (!pPixels)
+    if (!pPixels) {
         return ThrowIllegalState(env, "The bitmap's pixels cannot be had now");
+    }
     std::size_t const nPixel = std::size_t(skBitmap.bytesPerPixel());
     for (int y = 0; y < rectangle.height; ++y) {
         unsigned char* pRun = pPixels + std::size_t(rectangle.y + y) * std::size_t(skBitmap.rowBytes()) +
                               std::size_t(rectangle.x) * nPixel;
         for (int x = 0; x < rectangle.width; x += ChunkSize) {
             int const nCount = std::min(ChunkSize, rectangle.width - x);
-            if (!visit(*pAccess, pRun, x, y, nCount))
+            if (!visit(*pAccess, pRun, x, y, nCount)) {
                 return;
+            }
             pRun += std::size_t(nCount) * nPixel;
         }
     }
@@ -129,8 +133,9 @@ KELVO_NATIVE(void JNICALL, nativeSetPixels)
                     std::uint32_t colors[ChunkSize];
                     env->GetIntArrayRegion(array, offset + row * stride + column, nCount,
                                            reinterpret_cast<jint*>(colors));
-                    if (env->ExceptionCheck())
+                    if (env->ExceptionCheck()) {
                         return false;
+                    }
                     access.write(pixels, colors, nCount);
                     return true;
                 });

@@ -37,8 +37,9 @@ std::uint32_t Divide(std::uint32_t value, std::uint32_t a) {
 }
 
 Channels Unpremultiply(Channels const& c) {
-    if (c.a == 0)
+    if (c.a == 0) {
         return {0, 0, 0, 0};
+    }
     return {c.a, Divide(c.r, c.a), Divide(c.g, c.a), Divide(c.b, c.a)};
 }
 

@@ -29,8 +29,9 @@ void BufferImages::RemoveBuffer(ANativeWindowBuffer* buffer) {
     std::lock_guard<std::mutex> lock(m_mutex);
     m_buffers.erase(std::remove(m_buffers.begin(), m_buffers.end(), buffer), m_buffers.end());
     for (Image& image : m_images) {
-        if (image.buffer == buffer)
+        if (image.buffer == buffer) {
             image.buffer = nullptr;
+        }
     }
 }
 
@@ -41,8 +42,9 @@ bool BufferImages::IsKnown(ANativeWindowBuffer const* buffer) const {
 
 LayerContext& BufferImages::ContextOf(EGLDisplay display) {
     for (auto const& pContext : m_contexts) {
-        if (pContext->Display() == display)
+        if (pContext->Display() == display) {
             return *pContext;
+        }
     }
     m_contexts.push_back(std::make_unique<LayerContext>(display));
     return *m_contexts.back();
@@ -58,19 +60,23 @@ EGLint BufferImages::CreateImage(LayerContext& context, ANativeWindowBuffer cons
     EGLint nError = EGL_BAD_ALLOC;
     EGLint const nRun = context.Run([&] {
         image.texture = CreateTextureFor(buffer);
-        if (image.texture == 0)
+        if (image.texture == 0) {
             return;
+        }
         if (fill()) {
             image.image = context.CreateImage(image.texture);
             nError = image.image != EGL_NO_IMAGE ? EGL_SUCCESS : DriverError();
         }
-        if (nError != EGL_SUCCESS)
+        if (nError != EGL_SUCCESS) {
             Gl().glDeleteTextures(1, &image.texture);
+        }
     });
-    if (nRun == EGL_SUCCESS)
+    if (nRun == EGL_SUCCESS) {
         return nError;
-    if (image.image != EGL_NO_IMAGE)
+    }
+    if (image.image != EGL_NO_IMAGE) {
         DestroyImage(context, image);
+    }
     return nRun;
 }
 
@@ -85,23 +91,29 @@ EGLBoolean BufferImages::DestroyImage(LayerContext& context, Image const& image)
 EGLImage BufferImages::Create(EGLDisplay display, EGLContext context, EGLClientBuffer buffer,
                               bool fAttributes) {
     // A query that every display answers, and none does not: the driver judges it.
-    if (!Forward(Driver().eglQueryString, display, EGL_VENDOR))
+    if (!Forward(Driver().eglQueryString, display, EGL_VENDOR)) {
         return EGL_NO_IMAGE;
-    if (context != EGL_NO_CONTEXT)
+    }
+    if (context != EGL_NO_CONTEXT) {
         return Fail<EGLImage>(EGL_BAD_CONTEXT);
+    }
     std::lock_guard<std::mutex> lock(m_mutex);
     auto const* const pBuffer = static_cast<ANativeWindowBuffer const*>(buffer);
-    if (!fAttributes || !IsKnown(pBuffer) || !IsUploadable(*pBuffer))
+    if (!fAttributes || !IsKnown(pBuffer) || !IsUploadable(*pBuffer)) {
         return Fail<EGLImage>(EGL_BAD_PARAMETER);
+    }
     LayerContext& layerContext = ContextOf(display);
     EGLint nError = layerContext.Start();
-    if (nError != EGL_SUCCESS)
+    if (nError != EGL_SUCCESS) {
         return Fail<EGLImage>(nError);
-    if (!layerContext.HasImages())
+    }
+    if (!layerContext.HasImages()) {
         return Fail<EGLImage>(EGL_BAD_PARAMETER);
+    }
     if (std::max(pBuffer->width, pBuffer->height) > layerContext.MaxTextureSide() ||
-        !PrepareUpload(*pBuffer, layerContext.HasRowLength()))
+        !PrepareUpload(*pBuffer, layerContext.HasRowLength())) {
         return Fail<EGLImage>(EGL_BAD_ALLOC);
+    }
     m_images.push_back({display, EGL_NO_IMAGE, 0, pBuffer});
     nError = CreateImage(layerContext, *pBuffer, m_images.back());
     if (nError != EGL_SUCCESS) {
@@ -117,8 +129,9 @@ bool BufferImages::Destroy(EGLDisplay display, EGLImage image, EGLBoolean& fDest
     auto const entry = std::find_if(m_images.begin(), m_images.end(), [&](Image const& candidate) {
         return candidate.display == display && candidate.image == image;
     });
-    if (entry == m_images.end())
+    if (entry == m_images.end()) {
         return false;
+    }
     Image const gone = *entry;
     m_images.erase(entry);
     UseDriverError();
@@ -128,14 +141,16 @@ bool BufferImages::Destroy(EGLDisplay display, EGLImage image, EGLBoolean& fDest
 
 EGLBoolean BufferImages::TerminateDisplay(EGLDisplay display) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (!Forward(Driver().eglTerminate, display))
+    if (!Forward(Driver().eglTerminate, display)) {
         return EGL_FALSE;
+    }
     m_images.erase(std::remove_if(m_images.begin(), m_images.end(),
                                   [display](Image const& image) { return image.display == display; }),
                    m_images.end());
     for (auto const& pContext : m_contexts) {
-        if (pContext->Display() == display)
+        if (pContext->Display() == display) {
             pContext->Forget();
+        }
     }
     return EGL_TRUE;
 }
@@ -158,8 +173,9 @@ bool BufferImages::CanDraw(EGLDisplay display, EGLint width, EGLint height) {
 bool BufferImages::Upload(ANativeWindowBuffer const& buffer) {
     bool fUploaded = true;
     for (Image const& image : m_images) {
-        if (image.buffer != &buffer)
+        if (image.buffer != &buffer) {
             continue;
+        }
         KeptError const error;
         LayerContext& context = ContextOf(image.display);
         EGLint const nRun = context.Run(
@@ -176,8 +192,9 @@ android::status_t BufferImages::Unlock(ANativeWindowBuffer const& buffer) {
     BufferContents& contents = *buffer.contents;
     {
         std::lock_guard<std::mutex> const guard(contents.mutex);
-        if (!contents.locked)
+        if (!contents.locked) {
             return android::INVALID_OPERATION;
+        }
     }
     bool const fUploaded = Upload(buffer);
     std::lock_guard<std::mutex> const guard(contents.mutex);
@@ -187,8 +204,9 @@ android::status_t BufferImages::Unlock(ANativeWindowBuffer const& buffer) {
 
 std::unique_lock<std::mutex> BufferImages::HoldStill(bool* pAny) {
     std::unique_lock<std::mutex> lock(m_mutex);
-    if (pAny)
+    if (pAny) {
         *pAny = !m_images.empty();
+    }
     return lock;
 }
 

@@ -57,8 +57,9 @@ bool ParseWish(char const* words, Wish& wish) {
     static char const s_devicePrefix[] = "device:";
     std::size_t const nPrefix = sizeof s_devicePrefix - 1;
     wish = Wish();
-    if (!words || !*words)
+    if (!words || !*words) {
         return true;
+    }
     if (std::strcmp(words, "surfaceless") == 0) {
         wish.kind = Wish::Surfaceless;
     } else if (std::strcmp(words, "device") == 0) {
@@ -68,8 +69,9 @@ bool ParseWish(char const* words, Wish& wish) {
     } else if (std::strncmp(words, s_devicePrefix, nPrefix) == 0) {
         std::string const sIndex = words + nPrefix;
         if (sIndex.empty() || sIndex.size() > 4 ||
-            sIndex.find_first_not_of("0123456789") != std::string::npos)
+            sIndex.find_first_not_of("0123456789") != std::string::npos) {
             return false;
+        }
         wish.kind = Wish::OneDevice;
         wish.device = std::stoi(sIndex);
     } else {
@@ -79,8 +81,9 @@ bool ParseWish(char const* words, Wish& wish) {
 }
 
 EGLDisplay PlatformDisplay(EGLenum platform, void* native) {
-    if (Driver().eglGetPlatformDisplay)
+    if (Driver().eglGetPlatformDisplay) {
         return Driver().eglGetPlatformDisplay(platform, native, nullptr);
+    }
     auto const getPlatformDisplay =
         DriverFunction<PFNEGLGETPLATFORMDISPLAYEXTPROC>("eglGetPlatformDisplayEXT");
     return getPlatformDisplay ? getPlatformDisplay(platform, native, nullptr) : EGL_NO_DISPLAY;
@@ -92,11 +95,13 @@ std::vector<Candidate> DeviceCandidates(Wish const& wish, bool fHardware, bool f
     auto const queryDevices = DriverFunction<PFNEGLQUERYDEVICESEXTPROC>("eglQueryDevicesEXT");
     auto const queryString = DriverFunction<PFNEGLQUERYDEVICESTRINGEXTPROC>("eglQueryDeviceStringEXT");
     EGLint nFound = 0;
-    if (!queryDevices || !queryString || !queryDevices(0, nullptr, &nFound) || nFound <= 0)
+    if (!queryDevices || !queryString || !queryDevices(0, nullptr, &nFound) || nFound <= 0) {
         return candidates;
+    }
     std::vector<EGLDeviceEXT> devices(static_cast<std::size_t>(nFound));
-    if (!queryDevices(nFound, devices.data(), &nFound))
+    if (!queryDevices(nFound, devices.data(), &nFound)) {
         return candidates;
+    }
     // Devices may have gone in between, and none is beyond those that were counted.
     std::size_t const nDevices = std::min(devices.size(), static_cast<std::size_t>(nFound));
     for (bool const fSoftwareTurn : {false, true}) {
@@ -119,15 +124,17 @@ std::vector<Candidate> Candidates(Wish const& wish) {
     std::vector<Candidate> candidates;
     bool const fAutomatic = wish.kind == Wish::Automatic;
     bool const fDevice = wish.kind == Wish::AnyDevice || wish.kind == Wish::OneDevice;
-    if (fAutomatic || fDevice)
+    if (fAutomatic || fDevice) {
         candidates = DeviceCandidates(wish, true, fDevice);
+    }
     if (fAutomatic || wish.kind == Wish::Surfaceless) {
         candidates.push_back({PlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY),
                               DisplayKind::Offscreen, "surfaceless"});
     }
     if (fAutomatic) {
-        for (Candidate& candidate : DeviceCandidates(wish, false, true))
+        for (Candidate& candidate : DeviceCandidates(wish, false, true)) {
             candidates.push_back(std::move(candidate));
+        }
     }
     if (wish.kind == Wish::X11) {
         candidates.push_back(
@@ -139,12 +146,14 @@ std::vector<Candidate> Candidates(Wish const& wish) {
 /** Whether the display of `candidate` comes up and offers a configuration; describes it if so. */
 bool Try(Candidate const& candidate, std::string& sDescription) {
     EglDriver const& egl = Driver();
-    if (candidate.display == EGL_NO_DISPLAY)
+    if (candidate.display == EGL_NO_DISPLAY) {
         return false;
+    }
     // By the program, or by a library that has the driver's EGL for itself: a display counts no users.
     bool const fInUse = egl.eglQueryString(candidate.display, EGL_VERSION) != nullptr;
-    if (!fInUse && !egl.eglInitialize(candidate.display, nullptr, nullptr))
+    if (!fInUse && !egl.eglInitialize(candidate.display, nullptr, nullptr)) {
         return false;
+    }
     bool const fWorks = !OfferedConfigs(candidate.display, candidate.kind).empty();
     if (fWorks) {
         char const* vendor = egl.eglQueryString(candidate.display, EGL_VENDOR);
@@ -152,12 +161,13 @@ bool Try(Candidate const& candidate, std::string& sDescription) {
         sDescription = candidate.sName + ": " + (vendor ? vendor : "unknown vendor") + ", EGL " +
                        (version ? version : "of unknown version");
     }
-    if (!fInUse)
+    if (!fInUse) {
         egl.eglTerminate(candidate.display);
+    }
     return fWorks;
 }
 
-EGLDisplay Refuse(Chooser& chooser, std::string sReason) {
+EGLDisplay Refuse(Chooser& chooser, std::string const& sReason) {
     chooser.chosen = EGL_NO_DISPLAY;
     chooser.sDescription = "none: " + sReason;
     return EGL_NO_DISPLAY;
@@ -174,13 +184,16 @@ EGLDisplay ChooseDefaultDisplay() {
         return Refuse(chooser, std::string("KELVO_EGL_PLATFORM is \"") + environment +
                                    "\", not surfaceless, device, device:N or x11");
     }
-    if (chooser.chosen != EGL_NO_DISPLAY && chooser.chosenFor == wish)
+    if (chooser.chosen != EGL_NO_DISPLAY && chooser.chosenFor == wish) {
         return chooser.chosen;
-    if (Driver().failure)
+    }
+    if (Driver().failure) {
         return Refuse(chooser, Driver().failure);
+    }
     for (Candidate const& candidate : Candidates(wish)) {
-        if (!Try(candidate, chooser.sDescription))
+        if (!Try(candidate, chooser.sDescription)) {
             continue;
+        }
         auto& given = chooser.given;
         given.erase(
             std::remove_if(given.begin(), given.end(),
@@ -198,8 +211,9 @@ DisplayKind KindOf(EGLDisplay display) {
     Chooser& chooser = TheChooser();
     std::lock_guard<std::mutex> lock(chooser.mutex);
     for (ChosenDisplay const& given : chooser.given) {
-        if (given.display == display)
+        if (given.display == display) {
             return given.kind;
+        }
     }
     return DisplayKind::Foreign;
 }
@@ -210,8 +224,9 @@ std::unique_lock<std::mutex> HoldDisplays() {
 
 bool SelectPlatform(char const* platform) {
     Wish wish;
-    if (!ParseWish(platform, wish))
+    if (!ParseWish(platform, wish)) {
         return false;
+    }
     Chooser& chooser = TheChooser();
     std::lock_guard<std::mutex> lock(chooser.mutex);
     chooser.selected = wish;

@@ -19,13 +19,15 @@ std::vector<EGLint> DriverAttributes(EGLint const* attributes, DisplayKind kind)
     std::vector<EGLint> result;
     EGLint nSurfaceTypes = EGL_WINDOW_BIT;
     for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
-        if (attributes[0] == EGL_SURFACE_TYPE)
+        if (attributes[0] == EGL_SURFACE_TYPE) {
             nSurfaceTypes = attributes[1];
-        else
+        } else {
             result.insert(result.end(), {attributes[0], attributes[1]});
+        }
     }
-    if (nSurfaceTypes != EGL_DONT_CARE && (nSurfaceTypes & EGL_WINDOW_BIT))
+    if (nSurfaceTypes != EGL_DONT_CARE && (nSurfaceTypes & EGL_WINDOW_BIT)) {
         nSurfaceTypes = (nSurfaceTypes & ~EGL_WINDOW_BIT) | NeededSurfaceTypes(kind);
+    }
     result.insert(result.end(), {EGL_SURFACE_TYPE, nSurfaceTypes, EGL_NONE});
     return result;
 }
@@ -36,11 +38,13 @@ std::vector<EGLint> DriverAttributes(EGLint const* attributes, DisplayKind kind)
 template <class Query>
 bool ListAll(Query query, std::vector<EGLConfig>& configs) {
     EGLint nCount = 0;
-    if (!query(nullptr, 0, &nCount))
+    if (!query(nullptr, 0, &nCount)) {
         return false;
+    }
     configs.resize(static_cast<std::size_t>(nCount));
-    if (nCount > 0 && !query(configs.data(), nCount, &nCount))
+    if (nCount > 0 && !query(configs.data(), nCount, &nCount)) {
         return false;
+    }
     configs.resize(static_cast<std::size_t>(nCount));
     return true;
 }
@@ -56,12 +60,15 @@ EGLBoolean Deliver(std::vector<EGLConfig> const& all, EGLDisplay display, Displa
                    EGLConfig* configs, EGLint size, EGLint* count) {
     EGLint nCount = 0;
     for (EGLConfig config : all) {
-        if (configs && nCount >= size)
+        if (configs && nCount >= size) {
             break;
-        if (!IsOffered(display, kind, config))
+        }
+        if (!IsOffered(display, kind, config)) {
             continue;
-        if (configs)
+        }
+        if (configs) {
             configs[nCount] = config;
+        }
         ++nCount;
     }
     *count = nCount;
@@ -78,8 +85,9 @@ bool IsOffered(EGLDisplay display, DisplayKind kind, EGLConfig config) {
     };
     EGLint const nNeeded = NeededSurfaceTypes(kind);
     if ((attribute(EGL_SURFACE_TYPE) & nNeeded) != nNeeded ||
-        attribute(EGL_COLOR_BUFFER_TYPE) != EGL_RGB_BUFFER)
+        attribute(EGL_COLOR_BUFFER_TYPE) != EGL_RGB_BUFFER) {
         return false;
+    }
     EGLint const sizes[4] = {attribute(EGL_RED_SIZE), attribute(EGL_GREEN_SIZE), attribute(EGL_BLUE_SIZE),
                              attribute(EGL_ALPHA_SIZE)};
     static constexpr EGLint s_offered[][4] = {{5, 6, 5, 0}, {8, 8, 8, 0}, {8, 8, 8, 8}};
@@ -101,8 +109,9 @@ EGLBoolean ChooseConfigs(EGLDisplay display, DisplayKind kind, EGLint const* att
                          EGLint size, EGLint* count) {
     UseDriverError();
     // The driver finds this error too, but only after an invalid display: it is asked first.
-    if (!count)
+    if (!count) {
         return Driver().eglChooseConfig(display, attributes, configs, size, count);
+    }
     std::vector<EGLint> const driverAttributes = DriverAttributes(attributes, kind);
     std::vector<EGLConfig> all;
     auto const query = [&](EGLConfig* matching, EGLint nSize, EGLint* nCount) {
@@ -113,8 +122,9 @@ EGLBoolean ChooseConfigs(EGLDisplay display, DisplayKind kind, EGLint const* att
 
 EGLBoolean GetConfigs(EGLDisplay display, DisplayKind kind, EGLConfig* configs, EGLint size, EGLint* count) {
     UseDriverError();
-    if (!count)
+    if (!count) {
         return Driver().eglGetConfigs(display, configs, size, count);
+    }
     std::vector<EGLConfig> all;
     return ListAllOfDisplay(display, all) ? Deliver(all, display, kind, configs, size, count) : EGL_FALSE;
 }
@@ -122,10 +132,12 @@ EGLBoolean GetConfigs(EGLDisplay display, DisplayKind kind, EGLConfig* configs, 
 EGLBoolean GetConfigAttribute(EGLDisplay display, DisplayKind kind, EGLConfig config, EGLint attribute,
                               EGLint* value) {
     UseDriverError();
-    if (!Driver().eglGetConfigAttrib(display, config, attribute, value))
+    if (!Driver().eglGetConfigAttrib(display, config, attribute, value)) {
         return EGL_FALSE;
-    if (attribute == EGL_SURFACE_TYPE && IsOffered(display, kind, config))
+    }
+    if (attribute == EGL_SURFACE_TYPE && IsOffered(display, kind, config)) {
         *value |= EGL_WINDOW_BIT;
+    }
     return EGL_TRUE;
 }
 

@@ -40,8 +40,9 @@ bool HasExtension(char const* list, char const* name) {
     std::size_t const nLength = std::strlen(name);
     char const* const begin = list;
     for (; list && (list = std::strstr(list, name)); list += nLength) {
-        if ((list == begin || list[-1] == ' ') && (list[nLength] == ' ' || list[nLength] == '\0'))
+        if ((list == begin || list[-1] == ' ') && (list[nLength] == ' ' || list[nLength] == '\0')) {
             return true;
+        }
     }
     return false;
 }

@@ -59,6 +59,7 @@ namespace kelvo::desktop {
  * library.
  */
 struct EglDriver {
+// A declared name takes no parentheses. NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define KELVO_MEMBER(name) decltype(&::name) name = nullptr;
     KELVO_EGL_FUNCTIONS(KELVO_MEMBER)
 #undef KELVO_MEMBER
@@ -126,8 +127,9 @@ inline EGLBoolean Succeed() {
 /** Passes a call on to the driver; a function that the driver lacks fails with EGL_NOT_INITIALIZED. */
 template <class Result, class... Parameters, class... Arguments>
 Result Forward(Result (*function)(Parameters...), Arguments... arguments) {
-    if (!function)
+    if (!function) {
         return Fail<Result>(EGL_NOT_INITIALIZED);
+    }
     UseDriverError();
     return function(arguments...);
 }

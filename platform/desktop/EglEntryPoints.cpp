@@ -27,8 +27,10 @@ bool IsOurs(EGLDisplay display) {
 template <class Attribute>
 bool AreBufferAttributes(Attribute const* attributes) {
     for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
-        if (attributes[0] != EGL_IMAGE_PRESERVED || (attributes[1] != EGL_TRUE && attributes[1] != EGL_FALSE))
+        if (attributes[0] != EGL_IMAGE_PRESERVED ||
+            (attributes[1] != EGL_TRUE && attributes[1] != EGL_FALSE)) {
             return false;
+        }
     }
     return true;
 }
@@ -55,8 +57,9 @@ EGLImage EGLAPIENTRY CreateImageKHR(EGLDisplay display, EGLContext context, EGLe
 template <class Destroy>
 EGLBoolean DestroyImageWith(Destroy destroyImage, EGLDisplay display, EGLImage image) {
     EGLBoolean fDestroyed = EGL_FALSE;
-    if (BufferImages::Get().Destroy(display, image, fDestroyed))
+    if (BufferImages::Get().Destroy(display, image, fDestroyed)) {
         return fDestroyed;
+    }
     return Forward(destroyImage, display, image);
 }
 
@@ -69,8 +72,9 @@ EGLSurface EGLAPIENTRY CreatePlatformWindowSurfaceEXT(EGLDisplay display, EGLCon
                                                       EGLint const* attributes) {
     static auto const s_createSurface =
         DriverFunction<PFNEGLCREATEPLATFORMWINDOWSURFACEEXTPROC>("eglCreatePlatformWindowSurfaceEXT");
-    if (!IsOurs(display))
+    if (!IsOurs(display)) {
         return Forward(s_createSurface, display, config, window, attributes);
+    }
     return Guarded([&] { return CreateWindowSurface(display, config, window, attributes); });
 }
 
@@ -111,12 +115,14 @@ __eglMustCastToProperFunctionPointerType FindOwn(char const* name) {
         Named("eglSwapBuffersWithDamageEXT", &SwapBuffersWithDamageEXT),
     };
     for (NamedFunction const& own : s_core) {
-        if (std::strcmp(own.name, name) == 0)
+        if (std::strcmp(own.name, name) == 0) {
             return own.function;
+        }
     }
     for (NamedFunction const& own : s_extensions) {
-        if (std::strcmp(own.name, name) == 0 && Driver().eglGetProcAddress(name))
+        if (std::strcmp(own.name, name) == 0 && Driver().eglGetProcAddress(name)) {
             return own.function;
+        }
     }
     return nullptr;
 }
@@ -134,8 +140,9 @@ KELVO_EGL(EGLint) eglGetError() {
 }
 
 KELVO_EGL(EGLDisplay) eglGetDisplay(EGLNativeDisplayType native) {
-    if (native != EGL_DEFAULT_DISPLAY)
+    if (native != EGL_DEFAULT_DISPLAY) {
         return Forward(Driver().eglGetDisplay, native);
+    }
     return Guarded([] {
         EGLDisplay const display = ChooseDefaultDisplay();
         // That there is none is no error in EGL's sense; the caller sees it by the result.
@@ -153,8 +160,9 @@ KELVO_EGL(EGLBoolean) eglTerminate(EGLDisplay display) {
     // Initialised anew by another thread, it could have new surfaces before the old ones are forgotten.
     auto const held = HoldDisplays();
     EGLBoolean const fDone = BufferImages::Get().TerminateDisplay(display);
-    if (fDone)
+    if (fDone) {
         WindowTable::Get().RemoveDisplay(display);
+    }
     return fDone;
 }
 
@@ -162,31 +170,35 @@ KELVO_EGL(EGLBoolean)
 eglChooseConfig(EGLDisplay display, EGLint const* attributes, EGLConfig* configs, EGLint size,
                 EGLint* count) {
     DisplayKind const kind = KindOf(display);
-    if (kind == DisplayKind::Foreign)
+    if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglChooseConfig, display, attributes, configs, size, count);
+    }
     return Guarded([&] { return ChooseConfigs(display, kind, attributes, configs, size, count); });
 }
 
 KELVO_EGL(EGLBoolean) eglGetConfigs(EGLDisplay display, EGLConfig* configs, EGLint size, EGLint* count) {
     DisplayKind const kind = KindOf(display);
-    if (kind == DisplayKind::Foreign)
+    if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglGetConfigs, display, configs, size, count);
+    }
     return Guarded([&] { return GetConfigs(display, kind, configs, size, count); });
 }
 
 KELVO_EGL(EGLBoolean)
 eglGetConfigAttrib(EGLDisplay display, EGLConfig config, EGLint attribute, EGLint* value) {
     DisplayKind const kind = KindOf(display);
-    if (kind == DisplayKind::Foreign)
+    if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglGetConfigAttrib, display, config, attribute, value);
+    }
     return GetConfigAttribute(display, kind, config, attribute, value);
 }
 
 KELVO_EGL(EGLSurface)
 eglCreateWindowSurface(EGLDisplay display, EGLConfig config, EGLNativeWindowType window,
                        EGLint const* attributes) {
-    if (!IsOurs(display))
+    if (!IsOurs(display)) {
         return Forward(Driver().eglCreateWindowSurface, display, config, window, attributes);
+    }
     return Guarded(
         [&] { return CreateWindowSurface(display, config, reinterpret_cast<void*>(window), attributes); });
 }
@@ -194,8 +206,9 @@ eglCreateWindowSurface(EGLDisplay display, EGLConfig config, EGLNativeWindowType
 KELVO_EGL(EGLSurface)
 eglCreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, void* window,
                                EGLAttrib const* attributes) {
-    if (!IsOurs(display))
+    if (!IsOurs(display)) {
         return Forward(Driver().eglCreatePlatformWindowSurface, display, config, window, attributes);
+    }
     return Guarded([&] { return CreatePlatformWindowSurface(display, config, window, attributes); });
 }
 
@@ -224,14 +237,16 @@ KELVO_EGL(EGLBoolean) eglDestroyImage(EGLDisplay display, EGLImage image) {
 
 KELVO_EGL(char const*) eglQueryString(EGLDisplay display, EGLint name) {
     char const* const text = Forward(Driver().eglQueryString, display, name);
-    if (!text || display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS)
+    if (!text || display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS) {
         return text;
+    }
     return Guarded([&] { return BufferImages::Get().Extensions(display, text); });
 }
 
 KELVO_EGL(__eglMustCastToProperFunctionPointerType) eglGetProcAddress(char const* name) {
-    if (!Driver().eglGetProcAddress)
+    if (!Driver().eglGetProcAddress) {
         return Fail<__eglMustCastToProperFunctionPointerType>(EGL_NOT_INITIALIZED);
+    }
     auto const own = name ? FindOwn(name) : nullptr;
     UseDriverError();
     return own ? own : Driver().eglGetProcAddress(name);

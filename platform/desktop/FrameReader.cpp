@@ -17,16 +17,19 @@ class ScopedInteger {
 public:
     /** `query` is the name to read it by. */
     ScopedInteger(bool fKnown, GLenum query, GLenum value, Set set) : m_set(set) {
-        if (fKnown)
+        if (fKnown) {
             Gl().glGetIntegerv(query, &m_nSaved);
+        }
         m_fChanged = fKnown && m_nSaved != static_cast<GLint>(value);
-        if (m_fChanged)
+        if (m_fChanged) {
             m_set(value);
+        }
     }
     ScopedInteger(ScopedInteger const&) = delete;
     ~ScopedInteger() {
-        if (m_fChanged)
+        if (m_fChanged) {
             m_set(static_cast<GLenum>(m_nSaved));
+        }
     }
 
 private:
@@ -116,35 +119,41 @@ void Flip(FinishedFrame& frame) {
 EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame) {
     EglDriver const& egl = Driver();
     int const nVersion = EsVersion();
-    if (nVersion == 0)
+    if (nVersion == 0) {
         return EGL_BAD_CONTEXT;
+    }
     // Two positive 32-bit sides: the product fits 64 bits, and size_t perhaps not.
     std::uint64_t const nSize = static_cast<std::uint64_t>(width) * static_cast<std::uint32_t>(height) * 4;
-    if (nSize > frame.pixels.max_size())
+    if (nSize > frame.pixels.max_size()) {
         return EGL_BAD_ALLOC;
+    }
     frame.pixels.resize(static_cast<std::size_t>(nSize));
     frame.width = width;
     frame.height = height;
     // GL reads from the read surface, which may be another one than was drawn on.
     EGLSurface const readSurface = egl.eglGetCurrentSurface(EGL_READ);
     EGLContext const context = egl.eglGetCurrentContext();
-    if (readSurface != surface && !egl.eglMakeCurrent(display, surface, surface, context))
+    if (readSurface != surface && !egl.eglMakeCurrent(display, surface, surface, context)) {
         return DriverError();
+    }
     ReadPixels(nVersion, width, height, frame.pixels.data());
-    if (readSurface != surface && !egl.eglMakeCurrent(display, surface, readSurface, context))
+    if (readSurface != surface && !egl.eglMakeCurrent(display, surface, readSurface, context)) {
         return DriverError();
+    }
     Flip(frame);
     return EGL_SUCCESS;
 }
 
 void FlushCurrentContext() {
-    if (Gl().glFlush)
+    if (Gl().glFlush) {
         Gl().glFlush();
+    }
 }
 
 void FinishCurrentContext() {
-    if (Gl().glFinish)
+    if (Gl().glFinish) {
         Gl().glFinish();
+    }
 }
 
 } // namespace kelvo::desktop

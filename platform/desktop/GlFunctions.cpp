@@ -26,11 +26,13 @@ GlFunctions const& Gl() {
 
 int EsVersion() {
     static char const s_prefix[] = "OpenGL ES ";
-    if (!Gl().glGetString || !Gl().glReadPixels)
+    if (!Gl().glGetString || !Gl().glReadPixels) {
         return 0;
+    }
     auto const* version = reinterpret_cast<char const*>(Gl().glGetString(GL_VERSION));
-    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0)
+    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0) {
         return 0;
+    }
     int const nMajor = version[sizeof s_prefix - 1] - '0';
     return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
 }

@@ -29,6 +29,7 @@ namespace kelvo::desktop {
  * any. A member is null where the driver lacks the function.
  */
 struct GlFunctions {
+// A declared name takes no parentheses. NOLINTNEXTLINE(bugprone-macro-parentheses)
 #define KELVO_MEMBER(name) decltype(&::name) name;
     KELVO_GL_FUNCTIONS(KELVO_MEMBER)
 #undef KELVO_MEMBER

@@ -9,8 +9,9 @@ jobject GraphicsJNI::createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable,
                                   int density) {
     std::unique_ptr<SkBitmap> pBitmap(bitmap);
     jclass const bitmapClass = env && bitmap ? kelvo::desktop::GetBitmapClass(env) : nullptr;
-    if (!bitmapClass)
+    if (!bitmapClass) {
         return nullptr;
+    }
     jobject object = nullptr;
     jmethodID const constructor = env->GetMethodID(bitmapClass, "<init>", "(JZ[BI)V");
     if (constructor) {
@@ -22,7 +23,8 @@ jobject GraphicsJNI::createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable,
         object = env->NewObjectA(bitmapClass, constructor, arguments);
     }
     env->DeleteLocalRef(bitmapClass);
-    if (object)
+    if (object) {
         static_cast<void>(pBitmap.release()); // the Java object's now
+    }
     return object;
 }

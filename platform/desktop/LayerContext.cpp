@@ -16,17 +16,21 @@ public:
     Current() : m_api(Egl().eglQueryAPI()) {
         // A thread has one context of the two GLs, which some drivers tell of while its own API is bound
         // only.
-        if (m_api == EGL_OPENGL_API)
+        if (m_api == EGL_OPENGL_API) {
             Look(m_api);
-        if (m_api != EGL_OPENGL_ES_API)
+        }
+        if (m_api != EGL_OPENGL_ES_API) {
             Egl().eglBindAPI(EGL_OPENGL_ES_API);
-        if (IsNothing())
+        }
+        if (IsNothing()) {
             Look(EGL_OPENGL_ES_API);
+        }
     }
     Current(Current const&) = delete;
     ~Current() {
-        if (m_api != EGL_OPENGL_ES_API)
+        if (m_api != EGL_OPENGL_ES_API) {
             Egl().eglBindAPI(m_api);
+        }
     }
 
     bool IsNothing() const { return m_context == EGL_NO_CONTEXT; }
@@ -44,10 +48,12 @@ public:
 
     /** Makes it current instead of a context of `from`; with nothing current where that fails. */
     EGLint ComeBack(EGLDisplay from) const {
-        if (m_contextApi != EGL_OPENGL_ES_API)
+        if (m_contextApi != EGL_OPENGL_ES_API) {
             Egl().eglBindAPI(m_contextApi);
-        if (Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context))
+        }
+        if (Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context)) {
             return EGL_SUCCESS;
+        }
         EGLint const nError = DriverError();
         // Rather nothing than a context that the program knows nothing of.
         Egl().eglMakeCurrent(from, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
@@ -59,8 +65,9 @@ private:
 
     void Look(EGLenum api) {
         m_context = Egl().eglGetCurrentContext();
-        if (IsNothing())
+        if (IsNothing()) {
             return;
+        }
         m_contextApi = api;
         m_display = Egl().eglGetCurrentDisplay();
         m_draw = Egl().eglGetCurrentSurface(EGL_DRAW);
@@ -86,8 +93,9 @@ private:
 bool LayerContext::FindImageFunctions() {
     char const* const extensions = Driver().eglQueryString(m_display, EGL_EXTENSIONS);
     if (!HasExtension(extensions, "EGL_KHR_image_base") ||
-        !HasExtension(extensions, "EGL_KHR_gl_texture_2D_image"))
+        !HasExtension(extensions, "EGL_KHR_gl_texture_2D_image")) {
         return false;
+    }
     m_pfnCreateImage = DriverFunction<PFNEGLCREATEIMAGEKHRPROC>("eglCreateImageKHR");
     m_pfnDestroyImage = DriverFunction<PFNEGLDESTROYIMAGEKHRPROC>("eglDestroyImageKHR");
     return m_pfnCreateImage && m_pfnDestroyImage;
@@ -104,13 +112,16 @@ EGLint LayerContext::Make() {
     EGLint const surfaceAttributes[] = {EGL_WIDTH, 1, EGL_HEIGHT, 1, EGL_NONE};
     EGLConfig config = nullptr;
     EGLint nConfigs = 0;
-    if (!egl.eglChooseConfig(m_display, configAttributes, &config, 1, &nConfigs))
+    if (!egl.eglChooseConfig(m_display, configAttributes, &config, 1, &nConfigs)) {
         return DriverError();
-    if (nConfigs < 1)
+    }
+    if (nConfigs < 1) {
         return EGL_BAD_PARAMETER;
+    }
     EGLContext const context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, contextAttributes);
-    if (context == EGL_NO_CONTEXT)
+    if (context == EGL_NO_CONTEXT) {
         return DriverError();
+    }
     if (!fSurfaceless) {
         m_surface = egl.eglCreatePbufferSurface(m_display, config, surfaceAttributes);
         if (m_surface == EGL_NO_SURFACE) {
@@ -125,8 +136,9 @@ EGLint LayerContext::Make() {
 
 void LayerContext::Examine() {
     int const nVersion = EsVersion();
-    if (nVersion == 0)
+    if (nVersion == 0) {
         return;
+    }
     auto const* extensions = reinterpret_cast<char const*>(Gl().glGetString(GL_EXTENSIONS));
     m_fImages = HasExtension(extensions, "GL_OES_EGL_image") && FindImageFunctions();
     m_fRowLength = nVersion >= 3 || HasExtension(extensions, "GL_EXT_unpack_subimage");
@@ -135,21 +147,25 @@ void LayerContext::Examine() {
 }
 
 EGLint LayerContext::Start() {
-    if (m_context != EGL_NO_CONTEXT)
+    if (m_context != EGL_NO_CONTEXT) {
         return EGL_SUCCESS;
+    }
     EGLint nError = Make();
-    if (nError != EGL_SUCCESS)
+    if (nError != EGL_SUCCESS) {
         return nError;
+    }
     nError = Run([this] { Examine(); });
-    if (nError != EGL_SUCCESS)
+    if (nError != EGL_SUCCESS) {
         Drop();
+    }
     return nError;
 }
 
 void LayerContext::Drop() {
     Driver().eglDestroyContext(m_display, m_context);
-    if (m_surface != EGL_NO_SURFACE)
+    if (m_surface != EGL_NO_SURFACE) {
         Driver().eglDestroySurface(m_display, m_surface);
+    }
     Forget();
 }
 
@@ -160,10 +176,12 @@ void LayerContext::Forget() {
 
 EGLint LayerContext::RunErased(Erased run, void* pJob) const {
     Current const current;
-    if (!current.IsNothing())
+    if (!current.IsNothing()) {
         Gl().glFinish();
-    if (!current.CanComeBack())
+    }
+    if (!current.CanComeBack()) {
         return RunElsewhere(run, pJob);
+    }
     EGLint const nRun = RunBound(run, pJob);
     // After a failure too: what is bound then is up to the driver.
     EGLint const nBack = current.ComeBack(m_display);
@@ -171,8 +189,9 @@ EGLint LayerContext::RunErased(Erased run, void* pJob) const {
 }
 
 EGLint LayerContext::RunBound(Erased run, void* pJob) const {
-    if (!Driver().eglMakeCurrent(m_display, m_surface, m_surface, m_context))
+    if (!Driver().eglMakeCurrent(m_display, m_surface, m_surface, m_context)) {
         return DriverError();
+    }
     run(pJob);
     return EGL_SUCCESS;
 }

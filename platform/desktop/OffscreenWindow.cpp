@@ -15,8 +15,9 @@ void Release(ANativeWindow* window) {
 }
 
 void Initialise(ANativeWindow& window, std::uint64_t x11Window, int width, int height) {
-    if (window.release)
+    if (window.release) {
         window.release(&window);
+    }
     window.frame = new FinishedFrame;
     window.release = Release;
     WindowTable::Get().AddWindow(&window);

@@ -83,7 +83,7 @@ std::size_t RowSize(ANativeWindowBuffer const& buffer) {
 
 /** How many rows are packed at a time: few enough for them to be in a cache still when GL takes them. */
 std::int32_t PackedRows(ANativeWindowBuffer const& buffer) {
-    constexpr std::size_t nBytes = 256 * 1024;
+    constexpr std::size_t nBytes = std::size_t{256} * 1024;
     std::size_t const nRows = std::max<std::size_t>(1, nBytes / RowSize(buffer));
     return static_cast<std::int32_t>(std::min(nRows, static_cast<std::size_t>(buffer.height)));
 }
@@ -96,10 +96,11 @@ void Pack(ANativeWindowBuffer const& buffer, std::int32_t nFirst, std::int32_t n
     std::uint8_t const* from = buffer.contents->pixels.get() + std::size_t(nFirst) * nStride;
     std::uint8_t* to = buffer.contents->packed.get();
     for (std::int32_t y = 0; y < nRows; ++y, from += nStride, to += nRow) {
-        if (upload.convert)
+        if (upload.convert) {
             upload.convert(to, from, std::size_t(buffer.width));
-        else
+        } else {
             std::memcpy(to, from, nRow);
+        }
     }
 }
 
@@ -125,9 +126,10 @@ bool IsUploadable(ANativeWindowBuffer const& buffer) {
 
 bool PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength) {
     Memory& packed = buffer.contents->packed;
-    if (IsPacked(buffer, fRowLength) && !packed)
+    if (IsPacked(buffer, fRowLength) && !packed) {
         packed.reset(
             static_cast<std::uint8_t*>(std::malloc(RowSize(buffer) * std::size_t(PackedRows(buffer)))));
+    }
     return packed || !IsPacked(buffer, fRowLength);
 }
 
@@ -155,10 +157,12 @@ bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLe
     ForgetErrors();
     Gl().glBindTexture(GL_TEXTURE_2D, texture);
     Gl().glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    if (fRowLength)
+    if (fRowLength) {
         Gl().glPixelStorei(GL_UNPACK_ROW_LENGTH, fPacked ? 0 : buffer.stride);
-    if (!fPacked)
+    }
+    if (!fPacked) {
         UploadRows(buffer, 0, buffer.height, buffer.contents->pixels.get());
+    }
     std::int32_t const nRows = PackedRows(buffer);
     for (std::int32_t y = 0; fPacked && y < buffer.height; y += nRows) {
         std::int32_t const nPacked = std::min(nRows, buffer.height - y);

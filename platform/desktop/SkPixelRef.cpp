@@ -14,8 +14,6 @@ SkMutex& SharedMutex() {
 
 SkMutex::SkMutex() = default;
 
-SkMutex::~SkMutex() = default;
-
 void SkMutex::acquire() {
     fMutex.lock();
 }

@@ -36,13 +36,15 @@ bool PbufferAttributes(ANativeWindow const& window, EGLint const* attributes, st
     for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
         EGLint const nName = attributes[0];
         EGLint const nValue = attributes[1];
-        if (IsPbufferAttribute(nName))
+        if (IsPbufferAttribute(nName)) {
             return false;
+        }
         if (nName == EGL_RENDER_BUFFER) {
             // A wish that EGL lets every display disregard, as this one does: its windows are
             // double-buffered.
-            if (nValue != EGL_BACK_BUFFER && nValue != EGL_SINGLE_BUFFER)
+            if (nValue != EGL_BACK_BUFFER && nValue != EGL_SINGLE_BUFFER) {
                 return false;
+            }
             continue;
         }
         result.insert(result.end(), {nName, nValue});
@@ -54,23 +56,28 @@ bool PbufferAttributes(ANativeWindow const& window, EGLint const* attributes, st
 EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
                          EGLint const* attributes) {
     std::vector<EGLint> driverAttributes;
-    if (window.width < 1 || window.height < 1)
+    if (window.width < 1 || window.height < 1) {
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
+    }
     // Some drivers make such a surface and then draw nothing.
-    if (!BufferImages::Get().CanDraw(display, window.width, window.height))
+    if (!BufferImages::Get().CanDraw(display, window.width, window.height)) {
         return Fail<EGLSurface>(EGL_BAD_ALLOC);
-    if (!PbufferAttributes(window, attributes, driverAttributes))
+    }
+    if (!PbufferAttributes(window, attributes, driverAttributes)) {
         return Fail<EGLSurface>(EGL_BAD_ATTRIBUTE);
+    }
     return Forward(Driver().eglCreatePbufferSurface, display, config, driverAttributes.data());
 }
 
 EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
                             EGLint const* attributes) {
-    if (KindOf(display) != DisplayKind::X11)
+    if (KindOf(display) != DisplayKind::X11) {
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
+    }
     auto const nId = static_cast<std::uintptr_t>(window.x11Window);
-    if (nId != window.x11Window)
+    if (nId != window.x11Window) {
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
+    }
     // By way of a pointer, which goes both where EGL's type is one and where it is X's number.
     auto const native = reinterpret_cast<EGLNativeWindowType>(reinterpret_cast<void*>(nId));
     return Forward(Driver().eglCreateWindowSurface, display, config, native, attributes);
@@ -79,10 +86,13 @@ EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow 
 /** The part of a swap before the driver's: everything that needs the frame still in the back buffer. */
 EGLint FinishDrawing(WindowSurface const& target) {
     EglDriver const& egl = Driver();
-    if (egl.eglGetCurrentDisplay() != target.display || egl.eglGetCurrentSurface(EGL_DRAW) != target.surface)
+    if (egl.eglGetCurrentDisplay() != target.display ||
+        egl.eglGetCurrentSurface(EGL_DRAW) != target.surface) {
         return EGL_BAD_SURFACE;
-    if (!target.window)
+    }
+    if (!target.window) {
         return EGL_BAD_NATIVE_WINDOW;
+    }
     // Software draws when it has to, and that is here: no image of a buffer changes underneath it.
     bool fImages = false;
     auto const still = BufferImages::Get().HoldStill(&fImages);
@@ -91,8 +101,9 @@ EGLint FinishDrawing(WindowSurface const& target) {
         EGLint nWidth = 0;
         EGLint nHeight = 0;
         if (!egl.eglQuerySurface(target.display, target.surface, EGL_WIDTH, &nWidth) ||
-            !egl.eglQuerySurface(target.display, target.surface, EGL_HEIGHT, &nHeight))
+            !egl.eglQuerySurface(target.display, target.surface, EGL_HEIGHT, &nHeight)) {
             return DriverError();
+        }
         nError = ReadFrame(target.display, target.surface, nWidth, nHeight, *target.window->frame);
     }
     if (fImages && !target.window->capture) {
@@ -123,19 +134,23 @@ EGLint HandFrameOver(ANativeWindow& window) {
 template <class DriverSwap>
 EGLBoolean SwapWith(EGLDisplay display, EGLSurface surface, DriverSwap driverSwap) {
     PinnedSurface const target(display, surface);
-    if (!target)
+    if (!target) {
         return driverSwap(nullptr);
+    }
     EGLint nError = FinishDrawing(*target);
-    if (nError != EGL_SUCCESS)
+    if (nError != EGL_SUCCESS) {
         return Fail<EGLBoolean>(nError);
-    if (!driverSwap(&*target))
+    }
+    if (!driverSwap(&*target)) {
         return EGL_FALSE;
+    }
     ANativeWindow& window = *target->window;
     ++window.frameCount;
     if (window.capture) {
         window.frame->serial = window.frameCount;
-        if (window.frameFinished)
+        if (window.frameFinished) {
             nError = HandFrameOver(window); // and the window may be gone
+        }
     }
     // Whatever EGL calls the handler made.
     return nError == EGL_SUCCESS ? Succeed() : Fail<EGLBoolean>(nError);
@@ -146,14 +161,17 @@ EGLBoolean SwapWith(EGLDisplay display, EGLSurface surface, DriverSwap driverSwa
 EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, EGLint const* attributes) {
     // A query that every configuration answers: the driver judges display and configuration.
     EGLint nId = 0;
-    if (!Forward(Driver().eglGetConfigAttrib, display, config, EGL_CONFIG_ID, &nId))
+    if (!Forward(Driver().eglGetConfigAttrib, display, config, EGL_CONFIG_ID, &nId)) {
         return EGL_NO_SURFACE;
-    if (!IsOffered(display, KindOf(display), config))
+    }
+    if (!IsOffered(display, KindOf(display), config)) {
         return Fail<EGLSurface>(EGL_BAD_MATCH);
+    }
     auto* const pWindow = static_cast<ANativeWindow*>(window);
     EGLint const nError = WindowTable::Get().ClaimWindow(display, pWindow);
-    if (nError != EGL_SUCCESS)
+    if (nError != EGL_SUCCESS) {
         return Fail<EGLSurface>(nError);
+    }
     EGLSurface surface = EGL_NO_SURFACE;
     try {
         surface = pWindow->x11Window ? CreateX11Surface(display, config, *pWindow, attributes)
@@ -171,8 +189,9 @@ EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, voi
     for (; attributes && attributes[0] != EGL_NONE; attributes += 2) {
         for (EGLAttrib const nWide : {attributes[0], attributes[1]}) {
             auto const nNarrow = static_cast<EGLint>(nWide);
-            if (nNarrow != nWide)
+            if (nNarrow != nWide) {
                 return Fail<EGLSurface>(EGL_BAD_ATTRIBUTE);
+            }
             narrow.push_back(nNarrow);
         }
     }
@@ -188,10 +207,12 @@ EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface) {
 EGLBoolean SwapBuffersWithDamage(PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC driverSwap, EGLDisplay display,
                                  EGLSurface surface, EGLint const* rectangles, EGLint count) {
     return SwapWith(display, surface, [=](WindowSurface const* pTarget) {
-        if (!pTarget || (driverSwap && pTarget->window->x11Window))
+        if (!pTarget || (driverSwap && pTarget->window->x11Window)) {
             return Forward(driverSwap, display, surface, rectangles, count);
-        if (count < 0 || (count > 0 && !rectangles))
+        }
+        if (count < 0 || (count > 0 && !rectangles)) {
             return Fail<EGLBoolean>(EGL_BAD_PARAMETER);
+        }
         return Forward(Driver().eglSwapBuffers, display, surface);
     });
 }
@@ -201,8 +222,9 @@ EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute
     bool const fPbufferOnly =
         attribute != EGL_WIDTH && attribute != EGL_HEIGHT && IsPbufferAttribute(attribute);
     EGLint nIgnored = 0;
-    if (value && fPbufferOnly && WindowTable::Get().IsWindowSurface(display, surface))
+    if (value && fPbufferOnly && WindowTable::Get().IsWindowSurface(display, surface)) {
         value = &nIgnored;
+    }
     return Forward(Driver().eglQuerySurface, display, surface, attribute, value);
 }
 

@@ -12,16 +12,18 @@ WindowTable& WindowTable::Get() {
 
 void WindowTable::AddWindow(ANativeWindow* window) {
     std::lock_guard<std::mutex> lock(m_mutex);
-    if (std::find(m_windows.begin(), m_windows.end(), window) == m_windows.end())
+    if (std::find(m_windows.begin(), m_windows.end(), window) == m_windows.end()) {
         m_windows.push_back(window);
+    }
 }
 
 void WindowTable::RemoveWindow(ANativeWindow* window) {
     std::unique_lock<std::mutex> lock(m_mutex);
     auto const forget = [&](bool fWhileMade) {
         for (WindowSurface& surface : m_surfaces) {
-            if (surface.window == window && (fWhileMade || surface.surface != EGL_NO_SURFACE))
+            if (surface.window == window && (fWhileMade || surface.surface != EGL_NO_SURFACE)) {
                 surface.window = nullptr;
+            }
         }
     };
     // First, so that no thread takes it any more; one that makes a surface for it ends that by its address.
@@ -35,11 +37,13 @@ EGLint WindowTable::ClaimWindow(EGLDisplay display, ANativeWindow* window) {
     std::lock_guard<std::mutex> lock(m_mutex);
     // The magic tells a window whose storage was taken over without a destructor call.
     if (std::find(m_windows.begin(), m_windows.end(), window) == m_windows.end() ||
-        window->magic != ANativeWindow::PreparedMagic)
+        window->magic != ANativeWindow::PreparedMagic) {
         return EGL_BAD_NATIVE_WINDOW;
+    }
     for (WindowSurface const& surface : m_surfaces) {
-        if (surface.window == window)
+        if (surface.window == window) {
             return EGL_BAD_ALLOC;
+        }
     }
     m_pinned.reserve(m_pinned.size() + 1);
     m_surfaces.push_back({display, EGL_NO_SURFACE, window});
@@ -48,12 +52,14 @@ EGLint WindowTable::ClaimWindow(EGLDisplay display, ANativeWindow* window) {
 }
 
 void WindowTable::SettleClaim(ANativeWindow const* window, EGLSurface surface) {
-    if (surface == EGL_NO_SURFACE)
+    if (surface == EGL_NO_SURFACE) {
         RemoveSurfaces([window](WindowSurface const& candidate) { return candidate.window == window; });
+    }
     std::lock_guard<std::mutex> lock(m_mutex);
     for (WindowSurface& candidate : m_surfaces) {
-        if (candidate.window == window)
+        if (candidate.window == window) {
             candidate.surface = surface;
+        }
     }
     UnpinLocked(window);
 }
@@ -81,12 +87,15 @@ bool WindowTable::Pin(EGLDisplay display, EGLSurface surface, WindowSurface& fou
     std::unique_lock<std::mutex> lock(m_mutex);
     WindowSurface const* pSurface = nullptr;
     // Anew after each wait: the surface may have gone, or its window.
-    while ((pSurface = Find(display, surface)) && pSurface->window && IsPinnedElsewhere(pSurface->window))
+    while ((pSurface = Find(display, surface)) && pSurface->window && IsPinnedElsewhere(pSurface->window)) {
         m_unpinned.wait(lock);
-    if (!pSurface)
+    }
+    if (!pSurface) {
         return false;
-    if (pSurface->window)
+    }
+    if (pSurface->window) {
         m_pinned.push_back({pSurface->window, std::this_thread::get_id()});
+    }
     found = *pSurface;
     return true;
 }
@@ -100,8 +109,9 @@ void WindowTable::UnpinLocked(ANativeWindow const* window) {
     auto const pinned = std::find_if(m_pinned.begin(), m_pinned.end(), [&](Pinned const& candidate) {
         return candidate.window == window && candidate.thread == std::this_thread::get_id();
     });
-    if (pinned == m_pinned.end())
+    if (pinned == m_pinned.end()) {
         return;
+    }
     m_pinned.erase(pinned);
     m_unpinned.notify_all();
 }

@@ -84,8 +84,9 @@ public:
         : m_fFound(WindowTable::Get().Pin(display, surface, m_surface)) {}
     PinnedSurface(PinnedSurface const&) = delete;
     ~PinnedSurface() {
-        if (m_fFound)
+        if (m_fFound) {
             WindowTable::Get().Unpin(m_surface.window);
+        }
     }
 
     /** Whether it is a window surface of this layer. */

@@ -8,7 +8,6 @@
 class ANDROID_API SkMutex {
 public:
     SkMutex();
-    ~SkMutex();
     SkMutex(SkMutex const&) = delete;
     SkMutex& operator=(SkMutex const&) = delete;
 

@@ -36,8 +36,9 @@ struct ANativeWindow {
      * EGL_BAD_NATIVE_WINDOW. A swap that is under way on another thread, its handler included, ends first.
      */
     ~ANativeWindow() {
-        if (release)
+        if (release) {
             release(this);
+        }
     }
 
     /** PreparedMagic once prepared, 0 before. The layer's own. */

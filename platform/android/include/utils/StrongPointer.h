@@ -19,6 +19,7 @@ public:
         m_ptr = other;
         return *this;
     }
+    // The other one takes a reference first. NOLINTNEXTLINE(bugprone-unhandled-self-assignment)
     sp& operator=(sp const& other) { return *this = other.m_ptr; }
 
     /** Lets the object go. */
