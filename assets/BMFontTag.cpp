@@ -26,8 +26,8 @@ std::string Quote(std::string_view text) {
 
 std::optional<std::string_view> BMFontTag::Find(std::string_view attribute) const {
     std::optional<std::string_view> found;
-    for (auto const& [name, value] : attributes) {
-        if (name == attribute) {
+    for (auto const& [key, value] : attributes) {
+        if (key == attribute) {
             if (found) {
                 throw BMFontFault{line, Quote(attribute) + " is there twice"};
             }

@@ -50,7 +50,7 @@ void UnpackWord(unsigned word, TextureFormat::Enum format, std::uint8_t* pixel) 
 }
 
 void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
-    for (int x = 0; x < width; ++x, in += 4) {
+    for (std::size_t x = 0; x < std::size_t(width); ++x, in += 4) {
         switch (format) {
         case TextureFormat::RGB888:
             std::memcpy(out + x * 3, in, 3);
@@ -76,7 +76,7 @@ void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std:
 
 void UnpackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
     std::memset(out, 255, std::size_t(width) * 4);
-    for (int x = 0; x < width; ++x, out += 4) {
+    for (std::size_t x = 0; x < std::size_t(width); ++x, out += 4) {
         switch (format) {
         case TextureFormat::RGB888:
             std::memcpy(out, in + x * 3, 3);

@@ -104,7 +104,7 @@ void Read(JsonCursor const& place, std::string const& name, int& value) {
         value = place.ReadInteger(INT_MIN, INT_MAX);
         return;
     }
-    std::string const word = names[place.ReadWord("value", names)];
+    std::string const& word = names[place.ReadWord("value", names)];
     for (NamedValue const& named : NamedValues) {
         if (name == named.pProperty && word == named.pName) {
             value = named.nValue;

@@ -57,15 +57,23 @@ void UseDriverError() {
     t_nError = AskDriver;
 }
 
+namespace {
+
+EGLint AskForError() {
+    return Driver().eglGetError ? Driver().eglGetError() : EGL_SUCCESS;
+}
+
+} // namespace
+
 EGLint TakeError() {
-    EGLint const nDriverError = Driver().eglGetError ? Driver().eglGetError() : EGL_SUCCESS;
+    EGLint const nDriverError = AskForError();
     EGLint const nError = t_nError == AskDriver || nDriverError != EGL_SUCCESS ? nDriverError : t_nError;
     t_nError = AskDriver;
     return nError;
 }
 
 EGLint DriverError() {
-    EGLint const nError = Driver().eglGetError();
+    EGLint const nError = AskForError();
     return nError == EGL_SUCCESS ? EGL_BAD_ALLOC : nError;
 }
 

@@ -224,7 +224,8 @@ void SetUniform(Invocation& call, GLint location, GLsizei count, std::size_t com
         return call.Raise(GL_INVALID_OPERATION);
     }
     if (IsSampler(uniform->type) &&
-        (values[0] < 0 || values[0] >= call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS])) {
+        (values[0] < 0 ||
+         static_cast<double>(values[0]) >= call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS])) {
         return call.Raise(GL_INVALID_VALUE);
     }
     std::size_t const first = static_cast<std::size_t>(location - uniform->location) * components;

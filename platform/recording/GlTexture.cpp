@@ -157,7 +157,7 @@ void glActiveTexture(Invocation& call, GLenum texture) {
     if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(units)) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    call.GetState().activeTexture = static_cast<GLint>(texture - GL_TEXTURE0);
+    call.GetState().activeTexture = texture - GL_TEXTURE0;
 }
 
 // ---- Parameters

@@ -52,6 +52,7 @@ std::optional<T> CopyOf(std::map<GLuint, T> const& objects, GLuint name) {
 template <class Key, class T>
 std::vector<GLuint> Keys(std::map<Key, T> const& objects) {
     std::vector<GLuint> keys;
+    keys.reserve(objects.size());
     for (auto const& entry : objects) {
         keys.push_back(entry.first);
     }
