@@ -4,14 +4,10 @@
 
 #include <algorithm>
 #include <cstdlib>
-#include <filesystem>
-#include <fstream>
-#include <iterator>
 #include <new>
 
 #include <gtest/gtest.h>
 #include <png.h>
-#include <stdlib.h>
 
 namespace {
 thread_local std::size_t t_nLargestAllocation = 0;
@@ -40,36 +36,6 @@ std::size_t LargestAllocation() {
 }
 void ResetLargestAllocation() {
     t_nLargestAllocation = 0;
-}
-
-TemporaryFolder::TemporaryFolder() {
-    std::string pattern = (std::filesystem::temp_directory_path() / "kelvo-assets-XXXXXX").string();
-    if (!mkdtemp(pattern.data()))
-        std::abort();
-    m_sPath = pattern;
-}
-
-TemporaryFolder::~TemporaryFolder() {
-    std::error_code ignored;
-    std::filesystem::remove_all(m_sPath, ignored);
-}
-
-void TemporaryFolder::Write(const std::string& name, const Bytes& bytes) const {
-    std::ofstream file(Path(name), std::ios::binary);
-    file.write(reinterpret_cast<const char*>(bytes.data()), std::streamsize(bytes.size()));
-}
-
-Bytes TemporaryFolder::Read(const std::string& name) const {
-    std::ifstream file(Path(name), std::ios::binary);
-    return Bytes(std::istreambuf_iterator<char>(file), {});
-}
-
-std::vector<std::string> TemporaryFolder::List() const {
-    std::vector<std::string> names;
-    for (const auto& entry : std::filesystem::directory_iterator(m_sPath))
-        names.push_back(entry.path().filename().string());
-    std::sort(names.begin(), names.end());
-    return names;
 }
 
 namespace {

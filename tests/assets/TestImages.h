@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Image.h"
+#include "kelvo_test/TemporaryFolder.h"
 
 #include <cstdint>
 #include <string>
@@ -14,20 +15,7 @@ inline ByteSpan Span(const Bytes& bytes) {
     return {bytes.data(), bytes.size()};
 }
 
-/** A folder of its own for one test, removed with all that it holds. */
-class TemporaryFolder {
-public:
-    TemporaryFolder();
-    ~TemporaryFolder();
-    std::string Path(const std::string& name) const { return m_sPath + "/" + name; }
-    void Write(const std::string& name, const Bytes& bytes) const;
-    Bytes Read(const std::string& name) const;
-    /** Names of the files that are there, in order. */
-    std::vector<std::string> List() const;
-
-private:
-    std::string m_sPath;
-};
+using ::kelvo::test::TemporaryFolder;
 
 /** A PNG file described by its samples: what the writer is told, and what a reader must make of it. */
 struct PngSource {

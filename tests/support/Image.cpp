@@ -24,6 +24,10 @@ void Image::Fill(int left, int top, int width, int height, Pixel colour) {
         std::fill_n(&At(left, y), width, colour);
 }
 
+Image Image::Cut(int left, int top, int width, int height) const {
+    return MakeImage(width, height, [&](int x, int y) { return At(left + x, top + y); });
+}
+
 bool Image::Save(std::string const& path) const {
     png_image png = {};
     png.version = PNG_IMAGE_VERSION;
@@ -38,8 +42,10 @@ bool Image::Load(std::string const& path) {
     png.version = PNG_IMAGE_VERSION;
     if (!png_image_begin_read_from_file(&png, path.c_str()))
         return false;
+    bool const fAlpha = (png.format & PNG_FORMAT_FLAG_ALPHA) != 0;
     png.format = PNG_FORMAT_RGBA;
     Image loaded(png.width, png.height);
+    loaded.m_fAlpha = fAlpha;
     if (!png_image_finish_read(&png, nullptr, loaded.m_pixels.data(), 0, nullptr))
         return false;
     *this = std::move(loaded);
@@ -116,6 +122,11 @@ std::string Describe(Pixel const& p) {
 }
 
 } // namespace
+
+bool IsNear(Pixel const& a, Pixel const& b, int tolerance) {
+    Pixel const distance = Distance(a, b);
+    return std::max({distance.r, distance.g, distance.b}) <= tolerance;
+}
 
 testing::AssertionResult CompareImages(Image const& actual, Image const& expected, Tolerance const& tolerance,
                                        std::string const& label) {

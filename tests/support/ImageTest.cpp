@@ -1,31 +1,20 @@
 #include "kelvo_test/Image.h"
+#include "kelvo_test/TemporaryFolder.h"
 
 #include <cstdlib>
-#include <filesystem>
 
 namespace kelvo::test {
 namespace {
 
 /** Sends the pictures of failed comparisons to a folder of its own, for as long as it lives. */
-class OutputFolder {
+class OutputFolder : public TemporaryFolder {
 public:
-    OutputFolder() : m_path(std::filesystem::temp_directory_path() / ("kelvo-image-test-" + Name())) {
-        std::filesystem::remove_all(m_path);
-        setenv("KELVO_TEST_OUTPUT", m_path.c_str(), 1);
-    }
-    ~OutputFolder() {
-        unsetenv("KELVO_TEST_OUTPUT");
-        std::filesystem::remove_all(m_path);
-    }
-    std::string File(std::string const& ending) const { return (m_path / (Name() + ending)).string(); }
-    bool IsEmpty() const { return !std::filesystem::exists(m_path) || std::filesystem::is_empty(m_path); }
-
-private:
-    static std::string Name() {
+    OutputFolder() { setenv("KELVO_TEST_OUTPUT", Path("").c_str(), 1); }
+    ~OutputFolder() { unsetenv("KELVO_TEST_OUTPUT"); }
+    std::string File(std::string const& ending) const {
         auto const* test = testing::UnitTest::GetInstance()->current_test_info();
-        return std::string(test->test_suite_name()) + "." + test->name();
+        return Path(std::string(test->test_suite_name()) + "." + test->name() + ending);
     }
-    std::filesystem::path m_path;
 };
 
 Image Sample() {
@@ -78,7 +67,7 @@ TEST(CompareImages, FailureSaysWhereAndWritesThePictures) {
 TEST(CompareImages, SuccessWritesNothing) {
     OutputFolder const output;
     EXPECT_TRUE(CompareImages(Sample(), Sample()));
-    EXPECT_TRUE(output.IsEmpty());
+    EXPECT_TRUE(output.List().empty());
 }
 
 TEST(Image, LoadOfSomethingElseLeavesTheImage) {

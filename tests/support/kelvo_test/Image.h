@@ -37,19 +37,38 @@ public:
     Pixel const& At(int x, int y) const { return m_pixels[Index(x, y)]; }
     /** Fills the rectangle of that left upper corner and size, which lies inside the picture. */
     void Fill(int left, int top, int width, int height, Pixel colour);
+    /** A copy of such a rectangle. */
+    Image Cut(int left, int top, int width, int height) const;
 
     /** Writes a PNG file; false when that fails. */
     bool Save(std::string const& path) const;
     /** Reads a PNG file of any kind; false, leaving the image as it was, when that fails. */
     bool Load(std::string const& path);
+    /** Whether the file that was read has an alpha channel. */
+    bool HasAlpha() const { return m_fAlpha; }
 
 private:
     std::size_t Index(int x, int y) const { return std::size_t(y) * m_nWidth + x; }
 
     int m_nWidth = 0;
     int m_nHeight = 0;
+    bool m_fAlpha = true;
     std::vector<Pixel> m_pixels;
 };
+
+/** A picture whose pixels `colour` tells by column and row. */
+template <class Colour>
+Image MakeImage(int width, int height, Colour const& colour) {
+    Image image(width, height);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x)
+            image.At(x, y) = colour(x, y);
+    }
+    return image;
+}
+
+/** Whether none of red, green and blue differs by more. */
+bool IsNear(Pixel const& a, Pixel const& b, int tolerance);
 
 /** How far two pictures may lie apart. */
 struct Tolerance {
