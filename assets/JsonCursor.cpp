@@ -48,7 +48,7 @@ std::string DescribeStep(std::string const& name) {
         char const unit = name[n];
         step += unit == '~'   ? "~0"
                 : unit == '/' ? "~1"
-                              : std::string(1, unit >= 0 && unit < ' ' ? '?' : unit);
+                              : std::string(1, static_cast<unsigned char>(unit) < ' ' ? '?' : unit);
     }
     return name.size() > nLongest ? step + "..." : step;
 }
