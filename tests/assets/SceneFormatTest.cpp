@@ -1,28 +1,28 @@
 // docs/scene-format.md against what the classes register.
 
+#include "GoldenText.h"
 #include "SceneNodes.h"
 #include "SceneProperty.h"
 #include "TestScenes.h"
 
-#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"
-#include "trevik/kelvo/TransformNode.h"
 
 #include <gtest/gtest.h>
 
-#include <fstream>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-std::vector<std::string> ReadLines(std::string const& path) {
-    std::ifstream file(path);
-    EXPECT_TRUE(file.is_open()) << path;
+using ::kelvo::test::ReadText;
+
+std::vector<std::string> ReadLines() {
     std::vector<std::string> lines;
-    for (std::string line; std::getline(file, line);) {
+    std::istringstream text(ReadText(KELVO_SCENE_FORMAT));
+    for (std::string line; std::getline(text, line);) {
         lines.push_back(line);
     }
     return lines;
@@ -44,60 +44,6 @@ std::vector<std::string> ReadRows(std::vector<std::string> const& lines, std::st
     return rows;
 }
 
-std::string Join(std::vector<double> const& numbers) {
-    std::string text;
-    for (double const number : numbers) {
-        text += (text.empty() ? "" : ", ") + FormatNumber(number);
-    }
-    return text;
-}
-
-template <class T>
-T const& ValueOf(PropertyList::Entry const& entry) {
-    return static_cast<BaseProperty<T> const*>(entry.m_pProperty)->GetValue();
-}
-
-std::string DescribeInitial(PropertyList::Entry const& entry) {
-    switch (entry.m_pDescriptor->m_type) {
-    case PropertyType::Bool:
-        return ValueOf<bool>(entry) ? "true" : "false";
-    case PropertyType::Int:
-        return std::to_string(ValueOf<int>(entry));
-    case PropertyType::Real:
-        return FormatNumber(ValueOf<RealFloat>(entry));
-    case PropertyType::Vector2: {
-        auto const& v = ValueOf<Vector2T<RealFloat>>(entry);
-        return Join({v.x, v.y});
-    }
-    case PropertyType::Vector3: {
-        auto const& v = ValueOf<Vector3T<RealFloat>>(entry);
-        return Join({v.x, v.y, v.z});
-    }
-    case PropertyType::Rectangle: {
-        auto const& r = ValueOf<RectangleT<RealFloat>>(entry);
-        return Join({r.left, r.top, r.right, r.bottom});
-    }
-    case PropertyType::Color: {
-        auto const& color = ValueOf<ColorT<RealFloat>>(entry);
-        return Join({color.r, color.g, color.b, color.a});
-    }
-    case PropertyType::SizeReal: {
-        auto const& size = ValueOf<SizeT<RealFloat>>(entry);
-        return Join({size.width, size.height});
-    }
-    case PropertyType::String:
-        return ValueOf<StringEncoded<UTF16Encoding>>(entry).IsEmpty() ? "empty" : "some";
-    case PropertyType::SizeInt: {
-        auto const& size = ValueOf<SizeT<int>>(entry);
-        return Join({double(size.width), double(size.height)});
-    }
-    case PropertyType::PairList:
-        return ValueOf<List<Vector2T<int>>>(entry).IsEmpty() ? "none" : "some";
-    default:
-        return "?";
-    }
-}
-
 /** The rows that the properties ask for, without those that another class has, too. */
 std::vector<std::string> ExpectedRows(PropertyList const& properties, PropertyList const* pBase) {
     std::vector<std::string> rows;
@@ -106,7 +52,7 @@ std::vector<std::string> ExpectedRows(PropertyList const& properties, PropertyLi
         PropertyList::Entry const& entry = properties.GetEntry(n);
         if (!pBase || !pBase->Find(entry.m_pDescriptor->m_nID)) {
             rows.push_back("| `" + names[n] + "` | " + DescribeValue(names[n], entry.m_pDescriptor->m_type) +
-                           " | " + DescribeInitial(entry));
+                           " | " + DescribeValueOf(entry));
         }
     }
     return rows;
@@ -121,7 +67,7 @@ TEST(SceneFormat, TablesShowWhatTheNodesRegister) {
     DescribedClass const classes[] = {{"TransformNode", ""},       {"Timeline", "TransformNode"},
                                       {"Sprite", "TransformNode"}, {"NinePatchSprite", "Sprite"},
                                       {"Text", "TransformNode"},   {"Camera", "TransformNode"}};
-    std::vector<std::string> const lines = ReadLines(KELVO_SCENE_FORMAT);
+    std::vector<std::string> const lines = ReadLines();
     ClassRegistry registry;
     RegisterBackend(registry);
     for (DescribedClass const& described : classes) {
@@ -134,7 +80,7 @@ TEST(SceneFormat, TablesShowWhatTheNodesRegister) {
 }
 
 TEST(SceneFormat, TablesShowWhatTheEffectsRegister) {
-    std::vector<std::string> const lines = ReadLines(KELVO_SCENE_FORMAT);
+    std::vector<std::string> const lines = ReadLines();
     ClassRegistry registry;
     RegisterBackend(registry);
     for (std::string const& name : GetEffectClassNames()) {
@@ -146,10 +92,7 @@ TEST(SceneFormat, TablesShowWhatTheEffectsRegister) {
 }
 
 TEST(SceneFormat, NamesEveryClassAndEasing) {
-    std::string text;
-    for (std::string const& line : ReadLines(KELVO_SCENE_FORMAT)) {
-        text += line + "\n";
-    }
+    std::string const text = ReadText(KELVO_SCENE_FORMAT);
     for (std::string const& name : GetNodeClassNames()) {
         EXPECT_NE(text.find("\n### " + name + "\n"), std::string::npos) << name;
     }
@@ -171,20 +114,22 @@ std::string CompleteSnippet(std::string const& snippet) {
     if (snippet.rfind("\"textures\"", 0) == 0 || snippet.rfind("\"fonts\"", 0) == 0) {
         return "{" + snippet + ", \"nodes\": []}";
     }
-    return SceneOf("{\"class\": \"Sprite\", " + snippet + "}");
+    return "{\"nodes\": [{\"class\": \"Sprite\", " + snippet + "}]}";
 }
 
 TEST(SceneFormat, SnippetsCanBeRead) {
     unsigned int nSnippets = 0;
     std::string snippet;
     bool fInside = false;
-    for (std::string const& line : ReadLines(KELVO_SCENE_FORMAT)) {
+    for (std::string const& line : ReadLines()) {
         if (fInside && line == "```") {
             Scene scene;
             bool const fFonts = snippet.rfind("\"fonts\"", 0) == 0;
-            ReadGood(CompleteSnippet(snippet), scene,
-                     fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/");
-            EXPECT_TRUE(scene.GetRoot()) << snippet;
+            std::string error;
+            EXPECT_TRUE(ReadScene(CompleteSnippet(snippet),
+                                  fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/", scene,
+                                  error))
+                << error;
             ++nSnippets;
             fInside = false;
         } else if (fInside) {

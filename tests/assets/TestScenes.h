@@ -3,10 +3,8 @@
 #include "kelvo_host/Scene.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
-#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Node.h"
-
-#include <gtest/gtest.h>
+#include "trevik/kelvo/PropertyList.h"
 
 #include <string>
 
@@ -18,24 +16,19 @@ void RegisterBackend(ClassRegistry& registry);
 /** A new node of a class that is registered, or a TransformNode. */
 Ref<Node> CreateNode(ClassRegistry const& registry, std::string const& className);
 
-/** A scene text around the text of its nodes. */
-std::string SceneOf(std::string const& nodes);
-
-/** Reads a scene that must be right; file names in it are relative to the folder, which ends in "/". */
-void ReadGood(std::string const& text, Scene& scene, std::string const& folder = "");
+/** Reads a scene "scene.json"; file names in it are relative to the folder, which ends in "/". */
+bool ReadScene(std::string const& text, std::string const& folder, Scene& scene, std::string& error);
 
 /** The message for a scene that must be wrong, without its "scene.json:". */
 std::string ErrorOf(std::string const& text, std::string const& folder = "");
 
-/** The node with a name, which must be there. */
-Node& Find(Scene const& scene, char const* pName);
+/** A property's value as text. */
+std::string DescribeValueOf(PropertyList::Entry const& entry);
 
-/** A node's property, which must be of this type. */
-template <class T>
-BaseProperty<T>& PropertyOf(Node& node, char const* pName) {
-    PropertyList::Entry const* const pEntry = node.GetProperties().Find(HashName(pName));
-    EXPECT_TRUE(pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value) << pName;
-    return *static_cast<BaseProperty<T>*>(pEntry->m_pProperty);
-}
+/**
+ * A scene as text, a line for each object, and for each value that is another one than a new object's; what
+ * is animated, at each half frame of the scene that changes it.
+ */
+std::string DescribeScene(Scene const& scene);
 
 } // namespace trevik::kelvo::assets::testing
