@@ -188,7 +188,8 @@ Requirement const g_requirements[] = {
     {"storage and properties", "kelvo::(Serializer::(PushTag|PopTag|WriteAttribute)|"
                                "Deserializer::(PushNode|PopNode)|PropertyList::Register|"
                                "Property::(Initialize|Update|Save|Emit))"},
-    {"threads", "QueueDispatcher::ExecuteEnqueuedOperations"},
+    // Enqueue is virtual; a compiler may guess whose it is, and then names that one.
+    {"threads", "QueueDispatcher::(ExecuteEnqueuedOperations|Enqueue)"},
     {"Java",
      "jni::(VM::(GetEnv|RegisterClass|UnregisterClass)|Class::Get|android::graphics::Bitmap::GetClass|"
      "ExceptionHandler::CheckForException)"},
