@@ -20,6 +20,7 @@ Vector3T<RealFloat> const g_one(1, 1, 1);
  * By bits, so that a value that is not a number is equal to itself and does not count as changed for ever.
  */
 bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
@@ -187,6 +188,7 @@ inline unsigned int TransformNode::TakePosition() {
         m_nMarks &= ~unsigned(PositionMark);
     }
     Vector3T<RealFloat> const& position = m_position.GetValue();
+    // By bits, as IsSame. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
     if (std::memcmp(&position, &m_takenPosition, sizeof(position)) == 0) {
         return 0;
     }
