@@ -17,7 +17,7 @@ template <class T>
 Ref<T> CreateFont(std::string const& name, char const* className, unsigned int nClassID,
                   ClassRegistry const& registry, std::string& error) {
     Ref<Referenced> const pObject(registry.Create(nClassID));
-    Ref<T> const pFont(dynamic_cast<T*>(pObject.Get()));
+    Ref<T> pFont(dynamic_cast<T*>(pObject.Get()));
     if (!pFont) {
         Fail(error, name + ": no class \"" + className + "\" to make a font of it");
     }
