@@ -14,7 +14,6 @@ namespace {
 
 using namespace trevik::kelvo;
 
-constexpr Shade Black = {0, 0, 0, 1};
 constexpr Pixel Black8 = {0, 0, 0, 255};
 constexpr Pixel Red8 = {255, 0, 0, 255};
 constexpr Pixel Green8 = {0, 255, 0, 255};
@@ -47,49 +46,32 @@ double Inside(Triangles const& triangles, double x, double y) {
     return inside;
 }
 
-Triangles Rectangle(float x, float y, float width, float height) {
-    Vector const a = {x, y, 0}, b = {x + width, y, 0}, c = {x, y + height, 0}, d = {x + width, y + height, 0};
-    return {{{a, b, c}}, {{c, b, d}}};
-}
-
-/** A node that changes the stencil test as it is drawn, for those after it. */
+/** A node that has what follows drawn where the stencil buffer holds a value. */
 class StencilTest : public TransformNode {
 public:
-    explicit StencilTest(bool fOn, int nValue = 0) : m_fOn(fOn), m_nValue(nValue) {}
+    explicit StencilTest(int nValue) : m_nValue(nValue) {}
     void InternalRender(GraphicsDevice&) override {
-        (m_fOn ? glEnable : glDisable)(GL_STENCIL_TEST);
+        glEnable(GL_STENCIL_TEST);
         glStencilFunc(GL_EQUAL, m_nValue, ~0u);
         glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
     }
 
 private:
-    bool m_fOn;
     int m_nValue;
 };
 
 class DrawnMasks : public Stage {
 protected:
-    Ref<Timeline> AddTimeline(Node& parent, std::vector<Triangles> const& masks = {}) {
-        Ref<Timeline> const pTimeline(
-            static_cast<Timeline*>(m_registry.Create(trevik::HashName("Timeline"))));
-        AddMasks(*pTimeline, masks);
-        parent.Attach(pTimeline.Get());
-        return pTimeline;
-    }
-
-    static void AddMasks(Node& node, std::vector<Triangles> const& masks) {
+    /** A timeline with masks and a sprite that covers all that they leave of the window. */
+    Ref<Timeline> AddMasked(Node& parent, std::vector<Triangles> const& masks, Shade const& shade) {
+        Ref<Timeline> const pTimeline = AddTimeline(parent);
         for (Triangles const& triangles : masks) {
             Ref<Mask> const pMask(new Mask);
-            ASSERT_TRUE(pMask->SetTriangles(triangles.data()->corners, 3 * unsigned(triangles.size())));
-            node.AddMask(pMask.Get());
+            EXPECT_TRUE(pMask->SetTriangles(triangles.data()->corners, 3 * unsigned(triangles.size())));
+            pTimeline->AddMask(pMask.Get());
         }
-    }
-
-    /** Covers all of what is drawn before where the stencil buffer holds a value. */
-    void ShowStencil(Node& parent, int nValue, Shade const& shade) {
-        parent.Attach(new StencilTest(true, nValue));
-        AddSprite(parent, 0, 0, Width, Height, shade);
-        parent.Attach(new StencilTest(false));
+        AddSprite(*pTimeline, -Width, -Height, 3 * Width, 3 * Height, shade);
+        return pTimeline;
     }
 
     /** Fails unless every pixel of a frame is the colour of the first region that has it well inside. */
@@ -127,17 +109,23 @@ private:
     std::vector<int> m_nSeen; ///< pixels of each region
 };
 
-TEST_F(DrawnMasks, NestedTrianglesShowTheirIntersectionOnly) {
+TEST_F(DrawnMasks, NestedTrianglesShowTheirIntersectionOnlyAndFollowTheirNode) {
     Open();
-    Triangles const outer = {{{{3, 2, 0}, {57, 8, 0}, {20, 35, 0}}}};
+    // Turned by a right angle, twice as large, and moved: (x, y) goes to (60 - 2 y, 2 x).
+    Triangles const mask = {{{{1, 2, 0}, {4, 28, 0}, {17, 20, 0}}}};
+    Triangles outer = mask;
+    for (Vector& corner : outer[0].corners)
+        corner = Vector(60 - 2 * corner.y, 2 * corner.x, 0);
     Triangles const middle = {{{{10, 33, 0}, {50, 30, 0}, {31, 3, 0}}}};
     Triangles const inner = {{{{21, 4, 0}, {58, 12, 0}, {18, 25, 0}}}};
-    Ref<Timeline> const pOuter = AddTimeline(Root(), {outer});
-    AddSprite(*pOuter, 0, 0, Width, Height, {1, 0, 0});
-    Ref<Timeline> const pMiddle = AddTimeline(*pOuter, {middle});
-    AddSprite(*pMiddle, 0, 0, Width, Height, {0, 1, 0});
-    Ref<Timeline> const pInner = AddTimeline(*pMiddle, {inner});
-    AddSprite(*pInner, 0, 0, Width, Height, {0, 0, 1});
+    Ref<Timeline> const pOuter = AddMasked(Root(), {mask}, {1, 0, 0});
+    pOuter->GetPositionProperty().SetValue(Vector(60, 0, 0));
+    pOuter->GetRotationProperty().SetValue(Vector(0, 0, 90));
+    pOuter->GetScaleProperty().SetValue(Vector(2, 2, 1));
+    CompareRegions(DrawFrame(), {{{outer}, Red8}});
+    Root().Detach(pOuter.Get());
+    Ref<Timeline> const pMiddle = AddMasked(*AddMasked(Root(), {outer}, {1, 0, 0}), {middle}, {0, 1, 0});
+    AddMasked(*pMiddle, {inner}, {0, 0, 1});
     CompareRegions(DrawFrame(),
                    {{{outer, middle, inner}, Blue8}, {{outer, middle}, Green8}, {{outer}, Red8}});
 }
@@ -149,73 +137,33 @@ TEST_F(DrawnMasks, OfSeveralMasksAndTrianglesOneIsEnoughHoweverTheyOverlap) {
     Triangles const second = {first[0], {{{30, 10, 0}, {58, 12, 0}, {44, 35, 0}}}};
     Triangles all = first;
     all.insert(all.end(), second.begin(), second.end());
-    Ref<Timeline> const pTimeline = AddTimeline(Root(), {first, second});
-    AddSprite(*pTimeline, 0, 0, Width, Height, {1, 0, 0});
-    Ref<Timeline> const pInside = AddTimeline(*pTimeline, {Rectangle(0, 0, Width, 15)});
-    AddSprite(*pInside, 0, 0, Width, Height, {0, 1, 0});
-    CompareRegions(DrawFrame(), {{{all, Rectangle(0, 0, Width, 15)}, Green8}, {{all}, Red8}});
+    Triangles const lower = {{{{-9, -9, 0}, {120, -9, 0}, {-9, 30, 0}}}};
+    AddMasked(*AddMasked(Root(), {first, second}, {1, 0, 0}), {lower}, {0, 1, 0});
+    CompareRegions(DrawFrame(), {{{all, lower}, Green8}, {{all}, Red8}});
 }
 
-TEST_F(DrawnMasks, FollowTheNodeThatTheyBelongTo) {
+TEST_F(DrawnMasks, FifteenLevelsAreToldApartAndLeaveNothingBehind) {
     Open();
-    // Turned by a right angle, twice as large, and moved: (x, y) goes to (40 - 2 y, 6 + 2 x).
-    Triangles const mask = {{{{1, 2, 0}, {13, 4, 0}, {5, 17, 0}}}};
-    Ref<Timeline> const pTimeline = AddTimeline(Root(), {mask});
-    pTimeline->GetPositionProperty().SetValue(Vector(40, 6, 0));
-    pTimeline->GetRotationProperty().SetValue(Vector(0, 0, 90));
-    pTimeline->GetScaleProperty().SetValue(Vector(2, 2, 1));
-    AddSprite(*pTimeline, -30, -30, 60, 60, {1, 0, 0});
-    Triangles seen = mask;
-    for (Vector& corner : seen[0].corners)
-        corner = Vector(40 - 2 * corner.y, 6 + 2 * corner.x, 0);
-    CompareRegions(DrawFrame(), {{{seen}, Red8}});
-}
-
-TEST_F(DrawnMasks, OfASpriteCutItAlone) {
-    Open();
-    Ref<Sprite> const pSprite = AddSprite(Root(), 5, 4, 30, 20, {1, 0, 0});
-    AddMasks(*pSprite, {Rectangle(2, 3, 11, 9)});
-    AddSprite(Root(), 20, 10, 35, 22, {0, 1, 0});
-    Canvas canvas(Width, Height, Black);
-    canvas.Blend(7, 7, 11, 9, {1, 0, 0});
-    canvas.Blend(20, 10, 35, 22, {0, 1, 0});
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture()));
-}
-
-TEST_F(DrawnMasks, FifteenLevelsAreToldApart) {
-    Open();
-    Canvas canvas(Width, Height, Black);
-    Node* pParent = &Root();
+    Canvas canvas(Width, Height);
+    Ref<Timeline> pParent(&Root());
     for (int i = 0; i < 15; ++i) {
-        // Each a pixel smaller on the left and below, and all of them open to the right.
-        Ref<Timeline> const pTimeline =
-            AddTimeline(*pParent, {Rectangle(float(3 * i), float(2 * i), 70, 40)});
+        // Each a pixel or more smaller on the left and below, and all of them open to the right.
+        float const x = float(3 * i), y = float(2 * i);
         Shade const shade = {i % 2 ? 1.0 : 0.0, i / 14.0, 1};
-        AddSprite(*pTimeline, 0, 0, Width, Height, shade);
+        pParent = AddMasked(*pParent,
+                            {{{{{x, y, 0}, {x, y + 99, 0}, {x + 99, y, 0}}},
+                              {{{x + 99, y, 0}, {x, y + 99, 0}, {x + 99, y + 99, 0}}}}},
+                            shade);
         canvas.Blend(3 * i, 2 * i, Width, Height, shade);
-        pParent = pTimeline.Get();
     }
-    ShowStencil(*pParent, 15, {1, 1, 1});
+    pParent->Attach(new StencilTest(15));
+    AddSprite(*pParent, 0, 0, Width, Height, {1, 1, 1});
     canvas.Blend(42, 28, Width, Height, {1, 1, 1});
-    EXPECT_TRUE(CompareImages(DrawFrame(), canvas.Picture(), Rounding));
-}
-
-TEST_F(DrawnMasks, RaiseTheStencilInsideAndLeaveItAsItWas) {
-    Open();
-    std::vector<Triangles> const overlapping = {Rectangle(4, 3, 30, 20), Rectangle(20, 9, 35, 25)};
-    Ref<Timeline> const pOuter = AddTimeline(Root(), overlapping);
-    ShowStencil(*pOuter, 0, {1, 1, 1}); // in a mask there is no such place but outside
-    ShowStencil(*pOuter, 1, {1, 0, 0});
-    Ref<Timeline> const pInner = AddTimeline(*pOuter, {Rectangle(10, 5, 30, 12)});
-    AddSprite(*pInner, 0, 0, 1, 1, {1, 1, 1});
-    Canvas within(Width, Height, {1, 1, 1});
-    within.Blend(4, 3, 30, 20, {1, 0, 0});
-    within.Blend(20, 9, 35, 25, {1, 0, 0});
-    EXPECT_TRUE(CompareImages(DrawFrame(), within.Picture(), Tolerance(), "inside"));
+    EXPECT_TRUE(Shows(canvas));
     // After all of it, the whole of the buffer is 0 again.
-    ShowStencil(Root(), 0, {0, 0, 1});
-    Canvas after(Width, Height, {0, 0, 1});
-    EXPECT_TRUE(CompareImages(DrawFrame(), after.Picture(), Tolerance(), "after"));
+    Root().Attach(new StencilTest(0));
+    AddSprite(Root(), 0, 0, Width, Height, {0, 0, 1});
+    EXPECT_TRUE(Shows(Canvas(Width, Height, {0, 0, 1})));
 }
 
 } // namespace

@@ -14,112 +14,87 @@ using namespace trevik::kelvo;
 using trevik::List;
 using trevik::Vector2T;
 
-/** A stretchable run of texels. */
-struct Band {
-    int start, length;
-};
-using Bands = std::vector<Band>;
+using Bands = std::vector<Vector2T<int>>;  ///< start and length of stretchable runs of texels
+using Map = std::vector<Vector2T<double>>; ///< pixels of the stretched sprite, and the texels that are there
 
-/**
- * Where along the texture a pixel of the stretched sprite samples, in texels: bands, in their order, share
- * what is left over by the rest in proportion to their lengths.
- */
-double TexelAt(double pixel, int texture, double scale, Bands const& bands) {
-    int flexible = 0;
-    for (Band const& band : bands)
-        flexible += band.length;
-    if (flexible == 0)
-        return pixel / scale;
-    double const stretch = (texture * scale - (texture - flexible)) / flexible;
-    double shift = 0; // of what follows the bands so far
-    for (Band const& band : bands) {
-        double const start = band.start + shift;
-        if (pixel < start)
-            break;
-        if (pixel < start + band.length * stretch)
-            return band.start + (pixel - start) / stretch;
-        shift += band.length * (stretch - 1);
-    }
-    return pixel - shift;
+double TexelAt(double pixel, Map const& map) {
+    std::size_t n = 1;
+    while (map[n].x < pixel)
+        ++n;
+    Vector2T<double> const a = map[n - 1], b = map[n];
+    return a.y + (pixel - a.x) * (b.y - a.y) / (b.x - a.x);
 }
 
-/** Linear filtering, clamped to the edge; (0, 0) is the picture's upper left corner. */
-Shade Sample(Image const& picture, double x, double y) {
-    double const left = std::floor(x - 0.5), top = std::floor(y - 0.5);
-    double const right = x - 0.5 - left, below = y - 0.5 - top;
-    Shade result = {0, 0, 0, 1};
-    for (int i = 0; i < 4; ++i) {
-        int const column = std::clamp(static_cast<int>(left) + i % 2, 0, picture.Width() - 1);
-        int const row = std::clamp(static_cast<int>(top) + i / 2, 0, picture.Height() - 1);
-        double const weight = (i % 2 ? right : 1 - right) * (i / 2 ? below : 1 - below) / 255;
-        Pixel const& pixel = picture.At(column, row);
-        result.r += weight * pixel.r;
-        result.g += weight * pixel.g;
-        result.b += weight * pixel.b;
-    }
-    return result;
+/** Linear filtering along one axis, clamped to the edge. */
+template <class Value>
+double Between(double place, int count, Value const& value) {
+    int const first = static_cast<int>(std::floor(place - 0.5));
+    double const weight = place - 0.5 - first;
+    return (value(std::clamp(first, 0, count - 1)) * (1 - weight) +
+            value(std::clamp(first + 1, 0, count - 1)) * weight) /
+           255;
 }
 
-class DrawnNinePatch : public Stage {
-protected:
-    Ref<NinePatchSpriteGL2> AddPatch(int x, int y, Image const& picture, Bands const& bandsX,
-                                     Bands const& bandsY) {
-        Ref<Sprite> const pSprite = MakeSprite(picture.Width(), picture.Height(), "NinePatchSprite");
-        Ref<NinePatchSpriteGL2> const pPatch(static_cast<NinePatchSpriteGL2*>(pSprite.Get()));
-        pPatch->SetTexture(MakeTexture(picture).Get());
-        pPatch->GetPositionProperty().SetValue(Vector(RealFloat(x), RealFloat(y), 0));
-        SetBands(pPatch->GetHorizontalBandsProperty(), bandsX);
-        SetBands(pPatch->GetVerticalBandsProperty(), bandsY);
-        Root().Attach(pPatch.Get());
-        return pPatch;
-    }
+List<Vector2T<int>> ToList(Bands const& bands) {
+    List<Vector2T<int>> list;
+    for (Vector2T<int> const& band : bands)
+        list.Append(band);
+    return list;
+}
 
-private:
-    static void SetBands(ListProperty<Vector2T<int>>& property, Bands const& bands) {
-        List<Vector2T<int>> list;
-        for (Band const& band : bands)
-            list.Append(Vector2T<int>(band.start, band.length));
-        property.SetValue(list);
-    }
-};
+using DrawnNinePatch = Stage;
 
 TEST_F(DrawnNinePatch, BordersKeepTheirTexelsAtOnceWhenTheScaleChanges) {
-    struct Case {
-        char const* name;
+    // Bands share what is left over by the rest in proportion to their lengths. Those in y are counted from
+    // the picture's lower edge, as the node's y is.
+    struct {
         RealFloat scaleX, scaleY;
         Bands x, y;
-    };
-    // Bands in y are counted from the picture's lower edge, as the node's y is.
-    Case const cases[] = {
-        {"as it is", 1, 1, {{4, 3}}, {{2, 5}}},
-        {"wide", 3, 1, {{4, 3}}, {{2, 5}}},
-        {"tall", 1, 3, {{4, 3}}, {{2, 5}}},
-        {"both", 4, 2.5f, {{4, 3}}, {{2, 5}}},
-        {"from the edges", 3, 3, {{0, 5}}, {{6, 4}}},
-        {"one axis", 2, 3, {{3, 2}}, {}},
-        {"two bands", 4, 3, {{2, 2}, {7, 2}}, {{1, 3}, {6, 2}}},
-        {"bands of different lengths", 3.5f, 3, {{1, 4}, {8, 1}}, {{2, 1}, {4, 4}}},
-        {"three bands, to the edges", 4, 3.5f, {{0, 2}, {4, 3}, {11, 1}}, {{0, 1}, {5, 5}}},
+        Map mapX, mapY;
+    } const cases[] = {
+        {3, 1, {{4, 3}}, {{2, 5}}, {{0, 0}, {4, 4}, {31, 7}, {36, 12}}, {{0, 0}, {10, 10}}},
+        {2, 3, {{3, 2}}, {}, {{0, 0}, {3, 3}, {17, 5}, {24, 12}}, {{0, 0}, {30, 10}}},
+        {3.5f,
+         3,
+         {{1, 4}, {8, 1}},
+         {{2, 1}, {4, 4}},
+         {{0, 0}, {1, 1}, {29, 5}, {32, 8}, {39, 9}, {42, 12}},
+         {{0, 0}, {2, 2}, {7, 3}, {8, 4}, {28, 8}, {30, 10}}},
+        {4,
+         3.5f,
+         {{0, 2}, {4, 3}, {11, 1}},
+         {{0, 1}, {5, 5}},
+         {{0, 0}, {14, 2}, {16, 4}, {37, 7}, {41, 11}, {48, 12}},
+         {{0, 0}, {31 / 6.0, 1}, {55 / 6.0, 5}, {35, 10}}},
     };
     Open();
-    Image const picture = MakePicture(12, 10);
-    for (Case const& test : cases) {
-        SCOPED_TRACE(test.name);
-        Ref<NinePatchSpriteGL2> const pPatch = AddPatch(3, 2, picture, test.x, test.y);
+    // Each channel depends on one coordinate alone, and by steps that tell texels apart.
+    Image const picture = MakeImage(12, 10, [](int x, int y) {
+        return Pixel{std::uint8_t(x * x * 2), std::uint8_t(y * y * 3), std::uint8_t(x * 20)};
+    });
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.scaleX);
+        Ref<Sprite> const pPatch = MakeSprite(12, 10, "NinePatchSprite");
+        auto& patch = static_cast<NinePatchSpriteGL2&>(*pPatch);
+        patch.SetTexture(MakeTexture(picture).Get());
+        patch.GetPositionProperty().SetValue(Vector(3, 2, 0));
+        patch.GetHorizontalBandsProperty().SetValue(ToList(test.x));
+        patch.GetVerticalBandsProperty().SetValue(ToList(test.y));
+        Root().Attach(&patch);
         DrawFrame();
-        pPatch->GetScaleProperty().SetValue(Vector(test.scaleX, test.scaleY, 1));
-        Canvas canvas(Width, Height, {0, 0, 0, 1});
+        patch.GetScaleProperty().SetValue(Vector(test.scaleX, test.scaleY, 1));
+        Canvas canvas(Width, Height);
         int const width = static_cast<int>(12 * test.scaleX), height = static_cast<int>(10 * test.scaleY);
-        for (int row = 0; row < height; ++row) {
-            for (int column = 0; column < width; ++column) {
-                double const x = TexelAt(column + 0.5, 12, test.scaleX, test.x);
-                double const y = TexelAt(row + 0.5, 10, test.scaleY, test.y);
-                canvas.Blend(3 + column, 2 + row, 1, 1, Sample(picture, x, 10 - y));
-            }
+        for (int n = 0; n < width * height; ++n) {
+            double const x = TexelAt(n % width + 0.5, test.mapX);
+            double const y = 10 - TexelAt(n / width + 0.5, test.mapY);
+            Shade const shade = {Between(x, 12, [](int i) { return i * i * 2; }),
+                                 Between(y, 10, [](int i) { return i * i * 3; }),
+                                 Between(x, 12, [](int i) { return i * 20; })};
+            canvas.Blend(3 + n % width, 2 + n / width, 1, 1, shade);
         }
-        EXPECT_TRUE(
-            CompareImages(DrawFrame(), canvas.Picture(), {4, 1, "filter weights of 8 bits"}, test.name));
-        Root().Detach(pPatch.Get());
+        EXPECT_TRUE(Shows(canvas, {4, 1, "filter weights of 8 bits"}));
+        Root().Detach(&patch);
     }
 }
 

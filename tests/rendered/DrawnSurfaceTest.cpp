@@ -2,13 +2,12 @@
 
 #include "Stage.h"
 
-#include "TextureGL2.h"
+#include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 
-#include <atomic>
+#include <algorithm>
 #include <cstring>
 #include <set>
-#include <thread>
 
 namespace kelvo::test {
 namespace {
@@ -22,79 +21,60 @@ protected:
 
     void SetUp() override { Open(); }
 
-    static unsigned char* Lock(Texture& texture, SurfaceInfo& info) {
-        void* const pPixels = texture.Lock();
-        EXPECT_TRUE(texture.GetSurfaceInfo(&info));
-        return static_cast<unsigned char*>(pPixels);
-    }
-
     /** Writes a picture of 8 bits a channel into the surface to write next: the first row in memory is the
-        lower one. */
+     * lower one. */
     static void Write(Texture& texture, Image const& picture) {
+        WriteRows(texture, [&](unsigned char* pRow, int y) {
+            std::memcpy(pRow, &picture.At(0, picture.Height() - 1 - y), std::size_t(picture.Width()) * 4);
+        });
+    }
+    template <class Row>
+    static void WriteRows(Texture& texture, Row const& row) {
         SurfaceInfo info = {};
-        unsigned char* const pPixels = Lock(texture, info);
-        ASSERT_NE(pPixels, nullptr);
-        for (int y = 0; y < picture.Height(); ++y) {
-            std::memcpy(pPixels + (picture.Height() - 1 - y) * info.m_nStride, &picture.At(0, y),
-                        std::size_t(picture.Width()) * 4);
-        }
+        auto* const pPixels = static_cast<unsigned char*>(texture.Lock());
+        ASSERT_TRUE(pPixels && texture.GetSurfaceInfo(&info));
+        for (int y = 0; y < info.m_nHeight; ++y)
+            row(pPixels + y * info.m_nStride, y);
         texture.Unlock();
     }
 
-    Image Expected(Image const& picture) const {
-        Canvas canvas(Width, Height, Clear);
+    Canvas Expected(Image const& picture) const {
+        Canvas canvas(Width, Height);
         canvas.Blend(7, 5, picture);
-        return canvas.Picture();
+        return canvas;
     }
 
     /** A picture that cannot be taken for another one. */
-    static Image Picture(std::uint8_t nBlue) {
-        Image picture = MakePicture(PictureWidth, PictureHeight);
-        for (int y = 0; y < PictureHeight; ++y) {
-            for (int x = 0; x < PictureWidth; ++x)
-                picture.At(x, y).b = nBlue;
-        }
-        return picture;
+    static Image Picture(int nBlue) {
+        Image const picture = MakePicture(PictureWidth, PictureHeight);
+        return MakeImage(PictureWidth, PictureHeight, [&](int x, int y) {
+            return Pixel{picture.At(x, y).r, picture.At(x, y).g, std::uint8_t(nBlue)};
+        });
     }
-
-    static constexpr Shade Clear = {0, 0, 0, 1};
 };
 
-TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLastOnAnyThread) {
+TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLastOnAnyThreadAndADemotionShowsTheOther) {
     for (bool const fDouble : {false, true}) {
         SCOPED_TRACE(fDouble);
-        Image const before = Picture(10);
-        Ref<Texture> const pTexture = MakeTexture(before);
+        Ref<Texture> const pTexture = MakeTexture(Picture(10));
         Ref<Sprite> const pSprite = AddSprite(Root(), 7, 5, pTexture);
-        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(before), Rounding, "before"));
+        EXPECT_TRUE(Shows(Expected(Picture(10)), Rounding, "before"));
         if (!pTexture->Promote(fDouble))
             GTEST_SKIP() << "no images of graphic buffers";
         Write(*pTexture, Picture(60));
-        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(before), Rounding, "promoted"));
-        for (int nFrame = 1; nFrame < 5; ++nFrame) {
-            auto const nBlue = std::uint8_t(nFrame * 50);
-            std::thread([&] { Write(*pTexture, Picture(nBlue)); }).join();
+        EXPECT_TRUE(Shows(Expected(Picture(10)), Rounding, "promoted"));
+        for (int nBlue = 50; nBlue < 250; nBlue += 50) {
+            RunOnThreads(1, [&](int) { Write(*pTexture, Picture(nBlue)); });
             pTexture->Swap();
-            EXPECT_TRUE(
-                CompareImages(DrawFrame(), Expected(Picture(nBlue)), Rounding, std::to_string(nFrame)));
+            EXPECT_TRUE(Shows(Expected(Picture(nBlue)), Rounding, std::to_string(nBlue)));
         }
+        Write(*pTexture, Picture(60));
+        EXPECT_TRUE(Shows(Expected(Picture(fDouble ? 200 : 60))));
+        ASSERT_TRUE(pTexture->Demote());
+        // The same rows in memory, in a texture whose first row is the upper one.
+        EXPECT_TRUE(Shows(Expected(Flip(Picture(60))), Rounding, "demoted"));
         Root().Detach(pSprite.Get());
     }
-}
-
-TEST_F(DrawnSurface, TheOtherSurfaceStaysOutOfSightUntilADemotionShowsIt) {
-    Ref<Texture> const pTexture = MakeTexture(Picture(10));
-    AddSprite(Root(), 7, 5, pTexture);
-    if (!pTexture->Promote(true))
-        GTEST_SKIP() << "no images of graphic buffers";
-    Write(*pTexture, Picture(60));
-    pTexture->Swap();
-    Image const written = Picture(200);
-    Write(*pTexture, written);
-    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Picture(60)), Rounding, "swapped"));
-    ASSERT_TRUE(pTexture->Demote());
-    // The same rows in memory, in a texture whose first row is the upper one.
-    EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Flip(written)), Rounding));
 }
 
 TEST_F(DrawnSurface, EachFormatShowsItsColours) {
@@ -122,19 +102,12 @@ TEST_F(DrawnSurface, EachFormatShowsItsColours) {
         Ref<Sprite> const pSprite = AddSprite(Root(), 7, 5, pTexture);
         if (!pTexture->Promote(false))
             GTEST_SKIP() << "no images of graphic buffers";
-        SurfaceInfo info = {};
-        unsigned char* const pPixels = Lock(*pTexture, info);
-        ASSERT_NE(pPixels, nullptr);
-        for (int y = 0; y < info.m_nHeight; ++y) {
-            for (int x = 0; x < info.m_nWidth; ++x) {
-                std::memcpy(pPixels + y * info.m_nStride + x * int(each.bytes.size()), each.bytes.data(),
-                            each.bytes.size());
-            }
-        }
-        pTexture->Unlock();
+        WriteRows(*pTexture, [&](unsigned char* pRow, int) {
+            for (int x = 0; x < PictureWidth; ++x)
+                std::copy(each.bytes.begin(), each.bytes.end(), pRow + x * int(each.bytes.size()));
+        });
         pTexture->Swap();
-        EXPECT_TRUE(CompareImages(DrawFrame(), Expected(Image(PictureWidth, PictureHeight, each.colour)),
-                                  Rounding, std::to_string(each.format)));
+        EXPECT_TRUE(Shows(Expected(Image(PictureWidth, PictureHeight, each.colour))));
         Root().Detach(pSprite.Get());
     }
 }
@@ -142,40 +115,30 @@ TEST_F(DrawnSurface, EachFormatShowsItsColours) {
 TEST_F(DrawnSurface, ProducersOnOtherThreadsNeverShowAPartOfAPicture) {
     Ref<Texture> const textures[] = {MakeTexture(Picture(10)), MakeTexture(Picture(10))};
     for (int i = 0; i < 2; ++i) {
-        AddSprite(Root(), 7.0f + 20 * float(i), 5, textures[i]);
+        AddSprite(Root(), 7 + 20 * i, 5, textures[i]);
         if (!textures[i]->Promote(i == 1))
             GTEST_SKIP() << "no images of graphic buffers";
+        Write(*textures[i], Picture(10));
         textures[i]->Swap(); // the first one takes the render thread
     }
-    std::atomic<bool> fDone{false};
-    std::vector<std::thread> producers;
-    for (Ref<Texture> const& pTexture : textures) {
-        producers.emplace_back([&fDone, &texture = *pTexture] {
-            for (int n = 0; !fDone; n = (n + 5) % 256) {
-                Write(texture, Picture(std::uint8_t(n)));
-                texture.Swap();
-            }
-        });
-    }
-    std::set<int> seen[2];
-    int nTorn = 0;
-    // A busy machine may take its time until it lets both producers run.
-    for (int nFrame = 0; nFrame < 100 || seen[0].size() < 2 || seen[1].size() < 2; ++nFrame) {
-        Image const frame = DrawFrame();
-        for (int i = 0; i < 2; ++i) {
-            int const nLeft = 7 + 20 * i;
-            int const nBlue = frame.At(nLeft, Height - 5 - PictureHeight).b;
-            seen[i].insert(nBlue);
-            for (int y = 0; y < PictureHeight; ++y) {
-                for (int x = 0; x < PictureWidth; ++x)
-                    nTorn += frame.At(nLeft + x, Height - 5 - PictureHeight + y).b != nBlue;
+    auto const produce = [&](int nProducer, int nRound) {
+        Write(*textures[nProducer], Picture(5 * nRound % 256));
+        textures[nProducer]->Swap();
+    };
+    RunBesideThreads(2, produce, [&] {
+        std::set<int> seen[2];
+        // A busy machine may take its time until it lets both producers run.
+        for (int nFrame = 0; nFrame < 100 || seen[0].size() < 2 || seen[1].size() < 2; ++nFrame) {
+            Image const frame = DrawFrame();
+            for (int i = 0; i < 2; ++i) {
+                Image const part =
+                    frame.Cut(7 + 20 * i, Height - 5 - PictureHeight, PictureWidth, PictureHeight);
+                int const nBlue = part.At(0, 0).b;
+                seen[i].insert(nBlue);
+                ASSERT_TRUE(CompareImages(part, Picture(nBlue), Rounding)) << "torn";
             }
         }
-    }
-    fDone = true;
-    for (std::thread& producer : producers)
-        producer.join();
-    EXPECT_EQ(nTorn, 0);
+    });
 }
 
 } // namespace

@@ -83,10 +83,7 @@ std::vector<std::string> ErrorWatch::Take() {
     return errors;
 }
 
-Stage::Stage() : m_sinkBefore(trevik::Debug::SetSink(&KeepTrace, this)) {
-    ::Initialize(&m_registry);
-    m_pRoot = static_cast<Timeline*>(m_registry.Create(trevik::HashName("Timeline")));
-}
+Stage::Stage() : m_pRoot((::Initialize(&m_registry), Make<Timeline>("Timeline"))) {}
 
 Stage::~Stage() {
     // The scene's textures go while there is a context.
@@ -96,15 +93,11 @@ Stage::~Stage() {
     }
     m_pErrors.reset();
     m_pDevice.reset();
-    trevik::Debug::SetSink(m_sinkBefore);
+    EXPECT_EQ(m_diagnostics.Failures(), std::vector<std::string>());
     if (HasFailure()) {
-        for (std::string const& message : m_traces)
+        for (std::string const& message : m_diagnostics.Messages())
             std::fprintf(stderr, "traced: %s\n", message.c_str());
     }
-}
-
-void Stage::KeepTrace(void* user, trevik::TraceLevel::Enum, trevik::String16 const& message) {
-    static_cast<Stage*>(user)->m_traces.push_back(trevik::String8(message).GetData());
 }
 
 void Stage::Open(DeviceFormat::Enum format, int width, int height) {
@@ -120,8 +113,14 @@ void Stage::Open(DeviceFormat::Enum format, int width, int height) {
     m_pDevice->SetViewport(0, 0, width, height);
 }
 
+Ref<Timeline> Stage::AddTimeline(Node& parent) {
+    Ref<Timeline> const pTimeline = Make<Timeline>("Timeline");
+    parent.Attach(pTimeline.Get());
+    return pTimeline;
+}
+
 Ref<Sprite> Stage::MakeSprite(int width, int height, char const* factory) {
-    Ref<Sprite> const pSprite(static_cast<Sprite*>(m_registry.Create(trevik::HashName(factory))));
+    Ref<Sprite> const pSprite = Make<Sprite>(factory);
     pSprite->GetSizeProperty().SetValue(SizeT<int>(width, height));
     EXPECT_TRUE(LoadItself(*pSprite, m_registry));
     return pSprite;
@@ -149,17 +148,6 @@ Ref<Texture> Stage::MakeTexture(Image const& picture) {
                                   &picture.At(0, 0), picture.Width() * 4);
 }
 
-Ref<Texture> Stage::MakePaddedTexture(Image const& picture) {
-    Image padded(2 * picture.Width(), picture.Height() + 3, Pixel{255, 0, 255, 255});
-    for (int y = 0; y < picture.Height(); ++y) {
-        for (int x = 0; x < picture.Width(); ++x)
-            padded.At(x, y) = picture.At(x, y);
-    }
-    Ref<Texture> const pTexture = MakeTexture(padded);
-    pTexture->SetUsedSize(picture.Width(), picture.Height());
-    return pTexture;
-}
-
 Image Stage::DrawFrame(bool fAlphaTest) {
     m_pRoot->Update(*m_pDevice, m_pRoot->GetFrame(), 0, false);
     m_pDevice->Clear();
@@ -172,29 +160,26 @@ Image Stage::DrawFrame(bool fAlphaTest) {
     return Image(frame.width, frame.height, frame.pixels.data());
 }
 
+testing::AssertionResult Stage::Shows(Canvas const& canvas, Tolerance const& tolerance,
+                                      std::string const& label) {
+    return CompareImages(DrawFrame(), canvas.Picture(), tolerance, label);
+}
+
 void Stage::DrawScene() {
     m_pRoot->Render(*m_pDevice);
 }
 
 Image MakePicture(int width, int height) {
-    Image picture(width, height);
-    for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x) {
-            picture.At(x, y) = {std::uint8_t(255 * x / std::max(width - 1, 1)),
-                                std::uint8_t(255 * y / std::max(height - 1, 1)),
-                                std::uint8_t(x < width / 2 ? 40 : 200), 255};
-        }
-    }
-    return picture;
+    return MakeImage(width, height, [&](int x, int y) {
+        return Pixel{std::uint8_t(255 * x / std::max(width - 1, 1)),
+                     std::uint8_t(255 * y / std::max(height - 1, 1)), std::uint8_t(x < width / 2 ? 40 : 200),
+                     255};
+    });
 }
 
 Image Flip(Image const& picture) {
-    Image flipped(picture.Width(), picture.Height());
-    for (int y = 0; y < picture.Height(); ++y) {
-        for (int x = 0; x < picture.Width(); ++x)
-            flipped.At(x, y) = picture.At(x, picture.Height() - 1 - y);
-    }
-    return flipped;
+    return MakeImage(picture.Width(), picture.Height(),
+                     [&](int x, int y) { return picture.At(x, picture.Height() - 1 - y); });
 }
 
 Canvas::Canvas(int width, int height, Shade const& clear)
@@ -203,7 +188,7 @@ Canvas::Canvas(int width, int height, Shade const& clear)
 void Canvas::BlendPixel(int x, int y, Shade const& shade) {
     if (x < 0 || y < 0 || x >= m_nWidth || y >= m_nHeight)
         return;
-    Shade& below = m_shades[std::size_t(y) * std::size_t(m_nWidth) + std::size_t(x)];
+    Shade& below = m_shades[std::size_t(m_nHeight - 1 - y) * std::size_t(m_nWidth) + std::size_t(x)];
     below.r = shade.r * shade.a + below.r * (1 - shade.a);
     below.g = shade.g * shade.a + below.g * (1 - shade.a);
     below.b = shade.b * shade.a + below.b * (1 - shade.a);
@@ -211,33 +196,25 @@ void Canvas::BlendPixel(int x, int y, Shade const& shade) {
 }
 
 void Canvas::Blend(int x, int y, int width, int height, Shade const& shade) {
-    for (int row = y; row < y + height; ++row) {
-        for (int column = x; column < x + width; ++column)
-            BlendPixel(column, row, shade);
-    }
+    for (int n = 0; n < width * height; ++n)
+        BlendPixel(x + n % width, y + n / width, shade);
 }
 
 void Canvas::Blend(int x, int y, Image const& picture, double opacity) {
-    for (int row = 0; row < picture.Height(); ++row) {
-        for (int column = 0; column < picture.Width(); ++column) {
-            Pixel const& pixel = picture.At(column, picture.Height() - 1 - row);
-            BlendPixel(x + column, y + row,
-                       {pixel.r / 255.0, pixel.g / 255.0, pixel.b / 255.0, pixel.a / 255.0 * opacity});
-        }
+    int const width = picture.Width();
+    for (int n = 0; n < width * picture.Height(); ++n) {
+        Pixel const& pixel = picture.At(n % width, picture.Height() - 1 - n / width);
+        BlendPixel(x + n % width, y + n / width,
+                   {pixel.r / 255.0, pixel.g / 255.0, pixel.b / 255.0, pixel.a / 255.0 * opacity});
     }
 }
 
 Image Canvas::Picture(bool fAlpha) const {
-    Image picture(m_nWidth, m_nHeight);
-    for (int y = 0; y < m_nHeight; ++y) {
-        for (int x = 0; x < m_nWidth; ++x) {
-            Shade const& shade =
-                m_shades[std::size_t(m_nHeight - 1 - y) * std::size_t(m_nWidth) + std::size_t(x)];
-            picture.At(x, y) = {ToByte(shade.r), ToByte(shade.g), ToByte(shade.b),
-                                fAlpha ? ToByte(shade.a) : std::uint8_t(255)};
-        }
-    }
-    return picture;
+    return MakeImage(m_nWidth, m_nHeight, [&](int x, int y) {
+        Shade const& shade = m_shades[std::size_t(y) * std::size_t(m_nWidth) + std::size_t(x)];
+        return Pixel{ToByte(shade.r), ToByte(shade.g), ToByte(shade.b),
+                     fAlpha ? ToByte(shade.a) : std::uint8_t(255)};
+    });
 }
 
 } // namespace kelvo::test

@@ -30,6 +30,9 @@ public:
     /** Copies `width * height * 4` bytes, top row first. */
     Image(int width, int height, std::uint8_t const* rgba);
 
+    bool operator==(Image const& other) const {
+        return m_nWidth == other.m_nWidth && m_nHeight == other.m_nHeight && m_pixels == other.m_pixels;
+    }
     int Width() const { return m_nWidth; }
     int Height() const { return m_nHeight; }
     /** Pixel of column `x`, from the left, and row `y`, from the top; both inside the picture. */
