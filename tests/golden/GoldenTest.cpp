@@ -322,7 +322,7 @@ Played Play(json const& file, std::function<void()> const& prepare) {
 void Nothing() {}
 
 /** About as many allocations of a scene, at most, fail in turn. */
-constexpr unsigned int MostRuns = 200;
+constexpr unsigned int MostRuns = 50;
 
 /** What was said in one play and not in another one. */
 std::vector<std::string> NewRemarks(Played const& played, std::vector<recording::Call> const& usual) {

@@ -45,22 +45,6 @@ protected:
         draw();
     }
 
-    std::string BindingOf(trevik::kelvo::TextureGL2& texture) {
-        return "glBindTexture(GL_TEXTURE_2D, " + std::to_string(texture.GetGLTexture()) + ")";
-    }
-
-    /** What takes points from the transform on top of the stack to clip space, as a uniform has it. */
-    Floats ToClipSpace() {
-        trevik::Matrix4T<RealFloat> const matrix =
-            Device().GetTransformMatrix() * Device().GetProjectionMatrix();
-        return Floats(matrix.m, matrix.m + 16);
-    }
-
-    /** A transform that does not commute with a projection. */
-    static trevik::Matrix4T<RealFloat> SomeTransform() {
-        return trevik::Matrix4Scale(Vector(2, 3, 4)) * trevik::Matrix4Translation(Vector(5, -7, 11));
-    }
-
     Ref<trevik::kelvo::TextureGL2> m_pTexture;
     trevik::kelvo::Glyph m_glyphs[2];
     trevik::List<trevik::kelvo::GlyphInstance> m_instances;

@@ -50,39 +50,6 @@ protected:
     Glyph m_glyph;
 };
 
-TEST_F(PolygonalFontTest, AGlyphIsOneIndexedDrawOfAMeshAsItIsStored) {
-    RenderGlyph();
-    RenderGlyph(); // uniforms are known
-    // The blending in force stays; the projection goes to a uniform that the program does not have.
-    EXPECT_CALLS("glUseProgram(" + std::to_string(ProgramName(1)) + ")", "glEnableVertexAttribArray(0)",
-                 "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)", "glUniformMatrix4fv(-1, 1, GL_FALSE, *)",
-                 "glUniform4f(vColor, 0.125, 0.375, 0.625, 0.5)",
-                 "glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
-                 "glDrawElements(GL_TRIANGLES, 6, GL_UNSIGNED_SHORT, *)");
-    EXPECT_TRUE(Errors().empty());
-    Matrix4T<RealFloat> const transform = Transform();
-    Matrix4T<RealFloat> const projection = Device().GetProjectionMatrix();
-    EXPECT_EQ(LastCall("glUniformMatrix4fv(-1, *)").floats, Floats(projection.m, projection.m + 16));
-    recording::Draw const draw = Draws().at(0);
-    EXPECT_EQ(draw.Uniform("mWorldToView"), Floats(transform.m, transform.m + 16));
-    EXPECT_EQ(draw.indices, (std::vector<GLuint>{2, 1, 0, 3, 2, 1}));
-    EXPECT_EQ(draw.Values(0), (Floats{7, 8, 9, 4, 5, 6, 1, 2, 3, 10, 11, 12, 7, 8, 9, 4, 5, 6}));
-}
-
-TEST_F(PolygonalFontTest, PositionOriginAndSizeDoNotMoveAGlyph) {
-    RenderGlyph();
-    RenderGlyph();
-    Strings const calls = Lines();
-    recording::Draw const draw = Draws().at(0);
-    m_glyph.m_origin = Vector2T<RealFloat>(-8, 9);
-    m_glyph.m_nWidth = 1;
-    m_glyph.m_rDivisorX = m_glyph.m_rDivisorY = 0;
-    RenderGlyph(Vector2T<RealFloat>(100, 200));
-    EXPECT_EQ(Lines(), calls);
-    EXPECT_EQ(Draws().at(0).Values(0), draw.Values(0));
-    EXPECT_EQ(Draws().at(0).uniforms, draw.uniforms);
-}
-
 TEST_F(PolygonalFontTest, MeshesThatTheFontDoesNotHaveDrawNothing) {
     for (int const nMesh : {-32768, -1, 2, 32767}) {
         m_glyph.m_nMesh = static_cast<short>(nMesh);

@@ -85,41 +85,6 @@ TEST_F(Promotion, KeepsEachFormatInABufferOfItsOwn) {
     }
 }
 
-TEST_F(Promotion, DrawsTheUploadedTextureUntilTheFirstSwap) {
-    Ref<TextureGL2> const pTexture = MakeTexture();
-    GLuint const uploaded = pTexture->GetGLTexture();
-    ASSERT_TRUE(pTexture->Promote(false));
-    EXPECT_FALSE(pTexture->IsPromoted());
-    EXPECT_EQ(pTexture->Current(), 0);
-    EXPECT_EQ(pTexture->GetGLTexture(), uploaded);
-    Clear();
-    EXPECT_EQ(pTexture->Swap(), 0);
-    EXPECT_CALLS("glDeleteTextures(1, {" + Name(uploaded) + "})");
-    EXPECT_TRUE(pTexture->IsPromoted());
-    GLuint const drawn = pTexture->GetGLTexture();
-    EXPECT_NE(drawn, uploaded);
-    EXPECT_NE(FindTexture(drawn)->image, EGL_NO_IMAGE_KHR);
-    Clear();
-    EXPECT_EQ(pTexture->Swap(), 0);
-    EXPECT_EQ(pTexture->GetGLTexture(), drawn);
-    EXPECT_CALLS();
-}
-
-TEST_F(Promotion, AlternatesBetweenTwoSurfaces) {
-    Ref<TextureGL2> const pTexture = MakeTexture();
-    ASSERT_TRUE(pTexture->Promote(true));
-    GLuint names[5] = {};
-    for (int i = 0; i < 5; ++i) {
-        EXPECT_EQ(pTexture->Current(), i % 2);
-        EXPECT_EQ(pTexture->Swap(), (i + 1) % 2);
-        names[i] = pTexture->GetGLTexture();
-    }
-    EXPECT_NE(names[0], names[1]);
-    for (int i = 2; i < 5; ++i) {
-        EXPECT_EQ(names[i], names[i - 2]);
-    }
-}
-
 TEST_F(Promotion, DemotionKeepsWhatProducersWriteNextAndGivesUpTheSurfaces) {
     Ref<TextureGL2> const pTexture = MakeTexture();
     ASSERT_TRUE(pTexture->Promote(true));

@@ -35,51 +35,6 @@ TEST_F(Sequences, ASpriteGetsATextureBackAfterItHadNone) {
     EXPECT_EQ(Counts(Object::Texture).created, 2);
 }
 
-TEST_F(Sequences, AReplacedSeparateAlphaGoesToo) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    Ref<TextureGL2> const pTexture = MakeTexture(8, 4, TextureFormat::ETC1_RGBA);
-    pSprite->SetTexture(pTexture.Get());
-    Draw(*pSprite);
-    EXPECT_EQ(Counts(Object::Texture).live, 2);
-    ASSERT_TRUE(pTexture->Replace(4, 4, TextureFormat::RGBA8888, nullptr, 0));
-    EXPECT_NE(DrawnTexture(*pSprite), 0u);
-    EXPECT_EQ(GetState().program, ProgramName(0));
-    EXPECT_EQ(Counts(Object::Texture).live, 1);
-}
-
-TEST_F(Sequences, AnotherWindowGoesOnWithAllThatThereIs) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->SetTexture(MakeTexture(4, 4).Get());
-    DrawAgain(*pSprite);
-    Strings const before = Lines();
-    ASSERT_TRUE(Device().Reset(nullptr));
-    Draw(*pSprite);
-    EXPECT_EQ(Lines(), before);
-    EXPECT_EQ(GetEglState().drawSurface, GetEglState().readSurface);
-}
-
-TEST_F(Sequences, OneDeviceAfterAnotherStartsAnewAndLeavesNothing) {
-    for (int i = 0; i < 3; ++i) {
-        SCOPED_TRACE(i);
-        Ref<SpriteGL2> pSprite = MakeSprite(4, 4);
-        pSprite->GetAntialiasProperty().SetValue(true);
-        pSprite->SetTexture(MakeTexture(4, 4).Get());
-        Draw(*pSprite);
-        EXPECT_EQ(Count("glDraw*"), 2u);
-        EXPECT_NE(Draws().at(1).Texture("sDistribution"), 0u);
-        EXPECT_TRUE(Errors().empty());
-        pSprite.Reset();
-        m_pDevice.reset();
-        for (Object const object :
-             {Object::Texture, Object::Program, Object::Shader, Object::EglSurface, Object::EglContext}) {
-            EXPECT_EQ(Counts(object).live, 0) << static_cast<int>(object);
-        }
-        EXPECT_TRUE(CallsWithoutContext().empty());
-        m_pDevice = std::make_unique<GraphicsDeviceGL2>();
-        StartDrawing();
-    }
-}
-
 TEST_F(Sequences, ASpriteThatWasNeverLoadedHasNoCoordinatesToGive) {
     SpriteGL2 sprite;
     Vector2T<RealFloat> coords[4] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};

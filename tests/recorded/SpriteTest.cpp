@@ -18,11 +18,6 @@ using Vector = Vector3T<RealFloat>;
 
 char const* const PlainBlendFunctions =
     "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)";
-char const* const PlainBlendEquations = "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)";
-
-std::string Named(char const* call, GLuint name) {
-    return std::string(call) + std::to_string(name) + ")";
-}
 
 class SpriteTest : public NodeTest {
 protected:
@@ -117,112 +112,6 @@ TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
     EXPECT_EQ(Count("glDraw*"), 0u);
     EXPECT_TRUE(::kelvo::test::LoadItself(*pSprite, m_registry));
     EXPECT_FLOAT_EQ(CoordsOf(*pSprite)[0], 0.0001f);
-}
-
-TEST_F(SpriteTest, APromotedTextureIsDrawnWithItsRowsSwapped) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    Ref<TextureGL2> const pTexture = MakeTexture(8, 16);
-    pTexture->SetUsedSize(5, 12);
-    pSprite->SetTexture(pTexture.Get());
-    ASSERT_TRUE(pTexture->Promote(false));
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 0.75f, 0, 0, 0.625f, 0.75f, 0.625f, 0}))
-        << "nothing has been swapped in yet";
-    pTexture->Swap();
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 0, 0, 0.75f, 0.625f, 0, 0.625f, 0.75f}));
-}
-
-TEST_F(SpriteTest, DrawsATexturedStrip) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    Ref<TextureGL2> const pTexture = MakeTexture(4, 4);
-    pSprite->SetTexture(pTexture.Get());
-    pSprite->GetOpacityProperty().SetValue(0.25f);
-    DrawAgain(*pSprite);
-    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
-                 "glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, *)",
-                 Named("glUseProgram(", ProgramName(0)), "glEnableVertexAttribArray(0)",
-                 "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)", "glActiveTexture(GL_TEXTURE0)",
-                 Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTexture()),
-                 "glUniform4f(vColor, 1, 1, 1, 0.25)", PlainBlendFunctions, PlainBlendEquations,
-                 "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)", "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
-    EXPECT_TRUE(Errors().empty());
-    EXPECT_EQ(LastCall("glVertexAttribPointer(0, *)").Pointer(5), pSprite->GetVertices().GetData());
-    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
-    EXPECT_EQ(Draws().at(0).Values(1), (Floats{0, 1, 0, 0, 1, 1, 1, 0}));
-}
-
-TEST_F(SpriteTest, DrawsAColouredStrip) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    pSprite->GetColorProperty().SetValue(Vector(0.5f, 0.25f, 0.75f));
-    DrawAgain(*pSprite);
-    EXPECT_CALLS("glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
-                 Named("glUseProgram(", ProgramName(1)), "glEnableVertexAttribArray(0)",
-                 "glUniform4f(vColor, 0.5, 0.25, 0.75, 1)", "glDisable(GL_TEXTURE_2D)", PlainBlendFunctions,
-                 PlainBlendEquations, "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)",
-                 "glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)");
-    EXPECT_EQ(Errors(), (Strings{"glDisable(GL_TEXTURE_2D) -> GL_INVALID_ENUM"}));
-}
-
-TEST_F(SpriteTest, ASeparateAlphaTextureTakesASecondUnit) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    Ref<TextureGL2> const pTexture = MakeTexture(8, 4, TextureFormat::ETC1_RGBA);
-    pSprite->SetTexture(pTexture.Get());
-    DrawAgain(*pSprite);
-    EXPECT_TRUE(CallsInclude({Named("glUseProgram(", ProgramName(7)), "glEnableVertexAttribArray(0)",
-                              "glEnableVertexAttribArray(1)", "glUniform1i(sTexture, 0)",
-                              "glActiveTexture(GL_TEXTURE0)",
-                              Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTexture()),
-                              "glUniform1i(sTextureA, 1)", "glActiveTexture(GL_TEXTURE1)",
-                              Named("glBindTexture(GL_TEXTURE_2D, ", pTexture->GetGLTextureAlpha()),
-                              "glUniform4f(vColor, 1, 1, 1, 1)"}));
-    EXPECT_NE(pTexture->GetGLTextureAlpha(), pTexture->GetGLTexture());
-    // What the program multiplies in after mWorldToView is the device's business, and the identity.
-    EXPECT_EQ(Draws().at(0).Uniform("mViewToViewport"),
-              (Floats{1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1}));
-}
-
-TEST_F(SpriteTest, FormatAndAlphaTestChooseTheProgram) {
-    struct Case {
-        int format;
-        bool alphaTest;
-        int program;
-    };
-    Case const cases[] = {{TextureFormat::ETC1_RGB, false, -1},
-                          {TextureFormat::Alpha8, true, -4},
-                          {TextureFormat::ETC1_RGBA, true, -9}};
-    for (Case const& test : cases) {
-        SCOPED_TRACE(std::to_string(test.format) + (test.alphaTest ? " with the test" : ""));
-        Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-        pSprite->SetTexture(MakeTexture(4, 4, test.format).Get());
-        pSprite->Update(Device(), 0);
-        Device().Clear();
-        Device().SetAlphaTestEnabled(test.alphaTest);
-        pSprite->Render(Device());
-        EXPECT_EQ(GetState().program, ProgramName(static_cast<std::size_t>(-1 - test.program)));
-    }
-}
-
-TEST_F(SpriteTest, AHighlightReplacesEveryColour) {
-    Device().SetHighlight(true, ColorT<RealFloat>(0.5f, 0.25f, 1, 0.5f));
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->GetColorProperty().SetValue(Vector(1, 0, 0));
-    pSprite->GetOpacityProperty().SetValue(0.5f);
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
-    pSprite->SetTexture(MakeTexture(4, 4).Get());
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{0.5f, 0.25f, 1, 0.25f}));
-}
-
-TEST_F(SpriteTest, OtherBlendModesDrawNothing) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    for (int const blendMode : {0, 1, 3, 4, 5, 6, 23, 25}) {
-        SCOPED_TRACE(blendMode);
-        pSprite->GetBlendModeProperty().SetValue(blendMode);
-        Draw(*pSprite);
-        EXPECT_EQ(Count("glDraw*"), 0u);
-    }
 }
 
 TEST_F(SpriteTest, TheFirstEffectThatDrawsIsTheLastOneAsked) {

@@ -30,28 +30,6 @@ protected:
     }
 };
 
-TEST_F(Targets, AreTwoFramebuffersOfTheViewportsSize) {
-    Device().SetViewport(5, 6, 21, 11);
-    Clear();
-    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr);
-    EXPECT_EQ(Device().GetBackTargetBuffer(), nullptr);
-    ASSERT_TRUE(Device().InitializeTargetBuffers());
-    EXPECT_EQ(Lines("glGetFloatv"), Strings{"glGetFloatv(GL_VIEWPORT, *)"});
-    EXPECT_EQ(Counts(Object::Framebuffer).live, 2);
-    EXPECT_EQ(Counts(Object::Texture).live, 4);
-    EXPECT_EQ(GetState().framebuffer, 0u);
-    FramebufferGL2* const pBack = Device().GetBackTargetBuffer();
-    ASSERT_NE(pBack, nullptr);
-    EXPECT_EQ(pBack->GetWidth(), 21);
-    EXPECT_EQ(pBack->GetHeight(), 11);
-    EXPECT_EQ(pBack->GetColorTexture()->GetFormat(), TextureFormat::RGB565);
-    EXPECT_NE(pBack->GetDepthTexture(), nullptr);
-    EXPECT_EQ(Device().GetFrontTargetBuffer(), nullptr) << "none is bound";
-    pBack->Bind();
-    EXPECT_EQ(GetState().framebuffer, 2u) << "the back one is the second";
-    pBack->Unbind(nullptr);
-}
-
 TEST_F(Targets, SwappingBindsTheOtherOneOrTheWindow) {
     enum Bound { Nothing, Current, Back };
     struct Case {
@@ -156,26 +134,6 @@ TEST_P(RefusedTargets, AreReportedWithoutAMessage) {
 }
 
 INSTANTIATE_TEST_SUITE_P(OfTwo, RefusedTargets, ::testing::Values(1u, 2u));
-
-TEST_F(Targets, ThePostProcessPassDrawsTheBackTargetOverTheScreen) {
-    InitializeTargets();
-    Device().SwapTargetBuffers(false);
-    Device().SwapTargetBuffers(true);
-    FramebufferGL2* const pBack = Device().GetBackTargetBuffer();
-    Clear();
-    Device().RenderForPostProcess();
-    ASSERT_EQ(Draws().size(), 1u);
-    recording::Draw const draw = Draws()[0];
-    EXPECT_EQ(draw.state.framebuffer, 0u);
-    EXPECT_EQ(draw.state.program, ProgramName(2));
-    EXPECT_EQ(draw.Texture("sColor"), pBack->GetColorTexture()->GetGLTexture());
-    // The built-in program samples no depth; another one finds it on the next unit.
-    EXPECT_EQ(draw.state.textures[1], pBack->GetDepthTexture()->GetGLTexture());
-    EXPECT_EQ(draw.mode, GLenum(GL_TRIANGLE_STRIP));
-    EXPECT_EQ(draw.Values(0), (std::vector<float>{-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0}));
-    EXPECT_EQ(draw.Values(1), (std::vector<float>{0, 0, 0, 1, 1, 0, 1, 1}));
-    EXPECT_EQ(GetState().program, 0u);
-}
 
 /** A read of the rectangle from (3, 4) to (10, 9), y down. */
 class ReadBack : public NodeTest {

@@ -52,20 +52,6 @@ protected:
         return pSprite;
     }
 
-    /** A background of 12 by 10 texels that stretches in the middle. */
-    Ref<NinePatchSpriteGL2> AddPatch(Rectangle const& margins) {
-        Ref<NinePatchSpriteGL2> const pPatch = MakeSprite<NinePatchSpriteGL2>(1, 1);
-        Ref<TextureGL2> const pTexture = MakeTexture(16, 16);
-        pTexture->SetUsedSize(12, 10);
-        pPatch->SetTexture(pTexture.Get());
-        pPatch->GetHorizontalBandsProperty().SetValue(ToList({{4, 3}}));
-        pPatch->GetVerticalBandsProperty().SetValue(ToList({{4, 3}}));
-        Property* const pMargins = pPatch->GetProperties().Find(HashName("ContentMargin"))->m_pProperty;
-        static_cast<RectangleProperty*>(pMargins)->SetValue(margins);
-        m_pText->SetBackground(pPatch.Get());
-        return pPatch;
-    }
-
     /**
      * Expects the first of the noted draws to reach, on screen, from corner to corner of a rectangle of the
      * text's own space; the vertices with these numbers are its lower left, lower right, upper left and upper
@@ -141,16 +127,6 @@ void Place(TransformNode& node, Placing const& placing) {
     node.GetStretchProperty().SetValue(placing.stretch);
 }
 
-TEST_F(TextBackground, CoversTheTextHoweverItIsPlaced) {
-    AddSprite();
-    for (Placing const& placing : g_placings) {
-        SCOPED_TRACE(placing.name);
-        Place(*m_pText, placing);
-        Draw(*m_pText);
-        ExpectCovered();
-    }
-}
-
 TEST_F(TextBackground, APivotIsNotScaledWithTheText) {
     Ref<SpriteGL2> const pSprite = AddSprite();
     Place(*m_pText, {"about a corner", Vector(20, 9, 0), None, Vector(-7, -4, 3), Vector(2, 0.5f, 3),
@@ -181,43 +157,6 @@ TEST_F(TextBackground, CoversATextBelowParentsThatArePlacedThemselves) {
     pInner->Detach(m_pText.Get());
     Draw(*m_pText);
     ExpectCovered();
-}
-
-TEST_F(TextBackground, ANinePatchReachesBeyondTheTextByItsMargins) {
-    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(Rectangle(3, 4, 5, 6));
-    for (Placing const& placing : g_placings) {
-        SCOPED_TRACE(placing.name);
-        Place(*m_pText, placing);
-        Draw(*m_pText);
-        // Margins are not scaled with the text.
-        RealFloat const scaleX = placing.scale.x * placing.stretch.x;
-        RealFloat const scaleY = placing.scale.y * placing.stretch.y;
-        Rectangle const widened(-3 - 3 / scaleX, -2 - 4 / scaleY, 17 + 5 / scaleX, 11 + 6 / scaleY);
-        recording::Draw const draw = Draws().at(0);
-        ASSERT_NE(draw.indexType, GLenum(GL_NONE)) << "the grid";
-        std::size_t const columns = draw.indices.at(1);
-        std::size_t const last = *std::max_element(draw.indices.begin(), draw.indices.end());
-        auto const at = [&draw](std::size_t vertex) {
-            return static_cast<std::size_t>(
-                std::find(draw.indices.begin(), draw.indices.end(), GLuint(vertex)) - draw.indices.begin());
-        };
-        ExpectCovered(widened, {at(0), at(columns - 1), at(last + 1 - columns), at(last)});
-    }
-    EXPECT_EQ(pPatch->GetSizeProperty().GetValue(), SizeT<int>(12, 10));
-}
-
-TEST_F(TextBackground, ANinePatchKeepsItsBordersAndItsGrid) {
-    Ref<NinePatchSpriteGL2> const pPatch = AddPatch(Rectangle(3, 4, 5, 6));
-    DrawAgain(*m_pText);
-    // 28 by 23 pixels over 12 by 10 texels: the bands start 4 pixels from the edge, which is 4 texels.
-    recording::Draw const draw = Draws().at(0);
-    float const scale = pPatch->GetScaleProperty().GetValue().x;
-    EXPECT_FLOAT_EQ(scale, 28 / 12.0f);
-    EXPECT_NEAR(draw.streams.at(0).Vertex(5).at(0) * scale, 4, 1e-4);
-    ChangeCount<SizeT<int>> sizes(pPatch->GetSizeProperty());
-    ChangeCount<Vector> pivots(pPatch->GetPivotProperty());
-    Draw(*m_pText);
-    EXPECT_EQ(sizes.Take() + pivots.Take(), 0u) << "nothing that would make the grid anew";
 }
 
 TEST_F(TextBackground, CornersTakeTheWidthForTheHeightOnTheLeft) {
@@ -292,39 +231,6 @@ TEST_F(TextBackground, EveryDrawCopiesAndRestoresTheRest) {
     EXPECT_TRUE(pSprite->GetDepthProperty().GetValue());
     EXPECT_FALSE(pSprite->GetSelectableProperty().GetValue());
     ExpectCovered();
-}
-
-TEST_F(TextBackground, FadesWithTheTextAndWhatIsAboveIt) {
-    AddSprite();
-    Ref<TransformNode> const pParent(new TransformNode);
-    pParent->Attach(m_pText.Get());
-    pParent->GetOpacityProperty().SetValue(0.5f);
-    m_pText->GetOpacityProperty().SetValue(0.25f);
-    Draw(*pParent);
-    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{1, 1, 1, 0.125f}));
-    m_pText->GetVisibleProperty().SetValue(false);
-    Draw(*pParent);
-    EXPECT_EQ(CountBackgrounds(), 0u);
-}
-
-TEST_F(TextBackground, IsDrawnBeforeTheText) {
-    /** Notes when it is asked to draw a text. */
-    class TextEffect : public NotingEffect {
-    public:
-        explicit TextEffect(Strings& notes) : NotingEffect("text", notes), m_notes(notes) {}
-        bool OverrideDrawText(GraphicsDevice&, Text&) override {
-            m_notes.push_back("text draws");
-            return true;
-        }
-
-    private:
-        Strings& m_notes;
-    };
-    Strings notes;
-    AddSprite()->AddEffect(new NotingEffect("sprite", notes));
-    m_pText->AddEffect(new TextEffect(notes));
-    Draw(*m_pText);
-    EXPECT_EQ(notes, (Strings{"sprite draws", "text draws"}));
 }
 
 TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {
@@ -460,32 +366,6 @@ TEST_F(TextBackground, WithoutMemoryToWatchTheTextItIsFittedAtEveryDraw) {
             Draw(*m_pText);
             ExpectCovered();
         }
-    }
-}
-
-TEST_F(TextBackground, SteadyFramesAllocateNothing) {
-    AddPatch(Rectangle(3, 4, 5, 6));
-    Unnoted const unnoted;
-    std::size_t before = 0;
-    for (int nFrame = 0; nFrame < 20; ++nFrame) {
-        if (nFrame == 3) {
-            before = AllocationCount();
-        }
-        m_pText->GetPositionProperty().SetValue(Vector(RealFloat(nFrame), 0, 0));
-        m_pText->GetScaleProperty().SetValue(Vector(1 + RealFloat(nFrame % 2), 1, 1)); // fits it anew
-        m_pText->Update(Device(), 0);
-        Device().Clear();
-        m_pText->Render(Device());
-    }
-    EXPECT_EQ(AllocationCount() - before, 0u);
-}
-
-TEST_F(TextBackground, AnEmptyTextHasNothingBehindIt) {
-    AddSprite();
-    m_pText->GetTextProperty().SetValue(u"");
-    Draw(*m_pText);
-    for (float const element : Draws().at(0).Uniform("mWorldToView")) {
-        EXPECT_FALSE(std::isnan(element));
     }
 }
 

@@ -31,60 +31,6 @@ protected:
     Ref<TextGL2> m_pText;
 };
 
-TEST_F(TextImageTest, ABatchIsOneDrawFromClientMemory) {
-    RenderBatch();
-    RenderBatch(); // the texture is there and uniforms are known
-    EXPECT_CALLS("glUseProgram(" + std::to_string(ProgramName(6)) + ")", "glEnableVertexAttribArray(0)",
-                 "glEnableVertexAttribArray(1)", "glEnableVertexAttribArray(4)",
-                 "glVertexAttribPointer(0, 3, GL_FLOAT, GL_FALSE, 0, *)",
-                 "glVertexAttribPointer(1, 2, GL_FLOAT, GL_FALSE, 0, *)",
-                 "glVertexAttribPointer(4, 1, GL_FLOAT, GL_FALSE, 0, *)", "glUniform1i(sTexture, 0)",
-                 "glActiveTexture(GL_TEXTURE0)", BindingOf(*m_pTexture),
-                 "glUniformMatrix4fv(mWorldToView, 1, GL_FALSE, *)", "glUniform4f(vColor, 1, 1, 1, 0.5)",
-                 "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)",
-                 "glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD)", "glDrawArrays(GL_TRIANGLES, 0, 12)");
-    EXPECT_TRUE(Errors().empty());
-    // Each image is two triangles.
-    recording::Draw const draw = Draws().at(0);
-    EXPECT_EQ(draw.Values(0),
-              (Floats{10,    20, 0, 10,    26, 0, 14,    26, 0, 14,    26, 0, 14,    20, 0, 10,    20, 0,
-                      30.5f, -7, 0, 30.5f, 1,  0, 33.5f, 1,  0, 33.5f, 1,  0, 33.5f, -7, 0, 30.5f, -7, 0}));
-    // The used part of the texture, its first row at the upper edge.
-    Floats coords = {0, 0.25f, 0, 0, 0.75f, 0, 0.75f, 0, 0.75f, 0.25f, 0, 0.25f};
-    coords.insert(coords.end(), {0, 0.25f, 0, 0, 0.75f, 0, 0.75f, 0, 0.75f, 0.25f, 0, 0.25f});
-    EXPECT_EQ(draw.Values(1), coords);
-    EXPECT_EQ(draw.Values(4), (Floats{0.125f, 0.25f, 1, 1, 0.5f, 0.125f, 1, 0, 0.625f, 0.625f, 0.75f, 1}))
-        << "faded at its corners";
-}
-
-TEST_F(TextImageTest, LiesUnderTheTransformOnTopOfTheStack) {
-    Device().Clear();
-    Clear();
-    Device().PushTransformMatrix(SomeTransform());
-    m_pText->RenderImageBatch(Device(), m_instances, m_batch, Color());
-    EXPECT_EQ(Draws().at(0).Uniform("mWorldToView"), ToClipSpace());
-    EXPECT_EQ(Draws().at(0).Uniform("mViewToViewport"),
-              Floats(Matrix4T<float>::Identity.m, Matrix4T<float>::Identity.m + 16));
-}
-
-TEST_F(TextImageTest, AHighlightReplacesTheFadeOfTheWhole) {
-    RenderBatch();
-    Floats const fades = Draws().at(0).Values(4);
-    Device().SetHighlight(true, Color(1, 0.5f, 0.375f, 0.25f));
-    RenderBatch();
-    EXPECT_EQ(Draws().at(0).Uniform("vColor"), (Floats{1, 0.5f, 0.375f, 0.125f}));
-    EXPECT_EQ(Draws().at(0).Values(4), fades);
-}
-
-TEST_F(TextImageTest, SmallerBatchesDrawTheBeginningOfLargerStreams) {
-    RenderBatch(GlyphBatch{0, 3});
-    void const* const pPositions = LastCall("glVertexAttribPointer(0, *)").Pointer(5);
-    RenderBatch(GlyphBatch{1, 1});
-    EXPECT_EQ(Lines("glDraw*"), (Strings{"glDrawArrays(GL_TRIANGLES, 0, 6)"}));
-    EXPECT_EQ(Draws().at(0).Values(4), (Floats{0.125f, 0.25f, 1, 1, 0.5f, 0.125f}));
-    EXPECT_EQ(LastCall("glVertexAttribPointer(0, *)").Pointer(5), pPositions);
-}
-
 TEST_F(TextImageTest, AnEmptyBatchBindsTheTextureOfItsFirstInstance) {
     RenderBatch(GlyphBatch{2, 0});
     EXPECT_EQ(Lines("glDraw*"), (Strings{"glDrawArrays(GL_TRIANGLES, 0, 0)"}));
@@ -135,47 +81,6 @@ TEST_F(TextImageTest, BothKindsOfBatchAreCountedAsOne) {
     ScopeCounter::SetProfiling(false);
     EXPECT_EQ(ScopeCounter::GetTotals(6).nCalls, 1u);
     EXPECT_EQ(ScopeCounter::GetTotals(5).nCalls, 1u);
-}
-
-/** Notes under which transform it is asked to draw. */
-class TransformNotingEffect : public NotingEffect {
-public:
-    using NotingEffect::NotingEffect;
-
-    bool OverrideDrawText(GraphicsDevice& device, Text&) override {
-        m_transform = device.GetTransformMatrix();
-        m_projection = device.GetProjectionMatrix();
-        return true;
-    }
-
-    Matrix4T<RealFloat> m_transform;
-    Matrix4T<RealFloat> m_projection;
-};
-
-TEST_F(TextImageTest, ATextPutsItsTransformUnderWhatItDraws) {
-    Ref<CameraGL2> const pCamera(new CameraGL2);
-    pCamera->GetPositionProperty().SetValue(Vector(1, 2, 300));
-    pCamera->Update(Device(), 0);
-    Strings notes;
-    Ref<TransformNotingEffect> const pEffect(new TransformNotingEffect("", notes));
-    m_pText->SetFont(new BitmapFontGL2);
-    m_pText->AddEffect(pEffect.Get());
-    m_pText->GetPositionProperty().SetValue(Vector(5, -7, 11));
-    m_pText->GetScaleProperty().SetValue(Vector(2, 3, 4));
-    m_pText->Update(Device(), 0);
-    // Camera depth chooses between the camera on top and the default one.
-    for (bool const fDepth : {false, true}) {
-        SCOPED_TRACE(fDepth);
-        m_pText->GetDepthProperty().SetValue(fDepth);
-        Device().Clear();
-        Device().PushCamera(pCamera.Get());
-        m_pText->Render(Device());
-        Device().SetCameraDepth(fDepth);
-        EXPECT_EQ(pEffect->m_transform, m_pText->GetWorldMatrix() * Device().GetViewMatrix());
-        EXPECT_EQ(pEffect->m_projection, Device().GetProjectionMatrix());
-        EXPECT_EQ(Device().GetTransformMatrix(), Matrix4T<RealFloat>::Identity) << "and takes it off again";
-        Device().PopCamera();
-    }
 }
 
 } // namespace

@@ -154,50 +154,6 @@ TEST_F(TextureTest, FiltersByLevelsAndDepth) {
     }
 }
 
-TEST_F(TextureTest, UploadsEveryLevelFromItsOffset) {
-    Ref<TextureGL2> const pTexture = MakeTexture(4, 3);
-    glPixelStorei(GL_UNPACK_ALIGNMENT, 2); // the application's
-    Clear();
-    ASSERT_NE(pTexture->GetGLTexture(), 0u);
-    // Rows of 24, 12 and 6 bytes: where the alignment would count, it is 1 for the upload.
-    EXPECT_EQ(Lines("glPixelStorei"),
-              (Strings{"glPixelStorei(GL_UNPACK_ALIGNMENT, 1)", "glPixelStorei(GL_UNPACK_ALIGNMENT, 2)",
-                       "glPixelStorei(GL_UNPACK_ALIGNMENT, 1)", "glPixelStorei(GL_UNPACK_ALIGNMENT, 2)"}));
-    std::vector<Call> const uploads = Calls("glTexImage2D");
-    ASSERT_EQ(uploads.size(), 3u);
-    for (int level = 0; level < 3; ++level) {
-        Call const& upload = uploads[static_cast<std::size_t>(level)];
-        EXPECT_EQ(upload.Integer(1), level);
-        EXPECT_EQ(upload.Integer(3), 8 >> level);
-        EXPECT_EQ(upload.Integer(4), 4 >> level);
-        EXPECT_EQ(upload.Pointer(8), m_bytes.data() + 128 * level);
-    }
-}
-
-TEST_F(TextureTest, SeparateAlphaBecomesASecondTextureFromBehindEachColourImage) {
-    Ref<TextureGL2> const pTexture = MakeTexture(14, 2);
-    Clear();
-    GLuint const color = pTexture->GetGLTexture();
-    GLuint const alpha = pTexture->GetGLTextureAlpha();
-    EXPECT_NE(color, 0u);
-    EXPECT_NE(alpha, 0u);
-    EXPECT_NE(color, alpha);
-    std::vector<Call> const uploads = Calls("glCompressedTexImage2D");
-    ASSERT_EQ(uploads.size(), 4u);
-    unsigned char const* const pData = m_bytes.data();
-    // 8 x 4 and 4 x 2 texels take 16 and 4 bytes.
-    unsigned char const* const sources[] = {pData, pData + 128, pData + 16, pData + 128 + 4};
-    for (std::size_t i = 0; i < 4; ++i) {
-        EXPECT_EQ(uploads[i].Pointer(7), sources[i]) << i;
-        EXPECT_EQ(uploads[i].Integer(6), 64) << i;
-    }
-    Clear();
-    pTexture->ReleaseGLTexture();
-    EXPECT_CALLS("glDeleteTextures(1, {" + std::to_string(color) + "})",
-                 "glDeleteTextures(1, {" + std::to_string(alpha) + "})");
-    EXPECT_EQ(pTexture->GetGLTextureAlpha(), 0u);
-}
-
 TEST_F(TextureTest, AskedForTheAlphaFirstMakesBothWithoutCounting) {
     Ref<TextureGL2> const pTexture = MakeTexture(14);
     EXPECT_NE(pTexture->GetGLTextureAlpha(), 0u);
@@ -279,19 +235,6 @@ TEST_F(TextureTest, WithoutPixelsNothingIsCalled) {
     EXPECT_EQ(pTexture->GetGLTexture(), 0u);
     EXPECT_EQ(pTexture->CreateGLTexture(nullptr, pTexture->GetMipLevels(), 6), 0u);
     EXPECT_CALLS();
-}
-
-TEST_F(TextureTest, ReplaceDeletesTheGlTextureAndTheNextUseMakesANewOne) {
-    Ref<TextureGL2> const pTexture = MakeTexture(6);
-    ASSERT_NE(pTexture->GetGLTexture(), 0u);
-    unsigned char const pixels[2 * 3 * 3] = {};
-    Clear();
-    ASSERT_TRUE(pTexture->Replace(2, 3, TextureFormat::RGB888, pixels, 6));
-    EXPECT_CALLS("glDeleteTextures");
-    ASSERT_NE(pTexture->GetGLTexture(), 0u);
-    EXPECT_EQ(Count("glTexImage2D(GL_TEXTURE_2D, 0, GL_RGB, 2, 3, 0, GL_RGB, GL_UNSIGNED_BYTE, *)"), 1u);
-    EXPECT_EQ(Counted(), pTexture->GetByteSize());
-    EXPECT_FALSE(pTexture->Replace(0, 3, TextureFormat::RGB888, pixels, 6));
 }
 
 TEST_F(TextureTest, DeletionOffTheRenderThreadIsABrokenInvariantForEachTexture) {

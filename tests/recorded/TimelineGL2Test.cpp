@@ -12,8 +12,6 @@ using namespace recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
-using Vector = Vector3T<RealFloat>;
-
 /** Notes what timelines ask of their device. */
 class WatchedDevice : public GraphicsDeviceGL2 {
 public:
@@ -53,16 +51,12 @@ public:
     }
     bool PushMasks(List<Mask*>& masks) override {
         Note("push masks", masks.GetCount() == 1);
-        m_atMasks = GetModelViewMatrix();
         return GraphicsDeviceGL2::PushMasks(masks);
     }
     bool PopMasks(List<Mask*>& masks) override {
         Note("pop masks", masks.GetCount() == 1);
-        m_atMasks = GetModelViewMatrix();
         return GraphicsDeviceGL2::PopMasks(masks);
     }
-
-    Matrix4T<RealFloat> m_atMasks; ///< the model-view matrix that masks were last drawn with
 
 private:
     void Note(char const* what) { m_notes.push_back(what); }
@@ -92,31 +86,6 @@ protected:
     Ref<TimelineGL2> m_pTimeline;
 };
 
-TEST_F(TimelineGL2Test, APlainOneStillPassesItsCameraDepthAndDepthTest) {
-    m_pTimeline->PreRenderChildren(Device());
-    EXPECT_EQ(Notes(), (Strings{"get active camera", "push depth 0", "set depth 0", "is depth test"}));
-    m_pTimeline->PostRenderChildren(Device());
-    EXPECT_EQ(Notes(), (Strings{"is depth test", "set depth test 0", "pop depth 0"}));
-}
-
-TEST_F(TimelineGL2Test, SetsUpAndTakesDownInTheFixedOrder) {
-    Strings& notes = m_notes;
-    Ref<CameraGL2> const pCamera(new CameraGL2);
-    m_pTimeline->SetCamera(pCamera.Get());
-    m_pTimeline->GetDepthProperty().SetValue(true);
-    m_pTimeline->GetDepthTestProperty().SetValue(1);
-    m_pTimeline->AddMask(MakeMask().Get());
-    m_pTimeline->AddEffect(new NotingEffect("first", notes));
-    m_pTimeline->AddEffect(new NotingEffect("second", notes));
-    m_pTimeline->PreRenderChildren(Device());
-    EXPECT_EQ(Notes(),
-              (Strings{"push camera", "get active camera", "push depth 1", "set depth 1", "first before",
-                       "second before", "is depth test", "set depth test 1", "push masks 1"}));
-    m_pTimeline->PostRenderChildren(Device());
-    EXPECT_EQ(Notes(), (Strings{"pop masks 1", "is depth test", "set depth test 1", "first after",
-                                "second after", "pop depth 1", "pop camera"}));
-}
-
 TEST_F(TimelineGL2Test, EffectsThatAnEffectAttachesAreCalledAfterIt) {
     Strings notes;
     m_pTimeline->AddEffect(new GrowingEffect(notes, *m_pTimeline));
@@ -144,24 +113,6 @@ TEST_F(TimelineGL2Test, AnEffectThatRemovesItselfLeavesNoOtherOut) {
     m_pTimeline->PreRenderChildren(Device());
     m_pTimeline->PostRenderChildren(Device());
     EXPECT_EQ(notes, (Strings{"first before", "second before", "second after"}));
-}
-
-TEST_F(TimelineGL2Test, TheDepthTestPropertyHasThreeMeanings) {
-    struct Case {
-        int value;
-        bool before, during;
-    };
-    Case const cases[] = {{-1, false, false}, {-1, true, true}, {1, false, true},
-                          {1, true, true},    {0, true, false}, {2, true, false}};
-    for (Case const& test : cases) {
-        SCOPED_TRACE(testing::Message() << test.value << " over " << test.before);
-        Device().SetDepthTestEnabled(test.before);
-        m_pTimeline->GetDepthTestProperty().SetValue(test.value);
-        m_pTimeline->PreRenderChildren(Device());
-        EXPECT_EQ(GetState().IsEnabled(GL_DEPTH_TEST), test.during);
-        m_pTimeline->PostRenderChildren(Device());
-        EXPECT_EQ(GetState().IsEnabled(GL_DEPTH_TEST), test.during) << "what was before does not come back";
-    }
 }
 
 TEST_F(TimelineGL2Test, AfterTheChildrenTheDepthTestOfTheMomentIsAppliedAgain) {
@@ -202,20 +153,6 @@ TEST_F(TimelineGL2Test, RemembersTheActiveCameraByReference) {
         EXPECT_EQ(pCamera->GetReferenceCount(), 3) << "here, the timeline's own and the remembered one";
         EXPECT_EQ(pDefault->GetReferenceCount(), references);
     }
-}
-
-TEST_F(TimelineGL2Test, MasksAreDrawnInTheTimelinesOwnSpace) {
-    m_pTimeline->GetPositionProperty().SetValue(Vector(4, 5, 6));
-    m_pTimeline->AddMask(MakeMask().Get());
-    m_pTimeline->Update(Device(), 0);
-    WatchedDevice& device = static_cast<WatchedDevice&>(Device());
-    device.SetCameraDepth(true); // as timelines without a camera find it
-    Matrix4T<RealFloat> const expected = m_pTimeline->GetWorldMatrix() * device.GetViewMatrix();
-    m_pTimeline->PreRenderChildren(device);
-    EXPECT_EQ(device.m_atMasks, expected);
-    device.SetModelViewMatrix(Matrix4T<RealFloat>::Identity); // a child's
-    m_pTimeline->PostRenderChildren(device);
-    EXPECT_EQ(device.m_atMasks, expected);
 }
 
 TEST_F(TimelineGL2Test, CountsBothSteps) {
