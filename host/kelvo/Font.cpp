@@ -116,11 +116,23 @@ bool Font::LoadProperties(Deserializer& deserializer) {
     if (!properties.Load(deserializer)) {
         return false;
     }
-    if (!m_underline.Copy(underline) || !m_underlinePosition.Copy(position) ||
-        !m_underlineThickness.Copy(thickness) || !m_underlineScale.Copy(scale)) {
-        return deserializer.Fail(u"memory is short");
+    BoolProperty const oldUnderline(m_underline);
+    RealProperty const oldPosition(m_underlinePosition);
+    RealProperty const oldThickness(m_underlineThickness);
+    IntProperty const oldScale(m_underlineScale);
+    bool const fTorn =
+        oldUnderline.IsTorn() || oldPosition.IsTorn() || oldThickness.IsTorn() || oldScale.IsTorn();
+    if (!fTorn && m_underline.Copy(underline) && m_underlinePosition.Copy(position) &&
+        m_underlineThickness.Copy(thickness) && m_underlineScale.Copy(scale)) {
+        return true;
     }
-    return true;
+    if (!fTorn) { // the old controllers fit where they were
+        m_underline.Copy(oldUnderline);
+        m_underlinePosition.Copy(oldPosition);
+        m_underlineThickness.Copy(oldThickness);
+        m_underlineScale.Copy(oldScale);
+    }
+    return deserializer.Fail(u"memory is short");
 }
 
 /** Exchanges the font's glyphs for others. */
