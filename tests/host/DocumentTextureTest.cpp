@@ -15,7 +15,6 @@ public:
     explicit NumberedTexture(int nNumber) : m_nNumber(nNumber) {}
 
     bool Save(Serializer& serializer) override {
-        serializer.GetTextureIndex(m_pCompanion.Get());
         return m_nNumber >= 0 && serializer.WriteValue(NumberID, m_nNumber);
     }
     bool Load(Deserializer& deserializer) override {
@@ -32,7 +31,6 @@ public:
     static int s_nLoads;
     int m_nNumber = 0;
     bool m_fFoundItself = false;
-    Ref<Texture> m_pCompanion;
 };
 
 int NumberedTexture::s_nCreated = 0;
@@ -72,28 +70,6 @@ protected:
     ClassRegistry m_registry;
 };
 
-TEST_F(DocumentTexture, SharedOnesAreSavedOnceAndFirst) {
-    Ref<Texture> pFirst(new NumberedTexture(10));
-    Ref<Texture> pSecond(new NumberedTexture(11));
-    Serializer serializer;
-    serializer.PushTag(HashName("Scene"), 0);
-    EXPECT_EQ(serializer.GetTextureIndex(pFirst.Get()), 0);
-    EXPECT_EQ(serializer.GetTextureIndex(pSecond.Get()), 1);
-    EXPECT_EQ(serializer.GetTextureIndex(pFirst.Get()), 0);
-    Ref<DocumentNode> pDocument = serializer.Finish();
-    ASSERT_TRUE(pDocument);
-    ASSERT_EQ(pDocument->GetChildCount(), 2u);
-    EXPECT_EQ(pDocument->GetChild(1)->GetTagID(), HashName("Scene"));
-    DocumentNode const& table = *pDocument->GetChild(0);
-    EXPECT_EQ(table.GetTagID(), HashName("Textures"));
-    ASSERT_EQ(table.GetChildCount(), 2u);
-    for (unsigned int nTexture = 0; nTexture < 2; ++nTexture) {
-        EXPECT_EQ(table.GetChild(nTexture)->GetTagID(), HashName("Texture"));
-        EXPECT_EQ(table.GetChild(nTexture)->GetTypeID(), HashName("Texture"));
-        EXPECT_EQ(GetBytes(*table.GetChild(nTexture), NumberID), BytesOf(10 + nTexture));
-    }
-}
-
 TEST_F(DocumentTexture, OneThatNobodyElseHoldsIsHeldWhileTheDocumentIsWritten) {
     Serializer serializer;
     Texture* const pTexture = new NumberedTexture(10);
@@ -101,17 +77,6 @@ TEST_F(DocumentTexture, OneThatNobodyElseHoldsIsHeldWhileTheDocumentIsWritten) {
     EXPECT_EQ(pTexture->GetReferenceCount(), 1);
     EXPECT_EQ(serializer.GetTextureIndex(pTexture), 0);
     EXPECT_TRUE(serializer.Finish());
-}
-
-TEST_F(DocumentTexture, OneEnteredWhileAnotherIsSavedIsSavedToo) {
-    Ref<NumberedTexture> pTexture(new NumberedTexture(10));
-    pTexture->m_pCompanion = new NumberedTexture(11);
-    Serializer serializer;
-    serializer.GetTextureIndex(pTexture.Get());
-    Ref<DocumentNode> pDocument = serializer.Finish();
-    ASSERT_TRUE(pDocument);
-    ASSERT_EQ(pDocument->GetChild(0)->GetChildCount(), 2u);
-    EXPECT_EQ(GetBytes(*pDocument->GetChild(0)->GetChild(1), NumberID), BytesOf(11));
 }
 
 TEST_F(DocumentTexture, OneThatRefusesToBeSavedFailsTheDocument) {

@@ -126,25 +126,6 @@ TEST(PropertyList, SteadyUpdatesAllocateNothing) {
     EXPECT_EQ(nEvents, 101);
 }
 
-TEST(PropertyList, SavesAChildForEachAndLoadsThemBack) {
-    Owner owner;
-    owner.m_opacity.AddController(MakeRamp());
-    owner.m_position.SetValue(Vector3(1, 2, 3));
-    owner.m_caption.SetValue(u"words");
-    Ref<DocumentNode> pSaved = SaveToNode(owner.m_list);
-    ASSERT_TRUE(pSaved);
-    ASSERT_EQ(pSaved->GetChildCount(), 3u);
-    EXPECT_EQ(pSaved->GetChild(1)->GetTagID(), HashName("Property"));
-    EXPECT_EQ(pSaved->GetChild(1)->GetTypeID(), HashName("Position"));
-
-    Owner loaded;
-    ASSERT_TRUE(LoadFrom(pSaved, loaded.m_list));
-    EXPECT_EQ(loaded.m_position.GetValue(), Vector3(1, 2, 3));
-    EXPECT_TRUE(loaded.m_caption.GetValue() == u"words");
-    loaded.m_list.Update(UpdateContext(), 0.25f);
-    EXPECT_EQ(loaded.m_opacity.GetValue(), 2.5f);
-}
-
 TEST(PropertyList, AbsentPropertiesKeepTheirValuesAndUnknownOnesAreSkipped) {
     Ref<DocumentNode> pNode(new DocumentNode(0, 0));
     Ref<DocumentNode> pUnknown(new DocumentNode(HashName("Property"), HashName("Nothing")));

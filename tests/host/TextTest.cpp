@@ -5,7 +5,6 @@
 #include "PropertyTestSupport.h"
 #include "TestFonts.h"
 #include "TextTestSupport.h"
-#include "kelvo_host/Scene.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/PolygonalFont.h"
@@ -458,57 +457,6 @@ TEST(Text, WithoutMemoryForALayoutItSaysSoOnce) {
             sMore.Append(u"more words ");
         }
         words.m_pText->GetTextProperty().SetValue(sMore);
-    }
-}
-
-TEST(Text, IsSavedWithItsFont) {
-    TestFontRegistry registry;
-    Ref<TestFont> const pFont(new TestFont);
-    Glyph glyph = SquareFont::MakeSquare('a');
-    glyph.m_pTexture = MakePage(1);
-    pFont->AddGlyph(glyph);
-    Ref<TestTimeline> const pRoot = Make<TestTimeline>("root");
-    for (char const* pName : {"one", "two", "none"}) {
-        Ref<TestText> const pText = Make<TestText>(pName);
-        pText->SetFont(pName[0] == 'n' ? nullptr : pFont.Get());
-        pText->GetTextProperty().SetValue(u"aa");
-        pRoot->Attach(pText.Get());
-    }
-    Scene scene;
-    scene.SetRoot(pRoot);
-    Serializer serializer;
-    ASSERT_TRUE(scene.Save(serializer));
-    Scene loaded;
-    Deserializer deserializer(serializer.Finish(), registry);
-    ASSERT_TRUE(loaded.Load(deserializer));
-    TestText& one = static_cast<TestText&>(*loaded.GetRoot()->FindNode(Name("one")));
-    ASSERT_NE(one.GetFont(), nullptr);
-    EXPECT_NE(one.GetFont(), pFont.Get());
-    EXPECT_EQ(static_cast<Text*>(loaded.GetRoot()->FindNode(Name("two")))->GetFont(), one.GetFont());
-    EXPECT_EQ(static_cast<Text*>(loaded.GetRoot()->FindNode(Name("none")))->GetFont(), nullptr);
-    Bounds bounds;
-    one.GetTextRenderRect(bounds);
-    EXPECT_EQ(bounds, Bounds(0, 0, 20, 8));
-}
-
-TEST(Text, InAFontThatTheDocumentLacksIsNotLoaded) {
-    struct {
-        std::vector<unsigned char> m_index;
-        char const* m_pFont;
-    } const cases[] = {{BytesOf(7), "7"}, {BytesOf(-1), "-1"}, {{0, 0, 0}, "-1"}};
-    for (auto const& test : cases) {
-        SquareText words(u"abc");
-        Ref<TestText> const pSaved = Make<TestText>("saved");
-        Ref<DocumentNode> const pDocument = SaveToNode(*pSaved);
-        AddBytes(*pDocument, HashName("Font"), test.m_index);
-        TestRegistry registry;
-        Deserializer deserializer(pDocument, registry);
-        TraceLog log;
-        EXPECT_FALSE(words.m_pText->Load(deserializer));
-        EXPECT_NE(std::string(String8(deserializer.GetError()).GetData())
-                      .find(std::string("the document has no font ") + test.m_pFont),
-                  std::string::npos);
-        EXPECT_EQ(words.m_pText->GetFont(), words.m_pFont.Get());
     }
 }
 

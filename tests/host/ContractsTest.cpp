@@ -1,0 +1,581 @@
+// What every class that can be saved, copied or loaded has to do, whichever it is: one table of all of them.
+
+#include <gtest/gtest.h>
+
+#include <cstdlib>
+#include <fstream>
+#include <functional>
+#include <set>
+#include <sstream>
+
+#include "PropertyTestSupport.h"
+#include "TestFonts.h"
+#include "kelvo_host/Scene.h"
+#include "trevik/Allocation.h"
+#include "trevik/kelvo/DirectionalBlurEffect.h"
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/ListProperty.h"
+#include "trevik/kelvo/RectangleProperty.h"
+
+namespace trevik::kelvo::test {
+namespace {
+
+typedef std::vector<unsigned char> Bytes;
+
+class TestDirectionalBlur : public DirectionalBlurEffect {
+public:
+    TREVIK_EFFECT_REFLECTION(TestDirectionalBlur, DirectionalBlurEffect, "TestResource")
+};
+
+class TestBlendMode : public BlendModeEffect {
+public:
+    TREVIK_EFFECT_REFLECTION(TestBlendMode, BlendModeEffect, "TestResource")
+};
+
+/** All classes of the host. */
+class AllClasses : public TestFontRegistry {
+public:
+    AllClasses() {
+        AddClassContainer(new ClassContainerT<TestDirectionalBlur>(DirectionalBlurEffect::ClassID));
+        AddClassContainer(new ClassContainerT<TestBlendMode>(BlendModeEffect::ClassID));
+    }
+};
+
+/** What is counted by no references, as something that is. */
+template <class T>
+struct Held : Referenced {
+    T m_value;
+
+    template <class... Arguments>
+    explicit Held(Arguments&&... arguments) : m_value(std::forward<Arguments>(arguments)...) {
+        if constexpr (sizeof...(Arguments) == 0 && std::is_base_of_v<Property, T>) {
+            m_value.Initialize(PropertyDescriptor{nullptr, 0x1234567, PropertyType::Other, nullptr});
+        }
+    }
+    bool Save(Serializer& serializer) { return m_value.Save(serializer); }
+    bool Load(Deserializer& deserializer) { return m_value.Load(deserializer); }
+    Held* Clone() const {
+        Held* const pCopy = new (std::nothrow) Held(m_value);
+        if (pCopy && pCopy->m_value.IsTorn()) {
+            delete pCopy;
+            return nullptr;
+        }
+        return pCopy;
+    }
+};
+
+/** A class, and how its objects are dealt with. */
+struct Subject {
+    std::string m_name;
+    std::function<Ref<Referenced>()> m_make;     ///< as it is at first
+    std::function<Ref<Referenced>()> m_makeFull; ///< with values of its own wherever it has values
+    bool m_fKept;                                ///< a load that fails leaves it as it was
+    std::function<bool(Referenced&, Serializer&)> m_save;
+    std::function<bool(Referenced&, Deserializer&)> m_load;
+    std::function<Referenced*(Referenced const&)> m_copy; ///< none for what is not copied
+};
+
+template <class T>
+Subject MakeSubject(char const* pName, bool fKept, std::function<void(T&)> const& fill) {
+    Subject subject;
+    subject.m_name = pName;
+    subject.m_fKept = fKept;
+    subject.m_make = [] { return Ref<Referenced>(new T); };
+    subject.m_makeFull = [fill] {
+        Ref<T> const pObject(new T);
+        fill(*pObject);
+        return Ref<Referenced>(pObject.Get());
+    };
+    subject.m_save = [](Referenced& object, Serializer& serializer) {
+        return static_cast<T&>(object).Save(serializer);
+    };
+    subject.m_load = [](Referenced& object, Deserializer& deserializer) {
+        return static_cast<T&>(object).Load(deserializer);
+    };
+    return subject;
+}
+
+template <class T>
+Subject MakeCopied(char const* pName, bool fKept, std::function<void(T&)> const& fill) {
+    Subject subject = MakeSubject<T>(pName, fKept, fill);
+    subject.m_copy = [](Referenced const& object) { return static_cast<T const&>(object).Clone(); };
+    return subject;
+}
+
+template <class P>
+Subject MakeProperty(char const* pName, typename P::Value const& value) {
+    return MakeCopied<Held<P>>(pName, true, [value](Held<P>& held) { held.m_value.SetValue(value); });
+}
+
+template <class T>
+Subject MakeController(char const* pName, std::vector<T> const& samples) {
+    return MakeCopied<Held<BaseProperty<T>>>(
+        pName, true, [samples](Held<BaseProperty<T>>& held) { Animate<T>(held.m_value, -4, samples); });
+}
+
+/** Gives each property of a list a value of its own, and some of them a controller. */
+void SetAll(PropertyList& list) {
+    for (unsigned int n = 0; n < list.GetCount(); ++n) {
+        Property* const p = list.GetEntry(n).m_pProperty;
+        int const i = static_cast<int>(n) + 2;
+        RealFloat const r = RealFloat(0.5) + static_cast<RealFloat>(n);
+        switch (list.GetEntry(n).m_pDescriptor->m_type) {
+        case PropertyType::Bool: {
+            auto& property = static_cast<BoolProperty&>(*p);
+            property.SetValue(!property.GetValue());
+            break;
+        }
+        case PropertyType::Int:
+            static_cast<IntProperty*>(p)->SetValue(i);
+            break;
+        case PropertyType::Real:
+            static_cast<RealProperty*>(p)->SetValue(r);
+            Animate<RealFloat>(*static_cast<RealProperty*>(p), i, {r, 0, 1, 1});
+            break;
+        case PropertyType::Vector3:
+            static_cast<Vector3Property*>(p)->SetValue(Vector3(r, -r, 9));
+            break;
+        case PropertyType::Rectangle:
+            static_cast<RectangleProperty*>(p)->SetValue(Rectangle(r, 2, 3, 4));
+            break;
+        case PropertyType::Color:
+            static_cast<ColorProperty*>(p)->SetValue(ColorT<RealFloat>(r, RealFloat(0.25), 1, 0));
+            break;
+        case PropertyType::SizeInt:
+            static_cast<SizeIntProperty*>(p)->SetValue(SizeT<int>(i, 300));
+            break;
+        case PropertyType::SizeReal:
+            static_cast<SizeRealProperty*>(p)->SetValue(SizeT<RealFloat>(r, 300));
+            break;
+        case PropertyType::String:
+            static_cast<StringProperty*>(p)->SetValue(u"g\u00e9\U0001f600");
+            break;
+        default:
+            ADD_FAILURE() << "a property of a kind that is not tried: "
+                          << list.GetEntry(n).m_pDescriptor->m_type;
+        }
+    }
+}
+
+template <class T>
+void AddFullEffect(TransformNode& node) {
+    Ref<T> const pEffect(new T);
+    SetAll(pEffect->GetProperties());
+    node.AddEffect(pEffect.Get());
+}
+
+void FillNode(TransformNode& node, bool fEffects = true) {
+    node.SetName(Name("full"));
+    SetAll(node.GetProperties());
+    Vector3 const corners[6] = {Vector3(0, 0, 0), Vector3(1, 0, 0), Vector3(0, 1, 0), Vector3(5, 5, 5)};
+    for (unsigned int nCorners : {3u, 6u}) {
+        Ref<Mask> const pMask(new Mask);
+        pMask->SetTriangles(corners, nCorners);
+        node.AddMask(pMask.Get());
+    }
+    if (fEffects) {
+        AddFullEffect<TestEffect>(node);
+        AddFullEffect<TestDirectionalBlur>(node);
+        AddFullEffect<TestBlendMode>(node);
+    }
+}
+
+Ref<TestSprite> MakeSprite(char const* pName, Texture* pTexture) {
+    Ref<TestSprite> const pSprite = Make<TestSprite>(pName);
+    pSprite->SetTexture(pTexture);
+    return pSprite;
+}
+
+void FillTexture(TestTexture& texture) {
+    unsigned char bytes[20];
+    List<MipLevel> levels;
+    for (unsigned int n = 0; n < sizeof(bytes); ++n) {
+        bytes[n] = static_cast<unsigned char>(n);
+    }
+    for (int n : {4, 2}) {
+        MipLevel level;
+        level.m_nWidth = n;
+        level.m_nHeight = n;
+        level.m_nOffset = n == 4 ? 0 : 16;
+        level.m_nSize = n * n;
+        levels.Append(level);
+    }
+    EXPECT_TRUE(texture.SetImage(3, 2, 4, 4, TextureFormat::Alpha8, levels, bytes, sizeof(bytes), false));
+    texture.SetName(u"leaf");
+    texture.SetWantedSurfaces(2);
+}
+
+void FillFont(Font& font) {
+    FontMetrics metrics;
+    metrics.m_rXPixelsPerEm = 32;
+    metrics.m_rYPixelsPerEm = 33;
+    metrics.m_rScaleFactorX = RealFloat(0.5);
+    metrics.m_rScaleFactorY = RealFloat(0.25);
+    metrics.m_rAscent = 24;
+    metrics.m_rDescent = RealFloat(7.25);
+    metrics.m_rLeading = 4;
+    font.SetMetrics(metrics);
+    font.AddGlyph(MakeGlyph('A', MakePage(1)));
+    Glyph image = MakeGlyph(0x1f600, MakePage(2));
+    image.m_fImage = true;
+    font.AddGlyph(image);
+    font.SetKerning('A', 0x1f600, RealFloat(-2.5));
+    font.SetKerning('A', 'A', 3);
+    font.GetUnderlineProperty().SetValue(true);
+    font.GetUnderlinePositionProperty().SetValue(RealFloat(0.75));
+    Animate<RealFloat>(font.GetUnderlineThicknessProperty(), 0, {1, 5});
+    font.GetUnderlineScaleProperty().SetValue(2);
+}
+
+/** A timeline with one of each node, and things that two of them share. */
+void FillTree(TestTimeline& root) {
+    FillNode(root, false);
+    root.SetFrameDelay(RealFloat(0.125));
+    root.SetTimeMapFunction(&Interpolate::BounceOut);
+    root.SetAutoPlay(true);
+    Ref<TestTexture> const pTexture(new TestTexture);
+    FillTexture(*pTexture);
+    Ref<TestFont> const pFont(new TestFont);
+    Ref<Texture> const pPage = MakePage(1);
+    pFont->AddGlyph(MakeGlyph('A', pPage));
+    pFont->AddGlyph(MakeGlyph('B', pPage));
+    Ref<TestSprite> const pSprite = MakeSprite("sprite", pTexture.Get());
+    pSprite->Attach(MakeSprite("twin", pTexture.Get()).Get());
+    Ref<TestText> const pText = Make<TestText>("text");
+    pText->SetFont(pFont.Get());
+    pText->SetBackground(MakeSprite("background", nullptr).Get());
+    Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+    pText->Attach(pCamera.Get());
+    Ref<TestTimeline> const pInner = Make<TestTimeline>("inner");
+    pInner->SetCamera(Make<TestCamera>("its own").Get());
+    for (Node* pChild : std::initializer_list<Node*>{pSprite.Get(), pText.Get(), pInner.Get()}) {
+        root.Attach(pChild);
+    }
+    root.SetCamera(pCamera.Get());
+}
+
+std::vector<Subject> MakeSubjects() {
+    List<Vector2T<int>> pairs;
+    pairs.Append(Vector2T<int>(1, 2));
+    pairs.Append(Vector2T<int>(3, -4));
+    return {
+        MakeCopied<TransformNode>("group", false, [](TransformNode& node) { FillNode(node); }),
+        MakeCopied<TestSprite>("sprite", false, [](TestSprite& node) { FillNode(node, false); }),
+        MakeCopied<TestCamera>("camera", false, [](TestCamera& node) { FillNode(node, false); }),
+        MakeCopied<TestText>("text", false, [](TestText& node) { FillNode(node, false); }),
+        [] {
+            Subject tree = MakeSubject<TestTimeline>("tree", false, FillTree);
+            tree.m_copy = [](Referenced const& object) {
+                return static_cast<TestTimeline const&>(object).CloneTree();
+            };
+            return tree;
+        }(),
+        MakeCopied<TestEffect>("Gaussian blur", false, [](TestEffect& e) { SetAll(e.GetProperties()); }),
+        MakeSubject<TestTexture>("texture", true, FillTexture),
+        MakeSubject<TestFont>("bitmap font", true, FillFont),
+        MakeSubject<TestOutlines>("polygonal font", true,
+                                  [](TestOutlines& font) {
+                                      FillFont(font);
+                                      font.AddMesh(MakeMesh(0, {}));
+                                      font.AddMesh(MakeMesh(4, {0, 1, 2, 3, 2, 1}));
+                                      font.AddGlyph(MakeGlyph('M', nullptr, 1));
+                                  }),
+        MakeSubject<Held<Scene>>("scene", true,
+                                 [](Held<Scene>& scene) {
+                                     SceneSettings& settings = scene.m_value.GetSettings();
+                                     settings.m_size = SizeT<int>(320, 200);
+                                     settings.m_format = DeviceFormat::RGBA8888;
+                                     settings.m_rFrameRate = 25;
+                                     settings.m_nFirstFrame = -1;
+                                     settings.m_nLastFrame = 99;
+                                     settings.m_clearColor = ColorT<RealFloat>(0, RealFloat(0.25), 1, 1);
+                                     scene.m_value.SetRoot(Make<TestTimeline>("root"));
+                                 }),
+        MakeSubject<Held<PixelDataProperty>>("pixels", true,
+                                             [](Held<PixelDataProperty>& pixels) {
+                                                 pixels.m_value.GetBuffer().Allocate(3);
+                                                 std::memcpy(pixels.m_value.GetBuffer().GetData(), "abc", 3);
+                                             }),
+        MakeProperty<IntProperty>("int", -7),
+        MakeProperty<BoolProperty>("bool", true),
+        MakeProperty<RealProperty>("real", RealFloat(0.5)),
+        MakeProperty<Vector2Property>("vector of two", Vector2(1, 2)),
+        MakeProperty<Vector3Property>("vector of three", Vector3(1, 2, 3)),
+        MakeProperty<RectangleProperty>("rectangle", Rectangle(1, 2, 3, 4)),
+        MakeProperty<ColorProperty>("colour", ColorT<RealFloat>(1, 2, 3, 4)),
+        MakeProperty<SizeIntProperty>("size of ints", SizeT<int>(5, 6)),
+        MakeProperty<SizeRealProperty>("size of reals", SizeT<RealFloat>(5, 6)),
+        MakeProperty<StringProperty>("string", u"g\u00e9\U0001f600"),
+        MakeProperty<ListProperty<Vector2T<int>>>("pairs", pairs),
+        MakeController<RealFloat>("samples", {1, 2, 2}),
+        MakeController<Vector3>("runs", {{1, 2, 3}, {1, 2, 3}, {1, 2, 3}, {4, 5, 6}}),
+        MakeController<int>("int runs", {7, 7, 7, 7, 7}),
+    };
+}
+
+Ref<DocumentNode> Save(Subject const& subject, Referenced& object) {
+    Serializer serializer;
+    return subject.m_save(object, serializer) ? serializer.Finish() : Ref<DocumentNode>();
+}
+
+bool Load(Subject const& subject, Referenced& object, Ref<DocumentNode> const& pDocument) {
+    Deserializer deserializer(pDocument, *ClassRegistry::GetDefault());
+    return subject.m_load(object, deserializer);
+}
+
+Bytes Flatten(Ref<DocumentNode> const& pDocument) {
+    List<unsigned char> bytes;
+    return pDocument && pDocument->Write(bytes) ? Bytes(bytes.begin(), bytes.end()) : Bytes();
+}
+
+/** A document node with its attributes in a list. */
+struct Tree {
+    unsigned int m_nTag, m_nType;
+    std::vector<std::pair<unsigned int, Bytes>> m_attributes;
+    std::vector<Tree> m_children;
+
+    static unsigned int Word(unsigned char const*& p) {
+        unsigned int nWord;
+        std::memcpy(&nWord, p, 4);
+        p += 4;
+        return nWord;
+    }
+    static Tree Parse(unsigned char const*& p) {
+        Tree tree;
+        tree.m_nTag = Word(p);
+        tree.m_nType = Word(p);
+        unsigned int const nChildren = Word(p);
+        unsigned int const nBlock = Word(p) >> 4;
+        for (unsigned char const* const pEnd = p + nBlock; p != pEnd;) {
+            unsigned int const nLength = Word(p) >> 4;
+            unsigned int const nID = Word(p);
+            tree.m_attributes.push_back({nID, Bytes(p, p + nLength)});
+            p += (nLength + 3) / 4 * 4;
+        }
+        while (tree.m_children.size() < nChildren) {
+            tree.m_children.push_back(Parse(p));
+        }
+        return tree;
+    }
+    static Tree Of(Ref<DocumentNode> const& pDocument) {
+        Bytes const bytes = Flatten(pDocument);
+        unsigned char const* p = bytes.data();
+        return Parse(p);
+    }
+    Ref<DocumentNode> Build() const {
+        Ref<DocumentNode> pNode(new DocumentNode(m_nTag, m_nType));
+        for (auto const& [nID, bytes] : m_attributes) {
+            AddBytes(*pNode, nID, bytes);
+        }
+        for (Tree const& child : m_children) {
+            pNode->AddChild(child.Build());
+        }
+        return pNode;
+    }
+};
+
+std::string ReadAll(std::string const& sPath) {
+    std::ifstream file(sPath);
+    std::ostringstream text;
+    text << file.rdbuf();
+    return text.str();
+}
+
+/** The expected text; its first line has the words whose hashes stand in documents. */
+std::string const s_path = KELVO_SOURCE_DIRECTORY "/tests/host/documents.txt";
+std::string const s_expected = ReadAll(s_path);
+std::string const s_words = s_expected.substr(0, s_expected.find('\n') + 1);
+
+std::string WordOf(unsigned int nID) {
+    std::istringstream words(s_words);
+    for (std::string word; words >> word;) {
+        if (HashName(word.c_str()) == nID) {
+            return word;
+        }
+    }
+    return std::to_string(nID);
+}
+
+/**
+ * Writes a document down, and beside each attribute and child what becomes of it (and of the document) when
+ * that is damaged: '+' loaded, '-' refused.
+ */
+class Report {
+public:
+    explicit Report(Subject const& subject) : m_subject(subject), m_pFull(subject.m_makeFull()) {
+        m_tree = Tree::Of(Save(subject, *m_pFull));
+        m_text << "== " << subject.m_name << "\n";
+        Write(m_tree, "");
+        for (std::string const& line : m_lines) {
+            m_text << "! " << line << "\n";
+        }
+    }
+    std::string Get() const { return m_text.str(); }
+
+private:
+    void Write(Tree& tree, std::string const& indent) {
+        m_text << indent << WordOf(tree.m_nTag) << " " << WordOf(tree.m_nType) << "\n";
+        for (auto& [nID, bytes] : tree.m_attributes) {
+            m_text << indent << "  " << WordOf(nID) << " ";
+            char digits[4];
+            for (unsigned char nByte : bytes) {
+                std::snprintf(digits, sizeof(digits), "%02x", nByte);
+                m_text << digits;
+            }
+            m_text << " " << Damage(nID, bytes) << "\n";
+        }
+        for (Tree& child : tree.m_children) {
+            m_text << indent << "  ";
+            Tree const whole = child;
+            child.m_nType ^= 1;
+            m_text << Try();
+            child.m_nTag ^= 1;
+            m_text << Try() << "\n";
+            child = whole;
+            Write(child, indent + "  ");
+        }
+    }
+    /** Tries an attribute that is missing, too short, too long, empty, or has another word somewhere. */
+    std::string Damage(unsigned int& nID, Bytes& bytes) {
+        Bytes const whole = bytes;
+        std::string results;
+        nID ^= 1;
+        results += Try();
+        nID ^= 1;
+        for (std::size_t nLength : {whole.size() - 1, whole.size() + 1, std::size_t(0)}) {
+            bytes.resize(nLength % (whole.size() + 2)); // an empty one has no end to cut
+            results += Try();
+            bytes = whole;
+        }
+        for (std::size_t nWord = 0; nWord + 4 <= whole.size(); nWord += 4) {
+            for (unsigned int nOther : {0x7fc00000u, 0xffffffffu, 0x00110000u, 0u, 1u}) {
+                std::memcpy(&bytes[nWord], &nOther, 4);
+                results += Try();
+                bytes = whole;
+            }
+        }
+        return results;
+    }
+    char Try() {
+        TraceLog ofSaving;
+        Ref<Referenced> const pObject(m_subject.m_make());
+        Bytes const before = Flatten(Save(m_subject, *pObject));
+        bool fLoaded = false;
+        {
+            TraceLog log;
+            fLoaded = Load(m_subject, *pObject, m_tree.Build());
+            m_lines.insert(log.GetLines().begin(), log.GetLines().end());
+            EXPECT_LE(log.GetLines().size(), 1u) << m_subject.m_name << ": one line a document";
+        }
+        Ref<DocumentNode> const pAgain = Save(m_subject, *pObject);
+        if (fLoaded) { // what can be loaded can be saved
+            Ref<Referenced> const pOther(m_subject.m_make());
+            EXPECT_TRUE(pAgain && Load(m_subject, *pOther, pAgain)) << m_subject.m_name;
+        } else if (m_subject.m_fKept) {
+            EXPECT_EQ(Flatten(pAgain), before) << m_subject.m_name << ": as it was";
+        }
+        return fLoaded ? '+' : '-';
+    }
+
+    Subject const& m_subject;
+    Ref<Referenced> m_pFull;
+    Tree m_tree;
+    std::ostringstream m_text;
+    std::set<std::string> m_lines;
+};
+
+/** The saved form of all classes, which documents out in the world have, and what becomes of damaged ones. */
+TEST(Contracts, DocumentsAndTheirFaultsAreWhatTheyWere) {
+    AllClasses classes;
+    std::string all = s_words;
+    for (Subject const& subject : MakeSubjects()) {
+        all += Report(subject).Get();
+    }
+    if (std::getenv("KELVO_REWRITE_GOLDEN")) {
+        std::ofstream(s_path) << all;
+    }
+    std::istringstream actual(all), expected(ReadAll(s_path));
+    std::string actualLine, expectedLine;
+    for (int nLine = 1; std::getline(actual, actualLine) && std::getline(expected, expectedLine); ++nLine) {
+        ASSERT_EQ(actualLine, expectedLine) << s_path << ":" << nLine << ", see KELVO_REWRITE_GOLDEN";
+    }
+    EXPECT_EQ(all.size(), ReadAll(s_path).size());
+}
+
+TEST(Contracts, WhatIsLoadedAndWhatIsCopiedSavesTheSame) {
+    AllClasses classes;
+    TraceLog log;
+    for (Subject const& subject : MakeSubjects()) {
+        SCOPED_TRACE(subject.m_name);
+        Ref<Referenced> pFull = subject.m_makeFull();
+        Bytes const saved = Flatten(Save(subject, *pFull));
+        EXPECT_FALSE(saved.empty());
+        Ref<Referenced> const pLoaded = subject.m_make();
+        EXPECT_NE(Flatten(Save(subject, *pLoaded)), saved) << "nothing to lose";
+        EXPECT_TRUE(Load(subject, *pLoaded, Save(subject, *pFull)));
+        EXPECT_EQ(Flatten(Save(subject, *pLoaded)), saved);
+        if (subject.m_copy) {
+            Ref<Referenced> const pCopy(subject.m_copy(*pFull));
+            pFull.Reset(); // the copy has what it needs
+            EXPECT_EQ(Flatten(Save(subject, *pCopy)), saved);
+        }
+    }
+}
+
+/**
+ * Tries something with no memory, then with a little more each time, until it has had enough; each time
+ * checks what has come of it, and that in the end nothing of it is left.
+ */
+template <class Try>
+void WithMoreAndMoreMemory(char const* pWhat, Try tryIt) {
+    bool fEnough = false;
+    for (unsigned int nAllocations = 0; !fEnough && !testing::Test::HasFailure(); ++nAllocations) {
+        SCOPED_TRACE(std::string(pWhat) + " with " + std::to_string(nAllocations) + " allocations");
+        long long const nLive = Allocation::GetLiveCount();
+        auto const begin = [nAllocations] { Allocation::FailAfter(nAllocations); };
+        unsigned long long const nBefore = Allocation::GetCount();
+        tryIt(begin, [&] {
+            fEnough = Allocation::GetCount() - nBefore < nAllocations;
+            Allocation::FailNever();
+        });
+        EXPECT_EQ(Allocation::GetLiveCount(), nLive);
+    }
+}
+
+TEST(Contracts, WithoutMemoryThingsAreWholeOrNone) {
+    AllClasses classes;
+    TraceLog log;
+    for (Subject const& subject : MakeSubjects()) {
+        SCOPED_TRACE(subject.m_name);
+        Ref<Referenced> const pFull = subject.m_makeFull();
+        Ref<DocumentNode> const pDocument = Save(subject, *pFull);
+        Bytes const saved = Flatten(pDocument);
+        Bytes const empty = Flatten(Save(subject, *subject.m_make()));
+        WithMoreAndMoreMemory("save", [&](auto begin, auto end) {
+            begin();
+            Ref<DocumentNode> const pSaved = Save(subject, *pFull);
+            end();
+            EXPECT_TRUE(!pSaved || Flatten(pSaved) == saved);
+        });
+        WithMoreAndMoreMemory("load", [&](auto begin, auto end) {
+            Ref<Referenced> const pLoaded = subject.m_make();
+            begin();
+            bool const fLoaded = Load(subject, *pLoaded, pDocument);
+            end();
+            if (fLoaded || subject.m_fKept) {
+                EXPECT_EQ(Flatten(Save(subject, *pLoaded)), fLoaded ? saved : empty) << fLoaded;
+            }
+        });
+        if (subject.m_copy) {
+            WithMoreAndMoreMemory("copy", [&](auto begin, auto end) {
+                begin();
+                Ref<Referenced> const pCopy(subject.m_copy(*pFull));
+                end();
+                EXPECT_TRUE(!pCopy || Flatten(Save(subject, *pCopy)) == saved);
+            });
+        }
+    }
+}
+
+} // namespace
+} // namespace trevik::kelvo::test
