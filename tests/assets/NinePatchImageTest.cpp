@@ -1,24 +1,18 @@
 #include "NinePatchImage.h"
 
 #include "PixelPacking.h"
+#include "TestFiles.h"
 #include "TestImages.h"
 
 #include <gtest/gtest.h>
+
+#include <sstream>
+#include <utility>
 
 #include <zlib.h>
 
 namespace trevik::kelvo::assets::testing {
 namespace {
-
-using Bands = std::vector<std::pair<int, int>>;
-
-Bands ToPairs(std::vector<NinePatchInfo::Band> const& bands) {
-    Bands pairs;
-    for (NinePatchInfo::Band const& band : bands) {
-        pairs.emplace_back(band.first, band.count);
-    }
-    return pairs;
-}
 
 /** The four bytes of a border pixel's letter. */
 Bytes Colour(char letter) {
@@ -47,6 +41,8 @@ struct Border {
     std::string bottom;
     std::string right;
 };
+
+using Bands = std::vector<NinePatchInfo::Band>;
 
 constexpr int Width = 9;
 constexpr int Height = 7;
@@ -101,18 +97,28 @@ Bytes PngChunk(char const* pName, Bytes const& content) {
 
 /** What the chunk says: left, right, top and bottom padding, and the divisions. */
 struct Compiled {
-    std::vector<int> padding;
-    std::vector<int> columns;
-    std::vector<int> rows;
+    std::vector<int> numbers[3]; ///< padding, columns, rows
+    explicit Compiled(std::string const& text) {
+        std::istringstream words(text);
+        std::size_t nPart = 0;
+        for (std::string word; words >> word;) {
+            if (word == "/") {
+                ++nPart;
+            } else {
+                numbers[nPart].push_back(std::stoi(word));
+            }
+        }
+    }
 };
 
-Compiled const PlainCompiled = {{1, 2, 3, 4}, {2, 5}, {1, 3}};
+char const* const PlainCompiled = "1 2 3 4 / 2 5 / 1 3";
 
-Bytes Description(Compiled const& compiled, std::size_t nColours = 3) {
-    Bytes bytes = {1, std::uint8_t(compiled.columns.size()), std::uint8_t(compiled.rows.size()),
-                   std::uint8_t(nColours)};
+Bytes ChunkOf(Compiled const& compiled) {
+    auto const& [padding, columns, rows] = compiled.numbers;
+    std::size_t const nColours = 3;
+    Bytes bytes = {1, std::uint8_t(columns.size()), std::uint8_t(rows.size()), std::uint8_t(nColours)};
     bytes.resize(12, 0xEE);
-    for (std::vector<int> const& numbers : {compiled.padding, {-1}, compiled.columns, compiled.rows}) {
+    for (std::vector<int> const& numbers : {padding, {-1}, columns, rows}) {
         for (int const number : numbers) {
             AppendBig32(bytes, std::uint32_t(number));
         }
@@ -129,8 +135,8 @@ Bytes WithChunk(Bytes file, Bytes const& description, bool fBehindPixels = false
     return file;
 }
 
-Bytes CompiledPng(Compiled const& compiled, bool fBehindPixels = false) {
-    return WithChunk(RgbaPng(Width, Height, Inner()), Description(compiled), fBehindPixels);
+Bytes CompiledPng(char const* pCompiled, bool fBehindPixels = false) {
+    return WithChunk(RgbaPng(Width, Height, Inner()), ChunkOf(Compiled(pCompiled)), fBehindPixels);
 }
 
 struct Loaded {
@@ -148,92 +154,45 @@ Loaded Load(Bytes const& file, ImageOptions const& options = {}) {
     return loaded;
 }
 
-void ExpectInfo(Loaded const& loaded, Bands const& x, Bands const& y, std::vector<int> const& margins) {
+std::string ToText(Bands const& bands) {
+    std::string text;
+    for (NinePatchInfo::Band const& band : bands) {
+        text += " " + std::to_string(band.first) + "+" + std::to_string(band.count);
+    }
+    return text;
+}
+
+void ExpectFault(Loaded const& loaded, std::string const& fault) {
+    EXPECT_FALSE(loaded.fLoaded);
+    EXPECT_TRUE(IsMessage(loaded.error, "button.9.png: " + fault));
+    EXPECT_TRUE(IsUntouched(loaded.image));
+    EXPECT_EQ(ToText(loaded.info.x), " 77+88");
+}
+
+/** Either what the image is expected to be, or why it is refused. */
+void ExpectLoads(Loaded const& loaded, std::string const& expected) {
+    if (expected.rfind("x ", 0) != 0) {
+        return ExpectFault(loaded, expected);
+    }
     ASSERT_TRUE(loaded.fLoaded) << loaded.error;
-    EXPECT_EQ(ToPairs(loaded.info.x), x);
-    EXPECT_EQ(ToPairs(loaded.info.y), y);
-    EXPECT_EQ((std::vector<int>{loaded.info.left, loaded.info.top, loaded.info.right, loaded.info.bottom}),
-              margins);
+    NinePatchInfo const& info = loaded.info;
+    EXPECT_EQ("x" + ToText(info.x) + ", y" + ToText(info.y) + ", margins " + std::to_string(info.left) + " " +
+                  std::to_string(info.top) + " " + std::to_string(info.right) + " " +
+                  std::to_string(info.bottom),
+              expected);
     EXPECT_EQ(loaded.image.width, Width);
     EXPECT_EQ(loaded.image.height, Height);
     EXPECT_EQ(loaded.image.pixels, Inner());
 }
 
-void ExpectFault(Loaded const& loaded, std::string const& fault) {
-    EXPECT_FALSE(loaded.fLoaded);
-    EXPECT_EQ(loaded.error, "button.9.png: " + fault);
-    EXPECT_TRUE(IsUntouched(loaded.image));
-    EXPECT_EQ(ToPairs(loaded.info.x), (Bands{{77, 88}}));
-}
-
 TEST(NinePatchSource, SaysWhatStretchesAndWhereContentGoes) {
-    struct Case {
-        char const* what;
+    for (TextCase const& each : ReadCases("images/nine-patches.txt")) {
+        SCOPED_TRACE(each.text);
         Border border;
-        std::vector<int> margins = {2, 1, 4, 4}; // those of the plain border, as the bands are
-        Bands x = {{2, 3}};
-        Bands y = {{4, 2}}; ///< from the bottom
-    } const cases[] = {
-        {"one band", Plain},
-        {"a white border", {"ww###wwww", "w##wwww", "wwwwwwwww", "wwwwwww"}},
-        {"several bands",
-         {"#.##..#.#", "##..#.#", ".........", "......."},
-         {0, 0, 0, 0},
-         {{0, 1}, {2, 2}, {6, 1}, {8, 1}},
-         {{0, 1}, {2, 1}, {5, 2}}},
-        {"bands all over",
-         {"#########", "#######", ".........", "......."},
-         {0, 0, 0, 0},
-         {{0, 9}},
-         {{0, 7}}},
-        {"content", {"..###....", ".##....", ".#####...", "...###."}, {1, 3, 3, 1}},
-        {"content in one direction", {"..###....", ".##....", "########.", "......."}, {0, 1, 1, 4}},
-        {"content of several bands' extent",
-         {".#..##...", "..#.#..", ".........", "......."},
-         {1, 2, 3, 2},
-         {{1, 1}, {4, 2}},
-         {{2, 1}, {4, 1}}},
-        {"optical bounds", {"..###....", ".##....", "r.####.rr", "rr....r"}, {2, 1, 3, 4}},
-        {"pixels of either kind", {"wt###..wt", "w##..ww", "t..w.....", "...t..w"}},
-    };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.what);
+        std::istringstream(each.text) >> border.top >> border.left >> border.bottom >> border.right;
         for (char const corner : {'#', 'w', 'r', 'g', 'h', '.'}) {
-            ExpectInfo(Load(SourcePng(each.border, corner)), each.x, each.y, each.margins);
+            ExpectLoads(Load(SourcePng(border, corner)), each.expected);
         }
-    }
-}
-
-TEST(NinePatchSource, IsRefusedForABorderThatSaysNothingClear) {
-    std::string const black = "; it may be black, white, transparent";
-    std::string const sides = " (red is for the bottom and right)";
-    struct {
-        Border border;
-        std::string fault;
-    } const cases[] = {
-        {{".........", ".##....", ".........", "......."}, "no columns stretch"},
-        {{"..###....", ".......", ".........", "......."}, "no rows stretch"},
-        {{"g.###....", ".##....", ".........", "......."},
-         "pixel (1, 0) in the top border is #008000ff" + black + sides},
-        {{"..###....", ".##...h", ".........", "......."},
-         "pixel (0, 7) in the left border is #00000080" + black + sides},
-        {{"..#r#....", ".##....", ".........", "......."},
-         "pixel (4, 0) in the top border is #ff0000ff" + black + sides},
-        {{"..###....", "r##....", ".........", "......."},
-         "pixel (0, 1) in the left border is #ff0000ff" + black + sides},
-        {{"..###....", ".##....", "........g", "......."},
-         "pixel (9, 8) in the bottom border is #008000ff" + black + ", red"},
-        {{"..###....", ".##....", ".........", "...g..."},
-         "pixel (10, 4) in the right border is #008000ff" + black + ", red"},
-        {{"..###....", ".##....", ".##..#...", "......."},
-         "the bottom border marks content in 2 pieces; it must be one"},
-        {{"..###....", ".##....", ".........", "#.#.#.#"},
-         "the right border marks content in 4 pieces; it must be one"},
-        {{"..###....", ".##....", "##r##....", "......."},
-         "the bottom border marks content in 2 pieces; it must be one"},
-    };
-    for (auto const& each : cases) {
-        ExpectFault(Load(SourcePng(each.border)), each.fault);
     }
 }
 
@@ -245,7 +204,7 @@ TEST(NinePatchSource, NeedsRoomForAPictureAndUsesTenBands) {
     Loaded const loaded = Load(RgbaPng(3, 3, smallest));
     ASSERT_TRUE(loaded.fLoaded) << loaded.error;
     EXPECT_EQ(loaded.image.width, 1);
-    EXPECT_EQ(ToPairs(loaded.info.x), (Bands{{0, 1}}));
+    EXPECT_EQ(ToText(loaded.info.x), " 0+1");
 
     auto const comb = [](int nTeeth) {
         int const nWidth = 2 * nTeeth + 1;
@@ -276,7 +235,7 @@ TEST(NinePatchSource, BecomesWhatTheOptionsSayWithoutItsBorder) {
     EXPECT_EQ(loaded.image.allocatedWidth, 16);
     EXPECT_EQ(loaded.image.allocatedHeight, 8);
     // Upside down the picture stretches where it did, which is counted from its other end.
-    EXPECT_EQ(ToPairs(loaded.info.y), (Bands{{1, 2}}));
+    EXPECT_EQ(ToText(loaded.info.y), " 1+2");
     EXPECT_EQ((std::vector<int>{loaded.info.top, loaded.info.bottom}), (std::vector<int>{4, 1}));
 
     // The bounds of the file, and not of the picture, are what is limited.
@@ -297,75 +256,30 @@ TEST(NinePatchSource, MayHaveNoAlpha) {
 }
 
 TEST(NinePatchCompiled, SaysWhatStretchesAndWhereContentGoes) {
-    struct {
-        char const* what;
-        Compiled compiled;
-        Bands x;
-        Bands y; ///< from the bottom
-        std::vector<int> margins;
-    } const cases[] = {
-        {"one band", PlainCompiled, {{2, 3}}, {{4, 2}}, {1, 3, 2, 4}},
-        {"several bands",
-         {{0, 0, 0, 0}, {0, 1, 2, 4, 4, 9}, {0, 2, 5, 7}},
-         {{0, 1}, {2, 2}, {4, 5}},
-         {{0, 2}, {5, 2}},
-         {0, 0, 0, 0}},
-        {"empty bands", {{9, 0, 0, 7}, {0, 0, 2, 5, 9, 9}, {1, 3, 3, 3}}, {{2, 3}}, {{4, 2}}, {9, 0, 0, 7}},
-        {"as many as sprites use",
-         {{0, 0, 0, 0}, {0, 0, 0, 1, 1, 2, 2, 3, 3, 4, 4, 5, 5, 6, 6, 7, 7, 8, 8, 9, 9, 9}, {0, 7}},
-         {{0, 1}, {1, 1}, {2, 1}, {3, 1}, {4, 1}, {5, 1}, {6, 1}, {7, 1}, {8, 1}},
-         {{0, 7}},
-         {0, 0, 0, 0}},
-    };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.what);
+    for (TextCase const& each : ReadCases("images/nine-patch-chunks.txt")) {
+        SCOPED_TRACE(each.text);
         for (bool const fBehindPixels : {false, true}) {
-            ExpectInfo(Load(CompiledPng(each.compiled, fBehindPixels)), each.x, each.y, each.margins);
+            ExpectLoads(Load(CompiledPng(each.text.c_str(), fBehindPixels)), each.expected);
         }
     }
 }
 
-TEST(NinePatchCompiled, IsRefusedForAChunkThatDoesNotFit) {
+TEST(NinePatchCompiled, IsRefusedForAChunkThatIsTooShortOrThereTwice) {
     Bytes const file = RgbaPng(Width, Height, Inner());
-    Bytes const whole = Description(PlainCompiled);
+    Bytes const whole = ChunkOf(Compiled(PlainCompiled));
     ASSERT_EQ(whole.size(), 32u + 4 * (2 + 2 + 3));
-    struct {
-        Bytes file;
-        std::string fault;
-    } const cases[] = {
-        {WithChunk(file, {}), "has 0 bytes, too few for the 32 of its content"},
-        {WithChunk(file, Bytes(31)), "has 31 bytes, too few for the 32 of its content"},
-        {WithChunk(file, Bytes(whole.begin(), whole.end() - 1)),
-         "has 59 bytes, too few for the 60 of its content"},
-        {CompiledPng({{0, 0, 0, 0}, {2, 5, 6}, {1, 3}}),
-         "3 column divisions are not pairs of a beginning and an end"},
-        {CompiledPng({{0, 0, 0, 0}, {2, 5}, {1}}), "1 row divisions are not pairs of a beginning and an end"},
-        {CompiledPng({{0, 0, 0, 0}, {5, 2}, {1, 3}}), "column division 1 is at 2, and must be from 5 to 9"},
-        {CompiledPng({{0, 0, 0, 0}, {2, 5, 4, 6}, {1, 3}}),
-         "column division 2 is at 4, and must be from 5 to 9"},
-        {CompiledPng({{0, 0, 0, 0}, {-1, 5}, {1, 3}}), "column division 0 is at -1, and must be from 0 to 9"},
-        {CompiledPng({{0, 0, 0, 0}, {2, 10}, {1, 3}}), "column division 1 is at 10, and must be from 2 to 9"},
-        {CompiledPng({{0, 0, 0, 0}, {2, 5}, {1, 8}}), "row division 1 is at 8, and must be from 1 to 7"},
-        {CompiledPng({{-1, 0, 0, 0}, {2, 5}, {1, 3}}), "a padding of -1 and 0 does not fit 9 texels"},
-        {CompiledPng({{5, 5, 0, 0}, {2, 5}, {1, 3}}), "a padding of 5 and 5 does not fit 9 texels"},
-        {CompiledPng({{0, 0, 0, 0x7FFFFFFF}, {2, 5}, {1, 3}}),
-         "a padding of 0 and 2147483647 does not fit 7 texels"},
-    };
-    for (auto const& each : cases) {
-        ExpectFault(Load(each.file), "chunk npTc: " + each.fault);
+    for (auto const& [nSize, nNeeded] : {std::pair(0, 32), {31, 32}, {59, 60}}) {
+        ExpectFault(Load(WithChunk(file, Bytes(whole.begin(), whole.begin() + nSize))),
+                    "chunk npTc: has " + std::to_string(nSize) + " bytes, too few for the " +
+                        std::to_string(nNeeded) + " of its content");
     }
-    ExpectFault(Load(CompiledPng({{0, 0, 0, 0}, {}, {1, 3}})), "no columns stretch");
-    ExpectFault(Load(CompiledPng({{0, 0, 0, 0}, {2, 5}, {3, 3}})), "no rows stretch");
     ExpectFault(Load(WithChunk(WithChunk(file, whole), whole, true)), "has 2 chunks npTc");
 }
 
 TEST(NinePatchImage, FailsAsPngFilesDo) {
     Bytes damaged = CompiledPng(PlainCompiled);
     damaged[33 + 8] ^= 1; // the checksum of the chunk tells
-    Loaded const loaded = Load(damaged);
-    EXPECT_FALSE(loaded.fLoaded);
-    EXPECT_NE(loaded.error.find("npTc"), std::string::npos) << loaded.error;
-    EXPECT_TRUE(IsUntouched(loaded.image));
+    ExpectFault(Load(damaged), "*npTc*");
     ExpectFault(Load({}), "is empty");
 
     TemporaryFolder const folder;
@@ -374,7 +288,7 @@ TEST(NinePatchImage, FailsAsPngFilesDo) {
     NinePatchInfo info;
     std::string error;
     EXPECT_TRUE(LoadNinePatch(folder.Path("a.9.png"), {}, image, info, error)) << error;
-    EXPECT_EQ(ToPairs(info.x), (Bands{{2, 3}}));
+    EXPECT_EQ(ToText(info.x), " 2+3");
     EXPECT_FALSE(LoadNinePatch(folder.Path("b.9.png"), {}, image, info, error));
     EXPECT_EQ(error, folder.Path("b.9.png") + ": cannot be opened: No such file or directory");
 }

@@ -21,26 +21,26 @@ namespace {
 using ::kelvo::test::IsGolden;
 using ::kelvo::test::ReadText;
 
-std::string const Folder = KELVO_TEST_SCENES "/";
+std::string const Folder = KELVO_TEST_ASSETS "/scenes/";
 
 TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
     Scene scene; // also taken anew, each time whole
-    for (auto const& file : std::filesystem::directory_iterator(Folder)) {
-        if (file.path().extension() == ".json") {
+    for (std::string const& name : Files("scenes")) {
+        std::filesystem::path file = Folder + name;
+        if (file.extension() == ".json") {
             std::string error;
-            ASSERT_TRUE(ReadScene(ReadText(file.path().string()), Folder, scene, error)) << file << error;
-            EXPECT_TRUE(IsGolden(std::filesystem::path(file).replace_extension(".txt").string(),
-                                 DescribeScene(scene)));
+            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, error)) << name << error;
+            EXPECT_TRUE(IsGolden(file.replace_extension(".txt").string(), DescribeScene(scene)));
         }
     }
 }
 
 TEST(SceneReader, SaysWhereAndWhyASceneIsWrong) {
-    for (BadText const& bad : ReadBadTexts(Folder + "errors.txt")) {
+    for (TextCase const& bad : ReadCases("scenes/errors.txt")) {
         std::string message = ErrorOf(bad.text, Folder);
         std::size_t const at = message.find(Folder);
         message = at == message.npos ? message : message.replace(at, Folder.size(), "$FOLDER/");
-        EXPECT_TRUE(IsMessage(message, bad.message)) << bad.text;
+        EXPECT_TRUE(IsMessage(message, bad.expected)) << bad.text;
     }
 }
 
@@ -94,7 +94,7 @@ TEST(SceneReader, KeepsToItsLimits) {
     for (int n = 0; n < 19000; ++n) {
         characters += String8(String16(String16::Format(u"%c", 0x4e00 + n))).GetData();
     }
-    BadText const cases[] = {
+    TextCase const cases[] = {
         {"{\"nodes\": [" +
              Repeat(50, R"({"class": "Sprite", "Opacity": {"keys": [{"frame": 0, "value": 0}, )"
                         R"({"frame": 99999, "value": 1}]}})") +
@@ -108,8 +108,8 @@ TEST(SceneReader, KeepsToItsLimits) {
         {ManyFonts(6, "\"characters\": \"" + characters + "\""),
          "6: /fonts/5: the scene's fonts have more than 100000 characters together"},
     };
-    for (BadText const& bad : cases) {
-        EXPECT_TRUE(IsMessage(ErrorOf(bad.text), bad.message));
+    for (TextCase const& bad : cases) {
+        EXPECT_TRUE(IsMessage(ErrorOf(bad.text), bad.expected));
     }
     std::string const error = ErrorOf(ManyFonts(200, "\"size\": 500"));
     EXPECT_NE(error.find("the glyphs of the scene's fonts take more than 256 MiB"), error.npos) << error;

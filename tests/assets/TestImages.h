@@ -17,28 +17,6 @@ inline ByteSpan Span(const Bytes& bytes) {
 
 using ::kelvo::test::TemporaryFolder;
 
-/** A PNG file described by its samples: what the writer is told, and what a reader must make of it. */
-struct PngSource {
-    int colorType = 0;
-    int bitDepth = 8;
-    bool interlaced = false;
-    bool transparency =
-        false; /**< with a tRNS chunk: of the first pixel's colour, or for half of the palette */
-    int width = 7;
-    int height = 5;
-    std::vector<std::uint16_t> samples; /**< channel after channel, pixel after pixel, row after row */
-    Bytes palette;                      /**< R, G, B */
-    Bytes paletteAlpha;
-};
-
-/** Fills samples and palette with reproducible noise. */
-PngSource NoisePng(int colorType, int bitDepth, bool interlaced, bool transparency);
-
-Bytes EncodePngSource(const PngSource& source);
-
-/** The picture that the samples stand for, four bytes a pixel, computed without libpng. */
-Bytes ExpectedRgba(const PngSource& source);
-
 /** An 8-bit RGBA file of the given pixels (R, G, B, A). */
 Bytes RgbaPng(int width, int height, const Bytes& pixels);
 
