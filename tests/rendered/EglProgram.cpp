@@ -90,6 +90,11 @@ void EglProgram::StartProgram(char const* fragmentSource) {
     EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
 }
 
+Image EglProgram::Present(EGLSurface surface, ANativeWindow const& window) const {
+    EXPECT_TRUE(eglSwapBuffers(m_display, surface));
+    return FrameOf(window);
+}
+
 Image FrameOf(ANativeWindow const& window) {
     desktop::FinishedFrame const& frame = desktop::LastFrame(window);
     return Image(frame.width, frame.height, frame.pixels.data());

@@ -52,8 +52,27 @@ protected:
      */
     static void StartProgram(char const* fragmentSource);
 
+    /** The frame that a swap shows. */
+    Image Present(EGLSurface surface, ANativeWindow const& window) const;
+
     EGLDisplay m_display = EGL_NO_DISPLAY;
 };
+
+/** A window that keeps its frames. */
+struct CapturedWindow : desktop::OffscreenWindow {
+    CapturedWindow(int width, int height) : OffscreenWindowT(width, height) { SetCapture(true); }
+};
+
+/** The error of an EGL call by its result; -1 when the two contradict each other. */
+template <class Result>
+EGLint ErrorOf(Result result) {
+    EGLint const nError = eglGetError();
+    return (nError == EGL_SUCCESS) == bool(result) ? nError : -1;
+}
+
+constexpr Pixel Red = {255, 0, 0, 255};
+constexpr Pixel Green = {0, 255, 0, 255};
+constexpr Pixel Blue = {0, 0, 255, 255};
 
 /** The last captured frame as an image. */
 Image FrameOf(ANativeWindow const& window);

@@ -1,14 +1,15 @@
 #include "EglProgram.h"
+#include "kelvo_test/Threads.h"
 
 #include <GLES2/gl2ext.h>
 #include <hardware/gralloc.h>
 #include <pixelflinger/pixelflinger.h>
 #include <ui/GraphicBuffer.h>
 
-#include <atomic>
+#include <array>
 #include <cstring>
 #include <string>
-#include <thread>
+#include <utility>
 
 namespace kelvo::test {
 namespace {
@@ -18,10 +19,6 @@ using android::sp;
 
 constexpr EGLenum NativeBufferAndroid = 0x3140;
 constexpr std::uint32_t Usage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_SW_WRITE_OFTEN;
-
-constexpr Pixel Red = {255, 0, 0, 255};
-constexpr Pixel Green = {0, 255, 0, 255};
-constexpr Pixel Blue = {0, 0, 255, 255};
 
 /** A program that draws with textures made of graphic buffers. */
 class PlatformBuffer : public EglProgram {
@@ -33,7 +30,6 @@ protected:
         m_createImage = Find<PFNEGLCREATEIMAGEKHRPROC>("eglCreateImageKHR");
         m_destroyImage = Find<PFNEGLDESTROYIMAGEKHRPROC>("eglDestroyImageKHR");
         m_targetTexture = Find<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>("glEGLImageTargetTexture2DOES");
-        m_window.SetCapture(true);
         m_surface = StartDrawing(Config(), m_window);
     }
 
@@ -48,7 +44,8 @@ protected:
         return reinterpret_cast<Function>(eglGetProcAddress(name));
     }
 
-    static sp<GraphicBuffer> MakeBuffer(int width, int height, int format) {
+    static sp<GraphicBuffer> MakeBuffer(int width = Width, int height = Height,
+                                        int format = android::PIXEL_FORMAT_RGBA_8888) {
         return new GraphicBuffer(std::uint32_t(width), std::uint32_t(height), format, Usage);
     }
 
@@ -71,20 +68,26 @@ protected:
         return texture;
     }
 
-    /** Writes the bytes of one pixel into all of them. */
-    static void Fill(GraphicBuffer& buffer, std::vector<std::uint8_t> const& bytes) {
+    /** Writes what `pixel` gives by column and row; rows lie a stride apart, the first at the top. */
+    template <class PixelBytes>
+    static void Write(GraphicBuffer& buffer, std::size_t nBytes, PixelBytes const& pixel) {
         GGLSurface surface = {};
         ASSERT_EQ(buffer.lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN), android::NO_ERROR);
-        for (std::uint32_t y = 0; y < surface.height; ++y) {
-            for (std::uint32_t x = 0; x < surface.width; ++x) {
-                std::memcpy(surface.data + (y * std::uint32_t(surface.stride) + x) * bytes.size(),
-                            bytes.data(), bytes.size());
+        std::memset(surface.data, 0xEE,
+                    std::size_t(surface.stride) * surface.height * nBytes); // between rows, too
+        for (int y = 0; y < int(surface.height); ++y) {
+            for (int x = 0; x < int(surface.width); ++x) {
+                auto const bytes = pixel(x, y);
+                std::memcpy(surface.data + std::size_t(y * surface.stride + x) * nBytes, &bytes[0], nBytes);
             }
         }
         ASSERT_EQ(buffer.unlock(), android::NO_ERROR);
     }
     static void Fill(GraphicBuffer& buffer, Pixel colour) {
-        Fill(buffer, std::vector<std::uint8_t>{colour.r, colour.g, colour.b, colour.a});
+        Write(buffer, 4, [colour](int, int) { return ToBytes(colour); });
+    }
+    static std::array<std::uint8_t, 4> ToBytes(Pixel colour) {
+        return {colour.r, colour.g, colour.b, colour.a};
     }
 
     /** Covers the window with the texture, t = 0 at the top. */
@@ -97,21 +100,22 @@ protected:
         glBindTexture(GL_TEXTURE_2D, texture);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     }
-    Image Show() {
-        EXPECT_TRUE(eglSwapBuffers(m_display, m_surface));
-        return FrameOf(m_window);
-    }
+    Image Show() { return Present(m_surface, m_window); }
     Image Show(GLuint texture) {
         Draw(texture);
         return Show();
     }
-    static Image Filled(Pixel colour) { return Image(Width, Height, colour); }
+    /** Whether a texture is all of one colour; 0 for what has been drawn already. */
+    testing::AssertionResult Shows(GLuint texture, Pixel colour) {
+        return CompareImages(texture ? Show(texture) : Show(), Image(Width, Height, colour),
+                             {1, 1, "rounding of channels with few bits"});
+    }
 
     // Rows of the buffers of this size have room beyond their end.
     static constexpr int Width = 13;
     static constexpr int Height = 7;
 
-    desktop::OffscreenWindow m_window{Width, Height};
+    CapturedWindow m_window{Width, Height};
     EGLSurface m_surface = EGL_NO_SURFACE;
     bool m_fProgram = false;
     PFNEGLCREATEIMAGEKHRPROC m_createImage = nullptr;
@@ -122,22 +126,17 @@ protected:
 using PlatformBufferImage = EglProgram;
 
 TEST_F(PlatformBufferImage, IsAdvertisedWhereItCanBeMadeAndRefusedElsewhere) {
-    auto const createImage =
-        reinterpret_cast<PFNEGLCREATEIMAGEKHRPROC>(eglGetProcAddress("eglCreateImageKHR"));
-    ASSERT_NE(createImage, nullptr);
     std::string const extensions = eglQueryString(m_display, EGL_EXTENSIONS);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
     bool const fAdvertised = extensions.find(" EGL_ANDROID_image_native_buffer") != std::string::npos;
+    RecordProperty("images", fAdvertised ? "yes" : "no");
     sp<GraphicBuffer> const pBuffer(new GraphicBuffer(4, 4, android::PIXEL_FORMAT_RGBA_8888, Usage));
-    EGLImageKHR const image =
-        createImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, pBuffer->getNativeBuffer(), nullptr);
-    EXPECT_EQ(eglGetError(), fAdvertised ? EGL_SUCCESS : EGL_BAD_PARAMETER);
-    EXPECT_EQ(image != EGL_NO_IMAGE_KHR, fAdvertised);
+    EXPECT_EQ(ErrorOf(eglCreateImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid,
+                                     pBuffer->getNativeBuffer(), nullptr)),
+              fAdvertised ? EGL_SUCCESS : EGL_BAD_PARAMETER);
     EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
     GGLSurface surface = {};
     EXPECT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
     EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
-    RecordProperty("images", fAdvertised ? "yes" : "no");
 }
 
 TEST_F(PlatformBuffer, BeginsAsZerosAndSaysWhatItIs) {
@@ -158,6 +157,10 @@ TEST_F(PlatformBuffer, BeginsAsZerosAndSaysWhatItIs) {
         GGLSurface surface = {};
         ASSERT_EQ(pBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN), android::NO_ERROR);
         EXPECT_EQ(surface.stride, 16);
+        EXPECT_EQ(surface.width, 13u);
+        EXPECT_EQ(surface.height, 7u);
+        EXPECT_EQ(surface.format, each.format);
+        EXPECT_EQ(surface.version, sizeof(GGLSurface));
         std::vector<std::uint8_t> const zeros(16 * 7 * each.bytes);
         EXPECT_EQ(std::memcmp(surface.data, zeros.data(), zeros.size()), 0);
         EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
@@ -184,8 +187,7 @@ TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
         EXPECT_EQ(pNone->initCheck(), android::BAD_VALUE);
         EXPECT_EQ(pNone->lock(&surface, 0), android::NO_INIT);
         EXPECT_EQ(pNone->unlock(), android::NO_INIT);
-        EXPECT_EQ(MakeImage(pNone), EGL_NO_IMAGE_KHR);
-        EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+        EXPECT_EQ(ErrorOf(MakeImage(pNone)), EGL_BAD_PARAMETER);
     }
 }
 
@@ -210,113 +212,73 @@ TEST_F(PlatformBuffer, EachFormatIsSampledInItsColours) {
         EGLImageKHR const image = MakeImage(pBuffer);
         ASSERT_NE(image, EGL_NO_IMAGE_KHR) << std::hex << eglGetError();
         GLuint const texture = MakeTexture(image);
-        Fill(*pBuffer, each.bytes);
-        EXPECT_TRUE(CompareImages(Show(texture), Filled(each.colour),
-                                  {1, 1, "rounding of channels with few bits"}, std::to_string(each.format)));
+        Write(*pBuffer, each.bytes.size(), [&](int, int) { return each.bytes; });
+        EXPECT_TRUE(Shows(texture, each.colour));
         glDeleteTextures(1, &texture);
         EXPECT_TRUE(m_destroyImage(m_display, image));
     }
 }
 
-TEST_F(PlatformBuffer, RowsLieAStrideApartTheFirstAtTheTop) {
-    for (int const format : {android::PIXEL_FORMAT_RGBA_8888, android::PIXEL_FORMAT_RGBX_8888}) {
-        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, format);
-        GGLSurface surface = {};
-        ASSERT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
-        Image expected(Width, Height);
-        std::memset(surface.data, 0xEE, std::size_t(surface.stride) * Height * 4); // also between the rows
-        for (int y = 0; y < Height; ++y) {
-            for (int x = 0; x < Width; ++x) {
-                expected.At(x, y) = {std::uint8_t(x * 16), std::uint8_t(y * 32), std::uint8_t(x * y), 255};
-                std::memcpy(surface.data + (y * surface.stride + x) * 4, &expected.At(x, y), 4);
-            }
-        }
-        ASSERT_EQ(pBuffer->unlock(), android::NO_ERROR);
-        // The pixels from before the image was made.
-        EXPECT_TRUE(
-            CompareImages(Show(MakeTexture(MakeImage(pBuffer))), expected, {}, std::to_string(format)));
+TEST_F(PlatformBuffer, RowsLieAStrideApartTheFirstAtTheTopAlsoWherePixelsAreManyAndRewritten) {
+    struct {
+        int format, columns, rows; ///< that a pixel of the window covers
+    } const cases[] = {{android::PIXEL_FORMAT_RGBA_8888, 1, 1},
+                       {android::PIXEL_FORMAT_RGBX_8888, 1, 1},
+                       {android::PIXEL_FORMAT_BGRA_8888, 25, 51}, // more than is rewritten at a time
+                       {android::PIXEL_FORMAT_RGBX_8888, 25, 51}};
+    for (auto const& each : cases) {
+        SCOPED_TRACE(each.format);
+        SCOPED_TRACE(each.rows);
+        auto const colour = [](int x, int y) {
+            return Pixel{std::uint8_t(x / 2), std::uint8_t(y % 251), std::uint8_t(y / 2 + x)};
+        };
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(each.columns * Width, each.rows * Height, each.format);
+        bool const fImageFirst = each.rows > 1; // or the pixels are from before the image was made
+        GLuint texture = fImageFirst ? MakeTexture(MakeImage(pBuffer)) : 0;
+        Write(*pBuffer, 4, [&](int x, int y) { return ToBytes(colour(x, y)); });
+        texture = fImageFirst ? texture : MakeTexture(MakeImage(pBuffer));
+        Image const expected = test::MakeImage(Width, Height, [&](int x, int y) {
+            Pixel pixel = colour(each.columns * x + each.columns / 2, each.rows * y + each.rows / 2);
+            if (each.format == android::PIXEL_FORMAT_BGRA_8888)
+                std::swap(pixel.r, pixel.b);
+            return pixel;
+        });
+        EXPECT_TRUE(CompareImages(Show(texture), expected));
     }
 }
 
-TEST_F(PlatformBuffer, PixelsThatGLTakesInAnotherOrderComeWholeWhereTheyAreMany) {
-    // More than is rewritten at a time, in rows with room behind them.
-    constexpr int Columns = 25 * Width;
-    constexpr int Rows = 51 * Height;
-    for (int const format : {android::PIXEL_FORMAT_BGRA_8888, android::PIXEL_FORMAT_RGBX_8888}) {
-        sp<GraphicBuffer> const pBuffer = MakeBuffer(Columns, Rows, format);
-        GLuint const texture = MakeTexture(MakeImage(pBuffer));
-        GGLSurface surface = {};
-        ASSERT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
-        for (int y = 0; y < Rows; ++y) {
-            for (int x = 0; x < Columns; ++x) {
-                std::uint8_t const bytes[] = {std::uint8_t(x / 2), std::uint8_t(y % 251), std::uint8_t(y / 2),
-                                              255};
-                std::memcpy(surface.data + (y * surface.stride + x) * 4, bytes, 4);
-            }
-        }
-        ASSERT_EQ(pBuffer->unlock(), android::NO_ERROR);
-        Image expected(Width, Height);
-        for (int y = 0; y < Height; ++y) {
-            for (int x = 0; x < Width; ++x) {
-                int const nColumn = 25 * x + 12; // in the middle of those that the window's pixel covers
-                int const nRow = 51 * y + 25;
-                auto const first = std::uint8_t(nColumn / 2);
-                auto const third = std::uint8_t(nRow / 2);
-                bool const fExchanged = format == android::PIXEL_FORMAT_BGRA_8888;
-                expected.At(x, y) = {fExchanged ? third : first, std::uint8_t(nRow % 251),
-                                     fExchanged ? first : third, 255};
-            }
-        }
-        EXPECT_TRUE(CompareImages(Show(texture), expected, {}, std::to_string(format)));
-    }
-}
-
-TEST_F(PlatformBuffer, ShowsFromUnlockOnWhatAnotherThreadWrote) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
+TEST_F(PlatformBuffer, ShowsFromUnlockOnWhatAnotherThreadWroteAndBeforeThatTheOldPixels) {
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
     GLuint const texture = MakeTexture(MakeImage(pBuffer));
     Fill(*pBuffer, Red);
-    EXPECT_TRUE(CompareImages(Show(texture), Filled(Red), {}, "before"));
+    EXPECT_TRUE(Shows(texture, Red)) << "before";
     GGLSurface surface = {};
     ASSERT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
     std::memset(surface.data, 0xFF, std::size_t(surface.stride) * Height * 4);
-    EXPECT_TRUE(CompareImages(Show(texture), Filled(Red), {}, "while it is written"));
-    std::thread([&] {
+    EXPECT_TRUE(Shows(texture, Red)) << "while it is written";
+    RunOnThreads(1, [&](int) {
         EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
         EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
-    }).join();
-    EXPECT_TRUE(CompareImages(Show(texture), Filled({255, 255, 255, 255}), {}, "after"));
-}
-
-TEST_F(PlatformBuffer, DrawsGivenBeforeUnlockOnTheirThreadShowTheOldPixels) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
-    GLuint const texture = MakeTexture(MakeImage(pBuffer));
-    Fill(*pBuffer, Red);
-    Draw(texture);
+    });
+    EXPECT_TRUE(Shows(texture, {255, 255, 255, 255})) << "after";
+    Draw(texture); // and what is drawn and not shown yet, with the pixels that were there then
     Fill(*pBuffer, Green);
-    EXPECT_TRUE(CompareImages(Show(), Filled(Red), {}, "drawn before"));
-    EXPECT_TRUE(CompareImages(Show(texture), Filled(Green), {}, "drawn after"));
+    EXPECT_TRUE(Shows(0, {255, 255, 255, 255})) << "drawn before";
+    EXPECT_TRUE(Shows(texture, Green)) << "drawn after";
 }
 
 TEST_F(PlatformBuffer, ThreadsThatWriteWhileFramesAreShownNeverTearThem) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
     GLuint const texture = MakeTexture(MakeImage(pBuffer));
     Fill(*pBuffer, Red);
-    std::atomic<bool> fDone{false};
-    std::thread producer([&] {
-        for (int n = 0; !fDone; ++n)
-            Fill(*pBuffer, n % 2 == 0 ? Green : Blue);
-    });
-    int nTorn = 0;
-    for (int nFrame = 0; nFrame < 100; ++nFrame) {
-        Image const frame = Show(texture);
-        for (int y = 0; y < Height; ++y) {
-            for (int x = 0; x < Width; ++x)
-                nTorn += frame.At(x, y) != frame.At(0, 0);
-        }
-    }
-    fDone = true;
-    producer.join();
-    EXPECT_EQ(nTorn, 0);
+    RunBesideThreads(
+        1, [&](int, int nRound) { Fill(*pBuffer, nRound % 2 == 0 ? Green : Blue); },
+        [&] {
+            for (int nFrame = 0; nFrame < 100; ++nFrame) {
+                Image const frame = Show(texture);
+                ASSERT_TRUE(CompareImages(frame, Image(Width, Height, frame.At(0, 0)))) << "torn";
+            }
+        });
 }
 
 TEST_F(PlatformBuffer, WhatIsCurrentAndTheErrorsStayAsTheyWere) {
@@ -324,7 +286,7 @@ TEST_F(PlatformBuffer, WhatIsCurrentAndTheErrorsStayAsTheyWere) {
     desktop::OffscreenWindow other(3, 3);
     EGLSurface const read = Surface(Config(), &other);
     ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, read, context));
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
     EGLImageKHR const image = MakeImage(pBuffer);
     glBindTexture(GL_TEXTURE_2D, 0);
     glEnable(GL_TEXTURE_2D);                                 // leaves an error in GL
@@ -332,92 +294,79 @@ TEST_F(PlatformBuffer, WhatIsCurrentAndTheErrorsStayAsTheyWere) {
     Fill(*pBuffer, Red);
     EXPECT_EQ(eglGetError(), EGL_BAD_SURFACE);
     EXPECT_EQ(glGetError(), GLenum(GL_INVALID_ENUM));
-    EXPECT_TRUE(m_destroyImage(m_display, image));
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+    EXPECT_EQ(ErrorOf(m_destroyImage(m_display, image)), EGL_SUCCESS);
     EXPECT_EQ(eglGetCurrentContext(), context);
     EXPECT_EQ(eglGetCurrentSurface(EGL_DRAW), m_surface);
     EXPECT_EQ(eglGetCurrentSurface(EGL_READ), read);
     GLint nTexture = -1;
     glGetIntegerv(GL_TEXTURE_BINDING_2D, &nTexture);
     EXPECT_EQ(nTexture, 0);
-}
 
-TEST_F(PlatformBuffer, WhatWasDestroyedWhileCurrentStaysCurrent) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
+    // Also what was destroyed while it was current. It cannot be shown any more.
     GLuint const texture = MakeTexture(MakeImage(pBuffer));
-    EGLContext const context = eglGetCurrentContext();
+    ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, context));
     ASSERT_TRUE(eglDestroyContext(m_display, context));
     Fill(*pBuffer, Green);
     EXPECT_EQ(eglGetCurrentContext(), context);
-    Draw(texture); // it cannot be shown any more
+    Draw(texture);
     Pixel pixel;
     glReadPixels(Width / 2, Height / 2, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, &pixel);
     EXPECT_TRUE(pixel == Green);
 }
 
-TEST_F(PlatformBuffer, ImageAndBufferMayGoInAnyOrder) {
-    sp<GraphicBuffer> pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
-    EGLImageKHR const first = MakeImage(pBuffer);
-    EGLImageKHR const second = MakeImage(pBuffer);
+TEST_F(PlatformBuffer, ImageAndBufferMayGoInAnyOrderAndOutliveTheirDisplay) {
+    sp<GraphicBuffer> pBuffer = MakeBuffer();
+    EGLImageKHR const first = MakeImage(pBuffer), second = MakeImage(pBuffer);
     EXPECT_NE(first, second);
     EXPECT_EQ(pBuffer->getStrongCount(), 1);
-    GLuint const firstTexture = MakeTexture(first);
-    GLuint const secondTexture = MakeTexture(second);
+    GLuint const firstTexture = MakeTexture(first), secondTexture = MakeTexture(second);
     Fill(*pBuffer, Red);
     EXPECT_TRUE(m_destroyImage(m_display, first));
-    EXPECT_FALSE(m_destroyImage(m_display, first));
-    EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+    EXPECT_EQ(ErrorOf(m_destroyImage(m_display, first)), EGL_BAD_PARAMETER);
     Fill(*pBuffer, Blue);
-    EXPECT_TRUE(CompareImages(Show(firstTexture), Filled(Red), {}, "whose image is gone"));
-    EXPECT_TRUE(CompareImages(Show(secondTexture), Filled(Blue), {}, "whose image is there"));
+    EXPECT_TRUE(Shows(firstTexture, Red)) << "whose image is gone";
+    EXPECT_TRUE(Shows(secondTexture, Blue)) << "whose image is there";
     pBuffer.clear();
-    EXPECT_TRUE(CompareImages(Show(secondTexture), Filled(Blue), {}, "whose buffer is gone"));
+    EXPECT_TRUE(Shows(secondTexture, Blue)) << "whose buffer is gone";
     EXPECT_TRUE(eglDestroyImage(m_display, second));
-}
 
-TEST_F(PlatformBuffer, WrongArgumentsForImagesAreRefused) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(4, 4, android::PIXEL_FORMAT_RGBA_8888);
-    EGLClientBuffer const buffer = pBuffer->getNativeBuffer();
-    EGLint const width[] = {EGL_WIDTH, 4, EGL_NONE};
-    ANativeWindowBuffer unknown;
-    unknown.magic = ANativeWindowBuffer::LivingMagic;
-    struct Case {
-        char const* name;
-        EGLDisplay display;
-        EGLContext context;
-        EGLClientBuffer buffer;
-        EGLint const* attributes;
-        EGLint error;
-    } const cases[] = {
-        {"null", m_display, EGL_NO_CONTEXT, nullptr, nullptr, EGL_BAD_PARAMETER},
-        {"no buffer", m_display, EGL_NO_CONTEXT, &unknown, nullptr, EGL_BAD_PARAMETER},
-        {"an attribute of something else", m_display, EGL_NO_CONTEXT, buffer, width, EGL_BAD_PARAMETER},
-        {"a context", m_display, eglGetCurrentContext(), buffer, nullptr, EGL_BAD_CONTEXT},
-        {"no display", EGL_NO_DISPLAY, EGL_NO_CONTEXT, buffer, nullptr, EGL_BAD_DISPLAY},
-    };
-    for (Case const& each : cases) {
-        EXPECT_EQ(
-            m_createImage(each.display, each.context, NativeBufferAndroid, each.buffer, each.attributes),
-            EGL_NO_IMAGE_KHR)
-            << each.name;
-        EXPECT_EQ(eglGetError(), each.error) << each.name;
-    }
-    sp<GraphicBuffer> const pWide = MakeBuffer(100000, 1, android::PIXEL_FORMAT_RGBA_8888);
-    EXPECT_EQ(MakeImage(pWide), EGL_NO_IMAGE_KHR);
-    EXPECT_EQ(eglGetError(), EGL_BAD_ALLOC);
-    EXPECT_NE(eglCreateImage(m_display, EGL_NO_CONTEXT, NativeBufferAndroid, buffer, nullptr), EGL_NO_IMAGE);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-}
-
-TEST_F(PlatformBuffer, OutlivesItsDisplay) {
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, android::PIXEL_FORMAT_RGBA_8888);
+    pBuffer = MakeBuffer();
     ASSERT_NE(MakeImage(pBuffer), EGL_NO_IMAGE_KHR);
     eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     ASSERT_TRUE(eglTerminate(m_display));
     Fill(*pBuffer, Green);
     ASSERT_TRUE(eglInitialize(m_display, nullptr, nullptr));
     m_surface = StartDrawing(Config(), m_window);
-    EXPECT_TRUE(CompareImages(Show(MakeTexture(MakeImage(pBuffer))), Filled(Green)));
+    m_fProgram = false;
+    EXPECT_TRUE(Shows(MakeTexture(MakeImage(pBuffer)), Green));
+}
+
+TEST_F(PlatformBuffer, WrongArgumentsForImagesAreRefused) {
+    sp<GraphicBuffer> const pBuffer = MakeBuffer(), pWide = MakeBuffer(100000, 1);
+    EGLClientBuffer const buffer = pBuffer->getNativeBuffer();
+    EGLint const width[] = {EGL_WIDTH, 4, EGL_NONE};
+    ANativeWindowBuffer unknown;
+    unknown.magic = ANativeWindowBuffer::LivingMagic;
+    struct {
+        EGLDisplay display;
+        EGLContext context;
+        EGLClientBuffer buffer;
+        EGLint const* attributes;
+        EGLint error;
+    } const cases[] = {
+        {m_display, EGL_NO_CONTEXT, nullptr, nullptr, EGL_BAD_PARAMETER},
+        {m_display, EGL_NO_CONTEXT, &unknown, nullptr, EGL_BAD_PARAMETER},
+        {m_display, EGL_NO_CONTEXT, buffer, width, EGL_BAD_PARAMETER},
+        {m_display, eglGetCurrentContext(), buffer, nullptr, EGL_BAD_CONTEXT},
+        {EGL_NO_DISPLAY, EGL_NO_CONTEXT, buffer, nullptr, EGL_BAD_DISPLAY},
+        {m_display, EGL_NO_CONTEXT, pWide->getNativeBuffer(), nullptr, EGL_BAD_ALLOC},
+        {m_display, EGL_NO_CONTEXT, buffer, nullptr, EGL_SUCCESS},
+    };
+    for (auto const& each : cases) {
+        EXPECT_EQ(ErrorOf(m_createImage(each.display, each.context, NativeBufferAndroid, each.buffer,
+                                        each.attributes)),
+                  each.error);
+    }
 }
 
 } // namespace

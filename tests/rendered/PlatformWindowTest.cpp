@@ -1,4 +1,5 @@
 #include "EglProgram.h"
+#include "kelvo_test/Threads.h"
 
 #include <EGL/eglext.h>
 
@@ -12,9 +13,6 @@ namespace {
 
 using desktop::OffscreenWindow;
 
-constexpr Pixel Red = {255, 0, 0, 255};
-constexpr Pixel Blue = {0, 0, 255, 255};
-
 using PlatformWindow = EglProgram;
 
 TEST_F(PlatformWindow, WhatIsNoneIsRefused) {
@@ -22,87 +20,70 @@ TEST_F(PlatformWindow, WhatIsNoneIsRefused) {
     ANativeWindow unprepared;
     unprepared.width = 8;
     unprepared.height = 8;
-    OffscreenWindow flat(8, 0);
-    OffscreenWindow negative(-1, 8);
+    OffscreenWindow flat(8, 0), negative(-1, 8);
     ANativeWindow x11; // no X server's display here
-    desktop::InitialiseX11(x11, 0x400001, 8, 8);
+    desktop::InitialiseX11(x11, 0x400001, 8, 9);
+    EXPECT_TRUE(x11.x11Window == 0x400001 && x11.width == 8 && x11.height == 9);
     // A window that was overwritten by another object without being destroyed.
     alignas(ANativeWindow) unsigned char storage[sizeof(ANativeWindow)];
     auto* const overwritten = new (storage) ANativeWindow;
     desktop::InitialiseOffscreen(*overwritten, 8, 8);
     overwritten->magic = 0;
-
-    struct Case {
-        char const* name;
-        void const* window;
-    } const cases[] = {
-        {"null", nullptr},
-        {"a number such as an X11 id", reinterpret_cast<void*>(0x400001)},
-        {"memory of something else", foreign},
-        {"a window that was not prepared", &unprepared},
-        {"a window without height", &flat},
-        {"a window of negative width", &negative},
-        {"an X11 window on an off-screen display", &x11},
-        {"an overwritten window", overwritten},
-    };
-    for (Case const& each : cases) {
-        SCOPED_TRACE(each.name);
-        EXPECT_EQ(Surface(Config(), const_cast<void*>(each.window)), EGL_NO_SURFACE);
-        EXPECT_EQ(eglGetError(), EGL_BAD_NATIVE_WINDOW);
+    void const* const windows[] = {nullptr, reinterpret_cast<void*>(0x400001), // such as an X11 id
+                                   foreign, &unprepared,
+                                   &flat,   &negative,
+                                   &x11,    overwritten};
+    int n = 0;
+    for (void const* window : windows) {
+        EXPECT_EQ(ErrorOf(Surface(Config(), const_cast<void*>(window))), EGL_BAD_NATIVE_WINDOW) << n++;
         EXPECT_EQ(eglGetError(), EGL_SUCCESS);
     }
     overwritten->~ANativeWindow();
 }
 
-TEST_F(PlatformWindow, OtherBadArgumentsAreReportedAsEglSays) {
-    OffscreenWindow window(8, 8);
+TEST_F(PlatformWindow, ArgumentsAndAttributesAreAnsweredAsEglSays) {
+    OffscreenWindow window(37, 23);
     auto const native = reinterpret_cast<EGLNativeWindowType>(static_cast<ANativeWindow*>(&window));
     EGLint const width[] = {EGL_WIDTH, 8, EGL_NONE};
     EGLint const renderBuffer[] = {EGL_RENDER_BUFFER, EGL_WIDTH, EGL_NONE};
-    OffscreenWindow wide(1 << 24, 1);
-
-    EXPECT_EQ(eglCreateWindowSurface(EGL_NO_DISPLAY, Config(), native, nullptr), EGL_NO_SURFACE);
-    EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
-    EXPECT_EQ(eglCreateWindowSurface(m_display, nullptr, native, nullptr), EGL_NO_SURFACE);
-    EXPECT_EQ(eglGetError(), EGL_BAD_CONFIG);
-    for (EGLint const* attributes : {width, renderBuffer}) {
-        EXPECT_EQ(eglCreateWindowSurface(m_display, Config(), native, attributes), EGL_NO_SURFACE);
-        EXPECT_EQ(eglGetError(), EGL_BAD_ATTRIBUTE);
+    EGLAttrib wide[] = {EGL_RENDER_BUFFER, EGL_SINGLE_BUFFER, EGL_NONE};
+    OffscreenWindow tooWide(1 << 24, 1);
+    auto const create = [&](EGLDisplay display, EGLConfig config, EGLint const* attributes) {
+        return ErrorOf(eglCreateWindowSurface(display, config, native, attributes));
+    };
+    EXPECT_EQ(create(EGL_NO_DISPLAY, Config(), nullptr), EGL_BAD_DISPLAY);
+    EXPECT_EQ(create(m_display, nullptr, nullptr), EGL_BAD_CONFIG);
+    EXPECT_EQ(create(m_display, Config(), width), EGL_BAD_ATTRIBUTE);
+    EXPECT_EQ(create(m_display, Config(), renderBuffer), EGL_BAD_ATTRIBUTE);
+    EXPECT_EQ(ErrorOf(Surface(Config(), &tooWide)), EGL_BAD_ALLOC);
+    if constexpr (sizeof(EGLAttrib) > sizeof(EGLint)) {
+        wide[1] += EGLAttrib(1) << 8 * sizeof(EGLint);
+        EXPECT_EQ(ErrorOf(eglCreatePlatformWindowSurface(m_display, Config(), &window, wide)),
+                  EGL_BAD_ATTRIBUTE);
+        wide[1] = EGL_SINGLE_BUFFER;
     }
-    EXPECT_EQ(Surface(Config(), &wide), EGL_NO_SURFACE);
-    EXPECT_EQ(eglGetError(), EGL_BAD_ALLOC);
     // None of this has taken the window.
-    EXPECT_NE(Surface(Config(), &window), EGL_NO_SURFACE);
-    EXPECT_EQ(eglGetError(), EGL_SUCCESS);
-}
-
-TEST_F(PlatformWindow, SurfaceTakesWindowAttributesAndAnswersAsAWindows) {
-    OffscreenWindow window(37, 23);
-    EGLAttrib const single[] = {EGL_RENDER_BUFFER, EGL_SINGLE_BUFFER, EGL_NONE};
-    EGLSurface const surface = eglCreatePlatformWindowSurface(m_display, Config(), &window, single);
-    ASSERT_NE(surface, EGL_NO_SURFACE);
-    struct Case {
-        EGLint nName;
-        EGLint nExpected;
+    EGLSurface const surface = eglCreatePlatformWindowSurface(m_display, Config(), &window, wide);
+    ASSERT_EQ(ErrorOf(surface), EGL_SUCCESS);
+    struct {
+        EGLint nName, nExpected;
     } const cases[] = {
         {EGL_WIDTH, 37},           {EGL_HEIGHT, 23}, {EGL_CONFIG_ID, Attribute(Config(), EGL_CONFIG_ID)},
         {EGL_LARGEST_PBUFFER, -7}, // what was there: a window has no such attribute, which is no error
         {EGL_TEXTURE_FORMAT, -7},
     };
-    for (Case const& each : cases) {
+    for (auto const& each : cases) {
         EGLint nValue = -7;
         EXPECT_TRUE(eglQuerySurface(m_display, surface, each.nName, &nValue));
         EXPECT_EQ(nValue, each.nExpected) << std::hex << each.nName;
     }
 }
 
-TEST_F(PlatformWindow, HasOneSurfaceAtATimeAndANewSizeWithTheNext) {
-    OffscreenWindow window(8, 6);
-    window.SetCapture(true);
+TEST_F(PlatformWindow, HasOneSurfaceAtATimeAndANewSizeWithTheNextBesideAnothers) {
+    CapturedWindow window(8, 6), other(3, 9);
     EGLConfig const config = Config();
     EGLSurface const first = StartDrawing(config, window);
-    EXPECT_EQ(Surface(config, &window), EGL_NO_SURFACE);
-    EXPECT_EQ(eglGetError(), EGL_BAD_ALLOC);
+    EXPECT_EQ(ErrorOf(Surface(config, &window)), EGL_BAD_ALLOC);
     ASSERT_TRUE(eglDestroySurface(m_display, first));
     window.width = 5;
     window.height = 11;
@@ -110,52 +91,30 @@ TEST_F(PlatformWindow, HasOneSurfaceAtATimeAndANewSizeWithTheNext) {
     ASSERT_NE(second, EGL_NO_SURFACE);
     Bind(second);
     Clear(Blue);
-    ASSERT_TRUE(eglSwapBuffers(m_display, second));
-    EXPECT_TRUE(CompareImages(FrameOf(window), Image(5, 11, Blue)));
-}
-
-TEST_F(PlatformWindow, TwoShowTheirOwnFrames) {
-    OffscreenWindow left(8, 6);
-    OffscreenWindow right(3, 9);
-    left.SetCapture(true);
-    right.SetCapture(true);
-    EGLConfig const config = Config();
-    EGLSurface const leftSurface = StartDrawing(config, left);
+    EGLSurface const otherSurface = Surface(config, &other);
+    Bind(otherSurface);
     Clear(Red);
-    EGLSurface const rightSurface = Surface(config, &right);
-    Bind(rightSurface);
-    Clear(Blue);
-    ASSERT_TRUE(eglSwapBuffers(m_display, rightSurface));
-    Bind(leftSurface);
-    ASSERT_TRUE(eglSwapBuffers(m_display, leftSurface));
-    EXPECT_TRUE(CompareImages(FrameOf(left), Image(8, 6, Red), {}, "left"));
-    EXPECT_TRUE(CompareImages(FrameOf(right), Image(3, 9, Blue), {}, "right"));
+    EXPECT_TRUE(CompareImages(Present(otherSurface, other), Image(3, 9, Red)));
+    Bind(second);
+    EXPECT_TRUE(CompareImages(Present(second, window), Image(5, 11, Blue)));
 }
 
 TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
     Pixel const colours[2] = {Red, Blue};
     Image frames[2];
     EGLint errors[2] = {};
-    auto const draw = [&](int nThread) {
-        OffscreenWindow window(8 + nThread, 6);
-        window.SetCapture(true);
+    RunOnThreads(2, [&](int nThread) {
+        CapturedWindow window(8 + nThread, 6);
         EGLSurface const surface = StartDrawing(Config(), window);
-        bool fSwapped = true;
         for (int nFrame = 0; nFrame < 20; ++nFrame) {
             Clear(colours[nThread]);
-            fSwapped = fSwapped && eglSwapBuffers(m_display, surface);
+            frames[nThread] = Present(surface, window);
         }
-        EXPECT_TRUE(fSwapped);
-        frames[nThread] = FrameOf(window);
         if (nThread == 1)
             Surface(Config(), nullptr);
         errors[nThread] = eglGetError();
         eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    };
-    std::thread first(draw, 0);
-    std::thread second(draw, 1);
-    first.join();
-    second.join();
+    });
     EXPECT_TRUE(CompareImages(frames[0], Image(8, 6, Red), {}, "first"));
     EXPECT_TRUE(CompareImages(frames[1], Image(9, 6, Blue), {}, "second"));
     EXPECT_EQ(errors[0], EGL_SUCCESS);
@@ -163,19 +122,16 @@ TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
 }
 
 TEST_F(PlatformWindow, SwappedWithDamageShowsItsFrame) {
-    OffscreenWindow window(8, 6);
-    window.SetCapture(true);
+    CapturedWindow window(8, 6);
     EGLSurface const surface = StartDrawing(Config(), window);
     unsigned long nFrames = 0;
     for (char const* name : {"eglSwapBuffersWithDamageKHR", "eglSwapBuffersWithDamageEXT"}) {
-        auto const swap = reinterpret_cast<PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC>(eglGetProcAddress(name));
-        if (!swap)
-            continue;
-        EGLint const all[] = {0, 0, 8, 6};
-        EXPECT_TRUE(swap(m_display, surface, all, 1)) << name;
-        EXPECT_EQ(window.LastFrame().serial, ++nFrames);
-        EXPECT_FALSE(swap(m_display, surface, nullptr, 1));
-        EXPECT_EQ(eglGetError(), EGL_BAD_PARAMETER);
+        if (auto const swap = reinterpret_cast<PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC>(eglGetProcAddress(name))) {
+            EGLint const all[] = {0, 0, 8, 6};
+            EXPECT_TRUE(swap(m_display, surface, all, 1)) << name;
+            EXPECT_EQ(window.LastFrame().serial, ++nFrames);
+            EXPECT_EQ(ErrorOf(swap(m_display, surface, nullptr, 1)), EGL_BAD_PARAMETER);
+        }
     }
 }
 
@@ -209,56 +165,40 @@ TEST_F(PlatformWindow, ThreadsSwapsEndWhenAnotherDestroysItOrTerminatesItsDispla
     }
 }
 
-TEST_F(PlatformWindow, SwapWantsTheCurrentDrawSurfaceOfALivingWindow) {
-    OffscreenWindow current(8, 6);
+TEST_F(PlatformWindow, SwapWantsTheCurrentDrawSurfaceOfALivingWindowAsPreparedAndOfItsDisplay) {
     OffscreenWindow other(8, 6);
-    EGLConfig const config = Config();
-    EGLSurface const otherSurface = Surface(config, &other);
+    CapturedWindow again(4, 4);
+    EGLSurface const otherSurface = Surface(Config(), &other);
     EGLSurface surface = EGL_NO_SURFACE;
+    auto const swap = [&] { return ErrorOf(eglSwapBuffers(m_display, surface)); };
     {
         OffscreenWindow mortal(8, 6);
-        surface = StartDrawing(config, mortal);
-        EXPECT_FALSE(eglSwapBuffers(m_display, otherSurface));
-        EXPECT_EQ(eglGetError(), EGL_BAD_SURFACE);
-        EXPECT_FALSE(eglSwapBuffers(m_display, EGL_NO_SURFACE));
-        EXPECT_EQ(eglGetError(), EGL_BAD_SURFACE);
-        EXPECT_FALSE(eglSwapBuffers(EGL_NO_DISPLAY, surface));
-        EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
-        EXPECT_TRUE(eglSwapBuffers(m_display, surface));
-        EXPECT_EQ(eglGetError(), EGL_SUCCESS);
+        surface = StartDrawing(Config(), mortal);
+        EXPECT_EQ(ErrorOf(eglSwapBuffers(m_display, otherSurface)), EGL_BAD_SURFACE);
+        EXPECT_EQ(ErrorOf(eglSwapBuffers(m_display, EGL_NO_SURFACE)), EGL_BAD_SURFACE);
+        EXPECT_EQ(ErrorOf(eglSwapBuffers(EGL_NO_DISPLAY, surface)), EGL_BAD_DISPLAY);
+        EXPECT_EQ(swap(), EGL_SUCCESS);
         EXPECT_EQ(mortal.frameCount, 1u);
     }
-    EXPECT_FALSE(eglSwapBuffers(m_display, surface));
-    EXPECT_EQ(eglGetError(), EGL_BAD_NATIVE_WINDOW);
+    EXPECT_EQ(swap(), EGL_BAD_NATIVE_WINDOW);
     EXPECT_EQ(other.frameCount, 0u);
     EXPECT_TRUE(eglDestroySurface(m_display, surface));
-    EXPECT_FALSE(eglSwapBuffers(m_display, surface));
-    EXPECT_EQ(eglGetError(), EGL_BAD_SURFACE);
-}
+    EXPECT_EQ(swap(), EGL_BAD_SURFACE);
 
-TEST_F(PlatformWindow, PreparedAgainStartsAfresh) {
-    OffscreenWindow window(4, 4);
-    window.SetCapture(true);
-    EGLSurface const surface = StartDrawing(Config(), window);
-    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
-    desktop::InitialiseOffscreen(window, 6, 2);
-    EXPECT_EQ(window.LastFrame().serial, 0u);
-    EXPECT_FALSE(window.capture);
-    // The old surface belonged to the window that was.
-    EXPECT_FALSE(eglSwapBuffers(m_display, surface));
-    EXPECT_EQ(eglGetError(), EGL_BAD_NATIVE_WINDOW);
-    EXPECT_NE(Surface(Config(), &window), EGL_NO_SURFACE);
-}
+    surface = StartDrawing(Config(), again);
+    EXPECT_EQ(swap(), EGL_SUCCESS);
+    desktop::InitialiseOffscreen(again, 6, 2);
+    EXPECT_EQ(again.LastFrame().serial, 0u);
+    EXPECT_EQ(again.frameCount, 0u);
+    EXPECT_FALSE(again.capture);
+    EXPECT_EQ(swap(), EGL_BAD_NATIVE_WINDOW); // which was the former window's
 
-TEST_F(PlatformWindow, IsFreeAgainAfterItsDisplayTerminated) {
-    OffscreenWindow window(4, 4);
-    EGLSurface const surface = StartDrawing(Config(), window);
+    surface = StartDrawing(Config(), again);
     eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     ASSERT_TRUE(eglTerminate(m_display));
-    EXPECT_FALSE(eglSwapBuffers(m_display, surface));
-    EXPECT_EQ(eglGetError(), EGL_NOT_INITIALIZED);
+    EXPECT_EQ(swap(), EGL_NOT_INITIALIZED);
     ASSERT_TRUE(eglInitialize(m_display, nullptr, nullptr));
-    EXPECT_NE(Surface(Config(), &window), EGL_NO_SURFACE);
+    EXPECT_NE(Surface(Config(), &again), EGL_NO_SURFACE);
 }
 
 } // namespace

@@ -64,19 +64,15 @@ protected:
     }
 
     /** What a window of the server shows now. */
-    Image Shown(unsigned long id, int width, int height) const {
+    Image Shown(unsigned long id, unsigned width, unsigned height) const {
         constexpr int ZPixmap = 2;
-        Image shown(width, height);
         void* const picture = m_x.XGetImage(m_pServer, id, 0, 0, width, height, ~0ul, ZPixmap);
         if (!picture)
-            return shown;
-        for (int y = 0; y < height; ++y) {
-            for (int x = 0; x < width; ++x) {
-                unsigned long const colour = m_x.XGetPixel(picture, x, y);
-                shown.At(x, y) = {std::uint8_t(colour >> 16), std::uint8_t(colour >> 8), std::uint8_t(colour),
-                                  255};
-            }
-        }
+            return Image(int(width), int(height));
+        Image const shown = MakeImage(int(width), int(height), [&](int x, int y) {
+            unsigned long const colour = m_x.XGetPixel(picture, x, y);
+            return Pixel{std::uint8_t(colour >> 16), std::uint8_t(colour >> 8), std::uint8_t(colour)};
+        });
         m_x.XDestroyImage(picture);
         return shown;
     }
@@ -85,40 +81,31 @@ protected:
     void* m_pServer = nullptr;
 };
 
-TEST_F(PlatformX11, WindowShowsTheFrameThatIsAlsoCaptured) {
-    int const nWidth = 37;
-    int const nHeight = 23;
-    unsigned long const id = MakeXWindow(nWidth, nHeight);
+TEST_F(PlatformX11, WindowShowsTheFrameThatIsAlsoCapturedBesideOffscreenOnes) {
+    unsigned long const id = MakeXWindow(37, 23);
     ANativeWindow window;
-    desktop::InitialiseX11(window, id, nWidth, nHeight);
+    desktop::InitialiseX11(window, id, 37, 23);
     window.capture = true;
     EGLSurface const surface = StartDrawing(Config({8, 8, 8, 0}), window);
-    Clear({255, 0, 0, 255});
+    Clear(Red);
     glEnable(GL_SCISSOR_TEST);
     glScissor(0, 0, 5, 2); // lower left
-    Clear({0, 255, 0, 255});
-    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
-
-    Image expected(nWidth, nHeight, {255, 0, 0, 255});
-    expected.Fill(0, nHeight - 2, 5, 2, {0, 255, 0, 255});
-    EXPECT_TRUE(CompareImages(FrameOf(window), expected, {}, "captured"));
-
+    Clear(Green);
+    Image expected(37, 23, Red);
+    expected.Fill(0, 23 - 2, 5, 2, Green);
+    EXPECT_TRUE(CompareImages(Present(surface, window), expected, {}, "captured"));
     // The server draws when it comes to it, and no call on this connection waits for the driver's.
-    Image shown = Shown(id, nWidth, nHeight);
+    Image shown = Shown(id, 37, 23);
     for (int nTry = 0; nTry < 500 && shown.At(0, 0) != expected.At(0, 0); ++nTry) {
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
-        shown = Shown(id, nWidth, nHeight);
+        shown = Shown(id, 37, 23);
     }
     EXPECT_TRUE(CompareImages(shown, expected, {}, "shown"));
-}
 
-TEST_F(PlatformX11, OffscreenWindowsWorkBesideRealOnes) {
-    desktop::OffscreenWindow window(5, 4);
-    window.SetCapture(true);
-    EGLSurface const surface = StartDrawing(Config(), window);
-    Clear({0, 0, 255, 255});
-    ASSERT_TRUE(eglSwapBuffers(m_display, surface));
-    EXPECT_TRUE(CompareImages(FrameOf(window), Image(5, 4, {0, 0, 255, 255})));
+    CapturedWindow offscreen(5, 4);
+    EGLSurface const other = StartDrawing(Config(), offscreen);
+    Clear(Blue);
+    EXPECT_TRUE(CompareImages(Present(other, offscreen), Image(5, 4, Blue)));
 }
 
 } // namespace
