@@ -1,14 +1,13 @@
 #include <gtest/gtest.h>
 
-#include <cstdlib>
 #include <filesystem>
 #include <fstream>
-#include <iterator>
 
 #include <sys/stat.h>
 
 #include "PropertyTestSupport.h"
 #include "kelvo_host/DocumentFile.h"
+#include "kelvo_test/TemporaryFolder.h"
 
 namespace trevik::kelvo {
 namespace {
@@ -112,17 +111,8 @@ TEST(DocumentFile, EveryChangedBitIsNoticed) {
 
 class DocumentFileOnDisk : public testing::Test {
 protected:
-    DocumentFileOnDisk() {
-        std::string sPattern = (std::filesystem::temp_directory_path() / "kelvo-document-XXXXXX").string();
-        m_folder = mkdtemp(sPattern.data());
-    }
-    ~DocumentFileOnDisk() override { std::filesystem::remove_all(m_folder); }
-
-    std::size_t CountFiles() const {
-        return static_cast<std::size_t>(std::distance(std::filesystem::directory_iterator(m_folder),
-                                                      std::filesystem::directory_iterator()));
-    }
-    std::string GetPath(std::string const& sName) const { return (m_folder / sName).string(); }
+    std::size_t CountFiles() const { return m_files.List().size(); }
+    std::string GetPath(std::string const& sName) const { return m_files.Path(sName); }
     int GetSavedValue(std::string const& sPath) const {
         String16 sError;
         Ref<DocumentNode> pDocument = LoadDocument(sPath.c_str(), sError);
@@ -133,7 +123,8 @@ protected:
         return nValue;
     }
 
-    std::filesystem::path m_folder;
+    ::kelvo::test::TemporaryFolder m_files;
+    std::filesystem::path const m_folder = m_files.Path(".");
     String16 m_sError;
 };
 

@@ -176,24 +176,6 @@ TEST(DocumentFont, APageThatCannotBeEnteredFailsTheDocument) {
     EXPECT_FALSE(SaveFonts({Ref<Font>(new Short).Get()}));
 }
 
-TEST(DocumentFont, EntriesOfOtherClassesAreNotTakenForFonts) {
-    TraceLog traces;
-    TestFontRegistry registry;
-    Ref<DocumentNode> const pDocument(new DocumentNode(0, 0));
-    Ref<DocumentNode> const pTable(new DocumentNode(HashName("Fonts"), 0));
-    pDocument->AddChild(pTable);
-    pTable->AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Font"), HashName("Texture"))));
-    pTable->AddChild(Ref<DocumentNode>(new DocumentNode(HashName("Texture"), HashName("Font"))));
-    Deserializer deserializer(pDocument, registry);
-    EXPECT_FALSE(deserializer.GetFont(0));
-    EXPECT_FALSE(deserializer.GetFont(1));
-    EXPECT_FALSE(deserializer.GetFont(2));
-    ClassRegistry empty;
-    Deserializer withoutClasses(SaveFonts({Ref<Font>(new TestFont).Get()}), empty);
-    EXPECT_FALSE(withoutClasses.GetFont(0));
-    EXPECT_EQ(traces.GetLines().size(), 2u) << "one line for each document";
-}
-
 TEST(DocumentFont, ThatCouldNotBeLoadedIsNotSaved) {
     TraceLog traces;
     Glyph image = MakeGlyph('A');

@@ -1,7 +1,7 @@
 #include <gtest/gtest.h>
 
 #include "PropertyTestSupport.h"
-#include "Threads.h"
+#include "kelvo_test/Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
@@ -49,7 +49,7 @@ TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptors) {
     constexpr unsigned int PropertyCount = 300;
     PropertyList lists[ThreadCount];
     std::vector<RealProperty> properties[ThreadCount];
-    RunOnThreads(ThreadCount, [&](int nThread) {
+    ::kelvo::test::RunOnThreads(ThreadCount, [&](int nThread) {
         properties[nThread] = std::vector<RealProperty>(PropertyCount);
         for (unsigned int n = 0; n < PropertyCount; ++n) {
             lists[nThread].Register(1000000 + n, &properties[nThread][n]); // ids that nothing else has
@@ -110,20 +110,6 @@ TEST(PropertyList, PropertyOfUnknownKindIsAlwaysUpdated) {
     EXPECT_FALSE(list.Register(18u, static_cast<Property*>(nullptr)));
     list.Update(UpdateContext(), 3);
     EXPECT_EQ(probe.m_frame, 3);
-}
-
-TEST(PropertyList, SteadyUpdatesAllocateNothing) {
-    Owner owner;
-    owner.m_opacity.AddController(MakeRamp());
-    int nEvents = 0;
-    owner.m_opacity.GetChangeEvent().Connect([&nEvents](RealFloat const&) { ++nEvents; });
-    owner.m_list.Update(UpdateContext(), 0);
-    unsigned long long const nBefore = Allocation::GetCount();
-    for (int nFrame = 0; nFrame < 100; ++nFrame) {
-        owner.m_list.Update(UpdateContext(), static_cast<RealFloat>(nFrame) / 50);
-    }
-    EXPECT_EQ(Allocation::GetCount(), nBefore);
-    EXPECT_EQ(nEvents, 101);
 }
 
 TEST(PropertyList, AbsentPropertiesKeepTheirValuesAndUnknownOnesAreSkipped) {

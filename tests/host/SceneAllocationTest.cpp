@@ -1,6 +1,6 @@
 #include <gtest/gtest.h>
 
-#include "TestNodes.h"
+#include "TextTestSupport.h"
 #include "kelvo_test/AllocationCounter.h"
 
 namespace trevik::kelvo::test {
@@ -36,6 +36,10 @@ TEST(SceneAllocation, AFrameThatChangesNoTreeAllocatesNothing) {
             pGroup->Attach(pSprite.Get());
         }
     }
+    SquareText words(u"the quick brown fox\njumps over\tthe lazy dog");
+    words.m_pText->GetShadowProperty().SetValue(true);
+    words.SetBox(40);
+    pRoot->Attach(words.m_pText.Get());
     List<SelectionPoint> hits;
     hits.Reserve(1000);
     auto const frame = [&](RealFloat n) {
@@ -53,6 +57,7 @@ TEST(SceneAllocation, AFrameThatChangesNoTreeAllocatesNothing) {
     std::size_t const nBefore = AllocationCount();
     for (int n = 1; n < 20; ++n) {
         frame(static_cast<RealFloat>(n) / 8);
+        words.SetBox(static_cast<RealFloat>(40 + n)); // a layout that needs no more room
     }
     EXPECT_EQ(AllocationCount(), nBefore);
     EXPECT_GT(hits.GetCount(), 0u);

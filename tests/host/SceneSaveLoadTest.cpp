@@ -6,6 +6,7 @@
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
 #include "kelvo_host/Scene.h"
+#include "kelvo_test/TemporaryFolder.h"
 #include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
@@ -78,7 +79,8 @@ DocumentNode* FindChild(DocumentNode& node, unsigned int nTagID) {
 
 TEST(SceneSaveLoad, GoesThroughFiles) {
     Sample sample;
-    std::string const path = testing::TempDir() + "kelvo-scene-test.kelvo";
+    ::kelvo::test::TemporaryFolder const folder;
+    std::string const path = folder.Path("scene");
     String16 sError;
     ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), sError)) << String8(sError).GetData();
     Scene loaded;

@@ -1,7 +1,6 @@
 #pragma once
 
 #include <algorithm>
-#include <map>
 #include <string>
 #include <utility>
 #include <vector>
@@ -102,19 +101,6 @@ struct SquareText {
         });
         return placed;
     }
-    /** What the lines with glyphs show. */
-    std::vector<std::u32string> GetLines() {
-        std::vector<std::u32string> lines;
-        RealFloat rBaseline = 0;
-        for (Placed const& glyph : GetPlaced()) {
-            if (lines.empty() || glyph.m_rBaseline != rBaseline) {
-                lines.emplace_back();
-            }
-            rBaseline = glyph.m_rBaseline;
-            lines.back() += glyph.m_codePoint;
-        }
-        return lines;
-    }
     /** The pens of all glyphs, in the order of GetPlaced. */
     std::vector<RealFloat> GetPens() {
         std::vector<RealFloat> pens;
@@ -122,27 +108,6 @@ struct SquareText {
             pens.push_back(glyph.m_rPen);
         }
         return pens;
-    }
-    /** The pen of each line's first glyph. */
-    std::vector<RealFloat> GetStarts() {
-        std::map<RealFloat, RealFloat> starts; // by height, upside down
-        for (Placed const& glyph : GetPlaced()) {
-            starts.emplace(-glyph.m_rBaseline, glyph.m_rPen);
-        }
-        std::vector<RealFloat> pens;
-        for (std::pair<RealFloat const, RealFloat> const& start : starts) {
-            pens.push_back(start.second);
-        }
-        return pens;
-    }
-    std::vector<RealFloat> GetBaselines() {
-        std::vector<RealFloat> baselines;
-        for (Placed const& glyph : GetPlaced()) {
-            if (baselines.empty() || baselines.back() != glyph.m_rBaseline) {
-                baselines.push_back(glyph.m_rBaseline);
-            }
-        }
-        return baselines;
     }
 };
 

@@ -61,29 +61,6 @@ struct Pair {
     }
 };
 
-TEST(Transform, PlacesPointsByEachInputOfTheNodeAndOfItsParent) {
-    typedef Vector3Property& (TransformNode::*Getter)();
-    struct Case {
-        char const* m_pWhat;
-        Getter m_pfnGet;
-    };
-    Case const cases[] = {{"position", &TransformNode::GetPositionProperty},
-                          {"rotation", &TransformNode::GetRotationProperty},
-                          {"pivot", &TransformNode::GetPivotProperty},
-                          {"scale", &TransformNode::GetScaleProperty},
-                          {"stretch", &TransformNode::GetStretchProperty}};
-    for (Case const& c : cases) {
-        Pair pair;
-        pair.Update();
-        (pair.m_pInner.Get()->*c.m_pfnGet)().SetValue(Vector3(3, 2, 1));
-        pair.Update();
-        pair.ExpectPlaced(c.m_pWhat);
-        (pair.m_pOuter.Get()->*c.m_pfnGet)().SetValue(Vector3(-2, 5, 4));
-        pair.Update();
-        pair.ExpectPlaced((std::string("outer ") + c.m_pWhat).c_str());
-    }
-}
-
 TEST(Transform, AMovedNodeEndsUpExactlyWhereAFreshOneWould) {
     // Only the origin is computed anew when nothing but the position has changed; not a bit may differ.
     Pair moved;

@@ -1,4 +1,5 @@
-#include "Threads.h"
+#include "kelvo_test/Diagnostics.h"
+#include "kelvo_test/Threads.h"
 #include "trevik/Assert.h"
 #include "trevik/Debug.h"
 #include "trevik/ScopeCounter.h"
@@ -40,23 +41,7 @@ TEST(TrevikAssert, SaysOneLineByItselfAndReturns) {
 /** Collects what is traced, from every level on. */
 class TrevikTrace : public testing::Test {
 protected:
-    TrevikTrace() {
-        m_before = Debug::SetSink(
-            [](void* user, TraceLevel::Enum level, String16 const& message) {
-                static_cast<TrevikTrace*>(user)->m_lines.push_back(std::to_string(level) + " " +
-                                                                   String8(message).GetData());
-            },
-            this);
-        m_minimum = Debug::SetMinimumLevel(TraceLevel::Debug);
-    }
-    ~TrevikTrace() override {
-        Debug::SetSink(m_before);
-        Debug::SetMinimumLevel(m_minimum);
-    }
-
-    std::vector<std::string> m_lines;
-    TraceSink m_before;
-    TraceLevel::Enum m_minimum;
+    ::kelvo::test::Diagnostics m_log{TraceLevel::Debug};
 };
 
 TEST_F(TrevikTrace, ReachesTheSinkFromTheMinimumLevelOn) {
@@ -67,30 +52,32 @@ TEST_F(TrevikTrace, ReachesTheSinkFromTheMinimumLevelOn) {
     Debug::TraceFormat(TraceLevel::Error, u"err=0x%4x.", 0x3000);
     EXPECT_FALSE(Debug::IsEnabled(TraceLevel::Info));
     EXPECT_TRUE(Debug::IsEnabled(TraceLevel::Error));
-    EXPECT_EQ(m_lines, (std::vector<std::string>{"0 one", "2 err=0x3000."}));
+    EXPECT_EQ(m_log.Messages(), (std::vector<std::string>{"one", "err=0x3000."}));
+    EXPECT_EQ(m_log.Levels(), (std::vector<TraceLevel::Enum>{TraceLevel::Debug, TraceLevel::Error}));
 }
 
 TEST_F(TrevikTrace, ASinkMayTraceInTurn) {
+    std::vector<std::string> lines;
     Debug::SetSink(
         [](void* user, TraceLevel::Enum level, String16 const& message) {
-            auto& lines = *static_cast<std::vector<std::string>*>(user);
-            lines.push_back(String8(message).GetData());
-            if (lines.size() < 3) {
+            auto& seen = *static_cast<std::vector<std::string>*>(user);
+            seen.push_back(String8(message).GetData());
+            if (seen.size() < 3) {
                 Debug::Trace(level, message + u"+");
             }
         },
-        &m_lines);
+        &lines);
     Debug::Trace(TraceLevel::Error, u"x");
-    EXPECT_EQ(m_lines, (std::vector<std::string>{"x", "x+", "x++"}));
+    EXPECT_EQ(lines, (std::vector<std::string>{"x", "x+", "x++"}));
 }
 
 TEST_F(TrevikTrace, LinesOfSeveralThreadsArriveWhole) {
-    RunOnThreads(4, [](int) {
+    ::kelvo::test::RunOnThreads(4, [](int) {
         for (int line = 0; line < 50; ++line) {
             Debug::TraceFormat(TraceLevel::Error, u"%d of %hs", 50, "each");
         }
     });
-    EXPECT_EQ(m_lines, std::vector<std::string>(200, "2 50 of each"));
+    EXPECT_EQ(m_log.Messages(), std::vector<std::string>(200, "50 of each"));
 }
 
 TEST_F(TrevikTrace, GoesToStderrInUtf8ByItself) {
@@ -114,18 +101,6 @@ TEST(TrevikStatistics, CountsUpAndDownForEachId) {
     EXPECT_EQ(statistics.GetStat(Statistics::MaximumStats), 0);
     EXPECT_STREQ(Statistics::GetStatName(37), "texture memory");
     EXPECT_EQ(Statistics::GetStatName(0), nullptr);
-}
-
-TEST(TrevikStatistics, ThreadsCountTogether) {
-    Statistics& statistics = Statistics::Instance();
-    long long const before = statistics.GetStat(63);
-    RunOnThreads(4, [&](int) {
-        for (int round = 0; round < 1000; ++round) {
-            statistics.IncrementStat(63, 3);
-            statistics.DecrementStat(63, 1);
-        }
-    });
-    EXPECT_EQ(statistics.GetStat(63) - before, 8000);
 }
 
 TEST(TrevikStatistics, EventsReachTheListener) {
@@ -230,12 +205,17 @@ TEST_F(TrevikScopeCounter, NamesTheIdsThatTheBackEndUses) {
 
 TEST_F(TrevikScopeCounter, ThreadsCountTogether) {
     ScopeCounter::SetProfiling(true);
-    RunOnThreads(4, [](int) {
+    Statistics& statistics = Statistics::Instance();
+    long long const before = statistics.GetStat(63);
+    ::kelvo::test::RunOnThreads(4, [&](int) {
         for (int round = 0; round < 500; ++round) {
             Spend(24);
+            statistics.IncrementStat(63, 3);
+            statistics.DecrementStat(63, 1);
         }
     });
     EXPECT_EQ(ScopeCounter::GetTotals(24).nCalls, 2000u);
+    EXPECT_EQ(statistics.GetStat(63) - before, 4000);
 }
 
 } // namespace

@@ -1,4 +1,4 @@
-#include "Threads.h"
+#include "kelvo_test/Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
@@ -91,7 +91,7 @@ TEST_F(TrevikReference, AssigningToItselfOrFromInsideTheOldObjectIsSafe) {
 
 TEST_F(TrevikReference, ThreadsCountTogether) {
     Ref<Object> const object(new Object);
-    RunOnThreads(4, [&](int) {
+    ::kelvo::test::RunOnThreads(4, [&](int) {
         for (int round = 0; round < 2000; ++round) {
             Ref<Object> const mine(object);
             Ref<Object> const another(mine);
