@@ -7,6 +7,7 @@
 
 #include "PropertyTestSupport.h"
 #include "kelvo_host/DocumentFile.h"
+#include "kelvo_host/FileReplacement.h"
 #include "kelvo_test/TemporaryFolder.h"
 
 namespace trevik::kelvo {
@@ -134,6 +135,10 @@ TEST_F(DocumentFileOnDisk, SavingReplacesTheFileAndLeavesNothingElse) {
     EXPECT_EQ(GetSavedValue(sPath), 5);
     ASSERT_TRUE(SaveDocument(sPath.c_str(), *MakeDocument(6), m_sError));
     EXPECT_EQ(GetSavedValue(sPath), 6);
+    FileReplacement other;
+    unsigned char const nByte = 'x';
+    EXPECT_TRUE(other.Open(sPath.c_str()) && other.Write(&nByte, 1) && other.Close() && other.TakePlace());
+    EXPECT_EQ(m_files.ReadText("sc\u00e8ne.kelvo"), "x");
     EXPECT_EQ(CountFiles(), 1u);
 }
 

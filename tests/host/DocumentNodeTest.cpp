@@ -105,6 +105,7 @@ TEST(DocumentNode, MalformedBytesAreRefusedWithPlaceAndReason) {
         {"more children", 0, Words({0, 0, 0xffffffff, 0, 0, 0, 0, 0})},
         {"more children", 16, Words({0, 0, 1, 0, 1, 1, 1, 0})},
         {"more children", 16, Words({0, 0, 2, 0, 1, 1, 1, 0, 2, 2, 0, 0})}, // the root's second is missing
+        {"more children", 16, Words({0, 0, 2, 0, 1, 1, 2, 0, 2, 2, 0, 0, 3, 3, 0, 0})},
         {"attribute reaches past", 16, Words({0, 0, 0, 4 << 4, 2})},
         {"attribute reaches past", 16, Words({0, 0, 0, 12 << 4, 5 << 4 | 2, 7, 0})},
         {"attribute reaches past", 28, Words({0, 0, 0, 20 << 4, 4 << 4 | 2, 7, 0, 0xfffffff2, 7})},
@@ -152,6 +153,7 @@ TEST(DocumentNode, AttributesBeyondTheBlockLimitAreRefused) {
     }
     EXPECT_FALSE(HasAttribute(node, 7));
     EXPECT_TRUE(node.AddAttribute(7, &nByte, 1));
+    EXPECT_FALSE(node.AddAttribute(8, &nByte, 0x0ffffff4ul)) << "what would fit into an empty block";
 }
 
 TEST(DocumentNode, NullChildIsRefused) {

@@ -7,32 +7,6 @@
 namespace trevik::kelvo {
 namespace {
 
-TEST(DocumentSerializer, TagsNestAndAttributesGoToTheInnermost) {
-    Serializer serializer;
-    EXPECT_TRUE(serializer.WriteValue(1, 10));
-    EXPECT_TRUE(serializer.PushTag(100, 101));
-    EXPECT_TRUE(serializer.WriteValue(2, 20));
-    EXPECT_TRUE(serializer.PushTag(200, 201));
-    EXPECT_TRUE(serializer.WriteValue(3, 30));
-    serializer.PopTag();
-    EXPECT_TRUE(serializer.WriteValue(4, 40));
-    serializer.PopTag();
-    serializer.PopTag(); // on the root: nothing happens
-    EXPECT_TRUE(serializer.WriteValue(5, 50));
-    Ref<DocumentNode> pRoot = serializer.Finish();
-    ASSERT_TRUE(pRoot);
-    EXPECT_EQ(pRoot->GetTagID(), 0u);
-    EXPECT_EQ(GetBytes(*pRoot, 1), BytesOf(10));
-    EXPECT_EQ(GetBytes(*pRoot, 5), BytesOf(50));
-    ASSERT_EQ(pRoot->GetChildCount(), 1u);
-    DocumentNode const& outer = *pRoot->GetChild(0);
-    EXPECT_EQ(outer.GetTagID(), 100u);
-    EXPECT_EQ(outer.GetTypeID(), 101u);
-    EXPECT_EQ(GetBytes(outer, 2), BytesOf(20));
-    EXPECT_EQ(GetBytes(outer, 4), BytesOf(40));
-    EXPECT_EQ(GetBytes(*outer.GetChild(0), 3), BytesOf(30));
-}
-
 TEST(DocumentSerializer, FinishingStartsOver) {
     Serializer serializer;
     serializer.PushTag(1, 1);

@@ -71,6 +71,7 @@ public:
             node.GetPositionProperty().RemoveControllers();
             return;
         case 8:
+            node.GetRotationProperty().Bind(Pick(3) == 0 ? &m_place : nullptr);
             return node.GetRotationProperty().SetValue(Vector3(Number(-180, 180), 0, Number(-180, 180)));
         case 9:
             node.GetVisibleProperty().SetValue(Pick(3) != 0);

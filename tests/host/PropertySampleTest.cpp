@@ -183,22 +183,6 @@ TEST(PropertySample, HostileSampleBlocksFailTheLoad) {
     }
 }
 
-TEST(PropertySample, FailedLoadLeavesTheControllerAsItWas) {
-    Ref<SampleController<RealFloat>> pController = MakeController<RealFloat>(3, {1, 2});
-    unsigned int const attributes[] = {DocumentID::StartFrame, DocumentID::Size, DocumentID::Samples};
-    for (unsigned int nMissing : attributes) {
-        Ref<DocumentNode> pNode(new DocumentNode(0, 0));
-        for (unsigned int nID : attributes) {
-            if (nID != nMissing) {
-                AddBytes(*pNode, nID, BytesOf(0));
-            }
-        }
-        EXPECT_FALSE(LoadFrom(pNode, *pController)) << nMissing;
-    }
-    EXPECT_EQ(pController->GetStartFrame(), 3);
-    EXPECT_EQ(ValueAt<RealFloat>(*pController, 4), 2);
-}
-
 TEST(PropertySample, BooleansHaveNoRuns) {
     EXPECT_FALSE(LoadController<bool>(0, 0x80000001u, std::vector<unsigned char>(64)));
     Ref<SampleController<bool>> pController = LoadController<bool>(0, 2, {0, 0xfe});

@@ -5,6 +5,7 @@
 
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
+#include "kelvo_host/RenderObserver.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/TemporaryFolder.h"
 #include "trevik/Allocation.h"
@@ -280,6 +281,20 @@ TEST(Scene, DrawsWholeFrames) {
                                         "leave inner", "leave root", "present", "process"}));
     EXPECT_EQ(sample.m_device.GetViewport(), RectangleT<int>(0, 0, 320, 200));
     EXPECT_EQ(sample.m_device.GetClearColor(), sample.m_scene.GetSettings().m_clearColor);
+}
+
+TEST(Scene, AnObserverHearsOfEachNodeThatIsDrawn) {
+    struct Observer : RenderObserver {
+        std::string m_heard;
+        void BeginNode(Node& node) override { m_heard += TestDevice::NameOf(node) + "("; }
+        void EndNode(Node&) override { m_heard += ")"; }
+    } observer;
+    Sample sample;
+    sample.m_scene.Update(sample.m_device, 0);
+    RenderObserver* const pBefore = RenderObserver::Set(&observer);
+    sample.m_pRoot->Render(sample.m_device);
+    RenderObserver::Set(pBefore);
+    EXPECT_EQ(observer.m_heard, "group(sprite()twin())inner()text()");
 }
 
 TEST(Scene, GivesTexturesTheSurfacesTheyWant) {

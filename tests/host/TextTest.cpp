@@ -215,6 +215,17 @@ TEST(Text, ItsCornersHaveTheirColoursWithoutANewLayout) {
         EXPECT_EQ(instance.m_colors[2], Color(1, RealFloat(0.5), RealFloat(0.5), RealFloat(0.5)));
         EXPECT_EQ(instance.m_colors[3], Color(1, RealFloat(0.5), 1, RealFloat(0.25)));
     }
+    Elsewhere<Color> elsewhere;
+    for (auto const& corner : corners) {
+        corner.m_property.Bind(&elsewhere);
+        for (RealFloat r : {RealFloat(0.25), RealFloat(0.75)}) { // seen at each update
+            elsewhere.m_value = Color(r, r, r, r);
+            text.Update(words.m_device, 0);
+            EXPECT_EQ(words.m_pText->GetInstances()[1].m_colors[&corner - corners],
+                      Color(r, r / 2, r, r / 2));
+        }
+        corner.m_property.Bind(nullptr);
+    }
     EXPECT_EQ(text.GetLayoutCount(), 1u);
 }
 

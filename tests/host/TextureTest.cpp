@@ -267,24 +267,6 @@ TEST(Texture, WhatCouldNotBeLoadedIsNotSaved) {
     EXPECT_EQ(log.GetLines().size(), 2u);
 }
 
-TEST(Texture, OneTooLargeToDrawIsNotLoaded) {
-    for (bool fWide : {false, true}) {
-        int const nWidth = fWide ? 16385 : 1;
-        int const nHeight = fWide ? 1 : 16385;
-        Ref<DocumentNode> const pNode(new DocumentNode(0, 0));
-        AddBytes(*pNode, HashName("Shape"), BytesOf(1, 1, nWidth, nHeight, int(TextureFormat::Alpha8)));
-        AddBytes(*pNode, HashName("MipLevels"), BytesOf(nWidth, nHeight, 0, 16385));
-        AddBytes(*pNode, DocumentID::Value, std::vector<unsigned char>(16385));
-        Ref<TestTexture> const pTexture(new TestTexture);
-        TraceLog log;
-        EXPECT_FALSE(LoadFrom(pNode, *pTexture));
-        EXPECT_EQ(log.GetLines(),
-                  std::vector<std::string>{"[kelvo] : cannot be loaded: texture \"\" of " +
-                                           std::to_string(nWidth) + " by " + std::to_string(nHeight) +
-                                           " texels: a side is longer than 16384 texels"});
-    }
-}
-
 TEST(Texture, PromotionShowsTheImageTheRightWayUpOnEachSurface) {
     for (bool fTwo : {false, true}) {
         SCOPED_TRACE(fTwo);

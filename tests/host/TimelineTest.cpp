@@ -63,6 +63,8 @@ TEST(Timeline, EndsAsItsPlaybackModeSays) {
                           {PlaybackMode::Loop, {10}, 10, true},
                           {PlaybackMode::Loop, {10, 1}, 1, true},
                           {PlaybackMode::Loop, {35}, 5, true},
+                          {PlaybackMode::Loop, {RealFloat(10.5)}, RealFloat(0.5), true},
+                          {PlaybackMode::PingPong, {RealFloat(20.5)}, RealFloat(0.5), true},
                           {PlaybackMode::PingPong, {10}, 10, true},
                           {PlaybackMode::PingPong, {12}, 8, true},
                           {PlaybackMode::PingPong, {12, 9, 2}, 3, true},

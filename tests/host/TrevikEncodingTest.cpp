@@ -106,6 +106,10 @@ TEST(TrevikEncoding, MalformedUtf8GivesOneReplacementForEachPieceThatCouldHaveBe
         {"\xf4\x90\x80\x80", {k_nBad, k_nBad, k_nBad, k_nBad}}, // beyond 0x10ffff
         {"\xf5\x80", {k_nBad, k_nBad}},
         {"\xff\xfe", {k_nBad, k_nBad}},
+        {"\xe0\xc0", {k_nBad, k_nBad}}, // no continuation
+        {"\xed\xc0", {k_nBad, k_nBad}},
+        {"\xf0\xc0", {k_nBad, k_nBad}},
+        {"\xf1\x80\xc0", {k_nBad, k_nBad}},
         {"\xc3", {k_nBad}}, // cut short by the end
         {"\xe2\x82", {k_nBad}},
         {"\xf0\x9f\x98", {k_nBad}},
@@ -157,6 +161,7 @@ TEST(TrevikEncoding, MalformedJavaTextGivesReplacements) {
         {"\xed\xa0\xbd\xed\xb8", {k_nBad, k_nBad}}, // a pair cut short
         {"\xed\xa0\xbd\xed\xa0\xbd\xed\xb8\x80", {k_nBad, 0x1f600}},
         {"\xed\xb8\x80\xed\xa0\xbd", {k_nBad, k_nBad}},
+        {"\xe2\x82\xac\xed\xb8\x80", {0x20ac, k_nBad}},
         {"\xe2\x82"
          "A",
          {k_nBad, 'A'}},
