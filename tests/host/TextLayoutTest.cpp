@@ -1,11 +1,9 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <cstdlib>
-#include <fstream>
 #include <limits>
-#include <sstream>
 
+#include "Table.h"
 #include "TextTestSupport.h"
 
 namespace trevik::kelvo::test {
@@ -129,39 +127,19 @@ std::string Describe(SquareText& words) {
     return out.str() + "\n";
 }
 
-/** Each line "text" name=value ... of the table, with the layout that follows from it. */
+/** Each input is "text" name=value ...; it gives the layout that follows from it. */
 TEST(TextLayout, TextsAreLaidOutAsTheTableSays) {
-    std::string const sPath = KELVO_SOURCE_DIRECTORY "/tests/host/layouts.txt";
-    std::ifstream file(sPath);
-    std::ostringstream all;
-    std::string expected, line, layout;
-    while (std::getline(file, line)) {
-        expected += line + "\n";
-        if (line.empty() || line[0] != '"') {
-            continue;
-        }
-        std::size_t const nEnd = line.rfind('"');
-        SquareText words(Unescape(line.substr(1, nEnd - 1)));
+    CompareTable("layouts.txt", [](std::string const& sInput) {
+        std::size_t const nEnd = sInput.rfind('"');
+        SquareText words(Unescape(sInput.substr(1, nEnd - 1)));
         Furnish(*words.m_pFont);
-        std::istringstream settings(line.substr(nEnd + 1));
+        std::istringstream settings(sInput.substr(nEnd + 1));
         for (std::string setting; settings >> setting;) {
-            std::size_t const nEqual = setting.find('=');
-            Set(words, setting.substr(0, nEqual), std::strtof(setting.c_str() + nEqual + 1, nullptr));
+            auto const [sName, r] = SplitSetting(setting);
+            Set(words, sName, r);
         }
-        all << line << "\n" << Describe(words);
-    }
-    file.close();
-    if (std::getenv("KELVO_REWRITE_GOLDEN")) {
-        std::ofstream(sPath) << all.str();
-    }
-    std::istringstream actual(all.str()), table(expected);
-    std::string actualLine, input;
-    for (std::string expectedLine; std::getline(table, expectedLine);) {
-        std::getline(actual, actualLine);
-        input = expectedLine[0] == '"' ? expectedLine : input;
-        EXPECT_EQ(actualLine, expectedLine) << input;
-    }
-    EXPECT_EQ(all.str().size(), expected.size());
+        return Describe(words);
+    });
 }
 
 TEST(TextLayout, ABoxAsWideAsTheTextTakesIt) {

@@ -1,8 +1,6 @@
 #include <gtest/gtest.h>
 
-#include <cmath>
-#include <limits>
-
+#include "Table.h"
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/MemoryTracer.h"
@@ -36,122 +34,6 @@ struct Film {
     }
 };
 
-TEST(Timeline, AdvancesByTheTimePassedWhileItPlays) {
-    Film film;
-    EXPECT_EQ(film.Play(3), 0) << "not playing at first";
-    film.m_pTimeline->Play();
-    EXPECT_EQ(film.Play(3), 3);
-    EXPECT_EQ(film.Play(RealFloat(0.5)), RealFloat(3.5));
-    film.m_pTimeline->SetFrameDelay(RealFloat(0.25));
-    EXPECT_EQ(film.Play(1), RealFloat(7.5));
-    film.m_pTimeline->Stop();
-    EXPECT_EQ(film.Play(1), RealFloat(7.5));
-    film.m_pTimeline->Play();
-    EXPECT_EQ(film.Play(RealFloat(0.25)), RealFloat(8.5)) << "resumes where it stopped";
-}
-
-TEST(Timeline, EndsAsItsPlaybackModeSays) {
-    struct Case {
-        PlaybackMode::Enum m_mode;
-        std::vector<RealFloat> m_deltas;
-        RealFloat m_shown;
-        bool m_fPlaying;
-    };
-    Case const cases[] = {{PlaybackMode::Once, {9}, 9, true},
-                          {PlaybackMode::Once, {10}, 10, false},
-                          {PlaybackMode::Once, {25, 1}, 10, false},
-                          {PlaybackMode::Loop, {10}, 10, true},
-                          {PlaybackMode::Loop, {10, 1}, 1, true},
-                          {PlaybackMode::Loop, {35}, 5, true},
-                          {PlaybackMode::Loop, {RealFloat(10.5)}, RealFloat(0.5), true},
-                          {PlaybackMode::PingPong, {RealFloat(20.5)}, RealFloat(0.5), true},
-                          {PlaybackMode::PingPong, {10}, 10, true},
-                          {PlaybackMode::PingPong, {12}, 8, true},
-                          {PlaybackMode::PingPong, {12, 9, 2}, 3, true},
-                          {PlaybackMode::PingPong, {33}, 7, true},
-                          {PlaybackMode::PingPong, {12, 20}, 8, true}};
-    for (Case const& c : cases) {
-        Film film;
-        film.m_pTimeline->GetPlaybackModeProperty().SetValue(c.m_mode);
-        film.m_pTimeline->Play();
-        RealFloat shown = 0;
-        for (RealFloat delta : c.m_deltas) {
-            shown = film.Play(delta);
-        }
-        EXPECT_NEAR(shown, c.m_shown, 1e-4) << "mode " << c.m_mode << " after " << c.m_deltas.back();
-        EXPECT_EQ(film.m_pTimeline->IsPlaying(), c.m_fPlaying)
-            << "mode " << c.m_mode << " " << c.m_deltas.back();
-    }
-    for (PlaybackMode::Enum mode : {PlaybackMode::Once, PlaybackMode::Loop}) {
-        Film film;
-        film.m_pTimeline->GetPlaybackModeProperty().SetValue(PlaybackMode::PingPong);
-        film.m_pTimeline->Play();
-        EXPECT_EQ(film.Play(15), 5) << "on the way back";
-        film.m_pTimeline->GetPlaybackModeProperty().SetValue(mode);
-        EXPECT_EQ(film.Play(2), 7) << "forwards again, mode " << mode;
-        film.m_pTimeline->GetFirstFrameProperty().SetValue(4);
-        EXPECT_EQ(film.Play(4), mode == PlaybackMode::Loop ? 5 : 10) << "wrapped to its start";
-        EXPECT_EQ(film.m_pTimeline->IsPlaying(), mode == PlaybackMode::Loop);
-    }
-}
-
-TEST(Timeline, ARangeWithoutLengthHasNoEnd) {
-    Film film;
-    film.m_pTimeline->GetLastFrameProperty().SetValue(0);
-    film.m_pTimeline->Play();
-    EXPECT_EQ(film.Play(50), 50);
-    film.m_pTimeline->SetFrame(77);
-    EXPECT_EQ(film.Play(0), 77);
-}
-
-TEST(Timeline, SeeksWithinItsRange) {
-    struct Case {
-        RealFloat m_frame;
-        RealFloat m_shown;
-    };
-    Film film;
-    for (Case const& c : {Case{4, 4}, Case{RealFloat(2.5), RealFloat(2.5)}, Case{-1, 0}, Case{11, 10},
-                          Case{std::numeric_limits<RealFloat>::infinity(), 10}}) {
-        film.m_pTimeline->SetFrame(c.m_frame);
-        EXPECT_EQ(film.m_pTimeline->GetFrame(), c.m_shown);
-        EXPECT_EQ(film.Play(0), c.m_shown);
-    }
-    TraceLog log;
-    film.m_pTimeline->SetFrame(std::nanf(""));
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 10);
-    EXPECT_EQ(log.GetLines().size(), 1u);
-    film.m_pTimeline->UpdateSynchronous(film.m_device, 6);
-    EXPECT_EQ(film.Shown(), 6) << "at once";
-}
-
-TEST(Timeline, RefusesFramesThatTakeNoTime) {
-    Film film;
-    film.m_pTimeline->Play();
-    TraceLog log;
-    RealFloat const infinity = std::numeric_limits<RealFloat>::infinity();
-    for (RealFloat delay : {RealFloat(0), RealFloat(-1), std::nanf(""), infinity}) {
-        film.m_pTimeline->SetFrameDelay(delay);
-        EXPECT_EQ(film.m_pTimeline->GetFrameDelay(), 1);
-    }
-    EXPECT_EQ(log.GetLines().size(), 4u);
-    for (RealFloat delta : {RealFloat(-1), std::nanf(""), infinity}) {
-        EXPECT_EQ(film.Play(delta), 0) << "nor do they go back or jump";
-    }
-}
-
-TEST(Timeline, TheTimeMapBendsTheWayThroughTheRange) {
-    Film film;
-    film.m_pTimeline->SetTimeMapFunction(&Interpolate::EaseIn);
-    film.m_pTimeline->SetFrame(5);
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 5);
-    EXPECT_NEAR(film.Play(0), RealFloat(2.5), 1e-5) << "half the way, squared, of ten frames";
-    film.m_pTimeline->SetFrame(10);
-    EXPECT_NEAR(film.Play(0), 10, 1e-5);
-    film.m_pTimeline->SetTimeMapFunction(nullptr);
-    film.m_pTimeline->SetFrame(5);
-    EXPECT_EQ(film.Play(0), 5);
-}
-
 /** A film inside another one of 100 frames, which itself moves by its outer frame. */
 struct NestedFilm : Film {
     Ref<TestTimeline> m_pOuter = Make<TestTimeline>("outer");
@@ -163,45 +45,55 @@ struct NestedFilm : Film {
     }
 };
 
-TEST(Timeline, NestedTimelinesKeepTheirOwnTime) {
-    NestedFilm film;
-    film.m_pOuter->Play();
-    film.m_pTimeline->Play();
-    film.m_pOuter->Update(film.m_device, 0, 3, false);
-    EXPECT_EQ(film.m_pOuter->GetFrame(), 6);
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 3);
-    EXPECT_EQ(Origin(film.m_pTimeline->GetWorldMatrix()).x, 6)
-        << "its own properties follow the outer frames";
-    EXPECT_EQ(film.Shown(), 6 + 3) << "its children its own";
-    film.m_pTimeline->Stop();
-    film.m_pOuter->Update(film.m_device, 0, 1, false);
-    EXPECT_EQ(film.Shown(), 8 + 3);
+/** Does one step of a table's input to the film, or ("outer ...") to the timeline that it is in. */
+void DoStep(Film& film, Timeline& timeline, std::string const& sStep, RealFloat r) {
+    sStep == "play"    ? timeline.Play()
+    : sStep == "stop"  ? timeline.Stop()
+    : sStep == "reset" ? timeline.Reset()
+    : sStep == "auto"  ? timeline.SetAutoPlay(r != 0)
+    : sStep == "seek"  ? timeline.SetFrame(r)
+    : sStep == "delay" ? timeline.SetFrameDelay(r)
+    : sStep == "map"   ? timeline.SetTimeMapFunction(r != 0 ? &Interpolate::EaseIn : nullptr)
+    : sStep == "mode"  ? timeline.GetPlaybackModeProperty().SetValue(static_cast<int>(r))
+    : sStep == "first" ? timeline.GetFirstFrameProperty().SetValue(static_cast<int>(r))
+    : sStep == "last"  ? timeline.GetLastFrameProperty().SetValue(static_cast<int>(r))
+    : sStep == "go"    ? timeline.Update(film.m_device, 0, r, false)
+    : sStep == "frame" ? timeline.Update(film.m_device, r)
+    : sStep == "sync"  ? timeline.UpdateSynchronous(film.m_device, r)
+                       : void(ADD_FAILURE() << sStep);
 }
 
-TEST(Timeline, UpdatedByFrameAloneARootSeeksAndNoTimePasses) {
-    NestedFilm film;
-    film.m_pTimeline->Play();
-    film.m_pOuter->Update(film.m_device, 40);
-    EXPECT_EQ(film.m_pOuter->GetFrame(), 40);
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 0);
-    EXPECT_EQ(film.Shown(), 40);
-    film.m_pTimeline->Update(film.m_device, 7);
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 0) << "in a timeline it does not";
-    EXPECT_EQ(film.Shown(), 7);
-}
-
-TEST(Timeline, ResetGoesBackToTheStart) {
-    NestedFilm film;
-    film.m_pTimeline->SetAutoPlay(true);
-    film.m_pTimeline->Play();
-    film.m_pOuter->Play();
-    film.m_pOuter->Update(film.m_device, 0, 4, false);
-    film.m_pTimeline->Stop();
-    film.m_pOuter->Reset();
-    EXPECT_EQ(film.m_pOuter->GetFrame(), 0);
-    EXPECT_FALSE(film.m_pOuter->IsPlaying());
-    EXPECT_EQ(film.m_pTimeline->GetFrame(), 0);
-    EXPECT_TRUE(film.m_pTimeline->IsPlaying()) << "it plays from the start";
+/** Each input has steps; it gives what is shown, the frames of both timelines, whether they play, and faults.
+ */
+TEST(Timeline, PlaysAsTheTableSays) {
+    CompareTable("timelines.txt", [](std::string const& sInput) {
+        NestedFilm film;
+        std::istringstream steps(sInput);
+        std::ostringstream result;
+        bool fNested = false;
+        TraceLog log;
+        for (std::string step; steps >> step;) {
+            fNested = fNested || step == "nested";
+            if (fNested && step == "nested") {
+                continue;
+            }
+            if (!fNested) {
+                film.m_pOuter->Detach(film.m_pTimeline.Get());
+            }
+            bool const fOuter = step.compare(0, 6, "outer-") == 0;
+            auto const [sName, r] = SplitSetting(step.substr(fOuter ? 6 : 0));
+            DoStep(film, fOuter ? *film.m_pOuter : *film.m_pTimeline, sName, r);
+            result << "  " << step << ": shows " << film.Shown();
+            for (Timeline* pTimeline : {film.m_pTimeline.Get(), film.m_pOuter.Get()}) {
+                result << (pTimeline->IsPlaying() ? ", plays " : ", at ") << pTimeline->GetFrame();
+            }
+            result << "\n";
+        }
+        for (std::string const& line : log.GetLines()) {
+            result << "  ! " << line << "\n";
+        }
+        return result.str();
+    });
 }
 
 TEST(Timeline, TheFlattenedTreeTellsDepthsAndSubtrees) {
