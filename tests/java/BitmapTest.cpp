@@ -6,7 +6,9 @@
 #include <GraphicsJNI.h>
 #include <SkBitmap.h>
 
-#include <cstring>
+#include <algorithm>
+#include <atomic>
+#include <thread>
 
 namespace kelvo::test {
 namespace {
@@ -16,6 +18,7 @@ using trevik::Ref;
 
 constexpr int BitmapWidth = 21; // rows in memory are longer
 constexpr int BitmapHeight = 9;
+constexpr int PictureCount = 40;
 
 /** 8 bits cut to the upper `nBits` and spread over all 8 again. */
 double Cut(int value, int nBits) {
@@ -58,13 +61,11 @@ protected:
 
     void SetUp() override {
         JavaTest::SetUp();
-        Open();
-        if (!MakeSurfaceTexture(6, 1, 1)->Promote(false))
-            GTEST_SKIP() << "no images of graphic buffers";
+        StartWithSurface(BitmapWidth, BitmapHeight, true);
     }
 
     Image Expected(int left, int bottom, std::vector<int> const& bits) const {
-        Canvas canvas(Width, Height, {0, 0, 0, 1});
+        Canvas canvas(Width, Height);
         for (int y = 0; y < BitmapHeight; ++y) {
             for (int x = 0; x < BitmapWidth; ++x)
                 canvas.Blend(left + x, bottom + y, 1, 1, Painted(x, y, bits));
@@ -97,12 +98,12 @@ TEST_F(JavaBitmaps, WhatJavaDrawsIsSeenUprightInEachFormat) {
 }
 
 TEST_F(JavaBitmaps, PixelsThatAreReadAndWrittenStayTheSame) {
-    // Every pixel that premultiplied colours can be, in bitmaps of 256 by 256.
+    // Every pixel that premultiplied colours can be, in bitmaps of 256 by 256, whose rows have no gaps.
     for (Format const& each : Formats()) {
         SCOPED_TRACE(each.format);
         Ref<TextureGL2> const pTexture = MakeSurfaceTexture(each.format, 256, 256);
         ASSERT_TRUE(pTexture->Promote(false));
-        std::vector<std::uint32_t> pixels;
+        std::vector<std::uint8_t> pixels;
         for (std::uint32_t n = 0; n < 0x10000; ++n) {
             std::uint32_t pixel = n;
             if (each.bits[0] == 4) {
@@ -115,70 +116,84 @@ TEST_F(JavaBitmaps, PixelsThatAreReadAndWrittenStayTheSame) {
                 std::uint32_t const c = (n & 255) <= a ? n & 255 : a;
                 pixel = a << 24 | (a - c) << 16 | (c / 2) << 8 | c;
             }
-            pixels.push_back(pixel);
+            for (int nByte = 0; nByte < (each.bits[0] == 8 ? 4 : 2); ++nByte)
+                pixels.push_back(std::uint8_t(pixel >> 8 * nByte));
         }
-        std::size_t const nBytes = each.bits[0] == 8 ? 4 : 2;
-        auto* pSurface = static_cast<unsigned char*>(pTexture->Lock());
+        auto* const pSurface = static_cast<unsigned char*>(pTexture->Lock());
         ASSERT_NE(pSurface, nullptr);
-        for (std::size_t n = 0; n < pixels.size(); ++n)
-            std::memcpy(pSurface + n * nBytes, &pixels[n], nBytes); // the rows have no gaps at this width
+        std::copy(pixels.begin(), pixels.end(), pSurface);
         pTexture->Unlock();
-        JavaBitmap const bitmap = pTexture->CreateJavaBitmapFromTexture(0);
-        Tell("kelvo/test/Painter", "rewrite", TakesBitmap, bitmap.Get());
-        SurfaceInfo info = {};
-        ASSERT_TRUE(pTexture->GetSurfaceInfo(&info));
-        ASSERT_EQ(info.m_nStride, int(256 * nBytes));
-        pSurface = static_cast<unsigned char*>(pTexture->Lock());
-        for (std::size_t n = 0; n < pixels.size(); ++n) {
-            std::uint32_t pixel = 0;
-            std::memcpy(&pixel, pSurface + n * nBytes, nBytes);
-            EXPECT_EQ(pixel, pixels[n]);
-            if (pixel != pixels[n])
-                break;
-        }
+        Tell("kelvo/test/Painter", "rewrite", TakesBitmap, pTexture->CreateJavaBitmapFromTexture(0).Get());
+        pTexture->Lock();
+        EXPECT_TRUE(std::equal(pixels.begin(), pixels.end(), pSurface));
         pTexture->Unlock();
     }
 }
 
-TEST_F(JavaBitmaps, RefuseWhatIsOutsideAndDoNothingThen) {
-    Ref<TextureGL2> const pTexture = MakeSurfaceTexture(6, BitmapWidth, BitmapHeight);
-    JavaBitmap const bitmap = pTexture->CreateJavaBitmapFromTexture(0);
+TEST_F(JavaBitmaps, PaintedOnAnotherThreadOneIsWholeWhenItIsSwappedAndTheOtherUntouched) {
+    AddSprite(Root(), 7, 5, m_pTexture);
+    jclass const bitmapClass = FindClass("android/graphics/Bitmap");
+    jmethodID const eraseColor = Env()->GetMethodID(bitmapClass, "eraseColor", "(I)V");
+    JavaBitmap const bitmaps[] = {m_pTexture->CreateJavaBitmapFromTexture(0),
+                                  m_pTexture->CreateJavaBitmapFromTexture(1)};
+    int nCurrent = m_pTexture->Current();
+    std::atomic<int> nPainted{0}, nTaken{0};
+    std::thread producer([&] {
+        OnNativeThread([&](JNIEnv* env) {
+            for (int n = 1; n <= PictureCount; ++n) {
+                jobject const bitmap = bitmaps[(nCurrent + n - 1) % 2].Get();
+                // Half-done pictures are told by the first colour.
+                for (jint colour : {jint(0xFF000000), jint(0xFF000000) + n * 0x050301}) {
+                    env->CallVoidMethod(bitmap, eraseColor, colour);
+                    EXPECT_EQ(TakeException(env), "");
+                }
+                nPainted = n;
+                while (nTaken < n)
+                    std::this_thread::yield();
+            }
+        });
+    });
+    for (int nShown = 0; nShown < PictureCount;) {
+        if (nPainted > nShown) {
+            m_pTexture->Swap();
+            nTaken = ++nShown;
+        }
+        // The next picture is being painted into the other surface now.
+        Image const frame = DrawFrame();
+        if (nShown > 0) {
+            Canvas canvas(Width, Height);
+            canvas.Blend(7, 5,
+                         Image(BitmapWidth, BitmapHeight,
+                               {std::uint8_t(nShown * 5), std::uint8_t(nShown * 3), std::uint8_t(nShown)}));
+            EXPECT_TRUE(CompareImages(frame, canvas.Picture(), Rounding)) << nShown;
+        }
+    }
+    producer.join();
+}
+
+TEST_F(JavaBitmaps, RefuseWhatIsOutsideAndKeepTheirPixelsWhenTheTextureIsGone) {
+    JavaBitmap const bitmap = m_pTexture->CreateJavaBitmapFromTexture(0);
+    m_pTexture.Reset();
+    Device().Process();
     Tell("kelvo/test/Painter", "paint", TakesBitmap, bitmap.Get());
     EXPECT_EQ(Ask("kelvo/test/Refusals", "outside", TellsOfBitmap, bitmap.Get()), "");
 }
 
-TEST_F(JavaBitmaps, OfFormatsThatJavaDoesNotKnowRefuseEveryTouch) {
-    for (int const format : {1, 4, 5}) {
+TEST_F(JavaBitmaps, OfFormatsThatJavaDoesNotKnowAndRecycledOnesRefuseEveryTouch) {
+    for (int const format : {1, 4, 5, 6}) {
         SCOPED_TRACE(format);
         Ref<TextureGL2> const pTexture = MakeSurfaceTexture(format, BitmapWidth, BitmapHeight);
         JavaBitmap const bitmap = pTexture->CreateJavaBitmapFromTexture(0);
         ASSERT_FALSE(bitmap.IsEmpty());
+        jmethodID const recycle = Env()->GetMethodID(FindClass("android/graphics/Bitmap"), "recycle", "()V");
+        for (int n = 0; n < 2 && format == 6; ++n) {
+            Env()->CallVoidMethod(bitmap.Get(), recycle);
+            EXPECT_EQ(TakeException(Env()), "");
+        }
         EXPECT_EQ(Ask("kelvo/test/Painter", "describe", TellsOfBitmap, bitmap.Get()),
-                  "null true 21x9 160 true");
+                  std::string(format == 6 ? "ARGB_8888" : "null") + " true 21x9 160 true");
         EXPECT_EQ(Ask("kelvo/test/Refusals", "everything", TellsOfBitmap, bitmap.Get()), "");
     }
-}
-
-TEST_F(JavaBitmaps, RefuseEveryTouchOnceRecycled) {
-    Ref<TextureGL2> pTexture = MakeSurfaceTexture(6, BitmapWidth, BitmapHeight);
-    JavaBitmap const bitmap = pTexture->CreateJavaBitmapFromTexture(0);
-    jclass const bitmapClass = FindClass("android/graphics/Bitmap");
-    jmethodID const recycle = Env()->GetMethodID(bitmapClass, "recycle", "()V");
-    for (int n = 0; n < 2; ++n) {
-        Env()->CallVoidMethod(bitmap.Get(), recycle);
-        EXPECT_EQ(TakeException(Env()), "");
-    }
-    EXPECT_EQ(Ask("kelvo/test/Refusals", "everything", TellsOfBitmap, bitmap.Get()), "");
-    EXPECT_EQ(Ask("kelvo/test/Painter", "describe", TellsOfBitmap, bitmap.Get()),
-              "ARGB_8888 true 21x9 160 true");
-}
-
-TEST_F(JavaBitmaps, KeepTheirPixelsWhenTheTextureIsGone) {
-    JavaBitmap const bitmap =
-        MakeSurfaceTexture(6, BitmapWidth, BitmapHeight)->CreateJavaBitmapFromTexture(0);
-    Device().Process();
-    Tell("kelvo/test/Painter", "paint", TakesBitmap, bitmap.Get());
-    EXPECT_EQ(Ask("kelvo/test/Refusals", "outside", TellsOfBitmap, bitmap.Get()), "");
 }
 
 /** 3 by 3 bytes that are no surface's. */
@@ -205,37 +220,26 @@ TEST_F(JavaBitmaps, ThatAreImmutableAreOnlyRead) {
     jobject const bitmap = GraphicsJNI::createBitmap(Env(), pBitmap, false, chunk, 240);
     ASSERT_EQ(TakeException(Env()), "");
     EXPECT_EQ(Ask("kelvo/test/Painter", "describe", TellsOfBitmap, bitmap), "ALPHA_8 false 3x3 240 false");
-    EXPECT_EQ(Ask("kelvo/test/Refusals", "writing", TellsOfBitmap, bitmap), "5a000000");
+    EXPECT_EQ(Ask("kelvo/test/Refusals", "reading", TellsOfBitmap, bitmap), "5a000000 5a000000");
 }
 
-/** A surface's pixels, which are those of nobody else once there is no more of it. */
-class SurfaceWatch {
-public:
-    explicit SurfaceWatch(TextureGL2& texture) : m_nTexture(texture.GetGLTexture()) {}
-    bool IsGone() const { return glIsTexture(m_nTexture) == GL_FALSE; }
-
-private:
-    GLuint m_nTexture;
-};
-
 TEST_F(JavaBitmaps, LetTheSurfaceGoWhenJavaForgetsThem) {
-    Ref<TextureGL2> pTexture = MakeSurfaceTexture(6, BitmapWidth, BitmapHeight);
     {
         // Whoever makes a bitmap has a local reference to it, which goes with the native method's frame.
         ASSERT_EQ(Env()->PushLocalFrame(16), JNI_OK);
-        JavaBitmap const bitmap = pTexture->CreateJavaBitmapFromTexture(0);
+        JavaBitmap const bitmap = m_pTexture->CreateJavaBitmapFromTexture(0);
         ASSERT_FALSE(bitmap.IsEmpty());
         Env()->PopLocalFrame(nullptr);
     }
-    pTexture->Swap();
-    SurfaceWatch const surface(*pTexture);
-    pTexture.Reset();
-    EXPECT_FALSE(surface.IsGone());
-    for (int n = 0; n < 500 && !surface.IsGone(); ++n) {
+    m_pTexture->Swap();
+    GLuint const nTexture = m_pTexture->GetGLTexture(); // the surface's, and nobody else's once that is gone
+    m_pTexture.Reset();
+    EXPECT_TRUE(glIsTexture(nTexture));
+    for (int n = 0; n < 500 && glIsTexture(nTexture); ++n) {
         Tell("kelvo/test/Collector", "collect", "()V");
         Device().Process();
     }
-    EXPECT_TRUE(surface.IsGone());
+    EXPECT_FALSE(glIsTexture(nTexture));
 }
 
 } // namespace

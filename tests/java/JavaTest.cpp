@@ -2,15 +2,9 @@
 
 #include "JavaTest.h"
 
-#include "trevik/Assert.h"
-#include "trevik/Debug.h"
-
 namespace kelvo::test {
 
 using namespace trevik::kelvo;
-using trevik::Debug;
-using trevik::String16;
-using trevik::String8;
 
 void JavaTest::SetUp() {
     m_machine.TakeComplaints();
@@ -18,6 +12,7 @@ void JavaTest::SetUp() {
 }
 
 void JavaTest::TearDown() {
+    m_pTexture.Reset();
     EXPECT_EQ(TakeException(Env()), "");
     Env()->PopLocalFrame(nullptr);
     EXPECT_EQ(m_machine.TakeComplaints(), std::vector<std::string>());
@@ -80,22 +75,11 @@ trevik::Ref<TextureGL2> JavaTest::MakeSurfaceTexture(int format, int width, int 
     return pTexture;
 }
 
-Reports::Reports()
-    : m_sinkBefore(Debug::SetSink(
-          [](void* user, trevik::TraceLevel::Enum, String16 const& message) {
-              static_cast<Reports*>(user)->m_traces.push_back(String8(message).GetData());
-          },
-          this)),
-      m_handlerBefore(trevik::SetAssertHandler(
-          [](void* user, char const* file, unsigned int line, char const* expression) {
-              static_cast<Reports*>(user)->m_failures.push_back(std::string(file) + ":" +
-                                                                std::to_string(line) + ": " + expression);
-          },
-          this)) {}
-
-Reports::~Reports() {
-    trevik::SetAssertHandler(m_handlerBefore);
-    Debug::SetSink(m_sinkBefore);
+void JavaTest::StartWithSurface(int width, int height, bool fDouble) {
+    Open();
+    m_pTexture = MakeSurfaceTexture(6, width, height);
+    if (!m_pTexture->Promote(fDouble))
+        GTEST_SKIP() << "no images of graphic buffers";
 }
 
 namespace {

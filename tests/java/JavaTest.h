@@ -5,7 +5,7 @@
 
 #include "JObject.h"
 #include "TextureGL2.h"
-#include "trevik/Assert.h"
+#include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 #include "trevik/kelvo/TextureFormat.h"
 
@@ -43,27 +43,25 @@ protected:
     /** A texture without picture, not promoted yet. */
     static trevik::Ref<trevik::kelvo::TextureGL2> MakeSurfaceTexture(int format, int width, int height);
 
+    /** A device and such a texture of 8 bits a channel, promoted; skips the test where that cannot be. */
+    void StartWithSurface(int width, int height, bool fDouble);
+    /** Calls `work` with the environment of a thread of its own. */
+    template <class Work>
+    void OnNativeThread(Work const& work) {
+        RunOnThreads(1, [&](int) {
+            void* pEnv = nullptr;
+            ASSERT_EQ(m_machine.VirtualMachine()->AttachCurrentThread(&pEnv, nullptr), JNI_OK);
+            work(static_cast<JNIEnv*>(pEnv));
+            m_machine.VirtualMachine()->DetachCurrentThread();
+        });
+    }
+
     Machine& m_machine = Machine::Get();
+    trevik::Ref<trevik::kelvo::TextureGL2> m_pTexture;
 };
 
 /** The signatures of methods that take a bitmap. */
 inline constexpr char const* TakesBitmap = "(Landroid/graphics/Bitmap;)V";
 inline constexpr char const* TellsOfBitmap = "(Landroid/graphics/Bitmap;)Ljava/lang/String;";
-
-/** Keeps what is traced and asserted while it lives. */
-class Reports {
-public:
-    Reports();
-    ~Reports();
-    Reports(Reports const&) = delete;
-    Reports& operator=(Reports const&) = delete;
-
-    std::vector<std::string> m_traces;
-    std::vector<std::string> m_failures; ///< of assertions: file, line and expression
-
-private:
-    trevik::TraceSink m_sinkBefore;
-    trevik::AssertHandler m_handlerBefore;
-};
 
 } // namespace kelvo::test
