@@ -1,6 +1,7 @@
 #include "ProcessRunner.h"
 
-#include "TestImages.h"
+#include "ImageReader.h"
+#include "PixelPacking.h"
 
 #include <fcntl.h>
 #include <signal.h>
@@ -14,14 +15,6 @@
 namespace kelvo::player::testing {
 
 namespace {
-
-using trevik::kelvo::assets::testing::Bytes;
-using trevik::kelvo::assets::testing::TemporaryFolder;
-
-std::string ReadText(TemporaryFolder const& folder, char const* pName) {
-    Bytes const bytes = folder.Read(pName);
-    return std::string(bytes.begin(), bytes.end());
-}
 
 void Redirect(int nDescriptor, std::string const& path) {
     int const nFile = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
@@ -66,13 +59,33 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
     }
     Outcome outcome;
     outcome.nExitCode = Wait(process, watch);
-    outcome.output = ReadText(folder, "output");
-    outcome.errors = ReadText(folder, "errors");
+    outcome.output = folder.ReadText("output");
+    outcome.errors = folder.ReadText("errors");
     return outcome;
 }
 
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables) {
     return RunProgram(KELVO_PLAYER, arguments, variables);
+}
+
+Image ReadPicture(std::string const& path) {
+    Image picture(1, 1);
+    trevik::kelvo::assets::ImageData other;
+    std::string error;
+    if (!picture.Load(path) && LoadImage(path, {}, other, error)) { // a compressed texture
+        trevik::kelvo::assets::RgbaPicture const pixels = UnpackLevel(other, 0);
+        return Image(pixels.width, pixels.height, pixels.bytes.data());
+    }
+    EXPECT_EQ(error, "");
+    return picture;
+}
+
+Image DrawFrame(std::string const& scene, int nFrame) {
+    TemporaryFolder const folder;
+    Outcome const outcome = Play({scene, "--frames", std::to_string(nFrame), "--out", folder.Path("p.png")});
+    EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.errors, "") << scene;
+    return ReadPicture(folder.Path("p.png"));
 }
 
 } // namespace kelvo::player::testing

@@ -1,10 +1,19 @@
 #pragma once
 
+#include "kelvo_test/Image.h"
+#include "kelvo_test/TemporaryFolder.h"
+
 #include <functional>
 #include <string>
 #include <vector>
 
 namespace kelvo::player::testing {
+
+using test::CompareImages;
+using test::Image;
+using test::Pixel;
+using test::TemporaryFolder;
+using test::Tolerance;
 
 /** How a program ended and what it said. */
 struct Outcome {
@@ -23,5 +32,11 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
 
 /** The same for the player. */
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables = {});
+
+/** A picture or texture file, which must be whole. */
+Image ReadPicture(std::string const& path);
+
+/** Frame `nFrame` of a scene, which the player draws without complaint. */
+Image DrawFrame(std::string const& scene, int nFrame);
 
 } // namespace kelvo::player::testing
