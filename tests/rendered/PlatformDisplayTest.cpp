@@ -84,6 +84,7 @@ TEST_F(PlatformDisplay, PlatformIsChosenByTheProgramBeforeTheEnvironment) {
 TEST_F(PlatformDisplay, ThereIsNoneForAWishThatCannotBeMet) {
     for (char const* platform : {"x12", "device:", "device:-1", "device:1x", "device:99999", "Surfaceless"})
         EXPECT_FALSE(desktop::SelectPlatform(platform)) << platform;
+    EXPECT_TRUE(desktop::SelectPlatform("device:9999") && desktop::SelectPlatform(nullptr));
     for (char const* platform : {"device:99", "x12"}) {
         setenv("KELVO_EGL_PLATFORM", platform, 1);
         EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), EGL_NO_DISPLAY) << platform;

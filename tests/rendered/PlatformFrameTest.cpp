@@ -25,7 +25,7 @@ TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
     for (auto const& each : cases) {
         SCOPED_TRACE(each.sizes.g);
         SCOPED_TRACE(each.sizes.a);
-        CapturedWindow window(37, 23);
+        CapturedWindow window(37, 24);
         EGLSurface const surface = StartDrawing(Config(each.sizes), window);
         // Each pixel has a colour that no other has.
         StartProgram(
@@ -33,8 +33,8 @@ TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
             "gl_FragColor = vec4(p.x * 6.0, p.y * 10.0, 250.0 - p.x * 3.0, 255.0 - p.y * 4.0) / 255.0; }");
         glDisable(GL_DITHER);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        Image const expected = MakeImage(37, 23, [&](int x, int y) {
-            int const up = 22 - y; // as GL counts
+        Image const expected = MakeImage(37, 24, [&](int x, int y) {
+            int const up = 23 - y; // as GL counts
             return Pixel{std::uint8_t(x * 6), std::uint8_t(up * 10), std::uint8_t(250 - x * 3),
                          std::uint8_t(each.sizes.a ? 255 - up * 4 : 255)};
         });
@@ -42,7 +42,7 @@ TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
         // The ends of channels, however small, are the ends of eight bits.
         for (Pixel const& colour : {Pixel{255, 0, 255, 255}, Pixel{0, 255, 0, 255}}) {
             Clear(colour);
-            EXPECT_TRUE(CompareImages(Present(surface, window), Image(37, 23, colour)));
+            EXPECT_TRUE(CompareImages(Present(surface, window), Image(37, 24, colour)));
         }
     }
 }
