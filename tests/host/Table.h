@@ -2,19 +2,67 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <cstdlib>
 #include <fstream>
 #include <sstream>
 #include <string>
+#include <vector>
+
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/Vector3Property.h"
 
 namespace trevik::kelvo::test {
 
-/** The name and the number of a setting, "name=number"; 0 without one. */
-inline std::pair<std::string, float> SplitSetting(std::string const& sSetting) {
-    std::size_t const nEqual = sSetting.find('=');
-    return {sSetting.substr(0, nEqual),
-            nEqual == std::string::npos ? 0 : std::strtof(sSetting.c_str() + nEqual + 1, nullptr)};
-}
+/** A setting of an input, "name=number,number...". */
+struct Setting {
+    std::string m_sName;
+    std::vector<RealFloat> m_values; ///< a 0 where there is none
+
+    explicit Setting(std::string const& sText) : m_sName(sText.substr(0, sText.find('='))) {
+        for (std::size_t n = m_sName.size(); n < sText.size(); n = sText.find(',', n + 1)) {
+            m_values.push_back(std::strtof(sText.c_str() + n + 1, nullptr));
+        }
+        m_values.resize(std::max(m_values.size(), std::size_t(1)));
+    }
+    RealFloat GetFirst() const { return m_values[0]; }
+
+    /** Sets the property of that name; false when there is none. */
+    bool Apply(PropertyList const& list) const {
+        PropertyList::Entry const* const pEntry = list.Find(HashName(m_sName.c_str()));
+        if (!pEntry) {
+            return false;
+        }
+        std::vector<RealFloat> v(m_values);
+        v.resize(4);
+        Property* const p = pEntry->m_pProperty;
+        switch (pEntry->m_pDescriptor->m_type) {
+        case PropertyType::Bool:
+            static_cast<BoolProperty*>(p)->SetValue(v[0] != 0);
+            break;
+        case PropertyType::Int:
+            static_cast<IntProperty*>(p)->SetValue(static_cast<int>(v[0]));
+            break;
+        case PropertyType::Real:
+            static_cast<RealProperty*>(p)->SetValue(v[0]);
+            break;
+        case PropertyType::Vector3:
+            static_cast<Vector3Property*>(p)->SetValue(Vector3T<RealFloat>(v[0], v[1], v[2]));
+            break;
+        case PropertyType::Color:
+            static_cast<ColorProperty*>(p)->SetValue(ColorT<RealFloat>(v[0], v[1], v[2], v[3]));
+            break;
+        case PropertyType::SizeReal:
+            static_cast<SizeRealProperty*>(p)->SetValue(SizeT<RealFloat>(v[0], v[1]));
+            break;
+        default:
+            return false;
+        }
+        return true;
+    }
+};
 
 /**
  * Compares a table of this folder with what its inputs give now. Each input is a line that does not begin

@@ -4,56 +4,87 @@
 #include <limits>
 
 #include "Table.h"
+#include "TestFonts.h"
 #include "TextTestSupport.h"
 
 namespace trevik::kelvo::test {
 namespace {
 
-/** Sets what a layout depends on by name, as the table of layouts has it. */
-void Set(SquareText& words, std::string const& sName, RealFloat r) {
-    TestText& text = *words.m_pText;
-    SquareFont& font = *words.m_pFont;
-    FontMetrics metrics = font.GetMetrics();
-    SizeT<RealFloat> box = text.GetBoxProperty().GetValue();
-    SizeT<RealFloat> size = text.GetFontSizeProperty().GetValue();
-    RealProperty* const reals[] = {&text.GetLineSpacingProperty(), &text.GetLetterSpacingProperty(),
-                                   &text.GetTabWidthProperty()};
-    RealFloat* const fields[] = {&box.width,
-                                 &box.height,
-                                 &size.width,
-                                 &size.height,
-                                 &metrics.m_rLeading,
-                                 &metrics.m_rScaleFactorX,
-                                 &metrics.m_rScaleFactorY};
-    char const* const names[] = {"line",  "letter", "tab",     "width",  "height",
-                                 "sizeX", "sizeY",  "leading", "scaleX", "scaleY"};
-    for (std::size_t n = 0; n < 10; ++n) {
-        if (sName == names[n]) {
-            n < 3 ? reals[n]->SetValue(r) : void(*fields[n - 3] = r);
-            font.SetMetrics(metrics);
-            text.GetBoxProperty().SetValue(box);
-            text.GetFontSizeProperty().SetValue(size);
-            return;
-        }
+/** Notes where it draws its meshes. */
+class MeshFont : public TestOutlines {
+public:
+    std::ostringstream m_drawn;
+
+    void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2 const& position,
+                     ColorT<RealFloat> const* pColor) override {
+        m_drawn << "  mesh " << pGlyph->m_nMesh << " at " << position.x << " " << position.y;
+        Put(m_drawn, " colour", *pColor);
+        Put(m_drawn, " (1, 2, 0) to", Apply(device.GetTransformMatrix(), Vector3(1, 2, 0)));
+        m_drawn << "\n";
     }
-    Glyph blank = SquareFont::MakeSquare(' ');
-    blank.m_nWidth = 0;
-    blank.m_nHeight = 0;
-    Glyph large = SquareFont::MakeSquare('c');
-    large.m_nWidth = 100;
-    large.m_nHeight = 50;
-    large.m_nOffsetX = -7;
-    large.m_nOffsetY = 11;
-    sName == "horizontal"  ? text.GetHorizontalAlignmentProperty().SetValue(static_cast<int>(r))
-    : sName == "vertical"  ? text.GetVerticalAlignmentProperty().SetValue(static_cast<int>(r))
-    : sName == "wrap"      ? text.GetWordWrapProperty().SetValue(r != 0)
-    : sName == "kerning"   ? text.GetKerningProperty().SetValue(r != 0)
-    : sName == "underline" ? font.GetUnderlineProperty().SetValue(r != 0)
-    : sName == "blanks"    ? void(font.AddGlyph(blank))
-    : sName == "unseen"    ? void(font.AddGlyph(SquareFont::MakeSquare('-')))
-    : sName == "large"     ? font.Add(large)
-    : sName == "sign"      ? font.Add(static_cast<unsigned int>(r))
-                           : void(ADD_FAILURE() << sName);
+    static void Put(std::ostream& out, char const* pWhat, Vector3 const& v) {
+        out << pWhat << " " << v.x << " " << v.y << " " << v.z;
+    }
+    static void Put(std::ostream& out, char const* pWhat, ColorT<RealFloat> const& c) {
+        out << pWhat << " " << c.r << " " << c.g << " " << c.b << " " << c.a;
+    }
+};
+
+/** Sets what no property of a text does. */
+void Set(SquareText& words, Font& font, Setting const& setting) {
+    FontMetrics metrics = font.GetMetrics();
+    Glyph glyph = SquareFont::MakeSquare(static_cast<unsigned int>(setting.GetFirst()));
+    if (setting.m_sName == "measures") { // leading, scale factors
+        metrics.m_rLeading = setting.m_values.at(0);
+        metrics.m_rScaleFactorX = setting.m_values.at(1);
+        metrics.m_rScaleFactorY = setting.m_values.at(2);
+        font.SetMetrics(metrics);
+    } else if (setting.m_sName == "glyph") { // code point, size, offsets, whether it has a texture
+        glyph.m_nWidth = static_cast<unsigned short>(setting.m_values.at(1));
+        glyph.m_nHeight = static_cast<unsigned short>(setting.m_values.at(2));
+        glyph.m_nOffsetX = static_cast<short>(setting.m_values.at(3));
+        glyph.m_nOffsetY = static_cast<short>(setting.m_values.at(4));
+        glyph.m_pTexture = setting.m_values.at(5) != 0 ? words.m_pFont->GetPage() : nullptr;
+        font.AddGlyph(glyph);
+    } else if (setting.m_sName == "sign") {
+        words.m_pFont->Add(glyph);
+    } else if (setting.m_sName == "underline") {
+        font.GetUnderlineProperty().SetValue(true);
+    } else if (setting.m_sName == "highlight") {
+        words.m_device.SetHighlight(true, ColorT<RealFloat>(1, RealFloat(0.5), 0, RealFloat(0.5)));
+    } else {
+        EXPECT_TRUE(setting.m_sName == "draw" || setting.m_sName == "meshes") << setting.m_sName;
+    }
+}
+
+/** Draws a text beneath a transform; what its fonts are told. */
+std::string Draw(SquareText& words, MeshFont& meshes) {
+    std::ostringstream out;
+    Matrix const outer = Matrix4Translation(Vector3(100, 200, 300));
+    words.m_device.m_projection = Matrix4Scale(Vector3(RealFloat(0.5), RealFloat(0.25), 1));
+    words.m_device.PushTransformMatrix(outer);
+    words.m_pText->Update(words.m_device, 0);
+    words.m_pText->Render(words.m_device);
+    EXPECT_EQ(words.m_device.GetTransformMatrix(), outer) << "as it was";
+    for (std::string const& call : words.m_device.m_calls) {
+        out << "  " << call << "\n";
+    }
+    for (TestFont::Drawn const& drawn : words.m_pFont->m_drawn) {
+        out << "  batch " << drawn.m_batch.m_nFirst << "+" << drawn.m_batch.m_nCount;
+        MeshFont::Put(out, " at", drawn.m_position);
+        MeshFont::Put(out, " colour", drawn.m_color);
+        if (drawn.m_fShadow) {
+            MeshFont::Put(out, " shadow by", drawn.m_shadowOffset);
+            MeshFont::Put(out, " colour", drawn.m_shadowColor);
+        }
+        MeshFont::Put(out, " (7, 8, 9) to", Apply(drawn.m_transform, Vector3(7, 8, 9)));
+        out << "\n";
+    }
+    for (ColorT<RealFloat> const& color : words.m_pText->m_drawnImages) {
+        MeshFont::Put(out, "  image colour", color);
+        out << "\n";
+    }
+    return out.str() + meshes.m_drawn.str();
 }
 
 /** Besides ASCII: what East Asian texts need, a mark, kerning, letters on other pages, pictures. */
@@ -127,18 +158,34 @@ std::string Describe(SquareText& words) {
     return out.str() + "\n";
 }
 
-/** Each input is "text" name=value ...; it gives the layout that follows from it. */
-TEST(TextLayout, TextsAreLaidOutAsTheTableSays) {
+/** Each input is "text" name=value ...; it gives the layout that follows from it and, if so told, drawings.
+ */
+TEST(TextLayout, TextsAreLaidOutAndDrawnAsTheTableSays) {
     CompareTable("layouts.txt", [](std::string const& sInput) {
         std::size_t const nEnd = sInput.rfind('"');
         SquareText words(Unescape(sInput.substr(1, nEnd - 1)));
         Furnish(*words.m_pFont);
-        std::istringstream settings(sInput.substr(nEnd + 1));
-        for (std::string setting; settings >> setting;) {
-            auto const [sName, r] = SplitSetting(setting);
-            Set(words, sName, r);
+        Ref<MeshFont> const pMeshes(new MeshFont);
+        pMeshes->SetMetrics(words.m_pFont->GetMetrics());
+        for (short nMesh = -1; nMesh < 2; ++nMesh) { // the space has none
+            Glyph glyph = SquareFont::MakeSquare(static_cast<unsigned int>(" ab"[nMesh + 1]));
+            glyph.m_nOffsetX = static_cast<short>(3 * nMesh);
+            glyph.m_nMesh = nMesh;
+            pMeshes->AddGlyph(glyph);
         }
-        return Describe(words);
+        bool const fMeshes = sInput.find(" meshes") != std::string::npos;
+        if (fMeshes) {
+            words.m_pText->SetFont(pMeshes.Get());
+        }
+        std::istringstream settings(sInput.substr(nEnd + 1));
+        for (std::string text; settings >> text;) {
+            Setting const setting(text);
+            if (!setting.Apply(words.m_pText->GetProperties())) {
+                Set(words, *words.m_pText->GetFont(), setting);
+            }
+        }
+        std::string const layout = Describe(words);
+        return sInput.find(" draw") == std::string::npos ? layout : layout + Draw(words, *pMeshes);
     });
 }
 

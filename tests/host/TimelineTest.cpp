@@ -45,22 +45,24 @@ struct NestedFilm : Film {
     }
 };
 
-/** Does one step of a table's input to the film, or ("outer ...") to the timeline that it is in. */
-void DoStep(Film& film, Timeline& timeline, std::string const& sStep, RealFloat r) {
-    sStep == "play"    ? timeline.Play()
-    : sStep == "stop"  ? timeline.Stop()
-    : sStep == "reset" ? timeline.Reset()
-    : sStep == "auto"  ? timeline.SetAutoPlay(r != 0)
-    : sStep == "seek"  ? timeline.SetFrame(r)
-    : sStep == "delay" ? timeline.SetFrameDelay(r)
-    : sStep == "map"   ? timeline.SetTimeMapFunction(r != 0 ? &Interpolate::EaseIn : nullptr)
-    : sStep == "mode"  ? timeline.GetPlaybackModeProperty().SetValue(static_cast<int>(r))
-    : sStep == "first" ? timeline.GetFirstFrameProperty().SetValue(static_cast<int>(r))
-    : sStep == "last"  ? timeline.GetLastFrameProperty().SetValue(static_cast<int>(r))
-    : sStep == "go"    ? timeline.Update(film.m_device, 0, r, false)
-    : sStep == "frame" ? timeline.Update(film.m_device, r)
-    : sStep == "sync"  ? timeline.UpdateSynchronous(film.m_device, r)
-                       : void(ADD_FAILURE() << sStep);
+/** Does one step of a table's input to the film, or ("outer-...") to the timeline that it is in. */
+void DoStep(Film& film, Timeline& timeline, Setting const& step) {
+    RealFloat const r = step.GetFirst();
+    std::string const& sName = step.m_sName;
+    if (step.Apply(timeline.GetProperties())) {
+        return;
+    }
+    sName == "play"    ? timeline.Play()
+    : sName == "stop"  ? timeline.Stop()
+    : sName == "reset" ? timeline.Reset()
+    : sName == "auto"  ? timeline.SetAutoPlay(r != 0)
+    : sName == "seek"  ? timeline.SetFrame(r)
+    : sName == "delay" ? timeline.SetFrameDelay(r)
+    : sName == "map"   ? timeline.SetTimeMapFunction(r != 0 ? &Interpolate::EaseIn : nullptr)
+    : sName == "go"    ? timeline.Update(film.m_device, 0, r, false)
+    : sName == "frame" ? timeline.Update(film.m_device, r)
+    : sName == "sync"  ? timeline.UpdateSynchronous(film.m_device, r)
+                       : void(ADD_FAILURE() << sName);
 }
 
 /** Each input has steps; it gives what is shown, the frames of both timelines, whether they play, and faults.
@@ -81,8 +83,7 @@ TEST(Timeline, PlaysAsTheTableSays) {
                 film.m_pOuter->Detach(film.m_pTimeline.Get());
             }
             bool const fOuter = step.compare(0, 6, "outer-") == 0;
-            auto const [sName, r] = SplitSetting(step.substr(fOuter ? 6 : 0));
-            DoStep(film, fOuter ? *film.m_pOuter : *film.m_pTimeline, sName, r);
+            DoStep(film, fOuter ? *film.m_pOuter : *film.m_pTimeline, Setting(step.substr(fOuter ? 6 : 0)));
             result << "  " << step << ": shows " << film.Shown();
             for (Timeline* pTimeline : {film.m_pTimeline.Get(), film.m_pOuter.Get()}) {
                 result << (pTimeline->IsPlaying() ? ", plays " : ", at ") << pTimeline->GetFrame();
