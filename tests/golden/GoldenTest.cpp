@@ -16,6 +16,7 @@
 #include "trevik/Assert.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
+#include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Sprite.h"
@@ -418,11 +419,25 @@ protected:
     json const m_file;
 };
 
+/** How often each scope was entered. */
+std::string CountedScopes() {
+    std::string text;
+    for (unsigned int id = 0; id < ScopeCounter::Frame; ++id) {
+        if (unsigned long long const nCalls = ScopeCounter::GetTotals(id).nCalls) {
+            text += "scope " + std::to_string(id) + ": " + std::to_string(nCalls) + "\n";
+        }
+    }
+    return text;
+}
+
 TEST_P(Golden, MakesTheseCalls) {
     ::kelvo::player::NodeGroups const groups;
+    ScopeCounter::ResetFigures();
+    ScopeCounter::SetProfiling(true);
     Played const played = Play(m_file, Nothing);
+    ScopeCounter::SetProfiling(false);
     EXPECT_EQ(played.left, std::vector<std::string>());
-    EXPECT_TRUE(IsGolden(Folder + GetParam() + ".calls", recording::ToText(played.calls)));
+    EXPECT_TRUE(IsGolden(Folder + GetParam() + ".calls", recording::ToText(played.calls) + CountedScopes()));
 }
 
 TEST_P(Golden, MakesAndAllocatesNothingOnceItHasBeenDrawn) {

@@ -51,31 +51,6 @@ protected:
     Ref<CameraGL2> m_pCamera;
 };
 
-TEST_F(CameraTest, AnOrthographicProjectionMapsTheRectangleWithItsTopUpward) {
-    m_pCamera->GetOrthographicProperty().SetValue(true);
-    m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(-10, 5, 30, 25));
-    m_pCamera->GetNearProperty().SetValue(2);
-    m_pCamera->GetFarProperty().SetValue(12);
-    Update();
-    ExactMatrix expected;
-    expected.m[0][0] = 2.0 / 40;
-    expected.m[1][1] = 2.0 / -20; // the bottom is the greater number: y is flipped
-    expected.m[2][2] = -2.0 / 10;
-    expected.m[0][3] = -20.0 / 40;
-    expected.m[1][3] = 30.0 / 20;
-    expected.m[2][3] = -14.0 / 10;
-    EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), expected));
-}
-
-TEST_F(CameraTest, APerspectiveProjectionTakesTheVerticalFieldOfView) {
-    m_pCamera->GetVerticalFieldOfViewProperty().SetValue(50);
-    m_pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(10, 20, 310, 220));
-    m_pCamera->GetNearProperty().SetValue(2);
-    m_pCamera->GetFarProperty().SetValue(500);
-    Update();
-    EXPECT_TRUE(IsNear(m_pCamera->GetProjectionMatrix(), Perspective(50, 1.5, 2, 500)));
-}
-
 TEST_F(CameraTest, AHorizontalFieldOfViewOverwritesTheVerticalOne) {
     struct Case {
         RealFloat horizontal, width, height;
@@ -100,27 +75,6 @@ TEST_F(CameraTest, OfASquareRectangleBothFieldsOfViewAreTheSameNumber) {
     m_pCamera->GetHorizontalFieldOfViewProperty().SetValue(30);
     Update();
     EXPECT_EQ(m_pCamera->GetVerticalFieldOfViewProperty().GetValue(), 30);
-}
-
-TEST_F(CameraTest, AnyNumberOfChangesIsOneRecomputation) {
-    // A given horizontal field of view is handed on at each recomputation, which tells how many there are.
-    struct Counter {
-        unsigned int nCalls = 0;
-        void Count(RealFloat const&) { ++nCalls; }
-    } counter;
-    m_pCamera->GetHorizontalFieldOfViewProperty().SetValue(40);
-    Update();
-    ASSERT_TRUE(m_pCamera->GetVerticalFieldOfViewProperty().GetChangeEvent().Connect(
-        member_function(&counter, &Counter::Count)));
-    Update();
-    EXPECT_EQ(counter.nCalls, 0u) << "nothing has changed";
-    m_pCamera->GetNearProperty().SetValue(2);
-    m_pCamera->GetFarProperty().SetValue(20);
-    Update();
-    EXPECT_EQ(counter.nCalls, 1u);
-    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
-    Update();
-    EXPECT_EQ(counter.nCalls, 1u) << "the place is no part of the projection";
 }
 
 TEST_F(CameraTest, EachProjectionPropertyMarksTheProjectionStale) {
@@ -148,21 +102,6 @@ TEST_F(CameraTest, EachProjectionPropertyMarksTheProjectionStale) {
         Update();
         EXPECT_NE(m_pCamera->GetProjectionMatrix(), before);
     }
-}
-
-TEST_F(CameraTest, TheViewMatrixIsTheInverseOfTheWorldMatrix) {
-    Ref<TransformNode> const pParent(new TransformNode);
-    pParent->GetScaleProperty().SetValue(Vector(2, 2, 2));
-    pParent->Attach(m_pCamera.Get());
-    m_pCamera->GetPositionProperty().SetValue(Vector(3, -4, 5));
-    m_pCamera->GetRotationProperty().SetValue(Vector(20, -70, 130));
-    pParent->Update(Device(), 0);
-    ExactMatrix const product =
-        ExactMatrix(m_pCamera->GetViewMatrix()) * ExactMatrix(m_pCamera->GetWorldMatrix());
-    for (int i = 0; i < 16; ++i) {
-        EXPECT_NEAR(product.m[i / 4][i % 4], i % 5 == 0 ? 1 : 0, 1e-5) << i;
-    }
-    EXPECT_NEAR(m_pCamera->GetWorldMatrix().m[12], 6, 1e-6) << "the world matrix is that of this update";
 }
 
 TEST_F(CameraTest, AWorldMatrixWithHardlyADeterminantHasTheIdentityForItsInverse) {
@@ -199,26 +138,6 @@ TEST_F(CameraTest, ACopyHasTheMatricesAndGoesItsOwnWay) {
     Update();
     EXPECT_TRUE(IsNear(pCopy->GetProjectionMatrix(), Perspective(80, 1, 2, 1000)));
     EXPECT_EQ(m_pCamera->GetProjectionMatrix(), before);
-}
-
-TEST_F(CameraTest, BeforeTheFirstUpdateACameraAndItsCopyAreStale) {
-    m_pCamera->GetPositionProperty().SetValue(Vector(1, 2, 3));
-    Ref<CameraGL2> const pCopy(static_cast<CameraGL2*>(m_pCamera->Clone()));
-    EXPECT_EQ(m_pCamera->GetViewMatrix(), Matrix::Identity);
-    EXPECT_EQ(pCopy->GetProjectionMatrix(), Matrix::Identity);
-    pCopy->Update(Device(), 0);
-    EXPECT_TRUE(IsNear(pCopy->GetProjectionMatrix(), Perspective(45, 1, 1, 1000)));
-}
-
-TEST_F(CameraTest, TheDefaultCameraMapsPixels) {
-    // 50 mm on 60 mm of film: half the width is seen under a tangent of 0.6.
-    Camera* const pCamera = Device().GetActiveCamera();
-    double const distance = Width / 2.0 / 0.6;
-    double const vertical = 2 * std::atan(0.6 * Height / Width) * 180 / M_PI;
-    EXPECT_TRUE(
-        IsNear(pCamera->GetViewMatrix(), ExactTranslation(-Width / 2.0, -Height / 2.0, -distance), 1e-5));
-    EXPECT_TRUE(IsNear(pCamera->GetProjectionMatrix(),
-                       Perspective(vertical, double(Width) / Height, distance / 10, distance * 10), 1e-5));
 }
 
 } // namespace

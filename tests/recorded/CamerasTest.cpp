@@ -140,66 +140,11 @@ TEST_F(Cameras, ATwoDimensionalCameraIsPushedThroughTheTableAndGoesWithItsPop) {
     EXPECT_EQ(device.GetActiveCamera(), nullptr);
 }
 
-TEST_F(Cameras, TheViewportMatrixTakesWholeHalvesWithYDown) {
-    Device().SetViewport(7, 3, 101, 51);
-    EXPECT_CALLS("glViewport(7, 3, 101, 51)");
-    Matrix const matrix = Device().GetViewportMatrix();
-    float const expected[16] = {50, 0, 0, 0, 0, -25, 0, 0, 0, 0, 1, 0, 57, 28, 0, 1};
-    EXPECT_EQ(matrix, Matrix(expected));
-    EXPECT_EQ(Device().GetViewport(), RectangleT<int>(7, 3, 108, 54));
-}
-
-TEST_F(Cameras, AViewportRectangleUsesItsBottomAsYAfterRepeatingTheOneBefore) {
-    WatchedDevice device;
-    device.SetViewport(1, 2, 30, 40);
-    Clear();
-    device.SetViewport(RectangleT<int>(0, 0, 800, 480));
-    EXPECT_CALLS("glViewport(1, 2, 30, 40)", "glViewport(0, 480, 800, 480)");
-    EXPECT_EQ(device.m_viewport, RectangleT<int>(0, 480, 800, 480));
-}
-
-TEST_F(Cameras, DepthTestingIsSwitchedOnlyWhenItChanges) {
-    Device().SetDepthTestEnabled(false);
-    EXPECT_CALLS();
-    Device().SetDepthTestEnabled(true);
-    Device().SetDepthTestEnabled(true);
-    EXPECT_TRUE(Device().IsDepthTestEnabled());
-    Device().SetDepthTestEnabled(false);
-    EXPECT_CALLS("glEnable(GL_DEPTH_TEST)", "glDisable(GL_DEPTH_TEST)");
-    EXPECT_FALSE(Device().IsDepthTestEnabled());
-}
-
-TEST_F(Cameras, ProjectsUnitsToPixelsUnderTheDefaultCamera) {
-    Device().SetViewport(0, 0, 640, 480);
-    Device().SetCameraDepth(true);
-    struct Case {
-        Point point;
-        Vector2T<RealFloat> pixel;
-    };
-    // One unit is one pixel in the plane z = 0; (0, 0) is the lower left corner, and pixels count downward.
-    Case const cases[] = {
-        {Point(0, 0, 0, 1), {0, 480}}, {Point(640, 480, 0, 1), {640, 0}}, {Point(10, 20, 0, 1), {10, 460}}};
-    for (Case const& test : cases) {
-        Vector2T<RealFloat> const pixel = Device().ProjectCoordinate(Matrix::Identity, test.point);
-        EXPECT_NEAR(pixel.x, test.pixel.x, 1e-2f);
-        EXPECT_NEAR(pixel.y, test.pixel.y, 1e-2f);
-    }
-}
-
 TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {
     OtherMatrices device;
     Vector2T<RealFloat> const pixel =
         device.ProjectCoordinate(Matrix4Scale(Vector3T<RealFloat>(2, 2, 2)), Point(7, 11, 13, 1));
     EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 2 * 7), 200 + 5 * (2 + 2 * 11))));
-}
-
-TEST_F(Cameras, ATwoDimensionalCameraCountsPixelsFromTheTop) {
-    Device().SetViewport(0, 0, 100, 50);
-    Device().PushCamera2D(101, 51);
-    Device().SetCameraDepth(false);
-    Vector2T<RealFloat> const pixel = Device().ProjectCoordinate(Matrix::Identity, Point(30, 10, 0, 1));
-    EXPECT_NEAR(pixel.x, 30, 1e-3f);
-    EXPECT_NEAR(pixel.y, 10, 1e-3f);
 }
 
 class Picking : public Cameras {
@@ -233,14 +178,6 @@ TEST_F(Picking, FindsThePointOfATriangleUnderAPixel) {
     ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)), {0, 0, 0}, {50, 0, 0}, {0, 40, 0}));
     EXPECT_NEAR(m_uv.x, -10.0f / 50, 1e-3f);
     EXPECT_NEAR(m_uv.y, 100.0f / 40, 1e-3f);
-}
-
-TEST_F(Picking, OfTwoTrianglesTheNearerOneHasTheSmallerDistance) {
-    PointAt(320, 240);
-    ASSERT_TRUE(Hit(Matrix::Identity, {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
-    RealFloat const rFar = m_distance;
-    ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, 100)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
-    EXPECT_LT(m_distance, rFar);
 }
 
 TEST_F(Picking, ATriangleSeenEdgeOnIsMissedAndNothingIsWritten) {

@@ -69,19 +69,6 @@ TEST_F(EGLImage, FormatsTurnIntoEachOtherAsTabled) {
     }
 }
 
-TEST_F(EGLImage, TexturesAreLinearAndClampedAndStayBound) {
-    for (auto const& [target, name] : {std::pair<int, std::string>{GL_TEXTURE_2D, "GL_TEXTURE_2D"},
-                                       {GL_TEXTURE_CUBE_MAP, "GL_TEXTURE_CUBE_MAP"}}) {
-        Clear();
-        int const nName = EGLImageImpl::CreateTexture(target);
-        EXPECT_CALLS("glGenTextures(1, *)", "glBindTexture(" + name + ", " + std::to_string(nName) + ")",
-                     "glTexParameteri(" + name + ", GL_TEXTURE_MIN_FILTER, GL_LINEAR)",
-                     "glTexParameteri(" + name + ", GL_TEXTURE_MAG_FILTER, GL_LINEAR)",
-                     "glTexParameteri(" + name + ", GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE)",
-                     "glTexParameteri(" + name + ", GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE)");
-    }
-}
-
 TEST_F(EGLImage, ShowsItsBufferThroughItsTexture) {
     Ref<EGLImageHelper> const pSurface = MakeSurface(TextureFormat::RGB888);
     EXPECT_TRUE(pSurface->IsCreated());
@@ -110,12 +97,6 @@ TEST_F(EGLImage, AFormatThatBuffersLackIsAskedForAsNone) {
     EXPECT_TRUE(pSurface->IsLocked());
     pSurface->Unlock();
     EXPECT_TRUE(m_diagnostics.Failures().empty());
-}
-
-TEST_F(EGLImage, AnErrorFromBeforeIsNotItsOwn) {
-    SetError(GL_INVALID_ENUM);
-    MakeSurface();
-    EXPECT_TRUE(m_diagnostics.Messages().empty());
 }
 
 TEST_F(EGLImage, CreatedAgainItLetsGoOfWhatItHadFirst) {
@@ -168,39 +149,6 @@ TEST_F(EGLImage, AFailureSaysWhyAndLeavesItEmptyWhateverItHadBefore) {
             EXPECT_CALLS();
         }
     }
-}
-
-TEST_F(EGLImage, LockedOnceAtATimeItGivesItsPixels) {
-    Ref<EGLImageHelper> const pSurface = MakeSurface();
-    void* const pPixels = pSurface->Lock();
-    EXPECT_NE(pPixels, nullptr);
-    EXPECT_TRUE(pSurface->IsLocked());
-    pSurface->Lock();
-    ExpectFailure("src/Android/EGLImageImpl:246: !IsLocked()");
-    pSurface->Unlock();
-    EXPECT_FALSE(pSurface->IsLocked());
-    EXPECT_EQ(pSurface->Lock(), pPixels);
-    pSurface->Unlock();
-    EXPECT_TRUE(m_diagnostics.Failures().empty());
-    pSurface->Unlock();
-    ExpectFailure("src/Android/EGLImageImpl:257: IsLocked()");
-    pSurface->Lock();
-    pSurface->Destroy();
-    ExpectFailure("src/Android/EGLImageImpl:51: !IsLocked()");
-    pSurface->Create(Width, Height, TextureFormat::RGBA8888);
-    pSurface->Unlock();
-}
-
-TEST_F(EGLImage, DestroyedOnTheRenderThreadItIsGoneAtOnce) {
-    Ref<EGLImageHelper> pSurface = MakeSurface();
-    Strings const deletions = Deletions(*pSurface);
-    Clear();
-    pSurface->Destroy();
-    EXPECT_EQ(Lines(), deletions);
-    ExpectEmpty(*pSurface);
-    pSurface.Reset();
-    EXPECT_EQ(Lines(), deletions);
-    EXPECT_TRUE(m_diagnostics.Failures().empty());
 }
 
 TEST_F(EGLImage, DestroyedOnAnotherThreadItIsEmptyAtOnceAndGoneOnceAtProcess) {
@@ -283,43 +231,6 @@ TEST_F(EGLImage, OffTheRenderThreadNothingOfGLMayBeMadeOrDeleted) {
         Device().Process(); // not the thread to do it
     }).join();
     ExpectFailure("src/Android/EGLImageImpl:35: GraphicsDeviceGL2::InRenderThread()");
-}
-
-TEST_F(EGLImage, ThreadsLockAndDestroySurfacesWhileOthersAreMade) {
-    constexpr int Rounds = 300;
-    std::atomic<EGLImageHelper*> shelf{nullptr};
-    Ref<EGLImageHelper> const pWritten = MakeSurface();
-    std::thread producer([&] {
-        for (int i = 0; i < Rounds; ++i) {
-            *static_cast<int*>(pWritten->Lock()) = i;
-            pWritten->Unlock();
-        }
-    });
-    std::thread owner([&] {
-        for (int i = 0; i < Rounds; ++i) {
-            EGLImageHelper* pSurface = nullptr;
-            while (!(pSurface = shelf.exchange(nullptr))) {
-                std::this_thread::yield();
-            }
-            pSurface->ReleaseReference();
-        }
-    });
-    Unnoted const unnoted;
-    for (int i = 0; i < Rounds; ++i) {
-        EGLImageHelper* const pSurface = MakeSurface().Detach();
-        while (shelf.load()) {
-            std::this_thread::yield();
-        }
-        shelf = pSurface;
-        Device().Process();
-    }
-    producer.join();
-    owner.join();
-    Device().Process();
-    EXPECT_EQ(Counts(Object::EglImage).live, 1);
-    EXPECT_EQ(*static_cast<int*>(pWritten->Lock()), Rounds - 1);
-    pWritten->Unlock();
-    EXPECT_TRUE(m_diagnostics.Failures().empty());
 }
 
 } // namespace

@@ -74,23 +74,6 @@ protected:
     }
 };
 
-TEST_F(EffectCache, AnUnknownClassGivesNullAndLeavesTheOthers) {
-    EffectResource* const pFirst = Device().GetEffectResource(First);
-    EXPECT_EQ(Device().GetEffectResource(HashName("NoSuchResource")), nullptr);
-    EXPECT_EQ(Device().GetEffectResource(HashName("NoSuchResource")), nullptr);
-    EXPECT_EQ(Device().GetEffectResource(First), pFirst);
-}
-
-TEST_F(EffectCache, AResourceThatDoesNotInitialiseIsDestroyedAtOnceAndTriedAgain) {
-    g_counters.fail = true;
-    EXPECT_EQ(Device().GetEffectResource(First), nullptr);
-    EXPECT_EQ(g_counters.destroyed, 1);
-    g_counters.fail = false;
-    EXPECT_NE(Device().GetEffectResource(First), nullptr);
-    EXPECT_EQ(g_counters.created, 2);
-    EXPECT_EQ(g_counters.destroyed, 1);
-}
-
 TEST_F(EffectCache, ResourcesGoInTheOrderInWhichTheyCame) {
     for (bool const fWithDevice : {false, true}) {
         SCOPED_TRACE(fWithDevice);
@@ -135,16 +118,6 @@ TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
         EXPECT_EQ(GetState().program, ProgramName(0));
         Device().SetActiveShader(nullptr);
     }
-}
-
-TEST_F(EffectCache, ReleasingLeavesARegisteredProgramActive) {
-    BringUp();
-    Device().GetEffectResource(First);
-    Device().SetActiveShader(Device().GetShader(-2));
-    Clear();
-    Device().ReleaseEffectResources();
-    EXPECT_CALLS();
-    EXPECT_EQ(GetState().program, ProgramName(1));
 }
 
 TEST_F(EffectCache, MakesOneResourceForEachClassOnFirstDemand) {

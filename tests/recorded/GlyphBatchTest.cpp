@@ -1,10 +1,11 @@
-// Batches of bitmap glyphs, their shadows and underlines: what they draw, and the calls that it takes.
+// Batches of glyphs and of pictures among them, in the ways in which no text draws them.
 
-#include "GlyphTest.h"
+#include "NodeTest.h"
 
 #include "BitmapFontGL2.h"
+#include "TextGL2.h"
 #include "trevik/Allocation.h"
-#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/Glyph.h"
 
 namespace {
 
@@ -12,79 +13,85 @@ using namespace recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
-class GlyphBatchTest : public GlyphTest {
+/** Three glyphs, drawn by a font or, as pictures, by a text. */
+class GlyphBatchTest : public NodeTest, public ::testing::WithParamInterface<bool> {
 protected:
-    GlyphBatchTest() : m_pFont(new BitmapFontGL2) {
-        m_glyphs[0].m_nOffsetX = 1;
-        m_glyphs[0].m_nOffsetY = 2;
-        m_glyphs[0].m_nAdvance = 9;
-        m_glyphs[1].m_nOffsetX = -2;
-        m_glyphs[1].m_nOffsetY = -3;
-        m_glyphs[1].m_nAdvance = 5;
+    GlyphBatchTest() : m_pTexture(MakeTexture(16, 8)) {
+        m_glyph.m_nWidth = 4;
+        m_glyph.m_nHeight = 6;
+        m_glyph.m_fImage = GetParam();
+        m_glyph.m_pTexture = Ref<trevik::kelvo::Texture>(m_pTexture.Get());
+        Append(3);
     }
 
-    void RenderBatch(GlyphBatch const& batch, bool fShadow = false) {
-        Record([&] {
-            m_pFont->RenderGlyphBatch(Device(), m_instances, batch, Vector(900, 900, 900),
-                                      Color(0.125f, 0.375f, 0.625f, 0.5f), fShadow, m_shadowOffset,
-                                      m_shadowColor);
-        });
+    void Append(unsigned int nInstances) {
+        GlyphInstance instance;
+        instance.m_pGlyph = &m_glyph;
+        for (unsigned int i = 0; i < nInstances; ++i) {
+            ASSERT_TRUE(m_instances.Append(instance));
+        }
     }
-    void RenderBatch(bool fShadow = false) { RenderBatch(m_batch, fShadow); }
 
-    Ref<BitmapFontGL2> m_pFont;
-    Vector m_shadowOffset{2, -3, 0.5f};
-    Color m_shadowColor{0.25f, 0.75f, 0.125f, 0.5f};
+    void Render(GraphicsDeviceGL2& device, GlyphBatch const& batch) {
+        using Vector = Vector3T<RealFloat>;
+        using Color = ColorT<RealFloat>;
+        Clear();
+        if (GetParam()) {
+            m_pText->RenderImageBatch(device, m_instances, batch, Color());
+        } else {
+            m_pFont->RenderGlyphBatch(device, m_instances, batch, Vector(), Color(), false, Vector(),
+                                      Color());
+        }
+    }
+
+    Ref<TextureGL2> m_pTexture;
+    Glyph m_glyph;
+    List<GlyphInstance> m_instances;
+    Ref<BitmapFontGL2> m_pFont{new BitmapFontGL2};
+    Ref<TextGL2> m_pText{new TextGL2};
 };
 
-TEST_F(GlyphBatchTest, AnEmptyBatchBindsTheTextureOfItsFirstInstance) {
-    RenderBatch(GlyphBatch{2, 0});
+TEST_P(GlyphBatchTest, AnEmptyBatchBindsTheTextureOfItsFirstInstance) {
+    Render(Device(), GlyphBatch{2, 0});
     EXPECT_EQ(Lines("glDraw*"), (Strings{"glDrawArrays(GL_TRIANGLES, 0, 0)"}));
     EXPECT_EQ(Draws().at(0).Texture("sTexture"), m_pTexture->GetGLTexture());
 }
 
-TEST_F(GlyphBatchTest, BatchesThatAreNotAmongTheInstancesDrawNothing) {
+TEST_P(GlyphBatchTest, WhatIsNotAmongTheInstancesOrHasNoDeviceIsNotDrawn) {
     for (GlyphBatch const batch :
          {GlyphBatch{3, 0}, GlyphBatch{2, 2}, GlyphBatch{1, ~0u}, GlyphBatch{~0u, 1}}) {
-        RenderBatch(batch);
-        EXPECT_EQ(Lines(), Strings()) << batch.m_nFirst << ", " << batch.m_nCount;
+        Render(Device(), batch);
+        EXPECT_CALLS() << batch.m_nFirst << ", " << batch.m_nCount;
     }
+    GraphicsDeviceGL2 device;
+    Render(device, GlyphBatch{1, 2});
+    EXPECT_CALLS();
 }
 
-TEST_F(GlyphBatchTest, WithoutMemoryForItsStreamsNothingIsDrawn) {
+TEST_P(GlyphBatchTest, WithoutMemoryForItsStreamsNothingIsDrawn) {
     static unsigned int s_nInstances = 0;
     s_nInstances += 5000; // more than anything has drawn before, this test the last time included
-    while (m_instances.GetCount() < s_nInstances) {
-        Append(m_glyphs[0], 3, 4, {1, 1, 1, 1});
-    }
+    Render(Device(), GlyphBatch{1, 2}); // uniforms are known from here on
+    Append(s_nInstances);
     GlyphBatch const all{0, m_instances.GetCount()};
-    RenderBatch(); // uniforms are known from here on
     // None of the three streams, then one more each time.
     for (unsigned int const nStreams : {0u, 1u, 1u}) {
-        Clear();
         Allocation::FailAfter(nStreams);
-        m_pFont->RenderGlyphBatch(Device(), m_instances, all, Vector(), Color(), false, Vector(), Color());
+        Render(Device(), all);
         Allocation::FailNever();
-        EXPECT_EQ(Lines(), Strings());
+        EXPECT_CALLS();
     }
-    RenderBatch(all);
-    EXPECT_EQ(Draws().at(0).count, static_cast<GLsizei>(6 * s_nInstances));
+    Render(Device(), all);
+    EXPECT_EQ(Draws().at(0).count, static_cast<GLsizei>(6 * all.m_nCount));
 }
 
-TEST_F(GlyphBatchTest, WithoutADeviceNothingIsDrawn) {
-    GraphicsDeviceGL2 device;
-    Clear();
-    m_pFont->RenderGlyphBatch(device, m_instances, m_batch, Vector(), Color(), false, Vector(), Color());
-    EXPECT_EQ(Lines(), Strings());
+TEST_P(GlyphBatchTest, WithoutTextureAPictureHasNoAreaAndNoneIsBound) {
+    m_glyph.m_pTexture = nullptr;
+    Render(Device(), GlyphBatch{0, 1});
+    EXPECT_EQ(Draws().at(0).Values(1), std::vector<float>(12));
+    EXPECT_EQ(Draws().at(0).Texture("sTexture"), 0u);
 }
 
-TEST_F(GlyphBatchTest, CountsItsRendering) {
-    ScopeCounter::ResetFigures();
-    ScopeCounter::SetProfiling(true);
-    RenderBatch();
-    RenderBatch();
-    ScopeCounter::SetProfiling(false);
-    EXPECT_EQ(ScopeCounter::GetTotals(6).nCalls, 2u);
-}
+INSTANTIATE_TEST_SUITE_P(AsPictures, GlyphBatchTest, ::testing::Bool());
 
 } // namespace

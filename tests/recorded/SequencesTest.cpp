@@ -19,22 +19,6 @@ protected:
     }
 };
 
-TEST_F(Sequences, ASpriteGetsATextureBackAfterItHadNone) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    Ref<TextureGL2> const pFirst = MakeTexture(4, 4);
-    Ref<TextureGL2> const pSecond = MakeTexture(8, 8);
-    pSprite->SetTexture(pFirst.Get());
-    EXPECT_EQ(DrawnTexture(*pSprite), pFirst->GetGLTexture());
-    pSprite->SetTexture(nullptr);
-    Draw(*pSprite);
-    EXPECT_EQ(GetState().program, ProgramName(1));
-    pSprite->SetTexture(pSecond.Get());
-    EXPECT_EQ(DrawnTexture(*pSprite), pSecond->GetGLTexture());
-    pSprite->SetTexture(pFirst.Get());
-    EXPECT_EQ(DrawnTexture(*pSprite), pFirst->GetGLTexture());
-    EXPECT_EQ(Counts(Object::Texture).created, 2);
-}
-
 TEST_F(Sequences, ASpriteThatWasNeverLoadedHasNoCoordinatesToGive) {
     SpriteGL2 sprite;
     Vector2T<RealFloat> coords[4] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};

@@ -51,27 +51,6 @@ protected:
     Ref<TextureGL2> m_pOther{new TextureGL2};
 };
 
-TEST_F(ShaderProgram, CompilesVertexThenFragmentAndNamesAttributesBeforeLinking) {
-    EXPECT_TRUE(m_pProgram->Compile());
-    EXPECT_CALLS("glGetBooleanv(GL_SHADER_COMPILER, *)", "glCreateProgram()",
-                 "glCreateShader(GL_FRAGMENT_SHADER)", "glCreateShader(GL_VERTEX_SHADER)",
-                 "glShaderSource(*, 1, \"attribute*\", NULL)", "glCompileShader",
-                 "glShaderSource(*, 1, \"uniform*\", NULL)", "glCompileShader", "glAttachShader",
-                 "glAttachShader", "glBindAttribLocation(*, 0, \"vInPosition\")",
-                 "glBindAttribLocation(*, 5, \"vInTexture\")", "glLinkProgram",
-                 "glGetProgramiv(*, GL_LINK_STATUS, *)", "glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, *)");
-    // The first shader was made for the fragment stage, and the vertex shader is the first in everything
-    // else.
-    GLuint const fragment = static_cast<GLuint>(Calls("glCreateShader")[0].result);
-    GLuint const vertex = static_cast<GLuint>(Calls("glCreateShader")[1].result);
-    EXPECT_EQ(FindShader(vertex)->type, static_cast<GLenum>(GL_VERTEX_SHADER));
-    EXPECT_EQ(Calls("glCompileShader")[0].Integer(0), vertex);
-    EXPECT_EQ(Calls("glCompileShader")[1].Integer(0), fragment);
-    EXPECT_EQ(Calls("glAttachShader")[0].Integer(1), vertex);
-    EXPECT_EQ(Calls("glAttachShader")[1].Integer(1), fragment);
-    EXPECT_TRUE(m_diagnostics.Messages().empty());
-}
-
 TEST_F(ShaderProgram, AnyTypeButVertexReplacesTheFragmentSource) {
     m_pProgram->SetSource(static_cast<ShaderType::Enum>(7), u"void main() { gl_FragColor = vec4(1.0); }");
     ASSERT_TRUE(m_pProgram->Compile());
@@ -122,28 +101,6 @@ TEST_F(ShaderProgram, ABinaryOfNoBytesIsNone) {
     EXPECT_TRUE(m_pProgram->Compile());
 }
 
-TEST_F(ShaderProgram, AFailedLinkIsTracedWithItsLogAndLeavesNoObject) {
-    FailLink("out of registers");
-    EXPECT_FALSE(m_pProgram->Compile());
-    EXPECT_EQ(m_diagnostics.Messages(), Strings{"[kelvo] glLinkProgram failed:\nout of registers\n"});
-    EXPECT_TRUE(
-        CallsInOrder({"glGetProgramiv(*, GL_LINK_STATUS, *)", "glGetProgramiv(*, GL_INFO_LOG_LENGTH, *)",
-                      "glGetProgramInfoLog(*, 17, *)", "glGetShaderiv(3, GL_COMPILE_STATUS, *)",
-                      "glGetShaderiv(2, GL_COMPILE_STATUS, *)", "glDeleteShader(3)", "glDeleteShader(2)",
-                      "glDeleteProgram"},
-                     Calls()));
-    EXPECT_EQ(Counts(Object::Program).live, 0);
-    EXPECT_EQ(Counts(Object::Shader).live, 0);
-}
-
-TEST_F(ShaderProgram, AShaderThatCannotBeMadeIsNotAskedWhyItFails) {
-    Fail("glCreateShader");
-    EXPECT_FALSE(m_pProgram->Compile());
-    EXPECT_EQ(Count("glGetShaderiv"), 0u);
-    EXPECT_EQ(Count("glDeleteShader"), 0u);
-    EXPECT_EQ(Counts(Object::Program).live, 0);
-}
-
 TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProgramFunction) {
     struct Case {
         GLenum stage;
@@ -171,31 +128,6 @@ TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProg
         EXPECT_EQ(Count("glGetProgramInfoLog"), test.messages.size());
         EXPECT_EQ(Count("glGetShaderInfoLog"), 0u);
     }
-}
-
-TEST_F(ShaderProgram, CleanupDeletesVertexFragmentAndProgramOnce) {
-    ASSERT_TRUE(m_pProgram->Compile());
-    Clear();
-    m_pProgram->Cleanup();
-    EXPECT_CALLS("glDeleteShader(3)", "glDeleteShader(2)", "glDeleteProgram");
-    m_pProgram.Reset();
-    EXPECT_EQ(Count("glDelete*"), 3u);
-}
-
-TEST_F(ShaderProgram, BindsAndUnbindsOnceWithExactlyItsAttributes) {
-    ASSERT_TRUE(m_pProgram->Compile());
-    Clear();
-    m_pProgram->Unbind();
-    EXPECT_CALLS();
-    m_pProgram->Bind();
-    m_pProgram->Bind();
-    std::string const program = std::to_string(LiveNames(Object::Program)[0]);
-    EXPECT_CALLS("glUseProgram(" + program + ")", "glEnableVertexAttribArray(0)",
-                 "glEnableVertexAttribArray(5)");
-    Clear();
-    m_pProgram->Unbind();
-    m_pProgram->Unbind();
-    EXPECT_CALLS("glDisableVertexAttribArray(0)", "glDisableVertexAttribArray(5)", "glUseProgram(0)");
 }
 
 TEST_F(ShaderProgram, UnbindTakesTheTexturesOutOfEveryUnitThatHoldsOne) {
@@ -228,51 +160,6 @@ TEST_F(ShaderProgram, AsksForALocationOnceWhateverItIs) {
     m_pProgram->Cleanup();
     EXPECT_EQ(m_pProgram->GetUniformLocation(name), UniformLocation(program, "v4"));
     EXPECT_EQ(Count("glGetUniformLocation"), 2u);
-}
-
-TEST_F(ShaderProgram, SetsEachTypeOfParameterWhateverTheStage) {
-    CompileAndBind();
-    Matrix4T<float> matrix;
-    for (int i = 0; i < 16; ++i) {
-        matrix[static_cast<unsigned int>(i)] = static_cast<float>(i);
-    }
-    m_pProgram->SetParameter(ShaderType::Vertex, u"mMatrix", matrix);
-    m_pProgram->SetParameter(ShaderType::Vertex, u"v4", Vector4T<float>(1, 2, 3, 4));
-    m_pProgram->SetParameter(ShaderType::Fragment, u"v3", Vector3T<float>(5, 6, 7));
-    m_pProgram->SetParameter(ShaderType::Vertex, u"v2", Vector2T<float>(8, 9));
-    m_pProgram->SetParameter(ShaderType::Fragment, u"v1", 0.5f);
-    m_pProgram->SetParameter(ShaderType::Fragment, u"missing", 1.0f);
-    EXPECT_TRUE(
-        CallsAre({"glUniformMatrix4fv(mMatrix, 1, GL_FALSE, {0, 1, 2, 3, 4, 5, 6, 7, 8, 9, 10, 11, 12, "
-                  "13, 14, 15})",
-                  "glUniform4f(v4, 1, 2, 3, 4)", "glUniform3f(v3, 5, 6, 7)", "glUniform2f(v2, 8, 9)",
-                  "glUniform1f(v1, 0.5)", "glUniform1f(-1, 1)"},
-                 CallsOf({"glUniform*"})));
-    EXPECT_TRUE(Errors().empty());
-}
-
-TEST_F(ShaderProgram, ASamplerKeepsItsUnitAndEveryCallIsMadeEachTime) {
-    CompileAndBind();
-    for (int draw = 0; draw < 2; ++draw) {
-        Clear();
-        m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
-        m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
-        EXPECT_TRUE(CallsAre({"glUniform1i(sA, 0)", "glActiveTexture(GL_TEXTURE0)",
-                              "glBindTexture(GL_TEXTURE_2D, 7)", "glUniform1i(sB, 1)",
-                              "glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 8)"},
-                             CallsOf({"glUniform1i", "glActiveTexture", "glBindTexture"})))
-            << "draw " << draw;
-    }
-}
-
-TEST_F(ShaderProgram, AnotherTextureIsBoundAfterTheOneBeforeIsUnbound) {
-    CompileAndBind();
-    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
-    m_pProgram->SetSampler(u"sB", m_pTexture.Get(), 7);
-    Clear();
-    m_pProgram->SetSampler(u"sB", m_pOther.Get(), 8);
-    EXPECT_CALLS("glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 0)", "glUniform1i(sB, 1)",
-                 "glActiveTexture(GL_TEXTURE1)", "glBindTexture(GL_TEXTURE_2D, 8)");
 }
 
 TEST_F(ShaderProgram, AUnitKeepsItsTextureAliveUntilItGetsAnother) {
@@ -312,12 +199,6 @@ TEST_F(ShaderProgram, WithoutAFreeUnitASamplerIsTracedAndNothingIsCalled) {
     // Those that have a unit still work.
     m_pProgram->SetSampler(u"sD", m_pTexture.Get(), 7);
     EXPECT_CALLS("glUniform1i(sD, 3)", "glActiveTexture(GL_TEXTURE3)", "glBindTexture(GL_TEXTURE_2D, 7)");
-}
-
-TEST_F(ShaderProgram, BeforeItIsCompiledThereAreNoUnits) {
-    m_pProgram->SetSampler(u"sA", m_pTexture.Get(), 7);
-    EXPECT_CALLS();
-    EXPECT_EQ(m_diagnostics.Messages(), Strings{"[kelvo] Maximum number of texture units exceeded!\n"});
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 #include "CameraGL2.h"
 #include "trevik/Allocation.h"
-#include "trevik/ScopeCounter.h"
 
 namespace {
 
@@ -15,9 +14,6 @@ using namespace trevik::kelvo;
 using Floats = std::vector<float>;
 using Coords = Vector2T<RealFloat>;
 using Vector = Vector3T<RealFloat>;
-
-char const* const PlainBlendFunctions =
-    "glBlendFuncSeparate(GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA, GL_ONE, GL_ONE_MINUS_SRC_ALPHA)";
 
 class SpriteTest : public NodeTest {
 protected:
@@ -36,23 +32,6 @@ protected:
         return floats;
     }
 };
-
-TEST_F(SpriteTest, LoadBuildsCornersAndInsetTextureCoordinates) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
-    float const inset = 0.0001f;
-    EXPECT_EQ(CoordsOf(*pSprite), (Floats{inset, 1, inset, inset, 1, 1, 1, inset}));
-}
-
-TEST_F(SpriteTest, AFailedLoadLeavesTheGeometry) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    Serializer serializer;
-    serializer.PushTag(DocumentID::Property, HashName("Size")); // a property without a value
-    serializer.PopTag();
-    Deserializer deserializer(serializer.Finish(), m_registry);
-    EXPECT_FALSE(pSprite->Load(deserializer));
-    EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
-}
 
 TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
     Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
@@ -79,26 +58,6 @@ TEST_F(SpriteTest, ALoadWithoutMemoryForTheGeometryFailsAndLeavesIt) {
     EXPECT_GT(nFailures, 2u) << "the geometry alone takes two lists";
     EXPECT_EQ(VerticesOf(*pSprite), (Floats{0, 0, 0, 0, 30, 0, 20, 0, 0, 20, 30, 0}));
     EXPECT_FLOAT_EQ(CoordsOf(*pSprite)[0], 0.0001f);
-}
-
-TEST_F(SpriteTest, CornersFollowTheSizeAtTheNextLoadOnly) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    pSprite->GetSizeProperty().SetValue(SizeT<int>(20, 30));
-    Draw(*pSprite);
-    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 7, 0, 13, 0, 0, 13, 7, 0}));
-}
-
-TEST_F(SpriteTest, SetTextureNarrowsTheCoordinatesToTheUsedPart) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
-    Ref<TextureGL2> const pTexture = MakeTexture(8, 16);
-    pTexture->SetUsedSize(5, 12);
-    pSprite->SetTexture(pTexture.Get());
-    EXPECT_EQ(pSprite->GetTexture(), pTexture.Get());
-    Floats const narrowed = {0, 0.75f, 0, 0, 0.625f, 0.75f, 0.625f, 0};
-    EXPECT_EQ(CoordsOf(*pSprite), narrowed);
-    // Taking the texture away leaves the coordinates alone.
-    pSprite->SetTexture(nullptr);
-    EXPECT_EQ(CoordsOf(*pSprite), narrowed);
 }
 
 TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
@@ -148,17 +107,6 @@ TEST_F(SpriteTest, EffectsThatAnEffectAttachesAreAskedAfterIt) {
     expected[0] = "first draws";
     EXPECT_EQ(notes, expected);
     EXPECT_EQ(Count("glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"), 1u);
-}
-
-TEST_F(SpriteTest, AnEffectDrawsBetweenTheMasksToo) {
-    Strings notes;
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->AddMask(MakeMask().Get());
-    pSprite->AddEffect(new NotingEffect("effect", notes, true));
-    Draw(*pSprite);
-    EXPECT_EQ(Count("glDraw*"), 2u);
-    EXPECT_EQ(Count("glEnable(GL_STENCIL_TEST)"), 1u);
-    EXPECT_EQ(Count("glDisable(GL_STENCIL_TEST)"), 1u);
 }
 
 /** Counts what masks are given to it. */
@@ -226,14 +174,26 @@ TEST_F(SpriteTest, ACloneHasGeometryOfItsOwn) {
     EXPECT_EQ(CoordsOf(static_cast<SpriteGL2&>(*pWhole)), CoordsOf(*pSprite));
 }
 
-TEST_F(SpriteTest, CountsItsRendering) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(1, 1);
-    ScopeCounter::ResetFigures();
-    ScopeCounter::SetProfiling(true);
+TEST_F(SpriteTest, EdgesFollowTheSizeOfTheMomentAndTheirTableGoesWithTheDevice) {
+    EXPECT_TRUE(SpriteGL2::CreateAntialiasFilter());
+    Ref<SpriteGL2> pSprite = MakeSprite(20, 10);
+    pSprite->GetAntialiasProperty().SetValue(true);
+    pSprite->GetSizeProperty().SetValue(SizeT<int>(40, 10)); // without another load
     Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).streams.at(0).Vertex(2).at(0), 20);
+    EXPECT_NEAR(Draws().at(1).streams.at(0).Vertex(1).at(0), 2 * 40.0 / Width - 1, 1e-4);
+    EXPECT_TRUE(SpriteGL2::CreateAntialiasFilter());
     Draw(*pSprite);
-    ScopeCounter::SetProfiling(false);
-    EXPECT_EQ(ScopeCounter::GetTotals(4).nCalls, 2u);
+    EXPECT_TRUE(FindTexture(Draws().at(1).Texture("sDistribution")));
+    SpriteGL2::ReleaseAntialiasFilter();
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(1).Texture("sDistribution"), 0u);
+    EXPECT_TRUE(SpriteGL2::CreateAntialiasFilter());
+    Draw(*pSprite);
+    Device().SetActiveShader(nullptr);
+    pSprite.Reset();
+    m_pDevice.reset();
+    EXPECT_TRUE(LiveNames(Object::Texture).empty());
 }
 
 } // namespace

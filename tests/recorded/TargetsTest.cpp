@@ -19,74 +19,7 @@ protected:
         ASSERT_TRUE(Device().InitializeTargetBuffers());
         Clear();
     }
-
-    /** A fresh driver, and a device with targets. */
-    void Renew() {
-        m_pDevice.reset();
-        Reset();
-        m_pDevice = std::make_unique<GraphicsDeviceGL2>();
-        StartDrawing();
-        InitializeTargets();
-    }
 };
-
-TEST_F(Targets, SwappingBindsTheOtherOneOrTheWindow) {
-    enum Bound { Nothing, Current, Back };
-    struct Case {
-        unsigned int swaps; ///< before
-        Bound bound;
-        bool toScreen;
-        Strings calls; ///< %b is the back target's name
-    };
-    std::string const bindsBack = "glBindFramebuffer(GL_FRAMEBUFFER, %b)";
-    std::string const clears = "glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)";
-    std::string const asks = "glGetIntegerv(GL_VIEWPORT, *)";
-    std::string const full = "glViewport(0, 0, 61, 37)";
-    std::string const before = "glViewport(2, 3, 40, 20)";
-    std::vector<Case> cases;
-    for (unsigned int swaps : {0u, 1u, 2u}) {
-        cases.push_back({swaps, Nothing, false, {bindsBack, clears, asks, full}});
-        // The viewport of before comes back first, so that the other one remembers it.
-        cases.push_back({swaps, Current, false, {before, bindsBack, clears, asks, full}});
-        cases.push_back({swaps, Current, true, {before, "glBindFramebuffer(GL_FRAMEBUFFER, 0)"}});
-        // Bound already, by whoever wanted to draw into it: it is bound, and cleared, once more.
-        cases.push_back({swaps, Back, false, {bindsBack, clears, asks, full}});
-        // Nothing that could be left for the screen: only what is current changes.
-        cases.push_back({swaps, Nothing, true, {}});
-    }
-    for (Case& test : cases) {
-        SCOPED_TRACE(::testing::Message()
-                     << test.swaps << " before, " << test.bound << " bound, to screen " << test.toScreen);
-        Renew();
-        FramebufferGL2* targets[2] = {nullptr, Device().GetBackTargetBuffer()};
-        Device().SwapTargetBuffers(false);
-        targets[0] = Device().GetBackTargetBuffer();
-        for (unsigned int n = 0; n < test.swaps + 1; ++n) {
-            Device().SwapTargetBuffers(false);
-        }
-        Device().GetFrontTargetBuffer()->Unbind(nullptr);
-        FramebufferGL2* const pCurrent = targets[test.swaps % 2];
-        FramebufferGL2* const pBack = targets[1 - test.swaps % 2];
-        ASSERT_EQ(Device().GetBackTargetBuffer(), pBack);
-        Device().SetViewport(2, 3, 40, 20);
-        if (test.bound != Nothing) {
-            (test.bound == Current ? pCurrent : pBack)->Bind();
-        }
-        EXPECT_EQ(Device().GetFrontTargetBuffer(), test.bound == Current ? pCurrent : nullptr);
-        Clear();
-        Device().SwapTargetBuffers(test.toScreen);
-        std::string const name = test.swaps % 2 == 0 ? "2" : "1";
-        for (std::string& line : test.calls) {
-            if (std::size_t const at = line.find("%b"); at != std::string::npos) {
-                line.replace(at, 2, name);
-            }
-        }
-        EXPECT_TRUE(CallsAre(test.calls));
-        EXPECT_EQ(Device().GetBackTargetBuffer(), pCurrent) << "what was current is behind";
-        EXPECT_EQ(Device().GetFrontTargetBuffer(), test.toScreen ? nullptr : pBack);
-        EXPECT_FALSE(pCurrent->IsBound());
-    }
-}
 
 TEST_F(Targets, AreForgottenByASecondCall) {
     InitializeTargets();
@@ -117,23 +50,6 @@ TEST_F(Targets, BeforeThereAreAnySwappingAndPostProcessingDoNothing) {
     Device().RenderForPostProcess();
     EXPECT_CALLS();
 }
-
-/** The first or the second of the targets cannot be made. */
-class RefusedTargets : public Targets, public ::testing::WithParamInterface<unsigned int> {};
-
-TEST_P(RefusedTargets, AreReportedWithoutAMessage) {
-    FailAt("glCheckFramebufferStatus", static_cast<int>(GetParam()), GL_FRAMEBUFFER_UNSUPPORTED);
-    EXPECT_FALSE(Device().InitializeTargetBuffers());
-    EXPECT_EQ(Count("glGenFramebuffers"), GetParam());
-    EXPECT_TRUE(m_diagnostics.Messages().empty());
-    EXPECT_EQ(Counts(Object::Framebuffer).live, static_cast<int>(GetParam())) << "the device keeps it";
-    Device().RenderForPostProcess(); // whatever it makes of the failed one
-    m_pDevice.reset();
-    EXPECT_EQ(Counts(Object::Framebuffer).live, 0);
-    EXPECT_TRUE(CallsWithoutContext().empty());
-}
-
-INSTANTIATE_TEST_SUITE_P(OfTwo, RefusedTargets, ::testing::Values(1u, 2u));
 
 /** A read of the rectangle from (3, 4) to (10, 9), y down. */
 class ReadBack : public NodeTest {
@@ -207,29 +123,6 @@ TEST_F(ReadBack, FillsOneLevelWithTheRowsAsGLGivesThem) {
             int const y = n / 3 / ReadWidth;
             ASSERT_EQ(pPixels[n], ReadPixelsPattern(3 + x, Height - 4 - ReadHeight + y, n % 3)) << n;
         }
-    }
-}
-
-TEST_F(ReadBack, CountsRowsFromTheViewportsUpperEdge) {
-    SetColorBits(8, 8, 8);
-    struct Case {
-        RectangleT<int> area;
-        char const* line;
-    };
-    // The viewport's place in the window does not count, its height does.
-    Device().SetViewport(4, 2, 50, 30);
-    Case const cases[] = {
-        {{41, 0, 50, 3}, "glReadPixels(41, 27, 9, 3, GL_RGB, *)"},
-        {{45, 19, 50, 30}, "glReadPixels(45, 0, 5, 11, GL_RGB, *)"},
-        {{-2, -3, 3, 4}, "glReadPixels(-2, 26, 5, 7, GL_RGB, *)"},
-    };
-    for (Case const& test : cases) {
-        Clear();
-        trevik::kelvo::Texture* pTexture = nullptr;
-        EXPECT_TRUE(Device().ReadPixels(test.area, &pTexture));
-        Ref<trevik::kelvo::Texture> const pKept(pTexture);
-        EXPECT_TRUE(CallsAre({test.line}, CallsOf({"glReadPixels"})));
-        EXPECT_EQ(pTexture->GetHeight(), test.area.bottom - test.area.top);
     }
 }
 

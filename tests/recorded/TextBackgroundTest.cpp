@@ -100,77 +100,8 @@ private:
     unsigned int m_nChanges = 0;
 };
 
-struct Placing {
-    char const* name;
-    Vector position, rotation, pivot, scale, stretch;
-};
-
 constexpr Vector None(0, 0, 0);
 constexpr Vector Once(1, 1, 1);
-
-Placing const g_placings[] = {
-    {"in its place", None, None, None, Once, Once},
-    {"moved", Vector(7, 5, -20), None, None, Once, Once},
-    {"turned", Vector(20, 9, 0), Vector(20, -35, 50), None, Once, Once},
-    {"scaled", Vector(20, 9, 0), None, None, Vector(2, 0.5f, 3), Once},
-    {"stretched", Vector(20, 9, 0), None, None, Once, Vector(0.25f, 2, 1)},
-    {"mirrored", Vector(20, 9, 0), None, None, Vector(-1, 1, 1), Vector(1, -2, 1)},
-    {"about its middle", Vector(20, 9, 0), None, Vector(-10, -6, 2), Once, Once},
-    {"every way", Vector(20, 9, -5), Vector(20, -35, 50), None, Vector(2, 0.5f, 3), Vector(0.75f, 3, 2)},
-};
-
-void Place(TransformNode& node, Placing const& placing) {
-    node.GetPositionProperty().SetValue(placing.position);
-    node.GetRotationProperty().SetValue(placing.rotation);
-    node.GetPivotProperty().SetValue(placing.pivot);
-    node.GetScaleProperty().SetValue(placing.scale);
-    node.GetStretchProperty().SetValue(placing.stretch);
-}
-
-TEST_F(TextBackground, APivotIsNotScaledWithTheText) {
-    Ref<SpriteGL2> const pSprite = AddSprite();
-    Place(*m_pText, {"about a corner", Vector(20, 9, 0), None, Vector(-7, -4, 3), Vector(2, 0.5f, 3),
-                     Vector(0.75f, 3, 2)});
-    Draw(*m_pText);
-    // The text reaches from (-3, -2) in its own units, 1.5 by 1.5 of which are scaled into the sprite's
-    // place.
-    Vector const scale = pSprite->GetScaleProperty().GetValue();
-    EXPECT_EQ(pSprite->GetPivotProperty().GetValue(),
-              Vector((-7 + -3 * 1.5f) / scale.x, (-4 + -2 * 1.5f) / scale.y, 3));
-}
-
-TEST_F(TextBackground, CoversATextBelowParentsThatArePlacedThemselves) {
-    AddSprite();
-    Ref<TransformNode> const pOuter(new TransformNode);
-    Ref<TransformNode> const pInner(new TransformNode);
-    pOuter->Attach(pInner.Get());
-    pInner->Attach(m_pText.Get());
-    Place(*m_pText, g_placings[7]);
-    for (Placing const& placing : g_placings) {
-        SCOPED_TRACE(placing.name);
-        Place(*pInner, placing);
-        pOuter->GetScaleProperty().SetValue(Vector(1, 0.5f, 1));
-        Draw(*pOuter);
-        ExpectCovered();
-    }
-    // Out of the parents' hands it is where its own properties say.
-    pInner->Detach(m_pText.Get());
-    Draw(*m_pText);
-    ExpectCovered();
-}
-
-TEST_F(TextBackground, CornersTakeTheWidthForTheHeightOnTheLeft) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(1, 1);
-    Ref<TextureGL2> const pTexture = MakeTexture(128, 64);
-    pTexture->SetUsedSize(100, 40);
-    pSprite->SetTexture(pTexture.Get());
-    m_pText->SetBackground(pSprite.Get());
-    Draw(*m_pText);
-    EXPECT_EQ(Draws().at(0).Values(0), (Floats{0, 0, 0, 0, 100, 0, 100, 0, 0, 100, 40, 0}));
-    EXPECT_EQ(pSprite->GetScaleProperty().GetValue(), Vector(20 / 100.0f, 13 / 40.0f, 1));
-    EXPECT_EQ(pSprite->GetPivotProperty().GetValue(), Vector(-3 / (20 / 100.0f), -2 / (13 / 40.0f), 0));
-    EXPECT_EQ(pSprite->GetSizeProperty().GetValue(), SizeT<int>(100, 40));
-}
 
 TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
     struct Case {
@@ -325,23 +256,6 @@ TEST_F(TextBackground, OutlastsADrawThatTakesItAway) {
     EXPECT_TRUE(fGone) << "afterwards nobody wants it";
     Draw(*m_pText);
     EXPECT_EQ(CountBackgrounds(), 0u);
-}
-
-TEST_F(TextBackground, FollowsTheLayout) {
-    AddSprite();
-    Draw(*m_pText);
-    m_pText->GetTextProperty().SetValue(u"aaa");
-    Draw(*m_pText);
-    ExpectCovered(Rectangle(-3, -2, 37, 11), {0, 2, 1, 3});
-    // Of the same size elsewhere.
-    m_pText->GetHorizontalAlignmentProperty().SetValue(HorizontalAlignment::Right);
-    Draw(*m_pText);
-    ExpectCovered(Rectangle(-33, -2, 7, 11), {0, 2, 1, 3});
-    // Changed between update and render.
-    m_pText->GetTextProperty().SetValue(u"aa");
-    Clear();
-    m_pText->Render(Device());
-    ExpectCovered(Rectangle(-23, -2, 7, 11), {0, 2, 1, 3});
 }
 
 TEST_F(TextBackground, StandsWithTheTextWhateverItHangsFrom) {

@@ -2,7 +2,6 @@
 
 #include "DeviceTest.h"
 
-#include "trevik/ScopeCounter.h"
 #include "trevik/Statistics.h"
 #include "trevik/kelvo/MipLevel.h"
 
@@ -179,18 +178,6 @@ TEST_F(TextureTest, IsMadeOnceCountedAndAnnounced) {
     Statistics::Instance().SetListener(before);
 }
 
-TEST_F(TextureTest, IsProfiledWhenItIsMadeForADrawAndOnlyThen) {
-    Ref<TextureGL2> const pTexture = MakeTexture(6);
-    Ref<TextureGL2> const pWithAlpha = MakeTexture(14);
-    ScopeCounter::ResetFigures();
-    ScopeCounter::SetProfiling(true);
-    pTexture->GetGLTexture();
-    pTexture->GetGLTexture();
-    pWithAlpha->GetGLTextureAlpha();
-    ScopeCounter::SetProfiling(false);
-    EXPECT_EQ(ScopeCounter::GetTotals(8).nCalls, 1u);
-}
-
 TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
     Ref<TextureGL2> const pTexture = MakeTexture(6);
     int nChanges = 0;
@@ -210,24 +197,6 @@ TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
     EXPECT_FALSE(pTexture->CreateGLTexture());
 }
 
-TEST_F(TextureTest, MadeAnewFromNewPixelsItDeletesTheGlTexturesOfBefore) {
-    Ref<TextureGL2> const pTexture = MakeTexture(14);
-    GLuint const color = pTexture->GetGLTexture();
-    GLuint const alpha = pTexture->GetGLTextureAlpha();
-    pTexture->GetPixelData().GetBuffer().Borrow(m_bytes.data(), static_cast<unsigned int>(m_bytes.size()));
-    Clear();
-    EXPECT_TRUE(pTexture->CreateGLTexture());
-    EXPECT_TRUE(CallsInOrder({"glDeleteTextures(1, {" + std::to_string(color) + "})",
-                              "glDeleteTextures(1, {" + std::to_string(alpha) + "})", "glGenTextures"},
-                             Calls()));
-    EXPECT_EQ(pTexture->GetPixelData().GetBuffer().GetData(), nullptr);
-    // Without pixels, what there is stays.
-    Clear();
-    EXPECT_FALSE(pTexture->CreateGLTexture());
-    EXPECT_CALLS();
-    EXPECT_NE(pTexture->GetGLTexture(), 0u);
-}
-
 TEST_F(TextureTest, WithoutPixelsNothingIsCalled) {
     Ref<TextureGL2> const pTexture(new TextureGL2);
     Clear();
@@ -235,14 +204,6 @@ TEST_F(TextureTest, WithoutPixelsNothingIsCalled) {
     EXPECT_EQ(pTexture->GetGLTexture(), 0u);
     EXPECT_EQ(pTexture->CreateGLTexture(nullptr, pTexture->GetMipLevels(), 6), 0u);
     EXPECT_CALLS();
-}
-
-TEST_F(TextureTest, DeletionOffTheRenderThreadIsABrokenInvariantForEachTexture) {
-    Ref<TextureGL2> const pTexture = MakeTexture(14);
-    ASSERT_NE(pTexture->GetGLTexture(), 0u);
-    std::thread([&] { pTexture->ReleaseGLTexture(); }).join();
-    EXPECT_EQ(m_diagnostics.Failures(), (Strings{"src/TextureGL2:190: GraphicsDeviceGL2::InRenderThread()",
-                                                 "src/TextureGL2:199: GraphicsDeviceGL2::InRenderThread()"}));
 }
 
 TEST_F(TextureTest, APlainTextureHasNoSurfaces) {

@@ -4,7 +4,6 @@
 
 #include "CameraGL2.h"
 #include "TimelineGL2.h"
-#include "trevik/ScopeCounter.h"
 
 namespace {
 
@@ -17,29 +16,9 @@ class WatchedDevice : public GraphicsDeviceGL2 {
 public:
     explicit WatchedDevice(Strings& notes) : m_notes(notes) {}
 
-    void PushCamera(Camera* pCamera) override {
-        Note("push camera");
-        GraphicsDeviceGL2::PushCamera(pCamera);
-    }
-    void PopCamera() override {
-        Note("pop camera");
-        GraphicsDeviceGL2::PopCamera();
-    }
-    Camera* GetActiveCamera() override {
-        Note("get active camera");
-        return GraphicsDeviceGL2::GetActiveCamera();
-    }
-    void PushCameraDepth(bool fDepth) override {
-        Note("push depth", fDepth);
-        GraphicsDeviceGL2::PushCameraDepth(fDepth);
-    }
     void PopCameraDepth(bool fDepth) override {
         Note("pop depth", fDepth);
         GraphicsDeviceGL2::PopCameraDepth(fDepth);
-    }
-    void SetCameraDepth(bool fDepth) override {
-        Note("set depth", fDepth);
-        GraphicsDeviceGL2::SetCameraDepth(fDepth);
     }
     bool IsDepthTestEnabled() override {
         Note("is depth test");
@@ -48,14 +27,6 @@ public:
     void SetDepthTestEnabled(bool fEnabled) override {
         Note("set depth test", fEnabled);
         GraphicsDeviceGL2::SetDepthTestEnabled(fEnabled);
-    }
-    bool PushMasks(List<Mask*>& masks) override {
-        Note("push masks", masks.GetCount() == 1);
-        return GraphicsDeviceGL2::PushMasks(masks);
-    }
-    bool PopMasks(List<Mask*>& masks) override {
-        Note("pop masks", masks.GetCount() == 1);
-        return GraphicsDeviceGL2::PopMasks(masks);
     }
 
 private:
@@ -130,7 +101,7 @@ TEST_F(TimelineGL2Test, ThePopTakesTheCameraDepthOfTheMoment) {
     m_pTimeline->PreRenderChildren(Device());
     m_pTimeline->GetDepthProperty().SetValue(true);
     m_pTimeline->PostRenderChildren(Device());
-    EXPECT_EQ(Notes().end()[-2], "pop depth 1");
+    EXPECT_EQ(Notes().back(), "pop depth 1");
     // One level was pushed and none popped: below it the flag stays off.
     Device().PushCamera(pCamera.Get());
     Device().SetCameraDepth(true);
@@ -153,18 +124,6 @@ TEST_F(TimelineGL2Test, RemembersTheActiveCameraByReference) {
         EXPECT_EQ(pCamera->GetReferenceCount(), 3) << "here, the timeline's own and the remembered one";
         EXPECT_EQ(pDefault->GetReferenceCount(), references);
     }
-}
-
-TEST_F(TimelineGL2Test, CountsBothSteps) {
-    ScopeCounter::ResetFigures();
-    ScopeCounter::SetProfiling(true);
-    m_pTimeline->PreRenderChildren(Device());
-    m_pTimeline->PostRenderChildren(Device());
-    m_pTimeline->PreRenderChildren(Device());
-    ScopeCounter::SetProfiling(false);
-    m_pTimeline->PostRenderChildren(Device());
-    EXPECT_EQ(ScopeCounter::GetTotals(12).nCalls, 2u);
-    EXPECT_EQ(ScopeCounter::GetTotals(13).nCalls, 1u);
 }
 
 } // namespace
