@@ -1,8 +1,7 @@
-// Nodes in space: what perspective, cameras and depth make of them, and that picking finds what is seen.
+// Nodes in space: what perspective and depth make of them, and that picking finds what is seen.
 
 #include "Stage.h"
 
-#include "CameraGL2.h"
 #include "trevik/kelvo/SelectionPoint.h"
 
 #include <cmath>
@@ -12,7 +11,6 @@ namespace {
 
 using namespace trevik::kelvo;
 using trevik::List;
-using trevik::RectangleT;
 using trevik::Vector2T;
 using trevik::Vector4T;
 
@@ -34,27 +32,7 @@ double Inside(std::vector<Spot> const& outline, Spot const& spot) {
     return std::max(inside, outside);
 }
 
-class DrawnSpace : public Stage {
-protected:
-    /** A camera that shows a rectangle of the plane z = 0, whose top is given first, over the whole viewport.
-     */
-    static Ref<Camera> MakeFlatCamera(RectangleT<RealFloat> const& view) {
-        Ref<Camera> const pCamera(new CameraGL2);
-        pCamera->GetOrthographicProperty().SetValue(true);
-        pCamera->GetViewRectangleProperty().SetValue(view);
-        pCamera->GetPositionProperty().SetValue(Vector(0, 0, 20));
-        pCamera->GetNearProperty().SetValue(10);
-        pCamera->GetFarProperty().SetValue(1000);
-        return pCamera;
-    }
-
-    Spot Project(Node& node, double x, double y) {
-        Device().SetCameraDepth(true); // the default camera
-        Vector2T<RealFloat> const spot = Device().ProjectCoordinate(
-            node.GetWorldMatrix(), Vector4T<RealFloat>(RealFloat(x), RealFloat(y), 0, 1));
-        return {spot.x, spot.y};
-    }
-};
+using DrawnSpace = Stage;
 
 TEST_F(DrawnSpace, TurnedPicturesLandWhereTheyAreProjectedAndArePerspectivelyTrue) {
     struct {
@@ -73,7 +51,12 @@ TEST_F(DrawnSpace, TurnedPicturesLandWhereTheyAreProjectedAndArePerspectivelyTru
         pSprite->GetPositionProperty().SetValue(test.position);
         pSprite->GetRotationProperty().SetValue(test.rotation);
         Image const frame = DrawFrame();
-        auto const project = [&](double x, double y) { return Project(*pSprite, x, y); };
+        Device().SetCameraDepth(true); // the default camera
+        auto const project = [&](float x, float y) {
+            auto const spot =
+                Device().ProjectCoordinate(pSprite->GetWorldMatrix(), Vector4T<RealFloat>(x, y, 0, 1));
+            return Spot{spot.x, spot.y};
+        };
         std::vector<Spot> const whole = {project(0, 0), project(24, 0), project(24, 15), project(0, 15)};
         std::vector<Spot> const right = {project(12, 0), project(24, 0), project(24, 15), project(12, 15)};
         int nInside = 0;
@@ -92,26 +75,6 @@ TEST_F(DrawnSpace, TurnedPicturesLandWhereTheyAreProjectedAndArePerspectivelyTru
         }
         EXPECT_GT(nInside, 50);
     }
-}
-
-TEST_F(DrawnSpace, ATimelinesCameraIsForItsChildrenAlone) {
-    Open();
-    // One unit is one pixel, counted from the top; everything in there is upside down.
-    Image const picture = MakePicture(9, 5);
-    Ref<Timeline> const pInner = AddTimeline(Root());
-    pInner->SetCamera(MakeFlatCamera(RectangleT<RealFloat>(0, 0, Width, Height)).Get());
-    AddSprite(*pInner, 3, 2, MakeTexture(picture));
-    Ref<Timeline> const pInmost = AddTimeline(*pInner);
-    pInmost->SetCamera(MakeFlatCamera(RectangleT<RealFloat>(0, 2 * Height, 2 * Width, 0)).Get());
-    AddSprite(*pInmost, 40, 40, 30, 20, {0, 1, 0});
-    AddSprite(*pInner, 30, 1, 6, 4, {1, 0, 0});
-    AddSprite(Root(), 50, 30, 6, 4, {0, 0, 1});
-    Canvas canvas(Width, Height);
-    canvas.Blend(3, Height - 2 - 5, Flip(picture));
-    canvas.Blend(20, 20, 15, 10, {0, 1, 0});
-    canvas.Blend(30, Height - 1 - 4, 6, 4, {1, 0, 0});
-    canvas.Blend(50, 30, 6, 4, {0, 0, 1});
-    EXPECT_TRUE(Shows(canvas));
 }
 
 class DrawnPicking : public Stage {

@@ -7,7 +7,6 @@ namespace {
 
 using namespace trevik::kelvo;
 using trevik::ColorT;
-using trevik::List;
 
 using DrawnSprite = Stage;
 
@@ -85,33 +84,6 @@ TEST_F(DrawnSprite, SeparateAlphaTakesColourAndAlphaFromTheirPlanes) {
     canvas.Blend(17, 6, Image(4, 4, {decoded(10), decoded(29), decoded(25), decoded(2)}), 0.8);
     EXPECT_TRUE(Shows(canvas, Rounding, "plain"));
     EXPECT_TRUE(CompareImages(DrawFrame(true), canvas.Picture(), Rounding, "tested"));
-}
-
-TEST_F(DrawnSprite, ASmallerSpriteShowsASmallerLevel) {
-    Pixel const colours[] = {{255, 0, 0}, {0, 255, 0}, {0, 0, 255}, {255, 255, 255}, {255, 255, 255}};
-    List<MipLevel> levels;
-    std::vector<Pixel> pixels;
-    for (int i = 0; i < 5; ++i) { // down to one texel, or the texture is not complete
-        MipLevel level;
-        level.m_nWidth = 16 >> i;
-        level.m_nHeight = std::max(8 >> i, 1);
-        level.m_nOffset = static_cast<int>(4 * pixels.size());
-        level.m_nSize = 4 * level.m_nWidth * level.m_nHeight;
-        levels.Append(level);
-        pixels.insert(pixels.end(), std::size_t(level.m_nSize / 4), colours[i]);
-    }
-    Open();
-    Ref<Texture> const pTexture = Make<Texture>("Texture");
-    ASSERT_TRUE(pTexture->SetImage(16, 8, 16, 8, TextureFormat::RGBA8888, levels,
-                                   reinterpret_cast<std::uint8_t const*>(pixels.data()),
-                                   static_cast<unsigned int>(4 * pixels.size()), false));
-    Canvas canvas(Width, Height);
-    for (int i = 0; i < 4; ++i) {
-        Ref<Sprite> const pSprite = AddSprite(Root(), 2 + 16 * i, 3, pTexture);
-        pSprite->GetScaleProperty().SetValue(Vector(1.0f / float(1 << i), 1.0f / float(1 << i), 1));
-        canvas.Blend(2 + 16 * i, 3, Image(16 >> i, 8 >> i, colours[i]));
-    }
-    EXPECT_TRUE(Shows(canvas, {8, 0.5, "drivers approximate the logarithm that blends two levels"}));
 }
 
 } // namespace
