@@ -106,95 +106,85 @@ Shade Smear(int x, int y) {
 
 struct Program {
     int id;             ///< in the catalogue, or 0
-    char const* effect; ///< that has it otherwise
-    char const* marker; ///< a uniform that no other program of an effect has
+    char const* marker; ///< a uniform that only this program of an effect has
     Shade (*expected)(int x, int y);
 };
 
+Shade Text(int x, int y) {
+    return Shade{1, 1, 1, Texel(Texture0, x, y).a * Fade} * CornerAt(x, y);
+}
+Shade TextImage(int x, int y) {
+    return Shade{1, 1, 1, Colour.a * CornerAt(x, y).r} * Texel(Texture0, x, y);
+}
+Shade Mix(int x, int y) {
+    return (1 - Factor) * Texel(Sharp, x, y) + Factor * Texel(Blurred, x, y);
+}
+
 constexpr Program Programs[] = {
-    {ShaderId::Textured, "", "", [](int x, int y) { return Texel(Texture0, x, y) * Colour; }},
-    {ShaderId::Solid, "", "", [](int, int) { return Colour; }},
-    {ShaderId::PostProcess, "", "", [](int x, int y) { return Texel(ScreenColour, x, y); }},
-    {ShaderId::AlphaTested, "", "",
-     [](int x, int y) { return Tested(x, y, Texel(Texture0, x, y) * Colour); }},
-    {ShaderId::Text, "", "",
-     [](int x, int y) {
-         return Shade{1, 1, 1, Texel(Texture0, x, y).a * Fade} * CornerAt(x, y);
-     }},
-    {ShaderId::TextUnderline, "", "",
+    {ShaderId::Textured, "", [](int x, int y) { return Texel(Texture0, x, y) * Colour; }},
+    {ShaderId::Solid, "", [](int, int) { return Colour; }},
+    {ShaderId::PostProcess, "", [](int x, int y) { return Texel(ScreenColour, x, y); }},
+    {ShaderId::AlphaTested, "", [](int x, int y) { return Tested(x, y, Texel(Texture0, x, y) * Colour); }},
+    {ShaderId::Text, "", Text},
+    {ShaderId::TextUnderline, "",
      [](int x, int y) {
          return Shade{1, 1, 1, Fade} * CornerAt(x, y);
      }},
-    {ShaderId::TextImage, "", "",
-     [](int x, int y) {
-         return Shade{1, 1, 1, Colour.a * CornerAt(x, y).r} * Texel(Texture0, x, y);
-     }},
-    {ShaderId::SeparateAlpha, "", "", Separate},
-    {ShaderId::SeparateAlphaTested, "", "", [](int x, int y) { return Tested(x, y, Separate(x, y)); }},
-    {ShaderId::TexturedEdges, "", "", [](int x, int y) { return Texel(Texture0, x, y) * Coverage(x, y); }},
-    {ShaderId::SolidEdges, "", "", [](int x, int y) { return Colour * Coverage(x, y); }},
-    {0, "GaussianBlurEffect", "vOffset1", Blur},
-    {0, "GaussianBlurEffect", "blendFactor",
-     [](int x, int y) { return (1 - Factor) * Texel(Sharp, x, y) + Factor * Texel(Blurred, x, y); }},
-    {0, "DirectionalBlurEffect", "mTextureScale", Smear},
+    {ShaderId::TextImage, "", TextImage},
+    {ShaderId::SeparateAlpha, "", Separate},
+    {ShaderId::SeparateAlphaTested, "", [](int x, int y) { return Tested(x, y, Separate(x, y)); }},
+    {ShaderId::TexturedEdges, "", [](int x, int y) { return Texel(Texture0, x, y) * Coverage(x, y); }},
+    {ShaderId::SolidEdges, "", [](int x, int y) { return Colour * Coverage(x, y); }},
+    {0, "vOffset1", Blur},
+    {0, "blendFactor", Mix},
+    {0, "mTextureScale", Smear},
 };
 
 class DrawnPrograms : public Stage {
 protected:
     void DrawScene() override {
-        GLint const program = Find();
-        ASSERT_GT(program, 0);
-        glUseProgram(GLuint(program));
-        GLint nMatrices = SetUniforms(program);
-        float positions[8], places[8], corners[4][4], edges[4][4][4];
+        GLuint const program = Find();
+        glUseProgram(program);
+        bool const fMatrices = SetUniforms(program);
+        float vertices[4][8];
         for (int n = 0; n < 4; ++n) {
-            double const u = n / 2, v = n % 2;
+            float const u = float(n / 2), v = float(n % 2);
             // Where there are matrices, they take corners from (0, 0) to (4, 4) to those of clip space.
-            positions[2 * n] = float(nMatrices ? 4 * u : 2 * u - 1);
-            positions[2 * n + 1] = float(nMatrices ? 4 * v : 2 * v - 1);
-            places[2 * n] = float(u);
-            places[2 * n + 1] = float(v);
-            Shade const corner = Corner(u, v);
-            float const values[] = {float(corner.r), float(corner.g), float(corner.b), float(corner.a)};
-            std::copy(values, values + 4, corners[n]);
-            for (int edge = 0; edge < 4; ++edge)
-                std::copy(Edges[edge], Edges[edge] + 4, edges[edge][n]);
+            float const x = fMatrices ? 4 * u : 2 * u - 1, y = fMatrices ? 4 * v : 2 * v - 1;
+            Shade const c = Corner(double(u), double(v));
+            float const vertex[] = {x, y, u, v, float(c.r), float(c.g), float(c.b), float(c.a)};
+            std::copy(vertex, vertex + 8, vertices[n]);
+            glVertexAttrib4fv(GLuint(4 + n), Edges[n]);
         }
-        bool const fEdges = m_pProgram->id <= ShaderId::TexturedEdges;
-        for (GLuint n : {0u, 1u, 4u, 5u, 6u, 7u}) {
-            float const* const pData = n == 0            ? positions
-                                       : n == 1          ? places
-                                       : n > 4 || fEdges ? edges[n - 4][0]
-                                                         : corners[0];
-            glVertexAttribPointer(n, n < 2 ? 2 : 4, GL_FLOAT, GL_FALSE, 0, pData);
-            glEnableVertexAttribArray(n);
+        GLuint const nArrays = m_pProgram->id <= ShaderId::TexturedEdges ? 2 : 3;
+        for (GLuint n = 0; n < nArrays; ++n) {
+            glVertexAttribPointer(n == 2 ? 4 : n, n == 2 ? 4 : 2, GL_FLOAT, GL_FALSE, sizeof vertices[0],
+                                  vertices[0] + 2 * n);
+            glEnableVertexAttribArray(n == 2 ? 4 : n);
         }
         glDisable(GL_BLEND);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        for (GLuint n : {0u, 1u, 4u, 5u, 6u, 7u})
+        for (GLuint const n : {0u, 1u, 4u})
             glDisableVertexAttribArray(n);
         glUseProgram(0);
     }
 
-    GLint Find() {
+    GLuint Find() {
         GLint program = 0;
         if (m_pProgram->id) {
             Device().SetActiveShader(Device().GetShader(m_pProgram->id));
             glGetIntegerv(GL_CURRENT_PROGRAM, &program);
             Device().SetActiveShader(nullptr);
-            return program;
+            return GLuint(program);
         }
-        Device().GetEffectResource(Make<Effect>(m_pProgram->effect)->GetResourceClassID());
-        while (++program < 100) {
-            if (glIsProgram(GLuint(program)) &&
-                glGetUniformLocation(GLuint(program), m_pProgram->marker) >= 0)
-                return program;
-        }
-        return 0;
+        GLuint found = 1;
+        while (found < 100 && !(glIsProgram(found) && glGetUniformLocation(found, m_pProgram->marker) >= 0))
+            ++found;
+        return found;
     }
 
-    /** Sets those that the program has; how many matrices for positions. */
-    GLint SetUniforms(GLint program) {
+    /** Sets those that the program has; whether there are matrices for positions. */
+    bool SetUniforms(GLuint program) {
         struct {
             char const* name;
             std::vector<float> values;
@@ -213,9 +203,9 @@ protected:
             {"mTextureScale", {1, 0, 0, 0, 0, 1, 0, 0, 5.0f / W, 7.0f / H, 1, 0, 2.0f / W, 1.0f / H, 0, 1}},
         };
         for (auto const& uniform : uniforms)
-            Set(glGetUniformLocation(GLuint(program), uniform.name), uniform.values);
-        GLint const world = glGetUniformLocation(GLuint(program), "mWorldToView");
-        GLint const view = glGetUniformLocation(GLuint(program), "mViewToViewport");
+            Set(glGetUniformLocation(program, uniform.name), uniform.values);
+        GLint const world = glGetUniformLocation(program, "mWorldToView");
+        GLint const view = glGetUniformLocation(program, "mViewToViewport");
         float const offset = view >= 0 ? -2 : -1; // half the size, and either before or after that
         float const scale = view >= 0 ? 1 : 0.5f;
         Set(world, {scale, 0, 0, 0, 0, scale, 0, 0, 0, 0, 1, 0, offset, offset, 0, 1});
@@ -224,9 +214,9 @@ protected:
             glActiveTexture(GL_TEXTURE0 + n);
             glBindTexture(GL_TEXTURE_2D, static_cast<TextureGL2&>(*m_textures[n]).GetGLTexture());
             char const* const name = n < SamplerCount ? SamplerNames[n] : "sDistribution";
-            glUniform1i(glGetUniformLocation(GLuint(program), name), GLint(n));
+            glUniform1i(glGetUniformLocation(program, name), GLint(n));
         }
-        return (world >= 0) + (view >= 0);
+        return world >= 0;
     }
     static std::vector<float> Offset(int n) { return {float(Offsets[n][0]) / W, float(Offsets[n][1]) / H}; }
     static void Set(GLint location, std::vector<float> const& values) {
@@ -248,6 +238,8 @@ protected:
 
 TEST_F(DrawnPrograms, GiveEachPixelWhatTheirSourcesSay) {
     Open();
+    for (char const* effect : {"GaussianBlurEffect", "DirectionalBlurEffect"})
+        Device().GetEffectResource(Make<Effect>(effect)->GetResourceClassID());
     for (int n = 0; n < SamplerCount; ++n)
         m_textures.push_back(MakeTexture(MakeImage(W, H, [n](int x, int y) { return Noise(n, x, y); })));
     unsigned char table[TableSize];
@@ -259,11 +251,8 @@ TEST_F(DrawnPrograms, GiveEachPixelWhatTheirSourcesSay) {
         std::string const name = program.id ? std::to_string(program.id) : program.marker;
         SCOPED_TRACE(name);
         Image const picture = MakeImage(W, H, [&](int x, int y) {
-            Shade const shade = program.expected(x, H - 1 - y);
-            auto const byte = [](double value) {
-                return static_cast<std::uint8_t>(std::clamp(value, 0.0, 1.0) * 255 + 0.5);
-            };
-            return Pixel{byte(shade.r), byte(shade.g), byte(shade.b), byte(shade.a)};
+            Canvas pixel(1, 1, program.expected(x, H - 1 - y));
+            return pixel.Picture().At(0, 0);
         });
         EXPECT_TRUE(CompareImages(DrawFrame(), picture, {4, 1, "drivers filter in 8 bits"}, name));
     }
