@@ -4,6 +4,7 @@
 #include <fstream>
 
 #include <sys/stat.h>
+#include <unistd.h>
 
 #include "PropertyTestSupport.h"
 #include "kelvo_host/DocumentFile.h"
@@ -135,6 +136,12 @@ TEST_F(DocumentFileOnDisk, SavingReplacesTheFileAndLeavesNothingElse) {
     EXPECT_EQ(GetSavedValue(sPath), 5);
     ASSERT_TRUE(SaveDocument(sPath.c_str(), *MakeDocument(6), m_sError));
     EXPECT_EQ(GetSavedValue(sPath), 6);
+    int const nDescriptor = dup(1);
+    close(nDescriptor);
+    EXPECT_EQ(GetSavedValue(sPath), 6);
+    ASSERT_TRUE(SaveDocument(sPath.c_str(), *MakeDocument(6), m_sError));
+    EXPECT_EQ(dup(1), nDescriptor) << "files are closed again";
+    close(nDescriptor);
     FileReplacement other;
     unsigned char const nByte = 'x';
     EXPECT_TRUE(other.Open(sPath.c_str()) && other.Write(&nByte, 1) && other.Close() && other.TakePlace());

@@ -51,6 +51,7 @@ public:
         TransformNode& node = *m_nodes[1 + Pick(m_nodes.size() - 1)];
         TransformNode& other = *m_nodes[Pick(m_nodes.size())];
         m_place.m_value = Place();
+        m_factors.m_value = Factors();
         m_opacity.m_value = Number(0, 1);
         m_visible.m_value = Pick(2) == 0;
         switch (Pick(12)) {
@@ -144,7 +145,9 @@ private:
         case 2:
             return node.GetScaleProperty().SetValue(Factors());
         case 3:
-            return node.GetScaleProperty().Bind(Pick(2) == 0 ? &m_place : nullptr);
+            node.GetPivotProperty().Bind(Pick(3) == 0 ? &m_place : nullptr);
+            node.GetStretchProperty().Bind(Pick(3) == 0 ? &m_factors : nullptr);
+            return node.GetScaleProperty().Bind(Pick(2) == 0 ? &m_factors : nullptr);
         default:
             return node.GetStretchProperty().SetValue(Factors());
         }
@@ -162,6 +165,7 @@ private:
     }
 
     Elsewhere<Vector3> m_place;
+    Elsewhere<Vector3> m_factors;
     Elsewhere<RealFloat> m_opacity;
     Elsewhere<bool> m_visible;
     TestDevice m_device;

@@ -138,6 +138,9 @@ TEST(PropertyList, WithoutMemoryNothingIsRegistered) {
     EXPECT_FALSE(fRegistered);
     EXPECT_EQ(list.GetCount(), 0u);
     EXPECT_TRUE(list.Register(u"Opacity", &property));
+    EXPECT_FALSE(SaveToNode(list)) << "something would be missing";
+    list.Clear();
+    EXPECT_TRUE(SaveToNode(list));
 }
 
 } // namespace

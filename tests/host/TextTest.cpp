@@ -119,18 +119,39 @@ TEST(Text, IsLaidOutWhenSomethingThatItDependsOnHasChanged) {
     }
 }
 
+/** Expects one new layout when a value that a property is bound to changes unheard. */
+template <class T>
+void ExpectFollowed(SquareText& words, BaseProperty<T>& property, T const& value) {
+    auto const update = [&words] {
+        unsigned int const nBefore = words.m_pText->GetLayoutCount();
+        words.m_pText->Update(words.m_device, 0);
+        return words.m_pText->GetLayoutCount() - nBefore;
+    };
+    Elsewhere<T> elsewhere;
+    elsewhere.m_value = property.GetValue();
+    property.Bind(&elsewhere);
+    EXPECT_EQ(update(), 0u);
+    elsewhere.m_value = value;
+    EXPECT_EQ(update(), 1u);
+    EXPECT_EQ(update(), 0u);
+    property.Bind(nullptr);
+    EXPECT_EQ(update(), 1u);
+}
+
 TEST(Text, FollowsBoundAndAnimatedValues) {
     SquareText words(u"some words");
-    Elsewhere<SizeT<RealFloat>> binding;
-    words.m_pText->GetBoxProperty().Bind(&binding);
+    Text& text = *words.m_pText;
     words.m_pText->Update(words.m_device, 0);
-    EXPECT_EQ(words.m_pText->GetLineCount(), 1u);
-    binding.m_value.width = 60;
-    words.m_pText->Update(words.m_device, 0);
-    EXPECT_EQ(words.m_pText->GetLineCount(), 2u);
-    words.m_pText->Update(words.m_device, 0);
-    EXPECT_EQ(words.m_pText->GetLayoutCount(), 2u) << "the value is the same";
-    words.m_pText->GetBoxProperty().Bind(nullptr);
+    ExpectFollowed<String16>(words, text.GetTextProperty(), u"other words");
+    ExpectFollowed(words, text.GetBoxProperty(), SizeT<RealFloat>(60, 0));
+    ExpectFollowed(words, text.GetFontSizeProperty(), SizeT<RealFloat>(20, 20));
+    ExpectFollowed(words, text.GetHorizontalAlignmentProperty(), 1);
+    ExpectFollowed(words, text.GetVerticalAlignmentProperty(), 1);
+    ExpectFollowed(words, text.GetWordWrapProperty(), false);
+    ExpectFollowed(words, text.GetKerningProperty(), false);
+    ExpectFollowed(words, text.GetLineSpacingProperty(), RealFloat(2));
+    ExpectFollowed(words, text.GetLetterSpacingProperty(), RealFloat(2));
+    ExpectFollowed(words, text.GetTabWidthProperty(), RealFloat(2));
     Animate<SizeT<RealFloat>>(words.m_pText->GetBoxProperty(), 1, {{0, 0}, {30, 0}});
     words.m_pText->Update(words.m_device, 1);
     EXPECT_EQ(words.m_pText->GetLineCount(), 1u);
@@ -233,6 +254,8 @@ TEST(Text, WithoutMemoryItKeepsTheLayoutThatItHas) {
             words.m_pText->Update(words.m_device, 0);
             words.m_pText->GetTextProperty().SetValue(u"words of several pages, ab, one letter each line");
             words.SetBox(1);
+            Color const red(1, 0, 0, 1);
+            words.m_pText->GetColorProperty().SetValue(red);
             if (fFontChanges) {
                 words.m_pFont->SetKerning('a', 'b', 1);
             }
@@ -245,6 +268,7 @@ TEST(Text, WithoutMemoryItKeepsTheLayoutThatItHas) {
                 EXPECT_EQ(words.m_pText->GetInstances().GetCount(), fFontChanges ? 0u : 2u);
                 EXPECT_EQ(words.m_pText->GetBatches().GetCount(), fFontChanges ? 0u : 2u);
                 EXPECT_EQ(words.m_pText->GetLineCount(), fFontChanges ? 0u : 1u);
+                EXPECT_TRUE(fFontChanges || words.m_pText->GetInstances()[0].m_colors[0] == red);
             }
             words.m_pText->Render(words.m_device); // with memory again
             EXPECT_EQ(words.GetRectangle(), Bounds(0, -400, 10, 0)) << nAllocations;

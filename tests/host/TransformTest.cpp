@@ -124,7 +124,9 @@ TEST(Transform, CanBeComputedOutsideAnUpdate) {
 TEST(Transform, AValueThatIsNoNumberDoesNotStick) {
     Pair pair;
     pair.m_pInner->GetPositionProperty().SetValue(Vector3(std::nanf(""), 0, 0));
+    pair.m_pInner->GetOpacityProperty().SetValue(std::nanf(""));
     pair.Update();
+    EXPECT_EQ(pair.m_pInner->GetOpacity(), 0);
     pair.m_pInner->GetPositionProperty().SetValue(Vector3(1, 1, 1));
     pair.Update();
     pair.ExpectPlaced("after a value that was no number");
@@ -159,24 +161,6 @@ TEST(Transform, StandsUnderNodesThatHaveAMatrixOfTheirOwn) {
     pMover->Update(device, 0);
     EXPECT_EQ(Origin(pChild->GetWorldMatrix()), Vector3(2, 0, 0));
     EXPECT_EQ(pChild->GetOpacity(), RealFloat(0.5));
-}
-
-TEST(Transform, OpacityIsTheClampedProductDownTheTree) {
-    struct Case {
-        RealFloat m_outer;
-        RealFloat m_inner;
-        RealFloat m_expected;
-    };
-    Case const cases[] = {{RealFloat(0.5), RealFloat(0.5), RealFloat(0.25)},
-                          {2, RealFloat(0.5), RealFloat(0.5)},
-                          {1, std::nanf(""), 0}};
-    for (Case const& c : cases) {
-        Pair pair;
-        pair.m_pOuter->GetOpacityProperty().SetValue(c.m_outer);
-        pair.m_pInner->GetOpacityProperty().SetValue(c.m_inner);
-        pair.Update();
-        EXPECT_EQ(pair.m_pInner->GetOpacity(), c.m_expected) << c.m_outer << " " << c.m_inner;
-    }
 }
 
 /** Three sprites: a parent with a child, and one beside them. */
