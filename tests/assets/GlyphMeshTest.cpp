@@ -183,8 +183,8 @@ TEST(GlyphOutline, CurvesAreNowhereFurtherAwayThanTheTolerance) {
         std::vector<FT_Vector> points;
         std::vector<char> tags;
     } cases[] = {
-        {{{0, 0}, {6400, 12800}, {12800, 0}}, {FT_CURVE_TAG_ON, FT_CURVE_TAG_CONIC, FT_CURVE_TAG_ON}},
-        {{{0, 0}, {19200, 12800}, {-6400, 12800}, {12800, 0}},
+        {{{640, 320}, {6400, 12800}, {12800, 0}}, {FT_CURVE_TAG_ON, FT_CURVE_TAG_CONIC, FT_CURVE_TAG_ON}},
+        {{{640, 320}, {19200, 12800}, {-6400, 12800}, {12800, 0}},
          {FT_CURVE_TAG_ON, FT_CURVE_TAG_CUBIC, FT_CURVE_TAG_CUBIC, FT_CURVE_TAG_ON}},
     };
     for (auto& c : cases) {

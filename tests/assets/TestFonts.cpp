@@ -73,15 +73,4 @@ Bytes ReadSansFile() {
     return Bytes(std::istreambuf_iterator<char>(file), {});
 }
 
-Bytes PictureFont(int nBits) {
-    std::string const text = "STARTFONT 2.1\nFONT -a-b-Medium-R-Normal--8-80-75-75-C-80-ISO10646-1\n"
-                             "SIZE 8 75 75 " +
-                             std::to_string(nBits) +
-                             "\nFONTBOUNDINGBOX 8 8 0 -2\nSTARTPROPERTIES 5\nPIXEL_SIZE 8\nFONT_ASCENT 6\n"
-                             "FONT_DESCENT 2\nCHARSET_REGISTRY \"ISO10646\"\nCHARSET_ENCODING \"1\"\n"
-                             "ENDPROPERTIES\nCHARS 1\nSTARTCHAR A\nENCODING 65\nSWIDTH 500 0\nDWIDTH 5 0\n"
-                             "BBX 3 4 1 -1\nBITMAP\n40\nA0\nE0\nA0\nENDCHAR\nENDFONT\n";
-    return Bytes(text.begin(), text.end());
-}
-
 } // namespace trevik::kelvo::assets::testing

@@ -54,7 +54,4 @@ Ref<PolygonalFont> ReadSansOutlines(FontOptions const& options);
 
 Bytes ReadSansFile();
 
-/** A font of pictures, as text: "A" (3 x 4 pixels of 8 x 8 cells) at 8 pixels per em, `nBits` a pixel. */
-Bytes PictureFont(int nBits);
-
 } // namespace trevik::kelvo::assets::testing
