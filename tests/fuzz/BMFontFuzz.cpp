@@ -54,8 +54,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         CheckFont(*pFont);
         Require(error.empty());
     } else {
-        Require(error.rfind("fuzz.fnt:", 0) == 0 &&
-                error.find_first_of(std::string("\n\0", 2)) == error.npos);
+        fuzz::RequireMessage(error, "fuzz.fnt:");
     }
     return 0;
 }

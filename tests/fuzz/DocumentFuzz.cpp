@@ -2,13 +2,9 @@
 // read back the same; an object's properties are loaded from it and animated, and its fonts are loaded and
 // saved. A font that can be loaded must be safe to draw with, and be saved and loaded again the same.
 
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
-
 #include "../host/TestFonts.h"
+#include "FuzzChecks.h"
 #include "kelvo_host/DocumentFile.h"
-#include "trevik/Debug.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
@@ -17,21 +13,15 @@
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::test;
+using fuzz::Require;
+using fuzz::Write;
 
 namespace {
 
-void DropTrace(void*, TraceLevel::Enum, StringEncoded<UTF16Encoding> const&) {}
-
 void CheckRoundTrip(DocumentNode const& document) {
-    List<unsigned char> written;
-    List<unsigned char> again;
-    if (!document.Write(written)) {
-        std::abort();
-    }
-    Ref<DocumentNode> pRead = DocumentNode::Read(written.GetData(), written.GetCount());
-    if (!pRead || !pRead->Write(again) || again != written) {
-        std::abort();
-    }
+    List<unsigned char> const written = Write(document);
+    Ref<DocumentNode> const pRead = DocumentNode::Read(written.GetData(), written.GetCount());
+    Require(pRead && Write(*pRead) == written);
 }
 
 void LoadProperties(Ref<DocumentNode> const& pDocument) {
@@ -45,16 +35,12 @@ void LoadProperties(Ref<DocumentNode> const& pDocument) {
     ClassRegistry registry;
     Deserializer deserializer(pDocument, registry);
     list.Load(deserializer);
-    if (deserializer.GetDepth() != 0) {
-        std::abort();
-    }
+    Require(deserializer.GetDepth() == 0);
     for (RealFloat frame : {-2.0f, 0.0f, 0.5f, 3.0f, 1e10f}) {
         list.Update(UpdateContext(), frame);
     }
     Serializer serializer;
-    if (!list.Save(serializer) || !serializer.Finish()) {
-        std::abort();
-    }
+    Require(list.Save(serializer) && serializer.Finish());
 }
 
 /** A font by itself, with its textures. */
@@ -65,28 +51,19 @@ Ref<DocumentNode> Save(Font& font) {
 }
 
 void CheckSavesTheSame(Font& font, ClassRegistry& registry) {
-    List<unsigned char> first;
-    List<unsigned char> second;
     Ref<DocumentNode> const pSaved = Save(font);
     Deserializer deserializer(pSaved, registry);
     Ref<Font> const pAgain = deserializer.GetFont(0);
-    Ref<DocumentNode> const pSavedAgain = pAgain ? Save(*pAgain) : Ref<DocumentNode>();
-    if (!pSaved || !pSavedAgain || !pSaved->Write(first) || !pSavedAgain->Write(second) || first != second) {
-        std::abort();
-    }
+    Require(pAgain && Write(*pSaved) == Write(*Save(*pAgain)));
 }
 
 /** Triangles must lie within their mesh: what draws them does not look. */
 void CheckMesh(GlyphMesh const& mesh) {
     List<unsigned short> const& indices = mesh.m_indices.GetValue();
     for (unsigned short nIndex : indices) {
-        if (nIndex >= mesh.m_positions.GetValue().GetCount()) {
-            std::abort();
-        }
+        Require(nIndex < mesh.m_positions.GetValue().GetCount());
     }
-    if (indices.GetCount() % 3 != 0) {
-        std::abort();
-    }
+    Require(indices.GetCount() % 3 == 0);
 }
 
 void CheckGlyphs(Font const& font, unsigned int nMeshCount) {
@@ -94,9 +71,7 @@ void CheckGlyphs(Font const& font, unsigned int nMeshCount) {
         Glyph const& glyph = *font.GetGlyphAt(nGlyph);
         bool const fDrawable = (glyph.m_pTexture || !glyph.m_fImage) && glyph.m_nMesh >= -1 &&
                                glyph.m_nMesh < static_cast<int>(nMeshCount);
-        if (!fDrawable || font.GetGlyph(glyph.m_nCodePoint) != &glyph) {
-            std::abort();
-        }
+        Require(fDrawable && font.GetGlyph(glyph.m_nCodePoint) == &glyph);
     }
 }
 
@@ -105,9 +80,7 @@ void LoadFonts(Ref<DocumentNode> const& pDocument) {
     Deserializer deserializer(pDocument, registry);
     for (int nFont = 0; nFont < 4; ++nFont) {
         Ref<Font> const pFont = deserializer.GetFont(nFont);
-        if (deserializer.GetDepth() != 0) {
-            std::abort();
-        }
+        Require(deserializer.GetDepth() == 0);
         if (pFont) {
             TestOutlines const* const pOutlines = dynamic_cast<TestOutlines*>(pFont.Get());
             unsigned int const nMeshCount = pOutlines ? pOutlines->GetMeshCount() : 0;
@@ -132,15 +105,13 @@ void Examine(Ref<DocumentNode> const& pDocument) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* pData, std::size_t nSize) {
-    Debug::SetSink(DropTrace);
+    fuzz::DropTraces();
     String16 sError;
     Examine(DocumentFile::Read(pData, nSize, sError));
     char const* pError = nullptr;
     unsigned long nOffset = 0;
     Ref<DocumentNode> pBare = DocumentNode::Read(pData, nSize, &pError, &nOffset);
-    if ((pBare == nullptr) != (pError != nullptr) || nOffset > nSize) {
-        std::abort();
-    }
+    Require((pBare == nullptr) == (pError != nullptr) && nOffset <= nSize);
     Examine(pBare);
     return 0;
 }

@@ -1,25 +1,18 @@
 // Any bytes at all, read as text of each encoding: reading stays within them and always advances, what it
 // yields is a code point, and writing and reading it again in any encoding changes nothing.
 
+#include "FuzzChecks.h"
+
 #include "trevik/Encoding.h"
 #include "trevik/StringEncoded.h"
 
-#include <cstdint>
-#include <cstdio>
-#include <cstdlib>
 #include <cstring>
 #include <vector>
 
 using namespace trevik;
+using fuzz::Require;
 
 namespace {
-
-void Require(bool condition, char const* what) {
-    if (!condition) {
-        std::fprintf(stderr, "%s\n", what);
-        std::abort();
-    }
-}
 
 template <class Encoding>
 std::vector<int> Read(typename Encoding::Unit const* text, int length) {
@@ -27,8 +20,10 @@ std::vector<int> Read(typename Encoding::Unit const* text, int length) {
     for (int index = 0; index < length;) {
         int const before = index;
         int const codePoint = Encoding::GetNextChar(text, index, length);
-        Require(index > before && index <= length, "reading must advance, and stay within the text");
-        Require(CodePoint::Sanitize(codePoint) == codePoint, "reading must yield code points");
+        // Reading must advance, and stay within the text.
+        Require(index > before && index <= length);
+        // Reading must yield code points.
+        Require(CodePoint::Sanitize(codePoint) == codePoint);
         codePoints.push_back(codePoint);
     }
     return codePoints;
@@ -42,10 +37,11 @@ std::vector<typename Encoding::Unit> Write(std::vector<int> const& codePoints) {
         int const start = static_cast<int>(text.size());
         text.resize(text.size() + static_cast<std::size_t>(count));
         int index = start;
-        Require(!Encoding::PutNextChar(text.data(), index, start + count - 1, codePoint) && index == start,
-                "writing must not go beyond the capacity");
-        Require(Encoding::PutNextChar(text.data(), index, start + count, codePoint) && index == start + count,
-                "writing must take the announced number of units");
+        // Writing must not go beyond the capacity.
+        Require(!Encoding::PutNextChar(text.data(), index, start + count - 1, codePoint) && index == start);
+        // Writing must take the announced number of units.
+        Require(Encoding::PutNextChar(text.data(), index, start + count, codePoint) &&
+                index == start + count);
     }
     return text;
 }
@@ -53,8 +49,8 @@ std::vector<typename Encoding::Unit> Write(std::vector<int> const& codePoints) {
 template <class Encoding>
 void RequireSameAfterWriting(std::vector<int> const& codePoints) {
     auto const text = Write<Encoding>(codePoints);
-    Require(Read<Encoding>(text.data(), static_cast<int>(text.size())) == codePoints,
-            "what was written must read the same");
+    // What was written must read the same.
+    Require(Read<Encoding>(text.data(), static_cast<int>(text.size())) == codePoints);
 }
 
 template <class Encoding>
@@ -72,8 +68,8 @@ void ReadAs(std::uint8_t const* data, std::size_t size) {
     StringEncoded<Encoding> const string(text.data(), static_cast<unsigned int>(text.size()));
     auto const expected = Write<UTF16Encoding>(codePoints);
     String16 const converted = StringEncoded<JavaEncoding>(StringEncoded<UTF8Encoding>(string));
-    Require(converted == String16(expected.data(), static_cast<unsigned int>(expected.size())),
-            "strings must convert code point by code point");
+    // Strings must convert code point by code point.
+    Require(converted == String16(expected.data(), static_cast<unsigned int>(expected.size())));
 }
 
 } // namespace

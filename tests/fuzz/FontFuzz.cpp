@@ -2,30 +2,17 @@
 // what is wrong is said in one line, and what has been made keeps to what its users rely on.
 
 #include "FontFile.h"
-
-#include "trevik/ClassRegistry.h"
+#include "FuzzChecks.h"
 
 #include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 
 using namespace trevik;
 using namespace trevik::kelvo;
+using fuzz::Require;
 
 extern "C" bool Initialize(ClassRegistry* pRegistry);
 
 namespace {
-
-void Require(bool fHolds) {
-    if (!fHolds) {
-        std::abort();
-    }
-}
-
-void CheckError(std::string const& error) {
-    Require(error.rfind("fuzz.ttf: ", 0) == 0 && error.find('\n') == std::string::npos);
-}
 
 void CheckMeasures(Font const& font) {
     Require(font.GetAscent() >= 0 && font.GetDescent() >= 0 && font.GetLeading() >= 0);
@@ -49,7 +36,7 @@ void ReadPictures(assets::ByteSpan bytes, assets::FontOptions const& options, Cl
     std::string error;
     Ref<BitmapFont> const pFont = assets::ReadBitmapFont(bytes, "fuzz.ttf", options, registry, error);
     if (!pFont) {
-        return CheckError(error);
+        return fuzz::RequireMessage(error, "fuzz.ttf: ");
     }
     CheckMeasures(*pFont);
     for (unsigned int i = 0; i < pFont->GetGlyphCount(); ++i) {
@@ -79,7 +66,7 @@ void ReadMeshes(assets::ByteSpan bytes, assets::FontOptions const& options, Clas
     std::string error;
     Ref<PolygonalFont> const pFont = assets::ReadPolygonalFont(bytes, "fuzz.ttf", options, registry, error);
     if (!pFont) {
-        return CheckError(error);
+        return fuzz::RequireMessage(error, "fuzz.ttf: ");
     }
     CheckMeasures(*pFont);
     for (unsigned int i = 0; i < pFont->GetGlyphCount(); ++i) {

@@ -1,4 +1,5 @@
-# MakeFonts.py wrote the fonts to start from.
+# The fonts to start from: "A" is a square with a hole, "B" a shape with curves that crosses itself, "C" both, one of them
+# moved and scaled, and " " is empty. "A" and "B" are kerned.
 if(TARGET kelvo_assets)
     find_package(Freetype REQUIRED)
     kelvo_fuzz_target(kelvo_font_fuzz FontFuzz.cpp corpus/font Kelvo::kelvo_assets kelvoGLES20)

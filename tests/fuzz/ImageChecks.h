@@ -1,15 +1,11 @@
 #pragma once
 
+#include "FuzzChecks.h"
 #include "Image.h"
 
-#include <cstdlib>
+namespace fuzz {
 
-namespace trevik::kelvo::assets::fuzz {
-
-inline void Require(bool fHolds) {
-    if (!fHolds)
-        std::abort();
-}
+using namespace trevik::kelvo::assets;
 
 /** Sizes small enough that a search spends its time on the readers and not on filling memory. */
 inline ImageOptions SmallOptions() {
@@ -29,7 +25,7 @@ inline void RequireWhole(const ImageData& image) {
     Require(!image.levels.empty());
     Require(image.levels[0].m_nWidth == image.allocatedWidth &&
             image.levels[0].m_nHeight == image.allocatedHeight);
-    for (const MipLevel& level : image.levels) {
+    for (const trevik::kelvo::MipLevel& level : image.levels) {
         Require(level.m_nOffset >= 0 && level.m_nWidth >= 1 && level.m_nHeight >= 1);
         Require(std::size_t(level.m_nSize) == PlaneBytes(image.format, level.m_nWidth, level.m_nHeight));
         Require(std::size_t(level.m_nOffset) + LevelBytes(image.format, level.m_nWidth, level.m_nHeight) <=
@@ -44,7 +40,8 @@ inline void RequireAllOrNothing(bool fLoaded, const ImageData& image, const std:
     if (fLoaded)
         return RequireWhole(image);
     Require(image.pixels.empty() && image.levels.empty() && image.width == 0);
-    Require(!error.empty() && error.find('\n') == std::string::npos);
+    Require(!error.empty());
+    RequireMessage(error, "");
 }
 
-} // namespace trevik::kelvo::assets::fuzz
+} // namespace fuzz

@@ -2,17 +2,16 @@
 // coincide. Away from all lines, one triangle covers what is inside and none what is outside. The tessellator
 // moves lines a little where many of them coincide, so a few of the places looked at may differ.
 
+#include "FuzzChecks.h"
 #include "GlyphTriangles.h"
 
 #include <algorithm>
 #include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <string>
 
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::assets;
+using fuzz::Require;
 
 namespace {
 
@@ -20,12 +19,6 @@ constexpr int PlacesToLookAt = 150;
 constexpr int PlacesThatMayDiffer = 7;
 
 using Point = Vector2T<RealFloat>;
-
-void Require(bool fHolds) {
-    if (!fHolds) {
-        std::abort();
-    }
-}
 
 /** The first byte is the rule; 255 ends a contour, all others are places. */
 GlyphOutline MakeOutline(std::uint8_t const* data, std::size_t size) {

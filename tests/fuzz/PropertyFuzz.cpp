@@ -4,20 +4,20 @@
 // Input: a byte that selects the value type, a byte that selects "Value" or a sample controller, start frame,
 // size word and a frame (4 bytes each), then the attribute's bytes.
 
-#include <cmath>
-#include <cstdint>
-#include <cstdlib>
-#include <cstring>
+#include "FuzzChecks.h"
 
-#include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/RealProperty.h"
 #include "trevik/kelvo/RectangleProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
 
+#include <cmath>
+#include <cstring>
+
 using namespace trevik;
 using namespace trevik::kelvo;
+using fuzz::Require;
 
 namespace {
 
@@ -67,12 +67,6 @@ bool HoldsNegativeZero(Input const& input) {
         }
     }
     return false;
-}
-
-void Require(bool fHolds) {
-    if (!fHolds) {
-        std::abort();
-    }
 }
 
 template <class P>

@@ -2,58 +2,52 @@
 // one, in which tags, types and attributes are numbers of those that loaders know, so that variations stay
 // close to scenes. What loads must be playable, must save, and must load again the same.
 
-#include <cstdint>
-#include <cstdlib>
-
 #include "../host/TestFonts.h"
+#include "FuzzChecks.h"
 #include "kelvo_host/Scene.h"
 
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::test;
+using fuzz::Require;
 
 namespace {
 
-constexpr unsigned int g_tags[] = {HashName("Node"),     HashName("Property"), HashName("Controller"),
-                                   HashName("Camera"),   HashName("Effect"),   HashName("Mask"),
-                                   HashName("Textures"), HashName("Texture"),  HashName("Background"),
-                                   HashName("Fonts"),    HashName("Font"),     HashName("Mesh")};
-constexpr unsigned int g_types[] = {HashName("Timeline"),
-                                    HashName("Sprite"),
-                                    HashName("Text"),
-                                    HashName("Camera"),
-                                    HashName("TransformNode"),
-                                    HashName("Texture"),
-                                    HashName("Font"),
-                                    HashName("GaussianBlurEffect"),
-                                    HashName("TestResource"),
-                                    HashName("Sample"),
-                                    HashName("Position"),
-                                    HashName("Scale"),
-                                    HashName("Opacity"),
-                                    HashName("Size"),
-                                    HashName("LastFrame"),
-                                    HashName("PlaybackMode"),
-                                    HashName("Text"),
-                                    HashName("Visible"),
-                                    HashName("PolygonalFont"),
-                                    HashName("Box"),
-                                    HashName("FontSize"),
-                                    HashName("HorizontalAlignment"),
-                                    HashName("VerticalAlignment"),
-                                    HashName("WordWrap"),
-                                    HashName("LetterSpacing"),
-                                    HashName("TabWidth"),
-                                    HashName("Shadow"),
-                                    HashName("UnderlineScale")};
-constexpr unsigned int g_attributes[] = {
-    HashName("NodeName"),      HashName("Value"),      HashName("StartFrame"), HashName("Size"),
-    HashName("Samples"),       HashName("Texture"),    HashName("Vertices"),   HashName("Shape"),
-    HashName("MipLevels"),     HashName("TimeMap"),    HashName("FrameDelay"), HashName("AutoPlay"),
-    HashName("SurfaceSize"),   HashName("FrameRate"),  HashName("FirstFrame"), HashName("LastFrame"),
-    HashName("SurfaceFormat"), HashName("ClearColor"), HashName("CameraWay"),  HashName("Font"),
-    HashName("Metrics"),       HashName("Glyphs"),     HashName("Kerning"),    HashName("Positions"),
-    HashName("Indices")};
+constexpr char const* g_tags[] = {"Node",     "Property", "Controller", "Camera", "Effect", "Mask",
+                                  "Textures", "Texture",  "Background", "Fonts",  "Font",   "Mesh"};
+constexpr char const* g_types[] = {"Timeline",
+                                   "Sprite",
+                                   "Text",
+                                   "Camera",
+                                   "TransformNode",
+                                   "Texture",
+                                   "Font",
+                                   "GaussianBlurEffect",
+                                   "TestResource",
+                                   "Sample",
+                                   "Position",
+                                   "Scale",
+                                   "Opacity",
+                                   "Size",
+                                   "LastFrame",
+                                   "PlaybackMode",
+                                   "Text",
+                                   "Visible",
+                                   "PolygonalFont",
+                                   "Box",
+                                   "FontSize",
+                                   "HorizontalAlignment",
+                                   "VerticalAlignment",
+                                   "WordWrap",
+                                   "LetterSpacing",
+                                   "TabWidth",
+                                   "Shadow",
+                                   "UnderlineScale"};
+constexpr char const* g_attributes[] = {
+    "NodeName",   "Value",     "StartFrame",    "Size",       "Samples",   "Texture",     "Vertices",
+    "Shape",      "MipLevels", "TimeMap",       "FrameDelay", "AutoPlay",  "SurfaceSize", "FrameRate",
+    "FirstFrame", "LastFrame", "SurfaceFormat", "ClearColor", "CameraWay", "Font",        "Metrics",
+    "Glyphs",     "Kerning",   "Positions",     "Indices"};
 
 /** Takes an input to pieces; past its end everything is 0. */
 class Input {
@@ -67,8 +61,8 @@ public:
         return nByte;
     }
     template <std::size_t N>
-    unsigned int OneOf(unsigned int const (&values)[N]) {
-        return values[Byte() % N];
+    unsigned int OneOf(char const* const (&names)[N]) {
+        return HashName(names[Byte() % N]);
     }
     std::uint8_t const* Take(std::size_t& nLength) {
         nLength = nLength < m_nSize ? nLength : m_nSize;
@@ -113,11 +107,6 @@ Ref<DocumentNode> Cook(Input input) {
     return serializer.Finish();
 }
 
-Ref<DocumentNode> Save(Scene const& scene) {
-    Serializer serializer;
-    return scene.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
-}
-
 /**
  * Whether a property that sample controllers do not drive has one all the same: such a controller is inert,
  * it saves nothing, and so the property cannot be loaded again. Intended.
@@ -133,24 +122,6 @@ bool HasInertController(DocumentNode const& node) {
     return false;
 }
 
-void CheckSavesTheSame(Scene const& scene, ClassRegistry& registry) {
-    Ref<DocumentNode> const pSaved = Save(scene);
-    if (!pSaved) {
-        return; // deeper with all its properties than a document can be
-    }
-    Scene again;
-    Deserializer deserializer(pSaved, registry);
-    List<unsigned char> first;
-    List<unsigned char> second;
-    if (!again.Load(deserializer)) {
-        std::abort();
-    }
-    Ref<DocumentNode> const pSavedAgain = Save(again);
-    if (!pSavedAgain || !pSaved->Write(first) || !pSavedAgain->Write(second) || first != second) {
-        std::abort();
-    }
-}
-
 void Examine(Ref<DocumentNode> const& pDocument) {
     TestFontRegistry registry;
     TestDevice device;
@@ -159,15 +130,13 @@ void Examine(Ref<DocumentNode> const& pDocument) {
     Scene scene;
     Deserializer deserializer(pDocument, registry);
     bool const fLoaded = scene.Load(deserializer);
-    if (fLoaded == (scene.GetRoot() == nullptr) || deserializer.GetDepth() != 0 ||
-        (!fLoaded && deserializer.GetError().IsEmpty())) {
-        std::abort();
-    }
+    Require(fLoaded == (scene.GetRoot() != nullptr) && deserializer.GetDepth() == 0);
+    Require(fLoaded || !deserializer.GetError().IsEmpty());
     if (!fLoaded) {
         return;
     }
     if (!HasInertController(*pDocument)) {
-        CheckSavesTheSame(scene, registry);
+        fuzz::RequireSavesTheSame(scene, registry);
     }
     for (RealFloat frame :
          {RealFloat(-2), RealFloat(0), RealFloat(0.5), RealFloat(7), RealFloat(3), RealFloat(1e9)}) {
@@ -176,17 +145,13 @@ void Examine(Ref<DocumentNode> const& pDocument) {
         scene.Pick(device, Vector2(1, 1));
     }
     Ref<Node> const pCopy(scene.GetRoot()->CloneTree());
-    if (!pCopy || pCopy->GetChildCount() != scene.GetRoot()->GetChildCount()) {
-        std::abort();
-    }
+    Require(pCopy && pCopy->GetChildCount() == scene.GetRoot()->GetChildCount());
 }
-
-void DropTrace(void*, TraceLevel::Enum, String16 const&) {}
 
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    Debug::SetSink(&DropTrace);
+    fuzz::DropTraces();
     if (size == 0) {
         return 0;
     }
