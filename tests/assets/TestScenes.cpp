@@ -115,8 +115,9 @@ private:
             PropertyList::Entry const& entry = properties.GetEntry(n);
             bool const fAnimated = entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty);
             std::string before;
-            for (RealFloat frame = static_cast<RealFloat>(m_settings.m_nFirstFrame);
-                 fAnimated && frame <= static_cast<RealFloat>(m_settings.m_nLastFrame); frame += 0.5f) {
+            for (int nHalf = 2 * m_settings.m_nFirstFrame; fAnimated && nHalf <= 2 * m_settings.m_nLastFrame;
+                 ++nHalf) {
+                RealFloat const frame = static_cast<RealFloat>(nHalf) / 2;
                 properties.Update(UpdateContext(), frame);
                 if (DescribeValueOf(entry) != before) {
                     before = DescribeValueOf(entry);
