@@ -112,19 +112,6 @@ TEST(Etc1, TheAlphaPlaneIsTheAlphaEncodedAsGreyRightBehindTheColours) {
     EXPECT_EQ(Encode(RgbaImage(12, 8, pixels)).pixels, expected);
 }
 
-TEST(Etc1, TheReaderEncodesByWhatTheFileHas) {
-    ImageOptions options;
-    options.encodeEtc1 = true;
-    const Bytes pixels = GradientRgba(4, 4);
-    const ImageData image = LoadGood(RgbaPng(4, 4, pixels), options);
-    EXPECT_EQ(image.format, TextureFormat::ETC1_RGBA);
-    EXPECT_EQ(image.pixels, Encode(RgbaImage(4, 4, pixels)).pixels);
-    EXPECT_EQ(LoadGood(RgbPng(4, 4, Bytes(pixels.begin(), pixels.begin() + 48)), options).format,
-              TextureFormat::ETC1_RGB);
-    options.format = TextureFormat::ETC1_RGB; // alpha dropped on request
-    EXPECT_EQ(LoadGood(RgbaPng(4, 4, pixels), options).pixels, Encode(OpaqueImage(4, 4)).pixels);
-}
-
 TEST(Etc1, RefusesWhatItCannotEncode) {
     ImageData foreign = RgbaImage(1, 1, {0, 0, 0, 0});
     foreign.format = TextureFormat::Depth24Stencil8;

@@ -21,15 +21,7 @@ TEST(PngReader, DecodesEveryColourTypeDepthAndInterlacing) {
     std::string text;
     for (const std::string& name : Files("images")) {
         if (std::filesystem::path(name).extension() == ".png") {
-            const ImageData image = LoadGood(ReadData("images/" + name));
-            text += name + ": " + std::to_string(image.width) + " x " + std::to_string(image.height) +
-                    " in " + std::to_string(image.allocatedWidth) + " x " +
-                    std::to_string(image.allocatedHeight) + ", format " + std::to_string(image.format) +
-                    ", " + std::to_string(image.levels.size()) + " levels";
-            for (std::size_t i = 0; i < image.pixels.size(); ++i) {
-                text += (i % 32 == 0 ? "\n  " : " ") + std::to_string(image.pixels[i]);
-            }
-            text += "\n";
+            text += name + ": " + Describe(LoadGood(ReadData("images/" + name))) + "\n";
         }
     }
     EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/images/decoded.txt", text));

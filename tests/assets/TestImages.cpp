@@ -91,6 +91,21 @@ ImageData LoadGood(const Bytes& file, const ImageOptions& options) {
     return image;
 }
 
+std::string Describe(const ImageData& image) {
+    const auto size = [](int width, int height) {
+        return std::to_string(width) + " x " + std::to_string(height);
+    };
+    std::string text = "format " + std::to_string(image.format) + ", " + size(image.width, image.height) +
+                       " in " + size(image.allocatedWidth, image.allocatedHeight);
+    for (const MipLevel& level : image.levels)
+        text += "; " + size(level.m_nWidth, level.m_nHeight) + " at " + std::to_string(level.m_nOffset) +
+                " of " + std::to_string(level.m_nSize);
+    text += ":";
+    for (const std::uint8_t byte : image.pixels)
+        text += " " + std::to_string(byte);
+    return text;
+}
+
 std::string ErrorOfPng(const Bytes& file, const ImageOptions& options) {
     ImageData image = Untouched();
     std::string error;

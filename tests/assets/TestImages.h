@@ -36,6 +36,9 @@ bool IsUntouched(const ImageData& image);
 /** A PNG file that must be read. */
 ImageData LoadGood(const Bytes& file, const ImageOptions& options = {});
 
+/** An image as text: sizes, levels and all bytes. */
+std::string Describe(const ImageData& image);
+
 /** The message for a PNG file "x.png" that must not be read, and leaves the image that was there as it is. */
 std::string ErrorOfPng(const Bytes& file, const ImageOptions& options = {});
 
