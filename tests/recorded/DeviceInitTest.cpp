@@ -168,7 +168,7 @@ TEST_F(DeviceExtensions, AreLookedUpOnceAndWrapped) {
                       static_cast<EGLBoolean>(EGL_FALSE));
             EXPECT_CALLS();
             ASSERT_TRUE(InitializeDevice());
-            EXPECT_TRUE(CallsInclude({"glDisable(GL_DEPTH_TEST)", "eglGetProcAddress(\"eglCreateImageKHR\")",
+            EXPECT_TRUE(CallsInOrder({"glDisable(GL_DEPTH_TEST)", "eglGetProcAddress(\"eglCreateImageKHR\")",
                                       "eglGetProcAddress(\"eglDestroyImageKHR\")"}));
             Clear();
             GraphicsDeviceGL2::InitializeExtensions();

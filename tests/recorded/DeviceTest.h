@@ -1,9 +1,9 @@
 #pragma once
 
-#include "Diagnostics.h"
 #include "ExpectCalls.h"
 #include "GraphicsDeviceGL2.h"
 #include "TextureGL2.h"
+#include "kelvo_test/Diagnostics.h"
 #include "trevik/ClassRegistry.h"
 
 #include <memory>
@@ -40,15 +40,9 @@ protected:
 
     trevik::kelvo::GraphicsDeviceGL2& Device() { return *m_pDevice; }
 
-    Diagnostics m_diagnostics;
+    ::kelvo::test::Diagnostics m_diagnostics;
     trevik::ClassRegistry m_registry;
     std::unique_ptr<trevik::kelvo::GraphicsDeviceGL2> m_pDevice;
 };
-
-/** The string over a literal, as renderers keep their names. */
-template <std::size_t N>
-trevik::String16 Literal(char16_t const (&text)[N]) {
-    return trevik::String16(trevik::String16::FromLiteral(text));
-}
 
 } // namespace recording

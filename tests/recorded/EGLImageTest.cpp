@@ -69,24 +69,6 @@ TEST_F(EGLImage, FormatsTurnIntoEachOtherAsTabled) {
     }
 }
 
-TEST_F(EGLImage, ShowsItsBufferThroughItsTexture) {
-    Ref<EGLImageHelper> const pSurface = MakeSurface(TextureFormat::RGB888);
-    EXPECT_TRUE(pSurface->IsCreated());
-    EXPECT_FALSE(pSurface->IsLocked());
-    ASSERT_EQ(Buffers().size(), 1u);
-    EXPECT_EQ(Buffers()[0]->getUsage(), 0x130u);
-    EXPECT_EQ(Buffers()[0]->getStrongCount(), 1);
-    EXPECT_EQ(pSurface->GetWidth(), Width);
-    EXPECT_EQ(pSurface->GetHeight(), Height);
-    EXPECT_EQ(pSurface->GetStride(), 16 * 3);
-    EXPECT_EQ(pSurface->GetPixelFormat(), TextureFormat::RGB888);
-    std::optional<recording::Texture> const texture =
-        FindTexture(static_cast<GLuint>(pSurface->GetTexture()));
-    ASSERT_TRUE(texture);
-    EXPECT_EQ(texture->image, pSurface->GetEGLImage());
-    EXPECT_EQ(GetState().textures.at(0), 0u);
-}
-
 TEST_F(EGLImage, AFormatThatBuffersLackIsAskedForAsNone) {
     Ref<EGLImageHelper> const pSurface = MakeSurface(TextureFormat::ETC1_RGB);
     EXPECT_EQ(Buffers().at(0)->getPixelFormat(), 0);

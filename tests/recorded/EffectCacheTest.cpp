@@ -120,22 +120,6 @@ TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
     }
 }
 
-TEST_F(EffectCache, MakesOneResourceForEachClassOnFirstDemand) {
-    std::vector<EffectResource*> resources;
-    for (unsigned int id = 1; id <= 20; ++id) {
-        m_registry.AddClassContainer(new ClassContainerT<CountedResource>(id));
-        resources.push_back(Device().GetEffectResource(id));
-        ASSERT_NE(resources.back(), nullptr);
-        EXPECT_EQ(resources.back()->GetReferenceCount(), 1);
-    }
-    EXPECT_EQ(g_counters.pDevice, &Device());
-    for (unsigned int id = 1; id <= 20; ++id) {
-        EXPECT_EQ(Device().GetEffectResource(id), resources[id - 1]);
-    }
-    EXPECT_EQ(g_counters.created, 20);
-    EXPECT_EQ(g_counters.initialised, 20);
-}
-
 TEST_F(EffectCache, WithoutMemoryAResourceIsHandedOutUncached) {
     // The table grows by eight entries at a time: the first of all and the ninth need more room.
     for (unsigned int const nCached : {0u, 8u}) {

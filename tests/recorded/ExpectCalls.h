@@ -67,28 +67,6 @@ inline ::testing::AssertionResult CallsInOrder(std::vector<std::string> const& e
     return ::testing::AssertionSuccess();
 }
 
-/** Whether the expected calls occur somewhere one right after the other. */
-inline ::testing::AssertionResult CallsInclude(std::vector<std::string> const& expected,
-                                               std::vector<Call> const& calls = Calls()) {
-    auto const matches = [](Call const& call, std::string const& pattern) { return Matches(pattern, call); };
-    auto const found = std::search(calls.begin(), calls.end(), expected.begin(), expected.end(), matches);
-    return found != calls.end() || expected.empty()
-               ? ::testing::AssertionSuccess()
-               : Mismatch(calls, calls.size(), expected, expected.size());
-}
-
-/** The calls whose names match one of the patterns: what to compare when other calls are of no concern. */
-inline std::vector<Call> CallsOf(std::vector<std::string> const& patterns) {
-    std::vector<Call> calls;
-    for (Call const& call : Calls()) {
-        if (std::any_of(patterns.begin(), patterns.end(),
-                        [&call](std::string const& pattern) { return Matches(pattern, call); })) {
-            calls.push_back(call);
-        }
-    }
-    return calls;
-}
-
 } // namespace recording
 
 /** EXPECT_CALLS("glUseProgram(1)", "glDrawArrays(*)"): these calls and no others since the last Clear(). */

@@ -4,7 +4,6 @@
 #include "SpriteGL2.h"
 #include "kelvo_test/Loading.h"
 #include "trevik/kelvo/Effect.h"
-#include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/Timeline.h"
 
 #include <string>
@@ -56,25 +55,12 @@ protected:
         return static_cast<trevik::kelvo::TextureGL2*>(pTexture.Get());
     }
 
-    static Ref<trevik::kelvo::Mask> MakeMask() {
-        trevik::Vector3T<RealFloat> const corners[] = {{0, 0, 0}, {5, 0, 0}, {0, 7, 0}};
-        Ref<trevik::kelvo::Mask> const pMask(new trevik::kelvo::Mask);
-        EXPECT_TRUE(pMask->SetTriangles(corners, 3));
-        return pMask;
-    }
-
     /** Updates a tree, no time passing, and draws it in a frame of its own, of which only this is noted. */
     void Draw(trevik::kelvo::Node& node) {
         node.Update(Device(), 0);
         Device().Clear();
         Clear();
         node.Render(Device());
-    }
-
-    /** The same for the second time, when textures are there and uniforms are known. */
-    void DrawAgain(trevik::kelvo::Node& node) {
-        Draw(node);
-        Draw(node);
     }
 
     /** A whole frame of a film, as a host runs it. */

@@ -113,17 +113,6 @@ TEST_F(Promotion, AnIndexKeptFromTwoSurfacesStandsForTheOnlyOne) {
     EXPECT_TRUE(m_diagnostics.Failures().empty());
 }
 
-TEST_F(Promotion, DrawnWithoutASwapSinceAReleaseItIsTheFirstSurface) {
-    Ref<TextureGL2> const pTexture = MakeTexture();
-    ASSERT_TRUE(pTexture->Promote(true));
-    pTexture->Swap();
-    GLuint const first = pTexture->GetGLTexture();
-    pTexture->Swap();
-    EXPECT_NE(pTexture->GetGLTexture(), first);
-    pTexture->ReleaseGLTexture();
-    EXPECT_EQ(pTexture->GetGLTexture(), first);
-}
-
 TEST_F(Promotion, PixelsThatWereNeverUploadedAreDroppedForTheSurface) {
     Ref<TextureGL2> const pTexture = MakeTexture();
     PixelBuffer& pixels = pTexture->GetPixelData().GetBuffer();

@@ -31,12 +31,6 @@ protected:
         return program;
     }
 
-    static bool IsLinked(GLuint program) {
-        GLint status = GL_FALSE;
-        glGetProgramiv(program, GL_LINK_STATUS, &status);
-        return status == GL_TRUE;
-    }
-
     /** Binds a fresh texture of one level. */
     static GLuint MakeTexture(GLsizei width, GLsizei height, GLenum format, GLenum type) {
         GLuint texture = 0;

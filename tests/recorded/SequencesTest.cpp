@@ -1,8 +1,9 @@
-// Unusual orders of calls that hosts may make, and drawing with what was never brought up.
+// Drawing with what was never brought up.
 
 #include "NodeTest.h"
 
 #include "NinePatchSpriteGL2.h"
+#include "trevik/kelvo/Mask.h"
 
 namespace {
 
@@ -10,32 +11,8 @@ using namespace recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
-class Sequences : public NodeTest {
-protected:
-    /** What a sprite samples when it is drawn. */
-    GLuint DrawnTexture(SpriteGL2& sprite) {
-        Draw(sprite);
-        return Draws().at(0).Texture("sTexture");
-    }
-};
-
-TEST_F(Sequences, ASpriteThatWasNeverLoadedHasNoCoordinatesToGive) {
-    SpriteGL2 sprite;
-    Vector2T<RealFloat> coords[4] = {{1, 2}, {3, 4}, {5, 6}, {7, 8}};
-    sprite.GetTextureCoords(coords);
-    EXPECT_EQ(coords[3], (Vector2T<RealFloat>(7, 8)));
-}
-
-TEST_F(Sequences, ATextureWithoutAnImageIsDrawnAsNone) {
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->SetTexture(new TextureGL2);
-    EXPECT_EQ(DrawnTexture(*pSprite), 0u);
-    EXPECT_EQ(Count("glDraw*"), 1u);
-    EXPECT_EQ(Counts(Object::Texture).created, 0);
-}
-
 /** A device that was never brought up, or failed to be: there are no programs and no context. */
-class DeviceThatIsNotUp : public Sequences {
+class DeviceThatIsNotUp : public NodeTest {
 protected:
     DeviceThatIsNotUp() { m_pDevice = std::make_unique<GraphicsDeviceGL2>(); }
 };
@@ -55,7 +32,10 @@ TEST_F(DeviceThatIsNotUp, DrawsWithoutProgramsAndHarm) {
         pPatch->SetTexture(test.textured ? MakeTexture(4, 4).Get() : nullptr);
         pPatch->GetAntialiasProperty().SetValue(test.antialiased);
         if (test.masked) {
-            pPatch->AddMask(MakeMask().Get());
+            Vector3T<RealFloat> const corners[] = {{0, 0, 0}, {5, 0, 0}, {0, 7, 0}};
+            Ref<Mask> const pMask(new Mask);
+            EXPECT_TRUE(pMask->SetTriangles(corners, 3));
+            pPatch->AddMask(pMask.Get());
         }
         if (test.ninePatch) {
             pPatch->GetHorizontalBandsProperty().SetValue(ToList({{1, 2}}));

@@ -1,9 +1,9 @@
 // How one program is compiled, fed and bound, without a device.
 
-#include "Diagnostics.h"
 #include "ExpectCalls.h"
 #include "ShaderProgramGL2.h"
 #include "TextureGL2.h"
+#include "kelvo_test/Diagnostics.h"
 
 #include <functional>
 
@@ -44,7 +44,7 @@ protected:
         Clear();
     }
 
-    Diagnostics m_diagnostics;
+    ::kelvo::test::Diagnostics m_diagnostics;
     Ref<ShaderProgramGL2> m_pProgram{new ShaderProgramGL2};
     // Samplers are given GL names, so that no texture needs one of its own.
     Ref<TextureGL2> m_pTexture{new TextureGL2};
@@ -55,13 +55,6 @@ TEST_F(ShaderProgram, AnyTypeButVertexReplacesTheFragmentSource) {
     m_pProgram->SetSource(static_cast<ShaderType::Enum>(7), u"void main() { gl_FragColor = vec4(1.0); }");
     ASSERT_TRUE(m_pProgram->Compile());
     EXPECT_EQ(Calls("glShaderSource")[1].text, "void main() { gl_FragColor = vec4(1.0); }");
-}
-
-TEST_F(ShaderProgram, ALaterAttributeNameReplacesTheOneAtItsIndex) {
-    m_pProgram->SetVertexAttributeIndex(u"vOther", VertexAttributeIndex::Position);
-    ASSERT_TRUE(m_pProgram->Compile());
-    EXPECT_EQ(Lines("glBindAttribLocation(*, 0, *)").size(), 1u);
-    EXPECT_EQ(LastCall("glBindAttribLocation(*, 0, *)").text, "vOther");
 }
 
 TEST_F(ShaderProgram, GivesUpQuietlyWithTheProgramObjectLeftWhereThereIsNothingToCompile) {
@@ -94,11 +87,6 @@ TEST_F(ShaderProgram, GivesUpQuietlyWithTheProgramObjectLeftWhereThereIsNothingT
         EXPECT_EQ(Counts(Object::Program).live, 0);
     }
     EXPECT_TRUE(m_diagnostics.Messages().empty());
-}
-
-TEST_F(ShaderProgram, ABinaryOfNoBytesIsNone) {
-    m_pProgram->SetBinary(this, 0);
-    EXPECT_TRUE(m_pProgram->Compile());
 }
 
 TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProgramFunction) {

@@ -149,6 +149,15 @@ TEST_F(SpriteTest, MasksAndCamerasAreAskedThroughWhatOverridesThem) {
     EXPECT_EQ(pDevice->m_nPopped, 2);
 }
 
+TEST_F(SpriteTest, ATextureWithoutAnImageIsDrawnAsNone) {
+    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
+    pSprite->SetTexture(new TextureGL2);
+    Draw(*pSprite);
+    EXPECT_EQ(Draws().at(0).Texture("sTexture"), 0u);
+    EXPECT_EQ(Count("glDraw*"), 1u);
+    EXPECT_EQ(Counts(Object::Texture).created, 0);
+}
+
 TEST_F(SpriteTest, ACloneHasGeometryOfItsOwn) {
     Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
     Ref<TextureGL2> const pTexture = MakeTexture(8, 8);

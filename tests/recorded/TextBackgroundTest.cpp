@@ -19,7 +19,6 @@ using namespace ::kelvo::test;
 
 using Floats = std::vector<float>;
 using Vector = Vector3T<RealFloat>;
-using Rectangle = RectangleT<RealFloat>;
 
 class TextBackground : public NodeTest {
 protected:
@@ -52,29 +51,23 @@ protected:
         return pSprite;
     }
 
-    /**
-     * Expects the first of the noted draws to reach, on screen, from corner to corner of a rectangle of the
-     * text's own space; the vertices with these numbers are its lower left, lower right, upper left and upper
-     * right.
-     */
-    void ExpectCovered(Rectangle const& rectangle, std::array<std::size_t, 4> const& vertices) {
+    /** Expects the first of the noted draws to reach, on screen, as far as the text's glyph. */
+    void ExpectCovered() {
         recording::Draw const draw = Draws().at(0);
         ExactMatrix const drawn(draw.Uniform("mWorldToView").data());
         ExactMatrix const toClip(m_pText->GetWorldMatrix() *
                                  (Device().GetViewMatrix() * Device().GetProjectionMatrix()));
         for (std::size_t i = 0; i < 4; ++i) {
-            Floats const vertex = draw.streams.at(0).Vertex(vertices[i]);
+            Floats const vertex = draw.streams.at(0).Vertex(i);
             ExactPoint const found =
                 ExactDivided(drawn * ExactPoint{vertex.at(0), vertex.at(1), vertex.at(2), 1});
-            double const x = i % 2 == 0 ? rectangle.left : rectangle.right;
-            double const y = i < 2 ? rectangle.top : rectangle.bottom;
-            ExactPoint const expected = ExactDivided(toClip * ExactPoint{x, y, 0, 1});
+            ExactPoint const expected =
+                ExactDivided(toClip * ExactPoint{i < 2 ? -3.0 : 17.0, i % 2 == 0 ? -2.0 : 11.0, 0, 1});
             for (std::size_t axis = 0; axis < 3; ++axis) {
                 EXPECT_NEAR(found[axis], expected[axis], 2e-5) << "corner " << i << ", axis " << axis;
             }
         }
     }
-    void ExpectCovered() { ExpectCovered(Rectangle(-3, -2, 17, 11), {0, 2, 1, 3}); }
 
     /** Draws of sprites, which glyphs are not drawn like. */
     static std::size_t CountBackgrounds() {
@@ -136,32 +129,6 @@ TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
         Draw(*m_pText);
         EXPECT_EQ(scales.Take() + pivots.Take(), 0u);
     }
-}
-
-TEST_F(TextBackground, EveryDrawCopiesAndRestoresTheRest) {
-    Ref<SpriteGL2> const pSprite = AddSprite();
-    Draw(*m_pText);
-    pSprite->GetVertices().Clear();
-    pSprite->GetStretchProperty().SetValue(Vector(7, 7, 7));
-    pSprite->GetSizeProperty().SetValue(SizeT<int>(3, 4));
-    m_pText->GetPositionProperty().SetValue(Vector(1, 2, 3));
-    m_pText->GetRotationProperty().SetValue(Vector(4, 5, 6));
-    m_pText->GetOpacityProperty().SetValue(0.5f);
-    m_pText->GetDepthProperty().SetValue(true);
-    m_pText->GetSelectableProperty().SetValue(false);
-    ChangeCount<Vector> stretches(pSprite->GetStretchProperty());
-    Draw(*m_pText);
-    EXPECT_EQ(pSprite->GetVertices().GetCount(), 4u);
-    EXPECT_EQ(pSprite->GetStretchProperty().GetValue(), Once);
-    EXPECT_EQ(stretches.Take(), 1u);
-    EXPECT_EQ(pSprite->GetSizeProperty().GetValue(), SizeT<int>(16, 16));
-    EXPECT_EQ(pSprite->GetPositionProperty().GetValue(), Vector(1, 2, 3));
-    EXPECT_EQ(pSprite->GetRotationProperty().GetValue(), Vector(4, 5, 6));
-    EXPECT_EQ(pSprite->GetOpacityProperty().GetValue(), 0.5f);
-    EXPECT_TRUE(pSprite->GetVisibleProperty().GetValue());
-    EXPECT_TRUE(pSprite->GetDepthProperty().GetValue());
-    EXPECT_FALSE(pSprite->GetSelectableProperty().GetValue());
-    ExpectCovered();
 }
 
 TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {
