@@ -44,7 +44,6 @@ TEST_F(PlatformWindow, WhatIsNoneIsRefused) {
 TEST_F(PlatformWindow, ArgumentsAndAttributesAreAnsweredAsEglSays) {
     OffscreenWindow window(37, 23);
     auto const native = reinterpret_cast<EGLNativeWindowType>(static_cast<ANativeWindow*>(&window));
-    EGLint const width[] = {EGL_WIDTH, 8, EGL_NONE};
     EGLint const renderBuffer[] = {EGL_RENDER_BUFFER, EGL_WIDTH, EGL_NONE};
     EGLAttrib wide[] = {EGL_RENDER_BUFFER, EGL_SINGLE_BUFFER, EGL_NONE};
     OffscreenWindow tooWide(1 << 24, 1);
@@ -53,7 +52,11 @@ TEST_F(PlatformWindow, ArgumentsAndAttributesAreAnsweredAsEglSays) {
     };
     EXPECT_EQ(create(EGL_NO_DISPLAY, Config(), nullptr), EGL_BAD_DISPLAY);
     EXPECT_EQ(create(m_display, nullptr, nullptr), EGL_BAD_CONFIG);
-    EXPECT_EQ(create(m_display, Config(), width), EGL_BAD_ATTRIBUTE);
+    for (EGLint const nName : {EGL_WIDTH, EGL_HEIGHT, EGL_LARGEST_PBUFFER, EGL_MIPMAP_TEXTURE,
+                               EGL_TEXTURE_FORMAT, EGL_TEXTURE_TARGET}) {
+        EGLint const ofPbuffers[] = {nName, EGL_FALSE, EGL_NONE};
+        EXPECT_EQ(create(m_display, Config(), ofPbuffers), EGL_BAD_ATTRIBUTE) << std::hex << nName;
+    }
     EXPECT_EQ(create(m_display, Config(), renderBuffer), EGL_BAD_ATTRIBUTE);
     EXPECT_EQ(ErrorOf(Surface(Config(), &tooWide)), EGL_BAD_ALLOC);
     if constexpr (sizeof(EGLAttrib) > sizeof(EGLint)) {
