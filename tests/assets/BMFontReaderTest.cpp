@@ -1,6 +1,7 @@
 #include "BMFontReader.h"
 
 #include "../host/TestNodes.h"
+#include "GoldenText.h"
 #include "PngReader.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -106,34 +107,37 @@ std::string ReadFault(Bytes const& description) {
     return error;
 }
 
-struct ExpectedGlyph {
-    unsigned int nCodePoint;
-    int nWidth, nHeight, nOffsetX, nOffsetY, nAdvance;
-    char page; ///< first letter of its file; 0 for none
-    RealFloat rectangle[4];
-};
-
-void ExpectGlyph(BitmapFont const& font, ExpectedGlyph const& expected) {
-    SCOPED_TRACE(expected.nCodePoint);
-    Glyph const* const pGlyph = font.GetGlyph(expected.nCodePoint);
-    ASSERT_TRUE(pGlyph);
-    EXPECT_EQ(pGlyph->m_nWidth, expected.nWidth);
-    EXPECT_EQ(pGlyph->m_nHeight, expected.nHeight);
-    EXPECT_EQ(pGlyph->m_nOffsetX, expected.nOffsetX);
-    EXPECT_EQ(pGlyph->m_nOffsetY, expected.nOffsetY);
-    EXPECT_EQ(pGlyph->m_nAdvance, expected.nAdvance);
-    EXPECT_EQ(pGlyph->m_nMesh, -1);
-    EXPECT_FALSE(pGlyph->m_fImage);
-    ASSERT_EQ(static_cast<bool>(pGlyph->m_pTexture), expected.page != 0);
-    for (int n = 0; n < 4; ++n) {
-        EXPECT_EQ(pGlyph->m_textureRectangle[n], expected.rectangle[n]) << n;
+/** A font as text: its measures, glyphs and the kerning between these. */
+std::string Describe(BitmapFont& font) {
+    std::ostringstream text;
+    text << font.GetXPixelsPerEm() << " x " << font.GetYPixelsPerEm() << " pixels per em, scale "
+         << font.GetScaleFactorX() << ", ascent " << font.GetAscent() << ", descent " << font.GetDescent()
+         << ", leading " << font.GetLeading() << ", underline " << font.GetUnderlineProperty().GetValue()
+         << " at " << font.GetUnderlinePositionProperty().GetValue() << " of "
+         << font.GetUnderlineThicknessProperty().GetValue() << "\n";
+    for (unsigned int n = 0; n < font.GetGlyphCount(); ++n) {
+        Glyph const& glyph = *font.GetGlyphAt(n);
+        text << glyph.m_nCodePoint << ": " << glyph.m_nWidth << " x " << glyph.m_nHeight << " at "
+             << glyph.m_nOffsetX << ", " << glyph.m_nOffsetY << ", advance " << glyph.m_nAdvance << ", mesh "
+             << glyph.m_nMesh << ", image " << glyph.m_fImage;
+        if (glyph.m_pTexture) {
+            text << ", " << String8(glyph.m_pTexture->GetName()).GetData() << ", format "
+                 << glyph.m_pTexture->GetFormat() << ", second pixel "
+                 << int(glyph.m_pTexture->GetPixelData().GetBuffer().GetData()[1]) << ", rectangle";
+            for (RealFloat const edge : glyph.m_textureRectangle) {
+                text << " " << edge;
+            }
+        }
+        for (unsigned int other = 0; other < font.GetGlyphCount(); ++other) {
+            unsigned int const nOther = font.GetGlyphAt(other)->m_nCodePoint;
+            RealFloat const distance = font.GetKerning(glyph.m_nCodePoint, nOther);
+            if (distance != 0) {
+                text << ", kerning before " << nOther << ": " << distance;
+            }
+        }
+        text << "\n";
     }
-    if (pGlyph->m_pTexture) {
-        EXPECT_EQ(String8(pGlyph->m_pTexture->GetName()).GetData()[0], expected.page);
-        EXPECT_EQ(pGlyph->m_pTexture->GetFormat(), TextureFormat::Alpha8);
-        EXPECT_EQ(pGlyph->m_pTexture->GetPixelData().GetBuffer().GetData()[1],
-                  std::uint8_t(3 + expected.page));
-    }
+    return text.str();
 }
 
 class BMFontForm : public ::testing::TestWithParam<std::pair<char const*, Bytes>> {};
@@ -141,24 +145,7 @@ class BMFontForm : public ::testing::TestWithParam<std::pair<char const*, Bytes>
 TEST_P(BMFontForm, GivesGlyphsKerningAndMeasures) {
     Ref<BitmapFont> const pFont = MustRead(GetParam().second);
     ASSERT_TRUE(pFont);
-    EXPECT_EQ(pFont->GetXPixelsPerEm(), 40);
-    EXPECT_EQ(pFont->GetYPixelsPerEm(), 40);
-    EXPECT_EQ(pFont->GetScaleFactorX(), 1);
-    EXPECT_EQ(pFont->GetAscent(), 18);
-    EXPECT_EQ(pFont->GetDescent(), 6);
-    EXPECT_EQ(pFont->GetLeading(), 0);
-    EXPECT_FALSE(pFont->GetUnderlineProperty().GetValue());
-    EXPECT_EQ(pFont->GetUnderlinePositionProperty().GetValue(), 2);
-    EXPECT_EQ(pFont->GetUnderlineThicknessProperty().GetValue(), 2);
-
-    EXPECT_EQ(pFont->GetGlyphCount(), 4u);
-    ExpectGlyph(*pFont, {32, 0, 0, 0, 0, 5, 0, {0, 0, 0, 0}});
-    ExpectGlyph(*pFont, {65, 11, 14, -1, 0, 10, 'f', {4 / 32.f, 16 / 64.f, 18 / 32.f, 27 / 64.f}});
-    ExpectGlyph(*pFont, {103, 9, 13, 1, 4, -3, 's', {16 / 32.f, 40 / 64.f, 29 / 32.f, 49 / 64.f}});
-    ExpectGlyph(*pFont, {128512, 16, 24, 0, 4, 17, 's', {8 / 32.f, 48 / 64.f, 1, 1}});
-    EXPECT_EQ(pFont->GetKerning(65, 103), -2);
-    EXPECT_EQ(pFont->GetKerning(103, 65), 3);
-    EXPECT_EQ(pFont->GetKerning(65, 65), 0);
+    EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/fonts/font.txt", Describe(*pFont)));
 }
 
 // A description that has been cut is refused, or has lost no glyph.
@@ -355,7 +342,7 @@ TEST(BMFontReader, FindsPagesBesideTheDescription) {
     folder.Write("second.png", PagePng("second.png"));
     Ref<BitmapFont> const pFont = ReadBMFont(path, registry, error);
     ASSERT_TRUE(pFont) << error;
-    ExpectGlyph(*pFont, {103, 9, 13, 1, 4, -3, 's', {16 / 32.f, 40 / 64.f, 29 / 32.f, 49 / 64.f}});
+    EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/fonts/font.txt", Describe(*pFont)));
 
     EXPECT_FALSE(ReadBMFont(folder.Path("none.fnt"), registry, error));
     EXPECT_EQ(error, folder.Path("none.fnt") + ": cannot be opened: No such file or directory");
