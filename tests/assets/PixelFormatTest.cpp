@@ -40,10 +40,11 @@ TEST(PixelFormat, BecomesWhatTheOptionsSay) {
             options.encodeEtc1 = options.encodeEtc1 || word == "etc1";
         }
         const Bytes file = channels == 4 ? RgbaPng(width, height, bytes) : RgbPng(width, height, bytes);
-        if (each.expected.rfind("format", 0) == 0)
+        if (each.expected.rfind("format", 0) == 0) {
             EXPECT_EQ(Describe(LoadGood(file, options)), each.expected);
-        else
+        } else {
             EXPECT_TRUE(IsMessage(ErrorOfPng(file, options), each.expected));
+        }
     }
 }
 
