@@ -100,7 +100,6 @@ struct Session {
     std::map<GLenum, GLint> limits;
     GLenum framebufferStatus = 0;
     std::vector<Config> configs = {{8, 8, 8, 8, 16, 4}, {8, 8, 8, 0, 16, 4}, {5, 6, 5, 0, 16, 4}};
-    std::set<std::pair<std::size_t, EGLint>> failingConfigAttributes;
     std::set<std::string, std::less<>> hiddenProcedures;
     int windowWidth = 640;
     int windowHeight = 480;

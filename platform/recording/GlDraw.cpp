@@ -101,7 +101,6 @@ VertexStream ReadStream(ShareGroup const& objects, VertexAttribute const& attrib
             return stream;
         }
         std::uint8_t const* at = source.bytes + index * stride;
-        stream.bytes.insert(stream.bytes.end(), at, at + vertex);
         for (std::size_t i = 0; i < vertex; i += component) {
             stream.values.push_back(LoadComponent(at + i, attribute.type, attribute.normalized));
         }

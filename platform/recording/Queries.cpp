@@ -1,7 +1,6 @@
 #include "Driver.h"
 
 #include <algorithm>
-#include <cstring>
 #include <stdexcept>
 
 // The part that tests talk to: what was called, what the driver holds, what it is to answer.
@@ -198,17 +197,6 @@ Unnoted::~Unnoted() {
     TheSession().noting = m_fBefore;
 }
 
-std::vector<float> VertexStream::RawFloats() const {
-    if (type != GL_FLOAT && type != GL_FIXED) {
-        return {};
-    }
-    std::vector<float> floats(bytes.size() / sizeof(float));
-    if (!floats.empty()) {
-        std::memcpy(floats.data(), bytes.data(), floats.size() * sizeof(float));
-    }
-    return floats;
-}
-
 std::vector<float> VertexStream::Vertex(std::size_t index) const {
     auto const components = static_cast<std::size_t>(size);
     if ((index + 1) * components > values.size()) {
@@ -377,11 +365,6 @@ void SetFramebufferStatus(GLenum status) {
 void SetConfigs(std::vector<Config> const& configs) {
     Lock const lock(TheDriver().mutex);
     TheSession().configs = configs;
-}
-
-void FailConfigAttribute(std::size_t config, EGLint attribute) {
-    Lock const lock(TheDriver().mutex);
-    TheSession().failingConfigAttributes.insert({config, attribute});
 }
 
 EGLConfig ConfigHandle(std::size_t index) {

@@ -84,23 +84,6 @@ TEST_F(Cameras, ACameraThatFindsNoRoomIsNotPushedAndItsPopTakesNothing) {
     EXPECT_EQ(pBelow->GetReferenceCount(), 4);
 }
 
-TEST_F(Cameras, TheDepthFlagPicksTheCameraToDrawWith) {
-    Camera* const pDefault = Device().GetActiveCamera();
-    // Before anything has set the flag, an empty stack gives the identity.
-    EXPECT_EQ(Device().GetViewMatrix(), Matrix::Identity);
-    EXPECT_EQ(Device().GetProjectionMatrix(), Matrix::Identity);
-    Device().SetCameraDepth(false);
-    EXPECT_EQ(Device().GetViewMatrix(), pDefault->GetViewMatrix()) << "an empty stack always sets it";
-    Device().PushCamera2D(101, 51);
-    Matrix const projection2D = Device().GetActiveCamera()->GetProjectionMatrix();
-    Device().SetCameraDepth(false);
-    EXPECT_EQ(Device().GetProjectionMatrix(), projection2D);
-    EXPECT_EQ(Device().GetViewMatrix(), Matrix::Identity);
-    Device().SetCameraDepth(true);
-    EXPECT_EQ(Device().GetProjectionMatrix(), pDefault->GetProjectionMatrix());
-    EXPECT_EQ(Device().GetViewMatrix(), pDefault->GetViewMatrix());
-}
-
 TEST_F(Cameras, ADepthFlagBelowANodeWithoutDepthStaysOff) {
     Camera* const pDefault = Device().GetActiveCamera();
     Device().PushCamera2D(101, 51);
@@ -202,15 +185,6 @@ TEST_F(Picking, ATriangleSeenEdgeOnIsMissedAndNothingIsWritten) {
 TEST_F(Picking, AViewportWithoutAreaHitsNothing) {
     Device().SetViewport(0, 0, 1, 480);
     EXPECT_FALSE(Hit(Matrix::Identity, {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
-}
-
-TEST_F(Picking, BelowAnOrthographicCameraOfScreenSizeNothingIsHit) {
-    // 2 / 800 * 2 / 480 * 2 / 990 is far below what the general inverse calls singular.
-    Device().PushCamera2D(801, 481);
-    Device().SetCameraDepth(false);
-    PointAt(320, 240);
-    EXPECT_FALSE(
-        Hit(Matrix4Translation(Vector3T<RealFloat>(0, 0, -20)), {0, 0, 0}, {640, 0, 0}, {0, 480, 0}));
 }
 
 } // namespace

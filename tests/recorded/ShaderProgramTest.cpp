@@ -28,11 +28,10 @@ protected:
         m_pProgram->SetSource(ShaderType::Fragment,
                               u"uniform sampler2D sA;\nuniform sampler2D sB;\nuniform sampler2D sC;\n"
                               u"uniform sampler2D sD;\nuniform sampler2D sE;\n"
-                              u"uniform vec4 v4;\nuniform vec3 v3;\nuniform vec2 v2;\nuniform float v1;\n"
+                              u"uniform vec4 v4;\n"
                               u"void main() {\n"
-                              u"    gl_FragColor = v4 + vec4(v3, v1) + texture2D(sA, v2) + texture2D(sB, v2) "
-                              u"+ texture2D(sC, v2) +\n"
-                              u"                   texture2D(sD, v2) + texture2D(sE, v2);\n"
+                              u"    gl_FragColor = texture2D(sA, v4) + texture2D(sB, v4) + texture2D(sC, v4) "
+                              u"+ texture2D(sD, v4) + texture2D(sE, v4);\n"
                               u"}\n");
         m_pProgram->SetVertexAttributeIndex(u"vInPosition", VertexAttributeIndex::Position);
         m_pProgram->SetVertexAttributeIndex(u"vInTexture", VertexAttributeIndex::EdgeEquation1);

@@ -225,15 +225,6 @@ TEST_F(TextBackground, OutlastsADrawThatTakesItAway) {
     EXPECT_EQ(CountBackgrounds(), 0u);
 }
 
-TEST_F(TextBackground, StandsWithTheTextWhateverItHangsFrom) {
-    Ref<TransformNode> const pOther(new TransformNode);
-    pOther->GetPositionProperty().SetValue(Vector(100, 0, 0));
-    pOther->Attach(AddSprite().Get());
-    pOther->Update(Device(), 0);
-    Draw(*m_pText);
-    ExpectCovered();
-}
-
 TEST_F(TextBackground, WithoutMemoryToWatchTheTextItIsFittedAtEveryDraw) {
     for (unsigned int nAllocations = 0; nAllocations < 12; ++nAllocations) {
         m_pText = static_cast<TextGL2*>(m_pText->Clone());

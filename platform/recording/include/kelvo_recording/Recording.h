@@ -87,15 +87,11 @@ struct VertexStream {
     GLenum type = GL_FLOAT;
     bool normalized = false;
     GLsizei stride = 0;
-    void const* pointer = nullptr;   // or the offset into buffer
-    GLuint buffer = 0;               // 0: client memory
-    std::vector<std::uint8_t> bytes; // the vertices drawn, in drawing order, tightly packed
-    std::vector<float> values;       // the same as GL reads them: fixed point and normalised values converted
+    void const* pointer = nullptr; // or the offset into buffer
+    GLuint buffer = 0;             // 0: client memory
+    std::vector<float> values;     // the vertices drawn, in drawing order, as GL reads them: fixed point and
+                                   // normalised values converted
 
-    /**
-     * The packed bytes taken for floats, whatever type was declared; empty for types that are not four bytes.
-     */
-    std::vector<float> RawFloats() const;
     /** The values of one vertex, counted in drawing order. */
     std::vector<float> Vertex(std::size_t index) const;
 };
@@ -437,8 +433,6 @@ struct Config {
  * order. Initially 8-8-8-8, 8-8-8-0 and 5-6-5-0, each with 16 bits of depth and 4 of stencil.
  */
 void SetConfigs(std::vector<Config> const& configs);
-/** Makes eglGetConfigAttrib fail for one config (by its index in the list), for all attributes or one. */
-void FailConfigAttribute(std::size_t config, EGLint attribute = 0);
 /** The handle that eglChooseConfig gives for the config with this index in the list. */
 EGLConfig ConfigHandle(std::size_t index);
 /** The size of window surfaces made from now on, and so the first viewport; initially 640 x 480. */
