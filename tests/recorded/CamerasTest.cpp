@@ -123,6 +123,13 @@ TEST_F(Cameras, ATwoDimensionalCameraIsPushedThroughTheTableAndGoesWithItsPop) {
     EXPECT_EQ(device.GetActiveCamera(), nullptr);
 }
 
+TEST_F(Cameras, TheViewportMatrixTakesWholeHalvesWithYDown) {
+    Device().SetViewport(7, 3, 101, 51);
+    float const expected[16] = {50, 0, 0, 0, 0, -25, 0, 0, 0, 0, 1, 0, 57, 28, 0, 1};
+    EXPECT_EQ(Device().GetViewportMatrix(), Matrix(expected));
+    EXPECT_EQ(Device().GetViewport(), RectangleT<int>(7, 3, 108, 54));
+}
+
 TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {
     OtherMatrices device;
     Vector2T<RealFloat> const pixel =
