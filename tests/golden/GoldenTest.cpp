@@ -479,7 +479,9 @@ TEST_P(Golden, StandsEveryFailureOfTheDriverAndOfMemory) {
     nAllocations = Allocation::GetCount() - nAllocations;
     std::vector<std::string> names;
     for (recording::Call const& call : calls) {
-        if (!call.name.empty()) {
+        // A driver that does not hear of the alignment reads more than there is: no use to say what it does
+        // then.
+        if (!call.name.empty() && call.name != "glPixelStorei") {
             names.push_back(call.name);
         }
     }
