@@ -289,7 +289,7 @@ void SceneFonts::Make() {
 
 Ref<Font> SceneFonts::MakeFont(Description& description) {
     CountCharacters(description);
-    Ref<Font> const pFont = LoadFont(description);
+    Ref<Font> pFont = LoadFont(description);
     CountPages(description, *pFont);
     for (Image const& image : description.images) {
         if (!pFont->AddGlyph(image.glyph)) {
