@@ -6,7 +6,7 @@ namespace trevik::kelvo::assets {
 
 Ref<Texture> MakeTexture(ImageData const& image, std::string const& name, ClassRegistry const& registry) {
     Ref<Referenced> const pObject(registry.Create(HashName("Texture")));
-    Ref<Texture> const pTexture(dynamic_cast<Texture*>(pObject.Get()));
+    Ref<Texture> pTexture(dynamic_cast<Texture*>(pObject.Get()));
     List<MipLevel> levels;
     for (MipLevel const& level : image.levels) {
         if (!levels.Append(level)) {
