@@ -218,7 +218,8 @@ private:
     /** What happens to the texture of the sprite that is called as `value`, or "it". */
     void DoToTexture(std::string const& name, json const& value) {
         std::string const sprite = value.is_string() ? value.get<std::string>() : "it";
-        Node* const pNode = m_scene.GetRoot()->FindNode(String16(String8(sprite.c_str())));
+        Timeline* const pRoot = m_scene.GetRoot(); // null after a copy without memory
+        Node* const pNode = pRoot ? pRoot->FindNode(String16(String8(sprite.c_str()))) : nullptr;
         Texture* const pTexture = pNode ? static_cast<Sprite*>(pNode)->GetTexture() : nullptr;
         if (!pTexture) {
             recording::Remark("no texture");
