@@ -4,14 +4,7 @@ cmake_minimum_required(VERSION 3.25)
 
 separate_arguments(CXX_FLAGS_LIST UNIX_COMMAND "${CXX_FLAGS}")
 
-function(run)
-    execute_process(COMMAND ${ARGN} RESULT_VARIABLE result OUTPUT_VARIABLE output ERROR_VARIABLE output)
-    if(NOT result EQUAL 0)
-        list(JOIN ARGN " " command)
-        message(FATAL_ERROR "${command}\nanswered ${result}:\n${output}")
-    endif()
-    set(output "${output}" PARENT_SCOPE)
-endfunction()
+include(${CMAKE_CURRENT_LIST_DIR}/../support/Run.cmake)
 
 # The application prints the back end's version and the colour that a cleared window shows.
 function(run_consumer program)
