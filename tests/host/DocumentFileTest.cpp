@@ -56,7 +56,8 @@ TEST(DocumentFile, EachFaultHasItsMessage) {
     };
     for (auto const& [sFault, bytes] : cases) {
         String16 sError;
-        EXPECT_EQ(bool(DocumentFile::Read(bytes.data(), bytes.size(), sError)), sFault.empty());
+        bool const fRead = bool(DocumentFile::Read(bytes.data(), bytes.size(), sError));
+        EXPECT_EQ(fRead, sFault.empty());
         EXPECT_EQ(String8(sError).GetData(), sFault);
     }
 }
@@ -65,7 +66,8 @@ class DocumentFileOnDisk : public testing::Test {
 protected:
     std::string Save(std::string const& sName, DocumentNode const& document) {
         String16 sError;
-        EXPECT_EQ(SaveDocument(m_folder.Path(sName).c_str(), document, sError), sError.IsEmpty());
+        bool const fSaved = SaveDocument(m_folder.Path(sName).c_str(), document, sError);
+        EXPECT_EQ(fSaved, sError.IsEmpty());
         return String8(sError).GetData();
     }
     std::string Save(std::string const& sName, int nValue) { return Save(sName, *MakeDocument(nValue)); }
