@@ -1,16 +1,15 @@
 #pragma once
 
-#include <GLES2/gl2.h>
-
 #include <cstddef>
+#include <functional>
 #include <vector>
 
 namespace bench {
 
 /**
  * The GL calls of a frame with their arguments, one after the other, as they can be issued again without
- * anything around them. Linking this file into an executable puts it between the library and GL: all calls of
- * the functions that drawing takes pass here, and are noted while a tape records.
+ * anything around them. Linking GlTape.cpp and GlTapeEntryPoints.cpp into an executable puts them between the
+ * library and GL: all calls pass there, and are noted while a tape records.
  */
 class GlTape {
 public:
@@ -18,31 +17,29 @@ public:
     template <class Work>
     void Record(Work work) {
         m_calls.clear();
-        m_values.clear();
         s_pRecording = this;
         work();
         s_pRecording = nullptr;
     }
     /** Makes the noted calls. */
-    void Play() const;
+    void Play() const {
+        for (std::function<void()> const& call : m_calls) {
+            call();
+        }
+    }
     std::size_t GetCount() const { return m_calls.size(); }
 
-    /** One call: integer arguments, float arguments, and where the memory that it points to was copied. */
-    struct Call {
-        unsigned int m_nFunction;
-        GLuint m_integers[4];
-        GLfloat m_floats[4];
-        std::size_t m_nValues;
-    };
-
     static GlTape* Recording() { return s_pRecording; }
-    void Note(Call call, GLfloat const* pValues, std::size_t nValues);
+    void Note(std::function<void()> call) { m_calls.push_back(std::move(call)); }
+
+    /** GL's own function behind the one of this name in the executable; ends the program where there is none.
+     */
+    static void* FindNext(char const* pName);
 
 private:
-    static GlTape* s_pRecording;
+    static inline GlTape* s_pRecording = nullptr;
 
-    std::vector<Call> m_calls;
-    std::vector<GLfloat> m_values;
+    std::vector<std::function<void()>> m_calls;
 };
 
 } // namespace bench

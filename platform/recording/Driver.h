@@ -1,5 +1,6 @@
 #pragma once
 
+#include "Answers.h"
 #include "EntryPointMacros.h"
 #include "kelvo_recording/Recording.h"
 
@@ -99,10 +100,10 @@ struct Session {
     GLint emptyLogLength = 0;
     std::map<GLenum, GLint> limits;
     GLenum framebufferStatus = 0;
-    std::vector<Config> configs = {{8, 8, 8, 8, 16, 4}, {8, 8, 8, 0, 16, 4}, {5, 6, 5, 0, 16, 4}};
+    std::vector<Config> configs = {Config(), {8, 8, 8, 0, 16, 4}, {5, 6, 5, 0, 16, 4}};
     std::set<std::string, std::less<>> hiddenProcedures;
-    int windowWidth = 640;
-    int windowHeight = 480;
+    int windowWidth = DefaultWindowSize[0];
+    int windowHeight = DefaultWindowSize[1];
 
     bool initialized = false;
     int swaps = 0;

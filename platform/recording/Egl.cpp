@@ -59,23 +59,6 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 
 // ---- Configs
 
-/** One attribute of a config; nothing for an attribute that nobody asks for here. */
-std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute) {
-    static std::pair<EGLint, int Config::*> const s_sizes[] = {
-        {EGL_RED_SIZE, &Config::red},     {EGL_GREEN_SIZE, &Config::green},
-        {EGL_BLUE_SIZE, &Config::blue},   {EGL_ALPHA_SIZE, &Config::alpha},
-        {EGL_DEPTH_SIZE, &Config::depth}, {EGL_STENCIL_SIZE, &Config::stencil}};
-    for (auto const& size : s_sizes) {
-        if (size.first == attribute) {
-            return config.*size.second;
-        }
-    }
-    return attribute == EGL_BUFFER_SIZE
-               ? std::optional<EGLint>(config.red + config.green + config.blue + config.alpha)
-           : attribute == EGL_RENDERABLE_TYPE ? std::optional<EGLint>(EGL_OPENGL_ES2_BIT)
-                                              : std::nullopt;
-}
-
 /** Sizes must be at least, and the kinds of contexts must include, what is asked for. */
 bool Satisfies(Config const& config, EGLint const* attributes) {
     for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {

@@ -57,10 +57,6 @@ bool IsEquation(GLenum mode) {
 /** What glGet answers, of what is asked for here: GL_INVALID_ENUM for everything else. */
 template <class T, class Convert>
 void Query(Invocation& call, GLenum name, T* to, Convert convert) {
-    static std::pair<GLenum, int Config::*> const s_bits[] = {
-        {GL_RED_BITS, &Config::red},     {GL_GREEN_BITS, &Config::green},
-        {GL_BLUE_BITS, &Config::blue},   {GL_ALPHA_BITS, &Config::alpha},
-        {GL_DEPTH_BITS, &Config::depth}, {GL_STENCIL_BITS, &Config::stencil}};
     auto const limit = call.GetSession().limits.find(name);
     if (limit != call.GetSession().limits.end()) {
         *to = convert(limit->second);
@@ -75,11 +71,9 @@ void Query(Invocation& call, GLenum name, T* to, Convert convert) {
                                                 : call.GetState().unpackAlignment);
         return;
     }
-    for (auto const& bits : s_bits) {
-        if (bits.first == name) {
-            *to = convert(DrawBits(call.Context()).*bits.second);
-            return;
-        }
+    if (std::optional<GLint> const bits = BitsAttribute(DrawBits(call.Context()), name)) {
+        *to = convert(*bits);
+        return;
     }
     call.Raise(GL_INVALID_ENUM);
 }

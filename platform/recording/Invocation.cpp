@@ -26,24 +26,9 @@ Driver& TheDriver() {
 }
 
 Session::Session() {
-    limits = {{GL_MAX_TEXTURE_IMAGE_UNITS, 16},
-              {GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, static_cast<GLint>(kTextureUnits)},
-              {GL_MAX_VERTEX_TEXTURE_IMAGE_UNITS, 16},
-              {GL_MAX_TEXTURE_SIZE, 4096},
-              {GL_MAX_CUBE_MAP_TEXTURE_SIZE, 4096},
-              {GL_MAX_RENDERBUFFER_SIZE, 4096},
-              {GL_MAX_VERTEX_ATTRIBS, static_cast<GLint>(kVertexAttributes)},
-              {GL_MAX_VERTEX_UNIFORM_VECTORS, 256},
-              {GL_MAX_FRAGMENT_UNIFORM_VECTORS, 224},
-              {GL_MAX_VARYING_VECTORS, 15},
-              {GL_SHADER_COMPILER, GL_TRUE},
-              {GL_NUM_SHADER_BINARY_FORMATS, 0},
-              {GL_NUM_COMPRESSED_TEXTURE_FORMATS, 3},
-              {GL_SUBPIXEL_BITS, 8},
-              {GL_SAMPLE_BUFFERS, 0},
-              {GL_SAMPLES, 0},
-              {GL_IMPLEMENTATION_COLOR_READ_FORMAT, GL_RGB},
-              {GL_IMPLEMENTATION_COLOR_READ_TYPE, GL_UNSIGNED_BYTE}};
+    for (Limit const& limit : DefaultLimits) {
+        limits[limit.name] = limit.value;
+    }
     lastUsed = contextless;
 }
 

@@ -1,9 +1,5 @@
+#include "Answers.h"
 #include "NullDriver.h"
-
-#include <EGL/egl.h>
-#include <EGL/eglext.h>
-#include <GLES2/gl2.h>
-#include <GLES2/gl2ext.h>
 
 #include <cstring>
 
@@ -34,39 +30,21 @@ static EGLBoolean DestroyImage(EGLDisplay, EGLImageKHR) {
 
 static void ImageTargetTexture(GLenum, GLeglImageOES) {}
 
-static GLint Limit(GLenum name) {
-    switch (name) {
-    case GL_MAX_TEXTURE_IMAGE_UNITS:
-    case GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS:
-    case GL_MAX_VERTEX_ATTRIBS:
-        return 16;
-    case GL_MAX_TEXTURE_SIZE:
-    case GL_MAX_RENDERBUFFER_SIZE:
-        return 4096;
-    case GL_RED_BITS:
-    case GL_GREEN_BITS:
-    case GL_BLUE_BITS:
-    case GL_ALPHA_BITS:
-        return 8;
-    case GL_DEPTH_BITS:
-        return 16;
-    case GL_STENCIL_BITS:
-    case GL_PACK_ALIGNMENT:
-    case GL_UNPACK_ALIGNMENT:
-        return 4;
-    case GL_SHADER_COMPILER:
-        return GL_TRUE;
-    default:
-        return 0;
+static GLint Answer(GLenum name) {
+    for (recording::Limit const& limit : recording::DefaultLimits) {
+        if (limit.name == name) {
+            return limit.value;
+        }
     }
+    GLint const otherwise = name == GL_PACK_ALIGNMENT || name == GL_UNPACK_ALIGNMENT ? 4 : 0;
+    return recording::BitsAttribute(recording::Config(), name).value_or(otherwise);
 }
 
-static GLint const s_viewport[4] = {0, 0, 640, 480};
+static GLint const s_viewport[4] = {0, 0, recording::DefaultWindowSize[0], recording::DefaultWindowSize[1]};
 
 extern "C" {
 
-// ---- EGL: one display, one config of 8-8-8-8 bits with 16 of depth and 4 of stencil
-// ----------------------------
+// ---- EGL: one display with the first config of the recording driver
 
 EGLDisplay eglGetDisplay(EGLNativeDisplayType) {
     return Handle(1);
@@ -106,25 +84,7 @@ EGLBoolean eglChooseConfig(EGLDisplay, EGLint const*, EGLConfig* configs, EGLint
     return EGL_TRUE;
 }
 EGLBoolean eglGetConfigAttrib(EGLDisplay, EGLConfig, EGLint attribute, EGLint* value) {
-    switch (attribute) {
-    case EGL_RED_SIZE:
-    case EGL_GREEN_SIZE:
-    case EGL_BLUE_SIZE:
-    case EGL_ALPHA_SIZE:
-        *value = 8;
-        break;
-    case EGL_DEPTH_SIZE:
-        *value = 16;
-        break;
-    case EGL_STENCIL_SIZE:
-        *value = 4;
-        break;
-    case EGL_BUFFER_SIZE:
-        *value = 32;
-        break;
-    default:
-        *value = 0;
-    }
+    *value = recording::ConfigAttribute(recording::Config(), attribute).value_or(0);
     return EGL_TRUE;
 }
 EGLSurface eglCreateWindowSurface(EGLDisplay, EGLConfig, EGLNativeWindowType, EGLint const*) {
@@ -172,7 +132,6 @@ __eglMustCastToProperFunctionPointerType eglGetProcAddress(char const* name) {
 }
 
 // ---- GL: names and locations that count up, and everything succeeds
-// --------------------------------------------
 
 void glGenTextures(GLsizei n, GLuint* names) {
     Generate(n, names);
@@ -234,7 +193,7 @@ void glGetIntegerv(GLenum name, GLint* values) {
     if (name == GL_VIEWPORT) {
         std::memcpy(values, s_viewport, sizeof s_viewport);
     } else {
-        *values = Limit(name);
+        *values = Answer(name);
     }
 }
 void glGetFloatv(GLenum name, GLfloat* values) {
@@ -243,11 +202,11 @@ void glGetFloatv(GLenum name, GLfloat* values) {
             values[i] = (GLfloat)s_viewport[i];
         }
     } else {
-        *values = (GLfloat)Limit(name);
+        *values = (GLfloat)Answer(name);
     }
 }
 void glGetBooleanv(GLenum name, GLboolean* values) {
-    *values = Limit(name) != 0 ? GL_TRUE : GL_FALSE;
+    *values = Answer(name) != 0 ? GL_TRUE : GL_FALSE;
 }
 
 NullDriverCounts GetNullDriverCounts(void) {
