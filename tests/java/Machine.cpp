@@ -59,7 +59,6 @@ Machine::Machine() {
     if (JNI_CreateJavaVM(&m_pVM, &pEnv, &arguments) != JNI_OK)
         GiveUp("there is no Java virtual machine");
     m_pEnv = static_cast<JNIEnv*>(pEnv);
-    Count();
     trevik::jni::VM::SetJavaVM(m_pVM);
 }
 
@@ -67,49 +66,6 @@ void Machine::Destroy() {
     kelvo::desktop::UnregisterBitmapClass(m_pEnv);
     trevik::jni::VM::SetJavaVM(nullptr);
     m_pVM->DestroyJavaVM();
-}
-
-/** Puts the counting functions into the table that all threads call through. */
-void Machine::Count() {
-    void* pTools = nullptr;
-    if (m_pVM->GetEnv(&pTools, JVMTI_VERSION_11) != JNI_OK)
-        GiveUp("the Java virtual machine has no tool interface");
-    auto* const pJvmti = static_cast<jvmtiEnv*>(pTools);
-    jniNativeInterface* pCounting = nullptr;
-    if (pJvmti->GetJNIFunctionTable(&m_pFunctions) != JVMTI_ERROR_NONE ||
-        pJvmti->GetJNIFunctionTable(&pCounting) != JVMTI_ERROR_NONE)
-        GiveUp("the Java virtual machine hides its functions");
-    pCounting->NewGlobalRef = &Machine::NewGlobalRef;
-    pCounting->DeleteGlobalRef = &Machine::DeleteGlobalRef;
-    if (pJvmti->SetJNIFunctionTable(pCounting) != JVMTI_ERROR_NONE)
-        GiveUp("the Java virtual machine keeps its functions");
-    pJvmti->Deallocate(reinterpret_cast<unsigned char*>(pCounting));
-}
-
-jobject Machine::NewGlobalRef(JNIEnv* env, jobject object) {
-    {
-        std::lock_guard<std::mutex> const guard(s_pMachine->m_mutex);
-        ++s_pMachine->m_counts.nNewGlobals;
-    }
-    return s_pMachine->m_pFunctions->NewGlobalRef(env, object);
-}
-
-void Machine::DeleteGlobalRef(JNIEnv* env, jobject object) {
-    {
-        std::lock_guard<std::mutex> const guard(s_pMachine->m_mutex);
-        ++s_pMachine->m_counts.nDeletedGlobals;
-    }
-    s_pMachine->m_pFunctions->DeleteGlobalRef(env, object);
-}
-
-void Machine::ForgetCounts() {
-    std::lock_guard<std::mutex> const guard(m_mutex);
-    m_counts = Counts();
-}
-
-Machine::Counts Machine::GetCounts() {
-    std::lock_guard<std::mutex> const guard(m_mutex);
-    return m_counts;
 }
 
 /** The machine hands over text in pieces of any size. */

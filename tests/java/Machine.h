@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 #include <jni.h>
-#include <jvmti.h>
 
 #include <mutex>
 #include <string>
@@ -16,12 +15,6 @@ namespace kelvo::test {
  */
 class Machine {
 public:
-    /** References made and deleted through JNI since ForgetCounts. */
-    struct Counts {
-        int nNewGlobals = 0;
-        int nDeletedGlobals = 0;
-    };
-
     static Machine& Get();
 
     JavaVM* VirtualMachine() const { return m_pVM; }
@@ -29,8 +22,6 @@ public:
     JNIEnv* Env() const { return m_pEnv; }
     /** What the machine has complained about since the last call. */
     std::vector<std::string> TakeComplaints();
-    void ForgetCounts();
-    Counts GetCounts();
 
 private:
     friend class MachineEnvironment;
@@ -38,19 +29,14 @@ private:
     Machine();
     /** Ends the machine; nothing may be asked of it afterwards. */
     void Destroy();
-    void Count();
     static jint JNICALL Print(std::FILE* file, char const* format, va_list arguments);
-    static jobject JNICALL NewGlobalRef(JNIEnv* env, jobject object);
-    static void JNICALL DeleteGlobalRef(JNIEnv* env, jobject object);
 
     static Machine* s_pMachine;
 
     JavaVM* m_pVM = nullptr;
     JNIEnv* m_pEnv = nullptr;
-    jniNativeInterface* m_pFunctions = nullptr; ///< JVMTI's copy of those before counting
-    std::mutex m_mutex;                         ///< for what follows
+    std::mutex m_mutex; ///< for what follows
     std::string m_printed;
-    Counts m_counts;
 };
 
 } // namespace kelvo::test

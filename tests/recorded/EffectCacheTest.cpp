@@ -16,11 +16,8 @@ using namespace trevik::kelvo;
 
 struct Counters {
     int created = 0;
-    int initialised = 0;
-    int destroyed = 0;
     std::vector<int> order; ///< in which they were destroyed, by the order of their creation
     bool fail = false;
-    GraphicsDevice* pDevice = nullptr;
 };
 
 Counters g_counters;
@@ -28,16 +25,8 @@ Counters g_counters;
 class CountedResource : public EffectResource {
 public:
     CountedResource() : m_nNumber(g_counters.created++) {}
-    ~CountedResource() override {
-        ++g_counters.destroyed;
-        g_counters.order.push_back(m_nNumber);
-    }
-
-    bool Init(GraphicsDevice& device) override {
-        ++g_counters.initialised;
-        g_counters.pDevice = &device;
-        return !g_counters.fail;
-    }
+    ~CountedResource() override { g_counters.order.push_back(m_nNumber); }
+    bool Init(GraphicsDevice&) override { return !g_counters.fail; }
 
 private:
     int m_nNumber;
@@ -68,9 +57,9 @@ class EffectCache : public DeviceTest {
 protected:
     EffectCache() {
         g_counters = Counters();
-        m_registry.AddClassContainer(new ClassContainerT<CountedResource>(First));
-        m_registry.AddClassContainer(new ClassContainerT<CountedResource>(Second));
-        m_registry.AddClassContainer(new ClassContainerT<CountedResource>(Third));
+        for (unsigned int const id : {First, Second, Third}) {
+            m_registry.AddClassContainer(new ClassContainerT<CountedResource>(id));
+        }
     }
 };
 

@@ -33,16 +33,6 @@ public final class Painter {
         bitmap.setPixel(2, 1, 0x80FF8020);
     }
 
-    /** Writes what it reads, pixel by pixel; the pixels should stay as they are. */
-    public static void rewrite(Bitmap bitmap) {
-        int width = bitmap.getWidth();
-        int height = bitmap.getHeight();
-        int[] colours = new int[width * height];
-        bitmap.getPixels(colours, 0, width, 0, 0, width, height);
-        bitmap.eraseColor(0xFF123456);
-        bitmap.setPixels(colours, 0, width, 0, 0, width, height);
-    }
-
     /** The configuration's name and whether it is mutable, size and density. */
     public static String describe(Bitmap bitmap) {
         return bitmap.getConfig() + " " + bitmap.isMutable() + " " + bitmap.getWidth() + "x"
