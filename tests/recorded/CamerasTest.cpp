@@ -18,7 +18,11 @@ using Point = Vector4T<RealFloat>;
 class OtherMatrices : public GraphicsDeviceGL2 {
 public:
     Matrix GetViewMatrix() override { return Matrix4Translation(Vector3T<RealFloat>(1, 2, 0)); }
-    Matrix GetProjectionMatrix() override { return Matrix4Scale(Vector3T<RealFloat>(3, 5, 1)); }
+    Matrix GetProjectionMatrix() override {
+        Matrix matrix = Matrix4Scale(Vector3T<RealFloat>(6, 10, 1));
+        matrix[15] = 2;
+        return matrix;
+    }
     Matrix GetViewportMatrix() override { return Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)); }
 };
 

@@ -28,33 +28,23 @@ TEST_F(CatalogueTest, IsRegisteredWholeBeforeTheFirstProgramIsCompiled) {
     EXPECT_CALLS(); // there is no program for it
 }
 
-TEST_F(CatalogueTest, RegistrationKeepsAReferenceAndTheFirstOfAnIdWins) {
-    BringUp();
-    Ref<ShaderProgramGL2> const pFirst(new ShaderProgramGL2);
-    Ref<ShaderProgramGL2> const pSecond(new ShaderProgramGL2);
-    EXPECT_EQ(Device().RegisterShader(pFirst.Get(), 100), 11);
-    EXPECT_EQ(Device().RegisterShader(pSecond.Get(), 100), 12);
-    EXPECT_EQ(Device().RegisterShader(pSecond.Get(), 101), 13);
-    EXPECT_EQ(Device().GetShader(100), pFirst.Get());
-    EXPECT_EQ(Device().GetShader(101), pSecond.Get());
-    EXPECT_EQ(pFirst->GetReferenceCount(), 2);
-    EXPECT_EQ(pSecond->GetReferenceCount(), 3);
-    m_pDevice.reset();
-    EXPECT_EQ(pFirst->GetReferenceCount(), 1);
-    EXPECT_EQ(pSecond->GetReferenceCount(), 1);
-}
-
-TEST_F(CatalogueTest, AnyNumberIsAnIdThoughBuiltInOnesStayInFront) {
+TEST_F(CatalogueTest, RegistrationKeepsAReferenceAndTheFirstOfAnyIdWins) {
     BringUp();
     ShaderProgramGL2* const pBuiltIn = Device().GetShader(-11);
-    Ref<ShaderProgramGL2> const pProgram(new ShaderProgramGL2);
+    Ref<ShaderProgramGL2> const pFirst(new ShaderProgramGL2);
+    Ref<ShaderProgramGL2> const pSecond(new ShaderProgramGL2);
+    int nEntries = 11;
     for (int const id : {0, -12, -13, 1, INT_MAX, INT_MIN}) {
         EXPECT_EQ(Device().GetShader(id), nullptr) << id;
-        Device().RegisterShader(pProgram.Get(), id);
-        EXPECT_EQ(Device().GetShader(id), pProgram.Get()) << id;
+        EXPECT_EQ(Device().RegisterShader(pFirst.Get(), id), nEntries++);
+        EXPECT_EQ(Device().RegisterShader(pSecond.Get(), id), nEntries++);
+        EXPECT_EQ(Device().GetShader(id), pFirst.Get()) << id;
     }
-    Device().RegisterShader(pProgram.Get(), -11);
+    Device().RegisterShader(pFirst.Get(), -11);
     EXPECT_EQ(Device().GetShader(-11), pBuiltIn);
+    EXPECT_EQ(pFirst->GetReferenceCount(), 8);
+    m_pDevice.reset();
+    EXPECT_EQ(pFirst->GetReferenceCount(), 1);
 }
 
 TEST_F(CatalogueTest, WithoutMemoryAProgramIsNotEnteredAndKeepsTheReference) {

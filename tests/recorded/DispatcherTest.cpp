@@ -35,27 +35,6 @@ TEST_F(RenderThread, IsTheOneThatInitialisedTheDeviceEvenInVain) {
     EXPECT_FALSE(fElsewhere);
 }
 
-TEST_F(RenderThread, ExecutesInOrderAtProcessWhatOthersQueued) {
-    BringUp();
-    std::vector<int> executed;
-    std::vector<std::thread::id> threads;
-    std::thread([&] {
-        for (int i = 0; i < 3; ++i) {
-            Ref<OperationBase> pOperation(new Operation([&executed, &threads, i] {
-                executed.push_back(i);
-                threads.push_back(std::this_thread::get_id());
-            }));
-            EXPECT_TRUE(GraphicsDeviceGL2::GetDispatcher()->Enqueue(pOperation));
-        }
-    }).join();
-    EXPECT_TRUE(executed.empty());
-    Device().Process();
-    EXPECT_EQ(executed, (std::vector<int>{0, 1, 2}));
-    EXPECT_EQ(threads, std::vector<std::thread::id>(3, std::this_thread::get_id()));
-    Device().Process();
-    EXPECT_EQ(executed.size(), 3u);
-}
-
 TEST_F(RenderThread, DeletesATextureThatAnotherThreadGaveUpOnceAtProcess) {
     BringUp();
     Ref<TextureGL2> pTexture(new TextureGL2);

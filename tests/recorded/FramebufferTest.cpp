@@ -41,7 +41,6 @@ TEST_F(Framebuffers, ARenderbufferServesAsDepthAndStencil) {
                       "glFramebufferRenderbuffer(GL_FRAMEBUFFER, GL_STENCIL_ATTACHMENT, GL_RENDERBUFFER, 1)",
                       "glCheckFramebufferStatus"}));
     EXPECT_EQ(pTarget->GetDepthTexture(), nullptr);
-    Clear();
     pTarget->Bind();
     EXPECT_EQ(Count("glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT)"), 1u);
     pTarget->Unbind(nullptr);

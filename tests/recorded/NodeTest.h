@@ -80,59 +80,21 @@ public:
     TREVIK_EFFECT_REFLECTION(NotingEffect, Effect, "NoResource")
 
     NotingEffect(std::string name, std::vector<std::string>& notes, bool draws = false)
-        : m_sName(std::move(name)), m_notes(notes), m_fDraws(draws) {}
+        : m_notes(notes), m_sName(std::move(name)), m_fDraws(draws) {}
 
     bool Init(trevik::kelvo::GraphicsDevice&) override { return true; }
     void PreRender(trevik::kelvo::GraphicsDevice&) override { m_notes.push_back(m_sName + " before"); }
     void PostRender(trevik::kelvo::GraphicsDevice&) override { m_notes.push_back(m_sName + " after"); }
-    bool OverrideDrawSprite(trevik::kelvo::GraphicsDevice&, trevik::kelvo::Sprite& sprite,
-                            RealFloat opacity) override {
+    bool OverrideDrawSprite(trevik::kelvo::GraphicsDevice&, trevik::kelvo::Sprite&, RealFloat) override {
         m_notes.push_back(m_sName + " draws");
-        m_pSprite = &sprite;
-        m_rOpacity = opacity;
         return m_fDraws;
     }
 
-    trevik::kelvo::Sprite* m_pSprite = nullptr; ///< what it was asked to draw last
-    RealFloat m_rOpacity = -1;
+    std::vector<std::string>& m_notes;
 
 private:
     std::string m_sName;
-    std::vector<std::string>& m_notes;
     bool m_fDraws;
-};
-
-/** When it is asked or called for the first time, attaches so many others to its node that their list moves.
- */
-class GrowingEffect : public NotingEffect {
-public:
-    TREVIK_EFFECT_REFLECTION(GrowingEffect, NotingEffect, "NoResource")
-
-    static constexpr int Others = 20;
-
-    GrowingEffect(std::vector<std::string>& notes, trevik::kelvo::TransformNode& node)
-        : NotingEffect("first", notes), m_notes(notes), m_node(node) {}
-
-    void PreRender(trevik::kelvo::GraphicsDevice& device) override {
-        NotingEffect::PreRender(device);
-        Grow();
-    }
-    bool OverrideDrawSprite(trevik::kelvo::GraphicsDevice& device, trevik::kelvo::Sprite& sprite,
-                            RealFloat opacity) override {
-        Grow();
-        return NotingEffect::OverrideDrawSprite(device, sprite, opacity);
-    }
-
-private:
-    void Grow() {
-        for (; m_nLeft > 0; --m_nLeft) {
-            m_node.AddEffect(new NotingEffect("other", m_notes));
-        }
-    }
-
-    std::vector<std::string>& m_notes;
-    trevik::kelvo::TransformNode& m_node;
-    int m_nLeft = Others;
 };
 
 } // namespace recording

@@ -66,10 +66,7 @@ TEST_F(PluginEntry, RegistersItsClassesInOrderWhateverTheRegistryMakesOfThem) {
 
 TEST_F(PluginEntry, ADeviceIsMadeWithoutTouchingTheDriverAndShutdownIsHarmless) {
     Shutdown();
-    std::unique_ptr<kelvo::GraphicsDevice> pDevice(CreateDevice());
-    EXPECT_NE(pDevice, nullptr);
-    pDevice.reset();
-    Shutdown();
+    EXPECT_NE(std::unique_ptr<kelvo::GraphicsDevice>(CreateDevice()), nullptr);
     Shutdown();
     EXPECT_CALLS();
 }

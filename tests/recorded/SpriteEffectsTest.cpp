@@ -33,14 +33,6 @@ protected:
 using Kinds = ::testing::Types<DirectionalBlurEffectGL2, BlendModeEffectGL2>;
 TYPED_TEST_SUITE(EitherEffect, Kinds);
 
-TYPED_TEST(EitherEffect, LeavesASpriteWithoutTextureToItself) {
-    this->m_pSprite->SetTexture(nullptr);
-    EXPECT_EQ(this->DrawOnce().state.program, this->ProgramName(1)) << "it draws its colour";
-    this->m_pSprite->GetBlendModeProperty().SetValue(BlendMode::Screen);
-    this->Draw(*this->m_pSprite);
-    EXPECT_TRUE(Draws().empty());
-}
-
 TYPED_TEST(EitherEffect, LeavesASpriteThatWasNeverLoadedAlone) {
     Ref<SpriteGL2> const pSprite(new SpriteGL2);
     pSprite->SetTexture(this->MakeTexture(4, 4).Get());

@@ -82,28 +82,13 @@ TEST_F(SpriteTest, TheFirstEffectThatDrawsIsTheLastOneAsked) {
     for (Case const& test : cases) {
         Strings notes;
         Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-        pSprite->GetOpacityProperty().SetValue(0.5f);
-        Ref<NotingEffect> const pFirst(new NotingEffect("first", notes, test.firstDraws));
-        pSprite->AddEffect(pFirst.Get());
+        pSprite->AddEffect(new NotingEffect("first", notes, test.firstDraws));
         pSprite->AddEffect(new NotingEffect("second", notes, test.secondDraws));
         pSprite->AddEffect(new NotingEffect("third", notes));
         Draw(*pSprite);
         EXPECT_EQ(notes, test.asked);
         EXPECT_EQ(Count("glDraw*"), test.draws);
-        EXPECT_EQ(pFirst->m_pSprite, pSprite.Get());
-        EXPECT_EQ(pFirst->m_rOpacity, 0.5f);
     }
-}
-
-TEST_F(SpriteTest, EffectsThatAnEffectAttachesAreAskedAfterIt) {
-    Strings notes;
-    Ref<SpriteGL2> const pSprite = MakeSprite(4, 4);
-    pSprite->AddEffect(new GrowingEffect(notes, *pSprite));
-    Draw(*pSprite);
-    Strings expected(1 + GrowingEffect::Others, "other draws");
-    expected[0] = "first draws";
-    EXPECT_EQ(notes, expected);
-    EXPECT_EQ(Count("glDrawArrays(GL_TRIANGLE_STRIP, 0, 4)"), 1u);
 }
 
 TEST_F(SpriteTest, ATextureWithoutAnImageIsDrawnAsNone) {

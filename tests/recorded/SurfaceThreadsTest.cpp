@@ -4,11 +4,10 @@
 #include "NodeTest.h"
 
 #include "TimelineGL2.h"
-
+#include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 
 #include <algorithm>
-#include <atomic>
 #include <cstdint>
 #include <mutex>
 #include <thread>
@@ -45,34 +44,6 @@ bool WriteNumber(TextureGL2& texture, std::uint32_t number) {
     return fWritten;
 }
 
-/** Writes and swaps until it is told to stop; the number of surfaces written. */
-std::uint32_t Produce(TextureGL2& texture, std::atomic<bool> const& fStop) {
-    std::uint32_t nWritten = 0;
-    while (!fStop && WriteNumber(texture, nWritten + 1)) {
-        texture.Swap();
-        ++nWritten;
-        std::this_thread::yield(); // one mutex serves all surfaces
-    }
-    return nWritten;
-}
-
-/** Textures whose last references one thread hands to another. */
-class Handover {
-public:
-    void Put(Ref<TextureGL2>&& pTexture) {
-        std::lock_guard<std::mutex> const lock(m_mutex);
-        m_textures.push_back(std::move(pTexture));
-    }
-    std::vector<Ref<TextureGL2>> TakeAll() {
-        std::lock_guard<std::mutex> const lock(m_mutex);
-        return std::exchange(m_textures, {});
-    }
-
-private:
-    std::mutex m_mutex;
-    std::vector<Ref<TextureGL2>> m_textures;
-};
-
 TEST_F(SurfaceThreads, TwoProducersARendererAndOwnersOfOthersGetAlong) {
     Ref<TimelineGL2> const pRoot(new TimelineGL2);
     Ref<TextureGL2> const textures[] = {MakePromoted(true), MakePromoted(false)};
@@ -81,33 +52,34 @@ TEST_F(SurfaceThreads, TwoProducersARendererAndOwnersOfOthersGetAlong) {
         pSprite->SetTexture(pTexture.Get());
         pRoot->Attach(pSprite.Get());
     }
-    Handover handover;
-    std::atomic<bool> fStop{false};
     std::uint32_t written[2] = {};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 2; ++i) {
-        threads.emplace_back([&, i] { written[i] = Produce(*textures[i], fStop); });
-    }
-    threads.emplace_back([&] {
-        while (!fStop) {
-            handover.TakeAll();
-            std::this_thread::yield();
+    std::mutex mutex;
+    std::vector<Ref<TextureGL2>> released; // one thread hands it to another, which lets go of them
+    auto const take = [&] {
+        std::lock_guard<std::mutex> const lock(mutex);
+        return std::exchange(released, {});
+    };
+    auto const work = [&](int n, int) {
+        if (n == 2) {
+            take();
+        } else if (WriteNumber(*textures[n], written[n] + 1)) {
+            textures[n]->Swap();
+            ++written[n];
         }
-    });
-    {
+        std::this_thread::yield(); // one mutex serves all surfaces
+    };
+    ::kelvo::test::RunBesideThreads(3, work, [&] {
         Unnoted const unnoted;
         for (int nFrame = 0; nFrame < Frames; ++nFrame) {
             if (nFrame % 4 == 0) {
-                handover.Put(MakePromoted(nFrame % 8 == 0));
+                Ref<TextureGL2> pTexture = MakePromoted(nFrame % 8 == 0);
+                std::lock_guard<std::mutex> const lock(mutex);
+                released.push_back(std::move(pTexture));
             }
             RunFrame(*pRoot, static_cast<RealFloat>(nFrame));
         }
-    }
-    fStop = true;
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    handover.TakeAll();
+    });
+    take();
     Device().Process();
     EXPECT_EQ(Counts(Object::EglImage).live, 3);
     for (int i = 0; i < 2; ++i) {
