@@ -139,6 +139,7 @@ TEST_F(Picking, ATriangleSeenEdgeOnIsMissedAndNothingIsWritten) {
     // The eye looks along z at (320, 240); the triangles start there.
     Case const cases[] = {{"in the plane of the ray", {0, 0, -50}, {0, 30, 0}},
                           {"without area", {10, 10, 0}, {20, 20, 0}},
+                          {"but for rounding", {11.1f, 13.7f, 17.3f}, {36.63002f, 45.21f, 57.09f}},
                           {"a point", {0, 0, 0}, {0, 0, 0}}};
     PointAt(320, 240);
     Matrix const model = Matrix4Translation(Vector3T<RealFloat>(320, 240, 0));

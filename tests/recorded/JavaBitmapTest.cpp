@@ -91,13 +91,11 @@ public:
         // An array is the address of a vector.
         m_functions.GetIntArrayRegion = [](JNIEnv*, jintArray array, jsize nStart, jsize nCount,
                                            jint* pTarget) {
-            for (jsize i = 0; i < nCount; ++i)
-                pTarget[i] = Array(array).at(std::size_t(nStart + i));
+            std::copy_n(At(array, nStart), nCount, pTarget);
         };
         m_functions.SetIntArrayRegion = [](JNIEnv*, jintArray array, jsize nStart, jsize nCount,
                                            jint const* pSource) {
-            for (jsize i = 0; i < nCount; ++i)
-                Array(array).at(std::size_t(nStart + i)) = pSource[i];
+            std::copy_n(pSource, nCount, At(array, nStart));
         };
         m_env.functions = &m_functions;
         jni::VM::SetJavaVM(&m_vm);
@@ -136,8 +134,8 @@ public:
     Strings m_thrown;
 
 private:
-    static std::vector<jint>& Array(jintArray array) {
-        return *reinterpret_cast<std::vector<jint>*>(static_cast<jobject>(array));
+    static jint* At(jintArray array, jsize n) {
+        return &reinterpret_cast<std::vector<jint>*>(static_cast<jobject>(array))->at(std::size_t(n));
     }
 
     static FakeJava* s_pJava;
@@ -194,25 +192,20 @@ TEST(Bitmap, ConfigurationsThatCannotBeMakeItEmpty) {
         int width, height, rowBytes;
         int expected; ///< bytes from row to row; -1: it is empty
     } const cases[] = {
-        {SkBitmap::kARGB_8888_Config, 5, 3, 0, 20},
-        {SkBitmap::kARGB_8888_Config, 5, 3, 64, 64},
-        {SkBitmap::kRGB_565_Config, 5, 3, 0, 10},
-        {SkBitmap::kARGB_4444_Config, 5, 3, 10, 10},
-        {SkBitmap::kA8_Config, 5, 3, 0, 5},
-        {SkBitmap::kA1_Config, 9, 3, 0, 2},
-        {SkBitmap::kNo_Config, 5, 3, 48, 48},
-        {SkBitmap::kARGB_8888_Config, 5, 3, 19, -1},
-        {SkBitmap::kARGB_8888_Config, -1, 3, 0, -1},
-        {SkBitmap::kARGB_8888_Config, 5, -3, 0, -1},
-        {SkBitmap::kARGB_8888_Config, 0x20000000, 1, 0, -1},
+        {SkBitmap::kARGB_8888_Config, 5, 3, 0, 20},  {SkBitmap::kARGB_8888_Config, 5, 3, 64, 64},
+        {SkBitmap::kARGB_8888_Config, 0, 3, 0, 0},   {SkBitmap::kRGB_565_Config, 5, 3, 0, 10},
+        {SkBitmap::kARGB_4444_Config, 5, 3, 10, 10}, {SkBitmap::kA8_Config, 5, 3, 0, 5},
+        {SkBitmap::kA1_Config, 9, 3, 0, 2},          {SkBitmap::kNo_Config, 5, 3, 48, 48},
+        {SkBitmap::kARGB_8888_Config, 5, 3, 19, -1}, {SkBitmap::kARGB_8888_Config, -1, 3, 0, -1},
+        {SkBitmap::kARGB_8888_Config, 5, -3, 0, -1}, {SkBitmap::kARGB_8888_Config, 0x20000000, 1, 0, -1},
     };
     for (Case const& test : cases) {
         SkBitmap bitmap;
         bitmap.setConfig(test.config, test.width, test.height, test.rowBytes);
-        SCOPED_TRACE(std::to_string(test.config) + ", " + std::to_string(test.width));
-        EXPECT_EQ(bitmap.config(), test.expected < 0 ? SkBitmap::kNo_Config : test.config);
-        EXPECT_EQ(bitmap.width(), test.expected < 0 ? 0 : test.width);
-        EXPECT_EQ(bitmap.rowBytes(), test.expected < 0 ? 0 : test.expected);
+        std::vector<int> const found = {bitmap.config(), bitmap.width(), bitmap.height(), bitmap.rowBytes()};
+        EXPECT_EQ(found, test.expected < 0
+                             ? (std::vector<int>{SkBitmap::kNo_Config, 0, 0, 0})
+                             : (std::vector<int>{test.config, test.width, test.height, test.expected}));
     }
 }
 
@@ -353,25 +346,20 @@ TEST_F(JavaBitmap, IsHeldByOneGlobalReferenceOfEachObject) {
 }
 
 TEST_F(JavaBitmap, OverASurfaceHasItsFormatItsRowsAndItsPixels) {
-    struct Case {
-        int format;
-        SkBitmap::Config config;
-    } const cases[] = {{0, SkBitmap::kRGB_565_Config},   {1, SkBitmap::kNo_Config},
-                       {2, SkBitmap::kARGB_4444_Config}, {3, SkBitmap::kARGB_4444_Config},
-                       {4, SkBitmap::kNo_Config},        {5, SkBitmap::kNo_Config},
-                       {6, SkBitmap::kARGB_8888_Config}, {7, SkBitmap::kARGB_8888_Config}};
-    for (Case const& test : cases) {
-        SCOPED_TRACE(test.format);
-        Ref<TextureGL2> const pTexture = MakeTexture(test.format);
+    SkBitmap::Config const configs[] = {SkBitmap::kRGB_565_Config,   SkBitmap::kNo_Config,
+                                        SkBitmap::kARGB_4444_Config, SkBitmap::kARGB_4444_Config,
+                                        SkBitmap::kNo_Config,        SkBitmap::kNo_Config,
+                                        SkBitmap::kARGB_8888_Config, SkBitmap::kARGB_8888_Config};
+    for (int format = 0; format < 8; ++format) {
+        SCOPED_TRACE(format);
+        Ref<TextureGL2> const pTexture = MakeTexture(format);
         EXPECT_FALSE(pTexture->CreateJavaBitmapFromTexture(0).IsEmpty());
-        EXPECT_EQ(pTexture->Count(), 1);
-        EXPECT_TRUE(m_java.m_fMutable && m_java.m_nDensity == -1);
+        EXPECT_TRUE(pTexture->Count() == 1 && m_java.m_fMutable && m_java.m_nDensity == -1);
         SurfaceInfo info = {};
         ASSERT_TRUE(pTexture->GetSurfaceInfo(&info));
         SkBitmap const& bitmap = m_java.Bitmap();
-        EXPECT_EQ(bitmap.config(), test.config);
-        EXPECT_TRUE(bitmap.width() == 5 && bitmap.height() == 3);
-        EXPECT_EQ(bitmap.rowBytes(), info.m_nStride);
+        EXPECT_EQ((std::vector<int>{bitmap.config(), bitmap.width(), bitmap.height(), bitmap.rowBytes()}),
+                  (std::vector<int>{configs[format], 5, 3, info.m_nStride}));
         bitmap.lockPixels();
         void* const pPixels = bitmap.getPixels();
         bitmap.unlockPixels();

@@ -147,6 +147,9 @@ TEST_F(ReadBack, WhatCannotBeReadIsNotAskedFor) {
         EXPECT_EQ(Count("glReadPixels"), 0u);
     }
     EXPECT_EQ(pPromoted->Count(), 1);
+    Fail("glGetError", GL_OUT_OF_MEMORY); // as of a context that is lost, without end
+    trevik::kelvo::Texture* pTexture = nullptr;
+    EXPECT_FALSE(Read(&pTexture));
 }
 
 TEST_F(ReadBack, WithoutMemoryEvenTheCallersTextureGoes) {

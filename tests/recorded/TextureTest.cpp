@@ -130,6 +130,10 @@ TEST_F(TextureTest, DropsThePixelsAfterTheUploadAndSaysSo) {
     PixelBuffer const& buffer = pTexture->GetPixelData().GetBuffer();
     EXPECT_EQ(nChanges, 1);
     EXPECT_TRUE(!buffer.GetData() && buffer.IsOwning());
+    int const nLive = Counts(Object::Texture).live;
+    ASSERT_TRUE(pTexture->GetPixelData().GetBuffer().Allocate(128));
+    EXPECT_TRUE(pTexture->CreateGLTexture());
+    EXPECT_EQ(Counts(Object::Texture).live, nLive) << "the former one is gone";
     // Without pixels there is nothing to make it from again.
     pTexture->ReleaseGLTexture();
     EXPECT_EQ(pTexture->GetGLTexture(), 0u);
