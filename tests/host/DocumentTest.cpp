@@ -259,7 +259,7 @@ TEST_F(DocumentTexture, OneThatNobodyElseHoldsIsHeldWhileTheDocumentIsWritten) {
     EXPECT_EQ(pTexture->GetReferenceCount(), 2);
     EXPECT_EQ(serializer.GetTextureIndex(pTexture.Get()), 0);
     EXPECT_FALSE(serializer.Finish()) << "it refuses to be saved";
-    EXPECT_EQ(m_traces.GetOnly(), "[kelvo] Texture 0 cannot be saved, nor can the document that uses it");
+    EXPECT_EQ(m_traces.Only(), "[kelvo] Texture 0 cannot be saved, nor can the document that uses it");
     EXPECT_EQ(pTexture->GetReferenceCount(), 1);
     EXPECT_TRUE(serializer.Finish()) << "the next document";
 }
@@ -276,7 +276,7 @@ TEST_F(DocumentTexture, IsLoadedOnFirstUseAndShared) {
         EXPECT_FALSE(deserializer.GetTexture(nIndex)) << nIndex;
     }
     EXPECT_EQ(NumberedTexture::s_nCreated, 2);
-    EXPECT_EQ(m_traces.GetOnly(), "[kelvo] : cannot be loaded: Texture 1 of the document cannot be loaded");
+    EXPECT_EQ(m_traces.Only(), "[kelvo] : cannot be loaded: Texture 1 of the document cannot be loaded");
     EXPECT_EQ(deserializer.GetCurrentNode()->GetTagID(), 7u) << "wherever a load has stopped";
     EXPECT_EQ(deserializer.GetDepth(), 1u);
 }

@@ -25,7 +25,7 @@ TEST(Effect, FetchesItsResourceWhenItIsFirstDrawnWithAndAgainWhenTheDeviceChange
     device.SetViewport(0, 0, 3, 2);
     EXPECT_FALSE(pEffect->Prepare(device)) << "the viewport is what it was";
     EXPECT_EQ(device.m_nResourceRequests, 2u);
-    EXPECT_EQ(log.GetLines().size(), 1u) << "said once";
+    EXPECT_EQ(log.Messages().size(), 1u) << "said once";
     TestDevice other;
     other.m_pResource = device.m_pResource;
     EXPECT_TRUE(pEffect->Prepare(other) && pEffect->Prepare(other));

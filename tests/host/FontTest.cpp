@@ -191,11 +191,11 @@ TEST(DocumentFont, ThatCouldNotBeLoadedIsNotSaved) {
     metrics.m_rLeading = NaN;
     pFont->SetMetrics(metrics);
     EXPECT_FALSE(SaveFonts({pFont.Get()}));
-    ASSERT_EQ(traces.GetLines().size(), 8u) << "what is wrong, and with which font";
-    EXPECT_EQ(traces.GetLines()[0],
+    ASSERT_EQ(traces.Messages().size(), 8u) << "what is wrong, and with which font";
+    EXPECT_EQ(traces.Messages()[0],
               "[kelvo] Glyph U+0041 cannot be saved: it is an image and has no texture");
-    EXPECT_EQ(traces.GetLines()[1], "[kelvo] Font 0 cannot be saved, nor can the document that uses it");
-    EXPECT_EQ(traces.GetLines()[2], "[kelvo] Glyph U+0041 cannot be saved: its mesh is none of the font's");
+    EXPECT_EQ(traces.Messages()[1], "[kelvo] Font 0 cannot be saved, nor can the document that uses it");
+    EXPECT_EQ(traces.Messages()[2], "[kelvo] Glyph U+0041 cannot be saved: its mesh is none of the font's");
 }
 
 /** A font with two glyphs and kerning. */

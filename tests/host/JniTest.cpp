@@ -106,8 +106,8 @@ TEST(Jni, AClassThatCannotBeFoundIsReported) {
     Class const unknown("no/Such");
     EXPECT_FALSE(VM::RegisterClass(&unknown));
     EXPECT_FALSE(vm.m_fPending) << "what Java threw is cleared";
-    ASSERT_EQ(traces.GetLines().size(), 2u);
-    EXPECT_NE(traces.GetLines()[1].find("no/Such"), std::string::npos);
+    ASSERT_EQ(traces.Messages().size(), 2u);
+    EXPECT_NE(traces.Messages()[1].find("no/Such"), std::string::npos);
     BitmapObject const bitmap(FakeVM::Handle(1));
     vm.m_fPending = true;
     EXPECT_FALSE(bitmap.IsInstanceOf(unknown));

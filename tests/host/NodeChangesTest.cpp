@@ -191,7 +191,7 @@ TEST(NodeChanges, UpdatedTreesAreWhatTheirPropertiesSay) {
         }
     }
     EXPECT_GT(nLargest, 15u) << "trees large enough to matter";
-    EXPECT_FALSE(refused.GetLines().empty());
+    EXPECT_FALSE(refused.Messages().empty());
 }
 
 } // namespace

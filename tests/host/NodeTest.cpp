@@ -63,7 +63,7 @@ TEST(Node, WhatCannotBeAttachedIsRefused) {
     family["deep"]->Attach(nullptr);
     std::string const sRefused = "[kelvo] /parent/a/#0/deep: the node to attach is ";
     std::string const sCycle = sRefused + "this node itself or keeps it alive";
-    EXPECT_EQ(log.GetLines(), (std::vector<std::string>{sCycle, sCycle, sCycle, sRefused + "null"}));
+    EXPECT_EQ(log.Messages(), (std::vector<std::string>{sCycle, sCycle, sCycle, sRefused + "null"}));
     Allocation::FailAfter(0);
     family["deep"]->Attach(family["b"]);
     Allocation::FailNever();
@@ -89,7 +89,7 @@ TEST(Node, NothingHoldsWhatKeepsItAlive) {
     // A ring over both: timeline, camera, text, sprite, group.
     pCamera->Attach(pText.Get());
     pGroup->Attach(pTimeline.Get());
-    EXPECT_EQ(log.GetLines().size(), 3u);
+    EXPECT_EQ(log.Messages().size(), 3u);
     pTimeline->SetCamera(nullptr);
     pGroup->Attach(pTimeline.Get());
     pTimeline->SetCamera(pCamera.Get());
@@ -98,7 +98,7 @@ TEST(Node, NothingHoldsWhatKeepsItAlive) {
     pText->SetBackground(nullptr);
     pGroup->Attach(pText.Get());
     pText->SetBackground(pSprite.Get());
-    EXPECT_EQ(log.GetLines().size(), 5u);
+    EXPECT_EQ(log.Messages().size(), 5u);
     EXPECT_EQ(pText->GetBackground(), nullptr);
     EXPECT_EQ(pTimeline->GetCamera(), nullptr);
     EXPECT_EQ(ChildNames(*pCamera) + ChildNames(*pTimeline), "") << "nothing is left of what was refused";
@@ -124,7 +124,7 @@ TEST(Node, TreesHaveSoManyLevelsAndNoMore) {
     pText->SetBackground(pSprite.Get());
     pSprite->Attach(pChain.Get());
     EXPECT_EQ(pSprite->GetChildCount(), 0u);
-    EXPECT_EQ(log.GetLines().size(), 3u);
+    EXPECT_EQ(log.Messages().size(), 3u);
     pTop->Attach(pChain.Get());
     pTop->GetPositionProperty().SetValue(Vector3(1, 2, 3));
     TestDevice device;

@@ -68,7 +68,7 @@ TEST(PropertyDocument, ValueStandsInForAControllerThatSavesNothing) {
     list.AddController(new SampleController<PairList>);
     Ref<DocumentNode> const pSaved = SaveToNode(property);
     Ref<DocumentNode> const pSavedList = SaveToNode(list);
-    EXPECT_EQ(log.GetLines().size(), 2u);
+    EXPECT_EQ(log.Messages().size(), 2u);
     IntProperty loaded;
     ListProperty<Vector2T<int>> loadedList;
     ASSERT_TRUE(LoadFrom(pSaved, loaded));

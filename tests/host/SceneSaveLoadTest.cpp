@@ -112,7 +112,7 @@ TEST(SceneSaveLoad, ObjectsOfOtherClassesAreRefusedWithOneLine) {
         Deserializer deserializer(pDocument, sample.m_registry);
         EXPECT_FALSE(scene.Load(deserializer));
         EXPECT_EQ(scene.GetRoot(), nullptr);
-        EXPECT_NE(log.GetOnly().find(pReason), std::string::npos) << log.GetOnly();
+        EXPECT_NE(log.Only().find(pReason), std::string::npos) << log.Only();
     }
 }
 
@@ -147,8 +147,8 @@ TEST(SceneSaveLoad, WhatCouldNotBeLoadedIsNotSaved) {
         TraceLog log;
         c.m_pfnApply(sample.m_scene.GetSettings(), *sample.m_pRoot);
         EXPECT_EQ(bool(sample.Save()), *c.m_pReason == 0) << c.m_pReason;
-        EXPECT_TRUE(*c.m_pReason == 0 || log.GetLines().at(0).find(c.m_pReason) != std::string::npos)
-            << log.GetLines().at(0);
+        EXPECT_TRUE(*c.m_pReason == 0 || log.Messages().at(0).find(c.m_pReason) != std::string::npos)
+            << log.Messages().at(0);
     }
     String16 sError;
     EXPECT_FALSE(Scene().SaveToFile("/nowhere/scene.kelvo", sError));
@@ -194,7 +194,7 @@ TEST(SceneSaveLoad, ACameraThatCannotBeFoundAgainIsNone) {
         TraceLog log;
         pTimeline->Reload();
         EXPECT_EQ(pTimeline->GetCamera(), nullptr);
-        EXPECT_EQ(log.GetOnly(), "[kelvo] /above/film: its camera is not where it was attached");
+        EXPECT_EQ(log.Only(), "[kelvo] /above/film: its camera is not where it was attached");
     }
 }
 
@@ -206,8 +206,8 @@ TEST(SceneSaveLoad, ACameraOfAnotherTreeIsNotSaved) {
     pElsewhere->Attach(pCamera.Get());
     TraceLog log;
     EXPECT_FALSE(sample.Save());
-    ASSERT_FALSE(log.GetLines().empty());
-    EXPECT_EQ(log.GetLines()[0],
+    ASSERT_FALSE(log.Messages().empty());
+    EXPECT_EQ(log.Messages()[0],
               "[kelvo] /root: the camera /elsewhere/attached camera is attached to another tree");
 }
 

@@ -12,9 +12,45 @@
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/RectangleProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
 
 namespace trevik::kelvo::test {
+
+/** Sets a property to one to four numbers; false when it takes none. */
+inline bool SetProperty(PropertyList::Entry const& entry, std::vector<RealFloat> const& v) {
+    Property* const p = entry.m_pProperty;
+    int const n = static_cast<int>(v[0]);
+    switch (entry.m_pDescriptor->m_type) {
+    case PropertyType::Bool:
+        static_cast<BoolProperty*>(p)->SetValue(n != 0);
+        break;
+    case PropertyType::Int:
+        static_cast<IntProperty*>(p)->SetValue(n);
+        break;
+    case PropertyType::Real:
+        static_cast<RealProperty*>(p)->SetValue(v[0]);
+        break;
+    case PropertyType::Vector3:
+        static_cast<Vector3Property*>(p)->SetValue(Vector3T<RealFloat>(v[0], v[1], v[2]));
+        break;
+    case PropertyType::Rectangle:
+        static_cast<RectangleProperty*>(p)->SetValue(RectangleT<RealFloat>(v[0], v[1], v[2], v[3]));
+        break;
+    case PropertyType::Color:
+        static_cast<ColorProperty*>(p)->SetValue(ColorT<RealFloat>(v[0], v[1], v[2], v[3]));
+        break;
+    case PropertyType::SizeInt:
+        static_cast<SizeIntProperty*>(p)->SetValue(SizeT<int>(n, static_cast<int>(v[1])));
+        break;
+    case PropertyType::SizeReal:
+        static_cast<SizeRealProperty*>(p)->SetValue(SizeT<RealFloat>(v[0], v[1]));
+        break;
+    default:
+        return false;
+    }
+    return true;
+}
 
 /** A setting of an input, "name=number,number...". */
 struct Setting {
@@ -32,35 +68,9 @@ struct Setting {
     /** Sets the property of that name; false when there is none. */
     bool Apply(PropertyList const& list) const {
         PropertyList::Entry const* const pEntry = list.Find(HashName(m_sName.c_str()));
-        if (!pEntry) {
-            return false;
-        }
         std::vector<RealFloat> v(m_values);
         v.resize(4);
-        Property* const p = pEntry->m_pProperty;
-        switch (pEntry->m_pDescriptor->m_type) {
-        case PropertyType::Bool:
-            static_cast<BoolProperty*>(p)->SetValue(v[0] != 0);
-            break;
-        case PropertyType::Int:
-            static_cast<IntProperty*>(p)->SetValue(static_cast<int>(v[0]));
-            break;
-        case PropertyType::Real:
-            static_cast<RealProperty*>(p)->SetValue(v[0]);
-            break;
-        case PropertyType::Vector3:
-            static_cast<Vector3Property*>(p)->SetValue(Vector3T<RealFloat>(v[0], v[1], v[2]));
-            break;
-        case PropertyType::Color:
-            static_cast<ColorProperty*>(p)->SetValue(ColorT<RealFloat>(v[0], v[1], v[2], v[3]));
-            break;
-        case PropertyType::SizeReal:
-            static_cast<SizeRealProperty*>(p)->SetValue(SizeT<RealFloat>(v[0], v[1]));
-            break;
-        default:
-            return false;
-        }
-        return true;
+        return pEntry && SetProperty(*pEntry, v);
     }
 };
 

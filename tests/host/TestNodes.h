@@ -6,8 +6,8 @@
 #include <vector>
 
 #include "JObject.h"
+#include "kelvo_test/Diagnostics.h"
 #include "trevik/ClassRegistry.h"
-#include "trevik/Debug.h"
 #include "trevik/kelvo/BitmapFont.h"
 #include "trevik/kelvo/BlendModeEffect.h"
 #include "trevik/kelvo/Camera.h"
@@ -28,6 +28,16 @@ namespace trevik::kelvo::test {
 typedef Vector2T<RealFloat> Vector2;
 typedef Vector3T<RealFloat> Vector3;
 typedef Matrix4T<RealFloat> Matrix;
+typedef ::kelvo::test::Diagnostics TraceLog;
+
+inline Vector3 Origin(Matrix const& matrix) {
+    return Vector3(matrix.m[12], matrix.m[13], matrix.m[14]);
+}
+
+inline Vector3 Apply(Matrix const& matrix, Vector3 const& p) {
+    Vector4T<RealFloat> const placed = matrix * Vector4T<RealFloat>(p.x, p.y, p.z, 1);
+    return Vector3(placed.x, placed.y, placed.z);
+}
 
 /**
  * Notes what is drawn. Its pick rays run parallel to the z axis: they start at the active camera's eye
@@ -42,17 +52,11 @@ public:
     bool m_fDepth = false;
     unsigned int m_nResourceRequests = 0;
     Ref<EffectResource> m_pResource; ///< what GetEffectResource answers
-    Matrix m_view;
     Matrix m_projection;
 
-    void Note(char const* call) {
+    void Note(char const* pCall, Node const* pNode = nullptr) {
         if (m_fNoting) {
-            m_calls.push_back(call);
-        }
-    }
-    void Note(char const* call, Node const& node) {
-        if (m_fNoting) {
-            m_calls.push_back(std::string(call) + " " + NameOf(node));
+            m_calls.push_back(pNode ? std::string(pCall) + " " + NameOf(*pNode) : pCall);
         }
     }
     static std::string NameOf(Node const& node) { return String8(node.GetName()).GetData(); }
@@ -66,7 +70,7 @@ public:
     bool HitProjection(Matrix const& model, Vector3 const& p0, Vector3 const& p1, Vector3 const& p2,
                        Vector2& uv, RealFloat& distance) override;
     Matrix GetProjectionMatrix() override { return m_projection; }
-    Matrix GetViewMatrix() override { return m_view; }
+    Matrix GetViewMatrix() override { return Matrix::Identity; }
     Matrix GetViewportMatrix() override { return Matrix::Identity; }
     Camera* GetActiveCamera() override { return m_cameras.empty() ? nullptr : m_cameras.back(); }
     void Process() override { Note("process"); }
@@ -93,33 +97,20 @@ public:
     }
 };
 
-/** Solves eye + t·(0, 0, -100) + ... = p0 + u·e1 + v·e2 for t, u and v by Cramer's rule. */
 inline bool TestDevice::HitProjection(Matrix const& model, Vector3 const& p0, Vector3 const& p1,
                                       Vector3 const& p2, Vector2& uv, RealFloat& distance) {
-    auto const place = [&model](Vector3 const& p) {
-        Vector4T<RealFloat> const placed = model * Vector4T<RealFloat>(p.x, p.y, p.z, 1);
-        return Vector3(placed.x, placed.y, placed.z);
-    };
-    Vector3 eye(0, 0, 100);
-    if (Camera* pCamera = GetActiveCamera()) {
-        Matrix const world = pCamera->GetWorldMatrix();
-        eye = Vector3(world.m[12], world.m[13], world.m[14]);
-    }
-    Vector2 const point = GetSelectionPoint();
-    Vector3 const start(eye.x + point.x, eye.y + point.y, eye.z);
-    Vector3 const q0 = place(p0);
-    Vector3 const e1 = place(p1) - q0;
-    Vector3 const e2 = place(p2) - q0;
-    Vector3 const back(0, 0, 100);
-    RealFloat const determinant = Vector3Dot(back, Vector3Cross(e1, e2));
-    if (std::fabs(determinant) < RealFloat(1e-6)) {
+    Vector3 const eye = GetActiveCamera() ? Origin(GetActiveCamera()->GetWorldMatrix()) : Vector3(0, 0, 100);
+    Vector3 const q0 = Apply(model, p0);
+    Vector3 const e1 = Apply(model, p1) - q0;
+    Vector3 const e2 = Apply(model, p2) - q0;
+    Vector2 const hit(eye.x + GetSelectionPoint().x - q0.x, eye.y + GetSelectionPoint().y - q0.y);
+    RealFloat const determinant = e1.x * e2.y - e1.y * e2.x;
+    if (std::fabs(determinant) < RealFloat(1e-8)) {
         return false;
     }
-    Vector3 const b = start - q0;
-    RealFloat const t = Vector3Dot(b, Vector3Cross(e1, e2)) / determinant;
-    uv.x = Vector3Dot(back, Vector3Cross(b, e2)) / determinant;
-    uv.y = Vector3Dot(back, Vector3Cross(e1, b)) / determinant;
-    distance = DistanceOfEye + t;
+    uv.x = (hit.x * e2.y - hit.y * e2.x) / determinant;
+    uv.y = (e1.x * hit.y - e1.y * hit.x) / determinant;
+    distance = DistanceOfEye + (eye.z - q0.z - uv.x * e1.z - uv.y * e2.z) / 100;
     return true;
 }
 
@@ -145,7 +136,7 @@ public:
         ++m_nUpdates;
     }
     void InternalRender(GraphicsDevice& device) override {
-        static_cast<TestDevice&>(device).Note("draw", *this);
+        static_cast<TestDevice&>(device).Note("draw", this);
     }
 };
 
@@ -163,12 +154,12 @@ public:
     TREVIK_NODE_REFLECTION(TestTimeline, Timeline, "Timeline", VisitTimeline)
 
     void PreRenderChildren(GraphicsDevice& device) override {
-        static_cast<TestDevice&>(device).Note("enter", *this);
+        static_cast<TestDevice&>(device).Note("enter", this);
         device.PushCamera(GetCamera());
         m_pActiveCamera = device.GetActiveCamera();
     }
     void PostRenderChildren(GraphicsDevice& device) override {
-        static_cast<TestDevice&>(device).Note("leave", *this);
+        static_cast<TestDevice&>(device).Note("leave", this);
         if (GetCamera()) {
             device.PopCamera();
         }
@@ -302,29 +293,6 @@ private:
     }
 };
 
-/** Keeps what is traced while it lives. */
-class TraceLog {
-public:
-    TraceLog() : m_oldSink(Debug::SetSink(&TraceLog::Keep, this)) {}
-    ~TraceLog() { Debug::SetSink(m_oldSink); }
-    TraceLog(TraceLog const&) = delete;
-    TraceLog& operator=(TraceLog const&) = delete;
-
-    std::vector<std::string> const& GetLines() const { return m_lines; }
-    /** The only line; a remark when there is none or more than one. */
-    std::string GetOnly() const {
-        return m_lines.size() == 1 ? m_lines[0] : std::to_string(m_lines.size()) + " lines traced";
-    }
-
-private:
-    static void Keep(void* pUser, TraceLevel::Enum, String16 const& sMessage) {
-        static_cast<TraceLog*>(pUser)->m_lines.push_back(String8(sMessage).GetData());
-    }
-
-    std::vector<std::string> m_lines;
-    TraceSink m_oldSink;
-};
-
 inline String16 Name(char const* pName) {
     return String8(pName);
 }
@@ -387,14 +355,5 @@ public:
 private:
     T m_written{};
 };
-
-inline Vector3 Origin(Matrix const& matrix) {
-    return Vector3(matrix.m[12], matrix.m[13], matrix.m[14]);
-}
-
-inline Vector3 Apply(Matrix const& matrix, Vector3 const& p) {
-    Vector4T<RealFloat> const placed = matrix * Vector4T<RealFloat>(p.x, p.y, p.z, 1);
-    return Vector3(placed.x, placed.y, placed.z);
-}
 
 } // namespace trevik::kelvo::test

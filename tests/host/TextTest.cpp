@@ -284,7 +284,7 @@ TEST(Text, WithoutMemoryForALayoutItSaysSoOnce) {
         words.m_pText->UpdateLayout();
         words.m_pText->UpdateLayout();
         Allocation::FailNever();
-        EXPECT_EQ(log.GetLines().size(), nTime);
+        EXPECT_EQ(log.Messages().size(), nTime);
         words.m_pText->UpdateLayout();
         EXPECT_EQ(words.m_pText->GetLayoutCount(), nTime);
         String16 sMore;

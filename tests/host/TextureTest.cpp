@@ -186,7 +186,7 @@ TEST(Texture, TakesNoSizeOrNumberOfSurfacesThatItCannotHave) {
     pTexture->SetUsedSize(5, 0);
     pTexture->SetWantedSurfaces(3);
     pTexture->SetWantedSurfaces(-1);
-    EXPECT_EQ(log.GetLines().size(), 4u);
+    EXPECT_EQ(log.Messages().size(), 4u);
     EXPECT_EQ(Describe(*pTexture), "5x3 of 8x4 format 0 stride 16 size 0 ");
     EXPECT_EQ(pTexture->GetWantedSurfaces(), 1);
 }
@@ -232,7 +232,7 @@ TEST(Texture, WhatCannotBePromotedIsNotNorSavedWhatCouldNotBeLoaded) {
     for (Ref<TestTexture> const& pTexture : {pEmpty, pBare, pEnlarged}) {
         EXPECT_FALSE(SaveToNode(*pTexture));
     }
-    EXPECT_EQ(log.GetLines().size(), 3u);
+    EXPECT_EQ(log.Messages().size(), 3u);
 }
 
 TEST(Texture, ASpriteCanHaveACopyForItself) {

@@ -90,7 +90,7 @@ TEST(Timeline, PlaysAsTheTableSays) {
             }
             result << "\n";
         }
-        for (std::string const& line : log.GetLines()) {
+        for (std::string const& line : log.Messages()) {
             result << "  ! " << line << "\n";
         }
         return result.str();

@@ -332,7 +332,7 @@ TEST(Transform, ACameraSeesAPhotographersFilm) {
         << "not centred: it stays where it is";
     TraceLog log;
     pFree->SetupMillimeter(0, 60, 800, 480, true);
-    EXPECT_EQ(log.GetLines().size(), 1u);
+    EXPECT_EQ(log.Messages().size(), 1u);
     EXPECT_EQ(pFree->GetPositionProperty().GetValue(), Vector3(1, 2, 3));
 }
 
