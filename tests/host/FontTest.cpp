@@ -23,17 +23,15 @@ std::vector<unsigned int> CodePointsOf(Font const& font) {
 
 TEST(FontGlyphs, AreFoundByCodePointInWhateverOrderTheyCame) {
     TestFont font;
-    std::vector<unsigned int> const codePoints = {'b', 0x10ffff, 'a', 0x20, 0x100, 0x4e00, 0xff, 0, 0x4e01};
-    for (unsigned int nCodePoint : codePoints) {
+    for (unsigned int nCodePoint : {98u, 0x10ffffu, 97u, 0x20u, 0x100u, 0x4e00u, 0xffu, 0u, 0x4e01u}) {
         ASSERT_TRUE(font.AddGlyph(MakeGlyph(nCodePoint)));
     }
-    EXPECT_EQ(CodePointsOf(font),
-              (std::vector<unsigned int>{0, 0x20, 'a', 'b', 0xff, 0x100, 0x4e00, 0x4e01, 0x10ffff}));
-    for (unsigned int nCodePoint : codePoints) {
-        ASSERT_NE(font.GetGlyph(nCodePoint), nullptr) << nCodePoint;
-        EXPECT_EQ(font.GetGlyph(nCodePoint)->m_nCodePoint, nCodePoint);
+    std::vector<unsigned int> const ordered = {0, 0x20, 97, 98, 0xff, 0x100, 0x4e00, 0x4e01, 0x10ffff};
+    EXPECT_EQ(CodePointsOf(font), ordered);
+    for (unsigned int n = 0; n < ordered.size(); ++n) {
+        EXPECT_EQ(font.GetGlyph(ordered[n]), font.GetGlyphAt(n));
     }
-    for (unsigned int nCodePoint : {1u, 0x61u + 2, 0xfeu, 0x101u, 0x4dffu, 0x4e02u, 0x110000u, 0xffffffffu}) {
+    for (unsigned int nCodePoint : {1u, 99u, 0xfeu, 0x101u, 0x4dffu, 0x4e02u, 0x110000u, 0xffffffffu}) {
         EXPECT_EQ(font.GetGlyph(nCodePoint), nullptr) << nCodePoint;
     }
 }
@@ -54,77 +52,55 @@ TEST(FontGlyphs, OneOfTheSameCodePointIsReplacedWhereItIs) {
     EXPECT_EQ(font.GetGlyphCount(), 2u);
 }
 
-TEST(FontGlyphs, ThatNoDocumentCouldHoldAreRefused) {
+TEST(Font, WhatNoDocumentCouldHoldIsRefusedAndWithoutMemoryAll) {
     TestFont font;
-    Glyph beyond = MakeGlyph(0x110000);
-    Glyph rectangle = MakeGlyph('A');
-    rectangle.m_textureRectangle[3] = NaN;
-    Glyph divisor = MakeGlyph('A');
-    divisor.m_rDivisorY = Infinity;
-    Glyph origin = MakeGlyph('A');
-    origin.m_origin.x = -Infinity;
-    for (Glyph const* pGlyph : {&beyond, &rectangle, &divisor, &origin}) {
-        EXPECT_FALSE(font.AddGlyph(*pGlyph));
+    TestOutlines outlines;
+    Glyph glyphs[] = {MakeGlyph(0x110000), MakeGlyph('A'), MakeGlyph('A'), MakeGlyph('A')};
+    glyphs[1].m_textureRectangle[3] = NaN;
+    glyphs[2].m_rDivisorY = Infinity;
+    glyphs[3].m_origin.x = -Infinity;
+    for (Glyph const& glyph : glyphs) {
+        EXPECT_FALSE(font.AddGlyph(glyph));
     }
-    EXPECT_EQ(font.GetGlyphCount(), 0u);
-    EXPECT_EQ(font.GetRevision(), 0u);
-}
-
-TEST(FontKerning, IsThatOfTheTwoInTheirOrder) {
-    TestFont font;
-    EXPECT_TRUE(font.SetKerning('V', 'A', -3));
-    EXPECT_TRUE(font.SetKerning('A', 'V', -2));
-    EXPECT_TRUE(font.SetKerning('A', 'T', RealFloat(-1.5)));
-    EXPECT_TRUE(font.SetKerning(0x10ffff, 0, 1));
-    EXPECT_EQ(font.GetKerning('A', 'V'), -2);
-    EXPECT_EQ(font.GetKerning('V', 'A'), -3);
-    EXPECT_EQ(font.GetKerning('A', 'T'), RealFloat(-1.5));
-    EXPECT_EQ(font.GetKerning(0x10ffff, 0), 1);
-    EXPECT_EQ(font.GetKerning('A', 'U'), 0);
-    EXPECT_EQ(font.GetKerning('T', 'A'), 0);
-    unsigned int const nRevision = font.GetRevision();
-    EXPECT_TRUE(font.SetKerning('A', 'V', 4));
-    EXPECT_NE(font.GetRevision(), nRevision);
-    EXPECT_EQ(font.GetKerning('A', 'V'), 4);
-    EXPECT_TRUE(font.SetKerning('A', 'V', 0));
-    EXPECT_EQ(font.GetKerning('A', 'V'), 0);
-    EXPECT_EQ(font.GetKerning('A', 'T'), RealFloat(-1.5)) << "its neighbours stay";
-    EXPECT_EQ(font.GetKerning('V', 'A'), -3);
-}
-
-TEST(FontKerning, OfNoCodePointsOrDistanceIsRefused) {
-    TestFont font;
     EXPECT_FALSE(font.SetKerning(0x110000, 'A', 1));
     EXPECT_FALSE(font.SetKerning('A', 0x110000, 1));
     EXPECT_FALSE(font.SetKerning('A', 'A', NaN));
-    EXPECT_EQ(font.GetRevision(), 0u);
-}
-
-TEST(Font, WithoutMemoryNothingIsAdded) {
-    TestFont font;
-    TestOutlines outlines;
+    GlyphMesh* const pFarAway = MakeMesh(3, {0, 1, 2});
+    pFarAway->m_positions.GetWritableValue()[1].y = Infinity;
+    for (GlyphMesh* pMesh : {MakeMesh(3, {0, 1, 3}), MakeMesh(3, {0, 1}), MakeMesh(0, {0, 0, 0}), pFarAway,
+                             static_cast<GlyphMesh*>(nullptr)}) {
+        EXPECT_EQ(outlines.AddMesh(pMesh), -1);
+    }
     Allocation::FailAfter(0);
     EXPECT_FALSE(font.AddGlyph(MakeGlyph('A')));
     EXPECT_FALSE(font.SetKerning('A', 'B', 1));
     EXPECT_EQ(outlines.AddMesh(new GlyphMesh), -1);
     Allocation::FailNever();
-    EXPECT_EQ(font.GetGlyph('A'), nullptr);
+    EXPECT_EQ(font.GetGlyphCount() + outlines.GetMeshCount() + font.GetRevision(), 0u);
     EXPECT_EQ(font.GetKerning('A', 'B'), 0);
-    EXPECT_EQ(font.GetRevision(), 0u);
-    EXPECT_EQ(outlines.GetMeshCount(), 0u);
+    EXPECT_EQ(outlines.AddMesh(MakeMesh(3, {0, 1, 2})), 0);
+    EXPECT_EQ(outlines.GetMesh(0)->m_indices.GetValue().GetCount(), 3u);
 }
 
-TEST(FontMeshes, ThatAreNoTrianglesBetweenTheirPositionsAreRefused) {
-    TestOutlines font;
-    EXPECT_EQ(font.AddMesh(MakeMesh(3, {0, 1, 3})), -1) << "beyond the positions";
-    EXPECT_EQ(font.AddMesh(MakeMesh(3, {0, 1})), -1) << "no whole triangle";
-    EXPECT_EQ(font.AddMesh(MakeMesh(0, {0, 0, 0})), -1) << "no positions";
-    GlyphMesh* const pFarAway = MakeMesh(3, {0, 1, 2});
-    pFarAway->m_positions.GetWritableValue()[1].y = Infinity;
-    EXPECT_EQ(font.AddMesh(pFarAway), -1);
-    EXPECT_EQ(font.AddMesh(nullptr), -1);
-    EXPECT_EQ(font.AddMesh(MakeMesh(3, {0, 1, 2})), 0);
-    EXPECT_EQ(font.GetMesh(0)->m_indices.GetValue().GetCount(), 3u);
+TEST(FontKerning, IsThatOfTheTwoInTheirOrder) {
+    TestFont font;
+    std::vector<RealFloat> const distances = {-2, -3, RealFloat(-1.5), 0, 0};
+    auto const get = [&font] {
+        return std::vector<RealFloat>{font.GetKerning('A', 'V'), font.GetKerning('V', 'A'),
+                                      font.GetKerning('A', 'T'), font.GetKerning('A', 'U'),
+                                      font.GetKerning('T', 'A')};
+    };
+    EXPECT_TRUE(font.SetKerning('V', 'A', -3));
+    EXPECT_TRUE(font.SetKerning('A', 'V', 4));
+    EXPECT_TRUE(font.SetKerning('A', 'T', RealFloat(-1.5)));
+    EXPECT_TRUE(font.SetKerning(0x10ffff, 0, 1));
+    EXPECT_EQ(font.GetKerning(0x10ffff, 0), 1);
+    unsigned int const nRevision = font.GetRevision();
+    EXPECT_TRUE(font.SetKerning('A', 'V', -2));
+    EXPECT_EQ(font.GetRevision(), nRevision + 1);
+    EXPECT_EQ(get(), distances);
+    EXPECT_TRUE(font.SetKerning('A', 'V', 0));
+    EXPECT_EQ(get(), (std::vector<RealFloat>{0, -3, RealFloat(-1.5), 0, 0})) << "its neighbours stay";
 }
 
 TEST(FontMeshes, AreAsManyAsAGlyphsIndexCanTell) {
@@ -152,15 +128,6 @@ TEST(FontMemory, ReportsGlyphsKerningMeshesAndPagesOnce) {
                                                      sizeof(GlyphMesh*) + sizeof(GlyphMesh));
 }
 
-/** A document with the given fonts. */
-Ref<DocumentNode> SaveFonts(std::vector<Font*> const& fonts) {
-    Serializer serializer;
-    for (Font* pFont : fonts) {
-        serializer.GetFontIndex(pFont);
-    }
-    return serializer.Finish();
-}
-
 TEST(DocumentFont, APageThatCannotBeEnteredFailsTheDocument) {
     /** Runs out of memory for as long as it enters its page. */
     class Short : public TestFont {
@@ -173,55 +140,43 @@ TEST(DocumentFont, APageThatCannotBeEnteredFailsTheDocument) {
             return TestFont::Save(serializer);
         }
     };
-    EXPECT_FALSE(SaveFonts({Ref<Font>(new Short).Get()}));
+    Serializer serializer;
+    serializer.GetFontIndex(new Short);
+    EXPECT_FALSE(serializer.Finish());
 }
 
 TEST(DocumentFont, ThatCouldNotBeLoadedIsNotSaved) {
     TraceLog traces;
     Glyph image = MakeGlyph('A');
     image.m_fImage = true;
-    Glyph const glyphs[] = {image, MakeGlyph('A', nullptr, 0), MakeGlyph('A', nullptr, -2)};
-    for (Glyph const& glyph : glyphs) {
-        Ref<TestFont> const pFont(new TestFont);
-        pFont->AddGlyph(glyph);
-        EXPECT_FALSE(SaveFonts({pFont.Get()}));
+    TestFont fonts[4];
+    fonts[0].AddGlyph(image);
+    fonts[1].AddGlyph(MakeGlyph('A', nullptr, 0));
+    fonts[2].AddGlyph(MakeGlyph('A', nullptr, -2));
+    fonts[3].SetMetrics(FontMetrics{1, 1, 1, 1, 1, 1, NaN});
+    for (TestFont& font : fonts) {
+        EXPECT_FALSE(SaveToNode(font));
     }
-    Ref<TestFont> const pFont(new TestFont);
-    FontMetrics metrics;
-    metrics.m_rLeading = NaN;
-    pFont->SetMetrics(metrics);
-    EXPECT_FALSE(SaveFonts({pFont.Get()}));
-    ASSERT_EQ(traces.Messages().size(), 8u) << "what is wrong, and with which font";
-    EXPECT_EQ(traces.Messages()[0],
-              "[kelvo] Glyph U+0041 cannot be saved: it is an image and has no texture");
-    EXPECT_EQ(traces.Messages()[1], "[kelvo] Font 0 cannot be saved, nor can the document that uses it");
-    EXPECT_EQ(traces.Messages()[2], "[kelvo] Glyph U+0041 cannot be saved: its mesh is none of the font's");
-}
-
-/** A font with two glyphs and kerning. */
-template <class T>
-void FillPlainly(T& font) {
-    font.AddGlyph(MakeGlyph('A'));
-    font.AddGlyph(MakeGlyph('B'));
-    font.SetKerning('A', 'B', 1);
+    std::string const sMesh = "[kelvo] Glyph U+0041 cannot be saved: its mesh is none of the font's";
+    EXPECT_EQ(traces.Messages(),
+              (std::vector<std::string>{
+                  "[kelvo] Glyph U+0041 cannot be saved: it is an image and has no texture", sMesh, sMesh,
+                  "[kelvo] A font's metrics cannot be saved: they are not finite"}));
 }
 
 TEST(DocumentFont, TablesNeedNoOrderAndOfEqualEntriesTheLastOneCounts) {
-    TestFont source;
-    FillPlainly(source);
-    source.SetKerning('B', 'A', 2);
-    Ref<DocumentNode> const pSaved = SaveToNode(source);
-    std::size_t const nSize = 60; // of a saved glyph
-    std::vector<unsigned char> const glyphs = GetBytes(*pSaved, HashName("Glyphs"));
-    auto const at = [&](std::size_t n) { return glyphs.begin() + static_cast<std::ptrdiff_t>(n); };
-    std::vector<unsigned char> turned(at(nSize), glyphs.end());
-    turned.insert(turned.end(), glyphs.begin(), at(nSize));
-    turned.insert(turned.end(), at(nSize), glyphs.end());
-    std::vector<unsigned char> const advance = BytesOf(77);
-    std::copy(advance.begin(), advance.end(), turned.end() - (nSize - 16));
     Ref<DocumentNode> const pTurned(new DocumentNode(0, 0));
-    AddBytes(*pTurned, HashName("Metrics"), GetBytes(*pSaved, HashName("Metrics")));
-    AddBytes(*pTurned, HashName("Glyphs"), turned);
+    std::vector<unsigned char> table;
+    Glyph glyphs[] = {MakeGlyph('B'), MakeGlyph('A'), MakeGlyph('B')};
+    glyphs[2].m_nAdvance = 77;
+    for (Glyph const& glyph : glyphs) {
+        TestFont source;
+        source.AddGlyph(glyph);
+        std::vector<unsigned char> const saved = GetBytes(*SaveToNode(source), HashName("Glyphs"));
+        table.insert(table.end(), saved.begin(), saved.end());
+    }
+    AddBytes(*pTurned, HashName("Glyphs"), table);
+    AddBytes(*pTurned, HashName("Metrics"), BytesOf(FontMetrics()));
     AddBytes(*pTurned, HashName("Kerning"),
              BytesOf(0x42, 0x41, RealFloat(2), 0x41, 0x42, RealFloat(1), 0x42, 0x41, RealFloat(3), 0x43, 0x41,
                      RealFloat(4), 0x43, 0x41, RealFloat(0)));
@@ -229,8 +184,6 @@ TEST(DocumentFont, TablesNeedNoOrderAndOfEqualEntriesTheLastOneCounts) {
     ASSERT_TRUE(LoadFrom(pTurned, font));
     EXPECT_EQ(CodePointsOf(font), (std::vector<unsigned int>{'A', 'B'}));
     EXPECT_EQ(font.GetGlyph('B')->m_nAdvance, 77);
-    EXPECT_EQ(font.GetKerning('A', 'B'), 1);
-    EXPECT_EQ(font.GetKerning('B', 'A'), 3);
     EXPECT_EQ(GetBytes(*SaveToNode(font), HashName("Kerning")),
               BytesOf(0x41, 0x42, RealFloat(1), 0x42, 0x41, RealFloat(3)))
         << "a distance of 0 takes its pair out";
@@ -241,16 +194,29 @@ TEST(DocumentFont, LoadingReplacesWhatTheFontHad) {
     source.AddGlyph(MakeGlyph('B'));
     source.AddGlyph(MakeGlyph(0x3042));
     TestOutlines font;
-    FillPlainly(font);
+    font.AddGlyph(MakeGlyph('A'));
+    font.AddGlyph(MakeGlyph('B'));
+    font.SetKerning('A', 'B', 1);
     font.AddMesh(new GlyphMesh);
     unsigned int const nRevision = font.GetRevision();
     ASSERT_TRUE(LoadFrom(SaveToNode(source), font));
     EXPECT_EQ(CodePointsOf(font), (std::vector<unsigned int>{'B', 0x3042}));
-    EXPECT_EQ(font.GetGlyph('A'), nullptr);
-    EXPECT_EQ(font.GetGlyph('B'), font.GetGlyphAt(0));
+    EXPECT_TRUE(!font.GetGlyph('A') && font.GetGlyph('B') == font.GetGlyphAt(0));
     EXPECT_EQ(font.GetKerning('A', 'B'), 0);
     EXPECT_EQ(font.GetMeshCount(), 0u);
     EXPECT_NE(font.GetRevision(), nRevision);
+}
+
+TEST(Font, IdsAreUnique) {
+    TestFont one;
+    TestFont two;
+    EXPECT_TRUE(one.Initialize() && two.Initialize());
+    unsigned int const nID = one.GetID();
+    EXPECT_TRUE(nID != 0 && nID != two.GetID());
+    one.Initialize();
+    EXPECT_EQ(one.GetID(), nID) << "kept";
+    one.GenerateID();
+    EXPECT_NE(one.GetID(), nID);
 }
 
 } // namespace

@@ -101,14 +101,6 @@ struct SquareText {
         });
         return placed;
     }
-    /** The pens of all glyphs, in the order of GetPlaced. */
-    std::vector<RealFloat> GetPens() {
-        std::vector<RealFloat> pens;
-        for (Placed const& glyph : GetPlaced()) {
-            pens.push_back(glyph.m_rPen);
-        }
-        return pens;
-    }
 };
 
 } // namespace trevik::kelvo::test
