@@ -1,10 +1,8 @@
-// Nodes in space: what perspective and depth make of them, and that picking finds what is seen.
+// Picking finds what is seen, whatever perspective and depth make of it.
 
 #include "Stage.h"
 
 #include "trevik/kelvo/SelectionPoint.h"
-
-#include <cmath>
 
 namespace kelvo::test {
 namespace {
@@ -12,70 +10,6 @@ namespace {
 using namespace trevik::kelvo;
 using trevik::List;
 using trevik::Vector2T;
-using trevik::Vector4T;
-
-struct Spot {
-    double x, y; ///< window pixels, y down
-};
-
-/** How far a spot lies inside a convex outline (either way round), in pixels; negative outside. */
-double Inside(std::vector<Spot> const& outline, Spot const& spot) {
-    double inside = 1e9, outside = 1e9;
-    for (std::size_t i = 0; i < outline.size(); ++i) {
-        Spot const& a = outline[i];
-        Spot const& b = outline[(i + 1) % outline.size()];
-        double const distance =
-            ((b.x - a.x) * (spot.y - a.y) - (b.y - a.y) * (spot.x - a.x)) / std::hypot(b.x - a.x, b.y - a.y);
-        inside = std::min(inside, distance);
-        outside = std::min(outside, -distance);
-    }
-    return std::max(inside, outside);
-}
-
-using DrawnSpace = Stage;
-
-TEST_F(DrawnSpace, TurnedPicturesLandWhereTheyAreProjectedAndArePerspectivelyTrue) {
-    struct {
-        Vector position, rotation;
-    } const cases[] = {{Vector(15, 10, 0), Vector(0, 0, 25)},
-                       {Vector(20, 12, -20), Vector(50, 0, 0)},
-                       {Vector(12, 12, 5), Vector(0, 60, 0)},
-                       {Vector(22, 14, 8), Vector(25, -40, 15)}};
-    Open();
-    // The middle of a receding picture is not the middle of what is seen of it.
-    Image picture(24, 15, Pixel{255, 0, 0, 255});
-    picture.Fill(12, 0, 12, 15, Pixel{255, 0, 255, 255});
-    Ref<Sprite> const pSprite = AddSprite(Root(), 0, 0, MakeTexture(picture));
-    for (auto const& test : cases) {
-        SCOPED_TRACE(test.rotation.y);
-        pSprite->GetPositionProperty().SetValue(test.position);
-        pSprite->GetRotationProperty().SetValue(test.rotation);
-        Image const frame = DrawFrame();
-        Device().SetCameraDepth(true); // the default camera
-        auto const project = [&](float x, float y) {
-            auto const spot =
-                Device().ProjectCoordinate(pSprite->GetWorldMatrix(), Vector4T<RealFloat>(x, y, 0, 1));
-            return Spot{spot.x, spot.y};
-        };
-        std::vector<Spot> const whole = {project(0, 0), project(24, 0), project(24, 15), project(0, 15)};
-        std::vector<Spot> const right = {project(12, 0), project(24, 0), project(24, 15), project(12, 15)};
-        int nInside = 0;
-        for (int n = 0; n < Width * Height; ++n) {
-            Pixel const pixel = frame.At(n % Width, n / Width);
-            Spot const spot = {n % Width + 0.5, n / Width + 0.5};
-            // A pixel of tolerance: half of one is lost in the viewport's whole halves.
-            double const inside = Inside(whole, spot), inRight = Inside(right, spot);
-            if (std::fabs(inside) > 1) {
-                ASSERT_EQ(pixel.r, inside > 0 ? 255 : 0) << spot.x << ", " << spot.y;
-                nInside += inside > 0;
-                if (inside > 0 && std::fabs(inRight) > 1.5) {
-                    ASSERT_EQ(pixel.b > 127, inRight > 0) << spot.x << ", " << spot.y;
-                }
-            }
-        }
-        EXPECT_GT(nInside, 50);
-    }
-}
 
 class DrawnPicking : public Stage {
 protected:

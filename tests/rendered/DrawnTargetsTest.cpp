@@ -92,19 +92,5 @@ TEST_F(DrawnTargets, AFrameIsShownAndReadBackUprightAndWhole) {
     }
 }
 
-TEST_F(DrawnTargets, AReadingDrawnAgainStandsOnItsHead) {
-    Open();
-    Image const picture = MakePicture(20, 10);
-    AddSprite(Root(), 0, Height - 10, MakeTexture(picture));
-    m_rectangles = {{0, 0, 20, 10}};
-    DrawFrame();
-    AddSprite(Root(), 30, 3, m_readings.at(0));
-    m_rectangles.clear();
-    Canvas canvas(Width, Height);
-    canvas.Blend(0, Height - 10, picture);
-    canvas.Blend(30, 3, Flip(picture));
-    EXPECT_TRUE(Shows(canvas));
-}
-
 } // namespace
 } // namespace kelvo::test

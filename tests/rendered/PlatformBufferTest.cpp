@@ -129,40 +129,6 @@ TEST_F(PlatformBufferImage, IsAdvertisedWhereItCanBeMadeAndRefusedElsewhere) {
     Fill(*pBuffer, Red);
 }
 
-TEST_F(PlatformBuffer, BeginsAsZerosAndSaysWhatItIs) {
-    struct Case {
-        int format;
-        std::size_t bytes;
-    } const cases[] = {{1, 4}, {2, 4}, {3, 3}, {4, 2}, {5, 4}, {6, 2}, {7, 2}, {8, 1}};
-    for (Case const& each : cases) {
-        SCOPED_TRACE(each.format);
-        EXPECT_EQ(android::bytesPerPixel(each.format), each.bytes);
-        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, each.format);
-        ASSERT_EQ(pBuffer->initCheck(), android::NO_ERROR);
-        EXPECT_EQ(pBuffer->getWidth(), 13u);
-        EXPECT_EQ(pBuffer->getHeight(), 7u);
-        EXPECT_EQ(pBuffer->getStride(), 16u);
-        EXPECT_EQ(pBuffer->getPixelFormat(), each.format);
-        EXPECT_EQ(pBuffer->getUsage(), Usage);
-        GGLSurface surface = {};
-        ASSERT_EQ(pBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN), android::NO_ERROR);
-        EXPECT_EQ(surface.stride, 16);
-        EXPECT_EQ(surface.width, 13u);
-        EXPECT_EQ(surface.height, 7u);
-        EXPECT_EQ(surface.format, each.format);
-        EXPECT_EQ(surface.version, sizeof(GGLSurface));
-        std::vector<std::uint8_t> const zeros(16 * 7 * each.bytes);
-        EXPECT_EQ(std::memcmp(surface.data, zeros.data(), zeros.size()), 0);
-        EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
-    }
-    EXPECT_EQ(MakeBuffer(32, 1, 1)->getStride(), 32u);
-    // More than any memory; where size_t has 32 bits, a row is just one too many for it.
-    int const nWidth = sizeof(std::size_t) == 4 ? 0x40000000 : 0x40000010;
-    EXPECT_EQ(MakeBuffer(nWidth, 0x7FFFFFFF, 1)->initCheck(), android::NO_MEMORY);
-    EXPECT_EQ(android::bytesPerPixel(0), 0u);
-    EXPECT_EQ(android::bytesPerPixel(9), 0u);
-}
-
 TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
     GGLSurface surface = {};
     sp<GraphicBuffer> const pBuffer = MakeBuffer(4, 4, 1);
@@ -173,6 +139,11 @@ TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
     EXPECT_EQ(pBuffer->lock(&surface, 0), android::INVALID_OPERATION);
     EXPECT_EQ(surface.data, nullptr);
     EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
+    EXPECT_EQ(MakeBuffer(32, 1, 1)->getStride(), 32u);
+    // More than any memory; where size_t has 32 bits, a row is just one too many for it.
+    int const nWidth = sizeof(std::size_t) == 4 ? 0x40000000 : 0x40000010;
+    EXPECT_EQ(MakeBuffer(nWidth, 0x7FFFFFFF, 1)->initCheck(), android::NO_MEMORY);
+    EXPECT_TRUE(android::bytesPerPixel(0) == 0 && android::bytesPerPixel(9) == 0);
     for (sp<GraphicBuffer> const& pNone : {MakeBuffer(0, 4, 1), MakeBuffer(4, -1, 1), MakeBuffer(4, 4, 0)}) {
         EXPECT_EQ(pNone->initCheck(), android::BAD_VALUE);
         EXPECT_EQ(pNone->lock(&surface, 0), android::NO_INIT);
@@ -181,7 +152,7 @@ TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
     }
 }
 
-TEST_F(PlatformBuffer, EachFormatIsSampledInItsColours) {
+TEST_F(PlatformBuffer, EachFormatBeginsAsZerosAndIsSampledInItsColours) {
     struct Case {
         int format;
         std::vector<std::uint8_t> bytes; // 16-bit words with the lower byte first
@@ -198,7 +169,18 @@ TEST_F(PlatformBuffer, EachFormatIsSampledInItsColours) {
     };
     for (Case const& each : cases) {
         SCOPED_TRACE(each.format);
+        EXPECT_EQ(android::bytesPerPixel(each.format), each.bytes.size());
         sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, each.format);
+        ASSERT_EQ(pBuffer->initCheck(), android::NO_ERROR);
+        EXPECT_TRUE(pBuffer->getWidth() == 13 && pBuffer->getHeight() == 7 && pBuffer->getStride() == 16);
+        EXPECT_TRUE(pBuffer->getPixelFormat() == each.format && pBuffer->getUsage() == Usage);
+        GGLSurface surface = {};
+        ASSERT_EQ(pBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN), android::NO_ERROR);
+        EXPECT_TRUE(surface.stride == 16 && surface.width == 13 && surface.height == 7);
+        EXPECT_TRUE(surface.format == each.format && surface.version == sizeof(GGLSurface));
+        std::vector<std::uint8_t> const zeros(16 * 7 * each.bytes.size());
+        EXPECT_EQ(std::memcmp(surface.data, zeros.data(), zeros.size()), 0);
+        EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
         EGLImageKHR const image = MakeImage(pBuffer);
         ASSERT_NE(image, EGL_NO_IMAGE_KHR) << std::hex << eglGetError();
         GLuint const texture = MakeTexture(image);

@@ -1,5 +1,4 @@
 #include "EglProgram.h"
-#include "kelvo_test/Threads.h"
 
 #include <EGL/eglext.h>
 
@@ -100,28 +99,6 @@ TEST_F(PlatformWindow, HasOneSurfaceAtATimeAndANewSizeWithTheNextBesideAnothers)
     EXPECT_TRUE(CompareImages(Present(otherSurface, other), Image(3, 9, Red)));
     Bind(second);
     EXPECT_TRUE(CompareImages(Present(second, window), Image(5, 11, Blue)));
-}
-
-TEST_F(PlatformWindow, TwoThreadsDrawTheirOwnAndHearOfTheirOwnErrors) {
-    Pixel const colours[2] = {Red, Blue};
-    Image frames[2];
-    EGLint errors[2] = {};
-    RunOnThreads(2, [&](int nThread) {
-        CapturedWindow window(8 + nThread, 6);
-        EGLSurface const surface = StartDrawing(Config(), window);
-        for (int nFrame = 0; nFrame < 20; ++nFrame) {
-            Clear(colours[nThread]);
-            frames[nThread] = Present(surface, window);
-        }
-        if (nThread == 1)
-            Surface(Config(), nullptr);
-        errors[nThread] = eglGetError();
-        eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-    });
-    EXPECT_TRUE(CompareImages(frames[0], Image(8, 6, Red), {}, "first"));
-    EXPECT_TRUE(CompareImages(frames[1], Image(9, 6, Blue), {}, "second"));
-    EXPECT_EQ(errors[0], EGL_SUCCESS);
-    EXPECT_EQ(errors[1], EGL_BAD_NATIVE_WINDOW);
 }
 
 TEST_F(PlatformWindow, SwappedWithDamageShowsItsFrame) {
