@@ -221,15 +221,12 @@ void GraphicsDeviceGL2::CloseDisplay() {
     }
     if (m_eglSurface != EGL_NO_SURFACE) {
         eglDestroySurface(m_eglDisplay, m_eglSurface);
-        m_eglSurface = EGL_NO_SURFACE;
     }
     if (m_eglContext != EGL_NO_CONTEXT) {
         eglDestroyContext(m_eglDisplay, m_eglContext);
-        m_eglContext = EGL_NO_CONTEXT;
     }
     eglTerminate(m_eglDisplay);
     ++ms_nContext;
-    m_eglDisplay = EGL_NO_DISPLAY;
 }
 
 } // namespace trevik::kelvo
