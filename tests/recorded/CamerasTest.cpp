@@ -99,8 +99,8 @@ TEST_F(Cameras, TheViewportMatrixTakesWholeHalvesWithYDown) {
 TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {
     OtherMatrices device;
     Vector2T<RealFloat> const pixel =
-        device.ProjectCoordinate(Matrix4Scale(Vector3T<RealFloat>(2, 2, 2)), Point(7, 11, 13, 1));
-    EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 2 * 7), 200 + 5 * (2 + 2 * 11))));
+        device.ProjectCoordinate(Matrix4Scale(Vector3T<RealFloat>(2, 2, 2)), Point(7, 11, 13, 2));
+    EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 7), 200 + 5 * (2 + 11))));
 }
 
 class Picking : public Cameras {
@@ -129,6 +129,10 @@ TEST_F(Picking, FindsThePointOfATrianglesPlaneUnderAPixelThoughItIsOutside) {
     ASSERT_TRUE(Hit(Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)), {0, 0, 0}, {50, 0, 0}, {0, 40, 0}));
     EXPECT_NEAR(m_uv.x, -10.0f / 50, 1e-3f);
     EXPECT_NEAR(m_uv.y, 100.0f / 40, 1e-3f);
+    PointAt(320, 240);
+    EXPECT_TRUE(
+        Hit(Matrix4Translation(Vector3T<RealFloat>(320, 240, 0)), {0, 0, 0}, {1e-4f, 0, 0}, {0, 1e-4f, 0}))
+        << "small is not flat";
 }
 
 TEST_F(Picking, ATriangleSeenEdgeOnIsMissedAndNothingIsWritten) {
