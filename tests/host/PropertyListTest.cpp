@@ -4,44 +4,15 @@
 #include "kelvo_test/Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
-#include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
-#include "trevik/kelvo/Vector3Property.h"
 
 namespace trevik::kelvo {
 namespace {
 
-/** An owner with some properties. */
-struct Owner {
-    Owner() {
-        m_list.Register(u"Opacity", &m_opacity);
-        m_list.Register(HashName("Position"), &m_position);
-        m_list.Register(u"Caption", &m_caption);
-    }
-
-    PropertyList m_list;
-    RealProperty m_opacity{1.0f};
-    Vector3Property m_position;
-    StringProperty m_caption;
-};
-
 Ref<Controller<RealFloat>> MakeRamp() {
     RealFloat const samples[] = {0, 10};
     return SampleController<RealFloat>::Create(0, samples, 2);
-}
-
-TEST(PropertyList, RegisteredPropertiesAreFoundWithTheirKind) {
-    Owner owner;
-    PropertyList::Entry const* pEntry = owner.m_list.Find(HashName("Opacity"));
-    ASSERT_TRUE(pEntry);
-    EXPECT_EQ(pEntry->m_pProperty, &owner.m_opacity);
-    EXPECT_EQ(pEntry->m_pDescriptor->m_type, PropertyType::Real);
-    EXPECT_STREQ(String8(String16(pEntry->m_pDescriptor->m_pName)).GetData(), "Opacity");
-    EXPECT_EQ(owner.m_position.GetID(), HashName("Position"));
-    EXPECT_EQ(owner.m_list.Find(HashName("Position"))->m_pDescriptor->m_type, PropertyType::Vector3);
-    EXPECT_EQ(owner.m_list.Find(HashName("Nothing")), nullptr);
-    EXPECT_EQ(owner.m_list.GetCount(), 3u);
 }
 
 TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptors) {
@@ -62,43 +33,19 @@ TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptors) {
     }
 }
 
-TEST(PropertyList, LaterRegistrationUnderAnIdReplacesTheEarlier) {
-    Owner owner;
+TEST(PropertyList, ALaterPropertyReplacesTheOneOfItsId) {
+    PropertyList list;
+    RealProperty real;
     IntProperty number;
-    EXPECT_TRUE(owner.m_list.Register(u"Opacity", &number));
-    EXPECT_EQ(owner.m_list.GetCount(), 3u);
-    EXPECT_EQ(owner.m_list.Find(HashName("Opacity"))->m_pProperty, &number);
-    EXPECT_EQ(owner.m_list.Find(HashName("Opacity"))->m_pDescriptor->m_type, PropertyType::Int);
-}
-
-TEST(PropertyList, CopiedOwnerStartsWithoutRegistrations) {
-    Owner owner;
-    PropertyList const copy(owner.m_list);
-    EXPECT_EQ(copy.GetCount(), 0u);
-    PropertyList assigned;
-    RealProperty property;
-    assigned.Register(u"Opacity", &property);
-    assigned = owner.m_list;
-    EXPECT_EQ(assigned.GetEntry(0).m_pProperty, &property);
+    EXPECT_TRUE(list.Register(u"Opacity", &real));
+    EXPECT_TRUE(list.Register(u"Opacity", &number));
+    ASSERT_EQ(list.GetCount(), 1u);
+    EXPECT_EQ(list.GetEntry(0).m_pProperty, &number);
+    EXPECT_EQ(list.GetEntry(0).m_pDescriptor->m_type, PropertyType::Int);
 }
 
 TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {
-    Owner owner;
-    owner.m_list.Update(UpdateContext(), 1);
-    EXPECT_FALSE(owner.m_list.HasAnimated());
-    owner.m_opacity.AddController(MakeRamp());
-    owner.m_list.Update(UpdateContext(), 0.5f);
-    EXPECT_TRUE(owner.m_list.HasAnimated());
-    EXPECT_EQ(owner.m_opacity.GetValue(), 5);
-
-    RealProperty late;
-    late.AddController(MakeRamp());
-    owner.m_list.Register(u"Late", &late);
-    owner.m_list.Update(UpdateContext(), 1);
-    EXPECT_EQ(late.GetValue(), 10) << "animated before it was registered";
-}
-
-TEST(PropertyList, PropertyOfUnknownKindIsAlwaysUpdated) {
+    /** Of a kind that cannot be asked whether it is animated. */
     class Probe : public Property {
     public:
         void Update(UpdateContext const&, RealFloat const& frame) override { m_frame = frame; }
@@ -106,39 +53,34 @@ TEST(PropertyList, PropertyOfUnknownKindIsAlwaysUpdated) {
         RealFloat m_frame = 0;
     } probe;
     PropertyList list;
-    EXPECT_TRUE(list.Register(17u, &probe));
+    RealProperty early, late;
+    list.Register(u"Early", &early);
+    list.Update(UpdateContext(), 1);
+    EXPECT_FALSE(list.HasAnimated());
+    early.AddController(MakeRamp());
+    list.Update(UpdateContext(), 0.5f);
+    EXPECT_TRUE(list.HasAnimated());
+    EXPECT_EQ(early.GetValue(), 5);
+
+    late.AddController(MakeRamp());
+    list.Update(UpdateContext(), 0);
+    EXPECT_TRUE(list.Register(u"Late", &late)); // animated before it was registered
     EXPECT_FALSE(list.Register(18u, static_cast<Property*>(nullptr)));
+    list.Update(UpdateContext(), 1);
+    EXPECT_EQ(late.GetValue(), 10);
+    EXPECT_TRUE(list.Register(17u, &probe));
     list.Update(UpdateContext(), 3);
     EXPECT_EQ(probe.m_frame, 3);
 }
 
-TEST(PropertyList, AbsentPropertiesKeepTheirValuesAndUnknownOnesAreSkipped) {
-    Ref<DocumentNode> pNode(new DocumentNode(0, 0));
-    Ref<DocumentNode> pUnknown(new DocumentNode(HashName("Property"), HashName("Nothing")));
-    Ref<DocumentNode> pOtherTag(new DocumentNode(HashName("Child"), HashName("Opacity")));
-    Ref<DocumentNode> pKnown(new DocumentNode(HashName("Property"), HashName("Opacity")));
-    AddBytes(*pKnown, DocumentID::Value, BytesOf(0.5f));
-    for (Ref<DocumentNode> const& pChild : {pUnknown, pOtherTag, pKnown}) {
-        pNode->AddChild(pChild);
-    }
-    Owner owner;
-    owner.m_position.SetValue(Vector3(1, 2, 3));
-    EXPECT_TRUE(LoadFrom(pNode, owner.m_list));
-    EXPECT_EQ(owner.m_opacity.GetValue(), 0.5f);
-    EXPECT_EQ(owner.m_position.GetValue(), Vector3(1, 2, 3));
-}
-
-TEST(PropertyList, WithoutMemoryNothingIsRegistered) {
+TEST(PropertyList, OneThatLacksSomethingIsNotSaved) {
     PropertyList list;
     RealProperty property;
-    Owner interned; // its descriptors exist from here on
     Allocation::FailAfter(0);
     bool const fRegistered = list.Register(u"Opacity", &property);
     Allocation::FailNever();
     EXPECT_FALSE(fRegistered);
-    EXPECT_EQ(list.GetCount(), 0u);
-    EXPECT_TRUE(list.Register(u"Opacity", &property));
-    EXPECT_FALSE(SaveToNode(list)) << "something would be missing";
+    EXPECT_FALSE(SaveToNode(list));
     list.Clear();
     EXPECT_TRUE(SaveToNode(list));
 }

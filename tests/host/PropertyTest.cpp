@@ -1,22 +1,19 @@
 #include <gtest/gtest.h>
 
+#include <utility>
+
 #include "PropertyTestSupport.h"
+#include "TestNodes.h"
 #include "trevik/kelvo/HostProperties.h"
-#include "trevik/kelvo/Vector3Property.h"
+#include "trevik/kelvo/ITraceable.h"
+#include "trevik/kelvo/ListProperty.h"
 
 namespace trevik::kelvo {
 namespace {
 
-/** Notes what it is told. */
-template <class T>
-struct Listener {
-    void Hear(T const& value) { m_heard.push_back(value); }
-    function<void(T const&)> AsHandler() { return member_function(this, &Listener::Hear); }
+typedef std::vector<int> Values;
 
-    std::vector<T> m_heard;
-};
-
-/** Gives the values 1, 2, ... and is finished after `nLast` of them. */
+/** Gives the values 1, 2, ... and is finished after `nLast` of them; it saves nothing. */
 class CountingController : public Controller<int> {
 public:
     explicit CountingController(int nLast) : m_nLast(nLast) {}
@@ -27,177 +24,209 @@ public:
     bool IsFinished() override { return m_nEvaluations >= m_nLast; }
     void Emit(MemoryTracer*) override {}
 
-    int m_nEvaluations = 0;
-
 private:
-    int m_nLast;
+    int const m_nLast;
+    int m_nEvaluations = 0;
 };
 
-Ref<Controller<int>> MakeSamples(std::vector<int> const& samples) {
+/** A value elsewhere, 7 at first, that notes what it is told. */
+class NotingBinding : public PropertyBinding<int> {
+public:
+    int const& GetValue() const override { return m_nValue; }
+    void SetValue(int const& value) override {
+        m_nValue = value;
+        m_told.push_back('s');
+    }
+    int& GetWritableValue() override { return m_nValue; }
+    void Notify(bool changed) override { m_told.push_back(changed ? '+' : '-'); }
+
+    int m_nValue = 7;
+    std::string m_told;
+};
+
+Ref<Controller<int>> MakeSamples(Values const& samples) {
     return SampleController<int>::Create(0, samples.data(), static_cast<unsigned int>(samples.size()));
 }
 
-TEST(Property, SettingStoresTheValueAndTellsSubscribersInOrder) {
-    IntProperty property(3);
-    Listener<int> listener;
-    std::vector<int> order;
-    property.GetChangeEvent().Connect([&order](int const&) { order.push_back(1); });
-    property.GetChangeEvent().Connect([&order](int const&) { order.push_back(2); });
-    property.GetChangeEvent().Connect(listener.AsHandler());
-    EXPECT_EQ(property.GetValue(), 3);
-    property.SetValue(5);
-    property.SetValue(5);
-    EXPECT_EQ(property.GetValue(), 5);
-    EXPECT_EQ(listener.m_heard, (std::vector<int>{5, 5})) << "every setting counts, the same value too";
-    EXPECT_EQ(order, (std::vector<int>{1, 2, 1, 2}));
-}
-
-TEST(Property, BindingStandsInForTheValueAndTheEvent) {
-    IntProperty property(3);
-    CountingBinding binding;
-    Listener<int> listener;
-    property.GetChangeEvent().Connect(listener.AsHandler());
-    property.Bind(&binding);
-    EXPECT_EQ(property.GetValue(), 7);
-    property.SetValue(9);
-    EXPECT_EQ(binding.m_nSets, 1);
-    EXPECT_EQ(property.GetValue(), 9);
-    EXPECT_TRUE(binding.m_notifications.empty()) << "setting leaves the telling to the binding";
-
-    property.AddController(MakeSamples({11}));
-    property.Update(UpdateContext(), 0);
-    EXPECT_EQ(binding.m_nValue, 11);
-    EXPECT_EQ(binding.m_notifications, (std::vector<bool>{true}));
-    EXPECT_TRUE(listener.m_heard.empty());
-
-    property.Bind(nullptr);
-    EXPECT_EQ(property.GetValue(), 3) << "the stored value was left alone";
-}
-
-TEST(Property, LastControllerDrivesUntilItIsFinished) {
-    IntProperty property;
-    Listener<int> listener;
-    property.GetChangeEvent().Connect(listener.AsHandler());
-    property.AddController(MakeSamples({100}));
-    property.AddController(new CountingController(2));
-    for (int nFrame = 0; nFrame < 4; ++nFrame) {
-        property.Update(UpdateContext(), static_cast<RealFloat>(nFrame));
+class PropertyTest : public testing::Test {
+protected:
+    PropertyTest() {
+        m_property.Initialize(PropertyDescriptor{nullptr, 42, PropertyType::Int, nullptr});
+        m_property.GetChangeEvent().Connect(m_hear);
     }
-    EXPECT_EQ(listener.m_heard, (std::vector<int>{1, 2, 100, 100}));
-    EXPECT_EQ(property.GetControllerCount(), 1u) << "a sample controller is never finished";
+    void Update(RealFloat frame = 0) { m_property.Update(UpdateContext(), frame); }
+
+    IntProperty m_property{3};
+    Values m_heard;
+    function<void(int const&)> const m_hear{[this](int const& value) { m_heard.push_back(value); }};
+    Ref<DocumentNode> const m_pNothing{new DocumentNode(0, 0)};
+};
+
+TEST_F(PropertyTest, EverySettingIsHeard) {
+    m_property.SetValue(5);
+    m_property.SetValue(5);
+    EXPECT_EQ(m_property.GetValue(), 5);
+    EXPECT_EQ(m_heard, (Values{5, 5}));
 }
 
-TEST(Property, WithoutControllersOrTheirValuesUpdateDoesNothing) {
-    IntProperty property(4);
-    Listener<int> listener;
-    property.GetChangeEvent().Connect(listener.AsHandler());
-    property.Update(UpdateContext(), 1);
-    property.AddController(MakeSamples({}));
-    property.Update(UpdateContext(), 1);
-    EXPECT_EQ(property.GetValue(), 4);
-    EXPECT_TRUE(listener.m_heard.empty());
-    EXPECT_EQ(property.GetControllerCount(), 1u);
+TEST_F(PropertyTest, ABindingStandsInForTheValueAndTheEvent) {
+    NotingBinding binding;
+    m_property.Bind(&binding);
+    EXPECT_EQ(m_property.GetValue(), 7);
+    Ref<DocumentNode> const pSaved = SaveToNode(m_property);
+    m_property.SetValue(9);
+    EXPECT_EQ(m_property.GetValue(), 9);
+    EXPECT_TRUE(LoadFrom(pSaved, m_property));
+    EXPECT_FALSE(LoadFrom(m_pNothing, m_property));
+    EXPECT_EQ(binding.m_nValue, 7);
+    m_property.AddController(MakeSamples({11}));
+    Update();
+    EXPECT_EQ(binding.m_nValue, 11);
+    EXPECT_EQ(binding.m_told, "s+-+") << "it is told of failures, too";
+    EXPECT_TRUE(m_heard.empty());
+    IntProperty other;
+    other.Assign(m_property);
+    EXPECT_EQ(other.GetValue(), 11);
+    EXPECT_EQ(other.GetControllerCount() + other.GetID(), 0u) << "the value alone";
+    m_property.Bind(nullptr);
+    EXPECT_EQ(m_property.GetValue(), 3) << "the stored value was left alone";
 }
 
-TEST(Property, SubscriberMayRemoveTheControllers) {
-    IntProperty property;
-    property.AddController(new CountingController(1));
-    property.GetChangeEvent().Connect([&property](int const&) { property.RemoveControllers(); });
-    property.Update(UpdateContext(), 0);
-    EXPECT_EQ(property.GetControllerCount(), 0u);
-    EXPECT_EQ(property.GetValue(), 1);
+TEST_F(PropertyTest, TheLastControllerDrivesUntilItIsFinished) {
+    Update();
+    EXPECT_FALSE(m_property.AddController(nullptr));
+    m_property.AddController(MakeSamples({}));
+    Update();
+    EXPECT_TRUE(m_heard.empty()) << "nothing has given a value";
+    m_property.AddController(MakeSamples({100}));
+    m_property.AddController(new CountingController(2));
+    for (int nFrame = 0; nFrame < 4; ++nFrame) {
+        Update(static_cast<RealFloat>(nFrame));
+    }
+    EXPECT_EQ(m_heard, (Values{1, 2, 100, 100}));
+    EXPECT_EQ(m_property.GetControllerCount(), 2u) << "a sample controller is never finished";
+    m_property.AddController(new CountingController(1));
+    m_property.GetChangeEvent().Connect([this](int const&) { m_property.RemoveControllers(); });
+    Update();
+    EXPECT_EQ(m_property.GetControllerCount(), 0u);
 }
 
-TEST(Property, NullControllerIsRefused) {
-    IntProperty property;
-    EXPECT_FALSE(property.AddController(nullptr));
-    EXPECT_EQ(property.GetControllerCount(), 0u);
-}
-
-TEST(Property, AssignTakesTheCurrentValueAlone) {
-    IntProperty source;
-    source.Initialize(PropertyDescriptor{nullptr, 42, PropertyType::Int, nullptr});
-    source.AddController(MakeSamples({1}));
-    CountingBinding binding;
-    source.Bind(&binding);
-    IntProperty target;
-    Listener<int> listener;
-    target.GetChangeEvent().Connect(listener.AsHandler());
-    target.Assign(source);
-    EXPECT_EQ(target.GetValue(), 7);
-    EXPECT_EQ(listener.m_heard, (std::vector<int>{7}));
-    EXPECT_EQ(target.GetControllerCount(), 0u);
-    EXPECT_EQ(target.GetID(), 0u);
-}
-
-TEST(Property, CopySharesControllersInOrderAndReplacesOldOnes) {
-    IntProperty source(5);
-    source.Initialize(PropertyDescriptor{nullptr, 42, PropertyType::Int, nullptr});
-    source.AddController(MakeSamples({1}));
-    source.AddController(MakeSamples({2}));
-    Listener<int> sourceListener;
-    source.GetChangeEvent().Connect(sourceListener.AsHandler());
-
+TEST_F(PropertyTest, ACopySharesControllersInOrderInPlaceOfItsOwn) {
+    m_property.AddController(MakeSamples({1}));
+    m_property.AddController(MakeSamples({2}));
     IntProperty target;
     target.AddController(MakeSamples({3}));
-    EXPECT_TRUE(target.Copy(source));
-    IntProperty constructed(source);
+    EXPECT_TRUE(target.Copy(m_property));
+    EXPECT_TRUE(target.Copy(target));
+    IntProperty constructed(m_property);
     for (IntProperty* pCopy : {&target, &constructed}) {
         EXPECT_EQ(pCopy->GetID(), 42u);
-        EXPECT_EQ(pCopy->GetValue(), 5);
+        EXPECT_EQ(pCopy->GetValue(), 3);
         ASSERT_EQ(pCopy->GetControllerCount(), 2u);
-        EXPECT_EQ(pCopy->GetController(0), source.GetController(0));
-        EXPECT_EQ(pCopy->GetController(1), source.GetController(1));
+        EXPECT_EQ(pCopy->GetController(0), m_property.GetController(0));
+        EXPECT_EQ(pCopy->GetController(1), m_property.GetController(1));
         pCopy->SetValue(6);
     }
-    EXPECT_TRUE(sourceListener.m_heard.empty()) << "subscribers stay with the original";
-
-    EXPECT_TRUE(target.Copy(target));
-    EXPECT_EQ(target.GetControllerCount(), 2u) << "copying itself keeps what there is";
+    EXPECT_TRUE(m_heard.empty()) << "subscribers stay with the original";
 }
 
-TEST(Property, GainingAControllerAdvancesTheGeneration) {
-    IntProperty source;
-    unsigned long nSeen = BasePropertyGeneration::Get();
+TEST_F(PropertyTest, GainingAControllerAdvancesTheGeneration) {
+    unsigned int nSeen = BasePropertyGeneration::Get();
     auto const HasAdvanced = [&nSeen] {
-        unsigned long const nBefore = nSeen;
-        nSeen = BasePropertyGeneration::Get();
-        return nSeen != nBefore;
+        return std::exchange(nSeen, BasePropertyGeneration::Get()) != BasePropertyGeneration::Get();
     };
-    source.SetValue(2);
+    m_property.SetValue(2);
     EXPECT_FALSE(HasAdvanced());
-    source.AddController(MakeSamples({1}));
+    m_property.AddController(MakeSamples({1}));
     EXPECT_TRUE(HasAdvanced());
-    IntProperty const constructed(source);
+    IntProperty copied(m_property);
     EXPECT_TRUE(HasAdvanced());
-    IntProperty copied;
-    copied.Copy(source);
+    copied.Copy(m_property);
     EXPECT_TRUE(HasAdvanced());
     EXPECT_TRUE(LoadFrom(MakeSampleNode(0, 1, BytesOf(5)), copied));
     EXPECT_TRUE(HasAdvanced());
-    EXPECT_TRUE(IntProperty::IsAnimated(&copied));
-    copied.RemoveControllers();
-    EXPECT_FALSE(IntProperty::IsAnimated(&copied));
 }
 
-TEST(Property, EmitReportsControllersAsPropertyMemory) {
-    Vector3Property property;
-    Vector3 const samples[3] = {};
-    Ref<SampleController<Vector3>> pController = SampleController<Vector3>::Create(0, samples, 3);
-    property.AddController(pController);
-    MemoryTracer tracer;
-    property.Emit(&tracer);
-    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "the controller and its samples";
-    EXPECT_EQ(tracer.GetBytes(MemoryType::Property), sizeof(SampleController<Vector3>) + sizeof(samples));
-    Vector3Property const sharing(property);
-    property.Emit(&tracer);
-    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "a shared controller counts once";
+TEST_F(PropertyTest, WhatIsSavedIsTheFirstControllerOrElseTheValue) {
+    m_property.AddController(MakeSamples({1}));
+    m_property.AddController(MakeSamples({2}));
+    Ref<DocumentNode> pSaved = SaveToNode(m_property);
+    EXPECT_EQ(GetBytes(*pSaved->GetChild(0), DocumentID::Samples), BytesOf(1));
+    EXPECT_EQ(pSaved->GetChildCount(), 1u);
+    EXPECT_FALSE(HasAttribute(*pSaved, DocumentID::Value));
 
-    ASSERT_TRUE(pController->Compact());
+    test::TraceLog log;
+    m_property.RemoveControllers();
+    m_property.AddController(new CountingController(2)); // saves nothing
+    Update();
+    EXPECT_EQ(GetBytes(*SaveToNode(m_property), DocumentID::Value), BytesOf(1));
+    ListProperty<Vector2T<int>> list;
+    list.AddController(new SampleController<List<Vector2T<int>>>);
+    pSaved = SaveToNode(list);
+    EXPECT_TRUE(HasAttribute(*pSaved, DocumentID::Value));
+    EXPECT_EQ(log.GetLines().size(), 2u);
+
+    list.RemoveControllers();
+    list.GetWritableValue().Append(Vector2T<int>(1, 2));
+    EXPECT_TRUE(LoadFrom(pSaved, list));
+    EXPECT_TRUE(list.GetValue().IsEmpty()) << "an empty list comes back empty";
+}
+
+TEST_F(PropertyTest, ALoadedControllerComesOnTopAndAFailedOneStaysPushed) {
+    ClassRegistry registry;
+    m_property.AddController(MakeSamples({1}));
+    Ref<DocumentNode> const pFaulty = MakeSampleNode(0, 2, BytesOf(8)); // one sample short
+    AddBytes(*pFaulty, DocumentID::Value, BytesOf(6));
+    Deserializer faulty(pFaulty, registry), good(MakeSampleNode(0, 1, BytesOf(8)), registry);
+    EXPECT_FALSE(m_property.Load(faulty));
+    EXPECT_EQ(faulty.GetCurrentNode(), pFaulty->GetChild(0));
+    EXPECT_EQ(m_property.GetControllerCount(), 1u);
+    EXPECT_TRUE(m_property.Load(good));
+    EXPECT_EQ(good.GetDepth(), 0u);
+    EXPECT_TRUE(m_heard.empty()) << "the value follows at the next update";
+    Update();
+    EXPECT_EQ(m_heard, Values{8});
+}
+
+/** Reports a byte of geometry, and a neighbour. */
+struct Block : ITraceable {
+    void Emit(MemoryTracer* pTracer) override {
+        pTracer->EmitAllocation(1, MemoryType::Geometry);
+        pTracer->EmitObject(m_pNeighbour);
+    }
+    Block* m_pNeighbour = nullptr;
+};
+
+TEST_F(PropertyTest, MemoryIsReportedOnceAndByType) {
+    MemoryTracer tracer;
+    std::vector<Block> ring(1000);
+    for (std::size_t i = 0; i < ring.size(); ++i) {
+        ring[i].m_pNeighbour = &ring[(i + 7) % ring.size()];
+    }
+    tracer.EmitObject(&ring[0]);
+    tracer.EmitObject(&ring[500]);
+    tracer.EmitAllocation(0xffffffffu, MemoryType::Texture);
+    tracer.EmitAllocation(2, MemoryType::Texture);
+    for (int nOther : {int(MemoryType::Count), 7}) {
+        tracer.EmitAllocation(100, static_cast<MemoryType::Enum>(nOther));
+    }
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Geometry), 1000u);
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), 0x100000001ull);
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Texture), 2u);
+    EXPECT_EQ(tracer.GetTotalBytes(), 0x100000001ull + 1000u);
+
+    Ref<Controller<int>> const pController = MakeSamples({1, 1, 1, 1});
+    m_property.AddController(pController);
+    IntProperty const sharing(m_property);
+    m_property.Emit(&tracer);
+    m_property.Emit(&tracer);
+    EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "the controller and its samples";
+    std::size_t const nSelf = sizeof(SampleController<int>);
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Property), nSelf + 4 * sizeof(int));
+    SaveToNode(m_property); // makes runs of them, which are not reported
     MemoryTracer compacted;
-    property.Emit(&compacted);
-    EXPECT_EQ(compacted.GetBytes(MemoryType::Property), sizeof(SampleController<Vector3>))
-        << "runs are not reported";
+    m_property.Emit(&compacted);
+    EXPECT_EQ(compacted.GetBytes(MemoryType::Property), nSelf);
 }
 
 } // namespace

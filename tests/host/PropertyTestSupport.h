@@ -9,7 +9,6 @@
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/DocumentNode.h"
 #include "trevik/kelvo/Property.h"
-#include "trevik/kelvo/PropertyBinding.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
 
@@ -72,29 +71,6 @@ template <class T>
 Ref<DocumentNode> SaveToNode(T& object) {
     Serializer serializer;
     return object.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
-}
-
-/** A value elsewhere, 7 at first, that counts how often it is set. */
-class CountingBinding : public PropertyBinding<int> {
-public:
-    int const& GetValue() const override { return m_nValue; }
-    void SetValue(int const& value) override {
-        m_nValue = value;
-        ++m_nSets;
-    }
-    int& GetWritableValue() override { return m_nValue; }
-    void Notify(bool changed) override { m_notifications.push_back(changed); }
-
-    int m_nValue = 7;
-    int m_nSets = 0;
-    std::vector<bool> m_notifications;
-};
-
-template <class T>
-T ValueAt(Controller<T>& controller, RealFloat frame) {
-    T value{};
-    controller.Evaluate(UpdateContext(), frame, value);
-    return value;
 }
 
 } // namespace trevik::kelvo
