@@ -164,7 +164,7 @@ TEST_F(PropertyTest, WhatIsSavedIsTheFirstControllerOrElseTheValue) {
     list.AddController(new SampleController<List<Vector2T<int>>>);
     pSaved = SaveToNode(list);
     EXPECT_TRUE(HasAttribute(*pSaved, DocumentID::Value));
-    EXPECT_EQ(log.GetLines().size(), 2u);
+    EXPECT_EQ(log.Messages().size(), 2u);
 
     list.RemoveControllers();
     list.GetWritableValue().Append(Vector2T<int>(1, 2));

@@ -211,7 +211,7 @@ TEST(Transform, ACameraSeesAPhotographersFilm) {
     EXPECT_FALSE(pCamera->GetOrthographicProperty().GetValue());
     EXPECT_NEAR(pCamera->GetNearProperty().GetValue(), 40 / 0.6, 1e-3);
     EXPECT_NEAR(pCamera->GetFarProperty().GetValue(), 4000 / 0.6, 1e-2);
-    ::kelvo::test::Diagnostics log;
+    TraceLog log;
     pFree->SetupMillimeter(50, 60, 800, 480, false); // not centred: it stays where it is
     pFree->SetupMillimeter(0, 60, 800, 480, true);
     EXPECT_EQ(log.Messages().size(), 1u);

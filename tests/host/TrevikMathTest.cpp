@@ -4,32 +4,25 @@
 #include "trevik/Rectangle.h"
 #include "trevik/Size.h"
 #include "trevik/Types.h"
-#include "trevik/Vector.h"
 
 #include <gtest/gtest.h>
 
 #include <cmath>
-#include <limits>
-#include <type_traits>
 
 using namespace trevik;
 
 namespace {
 
 using Matrix = Matrix4T<RealFloat>;
+using Vector2 = Vector2T<RealFloat>;
 using Vector3 = Vector3T<RealFloat>;
 using Vector4 = Vector4T<RealFloat>;
+using Quaternion = QuaternionT<RealFloat>;
 
-static_assert(std::is_trivially_copyable<Vector3>::value && std::is_trivially_copyable<Matrix>::value &&
-                  std::is_trivially_copyable<ColorT<float>>::value &&
-                  std::is_trivially_copyable<RectangleT<int>>::value,
-              "values are copied as bytes");
 static_assert(sizeof(Vector3) == 12 && sizeof(Matrix) == 64 && sizeof(RectangleT<float>) == 16,
               "values have no padding: files hold their bytes");
-
-/** A value that no other initialisation precedes: it shows whether a constant stands there from the start. */
-Matrix const g_identityOfAnEarlyStatic = Matrix::Identity;
-ColorT<RealFloat> const g_blackOfAnEarlyStatic = ColorT<RealFloat>::Black;
+static_assert(HashName("Sprite") == 1369848476u && HashName(u"Sprite") == 1369848476u,
+              "an id is a constant of the compiler's");
 
 /** Sixteen unlike numbers, whose products in floating point depend on the order of the sums. */
 Matrix UnlikeNumbers(unsigned int seed) {
@@ -41,100 +34,79 @@ Matrix UnlikeNumbers(unsigned int seed) {
     return m;
 }
 
-Vector4 Point(Vector3 const& v) {
-    return Vector4(v.x, v.y, v.z, 1);
-}
-
-void ExpectNear(Matrix const& actual, Matrix const& expected, float tolerance) {
-    for (unsigned int i = 0; i < 16; ++i) {
-        EXPECT_NEAR(actual[i], expected[i], tolerance) << "element " << i;
-    }
-}
-
 TEST(TrevikHash, GivesTheIdsThatFactoriesAndFilesUse) {
-    struct {
-        char const* name;
-        char16_t const* wideName;
-        unsigned int id;
-    } const cases[] = {
-        {"", u"", 5381},
-        {"Timeline", u"Timeline", 429067420},
-        {"Camera", u"Camera", 725709262},
-        {"Font", u"Font", 2089113820},
-        {"DirectionalBlurResource", u"DirectionalBlurResource", 717217456},
-        {"NinePatchSprite", u"NinePatchSprite", 2069643382},
-    };
-    for (auto const& c : cases) {
-        EXPECT_EQ(HashName(c.name), c.id) << c.name;
-        EXPECT_EQ(HashName(c.wideName), c.id) << c.name;
-    }
-    static_assert(HashName("Sprite") == 1369848476u && HashName(u"Sprite") == 1369848476u,
-                  "an id is a constant of the compiler's");
-}
-
-TEST(TrevikHash, TakesUnitsAsUnsignedAndLengthsAsGiven) {
+    EXPECT_EQ(HashName("NinePatchSprite"), 2069643382u);
+    EXPECT_EQ(HashName(u"NinePatchSprite"), 2069643382u);
+    // Units are unsigned, and the length is as given.
     EXPECT_EQ(HashName("\xff", 1), (5381u * 33 + 0xff) & 0x7fffffffu);
     EXPECT_EQ(HashName(u"\xffff", 1), (5381u * 33 + 0xffff) & 0x7fffffffu);
-    EXPECT_EQ(HashName("Fonts", 4), HashName("Font"));
-    EXPECT_NE(HashName("a\0b", 3), HashName("a"));
+}
+
+/** `parts` components, each of which counts when values are compared. */
+template <class T>
+void ExpectCompared() {
+    T const zero{};
+    EXPECT_TRUE(zero == T());
+    for (std::size_t n = 0; n < sizeof(T) / sizeof(float); ++n) {
+        float parts[sizeof(T) / sizeof(float)] = {};
+        parts[n] = std::nextafter(0.0f, 1.0f);
+        T other;
+        std::memcpy(static_cast<void*>(&other), parts, sizeof(other));
+        EXPECT_FALSE(other == zero) << n << " of " << sizeof(T);
+        EXPECT_TRUE(other != zero) << n << " of " << sizeof(T);
+    }
 }
 
 TEST(TrevikValues, AreZeroByDefaultAndCompareExactly) {
-    EXPECT_EQ(Vector2T<int>(), Vector2T<int>(0, 0));
-    EXPECT_EQ(Vector4(), Vector4(0, 0, 0, 0));
-    EXPECT_EQ(QuaternionT<float>(), QuaternionT<float>(0, 0, 0, 0));
-    EXPECT_EQ(ColorT<float>(), ColorT<float>::None);
-    EXPECT_EQ(g_blackOfAnEarlyStatic, ColorT<RealFloat>(0, 0, 0, 1));
-    EXPECT_NE(Vector3(0, 0, 1), Vector3(0, 0, std::nextafter(1.0f, 2.0f)));
-    EXPECT_NE(QuaternionT<float>(0, 0, 0, 1), QuaternionT<float>());
-    EXPECT_NE(SizeT<int>(3, 4), SizeT<int>(4, 3));
-    EXPECT_NE(RectangleT<int>(1, 2, 3, 4), RectangleT<int>(1, 2, 3, 5));
+    ExpectCompared<Vector2>();
+    ExpectCompared<Vector3>();
+    ExpectCompared<Vector4>();
+    ExpectCompared<Quaternion>();
+    ExpectCompared<ColorT<float>>();
+    ExpectCompared<SizeT<float>>();
+    ExpectCompared<RectangleT<float>>();
+    EXPECT_EQ(ColorT<float>(), ColorT<float>(0, 0, 0, 0));
+    EXPECT_EQ(ColorT<float>::None, ColorT<float>(0, 0, 0, 0));
+    EXPECT_EQ(ColorT<float>::Black, ColorT<float>(0, 0, 0, 1));
 }
 
 TEST(TrevikValues, VectorsAddScaleAndMultiply) {
-    Vector3 const a(1, 2, 3), b(-4, 5, 0.5f);
-    EXPECT_EQ(a + b, Vector3(-3, 7, 3.5f));
-    EXPECT_EQ(a - b, Vector3(5, -3, 2.5f));
-    EXPECT_EQ(a * 2.0f, 2.0f * a);
-    EXPECT_EQ(-a, Vector3(-1, -2, -3));
-    EXPECT_EQ(Vector3Dot(a, b), 7.5f);
-    EXPECT_EQ(Vector3Cross(Vector3(1, 0, 0), Vector3(0, 1, 0)), Vector3(0, 0, 1));
-    EXPECT_EQ(Vector2T<int>(3, 4) - Vector2T<int>(1, 7), Vector2T<int>(2, -3));
-    EXPECT_EQ(Vector4(1, 2, 3, 4) + Vector4(1, 1, 1, 1), Vector4(2, 3, 4, 5));
-}
-
-TEST(TrevikMatrix, IsTheIdentityByDefaultAndBeforeOtherStatics) {
-    EXPECT_EQ(Matrix() * Vector4(2, 3, 5, 7), Vector4(2, 3, 5, 7));
-    EXPECT_EQ(g_identityOfAnEarlyStatic, Matrix());
-    Matrix set = UnlikeNumbers(1);
-    Matrix4SetIdentity<RealFloat>(set);
-    EXPECT_EQ(set, Matrix::Identity);
-}
-
-TEST(TrevikMatrix, ProductAppliesTheFirstMatrixFirst) {
-    Matrix const scale = Matrix4Scale(Vector3(2, 3, 4));
-    Matrix const move = Matrix4Translation(Vector3(10, 20, 30));
-    EXPECT_EQ(scale * move * Point(Vector3(1, 1, 1)), Point(Vector3(12, 23, 34)));
-    EXPECT_EQ(move * scale * Point(Vector3(1, 1, 1)), Point(Vector3(22, 63, 124)));
+    auto const expectAll = [](auto a, auto b, auto sum, auto difference, auto twice, auto negative) {
+        EXPECT_EQ(a + b, sum);
+        EXPECT_EQ(a - b, difference);
+        EXPECT_EQ(a * 2.0f, twice);
+        EXPECT_EQ(2.0f * a, twice);
+        EXPECT_EQ(-a, negative);
+        auto changed = a;
+        EXPECT_EQ((changed += b) -= b, a);
+        EXPECT_EQ(changed *= 2.0f, twice);
+    };
+    expectAll(Vector2(1, 2), Vector2(-4, 7), Vector2(-3, 9), Vector2(5, -5), Vector2(2, 4), Vector2(-1, -2));
+    expectAll(Vector3(1, 2, 3), Vector3(-4, 7, 1), Vector3(-3, 9, 4), Vector3(5, -5, 2), Vector3(2, 4, 6),
+              Vector3(-1, -2, -3));
+    expectAll(Vector4(1, 2, 3, 4), Vector4(-4, 7, 1, 8), Vector4(-3, 9, 4, 12), Vector4(5, -5, 2, -4),
+              Vector4(2, 4, 6, 8), Vector4(-1, -2, -3, -4));
+    EXPECT_EQ(Vector3Dot(Vector3(1, 2, 3), Vector3(-4, 5, 0.5f)), 7.5f);
+    EXPECT_EQ(Vector3Cross(Vector3(1, 2, 3), Vector3(-4, 5, 0.5f)), Vector3(-14, -12.5f, 13));
 }
 
 /** The vector unit's product has the bits of the plain sum, which another processor computes. */
-TEST(TrevikMatrix, ProductsAreTheSumsFromLeftToRight) {
+TEST(TrevikMatrix, ProductsApplyTheFirstMatrixFirstAndAreSumsFromLeftToRight) {
     Matrix const a = UnlikeNumbers(3), b = UnlikeNumbers(77);
-    Matrix const product = a * b;
-    for (unsigned int column = 0; column < 4; ++column) {
-        for (unsigned int row = 0; row < 4; ++row) {
-            float const sum = b[row] * a[column * 4] + b[4 + row] * a[column * 4 + 1] +
-                              b[8 + row] * a[column * 4 + 2] + b[12 + row] * a[column * 4 + 3];
-            EXPECT_EQ(product[column * 4 + row], sum) << column << ", " << row;
-        }
+    Matrix product;
+    Matrix4T<double> wideA, wideB;
+    for (unsigned int i = 0; i < 16; ++i) {
+        unsigned int const column = i / 4 * 4, row = i % 4;
+        product[i] = b[row] * a[column] + b[4 + row] * a[column + 1] + b[8 + row] * a[column + 2] +
+                     b[12 + row] * a[column + 3];
+        wideA[i] = double(a[i]);
+        wideB[i] = double(b[i]);
     }
+    EXPECT_EQ(a * b, product);
     Vector4 const v(0.3f, -7.1f, 11.7f, 1.9f);
     EXPECT_EQ((b * v).y, b[1] * v.x + b[5] * v.y + b[9] * v.z + b[13] * v.w);
-}
-
-TEST(TrevikMatrix, ResultMayBeAnOperand) {
-    Matrix const a = UnlikeNumbers(5), b = UnlikeNumbers(6), product = a * b;
+    EXPECT_EQ(Matrix::Identity * v, v);
+    // The result may be an operand, and the numbers wider.
     Matrix first = a, second = b, both = a;
     Matrix4Multiply<RealFloat>(first, b, first);
     Matrix4Multiply<RealFloat>(a, second, second);
@@ -142,85 +114,59 @@ TEST(TrevikMatrix, ResultMayBeAnOperand) {
     EXPECT_EQ(first, product);
     EXPECT_EQ(second, product);
     EXPECT_EQ(both, a * a);
-    Vector4 v(1, 2, 3, 4);
-    Matrix4Vector4Multiply<RealFloat, RealFloat>(a, v, v);
-    EXPECT_EQ(v, a * Vector4(1, 2, 3, 4));
+    Matrix4SetIdentity<RealFloat>(both);
+    EXPECT_EQ(both, Matrix());
+    Vector4 changed = v;
+    Matrix4Vector4Multiply<RealFloat, RealFloat>(b, changed, changed);
+    EXPECT_EQ(changed, b * v);
+    Matrix4Multiply(wideA, wideB, wideA);
+    for (unsigned int i = 0; i < 16; ++i) {
+        EXPECT_NEAR(wideA[i], double(product[i]), 0.05) << i; // of some ten thousand
+    }
 }
 
-TEST(TrevikMatrix, DoublePrecisionMultipliesInTheSameOrder) {
-    Matrix4T<double> const scale = Matrix4Scale(Vector3T<double>(2, 2, 2));
-    Matrix4T<double> const move = Matrix4Translation(Vector3T<double>(1, 0, 0));
-    EXPECT_EQ((scale * move)[12], 1.0);
-    EXPECT_EQ((move * scale)[12], 2.0);
-    Matrix4T<double> product = scale;
-    Matrix4Multiply(product, move, product);
-    EXPECT_EQ(product, scale * move);
-}
-
-TEST(TrevikMatrix, InverseUndoesEveryKindOfMatrix) {
-    Matrix perspective;
-    perspective[0] = 1.5f;
-    perspective[5] = 2.5f;
-    perspective[10] = -1.02f;
-    perspective[11] = -1;
-    perspective[14] = -2.02f;
-    perspective[15] = 0;
-    Matrix const cases[] = {
-        Matrix(),
-        Matrix4Translation(Vector3(5, -6, 7)),
-        Matrix4Scale(Vector3(2, -0.5f, 3)),
-        Matrix4RotationEulerXYZ(Vector3(30, 40, 50)) * Matrix4Translation(Vector3(1, 2, 3)),
-        perspective,
-        Matrix4Scale(Vector3(0.5f, 2, 1)) * Matrix4RotationEulerXYZ(Vector3(10, 200, -70)) * perspective,
-    };
-    for (Matrix const& m : cases) {
-        Matrix inverse;
-        ASSERT_TRUE(Matrix4Inverse(m, inverse));
-        ExpectNear(m * inverse, Matrix(), 1e-4f);
-        ExpectNear(inverse * m, Matrix(), 1e-4f);
-        Matrix inPlace = m;
-        ASSERT_TRUE(Matrix4Inverse(inPlace, inPlace));
-        EXPECT_EQ(inPlace, inverse);
+TEST(TrevikMatrix, InverseUndoesAMatrix) {
+    for (unsigned int seed : {3u, 77u}) {
+        Matrix const m = UnlikeNumbers(seed);
+        Matrix inverse = m;
+        ASSERT_TRUE(Matrix4Inverse(inverse, inverse));
+        Matrix const left = m * inverse, right = inverse * m;
+        for (unsigned int i = 0; i < 16; ++i) {
+            EXPECT_NEAR(left[i], Matrix()[i], 1e-4f) << "element " << i;
+            EXPECT_NEAR(right[i], Matrix()[i], 1e-4f) << "element " << i;
+        }
     }
 }
 
 TEST(TrevikMatrix, InverseOfADegenerateMatrixLeavesTheResultAlone) {
     Matrix const untouched = UnlikeNumbers(9);
-    Matrix out = untouched;
-    Matrix notANumber;
-    notANumber[5] = std::numeric_limits<float>::quiet_NaN();
-    EXPECT_FALSE(Matrix4Inverse(Matrix4Scale(Vector3(1, 0, 1)), out));
+    Matrix out = untouched, notANumber;
+    notANumber[5] = std::nanf("");
     EXPECT_FALSE(Matrix4Inverse(Matrix4Scale(Vector3(0.01f, 0.01f, 0.99f)), out)); // 0.000099
     EXPECT_FALSE(Matrix4Inverse(Matrix4Scale(Vector3(-0.01f, 0.01f, 0.99f)), out));
     EXPECT_FALSE(Matrix4Inverse(notANumber, out));
+    EXPECT_FALSE(Matrix4Inverse(Matrix4Scale(Vector3(0.5f, 0.5f, 1)), out, 0.25)); // equal is not greater
     EXPECT_EQ(out, untouched);
     EXPECT_TRUE(Matrix4Inverse(Matrix4Scale(Vector3(0.01f, -0.01f, 1.01f)), out)); // -0.000101
     EXPECT_FLOAT_EQ(out[5], -100);
-    EXPECT_TRUE(Matrix4Inverse(Matrix4Scale(Vector3(0.001f, 0.001f, 1)), out, 1e-9));
-    EXPECT_FALSE(Matrix4Inverse(Matrix4Scale(Vector3(0.5f, 0.5f, 1)), out, 0.25)); // equal is not greater
 }
 
-TEST(TrevikMatrix, RotatesCounterClockwiseAboutXThenYThenZ) {
-    struct {
-        Vector3 degrees, from, to;
-    } const cases[] = {
-        {{90, 0, 0}, {0, 1, 0}, {0, 0, 1}},     {{0, 90, 0}, {0, 0, 1}, {1, 0, 0}},
-        {{0, 0, 90}, {1, 0, 0}, {0, 1, 0}},     {{90, 90, 0}, {0, 1, 0}, {1, 0, 0}},
-        {{90, 0, 90}, {0, 0, 1}, {1, 0, 0}},    {{0, 90, 90}, {0, 0, 1}, {0, 1, 0}},
-        {{0, 0, -180}, {1, 2, 3}, {-1, -2, 3}},
-    };
-    for (auto const& c : cases) {
-        Vector4 const to = Matrix4RotationEulerXYZ(c.degrees) * Point(c.from);
-        EXPECT_NEAR(to.x, c.to.x, 1e-6f);
-        EXPECT_NEAR(to.y, c.to.y, 1e-6f);
-        EXPECT_NEAR(to.z, c.to.z, 1e-6f);
+TEST(TrevikMatrix, ScalesTurnsAboutXThenYThenZAndMoves) {
+    for (Vector3 const& degrees : {Vector3(), Vector3(25, -130, 77)}) {
+        Vector4 const actual = Matrix4Scale(Vector3(2, 3, 4)) * Matrix4RotationEulerXYZ(degrees) *
+                               Matrix4Translation(Vector3(10, 20, 30)) * Vector4(1, -2, 3, 1);
+        Vector3 p(2, -6, 12);
+        Vector3 const a = degrees * (3.14159265f / 180);
+        p = Vector3(p.x, std::cos(a.x) * p.y - std::sin(a.x) * p.z,
+                    std::sin(a.x) * p.y + std::cos(a.x) * p.z);
+        p = Vector3(std::cos(a.y) * p.x + std::sin(a.y) * p.z, p.y,
+                    std::cos(a.y) * p.z - std::sin(a.y) * p.x);
+        p = Vector3(std::cos(a.z) * p.x - std::sin(a.z) * p.y, std::sin(a.z) * p.x + std::cos(a.z) * p.y,
+                    p.z);
+        EXPECT_NEAR(actual.x, 10 + p.x, 1e-4f);
+        EXPECT_NEAR(actual.y, 20 + p.y, 1e-4f);
+        EXPECT_NEAR(actual.z, 30 + p.z, 1e-4f);
     }
-    Vector3 const angles(25, -130, 77);
-    Matrix const oneByOne = Matrix4RotationEulerXYZ(Vector3(angles.x, 0, 0)) *
-                            Matrix4RotationEulerXYZ(Vector3(0, angles.y, 0)) *
-                            Matrix4RotationEulerXYZ(Vector3(0, 0, angles.z));
-    ExpectNear(Matrix4RotationEulerXYZ(angles), oneByOne, 1e-6f);
-    EXPECT_EQ(Matrix4RotationEulerXYZ(Vector3()), Matrix::Identity) << "exactly";
 }
 
 } // namespace

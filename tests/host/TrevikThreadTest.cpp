@@ -1,17 +1,11 @@
 #include "kelvo_test/Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/Dispatcher.h"
-#include "trevik/Event.h"
-#include "trevik/Mutex.h"
-#include "trevik/TakeANumber.h"
 
 #include <gtest/gtest.h>
 
-#include <atomic>
-#include <chrono>
+#include <numeric>
 #include <string>
-#include <thread>
-#include <vector>
 
 using namespace trevik;
 
@@ -59,34 +53,31 @@ TEST(TrevikWaitableEvent, AnAutomaticOneLetsOneThrough) {
 TEST(TrevikWaitableEvent, AManualOneLetsAllThroughUntilItIsReset) {
     ManualResetEvent event;
     EXPECT_FALSE(event.Wait(0));
-    std::atomic<int> through{0};
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 3; ++i) {
-        threads.emplace_back([&] {
-            event.Wait();
-            through += event.Wait(k_nLongTime) ? 1 : 0;
-        });
-    }
-    event.Set();
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
-    EXPECT_EQ(through, 3);
+    std::thread setting([&] { event.Set(); });
+    ::kelvo::test::RunOnThreads(3, [&](int) {
+        event.Wait();
+        EXPECT_TRUE(event.Wait(k_nLongTime));
+    });
+    setting.join();
     EXPECT_TRUE(event.Wait(0));
     event.Reset();
     EXPECT_FALSE(event.Wait(0));
 }
 
 TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
-    Ref<TakeANumber> const counter(new TakeANumber);
+    Ref<TakeANumber> const counter(new TakeANumber), other(new TakeANumber);
     int const count = 8;
-    std::string order;
+    EXPECT_FALSE(counter->Process(0)) << "was never given out";
+    EXPECT_FALSE(counter->WaitFor(0));
     for (int i = 0; i < count; ++i) {
         EXPECT_EQ(counter->AssignNext(), i);
+        EXPECT_EQ(other->AssignNext(), i);
     }
+    std::string order;
     Mutex mutex;
     ::kelvo::test::RunOnThreads(count, [&](int n) {
         int const ticket = count - 1 - n; // the last one comes first
+        EXPECT_TRUE(other->Process(ticket));
         EXPECT_TRUE(ticket == 0 || counter->WaitFor(ticket - 1));
         {
             ScopedLock const lock(mutex);
@@ -95,207 +86,140 @@ TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
         EXPECT_TRUE(counter->Process(ticket));
     });
     EXPECT_EQ(order, "01234567");
-}
-
-TEST(TrevikTakeANumber, ProcessWaitsForTheTicketsBefore) {
-    Ref<TakeANumber> const counter(new TakeANumber);
-    counter->AssignNext();
-    counter->AssignNext();
-    std::atomic<bool> firstIsThrough{false};
-    bool rightOrder = false;
-    std::thread second([&] {
-        EXPECT_TRUE(counter->Process(1));
-        rightOrder = firstIsThrough;
-    });
-    // Gives the second ticket time to come too early; whether it did decides nothing.
-    std::this_thread::sleep_for(std::chrono::milliseconds(20));
-    firstIsThrough = true;
-    EXPECT_TRUE(counter->Process(0));
-    second.join();
-    EXPECT_TRUE(rightOrder);
     EXPECT_TRUE(counter->WaitFor(1)) << "it is through, so nobody waits";
-}
-
-TEST(TrevikTakeANumber, RefusesTicketsThatWereNeverGivenOutOrAreThrough) {
-    Ref<TakeANumber> const counter(new TakeANumber);
-    EXPECT_FALSE(counter->Process(0));
-    EXPECT_FALSE(counter->WaitFor(0));
-    EXPECT_FALSE(counter->WaitFor(5));
-    int const ticket = counter->AssignNext();
-    EXPECT_TRUE(counter->Process(ticket));
-    EXPECT_FALSE(counter->Process(ticket));
     EXPECT_FALSE(counter->Process(1));
+    EXPECT_FALSE(counter->Process(count));
 }
 
-Ref<OperationBase> MakeOperation(function<void()> const& callable) {
-    return Ref<OperationBase>(new Operation(callable));
-}
+class TrevikDispatcher : public testing::Test {
+protected:
+    static Ref<OperationBase> MakeOperation(function<void()> const& callable) {
+        return Ref<OperationBase>(new Operation(callable));
+    }
+    Ref<OperationBase> MakeNoting(char letter) {
+        return MakeOperation([this, letter] { m_order += letter; });
+    }
+    bool Enqueue(Ref<OperationBase> operation) { return m_dispatcher.Enqueue(operation); }
+    bool Enqueue(function<void()> const& callable) { return Enqueue(MakeOperation(callable)); }
+    bool Invoke(Ref<OperationBase> operation) { return m_dispatcher.Invoke(operation); }
+    std::string Execute() {
+        m_dispatcher.ExecuteEnqueuedOperations();
+        return m_order;
+    }
 
-bool Enqueue(QueueDispatcher& dispatcher, function<void()> const& callable) {
-    Ref<OperationBase> operation = MakeOperation(callable);
-    return dispatcher.Enqueue(operation);
-}
+    std::string m_order; ///< of what has been executed
+    QueueDispatcher m_dispatcher;
+};
 
-TEST(TrevikDispatcher, ExecutesOnTheCallingThreadInTheOrderOfArrival) {
-    QueueDispatcher dispatcher;
-    std::string order;
+TEST_F(TrevikDispatcher, ExecutesOnTheCallingThreadInTheOrderOfArrival) {
     std::thread::id executing;
+    EXPECT_TRUE(m_dispatcher.WaitUntilIdle(0)) << "nothing was ever queued";
     std::thread([&] {
-        EXPECT_TRUE(Enqueue(dispatcher, [&] { order += 'a'; }));
-        EXPECT_TRUE(Enqueue(dispatcher, [&] {
-            order += 'b';
+        EXPECT_TRUE(Enqueue(MakeNoting('a')));
+        EXPECT_TRUE(Enqueue([&] {
+            m_order += 'b';
             executing = std::this_thread::get_id();
+            Enqueue(MakeNoting('d')); // waits for the next call
+            Execute();                // from within: does nothing
         }));
     }).join();
-    EXPECT_TRUE(Enqueue(dispatcher, [&] { order += 'c'; }));
-    EXPECT_EQ(order, "") << "nothing runs before it is called for";
-    EXPECT_EQ(dispatcher.GetPendingCount(), 3u);
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_EQ(order, "abc");
+    EXPECT_TRUE(Enqueue(MakeNoting('c')));
+    EXPECT_EQ(m_order, "") << "nothing runs before it is called for";
+    EXPECT_EQ(m_dispatcher.GetPendingCount(), 3u);
+    EXPECT_EQ(Execute(), "abc");
     EXPECT_EQ(executing, std::this_thread::get_id());
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_EQ(order, "abc") << "each runs once";
+    EXPECT_EQ(m_dispatcher.GetPendingCount(), 1u);
+    EXPECT_FALSE(m_dispatcher.WaitUntilIdle(0)) << "an operation has queued another";
+    EXPECT_TRUE(m_dispatcher.WaitForOperations(0));
+    EXPECT_EQ(Execute(), "abcd");
+    EXPECT_TRUE(m_dispatcher.WaitUntilIdle(0));
+    Enqueue(MakeNoting('e'));
+    EXPECT_FALSE(m_dispatcher.WaitUntilIdle(0)) << "the quiet before does not count";
+    EXPECT_EQ(Execute(), "abcde");
+    EXPECT_FALSE(m_dispatcher.WaitForOperations(0)) << "what has been executed is not waited for";
+    EXPECT_EQ(Execute(), "abcde") << "each runs once";
+    Enqueue([&] {
+        EXPECT_TRUE(Invoke(MakeNoting('g'))); // on the executing thread: at once
+        m_order += 'h';
+    });
+    EXPECT_TRUE(Invoke(MakeNoting('f')));
+    EXPECT_EQ(Execute(), "abcdefgh");
+    QueueDispatcher other;
+    other.SetExecutingThread();
+    Ref<OperationBase> last = MakeNoting('i');
+    EXPECT_TRUE(other.Invoke(last));
+    EXPECT_EQ(m_order, "abcdefghi");
 }
 
-TEST(TrevikDispatcher, HoldsAnOperationUntilItHasRun) {
-    QueueDispatcher dispatcher;
+TEST_F(TrevikDispatcher, HoldsAnOperationUntilItHasRun) {
     long duringFirst = 0, firstDuringSecond = 0;
     Ref<OperationBase> first, second;
     first = MakeOperation([&] { duringFirst = first->GetReferenceCount(); });
     second = MakeOperation([&] { firstDuringSecond = first->GetReferenceCount(); });
-    EXPECT_TRUE(dispatcher.Enqueue(first));
-    EXPECT_TRUE(dispatcher.Enqueue(second));
-    EXPECT_EQ(first->GetReferenceCount(), 2);
-    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_TRUE(Enqueue(first));
+    EXPECT_TRUE(Enqueue(second));
+    Execute();
     EXPECT_EQ(duringFirst, 2);
     EXPECT_EQ(firstDuringSecond, 1) << "released right after it ran";
-}
-
-TEST(TrevikDispatcher, ReleasesWhatNeverRan) {
-    Ref<OperationBase> const operation = MakeOperation([] { ADD_FAILURE(); });
     {
         QueueDispatcher dispatcher;
-        Ref<OperationBase> queued(operation);
-        EXPECT_TRUE(dispatcher.Enqueue(queued));
+        EXPECT_TRUE(dispatcher.Enqueue(first)); // never runs
     }
-    EXPECT_EQ(operation->GetReferenceCount(), 1);
+    EXPECT_EQ(first->GetReferenceCount(), 1);
 }
 
-TEST(TrevikDispatcher, WhatAnOperationQueuesWaitsForTheNextCall) {
-    QueueDispatcher dispatcher;
-    std::string order;
-    Enqueue(dispatcher, [&] {
-        order += 'a';
-        Enqueue(dispatcher, [&] { order += 'c'; });
-        dispatcher.ExecuteEnqueuedOperations(); // from within: does nothing
-    });
-    Enqueue(dispatcher, [&] { order += 'b'; });
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_EQ(order, "ab");
-    EXPECT_EQ(dispatcher.GetPendingCount(), 1u);
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_EQ(order, "abc");
-}
-
-TEST(TrevikDispatcher, InvokeOnTheExecutingThreadRunsAtOnce) {
-    QueueDispatcher dispatcher;
-    std::string order;
-    dispatcher.SetExecutingThread();
-    Enqueue(dispatcher, [&] {
-        Ref<OperationBase> inner = MakeOperation([&] { order += 'b'; });
-        EXPECT_TRUE(dispatcher.Invoke(inner));
-        order += 'c';
-    });
-    Ref<OperationBase> ahead = MakeOperation([&] { order += 'a'; });
-    EXPECT_TRUE(dispatcher.Invoke(ahead));
-    EXPECT_EQ(order, "a");
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_EQ(order, "abc");
-}
-
-TEST(TrevikDispatcher, ManyThreadsQueueWhileOneExecutes) {
-    QueueDispatcher dispatcher;
+TEST_F(TrevikDispatcher, ManyThreadsQueueWhileOneExecutes) {
     int const threads = 4, each = 200;
     std::vector<std::vector<int>> seen(threads); // written by the executing thread alone
-    std::atomic<int> running{threads};
-    std::vector<std::thread> producers;
-    for (int i = 0; i < threads; ++i) {
-        producers.emplace_back([&, i] {
+    auto const execute = [&](int, int) {
+        m_dispatcher.WaitForOperations(1);
+        Execute();
+    };
+    ::kelvo::test::RunBesideThreads(1, execute, [&] {
+        ::kelvo::test::RunOnThreads(threads, [&](int i) {
+            std::vector<int>& numbers = seen[static_cast<std::size_t>(i)];
             for (int n = 0; n < each; ++n) {
-                Ref<OperationBase> operation = MakeOperation([&seen, i, n] { seen[i].push_back(n); });
-                EXPECT_TRUE(n % 10 == 9 ? dispatcher.Invoke(operation) : dispatcher.Enqueue(operation));
-                if (n % 10 == 9) {
-                    EXPECT_EQ(seen[i].size(), static_cast<std::size_t>(n + 1)) << "it has run";
-                }
+                Ref<OperationBase> const operation = MakeOperation([&numbers, n] { numbers.push_back(n); });
+                bool const last = n % 10 == 9;
+                EXPECT_TRUE(last ? Invoke(operation) : Enqueue(operation));
+                EXPECT_TRUE(!last || numbers.size() == static_cast<std::size_t>(n + 1)) << "it has run";
             }
-            --running;
         });
-    }
-    while (running > 0) {
-        dispatcher.WaitForOperations(1);
-        dispatcher.ExecuteEnqueuedOperations();
-    }
-    dispatcher.ExecuteEnqueuedOperations();
-    for (std::thread& producer : producers) {
-        producer.join();
-    }
-    for (std::vector<int> const& numbers : seen) {
-        ASSERT_EQ(numbers.size(), static_cast<std::size_t>(each));
-        for (int n = 0; n < each; ++n) {
-            EXPECT_EQ(numbers[static_cast<std::size_t>(n)], n)
-                << "a thread's own operations keep their order";
-        }
-    }
+    });
+    std::vector<int> inOrder(each);
+    std::iota(inOrder.begin(), inOrder.end(), 0);
+    EXPECT_EQ(seen, std::vector<std::vector<int>>(threads, inOrder));
 }
 
-TEST(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
-    QueueDispatcher dispatcher;
-    EXPECT_TRUE(dispatcher.WaitUntilIdle(0)) << "nothing was ever queued";
-    int executed = 0;
+TEST_F(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
     Event queued(u"", false, false);
     std::thread other([&] {
-        Enqueue(dispatcher, [&] { ++executed; });
-        Enqueue(dispatcher, [&] { ++executed; });
-        EXPECT_FALSE(dispatcher.WaitUntilIdle(0));
+        Enqueue(MakeNoting('a'));
+        Enqueue(MakeNoting('b'));
+        EXPECT_FALSE(m_dispatcher.WaitUntilIdle(0));
         queued.Set();
-        EXPECT_TRUE(dispatcher.WaitUntilIdle(k_nLongTime));
-        EXPECT_EQ(executed, 2);
+        EXPECT_TRUE(m_dispatcher.WaitUntilIdle(k_nLongTime));
+        EXPECT_EQ(m_order, "ab");
     });
     queued.Wait();
-    EXPECT_TRUE(dispatcher.WaitForOperations(k_nLongTime));
-    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_TRUE(m_dispatcher.WaitForOperations(k_nLongTime));
+    Execute();
     other.join();
-    EXPECT_FALSE(dispatcher.WaitForOperations(0));
 }
 
-TEST(TrevikDispatcher, IsIdleOnlyWhileNothingIsLeftToExecute) {
-    QueueDispatcher dispatcher;
-    Enqueue(dispatcher, [&] { Enqueue(dispatcher, [] {}); });
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_FALSE(dispatcher.WaitUntilIdle(0)) << "the operation has queued another";
-    EXPECT_TRUE(dispatcher.WaitForOperations(0));
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_TRUE(dispatcher.WaitUntilIdle(0));
-    Enqueue(dispatcher, [] {});
-    EXPECT_FALSE(dispatcher.WaitUntilIdle(0)) << "the quiet before does not count";
-    dispatcher.ExecuteEnqueuedOperations();
-    EXPECT_FALSE(dispatcher.WaitForOperations(0)) << "what has been executed is not waited for";
-}
-
-TEST(TrevikDispatcher, RefusesNothingAndWhatItHasNoMemoryFor) {
-    QueueDispatcher dispatcher;
-    Ref<OperationBase> none, operation = MakeOperation([] { ADD_FAILURE(); });
-    EXPECT_FALSE(dispatcher.Enqueue(none));
-    EXPECT_FALSE(dispatcher.Invoke(none));
+TEST_F(TrevikDispatcher, RefusesNothingAndWhatItHasNoMemoryFor) {
+    Ref<OperationBase> const operation = MakeNoting('a');
     Allocation::FailAfter(0);
-    EXPECT_FALSE(dispatcher.Enqueue(operation));
-    EXPECT_FALSE(dispatcher.Invoke(operation));
-    Ref<OperationBase> empty = MakeOperation([] {});
+    Ref<OperationBase> const empty = MakeNoting('b');
+    for (Ref<OperationBase> const& refused : {Ref<OperationBase>(), operation, empty}) {
+        EXPECT_FALSE(Enqueue(refused));
+        EXPECT_FALSE(Invoke(refused));
+    }
     Allocation::FailNever();
-    EXPECT_FALSE(dispatcher.Enqueue(empty));
-    EXPECT_FALSE(dispatcher.Invoke(empty));
+    EXPECT_FALSE(Enqueue(empty));
+    EXPECT_FALSE(Invoke(empty));
     EXPECT_EQ(operation->GetReferenceCount(), 1);
-    dispatcher.ExecuteEnqueuedOperations();
+    EXPECT_EQ(Execute(), "");
 }
 
 } // namespace
