@@ -31,6 +31,7 @@
 #include <filesystem>
 #include <functional>
 #include <memory>
+#include <regex>
 #include <set>
 #include <string>
 #include <vector>
@@ -203,11 +204,8 @@ private:
 
     void ReadBack(json const& value) {
         Texture* pRead = nullptr;
-        bool const fRead =
-            m_pDevice->ReadPixels(RectangleT<int>(value[0], value[1], value[2], value[3]), &pRead);
-        Ref<Texture> const pTexture(pRead);
-        Answer(fRead);
-        if (fRead) {
+        Answer(m_pDevice->ReadPixels(RectangleT<int>(value[0], value[1], value[2], value[3]), &pRead));
+        if (Ref<Texture> const pTexture(pRead); pTexture) {
             recording::Remark(std::to_string(pTexture->GetWidth()) + "x" +
                               std::to_string(pTexture->GetHeight()) + ", format " +
                               std::to_string(pTexture->GetFormat()) + ", " +
@@ -328,18 +326,16 @@ constexpr unsigned int MostRuns = 50;
 
 /** What was said in one play and not in another one. */
 std::vector<std::string> NewRemarks(Played const& played, std::vector<recording::Call> const& usual) {
-    std::vector<std::string> known, said;
+    std::multiset<std::string> known;
     for (recording::Call const& call : usual) {
-        if (call.name.empty()) {
-            known.push_back(call.line);
-        }
+        known.insert(call.line);
     }
+    std::vector<std::string> said;
     for (recording::Call const& call : played.calls) {
-        auto const found = std::find(known.begin(), known.end(), call.line);
-        if (call.name.empty() && found == known.end()) {
-            said.push_back(call.line);
-        } else if (call.name.empty()) {
+        if (auto const found = known.find(call.line); found != known.end()) {
             known.erase(found);
+        } else if (call.name.empty()) {
+            said.push_back(call.line);
         }
     }
     said.insert(said.end(), played.left.begin(), played.left.end());
@@ -364,50 +360,35 @@ std::string OutcomeOf(Played const& played, std::vector<recording::Call> const& 
 
 /** Whether a failure of the function reaches its caller by more than the error flag. */
 bool Answers(std::string const& name) {
-    for (char const* pBegin :
-         {"egl", "glGen", "glCreate", "glGet", "glCheck", "glCompile", "glLink", "glRead"}) {
-        if (name.rfind(pBegin, 0) == 0) {
-            return true;
-        }
-    }
-    return false;
+    static std::regex const s_answering("egl.*|gl(Gen|Create|Get|Check|Compile|Link|Read).*");
+    return std::regex_match(name, s_answering);
 }
 
 /** A list of outcomes, in which those that follow each other and are the same stand once. */
 class Outcomes {
 public:
-    void Add(std::string const& what, std::string const& outcome) {
-        if (what != m_what || outcome != m_outcome) {
-            Flush();
-            m_nFirst = m_nNext;
+    void Add(std::string const& what, int nth, std::string const& outcome) {
+        if (m_runs.empty() || m_runs.back().what != what || m_runs.back().outcome != outcome) {
+            m_runs.push_back({what, nth, nth, outcome});
         }
-        m_what = what;
-        m_outcome = outcome;
-        ++m_nNext;
+        m_runs.back().nLast = nth;
     }
-    /** What comes is another list. */
-    void Begin() {
-        Flush();
-        m_nNext = 1;
-        m_what.clear();
-    }
-    std::string const& GetText() {
-        Flush();
-        return m_text;
+    std::string GetText() const {
+        std::string text;
+        for (Run const& run : m_runs) {
+            std::string const last = run.nLast == run.nFirst ? "" : ".." + std::to_string(run.nLast);
+            text += run.what + " " + std::to_string(run.nFirst) + last + ": " + run.outcome + "\n";
+        }
+        return text;
     }
 
 private:
-    void Flush() {
-        if (!m_what.empty()) {
-            std::string const last = m_nNext - 1 == m_nFirst ? "" : ".." + std::to_string(m_nNext - 1);
-            m_text += m_what + " " + std::to_string(m_nFirst) + last + ": " + m_outcome + "\n";
-            m_what.clear();
-        }
-    }
-
-    std::string m_text, m_what, m_outcome;
-    int m_nFirst = 1;
-    int m_nNext = 1;
+    struct Run {
+        std::string what;
+        int nFirst, nLast;
+        std::string outcome;
+    };
+    std::vector<Run> m_runs;
 };
 
 class Golden : public ::testing::TestWithParam<std::string> {
@@ -454,22 +435,20 @@ TEST_P(Golden, MakesAndAllocatesNothingOnceItHasBeenDrawn) {
     for (int i = 0; i < 4; ++i) {
         draw();
     }
-    std::vector<int> made;
-    auto const count = [&made] {
-        made.clear();
+    auto const count = [] {
+        std::vector<int> made;
         for (int nKind = 0; nKind <= static_cast<int>(Object::Program); ++nKind) {
             made.push_back(recording::Counts(static_cast<Object>(nKind)).created);
             made.push_back(recording::Counts(static_cast<Object>(nKind)).deleted);
         }
+        return made;
     };
-    count();
-    std::vector<int> const before = made;
+    std::vector<int> const made = count();
     std::size_t const nAllocations = AllocationCount();
     draw();
     draw();
     EXPECT_EQ(AllocationCount(), nAllocations);
-    count();
-    EXPECT_EQ(made, before);
+    EXPECT_EQ(count(), made);
 }
 
 TEST_P(Golden, StandsEveryFailureOfTheDriverAndOfMemory) {
@@ -492,11 +471,9 @@ TEST_P(Golden, StandsEveryFailureOfTheDriverAndOfMemory) {
     for (std::size_t i = 0; i < names.size(); ++i) {
         bool const fNew = i == 0 || names[i] != names[i - 1];
         nth = fNew ? 1 : nth + 1;
-        if (fNew) {
-            outcomes.Begin();
-        }
         if (fNew || Answers(names[i])) {
-            outcomes.Add(names[i], OutcomeOf(Play(m_file, [&] { recording::FailAt(names[i], nth); }), calls));
+            outcomes.Add(names[i], nth,
+                         OutcomeOf(Play(m_file, [&] { recording::FailAt(names[i], nth); }), calls));
         }
     }
     // Which allocation it is that fails depends on much: what is said and what is left behind stands for all

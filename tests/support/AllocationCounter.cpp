@@ -2,7 +2,6 @@
 
 #include <atomic>
 #include <cstdlib>
-#include <new>
 
 #if defined(__has_feature)
 #if __has_feature(address_sanitizer) || __has_feature(thread_sanitizer) || __has_feature(memory_sanitizer)
@@ -60,57 +59,10 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) {
 
 #else
 
-namespace {
-
-void* Allocate(std::size_t size) noexcept {
+// Sanitizers have an allocator of their own, which calls this each time.
+extern "C" __attribute__((visibility("default"))) void __sanitizer_malloc_hook(void const volatile*,
+                                                                               std::size_t) {
     Count();
-    return std::malloc(size != 0 ? size : 1);
-}
-
-} // namespace
-
-// All forms are replaced together: sanitizers replace those that are left out, and complain when a block of
-// theirs is freed by one of ours.
-void* operator new(std::size_t size) {
-    if (void* memory = Allocate(size))
-        return memory;
-    throw std::bad_alloc();
-}
-
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
-
-void* operator new[](std::size_t size) {
-    return operator new(size);
-}
-
-void* operator new[](std::size_t size, const std::nothrow_t&) noexcept {
-    return Allocate(size);
-}
-
-void operator delete(void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-void operator delete(void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory, std::size_t) noexcept {
-    std::free(memory);
-}
-
-void operator delete[](void* memory, const std::nothrow_t&) noexcept {
-    std::free(memory);
 }
 
 #endif

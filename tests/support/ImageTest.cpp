@@ -24,19 +24,14 @@ Image Sample() {
     return image;
 }
 
-TEST(CompareImages, AcceptsWhatIsWithinBothLimits) {
-    Image const expected = Sample();
-    Image actual = expected;
-    EXPECT_TRUE(CompareImages(actual, expected));
-    actual.At(2, 1).g += 6;
-    EXPECT_TRUE(CompareImages(actual, expected, {6, 0.1, "6 / 60 channels"}));
-}
-
-TEST(CompareImages, RefusesWhatIsBeyondEitherLimit) {
+TEST(CompareImages, AcceptsWhatIsWithinBothLimitsWritingNothing) {
     OutputFolder const output;
     Image const expected = Sample();
     Image actual = expected;
+    EXPECT_TRUE(CompareImages(actual, expected));
     actual.At(2, 1).a -= 6;
+    EXPECT_TRUE(CompareImages(actual, expected, {6, 0.1, "6 / 60 channels"}));
+    EXPECT_TRUE(output.List().empty());
     EXPECT_FALSE(CompareImages(actual, expected, {5, 1.0, "one channel too far"}));
     EXPECT_FALSE(CompareImages(actual, expected, {6, 0.09, "too far on average"}));
     EXPECT_FALSE(CompareImages(Image(3, 5), Image(5, 3)));
@@ -62,18 +57,6 @@ TEST(CompareImages, FailureSaysWhereAndWritesThePictures) {
     Image difference(5, 3, {0, 0, 0, 255});
     difference.At(4, 0) = {80, 0, 0, 255};
     EXPECT_TRUE(CompareImages(loaded, difference));
-}
-
-TEST(CompareImages, SuccessWritesNothing) {
-    OutputFolder const output;
-    EXPECT_TRUE(CompareImages(Sample(), Sample()));
-    EXPECT_TRUE(output.List().empty());
-}
-
-TEST(Image, LoadOfSomethingElseLeavesTheImage) {
-    Image image = Sample();
-    EXPECT_FALSE(image.Load("/nowhere/at-all.png"));
-    EXPECT_TRUE(CompareImages(image, Sample()));
 }
 
 } // namespace

@@ -4,7 +4,6 @@
 
 /**
  * Allocations since the process began, by every thread and every library: calls of malloc, calloc, realloc
- * and the aligned kinds, and with them of operator new. Under a sanitizer, which has an allocator of its own,
- * calls of operator new alone.
+ * and the aligned kinds, and with them of operator new.
  */
 std::size_t AllocationCount();
