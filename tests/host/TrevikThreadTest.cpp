@@ -36,32 +36,26 @@ TEST(TrevikMutex, TheHolderMayLockAgainAndGivesItBackAsOften) {
     EXPECT_TRUE(othersGetIt());
 }
 
-TEST(TrevikWaitableEvent, AnAutomaticOneLetsOneThrough) {
-    Event event(u"automatic", true, false);
-    EXPECT_TRUE(event.Wait(0));
-    EXPECT_FALSE(event.Wait(0));
-    event.Set();
-    event.Set();
-    event.Wait();
-    EXPECT_FALSE(event.Wait(1));
-    event.Set();
-    event.Reset();
-    EXPECT_FALSE(event.Wait(0));
-    EXPECT_EQ(event.GetName(), u"automatic");
-}
-
-TEST(TrevikWaitableEvent, AManualOneLetsAllThroughUntilItIsReset) {
-    ManualResetEvent event;
-    EXPECT_FALSE(event.Wait(0));
-    std::thread setting([&] { event.Set(); });
-    ::kelvo::test::RunOnThreads(3, [&](int) {
-        event.Wait();
-        EXPECT_TRUE(event.Wait(k_nLongTime));
+TEST(TrevikWaitableEvent, LetsOneThroughOrAllUntilItIsReset) {
+    Event automatic(u"automatic", true, false);
+    EXPECT_EQ(automatic.GetName(), u"automatic");
+    EXPECT_TRUE(automatic.Wait(0));
+    EXPECT_FALSE(automatic.Wait(0));
+    automatic.Set();
+    automatic.Set();
+    automatic.Wait();
+    EXPECT_FALSE(automatic.Wait(1));
+    ManualResetEvent manual;
+    EXPECT_FALSE(manual.Wait(0));
+    ::kelvo::test::RunOnThreads(4, [&](int n) {
+        n == 3 ? manual.Set() : manual.Wait();
+        EXPECT_TRUE(manual.Wait(k_nLongTime));
     });
-    setting.join();
-    EXPECT_TRUE(event.Wait(0));
-    event.Reset();
-    EXPECT_FALSE(event.Wait(0));
+    for (Event* pEvent : {&automatic, static_cast<Event*>(&manual)}) {
+        pEvent->Set();
+        pEvent->Reset();
+        EXPECT_FALSE(pEvent->Wait(0));
+    }
 }
 
 TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
