@@ -2,6 +2,7 @@
 
 #include <cmath>
 #include <new>
+#include <sstream>
 #include <string>
 #include <vector>
 
@@ -166,18 +167,28 @@ public:
     }
 };
 
+/** Numbers for a note, behind what they are. */
+inline std::string ToText(char const* pWhat, Vector3 const& v) {
+    std::ostringstream out;
+    out << pWhat << " " << v.x << " " << v.y << " " << v.z;
+    return out.str();
+}
+
+inline std::string ToText(char const* pWhat, ColorT<RealFloat> const& c) {
+    std::ostringstream out;
+    out << pWhat << " " << c.r << " " << c.g << " " << c.b << " " << c.a;
+    return out.str();
+}
+
 /** Notes the image glyphs that it draws. */
 class TestText : public Text {
 public:
     TREVIK_NODE_REFLECTION(TestText, Text, "Text", VisitDrawable)
 
-    std::vector<ColorT<RealFloat>> m_drawnImages; ///< the colour of each batch
-
     void RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const&, GlyphBatch const&,
                           ColorT<RealFloat> const& color) override {
-        static_cast<TestDevice&>(device).Note("image");
         if (static_cast<TestDevice&>(device).m_fNoting) {
-            m_drawnImages.push_back(color);
+            static_cast<TestDevice&>(device).Note(ToText("image colour", color).c_str());
         }
     }
     List<GlyphInstance> const& GetInstances() const { return m_instances; }
@@ -187,24 +198,16 @@ public:
 /** Notes the batches that it draws. */
 class TestFont : public BitmapFont {
 public:
-    struct Drawn {
-        GlyphBatch m_batch;
-        Vector3 m_position;
-        ColorT<RealFloat> m_color;
-        bool m_fShadow;
-        Vector3 m_shadowOffset;
-        ColorT<RealFloat> m_shadowColor;
-        Matrix m_transform;
-    };
-    mutable std::vector<Drawn> m_drawn;
-
     void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const&, GlyphBatch const& batch,
                           Vector3 const& position, ColorT<RealFloat> const& color, bool fShadow,
                           Vector3 const& shadowOffset, ColorT<RealFloat> const& shadowColor) const override {
-        static_cast<TestDevice&>(device).Note(fShadow ? "shadow" : "glyphs");
         if (static_cast<TestDevice&>(device).m_fNoting) {
-            m_drawn.push_back(
-                {batch, position, color, fShadow, shadowOffset, shadowColor, device.GetTransformMatrix()});
+            std::string const note =
+                "batch " + std::to_string(batch.m_nFirst) + "+" + std::to_string(batch.m_nCount) +
+                ToText(" at", position) + ToText(" colour", color) +
+                (fShadow ? ToText(" shadow by", shadowOffset) + ToText(" colour", shadowColor) : "") +
+                ToText(" (7, 8, 9) to", Apply(device.GetTransformMatrix(), Vector3(7, 8, 9)));
+            static_cast<TestDevice&>(device).Note(note.c_str());
         }
     }
 };

@@ -32,10 +32,10 @@ TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
         words.m_pText->AddEffect(pEffect.Get());
     }
     words.m_pText->Render(words.m_device);
-    EXPECT_EQ(words.m_pFont->m_drawn.size(), 1u) << "none of them draws it";
+    EXPECT_EQ(words.m_device.m_calls.size(), 1u) << "none of them draws it";
     effects[1]->m_fDraws = true;
     words.m_pText->Render(words.m_device);
-    EXPECT_EQ(words.m_pFont->m_drawn.size(), 1u);
+    EXPECT_EQ(words.m_device.m_calls.size(), 1u);
     EXPECT_EQ(effects[1]->m_nOffers, 2u);
     EXPECT_EQ(effects[2]->m_nOffers, 1u) << "not asked any more";
 }
@@ -196,11 +196,11 @@ TEST(Text, ItsGlyphsAreGoneWithTheirFont) {
     words.m_pText->SetFont(pOther.Get());
     words.m_pFont.Reset(); // the glyphs before are no more
     words.m_pText->Render(words.m_device);
-    EXPECT_EQ(pOther->m_drawn.size(), 1u);
+    EXPECT_EQ(words.m_device.m_calls.size(), 1u);
     words.m_pText->SetFont(nullptr);
     words.m_pText->SetFont(pOther.Get()); // the one that the glyphs dropped meanwhile were of
     words.m_pText->Render(words.m_device);
-    EXPECT_EQ(pOther->m_drawn.size(), 2u);
+    EXPECT_EQ(words.m_device.m_calls.size(), 2u);
     words.m_pText->SetFont(nullptr);
     words.m_pText->Render(words.m_device);
     EXPECT_EQ(words.GetRectangle(), Bounds());
