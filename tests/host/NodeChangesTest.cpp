@@ -137,7 +137,7 @@ private:
     TestDevice m_device;
     std::mt19937 m_random;
     std::vector<Ref<TransformNode>> m_nodes; // the root first
-    std::vector<TestSprite*> m_sprites;  // those of them that are sprites
+    std::vector<TestSprite*> m_sprites;      // those of them that are sprites
 };
 
 TEST(NodeChanges, UpdatedTreesAreWhatTheirPropertiesSay) {

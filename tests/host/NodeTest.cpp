@@ -201,14 +201,21 @@ TEST(Node, ACopyHasItsOwnParts) {
     EXPECT_EQ(Origin(pSprite->GetWorldMatrix()), Vector3(0, 0, 0));
 }
 
-TEST(Node, ReportsWhatAnimatesItEvenBeforeItsFirstUpdate) {
+TEST(Node, ReportsWhatItHasEvenBeforeItsFirstUpdate) {
     Ref<TestSprite> const pSprite = Make<TestSprite>("sprite");
     Ref<TestEffect> const pEffect(new TestEffect);
     pSprite->AddEffect(pEffect.Get());
     Animate<RealFloat>(pSprite->GetOpacityProperty(), 0, {0, 1});
     Animate<RealFloat>(pEffect->GetAmountProperty(), 0, {0, 1, 2});
+    Ref<Mask> const pMask(new Mask);
+    Vector3 const corners[3] = {};
+    pMask->SetTriangles(corners, 3);
+    pSprite->AddMask(pMask.Get());
     MemoryTracer tracer;
     tracer.EmitObject(pSprite.Get());
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Object), sizeof(TestSprite) + sizeof(TestEffect));
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Geometry), sizeof(corners));
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Text), 12u) << "its name";
     EXPECT_EQ(tracer.GetBytes(MemoryType::Property),
               2 * sizeof(SampleController<RealFloat>) + 5 * sizeof(RealFloat));
 }

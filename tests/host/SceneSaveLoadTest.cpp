@@ -210,6 +210,9 @@ TEST(Scene, ShowsAFrameWhateverCameBefore) {
     sample.m_scene.Update(sample.m_device, 30);
     EXPECT_NEAR(inner.GetFrame(), 2 + 3, 1e-4);
     EXPECT_EQ(sample.m_pRoot->GetFrame(), 30);
+    inner.SetFrame(9);
+    sample.m_scene.Update(sample.m_device, 30);
+    EXPECT_EQ(inner.GetFrame(), 9) << "the same frame is no step back";
 }
 
 TEST(Scene, DrawsWholeFrames) {

@@ -32,22 +32,27 @@ std::string Describe(Texture& texture) {
     return out.str() + " " + std::string(pixels.begin(), pixels.end());
 }
 
-/** Sets an image of 4 × 4, two rows of which are used, of the first letters. */
-bool SetImage(Texture& texture, int nUsedWidth, int nFormat, std::vector<MipLevel> const& levels,
+/** The size that is used, and that of the whole image. */
+struct Sizes {
+    int m_nUsedWidth, m_nUsedHeight, m_nWidth, m_nHeight;
+};
+
+bool SetImage(Texture& texture, Sizes const& sizes, int nFormat, std::vector<MipLevel> const& levels,
               unsigned int nSize) {
-    unsigned char letters[26];
-    std::iota(letters, letters + 26, static_cast<unsigned char>('a'));
+    std::string letters(nSize, ' ');
+    std::iota(letters.begin(), letters.end(), 'a');
     List<MipLevel> list;
     for (MipLevel const& level : levels) {
         list.Append(level);
     }
-    return texture.SetImage(nUsedWidth, 2, 4, 4, static_cast<TextureFormat::Enum>(nFormat), list, letters,
-                            nSize, false);
+    return texture.SetImage(sizes.m_nUsedWidth, sizes.m_nUsedHeight, sizes.m_nWidth, sizes.m_nHeight,
+                            static_cast<TextureFormat::Enum>(nFormat), list,
+                            reinterpret_cast<unsigned char const*>(letters.data()), nSize, false);
 }
 
 Ref<TestTexture> MakeWithLevels() {
     Ref<TestTexture> const pTexture(new TestTexture);
-    EXPECT_TRUE(SetImage(*pTexture, 3, TextureFormat::Alpha8, {{4, 4, 0, 16}, {2, 2, 16, 4}}, 20));
+    EXPECT_TRUE(SetImage(*pTexture, {3, 2, 4, 4}, TextureFormat::Alpha8, {{4, 4, 0, 16}, {2, 2, 16, 4}}, 20));
     return pTexture;
 }
 
@@ -63,11 +68,15 @@ TEST(PixelData, TellsOfWhatItLoadsAndReportsItsOwnBytesAlone) {
     EXPECT_TRUE(LoadFrom(SaveToNode(saved), loaded));
     EXPECT_EQ(nChanges, 1);
     unsigned char const borrowed[5] = {};
+    long long const nLive = Allocation::GetLiveCount();
     saved.GetBuffer().Borrow(borrowed, sizeof(borrowed));
+    EXPECT_EQ(Allocation::GetLiveCount(), nLive - 1);
     MemoryTracer tracer;
     saved.Emit(&tracer);
     loaded.Emit(&tracer);
     EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), 3u);
+    MakeWithLevels()->Emit(&tracer);
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), 3 + 20 + 2 * sizeof(MipLevel));
 }
 
 TEST(Texture, FormatsTakeTheirBytesAndNoMoreThanMemoryHolds) {
@@ -112,6 +121,8 @@ TEST(Texture, ReplaceTakesRowsAtAnyDistanceAndCompressedImagesWhole) {
         EXPECT_EQ(Describe(*pTexture), c.m_result);
     }
     EXPECT_EQ(nAnnounced, 3u);
+    EXPECT_TRUE(pTexture->Replace(16384, 1, TextureFormat::Alpha8, nullptr, 0));
+    EXPECT_TRUE(pTexture->Replace(1, 16384, TextureFormat::Alpha8, nullptr, 0));
     ASSERT_TRUE(pTexture->Replace(2, 1, TextureFormat::Alpha8, nullptr, 0));
     EXPECT_EQ(PixelsOf(*pTexture), Bytes(2));
     unsigned char const borrowed[2] = {};
@@ -145,48 +156,48 @@ TEST(Texture, WhatCannotBeItsImageLeavesItAsItWas) {
         Allocation::FailNever();
         EXPECT_EQ(Describe(*pTexture), before);
     }
-    struct {
-        char const* m_pWhat;
-        int m_nUsedWidth;
-        int m_nFormat;
-        unsigned int m_nSize;
-        std::vector<MipLevel> m_levels;
-    } const cases[] = {
-        {"used beyond allocated", 5, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
-        {"nothing used", 0, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
-        {"no level", 3, TextureFormat::Alpha8, 16, {}},
-        {"a level too short", 3, TextureFormat::Alpha8, 16, {{4, 4, 0, 15}}},
-        {"a level past the end", 3, TextureFormat::Alpha8, 16, {{4, 4, 1, 16}}},
-        {"a level before the start", 3, TextureFormat::Alpha8, 16, {{4, 4, -1, 16}}},
-        {"an offset that overflows", 3, TextureFormat::Alpha8, 16, {{4, 4, INT_MAX, INT_MAX}}},
-        {"a first level of another size", 3, TextureFormat::Alpha8, 16, {{2, 2, 0, 4}}},
-        {"levels that do not halve", 3, TextureFormat::Alpha8, 20, {{4, 4, 0, 16}, {1, 1, 16, 1}}},
-        {"a level below one texel",
-         3,
-         TextureFormat::Alpha8,
-         21,
-         {{4, 4, 0, 16}, {2, 2, 16, 4}, {1, 1, 20, 1}, {1, 1, 20, 1}}},
-        {"no room for the alpha plane", 3, TextureFormat::ETC1_RGBA, 15, {{4, 4, 0, 8}}},
-        {"an upload request", 3, TextureFormat::ETC1_Alpha, 16, {{4, 4, 0, 8}}},
-        {"no such format", 3, 17, 16, {{4, 4, 0, 16}}},
+    std::tuple<char const*, Sizes, int, unsigned int, std::vector<MipLevel>> const cases[] = {
+        {"used beyond the width", {5, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
+        {"used beyond the height", {3, 5, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
+        {"no width used", {0, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
+        {"no height used", {3, 0, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, 16}}},
+        {"too wide", {1, 1, 16385, 1}, TextureFormat::Alpha8, 16385, {{16385, 1, 0, 16385}}},
+        {"too high", {1, 1, 1, 16385}, TextureFormat::Alpha8, 16385, {{1, 16385, 0, 16385}}},
+        {"no level", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {}},
+        {"a level too short", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, 15}}},
+        {"a level past the end", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 1, 16}}},
+        {"a level before the start", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, -1, 16}}},
+        {"a level of less than nothing", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, 0, -16}}},
+        {"an offset that overflows", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 4, INT_MAX, INT_MAX}}},
+        {"a level of another width", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{2, 4, 0, 8}}},
+        {"a level of another height", {3, 2, 4, 4}, TextureFormat::Alpha8, 16, {{4, 2, 0, 8}}},
+        {"no halves", {3, 2, 4, 4}, TextureFormat::Alpha8, 20, {{4, 4, 0, 16}, {1, 1, 16, 1}}},
+        {"less than a texel", {1, 1, 1, 1}, TextureFormat::Alpha8, 2, {{1, 1, 0, 1}, {1, 1, 1, 1}}},
+        {"no room for the alpha plane", {3, 2, 4, 4}, TextureFormat::ETC1_RGBA, 15, {{4, 4, 0, 8}}},
+        {"an upload request", {3, 2, 4, 4}, TextureFormat::ETC1_Alpha, 16, {{4, 4, 0, 8}}},
+        {"no such format", {3, 2, 4, 4}, 17, 16, {{4, 4, 0, 16}}},
     };
-    for (auto const& c : cases) {
-        EXPECT_FALSE(SetImage(*pTexture, c.m_nUsedWidth, c.m_nFormat, c.m_levels, c.m_nSize)) << c.m_pWhat;
-        EXPECT_EQ(Describe(*pTexture), before) << c.m_pWhat;
+    for (auto const& [pWhat, sizes, nFormat, nSize, levels] : cases) {
+        EXPECT_FALSE(SetImage(*pTexture, sizes, nFormat, levels, nSize)) << pWhat;
+        EXPECT_EQ(Describe(*pTexture), before) << pWhat;
     }
+    EXPECT_TRUE(SetImage(*pTexture, {1, 2, 1, 2}, TextureFormat::Alpha8, {{1, 2, 0, 2}, {1, 1, 2, 1}}, 3));
+    EXPECT_TRUE(SetImage(*pTexture, {2, 1, 2, 1}, TextureFormat::Alpha8, {{2, 1, 0, 2}, {1, 1, 2, 1}}, 3));
 }
 
 TEST(Texture, TakesNoSizeOrNumberOfSurfacesThatItCannotHave) {
     Ref<TestTexture> const pTexture(new TestTexture);
     pTexture->SetSize(8, 4);
     pTexture->SetUsedSize(5, 3);
-    pTexture->SetWantedSurfaces(1);
     TraceLog log;
+    for (int nSurfaces : {2, -1, 0, 1, 3}) {
+        pTexture->SetWantedSurfaces(nSurfaces);
+    }
     pTexture->SetUsedSize(9, 3);
+    pTexture->SetUsedSize(5, 5);
     pTexture->SetUsedSize(5, 0);
-    pTexture->SetWantedSurfaces(3);
-    pTexture->SetWantedSurfaces(-1);
-    EXPECT_EQ(log.Messages().size(), 4u);
+    pTexture->SetUsedSize(0, 3);
+    EXPECT_EQ(log.Messages().size(), 6u);
     EXPECT_EQ(Describe(*pTexture), "5x3 of 8x4 format 0 stride 16 size 0 ");
     EXPECT_EQ(pTexture->GetWantedSurfaces(), 1);
 }
