@@ -3,8 +3,8 @@
 #include "SurfaceTest.h"
 
 #include "JObject.h"
+#include "kelvo_test/JavaMachine.h"
 #include "kelvo_test/Threads.h"
-#include "trevik/jni/VM.h"
 
 #include <GraphicsJNI.h>
 #include <SkBitmap.h>
@@ -13,7 +13,6 @@
 #include <algorithm>
 #include <cstring>
 #include <map>
-#include <type_traits>
 
 namespace {
 
@@ -46,46 +45,29 @@ protected:
 
 int ArrayPixels::s_nDeleted = 0;
 
-/** A stand-in for a Java virtual machine, as far as bitmaps go: objects are addresses of anything. */
-class FakeJava {
+/** A stand-in for a Java virtual machine, as far as bitmaps go. */
+class FakeJava : public ::kelvo::test::JavaMachine {
 public:
     FakeJava() {
-        s_pJava = this;
-        m_invoke.GetEnv = [](JavaVM*, void** ppEnv, jint) {
-            *ppEnv = &s_pJava->m_env;
-            return jint(JNI_OK);
-        };
-        m_vm.functions = &m_invoke;
-        m_functions.FindClass = [](JNIEnv*, char const*) -> jclass {
-            return static_cast<jclass>(s_pJava->m_fClass ? &s_pJava->m_class : nullptr);
-        };
-        m_functions.NewGlobalRef = [](JNIEnv*, jobject object) {
-            ++s_pJava->m_nGlobals;
-            return object;
-        };
-        m_functions.DeleteGlobalRef = [](JNIEnv*, jobject) { --s_pJava->m_nGlobals; };
-        m_functions.DeleteLocalRef = [](JNIEnv*, jobject) {};
-        m_functions.IsInstanceOf = [](JNIEnv*, jobject, jclass) { return jboolean(s_pJava->m_fBitmap); };
-        m_functions.ExceptionCheck = [](JNIEnv*) { return jboolean(JNI_FALSE); };
         m_functions.GetMethodID = [](JNIEnv*, jclass, char const*, char const* pSignature) {
-            return std::string(pSignature) == "(JZ[BI)V" ? reinterpret_cast<jmethodID>(&s_pJava->m_class)
+            return std::string(pSignature) == "(JZ[BI)V" ? reinterpret_cast<jmethodID>(&Self().m_class)
                                                          : nullptr;
         };
         m_functions.RegisterNatives = [](JNIEnv*, jclass, JNINativeMethod const* pNatives, jint nCount) {
             for (jint i = 0; i < nCount; ++i)
-                s_pJava->m_natives[pNatives[i].name] = pNatives[i].fnPtr;
+                Self().m_natives[pNatives[i].name] = pNatives[i].fnPtr;
             return jint(JNI_OK);
         };
         m_functions.NewObjectA = [](JNIEnv*, jclass, jmethodID, jvalue const* pArguments) -> jobject {
-            if (!s_pJava->m_fMakes)
+            if (!Self().m_fMakes)
                 return nullptr;
-            s_pJava->m_bitmap = pArguments[0].j;
-            s_pJava->m_fMutable = pArguments[1].z;
-            s_pJava->m_nDensity = pArguments[3].i;
-            return &s_pJava->m_object;
+            Self().m_bitmap = pArguments[0].j;
+            Self().m_fMutable = pArguments[1].z;
+            Self().m_nDensity = pArguments[3].i;
+            return &Self().m_object;
         };
         m_functions.ThrowNew = [](JNIEnv*, jclass, char const* pMessage) {
-            s_pJava->m_thrown.push_back(pMessage);
+            Self().m_thrown.push_back(pMessage);
             return jint(0);
         };
         // An array is the address of a vector.
@@ -97,16 +79,9 @@ public:
                                            jint const* pSource) {
             std::copy_n(pSource, nCount, At(array, nStart));
         };
-        m_env.functions = &m_functions;
-        jni::VM::SetJavaVM(&m_vm);
-        jni::VM::RegisterClass(&jni::android::graphics::Bitmap::GetClass());
-        m_nGlobals = 0;
+        m_nGlobals = 0; // but for the classes'
     }
-    ~FakeJava() {
-        Free();
-        jni::VM::SetJavaVM(nullptr);
-        s_pJava = nullptr;
-    }
+    ~FakeJava() { Free(); }
 
     /** What Java does when it collects the bitmap. */
     void Free() {
@@ -122,14 +97,10 @@ public:
     }
     SkBitmap const& Bitmap() const { return *reinterpret_cast<SkBitmap const*>(m_bitmap); }
 
-    JNIEnv m_env = {};
-    bool m_fClass = true;
     bool m_fMakes = true;
-    bool m_fBitmap = true; ///< objects are bitmaps
     bool m_fMutable = false;
     int m_nDensity = 0;
     std::map<std::string, void*> m_natives;
-    int m_nGlobals = 0;
     jlong m_bitmap = 0;
     Strings m_thrown;
 
@@ -138,17 +109,8 @@ private:
         return &reinterpret_cast<std::vector<jint>*>(static_cast<jobject>(array))->at(std::size_t(n));
     }
 
-    static FakeJava* s_pJava;
-
-    _jclass m_class;
-    _jobject m_object;
-    // Their names are not the same in every jni.h.
-    std::remove_const_t<std::remove_pointer_t<decltype(JavaVM::functions)>> m_invoke = {};
-    std::remove_const_t<std::remove_pointer_t<decltype(JNIEnv::functions)>> m_functions = {};
-    JavaVM m_vm = {};
+    static FakeJava& Self() { return static_cast<FakeJava&>(*s_pMachine); }
 };
-
-FakeJava* FakeJava::s_pJava = nullptr;
 
 TEST(Bitmap, LocksOfPixelsAreCountedOnAllThreadsAndThePixelsGoWithTheirLastOwner) {
     ArrayPixels::s_nDeleted = 0;
@@ -309,7 +271,7 @@ TEST_F(JavaBitmap, PixelsThatCannotBeHadAreAnException) {
 TEST_F(JavaBitmap, IsFreedWhenJavaCannotMakeIt) {
     m_java.m_fMakes = false;
     for (bool const fClass : {false, true}) {
-        m_java.m_fClass = fClass;
+        m_java.m_fFindsClasses = fClass;
         ArrayPixels::s_nDeleted = 0;
         auto* const pBitmap = new SkBitmap;
         pBitmap->setPixelRef(new ArrayPixels(4))->unref();
@@ -340,7 +302,7 @@ TEST_F(JavaBitmap, IsHeldByOneGlobalReferenceOfEachObject) {
     }
     count();
     EXPECT_EQ(globals, (std::vector<int>{1, 2, 2, 2, 2, 0}));
-    m_java.m_fBitmap = false;
+    m_java.m_fInstances = false;
     EXPECT_TRUE(pTexture->CreateJavaBitmapFromTexture(0).IsEmpty()) << "of another class";
     EXPECT_EQ(m_java.m_nGlobals, 0);
 }
