@@ -5,8 +5,6 @@
 #include "TextureGL2.h"
 #include "kelvo_test/Diagnostics.h"
 
-#include <functional>
-
 namespace {
 
 using namespace recording;
@@ -26,13 +24,9 @@ protected:
                                                   u"uniform mat4 mMatrix;\n"
                                                   u"void main() { gl_Position = mMatrix * vInPosition; }\n");
         m_pProgram->SetSource(ShaderType::Fragment,
-                              u"uniform sampler2D sA;\nuniform sampler2D sB;\nuniform sampler2D sC;\n"
-                              u"uniform sampler2D sD;\nuniform sampler2D sE;\n"
-                              u"uniform vec4 v4;\n"
-                              u"void main() {\n"
-                              u"    gl_FragColor = texture2D(sA, v4) + texture2D(sB, v4) + texture2D(sC, v4) "
-                              u"+ texture2D(sD, v4) + texture2D(sE, v4);\n"
-                              u"}\n");
+                              u"uniform sampler2D sA, sB, sC, sD, sE; uniform vec4 v4;\n"
+                              u"void main() { gl_FragColor = texture2D(sA, v4) + texture2D(sB, v4) + "
+                              u"texture2D(sC, v4) + texture2D(sD, v4) + texture2D(sE, v4); }\n");
         m_pProgram->SetVertexAttributeIndex(u"vInPosition", VertexAttributeIndex::Position);
         m_pProgram->SetVertexAttributeIndex(u"vInTexture", VertexAttributeIndex::EdgeEquation1);
     }
@@ -57,28 +51,18 @@ TEST_F(ShaderProgram, AnyTypeButVertexReplacesTheFragmentSource) {
 }
 
 TEST_F(ShaderProgram, GivesUpQuietlyWithTheProgramObjectLeftWhereThereIsNothingToCompile) {
-    struct Case {
-        char const* name;
-        std::function<void(ShaderProgramGL2&)> prepare;
-        bool compiler;
-    };
     static char const s_binary[4] = {};
-    Case const cases[] = {
-        {"a binary", [](ShaderProgramGL2& program) { program.SetBinary(s_binary, 4); }, true},
-        {"no compiler", [](ShaderProgramGL2&) {}, false},
-        {"no vertex source", [](ShaderProgramGL2& program) { program.SetSource(ShaderType::Vertex, u""); },
-         true},
-        {"no fragment source",
-         [](ShaderProgramGL2& program) { program.SetSource(ShaderType::Fragment, u""); }, true},
-    };
-    for (Case const& test : cases) {
-        SCOPED_TRACE(test.name);
+    for (std::string const what : {"a binary", "no compiler", "no vertex source", "no fragment source"}) {
+        SCOPED_TRACE(what);
         Reset();
-        SetShaderCompiler(test.compiler);
+        SetShaderCompiler(what != "no compiler");
         Ref<ShaderProgramGL2> pProgram(new ShaderProgramGL2);
-        pProgram->SetSource(ShaderType::Vertex, u"void main() {}");
-        pProgram->SetSource(ShaderType::Fragment, u"void main() {}");
-        test.prepare(*pProgram);
+        String16 const source(u"void main() {}");
+        pProgram->SetSource(ShaderType::Vertex, what == "no vertex source" ? String16() : source);
+        pProgram->SetSource(ShaderType::Fragment, what == "no fragment source" ? String16() : source);
+        if (what == "a binary") {
+            pProgram->SetBinary(s_binary, 4);
+        }
         EXPECT_FALSE(pProgram->Compile());
         EXPECT_CALLS("glGetBooleanv", "glCreateProgram");
         EXPECT_EQ(Counts(Object::Program).live, 1);
