@@ -6,9 +6,6 @@
 #include <GraphicsJNI.h>
 #include <SkBitmap.h>
 
-#include <atomic>
-#include <thread>
-
 namespace kelvo::test {
 namespace {
 
@@ -17,7 +14,6 @@ using trevik::Ref;
 
 constexpr int BitmapWidth = 21; // rows in memory are longer
 constexpr int BitmapHeight = 9;
-constexpr int PictureCount = 40;
 
 /** 8 bits cut to the upper `nBits` and spread over all 8 again. */
 double Cut(int value, int nBits) {
@@ -84,47 +80,6 @@ TEST_F(JavaBitmaps, WhatJavaDrawsIsSeenUprightInEachFormat) {
             Root().Detach(pSprite.Get());
         }
     }
-}
-
-TEST_F(JavaBitmaps, PaintedOnAnotherThreadOneIsWholeWhenItIsSwappedAndTheOtherUntouched) {
-    AddSprite(Root(), 7, 5, m_pTexture);
-    jclass const bitmapClass = FindClass("android/graphics/Bitmap");
-    jmethodID const eraseColor = Env()->GetMethodID(bitmapClass, "eraseColor", "(I)V");
-    JavaBitmap const bitmaps[] = {m_pTexture->CreateJavaBitmapFromTexture(0),
-                                  m_pTexture->CreateJavaBitmapFromTexture(1)};
-    int nCurrent = m_pTexture->Current();
-    std::atomic<int> nPainted{0}, nTaken{0};
-    std::thread producer([&] {
-        OnNativeThread([&](JNIEnv* env) {
-            for (int n = 1; n <= PictureCount; ++n) {
-                jobject const bitmap = bitmaps[(nCurrent + n - 1) % 2].Get();
-                // Half-done pictures are told by the first colour.
-                for (jint colour : {jint(0xFF000000), jint(0xFF000000) + n * 0x050301}) {
-                    env->CallVoidMethod(bitmap, eraseColor, colour);
-                    EXPECT_EQ(TakeException(env), "");
-                }
-                nPainted = n;
-                while (nTaken < n)
-                    std::this_thread::yield();
-            }
-        });
-    });
-    for (int nShown = 0; nShown < PictureCount;) {
-        if (nPainted > nShown) {
-            m_pTexture->Swap();
-            nTaken = ++nShown;
-        }
-        // The next picture is being painted into the other surface now.
-        Image const frame = DrawFrame();
-        if (nShown > 0) {
-            Canvas canvas(Width, Height);
-            canvas.Blend(7, 5,
-                         Image(BitmapWidth, BitmapHeight,
-                               {std::uint8_t(nShown * 5), std::uint8_t(nShown * 3), std::uint8_t(nShown)}));
-            EXPECT_TRUE(CompareImages(frame, canvas.Picture(), Rounding)) << nShown;
-        }
-    }
-    producer.join();
 }
 
 TEST_F(JavaBitmaps, RefuseWhatIsOutsideAndKeepTheirPixelsWhenTheTextureIsGone) {

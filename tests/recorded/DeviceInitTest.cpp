@@ -122,61 +122,34 @@ TEST_F(DeviceInit, ClearResetsTheAlphaTestAndTheActiveProgram) {
     EXPECT_FALSE(Device().IsAlphaTestEnabled());
 }
 
-/** What follows looks at statics that outlive devices: each runs in a process of its own. */
-class DeviceExtensions : public DeviceInit {
-protected:
-    DeviceExtensions() { GTEST_FLAG_SET(death_test_style, "threadsafe"); }
-
-    [[noreturn]] static void Leave() { std::_Exit(::testing::Test::HasFailure() ? 1 : 0); }
-};
-
-TEST_F(DeviceExtensions, AreLookedUpOnceAndWrapped) {
+TEST_F(DeviceInit, ExtensionsAreLookedUpUntilTheFirstIsFoundAndWrapped) {
+    // What they are kept in outlives devices: this runs in a process of its own.
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    auto const create = [] {
+        static int s_buffer = 0;
+        return GraphicsDeviceGL2::eglCreateImageKHR(GetEglState().display, EGL_NO_CONTEXT,
+                                                    EGL_NATIVE_BUFFER_ANDROID, &s_buffer, nullptr);
+    };
+    auto const destroy = [] { return GraphicsDeviceGL2::eglDestroyImageKHR(nullptr, nullptr); };
     EXPECT_EXIT(
         {
-            EXPECT_EQ(GraphicsDeviceGL2::eglCreateImageKHR(nullptr, nullptr, 0, nullptr, nullptr),
-                      EGL_NO_IMAGE_KHR);
-            EXPECT_EQ(GraphicsDeviceGL2::eglDestroyImageKHR(nullptr, nullptr),
-                      static_cast<EGLBoolean>(EGL_FALSE));
-            EXPECT_CALLS();
-            ASSERT_TRUE(InitializeDevice());
-            EXPECT_TRUE(CallsInOrder({"glDisable(GL_DEPTH_TEST)", "eglGetProcAddress(\"eglCreateImageKHR\")",
-                                      "eglGetProcAddress(\"eglDestroyImageKHR\")"}));
-            Clear();
-            GraphicsDeviceGL2::InitializeExtensions();
-            EXPECT_CALLS();
-            EGLDisplay const display = GetEglState().display;
-            static int s_buffer = 0;
-            EGLImageKHR const image = GraphicsDeviceGL2::eglCreateImageKHR(
-                display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID, &s_buffer, nullptr);
-            EXPECT_NE(image, EGL_NO_IMAGE_KHR);
-            EXPECT_EQ(GraphicsDeviceGL2::eglDestroyImageKHR(display, image),
-                      static_cast<EGLBoolean>(EGL_TRUE));
-            EXPECT_CALLS("eglCreateImageKHR(display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID, *, NULL)",
-                         "eglDestroyImageKHR(display, image1)");
-            Leave();
-        },
-        ::testing::ExitedWithCode(0), "");
-}
-
-TEST_F(DeviceExtensions, AFailedLookUpIsTracedAndTriedAgain) {
-    EXPECT_EXIT(
-        {
+            EXPECT_EQ(create(), EGL_NO_IMAGE_KHR);
             SetProcAddress("eglCreateImageKHR", false);
-            GraphicsDeviceGL2::InitializeExtensions();
-            EXPECT_EQ(m_diagnostics.Messages(), Strings{"Couldn't find eglCreateImageKHR"});
+            ASSERT_TRUE(InitializeDevice());
+            EXPECT_TRUE(
+                CallsInOrder({"glDisable(GL_DEPTH_TEST)", "eglGetProcAddress(\"eglCreateImageKHR\")"}));
+            EXPECT_EQ(m_diagnostics.Messages().back(), "Couldn't find eglCreateImageKHR");
             SetProcAddress("eglCreateImageKHR", true);
             SetProcAddress("eglDestroyImageKHR", false);
             m_diagnostics.Forget();
             GraphicsDeviceGL2::InitializeExtensions();
             EXPECT_EQ(m_diagnostics.Messages(), Strings{"Couldn't find eglDestroyImageKHR"});
-            // The first function is there now, so nothing is looked up any more.
+            Clear();
             GraphicsDeviceGL2::InitializeExtensions();
-            EXPECT_CALLS(
-                "eglGetProcAddress(\"eglCreateImageKHR\")", "eglGetProcAddress(\"eglDestroyImageKHR\")",
-                "eglGetProcAddress(\"eglCreateImageKHR\")", "eglGetProcAddress(\"eglDestroyImageKHR\")");
-            EXPECT_EQ(GraphicsDeviceGL2::eglDestroyImageKHR(nullptr, nullptr),
-                      static_cast<EGLBoolean>(EGL_FALSE));
-            Leave();
+            EXPECT_NE(create(), EGL_NO_IMAGE_KHR);
+            EXPECT_EQ(destroy(), static_cast<EGLBoolean>(EGL_FALSE));
+            EXPECT_CALLS("eglCreateImageKHR(display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID, *, NULL)");
+            std::_Exit(HasFailure() ? 1 : 0);
         },
         ::testing::ExitedWithCode(0), "");
 }

@@ -17,7 +17,6 @@ using namespace trevik::kelvo;
 struct Counters {
     int created = 0;
     std::vector<int> order; ///< in which they were destroyed, by the order of their creation
-    bool fail = false;
 };
 
 Counters g_counters;
@@ -26,27 +25,10 @@ class CountedResource : public EffectResource {
 public:
     CountedResource() : m_nNumber(g_counters.created++) {}
     ~CountedResource() override { g_counters.order.push_back(m_nNumber); }
-    bool Init(GraphicsDevice&) override { return !g_counters.fail; }
+    bool Init(GraphicsDevice&) override { return true; }
 
 private:
     int m_nNumber;
-};
-
-/** Has a program of its own, which it leaves active. */
-class ProgramResource : public CountedResource {
-public:
-    ShaderProgramGL2* GetProgram() { return m_pProgram.Get(); }
-
-    bool Init(GraphicsDevice& device) override {
-        m_pProgram->SetSource(ShaderType::Vertex, u"void main() {}");
-        m_pProgram->SetSource(ShaderType::Fragment, u"void main() {}");
-        m_pProgram->Compile();
-        static_cast<GraphicsDeviceGL2&>(device).SetActiveShader(m_pProgram.Get());
-        return CountedResource::Init(device);
-    }
-
-private:
-    Ref<ShaderProgramGL2> m_pProgram{new ShaderProgramGL2};
 };
 
 constexpr unsigned int First = HashName("FirstCountedResource");
@@ -80,32 +62,6 @@ TEST_F(EffectCache, ResourcesGoInTheOrderInWhichTheyCame) {
         EXPECT_EQ(pHeld->GetReferenceCount(), 1);
         pHeld.Reset();
         EXPECT_EQ(g_counters.order, (std::vector<int>{0, 2, 1}));
-    }
-}
-
-TEST_F(EffectCache, AResourceGoesWithItsProgramThoughThatIsTheActiveOne) {
-    BringUp();
-    constexpr unsigned int Owner = HashName("ProgramResource");
-    m_registry.AddClassContainer(new ClassContainerT<ProgramResource>(Owner));
-    enum class Way { Released, Failing, HeldAndDrawnWith };
-    for (Way const way : {Way::Released, Way::Failing, Way::HeldAndDrawnWith}) {
-        SCOPED_TRACE(static_cast<int>(way));
-        g_counters.fail = way == Way::Failing;
-        Clear();
-        ProgramResource* const pMade = static_cast<ProgramResource*>(Device().GetEffectResource(Owner));
-        EXPECT_EQ(pMade == nullptr, g_counters.fail);
-        Ref<ProgramResource> pHeld(way == Way::HeldAndDrawnWith ? pMade : nullptr);
-        Device().ReleaseEffectResources();
-        if (pHeld) {
-            Device().SetActiveShader(nullptr);
-            Device().SetActiveShader(pHeld->GetProgram());
-            pHeld.Reset(); // the last effect that drew with it is gone
-        }
-        EXPECT_TRUE(CallsInOrder({"glUseProgram(0)", "glDeleteProgram"}));
-        EXPECT_EQ(GetState().program, 0u);
-        Device().SetActiveShader(Device().GetShader(-1)); // looks at the one that was active
-        EXPECT_EQ(GetState().program, ProgramName(0));
-        Device().SetActiveShader(nullptr);
     }
 }
 

@@ -155,7 +155,8 @@ TEST(Bitmap, ConfigurationsThatCannotBeMakeItEmpty) {
         int expected; ///< bytes from row to row; -1: it is empty
     } const cases[] = {
         {SkBitmap::kARGB_8888_Config, 5, 3, 0, 20},  {SkBitmap::kARGB_8888_Config, 5, 3, 64, 64},
-        {SkBitmap::kARGB_8888_Config, 0, 3, 0, 0},   {SkBitmap::kRGB_565_Config, 5, 3, 0, 10},
+        {SkBitmap::kARGB_8888_Config, 0, 3, 0, 0},   {SkBitmap::kARGB_8888_Config, 5, 0, 0, 20},
+        {SkBitmap::kIndex8_Config, 5, 3, 0, 5},      {SkBitmap::kRGB_565_Config, 5, 3, 0, 10},
         {SkBitmap::kARGB_4444_Config, 5, 3, 10, 10}, {SkBitmap::kA8_Config, 5, 3, 0, 5},
         {SkBitmap::kA1_Config, 9, 3, 0, 2},          {SkBitmap::kNo_Config, 5, 3, 48, 48},
         {SkBitmap::kARGB_8888_Config, 5, 3, 19, -1}, {SkBitmap::kARGB_8888_Config, -1, 3, 0, -1},

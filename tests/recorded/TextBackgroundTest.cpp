@@ -103,6 +103,7 @@ TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {
 
 TEST_F(TextBackground, ATextWithoutOneIsNotWatched) {
     Draw(*m_pText);
+    EXPECT_EQ(Device().GetTransformMatrix(), Matrix4T<RealFloat>::Identity) << "it takes its own off again";
     AddSprite();
     EXPECT_TRUE(m_pText->GetBoxProperty().GetChangeEvent().IsEmpty()) << "before the first draw";
     EXPECT_TRUE(m_pText->GetRenderSizeProperty().GetChangeEvent().IsEmpty());
