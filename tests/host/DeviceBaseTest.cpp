@@ -47,13 +47,14 @@ TEST(DeviceBase, OpacitiesAndTransformsAreStackedUntilTheFrameEnds) {
 
 TEST(DeviceBase, HitsAreSortedAndOfEqualOnesTheLastComesFirst) {
     TestDevice device;
-    Ref<TestSprite> sprites[5];
-    RealFloat const distances[] = {5, RealFloat(5.00001), 2, 9, 5};
+    Ref<TestSprite> sprites[10];
+    RealFloat const distances[] = {
+        5, RealFloat(5.0004), 2, 9, RealFloat(9.0012), RealFloat(0.5), RealFloat(0.5), -5, -5, 5};
     List<SelectionPoint> hits;
     device.PushSelected(nullptr, Vector2(), 1); // not selecting: ignored
     device.SetSelectionMode(Vector2(7, 8), &hits);
     EXPECT_EQ(device.GetSelectionPoint(), Vector2(7, 8));
-    for (int n = 0; n < 5; ++n) {
+    for (int n = 0; n < 10; ++n) {
         sprites[n] = Make<TestSprite>(std::to_string(n).c_str());
         device.PushSelected(sprites[n].Get(), Vector2(), distances[n]);
     }
@@ -61,7 +62,7 @@ TEST(DeviceBase, HitsAreSortedAndOfEqualOnesTheLastComesFirst) {
     for (SelectionPoint const& hit : hits) {
         names += TestDevice::NameOf(*hit.m_pNode);
     }
-    EXPECT_EQ(names, "24103");
+    EXPECT_EQ(names, "8765291034");
 }
 
 TEST(DeviceBase, EffectResourcesComeFromTheDefaultRegistry) {

@@ -44,14 +44,14 @@ TEST(DocumentFile, EachFaultHasItsMessage) {
         {"", Wrap(1, 16, Bytes(16), 0xcd00e82c)},
         {"not a scene document", {}},
         {"not a scene document", Bytes(100)},
-        {"cut short: 12 bytes", {'K', 'E', 'L', 'V', 'O', 'D', 'O', 'C', 2, 0, 0, 0}},
+        {"cut short: 8 bytes", {'K', 'E', 'L', 'V', 'O', 'D', 'O', 'C'}},
         {"version 3; this program reads versions 0 to 2", Wrap(3, 16, Bytes(16))},
         {"version 4294967295; this program reads versions 0 to 2", Wrap(0xffffffffu, 16, Bytes(16))},
         {"damaged: holds 16 bytes of content, not the 17 it names", Wrap(2, 17, Bytes(16))},
         {"damaged: holds 16 bytes of content, not the 15 it names", Wrap(2, 15, Bytes(16))},
         {"damaged: holds 16 bytes of content, not the 4294967295 it names", Wrap(2, -1u, Bytes(16))},
         {"damaged: the checksum does not match", Wrap(1, 16, Bytes(16), 0xcd00e82d)},
-        {"malformed at byte 16: the document ends within a node", Wrap(2, 3, Bytes(3), 0x42f44101)},
+        {"malformed at byte 16: the document ends within a node", Wrap(2, 0, {}, 0x4dacfbea)},
         {"malformed at byte 32: bytes are left over behind the document", Wrap(2, 20, Bytes(20), 0xe25c69f7)},
     };
     for (auto const& [sFault, bytes] : cases) {
@@ -109,6 +109,7 @@ TEST_F(DocumentFileOnDisk, SavingKeepsLinksAndPermissions) {
     fs::create_symlink(folder / "near", folder / "link");
     EXPECT_EQ(Save("link", 5), "") << "there is no file yet";
     EXPECT_EQ(Load("far/scene"), m_five);
+    EXPECT_EQ(fs::status(folder / "far/scene").permissions() & fs::perms(0700), fs::perms(0600));
     fs::permissions(folder / "far/scene", fs::perms(0604));
     EXPECT_EQ(Save("link", 6), "");
     EXPECT_EQ(Load("far/scene"), m_six);

@@ -117,12 +117,17 @@ TEST(FontMemory, ReportsGlyphsKerningMeshesAndPagesOnce) {
     font.AddGlyph(MakeGlyph('A', pPage));
     font.AddGlyph(MakeGlyph('B', pPage, 0));
     font.SetKerning('A', 'B', 1);
+    font.SetKerning('A', 'C', 1);
+    font.SetKerning('A', 'C', 0); // none any more
+    Animate<RealFloat>(font.GetUnderlineThicknessProperty(), 0, {1});
     font.AddMesh(MakeMesh(4, {0, 1, 2, 0, 2, 3}));
     MemoryTracer ofPage;
     ofPage.EmitObject(pPage.Get());
     MemoryTracer tracer;
     tracer.EmitObject(&font);
     EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), ofPage.GetBytes(MemoryType::Texture));
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Object), ofPage.GetBytes(MemoryType::Object) + sizeof(Font));
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Property), sizeof(SampleController<RealFloat>) + sizeof(RealFloat));
     EXPECT_EQ(tracer.GetBytes(MemoryType::Geometry), 4 * sizeof(Vector3) + 6 * sizeof(unsigned short));
     EXPECT_EQ(tracer.GetBytes(MemoryType::Font), 2 * (sizeof(Glyph*) + sizeof(Glyph)) + sizeof(KerningPair) +
                                                      sizeof(GlyphMesh*) + sizeof(GlyphMesh));
