@@ -65,9 +65,8 @@ struct Held : Referenced {
 /** A class, and how its objects are dealt with. */
 struct Subject {
     std::string m_name;
-    std::function<Ref<Referenced>()> m_make;     ///< as it is at first
-    std::function<Ref<Referenced>()> m_makeFull; ///< with values of its own wherever it has values
-    bool m_fKept;                                ///< a load that fails leaves it as it was
+    bool m_fKept;                                      ///< a load that fails leaves it as it was
+    std::function<Ref<Referenced>(bool fFull)> m_make; ///< with values of its own wherever it has values
     std::function<bool(Referenced&, Serializer&)> m_save;
     std::function<bool(Referenced&, Deserializer&)> m_load;
     std::function<Referenced*(Referenced const&)> m_copy; ///< none for what is not copied
@@ -75,22 +74,20 @@ struct Subject {
 
 template <class T>
 Subject MakeSubject(char const* pName, bool fKept, std::function<void(T&)> const& fill) {
-    Subject subject;
-    subject.m_name = pName;
-    subject.m_fKept = fKept;
-    subject.m_make = [] { return Ref<Referenced>(new T); };
-    subject.m_makeFull = [fill] {
+    auto const make = [fill](bool fFull) {
         Ref<T> const pObject(new T);
-        fill(*pObject);
+        fFull ? fill(*pObject) : void();
         return Ref<Referenced>(pObject.Get());
     };
-    subject.m_save = [](Referenced& object, Serializer& serializer) {
-        return static_cast<T&>(object).Save(serializer);
-    };
-    subject.m_load = [](Referenced& object, Deserializer& deserializer) {
-        return static_cast<T&>(object).Load(deserializer);
-    };
-    return subject;
+    return {
+        pName,
+        fKept,
+        make,
+        [](Referenced& object, Serializer& serializer) { return static_cast<T&>(object).Save(serializer); },
+        [](Referenced& object, Deserializer& deserializer) {
+            return static_cast<T&>(object).Load(deserializer);
+        },
+        {}};
 }
 
 template <class T>
@@ -354,7 +351,7 @@ std::string WordOf(unsigned int nID) {
  */
 class Report {
 public:
-    explicit Report(Subject const& subject) : m_subject(subject), m_pFull(subject.m_makeFull()) {
+    explicit Report(Subject const& subject) : m_subject(subject), m_pFull(subject.m_make(true)) {
         m_tree = Tree::Of(Save(subject, *m_pFull));
         Write(m_tree, "  ");
         for (std::string const& line : m_lines) {
@@ -409,7 +406,7 @@ private:
     }
     char Try() {
         TraceLog ofSaving;
-        Ref<Referenced> const pObject(m_subject.m_make());
+        Ref<Referenced> const pObject(m_subject.m_make(false));
         Bytes const before = Flatten(Save(m_subject, *pObject));
         bool fLoaded = false;
         {
@@ -420,7 +417,7 @@ private:
         }
         Ref<DocumentNode> const pAgain = Save(m_subject, *pObject);
         if (fLoaded) { // what can be loaded can be saved
-            Ref<Referenced> const pOther(m_subject.m_make());
+            Ref<Referenced> const pOther(m_subject.m_make(false));
             EXPECT_TRUE(pAgain && Load(m_subject, *pOther, pAgain)) << m_subject.m_name;
         } else if (m_subject.m_fKept) {
             EXPECT_EQ(Flatten(pAgain), before) << m_subject.m_name << ": as it was";
@@ -481,10 +478,10 @@ TEST(Contracts, WhatIsLoadedOrCopiedSavesTheSameAndWithoutMemoryIsWholeOrNone) {
     TraceLog log;
     for (Subject const& subject : MakeSubjects()) {
         SCOPED_TRACE(subject.m_name);
-        Ref<Referenced> const pFull = subject.m_makeFull();
+        Ref<Referenced> const pFull = subject.m_make(true);
         Ref<DocumentNode> const pDocument = Save(subject, *pFull);
         Bytes const saved = Flatten(pDocument);
-        Bytes const empty = Flatten(Save(subject, *subject.m_make()));
+        Bytes const empty = Flatten(Save(subject, *subject.m_make(false)));
         EXPECT_NE(saved, empty) << "nothing to lose";
         WithMoreAndMoreMemory("save", [&](auto begin, auto end) {
             begin();
@@ -494,7 +491,7 @@ TEST(Contracts, WhatIsLoadedOrCopiedSavesTheSameAndWithoutMemoryIsWholeOrNone) {
             return bool(pSaved);
         });
         WithMoreAndMoreMemory("load", [&](auto begin, auto end) {
-            Ref<Referenced> const pLoaded = subject.m_make();
+            Ref<Referenced> const pLoaded = subject.m_make(false);
             begin();
             bool const fLoaded = Load(subject, *pLoaded, pDocument);
             end();
@@ -504,7 +501,7 @@ TEST(Contracts, WhatIsLoadedOrCopiedSavesTheSameAndWithoutMemoryIsWholeOrNone) {
             return fLoaded;
         });
         WithMoreAndMoreMemory("copy", [&](auto begin, auto end) {
-            Ref<Referenced> pOriginal = subject.m_makeFull();
+            Ref<Referenced> pOriginal = subject.m_make(true);
             begin();
             Ref<Referenced> const pCopy(subject.m_copy ? subject.m_copy(*pOriginal) : pOriginal.Get());
             end();

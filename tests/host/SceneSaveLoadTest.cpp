@@ -5,7 +5,6 @@
 
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
-#include "kelvo_host/RenderObserver.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/TemporaryFolder.h"
 #include "trevik/Allocation.h"
@@ -213,6 +212,9 @@ TEST(Scene, ShowsAFrameWhateverCameBefore) {
     inner.SetFrame(9);
     sample.m_scene.Update(sample.m_device, 30);
     EXPECT_EQ(inner.GetFrame(), 9) << "the same frame is no step back";
+    sample.m_scene.SetRoot(sample.m_pRoot);
+    sample.m_scene.Update(sample.m_device, 40);
+    EXPECT_NEAR(inner.GetFrame(), 9 + 4, 1e-4) << "shown from the first frame on";
 }
 
 TEST(Scene, DrawsWholeFrames) {
@@ -225,20 +227,6 @@ TEST(Scene, DrawsWholeFrames) {
                                         "leave inner", "leave root", "present", "process"}));
     EXPECT_EQ(sample.m_device.GetViewport(), RectangleT<int>(0, 0, 320, 200));
     EXPECT_EQ(sample.m_device.GetClearColor(), sample.m_scene.GetSettings().m_clearColor);
-}
-
-TEST(Scene, AnObserverHearsOfEachNodeThatIsDrawn) {
-    struct Observer : RenderObserver {
-        std::string m_heard;
-        void BeginNode(Node& node) override { m_heard += TestDevice::NameOf(node) + "("; }
-        void EndNode(Node&) override { m_heard += ")"; }
-    } observer;
-    Sample sample;
-    sample.m_scene.Update(sample.m_device, 0);
-    RenderObserver* const pBefore = RenderObserver::Set(&observer);
-    sample.m_pRoot->Render(sample.m_device);
-    RenderObserver::Set(pBefore);
-    EXPECT_EQ(observer.m_heard, "group(sprite()twin())inner()text()");
 }
 
 TEST(Scene, GivesTexturesTheSurfacesTheyWant) {

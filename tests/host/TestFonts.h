@@ -27,22 +27,19 @@ public:
 
 /** A glyph whose fields all differ, from each other and from those of other code points. */
 inline Glyph MakeGlyph(unsigned int nCodePoint, Ref<Texture> const& pTexture = nullptr, short nMesh = -1) {
-    Glyph glyph;
-    glyph.m_nCodePoint = nCodePoint;
-    glyph.m_nWidth = static_cast<unsigned short>(nCodePoint % 1000 + 1);
-    glyph.m_nHeight = static_cast<unsigned short>(nCodePoint % 1000 + 2);
-    glyph.m_nOffsetX = -3;
-    glyph.m_nOffsetY = 4;
-    glyph.m_nAdvance = static_cast<int>(nCodePoint) + 5;
-    glyph.m_pTexture = pTexture;
-    for (int n = 0; n < 4; ++n) {
-        glyph.m_textureRectangle[n] = RealFloat(0.125) * static_cast<RealFloat>(n + 1);
-    }
-    glyph.m_nMesh = nMesh;
-    glyph.m_rDivisorX = 6;
-    glyph.m_rDivisorY = 7;
-    glyph.m_origin = Vector2T<RealFloat>(RealFloat(8.5), RealFloat(-9.5));
-    return glyph;
+    return Glyph{nCodePoint,
+                 static_cast<unsigned short>(nCodePoint % 1000 + 1),
+                 static_cast<unsigned short>(nCodePoint % 1000 + 2),
+                 -3,
+                 4,
+                 static_cast<int>(nCodePoint) + 5,
+                 pTexture,
+                 {RealFloat(0.125), RealFloat(0.25), RealFloat(0.375), RealFloat(0.5)},
+                 false,
+                 nMesh,
+                 6,
+                 7,
+                 Vector2T<RealFloat>(RealFloat(8.5), RealFloat(-9.5))};
 }
 
 /** A mesh of the given indices into that many positions; its owner is who takes it. */

@@ -5,6 +5,7 @@
 #include "PropertyTestSupport.h"
 #include "TestFonts.h"
 #include "TextTestSupport.h"
+#include "kelvo_test/AllocationCounter.h"
 #include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
@@ -256,6 +257,19 @@ TEST(Text, WithoutMemoryForALayoutItSaysSoOnce) {
         }
         words.m_pText->GetTextProperty().SetValue(sMore);
     }
+}
+
+TEST(Text, ALayoutThatNeedsNoMoreRoomAllocatesNothing) {
+    SquareText words(u"the quick brown fox\njumps over\tthe lazy dog");
+    words.SetBox(40);
+    words.m_pText->Update(words.m_device, 0);
+    std::size_t const nBefore = AllocationCount();
+    for (int n = 1; n < 20; ++n) {
+        words.SetBox(static_cast<RealFloat>(40 + n));
+        words.m_pText->Update(words.m_device, 0);
+    }
+    EXPECT_EQ(AllocationCount(), nBefore);
+    EXPECT_EQ(words.m_pText->GetLayoutCount(), 20u);
 }
 
 TEST(Text, ReportsItsLayoutsMemory) {
