@@ -54,135 +54,102 @@ std::ptrdiff_t SlotOf(Member member) {
     return fVirtual ? offset / static_cast<std::intptr_t>(sizeof(void*)) : -1;
 }
 
-/** Counts up from a first slot, so that a list of operations reads as the agreed list does. */
-class Slots {
-public:
-    explicit Slots(std::ptrdiff_t first) : m_next(first) {}
-
-    template <class Member>
-    Slots& Is(Member member, char const* name) {
-        EXPECT_EQ(SlotOf(member), m_next) << name;
-        ++m_next;
-        return *this;
+/** Whether operations follow one another from a slot on, as in the agreed list. */
+template <class... Member>
+testing::AssertionResult AreSlots(std::ptrdiff_t nFirst, Member... members) {
+    std::ptrdiff_t const slots[] = {SlotOf(members)...};
+    for (std::size_t n = 0; n < sizeof...(members); ++n) {
+        if (slots[n] != nFirst + static_cast<std::ptrdiff_t>(n)) {
+            return testing::AssertionFailure() << "number " << n << " of the list has slot " << slots[n];
+        }
     }
-    std::ptrdiff_t Next() const { return m_next; }
+    return testing::AssertionSuccess();
+}
 
-private:
-    std::ptrdiff_t m_next;
-};
-
-#define IS(Operation) Is(&Operation, #Operation)
-#define IS_AS(Type, Operation) Is(static_cast<Type>(&Operation), #Operation)
+/** One of several operations of a name, told by its arguments. */
+template <class Function, class Class>
+Function Class::*Of(Function Class::*member) {
+    return member;
+}
 
 constexpr std::ptrdiff_t AfterDestructor = 2;
 constexpr std::ptrdiff_t AfterNode = AfterDestructor + 8 + 28;
 
-TEST(VirtualSlots, NodeHasReflectionThenSceneOperations) {
-    Slots slots(AfterDestructor);
-    slots.IS(Node::Clone).IS(Node::GetClassID).IS(Node::GetClassSize).IS(Node::GetClassName).IS(Node::Accept);
-    slots.IS(Node::CloneTree).IS(Node::IsKindOf).IS(Node::GetFactoryClassID);
-    slots.IS(Node::Reset).IS(Node::SetUserData);
-    slots.IS_AS(NodeUserdata * (Node::*)(), Node::GetUserData);
-    slots.IS_AS(NodeUserdata const* (Node::*)() const, Node::GetUserData);
-    slots.IS(Node::Attach).IS(Node::AttachBefore).IS(Node::AttachAfter).IS(Node::Detach);
-    slots.IS(Node::GetWorldMatrix).IS(Node::GetOpacity);
-    typedef void (Node::*ShortUpdate)(GraphicsDevice&, RealFloat const&);
-    typedef void (Node::*LongUpdate)(GraphicsDevice&, RealFloat const&, RealFloat const&, bool);
-    slots.IS_AS(ShortUpdate, Node::Update).IS_AS(LongUpdate, Node::Update);
-    slots.IS(Node::Render).IS(Node::Save).IS(Node::Load).IS(Node::Reload).IS(Node::Emit).IS(Node::GetParents);
-    slots.IS(Node::RegisterProperties).IS(Node::InternalUpdate).IS(Node::InternalRender);
-    slots.IS(Node::InternalSelect);
-    slots.IS(Node::InternalSave).IS(Node::InternalLoad).IS(Node::AddMask).IS(Node::AddEffect);
-    slots.IS(Node::CalculateTransform).IS(Node::IsSelect);
-    EXPECT_EQ(slots.Next(), AfterNode);
+TEST(VirtualSlots, NodesHaveReflectionThenSceneOperationsAndClassesAppendTheirOwn) {
+    typedef Node N;
+    EXPECT_TRUE(AreSlots(AfterDestructor, &N::Clone, &N::GetClassID, &N::GetClassSize, &N::GetClassName,
+                         &N::Accept, &N::CloneTree, &N::IsKindOf, &N::GetFactoryClassID));
+    EXPECT_TRUE(
+        AreSlots(AfterDestructor + 8, &N::Reset, &N::SetUserData, Of<NodeUserdata*()>(&N::GetUserData),
+                 Of<NodeUserdata const*() const>(&N::GetUserData), &N::Attach, &N::AttachBefore,
+                 &N::AttachAfter, &N::Detach, &N::GetWorldMatrix, &N::GetOpacity,
+                 Of<void(GraphicsDevice&, RealFloat const&)>(&N::Update),
+                 Of<void(GraphicsDevice&, RealFloat const&, RealFloat const&, bool)>(&N::Update), &N::Render,
+                 &N::Save, &N::Load, &N::Reload, &N::Emit, &N::GetParents, &N::RegisterProperties,
+                 &N::InternalUpdate, &N::InternalRender, &N::InternalSelect, &N::InternalSave,
+                 &N::InternalLoad, &N::AddMask, &N::AddEffect, &N::CalculateTransform, &N::IsSelect));
+    EXPECT_TRUE(AreSlots(AfterNode, &Camera::GetViewMatrix, &Camera::GetProjectionMatrix,
+                         &Camera::CalculateProjection));
+    EXPECT_TRUE(AreSlots(AfterNode, &Sprite::GetTexture, &Sprite::SetTexture, &Sprite::Isolate,
+                         &SpriteGL2::InternalRenderNonBlended));
+    EXPECT_TRUE(AreSlots(AfterNode, &Text::RenderImageBatch));
+    typedef Timeline T;
+    EXPECT_TRUE(AreSlots(AfterNode, &T::Play, &T::Stop, &T::GetFrame, &T::SetFrame, &T::SetFrameDelay,
+                         &T::GetTimeMapFunction, &T::SetTimeMapFunction, &T::UpdateSynchronous,
+                         &T::PreRenderChildren, &T::PostRenderChildren, &T::ProcessPlaybackMode,
+                         &T::UpdateTree, &T::BuildUpdateTree));
 }
 
-TEST(VirtualSlots, NodeClassesAppendTheirOperations) {
-    Slots(AfterNode)
-        .IS(Camera::GetViewMatrix)
-        .IS(Camera::GetProjectionMatrix)
-        .IS(Camera::CalculateProjection);
-    Slots(AfterNode).IS(Sprite::GetTexture).IS(Sprite::SetTexture).IS(Sprite::Isolate);
-    EXPECT_EQ(SlotOf(&SpriteGL2::InternalRenderNonBlended), AfterNode + 3);
-    Slots(AfterNode).IS(Text::RenderImageBatch);
-    Slots timeline(AfterNode);
-    timeline.IS(Timeline::Play).IS(Timeline::Stop).IS(Timeline::GetFrame).IS(Timeline::SetFrame);
-    timeline.IS(Timeline::SetFrameDelay).IS(Timeline::GetTimeMapFunction).IS(Timeline::SetTimeMapFunction);
-    timeline.IS(Timeline::UpdateSynchronous).IS(Timeline::PreRenderChildren).IS(Timeline::PostRenderChildren);
-    timeline.IS(Timeline::ProcessPlaybackMode).IS(Timeline::UpdateTree).IS(Timeline::BuildUpdateTree);
+TEST(VirtualSlots, OfEffectsFontsAndTextures) {
+    typedef Effect E;
+    EXPECT_TRUE(AreSlots(AfterDestructor, &E::Clone, &E::GetClassID, &E::GetClassSize, &E::IsKindOf,
+                         &E::GetResourceClassID, &E::Init, &E::Update, &E::PreRender, &E::PostRender,
+                         &E::OverrideDrawSprite, &E::OverrideDrawText, &E::Emit, &E::RegisterProperties,
+                         &E::InternalInit, &E::InternalUpdate));
+    EXPECT_TRUE(AreSlots(AfterDestructor, &EffectResource::Init));
+    typedef Font F;
+    EXPECT_TRUE(AreSlots(AfterDestructor, &F::GetXPixelsPerEm, &F::GetYPixelsPerEm, &F::GetScaleFactorX,
+                         &F::GetScaleFactorY, &F::GetAscent, &F::GetDescent, &F::GetLeading, &F::Initialize,
+                         &F::GenerateID, &F::RenderGlyphBatch, &F::Save, &F::Load, &F::GetGlyph, &F::Emit));
+    typedef Texture T;
+    EXPECT_TRUE(AreSlots(AfterDestructor, &T::GetStride, &T::Compress, &T::Save, &T::Load, &T::Emit,
+                         &T::IsPromoted, &T::Promote, &T::Demote, &T::GetSurfaceInfo, &T::Lock, &T::Unlock,
+                         &T::Swap, &T::Current, &T::Count, &T::Replace, &T::CreateJavaBitmapFromTexture,
+                         &T::PromoteToSurface));
 }
 
-TEST(VirtualSlots, VisitorHasFiveOperationsAndNoDestructor) {
-    Slots slots(0);
-    slots.IS(NodeVisitor::VisitNode).IS(NodeVisitor::VisitDrawable).IS(NodeVisitor::VisitCamera);
-    slots.IS(NodeVisitor::VisitGroup).IS(NodeVisitor::VisitTimeline);
-}
-
-TEST(VirtualSlots, Effect) {
-    Slots slots(AfterDestructor);
-    slots.IS(Effect::Clone).IS(Effect::GetClassID).IS(Effect::GetClassSize).IS(Effect::IsKindOf);
-    slots.IS(Effect::GetResourceClassID).IS(Effect::Init).IS(Effect::Update).IS(Effect::PreRender);
-    slots.IS(Effect::PostRender).IS(Effect::OverrideDrawSprite).IS(Effect::OverrideDrawText).IS(Effect::Emit);
-    slots.IS(Effect::RegisterProperties).IS(Effect::InternalInit).IS(Effect::InternalUpdate);
-    Slots(AfterDestructor).IS(EffectResource::Init);
-}
-
-TEST(VirtualSlots, Font) {
-    Slots slots(AfterDestructor);
-    slots.IS(Font::GetXPixelsPerEm).IS(Font::GetYPixelsPerEm).IS(Font::GetScaleFactorX);
-    slots.IS(Font::GetScaleFactorY);
-    slots.IS(Font::GetAscent).IS(Font::GetDescent).IS(Font::GetLeading).IS(Font::Initialize);
-    slots.IS(Font::GenerateID);
-    slots.IS(Font::RenderGlyphBatch).IS(Font::Save).IS(Font::Load).IS(Font::GetGlyph).IS(Font::Emit);
-}
-
-TEST(VirtualSlots, Texture) {
-    Slots slots(AfterDestructor);
-    slots.IS(Texture::GetStride).IS(Texture::Compress).IS(Texture::Save).IS(Texture::Load).IS(Texture::Emit);
-    slots.IS(Texture::IsPromoted).IS(Texture::Promote).IS(Texture::Demote).IS(Texture::GetSurfaceInfo);
-    slots.IS(Texture::Lock).IS(Texture::Unlock).IS(Texture::Swap).IS(Texture::Current).IS(Texture::Count);
-    slots.IS(Texture::Replace).IS(Texture::CreateJavaBitmapFromTexture).IS(Texture::PromoteToSurface);
-}
-
-TEST(VirtualSlots, GraphicsDevice) {
+TEST(VirtualSlots, OfTheDevice) {
     typedef GraphicsDevice D;
-    Slots slots(AfterDestructor);
-    slots.IS(D::Initialize);
-    slots.IS_AS(bool(D::*)(RectangleT<int> const&), D::Reset).IS_AS(bool(D::*)(void*), D::Reset);
-    slots.IS(D::SetClearColor).IS(D::GetClearColor).IS(D::Clear);
-    slots.IS_AS(void(D::*)(RectangleT<int> const&), D::SetViewport);
-    slots.IS_AS(void(D::*)(int, int, int, int), D::SetViewport);
-    slots.IS(D::GetViewport).IS(D::ProjectCoordinate).IS(D::HitProjection).IS(D::SetRenderMode);
-    slots.IS(D::SetSelectionMode).IS(D::GetSelectionPoint).IS(D::PushSelected).IS(D::GetProjectionMatrix);
-    slots.IS(D::GetViewMatrix).IS(D::GetViewportMatrix).IS(D::GetActiveCamera).IS(D::Process).IS(D::Present);
-    slots.IS(D::ReadPixels).IS(D::IsDepthTestEnabled).IS(D::SetDepthTestEnabled).IS(D::GetEffectResource);
-    slots.IS(D::PushOpacity).IS(D::PopOpacity).IS(D::MergeOpacity).IS(D::GetOpacity);
-    slots.IS(D::PushTransformMatrix);
-    slots.IS(D::PopTransformMatrix).IS(D::MergeTransformMatrix).IS(D::GetTransformMatrix).IS(D::PushMasks);
-    slots.IS(D::PopMasks).IS(D::PushCamera).IS(D::PushCamera2D).IS(D::PopCamera).IS(D::PushCameraDepth);
-    slots.IS(D::PopCameraDepth).IS(D::SetCameraDepth);
+    typedef RectangleT<int> const& Rectangle;
+    EXPECT_TRUE(AreSlots(
+        AfterDestructor, &D::Initialize, Of<bool(Rectangle)>(&D::Reset), Of<bool(void*)>(&D::Reset),
+        &D::SetClearColor, &D::GetClearColor, &D::Clear, Of<void(Rectangle)>(&D::SetViewport),
+        Of<void(int, int, int, int)>(&D::SetViewport), &D::GetViewport, &D::ProjectCoordinate,
+        &D::HitProjection, &D::SetRenderMode, &D::SetSelectionMode, &D::GetSelectionPoint, &D::PushSelected,
+        &D::GetProjectionMatrix, &D::GetViewMatrix, &D::GetViewportMatrix, &D::GetActiveCamera, &D::Process,
+        &D::Present, &D::ReadPixels, &D::IsDepthTestEnabled, &D::SetDepthTestEnabled, &D::GetEffectResource,
+        &D::PushOpacity, &D::PopOpacity, &D::MergeOpacity, &D::GetOpacity, &D::PushTransformMatrix,
+        &D::PopTransformMatrix, &D::MergeTransformMatrix, &D::GetTransformMatrix, &D::PushMasks, &D::PopMasks,
+        &D::PushCamera, &D::PushCamera2D, &D::PopCamera, &D::PushCameraDepth, &D::PopCameraDepth,
+        &D::SetCameraDepth));
 }
 
-TEST(VirtualSlots, PropertiesAndControllers) {
+TEST(VirtualSlots, OfPropertiesServicesMasksAndVisitors) {
     typedef BaseProperty<RealFloat> P;
-    Slots property(AfterDestructor);
-    property.IS(Property::Initialize).IS(Property::Update).IS(Property::Load).IS(Property::Save);
-    property.IS(Property::Emit);
-    Slots(property.Next()).IS(P::SetValue).IS(P::Assign).IS(P::Copy);
+    EXPECT_TRUE(AreSlots(AfterDestructor, &Property::Initialize, &Property::Update, &Property::Load,
+                         &Property::Save, &Property::Emit, &P::SetValue, &P::Assign, &P::Copy));
     typedef Controller<RealFloat> C;
-    Slots(AfterDestructor).IS(C::Evaluate).IS(C::IsFinished).IS(C::Load).IS(C::Save);
+    EXPECT_TRUE(AreSlots(AfterDestructor, &C::Evaluate, &C::IsFinished, &C::Load, &C::Save));
     typedef PropertyBinding<RealFloat> B;
-    // Third to sixth operation, counting the destructor's two entries.
-    Slots(AfterDestructor).IS(B::GetValue).IS(B::SetValue).IS(B::GetWritableValue).IS(B::Notify);
-}
-
-TEST(VirtualSlots, ServicesAndMasks) {
-    Slots(AfterDestructor).IS(ClassContainer::Create).IS(ClassContainer::GetKind);
-    Slots(AfterDestructor).IS(ClassRegistry::AddClassContainer);
-    Slots(AfterDestructor).IS(Dispatcher::Enqueue);
-    // The geometry is the fourth operation after the destructor's entries.
-    EXPECT_EQ(SlotOf(&Mask::GetGeometry), AfterDestructor + 3);
-    Slots(0 + AfterDestructor).IS(ITraceable::Emit);
+    EXPECT_TRUE(AreSlots(AfterDestructor, &B::GetValue, &B::SetValue, &B::GetWritableValue, &B::Notify));
+    EXPECT_TRUE(AreSlots(AfterDestructor, &ClassContainer::Create, &ClassContainer::GetKind));
+    EXPECT_TRUE(AreSlots(AfterDestructor, &ClassRegistry::AddClassContainer));
+    EXPECT_TRUE(AreSlots(AfterDestructor, &Dispatcher::Enqueue));
+    EXPECT_TRUE(AreSlots(AfterDestructor + 3, &Mask::GetGeometry));
+    EXPECT_TRUE(AreSlots(AfterDestructor, &ITraceable::Emit));
+    typedef NodeVisitor V; // which has no destructor
+    EXPECT_TRUE(
+        AreSlots(0, &V::VisitNode, &V::VisitDrawable, &V::VisitCamera, &V::VisitGroup, &V::VisitTimeline));
 }
 
 TEST(VirtualSlots, NothingIsVirtualThatTheHostCallsDirectly) {
