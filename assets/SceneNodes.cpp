@@ -20,6 +20,12 @@ namespace {
 constexpr std::size_t MaximumNodes = 100000;
 constexpr std::size_t MaximumMaskVertices = 30000;
 
+void RequireMemory(JsonCursor const& place, bool fEnough) {
+    if (!fEnough) {
+        place.Fail("there is not enough memory");
+    }
+}
+
 /** A new object of the class T or one derived from it, of the class registered under `name`; else null. */
 template <class T>
 Ref<T> Create(ClassRegistry const& registry, std::string const& name) {
@@ -139,9 +145,7 @@ void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, RealFloat f
     for (std::size_t n = 0; n < nCount; ++n) {
         Ref<Node> const pNode = ReadNode(place.GetItem(n), frameDelay);
         parent.Attach(pNode.Get());
-        if (pNode->GetParent() != &parent) {
-            place.Fail("there is not enough memory");
-        }
+        RequireMemory(place, pNode->GetParent() == &parent);
     }
 }
 
@@ -296,13 +300,12 @@ void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
         }
         List<Vector3T<RealFloat>> vertices;
         for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
-            vertices.Append(ReadVector3(corners.GetItem(nCorner)));
+            RequireMemory(corners, vertices.Append(ReadVector3(corners.GetItem(nCorner))));
         }
         Ref<Mask> const pMask(new Mask);
-        if (!pMask->SetTriangles(vertices.GetData(), vertices.GetCount())) {
-            corners.Fail("there is not enough memory");
-        }
+        RequireMemory(corners, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
         node.AddMask(pMask.Get());
+        RequireMemory(corners, pMask->GetReferenceCount() > 1);
     }
 }
 
@@ -322,6 +325,7 @@ void SceneNodes::ReadEffects(JsonCursor const& place, Node& node) {
         }
         ReadMembers(effect, pEffect->GetProperties(), {"class"});
         node.AddEffect(pEffect.Get());
+        RequireMemory(effect, pEffect->GetReferenceCount() > 1);
     }
 }
 

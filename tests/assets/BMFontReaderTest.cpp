@@ -1,10 +1,10 @@
 #include "BMFontReader.h"
 
 #include "../host/TestNodes.h"
-#include "GoldenText.h"
 #include "PngReader.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "kelvo_test/GoldenText.h"
 
 #include <gtest/gtest.h>
 

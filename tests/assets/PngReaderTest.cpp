@@ -1,8 +1,8 @@
 #include "PngReader.h"
-#include "GoldenText.h"
 #include "ImageReader.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "kelvo_test/GoldenText.h"
 
 #include <climits>
 #include <gtest/gtest.h>

@@ -1,9 +1,9 @@
 // docs/scene-format.md against what the classes register.
 
-#include "GoldenText.h"
 #include "SceneNodes.h"
 #include "SceneProperty.h"
 #include "TestScenes.h"
+#include "kelvo_test/GoldenText.h"
 
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"

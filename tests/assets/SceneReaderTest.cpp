@@ -3,9 +3,9 @@
 
 #include "SceneReader.h"
 
-#include "GoldenText.h"
 #include "TestFiles.h"
 #include "TestScenes.h"
+#include "kelvo_test/GoldenText.h"
 
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Interpolate.h"

@@ -20,9 +20,7 @@ std::vector<int> Read(typename Encoding::Unit const* text, int length) {
     for (int index = 0; index < length;) {
         int const before = index;
         int const codePoint = Encoding::GetNextChar(text, index, length);
-        // Reading must advance, and stay within the text.
         Require(index > before && index <= length);
-        // Reading must yield code points.
         Require(CodePoint::Sanitize(codePoint) == codePoint);
         codePoints.push_back(codePoint);
     }
@@ -37,9 +35,7 @@ std::vector<typename Encoding::Unit> Write(std::vector<int> const& codePoints) {
         int const start = static_cast<int>(text.size());
         text.resize(text.size() + static_cast<std::size_t>(count));
         int index = start;
-        // Writing must not go beyond the capacity.
         Require(!Encoding::PutNextChar(text.data(), index, start + count - 1, codePoint) && index == start);
-        // Writing must take the announced number of units.
         Require(Encoding::PutNextChar(text.data(), index, start + count, codePoint) &&
                 index == start + count);
     }
@@ -49,7 +45,6 @@ std::vector<typename Encoding::Unit> Write(std::vector<int> const& codePoints) {
 template <class Encoding>
 void RequireSameAfterWriting(std::vector<int> const& codePoints) {
     auto const text = Write<Encoding>(codePoints);
-    // What was written must read the same.
     Require(Read<Encoding>(text.data(), static_cast<int>(text.size())) == codePoints);
 }
 
@@ -68,7 +63,6 @@ void ReadAs(std::uint8_t const* data, std::size_t size) {
     StringEncoded<Encoding> const string(text.data(), static_cast<unsigned int>(text.size()));
     auto const expected = Write<UTF16Encoding>(codePoints);
     String16 const converted = StringEncoded<JavaEncoding>(StringEncoded<UTF8Encoding>(string));
-    // Strings must convert code point by code point.
     Require(converted == String16(expected.data(), static_cast<unsigned int>(expected.size())));
 }
 

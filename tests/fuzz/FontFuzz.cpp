@@ -14,12 +14,7 @@ extern "C" bool Initialize(ClassRegistry* pRegistry);
 
 namespace {
 
-void CheckMeasures(Font const& font) {
-    Require(font.GetAscent() >= 0 && font.GetDescent() >= 0 && font.GetLeading() >= 0);
-    Require(std::isfinite(font.GetAscent() + font.GetDescent() + font.GetLeading()));
-}
-
-void CheckPicture(Glyph const& glyph) {
+void CheckPicture(Glyph const& glyph, Font const&) {
     bool const fInk = glyph.m_nWidth != 0 && glyph.m_nHeight != 0;
     Require(fInk == static_cast<bool>(glyph.m_pTexture));
     if (fInk) {
@@ -32,45 +27,31 @@ void CheckPicture(Glyph const& glyph) {
     }
 }
 
-void ReadPictures(assets::ByteSpan bytes, assets::FontOptions const& options, ClassRegistry const& registry) {
-    std::string error;
-    Ref<BitmapFont> const pFont = assets::ReadBitmapFont(bytes, "fuzz.ttf", options, registry, error);
-    if (!pFont) {
-        return fuzz::RequireMessage(error, "fuzz.ttf: ");
-    }
-    CheckMeasures(*pFont);
-    for (unsigned int i = 0; i < pFont->GetGlyphCount(); ++i) {
-        CheckPicture(*pFont->GetGlyphAt(i));
-    }
-}
-
 void CheckMesh(Glyph const& glyph, PolygonalFont const& font) {
     if (glyph.m_nMesh < 0) {
         return;
     }
     Require(static_cast<unsigned int>(glyph.m_nMesh) < font.GetMeshCount());
     GlyphMesh const& mesh = *font.GetMesh(static_cast<unsigned int>(glyph.m_nMesh));
-    List<Vector3T<RealFloat>> const& positions = mesh.m_positions.GetValue();
-    List<unsigned short> const& indices = mesh.m_indices.GetValue();
-    Require(indices.GetCount() > 0 && indices.GetCount() % 3 == 0);
-    for (unsigned short const nIndex : indices) {
-        Require(nIndex < positions.GetCount());
-    }
-    for (Vector3T<RealFloat> const& position : positions) {
+    fuzz::RequireSound(mesh);
+    Require(!mesh.m_indices.GetValue().IsEmpty());
+    for (Vector3T<RealFloat> const& position : mesh.m_positions.GetValue()) {
         Require(position.x >= glyph.m_nOffsetX && position.x <= glyph.m_nOffsetX + glyph.m_nWidth);
         Require(position.y >= -glyph.m_nOffsetY && position.y <= -glyph.m_nOffsetY + glyph.m_nHeight);
     }
 }
 
-void ReadMeshes(assets::ByteSpan bytes, assets::FontOptions const& options, ClassRegistry const& registry) {
-    std::string error;
-    Ref<PolygonalFont> const pFont = assets::ReadPolygonalFont(bytes, "fuzz.ttf", options, registry, error);
+/** What has been read is sound, as far as its kind of glyphs goes; else the message says why there is none.
+ */
+template <class T, class CheckGlyph>
+void Check(Ref<T> const& pFont, std::string const& error, CheckGlyph const& check) {
     if (!pFont) {
         return fuzz::RequireMessage(error, "fuzz.ttf: ");
     }
-    CheckMeasures(*pFont);
+    Require(pFont->GetAscent() >= 0 && pFont->GetDescent() >= 0 && pFont->GetLeading() >= 0);
+    Require(std::isfinite(pFont->GetAscent() + pFont->GetDescent() + pFont->GetLeading()));
     for (unsigned int i = 0; i < pFont->GetGlyphCount(); ++i) {
-        CheckMesh(*pFont->GetGlyphAt(i), *pFont);
+        check(*pFont->GetGlyphAt(i), *pFont);
     }
 }
 
@@ -83,13 +64,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     options.codePoints = {' ', 'A', 'B', 'C', 0xE9};
     options.pixelsPerEm = 9;
     options.maximumPageSize = 64;
-    ReadPictures({data, size}, options, registry);
+    std::string error;
+    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckPicture);
     options.pixelsPerEm = 30;
     options.hinting = false;
     options.faceIndex = 1;
     options.maximumPageSize = 256;
-    ReadPictures({data, size}, options, registry);
+    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckPicture);
     options.faceIndex = 0;
-    ReadMeshes({data, size}, options, registry);
+    Check(assets::ReadPolygonalFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckMesh);
     return 0;
 }

@@ -4,6 +4,7 @@
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/DocumentNode.h"
+#include "trevik/kelvo/PolygonalFont.h"
 #include "trevik/kelvo/Serializer.h"
 
 #include <cstdint>
@@ -34,6 +35,15 @@ inline trevik::List<unsigned char> Write(trevik::kelvo::DocumentNode const& docu
     trevik::List<unsigned char> bytes;
     Require(document.Write(bytes));
     return bytes;
+}
+
+/** Triangles must lie within their mesh: what draws them does not look. */
+inline void RequireSound(trevik::kelvo::GlyphMesh const& mesh) {
+    trevik::List<unsigned short> const& indices = mesh.m_indices.GetValue();
+    for (unsigned short const nIndex : indices) {
+        Require(nIndex < mesh.m_positions.GetValue().GetCount());
+    }
+    Require(indices.GetCount() % 3 == 0);
 }
 
 /** What can be saved can be loaded again, and is saved the same then. */

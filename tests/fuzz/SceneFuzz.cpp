@@ -6,6 +6,10 @@
 #include "FuzzChecks.h"
 #include "kelvo_host/Scene.h"
 
+#include <algorithm>
+#include <sstream>
+#include <vector>
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::test;
@@ -13,95 +17,47 @@ using fuzz::Require;
 
 namespace {
 
-constexpr char const* g_tags[] = {"Node",     "Property", "Controller", "Camera", "Effect", "Mask",
-                                  "Textures", "Texture",  "Background", "Fonts",  "Font",   "Mesh"};
-constexpr char const* g_types[] = {"Timeline",
-                                   "Sprite",
-                                   "Text",
-                                   "Camera",
-                                   "TransformNode",
-                                   "Texture",
-                                   "Font",
-                                   "GaussianBlurEffect",
-                                   "TestResource",
-                                   "Sample",
-                                   "Position",
-                                   "Scale",
-                                   "Opacity",
-                                   "Size",
-                                   "LastFrame",
-                                   "PlaybackMode",
-                                   "Text",
-                                   "Visible",
-                                   "PolygonalFont",
-                                   "Box",
-                                   "FontSize",
-                                   "HorizontalAlignment",
-                                   "VerticalAlignment",
-                                   "WordWrap",
-                                   "LetterSpacing",
-                                   "TabWidth",
-                                   "Shadow",
-                                   "UnderlineScale"};
-constexpr char const* g_attributes[] = {
-    "NodeName",   "Value",     "StartFrame",    "Size",       "Samples",   "Texture",     "Vertices",
-    "Shape",      "MipLevels", "TimeMap",       "FrameDelay", "AutoPlay",  "SurfaceSize", "FrameRate",
-    "FirstFrame", "LastFrame", "SurfaceFormat", "ClearColor", "CameraWay", "Font",        "Metrics",
-    "Glyphs",     "Kerning",   "Positions",     "Indices"};
+constexpr char const* g_tags =
+    "Node Property Controller Camera Effect Mask Textures Texture Background Fonts Font Mesh";
+constexpr char const* g_types =
+    "Timeline Sprite Text Camera TransformNode Texture Font GaussianBlurEffect TestResource Sample Position "
+    "Scale "
+    "Opacity Size LastFrame PlaybackMode Text Visible PolygonalFont Box FontSize HorizontalAlignment "
+    "VerticalAlignment WordWrap LetterSpacing TabWidth Shadow UnderlineScale";
+constexpr char const* g_attributes = "NodeName Value StartFrame Size Samples Texture Vertices Shape "
+                                     "MipLevels TimeMap FrameDelay AutoPlay SurfaceSize "
+                                     "FrameRate FirstFrame LastFrame SurfaceFormat ClearColor CameraWay Font "
+                                     "Metrics Glyphs Kerning Positions Indices";
 
-/** Takes an input to pieces; past its end everything is 0. */
-class Input {
-public:
-    Input(std::uint8_t const* pData, std::size_t nSize) : m_pData(pData), m_nSize(nSize) {}
-
-    bool IsEmpty() const { return m_nSize == 0; }
-    std::uint8_t Byte() {
-        std::uint8_t const nByte = m_nSize != 0 ? *m_pData : std::uint8_t(0);
-        Skip(1);
-        return nByte;
+/** Identifiers of a list of names. */
+std::vector<unsigned int> HashNames(char const* names) {
+    std::istringstream words(names);
+    std::vector<unsigned int> ids;
+    for (std::string word; words >> word;) {
+        ids.push_back(HashName(word.c_str()));
     }
-    template <std::size_t N>
-    unsigned int OneOf(char const* const (&names)[N]) {
-        return HashName(names[Byte() % N]);
-    }
-    std::uint8_t const* Take(std::size_t& nLength) {
-        nLength = nLength < m_nSize ? nLength : m_nSize;
-        std::uint8_t const* const pData = m_pData;
-        Skip(nLength);
-        return pData;
-    }
+    return ids;
+}
 
-private:
-    void Skip(std::size_t nLength) {
-        nLength = nLength < m_nSize ? nLength : m_nSize;
-        m_pData += nLength;
-        m_nSize -= nLength;
-    }
-
-    std::uint8_t const* m_pData;
-    std::size_t m_nSize;
-};
-
-/** Follows a recipe: child, attribute and end, again and again. */
-Ref<DocumentNode> Cook(Input input) {
+/** Follows a recipe: child, attribute and end, again and again. Past the end of the input everything is 0. */
+Ref<DocumentNode> Cook(std::uint8_t const* pAt, std::uint8_t const* pEnd) {
+    static std::vector<unsigned int> const s_tags = HashNames(g_tags), s_types = HashNames(g_types),
+                                           s_attributes = HashNames(g_attributes);
+    auto const next = [&pAt, pEnd] { return pAt != pEnd ? *pAt++ : std::uint8_t(0); };
+    auto const oneOf = [&next](std::vector<unsigned int> const& ids) { return ids[next() % ids.size()]; };
     Serializer serializer;
-    while (!input.IsEmpty()) {
-        switch (input.Byte() % 4) {
-        case 0: {
-            unsigned int const nTagID = input.OneOf(g_tags);
-            serializer.PushTag(nTagID, input.OneOf(g_types));
-            break;
-        }
-        case 1:
+    while (pAt != pEnd) {
+        std::uint8_t const nWhat = next() % 4;
+        if (nWhat == 0) {
+            unsigned int const nTagID = oneOf(s_tags);
+            serializer.PushTag(nTagID, oneOf(s_types));
+        } else if (nWhat == 1) {
             serializer.PopTag();
-            break;
-        default: {
-            unsigned int const nID = input.OneOf(g_attributes);
-            std::size_t nLength = input.Byte();
-            std::uint8_t const* const pData = input.Take(nLength);
-            serializer.WriteAttribute(nID, pData, nLength);
-            break;
-        }
+        } else {
+            unsigned int const nID = oneOf(s_attributes);
+            std::size_t const nLength = std::min<std::size_t>(next(), std::size_t(pEnd - pAt));
+            serializer.WriteAttribute(nID, pAt, nLength);
+            pAt += nLength;
         }
     }
     return serializer.Finish();
@@ -138,8 +94,7 @@ void Examine(Ref<DocumentNode> const& pDocument) {
     if (!HasInertController(*pDocument)) {
         fuzz::RequireSavesTheSame(scene, registry);
     }
-    for (RealFloat frame :
-         {RealFloat(-2), RealFloat(0), RealFloat(0.5), RealFloat(7), RealFloat(3), RealFloat(1e9)}) {
+    for (RealFloat const frame : {-2.0f, 0.0f, 0.5f, 7.0f, 3.0f, 1e9f}) {
         scene.Update(device, frame);
         scene.RenderFrame(device);
         scene.Pick(device, Vector2(1, 1));
@@ -152,11 +107,10 @@ void Examine(Ref<DocumentNode> const& pDocument) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     fuzz::DropTraces();
-    if (size == 0) {
-        return 0;
+    Ref<DocumentNode> pDocument;
+    if (size != 0) {
+        pDocument = data[0] == 0 ? DocumentNode::Read(data + 1, size - 1) : Cook(data + 1, data + size);
     }
-    Ref<DocumentNode> const pDocument =
-        data[0] == 0 ? DocumentNode::Read(data + 1, size - 1) : Cook(Input(data + 1, size - 1));
     if (pDocument) {
         Examine(pDocument);
     }

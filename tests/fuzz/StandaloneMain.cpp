@@ -6,16 +6,11 @@
 #include <csignal>
 #include <cstdint>
 #include <cstdio>
-#include <cstdlib>
-#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
-#include <string>
+#include <random>
 #include <vector>
-
-#include <fcntl.h>
-#include <unistd.h>
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size);
 
@@ -28,22 +23,18 @@ using Bytes = std::vector<std::uint8_t>;
 
 std::size_t const k_nVariations = 4000; // over all inputs
 std::size_t const k_nMaximumSize = 1 << 16;
-char const* const k_keptName = "fuzz-failing-input";
 
 Bytes g_current;
 
+/** Allocates, which may fail after a crash: then there is no file, and the process ends all the same. */
 void KeepCurrent() {
-    int const file = open(k_keptName, O_WRONLY | O_CREAT | O_TRUNC, 0644);
-    if (file >= 0) {
-        ssize_t const written = write(file, g_current.data(), g_current.size());
-        static_cast<void>(written);
-        close(file);
-    }
+    std::ofstream("fuzz-failing-input", std::ios::binary)
+        .write(reinterpret_cast<char const*>(g_current.data()), std::streamsize(g_current.size()));
 }
 
 extern "C" void KeepAndEnd(int signal) {
-    KeepCurrent();
     std::signal(signal, SIG_DFL);
+    KeepCurrent();
     raise(signal);
 }
 
@@ -54,97 +45,45 @@ void Run(Bytes const& input) {
     LLVMFuzzerTestOneInput(exact.data(), exact.size());
 }
 
-/** A small generator of numbers that are the same everywhere. */
-class Numbers {
-public:
-    explicit Numbers(std::uint64_t seed) : m_state(seed * 2 + 1) {}
+std::size_t Below(std::size_t limit) {
+    static std::mt19937_64 numbers; // the same ones everywhere
+    return limit == 0 ? 0 : static_cast<std::size_t>(numbers() % limit);
+}
 
-    std::size_t Below(std::size_t limit) {
-        m_state ^= m_state << 13;
-        m_state ^= m_state >> 7;
-        m_state ^= m_state << 17;
-        return limit == 0 ? 0 : static_cast<std::size_t>(m_state % limit);
-    }
-
-private:
-    std::uint64_t m_state;
-};
-
-void Overwrite(Bytes& bytes, Numbers& numbers) {
+/** Overwrites, flips a bit, cuts, or puts a piece of another input in. */
+void VaryOnce(Bytes& bytes, Bytes const& donor) {
     static std::uint8_t const s_telling[] = {0x00, 0x01, 0x7f, 0x80, 0xff, 0xfe, 0x20, 0x30};
-    if (!bytes.empty()) {
-        std::size_t const at = numbers.Below(bytes.size());
-        bytes[at] = numbers.Below(2) ? s_telling[numbers.Below(sizeof(s_telling))]
-                                     : static_cast<std::uint8_t>(numbers.Below(256));
+    auto const at = bytes.begin() + static_cast<std::ptrdiff_t>(Below(bytes.size()));
+    std::size_t const nLeft = static_cast<std::size_t>(bytes.end() - at);
+    std::size_t const nWay = Below(5);
+    if (nWay == 0 && !donor.empty() && bytes.size() <= k_nMaximumSize) {
+        std::size_t const nFirst = Below(donor.size());
+        std::size_t const nLength = 1 + Below(std::min<std::size_t>(donor.size() - nFirst, 64));
+        bytes.insert(at, donor.data() + nFirst, donor.data() + nFirst + nLength);
+    } else if (nWay == 1) {
+        bytes.erase(at, at + static_cast<std::ptrdiff_t>(Below(4) ? std::min(nLeft, Below(9)) : nLeft));
+    } else if (nWay == 2 && nLeft > 0) {
+        *at ^= static_cast<std::uint8_t>(1u << Below(8));
+    } else if (nLeft > 0) {
+        *at = Below(2) ? s_telling[Below(sizeof s_telling)] : static_cast<std::uint8_t>(Below(256));
     }
-}
-
-void FlipBit(Bytes& bytes, Numbers& numbers) {
-    if (!bytes.empty()) {
-        bytes[numbers.Below(bytes.size())] ^= static_cast<std::uint8_t>(1u << numbers.Below(8));
-    }
-}
-
-void Cut(Bytes& bytes, Numbers& numbers) {
-    std::size_t const first = numbers.Below(bytes.size() + 1);
-    std::size_t const last = numbers.Below(4) ? first + numbers.Below(9) : bytes.size();
-    bytes.erase(bytes.begin() + static_cast<std::ptrdiff_t>(first),
-                bytes.begin() + static_cast<std::ptrdiff_t>(std::min(last, bytes.size())));
-}
-
-void Insert(Bytes& bytes, Numbers& numbers, Bytes const& donor) {
-    if (donor.empty() || bytes.size() > k_nMaximumSize) {
-        return;
-    }
-    std::size_t const first = numbers.Below(donor.size());
-    std::size_t const length = 1 + numbers.Below(std::min<std::size_t>(donor.size() - first, 64));
-    std::size_t const at = numbers.Below(bytes.size() + 1);
-    Bytes const piece(donor.begin() + static_cast<std::ptrdiff_t>(first),
-                      donor.begin() + static_cast<std::ptrdiff_t>(first + length));
-    bytes.insert(bytes.begin() + static_cast<std::ptrdiff_t>(at), piece.begin(), piece.end());
-}
-
-Bytes Vary(std::vector<Bytes> const& inputs, std::size_t which, Numbers& numbers) {
-    Bytes bytes = inputs[which];
-    for (std::size_t steps = 1 + numbers.Below(6); steps > 0; --steps) {
-        switch (numbers.Below(5)) {
-        case 0:
-            FlipBit(bytes, numbers);
-            break;
-        case 1:
-            Cut(bytes, numbers);
-            break;
-        case 2:
-            Insert(bytes, numbers, inputs[numbers.Below(inputs.size())]);
-            break;
-        default:
-            Overwrite(bytes, numbers);
-            break;
-        }
-    }
-    return bytes;
-}
-
-void Load(std::filesystem::path const& path, std::vector<Bytes>& inputs) {
-    std::ifstream file(path, std::ios::binary);
-    inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
 }
 
 std::vector<Bytes> LoadAll(int count, char** paths) {
     std::vector<std::filesystem::path> files;
     for (int i = 0; i < count; ++i) {
         if (std::filesystem::is_directory(paths[i])) {
-            for (auto const& entry : std::filesystem::directory_iterator(paths[i])) {
-                files.push_back(entry.path());
-            }
+            std::filesystem::directory_iterator const folder(paths[i]);
+            files.insert(files.end(), begin(folder), end(folder));
         } else {
             files.push_back(paths[i]);
         }
     }
     std::sort(files.begin(), files.end()); // folders list their files in any order
     std::vector<Bytes> inputs;
-    for (auto const& file : files) {
-        Load(file, inputs);
+    for (auto const& path : files) {
+        std::ifstream file(path, std::ios::binary);
+        inputs.emplace_back(std::istreambuf_iterator<char>(file), std::istreambuf_iterator<char>());
     }
     return inputs;
 }
@@ -167,9 +106,12 @@ int main(int argc, char** argv) {
     for (Bytes const& input : inputs) {
         Run(input);
     }
-    Numbers numbers(inputs.size());
     for (std::size_t i = 0; i < k_nVariations; ++i) {
-        Run(Vary(inputs, i % inputs.size(), numbers));
+        Bytes bytes = inputs[i % inputs.size()];
+        for (std::size_t nSteps = 1 + Below(6); nSteps > 0; --nSteps) {
+            VaryOnce(bytes, inputs[Below(inputs.size())]);
+        }
+        Run(bytes);
     }
     std::printf("%zu inputs and %zu variations\n", inputs.size(), k_nVariations);
     return 0;

@@ -5,7 +5,7 @@
 // A file NAME.json holds a "scene" (docs/scene-format.md) and "steps", see Film::Do. KELVO_REWRITE_GOLDEN=1
 // writes NAME.calls and NAME.faults anew: what changed in them is for a person to judge.
 
-#include "GoldenText.h"
+#include "kelvo_test/GoldenText.h"
 
 #include "GraphicsDeviceGL2.h"
 #include "NodeGroups.h"

@@ -1,4 +1,4 @@
-#include "GoldenText.h"
+#include "kelvo_test/GoldenText.h"
 
 #include <algorithm>
 #include <cctype>
