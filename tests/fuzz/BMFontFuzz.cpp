@@ -45,9 +45,7 @@ void CheckFont(BitmapFont const& font) {
 } // namespace
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
-    ClassRegistry registry;
-    registry.AddClassContainer(new ClassContainerT<test::TestFont>(HashName("Font")));
-    registry.AddClassContainer(new ClassContainerT<test::TestTexture>(HashName("Texture")));
+    test::TestRegistry const registry;
     std::string error;
     Ref<BitmapFont> const pFont = ReadBMFont({data, size}, "fuzz.fnt", ReadPage, registry, error);
     if (pFont) {

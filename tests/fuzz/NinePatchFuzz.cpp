@@ -2,14 +2,13 @@
 // border of a source, two bits a pixel in front and the picture's size behind. The latter two get files that
 // are sound otherwise, since nothing else would get past their checksums.
 
+#include "../support/kelvo_test/PngChunk.h"
 #include "ImageChecks.h"
 #include "NinePatchImage.h"
 #include "PngWriter.h"
 
 #include <cstring>
 #include <vector>
-
-#include <zlib.h>
 
 namespace {
 
@@ -40,12 +39,6 @@ void Load(ByteSpan file) {
     Require(info.top >= 0 && info.bottom >= 0 && info.top <= image.height - info.bottom);
 }
 
-void AppendBig32(std::vector<std::uint8_t>& bytes, unsigned long number) {
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes.push_back(static_cast<std::uint8_t>(number >> shift));
-    }
-}
-
 std::vector<std::uint8_t> Encode(std::vector<std::uint8_t> const& rgba, int width, int height) {
     std::vector<std::uint8_t> file;
     std::string error;
@@ -56,14 +49,8 @@ std::vector<std::uint8_t> Encode(std::vector<std::uint8_t> const& rgba, int widt
 void LoadWithChunk(std::uint8_t const* data, std::size_t size) {
     static std::vector<std::uint8_t> const s_picture =
         Encode(std::vector<std::uint8_t>(16 * 12 * 4, 99), 16, 12);
-    constexpr std::ptrdiff_t kHeaderEnd = 33;
-    std::vector<std::uint8_t> chunk;
-    AppendBig32(chunk, size);
-    chunk.insert(chunk.end(), {'n', 'p', 'T', 'c'});
-    chunk.insert(chunk.end(), data, data + size);
-    AppendBig32(chunk, crc32(0, chunk.data() + 4, static_cast<unsigned>(size + 4)));
-    std::vector<std::uint8_t> file = s_picture;
-    file.insert(file.begin() + kHeaderEnd, chunk.begin(), chunk.end());
+    std::vector<std::uint8_t> const file =
+        kelvo::test::WithPngChunk(s_picture, kelvo::test::PngHeaderEnd, "npTc", {data, data + size});
     Load({file.data(), file.size()});
 }
 

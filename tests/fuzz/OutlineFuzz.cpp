@@ -2,6 +2,7 @@
 // coincide. Away from all lines, one triangle covers what is inside and none what is outside. The tessellator
 // moves lines a little where many of them coincide, so a few of the places looked at may differ.
 
+#include "../support/kelvo_test/Plane.h"
 #include "FuzzChecks.h"
 #include "GlyphTriangles.h"
 
@@ -12,6 +13,8 @@ using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::assets;
 using fuzz::Require;
+using ::kelvo::test::Cross;
+using ::kelvo::test::DistanceToSegment;
 
 namespace {
 
@@ -36,18 +39,6 @@ GlyphOutline MakeOutline(std::uint8_t const* data, std::size_t size) {
     return outline;
 }
 
-double Cross(Point const& a, Point const& b, Point const& c) {
-    return (double(b.x) - a.x) * (double(c.y) - a.y) - (double(c.x) - a.x) * (double(b.y) - a.y);
-}
-
-bool IsNear(Point const& p, Point const& a, Point const& b, double distance) {
-    double const dx = b.x - a.x;
-    double const dy = b.y - a.y;
-    double const length = dx * dx + dy * dy;
-    double const t = length > 0 ? std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / length, 0.0, 1.0) : 0.0;
-    return std::hypot(p.x - a.x - t * dx, p.y - a.y - t * dy) < distance;
-}
-
 /** How often the outline goes around a point; false when one of its lines is near. */
 bool CountTurns(GlyphOutline const& outline, Point const& p, int& nTurns) {
     nTurns = 0;
@@ -55,7 +46,7 @@ bool CountTurns(GlyphOutline const& outline, Point const& p, int& nTurns) {
         for (std::size_t i = 0; i < contour.size(); ++i) {
             Point const& a = contour[i];
             Point const& b = contour[(i + 1) % contour.size()];
-            if (IsNear(p, a, b, 0.01)) {
+            if (DistanceToSegment(p, a, b) < 0.01) {
                 return false;
             }
             if ((a.y <= p.y) != (b.y <= p.y) && (Cross(a, b, p) > 0) == (a.y < b.y)) {
@@ -74,11 +65,9 @@ bool CountTriangles(GlyphMesh const& mesh, Point const& p, int& nCovering) {
     for (unsigned int i = 0; i < indices.GetCount(); i += 3) {
         int nLeftOf = 0;
         for (unsigned int j = 0; j < 3; ++j) {
-            Vector3T<RealFloat> const& from = positions[indices[i + j]];
-            Vector3T<RealFloat> const& to = positions[indices[i + (j + 1) % 3]];
-            Point const a(from.x, from.y);
-            Point const b(to.x, to.y);
-            if (IsNear(p, a, b, 0.0001)) {
+            Vector3T<RealFloat> const& a = positions[indices[i + j]];
+            Vector3T<RealFloat> const& b = positions[indices[i + (j + 1) % 3]];
+            if (DistanceToSegment(p, a, b) < 0.0001) {
                 return false;
             }
             nLeftOf += Cross(a, b, p) > 0;

@@ -12,8 +12,11 @@
 #include "trevik/kelvo/RectangleProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstring>
+#include <iterator>
+#include <type_traits>
 
 using namespace trevik;
 using namespace trevik::kelvo;
@@ -49,24 +52,18 @@ Ref<DocumentNode> MakeNode(Input const& input) {
 
 template <class T>
 bool IsSame(T const& a, T const& b) {
-    return std::memcmp(&a, &b, sizeof(T)) == 0; // what is not a number is the same as itself here
-}
-template <class T>
-bool IsSame(List<T> const& a, List<T> const& b) {
-    return a == b;
-}
-bool IsSame(String16 const& a, String16 const& b) {
-    return a == b;
+    if constexpr (std::is_trivially_copyable_v<T>) {
+        return std::memcmp(&a, &b, sizeof(T)) == 0; // what is not a number is the same as itself here
+    } else {
+        return a == b;
+    }
 }
 
 /** Whether saving may merge samples that compare equal and yet differ in their sign. */
 bool HoldsNegativeZero(Input const& input) {
-    for (std::size_t n = 0; n + 3 < input.m_nLength; ++n) {
-        if (std::memcmp(input.m_pBytes + n, "\0\0\0\x80", 4) == 0) {
-            return true;
-        }
-    }
-    return false;
+    std::uint8_t const zero[] = {0, 0, 0, 0x80};
+    std::uint8_t const* const pEnd = input.m_pBytes + input.m_nLength;
+    return std::search(input.m_pBytes, pEnd, std::begin(zero), std::end(zero)) != pEnd;
 }
 
 template <class P>
@@ -117,19 +114,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* pData, std::size_t nSi
     std::memcpy(&input.m_nStartFrame, pData + 2, 4);
     std::memcpy(&input.m_nSizeWord, pData + 6, 4);
     std::memcpy(&input.m_frame, pData + 10, 4);
-    void (*const s_types[])(Input const&) = {
-        Try<IntProperty>,
-        Try<RealProperty>,
-        Try<Vector3Property>,
-        Try<RectangleProperty>,
-        Try<BoolProperty>,
-        Try<Vector2Property>,
-        Try<ColorProperty>,
-        Try<SizeIntProperty>,
-        Try<SizeRealProperty>,
-        Try<StringProperty>,
-        Try<ListProperty<Vector2T<int>>>,
-    };
-    s_types[pData[0] % (sizeof(s_types) / sizeof(s_types[0]))](input);
+    void (*const types[])(Input const&) = {Try<IntProperty>,
+                                           Try<RealProperty>,
+                                           Try<Vector3Property>,
+                                           Try<RectangleProperty>,
+                                           Try<BoolProperty>,
+                                           Try<Vector2Property>,
+                                           Try<ColorProperty>,
+                                           Try<SizeIntProperty>,
+                                           Try<SizeRealProperty>,
+                                           Try<StringProperty>,
+                                           Try<ListProperty<Vector2T<int>>>};
+    types[pData[0] % std::size(types)](input);
     return 0;
 }

@@ -55,7 +55,8 @@ Ref<DocumentNode> Cook(std::uint8_t const* pAt, std::uint8_t const* pEnd) {
             serializer.PopTag();
         } else {
             unsigned int const nID = oneOf(s_attributes);
-            std::size_t const nLength = std::min<std::size_t>(next(), std::size_t(pEnd - pAt));
+            std::size_t nLength = next();
+            nLength = std::min(nLength, std::size_t(pEnd - pAt));
             serializer.WriteAttribute(nID, pAt, nLength);
             pAt += nLength;
         }
