@@ -8,7 +8,9 @@
 #include <algorithm>
 #include <cmath>
 #include <filesystem>
+#include <map>
 #include <set>
+#include <sstream>
 
 namespace trevik::kelvo::assets::testing {
 namespace {
@@ -16,28 +18,19 @@ namespace {
 /** Where on its page a glyph lies, in pixels. */
 struct Area {
     int left, top, right, bottom;
-
-    bool Overlaps(Area const& other) const {
-        return left < other.right && other.left < right && top < other.bottom && other.top < bottom;
-    }
 };
 
-int SideOf(Glyph const& glyph) {
-    return glyph.m_pTexture->GetWidth();
-}
-
 Area AreaOf(Glyph const& glyph) {
-    auto const side = static_cast<float>(SideOf(glyph));
     float edges[4];
     for (int i = 0; i < 4; ++i) {
-        edges[i] = glyph.m_textureRectangle[i] * side;
+        edges[i] = glyph.m_textureRectangle[i] * static_cast<float>(glyph.m_pTexture->GetWidth());
         EXPECT_EQ(edges[i], std::floor(edges[i])) << "not on the edge of a pixel";
     }
     return {int(edges[1]), int(edges[0]), int(edges[3]), int(edges[2])};
 }
 
-std::uint8_t const* PixelsOf(Texture& texture) {
-    return texture.GetPixelData().GetBuffer().GetData();
+std::uint8_t PixelOf(Texture& page, int x, int y) {
+    return page.GetPixelData().GetBuffer().GetData()[y * page.GetWidth() + x];
 }
 
 std::vector<Glyph const*> GlyphsOf(Font const& font) {
@@ -74,14 +67,39 @@ void ExpectDrawn(Glyph const& glyph, FT_GlyphSlot pSlot) {
     ASSERT_EQ(area.right - area.left, glyph.m_nWidth);
     ASSERT_EQ(area.bottom - area.top, glyph.m_nHeight);
     for (int y = 0; y < glyph.m_nHeight; ++y) {
-        std::uint8_t const* const pRow =
-            PixelsOf(*glyph.m_pTexture) + (area.top + y) * SideOf(glyph) + area.left;
-        ASSERT_TRUE(std::equal(pRow, pRow + glyph.m_nWidth, picture.buffer + y * picture.pitch))
-            << "row " << y;
+        for (int x = 0; x < glyph.m_nWidth; ++x) {
+            ASSERT_EQ(PixelOf(*glyph.m_pTexture, area.left + x, area.top + y),
+                      picture.buffer[y * picture.pitch + x])
+                << x << ", " << y;
+        }
     }
 }
 
-TEST(BitmapFontFile, GlyphsAreWhatFreeTypeDraws) {
+/** No glyph touches another or the page's edge, and there is nothing else on the page. */
+void ExpectApart(Font const& font, Texture& page) {
+    int const side = page.GetWidth();
+    std::vector<bool> covered(std::size_t(side * side));
+    for (Glyph const* pGlyph : GlyphsOf(font)) {
+        if (pGlyph->m_pTexture.Get() != &page) {
+            continue;
+        }
+        Area const area = AreaOf(*pGlyph);
+        ASSERT_TRUE(area.left >= 1 && area.top >= 1 && area.right < side && area.bottom < side);
+        for (int y = area.top - 1; y <= area.bottom; ++y) {
+            for (int x = area.left - 1; x <= area.right; ++x) {
+                EXPECT_FALSE(covered[std::size_t(y * side + x)]) << pGlyph->m_nCodePoint;
+            }
+        }
+        for (int y = area.top; y < area.bottom; ++y) {
+            std::fill_n(covered.begin() + y * side + area.left, pGlyph->m_nWidth, true);
+        }
+    }
+    for (int n = 0; n < side * side; ++n) {
+        EXPECT_TRUE(covered[std::size_t(n)] || PixelOf(page, n % side, n / side) == 0);
+    }
+}
+
+TEST(BitmapFontFile, GlyphsAreWhatFreeTypeDrawsAndLieApart) {
     struct {
         int nPixelsPerEm;
         bool fHinting;
@@ -90,48 +108,22 @@ TEST(BitmapFontFile, GlyphsAreWhatFreeTypeDraws) {
     } const cases[] = {
         {32, true, 1024, true}, {13, false, 1024, true}, {61, true, 128, false}, {32, false, 64, false}};
     for (auto const& c : cases) {
-        SCOPED_TRACE(c.nPixelsPerEm);
         FontOptions options = OptionsFor(Range(0x20, 0x24F), c.nPixelsPerEm);
         options.hinting = c.fHinting;
         options.maximumPageSize = c.nLargestPage;
         Ref<BitmapFont> const pFont = ReadSans(options);
         ASSERT_TRUE(pFont);
-        EXPECT_EQ(PagesOf(*pFont).size() == 1, c.fOnePage);
+        std::set<Texture*> const pages = PagesOf(*pFont);
+        EXPECT_EQ(pages.size() == 1, c.fOnePage);
         ReferenceFace const face(c.nPixelsPerEm);
+        FT_Int32 const nFlags = FT_LOAD_RENDER | (c.fHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING);
         for (Glyph const* pGlyph : GlyphsOf(*pFont)) {
             SCOPED_TRACE(pGlyph->m_nCodePoint);
-            ExpectDrawn(*pGlyph,
-                        face.Load(pGlyph->m_nCodePoint,
-                                  FT_LOAD_RENDER | (c.fHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING)));
+            ExpectDrawn(*pGlyph, face.Load(pGlyph->m_nCodePoint, nFlags));
         }
-    }
-}
-
-TEST(BitmapFontFile, GlyphsLieApartOnPagesThatAreEmptyElsewhere) {
-    FontOptions options = OptionsFor(Range(0x20, 0x17F), 24);
-    options.maximumPageSize = 128;
-    Ref<BitmapFont> const pFont = ReadSans(options);
-    ASSERT_TRUE(pFont);
-    for (Texture* pPage : PagesOf(*pFont)) {
-        int const side = pPage->GetWidth();
-        std::vector<Area> areas;
-        std::vector<std::uint8_t> rest(PixelsOf(*pPage), PixelsOf(*pPage) + side * side);
-        for (Glyph const* pGlyph : GlyphsOf(*pFont)) {
-            if (pGlyph->m_pTexture.Get() != pPage) {
-                continue;
-            }
-            Area const area = AreaOf(*pGlyph);
-            EXPECT_TRUE(area.left >= 1 && area.top >= 1 && area.right < side && area.bottom < side);
-            Area const withBorder = {area.left - 1, area.top - 1, area.right + 1, area.bottom + 1};
-            for (Area const& other : areas) {
-                EXPECT_FALSE(withBorder.Overlaps(other)) << pGlyph->m_nCodePoint;
-            }
-            areas.push_back(area);
-            for (int y = area.top; y < area.bottom; ++y) {
-                std::fill_n(rest.begin() + y * side + area.left, pGlyph->m_nWidth, std::uint8_t(0));
-            }
+        for (Texture* pPage : pages) {
+            ExpectApart(*pFont, *pPage);
         }
-        EXPECT_EQ(std::count(rest.begin(), rest.end(), 0), side * side);
     }
 }
 
@@ -147,7 +139,8 @@ TEST(BitmapFontFile, PagesAreAsSmallAsTheyCanBe) {
         {{'A', 'B'}, 63, {32, 32}},                          // not a power of two: the next smaller one
         {{'A', 'B', '.'}, 32, {32, 32}},                     // the third goes below or beside one of them
         {{'A', 'B', 'C', 'D', 'E', 'F', '.'}, 64, {64, 32}}, // the last page is smaller
-        {{' '}, 1024, {}},
+        {{'.'}, 8192, {8}},
+        {{' '}, 4, {}},
     };
     for (auto const& c : cases) {
         FontOptions options = OptionsFor(c.codePoints);
@@ -196,23 +189,48 @@ TEST(FontFile, KerningIsThatOfTheFontsTable) {
 }
 
 TEST(FontFile, OnlyTheFirstThousandGlyphsArePaired) {
-    std::vector<std::uint32_t> const pair = {0x201C, 0xA740};
-    std::vector<std::uint32_t> all = Range(0x20, 0x600);
-    all.insert(all.end(), pair.begin(), pair.end());
-    Ref<BitmapFont> const pSmall = ReadSans(OptionsFor(pair));
-    Ref<BitmapFont> const pLarge = ReadSans(OptionsFor(all));
-    ASSERT_TRUE(pSmall && pLarge && pLarge->GetGlyphCount() > 1001);
-    EXPECT_EQ(pSmall->GetKerning(pair[0], pair[1]), -1);
-    EXPECT_EQ(pLarge->GetKerning(pair[0], pair[1]), 0);
-    EXPECT_NE(pLarge->GetKerning('A', 'V'), 0);
+    ReferenceFace const face(32);
+    std::vector<std::uint32_t> characters;
+    for (std::uint32_t n = 0x20; characters.size() < 1000; ++n) {
+        if (FT_Get_Char_Index(face.Get(), n) != 0) {
+            characters.push_back(n);
+        }
+    }
+    std::uint32_t const nNext = 0x201C;
+    characters.push_back(nNext);
+    Ref<BitmapFont> const pFont = ReadSans(OptionsFor(characters));
+    ASSERT_TRUE(pFont);
+    ASSERT_EQ(pFont->GetGlyphCount(), 1001u);
+    float before = 0, behind = 0;
+    for (std::uint32_t const n : characters) {
+        before += std::abs(face.GetKerning(n, nNext, FT_KERNING_DEFAULT));
+        behind += std::abs(face.GetKerning(nNext, n, FT_KERNING_DEFAULT));
+        EXPECT_EQ(pFont->GetKerning(n, nNext), 0);
+        EXPECT_EQ(pFont->GetKerning(nNext, n), 0);
+    }
+    EXPECT_TRUE(before > 0 && behind > 0);
+    EXPECT_NE(pFont->GetKerning('A', 'V'), 0);
 }
 
-TEST(FontFile, MeasuresAreThoseOfTheSize) {
-    for (int const nPixelsPerEm : {1, 7, 32, 100, 512}) {
+/** A font file with other bytes from a place of one of its tables on. */
+Bytes WithTable(std::string const& tag, std::ptrdiff_t nOffset, Bytes const& bytes) {
+    Bytes file = ReadSansFile();
+    auto const entry = std::search(file.begin(), file.end(), tag.begin(), tag.end());
+    std::ptrdiff_t nAt = nOffset;
+    for (int n = 0; n < 4; ++n) {
+        nAt += std::ptrdiff_t(entry[8 + n]) << (24 - 8 * n);
+    }
+    std::copy(bytes.begin(), bytes.end(), file.begin() + nAt);
+    return file;
+}
+
+TEST(FontFile, MeasuresAreThoseOfTheSizeAndUnderlinesLieOnWholePixels) {
+    for (int const nPixelsPerEm : {1, 5, 12, 32, 45, 200, 512}) {
         SCOPED_TRACE(nPixelsPerEm);
-        FontOptions const options = OptionsFor({'A'}, nPixelsPerEm);
+        FontOptions options = OptionsFor({'A'}, nPixelsPerEm);
+        options.underline = nPixelsPerEm != 12;
         ReferenceFace const face(nPixelsPerEm);
-        FT_Size_Metrics const& size = face->size->metrics;
+        float const pixelsPerUnit = float(nPixelsPerEm) / float(face->units_per_EM);
         Ref<BitmapFont> const pBitmaps = ReadSans(options);
         Ref<PolygonalFont> const pOutlines = ReadSansOutlines(options);
         ASSERT_TRUE(pBitmaps && pOutlines);
@@ -221,31 +239,24 @@ TEST(FontFile, MeasuresAreThoseOfTheSize) {
             EXPECT_EQ(pFont->GetYPixelsPerEm(), nPixelsPerEm);
             EXPECT_EQ(pFont->GetScaleFactorX(), 1);
             EXPECT_EQ(pFont->GetScaleFactorY(), 1);
-            EXPECT_EQ(pFont->GetAscent(), std::lround(double(size.ascender) / 64));
-            EXPECT_EQ(pFont->GetDescent(), std::lround(double(-size.descender) / 64));
-            EXPECT_EQ(pFont->GetLeading(), std::max(0.0f, float(std::lround(double(size.height) / 64)) -
-                                                              pFont->GetAscent() - pFont->GetDescent()));
+            EXPECT_EQ(pFont->GetAscent(), std::lround(double(face->size->metrics.ascender) / 64));
+            EXPECT_EQ(pFont->GetDescent(), std::lround(double(-face->size->metrics.descender) / 64));
+            EXPECT_EQ(pFont->GetLeading(), 0); // as the file says
+            float const thickness = pFont->GetUnderlineThicknessProperty().GetValue();
+            float const position = pFont->GetUnderlinePositionProperty().GetValue();
+            EXPECT_EQ(pFont->GetUnderlineProperty().GetValue(), options.underline);
+            EXPECT_EQ(pFont->GetUnderlineScaleProperty().GetValue(), 1);
+            EXPECT_EQ(thickness, std::max(1.0f, std::round(face->underline_thickness * pixelsPerUnit)));
+            EXPECT_EQ(position, std::floor(position));
+            EXPECT_NEAR(position + thickness / 2, -face->underline_position * pixelsPerUnit, 0.55f);
         }
     }
-}
-
-TEST(FontFile, UnderlinesLieOnWholePixelsNearWhereTheFontWantsThem) {
-    for (int const nPixelsPerEm : {5, 12, 32, 45, 200}) {
-        SCOPED_TRACE(nPixelsPerEm);
-        FontOptions options = OptionsFor({'A'}, nPixelsPerEm);
-        options.underline = nPixelsPerEm != 12;
-        Ref<BitmapFont> const pFont = ReadSans(options);
-        ASSERT_TRUE(pFont);
-        float const thickness = pFont->GetUnderlineThicknessProperty().GetValue();
-        float const position = pFont->GetUnderlinePositionProperty().GetValue();
-        ReferenceFace const face(nPixelsPerEm);
-        float const pixelsPerUnit = float(nPixelsPerEm) / float(face->units_per_EM);
-        EXPECT_EQ(pFont->GetUnderlineProperty().GetValue(), options.underline);
-        EXPECT_EQ(pFont->GetUnderlineScaleProperty().GetValue(), 1);
-        EXPECT_EQ(thickness, std::max(1.0f, std::round(face->underline_thickness * pixelsPerUnit)));
-        EXPECT_EQ(position, std::floor(position));
-        EXPECT_NEAR(position + thickness / 2, -face->underline_position * pixelsPerUnit, 0.55f);
-    }
+    std::string error;
+    Bytes const spaced = WithTable("hhea", 8, {410 / 256, 410 % 256}); // 410 of 2048 units: 6.4 pixels
+    Ref<BitmapFont> const pSpaced =
+        ReadBitmapFont(Span(spaced), "x", OptionsFor({'A'}), FontRegistry(), error);
+    ASSERT_TRUE(pSpaced) << error;
+    EXPECT_EQ(pSpaced->GetLeading(), 6);
 }
 
 TEST(BitmapFontFile, ReadsFontsOfPicturesAtTheirOwnSize) {
@@ -262,11 +273,9 @@ TEST(BitmapFontFile, ReadsFontsOfPicturesAtTheirOwnSize) {
     ASSERT_TRUE(glyph.m_nWidth == 3 && glyph.m_nHeight == 4);
     Area const area = AreaOf(glyph);
     std::string drawn;
-    for (int y = area.top; y < area.bottom; ++y) {
-        for (int x = area.left; x < area.right; ++x) {
-            std::uint8_t const nPixel = PixelsOf(*glyph.m_pTexture)[y * SideOf(glyph) + x];
-            drawn += nPixel == 0 ? '.' : nPixel == 255 ? '#' : '?';
-        }
+    for (int n = 0; n < 12; ++n) {
+        std::uint8_t const nPixel = PixelOf(*glyph.m_pTexture, area.left + n % 3, area.top + n / 3);
+        drawn += nPixel == 0 ? '.' : nPixel == 255 ? '#' : '?';
     }
     EXPECT_EQ(drawn, ".#."
                      "#.#"
@@ -290,79 +299,49 @@ TEST(FontFile, ReadsAnyFaceOfACollection) {
     EXPECT_EQ(error, "x.ttc: has no face 2, only 2, the first one being 0");
 }
 
-/** The outlines' table is there, but makes no sense. */
-Bytes WithDamagedGlyphs() {
-    Bytes file = ReadSansFile();
-    std::string const tag = "glyf";
-    auto const entry = std::search(file.begin(), file.end(), tag.begin(), tag.end());
-    auto const number = [&](std::ptrdiff_t nAt) {
-        return std::ptrdiff_t(entry[nAt]) << 24 | entry[nAt + 1] << 16 | entry[nAt + 2] << 8 | entry[nAt + 3];
-    };
-    std::fill_n(file.begin() + number(8), number(12), std::uint8_t(0x7F));
-    return file;
-}
-
-FontOptions Changed(void (*change)(FontOptions&)) {
-    FontOptions options = OptionsFor({'A', 'W'});
-    change(options);
-    return options;
-}
-
-enum Readers { Bitmap = 1, Polygonal = 2, Both = 3 };
-
-void ExpectError(Readers readers, Bytes const& file, FontOptions const& options,
-                 ClassRegistry const& registry, std::string const& expected) {
-    std::string bitmap = "x.ttf: " + expected, polygonal = bitmap;
-    EXPECT_FALSE(readers & Bitmap && ReadBitmapFont(Span(file), "x.ttf", options, registry, bitmap));
-    EXPECT_FALSE(readers & Polygonal && ReadPolygonalFont(Span(file), "x.ttf", options, registry, polygonal));
-    EXPECT_EQ(bitmap, "x.ttf: " + expected);
-    EXPECT_EQ(polygonal, "x.ttf: " + expected);
-}
-
+// The readers that a file of a kind is for, that file, and options of these.
 TEST(FontFile, SaysInOneLineWhatIsWrong) {
     Bytes const sans = ReadSansFile();
     Bytes const pictures = ReadData("fonts/pictures.bdf");
     std::string shades(pictures.begin(), pictures.end());
     shades.replace(shades.find("75 75 1\n"), 7, "75 75 4"); // bits a pixel
-    Bytes const half(sans.begin(), sans.begin() + static_cast<std::ptrdiff_t>(sans.size() / 2));
-    struct {
-        Readers readers;
-        Bytes file;
-        void (*change)(FontOptions&);
-        char const* expected;
-    } const cases[] = {
-        {Both, {}, [](FontOptions&) {}, "is empty"},
-        {Both, Bytes(1000, 'x'), [](FontOptions&) {}, "is not a font that can be read: unknown file format"},
-        {Both, half, [](FontOptions&) {}, "is not a font that can be read: unknown file format"},
-        {Both, WithDamagedGlyphs(), [](FontOptions&) {},
-         "the glyph of U+0041 cannot be loaded: invalid outline"},
-        {Both, sans, [](FontOptions& o) { o.pixelsPerEm = 0; },
-         "cannot be read at 0 pixels per em, only at 1 to 512"},
-        {Both, sans, [](FontOptions& o) { o.pixelsPerEm = 513; },
-         "cannot be read at 513 pixels per em, only at 1 to 512"},
-        {Both, sans, [](FontOptions& o) { o.faceIndex = -1; }, "has no face -1"},
-        {Both, sans, [](FontOptions& o) { o.faceIndex = 1; }, "has no face 1, only 1, the first one being 0"},
-        {Bitmap, sans, [](FontOptions& o) { o.maximumPageSize = 3; },
-         "cannot be put on pages of at most 3 pixels, only of 4 to 8192"},
-        {Bitmap, sans, [](FontOptions& o) { o.maximumPageSize = 8193; },
-         "cannot be put on pages of at most 8193 pixels, only of 4 to 8192"},
-        {Bitmap, sans, [](FontOptions& o) { o.maximumPageSize = 31; },
-         "the glyph of U+0041 has 22 x 23 pixels, too many for a page of 16 x 16"},
-        {Bitmap, sans, [](FontOptions& o) { o.codePoints = {'g'}, o.maximumPageSize = 16; },
-         "the glyph of U+0067 has 17 x 25 pixels, too many for a page of 16 x 16"},
-        {Bitmap, pictures, [](FontOptions& o) { o.pixelsPerEm = 9; },
-         "has no glyphs at 9 pixels per em, only at 8"},
-        {Bitmap, Bytes(shades.begin(), shades.end()), [](FontOptions& o) { o.pixelsPerEm = 8; },
-         "the glyph of U+0041 is a picture of an unsupported kind"},
-        {Polygonal, pictures, [](FontOptions& o) { o.pixelsPerEm = 8; },
-         "has pictures of its glyphs, but no outlines"},
+    std::map<std::string, Bytes> const files = {
+        {"nothing", {}},
+        {"letters", Bytes(1000, 'x')},
+        {"half", Bytes(sans.begin(), sans.begin() + std::ptrdiff_t(sans.size() / 2))},
+        {"damaged", WithTable("glyf", 0, Bytes(400000, 0x7F))},
+        {"sans", sans},
+        {"pictures", pictures},
+        {"shades", Bytes(shades.begin(), shades.end())},
     };
-    for (auto const& c : cases) {
-        ExpectError(c.readers, c.file, Changed(c.change), FontRegistry(), c.expected);
+    FontRegistry const registry;
+    ClassRegistry const nothing;
+    for (TextCase const& bad : ReadCases("fonts/errors.txt")) {
+        std::istringstream words(bad.text);
+        std::string readers, file, option;
+        words >> readers >> file;
+        FontOptions options = OptionsFor({'A', 'W'});
+        ClassRegistry const* pRegistry = &registry;
+        for (int nValue = 0; words >> option >> nValue;) {
+            if (option == "letter") {
+                options.codePoints = {std::uint32_t(nValue)};
+            } else if (option == "classes") {
+                pRegistry = &nothing;
+            } else {
+                (option == "size"   ? options.pixelsPerEm
+                 : option == "face" ? options.faceIndex
+                                    : options.maximumPageSize) = nValue;
+            }
+        }
+        std::string const expected = "x.ttf: " + bad.expected;
+        std::string bitmap = expected, polygonal = expected;
+        ByteSpan const bytes = Span(files.at(file));
+        EXPECT_FALSE(readers != "polygonal" && ReadBitmapFont(bytes, "x.ttf", options, *pRegistry, bitmap));
+        EXPECT_FALSE(readers != "bitmap" &&
+                     ReadPolygonalFont(bytes, "x.ttf", options, *pRegistry, polygonal));
+        EXPECT_EQ(bitmap, expected);
+        EXPECT_EQ(polygonal, expected);
     }
-    ExpectError(Bitmap, sans, OptionsFor({'A'}), ClassRegistry(), "no class \"Font\" to make a font of it");
-    ExpectError(Polygonal, sans, OptionsFor({'A'}), ClassRegistry(),
-                "no class \"PolygonalFont\" to make a font of it");
 }
 
 TEST(FontFile, RefusesFilesThatCannotBeReadOrAreTooLarge) {

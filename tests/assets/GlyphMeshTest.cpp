@@ -2,6 +2,7 @@
 #include "GlyphTriangles.h"
 
 #include "TestFonts.h"
+#include "kelvo_test/Plane.h"
 
 #include <gtest/gtest.h>
 
@@ -14,13 +15,10 @@
 namespace trevik::kelvo::assets::testing {
 namespace {
 
+using ::kelvo::test::Cross;
 using Point = Vector2T<RealFloat>;
 using Contour = std::vector<Point>;
 using Triangle = std::array<Point, 3>;
-
-double Cross(Point const& a, Point const& b, Point const& c) {
-    return (double(b.x) - a.x) * (double(c.y) - a.y) - (double(c.x) - a.x) * (double(b.y) - a.y);
-}
 
 /** The triangles of a mesh, which has to be sound. */
 std::vector<Triangle> TrianglesOf(GlyphMesh const& mesh) {
@@ -53,14 +51,10 @@ double AreaOf(std::vector<Triangle> const& triangles) {
     return area;
 }
 
-bool Contains(Triangle const& triangle, Point const& point) {
-    return Cross(triangle[0], triangle[1], point) > 0 && Cross(triangle[1], triangle[2], point) > 0 &&
-           Cross(triangle[2], triangle[0], point) > 0;
-}
-
 int CountAround(std::vector<Triangle> const& triangles, Point const& point) {
-    return static_cast<int>(std::count_if(triangles.begin(), triangles.end(),
-                                          [&point](Triangle const& t) { return Contains(t, point); }));
+    return static_cast<int>(std::count_if(triangles.begin(), triangles.end(), [&point](Triangle const& t) {
+        return Cross(t[0], t[1], point) > 0 && Cross(t[1], t[2], point) > 0 && Cross(t[2], t[0], point) > 0;
+    }));
 }
 
 std::vector<Triangle> TrianglesOf(PolygonalFont const& font, std::uint32_t nCodePoint) {
@@ -162,18 +156,11 @@ FT_Outline MakeOutline(std::vector<FT_Vector>& points, std::vector<char>& tags, 
     return outline;
 }
 
-double DistanceToSegment(Point const& p, Point const& a, Point const& b) {
-    double const dx = b.x - a.x, dy = b.y - a.y;
-    double const length = dx * dx + dy * dy;
-    double const t = length > 0 ? std::clamp(((p.x - a.x) * dx + (p.y - a.y) * dy) / length, 0.0, 1.0) : 0.0;
-    return std::hypot(p.x - a.x - t * dx, p.y - a.y - t * dy);
-}
-
 double DistanceTo(Contour const& contour, Point const& point) {
     double distance = 1e9;
     for (std::size_t i = 0; i < contour.size(); ++i) {
-        distance =
-            std::min(distance, DistanceToSegment(point, contour[i], contour[(i + 1) % contour.size()]));
+        Point const& next = contour[(i + 1) % contour.size()];
+        distance = std::min(distance, ::kelvo::test::DistanceToSegment(point, contour[i], next));
     }
     return distance;
 }

@@ -3,45 +3,26 @@
 #include "PixelPacking.h"
 #include "TestFiles.h"
 #include "TestImages.h"
+#include "kelvo_test/PngChunk.h"
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <sstream>
 #include <utility>
-
-#include <zlib.h>
 
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-/** The four bytes of a border pixel's letter. */
-Bytes Colour(char letter) {
-    switch (letter) {
-    case '#':
-        return {0, 0, 0, 255};
-    case 'w':
-        return {255, 255, 255, 255};
-    case 'r':
-        return {255, 0, 0, 255};
-    case 'h': // half of black
-        return {0, 0, 0, 128};
-    case 'g':
-        return {0, 128, 0, 255};
-    case 't': // transparent, but not black
-        return {200, 100, 50, 0};
-    default:
-        return {0, 0, 0, 0};
-    }
-}
-
-/** A border, as letters without the corners: '.' is transparent, '#' black; see Colour for the others. */
-struct Border {
-    std::string top;
-    std::string left;
-    std::string bottom;
-    std::string right;
+/** Letters of a border's pixels, and their four bytes. Others are transparent. */
+std::map<char, Bytes> const Colours = {
+    {'#', {0, 0, 0, 255}},   {'w', {255, 255, 255, 255}}, {'r', {255, 0, 0, 255}}, {'h', {0, 0, 0, 128}},
+    {'g', {0, 128, 0, 255}}, {'t', {200, 100, 50, 0}},    {'.', {0, 0, 0, 0}},
 };
 
+using ::kelvo::test::AppendBig32;
+using ::kelvo::test::PngHeaderEnd;
+using ::kelvo::test::WithPngChunk;
 using Bands = std::vector<NinePatchInfo::Band>;
 
 constexpr int Width = 9;
@@ -52,91 +33,60 @@ Bytes Inner() {
     return GradientRgba(Width, Height);
 }
 
-Bytes SourcePng(Border const& border, char corner = 'h') {
+/** A picture with a border: its letters at the top, left, bottom and right, without the corners. */
+Bytes SourcePng(std::string const& border, char corner = 'h') {
+    std::istringstream sides(border);
+    std::string top, left, bottom, right;
+    sides >> top >> left >> bottom >> right;
+    EXPECT_EQ(top.size() + bottom.size(), 2u * Width);
+    EXPECT_EQ(left.size() + right.size(), 2u * Height);
+    Bytes const inner = Inner();
     Bytes pixels;
-    auto const append = [&pixels](Bytes const& pixel) {
-        pixels.insert(pixels.end(), pixel.begin(), pixel.end());
+    auto const append = [&pixels](Bytes const& some) {
+        pixels.insert(pixels.end(), some.begin(), some.end());
     };
     auto const appendRow = [&](std::string const& letters) {
-        append(Colour(corner));
-        for (char const letter : letters) {
-            append(Colour(letter));
+        for (char const letter : corner + letters + corner) {
+            append(Colours.at(letter));
         }
-        append(Colour(corner));
     };
-    EXPECT_EQ(border.top.size(), std::size_t(Width));
-    EXPECT_EQ(border.right.size(), std::size_t(Height));
-    appendRow(border.top);
+    appendRow(top);
     for (std::size_t y = 0; y < Height; ++y) {
-        append(Colour(border.left[y]));
-        Bytes const inner = Inner();
-        auto const row = inner.begin() + std::ptrdiff_t(y * Width * 4);
-        append(Bytes(row, row + Width * 4));
-        append(Colour(border.right[y]));
+        append(Colours.at(left[y]));
+        append(Bytes(inner.begin() + std::ptrdiff_t(y * Width * 4),
+                     inner.begin() + std::ptrdiff_t((y + 1) * Width * 4)));
+        append(Colours.at(right[y]));
     }
-    appendRow(border.bottom);
+    appendRow(bottom);
     return RgbaPng(Width + 2, Height + 2, pixels);
 }
 
-Border const Plain = {"..###....", ".##....", ".........", "......."};
-
-void AppendBig32(Bytes& bytes, std::uint32_t number) {
-    for (int shift = 24; shift >= 0; shift -= 8) {
-        bytes.push_back(std::uint8_t(number >> shift));
-    }
-}
-
-Bytes PngChunk(char const* pName, Bytes const& content) {
-    Bytes chunk;
-    AppendBig32(chunk, std::uint32_t(content.size()));
-    chunk.insert(chunk.end(), pName, pName + 4);
-    chunk.insert(chunk.end(), content.begin(), content.end());
-    AppendBig32(chunk, std::uint32_t(crc32(0, chunk.data() + 4, unsigned(chunk.size() - 4))));
-    return chunk;
-}
-
-/** What the chunk says: left, right, top and bottom padding, and the divisions. */
-struct Compiled {
-    std::vector<int> numbers[3]; ///< padding, columns, rows
-    explicit Compiled(std::string const& text) {
-        std::istringstream words(text);
-        std::size_t nPart = 0;
-        for (std::string word; words >> word;) {
-            if (word == "/") {
-                ++nPart;
-            } else {
-                numbers[nPart].push_back(std::stoi(word));
-            }
-        }
-    }
-};
+char const* const Plain = "..###.... .##.... ......... .......";
 
 char const* const PlainCompiled = "1 2 3 4 / 2 5 / 1 3";
 
-Bytes ChunkOf(Compiled const& compiled) {
-    auto const& [padding, columns, rows] = compiled.numbers;
-    std::size_t const nColours = 3;
-    Bytes bytes = {1, std::uint8_t(columns.size()), std::uint8_t(rows.size()), std::uint8_t(nColours)};
+/** The chunk for a text: left, right, top and bottom padding, and the divisions of columns and of rows. */
+Bytes ChunkOf(std::string const& text) {
+    std::istringstream words(text);
+    Bytes bytes = {1, 0, 0, 3}; // three colours
     bytes.resize(12, 0xEE);
-    for (std::vector<int> const& numbers : {padding, {-1}, columns, rows}) {
-        for (int const number : numbers) {
-            AppendBig32(bytes, std::uint32_t(number));
+    std::size_t nPart = 0;
+    for (std::string word; words >> word;) {
+        if (word != "/") {
+            AppendBig32(bytes, std::uint32_t(std::stoi(word)));
+            bytes[nPart] += nPart != 0;
+        } else if (++nPart == 1) {
+            AppendBig32(bytes, 0xFFFFFFFF);
         }
     }
-    bytes.resize(bytes.size() + 4 * nColours, 1);
+    bytes.resize(bytes.size() + 4 * 3, 1);
     return bytes;
 }
 
-/** Puts chunks behind the header of a PNG file, or in front of its end. */
-Bytes WithChunk(Bytes file, Bytes const& description, bool fBehindPixels = false) {
-    Bytes const chunk = PngChunk("npTc", description);
-    std::ptrdiff_t const at = fBehindPixels ? std::ptrdiff_t(file.size()) - 12 : 33;
-    file.insert(file.begin() + at, chunk.begin(), chunk.end());
-    return file;
-}
-
-Bytes CompiledPng(char const* pCompiled, bool fBehindPixels = false) {
-    return WithChunk(RgbaPng(Width, Height, Inner()), ChunkOf(Compiled(pCompiled)), fBehindPixels);
+/** Puts a chunk behind the header of a PNG file, or in front of its end. */
+Bytes WithChunk(Bytes const& file, Bytes const& description, bool fBehindPixels = false) {
+    return WithPngChunk(file, fBehindPixels ? std::ptrdiff_t(file.size()) - 12 : PngHeaderEnd, "npTc",
+                        description);
 }
 
 struct Loaded {
@@ -188,10 +138,8 @@ void ExpectLoads(Loaded const& loaded, std::string const& expected) {
 TEST(NinePatchSource, SaysWhatStretchesAndWhereContentGoes) {
     for (TextCase const& each : ReadCases("images/nine-patches.txt")) {
         SCOPED_TRACE(each.text);
-        Border border;
-        std::istringstream(each.text) >> border.top >> border.left >> border.bottom >> border.right;
         for (char const corner : {'#', 'w', 'r', 'g', 'h', '.'}) {
-            ExpectLoads(Load(SourcePng(border, corner)), each.expected);
+            ExpectLoads(Load(SourcePng(each.text, corner)), each.expected);
         }
     }
 }
@@ -256,17 +204,18 @@ TEST(NinePatchSource, MayHaveNoAlpha) {
 }
 
 TEST(NinePatchCompiled, SaysWhatStretchesAndWhereContentGoes) {
+    Bytes const file = RgbaPng(Width, Height, Inner());
     for (TextCase const& each : ReadCases("images/nine-patch-chunks.txt")) {
         SCOPED_TRACE(each.text);
         for (bool const fBehindPixels : {false, true}) {
-            ExpectLoads(Load(CompiledPng(each.text.c_str(), fBehindPixels)), each.expected);
+            ExpectLoads(Load(WithChunk(file, ChunkOf(each.text), fBehindPixels)), each.expected);
         }
     }
 }
 
 TEST(NinePatchCompiled, IsRefusedForAChunkThatIsTooShortOrThereTwice) {
     Bytes const file = RgbaPng(Width, Height, Inner());
-    Bytes const whole = ChunkOf(Compiled(PlainCompiled));
+    Bytes const whole = ChunkOf(PlainCompiled);
     ASSERT_EQ(whole.size(), 32u + 4 * (2 + 2 + 3));
     for (auto const& [nSize, nNeeded] : {std::pair(0, 32), {31, 32}, {59, 60}}) {
         ExpectFault(Load(WithChunk(file, Bytes(whole.begin(), whole.begin() + nSize))),
@@ -277,7 +226,7 @@ TEST(NinePatchCompiled, IsRefusedForAChunkThatIsTooShortOrThereTwice) {
 }
 
 TEST(NinePatchImage, FailsAsPngFilesDo) {
-    Bytes damaged = CompiledPng(PlainCompiled);
+    Bytes damaged = WithChunk(RgbaPng(Width, Height, Inner()), ChunkOf(PlainCompiled));
     damaged[33 + 8] ^= 1; // the checksum of the chunk tells
     ExpectFault(Load(damaged), "*npTc*");
     ExpectFault(Load({}), "is empty");

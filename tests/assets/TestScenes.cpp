@@ -12,6 +12,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <stdexcept>
 #include <vector>
 
@@ -21,7 +22,7 @@ namespace trevik::kelvo::assets::testing {
 
 namespace {
 
-std::string Join(std::initializer_list<RealFloat> numbers) {
+std::string Join(std::vector<RealFloat> const& numbers) {
     std::string text;
     for (RealFloat const number : numbers) {
         char digits[40];
@@ -34,6 +35,13 @@ std::string Join(std::initializer_list<RealFloat> numbers) {
 template <class T>
 T const& ValueOf(PropertyList::Entry const& entry) {
     return static_cast<BaseProperty<T> const*>(entry.m_pProperty)->GetValue();
+}
+
+/** A value of nothing but numbers. */
+template <class T>
+std::string JoinReals(PropertyList::Entry const& entry) {
+    RealFloat const* const pFirst = reinterpret_cast<RealFloat const*>(&ValueOf<T>(entry));
+    return Join({pFirst, pFirst + sizeof(T) / sizeof(RealFloat)});
 }
 
 std::string ToText(String16 const& text) {
@@ -97,16 +105,11 @@ public:
 private:
     void Add(std::string const& line) { m_text += m_sIndent + line + "\n"; }
 
-    /** The number of an object that is said for the first time now, or 0. */
+    /** Gives an object its number; whether it is said for the first time. */
     bool IsNew(void const* pObject, std::size_t& nNumber) {
-        for (nNumber = 0; nNumber < m_known.size() && m_known[nNumber] != pObject;) {
-            ++nNumber;
-        }
-        if (nNumber == m_known.size()) {
-            m_known.push_back(pObject);
-            return true;
-        }
-        return false;
+        auto const [known, fNew] = m_known.emplace(pObject, m_known.size());
+        nNumber = known->second;
+        return fNew;
     }
 
     void AddProperties(PropertyList& properties, PropertyList const& initial) {
@@ -213,7 +216,7 @@ private:
 
     SceneSettings const& m_settings;
     ClassRegistry m_registry;
-    std::vector<void const*> m_known;
+    std::map<void const*, std::size_t> m_known;
     std::string m_sIndent;
     std::string m_text;
 };
@@ -260,27 +263,17 @@ std::string DescribeValueOf(PropertyList::Entry const& entry) {
     case PropertyType::Int:
         return std::to_string(ValueOf<int>(entry));
     case PropertyType::Real:
-        return Join({ValueOf<RealFloat>(entry)});
-    case PropertyType::Vector2: {
-        auto const& v = ValueOf<Vector2T<RealFloat>>(entry);
-        return Join({v.x, v.y});
-    }
-    case PropertyType::Vector3: {
-        auto const& v = ValueOf<Vector3T<RealFloat>>(entry);
-        return Join({v.x, v.y, v.z});
-    }
-    case PropertyType::Rectangle: {
-        auto const& r = ValueOf<RectangleT<RealFloat>>(entry);
-        return Join({r.left, r.top, r.right, r.bottom});
-    }
-    case PropertyType::Color: {
-        auto const& color = ValueOf<ColorT<RealFloat>>(entry);
-        return Join({color.r, color.g, color.b, color.a});
-    }
-    case PropertyType::SizeReal: {
-        auto const& size = ValueOf<SizeT<RealFloat>>(entry);
-        return Join({size.width, size.height});
-    }
+        return JoinReals<RealFloat>(entry);
+    case PropertyType::Vector2:
+        return JoinReals<Vector2T<RealFloat>>(entry);
+    case PropertyType::Vector3:
+        return JoinReals<Vector3T<RealFloat>>(entry);
+    case PropertyType::Rectangle:
+        return JoinReals<RectangleT<RealFloat>>(entry);
+    case PropertyType::Color:
+        return JoinReals<ColorT<RealFloat>>(entry);
+    case PropertyType::SizeReal:
+        return JoinReals<SizeT<RealFloat>>(entry);
     case PropertyType::String:
         return ValueOf<String16>(entry).IsEmpty() ? "empty" : ToText(ValueOf<String16>(entry));
     case PropertyType::SizeInt: {
