@@ -65,13 +65,6 @@ std::string Replaced(std::string text, std::string const& from, std::string cons
     return at == text.npos ? text : text.replace(at, from.size(), to);
 }
 
-struct FontClasses : ClassRegistry {
-    FontClasses() {
-        AddClassContainer(new ClassContainerT<test::TestFont>(HashName("Font")));
-        AddClassContainer(new ClassContainerT<test::TestTexture>(HashName("Texture")));
-    }
-};
-
 /** A picture whose alpha tells its name and place, and whose brightness is something else. */
 Bytes PagePng(std::string const& file) {
     Bytes pixels;
@@ -88,7 +81,7 @@ bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& i
 
 Ref<BitmapFont> ReadFont(Bytes const& description, std::string& error,
                          BMFontPageReader const& readPage = ReadPage) {
-    return ReadBMFont(Span(description), "test.fnt", readPage, FontClasses(), error);
+    return ReadBMFont(Span(description), "test.fnt", readPage, test::TestRegistry(), error);
 }
 
 /** For descriptions that must be read. */
@@ -140,34 +133,19 @@ std::string Describe(BitmapFont& font) {
     return text.str();
 }
 
-class BMFontForm : public ::testing::TestWithParam<std::pair<char const*, Bytes>> {};
-
-TEST_P(BMFontForm, GivesGlyphsKerningAndMeasures) {
-    Ref<BitmapFont> const pFont = MustRead(GetParam().second);
-    ASSERT_TRUE(pFont);
-    EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/fonts/font.txt", Describe(*pFont)));
-}
-
 // A description that has been cut is refused, or has lost no glyph.
-TEST_P(BMFontForm, LosesNoGlyphsUnnoticed) {
-    Bytes const& whole = GetParam().second;
-    for (std::size_t nLength = 0; nLength < whole.size(); ++nLength) {
-        std::string error;
-        Ref<BitmapFont> const pFont =
-            ReadFont(Bytes(whole.begin(), whole.begin() + std::ptrdiff_t(nLength)), error);
-        if (pFont) {
-            EXPECT_EQ(pFont->GetGlyphCount(), 4u) << nLength;
-        } else {
-            EXPECT_EQ(error.rfind("test.fnt:", 0), 0u) << error;
+TEST(BMFontReader, ReadsEachFormAndLosesNoGlyphsUnnoticed) {
+    for (Bytes const& whole : {ToBytes(TextFont), ToBytes(XmlFont), BinaryFont}) {
+        Ref<BitmapFont> const pWhole = MustRead(whole);
+        ASSERT_TRUE(pWhole);
+        EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/fonts/font.txt", Describe(*pWhole)));
+        for (std::ptrdiff_t nLength = 0; nLength < std::ptrdiff_t(whole.size()); ++nLength) {
+            std::string error;
+            Ref<BitmapFont> const pFont = ReadFont(Bytes(whole.begin(), whole.begin() + nLength), error);
+            EXPECT_TRUE(pFont ? pFont->GetGlyphCount() == 4 : error.rfind("test.fnt:", 0) == 0) << error;
         }
     }
 }
-
-INSTANTIATE_TEST_SUITE_P(Forms, BMFontForm,
-                         ::testing::Values(std::pair("Text", ToBytes(TextFont)),
-                                           std::pair("Xml", ToBytes(XmlFont)),
-                                           std::pair("Binary", BinaryFont)),
-                         [](auto const& info) { return std::string(info.param.first); });
 
 TEST(BMFontReader, ReadsWhatOtherToolsWriteAsWell) {
     std::string const& text = TextFont;
@@ -278,6 +256,10 @@ TEST(BMFontReader, KeepsItsLimits) {
 TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
     std::uint8_t const grey = 2 * 5;
     std::uint8_t const alpha = 2 * 3 + 'f';
+    Bytes rgb;
+    for (int n = 0; n < 64 * 32; ++n) {
+        rgb.insert(rgb.end(), 3, std::uint8_t(n * 5));
+    }
     struct {
         char const* description;
         bool fAlphaInFile;
@@ -287,15 +269,9 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
         {"alphaChnl=3", true, grey},  {"alphaChnl=1", false, grey}, {"alphaChnl=4", false, grey},
     };
     for (auto const& each : cases) {
-        SCOPED_TRACE(each.description);
-        auto const readPage = [&each](std::string const& file, ImageOptions const& options, ImageData& image,
-                                      std::string& error) {
-            Bytes rgb;
-            for (int n = 0; n < 64 * 32; ++n) {
-                rgb.insert(rgb.end(), 3, std::uint8_t(n * 5));
-            }
-            return LoadPng(Span(each.fAlphaInFile ? PagePng(file) : RgbPng(64, 32, rgb)), file, options,
-                           image, error);
+        auto const readPage = [&](std::string const& file, auto const& options, auto& image, auto& error) {
+            Bytes const png = each.fAlphaInFile ? PagePng(file) : RgbPng(64, 32, rgb);
+            return LoadPng(Span(png), file, options, image, error);
         };
         std::string error;
         Ref<BitmapFont> const pFont =
@@ -304,17 +280,13 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
         Texture& texture = *pFont->GetGlyph(65)->m_pTexture;
         EXPECT_EQ(texture.GetFormat(), TextureFormat::Alpha8);
         EXPECT_EQ(texture.GetPixelData().GetBuffer().GetSize(), 64u * 32);
-        EXPECT_EQ(texture.GetPixelData().GetBuffer().GetData()[2], each.expected);
+        EXPECT_EQ(texture.GetPixelData().GetBuffer().GetData()[2], each.expected) << each.description;
     }
 }
 
 TEST(BMFontReader, ReadsAPictureOfSeveralPagesOnce) {
     int nReads = 0;
-    auto const readPage = [&nReads](std::string const& file, ImageOptions const& options, ImageData& image,
-                                    std::string& error) {
-        ++nReads;
-        return ReadPage(file, options, image, error);
-    };
+    auto const readPage = [&nReads](auto&&... page) { return ++nReads, ReadPage(page...); };
     std::string error;
     Ref<BitmapFont> const pFont =
         ReadFont(ToBytes(Replaced(TextFont, "second.png", "first.png")), error, readPage);
@@ -328,7 +300,7 @@ TEST(BMFontReader, FindsPagesBesideTheDescription) {
     folder.Write("test.fnt", ToBytes(TextFont));
     folder.Write("first.png", PagePng("first.png"));
     folder.Write("small.png", RgbPng(1, 2, Bytes(6)));
-    FontClasses const registry;
+    test::TestRegistry const registry;
     std::string const path = folder.Path("test.fnt");
     std::string error;
     EXPECT_FALSE(ReadBMFont(path, registry, error));

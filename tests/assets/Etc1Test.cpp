@@ -23,20 +23,6 @@ ImageData OpaqueImage(int width, int height) {
     return image;
 }
 
-/** Largest and mean difference of one channel of two pictures of four bytes a pixel. */
-struct Difference {
-    int largest = 0;
-    double mean = 0;
-    Difference(const Bytes& a, const Bytes& b, std::size_t channel) {
-        EXPECT_EQ(a.size(), b.size());
-        for (std::size_t i = channel; i < std::min(a.size(), b.size()); i += 4) {
-            const int difference = std::abs(a[i] - b[i]);
-            largest = std::max(largest, difference);
-            mean += difference * 4.0 / double(a.size());
-        }
-    }
-};
-
 TEST(Etc1, ABlockDecodesToItsBaseColourPlusModifier) {
     // Differential mode: base colour (31, 16, 8) of five bits each, no difference, table 0, all pixels "small
     // plus".
@@ -54,36 +40,16 @@ TEST(Etc1, EncodingKeepsASmoothPictureWithinItsPrecision) {
     EXPECT_EQ(encoded.pixels.size(), 2u * 24 * 16 / 2);
     EXPECT_EQ(encoded.levels[0], (MipLevel{24, 16, 0, 24 * 16 / 2}));
     const RgbaPicture decoded = UnpackLevel(encoded, 0);
-    for (std::size_t channel = 0; channel < 4; ++channel) {
-        SCOPED_TRACE(channel);
-        const Difference difference(decoded.bytes, pixels, channel);
+    ASSERT_EQ(decoded.bytes.size(), pixels.size());
+    int sums[4] = {};
+    for (std::size_t i = 0; i < pixels.size(); ++i) {
+        const int difference = std::abs(decoded.bytes[i] - pixels[i]);
         // Half a block shares one hue: a gradient across it and four-bit bases cost up to two steps of 17.
-        EXPECT_LE(difference.largest, 34);
-        EXPECT_LE(difference.mean, channel == 3 ? 4.0 : 9.0);
+        EXPECT_LE(difference, 34) << i;
+        sums[i % 4] += difference;
     }
-}
-
-TEST(Etc1, PadsOddSizesByRepeatingTheEdge) {
-    // One colour for each of the four blocks; of three of them only an edge or a corner lies in the picture.
-    const Bytes colours[] = {{200, 40, 90}, {30, 160, 220}, {120, 250, 10}, {60, 60, 180}};
-    ImageData image = OpaqueImage(5, 5);
-    for (int i = 0; i < 25; ++i)
-        for (int c = 0; c < 3; ++c)
-            image.pixels[std::size_t(i * 4 + c)] = colours[(i % 5 == 4) + 2 * (i / 5 == 4)][std::size_t(c)];
-    const ImageData encoded = Encode(image);
-    EXPECT_EQ(encoded.format, TextureFormat::ETC1_RGB);
-    EXPECT_EQ(encoded.width, 5);
-    EXPECT_EQ(encoded.height, 5);
-    EXPECT_EQ(encoded.allocatedWidth, 8);
-    EXPECT_EQ(encoded.allocatedHeight, 8);
-    EXPECT_EQ(encoded.levels[0], (MipLevel{8, 8, 0, 32}));
-    ASSERT_EQ(encoded.pixels.size(), 32u);
-    const RgbaPicture all = UnpackPixels(encoded.pixels.data(), TextureFormat::ETC1_RGB, 8, 8);
-    for (int y = 0; y < 8; ++y)
-        for (int x = 0; x < 8; ++x)
-            for (int c = 0; c < 3; ++c) // five bits a channel, and the smallest modifier
-                EXPECT_NEAR(all.At(x, y)[c], colours[(x >= 4) + 2 * (y >= 4)][std::size_t(c)], 6)
-                    << x << " " << y;
+    for (int channel = 0; channel < 4; ++channel)
+        EXPECT_LE(sums[channel], (channel == 3 ? 4 : 9) * 24 * 16) << channel;
 }
 
 TEST(Etc1, APartBlockIsEncodedLikeTheWholeBlockThatRepeatsItsEdge) {
@@ -98,6 +64,10 @@ TEST(Etc1, APartBlockIsEncodedLikeTheWholeBlockThatRepeatsItsEdge) {
         EncodeEtc1Plane(part, plane, partBlock.data());
         EncodeEtc1Plane(whole, plane, wholeBlock.data());
         EXPECT_EQ(partBlock, wholeBlock);
+        // Nothing is written outside of the part.
+        RgbaPicture decoded{3, 2, Bytes(64, 7)};
+        DecodeEtc1Plane(partBlock.data(), plane, decoded);
+        EXPECT_EQ(std::count(decoded.bytes.begin() + 24, decoded.bytes.end(), 7), 40);
     }
 }
 

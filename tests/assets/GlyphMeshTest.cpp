@@ -75,6 +75,26 @@ std::vector<std::uint32_t> TellingGlyphs() {
     return codePoints;
 }
 
+/** Size and offset are the mesh's box in whole pixels. */
+void ExpectBox(Glyph const& glyph, std::vector<Triangle> const& triangles, FT_GlyphSlot pSlot,
+               int nPixelsPerEm) {
+    Point least(1e9f, 1e9f), greatest(-1e9f, -1e9f);
+    for (Triangle const& triangle : triangles) {
+        for (Point const& corner : triangle) {
+            least = {std::min(least.x, corner.x), std::min(least.y, corner.y)};
+            greatest = {std::max(greatest.x, corner.x), std::max(greatest.y, corner.y)};
+        }
+    }
+    EXPECT_EQ(glyph.m_nOffsetX, std::floor(least.x));
+    EXPECT_EQ(-glyph.m_nOffsetY, std::floor(least.y));
+    EXPECT_EQ(glyph.m_nOffsetX + glyph.m_nWidth, std::ceil(greatest.x));
+    EXPECT_EQ(-glyph.m_nOffsetY + glyph.m_nHeight, std::ceil(greatest.y));
+    EXPECT_EQ(glyph.m_nAdvance, std::lround(double(pSlot->advance.x) / 64));
+    EXPECT_EQ(glyph.m_rDivisorX, nPixelsPerEm);
+    EXPECT_EQ(glyph.m_rDivisorY, nPixelsPerEm);
+    EXPECT_EQ(glyph.m_origin, Vector2T<RealFloat>());
+}
+
 TEST(GlyphMesh, CoversThePixelsThatFreeTypeDraws) {
     struct {
         int nPixelsPerEm;
@@ -88,6 +108,7 @@ TEST(GlyphMesh, CoversThePixelsThatFreeTypeDraws) {
             SCOPED_TRACE(::testing::Message() << nCodePoint << " at " << c.nPixelsPerEm);
             std::vector<Triangle> const triangles = TrianglesOf(*pFont, nCodePoint);
             FT_GlyphSlot const pSlot = face.Load(nCodePoint, FT_LOAD_RENDER | FT_LOAD_NO_HINTING);
+            ExpectBox(*pFont->GetGlyph(nCodePoint), triangles, pSlot, c.nPixelsPerEm);
             double covered = 0;
             for (unsigned int y = 0; y < pSlot->bitmap.rows; ++y) {
                 for (unsigned int x = 0; x < pSlot->bitmap.width; ++x) {
@@ -103,34 +124,6 @@ TEST(GlyphMesh, CoversThePixelsThatFreeTypeDraws) {
             }
             EXPECT_NEAR(AreaOf(triangles), covered, 0.01 * covered + 0.5);
         }
-    }
-}
-
-TEST(GlyphMesh, SizeAndOffsetAreTheMeshsBoxInWholePixels) {
-    Ref<PolygonalFont> const pFont = ReadSansOutlines(OptionsFor(TellingGlyphs(), 40));
-    ASSERT_TRUE(pFont);
-    ReferenceFace const face(40);
-    for (std::uint32_t const nCodePoint : TellingGlyphs()) {
-        SCOPED_TRACE(nCodePoint);
-        Glyph const& glyph = *pFont->GetGlyph(nCodePoint);
-        float left = 1e9f, bottom = 1e9f, right = -1e9f, top = -1e9f;
-        for (Triangle const& triangle : TrianglesOf(*pFont, nCodePoint)) {
-            for (Point const& corner : triangle) {
-                left = std::min(left, corner.x);
-                right = std::max(right, corner.x);
-                bottom = std::min(bottom, corner.y);
-                top = std::max(top, corner.y);
-            }
-        }
-        EXPECT_EQ(glyph.m_nOffsetX, std::floor(left));
-        EXPECT_EQ(-glyph.m_nOffsetY, std::floor(bottom));
-        EXPECT_EQ(glyph.m_nOffsetX + glyph.m_nWidth, std::ceil(right));
-        EXPECT_EQ(-glyph.m_nOffsetY + glyph.m_nHeight, std::ceil(top));
-        long const nAdvance = face.Load(nCodePoint, FT_LOAD_NO_HINTING)->advance.x;
-        EXPECT_EQ(glyph.m_nAdvance, std::lround(double(nAdvance) / 64));
-        EXPECT_EQ(glyph.m_rDivisorX, 40);
-        EXPECT_EQ(glyph.m_rDivisorY, 40);
-        EXPECT_EQ(glyph.m_origin, Vector2T<RealFloat>());
     }
 }
 

@@ -32,13 +32,9 @@ TEST(PngReader, EveryTruncationIsAnErrorThatNamesTheFileAndThePlace) {
         for (std::size_t size = 0; size < file.size(); ++size) {
             // A copy of exactly this size lets the address sanitizer see a read past the end.
             const Bytes part(file.begin(), file.begin() + std::ptrdiff_t(size));
-            SCOPED_TRACE(size);
             const std::string error = ErrorOfPng(part);
-            EXPECT_EQ(error.rfind("x.png: ", 0), 0u) << error;
-            EXPECT_EQ(error.find('\n'), std::string::npos) << error;
-            if (size >= 8) {
-                EXPECT_NE(error.find("at byte " + std::to_string(size)), std::string::npos) << error;
-            }
+            EXPECT_TRUE(IsMessage(error, "x.png: *"));
+            EXPECT_EQ(error.find("at byte " + std::to_string(size)) != error.npos, size > 0) << error;
         }
     }
 }
@@ -49,8 +45,7 @@ TEST(PngReader, EveryDamagedByteIsAnError) {
         for (unsigned mask : {0x01u, 0x20u, 0x80u}) {
             Bytes damaged = file;
             damaged[at] = std::uint8_t(damaged[at] ^ mask);
-            SCOPED_TRACE(at);
-            EXPECT_NE(ErrorOfPng(damaged), "");
+            EXPECT_NE(ErrorOfPng(damaged), "") << at;
         }
     }
 }
@@ -69,19 +64,20 @@ TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
     wide.limits.maxWidth = INT_MAX;
     ImageOptions small;
     small.limits.maxBytes = 3 * 2 * 4 - 1;
+    Bytes header = ReadData("images/bad/wider-than-textures-are.png");
+    header.resize(33); // no byte behind it is looked at
     const struct {
         Bytes file;
         ImageOptions options;
         const char* expected;
     } cases[] = {
-        {ReadData("images/bad/wider-than-textures-are.png"), wide,
-         "x.png: 16385 x 1 pixels are more than the 16384 x 16384 allowed"},
+        {header, wide, "x.png: 16385 x 1 pixels are more than the 16384 x 16384 allowed"},
         {ReadData("images/bad/a-size-that-the-file-cannot-hold.png"), {}, "*bytes are too few for 8192*"},
         {SmallRgba(), narrow, "x.png: 3 x 2 pixels are more than the 2 x 16384*"},
         {SmallRgba(), small, "x.png: 3 x 2 pixels need 24 bytes, more than the 23 allowed"},
     };
     for (const auto& c : cases) {
-        ResetLargestAllocation();
+        LargestAllocation() = 0;
         const std::string error = ErrorOfPng(c.file, c.options);
         EXPECT_LT(LargestAllocation(), 1024u) << error;
         EXPECT_TRUE(IsMessage(error, c.expected));
@@ -98,45 +94,43 @@ TEST(PngReader, ReadsHighlyCompressedFilesAtTheirFullSize) {
     LoadGood(file);
 }
 
-TEST(PngReader, ReadsFilesAndReportsThoseItCannotRead) {
+TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
     TemporaryFolder folder;
-    folder.Write("a.png", SmallRgba());
-    ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(folder.Path("a.png"), {}, image, error)) << error;
-    EXPECT_EQ(image.pixels, GradientRgba(3, 2));
-
-    std::filesystem::create_directory(folder.Path("folder.png"));
-    ImageOptions tiny;
-    tiny.limits.maxFileBytes = SmallRgba().size() - 1;
-    image = Untouched();
-    EXPECT_FALSE(LoadPng(folder.Path("none.png"), {}, image, error));
-    EXPECT_EQ(error, folder.Path("none.png") + ": cannot be opened: No such file or directory");
-    EXPECT_FALSE(LoadPng(folder.Path("folder.png"), {}, image, error));
-    EXPECT_EQ(error, folder.Path("folder.png") + ": is not a regular file");
-    EXPECT_FALSE(LoadPng(folder.Path("a.png"), tiny, image, error));
-    EXPECT_NE(error.find("more than the " + std::to_string(tiny.limits.maxFileBytes)), std::string::npos)
-        << error;
-    EXPECT_TRUE(IsUntouched(image));
-}
-
-TEST(ImageReader, TellsTheKindOfFileByItsContent) {
-    TemporaryFolder folder;
-    folder.Write("really-png.pkm", SmallRgba());
-    folder.Write("really-pkm.png",
+    folder.Write("png.pkm", SmallRgba());
+    folder.Write("pkm.png",
                  {'P', 'K', 'M', ' ', '1', '0', 0, 0, 0, 4, 0, 4, 0, 3, 0, 2, 0, 0, 0, 2, 0, 0, 0, 0});
     folder.Write("neither.png", {'G', 'I', 'F', '8'});
     folder.Write("short", {'P', 'K', 'M', ' '});
+    std::filesystem::create_directory(folder.Path("folder.png"));
+    ImageOptions tiny;
+    tiny.limits.maxFileBytes = SmallRgba().size() - 1;
+    const struct {
+        const char* name;
+        ImageOptions options;
+        const char* expected; ///< the message, or the format
+    } cases[] = {
+        {"png.pkm", {}, "6"},
+        {"pkm.png", {}, "13"},
+        {"neither.png", {}, ": is neither a PNG nor a PKM file (at byte 0)"},
+        {"short", {}, ": 4 bytes are too few for a PKM header of 16"},
+        {"none.png", {}, ": cannot be opened: No such file or directory"},
+        {"folder.png", {}, ": is not a regular file"},
+        {"png.pkm", tiny, ": has * bytes, more than the * allowed"},
+    };
+    for (const auto& c : cases) {
+        ImageData image = Untouched();
+        std::string error;
+        if (LoadImage(folder.Path(c.name), c.options, image, error)) {
+            EXPECT_EQ(std::to_string(image.format), c.expected);
+        } else {
+            EXPECT_TRUE(IsMessage(error, folder.Path(c.name) + c.expected));
+            EXPECT_TRUE(IsUntouched(image));
+        }
+    }
     ImageData image;
     std::string error;
-    EXPECT_TRUE(LoadImage(folder.Path("really-png.pkm"), {}, image, error)) << error;
-    EXPECT_EQ(image.format, TextureFormat::RGBA8888);
-    EXPECT_TRUE(LoadImage(folder.Path("really-pkm.png"), {}, image, error)) << error;
-    EXPECT_EQ(image.format, TextureFormat::ETC1_RGB);
-    EXPECT_FALSE(LoadImage(folder.Path("neither.png"), {}, image, error));
-    EXPECT_EQ(error, folder.Path("neither.png") + ": is neither a PNG nor a PKM file (at byte 0)");
-    EXPECT_FALSE(LoadImage(folder.Path("short"), {}, image, error));
-    EXPECT_EQ(error.find("neither"), error.npos) << error;
+    ASSERT_TRUE(LoadPng(folder.Path("png.pkm"), {}, image, error)) << error;
+    EXPECT_EQ(image.pixels, GradientRgba(3, 2));
 }
 
 } // namespace

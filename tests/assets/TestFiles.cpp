@@ -48,7 +48,7 @@ std::vector<TextCase> ReadCases(std::string const& name) {
 }
 
 std::vector<std::uint8_t> ReadData(std::string const& name) {
-    std::ifstream file(KELVO_TEST_ASSETS "/" + name, std::ios::binary);
+    std::ifstream file(std::filesystem::path(KELVO_TEST_ASSETS) / name, std::ios::binary);
     EXPECT_TRUE(file.is_open()) << name;
     return std::vector<std::uint8_t>(std::istreambuf_iterator<char>(file), {});
 }

@@ -9,16 +9,11 @@
 
 #include <gtest/gtest.h>
 
-namespace {
-thread_local std::size_t t_nLargestAllocation = 0;
-}
+static thread_local std::size_t t_nLargestAllocation = 0;
 
-void* operator new(std::size_t size, const std::nothrow_t&) noexcept {
-    t_nLargestAllocation = std::max(t_nLargestAllocation, size);
-    return std::malloc(size ? size : 1);
-}
 void* operator new(std::size_t size) {
-    if (void* memory = operator new(size, std::nothrow))
+    t_nLargestAllocation = std::max(t_nLargestAllocation, size);
+    if (void* memory = std::malloc(size ? size : 1))
         return memory;
     throw std::bad_alloc();
 }
@@ -31,26 +26,15 @@ void operator delete(void* memory, std::size_t) noexcept {
 
 namespace trevik::kelvo::assets::testing {
 
-std::size_t LargestAllocation() {
+std::size_t& LargestAllocation() {
     return t_nLargestAllocation;
 }
-void ResetLargestAllocation() {
-    t_nLargestAllocation = 0;
-}
 
-static Bytes PngOf(int nChannels, int width, int height, const Bytes& pixels) {
+Bytes PngOf(int nChannels, int width, int height, const Bytes& pixels) {
     Bytes file;
     std::string error;
     EXPECT_TRUE(EncodePng({pixels.data(), width, height, nChannels, 0}, "x.png", file, error)) << error;
     return file;
-}
-
-Bytes RgbaPng(int width, int height, const Bytes& pixels) {
-    return PngOf(4, width, height, pixels);
-}
-
-Bytes RgbPng(int width, int height, const Bytes& pixels) {
-    return PngOf(3, width, height, pixels);
 }
 
 ImageData RgbaImage(int width, int height, const Bytes& pixels) {
@@ -80,8 +64,7 @@ ImageData Untouched() {
 }
 
 bool IsUntouched(const ImageData& image) {
-    return image.pixels == Untouched().pixels && image.levels == Untouched().levels && image.width == 1 &&
-           image.height == 1 && image.allocatedWidth == 1 && image.allocatedHeight == 1;
+    return Describe(image) == Describe(Untouched());
 }
 
 ImageData LoadGood(const Bytes& file, const ImageOptions& options) {

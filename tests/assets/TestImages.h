@@ -17,11 +17,14 @@ inline ByteSpan Span(const Bytes& bytes) {
 
 using ::kelvo::test::TemporaryFolder;
 
-/** An 8-bit RGBA file of the given pixels (R, G, B, A). */
-Bytes RgbaPng(int width, int height, const Bytes& pixels);
-
-/** An 8-bit RGB file of the given pixels. */
-Bytes RgbPng(int width, int height, const Bytes& pixels);
+/** An 8-bit RGB or RGBA file of the given pixels. */
+Bytes PngOf(int nChannels, int width, int height, const Bytes& pixels);
+inline Bytes RgbaPng(int width, int height, const Bytes& pixels) {
+    return PngOf(4, width, height, pixels);
+}
+inline Bytes RgbPng(int width, int height, const Bytes& pixels) {
+    return PngOf(3, width, height, pixels);
+}
 
 /** An image as a reader leaves it: `RGBA8888` of the given pixels. */
 ImageData RgbaImage(int width, int height, const Bytes& pixels);
@@ -42,8 +45,7 @@ std::string Describe(const ImageData& image);
 /** The message for a PNG file "x.png" that must not be read, and leaves the image that was there as it is. */
 std::string ErrorOfPng(const Bytes& file, const ImageOptions& options = {});
 
-/** Largest single allocation by operator new on this thread since the last reset. */
-std::size_t LargestAllocation();
-void ResetLargestAllocation();
+/** Largest single allocation by operator new on this thread since it was set to 0. */
+std::size_t& LargestAllocation();
 
 } // namespace trevik::kelvo::assets::testing
