@@ -147,74 +147,41 @@ TEST(BMFontReader, ReadsEachFormAndLosesNoGlyphsUnnoticed) {
     }
 }
 
+/** What differs between fonts that other tools write. */
+std::string Summarize(BitmapFont& font) {
+    std::ostringstream text;
+    Glyph const* const pReplacement = font.GetGlyph(0xFFFD);
+    text << font.GetGlyphCount() << " glyphs of " << font.GetXPixelsPerEm() << ", " << font.GetAscent()
+         << " + " << font.GetDescent() << ", underline " << font.GetUnderlinePositionProperty().GetValue()
+         << " of " << font.GetUnderlineThicknessProperty().GetValue() << ", kerning "
+         << font.GetKerning(65, 103) << ", replacement " << (pReplacement ? pReplacement->m_nAdvance : 0)
+         << ", "
+         << String8(font.GetGlyph(65) ? font.GetGlyph(65)->m_pTexture->GetName() : String16()).GetData();
+    EXPECT_EQ(font.GetGlyph(32)->m_nAdvance, 5);
+    EXPECT_FALSE(font.GetGlyph(0xFFFFFFFF));
+    return text.str();
+}
+
 TEST(BMFontReader, ReadsWhatOtherToolsWriteAsWell) {
-    std::string const& text = TextFont;
-    std::string const& xml = XmlFont;
-    std::string const dosLines = std::regex_replace(text, std::regex("\n"), "\r\n");
-    std::pair<char const*, std::string> const cases[] = {
-        {"line ends of two characters", dosLines},
-        {"a byte order mark", "\xEF\xBB\xBF" + text},
-        {"a byte order mark and XML", "\xEF\xBB\xBF" + xml},
-        {"no last line end", text.substr(0, text.size() - 1)},
-        {"empty lines and tabs", "\n\t\n" + Replaced(text, "page id=0", "\tpage\tid=0")},
-        {"letters beside the numbers",
-         Replaced(text, "page=0 chnl=15\nchar id=65", "chnl=0 letter=\"\"\"\nchar id=65")},
-        {"no pages", Replaced(text, " page=0 chnl=15\nchar id=103", "\nchar id=103")},
-        {"unknown lines", Replaced(text, "chars count", "metrics ascent=12.5\nchars count")},
-        {"uncounted kerning", Replaced(text, "kernings count=2", "kernings count=-1")},
-        {"nothing counted", Replaced(Replaced(text, "kernings count=2\n", ""), "chars count=4\n", "")},
-        {"file names without quotes", Replaced(text, "\"first.png\"", "first.png")},
-        {"a kerning pair twice",
-         Replaced(text, "kernings count=2\n", "kernings count=3\nkerning first=65 second=103 amount=-2\n")},
-        {"comments", Replaced(xml, "<pages>", "<!-- here they come --><pages>")},
-    };
-    for (auto const& [what, description] : cases) {
-        SCOPED_TRACE(what);
-        Ref<BitmapFont> const pFont = MustRead(ToBytes(description));
-        ASSERT_TRUE(pFont);
-        EXPECT_EQ(pFont->GetGlyphCount(), 4u);
-        EXPECT_EQ(pFont->GetKerning(65, 103), -2);
-        EXPECT_EQ(pFont->GetGlyph(32)->m_nAdvance, 5);
-        EXPECT_EQ(String8(pFont->GetGlyph(65)->m_pTexture->GetName()).GetData()[0], 'f');
+    std::vector<std::pair<Bytes, std::string>> cases;
+    for (TextCase const& each : ReadCases("fonts/variants.txt")) {
+        std::size_t const nEnd = each.text.find('\n');
+        std::string const& font = each.text[0] == '<' ? XmlFont : TextFont;
+        cases.emplace_back(ToBytes(Replaced(font, each.text.substr(0, nEnd), each.text.substr(nEnd + 1))),
+                           each.expected);
     }
-}
-
-TEST(BMFontReader, MeasuresFontsWithoutSizeByTheirLines) {
-    std::string const sizeless = Replaced(TextFont, "size=-40", "size=0");
-    std::string const headless = TextFont.substr(TextFont.find('\n') + 1);
-    for (std::string const& description : {sizeless, headless}) {
-        Ref<BitmapFont> const pFont = MustRead(ToBytes(description));
-        ASSERT_TRUE(pFont);
-        EXPECT_EQ(pFont->GetXPixelsPerEm(), 24);
-        EXPECT_EQ(pFont->GetUnderlineThicknessProperty().GetValue(), 1);
-    }
-    // A base line below the line's end leaves no descent.
-    Ref<BitmapFont> const pLow = MustRead(ToBytes(Replaced(TextFont, "base=18", "base=30")));
-    ASSERT_TRUE(pLow);
-    EXPECT_EQ(pLow->GetAscent(), 30);
-    EXPECT_EQ(pLow->GetDescent(), 0);
-    EXPECT_EQ(pLow->GetUnderlinePositionProperty().GetValue(), 1);
-}
-
-TEST(BMFontReader, TakesTheGlyphForMissingCharactersAsReplacementCharacter) {
-    std::string const line = " x=0 y=0 width=7 height=7 xoffset=0 yoffset=0 xadvance=8 page=0 chnl=15\n";
-    auto const with = [](std::string const& lines) { return Replaced(TextFont, "chars count=4\n", lines); };
-    struct {
-        Bytes description;
-        unsigned int nCount;
-        int nAdvance;
-    } const cases[] = {
-        {Patched("99 4 ff ff ff ff"), 4, 10},
-        {ToBytes(with("chars count=5\nchar id=-1" + line)), 5, 8},
-        {ToBytes(with("chars count=5\nchar id=4294967295" + line)), 5, 8},
-        {ToBytes(Replaced(with("chars count=5\nchar id=-1" + line), "id=65 ", "id=65533 ")), 4, 10},
-    };
-    for (auto const& each : cases) {
-        Ref<BitmapFont> const pFont = MustRead(each.description);
-        ASSERT_TRUE(pFont && pFont->GetGlyph(0xFFFD));
-        EXPECT_EQ(pFont->GetGlyphCount(), each.nCount);
-        EXPECT_EQ(pFont->GetGlyph(0xFFFD)->m_nAdvance, each.nAdvance);
-        EXPECT_FALSE(pFont->GetGlyph(0xFFFFFFFF));
+    std::string const plain =
+        "4 glyphs of 40, 18 + 6, underline 2 of 2, kerning -2, replacement 0, first.png";
+    cases.emplace_back(ToBytes(std::regex_replace(TextFont, std::regex("\n"), "\r\n")), plain);
+    cases.emplace_back(ToBytes("\xEF\xBB\xBF" + TextFont), plain);
+    cases.emplace_back(ToBytes("\xEF\xBB\xBF" + XmlFont), plain);
+    cases.emplace_back(ToBytes(TextFont.substr(0, TextFont.size() - 1)), plain);
+    cases.emplace_back(ToBytes("\n\t\n" + TextFont), plain);
+    cases.emplace_back(Patched("99 4 ff ff ff ff"),
+                       "4 glyphs of 40, 18 + 6, underline 2 of 2, kerning -2, replacement 10, ");
+    for (auto const& [description, expected] : cases) {
+        Ref<BitmapFont> const pFont = MustRead(description);
+        EXPECT_EQ(pFont ? Summarize(*pFont) : "no font", expected);
     }
 }
 

@@ -1,5 +1,4 @@
 #include "MipLevels.h"
-#include "Etc1.h"
 #include "TestImages.h"
 
 #include <gtest/gtest.h>
@@ -60,18 +59,6 @@ TEST(MipLevels, TheUsedPartHalvesAsWell) {
     const RgbaPicture used = UnpackLevel(LoadGood(RgbaPng(5, 3, GradientRgba(5, 3)), options), 1);
     EXPECT_EQ(used.width, 3);
     EXPECT_EQ(used.height, 2);
-}
-
-TEST(MipLevels, Etc1WithAlphaIsRefusedForItsLevelsCouldNotReachOnePixel) {
-    std::string error;
-    ImageData image = Untouched();
-    EXPECT_FALSE(EncodeEtc1(RgbaImage(8, 8, GradientRgba(8, 8)), true, "x", image, error));
-    EXPECT_TRUE(IsUntouched(image));
-
-    ImageData encoded;
-    ASSERT_TRUE(EncodeEtc1(RgbaImage(8, 8, GradientRgba(8, 8)), false, "x", encoded, error)) << error;
-    EXPECT_FALSE(GenerateMipLevels(encoded, "x", error));
-    EXPECT_EQ(encoded.levels.size(), 1u);
 }
 
 TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {

@@ -7,9 +7,6 @@
 #include "TestScenes.h"
 #include "kelvo_test/GoldenText.h"
 
-#include "trevik/kelvo/BaseProperty.h"
-#include "trevik/kelvo/Interpolate.h"
-
 #include <gtest/gtest.h>
 
 #include <filesystem>
@@ -41,31 +38,6 @@ TEST(SceneReader, SaysWhereAndWhyASceneIsWrong) {
         std::size_t const at = message.find(Folder);
         message = at == message.npos ? message : message.replace(at, Folder.size(), "$FOLDER/");
         EXPECT_TRUE(IsMessage(message, bad.expected)) << bad.text;
-    }
-}
-
-TEST(SceneReader, PlaysKeyFramesWithTheirEasings) {
-    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
-        Scene scene;
-        std::string error;
-        ASSERT_TRUE(
-            ReadScene(R"({"nodes": [{"class": "Sprite", "Position": {"keys": [
-                                  {"frame": -2, "value": [10, 0, 0], "ease": ")" +
-                          std::string(pName) +
-                          R"("}, {"frame": 6, "value": [110, 0, 4]}, {"frame": 7, "value": [0, 0, 0]}]}}]})",
-                      "", scene, error))
-            << error;
-        PropertyList::Entry const& entry =
-            *scene.GetRoot()->GetChild(0)->GetProperties().Find(HashName("Position"));
-        auto& position = *static_cast<BaseProperty<Vector3T<RealFloat>>*>(entry.m_pProperty);
-        for (int nFrame = -2; nFrame <= 6; ++nFrame) {
-            RealFloat const eased = Interpolate::Find(pName)(static_cast<RealFloat>(nFrame + 2) / 8);
-            position.Update(UpdateContext(), static_cast<RealFloat>(nFrame));
-            EXPECT_NEAR(position.GetValue().x, 10 + 100 * eased, 1e-4) << pName << " at " << nFrame;
-            EXPECT_NEAR(position.GetValue().z, 4 * eased, 1e-4) << pName << " at " << nFrame;
-        }
-        position.Update(UpdateContext(), 8);
-        EXPECT_EQ(position.GetValue().x, 0) << pName;
     }
 }
 
