@@ -43,37 +43,30 @@ TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
 
 TEST(Text, ItsCornersHaveTheirColoursWithoutANewLayout) {
     SquareText words(u"ab");
-    Text& text = *words.m_pText;
+    TestText& text = *words.m_pText;
     text.GetColorProperty().SetValue(Color(1, RealFloat(0.5), 1, RealFloat(0.5)));
     text.Update(words.m_device, 0);
-    struct {
-        ColorProperty& m_property;
-        Color m_color;
-    } const corners[] = {{text.GetBottomLeftColorProperty(), Color(RealFloat(0.5), 1, 1, 1)},
-                         {text.GetTopLeftColorProperty(), Color(1, RealFloat(0.5), 1, 1)},
-                         {text.GetBottomRightColorProperty(), Color(1, 1, RealFloat(0.5), 1)},
-                         {text.GetTopRightColorProperty(), Color(1, 1, 1, RealFloat(0.5))}};
-    for (auto const& corner : corners) {
-        corner.m_property.SetValue(corner.m_color);
-        text.Update(words.m_device, 0);
-    }
-    ASSERT_EQ(words.m_pText->GetInstances().GetCount(), 2u);
-    for (GlyphInstance const& instance : words.m_pText->GetInstances()) {
-        EXPECT_EQ(instance.m_colors[0], Color(RealFloat(0.5), RealFloat(0.5), 1, RealFloat(0.5)));
-        EXPECT_EQ(instance.m_colors[1], Color(1, RealFloat(0.25), 1, RealFloat(0.5)));
-        EXPECT_EQ(instance.m_colors[2], Color(1, RealFloat(0.5), RealFloat(0.5), RealFloat(0.5)));
-        EXPECT_EQ(instance.m_colors[3], Color(1, RealFloat(0.5), 1, RealFloat(0.25)));
-    }
+    ColorProperty* const properties[4] = {&text.GetBottomLeftColorProperty(), &text.GetTopLeftColorProperty(),
+                                          &text.GetBottomRightColorProperty(),
+                                          &text.GetTopRightColorProperty()};
     Elsewhere<Color> elsewhere;
-    for (auto const& corner : corners) {
-        corner.m_property.Bind(&elsewhere);
+    for (int n = 0; n < 4; ++n) {
+        auto const expect = [&](Color const& color) {
+            text.Update(words.m_device, 0);
+            ASSERT_EQ(text.GetInstances().GetCount(), 2u);
+            for (GlyphInstance const& instance : text.GetInstances()) {
+                EXPECT_EQ(instance.m_colors[n], color) << "corner " << n;
+            }
+        };
+        properties[n]->SetValue(Color(RealFloat(0.5), 1, RealFloat(0.25), RealFloat(0.5)));
+        expect(Color(RealFloat(0.5), RealFloat(0.5), RealFloat(0.25), RealFloat(0.25)));
+        properties[n]->Bind(&elsewhere);
         for (RealFloat r : {RealFloat(0.25), RealFloat(0.75)}) { // seen at each update
             elsewhere.m_value = Color(r, r, r, r);
-            text.Update(words.m_device, 0);
-            EXPECT_EQ(words.m_pText->GetInstances()[1].m_colors[&corner - corners],
-                      Color(r, r / 2, r, r / 2));
+            expect(Color(r, r / 2, r, r / 2));
         }
-        corner.m_property.Bind(nullptr);
+        properties[n]->Bind(nullptr);
+        expect(Color(RealFloat(0.5), RealFloat(0.5), RealFloat(0.25), RealFloat(0.25)));
     }
     EXPECT_EQ(text.GetLayoutCount(), 1u);
 }
