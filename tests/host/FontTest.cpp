@@ -140,7 +140,7 @@ TEST(DocumentFont, APageThatCannotBeEnteredFailsTheDocument) {
         bool Save(Serializer& serializer) override {
             Ref<Texture> const pPage = MakePage(1);
             Allocation::FailAfter(0);
-            serializer.GetTextureIndex(pPage.Get());
+            EXPECT_EQ(serializer.GetTextureIndex(pPage.Get()), -1);
             Allocation::FailNever();
             return TestFont::Save(serializer);
         }

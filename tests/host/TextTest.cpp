@@ -265,17 +265,13 @@ TEST(Text, ALayoutThatNeedsNoMoreRoomAllocatesNothing) {
     EXPECT_EQ(words.m_pText->GetLayoutCount(), 20u);
 }
 
-TEST(Text, ReportsItsLayoutsMemory) {
-    SquareText words(u"");
-    auto const geometry = [&] {
-        MemoryTracer tracer;
-        tracer.EmitObject(words.m_pText.Get());
-        return tracer.GetBytes(MemoryType::Geometry);
-    };
-    unsigned long long const nBefore = geometry();
-    words.m_pText->GetTextProperty().SetValue(u"twenty glyphs' words");
+TEST(Text, ReportsItsTextAndItsLayout) {
+    SquareText words(u"twenty glyphs' words");
     words.m_pText->UpdateLayout();
-    EXPECT_GE(geometry() - nBefore, 20 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
+    MemoryTracer tracer;
+    tracer.EmitObject(words.m_pText.Get());
+    EXPECT_EQ(tracer.GetBytes(MemoryType::Text), 2u * (5 + 20)) << "and its name";
+    EXPECT_GE(tracer.GetBytes(MemoryType::Geometry), 20 * sizeof(GlyphInstance) + sizeof(GlyphBatch));
 }
 
 } // namespace
