@@ -186,9 +186,9 @@ void FillFont(Font& font) {
     font.SetKerning('A', 0x1f600, RealFloat(-2.5));
     font.SetKerning('A', 'A', 3);
     font.GetUnderlineProperty().SetValue(true);
-    font.GetUnderlinePositionProperty().SetValue(RealFloat(0.75));
+    Animate<RealFloat>(font.GetUnderlinePositionProperty(), 0, {RealFloat(0.75), 1});
     Animate<RealFloat>(font.GetUnderlineThicknessProperty(), 0, {1, 5});
-    font.GetUnderlineScaleProperty().SetValue(2);
+    Animate<int>(font.GetUnderlineScaleProperty(), 0, {2, 3});
 }
 
 /** A timeline with one of each node, and things that two of them share. */

@@ -72,7 +72,7 @@ void Furnish(SquareFont& font) {
     for (char32_t codePoint : U"\u00a0\u202f\u2013\u2014äöα日本語文字ひらがなゃッー、。「」（）！한국어"
                               U"\U00020000\U00020001\U0001F600") {
         if (codePoint != 0) {
-            font.Add(codePoint);
+            font.Add(SquareFont::MakeSquare(codePoint));
         }
     }
     font.Add(SquareFont::MakeSquare(0x301, 0));

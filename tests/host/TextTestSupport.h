@@ -17,15 +17,12 @@ namespace trevik::kelvo::test {
 class SquareFont : public TestFont {
 public:
     SquareFont() {
-        FontMetrics metrics;
-        metrics.m_rXPixelsPerEm = 10;
-        metrics.m_rYPixelsPerEm = 10;
-        metrics.m_rAscent = 8;
-        metrics.m_rDescent = 2;
-        SetMetrics(metrics);
-        Add(' ', 1, 1);
-        for (unsigned int nCodePoint = '!'; nCodePoint <= '~'; ++nCodePoint) {
-            Add(nCodePoint);
+        SetMetrics(FontMetrics{10, 10, 1, 1, 8, 2, 0});
+        for (unsigned int nCodePoint = ' '; nCodePoint <= '~'; ++nCodePoint) {
+            Glyph glyph = MakeSquare(nCodePoint);
+            glyph.m_nWidth = nCodePoint == ' ' ? 1 : 8;
+            glyph.m_nHeight = glyph.m_nWidth;
+            Add(glyph);
         }
     }
 
@@ -47,12 +44,6 @@ public:
     void Add(Glyph glyph, unsigned int nPage = 0) {
         glyph.m_pTexture = GetPage(nPage);
         AddGlyph(glyph);
-    }
-    void Add(unsigned int nCodePoint, unsigned short nWidth = 8, unsigned short nHeight = 8) {
-        Glyph glyph = MakeSquare(nCodePoint);
-        glyph.m_nWidth = nWidth;
-        glyph.m_nHeight = nHeight;
-        Add(glyph);
     }
 
 private:

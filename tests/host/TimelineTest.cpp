@@ -72,16 +72,14 @@ TEST(Timeline, PlaysAsTheTableSays) {
         NestedFilm film;
         std::istringstream steps(sInput);
         std::ostringstream result;
-        bool fNested = false;
+        std::string step;
         TraceLog log;
-        for (std::string step; steps >> step;) {
-            fNested = fNested || step == "nested";
-            if (fNested && step == "nested") {
-                continue;
-            }
-            if (!fNested) {
-                film.m_pOuter->Detach(film.m_pTimeline.Get());
-            }
+        if (sInput.compare(0, 6, "nested") == 0) {
+            steps >> step;
+        } else {
+            film.m_pOuter->Detach(film.m_pTimeline.Get());
+        }
+        while (steps >> step) {
             bool const fOuter = step.compare(0, 6, "outer-") == 0;
             DoStep(film, fOuter ? *film.m_pOuter : *film.m_pTimeline, Setting(step.substr(fOuter ? 6 : 0)));
             result << "  " << step << ": shows " << film.Shown();
@@ -113,18 +111,16 @@ TEST(Timeline, TheFlattenedTreeTellsDepthsAndSubtrees) {
     };
     TestDevice device;
     Ref<Watched> const pRoot(new Watched);
-    Ref<TransformNode> const pA = Make<TransformNode>("a");
-    Ref<TransformNode> const pB = Make<TransformNode>("b");
-    Ref<TestTimeline> const pC = Make<TestTimeline>("c");
-    Ref<TransformNode> const pD = Make<TransformNode>("d");
-    pRoot->Attach(pA.Get());
-    pA->Attach(pB.Get());
-    pB->Attach(pC.Get());
-    pC->Attach(Make<TransformNode>("hidden").Get());
-    pRoot->Attach(pD.Get());
+    Ref<Node> nodes[] = {Make<TransformNode>("a"), Make<TransformNode>("b"), Make<TestTimeline>("c"),
+                         Make<TransformNode>("hidden"), Make<TransformNode>("d")};
+    for (int n : {0, 1, 2}) {
+        nodes[n]->Attach(nodes[n + 1].Get());
+    }
+    pRoot->Attach(nodes[0].Get());
+    pRoot->Attach(nodes[4].Get());
     pRoot->Update(device, 0);
     EXPECT_EQ(pRoot->m_tree, "a0/3 b1/2 c2/1 d0/1 ");
-    pRoot->AttachBefore(pD.Get(), pA.Get()); // moved among its siblings
+    pRoot->AttachBefore(nodes[4].Get(), nodes[0].Get()); // moved among its siblings
     pRoot->Update(device, 0);
     EXPECT_EQ(pRoot->m_tree, "d0/1 a0/3 b1/2 c2/1 ");
 }
