@@ -43,10 +43,10 @@ Channels Unpremultiply(Channels const& c) {
     return {c.a, Divide(c.r, c.a), Divide(c.g, c.a), Divide(c.b, c.a)};
 }
 
-/** The top `nBits` of 8 bits repeated to fill all of them. */
+/** The top `nBits` of 8 bits, 4 or more, repeated to fill all of them. */
 std::uint32_t Widen(std::uint32_t value, int nBits) {
     std::uint32_t const top = value << (8 - nBits);
-    return top | top >> nBits | (nBits < 4 ? top >> 2 * nBits : 0);
+    return top | top >> nBits;
 }
 
 struct Alpha8 {
