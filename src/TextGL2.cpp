@@ -38,7 +38,6 @@ TextGL2::TextGL2(TextGL2 const& other) : Text(other) {}
 
 TextGL2::~TextGL2() {
     delete m_pBackground;
-    m_pBackground = nullptr;
 }
 
 void TextGL2::RenderBackground(GraphicsDevice& device) {

@@ -66,6 +66,7 @@ public:
             Self().m_nDensity = pArguments[3].i;
             return &Self().m_object;
         };
+        m_functions.DeleteLocalRef = [](JNIEnv*, jobject) { ++Self().m_nDeleted; };
         m_functions.ThrowNew = [](JNIEnv*, jclass, char const* pMessage) {
             Self().m_thrown.push_back(pMessage);
             return jint(0);
@@ -100,6 +101,7 @@ public:
     bool m_fMakes = true;
     bool m_fMutable = false;
     int m_nDensity = 0;
+    int m_nDeleted = 0; ///< local references
     std::map<std::string, void*> m_natives;
     jlong m_bitmap = 0;
     Strings m_thrown;
@@ -271,6 +273,7 @@ TEST_F(JavaBitmap, PixelsThatCannotBeHadAreAnException) {
 
 TEST_F(JavaBitmap, IsFreedWhenJavaCannotMakeIt) {
     m_java.m_fMakes = false;
+    m_java.m_nDeleted = 0;
     for (bool const fClass : {false, true}) {
         m_java.m_fFindsClasses = fClass;
         ArrayPixels::s_nDeleted = 0;
@@ -278,6 +281,7 @@ TEST_F(JavaBitmap, IsFreedWhenJavaCannotMakeIt) {
         pBitmap->setPixelRef(new ArrayPixels(4))->unref();
         EXPECT_EQ(GraphicsJNI::createBitmap(Env(), pBitmap, true, nullptr, -1), nullptr);
         EXPECT_EQ(ArrayPixels::s_nDeleted, 1);
+        EXPECT_EQ(std::exchange(m_java.m_nDeleted, 0), fClass ? 1 : 0);
     }
     EXPECT_EQ(GraphicsJNI::createBitmap(nullptr, new SkBitmap, true, nullptr, -1), nullptr);
 }

@@ -131,7 +131,7 @@ TEST_F(PlatformBufferImage, IsAdvertisedWhereItCanBeMadeAndRefusedElsewhere) {
 
 TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
     GGLSurface surface = {};
-    sp<GraphicBuffer> const pBuffer = MakeBuffer(4, 4, 1);
+    sp<GraphicBuffer> const pBuffer = MakeBuffer(1, 1, 1);
     EXPECT_EQ(pBuffer->unlock(), android::INVALID_OPERATION);
     EXPECT_EQ(pBuffer->lock(nullptr, 0), android::BAD_VALUE);
     ASSERT_EQ(pBuffer->lock(&surface, 0), android::NO_ERROR);
