@@ -178,44 +178,6 @@ TEST(Timeline, ItsCameraFollowsTheFramesThatChildrenSee) {
     EXPECT_EQ(Origin(pCamera->GetWorldMatrix()), Vector3(50 + 8 + 8, 0, 0));
 }
 
-TEST(Timeline, SelectionLooksThroughItsCamera) {
-    Film film;
-    film.m_pSprite->GetSizeProperty().SetValue(SizeT<int>(10, 10));
-    Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
-    pCamera->GetPositionProperty().SetValue(Vector3(-100, 0, 50));
-    film.m_pTimeline->SetCamera(pCamera.Get());
-    film.Play(0);
-    for (RealFloat x : {RealFloat(5), RealFloat(105)}) {
-        EXPECT_EQ(Select(film.m_device, *film.m_pTimeline, Vector2(x, 5)).GetCount(), x > 100 ? 1u : 0u);
-        EXPECT_TRUE(film.m_device.m_cameras.empty()) << "popped again";
-        EXPECT_EQ(film.m_device.m_nHiddenDepths, 0);
-    }
-    EXPECT_TRUE(film.m_device.m_calls.empty());
-}
-
-TEST(Timeline, SelectionFindsWhatIsInsideTheMasksOfAllTimelinesAbove) {
-    NestedFilm film;
-    film.m_pSprite->GetSizeProperty().SetValue(SizeT<int>(10, 10));
-    film.m_pOuter->Update(film.m_device, 0);
-    film.m_pSprite->GetPositionProperty().RemoveControllers();
-    film.m_pTimeline->GetPositionProperty().RemoveControllers();
-    // The outer one shows what lies right of x = 2, the inner one, moved by 3, what lies left of x = 3 + 4.
-    Vector3 const right[] = {Vector3(2, -100, 0), Vector3(202, -100, 0), Vector3(2, 100, 0)};
-    Vector3 const left[] = {Vector3(4, 100, 0), Vector3(-196, 100, 0), Vector3(4, -100, 0)};
-    Ref<Mask> const pRight(new Mask);
-    Ref<Mask> const pLeft(new Mask);
-    EXPECT_TRUE(pRight->SetTriangles(right, 3) && pLeft->SetTriangles(left, 3));
-    film.m_pOuter->AddMask(pRight.Get());
-    film.m_pTimeline->AddMask(pLeft.Get());
-    film.m_pTimeline->GetPositionProperty().SetValue(Vector3(3, 0, 0));
-    film.m_pSprite->GetPositionProperty().SetValue(Vector3(-3, 0, 0));
-    film.m_pOuter->Update(film.m_device, 0);
-    for (RealFloat x : {RealFloat(1), RealFloat(3), RealFloat(6), RealFloat(8)}) {
-        EXPECT_EQ(Select(film.m_device, *film.m_pOuter, Vector2(x, 5)).GetCount(), x > 2 && x < 7 ? 1u : 0u)
-            << x;
-    }
-}
-
 TEST(Timeline, ItsCameraIsPartOfItsMemoryAndOfItsCopyAloneWhereItIs) {
     NestedFilm film;
     auto const count = [&film] {

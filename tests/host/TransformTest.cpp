@@ -130,30 +130,39 @@ TEST(Transform, StandsUnderNodesThatHaveAMatrixOfTheirOwn) {
     EXPECT_EQ(pChild->GetOpacity(), RealFloat(0.5));
 }
 
-bool AddMask(TestSprite& sprite, std::vector<RealFloat> const& values) {
+bool AddMask(TransformNode& node, std::vector<RealFloat> const& values) {
     std::vector<Vector3> corners;
     for (std::size_t n = 0; n + 1 < values.size(); n += 2) {
         corners.push_back(Vector3(values[n], values[n + 1], 0));
     }
     Ref<Mask> const pMask(new Mask);
-    sprite.AddMask(pMask.Get());
+    node.AddMask(pMask.Get());
     return pMask->SetTriangles(corners.data(), static_cast<unsigned int>(corners.size()));
 }
 
 /**
- * Changes sprites, a parent with a child and one beside them, as "parent.Visible=0 other.mask=X,Y,X,Y,X,Y";
- * tells what is hit at points, "@=X,Y", how far across and how far away, and what is drawn.
+ * Changes sprites, a parent with a child and one beside them, as "parent.Visible=0 other.mask=X,Y,X,Y,X,Y",
+ * or the timelines around them, "film" in "outer", which are drawn when one is named; tells what is hit at
+ * points, "@=X,Y", how far across and how far away, and what is drawn.
  */
 std::string PickAndDraw(std::string const& sInput) {
     TestDevice device;
-    Ref<TransformNode> const pRoot = Make<TransformNode>("root");
-    std::map<std::string, Ref<TestSprite>> sprites;
-    for (char const* pName : {"parent", "child", "other"}) {
-        Node* const pParent = *pName == 'c' ? sprites["parent"].Get() : pRoot.Get();
-        sprites[pName] = Make<TestSprite>(pName);
-        sprites[pName]->GetSizeProperty().SetValue(SizeT<int>(10, 20));
-        pParent->Attach(sprites[pName].Get());
+    Ref<TransformNode> pRoot = Make<TransformNode>("root");
+    std::map<std::string, Ref<TransformNode>> nodes;
+    if (sInput.find("film") != std::string::npos) {
+        nodes["film"] = Make<TestTimeline>("film");
+        nodes["outer"] = Make<TestTimeline>("outer");
+        nodes["outer"]->Attach(nodes["film"].Get());
+        nodes["film"]->Attach(pRoot.Get());
     }
+    for (char const* pName : {"parent", "child", "other"}) {
+        Node* const pParent = *pName == 'c' ? nodes["parent"].Get() : pRoot.Get();
+        Ref<TestSprite> const pSprite = Make<TestSprite>(pName);
+        pSprite->GetSizeProperty().SetValue(SizeT<int>(10, 20));
+        pParent->Attach(pSprite.Get());
+        nodes[pName] = pSprite;
+    }
+    pRoot = nodes.count("outer") != 0 ? nodes["outer"] : pRoot;
     std::ostringstream text;
     text << std::setprecision(4);
     std::istringstream words(sInput);
@@ -161,9 +170,16 @@ std::string PickAndDraw(std::string const& sInput) {
         std::size_t const nDot = word.find('.');
         Setting const setting(word[0] == '@' ? word : word.substr(nDot + 1));
         if (word[0] != '@') {
-            TestSprite& sprite = *sprites.at(word.substr(0, nDot));
-            EXPECT_TRUE(setting.m_sName == "mask" ? AddMask(sprite, setting.m_values)
-                                                  : setting.Apply(sprite.GetProperties()));
+            TransformNode& node = *nodes.at(word.substr(0, nDot));
+            if (setting.m_sName == "camera") {
+                Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+                EXPECT_TRUE(
+                    Setting("Position" + word.substr(word.find('='))).Apply(pCamera->GetProperties()));
+                static_cast<Timeline&>(node).SetCamera(pCamera.Get());
+            } else {
+                EXPECT_TRUE(setting.m_sName == "mask" ? AddMask(node, setting.m_values)
+                                                      : setting.Apply(node.GetProperties()));
+            }
             continue;
         }
         text << "  " << word.substr(2) << ":";
@@ -173,6 +189,7 @@ std::string PickAndDraw(std::string const& sInput) {
             text << " " << TestDevice::NameOf(*hit.m_pNode) << " " << hit.m_position.x << ","
                  << hit.m_position.y << "," << hit.m_distance << (device.m_fDepth ? " depth" : "");
         }
+        EXPECT_TRUE(device.m_cameras.empty() && device.m_nHiddenDepths == 0) << "popped again";
         text << "\n";
     }
     pRoot->Update(device, 0);
