@@ -71,7 +71,8 @@ TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
         {"opacity", [](Text& text) { text.GetOpacityProperty().SetValue(0.5f); }, false},
     };
     Ref<SpriteGL2> const pSprite = AddSprite();
-    int nScales = 0, nPivots = 0;
+    int nSizes = 0, nScales = 0, nPivots = 0;
+    pSprite->GetSizeProperty().GetChangeEvent().Connect([&](SizeT<int> const&) { ++nSizes; });
     pSprite->GetScaleProperty().GetChangeEvent().Connect([&](Vector const&) { ++nScales; });
     pSprite->GetPivotProperty().GetChangeEvent().Connect([&](Vector const&) { ++nPivots; });
     auto const drawAgain = [&](bool fFits) {
@@ -87,6 +88,7 @@ TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
         drawAgain(test.fits);
         drawAgain(false);
     }
+    EXPECT_EQ(nSizes, 1) << "the texture's, at the first draw";
 }
 
 TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {

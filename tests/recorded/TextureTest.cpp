@@ -74,6 +74,11 @@ TEST_F(TextureTest, UploadsEachFormatAsGlWantsIt) {
         EXPECT_EQ(Count("glTexParameteri(*GL_NEAREST)"), fDepth ? 2u : 0u);
         EXPECT_EQ(pTexture->GetGLTextureAlpha(), 0u);
     }
+    Ref<TextureGL2> const pTexture = MakeTexture(4);
+    pTexture->GetMipLevels().GetWritableValue().Append(MipLevel{4, 2, 0, 64});
+    Clear();
+    pTexture->GetGLTexture();
+    EXPECT_EQ(Count("glTexParameteri(*GL_LINEAR_MIPMAP_LINEAR)"), 2u);
 }
 
 TEST_F(TextureTest, AFormatThatCannotBeUploadedLeavesItsNameBehindBound) {
