@@ -35,6 +35,24 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachineAndGoWithIt) {
         EXPECT_FALSE(object.IsInstanceOf(unknown));
         EXPECT_FALSE(java.m_fPending) << "an exception does not stay because the class is missing";
         VM::UnregisterClass(&unknown);
+
+        log.Forget();
+        java.m_fThrows = true;
+        java.m_fPending = true;
+        {
+            Object<android::graphics::Bitmap> const other(reinterpret_cast<jobject>(&java));
+            java.m_fPending = true;
+            other.IsInstanceOf(bitmap);
+            java.m_fPending = true;
+        }
+        java.m_fThrows = false;
+        std::string const before = "[kelvo] Java exception BEFORE ", after = "[kelvo] Java exception AFTER ";
+        std::string const made = "env->NewGlobalRef(obj) (include/JObject:1045): ";
+        std::string const asked = "env->IsInstanceOf(object.Get(), Get()) (include/JObject:1136): ";
+        std::string const gone = "env->DeleteGlobalRef(m_obj) (include/JObject:1049): ";
+        EXPECT_EQ(log.Messages(),
+                  (std::vector<std::string>{before + made, after + made, after + asked, before + asked,
+                                            after + asked, before + gone, after + gone}));
     }
     EXPECT_EQ(bitmap.Get(), nullptr);
     EXPECT_EQ(VM::GetEnv(), nullptr);

@@ -134,9 +134,13 @@ TEST_F(TrevikScopeCounter, FramesRecordWhatWasSpentSinceTheLastMark) {
     EXPECT_GE(ScopeCounter::GetFrameTimes(ScopeCounter::Frame).nMaximum, spent);
     EXPECT_EQ(ScopeCounter::GetFrameTimes(ScopeCounter::MaximumIds).nFrames, 0u);
     // The latest frames are kept.
-    for (unsigned int i = 0; i < ScopeCounter::MaximumFrames; ++i) {
+    for (unsigned int i = 10; i < ScopeCounter::MaximumFrames; ++i) {
         ScopeCounter::MarkFrame();
     }
+    times = ScopeCounter::GetFrameTimes(4);
+    EXPECT_EQ(times.nPercentile99, 0u);
+    EXPECT_EQ(times.nMaximum, spent);
+    ScopeCounter::MarkFrame();
     times = ScopeCounter::GetFrameTimes(4);
     EXPECT_EQ(times.nFrames, 0u + ScopeCounter::MaximumFrames);
     EXPECT_EQ(times.nMaximum, 0u);

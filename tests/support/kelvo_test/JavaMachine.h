@@ -22,14 +22,19 @@ public:
         };
         m_functions.GetObjectClass = [](JNIEnv*, jobject) -> jclass { return &s_pMachine->m_class; };
         m_functions.IsInstanceOf = [](JNIEnv*, jobject, jclass) {
+            s_pMachine->m_fPending |= s_pMachine->m_fThrows;
             return jboolean(s_pMachine->m_fInstances);
         };
         m_functions.GetMethodID = [](JNIEnv*, jclass, char const*, char const*) { return jmethodID(); };
         m_functions.NewGlobalRef = [](JNIEnv*, jobject object) {
             ++s_pMachine->m_nGlobals;
+            s_pMachine->m_fPending |= s_pMachine->m_fThrows;
             return object;
         };
-        m_functions.DeleteGlobalRef = [](JNIEnv*, jobject) { --s_pMachine->m_nGlobals; };
+        m_functions.DeleteGlobalRef = [](JNIEnv*, jobject) {
+            --s_pMachine->m_nGlobals;
+            s_pMachine->m_fPending |= s_pMachine->m_fThrows;
+        };
         m_functions.DeleteLocalRef = [](JNIEnv*, jobject) {};
         m_functions.ExceptionCheck = [](JNIEnv*) { return jboolean(s_pMachine->m_fPending); };
         m_functions.ExceptionOccurred = [](JNIEnv*) { return jthrowable(); };
@@ -42,6 +47,7 @@ public:
     JNIEnv m_env = {};
     int m_nGlobals = 0;          ///< global references that are there
     bool m_fPending = false;     ///< an exception
+    bool m_fThrows = false;      ///< each operation on references
     bool m_fFindsClasses = true; ///< else it throws
     bool m_fInstances = true;    ///< whether objects are of the classes that are asked about
 
