@@ -89,6 +89,13 @@ TEST_F(Cameras, ADepthFlagBelowANodeWithoutDepthStaysOff) {
     EXPECT_FALSE(drawsWithDefault());
 }
 
+TEST_F(Cameras, ATwoDimensionalOneShowsPixelsOfTenToAThousandUnitsDepth) {
+    Device().PushCamera2D(320, 200);
+    Camera& camera = *Device().GetActiveCamera();
+    EXPECT_EQ(camera.GetViewRectangleProperty().GetValue(), RectangleT<RealFloat>(0, 0, 319, 199));
+    EXPECT_TRUE(camera.GetNearProperty().GetValue() == 10 && camera.GetFarProperty().GetValue() == 1000);
+}
+
 TEST_F(Cameras, TheViewportMatrixTakesWholeHalvesWithYDown) {
     Device().SetViewport(7, 3, 101, 51);
     float const expected[16] = {50, 0, 0, 0, 0, -25, 0, 0, 0, 0, 1, 0, 57, 28, 0, 1};

@@ -31,6 +31,7 @@ protected:
     }
     bool HasExtension() const {
         std::string const extensions = eglQueryString(m_display, EGL_EXTENSIONS);
+        EXPECT_NE(extensions.find("EGL_KHR_image"), std::string::npos) << "the driver's own";
         return extensions.find("EGL_ANDROID_image_native_buffer") != std::string::npos;
     }
 

@@ -6,6 +6,7 @@
 #include <memory>
 #include <new>
 #include <thread>
+#include <utility>
 
 namespace kelvo::test {
 namespace {
@@ -44,17 +45,23 @@ TEST_F(PlatformWindow, ArgumentsAndAttributesAreAnsweredAsEglSays) {
     OffscreenWindow window(37, 23);
     auto const native = reinterpret_cast<EGLNativeWindowType>(static_cast<ANativeWindow*>(&window));
     EGLint const renderBuffer[] = {EGL_RENDER_BUFFER, EGL_WIDTH, EGL_NONE};
-    EGLAttrib wide[] = {EGL_RENDER_BUFFER, EGL_SINGLE_BUFFER, EGL_NONE};
+    EGLAttrib wide[] = {EGL_RENDER_BUFFER, EGL_SINGLE_BUFFER, EGL_RENDER_BUFFER, EGL_BACK_BUFFER, EGL_NONE};
     OffscreenWindow tooWide(1 << 24, 1);
     auto const create = [&](EGLDisplay display, EGLConfig config, EGLint const* attributes) {
         return ErrorOf(eglCreateWindowSurface(display, config, native, attributes));
     };
     EXPECT_EQ(create(EGL_NO_DISPLAY, Config(), nullptr), EGL_BAD_DISPLAY);
     EXPECT_EQ(create(m_display, nullptr, nullptr), EGL_BAD_CONFIG);
-    for (EGLint const nName : {EGL_WIDTH, EGL_HEIGHT, EGL_LARGEST_PBUFFER, EGL_MIPMAP_TEXTURE,
-                               EGL_TEXTURE_FORMAT, EGL_TEXTURE_TARGET}) {
-        EGLint const ofPbuffers[] = {nName, EGL_FALSE, EGL_NONE};
-        EXPECT_EQ(create(m_display, Config(), ofPbuffers), EGL_BAD_ATTRIBUTE) << std::hex << nName;
+    // As pixel buffers may have them, and one that nothing has.
+    for (auto const& [nName, nValue] : {std::pair{EGL_WIDTH, 4},
+                                        {EGL_HEIGHT, 4},
+                                        {EGL_LARGEST_PBUFFER, EGL_FALSE},
+                                        {EGL_MIPMAP_TEXTURE, EGL_FALSE},
+                                        {EGL_TEXTURE_FORMAT, EGL_NO_TEXTURE},
+                                        {EGL_TEXTURE_TARGET, EGL_NO_TEXTURE},
+                                        {0x7777, 0}}) {
+        EGLint const attributes[] = {nName, nValue, EGL_NONE};
+        EXPECT_EQ(create(m_display, Config(), attributes), EGL_BAD_ATTRIBUTE) << std::hex << nName;
     }
     EXPECT_EQ(create(m_display, Config(), renderBuffer), EGL_BAD_ATTRIBUTE);
     EXPECT_EQ(ErrorOf(Surface(Config(), &tooWide)), EGL_BAD_ALLOC);
