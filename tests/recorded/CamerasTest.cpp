@@ -23,7 +23,11 @@ public:
         matrix[15] = 2;
         return matrix;
     }
-    Matrix GetViewportMatrix() override { return Matrix4Translation(Vector3T<RealFloat>(100, 200, 0)); }
+    Matrix GetViewportMatrix() override {
+        Matrix matrix = Matrix4Translation(Vector3T<RealFloat>(100, 200, 0));
+        matrix[8] = 1; // to the right by depth
+        return matrix;
+    }
 };
 
 class Cameras : public DeviceTest {
