@@ -128,7 +128,7 @@ TEST(BitmapFontFile, GlyphsAreWhatFreeTypeDrawsAndLieApart) {
 }
 
 TEST(FontFile, KerningIsThatOfTheFontsTable) {
-    std::string const letters = "AVTo.WaLY,f";
+    std::string const letters = "AVTo.WaLY-f"; // the first of them, "-", is kerned on both sides
     FontOptions options = OptionsFor({letters.begin(), letters.end()});
     Ref<BitmapFont> const pFitted = ReadSans(options);
     Ref<PolygonalFont> const pOutlines = ReadSansOutlines(options);

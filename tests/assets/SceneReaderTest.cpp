@@ -70,10 +70,12 @@ TEST(SceneReader, KeepsToItsLimits) {
     }
     TextCase const cases[] = {
         {"{\"nodes\": [" +
-             Repeat(50, R"({"class": "Sprite", "Opacity": {"keys": [{"frame": 0, "value": 0}, )"
-                        R"({"frame": 99999, "value": 1}]}})") +
+             Repeat(
+                 50,
+                 R"({"class": "Sprite", "Opacity": {"keys": [{"frame": 0, "value": 0}, {"frame": 50000, "value": 0}, )"
+                 R"({"frame": 99999, "value": 1}]}})") +
              "]}",
-         "42: /nodes/41/Opacity/keys/1: the scene's animations have more frames together than a scene may "
+         "42: /nodes/41/Opacity/keys/2: the scene's animations have more frames together than a scene may "
          "have"},
         {"{\"nodes\": [" + Repeat(70, R"({"class": "TransformNode", "children": [)", ""),
          "1: arrays and objects are nested deeper than 128 levels"},

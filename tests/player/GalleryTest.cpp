@@ -1,10 +1,11 @@
 // The scenes of the README's gallery: they play, move and look as its pictures say.
 
 #include "ProcessRunner.h"
+#include "TestFiles.h"
 
 #include <gtest/gtest.h>
 
-#include <cstdlib>
+#include <sstream>
 #include <string>
 
 namespace kelvo::player::testing {
@@ -41,36 +42,26 @@ TEST(Gallery, ShowsWhatThePlayerDraws) {
 }
 
 TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
-    struct {
-        char const* pScene;
-        int nFrom, nTo;
-        int moving[4], still[4]; ///< left, top, width and height
-    } const cases[] = {
-        {"masks", 10, 60, {285, 175, 60, 65}, {0, 0, 80, 290}}, // the bowl; the wall left of the window
-        {"panels", 0, 30, {40, 20, 280, 300}, {0, 0, 20, 360}}, // the frame; the wall beside it
-        {"edges", 0, 20, {8, 2, 68, 70}, {0, 70, 24, 20}},      // the left mill's sails; the field
-        {"blend",
-         0,
-         20,
-         {60, 80, 100, 60},
-         {0, 350, 640, 10}}, // panes before the bay; below the lowest label
-        {"blur", 10, 50, {20, 125, 110, 170}, {40, 18, 90, 2}}, // a card that blurs; the rim of the pane
-        {"text",
-         30,
-         60,
-         {384, 230, 276, 120},
-         {60, 150, 280, 9}}, // the words in the panel; above the columns
-    };
-    for (auto const& part : cases) {
-        SCOPED_TRACE(part.pScene);
-        Image const from = DrawFrame(PathOf(part.pScene), part.nFrom);
-        Image const to = DrawFrame(PathOf(part.pScene), part.nTo);
-        auto const cut = [](Image const& picture, int const(&box)[4]) {
-            return picture.Cut(box[0], box[1], box[2], box[3]);
-        };
-        EXPECT_TRUE(cut(from, part.still) == cut(to, part.still));
-        EXPECT_FALSE(cut(from, part.moving) == cut(to, part.moving));
+    std::istringstream lines(trevik::kelvo::assets::testing::ReadDataAsText("gallery.txt"));
+    int nScenes = 0;
+    for (std::string line; std::getline(lines, line);) {
+        std::istringstream words(line);
+        std::string scene;
+        int nFrom = 0, nTo = 0;
+        if (!(words >> scene >> nFrom >> nTo)) {
+            continue; // a remark
+        }
+        Image const from = DrawFrame(PathOf(scene), nFrom);
+        Image const to = DrawFrame(PathOf(scene), nTo);
+        for (bool const fMoves : {true, false}) {
+            int left = 0, top = 0, width = 0, height = 0;
+            words >> left >> top >> width >> height;
+            EXPECT_EQ(from.Cut(left, top, width, height) == to.Cut(left, top, width, height), !fMoves)
+                << line;
+        }
+        ++nScenes;
     }
+    EXPECT_EQ(nScenes, 6);
 }
 
 TEST(Gallery, ThePainterSaysWhatItCannotDo) {

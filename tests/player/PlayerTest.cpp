@@ -1,19 +1,24 @@
 #include "ProcessRunner.h"
+#include "TestFiles.h"
 
 #include <gtest/gtest.h>
 
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
-#include <fstream>
 #include <iterator>
 #include <map>
 #include <regex>
+#include <sstream>
 #include <string>
 #include <vector>
 
 namespace kelvo::player::testing {
 namespace {
+
+using trevik::kelvo::assets::testing::ReadCases;
+using trevik::kelvo::assets::testing::ReadDataAsText;
+using trevik::kelvo::assets::testing::TextCase;
 
 std::string const Showcase = KELVO_EXAMPLES "/showcase/scene.json";
 
@@ -47,67 +52,28 @@ TEST_F(PlayerTest, ExplainsItself) {
 }
 
 TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
-    struct {
+    for (TextCase const& bad : ReadCases("command-lines.txt")) {
         std::vector<std::string> arguments;
-        char const* pError;
-    } const cases[] = {
-        {{}, "SCENE is required"},
-        {{"s.json", "t.json"}, "t.json"},
-        {{"s.json", "--frames", "9..3"},
-         "--frames: expected a frame (45) or a first and a last one (0..89), found \"9..3\""},
-        {{"s.json", "--frames", "-1"}, "--frames"},
-        {{"s.json", "--frames", "1.."}, "found \"1..\""},
-        {{"s.json", "--size", "0x5"},
-         "--size: expected width and height from 1 to 16384 pixels (640x360), found \"0x5\""},
-        {{"s.json", "--size", "20000x5"}, "found \"20000x5\""},
-        {{"s.json", "--format", "rgb"}, "--format: expected rgb565, rgb888 or rgba8888, found \"rgb\""},
-        {{"s.json", "--pick", "3"}, "--pick: expected a point"},
-        {{"s.json", "--out", "o.png", "--shot", "1,2,3"},
-         "--shot: expected a rectangle in pixels, its upper left corner, width and height (20,10,64,48), "
-         "found \"1,2,3\""},
-        {{"s.json", "--out", "o.png", "--shot", "1,2,3,4,5"}, "found \"1,2,3,4,5\""},
-        {{"s.json", "--out", "o.png", "--shot", "1,2,0,4"}, "found \"1,2,0,4\""},
-        {{"s.json", "--out", "o.png", "--shot", "-1,2,3,4"}, "--shot"},
-        {{"s.json", "--out", "o.png", "--calls", "c.txt"}, "--out excludes --calls"},
-        {{"s.json", "--shot", "1,2,3,4"}, "--shot requires --out"},
-        {{"s.json", "--turbo"}, "--turbo"},
-        {{"s.json", "--out", "o.jpg"},
-         "--out: expected a name that ends in .png or a folder, found \"o.jpg\""},
-        {{"s.json", "--out", ""}, "--out: expected a path"},
-        {{"s.json", "--save", ""}, "--save: expected a name that ends in .kelvo, found \"\""},
-        {{"s.json", "--save", "s.json"}, "--save: expected a name that ends in .kelvo, found \"s.json\""},
-        {{"s.json", "--backend", ""}, "--backend: expected a path"},
-        {{""}, "expected a path"},
-        {{"s.txt"}, "s.txt: a scene's name ends in .json or .kelvo"},
-    };
-    for (auto const& bad : cases) {
-        Outcome const outcome = Play(bad.arguments);
-        EXPECT_EQ(outcome.nExitCode, 2) << bad.pError;
+        std::istringstream words(bad.text);
+        for (std::string word; words >> word;) {
+            arguments.push_back(word == "''" ? "" : word);
+        }
+        Outcome const outcome = Play(arguments);
+        EXPECT_EQ(outcome.nExitCode, 2) << bad.text;
         EXPECT_EQ(outcome.errors.rfind("kelvo-player: ", 0), 0u) << outcome.errors;
-        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+        EXPECT_NE(outcome.errors.find(bad.expected), std::string::npos) << outcome.errors;
         EXPECT_EQ(outcome.output, "");
     }
 }
 
 TEST_F(PlayerTest, SaysWhereAScenesFaultIs) {
-    struct {
-        char const* pText;
-        char const* pError; ///< behind the file's name
-    } const cases[] = {
-        {"{\"nodes\": [\n{\"class\": \"Sprite\", \"Position\": \"left\"}]}",
-         ":2: /nodes/0/Position: expected 3 numbers, found string \"left\"\n"},
-        {"{\"nodes\": [\n{\"class\": \"AlphatestGroup\"}]}",
-         ":2: /nodes/0/class: unknown class \"AlphatestGroup\"; did you mean \"AlphaTestGroup\"?\n"},
-        {"{\"nodes\": [],\n \"frames\" [0, 1]}",
-         ":2:11: syntax error while parsing object separator - unexpected '['; expected ':'\n"},
-    };
-    for (auto const& bad : cases) {
-        Write("bad.json", bad.pText);
-        Outcome const outcome = Play({Path("bad.json"), "--out", Path("bad.png")});
-        EXPECT_EQ(outcome.nExitCode, 1);
-        EXPECT_EQ(outcome.errors, "kelvo-player: " + Path("bad.json") + bad.pError);
-        EXPECT_FALSE(std::filesystem::exists(Path("bad.png")));
-    }
+    Write("bad.json", "{\"nodes\": [\n{\"class\": \"AlphatestGroup\"}]}");
+    Outcome const outcome = Play({Path("bad.json"), "--out", Path("bad.png")});
+    EXPECT_EQ(outcome.nExitCode, 1);
+    EXPECT_EQ(outcome.errors,
+              "kelvo-player: " + Path("bad.json") +
+                  ":2: /nodes/0/class: unknown class \"AlphatestGroup\"; did you mean \"AlphaTestGroup\"?\n");
+    EXPECT_FALSE(std::filesystem::exists(Path("bad.png")));
     EXPECT_EQ(Play({Path("none.json")}).errors,
               "kelvo-player: " + Path("none.json") + ": cannot be opened: No such file or directory\n");
 }
@@ -354,8 +320,7 @@ TEST_F(PlayerTest, WritesTheCallsThatItsDescriptionShows) {
     Outcome const outcome = Play({KELVO_EXAMPLES "/format/calls.json", "--calls", Path("calls.txt")},
                                  {"KELVO_EGL_PLATFORM=device:999"});
     EXPECT_EQ(outcome.nExitCode, 0) << outcome.output;
-    std::ifstream file(KELVO_EXAMPLES "/../docs/calls.md");
-    std::string const description{std::istreambuf_iterator<char>(file), {}};
+    std::string const description = ReadDataAsText(KELVO_EXAMPLES "/../docs/calls.md");
     std::string const calls = m_folder.ReadText("calls.txt");
     EXPECT_NE(description.find("```\n" + calls + "```\n"), std::string::npos) << calls;
 }
