@@ -111,7 +111,7 @@ TEST_F(Cameras, ProjectsThroughTheMatricesThatTheDeviceAnswersWith) {
     OtherMatrices device;
     Vector2T<RealFloat> const pixel =
         device.ProjectCoordinate(Matrix4Scale(Vector3T<RealFloat>(2, 2, 2)), Point(7, 11, 13, 2));
-    EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 7), 200 + 5 * (2 + 11))));
+    EXPECT_EQ(pixel, (Vector2T<RealFloat>(100 + 3 * (1 + 7) + 6.5f, 200 + 5 * (2 + 11))));
 }
 
 class Picking : public Cameras {
