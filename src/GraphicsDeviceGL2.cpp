@@ -53,7 +53,6 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     }
     ReleaseEffectResources();
     SpriteGL2::ReleaseAntialiasFilter();
-    ForgetMatrices();
     m_cameras.ForEach([](CameraGL2*& pCamera) { ReleaseAndForget(pCamera); });
     m_cameras.Clear();
     ReleaseAndForget(m_pDefaultCamera);
