@@ -178,7 +178,7 @@ TEST(Timeline, ItsCameraFollowsTheFramesThatChildrenSee) {
     EXPECT_EQ(Origin(pCamera->GetWorldMatrix()), Vector3(50 + 8 + 8, 0, 0));
 }
 
-TEST(Timeline, ItsCameraIsPartOfItsMemoryAndOfItsCopyAloneWhereItIs) {
+TEST(Timeline, ItsCameraIsCountedOnceAndNotCopiedFromElsewhere) {
     NestedFilm film;
     auto const count = [&film] {
         MemoryTracer tracer;
