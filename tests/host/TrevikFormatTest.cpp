@@ -32,7 +32,7 @@ void ExpectAllAsInC(std::string const& letters, std::initializer_list<T> values)
                 start += "-+ #0"[i];
             }
         }
-        for (char const* size : {"", "1", "7", "31", ".", ".0", ".1", ".5", "12.7", "3.12"}) {
+        for (char const* size : {"", "1", "7", "31", ".", ".0", ".1", ".5", "5.0", "12.7", "3.12"}) {
             for (char letter : letters) {
                 for (T value : values) {
                     ExpectAsInC(start + size + letter, value);

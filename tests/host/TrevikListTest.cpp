@@ -79,7 +79,7 @@ TYPED_TEST(TrevikList, ChangesAsItIsAsked) {
         {[](L& l) { l.Append(T(9)); }, this->Make({1, 2, 3, 4, 9})},
         {[](L& l) { l.Append(l[1]); }, this->Make({1, 2, 3, 4, 2})}, // its own, while it grows
         {[](L& l) { l.Insert(0, T(9)); }, this->Make({9, 1, 2, 3, 4})},
-        {[](L& l) { l.Insert(2, T(9)); }, this->Make({1, 2, 9, 3, 4})},
+        {[](L& l) { EXPECT_TRUE(l.Insert(2, T(9))); }, this->Make({1, 2, 9, 3, 4})},
         {[](L& l) { l.Insert(4, T(9)); }, this->Make({1, 2, 3, 4, 9})},
         {[](L& l) { EXPECT_FALSE(l.Insert(5, T(9))); }, this->Make({1, 2, 3, 4})},
         {[](L& l) { l.Insert(1, l[3]), l.Insert(0, l[4]); }, this->Make({4, 1, 4, 2, 3, 4})},
@@ -89,6 +89,7 @@ TYPED_TEST(TrevikList, ChangesAsItIsAsked) {
         {[](L& l) { l.RemoveLast(); }, this->Make({1, 2, 3})},
         {[](L& l) { l.Resize(6); }, this->Make({1, 2, 3, 4, 0, 0})},
         {[](L& l) { l.Resize(1); }, this->Make({1})},
+        {[](L& l) { l.Resize(1), l.Reserve(100); }, this->Make({1})},
         {[](L& l) { l.Resize(2, T(7)); }, this->Make({1, 2})},
         {[](L& l) { l.Resize(6, l[2]); }, this->Make({1, 2, 3, 4, 3, 3})},
         {[](L& l) { l.Clear(), l.RemoveLast(), l.RemoveAt(0); }, this->Make({})},
@@ -107,11 +108,14 @@ TYPED_TEST(TrevikList, ChangesAsItIsAsked) {
         c.change(list);
         EXPECT_EQ(list, c.expected) << "case " << (&c - cases);
     }
-    L const list = this->Make({4, 7, 4});
+    L const list = this->Make({4, 7, 4, 6});
+    EXPECT_EQ(list.Last(), T(6));
+    EXPECT_EQ(L(list).Last(), T(6));
     EXPECT_EQ(list.IndexOf(T(4)), 0);
     EXPECT_EQ(list.IndexOf(T(7)), 1);
     EXPECT_EQ(list.IndexOf(T(5)), -1);
     EXPECT_NE(this->Make({1, 2}), this->Make({1, 3}));
+    EXPECT_NE(this->Make({1, 2}), this->Make({3, 2}));
     EXPECT_NE(this->Make({1, 2}), this->Make({1}));
 }
 

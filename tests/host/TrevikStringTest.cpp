@@ -127,7 +127,8 @@ TEST_F(TrevikString, FindsPartsAndUnits) {
     for (auto const& c : cases) {
         EXPECT_EQ(text.Find(String16(c.part), c.from), c.index) << (&c - cases);
     }
-    EXPECT_EQ(text.Find(u'.'), 5);
+    EXPECT_EQ(text.Find(String16(u"kelvo")), 0);
+    EXPECT_EQ(text.Find(u'k'), 0);
     EXPECT_EQ(text.Find(u'.', 6), -1);
     EXPECT_EQ(text.GetPart(6, 2), u"ke");
     EXPECT_EQ(text.GetPart(9), u"vo");
