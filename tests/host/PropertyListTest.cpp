@@ -68,6 +68,11 @@ TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {
     EXPECT_FALSE(list.Register(18u, static_cast<Property*>(nullptr)));
     list.Update(UpdateContext(), 1);
     EXPECT_EQ(late.GetValue(), 10);
+    early.RemoveControllers();
+    late.RemoveControllers();
+    RealProperty(early).AddController(MakeRamp()); // which has all lists look again
+    list.Update(UpdateContext(), 0);
+    EXPECT_FALSE(list.HasAnimated());
     EXPECT_TRUE(list.Register(17u, &probe));
     list.Update(UpdateContext(), 3);
     EXPECT_EQ(probe.m_frame, 3);

@@ -203,7 +203,9 @@ TEST_F(PropertyTest, MemoryIsReportedOnceAndByType) {
     tracer.EmitAllocation(0xffffffffu, MemoryType::Texture);
     tracer.EmitAllocation(2, MemoryType::Texture);
     for (int nOther : {int(MemoryType::Count), 7}) {
-        tracer.EmitAllocation(100, static_cast<MemoryType::Enum>(nOther));
+        MemoryType::Enum const type = static_cast<MemoryType::Enum>(nOther);
+        tracer.EmitAllocation(100, type);
+        EXPECT_EQ(tracer.GetBytes(type) + tracer.GetAllocationCount(type), 0u);
     }
     EXPECT_EQ(tracer.GetBytes(MemoryType::Geometry), 1000u);
     EXPECT_EQ(tracer.GetBytes(MemoryType::Texture), 0x100000001ull);

@@ -163,7 +163,10 @@ TEST(TrevikEvent, SubscriptionsBelongToTheOwner) {
     event<void(int const&)> copy(listening.m_event), other;
     EXPECT_TRUE(copy.IsEmpty());
     listening.m_event = other;
+    listening.m_reacting = 'a';
+    listening.m_reactions = {"-a"};
     EXPECT_EQ(listening.Do("!1"), "a1");
+    EXPECT_TRUE(listening.m_event.IsEmpty()) << "tidied once the firing has ended";
 }
 
 TEST(TrevikEvent, WithoutMemoryNothingIsConnected) {

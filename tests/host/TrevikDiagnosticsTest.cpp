@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <string>
 #include <vector>
 
@@ -93,7 +94,12 @@ protected:
         ScopeCounter::ResetFigures();
     }
 
-    static void Spend(unsigned int id, bool enabled = true) { ScopeCounter const counter(id, enabled); }
+    /** Spends some time in a scope. */
+    static void Spend(unsigned int id, bool enabled = true) {
+        ScopeCounter const counter(id, enabled);
+        auto const start = std::chrono::steady_clock::now();
+        while (std::chrono::steady_clock::now() == start) {}
+    }
     static unsigned long long Calls(unsigned int id) { return ScopeCounter::GetTotals(id).nCalls; }
 };
 
@@ -114,36 +120,57 @@ TEST_F(TrevikScopeCounter, AScopeCountsAsItWasEntered) {
 }
 
 TEST_F(TrevikScopeCounter, FramesRecordWhatWasSpentSinceTheLastMark) {
-    EXPECT_EQ(ScopeCounter::GetFrameTimes(4).nFrames, 0u);
+    ScopeFrameTimes const none = ScopeCounter::GetFrameTimes(0);
+    EXPECT_EQ(none.nFrames + none.nMedian + none.nPercentile95 + none.nPercentile99 + none.nMaximum, 0u);
+    struct {
+        unsigned int frames, spent;
+        bool median, percentile95, percentile99; // whether it is one of those in which time was spent
+    } const cases[] = {
+        {40, 2, false, false, true},
+        {40, 3, false, true, true},
+        {40, 20, false, true, true},
+        {40, 21, true, true, true},
+        {100, 1, false, false, false},
+        {100, 2, false, false, true},
+        {ScopeCounter::MaximumFrames, 11, false, false, true},
+    };
+    for (auto const& c : cases) {
+        auto const start = std::chrono::steady_clock::now();
+        ScopeCounter::ResetFigures();
+        for (unsigned int n = 0; n < c.frames; ++n) {
+            n < c.spent ? Spend(0) : void();
+            ScopeCounter::MarkFrame();
+        }
+        ScopeFrameTimes const times = ScopeCounter::GetFrameTimes(0);
+        EXPECT_EQ(times.nFrames, c.frames);
+        EXPECT_EQ(times.nMedian > 0, c.median) << c.frames << ", " << c.spent;
+        EXPECT_EQ(times.nPercentile95 > 0, c.percentile95) << c.frames << ", " << c.spent;
+        EXPECT_EQ(times.nPercentile99 > 0, c.percentile99) << c.frames << ", " << c.spent;
+        EXPECT_GT(times.nMaximum, 0u);
+        EXPECT_LE(times.nMaximum, ScopeCounter::GetTotals(0).nNanoseconds);
+        ScopeTotals const frames = ScopeCounter::GetTotals(ScopeCounter::Frame);
+        EXPECT_EQ(frames.nCalls, c.frames);
+        EXPECT_GE(frames.nNanoseconds, ScopeCounter::GetTotals(0).nNanoseconds);
+        EXPECT_LE(std::chrono::nanoseconds(frames.nNanoseconds), std::chrono::steady_clock::now() - start);
+    }
+    // The latest frames are kept.
+    ScopeCounter::MarkFrame();
+    EXPECT_EQ(ScopeCounter::GetFrameTimes(0).nPercentile99, 0u);
+    // What was spent before profiling is switched on belongs to no frame, and none is marked without.
+    ScopeCounter::ResetFigures();
+    Spend(0);
+    ScopeCounter::SetProfiling(true);
+    ScopeCounter::MarkFrame();
+    EXPECT_GT(ScopeCounter::GetFrameTimes(0).nMaximum, 0u);
+    ScopeCounter::ResetFigures();
+    Spend(0);
     ScopeCounter::SetProfiling(false);
     ScopeCounter::MarkFrame();
-    EXPECT_EQ(ScopeCounter::GetFrameTimes(4).nFrames, 0u);
     ScopeCounter::SetProfiling(true);
-    Spend(4);
     ScopeCounter::MarkFrame();
-    unsigned long long const spent = ScopeCounter::GetTotals(4).nNanoseconds;
-    for (int i = 0; i < 9; ++i) {
-        ScopeCounter::MarkFrame(); // frames without this scope
-    }
-    ScopeFrameTimes times = ScopeCounter::GetFrameTimes(4);
-    EXPECT_EQ(times.nFrames, 10u);
-    EXPECT_EQ(times.nMedian, 0u);
-    EXPECT_EQ(times.nPercentile95, spent); // the tenth of ten frames
-    EXPECT_EQ(times.nMaximum, spent);
-    EXPECT_EQ(Calls(ScopeCounter::Frame), 10u);
-    EXPECT_GE(ScopeCounter::GetFrameTimes(ScopeCounter::Frame).nMaximum, spent);
+    EXPECT_EQ(ScopeCounter::GetFrameTimes(0).nFrames, 1u);
+    EXPECT_EQ(ScopeCounter::GetFrameTimes(0).nMaximum, 0u);
     EXPECT_EQ(ScopeCounter::GetFrameTimes(ScopeCounter::MaximumIds).nFrames, 0u);
-    // The latest frames are kept.
-    for (unsigned int i = 10; i < ScopeCounter::MaximumFrames; ++i) {
-        ScopeCounter::MarkFrame();
-    }
-    times = ScopeCounter::GetFrameTimes(4);
-    EXPECT_EQ(times.nPercentile99, 0u);
-    EXPECT_EQ(times.nMaximum, spent);
-    ScopeCounter::MarkFrame();
-    times = ScopeCounter::GetFrameTimes(4);
-    EXPECT_EQ(times.nFrames, 0u + ScopeCounter::MaximumFrames);
-    EXPECT_EQ(times.nMaximum, 0u);
 }
 
 TEST_F(TrevikScopeCounter, NamesTheIdsThatTheBackEndUses) {
