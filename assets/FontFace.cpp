@@ -166,7 +166,6 @@ void FontFace::SetUnderline(Font& font, bool fUnderline) const {
     font.GetUnderlineThicknessProperty().SetValue(static_cast<RealFloat>(nPixels));
     font.GetUnderlinePositionProperty().SetValue(
         static_cast<RealFloat>(RoundToPixels(nCentre - nPixels * 32LL)));
-    font.GetUnderlineScaleProperty().SetValue(1);
 }
 
 bool FontFace::SetKerning(Font& font, FT_Kerning_Mode mode) const {

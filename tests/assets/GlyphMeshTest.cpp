@@ -224,6 +224,7 @@ TEST(GlyphTriangles, FillByTheOutlinesRule) {
         {"a line", {{{1, 1}, {5, 5}}}, 0, 0},
         {"out and back", {outAndBack}, 0, 0},
         {"a square", {Square(0, 0, 4)}, 16, 16},
+        {"half a square", {{{0, 0}, {1, 0}, {0, 1}}}, 0.5, 0.5},
         {"a square the other way round", {Square(0, 0, 4, true)}, 16, 16},
         {"a hole", {Square(0, 0, 4), Square(1, 1, 2, true)}, 12, 12},
         {"a hole that winds the same way", {Square(0, 0, 4), Square(1, 1, 2)}, 16, 12},

@@ -189,6 +189,7 @@ TEST(Etc1, APartBlockIsEncodedLikeTheWholeBlockThatRepeatsItsEdge) {
         EncodeEtc1Plane(part, plane, partBlock.data());
         EncodeEtc1Plane(whole, plane, wholeBlock.data());
         EXPECT_EQ(partBlock, wholeBlock);
+        EXPECT_EQ(UnpackPixels(wholeBlock.data(), TextureFormat::ETC1_RGB, 4, 4).At(3, 3)[3], 255);
         // Nothing is written outside of the part.
         RgbaPicture decoded{3, 2, Bytes(64, 7)};
         DecodeEtc1Plane(partBlock.data(), plane, decoded);

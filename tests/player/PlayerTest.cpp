@@ -126,29 +126,11 @@ TEST_F(PlayerTest, DrawsWhatTheSceneSays) {
     EXPECT_EQ(outcome.errors, "");
     EXPECT_EQ(outcome.output, "");
     Image const picture = ReadPicture(Path("out.png"));
-    ASSERT_EQ(picture.Width(), 41);
-    ASSERT_EQ(picture.Height(), 23);
     EXPECT_FALSE(picture.HasAlpha());
-    Pixel const clear{0x10, 0x20, 0x30, 255};
-    Pixel const red{255, 0, 0, 255};
-    struct {
-        int nX, nRow; ///< counted from below
-        Pixel colour;
-    } const places[] = {
-        // The red sprite covers columns 5 to 11 and rows 17 to 19.
-        {5, 17, red},
-        {11, 19, red},
-        {4, 17, clear},
-        {12, 17, clear},
-        {5, 16, clear},
-        {5, 20, clear},
-        // The last frame is 6.
-        {6, 0, {0, 255, 0, 255}},
-        {7, 0, clear},
-    };
-    for (auto const& place : places) {
-        EXPECT_EQ(picture.At(place.nX, 22 - place.nRow), place.colour) << place.nX << ", " << place.nRow;
-    }
+    Image expected(41, 23, {0x10, 0x20, 0x30, 255});
+    expected.Fill(5, 3, 7, 3, {255, 0, 0, 255}); // rows 17 to 19 from below
+    expected.At(6, 22) = {0, 255, 0, 255};       // in the last frame, which is 6
+    EXPECT_TRUE(CompareImages(picture, expected));
 }
 
 TEST_F(PlayerTest, WritesEachFrameOfTheRange) {
@@ -307,13 +289,13 @@ TEST_F(PlayerTest, GivesTheSameBytesEveryTime) {
         ASSERT_EQ(Play({Showcase, "--frames", "10..12", "--out", Path(pFolder)}).nExitCode, 0);
     }
     ASSERT_EQ(Play({Showcase, "--frames", "12", "--out", Path("single.png")}).nExitCode, 0);
+    TemporaryFolder::Bytes const last = m_folder.Read("single.png");
     for (char const* pName : {"/frame_00010.png", "/frame_00011.png", "/frame_00012.png"}) {
         TemporaryFolder::Bytes const bytes = m_folder.Read(std::string("a") + pName);
-        EXPECT_FALSE(bytes.empty()) << pName;
         EXPECT_EQ(bytes, m_folder.Read(std::string("b") + pName)) << pName;
+        EXPECT_EQ(bytes == last, std::string(pName) == "/frame_00012.png") << pName;
     }
-    EXPECT_EQ(m_folder.Read("a/frame_00012.png"), m_folder.Read("single.png"));
-    EXPECT_NE(m_folder.Read("a/frame_00011.png"), m_folder.Read("single.png"));
+    EXPECT_FALSE(last.empty());
 }
 
 TEST_F(PlayerTest, WritesTheCallsThatItsDescriptionShows) {
