@@ -4,6 +4,7 @@
 
 #include <gtest/gtest.h>
 
+#include <chrono>
 #include <numeric>
 #include <string>
 
@@ -44,7 +45,9 @@ TEST(TrevikWaitableEvent, LetsOneThroughOrAllUntilItIsReset) {
     automatic.Set();
     automatic.Set();
     automatic.Wait();
-    EXPECT_FALSE(automatic.Wait(1));
+    auto const start = std::chrono::steady_clock::now();
+    EXPECT_FALSE(automatic.Wait(5));
+    EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(5)) << "no less";
     ManualResetEvent manual;
     EXPECT_FALSE(manual.Wait(0));
     ::kelvo::test::RunOnThreads(4, [&](int n) {
@@ -108,6 +111,7 @@ protected:
 TEST_F(TrevikDispatcher, ExecutesOnTheCallingThreadInTheOrderOfArrival) {
     std::thread::id executing;
     EXPECT_TRUE(m_dispatcher.WaitUntilIdle(0)) << "nothing was ever queued";
+    EXPECT_FALSE(m_dispatcher.WaitForOperations(0));
     std::thread([&] {
         EXPECT_TRUE(Enqueue(MakeNoting('a')));
         EXPECT_TRUE(Enqueue([&] {
@@ -197,6 +201,8 @@ TEST_F(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
     });
     queued.Wait();
     EXPECT_TRUE(m_dispatcher.WaitForOperations(k_nLongTime));
+    // Gives the other one time to wait; whether it does decides nothing.
+    std::this_thread::sleep_for(std::chrono::milliseconds(20));
     Execute();
     other.join();
 }
