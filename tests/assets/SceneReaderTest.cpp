@@ -77,6 +77,9 @@ TEST(SceneReader, KeepsToItsLimits) {
              "]}",
          "42: /nodes/41/Opacity/keys/2: the scene's animations have more frames together than a scene may "
          "have"},
+        {"{\"nodes\": [{\"class\": \"Sprite\", \"Opacity\": {\"samples\": [" + Repeat(100001, "0", ",") +
+             "]}}]}",
+         "1: /nodes/0/Opacity/samples: expected at most 100000 frames, found 100001"},
         {"{\"nodes\": [" + Repeat(70, R"({"class": "TransformNode", "children": [)", ""),
          "1: arrays and objects are nested deeper than 128 levels"},
         {ManyFonts(1, "\"ranges\": [" + Repeat(11, "\"U+4E00-U+77FF\"", ", ") + "]"), // 10752 each

@@ -22,23 +22,18 @@ bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& i
     return BuildImage(picture, true, options, file, image, error);
 }
 
-void CheckGlyph(Glyph const& glyph) {
-    Require(glyph.m_nCodePoint <= 0x10FFFF && glyph.m_nMesh == -1 && !glyph.m_fImage);
-    Require(static_cast<bool>(glyph.m_pTexture) == (glyph.m_nWidth > 0 && glyph.m_nHeight > 0));
-    if (glyph.m_pTexture) {
-        RealFloat const* const pRectangle = glyph.m_textureRectangle;
-        Require(0 <= pRectangle[0] && pRectangle[0] < pRectangle[2] && pRectangle[2] <= 1);
-        Require(0 <= pRectangle[1] && pRectangle[1] < pRectangle[3] && pRectangle[3] <= 1);
-    }
-}
-
 void CheckFont(BitmapFont const& font) {
     Require(font.GetXPixelsPerEm() > 0 && font.GetYPixelsPerEm() > 0);
     Require(font.GetAscent() >= 0 && font.GetDescent() >= 0);
     Require(font.GetGlyphCount() > 0);
     for (unsigned int n = 0; n < font.GetGlyphCount(); ++n) {
-        CheckGlyph(*font.GetGlyphAt(n));
-        Require(n == 0 || font.GetGlyphAt(n - 1)->m_nCodePoint < font.GetGlyphAt(n)->m_nCodePoint);
+        Glyph const& glyph = *font.GetGlyphAt(n);
+        Require(n == 0 || font.GetGlyphAt(n - 1)->m_nCodePoint < glyph.m_nCodePoint);
+        Require(glyph.m_nCodePoint <= 0x10FFFF && glyph.m_nMesh == -1 && !glyph.m_fImage);
+        Require(static_cast<bool>(glyph.m_pTexture) == (glyph.m_nWidth > 0 && glyph.m_nHeight > 0));
+        RealFloat const(&edges)[4] = glyph.m_textureRectangle;
+        Require(!glyph.m_pTexture || (0 <= edges[0] && edges[0] < edges[2] && edges[2] <= 1));
+        Require(!glyph.m_pTexture || (0 <= edges[1] && edges[1] < edges[3] && edges[3] <= 1));
     }
 }
 

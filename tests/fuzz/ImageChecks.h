@@ -34,14 +34,20 @@ inline void RequireWhole(const ImageData& image) {
 }
 
 /**
- * The image is whole after a success; after a failure it is as it was, and there is one line that says why.
+ * Loads an image, which is whole after a success; after a failure it is as it was, and there is one line that
+ * says why.
  */
-inline void RequireAllOrNothing(bool fLoaded, const ImageData& image, const std::string& error) {
-    if (fLoaded)
-        return RequireWhole(image);
-    Require(image.pixels.empty() && image.levels.empty() && image.width == 0);
-    Require(!error.empty());
+template <class Load>
+bool LoadAllOrNothing(Load const& load) {
+    ImageData image;
+    std::string error;
+    if (load(image, error)) {
+        RequireWhole(image);
+        return true;
+    }
+    Require(image.pixels.empty() && image.levels.empty() && image.width == 0 && !error.empty());
     RequireMessage(error, "");
+    return false;
 }
 
 } // namespace fuzz

@@ -2,10 +2,10 @@
 // border of a source, two bits a pixel in front and the picture's size behind. The latter two get files that
 // are sound otherwise, since nothing else would get past their checksums.
 
-#include "../support/kelvo_test/PngChunk.h"
 #include "ImageChecks.h"
 #include "NinePatchImage.h"
 #include "PngWriter.h"
+#include "kelvo_test/PngChunk.h"
 
 #include <cstring>
 #include <vector>
@@ -25,18 +25,18 @@ void CheckBands(std::vector<NinePatchInfo::Band> const& bands, int nExtent) {
 }
 
 void Load(ByteSpan file) {
-    ImageData image;
     NinePatchInfo info;
-    std::string error;
-    bool const fLoaded = LoadNinePatch(file, "fuzz.9.png", fuzz::SmallOptions(), image, info, error);
-    fuzz::RequireAllOrNothing(fLoaded, image, error);
-    if (!fLoaded) {
-        return Require(info.x.empty() && info.y.empty());
-    }
-    CheckBands(info.x, image.width);
-    CheckBands(info.y, image.height);
-    Require(info.left >= 0 && info.right >= 0 && info.left <= image.width - info.right);
-    Require(info.top >= 0 && info.bottom >= 0 && info.top <= image.height - info.bottom);
+    bool const fLoaded = fuzz::LoadAllOrNothing([&](ImageData& image, std::string& error) {
+        if (!LoadNinePatch(file, "fuzz.9.png", fuzz::SmallOptions(), image, info, error)) {
+            return false;
+        }
+        CheckBands(info.x, image.width);
+        CheckBands(info.y, image.height);
+        Require(info.left >= 0 && info.right >= 0 && info.left <= image.width - info.right);
+        Require(info.top >= 0 && info.bottom >= 0 && info.top <= image.height - info.bottom);
+        return true;
+    });
+    Require(fLoaded || (info.x.empty() && info.y.empty()));
 }
 
 std::vector<std::uint8_t> Encode(std::vector<std::uint8_t> const& rgba, int width, int height) {

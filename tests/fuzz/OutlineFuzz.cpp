@@ -2,9 +2,9 @@
 // coincide. Away from all lines, one triangle covers what is inside and none what is outside. The tessellator
 // moves lines a little where many of them coincide, so a few of the places looked at may differ.
 
-#include "../support/kelvo_test/Plane.h"
 #include "FuzzChecks.h"
 #include "GlyphTriangles.h"
+#include "kelvo_test/Plane.h"
 
 #include <algorithm>
 #include <cmath>

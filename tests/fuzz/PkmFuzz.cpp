@@ -11,10 +11,7 @@ using namespace trevik::kelvo::assets;
 void Load(ByteSpan colour, ByteSpan alpha, bool fMipLevels) {
     ImageOptions options = fuzz::SmallOptions();
     options.mipLevels = fMipLevels;
-    ImageData image;
-    std::string error;
-    const bool fLoaded = LoadPkm(colour, alpha, "fuzz.pkm", options, image, error);
-    fuzz::RequireAllOrNothing(fLoaded, image, error);
+    fuzz::LoadAllOrNothing([&](auto&... out) { return LoadPkm(colour, alpha, "fuzz.pkm", options, out...); });
 }
 
 } // namespace

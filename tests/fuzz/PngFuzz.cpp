@@ -30,10 +30,7 @@ void FixChecksums(std::vector<std::uint8_t>& file) {
 }
 
 void Load(ByteSpan bytes, const ImageOptions& options) {
-    ImageData image;
-    std::string error;
-    const bool fLoaded = LoadPng(bytes, "fuzz.png", options, image, error);
-    fuzz::RequireAllOrNothing(fLoaded, image, error);
+    fuzz::LoadAllOrNothing([&](auto&... out) { return LoadPng(bytes, "fuzz.png", options, out...); });
 }
 
 } // namespace

@@ -108,10 +108,9 @@ void Examine(Ref<DocumentNode> const& pDocument) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     fuzz::DropTraces();
-    Ref<DocumentNode> pDocument;
-    if (size != 0) {
-        pDocument = data[0] == 0 ? DocumentNode::Read(data + 1, size - 1) : Cook(data + 1, data + size);
-    }
+    Ref<DocumentNode> const pDocument = size == 0      ? nullptr
+                                        : data[0] == 0 ? DocumentNode::Read(data + 1, size - 1)
+                                                       : Cook(data + 1, data + size);
     if (pDocument) {
         Examine(pDocument);
     }
