@@ -156,7 +156,9 @@ TEST_F(PropertyTest, WhatIsSavedIsTheFirstControllerOrElseTheValue) {
     Update();
     EXPECT_EQ(GetBytes(*SaveToNode(m_property), DocumentID::Value), BytesOf(1));
     ListProperty<Vector2T<int>> list;
-    list.AddController(new SampleController<List<Vector2T<int>>>);
+    EXPECT_TRUE(LoadFrom(MakeSampleNode(0, 1, BytesOf(5)), list)); // its controller holds and gives nothing
+    list.Update(UpdateContext(), 0);
+    EXPECT_EQ(list.GetControllerCount(), 1u);
     pSaved = SaveToNode(list);
     EXPECT_TRUE(HasAttribute(*pSaved, DocumentID::Value));
     EXPECT_EQ(log.Messages().size(), 2u);
