@@ -45,10 +45,14 @@ TEST_F(PlatformDisplay, IsHandedOutUninitialisedAndComesBackAfterTermination) {
 TEST_F(PlatformDisplay, ChoosingDoesNotTerminateOneInUse) {
     EGLDisplay const display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
     ASSERT_TRUE(eglInitialize(display, nullptr, nullptr));
+    EGLint nConfigs = 0, nLater = -1;
+    EXPECT_TRUE(eglChooseConfig(display, nullptr, nullptr, 0, &nConfigs));
     EXPECT_TRUE(desktop::SelectPlatform("device"));
     eglGetDisplay(EGL_DEFAULT_DISPLAY);
     EXPECT_TRUE(desktop::SelectPlatform("surfaceless"));
     eglGetDisplay(EGL_DEFAULT_DISPLAY);
+    EXPECT_TRUE(eglChooseConfig(display, nullptr, nullptr, 0, &nLater));
+    EXPECT_EQ(nLater, nConfigs) << "windows are still offered";
     EXPECT_TRUE(desktop::SelectPlatform(nullptr));
     EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
     EXPECT_NE(eglQueryString(display, EGL_VENDOR), nullptr);

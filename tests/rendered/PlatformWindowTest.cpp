@@ -118,6 +118,8 @@ TEST_F(PlatformWindow, SwappedWithDamageShowsItsFrame) {
             EXPECT_TRUE(swap(m_display, surface, all, 1)) << name;
             EXPECT_EQ(window.LastFrame().serial, ++nFrames);
             EXPECT_EQ(ErrorOf(swap(m_display, surface, nullptr, 1)), EGL_BAD_PARAMETER);
+            EXPECT_TRUE(swap(m_display, surface, nullptr, 0)) << name;
+            EXPECT_EQ(window.LastFrame().serial, ++nFrames);
         }
     }
 }
