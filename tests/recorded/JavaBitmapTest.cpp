@@ -2,6 +2,7 @@
 
 #include "SurfaceTest.h"
 
+#include "Android/EGLImageImpl.h"
 #include "JObject.h"
 #include "kelvo_test/JavaMachine.h"
 #include "kelvo_test/Threads.h"
@@ -356,6 +357,18 @@ TEST_F(JavaBitmap, OfEachSurfaceOfTwoKeepsItAliveAfterTheTexture) {
     }
     m_java.Free();
     EXPECT_EQ(Count("eglDestroyImageKHR"), 2u);
+}
+
+TEST_F(JavaBitmap, OfADestroyedSurfaceHasNoPixelsAndNoFault) {
+    Ref<EGLImageHelper> const pSurface = CreateEGLImageHelper();
+    ASSERT_TRUE(pSurface->Create(Width, Height, TextureFormat::RGBA8888));
+    EXPECT_FALSE(pSurface->CreateJavaBitmapFromTexture().IsEmpty());
+    pSurface->Destroy();
+    {
+        SkAutoLockPixels const locked(m_java.Bitmap());
+        EXPECT_EQ(m_java.Bitmap().getPixels(), nullptr);
+    }
+    EXPECT_TRUE(m_diagnostics.Failures().empty());
 }
 
 TEST_F(JavaBitmap, IsEmptyWhereThereCanBeNone) {

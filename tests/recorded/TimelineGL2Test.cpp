@@ -55,11 +55,12 @@ TEST_F(TimelineGL2Test, EffectsThatAnEffectAttachesAreCalledAfterItAndNoneIsLeft
 
 TEST_F(TimelineGL2Test, AfterTheChildrenTheDepthTestOfTheMomentIsAppliedAgain) {
     WatchedDevice device;
+    m_pTimeline->PreRenderChildren(device); // which leaves it as it is
     m_pTimeline->GetDepthTestProperty().SetValue(1);
     m_pTimeline->PreRenderChildren(device);
     device.SetDepthTestEnabled(false); // as a child may have done
     m_pTimeline->PostRenderChildren(device);
-    EXPECT_EQ(device.m_notes, (Strings{"?", "on", "off", "?", "off"}));
+    EXPECT_EQ(device.m_notes, (Strings{"?", "?", "on", "off", "?", "off"}));
 }
 
 TEST_F(TimelineGL2Test, ThePopTakesTheCameraDepthOfTheMoment) {
