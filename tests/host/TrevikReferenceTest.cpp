@@ -92,9 +92,8 @@ TEST_F(TrevikReference, TheRegistryKeepsOneContainerOfEachIdAndCreatesItsClass) 
     ClassRegistry registry;
     ClassContainer* const second = new CountedContainer(5);
     EXPECT_FALSE(registry.AddClassContainer(nullptr));
-    EXPECT_TRUE(registry.AddClassContainer(new CountedContainer(4)));
-    for (ClassContainer* container :
-         {static_cast<ClassContainer*>(new CountedContainer(5)), second, second}) {
+    for (ClassContainer* container : std::initializer_list<ClassContainer*>{
+             new CountedContainer(4), new CountedContainer(4), new CountedContainer(5), second, second}) {
         EXPECT_TRUE(registry.AddClassContainer(container));
     }
     EXPECT_EQ(registry.GetCount(), 2u);
