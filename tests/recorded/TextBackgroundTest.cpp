@@ -91,6 +91,17 @@ TEST_F(TextBackground, IsFittedOnceUnlessSomethingWatchedChanges) {
     EXPECT_EQ(nSizes, 1) << "the texture's, at the first draw";
 }
 
+TEST_F(TextBackground, TakesOverWhatAChildWould) {
+    Ref<SpriteGL2> const pSprite = AddSprite();
+    for (bool const fValue : {false, true}) {
+        m_pText->GetSelectableProperty().SetValue(fValue);
+        m_pText->GetDepthProperty().SetValue(fValue);
+        Draw(*m_pText);
+        EXPECT_EQ(pSprite->GetSelectableProperty().GetValue(), fValue);
+        EXPECT_EQ(pSprite->GetDepthProperty().GetValue(), fValue);
+    }
+}
+
 TEST_F(TextBackground, WithoutTextureItIsNotDrawnAndNotFitted) {
     Ref<SpriteGL2> const pSprite = AddSprite();
     Ref<trevik::kelvo::Texture> const pTexture(pSprite->GetTexture());
