@@ -56,18 +56,6 @@ TEST_F(RecordingDriver, StandsInForEveryFunctionOfTheSystemLibraries) {
     }
 }
 
-TEST_F(RecordingDriver, PatternsSelectByNameOrByLine) {
-    glEnable(GL_BLEND);
-    glDisable(GL_CULL_FACE);
-    glEnable(GL_DEPTH_TEST);
-    EXPECT_EQ(Count("glEnable"), 2u);
-    EXPECT_EQ(Count("gl*able"), 3u);
-    EXPECT_EQ(Count("gl*(GL_*E*)"), 3u);
-    EXPECT_EQ(Count("glEnab"), 0u);
-    EXPECT_EQ(IndexOf("glEnable", 1), 2);
-    EXPECT_EQ(IndexOf("glEnable(GL_CULL_FACE)"), -1);
-}
-
 struct Misuse {
     const char* what;
     void (*call)();
