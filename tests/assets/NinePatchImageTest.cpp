@@ -223,6 +223,11 @@ TEST(NinePatchCompiled, IsRefusedForAChunkThatIsTooShortOrThereTwice) {
                         std::to_string(nNeeded) + " of its content");
     }
     ExpectFault(Load(WithChunk(WithChunk(file, whole), whole, true)), "has 2 chunks npTc");
+    // Nothing behind the file's end counts.
+    Bytes const source = SourcePng(Plain);
+    ExpectLoads(
+        Load(WithPngChunk(source, std::ptrdiff_t(source.size()), "npTc", ChunkOf("0 0 0 0 / 0 1 / 0 1"))),
+        "x 2+3, y 4+2, margins 2 1 4 4");
 }
 
 TEST(NinePatchImage, FailsAsPngFilesDo) {
