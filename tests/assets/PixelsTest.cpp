@@ -63,6 +63,9 @@ TEST(PixelFormat, UnpackingGivesTheNearestColourBack) {
     for (const auto& c : cases) {
         SCOPED_TRACE(c.format);
         const RgbaPicture back = UnpackLevel(LoadGood(RgbaPng(5, 3, pixels), As(c.format)), 0);
+        Bytes packed(LevelBytes(c.format, 5, 3) + 1, 77);
+        PackPixels({5, 3, pixels}, c.format, packed.data());
+        EXPECT_EQ(packed.back(), 77) << "behind the last pixel";
         ASSERT_EQ(back.bytes.size(), pixels.size());
         for (std::size_t i = 0; i < pixels.size(); ++i) {
             const bool alpha = i % 4 == 3;
