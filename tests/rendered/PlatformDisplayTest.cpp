@@ -49,10 +49,10 @@ TEST_F(PlatformDisplay, ChoosingDoesNotTerminateOneInUse) {
     EXPECT_TRUE(eglChooseConfig(display, nullptr, nullptr, 0, &nConfigs));
     EXPECT_TRUE(desktop::SelectPlatform("device"));
     eglGetDisplay(EGL_DEFAULT_DISPLAY);
-    EXPECT_TRUE(desktop::SelectPlatform("surfaceless"));
-    eglGetDisplay(EGL_DEFAULT_DISPLAY);
     EXPECT_TRUE(eglChooseConfig(display, nullptr, nullptr, 0, &nLater));
     EXPECT_EQ(nLater, nConfigs) << "windows are still offered";
+    EXPECT_TRUE(desktop::SelectPlatform("surfaceless"));
+    eglGetDisplay(EGL_DEFAULT_DISPLAY);
     EXPECT_TRUE(desktop::SelectPlatform(nullptr));
     EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), display);
     EXPECT_NE(eglQueryString(display, EGL_VENDOR), nullptr);
