@@ -76,15 +76,16 @@ std::string FaultOf(Function read) {
 }
 
 TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
-    JsonSource const source = ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long text "
-                                          "that goes on and on and on and on\"}");
+    JsonSource const source =
+        ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
+                    "that goes on and on and on and on\"}");
     JsonCursor const root(source);
     JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
     EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),
               "f.json:1: /nodes/1/a~1b~0c: expected 3 numbers, found an array of 2");
     EXPECT_EQ(
         FaultOf([&] { root.Require("text").ReadNumber(0, 1); }),
-        "f.json:2: /text: expected a number, found string \"a long text that goes on and on and on a...\"");
+        "f.json:2: /text: expected a number, found string \"a long?text that goes on and on and on a...\"");
 }
 
 } // namespace
