@@ -70,6 +70,13 @@ TEST(Node, WhatCannotBeAttachedIsRefused) {
     EXPECT_EQ(family["deep"]->GetChildCount(), 0u);
     EXPECT_EQ(family.GetOrder(), "a b c");
     EXPECT_EQ(family["b"]->GetParent(), family["parent"]);
+    Group* const parent = family["parent"];
+    Group* const child = family["a"];
+    parent->Detach(child);
+    Allocation::FailAfter(0);
+    parent->Attach(child);
+    Allocation::FailNever();
+    EXPECT_EQ(family.GetOrder(), "b c a") << "where there is room, no memory is needed";
 }
 
 TEST(Node, NothingHoldsWhatKeepsItAlive) {
