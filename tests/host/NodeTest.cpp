@@ -109,6 +109,14 @@ TEST(Node, NothingHoldsWhatKeepsItAlive) {
     EXPECT_EQ(pText->GetBackground(), nullptr);
     EXPECT_EQ(pTimeline->GetCamera(), nullptr);
     EXPECT_EQ(ChildNames(*pCamera) + ChildNames(*pTimeline), "") << "nothing is left of what was refused";
+    // Of two that look through it one looks away.
+    Ref<TestTimeline> const pOther = Make<TestTimeline>("other");
+    pOther->SetCamera(pCamera.Get());
+    pTimeline->SetCamera(pCamera.Get());
+    pOther->SetCamera(nullptr);
+    pCamera->Attach(pOther.Get());
+    pCamera->Attach(pTimeline.Get());
+    EXPECT_EQ(ChildNames(*pCamera), "other");
 }
 
 TEST(Node, TreesHaveSoManyLevelsAndNoMore) {
