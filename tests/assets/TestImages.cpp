@@ -11,10 +11,14 @@
 
 static thread_local std::size_t t_nLargestAllocation = 0;
 
-void* operator new(std::size_t size) {
+void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     t_nLargestAllocation = std::max(t_nLargestAllocation, size);
-    if (void* memory = std::malloc(size ? size : 1))
+    return std::malloc(size ? size : 1);
+}
+void* operator new(std::size_t size) {
+    if (void* memory = operator new(size, std::nothrow)) {
         return memory;
+    }
     throw std::bad_alloc();
 }
 void operator delete(void* memory) noexcept {
