@@ -308,6 +308,7 @@ TEST_F(JavaBitmap, IsHeldByOneGlobalReferenceOfEachObject) {
     }
     count();
     EXPECT_EQ(globals, (std::vector<int>{1, 2, 2, 2, 2, 0}));
+    m_java.Free();
     m_java.m_fInstances = false;
     EXPECT_TRUE(pTexture->CreateJavaBitmapFromTexture(0).IsEmpty()) << "of another class";
     EXPECT_EQ(m_java.m_nGlobals, 0);
