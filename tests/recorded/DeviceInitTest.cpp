@@ -26,6 +26,7 @@ protected:
 TEST_F(DeviceInit, GivesEglTheNativeBaseOfTheWindow) {
     Window window;
     ASSERT_TRUE(InitializeDevice(DeviceFormat::RGBA8888, &window));
+    EXPECT_FALSE(Device().IsAlphaTestEnabled());
     ANativeWindow* const pNative = &window;
     ASSERT_NE(static_cast<void*>(pNative), static_cast<void*>(&window))
         << "the base needs no conversion here";

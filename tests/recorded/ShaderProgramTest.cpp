@@ -4,6 +4,7 @@
 #include "ShaderProgramGL2.h"
 #include "TextureGL2.h"
 #include "kelvo_test/Diagnostics.h"
+#include "trevik/Allocation.h"
 
 namespace {
 
@@ -70,6 +71,16 @@ TEST_F(ShaderProgram, GivesUpQuietlyWithTheProgramObjectLeftWhereThereIsNothingT
         EXPECT_EQ(Counts(Object::Program).live, 0);
     }
     EXPECT_TRUE(m_diagnostics.Messages().empty());
+}
+
+TEST_F(ShaderProgram, AUniformAskedForWithoutMemoryIsAskedForAgain) {
+    ASSERT_TRUE(m_pProgram->Compile());
+    String16 const name(u"v4");
+    m_pProgram->GetUniformLocation(u"mMatrix"); // makes room for a few
+    Allocation::FailAfter(0);
+    EXPECT_EQ(m_pProgram->GetUniformLocation(name), -1);
+    Allocation::FailNever();
+    EXPECT_NE(m_pProgram->GetUniformLocation(name), -1);
 }
 
 TEST_F(ShaderProgram, LogsOfMoreThanATerminatorAreTracedTheShadersAskedOfTheProgramFunction) {
