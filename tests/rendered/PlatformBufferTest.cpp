@@ -299,8 +299,12 @@ TEST_F(PlatformBuffer, ImageAndBufferMayGoInAnyOrderAndOutliveTheirDisplay) {
     Fill(*pBuffer, Blue);
     EXPECT_TRUE(Shows(firstTexture, Red)) << "whose image is gone";
     EXPECT_TRUE(Shows(secondTexture, Blue)) << "whose image is there";
+    sp<GraphicBuffer> const pOther = MakeBuffer();
+    GLuint const otherTexture = MakeTexture(MakeImage(pOther));
     pBuffer.clear();
+    Fill(*pOther, Green);
     EXPECT_TRUE(Shows(secondTexture, Blue)) << "whose buffer is gone";
+    EXPECT_TRUE(Shows(otherTexture, Green)) << "whose buffer is there";
     EXPECT_TRUE(eglDestroyImage(m_display, second));
 
     pBuffer = MakeBuffer();
