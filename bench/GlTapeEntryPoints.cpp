@@ -3,7 +3,9 @@
 #include "GlTape.h"
 #include "kelvo_recording/Recording.h"
 
+#include <algorithm>
 #include <array>
+#include <cstddef>
 #include <cstdio>
 #include <cstdlib>
 #include <tuple>
@@ -16,7 +18,7 @@ namespace {
 using namespace bench;
 using Kind = recording::ArgumentKind;
 
-/** An argument that is memory: how many values are held of it; 0 where that cannot be known. */
+/** Of an argument that is memory, how many values are held: those of one element; 0 where none can be. */
 constexpr std::size_t CountValues(Kind kind) {
     switch (kind) {
     case Kind::Floats1:
