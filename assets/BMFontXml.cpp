@@ -1,9 +1,9 @@
 #include "BMFontTag.h"
 
+#include <pugixml.hpp>
+
 #include <algorithm>
 #include <new>
-
-#include <pugixml.hpp>
 
 namespace trevik::kelvo::assets {
 

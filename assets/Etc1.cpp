@@ -13,10 +13,10 @@ namespace {
 
 constexpr int kBlockExtent = 4;
 
-void GatherBlock(const RgbaPicture& picture, Etc1Plane plane, int left, int top, etc1_byte* block) {
+void GatherBlock(RgbaPicture const& picture, Etc1Plane plane, int left, int top, etc1_byte* block) {
     for (int y = 0; y < kBlockExtent; ++y) {
         for (int x = 0; x < kBlockExtent; ++x, block += 3) {
-            const std::uint8_t* pixel =
+            std::uint8_t const* pixel =
                 picture.At(std::min(left + x, picture.width - 1), std::min(top + y, picture.height - 1));
             if (plane == Etc1Plane::Colour) {
                 std::memcpy(block, pixel, 3);
@@ -27,12 +27,12 @@ void GatherBlock(const RgbaPicture& picture, Etc1Plane plane, int left, int top,
     }
 }
 
-void ScatterBlock(const etc1_byte* block, Etc1Plane plane, int left, int top, RgbaPicture& picture) {
-    const int width = std::min(kBlockExtent, picture.width - left);
-    const int height = std::min(kBlockExtent, picture.height - top);
+void ScatterBlock(etc1_byte const* block, Etc1Plane plane, int left, int top, RgbaPicture& picture) {
+    int const width = std::min(kBlockExtent, picture.width - left);
+    int const height = std::min(kBlockExtent, picture.height - top);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            const etc1_byte* source = block + static_cast<std::ptrdiff_t>(y * kBlockExtent + x) * 3;
+            etc1_byte const* source = block + static_cast<std::ptrdiff_t>(y * kBlockExtent + x) * 3;
             std::uint8_t* pixel = picture.At(left + x, top + y);
             // The shader takes the alpha from the red channel.
             if (plane == Etc1Plane::Colour) {
@@ -46,7 +46,7 @@ void ScatterBlock(const etc1_byte* block, Etc1Plane plane, int left, int top, Rg
 
 } // namespace
 
-void EncodeEtc1Plane(const RgbaPicture& picture, Etc1Plane plane, std::uint8_t* out) {
+void EncodeEtc1Plane(RgbaPicture const& picture, Etc1Plane plane, std::uint8_t* out) {
     constexpr etc1_uint32 kAllPixels = 0xFFFF;
     for (int top = 0; top < picture.height; top += kBlockExtent) {
         for (int left = 0; left < picture.width; left += kBlockExtent, out += ETC1_ENCODED_BLOCK_SIZE) {
@@ -57,7 +57,7 @@ void EncodeEtc1Plane(const RgbaPicture& picture, Etc1Plane plane, std::uint8_t* 
     }
 }
 
-void DecodeEtc1Plane(const std::uint8_t* in, Etc1Plane plane, RgbaPicture& picture) {
+void DecodeEtc1Plane(std::uint8_t const* in, Etc1Plane plane, RgbaPicture& picture) {
     for (int top = 0; top < picture.height; top += kBlockExtent) {
         for (int left = 0; left < picture.width; left += kBlockExtent, in += ETC1_ENCODED_BLOCK_SIZE) {
             etc1_byte block[ETC1_DECODED_BLOCK_SIZE];
@@ -67,7 +67,7 @@ void DecodeEtc1Plane(const std::uint8_t* in, Etc1Plane plane, RgbaPicture& pictu
     }
 }
 
-bool EncodeEtc1(const ImageData& image, bool fMipLevels, const std::string& name, ImageData& out,
+bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name, ImageData& out,
                 std::string& error) {
     if (image.levels.empty()) {
         return Fail(error, name + ": there are no pixels to encode");
@@ -83,7 +83,7 @@ bool EncodeEtc1(const ImageData& image, bool fMipLevels, const std::string& name
         // Padding adds up to three pixels to a size that was within somebody's limits when it was loaded.
         options.limits.maxBytes = SIZE_MAX;
         return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, error);
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, name + ": not enough memory to encode it");
     }
 }

@@ -2,13 +2,13 @@
 
 #include "kelvo_host/FileReplacement.h"
 
-#include <cerrno>
-#include <cstring>
-#include <new>
-
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
+
+#include <cerrno>
+#include <cstring>
+#include <new>
 
 namespace trevik::kelvo::assets {
 
@@ -17,8 +17,8 @@ namespace {
 class FileDescriptor {
 public:
     explicit FileDescriptor(int descriptor) : m_nDescriptor(descriptor) {}
-    FileDescriptor(const FileDescriptor&) = delete;
-    FileDescriptor& operator=(const FileDescriptor&) = delete;
+    FileDescriptor(FileDescriptor const&) = delete;
+    FileDescriptor& operator=(FileDescriptor const&) = delete;
     ~FileDescriptor() {
         if (m_nDescriptor >= 0) {
             close(m_nDescriptor);
@@ -30,14 +30,14 @@ private:
     int m_nDescriptor;
 };
 
-bool FailErrno(std::string& error, const std::string& path, const char* what) {
+bool FailErrno(std::string& error, std::string const& path, char const* what) {
     return Fail(error, path + ": " + what + ": " + std::strerror(errno));
 }
 
-bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, const std::string& path, std::string& error) {
+bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const& path, std::string& error) {
     std::size_t done = 0;
     while (done < bytes.size()) {
-        const ssize_t got = read(descriptor, bytes.data() + done, bytes.size() - done);
+        ssize_t const got = read(descriptor, bytes.data() + done, bytes.size() - done);
         if (got < 0 && errno == EINTR) {
             continue;
         }
@@ -54,7 +54,7 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, const std::string
 
 } // namespace
 
-bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::uint8_t>& out,
+bool ReadFile(std::string const& path, std::size_t maxBytes, std::vector<std::uint8_t>& out,
               std::string& error) {
     // Opening a pipe would wait for a writer; what is not a regular file is told by the next step.
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
@@ -76,20 +76,20 @@ bool ReadFile(const std::string& path, std::size_t maxBytes, std::vector<std::ui
         }
         out = std::move(bytes);
         return true;
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, path + ": not enough memory for its " + std::to_string(status.st_size) + " bytes");
     }
 }
 
-bool FileExists(const std::string& path) {
+bool FileExists(std::string const& path) {
     struct stat status = {};
     return lstat(path.c_str(), &status) == 0;
 }
 
-bool WriteFiles(const std::vector<FileToWrite>& files, std::string& error) {
+bool WriteFiles(std::vector<FileToWrite> const& files, std::string& error) {
     std::vector<FileReplacement> replacements(files.size());
     for (std::size_t i = 0; i < files.size(); ++i) {
-        const FileToWrite& file = files[i];
+        FileToWrite const& file = files[i];
         if (!replacements[i].Open(file.path.c_str())) {
             return FailErrno(error, file.path, "cannot be created");
         }

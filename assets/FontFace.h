@@ -1,14 +1,13 @@
 #pragma once
 
 #include "FontFile.h"
-
 #include "trevik/kelvo/Font.h"
+
+#include <ft2build.h>
 
 #include <cstddef>
 #include <string>
 #include <vector>
-
-#include <ft2build.h>
 #include FT_FREETYPE_H
 
 namespace trevik::kelvo::assets {

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Image.h"
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/BitmapFont.h"

@@ -1,8 +1,8 @@
 #include "FontFile.h"
 
-#include <memory>
-
 #include <fontconfig/fontconfig.h>
+
+#include <memory>
 
 namespace trevik::kelvo::assets {
 

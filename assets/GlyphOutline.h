@@ -3,10 +3,10 @@
 #include "trevik/Types.h"
 #include "trevik/Vector.h"
 
+#include <ft2build.h>
+
 #include <cstddef>
 #include <vector>
-
-#include <ft2build.h>
 #include FT_FREETYPE_H
 
 namespace trevik::kelvo::assets {

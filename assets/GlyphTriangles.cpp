@@ -1,13 +1,13 @@
 #include "GlyphTriangles.h"
 
+#include <GL/glu.h>
+
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
 #include <utility>
 #include <vector>
-
-#include <GL/glu.h>
 
 namespace trevik::kelvo::assets {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "GlyphOutline.h"
-
 #include "trevik/kelvo/PolygonalFont.h"
 
 #include <string>

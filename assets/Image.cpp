@@ -56,19 +56,19 @@ std::size_t LevelBytes(TextureFormat::Enum format, int width, int height) {
     return PlaneBytes(format, width, height) * (format == TextureFormat::ETC1_RGBA ? 2 : 1);
 }
 
-bool CheckSize(const std::string& name, long long width, long long height, const ImageLimits& limits,
+bool CheckSize(std::string const& name, long long width, long long height, ImageLimits const& limits,
                std::string& error) {
-    const std::string size = std::to_string(width) + " x " + std::to_string(height);
+    std::string const size = std::to_string(width) + " x " + std::to_string(height);
     if (width < 1 || height < 1) {
         return Fail(error, name + ": a size of " + size + " pixels holds no picture");
     }
-    const int maxWidth = std::min(limits.maxWidth, Texture::MaximumSide);
-    const int maxHeight = std::min(limits.maxHeight, Texture::MaximumSide);
+    int const maxWidth = std::min(limits.maxWidth, Texture::MaximumSide);
+    int const maxHeight = std::min(limits.maxHeight, Texture::MaximumSide);
     if (width > maxWidth || height > maxHeight) {
         return Fail(error, name + ": " + size + " pixels are more than the " + std::to_string(maxWidth) +
                                " x " + std::to_string(maxHeight) + " allowed");
     }
-    const unsigned long long bytes = 4ull * static_cast<unsigned long long>(width * height);
+    unsigned long long const bytes = 4ull * static_cast<unsigned long long>(width * height);
     if (bytes > limits.maxBytes) {
         return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) +
                                " bytes, more than the " + std::to_string(limits.maxBytes) + " allowed");

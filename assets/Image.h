@@ -38,7 +38,7 @@ struct ImageData {
 
 /** Bytes that live elsewhere. */
 struct ByteSpan {
-    const std::uint8_t* data = nullptr;
+    std::uint8_t const* data = nullptr;
     std::size_t size = 0;
 };
 
@@ -98,7 +98,7 @@ std::size_t PlaneBytes(TextureFormat::Enum format, int width, int height);
 std::size_t LevelBytes(TextureFormat::Enum format, int width, int height);
 
 /** False, with a message that begins with `name`, unless the size is positive and within the limits. */
-bool CheckSize(const std::string& name, long long width, long long height, const ImageLimits& limits,
+bool CheckSize(std::string const& name, long long width, long long height, ImageLimits const& limits,
                std::string& error);
 
 /** Sets `error` and returns false: how every function of this room reports a failure. */

@@ -8,7 +8,7 @@
 
 namespace trevik::kelvo::assets {
 
-bool LoadImage(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error) {
+bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
     std::vector<std::uint8_t> bytes;
     if (!ReadFile(path, options.limits.maxFileBytes, bytes, error)) {
         return false;

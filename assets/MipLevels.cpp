@@ -24,8 +24,8 @@ std::vector<Coverage> CoverAxis(int source, int target) {
     std::vector<Coverage> axis(static_cast<std::size_t>(target));
     for (int i = 0; i < target; ++i) {
         Coverage& coverage = axis[std::size_t(i)];
-        const long long begin = static_cast<long long>(i) * source;
-        const long long end = begin + source;
+        long long const begin = static_cast<long long>(i) * source;
+        long long const end = begin + source;
         coverage.first = int(begin / target);
         for (long long pixel = coverage.first; pixel * target < end; ++pixel) {
             coverage.weights[coverage.count++] =
@@ -35,16 +35,16 @@ std::vector<Coverage> CoverAxis(int source, int target) {
     return axis;
 }
 
-void AveragePixel(const RgbaPicture& picture, const Coverage& across, const Coverage& down,
+void AveragePixel(RgbaPicture const& picture, Coverage const& across, Coverage const& down,
                   std::uint8_t* out) {
     std::uint64_t weight = 0;
     std::uint64_t alpha = 0;
     std::uint64_t plain[3] = {};
     std::uint64_t weighted[3] = {};
     for (int y = 0; y < down.count; ++y) {
-        const std::uint8_t* pixel = picture.At(across.first, down.first + y);
+        std::uint8_t const* pixel = picture.At(across.first, down.first + y);
         for (int x = 0; x < across.count; ++x, pixel += 4) {
-            const std::uint64_t share = std::uint64_t(across.weights[x]) * down.weights[y];
+            std::uint64_t const share = std::uint64_t(across.weights[x]) * down.weights[y];
             weight += share;
             alpha += share * pixel[3];
             for (int c = 0; c < 3; ++c) {
@@ -59,9 +59,9 @@ void AveragePixel(const RgbaPicture& picture, const Coverage& across, const Cove
     out[3] = std::uint8_t((alpha + weight / 2) / weight);
 }
 
-bool AppendLevel(const RgbaPicture& picture, const std::string& name, ImageData& image, std::string& error) {
-    const std::size_t offset = image.pixels.size();
-    const std::size_t bytes = LevelBytes(image.format, picture.width, picture.height);
+bool AppendLevel(RgbaPicture const& picture, std::string const& name, ImageData& image, std::string& error) {
+    std::size_t const offset = image.pixels.size();
+    std::size_t const bytes = LevelBytes(image.format, picture.width, picture.height);
     if (bytes > std::size_t(INT_MAX) - offset) {
         return Fail(error,
                     name + ": its levels need more than the 2147483647 bytes that a texture can address");
@@ -73,7 +73,7 @@ bool AppendLevel(const RgbaPicture& picture, const std::string& name, ImageData&
     return true;
 }
 
-bool AppendSmallerLevels(RgbaPicture picture, const std::string& name, ImageData& image, std::string& error) {
+bool AppendSmallerLevels(RgbaPicture picture, std::string const& name, ImageData& image, std::string& error) {
     while (picture.width > 1 || picture.height > 1) {
         picture = HalvePicture(picture);
         if (!AppendLevel(picture, name, image, error)) {
@@ -85,14 +85,14 @@ bool AppendSmallerLevels(RgbaPicture picture, const std::string& name, ImageData
 
 } // namespace
 
-RgbaPicture HalvePicture(const RgbaPicture& picture) {
+RgbaPicture HalvePicture(RgbaPicture const& picture) {
     RgbaPicture half{std::max(1, picture.width / 2), std::max(1, picture.height / 2), {}};
     half.bytes.resize(std::size_t(half.width) * std::size_t(half.height) * 4);
-    const std::vector<Coverage> across = CoverAxis(picture.width, half.width);
-    const std::vector<Coverage> down = CoverAxis(picture.height, half.height);
+    std::vector<Coverage> const across = CoverAxis(picture.width, half.width);
+    std::vector<Coverage> const down = CoverAxis(picture.height, half.height);
     std::uint8_t* out = half.bytes.data();
-    for (const Coverage& row : down) {
-        for (const Coverage& column : across) {
+    for (Coverage const& row : down) {
+        for (Coverage const& column : across) {
             AveragePixel(picture, column, row, out);
             out += 4;
         }
@@ -100,7 +100,7 @@ RgbaPicture HalvePicture(const RgbaPicture& picture) {
     return half;
 }
 
-bool CanHaveMipLevels(TextureFormat::Enum format, const std::string& name, std::string& error) {
+bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, std::string& error) {
     if (format != TextureFormat::ETC1_RGBA) {
         return true;
     }
@@ -109,10 +109,10 @@ bool CanHaveMipLevels(TextureFormat::Enum format, const std::string& name, std::
                        "for the alpha plane; load it without levels or in another format");
 }
 
-bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name, ImageData& image,
+bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name, ImageData& image,
                   std::string& error) {
     // By far the most frequent case needs no second copy of the pixels.
-    const std::size_t bytes = picture.bytes.size();
+    std::size_t const bytes = picture.bytes.size();
     if (image.format == TextureFormat::RGBA8888 && image.pixels.empty() && !fMipLevels && bytes <= INT_MAX) {
         image.levels.push_back({picture.width, picture.height, 0, int(bytes)});
         image.pixels = std::move(picture.bytes);
@@ -122,7 +122,7 @@ bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name,
            (!fMipLevels || AppendSmallerLevels(std::move(picture), name, image, error));
 }
 
-bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& error) {
+bool GenerateMipLevels(ImageData& image, std::string const& name, std::string& error) {
     if (image.levels.empty()) {
         return Fail(error, name + ": there is no level to make smaller ones from");
     }
@@ -130,7 +130,7 @@ bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& e
         return false;
     }
     try {
-        const MipLevel& base = image.levels[0];
+        MipLevel const& base = image.levels[0];
         ImageData built;
         built.format = image.format;
         built.pixels.assign(image.pixels.begin() + base.m_nOffset,
@@ -143,7 +143,7 @@ bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& e
         image.pixels = std::move(built.pixels);
         image.levels = std::move(built.levels);
         return true;
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, name + ": not enough memory for its mip levels");
     }
 }

@@ -9,7 +9,7 @@ namespace trevik::kelvo::assets {
  * over its exact share of the larger level, whole and part pixels alike, so odd sizes neither shift nor lose
  * an edge. Colours are weighted by alpha; where all alpha is 0 they are averaged plainly.
  */
-RgbaPicture HalvePicture(const RgbaPicture& picture);
+RgbaPicture HalvePicture(RgbaPicture const& picture);
 
 /**
  * False, with a message that begins with `name`, for `ETC1_RGBA`. OpenGL ES 2.0 draws a texture whose levels
@@ -17,10 +17,10 @@ RgbaPicture HalvePicture(const RgbaPicture& picture);
  * bytes into a level: inside the colour block for levels smaller than a block. Its levels would have to stop
  * at 4 x 4.
  */
-bool CanHaveMipLevels(TextureFormat::Enum format, const std::string& name, std::string& error);
+bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, std::string& error);
 
 /** Appends the picture to the image in the image's format, and all smaller levels after it when asked. */
-bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name, ImageData& image,
+bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name, ImageData& image,
                   std::string& error);
 
 /**
@@ -29,6 +29,6 @@ bool AppendLevels(RgbaPicture picture, bool fMipLevels, const std::string& name,
  * GL wants it. ETC1 levels smaller than a block take one block. Fails, leaving the image alone, for
  * `ETC1_RGBA` images (see `CanHaveMipLevels`) and when memory runs out. `name` begins the message.
  */
-bool GenerateMipLevels(ImageData& image, const std::string& name, std::string& error);
+bool GenerateMipLevels(ImageData& image, std::string const& name, std::string& error);
 
 } // namespace trevik::kelvo::assets

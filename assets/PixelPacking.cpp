@@ -19,7 +19,7 @@ std::uint8_t Widen(unsigned value, unsigned max) {
     return std::uint8_t((value * 255 + max / 2) / max);
 }
 
-std::uint16_t PackWord(const std::uint8_t* pixel, TextureFormat::Enum format) {
+std::uint16_t PackWord(std::uint8_t const* pixel, TextureFormat::Enum format) {
     if (format == TextureFormat::RGB565) {
         return std::uint16_t(Narrow(pixel[0], 31) << 11 | Narrow(pixel[1], 63) << 5 | Narrow(pixel[2], 31));
     }
@@ -49,7 +49,7 @@ void UnpackWord(unsigned word, TextureFormat::Enum format, std::uint8_t* pixel) 
     }
 }
 
-void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
+void PackRow(std::uint8_t const* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
     for (std::size_t x = 0; x < std::size_t(width); ++x, in += 4) {
         switch (format) {
         case TextureFormat::RGB888:
@@ -66,7 +66,7 @@ void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std:
             out[x] = in[3];
             break;
         default: {
-            const std::uint16_t word = PackWord(in, format);
+            std::uint16_t const word = PackWord(in, format);
             std::memcpy(out + x * 2, &word, 2);
             break;
         }
@@ -74,7 +74,7 @@ void PackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std:
     }
 }
 
-void UnpackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
+void UnpackRow(std::uint8_t const* in, int width, TextureFormat::Enum format, std::uint8_t* out) {
     std::memset(out, 255, std::size_t(width) * 4);
     for (std::size_t x = 0; x < std::size_t(width); ++x, out += 4) {
         switch (format) {
@@ -104,12 +104,12 @@ void UnpackRow(const std::uint8_t* in, int width, TextureFormat::Enum format, st
  * Cuts a picture down, or fills what is new by repeating the last column and row, so that filtering finds no
  * seam.
  */
-RgbaPicture Resize(const RgbaPicture& picture, int width, int height) {
+RgbaPicture Resize(RgbaPicture const& picture, int width, int height) {
     RgbaPicture resized{width, height,
                         std::vector<std::uint8_t>(std::size_t(width) * std::size_t(height) * 4)};
-    const int common = std::min(width, picture.width);
+    int const common = std::min(width, picture.width);
     for (int y = 0; y < height; ++y) {
-        const int source = std::min(y, picture.height - 1);
+        int const source = std::min(y, picture.height - 1);
         std::memcpy(resized.At(0, y), picture.At(0, source), std::size_t(common) * 4);
         for (int x = common; x < width; ++x) {
             std::memcpy(resized.At(x, y), picture.At(picture.width - 1, source), 4);
@@ -119,7 +119,7 @@ RgbaPicture Resize(const RgbaPicture& picture, int width, int height) {
 }
 
 void FlipRows(RgbaPicture& picture) {
-    const std::size_t row = std::size_t(picture.width) * 4;
+    std::size_t const row = std::size_t(picture.width) * 4;
     for (int y = 0; y < picture.height / 2; ++y) {
         std::swap_ranges(picture.At(0, y), picture.At(0, y) + row, picture.At(0, picture.height - 1 - y));
     }
@@ -139,7 +139,7 @@ void SetOpaque(RgbaPicture& picture) {
     }
 }
 
-TextureFormat::Enum ChooseFormat(const ImageOptions& options, bool fHasAlpha) {
+TextureFormat::Enum ChooseFormat(ImageOptions const& options, bool fHasAlpha) {
     if (options.format) {
         return *options.format;
     }
@@ -163,7 +163,7 @@ long long AllocatedExtent(long long used, TextureFormat::Enum format, bool fPowe
 
 } // namespace
 
-void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uint8_t* out) {
+void PackPixels(RgbaPicture const& picture, TextureFormat::Enum format, std::uint8_t* out) {
     if (IsEtc1(format)) {
         EncodeEtc1Plane(picture, Etc1Plane::Colour, out);
         if (format == TextureFormat::ETC1_RGBA) {
@@ -172,13 +172,13 @@ void PackPixels(const RgbaPicture& picture, TextureFormat::Enum format, std::uin
         }
         return;
     }
-    const std::size_t stride = RowBytes(format, picture.width);
+    std::size_t const stride = RowBytes(format, picture.width);
     for (int y = 0; y < picture.height; ++y) {
         PackRow(picture.At(0, y), picture.width, format, out + std::size_t(y) * stride);
     }
 }
 
-RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int width, int height) {
+RgbaPicture UnpackPixels(std::uint8_t const* in, TextureFormat::Enum format, int width, int height) {
     RgbaPicture picture{width, height, {}};
     picture.bytes.assign(std::size_t(width) * std::size_t(height) * 4, 255);
     if (IsEtc1(format)) {
@@ -188,27 +188,27 @@ RgbaPicture UnpackPixels(const std::uint8_t* in, TextureFormat::Enum format, int
         }
         return picture;
     }
-    const std::size_t stride = RowBytes(format, width);
+    std::size_t const stride = RowBytes(format, width);
     for (int y = 0; y < height; ++y) {
         UnpackRow(in + std::size_t(y) * stride, width, format, picture.At(0, y));
     }
     return picture;
 }
 
-RgbaPicture UnpackLevel(const ImageData& image, std::size_t level) {
-    const MipLevel& record = image.levels[level];
+RgbaPicture UnpackLevel(ImageData const& image, std::size_t level) {
+    MipLevel const& record = image.levels[level];
     RgbaPicture picture =
         UnpackPixels(image.pixels.data() + record.m_nOffset, image.format, record.m_nWidth, record.m_nHeight);
     // The used part shrinks with the level; what is used of a texel in part is used.
-    const auto used = [](int whole, int part, int allocated) {
+    auto const used = [](int whole, int part, int allocated) {
         return int((static_cast<long long>(whole) * part + allocated - 1) / allocated);
     };
-    const int width = used(record.m_nWidth, image.width, image.allocatedWidth);
-    const int height = used(record.m_nHeight, image.height, image.allocatedHeight);
+    int const width = used(record.m_nWidth, image.width, image.allocatedWidth);
+    int const height = used(record.m_nHeight, image.height, image.allocatedHeight);
     return width == record.m_nWidth && height == record.m_nHeight ? picture : Resize(picture, width, height);
 }
 
-bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options, const std::string& name,
+bool BuildImage(RgbaPicture picture, bool fHasAlpha, ImageOptions const& options, std::string const& name,
                 ImageData& image, std::string& error) {
     ImageData built;
     built.format = ChooseFormat(options, fHasAlpha);
@@ -218,12 +218,12 @@ bool BuildImage(RgbaPicture picture, bool fHasAlpha, const ImageOptions& options
     }
     built.width = picture.width;
     built.height = picture.height;
-    const long long width = AllocatedExtent(picture.width, built.format, options.padToPowerOfTwo);
-    const long long height = AllocatedExtent(picture.height, built.format, options.padToPowerOfTwo);
+    long long const width = AllocatedExtent(picture.width, built.format, options.padToPowerOfTwo);
+    long long const height = AllocatedExtent(picture.height, built.format, options.padToPowerOfTwo);
     if (options.mipLevels && !CanHaveMipLevels(built.format, name, error)) {
         return false;
     }
-    const bool fPad = width != picture.width || height != picture.height;
+    bool const fPad = width != picture.width || height != picture.height;
     if (fPad && !CheckSize(name + ": padded", width, height, options.limits, error)) {
         return false;
     }

@@ -16,8 +16,8 @@ constexpr std::size_t kHeaderBytes = 16;
 constexpr std::size_t kExtendedOffset = 8;
 constexpr std::size_t kUsedOffset = 12;
 constexpr int kMostExtent = 0xFFFF / 4 * 4;
-const std::string kSuffix = ".pkm";
-const std::string kAlphaSuffix = ".alpha.pkm";
+std::string const kSuffix = ".pkm";
+std::string const kAlphaSuffix = ".alpha.pkm";
 
 struct PkmHeader {
     int extendedWidth = 0;
@@ -25,7 +25,7 @@ struct PkmHeader {
     int width = 0;
     int height = 0;
 
-    bool operator==(const PkmHeader& other) const {
+    bool operator==(PkmHeader const& other) const {
         return extendedWidth == other.extendedWidth && extendedHeight == other.extendedHeight &&
                width == other.width && height == other.height;
     }
@@ -35,12 +35,12 @@ struct PkmHeader {
     }
 };
 
-bool EndsWith(const std::string& text, const std::string& suffix) {
+bool EndsWith(std::string const& text, std::string const& suffix) {
     return text.size() >= suffix.size() &&
            text.compare(text.size() - suffix.size(), suffix.size(), suffix) == 0;
 }
 
-int ReadBig16(const std::uint8_t* bytes) {
+int ReadBig16(std::uint8_t const* bytes) {
     return bytes[0] << 8 | bytes[1];
 }
 
@@ -49,7 +49,7 @@ void AppendBig16(std::vector<std::uint8_t>& out, int value) {
     out.push_back(std::uint8_t(value & 0xFF));
 }
 
-bool CheckSignature(ByteSpan bytes, const std::string& name, std::string& error) {
+bool CheckSignature(ByteSpan bytes, std::string const& name, std::string& error) {
     if (bytes.size < kHeaderBytes) {
         return Fail(error,
                     name + ": " + std::to_string(bytes.size) + " bytes are too few for a PKM header of 16");
@@ -60,7 +60,7 @@ bool CheckSignature(ByteSpan bytes, const std::string& name, std::string& error)
     if (std::memcmp(bytes.data + 4, "10", 2) != 0) {
         return Fail(error, name + ": is a PKM file of another version than 10 (at byte 4)");
     }
-    const int type = ReadBig16(bytes.data + 6);
+    int const type = ReadBig16(bytes.data + 6);
     if (type != 0) {
         return Fail(error, name + ": is a PKM file of type " + std::to_string(type) +
                                ", not of type 0, ETC1 (at byte 6)");
@@ -69,7 +69,7 @@ bool CheckSignature(ByteSpan bytes, const std::string& name, std::string& error)
 }
 
 /** Everything that the header says is checked against the file before any of it is believed. */
-bool ReadHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, PkmHeader& header,
+bool ReadHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, PkmHeader& header,
                 std::string& error) {
     if (!CheckSignature(bytes, name, error)) {
         return false;
@@ -89,7 +89,7 @@ bool ReadHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limi
         !CheckSize(name, header.extendedWidth, header.extendedHeight, limits, error)) {
         return false;
     }
-    const std::size_t expected =
+    std::size_t const expected =
         kHeaderBytes + PlaneBytes(TextureFormat::ETC1_RGB, header.extendedWidth, header.extendedHeight);
     if (bytes.size != expected) {
         return Fail(error, name + ": " + header.Describe() + " pixels need " + std::to_string(expected) +
@@ -102,8 +102,8 @@ bool IsPowerOfTwo(int value) {
     return (value & (value - 1)) == 0;
 }
 
-bool CheckOptions(const PkmHeader& header, TextureFormat::Enum format, const ImageOptions& options,
-                  const std::string& name, std::string& error) {
+bool CheckOptions(PkmHeader const& header, TextureFormat::Enum format, ImageOptions const& options,
+                  std::string const& name, std::string& error) {
     if (options.format && *options.format != format) {
         return Fail(error, name + ": its ETC1 blocks have texture format " + std::to_string(int(format)) +
                                " and cannot become format " + std::to_string(int(*options.format)));
@@ -118,7 +118,7 @@ bool CheckOptions(const PkmHeader& header, TextureFormat::Enum format, const Ima
     return !options.mipLevels || CanHaveMipLevels(format, name, error);
 }
 
-ImageData Assemble(const PkmHeader& header, TextureFormat::Enum format, ByteSpan colour, ByteSpan alpha) {
+ImageData Assemble(PkmHeader const& header, TextureFormat::Enum format, ByteSpan colour, ByteSpan alpha) {
     ImageData image;
     image.format = format;
     image.width = header.width;
@@ -135,18 +135,18 @@ ImageData Assemble(const PkmHeader& header, TextureFormat::Enum format, ByteSpan
 }
 
 /** `image` is known to hold at least the planes of level 0 (see `SavePkm`). */
-std::vector<std::uint8_t> FilePlane(const ImageData& image, std::size_t plane) {
-    const MipLevel& level = image.levels[0];
+std::vector<std::uint8_t> FilePlane(ImageData const& image, std::size_t plane) {
+    MipLevel const& level = image.levels[0];
     std::vector<std::uint8_t> bytes = {'P', 'K', 'M', ' ', '1', '0', 0, 0};
     for (int extent : {level.m_nWidth, level.m_nHeight, image.width, image.height}) {
         AppendBig16(bytes, extent);
     }
-    const std::uint8_t* blocks = image.pixels.data() + level.m_nOffset + plane * std::size_t(level.m_nSize);
+    std::uint8_t const* blocks = image.pixels.data() + level.m_nOffset + plane * std::size_t(level.m_nSize);
     bytes.insert(bytes.end(), blocks, blocks + level.m_nSize);
     return bytes;
 }
 
-bool CheckSaveable(const std::string& path, const ImageData& image, std::string& error) {
+bool CheckSaveable(std::string const& path, ImageData const& image, std::string& error) {
     if (!IsEtc1(image.format)) {
         return Fail(error, path + ": only ETC1 images can be written, not texture format " +
                                std::to_string(int(image.format)));
@@ -154,7 +154,7 @@ bool CheckSaveable(const std::string& path, const ImageData& image, std::string&
     if (image.levels.size() != 1) {
         return Fail(error, path + ": a PKM file holds one level, not " + std::to_string(image.levels.size()));
     }
-    const MipLevel& level = image.levels[0];
+    MipLevel const& level = image.levels[0];
     if (level.m_nWidth > kMostExtent || level.m_nHeight > kMostExtent) {
         return Fail(error, path + ": " + std::to_string(level.m_nWidth) + " x " +
                                std::to_string(level.m_nHeight) + " pixels do not fit a PKM header");
@@ -164,20 +164,20 @@ bool CheckSaveable(const std::string& path, const ImageData& image, std::string&
 
 } // namespace
 
-std::string PkmAlphaPath(const std::string& path) {
+std::string PkmAlphaPath(std::string const& path) {
     if (!EndsWith(path, kSuffix) || EndsWith(path, kAlphaSuffix)) {
         return {};
     }
     return path.substr(0, path.size() - kSuffix.size()) + kAlphaSuffix;
 }
 
-bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const ImageOptions& options,
+bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOptions const& options,
              ImageData& image, std::string& error) {
     try {
-        const bool fAlpha = alpha.data != nullptr;
-        const TextureFormat::Enum format = fAlpha ? TextureFormat::ETC1_RGBA : TextureFormat::ETC1_RGB;
-        const std::string alphaPath = PkmAlphaPath(name);
-        const std::string alphaName = alphaPath.empty() ? name + " (alpha)" : alphaPath;
+        bool const fAlpha = alpha.data != nullptr;
+        TextureFormat::Enum const format = fAlpha ? TextureFormat::ETC1_RGBA : TextureFormat::ETC1_RGB;
+        std::string const alphaPath = PkmAlphaPath(name);
+        std::string const alphaName = alphaPath.empty() ? name + " (alpha)" : alphaPath;
         PkmHeader header;
         PkmHeader alphaHeader;
         if (!ReadHeader(colour, name, options.limits, header, error)) {
@@ -199,19 +199,19 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const Ima
         }
         image = std::move(loaded);
         return true;
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, name + ": not enough memory for its pixels");
     }
 }
 
-bool LoadPkm(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error) {
+bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
     std::vector<std::uint8_t> colour;
     if (!ReadFile(path, options.limits.maxFileBytes, colour, error)) {
         return false;
     }
     std::vector<std::uint8_t> alpha;
-    const std::string alphaPath = PkmAlphaPath(path);
-    const bool fAlpha = !alphaPath.empty() && FileExists(alphaPath);
+    std::string const alphaPath = PkmAlphaPath(path);
+    bool const fAlpha = !alphaPath.empty() && FileExists(alphaPath);
     if (fAlpha && !ReadFile(alphaPath, options.limits.maxFileBytes, alpha, error)) {
         return false;
     }
@@ -221,13 +221,13 @@ bool LoadPkm(const std::string& path, const ImageOptions& options, ImageData& im
     return LoadPkm({colour.data(), colour.size()}, {alpha.data(), alpha.size()}, path, options, image, error);
 }
 
-bool SavePkm(const std::string& path, const ImageData& image, std::string& error) {
+bool SavePkm(std::string const& path, ImageData const& image, std::string& error) {
     if (!CheckSaveable(path, image, error)) {
         return false;
     }
     try {
-        const std::string alphaPath = PkmAlphaPath(path);
-        const std::vector<std::uint8_t> colour = FilePlane(image, 0);
+        std::string const alphaPath = PkmAlphaPath(path);
+        std::vector<std::uint8_t> const colour = FilePlane(image, 0);
         if (image.format == TextureFormat::ETC1_RGB) {
             if (!alphaPath.empty() && FileExists(alphaPath)) {
                 return Fail(error,
@@ -240,10 +240,10 @@ bool SavePkm(const std::string& path, const ImageData& image, std::string& error
             return Fail(error,
                         path + ": an image with alpha needs a path that ends in .pkm and not in .alpha.pkm");
         }
-        const std::vector<std::uint8_t> alpha = FilePlane(image, 1);
+        std::vector<std::uint8_t> const alpha = FilePlane(image, 1);
         return WriteFiles({{path, {colour.data(), colour.size()}}, {alphaPath, {alpha.data(), alpha.size()}}},
                           error);
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, path + ": not enough memory to write it");
     }
 }

@@ -14,7 +14,7 @@ namespace trevik::kelvo::assets {
  * `a/name.alpha.pkm` for `a/name.pkm`; empty for a path that does not end in `.pkm` or is itself an alpha
  * file.
  */
-std::string PkmAlphaPath(const std::string& path);
+std::string PkmAlphaPath(std::string const& path);
 
 /**
  * Reads a PKM file, and its alpha file where there is one. The result is `ETC1_RGB`, or `ETC1_RGBA` when
@@ -26,10 +26,10 @@ std::string PkmAlphaPath(const std::string& path);
  * says, an alpha file that cannot be read or differs in one of the sizes, and options that would need other
  * blocks: another format, flipped rows, or padding to powers of two unless the file has such sizes.
  */
-bool LoadPkm(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error);
+bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error);
 
 /** The same from memory. `alpha` without data means none; `name` stands for the path in messages. */
-bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const ImageOptions& options,
+bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOptions const& options,
              ImageData& image, std::string& error);
 
 /**
@@ -38,6 +38,6 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, const std::string& name, const Ima
  * for sizes that do not fit 16 bits, and for an `ETC1_RGB` image when there is a file that would be taken for
  * its alpha.
  */
-bool SavePkm(const std::string& path, const ImageData& image, std::string& error);
+bool SavePkm(std::string const& path, ImageData const& image, std::string& error);
 
 } // namespace trevik::kelvo::assets

@@ -3,13 +3,13 @@
 #include "FileBytes.h"
 #include "PixelPacking.h"
 
+#include <png.h>
+
 #include <algorithm>
 #include <csetjmp>
 #include <cstdio>
 #include <cstring>
 #include <new>
-
-#include <png.h>
 
 namespace trevik::kelvo::assets {
 
@@ -19,7 +19,7 @@ constexpr std::size_t kSignatureBytes = 8;
 /** Signature, and of the header chunk its length, name, thirteen bytes and checksum. */
 constexpr std::size_t kHeaderEnd = kSignatureBytes + 8 + 13 + 4;
 
-std::uint32_t ReadBig32(const std::uint8_t* bytes) {
+std::uint32_t ReadBig32(std::uint8_t const* bytes) {
     return std::uint32_t(bytes[0]) << 24 | std::uint32_t(bytes[1]) << 16 | std::uint32_t(bytes[2]) << 8 |
            bytes[3];
 }
@@ -32,15 +32,15 @@ std::uint32_t ReadBig32(const std::uint8_t* bytes) {
 class PngDecoder {
 public:
     explicit PngDecoder(ByteSpan bytes) : m_bytes(bytes) {}
-    PngDecoder(const PngDecoder&) = delete;
-    PngDecoder& operator=(const PngDecoder&) = delete;
+    PngDecoder(PngDecoder const&) = delete;
+    PngDecoder& operator=(PngDecoder const&) = delete;
     ~PngDecoder() { png_destroy_read_struct(&m_pPng, &m_pInfo, nullptr); }
 
     /**
      * Reads all that comes before the pixels and arranges for four bytes a pixel, or one where there is a
      * palette.
      */
-    bool ReadHeader(const ImageLimits& limits);
+    bool ReadHeader(ImageLimits const& limits);
 
     /** Reads the pixels into rows that have room for four bytes a pixel, and what comes after them. */
     bool ReadRows(png_bytepp rows);
@@ -51,7 +51,7 @@ public:
     bool HasPalette() const { return m_nPaletteEntries > 0; }
     int GetPaletteEntries() const { return m_nPaletteEntries; }
     /** R, G, B, A of one entry. */
-    const std::uint8_t* GetPaletteEntry(int index) const { return m_palette[index]; }
+    std::uint8_t const* GetPaletteEntry(int index) const { return m_palette[index]; }
     /** Bytes that all rows have in the file once inflated, filter bytes aside. */
     std::uint64_t GetStoredBytes() const { return m_nStoredBytes; }
     /** What libpng reported, and where. */
@@ -91,7 +91,7 @@ void PngDecoder::OnRead(png_structp png, png_bytep out, size_t count) {
     self->m_nPosition += count;
 }
 
-bool PngDecoder::ReadHeader(const ImageLimits& limits) {
+bool PngDecoder::ReadHeader(ImageLimits const& limits) {
     m_pPng = png_create_read_struct(PNG_LIBPNG_VER_STRING, this, OnError, OnWarning);
     if (!m_pPng) {
         return false;
@@ -162,10 +162,10 @@ bool PngDecoder::ReadRows(png_bytepp rows) {
 
 std::string PngDecoder::DescribeError() const {
     std::string where = "at byte " + std::to_string(m_nPosition);
-    const std::uint32_t chunk = m_pPng ? png_get_io_chunk_type(m_pPng) : 0;
+    std::uint32_t const chunk = m_pPng ? png_get_io_chunk_type(m_pPng) : 0;
     std::string chunkName;
     for (int shift = 24; shift >= 0; shift -= 8) {
-        const char letter = char(chunk >> shift & 0xFF);
+        char const letter = char(chunk >> shift & 0xFF);
         if ((letter >= 'A' && letter <= 'Z') || (letter >= 'a' && letter <= 'z')) {
             chunkName += letter;
         }
@@ -180,9 +180,9 @@ std::string PngDecoder::DescribeError() const {
  * Looks at the first chunk without libpng, so that a wrong size is refused with a clear line and before all
  * else.
  */
-bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& limits, std::string& error) {
-    static const std::uint8_t kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    const std::size_t present = std::min(bytes.size, kSignatureBytes);
+bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, std::string& error) {
+    static std::uint8_t const kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    std::size_t const present = std::min(bytes.size, kSignatureBytes);
     if (present == 0) {
         return Fail(error, name + ": is empty");
     }
@@ -193,7 +193,7 @@ bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& lim
         return Fail(error, name + ": the file ends too early (chunk IHDR, at byte " +
                                std::to_string(bytes.size) + ")");
     }
-    const std::uint8_t* chunk = bytes.data + kSignatureBytes;
+    std::uint8_t const* chunk = bytes.data + kSignatureBytes;
     if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0) {
         return Fail(error, name + ": the first chunk is not a PNG header (at byte 8)");
     }
@@ -204,7 +204,7 @@ bool CheckHeader(ByteSpan bytes, const std::string& name, const ImageLimits& lim
  * Deflate cannot shrink anything to less than 1/1032, so a small file with a huge header is known to be
  * broken.
  */
-bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::string& name,
+bool CheckFileCanHold(PngDecoder const& decoder, ByteSpan bytes, std::string const& name,
                       std::string& error) {
     constexpr std::uint64_t kMostInflation = 1032;
     if (decoder.GetStoredBytes() / kMostInflation <= bytes.size) {
@@ -219,12 +219,12 @@ bool CheckFileCanHold(const PngDecoder& decoder, ByteSpan bytes, const std::stri
  * Replaces the indices at the beginning of each row by colours, from the right, so that none is overwritten
  * unread.
  */
-bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPicture& picture,
+bool LookUpColours(PngDecoder const& decoder, std::string const& name, RgbaPicture& picture,
                    std::string& error) {
     for (int y = 0; y < picture.height; ++y) {
         std::uint8_t* row = picture.At(0, y);
         for (int x = picture.width - 1; x >= 0; --x) {
-            const int index = row[x];
+            int const index = row[x];
             if (index >= decoder.GetPaletteEntries()) {
                 return Fail(error, name + ": pixel (" + std::to_string(x) + ", " + std::to_string(y) +
                                        ") has index " + std::to_string(index) + " into a palette of " +
@@ -238,7 +238,7 @@ bool LookUpColours(const PngDecoder& decoder, const std::string& name, RgbaPictu
 
 } // namespace
 
-bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
+bool DecodePng(ByteSpan bytes, std::string const& name, ImageLimits const& limits, RgbaPicture& picture,
                bool& fHasAlpha, std::string& error) {
     if (!CheckHeader(bytes, name, limits, error)) {
         return false;
@@ -263,13 +263,13 @@ bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limit
     return !decoder.HasPalette() || LookUpColours(decoder, name, picture, error);
 }
 
-std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk) {
+std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, char const* pChunk) {
     constexpr std::size_t kAroundChunk = 12; // length, name and checksum
     std::vector<ByteSpan> found;
     std::size_t at = kSignatureBytes;
     while (at + kAroundChunk <= bytes.size) {
-        const std::size_t length = ReadBig32(bytes.data + at);
-        const std::uint8_t* name = bytes.data + at + 4;
+        std::size_t const length = ReadBig32(bytes.data + at);
+        std::uint8_t const* name = bytes.data + at + 4;
         if (length > bytes.size - at - kAroundChunk || std::memcmp(name, "IEND", 4) == 0) {
             break;
         }
@@ -281,19 +281,19 @@ std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk) {
     return found;
 }
 
-bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
+bool LoadPng(ByteSpan bytes, std::string const& name, ImageOptions const& options, ImageData& image,
              std::string& error) {
     try {
         RgbaPicture picture;
         bool fHasAlpha = false;
         return DecodePng(bytes, name, options.limits, picture, fHasAlpha, error) &&
                BuildImage(std::move(picture), fHasAlpha, options, name, image, error);
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return Fail(error, name + ": not enough memory for its pixels");
     }
 }
 
-bool LoadPng(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error) {
+bool LoadPng(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
     std::vector<std::uint8_t> bytes;
     return ReadFile(path, options.limits.maxFileBytes, bytes, error) &&
            LoadPng({bytes.data(), bytes.size()}, path, options, image, error);

@@ -15,22 +15,22 @@ namespace trevik::kelvo::assets {
  * entry), a size beyond `options.limits` or one for which the file is too short, both before memory for
  * pixels is asked for, and options that contradict each other.
  */
-bool LoadPng(const std::string& path, const ImageOptions& options, ImageData& image, std::string& error);
+bool LoadPng(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error);
 
 /** The same from memory; `name` stands for the path in messages. */
-bool LoadPng(ByteSpan bytes, const std::string& name, const ImageOptions& options, ImageData& image,
+bool LoadPng(ByteSpan bytes, std::string const& name, ImageOptions const& options, ImageData& image,
              std::string& error);
 
 /**
  * The first half of it: the picture as it is in the file, whatever the options say of the result. The picture
  * may have changed when it fails. Throws std::bad_alloc.
  */
-bool DecodePng(ByteSpan bytes, const std::string& name, const ImageLimits& limits, RgbaPicture& picture,
+bool DecodePng(ByteSpan bytes, std::string const& name, ImageLimits const& limits, RgbaPicture& picture,
                bool& fHasAlpha, std::string& error);
 
 /**
  * What the chunks of this name (four letters) hold in a file that DecodePng has read, in the file's order.
  */
-std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, const char* pChunk);
+std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, char const* pChunk);
 
 } // namespace trevik::kelvo::assets

@@ -2,12 +2,12 @@
 
 #include "FileBytes.h"
 
+#include <png.h>
+
 #include <csetjmp>
 #include <cstdio>
 #include <new>
 #include <utility>
-
-#include <png.h>
 
 namespace trevik::kelvo::assets {
 
@@ -20,20 +20,20 @@ namespace {
 class PngEncoder {
 public:
     PngEncoder() = default;
-    PngEncoder(const PngEncoder&) = delete;
-    PngEncoder& operator=(const PngEncoder&) = delete;
+    PngEncoder(PngEncoder const&) = delete;
+    PngEncoder& operator=(PngEncoder const&) = delete;
     ~PngEncoder() { png_destroy_write_struct(&m_pPng, &m_pInfo); }
 
-    bool Write(const PngPicture& picture, std::size_t stride);
+    bool Write(PngPicture const& picture, std::size_t stride);
     std::vector<std::uint8_t>& GetBytes() { return m_bytes; }
-    const char* GetError() const { return m_sError; }
+    char const* GetError() const { return m_sError; }
 
 private:
     static void OnError(png_structp png, png_const_charp message);
     static void OnWarning(png_structp, png_const_charp) {}
     static void OnWrite(png_structp png, png_bytep data, size_t count);
     static void OnFlush(png_structp) {}
-    bool Append(const std::uint8_t* data, std::size_t count);
+    bool Append(std::uint8_t const* data, std::size_t count);
 
     png_structp m_pPng = nullptr;
     png_infop m_pInfo = nullptr;
@@ -47,11 +47,11 @@ void PngEncoder::OnError(png_structp png, png_const_charp message) {
     png_longjmp(png, 1);
 }
 
-bool PngEncoder::Append(const std::uint8_t* data, std::size_t count) {
+bool PngEncoder::Append(std::uint8_t const* data, std::size_t count) {
     try {
         m_bytes.insert(m_bytes.end(), data, data + count);
         return true;
-    } catch (const std::bad_alloc&) {
+    } catch (std::bad_alloc const&) {
         return false;
     }
 }
@@ -62,7 +62,7 @@ void PngEncoder::OnWrite(png_structp png, png_bytep data, size_t count) {
     }
 }
 
-bool PngEncoder::Write(const PngPicture& picture, std::size_t stride) {
+bool PngEncoder::Write(PngPicture const& picture, std::size_t stride) {
     m_pPng = png_create_write_struct(PNG_LIBPNG_VER_STRING, this, OnError, OnWarning);
     if (!m_pPng) {
         return false;
@@ -79,7 +79,7 @@ bool PngEncoder::Write(const PngPicture& picture, std::size_t stride) {
                  picture.channels == 4 ? PNG_COLOR_TYPE_RGB_ALPHA : PNG_COLOR_TYPE_RGB, PNG_INTERLACE_NONE,
                  PNG_COMPRESSION_TYPE_DEFAULT, PNG_FILTER_TYPE_DEFAULT);
     png_write_info(m_pPng, m_pInfo);
-    const std::uint8_t* row = picture.pixels;
+    std::uint8_t const* row = picture.pixels;
     for (int y = 0; y < picture.height; ++y, row += stride) {
         png_write_row(m_pPng, row);
     }
@@ -89,7 +89,7 @@ bool PngEncoder::Write(const PngPicture& picture, std::size_t stride) {
 
 } // namespace
 
-bool EncodePng(const PngPicture& picture, const std::string& name, std::vector<std::uint8_t>& out,
+bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<std::uint8_t>& out,
                std::string& error) {
     if (!picture.pixels || picture.width < 1 || picture.height < 1) {
         return Fail(error, name + ": there are no pixels to write");
@@ -98,7 +98,7 @@ bool EncodePng(const PngPicture& picture, const std::string& name, std::vector<s
         return Fail(error, name + ": pixels of " + std::to_string(picture.channels) +
                                " channels cannot be written, only 3 or 4");
     }
-    const std::size_t row = std::size_t(picture.width) * std::size_t(picture.channels);
+    std::size_t const row = std::size_t(picture.width) * std::size_t(picture.channels);
     if (picture.stride != 0 && picture.stride < row) {
         return Fail(error, name + ": rows of " + std::to_string(row) + " bytes overlap at a stride of " +
                                std::to_string(picture.stride));
@@ -111,7 +111,7 @@ bool EncodePng(const PngPicture& picture, const std::string& name, std::vector<s
     return true;
 }
 
-bool SavePng(const std::string& path, const PngPicture& picture, std::string& error) {
+bool SavePng(std::string const& path, PngPicture const& picture, std::string& error) {
     std::vector<std::uint8_t> bytes;
     return EncodePng(picture, path, bytes, error) &&
            WriteFiles({{path, {bytes.data(), bytes.size()}}}, error);

@@ -6,7 +6,7 @@ namespace trevik::kelvo::assets {
 
 /** A picture to be written: rows top first, `channels` bytes a pixel (3: R, G, B; 4: R, G, B, straight A). */
 struct PngPicture {
-    const std::uint8_t* pixels = nullptr;
+    std::uint8_t const* pixels = nullptr;
     int width = 0;
     int height = 0;
     int channels = 4;
@@ -14,13 +14,13 @@ struct PngPicture {
 };
 
 /** Encodes to memory. Fails, leaving `out` alone, for a picture without pixels or with other channels. */
-bool EncodePng(const PngPicture& picture, const std::string& name, std::vector<std::uint8_t>& out,
+bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<std::uint8_t>& out,
                std::string& error);
 
 /**
  * Writes a PNG file. Whoever reads the path meanwhile finds the earlier file or the complete new one, never a
  * part; on failure the earlier file is untouched.
  */
-bool SavePng(const std::string& path, const PngPicture& picture, std::string& error);
+bool SavePng(std::string const& path, PngPicture const& picture, std::string& error);
 
 } // namespace trevik::kelvo::assets

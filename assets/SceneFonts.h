@@ -3,7 +3,6 @@
 #include "FontFile.h"
 #include "JsonCursor.h"
 #include "SceneTextures.h"
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Font.h"

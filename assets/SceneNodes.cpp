@@ -1,7 +1,6 @@
 #include "SceneNodes.h"
 
 #include "SceneValues.h"
-
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"

@@ -4,7 +4,6 @@
 #include "SceneFonts.h"
 #include "SceneProperty.h"
 #include "SceneTextures.h"
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Camera.h"

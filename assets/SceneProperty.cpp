@@ -1,7 +1,6 @@
 #include "SceneProperty.h"
 
 #include "SceneValues.h"
-
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Interpolate.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "JsonCursor.h"
-
 #include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/PropertyList.h"
 

@@ -6,7 +6,6 @@
 #include "SceneNodes.h"
 #include "SceneProperty.h"
 #include "SceneTextures.h"
-
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
 

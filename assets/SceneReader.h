@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Image.h"
-
 #include "kelvo_host/Scene.h"
 #include "trevik/ClassRegistry.h"
 

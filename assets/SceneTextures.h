@@ -2,7 +2,6 @@
 
 #include "JsonCursor.h"
 #include "NinePatchImage.h"
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Texture.h"

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "JsonCursor.h"
-
 #include "trevik/StringEncoded.h"
 
 #include <functional>

@@ -1,14 +1,14 @@
 #include "BenchScene.h"
 
-#include <cstdio>
-#include <cstdlib>
-#include <random>
-
 #include "trevik/Hash.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <cstdio>
+#include <cstdlib>
+#include <random>
 
 extern "C" {
 bool Initialize(trevik::ClassRegistry* pRegistry);

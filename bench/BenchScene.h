@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstdint>
-#include <vector>
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/DocumentNode.h"
@@ -10,6 +7,9 @@
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/Timeline.h"
+
+#include <cstdint>
+#include <vector>
 
 namespace bench {
 

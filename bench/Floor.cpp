@@ -3,14 +3,6 @@
 // same GL calls with the same data from a flat array. All frames end with glFinish. A second floor leaves out
 // the two calls that take a unit's texture out before the next one comes in, which this library has to make.
 
-#include <EGL/egl.h>
-#include <GLES2/gl2.h>
-
-#include <cstdio>
-#include <cstdlib>
-#include <cstring>
-#include <vector>
-
 #include "BenchScene.h"
 #include "GraphicsDeviceGL2.h"
 #include "ShaderProgramGL2.h"
@@ -18,6 +10,14 @@
 #include "SystemDriver.h"
 #include "TextureGL2.h"
 #include "Timing.h"
+
+#include <EGL/egl.h>
+#include <GLES2/gl2.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <vector>
 
 namespace {
 

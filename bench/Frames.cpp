@@ -3,13 +3,13 @@
 // present), and what all measured frames together allocated and had the driver make: nothing, or the run
 // fails.
 
-#include <algorithm>
-#include <cstdio>
-
 #include "Allocations.h"
 #include "BenchScene.h"
 #include "NullDriver.h"
 #include "Timing.h"
+
+#include <algorithm>
+#include <cstdio>
 
 namespace {
 

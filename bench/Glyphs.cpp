@@ -3,16 +3,16 @@
 // time per glyph to fill the vertex streams and draw them, beside that of a plain loop which writes as many
 // bytes, from the same glyphs to the same place, in turn with it.
 
+#include "BenchScene.h"
+#include "BitmapFontGL2.h"
+#include "TextGL2.h"
+#include "Timing.h"
+
 #include <GLES2/gl2.h>
 
 #include <cstdio>
 #include <random>
 #include <vector>
-
-#include "BenchScene.h"
-#include "BitmapFontGL2.h"
-#include "TextGL2.h"
-#include "Timing.h"
 
 namespace {
 
@@ -154,15 +154,11 @@ int main() {
 
     std::printf("%-24s %12s %8s %8s %12s %8s\n", "10 000 glyphs", "ns per glyph", "p95", "p99", "plain loop",
                 "ratio");
-    MeasureCase(
-        "bitmap batch", [&] { drawBatch(false); }, plainBatch);
-    MeasureCase(
-        "bitmap batch, shadow", [&] { drawBatch(true); }, plainBatch);
+    MeasureCase("bitmap batch", [&] { drawBatch(false); }, plainBatch);
+    MeasureCase("bitmap batch, shadow", [&] { drawBatch(true); }, plainBatch);
     device.SetHighlight(true, Color(1, 0, 0, 0.5f));
-    MeasureCase(
-        "bitmap batch, highlight", [&] { drawBatch(false); }, plainBatch);
-    MeasureCase(
-        "the highlight's shadow", [&] { drawBatch(true); }, plainBatch);
+    MeasureCase("bitmap batch, highlight", [&] { drawBatch(false); }, plainBatch);
+    MeasureCase("the highlight's shadow", [&] { drawBatch(true); }, plainBatch);
     device.SetHighlight(false, Color());
     pFont->GetUnderlineProperty().SetValue(true);
     MeasureCase(

@@ -2,13 +2,13 @@
 // or nine-patches that all move, eight textures in turn, a driver whose functions are empty. Run under
 // callgrind, which counts between start and stop.
 
+#include "BenchScene.h"
+
 #include <valgrind/callgrind.h>
 
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
-
-#include "BenchScene.h"
 
 namespace {
 

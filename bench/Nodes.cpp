@@ -2,11 +2,11 @@
 // them move. Constant: eight textures in turn, a driver whose functions are empty. Prints the time per node
 // of the host's update and of the render walk with the back end's share.
 
-#include <algorithm>
-#include <cstdio>
-
 #include "BenchScene.h"
 #include "Timing.h"
+
+#include <algorithm>
+#include <cstdio>
 
 namespace {
 

@@ -8,6 +8,11 @@
 // measured with several textures, one after the other. All threads stay on one core: those that move leave
 // their caches behind.
 
+#include "BenchScene.h"
+#include "SystemDriver.h"
+#include "Timing.h"
+#include "trevik/kelvo/SurfaceInfo.h"
+
 #include <GLES2/gl2.h>
 #include <GLES2/gl2ext.h>
 #include <sched.h>
@@ -18,11 +23,6 @@
 #include <cstring>
 #include <thread>
 #include <vector>
-
-#include "BenchScene.h"
-#include "SystemDriver.h"
-#include "Timing.h"
-#include "trevik/kelvo/SurfaceInfo.h"
 
 namespace {
 

@@ -2,13 +2,13 @@
 // beside it. Constant: nothing is written, the driver's functions are empty and images take no pixels over,
 // so that what is left is the library's own share and the buffer's bookkeeping. One thread, no contention.
 
-#include <cstdio>
-#include <vector>
-
 #include "BenchScene.h"
 #include "Timing.h"
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/TextureFormat.h"
+
+#include <cstdio>
+#include <vector>
 
 namespace {
 

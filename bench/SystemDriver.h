@@ -1,15 +1,15 @@
 #pragma once
 
+#include "BenchScene.h"
+#include "kelvo_desktop/OffscreenWindow.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Window.h"
+
 #include <GLES2/gl2.h>
 #include <malloc.h>
 
 #include <cstdio>
 #include <cstdlib>
-
-#include "BenchScene.h"
-#include "kelvo_desktop/OffscreenWindow.h"
-#include "trevik/Ref.h"
-#include "trevik/kelvo/Window.h"
 
 namespace bench {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <jni.h>
-
 #include "trevik/Export.h"
 #include "trevik/jni/Class.h"
+
+#include <jni.h>
 
 namespace trevik::jni {
 

@@ -1,7 +1,6 @@
 #pragma once
 
 #include "Backend.h"
-
 #include "trevik/ClassContainer.h"
 #include "trevik/kelvo/NodeVisitor.h"
 #include "trevik/kelvo/TransformNode.h"

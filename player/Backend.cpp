@@ -1,7 +1,6 @@
 #include "Backend.h"
 
 #include "GraphicsDeviceGL2.h"
-
 #include "trevik/Assert.h"
 
 #include <GLES2/gl2.h>

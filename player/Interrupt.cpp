@@ -6,7 +6,7 @@ namespace kelvo::player {
 
 namespace {
 
-volatile std::sig_atomic_t g_fInterrupted = 0;
+std::sig_atomic_t volatile g_fInterrupted = 0;
 
 extern "C" void NoteInterrupt(int) {
     g_fInterrupted = 1;

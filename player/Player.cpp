@@ -5,7 +5,6 @@
 #include "Interrupt.h"
 #include "Report.h"
 #include "SceneReader.h"
-
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"

@@ -5,7 +5,6 @@
 #include "Options.h"
 #include "Pictures.h"
 #include "Progress.h"
-
 #include "kelvo_host/Scene.h"
 #include "trevik/kelvo/Window.h"
 

@@ -3,10 +3,9 @@
 #include "trevik/ScopeCounter.h"
 #include "trevik/Statistics.h"
 
-#include <kelvo_desktop/Display.h>
-
 #include <EGL/egl.h>
 #include <GLES2/gl2.h>
+#include <kelvo_desktop/Display.h>
 
 #include <cstdio>
 #include <string>

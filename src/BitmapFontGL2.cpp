@@ -1,10 +1,10 @@
 #include "BitmapFontGL2.h"
 
-#include <GLES2/gl2.h>
-
 #include "GlyphQuads.h"
 #include "PlainBlend.h"
 #include "trevik/ScopeCounter.h"
+
+#include <GLES2/gl2.h>
 
 namespace trevik::kelvo {
 

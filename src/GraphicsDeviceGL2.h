@@ -12,7 +12,6 @@
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
-
 #include <pthread.h>
 
 #include <atomic>

@@ -1,10 +1,10 @@
 #include "NinePatchSpriteGL2.h"
 
-#include <GLES2/gl2.h>
-
 #include "PlainBlend.h"
 #include "SpriteParameters.h"
 #include "TexturedProgram.h"
+
+#include <GLES2/gl2.h>
 
 namespace trevik::kelvo {
 

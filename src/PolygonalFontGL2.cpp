@@ -1,11 +1,11 @@
 #include "PolygonalFontGL2.h"
 
-#include <GLES2/gl2.h>
-
 #include "GraphicsDeviceGL2.h"
 #include "ShaderProgramGL2.h"
 #include "UniformNames.h"
 #include "trevik/ScopeCounter.h"
+
+#include <GLES2/gl2.h>
 
 namespace trevik::kelvo {
 

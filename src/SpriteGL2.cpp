@@ -1,15 +1,15 @@
 #include "SpriteGL2.h"
 
-#include <GLES2/gl2.h>
-
-#include <cmath>
-#include <cstring>
-
 #include "PlainBlend.h"
 #include "SpriteParameters.h"
 #include "TexturedProgram.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/Effect.h"
+
+#include <GLES2/gl2.h>
+
+#include <cmath>
+#include <cstring>
 
 namespace trevik::kelvo {
 

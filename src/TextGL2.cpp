@@ -1,13 +1,13 @@
 #include "TextGL2.h"
 
-#include <GLES2/gl2.h>
-
-#include <new>
-
 #include "GlyphQuads.h"
 #include "PlainBlend.h"
 #include "TextImageBackground.h"
 #include "trevik/ScopeCounter.h"
+
+#include <GLES2/gl2.h>
+
+#include <new>
 
 namespace trevik::kelvo {
 

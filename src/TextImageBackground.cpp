@@ -21,7 +21,7 @@ RectangleT<RealFloat> GetMargins(Sprite& sprite) {
 }
 
 /** Sets one component of a vector and tells who listens. */
-void SetComponent(Vector3Property& property, RealFloat Vector::*pComponent, RealFloat value) {
+void SetComponent(Vector3Property& property, RealFloat Vector::* pComponent, RealFloat value) {
     property.GetWritableValue().*pComponent = value;
     property.Notify(true);
 }

@@ -1,10 +1,6 @@
 // Draws one spinning, fading sprite off screen and writes the last frame: the library from C++, without a
 // scene file.
 
-#include <cstdio>
-#include <new>
-#include <string>
-
 #include "PngWriter.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/ClassRegistry.h"
@@ -16,6 +12,10 @@
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/Timeline.h"
 #include "trevik/kelvo/Window.h"
+
+#include <cstdio>
+#include <new>
+#include <string>
 
 // A host that does not link the back end finds these three with dlsym.
 extern "C" {

@@ -4,10 +4,9 @@
 //     kelvo-live examples/live/scene.json --out frames --frames 90
 
 #include "Handover.h"
-#include "Water.h"
-
 #include "PngWriter.h"
 #include "SceneReader.h"
+#include "Water.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "kelvo_host/Scene.h"
 #include "trevik/ClassRegistry.h"

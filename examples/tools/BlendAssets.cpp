@@ -1,7 +1,6 @@
 // The pictures of examples/blend: a bay at sunset, and panes of coloured glass to hold before it.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

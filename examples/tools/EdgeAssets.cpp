@@ -1,7 +1,6 @@
 // The pictures of examples/edges: small ones, for a picture whose pixels are meant to be seen.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

@@ -4,7 +4,6 @@
 #include "ExampleAssets.h"
 
 #include "Painting.h"
-
 #include "PixelPacking.h"
 #include "PngReader.h"
 

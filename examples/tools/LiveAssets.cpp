@@ -1,7 +1,6 @@
 // The pictures of examples/live: a pool with a mosaic on its floor, a rim of stone, water lilies.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

@@ -1,7 +1,6 @@
 // The pictures of examples/masks: a room, and through its window a ship with portholes.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

@@ -1,7 +1,6 @@
 // The pictures of examples/panels: nine-patches with their marks, and what lies in and around them.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

@@ -1,7 +1,6 @@
 // The pictures of examples/text: paper, a panel, and small pictures that stand between letters.
 
 #include "ExampleAssets.h"
-
 #include "Painting.h"
 #include "Palette.h"
 #include "Shapes.h"

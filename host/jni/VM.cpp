@@ -1,13 +1,13 @@
 #include "trevik/jni/VM.h"
 
-#include <atomic>
-
 #include "trevik/Debug.h"
 #include "trevik/Immortal.h"
 #include "trevik/List.h"
 #include "trevik/Mutex.h"
 #include "trevik/jni/Class.h"
 #include "trevik/jni/ExceptionHandler.h"
+
+#include <atomic>
 
 namespace trevik::jni {
 

@@ -1,8 +1,8 @@
 #include "trevik/kelvo/Camera.h"
 
-#include <cmath>
-
 #include "trevik/Debug.h"
+
+#include <cmath>
 
 namespace trevik::kelvo {
 

@@ -35,8 +35,8 @@ int CountBefore(DocumentNode const& parent, DocumentNode const& node) {
 } // namespace
 
 Deserializer::Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& registry)
-    : m_pDocument(pDocument ? pDocument : GetEmptyDocument()),
-      m_registry(registry), m_textures{m_pDocument->FindChild(HashName(SharedKind<Texture>::TableName)), {}},
+    : m_pDocument(pDocument ? pDocument : GetEmptyDocument()), m_registry(registry),
+      m_textures{m_pDocument->FindChild(HashName(SharedKind<Texture>::TableName)), {}},
       m_fonts{m_pDocument->FindChild(HashName(SharedKind<Font>::TableName)), {}} {}
 
 Deserializer::~Deserializer() = default;

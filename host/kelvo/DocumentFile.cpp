@@ -1,14 +1,14 @@
 #include "kelvo_host/DocumentFile.h"
 
-#include <array>
-#include <cerrno>
-#include <cstring>
+#include "kelvo_host/FileReplacement.h"
 
 #include <fcntl.h>
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "kelvo_host/FileReplacement.h"
+#include <array>
+#include <cerrno>
+#include <cstring>
 
 namespace trevik::kelvo {
 

@@ -1,12 +1,12 @@
 #include "trevik/kelvo/DocumentNode.h"
 
+#include "trevik/Types.h"
+
 #include <climits>
 #include <cstring>
 #include <limits>
 #include <new>
 #include <utility>
-
-#include "trevik/Types.h"
 
 namespace trevik::kelvo {
 

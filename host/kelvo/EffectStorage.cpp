@@ -1,7 +1,5 @@
 #include "EffectStorage.h"
 
-#include <new>
-
 #include "NodeStorage.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/BlendModeEffect.h"
@@ -11,6 +9,8 @@
 #include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/TransformNode.h"
+
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,15 +1,15 @@
 #include "trevik/kelvo/Font.h"
 
+#include "FontStorage.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+
 #include <algorithm>
 #include <atomic>
 #include <cmath>
 #include <iterator>
 #include <new>
-
-#include "FontStorage.h"
-#include "trevik/kelvo/Deserializer.h"
-#include "trevik/kelvo/MemoryTracer.h"
-#include "trevik/kelvo/Serializer.h"
 
 namespace trevik::kelvo {
 

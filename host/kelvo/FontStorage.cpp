@@ -1,15 +1,15 @@
 #include "FontStorage.h"
 
-#include <algorithm>
-#include <cmath>
-#include <iterator>
-#include <new>
-
 #include "trevik/Debug.h"
 #include "trevik/Hash.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <iterator>
+#include <new>
 
 namespace trevik::kelvo {
 

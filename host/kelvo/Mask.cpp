@@ -1,12 +1,12 @@
 #include "trevik/kelvo/Mask.h"
 
-#include <climits>
-#include <cstring>
-#include <new>
-
 #include "trevik/Hash.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <climits>
+#include <cstring>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,8 +1,8 @@
 #include "trevik/kelvo/MemoryTracer.h"
 
-#include <cstdint>
-
 #include "trevik/kelvo/ITraceable.h"
+
+#include <cstdint>
 
 namespace trevik::kelvo {
 

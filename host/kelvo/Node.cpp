@@ -1,7 +1,5 @@
 #include "trevik/kelvo/Node.h"
 
-#include <algorithm>
-
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
@@ -9,6 +7,8 @@
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Timeline.h"
 #include "trevik/kelvo/TransformNode.h"
+
+#include <algorithm>
 
 namespace trevik::kelvo {
 

@@ -1,7 +1,5 @@
 #include "NodeStorage.h"
 
-#include <new>
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/List.h"
@@ -9,6 +7,8 @@
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Sprite.h"
+
+#include <new>
 
 namespace trevik::kelvo {
 

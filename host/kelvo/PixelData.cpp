@@ -1,9 +1,9 @@
 #include "trevik/kelvo/PixelData.h"
 
+#include "trevik/kelvo/BaseProperty.h"
+
 #include <climits>
 #include <cstring>
-
-#include "trevik/kelvo/BaseProperty.h"
 
 namespace trevik::kelvo {
 

@@ -1,11 +1,11 @@
 #include "trevik/kelvo/PolygonalFont.h"
 
+#include "trevik/kelvo/MemoryTracer.h"
+
 #include <algorithm>
 #include <climits>
 #include <cmath>
 #include <new>
-
-#include "trevik/kelvo/MemoryTracer.h"
 
 namespace trevik::kelvo {
 

@@ -1,12 +1,12 @@
 #include "trevik/kelvo/PropertyList.h"
 
-#include <atomic>
-#include <new>
-
 #include "trevik/Immortal.h"
 #include "trevik/Mutex.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <atomic>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,7 +1,5 @@
 #include "kelvo_host/Scene.h"
 
-#include <cmath>
-
 #include "NodeStorage.h"
 #include "kelvo_host/DocumentFile.h"
 #include "trevik/Debug.h"
@@ -11,6 +9,8 @@
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Texture.h"
+
+#include <cmath>
 
 namespace trevik::kelvo {
 

@@ -1,10 +1,10 @@
 #include "trevik/kelvo/Serializer.h"
 
-#include <climits>
-#include <new>
-
 #include "SharedKind.h"
 #include "trevik/Debug.h"
+
+#include <climits>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,10 +1,5 @@
 #include "trevik/kelvo/Text.h"
 
-#include <algorithm>
-#include <cmath>
-#include <cstring>
-#include <new>
-
 #include "NodeStorage.h"
 #include "TextLayout.h"
 #include "trevik/Debug.h"
@@ -14,6 +9,11 @@
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/PolygonalFont.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <algorithm>
+#include <cmath>
+#include <cstring>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,11 +1,11 @@
 #include "TextLayout.h"
 
+#include "trevik/kelvo/Font.h"
+#include "trevik/kelvo/Text.h"
+
 #include <algorithm>
 #include <cmath>
 #include <limits>
-
-#include "trevik/kelvo/Font.h"
-#include "trevik/kelvo/Text.h"
 
 namespace trevik::kelvo {
 

@@ -1,14 +1,14 @@
 #include "trevik/kelvo/Texture.h"
 
-#include <climits>
-#include <cstring>
-
 #include "NodeStorage.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <climits>
+#include <cstring>
 
 namespace trevik::kelvo {
 

@@ -1,13 +1,13 @@
 #include "trevik/kelvo/Timeline.h"
 
-#include <cmath>
-
 #include "NodeStorage.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <cmath>
 
 namespace trevik::kelvo {
 

@@ -1,7 +1,5 @@
 #include "trevik/kelvo/TransformNode.h"
 
-#include <cstring>
-
 #include "EffectStorage.h"
 #include "kelvo_host/RenderObserver.h"
 #include "trevik/kelvo/Effect.h"
@@ -9,6 +7,8 @@
 #include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Sprite.h"
+
+#include <cstring>
 
 namespace trevik::kelvo {
 

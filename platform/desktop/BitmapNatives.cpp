@@ -162,7 +162,7 @@ bool RegisterBitmapNatives(JNIEnv* env, jclass bitmapClass) {
     };
 #define KELVO_ENTRY(name, signature)                                                                         \
     Native {                                                                                                 \
-#name, signature, reinterpret_cast < void*>(&Java_android_graphics_Bitmap_##name)                    \
+        #name, signature, reinterpret_cast<void*>(&Java_android_graphics_Bitmap_##name)                      \
     }
     static Native const s_natives[] = {KELVO_ENTRY(nativeWidth, "(J)I"),
                                        KELVO_ENTRY(nativeHeight, "(J)I"),

@@ -7,7 +7,7 @@ namespace {
 struct Size {
     GLenum bits;
     EGLint attribute;
-    int Config::*member;
+    int Config::* member;
 };
 
 constexpr Size Sizes[] = {

@@ -1,6 +1,5 @@
 #include "GlyphOutline.h"
 #include "GlyphTriangles.h"
-
 #include "TestFonts.h"
 #include "kelvo_test/Plane.h"
 

@@ -1,4 +1,5 @@
 #include "JsonDocument.h"
+
 #include "JsonCursor.h"
 #include "TestFiles.h"
 

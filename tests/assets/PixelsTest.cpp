@@ -1,7 +1,6 @@
-#include "PixelPacking.h"
-
 #include "Etc1.h"
 #include "MipLevels.h"
+#include "PixelPacking.h"
 #include "TestFiles.h"
 #include "TestImages.h"
 
@@ -23,7 +22,7 @@ ImageOptions As(TextureFormat::Enum format) {
 
 // Channels, width, height and bytes of a PNG file, and options; what becomes of it, or why nothing does.
 TEST(PixelFormat, BecomesWhatTheOptionsSay) {
-    for (const TextCase& each : ReadCases("images/options.txt")) {
+    for (TextCase const& each : ReadCases("images/options.txt")) {
         SCOPED_TRACE(each.text);
         std::istringstream words(each.text);
         int channels = 0, width = 0, height = 0;
@@ -31,20 +30,21 @@ TEST(PixelFormat, BecomesWhatTheOptionsSay) {
         Bytes bytes;
         ImageOptions options;
         for (std::string word; words >> word;) {
-            if (word == "gradient")
+            if (word == "gradient") {
                 bytes = GradientRgba(width, height);
-            else if (word.rfind("format=", 0) == 0)
+            } else if (word.rfind("format=", 0) == 0) {
                 options.format = TextureFormat::Enum(std::stoi(word.substr(7)));
-            else if (word.rfind("widest=", 0) == 0)
+            } else if (word.rfind("widest=", 0) == 0) {
                 options.limits.maxWidth = std::stoi(word.substr(7));
-            else if (std::isdigit(static_cast<unsigned char>(word[0])))
+            } else if (std::isdigit(static_cast<unsigned char>(word[0]))) {
                 bytes.push_back(std::uint8_t(std::stoi(word)));
+            }
             options.mipLevels = options.mipLevels || word == "levels";
             options.padToPowerOfTwo = options.padToPowerOfTwo || word == "padded";
             options.flipRows = options.flipRows || word == "flipped";
             options.encodeEtc1 = options.encodeEtc1 || word == "etc1";
         }
-        const Bytes file = channels == 4 ? RgbaPng(width, height, bytes) : RgbPng(width, height, bytes);
+        Bytes const file = channels == 4 ? RgbaPng(width, height, bytes) : RgbPng(width, height, bytes);
         if (each.expected.rfind("format", 0) == 0) {
             EXPECT_EQ(Describe(LoadGood(file, options)), each.expected);
         } else {
@@ -59,44 +59,47 @@ TEST(PixelFormat, UnpackingGivesTheNearestColourBack) {
         int tolerance; ///< half a step of the coarsest channel
     } cases[] = {{TextureFormat::RGB565, 5}, {TextureFormat::RGBA5551, 5}, {TextureFormat::RGBA4444, 9},
                  {TextureFormat::RGB888, 0}, {TextureFormat::RGBX8888, 0}, {TextureFormat::RGBA8888, 0}};
-    const Bytes pixels = GradientRgba(5, 3);
-    for (const auto& c : cases) {
+    Bytes const pixels = GradientRgba(5, 3);
+    for (auto const& c : cases) {
         SCOPED_TRACE(c.format);
-        const RgbaPicture back = UnpackLevel(LoadGood(RgbaPng(5, 3, pixels), As(c.format)), 0);
+        RgbaPicture const back = UnpackLevel(LoadGood(RgbaPng(5, 3, pixels), As(c.format)), 0);
         Bytes packed(LevelBytes(c.format, 5, 3) + 1, 77);
         PackPixels({5, 3, pixels}, c.format, packed.data());
         EXPECT_EQ(packed.back(), 77) << "behind the last pixel";
         ASSERT_EQ(back.bytes.size(), pixels.size());
         for (std::size_t i = 0; i < pixels.size(); ++i) {
-            const bool alpha = i % 4 == 3;
+            bool const alpha = i % 4 == 3;
             int expected = pixels[i];
-            if (alpha && !HasAlpha(c.format))
+            if (alpha && !HasAlpha(c.format)) {
                 expected = 255;
-            else if (alpha && c.format == TextureFormat::RGBA5551)
+            } else if (alpha && c.format == TextureFormat::RGBA5551) {
                 expected = pixels[i] < 128 ? 0 : 255;
+            }
             EXPECT_NEAR(back.bytes[i], expected, c.tolerance) << i;
         }
     }
 }
 
 /** One row or column of opaque greys. */
-RgbaPicture Greys(int width, int height, const Bytes& values) {
+RgbaPicture Greys(int width, int height, Bytes const& values) {
     RgbaPicture picture{width, height, {}};
-    for (std::uint8_t value : values)
+    for (std::uint8_t value : values) {
         picture.bytes.insert(picture.bytes.end(), {value, value, value, 255});
+    }
     return picture;
 }
 
-Bytes Reds(const RgbaPicture& picture) {
+Bytes Reds(RgbaPicture const& picture) {
     Bytes reds;
-    for (std::size_t i = 0; i < picture.bytes.size(); i += 4)
+    for (std::size_t i = 0; i < picture.bytes.size(); i += 4) {
         reds.push_back(picture.bytes[i]);
+    }
     return reds;
 }
 
 TEST(MipLevels, EachPixelIsTheMeanOfItsExactShare) {
     const struct {
-        const char* what;
+        char const* what;
         int width;
         int height;
         Bytes values;
@@ -111,14 +114,14 @@ TEST(MipLevels, EachPixelIsTheMeanOfItsExactShare) {
         {"odd both ways", 3, 3, {9, 0, 0, 0, 0, 0, 0, 0, 90}, {11}},
         {"odd across, even down", 3, 2, {30, 60, 90, 30, 60, 90}, {60}},
     };
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         SCOPED_TRACE(c.what);
         EXPECT_EQ(Reds(HalvePicture(Greys(c.width, c.height, c.values))), c.expected);
     }
 }
 
 TEST(MipLevels, TransparentPixelsDoNotColourTheirNeighbours) {
-    const RgbaPicture half = HalvePicture({2, 1, {200, 0, 0, 255, 0, 255, 0, 0}});
+    RgbaPicture const half = HalvePicture({2, 1, {200, 0, 0, 255, 0, 255, 0, 0}});
     EXPECT_EQ(half.bytes, (Bytes{200, 0, 0, 128}));
     EXPECT_EQ(HalvePicture({2, 1, {200, 0, 0, 60, 0, 100, 0, 20}}).bytes, (Bytes{150, 25, 0, 40}));
     // Where nothing is visible, the colours that filtering may still reach stay.
@@ -129,7 +132,7 @@ TEST(MipLevels, TheUsedPartHalvesAsWell) {
     ImageOptions options;
     options.mipLevels = true;
     options.padToPowerOfTwo = true;
-    const RgbaPicture used = UnpackLevel(LoadGood(RgbaPng(5, 3, GradientRgba(5, 3)), options), 1);
+    RgbaPicture const used = UnpackLevel(LoadGood(RgbaPng(5, 3, GradientRgba(5, 3)), options), 1);
     EXPECT_EQ(used.width, 3);
     EXPECT_EQ(used.height, 2);
 }
@@ -140,7 +143,7 @@ TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
     image.pixels.resize(24, 77);
     std::string error;
     ASSERT_TRUE(GenerateMipLevels(image, "x", error)) << error;
-    const std::vector<MipLevel> expected = {{4, 1, 0, 16}, {2, 1, 16, 8}, {1, 1, 24, 4}};
+    std::vector<MipLevel> const expected = {{4, 1, 0, 16}, {2, 1, 16, 8}, {1, 1, 24, 4}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(UnpackLevel(image, 0).bytes, GradientRgba(4, 1));
     EXPECT_EQ(UnpackLevel(image, 1).bytes, HalvePicture({4, 1, GradientRgba(4, 1)}).bytes);
@@ -148,7 +151,7 @@ TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
     EXPECT_FALSE(GenerateMipLevels(empty, "x", error));
 }
 
-ImageData Encode(const ImageData& image) {
+ImageData Encode(ImageData const& image) {
     ImageData encoded;
     std::string error;
     EXPECT_TRUE(EncodeEtc1(image, false, "picture", encoded, error)) << error;
@@ -162,30 +165,33 @@ ImageData OpaqueImage(int width, int height) {
 }
 
 TEST(Etc1, EncodingKeepsASmoothPictureWithinItsPrecision) {
-    const Bytes pixels = GradientRgba(24, 16);
-    const ImageData encoded = Encode(RgbaImage(24, 16, pixels));
+    Bytes const pixels = GradientRgba(24, 16);
+    ImageData const encoded = Encode(RgbaImage(24, 16, pixels));
     ASSERT_EQ(encoded.format, TextureFormat::ETC1_RGBA);
     EXPECT_EQ(encoded.pixels.size(), 2u * 24 * 16 / 2);
     EXPECT_EQ(encoded.levels[0], (MipLevel{24, 16, 0, 24 * 16 / 2}));
-    const RgbaPicture decoded = UnpackLevel(encoded, 0);
+    RgbaPicture const decoded = UnpackLevel(encoded, 0);
     ASSERT_EQ(decoded.bytes.size(), pixels.size());
     int sums[4] = {};
     for (std::size_t i = 0; i < pixels.size(); ++i) {
-        const int difference = std::abs(decoded.bytes[i] - pixels[i]);
+        int const difference = std::abs(decoded.bytes[i] - pixels[i]);
         // Half a block shares one hue: a gradient across it and four-bit bases cost up to two steps of 17.
         EXPECT_LE(difference, 34) << i;
         sums[i % 4] += difference;
     }
-    for (int channel = 0; channel < 4; ++channel)
+    for (int channel = 0; channel < 4; ++channel) {
         EXPECT_LE(sums[channel], (channel == 3 ? 4 : 9) * 24 * 16) << channel;
+    }
 }
 
 TEST(Etc1, APartBlockIsEncodedLikeTheWholeBlockThatRepeatsItsEdge) {
-    const RgbaPicture part{3, 2, GradientRgba(3, 2)};
+    RgbaPicture const part{3, 2, GradientRgba(3, 2)};
     RgbaPicture whole{4, 4, Bytes(64)};
-    for (int y = 0; y < 4; ++y)
-        for (int x = 0; x < 4; ++x)
+    for (int y = 0; y < 4; ++y) {
+        for (int x = 0; x < 4; ++x) {
             std::copy_n(part.At(std::min(x, 2), std::min(y, 1)), 4, whole.At(x, y));
+        }
+    }
     for (Etc1Plane plane : {Etc1Plane::Colour, Etc1Plane::Alpha}) {
         Bytes partBlock(8);
         Bytes wholeBlock(8);
@@ -206,12 +212,12 @@ TEST(Etc1, RefusesWhatItCannotEncode) {
     const struct {
         ImageData image;
         bool fMipLevels;
-        const char* expected;
+        char const* expected;
     } cases[] = {{ImageData(), false, "p: there are no pixels to encode"},
                  {Encode(OpaqueImage(4, 4)), false, "p: pixels of texture format 13 cannot be encoded"},
                  {foreign, false, "p: pixels of texture format 11 cannot be encoded"},
                  {RgbaImage(8, 8, GradientRgba(8, 8)), true, "p: ETC1 with alpha cannot have mip levels, *"}};
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         ImageData out = Untouched();
         std::string error;
         EXPECT_FALSE(EncodeEtc1(c.image, c.fMipLevels, "p", out, error));

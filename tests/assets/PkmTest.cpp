@@ -1,4 +1,5 @@
 #include "Pkm.h"
+
 #include "Etc1.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -21,17 +22,18 @@ Bytes PkmFile(int extendedWidth, int extendedHeight, int width, int height, int 
         file.push_back(std::uint8_t(extent >> 8));
         file.push_back(std::uint8_t(extent & 0xFF));
     }
-    for (int i = 0; i < extendedWidth * extendedHeight / 2; ++i)
+    for (int i = 0; i < extendedWidth * extendedHeight / 2; ++i) {
         file.push_back(std::uint8_t(firstByte + i));
+    }
     return file;
 }
 
-Bytes Blocks(const Bytes& file) {
+Bytes Blocks(Bytes const& file) {
     return Bytes(file.begin() + 16, file.end());
 }
 
 /** The message for a file "x.pkm" that must not be read, and leaves the image that was there as it is. */
-std::string ErrorOf(const Bytes& file, ByteSpan alpha = {}, const ImageOptions& options = {}) {
+std::string ErrorOf(Bytes const& file, ByteSpan alpha = {}, ImageOptions const& options = {}) {
     ImageData image = Untouched();
     std::string error;
     EXPECT_FALSE(LoadPkm(Span(file), alpha, "x.pkm", options, image, error));
@@ -49,13 +51,13 @@ TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
     Bytes const alpha = Blocks(PkmFile(8, 12, 7, 9, 100));
     both.insert(both.end(), alpha.begin(), alpha.end());
     const struct {
-        const char* name;
+        char const* name;
         TextureFormat::Enum format;
         Bytes pixels;
     } cases[] = {{"a.pkm", TextureFormat::ETC1_RGBA, both},
                  {"b.pkm", TextureFormat::ETC1_RGB, Blocks(colour)},
                  {"a.alpha.pkm", TextureFormat::ETC1_RGB, alpha}};
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         ImageData expected;
         expected.format = c.format;
         expected.width = 7;
@@ -73,23 +75,23 @@ TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
 
 TEST(Pkm, AnAlphaFileThatDoesNotFitIsAnErrorThatNamesIt) {
     TemporaryFolder const folder;
-    const Bytes colour = PkmFile(8, 4, 5, 4);
+    Bytes const colour = PkmFile(8, 4, 5, 4);
     folder.Write("a.pkm", colour);
-    const auto error = [&folder] {
+    auto const error = [&folder] {
         ImageData image = Untouched();
         std::string text;
         EXPECT_FALSE(LoadPkm(folder.Path("a.pkm"), {}, image, text));
         EXPECT_TRUE(IsUntouched(image));
-        const std::string start = folder.Path("a.alpha.pkm");
+        std::string const start = folder.Path("a.alpha.pkm");
         return text.rfind(start, 0) == 0 ? text.substr(start.size()) : text;
     };
-    const std::pair<Bytes, const char*> cases[] = {
+    std::pair<Bytes, char const*> const cases[] = {
         {PkmFile(8, 4, 6, 4), ": has 6 x 4 in 8 x 4 pixels, but *"},
         {PkmFile(8, 8, 5, 4), ": has 5 x 4 in 8 x 8 pixels, but *"},
         {Bytes(colour.begin(), colour.begin() + 16), ": 5 x 4 in 8 x 4 pixels need 32 bytes*"},
         {{}, ": is empty"},
     };
-    for (const auto& [alpha, expected] : cases) {
+    for (auto const& [alpha, expected] : cases) {
         folder.Write("a.alpha.pkm", alpha);
         EXPECT_TRUE(IsMessage(error(), expected));
     }
@@ -100,7 +102,7 @@ TEST(Pkm, AnAlphaFileThatDoesNotFitIsAnErrorThatNamesIt) {
 
 // The extended and the used size of files, and bytes of them that are others, each behind its offset.
 TEST(Pkm, NamesWhatIsWrongAndWhere) {
-    for (const TextCase& bad : ReadCases("images/pkm-errors.txt")) {
+    for (TextCase const& bad : ReadCases("images/pkm-errors.txt")) {
         std::istringstream words(bad.text);
         int sizes[4] = {};
         words >> sizes[0] >> sizes[1] >> sizes[2] >> sizes[3];
@@ -110,7 +112,7 @@ TEST(Pkm, NamesWhatIsWrongAndWhere) {
             file[offset] = std::uint8_t(value);
         }
         LargestAllocation() = 0;
-        const std::string error = ErrorOf(file);
+        std::string const error = ErrorOf(file);
         EXPECT_LT(LargestAllocation(), 1024u) << error;
         EXPECT_TRUE(IsMessage(error, "x.pkm: " + bad.expected)) << bad.text;
     }
@@ -121,7 +123,7 @@ TEST(Pkm, NamesWhatIsWrongAndWhere) {
 }
 
 TEST(Pkm, EveryTruncationIsAnError) {
-    const Bytes file = PkmFile(8, 8, 7, 6);
+    Bytes const file = PkmFile(8, 8, 7, 6);
     for (std::size_t size = 0; size < file.size(); ++size) {
         SCOPED_TRACE(size);
         EXPECT_NE(ErrorOf(Bytes(file.begin(), file.begin() + std::ptrdiff_t(size))), "");
@@ -137,25 +139,25 @@ TEST(Pkm, OptionsThatNeedOtherBlocksAreRefused) {
     padded.padToPowerOfTwo = true;
     ImageOptions levels;
     levels.mipLevels = true;
-    const Bytes file = PkmFile(12, 4, 12, 4);
+    Bytes const file = PkmFile(12, 4, 12, 4);
     const struct {
         ImageOptions options;
         ByteSpan alpha;
-        const char* expected;
+        char const* expected;
     } cases[] = {{other, {}, "*have texture format 13 and cannot become format 0*"},
                  {flipped, {}, "*cannot be flipped*"},
                  {padded, {}, "*cannot be padded*"},
                  {levels, Span(file), "*cannot have mip levels*"}};
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         EXPECT_TRUE(IsMessage(ErrorOf(file, c.alpha, c.options), c.expected));
     }
     // What can be done keeps the file's own blocks.
     padded.mipLevels = true;
-    const Bytes whole = PkmFile(8, 4, 7, 4);
+    Bytes const whole = PkmFile(8, 4, 7, 4);
     ImageData image;
     std::string error;
     ASSERT_TRUE(LoadPkm(Span(whole), {}, "x.pkm", padded, image, error)) << error;
-    const std::vector<MipLevel> expected = {{8, 4, 0, 16}, {4, 2, 16, 8}, {2, 1, 24, 8}, {1, 1, 32, 8}};
+    std::vector<MipLevel> const expected = {{8, 4, 0, 16}, {4, 2, 16, 8}, {2, 1, 24, 8}, {1, 1, 32, 8}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(Bytes(image.pixels.begin(), image.pixels.begin() + 16), Blocks(whole));
 }
@@ -171,8 +173,8 @@ ImageData Encoded(bool fAlpha) {
 TEST(Pkm, WhatIsWrittenReadsBack) {
     TemporaryFolder folder;
     for (bool fAlpha : {false, true}) {
-        const ImageData written = Encoded(fAlpha);
-        const std::string path = folder.Path(fAlpha ? "with.pkm" : "without.pkm");
+        ImageData const written = Encoded(fAlpha);
+        std::string const path = folder.Path(fAlpha ? "with.pkm" : "without.pkm");
         ImageData image;
         std::string error;
         EXPECT_TRUE(SavePkm(path, written, error)) << error;
@@ -190,7 +192,7 @@ TEST(Pkm, RefusesToWriteWhatAReaderWouldNotGetBack) {
     ImageData wide = Encoded(false);
     wide.levels[0].m_nWidth = 65536;
     const struct {
-        const char* name;
+        char const* name;
         ImageData image;
         std::string expected;
     } cases[] = {
@@ -206,7 +208,7 @@ TEST(Pkm, RefusesToWriteWhatAReaderWouldNotGetBack) {
         {"none/a.pkm", Encoded(true),
          folder.Path("none/a.pkm") + ": cannot be created: No such file or directory"},
     };
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         std::string error;
         EXPECT_FALSE(SavePkm(folder.Path(c.name), c.image, error));
         EXPECT_EQ(error, c.expected);

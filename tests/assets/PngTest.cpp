@@ -1,6 +1,5 @@
-#include "PngReader.h"
-
 #include "ImageReader.h"
+#include "PngReader.h"
 #include "PngWriter.h"
 #include "TestFiles.h"
 #include "TestImages.h"
@@ -21,7 +20,7 @@ Bytes SmallRgba() {
 /** The pixels of every file of a folder, which libpng wrote from noise. */
 TEST(PngReader, DecodesEveryColourTypeDepthAndInterlacing) {
     std::string text;
-    for (const std::string& name : Files("images")) {
+    for (std::string const& name : Files("images")) {
         if (std::filesystem::path(name).extension() == ".png") {
             text += name + ": " + Describe(LoadGood(ReadData("images/" + name))) + "\n";
         }
@@ -30,11 +29,11 @@ TEST(PngReader, DecodesEveryColourTypeDepthAndInterlacing) {
 }
 
 TEST(PngReader, EveryTruncationIsAnErrorThatNamesTheFileAndThePlace) {
-    for (const Bytes& file : {SmallRgba(), ReadData("images/palette-4-interlaced-transparency.png")}) {
+    for (Bytes const& file : {SmallRgba(), ReadData("images/palette-4-interlaced-transparency.png")}) {
         for (std::size_t size = 0; size < file.size(); ++size) {
             // A copy of exactly this size lets the address sanitizer see a read past the end.
-            const Bytes part(file.begin(), file.begin() + std::ptrdiff_t(size));
-            const std::string error = ErrorOfPng(part);
+            Bytes const part(file.begin(), file.begin() + std::ptrdiff_t(size));
+            std::string const error = ErrorOfPng(part);
             EXPECT_TRUE(IsMessage(error, "x.png: *"));
             EXPECT_EQ(error.find("at byte " + std::to_string(size)) != error.npos, size > 0) << error;
         }
@@ -42,7 +41,7 @@ TEST(PngReader, EveryTruncationIsAnErrorThatNamesTheFileAndThePlace) {
 }
 
 TEST(PngReader, EveryDamagedByteIsAnError) {
-    const Bytes file = ReadData("images/palette-2-interlaced-transparency.png");
+    Bytes const file = ReadData("images/palette-2-interlaced-transparency.png");
     for (std::size_t at = 0; at < file.size(); ++at) {
         for (unsigned mask : {0x01u, 0x20u, 0x80u}) {
             Bytes damaged = file;
@@ -53,8 +52,8 @@ TEST(PngReader, EveryDamagedByteIsAnError) {
 }
 
 TEST(PngReader, NamesWhatIsWrongAndWhere) {
-    for (const TextCase& bad : ReadCases("images/errors.txt")) {
-        const std::string error = ErrorOfPng(ReadData("images/bad/" + bad.text));
+    for (TextCase const& bad : ReadCases("images/errors.txt")) {
+        std::string const error = ErrorOfPng(ReadData("images/bad/" + bad.text));
         EXPECT_TRUE(IsMessage(error, "x.png: " + bad.expected));
     }
 }
@@ -71,16 +70,16 @@ TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
     const struct {
         Bytes file;
         ImageOptions options;
-        const char* expected;
+        char const* expected;
     } cases[] = {
         {header, wide, "x.png: 16385 x 1 pixels are more than the 16384 x 16384 allowed"},
         {ReadData("images/bad/a-size-that-the-file-cannot-hold.png"), {}, "*bytes are too few for 8192*"},
         {SmallRgba(), narrow, "x.png: 3 x 2 pixels are more than the 2 x 16384*"},
         {SmallRgba(), small, "x.png: 3 x 2 pixels need 24 bytes, more than the 23 allowed"},
     };
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         LargestAllocation() = 0;
-        const std::string error = ErrorOfPng(c.file, c.options);
+        std::string const error = ErrorOfPng(c.file, c.options);
         EXPECT_LT(LargestAllocation(), 1024u) << error;
         EXPECT_TRUE(IsMessage(error, c.expected));
     }
@@ -91,7 +90,7 @@ TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
 TEST(PngReader, ReadsHighlyCompressedFilesAtTheirFullSize) {
     // One colour compresses to about a thousandth: the file must not be taken for one that cannot hold its
     // size.
-    const Bytes file = RgbPng(2000, 1500, Bytes(2000 * 1500 * 3, 0));
+    Bytes const file = RgbPng(2000, 1500, Bytes(2000 * 1500 * 3, 0));
     ASSERT_LT(file.size(), 12000u);
     LoadGood(file);
 }
@@ -107,9 +106,9 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
     ImageOptions tiny;
     tiny.limits.maxFileBytes = SmallRgba().size() - 1;
     const struct {
-        const char* name;
+        char const* name;
         ImageOptions options;
-        const char* expected; ///< the message, or the format
+        char const* expected; ///< the message, or the format
     } cases[] = {
         {"png.pkm", {}, "6"},
         {"pkm.png", {}, "13"},
@@ -119,7 +118,7 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
         {"folder.png", {}, ": is not a regular file"},
         {"png.pkm", tiny, ": has * bytes, more than the * allowed"},
     };
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         ImageData image = Untouched();
         std::string error;
         if (LoadImage(folder.Path(c.name), c.options, image, error)) {
@@ -140,8 +139,8 @@ using Names = std::vector<std::string>;
 TEST(PngWriter, WhatIsWrittenReplacesAFileAndReadsBackWithAndWithoutAlpha) {
     TemporaryFolder folder;
     folder.Write("a.png", {1, 2, 3});
-    const Bytes rgba = GradientRgba(5, 3);
-    const Bytes rgb(rgba.begin(),
+    Bytes const rgba = GradientRgba(5, 3);
+    Bytes const rgb(rgba.begin(),
                     rgba.begin() + 4 * 3 * 3); // 4 x 3 pixels of three bytes: rows need no padding
     ImageData image;
     std::string error;
@@ -157,7 +156,7 @@ TEST(PngWriter, WhatIsWrittenReplacesAFileAndReadsBackWithAndWithoutAlpha) {
 }
 
 TEST(PngWriter, SkipsTheBytesBetweenRows) {
-    const Bytes rows = {1, 2, 3, 4, 99, 99, 5, 6, 7, 8};
+    Bytes const rows = {1, 2, 3, 4, 99, 99, 5, 6, 7, 8};
     Bytes file;
     std::string error;
     ASSERT_TRUE(EncodePng({rows.data(), 1, 2, 4, 6}, "x.png", file, error)) << error;
@@ -168,11 +167,11 @@ TEST(PngWriter, AFailureNamesThePathAndKeepsWhatWasThere) {
     TemporaryFolder folder;
     folder.Write("a.png", {1, 2, 3});
     std::filesystem::create_directory(folder.Path("taken.png"));
-    const Bytes rgba = GradientRgba(2, 2);
+    Bytes const rgba = GradientRgba(2, 2);
     const struct {
-        const char* name;
+        char const* name;
         PngPicture picture;
-        const char* expected;
+        char const* expected;
     } cases[] = {
         {"a.png", {nullptr, 2, 2, 4, 0}, ": there are no pixels to write"},
         {"a.png", {rgba.data(), 0, 2, 4, 0}, ": there are no pixels to write"},
@@ -181,7 +180,7 @@ TEST(PngWriter, AFailureNamesThePathAndKeepsWhatWasThere) {
         {"none/a.png", {rgba.data(), 2, 2, 4, 0}, ": cannot be created: No such file or directory"},
         {"taken.png", {rgba.data(), 2, 2, 4, 0}, ": cannot be replaced: Is a directory"},
     };
-    for (const auto& c : cases) {
+    for (auto const& c : cases) {
         SCOPED_TRACE(c.expected);
         std::string error;
         EXPECT_FALSE(SavePng(folder.Path(c.name), c.picture, error));

@@ -4,7 +4,6 @@
 #include "SceneProperty.h"
 #include "TestScenes.h"
 #include "kelvo_test/GoldenText.h"
-
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"
 

@@ -3,9 +3,9 @@
 #include "FontFile.h"
 #include "TestFiles.h"
 #include "TestImages.h"
-
 #include "trevik/ClassRegistry.h"
 
+#include <ft2build.h>
 #include <gtest/gtest.h>
 
 #include <cstdint>
@@ -13,8 +13,6 @@
 #include <numeric>
 #include <string>
 #include <vector>
-
-#include <ft2build.h>
 #include FT_FREETYPE_H
 
 extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);

@@ -3,11 +3,11 @@
 #include "PngReader.h"
 #include "PngWriter.h"
 
+#include <gtest/gtest.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <new>
-
-#include <gtest/gtest.h>
 
 static thread_local std::size_t t_nLargestAllocation = 0;
 
@@ -34,14 +34,14 @@ std::size_t& LargestAllocation() {
     return t_nLargestAllocation;
 }
 
-Bytes PngOf(int nChannels, int width, int height, const Bytes& pixels) {
+Bytes PngOf(int nChannels, int width, int height, Bytes const& pixels) {
     Bytes file;
     std::string error;
     EXPECT_TRUE(EncodePng({pixels.data(), width, height, nChannels, 0}, "x.png", file, error)) << error;
     return file;
 }
 
-ImageData RgbaImage(int width, int height, const Bytes& pixels) {
+ImageData RgbaImage(int width, int height, Bytes const& pixels) {
     ImageData image;
     image.width = image.allocatedWidth = width;
     image.height = image.allocatedHeight = height;
@@ -67,33 +67,35 @@ ImageData Untouched() {
     return RgbaImage(1, 1, {11, 22, 33, 44});
 }
 
-bool IsUntouched(const ImageData& image) {
+bool IsUntouched(ImageData const& image) {
     return Describe(image) == Describe(Untouched());
 }
 
-ImageData LoadGood(const Bytes& file, const ImageOptions& options) {
+ImageData LoadGood(Bytes const& file, ImageOptions const& options) {
     ImageData image;
     std::string error;
     EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, error)) << error;
     return image;
 }
 
-std::string Describe(const ImageData& image) {
-    const auto size = [](int width, int height) {
+std::string Describe(ImageData const& image) {
+    auto const size = [](int width, int height) {
         return std::to_string(width) + " x " + std::to_string(height);
     };
     std::string text = "format " + std::to_string(image.format) + ", " + size(image.width, image.height) +
                        " in " + size(image.allocatedWidth, image.allocatedHeight);
-    for (const MipLevel& level : image.levels)
+    for (MipLevel const& level : image.levels) {
         text += "; " + size(level.m_nWidth, level.m_nHeight) + " at " + std::to_string(level.m_nOffset) +
                 " of " + std::to_string(level.m_nSize);
+    }
     text += ":";
-    for (const std::uint8_t byte : image.pixels)
+    for (std::uint8_t const byte : image.pixels) {
         text += " " + std::to_string(byte);
+    }
     return text;
 }
 
-std::string ErrorOfPng(const Bytes& file, const ImageOptions& options) {
+std::string ErrorOfPng(Bytes const& file, ImageOptions const& options) {
     ImageData image = Untouched();
     std::string error;
     EXPECT_FALSE(LoadPng(Span(file), "x.png", options, image, error));

@@ -3,7 +3,6 @@
 #include "SceneNodes.h"
 #include "SceneReader.h"
 #include "kelvo_host/Scene.h"
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/BaseProperty.h"

@@ -2,10 +2,9 @@
 // nothing that another library of the process could take for its own. And what it asks of the host, which
 // every host has to have.
 
-#include <gtest/gtest.h>
-
 #include <cxxabi.h>
 #include <elf.h>
+#include <gtest/gtest.h>
 #include <link.h>
 
 #include <cstdlib>

@@ -2,12 +2,6 @@
 // pointers to member functions, as the Itanium C++ ABI lays them out, and compared with the agreed lists;
 // slots 0 and 1 are the destructor's.
 
-#include <gtest/gtest.h>
-
-#include <cstddef>
-#include <cstdint>
-#include <cstring>
-
 #include "GraphicsDeviceGL2.h"
 #include "SpriteGL2.h"
 #include "trevik/ClassContainer.h"
@@ -29,6 +23,12 @@
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/Timeline.h"
 #include "trevik/kelvo/TransformNode.h"
+
+#include <gtest/gtest.h>
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
 
 namespace {
 
@@ -68,7 +68,7 @@ testing::AssertionResult AreSlots(std::ptrdiff_t nFirst, Member... members) {
 
 /** One of several operations of a name, told by its arguments. */
 template <class Function, class Class>
-Function Class::*Of(Function Class::*member) {
+Function Class::* Of(Function Class::* member) {
     return member;
 }
 

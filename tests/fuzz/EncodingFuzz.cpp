@@ -2,7 +2,6 @@
 // yields is a code point, and writing and reading it again in any encoding changes nothing.
 
 #include "FuzzChecks.h"
-
 #include "trevik/Encoding.h"
 #include "trevik/StringEncoded.h"
 

@@ -19,13 +19,13 @@ inline ImageOptions SmallOptions() {
  * What everything that takes an image relies on: sizes in order, every level inside the pixels, rows for all
  * of it.
  */
-inline void RequireWhole(const ImageData& image) {
+inline void RequireWhole(ImageData const& image) {
     Require(image.width >= 1 && image.width <= image.allocatedWidth);
     Require(image.height >= 1 && image.height <= image.allocatedHeight);
     Require(!image.levels.empty());
     Require(image.levels[0].m_nWidth == image.allocatedWidth &&
             image.levels[0].m_nHeight == image.allocatedHeight);
-    for (const trevik::kelvo::MipLevel& level : image.levels) {
+    for (trevik::kelvo::MipLevel const& level : image.levels) {
         Require(level.m_nOffset >= 0 && level.m_nWidth >= 1 && level.m_nHeight >= 1);
         Require(std::size_t(level.m_nSize) == PlaneBytes(image.format, level.m_nWidth, level.m_nHeight));
         Require(std::size_t(level.m_nOffset) + LevelBytes(image.format, level.m_nWidth, level.m_nHeight) <=

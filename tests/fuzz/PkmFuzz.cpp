@@ -16,12 +16,13 @@ void Load(ByteSpan colour, ByteSpan alpha, bool fMipLevels) {
 
 } // namespace
 
-extern "C" int LLVMFuzzerTestOneInput(const std::uint8_t* data, std::size_t size) {
+extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     Load({data, size}, {}, false);
     // Encoding is slow; what is of interest are the sizes.
-    if (size <= 16 + 8 * 16)
+    if (size <= 16 + 8 * 16) {
         Load({data, size}, {}, true);
-    const std::size_t half = size / 2;
+    }
+    std::size_t const half = size / 2;
     Load({data, half}, {data + half, size - half}, false);
     return 0;
 }

@@ -5,7 +5,6 @@
 // size word and a frame (4 bytes each), then the attribute's bytes.
 
 #include "FuzzChecks.h"
-
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
 #include "trevik/kelvo/RealProperty.h"

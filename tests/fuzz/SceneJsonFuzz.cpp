@@ -3,7 +3,6 @@
 
 #include "FuzzChecks.h"
 #include "SceneReader.h"
-
 #include "kelvo_host/Scene.h"
 
 using namespace trevik;

@@ -5,13 +5,12 @@
 // A file NAME.json holds a "scene" (docs/scene-format.md) and "steps", see Film::Do. KELVO_REWRITE_GOLDEN=1
 // writes NAME.calls and NAME.faults anew: what changed in them is for a person to judge.
 
-#include "kelvo_test/GoldenText.h"
-
 #include "GraphicsDeviceGL2.h"
 #include "NodeGroups.h"
 #include "SceneReader.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/AllocationCounter.h"
+#include "kelvo_test/GoldenText.h"
 #include "trevik/Allocation.h"
 #include "trevik/Assert.h"
 #include "trevik/ClassRegistry.h"
@@ -22,9 +21,8 @@
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 
-#include <kelvo_recording/Recording.h>
-
 #include <gtest/gtest.h>
+#include <kelvo_recording/Recording.h>
 #include <nlohmann/json.hpp>
 
 #include <algorithm>

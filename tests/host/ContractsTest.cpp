@@ -1,11 +1,5 @@
 // What every class that can be saved, copied or loaded has to do, whichever it is: one table of all of them.
 
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <set>
-#include <sstream>
-
 #include "PropertyTestSupport.h"
 #include "Table.h"
 #include "TestFonts.h"
@@ -14,6 +8,12 @@
 #include "trevik/kelvo/DirectionalBlurEffect.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ListProperty.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
+#include <set>
+#include <sstream>
 
 namespace trevik::kelvo::test {
 namespace {

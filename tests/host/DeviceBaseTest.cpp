@@ -1,7 +1,7 @@
-#include <gtest/gtest.h>
-
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
+
+#include <gtest/gtest.h>
 
 #include <climits>
 

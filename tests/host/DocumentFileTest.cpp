@@ -1,14 +1,14 @@
+#include "kelvo_host/DocumentFile.h"
+
+#include "PropertyTestSupport.h"
+#include "kelvo_host/FileReplacement.h"
+#include "kelvo_test/TemporaryFolder.h"
+
 #include <gtest/gtest.h>
-
-#include <filesystem>
-
 #include <sys/stat.h>
 #include <unistd.h>
 
-#include "PropertyTestSupport.h"
-#include "kelvo_host/DocumentFile.h"
-#include "kelvo_host/FileReplacement.h"
-#include "kelvo_test/TemporaryFolder.h"
+#include <filesystem>
 
 namespace trevik::kelvo {
 namespace {

@@ -1,10 +1,10 @@
 // Documents in memory: their binary form, and how they are written and read piece by piece.
 
-#include <gtest/gtest.h>
-
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::kelvo::test {
 namespace {

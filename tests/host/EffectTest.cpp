@@ -1,6 +1,6 @@
-#include <gtest/gtest.h>
-
 #include "TestNodes.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,11 +1,11 @@
+#include "PropertyTestSupport.h"
+#include "TestFonts.h"
+#include "trevik/Allocation.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <limits>
-
-#include "PropertyTestSupport.h"
-#include "TestFonts.h"
-#include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-
 #include "JObject.h"
 #include "kelvo_test/Diagnostics.h"
 #include "kelvo_test/JavaMachine.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::jni {
 namespace {

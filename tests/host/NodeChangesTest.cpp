@@ -1,11 +1,11 @@
 // Trees that change at random, compared after each update with what their properties alone say.
 
+#include "TestNodes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <random>
-
-#include "TestNodes.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,8 +1,8 @@
-#include <gtest/gtest.h>
-
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/MemoryTracer.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,8 +1,8 @@
+#include "trevik/kelvo/Interpolate.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
-
-#include "trevik/kelvo/Interpolate.h"
 
 namespace trevik::kelvo {
 namespace {

@@ -1,11 +1,12 @@
-#include <gtest/gtest.h>
+#include "trevik/kelvo/PropertyList.h"
 
 #include "PropertyTestSupport.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
-#include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::kelvo {
 namespace {

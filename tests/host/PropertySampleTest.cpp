@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <map>
-
 #include "PropertyTestSupport.h"
 #include "Table.h"
 #include "trevik/kelvo/HostProperties.h"
+
+#include <gtest/gtest.h>
+
+#include <map>
 
 namespace trevik::kelvo::test {
 namespace {

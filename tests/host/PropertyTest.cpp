@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
-
-#include <utility>
-
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ITraceable.h"
 #include "trevik/kelvo/ListProperty.h"
+
+#include <gtest/gtest.h>
+
+#include <utility>
 
 namespace trevik::kelvo {
 namespace {

@@ -1,9 +1,5 @@
 #pragma once
 
-#include <cstring>
-#include <string>
-#include <vector>
-
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Deserializer.h"
@@ -11,6 +7,10 @@
 #include "trevik/kelvo/Property.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <cstring>
+#include <string>
+#include <vector>
 
 namespace trevik::kelvo {
 

@@ -1,13 +1,13 @@
-#include <gtest/gtest.h>
-
-#include <filesystem>
-#include <limits>
-
 #include "PropertyTestSupport.h"
 #include "TestNodes.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/TemporaryFolder.h"
 #include "trevik/Allocation.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <limits>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,5 +1,11 @@
 #pragma once
 
+#include "trevik/kelvo/HostProperties.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/RealProperty.h"
+#include "trevik/kelvo/RectangleProperty.h"
+#include "trevik/kelvo/Vector3Property.h"
+
 #include <gtest/gtest.h>
 
 #include <algorithm>
@@ -8,12 +14,6 @@
 #include <sstream>
 #include <string>
 #include <vector>
-
-#include "trevik/kelvo/HostProperties.h"
-#include "trevik/kelvo/PropertyList.h"
-#include "trevik/kelvo/RealProperty.h"
-#include "trevik/kelvo/RectangleProperty.h"
-#include "trevik/kelvo/Vector3Property.h"
 
 namespace trevik::kelvo::test {
 

@@ -1,9 +1,9 @@
 #pragma once
 
-#include <vector>
-
 #include "TestNodes.h"
 #include "trevik/kelvo/PolygonalFont.h"
+
+#include <vector>
 
 namespace trevik::kelvo::test {
 

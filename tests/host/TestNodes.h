@@ -1,11 +1,5 @@
 #pragma once
 
-#include <cmath>
-#include <new>
-#include <sstream>
-#include <string>
-#include <vector>
-
 #include "JObject.h"
 #include "kelvo_test/Diagnostics.h"
 #include "trevik/ClassRegistry.h"
@@ -22,6 +16,12 @@
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/Timeline.h"
+
+#include <cmath>
+#include <new>
+#include <sstream>
+#include <string>
+#include <vector>
 
 /** A back end that draws nothing: the smallest concrete class for each abstract one of the host. */
 namespace trevik::kelvo::test {

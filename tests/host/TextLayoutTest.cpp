@@ -1,10 +1,10 @@
-#include <gtest/gtest.h>
-
-#include <limits>
-
 #include "Table.h"
 #include "TestFonts.h"
 #include "TextTestSupport.h"
+
+#include <gtest/gtest.h>
+
+#include <limits>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,12 +1,12 @@
-#include <gtest/gtest.h>
-
-#include <functional>
-
 #include "PropertyTestSupport.h"
 #include "TestFonts.h"
 #include "TextTestSupport.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "trevik/Allocation.h"
+
+#include <gtest/gtest.h>
+
+#include <functional>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,11 +1,11 @@
 #pragma once
 
+#include "TestNodes.h"
+
 #include <algorithm>
 #include <string>
 #include <utility>
 #include <vector>
-
-#include "TestNodes.h"
 
 namespace trevik::kelvo::test {
 

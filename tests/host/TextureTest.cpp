@@ -1,12 +1,12 @@
+#include "PropertyTestSupport.h"
+#include "TestNodes.h"
+#include "trevik/Allocation.h"
+
 #include <gtest/gtest.h>
 
 #include <climits>
 #include <numeric>
 #include <sstream>
-
-#include "PropertyTestSupport.h"
-#include "TestNodes.h"
-#include "trevik/Allocation.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,9 +1,9 @@
-#include <gtest/gtest.h>
-
 #include "Table.h"
 #include "TestNodes.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/MemoryTracer.h"
+
+#include <gtest/gtest.h>
 
 namespace trevik::kelvo::test {
 namespace {

@@ -1,11 +1,11 @@
+#include "Table.h"
+#include "TestNodes.h"
+
 #include <gtest/gtest.h>
 
 #include <cmath>
 #include <iomanip>
 #include <map>
-
-#include "Table.h"
-#include "TestNodes.h"
 
 namespace trevik::kelvo::test {
 namespace {

@@ -49,8 +49,9 @@ protected:
     Image Expected(int left, int bottom, std::vector<int> const& bits) const {
         Canvas canvas(Width, Height);
         for (int y = 0; y < BitmapHeight; ++y) {
-            for (int x = 0; x < BitmapWidth; ++x)
+            for (int x = 0; x < BitmapWidth; ++x) {
                 canvas.Blend(left + x, bottom + y, 1, 1, Painted(x, y, bits));
+            }
         }
         return canvas.Picture();
     }

@@ -22,8 +22,9 @@ std::string RunClock(std::string const& scene, std::string const& folder) {
     std::string printed;
     if (std::FILE* const pPipe = popen(command.c_str(), "r")) {
         char text[256];
-        while (std::fgets(text, sizeof(text), pPipe))
+        while (std::fgets(text, sizeof(text), pPipe)) {
             printed += text;
+        }
         pclose(pPipe);
     }
     return printed;

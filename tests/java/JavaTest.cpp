@@ -22,15 +22,17 @@ std::string JavaTest::Text(JNIEnv* env, jobject text) {
     auto const string = static_cast<jstring>(text);
     char const* const pUnits = string ? env->GetStringUTFChars(string, nullptr) : nullptr;
     std::string const result = pUnits ? pUnits : "";
-    if (pUnits)
+    if (pUnits) {
         env->ReleaseStringUTFChars(string, pUnits);
+    }
     return result;
 }
 
 std::string JavaTest::TakeException(JNIEnv* env) {
     jthrowable const thrown = env->ExceptionOccurred();
-    if (!thrown)
+    if (!thrown) {
         return "";
+    }
     env->ExceptionClear();
     jclass const throwable = env->FindClass("java/lang/Throwable");
     jmethodID const toString = env->GetMethodID(throwable, "toString", "()Ljava/lang/String;");
@@ -52,8 +54,9 @@ std::string JavaTest::Ask(char const* className, char const* method, char const*
                           jobject argument) const {
     jclass const found = FindClass(className);
     jmethodID const id = found ? Env()->GetStaticMethodID(found, method, signature) : nullptr;
-    if (!id)
+    if (!id) {
         return TakeException(Env()) + " instead of " + method;
+    }
     jobject const text = Env()->CallStaticObjectMethod(found, id, argument);
     std::string const thrown = TakeException(Env());
     return thrown.empty() ? Text(Env(), text) : thrown;
@@ -78,8 +81,9 @@ trevik::Ref<TextureGL2> JavaTest::MakeSurfaceTexture(int format, int width, int 
 void JavaTest::StartWithSurface(int width, int height, bool fDouble) {
     Open();
     m_pTexture = MakeSurfaceTexture(6, width, height);
-    if (!m_pTexture->Promote(fDouble))
+    if (!m_pTexture->Promote(fDouble)) {
         GTEST_SKIP() << "no images of graphic buffers";
+    }
 }
 
 namespace {

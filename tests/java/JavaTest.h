@@ -1,9 +1,8 @@
 #pragma once
 
+#include "JObject.h"
 #include "Machine.h"
 #include "Stage.h"
-
-#include "JObject.h"
 #include "TextureGL2.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"

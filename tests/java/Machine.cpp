@@ -16,8 +16,9 @@ Machine* Machine::s_pMachine = nullptr;
 class MachineEnvironment : public testing::Environment {
 public:
     void TearDown() override {
-        if (Machine::s_pMachine)
+        if (Machine::s_pMachine) {
             Machine::s_pMachine->Destroy();
+        }
     }
 };
 
@@ -56,8 +57,9 @@ Machine::Machine() {
     arguments.options = options;
     arguments.nOptions = jint(std::size(options));
     void* pEnv = nullptr;
-    if (JNI_CreateJavaVM(&m_pVM, &pEnv, &arguments) != JNI_OK)
+    if (JNI_CreateJavaVM(&m_pVM, &pEnv, &arguments) != JNI_OK) {
         GiveUp("there is no Java virtual machine");
+    }
     m_pEnv = static_cast<JNIEnv*>(pEnv);
     trevik::jni::VM::SetJavaVM(m_pVM);
 }
@@ -91,8 +93,9 @@ std::vector<std::string> Machine::TakeComplaints() {
     std::vector<std::string> complaints;
     std::istringstream lines(printed);
     for (std::string line; std::getline(lines, line);) {
-        if (line.find("WARNING") != std::string::npos || line.find("ERROR") != std::string::npos)
+        if (line.find("WARNING") != std::string::npos || line.find("ERROR") != std::string::npos) {
             complaints.push_back(line);
+        }
     }
     return complaints;
 }

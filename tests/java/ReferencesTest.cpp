@@ -1,7 +1,6 @@
 // References to Java's objects, Java's exceptions in native code, and classes that are not on the class path.
 
 #include "JavaTest.h"
-
 #include "kelvo_desktop/JavaBitmaps.h"
 #include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
@@ -149,8 +148,9 @@ TEST_F(JavaLoaders, WithoutRegistrationAThreadsOwnBitmapsAreOfAnotherClassAndDro
 class JavaWithoutBitmaps : public JavaReferences {};
 
 TEST_F(JavaWithoutBitmaps, TheirMakingFailsWithAReport) {
-    if (!std::getenv("KELVO_TEST_CLASS_PATH"))
+    if (!std::getenv("KELVO_TEST_CLASS_PATH")) {
         GTEST_SKIP() << "there are bitmaps on the class path";
+    }
     Diagnostics diagnostics;
     EXPECT_TRUE(m_pTexture->CreateJavaBitmapFromTexture(0).IsEmpty());
     EXPECT_FALSE(Env()->ExceptionCheck());

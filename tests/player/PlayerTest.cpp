@@ -251,8 +251,9 @@ TEST_F(PlayerTest, PostProcessedFramesShowTheSame) {
             Image const post = ReadPicture(Path("post") + name);
             // Several layers of translucent sprites, each rounded to 5 or 6 bits; in the others one or none.
             Image opaque = plain; // as targets, which have no alpha, are
-            for (int n = 0; n < plain.Width() * plain.Height(); ++n)
+            for (int n = 0; n < plain.Width() * plain.Height(); ++n) {
                 opaque.At(n % plain.Width(), n / plain.Width()).a = 255;
+            }
             EXPECT_TRUE(CompareImages(post, opaque, {scene == Showcase ? 40 : 9, 40, "5 or 6 bits"})) << name;
             EXPECT_FALSE(post == opaque) << "the frame has been through a target, which shows";
         }

@@ -1,8 +1,7 @@
 // Cameras: the two matrices that they make of a place and six properties.
 
-#include "NodeTest.h"
-
 #include "CameraGL2.h"
+#include "NodeTest.h"
 
 #include <cmath>
 
@@ -58,10 +57,7 @@ TEST_F(CameraTest, EachProjectionPropertyMarksTheProjectionStale) {
         {"vertical", [](CameraGL2& camera) { camera.GetVerticalFieldOfViewProperty().SetValue(77); }},
         {"near", [](CameraGL2& camera) { camera.GetNearProperty().SetValue(7); }},
         {"far", [](CameraGL2& camera) { camera.GetFarProperty().SetValue(70); }},
-        {"rectangle",
-         [](CameraGL2& camera) {
-             camera.GetViewRectangleProperty().SetValue({0, 0, 5, 3});
-         }},
+        {"rectangle", [](CameraGL2& camera) { camera.GetViewRectangleProperty().SetValue({0, 0, 5, 3}); }},
         {"horizontal", [](CameraGL2& camera) { camera.GetHorizontalFieldOfViewProperty().SetValue(33); }},
         {"orthographic", [](CameraGL2& camera) { camera.GetOrthographicProperty().SetValue(true); }},
     };

@@ -1,8 +1,7 @@
 // The camera stack, the matrices, the viewport and picking.
 
-#include "DeviceTest.h"
-
 #include "CameraGL2.h"
+#include "DeviceTest.h"
 #include "trevik/Allocation.h"
 
 namespace {

@@ -1,7 +1,6 @@
 // The built-in programs and the device's record of the one that is bound.
 
 #include "DeviceTest.h"
-
 #include "trevik/Allocation.h"
 
 #include <climits>

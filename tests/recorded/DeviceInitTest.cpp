@@ -1,7 +1,6 @@
 // How the device is brought up, moved to another window, presents and goes.
 
 #include "DeviceTest.h"
-
 #include "trevik/kelvo/Window.h"
 
 #include <system/window.h>

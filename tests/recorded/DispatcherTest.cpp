@@ -1,8 +1,8 @@
 // The render thread and the work that others queue for it.
 
-#include "DeviceTest.h"
-
 #include "trevik/Dispatcher.h"
+
+#include "DeviceTest.h"
 
 #include <thread>
 

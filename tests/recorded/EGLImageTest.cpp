@@ -1,9 +1,8 @@
 // Surfaces by themselves: buffer, EGL image and GL texture, from creation to destruction.
 
-#include "SurfaceTest.h"
-
 #include "Android/EGLImageImpl.h"
 #include "JObject.h"
+#include "SurfaceTest.h"
 #include "trevik/Allocation.h"
 
 #include <thread>

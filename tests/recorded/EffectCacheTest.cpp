@@ -1,7 +1,6 @@
 // The resources that effects share.
 
 #include "DeviceTest.h"
-
 #include "trevik/Allocation.h"
 #include "trevik/ClassContainer.h"
 #include "trevik/kelvo/EffectResource.h"

@@ -1,7 +1,6 @@
 // Off-screen targets as no scene has them, and every way in which their creation fails.
 
 #include "DeviceTest.h"
-
 #include "FramebufferGL2.h"
 #include "trevik/Statistics.h"
 

@@ -1,8 +1,7 @@
 // Batches of glyphs and of pictures among them, in the ways in which no text draws them.
 
-#include "NodeTest.h"
-
 #include "BitmapFontGL2.h"
+#include "NodeTest.h"
 #include "TextGL2.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/Glyph.h"

@@ -1,9 +1,8 @@
 // Java's bitmaps: the pixels behind them, and those over a texture's surface.
 
-#include "SurfaceTest.h"
-
 #include "Android/EGLImageImpl.h"
 #include "JObject.h"
+#include "SurfaceTest.h"
 #include "kelvo_test/JavaMachine.h"
 #include "kelvo_test/Threads.h"
 
@@ -55,13 +54,15 @@ public:
                                                          : nullptr;
         };
         m_functions.RegisterNatives = [](JNIEnv*, jclass, JNINativeMethod const* pNatives, jint nCount) {
-            for (jint i = 0; i < nCount; ++i)
+            for (jint i = 0; i < nCount; ++i) {
                 Self().m_natives[pNatives[i].name] = pNatives[i].fnPtr;
+            }
             return jint(JNI_OK);
         };
         m_functions.NewObjectA = [](JNIEnv*, jclass, jmethodID, jvalue const* pArguments) -> jobject {
-            if (!Self().m_fMakes)
+            if (!Self().m_fMakes) {
                 return nullptr;
+            }
             Self().m_bitmap = pArguments[0].j;
             Self().m_fMutable = pArguments[1].z;
             Self().m_nDensity = pArguments[3].i;
@@ -87,8 +88,9 @@ public:
 
     /** What Java does when it collects the bitmap. */
     void Free() {
-        if (m_bitmap != 0)
+        if (m_bitmap != 0) {
             Call<void>("nativeFree");
+        }
         m_bitmap = 0;
     }
     /** A native method of the bitmap. */

@@ -1,8 +1,7 @@
 // Nine-patch sprites: where they cut, the grid that comes of it, and when they draw which.
 
-#include "NodeTest.h"
-
 #include "NinePatchSpriteGL2.h"
+#include "NodeTest.h"
 #include "trevik/Allocation.h"
 
 #include <climits>

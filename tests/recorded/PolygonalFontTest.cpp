@@ -1,7 +1,6 @@
 // Glyphs that are meshes: the draw of each one, and which ones are none.
 
 #include "NodeTest.h"
-
 #include "PolygonalFontGL2.h"
 
 namespace {

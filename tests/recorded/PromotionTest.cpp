@@ -1,8 +1,7 @@
 // Textures that live in surfaces: promotion, writing, swapping, demotion.
 
-#include "SurfaceTest.h"
-
 #include "JObject.h"
+#include "SurfaceTest.h"
 #include "trevik/Allocation.h"
 
 #include <thread>

@@ -22,7 +22,7 @@ protected:
     };
 
     static Egl Open() {
-        static const EGLint s_version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+        static EGLint const s_version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
         Egl egl;
         EGLint count = 0;
         egl.display = eglGetDisplay(EGL_DEFAULT_DISPLAY);
@@ -38,7 +38,7 @@ protected:
 TEST_F(RecordingDriver, StandsInForEveryFunctionOfTheSystemLibraries) {
     Dl_info own = {};
     ASSERT_NE(dladdr(reinterpret_cast<void*>(&recording::Reset), &own), 0);
-    const char* const names[] = {
+    char const* const names[] = {
 #define ENTRY(result, name, ...) #name,
 #define ENTRY0(result, name) #name,
 #define EXTENSION(result, name, ...)
@@ -47,7 +47,7 @@ TEST_F(RecordingDriver, StandsInForEveryFunctionOfTheSystemLibraries) {
 #undef ENTRY0
 #undef EXTENSION
     };
-    for (const char* name : names) {
+    for (char const* name : names) {
         Dl_info found = {};
         void* address = dlsym(RTLD_DEFAULT, name);
         ASSERT_NE(address, nullptr) << name;
@@ -57,12 +57,12 @@ TEST_F(RecordingDriver, StandsInForEveryFunctionOfTheSystemLibraries) {
 }
 
 struct Misuse {
-    const char* what;
+    char const* what;
     void (*call)();
     GLenum error;
 };
 
-const Misuse g_misuses[] = {
+Misuse const g_misuses[] = {
     {"ProgramLogOfShader", [] { glGetProgramInfoLog(glCreateShader(GL_VERTEX_SHADER), 0, nullptr, nullptr); },
      GL_INVALID_OPERATION},
     {"UseOfUnlinkedProgram", [] { glUseProgram(glCreateProgram()); }, GL_INVALID_OPERATION},
@@ -89,14 +89,14 @@ const Misuse g_misuses[] = {
 };
 
 TEST_F(RecordingDriver, MisuseRaisesItsErrorOnceAndIsNoted) {
-    for (const Misuse& misuse : g_misuses) {
+    for (Misuse const& misuse : g_misuses) {
         SCOPED_TRACE(misuse.what);
         Reset();
         misuse.call();
         EXPECT_EQ(glGetError(), misuse.error);
         EXPECT_EQ(glGetError(), static_cast<GLenum>(GL_NO_ERROR));
         ASSERT_EQ(Errors().size(), 1u);
-        const std::string suffix = " -> " + EnumName(misuse.error);
+        std::string const suffix = " -> " + EnumName(misuse.error);
         EXPECT_EQ(Errors()[0].substr(Errors()[0].size() - suffix.size()), suffix);
     }
 }
@@ -114,10 +114,10 @@ TEST_F(RecordingDriver, FailsTheCallsItIsToldTo) {
 
 TEST_F(RecordingDriver, EachContextHasAStateOfItsOwn) {
     SetWindowSize(320, 200);
-    const Egl first = Open();
+    Egl const first = Open();
     EXPECT_EQ(GetState().viewport, (std::array<GLint, 4>{0, 0, 320, 200}));
     glEnable(GL_BLEND);
-    const Egl second = Open();
+    Egl const second = Open();
     EXPECT_FALSE(GetState().IsEnabled(GL_BLEND));
     eglMakeCurrent(first.display, first.surface, first.surface, first.context);
     EXPECT_TRUE(GetState().IsEnabled(GL_BLEND));

@@ -1,8 +1,7 @@
 // How the host tells the back end's objects apart.
 
-#include "NodeTest.h"
-
 #include "CameraGL2.h"
+#include "NodeTest.h"
 #include "TextGL2.h"
 #include "TimelineGL2.h"
 

@@ -1,8 +1,7 @@
 // Drawing with what was never brought up.
 
-#include "NodeTest.h"
-
 #include "NinePatchSpriteGL2.h"
+#include "NodeTest.h"
 #include "trevik/kelvo/Mask.h"
 
 namespace {

@@ -1,9 +1,8 @@
 // Effects that draw a sprite in its place: the directional blur and the blend modes.
 
-#include "NodeTest.h"
-
 #include "BlendModeEffectGL2.h"
 #include "DirectionalBlurEffectGL2.h"
+#include "NodeTest.h"
 
 namespace {
 

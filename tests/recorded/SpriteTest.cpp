@@ -1,7 +1,6 @@
 // Sprites: their geometry, and the calls that draw them.
 
 #include "NodeTest.h"
-
 #include "trevik/Allocation.h"
 
 namespace {

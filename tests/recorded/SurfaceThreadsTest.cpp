@@ -2,7 +2,6 @@
 // theirs.
 
 #include "NodeTest.h"
-
 #include "TimelineGL2.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"

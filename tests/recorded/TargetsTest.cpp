@@ -1,8 +1,7 @@
 // Frame targets, the post-process pass and read-back.
 
-#include "NodeTest.h"
-
 #include "FramebufferGL2.h"
+#include "NodeTest.h"
 #include "trevik/Allocation.h"
 
 #include <climits>

@@ -1,8 +1,7 @@
 // Sprites behind texts: when they are fitted, and what becomes of them in between.
 
-#include "NodeTest.h"
-
 #include "BitmapFontGL2.h"
+#include "NodeTest.h"
 #include "TextGL2.h"
 #include "trevik/Allocation.h"
 

@@ -1,7 +1,6 @@
 // How textures get into GL, and out of it.
 
 #include "DeviceTest.h"
-
 #include "trevik/Statistics.h"
 #include "trevik/kelvo/MipLevel.h"
 

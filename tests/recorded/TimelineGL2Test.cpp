@@ -1,9 +1,9 @@
 // What a timeline sets up before its children and takes down after them.
 
-#include "NodeTest.h"
+#include "TimelineGL2.h"
 
 #include "CameraGL2.h"
-#include "TimelineGL2.h"
+#include "NodeTest.h"
 
 namespace {
 

@@ -74,8 +74,10 @@ TEST_F(DrawnEdges, HaveCoverageByDistanceInTheColoursOfTheRimTwiceInsideTransluc
             for (int n = 0; n < StageSize * StageSize; ++n) {
                 int const x = n % StageSize, y = n / StageSize;
                 Place const place(x, y, degrees);
-                if (!place.IsNearUpperEdge() || std::fabs(place.Above()) < 0.01 || std::fabs(place.along) < 2)
+                if (!place.IsNearUpperEdge() || std::fabs(place.Above()) < 0.01 ||
+                    std::fabs(place.along) < 2) {
                     continue;
+                }
                 double const seen = opacity > 0 ? opacity : 1;
                 double const outline = seen * Coverage(place.Above(), degrees);
                 Pixel expected = Grey(place.Above() < 0 ? seen + outline * (1 - seen) : outline);

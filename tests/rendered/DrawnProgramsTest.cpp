@@ -1,9 +1,8 @@
 // Programs by themselves, each drawn over the whole window without blending: every pixel is what its source
 // says.
 
-#include "Stage.h"
-
 #include "ShaderCatalogue.h"
+#include "Stage.h"
 #include "TextureGL2.h"
 #include "trevik/kelvo/Effect.h"
 
@@ -126,10 +125,7 @@ constexpr Program Programs[] = {
     {ShaderId::PostProcess, "", [](int x, int y) { return Texel(ScreenColour, x, y); }},
     {ShaderId::AlphaTested, "", [](int x, int y) { return Tested(x, y, Texel(Texture0, x, y) * Colour); }},
     {ShaderId::Text, "", Text},
-    {ShaderId::TextUnderline, "",
-     [](int x, int y) {
-         return Shade{1, 1, 1, Fade} * CornerAt(x, y);
-     }},
+    {ShaderId::TextUnderline, "", [](int x, int y) { return Shade{1, 1, 1, Fade} * CornerAt(x, y); }},
     {ShaderId::TextImage, "", TextImage},
     {ShaderId::SeparateAlpha, "", Separate},
     {ShaderId::SeparateAlphaTested, "", [](int x, int y) { return Tested(x, y, Separate(x, y)); }},
@@ -164,8 +160,9 @@ protected:
         }
         glDisable(GL_BLEND);
         glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
-        for (GLuint const n : {0u, 1u, 4u})
+        for (GLuint const n : {0u, 1u, 4u}) {
             glDisableVertexAttribArray(n);
+        }
         glUseProgram(0);
     }
 
@@ -178,8 +175,9 @@ protected:
             return GLuint(program);
         }
         GLuint found = 1;
-        while (found < 100 && !(glIsProgram(found) && glGetUniformLocation(found, m_pProgram->marker) >= 0))
+        while (found < 100 && !(glIsProgram(found) && glGetUniformLocation(found, m_pProgram->marker) >= 0)) {
             ++found;
+        }
         return found;
     }
 
@@ -202,8 +200,9 @@ protected:
             // The third column counts for nothing.
             {"mTextureScale", {1, 0, 0, 0, 0, 1, 0, 0, 5.0f / W, 7.0f / H, 1, 0, 2.0f / W, 1.0f / H, 0, 1}},
         };
-        for (auto const& uniform : uniforms)
+        for (auto const& uniform : uniforms) {
             Set(glGetUniformLocation(program, uniform.name), uniform.values);
+        }
         GLint const world = glGetUniformLocation(program, "mWorldToView");
         GLint const view = glGetUniformLocation(program, "mViewToViewport");
         float const offset = view >= 0 ? -2 : -1; // half the size, and either before or after that
@@ -238,13 +237,16 @@ protected:
 
 TEST_F(DrawnPrograms, GiveEachPixelWhatTheirSourcesSay) {
     Open();
-    for (char const* effect : {"GaussianBlurEffect", "DirectionalBlurEffect"})
+    for (char const* effect : {"GaussianBlurEffect", "DirectionalBlurEffect"}) {
         Device().GetEffectResource(Make<Effect>(effect)->GetResourceClassID());
-    for (int n = 0; n < SamplerCount; ++n)
+    }
+    for (int n = 0; n < SamplerCount; ++n) {
         m_textures.push_back(MakeTexture(MakeImage(W, H, [n](int x, int y) { return Noise(n, x, y); })));
+    }
     unsigned char table[TableSize];
-    for (int i = 0; i < TableSize; ++i)
+    for (int i = 0; i < TableSize; ++i) {
         table[i] = static_cast<unsigned char>((i * 255 + (TableSize - 1) / 2) / (TableSize - 1));
+    }
     m_textures.push_back(Texture::CreateTexture(TableSize, 1, TextureFormat::Alpha8, table, 0));
     for (Program const& program : Programs) {
         m_pProgram = &program;

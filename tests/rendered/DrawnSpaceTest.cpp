@@ -1,7 +1,6 @@
 // Picking finds what is seen, whatever perspective and depth make of it.
 
 #include "Stage.h"
-
 #include "trevik/kelvo/SelectionPoint.h"
 
 namespace kelvo::test {
@@ -19,8 +18,9 @@ protected:
         Device().SetSelectionMode(Vector2T<RealFloat>(RealFloat(x) + 0.5f, RealFloat(y) + 0.5f), &selected);
         Root().Render(Device());
         Device().SetRenderMode();
-        if (selected.IsEmpty())
+        if (selected.IsEmpty()) {
             return {0, 0, 0, 255};
+        }
         Vector const colour = static_cast<Sprite*>(selected[0].m_pNode)->GetColorProperty().GetValue();
         return {std::uint8_t(colour.x * 255), std::uint8_t(colour.y * 255), std::uint8_t(colour.z * 255),
                 255};

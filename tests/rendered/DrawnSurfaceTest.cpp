@@ -1,7 +1,6 @@
 // Textures that live in surfaces, as they are seen.
 
 #include "Stage.h"
-
 #include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 
@@ -24,9 +23,10 @@ protected:
         SurfaceInfo info = {};
         auto* const pPixels = static_cast<unsigned char*>(texture.Lock());
         ASSERT_TRUE(pPixels && texture.GetSurfaceInfo(&info));
-        for (int y = 0; y < info.m_nHeight; ++y)
+        for (int y = 0; y < info.m_nHeight; ++y) {
             std::memcpy(pPixels + y * info.m_nStride, &picture.At(0, picture.Height() - 1 - y),
                         std::size_t(picture.Width()) * 4);
+        }
         texture.Unlock();
     }
 
@@ -51,8 +51,9 @@ TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLastOnAnyThreadAndADemotionSho
         Ref<Texture> const pTexture = MakeTexture(Picture(10));
         Ref<Sprite> const pSprite = AddSprite(Root(), 7, 5, pTexture);
         EXPECT_TRUE(Shows(Expected(Picture(10)), Rounding, "before"));
-        if (!pTexture->Promote(fDouble))
+        if (!pTexture->Promote(fDouble)) {
             GTEST_SKIP() << "no images of graphic buffers";
+        }
         Write(*pTexture, Picture(60));
         EXPECT_TRUE(Shows(Expected(Picture(10)), Rounding, "promoted"));
         for (int nBlue = 50; nBlue < 250; nBlue += 50) {

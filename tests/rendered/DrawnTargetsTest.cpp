@@ -15,8 +15,9 @@ constexpr Tolerance FewerBits = {8, 4, "a target's 5, 6 and 5 bits of colour"};
 class DrawnTargets : public Stage {
 protected:
     void DrawScene() override {
-        if (m_fInTarget)
+        if (m_fInTarget) {
             Device().SwapTargetBuffers(false);
+        }
         Stage::DrawScene();
         m_readings.clear();
         for (RectangleT<int> const& rectangle : m_rectangles) {

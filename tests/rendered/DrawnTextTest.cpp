@@ -1,7 +1,6 @@
 // Texts as a person sees them.
 
 #include "Stage.h"
-
 #include "trevik/kelvo/BitmapFont.h"
 #include "trevik/kelvo/Text.h"
 

@@ -42,8 +42,9 @@ EGLConfig EglProgram::Config(ColourSizes sizes) const {
     EGLint nCount = 0;
     EXPECT_TRUE(eglChooseConfig(m_display, attributes, configs, 64, &nCount));
     for (EGLint n = 0; n < nCount; ++n) {
-        if (Sizes(configs[n]) == sizes)
+        if (Sizes(configs[n]) == sizes) {
             return configs[n];
+        }
     }
     ADD_FAILURE() << "no configuration of sizes " << sizes.r << sizes.g << sizes.b << sizes.a;
     return nullptr;

@@ -2,12 +2,11 @@
 
 #include "kelvo_test/Image.h"
 
-#include <kelvo_desktop/OffscreenWindow.h>
-
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES2/gl2.h>
 #include <gtest/gtest.h>
+#include <kelvo_desktop/OffscreenWindow.h>
 
 #include <vector>
 

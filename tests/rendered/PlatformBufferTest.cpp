@@ -25,8 +25,9 @@ class PlatformBuffer : public EglProgram {
 protected:
     void SetUp() override {
         EglProgram::SetUp();
-        if (!HasExtension())
+        if (!HasExtension()) {
             GTEST_SKIP() << "no images";
+        }
         m_surface = StartDrawing(Config(), m_window);
     }
     bool HasExtension() const {
@@ -212,8 +213,9 @@ TEST_F(PlatformBuffer, RowsLieAStrideApartTheFirstAtTheTopAlsoWherePixelsAreMany
         texture = fImageFirst ? texture : MakeTexture(MakeImage(pBuffer));
         Image const expected = test::MakeImage(Width, Height, [&](int x, int y) {
             Pixel pixel = colour(each.columns * x + each.columns / 2, each.rows * y + each.rows / 2);
-            if (each.format == android::PIXEL_FORMAT_BGRA_8888)
+            if (each.format == android::PIXEL_FORMAT_BGRA_8888) {
                 std::swap(pixel.r, pixel.b);
+            }
             return pixel;
         });
         EXPECT_TRUE(CompareImages(Show(texture), expected));

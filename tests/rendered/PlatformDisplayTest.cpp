@@ -1,8 +1,7 @@
 #include "EglProgram.h"
 
-#include <kelvo_desktop/Display.h>
-
 #include <dlfcn.h>
+#include <kelvo_desktop/Display.h>
 
 #include <cstdlib>
 #include <string>
@@ -86,8 +85,9 @@ TEST_F(PlatformDisplay, PlatformIsChosenByTheProgramBeforeTheEnvironment) {
 }
 
 TEST_F(PlatformDisplay, ThereIsNoneForAWishThatCannotBeMet) {
-    for (char const* platform : {"x12", "device:", "device:-1", "device:1x", "device:99999", "Surfaceless"})
+    for (char const* platform : {"x12", "device:", "device:-1", "device:1x", "device:99999", "Surfaceless"}) {
         EXPECT_FALSE(desktop::SelectPlatform(platform)) << platform;
+    }
     EXPECT_TRUE(desktop::SelectPlatform("device:9999") && desktop::SelectPlatform(nullptr));
     for (char const* platform : {"device:99", "x12"}) {
         setenv("KELVO_EGL_PLATFORM", platform, 1);
@@ -104,14 +104,16 @@ TEST_F(PlatformDisplay, ThereIsNoneForAWishThatCannotBeMet) {
  * failure.
  */
 int CountConfigsOfForeignDisplay() {
-    if (!desktop::SelectPlatform("device:0") || eglGetDisplay(EGL_DEFAULT_DISPLAY) == EGL_NO_DISPLAY)
+    if (!desktop::SelectPlatform("device:0") || eglGetDisplay(EGL_DEFAULT_DISPLAY) == EGL_NO_DISPLAY) {
         return -1;
+    }
     EGLDisplay const foreign =
         eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
     EGLint nConfigs = -1;
     if (!eglInitialize(foreign, nullptr, nullptr) ||
-        !eglChooseConfig(foreign, nullptr, nullptr, 0, &nConfigs))
+        !eglChooseConfig(foreign, nullptr, nullptr, 0, &nConfigs)) {
         return -1;
+    }
     return nConfigs;
 }
 

@@ -65,8 +65,9 @@ TEST_F(PlatformFrame, IsHandedToTheWindowWithItsNumberAndReusedStorage) {
         Clear(fCapture ? Green : Red);
         ASSERT_TRUE(eglSwapBuffers(m_display, surface));
         EXPECT_EQ(window.LastFrame().pixels.empty(), !fCapture && storage.empty());
-        if (fCapture)
+        if (fCapture) {
             storage.push_back(window.LastFrame().pixels.data());
+        }
     }
     EXPECT_EQ(serials, (std::vector<unsigned long>{2, 4}));
     EXPECT_EQ(window.frameCount, 4u);

@@ -143,12 +143,14 @@ TEST_F(PlatformWindow, ThreadsSwapsEndWhenAnotherDestroysItOrTerminatesItsDispla
             nError = eglGetError();
             eglReleaseThread();
         });
-        while (nFrames < 3)
+        while (nFrames < 3) {
             std::this_thread::yield();
-        if (fTerminate)
+        }
+        if (fTerminate) {
             eglTerminate(display);
-        else
+        } else {
             pWindow.reset();
+        }
         renderer.join();
         EXPECT_EQ(nError, fTerminate ? EGL_NOT_INITIALIZED : EGL_BAD_NATIVE_WINDOW);
     }

@@ -1,8 +1,7 @@
 #include "EglProgram.h"
 
-#include <kelvo_desktop/Display.h>
-
 #include <dlfcn.h>
+#include <kelvo_desktop/Display.h>
 
 #include <chrono>
 #include <cstdlib>
@@ -42,14 +41,16 @@ class PlatformX11 : public EglProgram {
 protected:
     void SetUp() override {
         m_pServer = std::getenv("DISPLAY") && m_x.XOpenDisplay ? m_x.XOpenDisplay(nullptr) : nullptr;
-        if (!m_pServer)
+        if (!m_pServer) {
             GTEST_SKIP() << "no X server";
+        }
         ASSERT_TRUE(desktop::SelectPlatform("x11"));
         EglProgram::SetUp();
     }
     void TearDown() override {
-        if (!m_pServer)
+        if (!m_pServer) {
             return;
+        }
         EglProgram::TearDown();
         desktop::SelectPlatform(nullptr);
         m_x.XCloseDisplay(m_pServer);
@@ -67,8 +68,9 @@ protected:
     Image Shown(unsigned long id, unsigned width, unsigned height) const {
         constexpr int ZPixmap = 2;
         void* const picture = m_x.XGetImage(m_pServer, id, 0, 0, width, height, ~0ul, ZPixmap);
-        if (!picture)
+        if (!picture) {
             return Image(int(width), int(height));
+        }
         Image const shown = MakeImage(int(width), int(height), [&](int x, int y) {
             unsigned long const colour = m_x.XGetPixel(picture, x, y);
             return Pixel{std::uint8_t(colour >> 16), std::uint8_t(colour >> 8), std::uint8_t(colour)};

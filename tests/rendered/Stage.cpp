@@ -33,8 +33,9 @@ bool IsMeant(std::string const& error) {
 
 void GL_APIENTRY NoteError(GLenum, GLenum type, GLuint, GLenum, GLsizei, GLchar const* message,
                            void const* user) {
-    if (type == GL_DEBUG_TYPE_ERROR_KHR && !IsMeant(message))
+    if (type == GL_DEBUG_TYPE_ERROR_KHR && !IsMeant(message)) {
         static_cast<std::vector<std::string>*>(const_cast<void*>(user))->push_back(message);
+    }
 }
 
 bool HasDebugCallback() {
@@ -57,16 +58,18 @@ std::uint8_t ToByte(double value) {
 
 ErrorWatch::ErrorWatch() : m_fCallback(HasDebugCallback()) {
     testing::Test::RecordProperty("errors", m_fCallback ? "told by a debug callback" : "read from flags");
-    if (!m_fCallback)
+    if (!m_fCallback) {
         return;
+    }
     glEnable(GL_DEBUG_OUTPUT_KHR);
     glEnable(GL_DEBUG_OUTPUT_SYNCHRONOUS_KHR);
     SetDebugCallback(&NoteError, &m_errors);
 }
 
 ErrorWatch::~ErrorWatch() {
-    if (m_fCallback)
+    if (m_fCallback) {
         SetDebugCallback(nullptr, nullptr);
+    }
 }
 
 std::vector<std::string> ErrorWatch::Take() {
@@ -95,8 +98,9 @@ Stage::~Stage() {
     m_pDevice.reset();
     EXPECT_EQ(m_diagnostics.Failures(), std::vector<std::string>());
     if (HasFailure()) {
-        for (std::string const& message : m_diagnostics.Messages())
+        for (std::string const& message : m_diagnostics.Messages()) {
             std::fprintf(stderr, "traced: %s\n", message.c_str());
+        }
     }
 }
 
@@ -186,8 +190,9 @@ Canvas::Canvas(int width, int height, Shade const& clear)
     : m_nWidth(width), m_nHeight(height), m_shades(std::size_t(width) * std::size_t(height), clear) {}
 
 void Canvas::BlendPixel(int x, int y, Shade const& shade) {
-    if (x < 0 || y < 0 || x >= m_nWidth || y >= m_nHeight)
+    if (x < 0 || y < 0 || x >= m_nWidth || y >= m_nHeight) {
         return;
+    }
     Shade& below = m_shades[std::size_t(m_nHeight - 1 - y) * std::size_t(m_nWidth) + std::size_t(x)];
     below.r = shade.r * shade.a + below.r * (1 - shade.a);
     below.g = shade.g * shade.a + below.g * (1 - shade.a);
@@ -196,8 +201,9 @@ void Canvas::BlendPixel(int x, int y, Shade const& shade) {
 }
 
 void Canvas::Blend(int x, int y, int width, int height, Shade const& shade) {
-    for (int n = 0; n < width * height; ++n)
+    for (int n = 0; n < width * height; ++n) {
         BlendPixel(x + n % width, y + n / width, shade);
+    }
 }
 
 void Canvas::Blend(int x, int y, Image const& picture, double opacity) {

@@ -8,9 +8,8 @@
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/Window.h"
 
-#include <kelvo_desktop/OffscreenWindow.h>
-
 #include <gtest/gtest.h>
+#include <kelvo_desktop/OffscreenWindow.h>
 
 #include <memory>
 #include <string>

@@ -3,10 +3,10 @@
 //
 //     kelvo-compare-pictures LEVELS ACTUAL EXPECTED
 
+#include "kelvo_test/Image.h"
+
 #include <cstdio>
 #include <cstdlib>
-
-#include "kelvo_test/Image.h"
 
 int main(int argc, char** argv) {
     using namespace kelvo::test;

@@ -15,13 +15,15 @@ Image::Image(int width, int height, Pixel fill)
     : m_nWidth(width), m_nHeight(height), m_pixels(std::size_t(width) * height, fill) {}
 
 Image::Image(int width, int height, std::uint8_t const* rgba) : Image(width, height) {
-    if (!m_pixels.empty())
+    if (!m_pixels.empty()) {
         std::memcpy(m_pixels.data(), rgba, m_pixels.size() * sizeof(Pixel));
+    }
 }
 
 void Image::Fill(int left, int top, int width, int height, Pixel colour) {
-    for (int y = top; y < top + height; ++y)
+    for (int y = top; y < top + height; ++y) {
         std::fill_n(&At(left, y), width, colour);
+    }
 }
 
 Image Image::Cut(int left, int top, int width, int height) const {
@@ -40,14 +42,16 @@ bool Image::Save(std::string const& path) const {
 bool Image::Load(std::string const& path) {
     png_image png = {};
     png.version = PNG_IMAGE_VERSION;
-    if (!png_image_begin_read_from_file(&png, path.c_str()))
+    if (!png_image_begin_read_from_file(&png, path.c_str())) {
         return false;
+    }
     bool const fAlpha = (png.format & PNG_FORMAT_FLAG_ALPHA) != 0;
     png.format = PNG_FORMAT_RGBA;
     Image loaded(png.width, png.height);
     loaded.m_fAlpha = fAlpha;
-    if (!png_image_finish_read(&png, nullptr, loaded.m_pixels.data(), 0, nullptr))
+    if (!png_image_finish_read(&png, nullptr, loaded.m_pixels.data(), 0, nullptr)) {
         return false;
+    }
     *this = std::move(loaded);
     return true;
 }
@@ -104,10 +108,12 @@ std::string OutputStem(std::string const& label) {
     std::error_code ignored; // a folder that cannot be made shows in the saving
     std::filesystem::create_directories(output, ignored);
     std::string sName = "outside-a-test";
-    if (auto const* test = testing::UnitTest::GetInstance()->current_test_info())
+    if (auto const* test = testing::UnitTest::GetInstance()->current_test_info()) {
         sName = std::string(test->test_suite_name()) + "." + test->name();
-    if (!label.empty())
+    }
+    if (!label.empty()) {
         sName += "-" + label;
+    }
     std::replace(sName.begin(), sName.end(), '/', '_');
     return (output / sName).string();
 }
@@ -135,8 +141,9 @@ testing::AssertionResult CompareImages(Image const& actual, Image const& expecte
     Difference difference;
     if (fSameSize) {
         difference = Measure(actual, expected);
-        if (difference.nMax <= tolerance.maxDifference && difference.fMean <= tolerance.meanDifference)
+        if (difference.nMax <= tolerance.maxDifference && difference.fMean <= tolerance.meanDifference) {
             return testing::AssertionSuccess();
+        }
         int const nX = difference.nWorstX;
         int const nY = difference.nWorstY;
         failure << "largest difference " << difference.nMax << " (at most " << tolerance.maxDifference
@@ -150,8 +157,9 @@ testing::AssertionResult CompareImages(Image const& actual, Image const& expecte
     std::string const sStem = OutputStem(label);
     SaveAs(sStem + "-actual.png", actual, failure);
     SaveAs(sStem + "-expected.png", expected, failure);
-    if (fSameSize)
+    if (fSameSize) {
         SaveAs(sStem + "-difference.png", difference.picture, failure);
+    }
     return failure;
 }
 

@@ -1,4 +1,5 @@
 #include "kelvo_test/Image.h"
+
 #include "kelvo_test/TemporaryFolder.h"
 
 #include <cstdlib>

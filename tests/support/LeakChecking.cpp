@@ -52,8 +52,9 @@ public:
         // Mesa's, and not by way of the layer's choice, which is for the tests to make.
         EGLDisplay const display =
             eglGetPlatformDisplay(EGL_PLATFORM_SURFACELESS_MESA, EGL_DEFAULT_DISPLAY, nullptr);
-        if (!eglInitialize(display, nullptr, nullptr))
+        if (!eglInitialize(display, nullptr, nullptr)) {
             return;
+        }
         // Listed first: loading takes the lock that is held while listing.
         std::vector<std::string> libraries;
         dl_iterate_phdr(
@@ -62,8 +63,9 @@ public:
                 return 0;
             },
             &libraries);
-        for (std::string const& sLibrary : libraries)
+        for (std::string const& sLibrary : libraries) {
             dlopen(sLibrary.c_str(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE);
+        }
         eglTerminate(display);
     }
 };

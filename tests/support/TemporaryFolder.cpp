@@ -1,19 +1,20 @@
 #include "kelvo_test/TemporaryFolder.h"
 
+#include <stdlib.h>
+
 #include <algorithm>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <iterator>
 
-#include <stdlib.h>
-
 namespace kelvo::test {
 
 TemporaryFolder::TemporaryFolder()
     : m_sPath((std::filesystem::temp_directory_path() / "kelvo-test-XXXXXX").string()) {
-    if (!mkdtemp(m_sPath.data()))
+    if (!mkdtemp(m_sPath.data())) {
         std::abort();
+    }
 }
 
 TemporaryFolder::~TemporaryFolder() {
@@ -41,8 +42,9 @@ std::string TemporaryFolder::ReadText(std::string const& name) const {
 
 std::vector<std::string> TemporaryFolder::List() const {
     std::vector<std::string> names;
-    for (auto const& entry : std::filesystem::directory_iterator(m_sPath))
+    for (auto const& entry : std::filesystem::directory_iterator(m_sPath)) {
         names.push_back(entry.path().filename().string());
+    }
     std::sort(names.begin(), names.end());
     return names;
 }

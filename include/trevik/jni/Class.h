@@ -1,10 +1,10 @@
 #pragma once
 
+#include "trevik/Export.h"
+
 #include <jni.h>
 
 #include <atomic>
-
-#include "trevik/Export.h"
 
 namespace trevik::jni {
 

@@ -1,10 +1,10 @@
 #pragma once
 
-#include <jni.h>
-
 #include "trevik/Encoding.h"
 #include "trevik/Export.h"
 #include "trevik/StringEncoded.h"
+
+#include <jni.h>
 
 namespace trevik::jni {
 

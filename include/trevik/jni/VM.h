@@ -1,8 +1,8 @@
 #pragma once
 
-#include <jni.h>
-
 #include "trevik/Export.h"
+
+#include <jni.h>
 
 namespace trevik::jni {
 

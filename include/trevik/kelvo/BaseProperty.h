@@ -1,8 +1,5 @@
 #pragma once
 
-#include <atomic>
-#include <new>
-
 #include "trevik/Debug.h"
 #include "trevik/Delegate.h"
 #include "trevik/Export.h"
@@ -16,6 +13,9 @@
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <atomic>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -1,13 +1,13 @@
 #pragma once
 
-#include <new>
-
 #include "trevik/Export.h"
 #include "trevik/Referenced.h"
 #include "trevik/Types.h"
 #include "trevik/kelvo/ITraceable.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/Reflection.h"
+
+#include <new>
 
 namespace trevik::kelvo {
 

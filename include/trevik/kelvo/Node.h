@@ -1,7 +1,5 @@
 #pragma once
 
-#include <new>
-
 #include "trevik/Encoding.h"
 #include "trevik/Export.h"
 #include "trevik/List.h"
@@ -15,6 +13,8 @@
 #include "trevik/kelvo/NodeUserdata.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/Reflection.h"
+
+#include <new>
 
 namespace trevik::kelvo {
 

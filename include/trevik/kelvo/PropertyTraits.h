@@ -1,12 +1,12 @@
 #pragma once
 
+#include "trevik/kelvo/PropertyType.h"
+#include "trevik/kelvo/Serializer.h"
+
 #include <climits>
 #include <cstring>
 #include <type_traits>
 #include <utility>
-
-#include "trevik/kelvo/PropertyType.h"
-#include "trevik/kelvo/Serializer.h"
 
 namespace trevik::kelvo {
 

@@ -1,8 +1,5 @@
 #pragma once
 
-#include <cstring>
-#include <new>
-
 #include "trevik/List.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Controller.h"
@@ -10,6 +7,9 @@
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
+
+#include <cstring>
+#include <new>
 
 namespace trevik::kelvo {
 

@@ -19,15 +19,18 @@ EGLint DrawOrangeFrame(void* window) {
     EGLConfig config = nullptr;
     EGLint nCount = 0;
     if (!eglInitialize(display, nullptr, nullptr) ||
-        !eglChooseConfig(display, attributes, &config, 1, &nCount))
+        !eglChooseConfig(display, attributes, &config, 1, &nCount)) {
         return eglGetError();
+    }
     EGLSurface const surface =
         eglCreateWindowSurface(display, config, reinterpret_cast<EGLNativeWindowType>(window), nullptr);
-    if (surface == EGL_NO_SURFACE)
+    if (surface == EGL_NO_SURFACE) {
         return eglGetError();
+    }
     EGLContext const context = eglCreateContext(display, config, EGL_NO_CONTEXT, version);
-    if (!eglMakeCurrent(display, surface, surface, context))
+    if (!eglMakeCurrent(display, surface, surface, context)) {
         return eglGetError();
+    }
     glClearColor(1, 0.4f, 0, 1);
     glClear(GL_COLOR_BUFFER_BIT);
     EGLint const nError = eglSwapBuffers(display, surface) ? EGL_SUCCESS : eglGetError();

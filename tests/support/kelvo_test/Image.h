@@ -64,8 +64,9 @@ template <class Colour>
 Image MakeImage(int width, int height, Colour const& colour) {
     Image image(width, height);
     for (int y = 0; y < height; ++y) {
-        for (int x = 0; x < width; ++x)
+        for (int x = 0; x < width; ++x) {
             image.At(x, y) = colour(x, y);
+        }
     }
     return image;
 }

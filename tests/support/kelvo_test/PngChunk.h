@@ -1,10 +1,10 @@
 #pragma once
 
+#include <zlib.h>
+
 #include <cstddef>
 #include <cstdint>
 #include <vector>
-
-#include <zlib.h>
 
 namespace kelvo::test {
 

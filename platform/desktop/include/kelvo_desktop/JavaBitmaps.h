@@ -1,8 +1,7 @@
 #pragma once
 
-#include <kelvo_desktop/Export.h>
-
 #include <jni.h>
+#include <kelvo_desktop/Export.h>
 
 namespace kelvo::desktop {
 
