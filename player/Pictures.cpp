@@ -1,7 +1,7 @@
 #include "Pictures.h"
 
 #include "Options.h"
-#include "PngWriter.h"
+#include "image/PngWriter.h"
 
 #include <cerrno>
 #include <cstdio>

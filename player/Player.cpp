@@ -4,7 +4,7 @@
 #include "HeldTraces.h"
 #include "Interrupt.h"
 #include "Report.h"
-#include "SceneReader.h"
+#include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"

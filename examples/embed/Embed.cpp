@@ -1,7 +1,7 @@
 // Draws one spinning, fading sprite off screen and writes the last frame: the library from C++, without a
 // scene file.
 
-#include "PngWriter.h"
+#include "image/PngWriter.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/Deserializer.h"

@@ -2,11 +2,11 @@
 // out bitmaps over the surfaces of one of its textures.
 
 #include "JObject.h"
-#include "PngWriter.h"
-#include "SceneReader.h"
+#include "image/PngWriter.h"
 #include "kelvo_desktop/JavaBitmaps.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "kelvo_host/Scene.h"
+#include "scene/SceneReader.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/jni/VM.h"
 #include "trevik/kelvo/GraphicsDevice.h"

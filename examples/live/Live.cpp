@@ -4,11 +4,11 @@
 //     kelvo-live examples/live/scene.json --out frames --frames 90
 
 #include "Handover.h"
-#include "PngWriter.h"
-#include "SceneReader.h"
 #include "Water.h"
+#include "image/PngWriter.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "kelvo_host/Scene.h"
+#include "scene/SceneReader.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Sprite.h"

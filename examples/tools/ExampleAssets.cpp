@@ -4,8 +4,8 @@
 #include "ExampleAssets.h"
 
 #include "Painting.h"
-#include "PixelPacking.h"
-#include "PngReader.h"
+#include "image/PixelPacking.h"
+#include "image/PngReader.h"
 
 #include <cstdio>
 #include <cstdlib>

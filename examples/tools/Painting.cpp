@@ -1,9 +1,9 @@
 #include "Painting.h"
 
-#include "Etc1.h"
-#include "PixelPacking.h"
-#include "Pkm.h"
-#include "PngWriter.h"
+#include "image/Etc1.h"
+#include "image/PixelPacking.h"
+#include "image/Pkm.h"
+#include "image/PngWriter.h"
 
 #include <algorithm>
 #include <cstdio>

@@ -1,10 +1,10 @@
 // Any bytes as the description of a bitmap font whose pages all have 64 x 32 pixels. What has been read is
 // whole: every glyph that covers something has its rectangle within a page.
 
-#include "../host/TestNodes.h"
-#include "BMFontReader.h"
 #include "ImageChecks.h"
-#include "PixelPacking.h"
+#include "font/BMFontReader.h"
+#include "image/PixelPacking.h"
+#include "kelvo_test/TestNodes.h"
 
 namespace {
 

@@ -2,9 +2,9 @@
 // read back the same; an object's properties are loaded from it and animated, and its fonts are loaded and
 // saved. A font that can be loaded must be safe to draw with, and be saved and loaded again the same.
 
-#include "../host/TestFonts.h"
 #include "FuzzChecks.h"
 #include "kelvo_host/DocumentFile.h"
+#include "kelvo_test/TestFonts.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"

@@ -1,8 +1,8 @@
 // Any bytes as a font file, read as pictures at two sizes and as meshes. A font is made whole or not at all,
 // what is wrong is said in one line, and what has been made keeps to what its users rely on.
 
-#include "FontFile.h"
 #include "FuzzChecks.h"
+#include "font/FontFile.h"
 
 #include <cmath>
 

@@ -1,7 +1,7 @@
 #pragma once
 
 #include "FuzzChecks.h"
-#include "Image.h"
+#include "image/Image.h"
 
 namespace fuzz {
 

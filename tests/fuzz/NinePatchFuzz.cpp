@@ -3,8 +3,8 @@
 // are sound otherwise, since nothing else would get past their checksums.
 
 #include "ImageChecks.h"
-#include "NinePatchImage.h"
-#include "PngWriter.h"
+#include "image/NinePatchImage.h"
+#include "image/PngWriter.h"
 #include "kelvo_test/PngChunk.h"
 
 #include <cstring>

@@ -3,7 +3,7 @@
 // moves lines a little where many of them coincide, so a few of the places looked at may differ.
 
 #include "FuzzChecks.h"
-#include "GlyphTriangles.h"
+#include "font/GlyphTriangles.h"
 #include "kelvo_test/Plane.h"
 
 #include <algorithm>

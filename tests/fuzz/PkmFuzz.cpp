@@ -2,7 +2,7 @@
 // alpha.
 
 #include "ImageChecks.h"
-#include "Pkm.h"
+#include "image/Pkm.h"
 
 namespace {
 

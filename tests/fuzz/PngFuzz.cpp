@@ -2,7 +2,7 @@
 // header.
 
 #include "ImageChecks.h"
-#include "PngReader.h"
+#include "image/PngReader.h"
 
 #include <zlib.h>
 

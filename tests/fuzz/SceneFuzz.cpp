@@ -2,9 +2,9 @@
 // one, in which tags, types and attributes are numbers of those that loaders know, so that variations stay
 // close to scenes. What loads must be playable, must save, and must load again the same.
 
-#include "../host/TestFonts.h"
 #include "FuzzChecks.h"
 #include "kelvo_host/Scene.h"
+#include "kelvo_test/TestFonts.h"
 
 #include <algorithm>
 #include <sstream>

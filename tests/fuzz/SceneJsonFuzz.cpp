@@ -2,8 +2,8 @@
 // has been read can be saved and loaded again.
 
 #include "FuzzChecks.h"
-#include "SceneReader.h"
 #include "kelvo_host/Scene.h"
+#include "scene/SceneReader.h"
 
 using namespace trevik;
 using namespace trevik::kelvo;

@@ -7,10 +7,10 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "NodeGroups.h"
-#include "SceneReader.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "kelvo_test/GoldenText.h"
+#include "scene/SceneReader.h"
 #include "trevik/Allocation.h"
 #include "trevik/Assert.h"
 #include "trevik/ClassRegistry.h"

@@ -2,8 +2,8 @@
 
 #include "JObject.h"
 #include "Machine.h"
-#include "Stage.h"
 #include "TextureGL2.h"
+#include "kelvo_test/Stage.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 #include "trevik/kelvo/TextureFormat.h"

@@ -1,7 +1,7 @@
 // The examples play, and show what their comments say.
 
 #include "ProcessRunner.h"
-#include "TestFiles.h"
+#include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
 

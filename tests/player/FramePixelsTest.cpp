@@ -3,7 +3,7 @@
 
 #include "FramePixels.h"
 
-#include "TestNodes.h"
+#include "kelvo_test/TestNodes.h"
 
 #include <gtest/gtest.h>
 

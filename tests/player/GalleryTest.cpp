@@ -1,7 +1,7 @@
 // The scenes of the README's gallery: they play, move and look as its pictures say.
 
 #include "ProcessRunner.h"
-#include "TestFiles.h"
+#include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -1,5 +1,5 @@
 #include "ProcessRunner.h"
-#include "TestFiles.h"
+#include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
 

@@ -1,7 +1,7 @@
 #include "ProcessRunner.h"
 
-#include "ImageReader.h"
-#include "PixelPacking.h"
+#include "image/ImageReader.h"
+#include "image/PixelPacking.h"
 
 #include <fcntl.h>
 #include <signal.h>

@@ -1,6 +1,6 @@
 // Blend modes, whose effect draws sprites in its own way.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Camera.h"
 #include "trevik/kelvo/Effect.h"

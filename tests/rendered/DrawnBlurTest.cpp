@@ -1,6 +1,6 @@
 // Blurred subtrees: the passes through their targets leave a picture upright and in its place.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 
 namespace kelvo::test {

@@ -1,6 +1,6 @@
 // Antialiased edges of turned sprites: a ramp where there is a step without, as wide as the angle allows.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 
 #include <cmath>
 

@@ -1,6 +1,6 @@
 // Masks on a real driver: what is seen of what they cover, and what they leave behind in the stencil buffer.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/Mask.h"
 
 #include <GLES2/gl2.h>

@@ -2,8 +2,8 @@
 // says.
 
 #include "ShaderCatalogue.h"
-#include "Stage.h"
 #include "TextureGL2.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/Effect.h"
 
 #include <GLES2/gl2.h>

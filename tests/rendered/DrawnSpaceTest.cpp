@@ -1,6 +1,6 @@
 // Picking finds what is seen, whatever perspective and depth make of it.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/SelectionPoint.h"
 
 namespace kelvo::test {

@@ -1,6 +1,6 @@
 // Sprites as a person sees them: where they are, which way up, and how they blend.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 
 namespace kelvo::test {
 namespace {

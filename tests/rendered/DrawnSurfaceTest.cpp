@@ -1,6 +1,6 @@
 // Textures that live in surfaces, as they are seen.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/kelvo/SurfaceInfo.h"
 

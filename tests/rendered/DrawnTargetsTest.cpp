@@ -1,6 +1,6 @@
 // Frames that go through the frame targets, and pixels that are read back.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 
 namespace kelvo::test {
 namespace {

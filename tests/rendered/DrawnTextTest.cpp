@@ -1,6 +1,6 @@
 // Texts as a person sees them.
 
-#include "Stage.h"
+#include "kelvo_test/Stage.h"
 #include "trevik/kelvo/BitmapFont.h"
 #include "trevik/kelvo/Text.h"
 

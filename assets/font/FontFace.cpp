@@ -1,0 +1,192 @@
+#include "font/FontFace.h"
+
+#include <algorithm>
+#include <cstdio>
+
+#include FT_OUTLINE_H
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+constexpr std::size_t MaximumCharacters = 65536;
+constexpr std::size_t MaximumPairedCharacters = 1000;
+
+/** FreeType's own function for this answers nothing in most builds; its headers have the texts. */
+char const* TextOf(FT_Error nError) {
+    switch (FT_ERROR_BASE(nError)) {
+#undef FTERRORS_H_
+#define FT_ERRORDEF(name, value, text)                                                                       \
+    case value:                                                                                              \
+        return text;
+#include FT_ERRORS_H
+    default:
+        return "unknown error";
+    }
+}
+
+/** The sizes of a font that has pictures only: "11, 13". */
+std::string ListSizes(FT_Face pFace) {
+    std::string list;
+    for (FT_Int i = 0; i < std::min(pFace->num_fixed_sizes, 20); ++i) {
+        list += (i == 0 ? "" : ", ") + std::to_string(RoundToPixels(pFace->available_sizes[i].y_ppem));
+    }
+    return list;
+}
+
+} // namespace
+
+int RoundToPixels(long long nDistance) {
+    return static_cast<int>((nDistance + 32) >> 6);
+}
+
+FontFace::~FontFace() {
+    FT_Done_Face(m_pFace);
+    FT_Done_FreeType(m_pLibrary);
+}
+
+bool FontFace::Fail(std::string& error, std::string const& what) const {
+    return assets::Fail(error, m_sName + ": " + what);
+}
+
+bool FontFace::Fail(std::string& error, FontCharacter const& character, std::string const& what) const {
+    char code[16];
+    std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned int>(character.nCodePoint));
+    return Fail(error, std::string("the glyph of ") + code + " " + what);
+}
+
+bool FontFace::Open(FontOptions const& options, std::string& error) {
+    if (options.pixelsPerEm < 1 || options.pixelsPerEm > 512) {
+        return Fail(error, "cannot be read at " + std::to_string(options.pixelsPerEm) +
+                               " pixels per em, only at 1 to 512");
+    }
+    if (options.faceIndex < 0) {
+        return Fail(error, "has no face " + std::to_string(options.faceIndex));
+    }
+    if (FT_Error const nError = FT_Init_FreeType(&m_pLibrary)) {
+        return Fail(error, std::string("FreeType does not start: ") + TextOf(nError));
+    }
+    return OpenFace(options.faceIndex, error) && SetSize(options.pixelsPerEm, error) &&
+           FindCharacters(options.codePoints, error);
+}
+
+bool FontFace::OpenFace(int nFace, std::string& error) {
+    if (m_bytes.size == 0) {
+        return Fail(error, "is empty");
+    }
+    auto const open = [this](FT_Long nIndex) {
+        return FT_New_Memory_Face(m_pLibrary, m_bytes.data, static_cast<FT_Long>(m_bytes.size), nIndex,
+                                  &m_pFace);
+    };
+    FT_Error const nError = open(nFace);
+    if (nError == 0) {
+        return true;
+    }
+    // Index -1 gives no face that could be used, but counts them.
+    if (nFace > 0 && open(-1) == 0 && (nFace & 0xFFFF) >= m_pFace->num_faces) {
+        return Fail(error, "has no face " + std::to_string(nFace) + ", only " +
+                               std::to_string(m_pFace->num_faces) + ", the first one being 0");
+    }
+    return Fail(error, std::string("is not a font that can be read: ") + TextOf(nError));
+}
+
+bool FontFace::SetSize(int nPixelsPerEm, std::string& error) {
+    m_nPixelsPerEm = nPixelsPerEm;
+    auto const nSize = static_cast<FT_UInt>(nPixelsPerEm);
+    FT_Error const nError = FT_Set_Pixel_Sizes(m_pFace, nSize, nSize);
+    if (nError == 0) {
+        return true;
+    }
+    std::string const at = " at " + std::to_string(nPixelsPerEm) + " pixels per em";
+    if (!HasOutlines() && m_pFace->num_fixed_sizes > 0) {
+        return Fail(error, "has no glyphs" + at + ", only at " + ListSizes(m_pFace));
+    }
+    return Fail(error, "cannot be used" + at + ": " + TextOf(nError));
+}
+
+bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, std::string& error) {
+    if (!m_pFace->charmap) {
+        return Fail(error, "has no table that leads from Unicode to its glyphs");
+    }
+    std::sort(codePoints.begin(), codePoints.end());
+    codePoints.erase(std::unique(codePoints.begin(), codePoints.end()), codePoints.end());
+    for (std::uint32_t const nCodePoint : codePoints) {
+        FT_UInt const nGlyph = nCodePoint <= 0x10FFFF ? FT_Get_Char_Index(m_pFace, nCodePoint) : 0;
+        if (nGlyph != 0) {
+            m_characters.push_back({nCodePoint, nGlyph});
+        }
+    }
+    if (m_characters.size() > MaximumCharacters) {
+        return Fail(error, "has " + std::to_string(m_characters.size()) +
+                               " of the glyphs asked for, more than the " +
+                               std::to_string(MaximumCharacters) + " allowed");
+    }
+    return true;
+}
+
+FT_GlyphSlot FontFace::LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, std::string& error) {
+    if (FT_Error const nError = FT_Load_Glyph(m_pFace, character.nGlyph, nFlags)) {
+        Fail(error, character, std::string("cannot be loaded: ") + TextOf(nError));
+        return nullptr;
+    }
+    return m_pFace->glyph;
+}
+
+bool FontFace::RenderGlyph(FontCharacter const& character, std::string& error) {
+    FT_Error const nError = FT_Render_Glyph(m_pFace->glyph, FT_RENDER_MODE_NORMAL);
+    return nError == 0 || Fail(error, character, std::string("cannot be drawn: ") + TextOf(nError));
+}
+
+bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, std::string& error) const {
+    FT_Size_Metrics const& size = m_pFace->size->metrics;
+    FontMetrics metrics;
+    metrics.m_rXPixelsPerEm = metrics.m_rYPixelsPerEm = static_cast<RealFloat>(m_nPixelsPerEm);
+    int const nAscent = std::max(RoundToPixels(size.ascender), 0);
+    int const nDescent = std::max(RoundToPixels(-static_cast<long long>(size.descender)), 0);
+    metrics.m_rAscent = static_cast<RealFloat>(nAscent);
+    metrics.m_rDescent = static_cast<RealFloat>(nDescent);
+    metrics.m_rLeading = static_cast<RealFloat>(std::max(RoundToPixels(size.height) - nAscent - nDescent, 0));
+    font.SetMetrics(metrics);
+    SetUnderline(font, fUnderline);
+    return SetKerning(font, kerning) || Fail(error, "not enough memory for its kerning");
+}
+
+void FontFace::SetUnderline(Font& font, bool fUnderline) const {
+    FT_Fixed const nScale = m_pFace->size->metrics.y_scale;
+    long long nThickness = FT_MulFix(m_pFace->underline_thickness, nScale);
+    long long nCentre = -static_cast<long long>(FT_MulFix(m_pFace->underline_position, nScale)); // down
+    if (!HasOutlines() || nThickness <= 0) {
+        // The font does not say: a line as it is usual in those that do.
+        nThickness = m_nPixelsPerEm * 64 / 14;
+        nCentre = m_nPixelsPerEm * 64 / 8;
+    }
+    // Whole pixels, so that no edge of the line is blurred.
+    int const nPixels = std::max(RoundToPixels(nThickness), 1);
+    font.GetUnderlineProperty().SetValue(fUnderline);
+    font.GetUnderlineThicknessProperty().SetValue(static_cast<RealFloat>(nPixels));
+    font.GetUnderlinePositionProperty().SetValue(
+        static_cast<RealFloat>(RoundToPixels(nCentre - nPixels * 32LL)));
+}
+
+bool FontFace::SetKerning(Font& font, FT_Kerning_Mode mode) const {
+    if (!FT_HAS_KERNING(m_pFace)) {
+        return true;
+    }
+    std::size_t const nPaired = std::min(m_characters.size(), MaximumPairedCharacters);
+    for (std::size_t i = 0; i < nPaired; ++i) {
+        for (std::size_t j = 0; j < nPaired; ++j) {
+            FontCharacter const& first = m_characters[i];
+            FontCharacter const& second = m_characters[j];
+            FT_Vector distance = {0, 0};
+            if (FT_Get_Kerning(m_pFace, first.nGlyph, second.nGlyph, mode, &distance) == 0 &&
+                distance.x != 0 &&
+                !font.SetKerning(first.nCodePoint, second.nCodePoint,
+                                 static_cast<RealFloat>(distance.x) / 64)) {
+                return false;
+            }
+        }
+    }
+    return true;
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,66 @@
+#pragma once
+
+#include "font/FontFile.h"
+#include "trevik/kelvo/Font.h"
+
+#include <ft2build.h>
+
+#include <cstddef>
+#include <string>
+#include <vector>
+#include FT_FREETYPE_H
+
+namespace trevik::kelvo::assets {
+
+/** A code point that a face has a glyph for. */
+struct FontCharacter {
+    std::uint32_t nCodePoint;
+    FT_UInt nGlyph;
+};
+
+/** A face of a font file at one size, with the glyphs of it that are wanted. */
+class FontFace {
+public:
+    /** `name` stands for the file in messages. The bytes must outlive the face. */
+    FontFace(ByteSpan bytes, std::string const& name) : m_bytes(bytes), m_sName(name) {}
+    ~FontFace();
+    FontFace(FontFace const&) = delete;
+    FontFace& operator=(FontFace const&) = delete;
+
+    bool Open(FontOptions const& options, std::string& error);
+
+    /** The wanted glyphs that are there, by code point, each code point once. */
+    std::vector<FontCharacter> const& GetCharacters() const { return m_characters; }
+    bool HasOutlines() const { return FT_IS_SCALABLE(m_pFace); }
+
+    /** Loads a glyph; null when that fails. It is there until the next one is loaded. */
+    FT_GlyphSlot LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, std::string& error);
+    /** Rasterises the glyph that has just been loaded. */
+    bool RenderGlyph(FontCharacter const& character, std::string& error);
+
+    /** Gives a font this face's measures, its underline and the kerning of its glyphs. */
+    bool Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, std::string& error) const;
+
+    /** Fails with a line about the file, or about a glyph of it. */
+    bool Fail(std::string& error, std::string const& what) const;
+    bool Fail(std::string& error, FontCharacter const& character, std::string const& what) const;
+
+private:
+    bool OpenFace(int nFace, std::string& error);
+    bool SetSize(int nPixelsPerEm, std::string& error);
+    bool FindCharacters(std::vector<std::uint32_t> codePoints, std::string& error);
+    void SetUnderline(Font& font, bool fUnderline) const;
+    bool SetKerning(Font& font, FT_Kerning_Mode mode) const;
+
+    ByteSpan m_bytes;
+    std::string m_sName;
+    FT_Library m_pLibrary = nullptr;
+    FT_Face m_pFace = nullptr;
+    int m_nPixelsPerEm = 0;
+    std::vector<FontCharacter> m_characters;
+};
+
+/** The nearest whole number of pixels to a distance in 64ths of a pixel. */
+int RoundToPixels(long long nDistance);
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,12 @@
+#pragma once
+
+#include "font/FontFace.h"
+
+namespace trevik::kelvo::assets {
+
+/** Rasterises the glyphs of a face onto pages, and gives them to a font. `name` becomes part of the pages'.
+ */
+bool MakeGlyphPictures(FontFace& face, std::string const& name, FontOptions const& options,
+                       ClassRegistry const& registry, BitmapFont& font, std::string& error);
+
+} // namespace trevik::kelvo::assets

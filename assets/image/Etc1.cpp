@@ -1,0 +1,91 @@
+#include "image/Etc1.h"
+
+#include <ETC1/etc1.h>
+
+#include <algorithm>
+#include <cstddef>
+#include <cstring>
+#include <new>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+constexpr int kBlockExtent = 4;
+
+void GatherBlock(RgbaPicture const& picture, Etc1Plane plane, int left, int top, etc1_byte* block) {
+    for (int y = 0; y < kBlockExtent; ++y) {
+        for (int x = 0; x < kBlockExtent; ++x, block += 3) {
+            std::uint8_t const* pixel =
+                picture.At(std::min(left + x, picture.width - 1), std::min(top + y, picture.height - 1));
+            if (plane == Etc1Plane::Colour) {
+                std::memcpy(block, pixel, 3);
+            } else {
+                std::memset(block, pixel[3], 3);
+            }
+        }
+    }
+}
+
+void ScatterBlock(etc1_byte const* block, Etc1Plane plane, int left, int top, RgbaPicture& picture) {
+    int const width = std::min(kBlockExtent, picture.width - left);
+    int const height = std::min(kBlockExtent, picture.height - top);
+    for (int y = 0; y < height; ++y) {
+        for (int x = 0; x < width; ++x) {
+            etc1_byte const* source = block + static_cast<std::ptrdiff_t>(y * kBlockExtent + x) * 3;
+            std::uint8_t* pixel = picture.At(left + x, top + y);
+            // The shader takes the alpha from the red channel.
+            if (plane == Etc1Plane::Colour) {
+                std::memcpy(pixel, source, 3);
+            } else {
+                pixel[3] = source[0];
+            }
+        }
+    }
+}
+
+} // namespace
+
+void EncodeEtc1Plane(RgbaPicture const& picture, Etc1Plane plane, std::uint8_t* out) {
+    constexpr etc1_uint32 kAllPixels = 0xFFFF;
+    for (int top = 0; top < picture.height; top += kBlockExtent) {
+        for (int left = 0; left < picture.width; left += kBlockExtent, out += ETC1_ENCODED_BLOCK_SIZE) {
+            etc1_byte block[ETC1_DECODED_BLOCK_SIZE];
+            GatherBlock(picture, plane, left, top, block);
+            etc1_encode_block(block, kAllPixels, out);
+        }
+    }
+}
+
+void DecodeEtc1Plane(std::uint8_t const* in, Etc1Plane plane, RgbaPicture& picture) {
+    for (int top = 0; top < picture.height; top += kBlockExtent) {
+        for (int left = 0; left < picture.width; left += kBlockExtent, in += ETC1_ENCODED_BLOCK_SIZE) {
+            etc1_byte block[ETC1_DECODED_BLOCK_SIZE];
+            etc1_decode_block(in, block);
+            ScatterBlock(block, plane, left, top, picture);
+        }
+    }
+}
+
+bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name, ImageData& out,
+                std::string& error) {
+    if (image.levels.empty()) {
+        return Fail(error, name + ": there are no pixels to encode");
+    }
+    if (IsEtc1(image.format) || !IsSupported(image.format)) {
+        return Fail(error, name + ": pixels of texture format " + std::to_string(int(image.format)) +
+                               " cannot be encoded");
+    }
+    try {
+        ImageOptions options;
+        options.encodeEtc1 = true;
+        options.mipLevels = fMipLevels;
+        // Padding adds up to three pixels to a size that was within somebody's limits when it was loaded.
+        options.limits.maxBytes = SIZE_MAX;
+        return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, error);
+    } catch (std::bad_alloc const&) {
+        return Fail(error, name + ": not enough memory to encode it");
+    }
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,25 @@
+#include "image/ImageReader.h"
+
+#include "file/FileBytes.h"
+#include "image/Pkm.h"
+#include "image/PngReader.h"
+
+#include <cstring>
+
+namespace trevik::kelvo::assets {
+
+bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
+    std::vector<std::uint8_t> bytes;
+    if (!ReadFile(path, options.limits.maxFileBytes, bytes, error)) {
+        return false;
+    }
+    if (bytes.size() >= 4 && std::memcmp(bytes.data(), "\x89PNG", 4) == 0) {
+        return LoadPng({bytes.data(), bytes.size()}, path, options, image, error);
+    }
+    if (bytes.size() >= 4 && std::memcmp(bytes.data(), "PKM ", 4) == 0) {
+        return LoadPkm(path, options, image, error);
+    }
+    return Fail(error, path + ": is neither a PNG nor a PKM file (at byte 0)");
+}
+
+} // namespace trevik::kelvo::assets

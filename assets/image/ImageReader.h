@@ -1,0 +1,13 @@
+#pragma once
+
+#include "image/Image.h"
+
+namespace trevik::kelvo::assets {
+
+/**
+ * Reads a PNG or PKM file; its first bytes say which, not its name. What each can do and how it fails is said
+ * with `LoadPng` and `LoadPkm`.
+ */
+bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error);
+
+} // namespace trevik::kelvo::assets

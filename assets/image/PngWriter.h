@@ -1,0 +1,26 @@
+#pragma once
+
+#include "image/Image.h"
+
+namespace trevik::kelvo::assets {
+
+/** A picture to be written: rows top first, `channels` bytes a pixel (3: R, G, B; 4: R, G, B, straight A). */
+struct PngPicture {
+    std::uint8_t const* pixels = nullptr;
+    int width = 0;
+    int height = 0;
+    int channels = 4;
+    std::size_t stride = 0; /**< bytes from row to row; 0 means that rows follow each other without gaps */
+};
+
+/** Encodes to memory. Fails, leaving `out` alone, for a picture without pixels or with other channels. */
+bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<std::uint8_t>& out,
+               std::string& error);
+
+/**
+ * Writes a PNG file. Whoever reads the path meanwhile finds the earlier file or the complete new one, never a
+ * part; on failure the earlier file is untouched.
+ */
+bool SavePng(std::string const& path, PngPicture const& picture, std::string& error);
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,191 @@
+#include "scene/JsonCursor.h"
+
+#include "scene/Suggestion.h"
+
+#include <cmath>
+#include <cstdio>
+#include <cstdlib>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+/** The text as a message can hold it: on one line and not too long. */
+std::string Quote(std::string const& text) {
+    constexpr std::size_t nLongest = 40;
+    std::string quoted = "\"";
+    for (std::size_t n = 0; n < text.size() && n < nLongest; ++n) {
+        unsigned char const unit = static_cast<unsigned char>(text[n]);
+        quoted += unit < ' ' || unit == 127 ? '?' : text[n];
+    }
+    return quoted + (text.size() > nLongest ? "...\"" : "\"");
+}
+
+std::string Describe(JsonValue const& value) {
+    switch (value.GetKind()) {
+    case JsonValue::Kind::Null:
+        return "null";
+    case JsonValue::Kind::Bool:
+        return value.GetBool() ? "true" : "false";
+    case JsonValue::Kind::Number:
+        return FormatNumber(value.GetNumber());
+    case JsonValue::Kind::String:
+        return "string " + Quote(value.GetText());
+    case JsonValue::Kind::Array:
+        return value.GetItems().empty() ? "an empty array"
+                                        : "an array of " + std::to_string(value.GetItems().size());
+    case JsonValue::Kind::Object:
+        return "an object";
+    }
+    return "nothing";
+}
+
+/** A member's name as a step of a path: on one line, not too long, and as JSON pointers write it. */
+std::string DescribeStep(std::string const& name) {
+    constexpr std::size_t nLongest = 60;
+    std::string step;
+    for (std::size_t n = 0; n < name.size() && n < nLongest; ++n) {
+        char const unit = name[n];
+        step += unit == '~'   ? "~0"
+                : unit == '/' ? "~1"
+                              : std::string(1, static_cast<unsigned char>(unit) < ' ' ? '?' : unit);
+    }
+    return name.size() > nLongest ? step + "..." : step;
+}
+
+/** The way from a value down to another. Only a fault asks for it, so it is looked for rather than kept. */
+bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path) {
+    if (&from == &to) {
+        return true;
+    }
+    bool const fObject = from.GetKind() == JsonValue::Kind::Object;
+    if (!fObject && from.GetKind() != JsonValue::Kind::Array) {
+        return false;
+    }
+    for (std::size_t n = 0; n < from.GetItems().size(); ++n) {
+        if (FindPath(from.GetItems()[n], to, path)) {
+            path.insert(0, "/" + (fObject ? DescribeStep(from.GetNames()[n]) : std::to_string(n)));
+            return true;
+        }
+    }
+    return false;
+}
+
+} // namespace
+
+std::string FormatNumber(double number) {
+    char text[40];
+    for (int nDigits = 6; nDigits <= 17; ++nDigits) {
+        std::snprintf(text, sizeof text, "%.*g", nDigits, number);
+        if (std::strtod(text, nullptr) == number) {
+            break;
+        }
+    }
+    return text;
+}
+
+void JsonCursor::Fail(std::string const& what) const {
+    std::string path;
+    FindPath(m_pSource->root, *m_pValue, path);
+    throw JsonFault{m_pSource->name + ":" + std::to_string(m_pValue->GetLine()) + ": " +
+                    (path.empty() ? path : path + ": ") + what};
+}
+
+void JsonCursor::FailExpected(std::string const& what) const {
+    Fail("expected " + what + ", found " + Describe(*m_pValue));
+}
+
+bool JsonCursor::ReadBool() const {
+    if (!Is(JsonValue::Kind::Bool)) {
+        FailExpected("true or false");
+    }
+    return m_pValue->GetBool();
+}
+
+double JsonCursor::ReadNumber(double minimum, double maximum) const {
+    if (!Is(JsonValue::Kind::Number)) {
+        FailExpected("a number");
+    }
+    double const number = m_pValue->GetNumber();
+    if (!(number >= minimum && number <= maximum)) {
+        FailExpected("a number from " + FormatNumber(minimum) + " to " + FormatNumber(maximum));
+    }
+    return number;
+}
+
+int JsonCursor::ReadInteger(int nMinimum, int nMaximum) const {
+    if (!Is(JsonValue::Kind::Number) || m_pValue->GetNumber() != std::floor(m_pValue->GetNumber())) {
+        FailExpected("a whole number");
+    }
+    double const number = m_pValue->GetNumber();
+    if (number < nMinimum || number > nMaximum) {
+        FailExpected("a whole number from " + std::to_string(nMinimum) + " to " + std::to_string(nMaximum));
+    }
+    return static_cast<int>(number);
+}
+
+std::string const& JsonCursor::ReadText() const {
+    if (!Is(JsonValue::Kind::String)) {
+        FailExpected("a string");
+    }
+    return m_pValue->GetText();
+}
+
+std::size_t JsonCursor::ReadWord(char const* what, std::vector<std::string> const& words) const {
+    std::string const& text = ReadText();
+    for (std::size_t n = 0; n < words.size(); ++n) {
+        if (words[n] == text) {
+            return n;
+        }
+    }
+    Fail("unknown " + std::string(what) + " " + Quote(text) + DescribeKnownNames(text, words));
+}
+
+std::size_t JsonCursor::ReadCount(std::string const& what, std::size_t nExact) const {
+    if (!Is(JsonValue::Kind::Array) || (nExact != 0 && m_pValue->GetItems().size() != nExact)) {
+        FailExpected(what);
+    }
+    return m_pValue->GetItems().size();
+}
+
+void JsonCursor::ReadObject(char const* what) const {
+    if (!Is(JsonValue::Kind::Object)) {
+        FailExpected(what);
+    }
+}
+
+void JsonCursor::CheckNames(std::vector<std::string> const& known) const {
+    for (std::size_t n = 0; n < GetMemberCount(); ++n) {
+        std::string const& name = GetMemberName(n);
+        bool fKnown = name == "comment";
+        for (std::string const& other : known) {
+            fKnown = fKnown || other == name;
+        }
+        if (!fKnown) {
+            GetMember(n).FailUnknownName(name, "key", known);
+        }
+    }
+}
+
+void JsonCursor::FailUnknownName(std::string const& name, char const* what,
+                                 std::vector<std::string> const& known) const {
+    Fail("unknown " + std::string(what) + " " + Quote(name) + DescribeKnownNames(name, known));
+}
+
+std::optional<JsonCursor> JsonCursor::Find(std::string const& name) const {
+    JsonValue const* const pValue = m_pValue->Find(name);
+    if (!pValue) {
+        return std::nullopt;
+    }
+    return JsonCursor(*m_pSource, *pValue);
+}
+
+JsonCursor JsonCursor::Require(std::string const& name) const {
+    std::optional<JsonCursor> const found = Find(name);
+    if (!found) {
+        Fail("there is no \"" + name + "\"");
+    }
+    return *found;
+}
+
+} // namespace trevik::kelvo::assets

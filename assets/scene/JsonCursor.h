@@ -1,0 +1,79 @@
+#pragma once
+
+#include "scene/JsonDocument.h"
+
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+/** What is wrong with a JSON document, as one line; thrown and caught inside the readers. */
+struct JsonFault {
+    std::string text;
+};
+
+/** A JSON document and the name that messages give it. */
+struct JsonSource {
+    std::string name;
+    JsonValue root;
+};
+
+/**
+ * A place in a JSON document. Reading something else than what stands there throws a JsonFault that begins
+ * with "name:line: /path/to/value: ". The document must outlive it.
+ */
+class JsonCursor {
+public:
+    explicit JsonCursor(JsonSource const& source) : JsonCursor(source, source.root) {}
+
+    JsonValue const& GetValue() const { return *m_pValue; }
+    bool Is(JsonValue::Kind kind) const { return m_pValue->GetKind() == kind; }
+
+    /** Throws "file:line: /path: what". */
+    [[noreturn]] void Fail(std::string const& what) const;
+    /** Throws "expected <what>, found <what stands here>". */
+    [[noreturn]] void FailExpected(std::string const& what) const;
+
+    bool ReadBool() const;
+    /** A number that lies in a range. */
+    double ReadNumber(double minimum, double maximum) const;
+    /** A number without a fraction that lies in a range. */
+    int ReadInteger(int nMinimum, int nMaximum) const;
+    std::string const& ReadText() const;
+    /** One of some words; returns its index. */
+    std::size_t ReadWord(char const* what, std::vector<std::string> const& words) const;
+
+    /**
+     * The number of elements of an array, which `what` describes; `nExact`, when not 0, is what it must be.
+     */
+    std::size_t ReadCount(std::string const& what, std::size_t nExact = 0) const;
+    JsonCursor GetItem(std::size_t nIndex) const {
+        return JsonCursor(*m_pSource, m_pValue->GetItems()[nIndex]);
+    }
+
+    /** Throws unless this is an object. */
+    void ReadObject(char const* what) const;
+    /** Throws at the first member whose name is not among the known ones; "comment" always is. */
+    void CheckNames(std::vector<std::string> const& known) const;
+    /** Throws for a name that has no meaning here, with the known one that is nearest to it. */
+    [[noreturn]] void FailUnknownName(std::string const& name, char const* what,
+                                      std::vector<std::string> const& known) const;
+    std::size_t GetMemberCount() const { return m_pValue->GetNames().size(); }
+    std::string const& GetMemberName(std::size_t nMember) const { return m_pValue->GetNames()[nMember]; }
+    JsonCursor GetMember(std::size_t nMember) const { return GetItem(nMember); }
+    std::optional<JsonCursor> Find(std::string const& name) const;
+    /** The same, but throws when there is none. */
+    JsonCursor Require(std::string const& name) const;
+
+private:
+    JsonCursor(JsonSource const& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
+
+    JsonSource const* m_pSource;
+    JsonValue const* m_pValue;
+};
+
+/** The number as short as it can be written without becoming another one. */
+std::string FormatNumber(double number);
+
+} // namespace trevik::kelvo::assets

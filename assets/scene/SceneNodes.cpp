@@ -1,0 +1,331 @@
+#include "scene/SceneNodes.h"
+
+#include "scene/SceneValues.h"
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/Effect.h"
+#include "trevik/kelvo/Interpolate.h"
+#include "trevik/kelvo/Mask.h"
+#include "trevik/kelvo/NodeVisitor.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+
+#include <algorithm>
+#include <utility>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+constexpr std::size_t MaximumNodes = 100000;
+constexpr std::size_t MaximumMaskVertices = 30000;
+
+void RequireMemory(JsonCursor const& place, bool fEnough) {
+    if (!fEnough) {
+        place.Fail("there is not enough memory");
+    }
+}
+
+/** A new object of the class T or one derived from it, of the class registered under `name`; else null. */
+template <class T>
+Ref<T> Create(ClassRegistry const& registry, std::string const& name) {
+    Ref<Referenced> const pObject(registry.Create(HashName(name.data(), name.size())));
+    return Ref<T>(dynamic_cast<T*>(pObject.Get()));
+}
+
+/** The names of classes of nodes that can be had now. */
+std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
+    std::vector<std::string> known;
+    for (std::string const& name : GetNodeClassNames()) {
+        unsigned int const nClassID = HashName(name.data(), name.size());
+        if (nClassID == TransformNode::ClassID || registry.IsRegistered(nClassID)) {
+            known.push_back(name);
+        }
+    }
+    return known;
+}
+
+/** The keys that are no properties, by kind of node. */
+std::vector<std::string> GetKeys(Node const& node) {
+    std::vector<std::string> keys = {"class", "name", "children", "masks", "effects"};
+    if (node.IsKindOf(Timeline::ClassID)) {
+        keys.insert(keys.end(), {"frameRate", "playing", "timeMap", "camera"});
+    } else if (node.IsKindOf(Sprite::ClassID)) {
+        keys.push_back("texture");
+    } else if (node.IsKindOf(Text::ClassID)) {
+        keys.insert(keys.end(), {"font", "background"});
+    } else if (node.IsKindOf(Camera::ClassID)) {
+        keys.push_back("lens");
+    }
+    return keys;
+}
+
+List<Vector2T<int>> ToPairs(std::vector<NinePatchInfo::Band> const& bands) {
+    List<Vector2T<int>> pairs;
+    for (NinePatchInfo::Band const& band : bands) {
+        pairs.Append(Vector2T<int>(band.first, band.count));
+    }
+    return pairs;
+}
+
+/** Sets a property, unless the node that `place` describes does so itself. */
+template <class T>
+void SetUnlessGiven(JsonCursor const& place, PropertyList& properties, char const* pName, T const& value) {
+    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    if (pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value && !place.Find(pName)) {
+        static_cast<BaseProperty<T>*>(pEntry->m_pProperty)->SetValue(value);
+    }
+}
+
+/** Gives a nine-patch sprite what its texture's image says, as far as the sprite does not say it itself. */
+void TakeNinePatch(JsonCursor const& place, NinePatchInfo const& info, PropertyList& properties) {
+    SetUnlessGiven(place, properties, "NinePatchPairX", ToPairs(info.x));
+    SetUnlessGiven(place, properties, "NintPatchPairY", ToPairs(info.y));
+    // A rectangle's top is its least y, and y goes up: what a background adds there is its lower edge.
+    SetUnlessGiven(
+        place, properties, "ContentMargin",
+        RectangleT<RealFloat>(static_cast<RealFloat>(info.left), static_cast<RealFloat>(info.bottom),
+                              static_cast<RealFloat>(info.right), static_cast<RealFloat>(info.top)));
+}
+
+} // namespace
+
+std::vector<std::string> const& GetNodeClassNames() {
+    static std::vector<std::string> const s_names = {
+        "Timeline", "TransformNode", "Sprite", "NinePatchSprite", "Text", "Camera", "AlphaTestGroup"};
+    return s_names;
+}
+
+std::vector<std::string> const& GetEffectClassNames() {
+    static std::vector<std::string> const s_names = {"GaussianBlurEffect", "DirectionalBlurEffect",
+                                                     "BlendModeEffect"};
+    return s_names;
+}
+
+std::vector<std::string> GetPropertyNames(PropertyList const& properties) {
+    std::vector<std::string> names;
+    for (unsigned int n = 0; n < properties.GetCount(); ++n) {
+        if (char16_t const* const pName = properties.GetEntry(n).m_pDescriptor->m_pName) {
+            String8 const name{String16(pName)};
+            names.emplace_back(name.GetData(), name.GetLength());
+        }
+    }
+    return names;
+}
+
+RealFloat ReadFrameRate(JsonCursor const& place) {
+    return static_cast<RealFloat>(place.ReadNumber(0.001, 1000));
+}
+
+Ref<Timeline> SceneNodes::CreateTimeline(JsonCursor const& place) const {
+    Ref<Timeline> pTimeline = Create<Timeline>(m_registry, "Timeline");
+    if (!pTimeline) {
+        place.Fail("the back end has no class \"Timeline\"");
+    }
+    return pTimeline;
+}
+
+Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& className) const {
+    unsigned int const nClassID = HashName(className.data(), className.size());
+    if (nClassID == TransformNode::ClassID) {
+        return Ref<Node>(new TransformNode); // the host's own: no back end registers it
+    }
+    if (!m_registry.IsRegistered(nClassID)) {
+        place.FailUnknownName(className, "class", GetKnownClasses(m_registry));
+    }
+    Ref<Node> pNode = Create<Node>(m_registry, className);
+    if (!pNode) {
+        place.Fail("class \"" + className + "\" is no class of nodes");
+    }
+    return pNode;
+}
+
+void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay) {
+    std::size_t const nCount = place.ReadCount("an array of nodes");
+    for (std::size_t n = 0; n < nCount; ++n) {
+        Ref<Node> const pNode = ReadNode(place.GetItem(n), frameDelay);
+        parent.Attach(pNode.Get());
+        RequireMemory(place, pNode->GetParent() == &parent);
+    }
+}
+
+Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
+    place.ReadObject("a node: an object with \"class\"");
+    if (++m_nNodes > MaximumNodes) {
+        place.Fail("the scene has more than " + std::to_string(MaximumNodes) + " nodes");
+    }
+    JsonCursor const className = place.Require("class");
+    Ref<Node> pNode = CreateNode(className, className.ReadText());
+    if (pNode->IsKindOf(Camera::ClassID)) {
+        ReadLens(place, static_cast<Camera&>(*pNode));
+    }
+    ReadMembers(place, pNode->GetProperties(), GetKeys(*pNode));
+    if (std::optional<JsonCursor> const name = place.Find("name")) {
+        pNode->SetName(ToUtf16(name->ReadText()));
+    }
+    RealFloat childDelay = frameDelay;
+    if (pNode->IsKindOf(Timeline::ClassID)) {
+        ReadTimeline(place, static_cast<Timeline&>(*pNode), frameDelay);
+        childDelay = static_cast<Timeline&>(*pNode).GetFrameDelay();
+    } else if (pNode->IsKindOf(Sprite::ClassID)) {
+        ReadSprite(place, static_cast<Sprite&>(*pNode));
+    } else if (pNode->IsKindOf(Text::ClassID)) {
+        ReadText(place, static_cast<Text&>(*pNode), frameDelay);
+    }
+    ReadMasks(place, *pNode);
+    ReadEffects(place, *pNode);
+    if (std::optional<JsonCursor> const children = place.Find("children")) {
+        ReadChildren(*children, *pNode, childDelay);
+    }
+    return pNode;
+}
+
+/** Sets the properties among an object's members; all others must be keys. */
+void SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
+                             std::vector<std::string> const& keys) {
+    for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
+        std::string const& name = place.GetMemberName(n);
+        if (name == "comment" || std::find(keys.begin(), keys.end(), name) != keys.end()) {
+            continue;
+        }
+        PropertyList::Entry const* const pEntry = properties.Find(HashName(name.data(), name.size()));
+        if (!pEntry) {
+            std::vector<std::string> known = GetPropertyNames(properties);
+            known.insert(known.end(), keys.begin(), keys.end());
+            place.GetMember(n).FailUnknownName(name, "property or key", known);
+        }
+        ReadProperty(place.GetMember(n), name, *pEntry, m_budget);
+    }
+}
+
+void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay) {
+    std::optional<JsonCursor> const frameRate = place.Find("frameRate");
+    timeline.SetFrameDelay(frameRate ? 1 / ReadFrameRate(*frameRate) : frameDelay);
+    std::optional<JsonCursor> const playing = place.Find("playing");
+    timeline.SetAutoPlay(!playing || playing->ReadBool());
+    if (std::optional<JsonCursor> const timeMap = place.Find("timeMap")) {
+        timeline.SetTimeMapFunction(ReadEasing(*timeMap));
+    }
+    if (std::optional<JsonCursor> const camera = place.Find("camera")) {
+        timeline.SetCamera(ReadCamera(*camera).Get());
+    }
+}
+
+void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
+    std::optional<JsonCursor> const size = place.Find("Size");
+    if (size && IsAnimation(*size) && sprite.GetFactoryClassID() == Sprite::ClassID) {
+        size->Fail(
+            "a sprite's corners are placed when it is loaded, so its size cannot be animated; animate Scale");
+    }
+    std::optional<JsonCursor> const texture = place.Find("texture");
+    if (!texture) {
+        return;
+    }
+    SceneTexture const& found = m_textures.Find(*texture);
+    sprite.SetTexture(found.pTexture.Get());
+    if (!size) {
+        sprite.GetSizeProperty().SetValue(
+            SizeT<int>(found.pTexture->GetWidth(), found.pTexture->GetHeight()));
+    }
+    if (found.ninePatch && sprite.GetFactoryClassID() == HashName("NinePatchSprite")) {
+        TakeNinePatch(place, *found.ninePatch, sprite.GetProperties());
+    }
+}
+
+void SceneNodes::ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay) {
+    m_fonts.Use(place.Require("font"), text);
+    std::optional<JsonCursor> const background = place.Find("background");
+    if (!background) {
+        return;
+    }
+    Ref<Node> const pBackground = ReadNode(*background, frameDelay);
+    if (!pBackground->IsKindOf(Sprite::ClassID)) {
+        JsonCursor const className = background->Require("class");
+        className.Fail("class \"" + className.ReadText() + "\" is no class of sprites");
+    }
+    Sprite& sprite = static_cast<Sprite&>(*pBackground);
+    if (!sprite.GetTexture()) {
+        background->Fail("there is no \"texture\", without which a background is not drawn");
+    }
+    text.SetBackground(&sprite);
+}
+
+Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
+    place.ReadObject("a camera: an object with its properties");
+    std::optional<JsonCursor> const className = place.Find("class");
+    Ref<Node> const pNode =
+        CreateNode(className ? *className : place, className ? className->ReadText() : "Camera");
+    if (!pNode->IsKindOf(Camera::ClassID)) {
+        className->Fail("class \"" + className->ReadText() + "\" is no class of cameras");
+    }
+    Ref<Camera> pCamera(static_cast<Camera*>(pNode.Get()));
+    ReadLens(place, *pCamera);
+    ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"});
+    if (std::optional<JsonCursor> const name = place.Find("name")) {
+        pCamera->SetName(ToUtf16(name->ReadText()));
+    }
+    return pCamera;
+}
+
+/** Sets a camera up as a photographer would; its properties may change parts of that afterwards. */
+void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
+    std::optional<JsonCursor> const lens = place.Find("lens");
+    if (!lens) {
+        return;
+    }
+    lens->ReadObject("an object with \"focalLength\", \"filmWidth\" and \"size\"");
+    lens->CheckNames({"focalLength", "filmWidth", "size", "centred"});
+    JsonCursor const size = lens->Require("size");
+    size.ReadCount("2 numbers: width, height", 2);
+    std::optional<JsonCursor> const centred = lens->Find("centred");
+    camera.SetupMillimeter(static_cast<RealFloat>(lens->Require("focalLength").ReadNumber(1, 10000)),
+                           static_cast<RealFloat>(lens->Require("filmWidth").ReadNumber(1, 10000)),
+                           static_cast<RealFloat>(size.GetItem(0).ReadNumber(1, 100000)),
+                           static_cast<RealFloat>(size.GetItem(1).ReadNumber(1, 100000)),
+                           !centred || centred->ReadBool());
+}
+
+void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
+    std::optional<JsonCursor> const masks = place.Find("masks");
+    if (!masks) {
+        return;
+    }
+    std::size_t const nMasks = masks->ReadCount("an array of masks");
+    for (std::size_t n = 0; n < nMasks; ++n) {
+        std::string const what = "a mask: an array of 3-number corners, three to a triangle";
+        JsonCursor const corners = masks->GetItem(n);
+        std::size_t const nCorners = corners.ReadCount(what);
+        if (nCorners == 0 || nCorners % 3 != 0 || nCorners > MaximumMaskVertices) {
+            corners.FailExpected(what);
+        }
+        List<Vector3T<RealFloat>> vertices;
+        for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
+            RequireMemory(corners, vertices.Append(ReadVector3(corners.GetItem(nCorner))));
+        }
+        Ref<Mask> const pMask(new Mask);
+        RequireMemory(corners, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
+        node.AddMask(pMask.Get());
+        RequireMemory(corners, pMask->GetReferenceCount() > 1);
+    }
+}
+
+void SceneNodes::ReadEffects(JsonCursor const& place, Node& node) {
+    std::optional<JsonCursor> const effects = place.Find("effects");
+    if (!effects) {
+        return;
+    }
+    std::size_t const nEffects = effects->ReadCount("an array of effects");
+    for (std::size_t n = 0; n < nEffects; ++n) {
+        JsonCursor const effect = effects->GetItem(n);
+        effect.ReadObject("an effect: an object with \"class\"");
+        JsonCursor const className = effect.Require("class");
+        Ref<Effect> const pEffect = Create<Effect>(m_registry, className.ReadText());
+        if (!pEffect) {
+            className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
+        }
+        ReadMembers(effect, pEffect->GetProperties(), {"class"});
+        node.AddEffect(pEffect.Get());
+        RequireMemory(effect, pEffect->GetReferenceCount() > 1);
+    }
+}
+
+} // namespace trevik::kelvo::assets

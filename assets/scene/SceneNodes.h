@@ -1,0 +1,73 @@
+#pragma once
+
+#include "scene/JsonCursor.h"
+#include "scene/SceneFonts.h"
+#include "scene/SceneProperty.h"
+#include "scene/SceneTextures.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Camera.h"
+#include "trevik/kelvo/Node.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+#include "trevik/kelvo/Timeline.h"
+
+#include <string>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+/**
+ * Builds the nodes that a scene file describes. All operations throw a JsonFault when the description is
+ * wrong.
+ */
+class SceneNodes {
+public:
+    /**
+     * Objects are created through `registry`; `textures` are those that sprites may name, `fonts` those that
+     * texts may.
+     */
+    SceneNodes(ClassRegistry const& registry, SceneTextures const& textures, SceneFonts& fonts)
+        : m_registry(registry), m_textures(textures), m_fonts(fonts) {}
+
+    /**
+     * Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get `frameDelay`.
+     */
+    void ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay);
+    /** The camera that `place` describes. */
+    Ref<Camera> ReadCamera(JsonCursor const& place);
+    /** A new timeline, without anything read into it. */
+    Ref<Timeline> CreateTimeline(JsonCursor const& place) const;
+
+private:
+    Ref<Node> CreateNode(JsonCursor const& place, std::string const& className) const;
+    Ref<Node> ReadNode(JsonCursor const& place, RealFloat frameDelay);
+    void ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys);
+    void ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay);
+    void ReadSprite(JsonCursor const& place, Sprite& sprite);
+    void ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay);
+    void ReadLens(JsonCursor const& place, Camera& camera) const;
+    void ReadMasks(JsonCursor const& place, Node& node) const;
+    void ReadEffects(JsonCursor const& place, Node& node);
+
+    ClassRegistry const& m_registry;
+    SceneTextures const& m_textures;
+    SceneFonts& m_fonts;
+    SampleBudget m_budget;
+    std::size_t m_nNodes = 0;
+};
+
+/**
+ * The class names that scene files give to nodes, and those that they give to effects; a registry need not
+ * have them all, and may have more.
+ */
+std::vector<std::string> const& GetNodeClassNames();
+std::vector<std::string> const& GetEffectClassNames();
+
+/** The names under which an object's properties are registered. */
+std::vector<std::string> GetPropertyNames(PropertyList const& properties);
+
+/** Frames per second. Throws a JsonFault. */
+RealFloat ReadFrameRate(JsonCursor const& place);
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,23 @@
+#pragma once
+
+#include "image/Image.h"
+#include "kelvo_host/Scene.h"
+#include "trevik/ClassRegistry.h"
+
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+/**
+ * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are
+ * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
+ * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `error` that
+ * says where and what, when anything in the file does not fit.
+ */
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error);
+
+/** The same from memory. `name` stands for the path in messages; `folder` is empty or ends in "/". */
+bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+                   Scene& scene, std::string& error);
+
+} // namespace trevik::kelvo::assets

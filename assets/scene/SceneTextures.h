@@ -1,0 +1,52 @@
+#pragma once
+
+#include "image/NinePatchImage.h"
+#include "scene/JsonCursor.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/Ref.h"
+#include "trevik/kelvo/Texture.h"
+
+#include <map>
+#include <optional>
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+/** A texture of a scene, and how it stretches when it comes from a nine-patch image. */
+struct SceneTexture {
+    Ref<Texture> pTexture;
+    std::optional<NinePatchInfo> ninePatch;
+};
+
+/** The textures of a scene, by the names that its nodes use for them. */
+class SceneTextures {
+public:
+    /** Relative paths start at `folder`, which is empty or ends in "/". */
+    SceneTextures(std::string const& folder, ClassRegistry const& registry)
+        : m_folder(folder), m_registry(registry) {}
+
+    /** Reads the files of the textures that `place` describes. Throws a JsonFault. */
+    void Read(JsonCursor const& place);
+
+    /** The texture whose name stands at `place`. Throws a JsonFault when there is none. */
+    SceneTexture const& Find(JsonCursor const& place) const;
+
+    /**
+     * The same, but what looks like a path and is no texture's name is the path of a picture, which is read
+     * as it is.
+     */
+    SceneTexture const& FindOrRead(JsonCursor const& place);
+
+private:
+    SceneTexture ReadTexture(JsonCursor const& place, std::string const& name);
+    SceneTexture Load(JsonCursor const& place, std::string const& path, ImageOptions const& options,
+                      bool fNinePatch);
+
+    std::string m_folder;
+    ClassRegistry const& m_registry;
+    std::map<std::string, SceneTexture> m_textures;
+    std::map<std::string, SceneTexture> m_files; ///< those without a name, by their paths
+    std::size_t m_nBytes = 0;                    ///< of all textures
+};
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,41 @@
+#include "scene/SceneValues.h"
+
+namespace trevik::kelvo::assets {
+
+std::string ReadPath(JsonCursor const& place, std::string const& folder, char const* what) {
+    std::string const& path = place.ReadText();
+    if (path.empty() || path.find('\0') != std::string::npos) {
+        place.FailExpected(std::string("the path of ") + what);
+    }
+    return path[0] == '/' ? path : folder + path;
+}
+
+bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial) {
+    std::optional<JsonCursor> const flag = place.Find(pName);
+    return flag ? flag->ReadBool() : fInitial;
+}
+
+std::string ReadLines(JsonCursor const& place) {
+    if (!place.Is(JsonValue::Kind::Array)) {
+        return place.ReadText();
+    }
+    std::string text;
+    std::size_t const nLines = place.ReadCount("an array of lines");
+    for (std::size_t n = 0; n < nLines; ++n) {
+        text += (n == 0 ? "" : "\n") + place.GetItem(n).ReadText();
+    }
+    return text;
+}
+
+StringEncoded<UTF16Encoding> ToUtf16(std::string const& text) {
+    return String16(String8(text.data(), static_cast<unsigned int>(text.size())));
+}
+
+void VisitCharacters(std::string const& text, std::function<void(unsigned int)> const& visit) {
+    int const nLength = static_cast<int>(text.size());
+    for (int nIndex = 0; nIndex < nLength;) {
+        visit(static_cast<unsigned int>(UTF8Encoding::GetNextChar(text.data(), nIndex, nLength)));
+    }
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,30 @@
+#pragma once
+
+#include "scene/JsonCursor.h"
+#include "trevik/StringEncoded.h"
+
+#include <functional>
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+// What several parts of a scene file say in the same way. All throw a JsonFault.
+
+/**
+ * The path of a file, which `what` names ("an image file"); a relative one starts at `folder`, which is empty
+ * or ends in "/".
+ */
+std::string ReadPath(JsonCursor const& place, std::string const& folder, char const* what);
+
+/** The member `pName`, true or false; `fInitial` when there is none. */
+bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial = false);
+
+/** A text: a string, or an array of strings, which become its lines. */
+std::string ReadLines(JsonCursor const& place);
+
+StringEncoded<UTF16Encoding> ToUtf16(std::string const& text);
+
+/** Calls `visit` with each code point of a text in UTF-8, in order. */
+void VisitCharacters(std::string const& text, std::function<void(unsigned int)> const& visit);
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,378 @@
+#include "trevik/kelvo/Node.h"
+
+#include "kelvo/storage/NodeStorage.h"
+#include "trevik/Debug.h"
+#include "trevik/kelvo/Deserializer.h"
+#include "trevik/kelvo/MemoryTracer.h"
+#include "trevik/kelvo/Serializer.h"
+#include "trevik/kelvo/Timeline.h"
+#include "trevik/kelvo/TransformNode.h"
+
+#include <algorithm>
+
+namespace trevik::kelvo {
+
+namespace {
+
+void TraceRefusedChild(Node const& parent, char16_t const* pReason) {
+    Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: the node to attach %s", parent.GetPath().GetData(),
+                       pReason);
+}
+
+} // namespace
+
+Node::Node() = default;
+
+Node::Node(Node const& other) : Referenced(other), ITraceable(other), m_sName(other.m_sName) {}
+
+NodeUserdata::~NodeUserdata() = default;
+
+Node::~Node() {
+    ReleaseChildren();
+}
+
+void Node::ReleaseChildren() {
+    // All of them first: what goes with one of them may look at the others.
+    for (Node* pChild : m_children) {
+        pChild->SetParent(nullptr);
+    }
+    while (!m_children.IsEmpty()) {
+        Node* const pChild = m_children.Last();
+        m_children.RemoveLast();
+        pChild->ReleaseReference();
+    }
+}
+
+void Node::Reset() {
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Reset();
+    }
+}
+
+void Node::SetUserData(Ref<NodeUserdata> const& pUserdata) {
+    m_pUserdata = pUserdata;
+}
+
+NodeUserdata* Node::GetUserData() {
+    return m_pUserdata.Get();
+}
+
+NodeUserdata const* Node::GetUserData() const {
+    return m_pUserdata.Get();
+}
+
+bool Node::CanAttach(Node const* pChild) const {
+    if (!pChild) {
+        TraceRefusedChild(*this, u"is null");
+        return false;
+    }
+    if (IsKeptBy(*pChild)) {
+        TraceRefusedChild(*this, u"is this node itself or keeps it alive");
+        return false;
+    }
+    if (pChild->m_pParent != this && !HasRoomBelow(*pChild)) {
+        TraceRefusedChild(*this, u"would lie too deep");
+        return false;
+    }
+    return true;
+}
+
+char16_t const* Node::FindHoldFault(Node const& node) const {
+    if (IsKeptBy(node)) {
+        return u"keeps it alive";
+    }
+    return node.m_pParent || HasRoomBelow(node) ? nullptr : u"would lie too deep";
+}
+
+/**
+ * Whether this node is `node`, or is kept alive by it, directly or through others. Without memory to tell, it
+ * is.
+ */
+bool Node::IsKeptBy(Node const& node) const {
+    bool fHeld = false;
+    for (Node const* pNode = this; pNode; pNode = pNode->m_pParent) {
+        if (pNode == &node) {
+            return true;
+        }
+        fHeld = fHeld || pNode->m_pFirstHolder;
+    }
+    if (!fHeld || (node.m_children.IsEmpty() && !node.m_pHeld)) {
+        return false;
+    }
+    // Several ways may lead up to a node, as from a camera below its timeline: each node is looked at once.
+    List<Node const*> seen;
+    auto const See = [&seen](Node const* pNode) {
+        if (!pNode || pNode->m_fSeen) {
+            return true;
+        }
+        pNode->m_fSeen = seen.Append(pNode);
+        return pNode->m_fSeen;
+    };
+    bool fKept = !See(this);
+    for (unsigned int nSeen = 0; nSeen < seen.GetCount() && !fKept; ++nSeen) {
+        Node const* const pNode = seen[nSeen];
+        fKept = pNode == &node || !See(pNode->m_pParent);
+        for (Node const* pHolder = pNode->m_pFirstHolder; pHolder && !fKept;
+             pHolder = pHolder->m_pNextHolder) {
+            fKept = !See(pHolder);
+        }
+    }
+    for (Node const* pNode : seen) {
+        pNode->m_fSeen = false;
+    }
+    return fKept;
+}
+
+/** Whether the tree stays within MaximumDepth when `node` comes below this one. */
+bool Node::HasRoomBelow(Node const& node) const {
+    return CountLevelsAbove() + node.CountLevelsBelow() <= MaximumDepth;
+}
+
+/** From the top of the tree down to this node. A top that others hold lies below them. */
+unsigned int Node::CountLevelsAbove() const {
+    unsigned int nLevels = 1;
+    Node const* pTop = this;
+    for (; pTop->m_pParent; pTop = pTop->m_pParent) {
+        ++nLevels;
+    }
+    unsigned int nAbove = 0;
+    for (Node const* pHolder = pTop->m_pFirstHolder; pHolder; pHolder = pHolder->m_pNextHolder) {
+        nAbove = std::max(nAbove, pHolder->CountLevelsAbove());
+    }
+    return nAbove + nLevels;
+}
+
+/** From this node down. */
+unsigned int Node::CountLevelsBelow() const {
+    unsigned int nBelow = m_pHeld && !m_pHeld->m_pParent ? m_pHeld->CountLevelsBelow() : 0;
+    for (Node const* pChild : m_children) {
+        nBelow = std::max(nBelow, pChild->CountLevelsBelow());
+    }
+    return nBelow + 1;
+}
+
+void Node::NoteHeld(Node* pNode) {
+    if (m_pHeld) {
+        Node** ppHolder = &m_pHeld->m_pFirstHolder;
+        while (*ppHolder != this) {
+            ppHolder = &(*ppHolder)->m_pNextHolder;
+        }
+        *ppHolder = m_pNextHolder;
+    }
+    m_pHeld = pNode;
+    m_pNextHolder = nullptr;
+    if (pNode) {
+        m_pNextHolder = pNode->m_pFirstHolder;
+        pNode->m_pFirstHolder = this;
+    }
+}
+
+void Node::Attach(Node* pChild) {
+    if (CanAttach(pChild)) {
+        InsertChild(m_children.GetCount(), pChild);
+    }
+}
+
+void Node::AttachBefore(Node* pChild, Node* pSibling) {
+    if (CanAttach(pChild)) {
+        int const nSibling = m_children.IndexOf(pSibling);
+        InsertChild(nSibling < 0 ? m_children.GetCount() : static_cast<unsigned int>(nSibling), pChild);
+    }
+}
+
+void Node::AttachAfter(Node* pChild, Node* pSibling) {
+    if (CanAttach(pChild)) {
+        int const nSibling = m_children.IndexOf(pSibling);
+        InsertChild(nSibling < 0 ? m_children.GetCount() : static_cast<unsigned int>(nSibling) + 1, pChild);
+    }
+}
+
+void Node::Detach(Node* pChild) {
+    if (pChild && pChild->m_pParent == this) {
+        RemoveChild(static_cast<unsigned int>(m_children.IndexOf(pChild)));
+    }
+}
+
+void Node::SetParent(Node* pParent) {
+    m_pParent = pParent;
+    m_nParentVersion = 0;
+    if (m_pTransformNode) {
+        m_pTransformNode->SetSpace(pParent);
+    }
+}
+
+/** Makes `pChild` the child before the one at `nIndex`, or the last one. */
+void Node::InsertChild(unsigned int nIndex, Node* pChild) {
+    Node* const pOldParent = pChild->m_pParent;
+    if (pOldParent == this) {
+        MoveChild(static_cast<unsigned int>(m_children.IndexOf(pChild)), nIndex);
+        return;
+    }
+    if (!m_children.Insert(nIndex, pChild)) {
+        TraceRefusedChild(*this, u"finds no memory");
+        return;
+    }
+    pChild->AddReference(); // before the old parent drops its own
+    if (pOldParent) {
+        pOldParent->RemoveChild(static_cast<unsigned int>(pOldParent->m_children.IndexOf(pChild)));
+    }
+    pChild->SetParent(this);
+    MarkSubtreeChanged();
+}
+
+/** Puts the child at `nFrom` before the one at `nTo`, or at the end. */
+void Node::MoveChild(unsigned int nFrom, unsigned int nTo) {
+    Node* const pChild = m_children[nFrom];
+    for (; nFrom + 1 < nTo; ++nFrom) {
+        m_children[nFrom] = m_children[nFrom + 1];
+    }
+    for (; nFrom > nTo; --nFrom) {
+        m_children[nFrom] = m_children[nFrom - 1];
+    }
+    m_children[nFrom] = pChild;
+    MarkSubtreeChanged();
+}
+
+void Node::RemoveChild(unsigned int nIndex) {
+    Node* const pChild = m_children[nIndex];
+    m_children.RemoveAt(nIndex);
+    pChild->SetParent(nullptr);
+    MarkSubtreeChanged();
+    pChild->ReleaseReference();
+}
+
+void Node::MarkSubtreeChanged() {
+    Node* pNode = this;
+    while (pNode && !pNode->m_fSubtreeChanged) {
+        pNode->m_fSubtreeChanged = true;
+        pNode = pNode->m_fUpdatesSubtree ? nullptr : pNode->m_pParent;
+    }
+}
+
+void Node::Update(GraphicsDevice& device, RealFloat const& frame) {
+    Update(device, frame, RealFloat(0), false);
+}
+
+void Node::Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) {
+    EnsureRegistered();
+    InternalUpdate(device, frame, delta, fForce);
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Update(device, frame, delta, fForce);
+    }
+}
+
+bool Node::Save(Serializer& serializer) {
+    if (!SaveText(serializer, NodeID::Name, m_sName) || !InternalSave(serializer)) {
+        Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: the node cannot be saved", GetPath().GetData());
+        return false;
+    }
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        if (!SaveNode(serializer, NodeID::Node, *m_children[nChild])) {
+            return false;
+        }
+    }
+    return true;
+}
+
+bool Node::Load(Deserializer& deserializer) {
+    if (!LoadText(deserializer, NodeID::Name, m_sName)) {
+        return deserializer.Fail(u"its name is no UTF-16 text");
+    }
+    if (!InternalLoad(deserializer)) {
+        return deserializer.Fail(u"its own data does not fit");
+    }
+    for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
+        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() != NodeID::Node) {
+            continue;
+        }
+        Ref<Node> const pChild = LoadNode(deserializer, nChild);
+        if (!pChild) {
+            return false;
+        }
+        Attach(pChild.Get());
+        if (pChild->GetParent() != this) {
+            return deserializer.Fail(u"a child cannot be attached");
+        }
+    }
+    return true;
+}
+
+void Node::Reload() {
+    for (unsigned int nChild = 0; nChild < m_children.GetCount(); ++nChild) {
+        m_children[nChild]->Reload();
+    }
+}
+
+void Node::Emit(MemoryTracer* pTracer) {
+    pTracer->EmitAllocation(GetClassSize(), MemoryType::Object);
+    pTracer->EmitAllocation(m_sName.GetLength() * static_cast<unsigned int>(sizeof(char16_t)),
+                            MemoryType::Text);
+    GetProperties().Emit(pTracer);
+    for (Node* pChild : m_children) {
+        pTracer->EmitObject(pChild);
+    }
+}
+
+void Node::GetParents(Node* pRoot, List<Ref<Node>>& parents) {
+    for (Node* pNode = this; pNode != pRoot && pNode->m_pParent; pNode = pNode->m_pParent) {
+        parents.Append(pNode->m_pParent);
+    }
+}
+
+void Node::InternalRender(GraphicsDevice&) {}
+
+void Node::InternalSelect(GraphicsDevice&) {}
+
+Node* Node::FindNode(StringEncoded<UTF16Encoding> const& sName) {
+    List<Node*> pending;
+    pending.Append(this);
+    while (!pending.IsEmpty()) {
+        Node* const pNode = pending.Last();
+        if (pNode->m_sName == sName) {
+            return pNode;
+        }
+        pending.RemoveLast();
+        for (unsigned int nChild = pNode->m_children.GetCount(); nChild-- > 0;) {
+            pending.Append(pNode->m_children[nChild]);
+        }
+    }
+    return nullptr;
+}
+
+StringEncoded<UTF16Encoding> Node::GetPath() const {
+    List<Node const*> path;
+    for (Node const* pNode = this; pNode && path.Append(pNode); pNode = pNode->m_pParent) {}
+    StringEncoded<UTF16Encoding> sPath;
+    for (; !path.IsEmpty(); path.RemoveLast()) {
+        Node const* const pNode = path.Last();
+        int nIndex = -1;
+        if (pNode->m_pParent && pNode->m_sName.IsEmpty()) {
+            nIndex = pNode->m_pParent->m_children.IndexOf(const_cast<Node*>(pNode));
+        }
+        AppendPathStep(sPath, pNode->m_sName, nIndex);
+    }
+    return sPath;
+}
+
+Node* Node::CloneChildrenInto(Node* pCopy) const {
+    for (unsigned int nChild = 0; pCopy && nChild < m_children.GetCount(); ++nChild) {
+        Node* const pChild = m_children[nChild]->CloneTree();
+        if (pChild) {
+            pCopy->Attach(pChild);
+            if (pChild->m_pParent == pCopy) {
+                continue;
+            }
+        }
+        delete pChild;
+        delete pCopy;
+        return nullptr;
+    }
+    if (pCopy && IsKindOf(Timeline::ClassID) &&
+        !static_cast<Timeline*>(pCopy)->TakeCopiedCamera(static_cast<Timeline const&>(*this))) {
+        delete pCopy;
+        return nullptr;
+    }
+    return pCopy;
+}
+
+} // namespace trevik::kelvo

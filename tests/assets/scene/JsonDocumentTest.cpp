@@ -1,0 +1,93 @@
+#include "scene/JsonDocument.h"
+
+#include "kelvo_test/TestFiles.h"
+#include "scene/JsonCursor.h"
+
+#include <gtest/gtest.h>
+
+#include <string>
+
+namespace trevik::kelvo::assets {
+namespace {
+
+bool Parse(std::string const& text, JsonValue& root, std::string& error,
+           JsonLimits const& limits = JsonLimits()) {
+    return ParseJson({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, "f.json", limits,
+                     root, error);
+}
+
+JsonSource ParseSource(std::string const& text) {
+    JsonSource source{"f.json", JsonValue()};
+    std::string error;
+    EXPECT_TRUE(Parse(text, source.root, error)) << error;
+    return source;
+}
+
+TEST(JsonDocument, KeepsOrderKindsAndLines) {
+    JsonSource const source =
+        ParseSource("{\n \"b\": 1.5,\n \"a\": [true, null,\n  \"x\\u00e9\"\n ],\n \"c\": 2\n}\n");
+    JsonValue const& root = source.root;
+    EXPECT_EQ(root.GetNames(), (std::vector<std::string>{"b", "a", "c"}));
+    EXPECT_EQ(root.GetLine(), 1u);
+    EXPECT_EQ(root.GetItems()[0].GetNumber(), 1.5);
+    EXPECT_EQ(root.GetItems()[0].GetLine(), 2u);
+    JsonValue const& array = root.GetItems()[1];
+    EXPECT_EQ(array.GetLine(), 3u);
+    EXPECT_TRUE(array.GetItems()[0].GetBool());
+    EXPECT_EQ(array.GetItems()[1].GetKind(), JsonValue::Kind::Null);
+    EXPECT_EQ(array.GetItems()[2].GetText(), "x\xc3\xa9");
+    EXPECT_EQ(array.GetItems()[2].GetLine(), 4u);
+    // A number is read up to the line break behind it, and still belongs to the line before.
+    EXPECT_EQ(root.GetItems()[2].GetLine(), 6u);
+}
+
+TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
+    for (testing::TextCase const& bad : testing::ReadCases("scene/data/json-errors.txt")) {
+        JsonValue root(JsonValue::Kind::Bool);
+        std::string error;
+        EXPECT_FALSE(Parse(bad.text, root, error)) << bad.text;
+        EXPECT_TRUE(testing::IsMessage(error, "f.json:" + bad.expected));
+        EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
+    }
+}
+
+TEST(JsonDocument, KeepsToTheLimits) {
+    JsonLimits limits;
+    limits.nDepth = 3;
+    limits.nValues = 5;
+    JsonValue root;
+    std::string error;
+    EXPECT_TRUE(Parse("[[[1]]]", root, error, limits)) << error;
+    EXPECT_FALSE(Parse("[[\n[[]]]]", root, error, limits));
+    EXPECT_EQ(error, "f.json:2: arrays and objects are nested deeper than 3 levels");
+    EXPECT_TRUE(Parse("[1,2,3,4]", root, error, limits)) << error;
+    EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, error, limits));
+    EXPECT_EQ(error, "f.json:2: more than 5 values");
+}
+
+/** The text of the fault that `read` throws. */
+template <class Function>
+std::string FaultOf(Function read) {
+    try {
+        read();
+    } catch (JsonFault const& fault) {
+        return fault.text;
+    }
+    return "no fault";
+}
+
+TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
+    JsonSource const source =
+        ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
+                    "that goes on and on and on and on\"}");
+    JsonCursor const root(source);
+    JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
+    EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),
+              "f.json:1: /nodes/1/a~1b~0c: expected 3 numbers, found an array of 2");
+    EXPECT_EQ(
+        FaultOf([&] { root.Require("text").ReadNumber(0, 1); }),
+        "f.json:2: /text: expected a number, found string \"a long?text that goes on and on and on a...\"");
+}
+
+} // namespace
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,112 @@
+// Scenes that are right become what the text beside them says; of those that are wrong it is said where and
+// why.
+
+#include "scene/SceneReader.h"
+
+#include "TestScenes.h"
+#include "kelvo_test/GoldenText.h"
+#include "kelvo_test/TestFiles.h"
+
+#include <gtest/gtest.h>
+
+#include <filesystem>
+#include <string>
+
+namespace trevik::kelvo::assets::testing {
+namespace {
+
+using ::kelvo::test::IsGolden;
+using ::kelvo::test::ReadText;
+
+std::string const Folder = KELVO_TEST_ASSETS "/scene/data/";
+
+TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
+    Scene scene; // also taken anew, each time whole
+    for (std::string const& name : Files("scene/data")) {
+        std::filesystem::path file = Folder + name;
+        if (file.extension() == ".json") {
+            std::string error;
+            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, error)) << name << error;
+            EXPECT_TRUE(IsGolden(file.replace_extension(".txt").string(), DescribeScene(scene)));
+        }
+    }
+}
+
+TEST(SceneReader, SaysWhereAndWhyASceneIsWrong) {
+    for (TextCase const& bad : ReadCases("scene/data/errors.txt")) {
+        std::string message = ErrorOf(bad.text, Folder);
+        std::size_t const at = message.find(Folder);
+        message = at == message.npos ? message : message.replace(at, Folder.size(), "$FOLDER/");
+        EXPECT_TRUE(IsMessage(message, bad.expected)) << bad.text;
+    }
+}
+
+/** So many texts, in which "%" is their number, each on a line of its own. */
+std::string Repeat(int nCount, std::string const& text, char const* pBetween = ",\n") {
+    std::string all;
+    for (int n = 0; n < nCount; ++n) {
+        std::string each = text;
+        std::size_t const at = each.find('%');
+        all += (n == 0 ? "" : pBetween) + (at == each.npos ? each : each.replace(at, 1, std::to_string(n)));
+    }
+    return all;
+}
+
+/** A scene with so many fonts that have these keys, each on a line of its own. */
+std::string ManyFonts(int nCount, std::string const& keys) {
+    return "{\"nodes\": [], \"fonts\": {" +
+           Repeat(nCount, R"("%": {"family": "DejaVu Sans", )" + keys + "}") + "}}";
+}
+
+/** A scene with so many resources of a kind, none of which is one. */
+std::string ManyFaulty(char const* pKind, int nCount) {
+    return "{\"nodes\": [], \"" + std::string(pKind) + "\": {" + Repeat(nCount, "\"%\": 0", ", ") + "}}";
+}
+
+TEST(SceneReader, KeepsToItsLimits) {
+    std::string characters;
+    for (int n = 0; n < 20000 - 95; ++n) { // as many as a font may have, with those of ASCII
+        characters += String8(String16(String16::Format(u"%c", 0x4e00 + n))).GetData();
+    }
+    TextCase const cases[] = {
+        {"{\"nodes\": [" +
+             Repeat(
+                 50,
+                 R"({"class": "Sprite", "Opacity": {"keys": [{"frame": 0, "value": 0}, {"frame": 50000, "value": 0}, )"
+                 R"({"frame": 99999, "value": 1}]}})") +
+             "]}",
+         "42: /nodes/41/Opacity/keys/2: the scene's animations have more frames together than a scene may "
+         "have"},
+        {"{\"nodes\": [{\"class\": \"Sprite\", \"Opacity\": {\"samples\": [" + Repeat(100001, "0", ",") +
+             "]}}]}",
+         "1: /nodes/0/Opacity/samples: expected at most 100000 frames, found 100001"},
+        {"{\"nodes\": [" + Repeat(70, R"({"class": "TransformNode", "children": [)", ""),
+         "1: arrays and objects are nested deeper than 128 levels"},
+        {ManyFonts(1, "\"ranges\": [" + Repeat(11, "\"U+4E00-U+77FF\"", ", ") + "]"), // 10752 each
+         "1: /fonts/0/ranges/9: the scene's ranges have more than 100000 characters together"},
+        {ManyFonts(6, "\"characters\": \"" + characters + "\""),
+         "6: /fonts/5: the scene's fonts have more than 100000 characters together"},
+        {ManyFonts(200, "\"size\": 500"), "*the glyphs of the scene's fonts take more than 256 MiB"},
+        {ManyFaulty("fonts", 256), "1: /fonts/0: expected a font*"},
+        {ManyFaulty("fonts", 257), "1: /fonts: expected at most 256 fonts*"},
+        {ManyFaulty("textures", 4096), "1: /textures/0: expected the path*"},
+        {ManyFaulty("textures", 4097), "1: /textures: expected at most 4096 textures*"},
+    };
+    for (TextCase const& bad : cases) {
+        EXPECT_TRUE(IsMessage(ErrorOf(bad.text), bad.expected));
+    }
+}
+
+TEST(SceneReader, ReadsTheShowcase) {
+    ClassRegistry registry;
+    RegisterBackend(registry);
+    Scene scene;
+    std::string error;
+    ASSERT_TRUE(assets::ReadScene(KELVO_EXAMPLES "/showcase/scene.json", registry, scene, error)) << error;
+    EXPECT_FALSE(assets::ReadScene(KELVO_EXAMPLES "/showcase/nothing.json", registry, scene, error));
+    EXPECT_EQ(error, KELVO_EXAMPLES "/showcase/nothing.json: cannot be opened: No such file or directory");
+    EXPECT_TRUE(scene.GetRoot()) << "a failed read took the scene away";
+}
+
+} // namespace
+} // namespace trevik::kelvo::assets::testing
