@@ -37,7 +37,7 @@ void* realloc(void* pMemory, std::size_t nBytes) {
 }
 }
 
-namespace bench {
+namespace kelvokit::bench {
 
 unsigned long GetAllocationCount() {
     return t_nAllocations;
@@ -51,4 +51,4 @@ UncountedAllocations::~UncountedAllocations() {
     t_fUncounted = false;
 }
 
-} // namespace bench
+} // namespace kelvokit::bench

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace bench {
+namespace kelvokit::bench {
 
 /**
  * How often the calling thread has called malloc, calloc or realloc, and with them operator new, in whatever
@@ -17,4 +17,4 @@ public:
     UncountedAllocations& operator=(UncountedAllocations const&) = delete;
 };
 
-} // namespace bench
+} // namespace kelvokit::bench

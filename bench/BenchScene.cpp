@@ -15,7 +15,7 @@ bool Initialize(trevik::ClassRegistry* pRegistry);
 trevik::kelvo::GraphicsDevice* CreateDevice();
 }
 
-namespace bench {
+namespace kelvokit::bench {
 
 using namespace trevik;
 using namespace trevik::kelvo;
@@ -164,4 +164,4 @@ void BenchScene::RunFrame(unsigned int nFrame) {
     device.Process();
 }
 
-} // namespace bench
+} // namespace kelvokit::bench

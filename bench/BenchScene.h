@@ -11,7 +11,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace bench {
+namespace kelvokit::bench {
 
 /** Whose position is driven by samples, a new value each frame. */
 enum class Moving {
@@ -83,4 +83,4 @@ private:
     std::vector<trevik::kelvo::Sprite*> m_sprites; ///< held by the root and by each other
 };
 
-} // namespace bench
+} // namespace kelvokit::bench

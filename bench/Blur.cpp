@@ -18,6 +18,8 @@
 #include <cstdio>
 #include <vector>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 using namespace trevik;

@@ -19,6 +19,8 @@
 #include <cstring>
 #include <vector>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 using namespace trevik;

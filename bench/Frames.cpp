@@ -11,6 +11,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 constexpr unsigned int WarmUpFrames = 10;

@@ -9,7 +9,7 @@
 #include <cstdlib>
 #include <vector>
 
-namespace bench {
+namespace kelvokit::bench {
 
 void* GlTape::FindNext(char const* pName) {
     void* const pFunction = dlsym(RTLD_NEXT, pName);
@@ -20,13 +20,13 @@ void* GlTape::FindNext(char const* pName) {
     return pFunction;
 }
 
-} // namespace bench
+} // namespace kelvokit::bench
 
 // The one function whose arguments say too little to be held: how many vertices a pointer has. Every quad of
 // this library has four.
 extern "C" void glVertexAttribPointer(GLuint nIndex, GLint nSize, GLenum type, GLboolean fNormalized,
                                       GLsizei nStride, void const* pData) {
-    using namespace bench;
+    using namespace kelvokit::bench;
     static auto const s_pNext =
         reinterpret_cast<decltype(&glVertexAttribPointer)>(GlTape::FindNext("glVertexAttribPointer"));
     if (GlTape* const pTape = GlTape::Recording()) {

@@ -5,7 +5,7 @@
 #include <utility>
 #include <vector>
 
-namespace bench {
+namespace kelvokit::bench {
 
 /**
  * The GL calls of a frame with their arguments, one after the other, as they can be issued again without
@@ -43,4 +43,4 @@ private:
     std::vector<std::function<void()>> m_calls;
 };
 
-} // namespace bench
+} // namespace kelvokit::bench

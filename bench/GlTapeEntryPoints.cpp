@@ -15,7 +15,7 @@
 // written by hand, in GlTape.cpp.
 namespace {
 
-using namespace bench;
+using namespace kelvokit::bench;
 using Kind = recording::ArgumentKind;
 
 /** Of an argument that is memory, how many values are held: those of one element; 0 where none can be. */
@@ -103,3 +103,5 @@ Result Pass(std::tuple<Arguments...>*, char const* pName, Result (*pNext)(T...),
 #define EXTENSION(result, name, ...)
 #define KELVO_GL_ALONE
 #include "EntryPoints.def"
+
+namespace recording = kelvokit::recording;

@@ -14,6 +14,8 @@
 #include <random>
 #include <vector>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 constexpr unsigned int AttributeCount = 8;

@@ -10,6 +10,8 @@
 #include <cstdlib>
 #include <cstring>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 enum class Phase { Update, Render, Frame };

@@ -8,6 +8,8 @@
 #include <algorithm>
 #include <cstdio>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 struct Case {

@@ -24,6 +24,8 @@
 #include <thread>
 #include <vector>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 using namespace trevik;

@@ -10,6 +10,8 @@
 #include <cstdio>
 #include <vector>
 
+namespace bench = kelvokit::bench;
+
 namespace {
 
 using namespace trevik;

@@ -11,7 +11,7 @@
 #include <cstdio>
 #include <cstdlib>
 
-namespace bench {
+namespace kelvokit::bench {
 
 /** A back end on the system's driver, with a window off screen that outlives it. */
 class SystemDriver {
@@ -38,10 +38,10 @@ public:
     Backend& GetBackend() { return m_backend; }
 
 private:
-    using Window = ::kelvo::desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
+    using Window = kelvokit::desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
 
     trevik::Ref<Window> m_pWindow;
     Backend m_backend;
 };
 
-} // namespace bench
+} // namespace kelvokit::bench

@@ -5,7 +5,7 @@
 #include <ctime>
 #include <vector>
 
-namespace bench {
+namespace kelvokit::bench {
 
 /** Processor time of the calling thread: what other programs of the machine take does not count. */
 inline double ThreadNanoseconds() {
@@ -57,4 +57,4 @@ Spread Measure(unsigned int nRuns, unsigned int nUnits, Work work) {
     return SpreadOf(times);
 }
 
-} // namespace bench
+} // namespace kelvokit::bench

@@ -2,7 +2,7 @@
 
 #include <new>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 namespace {
 
@@ -29,4 +29,4 @@ void RegisterAlphaTestGroup(Backend& backend) {
     backend.GetRegistry().AddClassContainer(new Container(backend));
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

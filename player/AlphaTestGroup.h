@@ -5,7 +5,7 @@
 #include "trevik/kelvo/NodeVisitor.h"
 #include "trevik/kelvo/TransformNode.h"
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::kelvo::Node;
 
@@ -30,4 +30,4 @@ private:
 /** Lets scenes name the class. The registry must not outlive the back end. */
 void RegisterAlphaTestGroup(Backend& backend);
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

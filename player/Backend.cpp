@@ -11,7 +11,7 @@
 #include <cstring>
 #include <typeinfo>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::kelvo::FramebufferGL2;
 using trevik::kelvo::GraphicsDevice;
@@ -139,4 +139,4 @@ void Backend::SetAlphaTestEnabled(GraphicsDevice& device, bool fEnabled) const {
     }
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

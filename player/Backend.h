@@ -7,7 +7,7 @@
 #include <memory>
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /**
  * A back end, loaded as a plug-in through its three entry points. It stays loaded until the process ends:
@@ -58,4 +58,4 @@ private:
     bool m_fOwnVersion = false;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -5,7 +5,7 @@
 #include <cerrno>
 #include <cstring>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 CallsFile::~CallsFile() {
     if (m_pFile && m_pFile != stdout) {
@@ -39,4 +39,4 @@ bool CallsFile::EndFrame(std::string& error) {
     return fWritten;
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** Writes the calls that the recording driver notes into a file, frame by frame. */
 class CallsFile : public FrameCalls {
@@ -29,4 +29,4 @@ private:
     std::optional<NodeGroups> m_groups; ///< while a frame is drawn
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -9,20 +9,21 @@
 #include <exception>
 
 int main(int nArguments, char** ppArguments) {
-    kelvo::player::Options options;
-    if (std::optional<int> const exitCode = kelvo::player::ParseOptions(nArguments, ppArguments, options)) {
+    kelvokit::player::Options options;
+    if (std::optional<int> const exitCode =
+            kelvokit::player::ParseOptions(nArguments, ppArguments, options)) {
         return *exitCode;
     }
     if (options.calls.empty()) {
         std::fprintf(stderr, "kelvo-player-calls: draws nothing: it needs --calls\n");
-        return kelvo::player::ExitUsage;
+        return kelvokit::player::ExitUsage;
     }
-    kelvo::player::NoteInterrupts();
+    kelvokit::player::NoteInterrupts();
     try {
-        kelvo::player::CallsFile calls(options.calls);
-        return kelvo::player::Player(options, &calls).Run();
+        kelvokit::player::CallsFile calls(options.calls);
+        return kelvokit::player::Player(options, &calls).Run();
     } catch (std::exception const& fault) {
         std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
-        return kelvo::player::ExitBadFile;
+        return kelvokit::player::ExitBadFile;
     }
 }

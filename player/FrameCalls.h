@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** What the EGL and GL calls of frames go to. */
 class FrameCalls {
@@ -17,4 +17,4 @@ public:
     virtual bool EndFrame(std::string& error) = 0;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

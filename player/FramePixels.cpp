@@ -3,7 +3,7 @@
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Texture.h"
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::RectangleT;
 using trevik::Ref;
@@ -55,4 +55,4 @@ void FramePixels::AddAlpha(desktop::FinishedFrame const& shown, RectangleT<int> 
     nChannels = 4;
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** What a picture shows: a rectangle of a frame. */
 struct FramePixels {
@@ -29,4 +29,4 @@ struct FramePixels {
     void AddAlpha(desktop::FinishedFrame const& shown, trevik::RectangleT<int> const& area);
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

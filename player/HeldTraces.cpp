@@ -1,6 +1,6 @@
 #include "HeldTraces.h"
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::Debug;
 using trevik::String16;
@@ -28,4 +28,4 @@ void HeldTraces::Hold(void* pUser, TraceLevel::Enum level, String16 const& text)
     static_cast<HeldTraces*>(pUser)->m_lines.push_back(Line{level, text});
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** Holds traces back while it lives: a back end describes every surface configuration that it looks at. */
 class HeldTraces {
@@ -30,4 +30,4 @@ private:
     std::vector<Line> m_lines;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -2,7 +2,7 @@
 
 #include <csignal>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 namespace {
 
@@ -26,4 +26,4 @@ bool IsInterrupted() {
     return g_fInterrupted != 0;
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** From now on an interrupt (Ctrl-C) or a request to end is noted; a second one ends the process at once. */
 void NoteInterrupts();
@@ -8,4 +8,4 @@ void NoteInterrupts();
 /** Whether one has come. */
 bool IsInterrupted();
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

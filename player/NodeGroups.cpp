@@ -6,7 +6,7 @@
 
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::String8;
 using trevik::kelvo::Node;
@@ -29,4 +29,4 @@ void NodeGroups::EndNode(Node&) {
     recording::EndGroup();
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

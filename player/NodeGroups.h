@@ -2,7 +2,7 @@
 
 #include "kelvo_host/RenderObserver.h"
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** While it lives, the calls that a node makes are noted as a group that is called by its class and name. */
 class NodeGroups : public trevik::kelvo::RenderObserver {
@@ -19,4 +19,4 @@ private:
     RenderObserver* const m_pBefore;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

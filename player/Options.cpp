@@ -8,7 +8,7 @@
 #include <climits>
 #include <cstdlib>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::RectangleT;
 using trevik::SizeT;
@@ -270,4 +270,4 @@ char const* GetFormatName(DeviceFormat::Enum format) {
     return format == DeviceFormat::RGBX8888 ? "rgbx8888" : "unknown";
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -8,7 +8,7 @@
 #include <optional>
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** How the player ends; its --help lists them. */
 enum ExitCode {
@@ -53,4 +53,4 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
 /** The name that the command line and scene files give to a surface format. */
 char const* GetFormatName(trevik::kelvo::DeviceFormat::Enum format);
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -9,7 +9,7 @@
 #include <filesystem>
 #include <system_error>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 Pictures::Pictures(std::string const& path) : m_sPath(path), m_fSingle(IsPicturePath(path)) {}
 
@@ -42,4 +42,4 @@ bool Pictures::Write(int nFrame, FramePixels const& frame, std::string& error) {
     return true;
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** Where the frames go as PNG files. */
 class Pictures {
@@ -26,4 +26,4 @@ private:
     unsigned int m_nWritten = 0;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -15,7 +15,7 @@
 #include <cstdio>
 #include <memory>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::RectangleT;
 using trevik::Ref;
@@ -279,4 +279,4 @@ FrameRange Player::GetFrames() const {
     return m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -14,7 +14,7 @@
 #include <optional>
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using Window = desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
 
@@ -51,4 +51,4 @@ private:
     std::optional<Progress> m_progress; ///< while frames are played
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

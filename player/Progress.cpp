@@ -4,7 +4,7 @@
 
 #include <cstdio>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 Progress::Progress(unsigned int nSteps) : m_nSteps(nSteps), m_fTerminal(isatty(STDERR_FILENO) == 1) {}
 
@@ -30,4 +30,4 @@ void Progress::Clear() {
     }
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

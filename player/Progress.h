@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /** A bar on the terminal that stderr is; nothing when stderr is none. */
 class Progress {
@@ -24,4 +24,4 @@ private:
     bool m_fTerminal;
 };
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -10,7 +10,7 @@
 #include <cstdio>
 #include <string>
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 using trevik::ScopeCounter;
 using trevik::ScopeFrameTimes;
@@ -134,4 +134,4 @@ void ReportFigures(unsigned int nFrames, unsigned int nPictures) {
     }
 }
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -1,6 +1,6 @@
 #pragma once
 
-namespace kelvo::player {
+namespace kelvokit::player {
 
 /**
  * Prints what the current context draws with: driver, renderer, surface, and what the back end would use but
@@ -11,4 +11,4 @@ void ReportDriver();
 /** Prints counters and what each profiled scope has cost; `nPictures` of the frames were written. */
 void ReportFigures(unsigned int nFrames, unsigned int nPictures);
 
-} // namespace kelvo::player
+} // namespace kelvokit::player

@@ -24,24 +24,25 @@ int BecomeCalls(char** ppArguments) {
         std::string(program, nLength > 0 ? static_cast<std::size_t>(nLength) : 0) + "-calls";
     execv(path.c_str(), ppArguments);
     std::fprintf(stderr, "kelvo-player: %s: cannot be started: %s\n", path.c_str(), std::strerror(errno));
-    return kelvo::player::ExitDevice;
+    return kelvokit::player::ExitDevice;
 }
 
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
-    kelvo::player::Options options;
-    if (std::optional<int> const exitCode = kelvo::player::ParseOptions(nArguments, ppArguments, options)) {
+    kelvokit::player::Options options;
+    if (std::optional<int> const exitCode =
+            kelvokit::player::ParseOptions(nArguments, ppArguments, options)) {
         return *exitCode;
     }
     if (!options.calls.empty()) {
         return BecomeCalls(ppArguments);
     }
-    kelvo::player::NoteInterrupts();
+    kelvokit::player::NoteInterrupts();
     try {
-        return kelvo::player::Player(options).Run();
+        return kelvokit::player::Player(options).Run();
     } catch (std::exception const& fault) {
         std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
-        return kelvo::player::ExitBadFile;
+        return kelvokit::player::ExitBadFile;
     }
 }

@@ -29,7 +29,7 @@ using namespace trevik::kelvo;
 
 namespace {
 
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
+using Window = kelvokit::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 
 constexpr int Width = 640;
 constexpr int Height = 360;
@@ -111,7 +111,7 @@ bool Play(ClassRegistry& registry, GraphicsDevice& device) {
 }
 
 bool WriteLastFrame(Window const& window, char const* pPath) {
-    ::kelvo::desktop::FinishedFrame const& frame = window.LastFrame();
+    kelvokit::desktop::FinishedFrame const& frame = window.LastFrame();
     std::string sError;
     assets::PngPicture picture;
     picture.pixels = frame.pixels.data();

@@ -29,7 +29,7 @@ using namespace trevik::kelvo;
 
 namespace {
 
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
+using Window = kelvokit::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 using JavaBitmap = jni::Object<jni::android::graphics::Bitmap>;
 
 /** The back end's classes, as long as the library is loaded. */
@@ -96,7 +96,7 @@ bool Playback::Start(std::string& error) {
 bool Playback::Show(int nFrame, std::string const& path, std::string& error) {
     m_scene.Update(*m_pDevice, static_cast<RealFloat>(nFrame));
     m_scene.RenderFrame(*m_pDevice);
-    ::kelvo::desktop::FinishedFrame const& frame = m_pWindow->LastFrame();
+    kelvokit::desktop::FinishedFrame const& frame = m_pWindow->LastFrame();
     assets::PngPicture picture;
     picture.pixels = frame.pixels.data();
     picture.width = frame.width;
@@ -130,11 +130,11 @@ extern "C" {
 JNIEXPORT jint JNICALL JNI_OnLoad(JavaVM* pVM, void*) {
     jni::VM::SetJavaVM(pVM);
     JNIEnv* const env = jni::VM::GetEnv();
-    return env && ::kelvo::desktop::RegisterBitmapClass(env) ? JNI_VERSION_1_6 : JNI_ERR;
+    return env && kelvokit::desktop::RegisterBitmapClass(env) ? JNI_VERSION_1_6 : JNI_ERR;
 }
 
 JNIEXPORT void JNICALL JNI_OnUnload(JavaVM*, void*) {
-    ::kelvo::desktop::UnregisterBitmapClass(jni::VM::GetEnv());
+    kelvokit::desktop::UnregisterBitmapClass(jni::VM::GetEnv());
     jni::VM::SetJavaVM(nullptr);
 }
 

@@ -3,7 +3,7 @@
 #include <condition_variable>
 #include <mutex>
 
-namespace live {
+namespace kelvokit::live {
 
 /**
  * Lets a producer and the renderer take turns with a surface: the producer writes one while the other one is
@@ -46,4 +46,4 @@ private:
     State m_state = State::Free;
 };
 
-} // namespace live
+} // namespace kelvokit::live

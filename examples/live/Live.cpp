@@ -24,6 +24,8 @@
 #include <string>
 #include <thread>
 
+namespace live = kelvokit::live;
+
 // A host that does not link the back end finds these three with dlsym.
 extern "C" {
 bool Initialize(trevik::ClassRegistry* pRegistry);
@@ -36,7 +38,7 @@ using namespace trevik::kelvo;
 
 namespace {
 
-using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
+using Window = kelvokit::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
 
 struct Options {
     std::string scene;
@@ -106,7 +108,7 @@ bool WriteFrame(Window const& window, Options const& options, int nFrame) {
     } else if (nFrame != options.nFrames - 1) {
         return true; // one picture: the last one
     }
-    ::kelvo::desktop::FinishedFrame const& frame = window.LastFrame();
+    kelvokit::desktop::FinishedFrame const& frame = window.LastFrame();
     assets::PngPicture picture;
     picture.pixels = frame.pixels.data();
     picture.width = frame.width;

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <cstring>
 
-namespace live {
+namespace kelvokit::live {
 
 namespace {
 
@@ -137,4 +137,4 @@ Water::Colour Water::Shade(int x, int y) {
             colour.b + glint * (250 - colour.b)};
 }
 
-} // namespace live
+} // namespace kelvokit::live

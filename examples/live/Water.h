@@ -2,7 +2,7 @@
 
 #include <vector>
 
-namespace live {
+namespace kelvokit::live {
 
 /**
  * A pool in the rain, seen from above: a floor under water. What it looks like depends on the number of the
@@ -36,4 +36,4 @@ private:
     std::vector<float> m_heights;       ///< of the water, with one more point on each side; pixels
 };
 
-} // namespace live
+} // namespace kelvokit::live

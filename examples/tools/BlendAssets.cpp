@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -56,4 +56,4 @@ bool PaintBlend(std::string const& folder) {
     return SavePicture(folder + "/bay.png", PaintedInPixels(192, 124, Bay));
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

@@ -5,7 +5,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 struct Colour {
     double r, g, b;
@@ -156,4 +156,4 @@ private:
     std::vector<std::uint8_t> m_bytes;
 };
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

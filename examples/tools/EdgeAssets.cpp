@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -72,4 +72,4 @@ bool PaintEdges(std::string const& folder) {
            SavePicture(file("sail.png"), PaintedInPixels(9, 27, Sail));
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

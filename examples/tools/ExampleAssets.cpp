@@ -13,7 +13,7 @@
 
 namespace {
 
-using namespace kelvo::examples;
+using namespace kelvokit::examples;
 using namespace trevik::kelvo::assets;
 
 /** Writes a picture with each of its pixels as a square of `nTimes` by `nTimes`. */

@@ -2,7 +2,7 @@
 
 #include <string>
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 // Each paints the pictures of one scene into an existing folder, the same ones every time; false, with a
 // message, when one cannot be written.
@@ -14,4 +14,4 @@ bool PaintLive(std::string const& folder);
 bool PaintPanels(std::string const& folder);
 bool PaintText(std::string const& folder);
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

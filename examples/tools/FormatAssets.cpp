@@ -11,7 +11,7 @@
 
 namespace {
 
-using namespace kelvo::examples;
+using namespace kelvokit::examples;
 
 /** A speech bubble of 40 by 36 pixels with a tail at the lower left, which must not be stretched. */
 Paint Speech(double x, double y) {

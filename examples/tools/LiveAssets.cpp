@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -149,4 +149,4 @@ bool PaintLive(std::string const& folder) {
            SavePicture(file("flower.png"), PaintedInPixels(60, 60, Flower));
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -345,4 +345,4 @@ bool PaintMasks(std::string const& folder) {
            SavePicture(file("plant.png"), PaintedInPixels(96, 120, Plant));
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

@@ -8,7 +8,7 @@
 #include <algorithm>
 #include <cstdio>
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 using namespace trevik::kelvo::assets;
 
@@ -72,4 +72,4 @@ bool SaveCompressed(std::string const& path, Canvas const& canvas) {
     return Report(fDone, error);
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

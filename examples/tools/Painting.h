@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 /** A picture of `function(u, v)`; u runs to the right, v downward, both 0 to 1. */
 template <class Function>
@@ -42,4 +42,4 @@ bool SaveNinePatch(std::string const& path, Canvas const& canvas, NinePatchMarks
 /** Writes the picture's colours and its alpha as two files of ETC1 blocks. */
 bool SaveCompressed(std::string const& path, Canvas const& canvas);
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

@@ -2,7 +2,7 @@
 
 #include "Canvas.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 // The examples' common colours, those of an evening by the sea.
 constexpr Colour Navy{0.075, 0.105, 0.215};
@@ -26,4 +26,4 @@ inline Paint DuskSky(double, double v) {
     return paint;
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -175,4 +175,4 @@ bool PaintPanels(std::string const& folder) {
            SaveNinePatch(file("bar-chalk.9.png"), PaintedInPixels(14, 8, chalk), bar);
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

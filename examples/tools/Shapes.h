@@ -5,7 +5,7 @@
 #include <algorithm>
 #include <cmath>
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 // Distances from shapes, in the units of what goes in: negative inside, positive outside.
 
@@ -58,4 +58,4 @@ private:
     Paint m_paint;
 };
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

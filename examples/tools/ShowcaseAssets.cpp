@@ -10,7 +10,7 @@
 
 namespace {
 
-using namespace kelvo::examples;
+using namespace kelvokit::examples;
 
 /** A ringless gas planet, lit from the lower left where the sun has set. */
 Paint Planet(double u, double v) {

@@ -5,7 +5,7 @@
 #include "Palette.h"
 #include "Shapes.h"
 
-namespace kelvo::examples {
+namespace kelvokit::examples {
 
 namespace {
 
@@ -104,4 +104,4 @@ bool PaintText(std::string const& folder) {
            SavePicture(file("rule.png"), PaintedInPixels(120, 12, Rule));
 }
 
-} // namespace kelvo::examples
+} // namespace kelvokit::examples

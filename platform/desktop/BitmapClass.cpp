@@ -5,7 +5,7 @@
 
 #include <mutex>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -61,4 +61,4 @@ void UnregisterBitmapClass(JNIEnv* env) {
     Keep(env, nullptr);
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -2,7 +2,7 @@
 
 #include <jni.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * The Java class android.graphics.Bitmap with its native methods, as a local reference: the one that is
@@ -10,4 +10,4 @@ namespace kelvo::desktop {
  */
 jclass GetBitmapClass(JNIEnv* env);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

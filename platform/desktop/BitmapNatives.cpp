@@ -10,7 +10,7 @@
 #include <algorithm>
 #include <iterator>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -69,9 +69,9 @@ void VisitPixels(JNIEnv* env, jlong bitmap, Rectangle const& rectangle, Visit&& 
 
 } // namespace
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop
 
-using namespace kelvo::desktop;
+using namespace kelvokit::desktop;
 
 #define KELVO_NATIVE(Result, name) extern "C" KELVO_DESKTOP_API Result Java_android_graphics_Bitmap_##name
 
@@ -152,7 +152,7 @@ KELVO_NATIVE(void JNICALL, nativeEraseColor)(JNIEnv* env, jclass, jlong bitmap, 
                 });
 }
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 bool RegisterBitmapNatives(JNIEnv* env, jclass bitmapClass) {
     struct Native {
@@ -182,4 +182,4 @@ bool RegisterBitmapNatives(JNIEnv* env, jclass bitmapClass) {
     return env->RegisterNatives(bitmapClass, methods, static_cast<jint>(std::size(methods))) == JNI_OK;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

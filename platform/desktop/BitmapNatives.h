@@ -2,7 +2,7 @@
 
 #include <jni.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * Gives the Java class android.graphics.Bitmap its native methods, whatever library the class would look for
@@ -10,4 +10,4 @@ namespace kelvo::desktop {
  */
 bool RegisterBitmapNatives(JNIEnv* env, jclass bitmapClass);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

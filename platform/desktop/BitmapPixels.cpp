@@ -2,7 +2,7 @@
 
 #include <cstring>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -129,4 +129,4 @@ PixelAccess const* GetPixelAccess(SkBitmap::Config config) {
     }
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

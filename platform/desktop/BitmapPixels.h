@@ -4,7 +4,7 @@
 
 #include <cstdint>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** From pixels to colours, 0xAARRGGBB and not premultiplied, and back. */
 struct PixelAccess {
@@ -15,4 +15,4 @@ struct PixelAccess {
 /** For bitmaps of a configuration; null for those that cannot be read or written. */
 PixelAccess const* GetPixelAccess(SkBitmap::Config config);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -5,7 +5,7 @@
 #include <memory>
 #include <mutex>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 struct FreeMemory {
     void operator()(std::uint8_t* memory) const { std::free(memory); }
@@ -24,4 +24,4 @@ struct BufferContents {
     Memory packed;
 };
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

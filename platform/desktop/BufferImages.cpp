@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <new>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 BufferImages& BufferImages::Get() {
     // Not destroyed at exit: buffers with static storage may be destroyed later than this would be.
@@ -210,4 +210,4 @@ std::unique_lock<std::mutex> BufferImages::HoldStill(bool* pAny) {
     return lock;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

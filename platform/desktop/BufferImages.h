@@ -10,7 +10,7 @@
 #include <mutex>
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * The graphic buffers of this process, and the images made of them: each is a texture of the layer's own
@@ -74,4 +74,4 @@ private:
     std::vector<std::unique_ptr<LayerContext>> m_contexts;
 };
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

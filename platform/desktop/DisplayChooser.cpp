@@ -11,7 +11,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -239,4 +239,4 @@ char const* DescribeDisplay() {
     return chooser.sDescription.c_str();
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

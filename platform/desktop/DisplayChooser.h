@@ -4,7 +4,7 @@
 
 #include <mutex>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** How windows reach the display. */
 enum class DisplayKind {
@@ -29,4 +29,4 @@ DisplayKind KindOf(EGLDisplay display);
  */
 std::unique_lock<std::mutex> HoldDisplays();
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

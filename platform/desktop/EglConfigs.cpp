@@ -4,7 +4,7 @@
 
 #include <algorithm>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -141,4 +141,4 @@ EGLBoolean GetConfigAttribute(EGLDisplay display, DisplayKind kind, EGLConfig co
     return EGL_TRUE;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

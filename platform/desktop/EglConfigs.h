@@ -4,7 +4,7 @@
 
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * Whether a configuration of a display of `kind` is one that a display with windows would offer: 5-6-5, 8-8-8
@@ -28,4 +28,4 @@ EGLBoolean GetConfigs(EGLDisplay display, DisplayKind kind, EGLConfig* configs, 
 EGLBoolean GetConfigAttribute(EGLDisplay display, DisplayKind kind, EGLConfig config, EGLint attribute,
                               EGLint* value);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

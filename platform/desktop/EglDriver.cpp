@@ -5,7 +5,7 @@
 #include <cstring>
 #include <string>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -77,4 +77,4 @@ EGLint DriverError() {
     return nError == EGL_SUCCESS ? EGL_BAD_ALLOC : nError;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -5,7 +5,7 @@
 
 #include <exception>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 // Every entry point of EGL 1.5: the layer stands in front of all of them.
 #define KELVO_EGL_FUNCTIONS(F)                                                                               \
@@ -144,4 +144,4 @@ auto Guarded(Body&& body) noexcept -> decltype(body()) {
     }
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -15,7 +15,7 @@
 #define EGL_NATIVE_BUFFER_ANDROID 0x3140
 #endif
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -129,9 +129,9 @@ __eglMustCastToProperFunctionPointerType FindOwn(char const* name) {
 
 } // namespace
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop
 
-using namespace kelvo::desktop;
+using namespace kelvokit::desktop;
 
 #define KELVO_EGL(Result) extern "C" KELVO_DESKTOP_API Result EGLAPIENTRY
 

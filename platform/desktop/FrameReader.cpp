@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstdint>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -156,4 +156,4 @@ void FinishCurrentContext() {
     }
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

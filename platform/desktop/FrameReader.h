@@ -2,7 +2,7 @@
 
 #include <EGL/egl.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 struct FinishedFrame;
 
@@ -19,4 +19,4 @@ EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, 
 void FlushCurrentContext();
 void FinishCurrentContext();
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -4,7 +4,7 @@
 
 #include <cstring>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -37,4 +37,4 @@ int EsVersion() {
     return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

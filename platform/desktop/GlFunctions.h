@@ -3,7 +3,7 @@
 #include <GLES3/gl3.h>
 #include <GLES2/gl2ext.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 #define KELVO_GL_FUNCTIONS(F)                                                                                \
     F(glBindBuffer)                                                                                          \
@@ -44,4 +44,4 @@ GlFunctions const& Gl();
  */
 int EsVersion();
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -36,7 +36,7 @@ std::size_t bytesPerPixel(PixelFormat format) {
 }
 
 GraphicBuffer::GraphicBuffer(std::uint32_t w, std::uint32_t h, PixelFormat f, std::uint32_t u) noexcept {
-    using kelvo::desktop::BufferContents;
+    using kelvokit::desktop::BufferContents;
     width = static_cast<std::int32_t>(w);
     height = static_cast<std::int32_t>(h);
     format = f;
@@ -57,14 +57,14 @@ GraphicBuffer::GraphicBuffer(std::uint32_t w, std::uint32_t h, PixelFormat f, st
         return;
     }
     pContents->pixels.reset(static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(nSize), 1)));
-    if (pContents->pixels && kelvo::desktop::BufferImages::Get().AddBuffer(this)) {
+    if (pContents->pixels && kelvokit::desktop::BufferImages::Get().AddBuffer(this)) {
         contents = pContents.release();
     }
 }
 
 GraphicBuffer::~GraphicBuffer() {
     if (contents) {
-        kelvo::desktop::BufferImages::Get().RemoveBuffer(this);
+        kelvokit::desktop::BufferImages::Get().RemoveBuffer(this);
         delete contents;
     }
     magic = 0;
@@ -103,7 +103,7 @@ status_t GraphicBuffer::unlock() {
     if (!contents) {
         return NO_INIT;
     }
-    return kelvo::desktop::BufferImages::Get().Unlock(*this);
+    return kelvokit::desktop::BufferImages::Get().Unlock(*this);
 }
 
 ANativeWindowBuffer* GraphicBuffer::getNativeBuffer() const {

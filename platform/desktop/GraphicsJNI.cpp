@@ -8,7 +8,7 @@
 jobject GraphicsJNI::createBitmap(JNIEnv* env, SkBitmap* bitmap, bool isMutable, jbyteArray ninePatch,
                                   int density) {
     std::unique_ptr<SkBitmap> pBitmap(bitmap);
-    jclass const bitmapClass = env && bitmap ? kelvo::desktop::GetBitmapClass(env) : nullptr;
+    jclass const bitmapClass = env && bitmap ? kelvokit::desktop::GetBitmapClass(env) : nullptr;
     if (!bitmapClass) {
         return nullptr;
     }

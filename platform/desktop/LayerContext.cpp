@@ -6,7 +6,7 @@
 #include <system_error>
 #include <thread>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -229,4 +229,4 @@ char const* LayerContext::AddExtension(char const* extensions) {
     return m_sExtensions.c_str();
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -7,7 +7,7 @@
 #include <string>
 #include <type_traits>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * An OpenGL ES context of the layer's own on one display, for work that no program asked for by a GL call.
@@ -81,4 +81,4 @@ private:
     std::string m_sExtensions;
 };
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -2,7 +2,7 @@
 
 #include "WindowTable.h"
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -49,4 +49,4 @@ FinishedFrame const& LastFrame(ANativeWindow const& window) {
     return window.frame ? *window.frame : s_none;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -7,7 +7,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -174,4 +174,4 @@ bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLe
     return fUploaded;
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

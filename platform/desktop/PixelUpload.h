@@ -5,7 +5,7 @@
 #include <GLES2/gl2.h>
 #include <system/window.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** Whether GL has a texture format for the buffer's pixels. */
 bool IsUploadable(ANativeWindowBuffer const& buffer);
@@ -24,4 +24,4 @@ GLuint CreateTextureFor(ANativeWindowBuffer const& buffer);
  */
 bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -10,7 +10,7 @@
 #include <new>
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 namespace {
 
@@ -236,4 +236,4 @@ EGLBoolean DestroySurface(EGLDisplay display, EGLSurface surface) {
     return Forward(Driver().eglDestroySurface, display, surface);
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

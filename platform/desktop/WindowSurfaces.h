@@ -3,7 +3,7 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** eglCreateWindowSurface on a display of this layer. `window` may be any pointer. Throws std::bad_alloc. */
 EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, EGLint const* attributes);
@@ -28,4 +28,4 @@ EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute
 /** eglDestroySurface; a window can have a new surface afterwards. */
 EGLBoolean DestroySurface(EGLDisplay display, EGLSurface surface);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

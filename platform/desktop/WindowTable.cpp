@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 WindowTable& WindowTable::Get() {
     // Not destroyed at exit: windows with static storage may be destroyed later than this would be.
@@ -132,4 +132,4 @@ void WindowTable::RemoveSurfaces(Predicate isGone) {
     m_surfaces.erase(std::remove_if(m_surfaces.begin(), m_surfaces.end(), isGone), m_surfaces.end());
 }
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

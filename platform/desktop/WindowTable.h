@@ -8,7 +8,7 @@
 #include <thread>
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** A window surface that the layer made and did not yet take back. */
 struct WindowSurface {
@@ -99,4 +99,4 @@ private:
     bool m_fFound;
 };
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -1,6 +1,6 @@
 #include "Answers.h"
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -38,4 +38,4 @@ std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute) {
                                               : std::nullopt;
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

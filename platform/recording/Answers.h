@@ -5,7 +5,7 @@
 #include <optional>
 
 /** What the drivers of this folder answer alike, whether they record or not. */
-namespace recording {
+namespace kelvokit::recording {
 
 struct Limit {
     GLenum name;
@@ -41,4 +41,4 @@ std::optional<GLint> BitsAttribute(Config const& config, GLenum name);
 /** One attribute of a config; nothing for an attribute that nobody asks for here. */
 std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute);
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <cstring>
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -263,4 +263,4 @@ void DescribeCall(Call& call, ContextData const& context) {
     call.line += ")";
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

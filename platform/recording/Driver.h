@@ -10,7 +10,7 @@
 #include <type_traits>
 
 /** The inside of the recording driver: its state, and the frame that every entry point runs in. */
-namespace recording {
+namespace kelvokit::recording {
 
 /** Objects of one name space. Names are the smallest free ones, so a deleted name comes back at once. */
 template <class T>
@@ -329,4 +329,4 @@ namespace answer {
 #undef ANSWER
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -4,7 +4,7 @@
 #include <cstring>
 
 // EGL: the display, its configs, surfaces, contexts and images.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -413,4 +413,4 @@ EGLBoolean eglDestroyImageKHR(Invocation& call, EGLDisplay dpy, EGLImageKHR imag
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -19,11 +19,12 @@ void RequireAnswer(bool exists, char const* name) {
 
 // The entry points themselves. Each does the same: it takes down its arguments, gives the answer and notes
 // the call.
-#define NOTE(type, name, kind) recording::MakeArgument(recording::ArgumentKind::kind, #name, name)
+#define NOTE(type, name, kind)                                                                               \
+    kelvokit::recording::MakeArgument(kelvokit::recording::ArgumentKind::kind, #name, name)
 #define BODY(name, ...)                                                                                      \
-    RequireAnswer(recording::answer::name != nullptr, #name);                                                \
-    recording::Invocation call(#name, {KELVO_EACH(NOTE, __VA_ARGS__)});                                      \
-    return call.Run([&] { return recording::answer::name(call, KELVO_NAMES(__VA_ARGS__)); });
+    RequireAnswer(kelvokit::recording::answer::name != nullptr, #name);                                      \
+    kelvokit::recording::Invocation call(#name, {KELVO_EACH(NOTE, __VA_ARGS__)});                            \
+    return call.Run([&] { return kelvokit::recording::answer::name(call, KELVO_NAMES(__VA_ARGS__)); });
 
 #define ENTRY(result, name, ...)                                                                             \
     extern "C" result name(KELVO_PARAMETERS(__VA_ARGS__)) {                                                  \
@@ -31,9 +32,9 @@ void RequireAnswer(bool exists, char const* name) {
     }
 #define ENTRY0(result, name)                                                                                 \
     extern "C" result name() {                                                                               \
-        RequireAnswer(recording::answer::name != nullptr, #name);                                            \
-        recording::Invocation call(#name, {});                                                               \
-        return call.Run([&] { return recording::answer::name(call); });                                      \
+        RequireAnswer(kelvokit::recording::answer::name != nullptr, #name);                                  \
+        kelvokit::recording::Invocation call(#name, {});                                                     \
+        return call.Run([&] { return kelvokit::recording::answer::name(call); });                            \
     }
 #define EXTENSION(result, name, ...)
 #include "EntryPoints.def"
@@ -41,7 +42,7 @@ void RequireAnswer(bool exists, char const* name) {
 #undef ENTRY0
 #undef EXTENSION
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace extension {
 #define ENTRY(result, name, ...)
@@ -86,4 +87,4 @@ Procedure FindEntryPoint(char const* name) {
     return nullptr;
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -4,7 +4,7 @@
 #include <cstdio>
 #include <iterator>
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -98,4 +98,4 @@ std::string EglEnumName(EGLint value) {
     return Find(g_eglNames, static_cast<unsigned>(value));
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

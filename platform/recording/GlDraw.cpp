@@ -5,7 +5,7 @@
 #include <limits>
 
 // Buffers, vertex arrays, and draw calls with the vertices that they would have read.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -324,4 +324,4 @@ void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeipt
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -3,7 +3,7 @@
 #include <algorithm>
 
 // Framebuffers, renderbuffers, and reading pixels back.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -301,4 +301,4 @@ void glReadPixels(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei hei
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -5,7 +5,7 @@
 #include <cstring>
 
 // Shaders, programs and uniforms.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -503,4 +503,4 @@ void glUniformMatrix4fv(Invocation& call, GLint location, GLsizei count, GLboole
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -5,7 +5,7 @@
 #include <initializer_list>
 
 // Fixed-function state: capabilities, blending, stencil, depth, masks, viewport, and what glGet answers.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -226,4 +226,4 @@ void glGetIntegerv(Invocation& call, GLenum pname, GLint* data) {
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -4,7 +4,7 @@
 #include <initializer_list>
 
 // Textures: names, bindings, parameters, uploads, and images as their source.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -248,4 +248,4 @@ void glEGLImageTargetTexture2DOES(Invocation& call, GLenum target, GLeglImageOES
 
 } // namespace answer
 
-} // namespace recording
+} // namespace kelvokit::recording

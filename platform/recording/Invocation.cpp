@@ -3,7 +3,7 @@
 #include <algorithm>
 #include <cstring>
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -124,4 +124,4 @@ void Invocation::Note(std::int64_t result) {
     m_driver.session.calls.push_back(std::move(call));
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

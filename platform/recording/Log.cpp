@@ -3,7 +3,7 @@
 #include <cstdio>
 
 // Calls as text.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -135,4 +135,4 @@ std::string ToText(std::vector<Call> const& calls) {
     return text;
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -4,7 +4,7 @@
 #include <stdexcept>
 
 // The part that tests talk to: what was called, what the driver holds, what it is to answer.
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -387,4 +387,4 @@ void SetProcAddress(std::string const& name, bool present) {
     }
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

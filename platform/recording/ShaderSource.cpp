@@ -5,7 +5,7 @@
 #include <cstdlib>
 #include <iterator>
 
-namespace recording {
+namespace kelvokit::recording {
 
 namespace {
 
@@ -155,4 +155,4 @@ std::size_t ComponentCount(GLenum type) {
     return found == std::end(g_types) ? 1 : found->components;
 }
 
-} // namespace recording
+} // namespace kelvokit::recording

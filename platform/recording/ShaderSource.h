@@ -5,7 +5,7 @@
 #include <string>
 #include <vector>
 
-namespace recording {
+namespace kelvokit::recording {
 
 /** One uniform or attribute that a shader declares. */
 struct Declaration {
@@ -30,4 +30,4 @@ bool HasMain(std::string const& source);
 /** How many floats a value of a uniform's type takes; 1 for samplers. */
 std::size_t ComponentCount(GLenum type);
 
-} // namespace recording
+} // namespace kelvokit::recording

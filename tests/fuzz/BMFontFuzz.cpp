@@ -6,6 +6,8 @@
 #include "image/PixelPacking.h"
 #include "kelvo_test/TestNodes.h"
 
+namespace fuzz = kelvokit::fuzz;
+
 namespace {
 
 using namespace trevik;

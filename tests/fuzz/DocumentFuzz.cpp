@@ -10,6 +10,8 @@
 #include "trevik/kelvo/RealProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::test;

@@ -8,6 +8,8 @@
 #include <cstring>
 #include <vector>
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using fuzz::Require;
 

@@ -6,6 +6,8 @@
 
 #include <cmath>
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using fuzz::Require;

@@ -12,7 +12,7 @@
 #include <string>
 
 /** What the targets have in common. */
-namespace fuzz {
+namespace kelvokit::fuzz {
 
 /** Ends the process, which keeps the input, when something does not hold. */
 inline void Require(bool fHolds) {
@@ -63,4 +63,4 @@ void RequireSavesTheSame(T const& object, trevik::ClassRegistry& registry) {
     Require(pSavedAgain && Write(*pSavedAgain) == Write(*pSaved));
 }
 
-} // namespace fuzz
+} // namespace kelvokit::fuzz

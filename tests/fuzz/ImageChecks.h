@@ -3,7 +3,7 @@
 #include "FuzzChecks.h"
 #include "image/Image.h"
 
-namespace fuzz {
+namespace kelvokit::fuzz {
 
 using namespace trevik::kelvo::assets;
 
@@ -50,4 +50,4 @@ bool LoadAllOrNothing(Load const& load) {
     return false;
 }
 
-} // namespace fuzz
+} // namespace kelvokit::fuzz

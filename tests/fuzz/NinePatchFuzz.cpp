@@ -10,6 +10,8 @@
 #include <cstring>
 #include <vector>
 
+namespace fuzz = kelvokit::fuzz;
+
 namespace {
 
 using namespace trevik::kelvo::assets;
@@ -50,7 +52,7 @@ void LoadWithChunk(std::uint8_t const* data, std::size_t size) {
     static std::vector<std::uint8_t> const s_picture =
         Encode(std::vector<std::uint8_t>(16 * 12 * 4, 99), 16, 12);
     std::vector<std::uint8_t> const file =
-        kelvo::test::WithPngChunk(s_picture, kelvo::test::PngHeaderEnd, "npTc", {data, data + size});
+        kelvokit::test::WithPngChunk(s_picture, kelvokit::test::PngHeaderEnd, "npTc", {data, data + size});
     Load({file.data(), file.size()});
 }
 

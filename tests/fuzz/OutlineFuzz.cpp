@@ -9,12 +9,14 @@
 #include <algorithm>
 #include <cmath>
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::assets;
 using fuzz::Require;
-using ::kelvo::test::Cross;
-using ::kelvo::test::DistanceToSegment;
+using kelvokit::test::Cross;
+using kelvokit::test::DistanceToSegment;
 
 namespace {
 

@@ -4,6 +4,8 @@
 #include "ImageChecks.h"
 #include "image/Pkm.h"
 
+namespace fuzz = kelvokit::fuzz;
+
 namespace {
 
 using namespace trevik::kelvo::assets;

@@ -8,6 +8,8 @@
 
 #include <vector>
 
+namespace fuzz = kelvokit::fuzz;
+
 namespace {
 
 using namespace trevik::kelvo::assets;

@@ -17,6 +17,8 @@
 #include <iterator>
 #include <type_traits>
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using fuzz::Require;

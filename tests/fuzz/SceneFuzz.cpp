@@ -10,6 +10,8 @@
 #include <sstream>
 #include <vector>
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using namespace trevik::kelvo::test;

@@ -5,6 +5,8 @@
 #include "kelvo_host/Scene.h"
 #include "scene/SceneReader.h"
 
+namespace fuzz = kelvokit::fuzz;
+
 using namespace trevik;
 using namespace trevik::kelvo;
 using fuzz::Require;

@@ -37,7 +37,7 @@
 
 extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using nlohmann::json;
@@ -412,7 +412,7 @@ std::string CountedScopes() {
 }
 
 TEST_P(Golden, MakesTheseCalls) {
-    ::kelvo::player::NodeGroups const groups;
+    kelvokit::player::NodeGroups const groups;
     ScopeCounter::ResetFigures();
     ScopeCounter::SetProfiling(true);
     Played const played = Play(m_file, Nothing);
@@ -530,4 +530,4 @@ INSTANTIATE_TEST_SUITE_P(, Golden, ::testing::ValuesIn(FindScenes()),
                          [](auto const& info) { return info.param; });
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -6,7 +6,7 @@
 #include <GraphicsJNI.h>
 #include <SkBitmap.h>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -155,4 +155,4 @@ TEST_F(JavaBitmaps, LetTheSurfaceGoWhenJavaForgetsThem) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -10,7 +10,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 /** What the program prints, and in the last line its exit code. */
@@ -100,4 +100,4 @@ TEST(JavaExample, SaysWhatItCannotDo) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -2,7 +2,7 @@
 
 #include "JavaTest.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 using namespace trevik::kelvo;
 
@@ -93,4 +93,4 @@ TEST_F(JavaTest, TheLibraryTellsJavaItsVersion) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

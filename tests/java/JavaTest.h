@@ -12,7 +12,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 using JavaBitmap = trevik::jni::Object<trevik::jni::android::graphics::Bitmap>;
 
@@ -63,4 +63,4 @@ protected:
 inline constexpr char const* TakesBitmap = "(Landroid/graphics/Bitmap;)V";
 inline constexpr char const* TellsOfBitmap = "(Landroid/graphics/Bitmap;)Ljava/lang/String;";
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -8,7 +8,7 @@
 #include <cstdlib>
 #include <sstream>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 Machine* Machine::s_pMachine = nullptr;
 
@@ -65,7 +65,7 @@ Machine::Machine() {
 }
 
 void Machine::Destroy() {
-    kelvo::desktop::UnregisterBitmapClass(m_pEnv);
+    kelvokit::desktop::UnregisterBitmapClass(m_pEnv);
     trevik::jni::VM::SetJavaVM(nullptr);
     m_pVM->DestroyJavaVM();
 }
@@ -100,4 +100,4 @@ std::vector<std::string> Machine::TakeComplaints() {
     return complaints;
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

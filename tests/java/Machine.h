@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /**
  * The process's Java virtual machine, which checks each call of JNI (-Xcheck:jni). The thread that asks for
@@ -39,4 +39,4 @@ private:
     std::string m_printed;
 };
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

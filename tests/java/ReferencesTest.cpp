@@ -5,7 +5,7 @@
 #include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -76,7 +76,7 @@ jboolean JNICALL RegisterApplication(JNIEnv* env, jclass) {
     JavaVM* pVM = nullptr;
     env->GetJavaVM(&pVM);
     VM::SetJavaVM(pVM);
-    bool const fBitmaps = kelvo::desktop::RegisterBitmapClass(env);
+    bool const fBitmaps = kelvokit::desktop::RegisterBitmapClass(env);
     return VM::RegisterClass(&g_application) && fBitmaps;
 }
 
@@ -88,7 +88,7 @@ protected:
     }
     void TearDown() override {
         VM::UnregisterClass(&g_application);
-        kelvo::desktop::UnregisterBitmapClass(Env());
+        kelvokit::desktop::UnregisterBitmapClass(Env());
         VM::SetJavaVM(m_machine.VirtualMachine());
         JavaTest::TearDown();
     }
@@ -138,7 +138,7 @@ TEST_F(JavaLoaders, ClassesAreFoundByTheApplicationsLoaderAndUsedOnEveryThread) 
 TEST_F(JavaLoaders, WithoutRegistrationAThreadsOwnBitmapsAreOfAnotherClassAndDropped) {
     StartApplication();
     ASSERT_FALSE(HasFatalFailure());
-    kelvo::desktop::UnregisterBitmapClass(Env());
+    kelvokit::desktop::UnregisterBitmapClass(Env());
     OnNativeThread([&](JNIEnv* env) {
         EXPECT_TRUE(m_pTexture->CreateJavaBitmapFromTexture(0).IsEmpty());
         EXPECT_FALSE(env->ExceptionCheck());
@@ -161,4 +161,4 @@ TEST_F(JavaWithoutBitmaps, TheirMakingFailsWithAReport) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -13,7 +13,7 @@
 #include <utility>
 #include <vector>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 namespace {
 
 using trevik::kelvo::assets::testing::ReadDataAsText;
@@ -112,4 +112,4 @@ TEST(Examples, FilesAreUpToDate) {
 }
 
 } // namespace
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

@@ -10,7 +10,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 namespace {
 
 using trevik::RectangleT;
@@ -94,4 +94,4 @@ TEST(FramePixels, RefuseWhatIsNotTheRectangleInColours) {
 }
 
 } // namespace
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

@@ -8,7 +8,7 @@
 #include <sstream>
 #include <string>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 namespace {
 
 struct GalleryScene {
@@ -77,4 +77,4 @@ TEST(Gallery, ThePainterSaysWhatItCannotDo) {
 }
 
 } // namespace
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

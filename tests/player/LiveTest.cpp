@@ -8,7 +8,7 @@
 
 #include <string>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 namespace {
 
 Outcome PlayLive(std::vector<std::string> const& arguments) {
@@ -82,4 +82,4 @@ TEST(Live, SaysWhatIsMissing) {
 }
 
 } // namespace
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

@@ -13,7 +13,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 namespace {
 
 using trevik::kelvo::assets::testing::ReadCases;
@@ -418,4 +418,4 @@ TEST_F(PlayerTest, LeavesWholeFilesWhenInterrupted) {
 }
 
 } // namespace
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

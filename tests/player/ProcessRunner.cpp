@@ -12,7 +12,7 @@
 #include <cstdlib>
 #include <thread>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 
 namespace {
 
@@ -88,4 +88,4 @@ Image DrawFrame(std::string const& scene, int nFrame) {
     return ReadPicture(folder.Path("p.png"));
 }
 
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

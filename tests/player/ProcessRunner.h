@@ -7,7 +7,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::player::testing {
+namespace kelvokit::player::testing {
 
 using test::CompareImages;
 using test::Image;
@@ -39,4 +39,4 @@ Image ReadPicture(std::string const& path);
 /** Frame `nFrame` of a scene, which the player draws without complaint. */
 Image DrawFrame(std::string const& scene, int nFrame);
 
-} // namespace kelvo::player::testing
+} // namespace kelvokit::player::testing

@@ -12,7 +12,7 @@
 
 extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
-namespace recording {
+namespace kelvokit::recording {
 
 using Strings = std::vector<std::string>;
 
@@ -40,9 +40,9 @@ protected:
 
     trevik::kelvo::GraphicsDeviceGL2& Device() { return *m_pDevice; }
 
-    ::kelvo::test::Diagnostics m_diagnostics;
+    kelvokit::test::Diagnostics m_diagnostics;
     trevik::ClassRegistry m_registry;
     std::unique_ptr<trevik::kelvo::GraphicsDeviceGL2> m_pDevice;
 };
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-namespace recording {
+namespace kelvokit::recording {
 
 /** A test over a fresh driver. */
 class Test : public ::testing::Test {
@@ -67,7 +67,7 @@ inline ::testing::AssertionResult CallsInOrder(std::vector<std::string> const& e
     return ::testing::AssertionSuccess();
 }
 
-} // namespace recording
+} // namespace kelvokit::recording
 
 /** EXPECT_CALLS("glUseProgram(1)", "glDrawArrays(*)"): these calls and no others since the last Clear(). */
-#define EXPECT_CALLS(...) EXPECT_TRUE(::recording::CallsAre({__VA_ARGS__}))
+#define EXPECT_CALLS(...) EXPECT_TRUE(kelvokit::recording::CallsAre({__VA_ARGS__}))

@@ -16,7 +16,7 @@
 
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
@@ -46,7 +46,7 @@ protected:
 int ArrayPixels::s_nDeleted = 0;
 
 /** A stand-in for a Java virtual machine, as far as bitmaps go. */
-class FakeJava : public ::kelvo::test::JavaMachine {
+class FakeJava : public kelvokit::test::JavaMachine {
 public:
     FakeJava() {
         m_functions.GetMethodID = [](JNIEnv*, jclass, char const*, char const* pSignature) {
@@ -139,7 +139,7 @@ TEST(Bitmap, LocksOfPixelsAreCountedOnAllThreadsAndThePixelsGoWithTheirLastOwner
         first.unlockPixels(); // one too many
         EXPECT_TRUE(pPixels->m_nUnlocks == 1 && !pPixels->isLocked());
         EXPECT_EQ(first.getPixels(), nullptr);
-        ::kelvo::test::RunOnThreads(2, [&](int n) {
+        kelvokit::test::RunOnThreads(2, [&](int n) {
             for (int i = 0; i < 1000; ++i) {
                 SkAutoLockPixels const locked(n ? first : second);
                 EXPECT_NE(first.getPixels(), nullptr);

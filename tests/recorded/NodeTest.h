@@ -9,7 +9,7 @@
 #include <string>
 #include <vector>
 
-namespace recording {
+namespace kelvokit::recording {
 
 using trevik::RealFloat;
 using trevik::Ref;
@@ -43,7 +43,7 @@ protected:
     Ref<T> MakeSprite(int width, int height) {
         Ref<T> const pSprite(new T);
         pSprite->GetSizeProperty().SetValue(trevik::SizeT<int>(width, height));
-        EXPECT_TRUE(kelvo::test::LoadItself(*pSprite, m_registry));
+        EXPECT_TRUE(kelvokit::test::LoadItself(*pSprite, m_registry));
         return pSprite;
     }
 
@@ -97,4 +97,4 @@ private:
     bool m_fDraws;
 };
 
-} // namespace recording
+} // namespace kelvokit::recording

@@ -7,6 +7,8 @@
 #include <cstdint>
 #include <memory>
 
+namespace recording = kelvokit::recording;
+
 extern "C" {
 bool Initialize(trevik::ClassRegistry* pRegistry);
 trevik::kelvo::GraphicsDevice* CreateDevice();

@@ -5,11 +5,13 @@
 #include <stdexcept>
 #include <thread>
 
+namespace recording = kelvokit::recording;
+
 // The recording driver's own tests: the other recorded tests are worth as much as what it notes and answers.
 
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using Strings = std::vector<std::string>;
 
 class RecordingDriver : public recording::Test {

@@ -7,7 +7,7 @@
 
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 

@@ -6,9 +6,11 @@
 #include "kelvo_test/Diagnostics.h"
 #include "trevik/Allocation.h"
 
+namespace recording = kelvokit::recording;
+
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
@@ -38,7 +40,7 @@ protected:
         Clear();
     }
 
-    ::kelvo::test::Diagnostics m_diagnostics;
+    kelvokit::test::Diagnostics m_diagnostics;
     Ref<ShaderProgramGL2> m_pProgram{new ShaderProgramGL2};
     // Samplers are given GL names, so that no texture needs one of its own.
     Ref<TextureGL2> m_pTexture{new TextureGL2};

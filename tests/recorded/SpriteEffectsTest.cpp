@@ -4,9 +4,11 @@
 #include "DirectionalBlurEffectGL2.h"
 #include "NodeTest.h"
 
+namespace recording = kelvokit::recording;
+
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 

@@ -5,7 +5,7 @@
 
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
@@ -49,7 +49,7 @@ TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
     pSprite->SetTexture(pTexture.Get());
     Draw(*pSprite);
     EXPECT_EQ(Count("glDraw*"), 0u);
-    EXPECT_TRUE(::kelvo::test::LoadItself(*pSprite, m_registry));
+    EXPECT_TRUE(kelvokit::test::LoadItself(*pSprite, m_registry));
     Coords coords[4];
     pSprite->GetTextureCoords(coords);
     EXPECT_FLOAT_EQ(coords[0].x, 0.0001f);

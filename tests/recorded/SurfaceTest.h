@@ -6,7 +6,7 @@
 #include <system/window.h>
 #include <ui/GraphicBuffer.h>
 
-namespace recording {
+namespace kelvokit::recording {
 
 /** A test of textures that live in graphic buffers. */
 class SurfaceTest : public DeviceTest {
@@ -55,4 +55,4 @@ protected:
     }
 };
 
-} // namespace recording
+} // namespace kelvokit::recording

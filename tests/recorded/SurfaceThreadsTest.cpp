@@ -14,7 +14,7 @@
 
 namespace {
 
-using namespace recording;
+using namespace kelvokit::recording;
 using namespace trevik;
 using namespace trevik::kelvo;
 
@@ -67,7 +67,7 @@ TEST_F(SurfaceThreads, TwoProducersARendererAndOwnersOfOthersGetAlong) {
         }
         std::this_thread::yield(); // one mutex serves all surfaces
     };
-    ::kelvo::test::RunBesideThreads(3, work, [&] {
+    kelvokit::test::RunBesideThreads(3, work, [&] {
         Unnoted const unnoted;
         for (int nFrame = 0; nFrame < Frames; ++nFrame) {
             if (nFrame % 4 == 0) {

@@ -9,7 +9,7 @@
 #include <cmath>
 #include <cstring>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -82,4 +82,4 @@ TEST_F(DrawnBlend, EachModeGivesWhatItsProgramAndFactorsSay) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

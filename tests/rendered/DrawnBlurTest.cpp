@@ -3,7 +3,7 @@
 #include "kelvo_test/Stage.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -41,4 +41,4 @@ TEST_F(DrawnBlur, APictureStaysUprightAndInItsPlaceWhileItsEdgesFade) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -4,7 +4,7 @@
 
 #include <cmath>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -95,4 +95,4 @@ TEST_F(DrawnEdges, HaveCoverageByDistanceInTheColoursOfTheRimTwiceInsideTransluc
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -5,7 +5,7 @@
 
 #include <GLES2/gl2.h>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -83,4 +83,4 @@ TEST_F(DrawnMasks, FifteenLevelsAreToldApartAndLeaveNothingBehind) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

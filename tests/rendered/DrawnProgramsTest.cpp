@@ -10,7 +10,7 @@
 
 #include <algorithm>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -262,4 +262,4 @@ TEST_F(DrawnPrograms, GiveEachPixelWhatTheirSourcesSay) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

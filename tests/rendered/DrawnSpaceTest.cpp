@@ -3,7 +3,7 @@
 #include "kelvo_test/Stage.h"
 #include "trevik/kelvo/SelectionPoint.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -64,4 +64,4 @@ TEST_F(DrawnPicking, FindsTheSpriteOnTopAndTheNearerOfThoseThatIntersect) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

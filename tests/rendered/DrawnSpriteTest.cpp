@@ -2,7 +2,7 @@
 
 #include "kelvo_test/Stage.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -87,4 +87,4 @@ TEST_F(DrawnSprite, SeparateAlphaTakesColourAndAlphaFromTheirPlanes) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -6,7 +6,7 @@
 
 #include <cstring>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -71,4 +71,4 @@ TEST_F(DrawnSurface, ShowsUprightTheSurfaceSwappedLastOnAnyThreadAndADemotionSho
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -2,7 +2,7 @@
 
 #include "kelvo_test/Stage.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -94,4 +94,4 @@ TEST_F(DrawnTargets, AFrameIsShownAndReadBackUprightAndWhole) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -4,7 +4,7 @@
 #include "trevik/kelvo/BitmapFont.h"
 #include "trevik/kelvo/Text.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using namespace trevik::kelvo;
@@ -77,4 +77,4 @@ TEST_F(DrawnText, LettersAndPicturesStandWhereTheFontSaysOverShadowsAndAnUnderli
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -1,6 +1,6 @@
 #include "EglProgram.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 namespace {
 
@@ -101,4 +101,4 @@ Image FrameOf(ANativeWindow const& window) {
     return Image(frame.width, frame.height, frame.pixels.data());
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -10,7 +10,7 @@
 
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** Channel sizes of a configuration. */
 struct ColourSizes {
@@ -76,4 +76,4 @@ constexpr Pixel Blue = {0, 0, 255, 255};
 /** The last captured frame as an image. */
 Image FrameOf(ANativeWindow const& window);
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

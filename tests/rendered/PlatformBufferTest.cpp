@@ -11,7 +11,7 @@
 #include <string>
 #include <utility>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using android::GraphicBuffer;
@@ -347,4 +347,4 @@ TEST_F(PlatformBuffer, WrongArgumentsForImagesAreRefused) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -2,7 +2,7 @@
 
 #include <algorithm>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 class PlatformConfig : public EglProgram {
@@ -96,4 +96,4 @@ TEST_F(PlatformConfig, ListsAreAnsweredAsFarAsTheyFitAndBadArgumentsAsEglSays) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

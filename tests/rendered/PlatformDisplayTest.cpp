@@ -6,7 +6,7 @@
 #include <cstdlib>
 #include <string>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 /** Each test leaves the choice of platform as the environment has it. */
@@ -160,4 +160,4 @@ TEST_F(PlatformImage, OfAndroidsBuffersIsRefusedAndOthersAreTheDrivers) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -6,7 +6,7 @@
 #include <string>
 #include <utility>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using desktop::FinishedFrame;
@@ -170,4 +170,4 @@ TEST_F(PlatformFrame, OfAContextThatCannotBeReadIsAnErrorAndNotAnEmptyPicture) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 TEST(PlatformPlugin, LinkedWithTheSystemsEglDrawsByTheLayerIntoAWindowOfTheProgram) {
@@ -23,4 +23,4 @@ TEST(PlatformPlugin, LinkedWithTheSystemsEglDrawsByTheLayerIntoAWindowOfTheProgr
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -8,7 +8,7 @@
 #include <thread>
 #include <utility>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 using desktop::OffscreenWindow;
@@ -193,4 +193,4 @@ TEST_F(PlatformWindow, SwapWantsTheCurrentDrawSurfaceOfALivingWindowAsPreparedAn
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -7,7 +7,7 @@
 #include <cstdlib>
 #include <thread>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 /** The few functions of libX11 that the test needs, found at run time: the build does not need X11. */
@@ -111,4 +111,4 @@ TEST_F(PlatformX11, WindowShowsTheFrameThatIsAlsoCapturedBesideOffscreenOnes) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -9,7 +9,7 @@
 #include <cstdlib>
 
 int main(int argc, char** argv) {
-    using namespace kelvo::test;
+    using namespace kelvokit::test;
     Image actual;
     Image expected;
     if (argc != 4 || !actual.Load(argv[2]) || !expected.Load(argv[3])) {

@@ -9,7 +9,7 @@
 #include <sstream>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 namespace {
 
@@ -84,4 +84,4 @@ testing::AssertionResult IsGolden(std::string const& path, std::string const& te
                                        << Around(actual, nLine);
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

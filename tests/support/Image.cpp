@@ -7,7 +7,7 @@
 #include <cstring>
 #include <filesystem>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 static_assert(sizeof(Pixel) == 4, "pixels are read and written as RGBA bytes");
 
@@ -163,4 +163,4 @@ testing::AssertionResult CompareImages(Image const& actual, Image const& expecte
     return failure;
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

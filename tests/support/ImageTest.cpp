@@ -4,7 +4,7 @@
 
 #include <cstdlib>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 /** Sends the pictures of failed comparisons to a folder of its own, for as long as it lives. */
@@ -61,4 +61,4 @@ TEST(CompareImages, FailureSaysWhereAndWritesThePictures) {
 }
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -41,7 +41,7 @@ extern "C" __attribute__((visibility("default"))) char const* __asan_default_opt
     return "intercept_tls_get_addr=0";
 }
 
-namespace kelvo::test {
+namespace kelvokit::test {
 namespace {
 
 /** Leak reports name whoever allocated, and suppressions go by that name. EGL unloads its driver when the
@@ -73,6 +73,6 @@ public:
 testing::Environment* const g_pPinnedDriver = testing::AddGlobalTestEnvironment(new PinnedDriver);
 
 } // namespace
-} // namespace kelvo::test
+} // namespace kelvokit::test
 
 #endif

@@ -12,7 +12,7 @@
 
 extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 using namespace trevik::kelvo;
 using trevik::SizeT;
@@ -223,4 +223,4 @@ Image Canvas::Picture(bool fAlpha) const {
     });
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -8,7 +8,7 @@
 #include <fstream>
 #include <iterator>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 TemporaryFolder::TemporaryFolder()
     : m_sPath((std::filesystem::temp_directory_path() / "kelvo-test-XXXXXX").string()) {
@@ -49,4 +49,4 @@ std::vector<std::string> TemporaryFolder::List() const {
     return names;
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

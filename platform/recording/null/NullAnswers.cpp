@@ -3,6 +3,8 @@
 
 #include <cstring>
 
+namespace recording = kelvokit::recording;
+
 // What the null driver answers where zero would not do: enough for a device to come up, and no more. Nothing
 // here allocates, and nothing that is called for each draw is here.
 

@@ -138,7 +138,7 @@ TEST(BMFontReader, ReadsEachFormAndLosesNoGlyphsUnnoticed) {
     for (Bytes const& whole : {ToBytes(TextFont), ToBytes(XmlFont), BinaryFont}) {
         Ref<BitmapFont> const pWhole = MustRead(whole);
         ASSERT_TRUE(pWhole);
-        EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pWhole)));
+        EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pWhole)));
         for (std::ptrdiff_t nLength = 0; nLength < std::ptrdiff_t(whole.size()); ++nLength) {
             std::string error;
             Ref<BitmapFont> const pFont = ReadFont(Bytes(whole.begin(), whole.begin() + nLength), error);
@@ -281,7 +281,7 @@ TEST(BMFontReader, FindsPagesBesideTheDescription) {
     folder.Write("second.png", PagePng("second.png"));
     Ref<BitmapFont> const pFont = ReadBMFont(path, registry, error);
     ASSERT_TRUE(pFont) << error;
-    EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pFont)));
+    EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pFont)));
 
     EXPECT_FALSE(ReadBMFont(folder.Path("none.fnt"), registry, error));
     EXPECT_EQ(error, folder.Path("none.fnt") + ": cannot be opened: No such file or directory");

@@ -14,7 +14,7 @@
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-using ::kelvo::test::Cross;
+using kelvokit::test::Cross;
 using Point = Vector2T<RealFloat>;
 using Contour = std::vector<Point>;
 using Triangle = std::array<Point, 3>;
@@ -152,7 +152,7 @@ double DistanceTo(Contour const& contour, Point const& point) {
     double distance = 1e9;
     for (std::size_t i = 0; i < contour.size(); ++i) {
         Point const& next = contour[(i + 1) % contour.size()];
-        distance = std::min(distance, ::kelvo::test::DistanceToSegment(point, contour[i], next));
+        distance = std::min(distance, kelvokit::test::DistanceToSegment(point, contour[i], next));
     }
     return distance;
 }

@@ -20,9 +20,9 @@ std::map<char, Bytes> const Colours = {
     {'g', {0, 128, 0, 255}}, {'t', {200, 100, 50, 0}},    {'.', {0, 0, 0, 0}},
 };
 
-using ::kelvo::test::AppendBig32;
-using ::kelvo::test::PngHeaderEnd;
-using ::kelvo::test::WithPngChunk;
+using kelvokit::test::AppendBig32;
+using kelvokit::test::PngHeaderEnd;
+using kelvokit::test::WithPngChunk;
 using Bands = std::vector<NinePatchInfo::Band>;
 
 constexpr int Width = 9;

@@ -25,7 +25,7 @@ TEST(PngReader, DecodesEveryColourTypeDepthAndInterlacing) {
             text += name + ": " + Describe(LoadGood(ReadData("image/data/" + name))) + "\n";
         }
     }
-    EXPECT_TRUE(::kelvo::test::IsGolden(KELVO_TEST_ASSETS "/image/data/decoded.txt", text));
+    EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/image/data/decoded.txt", text));
 }
 
 TEST(PngReader, EveryTruncationIsAnErrorThatNamesTheFileAndThePlace) {

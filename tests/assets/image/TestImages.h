@@ -15,7 +15,7 @@ inline ByteSpan Span(Bytes const& bytes) {
     return {bytes.data(), bytes.size()};
 }
 
-using ::kelvo::test::TemporaryFolder;
+using kelvokit::test::TemporaryFolder;
 
 /** An 8-bit RGB or RGBA file of the given pixels. */
 Bytes PngOf(int nChannels, int width, int height, Bytes const& pixels);

@@ -17,7 +17,7 @@
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-using ::kelvo::test::ReadText;
+using kelvokit::test::ReadText;
 
 std::vector<std::string> ReadLines() {
     std::vector<std::string> lines;

@@ -15,8 +15,8 @@
 namespace trevik::kelvo::assets::testing {
 namespace {
 
-using ::kelvo::test::IsGolden;
-using ::kelvo::test::ReadText;
+using kelvokit::test::IsGolden;
+using kelvokit::test::ReadText;
 
 std::string const Folder = KELVO_TEST_ASSETS "/scene/data/";
 

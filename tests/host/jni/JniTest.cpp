@@ -13,7 +13,7 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachineAndGoWithIt) {
     EXPECT_TRUE(VM::RegisterClass(&early));
     EXPECT_EQ(early.Get(), nullptr);
     {
-        ::kelvo::test::JavaMachine java;
+        kelvokit::test::JavaMachine java;
         EXPECT_NE(early.Get(), nullptr);
         EXPECT_EQ(java.m_nGlobals, 4);
         VM::UnregisterClass(&early);
@@ -22,7 +22,7 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachineAndGoWithIt) {
         EXPECT_EQ(java.m_nGlobals, 3);
         Object<android::graphics::Bitmap> const object(reinterpret_cast<jobject>(&java));
 
-        ::kelvo::test::Diagnostics log;
+        kelvokit::test::Diagnostics log;
         java.m_fFindsClasses = false; // as on a thread whose loader does not know them
         EXPECT_TRUE(VM::RegisterClass(&bitmap));
         EXPECT_NE(bitmap.Get(), nullptr);

@@ -21,7 +21,7 @@ TEST(PropertyList, ThreadsThatRegisterAtOnceShareDescriptors) {
     constexpr unsigned int PropertyCount = 300;
     PropertyList lists[ThreadCount];
     std::vector<RealProperty> properties[ThreadCount];
-    ::kelvo::test::RunOnThreads(ThreadCount, [&](int nThread) {
+    kelvokit::test::RunOnThreads(ThreadCount, [&](int nThread) {
         properties[nThread] = std::vector<RealProperty>(PropertyCount);
         for (unsigned int n = 0; n < PropertyCount; ++n) {
             lists[nThread].Register(1000000 + n, &properties[nThread][n]); // ids that nothing else has

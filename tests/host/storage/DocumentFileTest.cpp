@@ -79,7 +79,7 @@ protected:
         return pDocument ? std::string(bytes.begin(), bytes.end()) : String8(sError).GetData();
     }
 
-    ::kelvo::test::TemporaryFolder m_folder;
+    kelvokit::test::TemporaryFolder m_folder;
     std::string const m_five = std::string("\5\0\0", 4);
     std::string const m_six = std::string("\6\0\0", 4);
 };

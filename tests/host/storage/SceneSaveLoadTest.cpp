@@ -65,7 +65,7 @@ bool LoadScene(Scene& scene, Ref<DocumentNode> const& pDocument, ClassRegistry& 
 
 TEST(SceneSaveLoad, GoesThroughFiles) {
     Sample sample;
-    ::kelvo::test::TemporaryFolder const folder;
+    kelvokit::test::TemporaryFolder const folder;
     std::string const path = folder.Path("scene");
     String16 sError;
     ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), sError)) << String8(sError).GetData();

@@ -28,7 +28,7 @@ protected:
         return testing::internal::GetCapturedStderr();
     }
 
-    ::kelvo::test::Diagnostics m_log{TraceLevel::Debug};
+    kelvokit::test::Diagnostics m_log{TraceLevel::Debug};
 };
 
 TEST_F(TrevikTrace, AssertionsTellFileLineAndExpression) {
@@ -58,7 +58,7 @@ TEST_F(TrevikTrace, ReachesTheSinkFromTheMinimumLevelOn) {
 }
 
 TEST_F(TrevikTrace, LinesOfSeveralThreadsArriveWhole) {
-    ::kelvo::test::RunOnThreads(4, [](int) {
+    kelvokit::test::RunOnThreads(4, [](int) {
         for (int line = 0; line < 50; ++line) {
             Debug::TraceFormat(TraceLevel::Error, u"%d of %hs", 50, "each");
         }
@@ -184,7 +184,7 @@ TEST_F(TrevikScopeCounter, NamesTheIdsThatTheBackEndUses) {
 TEST_F(TrevikScopeCounter, ThreadsCountTogetherAndStatisticsForEachId) {
     Statistics& statistics = Statistics::Instance();
     long long const before = statistics.GetStat(37), other = statistics.GetStat(36);
-    ::kelvo::test::RunOnThreads(4, [&](int) {
+    kelvokit::test::RunOnThreads(4, [&](int) {
         for (int round = 0; round < 500; ++round) {
             Spend(24);
             statistics.IncrementStat(37, 5000000000LL);

@@ -72,7 +72,7 @@ TEST_F(TrevikReference, AssigningToItselfOrFromInsideTheOldObjectIsSafe) {
 
 TEST_F(TrevikReference, ThreadsCountTogether) {
     Ref<Object> const object(new Object);
-    ::kelvo::test::RunOnThreads(4, [&](int) {
+    kelvokit::test::RunOnThreads(4, [&](int) {
         for (int round = 0; round < 2000; ++round) {
             Ref<Object> const mine(object);
             Ref<Object> const another(mine);

@@ -50,7 +50,7 @@ TEST(TrevikWaitableEvent, LetsOneThroughOrAllUntilItIsReset) {
     EXPECT_GE(std::chrono::steady_clock::now() - start, std::chrono::milliseconds(5)) << "no less";
     ManualResetEvent manual;
     EXPECT_FALSE(manual.Wait(0));
-    ::kelvo::test::RunOnThreads(4, [&](int n) {
+    kelvokit::test::RunOnThreads(4, [&](int n) {
         n == 3 ? manual.Set() : manual.Wait();
         EXPECT_TRUE(manual.Wait(k_nLongTime));
     });
@@ -72,7 +72,7 @@ TEST(TrevikTakeANumber, LetsTicketsThroughInTheirOrder) {
     }
     std::string order;
     Mutex mutex;
-    ::kelvo::test::RunOnThreads(count, [&](int n) {
+    kelvokit::test::RunOnThreads(count, [&](int n) {
         int const ticket = count - 1 - n; // the last one comes first
         EXPECT_TRUE(other->Process(ticket));
         EXPECT_TRUE(ticket == 0 || counter->WaitFor(ticket - 1));
@@ -173,8 +173,8 @@ TEST_F(TrevikDispatcher, ManyThreadsQueueWhileOneExecutes) {
         m_dispatcher.WaitForOperations(1);
         Execute();
     };
-    ::kelvo::test::RunBesideThreads(1, execute, [&] {
-        ::kelvo::test::RunOnThreads(threads, [&](int i) {
+    kelvokit::test::RunBesideThreads(1, execute, [&] {
+        kelvokit::test::RunOnThreads(threads, [&](int i) {
             std::vector<int>& numbers = seen[static_cast<std::size_t>(i)];
             for (int n = 0; n < each; ++n) {
                 Ref<OperationBase> const operation = MakeOperation([&numbers, n] { numbers.push_back(n); });

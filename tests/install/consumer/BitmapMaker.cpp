@@ -7,7 +7,7 @@
 
 jint JNI_OnLoad(JavaVM* pVM, void*) {
     trevik::jni::VM::SetJavaVM(pVM);
-    return kelvo::desktop::RegisterBitmapClass(trevik::jni::VM::GetEnv()) ? JNI_VERSION_1_6 : JNI_ERR;
+    return kelvokit::desktop::RegisterBitmapClass(trevik::jni::VM::GetEnv()) ? JNI_VERSION_1_6 : JNI_ERR;
 }
 
 jobject MakeBitmap(JNIEnv* pEnv, trevik::kelvo::Texture& texture) {

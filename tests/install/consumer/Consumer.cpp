@@ -24,7 +24,7 @@ int main() {
     if (!Initialize(&registry)) {
         return 1;
     }
-    using Window = ::kelvo::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
+    using Window = kelvokit::desktop::OffscreenWindowT<WindowT<ANativeWindow>>;
     Ref<Window> const pWindow(new Window(5, 3));
     pWindow->SetCapture(true);
     {
@@ -38,7 +38,7 @@ int main() {
         device.Present();
     }
     Shutdown();
-    ::kelvo::desktop::FinishedFrame const& frame = pWindow->LastFrame();
+    kelvokit::desktop::FinishedFrame const& frame = pWindow->LastFrame();
     if (frame.width != 5 || frame.height != 3) {
         return 1;
     }

@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** Collects what is traced and asserted while it lives, in place of the lines on stderr. */
 class Diagnostics {
@@ -58,4 +58,4 @@ private:
     std::vector<std::string> m_failures;
 };
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -6,7 +6,7 @@
 #include <cmath>
 
 /** What tests compute their expectations with: double precision, and the textbook's formulas written out. */
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** A column vector. */
 using ExactPoint = std::array<double, 4>;
@@ -64,4 +64,4 @@ inline ExactPoint ExactDivided(ExactPoint const& point) {
     return {point[0] / point[3], point[1] / point[3], point[2] / point[3], 1};
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

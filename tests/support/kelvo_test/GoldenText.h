@@ -4,7 +4,7 @@
 
 #include <string>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /**
  * Whether a text is the one in a file: the same but for numbers, which may lie 1e-4 apart, or a 1e-4th of
@@ -16,4 +16,4 @@ testing::AssertionResult IsGolden(std::string const& path, std::string const& te
 /** A file's bytes; none when it cannot be read. */
 std::string ReadText(std::string const& path);
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

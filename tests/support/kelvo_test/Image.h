@@ -6,7 +6,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** One pixel, 8 bits a channel. */
 struct Pixel {
@@ -96,4 +96,4 @@ testing::AssertionResult CompareImages(Image const& actual, Image const& expecte
                                        Tolerance const& tolerance = Tolerance(),
                                        std::string const& label = "");
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

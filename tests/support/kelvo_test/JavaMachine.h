@@ -4,7 +4,7 @@
 
 #include <type_traits>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** A stand-in for a Java virtual machine, as far as classes, references and exceptions go; one at a time. */
 class JavaMachine {
@@ -64,4 +64,4 @@ private:
     JavaVM m_vm = {};
 };
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -5,7 +5,7 @@
 #include "trevik/kelvo/Node.h"
 #include "trevik/kelvo/Serializer.h"
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /**
  * Saves a node and loads it back into itself, so that it builds what nodes build on loading. For nodes that
@@ -20,4 +20,4 @@ inline bool LoadItself(trevik::kelvo::Node& node, trevik::ClassRegistry& registr
     return node.Load(deserializer);
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

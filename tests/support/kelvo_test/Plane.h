@@ -4,7 +4,7 @@
 #include <cmath>
 
 /** Geometry in the plane, in double precision, of anything with x and y. */
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** Twice the signed area of a triangle: positive when it is anticlockwise. */
 template <class A, class B, class C>
@@ -21,4 +21,4 @@ double DistanceToSegment(P const& p, A const& a, B const& b) {
     return std::hypot(p.x - a.x - t * dx, p.y - a.y - t * dy);
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** Where the chunks behind the header's begin. */
 constexpr std::ptrdiff_t PngHeaderEnd = 33;
@@ -29,4 +29,4 @@ inline std::vector<std::uint8_t> WithPngChunk(std::vector<std::uint8_t> file, st
     return file;
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -15,7 +15,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 using trevik::RealFloat;
 using trevik::Ref;
@@ -130,4 +130,4 @@ Image MakePicture(int width, int height);
 /** A picture upside down. */
 Image Flip(Image const& picture);
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -4,7 +4,7 @@
 #include <string>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** A folder of its own for one test, removed with all that it holds. */
 class TemporaryFolder {
@@ -29,4 +29,4 @@ private:
     std::string m_sPath;
 };
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

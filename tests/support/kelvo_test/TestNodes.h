@@ -29,7 +29,7 @@ namespace trevik::kelvo::test {
 typedef Vector2T<RealFloat> Vector2;
 typedef Vector3T<RealFloat> Vector3;
 typedef Matrix4T<RealFloat> Matrix;
-typedef ::kelvo::test::Diagnostics TraceLog;
+typedef kelvokit::test::Diagnostics TraceLog;
 
 inline Vector3 Origin(Matrix const& matrix) {
     return Vector3(matrix.m[12], matrix.m[13], matrix.m[14]);

@@ -4,7 +4,7 @@
 #include <thread>
 #include <vector>
 
-namespace kelvo::test {
+namespace kelvokit::test {
 
 /** Calls `run` with 0, 1, ... on as many threads at once, and returns when all of them are done. */
 template <class Callable>
@@ -40,4 +40,4 @@ void RunBesideThreads(int nCount, Work const& work, Callable const& here) {
     }
 }
 
-} // namespace kelvo::test
+} // namespace kelvokit::test

@@ -2,17 +2,17 @@
 
 #include <cstdint>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 struct BufferContents;
 struct FinishedFrame;
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop
 
 /**
  * The desktop's native window: what Android calls by the same name and passes to eglCreateWindowSurface as
  * its EGLNativeWindowType. A window is either off-screen, and then its finished frames can be had as pixels,
  * or it carries the id of an X11 window that somebody else made.
  *
- * Derive from it or hold one, and prepare it with kelvo::desktop::InitialiseOffscreen or InitialiseX11
+ * Derive from it or hold one, and prepare it with kelvokit::desktop::InitialiseOffscreen or InitialiseX11
  * (kelvo_desktop/OffscreenWindow.h); EGL refuses a window that was not prepared with EGL_BAD_NATIVE_WINDOW.
  * The fields may be read and written directly, on the thread that swaps, except those marked as the layer's
  * own.
@@ -22,7 +22,7 @@ struct ANativeWindow {
        back to what it was. `frame` is the window's own storage: copy what has to outlive the next swap. It
        may destroy the window. An exception ends here: eglSwapBuffers then fails with EGL_BAD_NATIVE_WINDOW,
        or EGL_BAD_ALLOC for std::bad_alloc, although the frame is finished and counted. */
-    using FrameHandler = void (*)(ANativeWindow* window, kelvo::desktop::FinishedFrame const& frame);
+    using FrameHandler = void (*)(ANativeWindow* window, kelvokit::desktop::FinishedFrame const& frame);
 
     /** Value of `magic` in a prepared window (the letters "_wnd", as on Android). */
     static constexpr std::uint32_t PreparedMagic = 0x5f776e64;
@@ -57,8 +57,8 @@ struct ANativeWindow {
     FrameHandler frameFinished = nullptr;
     /** Frames finished since the window was prepared, captured or not. The layer counts. */
     unsigned long frameCount = 0;
-    /** The last captured frame. The layer's own; read it through kelvo::desktop::LastFrame. */
-    kelvo::desktop::FinishedFrame* frame = nullptr;
+    /** The last captured frame. The layer's own; read it through kelvokit::desktop::LastFrame. */
+    kelvokit::desktop::FinishedFrame* frame = nullptr;
     /** Gives the layer's part of the window back. The layer's own. */
     void (*release)(ANativeWindow*) = nullptr;
 };
@@ -78,5 +78,5 @@ struct ANativeWindowBuffer {
     std::int32_t format = 0; ///< an android::PixelFormat
     std::int32_t usage = 0;  ///< of GRALLOC_USAGE_*
     /** Memory and images; null without memory. The layer's own. */
-    kelvo::desktop::BufferContents* contents = nullptr;
+    kelvokit::desktop::BufferContents* contents = nullptr;
 };

@@ -2,7 +2,7 @@
 
 #include <kelvo_desktop/Export.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * Says which platform the next eglGetDisplay(EGL_DEFAULT_DISPLAY) takes:
@@ -23,4 +23,4 @@ KELVO_DESKTOP_API bool SelectPlatform(char const* platform);
  */
 KELVO_DESKTOP_API char const* DescribeDisplay();
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

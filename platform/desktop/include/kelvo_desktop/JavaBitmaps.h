@@ -3,7 +3,7 @@
 #include <jni.h>
 #include <kelvo_desktop/Export.h>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /**
  * Looks the Java class android.graphics.Bitmap up and keeps it for all bitmaps that are made from now on, in
@@ -17,4 +17,4 @@ KELVO_DESKTOP_API bool RegisterBitmapClass(JNIEnv* env);
 /** Lets the class go: from JNI_OnUnload, or before the virtual machine is destroyed. Any attached thread. */
 KELVO_DESKTOP_API void UnregisterBitmapClass(JNIEnv* env);
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

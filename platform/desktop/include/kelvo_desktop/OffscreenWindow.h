@@ -6,7 +6,7 @@
 #include <cstdint>
 #include <vector>
 
-namespace kelvo::desktop {
+namespace kelvokit::desktop {
 
 /** A frame as a person would see it. */
 struct FinishedFrame {
@@ -57,12 +57,12 @@ class OffscreenWindowT : public Base {
 public:
     OffscreenWindowT(int width, int height) { InitialiseOffscreen(*this, width, height); }
 
-    /** As kelvo::desktop::SetCapture. */
+    /** As kelvokit::desktop::SetCapture. */
     void SetCapture(bool capture) { desktop::SetCapture(*this, capture); }
-    /** As kelvo::desktop::LastFrame. */
+    /** As kelvokit::desktop::LastFrame. */
     FinishedFrame const& LastFrame() const { return desktop::LastFrame(*this); }
 };
 
 using OffscreenWindow = OffscreenWindowT<>;
 
-} // namespace kelvo::desktop
+} // namespace kelvokit::desktop

@@ -27,7 +27,7 @@
  * is current work on a context of their own, so that a class can be tested without a device; such calls carry
  * no context, and CallsWithoutContext() finds them.
  */
-namespace recording {
+namespace kelvokit::recording {
 
 /** What the bits of an argument mean, where its C type does not tell. */
 enum class ArgumentKind {
@@ -451,4 +451,4 @@ std::string EglEnumName(EGLint value);
 /** "display", "config0", "surface1", "context1", "image1"; "NULL", and "*" for what is no handle. */
 std::string HandleName(void const* handle);
 
-} // namespace recording
+} // namespace kelvokit::recording
