@@ -50,7 +50,7 @@ struct ShadowColor {
     Color m_color;
 };
 
-/** The shadow of a highlighted corner: the highlight colour's own alpha counts twice, intended. */
+/** The shadow of a highlighted corner: the colour's own alpha counts twice, intended (shadow-alpha-twice). */
 class HighlightedShadowColor {
 public:
     HighlightedShadowColor(GraphicsDevice const& device, RealFloat rShadowAlpha)
@@ -219,7 +219,8 @@ void BitmapFontGL2::DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, Rea
 }
 
 void BitmapFontGL2::DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, unsigned int nVertices) {
-    // Its mViewToViewport is never set here: the identity that the device gave it stays, intended.
+    // Its mViewToViewport is never set here: the identity that the device gave it stays, intended
+    // (underline-second-matrix).
     ShaderProgramGL2* const pProgram = device.GetShader(ProgramTextUnderline);
     device.SetActiveShader(pProgram);
     if (!pProgram) {

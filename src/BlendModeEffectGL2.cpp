@@ -174,7 +174,8 @@ bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& spri
     SetFixedStreams(spriteGL2, textureCoords);
     deviceGL2.SetActiveShader(&program);
     program.SetSampler(UniformNames::sTexture, pTexture, 0);
-    // No projection: none of the programs declares the second matrix, and the first lacks it. Intended.
+    // No projection: none of the programs declares the second matrix, and the first lacks it. Intended
+    // (blend-mode-no-projection).
     program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, deviceGL2.GetModelViewMatrix());
     program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
     program.SetParameter(ShaderType::Fragment, UniformNames::vColor, Vector4T<RealFloat>(1, 1, 1, opacity));

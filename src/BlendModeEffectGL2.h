@@ -22,13 +22,14 @@ private:
     Ref<ShaderProgramGL2> m_colorDodgeProgram;
     Ref<ShaderProgramGL2> m_multiplyProgram;
     Ref<ShaderProgramGL2> m_screenProgram;
-    Ref<ShaderProgramGL2> m_exclusionProgram; ///< no blend mode selects it: intended
+    Ref<ShaderProgramGL2> m_exclusionProgram; ///< no blend mode selects it: intended (exclusion-unused)
 };
 
 /**
  * Draws textured sprites, in their place, in any blend mode: a program shapes the source, GL's blend factors
  * do the rest. The model-view matrix alone takes the corners to clip space, without a projection, and they go
- * to GL as fixed-point numbers, see SetFixedStreams: both intended.
+ * to GL as fixed-point numbers, see SetFixedStreams: both intended (blend-mode-no-projection,
+ * fixed-point-streams).
  */
 class KELVO_EXPORT BlendModeEffectGL2 : public BlendModeEffect {
 public:

@@ -92,7 +92,7 @@ void CameraGL2::BuildOrthographic(RectangleT<RealFloat> const& view) {
     RealFloat* m = m_projectionMatrix.m;
     SetZero(m_projectionMatrix);
     // Top is the upper edge as written: a rectangle whose bottom is the greater number flips y. That is
-    // intended.
+    // intended (orthographic-top).
     m[0] = 2 / (view.right - view.left);
     m[5] = 2 / (view.top - view.bottom);
     m[10] = -2 / (rFar - rNear);

@@ -25,7 +25,8 @@ private:
 /**
  * Draws a textured sprite smeared along a direction, in its place, with 18 taps: nine along the direction, on
  * two rows one texel apart. The reach, |direction| times amount in texels, widens the quad as well. Corners
- * and texture coordinates go to GL as fixed-point numbers, see SetFixedStreams: intended.
+ * and texture coordinates go to GL as fixed-point numbers, see SetFixedStreams: intended
+ * (fixed-point-streams).
  */
 class KELVO_EXPORT DirectionalBlurEffectGL2 : public DirectionalBlurEffect {
 public:

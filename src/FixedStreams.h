@@ -14,8 +14,9 @@ inline TextureGL2* GetDrawableTexture(SpriteGL2& sprite) {
 
 /**
  * Sets a sprite's corners and texture coordinates as the streams of the next draw. They are declared as
- * GL_FIXED though they are floats: intended. GL takes the bits of each float for a fixed-point number of 16
- * integer bits. Calls glVertexAttribPointer for 0 and 1; the coordinates must live until the draw.
+ * GL_FIXED though they are floats: intended (fixed-point-streams). GL takes the bits of each float for a
+ * fixed-point number of 16 integer bits. Calls glVertexAttribPointer for 0 and 1; the coordinates must live
+ * until the draw.
  */
 inline void SetFixedStreams(SpriteGL2& sprite, Vector2T<RealFloat> (&textureCoords)[4]) {
     sprite.GetTextureCoords(textureCoords);

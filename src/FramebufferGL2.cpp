@@ -13,7 +13,7 @@ FramebufferGL2::~FramebufferGL2() {
         glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
         if (m_pDepthTexture) {
-            // The stencil attachment is left as it is: intended.
+            // The stencil attachment is left as it is: intended (stencil-stays-attached).
             glFramebufferTexture2D(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_TEXTURE_2D, 0, 0);
         }
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
@@ -25,7 +25,8 @@ FramebufferGL2::~FramebufferGL2() {
         m_nDepthRenderbuffer = 0;
     }
     m_pDepthTexture.Reset();
-    // The colour texture outlives the framebuffer, which keeps its reference to it: intended.
+    // The colour texture outlives the framebuffer, which keeps its reference to it: intended
+    // (color-texture-kept).
     static_cast<void>(m_pColorTexture.Detach());
 }
 
@@ -48,7 +49,7 @@ bool FramebufferGL2::Create(InitParams const& params) {
         AttachDepthStencil();
     }
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
-        return false;
+        return false; // still bound: intended (failed-create-bound)
     }
     glBindFramebuffer(GL_FRAMEBUFFER, 0);
     return true;
@@ -95,7 +96,8 @@ void FramebufferGL2::AttachDepthStencil() const {
 void FramebufferGL2::Bind() {
     glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
     if (m_fClearOnBind) {
-        bool const fDepth = m_pDepthTexture || m_nDepthRenderbuffer != 0; // the stencil stays: intended
+        // The stencil stays: intended (stencil-not-cleared).
+        bool const fDepth = m_pDepthTexture || m_nDepthRenderbuffer != 0;
         glClear(fDepth ? GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT : GL_COLOR_BUFFER_BIT);
     }
     glGetIntegerv(GL_VIEWPORT, m_savedViewport);
@@ -106,7 +108,7 @@ void FramebufferGL2::Bind() {
 void FramebufferGL2::Unbind(FramebufferGL2* pPrevious) {
     glViewport(m_savedViewport[0], m_savedViewport[1], m_savedViewport[2], m_savedViewport[3]);
     if (pPrevious) {
-        pPrevious->Bind(); // and clears it, whatever it holds: intended
+        pPrevious->Bind(); // and clears it, whatever it holds: intended (bind-clears)
     } else {
         glBindFramebuffer(GL_FRAMEBUFFER, 0);
     }

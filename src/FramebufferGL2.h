@@ -26,7 +26,7 @@ public:
     FramebufferGL2();
     /**
      * Deletes framebuffer and renderbuffer and drops the depth texture. The colour texture keeps this
-     * object's reference and stays for ever: intended.
+     * object's reference and stays for ever: intended (color-texture-kept).
      */
     ~FramebufferGL2() override;
     FramebufferGL2(FramebufferGL2 const&) = delete;

@@ -111,7 +111,8 @@ void GaussianBlurEffectGL2::PostRender(GraphicsDevice& device) {
 
     deviceGL2.SwapTargetBuffers(false);
     FramebufferGL2* const pFront = deviceGL2.GetFrontTargetBuffer();
-    // The vertical pass comes first, and steps are texels of the whole viewport at half its size: intended.
+    // The vertical pass comes first, and steps are texels of the whole viewport at half its size: intended
+    // (blur-vertical-first).
     deviceGL2.SetActiveShader(m_pResource->m_blurProgram.Get());
     pFront->Unbind(&targetA);
     Blur(deviceGL2, deviceGL2.GetBackTargetBuffer()->GetColorTexture(), 0,

@@ -27,7 +27,7 @@ private:
     Ref<FramebufferGL2> m_blurTargetB; ///< the horizontal pass's
     Ref<ShaderProgramGL2> m_blurProgram;
     Ref<ShaderProgramGL2> m_blendProgram;
-    float m_texelWidth = 0; ///< of the whole viewport, not of the targets: intended
+    float m_texelWidth = 0; ///< of the whole viewport, not of the targets: intended (blur-vertical-first)
     float m_texelHeight = 0;
 };
 
@@ -49,7 +49,7 @@ public:
     void PreRender(GraphicsDevice& device) override;
     /**
      * Blurs what has been drawn and composites it on the window's framebuffer, whatever was drawn to before:
-     * intended. The blending is that of the last draw.
+     * intended (blur-to-window). The blending is that of the last draw.
      */
     void PostRender(GraphicsDevice& device) override;
     bool InternalInit(EffectResource* pResource) override;

@@ -48,7 +48,8 @@ public:
     using GraphicsDevice::Reset;
     /**
      * Makes a surface for another window current; context and all GL objects stay. The surface before is not
-     * destroyed: intended. Calls eglCreateWindowSurface and eglMakeCurrent. False, traced, when either fails.
+     * destroyed: intended (reset-keeps-surface). Calls eglCreateWindowSurface and eglMakeCurrent. False,
+     * traced, when either fails.
      */
     bool Reset(void* pWindow) override;
     /** glClearColor; red, green, blue and alpha, 0 to 1, initially opaque black. */
@@ -59,8 +60,9 @@ public:
      */
     void Clear() override;
     /**
-     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y, intended. Calls
-     * glViewport with the viewport in force before, which is intended too, then as the other form.
+     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y. Calls
+     * glViewport with the viewport in force before, then as the other form. Both intended
+     * (viewport-rectangle).
      */
     void SetViewport(RectangleT<int> const& rectangle) override;
     /**
@@ -89,14 +91,15 @@ public:
     void Present() override;
     /**
      * Reads a rectangle of the current target into a texture: in viewport pixels with y down, while the rows
-     * that are read come from the bottom up: intended. RGBA8888 from surfaces of 16 bits of colour, RGB888
-     * from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where the driver refuses
-     * GL_RGB, and those of PixelAlignment.
+     * that are read come from the bottom up: intended (read-pixels-bottom-up). RGBA8888 from surfaces of 16
+     * bits of colour, RGB888 from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where
+     * the driver refuses GL_RGB, and those of PixelAlignment.
      * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
      * comes without a reference.
      * @return false, without a message, for other surfaces, for promoted textures, for rectangles that GL's
      * numbers cannot tell, and when GL refuses, with the texture as it was; without memory for the pixels as
-     * well, where the texture is deleted even if it was the caller's, intended, and null afterwards.
+     * well, where the texture is deleted even if it was the caller's, intended (read-pixels-memory), and null
+     * afterwards.
      */
     bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
     /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */
@@ -175,7 +178,10 @@ public:
             ChangeActiveShader(pProgram);
         }
     }
-    /** Makes a program, not null, the one of RenderForPostProcess. The spelling is intended. */
+    /**
+     * Makes a program, not null, the one of RenderForPostProcess. The spelling is intended
+     * (post-proccess-spelling).
+     */
     void SetPostProccessShader(ShaderProgramGL2* pProgram);
 
     /** Node space to view space of the node being drawn; renderers set and read it. */
@@ -215,7 +221,8 @@ public:
      * Makes the two frame targets, of the viewport's size, with RGB565 colour and a depth and stencil
      * texture. The application calls it once, after Initialize and SetViewport and before the first effect or
      * post-process pass; a second call forgets the targets of the first, and they do not follow the viewport:
-     * both intended. False, without a message, when one cannot be made.
+     * both intended (targets-by-application, target-sizes-fixed). False, without a message, when one cannot
+     * be made.
      */
     bool InitializeTargetBuffers();
     /** The current target while it is bound, else null. Borrowed. */

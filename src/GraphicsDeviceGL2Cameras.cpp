@@ -25,6 +25,7 @@ void GraphicsDeviceGL2::PushCamera2D(RealFloat const& width, RealFloat const& he
         return;
     }
     pCamera->GetOrthographicProperty().SetValue(true);
+    // Up to the size minus 1, and not from z = 0: intended (camera-2d-range).
     pCamera->GetViewRectangleProperty().SetValue(RectangleT<RealFloat>(0, 0, width - 1, height - 1));
     pCamera->GetNearProperty().SetValue(10);
     pCamera->GetFarProperty().SetValue(1000);
@@ -78,7 +79,7 @@ Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {
 
 void GraphicsDeviceGL2::SetViewport(int nX, int nY, int nWidth, int nHeight) {
     glViewport(nX, nY, nWidth, nHeight);
-    // Whole halves: an odd size loses its last half pixel here.
+    // Whole halves, so an odd size loses its last half pixel: intended (viewport-whole-halves).
     RealFloat const rHalfWidth = static_cast<RealFloat>(nWidth >> 1);
     RealFloat const rHalfHeight = static_cast<RealFloat>(nHeight >> 1);
     Matrix4SetIdentity(m_viewportMatrix);
@@ -90,7 +91,7 @@ void GraphicsDeviceGL2::SetViewport(int nX, int nY, int nWidth, int nHeight) {
 }
 
 void GraphicsDeviceGL2::SetViewport(RectangleT<int> const& rectangle) {
-    // The viewport before comes first, and the bottom edge serves as y: both intended.
+    // The viewport before comes first, and the bottom edge serves as y: both intended (viewport-rectangle).
     glViewport(m_viewport.left, m_viewport.top, m_viewport.GetWidth(), m_viewport.GetHeight());
     SetViewport(rectangle.left, rectangle.bottom, rectangle.GetWidth(), rectangle.GetHeight());
 }
@@ -152,7 +153,7 @@ bool GraphicsDeviceGL2::HitProjection(Matrix4T<RealFloat> const& model, Vector3T
                                       Vector2T<RealFloat>& uv, RealFloat& distance) {
     Matrix4T<RealFloat> const modelView = model * GetViewMatrix();
     // Orthographic projections of many units have no inverse here: their rays would go through an eye's place
-    // that they do not have. Intended.
+    // that they do not have. Intended (hit-orthographic).
     Matrix4T<RealFloat> fromViewport;
     Matrix4T<RealFloat> fromProjection;
     if (!Matrix4Inverse(GetViewportMatrix(), fromViewport) ||

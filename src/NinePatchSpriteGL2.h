@@ -24,7 +24,7 @@ public:
     ~NinePatchSpriteGL2() override;
 
     // Clone and the rest of the reflection stay the sprite's, so a clone of a nine-patch sprite is a sprite:
-    // intended.
+    // intended (nine-patch-clone).
     unsigned int GetFactoryClassID() const override { return HashName(u"NinePatchSprite"); }
 
     void InternalRender(GraphicsDevice& device) override;

@@ -43,7 +43,8 @@ void PolygonalFontGL2::RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph,
     if (pGlyph->m_nMesh < 0 || static_cast<unsigned int>(pGlyph->m_nMesh) >= m_meshes.GetCount()) {
         return;
     }
-    // Not applied: the mesh is drawn where it is stored, under the device's transform. Intended.
+    // Not applied: the mesh is drawn where it is stored, under the device's transform. Intended
+    // (polygon-glyph-placement).
     [[maybe_unused]] MeshPlacement const placement(*pGlyph, position);
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
     ShaderProgramGL2* const pProgram = deviceGL2.GetShader(ProgramUntextured);
@@ -52,7 +53,8 @@ void PolygonalFontGL2::RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph,
         return; // the device is not up
     }
     pProgram->SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, device.GetTransformMatrix());
-    // The program has no such uniform, so the projection does not get to the mesh: intended.
+    // The program has no such uniform, so the projection does not get to the mesh: intended
+    // (polygon-glyph-projection).
     pProgram->SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor,
                            Vector4T<RealFloat>(pColor->r, pColor->g, pColor->b, pColor->a));
@@ -60,7 +62,7 @@ void PolygonalFontGL2::RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph,
     List<unsigned short> const& indices = mesh.m_indices.GetValue();
     glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0,
                           mesh.m_positions.GetValue().GetData());
-    // Blends as whatever was drawn before: intended.
+    // Blends as whatever was drawn before: intended (polygon-glyph-blend).
     glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.GetCount()), GL_UNSIGNED_SHORT,
                    indices.GetData());
 }

@@ -37,10 +37,10 @@ void ShaderProgramGL2::SetVertexAttributeIndex(Text16 const& sName, VertexAttrib
 bool ShaderProgramGL2::Compile() {
     GLboolean fCompiler = GL_FALSE;
     glGetBooleanv(GL_SHADER_COMPILER, &fCompiler);
-    // Made before anything is checked, and kept by the early ways out: intended.
+    // Made before anything is checked, and kept by the early ways out: intended (compile-keeps-program).
     m_nProgram = glCreateProgram();
     if (m_pBinary && m_nBinarySize != 0) {
-        return false;
+        return false; // intended (binaries-not-loaded)
     }
     if (!fCompiler || m_sVertexSource.IsEmpty() || m_sFragmentSource.IsEmpty()) {
         return false;
@@ -110,8 +110,8 @@ void ShaderProgramGL2::TraceCompileLog(unsigned int nShader, char16_t const* pFo
     glGetShaderiv(nShader, GL_INFO_LOG_LENGTH, &nLength);
     List<char> log;
     if (nLength > 1 && log.Resize(static_cast<unsigned int>(nLength))) {
-        // The log is asked of the shader as if it were a program: intended. Drivers refuse, and the text
-        // stays empty.
+        // The log is asked of the shader as if it were a program: intended (stage-log-query). Drivers refuse,
+        // and the text stays empty.
         glGetProgramInfoLog(nShader, nLength, nullptr, log.GetData());
         Debug::TraceFormat(TraceLevel::Error, pFormat, log.GetData());
     }

@@ -132,7 +132,7 @@ public:
     /**
      * Sets a uniform of the bound program from a 4 by 4 matrix, a vector of 4, 3 or 2 floats, or a float:
      * glUniformMatrix4fv, glUniform4f to glUniform1f. The stage does not matter, since uniforms belong to the
-     * whole program; it is intended to be ignored. Inactive uniforms are ignored by GL.
+     * whole program; it is ignored: intended (parameter-stage-ignored). Inactive uniforms are ignored by GL.
      * @param sName a StringEncoded, or a UniformName, which is found faster.
      */
     template <class Name, class Value>

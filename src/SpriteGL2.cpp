@@ -20,8 +20,8 @@ constexpr int ProgramTexturedEdges = -10;
 constexpr int ProgramSolidEdges = -11;
 
 /**
- * Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended, on zero
- * edges only.
+ * Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended
+ * (zero-edges-inset), on zero edges only.
  */
 constexpr RealFloat TextureInset = 0.0001f;
 
@@ -80,7 +80,7 @@ void SpriteGL2::SetTexture(Texture* pTexture) {
                          static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
     RealFloat const rV = static_cast<RealFloat>(m_pTexture->GetHeight()) /
                          static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
-    // Zero edges are exact here and inset in Load: intended.
+    // Zero edges are exact here and inset in Load: intended (zero-edges-inset).
     m_textureCoords[0] = Vector2T<RealFloat>(0, rV);
     m_textureCoords[1] = Vector2T<RealFloat>(0, 0);
     m_textureCoords[2] = Vector2T<RealFloat>(rU, rV);
@@ -172,7 +172,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
             return;
         }
         SetColorParameter(device, *pProgram, false);
-        // Not an enumerant of OpenGL ES 2: it changes nothing and leaves GL_INVALID_ENUM behind. Intended.
+        // Not of OpenGL ES 2: it leaves GL_INVALID_ENUM behind. Intended (masks-untextured-error).
         glDisable(GL_TEXTURE_2D);
     }
     SetPlainBlend();
@@ -212,7 +212,7 @@ void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<Re
     Vector4T<RealFloat> s0 = toWindow * q0;
     Vector4T<RealFloat> s1 = toWindow * q1;
 
-    // The length takes z and w in as well: intended.
+    // The length takes z and w in as well: intended (edge-differences).
     Vector4T<RealFloat> d = s0 - s1;
     RealFloat const rLength =
         static_cast<RealFloat>(std::sqrt(static_cast<double>(d.x * d.x + d.y * d.y + d.z * d.z + d.w * d.w)));
@@ -231,7 +231,7 @@ void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<Re
     RealFloat const a = y1 - y0;
     RealFloat const b = x1 - x0;
     // The published method takes the sum of the squares and adds a filter width; difference and zero are
-    // intended.
+    // intended (edge-differences).
     RealFloat const rSquares =
         static_cast<RealFloat>(std::fabs(double(b) * double(b) - double(a) * double(a)));
     RealFloat const k = 2 / ((2 * h + 0) * static_cast<RealFloat>(std::sqrt(double(rSquares))));
@@ -250,7 +250,7 @@ void SpriteGL2::CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<Re
 }
 
 void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pTexture) {
-    // The size as it is now, though the corners keep the one of Load: intended.
+    // The size as it is now, though the corners keep the one of Load: intended (outline-ignores-opacity).
     SizeT<int> const size = m_size.GetValue();
     RealFloat const w = static_cast<RealFloat>(size.width);
     RealFloat const h = static_cast<RealFloat>(size.height);
@@ -279,7 +279,7 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
         return; // the device is not up
     }
     if (pTexture != nullptr) {
-        // The program has no place for the sprite's opacity: intended.
+        // The program has no place for the sprite's opacity: intended (outline-ignores-opacity).
         Vector2T<RealFloat> corners[4];
         GetTextureCoords(corners);
         unsigned char const cornerOfVertex[EdgeVertexCount] = {0, 2, 2, 3, 3, 1, 1, 0};

@@ -67,7 +67,7 @@ public:
      * four from `nFirst` on, and again `nCopyDistance` further on; p0 and p1 come back divided by their w, as
      * device coordinates. With the differences dx and dy of the moved ends, the functions rise by sqrt((dx² +
      * dy²) / |dx² - dy²|) / `halfWidth` a pixel: the method of prefiltered lines, but for the difference of
-     * squares, which is intended.
+     * squares, which is intended (edge-differences).
      */
     static void CalculateLineEq(Matrix4T<RealFloat> const& toWindow, Matrix4T<RealFloat> const& fromWindow,
                                 Vector4T<RealFloat>& p0, Vector4T<RealFloat>& p1, RealFloat const& halfWidth,

@@ -114,7 +114,8 @@ void TextGL2::RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const
     glVertexAttribPointer(VertexAttributeIndex::Fade, 1, GL_FLOAT, GL_FALSE, 0, s_vFadeValues.GetData());
     GlyphQuads::SetTextureSampler(*pProgram, pFirst->m_pGlyph->m_pTexture.Get());
     GlyphQuads::SetTransformParameter(deviceGL2, *pProgram);
-    // The program takes nothing but the alpha of it, so a highlight leaves an image its colours: intended.
+    // The program takes nothing but the alpha of it, so a highlight leaves an image its colours: intended
+    // (glyph-image-highlight).
     ColorT<RealFloat> const drawn =
         device.IsHighlightEnabled() ? device.GetHighlightColor(color.a) : ColorT<RealFloat>(1, 1, 1, color.a);
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor,

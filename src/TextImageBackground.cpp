@@ -95,7 +95,8 @@ bool TextImageBackground::UpdateSpriteProperty() {
         ConnectPropertyEvent();
         m_fDirty = true; // what has changed meanwhile nobody knows
     }
-    // Another text with the same sprite may have fitted it meanwhile; it stays so: intended.
+    // Another text with the same sprite may have fitted it meanwhile; it stays so: intended
+    // (background-of-two-texts).
     if (m_fDirty) {
         m_fDirty = false;
         FitSprite(width, height);
@@ -112,7 +113,7 @@ bool TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
         return false;
     }
     vertices.Append(Vector(0, 0, 0));
-    vertices.Append(Vector(0, width, 0)); // the width upwards, too: intended
+    vertices.Append(Vector(0, width, 0)); // the width upwards, too: intended (background-left-edge)
     vertices.Append(Vector(width, 0, 0));
     vertices.Append(Vector(width, height, 0));
     return true;
@@ -138,7 +139,7 @@ void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {
     Vector const& textPivot = m_pText->GetPivotProperty().GetValue();
     Vector3Property& pivot = m_pSprite->GetPivotProperty();
     Vector const spriteScale = m_pSprite->GetScaleProperty().GetValue();
-    // The text's own pivot counts as it is, not scaled with the text: intended.
+    // The text's own pivot counts as it is, not scaled with the text: intended (background-pivot).
     SetComponent(pivot, &Vector::x, DivideByScale(textPivot.x + fit.left, spriteScale.x));
     SetComponent(pivot, &Vector::y, DivideByScale(textPivot.y + fit.top, spriteScale.y));
     SetComponent(pivot, &Vector::z, textPivot.z);

@@ -52,7 +52,7 @@ constexpr Upload Uploads[] = {
     {GL_ETC1_RGB8_OES, 0, 0},
     {0, 0, 0}, // ETC1_RGBA: uploaded as two others
     {GL_ALPHA, GL_ALPHA, GL_UNSIGNED_BYTE},
-    {GL_LUMINANCE, GL_ALPHA, GL_UNSIGNED_SHORT}, // internal format and format differ: intended
+    {GL_LUMINANCE, GL_ALPHA, GL_UNSIGNED_SHORT}, // they differ: intended (format-16-refused)
 };
 
 constexpr Upload GetUpload(int nFormat) {
@@ -104,7 +104,7 @@ bool TextureGL2::Compress() {
 
 bool TextureGL2::Promote(bool fDoubleBuffered) {
     if (m_fEglImageInitialized) {
-        return true;
+        return true; // intended (second-promote)
     }
     m_nEglImages = fDoubleBuffered ? 2 : 1;
     m_pEGLImage.Clear();
@@ -119,14 +119,15 @@ bool TextureGL2::Promote(bool fDoubleBuffered) {
         }
         return false;
     }
-    // The current surface stays what it was: intended.
+    // The current surface stays what it was: intended (current-surface-kept).
     m_fReleasePending = true;
     m_fEglImageInitialized = true;
     return true;
 }
 
 bool TextureGL2::CreateEGLImage(int nImage) {
-    // The texture keeps a compressed format, by which renderers choose their program: intended.
+    // The texture keeps a compressed format, by which renderers choose their program: intended
+    // (compressed-surface).
     int const nFormat = IsCompressed() ? static_cast<int>(TextureFormat::RGBA8888) : m_format;
     EGLImageHelper* const pImage = FindEGLImage(nImage);
     TEXTURE_ASSERT(pImage != nullptr, LineCreateImage, "m_pEGLImage[image]");
@@ -212,7 +213,8 @@ int TextureGL2::Swap() {
         EGLImageHelper& image = CurrentEGLImage();
         TEXTURE_ASSERT(!image.IsLocked(), LineSwap, "!m_pEGLImage[m_nCurrentEglImage]->IsLocked()");
         ReleasePending();
-        // With a name in place nothing is uploaded, and pixels that have not been drawn yet stay: intended.
+        // With a name in place nothing is uploaded, and pixels that have not been drawn yet stay: intended
+        // (swap-keeps-pixels).
         m_nGLTexture.store(static_cast<unsigned int>(image.GetTexture()), std::memory_order_release);
         int const nNext = m_nCurrentEglImage + 1;
         m_nCurrentEglImage = nNext >= m_nEglImages ? 0 : nNext;
@@ -250,7 +252,7 @@ jni::Object<jni::android::graphics::Bitmap> TextureGL2::CreateJavaBitmapFromText
     if (nImage >= 0 && nImage < m_nEglImages && !Promote(false)) {
         return jni::Object<jni::android::graphics::Bitmap>();
     }
-    // Indices beyond those above promote nothing: intended.
+    // Indices beyond those above promote nothing: intended (java-bitmap-index).
     EGLImageHelper* const pImage = FindEGLImage(nImage);
     return pImage ? pImage->CreateJavaBitmapFromTexture() : jni::Object<jni::android::graphics::Bitmap>();
 }
@@ -260,14 +262,15 @@ unsigned int TextureGL2::CreateCountedGLTexture() {
     Statistics& statistics = Statistics::Instance();
     statistics.FireEvent(
         StringEncoded<UTF16Encoding>::Format(u"Create Texture: %dx%d(%d)", m_nWidth, m_nHeight, m_nByteSize));
-    statistics.IncrementStat(Statistics::StatTextureMemory, m_nByteSize); // even if it fails now: intended
+    // Even if it fails now: intended (failed-texture-counted).
+    statistics.IncrementStat(Statistics::StatTextureMemory, m_nByteSize);
     CreateGLTexture();
     return m_nGLTexture;
 }
 
 bool TextureGL2::CreateGLTexture() {
     if (IsPromoted()) {
-        // After a wrap to 0 this is surface 0, not the last one: intended.
+        // After a wrap to 0 this is surface 0, not the last one: intended (released-surface-wrap).
         int const nCurrent = m_nCurrentEglImage;
         int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
         // What a producer swaps in meanwhile stays.
@@ -307,7 +310,7 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
     for (MipLevel const& level : list) {
         int const nLimit = GraphicsDeviceGL2::GetMaximumTextureSize();
         if (level.m_nWidth > nLimit || level.m_nHeight > nLimit) {
-            return 0; // drivers have been seen to abort
+            return 0; // drivers have been seen to abort; without a message: intended (texture-too-large)
         }
     }
     GLuint nName = 0;
@@ -320,11 +323,11 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
         if (nFormat == TextureFormat::ETC1_Alpha) {
             unsigned int const nTexels =
                 static_cast<unsigned int>(level.m_nWidth) * static_cast<unsigned int>(level.m_nHeight);
-            pSource +=
-                static_cast<int>(nTexels) >> 1; // behind the colour image, which takes half a byte a texel
+            // Behind the colour image: half a byte a texel, not whole blocks, intended (etc1-alpha-offset).
+            pSource += static_cast<int>(nTexels) >> 1;
         }
         if (GetUpload(nFormat).internalFormat == 0) {
-            return 0; // leaves the name behind, bound: intended
+            return 0; // leaves the name behind, bound: intended (unsupported-format-name)
         }
         UploadLevel(nFormat, static_cast<GLint>(i), level, pSource);
     }
@@ -335,8 +338,8 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
 void TextureGL2::SetFilters(unsigned int nLevels) const {
     GLint nFilter = GL_LINEAR;
     if (nLevels > 1) {
-        nFilter =
-            GL_LINEAR_MIPMAP_LINEAR; // for magnification too, which GL refuses, keeping GL_LINEAR: intended
+        // For magnification too, which GL refuses, keeping GL_LINEAR: intended (mipmap-magnification).
+        nFilter = GL_LINEAR_MIPMAP_LINEAR;
     } else if (m_format == TextureFormat::Depth16 || m_format == TextureFormat::Depth24Stencil8) {
         nFilter = GL_NEAREST;
     }
@@ -352,7 +355,7 @@ void TextureGL2::ReleaseGLTexture() {
 
 /**
  * What there is, forgotten by the texture; its bytes as they are now, so that a Load since the upload makes
- * the statistic drift: intended.
+ * the statistic drift: intended (statistic-drift).
  */
 TextureGL2::Names TextureGL2::TakeNames() {
     Names const names = {m_nGLTexture, m_nGLTextureAlpha, m_nByteSize, m_nContext};

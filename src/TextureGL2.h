@@ -35,9 +35,10 @@ public:
      */
     bool Promote(bool fDoubleBuffered) override;
     /**
-     * Takes the pixels of the surface that producers write next, not of the one drawn last, intended, and
-     * gives the surfaces up. Always true: where they cannot be taken, without memory or in a format that
-     * textures lack, that is traced and the texture stays as it was. Render thread, before the first Swap.
+     * Takes the pixels of the surface that producers write next, not of the one drawn last, intended
+     * (demote-next-surface), and gives the surfaces up. Always true: where they cannot be taken, without
+     * memory or in a format that textures lack, that is traced and the texture stays as it was. Render
+     * thread, before the first Swap.
      */
     bool Demote() override;
     bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const override;
@@ -64,8 +65,8 @@ public:
                  int nStride) override;
     /**
      * A Java bitmap over a surface, after promoting to a single one where there are none; `nImage` must be
-     * below Count() of the promoted texture. One that is not promotes no texture, intended, and gives an
-     * empty object where there is no such surface.
+     * below Count() of the promoted texture. One that is not promotes no texture, intended
+     * (java-bitmap-index), and gives an empty object where there is no such surface.
      */
     jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) override;
 

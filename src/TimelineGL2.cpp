@@ -43,7 +43,8 @@ void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
         static_cast<GraphicsDeviceGL2&>(device).LoadModelView(m_worldMatrix);
         device.PopMasks(m_masks);
     }
-    // Applies what the device records now, not what was in force before the children: intended.
+    // Applies what the device records now, not what was in force before the children: intended
+    // (depth-test-not-restored).
     device.SetDepthTestEnabled(device.IsDepthTestEnabled());
     CallEach(m_effects, [&device](Effect& effect) {
         effect.PostRender(device);

@@ -19,7 +19,7 @@ public:
     void PreRenderChildren(GraphicsDevice& device) override;
     /**
      * Effects are asked in the same order as before the children, and the depth test is not restored: both
-     * intended.
+     * intended (effects-same-order, depth-test-not-restored).
      */
     void PostRenderChildren(GraphicsDevice& device) override;
 };

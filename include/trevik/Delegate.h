@@ -38,8 +38,8 @@ public:
      * without memory.
      */
     bool Connect(function<void(Args...)> const& handler) {
-        if (!handler ||
-            Find(handler) >= 0) { // a handler is called once, however often it is connected: intended
+        // A handler is called once, however often it is connected: intended (handler-once).
+        if (!handler || Find(handler) >= 0) {
             return false;
         }
         function<void(Args...)> copy(handler);

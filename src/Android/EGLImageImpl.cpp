@@ -194,7 +194,8 @@ void* EGLImageImpl::Lock() {
     SURFACE_ASSERT(!IsLocked(), LineLock, "!IsLocked()");
     ScopedLock const lock(s_bufferMutex);
     GGLSurface surface = {};
-    // A buffer that refuses gives null and the surface counts as locked all the same: intended.
+    // A buffer that refuses gives null and the surface counts as locked all the same: intended
+    // (failed-lock-counts).
     static_cast<void>(m_pGraphicBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN));
     m_fLocked = true;
     return surface.data;

@@ -52,7 +52,7 @@ public:
 
     /**
      * The TextureFormat::Enum of an Android pixel format, -1 when it has none. Not the inverse of the next
-     * one: intended.
+     * one: intended (surface-formats).
      */
     static int PixelFormat2TextureFormat(int nPixelFormat);
     /** The Android pixel format that keeps a TextureFormat::Enum, 0 when there is none. */

@@ -66,7 +66,7 @@ SkBitmap::Config GetBitmapConfig(int nPixelFormat) {
     case PixelFormatA8:
         return SkBitmap::kA8_Config;
     default:
-        return SkBitmap::kNo_Config; // RGBX among them: intended
+        return SkBitmap::kNo_Config; // RGBX among them: intended (java-bitmap-formats)
     }
 }
 

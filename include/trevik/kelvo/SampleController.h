@@ -228,7 +228,7 @@ private:
             return m_nSampleCount - 1;
         }
         // Truncated toward zero, not down: between negative frames the later one and a negative fraction.
-        // Intended.
+        // Intended (frames-toward-zero).
         long long const nFrame = static_cast<long long>(t);
         RealFloat const fraction = t - static_cast<RealFloat>(nFrame);
         // By whole numbers: as a float, a late frame may be the one beside it.
