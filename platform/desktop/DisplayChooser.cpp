@@ -2,6 +2,7 @@
 
 #include "EglConfigs.h"
 #include "EglDriver.h"
+#include "Layer.h"
 #include "kelvo_desktop/Display.h"
 
 #include <algorithm>
@@ -31,11 +32,6 @@ struct Candidate {
     std::string sName;
 };
 
-struct ChosenDisplay {
-    EGLDisplay display;
-    DisplayKind kind;
-};
-
 struct Chooser {
     std::mutex mutex;
     // Set by SelectPlatform; Automatic leaves the choice to the environment.
@@ -43,8 +39,6 @@ struct Chooser {
     EGLDisplay chosen = EGL_NO_DISPLAY;
     Wish chosenFor;
     std::string sDescription = "none: eglGetDisplay has not been called";
-    // Every display ever given out; displays live as long as the process.
-    std::vector<ChosenDisplay> given;
 };
 
 Chooser& TheChooser() {
@@ -194,28 +188,12 @@ EGLDisplay ChooseDefaultDisplay() {
         if (!Try(candidate, chooser.sDescription)) {
             continue;
         }
-        auto& given = chooser.given;
-        given.erase(
-            std::remove_if(given.begin(), given.end(),
-                           [&](ChosenDisplay const& old) { return old.display == candidate.display; }),
-            given.end());
-        given.push_back({candidate.display, candidate.kind});
+        Layer::Get().SetKind(candidate.display, candidate.kind);
         chooser.chosen = candidate.display;
         chooser.chosenFor = wish;
         return chooser.chosen;
     }
     return Refuse(chooser, "no display of the wanted platform initialises and has configurations");
-}
-
-DisplayKind KindOf(EGLDisplay display) {
-    Chooser& chooser = TheChooser();
-    std::lock_guard<std::mutex> lock(chooser.mutex);
-    for (ChosenDisplay const& given : chooser.given) {
-        if (given.display == display) {
-            return given.kind;
-        }
-    }
-    return DisplayKind::Foreign;
 }
 
 std::unique_lock<std::mutex> HoldDisplays() {

@@ -1,6 +1,6 @@
 #include "EglConfigs.h"
 
-#include "EglDriver.h"
+#include "EglError.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "DisplayChooser.h"
+#include "LayerDisplay.h"
 
 #include <vector>
 

@@ -9,10 +9,6 @@ namespace kelvokit::desktop {
 
 namespace {
 
-// 0 is no EGL error code: it stands for "ask the driver".
-constexpr EGLint AskDriver = 0;
-thread_local EGLint t_nError = AskDriver;
-
 EglDriver LoadDriver() {
     EglDriver driver;
     // Local, so that the library's own egl* names never reach the programs that are to find this layer's.
@@ -45,36 +41,6 @@ bool HasExtension(char const* list, char const* name) {
         }
     }
     return false;
-}
-
-void SetError(EGLint error) {
-    // The driver's is taken away: one that is there later is of a call that went to the driver directly.
-    TakeError();
-    t_nError = error;
-}
-
-void UseDriverError() {
-    t_nError = AskDriver;
-}
-
-namespace {
-
-EGLint AskForError() {
-    return Driver().eglGetError ? Driver().eglGetError() : EGL_SUCCESS;
-}
-
-} // namespace
-
-EGLint TakeError() {
-    EGLint const nDriverError = AskForError();
-    EGLint const nError = t_nError == AskDriver || nDriverError != EGL_SUCCESS ? nDriverError : t_nError;
-    t_nError = AskDriver;
-    return nError;
-}
-
-EGLint DriverError() {
-    EGLint const nError = AskForError();
-    return nError == EGL_SUCCESS ? EGL_BAD_ALLOC : nError;
 }
 
 } // namespace kelvokit::desktop

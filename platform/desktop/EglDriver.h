@@ -3,8 +3,6 @@
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 
-#include <exception>
-
 namespace kelvokit::desktop {
 
 // Every entry point of EGL 1.5: the layer stands in front of all of them.
@@ -79,69 +77,5 @@ Function DriverFunction(char const* name) {
 
 /** Whether the space-separated `list`, which may be null, has `name` as a whole word. */
 bool HasExtension(char const* list, char const* name);
-
-// EGL keeps one error per thread. What the layer refuses by itself the driver never hears of, so the layer
-// keeps an error beside the driver's: each entry point says which of the two the next eglGetError reports.
-// The driver's extension functions, which programs call directly, say nothing: their errors come first.
-
-/** The layer itself decided the outcome of this call; the last thing that it says about it. */
-void SetError(EGLint error);
-/** The driver decided it. */
-void UseDriverError();
-/** What eglGetError returns, and from then on EGL_SUCCESS. */
-EGLint TakeError();
-
-/** The driver's error of a call of the layer's own that failed; never EGL_SUCCESS, whatever the driver says.
- */
-EGLint DriverError();
-
-/**
- * Keeps the calling thread's error as it is, whatever calls to the driver are made while one lives: for what
- * the layer does on its own account, outside of EGL calls.
- */
-class KeptError {
-public:
-    KeptError() : m_nError(TakeError()) {}
-    KeptError(KeptError const&) = delete;
-    ~KeptError() { SetError(m_nError); }
-
-private:
-    EGLint m_nError;
-};
-
-/**
- * Sets `error` and returns the result that stands for failure, for the many `return Fail<EGLBoolean>(...)`.
- */
-template <class Result>
-Result Fail(EGLint error) {
-    SetError(error);
-    return Result();
-}
-
-/** The layer's own success, whatever its calls to the driver on the way said. */
-inline EGLBoolean Succeed() {
-    SetError(EGL_SUCCESS);
-    return EGL_TRUE;
-}
-
-/** Passes a call on to the driver; a function that the driver lacks fails with EGL_NOT_INITIALIZED. */
-template <class Result, class... Parameters, class... Arguments>
-Result Forward(Result (*function)(Parameters...), Arguments... arguments) {
-    if (!function) {
-        return Fail<Result>(EGL_NOT_INITIALIZED);
-    }
-    UseDriverError();
-    return function(arguments...);
-}
-
-/** Runs the body of an entry point: C callers get EGL_BAD_ALLOC instead of an exception. */
-template <class Body>
-auto Guarded(Body&& body) noexcept -> decltype(body()) {
-    try {
-        return body();
-    } catch (std::exception const&) { // of memory, or of what the system makes of its own: threads, locks
-        return Fail<decltype(body())>(EGL_BAD_ALLOC);
-    }
-}
 
 } // namespace kelvokit::desktop

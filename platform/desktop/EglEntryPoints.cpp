@@ -1,12 +1,11 @@
 // The EGL that programs and plug-ins link: every entry point of EGL 1.5 under its own name. Those that know
 // of this layer's displays, configurations and windows come first; the others go to the driver as they are.
 
-#include "BufferImages.h"
 #include "DisplayChooser.h"
 #include "EglConfigs.h"
-#include "EglDriver.h"
+#include "EglError.h"
+#include "Layer.h"
 #include "WindowSurfaces.h"
-#include "WindowTable.h"
 #include "kelvo_desktop/Export.h"
 
 #include <cstring>
@@ -20,7 +19,7 @@ namespace kelvokit::desktop {
 namespace {
 
 bool IsOurs(EGLDisplay display) {
-    return KindOf(display) != DisplayKind::Foreign;
+    return Layer::Get().KindOf(display) != DisplayKind::Foreign;
 }
 
 /** Whether an attribute list is one for images of graphic buffers: these are preserved whatever it says. */
@@ -42,7 +41,7 @@ EGLImage CreateImageFor(CreateImage createImage, EGLDisplay display, EGLContext 
     // Not left to the driver: some know the target and would take the pointer for a buffer of their own.
     if (target == EGL_NATIVE_BUFFER_ANDROID) {
         return Guarded([&] {
-            return BufferImages::Get().Create(display, context, buffer, AreBufferAttributes(attributes));
+            return Layer::Get().CreateImage(display, context, buffer, AreBufferAttributes(attributes));
         });
     }
     return Forward(createImage, display, context, target, buffer, attributes);
@@ -57,7 +56,7 @@ EGLImage EGLAPIENTRY CreateImageKHR(EGLDisplay display, EGLContext context, EGLe
 template <class Destroy>
 EGLBoolean DestroyImageWith(Destroy destroyImage, EGLDisplay display, EGLImage image) {
     EGLBoolean fDestroyed = EGL_FALSE;
-    if (BufferImages::Get().Destroy(display, image, fDestroyed)) {
+    if (Layer::Get().DestroyImage(display, image, fDestroyed)) {
         return fDestroyed;
     }
     return Forward(destroyImage, display, image);
@@ -159,17 +158,13 @@ KELVO_EGL(EGLBoolean) eglInitialize(EGLDisplay display, EGLint* major, EGLint* m
 KELVO_EGL(EGLBoolean) eglTerminate(EGLDisplay display) {
     // Initialised anew by another thread, it could have new surfaces before the old ones are forgotten.
     auto const held = HoldDisplays();
-    EGLBoolean const fDone = BufferImages::Get().TerminateDisplay(display);
-    if (fDone) {
-        WindowTable::Get().RemoveDisplay(display);
-    }
-    return fDone;
+    return Layer::Get().Terminate(display);
 }
 
 KELVO_EGL(EGLBoolean)
 eglChooseConfig(EGLDisplay display, EGLint const* attributes, EGLConfig* configs, EGLint size,
                 EGLint* count) {
-    DisplayKind const kind = KindOf(display);
+    DisplayKind const kind = Layer::Get().KindOf(display);
     if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglChooseConfig, display, attributes, configs, size, count);
     }
@@ -177,7 +172,7 @@ eglChooseConfig(EGLDisplay display, EGLint const* attributes, EGLConfig* configs
 }
 
 KELVO_EGL(EGLBoolean) eglGetConfigs(EGLDisplay display, EGLConfig* configs, EGLint size, EGLint* count) {
-    DisplayKind const kind = KindOf(display);
+    DisplayKind const kind = Layer::Get().KindOf(display);
     if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglGetConfigs, display, configs, size, count);
     }
@@ -186,7 +181,7 @@ KELVO_EGL(EGLBoolean) eglGetConfigs(EGLDisplay display, EGLConfig* configs, EGLi
 
 KELVO_EGL(EGLBoolean)
 eglGetConfigAttrib(EGLDisplay display, EGLConfig config, EGLint attribute, EGLint* value) {
-    DisplayKind const kind = KindOf(display);
+    DisplayKind const kind = Layer::Get().KindOf(display);
     if (kind == DisplayKind::Foreign) {
         return Forward(Driver().eglGetConfigAttrib, display, config, attribute, value);
     }
@@ -240,7 +235,7 @@ KELVO_EGL(char const*) eglQueryString(EGLDisplay display, EGLint name) {
     if (!text || display == EGL_NO_DISPLAY || name != EGL_EXTENSIONS) {
         return text;
     }
-    return Guarded([&] { return BufferImages::Get().Extensions(display, text); });
+    return Guarded([&] { return Layer::Get().Extensions(display, text); });
 }
 
 KELVO_EGL(__eglMustCastToProperFunctionPointerType) eglGetProcAddress(char const* name) {
@@ -304,7 +299,7 @@ KELVO_EGL(EGLSync) eglCreateSync(EGLDisplay display, EGLenum type, EGLAttrib con
 
 KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) {
     // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
-    auto const still = BufferImages::Get().HoldStill();
+    auto const still = Layer::Get().HoldStill();
     return Forward(Driver().eglDestroyContext, display, context);
 }
 

@@ -1,6 +1,5 @@
 #include "FrameReader.h"
 
-#include "EglDriver.h"
 #include "GlFunctions.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
@@ -116,16 +115,16 @@ void Flip(FinishedFrame& frame) {
 
 } // namespace
 
-EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame) {
+Outcome ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame) {
     EglDriver const& egl = Driver();
     int const nVersion = EsVersion();
     if (nVersion == 0) {
-        return EGL_BAD_CONTEXT;
+        return Outcome::Failed(EGL_BAD_CONTEXT);
     }
     // Two positive 32-bit sides: the product fits 64 bits, and size_t perhaps not.
     std::uint64_t const nSize = static_cast<std::uint64_t>(width) * static_cast<std::uint32_t>(height) * 4;
     if (nSize > frame.pixels.max_size()) {
-        return EGL_BAD_ALLOC;
+        return Outcome::Failed(EGL_BAD_ALLOC);
     }
     frame.pixels.resize(static_cast<std::size_t>(nSize));
     frame.width = width;
@@ -134,14 +133,14 @@ EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, 
     EGLSurface const readSurface = egl.eglGetCurrentSurface(EGL_READ);
     EGLContext const context = egl.eglGetCurrentContext();
     if (readSurface != surface && !egl.eglMakeCurrent(display, surface, surface, context)) {
-        return DriverError();
+        return Outcome::DriverFailed();
     }
     ReadPixels(nVersion, width, height, frame.pixels.data());
     if (readSurface != surface && !egl.eglMakeCurrent(display, surface, readSurface, context)) {
-        return DriverError();
+        return Outcome::DriverFailed();
     }
     Flip(frame);
-    return EGL_SUCCESS;
+    return Outcome::Done();
 }
 
 void FlushCurrentContext() {

@@ -1,5 +1,7 @@
 #pragma once
 
+#include "EglError.h"
+
 #include <EGL/egl.h>
 
 namespace kelvokit::desktop {
@@ -9,11 +11,11 @@ struct FinishedFrame;
 /**
  * Reads what the current context has drawn on `surface`, its current draw surface of `width` by `height`
  * pixels, into the size and pixels of `frame`, upright. The context's state is afterwards what it was, its
- * error flags included: no GL error is raised, none is taken away. Answers EGL_SUCCESS; EGL_BAD_CONTEXT when
- * the current context is not OpenGL ES 2.0 or later; or what the driver says about a read surface that it no
- * longer binds. Allocates only when the size grows; throws std::bad_alloc.
+ * error flags included: no GL error is raised, none is taken away. Fails with EGL_BAD_CONTEXT when the
+ * current context is not OpenGL ES 2.0 or later, and as the driver does with a read surface that it no longer
+ * binds. Allocates only when the size grows; throws std::bad_alloc.
  */
-EGLint ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame);
+Outcome ReadFrame(EGLDisplay display, EGLSurface surface, int width, int height, FinishedFrame& frame);
 
 /** glFlush and glFinish of the current context, whatever its kind. */
 void FlushCurrentContext();

@@ -1,7 +1,7 @@
 #include "ui/GraphicBuffer.h"
 
 #include "BufferContents.h"
-#include "BufferImages.h"
+#include "Layer.h"
 #include "pixelflinger/pixelflinger.h"
 
 #include <cstdint>
@@ -57,14 +57,14 @@ GraphicBuffer::GraphicBuffer(std::uint32_t w, std::uint32_t h, PixelFormat f, st
         return;
     }
     pContents->pixels.reset(static_cast<std::uint8_t*>(std::calloc(static_cast<std::size_t>(nSize), 1)));
-    if (pContents->pixels && kelvokit::desktop::BufferImages::Get().AddBuffer(this)) {
+    if (pContents->pixels && kelvokit::desktop::Layer::Get().AddBuffer(this)) {
         contents = pContents.release();
     }
 }
 
 GraphicBuffer::~GraphicBuffer() {
     if (contents) {
-        kelvokit::desktop::BufferImages::Get().RemoveBuffer(this);
+        kelvokit::desktop::Layer::Get().RemoveBuffer(this);
         delete contents;
     }
     magic = 0;
@@ -103,7 +103,7 @@ status_t GraphicBuffer::unlock() {
     if (!contents) {
         return NO_INIT;
     }
-    return kelvokit::desktop::BufferImages::Get().Unlock(*this);
+    return kelvokit::desktop::Layer::Get().Unlock(*this);
 }
 
 ANativeWindowBuffer* GraphicBuffer::getNativeBuffer() const {

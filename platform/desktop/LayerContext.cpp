@@ -1,10 +1,10 @@
 #include "LayerContext.h"
 
-#include "EglDriver.h"
 #include "GlFunctions.h"
 
 #include <system_error>
 #include <thread>
+#include <utility>
 
 namespace kelvokit::desktop {
 
@@ -47,17 +47,17 @@ public:
     }
 
     /** Makes it current instead of a context of `from`; with nothing current where that fails. */
-    EGLint ComeBack(EGLDisplay from) const {
+    Outcome ComeBack(EGLDisplay from) const {
         if (m_contextApi != EGL_OPENGL_ES_API) {
             Egl().eglBindAPI(m_contextApi);
         }
         if (Egl().eglMakeCurrent(IsNothing() ? from : m_display, m_draw, m_read, m_context)) {
-            return EGL_SUCCESS;
+            return Outcome::Done();
         }
-        EGLint const nError = DriverError();
+        Outcome const failed = Outcome::DriverFailed();
         // Rather nothing than a context that the program knows nothing of.
         Egl().eglMakeCurrent(from, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
-        return nError;
+        return failed;
     }
 
 private:
@@ -88,6 +88,28 @@ private:
     EGLSurface m_read = EGL_NO_SURFACE;
 };
 
+/** Takes the calling thread back to what was current, at the latest when it ends. */
+class WayBack {
+public:
+    WayBack(Current const& current, EGLDisplay from) : m_current(current), m_from(from) {}
+    WayBack(WayBack const&) = delete;
+    ~WayBack() {
+        if (!m_fGone) {
+            static_cast<void>(Go());
+        }
+    }
+
+    Outcome Go() {
+        m_fGone = true;
+        return m_current.ComeBack(m_from);
+    }
+
+private:
+    Current const& m_current;
+    EGLDisplay m_from;
+    bool m_fGone = false;
+};
+
 } // namespace
 
 bool LayerContext::FindImageFunctions() {
@@ -101,7 +123,7 @@ bool LayerContext::FindImageFunctions() {
     return m_pfnCreateImage && m_pfnDestroyImage;
 }
 
-EGLint LayerContext::Make() {
+Outcome LayerContext::Make() {
     EglDriver const& egl = Driver();
     Current const current; // contexts are made for the thread's API
     bool const fSurfaceless =
@@ -113,25 +135,25 @@ EGLint LayerContext::Make() {
     EGLConfig config = nullptr;
     EGLint nConfigs = 0;
     if (!egl.eglChooseConfig(m_display, configAttributes, &config, 1, &nConfigs)) {
-        return DriverError();
+        return Outcome::DriverFailed();
     }
     if (nConfigs < 1) {
-        return EGL_BAD_PARAMETER;
+        return Outcome::Failed(EGL_BAD_PARAMETER);
     }
-    EGLContext const context = egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, contextAttributes);
-    if (context == EGL_NO_CONTEXT) {
-        return DriverError();
+    OwnedContext context(m_display,
+                         egl.eglCreateContext(m_display, config, EGL_NO_CONTEXT, contextAttributes));
+    if (!context) {
+        return Outcome::DriverFailed();
     }
-    if (!fSurfaceless) {
-        m_surface = egl.eglCreatePbufferSurface(m_display, config, surfaceAttributes);
-        if (m_surface == EGL_NO_SURFACE) {
-            EGLint const nError = DriverError();
-            egl.eglDestroyContext(m_display, context);
-            return nError;
-        }
+    OwnedSurface surface(m_display, fSurfaceless
+                                        ? EGL_NO_SURFACE
+                                        : egl.eglCreatePbufferSurface(m_display, config, surfaceAttributes));
+    if (!surface && !fSurfaceless) {
+        return Outcome::DriverFailed();
     }
-    m_context = context;
-    return EGL_SUCCESS;
+    m_context = std::move(context);
+    m_surface = std::move(surface);
+    return Outcome::Done();
 }
 
 void LayerContext::Examine() {
@@ -146,35 +168,27 @@ void LayerContext::Examine() {
     Gl().glGetIntegerv(GL_MAX_VIEWPORT_DIMS, m_maxDrawn);
 }
 
-EGLint LayerContext::Start() {
-    if (m_context != EGL_NO_CONTEXT) {
-        return EGL_SUCCESS;
+Outcome LayerContext::Start() {
+    if (m_context) {
+        return Outcome::Done();
     }
-    EGLint nError = Make();
-    if (nError != EGL_SUCCESS) {
-        return nError;
+    if (Outcome const made = Make(); !made) {
+        return made;
     }
-    nError = Run([this] { Examine(); });
-    if (nError != EGL_SUCCESS) {
-        Drop();
+    Outcome const examined = Run([this] { Examine(); });
+    if (!examined) {
+        m_context.Destroy();
+        m_surface.Destroy();
     }
-    return nError;
-}
-
-void LayerContext::Drop() {
-    Driver().eglDestroyContext(m_display, m_context);
-    if (m_surface != EGL_NO_SURFACE) {
-        Driver().eglDestroySurface(m_display, m_surface);
-    }
-    Forget();
+    return examined;
 }
 
 void LayerContext::Forget() {
-    m_context = EGL_NO_CONTEXT;
-    m_surface = EGL_NO_SURFACE;
+    m_context.Forget();
+    m_surface.Forget();
 }
 
-EGLint LayerContext::RunErased(Erased run, void* pJob) const {
+Outcome LayerContext::RunErased(Erased run, void* pJob) const {
     Current const current;
     if (!current.IsNothing()) {
         Gl().glFinish();
@@ -182,37 +196,38 @@ EGLint LayerContext::RunErased(Erased run, void* pJob) const {
     if (!current.CanComeBack()) {
         return RunElsewhere(run, pJob);
     }
-    EGLint const nRun = RunBound(run, pJob);
     // After a failure too: what is bound then is up to the driver.
-    EGLint const nBack = current.ComeBack(m_display);
-    return nRun != EGL_SUCCESS ? nRun : nBack;
+    WayBack wayBack(current, m_display);
+    Outcome const ran = RunBound(run, pJob);
+    Outcome const back = wayBack.Go();
+    return ran ? back : ran;
 }
 
-EGLint LayerContext::RunBound(Erased run, void* pJob) const {
-    if (!Driver().eglMakeCurrent(m_display, m_surface, m_surface, m_context)) {
-        return DriverError();
+Outcome LayerContext::RunBound(Erased run, void* pJob) const {
+    if (!Driver().eglMakeCurrent(m_display, m_surface.Get(), m_surface.Get(), m_context.Get())) {
+        return Outcome::DriverFailed();
     }
     run(pJob);
-    return EGL_SUCCESS;
+    return Outcome::Done();
 }
 
 /** Leaves the calling thread alone. */
-EGLint LayerContext::RunElsewhere(Erased run, void* pJob) const {
-    EGLint nError = EGL_BAD_ALLOC;
+Outcome LayerContext::RunElsewhere(Erased run, void* pJob) const {
+    Outcome ran = Outcome::Failed(EGL_BAD_ALLOC);
     try {
         std::thread([&] {
-            nError = RunBound(run, pJob);
+            ran = RunBound(run, pJob);
             Driver().eglReleaseThread();
         }).join();
     } catch (std::system_error const&) {
-        return EGL_BAD_ALLOC;
+        return Outcome::Failed(EGL_BAD_ALLOC);
     }
-    return nError;
+    return ran;
 }
 
 EGLImage LayerContext::CreateImage(unsigned int texture) const {
     EGLint const attributes[] = {EGL_GL_TEXTURE_LEVEL_KHR, 0, EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE};
-    return m_pfnCreateImage(m_display, m_context, EGL_GL_TEXTURE_2D_KHR,
+    return m_pfnCreateImage(m_display, m_context.Get(), EGL_GL_TEXTURE_2D_KHR,
                             reinterpret_cast<EGLClientBuffer>(static_cast<std::uintptr_t>(texture)),
                             attributes);
 }

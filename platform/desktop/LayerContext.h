@@ -1,5 +1,8 @@
 #pragma once
 
+#include "EglError.h"
+#include "OwnedHandle.h"
+
 #include <EGL/egl.h>
 #include <EGL/eglext.h>
 #include <GLES2/gl2.h>
@@ -19,10 +22,10 @@ public:
 
     EGLDisplay Display() const { return m_display; }
     /**
-     * Makes the context unless there is one, and what follows known. EGL_SUCCESS, or what the driver says
-     * when there can be no context; the next call tries anew then. The display is initialised.
+     * Makes the context unless there is one, and what follows known. Fails as the driver does when there can
+     * be no context; the next call tries anew then. The display is initialised.
      */
-    EGLint Start();
+    Outcome Start();
     /** The display was terminated, and the context with it. */
     void Forget();
 
@@ -38,12 +41,12 @@ public:
 
     /**
      * Runs `job` with the context current and takes the calling thread back to what was current before. What
-     * the thread had given its own context to do is finished first. EGL_SUCCESS; what the driver says when
-     * the context cannot be bound, and `job` was not run then; or what it says when the thread's own cannot
-     * be bound again, and nothing is current then.
+     * the thread had given its own context to do is finished first. Fails as the driver does when the context
+     * cannot be bound, and `job` was not run then; or when the thread's own cannot be bound again, and
+     * nothing is current then.
      */
     template <class Job>
-    EGLint Run(Job&& job) {
+    Outcome Run(Job&& job) {
         using Function = std::remove_reference_t<Job>;
         return RunErased([](void* pJob) { (*static_cast<Function*>(pJob))(); }, &job);
     }
@@ -58,19 +61,17 @@ public:
 private:
     using Erased = void (*)(void* pJob);
 
-    EGLint Make();
-    /** Gives up a context that cannot be used. */
-    void Drop();
+    Outcome Make();
     bool FindImageFunctions();
     /** Asks the context, which is current, what it can do. */
     void Examine();
-    EGLint RunErased(Erased run, void* pJob) const;
-    EGLint RunBound(Erased run, void* pJob) const;
-    EGLint RunElsewhere(Erased run, void* pJob) const;
+    Outcome RunErased(Erased run, void* pJob) const;
+    Outcome RunBound(Erased run, void* pJob) const;
+    Outcome RunElsewhere(Erased run, void* pJob) const;
 
     EGLDisplay m_display;
-    EGLContext m_context = EGL_NO_CONTEXT;
-    EGLSurface m_surface = EGL_NO_SURFACE;
+    OwnedSurface m_surface; // null where contexts need none
+    OwnedContext m_context; // last, so that it goes first
     bool m_fRowLength = false;
     bool m_fImages = false;
     GLint m_nMaxTextureSide = 0;

@@ -1,13 +1,13 @@
 #include "kelvo_desktop/OffscreenWindow.h"
 
-#include "WindowTable.h"
+#include "Layer.h"
 
 namespace kelvokit::desktop {
 
 namespace {
 
 void Release(ANativeWindow* window) {
-    WindowTable::Get().RemoveWindow(window);
+    Layer::Get().RemoveWindow(window);
     window->magic = 0;
     window->release = nullptr;
     delete window->frame;
@@ -20,7 +20,7 @@ void Initialise(ANativeWindow& window, std::uint64_t x11Window, int width, int h
     }
     window.frame = new FinishedFrame;
     window.release = Release;
-    WindowTable::Get().AddWindow(&window);
+    Layer::Get().AddWindow(&window);
     window.width = width;
     window.height = height;
     window.x11Window = x11Window;

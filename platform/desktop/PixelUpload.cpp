@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <utility>
 
 namespace kelvokit::desktop {
 
@@ -124,35 +125,30 @@ bool IsUploadable(ANativeWindowBuffer const& buffer) {
     return UploadOf(buffer).format != GL_NONE;
 }
 
-bool PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength) {
+Outcome PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength) {
     Memory& packed = buffer.contents->packed;
     if (IsPacked(buffer, fRowLength) && !packed) {
         packed.reset(
             static_cast<std::uint8_t*>(std::malloc(RowSize(buffer) * std::size_t(PackedRows(buffer)))));
     }
-    return packed || !IsPacked(buffer, fRowLength);
+    return packed || !IsPacked(buffer, fRowLength) ? Outcome::Done() : Outcome::Failed(EGL_BAD_ALLOC);
 }
 
-GLuint CreateTextureFor(ANativeWindowBuffer const& buffer) {
+OwnedTexture CreateTextureFor(ANativeWindowBuffer const& buffer) {
     Upload const upload = UploadOf(buffer);
-    GLuint texture = 0;
     ForgetErrors();
-    Gl().glGenTextures(1, &texture);
-    Gl().glBindTexture(GL_TEXTURE_2D, texture);
+    OwnedTexture texture = OwnedTexture::Generate();
+    Gl().glBindTexture(GL_TEXTURE_2D, texture.Name());
     // Without these it would need mipmaps to be complete, which a shared texture has to be.
     Gl().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
     Gl().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
     Gl().glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
     Gl().glTexImage2D(GL_TEXTURE_2D, 0, static_cast<GLint>(upload.format), buffer.width, buffer.height, 0,
                       upload.format, upload.type, nullptr);
-    if (Gl().glGetError() != GL_NO_ERROR) {
-        Gl().glDeleteTextures(1, &texture);
-        return 0;
-    }
-    return texture;
+    return Gl().glGetError() == GL_NO_ERROR ? std::move(texture) : OwnedTexture();
 }
 
-bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength) {
+Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength) {
     bool const fPacked = IsPacked(buffer, fRowLength);
     ForgetErrors();
     Gl().glBindTexture(GL_TEXTURE_2D, texture);
@@ -171,7 +167,7 @@ bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLe
     }
     bool const fUploaded = Gl().glGetError() == GL_NO_ERROR;
     Gl().glFinish();
-    return fUploaded;
+    return fUploaded ? Outcome::Done() : Outcome::Failed(EGL_BAD_ALLOC);
 }
 
 } // namespace kelvokit::desktop

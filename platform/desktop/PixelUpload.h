@@ -1,6 +1,8 @@
 #pragma once
 
 #include "BufferContents.h"
+#include "EglError.h"
+#include "OwnedTexture.h"
 
 #include <GLES2/gl2.h>
 #include <system/window.h>
@@ -11,17 +13,19 @@ namespace kelvokit::desktop {
 bool IsUploadable(ANativeWindowBuffer const& buffer);
 
 /**
- * Makes what UploadPixels needs, for good; `fRowLength` as there. False without memory.
+ * Makes what UploadPixels needs, for good; `fRowLength` as there. EGL_BAD_ALLOC without memory.
  */
-bool PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength);
+Outcome PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength);
 
-/** A new texture of the buffer's size and format, of undefined contents; 0 when GL has no memory for it. */
-GLuint CreateTextureFor(ANativeWindowBuffer const& buffer);
+/**
+ * A new texture of the buffer's size and format, of undefined contents; none when GL has no memory for it.
+ */
+OwnedTexture CreateTextureFor(ANativeWindowBuffer const& buffer);
 
 /**
  * Puts the buffer's pixels into the texture, first row at t = 0; complete, for other contexts too, on return.
- * `fRowLength`: the current context understands GL_UNPACK_ROW_LENGTH. False when GL cannot.
+ * `fRowLength`: the current context understands GL_UNPACK_ROW_LENGTH. EGL_BAD_ALLOC when GL cannot.
  */
-bool UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength);
+Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength);
 
 } // namespace kelvokit::desktop

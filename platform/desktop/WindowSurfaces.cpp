@@ -1,10 +1,9 @@
 #include "WindowSurfaces.h"
 
-#include "BufferImages.h"
 #include "EglConfigs.h"
-#include "EglDriver.h"
 #include "FrameReader.h"
-#include "WindowTable.h"
+#include "Layer.h"
+#include "PinnedSurface.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
 #include <new>
@@ -60,7 +59,7 @@ EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow con
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
     }
     // Some drivers make such a surface and then draw nothing.
-    if (!BufferImages::Get().CanDraw(display, window.width, window.height)) {
+    if (!Layer::Get().CanDraw(display, window.width, window.height)) {
         return Fail<EGLSurface>(EGL_BAD_ALLOC);
     }
     if (!PbufferAttributes(window, attributes, driverAttributes)) {
@@ -71,7 +70,7 @@ EGLSurface CreatePbuffer(EGLDisplay display, EGLConfig config, ANativeWindow con
 
 EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
                             EGLint const* attributes) {
-    if (KindOf(display) != DisplayKind::X11) {
+    if (Layer::Get().KindOf(display) != DisplayKind::X11) {
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
     }
     auto const nId = static_cast<std::uintptr_t>(window.x11Window);
@@ -84,27 +83,26 @@ EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow 
 }
 
 /** The part of a swap before the driver's: everything that needs the frame still in the back buffer. */
-EGLint FinishDrawing(WindowSurface const& target) {
+Outcome FinishDrawing(EGLDisplay display, WindowSurface const& target) {
     EglDriver const& egl = Driver();
-    if (egl.eglGetCurrentDisplay() != target.display ||
-        egl.eglGetCurrentSurface(EGL_DRAW) != target.surface) {
-        return EGL_BAD_SURFACE;
+    if (egl.eglGetCurrentDisplay() != display || egl.eglGetCurrentSurface(EGL_DRAW) != target.surface) {
+        return Outcome::Failed(EGL_BAD_SURFACE);
     }
     if (!target.window) {
-        return EGL_BAD_NATIVE_WINDOW;
+        return Outcome::Failed(EGL_BAD_NATIVE_WINDOW);
     }
-    // Software draws when it has to, and that is here: no image of a buffer changes underneath it.
+    // A software driver draws only now, and must not meet an image of a buffer that changes meanwhile.
     bool fImages = false;
-    auto const still = BufferImages::Get().HoldStill(&fImages);
-    EGLint nError = EGL_SUCCESS;
+    auto const still = Layer::Get().HoldStill(&fImages);
+    Outcome finished = Outcome::Done();
     if (target.window->capture) {
         EGLint nWidth = 0;
         EGLint nHeight = 0;
-        if (!egl.eglQuerySurface(target.display, target.surface, EGL_WIDTH, &nWidth) ||
-            !egl.eglQuerySurface(target.display, target.surface, EGL_HEIGHT, &nHeight)) {
-            return DriverError();
+        if (!egl.eglQuerySurface(display, target.surface, EGL_WIDTH, &nWidth) ||
+            !egl.eglQuerySurface(display, target.surface, EGL_HEIGHT, &nHeight)) {
+            return Outcome::DriverFailed();
         }
-        nError = ReadFrame(target.display, target.surface, nWidth, nHeight, *target.window->frame);
+        finished = ReadFrame(display, target.surface, nWidth, nHeight, *target.window->frame);
     }
     if (fImages && !target.window->capture) {
         FinishCurrentContext();
@@ -115,19 +113,19 @@ EGLint FinishDrawing(WindowSurface const& target) {
         // unlock.
         FlushCurrentContext();
     }
-    return nError;
+    return finished;
 }
 
 /** Tells the window's handler of its frame. No exception goes up to callers that may know of none. */
-EGLint HandFrameOver(ANativeWindow& window) {
+Outcome HandFrameOver(ANativeWindow& window) {
     try {
         window.frameFinished(&window, *window.frame);
     } catch (std::bad_alloc const&) {
-        return EGL_BAD_ALLOC;
+        return Outcome::Failed(EGL_BAD_ALLOC);
     } catch (...) {
-        return EGL_BAD_NATIVE_WINDOW;
+        return Outcome::Failed(EGL_BAD_NATIVE_WINDOW);
     }
-    return EGL_SUCCESS;
+    return Outcome::Done();
 }
 
 /** A swap; `driverSwap(target)` has the driver's part, and gets null for surfaces that are none of these. */
@@ -137,23 +135,23 @@ EGLBoolean SwapWith(EGLDisplay display, EGLSurface surface, DriverSwap driverSwa
     if (!target) {
         return driverSwap(nullptr);
     }
-    EGLint nError = FinishDrawing(*target);
-    if (nError != EGL_SUCCESS) {
-        return Fail<EGLBoolean>(nError);
+    if (Outcome const finished = FinishDrawing(display, *target); !finished) {
+        return Fail<EGLBoolean>(finished);
     }
     if (!driverSwap(&*target)) {
         return EGL_FALSE;
     }
     ANativeWindow& window = *target->window;
     ++window.frameCount;
+    Outcome handled = Outcome::Done();
     if (window.capture) {
         window.frame->serial = window.frameCount;
         if (window.frameFinished) {
-            nError = HandFrameOver(window); // and the window may be gone
+            handled = HandFrameOver(window); // and the window may be gone
         }
     }
     // Whatever EGL calls the handler made.
-    return nError == EGL_SUCCESS ? Succeed() : Fail<EGLBoolean>(nError);
+    return Answer(handled);
 }
 
 } // namespace
@@ -164,22 +162,17 @@ EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* windo
     if (!Forward(Driver().eglGetConfigAttrib, display, config, EGL_CONFIG_ID, &nId)) {
         return EGL_NO_SURFACE;
     }
-    if (!IsOffered(display, KindOf(display), config)) {
+    if (!IsOffered(display, Layer::Get().KindOf(display), config)) {
         return Fail<EGLSurface>(EGL_BAD_MATCH);
     }
     auto* const pWindow = static_cast<ANativeWindow*>(window);
-    EGLint const nError = WindowTable::Get().ClaimWindow(display, pWindow);
-    if (nError != EGL_SUCCESS) {
-        return Fail<EGLSurface>(nError);
+    ClaimedWindow claimed(display, pWindow);
+    if (!claimed.Claim()) {
+        return Fail<EGLSurface>(claimed.Claim());
     }
-    EGLSurface surface = EGL_NO_SURFACE;
-    try {
-        surface = pWindow->x11Window ? CreateX11Surface(display, config, *pWindow, attributes)
-                                     : CreatePbuffer(display, config, *pWindow, attributes);
-    } catch (std::bad_alloc const&) {
-        SetError(EGL_BAD_ALLOC);
-    }
-    WindowTable::Get().SettleClaim(pWindow, surface);
+    EGLSurface const surface = pWindow->x11Window ? CreateX11Surface(display, config, *pWindow, attributes)
+                                                  : CreatePbuffer(display, config, *pWindow, attributes);
+    claimed.Settle(surface);
     return surface;
 }
 
@@ -222,7 +215,7 @@ EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute
     bool const fPbufferOnly =
         attribute != EGL_WIDTH && attribute != EGL_HEIGHT && IsPbufferAttribute(attribute);
     EGLint nIgnored = 0;
-    if (value && fPbufferOnly && WindowTable::Get().IsWindowSurface(display, surface)) {
+    if (value && fPbufferOnly && Layer::Get().IsWindowSurface(display, surface)) {
         value = &nIgnored;
     }
     return Forward(Driver().eglQuerySurface, display, surface, attribute, value);
@@ -230,9 +223,9 @@ EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute
 
 EGLBoolean DestroySurface(EGLDisplay display, EGLSurface surface) {
     // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
-    auto const still = BufferImages::Get().HoldStill();
+    auto const still = Layer::Get().HoldStill();
     // First, for the driver may give the handle to another thread's surface at once.
-    WindowTable::Get().RemoveSurface(display, surface);
+    Layer::Get().RemoveSurface(display, surface);
     return Forward(Driver().eglDestroySurface, display, surface);
 }
 
