@@ -4,7 +4,7 @@
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
-#include "SharedShaders.h"
+#include "ShaderSources.h"
 #include "UniformNames.h"
 
 namespace trevik::kelvo {
@@ -119,10 +119,13 @@ bool BlendModeResourceGL2::Init(GraphicsDevice&) {
         Ref<ShaderProgramGL2>& pProgram;
         ProgramParts parts;
     } const programs[] = {
-        {m_colorDodgeProgram, {ColorDodgeFragment, TexturedVertex, VertexAttribSetup_BlendMode_ColorDodge}},
-        {m_multiplyProgram, {MultiplyFragment, TexturedVertex, VertexAttribSetup_BlendMode_Multiply}},
-        {m_screenProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Screen}},
-        {m_exclusionProgram, {FadedFragment, TexturedVertex, VertexAttribSetup_BlendMode_Exclusion}},
+        {m_colorDodgeProgram,
+         {ColorDodgeFragment, ShaderSources::TexturedVertex, VertexAttribSetup_BlendMode_ColorDodge}},
+        {m_multiplyProgram,
+         {MultiplyFragment, ShaderSources::TexturedVertex, VertexAttribSetup_BlendMode_Multiply}},
+        {m_screenProgram, {FadedFragment, ShaderSources::TexturedVertex, VertexAttribSetup_BlendMode_Screen}},
+        {m_exclusionProgram,
+         {FadedFragment, ShaderSources::TexturedVertex, VertexAttribSetup_BlendMode_Exclusion}},
     };
     for (Program const& program : programs) {
         program.pProgram = BuildProgram(program.parts);

@@ -2,7 +2,7 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
-#include "SharedShaders.h"
+#include "ShaderSources.h"
 #include "UniformNames.h"
 
 #include <new>
@@ -57,11 +57,13 @@ bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
     if (!CreateTargets(nWidth / 2, nHeight / 2)) {
         return false;
     }
-    m_blurProgram = BuildProgram({BlurFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blur});
+    m_blurProgram =
+        BuildProgram({BlurFragment, ShaderSources::QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blur});
     if (!m_blurProgram) {
         return false;
     }
-    m_blendProgram = BuildProgram({BlendFragment, QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blend});
+    m_blendProgram =
+        BuildProgram({BlendFragment, ShaderSources::QuadVertex, VertexAttribSetup_GaussianBlurEffect_Blend});
     m_texelWidth = 1.0f / static_cast<float>(nWidth);
     m_texelHeight = 1.0f / static_cast<float>(nHeight);
     return static_cast<bool>(m_blendProgram);

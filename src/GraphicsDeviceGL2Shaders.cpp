@@ -2,7 +2,7 @@
 
 #include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
-#include "SharedShaders.h"
+#include "ShaderSources.h"
 #include "UniformNames.h"
 #include "trevik/Ref.h"
 #include "trevik/ScopeCounter.h"
@@ -13,241 +13,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-using Source = StringLiteral<UTF16Encoding>;
 using Name = StringEncoded<UTF16Encoding>;
-
-// The vertex shaders. Where there is no mViewToViewport, mWorldToView alone takes positions to clip space.
-
-constexpr Source SolidVertex(uR"(attribute vec4 vInPosition;
-uniform mat4 mWorldToView;
-void main() {
-    gl_Position = mWorldToView * vInPosition;
-}
-)");
-
-constexpr Source TextVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-attribute vec4 vInColor;
-uniform mat4 mWorldToView;
-varying vec2 vTexture;
-varying vec4 vColor;
-void main() {
-    gl_Position = mWorldToView * vInPosition;
-    vTexture = vInTexture;
-    vColor = vInColor;
-}
-)");
-
-constexpr Source TextUnderlineVertex(uR"(attribute vec4 vInPosition;
-attribute vec4 vInColor;
-uniform mat4 mWorldToView;
-uniform mat4 mViewToViewport;
-varying vec4 vColor;
-void main() {
-    gl_Position = mViewToViewport * mWorldToView * vInPosition;
-    vColor = vInColor;
-}
-)");
-
-constexpr Source TextImageVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-attribute float fInFade;
-uniform mat4 mWorldToView;
-uniform mat4 mViewToViewport;
-varying vec2 vTexture;
-varying float fFade;
-void main() {
-    gl_Position = mViewToViewport * mWorldToView * vInPosition;
-    vTexture = vInTexture;
-    fFade = fInFade;
-}
-)");
-
-constexpr Source SeparateAlphaVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-uniform mat4 mWorldToView;
-uniform mat4 mViewToViewport;
-varying vec2 vTexture;
-void main() {
-    gl_Position = mViewToViewport * mWorldToView * vInPosition;
-    vTexture = vInTexture;
-}
-)");
-
-constexpr Source TexturedEdgesVertex(uR"(attribute vec4 vInPosition;
-attribute vec2 vInTexture;
-attribute vec3 vInE0;
-attribute vec3 vInE1;
-attribute vec3 vInE2;
-attribute vec3 vInE3;
-varying vec2 vTexture;
-varying vec3 E0;
-varying vec3 E1;
-varying vec3 E2;
-varying vec3 E3;
-void main() {
-    gl_Position = vInPosition;
-    vTexture = vInTexture;
-    E0 = vInE0;
-    E1 = vInE1;
-    E2 = vInE2;
-    E3 = vInE3;
-}
-)");
-
-constexpr Source SolidEdgesVertex(uR"(attribute vec4 vInPosition;
-attribute vec3 vInE0;
-attribute vec3 vInE1;
-attribute vec3 vInE2;
-attribute vec3 vInE3;
-varying vec3 E0;
-varying vec3 E1;
-varying vec3 E2;
-varying vec3 E3;
-void main() {
-    gl_Position = vInPosition;
-    E0 = vInE0;
-    E1 = vInE1;
-    E2 = vInE2;
-    E3 = vInE3;
-}
-)");
-
-// The fragment shaders.
-
-constexpr Source TexturedFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform vec4 vColor;
-varying vec2 vTexture;
-void main() {
-    gl_FragColor = texture2D(sTexture, vTexture) * vColor;
-}
-)");
-
-constexpr Source SolidFragment(uR"(precision mediump float;
-uniform vec4 vColor;
-void main() {
-    gl_FragColor = vColor;
-}
-)");
-
-// sDepth is bound and does not enter the result: intended (post-process-depth).
-constexpr Source PostProcessFragment(uR"(precision mediump float;
-uniform sampler2D sColor;
-uniform sampler2D sDepth;
-varying vec2 vTexture;
-void main() {
-    gl_FragColor = texture2D(sColor, vTexture);
-}
-)");
-
-constexpr Source AlphaTestedFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform vec4 vColor;
-varying vec2 vTexture;
-void main() {
-    vec4 tex = texture2D(sTexture, vTexture);
-    if (tex.w < 0.1)
-        discard;
-    gl_FragColor = tex * vColor;
-}
-)");
-
-constexpr Source TextFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform float fFade;
-varying vec2 vTexture;
-varying vec4 vColor;
-void main() {
-    vec4 tex = texture2D(sTexture, vTexture);
-    gl_FragColor = vec4(vColor.r, vColor.g, vColor.b, vColor.a * tex.a * fFade);
-}
-)");
-
-constexpr Source TextUnderlineFragment(uR"(precision mediump float;
-uniform float fFade;
-varying vec4 vColor;
-void main() {
-    gl_FragColor = vec4(vColor.rgb, vColor.a * fFade);
-}
-)");
-
-constexpr Source TextImageFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform vec4 vColor;
-varying vec2 vTexture;
-varying float fFade;
-void main() {
-    vec4 tex = texture2D(sTexture, vTexture);
-    gl_FragColor = vec4(tex.r, tex.g, tex.b, vColor.a * tex.a * fFade);
-}
-)");
-
-constexpr Source SeparateAlphaFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform sampler2D sTextureA;
-uniform vec4 vColor;
-varying vec2 vTexture;
-void main() {
-    gl_FragColor = vec4(texture2D(sTexture, vTexture).rgb, texture2D(sTextureA, vTexture).r) * vColor;
-}
-)");
-
-// The test takes the alpha of the colour texture, not that of the alpha texture: intended (etc1-alpha-test).
-constexpr Source SeparateAlphaTestedFragment(uR"(precision mediump float;
-uniform sampler2D sTexture;
-uniform sampler2D sTextureA;
-uniform vec4 vColor;
-varying vec2 vTexture;
-void main() {
-    vec4 tex = texture2D(sTexture, vTexture);
-    if (tex.w < 0.1)
-        discard;
-    gl_FragColor = vec4(tex.rgb, texture2D(sTextureA, vTexture).r) * vColor;
-}
-)");
-
-// The coverage table is 0 for negative distances, so the fragments of the antialiased edges are not
-// discarded: drawing them costs less. Window positions are taken with y down, as the edge equations are.
-
-constexpr Source TexturedEdgesFragment(
-    uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
-precision mediump float;
-uniform sampler2D sTexture;
-uniform sampler2D sDistribution;
-uniform float fVPHeight;
-varying vec2 vTexture;
-varying vec3 E0;
-varying vec3 E1;
-varying vec3 E2;
-varying vec3 E3;
-void main() {
-    vec3 pos = vec3(gl_FragCoord.x, fVPHeight - gl_FragCoord.y, 1.0);
-    float alphax = min(dot(E0, pos), dot(E2, pos));
-    float alphay = min(dot(E1, pos), dot(E3, pos));
-    float dist = texture2D(sDistribution, vec2(alphax, 0.5)).w * texture2D(sDistribution, vec2(alphay, 0.5)).w;
-    gl_FragColor = texture2D(sTexture, vTexture) * vec4(1.0, 1.0, 1.0, dist);
-}
-)");
-
-constexpr Source
-    SolidEdgesFragment(uR"(// Prefiltered lines: the coverage of a fragment by its distances from four edges.
-precision mediump float;
-uniform vec4 vColor;
-uniform sampler2D sDistribution;
-uniform float fVPHeight;
-varying vec3 E0;
-varying vec3 E1;
-varying vec3 E2;
-varying vec3 E3;
-void main() {
-    vec3 pos = vec3(gl_FragCoord.x, fVPHeight - gl_FragCoord.y, 1.0);
-    float alphax = min(dot(E0, pos), dot(E2, pos));
-    float alphay = min(dot(E1, pos), dot(E3, pos));
-    float dist = texture2D(sDistribution, vec2(alphax, 0.5)).w * texture2D(sDistribution, vec2(alphay, 0.5)).w;
-    gl_FragColor = vColor * vec4(1.0, 1.0, 1.0, dist);
-}
-)");
 
 struct CatalogueEntry {
     int nId;
@@ -255,19 +21,30 @@ struct CatalogueEntry {
 };
 
 constexpr CatalogueEntry Catalogue[] = {
-    {ShaderId::Textured, {TexturedFragment, TexturedVertex, VertexAttribSetup_Default}},
-    {ShaderId::Solid, {SolidFragment, SolidVertex, VertexAttribSetup_DefaultNoTex}},
-    {ShaderId::PostProcess, {PostProcessFragment, QuadVertex, VertexAttribSetup_DefaultPost}},
-    {ShaderId::AlphaTested, {AlphaTestedFragment, TexturedVertex, VertexAttribSetup_DefaultAlphaTest}},
-    {ShaderId::Text, {TextFragment, TextVertex, VertexAttribSetup_Text}},
-    {ShaderId::TextUnderline, {TextUnderlineFragment, TextUnderlineVertex, VertexAttribSetup_TextUnderline}},
-    {ShaderId::TextImage, {TextImageFragment, TextImageVertex, VertexAttribSetup_TextImage}},
+    {ShaderId::Textured,
+     {ShaderSources::TexturedFragment, ShaderSources::TexturedVertex, VertexAttribSetup_Default}},
+    {ShaderId::Solid,
+     {ShaderSources::SolidFragment, ShaderSources::SolidVertex, VertexAttribSetup_DefaultNoTex}},
+    {ShaderId::PostProcess,
+     {ShaderSources::PostProcessFragment, ShaderSources::QuadVertex, VertexAttribSetup_DefaultPost}},
+    {ShaderId::AlphaTested,
+     {ShaderSources::AlphaTestedFragment, ShaderSources::TexturedVertex, VertexAttribSetup_DefaultAlphaTest}},
+    {ShaderId::Text, {ShaderSources::TextFragment, ShaderSources::TextVertex, VertexAttribSetup_Text}},
+    {ShaderId::TextUnderline,
+     {ShaderSources::TextUnderlineFragment, ShaderSources::TextUnderlineVertex,
+      VertexAttribSetup_TextUnderline}},
+    {ShaderId::TextImage,
+     {ShaderSources::TextImageFragment, ShaderSources::TextImageVertex, VertexAttribSetup_TextImage}},
     {ShaderId::SeparateAlpha,
-     {SeparateAlphaFragment, SeparateAlphaVertex, VertexAttribSetup_Default_RGBA_ETC1}},
+     {ShaderSources::SeparateAlphaFragment, ShaderSources::SeparateAlphaVertex,
+      VertexAttribSetup_Default_RGBA_ETC1}},
     {ShaderId::SeparateAlphaTested,
-     {SeparateAlphaTestedFragment, SeparateAlphaVertex, VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1}},
-    {ShaderId::TexturedEdges, {TexturedEdgesFragment, TexturedEdgesVertex, VertexAttribSetup_AALine}},
-    {ShaderId::SolidEdges, {SolidEdgesFragment, SolidEdgesVertex, VertexAttribSetup_AALine_Solid}},
+     {ShaderSources::SeparateAlphaTestedFragment, ShaderSources::SeparateAlphaVertex,
+      VertexAttribSetup_DefaultAlphaTest_RGBA_ETC1}},
+    {ShaderId::TexturedEdges,
+     {ShaderSources::TexturedEdgesFragment, ShaderSources::TexturedEdgesVertex, VertexAttribSetup_AALine}},
+    {ShaderId::SolidEdges,
+     {ShaderSources::SolidEdgesFragment, ShaderSources::SolidEdgesVertex, VertexAttribSetup_AALine_Solid}},
 };
 
 constexpr unsigned int CatalogueCount = sizeof(Catalogue) / sizeof(Catalogue[0]);
