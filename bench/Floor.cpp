@@ -5,6 +5,7 @@
 
 #include "BenchScene.h"
 #include "GraphicsDeviceGL2.h"
+#include "ShaderCatalogue.h"
 #include "ShaderProgramGL2.h"
 #include "SpriteGL2.h"
 #include "SystemDriver.h"
@@ -41,7 +42,7 @@ struct FlatSprite {
 class Floor {
 public:
     Floor(GraphicsDeviceGL2& device, bench::BenchScene& scene) : m_device(device), m_scene(scene) {
-        device.SetActiveShader(device.GetShader(-1));
+        device.SetActiveShader(device.GetShader(ShaderId::Textured));
         GLint nProgram = 0;
         glGetIntegerv(GL_CURRENT_PROGRAM, &nProgram);
         device.SetActiveShader(nullptr);

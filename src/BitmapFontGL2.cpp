@@ -2,6 +2,7 @@
 
 #include "GlyphQuads.h"
 #include "PlainBlend.h"
+#include "ShaderCatalogue.h"
 #include "trevik/ScopeCounter.h"
 
 #include <GLES2/gl2.h>
@@ -12,9 +13,6 @@ namespace {
 
 using Color = ColorT<RealFloat>;
 using Vector = Vector3T<RealFloat>;
-
-constexpr int ProgramText = -5;
-constexpr int ProgramTextUnderline = -6;
 
 // What becomes of a corner's colour. Loops over glyphs are made once for each, so that they do not decide.
 
@@ -194,7 +192,7 @@ void BitmapFontGL2::RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance>
     FillAs(look, [&](auto tint, auto move) { FillGlyphs(pFirst, batch.m_nCount, tint, move); });
     DrawGlyphs(deviceGL2, pFirst->m_pGlyph->m_pTexture.Get(), color.a, nVertices);
     if (m_underline.GetValue()) {
-        // The texture coordinates stay as they are: program -6 has none.
+        // The texture coordinates stay as they are: the program of underlines has none.
         FillAs(look, [&](auto tint, auto move) { FillUnderlines(pFirst, batch.m_nCount, tint, move); });
         DrawUnderlines(deviceGL2, color.a, nVertices);
     }
@@ -202,7 +200,7 @@ void BitmapFontGL2::RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance>
 
 void BitmapFontGL2::DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, RealFloat rFade,
                                unsigned int nVertices) {
-    ShaderProgramGL2* const pProgram = device.GetShader(ProgramText);
+    ShaderProgramGL2* const pProgram = device.GetShader(ShaderId::Text);
     device.SetActiveShader(pProgram);
     if (!pProgram) {
         return; // the device is not up
@@ -221,7 +219,7 @@ void BitmapFontGL2::DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, Rea
 void BitmapFontGL2::DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, unsigned int nVertices) {
     // Its mViewToViewport is never set here: the identity that the device gave it stays, intended
     // (underline-second-matrix).
-    ShaderProgramGL2* const pProgram = device.GetShader(ProgramTextUnderline);
+    ShaderProgramGL2* const pProgram = device.GetShader(ShaderId::TextUnderline);
     device.SetActiveShader(pProgram);
     if (!pProgram) {
         return; // the device is not up

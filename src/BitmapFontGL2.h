@@ -19,10 +19,10 @@ public:
      * Draws a batch, then, in an underlined font, its underlines, under the transform on top of the device's
      * stack. As a shadow, everything is moved by `shadowOffset` (font pixels) and takes the shadow colour
      * with its alpha multiplied in. `position` is not used; of `color` only the alpha is. Calls
-     * glVertexAttribPointer (0, 1, 4), the shader and sampler calls of program -5, glBlendFuncSeparate,
-     * glBlendEquationSeparate and glDrawArrays, and for underlines the same with program -6, without texture
-     * and blending. Render thread. Draws nothing for a batch beyond the instances, without memory, or while
-     * the device is not up.
+     * glVertexAttribPointer (0, 1, 4), the shader and sampler calls of ShaderId::Text, glBlendFuncSeparate,
+     * glBlendEquationSeparate and glDrawArrays, and for underlines the same with ShaderId::TextUnderline,
+     * without texture and blending. Render thread. Draws nothing for a batch beyond the instances, without
+     * memory, or while the device is not up.
      */
     void RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance> const& instances,
                           GlyphBatch const& batch, Vector3T<RealFloat> const& position,

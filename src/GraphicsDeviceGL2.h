@@ -3,6 +3,7 @@
 #include "CameraGL2.h"
 #include "Export.h"
 #include "IdTable.h"
+#include "ShaderCatalogue.h"
 #include "ShaderProgramGL2.h"
 #include "trevik/Dispatcher.h"
 #include "trevik/List.h"
@@ -309,7 +310,8 @@ private:
     unsigned int m_nCurrentTarget = 0;
     bool m_fAlphaTest = false;
     IdTable<unsigned int, EffectResource> m_effectResources;
-    enum : unsigned int { BuiltInPlaces = 12 };      ///< the largest negated id of a built-in program and 1
+    /** Ids from 0 down to the last built-in one. */
+    enum : unsigned int { BuiltInPlaces = 1 - ShaderId::SolidEdges };
     ShaderProgramGL2* m_builtIn[BuiltInPlaces] = {}; ///< of m_shaders, by negated id; borrowed
     Matrix4T<RealFloat> m_viewMatrix;                ///< as of m_nFetchedUpdate
     Matrix4T<RealFloat> m_projectionMatrix;          ///< the same

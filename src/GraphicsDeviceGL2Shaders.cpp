@@ -16,7 +16,7 @@ namespace {
 using Name = StringEncoded<UTF16Encoding>;
 
 struct CatalogueEntry {
-    int nId;
+    ShaderId::Enum id;
     ProgramParts parts;
 };
 
@@ -119,7 +119,7 @@ bool GraphicsDeviceGL2::InitializeShaders() {
         if (!programs[i]) {
             return false;
         }
-        RegisterShader(programs[i].Get(), Catalogue[i].nId);
+        RegisterShader(programs[i].Get(), Catalogue[i].id);
         if (!m_shaders.Holds(programs[i].Get())) {
             return false; // no memory for the table
         }

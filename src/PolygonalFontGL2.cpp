@@ -1,6 +1,7 @@
 #include "PolygonalFontGL2.h"
 
 #include "GraphicsDeviceGL2.h"
+#include "ShaderCatalogue.h"
 #include "ShaderProgramGL2.h"
 #include "UniformNames.h"
 #include "trevik/ScopeCounter.h"
@@ -10,8 +11,6 @@
 namespace trevik::kelvo {
 
 namespace {
-
-constexpr int ProgramUntextured = -2;
 
 /** What would place a mesh that is stored in other coordinates than the font's own. */
 struct MeshPlacement {
@@ -47,7 +46,7 @@ void PolygonalFontGL2::RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph,
     // (polygon-glyph-placement).
     [[maybe_unused]] MeshPlacement const placement(*pGlyph, position);
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    ShaderProgramGL2* const pProgram = deviceGL2.GetShader(ProgramUntextured);
+    ShaderProgramGL2* const pProgram = deviceGL2.GetShader(ShaderId::Solid);
     deviceGL2.SetActiveShader(pProgram);
     if (!pProgram) {
         return; // the device is not up

@@ -1,6 +1,7 @@
 #include "SpriteGL2.h"
 
 #include "PlainBlend.h"
+#include "ShaderCatalogue.h"
 #include "SpriteParameters.h"
 #include "TexturedProgram.h"
 #include "trevik/ScopeCounter.h"
@@ -14,10 +15,6 @@
 namespace trevik::kelvo {
 
 namespace {
-
-constexpr int ProgramUntextured = -2;
-constexpr int ProgramTexturedEdges = -10;
-constexpr int ProgramSolidEdges = -11;
 
 /**
  * Keeps the first texel's neighbours out of a sprite whose texture has not been set yet; intended
@@ -157,8 +154,9 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         }
         bool const fPlainTexture = pTexture->GetGLTextureType() == GL_TEXTURE_2D;
         bool const fSeparateAlpha = fPlainTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA;
-        int const nProgram = ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat());
-        pProgram = fPlainTexture ? device.GetShader(nProgram) : nullptr;
+        ShaderId::Enum const program =
+            ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat());
+        pProgram = fPlainTexture ? device.GetShader(program) : nullptr;
         device.SetActiveShader(pProgram);
         if (__builtin_expect(pProgram == nullptr, false)) {
             return; // the device is not up
@@ -166,7 +164,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
         SetColorParameter(device, *pProgram, true);
     } else {
-        pProgram = device.GetShader(ProgramUntextured);
+        pProgram = device.GetShader(ShaderId::Solid);
         device.SetActiveShader(pProgram);
         if (__builtin_expect(pProgram == nullptr, false)) {
             return;
@@ -273,7 +271,7 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
 
     Vector2T<RealFloat> edgeCoords[EdgeVertexCount];
     ShaderProgramGL2* const pProgram =
-        device.GetShader(pTexture != nullptr ? ProgramTexturedEdges : ProgramSolidEdges);
+        device.GetShader(pTexture != nullptr ? ShaderId::TexturedEdges : ShaderId::SolidEdges);
     device.SetActiveShader(pProgram);
     if (pProgram == nullptr) {
         return; // the device is not up

@@ -2,6 +2,7 @@
 
 #include "GlyphQuads.h"
 #include "PlainBlend.h"
+#include "ShaderCatalogue.h"
 #include "TextImageBackground.h"
 #include "trevik/ScopeCounter.h"
 
@@ -12,8 +13,6 @@
 namespace trevik::kelvo {
 
 namespace {
-
-constexpr int ProgramTextImage = -7;
 
 /** How far the image reaches into its texture, in texture coordinates; nowhere without one. */
 Vector2T<RealFloat> UsedPart(Texture const* pTexture) {
@@ -103,7 +102,7 @@ void TextGL2::RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const
     }
     FillImages(pFirst, batch.m_nCount);
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
-    ShaderProgramGL2* const pProgram = deviceGL2.GetShader(ProgramTextImage);
+    ShaderProgramGL2* const pProgram = deviceGL2.GetShader(ShaderId::TextImage);
     deviceGL2.SetActiveShader(pProgram);
     if (!pProgram) {
         return; // the device is not up

@@ -24,7 +24,7 @@ public:
     /**
      * Draws a batch of glyph images as quads of their textures' used area, faded by the alpha of each
      * corner's colour and by that of `color`, under the transform on top of the device's stack. A highlight
-     * changes nothing but this last alpha. Calls the shader and sampler calls of program -7,
+     * changes nothing but this last alpha. Calls the shader and sampler calls of ShaderId::TextImage,
      * glVertexAttribPointer (0, 1, 4), glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays. Render
      * thread. Draws nothing for a batch beyond the instances, without memory, or while the device is not up.
      */

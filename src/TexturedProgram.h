@@ -1,18 +1,16 @@
 #pragma once
 
+#include "ShaderCatalogue.h"
 #include "trevik/kelvo/TextureFormat.h"
 
 namespace trevik::kelvo {
 
-/**
- * The id of the catalogue program that draws a texture of this format: -1 or, with a separate alpha texture,
- * -8; with the alpha test -4 and -9. Sprites and nine-patches both choose by it.
- */
-inline int ChooseTexturedProgram(bool fAlphaTest, TextureFormat::Enum format) {
+/** The built-in program that draws a texture of this format. Sprites and nine-patches both choose by it. */
+inline ShaderId::Enum ChooseTexturedProgram(bool fAlphaTest, TextureFormat::Enum format) {
     if (format == TextureFormat::ETC1_RGBA) {
-        return fAlphaTest ? -9 : -8;
+        return fAlphaTest ? ShaderId::SeparateAlphaTested : ShaderId::SeparateAlpha;
     }
-    return fAlphaTest ? -4 : -1;
+    return fAlphaTest ? ShaderId::AlphaTested : ShaderId::Textured;
 }
 
 } // namespace trevik::kelvo

@@ -1,6 +1,7 @@
 // The built-in programs and the device's record of the one that is bound.
 
 #include "DeviceTest.h"
+#include "ShaderCatalogue.h"
 #include "trevik/Allocation.h"
 
 #include <climits>
@@ -18,7 +19,7 @@ TEST_F(CatalogueTest, IsRegisteredWholeBeforeTheFirstProgramIsCompiled) {
     EXPECT_FALSE(Device().Initialize(nullptr, DeviceFormat::RGB565, SizeT<int>(8, 8)));
     EXPECT_EQ(Count("glLinkProgram"), 3u);
     EXPECT_EQ(Count("glCreateProgram"), 3u);
-    for (int id = -1; id >= -11; --id) {
+    for (int id = ShaderId::Textured; id >= ShaderId::SolidEdges; --id) {
         EXPECT_NE(Device().GetShader(id), nullptr) << id;
     }
     ASSERT_TRUE(Device().InitializeTargetBuffers());
@@ -29,18 +30,18 @@ TEST_F(CatalogueTest, IsRegisteredWholeBeforeTheFirstProgramIsCompiled) {
 
 TEST_F(CatalogueTest, RegistrationKeepsAReferenceAndTheFirstOfAnyIdWins) {
     BringUp();
-    ShaderProgramGL2* const pBuiltIn = Device().GetShader(-11);
+    ShaderProgramGL2* const pBuiltIn = Device().GetShader(ShaderId::SolidEdges);
     Ref<ShaderProgramGL2> const pFirst(new ShaderProgramGL2);
     Ref<ShaderProgramGL2> const pSecond(new ShaderProgramGL2);
-    int nEntries = 11;
-    for (int const id : {0, -12, -13, 1, INT_MAX, INT_MIN}) {
+    int nEntries = -ShaderId::SolidEdges;
+    for (int const id : {0, ShaderId::SolidEdges - 1, ShaderId::SolidEdges - 2, 1, INT_MAX, INT_MIN}) {
         EXPECT_EQ(Device().GetShader(id), nullptr) << id;
         EXPECT_EQ(Device().RegisterShader(pFirst.Get(), id), nEntries++);
         EXPECT_EQ(Device().RegisterShader(pSecond.Get(), id), nEntries++);
         EXPECT_EQ(Device().GetShader(id), pFirst.Get()) << id;
     }
-    Device().RegisterShader(pFirst.Get(), -11);
-    EXPECT_EQ(Device().GetShader(-11), pBuiltIn);
+    Device().RegisterShader(pFirst.Get(), ShaderId::SolidEdges);
+    EXPECT_EQ(Device().GetShader(ShaderId::SolidEdges), pBuiltIn);
     EXPECT_EQ(pFirst->GetReferenceCount(), 8);
     m_pDevice.reset();
     EXPECT_EQ(pFirst->GetReferenceCount(), 1);
@@ -63,10 +64,10 @@ TEST_F(CatalogueTest, WithoutMemoryAProgramIsNotEnteredAndKeepsTheReference) {
 
 TEST_F(CatalogueTest, ThePostProcessProgramIsHeldOnceMore) {
     BringUp();
-    EXPECT_EQ(Device().GetShader(-3)->GetReferenceCount(), 2);
+    EXPECT_EQ(Device().GetShader(ShaderId::PostProcess)->GetReferenceCount(), 2);
     Ref<ShaderProgramGL2> const pOther(new ShaderProgramGL2);
     Device().SetPostProccessShader(pOther.Get());
-    EXPECT_EQ(Device().GetShader(-3)->GetReferenceCount(), 1);
+    EXPECT_EQ(Device().GetShader(ShaderId::PostProcess)->GetReferenceCount(), 1);
     Device().SetPostProccessShader(pOther.Get());
     EXPECT_EQ(pOther->GetReferenceCount(), 2);
     m_pDevice.reset();

@@ -1,6 +1,7 @@
 // How the device is brought up, moved to another window, presents and goes.
 
 #include "DeviceTest.h"
+#include "ShaderCatalogue.h"
 #include "trevik/kelvo/Window.h"
 
 #include <system/window.h>
@@ -114,7 +115,7 @@ TEST_F(DeviceInit, ASecondStartKeepsTheDisplayAndTurnsTheDepthTestOff) {
 TEST_F(DeviceInit, ClearResetsTheAlphaTestAndTheActiveProgram) {
     BringUp();
     Device().SetAlphaTestEnabled(true);
-    Device().SetActiveShader(Device().GetShader(-2));
+    Device().SetActiveShader(Device().GetShader(ShaderId::Solid));
     Clear();
     Device().Clear();
     EXPECT_CALLS("glClear(GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT | GL_STENCIL_BUFFER_BIT)",
