@@ -170,9 +170,9 @@ int ShaderProgramGL2::FindLocation(Text16 const& sName) {
     return nLocation;
 }
 
-int ShaderProgramGL2::FillSlot(unsigned int nSlot, Text16 const& sName) {
-    m_slotLocations[nSlot] = FindLocation(sName);
-    return m_slotLocations[nSlot] == NotAsked ? -1 : m_slotLocations[nSlot];
+int ShaderProgramGL2::FillSlot(UniformSlot::Enum slot, Text16 const& sName) {
+    m_slotLocations[slot] = FindLocation(sName);
+    return m_slotLocations[slot] == NotAsked ? -1 : m_slotLocations[slot];
 }
 
 unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {

@@ -96,10 +96,10 @@ public:
      */
     int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName);
     /** The same for a name with a slot: after the first time one look into the table. */
-    template <unsigned int nSlot>
-    int GetUniformLocation(UniformName<nSlot> const& sName) {
-        int const nLocation = m_slotLocations[nSlot];
-        return __builtin_expect(nLocation != NotAsked, 1) ? nLocation : FillSlot(nSlot, sName);
+    template <UniformSlot::Enum slot>
+    int GetUniformLocation(UniformName<slot> const& sName) {
+        int const nLocation = m_slotLocations[slot];
+        return __builtin_expect(nLocation != NotAsked, 1) ? nLocation : FillSlot(slot, sName);
     }
 
     /**
@@ -160,9 +160,9 @@ private:
                 nLocation = NotAsked;
             }
         }
-        int operator[](unsigned int nSlot) const { return m_locations[nSlot]; }
-        int& operator[](unsigned int nSlot) { return m_locations[nSlot]; }
-        int m_locations[UniformNames::Count];
+        int operator[](UniformSlot::Enum slot) const { return m_locations[slot]; }
+        int& operator[](UniformSlot::Enum slot) { return m_locations[slot]; }
+        int m_locations[UniformSlot::Count];
     };
 
     static void SetUniform(int nLocation, Matrix4T<float> const& value) {
@@ -180,7 +180,7 @@ private:
     static void SetUniform(int nLocation, float value) { glUniform1f(nLocation, value); }
 
     int FindLocation(StringEncoded<UTF16Encoding> const& sName);
-    int FillSlot(unsigned int nSlot, StringEncoded<UTF16Encoding> const& sName);
+    int FillSlot(UniformSlot::Enum slot, StringEncoded<UTF16Encoding> const& sName);
 
     /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
     unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
