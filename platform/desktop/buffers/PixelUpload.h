@@ -1,8 +1,8 @@
 #pragma once
 
-#include "BufferContents.h"
-#include "EglError.h"
-#include "OwnedTexture.h"
+#include "buffers/BufferContents.h"
+#include "buffers/OwnedTexture.h"
+#include "egl/EglError.h"
 
 #include <GLES2/gl2.h>
 #include <system/window.h>

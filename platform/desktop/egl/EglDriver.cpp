@@ -1,4 +1,4 @@
-#include "EglDriver.h"
+#include "egl/EglDriver.h"
 
 #include <dlfcn.h>
 

@@ -1,8 +1,8 @@
-#include "DisplayChooser.h"
+#include "display/DisplayChooser.h"
 
-#include "EglConfigs.h"
-#include "EglDriver.h"
-#include "Layer.h"
+#include "display/Layer.h"
+#include "egl/EglConfigs.h"
+#include "egl/EglDriver.h"
 #include "kelvo_desktop/Display.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LayerDisplay.h"
+#include "display/LayerDisplay.h"
 
 #include <system/window.h>
 #include <utils/Errors.h>

@@ -1,4 +1,4 @@
-#include "EglError.h"
+#include "egl/EglError.h"
 
 namespace kelvokit::desktop {
 

@@ -1,7 +1,7 @@
-#include "Layer.h"
+#include "display/Layer.h"
 
-#include "BufferContents.h"
-#include "PixelUpload.h"
+#include "buffers/BufferContents.h"
+#include "buffers/PixelUpload.h"
 
 #include <algorithm>
 #include <new>

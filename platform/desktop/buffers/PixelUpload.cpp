@@ -1,6 +1,6 @@
-#include "PixelUpload.h"
+#include "buffers/PixelUpload.h"
 
-#include "GlFunctions.h"
+#include "egl/GlFunctions.h"
 
 #include <ui/PixelFormat.h>
 

@@ -1,12 +1,12 @@
 // The EGL that programs and plug-ins link: every entry point of EGL 1.5 under its own name. Those that know
 // of this layer's displays, configurations and windows come first; the others go to the driver as they are.
 
-#include "DisplayChooser.h"
-#include "EglConfigs.h"
-#include "EglError.h"
-#include "Layer.h"
-#include "WindowSurfaces.h"
+#include "display/DisplayChooser.h"
+#include "display/Layer.h"
+#include "egl/EglConfigs.h"
+#include "egl/EglError.h"
 #include "kelvo_desktop/Export.h"
+#include "windows/WindowSurfaces.h"
 
 #include <cstring>
 

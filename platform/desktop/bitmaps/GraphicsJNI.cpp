@@ -1,7 +1,7 @@
 #include "GraphicsJNI.h"
 
-#include "BitmapClass.h"
 #include "SkBitmap.h"
+#include "bitmaps/BitmapClass.h"
 
 #include <memory>
 

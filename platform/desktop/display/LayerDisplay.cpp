@@ -1,8 +1,8 @@
-#include "LayerDisplay.h"
+#include "display/LayerDisplay.h"
 
-#include "BufferContents.h"
-#include "GlFunctions.h"
-#include "PixelUpload.h"
+#include "buffers/BufferContents.h"
+#include "buffers/PixelUpload.h"
+#include "egl/GlFunctions.h"
 
 #include <algorithm>
 

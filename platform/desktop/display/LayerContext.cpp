@@ -1,6 +1,6 @@
-#include "LayerContext.h"
+#include "display/LayerContext.h"
 
-#include "GlFunctions.h"
+#include "egl/GlFunctions.h"
 
 #include <system_error>
 #include <thread>

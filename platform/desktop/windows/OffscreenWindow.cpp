@@ -1,6 +1,6 @@
 #include "kelvo_desktop/OffscreenWindow.h"
 
-#include "Layer.h"
+#include "display/Layer.h"
 
 namespace kelvokit::desktop {
 

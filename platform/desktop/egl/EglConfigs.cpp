@@ -1,6 +1,6 @@
-#include "EglConfigs.h"
+#include "egl/EglConfigs.h"
 
-#include "EglError.h"
+#include "egl/EglError.h"
 
 #include <algorithm>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "LayerDisplay.h"
+#include "display/LayerDisplay.h"
 
 namespace kelvokit::desktop {
 

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "EglError.h"
-#include "OwnedHandle.h"
+#include "egl/EglError.h"
+#include "egl/OwnedHandle.h"
 
 #include <EGL/egl.h>
 #include <EGL/eglext.h>

@@ -1,6 +1,6 @@
-#include "GlFunctions.h"
+#include "egl/GlFunctions.h"
 
-#include "EglDriver.h"
+#include "egl/EglDriver.h"
 
 #include <cstring>
 

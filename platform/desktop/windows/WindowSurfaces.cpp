@@ -1,10 +1,10 @@
-#include "WindowSurfaces.h"
+#include "windows/WindowSurfaces.h"
 
-#include "EglConfigs.h"
-#include "FrameReader.h"
-#include "Layer.h"
-#include "PinnedSurface.h"
+#include "display/Layer.h"
+#include "egl/EglConfigs.h"
 #include "kelvo_desktop/OffscreenWindow.h"
+#include "windows/FrameReader.h"
+#include "windows/PinnedSurface.h"
 
 #include <new>
 #include <vector>

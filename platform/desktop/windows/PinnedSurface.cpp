@@ -1,6 +1,6 @@
-#include "PinnedSurface.h"
+#include "windows/PinnedSurface.h"
 
-#include "Layer.h"
+#include "display/Layer.h"
 
 namespace kelvokit::desktop {
 

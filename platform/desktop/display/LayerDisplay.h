@@ -1,7 +1,7 @@
 #pragma once
 
-#include "EglError.h"
-#include "LayerContext.h"
+#include "display/LayerContext.h"
+#include "egl/EglError.h"
 
 #include <system/window.h>
 

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "EglDriver.h"
+#include "egl/EglDriver.h"
 
 #include <utility>
 

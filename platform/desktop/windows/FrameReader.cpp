@@ -1,6 +1,6 @@
-#include "FrameReader.h"
+#include "windows/FrameReader.h"
 
-#include "GlFunctions.h"
+#include "egl/GlFunctions.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
 #include <algorithm>

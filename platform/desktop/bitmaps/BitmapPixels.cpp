@@ -1,4 +1,4 @@
-#include "BitmapPixels.h"
+#include "bitmaps/BitmapPixels.h"
 
 #include <cstring>
 

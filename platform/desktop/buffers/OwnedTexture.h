@@ -1,6 +1,6 @@
 #pragma once
 
-#include "GlFunctions.h"
+#include "egl/GlFunctions.h"
 
 #include <utility>
 

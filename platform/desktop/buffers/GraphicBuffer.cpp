@@ -1,7 +1,7 @@
 #include "ui/GraphicBuffer.h"
 
-#include "BufferContents.h"
-#include "Layer.h"
+#include "buffers/BufferContents.h"
+#include "display/Layer.h"
 #include "pixelflinger/pixelflinger.h"
 
 #include <cstdint>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "EglError.h"
+#include "egl/EglError.h"
 
 #include <EGL/egl.h>
 

@@ -1,10 +1,10 @@
 // The native methods of the Java class android.graphics.Bitmap. Java has checked what it was given: bitmaps
 // are alive, and rectangles inside of them and of the arrays.
 
-#include "BitmapNatives.h"
+#include "bitmaps/BitmapNatives.h"
 
-#include "BitmapPixels.h"
 #include "SkBitmap.h"
+#include "bitmaps/BitmapPixels.h"
 #include "kelvo_desktop/Export.h"
 
 #include <algorithm>

@@ -1,6 +1,6 @@
-#include "BitmapClass.h"
+#include "bitmaps/BitmapClass.h"
 
-#include "BitmapNatives.h"
+#include "bitmaps/BitmapNatives.h"
 #include "kelvo_desktop/JavaBitmaps.h"
 
 #include <mutex>
