@@ -1,3 +1,4 @@
+#include "kelvo_host/DocumentFile.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/TemporaryFolder.h"
 #include "kelvo_test/TestNodes.h"
@@ -7,7 +8,10 @@
 #include <gtest/gtest.h>
 
 #include <filesystem>
+#include <fstream>
 #include <limits>
+#include <regex>
+#include <sstream>
 
 namespace trevik::kelvo::test {
 namespace {
@@ -83,6 +87,37 @@ TEST(SceneSaveLoad, GoesThroughFiles) {
     EXPECT_FALSE(sample.m_scene.SaveToFile("scene", sError));
     EXPECT_TRUE(sError == u"scene: the scene cannot be saved");
     EXPECT_EQ(log.Messages().at(0), "[kelvo] /root: the time map is a function without a name");
+}
+
+TEST(SceneSaveLoad, TheDescriptionsExampleIsAScene) {
+    std::ifstream page(KELVO_SOURCE_DIRECTORY "/docs/file-format.md");
+    std::vector<unsigned char> bytes;
+    for (std::string line; std::getline(page, line);) {
+        std::smatch row;
+        if (std::regex_search(line, row,
+                              std::regex("^([0-9a-f]{3})  ((?:[0-9a-f]{2} )*[0-9a-f]{2})(?:  .*)?$"))) {
+            EXPECT_EQ(std::stoul(row[1], nullptr, 16), bytes.size()) << line;
+            std::istringstream words(row[2]);
+            for (unsigned int nByte = 0; words >> std::hex >> nByte;) {
+                bytes.push_back(static_cast<unsigned char>(nByte));
+            }
+        }
+    }
+    String16 sError;
+    Ref<DocumentNode> const pDocument = DocumentFile::Read(bytes.data(), bytes.size(), sError);
+    ASSERT_TRUE(pDocument) << String8(sError).GetData();
+    TestRegistry registry;
+    TestDevice device;
+    Scene scene;
+    ASSERT_TRUE(LoadScene(scene, pDocument, registry));
+    EXPECT_EQ(scene.GetSettings().m_size, SizeT<int>(64, 48));
+    EXPECT_EQ(scene.GetSettings().m_nLastFrame, 7);
+    ASSERT_EQ(ChildNames(*scene.GetRoot()), "bar");
+    Sprite& bar = *static_cast<Sprite*>(scene.GetRoot()->GetChild(0));
+    scene.Update(device, RealFloat(7));
+    EXPECT_EQ(bar.GetPositionProperty().GetValue(), Vector3(24, 20, 0));
+    EXPECT_EQ(bar.GetOpacityProperty().GetValue(), RealFloat(0.5));
+    EXPECT_EQ(bar.GetSizeProperty().GetValue(), SizeT<int>(16, 8));
 }
 
 TEST(SceneSaveLoad, ObjectsOfOtherClassesAreRefusedWithOneLine) {
