@@ -88,10 +88,7 @@ void DeleteTexture(GLuint nName, unsigned int nContext) {
 TextureGL2::TextureGL2() = default;
 
 TextureGL2::~TextureGL2() {
-    if (m_fEglImageInitialized && !m_fReleasePending) {
-        m_nGLTexture = 0; // it belongs to a surface
-    }
-    ReleaseGLTexture();
+    Release(TakeNames(m_nOwnedName));
 }
 
 int TextureGL2::GetStride() {
@@ -103,7 +100,7 @@ bool TextureGL2::Compress() {
 }
 
 bool TextureGL2::Promote(bool fDoubleBuffered) {
-    if (m_fEglImageInitialized) {
+    if (m_surfaces != Surfaces::None) {
         return true; // intended (second-promote)
     }
     m_nEglImages = fDoubleBuffered ? 2 : 1;
@@ -120,8 +117,7 @@ bool TextureGL2::Promote(bool fDoubleBuffered) {
         return false;
     }
     // The current surface stays what it was: intended (current-surface-kept).
-    m_fReleasePending = true;
-    m_fEglImageInitialized = true;
+    m_surfaces = Surfaces::Made;
     return true;
 }
 
@@ -148,27 +144,22 @@ EGLImageHelper& TextureGL2::GetEGLImage(int nImage) const {
     return *m_pEGLImage[nIndex < nLast ? nIndex : nLast];
 }
 
-/** Deletes the GL textures of before the promotion, where they are still there. */
-void TextureGL2::ReleasePending() {
-    if (m_fReleasePending) {
-        ReleaseGLTexture();
-        m_nContext = GraphicsDeviceGL2::GetContextNumber(); // the surfaces'
-        m_fReleasePending = false;
-    }
+/** Lets surfaces be drawn in place of the owned GL textures, which it deletes. */
+void TextureGL2::ShowSurfaces() {
+    ReleaseGLTexture();
+    m_nContext = GraphicsDeviceGL2::GetContextNumber(); // the surfaces'
+    m_surfaces = Surfaces::Shown;
 }
 
 bool TextureGL2::Demote() {
-    if (!m_fEglImageInitialized) {
+    Surfaces const surfaces = m_surfaces;
+    if (surfaces == Surfaces::None) {
         return true;
     }
-    bool const fPending = m_fReleasePending;
-    unsigned int const nDrawn = m_nGLTexture;
+    unsigned int const nShown = m_nShownName;
     Ref<EGLImageHelper> const pKept(&CurrentEGLImage());
-    if (!fPending) {
-        m_nGLTexture = 0; // it belongs to a surface; what is pending goes as pixels take its place
-    }
-    m_fReleasePending = false;
-    m_fEglImageInitialized = false;
+    m_nShownName = m_nOwnedName; // Replace deletes it; a surface's name goes with the surface
+    m_surfaces = Surfaces::None;
     void const* const pPixels = pKept->Lock();
     bool const fKept = pPixels && Replace(pKept->GetWidth(), pKept->GetHeight(),
                                           static_cast<TextureFormat::Enum>(pKept->GetPixelFormat()), pPixels,
@@ -179,15 +170,14 @@ bool TextureGL2::Demote() {
         return true;
     }
     Debug::TraceFormat(TraceLevel::Error, u"[kelvo] A texture stays promoted: its pixels cannot be kept");
-    m_nGLTexture = nDrawn;
-    m_fReleasePending = fPending;
-    m_fEglImageInitialized = true;
+    m_nShownName = nShown;
+    m_surfaces = surfaces;
     return true;
 }
 
 bool TextureGL2::GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const {
     TEXTURE_ASSERT(pSurfaceInfo != nullptr, LineSurfaceInfo, "pSurfaceInfo != __null");
-    if (!pSurfaceInfo || !m_fEglImageInitialized) {
+    if (!pSurfaceInfo || m_surfaces == Surfaces::None) {
         return false;
     }
     EGLImageHelper& image = CurrentEGLImage();
@@ -196,26 +186,28 @@ bool TextureGL2::GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const {
 }
 
 void* TextureGL2::Lock() {
-    if (!m_fEglImageInitialized && !Promote(false)) {
+    if (m_surfaces == Surfaces::None && !Promote(false)) {
         return nullptr;
     }
     return CurrentEGLImage().Lock();
 }
 
 void TextureGL2::Unlock() {
-    if (m_fEglImageInitialized) {
+    if (m_surfaces != Surfaces::None) {
         CurrentEGLImage().Unlock();
     }
 }
 
 int TextureGL2::Swap() {
-    if (m_fEglImageInitialized) {
+    if (m_surfaces != Surfaces::None) {
         EGLImageHelper& image = CurrentEGLImage();
         TEXTURE_ASSERT(!image.IsLocked(), LineSwap, "!m_pEGLImage[m_nCurrentEglImage]->IsLocked()");
-        ReleasePending();
+        if (m_surfaces == Surfaces::Made) {
+            ShowSurfaces();
+        }
         // With a name in place nothing is uploaded, and pixels that have not been drawn yet stay: intended
         // (swap-keeps-pixels).
-        m_nGLTexture.store(static_cast<unsigned int>(image.GetTexture()), std::memory_order_release);
+        m_nShownName.store(static_cast<unsigned int>(image.GetTexture()), std::memory_order_release);
         int const nNext = m_nCurrentEglImage + 1;
         m_nCurrentEglImage = nNext >= m_nEglImages ? 0 : nNext;
     }
@@ -223,27 +215,28 @@ int TextureGL2::Swap() {
 }
 
 int TextureGL2::Current() {
-    return m_fEglImageInitialized ? m_nCurrentEglImage.load() : -1;
+    return m_surfaces != Surfaces::None ? m_nCurrentEglImage.load() : -1;
 }
 
 int TextureGL2::Count() {
-    return m_fEglImageInitialized ? m_nEglImages : 0;
+    return m_surfaces != Surfaces::None ? m_nEglImages : 0;
 }
 
 bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
                          int nStride) {
-    TEXTURE_ASSERT(!m_fEglImageInitialized, LineReplace, "!m_fEglImageInitialized");
-    if (m_fEglImageInitialized) {
+    bool const fPromoted = m_surfaces != Surfaces::None;
+    TEXTURE_ASSERT(!fPromoted, LineReplace, "!m_fEglImageInitialized");
+    if (fPromoted) {
         return false;
     }
     // The picture goes when there is another one.
-    Names const names = TakeNames();
+    Names const names = TakeNames(m_nOwnedName);
     bool const fReplaced = Texture::Replace(nWidth, nHeight, format, pData, nStride);
     if (fReplaced) {
         Release(names);
     } else {
-        m_nGLTexture = names.nColor;
-        m_nGLTextureAlpha = names.nAlpha;
+        m_nShownName = m_nOwnedName = names.nColor;
+        m_nAlphaName = names.nAlpha;
     }
     return fReplaced;
 }
@@ -265,7 +258,7 @@ unsigned int TextureGL2::CreateCountedGLTexture() {
     // Even if it fails now: intended (failed-texture-counted).
     statistics.IncrementStat(Statistics::StatTextureMemory, m_nByteSize);
     CreateGLTexture();
-    return m_nGLTexture;
+    return m_nShownName;
 }
 
 bool TextureGL2::CreateGLTexture() {
@@ -275,7 +268,7 @@ bool TextureGL2::CreateGLTexture() {
         int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
         // What a producer swaps in meanwhile stays.
         unsigned int nNone = 0;
-        m_nGLTexture.compare_exchange_strong(nNone,
+        m_nShownName.compare_exchange_strong(nNone,
                                              static_cast<unsigned int>(GetEGLImage(nImage).GetTexture()));
         DropPixels();
         return true;
@@ -287,11 +280,12 @@ bool TextureGL2::CreateGLTexture() {
     ReleaseGLTexture();
     m_nContext = GraphicsDeviceGL2::GetContextNumber();
     if (m_format == TextureFormat::ETC1_RGBA) {
-        m_nGLTexture = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_RGB);
-        m_nGLTextureAlpha = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_Alpha);
+        m_nOwnedName = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_RGB);
+        m_nAlphaName = CreateGLTexture(pData, m_mipLevels, TextureFormat::ETC1_Alpha);
     } else {
-        m_nGLTexture = CreateGLTexture(pData, m_mipLevels, m_format);
+        m_nOwnedName = CreateGLTexture(pData, m_mipLevels, m_format);
     }
+    m_nShownName = m_nOwnedName;
     DropPixels();
     return true;
 }
@@ -350,17 +344,19 @@ void TextureGL2::SetFilters(unsigned int nLevels) const {
 }
 
 void TextureGL2::ReleaseGLTexture() {
-    Release(TakeNames());
+    // A surface's GL texture goes as well: intended (released-surface-wrap).
+    Release(TakeNames(m_nShownName));
 }
 
 /**
  * What there is, forgotten by the texture; its bytes as they are now, so that a Load since the upload makes
  * the statistic drift: intended (statistic-drift).
  */
-TextureGL2::Names TextureGL2::TakeNames() {
-    Names const names = {m_nGLTexture, m_nGLTextureAlpha, m_nByteSize, m_nContext};
-    m_nGLTexture = 0;
-    m_nGLTextureAlpha = 0;
+TextureGL2::Names TextureGL2::TakeNames(unsigned int nColor) {
+    Names const names = {nColor, m_nAlphaName, m_nByteSize, m_nContext};
+    m_nShownName = 0;
+    m_nOwnedName = 0;
+    m_nAlphaName = 0;
     return names;
 }
 

@@ -27,7 +27,7 @@ public:
     int GetStride() override;
     /** There is no compression at run time: false. */
     bool Compress() override;
-    bool IsPromoted() override { return m_fEglImageInitialized && !m_fReleasePending; }
+    bool IsPromoted() override { return m_surfaces == Surfaces::Shown; }
     /**
      * Makes one or two surfaces of the texture's size, RGBA8888 ones for compressed formats. What was drawn
      * before is drawn until the first Swap, and IsPromoted is false until then. True, without any change,
@@ -76,17 +76,17 @@ public:
      * format cannot be uploaded, or a side is longer than the driver takes.
      */
     unsigned int GetGLTexture() {
-        unsigned int const nName = m_nGLTexture.load(std::memory_order_acquire);
+        unsigned int const nName = m_nShownName.load(std::memory_order_acquire);
         return nName != 0 ? nName : CreateCountedGLTexture();
     }
     /** The name that GetGLTexture gives, as it is: nothing is made, counted or announced for it. */
-    unsigned int GetGLName() const { return m_nGLTexture.load(std::memory_order_acquire); }
+    unsigned int GetGLName() const { return m_nShownName.load(std::memory_order_acquire); }
     /** The GL name of the separate alpha of an ETC1_RGBA texture; 0 for other formats. */
     unsigned int GetGLTextureAlpha() {
-        if (m_nGLTexture == 0) {
+        if (m_nShownName == 0) {
             CreateGLTexture();
         }
-        return m_nGLTextureAlpha;
+        return m_nAlphaName;
     }
     /** The target that the texture is bound to. */
     unsigned int GetGLTextureType() const { return GL_TEXTURE_2D; }
@@ -117,6 +117,13 @@ public:
     void PostRender() {}
 
 private:
+    /** How far a promotion has come. */
+    enum class Surfaces : unsigned char {
+        None,  ///< not promoted
+        Made,  ///< what was drawn before is drawn still
+        Shown, ///< the first Swap has been: a surface is drawn
+    };
+
     /** The GL textures of an image, and what has to be known to let go of them. */
     struct Names {
         unsigned int nColor, nAlpha;
@@ -124,7 +131,7 @@ private:
         unsigned int nContext;
     };
 
-    Names TakeNames();
+    Names TakeNames(unsigned int nColor);
     static void Release(Names const& names);
     unsigned int CreateCountedGLTexture();
     void DropPixels();
@@ -135,17 +142,17 @@ private:
     EGLImageHelper& CurrentEGLImage() const {
         return GetEGLImage(m_nCurrentEglImage.load(std::memory_order_relaxed));
     }
-    void ReleasePending();
+    void ShowSurfaces();
 
     // Swap writes some of these on a producer's thread while the render thread draws.
-    std::atomic<unsigned int> m_nGLTexture{0}; ///< once swapped, a surface's
-    unsigned int m_nGLTextureAlpha = 0;
-    unsigned int m_nContext = 0; ///< the number of the context that these belong to
-    int m_nEglImages = 2;        ///< of the last promotion
+    std::atomic<unsigned int> m_nShownName{0}; ///< the GL texture to draw: the owned one or a surface's
+    unsigned int m_nOwnedName = 0;             ///< the GL texture made from the pixels, or its colour
+    unsigned int m_nAlphaName = 0;             ///< owned as well
+    unsigned int m_nContext = 0;               ///< the number of the context that these belong to
+    int m_nEglImages = 2;                      ///< of the last promotion
     List<Ref<EGLImageHelper>> m_pEGLImage;
     std::atomic<int> m_nCurrentEglImage{0}; ///< the surface that producers write next
-    std::atomic<bool> m_fEglImageInitialized{false};
-    std::atomic<bool> m_fReleasePending{false}; ///< promoted; the GL texture of before is still drawn
+    std::atomic<Surfaces> m_surfaces{Surfaces::None};
 };
 
 } // namespace trevik::kelvo
