@@ -35,14 +35,6 @@ namespace {
 constexpr RealFloat DefaultFocalLength = 50;
 constexpr RealFloat DefaultFilmWidth = 60;
 
-template <class T>
-void ReleaseAndForget(T*& pObject) {
-    if (T* const pReleased = pObject) {
-        pObject = nullptr;
-        pReleased->ReleaseReference();
-    }
-}
-
 } // namespace
 
 GraphicsDeviceGL2::GraphicsDeviceGL2() = default;
@@ -53,9 +45,9 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     }
     ReleaseEffectResources();
     SpriteGL2::ReleaseAntialiasFilter();
-    m_cameras.ForEach([](CameraGL2*& pCamera) { ReleaseAndForget(pCamera); });
+    m_cameras.ForEach([](Ref<CameraGL2>& pCamera) { pCamera.Reset(); });
     m_cameras.Clear();
-    ReleaseAndForget(m_pDefaultCamera);
+    m_pDefaultCamera.Reset();
     if (m_pActiveShader) {
         m_pActiveShader->m_ppActive = nullptr; // it may live longer, and goes with the context otherwise
         m_pActiveShader = nullptr;
@@ -66,10 +58,16 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
             pBuiltIn = nullptr;
         }
         m_shaders.ReleaseAll();
-        ReleaseAndForget(m_pPostProcessShader);
-        ReleaseAndForget(m_pTargetBuffers[0]);
-        ReleaseAndForget(m_pTargetBuffers[1]);
+        m_pPostProcessShader.Reset();
+        m_pTargetBuffers[0].Reset();
+        m_pTargetBuffers[1].Reset();
         CloseDisplay();
+    } else {
+        // Without a display there is no context to delete GL objects in, so they stay, as those in m_shaders
+        // do.
+        static_cast<void>(m_pPostProcessShader.Detach());
+        static_cast<void>(m_pTargetBuffers[0].Detach());
+        static_cast<void>(m_pTargetBuffers[1].Detach());
     }
 }
 
@@ -114,17 +112,16 @@ void GraphicsDeviceGL2::SetFixedState() {
 
 bool GraphicsDeviceGL2::CreateDefaultCamera(SizeT<int> const& size) {
     ForgetMatrices();
-    ReleaseAndForget(m_pDefaultCamera);
-    CameraGL2* const pCamera = new (std::nothrow) CameraGL2;
-    if (!pCamera) {
+    m_pDefaultCamera.Reset();
+    m_pDefaultCamera = Ref<CameraGL2>(new (std::nothrow) CameraGL2);
+    if (!m_pDefaultCamera) {
         return false;
     }
-    pCamera->AddReference();
-    m_pDefaultCamera = pCamera;
-    pCamera->SetupMillimeter(DefaultFocalLength, DefaultFilmWidth, static_cast<RealFloat>(size.width),
-                             static_cast<RealFloat>(size.height), true);
+    m_pDefaultCamera->SetupMillimeter(DefaultFocalLength, DefaultFilmWidth,
+                                      static_cast<RealFloat>(size.width), static_cast<RealFloat>(size.height),
+                                      true);
     // Its matrices are valid before the first frame.
-    pCamera->Update(*this, RealFloat(0));
+    m_pDefaultCamera->Update(*this, RealFloat(0));
     return true;
 }
 

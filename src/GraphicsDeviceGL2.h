@@ -8,6 +8,7 @@
 #include "trevik/Dispatcher.h"
 #include "trevik/List.h"
 #include "trevik/Matrix.h"
+#include "trevik/Ref.h"
 #include "trevik/kelvo/EffectResource.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 
@@ -288,7 +289,9 @@ private:
 
     /** The camera whose matrices are drawn with; null means the identity. */
     CameraGL2* GetDrawingCamera() const {
-        return m_fCameraDepth ? m_pDefaultCamera : m_cameras.IsEmpty() ? nullptr : m_cameras.Top();
+        return m_fCameraDepth        ? m_pDefaultCamera.Get()
+               : m_cameras.IsEmpty() ? nullptr
+                                     : m_cameras.Top().Get();
     }
 
     void* m_pWindow = nullptr;
@@ -296,17 +299,17 @@ private:
     EGLConfig m_eglConfig = nullptr;
     EGLSurface m_eglSurface = EGL_NO_SURFACE;
     EGLContext m_eglContext = EGL_NO_CONTEXT;
-    PairedStack<CameraGL2*> m_cameras; ///< one reference each
+    PairedStack<Ref<CameraGL2>> m_cameras;
     unsigned int m_nMaskLevel = 0;
     unsigned int m_nCameraDepth = 0;
     bool m_fCameraDepth = false;
-    CameraGL2* m_pDefaultCamera = nullptr; ///< one reference
+    Ref<CameraGL2> m_pDefaultCamera;
     IdTable<int, ShaderProgramGL2> m_shaders;
     ShaderProgramGL2* m_pActiveShader = nullptr; ///< borrowed
     Matrix4T<RealFloat> m_modelView;
     Matrix4T<RealFloat> m_viewportMatrix;
-    ShaderProgramGL2* m_pPostProcessShader = nullptr;         ///< one reference
-    FramebufferGL2* m_pTargetBuffers[2] = {nullptr, nullptr}; ///< one reference each
+    Ref<ShaderProgramGL2> m_pPostProcessShader;
+    Ref<FramebufferGL2> m_pTargetBuffers[2];
     unsigned int m_nCurrentTarget = 0;
     bool m_fAlphaTest = false;
     IdTable<unsigned int, EffectResource> m_effectResources;

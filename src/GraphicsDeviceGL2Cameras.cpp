@@ -11,9 +11,9 @@
 namespace trevik::kelvo {
 
 void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
-    CameraGL2* const pCameraGL2 = static_cast<CameraGL2*>(pCamera);
-    if (pCameraGL2 && m_cameras.Push(pCameraGL2)) {
-        pCameraGL2->AddReference();
+    if (pCamera && m_cameras.Push(nullptr)) {
+        // Only now: a reference that is taken and dropped again deletes a camera that has no other.
+        m_cameras.Top() = Ref<CameraGL2>(static_cast<CameraGL2*>(pCamera));
         ForgetMatrices();
     }
 }
@@ -34,15 +34,14 @@ void GraphicsDeviceGL2::PushCamera2D(RealFloat const& width, RealFloat const& he
 }
 
 void GraphicsDeviceGL2::PopCamera() {
-    CameraGL2* pCamera = nullptr;
+    Ref<CameraGL2> pCamera;
     if (m_cameras.Pop(pCamera)) {
         ForgetMatrices();
-        pCamera->ReleaseReference();
     }
 }
 
 Camera* GraphicsDeviceGL2::GetActiveCamera() {
-    return m_cameras.IsEmpty() ? m_pDefaultCamera : m_cameras.Top();
+    return m_cameras.IsEmpty() ? m_pDefaultCamera.Get() : m_cameras.Top().Get();
 }
 
 void GraphicsDeviceGL2::PushCameraDepth(bool fDepth) {

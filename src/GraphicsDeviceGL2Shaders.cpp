@@ -167,12 +167,7 @@ void GraphicsDeviceGL2::ChangeActiveShader(ShaderProgramGL2* pProgram) {
 }
 
 void GraphicsDeviceGL2::SetPostProccessShader(ShaderProgramGL2* pProgram) {
-    ShaderProgramGL2* const pBefore = m_pPostProcessShader;
-    m_pPostProcessShader = pProgram;
-    pProgram->AddReference();
-    if (pBefore) {
-        pBefore->ReleaseReference();
-    }
+    m_pPostProcessShader = Ref<ShaderProgramGL2>(pProgram);
 }
 
 } // namespace trevik::kelvo

@@ -39,14 +39,11 @@ bool GraphicsDeviceGL2::InitializeTargetBuffers() {
     params.depthStencil = true;
     params.depthStencilTexture = true;
     params.colorFormat = TextureFormat::RGB565;
-    for (FramebufferGL2*& pBuffer : m_pTargetBuffers) {
+    for (Ref<FramebufferGL2>& pBuffer : m_pTargetBuffers) {
         // What was there before is not released: intended (targets-by-application).
-        pBuffer = new (std::nothrow) FramebufferGL2;
-        if (!pBuffer) {
-            return false;
-        }
-        pBuffer->AddReference();
-        if (!pBuffer->Create(params)) {
+        static_cast<void>(pBuffer.Detach());
+        pBuffer = Ref<FramebufferGL2>(new (std::nothrow) FramebufferGL2);
+        if (!pBuffer || !pBuffer->Create(params)) {
             return false; // and the buffer stays: intended (failed-target-kept)
         }
     }
@@ -56,18 +53,18 @@ bool GraphicsDeviceGL2::InitializeTargetBuffers() {
 }
 
 FramebufferGL2* GraphicsDeviceGL2::GetFrontTargetBuffer() {
-    FramebufferGL2* const pCurrent = m_pTargetBuffers[m_nCurrentTarget];
+    FramebufferGL2* const pCurrent = m_pTargetBuffers[m_nCurrentTarget].Get();
     return pCurrent && pCurrent->IsBound() ? pCurrent : nullptr;
 }
 
 FramebufferGL2* GraphicsDeviceGL2::GetBackTargetBuffer() {
-    return m_pTargetBuffers[m_nCurrentTarget == 1 ? 0 : 1];
+    return m_pTargetBuffers[m_nCurrentTarget == 1 ? 0 : 1].Get();
 }
 
 void GraphicsDeviceGL2::SwapTargetBuffers(bool fToScreen) {
-    FramebufferGL2* const pBefore = m_pTargetBuffers[m_nCurrentTarget];
+    FramebufferGL2* const pBefore = m_pTargetBuffers[m_nCurrentTarget].Get();
     m_nCurrentTarget = 1 - m_nCurrentTarget;
-    FramebufferGL2* const pTarget = fToScreen ? nullptr : m_pTargetBuffers[m_nCurrentTarget];
+    FramebufferGL2* const pTarget = fToScreen ? nullptr : m_pTargetBuffers[m_nCurrentTarget].Get();
     if (pBefore && pBefore->IsBound()) {
         pBefore->Unbind(pTarget);
     } else if (pTarget) {
@@ -80,7 +77,7 @@ void GraphicsDeviceGL2::RenderForPostProcess() {
     if (!pBack || !m_pPostProcessShader) {
         return;
     }
-    SetActiveShader(m_pPostProcessShader);
+    SetActiveShader(m_pPostProcessShader.Get());
     m_pPostProcessShader->SetSampler(UniformNames::sColor, pBack->GetColorTexture(), 0);
     m_pPostProcessShader->SetSampler(UniformNames::sDepth, pBack->GetDepthTexture(), 0);
     RenderFullscreenQuad();

@@ -35,9 +35,7 @@ TextGL2::TextGL2() = default;
 
 TextGL2::TextGL2(TextGL2 const& other) : Text(other) {}
 
-TextGL2::~TextGL2() {
-    delete m_pBackground;
-}
+TextGL2::~TextGL2() = default;
 
 void TextGL2::RenderBackground(GraphicsDevice& device) {
     // Kept while it is drawn: an effect of its own may take it away from the text.
@@ -50,7 +48,7 @@ void TextGL2::RenderBackground(GraphicsDevice& device) {
         // Whatever was the background before may be gone by now.
         m_pBackground->SetSprite(pSprite.Get());
     } else if (pSprite) {
-        m_pBackground = new (std::nothrow) TextImageBackground(this, pSprite.Get());
+        m_pBackground = Ref<TextImageBackground>(new (std::nothrow) TextImageBackground(this, pSprite.Get()));
     }
     if (m_pBackground) {
         m_pBackground->InternalRenderSprite(device);

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Export.h"
+#include "trevik/Ref.h"
 #include "trevik/kelvo/Text.h"
 
 namespace trevik::kelvo {
@@ -35,8 +36,8 @@ private:
     void RenderBackground(GraphicsDevice& device);
     static void FillImages(GlyphInstance const* pInstance, unsigned int nCount);
 
-    /** Owned; null until the first draw with a background. Then it stays, drawn with or not. */
-    TextImageBackground* m_pBackground = nullptr;
+    /** Null until the first draw with a background. Then it stays, drawn with or not. */
+    Ref<TextImageBackground> m_pBackground;
 
     // Of all texts, whose image batches fill and draw them one after the other. They only grow.
     static List<Vector3T<RealFloat>> s_vVertices;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Referenced.h"
 #include "trevik/Size.h"
 #include "trevik/Types.h"
 #include "trevik/Vector.h"
@@ -26,11 +27,11 @@ class BaseProperty;
  * Render thread. Belongs to the text, which destroys it with itself: the handlers that it has connected to
  * the text's properties stay connected.
  */
-class TextImageBackground {
+class TextImageBackground : public Referenced {
 public:
     /** Watches the text's properties; the sprite is fitted at the first draw. Both are borrowed. */
     TextImageBackground(TextGL2* pText, Sprite* pSprite);
-    ~TextImageBackground() = default;
+    ~TextImageBackground() override = default;
     TextImageBackground(TextImageBackground const&) = delete;
     TextImageBackground& operator=(TextImageBackground const&) = delete;
 

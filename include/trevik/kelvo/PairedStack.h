@@ -2,6 +2,8 @@
 
 #include "trevik/List.h"
 
+#include <utility>
+
 namespace trevik::kelvo {
 
 /**
@@ -27,7 +29,7 @@ public:
             m_nLost -= m_nLost > 0 ? 1 : 0;
             return false;
         }
-        element = m_elements.Last();
+        element = std::move(m_elements.Last());
         m_elements.RemoveLast();
         return true;
     }
@@ -52,6 +54,7 @@ public:
     }
     bool IsEmpty() const { return m_elements.IsEmpty(); }
     /** The topmost element that is there; there has to be one. */
+    T& Top() { return m_elements.Last(); }
     T const& Top() const { return m_elements.Last(); }
 
 private:
