@@ -97,7 +97,7 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
     for (unsigned int i = 0; i < options.m_nTextures; ++i) {
         m_textures.push_back(MakeTexture(random));
     }
-    m_pRoot = static_cast<Timeline*>(registry.Create(HashName("Timeline")));
+    m_pRoot = Ref(static_cast<Timeline*>(registry.Create(HashName("Timeline"))));
     unsigned int const nClassID = GetClassID(options.m_kind);
     Ref<DocumentNode> const pSaved = SaveNode(registry, nClassID, options.m_nSpriteSize);
     std::uniform_real_distribution<RealFloat> x(0, 620);

@@ -38,7 +38,7 @@ public:
     explicit BlurredScene(bench::Backend& backend)
         : m_device(static_cast<GraphicsDeviceGL2&>(backend.GetDevice())), m_scene(backend, GetOptions()) {
         ClassRegistry& registry = backend.GetRegistry();
-        m_pBlur = static_cast<GaussianBlurEffect*>(registry.Create(HashName("GaussianBlurEffect")));
+        m_pBlur = Ref(static_cast<GaussianBlurEffect*>(registry.Create(HashName("GaussianBlurEffect"))));
         m_scene.GetRoot().AddEffect(m_pBlur.Get());
         std::vector<Sprite*> const& sprites = m_scene.GetSprites();
         sprites[0]->AddEffect(static_cast<Effect*>(registry.Create(HashName("BlendModeEffect"))));

@@ -143,7 +143,7 @@ BlendModeEffectGL2::BlendModeEffectGL2(BlendModeEffectGL2 const& other) = defaul
 BlendModeEffectGL2::~BlendModeEffectGL2() = default;
 
 bool BlendModeEffectGL2::InternalInit(EffectResource* pResource) {
-    m_pResource = static_cast<BlendModeResourceGL2*>(pResource);
+    m_pResource = Ref(static_cast<BlendModeResourceGL2*>(pResource));
     return true;
 }
 

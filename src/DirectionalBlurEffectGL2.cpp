@@ -71,7 +71,7 @@ DirectionalBlurEffectGL2::DirectionalBlurEffectGL2(DirectionalBlurEffectGL2 cons
 DirectionalBlurEffectGL2::~DirectionalBlurEffectGL2() = default;
 
 bool DirectionalBlurEffectGL2::InternalInit(EffectResource* pResource) {
-    m_pResource = static_cast<DirectionalBlurResourceGL2*>(pResource);
+    m_pResource = Ref(static_cast<DirectionalBlurResourceGL2*>(pResource));
     return true;
 }
 

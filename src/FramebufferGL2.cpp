@@ -57,7 +57,7 @@ bool FramebufferGL2::Create(InitParams const& params) {
 
 bool FramebufferGL2::CreateDepthStencil(bool fTexture) {
     if (fTexture) {
-        m_pDepthTexture = new (std::nothrow) TextureGL2;
+        m_pDepthTexture = Ref(new (std::nothrow) TextureGL2);
         return m_pDepthTexture && PrepareTexture(*m_pDepthTexture, TextureFormat::Depth24Stencil8);
     }
     glGenRenderbuffers(1, &m_nDepthRenderbuffer);

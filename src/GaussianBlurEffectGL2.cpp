@@ -72,7 +72,7 @@ bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
 bool GaussianBlurResourceGL2::CreateTargets(int nWidth, int nHeight) {
     FramebufferGL2::InitParams const params = {nWidth, nHeight, false, false, TextureFormat::RGB565};
     for (Ref<FramebufferGL2>* const pTarget : {&m_blurTargetA, &m_blurTargetB}) {
-        *pTarget = new (std::nothrow) FramebufferGL2;
+        *pTarget = Ref(new (std::nothrow) FramebufferGL2);
         if (!*pTarget || !(*pTarget)->Create(params)) {
             return false;
         }
@@ -87,7 +87,7 @@ GaussianBlurEffectGL2::GaussianBlurEffectGL2(GaussianBlurEffectGL2 const& other)
 GaussianBlurEffectGL2::~GaussianBlurEffectGL2() = default;
 
 bool GaussianBlurEffectGL2::InternalInit(EffectResource* pResource) {
-    m_pResource = static_cast<GaussianBlurResourceGL2*>(pResource);
+    m_pResource = Ref(static_cast<GaussianBlurResourceGL2*>(pResource));
     return true;
 }
 

@@ -198,7 +198,7 @@ void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit,
         glActiveTexture(GL_TEXTURE0 + nUnit);
         glBindTexture(GL_TEXTURE_2D, 0);
     }
-    sampler.m_pTexture = pTexture;
+    sampler.m_pTexture = Ref(pTexture);
 }
 
 void ShaderProgramGL2::TraceNoUnit() {

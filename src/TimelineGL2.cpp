@@ -17,7 +17,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
     if (m_pCamera) {
         device.PushCamera(m_pCamera.Get());
     }
-    m_pActiveCamera = device.GetActiveCamera();
+    m_pActiveCamera = Ref(device.GetActiveCamera());
     bool const fDepth = m_depth.GetValue();
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);

@@ -331,11 +331,11 @@ Ref<Font> SceneFonts::LoadFont(Description& description) const {
     std::string error;
     Ref<Font> pFont;
     if (description.fBMFont) {
-        pFont = ReadBMFont(description.path, m_registry, error).Get();
+        pFont = ReadBMFont(description.path, m_registry, error);
     } else if (description.fOutline) {
-        pFont = ReadPolygonalFont(description.path, description.options, m_registry, error).Get();
+        pFont = ReadPolygonalFont(description.path, description.options, m_registry, error);
     } else {
-        pFont = ReadBitmapFont(description.path, description.options, m_registry, error).Get();
+        pFont = ReadBitmapFont(description.path, description.options, m_registry, error);
     }
     if (!pFont) {
         description.place.Fail(error);

@@ -64,7 +64,7 @@ bool Playback::Open(std::string const& file, std::string const& sprite, std::str
     }
     Node* const pNode = m_scene.GetRoot()->FindNode(String16(String8(sprite.c_str())));
     if (pNode && pNode->IsKindOf(Sprite::ClassID)) {
-        m_pTexture = static_cast<Sprite*>(pNode)->GetTexture();
+        m_pTexture = Ref(static_cast<Sprite*>(pNode)->GetTexture());
     }
     if (!m_pTexture || m_pTexture->Count() == 0) {
         error = file + ": no sprite \"" + sprite + "\" has a texture with surfaces";
@@ -77,7 +77,7 @@ bool Playback::Open(std::string const& file, std::string const& sprite, std::str
  */
 bool Playback::Start(std::string& error) {
     SceneSettings const& settings = m_scene.GetSettings();
-    m_pWindow = new Window(settings.m_size.width, settings.m_size.height);
+    m_pWindow = Ref(new Window(settings.m_size.width, settings.m_size.height));
     m_pWindow->SetCapture(true);
     m_pDevice.reset(CreateDevice());
     if (!m_pDevice->Initialize(static_cast<WindowT<ANativeWindow>*>(m_pWindow.Get()), settings.m_format,

@@ -9,13 +9,17 @@ namespace trevik {
 /**
  * A reference to a Referenced object, or none. Holding one keeps the object alive. Different Refs to one
  * object may be used by different threads at the same time; one and the same Ref may not.
+ *
+ * A plain pointer becomes a Ref only where the text says so, as in `m_pFont = Ref(pFont)`: a Ref that came of
+ * a pointer unnoticed would delete an object that nothing else refers to yet, as soon as it went.
  */
 template <class T>
 class Ref {
 public:
     Ref() : m_pObject(nullptr) {}
     Ref(std::nullptr_t) : m_pObject(nullptr) {}
-    Ref(T* object) : m_pObject(object) { Retain(); }
+    /** Takes a reference of its own; none of null. */
+    explicit Ref(T* object) : m_pObject(object) { Retain(); }
     Ref(Ref const& other) : m_pObject(other.m_pObject) { Retain(); }
     Ref(Ref&& other) noexcept : m_pObject(other.Detach()) {}
 
@@ -48,7 +52,7 @@ public:
         other.m_pObject = object;
     }
 
-    /** Gives up the pointer with its reference, which the caller now has to release. */
+    /** Gives up the pointer with its reference, which the caller now has to release, or keeps for good. */
     T* Detach() noexcept {
         T* const object = m_pObject;
         m_pObject = nullptr;

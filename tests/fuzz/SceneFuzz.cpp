@@ -85,7 +85,7 @@ void Examine(Ref<DocumentNode> const& pDocument) {
     TestFontRegistry registry;
     TestDevice device;
     device.m_fNoting = false;
-    device.m_pResource = new EffectResource;
+    device.m_pResource = Ref(new EffectResource);
     Scene scene;
     Deserializer deserializer(pDocument, registry);
     bool const fLoaded = scene.Load(deserializer);

@@ -19,7 +19,7 @@ protected:
         m_glyph.m_nWidth = 4;
         m_glyph.m_nHeight = 6;
         m_glyph.m_fImage = GetParam();
-        m_glyph.m_pTexture = Ref<trevik::kelvo::Texture>(m_pTexture.Get());
+        m_glyph.m_pTexture = m_pTexture;
         Append(3);
     }
 

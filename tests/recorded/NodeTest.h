@@ -52,7 +52,7 @@ protected:
                                                       int format = trevik::kelvo::TextureFormat::RGBA8888) {
         Ref<trevik::kelvo::Texture> const pTexture =
             trevik::kelvo::Texture::CreateTexture(width, height, format, nullptr, 0);
-        return static_cast<trevik::kelvo::TextureGL2*>(pTexture.Get());
+        return Ref(static_cast<trevik::kelvo::TextureGL2*>(pTexture.Get()));
     }
 
     /** Updates a tree, no time passing, and draws it in a frame of its own, of which only this is noted. */

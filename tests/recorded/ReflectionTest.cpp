@@ -15,7 +15,7 @@ class Reflection : public NodeTest {
 protected:
     template <class T>
     Ref<T> Create(std::string const& name) {
-        return dynamic_cast<T*>(m_registry.Create(HashName(name.c_str())));
+        return Ref(dynamic_cast<T*>(m_registry.Create(HashName(name.c_str()))));
     }
 
     template <class T>

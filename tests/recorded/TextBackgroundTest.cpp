@@ -23,7 +23,7 @@ protected:
         glyph.m_nCodePoint = 'a';
         glyph.m_nWidth = 20;
         glyph.m_nHeight = 13;
-        glyph.m_pTexture = MakeTexture(32, 32).Get();
+        glyph.m_pTexture = MakeTexture(32, 32);
         Ref<BitmapFontGL2> const pFont(new BitmapFontGL2);
         EXPECT_TRUE(pFont->AddGlyph(glyph));
         m_pText->SetFont(pFont.Get());
@@ -170,7 +170,7 @@ TEST_F(TextBackground, OutlastsADrawThatTakesItAway) {
 
 TEST_F(TextBackground, WithoutMemoryToWatchTheTextItIsFittedAtEveryDraw) {
     for (unsigned int nAllocations = 0; nAllocations < 12; ++nAllocations) {
-        m_pText = static_cast<TextGL2*>(m_pText->Clone());
+        m_pText = Ref(static_cast<TextGL2*>(m_pText->Clone()));
         AddSprite();
         m_pText->Update(Device(), 0);
         Allocation::FailAfter(nAllocations);

@@ -23,7 +23,7 @@ protected:
         for (RectangleT<int> const& rectangle : m_rectangles) {
             Texture* pTexture = nullptr;
             EXPECT_TRUE(Device().ReadPixels(rectangle, &pTexture));
-            m_readings.push_back(pTexture);
+            m_readings.push_back(Ref(pTexture));
         }
         if (m_fInTarget) {
             Device().SwapTargetBuffers(true);

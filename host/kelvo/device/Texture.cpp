@@ -73,7 +73,7 @@ void CopyRows(unsigned char const* pSource, long nSourceStride, unsigned char* p
 
 Ref<Texture> CreateObject() {
     ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
-    return pRegistry ? static_cast<Texture*>(pRegistry->Create(HashName("Texture"))) : nullptr;
+    return Ref(pRegistry ? static_cast<Texture*>(pRegistry->Create(HashName("Texture"))) : nullptr);
 }
 
 // Attributes of a texture in a document.

@@ -315,7 +315,7 @@ void Node::Emit(MemoryTracer* pTracer) {
 
 void Node::GetParents(Node* pRoot, List<Ref<Node>>& parents) {
     for (Node* pNode = this; pNode != pRoot && pNode->m_pParent; pNode = pNode->m_pParent) {
-        parents.Append(pNode->m_pParent);
+        parents.Append(Ref(pNode->m_pParent));
     }
 }
 

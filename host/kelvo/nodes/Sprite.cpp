@@ -81,7 +81,7 @@ Texture* Sprite::GetTexture() {
 }
 
 void Sprite::SetTexture(Texture* pTexture) {
-    m_pTexture = pTexture;
+    m_pTexture = Ref(pTexture);
 }
 
 bool Sprite::Isolate() {

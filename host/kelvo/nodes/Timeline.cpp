@@ -386,7 +386,7 @@ void Timeline::SetCamera(Camera* pCamera) {
 
 void Timeline::TakeCamera(Camera* pCamera) {
     Ref<Camera> const pFormer(m_pCamera);
-    m_pCamera = pCamera;
+    m_pCamera = Ref(pCamera);
     NoteHeld(pCamera);
 }
 

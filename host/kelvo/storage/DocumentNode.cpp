@@ -207,7 +207,7 @@ char const* DocumentNode::TreeReader::ReadNode(Ref<DocumentNode>& pNode, unsigne
         m_nOffset += NodeHeaderLength + nBadEntry;
         return "an attribute reaches past its block's end";
     }
-    pNode = new (std::nothrow) DocumentNode(GetWord(pHeader), GetWord(pHeader + 4));
+    pNode = Ref(new (std::nothrow) DocumentNode(GetWord(pHeader), GetWord(pHeader + 4)));
     unsigned char* const pCopy = pNode ? Extend(pNode->m_attributes, nBlockLength) : nullptr;
     if (!pNode || (nBlockLength > 0 && !pCopy) || !pNode->m_children.Reserve(nChildren)) {
         return "out of memory";

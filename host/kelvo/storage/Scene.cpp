@@ -79,7 +79,7 @@ Ref<Timeline> LoadRoot(Deserializer& deserializer) {
         deserializer.Fail(u"the scene has no timeline at its root");
         return nullptr;
     }
-    return static_cast<Timeline*>(pNode.Get());
+    return Ref(static_cast<Timeline*>(pNode.Get()));
 }
 
 } // namespace

@@ -15,7 +15,7 @@ Serializer::Serializer() {
 Serializer::~Serializer() = default;
 
 void Serializer::StartOver() {
-    m_pRoot = new (std::nothrow) DocumentNode(0, 0);
+    m_pRoot = Ref(new (std::nothrow) DocumentNode(0, 0));
     m_stack.Clear();
     m_textures.Clear();
     m_fonts.Clear();
@@ -59,7 +59,7 @@ int Serializer::GetIndex(List<Ref<T>>& shared, T* pObject) {
     if (nIndex >= 0) {
         return nIndex;
     }
-    if (shared.GetCount() == INT_MAX || !shared.Append(pObject)) {
+    if (shared.GetCount() == INT_MAX || !shared.Append(Ref(pObject))) {
         m_fSharedLost = true;
         return -1;
     }

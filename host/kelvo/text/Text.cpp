@@ -154,7 +154,7 @@ void Text::SetFont(Font* pFont) {
     if (m_pLayout) {
         m_pLayout->Forget();
     }
-    m_pFont = pFont;
+    m_pFont = Ref(pFont);
     bool const fPolygonal = pFont && pFont->GetFactoryClassID() == PolygonalFont::FactoryClassID;
     m_pPolygonalFont = fPolygonal ? static_cast<PolygonalFont*>(pFont) : nullptr;
     m_nMarks |= LayoutMark;
@@ -173,7 +173,7 @@ void Text::SetBackground(Sprite* pSprite) {
 
 void Text::TakeBackground(Sprite* pSprite) {
     Ref<Sprite> const pFormer(m_pBackgroundSprite);
-    m_pBackgroundSprite = pSprite;
+    m_pBackgroundSprite = Ref(pSprite);
     NoteHeld(pSprite);
 }
 

@@ -124,7 +124,7 @@ public:
         m_chunks.Release();
         m_pExternal = nLength != 0 ? pData : nullptr;
         m_fExternal = true;
-        m_pDocument = deserializer.GetCurrentNode();
+        m_pDocument = Ref(deserializer.GetCurrentNode());
         return true;
     }
 

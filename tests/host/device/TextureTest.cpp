@@ -224,7 +224,7 @@ TEST(Texture, WhatCannotBePromotedIsNotNorSavedWhatCouldNotBeLoaded) {
     TraceLog log;
     Ref<TestTexture> textures[6];
     for (Ref<TestTexture>& pTexture : textures) {
-        pTexture = new TestTexture;
+        pTexture = Ref(new TestTexture);
         pTexture->Replace(4, 4, TextureFormat::RGB565, nullptr, 0);
     }
     auto& [pEmpty, pCompressed, pRefused, pLocked, pBare, pEnlarged] = textures;

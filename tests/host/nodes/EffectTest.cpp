@@ -21,7 +21,7 @@ TEST(Effect, FetchesItsResourceWhenItIsFirstDrawnWithAndAgainWhenTheDeviceChange
     EXPECT_EQ(device.m_nResourceRequests, 1u);
     device.SetViewport(0, 0, 3, 2);
     EXPECT_FALSE(pEffect->Prepare(device));
-    device.m_pResource = new EffectResource;
+    device.m_pResource = Ref(new EffectResource);
     device.SetViewport(0, 0, 3, 2);
     EXPECT_FALSE(pEffect->Prepare(device)) << "the viewport is what it was";
     EXPECT_EQ(device.m_nResourceRequests, 2u);
@@ -37,8 +37,8 @@ TEST(Effect, FetchesItsResourceWhenItIsFirstDrawnWithAndAgainWhenTheDeviceChange
 
 TEST(Effect, NodesHoldEffectsAndMasksByReference) {
     Ref<TestSprite> pSprite = Make<TestSprite>("sprite");
-    Ref<TestEffect> const effects[] = {new TestEffect, new TestEffect};
-    Ref<Mask> const masks[] = {new Mask, new Mask};
+    Ref<TestEffect> const effects[] = {Ref(new TestEffect), Ref(new TestEffect)};
+    Ref<Mask> const masks[] = {Ref(new Mask), Ref(new Mask)};
     auto const count = [&] {
         return std::vector<long>{effects[0]->GetReferenceCount(), effects[1]->GetReferenceCount(),
                                  masks[0]->GetReferenceCount(), masks[1]->GetReferenceCount()};

@@ -26,7 +26,7 @@ public:
         m_device.m_fNoting = false;
         m_nodes.push_back(Make<TestTimeline>("root"));
         for (int nNode = 0; nNode < 12; ++nNode) {
-            m_nodes.push_back(nNode % 2 == 0 ? Ref<TransformNode>(new TestTimeline) : new TransformNode);
+            m_nodes.push_back(Ref(nNode % 2 == 0 ? new TestTimeline : new TransformNode));
             m_sprites.push_back(new TestSprite);
             m_nodes.push_back(Ref<TransformNode>(m_sprites.back()));
         }

@@ -203,7 +203,7 @@ TEST(Node, ACopyHasItsOwnParts) {
     Ref<TestSprite> const pSprite = Make<TestSprite>("s");
     pSprite->AddEffect(new TestEffect);
     pSprite->AddMask(new Mask);
-    pSprite->SetUserData(new NodeUserdata);
+    pSprite->SetUserData(Ref(new NodeUserdata));
     Animate<Vector3>(pSprite->GetPositionProperty(), 0, {Vector3(0, 0, 0), Vector3(10, 0, 0)});
     Ref<Node> const pCopy(pSprite->Clone());
     TransformNode& copy = *pCopy->GetTransformNode();

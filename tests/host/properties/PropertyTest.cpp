@@ -94,13 +94,13 @@ TEST_F(PropertyTest, TheLastControllerDrivesUntilItIsFinished) {
     Update();
     EXPECT_TRUE(m_heard.empty()) << "nothing has given a value";
     m_property.AddController(MakeSamples({100}));
-    m_property.AddController(new CountingController(2));
+    m_property.AddController(Ref(new CountingController(2)));
     for (int nFrame = 0; nFrame < 4; ++nFrame) {
         Update(static_cast<RealFloat>(nFrame));
     }
     EXPECT_EQ(m_heard, (Values{1, 2, 100, 100}));
     EXPECT_EQ(m_property.GetControllerCount(), 2u) << "a sample controller is never finished";
-    m_property.AddController(new CountingController(1));
+    m_property.AddController(Ref(new CountingController(1)));
     m_property.GetChangeEvent().Connect([this](int const&) { m_property.RemoveControllers(); });
     Update();
     EXPECT_EQ(m_property.GetControllerCount(), 0u);
@@ -152,7 +152,7 @@ TEST_F(PropertyTest, WhatIsSavedIsTheFirstControllerOrElseTheValue) {
 
     test::TraceLog log;
     m_property.RemoveControllers();
-    m_property.AddController(new CountingController(2)); // saves nothing
+    m_property.AddController(Ref(new CountingController(2))); // saves nothing
     Update();
     EXPECT_EQ(GetBytes(*SaveToNode(m_property), DocumentID::Value), BytesOf(1));
     ListProperty<Vector2T<int>> list;

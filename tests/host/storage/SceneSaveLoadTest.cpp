@@ -28,7 +28,7 @@ struct Sample {
     Scene m_scene;
 
     Sample() {
-        m_device.m_pResource = new EffectResource;
+        m_device.m_pResource = Ref(new EffectResource);
         Ref<TestTimeline> const pInner = Make<TestTimeline>("inner");
         Ref<TransformNode> const pGroup = Make<TransformNode>("group");
         Ref<TestSprite> const pTwin = Make<TestSprite>("twin");

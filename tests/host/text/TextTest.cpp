@@ -28,7 +28,7 @@ public:
 
 TEST(Text, TheFirstEffectThatDrawsItDrawsItAlone) {
     SquareText words(u"a");
-    Ref<TextEffect> const effects[3] = {new TextEffect, new TextEffect, new TextEffect};
+    Ref<TextEffect> const effects[3] = {Ref(new TextEffect), Ref(new TextEffect), Ref(new TextEffect)};
     for (Ref<TextEffect> const& pEffect : effects) {
         words.m_pText->AddEffect(pEffect.Get());
     }

@@ -26,11 +26,11 @@ public:
         }
     }
 
-    Texture* GetPage(unsigned int nPage = 0) {
+    Ref<Texture> GetPage(unsigned int nPage = 0) {
         while (m_pages.size() <= nPage) {
             m_pages.push_back(Ref<Texture>(new TestTexture));
         }
-        return m_pages[nPage].Get();
+        return m_pages[nPage];
     }
     static Glyph MakeSquare(unsigned int nCodePoint, int nAdvance = 10) {
         Glyph glyph;

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <type_traits>
 #include <utility>
 
 using namespace trevik;
@@ -28,6 +29,9 @@ class Derived : public Object {
 public:
     Derived() : Object(77) {}
 };
+
+// A reference to an object is taken where the text says so, and nowhere else.
+static_assert(!std::is_assignable_v<Ref<Object>&, Object*> && !std::is_convertible_v<Derived*, Ref<Object>>);
 
 class TrevikReference : public testing::Test {
 protected:
@@ -56,14 +60,14 @@ TEST_F(TrevikReference, CopiesMovesAndConversionsCountRight) {
 
 TEST_F(TrevikReference, AssigningToItselfOrFromInsideTheOldObjectIsSafe) {
     Ref<Object> head(new Object(1));
-    head->m_pNext = new Object(2);
-    head->m_pNext->m_pNext = new Object(3);
+    head->m_pNext = Ref(new Object(2));
+    head->m_pNext->m_pNext = Ref(new Object(3));
     Ref<Object> const& same = head;
     head = same;
     EXPECT_EQ(head->m_nValue, 1);
     head = head->m_pNext; // only the old head keeps it
     EXPECT_EQ(head->m_nValue, 2);
-    head = head.Get();
+    head = Ref(head.Get());
     EXPECT_EQ(head->GetReferenceCount(), 1);
     head = std::move(head->m_pNext);
     EXPECT_EQ(head->m_nValue, 3);

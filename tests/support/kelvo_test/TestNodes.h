@@ -157,7 +157,7 @@ public:
     void PreRenderChildren(GraphicsDevice& device) override {
         static_cast<TestDevice&>(device).Note("enter", this);
         device.PushCamera(GetCamera());
-        m_pActiveCamera = device.GetActiveCamera();
+        m_pActiveCamera = Ref(device.GetActiveCamera());
     }
     void PostRenderChildren(GraphicsDevice& device) override {
         static_cast<TestDevice&>(device).Note("leave", this);
