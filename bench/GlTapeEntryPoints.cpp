@@ -16,7 +16,7 @@
 namespace {
 
 using namespace kelvokit::bench;
-using Kind = recording::ArgumentKind;
+using Kind = kelvokit::recording::ArgumentKind;
 
 /** Of an argument that is memory, how many values are held: those of one element; 0 where none can be. */
 constexpr std::size_t CountValues(Kind kind) {
