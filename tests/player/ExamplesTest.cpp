@@ -21,13 +21,16 @@ using trevik::kelvo::assets::testing::ReadDataAsText;
 /** All scenes of the examples but those that need a program of their own, in order. */
 std::vector<std::string> ListExamples() {
     std::vector<std::string> names;
-    for (auto const& file : std::filesystem::directory_iterator(KELVO_EXAMPLES "/format")) {
-        if (file.path().extension() == ".json") {
-            names.push_back("format/" + file.path().filename().string());
+    for (char const* pFolder : {"format/", "first/"}) {
+        for (auto const& file :
+             std::filesystem::directory_iterator(KELVO_EXAMPLES "/" + std::string(pFolder))) {
+            if (file.path().extension() == ".json") {
+                names.push_back(pFolder + file.path().filename().string());
+            }
         }
     }
     std::sort(names.begin(), names.end());
-    EXPECT_GE(names.size(), 12u);
+    EXPECT_GE(names.size(), 16u);
     for (char const* pName : {"showcase", "masks", "panels", "edges", "text", "blend", "blur"}) {
         names.push_back(std::string(pName) + "/scene.json");
     }
@@ -50,6 +53,15 @@ TEST(Examples, PlayWithoutComplaintAndTheSameFromTheirBinaryFiles) {
         EXPECT_TRUE(CompareImages(ReadPicture(folder.Path("binary.png")), picture));
         EXPECT_FALSE(picture == Image(picture.Width(), picture.Height(), picture.At(0, 0)))
             << "nothing is drawn";
+    }
+}
+
+TEST(Examples, TheFirstScenesStandOnTheirPage) {
+    std::string const page = ReadDataAsText(KELVO_EXAMPLES "/../docs/first-scene.md");
+    for (char const* pStep : {"1", "2", "3", "4"}) {
+        std::string const scene =
+            ReadDataAsText(KELVO_EXAMPLES "/first/step-" + std::string(pStep) + ".json");
+        EXPECT_NE(page.find("```json\n" + scene + "```\n"), std::string::npos) << pStep;
     }
 }
 
