@@ -1,7 +1,7 @@
 #include "BitmapFontGL2.h"
 
+#include "GlState.h"
 #include "GlyphQuads.h"
-#include "PlainBlend.h"
 #include "ShaderCatalogue.h"
 #include "trevik/ScopeCounter.h"
 
@@ -205,14 +205,13 @@ void BitmapFontGL2::DrawGlyphs(GraphicsDeviceGL2& device, Texture* pTexture, Rea
     if (!pProgram) {
         return; // the device is not up
     }
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, s_vVertices.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
-                          s_vTextureCoords.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Color, 4, GL_FLOAT, GL_FALSE, 0, s_vColorValues.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, s_vVertices.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Texture, s_vTextureCoords.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Color, s_vColorValues.GetData());
     GlyphQuads::SetTextureSampler(*pProgram, pTexture);
     GlyphQuads::SetTransformParameter(device, *pProgram);
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::fFade, rFade);
-    SetPlainBlend();
+    GlState::SetPlainBlend();
     glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(nVertices));
 }
 
@@ -224,8 +223,8 @@ void BitmapFontGL2::DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, u
     if (!pProgram) {
         return; // the device is not up
     }
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, s_vVertices.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Color, 4, GL_FLOAT, GL_FALSE, 0, s_vColorValues.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, s_vVertices.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Color, s_vColorValues.GetData());
     GlyphQuads::SetTransformParameter(device, *pProgram);
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::fFade, rFade);
     glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(nVertices));

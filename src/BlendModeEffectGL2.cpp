@@ -1,6 +1,7 @@
 #include "BlendModeEffectGL2.h"
 
 #include "FixedStreams.h"
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
 #include "ShaderCatalogue.h"
@@ -183,8 +184,7 @@ bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& spri
     program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
     program.SetParameter(ShaderType::Fragment, UniformNames::vColor, Vector4T<RealFloat>(1, 1, 1, opacity));
     Factors const factors = GetFactors(nBlendMode);
-    glBlendFuncSeparate(factors.source, factors.destination, GL_ONE, GL_ONE_MINUS_SRC_ALPHA);
-    glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD);
+    GlState::SetBlend(factors.source, factors.destination);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     return true;
 }

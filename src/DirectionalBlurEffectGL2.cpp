@@ -1,6 +1,7 @@
 #include "DirectionalBlurEffectGL2.h"
 
 #include "FixedStreams.h"
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "ProgramBuilder.h"
 #include "UniformNames.h"
@@ -89,9 +90,7 @@ bool DirectionalBlurEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite
     program.SetSampler(UniformNames::sTexture, pTexture, 0);
     SetParameters(deviceGL2, *pTexture, opacity);
     bool const fAdditive = sprite.GetBlendModeProperty().GetValue() == BlendMode::Additive;
-    glBlendFuncSeparate(GL_SRC_ALPHA, fAdditive ? GL_ONE : GL_ONE_MINUS_SRC_ALPHA, GL_ONE,
-                        GL_ONE_MINUS_SRC_ALPHA);
-    glBlendEquationSeparate(GL_FUNC_ADD, GL_FUNC_ADD);
+    GlState::SetBlend(GL_SRC_ALPHA, fAdditive ? GL_ONE : GL_ONE_MINUS_SRC_ALPHA);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     return true;
 }

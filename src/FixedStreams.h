@@ -1,5 +1,6 @@
 #pragma once
 
+#include "GlState.h"
 #include "ShaderProgramGL2.h"
 #include "SpriteGL2.h"
 
@@ -20,9 +21,8 @@ inline TextureGL2* GetDrawableTexture(SpriteGL2& sprite) {
  */
 inline void SetFixedStreams(SpriteGL2& sprite, Vector2T<RealFloat> (&textureCoords)[4]) {
     sprite.GetTextureCoords(textureCoords);
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FIXED, GL_FALSE, 0,
-                          sprite.GetVertices().GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FIXED, GL_FALSE, 0, textureCoords);
+    GlState::SetFixedPointVertexArray(VertexAttributeIndex::Position, sprite.GetVertices().GetData());
+    GlState::SetFixedPointVertexArray(VertexAttributeIndex::Texture, textureCoords);
 }
 
 } // namespace trevik::kelvo

@@ -1,5 +1,7 @@
 #include "FramebufferGL2.h"
 
+#include "GlState.h"
+
 #include <GLES2/gl2ext.h>
 
 #include <new>
@@ -10,13 +12,13 @@ FramebufferGL2::FramebufferGL2() : m_pColorTexture(new (std::nothrow) TextureGL2
 
 FramebufferGL2::~FramebufferGL2() {
     if (m_nFramebuffer != 0) {
-        glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
+        GlState::BindFramebuffer(m_nFramebuffer);
         glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, 0, 0);
         if (m_pDepthTexture) {
             // The stencil attachment is left as it is: intended (stencil-stays-attached).
             glFramebufferTexture2D(GL_FRAMEBUFFER, GL_DEPTH_ATTACHMENT, GL_TEXTURE_2D, 0, 0);
         }
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        GlState::BindFramebuffer(0);
         glDeleteFramebuffers(1, &m_nFramebuffer);
         m_nFramebuffer = 0;
     }
@@ -37,7 +39,7 @@ bool FramebufferGL2::Create(InitParams const& params) {
         return false;
     }
     glGenFramebuffers(1, &m_nFramebuffer);
-    glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
+    GlState::BindFramebuffer(m_nFramebuffer);
     if (!m_pColorTexture || !PrepareTexture(*m_pColorTexture, params.colorFormat)) {
         return false;
     }
@@ -51,7 +53,7 @@ bool FramebufferGL2::Create(InitParams const& params) {
     if (glCheckFramebufferStatus(GL_FRAMEBUFFER) != GL_FRAMEBUFFER_COMPLETE) {
         return false; // still bound: intended (failed-create-bound)
     }
-    glBindFramebuffer(GL_FRAMEBUFFER, 0);
+    GlState::BindFramebuffer(0);
     return true;
 }
 
@@ -61,9 +63,9 @@ bool FramebufferGL2::CreateDepthStencil(bool fTexture) {
         return m_pDepthTexture && PrepareTexture(*m_pDepthTexture, TextureFormat::Depth24Stencil8);
     }
     glGenRenderbuffers(1, &m_nDepthRenderbuffer);
-    glBindRenderbuffer(GL_RENDERBUFFER, m_nDepthRenderbuffer);
+    GlState::BindRenderbuffer(m_nDepthRenderbuffer);
     glRenderbufferStorage(GL_RENDERBUFFER, GL_DEPTH24_STENCIL8_OES, m_nWidth, m_nHeight);
-    glBindRenderbuffer(GL_RENDERBUFFER, 0);
+    GlState::BindRenderbuffer(0);
     return true;
 }
 
@@ -94,23 +96,23 @@ void FramebufferGL2::AttachDepthStencil() const {
 }
 
 void FramebufferGL2::Bind() {
-    glBindFramebuffer(GL_FRAMEBUFFER, m_nFramebuffer);
+    GlState::BindFramebuffer(m_nFramebuffer);
     if (m_fClearOnBind) {
         // The stencil stays: intended (stencil-not-cleared).
         bool const fDepth = m_pDepthTexture || m_nDepthRenderbuffer != 0;
         glClear(fDepth ? GL_COLOR_BUFFER_BIT | GL_DEPTH_BUFFER_BIT : GL_COLOR_BUFFER_BIT);
     }
     glGetIntegerv(GL_VIEWPORT, m_savedViewport);
-    glViewport(0, 0, m_nWidth, m_nHeight);
+    GlState::SetViewport(0, 0, m_nWidth, m_nHeight);
     m_fBound = true;
 }
 
 void FramebufferGL2::Unbind(FramebufferGL2* pPrevious) {
-    glViewport(m_savedViewport[0], m_savedViewport[1], m_savedViewport[2], m_savedViewport[3]);
+    GlState::SetViewport(m_savedViewport[0], m_savedViewport[1], m_savedViewport[2], m_savedViewport[3]);
     if (pPrevious) {
         pPrevious->Bind(); // and clears it, whatever it holds: intended (bind-clears)
     } else {
-        glBindFramebuffer(GL_FRAMEBUFFER, 0);
+        GlState::BindFramebuffer(0);
     }
     m_fBound = false;
 }

@@ -6,6 +6,7 @@
 #include "DirectionalBlurEffectGL2.h"
 #include "FramebufferGL2.h"
 #include "GaussianBlurEffectGL2.h"
+#include "GlState.h"
 #include "NinePatchSpriteGL2.h"
 #include "PolygonalFontGL2.h"
 #include "ShaderCatalogue.h"
@@ -88,7 +89,7 @@ bool GraphicsDeviceGL2::Initialize(void* pWindow, DeviceFormat::Enum format, Siz
     if (!CreateDefaultCamera(size) || !InitializeShaders()) {
         return false;
     }
-    glDisable(GL_DEPTH_TEST);
+    GlState::SetDepthTest(false);
     SetDepthTestEnabled(false);
     if (ShaderProgramGL2* const pProgram = GetShader(ShaderId::PostProcess)) {
         SetPostProccessShader(pProgram);
@@ -101,13 +102,13 @@ bool GraphicsDeviceGL2::Initialize(void* pWindow, DeviceFormat::Enum format, Siz
 
 /** The GL state that nothing changes again, or whose initial value others rely on. */
 void GraphicsDeviceGL2::SetFixedState() {
-    glClearStencil(0);
-    glDisable(GL_STENCIL_TEST);
-    glDisable(GL_SCISSOR_TEST);
-    glFrontFace(GL_CCW);
-    glClearColor(0, 0, 0, 1);
-    glDisable(GL_CULL_FACE);
-    glEnable(GL_BLEND);
+    GlState::SetClearStencilToZero();
+    GlState::SetStencilTest(false);
+    GlState::DisableScissorTest();
+    GlState::SetFrontFaceCounterClockwise();
+    GlState::SetClearColor(ColorT<RealFloat>::Black);
+    GlState::DisableCulling();
+    GlState::EnableBlending();
 }
 
 bool GraphicsDeviceGL2::CreateDefaultCamera(SizeT<int> const& size) {

@@ -1,6 +1,7 @@
 #include "GraphicsDeviceGL2.h"
 
 #include "CameraGL2.h"
+#include "GlState.h"
 #include "trevik/Ref.h"
 
 #include <GLES2/gl2.h>
@@ -77,7 +78,7 @@ Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {
 }
 
 void GraphicsDeviceGL2::SetViewport(int nX, int nY, int nWidth, int nHeight) {
-    glViewport(nX, nY, nWidth, nHeight);
+    GlState::SetViewport(nX, nY, nWidth, nHeight);
     // Whole halves, so an odd size loses its last half pixel: intended (viewport-whole-halves).
     RealFloat const rHalfWidth = static_cast<RealFloat>(nWidth >> 1);
     RealFloat const rHalfHeight = static_cast<RealFloat>(nHeight >> 1);
@@ -91,7 +92,7 @@ void GraphicsDeviceGL2::SetViewport(int nX, int nY, int nWidth, int nHeight) {
 
 void GraphicsDeviceGL2::SetViewport(RectangleT<int> const& rectangle) {
     // The viewport before comes first, and the bottom edge serves as y: both intended (viewport-rectangle).
-    glViewport(m_viewport.left, m_viewport.top, m_viewport.GetWidth(), m_viewport.GetHeight());
+    GlState::SetViewport(m_viewport.left, m_viewport.top, m_viewport.GetWidth(), m_viewport.GetHeight());
     SetViewport(rectangle.left, rectangle.bottom, rectangle.GetWidth(), rectangle.GetHeight());
 }
 
@@ -99,11 +100,7 @@ void GraphicsDeviceGL2::SetDepthTestEnabled(bool fEnabled) {
     if (fEnabled == m_fDepthTest) {
         return;
     }
-    if (fEnabled) {
-        glEnable(GL_DEPTH_TEST);
-    } else {
-        glDisable(GL_DEPTH_TEST);
-    }
+    GlState::SetDepthTest(fEnabled);
     m_fDepthTest = fEnabled;
 }
 

@@ -1,5 +1,6 @@
 #include "GraphicsDeviceGL2.h"
 
+#include "GlState.h"
 #include "ShaderCatalogue.h"
 #include "UniformNames.h"
 #include "trevik/kelvo/Mask.h"
@@ -10,28 +11,12 @@ namespace trevik::kelvo {
 
 namespace {
 
-constexpr GLuint AllBits = 0xFFFFFFFF;
-
-/** Not of OpenGL ES 2: to disable it leaves GL_INVALID_ENUM behind. Intended (masks-untextured-error). */
-constexpr GLenum FixedFunctionTexture = GL_TEXTURE_2D;
-
-void SetColorMask(GLboolean fWrite) {
-    glColorMask(fWrite, fWrite, fWrite, fWrite);
-}
-
 /** Lets draws change nothing but the stencil value, by `change`, where it is the level. */
 void DrawStencilOnly(unsigned int nLevel, GLenum change) {
-    glDisable(FixedFunctionTexture);
-    glDepthMask(GL_FALSE);
-    SetColorMask(GL_FALSE);
-    glStencilFunc(GL_EQUAL, static_cast<GLint>(nLevel), AllBits);
-    glStencilOp(GL_KEEP, change, change);
-}
-
-/** Lets draws pass where the stencil value is the level, and leaves the values alone. */
-void DrawInsideLevel(unsigned int nLevel) {
-    glStencilFunc(GL_EQUAL, static_cast<GLint>(nLevel), AllBits);
-    glStencilOp(GL_KEEP, GL_KEEP, GL_KEEP);
+    GlState::DisableFixedFunctionTexture();
+    GlState::SetDepthWrite(false);
+    GlState::SetColorWrite(false);
+    GlState::SetStencilLevel(nLevel, change);
 }
 
 } // namespace
@@ -47,13 +32,13 @@ bool GraphicsDeviceGL2::PushMasks(List<Mask*>& masks) {
 }
 
 void GraphicsDeviceGL2::EnterMasks(List<Mask*> const& masks) {
-    glEnable(GL_STENCIL_TEST);
+    GlState::SetStencilTest(true);
     DrawStencilOnly(m_nMaskLevel, GL_INCR);
     DrawMasks(masks);
     ++m_nMaskLevel;
-    SetColorMask(GL_TRUE);
-    DrawInsideLevel(m_nMaskLevel);
-    glDepthMask(GL_TRUE);
+    GlState::SetColorWrite(true);
+    GlState::SetStencilLevel(m_nMaskLevel, GL_KEEP);
+    GlState::SetDepthWrite(true);
 }
 
 bool GraphicsDeviceGL2::PopMasks(List<Mask*>& masks) {
@@ -70,13 +55,13 @@ void GraphicsDeviceGL2::LeaveMasks(List<Mask*> const& masks) {
     DrawStencilOnly(m_nMaskLevel, GL_DECR);
     DrawMasks(masks);
     --m_nMaskLevel;
-    SetColorMask(GL_TRUE);
+    GlState::SetColorWrite(true);
     if (m_nMaskLevel != 0) {
-        DrawInsideLevel(m_nMaskLevel);
+        GlState::SetStencilLevel(m_nMaskLevel, GL_KEEP);
     } else {
-        glDisable(GL_STENCIL_TEST);
+        GlState::SetStencilTest(false);
     }
-    glDepthMask(GL_TRUE);
+    GlState::SetDepthWrite(true);
 }
 
 void GraphicsDeviceGL2::DrawMasks(List<Mask*> const& masks) {
@@ -89,7 +74,7 @@ void GraphicsDeviceGL2::DrawMasks(List<Mask*> const& masks) {
     pProgram->SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, m_modelView * ProjectionMatrix());
     for (Mask* const pMask : masks) {
         MaskGeometry const& geometry = pMask->GetGeometry();
-        glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, geometry.m_pVertices);
+        GlState::SetVertexArray(VertexAttributeIndex::Position, geometry.m_pVertices);
         glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(geometry.m_nVertexCount));
     }
 }

@@ -1,7 +1,7 @@
 #include "GraphicsDeviceGL2.h"
 
 #include "FramebufferGL2.h"
-#include "PixelAlignment.h"
+#include "GlState.h"
 
 #include <GLES2/gl2.h>
 
@@ -18,15 +18,15 @@ void GraphicsDeviceGL2::Clear() {
 }
 
 void GraphicsDeviceGL2::SetClearColor(ColorT<RealFloat> const& color) {
-    glClearColor(color.r, color.g, color.b, color.a);
+    GlState::SetClearColor(color);
     GraphicsDevice::SetClearColor(color);
 }
 
 void GraphicsDeviceGL2::RenderFullscreenQuad() {
-    static constexpr GLfloat Positions[] = {-1, -1, 0, -1, 1, 0, 1, -1, 0, 1, 1, 0};
-    static constexpr GLfloat TextureCoords[] = {0, 0, 0, 1, 1, 0, 1, 1};
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, Positions);
-    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, TextureCoords);
+    static constexpr Vector3T<GLfloat> Positions[] = {{-1, -1, 0}, {-1, 1, 0}, {1, -1, 0}, {1, 1, 0}};
+    static constexpr Vector2T<GLfloat> TextureCoords[] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
+    GlState::SetVertexArray(VertexAttributeIndex::Position, Positions);
+    GlState::SetVertexArray(VertexAttributeIndex::Texture, TextureCoords);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
 }
 
@@ -135,8 +135,8 @@ bool GetArea(RectangleT<int> const& rectangle, RectangleT<int> const& viewport, 
 /** Reads bytes of a format; false when GL reports an error. */
 bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
     unsigned int const nPixelBytes = format == GL_RGB ? 3 : 4;
-    PixelAlignment const alignment(GL_PACK_ALIGNMENT,
-                                   static_cast<unsigned long long>(area.m_nWidth) * nPixelBytes);
+    GlState::PixelAlignment const alignment(GL_PACK_ALIGNMENT,
+                                            static_cast<unsigned long long>(area.m_nWidth) * nPixelBytes);
     glReadPixels(area.m_nX, area.m_nY, area.m_nWidth, area.m_nHeight, format, GL_UNSIGNED_BYTE, pPixels);
     return glGetError() == GL_NO_ERROR;
 }

@@ -1,6 +1,6 @@
 #include "NinePatchSpriteGL2.h"
 
-#include "PlainBlend.h"
+#include "GlState.h"
 #include "SpriteParameters.h"
 #include "TexturedProgram.h"
 
@@ -188,9 +188,8 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     TextureGL2* const pTexture = GetTextureGL2();
     // Unlike a sprite, a grid has no calls around its draw, no rows swapped for promoted textures and no
     // antialiased edges: intended (nine-patch-no-edges).
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_gridVertices.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
-                          m_gridTextureCoords.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, m_gridVertices.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Texture, m_gridTextureCoords.GetData());
     ShaderProgramGL2* const pProgram =
         device.GetShader(ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat()));
     device.SetActiveShader(pProgram);
@@ -199,7 +198,7 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     }
     SetTextureSamplers(*pProgram, pTexture, pTexture->GetFormat() == TextureFormat::ETC1_RGBA);
     SetColorParameter(device, *pProgram, true);
-    SetPlainBlend();
+    GlState::SetPlainBlend();
     SetTransformParameter(device, *pProgram);
     glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(m_gridIndices.GetCount()), GL_UNSIGNED_SHORT,
                    m_gridIndices.GetData());

@@ -1,5 +1,6 @@
 #include "PolygonalFontGL2.h"
 
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "ShaderCatalogue.h"
 #include "ShaderProgramGL2.h"
@@ -59,8 +60,7 @@ void PolygonalFontGL2::RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph,
                            Vector4T<RealFloat>(pColor->r, pColor->g, pColor->b, pColor->a));
     GlyphMesh const& mesh = *m_meshes[static_cast<unsigned int>(pGlyph->m_nMesh)];
     List<unsigned short> const& indices = mesh.m_indices.GetValue();
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0,
-                          mesh.m_positions.GetValue().GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, mesh.m_positions.GetValue().GetData());
     // Blends as whatever was drawn before: intended (polygon-glyph-blend).
     glDrawElements(GL_TRIANGLES, static_cast<GLsizei>(indices.GetCount()), GL_UNSIGNED_SHORT,
                    indices.GetData());

@@ -1,5 +1,6 @@
 #include "ShaderProgramGL2.h"
 
+#include "GlState.h"
 #include "trevik/Debug.h"
 
 namespace trevik::kelvo {
@@ -121,10 +122,10 @@ void ShaderProgramGL2::Bind() {
     if (m_fBound) {
         return;
     }
-    glUseProgram(m_nProgram);
+    GlState::UseProgram(m_nProgram);
     for (unsigned int i = 0; i < VertexAttributeIndex::Count; ++i) {
         if (!m_attributeNames[i].IsEmpty()) {
-            glEnableVertexAttribArray(i);
+            GlState::SetVertexArrayEnabled(i, true);
         }
     }
     m_fBound = true;
@@ -136,16 +137,16 @@ void ShaderProgramGL2::Unbind() {
     }
     for (unsigned int i = 0; i < VertexAttributeIndex::Count; ++i) {
         if (!m_attributeNames[i].IsEmpty()) {
-            glDisableVertexAttribArray(i);
+            GlState::SetVertexArrayEnabled(i, false);
         }
     }
     for (unsigned int i = 0; i < m_samplers.GetCount(); ++i) {
         if (TextureGL2* const pTexture = m_samplers[i].m_pTexture.Get()) {
-            glActiveTexture(GL_TEXTURE0 + i);
-            glBindTexture(pTexture->GetGLTextureType(), 0);
+            GlState::SelectTextureUnit(i);
+            GlState::BindTexture(pTexture->GetGLTextureType(), 0);
         }
     }
-    glUseProgram(0);
+    GlState::UseProgram(0);
     m_fBound = false;
 }
 
@@ -195,8 +196,8 @@ unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
 /** Takes the texture that a unit holds out of it, in GL too, and lets the unit hold another one, or none. */
 void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture) {
     if (sampler.m_pTexture) {
-        glActiveTexture(GL_TEXTURE0 + nUnit);
-        glBindTexture(GL_TEXTURE_2D, 0);
+        GlState::SelectTextureUnit(nUnit);
+        GlState::BindTexture(GL_TEXTURE_2D, 0);
     }
     sampler.m_pTexture = Ref(pTexture);
 }

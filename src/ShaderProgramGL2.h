@@ -1,6 +1,7 @@
 #pragma once
 
 #include "Export.h"
+#include "GlState.h"
 #include "TextureGL2.h"
 #include "UniformNames.h"
 #include "trevik/Encoding.h"
@@ -122,11 +123,11 @@ public:
             ExchangeTexture(sampler, nUnit, pTexture);
         }
         glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
-        glActiveTexture(GL_TEXTURE0 + nUnit);
+        GlState::SelectTextureUnit(nUnit);
         if (nGLTexture == 0 && pTexture) {
             nGLTexture = pTexture->GetGLTexture();
         }
-        glBindTexture(GL_TEXTURE_2D, nGLTexture);
+        GlState::BindTexture(GL_TEXTURE_2D, nGLTexture);
     }
 
     /**

@@ -1,6 +1,6 @@
 #include "SpriteGL2.h"
 
-#include "PlainBlend.h"
+#include "GlState.h"
 #include "ShaderCatalogue.h"
 #include "SpriteParameters.h"
 #include "TexturedProgram.h"
@@ -133,14 +133,14 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         return; // Never loaded: there is nothing that the driver could read.
     }
     Vector2T<RealFloat> textureCoords[4];
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, m_vertices.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, m_vertices.GetData());
     TextureGL2* const pTexture = GetTextureGL2();
     ShaderProgramGL2* pProgram = nullptr;
     if (__builtin_expect(pTexture != nullptr, true)) {
         pTexture->PreRender();
         if (__builtin_expect(!m_textureCoords.IsEmpty(), true)) {
             GetTextureCoords(textureCoords);
-            glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, textureCoords);
+            GlState::SetVertexArray(VertexAttributeIndex::Texture, textureCoords);
         }
         bool const fPlainTexture = pTexture->GetGLTextureType() == GL_TEXTURE_2D;
         bool const fSeparateAlpha = fPlainTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA;
@@ -160,10 +160,9 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
             return;
         }
         SetColorParameter(device, *pProgram, false);
-        // Not of OpenGL ES 2: it leaves GL_INVALID_ENUM behind. Intended (masks-untextured-error).
-        glDisable(GL_TEXTURE_2D);
+        GlState::DisableFixedFunctionTexture();
     }
-    SetPlainBlend();
+    GlState::SetPlainBlend();
     SetTransformParameter(device, *pProgram);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     if (__builtin_expect(IsAntialiased(), false)) {

@@ -1,5 +1,6 @@
 #include "SpriteGL2.h"
 
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "ShaderCatalogue.h"
 #include "ShaderProgramGL2.h"
@@ -128,7 +129,7 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
             edgeCoords[i] = corners[cornerOfVertex[i]];
         }
         pProgram->SetSampler(UniformNames::sTexture, pTexture, 0);
-        glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0, edgeCoords);
+        GlState::SetVertexArray(VertexAttributeIndex::Texture, edgeCoords);
     } else {
         // The highlight colour does not reach the edges.
         Vector3T<RealFloat> const& own = m_color.GetValue();
@@ -138,13 +139,12 @@ void SpriteGL2::RenderAntialiasedEdges(GraphicsDeviceGL2& device, TextureGL2* pT
     pProgram->SetSampler(UniformNames::sDistribution, static_cast<TextureGL2*>(s_antialiasFilter.Get()), 0);
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::fVPHeight,
                            static_cast<RealFloat>(device.GetViewport().GetHeight()));
-    glVertexAttribPointer(VertexAttributeIndex::Position, 4, GL_FLOAT, GL_FALSE, 0, points);
+    GlState::SetVertexArray(VertexAttributeIndex::Position, points);
     constexpr GLsizei Stride = EquationsPerVertex * sizeof(Vector3T<RealFloat>);
     for (unsigned int i = 0; i < EquationsPerVertex; ++i) {
-        glVertexAttribPointer(VertexAttributeIndex::EdgeEquation0 + i, 3, GL_FLOAT, GL_FALSE, Stride,
-                              equations + i);
+        GlState::SetVertexArray(VertexAttributeIndex::EdgeEquation0 + i, equations + i, Stride);
     }
-    glLineWidth(2 * HalfLineWidth);
+    GlState::SetLineWidth(2 * HalfLineWidth);
     glDrawArrays(GL_LINES, 0, EdgeVertexCount);
 }
 

@@ -1,7 +1,7 @@
 #include "TextGL2.h"
 
+#include "GlState.h"
 #include "GlyphQuads.h"
-#include "PlainBlend.h"
 #include "ShaderCatalogue.h"
 #include "TextImageBackground.h"
 #include "trevik/ScopeCounter.h"
@@ -105,10 +105,9 @@ void TextGL2::RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const
     if (!pProgram) {
         return; // the device is not up
     }
-    glVertexAttribPointer(VertexAttributeIndex::Position, 3, GL_FLOAT, GL_FALSE, 0, s_vVertices.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Texture, 2, GL_FLOAT, GL_FALSE, 0,
-                          s_vTextureCoords.GetData());
-    glVertexAttribPointer(VertexAttributeIndex::Fade, 1, GL_FLOAT, GL_FALSE, 0, s_vFadeValues.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Position, s_vVertices.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Texture, s_vTextureCoords.GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Fade, s_vFadeValues.GetData());
     GlyphQuads::SetTextureSampler(*pProgram, pFirst->m_pGlyph->m_pTexture.Get());
     GlyphQuads::SetTransformParameter(deviceGL2, *pProgram);
     // The program takes nothing but the alpha of it, so a highlight leaves an image its colours: intended
@@ -117,7 +116,7 @@ void TextGL2::RenderImageBatch(GraphicsDevice& device, List<GlyphInstance> const
         device.IsHighlightEnabled() ? device.GetHighlightColor(color.a) : ColorT<RealFloat>(1, 1, 1, color.a);
     pProgram->SetParameter(ShaderType::Fragment, UniformNames::vColor,
                            Vector4T<RealFloat>(drawn.r, drawn.g, drawn.b, drawn.a));
-    SetPlainBlend();
+    GlState::SetPlainBlend();
     glDrawArrays(GL_TRIANGLES, 0, static_cast<GLsizei>(nVertices));
 }
 

@@ -1,8 +1,8 @@
 #include "TextureGL2.h"
 
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
-#include "PixelAlignment.h"
 #include "RenderThread.h"
 #include "trevik/Assert.h"
 #include "trevik/Debug.h"
@@ -66,8 +66,8 @@ void UploadLevel(int nFormat, GLint nLevel, MipLevel const& level, unsigned char
         glCompressedTexImage2D(GL_TEXTURE_2D, nLevel, upload.internalFormat, level.m_nWidth, level.m_nHeight,
                                0, level.m_nSize, pSource);
     } else {
-        PixelAlignment const alignment(GL_UNPACK_ALIGNMENT,
-                                       Texture::GetImageSize(level.m_nWidth, 1, nFormat));
+        GlState::PixelAlignment const alignment(GL_UNPACK_ALIGNMENT,
+                                                Texture::GetImageSize(level.m_nWidth, 1, nFormat));
         glTexImage2D(GL_TEXTURE_2D, nLevel, static_cast<GLint>(upload.internalFormat), level.m_nWidth,
                      level.m_nHeight, 0, upload.format, upload.type, pSource);
     }
@@ -309,7 +309,7 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
     }
     GLuint nName = 0;
     glGenTextures(1, &nName);
-    glBindTexture(GL_TEXTURE_2D, nName);
+    GlState::BindTexture(GL_TEXTURE_2D, nName);
     SetFilters(list.GetCount());
     for (unsigned int i = 0; i < list.GetCount(); ++i) {
         MipLevel const& level = list[i];
@@ -325,7 +325,7 @@ unsigned int TextureGL2::CreateGLTexture(void const* pData, ListProperty<MipLeve
         }
         UploadLevel(nFormat, static_cast<GLint>(i), level, pSource);
     }
-    glBindTexture(GL_TEXTURE_2D, 0);
+    GlState::BindTexture(GL_TEXTURE_2D, 0);
     return nName;
 }
 
@@ -337,10 +337,7 @@ void TextureGL2::SetFilters(unsigned int nLevels) const {
     } else if (m_format == TextureFormat::Depth16 || m_format == TextureFormat::Depth24Stencil8) {
         nFilter = GL_NEAREST;
     }
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, nFilter);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MAG_FILTER, nFilter);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    GlState::SetTextureFilter(GL_TEXTURE_2D, nFilter);
 }
 
 void TextureGL2::ReleaseGLTexture() {

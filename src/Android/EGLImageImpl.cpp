@@ -1,6 +1,7 @@
 #include "Android/EGLImageImpl.h"
 
 #include "Android/JavaBitmap.h"
+#include "GlState.h"
 #include "GraphicsDeviceGL2.h"
 #include "JObject.h"
 #include "RenderThread.h"
@@ -105,11 +106,8 @@ int EGLImageImpl::CreateTexture(int nTarget) {
     GLenum const target = static_cast<GLenum>(nTarget);
     GLuint nName = 0;
     glGenTextures(1, &nName);
-    glBindTexture(target, nName);
-    glTexParameteri(target, GL_TEXTURE_MIN_FILTER, GL_LINEAR);
-    glTexParameteri(target, GL_TEXTURE_MAG_FILTER, GL_LINEAR);
-    glTexParameteri(target, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-    glTexParameteri(target, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+    GlState::BindTexture(target, nName);
+    GlState::SetTextureFilter(target, GL_LINEAR);
     return static_cast<int>(nName);
 }
 
@@ -139,7 +137,7 @@ bool EGLImageImpl::BindToNewTexture() {
     PFNGLEGLIMAGETARGETTEXTURE2DOESPROC const pfnTarget = FindTargetFunction();
     static_cast<void>(glGetError()); // of whatever came before
     m_nTexture = CreateTexture(GL_TEXTURE_2D);
-    glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nTexture));
+    GlState::BindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nTexture));
     GLenum error = GL_INVALID_OPERATION;
     if (pfnTarget) {
         pfnTarget(GL_TEXTURE_2D, m_eglImage);
@@ -149,7 +147,7 @@ bool EGLImageImpl::BindToNewTexture() {
         Debug::TraceFormat(TraceLevel::Error, u"glEGLImageTargetTexture2DOES failed 0x%08x", error);
         return false;
     }
-    glBindTexture(GL_TEXTURE_2D, 0);
+    GlState::BindTexture(GL_TEXTURE_2D, 0);
     return true;
 }
 
