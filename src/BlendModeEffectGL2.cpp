@@ -44,57 +44,26 @@ void main() {
 }
 )");
 
+/** GL's blend factors of the colours. */
 struct Factors {
     GLenum source;
     GLenum destination;
 };
 
-constexpr Factors PlainFactors = {GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA};
-constexpr int FirstMode = BlendMode::Additive;
-constexpr unsigned int ModeCount = BlendMode::Invert - FirstMode + 1;
-
-constexpr GLenum SourceFactors[ModeCount] = {
-    GL_SRC_ALPHA,           // additive
-    GL_DST_COLOR,           // multiply
-    GL_ONE_MINUS_DST_COLOR, // screen
-    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
-    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
-    GL_SRC_ALPHA,           GL_SRC_ALPHA, GL_SRC_ALPHA, GL_SRC_ALPHA,
-    GL_DST_COLOR, // colour dodge
-    GL_SRC_ALPHA,
-    GL_ONE_MINUS_DST_COLOR, // invert
-};
-
-constexpr GLenum DestinationFactors[ModeCount] = {
-    GL_ONE,                 // additive
-    GL_ONE_MINUS_SRC_ALPHA, // multiply
-    GL_ONE,                 // screen
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_ALPHA, // colour dodge
-    GL_ONE_MINUS_SRC_ALPHA,
-    GL_ONE_MINUS_SRC_COLOR, // invert
-};
-
 constexpr Factors GetFactors(int nBlendMode) {
-    bool const fListed = nBlendMode >= FirstMode && nBlendMode <= BlendMode::Invert;
-    return fListed
-               ? Factors{SourceFactors[nBlendMode - FirstMode], DestinationFactors[nBlendMode - FirstMode]}
-               : PlainFactors;
+    switch (nBlendMode) {
+    case BlendMode::Additive:
+        return {GL_SRC_ALPHA, GL_ONE};
+    case BlendMode::Multiply:
+    case BlendMode::ColorDodge: // its program has divided already
+        return {GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA};
+    case BlendMode::Screen:
+        return {GL_ONE_MINUS_DST_COLOR, GL_ONE};
+    case BlendMode::Invert:
+        return {GL_ONE_MINUS_DST_COLOR, GL_ONE_MINUS_SRC_COLOR};
+    default: // Normal, and values without a name
+        return {GL_SRC_ALPHA, GL_ONE_MINUS_SRC_ALPHA};
+    }
 }
 
 } // namespace
