@@ -104,9 +104,11 @@ bool ResizeExactly(List<T>& list, unsigned int nCount) {
 } // namespace
 
 bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
-    if (!m_pTexture) {
-        return false;
-    }
+    return m_pTexture && CutAxes() && PlaceGridPoints() && JoinGridPoints();
+}
+
+/** Finds the cut lines of both axes; false without memory for them. */
+bool NinePatchSpriteGL2::CutAxes() {
     for (unsigned int nAxis = 0; nAxis < 2; ++nAxis) {
         m_cutCoords[nAxis].Clear();
         m_cutPositions[nAxis].Clear();
@@ -123,27 +125,31 @@ bool NinePatchSpriteGL2::EvaluateNinePatchInfo() {
                                        m_pTexture->GetWidth(), scale.x, u, x));
     static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height),
                                        m_pTexture->GetHeight(), scale.y, v, y));
-    unsigned int const nColumns = x.GetCount();
-    unsigned int const nRows = y.GetCount();
-    if (u.GetCount() != nColumns || v.GetCount() != nRows || nColumns == 0 || nRows == 0) {
-        return false;
-    }
-    if (!ResizeExactly(m_gridTextureCoords, nColumns * nRows)) {
-        return false;
-    }
-    for (unsigned int r = 0; r < nRows; ++r) {
-        for (unsigned int c = 0; c < nColumns; ++c) {
-            m_gridTextureCoords[r * nColumns + c] = Vector2T<RealFloat>(u[c], 1 - v[r]);
-        }
-    }
-    if (!ResizeExactly(m_gridVertices, nColumns * nRows)) {
+    return u.GetCount() == x.GetCount() && v.GetCount() == y.GetCount() && !x.IsEmpty() && !y.IsEmpty();
+}
+
+/** Gives each crossing of cut lines its place and its texture coordinates, row after row. */
+bool NinePatchSpriteGL2::PlaceGridPoints() {
+    unsigned int const nColumns = m_cutPositions[0].GetCount();
+    unsigned int const nRows = m_cutPositions[1].GetCount();
+    if (!ResizeExactly(m_gridTextureCoords, nColumns * nRows) ||
+        !ResizeExactly(m_gridVertices, nColumns * nRows)) {
         return false;
     }
     for (unsigned int r = 0; r < nRows; ++r) {
         for (unsigned int c = 0; c < nColumns; ++c) {
-            m_gridVertices[r * nColumns + c] = Vector3T<RealFloat>(x[c], y[r], 0);
+            unsigned int const i = r * nColumns + c;
+            m_gridTextureCoords[i] = Vector2T<RealFloat>(m_cutCoords[0][c], 1 - m_cutCoords[1][r]);
+            m_gridVertices[i] = Vector3T<RealFloat>(m_cutPositions[0][c], m_cutPositions[1][r], 0);
         }
     }
+    return true;
+}
+
+/** Joins the four points around each cell to two triangles. */
+bool NinePatchSpriteGL2::JoinGridPoints() {
+    unsigned int const nColumns = m_cutPositions[0].GetCount();
+    unsigned int const nRows = m_cutPositions[1].GetCount();
     if (!ResizeExactly(m_gridIndices, 6 * (nRows - 1) * (nColumns - 1))) {
         return false;
     }

@@ -60,6 +60,9 @@ public:
 private:
     void RegisterNPProperties();
     bool PrepareGrid();
+    bool CutAxes();
+    bool PlaceGridPoints();
+    bool JoinGridPoints();
     void OnSizeChanged(SizeT<int> const& size);
     void OnVectorChanged(Vector3T<RealFloat> const& value);
 
