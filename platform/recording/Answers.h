@@ -15,12 +15,12 @@ struct Limit {
 /** What glGet answers for limits, until something else is asked for. */
 inline constexpr Limit DefaultLimits[] = {
     {GL_MAX_TEXTURE_IMAGE_UNITS, 16},
-    {GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, static_cast<GLint>(kTextureUnits)},
+    {GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS, static_cast<GLint>(TextureUnits)},
     {GL_MAX_VERTEX_TEXTURE_IMAGE_UNITS, 16},
     {GL_MAX_TEXTURE_SIZE, 4096},
     {GL_MAX_CUBE_MAP_TEXTURE_SIZE, 4096},
     {GL_MAX_RENDERBUFFER_SIZE, 4096},
-    {GL_MAX_VERTEX_ATTRIBS, static_cast<GLint>(kVertexAttributes)},
+    {GL_MAX_VERTEX_ATTRIBS, static_cast<GLint>(VertexAttributes)},
     {GL_MAX_VERTEX_UNIFORM_VECTORS, 256},
     {GL_MAX_FRAGMENT_UNIFORM_VECTORS, 224},
     {GL_MAX_VARYING_VECTORS, 15},

@@ -54,12 +54,12 @@ std::string LocationText(std::int64_t location, ContextData const& context) {
         return std::to_string(location);
     }
     for (Uniform const& uniform : program->second.uniforms) {
-        std::int64_t const element = location - uniform.location;
-        if (element == 0) {
+        std::int64_t const nElement = location - uniform.location;
+        if (nElement == 0) {
             return uniform.name;
         }
-        if (element > 0 && element < uniform.size) {
-            return uniform.name + "[" + std::to_string(element) + "]";
+        if (nElement > 0 && nElement < uniform.size) {
+            return uniform.name + "[" + std::to_string(nElement) + "]";
         }
     }
     return std::to_string(location);
@@ -84,12 +84,12 @@ std::string AttributesText(std::vector<std::int64_t> const& list) {
 }
 
 std::string QuotedText(std::string const& text) {
-    constexpr std::size_t kLongest = 40;
+    constexpr std::size_t Longest = 40;
     std::string quoted = "\"";
-    for (char const c : text.substr(0, kLongest)) {
+    for (char const c : text.substr(0, Longest)) {
         quoted += c == '\n' ? std::string("\\n") : std::string(1, c);
     }
-    return quoted + (text.size() > kLongest ? "...\"" : "\"");
+    return quoted + (text.size() > Longest ? "...\"" : "\"");
 }
 
 /** The value of another argument of the same call, such as "count"; 1 when it has none. */
@@ -122,7 +122,7 @@ void ReadSources(Call& call, void const* pointer) {
     auto const* strings = static_cast<char const* const*>(pointer);
     auto const* lengths = static_cast<GLint const*>(call.arguments.back().pointer);
     for (std::size_t i = 0; i < Sibling(call, "count"); ++i) {
-        call.text += lengths != nullptr && lengths[i] >= 0
+        call.text += lengths && lengths[i] >= 0
                          ? std::string(strings[i], static_cast<std::size_t>(lengths[i]))
                          : std::string(strings[i]);
     }
@@ -158,7 +158,7 @@ void ReadContents(Call& call, Argument const& argument) {
         ReadValues<std::uint8_t, std::uint8_t>(
             call.bytes, argument.pointer,
             std::min(Sibling(call, call.name.compare(0, 8, "glBuffer") == 0 ? "size" : "imageSize"),
-                     kUploadCap));
+                     UploadCap));
         break;
     default:
         if (argument.kind >= ArgumentKind::Floats1) {
@@ -190,6 +190,20 @@ std::string ContentsText(Call const& call, ArgumentKind kind) {
     }
 }
 
+/** A handle's name; null by the name that EGL has for it, where it has one. */
+std::string HandleText(ArgumentKind kind, void const* handle) {
+    static std::pair<ArgumentKind, char const*> const s_nulls[] = {{ArgumentKind::Display, "EGL_NO_DISPLAY"},
+                                                                   {ArgumentKind::Surface, "EGL_NO_SURFACE"},
+                                                                   {ArgumentKind::Context, "EGL_NO_CONTEXT"},
+                                                                   {ArgumentKind::Image, "EGL_NO_IMAGE_KHR"}};
+    for (auto const& null : s_nulls) {
+        if (!handle && null.first == kind) {
+            return null.second;
+        }
+    }
+    return HandleName(handle);
+}
+
 std::string ArgumentText(Call const& call, Argument const& argument, ContextData const& context) {
     auto const value = static_cast<GLenum>(argument.integer);
     char text[32];
@@ -219,18 +233,14 @@ std::string ArgumentText(Call const& call, Argument const& argument, ContextData
     case ArgumentKind::Location:
         return LocationText(argument.integer, context);
     case ArgumentKind::Display:
-        return argument.pointer == nullptr ? "EGL_NO_DISPLAY" : HandleName(argument.pointer);
     case ArgumentKind::Surface:
-        return argument.pointer == nullptr ? "EGL_NO_SURFACE" : HandleName(argument.pointer);
     case ArgumentKind::Context:
-        return argument.pointer == nullptr ? "EGL_NO_CONTEXT" : HandleName(argument.pointer);
     case ArgumentKind::Image:
-        return argument.pointer == nullptr ? "EGL_NO_IMAGE_KHR" : HandleName(argument.pointer);
     case ArgumentKind::Config:
     case ArgumentKind::Sync:
-        return HandleName(argument.pointer);
+        return HandleText(argument.kind, argument.pointer);
     default:
-        return argument.pointer == nullptr ? "NULL" : ContentsText(call, argument.kind);
+        return argument.pointer ? ContentsText(call, argument.kind) : "NULL";
     }
 }
 
@@ -246,12 +256,12 @@ std::string HandleName(void const* handle) {
             return sort.second + std::to_string(HandleIndex(sort.first, handle));
         }
     }
-    return handle == nullptr ? "NULL" : handle == TheDisplay() ? "display" : "*";
+    return !handle ? "NULL" : handle == TheDisplay() ? "display" : "*";
 }
 
 void DescribeCall(Call& call, ContextData const& context) {
     for (Argument const& argument : call.arguments) {
-        if (argument.pointer != nullptr) {
+        if (argument.pointer) {
             ReadContents(call, argument);
         }
     }

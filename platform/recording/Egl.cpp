@@ -8,9 +8,10 @@ namespace kelvokit::recording {
 
 namespace {
 
-constexpr std::size_t kSurfaces = 0;
-constexpr std::size_t kContexts = 1;
-constexpr std::size_t kImages = 2;
+// Which of Session::handles counts what.
+constexpr std::size_t SurfaceCounter = 0;
+constexpr std::size_t ContextCounter = 1;
+constexpr std::size_t ImageCounter = 2;
 
 /** A handle that was never given before: EGL objects are told apart even after one was destroyed. */
 void* NewHandle(Session& session, Handle sort, std::size_t counter) {
@@ -31,9 +32,9 @@ bool RequireDisplay(Invocation& call, EGLDisplay display) {
 
 /** The config's index, or nothing after raising. */
 std::optional<std::size_t> RequireConfig(Invocation& call, EGLConfig config) {
-    std::uintptr_t const index = HandleIndex(Handle::Config, config);
-    if (index < call.GetSession().configs.size()) {
-        return index;
+    std::uintptr_t const nIndex = HandleIndex(Handle::Config, config);
+    if (nIndex < call.GetSession().configs.size()) {
+        return nIndex;
     }
     call.Raise(EGL_BAD_CONFIG);
     return std::nullopt;
@@ -61,11 +62,12 @@ ContextData* RequireContext(Invocation& call, EGLContext context) {
 
 /** Sizes must be at least, and the kinds of contexts must include, what is asked for. */
 bool Satisfies(Config const& config, EGLint const* attributes) {
-    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
-        EGLint const value = ConfigAttribute(config, attributes[0]).value_or(0);
-        bool const satisfied = attributes[0] == EGL_RENDERABLE_TYPE ? (value & attributes[1]) == attributes[1]
-                                                                    : value >= attributes[1];
-        if (attributes[1] != EGL_DONT_CARE && !satisfied) {
+    for (; attributes && *attributes != EGL_NONE; attributes += 2) {
+        EGLint const nValue = ConfigAttribute(config, attributes[0]).value_or(0);
+        bool const fSatisfied = attributes[0] == EGL_RENDERABLE_TYPE
+                                    ? (nValue & attributes[1]) == attributes[1]
+                                    : nValue >= attributes[1];
+        if (attributes[1] != EGL_DONT_CARE && !fSatisfied) {
             return false;
         }
     }
@@ -75,21 +77,21 @@ bool Satisfies(Config const& config, EGLint const* attributes) {
 /** Writes the configs that satisfy the attributes, at most `size`; without an array it only counts them. */
 EGLBoolean ListConfigs(Invocation& call, EGLint const* attributes, EGLConfig* configs, EGLint size,
                        EGLint* count) {
-    if (count == nullptr) {
+    if (!count) {
         return call.Refuse(EGL_BAD_PARAMETER);
     }
-    for (EGLint const* key = attributes; key != nullptr && *key != EGL_NONE; key += 2) {
-        if (!ConfigAttribute(Config(), *key)) {
+    for (EGLint const* pKey = attributes; pKey && *pKey != EGL_NONE; pKey += 2) {
+        if (!ConfigAttribute(Config(), *pKey)) {
             return call.Refuse(EGL_BAD_ATTRIBUTE);
         }
     }
     *count = 0;
     std::vector<Config> const& all = call.GetSession().configs;
     for (std::size_t i = 0; i < all.size(); ++i) {
-        if (!Satisfies(all[i], attributes) || (configs != nullptr && *count >= size)) {
+        if (!Satisfies(all[i], attributes) || (configs && *count >= size)) {
             continue;
         }
-        if (configs != nullptr) {
+        if (configs) {
             configs[*count] = ConfigHandle(i);
         }
         ++*count;
@@ -108,7 +110,7 @@ EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, i
         return EGL_NO_SURFACE;
     }
     Session& session = call.GetSession();
-    EGLSurface const surface = NewHandle(session, Handle::Surface, kSurfaces);
+    EGLSurface const surface = NewHandle(session, Handle::Surface, SurfaceCounter);
     session.surfaces[surface] = {width, height, *index, false};
     session.Created(Object::EglSurface);
     return surface;
@@ -116,7 +118,7 @@ EGLSurface MakeSurface(Invocation& call, EGLDisplay display, EGLConfig config, i
 
 /** What a list of attributes says of one; 0 where it says nothing. */
 EGLint ListedAttribute(EGLint const* attributes, EGLint wanted) {
-    for (; attributes != nullptr && *attributes != EGL_NONE; attributes += 2) {
+    for (; attributes && *attributes != EGL_NONE; attributes += 2) {
         if (attributes[0] == wanted) {
             return attributes[1];
         }
@@ -150,7 +152,7 @@ void ReleaseCurrent(Invocation& call) {
 
 /** The first time a context becomes current, its viewport takes the surface's size. */
 void FirstCurrent(Invocation& call, ContextData& context, SurfaceData const* surface) {
-    if (surface == nullptr) {
+    if (!surface) {
         return;
     }
     context.config = call.GetSession().configs[surface->config];
@@ -165,15 +167,15 @@ EGLImage MakeImage(Invocation& call, EGLDisplay display, EGLContext context, EGL
     if (!RequireDisplay(call, display)) {
         return EGL_NO_IMAGE_KHR;
     }
-    if (context != EGL_NO_CONTEXT && RequireContext(call, context) == nullptr) {
+    if (context != EGL_NO_CONTEXT && !RequireContext(call, context)) {
         return EGL_NO_IMAGE_KHR;
     }
-    if (buffer == nullptr) {
+    if (!buffer) {
         call.Raise(EGL_BAD_PARAMETER);
         return EGL_NO_IMAGE_KHR;
     }
     Session& session = call.GetSession();
-    EGLImage const image = NewHandle(session, Handle::Image, kImages);
+    EGLImage const image = NewHandle(session, Handle::Image, ImageCounter);
     session.images.insert(image);
     session.Created(Object::EglImage);
     return image;
@@ -205,10 +207,10 @@ EGLBoolean eglInitialize(Invocation& call, EGLDisplay dpy, EGLint* major, EGLint
         return call.Refuse(EGL_BAD_DISPLAY);
     }
     call.GetSession().initialized = true;
-    if (major != nullptr) {
+    if (major) {
         *major = 1;
     }
-    if (minor != nullptr) {
+    if (minor) {
         *minor = 5;
     }
     return EGL_TRUE;
@@ -291,12 +293,12 @@ EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surfac
     if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
     }
-    SurfaceData* data = RequireSurface(call, surface);
-    if (data == nullptr) {
+    SurfaceData* pData = RequireSurface(call, surface);
+    if (!pData) {
         return EGL_FALSE;
     }
     call.GetSession().Deleted(Object::EglSurface);
-    data->destroyed = true;
+    pData->destroyed = true;
     if (!IsCurrentSurface(call.Thread(), surface)) {
         call.GetSession().surfaces.erase(surface);
     }
@@ -304,7 +306,7 @@ EGLBoolean eglDestroySurface(Invocation& call, EGLDisplay dpy, EGLSurface surfac
 }
 
 EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) {
-    if (!RequireDisplay(call, dpy) || RequireSurface(call, surface) == nullptr) {
+    if (!RequireDisplay(call, dpy) || !RequireSurface(call, surface)) {
         return EGL_FALSE;
     }
     if (call.Thread().draw != surface) {
@@ -325,16 +327,16 @@ EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, 
         call.Raise(EGL_BAD_CONFIG);
         return EGL_NO_CONTEXT;
     }
-    ContextData const* shared =
+    ContextData const* pShared =
         share_context != EGL_NO_CONTEXT ? RequireContext(call, share_context) : nullptr;
-    if (share_context != EGL_NO_CONTEXT && shared == nullptr) {
+    if (share_context != EGL_NO_CONTEXT && !pShared) {
         return EGL_NO_CONTEXT;
     }
     Session& session = call.GetSession();
-    EGLContext const context = NewHandle(session, Handle::Context, kContexts);
+    EGLContext const context = NewHandle(session, Handle::Context, ContextCounter);
     session.contexts[context] = std::make_shared<ContextData>();
-    if (shared != nullptr) {
-        session.contexts[context]->objects = shared->objects;
+    if (pShared) {
+        session.contexts[context]->objects = pShared->objects;
     }
     session.Created(Object::EglContext);
     return context;
@@ -344,13 +346,13 @@ EGLBoolean eglDestroyContext(Invocation& call, EGLDisplay dpy, EGLContext ctx) {
     if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
     }
-    ContextData* context = RequireContext(call, ctx);
-    if (context == nullptr) {
+    ContextData* pContext = RequireContext(call, ctx);
+    if (!pContext) {
         return EGL_FALSE;
     }
     Session& session = call.GetSession();
     session.Deleted(Object::EglContext);
-    context->destroyed = true;
+    pContext->destroyed = true;
     if (session.current.count(ctx) == 0) {
         session.contexts.erase(ctx);
     }
@@ -371,13 +373,12 @@ EGLBoolean eglMakeCurrent(Invocation& call, EGLDisplay dpy, EGLSurface draw, EGL
     if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
     }
-    ContextData* context = RequireContext(call, ctx);
-    if (context == nullptr) {
+    ContextData* pContext = RequireContext(call, ctx);
+    if (!pContext) {
         return EGL_FALSE;
     }
-    SurfaceData const* surface = draw != EGL_NO_SURFACE ? RequireSurface(call, draw) : nullptr;
-    if ((draw != EGL_NO_SURFACE && surface == nullptr) ||
-        (read != EGL_NO_SURFACE && RequireSurface(call, read) == nullptr)) {
+    SurfaceData const* pSurface = draw != EGL_NO_SURFACE ? RequireSurface(call, draw) : nullptr;
+    if ((draw != EGL_NO_SURFACE && !pSurface) || (read != EGL_NO_SURFACE && !RequireSurface(call, read))) {
         return EGL_FALSE;
     }
     if (thread.context != ctx && session.current.count(ctx) != 0) {
@@ -392,7 +393,7 @@ EGLBoolean eglMakeCurrent(Invocation& call, EGLDisplay dpy, EGLSurface draw, EGL
     thread.context = ctx;
     session.current.insert(ctx);
     session.lastUsed = session.contexts[ctx];
-    FirstCurrent(call, *context, surface);
+    FirstCurrent(call, *pContext, pSurface);
     return EGL_TRUE;
 }
 

@@ -7,8 +7,8 @@
 namespace {
 
 /** Ends the program when nobody has written an answer. */
-void RequireAnswer(bool exists, char const* name) {
-    if (exists) {
+void RequireAnswer(bool fExists, char const* name) {
+    if (fExists) {
         return;
     }
     std::fprintf(stderr, "recording: %s is called and has no answer\n", name);
@@ -66,7 +66,7 @@ struct EntryPoint {
     Procedure address;
 };
 
-EntryPoint const g_entryPoints[] = {
+EntryPoint const EntryPoints[] = {
 #define ENTRY(result, name, ...) {#name, reinterpret_cast<Procedure>(&::name)},
 #define ENTRY0(result, name) {#name, reinterpret_cast<Procedure>(&::name)},
 #define EXTENSION(result, name, ...) {#name, reinterpret_cast<Procedure>(&extension::name)},
@@ -79,7 +79,7 @@ EntryPoint const g_entryPoints[] = {
 } // namespace
 
 Procedure FindEntryPoint(char const* name) {
-    for (EntryPoint const& entry : g_entryPoints) {
+    for (EntryPoint const& entry : EntryPoints) {
         if (std::strcmp(entry.name, name) == 0) {
             return entry.address;
         }

@@ -18,7 +18,7 @@ struct NamedValue {
 // to have one name; the kinds of arguments that use them name them.
 #define NAME(enumerant)                                                                                      \
     { enumerant, #enumerant }
-NamedValue const g_glNames[] = {
+NamedValue const GlNames[] = {
     NAME(GL_SRC_COLOR), NAME(GL_ONE_MINUS_SRC_COLOR), NAME(GL_SRC_ALPHA), NAME(GL_ONE_MINUS_SRC_ALPHA),
     NAME(GL_DST_ALPHA), NAME(GL_ONE_MINUS_DST_ALPHA), NAME(GL_DST_COLOR), NAME(GL_ONE_MINUS_DST_COLOR),
     NAME(GL_SRC_ALPHA_SATURATE), NAME(GL_FUNC_ADD), NAME(GL_FUNC_SUBTRACT), NAME(GL_FUNC_REVERSE_SUBTRACT),
@@ -62,7 +62,7 @@ NamedValue const g_glNames[] = {
     NAME(GL_ETC1_RGB8_OES), NAME(GL_ATC_RGB_AMD), NAME(GL_ATC_RGBA_EXPLICIT_ALPHA_AMD),
     NAME(GL_ATC_RGBA_INTERPOLATED_ALPHA_AMD), NAME(GL_DEPTH_COMPONENT24_OES),
 };
-NamedValue const g_eglNames[] = {
+NamedValue const EglNames[] = {
     NAME(EGL_ALPHA_SIZE), NAME(EGL_BAD_ACCESS), NAME(EGL_BAD_ALLOC), NAME(EGL_BAD_ATTRIBUTE),
     NAME(EGL_BAD_CONFIG), NAME(EGL_BAD_CONTEXT), NAME(EGL_BAD_DISPLAY), NAME(EGL_BAD_MATCH),
     NAME(EGL_BAD_PARAMETER), NAME(EGL_BAD_SURFACE), NAME(EGL_BLUE_SIZE), NAME(EGL_BUFFER_SIZE),
@@ -88,14 +88,14 @@ std::string Find(NamedValue const (&names)[N], unsigned value) {
 } // namespace
 
 std::string EnumName(GLenum value) {
-    if (value >= GL_TEXTURE0 && value < GL_TEXTURE0 + kTextureUnits) {
+    if (value >= GL_TEXTURE0 && value < GL_TEXTURE0 + TextureUnits) {
         return "GL_TEXTURE" + std::to_string(value - GL_TEXTURE0);
     }
-    return Find(g_glNames, value);
+    return Find(GlNames, value);
 }
 
 std::string EglEnumName(EGLint value) {
-    return Find(g_eglNames, static_cast<unsigned>(value));
+    return Find(EglNames, static_cast<unsigned>(value));
 }
 
 } // namespace kelvokit::recording

@@ -33,9 +33,9 @@ T Load(std::uint8_t const* bytes) {
 }
 
 template <class T>
-float LoadInteger(std::uint8_t const* bytes, bool normalized) {
+float LoadInteger(std::uint8_t const* bytes, bool fNormalized) {
     auto const value = static_cast<float>(Load<T>(bytes));
-    if (!normalized) {
+    if (!fNormalized) {
         return value;
     }
     auto const largest = static_cast<float>(std::numeric_limits<T>::max());
@@ -43,16 +43,16 @@ float LoadInteger(std::uint8_t const* bytes, bool normalized) {
 }
 
 /** One component as GL reads it. */
-float LoadComponent(std::uint8_t const* bytes, GLenum type, bool normalized) {
+float LoadComponent(std::uint8_t const* bytes, GLenum type, bool fNormalized) {
     switch (type) {
     case GL_BYTE:
-        return LoadInteger<GLbyte>(bytes, normalized);
+        return LoadInteger<GLbyte>(bytes, fNormalized);
     case GL_UNSIGNED_BYTE:
-        return LoadInteger<GLubyte>(bytes, normalized);
+        return LoadInteger<GLubyte>(bytes, fNormalized);
     case GL_SHORT:
-        return LoadInteger<GLshort>(bytes, normalized);
+        return LoadInteger<GLshort>(bytes, fNormalized);
     case GL_UNSIGNED_SHORT:
-        return LoadInteger<GLushort>(bytes, normalized);
+        return LoadInteger<GLushort>(bytes, fNormalized);
     case GL_FIXED:
         return static_cast<float>(Load<GLint>(bytes)) / 65536.0f;
     default:
@@ -72,13 +72,13 @@ Source FindSource(ShareGroup const& objects, GLuint buffer, void const* pointer)
         source.bytes = static_cast<std::uint8_t const*>(pointer);
         return source;
     }
-    Buffer const* object = objects.buffers.Find(buffer);
+    Buffer const* pObject = objects.buffers.Find(buffer);
     auto const offset = reinterpret_cast<std::uintptr_t>(pointer);
-    if (object == nullptr || offset > object->bytes.size()) {
+    if (!pObject || offset > pObject->bytes.size()) {
         return source;
     }
-    source.bytes = object->bytes.data() + offset;
-    source.size = object->bytes.size() - offset;
+    source.bytes = pObject->bytes.data() + offset;
+    source.size = pObject->bytes.size() - offset;
     return source;
 }
 
@@ -93,15 +93,15 @@ VertexStream ReadStream(ShareGroup const& objects, VertexAttribute const& attrib
     stream.pointer = attribute.pointer;
     stream.buffer = attribute.buffer;
     Source const source = FindSource(objects, attribute.buffer, attribute.pointer);
-    std::size_t const component = TypeSize(attribute.type);
-    std::size_t const vertex = component * static_cast<std::size_t>(attribute.size);
-    std::size_t const stride = attribute.stride != 0 ? static_cast<std::size_t>(attribute.stride) : vertex;
+    std::size_t const nComponent = TypeSize(attribute.type);
+    std::size_t const nVertex = nComponent * static_cast<std::size_t>(attribute.size);
+    std::size_t const nStride = attribute.stride != 0 ? static_cast<std::size_t>(attribute.stride) : nVertex;
     for (GLuint const index : vertices) {
-        if (source.bytes == nullptr || index * stride + vertex > source.size) {
+        if (!source.bytes || index * nStride + nVertex > source.size) {
             return stream;
         }
-        std::uint8_t const* at = source.bytes + index * stride;
-        for (std::size_t i = 0; i < vertex; i += component) {
+        std::uint8_t const* at = source.bytes + index * nStride;
+        for (std::size_t i = 0; i < nVertex; i += nComponent) {
             stream.values.push_back(LoadComponent(at + i, attribute.type, attribute.normalized));
         }
     }
@@ -112,12 +112,12 @@ std::vector<GLuint> ReadIndices(ShareGroup const& objects, GLuint buffer, GLsize
                                 void const* pointer) {
     std::vector<GLuint> indices;
     Source const source = FindSource(objects, buffer, pointer);
-    std::size_t const size = TypeSize(type);
+    std::size_t const nSize = TypeSize(type);
     for (std::size_t i = 0; i < static_cast<std::size_t>(count); ++i) {
-        if (source.bytes == nullptr || (i + 1) * size > source.size) {
+        if (!source.bytes || (i + 1) * nSize > source.size) {
             return indices;
         }
-        std::uint8_t const* at = source.bytes + i * size;
+        std::uint8_t const* at = source.bytes + i * nSize;
         indices.push_back(type == GL_UNSIGNED_BYTE ? *at : Load<GLushort>(at));
     }
     return indices;
@@ -142,7 +142,7 @@ void NoteDraw(Invocation& call, Draw draw) {
         }
         return std::string();
     };
-    for (GLuint i = 0; i < kVertexAttributes; ++i) {
+    for (GLuint i = 0; i < VertexAttributes; ++i) {
         if (draw.state.attributes[i].enabled) {
             draw.streams[i] = ReadStream(call.Objects(), draw.state.attributes[i], draw.indices);
             draw.streams[i].name = nameOf(i);
@@ -173,17 +173,17 @@ GLuint* BufferBinding(State& state, GLenum target) {
 
 /** The buffer bound to a target, or null after raising what is wrong. */
 Buffer* RequireBuffer(Invocation& call, GLenum target) {
-    GLuint const* binding = BufferBinding(call.GetState(), target);
-    Buffer* buffer = binding != nullptr ? call.Objects().buffers.Find(*binding) : nullptr;
-    if (buffer == nullptr) {
-        call.Raise(binding == nullptr ? GL_INVALID_ENUM : GL_INVALID_OPERATION);
+    GLuint const* pBinding = BufferBinding(call.GetState(), target);
+    Buffer* pBuffer = pBinding ? call.Objects().buffers.Find(*pBinding) : nullptr;
+    if (!pBuffer) {
+        call.Raise(pBinding ? GL_INVALID_OPERATION : GL_INVALID_ENUM);
     }
-    return buffer;
+    return pBuffer;
 }
 
 /** The attribute with that index, or null after raising. */
 VertexAttribute* RequireAttribute(Invocation& call, GLuint index) {
-    if (index < kVertexAttributes) {
+    if (index < VertexAttributes) {
         return &call.GetState().attributes[index];
     }
     call.Raise(GL_INVALID_VALUE);
@@ -231,21 +231,21 @@ void glDrawElements(Invocation& call, GLenum mode, GLsizei count, GLenum type, v
 // ---- Vertex arrays
 
 void glEnableVertexAttribArray(Invocation& call, GLuint index) {
-    if (VertexAttribute* attribute = RequireAttribute(call, index)) {
-        attribute->enabled = true;
+    if (VertexAttribute* pAttribute = RequireAttribute(call, index)) {
+        pAttribute->enabled = true;
     }
 }
 
 void glDisableVertexAttribArray(Invocation& call, GLuint index) {
-    if (VertexAttribute* attribute = RequireAttribute(call, index)) {
-        attribute->enabled = false;
+    if (VertexAttribute* pAttribute = RequireAttribute(call, index)) {
+        pAttribute->enabled = false;
     }
 }
 
 void glVertexAttribPointer(Invocation& call, GLuint index, GLint size, GLenum type, GLboolean normalized,
                            GLsizei stride, void const* pointer) {
-    VertexAttribute* attribute = RequireAttribute(call, index);
-    if (attribute == nullptr) {
+    VertexAttribute* pAttribute = RequireAttribute(call, index);
+    if (!pAttribute) {
         return;
     }
     if (TypeSize(type) == 0) {
@@ -254,12 +254,12 @@ void glVertexAttribPointer(Invocation& call, GLuint index, GLint size, GLenum ty
     if (size < 1 || size > 4 || stride < 0) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    attribute->size = size;
-    attribute->type = type;
-    attribute->normalized = normalized != GL_FALSE;
-    attribute->stride = stride;
-    attribute->pointer = pointer;
-    attribute->buffer = call.GetState().arrayBuffer;
+    pAttribute->size = size;
+    pAttribute->type = type;
+    pAttribute->normalized = normalized != GL_FALSE;
+    pAttribute->stride = stride;
+    pAttribute->pointer = pointer;
+    pAttribute->buffer = call.GetState().arrayBuffer;
 }
 
 // ---- Buffers
@@ -283,14 +283,14 @@ void glDeleteBuffers(Invocation& call, GLsizei n, GLuint const* buffers) {
 }
 
 void glBindBuffer(Invocation& call, GLenum target, GLuint buffer) {
-    GLuint* binding = BufferBinding(call.GetState(), target);
-    if (binding == nullptr) {
+    GLuint* pBinding = BufferBinding(call.GetState(), target);
+    if (!pBinding) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (buffer != 0) {
         call.Objects().buffers.Make(buffer);
     }
-    *binding = buffer;
+    *pBinding = buffer;
 }
 
 void glBufferData(Invocation& call, GLenum target, GLsizeiptr size, void const* data, GLenum usage) {
@@ -300,26 +300,26 @@ void glBufferData(Invocation& call, GLenum target, GLsizeiptr size, void const* 
     if (size < 0) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    Buffer* buffer = RequireBuffer(call, target);
-    if (buffer == nullptr) {
+    Buffer* pBuffer = RequireBuffer(call, target);
+    if (!pBuffer) {
         return;
     }
-    buffer->usage = usage;
-    buffer->bytes.assign(static_cast<std::size_t>(size), 0);
-    if (data != nullptr && size > 0) {
-        std::memcpy(buffer->bytes.data(), data, static_cast<std::size_t>(size));
+    pBuffer->usage = usage;
+    pBuffer->bytes.assign(static_cast<std::size_t>(size), 0);
+    if (data && size > 0) {
+        std::memcpy(pBuffer->bytes.data(), data, static_cast<std::size_t>(size));
     }
 }
 
 void glBufferSubData(Invocation& call, GLenum target, GLintptr offset, GLsizeiptr size, void const* data) {
-    Buffer* buffer = RequireBuffer(call, target);
-    if (buffer == nullptr) {
+    Buffer* pBuffer = RequireBuffer(call, target);
+    if (!pBuffer) {
         return;
     }
-    if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > buffer->bytes.size()) {
+    if (offset < 0 || size < 0 || static_cast<std::size_t>(offset + size) > pBuffer->bytes.size()) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    std::memcpy(buffer->bytes.data() + offset, data, static_cast<std::size_t>(size));
+    std::memcpy(pBuffer->bytes.data() + offset, data, static_cast<std::size_t>(size));
 }
 
 } // namespace answer

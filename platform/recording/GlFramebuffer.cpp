@@ -79,14 +79,14 @@ Attachment* FindAttachment(Framebuffer& framebuffer, GLenum point) {
  * The slot that an attach call means, or null after raising what is wrong with target or attachment point.
  */
 Attachment* RequireAttachment(Invocation& call, GLenum target, GLenum point) {
-    Framebuffer* framebuffer = call.Context().framebuffers.Find(call.GetState().framebuffer);
+    Framebuffer* pFramebuffer = call.Context().framebuffers.Find(call.GetState().framebuffer);
     Framebuffer none;
-    if (target != GL_FRAMEBUFFER || FindAttachment(none, point) == nullptr) {
+    if (target != GL_FRAMEBUFFER || !FindAttachment(none, point)) {
         call.Raise(GL_INVALID_ENUM);
-    } else if (framebuffer == nullptr) {
+    } else if (!pFramebuffer) {
         call.Raise(GL_INVALID_OPERATION);
     } else {
-        return FindAttachment(*framebuffer, point);
+        return FindAttachment(*pFramebuffer, point);
     }
     return nullptr;
 }
@@ -94,13 +94,13 @@ Attachment* RequireAttachment(Invocation& call, GLenum target, GLenum point) {
 } // namespace
 
 Config DrawBits(ContextData const& context) {
-    Framebuffer const* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr) {
+    Framebuffer const* pFramebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (!pFramebuffer) {
         return context.config;
     }
-    Config bits = AttachedImage(framebuffer->color).bits;
-    bits.depth = AttachedImage(framebuffer->depth).bits.depth;
-    bits.stencil = AttachedImage(framebuffer->stencil).bits.stencil;
+    Config bits = AttachedImage(pFramebuffer->color).bits;
+    bits.depth = AttachedImage(pFramebuffer->depth).bits.depth;
+    bits.stencil = AttachedImage(pFramebuffer->stencil).bits.stencil;
     return bits;
 }
 
@@ -108,40 +108,41 @@ GLenum FramebufferStatus(ContextData const& context, Session const& session) {
     if (session.framebufferStatus != 0) {
         return session.framebufferStatus;
     }
-    Framebuffer const* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr) {
+    Framebuffer const* pFramebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (!pFramebuffer) {
         return GL_FRAMEBUFFER_COMPLETE;
     }
-    GLsizei width = 0;
-    GLsizei height = 0;
-    for (Attachment const* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
-        if (attachment->type == GL_NONE) {
+    GLsizei nWidth = 0;
+    GLsizei nHeight = 0;
+    for (Attachment const* pAttachment :
+         {&pFramebuffer->color, &pFramebuffer->depth, &pFramebuffer->stencil}) {
+        if (pAttachment->type == GL_NONE) {
             continue;
         }
-        Image const image = AttachedImage(*attachment);
-        int const bits = attachment == &framebuffer->color   ? image.bits.red
-                         : attachment == &framebuffer->depth ? image.bits.depth
-                                                             : image.bits.stencil;
-        if (image.width == 0 || image.height == 0 || bits == 0) {
+        Image const image = AttachedImage(*pAttachment);
+        int const nBits = pAttachment == &pFramebuffer->color   ? image.bits.red
+                          : pAttachment == &pFramebuffer->depth ? image.bits.depth
+                                                                : image.bits.stencil;
+        if (image.width == 0 || image.height == 0 || nBits == 0) {
             return GL_FRAMEBUFFER_INCOMPLETE_ATTACHMENT;
         }
-        if (width != 0 && (width != image.width || height != image.height)) {
+        if (nWidth != 0 && (nWidth != image.width || nHeight != image.height)) {
             return GL_FRAMEBUFFER_INCOMPLETE_DIMENSIONS;
         }
-        width = image.width;
-        height = image.height;
+        nWidth = image.width;
+        nHeight = image.height;
     }
-    return width == 0 ? GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT : GL_FRAMEBUFFER_COMPLETE;
+    return nWidth == 0 ? GL_FRAMEBUFFER_INCOMPLETE_MISSING_ATTACHMENT : GL_FRAMEBUFFER_COMPLETE;
 }
 
 void DetachFromBound(ContextData& context, GLenum type, GLuint name) {
-    Framebuffer* framebuffer = context.framebuffers.Find(context.state.framebuffer);
-    if (framebuffer == nullptr) {
+    Framebuffer* pFramebuffer = context.framebuffers.Find(context.state.framebuffer);
+    if (!pFramebuffer) {
         return;
     }
-    for (Attachment* attachment : {&framebuffer->color, &framebuffer->depth, &framebuffer->stencil}) {
-        if (attachment->type == type && attachment->name == name) {
-            *attachment = Attachment();
+    for (Attachment* pAttachment : {&pFramebuffer->color, &pFramebuffer->depth, &pFramebuffer->stencil}) {
+        if (pAttachment->type == type && pAttachment->name == name) {
+            *pAttachment = Attachment();
         }
     }
 }
@@ -188,43 +189,43 @@ GLenum glCheckFramebufferStatus(Invocation& call, GLenum target) {
 
 void glFramebufferTexture2D(Invocation& call, GLenum target, GLenum attachment, GLenum textarget,
                             GLuint texture, GLint level) {
-    Attachment* slot = RequireAttachment(call, target, attachment);
-    if (slot == nullptr) {
+    Attachment* pSlot = RequireAttachment(call, target, attachment);
+    if (!pSlot) {
         return;
     }
     if (texture == 0) {
-        *slot = Attachment();
+        *pSlot = Attachment();
         return;
     }
     if (textarget != GL_TEXTURE_2D) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    if (call.Objects().textures.Find(texture) == nullptr) {
+    if (!call.Objects().textures.Find(texture)) {
         return call.Raise(GL_INVALID_OPERATION);
     }
     if (level != 0) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    *slot = {GL_TEXTURE, texture, call.Objects().textures.Share(texture), nullptr};
+    *pSlot = {GL_TEXTURE, texture, call.Objects().textures.Share(texture), nullptr};
 }
 
 void glFramebufferRenderbuffer(Invocation& call, GLenum target, GLenum attachment, GLenum renderbuffertarget,
                                GLuint renderbuffer) {
-    Attachment* slot = RequireAttachment(call, target, attachment);
-    if (slot == nullptr) {
+    Attachment* pSlot = RequireAttachment(call, target, attachment);
+    if (!pSlot) {
         return;
     }
     if (renderbuffer == 0) {
-        *slot = Attachment();
+        *pSlot = Attachment();
         return;
     }
     if (renderbuffertarget != GL_RENDERBUFFER) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    if (call.Objects().renderbuffers.Find(renderbuffer) == nullptr) {
+    if (!call.Objects().renderbuffers.Find(renderbuffer)) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    *slot = {GL_RENDERBUFFER, renderbuffer, nullptr, call.Objects().renderbuffers.Share(renderbuffer)};
+    *pSlot = {GL_RENDERBUFFER, renderbuffer, nullptr, call.Objects().renderbuffers.Share(renderbuffer)};
 }
 
 // ---- Renderbuffers
@@ -258,15 +259,15 @@ void glRenderbufferStorage(Invocation& call, GLenum target, GLenum internalforma
     if (target != GL_RENDERBUFFER || (bits.red == 0 && bits.depth == 0 && bits.stencil == 0)) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    GLint const most = call.GetSession().limits[GL_MAX_RENDERBUFFER_SIZE];
-    if (width < 0 || height < 0 || width > most || height > most) {
+    GLint const nMost = call.GetSession().limits[GL_MAX_RENDERBUFFER_SIZE];
+    if (width < 0 || height < 0 || width > nMost || height > nMost) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    Renderbuffer* renderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
-    if (renderbuffer == nullptr) {
+    Renderbuffer* pRenderbuffer = call.Objects().renderbuffers.Find(call.GetState().renderbuffer);
+    if (!pRenderbuffer) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    *renderbuffer = {internalformat, width, height};
+    *pRenderbuffer = {internalformat, width, height};
 }
 
 // ---- Read-back
@@ -285,15 +286,15 @@ void glReadPixels(Invocation& call, GLint x, GLint y, GLsizei width, GLsizei hei
     if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE) {
         return call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
     }
-    int const components = format == GL_RGBA ? 4 : 3;
+    int const nComponents = format == GL_RGBA ? 4 : 3;
     auto const alignment = static_cast<std::size_t>(call.GetState().packAlignment);
-    std::size_t const pitch =
-        (static_cast<std::size_t>(width * components) + alignment - 1) / alignment * alignment;
-    for (int row = 0; row < height; ++row) {
-        auto* to = static_cast<std::uint8_t*>(pixels) + pitch * static_cast<std::size_t>(row);
-        for (int column = 0; column < width; ++column) {
-            for (int component = 0; component < components; ++component) {
-                *to++ = ReadPixelsPattern(x + column, y + row, component);
+    std::size_t const nPitch =
+        (static_cast<std::size_t>(width * nComponents) + alignment - 1) / alignment * alignment;
+    for (int nRow = 0; nRow < height; ++nRow) {
+        auto* to = static_cast<std::uint8_t*>(pixels) + nPitch * static_cast<std::size_t>(nRow);
+        for (int nColumn = 0; nColumn < width; ++nColumn) {
+            for (int nComponent = 0; nComponent < nComponents; ++nComponent) {
+                *to++ = ReadPixelsPattern(x + nColumn, y + nRow, nComponent);
             }
         }
     }

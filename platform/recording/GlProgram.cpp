@@ -68,13 +68,14 @@ GLint LogLength(Invocation& call, std::string const& log) {
 
 /** Copies text as the glGet*InfoLog functions do: cut to the buffer, always terminated. */
 void CopyText(std::string const& text, GLsizei bufSize, GLsizei* length, GLchar* buffer) {
-    std::size_t const copied = bufSize > 0 ? std::min(text.size(), static_cast<std::size_t>(bufSize) - 1) : 0;
+    std::size_t const nCopied =
+        bufSize > 0 ? std::min(text.size(), static_cast<std::size_t>(bufSize) - 1) : 0;
     if (bufSize > 0) {
-        std::memcpy(buffer, text.data(), copied);
-        buffer[copied] = '\0';
+        std::memcpy(buffer, text.data(), nCopied);
+        buffer[nCopied] = '\0';
     }
-    if (length != nullptr) {
-        *length = static_cast<GLsizei>(copied);
+    if (length) {
+        *length = static_cast<GLsizei>(nCopied);
     }
 }
 
@@ -86,23 +87,23 @@ std::optional<std::string> LinkError(Invocation& call, Program const& program) {
     if (session.linkFailure || call.IsFailing()) {
         return session.linkFailure.value_or("error: told to fail");
     }
-    bool vertex = false;
-    bool fragment = false;
+    bool fVertex = false;
+    bool fFragment = false;
     for (GLuint const name : program.shaders) {
         Shader const& shader = call.Objects().shaders.at(name);
         if (!shader.compiled) {
             return std::string("error: linking with uncompiled shader");
         }
-        (shader.type == GL_VERTEX_SHADER ? vertex : fragment) = true;
+        (shader.type == GL_VERTEX_SHADER ? fVertex : fFragment) = true;
     }
-    if (!vertex || !fragment) {
-        return std::string("error: program lacks a ") + (vertex ? "fragment" : "vertex") + " shader";
+    if (!fVertex || !fFragment) {
+        return std::string("error: program lacks a ") + (fVertex ? "fragment" : "vertex") + " shader";
     }
     return std::nullopt;
 }
 
 void AddUniform(Program& program, Declaration const& declaration) {
-    if (program.Find(declaration.name) != nullptr) {
+    if (program.Find(declaration.name)) {
         return;
     }
     Uniform uniform;
@@ -116,7 +117,7 @@ void AddUniform(Program& program, Declaration const& declaration) {
 
 /** Bound attributes get what was asked for, the others the lowest locations that are left. */
 void AssignAttributes(Program& program, std::vector<std::string> const& names) {
-    std::vector<bool> taken(kVertexAttributes, false);
+    std::vector<bool> taken(VertexAttributes, false);
     for (std::string const& name : names) {
         auto const bound = program.bindings.find(name);
         if (bound == program.bindings.end()) {
@@ -159,10 +160,10 @@ void Link(Invocation& call, Program& program) {
         }
     }
     AssignAttributes(program, attributes);
-    GLint location = 64 * call.GetSession().links++;
+    GLint nLocation = 64 * call.GetSession().links++;
     for (Uniform& uniform : program.uniforms) {
-        uniform.location = location;
-        location += uniform.size;
+        uniform.location = nLocation;
+        nLocation += uniform.size;
     }
 }
 
@@ -185,14 +186,14 @@ bool IsMatrix(GLenum type) {
 }
 
 /** Whether a uniform of `type` may be set with `components` floats or integers for each element. */
-bool Accepts(GLenum type, std::size_t components, bool integers, bool matrix) {
-    if (components != ComponentCount(type) || matrix != IsMatrix(type)) {
+bool Accepts(GLenum type, std::size_t components, bool fIntegers, bool fMatrix) {
+    if (components != ComponentCount(type) || fMatrix != IsMatrix(type)) {
         return false;
     }
     if (IsBooleanType(type)) {
         return true;
     }
-    return integers ? IsIntegerType(type) || IsSampler(type) : !IsIntegerType(type) && !IsSampler(type);
+    return fIntegers ? IsIntegerType(type) || IsSampler(type) : !IsIntegerType(type) && !IsSampler(type);
 }
 
 Uniform* FindLocation(Program& program, GLint location) {
@@ -207,7 +208,7 @@ Uniform* FindLocation(Program& program, GLint location) {
 /** What all glUniform* functions do. */
 template <class T>
 void SetUniform(Invocation& call, GLint location, GLsizei count, std::size_t components, T const* values,
-                bool matrix = false) {
+                bool fMatrix = false) {
     auto const program = call.Objects().programs.find(call.GetState().program);
     if (program == call.Objects().programs.end()) {
         return call.Raise(GL_INVALID_OPERATION);
@@ -218,21 +219,21 @@ void SetUniform(Invocation& call, GLint location, GLsizei count, std::size_t com
     if (location == -1) {
         return;
     }
-    Uniform* uniform = FindLocation(program->second, location);
-    if (uniform == nullptr || !Accepts(uniform->type, components, std::is_integral_v<T>, matrix) ||
-        (count > 1 && uniform->size == 1)) {
+    Uniform* pUniform = FindLocation(program->second, location);
+    if (!pUniform || !Accepts(pUniform->type, components, std::is_integral_v<T>, fMatrix) ||
+        (count > 1 && pUniform->size == 1)) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    if (IsSampler(uniform->type) &&
+    if (IsSampler(pUniform->type) &&
         (values[0] < 0 ||
          static_cast<double>(values[0]) >= call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS])) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    std::size_t const first = static_cast<std::size_t>(location - uniform->location) * components;
-    std::size_t const last =
-        std::min(first + static_cast<std::size_t>(count) * components, uniform->values.size());
-    for (std::size_t i = first; i < last; ++i) {
-        uniform->values[i] = static_cast<float>(values[i - first]);
+    std::size_t const nFirst = static_cast<std::size_t>(location - pUniform->location) * components;
+    std::size_t const nLast =
+        std::min(nFirst + static_cast<std::size_t>(count) * components, pUniform->values.size());
+    for (std::size_t i = nFirst; i < nLast; ++i) {
+        pUniform->values[i] = static_cast<float>(values[i - nFirst]);
     }
 }
 
@@ -265,13 +266,13 @@ void glDeleteShader(Invocation& call, GLuint shader) {
     if (shader == 0) {
         return;
     }
-    Shader* object = RequireShader(call, shader);
-    if (object == nullptr || object->deleted) {
+    Shader* pObject = RequireShader(call, shader);
+    if (!pObject || pObject->deleted) {
         return;
     }
     call.GetSession().Deleted(Object::Shader);
-    object->deleted = true;
-    if (object->attachments == 0) {
+    pObject->deleted = true;
+    if (pObject->attachments == 0) {
         call.Objects().shaders.erase(shader);
     }
 }
@@ -282,51 +283,51 @@ GLboolean glIsShader(Invocation& call, GLuint shader) {
 
 void glShaderSource(Invocation& call, GLuint shader, GLsizei count, GLchar const* const* string,
                     GLint const* length) {
-    Shader* object = RequireShader(call, shader);
-    if (object == nullptr) {
+    Shader* pObject = RequireShader(call, shader);
+    if (!pObject) {
         return;
     }
     if (count < 0) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    object->source.clear();
+    pObject->source.clear();
     for (GLsizei i = 0; i < count; ++i) {
-        object->source += length != nullptr && length[i] >= 0
-                              ? std::string(string[i], static_cast<std::size_t>(length[i]))
-                              : std::string(string[i]);
+        pObject->source += length && length[i] >= 0
+                               ? std::string(string[i], static_cast<std::size_t>(length[i]))
+                               : std::string(string[i]);
     }
 }
 
 void glCompileShader(Invocation& call, GLuint shader) {
-    Shader* object = RequireShader(call, shader);
-    if (object == nullptr) {
+    Shader* pObject = RequireShader(call, shader);
+    if (!pObject) {
         return;
     }
     if (call.GetSession().limits[GL_SHADER_COMPILER] == GL_FALSE) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    auto const failure = call.GetSession().compileFailures.find(object->type);
-    bool const told = failure != call.GetSession().compileFailures.end() || call.IsFailing();
-    object->compiled = !told && HasMain(object->source);
-    object->log.clear();
+    auto const failure = call.GetSession().compileFailures.find(pObject->type);
+    bool const fTold = failure != call.GetSession().compileFailures.end() || call.IsFailing();
+    pObject->compiled = !fTold && HasMain(pObject->source);
+    pObject->log.clear();
     if (failure != call.GetSession().compileFailures.end()) {
-        object->log = failure->second;
-    } else if (!object->compiled) {
-        object->log = told ? "0:1: error: told to fail" : "0:1: error: no function main";
+        pObject->log = failure->second;
+    } else if (!pObject->compiled) {
+        pObject->log = fTold ? "0:1: error: told to fail" : "0:1: error: no function main";
     }
 }
 
 void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params) {
-    Shader const* object = RequireShader(call, shader);
-    if (object == nullptr) {
+    Shader const* pObject = RequireShader(call, shader);
+    if (!pObject) {
         return;
     }
     switch (pname) {
     case GL_COMPILE_STATUS:
-        *params = object->compiled ? GL_TRUE : GL_FALSE;
+        *params = pObject->compiled ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
-        *params = LogLength(call, object->log);
+        *params = LogLength(call, pObject->log);
         break;
     default:
         call.Raise(GL_INVALID_ENUM);
@@ -334,8 +335,8 @@ void glGetShaderiv(Invocation& call, GLuint shader, GLenum pname, GLint* params)
 }
 
 void glGetShaderInfoLog(Invocation& call, GLuint shader, GLsizei bufSize, GLsizei* length, GLchar* infoLog) {
-    if (Shader const* object = RequireShader(call, shader)) {
-        CopyText(object->log, bufSize, length, infoLog);
+    if (Shader const* pObject = RequireShader(call, shader)) {
+        CopyText(pObject->log, bufSize, length, infoLog);
     }
 }
 
@@ -352,12 +353,12 @@ void glDeleteProgram(Invocation& call, GLuint program) {
     if (program == 0) {
         return;
     }
-    Program* object = RequireProgram(call, program);
-    if (object == nullptr || object->deleted) {
+    Program* pObject = RequireProgram(call, program);
+    if (!pObject || pObject->deleted) {
         return;
     }
     call.GetSession().Deleted(Object::Program);
-    object->deleted = true;
+    pObject->deleted = true;
     FreeProgram(call.GetSession(), call.Objects(), program);
 }
 
@@ -366,55 +367,55 @@ GLboolean glIsProgram(Invocation& call, GLuint program) {
 }
 
 void glAttachShader(Invocation& call, GLuint program, GLuint shader) {
-    Program* object = RequireProgram(call, program);
-    Shader* attached = object != nullptr ? RequireShader(call, shader) : nullptr;
-    if (attached == nullptr) {
+    Program* pObject = RequireProgram(call, program);
+    Shader* pAttached = pObject ? RequireShader(call, shader) : nullptr;
+    if (!pAttached) {
         return;
     }
-    for (GLuint const name : object->shaders) {
-        if (call.Objects().shaders.at(name).type == attached->type) {
+    for (GLuint const name : pObject->shaders) {
+        if (call.Objects().shaders.at(name).type == pAttached->type) {
             return call.Raise(GL_INVALID_OPERATION);
         }
     }
-    object->shaders.push_back(shader);
-    ++attached->attachments;
+    pObject->shaders.push_back(shader);
+    ++pAttached->attachments;
 }
 
 void glBindAttribLocation(Invocation& call, GLuint program, GLuint index, GLchar const* name) {
-    Program* object = RequireProgram(call, program);
-    if (object == nullptr) {
+    Program* pObject = RequireProgram(call, program);
+    if (!pObject) {
         return;
     }
-    if (index >= kVertexAttributes) {
+    if (index >= VertexAttributes) {
         return call.Raise(GL_INVALID_VALUE);
     }
     if (std::strncmp(name, "gl_", 3) == 0) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    object->bindings[name] = index;
+    pObject->bindings[name] = index;
 }
 
 void glLinkProgram(Invocation& call, GLuint program) {
-    Program* object = RequireProgram(call, program);
-    if (object == nullptr) {
+    Program* pObject = RequireProgram(call, program);
+    if (!pObject) {
         return;
     }
-    std::optional<std::string> const error = LinkError(call, *object);
-    object->linked = !error;
-    object->log = error.value_or("");
-    if (object->linked) {
-        Link(call, *object);
+    std::optional<std::string> const error = LinkError(call, *pObject);
+    pObject->linked = !error;
+    pObject->log = error.value_or("");
+    if (pObject->linked) {
+        Link(call, *pObject);
     }
 }
 
 void glUseProgram(Invocation& call, GLuint program) {
     GLuint const before = call.GetState().program;
     if (program != 0) {
-        Program const* object = RequireProgram(call, program);
-        if (object == nullptr) {
+        Program const* pObject = RequireProgram(call, program);
+        if (!pObject) {
             return;
         }
-        if (!object->linked) {
+        if (!pObject->linked) {
             return call.Raise(GL_INVALID_OPERATION);
         }
     }
@@ -425,16 +426,16 @@ void glUseProgram(Invocation& call, GLuint program) {
 }
 
 void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* params) {
-    Program const* object = RequireProgram(call, program);
-    if (object == nullptr) {
+    Program const* pObject = RequireProgram(call, program);
+    if (!pObject) {
         return;
     }
     switch (pname) {
     case GL_LINK_STATUS:
-        *params = object->linked ? GL_TRUE : GL_FALSE;
+        *params = pObject->linked ? GL_TRUE : GL_FALSE;
         break;
     case GL_INFO_LOG_LENGTH:
-        *params = LogLength(call, object->log);
+        *params = LogLength(call, pObject->log);
         break;
     default:
         call.Raise(GL_INVALID_ENUM);
@@ -443,37 +444,37 @@ void glGetProgramiv(Invocation& call, GLuint program, GLenum pname, GLint* param
 
 void glGetProgramInfoLog(Invocation& call, GLuint program, GLsizei bufSize, GLsizei* length,
                          GLchar* infoLog) {
-    if (Program const* object = RequireProgram(call, program)) {
-        CopyText(object->log, bufSize, length, infoLog);
+    if (Program const* pObject = RequireProgram(call, program)) {
+        CopyText(pObject->log, bufSize, length, infoLog);
     }
 }
 
 GLint glGetAttribLocation(Invocation& call, GLuint program, GLchar const* name) {
-    Program const* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
-    if (object == nullptr) {
+    Program const* pObject = call.IsFailing() ? nullptr : RequireProgram(call, program);
+    if (!pObject) {
         return -1;
     }
-    if (!object->linked) {
+    if (!pObject->linked) {
         call.Raise(GL_INVALID_OPERATION);
     }
-    auto const found = object->attributes.find(name);
-    return object->linked && found != object->attributes.end() ? found->second : -1;
+    auto const found = pObject->attributes.find(name);
+    return pObject->linked && found != pObject->attributes.end() ? found->second : -1;
 }
 
 GLint glGetUniformLocation(Invocation& call, GLuint program, GLchar const* name) {
-    Program const* object = call.IsFailing() ? nullptr : RequireProgram(call, program);
-    if (object == nullptr) {
+    Program const* pObject = call.IsFailing() ? nullptr : RequireProgram(call, program);
+    if (!pObject) {
         return -1;
     }
-    if (!object->linked) {
+    if (!pObject->linked) {
         call.Raise(GL_INVALID_OPERATION);
         return -1;
     }
     char const* bracket = std::strchr(name, '[');
-    int const element = bracket != nullptr ? std::atoi(bracket + 1) : 0;
-    std::string const plain = bracket != nullptr ? std::string(name, bracket) : std::string(name);
-    Uniform const* uniform = object->Find(plain);
-    return uniform != nullptr && element < uniform->size ? uniform->location + element : -1;
+    int const nElement = bracket ? std::atoi(bracket + 1) : 0;
+    std::string const plain = bracket ? std::string(name, bracket) : std::string(name);
+    Uniform const* pUniform = pObject->Find(plain);
+    return pUniform && nElement < pUniform->size ? pUniform->location + nElement : -1;
 }
 
 // ---- Uniforms

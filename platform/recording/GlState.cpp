@@ -160,10 +160,10 @@ void glStencilFunc(Invocation& call, GLenum func, GLint ref, GLuint mask) {
     if (!IsComparison(func)) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    for (StencilFace* face : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
-        face->func = func;
-        face->ref = ref;
-        face->mask = mask;
+    for (StencilFace* pFace : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
+        pFace->func = func;
+        pFace->ref = ref;
+        pFace->mask = mask;
     }
 }
 
@@ -171,10 +171,10 @@ void glStencilOp(Invocation& call, GLenum fail, GLenum zfail, GLenum zpass) {
     if (!IsStencilOp(fail) || !IsStencilOp(zfail) || !IsStencilOp(zpass)) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    for (StencilFace* face : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
-        face->fail = fail;
-        face->depthFail = zfail;
-        face->depthPass = zpass;
+    for (StencilFace* pFace : {&call.GetState().stencilFront, &call.GetState().stencilBack}) {
+        pFace->fail = fail;
+        pFace->depthFail = zfail;
+        pFace->depthPass = zpass;
     }
 }
 

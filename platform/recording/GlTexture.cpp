@@ -14,9 +14,9 @@ bool OneOf(GLenum value, std::initializer_list<GLenum> allowed) {
 
 /** The error of an image's size and level; GL_NO_ERROR when they are allowed. */
 GLenum CheckSize(Invocation& call, GLint level, GLsizei width, GLsizei height, GLint border) {
-    GLint const most = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
-    if (level < 0 || (level < 31 && (1 << level) > most) || width < 0 || height < 0 || width > most ||
-        height > most || border != 0) {
+    GLint const nMost = call.GetSession().limits[GL_MAX_TEXTURE_SIZE];
+    if (level < 0 || (level < 31 && (1 << level) > nMost) || width < 0 || height < 0 || width > nMost ||
+        height > nMost || border != 0) {
         return GL_INVALID_VALUE;
     }
     return GL_NO_ERROR;
@@ -34,9 +34,9 @@ bool IsType(GLenum type) {
 }
 
 std::size_t CompressedSize(GLenum format, GLsizei width, GLsizei height) {
-    std::size_t const blocks =
+    std::size_t const nBlocks =
         static_cast<std::size_t>((width + 3) / 4) * static_cast<std::size_t>((height + 3) / 4);
-    return OneOf(format, {GL_ETC1_RGB8_OES, GL_ATC_RGB_AMD}) ? blocks * 8 : blocks * 16;
+    return OneOf(format, {GL_ETC1_RGB8_OES, GL_ATC_RGB_AMD}) ? nBlocks * 8 : nBlocks * 16;
 }
 
 bool IsCompressedFormat(GLenum format) {
@@ -50,22 +50,22 @@ std::size_t UploadSize(State const& state, std::size_t pixel, GLsizei width, GLs
         return 0;
     }
     auto const alignment = static_cast<std::size_t>(state.unpackAlignment);
-    std::size_t const row = static_cast<std::size_t>(width) * pixel;
-    return (row + alignment - 1) / alignment * alignment * static_cast<std::size_t>(height - 1) + row;
+    std::size_t const nRow = static_cast<std::size_t>(width) * pixel;
+    return (nRow + alignment - 1) / alignment * alignment * static_cast<std::size_t>(height - 1) + nRow;
 }
 
 void StoreLevel(TextureLevel& level, void const* pixels, std::size_t size) {
     auto const* bytes = static_cast<std::uint8_t const*>(pixels);
-    if (bytes == nullptr) {
+    if (!bytes) {
         level.bytes.clear();
     } else {
-        level.bytes.assign(bytes, bytes + std::min(size, kUploadCap));
+        level.bytes.assign(bytes, bytes + std::min(size, UploadCap));
     }
 }
 
-bool IsFilter(GLenum filter, bool minification) {
+bool IsFilter(GLenum filter, bool fMinification) {
     return OneOf(filter, {GL_NEAREST, GL_LINEAR}) ||
-           (minification && filter >= GL_NEAREST_MIPMAP_NEAREST && filter <= GL_LINEAR_MIPMAP_LINEAR);
+           (fMinification && filter >= GL_NEAREST_MIPMAP_NEAREST && filter <= GL_LINEAR_MIPMAP_LINEAR);
 }
 
 /** The parameter's place in the texture; null for a name that is none. */
@@ -98,8 +98,8 @@ Texture* BoundTexture(ContextData& context, GLenum target) {
         return nullptr;
     }
     GLuint const name = context.state.textures[unit];
-    Texture* texture = name == 0 ? nullptr : context.objects->textures.Find(name);
-    return texture != nullptr ? texture : &context.defaultTexture;
+    Texture* pTexture = name == 0 ? nullptr : context.objects->textures.Find(name);
+    return pTexture ? pTexture : &context.defaultTexture;
 }
 
 std::size_t BytesPerPixel(GLenum format, GLenum type) {
@@ -153,8 +153,8 @@ void glBindTexture(Invocation& call, GLenum target, GLuint texture) {
 }
 
 void glActiveTexture(Invocation& call, GLenum texture) {
-    GLint const units = call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS];
-    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(units)) {
+    GLint const nUnits = call.GetSession().limits[GL_MAX_COMBINED_TEXTURE_IMAGE_UNITS];
+    if (texture < GL_TEXTURE0 || texture >= GL_TEXTURE0 + static_cast<GLenum>(nUnits)) {
         return call.Raise(GL_INVALID_ENUM);
     }
     call.GetState().activeTexture = texture - GL_TEXTURE0;
@@ -163,12 +163,12 @@ void glActiveTexture(Invocation& call, GLenum texture) {
 // ---- Parameters
 
 void glTexParameteri(Invocation& call, GLenum target, GLenum pname, GLint param) {
-    Texture* texture = BoundTexture(call.Context(), target);
-    GLint* place = texture != nullptr ? FindParameter(*texture, pname) : nullptr;
-    if (place == nullptr || !IsParameterValue(pname, param)) {
+    Texture* pTexture = BoundTexture(call.Context(), target);
+    GLint* pPlace = pTexture ? FindParameter(*pTexture, pname) : nullptr;
+    if (!pPlace || !IsParameterValue(pname, param)) {
         return call.Raise(GL_INVALID_ENUM);
     }
-    *place = param;
+    *pPlace = param;
 }
 
 void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
@@ -185,10 +185,10 @@ void glPixelStorei(Invocation& call, GLenum pname, GLint param) {
 
 void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalformat, GLsizei width,
                   GLsizei height, GLint border, GLenum format, GLenum type, void const* pixels) {
-    std::size_t const size = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
-    call.NoteBytes(pixels, size);
-    Texture* texture = BoundTexture(call.Context(), target);
-    if (texture == nullptr || !IsFormat(format) || !IsType(type)) {
+    std::size_t const nSize = UploadSize(call.GetState(), BytesPerPixel(format, type), width, height);
+    call.NoteBytes(pixels, nSize);
+    Texture* pTexture = BoundTexture(call.Context(), target);
+    if (!pTexture || !IsFormat(format) || !IsType(type)) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (GLenum const error = CheckSize(call, level, width, height, border)) {
@@ -200,21 +200,21 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
     if (static_cast<GLenum>(internalformat) != format || BytesPerPixel(format, type) == 0) {
         return call.Raise(GL_INVALID_OPERATION);
     }
-    TextureLevel& image = texture->levels[level];
+    TextureLevel& image = pTexture->levels[level];
     image.width = width;
     image.height = height;
     image.internalFormat = static_cast<GLenum>(internalformat);
     image.format = format;
     image.type = type;
-    texture->image = EGL_NO_IMAGE_KHR;
-    StoreLevel(image, pixels, size);
+    pTexture->image = EGL_NO_IMAGE_KHR;
+    StoreLevel(image, pixels, nSize);
 }
 
 void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
                             GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
                             void const* data) {
-    Texture* texture = BoundTexture(call.Context(), target);
-    if (texture == nullptr || !IsCompressedFormat(internalformat)) {
+    Texture* pTexture = BoundTexture(call.Context(), target);
+    if (!pTexture || !IsCompressedFormat(internalformat)) {
         return call.Raise(GL_INVALID_ENUM);
     }
     if (GLenum const error = CheckSize(call, level, width, height, border)) {
@@ -224,13 +224,13 @@ void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum
         static_cast<std::size_t>(imageSize) != CompressedSize(internalformat, width, height)) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    TextureLevel& image = texture->levels[level];
+    TextureLevel& image = pTexture->levels[level];
     image.width = width;
     image.height = height;
     image.internalFormat = internalformat;
     image.format = GL_NONE;
     image.type = GL_NONE;
-    texture->image = EGL_NO_IMAGE_KHR;
+    pTexture->image = EGL_NO_IMAGE_KHR;
     StoreLevel(image, data, static_cast<std::size_t>(imageSize));
 }
 
@@ -241,9 +241,9 @@ void glEGLImageTargetTexture2DOES(Invocation& call, GLenum target, GLeglImageOES
     if (call.GetSession().images.count(image) == 0) {
         return call.Raise(GL_INVALID_VALUE);
     }
-    Texture* texture = BoundTexture(call.Context(), target);
-    texture->levels.clear();
-    texture->image = image;
+    Texture* pTexture = BoundTexture(call.Context(), target);
+    pTexture->levels.clear();
+    pTexture->image = image;
 }
 
 } // namespace answer

@@ -67,11 +67,11 @@ Invocation::Invocation(char const* name, std::initializer_list<Argument> argumen
         return;
     }
     for (Plan& plan : plans->second) {
-        bool const due = plan.countdown == 0 || plan.countdown == 1;
+        bool const fDue = plan.countdown == 0 || plan.countdown == 1;
         if (plan.countdown > 0) {
             plan.countdown = plan.countdown == 1 ? -1 : plan.countdown - 1;
         }
-        if (due && !m_fFailing) {
+        if (fDue && !m_fFailing) {
             m_fFailing = true;
             m_nFailure = plan.error;
         }
@@ -98,11 +98,11 @@ bool Invocation::FailsPlainly() {
 }
 
 void Invocation::NoteBytes(void const* bytes, std::size_t size) {
-    if (!IsNoting() || bytes == nullptr) {
+    if (!IsNoting() || !bytes) {
         return;
     }
     auto const* first = static_cast<std::uint8_t const*>(bytes);
-    m_bytes.assign(first, first + std::min(size, kUploadCap));
+    m_bytes.assign(first, first + std::min(size, UploadCap));
 }
 
 void Invocation::Note(std::int64_t result) {

@@ -7,13 +7,13 @@ namespace kelvokit::recording {
 
 namespace {
 
-constexpr std::size_t kFewBytes = 64;
+constexpr std::size_t FewBytes = 64;
 
 /** The groups of a call, the outermost first. */
 std::vector<Group const*> GroupsOf(Call const& call) {
     std::vector<Group const*> groups;
-    for (Group const* group = call.group.get(); group != nullptr; group = group->parent.get()) {
-        groups.insert(groups.begin(), group);
+    for (Group const* pGroup = call.group.get(); pGroup; pGroup = pGroup->parent.get()) {
+        groups.insert(groups.begin(), pGroup);
     }
     return groups;
 }
@@ -38,8 +38,8 @@ std::string ResultText(Call const& call) {
     if (call.name.compare(0, 9, "eglCreate") == 0) {
         return " = " + HandleName(reinterpret_cast<void const*>(call.result));
     }
-    bool const location = call.name == "glGetUniformLocation" || call.name == "glGetAttribLocation";
-    return location && call.result == -1 ? " = -1" : "";
+    bool const fLocation = call.name == "glGetUniformLocation" || call.name == "glGetAttribLocation";
+    return fLocation && call.result == -1 ? " = -1" : "";
 }
 
 std::string ErrorText(Call const& call) {
@@ -62,7 +62,7 @@ std::string DigestText(void const* bytes, std::size_t size) {
 }
 
 std::string BytesText(std::vector<std::uint8_t> const& bytes) {
-    if (bytes.size() > kFewBytes) {
+    if (bytes.size() > FewBytes) {
         return DigestText(bytes.data(), bytes.size());
     }
     std::string text;
@@ -78,8 +78,8 @@ std::string BytesText(std::vector<std::uint8_t> const& bytes) {
 std::string VerticesText(VertexStream const& stream) {
     std::string text;
     for (std::size_t i = 0; i < stream.values.size(); ++i) {
-        bool const first = i % static_cast<std::size_t>(stream.size) == 0;
-        text += (i == 0 ? "" : first ? ", " : " ") + NumberText(stream.values[i]);
+        bool const fFirst = i % static_cast<std::size_t>(stream.size) == 0;
+        text += (i == 0 ? "" : fFirst ? ", " : " ") + NumberText(stream.values[i]);
     }
     return text;
 }
@@ -119,10 +119,10 @@ std::string ToText(std::vector<Call> const& calls) {
     };
     for (Call const& call : calls) {
         std::vector<Group const*> const groups = GroupsOf(call);
-        bool same = true;
+        bool fSame = true;
         for (std::size_t i = 0; i < groups.size(); ++i) {
-            same = same && i < open.size() && open[i] == groups[i];
-            if (!same) {
+            fSame = fSame && i < open.size() && open[i] == groups[i];
+            if (!fSame) {
                 add(i, groups[i]->text);
             }
         }

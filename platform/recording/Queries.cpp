@@ -60,7 +60,7 @@ std::vector<GLuint> Keys(std::map<Key, T> const& objects) {
 
 /** A misspelt name would make a test prove nothing, so it is refused. */
 void RequireEntryPoint(std::string const& name) {
-    if (FindEntryPoint(name.c_str()) == nullptr) {
+    if (!FindEntryPoint(name.c_str())) {
         throw std::invalid_argument("recording: no EGL or GL function is named " + name);
     }
 }
@@ -71,8 +71,8 @@ bool Matches(std::string const& pattern, Call const& call) {
     if (pattern.empty()) {
         return true;
     }
-    bool const wholeLine = pattern.find('(') != std::string::npos;
-    return MatchesGlob(pattern.c_str(), wholeLine ? call.line.c_str() : call.name.c_str());
+    bool const fWholeLine = pattern.find('(') != std::string::npos;
+    return MatchesGlob(pattern.c_str(), fWholeLine ? call.line.c_str() : call.name.c_str());
 }
 
 std::vector<Call> Calls(std::string const& pattern) {
@@ -293,14 +293,14 @@ std::optional<Program> FindProgram(GLuint name) {
 
 GLint UniformLocation(GLuint program, std::string const& name) {
     std::optional<Program> const found = FindProgram(program);
-    Uniform const* uniform = found ? found->Find(name) : nullptr;
-    return uniform != nullptr ? uniform->location : -1;
+    Uniform const* pUniform = found ? found->Find(name) : nullptr;
+    return pUniform ? pUniform->location : -1;
 }
 
 std::vector<float> UniformValue(GLuint program, std::string const& name) {
     std::optional<Program> const found = FindProgram(program);
-    Uniform const* uniform = found ? found->Find(name) : nullptr;
-    return uniform != nullptr ? uniform->values : std::vector<float>();
+    Uniform const* pUniform = found ? found->Find(name) : nullptr;
+    return pUniform ? pUniform->values : std::vector<float>();
 }
 
 void Reset() {
@@ -348,8 +348,8 @@ void SetLimit(GLenum name, GLint value) {
     TheSession().limits[name] = value;
 }
 
-void SetShaderCompiler(bool present) {
-    SetLimit(GL_SHADER_COMPILER, present ? GL_TRUE : GL_FALSE);
+void SetShaderCompiler(bool fPresent) {
+    SetLimit(GL_SHADER_COMPILER, fPresent ? GL_TRUE : GL_FALSE);
 }
 
 void SetError(GLenum error) {
@@ -377,10 +377,10 @@ void SetWindowSize(int width, int height) {
     TheSession().windowHeight = height;
 }
 
-void SetProcAddress(std::string const& name, bool present) {
+void SetProcAddress(std::string const& name, bool fPresent) {
     RequireEntryPoint(name);
     Lock const lock(TheDriver().mutex);
-    if (present) {
+    if (fPresent) {
         TheSession().hiddenProcedures.erase(name);
     } else {
         TheSession().hiddenProcedures.insert(name);

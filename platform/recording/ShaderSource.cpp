@@ -15,7 +15,7 @@ struct TypeName {
     std::size_t components;
 };
 
-TypeName const g_types[] = {
+TypeName const TypeNames[] = {
     {"float", GL_FLOAT, 1},
     {"vec2", GL_FLOAT_VEC2, 2},
     {"vec3", GL_FLOAT_VEC3, 3},
@@ -40,45 +40,45 @@ bool IsWord(char c) {
 }
 
 /** Where a comment or preprocessor line that begins at `at` ends; `at` itself when none begins there. */
-std::size_t SkipNonCode(std::string const& source, std::size_t at, bool lineStart) {
-    std::size_t end = at;
+std::size_t SkipNonCode(std::string const& source, std::size_t at, bool fLineStart) {
+    std::size_t nEnd = at;
     if (source.compare(at, 2, "/*") == 0) {
-        end = source.find("*/", at + 2);
-        return end == std::string::npos ? source.size() : end + 2;
+        nEnd = source.find("*/", at + 2);
+        return nEnd == std::string::npos ? source.size() : nEnd + 2;
     }
-    if (source.compare(at, 2, "//") != 0 && !(lineStart && source[at] == '#')) {
+    if (source.compare(at, 2, "//") != 0 && !(fLineStart && source[at] == '#')) {
         return at;
     }
-    while (end < source.size() && (source[end] != '\n' || source[end - 1] == '\\')) {
-        ++end;
+    while (nEnd < source.size() && (source[nEnd] != '\n' || source[nEnd - 1] == '\\')) {
+        ++nEnd;
     }
-    return end;
+    return nEnd;
 }
 
 /** Words and single characters, without white space, comments and preprocessor lines. */
 std::vector<std::string> Tokens(std::string const& source) {
     std::vector<std::string> tokens;
-    bool lineStart = true;
+    bool fLineStart = true;
     for (std::size_t at = 0; at < source.size();) {
-        std::size_t const code = SkipNonCode(source, at, lineStart);
-        if (code != at) {
-            at = code;
+        std::size_t const nCode = SkipNonCode(source, at, fLineStart);
+        if (nCode != at) {
+            at = nCode;
             continue;
         }
         if (std::isspace(static_cast<unsigned char>(source[at])) != 0) {
-            lineStart = lineStart || source[at] == '\n';
+            fLineStart = fLineStart || source[at] == '\n';
             ++at;
             continue;
         }
-        lineStart = false;
-        std::size_t end = at + 1;
+        fLineStart = false;
+        std::size_t nEnd = at + 1;
         if (IsWord(source[at])) {
-            end = static_cast<std::size_t>(std::distance(
+            nEnd = static_cast<std::size_t>(std::distance(
                 source.begin(),
                 std::find_if_not(source.begin() + static_cast<std::ptrdiff_t>(at), source.end(), IsWord)));
         }
-        tokens.push_back(source.substr(at, end - at));
-        at = end;
+        tokens.push_back(source.substr(at, nEnd - at));
+        at = nEnd;
     }
     return tokens;
 }
@@ -105,11 +105,11 @@ void ReadDeclarators(std::vector<std::string> const& tokens, std::size_t& at, De
 }
 
 std::size_t Uses(std::vector<std::string> const& tokens, std::string const& name) {
-    std::size_t uses = 0;
+    std::size_t nUses = 0;
     for (std::size_t i = 0; i < tokens.size(); ++i) {
-        uses += tokens[i] == name && (i == 0 || tokens[i - 1] != ".") ? 1 : 0;
+        nUses += tokens[i] == name && (i == 0 || tokens[i - 1] != ".") ? 1 : 0;
     }
-    return uses;
+    return nUses;
 }
 
 } // namespace
@@ -128,10 +128,11 @@ std::vector<Declaration> ParseDeclarations(std::string const& source) {
             (tokens[at] == "lowp" || tokens[at] == "mediump" || tokens[at] == "highp")) {
             ++at;
         }
-        auto const type = std::find_if(std::begin(g_types), std::end(g_types), [&](TypeName const& entry) {
-            return at < tokens.size() && entry.name == tokens[at];
-        });
-        if (type == std::end(g_types)) {
+        auto const type =
+            std::find_if(std::begin(TypeNames), std::end(TypeNames), [&](TypeName const& entry) {
+                return at < tokens.size() && entry.name == tokens[at];
+            });
+        if (type == std::end(TypeNames)) {
             continue;
         }
         common.type = type->type;
@@ -150,9 +151,9 @@ bool HasMain(std::string const& source) {
 }
 
 std::size_t ComponentCount(GLenum type) {
-    auto const found = std::find_if(std::begin(g_types), std::end(g_types),
+    auto const found = std::find_if(std::begin(TypeNames), std::end(TypeNames),
                                     [type](TypeName const& entry) { return entry.type == type; });
-    return found == std::end(g_types) ? 1 : found->components;
+    return found == std::end(TypeNames) ? 1 : found->components;
 }
 
 } // namespace kelvokit::recording

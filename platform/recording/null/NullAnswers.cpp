@@ -8,31 +8,33 @@ namespace recording = kelvokit::recording;
 // What the null driver answers where zero would not do: enough for a device to come up, and no more. Nothing
 // here allocates, and nothing that is called for each draw is here.
 
-static GLuint s_nextName = 1;
-static GLint s_nextLocation = 0;
-static unsigned int s_uploads = 0;
+namespace {
 
-static void Generate(GLsizei n, GLuint* names) {
+GLuint s_nNextName = 1;
+GLint s_nNextLocation = 0;
+unsigned int s_nUploads = 0;
+
+void Generate(GLsizei n, GLuint* names) {
     for (GLsizei i = 0; i < n; ++i) {
-        names[i] = s_nextName++;
+        names[i] = s_nNextName++;
     }
 }
 
-static void* Handle(unsigned long value) {
-    return (void*)value;
+void* Handle(unsigned long value) {
+    return reinterpret_cast<void*>(value);
 }
 
-static EGLImageKHR CreateImage(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, EGLint const*) {
+EGLImageKHR CreateImage(EGLDisplay, EGLContext, EGLenum, EGLClientBuffer, EGLint const*) {
     return Handle(5);
 }
 
-static EGLBoolean DestroyImage(EGLDisplay, EGLImageKHR) {
+EGLBoolean DestroyImage(EGLDisplay, EGLImageKHR) {
     return EGL_TRUE;
 }
 
-static void ImageTargetTexture(GLenum, GLeglImageOES) {}
+void ImageTargetTexture(GLenum, GLeglImageOES) {}
 
-static GLint Answer(GLenum name) {
+GLint Answer(GLenum name) {
     for (recording::Limit const& limit : recording::DefaultLimits) {
         if (limit.name == name) {
             return limit.value;
@@ -42,7 +44,9 @@ static GLint Answer(GLenum name) {
     return recording::BitsAttribute(recording::Config(), name).value_or(otherwise);
 }
 
-static GLint const s_viewport[4] = {0, 0, recording::DefaultWindowSize[0], recording::DefaultWindowSize[1]};
+GLint const s_viewport[4] = {0, 0, recording::DefaultWindowSize[0], recording::DefaultWindowSize[1]};
+
+} // namespace
 
 extern "C" {
 
@@ -122,15 +126,15 @@ char const* eglQueryString(EGLDisplay, EGLint) {
 }
 __eglMustCastToProperFunctionPointerType eglGetProcAddress(char const* name) {
     if (std::strcmp(name, "eglCreateImageKHR") == 0) {
-        return (__eglMustCastToProperFunctionPointerType)CreateImage;
+        return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(CreateImage);
     }
     if (std::strcmp(name, "eglDestroyImageKHR") == 0) {
-        return (__eglMustCastToProperFunctionPointerType)DestroyImage;
+        return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(DestroyImage);
     }
     if (std::strcmp(name, "glEGLImageTargetTexture2DOES") == 0) {
-        return (__eglMustCastToProperFunctionPointerType)ImageTargetTexture;
+        return reinterpret_cast<__eglMustCastToProperFunctionPointerType>(ImageTargetTexture);
     }
-    return 0;
+    return nullptr;
 }
 
 // ---- GL: names and locations that count up, and everything succeeds
@@ -148,16 +152,16 @@ void glGenRenderbuffers(GLsizei n, GLuint* names) {
     Generate(n, names);
 }
 GLuint glCreateProgram(void) {
-    return s_nextName++;
+    return s_nNextName++;
 }
 GLuint glCreateShader(GLenum) {
-    return s_nextName++;
+    return s_nNextName++;
 }
 GLint glGetUniformLocation(GLuint, GLchar const*) {
-    return s_nextLocation++;
+    return s_nNextLocation++;
 }
 GLint glGetAttribLocation(GLuint, GLchar const*) {
-    return s_nextLocation++;
+    return s_nNextLocation++;
 }
 void glGetProgramiv(GLuint, GLenum name, GLint* value) {
     *value = name == GL_LINK_STATUS || name == GL_VALIDATE_STATUS ? GL_TRUE : 0;
@@ -177,19 +181,19 @@ void glGetShaderInfoLog(GLuint, GLsizei size, GLsizei* length, GLchar* log) {
     glGetProgramInfoLog(0, size, length, log);
 }
 void glTexImage2D(GLenum, GLint, GLint, GLsizei, GLsizei, GLint, GLenum, GLenum, void const*) {
-    ++s_uploads;
+    ++s_nUploads;
 }
 void glTexSubImage2D(GLenum, GLint, GLint, GLint, GLsizei, GLsizei, GLenum, GLenum, void const*) {
-    ++s_uploads;
+    ++s_nUploads;
 }
 void glCompressedTexImage2D(GLenum, GLint, GLenum, GLsizei, GLsizei, GLint, GLsizei, void const*) {
-    ++s_uploads;
+    ++s_nUploads;
 }
 GLenum glCheckFramebufferStatus(GLenum) {
     return GL_FRAMEBUFFER_COMPLETE;
 }
 GLubyte const* glGetString(GLenum) {
-    return (GLubyte const*)"";
+    return reinterpret_cast<GLubyte const*>("");
 }
 void glGetIntegerv(GLenum name, GLint* values) {
     if (name == GL_VIEWPORT) {
@@ -201,10 +205,10 @@ void glGetIntegerv(GLenum name, GLint* values) {
 void glGetFloatv(GLenum name, GLfloat* values) {
     if (name == GL_VIEWPORT) {
         for (int i = 0; i < 4; ++i) {
-            values[i] = (GLfloat)s_viewport[i];
+            values[i] = static_cast<GLfloat>(s_viewport[i]);
         }
     } else {
-        *values = (GLfloat)Answer(name);
+        *values = static_cast<GLfloat>(Answer(name));
     }
 }
 void glGetBooleanv(GLenum name, GLboolean* values) {
@@ -212,7 +216,7 @@ void glGetBooleanv(GLenum name, GLboolean* values) {
 }
 
 NullDriverCounts GetNullDriverCounts(void) {
-    return {s_nextName - 1, (unsigned int)s_nextLocation, s_uploads};
+    return {s_nNextName - 1, static_cast<unsigned int>(s_nNextLocation), s_nUploads};
 }
 
 } // extern "C"

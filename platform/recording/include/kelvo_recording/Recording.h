@@ -115,8 +115,8 @@ struct StencilFace {
     GLenum depthPass = GL_KEEP;
 };
 
-constexpr std::size_t kTextureUnits = 32;
-constexpr std::size_t kVertexAttributes = 16;
+constexpr std::size_t TextureUnits = 32;
+constexpr std::size_t VertexAttributes = 16;
 
 /** The state of one context, with the initial values that OpenGL ES 2.0 gives it. */
 struct State {
@@ -139,12 +139,12 @@ struct State {
     GLint unpackAlignment = 4;
     GLuint program = 0;
     GLuint activeTexture = 0; // the unit's index, not its enumerant
-    std::array<GLuint, kTextureUnits> textures = {};
+    std::array<GLuint, TextureUnits> textures = {};
     GLuint framebuffer = 0;
     GLuint renderbuffer = 0;
     GLuint arrayBuffer = 0;
     GLuint elementBuffer = 0;
-    std::array<VertexAttribute, kVertexAttributes> attributes;
+    std::array<VertexAttribute, VertexAttributes> attributes;
     std::uint32_t enabled = 1u << 2; // of dithering, as GL starts
 
     /** Whether a capability of glEnable is on; false for an enumerant that is none. */
@@ -186,7 +186,7 @@ struct Call {
     std::string text;                   // shader source, or the name of a uniform, an attribute, a function
     std::vector<float> floats;          // values of glUniform*fv, glUniformMatrix*fv, glVertexAttrib*fv
     std::vector<std::int64_t> integers; // object names, attribute lists, values of glUniform*iv
-    std::vector<std::uint8_t> bytes;    // uploads, up to kUploadCap bytes
+    std::vector<std::uint8_t> bytes;    // uploads, up to UploadCap bytes
     std::shared_ptr<Group const> group; // the innermost that was open; null: none
     std::shared_ptr<Draw const> draw;   // of glDrawArrays and glDrawElements, unless the call failed
     std::thread::id thread;
@@ -199,7 +199,7 @@ struct Call {
     void const* Pointer(std::size_t index) const { return arguments.at(index).pointer; }
 };
 
-constexpr std::size_t kUploadCap = 1 << 20;
+constexpr std::size_t UploadCap = 1 << 20;
 
 // ---- What was called
 
@@ -291,7 +291,7 @@ struct TextureLevel {
     GLenum internalFormat = GL_NONE;
     GLenum format = GL_NONE; // GL_NONE for a compressed image
     GLenum type = GL_NONE;
-    std::vector<std::uint8_t> bytes; // of the last whole upload, up to kUploadCap; empty for a null pointer
+    std::vector<std::uint8_t> bytes; // of the last whole upload, up to UploadCap; empty for a null pointer
 };
 
 struct Texture {
@@ -414,7 +414,7 @@ void SetEmptyLogLength(GLint length);
  */
 void SetLimit(GLenum name, GLint value);
 /** Whether GL_SHADER_COMPILER is true. */
-void SetShaderCompiler(bool present);
+void SetShaderCompiler(bool fPresent);
 /** Leaves an error flag for glGetError, as an earlier call would have. */
 void SetError(GLenum error);
 /** What glCheckFramebufferStatus answers; 0 (initial): what the attachments amount to. */
@@ -438,7 +438,7 @@ EGLConfig ConfigHandle(std::size_t index);
 /** The size of window surfaces made from now on, and so the first viewport; initially 640 x 480. */
 void SetWindowSize(int width, int height);
 /** Whether eglGetProcAddress knows a function; initially all of them. */
-void SetProcAddress(std::string const& name, bool present);
+void SetProcAddress(std::string const& name, bool fPresent);
 
 // ---- Names
 
