@@ -56,8 +56,8 @@ constexpr Upload Uploads[] = {
 };
 
 constexpr Upload GetUpload(int nFormat) {
-    constexpr int nCount = static_cast<int>(sizeof(Uploads) / sizeof(Uploads[0]));
-    return nFormat >= 0 && nFormat < nCount ? Uploads[nFormat] : Upload{0, 0, 0};
+    constexpr int UploadCount = static_cast<int>(sizeof(Uploads) / sizeof(Uploads[0]));
+    return nFormat >= 0 && nFormat < UploadCount ? Uploads[nFormat] : Upload{0, 0, 0};
 }
 
 void UploadLevel(int nFormat, GLint nLevel, MipLevel const& level, unsigned char const* pSource) {

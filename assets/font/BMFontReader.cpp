@@ -27,15 +27,15 @@ std::string_view SkipByteOrderMark(std::string_view text) {
 }
 
 Form RecogniseForm(std::string_view text) {
-    constexpr std::string_view kBlanks = " \t\r\n\v\f";
+    constexpr std::string_view Blanks = " \t\r\n\v\f";
     if (text.substr(0, 3) == "BMF") {
         return Form::Binary;
     }
-    text.remove_prefix(std::min(text.find_first_not_of(kBlanks), text.size()));
+    text.remove_prefix(std::min(text.find_first_not_of(Blanks), text.size()));
     if (!text.empty() && text[0] == '<') {
         return Form::Xml;
     }
-    std::string_view const word = text.substr(0, text.find_first_of(kBlanks));
+    std::string_view const word = text.substr(0, text.find_first_of(Blanks));
     return BMFontTagReader::IsKnown(word) ? Form::Text : Form::Unknown;
 }
 

@@ -14,12 +14,12 @@ constexpr long long MaximumWord = std::numeric_limits<std::uint16_t>::max();
 
 /** A text from the file as messages can show it. */
 std::string Quote(std::string_view text) {
-    constexpr std::size_t kMost = 40;
+    constexpr std::size_t Most = 40;
     std::string quoted = "\"";
-    for (char const letter : text.substr(0, kMost)) {
+    for (char const letter : text.substr(0, Most)) {
         quoted += static_cast<unsigned char>(letter) < 0x20 ? '?' : letter;
     }
-    return quoted + (text.size() > kMost ? "...\"" : "\"");
+    return quoted + (text.size() > Most ? "...\"" : "\"");
 }
 
 } // namespace

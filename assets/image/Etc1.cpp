@@ -11,11 +11,11 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr int kBlockExtent = 4;
+constexpr int BlockExtent = 4;
 
 void GatherBlock(RgbaPicture const& picture, Etc1Plane plane, int left, int top, etc1_byte* block) {
-    for (int y = 0; y < kBlockExtent; ++y) {
-        for (int x = 0; x < kBlockExtent; ++x, block += 3) {
+    for (int y = 0; y < BlockExtent; ++y) {
+        for (int x = 0; x < BlockExtent; ++x, block += 3) {
             std::uint8_t const* pixel =
                 picture.At(std::min(left + x, picture.width - 1), std::min(top + y, picture.height - 1));
             if (plane == Etc1Plane::Colour) {
@@ -28,11 +28,11 @@ void GatherBlock(RgbaPicture const& picture, Etc1Plane plane, int left, int top,
 }
 
 void ScatterBlock(etc1_byte const* block, Etc1Plane plane, int left, int top, RgbaPicture& picture) {
-    int const width = std::min(kBlockExtent, picture.width - left);
-    int const height = std::min(kBlockExtent, picture.height - top);
+    int const width = std::min(BlockExtent, picture.width - left);
+    int const height = std::min(BlockExtent, picture.height - top);
     for (int y = 0; y < height; ++y) {
         for (int x = 0; x < width; ++x) {
-            etc1_byte const* source = block + static_cast<std::ptrdiff_t>(y * kBlockExtent + x) * 3;
+            etc1_byte const* source = block + static_cast<std::ptrdiff_t>(y * BlockExtent + x) * 3;
             std::uint8_t* pixel = picture.At(left + x, top + y);
             // The shader takes the alpha from the red channel.
             if (plane == Etc1Plane::Colour) {
@@ -47,19 +47,19 @@ void ScatterBlock(etc1_byte const* block, Etc1Plane plane, int left, int top, Rg
 } // namespace
 
 void EncodeEtc1Plane(RgbaPicture const& picture, Etc1Plane plane, std::uint8_t* out) {
-    constexpr etc1_uint32 kAllPixels = 0xFFFF;
-    for (int top = 0; top < picture.height; top += kBlockExtent) {
-        for (int left = 0; left < picture.width; left += kBlockExtent, out += ETC1_ENCODED_BLOCK_SIZE) {
+    constexpr etc1_uint32 AllPixels = 0xFFFF;
+    for (int top = 0; top < picture.height; top += BlockExtent) {
+        for (int left = 0; left < picture.width; left += BlockExtent, out += ETC1_ENCODED_BLOCK_SIZE) {
             etc1_byte block[ETC1_DECODED_BLOCK_SIZE];
             GatherBlock(picture, plane, left, top, block);
-            etc1_encode_block(block, kAllPixels, out);
+            etc1_encode_block(block, AllPixels, out);
         }
     }
 }
 
 void DecodeEtc1Plane(std::uint8_t const* in, Etc1Plane plane, RgbaPicture& picture) {
-    for (int top = 0; top < picture.height; top += kBlockExtent) {
-        for (int left = 0; left < picture.width; left += kBlockExtent, in += ETC1_ENCODED_BLOCK_SIZE) {
+    for (int top = 0; top < picture.height; top += BlockExtent) {
+        for (int left = 0; left < picture.width; left += BlockExtent, in += ETC1_ENCODED_BLOCK_SIZE) {
             etc1_byte block[ETC1_DECODED_BLOCK_SIZE];
             etc1_decode_block(in, block);
             ScatterBlock(block, plane, left, top, picture);

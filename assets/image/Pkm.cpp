@@ -12,12 +12,12 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr std::size_t kHeaderBytes = 16;
-constexpr std::size_t kExtendedOffset = 8;
-constexpr std::size_t kUsedOffset = 12;
-constexpr int kMostExtent = 0xFFFF / 4 * 4;
-std::string const kSuffix = ".pkm";
-std::string const kAlphaSuffix = ".alpha.pkm";
+constexpr std::size_t HeaderBytes = 16;
+constexpr std::size_t ExtendedOffset = 8;
+constexpr std::size_t UsedOffset = 12;
+constexpr int MostExtent = 0xFFFF / 4 * 4;
+std::string const Suffix = ".pkm";
+std::string const AlphaSuffix = ".alpha.pkm";
 
 struct PkmHeader {
     int extendedWidth = 0;
@@ -50,7 +50,7 @@ void AppendBig16(std::vector<std::uint8_t>& out, int value) {
 }
 
 bool CheckSignature(ByteSpan bytes, std::string const& name, std::string& error) {
-    if (bytes.size < kHeaderBytes) {
+    if (bytes.size < HeaderBytes) {
         return Fail(error,
                     name + ": " + std::to_string(bytes.size) + " bytes are too few for a PKM header of 16");
     }
@@ -74,10 +74,10 @@ bool ReadHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limi
     if (!CheckSignature(bytes, name, error)) {
         return false;
     }
-    header.extendedWidth = ReadBig16(bytes.data + kExtendedOffset);
-    header.extendedHeight = ReadBig16(bytes.data + kExtendedOffset + 2);
-    header.width = ReadBig16(bytes.data + kUsedOffset);
-    header.height = ReadBig16(bytes.data + kUsedOffset + 2);
+    header.extendedWidth = ReadBig16(bytes.data + ExtendedOffset);
+    header.extendedHeight = ReadBig16(bytes.data + ExtendedOffset + 2);
+    header.width = ReadBig16(bytes.data + UsedOffset);
+    header.height = ReadBig16(bytes.data + UsedOffset + 2);
     if (header.extendedWidth % 4 != 0 || header.extendedHeight % 4 != 0) {
         return Fail(error, name + ": the extended size of " + header.Describe() +
                                " is no multiple of 4 (at byte 8)");
@@ -90,7 +90,7 @@ bool ReadHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limi
         return false;
     }
     std::size_t const expected =
-        kHeaderBytes + PlaneBytes(TextureFormat::ETC1_RGB, header.extendedWidth, header.extendedHeight);
+        HeaderBytes + PlaneBytes(TextureFormat::ETC1_RGB, header.extendedWidth, header.extendedHeight);
     if (bytes.size != expected) {
         return Fail(error, name + ": " + header.Describe() + " pixels need " + std::to_string(expected) +
                                " bytes, but the file ends at byte " + std::to_string(bytes.size));
@@ -126,11 +126,11 @@ ImageData Assemble(PkmHeader const& header, TextureFormat::Enum format, ByteSpan
     image.allocatedWidth = header.extendedWidth;
     image.allocatedHeight = header.extendedHeight;
     image.pixels.reserve(LevelBytes(format, header.extendedWidth, header.extendedHeight));
-    image.pixels.assign(colour.data + kHeaderBytes, colour.data + colour.size);
+    image.pixels.assign(colour.data + HeaderBytes, colour.data + colour.size);
     if (format == TextureFormat::ETC1_RGBA) {
-        image.pixels.insert(image.pixels.end(), alpha.data + kHeaderBytes, alpha.data + alpha.size);
+        image.pixels.insert(image.pixels.end(), alpha.data + HeaderBytes, alpha.data + alpha.size);
     }
-    image.levels.push_back({header.extendedWidth, header.extendedHeight, 0, int(colour.size - kHeaderBytes)});
+    image.levels.push_back({header.extendedWidth, header.extendedHeight, 0, int(colour.size - HeaderBytes)});
     return image;
 }
 
@@ -155,7 +155,7 @@ bool CheckSaveable(std::string const& path, ImageData const& image, std::string&
         return Fail(error, path + ": a PKM file holds one level, not " + std::to_string(image.levels.size()));
     }
     MipLevel const& level = image.levels[0];
-    if (level.m_nWidth > kMostExtent || level.m_nHeight > kMostExtent) {
+    if (level.m_nWidth > MostExtent || level.m_nHeight > MostExtent) {
         return Fail(error, path + ": " + std::to_string(level.m_nWidth) + " x " +
                                std::to_string(level.m_nHeight) + " pixels do not fit a PKM header");
     }
@@ -165,10 +165,10 @@ bool CheckSaveable(std::string const& path, ImageData const& image, std::string&
 } // namespace
 
 std::string PkmAlphaPath(std::string const& path) {
-    if (!EndsWith(path, kSuffix) || EndsWith(path, kAlphaSuffix)) {
+    if (!EndsWith(path, Suffix) || EndsWith(path, AlphaSuffix)) {
         return {};
     }
-    return path.substr(0, path.size() - kSuffix.size()) + kAlphaSuffix;
+    return path.substr(0, path.size() - Suffix.size()) + AlphaSuffix;
 }
 
 bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOptions const& options,

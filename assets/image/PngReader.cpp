@@ -15,9 +15,9 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr std::size_t kSignatureBytes = 8;
+constexpr std::size_t SignatureBytes = 8;
 /** Signature, and of the header chunk its length, name, thirteen bytes and checksum. */
-constexpr std::size_t kHeaderEnd = kSignatureBytes + 8 + 13 + 4;
+constexpr std::size_t HeaderEnd = SignatureBytes + 8 + 13 + 4;
 
 std::uint32_t ReadBig32(std::uint8_t const* bytes) {
     return std::uint32_t(bytes[0]) << 24 | std::uint32_t(bytes[1]) << 16 | std::uint32_t(bytes[2]) << 8 |
@@ -181,19 +181,19 @@ std::string PngDecoder::DescribeError() const {
  * else.
  */
 bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, std::string& error) {
-    static std::uint8_t const kSignature[kSignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
-    std::size_t const present = std::min(bytes.size, kSignatureBytes);
+    static std::uint8_t const Signature[SignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    std::size_t const present = std::min(bytes.size, SignatureBytes);
     if (present == 0) {
         return Fail(error, name + ": is empty");
     }
-    if (std::memcmp(bytes.data, kSignature, present) != 0) {
+    if (std::memcmp(bytes.data, Signature, present) != 0) {
         return Fail(error, name + ": is not a PNG file (its first 8 bytes are not the signature)");
     }
-    if (bytes.size < kHeaderEnd) {
+    if (bytes.size < HeaderEnd) {
         return Fail(error, name + ": the file ends too early (chunk IHDR, at byte " +
                                std::to_string(bytes.size) + ")");
     }
-    std::uint8_t const* chunk = bytes.data + kSignatureBytes;
+    std::uint8_t const* chunk = bytes.data + SignatureBytes;
     if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0) {
         return Fail(error, name + ": the first chunk is not a PNG header (at byte 8)");
     }
@@ -206,8 +206,8 @@ bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& lim
  */
 bool CheckFileCanHold(PngDecoder const& decoder, ByteSpan bytes, std::string const& name,
                       std::string& error) {
-    constexpr std::uint64_t kMostInflation = 1032;
-    if (decoder.GetStoredBytes() / kMostInflation <= bytes.size) {
+    constexpr std::uint64_t MostInflation = 1032;
+    if (decoder.GetStoredBytes() / MostInflation <= bytes.size) {
         return true;
     }
     return Fail(error, name + ": " + std::to_string(bytes.size) + " bytes are too few for " +
@@ -264,19 +264,19 @@ bool DecodePng(ByteSpan bytes, std::string const& name, ImageLimits const& limit
 }
 
 std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, char const* pChunk) {
-    constexpr std::size_t kAroundChunk = 12; // length, name and checksum
+    constexpr std::size_t AroundChunk = 12; // length, name and checksum
     std::vector<ByteSpan> found;
-    std::size_t at = kSignatureBytes;
-    while (at + kAroundChunk <= bytes.size) {
+    std::size_t at = SignatureBytes;
+    while (at + AroundChunk <= bytes.size) {
         std::size_t const length = ReadBig32(bytes.data + at);
         std::uint8_t const* name = bytes.data + at + 4;
-        if (length > bytes.size - at - kAroundChunk || std::memcmp(name, "IEND", 4) == 0) {
+        if (length > bytes.size - at - AroundChunk || std::memcmp(name, "IEND", 4) == 0) {
             break;
         }
         if (std::memcmp(name, pChunk, 4) == 0) {
             found.push_back({name + 4, length});
         }
-        at += kAroundChunk + length;
+        at += AroundChunk + length;
     }
     return found;
 }

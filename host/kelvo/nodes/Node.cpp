@@ -101,20 +101,20 @@ bool Node::IsKeptBy(Node const& node) const {
     }
     // Several ways may lead up to a node, as from a camera below its timeline: each node is looked at once.
     List<Node const*> seen;
-    auto const See = [&seen](Node const* pNode) {
+    auto const see = [&seen](Node const* pNode) {
         if (!pNode || pNode->m_fSeen) {
             return true;
         }
         pNode->m_fSeen = seen.Append(pNode);
         return pNode->m_fSeen;
     };
-    bool fKept = !See(this);
+    bool fKept = !see(this);
     for (unsigned int nSeen = 0; nSeen < seen.GetCount() && !fKept; ++nSeen) {
         Node const* const pNode = seen[nSeen];
-        fKept = pNode == &node || !See(pNode->m_pParent);
+        fKept = pNode == &node || !see(pNode->m_pParent);
         for (Node const* pHolder = pNode->m_pFirstHolder; pHolder && !fKept;
              pHolder = pHolder->m_pNextHolder) {
-            fKept = !See(pHolder);
+            fKept = !see(pHolder);
         }
     }
     for (Node const* pNode : seen) {

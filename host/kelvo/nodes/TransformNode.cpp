@@ -14,7 +14,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-Vector3T<RealFloat> const g_one(1, 1, 1);
+Vector3T<RealFloat> const One(1, 1, 1);
 
 /**
  * By bits, so that a value that is not a number is equal to itself and does not count as changed for ever.
@@ -60,7 +60,7 @@ void RemoveAllReferences(List<T*>& list) {
 } // namespace
 
 TransformNode::TransformNode()
-    : m_scale(g_one), m_stretch(g_one), m_opacity(RealFloat(1)), m_visible(true), m_selectable(true) {
+    : m_scale(One), m_stretch(One), m_opacity(RealFloat(1)), m_visible(true), m_selectable(true) {
     m_pTransformNode = this;
     SetPropertyMarks();
 }

@@ -19,7 +19,7 @@ struct NamedFunction {
     Interpolate::Function m_pfnFunction;
 };
 
-NamedFunction const s_functions[] = {
+NamedFunction const Functions[] = {
     {"step", Interpolate::Step},           {"linear", Interpolate::Linear},
     {"easeIn", Interpolate::EaseIn},       {"easeOut", Interpolate::EaseOut},
     {"easeInOut", Interpolate::EaseInOut}, {"cubicIn", Interpolate::CubicIn},
@@ -27,7 +27,7 @@ NamedFunction const s_functions[] = {
     {"sineInOut", Interpolate::SineInOut}, {"backOut", Interpolate::BackOut},
     {"bounceOut", Interpolate::BounceOut}, {"elasticOut", Interpolate::ElasticOut},
 };
-constexpr unsigned int FunctionCount = sizeof(s_functions) / sizeof(s_functions[0]);
+constexpr unsigned int FunctionCount = sizeof(Functions) / sizeof(Functions[0]);
 
 } // namespace
 
@@ -112,7 +112,7 @@ RealFloat Interpolate::ElasticOut(RealFloat const& t) {
 }
 
 Interpolate::Function Interpolate::Find(char const* pName) {
-    for (NamedFunction const& function : s_functions) {
+    for (NamedFunction const& function : Functions) {
         if (pName && std::strcmp(pName, function.m_pName) == 0) {
             return function.m_pfnFunction;
         }
@@ -121,11 +121,11 @@ Interpolate::Function Interpolate::Find(char const* pName) {
 }
 
 char const* Interpolate::GetName(unsigned int nIndex) {
-    return nIndex < FunctionCount ? s_functions[nIndex].m_pName : nullptr;
+    return nIndex < FunctionCount ? Functions[nIndex].m_pName : nullptr;
 }
 
 char const* Interpolate::GetName(Function pfnFunction) {
-    for (NamedFunction const& function : s_functions) {
+    for (NamedFunction const& function : Functions) {
         if (pfnFunction == function.m_pfnFunction) {
             return function.m_pName;
         }
