@@ -127,6 +127,7 @@ struct Underline {
 
 } // namespace
 
+// Of all fonts, as large as the largest batch: intended (glyph-streams-kept).
 List<Vector3T<RealFloat>> BitmapFontGL2::s_vVertices;
 List<Vector2T<RealFloat>> BitmapFontGL2::s_vTextureCoords;
 List<ColorT<RealFloat>> BitmapFontGL2::s_vColorValues;
@@ -190,6 +191,7 @@ void BitmapFontGL2::RenderGlyphBatch(GraphicsDevice& device, List<GlyphInstance>
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
     Look const look{device, fShadow, shadowOffset, shadowColor};
     FillAs(look, [&](auto tint, auto move) { FillGlyphs(pFirst, batch.m_nCount, tint, move); });
+    // Of the colour the alpha alone, and no position: intended (glyph-batch-position).
     DrawGlyphs(deviceGL2, pFirst->m_pGlyph->m_pTexture.Get(), color.a, nVertices);
     if (m_underline.GetValue()) {
         // The texture coordinates stay as they are: the program of underlines has none.

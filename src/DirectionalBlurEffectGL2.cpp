@@ -26,7 +26,8 @@ void main() {
 }
 )");
 
-// Nine taps along the direction, a quarter of the offset apart, on two rows of the texture.
+// Nine taps along the direction, a quarter of the offset apart, on two rows of the texture even without an
+// offset: intended (directional-blur-two-rows).
 constexpr Source SmearFragment(uR"(precision mediump float;
 uniform sampler2D sTexture;
 uniform vec4 vColor;
@@ -109,6 +110,7 @@ void DirectionalBlurEffectGL2::SetParameters(GraphicsDeviceGL2& device, TextureG
     Matrix4T<RealFloat> shift;
     shift[12] = RealFloat(-0.5) * reach.x;
     shift[13] = RealFloat(-0.5) * reach.y;
+    // Scaled about the middle of the view: intended (directional-blur-centre).
     program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, device.GetModelViewMatrix() * scale);
     program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, device.ProjectionMatrix());
     program.SetParameter(ShaderType::Vertex, UniformNames::mTextureScale, scale * shift);

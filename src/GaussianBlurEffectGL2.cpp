@@ -70,6 +70,7 @@ bool GaussianBlurResourceGL2::Init(GraphicsDevice& device) {
 }
 
 bool GaussianBlurResourceGL2::CreateTargets(int nWidth, int nHeight) {
+    // 16 bits of colour: intended (targets-565).
     FramebufferGL2::InitParams const params = {nWidth, nHeight, false, false, TextureFormat::RGB565};
     for (Ref<FramebufferGL2>* const pTarget : {&m_blurTargetA, &m_blurTargetB}) {
         *pTarget = Ref(new (std::nothrow) FramebufferGL2);

@@ -29,6 +29,7 @@ struct ConfigSizes {
     EGLint sizes[SizeCount];
 };
 
+// Four bits of stencil, for 15 levels of masks: intended (stencil-four-bits).
 constexpr ConfigSizes FormatSizes[] = {
     {{5, 6, 5, 0, 16, 4}}, // RGB565
     {{8, 8, 8, 0, 16, 4}}, // RGB888

@@ -23,6 +23,7 @@ void GraphicsDeviceGL2::SetClearColor(ColorT<RealFloat> const& color) {
 }
 
 void GraphicsDeviceGL2::RenderFullscreenQuad() {
+    // In the middle of the depth range, under the depth test: intended (full-screen-depth).
     static constexpr Vector3T<GLfloat> Positions[] = {{-1, -1, 0}, {-1, 1, 0}, {1, -1, 0}, {1, 1, 0}};
     static constexpr Vector2T<GLfloat> TextureCoords[] = {{0, 0}, {0, 1}, {1, 0}, {1, 1}};
     GlState::SetVertexArray(VertexAttributeIndex::Position, Positions);
@@ -38,7 +39,7 @@ bool GraphicsDeviceGL2::InitializeTargetBuffers() {
     params.height = static_cast<int>(viewport[3]);
     params.depthStencil = true;
     params.depthStencilTexture = true;
-    params.colorFormat = TextureFormat::RGB565;
+    params.colorFormat = TextureFormat::RGB565; // intended (targets-565)
     for (Ref<FramebufferGL2>& pBuffer : m_pTargetBuffers) {
         // What was there before is not released: intended (targets-by-application).
         static_cast<void>(pBuffer.Detach());
@@ -63,6 +64,7 @@ FramebufferGL2* GraphicsDeviceGL2::GetBackTargetBuffer() {
 
 void GraphicsDeviceGL2::SwapTargetBuffers(bool fToScreen) {
     FramebufferGL2* const pBefore = m_pTargetBuffers[m_nCurrentTarget].Get();
+    // Even where nothing is bound below: intended (swap-unbound-target).
     m_nCurrentTarget = 1 - m_nCurrentTarget;
     FramebufferGL2* const pTarget = fToScreen ? nullptr : m_pTargetBuffers[m_nCurrentTarget].Get();
     if (pBefore && pBefore->IsBound()) {
@@ -194,6 +196,8 @@ GraphicsDeviceGL2::ReadResult GraphicsDeviceGL2::ReadInto(RectangleT<int> const&
     PixelArea area;
     ReadFormat const read = ChooseReadFormat();
     // The surfaces of a promoted texture are its picture, so it takes no other one.
+    // Not into promoted textures, nor from all surfaces: intended (read-pixels-promoted,
+    // read-pixels-formats).
     if (texture.Count() != 0 || read.format == 0 || !GetArea(rectangle, viewport, area)) {
         return ReadResult::Refused;
     }

@@ -155,7 +155,10 @@ int ShaderProgramGL2::GetUniformLocation(Text16 const& sName) {
     return nLocation == NotAsked ? -1 : nLocation;
 }
 
-/** NotAsked without memory for the name that GL takes. */
+/**
+ * Asked of GL once, whatever becomes of the program: intended (uniform-locations-kept). NotAsked without
+ * memory for the name that GL takes.
+ */
 int ShaderProgramGL2::FindLocation(Text16 const& sName) {
     for (UniformLocation const& uniform : m_uniforms) {
         if (uniform.m_sName == sName) {
@@ -199,6 +202,7 @@ void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit,
         GlState::SelectTextureUnit(nUnit);
         GlState::BindTexture(GL_TEXTURE_2D, 0);
     }
+    // A reference that stays until the next exchange: intended (sampler-keeps-texture).
     sampler.m_pTexture = Ref(pTexture);
 }
 

@@ -45,6 +45,7 @@ bool SpriteGL2::Load(Deserializer& deserializer) {
     if (!vertices.Reserve(4) || !textureCoords.Reserve(4)) {
         return false;
     }
+    // Made here alone, whatever becomes of the size: intended (sprite-corners-by-load).
     vertices.Append(Vector3T<RealFloat>(0, 0, 0));
     vertices.Append(Vector3T<RealFloat>(0, rHeight, 0));
     vertices.Append(Vector3T<RealFloat>(rWidth, 0, 0));
@@ -63,6 +64,7 @@ void SpriteGL2::SetTexture(Texture* pTexture) {
     if (!m_pTexture || m_textureCoords.GetCount() != 4) {
         return;
     }
+    // The sizes as they are now: intended (set-texture-moment).
     RealFloat const rU = static_cast<RealFloat>(m_pTexture->GetWidth()) /
                          static_cast<RealFloat>(m_pTexture->GetAllocatedWidth());
     RealFloat const rV = static_cast<RealFloat>(m_pTexture->GetHeight()) /

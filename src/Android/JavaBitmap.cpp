@@ -82,7 +82,8 @@ jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmap(EGLImageHelper& sur
         delete pBitmap;
         return jni::Object<jni::android::graphics::Bitmap>();
     }
-    // The Java object owns the bitmap from here on. Its local reference goes with the caller's native frame.
+    // The Java object owns the bitmap from here on. Its local reference goes with the caller's native frame:
+    // intended (java-local-reference).
     return jni::Object<jni::android::graphics::Bitmap>(
         GraphicsJNI::createBitmap(jni::VM::GetEnv(), pBitmap, true, nullptr, -1));
 }

@@ -189,9 +189,9 @@ public:
     }
 
     /**
-     * Writes "Name", then the first controller, or "Value" when there is none. A controller that writes
-     * nothing is lost, which is traced; the current value stands in for it, so that what is saved can be
-     * loaded. False when out of memory or when the controller refuses.
+     * Writes "Name", then the first controller (intended (controllers-last-first)), or "Value" when there is
+     * none. A controller that writes nothing is lost, which is traced; the current value stands in for it, so
+     * that what is saved can be loaded. False when out of memory or when the controller refuses.
      */
     bool Save(Serializer& serializer) override {
         if (!Property::Save(serializer)) {

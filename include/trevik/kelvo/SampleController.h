@@ -339,8 +339,8 @@ private:
 };
 
 /**
- * The controller of a value that is not sampled: deliberately inert. It loads and saves nothing and gives no
- * value.
+ * The controller of a value that is not sampled: inert, intended (lists-not-animated). It loads and saves
+ * nothing and gives no value.
  */
 template <class T>
 class SampleController<T, false> : public Controller<T> {
