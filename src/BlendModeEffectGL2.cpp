@@ -55,7 +55,7 @@ constexpr Factors GetFactors(int nBlendMode) {
     case BlendMode::Additive:
         return {GL_SRC_ALPHA, GL_ONE};
     case BlendMode::Multiply:
-    case BlendMode::ColorDodge: // its program has divided already
+    case BlendMode::ColorDodge: // its program gives 1 / (1 - colour)
         return {GL_DST_COLOR, GL_ONE_MINUS_SRC_ALPHA};
     case BlendMode::Screen:
         return {GL_ONE_MINUS_DST_COLOR, GL_ONE};
