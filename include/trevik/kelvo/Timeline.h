@@ -157,8 +157,10 @@ private:
     void TakeCamera(Camera* pCamera);
     bool TakeCopiedCamera(Timeline const& original);
     bool TakeCameraOnWay();
+    bool SavePlayback(Serializer& serializer) const;
     bool SaveTimeMap(Serializer& serializer) const;
     bool SaveCamera(Serializer& serializer) const;
+    bool LoadPlayback(Deserializer& deserializer);
     bool LoadFrameDelay(Deserializer& deserializer);
     bool LoadAutoPlay(Deserializer& deserializer);
     bool LoadTimeMap(Deserializer& deserializer);

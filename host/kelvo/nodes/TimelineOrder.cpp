@@ -1,0 +1,100 @@
+#include "trevik/kelvo/Timeline.h"
+
+namespace trevik::kelvo {
+
+// The order in which a timeline updates the nodes below: the tree flattened into a list, made again after
+// changes.
+
+void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, RealFloat const& frame,
+                          RealFloat const& delta, bool fForce) {
+    for (unsigned int nEntry = 0; nEntry < tree.GetCount(); ++nEntry) {
+        Node* const pNode = tree[nEntry]->m_value;
+        if (pNode->m_fUpdatesSubtree) {
+            pNode->Update(device, frame, delta, fForce);
+        } else {
+            pNode->InternalUpdate(device, frame, delta, fForce);
+        }
+        if (__builtin_expect(m_fSubtreeChanged, 0) && &tree == &m_tree) {
+            nEntry = ResumeAfter(pNode);
+        }
+    }
+}
+
+/**
+ * After a change handler has changed the tree under way: flattens it anew and tells the place of the node
+ * just updated, or the last one when it has none; what then remains is updated by the next update.
+ */
+unsigned int Timeline::ResumeAfter(Node const* pNode) {
+    BuildUpdateTree();
+    unsigned int const nCount = m_tree.GetCount();
+    for (unsigned int nEntry = 0; !m_fSubtreeChanged && nEntry < nCount; ++nEntry) {
+        if (m_tree[nEntry]->m_value == pNode) {
+            return nEntry;
+        }
+    }
+    return nCount - 1; // of an empty tree, the one before the first
+}
+
+void Timeline::BuildUpdateTree() {
+    m_fSubtreeChanged = false;
+    if (!FlattenTree()) {
+        m_tree.Clear();
+        m_treeNodes.Clear();
+        m_fSubtreeChanged = true;
+    }
+}
+
+bool Timeline::FlattenTree() {
+    m_tree.Clear();
+    m_treeNodes.Clear();
+    // Nodes still to come, the next one last; not recursive, since trees may be deep.
+    List<TreeNode<Node*>> pending;
+    if (!AppendChildren(*this, 0, pending)) {
+        return false;
+    }
+    while (!pending.IsEmpty()) {
+        TreeNode<Node*> const entry = pending.Last();
+        pending.RemoveLast();
+        Node& node = *entry.m_value;
+        node.GetProperties(); // registered here, once, rather than looked after at each update
+        if (!m_treeNodes.Append(entry) ||
+            (!node.m_fUpdatesSubtree && !AppendChildren(node, entry.m_nDepth + 1, pending))) {
+            return false;
+        }
+    }
+    if (!m_tree.Reserve(m_treeNodes.GetCount())) {
+        return false;
+    }
+    for (TreeNode<Node*>& node : m_treeNodes) {
+        m_tree.Append(&node);
+    }
+    CountSubtrees();
+    return true;
+}
+
+bool Timeline::AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending) {
+    node.m_fSubtreeChanged = false;
+    TreeNode<Node*> child;
+    child.m_nDepth = nDepth;
+    for (unsigned int nChild = node.m_children.GetCount(); nChild-- > 0;) {
+        child.m_value = node.m_children[nChild];
+        if (!pending.Append(child)) {
+            return false;
+        }
+    }
+    return true;
+}
+
+/** Backwards, so that each subtree's size is known before that of the one around it. */
+void Timeline::CountSubtrees() {
+    for (unsigned int nEntry = m_tree.GetCount(); nEntry-- > 0;) {
+        TreeNode<Node*>& node = *m_tree[nEntry];
+        unsigned int nNext = nEntry + 1;
+        while (nNext < m_tree.GetCount() && m_tree[nNext]->m_nDepth > node.m_nDepth) {
+            nNext += m_tree[nNext]->m_nSubtreeCount;
+        }
+        node.m_nSubtreeCount = nNext - nEntry;
+    }
+}
+
+} // namespace trevik::kelvo
