@@ -1,6 +1,6 @@
-// Each room of the tree includes only what lies on its own floor or below. Include paths per target let most
-// wrong includes fail to compile; this test reads the directives, so that it also sees those that happen to
-// be found.
+// Each room of the tree includes only what lies on its own floor or below. With the include path of its
+// target most wrong includes do not compile; this test reads the directives, so that it also sees those that
+// do: by a path with "..", or from the system's folder.
 
 #include <gtest/gtest.h>
 
