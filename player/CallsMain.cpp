@@ -3,16 +3,18 @@
 #include "CallsFile.h"
 #include "Interrupt.h"
 #include "Options.h"
+#include "Output.h"
 #include "Player.h"
 
 #include <cstdio>
 #include <exception>
 
 int main(int nArguments, char** ppArguments) {
+    kelvokit::player::GuardStreams();
     kelvokit::player::Options options;
     if (std::optional<int> const exitCode =
             kelvokit::player::ParseOptions(nArguments, ppArguments, options)) {
-        return *exitCode;
+        return kelvokit::player::FinishOutput(*exitCode);
     }
     if (options.calls.empty()) {
         std::fprintf(stderr, "kelvo-player-calls: draws nothing: it needs --calls\n");
@@ -21,7 +23,7 @@ int main(int nArguments, char** ppArguments) {
     kelvokit::player::NoteInterrupts();
     try {
         kelvokit::player::CallsFile calls(options.calls);
-        return kelvokit::player::Player(options, &calls).Run();
+        return kelvokit::player::FinishOutput(kelvokit::player::Player(options, &calls).Run());
     } catch (std::exception const& fault) {
         std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
         return kelvokit::player::ExitBadFile;

@@ -6,10 +6,10 @@ namespace kelvokit::player {
 
 namespace {
 
-std::sig_atomic_t volatile g_fInterrupted = 0;
+std::sig_atomic_t volatile g_nInterrupt = 0;
 
-extern "C" void NoteInterrupt(int) {
-    g_fInterrupted = 1;
+extern "C" void NoteInterrupt(int nSignal) {
+    g_nInterrupt = nSignal;
 }
 
 } // namespace
@@ -22,8 +22,8 @@ void NoteInterrupts() {
     sigaction(SIGTERM, &action, nullptr);
 }
 
-bool IsInterrupted() {
-    return g_fInterrupted != 0;
+int GetInterrupt() {
+    return g_nInterrupt;
 }
 
 } // namespace kelvokit::player

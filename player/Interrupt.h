@@ -5,7 +5,7 @@ namespace kelvokit::player {
 /** From now on an interrupt (Ctrl-C) or a request to end is noted; a second one ends the process at once. */
 void NoteInterrupts();
 
-/** Whether one has come. */
-bool IsInterrupted();
+/** The number of the signal that has come; 0 when none has. */
+int GetInterrupt();
 
 } // namespace kelvokit::player

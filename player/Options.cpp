@@ -1,12 +1,15 @@
 #include "Options.h"
 
+#include "Version.h"
 #include "kelvo_host/Scene.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cctype>
 #include <climits>
+#include <cstdio>
 #include <cstdlib>
+#include <sstream>
 
 namespace kelvokit::player {
 
@@ -59,7 +62,8 @@ char const* const Footer =
     "\n"
     "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
     "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
-    "needs; 130 interrupted (Ctrl-C).\n"
+    "needs; 130 interrupted (Ctrl-C); 143 asked to end (SIGTERM). Standard output that cannot be\n"
+    "written, unless it is a pipe that has been closed, is a file that cannot be.\n"
     "\n"
     "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
 
@@ -250,10 +254,14 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     AddParsed(app, "--pick", "X,Y",
               "print the nodes at a point of the last frame, in pixels from the upper left", options,
               ReadPoint);
+    app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {
         app.parse(nArguments, ppArguments);
     } catch (CLI::Success const& success) {
-        return app.exit(success) == 0 ? ExitSuccess : ExitUsage;
+        std::ostringstream text;
+        app.exit(success, text, text);
+        std::fputs(text.str().c_str(), stdout);
+        return ExitSuccess;
     } catch (CLI::ParseError const& error) {
         std::fprintf(stderr, "kelvo-player: %s\nTry kelvo-player --help.\n", error.what());
         return ExitUsage;

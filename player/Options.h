@@ -16,7 +16,7 @@ enum ExitCode {
     ExitBadFile = 1, ///< a scene or picture cannot be read or written
     ExitUsage = 2,   ///< the command line makes no sense
     ExitDevice = 3,  ///< no back end, no graphics device, or one that cannot do what is needed
-    ExitInterrupted = 130
+    ExitSignal = 128 ///< and the number of the signal that ended it: 130 interrupted, 143 asked to end
 };
 
 /** Frames to play, the first and the last one. */

@@ -13,6 +13,7 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <iterator>
 #include <memory>
 
 namespace kelvokit::player {
@@ -51,17 +52,16 @@ std::string ToUtf8(String16 const& text) {
     return std::string(utf8.GetData(), utf8.GetLength());
 }
 
-/** Whether a timeline, the node or one below it, is blurred. */
-bool HasBlurs(Node& node) {
+/** Adds the blurs of timelines, the node or those below it. */
+void FindBlurs(Node& node, std::vector<Effect const*>& blurs) {
     if (node.IsKindOf(Timeline::ClassID)) {
         trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
-        if (std::any_of(effects.begin(), effects.end(),
-                        [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); })) {
-            return true;
-        }
+        std::copy_if(effects.begin(), effects.end(), std::back_inserter(blurs),
+                     [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); });
     }
-    return std::any_of(node.GetChildren().begin(), node.GetChildren().end(),
-                       [](Node* pChild) { return HasBlurs(*pChild); });
+    for (Node* const pChild : node.GetChildren()) {
+        FindBlurs(*pChild, blurs);
+    }
 }
 
 } // namespace
@@ -155,7 +155,8 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         ReportDriver();
     }
     device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
-    if ((m_options.fPost || HasBlurs(*m_scene.GetRoot())) && !m_backend.InitializeTargetBuffers(device)) {
+    FindBlurs(*m_scene.GetRoot(), m_blurs);
+    if ((m_options.fPost || !m_blurs.empty()) && !m_backend.InitializeTargetBuffers(device)) {
         return Complain(ExitDevice,
                         std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
                             " needs frame targets, which the device cannot make");
@@ -173,8 +174,8 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
     }
     m_progress.emplace(nFrames);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
-        if (IsInterrupted()) {
-            return Complain(ExitInterrupted, "interrupted before frame " + std::to_string(nFrame));
+        if (int const nSignal = GetInterrupt()) {
+            return Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
         }
         if (int const nExitCode = PlayFrame(nFrame, device, window)) {
             return nExitCode;
@@ -200,6 +201,12 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
         return NoteFrame(nFrame, device);
     }
     DrawFrame(nFrame, device);
+    if (HasFailedBlur()) {
+        return Complain(ExitDevice,
+                        "frame " + std::to_string(nFrame) +
+                            ": the scene's GaussianBlurEffect needs targets of half the surface's "
+                            "size, which the device cannot make");
+    }
     // What a window shows may be gone from the device once it is shown.
     if (fWanted && !pixels.Read(device, area)) {
         return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " cannot be read from the device");
@@ -261,6 +268,12 @@ void Player::PrintPicked(GraphicsDevice& device) {
                     ToUtf8(hit.m_pNode->GetClassName()).c_str(), static_cast<double>(hit.m_position.x),
                     static_cast<double>(hit.m_position.y), static_cast<double>(hit.m_distance));
     }
+}
+
+/** Whether a blur has been left out of a frame that has been drawn, for want of what it draws with. */
+bool Player::HasFailedBlur() const {
+    return std::any_of(m_blurs.begin(), m_blurs.end(),
+                       [](Effect const* pBlur) { return pBlur->HasFailed(); });
 }
 
 /** Whether the rectangle that is asked for lies within a surface. */

@@ -6,6 +6,7 @@
 #include "Pictures.h"
 #include "Progress.h"
 #include "kelvo_host/Scene.h"
+#include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Window.h"
 
 #include <kelvo_desktop/OffscreenWindow.h>
@@ -13,6 +14,7 @@
 
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvokit::player {
 
@@ -42,13 +44,15 @@ private:
     FrameRange GetFrames() const;
     trevik::RectangleT<int> GetShot() const;
     bool ShotFits(trevik::SizeT<int> const& size) const;
+    bool HasFailedBlur() const;
 
     Options const& m_options;
     FrameCalls* const m_pCalls;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     Pictures m_pictures;
-    std::optional<Progress> m_progress; ///< while frames are played
+    std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
+    std::optional<Progress> m_progress;                ///< while frames are played
 };
 
 } // namespace kelvokit::player

@@ -1,5 +1,6 @@
 #include "Interrupt.h"
 #include "Options.h"
+#include "Output.h"
 #include "Player.h"
 
 #include <unistd.h>
@@ -30,17 +31,18 @@ int BecomeCalls(char** ppArguments) {
 } // namespace
 
 int main(int nArguments, char** ppArguments) {
+    kelvokit::player::GuardStreams();
     kelvokit::player::Options options;
     if (std::optional<int> const exitCode =
             kelvokit::player::ParseOptions(nArguments, ppArguments, options)) {
-        return *exitCode;
+        return kelvokit::player::FinishOutput(*exitCode);
     }
     if (!options.calls.empty()) {
         return BecomeCalls(ppArguments);
     }
     kelvokit::player::NoteInterrupts();
     try {
-        return kelvokit::player::Player(options).Run();
+        return kelvokit::player::FinishOutput(kelvokit::player::Player(options).Run());
     } catch (std::exception const& fault) {
         std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
         return kelvokit::player::ExitBadFile;

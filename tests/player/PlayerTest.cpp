@@ -46,9 +46,18 @@ TEST_F(PlayerTest, ExplainsItself) {
     EXPECT_EQ(outcome.nExitCode, 0);
     for (char const* pPart :
          {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend", "--pick", "--shot",
-          "--post", "--calls", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+          "--post", "--calls", "--version", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
     }
+}
+
+TEST_F(PlayerTest, SaysWhichVersionItIs) {
+    Outcome const outcome = Play({"--version"});
+    EXPECT_EQ(outcome.nExitCode, 0);
+    EXPECT_TRUE(std::regex_match(outcome.output,
+                                 std::regex("kelvo-player [0-9.]+\ndriver interface EGL / OpenGL ES 2\n"
+                                            "(commit date [0-9]{4}-[0-9]{2}-[0-9]{2}\n)?")))
+        << outcome.output;
 }
 
 TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
@@ -283,6 +292,13 @@ TEST_F(PlayerTest, DrawsBlursInFrameTargets) {
         EXPECT_NEAR(blurred.At(39, 12).r, 0, 8);
         EXPECT_EQ(blurred.At(1, 23), (Pixel{0, 255, 0, 255})) << "what comes later is sharp";
     }
+    // Half of one pixel is none.
+    Outcome const tiny = Play({Path("blur.json"), "--size", "1x8", "--out", Path("tiny.png")});
+    EXPECT_EQ(tiny.nExitCode, 3);
+    EXPECT_NE(tiny.errors.find("kelvo-player: frame 1: the scene's GaussianBlurEffect needs targets of half"),
+              std::string::npos)
+        << tiny.errors;
+    EXPECT_FALSE(std::filesystem::exists(Path("tiny.png")));
 }
 
 TEST_F(PlayerTest, GivesTheSameBytesEveryTime) {
@@ -399,22 +415,42 @@ TEST_F(PlayerTest, TakesTheProgressBarOffTheTerminalBeforeItComplains) {
         << outcome.output;
 }
 
-TEST_F(PlayerTest, LeavesWholeFilesWhenInterrupted) {
-    std::string const pictures = Path("pictures");
-    auto const hasStarted = [&] { return std::filesystem::exists(pictures + "/frame_00001.png"); };
-    Outcome const outcome =
-        RunProgram(KELVO_PLAYER, {Showcase, "--frames", "0..100000", "--out", pictures}, {}, hasStarted);
-    EXPECT_EQ(outcome.nExitCode, 130);
-    EXPECT_NE(outcome.errors.find("kelvo-player: interrupted before frame "), std::string::npos)
-        << outcome.errors;
-    int nPictures = 0;
-    for (auto const& file : std::filesystem::directory_iterator(pictures)) {
-        EXPECT_TRUE(std::regex_match(file.path().filename().string(), std::regex("frame_[0-9]{5}\\.png")))
-            << file.path();
-        EXPECT_EQ(ReadPicture(file.path().string()).Width(), 640);
-        ++nPictures;
+TEST_F(PlayerTest, LeavesWholeFilesWhenASignalEndsIt) {
+    for (int const nSignal : {SIGINT, SIGTERM}) {
+        std::string const pictures = Path("pictures" + std::to_string(nSignal));
+        auto const hasStarted = [&] { return std::filesystem::exists(pictures + "/frame_00001.png"); };
+        Outcome const outcome = RunProgram(
+            KELVO_PLAYER, {Showcase, "--frames", "0..100000", "--out", pictures}, {}, hasStarted, nSignal);
+        EXPECT_EQ(outcome.nExitCode, 128 + nSignal);
+        EXPECT_NE(outcome.errors.find("kelvo-player: interrupted before frame "), std::string::npos)
+            << outcome.errors;
+        int nPictures = 0;
+        for (auto const& file : std::filesystem::directory_iterator(pictures)) {
+            EXPECT_TRUE(std::regex_match(file.path().filename().string(), std::regex("frame_[0-9]{5}\\.png")))
+                << file.path();
+            EXPECT_EQ(ReadPicture(file.path().string()).Width(), 640);
+            ++nPictures;
+        }
+        EXPECT_GE(nPictures, 2);
     }
-    EXPECT_GE(nPictures, 2);
+}
+
+TEST_F(PlayerTest, SaysThatItsOutputCannotBeWritten) {
+    std::string const player = std::string(KELVO_PLAYER) + " ";
+    for (std::string const& arguments :
+         {std::string("--help"), std::string("--version"), Path("scene.json") + " --stats",
+          Path("scene.json") + " --pick 1,1"}) {
+        for (std::string const to : {">/dev/full", ">&-"}) {
+            Outcome const outcome = RunProgram("/bin/sh", {"-c", player + arguments + " " + to});
+            EXPECT_EQ(outcome.nExitCode, 1) << arguments << to;
+            EXPECT_EQ(outcome.errors,
+                      std::string("kelvo-player: standard output: cannot be written: ") +
+                          (to == ">&-" ? "Bad file descriptor\n" : "No space left on device\n"));
+        }
+    }
+    std::string const draw = player + Path("scene.json") + " --out " + Path("a.png");
+    EXPECT_EQ(RunProgram("/bin/sh", {"-c", draw + " <&- >&- 2>&-"}).nExitCode, 0) << "nothing to write there";
+    EXPECT_EQ(ReadPicture(Path("a.png")).Width(), 41);
 }
 
 } // namespace

@@ -22,13 +22,13 @@ void Redirect(int nDescriptor, std::string const& path) {
     close(nFile);
 }
 
-int Wait(pid_t process, std::function<bool()> const& watch) {
+int Wait(pid_t process, std::function<bool()> const& watch, int nSignal) {
     int nStatus = 0;
-    bool fInterrupted = false;
-    while (waitpid(process, &nStatus, watch && !fInterrupted ? WNOHANG : 0) == 0) {
+    bool fSignalled = false;
+    while (waitpid(process, &nStatus, watch && !fSignalled ? WNOHANG : 0) == 0) {
         if (watch()) {
-            kill(process, SIGINT);
-            fInterrupted = true;
+            kill(process, nSignal);
+            fSignalled = true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }
@@ -38,7 +38,8 @@ int Wait(pid_t process, std::function<bool()> const& watch) {
 } // namespace
 
 Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
-                   std::vector<std::string> const& variables, std::function<bool()> const& watch) {
+                   std::vector<std::string> const& variables, std::function<bool()> const& watch,
+                   int nSignal) {
     TemporaryFolder const folder;
     std::vector<std::string> words{KELVO_EMULATOR program}; // another processor's programs run in an emulator
     words.insert(words.end(), arguments.begin(), arguments.end());
@@ -58,7 +59,7 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
         _exit(127);
     }
     Outcome outcome;
-    outcome.nExitCode = Wait(process, watch);
+    outcome.nExitCode = Wait(process, watch, nSignal);
     outcome.output = folder.ReadText("output");
     outcome.errors = folder.ReadText("errors");
     return outcome;

@@ -3,6 +3,7 @@
 #include "kelvo_test/Image.h"
 #include "kelvo_test/TemporaryFolder.h"
 
+#include <csignal>
 #include <functional>
 #include <string>
 #include <vector>
@@ -24,11 +25,11 @@ struct Outcome {
 
 /**
  * Runs a program with arguments and, beside its own environment, `variables` ("NAME=value"). While it runs,
- * `watch` is asked a hundred times a second whether to interrupt it; it is interrupted once.
+ * `watch` is asked a hundred times a second whether to send it `nSignal`, which it gets once.
  */
 Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
                    std::vector<std::string> const& variables = {},
-                   std::function<bool()> const& watch = nullptr);
+                   std::function<bool()> const& watch = nullptr, int nSignal = SIGINT);
 
 /** The same for the player. */
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables = {});
