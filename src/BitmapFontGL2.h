@@ -18,8 +18,9 @@ public:
     /**
      * Draws a batch, then, in an underlined font, its underlines, under the transform on top of the device's
      * stack. As a shadow, everything is moved by `shadowOffset` (font pixels) and takes the shadow colour
-     * with its alpha multiplied in. `position` is not used; of `color` only the alpha is. Calls
-     * glVertexAttribPointer (0, 1, 4), the shader and sampler calls of ShaderId::Text, glBlendFuncSeparate,
+     * with its alpha multiplied in. `position` is not used; of `color` only the alpha is. Calls what
+     * GraphicsDeviceGL2::SetActiveShader, ShaderProgramGL2::SetSampler and ShaderProgramGL2::SetParameter
+     * call, all with ShaderId::Text, glVertexAttribPointer (0, 1, 4), glBlendFuncSeparate,
      * glBlendEquationSeparate and glDrawArrays, and for underlines the same with ShaderId::TextUnderline,
      * without texture and blending. Render thread. Draws nothing for a batch beyond the instances, without
      * memory, or while the device is not up.

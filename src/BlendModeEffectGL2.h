@@ -13,7 +13,10 @@ class GraphicsDeviceGL2;
 /** What all BlendModeEffectGL2 objects of a device share. */
 class KELVO_EXPORT BlendModeResourceGL2 : public EffectResource {
 public:
-    /** Builds the programs; false at the first that does not compile. Render thread. */
+    /**
+     * Builds the programs. Calls what ShaderProgramGL2::Compile calls. Render thread. False at the first that
+     * does not compile.
+     */
     bool Init(GraphicsDevice& device) override;
 
 private:
@@ -39,7 +42,13 @@ public:
     BlendModeEffectGL2(BlendModeEffectGL2 const& other);
     ~BlendModeEffectGL2() override;
 
-    /** False for a sprite without a texture, which then draws itself if its mode is the plain one. */
+    /**
+     * Draws a textured sprite in its place, with an opacity from 0 to 1. Calls glVertexAttribPointer (0 and
+     * 1), what GraphicsDeviceGL2::SetActiveShader, ShaderProgramGL2::SetSampler and
+     * ShaderProgramGL2::SetParameter call, glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays, and
+     * the first time what BlendModeResourceGL2::Init calls. Render thread. False for a sprite without a
+     * texture, which then draws itself if its mode is the plain one.
+     */
     bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) override;
     bool InternalInit(EffectResource* pResource) override;
 

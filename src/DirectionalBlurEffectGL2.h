@@ -13,7 +13,10 @@ class GraphicsDeviceGL2;
 /** What all DirectionalBlurEffectGL2 objects of a device share. */
 class KELVO_EXPORT DirectionalBlurResourceGL2 : public EffectResource {
 public:
-    /** Builds the program; false when it does not compile. Render thread. */
+    /**
+     * Builds the program. Calls what ShaderProgramGL2::Compile calls. Render thread. False when it does not
+     * compile.
+     */
     bool Init(GraphicsDevice& device) override;
 
 private:
@@ -36,7 +39,13 @@ public:
     DirectionalBlurEffectGL2(DirectionalBlurEffectGL2 const& other);
     ~DirectionalBlurEffectGL2() override;
 
-    /** False for a sprite without a texture, which then draws itself. */
+    /**
+     * Draws a textured sprite in its place, with an opacity from 0 to 1. Calls glVertexAttribPointer (0 and
+     * 1), what GraphicsDeviceGL2::SetActiveShader, ShaderProgramGL2::SetSampler and
+     * ShaderProgramGL2::SetParameter call, glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays, and
+     * the first time what DirectionalBlurResourceGL2::Init calls. Render thread. False for a sprite without a
+     * texture, which then draws itself.
+     */
     bool OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) override;
     bool InternalInit(EffectResource* pResource) override;
 

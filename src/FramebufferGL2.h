@@ -26,29 +26,33 @@ public:
     FramebufferGL2();
     /**
      * Deletes framebuffer and renderbuffer and drops the depth texture. The colour texture keeps this
-     * object's reference and stays for ever: intended (color-texture-kept).
+     * object's reference and stays for ever: intended (color-texture-kept). Calls glBindFramebuffer,
+     * glFramebufferTexture2D, glDeleteFramebuffers and glDeleteRenderbuffers, and what
+     * TextureGL2::ReleaseGLTexture calls. Render thread.
      */
     ~FramebufferGL2() override;
     FramebufferGL2(FramebufferGL2 const&) = delete;
     FramebufferGL2& operator=(FramebufferGL2 const&) = delete;
 
     /**
-     * Makes the GL objects; the textures start as all zeros. To be called once. Calls glGenFramebuffers,
-     * glBindFramebuffer, glFramebufferTexture2D, glFramebufferRenderbuffer and glCheckFramebufferStatus, and
-     * those of TextureGL2::CreateGLTexture; framebuffer 0 is bound afterwards.
-     * @return false, without a message, when a texture cannot be made or the framebuffer is not complete; it
-     * may stay bound then, and its objects go with the destructor.
+     * Makes the GL objects; the textures start as all zeros. To be called once. Calls glGenRenderbuffers,
+     * glBindRenderbuffer and glRenderbufferStorage, glGenFramebuffers, glBindFramebuffer, what
+     * TextureGL2::CreateGLTexture calls, glFramebufferTexture2D, glFramebufferRenderbuffer, glGetError and
+     * glCheckFramebufferStatus; framebuffer 0 is bound afterwards. Render thread. False, without a message,
+     * when a texture cannot be made or the framebuffer is not complete; it may stay bound then, and its
+     * objects go with the destructor.
      */
     bool Create(InitParams const& params);
     /**
-     * Draws go here from now on: glBindFramebuffer, glClear of colour (and depth where there is one, never
-     * stencil) unless SetClearOnBind(false), and a viewport of the target's size. Remembers the viewport in
-     * force.
+     * Draws go here from now on, with a viewport of the target's size; the viewport in force is remembered.
+     * Clears colour, and depth where there is one, but never stencil, unless SetClearOnBind(false). Calls
+     * glBindFramebuffer, glClear, glGetIntegerv and glViewport. Render thread.
      */
     void Bind();
     /**
      * Brings the viewport of before Bind back, then binds `pPrevious`, which clears it as any Bind does, or
-     * the window's framebuffer for null.
+     * the window's framebuffer for null. Calls glViewport, then what Bind calls, or glBindFramebuffer. Render
+     * thread.
      */
     void Unbind(FramebufferGL2* pPrevious);
 

@@ -15,7 +15,10 @@ class GraphicsDeviceGL2;
  * programs. The targets do not follow the viewport. */
 class KELVO_EXPORT GaussianBlurResourceGL2 : public EffectResource {
 public:
-    /** False when a target cannot be made or a program does not compile. Render thread. */
+    /**
+     * Makes the targets and the programs. Calls what FramebufferGL2::Create and ShaderProgramGL2::Compile
+     * call. Render thread. False when a target cannot be made or a program does not compile.
+     */
     bool Init(GraphicsDevice& device) override;
 
 private:
@@ -45,11 +48,17 @@ public:
     GaussianBlurEffectGL2(GaussianBlurEffectGL2 const& other);
     ~GaussianBlurEffectGL2() override;
 
-    /** Binds the back target, in which the subtree is then drawn. */
+    /**
+     * Binds the back target, in which the subtree is then drawn. Calls what
+     * GraphicsDeviceGL2::SwapTargetBuffers calls, and the first time what GaussianBlurResourceGL2::Init
+     * calls. Render thread.
+     */
     void PreRender(GraphicsDevice& device) override;
     /**
      * Blurs what has been drawn and composites it on the window's framebuffer, whatever was drawn to before:
-     * intended (blur-to-window). The blending is that of the last draw.
+     * intended (blur-to-window). The blending is that of the last draw. Calls what
+     * GraphicsDeviceGL2::SwapTargetBuffers, GraphicsDeviceGL2::SetActiveShader, ShaderProgramGL2::SetSampler,
+     * ShaderProgramGL2::SetParameter and GraphicsDeviceGL2::RenderFullscreenQuad call. Render thread.
      */
     void PostRender(GraphicsDevice& device) override;
     bool InternalInit(EffectResource* pResource) override;

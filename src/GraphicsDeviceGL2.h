@@ -33,43 +33,50 @@ public:
     GraphicsDeviceGL2();
     /**
      * Executes what other threads have queued, then releases resources, programs and cameras, then surface,
-     * context and display. Render thread.
+     * context and display. Calls what ReleaseEffectResources, ShaderProgramGL2::~ShaderProgramGL2 and
+     * FramebufferGL2::~FramebufferGL2 call, then eglMakeCurrent, eglDestroySurface, eglDestroyContext and
+     * eglTerminate. Render thread.
      */
     ~GraphicsDeviceGL2() override;
 
     /**
      * Opens the default display, makes a window surface and a context current, and prepares fixed GL state,
-     * the default camera and the built-in programs. The calling thread becomes the render thread, even when
-     * this fails.
-     * @param pWindow a WindowT<ANativeWindow>, or null for no native window; it has to outlive the surface.
-     * @param size pixels; the default camera maps one unit to one of them.
-     * @return false, traced, at the first thing that cannot be had. What is there already goes with the
-     * device.
+     * the default camera and the built-in programs. `pWindow` is a WindowT<ANativeWindow>, or null for no
+     * native window; it has to outlive the surface. `size` is in pixels; the default camera maps one unit to
+     * one of them. Calls eglGetDisplay, eglInitialize, what ChooseEGLConfig calls, eglCreateWindowSurface,
+     * eglCreateContext, eglMakeCurrent, eglGetError where one of these fails, glClearStencil, glDisable,
+     * glFrontFace, glClearColor, glEnable, glGetIntegerv, and what InitializeShaders and InitializeExtensions
+     * call. The calling thread becomes the render thread, even when this fails. False, traced, at the first
+     * thing that cannot be had. What is there already goes with the device.
      */
     bool Initialize(void* pWindow, DeviceFormat::Enum format, SizeT<int> const& size) override;
     using GraphicsDevice::Reset;
     /**
      * Makes a surface for another window current; context and all GL objects stay. The surface before is not
-     * destroyed: intended (reset-keeps-surface). Calls eglCreateWindowSurface and eglMakeCurrent. False,
-     * traced, when either fails.
+     * destroyed: intended (reset-keeps-surface). `pWindow` is as in Initialize. Calls eglCreateWindowSurface
+     * and eglMakeCurrent, and eglGetError where one of them fails. Render thread. False, traced, when one
+     * fails.
      */
     bool Reset(void* pWindow) override;
-    /** glClearColor; red, green, blue and alpha, 0 to 1, initially opaque black. */
+    /**
+     * Sets what Clear fills the colour buffer with: red, green, blue and alpha, 0 to 1, initially opaque
+     * black. Calls glClearColor. Render thread.
+     */
     void SetClearColor(ColorT<RealFloat> const& color) override;
     /**
      * Clears colour, depth and stencil of the current target; no program is active and no alpha test on
-     * afterwards.
+     * afterwards. Calls glClear and what SetActiveShader calls. Render thread.
      */
     void Clear() override;
     /**
-     * Sets the viewport from the edges of a rectangle: its bottom edge is the lower side's y. Calls
-     * glViewport with the viewport in force before, then as the other form. Both intended
-     * (viewport-rectangle).
+     * Sets the viewport from the edges of a rectangle, in window pixels: its bottom edge is the lower side's
+     * y. Calls glViewport with the viewport in force before, then as the other form. Both intended
+     * (viewport-rectangle). Render thread.
      */
     void SetViewport(RectangleT<int> const& rectangle) override;
     /**
-     * glViewport, in window pixels with y up; the viewport matrix maps device coordinates to pixels with y
-     * down.
+     * Sets the viewport, in window pixels with y up; the viewport matrix maps device coordinates to pixels
+     * with y down. Calls glViewport. Render thread.
      */
     void SetViewport(int nX, int nY, int nWidth, int nHeight) override;
     Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model,
@@ -87,33 +94,50 @@ public:
     Matrix4T<RealFloat> GetViewportMatrix() override;
     /** The camera on top, or the default camera, null before Initialize. Borrowed. */
     Camera* GetActiveCamera() override;
-    /** Executes what other threads have queued with the dispatcher, in order. */
+    /**
+     * Executes what other threads have queued with the dispatcher, in order, with the calls that this work
+     * makes. Render thread.
+     */
     void Process() override;
-    /** eglSwapBuffers. */
+    /** Shows the finished frame in the window. Calls eglSwapBuffers. Render thread. */
     void Present() override;
     /**
      * Reads a rectangle of the current target into a texture: in viewport pixels with y down, while the rows
-     * that are read come from the bottom up: intended (read-pixels-bottom-up). RGBA8888 from surfaces of 16
-     * bits of colour, RGB888 from those of 24. Calls glGetIntegerv, glGetError and glReadPixels, twice where
-     * the driver refuses GL_RGB, and those of PixelAlignment.
-     * @param ppTexture a texture to fill, in place of its pixels and its image, or null for a new one, which
-     * comes without a reference.
-     * @return false, without a message, for other surfaces, for promoted textures, for rectangles that GL's
-     * numbers cannot tell, and when GL refuses, with the texture as it was; without memory for the pixels as
-     * well, where the texture is deleted even if it was the caller's, intended (read-pixels-memory), and null
-     * afterwards.
+     * that are read come from the bottom up: intended (read-pixels-bottom-up). `*ppTexture` is a texture to
+     * fill, in place of its pixels and its image, or null for a new one, which comes without a reference. It
+     * gets RGBA8888 from surfaces of 16 bits of colour, RGB888 from those of 24. Calls glGetIntegerv,
+     * glGetError and glReadPixels, twice where the driver refuses GL_RGB, around them glPixelStorei for rows
+     * that are no multiple of 8 bytes, and what TextureGL2::ReleaseGLTexture calls. Render thread. False,
+     * without a message, for other surfaces, for promoted textures, for rectangles that GL's numbers cannot
+     * tell, and when GL refuses, with the texture as it was; without memory for the pixels as well, where the
+     * texture is deleted even if it was the caller's, intended (read-pixels-memory), and null afterwards.
      */
     bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) override;
-    /** Enables or disables GL_DEPTH_TEST, unless that is its state already. */
+    /**
+     * Turns the depth test on or off, unless that is its state already; off at first. Calls glEnable or
+     * glDisable. Render thread.
+     */
     void SetDepthTestEnabled(bool fEnabled) override;
+    /**
+     * The resource that all effects of a class share, made and initialised at the first request. Borrowed.
+     * The first request calls at most what GaussianBlurResourceGL2::Init calls, for the classes of this
+     * library. Render thread. Null when no such class is registered, without memory, and when Init fails; the
+     * next request tries again then.
+     */
     EffectResource* GetEffectResource(unsigned int nClassID) override;
     /**
-     * Draws the masks into the stencil buffer, one level above those in force, and lets later draws pass only
-     * there. An empty list changes nothing. Nesting beyond the stencil buffer's 15 levels is not told
-     * from 15.
+     * Draws the masks, in the space of the model-view matrix, into the stencil buffer, one level above those
+     * in force, and lets later draws pass only there. An empty list changes nothing. Nesting beyond the
+     * stencil buffer's 15 levels is not told from 15. Calls glEnable, glDisable, glDepthMask, glColorMask,
+     * glStencilFunc, glStencilOp, glVertexAttribPointer and glDrawArrays, and what SetActiveShader and
+     * ShaderProgramGL2::SetParameter call. Render thread. Always true.
      */
     bool PushMasks(List<Mask*>& masks) override;
-    /** Undoes PushMasks with the same list. */
+    /**
+     * Undoes PushMasks with the same list. Calls glDisable, glDepthMask, glColorMask, glStencilFunc,
+     * glStencilOp, glVertexAttribPointer and glDrawArrays, and what SetActiveShader and
+     * ShaderProgramGL2::SetParameter call. Render thread. Always true.
+     */
     bool PopMasks(List<Mask*>& masks) override;
     /**
      * Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. Without memory, here
@@ -143,20 +167,31 @@ public:
     }
 
     /**
-     * Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. False, traced:
+     * Picks the EGL config for a format, and takes EGL's first choice when none fits exactly. Calls
+     * eglChooseConfig, eglGetConfigAttrib, and eglGetError where EGL refuses. Render thread. False, traced:
      * none.
      */
     bool ChooseEGLConfig(DeviceFormat::Enum format);
-    /** Looks the EGL image functions up, unless they are known. A missing one is traced and stays null. */
+    /**
+     * Looks the EGL image functions up, unless they are known. Calls eglGetProcAddress. Render thread. A
+     * missing one is traced and stays null.
+     */
     static void InitializeExtensions();
-    /** The EGL function of this name; a null image without calling anything when there is none. */
+    /**
+     * Calls the EGL function eglCreateImageKHR. Any thread. A null image, with nothing called, when there is
+     * none.
+     */
     static EGLImageKHR eglCreateImageKHR(EGLDisplay display, EGLContext context, EGLenum target,
                                          EGLClientBuffer buffer, EGLint const* pAttributes);
+    /**
+     * Calls the EGL function eglDestroyImageKHR. Any thread. False, with nothing called, when there is none.
+     */
     static EGLBoolean eglDestroyImageKHR(EGLDisplay display, EGLImageKHR image);
 
     /**
-     * Makes, registers and compiles the built-in programs. False at the first that does not compile, which is
-     * traced, and without memory.
+     * Makes, registers and compiles the built-in programs. Calls what ShaderProgramGL2::Compile,
+     * SetActiveShader and ShaderProgramGL2::SetParameter call. Render thread. False at the first that does
+     * not compile, which is traced, and without memory.
      */
     bool InitializeShaders();
     /**
@@ -171,9 +206,10 @@ public:
         return nPlace < BuiltInPlaces ? m_builtIn[nPlace] : m_shaders.Find(nId);
     }
     /**
-     * Binds a program in place of the active one; null only unbinds. The active program is not bound again.
-     * The device takes no reference: a program that goes while it is the active one unbinds itself, and none
-     * is active then.
+     * Binds a program in place of the active one; null only unbinds. None is active at first, and the active
+     * one is not bound again. The device takes no reference: a program that goes while it is the active one
+     * unbinds itself, and none is active then. Calls what ShaderProgramGL2::Unbind and ShaderProgramGL2::Bind
+     * call. Render thread.
      */
     void SetActiveShader(ShaderProgramGL2* pProgram) {
         if (pProgram != m_pActiveShader) {
@@ -181,8 +217,9 @@ public:
         }
     }
     /**
-     * Makes a program, not null, the one of RenderForPostProcess. The spelling is intended
-     * (post-proccess-spelling).
+     * Makes a program, not null, the one of RenderForPostProcess, and keeps a reference. The spelling is
+     * intended (post-proccess-spelling). Calls what ShaderProgramGL2::~ShaderProgramGL2 calls where the
+     * program before has no other reference. Render thread.
      */
     void SetPostProccessShader(ShaderProgramGL2* pProgram);
 
@@ -223,8 +260,8 @@ public:
      * Makes the two frame targets, of the viewport's size, with RGB565 colour and a depth and stencil
      * texture. The application calls it once, after Initialize and SetViewport and before the first effect or
      * post-process pass; a second call forgets the targets of the first, and they do not follow the viewport:
-     * both intended (targets-by-application, target-sizes-fixed). False, without a message, when one cannot
-     * be made.
+     * both intended (targets-by-application, target-sizes-fixed). Calls glGetFloatv and what
+     * FramebufferGL2::Create calls. Render thread. False, without a message, when one cannot be made.
      */
     bool InitializeTargetBuffers();
     /** The current target while it is bound, else null. Borrowed. */
@@ -233,18 +270,21 @@ public:
     FramebufferGL2* GetBackTargetBuffer();
     /**
      * Makes the other target the current one and binds it, which clears it; or, `fToScreen`, binds the
-     * window's framebuffer, for which a target has to be bound.
+     * window's framebuffer, for which a target has to be bound. Calls what FramebufferGL2::Bind and
+     * FramebufferGL2::Unbind call. Render thread.
      */
     void SwapTargetBuffers(bool fToScreen);
     /**
-     * Draws a quad over the whole target with the bound program: positions in attribute 0, texture in
-     * attribute 1.
+     * Draws a quad over the whole target with the bound program: positions in attribute 0, in device
+     * coordinates, texture coordinates in attribute 1, from 0 to 1. Calls glVertexAttribPointer and
+     * glDrawArrays. Render thread.
      */
     void RenderFullscreenQuad();
     /**
      * Draws the back target over the current one with the post-process program, which samples its colour as
-     * sColor and its depth as sDepth. Nothing before InitializeTargetBuffers, nor after an Initialize that
-     * failed. No program is active afterwards.
+     * sColor and its depth as sDepth. No program is active afterwards. Calls what SetActiveShader,
+     * ShaderProgramGL2::SetSampler and RenderFullscreenQuad call. Render thread. Nothing is drawn before
+     * InitializeTargetBuffers, nor after an Initialize that failed.
      */
     void RenderForPostProcess();
 
@@ -260,7 +300,11 @@ public:
      */
     static unsigned int GetContextNumber() { return ms_nContext.load(std::memory_order_relaxed); }
 
-    /** Drops every effect resource; the next request for one makes a new one. */
+    /**
+     * Drops every effect resource; the next request for one makes a new one. Calls what
+     * FramebufferGL2::~FramebufferGL2 and ShaderProgramGL2::~ShaderProgramGL2 call for what no effect holds.
+     * Render thread.
+     */
     void ReleaseEffectResources();
 
 private:

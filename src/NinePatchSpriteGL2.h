@@ -27,10 +27,14 @@ public:
     // intended (nine-patch-clone).
     unsigned int GetFactoryClassID() const override { return HashName(u"NinePatchSprite"); }
 
+    /** Calls what SpriteGL2::InternalRender calls. Render thread. */
     void InternalRender(GraphicsDevice& device) override;
     /**
      * Draws the grid as one indexed triangle list; without a texture or bands, or when it cannot be built,
-     * the sprite. Nothing before Load.
+     * the sprite. Calls glVertexAttribPointer (0 and 1), what GraphicsDeviceGL2::SetActiveShader,
+     * ShaderProgramGL2::SetSampler and ShaderProgramGL2::SetParameter call, glBlendFuncSeparate,
+     * glBlendEquationSeparate and glDrawElements, or what SpriteGL2::InternalRenderNonBlended calls. Render
+     * thread. Nothing is drawn before Load.
      */
     void InternalRenderNonBlended(GraphicsDeviceGL2& device) override;
 

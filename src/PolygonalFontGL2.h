@@ -20,8 +20,9 @@ public:
     /**
      * Draws one glyph's mesh in `*pColor`, with the blending that is in force, under the transform on top of
      * the device's stack, which has to lead to clip space: neither `position` nor the projection is applied.
-     * Calls the shader calls of ShaderId::Solid, glVertexAttribPointer (0) and glDrawElements. Render thread.
-     * A mesh index that the font does not have draws nothing, without any call.
+     * Calls what GraphicsDeviceGL2::SetActiveShader and ShaderProgramGL2::SetParameter call, with
+     * ShaderId::Solid, glVertexAttribPointer (0) and glDrawElements. Render thread. A mesh index that the
+     * font does not have draws nothing, without any call.
      */
     void RenderGlyph(GraphicsDevice& device, Glyph const* pGlyph, Vector2T<RealFloat> const& position,
                      ColorT<RealFloat> const* pColor) override;

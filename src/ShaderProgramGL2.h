@@ -55,7 +55,11 @@ public:
 
     /** An empty program without GL objects. */
     ShaderProgramGL2();
-    /** Unbinds a device's active program first, then deletes the GL objects, see Cleanup. */
+    /**
+     * Unbinds a device's active program first, then deletes the GL objects. Calls what Unbind and Cleanup
+     * call, and what TextureGL2::ReleaseGLTexture calls for textures that only its samplers hold. Render
+     * thread.
+     */
     ~ShaderProgramGL2() override;
     ShaderProgramGL2(ShaderProgramGL2 const&) = delete;
     ShaderProgramGL2& operator=(ShaderProgramGL2 const&) = delete;
@@ -77,23 +81,27 @@ public:
      * Compiles and links the sources. On success there are as many texture units as GL has, all of them free
      * the first time; units that samplers have from an earlier compilation stay theirs. Calls, in this order,
      * glGetBooleanv, glCreateProgram, glCreateShader, glShaderSource, glCompileShader, glAttachShader,
-     * glBindAttribLocation, glLinkProgram and the queries that tell the outcome.
-     * @return false without a message for a binary, a missing source or a driver without compiler, with the
-     * empty program object left in place; false with the traced logs, and without GL objects, when linking
-     * fails.
+     * glBindAttribLocation, glLinkProgram, glGetProgramiv and glGetIntegerv; when linking fails, in place of
+     * the last one glGetProgramInfoLog, glGetShaderiv and what Cleanup calls. Render thread. False without a
+     * message for a binary, a missing source or a driver without compiler, with the empty program object left
+     * in place; false with the traced logs, and without GL objects, when linking fails.
      */
     bool Compile();
-    /** glUseProgram and glEnableVertexAttribArray for each attribute; nothing while bound already. */
+    /**
+     * Makes draws use the program and its attributes; nothing while bound already. Calls glUseProgram, and
+     * glEnableVertexAttribArray for each attribute. Render thread.
+     */
     void Bind();
     /**
-     * glDisableVertexAttribArray for each attribute, texture 0 in each unit that holds a texture,
-     * glUseProgram(0); nothing while not bound. The active unit stays the last one touched.
+     * Leaves no program, none of its attributes and no texture in the units that hold one of its textures;
+     * nothing while not bound. The active unit stays the last one touched. Calls glDisableVertexAttribArray,
+     * glActiveTexture, glBindTexture and glUseProgram. Render thread.
      */
     void Unbind();
 
     /**
-     * The location of a uniform, -1 for one that is not active, and while memory is short. Asked of GL once
-     * for each name, even across Cleanup.
+     * The location of a uniform, -1 for one that is not active. Asked of GL once for each name, even across
+     * Cleanup. Calls glGetUniformLocation the first time. Render thread. -1 while memory is short, too.
      */
     int GetUniformLocation(StringEncoded<UTF16Encoding> const& sName);
     /** The same for a name with a slot: after the first time one look into the table. */
@@ -104,12 +112,12 @@ public:
     }
 
     /**
-     * Gives a sampler a texture: the sampler's own unit, or the first free one from now on. Calls
-     * glUniform1i, glActiveTexture and glBindTexture each time, before them glActiveTexture and
-     * glBindTexture(0) for another texture that the unit held. The program has to be bound.
-     * @param pTexture null binds texture 0; the unit stays the sampler's.
-     * @param nGLTexture the GL name to bind in place of the texture's own; 0 for its own, made on first use.
-     * Without a free unit a trace is all that happens.
+     * Gives a sampler of the bound program a texture: in the sampler's own unit, or in the first free one,
+     * which is its own from now on. Null binds texture 0; the unit stays the sampler's. `nGLTexture` is the
+     * GL name to bind in place of the texture's own; 0 for its own, made on first use. Calls glUniform1i,
+     * glActiveTexture and glBindTexture each time, before them glActiveTexture and glBindTexture for another
+     * texture that the unit held, and what GetUniformLocation and TextureGL2::GetGLTexture call. Render
+     * thread. Without a free unit a trace is all that happens.
      */
     template <class Name>
     void SetSampler(Name const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
@@ -131,17 +139,21 @@ public:
     }
 
     /**
-     * Sets a uniform of the bound program from a 4 by 4 matrix, a vector of 4, 3 or 2 floats, or a float:
-     * glUniformMatrix4fv, glUniform4f to glUniform1f. The stage does not matter, since uniforms belong to the
-     * whole program; it is ignored: intended (parameter-stage-ignored). Inactive uniforms are ignored by GL.
-     * @param sName a StringEncoded, or a UniformName, which is found faster.
+     * Sets a uniform of the bound program from a 4 by 4 matrix, a vector of 4, 3 or 2 floats, or a float.
+     * `sName` is a StringEncoded, or a UniformName, which is found faster. The stage does not matter, since
+     * uniforms belong to the whole program; it is ignored: intended (parameter-stage-ignored). Calls
+     * glUniformMatrix4fv, glUniform4f, glUniform3f, glUniform2f or glUniform1f, and what GetUniformLocation
+     * calls. Render thread. Inactive uniforms are ignored by GL.
      */
     template <class Name, class Value>
     void SetParameter(ShaderType::Enum, Name const& sName, Value const& value) {
         SetUniform(GetUniformLocation(sName), value);
     }
 
-    /** Deletes vertex shader, fragment shader and program, those that exist. All that was set stays. */
+    /**
+     * Deletes vertex shader, fragment shader and program, those that exist. All that was set stays. Calls
+     * glDeleteShader and glDeleteProgram. Render thread.
+     */
     void Cleanup();
 
 private:

@@ -31,18 +31,22 @@ public:
      * False, with the geometry unchanged, when the host sprite cannot be loaded or there is no memory.
      */
     bool Load(Deserializer& deserializer) override;
-    /** Draws the sprite: masks, then the first effect that takes it, or, in the normal blend mode, itself. */
+    /**
+     * Draws the sprite: masks, then the first effect that takes it, or, in the normal blend mode, itself.
+     * Calls what GraphicsDeviceGL2::PushMasks, InternalRenderNonBlended and GraphicsDeviceGL2::PopMasks call;
+     * an effect makes its own calls in place of the second's. Render thread.
+     */
     void InternalRender(GraphicsDevice& device) override;
     /** Also narrows the texture coordinates to the texture's used area, once there are four (after Load). */
     void SetTexture(Texture* pTexture) override;
 
     /**
-     * Draws the strip, then, with the antialias property, the outline; nothing before Load, and nothing when
-     * the device has no program for it. Calls glVertexAttribPointer (0 and, with a texture, 1), the shader
-     * and sampler calls of the chosen program, without a texture glDisable(GL_TEXTURE_2D),
-     * glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays; for the outline the calls of its
-     * program, glVertexAttribPointer (with a texture 1, then 0 and 4 to 7), glLineWidth and glDrawArrays.
-     * Render thread.
+     * Draws the strip, then, with the antialias property, the outline. Calls glVertexAttribPointer (0 and,
+     * with a texture, 1), what GraphicsDeviceGL2::SetActiveShader, ShaderProgramGL2::SetSampler and
+     * ShaderProgramGL2::SetParameter call, without a texture glDisable(GL_TEXTURE_2D), then
+     * glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays; for the outline these calls with another
+     * program and, in place of the blending, glVertexAttribPointer (4 to 7) and glLineWidth. Render thread.
+     * Nothing is drawn before Load, and nothing when the device has no program for it.
      */
     virtual void InternalRenderNonBlended(GraphicsDeviceGL2& device);
 
@@ -56,7 +60,7 @@ public:
 
     /** Makes the coverage ramp that all sprites' antialiased edges sample; true when it exists. */
     static bool CreateAntialiasFilter();
-    /** Drops the coverage ramp. Render thread. */
+    /** Drops the coverage ramp. Programs that have sampled it hold it still. Render thread. */
     static void ReleaseAntialiasFilter();
 
     /**

@@ -21,11 +21,16 @@ public:
     TextGL2(TextGL2 const& other);
     ~TextGL2() override;
 
+    /**
+     * Draws the sprite behind the text, then the text's batches. Calls what SpriteGL2::InternalRender,
+     * BitmapFontGL2::RenderGlyphBatch and RenderImageBatch call. Render thread.
+     */
     void InternalRender(GraphicsDevice& device) override;
     /**
      * Draws a batch of glyph images as quads of their textures' used area, faded by the alpha of each
      * corner's colour and by that of `color`, under the transform on top of the device's stack. A highlight
-     * changes nothing but this last alpha. Calls the shader and sampler calls of ShaderId::TextImage,
+     * changes nothing but this last alpha. Calls what GraphicsDeviceGL2::SetActiveShader,
+     * ShaderProgramGL2::SetSampler and ShaderProgramGL2::SetParameter call, all with ShaderId::TextImage,
      * glVertexAttribPointer (0, 1, 4), glBlendFuncSeparate, glBlendEquationSeparate and glDrawArrays. Render
      * thread. Draws nothing for a batch beyond the instances, without memory, or while the device is not up.
      */

@@ -20,7 +20,10 @@ namespace trevik::kelvo {
 class KELVO_EXPORT TextureGL2 : public Texture {
 public:
     TextureGL2();
-    /** ReleaseGLTexture, unless the GL texture is a surface's. */
+    /**
+     * Deletes the GL textures made from the pixels, and the surfaces. Calls what ReleaseGLTexture and
+     * EGLImageImpl::Destroy call. Render thread where there are such GL textures, else any thread.
+     */
     ~TextureGL2() override;
 
     /** Of the surface that producers write next while promoted, else of the pixels. */
@@ -30,50 +33,59 @@ public:
     bool IsPromoted() override { return m_surfaces == Surfaces::Shown; }
     /**
      * Makes one or two surfaces of the texture's size, RGBA8888 ones for compressed formats. What was drawn
-     * before is drawn until the first Swap, and IsPromoted is false until then. True, without any change,
-     * when there are surfaces already; false, with the texture as it was, when one cannot be made.
+     * before is drawn until the first Swap, and IsPromoted is false until then. Calls what
+     * EGLImageImpl::Create calls. Render thread. True, without any change, when there are surfaces already;
+     * false, with the texture as it was, when one cannot be made.
      */
     bool Promote(bool fDoubleBuffered) override;
     /**
      * Takes the pixels of the surface that producers write next, not of the one drawn last, intended
-     * (demote-next-surface), and gives the surfaces up. Always true: where they cannot be taken, without
-     * memory or in a format that textures lack, that is traced and the texture stays as it was. Render
-     * thread, before the first Swap.
+     * (demote-next-surface), and gives the surfaces up. Calls what Replace and EGLImageImpl::Destroy call.
+     * Render thread, before the first Swap. Always true: where the pixels cannot be taken, without memory or
+     * in a format that textures lack, that is traced and the texture stays as it was.
      */
     bool Demote() override;
     bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const override;
     /**
-     * The pixels of the current surface, after promoting to a single one where there are none; null when that
-     * fails. The caller unlocks before it swaps. Any thread once promoted.
+     * The pixels of the current surface, after promoting to a single one where there are none, which calls
+     * what Promote calls. The caller unlocks before it swaps. Any thread once promoted, else the render
+     * thread. Null when the promotion fails.
      */
     void* Lock() override;
     void Unlock() override;
     /**
-     * Has the surface just written drawn from now on. The first Swap deletes the GL textures of before, which
-     * takes the render thread; later ones any thread.
+     * Has the surface just written drawn from now on. Answers which one producers write next, -1 where there
+     * are none. The first Swap calls what ReleaseGLTexture calls, on the render thread; later ones call
+     * nothing, on any thread.
      */
     int Swap() override;
     int Current() override;
     int Count() override;
-    /** Makes surface `nImage` at the texture's size; false, asserted, where there is none. Render thread. */
+    /**
+     * Makes surface `nImage` at the texture's size, in place of what it was. Calls what EGLImageImpl::Create
+     * calls. Render thread. False where that fails and, asserted, where there is no such surface.
+     */
     bool CreateEGLImage(int nImage);
     /**
      * Takes new pixels over, from which the next draw makes new GL textures, and deletes those of before.
-     * False, with the texture unchanged, while promoted (asserted) and where the host refuses the pixels.
+     * `nStride` is in bytes. Calls what ReleaseGLTexture calls. Render thread. False, with the texture
+     * unchanged, while promoted (asserted) and where the host refuses the pixels.
      */
     bool Replace(int nWidth, int nHeight, TextureFormat::Enum format, void const* pData,
                  int nStride) override;
     /**
-     * A Java bitmap over a surface, after promoting to a single one where there are none; `nImage` must be
-     * below Count() of the promoted texture. One that is not promotes no texture, intended
+     * A Java bitmap over a surface, after promoting to a single one where there are none, which calls what
+     * Promote calls; `nImage` must be below Count() of the promoted texture. The render thread for a
+     * promotion, and one attached to the Java virtual machine. One that is not promotes no texture, intended
      * (java-bitmap-index), and gives an empty object where there is no such surface.
      */
     jni::Object<jni::android::graphics::Bitmap> CreateJavaBitmapFromTexture(int nImage) override;
 
     /**
      * The GL name of the image, or of its colour when the alpha is separate; made on first use, which is
-     * counted in statistic 37 and announced as "Create Texture: WxH(bytes)". 0 when there are no pixels, the
-     * format cannot be uploaded, or a side is longer than the driver takes.
+     * counted in statistic 37 and announced as "Create Texture: WxH(bytes)". The first use calls what
+     * CreateGLTexture calls. Render thread. 0 when there are no pixels, the format cannot be uploaded, or a
+     * side is longer than the driver takes.
      */
     unsigned int GetGLTexture() {
         unsigned int const nName = m_nShownName.load(std::memory_order_acquire);
@@ -81,7 +93,10 @@ public:
     }
     /** The name that GetGLTexture gives, as it is: nothing is made, counted or announced for it. */
     unsigned int GetGLName() const { return m_nShownName.load(std::memory_order_acquire); }
-    /** The GL name of the separate alpha of an ETC1_RGBA texture; 0 for other formats. */
+    /**
+     * The GL name of the separate alpha of an ETC1_RGBA texture; 0 for other formats. Calls what
+     * CreateGLTexture calls while there is no GL texture. Render thread.
+     */
     unsigned int GetGLTextureAlpha() {
         if (m_nShownName == 0) {
             CreateGLTexture();
@@ -92,23 +107,24 @@ public:
     unsigned int GetGLTextureType() const { return GL_TEXTURE_2D; }
 
     /**
-     * Makes the GL texture or textures from the pixels and drops these. False, changing nothing, without
-     * pixels.
+     * Makes the GL texture or textures from the pixels and drops these, or takes a surface's while promoted.
+     * Calls what ReleaseGLTexture calls, then the calls of the other form. Render thread. False, changing
+     * nothing, without pixels.
      */
     bool CreateGLTexture();
     /**
-     * Makes one GL texture and uploads each level that the list describes from `pData`. Calls glGenTextures,
+     * Makes one GL texture and uploads each level that the list describes from `pData`. `nFormat` is a
+     * TextureFormat::Enum; ETC1_Alpha uploads the alpha planes behind the colour planes. Calls glGenTextures,
      * glBindTexture, glTexParameteri, then glTexImage2D or glCompressedTexImage2D with glGetError for each
-     * level, with the calls of PixelAlignment around them.
-     * @param nFormat a TextureFormat::Enum; ETC1_Alpha uploads the alpha planes behind the colour planes.
-     * @return the GL name; 0 without data, for formats that cannot be uploaded, and, without a call, for
+     * level, around them glGetIntegerv and glPixelStorei for rows that are no multiple of 8 bytes. Render
+     * thread. The GL name; 0 without data, for formats that cannot be uploaded, and, without a call, for
      * sides beyond GL_MAX_TEXTURE_SIZE.
      */
     unsigned int CreateGLTexture(void const* pData, ListProperty<MipLevel> const& levels, int nFormat) const;
     /**
-     * Deletes the GL textures, those that exist, and takes their bytes off statistic 37. Render thread; on
-     * another one that is asserted, and they go at the next GraphicsDevice::Process. Those of a context that
-     * is gone went with it.
+     * Deletes the GL textures, those that exist, and takes their bytes off statistic 37. Calls
+     * glDeleteTextures. Render thread; on another one that is asserted, and they go at the next
+     * GraphicsDevice::Process. Those of a context that is gone went with it.
      */
     void ReleaseGLTexture();
 

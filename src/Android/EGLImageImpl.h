@@ -19,15 +19,17 @@ class EGLImageImpl : public EGLImageHelper {
 public:
     /** An empty surface. */
     EGLImageImpl();
-    /** Destroy. */
+    /** Calls what Destroy calls. Any thread. */
     ~EGLImageImpl() override;
     EGLImageImpl(EGLImageImpl const&) = delete;
     EGLImageImpl& operator=(EGLImageImpl const&) = delete;
 
     /**
-     * Makes buffer, EGL image and texture, in place of those before. Calls eglGetCurrentDisplay,
-     * eglCreateImageKHR, glGetError, those of CreateTexture, glBindTexture and glEGLImageTargetTexture2DOES.
-     * Render thread. False, traced, with the surface empty, when the image or the texture cannot be had.
+     * Makes buffer, EGL image and texture, in place of those before: pixels, a TextureFormat::Enum. Calls
+     * what Destroy calls, eglGetCurrentDisplay, eglCreateImageKHR, eglGetProcAddress, glGetError, what
+     * CreateTexture calls, glBindTexture, glEGLImageTargetTexture2DOES, and eglGetError where there is no
+     * image. Render thread. False, traced, with the surface empty, when the image or the texture cannot be
+     * had.
      */
     bool Create(unsigned int nWidth, unsigned int nHeight, unsigned int nFormat) override;
     bool IsCreated() override { return m_eglImage != EGL_NO_IMAGE_KHR; }
@@ -36,9 +38,10 @@ public:
     void* Lock() override;
     void Unlock() override;
     /**
-     * Empties the surface, which must not be locked. Off the render thread, texture and image go at the next
-     * GraphicsDevice::Process; the buffer lives as long as they do. Without memory for that they stay,
-     * traced. Once their context is gone nothing is called: they went with it.
+     * Empties the surface, which must not be locked. Calls glDeleteTextures and eglDestroyImageKHR. Any
+     * thread: off the render thread, texture and image go at the next GraphicsDevice::Process; the buffer
+     * lives as long as they do. Without memory for that they stay, traced. Once their context is gone nothing
+     * is called: they went with it.
      */
     void Destroy() override;
     int GetTexture() override { return m_nTexture; }
@@ -57,7 +60,10 @@ public:
     static int PixelFormat2TextureFormat(int nPixelFormat);
     /** The Android pixel format that keeps a TextureFormat::Enum, 0 when there is none. */
     static int TextureFormat2PixelFormat(int nTextureFormat);
-    /** A new GL texture, linear and clamped, which stays bound to the target. */
+    /**
+     * A new GL texture, linear and clamped, which stays bound to the target. Calls glGenTextures,
+     * glBindTexture and glTexParameteri. Render thread.
+     */
     static int CreateTexture(int nTarget);
 
 private:
