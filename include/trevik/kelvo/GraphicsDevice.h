@@ -45,7 +45,12 @@ public:
     virtual bool Reset(RectangleT<int> const& rectangle);
     /** Moves the device to another window. */
     virtual bool Reset(void* pWindow) = 0;
+    /**
+     * Sets the colour that Clear fills the target with: red, green, blue and alpha, 0 to 1. The base records
+     * it.
+     */
     virtual void SetClearColor(ColorT<RealFloat> const& color);
+    /** The colour that was set last, opaque black at first. */
     virtual ColorT<RealFloat> GetClearColor();
     /** Starts a frame. The base empties the opacity and transform stacks. */
     virtual void Clear();
@@ -53,6 +58,7 @@ public:
     virtual void SetViewport(RectangleT<int> const& rectangle);
     /** Sets the viewport in window pixels. The base records it as (x, y, x + width, y + height). */
     virtual void SetViewport(int nX, int nY, int nWidth, int nHeight);
+    /** The viewport that was recorded last: left, top, right and bottom in window pixels; all 0 at first. */
     virtual RectangleT<int> GetViewport() const;
     /** Window position (pixels, y down) of a point given in the space that `model` maps to the world. */
     virtual Vector2T<RealFloat> ProjectCoordinate(Matrix4T<RealFloat> const& model,
@@ -72,6 +78,7 @@ public:
      * drawing.
      */
     virtual void SetSelectionMode(Vector2T<RealFloat> const& point, List<SelectionPoint>* pSelected);
+    /** The point of SetSelectionMode, in window pixels with y down; (0, 0) at first. */
     virtual Vector2T<RealFloat> GetSelectionPoint();
     /**
      * Enters a node that was hit, keeping the list sorted by distance, nearest first. Of nodes at the same
@@ -79,9 +86,13 @@ public:
      * nothing happens.
      */
     virtual void PushSelected(Node* pNode, Vector2T<RealFloat> const& position, RealFloat const& distance);
+    /** View space to clip space, for the nodes that are drawn next; the identity without a camera. */
     virtual Matrix4T<RealFloat> GetProjectionMatrix() = 0;
+    /** World space to view space, for the nodes that are drawn next; the identity without a camera. */
     virtual Matrix4T<RealFloat> GetViewMatrix() = 0;
+    /** Device coordinates, from -1 to 1 with y up, to window pixels with y down. */
     virtual Matrix4T<RealFloat> GetViewportMatrix() = 0;
+    /** The camera on top, or the default one where there is none. Borrowed; null before Initialize. */
     virtual Camera* GetActiveCamera() = 0;
     /** Runs the work that other threads have queued for the render thread. */
     virtual void Process() = 0;
@@ -89,7 +100,9 @@ public:
     virtual void Present() = 0;
     /** Reads a rectangle of the frame (top-left origin) into a texture, created if `*ppTexture` is null. */
     virtual bool ReadPixels(RectangleT<int> const& rectangle, Texture** ppTexture) = 0;
+    /** Whether the depth test is on, as recorded; off at first. */
     virtual bool IsDepthTestEnabled();
+    /** Turns the depth test on or off for later draws. */
     virtual void SetDepthTestEnabled(bool fEnabled) = 0;
     /** The shared resource of an effect class, created on first use; null when that fails. Borrowed. */
     virtual EffectResource* GetEffectResource(unsigned int nClassID) = 0;
@@ -120,11 +133,26 @@ public:
         static_cast<void>(masks);
         return true;
     }
+    /** Puts a camera on top, which is kept until PopCamera; null is ignored. */
     virtual void PushCamera(Camera* pCamera) = 0;
+    /**
+     * Puts an orthographic camera on top. Its units count from (0, 0), the upper left corner of the viewport,
+     * to (width - 1, height - 1), the lower right one, with y down.
+     */
     virtual void PushCamera2D(RealFloat const& width, RealFloat const& height) = 0;
+    /** Takes the last camera that was put on top off again; nothing where there is none. */
     virtual void PopCamera() = 0;
+    /**
+     * Enters a node with camera depth or, `fDepth` false, without; below the latter SetCameraDepth(true) has
+     * no effect.
+     */
     virtual void PushCameraDepth(bool fDepth) = 0;
+    /** Leaves the node that PushCameraDepth entered with the same argument. */
     virtual void PopCameraDepth(bool fDepth) = 0;
+    /**
+     * Chooses the camera to draw with: the default one, or, `fDepth` false, the one on top. Without one on
+     * top it is always the default one.
+     */
     virtual void SetCameraDepth(bool fDepth) = 0;
 
     // What follows is not virtual.
