@@ -74,10 +74,10 @@ TEST(Live, SaysWhatIsMissing) {
          1,
          "none/p.png"},
     };
-    for (auto const& each : cases) {
-        Outcome const outcome = PlayLive(each.arguments);
-        EXPECT_EQ(outcome.nExitCode, each.nExitCode) << each.pError;
-        EXPECT_NE(outcome.errors.find(each.pError), std::string::npos) << outcome.errors;
+    for (auto const& test : cases) {
+        Outcome const outcome = PlayLive(test.arguments);
+        EXPECT_EQ(outcome.nExitCode, test.nExitCode) << test.pError;
+        EXPECT_NE(outcome.errors.find(test.pError), std::string::npos) << outcome.errors;
     }
 }
 

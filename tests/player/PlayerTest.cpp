@@ -61,16 +61,16 @@ TEST_F(PlayerTest, SaysWhichVersionItIs) {
 }
 
 TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
-    for (TextCase const& bad : ReadCases("command-lines.txt")) {
+    for (TextCase const& test : ReadCases("command-lines.txt")) {
         std::vector<std::string> arguments;
-        std::istringstream words(bad.text);
+        std::istringstream words(test.text);
         for (std::string word; words >> word;) {
             arguments.push_back(word == "''" ? "" : word);
         }
         Outcome const outcome = Play(arguments);
-        EXPECT_EQ(outcome.nExitCode, 2) << bad.text;
+        EXPECT_EQ(outcome.nExitCode, 2) << test.text;
         EXPECT_EQ(outcome.errors.rfind("kelvo-player: ", 0), 0u) << outcome.errors;
-        EXPECT_NE(outcome.errors.find(bad.expected), std::string::npos) << outcome.errors;
+        EXPECT_NE(outcome.errors.find(test.expected), std::string::npos) << outcome.errors;
         EXPECT_EQ(outcome.output, "");
     }
 }
@@ -119,12 +119,12 @@ TEST_F(PlayerTest, EndsWithThreeWithoutADevice) {
          {"KELVO_EGL_PLATFORM=bogus"},
          "rgb888: KELVO_EGL_PLATFORM is \"bogus\", not surfaceless, device"},
     };
-    for (auto const& bad : cases) {
-        std::vector<std::string> arguments = bad.arguments;
+    for (auto const& test : cases) {
+        std::vector<std::string> arguments = test.arguments;
         arguments.insert(arguments.begin(), {Path("scene.json"), "--out", Path("out.png")});
-        Outcome const outcome = Play(arguments, bad.variables);
-        EXPECT_EQ(outcome.nExitCode, 3) << bad.pError;
-        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+        Outcome const outcome = Play(arguments, test.variables);
+        EXPECT_EQ(outcome.nExitCode, 3) << test.pError;
+        EXPECT_NE(outcome.errors.find(test.pError), std::string::npos) << outcome.errors;
         EXPECT_FALSE(std::filesystem::exists(Path("out.png")));
     }
 }
@@ -359,12 +359,12 @@ TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
         {{"--out", Path("none/a.png")}, "No such file or directory"},
         {{"--save", Path("none/a.kelvo")}, "a.kelvo"},
     };
-    for (auto const& bad : cases) {
-        std::vector<std::string> arguments = bad.arguments;
+    for (auto const& test : cases) {
+        std::vector<std::string> arguments = test.arguments;
         arguments.insert(arguments.begin(), Path("scene.json"));
         Outcome const outcome = Play(arguments);
-        EXPECT_EQ(outcome.nExitCode, 1) << bad.pError;
-        EXPECT_NE(outcome.errors.find(bad.pError), std::string::npos) << outcome.errors;
+        EXPECT_EQ(outcome.nExitCode, 1) << test.pError;
+        EXPECT_NE(outcome.errors.find(test.pError), std::string::npos) << outcome.errors;
     }
     EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"bad.json", "old.kelvo", "old.png", "scene.json"}));
 }

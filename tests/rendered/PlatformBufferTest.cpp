@@ -169,25 +169,25 @@ TEST_F(PlatformBuffer, EachFormatBeginsAsZerosAndIsSampledInItsColours) {
         {android::PIXEL_FORMAT_RGBA_4444, {0x3C, 0xF0}, {255, 0, 51, 204}},
         {android::PIXEL_FORMAT_A_8, {130}, {0, 0, 0, 130}},
     };
-    for (Case const& each : cases) {
-        SCOPED_TRACE(each.format);
-        EXPECT_EQ(android::bytesPerPixel(each.format), each.bytes.size());
-        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, each.format);
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.format);
+        EXPECT_EQ(android::bytesPerPixel(test.format), test.bytes.size());
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, test.format);
         ASSERT_EQ(pBuffer->initCheck(), android::NO_ERROR);
         EXPECT_TRUE(pBuffer->getWidth() == 13 && pBuffer->getHeight() == 7 && pBuffer->getStride() == 16);
-        EXPECT_TRUE(pBuffer->getPixelFormat() == each.format && pBuffer->getUsage() == Usage);
+        EXPECT_TRUE(pBuffer->getPixelFormat() == test.format && pBuffer->getUsage() == Usage);
         GGLSurface surface = {};
         ASSERT_EQ(pBuffer->lock(&surface, GRALLOC_USAGE_SW_WRITE_OFTEN), android::NO_ERROR);
         EXPECT_TRUE(surface.stride == 16 && surface.width == 13 && surface.height == 7);
-        EXPECT_TRUE(surface.format == each.format && surface.version == sizeof(GGLSurface));
-        std::vector<std::uint8_t> const zeros(16 * 7 * each.bytes.size());
+        EXPECT_TRUE(surface.format == test.format && surface.version == sizeof(GGLSurface));
+        std::vector<std::uint8_t> const zeros(16 * 7 * test.bytes.size());
         EXPECT_EQ(std::memcmp(surface.data, zeros.data(), zeros.size()), 0);
         EXPECT_EQ(pBuffer->unlock(), android::NO_ERROR);
         EGLImageKHR const image = MakeImage(pBuffer);
         ASSERT_NE(image, EGL_NO_IMAGE_KHR) << std::hex << eglGetError();
         GLuint const texture = MakeTexture(image);
-        Write(*pBuffer, each.bytes.size(), [&](int, int) { return each.bytes; });
-        EXPECT_TRUE(Shows(texture, each.colour));
+        Write(*pBuffer, test.bytes.size(), [&](int, int) { return test.bytes; });
+        EXPECT_TRUE(Shows(texture, test.colour));
         glDeleteTextures(1, &texture);
         EXPECT_TRUE(eglDestroyImage(m_display, image));
     }
@@ -200,20 +200,20 @@ TEST_F(PlatformBuffer, RowsLieAStrideApartTheFirstAtTheTopAlsoWherePixelsAreMany
                        {android::PIXEL_FORMAT_RGBX_8888, 1, 1},
                        {android::PIXEL_FORMAT_BGRA_8888, 25, 51}, // more than is rewritten at a time
                        {android::PIXEL_FORMAT_RGBX_8888, 25, 51}};
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.format);
-        SCOPED_TRACE(each.rows);
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.format);
+        SCOPED_TRACE(test.rows);
         auto const colour = [](int x, int y) {
             return Pixel{std::uint8_t(x / 2), std::uint8_t(y % 251), std::uint8_t(y / 2 + x)};
         };
-        sp<GraphicBuffer> const pBuffer = MakeBuffer(each.columns * Width, each.rows * Height, each.format);
-        bool const fImageFirst = each.rows > 1; // or the pixels are from before the image was made
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(test.columns * Width, test.rows * Height, test.format);
+        bool const fImageFirst = test.rows > 1; // or the pixels are from before the image was made
         GLuint texture = fImageFirst ? MakeTexture(MakeImage(pBuffer)) : 0;
         Write(*pBuffer, 4, [&](int x, int y) { return ToBytes(colour(x, y)); });
         texture = fImageFirst ? texture : MakeTexture(MakeImage(pBuffer));
         Image const expected = test::MakeImage(Width, Height, [&](int x, int y) {
-            Pixel pixel = colour(each.columns * x + each.columns / 2, each.rows * y + each.rows / 2);
-            if (each.format == android::PIXEL_FORMAT_BGRA_8888) {
+            Pixel pixel = colour(test.columns * x + test.columns / 2, test.rows * y + test.rows / 2);
+            if (test.format == android::PIXEL_FORMAT_BGRA_8888) {
                 std::swap(pixel.r, pixel.b);
             }
             return pixel;
@@ -341,8 +341,8 @@ TEST_F(PlatformBuffer, WrongArgumentsForImagesAreRefused) {
         {m_display, EGL_NO_CONTEXT, pWide->getNativeBuffer(), nullptr, EGL_BAD_ALLOC},
         {m_display, EGL_NO_CONTEXT, buffer, nullptr, EGL_SUCCESS},
     };
-    for (auto const& each : cases) {
-        EXPECT_EQ(ErrorOf(CreateImage(each.display, each.context, each.buffer, each.attributes)), each.error);
+    for (auto const& test : cases) {
+        EXPECT_EQ(ErrorOf(CreateImage(test.display, test.context, test.buffer, test.attributes)), test.error);
     }
 }
 

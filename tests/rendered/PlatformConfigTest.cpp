@@ -64,8 +64,8 @@ TEST_F(PlatformConfig, WishesForSurfaceTypesAreUnderstood) {
         {{EGL_SURFACE_TYPE, EGL_PIXMAP_BIT | EGL_WINDOW_BIT}, 0},
         {{EGL_CONFIG_ID, Attribute(Config(), EGL_CONFIG_ID)}, 1},
     };
-    for (auto const& each : cases) {
-        EXPECT_EQ(Choose(each.attributes).size(), each.nExpected) << each.attributes[1];
+    for (auto const& test : cases) {
+        EXPECT_EQ(Choose(test.attributes).size(), test.nExpected) << test.attributes[1];
     }
 }
 

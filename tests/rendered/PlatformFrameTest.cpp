@@ -22,11 +22,11 @@ TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
         {{8, 8, 8, 0}, {1, 0.1, "rounding of exact values"}},
         {{8, 8, 8, 8}, {1, 0.1, "rounding of exact values"}},
     };
-    for (auto const& each : cases) {
-        SCOPED_TRACE(each.sizes.g);
-        SCOPED_TRACE(each.sizes.a);
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.sizes.g);
+        SCOPED_TRACE(test.sizes.a);
         CapturedWindow window(37, 24);
-        EGLSurface const surface = StartDrawing(Config(each.sizes), window);
+        EGLSurface const surface = StartDrawing(Config(test.sizes), window);
         // Each pixel has a colour that no other has.
         StartProgram(
             "precision highp float; void main() { vec2 p = floor(gl_FragCoord.xy);"
@@ -36,9 +36,9 @@ TEST_F(PlatformFrame, IsUprightAndTrueToTheColoursOfEachConfiguration) {
         Image const expected = MakeImage(37, 24, [&](int x, int y) {
             int const up = 23 - y; // as GL counts
             return Pixel{std::uint8_t(x * 6), std::uint8_t(up * 10), std::uint8_t(250 - x * 3),
-                         std::uint8_t(each.sizes.a ? 255 - up * 4 : 255)};
+                         std::uint8_t(test.sizes.a ? 255 - up * 4 : 255)};
         });
-        EXPECT_TRUE(CompareImages(Present(surface, window), expected, each.tolerance));
+        EXPECT_TRUE(CompareImages(Present(surface, window), expected, test.tolerance));
         // The ends of channels, however small, are the ends of eight bits.
         for (Pixel const& colour : {Pixel{255, 0, 255, 255}, Pixel{0, 255, 0, 255}}) {
             Clear(colour);

@@ -81,10 +81,10 @@ TEST_F(PlatformWindow, ArgumentsAndAttributesAreAnsweredAsEglSays) {
         {EGL_LARGEST_PBUFFER, -7}, // what was there: a window has no such attribute, which is no error
         {EGL_TEXTURE_FORMAT, -7},
     };
-    for (auto const& each : cases) {
+    for (auto const& test : cases) {
         EGLint nValue = -7;
-        EXPECT_TRUE(eglQuerySurface(m_display, surface, each.nName, &nValue));
-        EXPECT_EQ(nValue, each.nExpected) << std::hex << each.nName;
+        EXPECT_TRUE(eglQuerySurface(m_display, surface, test.nName, &nValue));
+        EXPECT_EQ(nValue, test.nExpected) << std::hex << test.nName;
     }
 }
 

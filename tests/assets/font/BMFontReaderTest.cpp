@@ -164,11 +164,11 @@ std::string Summarize(BitmapFont& font) {
 
 TEST(BMFontReader, ReadsWhatOtherToolsWriteAsWell) {
     std::vector<std::pair<Bytes, std::string>> cases;
-    for (TextCase const& each : ReadCases("font/data/variants.txt")) {
-        std::size_t const nEnd = each.text.find('\n');
-        std::string const& font = each.text[0] == '<' ? XmlFont : TextFont;
-        cases.emplace_back(ToBytes(Replaced(font, each.text.substr(0, nEnd), each.text.substr(nEnd + 1))),
-                           each.expected);
+    for (TextCase const& test : ReadCases("font/data/variants.txt")) {
+        std::size_t const nEnd = test.text.find('\n');
+        std::string const& font = test.text[0] == '<' ? XmlFont : TextFont;
+        cases.emplace_back(ToBytes(Replaced(font, test.text.substr(0, nEnd), test.text.substr(nEnd + 1))),
+                           test.expected);
     }
     std::string const plain =
         "4 glyphs of 40, 18 + 6, underline 2 of 2, kerning -2, replacement 0, first.png";
@@ -187,14 +187,14 @@ TEST(BMFontReader, ReadsWhatOtherToolsWriteAsWell) {
 
 TEST(BMFontReader, SaysWhatIsWrongAndWhere) {
     for (auto const& [font, errors] : {std::pair(TextFont, "text"), {XmlFont, "xml"}}) {
-        for (TextCase const& bad : ReadCases("font/data/" + std::string(errors) + "-errors.txt")) {
-            std::size_t const nEnd = bad.text.find('\n');
-            std::string const changed = Replaced(font, bad.text.substr(0, nEnd), bad.text.substr(nEnd + 1));
-            EXPECT_EQ(ReadFault(ToBytes(changed)), "test.fnt" + bad.expected);
+        for (TextCase const& test : ReadCases("font/data/" + std::string(errors) + "-errors.txt")) {
+            std::size_t const nEnd = test.text.find('\n');
+            std::string const changed = Replaced(font, test.text.substr(0, nEnd), test.text.substr(nEnd + 1));
+            EXPECT_EQ(ReadFault(ToBytes(changed)), "test.fnt" + test.expected);
         }
     }
-    for (TextCase const& bad : ReadCases("font/data/binary-errors.txt")) {
-        EXPECT_EQ(ReadFault(Patched(bad.text)), "test.fnt" + bad.expected);
+    for (TextCase const& test : ReadCases("font/data/binary-errors.txt")) {
+        EXPECT_EQ(ReadFault(Patched(test.text)), "test.fnt" + test.expected);
     }
     std::string const sizeless =
         Replaced(Replaced(TextFont, "size=-40", "size=0"), "lineHeight=24", "lineHeight=0");
@@ -235,19 +235,19 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
         {"alphaChnl=0", true, alpha}, {"alphaChnl=1", true, alpha}, {"alphaChnl=4", true, grey},
         {"alphaChnl=3", true, grey},  {"alphaChnl=1", false, grey}, {"alphaChnl=4", false, grey},
     };
-    for (auto const& each : cases) {
+    for (auto const& test : cases) {
         auto const readPage = [&](std::string const& file, auto const& options, auto& image, auto& error) {
-            Bytes const png = each.fAlphaInFile ? PagePng(file) : RgbPng(64, 32, rgb);
+            Bytes const png = test.fAlphaInFile ? PagePng(file) : RgbPng(64, 32, rgb);
             return LoadPng(Span(png), file, options, image, error);
         };
         std::string error;
         Ref<BitmapFont> const pFont =
-            ReadFont(ToBytes(Replaced(TextFont, "alphaChnl=0", each.description)), error, readPage);
+            ReadFont(ToBytes(Replaced(TextFont, "alphaChnl=0", test.description)), error, readPage);
         ASSERT_TRUE(pFont) << error;
         Texture& texture = *pFont->GetGlyph(65)->m_pTexture;
         EXPECT_EQ(texture.GetFormat(), TextureFormat::Alpha8);
         EXPECT_EQ(texture.GetPixelData().GetBuffer().GetSize(), 64u * 32);
-        EXPECT_EQ(texture.GetPixelData().GetBuffer().GetData()[2], each.expected) << each.description;
+        EXPECT_EQ(texture.GetPixelData().GetBuffer().GetData()[2], test.expected) << test.description;
     }
 }
 

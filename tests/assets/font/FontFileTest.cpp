@@ -107,16 +107,16 @@ TEST(BitmapFontFile, GlyphsAreWhatFreeTypeDrawsAndLieApart) {
         bool fOnePage;
     } const cases[] = {
         {32, true, 1024, true}, {13, false, 1024, true}, {61, true, 128, false}, {32, false, 64, false}};
-    for (auto const& c : cases) {
-        FontOptions options = OptionsFor(Range(0x20, 0x24F), c.nPixelsPerEm);
-        options.hinting = c.fHinting;
-        options.maximumPageSize = c.nLargestPage;
+    for (auto const& test : cases) {
+        FontOptions options = OptionsFor(Range(0x20, 0x24F), test.nPixelsPerEm);
+        options.hinting = test.fHinting;
+        options.maximumPageSize = test.nLargestPage;
         Ref<BitmapFont> const pFont = ReadSans(options);
         ASSERT_TRUE(pFont);
         std::set<Texture*> const pages = PagesOf(*pFont);
-        EXPECT_EQ(pages.size() == 1, c.fOnePage);
-        ReferenceFace const face(c.nPixelsPerEm);
-        FT_Int32 const nFlags = FT_LOAD_RENDER | (c.fHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING);
+        EXPECT_EQ(pages.size() == 1, test.fOnePage);
+        ReferenceFace const face(test.nPixelsPerEm);
+        FT_Int32 const nFlags = FT_LOAD_RENDER | (test.fHinting ? FT_LOAD_DEFAULT : FT_LOAD_NO_HINTING);
         for (Glyph const* pGlyph : GlyphsOf(*pFont)) {
             SCOPED_TRACE(pGlyph->m_nCodePoint);
             ExpectDrawn(*pGlyph, face.Load(pGlyph->m_nCodePoint, nFlags));
@@ -283,8 +283,8 @@ TEST(FontFile, BecomesWhatTheOptionsSay) {
     };
     FontRegistry const registry;
     ClassRegistry const nothing;
-    for (TextCase const& each : ReadCases("font/data/options.txt")) {
-        std::istringstream words(each.text);
+    for (TextCase const& test : ReadCases("font/data/options.txt")) {
+        std::istringstream words(test.text);
         std::string readers, file, option;
         words >> readers >> file;
         FontOptions options = OptionsFor({});
@@ -304,11 +304,11 @@ TEST(FontFile, BecomesWhatTheOptionsSay) {
         std::string bitmap, polygonal;
         if (readers != "polygonal") {
             Ref<BitmapFont> const pFont = ReadBitmapFont(bytes, "x", options, *pRegistry, bitmap);
-            EXPECT_EQ(pFont ? DescribePages(*pFont) : bitmap, each.expected) << each.text;
+            EXPECT_EQ(pFont ? DescribePages(*pFont) : bitmap, test.expected) << test.text;
         }
         if (readers != "bitmap") {
             EXPECT_FALSE(ReadPolygonalFont(bytes, "x", options, *pRegistry, polygonal));
-            EXPECT_EQ(polygonal, each.expected) << each.text;
+            EXPECT_EQ(polygonal, test.expected) << test.text;
         }
     }
 }
@@ -340,13 +340,13 @@ TEST(FindFontFile, TakesTheFileOfAFamilyAndStyleAndNoOther) {
         {"", "", "font \"\": the system does not have it; the nearest is \"*"},
         {"DejaVu Sans", "Chunky", "font \"DejaVu Sans\": has no style \"Chunky\"; the nearest is \"*"},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         std::string path = "before", error;
         int nFace = 7;
-        bool const fFound = FindFontFile(c.family, c.style, path, nFace, error);
+        bool const fFound = FindFontFile(test.family, test.style, path, nFace, error);
         std::string const file =
             std::filesystem::path(path).filename().string() + " " + std::to_string(nFace);
-        EXPECT_TRUE(IsMessage(fFound ? file : error, c.expected));
+        EXPECT_TRUE(IsMessage(fFound ? file : error, test.expected));
         EXPECT_TRUE(fFound || file == "before 7");
     }
 }

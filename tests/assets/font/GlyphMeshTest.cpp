@@ -99,15 +99,15 @@ TEST(GlyphMesh, CoversThePixelsThatFreeTypeDraws) {
         int nPixelsPerEm;
         std::vector<std::uint32_t> codePoints;
     } const cases[] = {{64, TellingGlyphs()}, {256, {'O', '8', '%', 0xE9}}};
-    for (auto const& c : cases) {
-        Ref<PolygonalFont> const pFont = ReadSansOutlines(OptionsFor(c.codePoints, c.nPixelsPerEm));
+    for (auto const& test : cases) {
+        Ref<PolygonalFont> const pFont = ReadSansOutlines(OptionsFor(test.codePoints, test.nPixelsPerEm));
         ASSERT_TRUE(pFont);
-        ReferenceFace const face(c.nPixelsPerEm);
-        for (std::uint32_t const nCodePoint : c.codePoints) {
-            SCOPED_TRACE(::testing::Message() << nCodePoint << " at " << c.nPixelsPerEm);
+        ReferenceFace const face(test.nPixelsPerEm);
+        for (std::uint32_t const nCodePoint : test.codePoints) {
+            SCOPED_TRACE(::testing::Message() << nCodePoint << " at " << test.nPixelsPerEm);
             std::vector<Triangle> const triangles = TrianglesOf(*pFont, nCodePoint);
             FT_GlyphSlot const pSlot = face.Load(nCodePoint, FT_LOAD_RENDER | FT_LOAD_NO_HINTING);
-            ExpectBox(*pFont->GetGlyph(nCodePoint), triangles, pSlot, c.nPixelsPerEm);
+            ExpectBox(*pFont->GetGlyph(nCodePoint), triangles, pSlot, test.nPixelsPerEm);
             double covered = 0;
             for (unsigned int y = 0; y < pSlot->bitmap.rows; ++y) {
                 for (unsigned int x = 0; x < pSlot->bitmap.width; ++x) {
@@ -233,16 +233,16 @@ TEST(GlyphTriangles, FillByTheOutlinesRule) {
         {"a bow tie", {bowTie}, 8, 8},
         {"points that are there twice", {{{0, 0}, {0, 0}, {4, 0}, {4, 4}, {4, 4}}}, 8, 8},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         for (bool const fEvenOdd : {false, true}) {
-            SCOPED_TRACE(c.what);
+            SCOPED_TRACE(test.what);
             GlyphMesh mesh;
             std::string what;
             GlyphOutline outline;
-            outline.contours = c.contours;
+            outline.contours = test.contours;
             outline.fEvenOdd = fEvenOdd;
             EXPECT_TRUE(CutIntoTriangles(outline, mesh, what)) << what;
-            EXPECT_NEAR(AreaOf(TrianglesOf(mesh)), fEvenOdd ? c.areaEvenOdd : c.area, 1e-5);
+            EXPECT_NEAR(AreaOf(TrianglesOf(mesh)), fEvenOdd ? test.areaEvenOdd : test.area, 1e-5);
         }
     }
 }

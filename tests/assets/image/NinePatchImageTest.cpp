@@ -136,10 +136,10 @@ void ExpectLoads(Loaded const& loaded, std::string const& expected) {
 }
 
 TEST(NinePatchSource, SaysWhatStretchesAndWhereContentGoes) {
-    for (TextCase const& each : ReadCases("image/data/nine-patches.txt")) {
-        SCOPED_TRACE(each.text);
+    for (TextCase const& test : ReadCases("image/data/nine-patches.txt")) {
+        SCOPED_TRACE(test.text);
         for (char const corner : {'#', 'w', 'r', 'g', 'h', '.'}) {
-            ExpectLoads(Load(SourcePng(each.text, corner)), each.expected);
+            ExpectLoads(Load(SourcePng(test.text, corner)), test.expected);
         }
     }
 }
@@ -205,10 +205,10 @@ TEST(NinePatchSource, MayHaveNoAlpha) {
 
 TEST(NinePatchCompiled, SaysWhatStretchesAndWhereContentGoes) {
     Bytes const file = RgbaPng(Width, Height, Inner());
-    for (TextCase const& each : ReadCases("image/data/nine-patch-chunks.txt")) {
-        SCOPED_TRACE(each.text);
+    for (TextCase const& test : ReadCases("image/data/nine-patch-chunks.txt")) {
+        SCOPED_TRACE(test.text);
         for (bool const fBehindPixels : {false, true}) {
-            ExpectLoads(Load(WithChunk(file, ChunkOf(each.text), fBehindPixels)), each.expected);
+            ExpectLoads(Load(WithChunk(file, ChunkOf(test.text), fBehindPixels)), test.expected);
         }
     }
 }

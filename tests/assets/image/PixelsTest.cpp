@@ -22,9 +22,9 @@ ImageOptions As(TextureFormat::Enum format) {
 
 // Channels, width, height and bytes of a PNG file, and options; what becomes of it, or why nothing does.
 TEST(PixelFormat, BecomesWhatTheOptionsSay) {
-    for (TextCase const& each : ReadCases("image/data/options.txt")) {
-        SCOPED_TRACE(each.text);
-        std::istringstream words(each.text);
+    for (TextCase const& test : ReadCases("image/data/options.txt")) {
+        SCOPED_TRACE(test.text);
+        std::istringstream words(test.text);
         int channels = 0, width = 0, height = 0;
         words >> channels >> width >> height;
         Bytes bytes;
@@ -45,10 +45,10 @@ TEST(PixelFormat, BecomesWhatTheOptionsSay) {
             options.encodeEtc1 = options.encodeEtc1 || word == "etc1";
         }
         Bytes const file = channels == 4 ? RgbaPng(width, height, bytes) : RgbPng(width, height, bytes);
-        if (each.expected.rfind("format", 0) == 0) {
-            EXPECT_EQ(Describe(LoadGood(file, options)), each.expected);
+        if (test.expected.rfind("format", 0) == 0) {
+            EXPECT_EQ(Describe(LoadGood(file, options)), test.expected);
         } else {
-            EXPECT_TRUE(IsMessage(ErrorOfPng(file, options), each.expected));
+            EXPECT_TRUE(IsMessage(ErrorOfPng(file, options), test.expected));
         }
     }
 }
@@ -60,22 +60,22 @@ TEST(PixelFormat, UnpackingGivesTheNearestColourBack) {
     } cases[] = {{TextureFormat::RGB565, 5}, {TextureFormat::RGBA5551, 5}, {TextureFormat::RGBA4444, 9},
                  {TextureFormat::RGB888, 0}, {TextureFormat::RGBX8888, 0}, {TextureFormat::RGBA8888, 0}};
     Bytes const pixels = GradientRgba(5, 3);
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.format);
-        RgbaPicture const back = UnpackLevel(LoadGood(RgbaPng(5, 3, pixels), As(c.format)), 0);
-        Bytes packed(LevelBytes(c.format, 5, 3) + 1, 77);
-        PackPixels({5, 3, pixels}, c.format, packed.data());
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.format);
+        RgbaPicture const back = UnpackLevel(LoadGood(RgbaPng(5, 3, pixels), As(test.format)), 0);
+        Bytes packed(LevelBytes(test.format, 5, 3) + 1, 77);
+        PackPixels({5, 3, pixels}, test.format, packed.data());
         EXPECT_EQ(packed.back(), 77) << "behind the last pixel";
         ASSERT_EQ(back.bytes.size(), pixels.size());
         for (std::size_t i = 0; i < pixels.size(); ++i) {
             bool const alpha = i % 4 == 3;
             int expected = pixels[i];
-            if (alpha && !HasAlpha(c.format)) {
+            if (alpha && !HasAlpha(test.format)) {
                 expected = 255;
-            } else if (alpha && c.format == TextureFormat::RGBA5551) {
+            } else if (alpha && test.format == TextureFormat::RGBA5551) {
                 expected = pixels[i] < 128 ? 0 : 255;
             }
-            EXPECT_NEAR(back.bytes[i], expected, c.tolerance) << i;
+            EXPECT_NEAR(back.bytes[i], expected, test.tolerance) << i;
         }
     }
 }
@@ -114,9 +114,9 @@ TEST(MipLevels, EachPixelIsTheMeanOfItsExactShare) {
         {"odd both ways", 3, 3, {9, 0, 0, 0, 0, 0, 0, 0, 90}, {11}},
         {"odd across, even down", 3, 2, {30, 60, 90, 30, 60, 90}, {60}},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.what);
-        EXPECT_EQ(Reds(HalvePicture(Greys(c.width, c.height, c.values))), c.expected);
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.what);
+        EXPECT_EQ(Reds(HalvePicture(Greys(test.width, test.height, test.values))), test.expected);
     }
 }
 
@@ -217,11 +217,11 @@ TEST(Etc1, RefusesWhatItCannotEncode) {
                  {Encode(OpaqueImage(4, 4)), false, "p: pixels of texture format 13 cannot be encoded"},
                  {foreign, false, "p: pixels of texture format 11 cannot be encoded"},
                  {RgbaImage(8, 8, GradientRgba(8, 8)), true, "p: ETC1 with alpha cannot have mip levels, *"}};
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         ImageData out = Untouched();
         std::string error;
-        EXPECT_FALSE(EncodeEtc1(c.image, c.fMipLevels, "p", out, error));
-        EXPECT_TRUE(IsMessage(error, c.expected));
+        EXPECT_FALSE(EncodeEtc1(test.image, test.fMipLevels, "p", out, error));
+        EXPECT_TRUE(IsMessage(error, test.expected));
         EXPECT_TRUE(IsUntouched(out));
     }
 }

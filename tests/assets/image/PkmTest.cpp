@@ -57,18 +57,18 @@ TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
     } cases[] = {{"a.pkm", TextureFormat::ETC1_RGBA, both},
                  {"b.pkm", TextureFormat::ETC1_RGB, Blocks(colour)},
                  {"a.alpha.pkm", TextureFormat::ETC1_RGB, alpha}};
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         ImageData expected;
-        expected.format = c.format;
+        expected.format = test.format;
         expected.width = 7;
         expected.height = 9;
         expected.allocatedWidth = 8;
         expected.allocatedHeight = 12;
         expected.levels = {{8, 12, 0, 48}};
-        expected.pixels = c.pixels;
+        expected.pixels = test.pixels;
         ImageData image;
         std::string error;
-        EXPECT_TRUE(LoadPkm(folder.Path(c.name), {}, image, error)) << error;
+        EXPECT_TRUE(LoadPkm(folder.Path(test.name), {}, image, error)) << error;
         EXPECT_EQ(Describe(image), Describe(expected));
     }
 }
@@ -102,8 +102,8 @@ TEST(Pkm, AnAlphaFileThatDoesNotFitIsAnErrorThatNamesIt) {
 
 // The extended and the used size of files, and bytes of them that are others, each behind its offset.
 TEST(Pkm, NamesWhatIsWrongAndWhere) {
-    for (TextCase const& bad : ReadCases("image/data/pkm-errors.txt")) {
-        std::istringstream words(bad.text);
+    for (TextCase const& test : ReadCases("image/data/pkm-errors.txt")) {
+        std::istringstream words(test.text);
         int sizes[4] = {};
         words >> sizes[0] >> sizes[1] >> sizes[2] >> sizes[3];
         Bytes file = PkmFile(sizes[0], sizes[1], sizes[2], sizes[3]);
@@ -114,7 +114,7 @@ TEST(Pkm, NamesWhatIsWrongAndWhere) {
         LargestAllocation() = 0;
         std::string const error = ErrorOf(file);
         EXPECT_LT(LargestAllocation(), 1024u) << error;
-        EXPECT_TRUE(IsMessage(error, "x.pkm: " + bad.expected)) << bad.text;
+        EXPECT_TRUE(IsMessage(error, "x.pkm: " + test.expected)) << test.text;
     }
     ImageOptions small;
     small.limits.maxBytes = 8 * 4 * 4 - 1;
@@ -148,8 +148,8 @@ TEST(Pkm, OptionsThatNeedOtherBlocksAreRefused) {
                  {flipped, {}, "*cannot be flipped*"},
                  {padded, {}, "*cannot be padded*"},
                  {levels, Span(file), "*cannot have mip levels*"}};
-    for (auto const& c : cases) {
-        EXPECT_TRUE(IsMessage(ErrorOf(file, c.alpha, c.options), c.expected));
+    for (auto const& test : cases) {
+        EXPECT_TRUE(IsMessage(ErrorOf(file, test.alpha, test.options), test.expected));
     }
     // What can be done keeps the file's own blocks.
     padded.mipLevels = true;
@@ -208,10 +208,10 @@ TEST(Pkm, RefusesToWriteWhatAReaderWouldNotGetBack) {
         {"none/a.pkm", Encoded(true),
          folder.Path("none/a.pkm") + ": cannot be created: No such file or directory"},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         std::string error;
-        EXPECT_FALSE(SavePkm(folder.Path(c.name), c.image, error));
-        EXPECT_EQ(error, c.expected);
+        EXPECT_FALSE(SavePkm(folder.Path(test.name), test.image, error));
+        EXPECT_EQ(error, test.expected);
     }
     EXPECT_EQ(folder.List(), (Names{"taken.alpha.pkm"}));
 }

@@ -52,9 +52,9 @@ TEST(PngReader, EveryDamagedByteIsAnError) {
 }
 
 TEST(PngReader, NamesWhatIsWrongAndWhere) {
-    for (TextCase const& bad : ReadCases("image/data/errors.txt")) {
-        std::string const error = ErrorOfPng(ReadData("image/data/bad/" + bad.text));
-        EXPECT_TRUE(IsMessage(error, "x.png: " + bad.expected));
+    for (TextCase const& test : ReadCases("image/data/errors.txt")) {
+        std::string const error = ErrorOfPng(ReadData("image/data/bad/" + test.text));
+        EXPECT_TRUE(IsMessage(error, "x.png: " + test.expected));
     }
 }
 
@@ -77,11 +77,11 @@ TEST(PngReader, RefusesSizesBeyondTheLimitsBeforeItAllocates) {
         {SmallRgba(), narrow, "x.png: 3 x 2 pixels are more than the 2 x 16384*"},
         {SmallRgba(), small, "x.png: 3 x 2 pixels need 24 bytes, more than the 23 allowed"},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         LargestAllocation() = 0;
-        std::string const error = ErrorOfPng(c.file, c.options);
+        std::string const error = ErrorOfPng(test.file, test.options);
         EXPECT_LT(LargestAllocation(), 1024u) << error;
-        EXPECT_TRUE(IsMessage(error, c.expected));
+        EXPECT_TRUE(IsMessage(error, test.expected));
     }
     small.limits.maxBytes = 3 * 2 * 4;
     LoadGood(SmallRgba(), small);
@@ -118,13 +118,13 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
         {"folder.png", {}, ": is not a regular file"},
         {"png.pkm", tiny, ": has * bytes, more than the * allowed"},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         ImageData image = Untouched();
         std::string error;
-        if (LoadImage(folder.Path(c.name), c.options, image, error)) {
-            EXPECT_EQ(std::to_string(image.format), c.expected);
+        if (LoadImage(folder.Path(test.name), test.options, image, error)) {
+            EXPECT_EQ(std::to_string(image.format), test.expected);
         } else {
-            EXPECT_TRUE(IsMessage(error, folder.Path(c.name) + c.expected));
+            EXPECT_TRUE(IsMessage(error, folder.Path(test.name) + test.expected));
             EXPECT_TRUE(IsUntouched(image));
         }
     }
@@ -180,11 +180,11 @@ TEST(PngWriter, AFailureNamesThePathAndKeepsWhatWasThere) {
         {"none/a.png", {rgba.data(), 2, 2, 4, 0}, ": cannot be created: No such file or directory"},
         {"taken.png", {rgba.data(), 2, 2, 4, 0}, ": cannot be replaced: Is a directory"},
     };
-    for (auto const& c : cases) {
-        SCOPED_TRACE(c.expected);
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.expected);
         std::string error;
-        EXPECT_FALSE(SavePng(folder.Path(c.name), c.picture, error));
-        EXPECT_EQ(error, folder.Path(c.name) + c.expected);
+        EXPECT_FALSE(SavePng(folder.Path(test.name), test.picture, error));
+        EXPECT_EQ(error, folder.Path(test.name) + test.expected);
         EXPECT_EQ(folder.Read("a.png"), (Bytes{1, 2, 3}));
         EXPECT_EQ(folder.List(), (Names{"a.png", "taken.png"}));
     }

@@ -42,11 +42,11 @@ TEST(JsonDocument, KeepsOrderKindsAndLines) {
 }
 
 TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
-    for (testing::TextCase const& bad : testing::ReadCases("scene/data/json-errors.txt")) {
+    for (testing::TextCase const& test : testing::ReadCases("scene/data/json-errors.txt")) {
         JsonValue root(JsonValue::Kind::Bool);
         std::string error;
-        EXPECT_FALSE(Parse(bad.text, root, error)) << bad.text;
-        EXPECT_TRUE(testing::IsMessage(error, "f.json:" + bad.expected));
+        EXPECT_FALSE(Parse(test.text, root, error)) << test.text;
+        EXPECT_TRUE(testing::IsMessage(error, "f.json:" + test.expected));
         EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
     }
 }

@@ -33,11 +33,11 @@ TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
 }
 
 TEST(SceneReader, SaysWhereAndWhyASceneIsWrong) {
-    for (TextCase const& bad : ReadCases("scene/data/errors.txt")) {
-        std::string message = ErrorOf(bad.text, Folder);
+    for (TextCase const& test : ReadCases("scene/data/errors.txt")) {
+        std::string message = ErrorOf(test.text, Folder);
         std::size_t const at = message.find(Folder);
         message = at == message.npos ? message : message.replace(at, Folder.size(), "$FOLDER/");
-        EXPECT_TRUE(IsMessage(message, bad.expected)) << bad.text;
+        EXPECT_TRUE(IsMessage(message, test.expected)) << test.text;
     }
 }
 
@@ -92,8 +92,8 @@ TEST(SceneReader, KeepsToItsLimits) {
         {ManyFaulty("textures", 4096), "1: /textures/0: expected the path*"},
         {ManyFaulty("textures", 4097), "1: /textures: expected at most 4096 textures*"},
     };
-    for (TextCase const& bad : cases) {
-        EXPECT_TRUE(IsMessage(ErrorOf(bad.text), bad.expected));
+    for (TextCase const& test : cases) {
+        EXPECT_TRUE(IsMessage(ErrorOf(test.text), test.expected));
     }
 }
 

@@ -115,10 +115,11 @@ TEST(Texture, ReplaceTakesRowsAtAnyDistanceAndCompressedImagesWhole) {
         {8, 4, TextureFormat::ETC1_RGBA, 3, // a level's size is of the colours alone
          "8x4 of 8x4 format 14 stride 16 size 32 [8x4 at 0+16] " + letters},
     };
-    for (auto const& c : cases) {
-        ASSERT_TRUE(pTexture->Replace(c.m_nWidth, c.m_nHeight, static_cast<TextureFormat::Enum>(c.m_nFormat),
-                                      letters.data(), c.m_nStride));
-        EXPECT_EQ(Describe(*pTexture), c.m_result);
+    for (auto const& test : cases) {
+        ASSERT_TRUE(pTexture->Replace(test.m_nWidth, test.m_nHeight,
+                                      static_cast<TextureFormat::Enum>(test.m_nFormat), letters.data(),
+                                      test.m_nStride));
+        EXPECT_EQ(Describe(*pTexture), test.m_result);
     }
     EXPECT_EQ(nAnnounced, 3u);
     EXPECT_TRUE(pTexture->Replace(16384, 1, TextureFormat::Alpha8, nullptr, 0));

@@ -27,19 +27,19 @@ TEST(PropertyInterpolate, FunctionsRunFromZeroToOneAsTheirNamesSay) {
         {"elasticOut", {1.36412f, 1, 1.01562f, 1.00552f, 0.99862f, 0.9996f}},
     };
     unsigned int nFunction = 0;
-    for (auto const& c : cases) {
-        Interpolate::Function const pfn = Interpolate::Find(c.m_pName);
-        ASSERT_TRUE(pfn) << c.m_pName;
-        EXPECT_STREQ(Interpolate::GetName(nFunction++), c.m_pName);
-        EXPECT_STREQ(Interpolate::GetName(pfn), c.m_pName);
+    for (auto const& test : cases) {
+        Interpolate::Function const pfn = Interpolate::Find(test.m_pName);
+        ASSERT_TRUE(pfn) << test.m_pName;
+        EXPECT_STREQ(Interpolate::GetName(nFunction++), test.m_pName);
+        EXPECT_STREQ(Interpolate::GetName(pfn), test.m_pName);
         for (RealFloat before : {-INFINITY, -3.0f, 0.0f, NAN}) {
-            EXPECT_EQ(pfn(before), 0) << c.m_pName << " at " << before;
+            EXPECT_EQ(pfn(before), 0) << test.m_pName << " at " << before;
         }
         for (RealFloat after : {1.0f, 1.5f, INFINITY}) {
-            EXPECT_EQ(pfn(after), 1) << c.m_pName << " at " << after;
+            EXPECT_EQ(pfn(after), 1) << test.m_pName << " at " << after;
         }
         for (std::size_t i = 0; i < std::size(times); ++i) {
-            EXPECT_NEAR(pfn(times[i]), c.m_values[i], 1e-5f) << c.m_pName << " at " << times[i];
+            EXPECT_NEAR(pfn(times[i]), test.m_values[i], 1e-5f) << test.m_pName << " at " << times[i];
         }
     }
     EXPECT_EQ(Interpolate::GetName(nFunction), nullptr);

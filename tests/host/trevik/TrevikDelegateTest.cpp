@@ -56,13 +56,14 @@ TEST(TrevikFunction, CallsEveryKindOfCallableAndEqualsByTarget) {
         {member_function(&a, &Counter::Peek), 1002},
         {static_cast<int (*)(int)>(nullptr), 0},
     };
-    for (auto const& c : cases) {
-        EXPECT_EQ(c.callable(2), c.result) << (&c - cases);
-        EXPECT_EQ(static_cast<bool>(c.callable), c.result != 0) << (&c - cases);
+    for (auto const& test : cases) {
+        EXPECT_EQ(test.callable(2), test.result) << (&test - cases);
+        EXPECT_EQ(static_cast<bool>(test.callable), test.result != 0) << (&test - cases);
         for (auto const& other : cases) {
-            EXPECT_EQ(c.callable == other.callable, &c == &other) << (&c - cases) << ", " << (&other - cases);
+            EXPECT_EQ(test.callable == other.callable, &test == &other)
+                << (&test - cases) << ", " << (&other - cases);
         }
-        EXPECT_FALSE(c.callable != F(c.callable)) << (&c - cases);
+        EXPECT_FALSE(test.callable != F(test.callable)) << (&test - cases);
     }
     EXPECT_TRUE(F(nullptr) == F());
     F const capturing([&a](int value) { return a.Peek(value); });
@@ -142,11 +143,11 @@ TEST(TrevikEvent, CallsHandlersInOrderWhateverTheyDoMeanwhile) {
         {"+a+b+c!1!2", "a1b1c1a2b2c2k2l2m2n2o2p2q2r2", 'a', {"+k+l+m+n+o+p+q+r"}},
     };
     long long const live = Allocation::GetLiveCount();
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         Listening listening;
-        listening.m_reacting = c.reacting;
-        listening.m_reactions = c.reactions;
-        EXPECT_EQ(listening.Do(c.commands), c.log) << c.commands;
+        listening.m_reacting = test.reacting;
+        listening.m_reactions = test.reactions;
+        EXPECT_EQ(listening.Do(test.commands), test.log) << test.commands;
         unsigned long long const before = Allocation::GetCount();
         listening.m_event.Fire(9);
         EXPECT_EQ(Allocation::GetCount(), before) << "firing allocates nothing";

@@ -134,22 +134,22 @@ TEST_F(TrevikScopeCounter, FramesRecordWhatWasSpentSinceTheLastMark) {
         {100, 2, false, false, true},
         {ScopeCounter::MaximumFrames, 11, false, false, true},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         auto const start = std::chrono::steady_clock::now();
         ScopeCounter::ResetFigures();
-        for (unsigned int n = 0; n < c.frames; ++n) {
-            n < c.spent ? Spend(0) : void();
+        for (unsigned int n = 0; n < test.frames; ++n) {
+            n < test.spent ? Spend(0) : void();
             ScopeCounter::MarkFrame();
         }
         ScopeFrameTimes const times = ScopeCounter::GetFrameTimes(0);
-        EXPECT_EQ(times.nFrames, c.frames);
-        EXPECT_EQ(times.nMedian > 0, c.median) << c.frames << ", " << c.spent;
-        EXPECT_EQ(times.nPercentile95 > 0, c.percentile95) << c.frames << ", " << c.spent;
-        EXPECT_EQ(times.nPercentile99 > 0, c.percentile99) << c.frames << ", " << c.spent;
+        EXPECT_EQ(times.nFrames, test.frames);
+        EXPECT_EQ(times.nMedian > 0, test.median) << test.frames << ", " << test.spent;
+        EXPECT_EQ(times.nPercentile95 > 0, test.percentile95) << test.frames << ", " << test.spent;
+        EXPECT_EQ(times.nPercentile99 > 0, test.percentile99) << test.frames << ", " << test.spent;
         EXPECT_GT(times.nMaximum, 0u);
         EXPECT_LE(times.nMaximum, ScopeCounter::GetTotals(0).nNanoseconds);
         ScopeTotals const frames = ScopeCounter::GetTotals(ScopeCounter::Frame);
-        EXPECT_EQ(frames.nCalls, c.frames);
+        EXPECT_EQ(frames.nCalls, test.frames);
         EXPECT_GE(frames.nNanoseconds, ScopeCounter::GetTotals(0).nNanoseconds);
         EXPECT_LE(std::chrono::nanoseconds(frames.nNanoseconds), std::chrono::steady_clock::now() - start);
     }

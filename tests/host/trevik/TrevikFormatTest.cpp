@@ -92,8 +92,8 @@ TEST(TrevikFormat, Table) {
         {String16::Format(u"%s", u""), u""},
         {String16::Format(u"%2147483647d%2147483647d", 1, 2), u""}, // more than can be held
     };
-    for (auto const& c : cases) {
-        EXPECT_EQ(c.actual, c.expected) << String8(c.actual).GetData();
+    for (auto const& test : cases) {
+        EXPECT_EQ(test.actual, test.expected) << String8(test.actual).GetData();
     }
     EXPECT_EQ(String16::Format(u"%5000d", 7), String16::Format(u"%4999s", u"") + u"7");
 }

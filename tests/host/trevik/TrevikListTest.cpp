@@ -102,11 +102,11 @@ TYPED_TEST(TrevikList, ChangesAsItIsAsked) {
          this->Make({1, 2, 3, 4})},
         {[](L& l) { L const other(std::move(l)); }, this->Make({})},
     };
-    for (auto const& c : cases) {
+    for (auto const& test : cases) {
         L list = this->Make({1, 2, 3, 4});
         ASSERT_EQ(list.GetCount(), list.GetCapacity()) << "the next element has to need new storage";
-        c.change(list);
-        EXPECT_EQ(list, c.expected) << "case " << (&c - cases);
+        test.change(list);
+        EXPECT_EQ(list, test.expected) << "case " << (&test - cases);
     }
     L const list = this->Make({4, 7, 4, 6});
     EXPECT_EQ(list.Last(), T(6));

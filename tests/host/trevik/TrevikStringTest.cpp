@@ -124,8 +124,8 @@ TEST_F(TrevikString, FindsPartsAndUnits) {
         {u"kelvo", 0, 0}, {u"kelvo", 1, 6}, {u"kelvo", 7, -1}, {u"vo.k", 0, 3},          {u"", 0, 0},
         {u"", 11, 11},    {u"", 12, -1},    {u"o", 5, 10},     {u"kelvo.kelvo!", 0, -1},
     };
-    for (auto const& c : cases) {
-        EXPECT_EQ(text.Find(String16(c.part), c.from), c.index) << (&c - cases);
+    for (auto const& test : cases) {
+        EXPECT_EQ(text.Find(String16(test.part), test.from), test.index) << (&test - cases);
     }
     EXPECT_EQ(text.Find(String16(u"kelvo")), 0);
     EXPECT_EQ(text.Find(u'k'), 0);
