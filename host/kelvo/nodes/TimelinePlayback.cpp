@@ -231,10 +231,10 @@ bool Timeline::LoadTimeMap(Deserializer& deserializer) {
     if (!deserializer.FindAttribute(TimeMapID, pData, nLength)) {
         return true;
     }
-    constexpr unsigned long nLongestName = 64;
+    constexpr unsigned long LongestName = 64;
     StringEncoded<UTF8Encoding> const sName(
         reinterpret_cast<char const*>(pData),
-        static_cast<unsigned int>(nLength < nLongestName ? nLength : nLongestName));
+        static_cast<unsigned int>(nLength < LongestName ? nLength : LongestName));
     Interpolate::Function const pfnTimeMap = Interpolate::Find(sName.GetData());
     if (!pfnTimeMap) {
         return deserializer.Fail(u"there is no time map \"%hs\"", sName.GetData());

@@ -84,8 +84,8 @@ std::size_t RowSize(ANativeWindowBuffer const& buffer) {
 
 /** How many rows are packed at a time: few enough for them to be in a cache still when GL takes them. */
 std::int32_t PackedRows(ANativeWindowBuffer const& buffer) {
-    constexpr std::size_t nBytes = std::size_t{256} * 1024;
-    std::size_t const nRows = std::max<std::size_t>(1, nBytes / RowSize(buffer));
+    constexpr std::size_t PieceSize = std::size_t{256} * 1024;
+    std::size_t const nRows = std::max<std::size_t>(1, PieceSize / RowSize(buffer));
     return static_cast<std::int32_t>(std::min(nRows, static_cast<std::size_t>(buffer.height)));
 }
 
