@@ -1,5 +1,6 @@
 #include "Options.h"
 
+#include "Paths.h"
 #include "Version.h"
 #include "kelvo_host/Scene.h"
 
@@ -148,24 +149,13 @@ std::string ReadShot(std::string const& text, Options& options) {
 }
 
 /** Whether a path has this ending, and something before it. */
-bool EndsWith(std::string const& path, std::string const& ending) {
-    return path.size() > ending.size() &&
-           path.compare(path.size() - ending.size(), ending.size(), ending) == 0;
+bool IsNamed(std::string const& path, std::string const& ending) {
+    return path.size() > ending.size() && HasEnding(path, ending);
 }
 
 /** The complaint about a path that names nothing; empty for any other. */
 std::string CheckPath(std::string const& path) {
     return path.empty() ? "expected a path, found nothing" : "";
-}
-
-/** The part of a path behind its last dot, in small letters; empty when its name has no dot. */
-std::string GetEnding(std::string const& path) {
-    std::size_t const nDot = path.find_last_of("./");
-    std::string ending = nDot == std::string::npos || path[nDot] == '/' ? "" : path.substr(nDot + 1);
-    for (char& unit : ending) {
-        unit = static_cast<char>(std::tolower(static_cast<unsigned char>(unit)));
-    }
-    return ending;
 }
 
 std::string ReadOut(std::string const& text, Options& options) {
@@ -184,7 +174,7 @@ std::string ReadOut(std::string const& text, Options& options) {
 
 std::string ReadSave(std::string const& text, Options& options) {
     options.save = text;
-    return EndsWith(text, ".kelvo") ? "" : "expected a name that ends in .kelvo, found \"" + text + "\"";
+    return IsNamed(text, ".kelvo") ? "" : "expected a name that ends in .kelvo, found \"" + text + "\"";
 }
 
 std::string ReadFormat(std::string const& text, Options& options) {
@@ -216,7 +206,7 @@ CLI::Option* AddParsed(CLI::App& app, char const* pName, char const* pValue, cha
 } // namespace
 
 bool IsPicturePath(std::string const& path) {
-    return EndsWith(path, ".png");
+    return IsNamed(path, ".png");
 }
 
 std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options) {
@@ -224,7 +214,8 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     app.footer(Footer);
     app.get_formatter()->column_width(26);
     app.add_option("SCENE", options.scene,
-                   "scene to play: a .json file (see docs/scene-format.md) or a .kelvo file")
+                   "scene to play: a .json file (see docs/scene-format.md), a .kelvo file, or - for JSON "
+                   "from standard input")
         ->required()
         ->check(CheckPath)
         ->type_name("");

@@ -3,7 +3,9 @@
 #include "AlphaTestGroup.h"
 #include "HeldTraces.h"
 #include "Interrupt.h"
+#include "Paths.h"
 #include "Report.h"
+#include "StandardInput.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
@@ -40,11 +42,6 @@ std::string GetDisplayProblem() {
     std::string const display = desktop::DescribeDisplay();
     std::string const none = "none: ";
     return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
-}
-
-bool EndsWith(std::string const& text, std::string const& ending) {
-    return text.size() >= ending.size() &&
-           text.compare(text.size() - ending.size(), ending.size(), ending) == 0;
 }
 
 std::string ToUtf8(String16 const& text) {
@@ -103,12 +100,19 @@ int Player::Run() {
 
 int Player::LoadScene() {
     std::string error;
-    if (EndsWith(m_options.scene, ".kelvo")) {
+    if (m_options.scene == "-") {
+        std::vector<std::uint8_t> text;
+        if (!ReadStandardInput(text, error) ||
+            !trevik::kelvo::assets::ReadSceneText({text.data(), text.size()}, "standard input", "",
+                                                  m_backend.GetRegistry(), m_scene, error)) {
+            return Complain(ExitBadFile, error);
+        }
+    } else if (HasEnding(m_options.scene, ".kelvo")) {
         String16 reason;
         if (!m_scene.LoadFromFile(m_options.scene.c_str(), m_backend.GetRegistry(), reason)) {
             return Complain(ExitBadFile, ToUtf8(reason));
         }
-    } else if (EndsWith(m_options.scene, ".json")) {
+    } else if (HasEnding(m_options.scene, ".json")) {
         if (!trevik::kelvo::assets::ReadScene(m_options.scene, m_backend.GetRegistry(), m_scene, error)) {
             return Complain(ExitBadFile, error);
         }

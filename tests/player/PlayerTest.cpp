@@ -142,6 +142,33 @@ TEST_F(PlayerTest, DrawsWhatTheSceneSays) {
     EXPECT_TRUE(CompareImages(picture, expected));
 }
 
+TEST_F(PlayerTest, ReadsScenesFromStandardInput) {
+    std::filesystem::create_directories(Path("pictures"));
+    std::filesystem::copy_file(KELVO_EXAMPLES "/blend/coral.png", Path("pictures/coral.png"));
+    Write("textured.json", R"({"surface": {"size": [9, 7]}, "textures": {"coral": "pictures/coral.png"},
+        "nodes": [{"class": "Sprite", "texture": "coral", "Size": [9, 7]}]})");
+    std::string const player = "cd " + Path("") + " && " + KELVO_PLAYER + " ";
+    EXPECT_EQ(RunProgram("/bin/sh", {"-c", player + "textured.json --out file.PNG"}).errors, "");
+    EXPECT_EQ(
+        RunProgram("/bin/sh", {"-c", "cat " + Path("textured.json") + " | (" + player + "- --out in.png)"})
+            .errors,
+        "");
+    EXPECT_EQ(m_folder.Read("in.png"), m_folder.Read("file.PNG"));
+    struct {
+        char const* pInput;
+        char const* pError;
+    } const cases[] = {{"echo '{' |", "kelvo-player: standard input:2:1: syntax error"},
+                       {"<&-", "kelvo-player: standard input: cannot be read: Bad file descriptor\n"}};
+    for (auto const& bad : cases) {
+        std::string const input = bad.pInput;
+        Outcome const outcome =
+            RunProgram("/bin/sh", {"-c", input.back() == '|' ? input + KELVO_PLAYER + " -"
+                                                             : KELVO_PLAYER " - " + input});
+        EXPECT_EQ(outcome.nExitCode, 1);
+        EXPECT_EQ(outcome.errors.rfind(bad.pError, 0), 0u) << outcome.errors;
+    }
+}
+
 TEST_F(PlayerTest, WritesEachFrameOfTheRange) {
     struct {
         std::vector<std::string> arguments;
