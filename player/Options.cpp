@@ -16,6 +16,7 @@ namespace kelvokit::player {
 
 using trevik::RectangleT;
 using trevik::SizeT;
+using trevik::TraceLevel;
 using trevik::Vector2T;
 using trevik::kelvo::DeviceFormat;
 using trevik::kelvo::SceneSettings;
@@ -187,6 +188,31 @@ std::string ReadFormat(std::string const& text, Options& options) {
     return "expected rgb565, rgb888 or rgba8888, found \"" + text + "\"";
 }
 
+std::string ReadStats(std::string const& text, Options& options) {
+    options.fStats = true;
+    options.fStatsJson = text == "json";
+    return text == "text" || text == "json" ? "" : "expected text or json, found \"" + text + "\"";
+}
+
+struct LogLevel {
+    char const* pName;
+    int nLevel;
+};
+constexpr LogLevel LogLevels[] = {{"debug", TraceLevel::Debug},
+                                  {"info", TraceLevel::Info},
+                                  {"error", TraceLevel::Error},
+                                  {"none", LogNothing}};
+
+std::string ReadLogLevel(std::string const& text, Options& options) {
+    for (LogLevel const& level : LogLevels) {
+        if (text == level.pName) {
+            options.nLogLevel = level.nLevel;
+            return "";
+        }
+    }
+    return "expected debug, info, error or none, found \"" + text + "\"";
+}
+
 /** An option whose text `read` turns into a part of the options, or into a complaint. */
 CLI::Option* AddParsed(CLI::App& app, char const* pName, char const* pValue, char const* pHelp,
                        Options& options, std::string (*read)(std::string const&, Options&)) {
@@ -231,13 +257,23 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               options, ReadShot)
         ->needs("--out");
     app.add_flag("--post", options.fPost, "draw frames off screen first, then through the post-process pass");
-    app.add_flag("--stats", options.fStats, "print what was drawn with, then counters and times per frame");
+    std::string stats;
+    app.add_flag("--stats{text}", stats,
+                 "print what was drawn with, then counters and times per frame; --stats=json does so as JSON")
+        ->check([&options](std::string const& text) { return ReadStats(text, options); });
     app.add_option("--calls", options.calls,
                    "write the EGL and GL calls of the frames as text, without a driver; - is stdout")
         ->check(CheckPath)
         ->type_name("FILE")
         ->excludes("--out")
         ->excludes("--stats");
+    CLI::Option* const pQuiet =
+        app.add_flag("--quiet", options.fQuiet, "no progress bar, and no log unless --log-level asks for it");
+    app.add_flag("--verbose", options.fVerbose, "tell on stderr what is read, drawn with and written")
+        ->excludes(pQuiet);
+    CLI::Option* const pLogLevel = AddParsed(
+        app, "--log-level", "LEVEL",
+        "what the libraries log on stderr: debug, info, error (as a rule) or none", options, ReadLogLevel);
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
         ->check(CheckPath)
@@ -256,6 +292,9 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     } catch (CLI::ParseError const& error) {
         std::fprintf(stderr, "kelvo-player: %s\nTry kelvo-player --help.\n", error.what());
         return ExitUsage;
+    }
+    if (pLogLevel->count() == 0 && options.fQuiet) {
+        options.nLogLevel = LogNothing;
     }
     return std::nullopt;
 }

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Debug.h"
 #include "trevik/Rectangle.h"
 #include "trevik/Size.h"
 #include "trevik/Vector.h"
@@ -18,6 +19,9 @@ enum ExitCode {
     ExitDevice = 3,  ///< no back end, no graphics device, or one that cannot do what is needed
     ExitSignal = 128 ///< and the number of the signal that ended it: 130 interrupted, 143 asked to end
 };
+
+/** A level of traces above all others: none of them is logged. */
+constexpr int LogNothing = trevik::TraceLevel::Error + 1;
 
 /** Frames to play, the first and the last one. */
 struct FrameRange {
@@ -39,6 +43,10 @@ struct Options {
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down
     bool fPost = false;                          ///< draw frames through the post-process pass
     bool fStats = false;
+    bool fStatsJson = false;                   ///< and these as JSON
+    bool fQuiet = false;                       ///< no progress bar
+    bool fVerbose = false;                     ///< tell what is done
+    int nLogLevel = trevik::TraceLevel::Error; ///< lowest level of traces that is logged
 };
 
 /** Whether a path names a picture, rather than a folder of pictures. */

@@ -20,12 +20,14 @@
 
 namespace kelvokit::player {
 
+using trevik::Debug;
 using trevik::RectangleT;
 using trevik::Ref;
 using trevik::ScopeCounter;
 using trevik::SizeT;
 using trevik::String16;
 using trevik::String8;
+using trevik::TraceLevel;
 using trevik::Vector2T;
 using trevik::kelvo::Effect;
 using trevik::kelvo::GaussianBlurEffect;
@@ -71,7 +73,14 @@ int Player::Complain(int nExitCode, std::string const& what) {
     return nExitCode;
 }
 
+void Player::Tell(std::string const& what) {
+    if (m_options.fVerbose) {
+        Complain(ExitSuccess, what);
+    }
+}
+
 int Player::Run() {
+    Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
     std::string error;
     if (!m_backend.Load(m_options.backend, error)) {
         return Complain(ExitDevice, error);
@@ -93,6 +102,13 @@ int Player::Run() {
     SceneSettings& settings = m_scene.GetSettings();
     settings.m_size = size;
     settings.m_format = m_options.format.value_or(settings.m_format);
+    FrameRange const frames = GetFrames();
+    Tell(m_options.scene + ": frames " + std::to_string(frames.nFirst) + ".." + std::to_string(frames.nLast) +
+         ", " + std::to_string(size.width) + "x" + std::to_string(size.height) + " pixels, " +
+         GetFormatName(settings.m_format));
+    if (!m_options.save.empty()) {
+        Tell(m_options.save + ": written");
+    }
     bool const fOnlySave =
         !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick && !m_pCalls;
     return fOnlySave ? ExitSuccess : Play();
@@ -150,13 +166,14 @@ bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
     HeldTraces traces;
     bool const fStarted =
         device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format, settings.m_size);
-    traces.Release(!fStarted);
+    traces.Release(!fStarted || m_options.fVerbose);
     return fStarted;
 }
 
 int Player::PlayOn(GraphicsDevice& device, Window& window) {
-    if (m_options.fStats) {
-        ReportDriver();
+    Tell("drawn with " + GetRenderer());
+    if (m_options.fStats && !m_options.fStatsJson) {
+        PrintDriver();
     }
     device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
     FindBlurs(*m_scene.GetRoot(), m_blurs);
@@ -176,7 +193,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
          ++nFrame) {
         m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
     }
-    m_progress.emplace(nFrames);
+    m_progress.emplace(nFrames, !m_options.fQuiet);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
         if (int const nSignal = GetInterrupt()) {
             return Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
@@ -191,7 +208,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         PrintPicked(device);
     }
     if (m_options.fStats) {
-        ReportFigures(nFrames, m_pictures.GetCount());
+        (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_pictures.GetCount());
     }
     return ExitSuccess;
 }
@@ -230,7 +247,11 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
         pixels.AddAlpha(window.LastFrame(), area);
     }
     std::string error;
-    return m_pictures.Write(nFrame, pixels, error) ? ExitSuccess : Complain(ExitBadFile, error);
+    if (!m_pictures.Write(nFrame, pixels, error)) {
+        return Complain(ExitBadFile, error);
+    }
+    Tell("frame " + std::to_string(nFrame) + ": written");
+    return ExitSuccess;
 }
 
 /** A frame of which the calls are wanted, and no picture. */

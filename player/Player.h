@@ -41,6 +41,8 @@ private:
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
     /** Explains a failure and returns its exit code. */
     int Complain(int nExitCode, std::string const& what);
+    /** Says on stderr what has been done, where that is asked for. */
+    void Tell(std::string const& what);
     FrameRange GetFrames() const;
     trevik::RectangleT<int> GetShot() const;
     bool ShotFits(trevik::SizeT<int> const& size) const;

@@ -6,7 +6,8 @@
 
 namespace kelvokit::player {
 
-Progress::Progress(unsigned int nSteps) : m_nSteps(nSteps), m_fTerminal(isatty(STDERR_FILENO) == 1) {}
+Progress::Progress(unsigned int nSteps, bool fShown)
+    : m_nSteps(nSteps), m_fTerminal(fShown && isatty(STDERR_FILENO) == 1) {}
 
 void Progress::Show(unsigned int nDone) {
     int const nHundredths = static_cast<int>(100ull * nDone / m_nSteps);

@@ -7,8 +7,8 @@ namespace kelvokit::player {
 /** A bar on the terminal that stderr is; nothing when stderr is none. */
 class Progress {
 public:
-    /** Steps to come, at least 1. */
-    explicit Progress(unsigned int nSteps);
+    /** Steps to come, at least 1; `fShown`: whether they are to be shown at all. */
+    Progress(unsigned int nSteps, bool fShown);
     ~Progress() { Clear(); }
     Progress(Progress const&) = delete;
     Progress& operator=(Progress const&) = delete;

@@ -44,9 +44,9 @@ protected:
 TEST_F(PlayerTest, ExplainsItself) {
     Outcome const outcome = Play({"--help"});
     EXPECT_EQ(outcome.nExitCode, 0);
-    for (char const* pPart :
-         {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend", "--pick", "--shot",
-          "--post", "--calls", "--version", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+    for (char const* pPart : {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend",
+                              "--pick", "--shot", "--post", "--calls", "--version", "--quiet", "--verbose",
+                              "--log-level", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
     }
 }
@@ -430,6 +430,40 @@ TEST_F(PlayerTest, ReportsDriverThenFigures) {
     }
     // Five frames of two sprites each.
     EXPECT_TRUE(std::regex_search(outcome.output, std::regex("sprite render +10 +2\\.0 "))) << outcome.output;
+}
+
+TEST_F(PlayerTest, ReportsAsJson) {
+    Outcome const outcome = Play({Path("scene.json"), "--stats=json", "--quiet"});
+    ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_EQ(outcome.output.rfind("{\n  \"display\": \"", 0), 0u) << outcome.output;
+    for (char const* pPart : {"\"surface\": {\n    \"red\": 8,", "\"frames\": 5,\n  \"pictures\": 0,",
+                              "\"sprite render\": {\n      \"calls\": 10,\n      \"callsPerFrame\": 2.0,"}) {
+        EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart << " in\n" << outcome.output;
+    }
+}
+
+TEST_F(PlayerTest, TellsAsMuchAsIsAskedFor) {
+    // Half of a pixel is no target, which is logged.
+    Write("bad.json", R"({"surface": {"size": [1, 8]}, "nodes": [{"class": "Timeline", "effects":
+        [{"class": "GaussianBlurEffect", "BlurAmount": 1}]}]})");
+    auto const tell = [&](char const* pScene, std::vector<std::string> arguments) {
+        arguments.insert(arguments.begin(), {Path(pScene), "--out", Path("o.png")});
+        return Play(arguments).errors;
+    };
+    std::size_t const nLogged = tell("bad.json", {}).find(" has no resource");
+    EXPECT_NE(nLogged, std::string::npos);
+    EXPECT_EQ(tell("bad.json", {"--quiet", "--log-level", "error"}).find(" has no resource"), nLogged);
+    for (std::vector<std::string> const& none :
+         {std::vector<std::string>{"--quiet"}, {"--log-level", "none"}}) {
+        EXPECT_EQ(tell("bad.json", none).rfind("kelvo-player: frame 0: ", 0), 0u)
+            << "the reason itself stays";
+    }
+    EXPECT_EQ(tell("scene.json", {}), "");
+    std::string const told = tell("scene.json", {"--verbose"});
+    for (char const* pPart :
+         {"scene.json: frames 2..6, 41x23 pixels, rgb888\n", "drawn with ", "frame 6: written\n"}) {
+        EXPECT_NE(told.find(pPart), std::string::npos) << pPart << " in\n" << told;
+    }
 }
 
 TEST_F(PlayerTest, TakesTheProgressBarOffTheTerminalBeforeItComplains) {
