@@ -44,7 +44,8 @@ struct UpdateContext {
 
 /**
  * Marks that an object's properties set when their values are written, a bit for one property or for several,
- * so that the object looks at one word rather than at every value. Whoever takes a value up clears its mark.
+ * so that the object looks at one word rather than at every value. It clears the mark of a value that it
+ * takes up.
  */
 typedef unsigned int PropertyMarks;
 
@@ -78,14 +79,11 @@ public:
     bool IsTorn() const { return m_nID == TornID; }
 
     /**
-     * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
-     * are members of one object, at most 128 KB apart; a copy of the property sets no marks.
+     * From now on the property sets `nMark` in `marks`, a member of the same object, whenever its value has
+     * been or may be written. A copy of the property sets no marks.
      */
     void SetMarks(PropertyMarks& marks, unsigned short nMark) {
-        // The distance fits into what would be padding, which a pointer would not.
-        m_nMarksDistance =
-            static_cast<short>((reinterpret_cast<char*>(&marks) - reinterpret_cast<char*>(this)) /
-                               static_cast<long>(sizeof(PropertyMarks)));
+        m_pMarks = &marks;
         m_nMark = nMark;
     }
 
@@ -98,17 +96,16 @@ protected:
 
     /** To be called by everything that writes the value, before others hear of it. */
     void Mark() {
-        if (m_nMark != 0) {
-            PropertyMarks* const pThis = reinterpret_cast<PropertyMarks*>(this);
-            pThis[m_nMarksDistance] |= m_nMark;
+        if (m_pMarks) {
+            *m_pMarks |= m_nMark;
         }
     }
 
     unsigned int m_nID = 0;
 
 private:
-    short m_nMarksDistance = 0; ///< from this property, in marks
     unsigned short m_nMark = 0;
+    PropertyMarks* m_pMarks = nullptr; ///< of the object that the property belongs to
 };
 
 } // namespace trevik::kelvo
