@@ -1,5 +1,6 @@
 #include "trevik/kelvo/Sprite.h"
 
+#include "kelvo/nodes/SpriteLayout.h"
 #include "kelvo/storage/NodeStorage.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/GraphicsDevice.h"
@@ -7,6 +8,9 @@
 #include "trevik/kelvo/Serializer.h"
 
 namespace trevik::kelvo {
+
+// Sprites are aligned to cache lines, and these members are in the last one.
+unsigned long const DrawnSpriteOffset = sizeof(Sprite) - alignof(Sprite);
 
 Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {
     SetStyleMarks();

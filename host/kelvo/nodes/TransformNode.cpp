@@ -1,13 +1,14 @@
 #include "trevik/kelvo/TransformNode.h"
 
+#include "kelvo/nodes/SpriteLayout.h"
 #include "kelvo/storage/EffectStorage.h"
 #include "kelvo_host/RenderObserver.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/MemoryTracer.h"
-#include "trevik/kelvo/Sprite.h"
 
+#include <cstddef>
 #include <cstring>
 
 namespace trevik::kelvo {
@@ -120,15 +121,23 @@ void TransformNode::Render(GraphicsDevice& device) {
 
 /**
  * Has the memory fetched that drawing a node will read: where it lies in a sprite, which most nodes are. For
- * other nodes, and where pointers are shorter, some of it comes for nothing; nothing else happens.
+ * other nodes some of it is fetched for nothing; nothing else happens.
  */
 inline void TransformNode::FetchForDrawing(Node const* pNode) {
+    // By offsets, since the node may be of a class without these members. The standard leaves it to compilers
+    // whether classes with virtual operations have offsets; in those that know this pragma they have.
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof"
+    constexpr std::size_t nState = offsetof(TransformNode, m_nMarks); // to m_rEffectiveOpacity
+    constexpr std::size_t nMatrix = offsetof(TransformNode, m_worldMatrix);
+    constexpr std::size_t nLists = offsetof(TransformNode, m_masks); // and m_effects
+#pragma GCC diagnostic pop
     char const* const pBytes = reinterpret_cast<char const*>(pNode);
     __builtin_prefetch(pBytes);
-    __builtin_prefetch(pBytes + 4 * CacheLine);              // m_nMarks to m_rEffectiveOpacity
-    __builtin_prefetch(pBytes + 5 * CacheLine);              // m_worldMatrix
-    __builtin_prefetch(pBytes + 6 * CacheLine);              // m_masks, m_effects
-    __builtin_prefetch(pBytes + sizeof(Sprite) - CacheLine); // m_nStyle, m_pTexture; geometry
+    __builtin_prefetch(pBytes + nState);
+    __builtin_prefetch(pBytes + nMatrix);
+    __builtin_prefetch(pBytes + nLists);
+    __builtin_prefetch(pBytes + DrawnSpriteOffset);
 }
 
 void TransformNode::RenderChildren(GraphicsDevice& device) {

@@ -1,0 +1,11 @@
+#pragma once
+
+namespace trevik::kelvo {
+
+/**
+ * Where in a sprite the cache line begins that drawing reads besides its transform: style and texture, then
+ * what a back end adds. Bytes; defined where the sprite is, so that its base need not know it.
+ */
+__attribute__((visibility("hidden"))) extern unsigned long const DrawnSpriteOffset;
+
+} // namespace trevik::kelvo
