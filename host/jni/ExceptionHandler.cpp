@@ -6,13 +6,13 @@ namespace trevik::jni {
 
 namespace {
 
-/** What the throwable says of itself; empty when it cannot be asked. */
+/** The throwable as text; empty when Java gives none. */
 StringEncoded<UTF16Encoding> Describe(JNIEnv* pEnv, jthrowable thrown) {
     StringEncoded<UTF16Encoding> sText;
     jclass const thrownClass = pEnv->GetObjectClass(thrown);
     jmethodID const toString = pEnv->GetMethodID(thrownClass, "toString", "()Ljava/lang/String;");
     jstring const text = toString ? static_cast<jstring>(pEnv->CallObjectMethod(thrown, toString)) : nullptr;
-    // A throwable may throw when it is asked; of that nothing is reported.
+    // toString may throw in turn; that is not reported.
     if (!pEnv->ExceptionCheck() && text) {
         jchar const* const pUnits = pEnv->GetStringChars(text, nullptr);
         if (pUnits) {

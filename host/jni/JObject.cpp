@@ -5,7 +5,7 @@
 #include "trevik/jni/ExceptionHandler.h"
 #include "trevik/jni/VM.h"
 
-// Place and text of each call as they are reported, whatever the lines of this file are.
+// The place and the text that each check reports are fixed; they are not those of this file.
 #define TREVIK_JOBJECT_CHECK(env, when, line, expression)                                                    \
     ExceptionHandler::CheckForException((env), Text::FromLiteral(when),                                      \
                                         Text::FromLiteral("include/JObject"), (line),                        \

@@ -32,8 +32,8 @@ Registrations& GetRegistrations() {
 }
 
 /**
- * Has the classes that this library describes itself registered. Where each would be looked up at its first
- * use, that might be on a thread whose class loader does not know it.
+ * Registers the classes that this library itself describes. Looked up only at its first use, a class might be
+ * asked for on a thread whose class loader does not know it.
  */
 void RegisterKnownClasses() {
     java::lang::Class::GetClass();

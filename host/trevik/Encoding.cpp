@@ -63,7 +63,7 @@ void PutShortForm(char* text, int& index, int value) {
     PutContinuation(text, index, value);
 }
 
-/** Reads what follows a lead unit of a three-unit form, surrogates included. */
+/** Reads the two units behind the lead unit of a three-unit form; a surrogate counts as a value, too. */
 bool TakeThreeUnitForm(char const* text, int& index, int length, int lead, int& value) {
     value = lead & 0x0f;
     return TakeContinuation(text, index, length, value, lead == 0xe0 ? 0xa0 : 0x80) &&

@@ -38,7 +38,7 @@ void Event::Reset() {
     pthread_mutex_unlock(&m_mutex);
 }
 
-/** Under the lock: whether a waiter may go on; one that does closes an automatic event behind itself. */
+/** Under the lock: whether a waiter may go on. An automatic event is reset for the one that does. */
 bool Event::Pass() {
     bool const signalled = m_fSignalled;
     m_fSignalled = signalled && m_fManualReset;

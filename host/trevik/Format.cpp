@@ -71,7 +71,7 @@ struct Arguments {
     va_list list;
 };
 
-/** One conversion: what stands between the % and its letter, and the letter. */
+/** One conversion: flags, width, precision and length between the % and its letter, and the letter. */
 struct Conversion {
     bool fLeft = false, fPlus = false, fSpace = false, fAlternate = false, fZero = false;
     int nWidth = 0;
@@ -159,7 +159,7 @@ Measure ReadMeasure(char16_t const*& format) {
 
 /**
  * Reads the conversion behind a %, and its width and precision from the arguments where it says so.
- * @return false, with no argument taken, for what is no conversion.
+ * @return false, with no argument taken, when it is no conversion.
  */
 bool ReadConversion(char16_t const*& format, Conversion& conversion, Arguments& arguments) {
     char16_t const* at = format;
@@ -240,7 +240,7 @@ void PutSigned(Output& output, Conversion const& conversion, Arguments& argument
         value = va_arg(arguments.list, int);
         break;
     case Length::Char:
-        // The sign is what is wanted. NOLINTNEXTLINE(bugprone-signed-char-misuse)
+        // The sign is wanted. NOLINTNEXTLINE(bugprone-signed-char-misuse)
         value = static_cast<signed char>(va_arg(arguments.list, int));
         break;
     case Length::Short:

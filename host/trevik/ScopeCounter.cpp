@@ -36,7 +36,7 @@ unsigned long long TimeOf(unsigned int id) {
     return g_figures[id].nNanoseconds.load(std::memory_order_relaxed);
 }
 
-/** A frame begins now: what was counted before belongs to none. */
+/** Begins a frame: time that was counted before belongs to no frame. */
 void BeginFrame() {
     for (unsigned int id = 0; id < ScopeCounter::MaximumIds; ++id) {
         g_atLastMark[id] = TimeOf(id);

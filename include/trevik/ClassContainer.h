@@ -15,7 +15,7 @@ class EffectResource;
 class Node;
 } // namespace kelvo
 
-/** What the host may take an object for that it has created by a name out of a file. */
+/** The kinds of objects that files may name; the host checks the kind before it creates one. */
 struct ObjectKind {
     enum Enum { Other, Node, Effect, EffectResource };
 };
@@ -41,7 +41,9 @@ public:
      */
     virtual Referenced* Create();
 
-    /** What Create makes; Other in the base class, and then no file can ask for it. */
+    /**
+     * The kind of the objects that Create makes; Other in the base class, and then no file can ask for it.
+     */
     virtual ObjectKind::Enum GetKind() const;
 
     /** The id of the class name, see HashName; its top bit is clear. */

@@ -32,7 +32,7 @@ public:
     bool IsRegistered(unsigned int classID) const;
 
     /**
-     * The registry for whoever creates objects without having been handed one; null when there is none. It is
+     * The registry for code that creates objects and was given no registry; null when there is none. It is
      * set before other threads ask for it.
      */
     static ClassRegistry* GetDefault();

@@ -18,7 +18,7 @@ public:
     ~OperationBase() override;
     virtual void Execute() = 0;
 
-    /** Whether there is something to execute; dispatchers refuse what has nothing. */
+    /** Whether there is something to execute; dispatchers refuse operations without. */
     virtual bool IsValid() const { return true; }
 };
 
@@ -56,7 +56,7 @@ public:
 
     /**
      * Queues an operation and waits until it has been executed; on the executing thread itself, executes it
-     * at once, ahead of what is queued. Any thread.
+     * at once, ahead of the queued ones. Any thread.
      * @return false, with nothing executed, for null, for an invalid operation and without memory.
      */
     virtual bool Invoke(Ref<OperationBase>& operation) = 0;
@@ -70,7 +70,7 @@ class TREVIK_API QueueDispatcher : public Dispatcher {
 public:
     QueueDispatcher();
 
-    /** Releases the operations that were never executed. Nobody may be using the dispatcher. */
+    /** Releases the operations that were never executed. No thread may be using the dispatcher. */
     ~QueueDispatcher() override;
 
     bool Enqueue(Ref<OperationBase>& operation) override;
@@ -116,7 +116,7 @@ private:
     bool IsExecutingThread();
 
     Event m_queued; // set when an operation comes in
-    Mutex m_mutex;  // guards the queue and what stands behind the batch
+    Mutex m_mutex;  // guards the queue and the members after the batch
     List<Ref<OperationBase>> m_queue;
     ManualResetEvent m_idle; // signalled while all that was ever queued has been executed
 

@@ -34,8 +34,8 @@ struct UTF8Encoding {
     TREVIK_API static int GetNextChar(Unit const* text, int& index, int length);
 
     /**
-     * Writes the code point at text[index] and moves the index behind it; what is no code point is written as
-     * 0xfffd.
+     * Writes the code point at text[index] and moves the index behind it; a number that is no code point is
+     * written as 0xfffd.
      * @return false, with nothing written, when it does not fit below the capacity.
      */
     TREVIK_API static bool PutNextChar(Unit* text, int& index, int capacity, int codePoint);

@@ -8,14 +8,14 @@
 namespace trevik {
 
 /**
- * Something that threads wait for. Once set it stays signalled: a manual-reset event until Reset, letting
- * everybody through; any other until one waiter has come through. The name is for whoever debugs.
+ * Something that threads wait for. Once set it stays signalled: a manual-reset event until Reset, letting all
+ * waiters through; any other until one waiter has come through. The name is for debugging.
  */
 class TREVIK_API Event {
 public:
     Event(StringEncoded<UTF16Encoding> const& name, bool signalled, bool manualReset);
 
-    /** Nobody may be waiting. */
+    /** No thread may be waiting. */
     ~Event();
 
     Event(Event const&) = delete;

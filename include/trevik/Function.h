@@ -62,7 +62,7 @@ struct TypeTag {
     static constexpr char s_tag = 0;
 };
 
-/** What a function holds: some callable, out of sight. */
+/** The callable that a function holds, without its type. */
 template <class R, class... Args>
 class Callable {
 public:

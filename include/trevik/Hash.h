@@ -6,7 +6,7 @@ namespace trevik {
 
 namespace detail {
 
-// Code units count as unsigned, whatever the sign of plain char.
+// Code units count as unsigned, also where plain char is signed.
 constexpr unsigned int HashUnit(char unit) {
     return static_cast<unsigned char>(unit);
 }

@@ -5,8 +5,8 @@
 namespace trevik {
 
 /**
- * Holds an object that is never destroyed: for what other libraries may still use while the process ends,
- * when statics of this one are gone already.
+ * Holds an object that is never destroyed: other libraries may use it while the process ends, when statics of
+ * this one are destroyed already.
  */
 template <class T>
 class Immortal {

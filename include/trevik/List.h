@@ -175,8 +175,8 @@ public:
     }
 
     /**
-     * The first element equal to this one, or -1. What can be compared with elements need not be one: a Ref
-     * made of a pointer for the comparison would delete an object that nobody else refers to.
+     * The first element equal to this one, or -1. `element` may be of another type that compares with T, such
+     * as a pointer in a list of Refs: no reference is taken for the search.
      */
     template <class U = T>
     int IndexOf(U const& element) const {

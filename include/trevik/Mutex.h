@@ -11,7 +11,7 @@ class TREVIK_API Mutex {
 public:
     Mutex();
 
-    /** Nobody may hold it. */
+    /** No thread may hold it. */
     ~Mutex();
 
     Mutex(Mutex const&) = delete;

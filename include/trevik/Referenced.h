@@ -14,12 +14,12 @@ class TREVIK_API Referenced {
 public:
     Referenced() : m_nReferences(0) {}
 
-    /** A copy is a new object that nobody refers to yet. */
+    /** A copy is a new object without references. */
     Referenced(Referenced const&) : m_nReferences(0) {}
 
     virtual ~Referenced();
 
-    /** Assignment changes what an object holds, not who refers to it. */
+    /** Assignment changes an object's content, not its count of references. */
     Referenced& operator=(Referenced const&) { return *this; }
 
     /** Adds a reference. */

@@ -9,7 +9,7 @@ namespace trevik {
 /** What a profiled scope has cost so far. */
 struct ScopeTotals {
     unsigned long long nCalls;
-    unsigned long long nNanoseconds; // from entry to exit, what it calls included
+    unsigned long long nNanoseconds; // from entry to exit, with all that is called
 };
 
 /** How a scope's time per frame is spread over the latest frames. */
@@ -63,10 +63,7 @@ public:
     ScopeCounter(ScopeCounter const&) = delete;
     ScopeCounter& operator=(ScopeCounter const&) = delete;
 
-    /**
-     * Switches counting on or off; what has been counted stays. Scopes entered while it was off are not
-     * counted.
-     */
+    /** Switches counting on or off; the counts stay. Scopes entered while it was off are not counted. */
     static void SetProfiling(bool profiling);
     static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
 
@@ -91,7 +88,7 @@ public:
      */
     static ScopeFrameTimes GetFrameTimes(unsigned int id);
 
-    /** What an id stands for, or null when it has no name. */
+    /** The name of an id, or null when it has none. */
     static char const* GetName(unsigned int id);
 
 private:

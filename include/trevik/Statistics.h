@@ -11,7 +11,7 @@ namespace trevik {
 struct StatisticsListener {
     using Function = void (*)(void* user, StringEncoded<UTF16Encoding> const& event);
 
-    Function pfnHandle; // null: nobody
+    Function pfnHandle; // null: no listener
     void* pUser;
 };
 
@@ -32,7 +32,7 @@ public:
     /** The counter's value: 0 at first, and for ids from MaximumStats on. */
     long long GetStat(unsigned int id) const;
 
-    /** What a counter counts, or null when it has no name. */
+    /** The name of a counter, or null when it has none. */
     static char const* GetStatName(unsigned int id);
 
     /** Tells the listener, if there is one, about something that happened. */

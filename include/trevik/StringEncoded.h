@@ -88,7 +88,7 @@ public:
         return StringLiteral<Encoding>(text);
     }
 
-    /** Formats as Encoding::FormatV does, to whatever length it takes. */
+    /** Formats as Encoding::FormatV does; the string becomes as long as it has to be. */
     static StringEncoded Format(Unit const* format, ...) {
         va_list arguments;
         va_start(arguments, format);
@@ -257,7 +257,7 @@ private:
         return m_pStorage && address >= start && address <= start + m_nLength * sizeof(Unit);
     }
 
-    /** Gives this string storage of its own for at least this many units; what it holds stays. */
+    /** Gives this string storage of its own for at least this many units; its text stays. */
     bool Reserve(unsigned int length) {
         if (length > MaximumLength()) {
             return false;

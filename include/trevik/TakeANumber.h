@@ -9,7 +9,7 @@ namespace trevik {
 
 /**
  * Puts threads in an order that was settled beforehand. Each takes a ticket; Process then lets the tickets
- * through one after the other, whatever the order in which they come.
+ * through in that order, also where threads come in another one.
  *
  * Ticket n is through as soon as Process(n) has returned on some thread; every ticket given out has to be
  * processed once, or those behind it wait for ever.

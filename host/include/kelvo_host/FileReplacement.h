@@ -19,7 +19,7 @@ namespace trevik::kelvo {
 class TREVIK_API FileReplacement {
 public:
     FileReplacement() = default;
-    /** Removes what has not taken its place. */
+    /** Removes the new file if it has not taken its place. */
     ~FileReplacement();
     FileReplacement(FileReplacement const&) = delete;
     FileReplacement& operator=(FileReplacement const&) = delete;
@@ -36,7 +36,7 @@ public:
     bool TakePlace();
 
 private:
-    String8 m_sPath;      ///< that links have led to
+    String8 m_sPath;      ///< after following links
     String8 m_sTemporary; ///< empty: nothing to remove
     int m_nDescriptor = -1;
 };

@@ -14,11 +14,11 @@ class TREVIK_API RenderObserver {
 public:
     virtual ~RenderObserver();
 
-    /** Before a node, and what is below it, is drawn or looked through for what lies under a point. */
+    /** Called before a node and the nodes below it are drawn, or searched for the nodes under a point. */
     virtual void BeginNode(Node& node) = 0;
     virtual void EndNode(Node& node) = 0;
 
-    /** Has `pObserver` told from now on, null: nobody. Returns who was told before. */
+    /** Makes `pObserver`, or with null none, the observer from now on. Returns the one before. */
     static RenderObserver* Set(RenderObserver* pObserver);
     static RenderObserver* Get() { return s_pObserver; }
 

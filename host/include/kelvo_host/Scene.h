@@ -32,7 +32,7 @@ struct TREVIK_API SceneSettings {
     int m_nLastFrame = 0;                               ///< not below the first one, up to MaximumFrame
     ColorT<RealFloat> m_clearColor = ColorT<RealFloat>::Black;
 
-    /** Null when all is in range, else a static text that says what is not. */
+    /** Null when all values are in range, else a static text that says which one is not. */
     char16_t const* FindFault() const;
 };
 
@@ -80,7 +80,7 @@ public:
 
     /**
      * Brings the scene to `frame`: the root seeks to it, and nested timelines that play advance by the time
-     * between the frames. Going back starts them over, so that what is shown depends on the frame alone.
+     * between the frames. Going back starts them over, so that the picture depends on the frame alone.
      */
     void Update(GraphicsDevice& device, RealFloat const& frame);
     /** Draws one frame over the whole surface and shows it: DrawFrame, present, then queued work. */

@@ -13,13 +13,13 @@ public:
     /** Lets this many further allocations succeed; all that follow fail until FailNever. */
     static void FailAfter(unsigned int count);
 
-    /** Ends the failing; this is how things are at first. */
+    /** Ends the failing; at first nothing fails. */
     static void FailNever();
 
     /** The allocations that have succeeded since the process began. */
     static unsigned long long GetCount();
 
-    /** Those of them that have not been given back yet. */
+    /** The allocations that have not been freed yet. */
     static long long GetLiveCount();
 };
 

@@ -13,7 +13,7 @@ namespace {
 /** Hits on one plane come out at distances that differ by rounding only. */
 constexpr RealFloat DistanceTolerance = RealFloat(0.0001);
 
-/** The sum, or the nearest number that there is. */
+/** The sum, or the int nearest to it. */
 int AddWithin(int nStart, int nLength) {
     long long const nEnd = static_cast<long long>(nStart) + nLength;
     return static_cast<int>(nEnd < INT_MIN ? INT_MIN : nEnd > INT_MAX ? INT_MAX : nEnd);
@@ -143,7 +143,7 @@ Matrix4T<RealFloat> GraphicsDevice::GetTransformMatrix() const {
 
 EffectResource* GraphicsDevice::CreateEffectResource(unsigned int nClassID) {
     ClassRegistry* const pRegistry = ClassRegistry::GetDefault();
-    // The id is the caller's: what it creates need not be a resource.
+    // The id comes from the caller: it may create an object that is no resource.
     return pRegistry ? static_cast<EffectResource*>(pRegistry->Create(nClassID, ObjectKind::EffectResource))
                      : nullptr;
 }

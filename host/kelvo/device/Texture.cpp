@@ -182,7 +182,7 @@ void Texture::TakeImage(PixelBuffer& pixels, List<MipLevel>& levels) {
     m_pixelData.Notify();
 }
 
-/** Why size, levels and pixels, which can also be set apart from each other, make no image; null: they do. */
+/** Why size, levels and pixels, each of which can be set alone, do not fit together; null when they do. */
 char16_t const* Texture::FindFault() const {
     return FindImageFault({m_nWidth, m_nHeight, m_nAllocatedWidth, m_nAllocatedHeight}, m_format,
                           m_mipLevels.GetValue(), m_pixelData.GetBuffer().GetSize());

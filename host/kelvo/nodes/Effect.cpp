@@ -23,7 +23,7 @@ Effect::~Effect() = default;
 bool Effect::Init(GraphicsDevice& device) {
     unsigned long long const nState = device.GetResourceState();
     if (nState == m_nFailedState) {
-        return false; // nothing has changed since it could not be had
+        return false; // it failed before, and nothing has changed since
     }
     EffectResource* const pResource = device.GetEffectResource(GetResourceClassID());
     m_fInitialized = pResource && InternalInit(pResource);

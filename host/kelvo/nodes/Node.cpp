@@ -32,7 +32,7 @@ Node::~Node() {
 }
 
 void Node::ReleaseChildren() {
-    // All of them first: what goes with one of them may look at the others.
+    // All of them first: objects that are deleted with one child may look at the other children.
     for (Node* pChild : m_children) {
         pChild->SetParent(nullptr);
     }
@@ -85,8 +85,8 @@ char16_t const* Node::FindHoldFault(Node const& node) const {
 }
 
 /**
- * Whether this node is `node`, or is kept alive by it, directly or through others. Without memory to tell, it
- * is.
+ * Whether this node is `node`, or is kept alive by it, directly or through others. Also true when there is no
+ * memory to find out.
  */
 bool Node::IsKeptBy(Node const& node) const {
     bool fHeld = false;
@@ -128,7 +128,9 @@ bool Node::HasRoomBelow(Node const& node) const {
     return CountLevelsAbove() + node.CountLevelsBelow() <= MaximumDepth;
 }
 
-/** From the top of the tree down to this node. A top that others hold lies below them. */
+/**
+ * Levels from the top of the tree down to this node, itself included. Nodes that hold the top are above it.
+ */
 unsigned int Node::CountLevelsAbove() const {
     unsigned int nLevels = 1;
     Node const* pTop = this;
@@ -142,7 +144,7 @@ unsigned int Node::CountLevelsAbove() const {
     return nAbove + nLevels;
 }
 
-/** From this node down. */
+/** Levels from this node down, itself included. */
 unsigned int Node::CountLevelsBelow() const {
     unsigned int nBelow = m_pHeld && !m_pHeld->m_pParent ? m_pHeld->CountLevelsBelow() : 0;
     for (Node const* pChild : m_children) {

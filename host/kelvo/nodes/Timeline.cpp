@@ -40,7 +40,7 @@ bool Timeline::Load(Deserializer& deserializer) {
     if (!TransformNode::Load(deserializer)) {
         return false;
     }
-    // What hangs from the timeline is there by now; what stands above comes with Reload.
+    // The nodes below this one are loaded by now. A camera elsewhere in the tree is looked for in Reload.
     bool const fBelow = !m_cameraWay.IsEmpty() && m_cameraWay[0] == 0;
     return !fBelow || TakeCameraOnWay() || deserializer.Fail(u"its camera is not where it was attached");
 }
@@ -85,7 +85,7 @@ void Timeline::InternalRender(GraphicsDevice& device) {
     PreRenderChildren(device);
     RenderChildren(device);
     PostRenderChildren(device);
-    // What hangs from it may hold this timeline: the two would keep each other alive.
+    // Nodes below the camera may hold this timeline: timeline and camera would keep each other alive.
     if (m_pActiveCamera && m_pActiveCamera->GetChildCount() != 0) {
         m_pActiveCamera.Reset();
     }

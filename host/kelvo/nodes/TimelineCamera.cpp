@@ -32,8 +32,8 @@ void Timeline::TakeCamera(Camera* pCamera) {
 }
 
 /**
- * After the children of `original` have been copied: if its camera is among them, the copy is this one's.
- * False when memory is short.
+ * To be called once the children of `original` have been copied: where its camera is one of the nodes below
+ * it, takes that node's copy. False when memory is short.
  */
 bool Timeline::TakeCopiedCamera(Timeline const& original) {
     Node const* pAbove = original.m_pCamera.Get();
@@ -43,7 +43,7 @@ bool Timeline::TakeCopiedCamera(Timeline const& original) {
     return !pAbove || (FindWay(original, *original.m_pCamera, m_cameraWay) && TakeCameraOnWay());
 }
 
-/** Looks through the camera that m_cameraWay leads to; false when there is none. The way is used up. */
+/** Takes the camera that m_cameraWay leads to, and clears the way; false when there is no such camera. */
 bool Timeline::TakeCameraOnWay() {
     Node* const pNode = FollowWay(*this, m_cameraWay);
     m_cameraWay.Release();

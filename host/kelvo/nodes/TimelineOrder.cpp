@@ -21,8 +21,9 @@ void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, 
 }
 
 /**
- * After a change handler has changed the tree under way: flattens it anew and tells the place of the node
- * just updated, or the last one when it has none; what then remains is updated by the next update.
+ * Flattens the tree again after a change handler has changed it during an update. Returns the place of the
+ * node that was updated last, so that the update goes on behind it. Where that node is gone, returns the last
+ * place: the nodes that remain have to wait for the next update.
  */
 unsigned int Timeline::ResumeAfter(Node const* pNode) {
     BuildUpdateTree();
@@ -32,7 +33,7 @@ unsigned int Timeline::ResumeAfter(Node const* pNode) {
             return nEntry;
         }
     }
-    return nCount - 1; // of an empty tree, the one before the first
+    return nCount - 1; // for an empty list the largest number, which the loop counts up to 0
 }
 
 void Timeline::BuildUpdateTree() {
@@ -85,7 +86,7 @@ bool Timeline::AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Nod
     return true;
 }
 
-/** Backwards, so that each subtree's size is known before that of the one around it. */
+/** Counts from the end, so that the subtrees below a node are counted before its own. */
 void Timeline::CountSubtrees() {
     for (unsigned int nEntry = m_tree.GetCount(); nEntry-- > 0;) {
         TreeNode<Node*>& node = *m_tree[nEntry];

@@ -25,7 +25,7 @@ bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
     return std::memcmp(&a, &b, sizeof(a)) == 0;
 }
 
-/** 0 to 1; 0 for what is not a number. */
+/** Within 0 to 1; 0 for NaN. */
 RealFloat ClampOpacity(RealFloat opacity) {
     return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
 }
@@ -191,7 +191,7 @@ void TransformNode::TakeOpacity() {
     }
 }
 
-/** Takes the position up where its mark is set; tells what has changed. */
+/** Takes the position over and clears its mark; returns the changes. */
 inline unsigned int TransformNode::TakePosition() {
     if (!m_position.GetBinding()) {
         m_nMarks &= ~unsigned(PositionMark);
@@ -205,7 +205,7 @@ inline unsigned int TransformNode::TakePosition() {
     return Moved;
 }
 
-/** The same for the other values that the transform is made from, which change more rarely. */
+/** The same for the other values that the matrix is made from, which change more rarely. */
 unsigned int TransformNode::TakeRotationAndShape() {
     unsigned int nChanges = 0;
     if (!IsSame(m_rotation.GetValue(), m_taken.m_rotation)) {
@@ -244,7 +244,7 @@ inline unsigned int TransformNode::FindParentChange() const {
     if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
         return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
     }
-    // Of a parent without a transform of this kind nobody knows when its matrix changes.
+    // A parent of another class does not tell whether its matrix has changed: it counts as changed.
     return m_pSpace || m_nParentVersion != NoParent ? ParentMoved : 0u;
 }
 
@@ -263,8 +263,7 @@ inline void TransformNode::UpdateOpacity() {
 
 void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                                    bool fForce) {
-    // What effects are given waits in memory: keeping it in registers would cost each node without effects
-    // more.
+    // The arguments for effects are kept in memory: in registers they would cost nodes without effects more.
     Arguments arguments;
     arguments.m_pDevice = &device;
     arguments.m_pFrame = &frame;
@@ -318,7 +317,7 @@ void TransformNode::CalculateTransform() {
 }
 
 void TransformNode::CalculateAnyTransform() {
-    // Without changes it was called from outside: it has to be as if all had changed.
+    // No changes are noted when it is called from outside: then all values count as changed.
     unsigned int const nChanges = (m_nChanges != 0 ? m_nChanges : Everything) | TakeTransform();
     m_nChanges = 0;
     if (nChanges & (Turned | Shaped)) {

@@ -9,7 +9,7 @@ namespace {
 
 constexpr RealFloat Pi = 3.14159265358979f;
 
-/** Time within its range; what is not a number counts as 0. */
+/** Time within its range; NaN counts as 0. */
 RealFloat Clamp(RealFloat t) {
     return !(t > 0) ? 0 : t < 1 ? t : 1;
 }

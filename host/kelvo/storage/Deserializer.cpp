@@ -11,7 +11,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** The document of those that have none; it never changes. */
+/** Stands in where there is no document; it is empty and never changes. */
 Ref<DocumentNode> GetEmptyDocument() {
     struct Document {
         Document() : m_pNode(&m_node) {}

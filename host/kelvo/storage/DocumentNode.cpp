@@ -195,8 +195,8 @@ char const* DocumentNode::TreeReader::ReadNode(Ref<DocumentNode>& pNode, unsigne
     if (nBlockLength > nLeft) {
         return "an attribute block reaches past the document's end";
     }
-    // Each child takes a header at least, as do those that nodes before still wait for: an absurd count is
-    // found before anything is made for it.
+    // Each child takes at least a header, and so does each child that earlier nodes still miss: a count that
+    // is too large is found before memory is taken for it.
     unsigned long const nRoom = (nLeft - nBlockLength) / NodeHeaderLength;
     if (nChildren > (m_nMissing < nRoom ? nRoom - m_nMissing : 0)) {
         return "a node has more children than the document has room for";

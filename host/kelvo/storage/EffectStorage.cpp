@@ -41,7 +41,7 @@ bool LoadMask(Deserializer& deserializer, TransformNode& node) {
 /** Adds the effect that the current document node describes. */
 bool LoadEffect(Deserializer& deserializer, TransformNode& node) {
     unsigned int const nTypeID = deserializer.GetCurrentNode()->GetTypeID();
-    // The id comes from a file: what it creates need not be an effect.
+    // The id comes from a file: it may create an object that is no effect.
     Ref<Effect> const pEffect(
         static_cast<Effect*>(deserializer.GetRegistry().Create(nTypeID, ObjectKind::Effect)));
     if (!pEffect) {

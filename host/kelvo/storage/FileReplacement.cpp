@@ -27,7 +27,7 @@ bool ReplaceEnd(String8& sPath, unsigned int nLength, char const* pEnd) {
     return true;
 }
 
-/** Units of a path up to its last slash, and that one. */
+/** Number of units of a path up to its last slash, that one included. */
 unsigned int GetFolderLength(String8 const& sPath) {
     unsigned int nLength = sPath.GetLength();
     while (nLength > 0 && sPath[nLength - 1] != '/') {
@@ -36,7 +36,7 @@ unsigned int GetFolderLength(String8 const& sPath) {
     return nLength;
 }
 
-/** Makes of a path that is a symbolic link the one that it leads to, whether or not a file is there. */
+/** Turns the path of a symbolic link into the one that it leads to, whether or not a file is there. */
 bool FollowLinks(String8& sPath) {
     for (int nLink = 0; nLink < MaximumLinks; ++nLink) {
         char target[PATH_MAX];
@@ -58,8 +58,8 @@ bool FollowLinks(String8& sPath) {
 }
 
 /**
- * Lets those use the new file who can use the old one. Where that cannot be, nobody gets more than before:
- * the file has been opened for its owner alone.
+ * Gives the new file the owner, group and rights of the old one. Where that fails nobody gains rights: the
+ * file was made for its owner alone.
  */
 void KeepAccess(int nDescriptor, struct stat const& old) {
     mode_t nMode = old.st_mode & 0777;
@@ -71,7 +71,7 @@ void KeepAccess(int nDescriptor, struct stat const& old) {
     static_cast<void>(fchmod(nDescriptor, nMode));
 }
 
-/** Makes of a path one beside it that nobody else uses. */
+/** Turns a path into one in the same folder that no other process and no other call uses. */
 bool MakeTemporary(String8& sPath) {
     static std::atomic<unsigned int> s_nCount{0};
     char suffix[48];
@@ -138,7 +138,7 @@ bool FileReplacement::Sync() {
 bool FileReplacement::Close() {
     int const nDescriptor = m_nDescriptor;
     m_nDescriptor = -1;
-    return close(nDescriptor) == 0; // reports what a delayed write failed with
+    return close(nDescriptor) == 0; // fails, too, where a delayed write has failed
 }
 
 bool FileReplacement::TakePlace() {

@@ -83,7 +83,7 @@ Glyph MakeGlyph(SavedGlyph const& saved, Ref<Texture> const& pTexture) {
     return glyph;
 }
 
-/** What keeps a glyph out of documents; null when nothing does. */
+/** Why a glyph cannot be saved; null when it can. */
 char16_t const* FindFault(Glyph const& glyph, unsigned int nMeshCount) {
     if (!IsCodePoint(glyph.m_nCodePoint)) {
         return u"there is no such code point";
@@ -126,7 +126,7 @@ bool ReadTable(Deserializer& deserializer, unsigned int nAttributeID, List<T>& t
            detail::ReadElements(table, pData, nLength);
 }
 
-/** Puts a table in order, which saved ones ordinarily are in; equal elements stay as they stand. */
+/** Sorts a table; saved ones ordinarily are sorted. Equal elements keep their order. */
 template <class T, class Before>
 void Sort(List<T>& table, Before before) {
     if (!std::is_sorted(table.begin(), table.end(), before)) {

@@ -19,12 +19,14 @@ Node* CreateNode(ClassRegistry& registry, unsigned int nTypeID) {
     if (!registry.IsRegistered(nTypeID) && nTypeID == TransformNode::ClassID) {
         return new (std::nothrow) TransformNode; // needs no back end
     }
-    // The id comes from a file: what it creates need not be a node.
+    // The id comes from a file: it may create an object that is no node.
     return static_cast<Node*>(registry.Create(nTypeID, ObjectKind::Node));
 }
 
-/** What back ends make of a texture depends on geometry that they build in Load, after the host has read the
- * texture; setting it once more lets them narrow texture coordinates to the texture's used area. */
+/**
+ * Sets a loaded sprite's texture once more. Back ends narrow texture coordinates to the texture's used area
+ * when it is set, but build these only in Load, after the host has read the texture.
+ */
 void SetLoadedTexture(Node& node) {
     if (node.IsKindOf(Sprite::ClassID)) {
         Sprite& sprite = static_cast<Sprite&>(node);

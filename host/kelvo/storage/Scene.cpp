@@ -69,7 +69,7 @@ Texture* PromoteBelow(Node& node) {
     return nullptr;
 }
 
-/** The timeline that a scene's nodes hang from; null, noted, when there is none. */
+/** The root of a scene; null, noted, when there is none. */
 Ref<Timeline> LoadRoot(Deserializer& deserializer) {
     Ref<Node> pNode;
     if (!LoadOptionalNode(deserializer, NodeID::Node, pNode)) {
@@ -187,7 +187,7 @@ void Scene::Update(GraphicsDevice& device, RealFloat const& frame) {
     RealFloat const start =
         m_fShown && !fBack ? m_rShownFrame : static_cast<RealFloat>(m_settings.m_nFirstFrame);
     RealFloat const delta = frame > start ? (frame - start) / m_settings.m_rFrameRate : RealFloat(0);
-    m_pRoot->Stop(); // its frame is the scene's
+    m_pRoot->Stop(); // the scene sets its frame
     m_pRoot->SetFrame(frame);
     m_pRoot->Update(device, frame, delta, false);
     m_rShownFrame = frame;

@@ -75,14 +75,14 @@ Ref<DocumentNode> Serializer::Finish() {
     return pDocument;
 }
 
-/** Puts the tables of shared objects before what the root has already. */
+/** Inserts the tables of shared objects before the other children of the root. */
 bool Serializer::SaveShared() {
     Ref<DocumentNode> pTextures(new (std::nothrow) DocumentNode(HashName(SharedKind<Texture>::TableName), 0));
     Ref<DocumentNode> pFonts(new (std::nothrow) DocumentNode(HashName(SharedKind<Font>::TableName), 0));
     if (!pTextures || !pFonts) {
         return false;
     }
-    // Saving one may enter further ones of either kind.
+    // Saving a texture or font may enter further ones of either kind.
     while (pTextures->GetChildCount() < m_textures.GetCount() ||
            pFonts->GetChildCount() < m_fonts.GetCount()) {
         if (!SaveShared(m_fonts, *pFonts) || !SaveShared(m_textures, *pTextures)) {
@@ -93,7 +93,7 @@ bool Serializer::SaveShared() {
            (m_textures.IsEmpty() || m_pRoot->InsertChild(0, pTextures));
 }
 
-/** Saves those that the table lacks. */
+/** Saves the objects that are not in the table yet. */
 template <class T>
 bool Serializer::SaveShared(List<Ref<T>> const& shared, DocumentNode& table) {
     typedef SharedKind<T> Kind;

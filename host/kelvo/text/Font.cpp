@@ -164,7 +164,7 @@ unsigned int Font::FindGlyph(unsigned int nCodePoint) const {
     return static_cast<unsigned int>(pPlace - m_glyphs.begin());
 }
 
-/** Makes a glyph found without a search where its code point is one of those that are. */
+/** Lets a glyph be found without a search when its code point is below DirectCount. */
 void Font::EnterDirectly(Glyph const* pGlyph) {
     if (pGlyph->m_nCodePoint < DirectCount) {
         m_direct[pGlyph->m_nCodePoint] = pGlyph;
@@ -199,7 +199,7 @@ unsigned int Font::FindKerning(KerningPair const& pair) const {
     return static_cast<unsigned int>(pPlace - m_kerning.begin());
 }
 
-/** Whether the place that FindKerning has found is the pair's own. */
+/** Whether FindKerning has found the pair itself, and not only where it would be inserted. */
 bool Font::IsKnown(KerningPair const& pair, unsigned int nIndex) const {
     return nIndex < m_kerning.GetCount() && !IsBefore(pair, m_kerning[nIndex]);
 }

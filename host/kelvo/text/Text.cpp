@@ -28,12 +28,12 @@ RealFloat GetFinite(RealFloat rValue, RealFloat rInitial) {
     return std::isfinite(rValue) ? std::clamp(rValue, -MostPixels, MostPixels) : rInitial;
 }
 
-/** A length in font pixels; 0 for what is not finite. */
+/** A length in font pixels; 0 when it is not finite. */
 RealFloat ToPixels(RealFloat rLength, RealFloat rPixelSize) {
     return std::isfinite(rLength) ? GetFinite(rLength / rPixelSize, 0) : RealFloat(0);
 }
 
-/** Of a font pixel in node units, above 0. */
+/** Size of a font pixel in node units, above 0. */
 RealFloat GetPixelSize(RealFloat rFontSize, RealFloat rPixelsPerEm, RealFloat rOwnFactor) {
     bool const fSized = rFontSize > 0 && rPixelsPerEm > 0;
     RealFloat const rSize = fSized ? rFontSize / rPixelsPerEm : rOwnFactor;
@@ -148,7 +148,8 @@ void Text::SetFont(Font* pFont) {
     if (pFont == m_pFont.Get()) {
         return;
     }
-    // The glyphs are the former font's, and may go with it. Nobody is told before there are new ones.
+    // The glyphs belong to the former font, and may be deleted with it. No event fires before there are new
+    // ones.
     m_instances.Clear();
     m_batches.Clear();
     if (m_pLayout) {
@@ -220,7 +221,9 @@ void Text::Recolor() {
     }
 }
 
-/** Takes up what the layout depends on; whether the glyphs have been replaced. */
+/**
+ * Makes the layout again when values that it depends on have changed; whether the glyphs have been replaced.
+ */
 bool Text::LayOut() {
     if (!IsLayoutBound()) {
         m_nMarks &= ~unsigned(LayoutMark);
@@ -242,7 +245,7 @@ bool Text::LayOut() {
     }
     m_nMarks |= LayoutMark; // tried again
     if (fFontChanged) {
-        DropGlyphs(); // the font may have others in their place
+        DropGlyphs(); // the font may have deleted them
     }
     if (!m_fShortOfMemory) {
         m_fShortOfMemory = true;

@@ -16,7 +16,7 @@ struct Range {
     CharacterClass m_class;
 };
 
-/** All code points that are no letters, in order; ideographs together with the punctuation among them. */
+/** All code points that are no letters, sorted; ideographs together with the punctuation among them. */
 constexpr Range s_ranges[] = {
     {0x0000, 0x0008, Class::Ignored},     {0x0009, 0x0009, Class::Tab},
     {0x000a, 0x000a, Class::LineEnd},     {0x000b, 0x001f, Class::Ignored},
@@ -42,7 +42,7 @@ constexpr Range s_ranges[] = {
     {0xe0000, 0xe0fff, Class::Ignored},
 };
 
-/** Both in order. Small kana and marks of length and repetition stay with the one before them. */
+/** Both are sorted. Small kana and marks of length and repetition stay with the character before them. */
 constexpr char16_t s_opening[] = u"〈《「『【〔〖〘〚〝（［｛｟｢";
 constexpr char16_t s_closing[] = u"、。〃々〉》」』】〕〗〙〛〜〞〟〻〼ぁぃぅぇぉっゃゅょゎゕゖ\u3099\u309a゛"
                                  u"゜ゝゞ゠ァィゥェォッャュョヮヵヶ・ーヽヾ"
@@ -62,7 +62,7 @@ CharacterClass GetIdeographClass(unsigned int nCodePoint) {
 } // namespace
 
 CharacterClass GetCharacterClass(unsigned int nCodePoint) {
-    // Nearly all of most texts.
+    // Most characters of most texts are told here, without the search below.
     if ((nCodePoint > ' ' && nCodePoint < 0x7f && nCodePoint != '-') ||
         (nCodePoint > 0xad && nCodePoint < 0x34f)) {
         return Class::Letter;
@@ -108,14 +108,14 @@ bool LineBreaker::Next(CharacterClass next) {
     case Class::Space:
     case Class::Tab:
     case Class::LineEnd:
-    case Class::BreakMark: // hang at the line's end: it ends after them if at all
+    case Class::BreakMark: // no line begins with them: it may only end after them
         m_last = next;
         return false;
     default:
         break;
     }
     bool const fBreak = IsBreakBefore(next);
-    // A minus sign or the dashes of an option belong to what follows.
+    // A minus sign, or the dashes of an option, stay with the word that follows.
     m_fLeading = next == Class::Hyphen && (m_last == Class::Hyphen ? m_fLeading : !IsVisible(m_last));
     m_last = next;
     return fBreak;

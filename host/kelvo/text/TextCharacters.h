@@ -5,7 +5,7 @@ namespace trevik::kelvo {
 /** What a character does in a line of text. */
 enum class CharacterClass : unsigned char {
     Letter,       ///< shows and forms words: everything that is nothing below
-    Space,        ///< parts words, hangs at the end of a line
+    Space,        ///< parts words, has no width at the end of a line
     NoBreakSpace, ///< a space within a word
     Tab,          ///< moves the pen to a tab stop, otherwise like a space
     LineEnd,      ///< line feed, line separator and paragraph separator
@@ -15,7 +15,7 @@ enum class CharacterClass : unsigned char {
     Hyphen,       ///< hyphens and dashes
     Ideograph,    ///< a word by itself: Chinese characters, kana and their like
     Opening,      ///< brackets and quotes that stay with the ideograph after them
-    Closing       ///< those, full stops and the like that stay with the ideograph before them
+    Closing       ///< the same, full stops and the like that stay with the ideograph before them
 };
 
 CharacterClass GetCharacterClass(unsigned int nCodePoint);
@@ -29,7 +29,7 @@ inline bool IsVisible(CharacterClass characterClass) {
 /** Goes over the characters of a text and tells where lines may end. */
 class LineBreaker {
 public:
-    /** Takes the next character: whether a line may end before it. */
+    /** Takes the next character; returns whether a line may end before it. */
     bool Next(CharacterClass next);
 
 private:

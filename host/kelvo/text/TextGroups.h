@@ -34,7 +34,7 @@ private:
     static bool IsSame(Group const& group, Texture const* pTexture, bool fImage) {
         return group.m_pTexture == pTexture && group.m_fImage == fImage;
     }
-    /** The place in the table of a group or, where that is not there, a free one. */
+    /** The place of a group in the table, or a free one when the group is not there. */
     unsigned int FindPlace(Texture const* pTexture, bool fImage) const;
     bool GrowTable();
 

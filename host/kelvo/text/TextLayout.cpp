@@ -97,7 +97,7 @@ void TextLayout::ReadGlyph(Item& item, unsigned int nCodePoint) {
     if (m_pLast && m_input.m_fKerning) {
         item.m_rKerning = m_input.m_pFont->GetKerning(m_pLast->m_nCodePoint, pGlyph->m_nCodePoint);
     }
-    // What does not move the pen, as an accent above the letter before, does not move it at all.
+    // A glyph without an advance, such as an accent above the letter before, gets no letter spacing either.
     if (pGlyph->m_nAdvance != 0) {
         item.m_rAdvance = static_cast<RealFloat>(pGlyph->m_nAdvance) + m_input.m_rLetterSpacing;
     }
@@ -141,8 +141,8 @@ bool TextLayout::BreakLines() {
 }
 
 /**
- * Measures from an item on to the end of the line that it begins, and tells where the next line begins. What
- * turns out to belong there is measured once more then, but hardly a third time: it begins that line.
+ * Measures the line that begins with an item, and returns where the next line begins. Items that turn out to
+ * belong to the next line are measured again with it, but hardly a third time.
  */
 unsigned int TextLayout::MeasureLine(unsigned int nFirst, Line& line) {
     Measure measure{Line{nFirst, nFirst, 0, false}, 0, false};
@@ -189,7 +189,7 @@ void TextLayout::AddToLine(Measure& measure, unsigned int nItem) {
     if (item.m_class == CharacterClass::Tab) {
         measure.m_fAny = true;
         if (m_input.m_rTabWidth > 0) {
-            // Narrower stops than the tolerance make no difference, but quotients that no number holds.
+            // Stops narrower than the tolerance make no difference, but could make the quotient overflow.
             RealFloat const rWidth = std::max(m_input.m_rTabWidth, Tolerance);
             measure.m_rPen = (std::floor((measure.m_rPen + Tolerance) / rWidth) + 1) * rWidth;
         }
@@ -224,7 +224,7 @@ bool TextLayout::GroupGlyph(Item& item) {
     if (glyph.m_pTexture && !fEmpty) {
         return m_groups.Add(glyph.m_pTexture.Get(), glyph.m_fImage, item.m_nGroup);
     }
-    // One that has a size and no texture would be drawn with another one's: it is not even underlined.
+    // A glyph with a size but no texture would be drawn with another glyph's: it is not even underlined.
     if (fEmpty && m_input.m_fUnderlined && glyph.m_nAdvance > 0) {
         item.m_nGroup = BlankGroup;
         ++m_nBlanks;
@@ -281,7 +281,7 @@ void TextLayout::Fill(ColorT<RealFloat> const* pColors, List<GlyphInstance>& ins
     }
 }
 
-/** For a block of lines that is as high as that. */
+/** The first baseline of a block of lines that is `rBlock` high. */
 RealFloat TextLayout::GetFirstBaseline(RealFloat rBlock) const {
     switch (m_input.m_nVerticalAlignment) {
     case VerticalAlignment::Middle:
@@ -316,7 +316,7 @@ TextLayout::Placement TextLayout::PlaceLine(Line const& line, RealFloat rBaselin
     return placement;
 }
 
-/** Widens the spaces behind the line's last tab, which would not be at its stop any more otherwise. */
+/** Widens the spaces behind the line's last tab only: wider ones before a tab would push it off its stop. */
 void TextLayout::Justify(Line const& line, Placement& placement) const {
     unsigned int nSpaces = 0;
     unsigned int nItem = line.m_nVisibleEnd;
@@ -353,7 +353,7 @@ void TextLayout::FillLine(Line const& line, Placement const& placement, ColorT<R
     }
 }
 
-/** Where the item's instance goes; null when it has none. */
+/** Where the item's instance is to be written; null when it has none. */
 unsigned int* TextLayout::GetPlace(Item const& item) {
     if (item.m_nGroup == BlankGroup) {
         return m_nBlankGroup != NoGroup ? &m_nNextBlank : nullptr;

@@ -43,13 +43,13 @@ struct TextLayoutInput {
  */
 class TextLayout {
 public:
-    /** Whether the last layout has succeeded and was made from that. */
+    /** Whether the last layout has succeeded and was made from this input. */
     bool IsMadeFrom(TextLayoutInput const& input) const { return m_fMade && m_input == input; }
-    /** The last layout does not count any more. */
+    /** From now on no layout has been made. */
     void Forget() { m_fMade = false; }
     /**
      * Replaces instances and batches by those of a new layout, with the four colours at the corners of all
-     * glyphs. False, with these and what is asked about the layout unchanged, when out of memory.
+     * glyphs. False, with these and the layout's measures unchanged, when out of memory.
      */
     bool Make(TextLayoutInput const& input, ColorT<RealFloat> const* pColors, List<GlyphInstance>& instances,
               List<GlyphBatch>& batches);
@@ -71,7 +71,9 @@ private:
         bool m_fBreakBefore; ///< a line may end before it
         bool m_fWidens;      ///< it gets wider in justified lines
     };
-    /** Items from m_nFirst on; what follows m_nVisibleEnd hangs. */
+    /**
+     * Items from m_nFirst on; those from m_nVisibleEnd on are spaces and the like, which count for nothing.
+     */
     struct Line {
         unsigned int m_nFirst;
         unsigned int m_nVisibleEnd;

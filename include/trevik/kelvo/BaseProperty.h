@@ -20,8 +20,8 @@
 namespace trevik::kelvo {
 
 /**
- * Counts, for all properties of the process together, how often one has gained a controller. Whoever keeps
- * track of which properties are animated compares the count with the one it last saw. Starts at 1.
+ * Counts, for all properties of the process together, how often one has gained a controller. A list that
+ * keeps track of its animated properties compares the count with the one it last saw. Starts at 1.
  */
 struct TREVIK_API BasePropertyGeneration {
     /**
@@ -65,7 +65,7 @@ bool IsCopied(List<T> const& copy, List<T> const& original) {
  * notifications all go to it, and the event does not fire.
  *
  * Every library that uses properties of a type has its own copy of the template, type information included.
- * So what a property's type is says its descriptor in the owner's list; a dynamic_cast to a template may fail
+ * So a property's type is told by its descriptor in the owner's list; a dynamic_cast to a template may fail
  * on an object of another library. The same holds for controllers.
  */
 template <class T>

@@ -29,7 +29,7 @@ struct FontMetrics {
     RealFloat m_rLeading = 0; ///< extra distance between lines
 };
 
-/** What the pen moves further between two neighbours, font pixels. */
+/** The extra distance that the pen moves between two neighbours, font pixels. */
 struct KerningPair {
     unsigned int m_nFirst = 0; ///< code point on the left
     unsigned int m_nSecond = 0;
@@ -98,14 +98,14 @@ public:
     /** Glyphs in the order of their code points. */
     Glyph const* GetGlyphAt(unsigned int nIndex) const { return m_glyphs[nIndex]; }
     /**
-     * Sets what the pen moves further between two neighbours, in font pixels, negative to pull them together;
-     * 0 takes the pair out. Fast in the order of the pairs. False, with nothing changed, when a code point
-     * exceeds 0x10FFFF, the distance is not finite, or memory is short.
+     * Sets the extra distance that the pen moves between two neighbours, in font pixels, negative to pull
+     * them together; 0 takes the pair out. Fast in the order of the pairs. False, with nothing changed, when
+     * a code point exceeds 0x10FFFF, the distance is not finite, or memory is short.
      */
     bool SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDistance);
     /** The distance set for two neighbouring code points, else 0. Takes logarithmic time. */
     RealFloat GetKerning(unsigned int nFirst, unsigned int nSecond) const;
-    /** Goes up with every change of glyphs, kerning or metrics: what was laid out before is out of date. */
+    /** Goes up with every change of glyphs, kerning or metrics: layouts made before are out of date. */
     unsigned int GetRevision() const { return m_nRevision; }
 
     /** Id that the classes of this kind of font are registered under, and saved with. */

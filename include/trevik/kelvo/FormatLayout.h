@@ -12,7 +12,7 @@ struct FormatLayout {
 
     int m_nBytesPerPixel; ///< 0 for compressed formats
     int m_nBytesPerBlock; ///< of 4 × 4 pixels; 0 for others
-    int m_nPlanes;        ///< images per level; 0 for what is no texture's own format
+    int m_nPlanes;        ///< images per level; 0 for formats that no texture can have
 
     /** All zero when there is no such format. */
     static constexpr FormatLayout Get(int nFormat) {

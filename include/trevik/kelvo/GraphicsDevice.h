@@ -107,8 +107,8 @@ public:
     /** The shared resource of an effect class, created on first use; null when that fails. Borrowed. */
     virtual EffectResource* GetEffectResource(unsigned int nClassID) = 0;
     /**
-     * Opacity stack; the bottom is 1. Push sets, Merge pushes the product with the top. What a push finds no
-     * memory for is not on the stack, here and below, and the pop that belongs to it takes nothing.
+     * Opacity stack; the bottom is 1. Push sets, Merge pushes the product with the top. Where a push finds no
+     * memory, here and below, the stack stays as it is, and the pop that belongs to it takes nothing.
      */
     virtual void PushOpacity(RealFloat const& opacity);
     virtual void PopOpacity();
@@ -164,8 +164,8 @@ public:
     EffectResource* CreateEffectResource(unsigned int nClassID);
 
     /**
-     * A number, never 0, that changes with what effect resources are made from: the start, the viewport, and
-     * what the back end has for them. No two devices have the same.
+     * A number, never 0, that changes with all that effect resources are made from: at the start, with the
+     * viewport, and with the back end's own means. No two devices have the same.
      */
     unsigned long long GetResourceState() const { return m_nResourceState; }
 

@@ -15,8 +15,8 @@ public:
     virtual ~ITraceable();
 
     /**
-     * Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while nobody else uses
-     * the object.
+     * Reports the object's own blocks and its sub-objects to `pTracer`. Any thread, while no other one
+     * uses the object.
      */
     virtual void Emit(MemoryTracer* pTracer) = 0;
 };

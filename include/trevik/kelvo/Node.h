@@ -37,8 +37,8 @@ class TREVIK_API Node : public Referenced, public ITraceable {
 public:
     /**
      * The most levels that a tree has, all of them counted: from the topmost node down over children, and
-     * over what a timeline or a text holds besides them while that hangs from no parent. What would be deeper
-     * is refused wherever it is put together, since drawing, saving, copying and visiting a tree recurse.
+     * over a timeline's camera or a text's background that has no parent. Operations that would make a deeper
+     * tree are refused, since drawing, saving, copying and visiting a tree recurse.
      */
     static constexpr unsigned int MaximumDepth = 1020;
 
@@ -85,8 +85,8 @@ public:
     virtual NodeUserdata const* GetUserData() const;
     /**
      * Appends a child. A child of another parent is moved. Refused (traced), with nothing changed, are null,
-     * the node itself, ancestors and whatever else keeps this node alive, what would make the tree deeper
-     * than MaximumDepth, and any child when memory is short.
+     * the node itself, ancestors and other nodes that keep this one alive, a child that would make the tree
+     * deeper than MaximumDepth, and any child when memory is short.
      */
     virtual void Attach(Node* pChild);
     /** Inserts `pChild` before `pSibling`, a child of this node; appends when it is none. */
@@ -228,7 +228,7 @@ protected:
      */
     void NoteHeld(Node* pNode);
 
-    // Every frame reads what stands up to the first words of m_properties, which end the first cache line.
+    // Every frame reads the members up to the first words of m_properties, which end the first cache line.
     List<Node*> m_children; ///< in attachment order, one reference each
     bool m_fRegistered = false;
     /**
@@ -264,9 +264,9 @@ private:
 
     StringEncoded<UTF16Encoding> m_sName;
     Ref<NodeUserdata> m_pUserdata;
-    Node* m_pHeld = nullptr;        ///< what this node keeps alive besides its children
-    Node* m_pFirstHolder = nullptr; ///< of those that keep this node alive in that way
-    Node* m_pNextHolder = nullptr;  ///< the next one of those that hold m_pHeld
+    Node* m_pHeld = nullptr;        ///< the node that this one keeps alive besides its children
+    Node* m_pFirstHolder = nullptr; ///< the first node that keeps this one alive in that way
+    Node* m_pNextHolder = nullptr;  ///< the next node that keeps m_pHeld alive
 };
 
 } // namespace trevik::kelvo

@@ -5,7 +5,7 @@
 
 namespace trevik::kelvo {
 
-/** Base of whatever an application hangs on a node with Node::SetUserData. Neither cloned nor saved. */
+/** Base of objects that an application attaches to nodes with Node::SetUserData. Neither cloned nor saved. */
 class TREVIK_API NodeUserdata : public Referenced {
 public:
     ~NodeUserdata() override;

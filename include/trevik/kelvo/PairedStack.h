@@ -40,7 +40,7 @@ public:
             m_elements.RemoveLast();
         }
     }
-    /** Takes out everything, what was lost too. */
+    /** Takes out all elements, and forgets the pushes that were lost. */
     void Clear() {
         m_elements.Clear();
         m_nLost = 0;

@@ -37,7 +37,7 @@ struct PropertyDescriptor {
     bool (*m_pfnIsAnimated)(Property const*);
 };
 
-/** What an evaluation may look at besides the frame. Sample controllers ignore it. */
+/** Things that an evaluation may look at besides the frame. Sample controllers ignore it. */
 struct UpdateContext {
     GraphicsDevice* m_pDevice = nullptr;
 };

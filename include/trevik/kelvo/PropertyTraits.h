@@ -20,7 +20,7 @@ constexpr RealFloat Mix(RealFloat a, RealFloat b, RealFloat f) {
 /** The same in floating point, then truncated toward zero; held within the integer's range. */
 constexpr int Mix(int a, int b, RealFloat f) {
     RealFloat const mixed = Mix(static_cast<RealFloat>(a), static_cast<RealFloat>(b), f);
-    // The largest float below 2^31 is 2^31 - 128: what is not below 2^31 does not fit.
+    // The largest float below 2^31 is 2^31 - 128: numbers that are not below 2^31 do not fit.
     return !(mixed > -2147483648.0f) ? INT_MIN : mixed >= 2147483648.0f ? INT_MAX : static_cast<int>(mixed);
 }
 

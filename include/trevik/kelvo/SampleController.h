@@ -208,7 +208,7 @@ private:
     unsigned char const* GetSampleData() const {
         return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_samples.GetData());
     }
-    /** The same, told by what is there: own samples leave no room for external ones. */
+    /** The same without asking m_fExternal: there are external samples only where there are no own ones. */
     unsigned char const* GetPlainData() const {
         return m_samples.GetData() ? reinterpret_cast<unsigned char const*>(m_samples.GetData())
                                    : m_pExternal;
@@ -221,7 +221,7 @@ private:
     unsigned long long Locate(RealFloat t, RealFloat& f) const {
         long long const nLastFrame = static_cast<long long>(m_nStartFrame) + m_nSampleCount - 1;
         f = 0;
-        if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also takes what is not a number
+        if (!(t > static_cast<RealFloat>(m_nStartFrame))) { // also true for NaN
             return 0;
         }
         if (t >= FrameLimit) {

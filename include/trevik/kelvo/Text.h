@@ -40,8 +40,8 @@ struct VerticalAlignment {
  * that the text is aligned at, beyond which it extends. Lines end at line feeds (also behind a carriage
  * return) and at line and paragraph separators, and, when the box is wider than 0, where the next word does
  * not fit: words break after spaces, hyphens within words, zero-width spaces and between ideographs or kana,
- * and a word that is wider than the box anywhere. Spaces and tabs at the end of a line hang: they count for
- * nothing. Tabs go to the next multiple of the tab width.
+ * and a word that is wider than the box anywhere. Spaces and tabs at the end of a line count for nothing.
+ * Tabs go to the next multiple of the tab width.
  *
  * Code points that the font lacks show its U+FFFD or else its "?", or nothing, and so do units that form no
  * code point; spaces of other kinds look like U+0020 then. Control characters and invisible marks show
@@ -125,9 +125,9 @@ public:
     /** A sprite that is drawn behind the text, fitted to it; held by reference, not a child. */
     Sprite* GetBackground() const { return m_pBackgroundSprite.Get(); }
     /**
-     * Notifies of "RenderSize", so that whoever fits the sprite to it fits the new one. A sprite that keeps
-     * the text alive, such as one that it hangs from, and one that would lie too deep (Node::MaximumDepth)
-     * are refused (traced).
+     * Notifies of "RenderSize", so that handlers that fit the sprite to it fit the new one. A sprite that
+     * keeps the text alive, such as an ancestor, and one that would lie too deep (Node::MaximumDepth) are
+     * refused (traced).
      */
     void SetBackground(Sprite* pSprite);
 

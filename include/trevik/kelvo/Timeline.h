@@ -120,12 +120,12 @@ public:
      *
      * Attached below the timeline, it is found again below a copy of the tree; attached elsewhere, it is the
      * copy's camera too. A tree that is saved and loaded has it where it was attached. One that keeps the
-     * timeline alive, such as one that it hangs from, is refused (traced), and so is one that would lie too
-     * deep (Node::MaximumDepth).
+     * timeline alive, such as an ancestor, is refused (traced), and so is one that would lie too deep
+     * (Node::MaximumDepth).
      */
     Camera* GetCamera() const { return m_pCamera.Get(); }
     void SetCamera(Camera* pCamera);
-    /** The camera that was active when the children were last drawn; null when nodes hang from that one. */
+    /** The camera that was active when the children were last drawn; null when that camera has children. */
     Camera* GetActiveCamera() const { return m_pActiveCamera.Get(); }
 
     RealProperty& GetFirstFrameProperty() { return m_firstFrame; }
@@ -168,7 +168,7 @@ private:
     bool LoadCameraWay(Deserializer& deserializer);
 
     RealFloat m_rFrame = 0;
-    RealFloat m_rEnclosingFrame = 0; ///< what the last update was given
+    RealFloat m_rEnclosingFrame = 0; ///< the frame that the last update was given
     RealFloat m_rFrameDelay = RealFloat(1) / 30;
     Interpolate::Function m_pfnTimeMap = nullptr;
     bool m_fPlaying = false;

@@ -66,9 +66,10 @@ public:
     bool IsHidden() const { return !(GetDrawState() & Visible) || !(m_rEffectiveOpacity > 0); }
 
     /**
-     * While it lives, a node is updated as if it were a child of another one's parent, with its matrix and
-     * opacity, or had none, as that one. For what belongs to a node without hanging from it. A node with a
-     * parent of its own stands in the space of that one again afterwards, as of its next update.
+     * While it lives, `node` is updated in the space of the parent of `sibling`, with that parent's matrix
+     * and opacity, or as one without a parent when `sibling` has none. For nodes that belong to another one
+     * without being its children. Afterwards a node with a parent of its own is in the space of that one
+     * again, from its next update on.
      */
     class TREVIK_API SharedParent {
     public:
@@ -113,7 +114,7 @@ protected:
     static constexpr unsigned long CacheLine = 64; ///< bytes
 
 private:
-    /** What a transform is derived from, as bits of a set of changes. */
+    /** The values that a transform is made from, as bits of a set of changes. */
     enum Change : unsigned int {
         Moved = 1,       ///< position
         Turned = 2,      ///< rotation
@@ -126,8 +127,8 @@ private:
 
     friend class Node; // tells of a new parent
 
-    // A node's share of a frame is mostly the time to fetch it. So first comes what is not looked at in every
-    // frame, then what is, in the order in which it is, divided by cache lines.
+    // Most of the time that a node takes in a frame is spent on fetching it. So first come the members that
+    // not every frame reads, then the others in the order of reading, divided by cache lines.
     Node* m_pSpace = nullptr; ///< the node whose space this one stands in: the parent, but for SharedParent
     /** Node space to parent space, as of the last update. */
     alignas(CacheLine) Matrix4T<RealFloat> m_localMatrix;
@@ -159,9 +160,9 @@ protected:
     alignas(CacheLine) Matrix4T<RealFloat> m_worldMatrix;
 
     /**
-     * Calls a function with one entry of a list after the other until it answers true, and answers whether it
-     * did. What is called may change the list: entries added behind are called too, and one that removes
-     * itself lives until it returns, without another one being left out.
+     * Calls a function with one entry of a list after the other until it returns true; returns whether it
+     * did. The function may change the list: entries that it appends get their call too, and an entry that is
+     * removed during its own call lives until that returns; none is left out.
      */
     template <class T, class Function>
     static bool CallEach(List<T*>& list, Function call) {
@@ -186,7 +187,7 @@ protected:
     RealProperty m_opacity;     ///< "Opacity", 0 to 1, 1
     BoolProperty m_visible;     ///< "Visible": the node and its children are drawn and can be selected, true
     BoolProperty m_depth;       ///< "CameraDepth": handed to GraphicsDevice::SetCameraDepth, false
-    BoolProperty m_selectable;  ///< "Selectable": selection finds the node, whatever its children are, true
+    BoolProperty m_selectable;  ///< "Selectable": selection finds the node, not counting its children, true
 
     /** IsSelect for any rectangle in the plane z = 0 of node space. */
     bool IsRectangleSelected(GraphicsDevice& device, RectangleT<RealFloat> const& rectangle,
