@@ -56,6 +56,8 @@ TEST(Jni, ClassesAreFoundOnceThereIsAVirtualMachineAndGoWithIt) {
     }
     EXPECT_EQ(bitmap.Get(), nullptr);
     EXPECT_EQ(VM::GetEnv(), nullptr);
+    kelvokit::test::JavaMachine const next;
+    EXPECT_EQ(early.Get(), nullptr) << "it is not registered any more";
 }
 
 } // namespace

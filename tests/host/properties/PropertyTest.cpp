@@ -222,6 +222,9 @@ TEST_F(PropertyTest, MemoryIsReportedOnceAndByType) {
     EXPECT_EQ(tracer.GetAllocationCount(MemoryType::Property), 2u) << "the controller and its samples";
     std::size_t const nSelf = sizeof(SampleController<int>);
     EXPECT_EQ(tracer.GetBytes(MemoryType::Property), nSelf + 4 * sizeof(int));
+    MemoryTracer inert; // a list's controller holds no samples
+    SampleController<List<int>>().Emit(&inert);
+    EXPECT_EQ(inert.GetAllocationCount(MemoryType::Property), 2u);
     SaveToNode(m_property); // makes runs of them, which are not reported
     MemoryTracer compacted;
     m_property.Emit(&compacted);
