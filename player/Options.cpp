@@ -6,10 +6,12 @@
 
 #include <CLI/CLI.hpp>
 
+#include <algorithm>
 #include <cctype>
 #include <climits>
 #include <cstdio>
 #include <cstdlib>
+#include <iterator>
 #include <sstream>
 
 namespace kelvokit::player {
@@ -46,6 +48,8 @@ char const* const Footer =
     "  kelvo-player scene.json --out pictures     every frame, as pictures/frame_00000.png ...\n"
     "  kelvo-player scene.json --frames 45 --out still.png\n"
     "                                             one frame\n"
+    "  kelvo-player scene.json --out - --format y4m | ffmpeg -i - scene.mp4\n"
+    "                                             a film; docs/player.md has more of these\n"
     "  kelvo-player scene.json --stats            no pictures: what was drawn with, and how fast\n"
     "  kelvo-player scene.json --save scene.kelvo the scene with its textures in one binary file,\n"
     "                                             which plays as the .json does\n"
@@ -159,14 +163,26 @@ std::string CheckPath(std::string const& path) {
     return path.empty() ? "expected a path, found nothing" : "";
 }
 
+struct VideoName {
+    char const* pName; ///< of the format, and behind a dot of its files
+    VideoFormat format;
+};
+constexpr VideoName VideoNames[] = {{"y4m", VideoFormat::Y4m}, {"rgba", VideoFormat::Rgba}};
+
 std::string ReadOut(std::string const& text, Options& options) {
     // A folder with such a name is hardly what is meant.
-    static char const* const s_pictureEndings[] = {"png", "jpg",  "jpeg", "gif", "bmp", "tga",
-                                                   "tif", "tiff", "webp", "ppm", "apng"};
+    static char const* const s_pictureEndings[] = {"png",  "jpg", "jpeg", "gif", "bmp",  "tga", "tif", "tiff",
+                                                   "webp", "ppm", "apng", "mp4", "webm", "mkv", "avi", "mov"};
     std::string const ending = GetEnding(text);
     for (char const* pEnding : s_pictureEndings) {
         if (ending == pEnding && !IsPicturePath(text)) {
-            return "expected a name that ends in .png or a folder, found \"" + text + "\"";
+            return "expected a name that ends in .png or a folder, found \"" + text +
+                   "\"; what moves ends in .y4m or .rgba";
+        }
+    }
+    for (VideoName const& video : VideoNames) {
+        if (IsNamed(text, std::string(".") + video.pName)) {
+            options.video = video.format;
         }
     }
     options.out = text;
@@ -178,14 +194,43 @@ std::string ReadSave(std::string const& text, Options& options) {
     return IsNamed(text, ".kelvo") ? "" : "expected a name that ends in .kelvo, found \"" + text + "\"";
 }
 
+/** One format of a surface, one of a video, or both with a comma between them. */
 std::string ReadFormat(std::string const& text, Options& options) {
-    for (FormatName const& format : FormatNames) {
-        if (text == format.pName) {
-            options.format = format.format;
-            return "";
+    std::istringstream names(text + ",");
+    bool fSurface = false;
+    for (std::string name; std::getline(names, name, ',');) {
+        auto const pSurface = std::find_if(std::begin(FormatNames), std::end(FormatNames),
+                                           [&](FormatName const& format) { return name == format.pName; });
+        auto const pVideo = std::find_if(std::begin(VideoNames), std::end(VideoNames),
+                                         [&](VideoName const& video) { return name == video.pName; });
+        if (pSurface != std::end(FormatNames) && !fSurface) {
+            options.format = pSurface->format;
+            fSurface = true;
+        } else if (pVideo != std::end(VideoNames) && !options.streamed) {
+            options.streamed = pVideo->format;
+        } else {
+            return "expected rgb565, rgb888 or rgba8888, found \"" + text +
+                   "\" (y4m or rgba are for --out -, beside these)";
         }
     }
-    return "expected rgb565, rgb888 or rgba8888, found \"" + text + "\"";
+    return "";
+}
+
+/** What cannot be told from one option alone. */
+void CheckStream(Options& options) {
+    bool const fStream = options.out == "-";
+    if (options.streamed && !fStream) {
+        throw CLI::RequiresError("--format y4m or rgba", "--out -");
+    }
+    if (fStream && !options.streamed) {
+        throw CLI::RequiresError("--out -", "--format y4m or rgba");
+    }
+    if (fStream && (options.fStats || options.pick)) {
+        throw CLI::ExcludesError("--out -", options.fStats ? "--stats" : "--pick");
+    }
+    if (fStream) {
+        options.video = options.streamed;
+    }
 }
 
 std::string ReadStats(std::string const& text, Options& options) {
@@ -249,9 +294,13 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               ReadFrames);
     AddParsed(app, "--size", "WxH", "size of the surface in pixels instead of the scene's", options,
               ReadSize);
-    AddParsed(app, "--format", "NAME", "surface instead of the scene's: rgb565, rgb888 or rgba8888", options,
-              ReadFormat);
-    AddParsed(app, "--out", "FILE.png|FOLDER", "the last frame as FILE.png, or every frame into a folder",
+    AddParsed(app, "--format", "NAME",
+              "surface instead of the scene's: rgb565, rgb888 or rgba8888; y4m or rgba: what --out - writes",
+              options, ReadFormat)
+        ->join(',');
+    AddParsed(app, "--out", "FILE|FOLDER",
+              "the last frame as FILE.png, every frame into a folder, or into one FILE.y4m or .rgba, or into "
+              "one of these on standard output (-)",
               options, ReadOut);
     AddParsed(app, "--shot", "X,Y,W,H", "of each picture only a rectangle, in pixels from the upper left",
               options, ReadShot)
@@ -284,6 +333,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {
         app.parse(nArguments, ppArguments);
+        CheckStream(options);
     } catch (CLI::Success const& success) {
         std::ostringstream text;
         app.exit(success, text, text);

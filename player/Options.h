@@ -29,16 +29,21 @@ struct FrameRange {
     int nLast;
 };
 
+/** Frames one after the other, not compressed. */
+enum class VideoFormat { Y4m, Rgba };
+
 /** What the command line asks for. */
 struct Options {
     std::string scene;
     std::optional<FrameRange> frames;
     std::optional<trevik::SizeT<int>> size;
     std::optional<trevik::kelvo::DeviceFormat::Enum> format;
-    std::string out;     ///< a .png file, or a folder; empty for no pictures
-    std::string save;    ///< empty for none
-    std::string calls;   ///< a file for the frames' calls, "-" for stdout; empty for none
-    std::string backend; ///< empty for the one that comes with the player
+    std::string out; ///< a picture, a video, "-" for a video on stdout, or a folder; empty for no pictures
+    std::optional<VideoFormat> video;    ///< what `out` is
+    std::optional<VideoFormat> streamed; ///< what --format asks for on stdout
+    std::string save;                    ///< empty for none
+    std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
+    std::string backend;                 ///< empty for the one that comes with the player
     std::optional<trevik::Vector2T<int>> pick;
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down
     bool fPost = false;                          ///< draw frames through the post-process pass

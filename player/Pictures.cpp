@@ -13,8 +13,8 @@ namespace kelvokit::player {
 
 Pictures::Pictures(std::string const& path) : m_sPath(path), m_fSingle(IsPicturePath(path)) {}
 
-bool Pictures::Prepare(std::string& error) const {
-    if (m_sPath.empty() || m_fSingle) {
+bool Pictures::Prepare(std::string& error) {
+    if (m_fSingle) {
         return true;
     }
     std::error_code fault;
@@ -35,11 +35,7 @@ bool Pictures::Write(int nFrame, FramePixels const& frame, std::string& error) {
     }
     trevik::kelvo::assets::PngPicture const picture{frame.pixels.data(), frame.nWidth, frame.nHeight,
                                                     frame.nChannels, 0};
-    if (!trevik::kelvo::assets::SavePng(path, picture, error)) {
-        return false;
-    }
-    ++m_nWritten;
-    return true;
+    return trevik::kelvo::assets::SavePng(path, picture, error);
 }
 
 } // namespace kelvokit::player

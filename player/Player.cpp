@@ -4,8 +4,10 @@
 #include "HeldTraces.h"
 #include "Interrupt.h"
 #include "Paths.h"
+#include "Pictures.h"
 #include "Report.h"
 #include "StandardInput.h"
+#include "VideoFile.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
@@ -138,9 +140,22 @@ int Player::LoadScene() {
     return ExitSuccess;
 }
 
+/** What the frames' pictures go to; null where none are asked for. */
+std::unique_ptr<FrameSink> Player::MakePictures() const {
+    if (m_options.out.empty()) {
+        return nullptr;
+    }
+    if (m_options.video) {
+        return std::make_unique<VideoFile>(m_options.out, *m_options.video,
+                                           static_cast<float>(m_scene.GetSettings().m_rFrameRate));
+    }
+    return std::make_unique<Pictures>(m_options.out);
+}
+
 int Player::Play() {
     std::string error;
-    if (!m_pictures.Prepare(error)) {
+    m_pPictures = MakePictures();
+    if (m_pPictures && !m_pPictures->Prepare(error)) {
         return Complain(ExitBadFile, error);
     }
     SizeT<int> const size = m_scene.GetSettings().m_size;
@@ -171,7 +186,9 @@ bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
 }
 
 int Player::PlayOn(GraphicsDevice& device, Window& window) {
-    Tell("drawn with " + GetRenderer());
+    if (m_options.fVerbose && !m_pCalls) { // the recording driver has no name
+        Tell("drawn with " + GetRenderer());
+    }
     if (m_options.fStats && !m_options.fStatsJson) {
         PrintDriver();
     }
@@ -204,17 +221,21 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
     m_progress->Clear();
+    std::string error;
+    if (m_pPictures && !m_pPictures->Finish(error)) {
+        return Complain(ExitBadFile, error);
+    }
     if (m_options.pick) {
         PrintPicked(device);
     }
     if (m_options.fStats) {
-        (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_pictures.GetCount());
+        (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_nPictures);
     }
     return ExitSuccess;
 }
 
 int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
-    bool const fWanted = m_pictures.Wants(nFrame == GetFrames().nLast);
+    bool const fWanted = m_pPictures && m_pPictures->Wants(nFrame == GetFrames().nLast);
     bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
     RectangleT<int> const area = GetShot();
     FramePixels pixels;
@@ -247,9 +268,10 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
         pixels.AddAlpha(window.LastFrame(), area);
     }
     std::string error;
-    if (!m_pictures.Write(nFrame, pixels, error)) {
+    if (!m_pPictures->Write(nFrame, pixels, error)) {
         return Complain(ExitBadFile, error);
     }
+    ++m_nPictures;
     Tell("frame " + std::to_string(nFrame) + ": written");
     return ExitSuccess;
 }

@@ -2,8 +2,8 @@
 
 #include "Backend.h"
 #include "FrameCalls.h"
+#include "FrameSink.h"
 #include "Options.h"
-#include "Pictures.h"
 #include "Progress.h"
 #include "kelvo_host/Scene.h"
 #include "trevik/kelvo/Effect.h"
@@ -12,6 +12,7 @@
 #include <kelvo_desktop/OffscreenWindow.h>
 #include <system/window.h>
 
+#include <memory>
 #include <optional>
 #include <string>
 #include <vector>
@@ -25,13 +26,14 @@ class Player {
 public:
     /** @param pCalls what the frames' calls go to; null where frames are drawn. */
     explicit Player(Options const& options, FrameCalls* pCalls = nullptr)
-        : m_options(options), m_pCalls(pCalls), m_pictures(options.out) {}
+        : m_options(options), m_pCalls(pCalls) {}
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
 
 private:
     int LoadScene();
+    std::unique_ptr<FrameSink> MakePictures() const;
     int Play();
     int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
     int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
@@ -52,7 +54,8 @@ private:
     FrameCalls* const m_pCalls;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
-    Pictures m_pictures;
+    std::unique_ptr<FrameSink> m_pPictures;            ///< null for none
+    unsigned int m_nPictures = 0;                      ///< written so far
     std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
     std::optional<Progress> m_progress;                ///< while frames are played
 };

@@ -265,6 +265,41 @@ TEST_F(PlayerTest, ShootsNothingOutsideOfTheSurface) {
         0);
 }
 
+TEST_F(PlayerTest, WritesVideos) {
+    Write("colours.json", Gradients);
+    std::string const player = std::string(KELVO_PLAYER) + " " + Path("scene.json") + " ";
+    std::size_t const nPixels = std::size_t(41) * 23;
+    std::string const header = "YUV4MPEG2 W41 H23 F30:1 Ip A1:1 C444\n";
+    for (std::string const format : {"y4m", "rgba"}) {
+        EXPECT_EQ(Play({Path("scene.json"), "--out", Path("file." + format)}).errors, "");
+        RunProgram("/bin/sh", {"-c", player + "--out - --format " + format + " >" + Path("stream")});
+        EXPECT_EQ(m_folder.Read("stream"), m_folder.Read("file." + format)) << format;
+        Outcome const full =
+            RunProgram("/bin/sh", {"-c", player + "--out - --format " + format + " >/dev/full"});
+        EXPECT_EQ(full.errors, "kelvo-player: standard output: cannot be written: No space left on device\n");
+        EXPECT_EQ(full.nExitCode, 1);
+    }
+    std::string const planes = m_folder.ReadText("file.y4m");
+    ASSERT_EQ(planes.size(), header.size() + 5 * (6 + 3 * nPixels));
+    EXPECT_EQ(planes.substr(0, header.size() + 6), header + "FRAME\n");
+    // Red, which is 81, 90, 240 in such a video, at 5, 3.
+    std::size_t const nRed = header.size() + 6 + std::size_t(3) * 41 + 5;
+    EXPECT_EQ(static_cast<unsigned char>(planes[nRed]), 81);
+    EXPECT_EQ(static_cast<unsigned char>(planes[nRed + nPixels]), 90);
+    EXPECT_EQ(static_cast<unsigned char>(planes[nRed + 2 * nPixels]), 240);
+    ASSERT_EQ(Play({Path("scene.json"), "--out", Path("pictures")}).nExitCode, 0);
+    TemporaryFolder::Bytes const raw = m_folder.Read("file.rgba");
+    ASSERT_EQ(raw.size(), 5 * 4 * nPixels);
+    EXPECT_TRUE(Image(41, 23, raw.data() + 16 * nPixels) == ReadPicture(Path("pictures/frame_00006.png")));
+    // Of a surface with alpha.
+    std::vector<std::string> const draw = {Path("colours.json"), "--out"};
+    ASSERT_EQ(Play({draw[0], draw[1], Path("c.png")}).nExitCode, 0);
+    ASSERT_EQ(Play({draw[0], draw[1], Path("c.rgba")}).nExitCode, 0);
+    EXPECT_TRUE(Image(41, 23, m_folder.Read("c.rgba").data()) == ReadPicture(Path("c.png")));
+    EXPECT_EQ(Play({Path("scene.json"), "--out", Path("none/a.y4m")}).errors,
+              "kelvo-player: " + Path("none/a.y4m") + ": cannot be created: No such file or directory\n");
+}
+
 TEST_F(PlayerTest, PostProcessedFramesShowTheSame) {
     Write("depths.json", R"({"surface": {"size": [41, 23], "format": "rgba8888"}, "frames": [0, 3],
         "clearColor": "#10203080", "nodes": [{"class": "Timeline", "DepthTest": 1, "children": [

@@ -1,0 +1,32 @@
+#pragma once
+
+#include "kelvo_host/FileReplacement.h"
+
+#include <cstdint>
+#include <string>
+#include <vector>
+
+namespace kelvokit::player {
+
+/** Bytes that become a file, which is there once all are, or go to standard output as they come. */
+class ByteOutput {
+public:
+    /** @param path "-" for standard output. */
+    explicit ByteOutput(std::string const& path) : m_sPath(path) {}
+
+    // False with one line in `error` when they fail.
+
+    bool Open(std::string& error);
+    bool Write(std::vector<std::uint8_t> const& bytes, std::string& error);
+    /** Puts the file in its place. */
+    bool Finish(std::string& error);
+
+private:
+    bool IsStandardOutput() const { return m_sPath == "-"; }
+    bool Fail(char const* pWhat, std::string& error) const;
+
+    std::string m_sPath;
+    trevik::kelvo::FileReplacement m_file;
+};
+
+} // namespace kelvokit::player
