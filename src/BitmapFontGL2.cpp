@@ -14,13 +14,13 @@ namespace {
 using Color = ColorT<RealFloat>;
 using Vector = Vector3T<RealFloat>;
 
-// What becomes of a corner's colour. Loops over glyphs are made once for each, so that they do not decide.
+// The colours that corners are drawn in. Each has a loop over glyphs of its own, in which nothing is decided.
 
 struct OwnColor {
     Color operator()(Color const& corner) const { return corner; }
 };
 
-/** The highlight colour of a corner's alpha, which hardly ever differs from that of the corner before. */
+/** The highlight colour with a corner's alpha, kept for the next corner: most have the same alpha. */
 class HighlightColor {
 public:
     explicit HighlightColor(GraphicsDevice const& device)
@@ -64,7 +64,7 @@ private:
     RealFloat m_rShadowAlpha;
 };
 
-// Moving is decided when a loop is compiled: by whether there can be an offset at all.
+// How corners are moved. Only shadows have an offset: the loops of other batches add none.
 
 struct NotMoved {
     void operator()(Vector*) const {}
@@ -87,7 +87,7 @@ struct Look {
     Color const& m_shadowColor;
 };
 
-/** Calls `fill(tint, move)` with what this look does to colours and to positions. */
+/** Calls `fill(tint, move)` with the functions that change colours and positions for this look. */
 template <class Fill>
 inline void FillAs(Look const& look, Fill fill) {
     bool const fHighlight = look.m_device.IsHighlightEnabled();
@@ -114,7 +114,7 @@ inline void WriteTextureCoords(Vector2T<RealFloat>* pOut, Glyph const& glyph) {
 
 /** An underline's properties in font pixels. */
 struct Underline {
-    /** What a glyph advances over, from the pen position before it. */
+    /** The line below one glyph: from its pen position on, as long as its advance. */
     GlyphQuads::Box BoxOf(GlyphInstance const& instance, Glyph const& glyph) const {
         RealFloat const x = instance.m_rX - static_cast<RealFloat>(glyph.m_nOffsetX);
         RealFloat const y = instance.m_rY + static_cast<RealFloat>(glyph.m_nOffsetY) - m_rDepth;

@@ -40,7 +40,7 @@ private:
                            unsigned int nVertices);
     static void DrawUnderlines(GraphicsDeviceGL2& device, RealFloat rFade, unsigned int nVertices);
 
-    // Of all bitmap fonts, whose batches fill and draw them one after the other. They only grow.
+    // Shared by all bitmap fonts: each batch fills them and is drawn at once. They only grow.
     static List<Vector3T<RealFloat>> s_vVertices;
     static List<Vector2T<RealFloat>> s_vTextureCoords;
     static List<ColorT<RealFloat>> s_vColorValues;

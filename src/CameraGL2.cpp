@@ -29,7 +29,7 @@ CameraGL2::~CameraGL2() = default;
 
 void CameraGL2::RegisterProperties() {
     Camera::RegisterProperties();
-    // An event that already has the handler refuses it; that is as good as connecting it.
+    // An event refuses a handler that it has already, which is as good as connecting it.
     static_cast<void>(
         m_orthographic.GetChangeEvent().Connect(member_function(this, &CameraGL2::OnFlagChanged)));
     static_cast<void>(

@@ -33,8 +33,8 @@ public:
     Matrix4T<RealFloat> GetViewMatrix() const override;
     Matrix4T<RealFloat> GetProjectionMatrix() const override;
     /**
-     * Changes, and is never 0, with each update of any camera: for who keeps matrices in this library. Any
-     * thread.
+     * A number, never 0, that changes with each update of any camera: a copy of matrices is older than the
+     * cameras where its number differs. Any thread.
      */
     static unsigned int GetUpdateNumber() { return s_nUpdate.load(std::memory_order_relaxed); }
     /**
@@ -54,7 +54,7 @@ private:
     Matrix4T<RealFloat> m_projectionMatrix;
     bool m_fProjectionDirty = true;
 
-    /** Odd. Read at each draw, so it is hidden, which makes that one instruction. */
+    /** Always odd. Hidden, so that reading it, at each draw, takes one instruction. */
     KELVO_LOCAL static std::atomic<unsigned int> s_nUpdate;
 };
 

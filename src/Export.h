@@ -1,9 +1,9 @@
 #pragma once
 
-/** Marks what this library shows to those who link it; every other name stays inside. */
+/** Marks a name that this library exports; all others are hidden. */
 #if defined(__GNUC__)
 #define KELVO_EXPORT __attribute__((visibility("default")))
-/** Marks the members of shown classes that stay inside all the same. */
+/** Marks a member of an exported class that is hidden all the same. */
 #define KELVO_LOCAL __attribute__((visibility("hidden")))
 #else
 #define KELVO_EXPORT

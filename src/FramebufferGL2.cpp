@@ -45,7 +45,7 @@ bool FramebufferGL2::Create(InitParams const& params) {
     }
     glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, m_pColorTexture->GetGLName(),
                            0);
-    // Whether it can be drawn to is what the status below tells.
+    // The error is dropped: the status below tells whether the framebuffer can be drawn to.
     static_cast<void>(glGetError());
     if (params.depthStencil) {
         AttachDepthStencil();

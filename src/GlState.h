@@ -204,7 +204,7 @@ inline void SetFixedPointVertexArray(GLuint nAttribute, Value const* pValues) {
 
 /**
  * The unit that textures are bound to. Calls glActiveTexture. Set by programs, before each texture that they
- * bind; it stays the last one touched, and who makes a texture binds it there.
+ * bind. The last one stays selected, and a new texture is bound there while it is filled.
  */
 inline void SelectTextureUnit(unsigned int nUnit) {
     glActiveTexture(GL_TEXTURE0 + nUnit);
@@ -212,7 +212,7 @@ inline void SelectTextureUnit(unsigned int nUnit) {
 
 /**
  * Binds a texture, or with 0 none, to the selected unit. Calls glBindTexture. Set by samplers for their draw,
- * and by whoever makes a texture while it is filled; draws rely on the units of their program alone.
+ * and for a new texture while it is filled; draws rely on the units of their program alone.
  */
 inline void BindTexture(GLenum target, GLuint nName) {
     glBindTexture(target, nName);

@@ -17,8 +17,8 @@ namespace trevik::kelvo::GlyphQuads {
 constexpr unsigned int VerticesPerGlyph = 6;
 
 /**
- * Writes what belongs to the vertices of a quad from what belongs to its corners, which come in the order of
- * GlyphInstance::m_colors. By value: in the registers before anything is written, which could be a corner.
+ * Writes one value for each of a quad's vertices. The corners come in the order of GlyphInstance::m_colors;
+ * by value, so that no corner has to be read again after a write, which could have changed it.
  */
 template <class T>
 inline void WriteQuad(T* pOut, T lowerLeft, T upperLeft, T lowerRight, T upperRight) {
@@ -38,7 +38,7 @@ struct Box {
     RealFloat m_rTop;
 };
 
-/** What a glyph covers. */
+/** The rectangle that a glyph is drawn in. */
 inline Box GlyphBox(GlyphInstance const& instance, Glyph const& glyph) {
     RealFloat const x = instance.m_rX;
     RealFloat const y = instance.m_rY;
@@ -58,7 +58,7 @@ inline GlyphInstance const* FindInstances(List<GlyphInstance> const& instances, 
     return fThere && batch.m_nCount <= INT_MAX / VerticesPerGlyph ? &instances[batch.m_nFirst] : nullptr;
 }
 
-/** Lets a stream have at least so many elements, new ones like `fill`. False, as it was, without memory. */
+/** Lengthens a stream to at least `nElements`, with copies of `fill`. False, unchanged, without memory. */
 template <class T>
 inline bool Grow(List<T>& stream, unsigned int nElements, T const& fill = T()) {
     return nElements <= stream.GetCount() || stream.Resize(nElements, fill);

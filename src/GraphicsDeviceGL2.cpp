@@ -42,7 +42,7 @@ GraphicsDeviceGL2::GraphicsDeviceGL2() = default;
 
 GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     if (m_eglDisplay != EGL_NO_DISPLAY && InRenderThread()) {
-        m_dispatcher.ExecuteEnqueuedOperations(); // what others have let go of is of this context
+        m_dispatcher.ExecuteEnqueuedOperations(); // deletions in this context, from other threads
     }
     ReleaseEffectResources();
     SpriteGL2::ReleaseAntialiasFilter();
@@ -50,7 +50,7 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
     m_cameras.Clear();
     m_pDefaultCamera.Reset();
     if (m_pActiveShader) {
-        m_pActiveShader->m_ppActive = nullptr; // it may live longer, and goes with the context otherwise
+        m_pActiveShader->m_ppActive = nullptr; // a program may live longer than the device
         m_pActiveShader = nullptr;
     }
     if (m_eglDisplay != EGL_NO_DISPLAY) {
@@ -64,8 +64,8 @@ GraphicsDeviceGL2::~GraphicsDeviceGL2() {
         m_pTargetBuffers[1].Reset();
         CloseDisplay();
     } else {
-        // Without a display there is no context to delete GL objects in, so they stay, as those in m_shaders
-        // do.
+        // Without a display there is no context to delete GL objects in: their references are kept, as
+        // m_shaders keeps its own.
         static_cast<void>(m_pPostProcessShader.Detach());
         static_cast<void>(m_pTargetBuffers[0].Detach());
         static_cast<void>(m_pTargetBuffers[1].Detach());

@@ -140,18 +140,18 @@ public:
      */
     bool PopMasks(List<Mask*>& masks) override;
     /**
-     * Puts a camera (a CameraGL2) on top and keeps a reference to it; null is ignored. Without memory, here
-     * and below, the stack stays as it is, and the PopCamera that belongs to it takes nothing.
+     * Puts a camera, a CameraGL2, on top and keeps a reference to it; null is ignored. Without memory, the
+     * stack stays as it is, and the PopCamera that belongs to this push takes nothing off.
      */
     void PushCamera(Camera* pCamera) override;
     /**
-     * Pushes a new orthographic camera, without a place of its own: the upper left corner is (0, 0), the
-     * lower right one (width - 1, height - 1), y points down, and what lies from z = -10 to z = -1000 is
-     * seen.
+     * Puts a new orthographic camera on top, which stands at the origin and looks along -z: the upper left
+     * corner is (0, 0), the lower right one (width - 1, height - 1), y points down, and z from -10 to -1000
+     * is visible. Without memory as PushCamera.
      */
     void PushCamera2D(RealFloat const& width, RealFloat const& height) override;
     void PopCamera() override;
-    /** Counts nodes without camera depth, below which the depth flag stays off. */
+    /** Enters a node. Below one without camera depth (`fDepth` false) the depth flag stays off. */
     void PushCameraDepth(bool fDepth) override;
     void PopCameraDepth(bool fDepth) override;
     /**
@@ -195,13 +195,13 @@ public:
      */
     bool InitializeShaders();
     /**
-     * Enters a program, keeping a reference, and returns its index in the table; 0, not entered, without
-     * memory.
+     * Adds a program to the device's table, which keeps a reference to it, and returns its index there; 0,
+     * without an entry, without memory.
      */
     int RegisterShader(ShaderProgramGL2* pProgram, int nId);
     /** The first program registered under an id, borrowed; null when there is none. */
     ShaderProgramGL2* GetShader(int nId) const {
-        // The built-in programs have their ids' places in a table of their own.
+        // Built-in programs also stand in an array, at the place of their negated id.
         unsigned int const nPlace = 0u - static_cast<unsigned int>(nId);
         return nPlace < BuiltInPlaces ? m_builtIn[nPlace] : m_shaders.Find(nId);
     }
@@ -226,7 +226,7 @@ public:
     /** Node space to view space of the node being drawn; renderers set and read it. */
     Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
     void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
-    // The next four are for renderers inside this library: from outside they cannot be linked.
+    // The next four use a hidden member of CameraGL2, so only this library can call them.
 
     /** Sets the model-view matrix of a node: its world matrix, then the view matrix to draw with. */
     void LoadModelView(Matrix4T<RealFloat> const& world) {
@@ -240,9 +240,9 @@ public:
         Matrix4Multiply(m_modelView, ProjectionMatrix(), out);
     }
     /**
-     * What GetViewMatrix and GetProjectionMatrix answer, kept for all renderers: these two, and through them
-     * the camera's, are asked again at the first draw after Clear, after another camera has come to be drawn
-     * with, and after an update of cameras. Valid until then.
+     * A copy of GetViewMatrix and GetProjectionMatrix for all renderers, which is valid until Clear, a change
+     * of the camera to draw with, or an update of any camera. At the first draw after that the two, and
+     * through them those of the camera, are called again.
      */
     Matrix4T<RealFloat> const& ViewMatrix() {
         FetchMatrices();
@@ -322,7 +322,7 @@ private:
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);
 
-    /** Lets ViewMatrix and ProjectionMatrix be asked anew. */
+    /** Makes the next ViewMatrix or ProjectionMatrix copy the matrices again. */
     void ForgetMatrices() { m_nFetchedUpdate = 0; }
     void FetchMatrices() {
         if (__builtin_expect(CameraGL2::GetUpdateNumber() != m_nFetchedUpdate, false)) {

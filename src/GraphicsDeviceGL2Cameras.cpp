@@ -13,7 +13,7 @@ namespace trevik::kelvo {
 
 void GraphicsDeviceGL2::PushCamera(Camera* pCamera) {
     if (pCamera && m_cameras.Push(nullptr)) {
-        // Only now: a reference that is taken and dropped again deletes a camera that has no other.
+        // Not before there is a place: dropping a camera's only reference would delete the camera.
         m_cameras.Top() = Ref<CameraGL2>(static_cast<CameraGL2*>(pCamera));
         ForgetMatrices();
     }

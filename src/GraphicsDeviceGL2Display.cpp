@@ -14,7 +14,7 @@ PFNEGLDESTROYIMAGEKHRPROC GraphicsDeviceGL2::ms_pfnDestroyImageKHR = nullptr;
 
 namespace {
 
-/** What the host's window object is to EGL. The conversion may move the pointer; null stays null. */
+/** The native window in the host's window object. The conversion may move the pointer; null stays null. */
 EGLNativeWindowType GetNativeWindow(void* pWindow) {
     ANativeWindow* const pNative = static_cast<ANativeWindow*>(static_cast<WindowT<ANativeWindow>*>(pWindow));
     return reinterpret_cast<EGLNativeWindowType>(pNative);
@@ -46,7 +46,7 @@ ConfigSizes const& GetFormatSizes(DeviceFormat::Enum format) {
     return FormatSizes[DeviceFormat::RGB565];
 }
 
-/** Traces and looks up one function of EGL's extensions. */
+/** Looks up one function of EGL's extensions; null, traced, when it is missing. */
 template <class Function>
 Function FindFunction(char const* pName) {
     Function const pfnFunction = reinterpret_cast<Function>(eglGetProcAddress(pName));
@@ -217,7 +217,7 @@ EGLBoolean GraphicsDeviceGL2::eglDestroyImageKHR(EGLDisplay display, EGLImageKHR
 }
 
 void GraphicsDeviceGL2::CloseDisplay() {
-    // Some EGLs take no context without a display, most take it with one only.
+    // Most EGLs release the context only when a display is given, some without one, too.
     if (!eglMakeCurrent(EGL_NO_DISPLAY, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT)) {
         eglMakeCurrent(m_eglDisplay, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
     }

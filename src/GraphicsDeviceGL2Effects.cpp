@@ -14,7 +14,7 @@ EffectResource* GraphicsDeviceGL2::GetEffectResource(unsigned int nClassID) {
         delete pResource; // the next request tries again
         return nullptr;
     }
-    // One that finds no room in the table is handed out all the same, and lives on its reference for ever.
+    // Without room in the table the resource is handed out all the same; its reference is never released.
     static_cast<void>(m_effectResources.Add(nClassID, pResource));
     return pResource;
 }

@@ -11,7 +11,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** Lets draws change nothing but the stencil value, by `change`, where it is the level. */
+/** Lets draws change stencil values alone, by `change`, and only those that equal the level. */
 void DrawStencilOnly(unsigned int nLevel, GLenum change) {
     GlState::DisableFixedFunctionTexture();
     GlState::SetDepthWrite(false);

@@ -129,7 +129,7 @@ bool GraphicsDeviceGL2::InitializeShaders() {
             return false;
         }
     }
-    // Renderers give mWorldToView all the way to clip space; what some programs multiply in after it is the
+    // mWorldToView leads to clip space already: the matrix that these programs apply after it stays the
     // identity.
     for (ShaderId::Enum const id : {ShaderId::TextUnderline, ShaderId::TextImage, ShaderId::SeparateAlpha,
                                     ShaderId::SeparateAlphaTested}) {

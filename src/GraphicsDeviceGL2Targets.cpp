@@ -123,7 +123,7 @@ struct PixelArea {
     GLsizei m_nHeight;
 };
 
-/** Counts from the lower edge what counts from the upper one; false when numbers are out of GL's range. */
+/** The area, with y up, of a rectangle with y down; false when numbers are out of GL's range. */
 bool GetArea(RectangleT<int> const& rectangle, RectangleT<int> const& viewport, PixelArea& area) {
     using Wide = long long;
     Wide const nWidth = Wide(rectangle.right) - rectangle.left;
@@ -143,7 +143,7 @@ bool ReadAs(PixelArea const& area, GLenum format, void* pPixels) {
     return glGetError() == GL_NO_ERROR;
 }
 
-/** For drivers that read no GL_RGB, as they may: reads GL_RGBA, and keeps three bytes of each four. */
+/** Reads GL_RGBA and keeps red, green and blue: GL lets drivers refuse to read GL_RGB. */
 bool ReadRGBOfRGBA(PixelArea const& area, unsigned char* pPixels) {
     unsigned int const nBytes = Texture::GetImageSize(area.m_nWidth, area.m_nHeight, TextureFormat::RGBA8888);
     PixelBuffer wide;
@@ -159,7 +159,7 @@ bool ReadRGBOfRGBA(PixelArea const& area, unsigned char* pPixels) {
 }
 
 bool ReadArea(PixelArea const& area, GLenum format, unsigned char* pPixels) {
-    // What earlier draws left behind is not this read's.
+    // Errors of earlier draws are dropped: the read is judged by its own.
     for (unsigned int nFlags = 0; nFlags < MaximumErrorFlags && glGetError() != GL_NO_ERROR; ++nFlags) {}
     return ReadAs(area, format, pPixels) || (format == GL_RGB && ReadRGBOfRGBA(area, pPixels));
 }

@@ -8,16 +8,17 @@
 namespace trevik::kelvo {
 
 /**
- * Shared objects under ids, in the order in which they came: a short table that is searched from the front,
- * so that ids stand by themselves. It holds a reference to each object until ReleaseAll.
+ * Shared objects under ids, in the order in which they came: a short table that is searched from the front.
+ * The ids have a list of their own, so that a search reads nothing else. The table holds a reference to each
+ * object until ReleaseAll.
  */
 template <class Id, class T>
 class IdTable {
 public:
     IdTable() = default;
     /**
-     * Frees the table alone and keeps the references: releasing the objects takes a thread and a context, so
-     * it is asked for by ReleaseAll.
+     * Frees the table alone and keeps the references: objects have to be released on the render thread, while
+     * there is a context, by ReleaseAll.
      */
     ~IdTable() {
         for (Ref<T>& pObject : m_objects) {
@@ -53,7 +54,7 @@ public:
 
     /** Releases each object's reference, in order, and leaves the table empty with its storage kept. */
     void ReleaseAll() {
-        // By index: an object that goes may find others in the table.
+        // By index: the destructor of an object may look into the table, and add to it.
         for (unsigned int i = 0; i < m_objects.GetCount(); ++i) {
             m_objects[i].Reset();
         }

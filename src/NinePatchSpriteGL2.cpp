@@ -55,8 +55,8 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
                                           List<RealFloat>& positions) {
     List<Vector2T<int>> const& pairs = bands.GetValue();
     if (pairs.IsEmpty() || static_cast<double>(scale) <= 1.0) {
-        // The whole texture here, fractions of its used size below, and both go over all of it: intended
-        // (nine-patch-whole-texture).
+        // Shows the whole texture, even where its image is smaller. The cuts, below, are fractions of the
+        // image's size, and GL takes them for fractions of the whole: intended (nine-patch-whole-texture).
         return textureCoords.Append(0) && textureCoords.Append(1) && positions.Append(0) &&
                positions.Append(extent);
     }
@@ -73,8 +73,8 @@ bool NinePatchSpriteGL2::EvaluateVertices(ListProperty<Vector2T<int>>& bands, Re
     }
     fAppended = fAppended && (!fTrailingEdge || textureCoords.Append(1));
 
-    // What the stretchable bands must fill once the fixed texels keep their size; positions are before the
-    // node's scale.
+    // The length that is left for stretchable bands, as fixed ones keep their size. Positions are divided by
+    // the node's scale, which is applied to them later.
     RealFloat const rFill = rTexture * scale - (rTexture - rStretchable);
     fAppended = fAppended && (!fLeadingEdge || positions.Append(0));
     RealFloat rPosition = 0;
@@ -120,7 +120,7 @@ bool NinePatchSpriteGL2::CutAxes() {
     List<RealFloat>& x = m_cutPositions[0];
     List<RealFloat>& v = m_cutCoords[1];
     List<RealFloat>& y = m_cutPositions[1];
-    // Where a list could not grow, the two of its axis differ in length or are empty, and there is no grid.
+    // A list that could not grow is shorter than the other one of its axis, or both are empty: no grid then.
     static_cast<void>(EvaluateVertices(m_horizontalBands, static_cast<RealFloat>(size.width),
                                        m_pTexture->GetWidth(), scale.x, u, x));
     static_cast<void>(EvaluateVertices(m_verticalBands, static_cast<RealFloat>(size.height),
@@ -189,7 +189,7 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         return;
     }
     if (m_textureCoords.IsEmpty()) {
-        return; // Never loaded: whatever stream was set before belongs to others, and may be gone.
+        return; // Never loaded: GL's texture coordinates are those of an earlier draw, and may be freed.
     }
     TextureGL2* const pTexture = GetTextureGL2();
     // Unlike a sprite, a grid has no calls around its draw, no rows swapped for promoted textures and no

@@ -13,7 +13,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** What would place a mesh that is stored in other coordinates than the font's own. */
+/** The matrices that would place a mesh that is stored in other coordinates than the font's own. */
 struct MeshPlacement {
     MeshPlacement(Glyph const& glyph, Vector2T<RealFloat> const& position)
         : m_fromOrigin(Matrix4Translation(Vector3T<RealFloat>(-glyph.m_origin.x, -glyph.m_origin.y, 0))),

@@ -8,9 +8,9 @@
 namespace trevik::kelvo {
 
 /**
- * Calls `work`, which lets go of what belongs to a context, on the render thread: at once when that is the
- * calling one, else at its next Process, in the order of arrival, without waiting. Once the context is gone
- * it is not called: all went with the context.
+ * Calls `work`, which deletes objects of a context, on the render thread: at once when that is the calling
+ * one, else at its next Process, in the order of arrival, without waiting. Once the context is gone `work` is
+ * not called: the objects went with the context.
  * @param nContext a GraphicsDeviceGL2::GetContextNumber.
  * @return false, with nothing called and nothing queued, without memory.
  */

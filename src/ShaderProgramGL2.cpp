@@ -65,7 +65,7 @@ bool ShaderProgramGL2::Compile() {
     }
     GLint nUnits = 0;
     glGetIntegerv(GL_MAX_TEXTURE_IMAGE_UNITS, &nUnits);
-    // Short of memory, no sampler gets a unit.
+    // Without memory there are no units, and no sampler gets one.
     unsigned int const nCount = nUnits > 0 ? static_cast<unsigned int>(nUnits) : 0;
     if (!m_samplers.Resize(nCount)) {
         m_samplers.Clear();
@@ -196,7 +196,7 @@ unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
     return nFree;
 }
 
-/** Takes the texture that a unit holds out of it, in GL too, and lets the unit hold another one, or none. */
+/** Unbinds the texture that a unit holds, if any, and lets the unit hold another one, or none. */
 void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture) {
     if (sampler.m_pTexture) {
         GlState::SelectTextureUnit(nUnit);

@@ -224,7 +224,7 @@ private:
     List<UniformLocation> m_uniforms; ///< in the order in which they were first asked for
     List<SamplerInfo> m_samplers;     ///< one for each texture unit
     bool m_fBound = false;
-    SlotLocations m_slotLocations;           ///< what m_uniforms says of the names that have a slot
+    SlotLocations m_slotLocations;           ///< the locations of names that have a slot
     ShaderProgramGL2** m_ppActive = nullptr; ///< where a device keeps this as its active program
 };
 

@@ -96,7 +96,7 @@ void SpriteGL2::GetTextureCoords(Vector2T<RealFloat>* pOut) {
 }
 
 void SpriteGL2::InternalRender(GraphicsDevice& device) {
-    // The scope stands apart, so that it takes no registers while nobody profiles.
+    // The counter has a function of its own, so that it takes no registers without profiling.
     if (__builtin_expect(ScopeCounter::IsProfiling(), false)) {
         DrawProfiled(static_cast<GraphicsDeviceGL2&>(device));
     } else {
@@ -110,7 +110,7 @@ TREVIK_NOINLINE void SpriteGL2::DrawProfiled(GraphicsDeviceGL2& device) {
 }
 
 inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
-    // What GL will read is on its way while the matrices are multiplied.
+    // Loads into the cache what GL will read, while the matrices are multiplied.
     __builtin_prefetch(m_vertices.GetData());
     __builtin_prefetch(m_textureCoords.GetData());
     device.GraphicsDeviceGL2::SetCameraDepth(HasCameraDepth());
@@ -123,7 +123,7 @@ inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
     device.PopMasks(m_masks);
 }
 
-/** Whether an effect has drawn the sprite. Apart, as most sprites have none and need no registers for it. */
+/** Whether an effect has drawn the sprite. Not inline: most sprites have no effect and need no registers. */
 TREVIK_NOINLINE bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
     return CallEach(m_effects, [this, &device](Effect& effect) {
         return effect.OverrideDrawSprite(device, *this, m_rEffectiveOpacity);

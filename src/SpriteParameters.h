@@ -6,7 +6,7 @@
 #include "TextureGL2.h"
 #include "UniformNames.h"
 
-/** What sprites and nine-patches give their program at each draw; inline in both. */
+/** The parameters that sprites and nine-patches set at each draw; inline in both. */
 namespace trevik::kelvo {
 
 inline void SpriteGL2::SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture,

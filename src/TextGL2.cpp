@@ -14,7 +14,7 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** How far the image reaches into its texture, in texture coordinates; nowhere without one. */
+/** The size of a texture's image, in texture coordinates; 0 without a texture. */
 Vector2T<RealFloat> UsedPart(Texture const* pTexture) {
     if (!pTexture) {
         return Vector2T<RealFloat>();
@@ -38,14 +38,14 @@ TextGL2::TextGL2(TextGL2 const& other) : Text(other) {}
 TextGL2::~TextGL2() = default;
 
 void TextGL2::RenderBackground(GraphicsDevice& device) {
-    // Kept while it is drawn: an effect of its own may take it away from the text.
+    // The reference keeps the sprite while it is drawn: its effects may take it from the text.
     Ref<Sprite> const pSprite(GetBackground());
     if (pSprite) {
         RectangleT<RealFloat> rectangle;
-        GetTextRenderRect(rectangle); // lays the text out, which tells of a new size before the fit
+        GetTextRenderRect(rectangle); // lays the text out, so that the fit knows its size
     }
     if (m_pBackground) {
-        // Whatever was the background before may be gone by now.
+        // The sprite of the last draw may have been deleted.
         m_pBackground->SetSprite(pSprite.Get());
     } else if (pSprite) {
         m_pBackground = Ref<TextImageBackground>(new (std::nothrow) TextImageBackground(this, pSprite.Get()));

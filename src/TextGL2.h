@@ -41,10 +41,10 @@ private:
     void RenderBackground(GraphicsDevice& device);
     static void FillImages(GlyphInstance const* pInstance, unsigned int nCount);
 
-    /** Null until the first draw with a background. Then it stays, drawn with or not. */
+    /** Null until the first draw with a background, and kept from then on. */
     Ref<TextImageBackground> m_pBackground;
 
-    // Of all texts, whose image batches fill and draw them one after the other. They only grow.
+    // Shared by all texts: each image batch fills them and is drawn at once. They only grow.
     static List<Vector3T<RealFloat>> s_vVertices;
     static List<Vector2T<RealFloat>> s_vTextureCoords;
     static List<float> s_vFadeValues;

@@ -12,7 +12,7 @@ typedef Vector3T<RealFloat> Vector;
 
 Vector const Ones(1, 1, 1);
 
-/** How far the sprite reaches beyond the text; nothing but nine-patches does. */
+/** How far the sprite reaches beyond the text; 0 but for nine-patches. */
 RectangleT<RealFloat> GetMargins(Sprite& sprite) {
     if (sprite.GetFactoryClassID() != HashName(u"NinePatchSprite")) {
         return RectangleT<RealFloat>();
@@ -20,13 +20,13 @@ RectangleT<RealFloat> GetMargins(Sprite& sprite) {
     return static_cast<NinePatchSpriteGL2&>(sprite).GetContentMargin();
 }
 
-/** Sets one component of a vector and tells who listens. */
+/** Sets one component of a vector and fires the change event. */
 void SetComponent(Vector3Property& property, RealFloat Vector::* pComponent, RealFloat value) {
     property.GetWritableValue().*pComponent = value;
     property.Notify(true);
 }
 
-/** What is scaled to nothing has no place. */
+/** 0 for a scale of 0, in which nothing can be seen. */
 RealFloat DivideByScale(RealFloat value, RealFloat scale) {
     return scale == 0 ? RealFloat(0) : value / scale;
 }
@@ -44,7 +44,7 @@ void TextImageBackground::ConnectPropertyEvent() {
     }
 }
 
-/** To the property that follows those connected so far; false when there is no memory. */
+/** Connects to the first property that is not connected yet; false without memory. */
 bool TextImageBackground::ConnectNext() {
     switch (m_nConnected) {
     case 0:
@@ -93,7 +93,7 @@ bool TextImageBackground::UpdateSpriteProperty() {
     }
     if (m_nConnected < WatchedProperties) {
         ConnectPropertyEvent();
-        m_fDirty = true; // what has changed meanwhile nobody knows
+        m_fDirty = true; // properties that are not connected change without notice
     }
     // Another text with the same sprite may have fitted it meanwhile; it stays so: intended
     // (background-of-two-texts).
@@ -162,7 +162,7 @@ void TextImageBackground::CopyProperties() {
     m_pSprite->GetSelectableProperty().Assign(m_pText->GetSelectableProperty());
 }
 
-/** Tells who listens of a size that is another one: a nine-patch makes its grid anew then. */
+/** Fires the change event only for another size: a nine-patch rebuilds its grid then. */
 void TextImageBackground::SetSpriteSize(int nWidth, int nHeight) {
     SizeT<int>& size = m_pSprite->GetSizeProperty().GetWritableValue();
     bool const fChanged = size != SizeT<int>(nWidth, nHeight);

@@ -18,11 +18,11 @@ class BaseProperty;
  * the text's render rectangle, widened by the content margins of a nine-patch, wherever the text is moved,
  * turned, scaled and stretched, below any parent.
  *
- * Size, scale and place are fitted when a watched property of the text has changed: box, render size, scale,
- * stretch and pivot. What does not change the fit is copied at every draw: position, rotation, opacity,
- * visibility, camera depth and selectability. The sprite's place within the fit is its pivot, which is added
- * before scaling and therefore divided by the sprite's scale; the text's own pivot counts in it as it is
- * seen, scaled.
+ * Scale and pivot are fitted when a watched property of the text has changed: box, render size, scale,
+ * stretch and pivot. Every draw sets the sprite's size, and copies position, rotation, opacity, visibility,
+ * camera depth and selectability, which do not change the fit. The sprite's place within the fit is its
+ * pivot, which is added before scaling and therefore divided by the sprite's scale; the text's own pivot is
+ * part of that sum as it is, not scaled with the text.
  *
  * Render thread. Belongs to the text, which destroys it with itself: the handlers that it has connected to
  * the text's properties stay connected.

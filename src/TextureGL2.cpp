@@ -11,7 +11,7 @@
 
 #include <GLES2/gl2ext.h>
 
-// Broken invariants are reported under these places, which whoever reads a log looks for.
+// Assertions print these places, which are fixed: they are not the lines of this file.
 #define TEXTURE_ASSERT(condition, line, text) TREVIK_ASSERT_AT(condition, "src/TextureGL2", line, text)
 
 namespace trevik::kelvo {
@@ -26,8 +26,8 @@ constexpr unsigned int LineReplace = 528;
 constexpr unsigned int LineCreateImage = 544;
 
 /**
- * How GL takes a texture format; an internal format of 0 cannot be uploaded, a format of 0 is a compressed
- * one.
+ * How a texture format is given to GL. An internal format of 0 means that it cannot be uploaded, a format of
+ * 0 that it is compressed.
  */
 struct Upload {
     GLenum internalFormat;
@@ -48,7 +48,7 @@ constexpr Upload Uploads[] = {
     {GL_ATC_RGBA_EXPLICIT_ALPHA_AMD, 0, 0},
     {GL_DEPTH_COMPONENT, GL_DEPTH_COMPONENT, GL_UNSIGNED_SHORT},
     {GL_DEPTH_STENCIL_OES, GL_DEPTH_STENCIL_OES, GL_UNSIGNED_INT_24_8_OES},
-    {GL_ETC1_RGB8_OES, 0, 0}, // ETC1_Alpha: an image like any other, in another place
+    {GL_ETC1_RGB8_OES, 0, 0}, // ETC1_Alpha: as ETC1_RGB, but behind the colour image
     {GL_ETC1_RGB8_OES, 0, 0},
     {0, 0, 0}, // ETC1_RGBA: uploaded as two others
     {GL_ALPHA, GL_ALPHA, GL_UNSIGNED_BYTE},
@@ -71,11 +71,11 @@ void UploadLevel(int nFormat, GLint nLevel, MipLevel const& level, unsigned char
         glTexImage2D(GL_TEXTURE_2D, nLevel, static_cast<GLint>(upload.internalFormat), level.m_nWidth,
                      level.m_nHeight, 0, upload.format, upload.type, pSource);
     }
-    // What the driver thinks of it is nobody's business here; the flag must not reach a later check.
+    // The error is dropped: a later check would take it for its own.
     static_cast<void>(glGetError());
 }
 
-/** Deletes one of a context's textures, unless that is gone; off the render thread at the next Process. */
+/** Deletes a texture, unless its context is gone; off the render thread at the next Process. */
 void DeleteTexture(GLuint nName, unsigned int nContext) {
     if (!DoInContext(nContext, [nName] { glDeleteTextures(1, &nName); })) {
         static char16_t const s_message[] = u"[kelvo] A GL texture leaks: out of memory";
@@ -137,7 +137,7 @@ EGLImageHelper* TextureGL2::FindEGLImage(int nImage) const {
     return nIndex < m_pEGLImage.GetCount() ? m_pEGLImage[nIndex].Get() : nullptr;
 }
 
-/** An index kept from a promotion to more surfaces stands for the last one. */
+/** The surface of an index; the last one where the index is from a promotion to more surfaces. */
 EGLImageHelper& TextureGL2::GetEGLImage(int nImage) const {
     unsigned int const nIndex = static_cast<unsigned int>(nImage);
     unsigned int const nLast = m_pEGLImage.GetCount() - 1;
@@ -229,7 +229,7 @@ bool TextureGL2::Replace(int nWidth, int nHeight, TextureFormat::Enum format, vo
     if (fPromoted) {
         return false;
     }
-    // The picture goes when there is another one.
+    // The GL textures are deleted only once the host has taken the new pixels.
     Names const names = TakeNames(m_nOwnedName);
     bool const fReplaced = Texture::Replace(nWidth, nHeight, format, pData, nStride);
     if (fReplaced) {
@@ -266,7 +266,7 @@ bool TextureGL2::CreateGLTexture() {
         // After a wrap to 0 this is surface 0, not the last one: intended (released-surface-wrap).
         int const nCurrent = m_nCurrentEglImage;
         int const nImage = nCurrent > 1 ? nCurrent - 1 : 0;
-        // What a producer swaps in meanwhile stays.
+        // Unless a producer has swapped a surface in meanwhile.
         unsigned int nNone = 0;
         m_nShownName.compare_exchange_strong(nNone,
                                              static_cast<unsigned int>(GetEGLImage(nImage).GetTexture()));
@@ -346,7 +346,7 @@ void TextureGL2::ReleaseGLTexture() {
 }
 
 /**
- * What there is, forgotten by the texture; its bytes as they are now, so that a Load since the upload makes
+ * Lets the texture forget its GL names. The bytes are those of now, so that a Load since the upload makes
  * the statistic drift: intended (statistic-drift).
  */
 TextureGL2::Names TextureGL2::TakeNames(unsigned int nColor) {

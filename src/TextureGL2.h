@@ -140,7 +140,7 @@ private:
         Shown, ///< the first Swap has been: a surface is drawn
     };
 
-    /** The GL textures of an image, and what has to be known to let go of them. */
+    /** The GL textures of an image, and what is needed to delete and uncount them. */
     struct Names {
         unsigned int nColor, nAlpha;
         unsigned int nByteSize;

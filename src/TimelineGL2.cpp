@@ -25,7 +25,7 @@ void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
         effect.PreRender(device);
         return false;
     });
-    // The recorded state is asked for and not used: kept for the call it makes on devices that override it.
+    // The answer is not used; devices that override the operation get the call.
     static_cast<void>(device.IsDepthTestEnabled());
     int const nDepthTest = m_depthTest.GetValue();
     if (nDepthTest != -1) {

@@ -17,7 +17,7 @@
 
 #include <new>
 
-// Broken invariants are reported under these places, which whoever reads a log looks for.
+// Assertions print these places, which are fixed: they are not the lines of this file.
 #define SURFACE_ASSERT(condition, line, text)                                                                \
     TREVIK_ASSERT_AT(condition, "src/Android/EGLImageImpl", line, text)
 
@@ -34,13 +34,13 @@ constexpr unsigned int LineUnlock = 257;
 
 constexpr std::uint32_t BufferUsage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_SW_WRITE_OFTEN;
 
-/** Desktop libraries of OpenGL ES do not export it; null where the driver has none. */
+/** Looked up, since desktop libraries do not export it; null where the driver has none. */
 PFNGLEGLIMAGETARGETTEXTURE2DOESPROC FindTargetFunction() {
     return reinterpret_cast<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>(
         eglGetProcAddress("glEGLImageTargetTexture2DOES"));
 }
 
-/** By a literal, which takes no memory. */
+/** Traces a literal: there is no memory for any other text. */
 void TraceLeak() {
     static char16_t const s_message[] = u"[kelvo] A surface's GL texture and EGL image leak: out of memory";
     Debug::Trace(TraceLevel::Error, StringEncoded<UTF16Encoding>::FromLiteral(s_message));
@@ -120,7 +120,7 @@ bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned in
     EGLint const attributes[] = {EGL_IMAGE_PRESERVED_KHR, EGL_TRUE, EGL_NONE, EGL_NONE};
     m_display = eglGetCurrentDisplay();
     m_nContext = GraphicsDeviceGL2::GetContextNumber();
-    // Without memory for the buffer, EGL refuses.
+    // Without memory for the buffer, EGL gets null and refuses.
     void* const pBuffer = m_pGraphicBuffer.get() ? m_pGraphicBuffer->getNativeBuffer() : nullptr;
     m_eglImage = GraphicsDeviceGL2::eglCreateImageKHR(m_display, EGL_NO_CONTEXT, EGL_NATIVE_BUFFER_ANDROID,
                                                       pBuffer, attributes);
@@ -135,7 +135,7 @@ bool EGLImageImpl::Create(unsigned int nWidth, unsigned int nHeight, unsigned in
 
 bool EGLImageImpl::BindToNewTexture() {
     PFNGLEGLIMAGETARGETTEXTURE2DOESPROC const pfnTarget = FindTargetFunction();
-    static_cast<void>(glGetError()); // of whatever came before
+    static_cast<void>(glGetError()); // drops the error of an earlier call
     m_nTexture = CreateTexture(GL_TEXTURE_2D);
     GlState::BindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nTexture));
     GLenum error = GL_INVALID_OPERATION;
@@ -159,7 +159,8 @@ void EGLImageImpl::Destroy() {
     }
     auto const destroy = [pBuffer = m_pGraphicBuffer, eglImage = m_eglImage, nTexture = m_nTexture,
                           display = m_display] {
-        ScopedLock const guard(s_bufferMutex); // whoever queued this lets go of the buffer before the mutex
+        // Waits until the thread that queued this has dropped its own pointers to the buffer.
+        ScopedLock const guard(s_bufferMutex);
         Destroy_RenderThread(pBuffer, eglImage, nTexture, display);
     };
     m_pGraphicBuffer.clear();
@@ -170,8 +171,7 @@ void EGLImageImpl::Destroy() {
     m_nTexture = -1;
 }
 
-/** Deletes texture and image; the caller's pointer to the buffer, which goes after them, has to be the last.
- */
+/** Deletes texture and image. The caller's pointer has to be the last one to the buffer, which goes last. */
 void EGLImageImpl::Destroy_RenderThread(::android::sp<::android::GraphicBuffer> const& pGraphicBuffer,
                                         void* eglImage, int nTexture, void* display) {
     SURFACE_ASSERT(GraphicsDeviceGL2::InRenderThread(), LineDestroyThread,

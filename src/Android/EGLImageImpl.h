@@ -72,7 +72,7 @@ private:
                                      void* eglImage, int nTexture, void* display);
 
     EGLImageKHR m_eglImage = EGL_NO_IMAGE_KHR;
-    int m_nTexture = -1; ///< -1: none; 0 is a name like any other here
+    int m_nTexture = -1; ///< -1: none; 0 counts as a name
     ::android::sp<::android::GraphicBuffer> m_pGraphicBuffer;
     EGLDisplay m_display = EGL_NO_DISPLAY; ///< current when the image was made
     unsigned int m_nContext = 0;           ///< the number of the context then

@@ -10,15 +10,15 @@
 namespace trevik::kelvo {
 
 /**
- * A bitmap's pixels in a surface: whoever locks the bitmap locks the surface, which nobody else may have
- * locked then.
+ * The pixels of a bitmap over a surface. Locking the bitmap locks the surface, which must not be locked
+ * already.
  */
 class EGLImageSkPixelRef : public SkPixelRef {
 public:
     explicit EGLImageSkPixelRef(EGLImageHelper* pSurface);
     ~EGLImageSkPixelRef() override;
 
-    /** Null: it cannot be written and made again. */
+    /** Null: the pixels cannot be saved and loaded. */
     Factory getFactory() override;
 
 protected:
