@@ -9,8 +9,14 @@
 
 namespace trevik::kelvo {
 
-// Sprites are aligned to cache lines, and these members are in the last one.
-unsigned long const DrawnSpriteOffset = sizeof(Sprite) - alignof(Sprite);
+namespace {
+
+constexpr unsigned long CacheLineSize = alignof(Sprite);
+
+} // namespace
+
+// The members that it stands for are in the last line.
+unsigned long const DrawnSpriteOffset = sizeof(Sprite) - CacheLineSize;
 
 Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {
     SetStyleMarks();

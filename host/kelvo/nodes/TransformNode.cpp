@@ -128,15 +128,15 @@ inline void TransformNode::FetchForDrawing(Node const* pNode) {
     // whether classes with virtual operations have offsets; in those that know this pragma they have.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
-    constexpr std::size_t nState = offsetof(TransformNode, m_nMarks); // to m_rEffectiveOpacity
-    constexpr std::size_t nMatrix = offsetof(TransformNode, m_worldMatrix);
-    constexpr std::size_t nLists = offsetof(TransformNode, m_masks); // and m_effects
+    constexpr std::size_t StateOffset = offsetof(TransformNode, m_nMarks); // to m_rEffectiveOpacity
+    constexpr std::size_t MatrixOffset = offsetof(TransformNode, m_worldMatrix);
+    constexpr std::size_t ListsOffset = offsetof(TransformNode, m_masks); // and m_effects
 #pragma GCC diagnostic pop
     char const* const pBytes = reinterpret_cast<char const*>(pNode);
     __builtin_prefetch(pBytes);
-    __builtin_prefetch(pBytes + nState);
-    __builtin_prefetch(pBytes + nMatrix);
-    __builtin_prefetch(pBytes + nLists);
+    __builtin_prefetch(pBytes + StateOffset);
+    __builtin_prefetch(pBytes + MatrixOffset);
+    __builtin_prefetch(pBytes + ListsOffset);
     __builtin_prefetch(pBytes + DrawnSpriteOffset);
 }
 
