@@ -175,9 +175,9 @@ std::string ReadOut(std::string const& text, Options& options) {
                                                    "webp", "ppm", "apng", "mp4", "webm", "mkv", "avi", "mov"};
     std::string const ending = GetEnding(text);
     for (char const* pEnding : s_pictureEndings) {
-        if (ending == pEnding && !IsPicturePath(text)) {
+        if (ending == pEnding && !IsPicturePath(text) && !IsWebpPath(text)) {
             return "expected a name that ends in .png or a folder, found \"" + text +
-                   "\"; what moves ends in .y4m or .rgba";
+                   "\"; what moves ends in .webp, .y4m or .rgba";
         }
     }
     for (VideoName const& video : VideoNames) {
@@ -239,6 +239,17 @@ std::string ReadStats(std::string const& text, Options& options) {
     return text == "text" || text == "json" ? "" : "expected text or json, found \"" + text + "\"";
 }
 
+std::string ReadQuality(std::string const& text, Options& options) {
+    options.webp.quality = ReadNumber(text, 0, 100);
+    return options.webp.quality ? "" : "expected a number from 0 to 100, found \"" + text + "\"";
+}
+
+std::string ReadLoops(std::string const& text, Options& options) {
+    std::optional<int> const loops = ReadNumber(text, 0, 65535);
+    options.webp.loops = loops.value_or(0);
+    return loops ? "" : "expected a number from 0 (without end) to 65535, found \"" + text + "\"";
+}
+
 struct LogLevel {
     char const* pName;
     int nLevel;
@@ -280,6 +291,10 @@ bool IsPicturePath(std::string const& path) {
     return IsNamed(path, ".png");
 }
 
+bool IsWebpPath(std::string const& path) {
+    return IsNamed(path, ".webp");
+}
+
 std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options) {
     CLI::App app{Description, "kelvo-player"};
     app.footer(Footer);
@@ -299,9 +314,14 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               options, ReadFormat)
         ->join(',');
     AddParsed(app, "--out", "FILE|FOLDER",
-              "the last frame as FILE.png, every frame into a folder, or into one FILE.y4m or .rgba, or into "
+              "the last frame as FILE.png, every frame into a folder, or into one FILE.webp, .y4m or .rgba, "
+              "or into "
               "one of these on standard output (-)",
               options, ReadOut);
+    CLI::Option const* const pQuality = AddParsed(
+        app, "--quality", "N", "of a .webp, 0 to 100; without it not a byte is lost", options, ReadQuality);
+    CLI::Option const* const pLoops = AddParsed(
+        app, "--loop", "N", "how often a .webp is shown; 0, as without it, for ever", options, ReadLoops);
     AddParsed(app, "--shot", "X,Y,W,H", "of each picture only a rectangle, in pixels from the upper left",
               options, ReadShot)
         ->needs("--out");
@@ -334,6 +354,11 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     try {
         app.parse(nArguments, ppArguments);
         CheckStream(options);
+        for (CLI::Option const* pOption : {pQuality, pLoops}) {
+            if (pOption->count() > 0 && !IsWebpPath(options.out)) {
+                throw CLI::RequiresError(pOption->get_name(), "--out FILE.webp");
+            }
+        }
     } catch (CLI::Success const& success) {
         std::ostringstream text;
         app.exit(success, text, text);

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "image/WebpWriter.h"
 #include "trevik/Debug.h"
 #include "trevik/Rectangle.h"
 #include "trevik/Size.h"
@@ -39,7 +40,8 @@ struct Options {
     std::optional<trevik::SizeT<int>> size;
     std::optional<trevik::kelvo::DeviceFormat::Enum> format;
     std::string out; ///< a picture, a video, "-" for a video on stdout, or a folder; empty for no pictures
-    std::optional<VideoFormat> video;    ///< what `out` is
+    std::optional<VideoFormat> video; ///< what `out` is
+    trevik::kelvo::assets::WebpOptions webp;
     std::optional<VideoFormat> streamed; ///< what --format asks for on stdout
     std::string save;                    ///< empty for none
     std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
@@ -56,6 +58,9 @@ struct Options {
 
 /** Whether a path names a picture, rather than a folder of pictures. */
 bool IsPicturePath(std::string const& path);
+
+/** Whether a path names an animation. */
+bool IsWebpPath(std::string const& path);
 
 /**
  * Reads the command line. When there is nothing more to do, the help text or a complaint has been printed and

@@ -8,6 +8,7 @@
 #include "Report.h"
 #include "StandardInput.h"
 #include "VideoFile.h"
+#include "WebpFile.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
@@ -145,9 +146,12 @@ std::unique_ptr<FrameSink> Player::MakePictures() const {
     if (m_options.out.empty()) {
         return nullptr;
     }
+    float const rFrameRate = static_cast<float>(m_scene.GetSettings().m_rFrameRate);
     if (m_options.video) {
-        return std::make_unique<VideoFile>(m_options.out, *m_options.video,
-                                           static_cast<float>(m_scene.GetSettings().m_rFrameRate));
+        return std::make_unique<VideoFile>(m_options.out, *m_options.video, rFrameRate);
+    }
+    if (IsWebpPath(m_options.out)) {
+        return std::make_unique<WebpFile>(m_options.out, m_options.webp, rFrameRate);
     }
     return std::make_unique<Pictures>(m_options.out);
 }

@@ -2,12 +2,15 @@
 #include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
+#include <webp/demux.h>
 
 #include <algorithm>
+#include <cmath>
 #include <cstdlib>
 #include <filesystem>
 #include <iterator>
 #include <map>
+#include <memory>
 #include <regex>
 #include <sstream>
 #include <string>
@@ -298,6 +301,40 @@ TEST_F(PlayerTest, WritesVideos) {
     EXPECT_TRUE(Image(41, 23, m_folder.Read("c.rgba").data()) == ReadPicture(Path("c.png")));
     EXPECT_EQ(Play({Path("scene.json"), "--out", Path("none/a.y4m")}).errors,
               "kelvo-player: " + Path("none/a.y4m") + ": cannot be created: No such file or directory\n");
+}
+
+TEST_F(PlayerTest, WritesAnimations) {
+    Write("film.json",
+          R"({"surface": {"size": [41, 23], "format": "rgba8888"}, "frameRate": 24, "frames": [1, 4],
+        "clearColor": "#10203080", "nodes": [{"class": "Sprite", "Color": "#ff8000", "Size": [9, 30], "Opacity": 0.25,
+        "Position": {"keys": [{"frame": 0, "value": [3, 5, 0]}, {"frame": 4, "value": [30, -5, 0]}]}}]})");
+    for (std::string const scene : {"film.json", "scene.json"}) {
+        bool const fFilm = scene == "film.json";
+        ASSERT_EQ(Play({Path(scene), "--out", Path("p")}).nExitCode, 0);
+        ASSERT_EQ(Play({Path(scene), "--out", Path("f.webp"), "--loop", "3"}).errors, "");
+        TemporaryFolder::Bytes const file = m_folder.Read("f.webp");
+        WebPData const data = {file.data(), file.size()};
+        std::unique_ptr<WebPAnimDecoder, void (*)(WebPAnimDecoder*)> const pDecoder(
+            WebPAnimDecoderNew(&data, nullptr), WebPAnimDecoderDelete);
+        ASSERT_TRUE(pDecoder);
+        WebPAnimInfo info;
+        ASSERT_TRUE(WebPAnimDecoderGetInfo(pDecoder.get(), &info));
+        EXPECT_EQ(info.loop_count, 3u);
+        EXPECT_EQ(info.frame_count, fFilm ? 4u : 5u);
+        for (unsigned int nFrame = 0; nFrame < info.frame_count; ++nFrame) {
+            std::uint8_t* pPixels = nullptr;
+            int nEnd = 0;
+            ASSERT_TRUE(WebPAnimDecoderGetNext(pDecoder.get(), &pPixels, &nEnd));
+            EXPECT_EQ(nEnd, std::lround((nFrame + 1) * 1000 / (fFilm ? 24.0 : 30.0)));
+            std::string const name = "p/frame_0000" + std::to_string(nFrame + (fFilm ? 1 : 2)) + ".png";
+            EXPECT_TRUE(CompareImages(Image(41, 23, pPixels), ReadPicture(Path(name)))) << scene << nFrame;
+        }
+    }
+    ASSERT_EQ(Play({Showcase, "--frames", "1..2", "--out", Path("less.WEBP"), "--quality", "50"}).errors, "");
+    ASSERT_EQ(Play({Showcase, "--frames", "1..2", "--out", Path("all.webp")}).errors, "");
+    EXPECT_LT(m_folder.Read("less.WEBP").size(), m_folder.Read("all.webp").size() / 2);
+    EXPECT_EQ(Play({Path("scene.json"), "--size", "16384x1", "--out", Path("wide.webp")}).errors,
+              "kelvo-player: " + Path("wide.webp") + ": a WebP has at most 16383 pixels to a side\n");
 }
 
 TEST_F(PlayerTest, PostProcessedFramesShowTheSame) {

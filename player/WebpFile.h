@@ -1,0 +1,27 @@
+#pragma once
+
+#include "FrameSink.h"
+#include "image/WebpWriter.h"
+
+namespace kelvokit::player {
+
+/** All frames as one animated WebP, each shown as long as the scene has it, to the millisecond. */
+class WebpFile : public FrameSink {
+public:
+    /** @param rFrameRate frames per second. */
+    WebpFile(std::string const& path, trevik::kelvo::assets::WebpOptions const& options, float rFrameRate)
+        : m_sPath(path), m_rFrameRate(static_cast<double>(rFrameRate)), m_writer(options) {}
+
+    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
+    bool Finish(std::string& error) override;
+
+private:
+    bool GetTime(int& nMilliseconds, std::string& error) const;
+
+    std::string m_sPath;
+    double const m_rFrameRate;
+    trevik::kelvo::assets::WebpWriter m_writer;
+    int m_nFrames = 0;
+};
+
+} // namespace kelvokit::player
