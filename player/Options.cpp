@@ -69,7 +69,8 @@ char const* const Footer =
     "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
     "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
     "needs; 130 interrupted (Ctrl-C); 143 asked to end (SIGTERM). Standard output that cannot be\n"
-    "written, unless it is a pipe that has been closed, is a file that cannot be.\n"
+    "written, unless it is a pipe that has been closed, is a file that cannot be; frames that differ\n"
+    "from those of --compare end with 1, too.\n"
     "\n"
     "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
 
@@ -244,6 +245,12 @@ std::string ReadQuality(std::string const& text, Options& options) {
     return options.webp.quality ? "" : "expected a number from 0 to 100, found \"" + text + "\"";
 }
 
+std::string ReadTolerance(std::string const& text, Options& options) {
+    std::optional<int> const tolerance = ReadNumber(text, 0, 255);
+    options.nTolerance = tolerance.value_or(0);
+    return tolerance ? "" : "expected a number from 0 to 255, found \"" + text + "\"";
+}
+
 std::string ReadLoops(std::string const& text, Options& options) {
     std::optional<int> const loops = ReadNumber(text, 0, 65535);
     options.webp.loops = loops.value_or(0);
@@ -323,8 +330,16 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     CLI::Option const* const pLoops = AddParsed(
         app, "--loop", "N", "how often a .webp is shown; 0, as without it, for ever", options, ReadLoops);
     AddParsed(app, "--shot", "X,Y,W,H", "of each picture only a rectangle, in pixels from the upper left",
-              options, ReadShot)
-        ->needs("--out");
+              options, ReadShot);
+    app.add_option(
+           "--compare", options.compare,
+           "compare the frames with pictures that are there; where they differ, write how, and end with 1")
+        ->check(CheckPath)
+        ->type_name("FILE.png|FOLDER")
+        ->excludes("--out");
+    AddParsed(app, "--tolerance", "N", "differences of a channel, of 255, that count as none; 0 unless given",
+              options, ReadTolerance)
+        ->needs("--compare");
     app.add_flag("--post", options.fPost, "draw frames off screen first, then through the post-process pass");
     std::string stats;
     app.add_flag("--stats{text}", stats,
@@ -335,6 +350,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
         ->check(CheckPath)
         ->type_name("FILE")
         ->excludes("--out")
+        ->excludes("--compare")
         ->excludes("--stats");
     CLI::Option* const pQuiet =
         app.add_flag("--quiet", options.fQuiet, "no progress bar, and no log unless --log-level asks for it");
@@ -354,6 +370,9 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     try {
         app.parse(nArguments, ppArguments);
         CheckStream(options);
+        if (options.shot && options.out.empty() && options.compare.empty()) {
+            throw CLI::RequiresError("--shot", "--out");
+        }
         for (CLI::Option const* pOption : {pQuality, pLoops}) {
             if (pOption->count() > 0 && !IsWebpPath(options.out)) {
                 throw CLI::RequiresError(pOption->get_name(), "--out FILE.webp");

@@ -43,6 +43,8 @@ struct Options {
     std::optional<VideoFormat> video; ///< what `out` is
     trevik::kelvo::assets::WebpOptions webp;
     std::optional<VideoFormat> streamed; ///< what --format asks for on stdout
+    std::string compare;                 ///< a picture or a folder of them to compare with; empty for none
+    int nTolerance = 0;                  ///< of 255: differences that do not count
     std::string save;                    ///< empty for none
     std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
     std::string backend;                 ///< empty for the one that comes with the player

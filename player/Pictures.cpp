@@ -11,6 +11,12 @@
 
 namespace kelvokit::player {
 
+std::string GetPicturePath(std::string const& path, int nFrame) {
+    char name[40];
+    std::snprintf(name, sizeof name, "/frame_%05d.png", nFrame);
+    return IsPicturePath(path) ? path : path + name;
+}
+
 Pictures::Pictures(std::string const& path) : m_sPath(path), m_fSingle(IsPicturePath(path)) {}
 
 bool Pictures::Prepare(std::string& error) {
@@ -27,12 +33,7 @@ bool Pictures::Prepare(std::string& error) {
 }
 
 bool Pictures::Write(int nFrame, FramePixels const& frame, std::string& error) {
-    std::string path = m_sPath;
-    if (!m_fSingle) {
-        char name[40];
-        std::snprintf(name, sizeof name, "/frame_%05d.png", nFrame);
-        path += name;
-    }
+    std::string const path = GetPicturePath(m_sPath, nFrame);
     trevik::kelvo::assets::PngPicture const picture{frame.pixels.data(), frame.nWidth, frame.nHeight,
                                                     frame.nChannels, 0};
     return trevik::kelvo::assets::SavePng(path, picture, error);

@@ -6,6 +6,9 @@
 
 namespace kelvokit::player {
 
+/** The picture of a frame: the path if it names one, else a file in the folder that it names. */
+std::string GetPicturePath(std::string const& path, int nFrame);
+
 /** Where the frames go as PNG files. */
 class Pictures : public FrameSink {
 public:

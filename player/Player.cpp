@@ -1,6 +1,7 @@
 #include "Player.h"
 
 #include "AlphaTestGroup.h"
+#include "Comparison.h"
 #include "HeldTraces.h"
 #include "Interrupt.h"
 #include "Paths.h"
@@ -112,8 +113,8 @@ int Player::Run() {
     if (!m_options.save.empty()) {
         Tell(m_options.save + ": written");
     }
-    bool const fOnlySave =
-        !m_options.save.empty() && m_options.out.empty() && !m_options.fStats && !m_options.pick && !m_pCalls;
+    bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
+                           !m_options.fStats && !m_options.pick && !m_pCalls;
     return fOnlySave ? ExitSuccess : Play();
 }
 
@@ -142,7 +143,11 @@ int Player::LoadScene() {
 }
 
 /** What the frames' pictures go to; null where none are asked for. */
-std::unique_ptr<FrameSink> Player::MakePictures() const {
+std::unique_ptr<FrameSink> Player::MakePictures() {
+    if (!m_options.compare.empty()) {
+        return std::make_unique<Comparison>(m_options.compare, m_options.nTolerance,
+                                            [this](std::string const& line) { Complain(ExitBadFile, line); });
+    }
     if (m_options.out.empty()) {
         return nullptr;
     }
@@ -276,7 +281,7 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
         return Complain(ExitBadFile, error);
     }
     ++m_nPictures;
-    Tell("frame " + std::to_string(nFrame) + ": written");
+    Tell("frame " + std::to_string(nFrame) + (m_options.compare.empty() ? ": written" : ": compared"));
     return ExitSuccess;
 }
 

@@ -33,7 +33,7 @@ public:
 
 private:
     int LoadScene();
-    std::unique_ptr<FrameSink> MakePictures() const;
+    std::unique_ptr<FrameSink> MakePictures();
     int Play();
     int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
     int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);

@@ -47,9 +47,26 @@ protected:
 TEST_F(PlayerTest, ExplainsItself) {
     Outcome const outcome = Play({"--help"});
     EXPECT_EQ(outcome.nExitCode, 0);
-    for (char const* pPart : {"--frames", "--size", "--format", "--out", "--stats", "--save", "--backend",
-                              "--pick", "--shot", "--post", "--calls", "--version", "--quiet", "--verbose",
-                              "--log-level", "Examples:", "Exit codes: 0 done; 1", "KELVO_EGL_PLATFORM"}) {
+    for (char const* pPart : {"--frames",
+                              "--size",
+                              "--format",
+                              "--out",
+                              "--stats",
+                              "--save",
+                              "--backend",
+                              "--pick",
+                              "--shot",
+                              "--post",
+                              "--calls",
+                              "--version",
+                              "--quiet",
+                              "--verbose",
+                              "--compare",
+                              "--tolerance",
+                              "--log-level",
+                              "Examples:",
+                              "Exit codes: 0 done; 1",
+                              "KELVO_EGL_PLATFORM"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart;
     }
 }
@@ -266,6 +283,36 @@ TEST_F(PlayerTest, ShootsNothingOutsideOfTheSurface) {
         Play({Path("scene.json"), "--size", "60x50", "--shot", "41,30,19,20", "--out", Path("part.png")})
             .nExitCode,
         0);
+}
+
+TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
+    ASSERT_EQ(Play({Path("scene.json"), "--out", Path("p")}).nExitCode, 0);
+    ASSERT_EQ(Play({Path("scene.json"), "--compare", Path("p")}).errors, "");
+    Image frame = ReadPicture(Path("p/frame_00003.png"));
+    frame.At(30, 1) = {0x10, 0x20, 0x35, 255}; // 5 away
+    frame.At(31, 1) = {0x10, 0x24, 0x30, 255};
+    ASSERT_TRUE(frame.Save(Path("p/frame_00003.png")));
+    std::filesystem::remove(Path("p/frame_00005.png"));
+    ASSERT_TRUE(Image(2, 3).Save(Path("p/frame_00006.png")));
+    std::string const third = Path("p/frame_00003");
+    std::string const lines[] = {"kelvo-player: frame 3: 1 of 943 pixels differ from " + third +
+                                     ".png, by up to 5; see " + third + ".difference.png\n",
+                                 "kelvo-player: frame 5: " + Path("p/frame_00005.png") +
+                                     ": cannot be opened: No such file or directory\n",
+                                 "kelvo-player: frame 6: 41x23 pixels, " + Path("p/frame_00006.png") +
+                                     " has 2x3\n",
+                                 "kelvo-player: 3 of 5 frames differ from " + Path("p") + "\n"};
+    Outcome const outcome = Play({Path("scene.json"), "--compare", Path("p"), "--tolerance", "4"});
+    EXPECT_EQ(outcome.errors, lines[0] + lines[1] + lines[2] + lines[3]);
+    EXPECT_EQ(outcome.nExitCode, 1);
+    Image differences(41, 23, {0, 0, 0, 255});
+    differences.At(30, 1).b = 255;
+    differences.At(31, 1).g = 4 * 255 / 5;
+    EXPECT_TRUE(CompareImages(ReadPicture(third + ".difference.png"), differences));
+    EXPECT_EQ(
+        Play({Path("scene.json"), "--compare", third + ".png", "--frames", "3", "--tolerance", "5"}).errors,
+        "");
+    EXPECT_FALSE(std::filesystem::exists(third + ".difference.png")) << "there are none any more";
 }
 
 TEST_F(PlayerTest, WritesVideos) {

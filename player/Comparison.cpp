@@ -1,0 +1,107 @@
+#include "Comparison.h"
+
+#include "Options.h"
+#include "Pictures.h"
+#include "file/FileBytes.h"
+#include "image/PngReader.h"
+#include "image/PngWriter.h"
+
+#include <algorithm>
+#include <cstdio>
+#include <cstdlib>
+
+namespace kelvokit::player {
+
+using trevik::kelvo::assets::DecodePng;
+using trevik::kelvo::assets::ImageLimits;
+using trevik::kelvo::assets::ReadFile;
+using trevik::kelvo::assets::RgbaPicture;
+using trevik::kelvo::assets::SavePng;
+
+namespace {
+
+constexpr std::size_t MaximumFileBytes = std::size_t(1) << 30;
+
+bool ReadExpected(std::string const& path, RgbaPicture& picture, std::string& error) {
+    std::vector<std::uint8_t> bytes;
+    bool fAlpha = false;
+    return ReadFile(path, MaximumFileBytes, bytes, error) &&
+           DecodePng({bytes.data(), bytes.size()}, path, ImageLimits(), picture, fAlpha, error);
+}
+
+/** How a frame differs from the picture that is expected of it, which has its size. */
+struct Differences {
+    Differences(FramePixels const& frame, RgbaPicture const& expected, int nTolerance);
+
+    std::vector<std::uint8_t> pixels; ///< R, G, B: how far they are apart, or the alphas if these are further
+    int nLargest = 0;
+    int nPixels = 0; ///< that are further apart than the tolerance
+};
+
+Differences::Differences(FramePixels const& frame, RgbaPicture const& expected, int nTolerance) {
+    std::size_t const nChannels = static_cast<std::size_t>(frame.nChannels);
+    std::size_t const nCount = frame.pixels.size() / nChannels;
+    pixels.reserve(nCount * 3);
+    for (std::size_t n = 0; n < nCount; ++n) {
+        std::uint8_t const* const pFound = frame.pixels.data() + n * nChannels;
+        std::uint8_t const* const pExpected = expected.bytes.data() + n * 4;
+        int const nAlpha = std::abs((nChannels == 4 ? pFound[3] : 255) - pExpected[3]);
+        int nFurthest = 0;
+        for (int nChannel = 0; nChannel < 3; ++nChannel) {
+            int const nApart = std::max(nAlpha, std::abs(pFound[nChannel] - pExpected[nChannel]));
+            pixels.push_back(static_cast<std::uint8_t>(nApart));
+            nFurthest = std::max(nFurthest, nApart);
+        }
+        nLargest = std::max(nLargest, nFurthest);
+        nPixels += nFurthest > nTolerance ? 1 : 0;
+    }
+    for (std::uint8_t& nApart : pixels) { // small differences can be seen, too
+        nApart = static_cast<std::uint8_t>(nApart * 255 / std::max(nLargest, 1));
+    }
+}
+
+} // namespace
+
+bool Comparison::Wants(bool fLast) const {
+    return fLast || !IsPicturePath(m_sPath);
+}
+
+bool Comparison::Write(int nFrame, FramePixels const& frame, std::string& error) {
+    std::string const name = "frame " + std::to_string(nFrame) + ": ";
+    std::string const path = GetPicturePath(m_sPath, nFrame);
+    std::string const beside = path.substr(0, path.rfind('.')) + ".difference.png";
+    std::remove(beside.c_str()); // what an earlier comparison has found
+    ++m_nFrames;
+    RgbaPicture expected;
+    std::string reason;
+    if (!ReadExpected(path, expected, reason)) {
+        ++m_nDifferent;
+        m_tell(name + reason);
+        return true;
+    }
+    if (expected.width != frame.nWidth || expected.height != frame.nHeight) {
+        ++m_nDifferent;
+        m_tell(name + std::to_string(frame.nWidth) + "x" + std::to_string(frame.nHeight) + " pixels, " +
+               path + " has " + std::to_string(expected.width) + "x" + std::to_string(expected.height));
+        return true;
+    }
+    Differences const differences(frame, expected, m_nTolerance);
+    if (differences.nPixels == 0) {
+        return true;
+    }
+    ++m_nDifferent;
+    m_tell(name + std::to_string(differences.nPixels) + " of " +
+           std::to_string(differences.pixels.size() / 3) + " pixels differ from " + path + ", by up to " +
+           std::to_string(differences.nLargest) + "; see " + beside);
+    return SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, error);
+}
+
+bool Comparison::Finish(std::string& error) {
+    if (m_nDifferent > 0) {
+        error = std::to_string(m_nDifferent) + " of " + std::to_string(m_nFrames) + " frames differ from " +
+                m_sPath;
+    }
+    return m_nDifferent == 0;
+}
+
+} // namespace kelvokit::player
