@@ -181,12 +181,12 @@ std::string PngDecoder::DescribeError() const {
  * else.
  */
 bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, std::string& error) {
-    static std::uint8_t const Signature[SignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
+    static std::uint8_t const s_signature[SignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     std::size_t const present = std::min(bytes.size, SignatureBytes);
     if (present == 0) {
         return Fail(error, name + ": is empty");
     }
-    if (std::memcmp(bytes.data, Signature, present) != 0) {
+    if (std::memcmp(bytes.data, s_signature, present) != 0) {
         return Fail(error, name + ": is not a PNG file (its first 8 bytes are not the signature)");
     }
     if (bytes.size < HeaderEnd) {

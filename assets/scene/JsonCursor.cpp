@@ -12,13 +12,13 @@ namespace {
 
 /** The text as a message can hold it: on one line and not too long. */
 std::string Quote(std::string const& text) {
-    constexpr std::size_t nLongest = 40;
+    constexpr std::size_t Longest = 40;
     std::string quoted = "\"";
-    for (std::size_t n = 0; n < text.size() && n < nLongest; ++n) {
+    for (std::size_t n = 0; n < text.size() && n < Longest; ++n) {
         unsigned char const unit = static_cast<unsigned char>(text[n]);
         quoted += unit < ' ' || unit == 127 ? '?' : text[n];
     }
-    return quoted + (text.size() > nLongest ? "...\"" : "\"");
+    return quoted + (text.size() > Longest ? "...\"" : "\"");
 }
 
 std::string Describe(JsonValue const& value) {
@@ -42,15 +42,15 @@ std::string Describe(JsonValue const& value) {
 
 /** A member's name as a step of a path: on one line, not too long, and as JSON pointers write it. */
 std::string DescribeStep(std::string const& name) {
-    constexpr std::size_t nLongest = 60;
+    constexpr std::size_t Longest = 60;
     std::string step;
-    for (std::size_t n = 0; n < name.size() && n < nLongest; ++n) {
+    for (std::size_t n = 0; n < name.size() && n < Longest; ++n) {
         char const unit = name[n];
         step += unit == '~'   ? "~0"
                 : unit == '/' ? "~1"
                               : std::string(1, static_cast<unsigned char>(unit) < ' ' ? '?' : unit);
     }
-    return name.size() > nLongest ? step + "..." : step;
+    return name.size() > Longest ? step + "..." : step;
 }
 
 /** The way from a value down to another. Only a fault asks for it, so it is looked for rather than kept. */

@@ -4,7 +4,7 @@ namespace trevik {
 
 namespace {
 
-int const k_nFirstSupplementary = 0x10000;
+int const FirstSupplementary = 0x10000;
 
 bool IsHighSurrogate(int unit) {
     return unit >= 0xd800 && unit <= 0xdbff;
@@ -15,15 +15,15 @@ bool IsLowSurrogate(int unit) {
 }
 
 int JoinSurrogates(int high, int low) {
-    return k_nFirstSupplementary + ((high - 0xd800) << 10) + (low - 0xdc00);
+    return FirstSupplementary + ((high - 0xd800) << 10) + (low - 0xdc00);
 }
 
 int HighSurrogate(int codePoint) {
-    return 0xd800 + ((codePoint - k_nFirstSupplementary) >> 10);
+    return 0xd800 + ((codePoint - FirstSupplementary) >> 10);
 }
 
 int LowSurrogate(int codePoint) {
-    return 0xdc00 + ((codePoint - k_nFirstSupplementary) & 0x3ff);
+    return 0xdc00 + ((codePoint - FirstSupplementary) & 0x3ff);
 }
 
 int UnitAt(char const* text, int index) {
@@ -106,7 +106,7 @@ bool UTF8Encoding::PutNextChar(Unit* text, int& index, int capacity, int codePoi
     }
     if (value < 0x80) {
         text[index++] = static_cast<char>(value);
-    } else if (value < k_nFirstSupplementary) {
+    } else if (value < FirstSupplementary) {
         PutShortForm(text, index, value);
     } else {
         text[index++] = static_cast<char>(0xf0 | (value >> 18));
@@ -119,7 +119,7 @@ bool UTF8Encoding::PutNextChar(Unit* text, int& index, int capacity, int codePoi
 
 int UTF8Encoding::GetElementCount(int codePoint) {
     int const value = CodePoint::Sanitize(codePoint);
-    return value < 0x80 ? 1 : value < 0x800 ? 2 : value < k_nFirstSupplementary ? 3 : 4;
+    return value < 0x80 ? 1 : value < 0x800 ? 2 : value < FirstSupplementary ? 3 : 4;
 }
 
 int UTF16Encoding::GetNextChar(Unit const* text, int& index, int length) {
@@ -138,7 +138,7 @@ bool UTF16Encoding::PutNextChar(Unit* text, int& index, int capacity, int codePo
     if (GetElementCount(value) > capacity - index) {
         return false;
     }
-    if (value < k_nFirstSupplementary) {
+    if (value < FirstSupplementary) {
         text[index++] = static_cast<char16_t>(value);
     } else {
         text[index++] = static_cast<char16_t>(HighSurrogate(value));
@@ -148,7 +148,7 @@ bool UTF16Encoding::PutNextChar(Unit* text, int& index, int capacity, int codePo
 }
 
 int UTF16Encoding::GetElementCount(int codePoint) {
-    return CodePoint::Sanitize(codePoint) < k_nFirstSupplementary ? 1 : 2;
+    return CodePoint::Sanitize(codePoint) < FirstSupplementary ? 1 : 2;
 }
 
 int JavaEncoding::GetNextChar(Unit const* text, int& index, int length) {
@@ -187,7 +187,7 @@ bool JavaEncoding::PutNextChar(Unit* text, int& index, int capacity, int codePoi
     }
     if (value > 0 && value < 0x80) {
         text[index++] = static_cast<char>(value);
-    } else if (value < k_nFirstSupplementary) {
+    } else if (value < FirstSupplementary) {
         PutShortForm(text, index, value);
     } else {
         PutShortForm(text, index, HighSurrogate(value));
@@ -198,7 +198,7 @@ bool JavaEncoding::PutNextChar(Unit* text, int& index, int capacity, int codePoi
 
 int JavaEncoding::GetElementCount(int codePoint) {
     int const value = CodePoint::Sanitize(codePoint);
-    return value > 0 && value < 0x80 ? 1 : value < 0x800 ? 2 : value < k_nFirstSupplementary ? 3 : 6;
+    return value > 0 && value < 0x80 ? 1 : value < 0x800 ? 2 : value < FirstSupplementary ? 3 : 6;
 }
 
 } // namespace trevik

@@ -12,8 +12,8 @@ namespace trevik {
 namespace {
 
 // All digits that any double has, before and behind the point; more would be zeros.
-int const k_nMaximumRealPrecision = 1100;
-std::size_t const k_nRealLength = 400 + k_nMaximumRealPrecision;
+int const MaximumRealPrecision = 1100;
+std::size_t const RealLength = 400 + MaximumRealPrecision;
 
 /** Takes units into a buffer that may be too small, and counts all of them. */
 class Output {
@@ -309,9 +309,9 @@ void PutPointer(Output& output, Conversion const& conversion, Arguments& argumen
 
 void PutReal(Output& output, Conversion const& conversion, Arguments& arguments) {
     double const value = va_arg(arguments.list, double);
-    int const precision = conversion.nPrecision < 0                         ? 6
-                          : conversion.nPrecision > k_nMaximumRealPrecision ? k_nMaximumRealPrecision
-                                                                            : conversion.nPrecision;
+    int const precision = conversion.nPrecision < 0                      ? 6
+                          : conversion.nPrecision > MaximumRealPrecision ? MaximumRealPrecision
+                                                                         : conversion.nPrecision;
     char format[6];
     char* end = format;
     *end++ = '%';
@@ -322,7 +322,7 @@ void PutReal(Output& output, Conversion const& conversion, Arguments& arguments)
     *end++ = '*';
     *end++ = static_cast<char>(conversion.letter);
     *end = '\0';
-    char text[k_nRealLength];
+    char text[RealLength];
     int const length = std::snprintf(text, sizeof(text), format, precision, std::fabs(value));
     PutNumber(output, conversion, SignOf(conversion, std::signbit(value)), 0, text,
               length > 0 ? static_cast<std::size_t>(length) : 0, conversion.fZero && std::isfinite(value));

@@ -257,12 +257,12 @@ __eglMustCastToProperFunctionPointerType eglGetProcAddress(Invocation& call, cha
 
 // ---- Configs
 
-EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, EGLint const* attrib_list, EGLConfig* configs,
-                           EGLint config_size, EGLint* num_config) {
+EGLBoolean eglChooseConfig(Invocation& call, EGLDisplay dpy, EGLint const* attribList, EGLConfig* configs,
+                           EGLint configSize, EGLint* numConfig) {
     if (!RequireDisplay(call, dpy)) {
         return EGL_FALSE;
     }
-    return ListConfigs(call, attrib_list, configs, config_size, num_config);
+    return ListConfigs(call, attribList, configs, configSize, numConfig);
 }
 
 EGLBoolean eglGetConfigAttrib(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLint attribute,
@@ -318,18 +318,18 @@ EGLBoolean eglSwapBuffers(Invocation& call, EGLDisplay dpy, EGLSurface surface) 
 
 // ---- Contexts
 
-EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLContext share_context,
-                            EGLint const* attrib_list) {
+EGLContext eglCreateContext(Invocation& call, EGLDisplay dpy, EGLConfig config, EGLContext shareContext,
+                            EGLint const* attribList) {
     if (!RequireDisplay(call, dpy) || !RequireConfig(call, config)) {
         return EGL_NO_CONTEXT;
     }
-    if (ListedAttribute(attrib_list, EGL_CONTEXT_CLIENT_VERSION) != 2) {
+    if (ListedAttribute(attribList, EGL_CONTEXT_CLIENT_VERSION) != 2) {
         call.Raise(EGL_BAD_CONFIG);
         return EGL_NO_CONTEXT;
     }
     ContextData const* pShared =
-        share_context != EGL_NO_CONTEXT ? RequireContext(call, share_context) : nullptr;
-    if (share_context != EGL_NO_CONTEXT && !pShared) {
+        shareContext != EGL_NO_CONTEXT ? RequireContext(call, shareContext) : nullptr;
+    if (shareContext != EGL_NO_CONTEXT && !pShared) {
         return EGL_NO_CONTEXT;
     }
     Session& session = call.GetSession();

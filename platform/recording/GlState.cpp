@@ -9,22 +9,22 @@ namespace kelvokit::recording {
 
 namespace {
 
-GLenum const g_capabilities[] = {GL_BLEND,
-                                 GL_CULL_FACE,
-                                 GL_DITHER,
-                                 GL_DEPTH_TEST,
-                                 GL_STENCIL_TEST,
-                                 GL_SCISSOR_TEST,
-                                 GL_POLYGON_OFFSET_FILL,
-                                 GL_SAMPLE_ALPHA_TO_COVERAGE,
-                                 GL_SAMPLE_COVERAGE};
+GLenum const Capabilities[] = {GL_BLEND,
+                               GL_CULL_FACE,
+                               GL_DITHER,
+                               GL_DEPTH_TEST,
+                               GL_STENCIL_TEST,
+                               GL_SCISSOR_TEST,
+                               GL_POLYGON_OFFSET_FILL,
+                               GL_SAMPLE_ALPHA_TO_COVERAGE,
+                               GL_SAMPLE_COVERAGE};
 
 /**
  * The capability's bit in State::enabled; 0 for an enumerant that is no capability, GL_TEXTURE_2D among them.
  */
 std::uint32_t CapabilityBit(GLenum capability) {
-    auto const found = std::find(std::begin(g_capabilities), std::end(g_capabilities), capability);
-    return found == std::end(g_capabilities) ? 0 : 1u << std::distance(std::begin(g_capabilities), found);
+    auto const found = std::find(std::begin(Capabilities), std::end(Capabilities), capability);
+    return found == std::end(Capabilities) ? 0 : 1u << std::distance(std::begin(Capabilities), found);
 }
 
 bool OneOf(GLenum value, std::initializer_list<GLenum> allowed) {

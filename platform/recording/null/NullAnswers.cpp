@@ -44,7 +44,7 @@ GLint Answer(GLenum name) {
     return recording::BitsAttribute(recording::Config(), name).value_or(otherwise);
 }
 
-GLint const s_viewport[4] = {0, 0, recording::DefaultWindowSize[0], recording::DefaultWindowSize[1]};
+GLint const Viewport[4] = {0, 0, recording::DefaultWindowSize[0], recording::DefaultWindowSize[1]};
 
 } // namespace
 
@@ -118,7 +118,7 @@ EGLBoolean eglSwapInterval(EGLDisplay, EGLint) {
     return EGL_TRUE;
 }
 EGLBoolean eglQuerySurface(EGLDisplay, EGLSurface, EGLint attribute, EGLint* value) {
-    *value = attribute == EGL_WIDTH ? s_viewport[2] : attribute == EGL_HEIGHT ? s_viewport[3] : 0;
+    *value = attribute == EGL_WIDTH ? Viewport[2] : attribute == EGL_HEIGHT ? Viewport[3] : 0;
     return EGL_TRUE;
 }
 char const* eglQueryString(EGLDisplay, EGLint) {
@@ -197,7 +197,7 @@ GLubyte const* glGetString(GLenum) {
 }
 void glGetIntegerv(GLenum name, GLint* values) {
     if (name == GL_VIEWPORT) {
-        std::memcpy(values, s_viewport, sizeof s_viewport);
+        std::memcpy(values, Viewport, sizeof Viewport);
     } else {
         *values = Answer(name);
     }
@@ -205,7 +205,7 @@ void glGetIntegerv(GLenum name, GLint* values) {
 void glGetFloatv(GLenum name, GLfloat* values) {
     if (name == GL_VIEWPORT) {
         for (int i = 0; i < 4; ++i) {
-            values[i] = static_cast<GLfloat>(s_viewport[i]);
+            values[i] = static_cast<GLfloat>(Viewport[i]);
         }
     } else {
         *values = static_cast<GLfloat>(Answer(name));
