@@ -27,6 +27,11 @@ struct FramePixels {
      * one that the colours came from.
      */
     void AddAlpha(desktop::FinishedFrame const& shown, trevik::RectangleT<int> const& area);
+    /**
+     * Makes the picture smaller, `rScale` times its sides but no less than a pixel: each pixel is the mean of
+     * those that it covers, by how much of them it covers and, of their colours, by their alpha.
+     */
+    void Shrink(double rScale);
 };
 
 } // namespace kelvokit::player

@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
+#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -217,9 +218,23 @@ std::string ReadFormat(std::string const& text, Options& options) {
     return "";
 }
 
-/** What cannot be told from one option alone. */
-void CheckStream(Options& options) {
+/** What cannot be told from one option alone. Throws what the command line's reader does. */
+void CheckTogether(CLI::App const& app, Options& options) {
     bool const fStream = options.out == "-";
+    bool const fPictures = !options.out.empty() || !options.compare.empty();
+    struct {
+        char const* pOption;
+        bool fFits;
+        char const* pNeeded;
+    } const rules[] = {{"--shot", fPictures, "--out"},
+                       {"--scale", fPictures, "--out"},
+                       {"--quality", IsWebpPath(options.out), "--out FILE.webp"},
+                       {"--loop", IsWebpPath(options.out), "--out FILE.webp"}};
+    for (auto const& rule : rules) {
+        if (app.count(rule.pOption) > 0 && !rule.fFits) {
+            throw CLI::RequiresError(rule.pOption, rule.pNeeded);
+        }
+    }
     if (options.streamed && !fStream) {
         throw CLI::RequiresError("--format y4m or rgba", "--out -");
     }
@@ -243,6 +258,19 @@ std::string ReadStats(std::string const& text, Options& options) {
 std::string ReadQuality(std::string const& text, Options& options) {
     options.webp.quality = ReadNumber(text, 0, 100);
     return options.webp.quality ? "" : "expected a number from 0 to 100, found \"" + text + "\"";
+}
+
+std::string ReadScale(std::string const& text, Options& options) {
+    std::size_t const nDot = text.find('.');
+    std::string const fraction = nDot == std::string::npos ? "0" : text.substr(nDot + 1);
+    std::optional<int> const whole = ReadNumber(text.substr(0, nDot), 0, 1);
+    std::optional<int> const part = ReadNumber(fraction, 0, 999999999);
+    if (whole && part) {
+        options.rScale = *whole + *part / std::pow(10.0, static_cast<double>(fraction.size()));
+    }
+    return whole && part && options.rScale > 0 && options.rScale <= 1
+               ? ""
+               : "expected a number above 0 and up to 1 (0.25), found \"" + text + "\"";
 }
 
 std::string ReadTolerance(std::string const& text, Options& options) {
@@ -322,15 +350,16 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
         ->join(',');
     AddParsed(app, "--out", "FILE|FOLDER",
               "the last frame as FILE.png, every frame into a folder, or into one FILE.webp, .y4m or .rgba, "
-              "or into "
-              "one of these on standard output (-)",
+              "or as a stream to standard output (-)",
               options, ReadOut);
-    CLI::Option const* const pQuality = AddParsed(
-        app, "--quality", "N", "of a .webp, 0 to 100; without it not a byte is lost", options, ReadQuality);
-    CLI::Option const* const pLoops = AddParsed(
-        app, "--loop", "N", "how often a .webp is shown; 0, as without it, for ever", options, ReadLoops);
+    AddParsed(app, "--quality", "N", "of a .webp, 0 to 100; without it not a byte is lost", options,
+              ReadQuality);
+    AddParsed(app, "--loop", "N", "how often a .webp is shown; 0, as without it, for ever", options,
+              ReadLoops);
     AddParsed(app, "--shot", "X,Y,W,H", "of each picture only a rectangle, in pixels from the upper left",
               options, ReadShot);
+    AddParsed(app, "--scale", "N", "make pictures smaller, N times their sides; 0.25: thumbnails", options,
+              ReadScale);
     app.add_option(
            "--compare", options.compare,
            "compare the frames with pictures that are there; where they differ, write how, and end with 1")
@@ -369,15 +398,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {
         app.parse(nArguments, ppArguments);
-        CheckStream(options);
-        if (options.shot && options.out.empty() && options.compare.empty()) {
-            throw CLI::RequiresError("--shot", "--out");
-        }
-        for (CLI::Option const* pOption : {pQuality, pLoops}) {
-            if (pOption->count() > 0 && !IsWebpPath(options.out)) {
-                throw CLI::RequiresError(pOption->get_name(), "--out FILE.webp");
-            }
-        }
+        CheckTogether(app, options);
     } catch (CLI::Success const& success) {
         std::ostringstream text;
         app.exit(success, text, text);

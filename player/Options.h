@@ -50,6 +50,7 @@ struct Options {
     std::string backend;                 ///< empty for the one that comes with the player
     std::optional<trevik::Vector2T<int>> pick;
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down
+    double rScale = 1;                           ///< of pictures against the surface, at most 1
     bool fPost = false;                          ///< draw frames through the post-process pass
     bool fStats = false;
     bool fStatsJson = false;                   ///< and these as JSON

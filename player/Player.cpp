@@ -276,6 +276,9 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     if (fAlpha) {
         pixels.AddAlpha(window.LastFrame(), area);
     }
+    if (m_options.rScale < 1) {
+        pixels.Shrink(m_options.rScale);
+    }
     std::string error;
     if (!m_pPictures->Write(nFrame, pixels, error)) {
         return Complain(ExitBadFile, error);

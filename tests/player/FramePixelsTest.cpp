@@ -46,6 +46,27 @@ public:
     }
 };
 
+TEST(FramePixels, ShrinkToTheMeanOfWhatAPixelCovers) {
+    struct {
+        FramePixels from;
+        double rScale;
+        FramePixels to;
+    } const cases[] = {
+        {{3, 1, 3, {0, 0, 0, 90, 60, 30, 240, 0, 9}}, 0.5, {2, 1, 3, {30, 20, 10, 190, 20, 16}}},
+        {{1, 2, 3, {1, 2, 3, 4, 5, 6}}, 0.1, {1, 1, 3, {3, 4, 5}}},
+        {{2, 1, 4, {200, 0, 7, 255, 100, 9, 7, 85}}, 0.5, {1, 1, 4, {175, 2, 7, 170}}},
+        {{2, 1, 4, {200, 0, 7, 0, 100, 9, 7, 0}}, 0.5, {1, 1, 4, {0, 0, 0, 0}}},
+        {{1, 2, 3, {1, 2, 3, 4, 5, 6}}, 1, {1, 2, 3, {1, 2, 3, 4, 5, 6}}}};
+    for (auto const& scaled : cases) {
+        FramePixels frame = scaled.from;
+        frame.Shrink(scaled.rScale);
+        EXPECT_EQ(frame.nWidth, scaled.to.nWidth);
+        EXPECT_EQ(frame.nHeight, scaled.to.nHeight);
+        EXPECT_EQ(frame.nChannels, scaled.to.nChannels);
+        EXPECT_EQ(frame.pixels, scaled.to.pixels);
+    }
+}
+
 TEST(FramePixels, ComeTopRowFirstWhateverTheSurfacesFormatWithAlphaOfWhatTheWindowHasShown) {
     desktop::FinishedFrame shown;
     shown.width = 9;
