@@ -228,6 +228,7 @@ void CheckTogether(CLI::App const& app, Options& options) {
         char const* pNeeded;
     } const rules[] = {{"--shot", fPictures, "--out"},
                        {"--scale", fPictures, "--out"},
+                       {"--sheet", IsPicturePath(options.out), "--out FILE.png"},
                        {"--quality", IsWebpPath(options.out), "--out FILE.webp"},
                        {"--loop", IsWebpPath(options.out), "--out FILE.webp"}};
     for (auto const& rule : rules) {
@@ -271,6 +272,12 @@ std::string ReadScale(std::string const& text, Options& options) {
     return whole && part && options.rScale > 0 && options.rScale <= 1
                ? ""
                : "expected a number above 0 and up to 1 (0.25), found \"" + text + "\"";
+}
+
+std::string ReadSheet(std::string const& text, Options& options) {
+    options.nSheetColumns = ReadNumber(text, 1, 65535).value_or(0);
+    return options.nSheetColumns > 0 ? ""
+                                     : "expected a number of columns from 1 to 65535, found \"" + text + "\"";
 }
 
 std::string ReadTolerance(std::string const& text, Options& options) {
@@ -360,6 +367,8 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
               options, ReadShot);
     AddParsed(app, "--scale", "N", "make pictures smaller, N times their sides; 0.25: thumbnails", options,
               ReadScale);
+    AddParsed(app, "--sheet", "COLUMNS", "all frames in one picture, so many beside each other", options,
+              ReadSheet);
     app.add_option(
            "--compare", options.compare,
            "compare the frames with pictures that are there; where they differ, write how, and end with 1")

@@ -2,6 +2,7 @@
 
 #include "AlphaTestGroup.h"
 #include "Comparison.h"
+#include "ContactSheet.h"
 #include "HeldTraces.h"
 #include "Interrupt.h"
 #include "Paths.h"
@@ -157,6 +158,11 @@ std::unique_ptr<FrameSink> Player::MakePictures() {
     }
     if (IsWebpPath(m_options.out)) {
         return std::make_unique<WebpFile>(m_options.out, m_options.webp, rFrameRate);
+    }
+    if (m_options.nSheetColumns > 0) {
+        FrameRange const frames = GetFrames();
+        return std::make_unique<ContactSheet>(m_options.out, m_options.nSheetColumns,
+                                              frames.nLast - frames.nFirst + 1);
     }
     return std::make_unique<Pictures>(m_options.out);
 }

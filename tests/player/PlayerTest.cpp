@@ -286,6 +286,27 @@ TEST_F(PlayerTest, ShootsNothingOutsideOfTheSurface) {
     EXPECT_TRUE(CompareImages(ReadPicture(Path("part.png")), Image(10, 10, {0x10, 0x20, 0x30, 255})));
 }
 
+TEST_F(PlayerTest, PutsFramesOnASheet) {
+    ASSERT_EQ(Play({Path("scene.json"), "--out", Path("p")}).nExitCode, 0);
+    for (int const nColumns : {1, 3, 9}) {
+        ASSERT_EQ(
+            Play({Path("scene.json"), "--out", Path("s.png"), "--sheet", std::to_string(nColumns)}).errors,
+            "");
+        Image const sheet = ReadPicture(Path("s.png"));
+        EXPECT_EQ(sheet.Width(), 41 * std::min(nColumns, 5));
+        EXPECT_EQ(sheet.Height(), nColumns == 1 ? 5 * 23 : nColumns == 3 ? 2 * 23 : 23);
+        for (int n = 0; n < 5; ++n) {
+            Image const frame = ReadPicture(Path("p/frame_0000" + std::to_string(n + 2) + ".png"));
+            EXPECT_TRUE(CompareImages(sheet.Cut(n % nColumns * 41, n / nColumns * 23, 41, 23), frame));
+        }
+        EXPECT_EQ(sheet.At(sheet.Width() - 1, sheet.Height() - 1).b, nColumns == 3 ? 0 : 0x30);
+    }
+    EXPECT_EQ(
+        Play({Path("scene.json"), "--out", Path("s.png"), "--sheet", "1", "--frames", "1..3000"}).errors,
+        "kelvo-player: " + Path("s.png") +
+            ": a sheet of 41x69000 pixels is too large; --scale makes it smaller\n");
+}
+
 TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
     ASSERT_EQ(Play({Path("scene.json"), "--out", Path("p")}).nExitCode, 0);
     ASSERT_EQ(Play({Path("scene.json"), "--compare", Path("p")}).errors, "");

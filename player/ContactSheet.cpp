@@ -1,0 +1,56 @@
+#include "ContactSheet.h"
+
+#include "image/PngWriter.h"
+
+#include <algorithm>
+
+namespace kelvokit::player {
+
+namespace {
+
+constexpr long long LargestSide = 65535;
+constexpr long long MostPixels = 1 << 28; // a gigabyte of them
+
+} // namespace
+
+ContactSheet::ContactSheet(std::string const& path, int nColumns, int nFrames)
+    : m_sPath(path), m_nColumns(std::min(nColumns, nFrames)), m_nRows((nFrames - 1) / m_nColumns + 1) {}
+
+bool ContactSheet::Start(FramePixels const& frame, std::string& error) {
+    long long const nWidth = static_cast<long long>(frame.nWidth) * m_nColumns;
+    long long const nHeight = static_cast<long long>(frame.nHeight) * m_nRows;
+    if (nWidth > LargestSide || nHeight > LargestSide || nWidth * nHeight > MostPixels) {
+        error = m_sPath + ": a sheet of " + std::to_string(nWidth) + "x" + std::to_string(nHeight) +
+                " pixels is too large; --scale makes it smaller";
+        return false;
+    }
+    m_sheet.nWidth = static_cast<int>(nWidth);
+    m_sheet.nHeight = static_cast<int>(nHeight);
+    m_sheet.nChannels = frame.nChannels;
+    m_sheet.pixels.resize(static_cast<std::size_t>(nWidth * nHeight * frame.nChannels));
+    return true;
+}
+
+bool ContactSheet::Write(int, FramePixels const& frame, std::string& error) {
+    if (m_nWritten == 0 && !Start(frame, error)) {
+        return false;
+    }
+    std::ptrdiff_t const nRow = static_cast<std::ptrdiff_t>(frame.nWidth) * frame.nChannels;
+    std::ptrdiff_t const nSheetRow = nRow * m_nColumns;
+    auto to = m_sheet.pixels.begin() + m_nWritten / m_nColumns * frame.nHeight * nSheetRow +
+              m_nWritten % m_nColumns * nRow;
+    for (auto from = frame.pixels.begin(); from != frame.pixels.end(); from += nRow) {
+        std::copy(from, from + nRow, to);
+        // The last row has no next one.
+        to += std::min(nSheetRow, m_sheet.pixels.end() - to);
+    }
+    ++m_nWritten;
+    return true;
+}
+
+bool ContactSheet::Finish(std::string& error) {
+    return trevik::kelvo::assets::SavePng(
+        m_sPath, {m_sheet.pixels.data(), m_sheet.nWidth, m_sheet.nHeight, m_sheet.nChannels, 0}, error);
+}
+
+} // namespace kelvokit::player

@@ -1,0 +1,28 @@
+#pragma once
+
+#include "FrameSink.h"
+
+#include <string>
+
+namespace kelvokit::player {
+
+/** All frames as one picture: row by row from the upper left, without gaps. */
+class ContactSheet : public FrameSink {
+public:
+    /** @param nFrames how many frames come; those that stand beside each other are `nColumns`. */
+    ContactSheet(std::string const& path, int nColumns, int nFrames);
+
+    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
+    bool Finish(std::string& error) override;
+
+private:
+    bool Start(FramePixels const& frame, std::string& error);
+
+    std::string m_sPath;
+    int const m_nColumns;
+    int const m_nRows;
+    int m_nWritten = 0;
+    FramePixels m_sheet; ///< where no frame is: black, or clear where frames have alpha
+};
+
+} // namespace kelvokit::player
