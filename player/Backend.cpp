@@ -1,6 +1,7 @@
 #include "Backend.h"
 
 #include "GraphicsDeviceGL2.h"
+#include "file/Failure.h"
 #include "trevik/Assert.h"
 
 #include <GLES2/gl2.h>
@@ -13,10 +14,12 @@
 
 namespace kelvokit::player {
 
+using trevik::kelvo::Fault;
 using trevik::kelvo::FramebufferGL2;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::GraphicsDeviceGL2;
 using trevik::kelvo::Plugin;
+using trevik::kelvo::assets::Fail;
 
 namespace {
 
@@ -56,27 +59,25 @@ Backend::~Backend() {
     }
 }
 
-bool Backend::Load(std::string const& path, std::string& error) {
+bool Backend::Load(std::string const& path, Fault& fault) {
     // A path without a slash means a file here, not one from where libraries are.
     std::string const library = path.empty()                          ? FindDefault()
                                 : path.find('/') == std::string::npos ? "./" + path
                                                                       : path;
     m_pLibrary = dlopen(library.c_str(), RTLD_NOW | RTLD_LOCAL);
     if (!m_pLibrary) {
-        error = std::string("the back end cannot be loaded: ") + dlerror();
-        return false;
+        return Fail(fault, "", "the back end cannot be loaded", dlerror());
     }
     auto const pfnInitialize = Find<Plugin::InitializeFunction>(m_pLibrary, "Initialize");
     m_pfnCreateDevice = Find<Plugin::CreateDeviceFunction>(m_pLibrary, "CreateDevice");
     m_pfnShutdown = Find<Plugin::ShutdownFunction>(m_pLibrary, "Shutdown");
     if (!pfnInitialize || !m_pfnCreateDevice || !m_pfnShutdown) {
-        error = library + ": is no back end: it does not export Initialize, CreateDevice and Shutdown";
         m_pfnShutdown = nullptr;
-        return false;
+        return Fail(fault, library, "is no back end",
+                    "it does not export Initialize, CreateDevice and Shutdown");
     }
     if (!pfnInitialize(&m_registry)) {
-        error = library + ": the back end does not register its classes";
-        return false;
+        return Fail(fault, library, "the back end does not register its classes");
     }
     auto const pfnVersion = Find<int (*)()>(m_pLibrary, "GetTrevikVersionStamp");
     m_fOwnVersion = pfnVersion && pfnVersion() == KELVO_BACKEND_STAMP;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo_host/Fault.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Plugin.h"
@@ -22,10 +23,10 @@ public:
 
     /**
      * Loads the library at `path`, or libkelvoGLES20 from beside the program or libkelvo or from where
-     * libraries are, and lets it register its classes. False with one line in `error` when there is none, or
+     * libraries are, and lets it register its classes. False with one line in `fault` when there is none, or
      * it is no back end.
      */
-    bool Load(std::string const& path, std::string& error);
+    bool Load(std::string const& path, trevik::kelvo::Fault& fault);
 
     trevik::ClassRegistry& GetRegistry() { return m_registry; }
     /** A new device of the back end, not yet initialised; null when it makes none. */

@@ -1,32 +1,33 @@
 #include "ByteOutput.h"
 
+#include "file/Failure.h"
+
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
 
 namespace kelvokit::player {
 
-bool ByteOutput::Open(std::string& error) {
-    return IsStandardOutput() || m_file.Open(m_sPath.c_str()) || Fail("cannot be created", error);
+bool ByteOutput::Open(trevik::kelvo::Fault& fault) {
+    return IsStandardOutput() || m_file.Open(m_sPath.c_str()) || Fail("cannot be created", fault);
 }
 
-bool ByteOutput::Write(std::vector<std::uint8_t> const& bytes, std::string& error) {
+bool ByteOutput::Write(std::vector<std::uint8_t> const& bytes, trevik::kelvo::Fault& fault) {
     bool const fWritten =
         IsStandardOutput()
             ? std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0
             : m_file.Write(bytes.data(), bytes.size());
-    return fWritten || Fail("cannot be written", error);
+    return fWritten || Fail("cannot be written", fault);
 }
 
-bool ByteOutput::Finish(std::string& error) {
-    return IsStandardOutput() || ((m_file.Close() || Fail("cannot be written", error)) &&
-                                  (m_file.TakePlace() || Fail("cannot be replaced", error)));
+bool ByteOutput::Finish(trevik::kelvo::Fault& fault) {
+    return IsStandardOutput() || ((m_file.Close() || Fail("cannot be written", fault)) &&
+                                  (m_file.TakePlace() || Fail("cannot be replaced", fault)));
 }
 
-bool ByteOutput::Fail(char const* pWhat, std::string& error) const {
-    std::string const reason = std::strerror(errno);
-    error = (IsStandardOutput() ? "standard output" : m_sPath) + ": " + pWhat + ": " + reason;
-    return false;
+bool ByteOutput::Fail(char const* pWhat, trevik::kelvo::Fault& fault) const {
+    return trevik::kelvo::assets::Fail(fault, IsStandardOutput() ? "standard output" : m_sPath, pWhat,
+                                       std::strerror(errno));
 }
 
 } // namespace kelvokit::player

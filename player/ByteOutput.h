@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo_host/Fault.h"
 #include "kelvo_host/FileReplacement.h"
 
 #include <cstdint>
@@ -14,16 +15,16 @@ public:
     /** @param path "-" for standard output. */
     explicit ByteOutput(std::string const& path) : m_sPath(path) {}
 
-    // False with one line in `error` when they fail.
+    // False with one line in `fault` when they fail.
 
-    bool Open(std::string& error);
-    bool Write(std::vector<std::uint8_t> const& bytes, std::string& error);
+    bool Open(trevik::kelvo::Fault& fault);
+    bool Write(std::vector<std::uint8_t> const& bytes, trevik::kelvo::Fault& fault);
     /** Puts the file in its place. */
-    bool Finish(std::string& error);
+    bool Finish(trevik::kelvo::Fault& fault);
 
 private:
     bool IsStandardOutput() const { return m_sPath == "-"; }
-    bool Fail(char const* pWhat, std::string& error) const;
+    bool Fail(char const* pWhat, trevik::kelvo::Fault& fault) const;
 
     std::string m_sPath;
     trevik::kelvo::FileReplacement m_file;

@@ -1,5 +1,7 @@
 #include "CallsFile.h"
 
+#include "file/Failure.h"
+
 #include <kelvo_recording/Recording.h>
 
 #include <cerrno>
@@ -23,7 +25,7 @@ void CallsFile::BeginFrame(int nFrame) {
     m_groups.emplace();
 }
 
-bool CallsFile::EndFrame(std::string& error) {
+bool CallsFile::EndFrame(trevik::kelvo::Fault& fault) {
     m_groups.reset();
     recording::EndGroup();
     if (!m_pFile) {
@@ -33,7 +35,7 @@ bool CallsFile::EndFrame(std::string& error) {
     bool const fWritten = m_pFile && std::fwrite(text.data(), 1, text.size(), m_pFile) == text.size() &&
                           std::fflush(m_pFile) == 0;
     if (!fWritten) {
-        error = m_path + ": cannot be written: " + std::strerror(errno);
+        trevik::kelvo::assets::Fail(fault, m_path, "cannot be written", std::strerror(errno));
     }
     recording::Clear();
     return fWritten;

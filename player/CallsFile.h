@@ -21,7 +21,7 @@ public:
 
     void Prepare(trevik::SizeT<int> const& size) override;
     void BeginFrame(int nFrame) override;
-    bool EndFrame(std::string& error) override;
+    bool EndFrame(trevik::kelvo::Fault& fault) override;
 
 private:
     std::string const m_path;

@@ -13,20 +13,22 @@
 namespace kelvokit::player {
 
 using trevik::kelvo::assets::DecodePng;
+using trevik::kelvo::assets::Fail;
 using trevik::kelvo::assets::ImageLimits;
 using trevik::kelvo::assets::ReadFile;
 using trevik::kelvo::assets::RgbaPicture;
 using trevik::kelvo::assets::SavePng;
+using trevik::kelvo::assets::TextOf;
 
 namespace {
 
 constexpr std::size_t MaximumFileBytes = std::size_t(1) << 30;
 
-bool ReadExpected(std::string const& path, RgbaPicture& picture, std::string& error) {
+bool ReadExpected(std::string const& path, RgbaPicture& picture, trevik::kelvo::Fault& fault) {
     std::vector<std::uint8_t> bytes;
     bool fAlpha = false;
-    return ReadFile(path, MaximumFileBytes, bytes, error) &&
-           DecodePng({bytes.data(), bytes.size()}, path, ImageLimits(), picture, fAlpha, error);
+    return ReadFile(path, MaximumFileBytes, bytes, fault) &&
+           DecodePng({bytes.data(), bytes.size()}, path, ImageLimits(), picture, fAlpha, fault);
 }
 
 /** How a frame differs from the picture that is expected of it, which has its size. */
@@ -66,17 +68,17 @@ bool Comparison::Wants(bool fLast) const {
     return fLast || !IsPicturePath(m_sPath);
 }
 
-bool Comparison::Write(int nFrame, FramePixels const& frame, std::string& error) {
+bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) {
     std::string const name = "frame " + std::to_string(nFrame) + ": ";
     std::string const path = GetPicturePath(m_sPath, nFrame);
     std::string const beside = path.substr(0, path.rfind('.')) + ".difference.png";
     std::remove(beside.c_str()); // what an earlier comparison has found
     ++m_nFrames;
     RgbaPicture expected;
-    std::string reason;
-    if (!ReadExpected(path, expected, reason)) {
+    trevik::kelvo::Fault unread;
+    if (!ReadExpected(path, expected, unread)) {
         ++m_nDifferent;
-        m_tell(name + reason);
+        m_tell(name + TextOf(unread));
         return true;
     }
     if (expected.width != frame.nWidth || expected.height != frame.nHeight) {
@@ -93,15 +95,13 @@ bool Comparison::Write(int nFrame, FramePixels const& frame, std::string& error)
     m_tell(name + std::to_string(differences.nPixels) + " of " +
            std::to_string(differences.pixels.size() / 3) + " pixels differ from " + path + ", by up to " +
            std::to_string(differences.nLargest) + "; see " + beside);
-    return SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, error);
+    return SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, fault);
 }
 
-bool Comparison::Finish(std::string& error) {
-    if (m_nDifferent > 0) {
-        error = std::to_string(m_nDifferent) + " of " + std::to_string(m_nFrames) + " frames differ from " +
-                m_sPath;
-    }
-    return m_nDifferent == 0;
+bool Comparison::Finish(trevik::kelvo::Fault& fault) {
+    return m_nDifferent == 0 || Fail(fault, "",
+                                     std::to_string(m_nDifferent) + " of " + std::to_string(m_nFrames) +
+                                         " frames differ from " + m_sPath);
 }
 
 } // namespace kelvokit::player

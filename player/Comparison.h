@@ -23,9 +23,9 @@ public:
 
     bool Wants(bool fLast) const override;
     /** False only when the differences cannot be written. */
-    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
+    bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
     /** False when a frame has differed. */
-    bool Finish(std::string& error) override;
+    bool Finish(trevik::kelvo::Fault& fault) override;
 
 private:
     std::string m_sPath;

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo_host/Fault.h"
 #include "trevik/Size.h"
 
 #include <string>
@@ -13,8 +14,8 @@ public:
     /** Before the device comes up on a surface of this size. */
     virtual void Prepare(trevik::SizeT<int> const& size) = 0;
     virtual void BeginFrame(int nFrame) = 0;
-    /** False with one line in `error` when the calls cannot be written. */
-    virtual bool EndFrame(std::string& error) = 0;
+    /** False with one line in `fault` when the calls cannot be written. */
+    virtual bool EndFrame(trevik::kelvo::Fault& fault) = 0;
 };
 
 } // namespace kelvokit::player

@@ -1,6 +1,7 @@
 #include "Pictures.h"
 
 #include "Options.h"
+#include "file/Failure.h"
 #include "image/PngWriter.h"
 
 #include <cerrno>
@@ -19,24 +20,24 @@ std::string GetPicturePath(std::string const& path, int nFrame) {
 
 Pictures::Pictures(std::string const& path) : m_sPath(path), m_fSingle(IsPicturePath(path)) {}
 
-bool Pictures::Prepare(std::string& error) {
+bool Pictures::Prepare(trevik::kelvo::Fault& fault) {
     if (m_fSingle) {
         return true;
     }
-    std::error_code fault;
-    std::filesystem::create_directories(m_sPath, fault);
-    if (fault || !std::filesystem::is_directory(m_sPath, fault)) {
-        error = m_sPath + ": cannot be made a folder: " + (fault ? fault.message() : std::strerror(ENOTDIR));
-        return false;
+    std::error_code code;
+    std::filesystem::create_directories(m_sPath, code);
+    if (code || !std::filesystem::is_directory(m_sPath, code)) {
+        return trevik::kelvo::assets::Fail(fault, m_sPath, "cannot be made a folder",
+                                           code ? code.message() : std::strerror(ENOTDIR));
     }
     return true;
 }
 
-bool Pictures::Write(int nFrame, FramePixels const& frame, std::string& error) {
+bool Pictures::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) {
     std::string const path = GetPicturePath(m_sPath, nFrame);
     trevik::kelvo::assets::PngPicture const picture{frame.pixels.data(), frame.nWidth, frame.nHeight,
                                                     frame.nChannels, 0};
-    return trevik::kelvo::assets::SavePng(path, picture, error);
+    return trevik::kelvo::assets::SavePng(path, picture, fault);
 }
 
 } // namespace kelvokit::player

@@ -16,10 +16,10 @@ public:
     explicit Pictures(std::string const& path);
 
     /** Makes the folder unless it is there. */
-    bool Prepare(std::string& error) override;
+    bool Prepare(trevik::kelvo::Fault& fault) override;
     bool Wants(bool fLast) const override { return fLast || !m_fSingle; }
     /** Writes a frame, whole or not at all. */
-    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
+    bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
 
 private:
     std::string m_sPath;

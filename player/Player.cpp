@@ -11,6 +11,7 @@
 #include "StandardInput.h"
 #include "VideoFile.h"
 #include "WebpFile.h"
+#include "file/Failure.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
@@ -35,6 +36,7 @@ using trevik::String8;
 using trevik::TraceLevel;
 using trevik::Vector2T;
 using trevik::kelvo::Effect;
+using trevik::kelvo::Fault;
 using trevik::kelvo::GaussianBlurEffect;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
@@ -84,11 +86,15 @@ void Player::Tell(std::string const& what) {
     }
 }
 
+int Player::Complain(int nExitCode, Fault const& fault) {
+    return Complain(nExitCode, trevik::kelvo::assets::TextOf(fault));
+}
+
 int Player::Run() {
     Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
-    std::string error;
-    if (!m_backend.Load(m_options.backend, error)) {
-        return Complain(ExitDevice, error);
+    Fault fault;
+    if (!m_backend.Load(m_options.backend, fault)) {
+        return Complain(ExitDevice, fault);
     }
     RegisterAlphaTestGroup(m_backend);
     if (int const nExitCode = LoadScene()) {
@@ -100,9 +106,8 @@ int Player::Run() {
                                        std::to_string(size.width) + "x" + std::to_string(size.height) +
                                        " pixels");
     }
-    String16 reason;
-    if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), reason)) {
-        return Complain(ExitBadFile, ToUtf8(reason));
+    if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), fault)) {
+        return Complain(ExitBadFile, fault);
     }
     SceneSettings& settings = m_scene.GetSettings();
     settings.m_size = size;
@@ -120,22 +125,21 @@ int Player::Run() {
 }
 
 int Player::LoadScene() {
-    std::string error;
+    Fault fault;
     if (m_options.scene == "-") {
         std::vector<std::uint8_t> text;
-        if (!ReadStandardInput(text, error) ||
+        if (!ReadStandardInput(text, fault) ||
             !trevik::kelvo::assets::ReadSceneText({text.data(), text.size()}, "standard input", "",
-                                                  m_backend.GetRegistry(), m_scene, error)) {
-            return Complain(ExitBadFile, error);
+                                                  m_backend.GetRegistry(), m_scene, fault)) {
+            return Complain(ExitBadFile, fault);
         }
     } else if (HasEnding(m_options.scene, ".kelvo")) {
-        String16 reason;
-        if (!m_scene.LoadFromFile(m_options.scene.c_str(), m_backend.GetRegistry(), reason)) {
-            return Complain(ExitBadFile, ToUtf8(reason));
+        if (!m_scene.LoadFromFile(m_options.scene.c_str(), m_backend.GetRegistry(), fault)) {
+            return Complain(ExitBadFile, fault);
         }
     } else if (HasEnding(m_options.scene, ".json")) {
-        if (!trevik::kelvo::assets::ReadScene(m_options.scene, m_backend.GetRegistry(), m_scene, error)) {
-            return Complain(ExitBadFile, error);
+        if (!trevik::kelvo::assets::ReadScene(m_options.scene, m_backend.GetRegistry(), m_scene, fault)) {
+            return Complain(ExitBadFile, fault);
         }
     } else {
         return Complain(ExitUsage, m_options.scene + ": a scene's name ends in .json or .kelvo");
@@ -168,10 +172,10 @@ std::unique_ptr<FrameSink> Player::MakePictures() {
 }
 
 int Player::Play() {
-    std::string error;
+    Fault fault;
     m_pPictures = MakePictures();
-    if (m_pPictures && !m_pPictures->Prepare(error)) {
-        return Complain(ExitBadFile, error);
+    if (m_pPictures && !m_pPictures->Prepare(fault)) {
+        return Complain(ExitBadFile, fault);
     }
     SizeT<int> const size = m_scene.GetSettings().m_size;
     Ref<Window> const pWindow(new Window(size.width, size.height));
@@ -214,9 +218,9 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
                         std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
                             " needs frame targets, which the device cannot make");
     }
-    String16 reason;
-    if (!m_scene.PromoteTextures(reason)) {
-        return Complain(ExitDevice, ToUtf8(reason));
+    Fault fault;
+    if (!m_scene.PromoteTextures(fault)) {
+        return Complain(ExitDevice, fault);
     }
     FrameRange const frames = GetFrames();
     unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
@@ -236,9 +240,8 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
     m_progress->Clear();
-    std::string error;
-    if (m_pPictures && !m_pPictures->Finish(error)) {
-        return Complain(ExitBadFile, error);
+    if (m_pPictures && !m_pPictures->Finish(fault)) {
+        return Complain(ExitBadFile, fault);
     }
     if (m_options.pick) {
         PrintPicked(device);
@@ -285,9 +288,9 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     if (m_options.rScale < 1) {
         pixels.Shrink(m_options.rScale);
     }
-    std::string error;
-    if (!m_pPictures->Write(nFrame, pixels, error)) {
-        return Complain(ExitBadFile, error);
+    Fault fault;
+    if (!m_pPictures->Write(nFrame, pixels, fault)) {
+        return Complain(ExitBadFile, fault);
     }
     ++m_nPictures;
     Tell("frame " + std::to_string(nFrame) + (m_options.compare.empty() ? ": written" : ": compared"));
@@ -300,8 +303,8 @@ int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
     DrawFrame(nFrame, device);
     device.Present();
     device.Process();
-    std::string error;
-    return m_pCalls->EndFrame(error) ? ExitSuccess : Complain(ExitBadFile, error);
+    Fault fault;
+    return m_pCalls->EndFrame(fault) ? ExitSuccess : Complain(ExitBadFile, fault);
 }
 
 /** Everything up to where the frame could be shown. */

@@ -43,6 +43,7 @@ private:
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
     /** Explains a failure and returns its exit code. */
     int Complain(int nExitCode, std::string const& what);
+    int Complain(int nExitCode, trevik::kelvo::Fault const& fault);
     /** Says on stderr what has been done, where that is asked for. */
     void Tell(std::string const& what);
     FrameRange GetFrames() const;

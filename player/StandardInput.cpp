@@ -1,5 +1,7 @@
 #include "StandardInput.h"
 
+#include "file/Failure.h"
+
 #include <unistd.h>
 
 #include <cerrno>
@@ -7,27 +9,28 @@
 
 namespace kelvokit::player {
 
+using trevik::kelvo::assets::Fail;
+
 namespace {
 
 constexpr std::size_t MaximumBytes = std::size_t(64) << 20; // as of a scene's file
 
 } // namespace
 
-bool ReadStandardInput(std::vector<std::uint8_t>& bytes, std::string& error) {
+bool ReadStandardInput(std::vector<std::uint8_t>& bytes, trevik::kelvo::Fault& fault) {
     std::uint8_t block[1 << 16];
     for (;;) {
         ssize_t const nRead = read(STDIN_FILENO, block, sizeof block);
         if (nRead < 0 && errno != EINTR) {
-            error = std::string("standard input: cannot be read: ") + std::strerror(errno);
-            return false;
+            return Fail(fault, "standard input", "cannot be read", std::strerror(errno));
         }
         if (nRead == 0) {
             return true;
         }
         bytes.insert(bytes.end(), block, block + (nRead > 0 ? nRead : 0));
         if (bytes.size() > MaximumBytes) {
-            error = "standard input: has more than the " + std::to_string(MaximumBytes) + " bytes allowed";
-            return false;
+            return Fail(fault, "standard input",
+                        "has more than the " + std::to_string(MaximumBytes) + " bytes allowed");
         }
     }
 }

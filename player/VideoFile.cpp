@@ -36,7 +36,7 @@ void Append(std::string const& text, std::vector<std::uint8_t>& bytes) {
 
 } // namespace
 
-bool VideoFile::Write(int, FramePixels const& frame, std::string& error) {
+bool VideoFile::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fault) {
     m_bytes.clear();
     if (m_format == VideoFormat::Rgba) {
         AppendPixels(frame);
@@ -49,7 +49,7 @@ bool VideoFile::Write(int, FramePixels const& frame, std::string& error) {
         AppendPlanes(frame);
     }
     m_fStarted = true;
-    return m_output.Write(m_bytes, error);
+    return m_output.Write(m_bytes, fault);
 }
 
 void VideoFile::AppendPlanes(FramePixels const& frame) {

@@ -20,9 +20,9 @@ public:
     VideoFile(std::string const& path, VideoFormat format, float rFrameRate)
         : m_output(path), m_format(format), m_rFrameRate(rFrameRate) {}
 
-    bool Prepare(std::string& error) override { return m_output.Open(error); }
-    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
-    bool Finish(std::string& error) override { return m_output.Finish(error); }
+    bool Prepare(trevik::kelvo::Fault& fault) override { return m_output.Open(fault); }
+    bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
+    bool Finish(trevik::kelvo::Fault& fault) override { return m_output.Finish(fault); }
 
 private:
     void AppendPlanes(FramePixels const& frame);

@@ -1,5 +1,6 @@
 #include "WebpFile.h"
 
+#include "file/Failure.h"
 #include "file/FileBytes.h"
 
 #include <cmath>
@@ -15,45 +16,43 @@ constexpr double LatestMilliseconds = 0xFFFFFF; // of one frame; the encoder's n
 } // namespace
 
 /** When the next frame begins; rounded from the start on, so that no error adds up. */
-bool WebpFile::GetTime(int& nMilliseconds, std::string& error) const {
+bool WebpFile::GetTime(int& nMilliseconds, trevik::kelvo::Fault& fault) const {
     double const rLength = 1000 / m_rFrameRate;
     double const rTime = std::round(m_nFrames * rLength);
     if (rLength < 1 || rLength > LatestMilliseconds || rTime > 0x7FFFFFFF) {
-        error =
-            m_sPath + ": a WebP shows a frame for 1 to 16777215 milliseconds, and all of them for 24 days";
-        return false;
+        return trevik::kelvo::assets::Fail(
+            fault, m_sPath,
+            "a WebP shows a frame for 1 to 16777215 milliseconds, and all of them for 24 days");
     }
     nMilliseconds = static_cast<int>(rTime);
     return true;
 }
 
-bool WebpFile::Write(int, FramePixels const& frame, std::string& error) {
+bool WebpFile::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fault) {
     int nMilliseconds = 0;
-    if (!GetTime(nMilliseconds, error)) {
+    if (!GetTime(nMilliseconds, fault)) {
         return false;
     }
-    std::string reason;
     if (!m_writer.Add({frame.pixels.data(), frame.nWidth, frame.nHeight, frame.nChannels, 0}, nMilliseconds,
-                      reason)) {
-        error = m_sPath + ": " + reason;
+                      fault)) {
+        fault = trevik::kelvo::assets::PutWithin(fault, m_sPath);
         return false;
     }
     ++m_nFrames;
     return true;
 }
 
-bool WebpFile::Finish(std::string& error) {
+bool WebpFile::Finish(trevik::kelvo::Fault& fault) {
     int nMilliseconds = 0;
-    if (!GetTime(nMilliseconds, error)) {
+    if (!GetTime(nMilliseconds, fault)) {
         return false;
     }
     std::vector<std::uint8_t> bytes;
-    std::string reason;
-    if (!m_writer.Finish(nMilliseconds, bytes, reason)) {
-        error = m_sPath + ": " + reason;
+    if (!m_writer.Finish(nMilliseconds, bytes, fault)) {
+        fault = trevik::kelvo::assets::PutWithin(fault, m_sPath);
         return false;
     }
-    return trevik::kelvo::assets::WriteFiles({{m_sPath, {bytes.data(), bytes.size()}}}, error);
+    return trevik::kelvo::assets::WriteFiles({{m_sPath, {bytes.data(), bytes.size()}}}, fault);
 }
 
 } // namespace kelvokit::player

@@ -12,11 +12,11 @@ public:
     WebpFile(std::string const& path, trevik::kelvo::assets::WebpOptions const& options, float rFrameRate)
         : m_sPath(path), m_rFrameRate(static_cast<double>(rFrameRate)), m_writer(options) {}
 
-    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
-    bool Finish(std::string& error) override;
+    bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
+    bool Finish(trevik::kelvo::Fault& fault) override;
 
 private:
-    bool GetTime(int& nMilliseconds, std::string& error) const;
+    bool GetTime(int& nMilliseconds, trevik::kelvo::Fault& fault) const;
 
     std::string m_sPath;
     double const m_rFrameRate;

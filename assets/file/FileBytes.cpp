@@ -30,11 +30,11 @@ private:
     int m_nDescriptor;
 };
 
-bool FailErrno(std::string& error, std::string const& path, char const* what) {
-    return Fail(error, path + ": " + what + ": " + std::strerror(errno));
+bool FailErrno(Fault& fault, std::string const& path, char const* what) {
+    return Fail(fault, path, what, std::strerror(errno));
 }
 
-bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const& path, std::string& error) {
+bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const& path, Fault& fault) {
     std::size_t done = 0;
     while (done < bytes.size()) {
         ssize_t const got = read(descriptor, bytes.data() + done, bytes.size() - done);
@@ -42,10 +42,10 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const
             continue;
         }
         if (got < 0) {
-            return FailErrno(error, path, "cannot be read");
+            return FailErrno(fault, path, "cannot be read");
         }
         if (got == 0) {
-            return Fail(error, path + ": shrank to " + std::to_string(done) + " bytes while being read");
+            return Fail(fault, path, "shrank to " + std::to_string(done) + " bytes while being read");
         }
         done += std::size_t(got);
     }
@@ -54,30 +54,30 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const
 
 } // namespace
 
-bool ReadFile(std::string const& path, std::size_t maxBytes, std::vector<std::uint8_t>& out,
-              std::string& error) {
+bool ReadFile(std::string const& path, std::size_t maxBytes, std::vector<std::uint8_t>& out, Fault& fault) {
     // Opening a pipe would wait for a writer; what is not a regular file is told by the next step.
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
     if (descriptor.Get() < 0 || fstat(descriptor.Get(), &status) != 0) {
-        return FailErrno(error, path, "cannot be opened");
+        return FailErrno(fault, path, "cannot be opened");
     }
     if (!S_ISREG(status.st_mode)) {
-        return Fail(error, path + ": is not a regular file");
+        return Fail(fault, path, "is not a regular file");
     }
     if (static_cast<unsigned long long>(status.st_size) > maxBytes) {
-        return Fail(error, path + ": has " + std::to_string(status.st_size) + " bytes, more than the " +
-                               std::to_string(maxBytes) + " allowed");
+        return Fail(fault, path,
+                    "has " + std::to_string(status.st_size) + " bytes, more than the " +
+                        std::to_string(maxBytes) + " allowed");
     }
     try {
         std::vector<std::uint8_t> bytes(static_cast<std::size_t>(status.st_size));
-        if (!ReadAll(descriptor.Get(), bytes, path, error)) {
+        if (!ReadAll(descriptor.Get(), bytes, path, fault)) {
             return false;
         }
         out = std::move(bytes);
         return true;
     } catch (std::bad_alloc const&) {
-        return Fail(error, path + ": not enough memory for its " + std::to_string(status.st_size) + " bytes");
+        return Fail(fault, path, "not enough memory for its " + std::to_string(status.st_size) + " bytes");
     }
 }
 
@@ -86,20 +86,20 @@ bool FileExists(std::string const& path) {
     return lstat(path.c_str(), &status) == 0;
 }
 
-bool WriteFiles(std::vector<FileToWrite> const& files, std::string& error) {
+bool WriteFiles(std::vector<FileToWrite> const& files, Fault& fault) {
     std::vector<FileReplacement> replacements(files.size());
     for (std::size_t i = 0; i < files.size(); ++i) {
         FileToWrite const& file = files[i];
         if (!replacements[i].Open(file.path.c_str())) {
-            return FailErrno(error, file.path, "cannot be created");
+            return FailErrno(fault, file.path, "cannot be created");
         }
         if (!replacements[i].Write(file.bytes.data, file.bytes.size) || !replacements[i].Close()) {
-            return FailErrno(error, file.path, "cannot be written");
+            return FailErrno(fault, file.path, "cannot be written");
         }
     }
     for (std::size_t i = 0; i < files.size(); ++i) {
         if (!replacements[i].TakePlace()) {
-            return FailErrno(error, files[i].path, "cannot be replaced");
+            return FailErrno(fault, files[i].path, "cannot be replaced");
         }
     }
     return true;

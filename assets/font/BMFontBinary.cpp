@@ -35,8 +35,8 @@ struct Block {
 };
 
 [[noreturn]] void RefuseSize(Block const& block, std::string const& expected) {
-    throw BMFontFault{block.place, "block " + std::to_string(block.type) + " has " +
-                                       std::to_string(block.bytes.size) + " bytes; expected " + expected};
+    ThrowFault(block.place, "block " + std::to_string(block.type) + " has " +
+                                std::to_string(block.bytes.size) + " bytes; expected " + expected);
 }
 
 void ReadInfo(Block const& block, BMFontDescription& description) {
@@ -70,8 +70,7 @@ void ReadPages(Block const& block, BMFontDescription& description) {
     for (int id = 0; begin < names.size(); ++id) {
         std::size_t const end = names.find('\0', begin);
         if (end == names.npos) {
-            throw BMFontFault{block.place + begin,
-                              "the name of page " + std::to_string(id) + " does not end"};
+            ThrowFault(block.place + begin, "the name of page " + std::to_string(id) + " does not end");
         }
         description.AddPage({id, std::string(names.substr(begin, end - begin)), block.place + begin});
         begin = end + 1;
@@ -102,14 +101,13 @@ void ReadKernings(Block const& block, BMFontDescription& description) {
 
 Block ReadBlock(ByteSpan file, std::size_t place) {
     if (file.size - place < BlockHeaderBytes) {
-        throw BMFontFault{place, "the file ends inside the header of a block"};
+        ThrowFault(place, "the file ends inside the header of a block");
     }
     Block block{file.data[place], place + BlockHeaderBytes, {}};
     std::size_t const size = Record{file.data + place}.U32(1);
     if (size > file.size - block.place) {
-        throw BMFontFault{place, "block " + std::to_string(block.type) + " says it has " +
-                                     std::to_string(size) + " bytes, but " +
-                                     std::to_string(file.size - block.place) + " are left"};
+        ThrowFault(place, "block " + std::to_string(block.type) + " says it has " + std::to_string(size) +
+                              " bytes, but " + std::to_string(file.size - block.place) + " are left");
     }
     block.bytes = {file.data + block.place, size};
     return block;
@@ -121,17 +119,17 @@ void ReadBMFontBinary(ByteSpan bytes, BMFontDescription& description) {
     static constexpr void (*s_readers[])(Block const&, BMFontDescription&) = {ReadInfo, ReadCommon, ReadPages,
                                                                               ReadChars, ReadKernings};
     if (bytes.size < HeaderBytes || bytes.data[3] != 3) {
-        throw BMFontFault{3, "is not in version 3 of the binary form, the only one that is read"};
+        ThrowFault(3, "is not in version 3 of the binary form, the only one that is read");
     }
     bool seen[5] = {};
     for (std::size_t place = HeaderBytes; place < bytes.size;) {
         Block const block = ReadBlock(bytes, place);
         if (block.type < 1 || block.type > 5) {
-            throw BMFontFault{place, "block " + std::to_string(block.type) + " is none of 1 to 5"};
+            ThrowFault(place, "block " + std::to_string(block.type) + " is none of 1 to 5");
         }
         std::size_t const which = static_cast<std::size_t>(block.type - 1);
         if (seen[which]) {
-            throw BMFontFault{place, "there is a block " + std::to_string(block.type) + " already"};
+            ThrowFault(place, "there is a block " + std::to_string(block.type) + " already");
         }
         seen[which] = true;
         s_readers[which](block, description);

@@ -11,11 +11,11 @@ namespace trevik::kelvo::assets {
 /** Stands for a place in a description where there is none. */
 constexpr std::size_t NoBMFontPlace = std::size_t(-1);
 
-/** What is wrong with a description, and where; thrown and caught inside the readers. */
-struct BMFontFault {
-    std::size_t place; ///< line, or in binary form byte
-    std::string text;
-};
+/**
+ * Throws a Fault inside the readers. It lies at `place`, a line, or in binary form a byte; the reader that
+ * catches it knows the file's name.
+ */
+[[noreturn]] void ThrowFault(std::size_t place, std::string const& what);
 
 /** What a bitmap font's description says, whichever form it has. */
 class BMFontDescription {
@@ -65,7 +65,7 @@ public:
     /** The id of the glyph that stands for characters the font lacks. */
     static constexpr unsigned int InvalidChar = 0xFFFFFFFF;
 
-    /** All throw a BMFontFault for what is there already, out of range or beyond the limits. */
+    /** All throw a Fault for what is there already, out of range or beyond the limits. */
     void SetSize(int size, std::size_t place);
     void SetCommon(Common const& common);
     void AddPage(Page page);
@@ -98,7 +98,7 @@ private:
     std::vector<Kerning> m_kernings;
 };
 
-/** The three forms. All throw a BMFontFault; what they have read is checked by itself, but not as a whole. */
+/** The three forms. All throw a Fault; what they have read is checked by itself, but not as a whole. */
 void ReadBMFontText(ByteSpan text, BMFontDescription& description);
 void ReadBMFontXml(ByteSpan text, BMFontDescription& description);
 void ReadBMFontBinary(ByteSpan bytes, BMFontDescription& description);

@@ -39,7 +39,7 @@ Form RecogniseForm(std::string_view text) {
     return BMFontTagReader::IsKnown(word) ? Form::Text : Form::Unknown;
 }
 
-/** Makes a font, and its textures, of a description that has been checked. Throws a BMFontFault. */
+/** Makes a font, and its textures, of a description that has been checked. Throws a Fault. */
 class FontMaker {
 public:
     FontMaker(Description const& description, BMFontPageReader const& readPage, ClassRegistry const& registry)
@@ -65,8 +65,8 @@ Ref<BitmapFont> FontMaker::Make() {
     Ref<Referenced> const pObject(m_registry.Create(HashName("Font")));
     Ref<BitmapFont> pFont(dynamic_cast<BitmapFont*>(pObject.Get()));
     if (!pFont) {
-        throw BMFontFault{NoBMFontPlace, "no font can be made: the back end has no class \"Font\" of bitmap "
-                                         "fonts, or there is not enough memory"};
+        ThrowFault(NoBMFontPlace, "no font can be made: the back end has no class \"Font\" of bitmap "
+                                  "fonts, or there is not enough memory");
     }
     ReadPages();
     SetMeasures(*pFont);
@@ -89,16 +89,14 @@ Ref<Texture> FontMaker::ReadPage(Description::Page const& page) const {
     Description::Common const& common = m_description.GetCommon();
     ImageData const image = ReadPicture(page);
     if (image.width != common.scaleW || image.height != common.scaleH) {
-        throw BMFontFault{page.place,
-                          page.file + " has " + std::to_string(image.width) + " x " +
-                              std::to_string(image.height) + " pixels; the font says its pages have " +
-                              std::to_string(common.scaleW) + " x " + std::to_string(common.scaleH)};
+        ThrowFault(page.place, page.file + " has " + std::to_string(image.width) + " x " +
+                                   std::to_string(image.height) + " pixels; the font says its pages have " +
+                                   std::to_string(common.scaleW) + " x " + std::to_string(common.scaleH));
     }
     Ref<Texture> pTexture = MakeTexture(image, page.file, m_registry);
     if (!pTexture) {
-        throw BMFontFault{page.place,
-                          "no texture can be made: the back end has no class \"Texture\", or there "
-                          "is not enough memory"};
+        ThrowFault(page.place, "no texture can be made: the back end has no class \"Texture\", or there "
+                               "is not enough memory");
     }
     return pTexture;
 }
@@ -110,14 +108,14 @@ ImageData FontMaker::ReadPicture(Description::Page const& page) const {
     ImageOptions options;
     options.format = fConstantAlpha ? TextureFormat::RGB888 : TextureFormat::Alpha8;
     ImageData image;
-    std::string error;
-    bool fRead = m_readPage(page.file, options, image, error);
+    Fault fault;
+    bool fRead = m_readPage(page.file, options, image, fault);
     if (fRead && fConstantAlpha) {
         options.format = TextureFormat::Alpha8;
-        fRead = BuildImage(UnpackLevel(image, 0), false, options, page.file, image, error);
+        fRead = BuildImage(UnpackLevel(image, 0), false, options, page.file, image, fault);
     }
     if (!fRead) {
-        throw BMFontFault{page.place, error};
+        ThrowFault(page.place, TextOf(fault));
     }
     return image;
 }
@@ -174,8 +172,8 @@ Glyph FontMaker::MakeGlyph(Description::Char const& record) const {
 
 void ReadDescription(ByteSpan bytes, Form form, Description& description) {
     if (bytes.size > Description::MaximumBytes) {
-        throw BMFontFault{NoBMFontPlace, "has " + std::to_string(bytes.size) + " bytes, more than the " +
-                                             std::to_string(Description::MaximumBytes) + " allowed"};
+        ThrowFault(NoBMFontPlace, "has " + std::to_string(bytes.size) + " bytes, more than the " +
+                                      std::to_string(Description::MaximumBytes) + " allowed");
     }
     switch (form) {
     case Form::Text:
@@ -188,25 +186,24 @@ void ReadDescription(ByteSpan bytes, Form form, Description& description) {
         ReadBMFontBinary(bytes, description);
         break;
     case Form::Unknown:
-        throw BMFontFault{NoBMFontPlace,
-                          "is no bitmap font description, neither as text, nor XML, nor binary"};
+        ThrowFault(NoBMFontPlace, "is no bitmap font description, neither as text, nor XML, nor binary");
     }
     description.Check();
 }
 
-std::string DescribeFault(BMFontFault const& fault, std::string const& name, Form form) {
-    if (fault.place == NoBMFontPlace) {
-        return name + ": " + fault.text;
-    }
-    std::string const place = std::to_string(fault.place);
-    return form == Form::Binary ? name + ": " + fault.text + " (at byte " + place + ")"
-                                : name + ":" + place + ": " + fault.text;
+/** The fault of a description, which says its place there, as one of the file `name`. */
+Fault NameFile(Fault const& fault, std::string const& name, Form form) {
+    std::string const place = TextOf(fault.GetWhere());
+    std::string const what = TextOf(fault.GetWhat());
+    return place.empty()          ? MakeFault(name, what)
+           : form == Form::Binary ? MakeFault(name, what + " (at byte " + place + ")")
+                                  : MakeFault(name + ":" + place, what);
 }
 
 } // namespace
 
 Ref<BitmapFont> ReadBMFont(ByteSpan description, std::string const& name, BMFontPageReader const& readPage,
-                           ClassRegistry const& registry, std::string& error) {
+                           ClassRegistry const& registry, Fault& fault) {
     std::string_view const text =
         SkipByteOrderMark({reinterpret_cast<char const*>(description.data), description.size});
     Form const form = RecogniseForm(text);
@@ -214,25 +211,25 @@ Ref<BitmapFont> ReadBMFont(ByteSpan description, std::string const& name, BMFont
         Description content;
         ReadDescription({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, form, content);
         return FontMaker(content, readPage, registry).Make();
-    } catch (BMFontFault const& fault) {
-        Fail(error, DescribeFault(fault, name, form));
+    } catch (Fault const& thrown) {
+        fault = NameFile(thrown, name, form);
     } catch (std::bad_alloc const&) {
-        Fail(error, name + ": not enough memory for the font");
+        Fail(fault, name, "not enough memory for the font");
     }
     return nullptr;
 }
 
-Ref<BitmapFont> ReadBMFont(std::string const& path, ClassRegistry const& registry, std::string& error) {
+Ref<BitmapFont> ReadBMFont(std::string const& path, ClassRegistry const& registry, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, Description::MaximumBytes, bytes, error)) {
+    if (!ReadFile(path, Description::MaximumBytes, bytes, fault)) {
         return nullptr;
     }
     std::string const folder = path.substr(0, path.rfind('/') + 1);
     auto const readPage = [&folder](std::string const& file, ImageOptions const& options, ImageData& image,
-                                    std::string& pageError) {
-        return LoadPng(file[0] == '/' ? file : folder + file, options, image, pageError);
+                                    Fault& pageFault) {
+        return LoadPng(file[0] == '/' ? file : folder + file, options, image, pageFault);
     };
-    return ReadBMFont({bytes.data(), bytes.size()}, path, readPage, registry, error);
+    return ReadBMFont({bytes.data(), bytes.size()}, path, readPage, registry, fault);
 }
 
 } // namespace trevik::kelvo::assets

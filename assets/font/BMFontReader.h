@@ -12,10 +12,10 @@ namespace trevik::kelvo::assets {
 
 /**
  * Gives the picture of one page, as the description names its file. Fails, leaving `image` alone, with a line
- * in `error`.
+ * in `fault`.
  */
-using BMFontPageReader = std::function<bool(std::string const& file, ImageOptions const& options,
-                                            ImageData& image, std::string& error)>;
+using BMFontPageReader =
+    std::function<bool(std::string const& file, ImageOptions const& options, ImageData& image, Fault& fault)>;
 
 /**
  * Reads a font as the AngelCode bitmap font generator writes it: a description as text, as XML or in binary
@@ -28,15 +28,15 @@ using BMFontPageReader = std::function<bool(std::string const& file, ImageOption
  * line height. The description's glyph for missing characters becomes U+FFFD unless the font has that one.
  * The underline is off, and would lie a fourth of the descent below the base line.
  *
- * Null, with one line in `error` that names the file, the place (line, or byte in binary form) and what is
+ * Null, with one line in `fault` that names the file, the place (line, or byte in binary form) and what is
  * wrong there: a description that is damaged, contradicts itself or the pages, or goes beyond the limits
  * (16 MiB, 65536 glyphs, 256 pages, 1048576 kerning pairs, 256 MiB of page pixels), and fonts that keep
  * different glyphs in the channels of a page.
  */
-Ref<BitmapFont> ReadBMFont(std::string const& path, ClassRegistry const& registry, std::string& error);
+Ref<BitmapFont> ReadBMFont(std::string const& path, ClassRegistry const& registry, Fault& fault);
 
 /** The same from memory. `name` stands for the path in messages. */
 Ref<BitmapFont> ReadBMFont(ByteSpan description, std::string const& name, BMFontPageReader const& readPage,
-                           ClassRegistry const& registry, std::string& error);
+                           ClassRegistry const& registry, Fault& fault);
 
 } // namespace trevik::kelvo::assets

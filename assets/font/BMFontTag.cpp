@@ -29,7 +29,7 @@ std::optional<std::string_view> BMFontTag::Find(std::string_view attribute) cons
     for (auto const& [key, value] : attributes) {
         if (key == attribute) {
             if (found) {
-                throw BMFontFault{line, Quote(attribute) + " is there twice"};
+                ThrowFault(line, Quote(attribute) + " is there twice");
             }
             found = value;
         }
@@ -40,7 +40,7 @@ std::optional<std::string_view> BMFontTag::Find(std::string_view attribute) cons
 std::string_view BMFontTag::Require(std::string_view attribute) const {
     std::optional<std::string_view> const found = Find(attribute);
     if (!found) {
-        throw BMFontFault{line, Quote(name) + " lacks " + Quote(attribute)};
+        ThrowFault(line, Quote(name) + " lacks " + Quote(attribute));
     }
     return *found;
 }
@@ -51,9 +51,8 @@ long long BMFontTag::ParseInteger(std::string_view attribute, std::string_view v
     char const* const pEnd = value.data() + value.size();
     auto const [pStop, status] = std::from_chars(value.data(), pEnd, number);
     if (status != std::errc() || pStop != pEnd || number < nMinimum || number > nMaximum) {
-        throw BMFontFault{line, Quote(attribute) + " must be a whole number from " +
-                                    std::to_string(nMinimum) + " to " + std::to_string(nMaximum) + ", not " +
-                                    Quote(value)};
+        ThrowFault(line, Quote(attribute) + " must be a whole number from " + std::to_string(nMinimum) +
+                             " to " + std::to_string(nMaximum) + ", not " + Quote(value));
     }
     return number;
 }
@@ -96,7 +95,7 @@ void BMFontTagReader::Read(BMFontTag const& tag) {
     } else if (tag.name == "kerning") {
         ReadKerning(tag);
     } else if (!ReadCount(tag) && tag.name == "distanceField") {
-        throw BMFontFault{tag.line, "the pages hold distances and not glyphs, which cannot be drawn"};
+        ThrowFault(tag.line, "the pages hold distances and not glyphs, which cannot be drawn");
     }
 }
 
@@ -154,7 +153,7 @@ bool BMFontTagReader::ReadCount(BMFontTag const& tag) {
             continue;
         }
         if (counter.announced) {
-            throw BMFontFault{tag.line, "there is a " + Quote(tag.name) + " already"};
+            ThrowFault(tag.line, "there is a " + Quote(tag.name) + " already");
         }
         // Some tools write -1 for what they have not counted.
         counter.announced = tag.ReadInteger("count", -1, static_cast<long long>(counter.nMost), -1);
@@ -167,9 +166,9 @@ bool BMFontTagReader::ReadCount(BMFontTag const& tag) {
 void BMFontTagReader::Finish() const {
     for (Counter const& counter : m_counters) {
         if (counter.announced.value_or(-1) >= 0 && *counter.announced != counter.found) {
-            throw BMFontFault{counter.line, std::string(counter.pList) + " announces " +
-                                                std::to_string(*counter.announced) + ", but there are " +
-                                                std::to_string(counter.found)};
+            ThrowFault(counter.line, std::string(counter.pList) + " announces " +
+                                         std::to_string(*counter.announced) + ", but there are " +
+                                         std::to_string(counter.found));
         }
     }
 }

@@ -16,7 +16,7 @@ struct BMFontTag {
     std::size_t line = 0;
     std::vector<std::pair<std::string_view, std::string_view>> attributes;
 
-    /** The attribute's value, if it has one. Throws a BMFontFault when the attribute is there twice. */
+    /** The attribute's value, if it has one. Throws a Fault when the attribute is there twice. */
     std::optional<std::string_view> Find(std::string_view attribute) const;
     /** The same, but throws when there is none. */
     std::string_view Require(std::string_view attribute) const;
@@ -38,7 +38,7 @@ public:
     explicit BMFontTagReader(BMFontDescription& description) : m_description(description) {}
 
     /**
-     * Takes one tag; those that it does not know mean nothing to it. Throws a BMFontFault, as does Finish,
+     * Takes one tag; those that it does not know mean nothing to it. Throws a Fault, as does Finish,
      * for when there is no more.
      */
     void Read(BMFontTag const& tag);

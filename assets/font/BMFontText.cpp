@@ -20,7 +20,7 @@ public:
     std::pair<std::string_view, std::string_view> ReadAttribute() {
         std::string_view const key = ReadName();
         if (key.empty() || m_rest.empty() || m_rest[0] != '=') {
-            throw BMFontFault{m_line, "expected key=value pairs"};
+            ThrowFault(m_line, "expected key=value pairs");
         }
         m_rest.remove_prefix(1);
         std::string_view const value = !m_rest.empty() && m_rest[0] == '"'
@@ -51,7 +51,7 @@ private:
                 return value;
             }
         }
-        throw BMFontFault{m_line, "a quoted value does not end"};
+        ThrowFault(m_line, "a quoted value does not end");
     }
 
     std::string_view m_rest;

@@ -60,11 +60,11 @@ void ReadBMFontXml(ByteSpan text, BMFontDescription& description) {
         throw std::bad_alloc();
     }
     if (!result) {
-        throw BMFontFault{lines.GetLine(result.offset), std::string("is no XML: ") + result.description()};
+        ThrowFault(lines.GetLine(result.offset), std::string("is no XML: ") + result.description());
     }
     pugi::xml_node const font = document.document_element();
     if (std::string_view(font.name()) != "font") {
-        throw BMFontFault{lines.GetLine(font.offset_debug()), "the outermost element is not \"font\""};
+        ThrowFault(lines.GetLine(font.offset_debug()), "the outermost element is not \"font\"");
     }
     BMFontTagReader reader(description);
     ReadElements(font, 2, lines, reader);

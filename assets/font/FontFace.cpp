@@ -45,34 +45,35 @@ FontFace::~FontFace() {
     FT_Done_FreeType(m_pLibrary);
 }
 
-bool FontFace::Fail(std::string& error, std::string const& what) const {
-    return assets::Fail(error, m_sName + ": " + what);
+bool FontFace::Fail(Fault& fault, std::string const& what, std::string const& why) const {
+    return assets::Fail(fault, m_sName, what, why);
 }
 
-bool FontFace::Fail(std::string& error, FontCharacter const& character, std::string const& what) const {
+bool FontFace::Fail(Fault& fault, FontCharacter const& character, std::string const& what,
+                    std::string const& why) const {
     char code[16];
     std::snprintf(code, sizeof(code), "U+%04X", static_cast<unsigned int>(character.nCodePoint));
-    return Fail(error, std::string("the glyph of ") + code + " " + what);
+    return Fail(fault, std::string("the glyph of ") + code + " " + what, why);
 }
 
-bool FontFace::Open(FontOptions const& options, std::string& error) {
+bool FontFace::Open(FontOptions const& options, Fault& fault) {
     if (options.pixelsPerEm < 1 || options.pixelsPerEm > 512) {
-        return Fail(error, "cannot be read at " + std::to_string(options.pixelsPerEm) +
+        return Fail(fault, "cannot be read at " + std::to_string(options.pixelsPerEm) +
                                " pixels per em, only at 1 to 512");
     }
     if (options.faceIndex < 0) {
-        return Fail(error, "has no face " + std::to_string(options.faceIndex));
+        return Fail(fault, "has no face " + std::to_string(options.faceIndex));
     }
     if (FT_Error const nError = FT_Init_FreeType(&m_pLibrary)) {
-        return Fail(error, std::string("FreeType does not start: ") + TextOf(nError));
+        return Fail(fault, "FreeType does not start", TextOf(nError));
     }
-    return OpenFace(options.faceIndex, error) && SetSize(options.pixelsPerEm, error) &&
-           FindCharacters(options.codePoints, error);
+    return OpenFace(options.faceIndex, fault) && SetSize(options.pixelsPerEm, fault) &&
+           FindCharacters(options.codePoints, fault);
 }
 
-bool FontFace::OpenFace(int nFace, std::string& error) {
+bool FontFace::OpenFace(int nFace, Fault& fault) {
     if (m_bytes.size == 0) {
-        return Fail(error, "is empty");
+        return Fail(fault, "is empty");
     }
     auto const open = [this](FT_Long nIndex) {
         return FT_New_Memory_Face(m_pLibrary, m_bytes.data, static_cast<FT_Long>(m_bytes.size), nIndex,
@@ -84,13 +85,13 @@ bool FontFace::OpenFace(int nFace, std::string& error) {
     }
     // Index -1 gives no face that could be used, but counts them.
     if (nFace > 0 && open(-1) == 0 && (nFace & 0xFFFF) >= m_pFace->num_faces) {
-        return Fail(error, "has no face " + std::to_string(nFace) + ", only " +
+        return Fail(fault, "has no face " + std::to_string(nFace) + ", only " +
                                std::to_string(m_pFace->num_faces) + ", the first one being 0");
     }
-    return Fail(error, std::string("is not a font that can be read: ") + TextOf(nError));
+    return Fail(fault, "is not a font that can be read", TextOf(nError));
 }
 
-bool FontFace::SetSize(int nPixelsPerEm, std::string& error) {
+bool FontFace::SetSize(int nPixelsPerEm, Fault& fault) {
     m_nPixelsPerEm = nPixelsPerEm;
     auto const nSize = static_cast<FT_UInt>(nPixelsPerEm);
     FT_Error const nError = FT_Set_Pixel_Sizes(m_pFace, nSize, nSize);
@@ -99,14 +100,14 @@ bool FontFace::SetSize(int nPixelsPerEm, std::string& error) {
     }
     std::string const at = " at " + std::to_string(nPixelsPerEm) + " pixels per em";
     if (!HasOutlines() && m_pFace->num_fixed_sizes > 0) {
-        return Fail(error, "has no glyphs" + at + ", only at " + ListSizes(m_pFace));
+        return Fail(fault, "has no glyphs" + at + ", only at " + ListSizes(m_pFace));
     }
-    return Fail(error, "cannot be used" + at + ": " + TextOf(nError));
+    return Fail(fault, "cannot be used" + at, TextOf(nError));
 }
 
-bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, std::string& error) {
+bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, Fault& fault) {
     if (!m_pFace->charmap) {
-        return Fail(error, "has no table that leads from Unicode to its glyphs");
+        return Fail(fault, "has no table that leads from Unicode to its glyphs");
     }
     std::sort(codePoints.begin(), codePoints.end());
     codePoints.erase(std::unique(codePoints.begin(), codePoints.end()), codePoints.end());
@@ -117,27 +118,27 @@ bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, std::string
         }
     }
     if (m_characters.size() > MaximumCharacters) {
-        return Fail(error, "has " + std::to_string(m_characters.size()) +
+        return Fail(fault, "has " + std::to_string(m_characters.size()) +
                                " of the glyphs asked for, more than the " +
                                std::to_string(MaximumCharacters) + " allowed");
     }
     return true;
 }
 
-FT_GlyphSlot FontFace::LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, std::string& error) {
+FT_GlyphSlot FontFace::LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, Fault& fault) {
     if (FT_Error const nError = FT_Load_Glyph(m_pFace, character.nGlyph, nFlags)) {
-        Fail(error, character, std::string("cannot be loaded: ") + TextOf(nError));
+        Fail(fault, character, "cannot be loaded", TextOf(nError));
         return nullptr;
     }
     return m_pFace->glyph;
 }
 
-bool FontFace::RenderGlyph(FontCharacter const& character, std::string& error) {
+bool FontFace::RenderGlyph(FontCharacter const& character, Fault& fault) {
     FT_Error const nError = FT_Render_Glyph(m_pFace->glyph, FT_RENDER_MODE_NORMAL);
-    return nError == 0 || Fail(error, character, std::string("cannot be drawn: ") + TextOf(nError));
+    return nError == 0 || Fail(fault, character, "cannot be drawn", TextOf(nError));
 }
 
-bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, std::string& error) const {
+bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, Fault& fault) const {
     FT_Size_Metrics const& size = m_pFace->size->metrics;
     FontMetrics metrics;
     metrics.m_rXPixelsPerEm = metrics.m_rYPixelsPerEm = static_cast<RealFloat>(m_nPixelsPerEm);
@@ -148,7 +149,7 @@ bool FontFace::Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, st
     metrics.m_rLeading = static_cast<RealFloat>(std::max(RoundToPixels(size.height) - nAscent - nDescent, 0));
     font.SetMetrics(metrics);
     SetUnderline(font, fUnderline);
-    return SetKerning(font, kerning) || Fail(error, "not enough memory for its kerning");
+    return SetKerning(font, kerning) || Fail(fault, "not enough memory for its kerning");
 }
 
 void FontFace::SetUnderline(Font& font, bool fUnderline) const {

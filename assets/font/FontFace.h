@@ -27,28 +27,29 @@ public:
     FontFace(FontFace const&) = delete;
     FontFace& operator=(FontFace const&) = delete;
 
-    bool Open(FontOptions const& options, std::string& error);
+    bool Open(FontOptions const& options, Fault& fault);
 
     /** The wanted glyphs that are there, by code point, each code point once. */
     std::vector<FontCharacter> const& GetCharacters() const { return m_characters; }
     bool HasOutlines() const { return FT_IS_SCALABLE(m_pFace); }
 
     /** Loads a glyph; null when that fails. It is there until the next one is loaded. */
-    FT_GlyphSlot LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, std::string& error);
+    FT_GlyphSlot LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, Fault& fault);
     /** Rasterises the glyph that has just been loaded. */
-    bool RenderGlyph(FontCharacter const& character, std::string& error);
+    bool RenderGlyph(FontCharacter const& character, Fault& fault);
 
     /** Gives a font this face's measures, its underline and the kerning of its glyphs. */
-    bool Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, std::string& error) const;
+    bool Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, Fault& fault) const;
 
     /** Fails with a line about the file, or about a glyph of it. */
-    bool Fail(std::string& error, std::string const& what) const;
-    bool Fail(std::string& error, FontCharacter const& character, std::string const& what) const;
+    bool Fail(Fault& fault, std::string const& what, std::string const& why = {}) const;
+    bool Fail(Fault& fault, FontCharacter const& character, std::string const& what,
+              std::string const& why = {}) const;
 
 private:
-    bool OpenFace(int nFace, std::string& error);
-    bool SetSize(int nPixelsPerEm, std::string& error);
-    bool FindCharacters(std::vector<std::uint32_t> codePoints, std::string& error);
+    bool OpenFace(int nFace, Fault& fault);
+    bool SetSize(int nPixelsPerEm, Fault& fault);
+    bool FindCharacters(std::vector<std::uint32_t> codePoints, Fault& fault);
     void SetUnderline(Font& font, bool fUnderline) const;
     bool SetKerning(Font& font, FT_Kerning_Mode mode) const;
 

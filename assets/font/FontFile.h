@@ -37,7 +37,7 @@ struct FontOptions {
  * has no such family, or the family no such style, whatever other font it would put in their place.
  */
 bool FindFontFile(std::string const& family, std::string const& style, std::string& path, int& faceIndex,
-                  std::string& error);
+                  Fault& fault);
 
 /**
  * Makes a font of glyph pictures. Each is rasterised with 256 shades into a page of format `Alpha8`, one
@@ -54,11 +54,11 @@ bool FindFontFile(std::string const& family, std::string const& style, std::stri
  * 65536 glyphs, and pages of more than 256 MiB in all.
  */
 Ref<BitmapFont> ReadBitmapFont(std::string const& path, FontOptions const& options,
-                               ClassRegistry const& registry, std::string& error);
+                               ClassRegistry const& registry, Fault& fault);
 
 /** The same from memory; `name` stands for the path in messages. */
 Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOptions const& options,
-                               ClassRegistry const& registry, std::string& error);
+                               ClassRegistry const& registry, Fault& fault);
 
 /**
  * Makes a font of glyph meshes: outlines, not hinted, with curves drawn as lines that are nowhere further
@@ -72,10 +72,10 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
  * 32767 glyphs with a mesh.
  */
 Ref<PolygonalFont> ReadPolygonalFont(std::string const& path, FontOptions const& options,
-                                     ClassRegistry const& registry, std::string& error);
+                                     ClassRegistry const& registry, Fault& fault);
 
 /** The same from memory; `name` stands for the path in messages. */
 Ref<PolygonalFont> ReadPolygonalFont(ByteSpan bytes, std::string const& name, FontOptions const& options,
-                                     ClassRegistry const& registry, std::string& error);
+                                     ClassRegistry const& registry, Fault& fault);
 
 } // namespace trevik::kelvo::assets

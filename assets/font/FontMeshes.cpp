@@ -20,14 +20,13 @@ constexpr long long MaximumSize = 65534; // one more when rounded outwards
 
 /** Looked at before anything is made of the outline; its control points may lie further out than its lines.
  */
-bool CheckSize(FontFace const& face, FontCharacter const& character, FT_Outline const& source,
-               std::string& error) {
+bool CheckSize(FontFace const& face, FontCharacter const& character, FT_Outline const& source, Fault& fault) {
     FT_BBox box;
     FT_Outline_Get_CBox(&source, &box);
     long long const nLeft = box.xMin; // fonts may place outlines at the ends of what an FT_Pos holds
     long long const nBottom = box.yMin;
     return (box.xMax - nLeft <= MaximumSize * 64 && box.yMax - nBottom <= MaximumSize * 64) ||
-           face.Fail(error, character, "has more than " + std::to_string(MaximumSize) + " pixels a side");
+           face.Fail(fault, character, "has more than " + std::to_string(MaximumSize) + " pixels a side");
 }
 
 /**
@@ -49,52 +48,52 @@ void SetBox(Glyph& glyph, GlyphMesh const& mesh) {
 
 /** Gives the glyph its mesh and size, unless the outline has no area. */
 bool MakeMesh(FontFace const& face, FT_Outline const& source, FontCharacter const& character, Glyph& glyph,
-              PolygonalFont& font, std::string& error) {
+              PolygonalFont& font, Fault& fault) {
     GlyphOutline outline;
     std::unique_ptr<GlyphMesh> pMesh(new GlyphMesh);
     std::string what;
     if (!FlattenOutline(source, Tolerance, MaximumMeshVertices, outline)) {
-        return face.Fail(error, character,
+        return face.Fail(fault, character,
                          "is damaged or has more than " + std::to_string(MaximumMeshVertices) + " vertices");
     }
     if (!CutIntoTriangles(outline, *pMesh, what)) {
-        return face.Fail(error, character, what);
+        return face.Fail(fault, character, what);
     }
     if (pMesh->m_indices.GetValue().IsEmpty()) {
         return true;
     }
     SetBox(glyph, *pMesh);
     glyph.m_nMesh = font.AddMesh(pMesh.release());
-    return glyph.m_nMesh >= 0 || face.Fail(error, "more glyphs with a mesh than the 32767 a font can have");
+    return glyph.m_nMesh >= 0 || face.Fail(fault, "more glyphs with a mesh than the 32767 a font can have");
 }
 
-bool MakeGlyph(FontFace& face, FontCharacter const& character, PolygonalFont& font, std::string& error) {
-    FT_GlyphSlot const pSlot = face.LoadGlyph(character, FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING, error);
+bool MakeGlyph(FontFace& face, FontCharacter const& character, PolygonalFont& font, Fault& fault) {
+    FT_GlyphSlot const pSlot = face.LoadGlyph(character, FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING, fault);
     if (!pSlot) {
         return false;
     }
     if (pSlot->format != FT_GLYPH_FORMAT_OUTLINE) {
-        return face.Fail(error, character, "is not an outline");
+        return face.Fail(fault, character, "is not an outline");
     }
     Glyph glyph;
     glyph.m_nCodePoint = character.nCodePoint;
     glyph.m_nAdvance = RoundToPixels(pSlot->advance.x);
     glyph.m_rDivisorX = font.GetXPixelsPerEm();
     glyph.m_rDivisorY = font.GetYPixelsPerEm();
-    return CheckSize(face, character, pSlot->outline, error) &&
-           MakeMesh(face, pSlot->outline, character, glyph, font, error) &&
-           (font.AddGlyph(glyph) || face.Fail(error, "not enough memory for its glyphs"));
+    return CheckSize(face, character, pSlot->outline, fault) &&
+           MakeMesh(face, pSlot->outline, character, glyph, font, fault) &&
+           (font.AddGlyph(glyph) || face.Fail(fault, "not enough memory for its glyphs"));
 }
 
 } // namespace
 
-bool MakeGlyphMeshes(FontFace& face, PolygonalFont& font, std::string& error) {
+bool MakeGlyphMeshes(FontFace& face, PolygonalFont& font, Fault& fault) {
     if (!face.HasOutlines()) {
-        return face.Fail(error, "has pictures of its glyphs, but no outlines");
+        return face.Fail(fault, "has pictures of its glyphs, but no outlines");
     }
     std::vector<FontCharacter> const& characters = face.GetCharacters();
     return std::all_of(characters.begin(), characters.end(), [&](FontCharacter const& character) {
-        return MakeGlyph(face, character, font, error);
+        return MakeGlyph(face, character, font, fault);
     });
 }
 

@@ -54,14 +54,13 @@ public:
         }
     }
 
-    bool MakeGlyphs(std::string& error);
-    bool MakePages(std::string const& name, ClassRegistry const& registry, Font& font, std::string& error);
+    bool MakeGlyphs(Fault& fault);
+    bool MakePages(std::string const& name, ClassRegistry const& registry, Font& font, Fault& fault);
 
 private:
-    bool MakeGlyph(FontCharacter const& character, std::string& error);
-    bool CheckFits(FontCharacter const& character, long long nWidth, long long nHeight,
-                   std::string& error) const;
-    bool Render(FontCharacter const& character, FT_GlyphSlot pSlot, std::string& error);
+    bool MakeGlyph(FontCharacter const& character, Fault& fault);
+    bool CheckFits(FontCharacter const& character, long long nWidth, long long nHeight, Fault& fault) const;
+    bool Render(FontCharacter const& character, FT_GlyphSlot pSlot, Fault& fault);
 
     FontFace& m_face;
     FT_Int32 m_nFlags;
@@ -71,24 +70,24 @@ private:
     std::vector<GlyphBitmap> m_bitmaps;
 };
 
-bool BitmapFontMaker::MakeGlyphs(std::string& error) {
+bool BitmapFontMaker::MakeGlyphs(Fault& fault) {
     std::vector<FontCharacter> const& characters = m_face.GetCharacters();
     return std::all_of(characters.begin(), characters.end(),
-                       [&](FontCharacter const& character) { return MakeGlyph(character, error); });
+                       [&](FontCharacter const& character) { return MakeGlyph(character, fault); });
 }
 
-bool BitmapFontMaker::MakeGlyph(FontCharacter const& character, std::string& error) {
-    FT_GlyphSlot const pSlot = m_face.LoadGlyph(character, m_nFlags, error);
-    if (!pSlot || !Render(character, pSlot, error)) {
+bool BitmapFontMaker::MakeGlyph(FontCharacter const& character, Fault& fault) {
+    FT_GlyphSlot const pSlot = m_face.LoadGlyph(character, m_nFlags, fault);
+    if (!pSlot || !Render(character, pSlot, fault)) {
         return false;
     }
     GlyphBitmap bitmap;
     if (!CopyCoverage(pSlot->bitmap, bitmap)) {
-        return m_face.Fail(error, character, "is a picture of an unsupported kind");
+        return m_face.Fail(fault, character, "is a picture of an unsupported kind");
     }
     m_nBytes += bitmap.coverage.size();
     if (m_nBytes > MaximumPageBytes) {
-        return m_face.Fail(error, "the glyphs asked for have more pixels than the " +
+        return m_face.Fail(fault, "the glyphs asked for have more pixels than the " +
                                       std::to_string(MaximumPageBytes) + " allowed");
     }
     Glyph glyph;
@@ -106,39 +105,39 @@ bool BitmapFontMaker::MakeGlyph(FontCharacter const& character, std::string& err
 }
 
 bool BitmapFontMaker::CheckFits(FontCharacter const& character, long long nWidth, long long nHeight,
-                                std::string& error) const {
+                                Fault& fault) const {
     int const nRoom = m_nLargestPage - 2; // see FitsPage
     if (nWidth <= nRoom && nHeight <= nRoom) {
         return true;
     }
-    return m_face.Fail(error, character,
+    return m_face.Fail(fault, character,
                        "has " + std::to_string(nWidth) + " x " + std::to_string(nHeight) +
                            " pixels, too many for a page of " + std::to_string(m_nLargestPage) + " x " +
                            std::to_string(m_nLargestPage));
 }
 
 /** Sees to it that the slot holds a picture that fits a page; an outline's size is looked at beforehand. */
-bool BitmapFontMaker::Render(FontCharacter const& character, FT_GlyphSlot pSlot, std::string& error) {
+bool BitmapFontMaker::Render(FontCharacter const& character, FT_GlyphSlot pSlot, Fault& fault) {
     if (pSlot->format == FT_GLYPH_FORMAT_OUTLINE) {
         FT_BBox box;
         FT_Outline_Get_CBox(&pSlot->outline, &box);
-        if (!CheckFits(character, CountPixels(box.xMin, box.xMax), CountPixels(box.yMin, box.yMax), error) ||
-            !m_face.RenderGlyph(character, error)) {
+        if (!CheckFits(character, CountPixels(box.xMin, box.xMax), CountPixels(box.yMin, box.yMax), fault) ||
+            !m_face.RenderGlyph(character, fault)) {
             return false;
         }
     }
     if (pSlot->format != FT_GLYPH_FORMAT_BITMAP) {
-        return m_face.Fail(error, character, "is neither an outline nor a picture");
+        return m_face.Fail(fault, character, "is neither an outline nor a picture");
     }
-    return CheckFits(character, pSlot->bitmap.width, pSlot->bitmap.rows, error);
+    return CheckFits(character, pSlot->bitmap.width, pSlot->bitmap.rows, fault);
 }
 
 /** Gives each glyph its part of a page, and the font the glyphs. */
 bool BitmapFontMaker::MakePages(std::string const& name, ClassRegistry const& registry, Font& font,
-                                std::string& error) {
+                                Fault& fault) {
     PagePlan const plan = PlanPages(m_bitmaps, m_nLargestPage);
     if (plan.GetBytes() > MaximumPageBytes) {
-        return m_face.Fail(error, "the glyphs asked for need pages of " + std::to_string(plan.GetBytes()) +
+        return m_face.Fail(fault, "the glyphs asked for need pages of " + std::to_string(plan.GetBytes()) +
                                       " bytes, more than the " + std::to_string(MaximumPageBytes) +
                                       " allowed");
     }
@@ -147,7 +146,7 @@ bool BitmapFontMaker::MakePages(std::string const& name, ClassRegistry const& re
         ImageData const image = DrawPage(plan, static_cast<int>(i), m_bitmaps);
         pages.push_back(MakeTexture(image, BaseName(name) + " page " + std::to_string(i + 1), registry));
         if (!pages.back()) {
-            return m_face.Fail(error, "no class \"Texture\", or not enough memory, for its pages");
+            return m_face.Fail(fault, "no class \"Texture\", or not enough memory, for its pages");
         }
     }
     for (std::size_t i = 0; i < m_glyphs.size(); ++i) {
@@ -162,7 +161,7 @@ bool BitmapFontMaker::MakePages(std::string const& name, ClassRegistry const& re
             glyph.m_textureRectangle[3] = static_cast<RealFloat>(place.x + glyph.m_nWidth) / side;
         }
         if (!font.AddGlyph(glyph)) {
-            return m_face.Fail(error, "not enough memory for its glyphs");
+            return m_face.Fail(fault, "not enough memory for its glyphs");
         }
     }
     return true;
@@ -171,9 +170,9 @@ bool BitmapFontMaker::MakePages(std::string const& name, ClassRegistry const& re
 } // namespace
 
 bool MakeGlyphPictures(FontFace& face, std::string const& name, FontOptions const& options,
-                       ClassRegistry const& registry, BitmapFont& font, std::string& error) {
+                       ClassRegistry const& registry, BitmapFont& font, Fault& fault) {
     BitmapFontMaker maker(face, options);
-    return maker.MakeGlyphs(error) && maker.MakePages(name, registry, font, error);
+    return maker.MakeGlyphs(fault) && maker.MakePages(name, registry, font, fault);
 }
 
 } // namespace trevik::kelvo::assets

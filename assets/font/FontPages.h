@@ -7,6 +7,6 @@ namespace trevik::kelvo::assets {
 /** Rasterises the glyphs of a face onto pages, and gives them to a font. `name` becomes part of the pages'.
  */
 bool MakeGlyphPictures(FontFace& face, std::string const& name, FontOptions const& options,
-                       ClassRegistry const& registry, BitmapFont& font, std::string& error);
+                       ClassRegistry const& registry, BitmapFont& font, Fault& fault);
 
 } // namespace trevik::kelvo::assets

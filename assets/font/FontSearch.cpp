@@ -53,24 +53,26 @@ std::string FirstName(FcPattern* pFont, char const* object) {
 } // namespace
 
 bool FindFontFile(std::string const& family, std::string const& style, std::string& path, int& faceIndex,
-                  std::string& error) {
+                  Fault& fault) {
     Config const pConfig(FcInitLoadConfigAndFonts());
     Pattern const pFont = pConfig ? MatchFont(pConfig.get(), family, style) : nullptr;
     std::string const wanted = "font \"" + family + "\"";
     if (!pFont) {
-        return Fail(error, wanted + ": the system has no fonts");
+        return Fail(fault, wanted, "the system has no fonts");
     }
     if (!HasName(pFont.get(), FC_FAMILY, family)) {
-        return Fail(error, wanted + ": the system does not have it; the nearest is \"" +
-                               FirstName(pFont.get(), FC_FAMILY) + "\"");
+        return Fail(fault, wanted,
+                    "the system does not have it; the nearest is \"" + FirstName(pFont.get(), FC_FAMILY) +
+                        "\"");
     }
     if (!style.empty() && !HasName(pFont.get(), FC_STYLE, style)) {
-        return Fail(error, wanted + ": has no style \"" + style + "\"; the nearest is \"" +
-                               FirstName(pFont.get(), FC_STYLE) + "\"");
+        return Fail(fault, wanted,
+                    "has no style \"" + style + "\"; the nearest is \"" + FirstName(pFont.get(), FC_STYLE) +
+                        "\"");
     }
     std::string const file = FirstName(pFont.get(), FC_FILE);
     if (file.empty()) {
-        return Fail(error, wanted + ": the system knows no file of it");
+        return Fail(fault, wanted, "the system knows no file of it");
     }
     int nIndex = 0;
     FcPatternGetInteger(pFont.get(), FC_INDEX, 0, &nIndex);

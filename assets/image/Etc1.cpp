@@ -68,13 +68,13 @@ void DecodeEtc1Plane(std::uint8_t const* in, Etc1Plane plane, RgbaPicture& pictu
 }
 
 bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name, ImageData& out,
-                std::string& error) {
+                Fault& fault) {
     if (image.levels.empty()) {
-        return Fail(error, name + ": there are no pixels to encode");
+        return Fail(fault, name, "there are no pixels to encode");
     }
     if (IsEtc1(image.format) || !IsSupported(image.format)) {
-        return Fail(error, name + ": pixels of texture format " + std::to_string(int(image.format)) +
-                               " cannot be encoded");
+        return Fail(fault, name,
+                    "pixels of texture format " + std::to_string(int(image.format)) + " cannot be encoded");
     }
     try {
         ImageOptions options;
@@ -82,9 +82,9 @@ bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name
         options.mipLevels = fMipLevels;
         // Padding adds up to three pixels to a size that was within somebody's limits when it was loaded.
         options.limits.maxBytes = SIZE_MAX;
-        return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, error);
+        return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, fault);
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": not enough memory to encode it");
+        return Fail(fault, name, "not enough memory to encode it");
     }
 }
 

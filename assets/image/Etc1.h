@@ -26,6 +26,6 @@ void DecodeEtc1Plane(std::uint8_t const* in, Etc1Plane plane, RgbaPicture& pictu
  * levels, one that is encoded already, and when memory runs out. `name` begins the message.
  */
 bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name, ImageData& out,
-                std::string& error);
+                Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -57,28 +57,25 @@ std::size_t LevelBytes(TextureFormat::Enum format, int width, int height) {
 }
 
 bool CheckSize(std::string const& name, long long width, long long height, ImageLimits const& limits,
-               std::string& error) {
+               Fault& fault) {
     std::string const size = std::to_string(width) + " x " + std::to_string(height);
     if (width < 1 || height < 1) {
-        return Fail(error, name + ": a size of " + size + " pixels holds no picture");
+        return Fail(fault, name, "a size of " + size + " pixels holds no picture");
     }
     int const maxWidth = std::min(limits.maxWidth, Texture::MaximumSide);
     int const maxHeight = std::min(limits.maxHeight, Texture::MaximumSide);
     if (width > maxWidth || height > maxHeight) {
-        return Fail(error, name + ": " + size + " pixels are more than the " + std::to_string(maxWidth) +
-                               " x " + std::to_string(maxHeight) + " allowed");
+        return Fail(fault, name,
+                    size + " pixels are more than the " + std::to_string(maxWidth) + " x " +
+                        std::to_string(maxHeight) + " allowed");
     }
     unsigned long long const bytes = 4ull * static_cast<unsigned long long>(width * height);
     if (bytes > limits.maxBytes) {
-        return Fail(error, name + ": " + size + " pixels need " + std::to_string(bytes) +
-                               " bytes, more than the " + std::to_string(limits.maxBytes) + " allowed");
+        return Fail(fault, name,
+                    size + " pixels need " + std::to_string(bytes) + " bytes, more than the " +
+                        std::to_string(limits.maxBytes) + " allowed");
     }
     return true;
-}
-
-bool Fail(std::string& error, std::string message) {
-    error = std::move(message);
-    return false;
 }
 
 } // namespace trevik::kelvo::assets

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "file/Failure.h"
 #include "trevik/kelvo/MipLevel.h"
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/TextureFormat.h"
@@ -99,9 +100,6 @@ std::size_t LevelBytes(TextureFormat::Enum format, int width, int height);
 
 /** False, with a message that begins with `name`, unless the size is positive and within the limits. */
 bool CheckSize(std::string const& name, long long width, long long height, ImageLimits const& limits,
-               std::string& error);
-
-/** Sets `error` and returns false: how every function of this room reports a failure. */
-bool Fail(std::string& error, std::string message);
+               Fault& fault);
 
 } // namespace trevik::kelvo::assets

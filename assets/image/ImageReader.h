@@ -8,6 +8,6 @@ namespace trevik::kelvo::assets {
  * Reads a PNG or PKM file; its first bytes say which, not its name. What each can do and how it fails is said
  * with `LoadPng` and `LoadPkm`.
  */
-bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error);
+bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -59,12 +59,11 @@ void AveragePixel(RgbaPicture const& picture, Coverage const& across, Coverage c
     out[3] = std::uint8_t((alpha + weight / 2) / weight);
 }
 
-bool AppendLevel(RgbaPicture const& picture, std::string const& name, ImageData& image, std::string& error) {
+bool AppendLevel(RgbaPicture const& picture, std::string const& name, ImageData& image, Fault& fault) {
     std::size_t const offset = image.pixels.size();
     std::size_t const bytes = LevelBytes(image.format, picture.width, picture.height);
     if (bytes > std::size_t(INT_MAX) - offset) {
-        return Fail(error,
-                    name + ": its levels need more than the 2147483647 bytes that a texture can address");
+        return Fail(fault, name, "its levels need more than the 2147483647 bytes that a texture can address");
     }
     image.pixels.resize(offset + bytes);
     PackPixels(picture, image.format, image.pixels.data() + offset);
@@ -73,10 +72,10 @@ bool AppendLevel(RgbaPicture const& picture, std::string const& name, ImageData&
     return true;
 }
 
-bool AppendSmallerLevels(RgbaPicture picture, std::string const& name, ImageData& image, std::string& error) {
+bool AppendSmallerLevels(RgbaPicture picture, std::string const& name, ImageData& image, Fault& fault) {
     while (picture.width > 1 || picture.height > 1) {
         picture = HalvePicture(picture);
-        if (!AppendLevel(picture, name, image, error)) {
+        if (!AppendLevel(picture, name, image, fault)) {
             return false;
         }
     }
@@ -100,17 +99,17 @@ RgbaPicture HalvePicture(RgbaPicture const& picture) {
     return half;
 }
 
-bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, std::string& error) {
+bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, Fault& fault) {
     if (format != TextureFormat::ETC1_RGBA) {
         return true;
     }
-    return Fail(error,
-                name + ": ETC1 with alpha cannot have mip levels, its levels below 4 x 4 pixels have no room "
-                       "for the alpha plane; load it without levels or in another format");
+    return Fail(fault, name,
+                "ETC1 with alpha cannot have mip levels, its levels below 4 x 4 pixels have no room "
+                "for the alpha plane; load it without levels or in another format");
 }
 
 bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name, ImageData& image,
-                  std::string& error) {
+                  Fault& fault) {
     // By far the most frequent case needs no second copy of the pixels.
     std::size_t const bytes = picture.bytes.size();
     if (image.format == TextureFormat::RGBA8888 && image.pixels.empty() && !fMipLevels && bytes <= INT_MAX) {
@@ -118,15 +117,15 @@ bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name,
         image.pixels = std::move(picture.bytes);
         return true;
     }
-    return AppendLevel(picture, name, image, error) &&
-           (!fMipLevels || AppendSmallerLevels(std::move(picture), name, image, error));
+    return AppendLevel(picture, name, image, fault) &&
+           (!fMipLevels || AppendSmallerLevels(std::move(picture), name, image, fault));
 }
 
-bool GenerateMipLevels(ImageData& image, std::string const& name, std::string& error) {
+bool GenerateMipLevels(ImageData& image, std::string const& name, Fault& fault) {
     if (image.levels.empty()) {
-        return Fail(error, name + ": there is no level to make smaller ones from");
+        return Fail(fault, name, "there is no level to make smaller ones from");
     }
-    if (!CanHaveMipLevels(image.format, name, error)) {
+    if (!CanHaveMipLevels(image.format, name, fault)) {
         return false;
     }
     try {
@@ -137,14 +136,14 @@ bool GenerateMipLevels(ImageData& image, std::string const& name, std::string& e
                             image.pixels.begin() + base.m_nOffset + base.m_nSize);
         built.levels.push_back({base.m_nWidth, base.m_nHeight, 0, base.m_nSize});
         RgbaPicture picture = UnpackPixels(built.pixels.data(), image.format, base.m_nWidth, base.m_nHeight);
-        if (!AppendSmallerLevels(std::move(picture), name, built, error)) {
+        if (!AppendSmallerLevels(std::move(picture), name, built, fault)) {
             return false;
         }
         image.pixels = std::move(built.pixels);
         image.levels = std::move(built.levels);
         return true;
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": not enough memory for its mip levels");
+        return Fail(fault, name, "not enough memory for its mip levels");
     }
 }
 

@@ -17,11 +17,11 @@ RgbaPicture HalvePicture(RgbaPicture const& picture);
  * bytes into a level: inside the colour block for levels smaller than a block. Its levels would have to stop
  * at 4 x 4.
  */
-bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, std::string& error);
+bool CanHaveMipLevels(TextureFormat::Enum format, std::string const& name, Fault& fault);
 
 /** Appends the picture to the image in the image's format, and all smaller levels after it when asked. */
 bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name, ImageData& image,
-                  std::string& error);
+                  Fault& fault);
 
 /**
  * Gives a loaded image all levels down to 1 x 1, computed from level 0, which stays as it is, byte for byte;
@@ -29,6 +29,6 @@ bool AppendLevels(RgbaPicture picture, bool fMipLevels, std::string const& name,
  * GL wants it. ETC1 levels smaller than a block take one block. Fails, leaving the image alone, for
  * `ETC1_RGBA` images (see `CanHaveMipLevels`) and when memory runs out. `name` begins the message.
  */
-bool GenerateMipLevels(ImageData& image, std::string const& name, std::string& error);
+bool GenerateMipLevels(ImageData& image, std::string const& name, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -34,8 +34,8 @@ struct Side {
 
 class BorderReader {
 public:
-    BorderReader(RgbaPicture const& picture, std::string const& name, std::string& error)
-        : m_picture(picture), m_sName(name), m_error(error) {}
+    BorderReader(RgbaPicture const& picture, std::string const& name, Fault& fault)
+        : m_picture(picture), m_sName(name), m_fault(fault) {}
 
     /** The black runs of a side, from its left or top, counted without the border. */
     bool ReadRuns(Side const& side, std::vector<Band>& runs) const;
@@ -47,7 +47,7 @@ private:
 
     RgbaPicture const& m_picture;
     std::string const& m_sName;
-    std::string& m_error;
+    Fault& m_fault;
 };
 
 bool BorderReader::FailColour(Side const& side, int x, int y) const {
@@ -55,9 +55,10 @@ bool BorderReader::FailColour(Side const& side, int x, int y) const {
     char colour[16];
     std::snprintf(colour, sizeof colour, "#%02x%02x%02x%02x", unsigned(pixel[0]), unsigned(pixel[1]),
                   unsigned(pixel[2]), unsigned(pixel[3]));
-    return Fail(m_error, m_sName + ": pixel (" + std::to_string(x) + ", " + std::to_string(y) + ") in the " +
-                             side.pName + " border is " + colour + "; it may be black, white, transparent" +
-                             (side.fMayBeRed ? ", red" : " (red is for the bottom and right)"));
+    return Fail(m_fault, m_sName,
+                "pixel (" + std::to_string(x) + ", " + std::to_string(y) + ") in the " + side.pName +
+                    " border is " + colour + "; it may be black, white, transparent" +
+                    (side.fMayBeRed ? ", red" : " (red is for the bottom and right)"));
 }
 
 bool BorderReader::ReadRuns(Side const& side, std::vector<Band>& runs) const {
@@ -89,8 +90,9 @@ bool BorderReader::ReadContent(Side const& side, std::vector<Band> const& bands,
         return false;
     }
     if (runs.size() > 1) {
-        return Fail(m_error, m_sName + ": the " + side.pName + " border marks content in " +
-                                 std::to_string(runs.size()) + " pieces; it must be one");
+        return Fail(m_fault, m_sName,
+                    std::string("the ") + side.pName + " border marks content in " +
+                        std::to_string(runs.size()) + " pieces; it must be one");
     }
     if (!runs.empty()) {
         content = runs[0];
@@ -112,14 +114,13 @@ RgbaPicture WithoutBorder(RgbaPicture const& picture) {
 
 } // namespace
 
-bool TakeNinePatchBorder(RgbaPicture& picture, std::string const& name, NinePatchInfo& info,
-                         std::string& error) {
+bool TakeNinePatchBorder(RgbaPicture& picture, std::string const& name, NinePatchInfo& info, Fault& fault) {
     if (picture.width < 3 || picture.height < 3) {
-        return Fail(error, name + ": " + std::to_string(picture.width) + " x " +
-                               std::to_string(picture.height) +
-                               " pixels have no room for a picture inside a border");
+        return Fail(fault, name,
+                    std::to_string(picture.width) + " x " + std::to_string(picture.height) +
+                        " pixels have no room for a picture inside a border");
     }
-    BorderReader const border(picture, name, error);
+    BorderReader const border(picture, name, fault);
     Band across;
     Band down;
     if (!border.ReadRuns({"top", true, 0, false}, info.x) ||

@@ -11,7 +11,6 @@ namespace trevik::kelvo::assets {
  * have changed then. Rows are counted from the top, and a direction without a band, or with many, is no
  * failure: what is common to both forms is the caller's.
  */
-bool TakeNinePatchBorder(RgbaPicture& picture, std::string const& name, NinePatchInfo& info,
-                         std::string& error);
+bool TakeNinePatchBorder(RgbaPicture& picture, std::string const& name, NinePatchInfo& info, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -19,8 +19,8 @@ constexpr std::size_t Divisions = 32;
 
 class ChunkReader {
 public:
-    ChunkReader(ByteSpan chunk, std::string const& name, std::string& error)
-        : m_chunk(chunk), m_sName(name), m_error(error) {}
+    ChunkReader(ByteSpan chunk, std::string const& name, Fault& fault)
+        : m_chunk(chunk), m_sName(name), m_fault(fault) {}
 
     bool CheckLength() const;
     /** Bands that `nCount` divisions from byte `at` on begin and end by turns, within `nExtent` texels. */
@@ -40,7 +40,7 @@ private:
 
     ByteSpan m_chunk;
     std::string const& m_sName;
-    std::string& m_error;
+    Fault& m_fault;
 };
 
 bool ChunkReader::CheckLength() const {
@@ -49,8 +49,9 @@ bool ChunkReader::CheckLength() const {
         nNeeded += 4 * (GetCount(ColumnCount) + GetCount(RowCount) + GetCount(ColourCount));
     }
     if (m_chunk.size < nNeeded) {
-        return Fail(m_error, m_sName + ": has " + std::to_string(m_chunk.size) + " bytes, too few for the " +
-                                 std::to_string(nNeeded) + " of its content");
+        return Fail(m_fault, m_sName,
+                    "has " + std::to_string(m_chunk.size) + " bytes, too few for the " +
+                        std::to_string(nNeeded) + " of its content");
     }
     return true;
 }
@@ -58,16 +59,18 @@ bool ChunkReader::CheckLength() const {
 bool ChunkReader::ReadBands(std::size_t at, std::size_t nCount, int nExtent, char const* what,
                             std::vector<Band>& bands) const {
     if (nCount % 2 != 0) {
-        return Fail(m_error, m_sName + ": " + std::to_string(nCount) + " " + what +
-                                 " divisions are not pairs of a beginning and an end");
+        return Fail(m_fault, m_sName,
+                    std::to_string(nCount) + " " + what +
+                        " divisions are not pairs of a beginning and an end");
     }
     int nPrevious = 0;
     for (std::size_t n = 0; n < nCount; ++n) {
         int const nDivision = ReadInt(at + 4 * n);
         if (nDivision < nPrevious || nDivision > nExtent) {
-            return Fail(m_error, m_sName + ": " + what + " division " + std::to_string(n) + " is at " +
-                                     std::to_string(nDivision) + ", and must be from " +
-                                     std::to_string(nPrevious) + " to " + std::to_string(nExtent));
+            return Fail(m_fault, m_sName,
+                        std::string(what) + " division " + std::to_string(n) + " is at " +
+                            std::to_string(nDivision) + ", and must be from " + std::to_string(nPrevious) +
+                            " to " + std::to_string(nExtent));
         }
         if (n % 2 != 0 && nDivision > nPrevious) {
             bands.push_back({nPrevious, nDivision - nPrevious});
@@ -82,9 +85,9 @@ bool ChunkReader::ReadPadding(std::size_t before, std::size_t after, int nExtent
     nBefore = ReadInt(before);
     nAfter = ReadInt(after);
     if (nBefore < 0 || nAfter < 0 || nBefore > nExtent - nAfter) {
-        return Fail(m_error, m_sName + ": a padding of " + std::to_string(nBefore) + " and " +
-                                 std::to_string(nAfter) + " does not fit " + std::to_string(nExtent) +
-                                 " texels");
+        return Fail(m_fault, m_sName,
+                    "a padding of " + std::to_string(nBefore) + " and " + std::to_string(nAfter) +
+                        " does not fit " + std::to_string(nExtent) + " texels");
     }
     return true;
 }
@@ -92,8 +95,8 @@ bool ChunkReader::ReadPadding(std::size_t before, std::size_t after, int nExtent
 } // namespace
 
 bool ReadNinePatchChunk(ByteSpan chunk, int nWidth, int nHeight, std::string const& name, NinePatchInfo& info,
-                        std::string& error) {
-    ChunkReader const reader(chunk, name, error);
+                        Fault& fault) {
+    ChunkReader const reader(chunk, name, fault);
     if (!reader.CheckLength()) {
         return false;
     }

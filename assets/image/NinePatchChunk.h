@@ -11,6 +11,6 @@ namespace trevik::kelvo::assets {
  * with many, is no failure: what is common to both forms is the caller's.
  */
 bool ReadNinePatchChunk(ByteSpan chunk, int nWidth, int nHeight, std::string const& name, NinePatchInfo& info,
-                        std::string& error);
+                        Fault& fault);
 
 } // namespace trevik::kelvo::assets

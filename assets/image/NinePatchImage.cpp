@@ -18,13 +18,14 @@ constexpr char const* ChunkName = "npTc";
 constexpr std::size_t MaximumBands = 10;
 
 bool CheckBands(std::vector<NinePatchInfo::Band> const& bands, char const* what, std::string const& name,
-                std::string& error) {
+                Fault& fault) {
     if (bands.empty()) {
-        return Fail(error, name + ": no " + what + " stretch");
+        return Fail(fault, name, std::string("no ") + what + " stretch");
     }
     if (bands.size() > MaximumBands) {
-        return Fail(error, name + ": " + std::to_string(bands.size()) + " bands of " + what +
-                               " stretch; sprites use " + std::to_string(MaximumBands) + " at most");
+        return Fail(fault, name,
+                    std::to_string(bands.size()) + " bands of " + what + " stretch; sprites use " +
+                        std::to_string(MaximumBands) + " at most");
     }
     return true;
 }
@@ -39,27 +40,27 @@ void CountFromBottom(std::vector<NinePatchInfo::Band>& bands, int nExtent) {
 
 /** Takes the description out of the picture, rows counted from the top: its chunk's, or else its border's. */
 bool ReadInfo(ByteSpan bytes, std::string const& name, RgbaPicture& picture, NinePatchInfo& info,
-              std::string& error) {
+              Fault& fault) {
     std::vector<ByteSpan> const chunks = FindPngChunks(bytes, ChunkName);
     if (chunks.size() > 1) {
-        return Fail(error, name + ": has " + std::to_string(chunks.size()) + " chunks " + ChunkName);
+        return Fail(fault, name, "has " + std::to_string(chunks.size()) + " chunks " + ChunkName);
     }
-    bool const fRead = chunks.empty() ? TakeNinePatchBorder(picture, name, info, error)
+    bool const fRead = chunks.empty() ? TakeNinePatchBorder(picture, name, info, fault)
                                       : ReadNinePatchChunk(chunks[0], picture.width, picture.height,
-                                                           name + ": chunk " + ChunkName, info, error);
-    return fRead && CheckBands(info.x, "columns", name, error) && CheckBands(info.y, "rows", name, error);
+                                                           name + ": chunk " + ChunkName, info, fault);
+    return fRead && CheckBands(info.x, "columns", name, fault) && CheckBands(info.y, "rows", name, fault);
 }
 
 } // namespace
 
 bool LoadNinePatch(ByteSpan bytes, std::string const& name, ImageOptions const& options, ImageData& image,
-                   NinePatchInfo& info, std::string& error) {
+                   NinePatchInfo& info, Fault& fault) {
     try {
         RgbaPicture picture;
         NinePatchInfo found;
         bool fHasAlpha = false;
-        if (!DecodePng(bytes, name, options.limits, picture, fHasAlpha, error) ||
-            !ReadInfo(bytes, name, picture, found, error)) {
+        if (!DecodePng(bytes, name, options.limits, picture, fHasAlpha, fault) ||
+            !ReadInfo(bytes, name, picture, found, fault)) {
             return false;
         }
         if (options.flipRows) {
@@ -67,21 +68,21 @@ bool LoadNinePatch(ByteSpan bytes, std::string const& name, ImageOptions const& 
         } else {
             CountFromBottom(found.y, picture.height);
         }
-        if (!BuildImage(std::move(picture), fHasAlpha, options, name, image, error)) {
+        if (!BuildImage(std::move(picture), fHasAlpha, options, name, image, fault)) {
             return false;
         }
         info = std::move(found);
         return true;
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": not enough memory for its pixels");
+        return Fail(fault, name, "not enough memory for its pixels");
     }
 }
 
 bool LoadNinePatch(std::string const& path, ImageOptions const& options, ImageData& image,
-                   NinePatchInfo& info, std::string& error) {
+                   NinePatchInfo& info, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    return ReadFile(path, options.limits.maxFileBytes, bytes, error) &&
-           LoadNinePatch({bytes.data(), bytes.size()}, path, options, image, info, error);
+    return ReadFile(path, options.limits.maxFileBytes, bytes, fault) &&
+           LoadNinePatch({bytes.data(), bytes.size()}, path, options, image, info, fault);
 }
 
 } // namespace trevik::kelvo::assets

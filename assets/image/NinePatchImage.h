@@ -39,10 +39,10 @@ struct NinePatchInfo {
  * is too short for what it says, or whose bands are out of order or beyond the picture.
  */
 bool LoadNinePatch(std::string const& path, ImageOptions const& options, ImageData& image,
-                   NinePatchInfo& info, std::string& error);
+                   NinePatchInfo& info, Fault& fault);
 
 /** The same from memory; `name` stands for the path in messages. */
 bool LoadNinePatch(ByteSpan bytes, std::string const& name, ImageOptions const& options, ImageData& image,
-                   NinePatchInfo& info, std::string& error);
+                   NinePatchInfo& info, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -209,22 +209,22 @@ RgbaPicture UnpackLevel(ImageData const& image, std::size_t level) {
 }
 
 bool BuildImage(RgbaPicture picture, bool fHasAlpha, ImageOptions const& options, std::string const& name,
-                ImageData& image, std::string& error) {
+                ImageData& image, Fault& fault) {
     ImageData built;
     built.format = ChooseFormat(options, fHasAlpha);
     if (!IsSupported(built.format)) {
-        return Fail(error, name + ": cannot be made an image of texture format " +
-                               std::to_string(int(built.format)));
+        return Fail(fault, name,
+                    "cannot be made an image of texture format " + std::to_string(int(built.format)));
     }
     built.width = picture.width;
     built.height = picture.height;
     long long const width = AllocatedExtent(picture.width, built.format, options.padToPowerOfTwo);
     long long const height = AllocatedExtent(picture.height, built.format, options.padToPowerOfTwo);
-    if (options.mipLevels && !CanHaveMipLevels(built.format, name, error)) {
+    if (options.mipLevels && !CanHaveMipLevels(built.format, name, fault)) {
         return false;
     }
     bool const fPad = width != picture.width || height != picture.height;
-    if (fPad && !CheckSize(name + ": padded", width, height, options.limits, error)) {
+    if (fPad && !CheckSize(name + ": padded", width, height, options.limits, fault)) {
         return false;
     }
     built.allocatedWidth = int(width);
@@ -241,7 +241,7 @@ bool BuildImage(RgbaPicture picture, bool fHasAlpha, ImageOptions const& options
     if (fPad) {
         picture = Resize(picture, built.allocatedWidth, built.allocatedHeight);
     }
-    if (!AppendLevels(std::move(picture), options.mipLevels, name, built, error)) {
+    if (!AppendLevels(std::move(picture), options.mipLevels, name, built, fault)) {
         return false;
     }
     image = std::move(built);

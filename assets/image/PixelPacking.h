@@ -41,6 +41,6 @@ RgbaPicture UnpackLevel(ImageData const& image, std::size_t level);
  * the message.
  */
 bool BuildImage(RgbaPicture picture, bool fHasAlpha, ImageOptions const& options, std::string const& name,
-                ImageData& image, std::string& error);
+                ImageData& image, Fault& fault);
 
 } // namespace trevik::kelvo::assets

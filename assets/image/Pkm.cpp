@@ -49,29 +49,28 @@ void AppendBig16(std::vector<std::uint8_t>& out, int value) {
     out.push_back(std::uint8_t(value & 0xFF));
 }
 
-bool CheckSignature(ByteSpan bytes, std::string const& name, std::string& error) {
+bool CheckSignature(ByteSpan bytes, std::string const& name, Fault& fault) {
     if (bytes.size < HeaderBytes) {
-        return Fail(error,
-                    name + ": " + std::to_string(bytes.size) + " bytes are too few for a PKM header of 16");
+        return Fail(fault, name, std::to_string(bytes.size) + " bytes are too few for a PKM header of 16");
     }
     if (std::memcmp(bytes.data, "PKM ", 4) != 0) {
-        return Fail(error, name + ": is not a PKM file (at byte 0)");
+        return Fail(fault, name, "is not a PKM file (at byte 0)");
     }
     if (std::memcmp(bytes.data + 4, "10", 2) != 0) {
-        return Fail(error, name + ": is a PKM file of another version than 10 (at byte 4)");
+        return Fail(fault, name, "is a PKM file of another version than 10 (at byte 4)");
     }
     int const type = ReadBig16(bytes.data + 6);
     if (type != 0) {
-        return Fail(error, name + ": is a PKM file of type " + std::to_string(type) +
-                               ", not of type 0, ETC1 (at byte 6)");
+        return Fail(fault, name,
+                    "is a PKM file of type " + std::to_string(type) + ", not of type 0, ETC1 (at byte 6)");
     }
     return true;
 }
 
 /** Everything that the header says is checked against the file before any of it is believed. */
 bool ReadHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, PkmHeader& header,
-                std::string& error) {
-    if (!CheckSignature(bytes, name, error)) {
+                Fault& fault) {
+    if (!CheckSignature(bytes, name, fault)) {
         return false;
     }
     header.extendedWidth = ReadBig16(bytes.data + ExtendedOffset);
@@ -79,21 +78,22 @@ bool ReadHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limi
     header.width = ReadBig16(bytes.data + UsedOffset);
     header.height = ReadBig16(bytes.data + UsedOffset + 2);
     if (header.extendedWidth % 4 != 0 || header.extendedHeight % 4 != 0) {
-        return Fail(error, name + ": the extended size of " + header.Describe() +
-                               " is no multiple of 4 (at byte 8)");
+        return Fail(fault, name,
+                    "the extended size of " + header.Describe() + " is no multiple of 4 (at byte 8)");
     }
     if (header.width > header.extendedWidth || header.height > header.extendedHeight) {
-        return Fail(error, name + ": a used size of " + header.Describe() + " does not fit (at byte 12)");
+        return Fail(fault, name, "a used size of " + header.Describe() + " does not fit (at byte 12)");
     }
-    if (!CheckSize(name, header.width, header.height, limits, error) ||
-        !CheckSize(name, header.extendedWidth, header.extendedHeight, limits, error)) {
+    if (!CheckSize(name, header.width, header.height, limits, fault) ||
+        !CheckSize(name, header.extendedWidth, header.extendedHeight, limits, fault)) {
         return false;
     }
     std::size_t const expected =
         HeaderBytes + PlaneBytes(TextureFormat::ETC1_RGB, header.extendedWidth, header.extendedHeight);
     if (bytes.size != expected) {
-        return Fail(error, name + ": " + header.Describe() + " pixels need " + std::to_string(expected) +
-                               " bytes, but the file ends at byte " + std::to_string(bytes.size));
+        return Fail(fault, name,
+                    header.Describe() + " pixels need " + std::to_string(expected) +
+                        " bytes, but the file ends at byte " + std::to_string(bytes.size));
     }
     return true;
 }
@@ -103,19 +103,20 @@ bool IsPowerOfTwo(int value) {
 }
 
 bool CheckOptions(PkmHeader const& header, TextureFormat::Enum format, ImageOptions const& options,
-                  std::string const& name, std::string& error) {
+                  std::string const& name, Fault& fault) {
     if (options.format && *options.format != format) {
-        return Fail(error, name + ": its ETC1 blocks have texture format " + std::to_string(int(format)) +
-                               " and cannot become format " + std::to_string(int(*options.format)));
+        return Fail(fault, name,
+                    "its ETC1 blocks have texture format " + std::to_string(int(format)) +
+                        " and cannot become format " + std::to_string(int(*options.format)));
     }
     if (options.flipRows) {
-        return Fail(error, name + ": the rows of ETC1 blocks cannot be flipped");
+        return Fail(fault, name, "the rows of ETC1 blocks cannot be flipped");
     }
     if (options.padToPowerOfTwo &&
         !(IsPowerOfTwo(header.extendedWidth) && IsPowerOfTwo(header.extendedHeight))) {
-        return Fail(error, name + ": " + header.Describe() + " pixels of ETC1 blocks cannot be padded");
+        return Fail(fault, name, header.Describe() + " pixels of ETC1 blocks cannot be padded");
     }
-    return !options.mipLevels || CanHaveMipLevels(format, name, error);
+    return !options.mipLevels || CanHaveMipLevels(format, name, fault);
 }
 
 ImageData Assemble(PkmHeader const& header, TextureFormat::Enum format, ByteSpan colour, ByteSpan alpha) {
@@ -146,18 +147,20 @@ std::vector<std::uint8_t> FilePlane(ImageData const& image, std::size_t plane) {
     return bytes;
 }
 
-bool CheckSaveable(std::string const& path, ImageData const& image, std::string& error) {
+bool CheckSaveable(std::string const& path, ImageData const& image, Fault& fault) {
     if (!IsEtc1(image.format)) {
-        return Fail(error, path + ": only ETC1 images can be written, not texture format " +
-                               std::to_string(int(image.format)));
+        return Fail(fault, path,
+                    "only ETC1 images can be written, not texture format " +
+                        std::to_string(int(image.format)));
     }
     if (image.levels.size() != 1) {
-        return Fail(error, path + ": a PKM file holds one level, not " + std::to_string(image.levels.size()));
+        return Fail(fault, path, "a PKM file holds one level, not " + std::to_string(image.levels.size()));
     }
     MipLevel const& level = image.levels[0];
     if (level.m_nWidth > MostExtent || level.m_nHeight > MostExtent) {
-        return Fail(error, path + ": " + std::to_string(level.m_nWidth) + " x " +
-                               std::to_string(level.m_nHeight) + " pixels do not fit a PKM header");
+        return Fail(fault, path,
+                    std::to_string(level.m_nWidth) + " x " + std::to_string(level.m_nHeight) +
+                        " pixels do not fit a PKM header");
     }
     return true;
 }
@@ -172,7 +175,7 @@ std::string PkmAlphaPath(std::string const& path) {
 }
 
 bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOptions const& options,
-             ImageData& image, std::string& error) {
+             ImageData& image, Fault& fault) {
     try {
         bool const fAlpha = alpha.data != nullptr;
         TextureFormat::Enum const format = fAlpha ? TextureFormat::ETC1_RGBA : TextureFormat::ETC1_RGB;
@@ -180,49 +183,50 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOpti
         std::string const alphaName = alphaPath.empty() ? name + " (alpha)" : alphaPath;
         PkmHeader header;
         PkmHeader alphaHeader;
-        if (!ReadHeader(colour, name, options.limits, header, error)) {
+        if (!ReadHeader(colour, name, options.limits, header, fault)) {
             return false;
         }
-        if (fAlpha && !ReadHeader(alpha, alphaName, options.limits, alphaHeader, error)) {
+        if (fAlpha && !ReadHeader(alpha, alphaName, options.limits, alphaHeader, fault)) {
             return false;
         }
         if (fAlpha && !(alphaHeader == header)) {
-            return Fail(error, alphaName + ": has " + alphaHeader.Describe() + " pixels, but " + name +
-                                   " has " + header.Describe());
+            return Fail(fault, alphaName,
+                        "has " + alphaHeader.Describe() + " pixels, but " + name + " has " +
+                            header.Describe());
         }
-        if (!CheckOptions(header, format, options, name, error)) {
+        if (!CheckOptions(header, format, options, name, fault)) {
             return false;
         }
         ImageData loaded = Assemble(header, format, colour, alpha);
-        if (options.mipLevels && !GenerateMipLevels(loaded, name, error)) {
+        if (options.mipLevels && !GenerateMipLevels(loaded, name, fault)) {
             return false;
         }
         image = std::move(loaded);
         return true;
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": not enough memory for its pixels");
+        return Fail(fault, name, "not enough memory for its pixels");
     }
 }
 
-bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
+bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, Fault& fault) {
     std::vector<std::uint8_t> colour;
-    if (!ReadFile(path, options.limits.maxFileBytes, colour, error)) {
+    if (!ReadFile(path, options.limits.maxFileBytes, colour, fault)) {
         return false;
     }
     std::vector<std::uint8_t> alpha;
     std::string const alphaPath = PkmAlphaPath(path);
     bool const fAlpha = !alphaPath.empty() && FileExists(alphaPath);
-    if (fAlpha && !ReadFile(alphaPath, options.limits.maxFileBytes, alpha, error)) {
+    if (fAlpha && !ReadFile(alphaPath, options.limits.maxFileBytes, alpha, fault)) {
         return false;
     }
     if (fAlpha && alpha.empty()) {
-        return Fail(error, alphaPath + ": is empty");
+        return Fail(fault, alphaPath, "is empty");
     }
-    return LoadPkm({colour.data(), colour.size()}, {alpha.data(), alpha.size()}, path, options, image, error);
+    return LoadPkm({colour.data(), colour.size()}, {alpha.data(), alpha.size()}, path, options, image, fault);
 }
 
-bool SavePkm(std::string const& path, ImageData const& image, std::string& error) {
-    if (!CheckSaveable(path, image, error)) {
+bool SavePkm(std::string const& path, ImageData const& image, Fault& fault) {
+    if (!CheckSaveable(path, image, fault)) {
         return false;
     }
     try {
@@ -230,21 +234,20 @@ bool SavePkm(std::string const& path, ImageData const& image, std::string& error
         std::vector<std::uint8_t> const colour = FilePlane(image, 0);
         if (image.format == TextureFormat::ETC1_RGB) {
             if (!alphaPath.empty() && FileExists(alphaPath)) {
-                return Fail(error,
-                            alphaPath +
-                                ": lies beside an image without alpha and would be taken for its alpha");
+                return Fail(fault, alphaPath,
+                            "lies beside an image without alpha and would be taken for its alpha");
             }
-            return WriteFiles({{path, {colour.data(), colour.size()}}}, error);
+            return WriteFiles({{path, {colour.data(), colour.size()}}}, fault);
         }
         if (alphaPath.empty()) {
-            return Fail(error,
-                        path + ": an image with alpha needs a path that ends in .pkm and not in .alpha.pkm");
+            return Fail(fault, path,
+                        "an image with alpha needs a path that ends in .pkm and not in .alpha.pkm");
         }
         std::vector<std::uint8_t> const alpha = FilePlane(image, 1);
         return WriteFiles({{path, {colour.data(), colour.size()}}, {alphaPath, {alpha.data(), alpha.size()}}},
-                          error);
+                          fault);
     } catch (std::bad_alloc const&) {
-        return Fail(error, path + ": not enough memory to write it");
+        return Fail(fault, path, "not enough memory to write it");
     }
 }
 

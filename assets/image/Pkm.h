@@ -26,11 +26,11 @@ std::string PkmAlphaPath(std::string const& path);
  * says, an alpha file that cannot be read or differs in one of the sizes, and options that would need other
  * blocks: another format, flipped rows, or padding to powers of two unless the file has such sizes.
  */
-bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error);
+bool LoadPkm(std::string const& path, ImageOptions const& options, ImageData& image, Fault& fault);
 
 /** The same from memory. `alpha` without data means none; `name` stands for the path in messages. */
 bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOptions const& options,
-             ImageData& image, std::string& error);
+             ImageData& image, Fault& fault);
 
 /**
  * Writes an `ETC1_RGB` image, or an `ETC1_RGBA` image as a pair of files, completely or not at all (see
@@ -38,6 +38,6 @@ bool LoadPkm(ByteSpan colour, ByteSpan alpha, std::string const& name, ImageOpti
  * for sizes that do not fit 16 bits, and for an `ETC1_RGB` image when there is a file that would be taken for
  * its alpha.
  */
-bool SavePkm(std::string const& path, ImageData const& image, std::string& error);
+bool SavePkm(std::string const& path, ImageData const& image, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -180,55 +180,54 @@ std::string PngDecoder::DescribeError() const {
  * Looks at the first chunk without libpng, so that a wrong size is refused with a clear line and before all
  * else.
  */
-bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, std::string& error) {
+bool CheckHeader(ByteSpan bytes, std::string const& name, ImageLimits const& limits, Fault& fault) {
     static std::uint8_t const s_signature[SignatureBytes] = {0x89, 'P', 'N', 'G', '\r', '\n', 0x1A, '\n'};
     std::size_t const present = std::min(bytes.size, SignatureBytes);
     if (present == 0) {
-        return Fail(error, name + ": is empty");
+        return Fail(fault, name, "is empty");
     }
     if (std::memcmp(bytes.data, s_signature, present) != 0) {
-        return Fail(error, name + ": is not a PNG file (its first 8 bytes are not the signature)");
+        return Fail(fault, name, "is not a PNG file (its first 8 bytes are not the signature)");
     }
     if (bytes.size < HeaderEnd) {
-        return Fail(error, name + ": the file ends too early (chunk IHDR, at byte " +
-                               std::to_string(bytes.size) + ")");
+        return Fail(fault, name,
+                    "the file ends too early (chunk IHDR, at byte " + std::to_string(bytes.size) + ")");
     }
     std::uint8_t const* chunk = bytes.data + SignatureBytes;
     if (ReadBig32(chunk) != 13 || std::memcmp(chunk + 4, "IHDR", 4) != 0) {
-        return Fail(error, name + ": the first chunk is not a PNG header (at byte 8)");
+        return Fail(fault, name, "the first chunk is not a PNG header (at byte 8)");
     }
-    return CheckSize(name, ReadBig32(chunk + 8), ReadBig32(chunk + 12), limits, error);
+    return CheckSize(name, ReadBig32(chunk + 8), ReadBig32(chunk + 12), limits, fault);
 }
 
 /**
  * Deflate cannot shrink anything to less than 1/1032, so a small file with a huge header is known to be
  * broken.
  */
-bool CheckFileCanHold(PngDecoder const& decoder, ByteSpan bytes, std::string const& name,
-                      std::string& error) {
+bool CheckFileCanHold(PngDecoder const& decoder, ByteSpan bytes, std::string const& name, Fault& fault) {
     constexpr std::uint64_t MostInflation = 1032;
     if (decoder.GetStoredBytes() / MostInflation <= bytes.size) {
         return true;
     }
-    return Fail(error, name + ": " + std::to_string(bytes.size) + " bytes are too few for " +
-                           std::to_string(decoder.GetWidth()) + " x " + std::to_string(decoder.GetHeight()) +
-                           " pixels");
+    return Fail(fault, name,
+                std::to_string(bytes.size) + " bytes are too few for " + std::to_string(decoder.GetWidth()) +
+                    " x " + std::to_string(decoder.GetHeight()) + " pixels");
 }
 
 /**
  * Replaces the indices at the beginning of each row by colours, from the right, so that none is overwritten
  * unread.
  */
-bool LookUpColours(PngDecoder const& decoder, std::string const& name, RgbaPicture& picture,
-                   std::string& error) {
+bool LookUpColours(PngDecoder const& decoder, std::string const& name, RgbaPicture& picture, Fault& fault) {
     for (int y = 0; y < picture.height; ++y) {
         std::uint8_t* row = picture.At(0, y);
         for (int x = picture.width - 1; x >= 0; --x) {
             int const index = row[x];
             if (index >= decoder.GetPaletteEntries()) {
-                return Fail(error, name + ": pixel (" + std::to_string(x) + ", " + std::to_string(y) +
-                                       ") has index " + std::to_string(index) + " into a palette of " +
-                                       std::to_string(decoder.GetPaletteEntries()));
+                return Fail(fault, name,
+                            "pixel (" + std::to_string(x) + ", " + std::to_string(y) + ") has index " +
+                                std::to_string(index) + " into a palette of " +
+                                std::to_string(decoder.GetPaletteEntries()));
             }
             std::memcpy(row + std::size_t(x) * 4, decoder.GetPaletteEntry(index), 4);
         }
@@ -239,15 +238,15 @@ bool LookUpColours(PngDecoder const& decoder, std::string const& name, RgbaPictu
 } // namespace
 
 bool DecodePng(ByteSpan bytes, std::string const& name, ImageLimits const& limits, RgbaPicture& picture,
-               bool& fHasAlpha, std::string& error) {
-    if (!CheckHeader(bytes, name, limits, error)) {
+               bool& fHasAlpha, Fault& fault) {
+    if (!CheckHeader(bytes, name, limits, fault)) {
         return false;
     }
     PngDecoder decoder(bytes);
     if (!decoder.ReadHeader(limits)) {
-        return Fail(error, name + ": " + decoder.DescribeError());
+        return Fail(fault, name, decoder.DescribeError());
     }
-    if (!CheckFileCanHold(decoder, bytes, name, error)) {
+    if (!CheckFileCanHold(decoder, bytes, name, fault)) {
         return false;
     }
     picture = {decoder.GetWidth(), decoder.GetHeight(), {}};
@@ -257,10 +256,10 @@ bool DecodePng(ByteSpan bytes, std::string const& name, ImageLimits const& limit
         rows[std::size_t(y)] = picture.At(0, y);
     }
     if (!decoder.ReadRows(rows.data())) {
-        return Fail(error, name + ": " + decoder.DescribeError());
+        return Fail(fault, name, decoder.DescribeError());
     }
     fHasAlpha = decoder.HasAlpha();
-    return !decoder.HasPalette() || LookUpColours(decoder, name, picture, error);
+    return !decoder.HasPalette() || LookUpColours(decoder, name, picture, fault);
 }
 
 std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, char const* pChunk) {
@@ -282,21 +281,21 @@ std::vector<ByteSpan> FindPngChunks(ByteSpan bytes, char const* pChunk) {
 }
 
 bool LoadPng(ByteSpan bytes, std::string const& name, ImageOptions const& options, ImageData& image,
-             std::string& error) {
+             Fault& fault) {
     try {
         RgbaPicture picture;
         bool fHasAlpha = false;
-        return DecodePng(bytes, name, options.limits, picture, fHasAlpha, error) &&
-               BuildImage(std::move(picture), fHasAlpha, options, name, image, error);
+        return DecodePng(bytes, name, options.limits, picture, fHasAlpha, fault) &&
+               BuildImage(std::move(picture), fHasAlpha, options, name, image, fault);
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": not enough memory for its pixels");
+        return Fail(fault, name, "not enough memory for its pixels");
     }
 }
 
-bool LoadPng(std::string const& path, ImageOptions const& options, ImageData& image, std::string& error) {
+bool LoadPng(std::string const& path, ImageOptions const& options, ImageData& image, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    return ReadFile(path, options.limits.maxFileBytes, bytes, error) &&
-           LoadPng({bytes.data(), bytes.size()}, path, options, image, error);
+    return ReadFile(path, options.limits.maxFileBytes, bytes, fault) &&
+           LoadPng({bytes.data(), bytes.size()}, path, options, image, fault);
 }
 
 } // namespace trevik::kelvo::assets

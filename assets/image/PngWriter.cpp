@@ -90,31 +90,33 @@ bool PngEncoder::Write(PngPicture const& picture, std::size_t stride) {
 } // namespace
 
 bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<std::uint8_t>& out,
-               std::string& error) {
+               Fault& fault) {
     if (!picture.pixels || picture.width < 1 || picture.height < 1) {
-        return Fail(error, name + ": there are no pixels to write");
+        return Fail(fault, name, "there are no pixels to write");
     }
     if (picture.channels != 3 && picture.channels != 4) {
-        return Fail(error, name + ": pixels of " + std::to_string(picture.channels) +
-                               " channels cannot be written, only 3 or 4");
+        return Fail(fault, name,
+                    "pixels of " + std::to_string(picture.channels) +
+                        " channels cannot be written, only 3 or 4");
     }
     std::size_t const row = std::size_t(picture.width) * std::size_t(picture.channels);
     if (picture.stride != 0 && picture.stride < row) {
-        return Fail(error, name + ": rows of " + std::to_string(row) + " bytes overlap at a stride of " +
-                               std::to_string(picture.stride));
+        return Fail(fault, name,
+                    "rows of " + std::to_string(row) + " bytes overlap at a stride of " +
+                        std::to_string(picture.stride));
     }
     PngEncoder encoder;
     if (!encoder.Write(picture, picture.stride ? picture.stride : row)) {
-        return Fail(error, name + ": cannot be encoded: " + encoder.GetError());
+        return Fail(fault, name, "cannot be encoded", encoder.GetError());
     }
     out = std::move(encoder.GetBytes());
     return true;
 }
 
-bool SavePng(std::string const& path, PngPicture const& picture, std::string& error) {
+bool SavePng(std::string const& path, PngPicture const& picture, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    return EncodePng(picture, path, bytes, error) &&
-           WriteFiles({{path, {bytes.data(), bytes.size()}}}, error);
+    return EncodePng(picture, path, bytes, fault) &&
+           WriteFiles({{path, {bytes.data(), bytes.size()}}}, fault);
 }
 
 } // namespace trevik::kelvo::assets

@@ -15,12 +15,12 @@ struct PngPicture {
 
 /** Encodes to memory. Fails, leaving `out` alone, for a picture without pixels or with other channels. */
 bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<std::uint8_t>& out,
-               std::string& error);
+               Fault& fault);
 
 /**
  * Writes a PNG file. Whoever reads the path meanwhile finds the earlier file or the complete new one, never a
  * part; on failure the earlier file is untouched.
  */
-bool SavePng(std::string const& path, PngPicture const& picture, std::string& error);
+bool SavePng(std::string const& path, PngPicture const& picture, Fault& fault);
 
 } // namespace trevik::kelvo::assets

@@ -53,23 +53,24 @@ bool WebpWriter::Start(PngPicture const& picture) {
     return m_pEncoder != nullptr;
 }
 
-bool WebpWriter::FailToEncode(std::string& error) const {
+bool WebpWriter::FailToEncode(Fault& fault) const {
     char const* const reason = m_pEncoder ? WebPAnimEncoderGetError(m_pEncoder) : "";
-    return Fail(error, std::string("cannot be encoded: ") + (*reason ? reason : "out of memory"));
+    return Fail(fault, "", "cannot be encoded", *reason ? reason : "out of memory");
 }
 
-bool WebpWriter::Add(PngPicture const& picture, int milliseconds, std::string& error) {
+bool WebpWriter::Add(PngPicture const& picture, int milliseconds, Fault& fault) {
     if (picture.width > WEBP_MAX_DIMENSION || picture.height > WEBP_MAX_DIMENSION) {
-        return Fail(error, "a WebP has at most " + std::to_string(WEBP_MAX_DIMENSION) + " pixels to a side");
+        return Fail(fault, "",
+                    "a WebP has at most " + std::to_string(WEBP_MAX_DIMENSION) + " pixels to a side");
     }
     WebPConfig config;
     EncoderPicture frame;
     return (Configure(m_options, config) && (m_pEncoder || Start(picture)) && frame.Import(picture) &&
             WebPAnimEncoderAdd(m_pEncoder, &frame.picture, milliseconds, &config)) ||
-           FailToEncode(error);
+           FailToEncode(fault);
 }
 
-bool WebpWriter::Finish(int milliseconds, std::vector<std::uint8_t>& out, std::string& error) {
+bool WebpWriter::Finish(int milliseconds, std::vector<std::uint8_t>& out, Fault& fault) {
     WebPData data;
     WebPDataInit(&data);
     bool const encoded = m_pEncoder && WebPAnimEncoderAdd(m_pEncoder, nullptr, milliseconds, nullptr) &&
@@ -78,7 +79,7 @@ bool WebpWriter::Finish(int milliseconds, std::vector<std::uint8_t>& out, std::s
         out.assign(data.bytes, data.bytes + data.size);
     }
     WebPDataClear(&data);
-    return encoded || FailToEncode(error);
+    return encoded || FailToEncode(fault);
 }
 
 } // namespace trevik::kelvo::assets

@@ -24,15 +24,15 @@ public:
 
     /**
      * Adds a frame that is shown from `milliseconds` on, 0 for the first and later for each that follows.
-     * False with a text without name or path in `error`.
+     * False with a `fault` that names no file.
      */
-    bool Add(PngPicture const& picture, int milliseconds, std::string& error);
+    bool Add(PngPicture const& picture, int milliseconds, Fault& fault);
     /** Ends the last frame at `milliseconds`, and gives the file's bytes. */
-    bool Finish(int milliseconds, std::vector<std::uint8_t>& out, std::string& error);
+    bool Finish(int milliseconds, std::vector<std::uint8_t>& out, Fault& fault);
 
 private:
     bool Start(PngPicture const& picture);
-    bool FailToEncode(std::string& error) const;
+    bool FailToEncode(Fault& fault) const;
 
     WebpOptions const m_options;
     WebPAnimEncoder* m_pEncoder = nullptr;

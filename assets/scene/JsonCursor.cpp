@@ -84,11 +84,19 @@ std::string FormatNumber(double number) {
     return text;
 }
 
-void JsonCursor::Fail(std::string const& what) const {
+std::string JsonCursor::GetPlace() const {
     std::string path;
     FindPath(m_pSource->root, *m_pValue, path);
-    throw JsonFault{m_pSource->name + ":" + std::to_string(m_pValue->GetLine()) + ": " +
-                    (path.empty() ? path : path + ": ") + what};
+    std::string const line = m_pSource->name + ":" + std::to_string(m_pValue->GetLine());
+    return path.empty() ? line : line + ": " + path;
+}
+
+void JsonCursor::Fail(std::string const& what) const {
+    throw MakeFault(GetPlace(), what);
+}
+
+void JsonCursor::Fail(Fault const& fault) const {
+    throw PutWithin(fault, GetPlace());
 }
 
 void JsonCursor::FailExpected(std::string const& what) const {

@@ -8,11 +8,6 @@
 
 namespace trevik::kelvo::assets {
 
-/** What is wrong with a JSON document, as one line; thrown and caught inside the readers. */
-struct JsonFault {
-    std::string text;
-};
-
 /** A JSON document and the name that messages give it. */
 struct JsonSource {
     std::string name;
@@ -20,8 +15,8 @@ struct JsonSource {
 };
 
 /**
- * A place in a JSON document. Reading something else than what stands there throws a JsonFault that begins
- * with "name:line: /path/to/value: ". The document must outlive it.
+ * A place in a JSON document. Reading something else than what stands there throws a Fault that lies
+ * at "name:line: /path/to/value". The document must outlive it.
  */
 class JsonCursor {
 public:
@@ -32,6 +27,8 @@ public:
 
     /** Throws "file:line: /path: what". */
     [[noreturn]] void Fail(std::string const& what) const;
+    /** Throws the fault of what is named here, such as a file. */
+    [[noreturn]] void Fail(Fault const& fault) const;
     /** Throws "expected <what>, found <what stands here>". */
     [[noreturn]] void FailExpected(std::string const& what) const;
 
@@ -67,6 +64,9 @@ public:
     JsonCursor Require(std::string const& name) const;
 
 private:
+    /** "file:line: /path" */
+    std::string GetPlace() const;
+
     JsonCursor(JsonSource const& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
 
     JsonSource const* m_pSource;

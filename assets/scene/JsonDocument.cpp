@@ -57,10 +57,11 @@ public:
         : m_sName(name), m_limits(limits), m_pCounted(reinterpret_cast<char const*>(text.data)),
           m_pReached(m_pCounted), m_pEnd(m_pCounted + text.size) {}
 
-    bool Run(JsonValue& root, std::string& error) {
+    bool Run(JsonValue& root, Fault& fault) {
         if (!nlohmann::json::sax_parse(TrackedIterator(m_pReached, &m_pReached),
                                        TrackedIterator(m_pEnd, &m_pReached), this)) {
-            return Fail(error, std::move(m_sError));
+            fault = m_fault;
+            return false;
         }
         root = std::move(m_root);
         return true;
@@ -93,7 +94,7 @@ public:
     bool start_array(std::size_t) { return Open(JsonValue::Kind::Array); }
     bool end_array() { return Close(); }
     bool parse_error(std::size_t, std::string const&, nlohmann::detail::exception const& fault) {
-        m_sError = DescribeFault(fault.what());
+        m_fault = MakeOwn(fault.what());
         return false;
     }
 
@@ -169,12 +170,11 @@ private:
     }
 
     bool Refuse(unsigned int nLine, std::string const& what) {
-        m_sError = m_sName + ":" + std::to_string(nLine) + ": " + what;
-        return false;
+        return Fail(m_fault, m_sName + ":" + std::to_string(nLine), what);
     }
 
     /** The parser's message without its own prefix, with the place in the form of ours. */
-    std::string DescribeFault(std::string const& message) {
+    Fault MakeOwn(std::string const& message) {
         std::size_t const nText = message.find("] ");
         std::string text = nText == std::string::npos ? message : message.substr(nText + 2);
         std::string place = ":" + std::to_string(Line());
@@ -187,7 +187,7 @@ private:
             place = ":" + std::to_string(nLine) + ":" + std::to_string(nColumn);
             text.erase(0, static_cast<std::size_t>(nRead));
         }
-        return m_sName + place + ": " + text;
+        return MakeFault(m_sName + place, text);
     }
 
     std::string const& m_sName;
@@ -200,12 +200,12 @@ private:
     JsonValue m_root;
     JsonValue* m_pAdded = nullptr;
     std::vector<JsonValue*> m_open; ///< the arrays and objects around the next value
-    std::string m_sError;
+    Fault m_fault;
 };
 
 bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
-               std::string& error) {
-    return JsonBuilder(text, name, limits).Run(root, error);
+               Fault& fault) {
+    return JsonBuilder(text, name, limits).Run(root, fault);
 }
 
 } // namespace trevik::kelvo::assets

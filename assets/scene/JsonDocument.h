@@ -60,6 +60,6 @@ struct JsonLimits {
  * occurs twice in an object, and more than the limits allow).
  */
 bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
-               std::string& error);
+               Fault& fault);
 
 } // namespace trevik::kelvo::assets

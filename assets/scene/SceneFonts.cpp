@@ -35,9 +35,9 @@ bool EndsWith(std::string const& text, std::string const& ending) {
 /** Whether a file describes a bitmap font: it is called so, or begins as all of its three forms may. */
 bool IsBMFont(JsonCursor const& place, std::string const& path) {
     std::vector<std::uint8_t> bytes;
-    std::string error;
-    if (!ReadFile(path, MaximumDescriptionBytes, bytes, error)) {
-        place.Fail(error);
+    Fault fault;
+    if (!ReadFile(path, MaximumDescriptionBytes, bytes, fault)) {
+        place.Fail(fault);
     }
     std::string const start(bytes.begin(),
                             bytes.begin() + std::min<std::ptrdiff_t>(5, std::ptrdiff_t(bytes.size())));
@@ -159,10 +159,10 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
         known.push_back("file");
     } else {
         std::optional<JsonCursor> const style = place.Find("style");
-        std::string error;
+        Fault fault;
         if (!FindFontFile(family->ReadText(), style ? style->ReadText() : std::string(), description.path,
-                          description.options.faceIndex, error)) {
-            (style ? *style : *family).Fail(error);
+                          description.options.faceIndex, fault)) {
+            (style ? *style : *family).Fail(fault);
         }
         known.insert(known.end(), {"family", "style"});
     }
@@ -328,17 +328,17 @@ Ref<Font> SceneFonts::LoadFont(Description& description) const {
         description.characters.erase(image.glyph.m_nCodePoint);
     }
     description.options.codePoints.assign(description.characters.begin(), description.characters.end());
-    std::string error;
+    Fault fault;
     Ref<Font> pFont;
     if (description.fBMFont) {
-        pFont = ReadBMFont(description.path, m_registry, error);
+        pFont = ReadBMFont(description.path, m_registry, fault);
     } else if (description.fOutline) {
-        pFont = ReadPolygonalFont(description.path, description.options, m_registry, error);
+        pFont = ReadPolygonalFont(description.path, description.options, m_registry, fault);
     } else {
-        pFont = ReadBitmapFont(description.path, description.options, m_registry, error);
+        pFont = ReadBitmapFont(description.path, description.options, m_registry, fault);
     }
     if (!pFont) {
-        description.place.Fail(error);
+        description.place.Fail(fault);
     }
     return pFont;
 }

@@ -29,14 +29,14 @@ public:
     SceneFonts(std::string const& folder, ClassRegistry const& registry, SceneTextures& textures)
         : m_folder(folder), m_registry(registry), m_textures(textures) {}
 
-    /** Takes the descriptions at `place`; of the files only what they are is looked at. Throws a JsonFault.
+    /** Takes the descriptions at `place`; of the files only what they are is looked at. Throws a Fault.
      */
     void Read(JsonCursor const& place);
 
-    /** Lets `text` be set in the font whose name stands at `place`. Throws a JsonFault when there is none. */
+    /** Lets `text` be set in the font whose name stands at `place`. Throws a Fault when there is none. */
     void Use(JsonCursor const& place, Text& text);
 
-    /** Makes the fonts and gives them to their texts. Throws a JsonFault. */
+    /** Makes the fonts and gives them to their texts. Throws a Fault. */
     void Make();
 
 private:

@@ -18,7 +18,7 @@
 namespace trevik::kelvo::assets {
 
 /**
- * Builds the nodes that a scene file describes. All operations throw a JsonFault when the description is
+ * Builds the nodes that a scene file describes. All operations throw a Fault when the description is
  * wrong.
  */
 class SceneNodes {
@@ -67,7 +67,7 @@ std::vector<std::string> const& GetEffectClassNames();
 /** The names under which an object's properties are registered. */
 std::vector<std::string> GetPropertyNames(PropertyList const& properties);
 
-/** Frames per second. Throws a JsonFault. */
+/** Frames per second. Throws a Fault. */
 RealFloat ReadFrameRate(JsonCursor const& place);
 
 } // namespace trevik::kelvo::assets

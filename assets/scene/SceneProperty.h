@@ -19,7 +19,7 @@ constexpr unsigned int MaximumSamples = 100000;
 /**
  * Gives the property registered under `name` what stands at `place`: a value of the property's type, or an
  * object with one value per frame ("samples") or with key frames ("keys"), which become one value per frame.
- * Throws a JsonFault; the property is unchanged then.
+ * Throws a Fault; the property is unchanged then.
  */
 void ReadProperty(JsonCursor const& place, std::string const& name, PropertyList::Entry const& entry,
                   SampleBudget& budget);

@@ -66,7 +66,7 @@ SceneSettings ReadSettings(JsonCursor const& root) {
     return settings;
 }
 
-/** Throws a JsonFault. */
+/** Throws a Fault. */
 void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
     root.CheckNames({"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
@@ -93,57 +93,64 @@ void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry
 
 /** Saves `built` and loads what was saved into `scene`. */
 bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry, Scene& scene,
-            std::string& error) {
+            Fault& fault) {
     Serializer serializer;
     Ref<DocumentNode> const pDocument = built.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
     if (!pDocument) {
-        return Fail(error, name + ": the scene cannot be saved into a document");
+        return Fail(fault, name, "the scene cannot be saved into a document");
     }
     Deserializer deserializer(pDocument, registry);
     if (!scene.Load(deserializer)) {
         String8 const reason(deserializer.GetError());
-        return Fail(error, name + ": the scene cannot be loaded from its document: " + reason.GetData());
+        return Fail(fault, name, "the scene cannot be loaded from its document", reason.GetData());
     }
     return true;
 }
 
 /** Reads, builds, saves and loads the scene. */
 bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-               Scene& scene, std::string& error) {
+               Scene& scene, Fault& fault) {
     try {
         JsonSource source{name, JsonValue()};
-        if (!ParseJson(text, name, JsonLimits(), source.root, error)) {
+        if (!ParseJson(text, name, JsonLimits(), source.root, fault)) {
             return false;
         }
         Scene built;
         BuildScene(JsonCursor(source), folder, registry, built);
-        return Reload(built, name, registry, scene, error);
-    } catch (JsonFault const& fault) {
-        return Fail(error, fault.text);
+        return Reload(built, name, registry, scene, fault);
+    } catch (Fault const& thrown) {
+        fault = thrown;
+        return false;
     } catch (std::bad_alloc const&) {
-        return Fail(error, name + ": there is not enough memory");
+        return Fail(fault, name, "there is not enough memory");
     }
+}
+
+std::string OneLine(String8 const& sText) {
+    std::string text = TextOf(sText);
+    std::replace_if(
+        text.begin(), text.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
+    return text;
 }
 
 } // namespace
 
-bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error) {
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumFileBytes, bytes, error)) {
+    if (!ReadFile(path, MaximumFileBytes, bytes, fault)) {
         return false;
     }
     std::string const folder = path.substr(0, path.rfind('/') + 1);
-    return ReadSceneText({bytes.data(), bytes.size()}, path, folder, registry, scene, error);
+    return ReadSceneText({bytes.data(), bytes.size()}, path, folder, registry, scene, fault);
 }
 
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                   Scene& scene, std::string& error) {
-    if (ReadWhole(text, name, folder, registry, scene, error)) {
+                   Scene& scene, Fault& fault) {
+    if (ReadWhole(text, name, folder, registry, scene, fault)) {
         return true;
     }
     // Names from the file may contain anything; a message is one line.
-    std::replace_if(
-        error.begin(), error.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
+    fault = MakeFault(OneLine(fault.GetWhere()), OneLine(fault.GetWhat()), OneLine(fault.GetWhy()));
     return false;
 }
 

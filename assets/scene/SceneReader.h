@@ -11,13 +11,13 @@ namespace trevik::kelvo::assets {
 /**
  * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are
  * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
- * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `error` that
+ * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `fault` that
  * says where and what, when anything in the file does not fit.
  */
-bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, std::string& error);
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault);
 
 /** The same from memory. `name` stands for the path in messages; `folder` is empty or ends in "/". */
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                   Scene& scene, std::string& error);
+                   Scene& scene, Fault& fault);
 
 } // namespace trevik::kelvo::assets

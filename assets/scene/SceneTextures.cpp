@@ -123,10 +123,10 @@ SceneTexture SceneTextures::Load(JsonCursor const& place, std::string const& pat
                                  ImageOptions const& options, bool fNinePatch) {
     ImageData image;
     NinePatchInfo ninePatch;
-    std::string error;
-    if (!(fNinePatch ? LoadNinePatch(path, options, image, ninePatch, error)
-                     : LoadImage(path, options, image, error))) {
-        place.Fail(error);
+    Fault fault;
+    if (!(fNinePatch ? LoadNinePatch(path, options, image, ninePatch, fault)
+                     : LoadImage(path, options, image, fault))) {
+        place.Fail(fault);
     }
     if (fNinePatch && (image.allocatedWidth != image.width || image.allocatedHeight != image.height)) {
         place.Fail("a nine-patch image must fill its texture: it is " +

@@ -25,10 +25,10 @@ public:
     SceneTextures(std::string const& folder, ClassRegistry const& registry)
         : m_folder(folder), m_registry(registry) {}
 
-    /** Reads the files of the textures that `place` describes. Throws a JsonFault. */
+    /** Reads the files of the textures that `place` describes. Throws a Fault. */
     void Read(JsonCursor const& place);
 
-    /** The texture whose name stands at `place`. Throws a JsonFault when there is none. */
+    /** The texture whose name stands at `place`. Throws a Fault when there is none. */
     SceneTexture const& Find(JsonCursor const& place) const;
 
     /**

@@ -8,7 +8,7 @@
 
 namespace trevik::kelvo::assets {
 
-// What several parts of a scene file say in the same way. All throw a JsonFault.
+// What several parts of a scene file say in the same way. All throw a Fault.
 
 /**
  * The path of a file, which `what` names ("an image file"); a relative one starts at `folder`, which is empty

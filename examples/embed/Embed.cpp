@@ -112,15 +112,15 @@ bool Play(ClassRegistry& registry, GraphicsDevice& device) {
 
 bool WriteLastFrame(Window const& window, char const* pPath) {
     kelvokit::desktop::FinishedFrame const& frame = window.LastFrame();
-    std::string sError;
+    Fault fault;
     assets::PngPicture picture;
     picture.pixels = frame.pixels.data();
     picture.width = frame.width;
     picture.height = frame.height;
     picture.channels = 4;
     picture.stride = static_cast<std::size_t>(frame.width) * 4;
-    if (!assets::SavePng(pPath, picture, sError)) {
-        std::fprintf(stderr, "%s\n", sError.c_str());
+    if (!assets::SavePng(pPath, picture, fault)) {
+        std::fprintf(stderr, "%s\n", fault.GetText().GetData());
         return false;
     }
     return true;

@@ -47,19 +47,15 @@ struct Playback {
     Scene m_scene;
     Ref<Texture> m_pTexture; ///< with surfaces
 
-    bool Open(std::string const& file, std::string const& sprite, std::string& error);
-    bool Show(int nFrame, std::string const& path, std::string& error);
+    bool Open(std::string const& file, std::string const& sprite, Fault& fault);
+    bool Show(int nFrame, std::string const& path, Fault& fault);
 
 private:
-    bool Start(std::string& error);
+    bool Start(Fault& fault);
 };
 
-std::string ToUtf8(String16 const& sText) {
-    return String8(sText).GetData();
-}
-
-bool Playback::Open(std::string const& file, std::string const& sprite, std::string& error) {
-    if (!assets::ReadScene(file, GetRegistry(), m_scene, error) || !Start(error)) {
+bool Playback::Open(std::string const& file, std::string const& sprite, Fault& fault) {
+    if (!assets::ReadScene(file, GetRegistry(), m_scene, fault) || !Start(fault)) {
         return false;
     }
     Node* const pNode = m_scene.GetRoot()->FindNode(String16(String8(sprite.c_str())));
@@ -67,33 +63,26 @@ bool Playback::Open(std::string const& file, std::string const& sprite, std::str
         m_pTexture = Ref(static_cast<Sprite*>(pNode)->GetTexture());
     }
     if (!m_pTexture || m_pTexture->Count() == 0) {
-        error = file + ": no sprite \"" + sprite + "\" has a texture with surfaces";
-        return false;
+        return assets::Fail(fault, file, "no sprite \"" + sprite + "\" has a texture with surfaces");
     }
     return true;
 }
 
 /** The device's start, and the surfaces of textures that want some; the calling thread is the render thread.
  */
-bool Playback::Start(std::string& error) {
+bool Playback::Start(Fault& fault) {
     SceneSettings const& settings = m_scene.GetSettings();
     m_pWindow = Ref(new Window(settings.m_size.width, settings.m_size.height));
     m_pWindow->SetCapture(true);
     m_pDevice.reset(CreateDevice());
     if (!m_pDevice->Initialize(static_cast<WindowT<ANativeWindow>*>(m_pWindow.Get()), settings.m_format,
                                settings.m_size)) {
-        error = "no graphics device can be had";
-        return false;
+        return assets::Fail(fault, "", "no graphics device can be had");
     }
-    String16 sReason;
-    if (!m_scene.PromoteTextures(sReason)) {
-        error = ToUtf8(sReason);
-        return false;
-    }
-    return true;
+    return m_scene.PromoteTextures(fault);
 }
 
-bool Playback::Show(int nFrame, std::string const& path, std::string& error) {
+bool Playback::Show(int nFrame, std::string const& path, Fault& fault) {
     m_scene.Update(*m_pDevice, static_cast<RealFloat>(nFrame));
     m_scene.RenderFrame(*m_pDevice);
     kelvokit::desktop::FinishedFrame const& frame = m_pWindow->LastFrame();
@@ -101,7 +90,7 @@ bool Playback::Show(int nFrame, std::string const& path, std::string& error) {
     picture.pixels = frame.pixels.data();
     picture.width = frame.width;
     picture.height = frame.height;
-    return assets::SavePng(path, picture, error);
+    return assets::SavePng(path, picture, fault);
 }
 
 Playback& PlaybackOf(jlong playback) {
@@ -140,9 +129,9 @@ JNIEXPORT void JNICALL JNI_OnUnload(JavaVM*, void*) {
 
 JNIEXPORT jlong JNICALL Java_clock_Scene_nativeOpen(JNIEnv* env, jclass, jstring file, jstring sprite) {
     auto pPlayback = std::make_unique<Playback>();
-    std::string error;
-    if (!pPlayback->Open(TextOf(env, file), TextOf(env, sprite), error)) {
-        ThrowIOException(env, error);
+    Fault fault;
+    if (!pPlayback->Open(TextOf(env, file), TextOf(env, sprite), fault)) {
+        ThrowIOException(env, assets::TextOf(fault));
         return 0;
     }
     return static_cast<jlong>(reinterpret_cast<std::intptr_t>(pPlayback.release()));
@@ -179,9 +168,9 @@ JNIEXPORT jint JNICALL Java_clock_Scene_nativeSwap(JNIEnv*, jclass, jlong playba
 
 JNIEXPORT void JNICALL Java_clock_Scene_nativeShow(JNIEnv* env, jclass, jlong playback, jint nFrame,
                                                    jstring picture) {
-    std::string error;
-    if (!PlaybackOf(playback).Show(nFrame, TextOf(env, picture), error)) {
-        ThrowIOException(env, error);
+    Fault fault;
+    if (!PlaybackOf(playback).Show(nFrame, TextOf(env, picture), fault)) {
+        ThrowIOException(env, assets::TextOf(fault));
     }
 }
 

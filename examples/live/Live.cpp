@@ -113,8 +113,8 @@ bool WriteFrame(Window const& window, Options const& options, int nFrame) {
     picture.pixels = frame.pixels.data();
     picture.width = frame.width;
     picture.height = frame.height;
-    std::string sError;
-    return assets::SavePng(path, picture, sError) || Fail(sError);
+    Fault fault;
+    return assets::SavePng(path, picture, fault) || Fail(fault.GetText().GetData());
 }
 
 /** The renderer: takes a written surface over, and draws it while the producer writes the other one. */
@@ -143,8 +143,8 @@ bool Play(Scene& scene, GraphicsDevice& device, Window& window, Options const& o
     // The picture that the texture was read from is the pool's floor.
     live::Water water(pTexture->GetWidth(), pTexture->GetHeight(),
                       pTexture->GetPixelData().GetBuffer().GetData());
-    String16 sReason;
-    if (!scene.PromoteTextures(sReason) || pTexture->Count() != 2) {
+    Fault fault;
+    if (!scene.PromoteTextures(fault) || pTexture->Count() != 2) {
         return Fail("the water needs a texture with \"surfaces\": \"double\", and a driver with EGL images");
     }
     live::Handover handover;
@@ -157,13 +157,13 @@ bool Play(Scene& scene, GraphicsDevice& device, Window& window, Options const& o
 
 bool Run(Options const& options, ClassRegistry& registry, GraphicsDevice& device) {
     Scene scene;
-    std::string sError;
-    if (!assets::ReadScene(options.scene, registry, scene, sError)) {
-        return Fail(sError);
+    Fault fault;
+    if (!assets::ReadScene(options.scene, registry, scene, fault)) {
+        return Fail(fault.GetText().GetData());
     }
-    std::error_code fault;
-    if (!EndsWith(options.out, ".png") && (std::filesystem::create_directories(options.out, fault), fault)) {
-        return Fail(options.out + ": " + fault.message());
+    std::error_code code;
+    if (!EndsWith(options.out, ".png") && (std::filesystem::create_directories(options.out, code), code)) {
+        return Fail(options.out + ": " + code.message());
     }
     SizeT<int> const size = scene.GetSettings().m_size;
     Ref<Window> const pWindow(new Window(size.width, size.height));

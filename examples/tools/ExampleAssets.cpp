@@ -15,13 +15,15 @@ namespace {
 
 using namespace kelvokit::examples;
 using namespace trevik::kelvo::assets;
+using trevik::kelvo::Fault;
 
 /** Writes a picture with each of its pixels as a square of `nTimes` by `nTimes`. */
 bool Enlarge(int nTimes, std::string const& from, std::string const& to) {
     ImageData image;
-    std::string error;
-    if (nTimes < 1 || nTimes > 16 || !LoadPng(from, ImageOptions(), image, error)) {
-        std::fprintf(stderr, "%s\n", error.empty() ? "a picture is enlarged 1 to 16 times" : error.c_str());
+    Fault fault;
+    if (nTimes < 1 || nTimes > 16 || !LoadPng(from, ImageOptions(), image, fault)) {
+        std::fprintf(stderr, "%s\n",
+                     fault.IsEmpty() ? "a picture is enlarged 1 to 16 times" : fault.GetText().GetData());
         return false;
     }
     RgbaPicture const picture = UnpackLevel(image, 0);

@@ -11,20 +11,21 @@
 namespace kelvokit::examples {
 
 using namespace trevik::kelvo::assets;
+using trevik::kelvo::Fault;
 
 namespace {
 
-bool Report(bool fDone, std::string const& error) {
+bool Report(bool fDone, Fault const& fault) {
     if (!fDone) {
-        std::fprintf(stderr, "%s\n", error.c_str());
+        std::fprintf(stderr, "%s\n", fault.GetText().GetData());
     }
     return fDone;
 }
 
 bool SaveBytes(std::string const& path, std::vector<std::uint8_t> const& bytes, int nWidth, int nHeight) {
-    std::string error;
+    Fault fault;
     PngPicture const picture{bytes.data(), nWidth, nHeight, 4, 0};
-    return Report(SavePng(path, picture, error), error);
+    return Report(SavePng(path, picture, fault), fault);
 }
 
 } // namespace
@@ -62,14 +63,14 @@ bool SaveNinePatch(std::string const& path, Canvas const& canvas, NinePatchMarks
 }
 
 bool SaveCompressed(std::string const& path, Canvas const& canvas) {
-    std::string error;
+    Fault fault;
     ImageOptions options;
     options.encodeEtc1 = true;
     ImageData image;
     bool const fDone = BuildImage(RgbaPicture{canvas.GetWidth(), canvas.GetHeight(), canvas.GetBytes()}, true,
-                                  options, path, image, error) &&
-                       SavePkm(path, image, error);
-    return Report(fDone, error);
+                                  options, path, image, fault) &&
+                       SavePkm(path, image, fault);
+    return Report(fDone, fault);
 }
 
 } // namespace kelvokit::examples

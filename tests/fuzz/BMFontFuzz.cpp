@@ -15,13 +15,13 @@ using namespace trevik::kelvo;
 using namespace trevik::kelvo::assets;
 using fuzz::Require;
 
-bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& image, std::string& error) {
+bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& image, Fault& fault) {
     Require(!file.empty() && file.find('\0') == file.npos);
     if (file[0] == '!') {
-        return Fail(error, "no such page");
+        return Fail(fault, "", "no such page");
     }
     RgbaPicture const picture{64, 32, std::vector<std::uint8_t>(64 * 32 * 4, 128)};
-    return BuildImage(picture, true, options, file, image, error);
+    return BuildImage(picture, true, options, file, image, fault);
 }
 
 void CheckFont(BitmapFont const& font) {
@@ -43,13 +43,13 @@ void CheckFont(BitmapFont const& font) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     test::TestRegistry const registry;
-    std::string error;
-    Ref<BitmapFont> const pFont = ReadBMFont({data, size}, "fuzz.fnt", ReadPage, registry, error);
+    Fault fault;
+    Ref<BitmapFont> const pFont = ReadBMFont({data, size}, "fuzz.fnt", ReadPage, registry, fault);
     if (pFont) {
         CheckFont(*pFont);
-        Require(error.empty());
+        Require(fault.IsEmpty());
     } else {
-        fuzz::RequireMessage(error, "fuzz.fnt:");
+        fuzz::RequireMessage(TextOf(fault), "fuzz.fnt:");
     }
     return 0;
 }

@@ -90,8 +90,8 @@ void Examine(Ref<DocumentNode> const& pDocument) {
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* pData, std::size_t nSize) {
     fuzz::DropTraces();
-    String16 sError;
-    Examine(DocumentFile::Read(pData, nSize, sError));
+    Fault fault;
+    Examine(DocumentFile::Read(pData, nSize, fault));
     char const* pError = nullptr;
     unsigned long nOffset = 0;
     Ref<DocumentNode> pBare = DocumentNode::Read(pData, nSize, &pError, &nOffset);

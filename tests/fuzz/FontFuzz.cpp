@@ -46,9 +46,9 @@ void CheckMesh(Glyph const& glyph, PolygonalFont const& font) {
 /** What has been read is sound, as far as its kind of glyphs goes; else the message says why there is none.
  */
 template <class T, class CheckGlyph>
-void Check(Ref<T> const& pFont, std::string const& error, CheckGlyph const& check) {
+void Check(Ref<T> const& pFont, Fault const& fault, CheckGlyph const& check) {
     if (!pFont) {
-        return fuzz::RequireMessage(error, "fuzz.ttf: ");
+        return fuzz::RequireMessage(assets::TextOf(fault), "fuzz.ttf: ");
     }
     Require(pFont->GetAscent() >= 0 && pFont->GetDescent() >= 0 && pFont->GetLeading() >= 0);
     Require(std::isfinite(pFont->GetAscent() + pFont->GetDescent() + pFont->GetLeading()));
@@ -66,14 +66,14 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     options.codePoints = {' ', 'A', 'B', 'C', 0xE9};
     options.pixelsPerEm = 9;
     options.maximumPageSize = 64;
-    std::string error;
-    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckPicture);
+    Fault fault;
+    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, fault), fault, CheckPicture);
     options.pixelsPerEm = 30;
     options.hinting = false;
     options.faceIndex = 1;
     options.maximumPageSize = 256;
-    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckPicture);
+    Check(assets::ReadBitmapFont({data, size}, "fuzz.ttf", options, registry, fault), fault, CheckPicture);
     options.faceIndex = 0;
-    Check(assets::ReadPolygonalFont({data, size}, "fuzz.ttf", options, registry, error), error, CheckMesh);
+    Check(assets::ReadPolygonalFont({data, size}, "fuzz.ttf", options, registry, fault), fault, CheckMesh);
     return 0;
 }

@@ -40,13 +40,13 @@ inline void RequireWhole(ImageData const& image) {
 template <class Load>
 bool LoadAllOrNothing(Load const& load) {
     ImageData image;
-    std::string error;
-    if (load(image, error)) {
+    trevik::kelvo::Fault fault;
+    if (load(image, fault)) {
         RequireWhole(image);
         return true;
     }
-    Require(image.pixels.empty() && image.levels.empty() && image.width == 0 && !error.empty());
-    RequireMessage(error, "");
+    Require(image.pixels.empty() && image.levels.empty() && image.width == 0 && !fault.IsEmpty());
+    RequireMessage(TextOf(fault), "");
     return false;
 }
 

@@ -28,8 +28,8 @@ void CheckBands(std::vector<NinePatchInfo::Band> const& bands, int nExtent) {
 
 void Load(ByteSpan file) {
     NinePatchInfo info;
-    bool const fLoaded = fuzz::LoadAllOrNothing([&](ImageData& image, std::string& error) {
-        if (!LoadNinePatch(file, "fuzz.9.png", fuzz::SmallOptions(), image, info, error)) {
+    bool const fLoaded = fuzz::LoadAllOrNothing([&](ImageData& image, trevik::kelvo::Fault& fault) {
+        if (!LoadNinePatch(file, "fuzz.9.png", fuzz::SmallOptions(), image, info, fault)) {
             return false;
         }
         CheckBands(info.x, image.width);
@@ -43,8 +43,8 @@ void Load(ByteSpan file) {
 
 std::vector<std::uint8_t> Encode(std::vector<std::uint8_t> const& rgba, int width, int height) {
     std::vector<std::uint8_t> file;
-    std::string error;
-    Require(EncodePng({rgba.data(), width, height, 4, 0}, "fuzz.9.png", file, error));
+    trevik::kelvo::Fault fault;
+    Require(EncodePng({rgba.data(), width, height, 4, 0}, "fuzz.9.png", file, fault));
     return file;
 }
 

@@ -18,13 +18,13 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     ClassRegistry registry;
     Initialize(&registry);
     Scene scene;
-    std::string error;
-    if (assets::ReadSceneText({data, size}, "scene.json", KELVO_FUZZ_PICTURES, registry, scene, error)) {
-        Require(scene.GetRoot() && error.empty());
+    Fault fault;
+    if (assets::ReadSceneText({data, size}, "scene.json", KELVO_FUZZ_PICTURES, registry, scene, fault)) {
+        Require(scene.GetRoot() && fault.IsEmpty());
         fuzz::RequireSavesTheSame(scene, registry);
     } else {
         Require(!scene.GetRoot());
-        fuzz::RequireMessage(error, "scene.json:");
+        fuzz::RequireMessage(assets::TextOf(fault), "scene.json:");
     }
     return 0;
 }

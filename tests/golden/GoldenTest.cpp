@@ -99,12 +99,14 @@ public:
     }
 
     bool Read(std::string const& text) {
-        std::string error;
+        Fault fault;
         assets::ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
-        bool const fRead = assets::ReadSceneText(bytes, "scene", Folder, m_registry, m_scene, error);
+        bool const fRead = assets::ReadSceneText(bytes, "scene", Folder, m_registry, m_scene, fault);
         if (!fRead) {
-            recording::Remark(error);
-            EXPECT_TRUE(error.rfind("scene:", 0) == 0 && error.find('\n') == std::string::npos) << error;
+            std::string const message = assets::TextOf(fault);
+            recording::Remark(message);
+            EXPECT_TRUE(message.rfind("scene:", 0) == 0 && message.find('\n') == std::string::npos)
+                << message;
         }
         return fRead;
     }

@@ -72,12 +72,12 @@ Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string>
 Image ReadPicture(std::string const& path) {
     Image picture(1, 1);
     trevik::kelvo::assets::ImageData other;
-    std::string error;
-    if (!picture.Load(path) && LoadImage(path, {}, other, error)) { // a compressed texture
+    trevik::kelvo::Fault fault;
+    if (!picture.Load(path) && LoadImage(path, {}, other, fault)) { // a compressed texture
         trevik::kelvo::assets::RgbaPicture const pixels = UnpackLevel(other, 0);
         return Image(pixels.width, pixels.height, pixels.bytes.data());
     }
-    EXPECT_EQ(error, "");
+    EXPECT_STREQ(fault.GetText().GetData(), "");
     return picture;
 }
 

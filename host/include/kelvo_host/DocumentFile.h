@@ -1,9 +1,9 @@
 #pragma once
 
+#include "kelvo_host/Fault.h"
 #include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Ref.h"
-#include "trevik/StringEncoded.h"
 #include "trevik/kelvo/DocumentNode.h"
 
 namespace trevik::kelvo {
@@ -24,18 +24,18 @@ struct TREVIK_API DocumentFile {
      * short.
      */
     static bool Write(DocumentNode const& document, List<unsigned char>& bytes);
-    /** Reads the file's bytes. Null when they are no whole, undamaged document; `sError` then says why. */
-    static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, String16& sError);
+    /** Reads the file's bytes. Null when they are no whole, undamaged document; `fault` then says why. */
+    static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, Fault& fault);
 };
 
 /**
  * Writes a document to a file (its path in UTF-8). The file appears whole or not at all: a file that was
  * there stays until the new one is complete on disk, which then has its permissions (see FileReplacement).
- * False when that fails; `sError` then says what and why in one line.
+ * False when that fails; `fault` then says what and why.
  */
-TREVIK_API bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sError);
+TREVIK_API bool SaveDocument(char const* pPath, DocumentNode const& document, Fault& fault);
 
-/** Reads a document from a file. Null when that fails; `sError` then says what and why in one line. */
-TREVIK_API Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError);
+/** Reads a document from a file. Null when that fails; `fault` then says what and why. */
+TREVIK_API Ref<DocumentNode> LoadDocument(char const* pPath, Fault& fault);
 
 } // namespace trevik::kelvo

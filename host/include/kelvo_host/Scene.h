@@ -1,11 +1,11 @@
 #pragma once
 
+#include "kelvo_host/Fault.h"
 #include "trevik/Color.h"
 #include "trevik/Export.h"
 #include "trevik/List.h"
 #include "trevik/Ref.h"
 #include "trevik/Size.h"
-#include "trevik/StringEncoded.h"
 #include "trevik/kelvo/DeviceFormat.h"
 #include "trevik/kelvo/SelectionPoint.h"
 #include "trevik/kelvo/Timeline.h"
@@ -63,12 +63,12 @@ public:
     bool Load(Deserializer& deserializer);
 
     /** Writes the scene to a file (path in UTF-8). False, with the reason in one line, when that fails. */
-    bool SaveToFile(char const* pPath, String16& sError) const;
+    bool SaveToFile(char const* pPath, Fault& fault) const;
     /**
      * Reads a file; objects are created through `registry`. On false, with the reason in one line, nothing
      * has changed.
      */
-    bool LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError);
+    bool LoadFromFile(char const* pPath, ClassRegistry& registry, Fault& fault);
 
     /**
      * Gives the textures of the scene's sprites, those behind texts included, the surfaces that they want
@@ -76,7 +76,7 @@ public:
      * show their images. To be called once the device is initialised, before anything is drawn. False, with
      * the reason in one line, when a texture cannot have them; those before it have theirs.
      */
-    bool PromoteTextures(String16& sError) const;
+    bool PromoteTextures(Fault& fault) const;
 
     /**
      * Brings the scene to `frame`: the root seeks to it, and nested timelines that play advance by the time

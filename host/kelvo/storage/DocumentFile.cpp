@@ -94,8 +94,8 @@ private:
     int m_nDescriptor;
 };
 
-void SetSystemError(String16& sError, char const* pPath, char16_t const* pAction, int nError) {
-    sError = String16::Format(u"%hs: %s: %hs", pPath, pAction, std::strerror(nError));
+Fault FaultOf(char const* pPath, char const* pAction, char const* pWhy) {
+    return Fault(String16::Format(u"%hs", pPath), pAction, String16::Format(u"%hs", pWhy));
 }
 
 /** Reads to the file's end; false on a read error or when out of memory (errno tells). */
@@ -136,30 +136,31 @@ bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& byte
     return false;
 }
 
-Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, String16& sError) {
+Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, Fault& fault) {
     if (nLength < sizeof(Magic) || std::memcmp(pData, Magic, sizeof(Magic)) != 0) {
-        sError = String16(u"not a scene document");
+        fault = Fault(String8(), "not a scene document");
         return nullptr;
     }
     if (nLength < FrameLength) {
-        sError = String16::Format(u"cut short: %lu bytes", nLength);
+        fault = Fault(String8(), "cut short", String16::Format(u"%lu bytes", nLength));
         return nullptr;
     }
     unsigned int const nVersion = GetWord(pData + sizeof(Magic));
     if (nVersion > CurrentVersion) {
-        sError = String16::Format(u"version %u; this program reads versions %u to %u", nVersion,
-                                  MinimumVersion, CurrentVersion);
+        fault = Fault(String8(), String16::Format(u"version %u; this program reads versions %u to %u",
+                                                  nVersion, MinimumVersion, CurrentVersion));
         return nullptr;
     }
     unsigned long const nPayloadLength = GetWord(pData + sizeof(Magic) + 4);
     if (nPayloadLength != nLength - FrameLength) {
-        sError = String16::Format(u"damaged: holds %lu bytes of content, not the %lu it names",
-                                  nLength - FrameLength, nPayloadLength);
+        fault = Fault(String8(), "damaged",
+                      String16::Format(u"holds %lu bytes of content, not the %lu it names",
+                                       nLength - FrameLength, nPayloadLength));
         return nullptr;
     }
     unsigned long const nEnd = nLength - ChecksumLength;
     if (GetWord(pData + nEnd) != GetChecksum(pData, nEnd)) {
-        sError = String16(u"damaged: the checksum does not match");
+        fault = Fault(String8(), "damaged", "the checksum does not match");
         return nullptr;
     }
     char const* pProblem = nullptr;
@@ -167,48 +168,49 @@ Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long n
     Ref<DocumentNode> pDocument =
         DocumentNode::Read(pData + HeaderLength, nPayloadLength, &pProblem, &nOffset);
     if (!pDocument) {
-        sError = String16::Format(u"malformed at byte %lu: %hs", HeaderLength + nOffset, pProblem);
+        fault =
+            Fault(String8(), String16::Format(u"malformed at byte %lu", HeaderLength + nOffset), pProblem);
     }
     return pDocument;
 }
 
-bool SaveDocument(char const* pPath, DocumentNode const& document, String16& sError) {
+bool SaveDocument(char const* pPath, DocumentNode const& document, Fault& fault) {
     List<unsigned char> bytes;
     if (!DocumentFile::Write(document, bytes)) {
-        sError = String16::Format(u"%hs: cannot write: the document is too large or nested too deep", pPath);
+        fault = FaultOf(pPath, "cannot write", "the document is too large or nested too deep");
         return false;
     }
     // The new file would take the place of a device or a pipe.
     struct stat status;
     if (stat(pPath, &status) == 0 && IsSpecial(status)) {
-        sError = String16::Format(u"%hs: cannot write: not a regular file", pPath);
+        fault = FaultOf(pPath, "cannot write", "not a regular file");
         return false;
     }
     FileReplacement file;
     if (!file.Open(pPath) || !file.Write(bytes.GetData(), bytes.GetCount()) || !file.Sync() ||
         !file.Close() || !file.TakePlace()) {
-        SetSystemError(sError, pPath, u"cannot write", errno);
+        fault = FaultOf(pPath, "cannot write", std::strerror(errno));
         return false;
     }
     return true;
 }
 
-Ref<DocumentNode> LoadDocument(char const* pPath, String16& sError) {
+Ref<DocumentNode> LoadDocument(char const* pPath, Fault& fault) {
     // Opening a pipe would wait for a writer.
     File file(open(pPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     List<unsigned char> bytes;
     struct stat status;
     if (file.IsOpen() && fstat(file.Get(), &status) == 0 && IsSpecial(status)) {
-        sError = String16::Format(u"%hs: cannot read: not a regular file", pPath);
+        fault = FaultOf(pPath, "cannot read", "not a regular file");
         return nullptr;
     }
     if (!file.IsOpen() || !ReadAll(file.Get(), bytes)) {
-        SetSystemError(sError, pPath, u"cannot read", errno);
+        fault = FaultOf(pPath, "cannot read", std::strerror(errno));
         return nullptr;
     }
-    Ref<DocumentNode> pDocument = DocumentFile::Read(bytes.GetData(), bytes.GetCount(), sError);
+    Ref<DocumentNode> pDocument = DocumentFile::Read(bytes.GetData(), bytes.GetCount(), fault);
     if (!pDocument) {
-        sError = String16::Format(u"%hs: %s", pPath, sError.GetData());
+        fault = fault.Within(String16::Format(u"%hs", pPath));
     }
     return pDocument;
 }

@@ -142,36 +142,36 @@ bool Scene::Load(Deserializer& deserializer) {
     return true;
 }
 
-bool Scene::SaveToFile(char const* pPath, String16& sError) const {
+bool Scene::SaveToFile(char const* pPath, Fault& fault) const {
     Serializer serializer;
     Ref<DocumentNode> const pDocument = Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
     if (!pDocument) {
         char16_t const* const pFault = FindFault();
-        sError = String16::Format(u"%hs: the scene cannot be saved%s%s", pPath, pFault ? u": " : u"",
-                                  pFault ? pFault : u"");
+        fault = Fault(String16::Format(u"%hs", pPath), "the scene cannot be saved",
+                      String16(pFault ? pFault : u""));
         return false;
     }
-    return SaveDocument(pPath, *pDocument, sError);
+    return SaveDocument(pPath, *pDocument, fault);
 }
 
-bool Scene::LoadFromFile(char const* pPath, ClassRegistry& registry, String16& sError) {
-    Ref<DocumentNode> const pDocument = LoadDocument(pPath, sError);
+bool Scene::LoadFromFile(char const* pPath, ClassRegistry& registry, Fault& fault) {
+    Ref<DocumentNode> const pDocument = LoadDocument(pPath, fault);
     if (!pDocument) {
         return false;
     }
     Deserializer deserializer(pDocument, registry);
     if (!Load(deserializer)) {
-        sError = String16::Format(u"%hs: %s", pPath, deserializer.GetError().GetData());
+        fault = Fault(String16::Format(u"%hs", pPath), deserializer.GetError());
         return false;
     }
     return true;
 }
 
-bool Scene::PromoteTextures(String16& sError) const {
+bool Scene::PromoteTextures(Fault& fault) const {
     Texture* const pFailed = m_pRoot ? PromoteBelow(*m_pRoot) : nullptr;
     if (pFailed) {
-        sError = String16::Format(u"texture \"%s\" cannot have surfaces for others to write",
-                                  pFailed->GetName().GetData());
+        fault = Fault(String8(), String16::Format(u"texture \"%s\" cannot have surfaces for others to write",
+                                                  pFailed->GetName().GetData()));
     }
     return !pFailed;
 }

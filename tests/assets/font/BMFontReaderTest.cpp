@@ -75,29 +75,29 @@ Bytes PagePng(std::string const& file) {
     return RgbaPng(64, 32, pixels);
 }
 
-bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& image, std::string& error) {
-    return LoadPng(Span(PagePng(file)), file, options, image, error);
+bool ReadPage(std::string const& file, ImageOptions const& options, ImageData& image, Fault& fault) {
+    return LoadPng(Span(PagePng(file)), file, options, image, fault);
 }
 
-Ref<BitmapFont> ReadFont(Bytes const& description, std::string& error,
+Ref<BitmapFont> ReadFont(Bytes const& description, Fault& fault,
                          BMFontPageReader const& readPage = ReadPage) {
-    return ReadBMFont(Span(description), "test.fnt", readPage, test::TestRegistry(), error);
+    return ReadBMFont(Span(description), "test.fnt", readPage, test::TestRegistry(), fault);
 }
 
 /** For descriptions that must be read. */
 Ref<BitmapFont> MustRead(Bytes const& description) {
-    std::string error;
-    Ref<BitmapFont> const pFont = ReadFont(description, error);
-    EXPECT_TRUE(pFont) << error;
-    EXPECT_EQ(error, "");
+    Fault fault;
+    Ref<BitmapFont> const pFont = ReadFont(description, fault);
+    EXPECT_TRUE(pFont) << TextOf(fault);
+    EXPECT_EQ(TextOf(fault), "");
     return pFont;
 }
 
 std::string ReadFault(Bytes const& description) {
-    std::string error;
-    EXPECT_FALSE(ReadFont(description, error));
-    EXPECT_EQ(error.find('\n'), error.npos) << error;
-    return error;
+    Fault fault;
+    EXPECT_FALSE(ReadFont(description, fault));
+    EXPECT_EQ(TextOf(fault).find('\n'), std::string::npos) << TextOf(fault);
+    return TextOf(fault);
 }
 
 /** A font as text: its measures, glyphs and the kerning between these. */
@@ -140,9 +140,10 @@ TEST(BMFontReader, ReadsEachFormAndLosesNoGlyphsUnnoticed) {
         ASSERT_TRUE(pWhole);
         EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pWhole)));
         for (std::ptrdiff_t nLength = 0; nLength < std::ptrdiff_t(whole.size()); ++nLength) {
-            std::string error;
-            Ref<BitmapFont> const pFont = ReadFont(Bytes(whole.begin(), whole.begin() + nLength), error);
-            EXPECT_TRUE(pFont ? pFont->GetGlyphCount() == 4 : error.rfind("test.fnt:", 0) == 0) << error;
+            Fault fault;
+            Ref<BitmapFont> const pFont = ReadFont(Bytes(whole.begin(), whole.begin() + nLength), fault);
+            EXPECT_TRUE(pFont ? pFont->GetGlyphCount() == 4 : TextOf(fault).rfind("test.fnt:", 0) == 0)
+                << TextOf(fault);
         }
     }
 }
@@ -236,14 +237,14 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
         {"alphaChnl=3", true, grey},  {"alphaChnl=1", false, grey}, {"alphaChnl=4", false, grey},
     };
     for (auto const& test : cases) {
-        auto const readPage = [&](std::string const& file, auto const& options, auto& image, auto& error) {
+        auto const readPage = [&](std::string const& file, auto const& options, auto& image, auto& fault) {
             Bytes const png = test.fAlphaInFile ? PagePng(file) : RgbPng(64, 32, rgb);
-            return LoadPng(Span(png), file, options, image, error);
+            return LoadPng(Span(png), file, options, image, fault);
         };
-        std::string error;
+        Fault fault;
         Ref<BitmapFont> const pFont =
-            ReadFont(ToBytes(Replaced(TextFont, "alphaChnl=0", test.description)), error, readPage);
-        ASSERT_TRUE(pFont) << error;
+            ReadFont(ToBytes(Replaced(TextFont, "alphaChnl=0", test.description)), fault, readPage);
+        ASSERT_TRUE(pFont) << TextOf(fault);
         Texture& texture = *pFont->GetGlyph(65)->m_pTexture;
         EXPECT_EQ(texture.GetFormat(), TextureFormat::Alpha8);
         EXPECT_EQ(texture.GetPixelData().GetBuffer().GetSize(), 64u * 32);
@@ -254,10 +255,10 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
 TEST(BMFontReader, ReadsAPictureOfSeveralPagesOnce) {
     int nReads = 0;
     auto const readPage = [&nReads](auto&&... page) { return ++nReads, ReadPage(page...); };
-    std::string error;
+    Fault fault;
     Ref<BitmapFont> const pFont =
-        ReadFont(ToBytes(Replaced(TextFont, "second.png", "first.png")), error, readPage);
-    ASSERT_TRUE(pFont) << error;
+        ReadFont(ToBytes(Replaced(TextFont, "second.png", "first.png")), fault, readPage);
+    ASSERT_TRUE(pFont) << TextOf(fault);
     EXPECT_EQ(nReads, 1);
     EXPECT_EQ(pFont->GetGlyph(65)->m_pTexture.Get(), pFont->GetGlyph(103)->m_pTexture.Get());
 }
@@ -269,32 +270,33 @@ TEST(BMFontReader, FindsPagesBesideTheDescription) {
     folder.Write("small.png", RgbPng(1, 2, Bytes(6)));
     test::TestRegistry const registry;
     std::string const path = folder.Path("test.fnt");
-    std::string error;
-    EXPECT_FALSE(ReadBMFont(path, registry, error));
-    EXPECT_EQ(error,
+    Fault fault;
+    EXPECT_FALSE(ReadBMFont(path, registry, fault));
+    EXPECT_EQ(TextOf(fault),
               path + ":4: " + folder.Path("second.png") + ": cannot be opened: No such file or directory");
 
     folder.Write("second.png", RgbPng(63, 32, Bytes(63 * 32 * 3)));
-    EXPECT_FALSE(ReadBMFont(path, registry, error));
-    EXPECT_EQ(error, path + ":4: second.png has 63 x 32 pixels; the font says its pages have 64 x 32");
+    EXPECT_FALSE(ReadBMFont(path, registry, fault));
+    EXPECT_EQ(TextOf(fault),
+              path + ":4: second.png has 63 x 32 pixels; the font says its pages have 64 x 32");
 
     folder.Write("second.png", PagePng("second.png"));
-    Ref<BitmapFont> const pFont = ReadBMFont(path, registry, error);
-    ASSERT_TRUE(pFont) << error;
+    Ref<BitmapFont> const pFont = ReadBMFont(path, registry, fault);
+    ASSERT_TRUE(pFont) << TextOf(fault);
     EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pFont)));
 
-    EXPECT_FALSE(ReadBMFont(folder.Path("none.fnt"), registry, error));
-    EXPECT_EQ(error, folder.Path("none.fnt") + ": cannot be opened: No such file or directory");
+    EXPECT_FALSE(ReadBMFont(folder.Path("none.fnt"), registry, fault));
+    EXPECT_EQ(TextOf(fault), folder.Path("none.fnt") + ": cannot be opened: No such file or directory");
 }
 
 TEST(BMFontReader, NeedsTheClassesOfABackEnd) {
-    std::string error;
+    Fault fault;
     ClassRegistry registry;
-    EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, error));
-    EXPECT_NE(error.find("no class \"Font\""), error.npos);
+    EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, fault));
+    EXPECT_NE(TextOf(fault).find("no class \"Font\""), std::string::npos);
     registry.AddClassContainer(new ClassContainerT<test::TestFont>(HashName("Font")));
-    EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, error));
-    EXPECT_NE(error.find("no class \"Texture\""), error.npos);
+    EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, fault));
+    EXPECT_NE(TextOf(fault).find("no class \"Texture\""), std::string::npos);
 }
 
 } // namespace

@@ -212,20 +212,20 @@ TEST(FontFile, MeasuresAreThoseOfTheSizeAndUnderlinesLieOnWholePixels) {
             EXPECT_NEAR(position + thickness / 2, -face->underline_position * pixelsPerUnit, 0.55f);
         }
     }
-    std::string error;
+    Fault fault;
     Bytes const spaced = WithTable("hhea", 8, {410 / 256, 410 % 256}); // 410 of 2048 units: 6.4 pixels
     Ref<BitmapFont> const pSpaced =
-        ReadBitmapFont(Span(spaced), "x", OptionsFor({'A'}), FontRegistry(), error);
-    ASSERT_TRUE(pSpaced) << error;
+        ReadBitmapFont(Span(spaced), "x", OptionsFor({'A'}), FontRegistry(), fault);
+    ASSERT_TRUE(pSpaced) << TextOf(fault);
     EXPECT_EQ(pSpaced->GetLeading(), 6);
 }
 
 TEST(BitmapFontFile, ReadsFontsOfPicturesAtTheirOwnSize) {
     Bytes const file = ReadData("font/data/pictures.bdf");
-    std::string error;
+    Fault fault;
     Ref<BitmapFont> const pFont =
-        ReadBitmapFont(Span(file), "x.bdf", OptionsFor({'A', 'B'}, 8), FontRegistry(), error);
-    ASSERT_TRUE(pFont) << error;
+        ReadBitmapFont(Span(file), "x.bdf", OptionsFor({'A', 'B'}, 8), FontRegistry(), fault);
+    ASSERT_TRUE(pFont) << TextOf(fault);
     ASSERT_EQ(pFont->GetGlyphCount(), 1u);
     Glyph const& glyph = *pFont->GetGlyphAt(0);
     EXPECT_EQ(glyph.m_nAdvance, 5);
@@ -301,14 +301,14 @@ TEST(FontFile, BecomesWhatTheOptionsSay) {
             }
         }
         ByteSpan const bytes = Span(files.at(file));
-        std::string bitmap, polygonal;
+        Fault bitmap, polygonal;
         if (readers != "polygonal") {
             Ref<BitmapFont> const pFont = ReadBitmapFont(bytes, "x", options, *pRegistry, bitmap);
-            EXPECT_EQ(pFont ? DescribePages(*pFont) : bitmap, test.expected) << test.text;
+            EXPECT_EQ(pFont ? DescribePages(*pFont) : TextOf(bitmap), test.expected) << test.text;
         }
         if (readers != "bitmap") {
             EXPECT_FALSE(ReadPolygonalFont(bytes, "x", options, *pRegistry, polygonal));
-            EXPECT_EQ(polygonal, test.expected) << test.text;
+            EXPECT_EQ(TextOf(polygonal), test.expected) << test.text;
         }
     }
 }
@@ -319,11 +319,11 @@ TEST(FontFile, RefusesFilesThatCannotBeReadOrAreTooLarge) {
     std::filesystem::resize_file(folder.Path("large.ttf"), (64u << 20) + 1);
     std::string const paths[] = {folder.Path("none.ttf"), folder.Path(""), folder.Path("large.ttf")};
     for (std::string const& path : paths) {
-        std::string bitmap, polygonal;
+        Fault bitmap, polygonal;
         EXPECT_FALSE(ReadBitmapFont(path, OptionsFor({'A'}), FontRegistry(), bitmap));
         EXPECT_FALSE(ReadPolygonalFont(path, OptionsFor({'A'}), FontRegistry(), polygonal));
-        EXPECT_TRUE(IsMessage(bitmap, path + ": *"));
-        EXPECT_EQ(bitmap, polygonal);
+        EXPECT_TRUE(IsMessage(TextOf(bitmap), path + ": *"));
+        EXPECT_EQ(TextOf(bitmap), TextOf(polygonal));
     }
 }
 
@@ -341,12 +341,13 @@ TEST(FindFontFile, TakesTheFileOfAFamilyAndStyleAndNoOther) {
         {"DejaVu Sans", "Chunky", "font \"DejaVu Sans\": has no style \"Chunky\"; the nearest is \"*"},
     };
     for (auto const& test : cases) {
-        std::string path = "before", error;
+        std::string path = "before";
+        Fault fault;
         int nFace = 7;
-        bool const fFound = FindFontFile(test.family, test.style, path, nFace, error);
+        bool const fFound = FindFontFile(test.family, test.style, path, nFace, fault);
         std::string const file =
             std::filesystem::path(path).filename().string() + " " + std::to_string(nFace);
-        EXPECT_TRUE(IsMessage(fFound ? file : error, test.expected));
+        EXPECT_TRUE(IsMessage(fFound ? file : TextOf(fault), test.expected));
         EXPECT_TRUE(fFound || file == "before 7");
     }
 }

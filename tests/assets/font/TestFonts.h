@@ -78,15 +78,15 @@ inline FontOptions OptionsFor(std::vector<std::uint32_t> codePoints, int nPixels
 
 /** Fonts that must be there. */
 inline Ref<BitmapFont> ReadSans(FontOptions const& options) {
-    std::string error;
-    Ref<BitmapFont> const pFont = ReadBitmapFont(SansPath, options, FontRegistry(), error);
-    EXPECT_TRUE(pFont) << error;
+    Fault fault;
+    Ref<BitmapFont> const pFont = ReadBitmapFont(SansPath, options, FontRegistry(), fault);
+    EXPECT_TRUE(pFont) << TextOf(fault);
     return pFont;
 }
 inline Ref<PolygonalFont> ReadSansOutlines(FontOptions const& options) {
-    std::string error;
-    Ref<PolygonalFont> const pFont = ReadPolygonalFont(SansPath, options, FontRegistry(), error);
-    EXPECT_TRUE(pFont) << error;
+    Fault fault;
+    Ref<PolygonalFont> const pFont = ReadPolygonalFont(SansPath, options, FontRegistry(), fault);
+    EXPECT_TRUE(pFont) << TextOf(fault);
     return pFont;
 }
 

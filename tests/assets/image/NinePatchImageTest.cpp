@@ -93,14 +93,14 @@ struct Loaded {
     bool fLoaded = false;
     ImageData image = Untouched();
     NinePatchInfo info;
-    std::string error;
+    Fault fault;
 };
 
 Loaded Load(Bytes const& file, ImageOptions const& options = {}) {
     Loaded loaded;
     loaded.info.x = {{77, 88}};
     loaded.fLoaded =
-        LoadNinePatch(Span(file), "button.9.png", options, loaded.image, loaded.info, loaded.error);
+        LoadNinePatch(Span(file), "button.9.png", options, loaded.image, loaded.info, loaded.fault);
     return loaded;
 }
 
@@ -114,7 +114,7 @@ std::string ToText(Bands const& bands) {
 
 void ExpectFault(Loaded const& loaded, std::string const& fault) {
     EXPECT_FALSE(loaded.fLoaded);
-    EXPECT_TRUE(IsMessage(loaded.error, "button.9.png: " + fault));
+    EXPECT_TRUE(IsMessage(TextOf(loaded.fault), "button.9.png: " + fault));
     EXPECT_TRUE(IsUntouched(loaded.image));
     EXPECT_EQ(ToText(loaded.info.x), " 77+88");
 }
@@ -124,7 +124,7 @@ void ExpectLoads(Loaded const& loaded, std::string const& expected) {
     if (expected.rfind("x ", 0) != 0) {
         return ExpectFault(loaded, expected);
     }
-    ASSERT_TRUE(loaded.fLoaded) << loaded.error;
+    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
     NinePatchInfo const& info = loaded.info;
     EXPECT_EQ("x" + ToText(info.x) + ", y" + ToText(info.y) + ", margins " + std::to_string(info.left) + " " +
                   std::to_string(info.top) + " " + std::to_string(info.right) + " " +
@@ -150,7 +150,7 @@ TEST(NinePatchSource, NeedsRoomForAPictureAndUsesTenBands) {
     Bytes smallest(9 * 4, 0);
     smallest[1 * 4 + 3] = smallest[3 * 4 + 3] = 255;
     Loaded const loaded = Load(RgbaPng(3, 3, smallest));
-    ASSERT_TRUE(loaded.fLoaded) << loaded.error;
+    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
     EXPECT_EQ(loaded.image.width, 1);
     EXPECT_EQ(ToText(loaded.info.x), " 0+1");
 
@@ -174,10 +174,10 @@ TEST(NinePatchSource, BecomesWhatTheOptionsSayWithoutItsBorder) {
     options.mipLevels = true;
     options.flipRows = true;
     Loaded const loaded = Load(SourcePng(Plain), options);
-    ASSERT_TRUE(loaded.fLoaded) << loaded.error;
+    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
     ImageData expected;
-    std::string error;
-    ASSERT_TRUE(BuildImage({Width, Height, Inner()}, true, options, "", expected, error)) << error;
+    Fault fault;
+    ASSERT_TRUE(BuildImage({Width, Height, Inner()}, true, options, "", expected, fault)) << TextOf(fault);
     EXPECT_EQ(loaded.image.pixels, expected.pixels);
     EXPECT_EQ(loaded.image.levels, expected.levels);
     EXPECT_EQ(loaded.image.allocatedWidth, 16);
@@ -198,7 +198,7 @@ TEST(NinePatchSource, MayHaveNoAlpha) {
         std::fill_n(pixels.begin() + std::ptrdiff_t(n * 3), 3, std::uint8_t(0));
     }
     Loaded const loaded = Load(RgbPng(3, 3, pixels));
-    ASSERT_TRUE(loaded.fLoaded) << loaded.error;
+    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
     EXPECT_EQ(loaded.image.format, TextureFormat::RGB888);
     EXPECT_EQ(loaded.image.pixels, (Bytes{0, 0, 0}));
 }
@@ -240,11 +240,11 @@ TEST(NinePatchImage, FailsAsPngFilesDo) {
     folder.Write("a.9.png", SourcePng(Plain));
     ImageData image;
     NinePatchInfo info;
-    std::string error;
-    EXPECT_TRUE(LoadNinePatch(folder.Path("a.9.png"), {}, image, info, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(LoadNinePatch(folder.Path("a.9.png"), {}, image, info, fault)) << TextOf(fault);
     EXPECT_EQ(ToText(info.x), " 2+3");
-    EXPECT_FALSE(LoadNinePatch(folder.Path("b.9.png"), {}, image, info, error));
-    EXPECT_EQ(error, folder.Path("b.9.png") + ": cannot be opened: No such file or directory");
+    EXPECT_FALSE(LoadNinePatch(folder.Path("b.9.png"), {}, image, info, fault));
+    EXPECT_EQ(TextOf(fault), folder.Path("b.9.png") + ": cannot be opened: No such file or directory");
 }
 
 } // namespace

@@ -141,20 +141,20 @@ TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
     ImageData image = RgbaImage(4, 1, GradientRgba(4, 1));
     image.levels.push_back({2, 1, 16, 8});
     image.pixels.resize(24, 77);
-    std::string error;
-    ASSERT_TRUE(GenerateMipLevels(image, "x", error)) << error;
+    Fault fault;
+    ASSERT_TRUE(GenerateMipLevels(image, "x", fault)) << TextOf(fault);
     std::vector<MipLevel> const expected = {{4, 1, 0, 16}, {2, 1, 16, 8}, {1, 1, 24, 4}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(UnpackLevel(image, 0).bytes, GradientRgba(4, 1));
     EXPECT_EQ(UnpackLevel(image, 1).bytes, HalvePicture({4, 1, GradientRgba(4, 1)}).bytes);
     ImageData empty;
-    EXPECT_FALSE(GenerateMipLevels(empty, "x", error));
+    EXPECT_FALSE(GenerateMipLevels(empty, "x", fault));
 }
 
 ImageData Encode(ImageData const& image) {
     ImageData encoded;
-    std::string error;
-    EXPECT_TRUE(EncodeEtc1(image, false, "picture", encoded, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(EncodeEtc1(image, false, "picture", encoded, fault)) << TextOf(fault);
     return encoded;
 }
 
@@ -219,9 +219,9 @@ TEST(Etc1, RefusesWhatItCannotEncode) {
                  {RgbaImage(8, 8, GradientRgba(8, 8)), true, "p: ETC1 with alpha cannot have mip levels, *"}};
     for (auto const& test : cases) {
         ImageData out = Untouched();
-        std::string error;
-        EXPECT_FALSE(EncodeEtc1(test.image, test.fMipLevels, "p", out, error));
-        EXPECT_TRUE(IsMessage(error, test.expected));
+        Fault fault;
+        EXPECT_FALSE(EncodeEtc1(test.image, test.fMipLevels, "p", out, fault));
+        EXPECT_TRUE(IsMessage(TextOf(fault), test.expected));
         EXPECT_TRUE(IsUntouched(out));
     }
 }

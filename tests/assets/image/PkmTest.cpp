@@ -35,10 +35,10 @@ Bytes Blocks(Bytes const& file) {
 /** The message for a file "x.pkm" that must not be read, and leaves the image that was there as it is. */
 std::string ErrorOf(Bytes const& file, ByteSpan alpha = {}, ImageOptions const& options = {}) {
     ImageData image = Untouched();
-    std::string error;
-    EXPECT_FALSE(LoadPkm(Span(file), alpha, "x.pkm", options, image, error));
+    Fault fault;
+    EXPECT_FALSE(LoadPkm(Span(file), alpha, "x.pkm", options, image, fault));
     EXPECT_TRUE(IsUntouched(image));
-    return error;
+    return TextOf(fault);
 }
 
 TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
@@ -67,8 +67,8 @@ TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
         expected.levels = {{8, 12, 0, 48}};
         expected.pixels = test.pixels;
         ImageData image;
-        std::string error;
-        EXPECT_TRUE(LoadPkm(folder.Path(test.name), {}, image, error)) << error;
+        Fault fault;
+        EXPECT_TRUE(LoadPkm(folder.Path(test.name), {}, image, fault)) << TextOf(fault);
         EXPECT_EQ(Describe(image), Describe(expected));
     }
 }
@@ -79,9 +79,10 @@ TEST(Pkm, AnAlphaFileThatDoesNotFitIsAnErrorThatNamesIt) {
     folder.Write("a.pkm", colour);
     auto const error = [&folder] {
         ImageData image = Untouched();
-        std::string text;
-        EXPECT_FALSE(LoadPkm(folder.Path("a.pkm"), {}, image, text));
+        Fault fault;
+        EXPECT_FALSE(LoadPkm(folder.Path("a.pkm"), {}, image, fault));
         EXPECT_TRUE(IsUntouched(image));
+        std::string const text = TextOf(fault);
         std::string const start = folder.Path("a.alpha.pkm");
         return text.rfind(start, 0) == 0 ? text.substr(start.size()) : text;
     };
@@ -155,8 +156,8 @@ TEST(Pkm, OptionsThatNeedOtherBlocksAreRefused) {
     padded.mipLevels = true;
     Bytes const whole = PkmFile(8, 4, 7, 4);
     ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPkm(Span(whole), {}, "x.pkm", padded, image, error)) << error;
+    Fault fault;
+    ASSERT_TRUE(LoadPkm(Span(whole), {}, "x.pkm", padded, image, fault)) << TextOf(fault);
     std::vector<MipLevel> const expected = {{8, 4, 0, 16}, {4, 2, 16, 8}, {2, 1, 24, 8}, {1, 1, 32, 8}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(Bytes(image.pixels.begin(), image.pixels.begin() + 16), Blocks(whole));
@@ -165,8 +166,8 @@ TEST(Pkm, OptionsThatNeedOtherBlocksAreRefused) {
 ImageData Encoded(bool fAlpha) {
     ImageData image = RgbaImage(6, 5, GradientRgba(6, 5));
     image.format = fAlpha ? TextureFormat::RGBA8888 : TextureFormat::RGBX8888;
-    std::string error;
-    EXPECT_TRUE(EncodeEtc1(image, false, "x", image, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(EncodeEtc1(image, false, "x", image, fault)) << TextOf(fault);
     return image;
 }
 
@@ -176,9 +177,9 @@ TEST(Pkm, WhatIsWrittenReadsBack) {
         ImageData const written = Encoded(fAlpha);
         std::string const path = folder.Path(fAlpha ? "with.pkm" : "without.pkm");
         ImageData image;
-        std::string error;
-        EXPECT_TRUE(SavePkm(path, written, error)) << error;
-        EXPECT_TRUE(LoadPkm(path, {}, image, error)) << error;
+        Fault fault;
+        EXPECT_TRUE(SavePkm(path, written, fault)) << TextOf(fault);
+        EXPECT_TRUE(LoadPkm(path, {}, image, fault)) << TextOf(fault);
         EXPECT_EQ(Describe(image), Describe(written));
     }
     EXPECT_EQ(folder.List(), (Names{"with.alpha.pkm", "with.pkm", "without.pkm"}));
@@ -209,9 +210,9 @@ TEST(Pkm, RefusesToWriteWhatAReaderWouldNotGetBack) {
          folder.Path("none/a.pkm") + ": cannot be created: No such file or directory"},
     };
     for (auto const& test : cases) {
-        std::string error;
-        EXPECT_FALSE(SavePkm(folder.Path(test.name), test.image, error));
-        EXPECT_EQ(error, test.expected);
+        Fault fault;
+        EXPECT_FALSE(SavePkm(folder.Path(test.name), test.image, fault));
+        EXPECT_EQ(TextOf(fault), test.expected);
     }
     EXPECT_EQ(folder.List(), (Names{"taken.alpha.pkm"}));
 }

@@ -120,17 +120,17 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
     };
     for (auto const& test : cases) {
         ImageData image = Untouched();
-        std::string error;
-        if (LoadImage(folder.Path(test.name), test.options, image, error)) {
+        Fault fault;
+        if (LoadImage(folder.Path(test.name), test.options, image, fault)) {
             EXPECT_EQ(std::to_string(image.format), test.expected);
         } else {
-            EXPECT_TRUE(IsMessage(error, folder.Path(test.name) + test.expected));
+            EXPECT_TRUE(IsMessage(TextOf(fault), folder.Path(test.name) + test.expected));
             EXPECT_TRUE(IsUntouched(image));
         }
     }
     ImageData image;
-    std::string error;
-    ASSERT_TRUE(LoadPng(folder.Path("png.pkm"), {}, image, error)) << error;
+    Fault fault;
+    ASSERT_TRUE(LoadPng(folder.Path("png.pkm"), {}, image, fault)) << TextOf(fault);
     EXPECT_EQ(image.pixels, GradientRgba(3, 2));
 }
 
@@ -143,13 +143,13 @@ TEST(PngWriter, WhatIsWrittenReplacesAFileAndReadsBackWithAndWithoutAlpha) {
     Bytes const rgb(rgba.begin(),
                     rgba.begin() + 4 * 3 * 3); // 4 x 3 pixels of three bytes: rows need no padding
     ImageData image;
-    std::string error;
-    ASSERT_TRUE(SavePng(folder.Path("a.png"), {rgba.data(), 5, 3, 4, 0}, error)) << error;
-    ASSERT_TRUE(LoadPng(folder.Path("a.png"), {}, image, error)) << error;
+    Fault fault;
+    ASSERT_TRUE(SavePng(folder.Path("a.png"), {rgba.data(), 5, 3, 4, 0}, fault)) << TextOf(fault);
+    ASSERT_TRUE(LoadPng(folder.Path("a.png"), {}, image, fault)) << TextOf(fault);
     EXPECT_EQ(image.format, TextureFormat::RGBA8888);
     EXPECT_EQ(image.pixels, rgba);
-    ASSERT_TRUE(SavePng(folder.Path("b.png"), {rgb.data(), 4, 3, 3, 0}, error)) << error;
-    ASSERT_TRUE(LoadPng(folder.Path("b.png"), {}, image, error)) << error;
+    ASSERT_TRUE(SavePng(folder.Path("b.png"), {rgb.data(), 4, 3, 3, 0}, fault)) << TextOf(fault);
+    ASSERT_TRUE(LoadPng(folder.Path("b.png"), {}, image, fault)) << TextOf(fault);
     EXPECT_EQ(image.format, TextureFormat::RGB888);
     EXPECT_EQ(image.pixels, rgb);
     EXPECT_EQ(folder.List(), (Names{"a.png", "b.png"}));
@@ -158,8 +158,8 @@ TEST(PngWriter, WhatIsWrittenReplacesAFileAndReadsBackWithAndWithoutAlpha) {
 TEST(PngWriter, SkipsTheBytesBetweenRows) {
     Bytes const rows = {1, 2, 3, 4, 99, 99, 5, 6, 7, 8};
     Bytes file;
-    std::string error;
-    ASSERT_TRUE(EncodePng({rows.data(), 1, 2, 4, 6}, "x.png", file, error)) << error;
+    Fault fault;
+    ASSERT_TRUE(EncodePng({rows.data(), 1, 2, 4, 6}, "x.png", file, fault)) << TextOf(fault);
     EXPECT_EQ(LoadGood(file).pixels, (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
@@ -182,9 +182,9 @@ TEST(PngWriter, AFailureNamesThePathAndKeepsWhatWasThere) {
     };
     for (auto const& test : cases) {
         SCOPED_TRACE(test.expected);
-        std::string error;
-        EXPECT_FALSE(SavePng(folder.Path(test.name), test.picture, error));
-        EXPECT_EQ(error, folder.Path(test.name) + test.expected);
+        Fault fault;
+        EXPECT_FALSE(SavePng(folder.Path(test.name), test.picture, fault));
+        EXPECT_EQ(TextOf(fault), folder.Path(test.name) + test.expected);
         EXPECT_EQ(folder.Read("a.png"), (Bytes{1, 2, 3}));
         EXPECT_EQ(folder.List(), (Names{"a.png", "taken.png"}));
     }

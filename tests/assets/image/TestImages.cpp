@@ -36,8 +36,9 @@ std::size_t& LargestAllocation() {
 
 Bytes PngOf(int nChannels, int width, int height, Bytes const& pixels) {
     Bytes file;
-    std::string error;
-    EXPECT_TRUE(EncodePng({pixels.data(), width, height, nChannels, 0}, "x.png", file, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(EncodePng({pixels.data(), width, height, nChannels, 0}, "x.png", file, fault))
+        << TextOf(fault);
     return file;
 }
 
@@ -73,8 +74,8 @@ bool IsUntouched(ImageData const& image) {
 
 ImageData LoadGood(Bytes const& file, ImageOptions const& options) {
     ImageData image;
-    std::string error;
-    EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, fault)) << TextOf(fault);
     return image;
 }
 
@@ -97,10 +98,10 @@ std::string Describe(ImageData const& image) {
 
 std::string ErrorOfPng(Bytes const& file, ImageOptions const& options) {
     ImageData image = Untouched();
-    std::string error;
-    EXPECT_FALSE(LoadPng(Span(file), "x.png", options, image, error));
+    Fault fault;
+    EXPECT_FALSE(LoadPng(Span(file), "x.png", options, image, fault));
     EXPECT_TRUE(IsUntouched(image));
-    return error;
+    return TextOf(fault);
 }
 
 } // namespace trevik::kelvo::assets::testing

@@ -10,16 +10,15 @@
 namespace trevik::kelvo::assets {
 namespace {
 
-bool Parse(std::string const& text, JsonValue& root, std::string& error,
-           JsonLimits const& limits = JsonLimits()) {
+bool Parse(std::string const& text, JsonValue& root, Fault& fault, JsonLimits const& limits = JsonLimits()) {
     return ParseJson({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, "f.json", limits,
-                     root, error);
+                     root, fault);
 }
 
 JsonSource ParseSource(std::string const& text) {
     JsonSource source{"f.json", JsonValue()};
-    std::string error;
-    EXPECT_TRUE(Parse(text, source.root, error)) << error;
+    Fault fault;
+    EXPECT_TRUE(Parse(text, source.root, fault)) << TextOf(fault);
     return source;
 }
 
@@ -44,9 +43,9 @@ TEST(JsonDocument, KeepsOrderKindsAndLines) {
 TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
     for (testing::TextCase const& test : testing::ReadCases("scene/data/json-errors.txt")) {
         JsonValue root(JsonValue::Kind::Bool);
-        std::string error;
-        EXPECT_FALSE(Parse(test.text, root, error)) << test.text;
-        EXPECT_TRUE(testing::IsMessage(error, "f.json:" + test.expected));
+        Fault fault;
+        EXPECT_FALSE(Parse(test.text, root, fault)) << test.text;
+        EXPECT_TRUE(testing::IsMessage(TextOf(fault), "f.json:" + test.expected));
         EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
     }
 }
@@ -56,13 +55,13 @@ TEST(JsonDocument, KeepsToTheLimits) {
     limits.nDepth = 3;
     limits.nValues = 5;
     JsonValue root;
-    std::string error;
-    EXPECT_TRUE(Parse("[[[1]]]", root, error, limits)) << error;
-    EXPECT_FALSE(Parse("[[\n[[]]]]", root, error, limits));
-    EXPECT_EQ(error, "f.json:2: arrays and objects are nested deeper than 3 levels");
-    EXPECT_TRUE(Parse("[1,2,3,4]", root, error, limits)) << error;
-    EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, error, limits));
-    EXPECT_EQ(error, "f.json:2: more than 5 values");
+    Fault fault;
+    EXPECT_TRUE(Parse("[[[1]]]", root, fault, limits)) << TextOf(fault);
+    EXPECT_FALSE(Parse("[[\n[[]]]]", root, fault, limits));
+    EXPECT_EQ(TextOf(fault), "f.json:2: arrays and objects are nested deeper than 3 levels");
+    EXPECT_TRUE(Parse("[1,2,3,4]", root, fault, limits)) << TextOf(fault);
+    EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, fault, limits));
+    EXPECT_EQ(TextOf(fault), "f.json:2: more than 5 values");
 }
 
 /** The text of the fault that `read` throws. */
@@ -70,8 +69,8 @@ template <class Function>
 std::string FaultOf(Function read) {
     try {
         read();
-    } catch (JsonFault const& fault) {
-        return fault.text;
+    } catch (Fault const& fault) {
+        return TextOf(fault);
     }
     return "no fault";
 }

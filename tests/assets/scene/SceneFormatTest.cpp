@@ -119,11 +119,11 @@ TEST(SceneFormat, SnippetsCanBeRead) {
         if (fInside && line == "```") {
             Scene scene;
             bool const fFonts = snippet.rfind("\"fonts\"", 0) == 0;
-            std::string error;
+            Fault fault;
             EXPECT_TRUE(ReadScene(CompleteSnippet(snippet),
                                   fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/", scene,
-                                  error))
-                << error;
+                                  fault))
+                << TextOf(fault);
             ++nSnippets;
             fInside = false;
         } else if (fInside) {

@@ -25,8 +25,8 @@ TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
     for (std::string const& name : Files("scene/data")) {
         std::filesystem::path file = Folder + name;
         if (file.extension() == ".json") {
-            std::string error;
-            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, error)) << name << error;
+            Fault fault;
+            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, fault)) << name << TextOf(fault);
             EXPECT_TRUE(IsGolden(file.replace_extension(".txt").string(), DescribeScene(scene)));
         }
     }
@@ -101,10 +101,12 @@ TEST(SceneReader, ReadsTheShowcase) {
     ClassRegistry registry;
     RegisterBackend(registry);
     Scene scene;
-    std::string error;
-    ASSERT_TRUE(assets::ReadScene(KELVO_EXAMPLES "/showcase/scene.json", registry, scene, error)) << error;
-    EXPECT_FALSE(assets::ReadScene(KELVO_EXAMPLES "/showcase/nothing.json", registry, scene, error));
-    EXPECT_EQ(error, KELVO_EXAMPLES "/showcase/nothing.json: cannot be opened: No such file or directory");
+    Fault fault;
+    ASSERT_TRUE(assets::ReadScene(KELVO_EXAMPLES "/showcase/scene.json", registry, scene, fault))
+        << TextOf(fault);
+    EXPECT_FALSE(assets::ReadScene(KELVO_EXAMPLES "/showcase/nothing.json", registry, scene, fault));
+    EXPECT_EQ(TextOf(fault),
+              KELVO_EXAMPLES "/showcase/nothing.json: cannot be opened: No such file or directory");
     EXPECT_TRUE(scene.GetRoot()) << "a failed read took the scene away";
 }
 

@@ -85,21 +85,22 @@ inline Ref<Node> CreateNode(ClassRegistry const& registry, std::string const& cl
 }
 
 /** Reads a scene "scene.json"; file names in it are relative to the folder, which ends in "/". */
-inline bool ReadScene(std::string const& text, std::string const& folder, Scene& scene, std::string& error) {
+inline bool ReadScene(std::string const& text, std::string const& folder, Scene& scene, Fault& fault) {
     ClassRegistry registry;
     RegisterBackend(registry);
     ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
-    return ReadSceneText(bytes, "scene.json", folder, registry, scene, error);
+    return ReadSceneText(bytes, "scene.json", folder, registry, scene, fault);
 }
 
 /** The message for a scene that must be wrong, without its "scene.json:". */
 inline std::string ErrorOf(std::string const& text, std::string const& folder = "") {
     Scene scene;
-    std::string error;
-    EXPECT_FALSE(ReadScene(text, folder, scene, error)) << text;
+    Fault fault;
+    EXPECT_FALSE(ReadScene(text, folder, scene, fault)) << text;
     EXPECT_FALSE(scene.GetRoot()) << "the scene was touched";
-    EXPECT_EQ(error.rfind("scene.json:", 0), 0u) << error;
-    return error.substr(error.find(':') + 1);
+    std::string const message = TextOf(fault);
+    EXPECT_EQ(message.rfind("scene.json:", 0), 0u) << message;
+    return message.substr(message.find(':') + 1);
 }
 
 /** A property's value as text. */

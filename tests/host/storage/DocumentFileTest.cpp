@@ -55,28 +55,28 @@ TEST(DocumentFile, EachFaultHasItsMessage) {
         {"malformed at byte 32: bytes are left over behind the document", Wrap(2, 20, Bytes(20), 0xe25c69f7)},
     };
     for (auto const& [sFault, bytes] : cases) {
-        String16 sError;
-        bool const fRead = bool(DocumentFile::Read(bytes.data(), bytes.size(), sError));
+        Fault fault;
+        bool const fRead = bool(DocumentFile::Read(bytes.data(), bytes.size(), fault));
         EXPECT_EQ(fRead, sFault.empty());
-        EXPECT_EQ(String8(sError).GetData(), sFault);
+        EXPECT_EQ(fault.GetText().GetData(), sFault);
     }
 }
 
 class DocumentFileOnDisk : public testing::Test {
 protected:
     std::string Save(std::string const& sName, DocumentNode const& document) {
-        String16 sError;
-        bool const fSaved = SaveDocument(m_folder.Path(sName).c_str(), document, sError);
-        EXPECT_EQ(fSaved, sError.IsEmpty());
-        return String8(sError).GetData();
+        Fault fault;
+        bool const fSaved = SaveDocument(m_folder.Path(sName).c_str(), document, fault);
+        EXPECT_EQ(fSaved, fault.IsEmpty());
+        return fault.GetText().GetData();
     }
     std::string Save(std::string const& sName, int nValue) { return Save(sName, *MakeDocument(nValue)); }
     /** The bytes of an attribute in a file, or what is wrong with it. */
     std::string Load(std::string const& sName, unsigned int nID = 1) const {
-        String16 sError;
-        Ref<DocumentNode> const pDocument = LoadDocument(m_folder.Path(sName).c_str(), sError);
+        Fault fault;
+        Ref<DocumentNode> const pDocument = LoadDocument(m_folder.Path(sName).c_str(), fault);
         Bytes const bytes = pDocument ? GetBytes(*pDocument, nID) : Bytes();
-        return pDocument ? std::string(bytes.begin(), bytes.end()) : String8(sError).GetData();
+        return pDocument ? std::string(bytes.begin(), bytes.end()) : fault.GetText().GetData();
     }
 
     kelvokit::test::TemporaryFolder m_folder;

@@ -71,21 +71,21 @@ TEST(SceneSaveLoad, GoesThroughFiles) {
     Sample sample;
     kelvokit::test::TemporaryFolder const folder;
     std::string const path = folder.Path("scene");
-    String16 sError;
-    ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), sError)) << String8(sError).GetData();
+    Fault fault;
+    ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), fault)) << fault.GetText().GetData();
     Scene loaded;
-    ASSERT_TRUE(loaded.LoadFromFile(path.c_str(), sample.m_registry, sError)) << String8(sError).GetData();
+    ASSERT_TRUE(loaded.LoadFromFile(path.c_str(), sample.m_registry, fault)) << fault.GetText().GetData();
     EXPECT_EQ(ChildNames(*loaded.GetRoot()), "group inner text");
     std::filesystem::remove(path);
-    EXPECT_FALSE(loaded.LoadFromFile(path.c_str(), sample.m_registry, sError));
-    EXPECT_EQ(std::string(String8(sError).GetData()).rfind(path, 0), 0u);
+    EXPECT_FALSE(loaded.LoadFromFile(path.c_str(), sample.m_registry, fault));
+    EXPECT_EQ(std::string(fault.GetText().GetData()).rfind(path, 0), 0u);
     EXPECT_NE(loaded.GetRoot(), nullptr) << "the scene stays as it was";
-    EXPECT_FALSE(Scene().SaveToFile("scene", sError));
-    EXPECT_TRUE(sError == u"scene: the scene cannot be saved: it has no timeline at its root");
+    EXPECT_FALSE(Scene().SaveToFile("scene", fault));
+    EXPECT_TRUE(fault.GetText() == "scene: the scene cannot be saved: it has no timeline at its root");
     sample.m_pRoot->SetTimeMapFunction([](RealFloat const& t) { return t; });
     TraceLog log;
-    EXPECT_FALSE(sample.m_scene.SaveToFile("scene", sError));
-    EXPECT_TRUE(sError == u"scene: the scene cannot be saved");
+    EXPECT_FALSE(sample.m_scene.SaveToFile("scene", fault));
+    EXPECT_TRUE(fault.GetText() == "scene: the scene cannot be saved");
     EXPECT_EQ(log.Messages().at(0), "[kelvo] /root: the time map is a function without a name");
 }
 
@@ -103,9 +103,9 @@ TEST(SceneSaveLoad, TheDescriptionsExampleIsAScene) {
             }
         }
     }
-    String16 sError;
-    Ref<DocumentNode> const pDocument = DocumentFile::Read(bytes.data(), bytes.size(), sError);
-    ASSERT_TRUE(pDocument) << String8(sError).GetData();
+    Fault fault;
+    Ref<DocumentNode> const pDocument = DocumentFile::Read(bytes.data(), bytes.size(), fault);
+    ASSERT_TRUE(pDocument) << fault.GetText().GetData();
     TestRegistry registry;
     TestDevice device;
     Scene scene;
@@ -281,19 +281,19 @@ TEST(Scene, GivesTexturesTheSurfacesTheyWant) {
     pChild->SetTexture(pPlain.Get());
     background.Attach(pChild.Get());
     sample.m_pSprite->SetTexture(pShared.Get());
-    String16 sError;
-    ASSERT_TRUE(sample.m_scene.PromoteTextures(sError));
+    Fault fault;
+    ASSERT_TRUE(sample.m_scene.PromoteTextures(fault));
     EXPECT_EQ(pShared->Count(), 2);
     EXPECT_EQ(pBehind->Count(), 1);
     EXPECT_EQ(pPlain->Count(), 0);
-    EXPECT_TRUE(sample.m_scene.PromoteTextures(sError)) << "those that have theirs keep them";
+    EXPECT_TRUE(sample.m_scene.PromoteTextures(fault)) << "those that have theirs keep them";
 
     Ref<Texture> const pRefused = make(1);
     pRefused->SetName(u"screen");
     static_cast<TestTexture&>(*pRefused).m_fRefusePromotion = true;
     pChild->SetTexture(pRefused.Get());
-    EXPECT_FALSE(sample.m_scene.PromoteTextures(sError));
-    EXPECT_TRUE(sError == u"texture \"screen\" cannot have surfaces for others to write");
+    EXPECT_FALSE(sample.m_scene.PromoteTextures(fault));
+    EXPECT_TRUE(fault.GetText() == "texture \"screen\" cannot have surfaces for others to write");
 }
 
 TEST(Scene, PicksWhatLiesUnderAPoint) {
