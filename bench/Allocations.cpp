@@ -15,7 +15,7 @@ void Count() {
 
 } // namespace
 
-// Every allocation of the process passes here, whoever makes it.
+// Every allocation of the process passes here, those of libraries, too.
 extern "C" {
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);

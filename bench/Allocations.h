@@ -3,7 +3,7 @@
 namespace kelvokit::bench {
 
 /**
- * How often the calling thread has called malloc, calloc or realloc, and with them operator new, in whatever
+ * How often the calling thread has called malloc, calloc or realloc, and with them operator new, in any
  * library.
  */
 unsigned long GetAllocationCount();

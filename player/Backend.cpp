@@ -124,7 +124,7 @@ void Backend::EndPostProcess(GraphicsDevice& device) const {
     }
     SwapTargetBuffers(device, true);
     // The pass is drawn in the state that the frame ends in: a depth test that is still on has to find the
-    // window's depths of this frame, and whatever mode the last sprite had must not mix the two.
+    // window's depths of this frame, and the last sprite's blend mode must not mix the two.
     device.Clear();
     glBlendFuncSeparate(GL_ONE, GL_ZERO, GL_ONE, GL_ZERO);
     pfnRender(static_cast<GraphicsDeviceGL2*>(&device));

@@ -1,5 +1,6 @@
 #include "ContactSheet.h"
 
+#include "file/Failure.h"
 #include "image/PngWriter.h"
 
 #include <algorithm>
@@ -16,13 +17,14 @@ constexpr long long MostPixels = 1 << 28; // a gigabyte of them
 ContactSheet::ContactSheet(std::string const& path, int nColumns, int nFrames)
     : m_sPath(path), m_nColumns(std::min(nColumns, nFrames)), m_nRows((nFrames - 1) / m_nColumns + 1) {}
 
-bool ContactSheet::Start(FramePixels const& frame, std::string& error) {
+bool ContactSheet::Start(FramePixels const& frame, trevik::kelvo::Fault& fault) {
     long long const nWidth = static_cast<long long>(frame.nWidth) * m_nColumns;
     long long const nHeight = static_cast<long long>(frame.nHeight) * m_nRows;
     if (nWidth > LargestSide || nHeight > LargestSide || nWidth * nHeight > MostPixels) {
-        error = m_sPath + ": a sheet of " + std::to_string(nWidth) + "x" + std::to_string(nHeight) +
-                " pixels is too large; --scale makes it smaller";
-        return false;
+        return trevik::kelvo::assets::Fail(fault, m_sPath,
+                                           "a sheet of " + std::to_string(nWidth) + "x" +
+                                               std::to_string(nHeight) +
+                                               " pixels is too large; --scale makes it smaller");
     }
     m_sheet.nWidth = static_cast<int>(nWidth);
     m_sheet.nHeight = static_cast<int>(nHeight);
@@ -31,8 +33,8 @@ bool ContactSheet::Start(FramePixels const& frame, std::string& error) {
     return true;
 }
 
-bool ContactSheet::Write(int, FramePixels const& frame, std::string& error) {
-    if (m_nWritten == 0 && !Start(frame, error)) {
+bool ContactSheet::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fault) {
+    if (m_nWritten == 0 && !Start(frame, fault)) {
         return false;
     }
     std::ptrdiff_t const nRow = static_cast<std::ptrdiff_t>(frame.nWidth) * frame.nChannels;
@@ -48,9 +50,9 @@ bool ContactSheet::Write(int, FramePixels const& frame, std::string& error) {
     return true;
 }
 
-bool ContactSheet::Finish(std::string& error) {
+bool ContactSheet::Finish(trevik::kelvo::Fault& fault) {
     return trevik::kelvo::assets::SavePng(
-        m_sPath, {m_sheet.pixels.data(), m_sheet.nWidth, m_sheet.nHeight, m_sheet.nChannels, 0}, error);
+        m_sPath, {m_sheet.pixels.data(), m_sheet.nWidth, m_sheet.nHeight, m_sheet.nChannels, 0}, fault);
 }
 
 } // namespace kelvokit::player

@@ -12,11 +12,11 @@ public:
     /** @param nFrames how many frames come; those that stand beside each other are `nColumns`. */
     ContactSheet(std::string const& path, int nColumns, int nFrames);
 
-    bool Write(int nFrame, FramePixels const& frame, std::string& error) override;
-    bool Finish(std::string& error) override;
+    bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
+    bool Finish(trevik::kelvo::Fault& fault) override;
 
 private:
-    bool Start(FramePixels const& frame, std::string& error);
+    bool Start(FramePixels const& frame, trevik::kelvo::Fault& fault);
 
     std::string m_sPath;
     int const m_nColumns;

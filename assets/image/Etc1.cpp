@@ -80,7 +80,7 @@ bool EncodeEtc1(ImageData const& image, bool fMipLevels, std::string const& name
         ImageOptions options;
         options.encodeEtc1 = true;
         options.mipLevels = fMipLevels;
-        // Padding adds up to three pixels to a size that was within somebody's limits when it was loaded.
+        // Padding adds up to three pixels to a size that was within the limits when it was loaded.
         options.limits.maxBytes = SIZE_MAX;
         return BuildImage(UnpackLevel(image, 0), HasAlpha(image.format), options, name, out, fault);
     } catch (std::bad_alloc const&) {

@@ -18,8 +18,8 @@ bool EncodePng(PngPicture const& picture, std::string const& name, std::vector<s
                Fault& fault);
 
 /**
- * Writes a PNG file. Whoever reads the path meanwhile finds the earlier file or the complete new one, never a
- * part; on failure the earlier file is untouched.
+ * Writes a PNG file. A program that reads the path meanwhile finds the earlier file or the complete new one,
+ * never a part; on failure the earlier file is untouched.
  */
 bool SavePng(std::string const& path, PngPicture const& picture, Fault& fault);
 

@@ -12,7 +12,7 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-/** Walks a text and tells somebody how far it has got. */
+/** Walks a text; its owner sees in `*ppReached` how far it has got. */
 class TrackedIterator {
 public:
     using iterator_category = std::input_iterator_tag;

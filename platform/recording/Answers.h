@@ -38,7 +38,7 @@ inline constexpr int DefaultWindowSize[2] = {640, 480};
 
 /** What glGet answers for GL_RED_BITS and the like; nothing for another name. */
 std::optional<GLint> BitsAttribute(Config const& config, GLenum name);
-/** One attribute of a config; nothing for an attribute that nobody asks for here. */
+/** One attribute of a config; nothing for any other attribute. */
 std::optional<EGLint> ConfigAttribute(Config const& config, EGLint attribute);
 
 } // namespace kelvokit::recording

@@ -6,7 +6,7 @@
 
 namespace {
 
-/** Ends the program when nobody has written an answer. */
+/** Ends the program when an entry point has no answer here. */
 void RequireAnswer(bool fExists, char const* name) {
     if (fExists) {
         return;

@@ -95,7 +95,7 @@ final class ClockFace {
         picture.fill(hand(0, 0, minuteAngle, 73, 2.4), NAVY);
         picture.fill(Picture.disc(0, 0, 5.5), NAVY);
         picture.fill(Picture.disc(0, 0, 3.5), GOLD);
-        // All at once: each write is brought before those who draw.
+        // All at once: each write is uploaded for GL to draw.
         bitmap.setPixels(picture.colours, 0, picture.width, 0, 0, picture.width, picture.height);
     }
 

@@ -5,15 +5,15 @@
 class SkColorTable;
 class SkMutex;
 
-/** The pixels of bitmaps, which they have in memory only while somebody has locked them. */
+/** The pixels of bitmaps, which they have in memory only while they are locked. */
 class ANDROID_API SkPixelRef : public SkFlattenable {
 public:
     /** `mutex` is held while pixels are brought in and given back; null takes one that all such share. */
     explicit SkPixelRef(SkMutex* mutex = nullptr);
     ~SkPixelRef() override;
 
-    // For whoever has the pixels locked: the address of the first, null when they could not be brought in,
-    // and their colour table or null.
+    // While the pixels are locked: the address of the first, null when they could not be brought in, and
+    // their colour table or null.
     void* pixels() const { return fPixels; }
     SkColorTable* colorTable() const { return fColorTable; }
     /** Whether anybody has them locked. Any thread. */

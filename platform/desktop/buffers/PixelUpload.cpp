@@ -20,8 +20,7 @@ struct Upload {
     void (*convert)(std::uint8_t* to, std::uint8_t const* from, std::size_t nPixels);
 };
 
-/** A pixel as one number, and numbers that cover some of its bytes, in whichever order the machine has them.
- */
+/** A pixel as one number, and numbers that cover some of its bytes, in the machine's byte order. */
 std::uint32_t Word(std::uint8_t const* bytes) {
     std::uint32_t word;
     std::memcpy(&word, bytes, sizeof word);
@@ -40,7 +39,7 @@ void Rewrite(std::uint8_t* to, std::uint8_t const* from, std::size_t nPixels, Fu
 }
 
 void MakeOpaque(std::uint8_t* to, std::uint8_t const* from, std::size_t nPixels) {
-    std::uint32_t const alpha = Word(Alpha); // what is there is no alpha
+    std::uint32_t const alpha = Word(Alpha); // the format's fourth byte is not alpha
     Rewrite(to, from, nPixels, [=](std::uint32_t pixel) { return pixel | alpha; });
 }
 
@@ -115,7 +114,7 @@ void UploadRows(ANativeWindowBuffer const& buffer, std::int32_t nFirst, std::int
 
 /** The layer's context is its own: what an error flag says is about the calls since this one. */
 void ForgetErrors() {
-    constexpr int MaxFlags = 16; // more than GL has; a context that was lost reports for ever
+    constexpr int MaxFlags = 16; // more than GL has; a context that was lost reports errors without end
     for (int n = 0; n < MaxFlags && Gl().glGetError() != GL_NO_ERROR; ++n) {}
 }
 

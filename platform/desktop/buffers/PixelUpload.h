@@ -13,7 +13,8 @@ namespace kelvokit::desktop {
 bool IsUploadable(ANativeWindowBuffer const& buffer);
 
 /**
- * Makes what UploadPixels needs, for good; `fRowLength` as there. EGL_BAD_ALLOC without memory.
+ * Allocates what UploadPixels needs, once in the buffer's life; `fRowLength` as there. EGL_BAD_ALLOC without
+ * memory.
  */
 Outcome PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength);
 

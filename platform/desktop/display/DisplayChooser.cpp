@@ -96,7 +96,7 @@ std::vector<Candidate> DeviceCandidates(Wish const& wish, bool fHardware, bool f
     if (!queryDevices(nFound, devices.data(), &nFound)) {
         return candidates;
     }
-    // Devices may have gone in between, and none is beyond those that were counted.
+    // There may be fewer devices now than were counted; of more, the list holds as many as were counted.
     std::size_t const nDevices = std::min(devices.size(), static_cast<std::size_t>(nFound));
     for (bool const fSoftwareTurn : {false, true}) {
         for (std::size_t nDevice = 0; nDevice < nDevices; ++nDevice) {
@@ -143,7 +143,8 @@ bool Try(Candidate const& candidate, std::string& sDescription) {
     if (candidate.display == EGL_NO_DISPLAY) {
         return false;
     }
-    // By the program, or by a library that has the driver's EGL for itself: a display counts no users.
+    // By the program, or by a library that calls the driver's EGL directly. A display does not count how
+    // often it was initialised: to terminate it here would end it for them, too.
     bool const fInUse = egl.eglQueryString(candidate.display, EGL_VERSION) != nullptr;
     if (!fInUse && !egl.eglInitialize(candidate.display, nullptr, nullptr)) {
         return false;

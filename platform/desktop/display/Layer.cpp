@@ -109,8 +109,8 @@ bool Layer::IsKnown(ANativeWindowBuffer const* buffer) const {
 }
 
 android::status_t Layer::Unlock(ANativeWindowBuffer const& buffer) {
-    // Held until the buffer is unlocked: an image that is made in between would find it locked, and nobody
-    // would fill it.
+    // Held until the buffer is unlocked: an image that is made before that would find the buffer locked, and
+    // stay empty.
     std::lock_guard<std::mutex> const work(m_work);
     BufferContents& contents = *buffer.contents;
     {
@@ -130,7 +130,7 @@ android::status_t Layer::Unlock(ANativeWindowBuffer const& buffer) {
 
 EGLImage Layer::CreateImage(EGLDisplay display, EGLContext context, EGLClientBuffer buffer,
                             bool fAttributes) {
-    // A query that every display answers, and none does not: the driver judges it.
+    // Every display answers this query: so the driver tells whether `display` is one.
     if (!Forward(Driver().eglQueryString, display, EGL_VENDOR)) {
         return EGL_NO_IMAGE;
     }
@@ -172,7 +172,8 @@ void Layer::RemoveWindow(ANativeWindow* window) {
             pDisplay->ForgetWindow(window, fWhileMade);
         }
     };
-    // First, so that no thread takes it any more; one that makes a surface for it ends that by its address.
+    // First, so that no other thread takes the window any more. One that is making a surface for it still
+    // finds the entry, by the window's address, when it ends that.
     m_windows.erase(std::remove(m_windows.begin(), m_windows.end(), window), m_windows.end());
     forget(false);
     m_unpinned.wait(tables, [&] { return !IsPinnedElsewhere(window); });

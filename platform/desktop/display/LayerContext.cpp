@@ -14,8 +14,8 @@ namespace {
 class Current {
 public:
     Current() : m_api(Egl().eglQueryAPI()) {
-        // A thread has one context of the two GLs, which some drivers tell of while its own API is bound
-        // only.
+        // A thread has one current context, of OpenGL or of OpenGL ES; some drivers name it only while its
+        // API is bound.
         if (m_api == EGL_OPENGL_API) {
             Look(m_api);
         }
@@ -55,7 +55,7 @@ public:
             return Outcome::Done();
         }
         Outcome const failed = Outcome::DriverFailed();
-        // Rather nothing than a context that the program knows nothing of.
+        // Otherwise the layer's context would stay current, which the program does not know.
         Egl().eglMakeCurrent(from, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT);
         return failed;
     }
@@ -196,7 +196,7 @@ Outcome LayerContext::RunErased(Erased run, void* pJob) const {
     if (!current.CanComeBack()) {
         return RunElsewhere(run, pJob);
     }
-    // After a failure too: what is bound then is up to the driver.
+    // After a failure too: a driver may have changed what is current.
     WayBack wayBack(current, m_display);
     Outcome const ran = RunBound(run, pJob);
     Outcome const back = wayBack.Go();

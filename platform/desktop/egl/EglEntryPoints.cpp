@@ -144,7 +144,7 @@ KELVO_EGL(EGLDisplay) eglGetDisplay(EGLNativeDisplayType native) {
     }
     return Guarded([] {
         EGLDisplay const display = ChooseDefaultDisplay();
-        // That there is none is no error in EGL's sense; the caller sees it by the result.
+        // EGL has no error for a missing display: the caller sees it by the result.
         SetError(EGL_SUCCESS);
         return display;
     });
@@ -156,7 +156,8 @@ KELVO_EGL(EGLBoolean) eglInitialize(EGLDisplay display, EGLint* major, EGLint* m
 }
 
 KELVO_EGL(EGLBoolean) eglTerminate(EGLDisplay display) {
-    // Initialised anew by another thread, it could have new surfaces before the old ones are forgotten.
+    // Otherwise another thread could initialise the display again and make surfaces on it before the old ones
+    // are forgotten.
     auto const held = HoldDisplays();
     return Layer::Get().Terminate(display);
 }
@@ -247,7 +248,7 @@ KELVO_EGL(__eglMustCastToProperFunctionPointerType) eglGetProcAddress(char const
     return own ? own : Driver().eglGetProcAddress(name);
 }
 
-// From here on, the driver's alone.
+// From here on, functions that only call the driver's.
 
 KELVO_EGL(EGLBoolean) eglBindAPI(EGLenum api) {
     return Forward(Driver().eglBindAPI, api);
@@ -298,7 +299,8 @@ KELVO_EGL(EGLSync) eglCreateSync(EGLDisplay display, EGLenum type, EGLAttrib con
 }
 
 KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) {
-    // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
+    // What is current on a thread lives until it is released. So no thread may have the layer's context
+    // current in its place now.
     auto const still = Layer::Get().HoldStill();
     return Forward(Driver().eglDestroyContext, display, context);
 }

@@ -15,7 +15,8 @@ EGLint AskForError() {
 } // namespace
 
 void SetError(EGLint error) {
-    // The driver's is taken away: one that is there later is of a call that went to the driver directly.
+    // The driver's error is read, which clears it: one that the driver has later is of a call that went to it
+    // directly.
     TakeError();
     t_nError = error;
 }

@@ -81,15 +81,15 @@ struct ReadState {
 constexpr GLenum PackReverseRowOrder = 0x93A4;
 
 /**
- * Every call is legal in every state of the context, since nobody could ask whether it went well: an error
- * flag cannot be read without taking it away from the program.
+ * Makes only calls that are legal in every state of the context. Whether one failed cannot be asked: to read
+ * an error flag takes it away from the program.
  */
 void ReadPixels(int nVersion, int width, int height, void* pixels) {
     ReadState const has(nVersion);
     bool const fBoth = !has.fReadFramebuffer;
     ScopedInteger framebuffer(true, fBoth ? GL_FRAMEBUFFER_BINDING : GL_READ_FRAMEBUFFER_BINDING, 0,
                               FramebufferBinding{GLenum(fBoth ? GL_FRAMEBUFFER : GL_READ_FRAMEBUFFER)});
-    // After the framebuffer, for this is the state of the one that is bound.
+    // After the framebuffer: each framebuffer has a read buffer of its own.
     ScopedInteger readBuffer(has.fReadBuffer, GL_READ_BUFFER, GL_BACK, ReadBuffer{nVersion});
     ScopedInteger packBuffer(has.fPackBuffer, GL_PIXEL_PACK_BUFFER_BINDING, 0, PackBuffer{});
     ScopedInteger alignment(true, GL_PACK_ALIGNMENT, 4, PixelStore{GL_PACK_ALIGNMENT});

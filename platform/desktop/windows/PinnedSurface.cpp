@@ -9,7 +9,7 @@ PinnedSurface::PinnedSurface(EGLDisplay display, EGLSurface surface) {
     std::unique_lock<std::mutex> tables(layer.m_tables);
     LayerDisplay const* const pDisplay = layer.Find(display);
     WindowSurface const* pSurface = nullptr;
-    // Anew after each wait: the surface may have gone, or its window.
+    // Looked up again after each wait: meanwhile the surface may have gone, or its window.
     while (pDisplay && (pSurface = pDisplay->FindSurface(surface)) && pSurface->window &&
            layer.IsPinnedElsewhere(pSurface->window)) {
         layer.m_unpinned.wait(tables);

@@ -39,7 +39,7 @@ bool PbufferAttributes(ANativeWindow const& window, EGLint const* attributes, st
             return false;
         }
         if (nName == EGL_RENDER_BUFFER) {
-            // A wish that EGL lets every display disregard, as this one does: its windows are
+            // EGL allows a display to ignore this attribute, as this one does: its windows are
             // double-buffered.
             if (nValue != EGL_BACK_BUFFER && nValue != EGL_SINGLE_BUFFER) {
                 return false;
@@ -77,7 +77,7 @@ EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow 
     if (nId != window.x11Window) {
         return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
     }
-    // By way of a pointer, which goes both where EGL's type is one and where it is X's number.
+    // EGL's type is a pointer on some systems and a number on others: a pointer can be cast to both.
     auto const native = reinterpret_cast<EGLNativeWindowType>(reinterpret_cast<void*>(nId));
     return Forward(Driver().eglCreateWindowSurface, display, config, native, attributes);
 }
@@ -107,16 +107,15 @@ Outcome FinishDrawing(EGLDisplay display, WindowSurface const& target) {
     if (fImages && !target.window->capture) {
         FinishCurrentContext();
     } else {
-        // Drivers need not do it for a pixel buffer, where a swap of their own has no effect. After a frame
-        // that was read, and is complete, it still ends what the driver remembers of textures: Mesa's
-        // softpipe has copies of their texels until then, and would draw them again after another thread's
-        // unlock.
+        // A driver's swap of a pixel buffer has no effect, and need not flush. The flush also helps after a
+        // frame that was read, and is complete: until then Mesa's softpipe has copies of textures' texels,
+        // and would draw them again after another thread's unlock.
         FlushCurrentContext();
     }
     return finished;
 }
 
-/** Tells the window's handler of its frame. No exception goes up to callers that may know of none. */
+/** Tells the window's handler of its frame. Exceptions end here: the program may be one in C. */
 Outcome HandFrameOver(ANativeWindow& window) {
     try {
         window.frameFinished(&window, *window.frame);
@@ -150,14 +149,15 @@ EGLBoolean SwapWith(EGLDisplay display, EGLSurface surface, DriverSwap driverSwa
             handled = HandFrameOver(window); // and the window may be gone
         }
     }
-    // Whatever EGL calls the handler made.
+    // Errors of EGL calls that the handler made do not count.
     return Answer(handled);
 }
 
 } // namespace
 
 EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* window, EGLint const* attributes) {
-    // A query that every configuration answers: the driver judges display and configuration.
+    // Every configuration answers this query: so the driver tells whether display and configuration are
+    // valid.
     EGLint nId = 0;
     if (!Forward(Driver().eglGetConfigAttrib, display, config, EGL_CONFIG_ID, &nId)) {
         return EGL_NO_SURFACE;
@@ -222,9 +222,10 @@ EGLBoolean QuerySurface(EGLDisplay display, EGLSurface surface, EGLint attribute
 }
 
 EGLBoolean DestroySurface(EGLDisplay display, EGLSurface surface) {
-    // What is current on a thread outlives this, so that no thread may have the layer's context in its place.
+    // What is current on a thread lives until it is released. So no thread may have the layer's context
+    // current in its place now.
     auto const still = Layer::Get().HoldStill();
-    // First, for the driver may give the handle to another thread's surface at once.
+    // First: once the surface is destroyed, the driver may give its handle to another thread's.
     Layer::Get().RemoveSurface(display, surface);
     return Forward(Driver().eglDestroySurface, display, surface);
 }

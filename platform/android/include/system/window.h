@@ -10,7 +10,7 @@ struct FinishedFrame;
 /**
  * The desktop's native window: what Android calls by the same name and passes to eglCreateWindowSurface as
  * its EGLNativeWindowType. A window is either off-screen, and then its finished frames can be had as pixels,
- * or it carries the id of an X11 window that somebody else made.
+ * or it carries the id of an X11 window that was made elsewhere.
  *
  * Derive from it or hold one, and prepare it with kelvokit::desktop::InitialiseOffscreen or InitialiseX11
  * (kelvo_desktop/OffscreenWindow.h); EGL refuses a window that was not prepared with EGL_BAD_NATIVE_WINDOW.
@@ -53,7 +53,7 @@ struct ANativeWindow {
     bool capture = false;
     /** Free for the application. */
     void* user = nullptr;
-    /** Told of each captured frame; null for nobody. */
+    /** Told of each captured frame; null for none. */
     FrameHandler frameFinished = nullptr;
     /** Frames finished since the window was prepared, captured or not. The layer counts. */
     unsigned long frameCount = 0;

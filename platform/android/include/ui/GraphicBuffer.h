@@ -46,10 +46,10 @@ public:
      */
     status_t lock(GGLSurface* surface, std::uint32_t usage);
     /**
-     * Brings what was written in front of GL, in whatever images are made of the buffer. Waits until GL is
-     * done with it, and with what the calling thread's context was given before; what is current stays so.
-     * NO_INIT without memory; INVALID_OPERATION unless the buffer is locked; UNKNOWN_ERROR when GL cannot,
-     * and the buffer is unlocked then, too.
+     * Makes what was written visible to GL, in all images of the buffer. Waits until GL is done with it, and
+     * with what the calling thread's context was given before; what is current stays so. NO_INIT without
+     * memory; INVALID_OPERATION unless the buffer is locked; UNKNOWN_ERROR when GL cannot, and the buffer is
+     * unlocked then, too.
      */
     status_t unlock();
 

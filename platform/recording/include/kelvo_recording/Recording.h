@@ -250,9 +250,8 @@ std::string ToText(std::vector<Call> const& calls = Calls());
 bool Matches(std::string const& pattern, Call const& call);
 
 /**
- * While one lives, calls have their effect and are counted by nobody: nothing is noted, and a call that
- * changes no object's size allocates no memory. For tests that count allocations, or that draw many frames to
- * warm up.
+ * While one lives, calls have their effect, but nothing is noted, and a call that changes no object's size
+ * allocates no memory. For tests that count allocations, or that draw many frames to warm up.
  */
 class Unnoted {
 public:

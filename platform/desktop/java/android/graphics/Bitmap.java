@@ -12,9 +12,9 @@ import java.lang.ref.Cleaner;
  * in memory; of a texture's surface it is the one that sprites show lowest, so that y points up as it does in
  * the scene.
  *
- * <p>Each operation that touches pixels has them locked while it runs, and brings what it wrote before those
- * who draw: many pixels are better set by one {@link #setPixels} than by many {@link #setPixel}. Nobody else
- * may have the surface locked meanwhile. Any thread; one at a time works on a bitmap.
+ * <p>Each operation that touches pixels has them locked while it runs, and uploads what it wrote for GL to
+ * draw: many pixels are better set by one {@link #setPixels} than by many {@link #setPixel}. The surface may
+ * not be locked elsewhere meanwhile. Any thread; one at a time works on a bitmap.
  */
 public final class Bitmap {
     /** How pixels are kept. */
@@ -35,7 +35,7 @@ public final class Bitmap {
     private static final int DENSITY_DEFAULT = 160;
     private static final Cleaner CLEANER = Cleaner.create();
 
-    /** The native bitmap: freed once, by whoever comes first. */
+    /** The native bitmap: freed once, by {@link #recycle} or by the cleaner. */
     private static final class Owned implements Runnable {
         private long bitmap;
 
@@ -133,7 +133,7 @@ public final class Bitmap {
         return ninePatchChunk;
     }
 
-    /** Lets the pixels go. A bitmap that nobody refers to any more does so by itself, some time later. */
+    /** Lets the pixels go. A bitmap without references does so by itself, some time later. */
     public synchronized void recycle() {
         cleanable.clean();
     }
