@@ -39,8 +39,9 @@ bool ContactSheet::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fa
     }
     std::ptrdiff_t const nRow = static_cast<std::ptrdiff_t>(frame.nWidth) * frame.nChannels;
     std::ptrdiff_t const nSheetRow = nRow * m_nColumns;
-    auto to = m_sheet.pixels.begin() + m_nWritten / m_nColumns * frame.nHeight * nSheetRow +
-              m_nWritten % m_nColumns * nRow;
+    std::ptrdiff_t const nAbove = m_nWritten / m_nColumns;
+    std::ptrdiff_t const nBeside = m_nWritten % m_nColumns;
+    auto to = m_sheet.pixels.begin() + nAbove * frame.nHeight * nSheetRow + nBeside * nRow;
     for (auto from = frame.pixels.begin(); from != frame.pixels.end(); from += nRow) {
         std::copy(from, from + nRow, to);
         // The last row has no next one.

@@ -27,6 +27,7 @@ using trevik::kelvo::SceneSettings;
 namespace {
 
 constexpr int LargestSurface = SceneSettings::MaximumSide;
+constexpr int MostJobs = 256;
 constexpr int LastFrame = SceneSettings::MaximumFrame;
 
 struct FormatName {
@@ -218,6 +219,12 @@ std::string ReadFormat(std::string const& text, Options& options) {
     return "";
 }
 
+/** Whether the frames go into a folder of pictures, or are compared with one. */
+bool IsFolder(Options const& options) {
+    std::string const& path = options.compare.empty() ? options.out : options.compare;
+    return !path.empty() && path != "-" && !options.video && !IsPicturePath(path) && !IsWebpPath(path);
+}
+
 /** What cannot be told from one option alone. Throws what the command line's reader does. */
 void CheckTogether(CLI::App const& app, Options& options) {
     bool const fStream = options.out == "-";
@@ -229,6 +236,7 @@ void CheckTogether(CLI::App const& app, Options& options) {
     } const rules[] = {{"--shot", fPictures, "--out"},
                        {"--scale", fPictures, "--out"},
                        {"--sheet", IsPicturePath(options.out), "--out FILE.png"},
+                       {"--jobs", IsFolder(options), "--out FOLDER"},
                        {"--quality", IsWebpPath(options.out), "--out FILE.webp"},
                        {"--loop", IsWebpPath(options.out), "--out FILE.webp"}};
     for (auto const& rule : rules) {
@@ -244,6 +252,9 @@ void CheckTogether(CLI::App const& app, Options& options) {
     }
     if (fStream && (options.fStats || options.pick)) {
         throw CLI::ExcludesError("--out -", options.fStats ? "--stats" : "--pick");
+    }
+    if (options.pick && app.count("--jobs") > 0) {
+        throw CLI::ExcludesError("--jobs", "--pick");
     }
     if (fStream) {
         options.video = options.streamed;
@@ -278,6 +289,12 @@ std::string ReadSheet(std::string const& text, Options& options) {
     options.nSheetColumns = ReadNumber(text, 1, 65535).value_or(0);
     return options.nSheetColumns > 0 ? ""
                                      : "expected a number of columns from 1 to 65535, found \"" + text + "\"";
+}
+
+std::string ReadJobs(std::string const& text, Options& options) {
+    std::optional<int> const jobs = ReadNumber(text, 1, MostJobs);
+    options.nJobs = jobs.value_or(1);
+    return jobs ? "" : "expected a number from 1 to " + std::to_string(MostJobs) + ", found \"" + text + "\"";
 }
 
 std::string ReadTolerance(std::string const& text, Options& options) {
@@ -397,6 +414,10 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     CLI::Option* const pLogLevel = AddParsed(
         app, "--log-level", "LEVEL",
         "what the libraries log on stderr: debug, info, error (as a rule) or none", options, ReadLogLevel);
+    AddParsed(app, "--jobs", "N", "share the frames among so many processes, for a folder of pictures",
+              options, ReadJobs)
+        ->excludes("--stats")
+        ->excludes("--calls");
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
         ->check(CheckPath)

@@ -44,6 +44,7 @@ struct Options {
     trevik::kelvo::assets::WebpOptions webp;
     std::optional<VideoFormat> streamed; ///< what --format asks for on stdout
     int nSheetColumns = 0;               ///< of all frames in one picture; 0 for none
+    int nJobs = 1;                       ///< processes that share the frames
     std::string compare;                 ///< a picture or a folder of them to compare with; empty for none
     int nTolerance = 0;                  ///< of 255: differences that do not count
     std::string save;                    ///< empty for none

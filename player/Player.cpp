@@ -7,6 +7,7 @@
 #include "Interrupt.h"
 #include "Paths.h"
 #include "Pictures.h"
+#include "Processes.h"
 #include "Report.h"
 #include "StandardInput.h"
 #include "VideoFile.h"
@@ -20,7 +21,9 @@
 #include <kelvo_desktop/Display.h>
 
 #include <algorithm>
+#include <cerrno>
 #include <cstdio>
+#include <cstring>
 #include <iterator>
 #include <memory>
 
@@ -177,6 +180,30 @@ int Player::Play() {
     if (m_pPictures && !m_pPictures->Prepare(fault)) {
         return Complain(ExitBadFile, fault);
     }
+    return m_options.nJobs > 1 ? PlayInProcesses() : PlayOnDevice();
+}
+
+int Player::PlayInProcesses() {
+    FrameRange const frames = GetFrames();
+    long long const nFrames = frames.nLast - frames.nFirst + 1ll;
+    int const nProcesses = static_cast<int>(std::min<long long>(m_options.nJobs, nFrames));
+    int const nExitCode = RunInProcesses(nProcesses, [&](int nNumber) {
+        m_part = {frames.nFirst + static_cast<int>(nFrames * nNumber / nProcesses),
+                  frames.nFirst + static_cast<int>(nFrames * (nNumber + 1) / nProcesses) - 1};
+        return PlayOnDevice();
+    });
+    if (nExitCode < 0) {
+        return Complain(ExitDevice, std::string("--jobs: no further process: ") + std::strerror(errno));
+    }
+    if (int const nSignal = GetInterrupt()) {
+        return Complain(ExitSignal + nSignal, "interrupted");
+    }
+    return nExitCode > ExitSignal ? Complain(nExitCode, "--jobs: a process was ended by signal " +
+                                                            std::to_string(nExitCode - ExitSignal))
+                                  : nExitCode;
+}
+
+int Player::PlayOnDevice() {
     SizeT<int> const size = m_scene.GetSettings().m_size;
     Ref<Window> const pWindow(new Window(size.width, size.height));
     if (m_pCalls) {
@@ -225,14 +252,17 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
     FrameRange const frames = GetFrames();
     unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
     // Up to the first frame nothing is drawn, but time passes in the same steps.
-    for (int nFrame = std::min(m_scene.GetSettings().m_nFirstFrame, frames.nFirst); nFrame < frames.nFirst;
-         ++nFrame) {
+    for (int nFrame = std::min(m_scene.GetSettings().m_nFirstFrame, frames.nFirst);
+         nFrame < frames.nFirst && GetInterrupt() == 0; ++nFrame) {
         m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
     }
-    m_progress.emplace(nFrames, !m_options.fQuiet);
+    m_progress.emplace(nFrames, !m_options.fQuiet && !m_part);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
         if (int const nSignal = GetInterrupt()) {
-            return Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
+            // Of several processes the first one says so.
+            return m_part
+                       ? ExitSignal + nSignal
+                       : Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
         }
         if (int const nExitCode = PlayFrame(nFrame, device, window)) {
             return nExitCode;
@@ -357,7 +387,8 @@ RectangleT<int> Player::GetShot() const {
 
 FrameRange Player::GetFrames() const {
     SceneSettings const& settings = m_scene.GetSettings();
-    return m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
+    return m_part ? *m_part
+                  : m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
 }
 
 } // namespace kelvokit::player

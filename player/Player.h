@@ -35,6 +35,8 @@ private:
     int LoadScene();
     std::unique_ptr<FrameSink> MakePictures();
     int Play();
+    int PlayOnDevice();
+    int PlayInProcesses();
     int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
     int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
     int NoteFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
@@ -55,8 +57,9 @@ private:
     FrameCalls* const m_pCalls;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
-    std::unique_ptr<FrameSink> m_pPictures;            ///< null for none
-    unsigned int m_nPictures = 0;                      ///< written so far
+    std::unique_ptr<FrameSink> m_pPictures; ///< null for none
+    unsigned int m_nPictures = 0;           ///< written so far
+    std::optional<FrameRange> m_part;       ///< of the frames, in a process that shares them with others
     std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
     std::optional<Progress> m_progress;                ///< while frames are played
 };
