@@ -368,6 +368,14 @@ TEST_F(PlayerTest, WritesVideos) {
     ASSERT_EQ(Play({draw[0], draw[1], Path("c.png")}).nExitCode, 0);
     ASSERT_EQ(Play({draw[0], draw[1], Path("c.rgba")}).nExitCode, 0);
     EXPECT_TRUE(Image(41, 23, m_folder.Read("c.rgba").data()) == ReadPicture(Path("c.png")));
+    std::map<std::string, char const*> const ratios = {
+        {"29.97", "F30000:1001 "}, {"60", "F60:1 "}, {"12.5", "F12500:1000 "}, {"0.001", "F1:1000 "}};
+    for (auto const& ratio : ratios) {
+        Write("rate.json", R"({"surface": {"size": [1, 1]}, "nodes": [], "frameRate": )" + ratio.first + "}");
+        EXPECT_NE(Play({Path("rate.json"), "--out", "-", "--format", "y4m"}).output.find(ratio.second),
+                  std::string::npos)
+            << ratio.first;
+    }
     EXPECT_EQ(Play({Path("scene.json"), "--out", Path("none/a.y4m")}).errors,
               "kelvo-player: " + Path("none/a.y4m") + ": cannot be created: No such file or directory\n");
 }
@@ -614,6 +622,8 @@ TEST_F(PlayerTest, TakesTheProgressBarOffTheTerminalBeforeItComplains) {
     EXPECT_EQ(outcome.nExitCode, 1);
     EXPECT_NE(outcome.output.find("] 2 of 5 frames\r\033[Kkelvo-player: "), std::string::npos)
         << outcome.output;
+    Outcome const quiet = RunProgram("/usr/bin/script", {"-qec", command + " --quiet", "/dev/null"});
+    EXPECT_EQ(quiet.output.rfind("kelvo-player: ", 0), 0u) << quiet.output;
 }
 
 TEST_F(PlayerTest, LeavesWholeFilesWhenASignalEndsIt) {
