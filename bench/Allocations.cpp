@@ -17,9 +17,11 @@ void Count() {
 
 // Every allocation of the process passes here, those of libraries, too.
 extern "C" {
+// NOLINTBEGIN(bugprone-reserved-identifier): the C library names them
 void* __libc_malloc(std::size_t);
 void* __libc_calloc(std::size_t, std::size_t);
 void* __libc_realloc(void*, std::size_t);
+// NOLINTEND(bugprone-reserved-identifier)
 
 void* malloc(std::size_t nBytes) {
     Count();

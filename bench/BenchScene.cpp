@@ -31,7 +31,7 @@ constexpr int TextureSize = 16;
 }
 
 Ref<Texture> MakeTexture(std::mt19937& random) {
-    std::vector<std::uint32_t> pixels(TextureSize * TextureSize);
+    std::vector<std::uint32_t> pixels(std::size_t{TextureSize} * TextureSize);
     for (std::uint32_t& pixel : pixels) {
         pixel = static_cast<std::uint32_t>(random()) | 0x80000000u;
     }

@@ -31,7 +31,7 @@ extern "C" void glVertexAttribPointer(GLuint nIndex, GLint nSize, GLenum type, G
         reinterpret_cast<decltype(&glVertexAttribPointer)>(GlTape::FindNext("glVertexAttribPointer"));
     if (GlTape* const pTape = GlTape::Recording()) {
         auto const* const pFirst = static_cast<GLfloat const*>(pData);
-        pTape->Note([=, values = std::vector<GLfloat>(pFirst, pFirst + 4 * nSize)] {
+        pTape->Note([=, values = std::vector<GLfloat>(pFirst, pFirst + std::ptrdiff_t{4} * nSize)] {
             s_pNext(nIndex, nSize, type, fNormalized, nStride, values.data());
         });
     }

@@ -88,7 +88,7 @@ Result Pass(std::tuple<Arguments...>*, char const* pName, Result (*pNext)(T...),
 } // namespace
 
 #define HELD(type, name, kind) Held<Kind::kind, type>
-#define NEXT(name) static auto const s_pNext = reinterpret_cast<decltype(&name)>(GlTape::FindNext(#name))
+#define NEXT(name) static auto const s_pNext = reinterpret_cast<decltype(&(name))>(GlTape::FindNext(#name))
 #define ENTRY(result, name, ...)                                                                             \
     extern "C" __attribute__((weak)) result name(KELVO_PARAMETERS(__VA_ARGS__)) {                            \
         NEXT(name);                                                                                          \
@@ -103,5 +103,3 @@ Result Pass(std::tuple<Arguments...>*, char const* pName, Result (*pNext)(T...),
 #define EXTENSION(result, name, ...)
 #define KELVO_GL_ALONE
 #include "EntryPoints.def"
-
-namespace recording = kelvokit::recording;

@@ -63,7 +63,8 @@ public:
             GlyphInstance instance;
             instance.m_pGlyph = &m_glyphs[random() % GlyphKinds];
             instance.m_rX = static_cast<RealFloat>(i % 100) * 12;
-            instance.m_rY = static_cast<RealFloat>(i / 100) * 20;
+            unsigned int const nRow = i / 100;
+            instance.m_rY = static_cast<RealFloat>(nRow) * 20;
             Color const lower(unit(random), unit(random), unit(random), 1);
             Color const upper(unit(random), unit(random), unit(random), 1);
             instance.m_colors[0] = instance.m_colors[2] = lower;

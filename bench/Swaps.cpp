@@ -20,7 +20,7 @@ using namespace trevik::kelvo;
 constexpr unsigned int Runs = 2000000;
 
 Ref<Texture> MakePromoted() {
-    Ref<Texture> const pTexture = Texture::CreateTexture(64, 64, TextureFormat::RGBA8888, nullptr, 0);
+    Ref<Texture> pTexture = Texture::CreateTexture(64, 64, TextureFormat::RGBA8888, nullptr, 0);
     if (!pTexture || !pTexture->Promote(true)) {
         return nullptr;
     }

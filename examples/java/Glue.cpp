@@ -105,7 +105,7 @@ void ThrowIOException(JNIEnv* env, std::string const& message) {
 
 std::string TextOf(JNIEnv* env, jstring text) {
     char const* const pUnits = env->GetStringUTFChars(text, nullptr);
-    std::string const result = pUnits ? pUnits : "";
+    std::string result = pUnits ? pUnits : "";
     env->ReleaseStringUTFChars(text, pUnits);
     return result;
 }

@@ -52,7 +52,7 @@ void Water::Paint(int nFrame, unsigned char* pPixels, int nStride) {
         AddRing(x, y, nFrame - nDrop * DropInterval);
     }
     for (int y = 0; y < m_nHeight; ++y) {
-        unsigned char* pPixel = pPixels + y * nStride;
+        unsigned char* pPixel = pPixels + std::ptrdiff_t{y} * nStride;
         for (int x = 0; x < m_nWidth; ++x, pPixel += 4) {
             Colour const colour = Shade(x, y);
             pPixel[0] = ToByte(colour.r);
@@ -113,8 +113,8 @@ Water::Colour Water::Floor(float x, float y) const {
     int const nY = static_cast<int>(y);
     float const fx = x - static_cast<float>(nX);
     float const fy = y - static_cast<float>(nY);
-    unsigned char const* const pLow = m_floor.data() + (nY * m_nWidth + nX) * 4;
-    unsigned char const* const pHigh = pLow + m_nWidth * 4;
+    unsigned char const* const pLow = m_floor.data() + std::ptrdiff_t{4} * (nY * m_nWidth + nX);
+    unsigned char const* const pHigh = pLow + std::ptrdiff_t{4} * m_nWidth;
     auto const mix = [&](int n) {
         float const low = (1 - fx) * pLow[n] + fx * pLow[n + 4];
         float const high = (1 - fx) * pHigh[n] + fx * pHigh[n + 4];

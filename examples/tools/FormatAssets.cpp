@@ -63,21 +63,21 @@ constexpr int PageSide = 128;
 
 /** Whether a point of a cell, from its upper left corner, lies on a character. */
 bool IsLit(Segments const& character, double x, double y) {
-    constexpr double left = 4, right = 14, top = 4, middle = 15, bottom = 26, half = 1.9;
-    constexpr double strokes[][4] = {{left, top, right, top},        {right, top, right, middle},
-                                     {right, middle, right, bottom}, {left, bottom, right, bottom},
-                                     {left, middle, left, bottom},   {left, top, left, middle},
-                                     {left, middle, right, middle}};
+    constexpr double Left = 4, Right = 14, Top = 4, Middle = 15, Bottom = 26, Half = 1.9;
+    constexpr double Strokes[][4] = {{Left, Top, Right, Top},        {Right, Top, Right, Middle},
+                                     {Right, Middle, Right, Bottom}, {Left, Bottom, Right, Bottom},
+                                     {Left, Middle, Left, Bottom},   {Left, Top, Left, Middle},
+                                     {Left, Middle, Right, Middle}};
     if (character.unit == ':') {
         return Disc(x, y, 9, 10, 2.2) < 0 || Disc(x, y, 9, 21, 2.2) < 0;
     }
     for (int n = 0; n < 7; ++n) {
-        double const* const p = strokes[n];
+        double const* const p = Strokes[n];
         // Cut off before the corners, where two segments meet.
         double const fx = p[0] == p[2] ? 0 : 1.4;
         double const fy = p[1] == p[3] ? 0 : 1.4;
         if ((character.nSegments >> n & 1) != 0 &&
-            Stroke(x, y, p[0] + fx, p[1] + fy, p[2] - fx, p[3] - fy, half - 0.7) < 0) {
+            Stroke(x, y, p[0] + fx, p[1] + fy, p[2] - fx, p[3] - fy, Half - 0.7) < 0) {
             return true;
         }
     }
@@ -89,7 +89,8 @@ Paint SegmentPage(double x, double y) {
     int const nIndex = static_cast<int>(y) / CellHeight * CellsPerRow + nColumn;
     bool const fCell = nColumn < CellsPerRow && nIndex < static_cast<int>(std::size(Characters));
     double const cellX = x - nColumn * CellWidth;
-    double const cellY = y - static_cast<int>(y) / CellHeight * CellHeight;
+    int const nTop = static_cast<int>(y) / CellHeight * CellHeight;
+    double const cellY = y - nTop;
     return Paint{{1, 1, 1}, fCell && IsLit(Characters[nIndex], cellX, cellY) ? 1.0 : 0.0};
 }
 

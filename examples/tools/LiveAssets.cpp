@@ -59,13 +59,13 @@ Colour Design(double x, double y) {
 
 /** Small tiles, each of one colour. */
 Paint Floor(double x, double y) {
-    constexpr double size = 5;
-    double const column = std::floor(x / size);
-    double const row = std::floor(y / size);
-    Colour const colour = Design((column + 0.5) * size, (row + 0.5) * size);
+    constexpr double Size = 5;
+    double const column = std::floor(x / Size);
+    double const row = std::floor(y / Size);
+    Colour const colour = Design((column + 0.5) * Size, (row + 0.5) * Size);
     double const tone = 0.86 + 0.28 * Hash(column, row, 3);
-    double const tile = Box(x, y, column * size + 0.35, row * size + 0.35, column * size + size - 0.35,
-                            row * size + size - 0.35, 0.9);
+    double const tile = Box(x, y, column * Size + 0.35, row * Size + 0.35, column * Size + Size - 0.35,
+                            row * Size + Size - 0.35, 0.9);
     return Paint{tile < 0 ? Scale(colour, tone) : Mix(colour, {0.04, 0.16, 0.24}, 0.72), 1};
 }
 
