@@ -167,23 +167,18 @@ TEST_F(PlayerTest, ReadsScenesFromStandardInput) {
     std::filesystem::copy_file(KELVO_EXAMPLES "/blend/coral.png", Path("pictures/coral.png"));
     Write("textured.json", R"({"surface": {"size": [9, 7]}, "textures": {"coral": "pictures/coral.png"},
         "nodes": [{"class": "Sprite", "texture": "coral", "Size": [9, 7]}]})");
-    std::string const player = "cd " + Path("") + " && " + KELVO_PLAYER + " ";
-    EXPECT_EQ(RunProgram("/bin/sh", {"-c", player + "textured.json --out file.PNG"}).errors, "");
-    EXPECT_EQ(
-        RunProgram("/bin/sh", {"-c", "cat " + Path("textured.json") + " | (" + player + "- --out in.png)"})
-            .errors,
-        "");
+    std::string const player = "cd " + Path("") + " && player ";
+    EXPECT_EQ(RunShell(player + "textured.json --out file.PNG").errors, "");
+    EXPECT_EQ(RunShell("cat " + Path("textured.json") + " | (" + player + "- --out in.png)").errors, "");
     EXPECT_EQ(m_folder.Read("in.png"), m_folder.Read("file.PNG"));
     struct {
-        char const* pInput;
+        char const* pCommand;
         char const* pError;
-    } const cases[] = {{"echo '{' |", "kelvo-player: standard input:2:1: syntax error"},
-                       {"<&-", "kelvo-player: standard input: cannot be read: Bad file descriptor\n"}};
+    } const cases[] = {
+        {"echo '{' | player -", "kelvo-player: standard input:2:1: syntax error"},
+        {"player - <&-", "kelvo-player: standard input: cannot be read: Bad file descriptor\n"}};
     for (auto const& bad : cases) {
-        std::string const input = bad.pInput;
-        Outcome const outcome =
-            RunProgram("/bin/sh", {"-c", input.back() == '|' ? input + KELVO_PLAYER + " -"
-                                                             : KELVO_PLAYER " - " + input});
+        Outcome const outcome = RunShell(bad.pCommand);
         EXPECT_EQ(outcome.nExitCode, 1);
         EXPECT_EQ(outcome.errors.rfind(bad.pError, 0), 0u) << outcome.errors;
     }
@@ -339,15 +334,14 @@ TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
 
 TEST_F(PlayerTest, WritesVideos) {
     Write("colours.json", Gradients);
-    std::string const player = std::string(KELVO_PLAYER) + " " + Path("scene.json") + " ";
+    std::string const player = "player " + Path("scene.json") + " ";
     std::size_t const nPixels = std::size_t(41) * 23;
     std::string const header = "YUV4MPEG2 W41 H23 F30:1 Ip A1:1 C444\n";
     for (std::string const format : {"y4m", "rgba"}) {
         EXPECT_EQ(Play({Path("scene.json"), "--out", Path("file." + format)}).errors, "");
-        RunProgram("/bin/sh", {"-c", player + "--out - --format " + format + " >" + Path("stream")});
+        RunShell(player + "--out - --format " + format + " >" + Path("stream"));
         EXPECT_EQ(m_folder.Read("stream"), m_folder.Read("file." + format)) << format;
-        Outcome const full =
-            RunProgram("/bin/sh", {"-c", player + "--out - --format " + format + " >/dev/full"});
+        Outcome const full = RunShell(player + "--out - --format " + format + " >/dev/full");
         EXPECT_EQ(full.errors, "kelvo-player: standard output: cannot be written: No space left on device\n");
         EXPECT_EQ(full.nExitCode, 1);
     }
@@ -655,20 +649,19 @@ TEST_F(PlayerTest, LeavesWholeFilesWhenASignalEndsIt) {
 }
 
 TEST_F(PlayerTest, SaysThatItsOutputCannotBeWritten) {
-    std::string const player = std::string(KELVO_PLAYER) + " ";
     for (std::string const& arguments :
          {std::string("--help"), std::string("--version"), Path("scene.json") + " --stats",
           Path("scene.json") + " --pick 1,1"}) {
         for (std::string const to : {">/dev/full", ">&-"}) {
-            Outcome const outcome = RunProgram("/bin/sh", {"-c", player + arguments + " " + to});
+            Outcome const outcome = RunShell("player " + arguments + " " + to);
             EXPECT_EQ(outcome.nExitCode, 1) << arguments << to;
             EXPECT_EQ(outcome.errors,
                       std::string("kelvo-player: standard output: cannot be written: ") +
                           (to == ">&-" ? "Bad file descriptor\n" : "No space left on device\n"));
         }
     }
-    std::string const draw = player + Path("scene.json") + " --out " + Path("a.png");
-    EXPECT_EQ(RunProgram("/bin/sh", {"-c", draw + " <&- >&- 2>&-"}).nExitCode, 0) << "nothing to write there";
+    std::string const draw = "player " + Path("scene.json") + " --out " + Path("a.png");
+    EXPECT_EQ(RunShell(draw + " <&- >&- 2>&-").nExitCode, 0) << "nothing to write there";
     EXPECT_EQ(ReadPicture(Path("a.png")).Width(), 41);
 }
 

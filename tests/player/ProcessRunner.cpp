@@ -35,14 +35,9 @@ int Wait(pid_t process, std::function<bool()> const& watch, int nSignal) {
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : 128 + WTERMSIG(nStatus);
 }
 
-} // namespace
-
-Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
-                   std::vector<std::string> const& variables, std::function<bool()> const& watch,
-                   int nSignal) {
+Outcome Run(std::vector<std::string> words, std::vector<std::string> const& variables,
+            std::function<bool()> const& watch, int nSignal) {
     TemporaryFolder const folder;
-    std::vector<std::string> words{KELVO_EMULATOR program}; // another processor's programs run in an emulator
-    words.insert(words.end(), arguments.begin(), arguments.end());
     std::vector<char*> pointers;
     for (std::string& word : words) {
         pointers.push_back(word.data());
@@ -63,6 +58,24 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
     outcome.output = folder.ReadText("output");
     outcome.errors = folder.ReadText("errors");
     return outcome;
+}
+
+} // namespace
+
+Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
+                   std::vector<std::string> const& variables, std::function<bool()> const& watch,
+                   int nSignal) {
+    std::vector<std::string> words{KELVO_EMULATOR program}; // another processor's programs run in an emulator
+    words.insert(words.end(), arguments.begin(), arguments.end());
+    return Run(words, variables, watch, nSignal);
+}
+
+Outcome RunShell(std::string const& command) {
+    std::string player;
+    for (std::string const& word : std::vector<std::string>{KELVO_EMULATOR KELVO_PLAYER}) {
+        player += "'" + word + "' ";
+    }
+    return Run({"/bin/sh", "-c", "player() { " + player + "\"$@\"; }; " + command}, {}, nullptr, 0);
 }
 
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables) {

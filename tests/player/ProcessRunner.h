@@ -31,7 +31,10 @@ Outcome RunProgram(std::string const& program, std::vector<std::string> const& a
                    std::vector<std::string> const& variables = {},
                    std::function<bool()> const& watch = nullptr, int nSignal = SIGINT);
 
-/** The same for the player. */
+/** Runs a line of the shell, in which `player` is the player. */
+Outcome RunShell(std::string const& command);
+
+/** The same as RunProgram for the player. */
 Outcome Play(std::vector<std::string> const& arguments, std::vector<std::string> const& variables = {});
 
 /** A picture or texture file, which must be whole. */
