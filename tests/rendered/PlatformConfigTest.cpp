@@ -93,6 +93,12 @@ TEST_F(PlatformConfig, ListsAreAnsweredAsFarAsTheyFitAndBadArgumentsAsEglSays) {
     EXPECT_EQ(ErrorOf(eglGetConfigs(m_display, nullptr, 0, nullptr)), EGL_BAD_PARAMETER);
     EXPECT_EQ(ErrorOf(eglGetConfigAttrib(m_display, Config(), 0x7777, &nCount)), EGL_BAD_ATTRIBUTE);
     EXPECT_EQ(nCount, 1);
+    // An error of the layer's own that nobody asked for is gone with the driver's next success.
+    desktop::OffscreenWindow none(0, 0);
+    EXPECT_EQ(Surface(Config(), &none), EGL_NO_SURFACE);
+    EXPECT_EQ(ErrorOf(eglChooseConfig(m_display, nullptr, nullptr, 0, &nCount)), EGL_SUCCESS);
+    EXPECT_EQ(Surface(Config(), &none), EGL_NO_SURFACE);
+    EXPECT_EQ(ErrorOf(eglWaitClient()), EGL_SUCCESS);
 }
 
 } // namespace
