@@ -2,16 +2,8 @@
 
 namespace trevik::kelvo::assets {
 
-namespace {
-
-String8 ToString8(std::string const& text) {
-    return String8(text.data(), static_cast<unsigned int>(text.size()));
-}
-
-} // namespace
-
 Fault MakeFault(std::string const& where, std::string const& what, std::string const& why) {
-    return Fault(ToString8(where), ToString8(what), ToString8(why));
+    return Fault(where, what, why);
 }
 
 bool Fail(Fault& fault, std::string const& where, std::string const& what, std::string const& why) {
@@ -20,15 +12,11 @@ bool Fail(Fault& fault, std::string const& where, std::string const& what, std::
 }
 
 Fault PutWithin(Fault const& fault, std::string const& where) {
-    return fault.Within(ToString8(where));
+    return fault.Within(where);
 }
 
 std::string TextOf(Fault const& fault) {
-    return TextOf(fault.GetText());
-}
-
-std::string TextOf(String8 const& sPart) {
-    return std::string(sPart.GetData(), sPart.GetLength());
+    return fault.GetText();
 }
 
 } // namespace trevik::kelvo::assets

@@ -18,7 +18,4 @@ Fault PutWithin(Fault const& fault, std::string const& where);
 /** The whole fault in one line. */
 std::string TextOf(Fault const& fault);
 
-/** One of its parts. */
-std::string TextOf(String8 const& sPart);
-
 } // namespace trevik::kelvo::assets

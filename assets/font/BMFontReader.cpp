@@ -193,8 +193,8 @@ void ReadDescription(ByteSpan bytes, Form form, Description& description) {
 
 /** The fault of a description, which says its place there, as one of the file `name`. */
 Fault NameFile(Fault const& fault, std::string const& name, Form form) {
-    std::string const place = TextOf(fault.GetWhere());
-    std::string const what = TextOf(fault.GetWhat());
+    std::string const& place = fault.GetWhere();
+    std::string const& what = fault.GetWhat();
     return place.empty()          ? MakeFault(name, what)
            : form == Form::Binary ? MakeFault(name, what + " (at byte " + place + ")")
                                   : MakeFault(name + ":" + place, what);

@@ -126,8 +126,7 @@ bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder
     }
 }
 
-std::string OneLine(String8 const& sText) {
-    std::string text = TextOf(sText);
+std::string OneLine(std::string text) {
     std::replace_if(
         text.begin(), text.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
     return text;

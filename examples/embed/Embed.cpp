@@ -120,7 +120,7 @@ bool WriteLastFrame(Window const& window, char const* pPath) {
     picture.channels = 4;
     picture.stride = static_cast<std::size_t>(frame.width) * 4;
     if (!assets::SavePng(pPath, picture, fault)) {
-        std::fprintf(stderr, "%s\n", fault.GetText().GetData());
+        std::fprintf(stderr, "%s\n", fault.GetText().c_str());
         return false;
     }
     return true;

@@ -23,7 +23,7 @@ bool Enlarge(int nTimes, std::string const& from, std::string const& to) {
     Fault fault;
     if (nTimes < 1 || nTimes > 16 || !LoadPng(from, ImageOptions(), image, fault)) {
         std::fprintf(stderr, "%s\n",
-                     fault.IsEmpty() ? "a picture is enlarged 1 to 16 times" : fault.GetText().GetData());
+                     fault.IsEmpty() ? "a picture is enlarged 1 to 16 times" : fault.GetText().c_str());
         return false;
     }
     RgbaPicture const picture = UnpackLevel(image, 0);

@@ -17,7 +17,7 @@ namespace {
 
 bool Report(bool fDone, Fault const& fault) {
     if (!fDone) {
-        std::fprintf(stderr, "%s\n", fault.GetText().GetData());
+        std::fprintf(stderr, "%s\n", fault.GetText().c_str());
     }
     return fDone;
 }

@@ -90,7 +90,7 @@ Image ReadPicture(std::string const& path) {
         trevik::kelvo::assets::RgbaPicture const pixels = UnpackLevel(other, 0);
         return Image(pixels.width, pixels.height, pixels.bytes.data());
     }
-    EXPECT_STREQ(fault.GetText().GetData(), "");
+    EXPECT_STREQ(fault.GetText().c_str(), "");
     return picture;
 }
 

@@ -58,7 +58,7 @@ TEST(DocumentFile, EachFaultHasItsMessage) {
         Fault fault;
         bool const fRead = bool(DocumentFile::Read(bytes.data(), bytes.size(), fault));
         EXPECT_EQ(fRead, sFault.empty());
-        EXPECT_EQ(fault.GetText().GetData(), sFault);
+        EXPECT_EQ(fault.GetText().c_str(), sFault);
     }
 }
 
@@ -68,7 +68,7 @@ protected:
         Fault fault;
         bool const fSaved = SaveDocument(m_folder.Path(sName).c_str(), document, fault);
         EXPECT_EQ(fSaved, fault.IsEmpty());
-        return fault.GetText().GetData();
+        return fault.GetText().c_str();
     }
     std::string Save(std::string const& sName, int nValue) { return Save(sName, *MakeDocument(nValue)); }
     /** The bytes of an attribute in a file, or what is wrong with it. */
@@ -76,7 +76,7 @@ protected:
         Fault fault;
         Ref<DocumentNode> const pDocument = LoadDocument(m_folder.Path(sName).c_str(), fault);
         Bytes const bytes = pDocument ? GetBytes(*pDocument, nID) : Bytes();
-        return pDocument ? std::string(bytes.begin(), bytes.end()) : fault.GetText().GetData();
+        return pDocument ? std::string(bytes.begin(), bytes.end()) : fault.GetText().c_str();
     }
 
     kelvokit::test::TemporaryFolder m_folder;

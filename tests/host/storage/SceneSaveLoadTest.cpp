@@ -72,13 +72,13 @@ TEST(SceneSaveLoad, GoesThroughFiles) {
     kelvokit::test::TemporaryFolder const folder;
     std::string const path = folder.Path("scene");
     Fault fault;
-    ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), fault)) << fault.GetText().GetData();
+    ASSERT_TRUE(sample.m_scene.SaveToFile(path.c_str(), fault)) << fault.GetText().c_str();
     Scene loaded;
-    ASSERT_TRUE(loaded.LoadFromFile(path.c_str(), sample.m_registry, fault)) << fault.GetText().GetData();
+    ASSERT_TRUE(loaded.LoadFromFile(path.c_str(), sample.m_registry, fault)) << fault.GetText().c_str();
     EXPECT_EQ(ChildNames(*loaded.GetRoot()), "group inner text");
     std::filesystem::remove(path);
     EXPECT_FALSE(loaded.LoadFromFile(path.c_str(), sample.m_registry, fault));
-    EXPECT_EQ(std::string(fault.GetText().GetData()).rfind(path, 0), 0u);
+    EXPECT_EQ(std::string(fault.GetText().c_str()).rfind(path, 0), 0u);
     EXPECT_NE(loaded.GetRoot(), nullptr) << "the scene stays as it was";
     EXPECT_FALSE(Scene().SaveToFile("scene", fault));
     EXPECT_TRUE(fault.GetText() == "scene: the scene cannot be saved: it has no timeline at its root");
@@ -105,7 +105,7 @@ TEST(SceneSaveLoad, TheDescriptionsExampleIsAScene) {
     }
     Fault fault;
     Ref<DocumentNode> const pDocument = DocumentFile::Read(bytes.data(), bytes.size(), fault);
-    ASSERT_TRUE(pDocument) << fault.GetText().GetData();
+    ASSERT_TRUE(pDocument) << fault.GetText().c_str();
     TestRegistry registry;
     TestDevice device;
     Scene scene;
