@@ -11,8 +11,9 @@ namespace trevik::kelvo {
  * Why something that was asked for could not be done, for a person to read: where the fault lies (a file, or
  * a line or a value in it), what is wrong there, and why, where the system says more. Parts may be empty, all
  * of them while nothing is wrong. In UTF-8. How all that reads or writes files reports a failure, from here
- * up to the player. Its texts are no String8, which would lose them when memory is short. One thread at a
- * time.
+ * up to the player. Its texts are no String8, which would lose them when memory is short. Those
+ * made of String8 say "no memory" where even a std::string finds none; the other operations throw
+ * std::bad_alloc. One thread at a time.
  */
 class TREVIK_API Fault {
 public:

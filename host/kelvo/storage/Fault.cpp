@@ -1,5 +1,7 @@
 #include "kelvo_host/Fault.h"
 
+#include <new>
+
 namespace trevik::kelvo {
 
 namespace {
@@ -17,8 +19,19 @@ std::string ToText(String8 const& sPart) {
 
 } // namespace
 
-Fault::Fault(String8 const& sWhere, String8 const& sWhat, String8 const& sWhy)
-    : Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy)) {}
+Fault::Fault(String8 const& sWhere, String8 const& sWhat, String8 const& sWhy) {
+#ifdef __cpp_exceptions
+    try {
+        *this = Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy));
+    } catch (std::bad_alloc const&) {
+        // What was asked for has failed, and its caller will say so. A text this short is kept in the string
+        // itself.
+        m_sText = m_sWhat = "no memory";
+    }
+#else
+    *this = Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy));
+#endif
+}
 
 Fault::Fault(std::string const& sWhere, std::string const& sWhat, std::string const& sWhy)
     : m_sWhere(sWhere), m_sWhat(sWhat), m_sWhy(sWhy) {
