@@ -1,4 +1,4 @@
-# Java, for whoever includes this file: JNI_INCLUDE_DIRS, where jni.h is, and KELVO_HAS_JDK, whether there is a whole JDK
+# Java, for the files that include this one: JNI_INCLUDE_DIRS, where jni.h is, and KELVO_HAS_JDK, whether there is a whole JDK
 # of which classes and programs can be made. Without JAVA_HOME, and where no JDK is the system's default, it is the one
 # that javac on the path belongs to. Without a JDK any other jni.h does for the libraries, such as that of an Android NDK
 # or of Debian's android-libnativehelper-dev. Builds for Android take the platform's.

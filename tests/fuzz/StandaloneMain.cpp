@@ -21,8 +21,8 @@ namespace {
 
 using Bytes = std::vector<std::uint8_t>;
 
-std::size_t const k_nVariations = 4000; // over all inputs
-std::size_t const k_nMaximumSize = 1 << 16;
+std::size_t const Variations = 4000; // over all inputs
+std::size_t const MaximumSize = 1 << 16;
 
 Bytes g_current;
 
@@ -56,7 +56,7 @@ void VaryOnce(Bytes& bytes, Bytes const& donor) {
     auto const at = bytes.begin() + static_cast<std::ptrdiff_t>(Below(bytes.size()));
     std::size_t const nLeft = static_cast<std::size_t>(bytes.end() - at);
     std::size_t const nWay = Below(5);
-    if (nWay == 0 && !donor.empty() && bytes.size() <= k_nMaximumSize) {
+    if (nWay == 0 && !donor.empty() && bytes.size() <= MaximumSize) {
         std::size_t const nFirst = Below(donor.size());
         std::size_t const nLength = 1 + Below(std::min<std::size_t>(donor.size() - nFirst, 64));
         bytes.insert(at, donor.data() + nFirst, donor.data() + nFirst + nLength);
@@ -106,13 +106,13 @@ int main(int argc, char** argv) {
     for (Bytes const& input : inputs) {
         Run(input);
     }
-    for (std::size_t i = 0; i < k_nVariations; ++i) {
+    for (std::size_t i = 0; i < Variations; ++i) {
         Bytes bytes = inputs[i % inputs.size()];
         for (std::size_t nSteps = 1 + Below(6); nSteps > 0; --nSteps) {
             VaryOnce(bytes, inputs[Below(inputs.size())]);
         }
         Run(bytes);
     }
-    std::printf("%zu inputs and %zu variations\n", inputs.size(), k_nVariations);
+    std::printf("%zu inputs and %zu variations\n", inputs.size(), Variations);
     return 0;
 }

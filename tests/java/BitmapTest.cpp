@@ -137,7 +137,7 @@ TEST_F(JavaBitmaps, ThatAreImmutableAreOnlyRead) {
 
 TEST_F(JavaBitmaps, LetTheSurfaceGoWhenJavaForgetsThem) {
     {
-        // Whoever makes a bitmap has a local reference to it, which goes with the native method's frame.
+        // The maker of a bitmap has a local reference to it, which goes with the native method's frame.
         ASSERT_EQ(Env()->PushLocalFrame(16), JNI_OK);
         JavaBitmap const bitmap = m_pTexture->CreateJavaBitmapFromTexture(0);
         ASSERT_FALSE(bitmap.IsEmpty());

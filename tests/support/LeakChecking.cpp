@@ -44,8 +44,8 @@ extern "C" __attribute__((visibility("default"))) char const* __asan_default_opt
 namespace kelvokit::test {
 namespace {
 
-/** Leak reports name whoever allocated, and suppressions go by that name. EGL unloads its driver when the
-   last display terminates, long before the report at exit; so the driver is loaded once and kept. */
+/** Leak reports name the library that allocated, and suppressions go by that name. EGL unloads its driver
+   when the last display terminates, long before the report at exit; so the driver is loaded once and kept. */
 class PinnedDriver : public testing::Environment {
 public:
     void SetUp() override {

@@ -12,8 +12,8 @@ namespace trevik::kelvo {
  * a line or a value in it), what is wrong there, and why, where the system says more. Parts may be empty, all
  * of them while nothing is wrong. In UTF-8. How all that reads or writes files reports a failure, from here
  * up to the player. Its texts are no String8, which would lose them when memory is short. Those
- * made of String8 say "no memory" where even a std::string finds none; the other operations throw
- * std::bad_alloc. One thread at a time.
+ * made or extended here say "no memory" where even a std::string finds none, but in a build without
+ * exceptions, which ends then. The constructor of std::strings throws std::bad_alloc. One thread at a time.
  */
 class TREVIK_API Fault {
 public:
@@ -30,8 +30,12 @@ public:
 
     /** The same fault as one of a larger whole, which has it at `sWhere`. */
     Fault Within(std::string const& sWhere) const;
+    Fault Within(String8 const& sWhere) const;
 
 private:
+    template <class Maker>
+    static Fault Make(Maker make);
+
     std::string m_sWhere;
     std::string m_sWhat;
     std::string m_sWhy;

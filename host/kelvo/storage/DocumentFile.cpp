@@ -210,7 +210,7 @@ Ref<DocumentNode> LoadDocument(char const* pPath, Fault& fault) {
     }
     Ref<DocumentNode> pDocument = DocumentFile::Read(bytes.GetData(), bytes.GetCount(), fault);
     if (!pDocument) {
-        fault = fault.Within(String8(String16::Format(u"%hs", pPath)).GetData());
+        fault = fault.Within(String8(String16::Format(u"%hs", pPath)));
     }
     return pDocument;
 }

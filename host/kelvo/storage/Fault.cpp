@@ -19,19 +19,25 @@ std::string ToText(String8 const& sPart) {
 
 } // namespace
 
-Fault::Fault(String8 const& sWhere, String8 const& sWhat, String8 const& sWhy) {
+template <class Maker>
+Fault Fault::Make(Maker make) {
 #ifdef __cpp_exceptions
     try {
-        *this = Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy));
+        return make();
     } catch (std::bad_alloc const&) {
         // What was asked for has failed, and its caller will say so. A text this short is kept in the string
         // itself.
-        m_sText = m_sWhat = "no memory";
+        Fault fault;
+        fault.m_sText = fault.m_sWhat = "no memory";
+        return fault;
     }
 #else
-    *this = Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy));
+    return make();
 #endif
 }
+
+Fault::Fault(String8 const& sWhere, String8 const& sWhat, String8 const& sWhy)
+    : Fault(Make([&] { return Fault(ToText(sWhere), ToText(sWhat), ToText(sWhy)); })) {}
 
 Fault::Fault(std::string const& sWhere, std::string const& sWhat, std::string const& sWhy)
     : m_sWhere(sWhere), m_sWhat(sWhat), m_sWhy(sWhy) {
@@ -41,9 +47,15 @@ Fault::Fault(std::string const& sWhere, std::string const& sWhat, std::string co
 }
 
 Fault Fault::Within(std::string const& sWhere) const {
-    std::string sBoth = sWhere;
-    AppendPart(sBoth, m_sWhere);
-    return Fault(sBoth, m_sWhat, m_sWhy);
+    return Make([&] {
+        std::string sBoth = sWhere;
+        AppendPart(sBoth, m_sWhere);
+        return Fault(sBoth, m_sWhat, m_sWhy);
+    });
+}
+
+Fault Fault::Within(String8 const& sWhere) const {
+    return Make([&] { return Within(ToText(sWhere)); });
 }
 
 } // namespace trevik::kelvo

@@ -17,7 +17,7 @@ struct Range {
 };
 
 /** All code points that are no letters, sorted; ideographs together with the punctuation among them. */
-constexpr Range s_ranges[] = {
+constexpr Range Ranges[] = {
     {0x0000, 0x0008, Class::Ignored},     {0x0009, 0x0009, Class::Tab},
     {0x000a, 0x000a, Class::LineEnd},     {0x000b, 0x001f, Class::Ignored},
     {0x0020, 0x0020, Class::Space},       {0x002d, 0x002d, Class::Hyphen},
@@ -43,10 +43,10 @@ constexpr Range s_ranges[] = {
 };
 
 /** Both are sorted. Small kana and marks of length and repetition stay with the character before them. */
-constexpr char16_t s_opening[] = u"〈《「『【〔〖〘〚〝（［｛｟｢";
-constexpr char16_t s_closing[] = u"、。〃々〉》」』】〕〗〙〛〜〞〟〻〼ぁぃぅぇぉっゃゅょゎゕゖ\u3099\u309a゛"
-                                 u"゜ゝゞ゠ァィゥェォッャュョヮヵヶ・ーヽヾ"
-                                 u"ㇰㇱㇲㇳㇴㇵㇶㇷㇸㇹㇺㇻㇼㇽㇾㇿ！），．：；？］｝｠｡｣､･ｧｨｩｪｫｬｭｮｯｰﾞﾟ";
+constexpr char16_t Opening[] = u"〈《「『【〔〖〘〚〝（［｛｟｢";
+constexpr char16_t Closing[] = u"、。〃々〉》」』】〕〗〙〛〜〞〟〻〼ぁぃぅぇぉっゃゅょゎゕゖ\u3099\u309a゛"
+                               u"゜ゝゞ゠ァィゥェォッャュョヮヵヶ・ーヽヾ"
+                               u"ㇰㇱㇲㇳㇴㇵㇶㇷㇸㇹㇺㇻㇼㇽㇾㇿ！），．：；？］｝｠｡｣､･ｧｨｩｪｫｬｭｮｯｰﾞﾟ";
 
 template <std::size_t N>
 bool Contains(char16_t const (&text)[N], unsigned int nCodePoint) {
@@ -54,9 +54,9 @@ bool Contains(char16_t const (&text)[N], unsigned int nCodePoint) {
 }
 
 CharacterClass GetIdeographClass(unsigned int nCodePoint) {
-    return Contains(s_opening, nCodePoint)   ? Class::Opening
-           : Contains(s_closing, nCodePoint) ? Class::Closing
-                                             : Class::Ideograph;
+    return Contains(Opening, nCodePoint)   ? Class::Opening
+           : Contains(Closing, nCodePoint) ? Class::Closing
+                                           : Class::Ideograph;
 }
 
 } // namespace
@@ -74,9 +74,9 @@ CharacterClass GetCharacterClass(unsigned int nCodePoint) {
         return Class::Ideograph;
     }
     Range const* const pRange =
-        std::lower_bound(std::begin(s_ranges), std::end(s_ranges), nCodePoint,
+        std::lower_bound(std::begin(Ranges), std::end(Ranges), nCodePoint,
                          [](Range const& range, unsigned int nWanted) { return range.m_nLast < nWanted; });
-    if (pRange == std::end(s_ranges) || nCodePoint < pRange->m_nFirst) {
+    if (pRange == std::end(Ranges) || nCodePoint < pRange->m_nFirst) {
         return Class::Letter;
     }
     return pRange->m_class == Class::Ideograph ? GetIdeographClass(nCodePoint) : pRange->m_class;

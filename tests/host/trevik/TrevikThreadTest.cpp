@@ -12,7 +12,7 @@ using namespace trevik;
 
 namespace {
 
-unsigned int const k_nLongTime = 60000; // milliseconds: only a failure takes as long
+unsigned int const LongTime = 60000; // milliseconds: only a failure takes as long
 
 TEST(TrevikMutex, TheHolderMayLockAgainAndGivesItBackAsOften) {
     Mutex mutex;
@@ -52,7 +52,7 @@ TEST(TrevikWaitableEvent, LetsOneThroughOrAllUntilItIsReset) {
     EXPECT_FALSE(manual.Wait(0));
     kelvokit::test::RunOnThreads(4, [&](int n) {
         n == 3 ? manual.Set() : manual.Wait();
-        EXPECT_TRUE(manual.Wait(k_nLongTime));
+        EXPECT_TRUE(manual.Wait(LongTime));
     });
     for (Event* pEvent : {&automatic, static_cast<Event*>(&manual)}) {
         pEvent->Set();
@@ -196,11 +196,11 @@ TEST_F(TrevikDispatcher, OthersCanWaitUntilAllHasRun) {
         Enqueue(MakeNoting('b'));
         EXPECT_FALSE(m_dispatcher.WaitUntilIdle(0));
         queued.Set();
-        EXPECT_TRUE(m_dispatcher.WaitUntilIdle(k_nLongTime));
+        EXPECT_TRUE(m_dispatcher.WaitUntilIdle(LongTime));
         EXPECT_EQ(m_order, "ab");
     });
     queued.Wait();
-    EXPECT_TRUE(m_dispatcher.WaitForOperations(k_nLongTime));
+    EXPECT_TRUE(m_dispatcher.WaitForOperations(LongTime));
     // Gives the other one time to wait; whether it does decides nothing.
     std::this_thread::sleep_for(std::chrono::milliseconds(20));
     Execute();
