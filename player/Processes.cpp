@@ -45,12 +45,16 @@ void SendAll(std::vector<pid_t> const& processes, int nSignal) {
 /** Waits for a process, and passes a signal on to all of them meanwhile. */
 int Wait(pid_t process, std::vector<pid_t> const& processes, bool& fPassedOn) {
     int nStatus = 0;
-    while (waitpid(process, &nStatus, WNOHANG) == 0) {
+    pid_t nEnded = 0;
+    while ((nEnded = waitpid(process, &nStatus, WNOHANG)) == 0) {
         if (!fPassedOn && GetInterrupt() != 0) {
             SendAll(processes, GetInterrupt());
             fPassedOn = true;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(5));
+    }
+    if (nEnded < 0) {
+        return ExitBadFile;
     }
     return WIFEXITED(nStatus) ? WEXITSTATUS(nStatus) : ExitSignal + WTERMSIG(nStatus);
 }
@@ -58,7 +62,8 @@ int Wait(pid_t process, std::vector<pid_t> const& processes, bool& fPassedOn) {
 } // namespace
 
 int RunInProcesses(int nProcesses, std::function<int(int)> const& work) {
-    std::fflush(stdout); // what is left would come from each of them
+    std::signal(SIGCHLD, SIG_DFL); // where it is ignored nothing is known of how a process has ended
+    std::fflush(stdout);           // what is left would come from each of them
     std::vector<pid_t> processes;
     bool fPassedOn = false;
     int nError = 0;
