@@ -20,11 +20,15 @@ namespace kelvokit::player {
 namespace {
 
 /** In the new process; does not return. */
-[[noreturn]] void Work(int nNumber, std::function<int(int)> const& work) {
+[[noreturn]] void Work(pid_t parent, int nNumber, std::function<int(int)> const& work) {
     // Ctrl-C on a terminal goes to the first process alone, which passes it on: a second one would not wait
     // for a picture to be whole.
     setpgid(0, 0);
+    std::signal(SIGTTOU, SIG_IGN); // a terminal may stop the processes of other groups when they complain
     prctl(PR_SET_PDEATHSIG, SIGTERM);
+    if (getppid() != parent) { // it has ended before that
+        _exit(ExitSignal + SIGTERM);
+    }
     int nExitCode = ExitBadFile;
     try {
         nExitCode = work(nNumber);
@@ -67,10 +71,11 @@ int RunInProcesses(int nProcesses, std::function<int(int)> const& work) {
     std::vector<pid_t> processes;
     bool fPassedOn = false;
     int nError = 0;
+    pid_t const self = getpid();
     while (nError == 0 && static_cast<int>(processes.size()) < nProcesses) {
         pid_t const process = fork();
         if (process == 0) {
-            Work(static_cast<int>(processes.size()), work);
+            Work(self, static_cast<int>(processes.size()), work);
         } else if (process < 0) {
             nError = errno;
             SendAll(processes, SIGTERM);
