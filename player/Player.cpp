@@ -131,10 +131,12 @@ int Player::LoadScene() {
     Fault fault;
     if (m_options.scene == "-") {
         std::vector<std::uint8_t> text;
-        if (!ReadStandardInput(text, fault) ||
-            !trevik::kelvo::assets::ReadSceneText({text.data(), text.size()}, "standard input", "",
-                                                  m_backend.GetRegistry(), m_scene, fault)) {
-            return Complain(ExitBadFile, fault);
+        bool const fRead = ReadStandardInput(text, fault) &&
+                           trevik::kelvo::assets::ReadSceneText({text.data(), text.size()}, "standard input",
+                                                                "", m_backend.GetRegistry(), m_scene, fault);
+        if (!fRead) { // the text may end early because the program that prints it was interrupted, too
+            return GetInterrupt() != 0 ? Complain(ExitSignal + GetInterrupt(), "interrupted")
+                                       : Complain(ExitBadFile, fault);
         }
     } else if (HasEnding(m_options.scene, ".kelvo")) {
         if (!m_scene.LoadFromFile(m_options.scene.c_str(), m_backend.GetRegistry(), fault)) {

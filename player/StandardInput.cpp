@@ -1,5 +1,6 @@
 #include "StandardInput.h"
 
+#include "Interrupt.h"
 #include "file/Failure.h"
 
 #include <unistd.h>
@@ -21,7 +22,7 @@ bool ReadStandardInput(std::vector<std::uint8_t>& bytes, trevik::kelvo::Fault& f
     std::uint8_t block[1 << 16];
     for (;;) {
         ssize_t const nRead = read(STDIN_FILENO, block, sizeof block);
-        if (nRead < 0 && errno != EINTR) {
+        if (nRead < 0 && (errno != EINTR || GetInterrupt() != 0)) {
             return Fail(fault, "standard input", "cannot be read", std::strerror(errno));
         }
         if (nRead == 0) {
