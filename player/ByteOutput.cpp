@@ -1,22 +1,45 @@
 #include "ByteOutput.h"
 
+#include "Interrupt.h"
 #include "file/Failure.h"
 
+#include <unistd.h>
+
 #include <cerrno>
-#include <cstdio>
 #include <cstring>
 
 namespace kelvokit::player {
+
+namespace {
+
+/** Stops at a signal, since a reader that does not read would keep it waiting; the reason is in errno. */
+bool WriteStandardOutput(trevik::kelvo::assets::ByteSpan bytes) {
+    while (bytes.size > 0) {
+        ssize_t const nWritten = write(STDOUT_FILENO, bytes.data, bytes.size);
+        if (nWritten < 0 && errno != EINTR) {
+            return false;
+        }
+        if (nWritten > 0) {
+            bytes.data += nWritten;
+            bytes.size -= static_cast<std::size_t>(nWritten);
+        }
+        if (bytes.size > 0 && GetInterrupt() != 0) {
+            errno = EINTR;
+            return false;
+        }
+    }
+    return true;
+}
+
+} // namespace
 
 bool ByteOutput::Open(trevik::kelvo::Fault& fault) {
     return IsStandardOutput() || m_file.Open(m_sPath.c_str()) || Fail("cannot be created", fault);
 }
 
-bool ByteOutput::Write(std::vector<std::uint8_t> const& bytes, trevik::kelvo::Fault& fault) {
+bool ByteOutput::Write(trevik::kelvo::assets::ByteSpan const& bytes, trevik::kelvo::Fault& fault) {
     bool const fWritten =
-        IsStandardOutput()
-            ? std::fwrite(bytes.data(), 1, bytes.size(), stdout) == bytes.size() && std::fflush(stdout) == 0
-            : m_file.Write(bytes.data(), bytes.size());
+        IsStandardOutput() ? WriteStandardOutput(bytes) : m_file.Write(bytes.data, bytes.size);
     return fWritten || Fail("cannot be written", fault);
 }
 

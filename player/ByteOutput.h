@@ -1,11 +1,10 @@
 #pragma once
 
+#include "image/Image.h"
 #include "kelvo_host/Fault.h"
 #include "kelvo_host/FileReplacement.h"
 
-#include <cstdint>
 #include <string>
-#include <vector>
 
 namespace kelvokit::player {
 
@@ -18,7 +17,8 @@ public:
     // False with one line in `fault` when they fail.
 
     bool Open(trevik::kelvo::Fault& fault);
-    bool Write(std::vector<std::uint8_t> const& bytes, trevik::kelvo::Fault& fault);
+    /** To standard output it fails, too, when a signal has been noted before the bytes are out. */
+    bool Write(trevik::kelvo::assets::ByteSpan const& bytes, trevik::kelvo::Fault& fault);
     /** Puts the file in its place. */
     bool Finish(trevik::kelvo::Fault& fault);
 

@@ -322,7 +322,7 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     }
     Fault fault;
     if (!m_pPictures->Write(nFrame, pixels, fault)) {
-        return Complain(ExitBadFile, fault);
+        return ComplainOfFrame(nFrame, fault);
     }
     ++m_nPictures;
     Tell("frame " + std::to_string(nFrame) + (m_options.compare.empty() ? ": written" : ": compared"));
@@ -336,7 +336,15 @@ int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
     device.Present();
     device.Process();
     Fault fault;
-    return m_pCalls->EndFrame(fault) ? ExitSuccess : Complain(ExitBadFile, fault);
+    return m_pCalls->EndFrame(fault) ? ExitSuccess : ComplainOfFrame(nFrame, fault);
+}
+
+/** Explains why a frame was not written: because of a signal that has come, or of the fault. */
+int Player::ComplainOfFrame(int nFrame, Fault const& fault) {
+    int const nSignal = GetInterrupt();
+    return nSignal == 0 || m_part
+               ? Complain(ExitBadFile, fault)
+               : Complain(ExitSignal + nSignal, "interrupted in frame " + std::to_string(nFrame));
 }
 
 /** Everything up to where the frame could be shown. */

@@ -49,7 +49,7 @@ bool VideoFile::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fault
         AppendPlanes(frame);
     }
     m_fStarted = true;
-    return m_output.Write(m_bytes, fault);
+    return m_output.Write({m_bytes.data(), m_bytes.size()}, fault);
 }
 
 void VideoFile::AppendPlanes(FramePixels const& frame) {
