@@ -1,10 +1,9 @@
 #pragma once
 
+#include "ByteOutput.h"
 #include "FrameCalls.h"
 #include "NodeGroups.h"
 
-#include <cstdio>
-#include <memory>
 #include <optional>
 #include <string>
 
@@ -13,19 +12,17 @@ namespace kelvokit::player {
 /** Writes the calls that the recording driver notes into a file, frame by frame. */
 class CallsFile : public FrameCalls {
 public:
-    /** @param path "-" for stdout. The file is made when the first frame has been drawn. */
-    explicit CallsFile(std::string const& path) : m_path(path) {}
-    ~CallsFile() override;
-    CallsFile(CallsFile const&) = delete;
-    CallsFile& operator=(CallsFile const&) = delete;
+    /** @param path "-" for stdout. The file is there when the last frame has been drawn. */
+    explicit CallsFile(std::string const& path) : m_output(path) {}
 
     void Prepare(trevik::SizeT<int> const& size) override;
     void BeginFrame(int nFrame) override;
     bool EndFrame(trevik::kelvo::Fault& fault) override;
+    bool Finish(trevik::kelvo::Fault& fault) override;
 
 private:
-    std::string const m_path;
-    std::FILE* m_pFile = nullptr;
+    ByteOutput m_output;
+    bool m_fOpen = false;
     std::optional<NodeGroups> m_groups; ///< while a frame is drawn
 };
 

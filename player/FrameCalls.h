@@ -16,6 +16,8 @@ public:
     virtual void BeginFrame(int nFrame) = 0;
     /** False with one line in `fault` when the calls cannot be written. */
     virtual bool EndFrame(trevik::kelvo::Fault& fault) = 0;
+    /** After the last frame: a file takes its place now. The same. */
+    virtual bool Finish(trevik::kelvo::Fault& fault) = 0;
 };
 
 } // namespace kelvokit::player

@@ -272,7 +272,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
     m_progress->Clear();
-    if (m_pPictures && !m_pPictures->Finish(fault)) {
+    if ((m_pPictures && !m_pPictures->Finish(fault)) || (m_pCalls && !m_pCalls->Finish(fault))) {
         return Complain(ExitBadFile, fault);
     }
     if (m_options.pick) {

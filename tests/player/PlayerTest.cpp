@@ -527,6 +527,7 @@ TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
         {{"--out", Path("old.png/folder")}, "cannot be made a folder"},
         {{"--out", Path("none/a.png")}, "No such file or directory"},
         {{"--save", Path("none/a.kelvo")}, "a.kelvo"},
+        {{"--calls", Path("none/a.txt")}, "none/a.txt: cannot be created: No such file or directory"},
     };
     for (auto const& test : cases) {
         std::vector<std::string> arguments = test.arguments;
