@@ -272,16 +272,15 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
     m_progress->Clear();
-    if ((m_pPictures && !m_pPictures->Finish(fault)) || (m_pCalls && !m_pCalls->Finish(fault))) {
-        return Complain(ExitBadFile, fault);
-    }
+    bool const fFinished =
+        (!m_pPictures || m_pPictures->Finish(fault)) && (!m_pCalls || m_pCalls->Finish(fault));
     if (m_options.pick) {
         PrintPicked(device);
     }
     if (m_options.fStats) {
         (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_nPictures);
     }
-    return ExitSuccess;
+    return fFinished ? ExitSuccess : Complain(ExitBadFile, fault);
 }
 
 int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {

@@ -190,8 +190,10 @@ void PrintFigures(unsigned int nFrames, unsigned int nPictures) {
                     ToMilliseconds(scope.times.nPercentile99));
     }
     if (nPictures > 0) {
-        std::printf("The time of a frame includes reading it back and writing its picture, for %u of %u.\n",
-                    nPictures, nFrames);
+        std::printf(
+            "The time of a frame includes reading it back and writing or comparing its picture, for %u of "
+            "%u.\n",
+            nPictures, nFrames);
     }
 }
 

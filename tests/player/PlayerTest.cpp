@@ -319,9 +319,13 @@ TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
                                  "kelvo-player: frame 6: 41x23 pixels, " + Path("p/frame_00006.png") +
                                      " has 2x3\n",
                                  "kelvo-player: 3 of 5 frames differ from " + Path("p") + "\n"};
-    Outcome const outcome = Play({Path("scene.json"), "--compare", Path("p"), "--tolerance", "4"});
+    Outcome const outcome =
+        Play({Path("scene.json"), "--compare", Path("p"), "--tolerance", "4", "--pick", "1,1"});
     EXPECT_EQ(outcome.errors, lines[0] + lines[1] + lines[2] + lines[3]);
+    EXPECT_EQ(outcome.output, "nothing at 1,1\n");
     EXPECT_EQ(outcome.nExitCode, 1);
+    EXPECT_EQ(
+        RunShell("trap '' CHLD; player " + Path("scene.json --jobs 2 --compare ") + Path("p")).nExitCode, 1);
     Image differences(41, 23, {0, 0, 0, 255});
     differences.At(30, 1).b = 255;
     differences.At(31, 1).g = 4 * 255 / 5;
