@@ -253,6 +253,9 @@ void CheckTogether(CLI::App const& app, Options& options) {
     if (fStream && (options.fStats || options.pick)) {
         throw CLI::ExcludesError("--out -", options.fStats ? "--stats" : "--pick");
     }
+    if (options.fStatsJson && options.pick) {
+        throw CLI::ExcludesError("--stats=json", "--pick");
+    }
     if (options.pick && app.count("--jobs") > 0) {
         throw CLI::ExcludesError("--jobs", "--pick");
     }
