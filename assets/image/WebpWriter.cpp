@@ -3,6 +3,8 @@
 #include <webp/encode.h>
 #include <webp/mux.h>
 
+#include <memory>
+
 namespace trevik::kelvo::assets {
 
 namespace {
@@ -73,12 +75,12 @@ bool WebpWriter::Add(PngPicture const& picture, int milliseconds, Fault& fault) 
 bool WebpWriter::Finish(int milliseconds, std::vector<std::uint8_t>& out, Fault& fault) {
     WebPData data;
     WebPDataInit(&data);
+    std::unique_ptr<WebPData, void (*)(WebPData*)> const cleared(&data, WebPDataClear);
     bool const encoded = m_pEncoder && WebPAnimEncoderAdd(m_pEncoder, nullptr, milliseconds, nullptr) &&
                          WebPAnimEncoderAssemble(m_pEncoder, &data);
     if (encoded) {
         out.assign(data.bytes, data.bytes + data.size);
     }
-    WebPDataClear(&data);
     return encoded || FailToEncode(fault);
 }
 
