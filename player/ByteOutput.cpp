@@ -3,6 +3,8 @@
 #include "Interrupt.h"
 #include "file/Failure.h"
 
+#include <fcntl.h>
+#include <sys/stat.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -13,9 +15,9 @@ namespace kelvokit::player {
 namespace {
 
 /** Stops at a signal, since a reader that does not read would keep it waiting; the reason is in errno. */
-bool WriteStandardOutput(trevik::kelvo::assets::ByteSpan bytes) {
+bool WriteStream(int nStream, trevik::kelvo::assets::ByteSpan bytes) {
     while (bytes.size > 0) {
-        ssize_t const nWritten = write(STDOUT_FILENO, bytes.data, bytes.size);
+        ssize_t const nWritten = write(nStream, bytes.data, bytes.size);
         if (nWritten < 0 && errno != EINTR) {
             return false;
         }
@@ -33,19 +35,34 @@ bool WriteStandardOutput(trevik::kelvo::assets::ByteSpan bytes) {
 
 } // namespace
 
+ByteOutput::~ByteOutput() {
+    if (m_nStream > STDERR_FILENO) {
+        close(m_nStream);
+    }
+}
+
 bool ByteOutput::Open(trevik::kelvo::Fault& fault) {
-    return IsStandardOutput() || m_file.Open(m_sPath.c_str()) || Fail("cannot be created", fault);
+    struct stat old;
+    if (IsStandardOutput()) {
+        m_nStream = STDOUT_FILENO;
+        return true;
+    }
+    if (stat(m_sPath.c_str(), &old) != 0 || S_ISREG(old.st_mode) || S_ISDIR(old.st_mode)) {
+        return m_file.Open(m_sPath.c_str()) || Fail("cannot be created", fault);
+    }
+    m_nStream = open(m_sPath.c_str(), O_WRONLY | O_CLOEXEC); // of a pipe it waits for the reader
+    return m_nStream >= 0 || Fail("cannot be opened", fault);
 }
 
 bool ByteOutput::Write(trevik::kelvo::assets::ByteSpan const& bytes, trevik::kelvo::Fault& fault) {
     bool const fWritten =
-        IsStandardOutput() ? WriteStandardOutput(bytes) : m_file.Write(bytes.data, bytes.size);
+        m_nStream >= 0 ? WriteStream(m_nStream, bytes) : m_file.Write(bytes.data, bytes.size);
     return fWritten || Fail("cannot be written", fault);
 }
 
 bool ByteOutput::Finish(trevik::kelvo::Fault& fault) {
-    return IsStandardOutput() || ((m_file.Close() || Fail("cannot be written", fault)) &&
-                                  (m_file.TakePlace() || Fail("cannot be replaced", fault)));
+    return m_nStream >= 0 || ((m_file.Close() || Fail("cannot be written", fault)) &&
+                              (m_file.TakePlace() || Fail("cannot be replaced", fault)));
 }
 
 bool ByteOutput::Fail(char const* pWhat, trevik::kelvo::Fault& fault) const {

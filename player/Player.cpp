@@ -180,7 +180,7 @@ int Player::Play() {
     Fault fault;
     m_pPictures = MakePictures();
     if (m_pPictures && !m_pPictures->Prepare(fault)) {
-        return Complain(ExitBadFile, fault);
+        return ComplainOfOutput(fault, "");
     }
     return m_options.nJobs > 1 ? PlayInProcesses() : PlayOnDevice();
 }
@@ -321,7 +321,7 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     }
     Fault fault;
     if (!m_pPictures->Write(nFrame, pixels, fault)) {
-        return ComplainOfFrame(nFrame, fault);
+        return ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
     }
     ++m_nPictures;
     Tell("frame " + std::to_string(nFrame) + (m_options.compare.empty() ? ": written" : ": compared"));
@@ -335,15 +335,15 @@ int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
     device.Present();
     device.Process();
     Fault fault;
-    return m_pCalls->EndFrame(fault) ? ExitSuccess : ComplainOfFrame(nFrame, fault);
+    return m_pCalls->EndFrame(fault) ? ExitSuccess
+                                     : ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
 }
 
-/** Explains why a frame was not written: because of a signal that has come, or of the fault. */
-int Player::ComplainOfFrame(int nFrame, Fault const& fault) {
+/** Explains why output has ended: because of a signal that has come, or of the fault. */
+int Player::ComplainOfOutput(Fault const& fault, std::string const& when) {
     int const nSignal = GetInterrupt();
-    return nSignal == 0 || m_part
-               ? Complain(ExitBadFile, fault)
-               : Complain(ExitSignal + nSignal, "interrupted in frame " + std::to_string(nFrame));
+    return nSignal == 0 || m_part ? Complain(ExitBadFile, fault)
+                                  : Complain(ExitSignal + nSignal, "interrupted" + when);
 }
 
 /** Everything up to where the frame could be shown. */

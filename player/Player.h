@@ -46,7 +46,7 @@ private:
     /** Explains a failure and returns its exit code. */
     int Complain(int nExitCode, std::string const& what);
     int Complain(int nExitCode, trevik::kelvo::Fault const& fault);
-    int ComplainOfFrame(int nFrame, trevik::kelvo::Fault const& fault);
+    int ComplainOfOutput(trevik::kelvo::Fault const& fault, std::string const& when);
     /** Says on stderr what has been done, where that is asked for. */
     void Tell(std::string const& what);
     FrameRange GetFrames() const;

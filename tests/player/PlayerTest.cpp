@@ -345,6 +345,10 @@ TEST_F(PlayerTest, WritesVideos) {
         EXPECT_EQ(Play({Path("scene.json"), "--out", Path("file." + format)}).errors, "");
         RunShell(player + "--out - --format " + format + " >" + Path("stream"));
         EXPECT_EQ(m_folder.Read("stream"), m_folder.Read("file." + format)) << format;
+        std::string const pipe = Path("pipe." + format);
+        RunShell("mkfifo " + pipe + "; timeout 60 cat " + pipe + " >" + Path("stream") + " & " + player +
+                 "--out " + pipe + "; wait");
+        EXPECT_EQ(m_folder.Read("stream"), m_folder.Read("file." + format)) << format;
         Outcome const full = RunShell(player + "--out - --format " + format + " >/dev/full");
         EXPECT_EQ(full.errors, "kelvo-player: standard output: cannot be written: No space left on device\n");
         EXPECT_EQ(full.nExitCode, 1);

@@ -24,7 +24,7 @@ public:
     FileReplacement(FileReplacement const&) = delete;
     FileReplacement& operator=(FileReplacement const&) = delete;
 
-    /** Begins a file that is to stand at this path (UTF-8). */
+    /** Begins a file that is to stand at this path (UTF-8). A device or a pipe there fails with EINVAL. */
     bool Open(char const* pPath);
     /** Appends to it. */
     bool Write(unsigned char const* pData, unsigned long nLength);

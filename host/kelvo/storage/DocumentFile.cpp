@@ -180,7 +180,7 @@ bool SaveDocument(char const* pPath, DocumentNode const& document, Fault& fault)
         fault = FaultOf(pPath, "cannot write", "the document is too large or nested too deep");
         return false;
     }
-    // The new file would take the place of a device or a pipe.
+    // FileReplacement refuses a device or a pipe with a reason that says less.
     struct stat status;
     if (stat(pPath, &status) == 0 && IsSpecial(status)) {
         fault = FaultOf(pPath, "cannot write", "not a regular file");

@@ -96,6 +96,10 @@ bool FileReplacement::Open(char const* pPath) {
     }
     struct stat old;
     bool const fReplaces = stat(m_sPath.GetData(), &old) == 0;
+    if (fReplaces && !S_ISREG(old.st_mode) && !S_ISDIR(old.st_mode)) { // a folder cannot be replaced, anyway
+        errno = EINVAL;
+        return false;
+    }
     for (int nAttempt = 0; nAttempt < MaximumAttempts; ++nAttempt) {
         String8 sTemporary = m_sPath;
         if (!MakeTemporary(sTemporary)) {

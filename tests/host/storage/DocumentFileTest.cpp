@@ -159,6 +159,7 @@ TEST_F(DocumentFileOnDisk, WhatFailsNamesTheFileAndTheReasonAndLeavesAllAsItWas)
     for (auto const& [sError, sExpected] : cases) {
         EXPECT_EQ(sError, m_folder.Path(sExpected));
     }
+    EXPECT_FALSE(FileReplacement().Open(m_folder.Path("pipe").c_str()));
     EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"folder", sLongest, "odd", "pipe", "text"}));
     EXPECT_EQ(m_folder.ReadText(sLongest), "old");
     EXPECT_TRUE(fs::is_fifo(m_folder.Path("pipe")));
