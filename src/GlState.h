@@ -5,6 +5,8 @@
 
 #include <GLES2/gl2.h>
 
+#include <cstddef>
+
 /**
  * Every change that this library makes to the state of its GL context, each by one name: which calls it
  * makes, who sets it, and who relies on it. The calls are made each time: nothing is remembered here. Draws,
@@ -185,8 +187,9 @@ inline void SetVertexArrayEnabled(GLuint nAttribute, bool fOn) {
  */
 template <class Value>
 inline void SetVertexArray(GLuint nAttribute, Value const* pValues, GLsizei nStride = 0) {
-    constexpr GLint ComponentCount = sizeof(Value) / sizeof(GLfloat);
-    static_assert(sizeof(Value) == ComponentCount * sizeof(GLfloat) && ComponentCount <= 4, "floats alone");
+    constexpr std::size_t ComponentBytes = sizeof(GLfloat);
+    constexpr GLint ComponentCount = sizeof(Value) / ComponentBytes;
+    static_assert(sizeof(Value) == ComponentCount * ComponentBytes && ComponentCount <= 4, "floats alone");
     glVertexAttribPointer(nAttribute, ComponentCount, GL_FLOAT, GL_FALSE, nStride, pValues);
 }
 

@@ -114,7 +114,7 @@ bool WriteFrame(Window const& window, Options const& options, int nFrame) {
     picture.width = frame.width;
     picture.height = frame.height;
     Fault fault;
-    return assets::SavePng(path, picture, fault) || Fail(fault.GetText().c_str());
+    return assets::SavePng(path, picture, fault) || Fail(fault.GetText());
 }
 
 /** The renderer: takes a written surface over, and draws it while the producer writes the other one. */
@@ -159,7 +159,7 @@ bool Run(Options const& options, ClassRegistry& registry, GraphicsDevice& device
     Scene scene;
     Fault fault;
     if (!assets::ReadScene(options.scene, registry, scene, fault)) {
-        return Fail(fault.GetText().c_str());
+        return Fail(fault.GetText());
     }
     std::error_code code;
     if (!EndsWith(options.out, ".png") && (std::filesystem::create_directories(options.out, code), code)) {

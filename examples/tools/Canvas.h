@@ -120,21 +120,22 @@ public:
 private:
     template <class Function>
     Paint Sample(int x, int y, Function function) const {
-        constexpr int nGrid = 4;
+        constexpr int Grid = 4;
         Colour sum{0, 0, 0};
         Colour plain{0, 0, 0};
         double alpha = 0;
-        for (int n = 0; n < nGrid * nGrid; ++n) {
-            double const u = (x + (n % nGrid + 0.5) / nGrid) / m_nWidth;
-            double const v = (y + (n / nGrid + 0.5) / nGrid) / m_nHeight;
+        for (int n = 0; n < Grid * Grid; ++n) {
+            int const nRow = n / Grid;
+            double const u = (x + (n % Grid + 0.5) / Grid) / m_nWidth;
+            double const v = (y + (nRow + 0.5) / Grid) / m_nHeight;
             Paint const paint = function(u, v);
             sum = Add(sum, Scale(paint.colour, paint.alpha));
             plain = Add(plain, paint.colour);
             alpha += paint.alpha;
         }
         // Colours count as much as they cover; where nothing covers, they still matter to filtering.
-        Colour const colour = alpha > 0 ? Scale(sum, 1 / alpha) : Scale(plain, 1.0 / (nGrid * nGrid));
-        return Paint{colour, alpha / (nGrid * nGrid)};
+        Colour const colour = alpha > 0 ? Scale(sum, 1 / alpha) : Scale(plain, 1.0 / (Grid * Grid));
+        return Paint{colour, alpha / (Grid * Grid)};
     }
 
     static std::uint8_t ToByte(double value) {

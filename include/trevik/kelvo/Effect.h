@@ -76,7 +76,8 @@ public:
         return m_properties;
     }
     bool IsInitialized() const { return m_fInitialized; }
-    /** Whether Init has failed and has not succeeded since, so that what the effect is on is drawn without it. */
+    /** Whether Init has failed and has not succeeded since, so that what the effect is on is drawn without
+     * it. */
     bool HasFailed() const { return !m_fInitialized && m_nFailedState != 0; }
     /** Initialises the effect when it is first used in drawing; whether it is initialised. Render thread. */
     bool Prepare(GraphicsDevice& device) { return m_fInitialized || Init(device); }
