@@ -22,13 +22,15 @@ using trevik::kelvo::assets::TextOf;
 
 namespace {
 
-constexpr std::size_t MaximumFileBytes = std::size_t(1) << 30;
+constexpr std::size_t MaximumBytes = std::size_t(1) << 30; // of the largest surface
 
 bool ReadExpected(std::string const& path, RgbaPicture& picture, trevik::kelvo::Fault& fault) {
     std::vector<std::uint8_t> bytes;
     bool fAlpha = false;
-    return ReadFile(path, MaximumFileBytes, bytes, fault) &&
-           DecodePng({bytes.data(), bytes.size()}, path, ImageLimits(), picture, fAlpha, fault);
+    ImageLimits limits;
+    limits.maxBytes = limits.maxFileBytes = MaximumBytes;
+    return ReadFile(path, MaximumBytes, bytes, fault) &&
+           DecodePng({bytes.data(), bytes.size()}, path, limits, picture, fAlpha, fault);
 }
 
 /** How a frame differs from the picture that is expected of it, which has its size. */
