@@ -70,7 +70,7 @@ bool Comparison::Wants(bool fLast) const {
     return fLast || !IsPicturePath(m_sPath);
 }
 
-bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) {
+bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& /*fault*/) {
     std::string const name = "frame " + std::to_string(nFrame) + ": ";
     std::string const path = GetPicturePath(m_sPath, nFrame);
     std::string const beside = path.substr(0, path.rfind('.')) + ".difference.png";
@@ -97,7 +97,11 @@ bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Faul
     m_tell(name + std::to_string(differences.nPixels) + " of " +
            std::to_string(differences.pixels.size() / 3) + " pixels differ from " + path + ", by up to " +
            std::to_string(differences.nLargest) + "; see " + beside);
-    return SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, fault);
+    trevik::kelvo::Fault unwritten;
+    if (!SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, unwritten)) {
+        m_tell(name + TextOf(unwritten));
+    }
+    return true;
 }
 
 bool Comparison::Finish(trevik::kelvo::Fault& fault) {

@@ -22,7 +22,7 @@ public:
         : m_sPath(path), m_nTolerance(nTolerance), m_tell(tell) {}
 
     bool Wants(bool fLast) const override;
-    /** False only when the differences cannot be written. */
+    /** Tells what differs, and goes on. */
     bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
     /** False when a frame has differed. */
     bool Finish(trevik::kelvo::Fault& fault) override;

@@ -312,6 +312,11 @@ TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
     std::filesystem::remove(Path("p/frame_00005.png"));
     ASSERT_TRUE(Image(2, 3).Save(Path("p/frame_00006.png")));
     std::string const third = Path("p/frame_00003");
+    std::filesystem::create_directories(third + ".difference.png/folder"); // nothing can be written there
+    EXPECT_NE(
+        Play({Path("scene.json"), "--compare", Path("p")}).errors.find("\nkelvo-player: 3 of 5 frames "),
+        std::string::npos);
+    std::filesystem::remove_all(third + ".difference.png");
     std::string const lines[] = {"kelvo-player: frame 3: 1 of 943 pixels differ from " + third +
                                      ".png, by up to 5; see " + third + ".difference.png\n",
                                  "kelvo-player: frame 5: " + Path("p/frame_00005.png") +
