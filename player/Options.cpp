@@ -9,7 +9,6 @@
 #include <algorithm>
 #include <cctype>
 #include <climits>
-#include <cmath>
 #include <cstdio>
 #include <cstdlib>
 #include <iterator>
@@ -279,11 +278,10 @@ std::string ReadScale(std::string const& text, Options& options) {
     std::size_t const nDot = text.find('.');
     std::string const fraction = nDot == std::string::npos ? "0" : text.substr(nDot + 1);
     std::optional<int> const whole = ReadNumber(text.substr(0, nDot), 0, 1);
-    std::optional<int> const part = ReadNumber(fraction, 0, 999999999);
-    if (whole && part) {
-        options.rScale = *whole + *part / std::pow(10.0, static_cast<double>(fraction.size()));
-    }
-    return whole && part && options.rScale > 0 && options.rScale <= 1
+    bool const fDigits = !fraction.empty() && fraction.find_first_not_of("0123456789") == std::string::npos;
+    options.rScale = 0;
+    std::istringstream(text) >> options.rScale;
+    return whole && fDigits && options.rScale > 0 && options.rScale <= 1
                ? ""
                : "expected a number above 0 and up to 1 (0.25), found \"" + text + "\"";
 }

@@ -274,8 +274,8 @@ TEST_F(PlayerTest, ShootsNothingOutsideOfTheSurface) {
     }
     EXPECT_EQ(m_folder.List(), std::vector<std::string>{"scene.json"});
     // What counts is the surface that is drawn on.
-    ASSERT_EQ(Play({Path("scene.json"), "--size", "60x50", "--shot", "41,30,19,20", "--scale", "0.5", "--out",
-                    Path("part.png")})
+    ASSERT_EQ(Play({Path("scene.json"), "--size", "60x50", "--shot", "41,30,19,20", "--scale", "0.5000000000",
+                    "--out", Path("part.png")})
                   .nExitCode,
               0);
     EXPECT_TRUE(CompareImages(ReadPicture(Path("part.png")), Image(10, 10, {0x10, 0x20, 0x30, 255})));
