@@ -20,6 +20,11 @@ void NoteInterrupts() {
     action.sa_flags = static_cast<int>(SA_RESETHAND);
     sigaction(SIGINT, &action, nullptr);
     sigaction(SIGTERM, &action, nullptr);
+    struct sigaction old = {};
+    sigaction(SIGHUP, nullptr, &old);
+    if (old.sa_handler != SIG_IGN) { // which is how nohup lets a program play on
+        sigaction(SIGHUP, &action, nullptr);
+    }
 }
 
 int GetInterrupt() {

@@ -69,9 +69,9 @@ char const* const Footer =
     "\n"
     "Exit codes: 0 done; 1 a scene or picture cannot be read or written; 2 the command line makes\n"
     "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
-    "needs; 130 interrupted (Ctrl-C); 143 asked to end (SIGTERM). Standard output that cannot be\n"
-    "written, unless it is a pipe that has been closed, is a file that cannot be; frames that differ\n"
-    "from those of --compare end with 1, too.\n"
+    "needs; 129 the terminal is gone (SIGHUP); 130 interrupted (Ctrl-C); 143 asked to end (SIGTERM).\n"
+    "Standard output that cannot be written, unless it is a pipe that has been closed, is a file that\n"
+    "cannot be; frames that differ from those of --compare end with 1, too.\n"
     "\n"
     "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
 

@@ -18,7 +18,7 @@ enum ExitCode {
     ExitBadFile = 1, ///< a scene or picture cannot be read or written
     ExitUsage = 2,   ///< the command line makes no sense
     ExitDevice = 3,  ///< no back end, no graphics device, or one that cannot do what is needed
-    ExitSignal = 128 ///< and the number of the signal that ended it: 130 interrupted, 143 asked to end
+    ExitSignal = 128 ///< and the number of the signal that ended it, such as 130: interrupted
 };
 
 /** A level of traces above all others: none of them is logged. */

@@ -638,7 +638,7 @@ TEST_F(PlayerTest, LeavesWholeFilesWhenASignalEndsIt) {
     struct {
         int nSignal;
         char const* pJobs;
-    } const cases[] = {{SIGINT, "1"}, {SIGTERM, "1"}, {SIGINT, "2"}, {SIGTERM, "3"}};
+    } const cases[] = {{SIGINT, "1"}, {SIGTERM, "1"}, {SIGHUP, "2"}, {SIGTERM, "3"}};
     for (auto const& test : cases) {
         int const nSignal = test.nSignal;
         bool const fAlone = test.pJobs == std::string("1");
