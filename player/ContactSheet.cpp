@@ -15,7 +15,8 @@ constexpr long long MostPixels = 1 << 28; // a gigabyte of them
 } // namespace
 
 ContactSheet::ContactSheet(std::string const& path, int nColumns, int nFrames)
-    : m_sPath(path), m_nColumns(std::min(nColumns, nFrames)), m_nRows((nFrames - 1) / m_nColumns + 1) {}
+    : m_sPath(path), m_output(path), m_nColumns(std::min(nColumns, nFrames)),
+      m_nRows((nFrames - 1) / m_nColumns + 1) {}
 
 bool ContactSheet::Start(FramePixels const& frame, trevik::kelvo::Fault& fault) {
     long long const nWidth = static_cast<long long>(frame.nWidth) * m_nColumns;
@@ -52,8 +53,11 @@ bool ContactSheet::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fa
 }
 
 bool ContactSheet::Finish(trevik::kelvo::Fault& fault) {
-    return trevik::kelvo::assets::SavePng(
-        m_sPath, {m_sheet.pixels.data(), m_sheet.nWidth, m_sheet.nHeight, m_sheet.nChannels, 0}, fault);
+    std::vector<std::uint8_t> bytes;
+    return trevik::kelvo::assets::EncodePng(
+               {m_sheet.pixels.data(), m_sheet.nWidth, m_sheet.nHeight, m_sheet.nChannels, 0}, m_sPath, bytes,
+               fault) &&
+           m_output.Write({bytes.data(), bytes.size()}, fault) && m_output.Finish(fault);
 }
 
 } // namespace kelvokit::player

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ByteOutput.h"
 #include "FrameSink.h"
 
 #include <string>
@@ -12,6 +13,7 @@ public:
     /** @param nFrames how many frames come; those that stand beside each other are `nColumns`. */
     ContactSheet(std::string const& path, int nColumns, int nFrames);
 
+    bool Prepare(trevik::kelvo::Fault& fault) override { return m_output.Open(fault); }
     bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
     bool Finish(trevik::kelvo::Fault& fault) override;
 
@@ -19,6 +21,7 @@ private:
     bool Start(FramePixels const& frame, trevik::kelvo::Fault& fault);
 
     std::string m_sPath;
+    ByteOutput m_output;
     int const m_nColumns;
     int const m_nRows;
     int m_nWritten = 0;

@@ -1,7 +1,6 @@
 #include "WebpFile.h"
 
 #include "file/Failure.h"
-#include "file/FileBytes.h"
 
 #include <cmath>
 #include <cstdint>
@@ -52,7 +51,7 @@ bool WebpFile::Finish(trevik::kelvo::Fault& fault) {
         fault = trevik::kelvo::assets::PutWithin(fault, m_sPath);
         return false;
     }
-    return trevik::kelvo::assets::WriteFiles({{m_sPath, {bytes.data(), bytes.size()}}}, fault);
+    return m_output.Write({bytes.data(), bytes.size()}, fault) && m_output.Finish(fault);
 }
 
 } // namespace kelvokit::player

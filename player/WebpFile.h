@@ -1,5 +1,6 @@
 #pragma once
 
+#include "ByteOutput.h"
 #include "FrameSink.h"
 #include "image/WebpWriter.h"
 
@@ -10,8 +11,9 @@ class WebpFile : public FrameSink {
 public:
     /** @param rFrameRate frames per second. */
     WebpFile(std::string const& path, trevik::kelvo::assets::WebpOptions const& options, float rFrameRate)
-        : m_sPath(path), m_rFrameRate(static_cast<double>(rFrameRate)), m_writer(options) {}
+        : m_sPath(path), m_output(path), m_rFrameRate(static_cast<double>(rFrameRate)), m_writer(options) {}
 
+    bool Prepare(trevik::kelvo::Fault& fault) override { return m_output.Open(fault); }
     bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;
     bool Finish(trevik::kelvo::Fault& fault) override;
 
@@ -19,6 +21,7 @@ private:
     bool GetTime(int& nMilliseconds, trevik::kelvo::Fault& fault) const;
 
     std::string m_sPath;
+    ByteOutput m_output;
     double const m_rFrameRate;
     trevik::kelvo::assets::WebpWriter m_writer;
     int m_nFrames = 0;

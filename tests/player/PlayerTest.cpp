@@ -539,6 +539,7 @@ TEST_F(PlayerTest, LeavesOldFilesAloneWhenItFails) {
     } const cases[] = {
         {{"--out", Path("old.png/folder")}, "cannot be made a folder"},
         {{"--out", Path("none/a.png")}, "No such file or directory"},
+        {{"--out", Path("none/a.webp"), "--size", "16384x1"}, "cannot be created: No such file"}, // at once
         {{"--save", Path("none/a.kelvo")}, "a.kelvo"},
         {{"--calls", Path("none/a.txt")}, "none/a.txt: cannot be created: No such file or directory"},
     };
