@@ -18,7 +18,6 @@ using trevik::kelvo::assets::ImageLimits;
 using trevik::kelvo::assets::ReadFile;
 using trevik::kelvo::assets::RgbaPicture;
 using trevik::kelvo::assets::SavePng;
-using trevik::kelvo::assets::TextOf;
 
 namespace {
 
@@ -80,7 +79,7 @@ bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Faul
     trevik::kelvo::Fault unread;
     if (!ReadExpected(path, expected, unread)) {
         ++m_nDifferent;
-        m_tell(name + TextOf(unread));
+        m_tell(name + unread.GetText());
         return true;
     }
     if (expected.width != frame.nWidth || expected.height != frame.nHeight) {
@@ -99,7 +98,7 @@ bool Comparison::Write(int nFrame, FramePixels const& frame, trevik::kelvo::Faul
            std::to_string(differences.nLargest) + "; see " + beside);
     trevik::kelvo::Fault unwritten;
     if (!SavePng(beside, {differences.pixels.data(), frame.nWidth, frame.nHeight, 3, 0}, unwritten)) {
-        m_tell(name + TextOf(unwritten));
+        m_tell(name + unwritten.GetText());
     }
     return true;
 }

@@ -12,7 +12,6 @@
 #include "StandardInput.h"
 #include "VideoFile.h"
 #include "WebpFile.h"
-#include "file/Failure.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
@@ -90,7 +89,7 @@ void Player::Tell(std::string const& what) {
 }
 
 int Player::Complain(int nExitCode, Fault const& fault) {
-    return Complain(nExitCode, trevik::kelvo::assets::TextOf(fault));
+    return Complain(nExitCode, fault.GetText());
 }
 
 int Player::Run() {

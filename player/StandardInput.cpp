@@ -2,6 +2,7 @@
 
 #include "Interrupt.h"
 #include "file/Failure.h"
+#include "scene/SceneReader.h"
 
 #include <unistd.h>
 
@@ -11,12 +12,7 @@
 namespace kelvokit::player {
 
 using trevik::kelvo::assets::Fail;
-
-namespace {
-
-constexpr std::size_t MaximumBytes = std::size_t(64) << 20; // as of a scene's file
-
-} // namespace
+using trevik::kelvo::assets::MaximumSceneBytes;
 
 bool ReadStandardInput(std::vector<std::uint8_t>& bytes, trevik::kelvo::Fault& fault) {
     std::uint8_t block[1 << 16];
@@ -29,9 +25,9 @@ bool ReadStandardInput(std::vector<std::uint8_t>& bytes, trevik::kelvo::Fault& f
             return true;
         }
         bytes.insert(bytes.end(), block, block + (nRead > 0 ? nRead : 0));
-        if (bytes.size() > MaximumBytes) {
+        if (bytes.size() > MaximumSceneBytes) {
             return Fail(fault, "standard input",
-                        "has more than the " + std::to_string(MaximumBytes) + " bytes allowed");
+                        "has more than the " + std::to_string(MaximumSceneBytes) + " bytes allowed");
         }
     }
 }

@@ -34,7 +34,7 @@ bool WebpFile::Write(int, FramePixels const& frame, trevik::kelvo::Fault& fault)
     }
     if (!m_writer.Add({frame.pixels.data(), frame.nWidth, frame.nHeight, frame.nChannels, 0}, nMilliseconds,
                       fault)) {
-        fault = trevik::kelvo::assets::PutWithin(fault, m_sPath);
+        fault = fault.Within(m_sPath);
         return false;
     }
     ++m_nFrames;
@@ -48,7 +48,7 @@ bool WebpFile::Finish(trevik::kelvo::Fault& fault) {
     }
     std::vector<std::uint8_t> bytes;
     if (!m_writer.Finish(nMilliseconds, bytes, fault)) {
-        fault = trevik::kelvo::assets::PutWithin(fault, m_sPath);
+        fault = fault.Within(m_sPath);
         return false;
     }
     return m_output.Write({bytes.data(), bytes.size()}, fault) && m_output.Finish(fault);

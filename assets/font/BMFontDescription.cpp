@@ -26,7 +26,7 @@ void CheckRoom(std::size_t count, std::size_t most, char const* what, std::size_
 } // namespace
 
 void ThrowFault(std::size_t place, std::string const& what) {
-    throw MakeFault(place == NoBMFontPlace ? std::string() : std::to_string(place), what);
+    throw Fault(place == NoBMFontPlace ? std::string() : std::to_string(place), what);
 }
 
 void BMFontDescription::SetSize(int size, std::size_t place) {

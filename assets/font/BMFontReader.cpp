@@ -115,7 +115,7 @@ ImageData FontMaker::ReadPicture(Description::Page const& page) const {
         fRead = BuildImage(UnpackLevel(image, 0), false, options, page.file, image, fault);
     }
     if (!fRead) {
-        ThrowFault(page.place, TextOf(fault));
+        ThrowFault(page.place, fault.GetText());
     }
     return image;
 }
@@ -195,9 +195,9 @@ void ReadDescription(ByteSpan bytes, Form form, Description& description) {
 Fault NameFile(Fault const& fault, std::string const& name, Form form) {
     std::string const& place = fault.GetWhere();
     std::string const& what = fault.GetWhat();
-    return place.empty()          ? MakeFault(name, what)
-           : form == Form::Binary ? MakeFault(name, what + " (at byte " + place + ")")
-                                  : MakeFault(name + ":" + place, what);
+    return place.empty()          ? Fault(name, what)
+           : form == Form::Binary ? Fault(name, what + " (at byte " + place + ")")
+                                  : Fault(name + ":" + place, what);
 }
 
 } // namespace

@@ -92,11 +92,11 @@ std::string JsonCursor::GetPlace() const {
 }
 
 void JsonCursor::Fail(std::string const& what) const {
-    throw MakeFault(GetPlace(), what);
+    throw Fault(GetPlace(), what);
 }
 
 void JsonCursor::Fail(Fault const& fault) const {
-    throw PutWithin(fault, GetPlace());
+    throw fault.Within(GetPlace());
 }
 
 void JsonCursor::FailExpected(std::string const& what) const {

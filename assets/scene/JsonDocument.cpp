@@ -187,7 +187,7 @@ private:
             place = ":" + std::to_string(nLine) + ":" + std::to_string(nColumn);
             text.erase(0, static_cast<std::size_t>(nRead));
         }
-        return MakeFault(m_sName + place, text);
+        return Fault(m_sName + place, text);
     }
 
     std::string const& m_sName;

@@ -18,8 +18,6 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr std::size_t MaximumFileBytes = std::size_t(64) << 20;
-
 DeviceFormat::Enum ReadFormat(JsonCursor const& place) {
     static DeviceFormat::Enum const s_formats[] = {DeviceFormat::RGB565, DeviceFormat::RGB888,
                                                    DeviceFormat::RGBX8888, DeviceFormat::RGBA8888};
@@ -136,7 +134,7 @@ std::string OneLine(std::string text) {
 
 bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumFileBytes, bytes, fault)) {
+    if (!ReadFile(path, MaximumSceneBytes, bytes, fault)) {
         return false;
     }
     std::string const folder = path.substr(0, path.rfind('/') + 1);
@@ -149,7 +147,7 @@ bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& fo
         return true;
     }
     // Names from the file may contain anything; a message is one line.
-    fault = MakeFault(OneLine(fault.GetWhere()), OneLine(fault.GetWhat()), OneLine(fault.GetWhy()));
+    fault = Fault(OneLine(fault.GetWhere()), OneLine(fault.GetWhat()), OneLine(fault.GetWhy()));
     return false;
 }
 

@@ -4,9 +4,13 @@
 #include "kelvo_host/Scene.h"
 #include "trevik/ClassRegistry.h"
 
+#include <cstddef>
 #include <string>
 
 namespace trevik::kelvo::assets {
+
+/** A scene file may be as long; what reads one from elsewhere holds to it, too. */
+constexpr std::size_t MaximumSceneBytes = std::size_t(64) << 20;
 
 /**
  * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are

@@ -131,7 +131,7 @@ JNIEXPORT jlong JNICALL Java_clock_Scene_nativeOpen(JNIEnv* env, jclass, jstring
     auto pPlayback = std::make_unique<Playback>();
     Fault fault;
     if (!pPlayback->Open(TextOf(env, file), TextOf(env, sprite), fault)) {
-        ThrowIOException(env, assets::TextOf(fault));
+        ThrowIOException(env, fault.GetText());
         return 0;
     }
     return static_cast<jlong>(reinterpret_cast<std::intptr_t>(pPlayback.release()));
@@ -170,7 +170,7 @@ JNIEXPORT void JNICALL Java_clock_Scene_nativeShow(JNIEnv* env, jclass, jlong pl
                                                    jstring picture) {
     Fault fault;
     if (!PlaybackOf(playback).Show(nFrame, TextOf(env, picture), fault)) {
-        ThrowIOException(env, assets::TextOf(fault));
+        ThrowIOException(env, fault.GetText());
     }
 }
 

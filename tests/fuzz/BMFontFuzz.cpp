@@ -49,7 +49,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         CheckFont(*pFont);
         Require(fault.IsEmpty());
     } else {
-        fuzz::RequireMessage(TextOf(fault), "fuzz.fnt:");
+        fuzz::RequireMessage(fault.GetText(), "fuzz.fnt:");
     }
     return 0;
 }

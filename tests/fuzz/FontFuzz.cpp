@@ -48,7 +48,7 @@ void CheckMesh(Glyph const& glyph, PolygonalFont const& font) {
 template <class T, class CheckGlyph>
 void Check(Ref<T> const& pFont, Fault const& fault, CheckGlyph const& check) {
     if (!pFont) {
-        return fuzz::RequireMessage(assets::TextOf(fault), "fuzz.ttf: ");
+        return fuzz::RequireMessage(fault.GetText(), "fuzz.ttf: ");
     }
     Require(pFont->GetAscent() >= 0 && pFont->GetDescent() >= 0 && pFont->GetLeading() >= 0);
     Require(std::isfinite(pFont->GetAscent() + pFont->GetDescent() + pFont->GetLeading()));

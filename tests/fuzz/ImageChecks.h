@@ -46,7 +46,7 @@ bool LoadAllOrNothing(Load const& load) {
         return true;
     }
     Require(image.pixels.empty() && image.levels.empty() && image.width == 0 && !fault.IsEmpty());
-    RequireMessage(TextOf(fault), "");
+    RequireMessage(fault.GetText(), "");
     return false;
 }
 

@@ -24,7 +24,7 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
         fuzz::RequireSavesTheSame(scene, registry);
     } else {
         Require(!scene.GetRoot());
-        fuzz::RequireMessage(assets::TextOf(fault), "scene.json:");
+        fuzz::RequireMessage(fault.GetText(), "scene.json:");
     }
     return 0;
 }

@@ -103,7 +103,7 @@ public:
         assets::ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
         bool const fRead = assets::ReadSceneText(bytes, "scene", Folder, m_registry, m_scene, fault);
         if (!fRead) {
-            std::string const message = assets::TextOf(fault);
+            std::string const message = fault.GetText();
             recording::Remark(message);
             EXPECT_TRUE(message.rfind("scene:", 0) == 0 && message.find('\n') == std::string::npos)
                 << message;

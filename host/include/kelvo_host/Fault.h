@@ -18,7 +18,7 @@ namespace trevik::kelvo {
 class TREVIK_API Fault {
 public:
     Fault() = default;
-    Fault(std::string const& sWhere, std::string const& sWhat, std::string const& sWhy);
+    Fault(std::string const& sWhere, std::string const& sWhat, std::string const& sWhy = std::string());
     Fault(String8 const& sWhere, String8 const& sWhat, String8 const& sWhy = String8());
 
     bool IsEmpty() const { return m_sText.empty(); }

@@ -88,16 +88,16 @@ Ref<BitmapFont> ReadFont(Bytes const& description, Fault& fault,
 Ref<BitmapFont> MustRead(Bytes const& description) {
     Fault fault;
     Ref<BitmapFont> const pFont = ReadFont(description, fault);
-    EXPECT_TRUE(pFont) << TextOf(fault);
-    EXPECT_EQ(TextOf(fault), "");
+    EXPECT_TRUE(pFont) << fault.GetText();
+    EXPECT_EQ(fault.GetText(), "");
     return pFont;
 }
 
 std::string ReadFault(Bytes const& description) {
     Fault fault;
     EXPECT_FALSE(ReadFont(description, fault));
-    EXPECT_EQ(TextOf(fault).find('\n'), std::string::npos) << TextOf(fault);
-    return TextOf(fault);
+    EXPECT_EQ(fault.GetText().find('\n'), std::string::npos) << fault.GetText();
+    return fault.GetText();
 }
 
 /** A font as text: its measures, glyphs and the kerning between these. */
@@ -142,8 +142,8 @@ TEST(BMFontReader, ReadsEachFormAndLosesNoGlyphsUnnoticed) {
         for (std::ptrdiff_t nLength = 0; nLength < std::ptrdiff_t(whole.size()); ++nLength) {
             Fault fault;
             Ref<BitmapFont> const pFont = ReadFont(Bytes(whole.begin(), whole.begin() + nLength), fault);
-            EXPECT_TRUE(pFont ? pFont->GetGlyphCount() == 4 : TextOf(fault).rfind("test.fnt:", 0) == 0)
-                << TextOf(fault);
+            EXPECT_TRUE(pFont ? pFont->GetGlyphCount() == 4 : fault.GetText().rfind("test.fnt:", 0) == 0)
+                << fault.GetText();
         }
     }
 }
@@ -244,7 +244,7 @@ TEST(BMFontReader, TakesTheShapesFromAlphaOrBrightness) {
         Fault fault;
         Ref<BitmapFont> const pFont =
             ReadFont(ToBytes(Replaced(TextFont, "alphaChnl=0", test.description)), fault, readPage);
-        ASSERT_TRUE(pFont) << TextOf(fault);
+        ASSERT_TRUE(pFont) << fault.GetText();
         Texture& texture = *pFont->GetGlyph(65)->m_pTexture;
         EXPECT_EQ(texture.GetFormat(), TextureFormat::Alpha8);
         EXPECT_EQ(texture.GetPixelData().GetBuffer().GetSize(), 64u * 32);
@@ -258,7 +258,7 @@ TEST(BMFontReader, ReadsAPictureOfSeveralPagesOnce) {
     Fault fault;
     Ref<BitmapFont> const pFont =
         ReadFont(ToBytes(Replaced(TextFont, "second.png", "first.png")), fault, readPage);
-    ASSERT_TRUE(pFont) << TextOf(fault);
+    ASSERT_TRUE(pFont) << fault.GetText();
     EXPECT_EQ(nReads, 1);
     EXPECT_EQ(pFont->GetGlyph(65)->m_pTexture.Get(), pFont->GetGlyph(103)->m_pTexture.Get());
 }
@@ -272,31 +272,31 @@ TEST(BMFontReader, FindsPagesBesideTheDescription) {
     std::string const path = folder.Path("test.fnt");
     Fault fault;
     EXPECT_FALSE(ReadBMFont(path, registry, fault));
-    EXPECT_EQ(TextOf(fault),
+    EXPECT_EQ(fault.GetText(),
               path + ":4: " + folder.Path("second.png") + ": cannot be opened: No such file or directory");
 
     folder.Write("second.png", RgbPng(63, 32, Bytes(63 * 32 * 3)));
     EXPECT_FALSE(ReadBMFont(path, registry, fault));
-    EXPECT_EQ(TextOf(fault),
+    EXPECT_EQ(fault.GetText(),
               path + ":4: second.png has 63 x 32 pixels; the font says its pages have 64 x 32");
 
     folder.Write("second.png", PagePng("second.png"));
     Ref<BitmapFont> const pFont = ReadBMFont(path, registry, fault);
-    ASSERT_TRUE(pFont) << TextOf(fault);
+    ASSERT_TRUE(pFont) << fault.GetText();
     EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_TEST_ASSETS "/font/data/font.txt", Describe(*pFont)));
 
     EXPECT_FALSE(ReadBMFont(folder.Path("none.fnt"), registry, fault));
-    EXPECT_EQ(TextOf(fault), folder.Path("none.fnt") + ": cannot be opened: No such file or directory");
+    EXPECT_EQ(fault.GetText(), folder.Path("none.fnt") + ": cannot be opened: No such file or directory");
 }
 
 TEST(BMFontReader, NeedsTheClassesOfABackEnd) {
     Fault fault;
     ClassRegistry registry;
     EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, fault));
-    EXPECT_NE(TextOf(fault).find("no class \"Font\""), std::string::npos);
+    EXPECT_NE(fault.GetText().find("no class \"Font\""), std::string::npos);
     registry.AddClassContainer(new ClassContainerT<test::TestFont>(HashName("Font")));
     EXPECT_FALSE(ReadBMFont(Span(ToBytes(TextFont)), "test.fnt", ReadPage, registry, fault));
-    EXPECT_NE(TextOf(fault).find("no class \"Texture\""), std::string::npos);
+    EXPECT_NE(fault.GetText().find("no class \"Texture\""), std::string::npos);
 }
 
 } // namespace

@@ -216,7 +216,7 @@ TEST(FontFile, MeasuresAreThoseOfTheSizeAndUnderlinesLieOnWholePixels) {
     Bytes const spaced = WithTable("hhea", 8, {410 / 256, 410 % 256}); // 410 of 2048 units: 6.4 pixels
     Ref<BitmapFont> const pSpaced =
         ReadBitmapFont(Span(spaced), "x", OptionsFor({'A'}), FontRegistry(), fault);
-    ASSERT_TRUE(pSpaced) << TextOf(fault);
+    ASSERT_TRUE(pSpaced) << fault.GetText();
     EXPECT_EQ(pSpaced->GetLeading(), 6);
 }
 
@@ -225,7 +225,7 @@ TEST(BitmapFontFile, ReadsFontsOfPicturesAtTheirOwnSize) {
     Fault fault;
     Ref<BitmapFont> const pFont =
         ReadBitmapFont(Span(file), "x.bdf", OptionsFor({'A', 'B'}, 8), FontRegistry(), fault);
-    ASSERT_TRUE(pFont) << TextOf(fault);
+    ASSERT_TRUE(pFont) << fault.GetText();
     ASSERT_EQ(pFont->GetGlyphCount(), 1u);
     Glyph const& glyph = *pFont->GetGlyphAt(0);
     EXPECT_EQ(glyph.m_nAdvance, 5);
@@ -304,11 +304,11 @@ TEST(FontFile, BecomesWhatTheOptionsSay) {
         Fault bitmap, polygonal;
         if (readers != "polygonal") {
             Ref<BitmapFont> const pFont = ReadBitmapFont(bytes, "x", options, *pRegistry, bitmap);
-            EXPECT_EQ(pFont ? DescribePages(*pFont) : TextOf(bitmap), test.expected) << test.text;
+            EXPECT_EQ(pFont ? DescribePages(*pFont) : bitmap.GetText(), test.expected) << test.text;
         }
         if (readers != "bitmap") {
             EXPECT_FALSE(ReadPolygonalFont(bytes, "x", options, *pRegistry, polygonal));
-            EXPECT_EQ(TextOf(polygonal), test.expected) << test.text;
+            EXPECT_EQ(polygonal.GetText(), test.expected) << test.text;
         }
     }
 }
@@ -322,8 +322,8 @@ TEST(FontFile, RefusesFilesThatCannotBeReadOrAreTooLarge) {
         Fault bitmap, polygonal;
         EXPECT_FALSE(ReadBitmapFont(path, OptionsFor({'A'}), FontRegistry(), bitmap));
         EXPECT_FALSE(ReadPolygonalFont(path, OptionsFor({'A'}), FontRegistry(), polygonal));
-        EXPECT_TRUE(IsMessage(TextOf(bitmap), path + ": *"));
-        EXPECT_EQ(TextOf(bitmap), TextOf(polygonal));
+        EXPECT_TRUE(IsMessage(bitmap.GetText(), path + ": *"));
+        EXPECT_EQ(bitmap.GetText(), polygonal.GetText());
     }
 }
 
@@ -347,7 +347,7 @@ TEST(FindFontFile, TakesTheFileOfAFamilyAndStyleAndNoOther) {
         bool const fFound = FindFontFile(test.family, test.style, path, nFace, fault);
         std::string const file =
             std::filesystem::path(path).filename().string() + " " + std::to_string(nFace);
-        EXPECT_TRUE(IsMessage(fFound ? file : TextOf(fault), test.expected));
+        EXPECT_TRUE(IsMessage(fFound ? file : fault.GetText(), test.expected));
         EXPECT_TRUE(fFound || file == "before 7");
     }
 }

@@ -80,13 +80,13 @@ inline FontOptions OptionsFor(std::vector<std::uint32_t> codePoints, int nPixels
 inline Ref<BitmapFont> ReadSans(FontOptions const& options) {
     Fault fault;
     Ref<BitmapFont> const pFont = ReadBitmapFont(SansPath, options, FontRegistry(), fault);
-    EXPECT_TRUE(pFont) << TextOf(fault);
+    EXPECT_TRUE(pFont) << fault.GetText();
     return pFont;
 }
 inline Ref<PolygonalFont> ReadSansOutlines(FontOptions const& options) {
     Fault fault;
     Ref<PolygonalFont> const pFont = ReadPolygonalFont(SansPath, options, FontRegistry(), fault);
-    EXPECT_TRUE(pFont) << TextOf(fault);
+    EXPECT_TRUE(pFont) << fault.GetText();
     return pFont;
 }
 

@@ -114,7 +114,7 @@ std::string ToText(Bands const& bands) {
 
 void ExpectFault(Loaded const& loaded, std::string const& fault) {
     EXPECT_FALSE(loaded.fLoaded);
-    EXPECT_TRUE(IsMessage(TextOf(loaded.fault), "button.9.png: " + fault));
+    EXPECT_TRUE(IsMessage(loaded.fault.GetText(), "button.9.png: " + fault));
     EXPECT_TRUE(IsUntouched(loaded.image));
     EXPECT_EQ(ToText(loaded.info.x), " 77+88");
 }
@@ -124,7 +124,7 @@ void ExpectLoads(Loaded const& loaded, std::string const& expected) {
     if (expected.rfind("x ", 0) != 0) {
         return ExpectFault(loaded, expected);
     }
-    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
+    ASSERT_TRUE(loaded.fLoaded) << loaded.fault.GetText();
     NinePatchInfo const& info = loaded.info;
     EXPECT_EQ("x" + ToText(info.x) + ", y" + ToText(info.y) + ", margins " + std::to_string(info.left) + " " +
                   std::to_string(info.top) + " " + std::to_string(info.right) + " " +
@@ -150,7 +150,7 @@ TEST(NinePatchSource, NeedsRoomForAPictureAndUsesTenBands) {
     Bytes smallest(9 * 4, 0);
     smallest[1 * 4 + 3] = smallest[3 * 4 + 3] = 255;
     Loaded const loaded = Load(RgbaPng(3, 3, smallest));
-    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
+    ASSERT_TRUE(loaded.fLoaded) << loaded.fault.GetText();
     EXPECT_EQ(loaded.image.width, 1);
     EXPECT_EQ(ToText(loaded.info.x), " 0+1");
 
@@ -174,10 +174,10 @@ TEST(NinePatchSource, BecomesWhatTheOptionsSayWithoutItsBorder) {
     options.mipLevels = true;
     options.flipRows = true;
     Loaded const loaded = Load(SourcePng(Plain), options);
-    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
+    ASSERT_TRUE(loaded.fLoaded) << loaded.fault.GetText();
     ImageData expected;
     Fault fault;
-    ASSERT_TRUE(BuildImage({Width, Height, Inner()}, true, options, "", expected, fault)) << TextOf(fault);
+    ASSERT_TRUE(BuildImage({Width, Height, Inner()}, true, options, "", expected, fault)) << fault.GetText();
     EXPECT_EQ(loaded.image.pixels, expected.pixels);
     EXPECT_EQ(loaded.image.levels, expected.levels);
     EXPECT_EQ(loaded.image.allocatedWidth, 16);
@@ -198,7 +198,7 @@ TEST(NinePatchSource, MayHaveNoAlpha) {
         std::fill_n(pixels.begin() + std::ptrdiff_t(n * 3), 3, std::uint8_t(0));
     }
     Loaded const loaded = Load(RgbPng(3, 3, pixels));
-    ASSERT_TRUE(loaded.fLoaded) << TextOf(loaded.fault);
+    ASSERT_TRUE(loaded.fLoaded) << loaded.fault.GetText();
     EXPECT_EQ(loaded.image.format, TextureFormat::RGB888);
     EXPECT_EQ(loaded.image.pixels, (Bytes{0, 0, 0}));
 }
@@ -241,10 +241,10 @@ TEST(NinePatchImage, FailsAsPngFilesDo) {
     ImageData image;
     NinePatchInfo info;
     Fault fault;
-    EXPECT_TRUE(LoadNinePatch(folder.Path("a.9.png"), {}, image, info, fault)) << TextOf(fault);
+    EXPECT_TRUE(LoadNinePatch(folder.Path("a.9.png"), {}, image, info, fault)) << fault.GetText();
     EXPECT_EQ(ToText(info.x), " 2+3");
     EXPECT_FALSE(LoadNinePatch(folder.Path("b.9.png"), {}, image, info, fault));
-    EXPECT_EQ(TextOf(fault), folder.Path("b.9.png") + ": cannot be opened: No such file or directory");
+    EXPECT_EQ(fault.GetText(), folder.Path("b.9.png") + ": cannot be opened: No such file or directory");
 }
 
 } // namespace

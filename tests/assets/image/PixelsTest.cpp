@@ -142,7 +142,7 @@ TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
     image.levels.push_back({2, 1, 16, 8});
     image.pixels.resize(24, 77);
     Fault fault;
-    ASSERT_TRUE(GenerateMipLevels(image, "x", fault)) << TextOf(fault);
+    ASSERT_TRUE(GenerateMipLevels(image, "x", fault)) << fault.GetText();
     std::vector<MipLevel> const expected = {{4, 1, 0, 16}, {2, 1, 16, 8}, {1, 1, 24, 4}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(UnpackLevel(image, 0).bytes, GradientRgba(4, 1));
@@ -154,7 +154,7 @@ TEST(MipLevels, GeneratingReplacesEarlierLevelsAndKeepsTheFirst) {
 ImageData Encode(ImageData const& image) {
     ImageData encoded;
     Fault fault;
-    EXPECT_TRUE(EncodeEtc1(image, false, "picture", encoded, fault)) << TextOf(fault);
+    EXPECT_TRUE(EncodeEtc1(image, false, "picture", encoded, fault)) << fault.GetText();
     return encoded;
 }
 
@@ -221,7 +221,7 @@ TEST(Etc1, RefusesWhatItCannotEncode) {
         ImageData out = Untouched();
         Fault fault;
         EXPECT_FALSE(EncodeEtc1(test.image, test.fMipLevels, "p", out, fault));
-        EXPECT_TRUE(IsMessage(TextOf(fault), test.expected));
+        EXPECT_TRUE(IsMessage(fault.GetText(), test.expected));
         EXPECT_TRUE(IsUntouched(out));
     }
 }

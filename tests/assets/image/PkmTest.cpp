@@ -38,7 +38,7 @@ std::string ErrorOf(Bytes const& file, ByteSpan alpha = {}, ImageOptions const& 
     Fault fault;
     EXPECT_FALSE(LoadPkm(Span(file), alpha, "x.pkm", options, image, fault));
     EXPECT_TRUE(IsUntouched(image));
-    return TextOf(fault);
+    return fault.GetText();
 }
 
 TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
@@ -68,7 +68,7 @@ TEST(Pkm, AnAlphaFileBesideMakesEtc1WithAlpha) {
         expected.pixels = test.pixels;
         ImageData image;
         Fault fault;
-        EXPECT_TRUE(LoadPkm(folder.Path(test.name), {}, image, fault)) << TextOf(fault);
+        EXPECT_TRUE(LoadPkm(folder.Path(test.name), {}, image, fault)) << fault.GetText();
         EXPECT_EQ(Describe(image), Describe(expected));
     }
 }
@@ -82,7 +82,7 @@ TEST(Pkm, AnAlphaFileThatDoesNotFitIsAnErrorThatNamesIt) {
         Fault fault;
         EXPECT_FALSE(LoadPkm(folder.Path("a.pkm"), {}, image, fault));
         EXPECT_TRUE(IsUntouched(image));
-        std::string const text = TextOf(fault);
+        std::string const text = fault.GetText();
         std::string const start = folder.Path("a.alpha.pkm");
         return text.rfind(start, 0) == 0 ? text.substr(start.size()) : text;
     };
@@ -157,7 +157,7 @@ TEST(Pkm, OptionsThatNeedOtherBlocksAreRefused) {
     Bytes const whole = PkmFile(8, 4, 7, 4);
     ImageData image;
     Fault fault;
-    ASSERT_TRUE(LoadPkm(Span(whole), {}, "x.pkm", padded, image, fault)) << TextOf(fault);
+    ASSERT_TRUE(LoadPkm(Span(whole), {}, "x.pkm", padded, image, fault)) << fault.GetText();
     std::vector<MipLevel> const expected = {{8, 4, 0, 16}, {4, 2, 16, 8}, {2, 1, 24, 8}, {1, 1, 32, 8}};
     EXPECT_EQ(image.levels, expected);
     EXPECT_EQ(Bytes(image.pixels.begin(), image.pixels.begin() + 16), Blocks(whole));
@@ -167,7 +167,7 @@ ImageData Encoded(bool fAlpha) {
     ImageData image = RgbaImage(6, 5, GradientRgba(6, 5));
     image.format = fAlpha ? TextureFormat::RGBA8888 : TextureFormat::RGBX8888;
     Fault fault;
-    EXPECT_TRUE(EncodeEtc1(image, false, "x", image, fault)) << TextOf(fault);
+    EXPECT_TRUE(EncodeEtc1(image, false, "x", image, fault)) << fault.GetText();
     return image;
 }
 
@@ -178,8 +178,8 @@ TEST(Pkm, WhatIsWrittenReadsBack) {
         std::string const path = folder.Path(fAlpha ? "with.pkm" : "without.pkm");
         ImageData image;
         Fault fault;
-        EXPECT_TRUE(SavePkm(path, written, fault)) << TextOf(fault);
-        EXPECT_TRUE(LoadPkm(path, {}, image, fault)) << TextOf(fault);
+        EXPECT_TRUE(SavePkm(path, written, fault)) << fault.GetText();
+        EXPECT_TRUE(LoadPkm(path, {}, image, fault)) << fault.GetText();
         EXPECT_EQ(Describe(image), Describe(written));
     }
     EXPECT_EQ(folder.List(), (Names{"with.alpha.pkm", "with.pkm", "without.pkm"}));
@@ -212,7 +212,7 @@ TEST(Pkm, RefusesToWriteWhatAReaderWouldNotGetBack) {
     for (auto const& test : cases) {
         Fault fault;
         EXPECT_FALSE(SavePkm(folder.Path(test.name), test.image, fault));
-        EXPECT_EQ(TextOf(fault), test.expected);
+        EXPECT_EQ(fault.GetText(), test.expected);
     }
     EXPECT_EQ(folder.List(), (Names{"taken.alpha.pkm"}));
 }

@@ -124,13 +124,13 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
         if (LoadImage(folder.Path(test.name), test.options, image, fault)) {
             EXPECT_EQ(std::to_string(image.format), test.expected);
         } else {
-            EXPECT_TRUE(IsMessage(TextOf(fault), folder.Path(test.name) + test.expected));
+            EXPECT_TRUE(IsMessage(fault.GetText(), folder.Path(test.name) + test.expected));
             EXPECT_TRUE(IsUntouched(image));
         }
     }
     ImageData image;
     Fault fault;
-    ASSERT_TRUE(LoadPng(folder.Path("png.pkm"), {}, image, fault)) << TextOf(fault);
+    ASSERT_TRUE(LoadPng(folder.Path("png.pkm"), {}, image, fault)) << fault.GetText();
     EXPECT_EQ(image.pixels, GradientRgba(3, 2));
 }
 
@@ -144,12 +144,12 @@ TEST(PngWriter, WhatIsWrittenReplacesAFileAndReadsBackWithAndWithoutAlpha) {
                     rgba.begin() + 4 * 3 * 3); // 4 x 3 pixels of three bytes: rows need no padding
     ImageData image;
     Fault fault;
-    ASSERT_TRUE(SavePng(folder.Path("a.png"), {rgba.data(), 5, 3, 4, 0}, fault)) << TextOf(fault);
-    ASSERT_TRUE(LoadPng(folder.Path("a.png"), {}, image, fault)) << TextOf(fault);
+    ASSERT_TRUE(SavePng(folder.Path("a.png"), {rgba.data(), 5, 3, 4, 0}, fault)) << fault.GetText();
+    ASSERT_TRUE(LoadPng(folder.Path("a.png"), {}, image, fault)) << fault.GetText();
     EXPECT_EQ(image.format, TextureFormat::RGBA8888);
     EXPECT_EQ(image.pixels, rgba);
-    ASSERT_TRUE(SavePng(folder.Path("b.png"), {rgb.data(), 4, 3, 3, 0}, fault)) << TextOf(fault);
-    ASSERT_TRUE(LoadPng(folder.Path("b.png"), {}, image, fault)) << TextOf(fault);
+    ASSERT_TRUE(SavePng(folder.Path("b.png"), {rgb.data(), 4, 3, 3, 0}, fault)) << fault.GetText();
+    ASSERT_TRUE(LoadPng(folder.Path("b.png"), {}, image, fault)) << fault.GetText();
     EXPECT_EQ(image.format, TextureFormat::RGB888);
     EXPECT_EQ(image.pixels, rgb);
     EXPECT_EQ(folder.List(), (Names{"a.png", "b.png"}));
@@ -159,7 +159,7 @@ TEST(PngWriter, SkipsTheBytesBetweenRows) {
     Bytes const rows = {1, 2, 3, 4, 99, 99, 5, 6, 7, 8};
     Bytes file;
     Fault fault;
-    ASSERT_TRUE(EncodePng({rows.data(), 1, 2, 4, 6}, "x.png", file, fault)) << TextOf(fault);
+    ASSERT_TRUE(EncodePng({rows.data(), 1, 2, 4, 6}, "x.png", file, fault)) << fault.GetText();
     EXPECT_EQ(LoadGood(file).pixels, (Bytes{1, 2, 3, 4, 5, 6, 7, 8}));
 }
 
@@ -184,7 +184,7 @@ TEST(PngWriter, AFailureNamesThePathAndKeepsWhatWasThere) {
         SCOPED_TRACE(test.expected);
         Fault fault;
         EXPECT_FALSE(SavePng(folder.Path(test.name), test.picture, fault));
-        EXPECT_EQ(TextOf(fault), folder.Path(test.name) + test.expected);
+        EXPECT_EQ(fault.GetText(), folder.Path(test.name) + test.expected);
         EXPECT_EQ(folder.Read("a.png"), (Bytes{1, 2, 3}));
         EXPECT_EQ(folder.List(), (Names{"a.png", "taken.png"}));
     }

@@ -38,7 +38,7 @@ Bytes PngOf(int nChannels, int width, int height, Bytes const& pixels) {
     Bytes file;
     Fault fault;
     EXPECT_TRUE(EncodePng({pixels.data(), width, height, nChannels, 0}, "x.png", file, fault))
-        << TextOf(fault);
+        << fault.GetText();
     return file;
 }
 
@@ -75,7 +75,7 @@ bool IsUntouched(ImageData const& image) {
 ImageData LoadGood(Bytes const& file, ImageOptions const& options) {
     ImageData image;
     Fault fault;
-    EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, fault)) << TextOf(fault);
+    EXPECT_TRUE(LoadPng(Span(file), "x.png", options, image, fault)) << fault.GetText();
     return image;
 }
 
@@ -101,7 +101,7 @@ std::string ErrorOfPng(Bytes const& file, ImageOptions const& options) {
     Fault fault;
     EXPECT_FALSE(LoadPng(Span(file), "x.png", options, image, fault));
     EXPECT_TRUE(IsUntouched(image));
-    return TextOf(fault);
+    return fault.GetText();
 }
 
 } // namespace trevik::kelvo::assets::testing

@@ -18,7 +18,7 @@ bool Parse(std::string const& text, JsonValue& root, Fault& fault, JsonLimits co
 JsonSource ParseSource(std::string const& text) {
     JsonSource source{"f.json", JsonValue()};
     Fault fault;
-    EXPECT_TRUE(Parse(text, source.root, fault)) << TextOf(fault);
+    EXPECT_TRUE(Parse(text, source.root, fault)) << fault.GetText();
     return source;
 }
 
@@ -45,7 +45,7 @@ TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
         JsonValue root(JsonValue::Kind::Bool);
         Fault fault;
         EXPECT_FALSE(Parse(test.text, root, fault)) << test.text;
-        EXPECT_TRUE(testing::IsMessage(TextOf(fault), "f.json:" + test.expected));
+        EXPECT_TRUE(testing::IsMessage(fault.GetText(), "f.json:" + test.expected));
         EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
     }
 }
@@ -56,12 +56,12 @@ TEST(JsonDocument, KeepsToTheLimits) {
     limits.nValues = 5;
     JsonValue root;
     Fault fault;
-    EXPECT_TRUE(Parse("[[[1]]]", root, fault, limits)) << TextOf(fault);
+    EXPECT_TRUE(Parse("[[[1]]]", root, fault, limits)) << fault.GetText();
     EXPECT_FALSE(Parse("[[\n[[]]]]", root, fault, limits));
-    EXPECT_EQ(TextOf(fault), "f.json:2: arrays and objects are nested deeper than 3 levels");
-    EXPECT_TRUE(Parse("[1,2,3,4]", root, fault, limits)) << TextOf(fault);
+    EXPECT_EQ(fault.GetText(), "f.json:2: arrays and objects are nested deeper than 3 levels");
+    EXPECT_TRUE(Parse("[1,2,3,4]", root, fault, limits)) << fault.GetText();
     EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, fault, limits));
-    EXPECT_EQ(TextOf(fault), "f.json:2: more than 5 values");
+    EXPECT_EQ(fault.GetText(), "f.json:2: more than 5 values");
 }
 
 /** The text of the fault that `read` throws. */
@@ -70,7 +70,7 @@ std::string FaultOf(Function read) {
     try {
         read();
     } catch (Fault const& fault) {
-        return TextOf(fault);
+        return fault.GetText();
     }
     return "no fault";
 }

@@ -123,7 +123,7 @@ TEST(SceneFormat, SnippetsCanBeRead) {
             EXPECT_TRUE(ReadScene(CompleteSnippet(snippet),
                                   fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/", scene,
                                   fault))
-                << TextOf(fault);
+                << fault.GetText();
             ++nSnippets;
             fInside = false;
         } else if (fInside) {

@@ -26,7 +26,7 @@ TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
         std::filesystem::path file = Folder + name;
         if (file.extension() == ".json") {
             Fault fault;
-            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, fault)) << name << TextOf(fault);
+            ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, fault)) << name << fault.GetText();
             EXPECT_TRUE(IsGolden(file.replace_extension(".txt").string(), DescribeScene(scene)));
         }
     }
@@ -103,9 +103,9 @@ TEST(SceneReader, ReadsTheShowcase) {
     Scene scene;
     Fault fault;
     ASSERT_TRUE(assets::ReadScene(KELVO_EXAMPLES "/showcase/scene.json", registry, scene, fault))
-        << TextOf(fault);
+        << fault.GetText();
     EXPECT_FALSE(assets::ReadScene(KELVO_EXAMPLES "/showcase/nothing.json", registry, scene, fault));
-    EXPECT_EQ(TextOf(fault),
+    EXPECT_EQ(fault.GetText(),
               KELVO_EXAMPLES "/showcase/nothing.json: cannot be opened: No such file or directory");
     EXPECT_TRUE(scene.GetRoot()) << "a failed read took the scene away";
 }

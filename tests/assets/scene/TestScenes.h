@@ -98,7 +98,7 @@ inline std::string ErrorOf(std::string const& text, std::string const& folder = 
     Fault fault;
     EXPECT_FALSE(ReadScene(text, folder, scene, fault)) << text;
     EXPECT_FALSE(scene.GetRoot()) << "the scene was touched";
-    std::string const message = TextOf(fault);
+    std::string const message = fault.GetText();
     EXPECT_EQ(message.rfind("scene.json:", 0), 0u) << message;
     return message.substr(message.find(':') + 1);
 }
