@@ -6,7 +6,7 @@
 // writes NAME.calls and NAME.faults anew: what changed in them is for a person to judge.
 
 #include "GraphicsDeviceGL2.h"
-#include "NodeGroups.h"
+#include "calls/NodeGroups.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "kelvo_test/GoldenText.h"

@@ -1,7 +1,7 @@
 // Pixels of a device become rows of a picture: surfaces of 16 bits of colour, which few desktop drivers have,
 // are read with four bytes a pixel, others with three.
 
-#include "FramePixels.h"
+#include "pictures/FramePixels.h"
 
 #include "kelvo_test/TestNodes.h"
 

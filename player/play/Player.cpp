@@ -1,0 +1,376 @@
+#include "play/Player.h"
+
+#include "command/Interrupt.h"
+#include "command/Processes.h"
+#include "pictures/Comparison.h"
+#include "pictures/ContactSheet.h"
+#include "pictures/Pictures.h"
+#include "pictures/VideoFile.h"
+#include "pictures/WebpFile.h"
+#include "play/AlphaTestGroup.h"
+#include "play/HeldTraces.h"
+#include "play/SceneFile.h"
+#include "report/Report.h"
+#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/GaussianBlurEffect.h"
+#include "trevik/kelvo/Timeline.h"
+
+#include <kelvo_desktop/Display.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <cstdio>
+#include <cstring>
+#include <iterator>
+#include <memory>
+
+namespace kelvokit::player {
+
+using trevik::Debug;
+using trevik::RectangleT;
+using trevik::Ref;
+using trevik::ScopeCounter;
+using trevik::SizeT;
+using trevik::String16;
+using trevik::String8;
+using trevik::TraceLevel;
+using trevik::Vector2T;
+using trevik::kelvo::Effect;
+using trevik::kelvo::Fault;
+using trevik::kelvo::GaussianBlurEffect;
+using trevik::kelvo::GraphicsDevice;
+using trevik::kelvo::SceneSettings;
+using trevik::kelvo::SelectionPoint;
+using trevik::kelvo::Timeline;
+using trevik::kelvo::WindowT;
+
+namespace {
+
+/** Why there is no display to draw with, behind a colon; empty when there is one. */
+std::string GetDisplayProblem() {
+    std::string const display = desktop::DescribeDisplay();
+    std::string const none = "none: ";
+    return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
+}
+
+std::string ToUtf8(String16 const& text) {
+    String8 const utf8(text);
+    return std::string(utf8.GetData(), utf8.GetLength());
+}
+
+/** Adds the blurs of timelines, the node or those below it. */
+void FindBlurs(Node& node, std::vector<Effect const*>& blurs) {
+    if (node.IsKindOf(Timeline::ClassID)) {
+        trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
+        std::copy_if(effects.begin(), effects.end(), std::back_inserter(blurs),
+                     [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); });
+    }
+    for (Node* const pChild : node.GetChildren()) {
+        FindBlurs(*pChild, blurs);
+    }
+}
+
+} // namespace
+
+int Player::Complain(int nExitCode, std::string const& what) {
+    if (m_progress) {
+        m_progress->Clear();
+    }
+    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
+    return nExitCode;
+}
+
+void Player::Tell(std::string const& what) {
+    if (m_options.fVerbose) {
+        Complain(ExitSuccess, what);
+    }
+}
+
+int Player::Complain(int nExitCode, Fault const& fault) {
+    return Complain(nExitCode, fault.GetText());
+}
+
+int Player::Run() {
+    NoteInterrupts();
+    Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
+    Fault fault;
+    if (!m_backend.Load(m_options.backend, fault)) {
+        return Complain(ExitDevice, fault);
+    }
+    RegisterAlphaTestGroup(m_backend);
+    if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault)) {
+        return Complain(nExitCode, fault);
+    }
+    SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
+    if (!ShotFits(size)) {
+        return Complain(ExitUsage, "--shot: the rectangle reaches out of the surface of " +
+                                       std::to_string(size.width) + "x" + std::to_string(size.height) +
+                                       " pixels");
+    }
+    if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), fault)) {
+        return Complain(ExitBadFile, fault);
+    }
+    SceneSettings& settings = m_scene.GetSettings();
+    settings.m_size = size;
+    settings.m_format = m_options.format.value_or(settings.m_format);
+    FrameRange const frames = GetFrames();
+    Tell(m_options.scene + ": frames " + std::to_string(frames.nFirst) + ".." + std::to_string(frames.nLast) +
+         ", " + std::to_string(size.width) + "x" + std::to_string(size.height) + " pixels, " +
+         GetFormatName(settings.m_format));
+    if (!m_options.save.empty()) {
+        Tell(m_options.save + ": written");
+    }
+    bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
+                           !m_options.fStats && !m_options.pick && !m_pCalls;
+    return fOnlySave ? ExitSuccess : Play();
+}
+
+/** What the frames' pictures go to; null where none are asked for. */
+std::unique_ptr<FrameSink> Player::MakePictures() {
+    if (!m_options.compare.empty()) {
+        return std::make_unique<Comparison>(m_options.compare, m_options.nTolerance,
+                                            [this](std::string const& line) { Complain(ExitBadFile, line); });
+    }
+    if (m_options.out.empty()) {
+        return nullptr;
+    }
+    float const rFrameRate = static_cast<float>(m_scene.GetSettings().m_rFrameRate);
+    if (m_options.video) {
+        return std::make_unique<VideoFile>(m_options.out, *m_options.video, rFrameRate);
+    }
+    if (IsWebpPath(m_options.out)) {
+        return std::make_unique<WebpFile>(m_options.out, m_options.webp, rFrameRate);
+    }
+    if (m_options.nSheetColumns > 0) {
+        FrameRange const frames = GetFrames();
+        return std::make_unique<ContactSheet>(m_options.out, m_options.nSheetColumns,
+                                              frames.nLast - frames.nFirst + 1);
+    }
+    return std::make_unique<Pictures>(m_options.out);
+}
+
+int Player::Play() {
+    Fault fault;
+    m_pPictures = MakePictures();
+    if (m_pPictures && !m_pPictures->Prepare(fault)) {
+        return ComplainOfOutput(fault, "");
+    }
+    return m_options.nJobs > 1 ? PlayInProcesses() : PlayOnDevice();
+}
+
+int Player::PlayInProcesses() {
+    FrameRange const frames = GetFrames();
+    long long const nFrames = frames.nLast - frames.nFirst + 1ll;
+    int const nProcesses = static_cast<int>(std::min<long long>(m_options.nJobs, nFrames));
+    int const nExitCode = RunInProcesses(nProcesses, [&](int nNumber) {
+        m_part = {frames.nFirst + static_cast<int>(nFrames * nNumber / nProcesses),
+                  frames.nFirst + static_cast<int>(nFrames * (nNumber + 1) / nProcesses) - 1};
+        return PlayOnDevice();
+    });
+    if (nExitCode < 0) {
+        return Complain(ExitDevice, std::string("--jobs: no further process: ") + std::strerror(errno));
+    }
+    if (int const nSignal = GetInterrupt()) {
+        return Complain(ExitSignal + nSignal, "interrupted");
+    }
+    return nExitCode > ExitSignal ? Complain(nExitCode, "--jobs: a process was ended by signal " +
+                                                            std::to_string(nExitCode - ExitSignal))
+                                  : nExitCode;
+}
+
+int Player::PlayOnDevice() {
+    SizeT<int> const size = m_scene.GetSettings().m_size;
+    Ref<Window> const pWindow(new Window(size.width, size.height));
+    if (m_pCalls) {
+        m_pCalls->Prepare(size);
+    }
+    std::unique_ptr<GraphicsDevice> const pDevice = m_backend.CreateDevice();
+    int const nExitCode =
+        pDevice && StartDevice(*pDevice, *pWindow)
+            ? PlayOn(*pDevice, *pWindow)
+            : Complain(ExitDevice, "no graphics device can be had for a surface of " +
+                                       std::to_string(size.width) + "x" + std::to_string(size.height) +
+                                       " pixels, " + GetFormatName(m_scene.GetSettings().m_format) +
+                                       GetDisplayProblem());
+    m_scene.SetRoot(nullptr); // what it has on the device goes before the device does
+    return nExitCode;
+}
+
+bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
+    ScopeCounter::SetProfiling(m_options.fStats);
+    SceneSettings const& settings = m_scene.GetSettings();
+    HeldTraces traces;
+    bool const fStarted =
+        device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format, settings.m_size);
+    traces.Release(!fStarted || m_options.fVerbose);
+    return fStarted;
+}
+
+int Player::PlayOn(GraphicsDevice& device, Window& window) {
+    if (m_options.fVerbose && !m_pCalls) { // the recording driver has no name
+        Tell("drawn with " + GetRenderer());
+    }
+    if (m_options.fStats && !m_options.fStatsJson) {
+        PrintDriver();
+    }
+    device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
+    FindBlurs(*m_scene.GetRoot(), m_blurs);
+    if ((m_options.fPost || !m_blurs.empty()) && !m_backend.InitializeTargetBuffers(device)) {
+        return Complain(ExitDevice,
+                        std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
+                            " needs frame targets, which the device cannot make");
+    }
+    Fault fault;
+    if (!m_scene.PromoteTextures(fault)) {
+        return Complain(ExitDevice, fault);
+    }
+    FrameRange const frames = GetFrames();
+    unsigned int const nFrames = static_cast<unsigned int>(frames.nLast - frames.nFirst) + 1;
+    // Up to the first frame nothing is drawn, but time passes in the same steps.
+    for (int nFrame = std::min(m_scene.GetSettings().m_nFirstFrame, frames.nFirst);
+         nFrame < frames.nFirst && GetInterrupt() == 0; ++nFrame) {
+        m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+    }
+    m_progress.emplace(nFrames, !m_options.fQuiet && !m_part);
+    for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
+        if (int const nSignal = GetInterrupt()) {
+            // Of several processes the first one says so.
+            return m_part
+                       ? ExitSignal + nSignal
+                       : Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
+        }
+        if (int const nExitCode = PlayFrame(nFrame, device, window)) {
+            return nExitCode;
+        }
+        m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
+    }
+    m_progress->Clear();
+    bool const fFinished =
+        (!m_pPictures || m_pPictures->Finish(fault)) && (!m_pCalls || m_pCalls->Finish(fault));
+    if (m_options.pick) {
+        PrintPicked(device);
+    }
+    if (m_options.fStats) {
+        (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_nPictures);
+    }
+    return fFinished ? ExitSuccess : Complain(ExitBadFile, fault);
+}
+
+int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
+    bool const fWanted = m_pPictures && m_pPictures->Wants(nFrame == GetFrames().nLast);
+    bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
+    RectangleT<int> const area = GetShot();
+    FramePixels pixels;
+    if (m_pCalls) {
+        return NoteFrame(nFrame, device);
+    }
+    DrawFrame(nFrame, device);
+    if (HasFailedBlur()) {
+        return Complain(ExitDevice,
+                        "frame " + std::to_string(nFrame) +
+                            ": the scene's GaussianBlurEffect needs targets of half the surface's "
+                            "size, which the device cannot make");
+    }
+    // What a window shows may be gone from the device once it is shown.
+    if (fWanted && !pixels.Read(device, area)) {
+        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " cannot be read from the device");
+    }
+    window.SetCapture(fWanted && fAlpha);
+    unsigned long const nBefore = window.frameCount;
+    device.Present();
+    device.Process();
+    ScopeCounter::MarkFrame();
+    if (window.frameCount == nBefore) {
+        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
+    }
+    if (!fWanted) {
+        return ExitSuccess;
+    }
+    if (fAlpha) {
+        pixels.AddAlpha(window.LastFrame(), area);
+    }
+    if (m_options.rScale < 1) {
+        pixels.Shrink(m_options.rScale);
+    }
+    Fault fault;
+    if (!m_pPictures->Write(nFrame, pixels, fault)) {
+        return ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
+    }
+    ++m_nPictures;
+    Tell("frame " + std::to_string(nFrame) + (m_options.compare.empty() ? ": written" : ": compared"));
+    return ExitSuccess;
+}
+
+/** A frame of which the calls are wanted, and no picture. */
+int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
+    m_pCalls->BeginFrame(nFrame);
+    DrawFrame(nFrame, device);
+    device.Present();
+    device.Process();
+    Fault fault;
+    return m_pCalls->EndFrame(fault) ? ExitSuccess
+                                     : ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
+}
+
+/** Explains why output has ended: because of a signal that has come, or of the fault. */
+int Player::ComplainOfOutput(Fault const& fault, std::string const& when) {
+    int const nSignal = GetInterrupt();
+    return nSignal == 0 || m_part ? Complain(ExitBadFile, fault)
+                                  : Complain(ExitSignal + nSignal, "interrupted" + when);
+}
+
+/** Everything up to where the frame could be shown. */
+void Player::DrawFrame(int nFrame, GraphicsDevice& device) {
+    m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+    if (m_options.fPost) {
+        m_backend.BeginPostProcess(device);
+    }
+    m_scene.DrawFrame(device);
+    if (m_options.fPost) {
+        m_backend.EndPostProcess(device);
+    }
+}
+
+void Player::PrintPicked(GraphicsDevice& device) {
+    Vector2T<int> const point = *m_options.pick;
+    // The middle of the pixel.
+    Vector2T<trevik::RealFloat> const middle(static_cast<trevik::RealFloat>(point.x) + 0.5f,
+                                             static_cast<trevik::RealFloat>(point.y) + 0.5f);
+    trevik::List<SelectionPoint> const picked = m_scene.Pick(device, middle);
+    if (picked.IsEmpty()) {
+        std::printf("nothing at %d,%d\n", point.x, point.y);
+    }
+    for (SelectionPoint const& hit : picked) {
+        // The path begins with the root, which has no name.
+        std::string const path = ToUtf8(hit.m_pNode->GetPath());
+        std::printf("%s (%s) at %.3f, %.3f of its size, distance %g\n",
+                    path.c_str() + (path.compare(0, 2, "//") == 0 ? 1 : 0),
+                    ToUtf8(hit.m_pNode->GetClassName()).c_str(), static_cast<double>(hit.m_position.x),
+                    static_cast<double>(hit.m_position.y), static_cast<double>(hit.m_distance));
+    }
+}
+
+/** Whether a blur has been left out of a frame that has been drawn, for want of what it draws with. */
+bool Player::HasFailedBlur() const {
+    return std::any_of(m_blurs.begin(), m_blurs.end(),
+                       [](Effect const* pBlur) { return pBlur->HasFailed(); });
+}
+
+/** Whether the rectangle that is asked for lies within a surface. */
+bool Player::ShotFits(SizeT<int> const& size) const {
+    return !m_options.shot || (m_options.shot->right <= size.width && m_options.shot->bottom <= size.height);
+}
+
+/** What of a frame becomes a picture. */
+RectangleT<int> Player::GetShot() const {
+    SizeT<int> const size = m_scene.GetSettings().m_size;
+    return m_options.shot.value_or(RectangleT<int>(0, 0, size.width, size.height));
+}
+
+FrameRange Player::GetFrames() const {
+    SceneSettings const& settings = m_scene.GetSettings();
+    return m_part ? *m_part
+                  : m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
+}
+
+} // namespace kelvokit::player

@@ -1,0 +1,67 @@
+#pragma once
+
+#include "calls/FrameCalls.h"
+#include "command/Options.h"
+#include "command/Progress.h"
+#include "kelvo_host/Scene.h"
+#include "pictures/FrameSink.h"
+#include "play/Backend.h"
+#include "trevik/kelvo/Effect.h"
+#include "trevik/kelvo/Window.h"
+
+#include <kelvo_desktop/OffscreenWindow.h>
+#include <system/window.h>
+
+#include <memory>
+#include <optional>
+#include <string>
+#include <vector>
+
+namespace kelvokit::player {
+
+using Window = desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
+
+/** Plays a scene as the command line asks. */
+class Player {
+public:
+    /** @param pCalls what the frames' calls go to; null where frames are drawn. */
+    explicit Player(Options const& options, FrameCalls* pCalls = nullptr)
+        : m_options(options), m_pCalls(pCalls) {}
+
+    /** Returns the exit code; anything but success has been explained on stderr. */
+    int Run();
+
+private:
+    std::unique_ptr<FrameSink> MakePictures();
+    int Play();
+    int PlayOnDevice();
+    int PlayInProcesses();
+    int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
+    int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
+    int NoteFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
+    void DrawFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
+    bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
+    void PrintPicked(trevik::kelvo::GraphicsDevice& device);
+    /** Explains a failure and returns its exit code. */
+    int Complain(int nExitCode, std::string const& what);
+    int Complain(int nExitCode, trevik::kelvo::Fault const& fault);
+    int ComplainOfOutput(trevik::kelvo::Fault const& fault, std::string const& when);
+    /** Says on stderr what has been done, where that is asked for. */
+    void Tell(std::string const& what);
+    FrameRange GetFrames() const;
+    trevik::RectangleT<int> GetShot() const;
+    bool ShotFits(trevik::SizeT<int> const& size) const;
+    bool HasFailedBlur() const;
+
+    Options const& m_options;
+    FrameCalls* const m_pCalls;
+    Backend m_backend;
+    trevik::kelvo::Scene m_scene;
+    std::unique_ptr<FrameSink> m_pPictures; ///< null for none
+    unsigned int m_nPictures = 0;           ///< written so far
+    std::optional<FrameRange> m_part;       ///< of the frames, in a process that shares them with others
+    std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
+    std::optional<Progress> m_progress;                ///< while frames are played
+};
+
+} // namespace kelvokit::player

@@ -1,0 +1,49 @@
+#include "play/SceneFile.h"
+
+#include "command/Interrupt.h"
+#include "command/Paths.h"
+#include "command/StandardInput.h"
+#include "scene/SceneReader.h"
+
+#include <cstdint>
+#include <vector>
+
+namespace kelvokit::player {
+
+using trevik::kelvo::Fault;
+using trevik::kelvo::Scene;
+using namespace trevik::kelvo::assets;
+
+namespace {
+
+int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault) {
+    std::vector<std::uint8_t> text;
+    if (ReadStandardInput(text, fault) && ReadSceneText({text.data(), text.size()}, "standard input", "",
+                                                        backend.GetRegistry(), scene, fault)) {
+        return ExitSuccess;
+    }
+    if (int const nSignal = GetInterrupt()) {
+        // The text may end early because the program that prints it was interrupted, too.
+        fault = Fault(std::string(), "interrupted");
+        return ExitSignal + nSignal;
+    }
+    return ExitBadFile;
+}
+
+} // namespace
+
+int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault& fault) {
+    if (path == "-") {
+        return LoadStandardInput(backend, scene, fault);
+    }
+    if (HasEnding(path, ".kelvo")) {
+        return scene.LoadFromFile(path.c_str(), backend.GetRegistry(), fault) ? ExitSuccess : ExitBadFile;
+    }
+    if (HasEnding(path, ".json")) {
+        return ReadScene(path, backend.GetRegistry(), scene, fault) ? ExitSuccess : ExitBadFile;
+    }
+    fault = Fault(path, "a scene's name ends in .json or .kelvo");
+    return ExitUsage;
+}
+
+} // namespace kelvokit::player

@@ -1,0 +1,18 @@
+#pragma once
+
+#include "command/Options.h"
+#include "kelvo_host/Scene.h"
+#include "play/Backend.h"
+
+#include <string>
+
+namespace kelvokit::player {
+
+/**
+ * Reads the scene at `path`: a .json or .kelvo file, or "-" for JSON from standard input. Returns
+ * ExitSuccess, or with one line in `fault` the exit code and the scene as it was.
+ */
+int LoadSceneFile(std::string const& path, Backend& backend, trevik::kelvo::Scene& scene,
+                  trevik::kelvo::Fault& fault);
+
+} // namespace kelvokit::player
