@@ -1,5 +1,6 @@
 #include "file/FileBytes.h"
 
+#include "file/FileNotes.h"
 #include "kelvo_host/FileReplacement.h"
 
 #include <fcntl.h>
@@ -55,6 +56,7 @@ bool ReadAll(int descriptor, std::vector<std::uint8_t>& bytes, std::string const
 } // namespace
 
 bool ReadFile(std::string const& path, std::size_t maxBytes, std::vector<std::uint8_t>& out, Fault& fault) {
+    FileNotes::Note(path);
     // Opening a pipe would wait for a writer; what is not a regular file is told by the next step.
     FileDescriptor descriptor(open(path.c_str(), O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     struct stat status = {};
@@ -82,6 +84,7 @@ bool ReadFile(std::string const& path, std::size_t maxBytes, std::vector<std::ui
 }
 
 bool FileExists(std::string const& path) {
+    FileNotes::Note(path);
     struct stat status = {};
     return lstat(path.c_str(), &status) == 0;
 }

@@ -1,9 +1,11 @@
 #include "scene/SceneReader.h"
 
 #include "file/FileBytes.h"
+#include "file/FileNotes.h"
 #include "scene/JsonCursor.h"
 #include "scene/SceneFonts.h"
 #include "scene/SceneNodes.h"
+#include "scene/SceneOrigins.h"
 #include "scene/SceneProperty.h"
 #include "scene/SceneTextures.h"
 #include "trevik/kelvo/Deserializer.h"
@@ -107,7 +109,7 @@ bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry
 
 /** Reads, builds, saves and loads the scene. */
 bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-               Scene& scene, Fault& fault) {
+               Scene& scene, Fault& fault, SceneNotes* pNotes) {
     try {
         JsonSource source{name, JsonValue()};
         if (!ParseJson(text, name, JsonLimits(), source.root, fault)) {
@@ -115,7 +117,13 @@ bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder
         }
         Scene built;
         BuildScene(JsonCursor(source), folder, registry, built);
-        return Reload(built, name, registry, scene, fault);
+        if (!Reload(built, name, registry, scene, fault)) {
+            return false;
+        }
+        if (pNotes) {
+            NoteOrigins(JsonCursor(source), *scene.GetRoot(), *pNotes);
+        }
+        return true;
     } catch (Fault const& thrown) {
         fault = thrown;
         return false;
@@ -130,25 +138,49 @@ std::string OneLine(std::string text) {
     return text;
 }
 
-} // namespace
-
-bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault) {
-    std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumSceneBytes, bytes, fault)) {
-        return false;
+/** Reads the text and leaves the notes of it, but for the files. */
+bool ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+                Scene& scene, Fault& fault, SceneNotes* pNotes) {
+    if (pNotes) {
+        pNotes->SetSource(name);
     }
-    std::string const folder = path.substr(0, path.rfind('/') + 1);
-    return ReadSceneText({bytes.data(), bytes.size()}, path, folder, registry, scene, fault);
-}
-
-bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                   Scene& scene, Fault& fault) {
-    if (ReadWhole(text, name, folder, registry, scene, fault)) {
+    if (ReadWhole(text, name, folder, registry, scene, fault, pNotes)) {
         return true;
     }
     // Names from the file may contain anything; a message is one line.
     fault = Fault(OneLine(fault.GetWhere()), OneLine(fault.GetWhat()), OneLine(fault.GetWhy()));
     return false;
+}
+
+/** Has `read` fill new notes, which become `*pNotes` where there are some. */
+template <class Read>
+bool ReadWithFiles(SceneNotes* pNotes, Read read) {
+    if (!pNotes) {
+        return read();
+    }
+    *pNotes = SceneNotes();
+    FileNotes const files;
+    bool const fRead = read();
+    pNotes->SetFiles(files.GetPaths());
+    return fRead;
+}
+
+} // namespace
+
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault,
+               SceneNotes* pNotes) {
+    return ReadWithFiles(pNotes, [&] {
+        std::vector<std::uint8_t> bytes;
+        std::string const folder = path.substr(0, path.rfind('/') + 1);
+        return ReadFile(path, MaximumSceneBytes, bytes, fault) &&
+               ReadNoting({bytes.data(), bytes.size()}, path, folder, registry, scene, fault, pNotes);
+    });
+}
+
+bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+                   Scene& scene, Fault& fault, SceneNotes* pNotes) {
+    return ReadWithFiles(pNotes,
+                         [&] { return ReadNoting(text, name, folder, registry, scene, fault, pNotes); });
 }
 
 } // namespace trevik::kelvo::assets

@@ -2,6 +2,7 @@
 
 #include "image/Image.h"
 #include "kelvo_host/Scene.h"
+#include "scene/SceneNotes.h"
 #include "trevik/ClassRegistry.h"
 
 #include <cstddef>
@@ -16,12 +17,14 @@ constexpr std::size_t MaximumSceneBytes = std::size_t(64) << 20;
  * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are
  * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
  * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `fault` that
- * says where and what, when anything in the file does not fit.
+ * says where and what, when anything in the file does not fit. `pNotes`, where it is given, becomes what
+ * there is to tell beside the scene.
  */
-bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault);
+bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault,
+               SceneNotes* pNotes = nullptr);
 
 /** The same from memory. `name` stands for the path in messages; `folder` is empty or ends in "/". */
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                   Scene& scene, Fault& fault);
+                   Scene& scene, Fault& fault, SceneNotes* pNotes = nullptr);
 
 } // namespace trevik::kelvo::assets

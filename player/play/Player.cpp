@@ -11,6 +11,7 @@
 #include "play/HeldTraces.h"
 #include "play/SceneFile.h"
 #include "report/Report.h"
+#include "scene/NodeDescription.h"
 #include "trevik/ScopeCounter.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"
@@ -31,8 +32,6 @@ using trevik::RectangleT;
 using trevik::Ref;
 using trevik::ScopeCounter;
 using trevik::SizeT;
-using trevik::String16;
-using trevik::String8;
 using trevik::TraceLevel;
 using trevik::Vector2T;
 using trevik::kelvo::Effect;
@@ -51,11 +50,6 @@ std::string GetDisplayProblem() {
     std::string const display = desktop::DescribeDisplay();
     std::string const none = "none: ";
     return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
-}
-
-std::string ToUtf8(String16 const& text) {
-    String8 const utf8(text);
-    return std::string(utf8.GetData(), utf8.GetLength());
 }
 
 /** Adds the blurs of timelines, the node or those below it. */
@@ -98,7 +92,7 @@ int Player::Run() {
         return Complain(ExitDevice, fault);
     }
     RegisterAlphaTestGroup(m_backend);
-    if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault)) {
+    if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault, m_notes)) {
         return Complain(nExitCode, fault);
     }
     SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
@@ -341,12 +335,10 @@ void Player::PrintPicked(GraphicsDevice& device) {
         std::printf("nothing at %d,%d\n", point.x, point.y);
     }
     for (SelectionPoint const& hit : picked) {
-        // The path begins with the root, which has no name.
-        std::string const path = ToUtf8(hit.m_pNode->GetPath());
-        std::printf("%s (%s) at %.3f, %.3f of its size, distance %g\n",
-                    path.c_str() + (path.compare(0, 2, "//") == 0 ? 1 : 0),
-                    ToUtf8(hit.m_pNode->GetClassName()).c_str(), static_cast<double>(hit.m_position.x),
-                    static_cast<double>(hit.m_position.y), static_cast<double>(hit.m_distance));
+        std::printf("%s at %.3f, %.3f of its size, distance %g\n",
+                    trevik::kelvo::assets::DescribeNode(*hit.m_pNode, m_notes).c_str(),
+                    static_cast<double>(hit.m_position.x), static_cast<double>(hit.m_position.y),
+                    static_cast<double>(hit.m_distance));
     }
 }
 

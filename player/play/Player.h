@@ -6,6 +6,7 @@
 #include "kelvo_host/Scene.h"
 #include "pictures/FrameSink.h"
 #include "play/Backend.h"
+#include "scene/SceneNotes.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Window.h"
 
@@ -57,9 +58,10 @@ private:
     FrameCalls* const m_pCalls;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
-    std::unique_ptr<FrameSink> m_pPictures; ///< null for none
-    unsigned int m_nPictures = 0;           ///< written so far
-    std::optional<FrameRange> m_part;       ///< of the frames, in a process that shares them with others
+    trevik::kelvo::assets::SceneNotes m_notes; ///< of the scene
+    std::unique_ptr<FrameSink> m_pPictures;    ///< null for none
+    unsigned int m_nPictures = 0;              ///< written so far
+    std::optional<FrameRange> m_part;          ///< of the frames, in a process that shares them with others
     std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
     std::optional<Progress> m_progress;                ///< while frames are played
 };

@@ -16,10 +16,10 @@ using namespace trevik::kelvo::assets;
 
 namespace {
 
-int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault) {
+int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
     std::vector<std::uint8_t> text;
     if (ReadStandardInput(text, fault) && ReadSceneText({text.data(), text.size()}, "standard input", "",
-                                                        backend.GetRegistry(), scene, fault)) {
+                                                        backend.GetRegistry(), scene, fault, &notes)) {
         return ExitSuccess;
     }
     if (int const nSignal = GetInterrupt()) {
@@ -32,15 +32,17 @@ int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault) {
 
 } // namespace
 
-int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault& fault) {
+int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
     if (path == "-") {
-        return LoadStandardInput(backend, scene, fault);
+        return LoadStandardInput(backend, scene, fault, notes);
     }
     if (HasEnding(path, ".kelvo")) {
+        notes = SceneNotes();
+        notes.SetFiles({path});
         return scene.LoadFromFile(path.c_str(), backend.GetRegistry(), fault) ? ExitSuccess : ExitBadFile;
     }
     if (HasEnding(path, ".json")) {
-        return ReadScene(path, backend.GetRegistry(), scene, fault) ? ExitSuccess : ExitBadFile;
+        return ReadScene(path, backend.GetRegistry(), scene, fault, &notes) ? ExitSuccess : ExitBadFile;
     }
     fault = Fault(path, "a scene's name ends in .json or .kelvo");
     return ExitUsage;

@@ -564,12 +564,13 @@ TEST_F(PlayerTest, NamesTheNodesAtAPoint) {
     // The middle of the pixel, from the upper left: 2.5 of 5 units to the right and 2.5 up.
     EXPECT_TRUE(std::regex_match(
         pick("0", "12,7"),
-        std::regex("/group/#0 \\(SpriteGL2\\) at 0\\.500, 0\\.500 of its size, distance [0-9.]+\n")))
+        std::regex("Sprite  .*/pick\\.json:4 at 0\\.500, 0\\.500 of its size, distance [0-9.]+\n")))
         << pick("0", "12,7");
     EXPECT_EQ(pick("0", "12,12"), "nothing at 12,12\n");
     // On the next frame it lies over the other; what is drawn last comes first.
     EXPECT_TRUE(std::regex_match(
-        pick("1", "32,7"), std::regex("/group/#0 .* 0\\.500, 0\\.500 .*\n/below .* 0\\.500, 0\\.250 .*\n")))
+        pick("1", "32,7"),
+        std::regex(".*json:4 at 0\\.500, 0\\.500 .*\nSprite \"below\"  .*json:2 at 0\\.500, 0\\.250 .*\n")))
         << pick("1", "32,7");
 }
 

@@ -6,6 +6,7 @@
 #include "TestScenes.h"
 #include "kelvo_test/GoldenText.h"
 #include "kelvo_test/TestFiles.h"
+#include "scene/NodeDescription.h"
 
 #include <gtest/gtest.h>
 
@@ -95,6 +96,72 @@ TEST(SceneReader, KeepsToItsLimits) {
     for (TextCase const& test : cases) {
         EXPECT_TRUE(IsMessage(ErrorOf(test.text), test.expected));
     }
+}
+
+/** Lines for a node and all below it: what it is, and the way to where it comes from. */
+void DescribeOrigins(SceneNotes const& notes, Node& node, std::string& lines) {
+    SceneOrigin const* const pOrigin = notes.Find(node);
+    lines += DescribeNode(node, notes) +
+             (pOrigin ? " " + pOrigin->className + " at '" + pOrigin->way + "'" : "") + "\n";
+    if (auto* const pTimeline = dynamic_cast<Timeline*>(&node)) {
+        for (Effect* const pEffect : pTimeline->GetEffects()) {
+            lines += "effect " + notes.Find(*pEffect)->className + " " + notes.Find(*pEffect)->way + "\n";
+        }
+        if (pTimeline->GetCamera()) {
+            DescribeOrigins(notes, *pTimeline->GetCamera(), lines);
+        }
+    } else if (auto* const pText = dynamic_cast<Text*>(&node)) {
+        if (pText->GetBackground()) {
+            DescribeOrigins(notes, *pText->GetBackground(), lines);
+        }
+    }
+    for (Node* const pChild : node.GetChildren()) {
+        DescribeOrigins(notes, *pChild, lines);
+    }
+}
+
+TEST(SceneReader, NotesWhereNodesComeFromAndWhatFilesWereRead) {
+    std::string const text = R"({"textures": {"a": "plain.png", "b": "plain.png"}, "camera": {"name": "eye"},
+        "fonts": {"title": {"file": "title.fnt"}}, "nodes": [
+        {"class": "Timeline", "camera": {"class": "Camera"},
+         "effects": [{"class": "GaussianBlurEffect"}, {"class": "GaussianBlurEffect"}], "children": [
+            {"class": "TransformNode", "name": "two\nlines"},
+
+            {"class": "Text", "font": "title", "name": "t",
+             "background": {"class": "NinePatchSprite", "texture": "a", "children": [{"class": "Camera"}]}}]},
+        {"class": "Sprite"}]})";
+    ClassRegistry registry;
+    RegisterBackend(registry);
+    Scene scene;
+    Fault fault;
+    SceneNotes notes;
+    ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
+    ASSERT_TRUE(ReadSceneText(bytes, "scene.json", Folder, registry, scene, fault, &notes))
+        << fault.GetText();
+    std::string lines;
+    DescribeOrigins(notes, *scene.GetRoot(), lines);
+    EXPECT_EQ(lines, R"(Timeline  scene.json:1 Timeline at ''
+Camera "eye"  scene.json:1 Camera at '/camera'
+Timeline  scene.json:3 Timeline at '/nodes/0'
+effect GaussianBlurEffect /nodes/0/effects/0
+effect GaussianBlurEffect /nodes/0/effects/1
+Camera  scene.json:3 Camera at '/nodes/0/camera'
+TransformNode "two?lines"  scene.json:5 TransformNode at '/nodes/0/children/0'
+Text "t"  scene.json:7 Text at '/nodes/0/children/1'
+NinePatchSprite  scene.json:8 NinePatchSprite at '/nodes/0/children/1/background'
+Camera  scene.json:8 Camera at '/nodes/0/children/1/background/children/0'
+Sprite  scene.json:9 Sprite at '/nodes/1'
+)");
+    EXPECT_EQ(notes.GetFiles(),
+              (std::vector<std::string>{Folder + "plain.png", Folder + "title.fnt", Folder + "page.png"}));
+    std::string plain;
+    DescribeOrigins(SceneNotes(), *scene.GetRoot()->GetChild(0)->GetChild(0), plain);
+    EXPECT_EQ(plain, "TransformNode  /#0/two?lines\n");
+    // What cannot be read is waited for all the same.
+    std::string const wrong = R"({"textures": {"a": "none.png"}, "nodes": []})";
+    EXPECT_FALSE(ReadSceneText({reinterpret_cast<std::uint8_t const*>(wrong.data()), wrong.size()},
+                               "scene.json", "nowhere/", registry, scene, fault, &notes));
+    EXPECT_EQ(notes.GetFiles(), (std::vector<std::string>{"nowhere/none.png"}));
 }
 
 TEST(SceneReader, ReadsTheShowcase) {

@@ -1,0 +1,45 @@
+#include "scene/NodeDescription.h"
+
+#include "scene/SceneNodes.h"
+
+#include <algorithm>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+/** Names may contain anything. */
+std::string ToLine(StringEncoded<UTF16Encoding> const& text) {
+    String8 const utf8(text);
+    std::string line(utf8.GetData(), utf8.GetLength());
+    std::replace_if(
+        line.begin(), line.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
+    return line;
+}
+
+} // namespace
+
+std::string GetSceneClassName(Node const& node) {
+    for (std::string const& name : GetNodeClassNames()) {
+        if (HashName(name.data(), name.size()) == node.GetFactoryClassID()) {
+            return name;
+        }
+    }
+    return ToLine(node.GetClassName()); // of an application's own
+}
+
+std::string DescribeNode(Node const& node) {
+    std::string const name = ToLine(node.GetName());
+    return GetSceneClassName(node) + (name.empty() ? "" : " \"" + name + "\"");
+}
+
+std::string DescribeNode(Node const& node, SceneNotes const& notes) {
+    if (SceneOrigin const* const pOrigin = notes.Find(node)) {
+        return DescribeNode(node) + "  " + notes.GetSource() + ":" + std::to_string(pOrigin->nLine);
+    }
+    // The path begins with the root, which has no name.
+    std::string const path = ToLine(node.GetPath());
+    return GetSceneClassName(node) + "  " + (path.compare(0, 2, "//") == 0 ? path.substr(1) : path);
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,44 @@
+#pragma once
+
+#include "trevik/Referenced.h"
+
+#include <string>
+#include <unordered_map>
+#include <utility>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+/** Where a scene file describes a node, a camera, a text's background or an effect, and as what. */
+struct SceneOrigin {
+    std::string className; ///< as the file writes it
+    std::string name;      ///< empty for none
+    unsigned int nLine;    ///< that the description begins on
+    std::string way;       ///< to it in the file, such as "/nodes/3/children/0"; empty for the root
+};
+
+/** What the reading of a scene file tells beside the scene. It belongs to that scene and knows its nodes. */
+class SceneNotes {
+public:
+    /** The name of the scene file in messages; empty where the scene is not from a text. */
+    std::string const& GetSource() const { return m_sSource; }
+    void SetSource(std::string const& sSource) { m_sSource = sSource; }
+
+    /**
+     * The paths of all files that were read or could not be: the scene's own, textures, fonts and their
+     * pages; each once. Also those of a scene that could not be read.
+     */
+    std::vector<std::string> const& GetFiles() const { return m_files; }
+    void SetFiles(std::vector<std::string> files) { m_files = std::move(files); }
+
+    /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
+    SceneOrigin const* Find(Referenced const& object) const;
+    void AddOrigin(Referenced const& object, SceneOrigin origin);
+
+private:
+    std::string m_sSource;
+    std::vector<std::string> m_files;
+    std::unordered_map<Referenced const*, SceneOrigin> m_origins;
+};
+
+} // namespace trevik::kelvo::assets
