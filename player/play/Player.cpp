@@ -8,21 +8,15 @@
 #include "pictures/VideoFile.h"
 #include "pictures/WebpFile.h"
 #include "play/AlphaTestGroup.h"
-#include "play/HeldTraces.h"
 #include "play/SceneFile.h"
 #include "report/Report.h"
 #include "scene/NodeDescription.h"
 #include "trevik/ScopeCounter.h"
-#include "trevik/kelvo/GaussianBlurEffect.h"
-#include "trevik/kelvo/Timeline.h"
-
-#include <kelvo_desktop/Display.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
 #include <cstring>
-#include <iterator>
 #include <memory>
 
 namespace kelvokit::player {
@@ -34,37 +28,10 @@ using trevik::ScopeCounter;
 using trevik::SizeT;
 using trevik::TraceLevel;
 using trevik::Vector2T;
-using trevik::kelvo::Effect;
 using trevik::kelvo::Fault;
-using trevik::kelvo::GaussianBlurEffect;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::SelectionPoint;
-using trevik::kelvo::Timeline;
-using trevik::kelvo::WindowT;
-
-namespace {
-
-/** Why there is no display to draw with, behind a colon; empty when there is one. */
-std::string GetDisplayProblem() {
-    std::string const display = desktop::DescribeDisplay();
-    std::string const none = "none: ";
-    return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
-}
-
-/** Adds the blurs of timelines, the node or those below it. */
-void FindBlurs(Node& node, std::vector<Effect const*>& blurs) {
-    if (node.IsKindOf(Timeline::ClassID)) {
-        trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
-        std::copy_if(effects.begin(), effects.end(), std::back_inserter(blurs),
-                     [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); });
-    }
-    for (Node* const pChild : node.GetChildren()) {
-        FindBlurs(*pChild, blurs);
-    }
-}
-
-} // namespace
 
 int Player::Complain(int nExitCode, std::string const& what) {
     if (m_progress) {
@@ -178,44 +145,24 @@ int Player::PlayOnDevice() {
     if (m_pCalls) {
         m_pCalls->Prepare(size);
     }
-    std::unique_ptr<GraphicsDevice> const pDevice = m_backend.CreateDevice();
-    int const nExitCode =
-        pDevice && StartDevice(*pDevice, *pWindow)
-            ? PlayOn(*pDevice, *pWindow)
-            : Complain(ExitDevice, "no graphics device can be had for a surface of " +
-                                       std::to_string(size.width) + "x" + std::to_string(size.height) +
-                                       " pixels, " + GetFormatName(m_scene.GetSettings().m_format) +
-                                       GetDisplayProblem());
+    Stage stage(m_backend, m_options);
+    Fault fault;
+    int const nExitCode = stage.Start(*pWindow, m_scene.GetSettings(), fault) ? PlayOn(stage, *pWindow)
+                                                                              : Complain(ExitDevice, fault);
     m_scene.SetRoot(nullptr); // what it has on the device goes before the device does
     return nExitCode;
 }
 
-bool Player::StartDevice(GraphicsDevice& device, Window& window) const {
-    ScopeCounter::SetProfiling(m_options.fStats);
-    SceneSettings const& settings = m_scene.GetSettings();
-    HeldTraces traces;
-    bool const fStarted =
-        device.Initialize(static_cast<WindowT<ANativeWindow>*>(&window), settings.m_format, settings.m_size);
-    traces.Release(!fStarted || m_options.fVerbose);
-    return fStarted;
-}
-
-int Player::PlayOn(GraphicsDevice& device, Window& window) {
+int Player::PlayOn(Stage& stage, Window& window) {
+    GraphicsDevice& device = stage.GetDevice();
     if (m_options.fVerbose && !m_pCalls) { // the recording driver has no name
         Tell("drawn with " + GetRenderer());
     }
     if (m_options.fStats && !m_options.fStatsJson) {
         PrintDriver();
     }
-    device.SetViewport(0, 0, m_scene.GetSettings().m_size.width, m_scene.GetSettings().m_size.height);
-    FindBlurs(*m_scene.GetRoot(), m_blurs);
-    if ((m_options.fPost || !m_blurs.empty()) && !m_backend.InitializeTargetBuffers(device)) {
-        return Complain(ExitDevice,
-                        std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
-                            " needs frame targets, which the device cannot make");
-    }
     Fault fault;
-    if (!m_scene.PromoteTextures(fault)) {
+    if (!stage.Prepare(m_scene, fault)) {
         return Complain(ExitDevice, fault);
     }
     FrameRange const frames = GetFrames();
@@ -233,7 +180,7 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
                        ? ExitSignal + nSignal
                        : Complain(ExitSignal + nSignal, "interrupted before frame " + std::to_string(nFrame));
         }
-        if (int const nExitCode = PlayFrame(nFrame, device, window)) {
+        if (int const nExitCode = PlayFrame(nFrame, stage, window)) {
             return nExitCode;
         }
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
@@ -250,20 +197,19 @@ int Player::PlayOn(GraphicsDevice& device, Window& window) {
     return fFinished ? ExitSuccess : Complain(ExitBadFile, fault);
 }
 
-int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
+int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
+    GraphicsDevice& device = stage.GetDevice();
     bool const fWanted = m_pPictures && m_pPictures->Wants(nFrame == GetFrames().nLast);
     bool const fAlpha = m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888;
     RectangleT<int> const area = GetShot();
     FramePixels pixels;
+    Fault fault;
     if (m_pCalls) {
-        return NoteFrame(nFrame, device);
+        return NoteFrame(nFrame, stage);
     }
-    DrawFrame(nFrame, device);
-    if (HasFailedBlur()) {
-        return Complain(ExitDevice,
-                        "frame " + std::to_string(nFrame) +
-                            ": the scene's GaussianBlurEffect needs targets of half the surface's "
-                            "size, which the device cannot make");
+    DrawFrame(nFrame, stage);
+    if (!stage.HasDrawn(nFrame, fault)) {
+        return Complain(ExitDevice, fault);
     }
     // What a window shows may be gone from the device once it is shown.
     if (fWanted && !pixels.Read(device, area)) {
@@ -286,7 +232,6 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
     if (m_options.rScale < 1) {
         pixels.Shrink(m_options.rScale);
     }
-    Fault fault;
     if (!m_pPictures->Write(nFrame, pixels, fault)) {
         return ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
     }
@@ -296,11 +241,11 @@ int Player::PlayFrame(int nFrame, GraphicsDevice& device, Window& window) {
 }
 
 /** A frame of which the calls are wanted, and no picture. */
-int Player::NoteFrame(int nFrame, GraphicsDevice& device) {
+int Player::NoteFrame(int nFrame, Stage& stage) {
     m_pCalls->BeginFrame(nFrame);
-    DrawFrame(nFrame, device);
-    device.Present();
-    device.Process();
+    DrawFrame(nFrame, stage);
+    stage.GetDevice().Present();
+    stage.GetDevice().Process();
     Fault fault;
     return m_pCalls->EndFrame(fault) ? ExitSuccess
                                      : ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
@@ -314,15 +259,9 @@ int Player::ComplainOfOutput(Fault const& fault, std::string const& when) {
 }
 
 /** Everything up to where the frame could be shown. */
-void Player::DrawFrame(int nFrame, GraphicsDevice& device) {
-    m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
-    if (m_options.fPost) {
-        m_backend.BeginPostProcess(device);
-    }
-    m_scene.DrawFrame(device);
-    if (m_options.fPost) {
-        m_backend.EndPostProcess(device);
-    }
+void Player::DrawFrame(int nFrame, Stage& stage) {
+    m_scene.Update(stage.GetDevice(), static_cast<trevik::RealFloat>(nFrame));
+    stage.Draw(m_scene);
 }
 
 void Player::PrintPicked(GraphicsDevice& device) {
@@ -340,12 +279,6 @@ void Player::PrintPicked(GraphicsDevice& device) {
                     static_cast<double>(hit.m_position.x), static_cast<double>(hit.m_position.y),
                     static_cast<double>(hit.m_distance));
     }
-}
-
-/** Whether a blur has been left out of a frame that has been drawn, for want of what it draws with. */
-bool Player::HasFailedBlur() const {
-    return std::any_of(m_blurs.begin(), m_blurs.end(),
-                       [](Effect const* pBlur) { return pBlur->HasFailed(); });
 }
 
 /** Whether the rectangle that is asked for lies within a surface. */

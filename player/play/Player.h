@@ -6,21 +6,18 @@
 #include "kelvo_host/Scene.h"
 #include "pictures/FrameSink.h"
 #include "play/Backend.h"
+#include "play/Stage.h"
 #include "scene/SceneNotes.h"
-#include "trevik/kelvo/Effect.h"
-#include "trevik/kelvo/Window.h"
 
 #include <kelvo_desktop/OffscreenWindow.h>
-#include <system/window.h>
 
 #include <memory>
 #include <optional>
 #include <string>
-#include <vector>
 
 namespace kelvokit::player {
 
-using Window = desktop::OffscreenWindowT<trevik::kelvo::WindowT<ANativeWindow>>;
+using Window = desktop::OffscreenWindowT<NativeWindow>;
 
 /** Plays a scene as the command line asks. */
 class Player {
@@ -37,11 +34,10 @@ private:
     int Play();
     int PlayOnDevice();
     int PlayInProcesses();
-    int PlayOn(trevik::kelvo::GraphicsDevice& device, Window& window);
-    int PlayFrame(int nFrame, trevik::kelvo::GraphicsDevice& device, Window& window);
-    int NoteFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
-    void DrawFrame(int nFrame, trevik::kelvo::GraphicsDevice& device);
-    bool StartDevice(trevik::kelvo::GraphicsDevice& device, Window& window) const;
+    int PlayOn(Stage& stage, Window& window);
+    int PlayFrame(int nFrame, Stage& stage, Window& window);
+    int NoteFrame(int nFrame, Stage& stage);
+    void DrawFrame(int nFrame, Stage& stage);
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
     /** Explains a failure and returns its exit code. */
     int Complain(int nExitCode, std::string const& what);
@@ -52,7 +48,6 @@ private:
     FrameRange GetFrames() const;
     trevik::RectangleT<int> GetShot() const;
     bool ShotFits(trevik::SizeT<int> const& size) const;
-    bool HasFailedBlur() const;
 
     Options const& m_options;
     FrameCalls* const m_pCalls;
@@ -62,8 +57,7 @@ private:
     std::unique_ptr<FrameSink> m_pPictures;    ///< null for none
     unsigned int m_nPictures = 0;              ///< written so far
     std::optional<FrameRange> m_part;          ///< of the frames, in a process that shares them with others
-    std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
-    std::optional<Progress> m_progress;                ///< while frames are played
+    std::optional<Progress> m_progress;        ///< while frames are played
 };
 
 } // namespace kelvokit::player

@@ -1,0 +1,97 @@
+#include "play/Stage.h"
+
+#include "play/HeldTraces.h"
+#include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/GaussianBlurEffect.h"
+#include "trevik/kelvo/Timeline.h"
+
+#include <kelvo_desktop/Display.h>
+
+#include <algorithm>
+#include <iterator>
+
+namespace kelvokit::player {
+
+using trevik::ScopeCounter;
+using trevik::kelvo::Effect;
+using trevik::kelvo::Fault;
+using trevik::kelvo::GaussianBlurEffect;
+using trevik::kelvo::Node;
+using trevik::kelvo::Scene;
+using trevik::kelvo::SceneSettings;
+using trevik::kelvo::Timeline;
+
+namespace {
+
+/** Why there is no display to draw with, behind a colon; empty when there is one. */
+std::string GetDisplayProblem() {
+    std::string const display = desktop::DescribeDisplay();
+    std::string const none = "none: ";
+    return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
+}
+
+/** Adds the blurs of timelines, the node or those below it. */
+void FindBlurs(Node& node, std::vector<Effect const*>& blurs) {
+    if (node.IsKindOf(Timeline::ClassID)) {
+        trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
+        std::copy_if(effects.begin(), effects.end(), std::back_inserter(blurs),
+                     [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); });
+    }
+    for (Node* const pChild : node.GetChildren()) {
+        FindBlurs(*pChild, blurs);
+    }
+}
+
+bool Fail(Fault& fault, std::string const& what) {
+    fault = Fault(std::string(), what);
+    return false;
+}
+
+} // namespace
+
+bool Stage::Start(NativeWindow& window, SceneSettings const& settings, Fault& fault) {
+    ScopeCounter::SetProfiling(m_options.fStats);
+    m_pDevice = m_backend.CreateDevice();
+    HeldTraces traces;
+    bool const fStarted = m_pDevice && m_pDevice->Initialize(&window, settings.m_format, settings.m_size);
+    traces.Release(!fStarted || m_options.fVerbose);
+    return fStarted || Fail(fault, "no graphics device can be had for a surface of " +
+                                       std::to_string(settings.m_size.width) + "x" +
+                                       std::to_string(settings.m_size.height) + " pixels, " +
+                                       GetFormatName(settings.m_format) + GetDisplayProblem());
+}
+
+bool Stage::Prepare(Scene& scene, Fault& fault) {
+    trevik::SizeT<int> const size = m_pDevice->GetSize();
+    m_pDevice->SetViewport(0, 0, size.width, size.height);
+    m_blurs.clear();
+    FindBlurs(*scene.GetRoot(), m_blurs);
+    // Targets that are there serve the next scene, too: they are as large as the surface.
+    bool const fTargets = m_options.fPost || !m_blurs.empty();
+    if (fTargets && !m_fTargets && !m_backend.InitializeTargetBuffers(*m_pDevice)) {
+        return Fail(fault, std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
+                               " needs frame targets, which the device cannot make");
+    }
+    m_fTargets = m_fTargets || fTargets;
+    return scene.PromoteTextures(fault);
+}
+
+void Stage::Draw(Scene& scene) {
+    if (m_options.fPost) {
+        m_backend.BeginPostProcess(*m_pDevice);
+    }
+    scene.DrawFrame(*m_pDevice);
+    if (m_options.fPost) {
+        m_backend.EndPostProcess(*m_pDevice);
+    }
+}
+
+bool Stage::HasDrawn(int nFrame, Fault& fault) const {
+    bool const fFailed =
+        std::any_of(m_blurs.begin(), m_blurs.end(), [](Effect const* pBlur) { return pBlur->HasFailed(); });
+    return !fFailed || Fail(fault, "frame " + std::to_string(nFrame) +
+                                       ": the scene's GaussianBlurEffect needs targets of half the surface's "
+                                       "size, which the device cannot make");
+}
+
+} // namespace kelvokit::player
