@@ -9,10 +9,34 @@ namespace kelvokit::desktop {
 
 namespace {
 
+constexpr char const* LibraryName = "libEGL.so.1";
+// Local, so that the library's own egl* names never reach the programs that are to find this layer's.
+constexpr int LibraryMode = RTLD_NOW | RTLD_LOCAL;
+
+/**
+ * Whether the functions of `library` are those that programs find in place of the layer's. A tracer that is
+ * preloaded puts its own before the layer's and, by a dlopen of its own, in the driver's place, too. What the
+ * layer called there would come back to it for ever.
+ */
+bool StandsInFront(void* library) {
+    void* const front = dlsym(RTLD_DEFAULT, "eglInitialize");
+    return front != reinterpret_cast<void*>(&eglInitialize) && front == dlsym(library, "eglInitialize");
+}
+
+void* LoadLibrary() {
+    void* library = dlopen(LibraryName, LibraryMode);
+#ifdef LM_ID_BASE
+    if (library && StandsInFront(library)) {
+        // To the dynamic linker the same call, which tracers leave alone.
+        library = dlmopen(LM_ID_BASE, LibraryName, LibraryMode);
+    }
+#endif
+    return library;
+}
+
 EglDriver LoadDriver() {
     EglDriver driver;
-    // Local, so that the library's own egl* names never reach the programs that are to find this layer's.
-    void* library = dlopen("libEGL.so.1", RTLD_NOW | RTLD_LOCAL);
+    void* const library = LoadLibrary();
     if (!library) {
         static std::string const s_sFailure = dlerror();
         driver.failure = s_sFailure.c_str();
