@@ -99,6 +99,10 @@ void JsonCursor::Fail(Fault const& fault) const {
     throw fault.Within(GetPlace());
 }
 
+void JsonCursor::FailFinally(std::string const& what) const {
+    throw FinalFault(GetPlace(), what);
+}
+
 void JsonCursor::FailExpected(std::string const& what) const {
     Fail("expected " + what + ", found " + Describe(*m_pValue));
 }
@@ -163,6 +167,7 @@ void JsonCursor::ReadObject(char const* what) const {
 }
 
 void JsonCursor::CheckNames(std::vector<std::string> const& known) const {
+    std::optional<Fault> last;
     for (std::size_t n = 0; n < GetMemberCount(); ++n) {
         std::string const& name = GetMemberName(n);
         bool fKnown = name == "comment";
@@ -170,14 +175,26 @@ void JsonCursor::CheckNames(std::vector<std::string> const& known) const {
             fKnown = fKnown || other == name;
         }
         if (!fKnown) {
-            GetMember(n).FailUnknownName(name, "key", known);
+            if (last) {
+                m_pSource->faults.Add(*last);
+            }
+            last = GetMember(n).MakeUnknownName(name, "key", known);
         }
+    }
+    if (last) {
+        throw Fault(*last);
     }
 }
 
 void JsonCursor::FailUnknownName(std::string const& name, char const* what,
                                  std::vector<std::string> const& known) const {
-    Fail("unknown " + std::string(what) + " " + Quote(name) + DescribeKnownNames(name, known));
+    throw MakeUnknownName(name, what, known);
+}
+
+Fault JsonCursor::MakeUnknownName(std::string const& name, char const* what,
+                                  std::vector<std::string> const& known) const {
+    return Fault(GetPlace(),
+                 "unknown " + std::string(what) + " " + Quote(name) + DescribeKnownNames(name, known));
 }
 
 std::optional<JsonCursor> JsonCursor::Find(std::string const& name) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scene/JsonDocument.h"
+#include "scene/SceneFaults.h"
 
 #include <optional>
 #include <string>
@@ -8,10 +9,11 @@
 
 namespace trevik::kelvo::assets {
 
-/** A JSON document and the name that messages give it. */
+/** A JSON document, the name that messages give it, and what those who read it have found wrong. */
 struct JsonSource {
     std::string name;
     JsonValue root;
+    SceneFaults faults;
 };
 
 /**
@@ -20,7 +22,7 @@ struct JsonSource {
  */
 class JsonCursor {
 public:
-    explicit JsonCursor(JsonSource const& source) : JsonCursor(source, source.root) {}
+    explicit JsonCursor(JsonSource& source) : JsonCursor(source, source.root) {}
 
     JsonValue const& GetValue() const { return *m_pValue; }
     bool Is(JsonValue::Kind kind) const { return m_pValue->GetKind() == kind; }
@@ -29,8 +31,28 @@ public:
     [[noreturn]] void Fail(std::string const& what) const;
     /** Throws the fault of what is named here, such as a file. */
     [[noreturn]] void Fail(Fault const& fault) const;
+    /** Throws a FinalFault: one that all that follows would have, too. */
+    [[noreturn]] void FailFinally(std::string const& what) const;
     /** Throws "expected <what>, found <what stands here>". */
     [[noreturn]] void FailExpected(std::string const& what) const;
+
+    /**
+     * Calls `read`, which reads a part of the document. When it throws a Fault that is no FinalFault, that is
+     * noted for the document, so that what does not depend on this part can be read all the same; answers
+     * whether it did not.
+     */
+    template <class Read>
+    bool Attempt(Read read) const {
+        try {
+            read();
+            return true;
+        } catch (FinalFault const&) {
+            throw;
+        } catch (Fault const& fault) {
+            m_pSource->faults.Add(fault);
+            return false;
+        }
+    }
 
     bool ReadBool() const;
     /** A number that lies in a range. */
@@ -51,7 +73,7 @@ public:
 
     /** Throws unless this is an object. */
     void ReadObject(char const* what) const;
-    /** Throws at the first member whose name is not among the known ones; "comment" always is. */
+    /** Throws when members' names are not among the known ones; "comment" always is. */
     void CheckNames(std::vector<std::string> const& known) const;
     /** Throws for a name that has no meaning here, with the known one that is nearest to it. */
     [[noreturn]] void FailUnknownName(std::string const& name, char const* what,
@@ -64,12 +86,14 @@ public:
     JsonCursor Require(std::string const& name) const;
 
 private:
+    Fault MakeUnknownName(std::string const& name, char const* what,
+                          std::vector<std::string> const& known) const;
     /** "file:line: /path" */
     std::string GetPlace() const;
 
-    JsonCursor(JsonSource const& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
+    JsonCursor(JsonSource& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
 
-    JsonSource const* m_pSource;
+    JsonSource* m_pSource;
     JsonValue const* m_pValue;
 };
 

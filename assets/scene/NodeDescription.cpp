@@ -2,19 +2,13 @@
 
 #include "scene/SceneNodes.h"
 
-#include <algorithm>
-
 namespace trevik::kelvo::assets {
 
 namespace {
 
-/** Names may contain anything. */
 std::string ToLine(StringEncoded<UTF16Encoding> const& text) {
     String8 const utf8(text);
-    std::string line(utf8.GetData(), utf8.GetLength());
-    std::replace_if(
-        line.begin(), line.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
-    return line;
+    return ToOneLine(std::string(utf8.GetData(), utf8.GetLength()));
 }
 
 } // namespace

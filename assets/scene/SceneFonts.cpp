@@ -120,14 +120,15 @@ void SceneFonts::Read(JsonCursor const& place) {
     }
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         if (place.GetMemberName(n) != "comment") {
-            m_fonts.emplace(place.GetMemberName(n), ReadDescription(place.GetMember(n)));
+            JsonCursor const font = place.GetMember(n);
+            Description& description = m_fonts.emplace(place.GetMemberName(n), font).first->second;
+            description.fRead = place.Attempt([&] { ReadDescription(font, description); });
         }
     }
 }
 
-SceneFonts::Description SceneFonts::ReadDescription(JsonCursor const& place) {
+void SceneFonts::ReadDescription(JsonCursor const& place, Description& description) {
     place.ReadObject("a font: an object with \"file\" or \"family\"");
-    Description description(place);
     ReadFile(place, description);
     if (!description.fBMFont) {
         ReadFontOptions(place, description);
@@ -141,7 +142,6 @@ SceneFonts::Description SceneFonts::ReadDescription(JsonCursor const& place) {
     if (std::optional<JsonCursor> const images = place.Find("images")) {
         ReadImages(*images, description);
     }
-    return description;
 }
 
 /** Finds the file, and checks the keys that belong to its kind. */
@@ -211,8 +211,8 @@ void SceneFonts::AddRange(JsonCursor const& place, std::set<unsigned int>& chara
     }
     m_nRangeCharacters += nCount;
     if (m_nRangeCharacters > MaximumSceneCharacters) {
-        place.Fail("the scene's ranges have more than " + std::to_string(MaximumSceneCharacters) +
-                   " characters together");
+        place.FailFinally("the scene's ranges have more than " + std::to_string(MaximumSceneCharacters) +
+                          " characters together");
     }
     for (unsigned int nCharacter = range.nFirst; nCharacter <= range.nLast; ++nCharacter) {
         if (HasShape(nCharacter) && !CodePoint::IsSurrogate(static_cast<int>(nCharacter))) {
@@ -244,6 +244,9 @@ SceneFonts::Image SceneFonts::ReadImage(JsonCursor const& place, unsigned int nC
     glyph.m_nCodePoint = nCharacter;
     glyph.m_fImage = true;
     glyph.m_pTexture = m_textures.FindOrRead(name).pTexture;
+    if (!glyph.m_pTexture) {
+        return image;
+    }
     if (glyph.m_pTexture->GetFormat() == TextureFormat::ETC1_RGBA) {
         name.Fail("a texture in ETC1 with alpha cannot stand for a character: its alpha would not be drawn");
     }
@@ -266,6 +269,9 @@ SceneFonts::Image SceneFonts::ReadImage(JsonCursor const& place, unsigned int nC
 void SceneFonts::Use(JsonCursor const& place, Text& text) {
     std::string const& name = place.ReadText();
     auto const found = m_fonts.find(name);
+    if (found == m_fonts.end() && m_fUnknown) {
+        return;
+    }
     if (found == m_fonts.end()) {
         std::vector<std::string> names;
         for (auto const& font : m_fonts) {
@@ -280,7 +286,11 @@ void SceneFonts::Use(JsonCursor const& place, Text& text) {
 
 void SceneFonts::Make() {
     for (auto& [name, description] : m_fonts) {
-        Ref<Font> const pFont = MakeFont(description);
+        if (!description.fRead) {
+            continue;
+        }
+        Ref<Font> pFont;
+        description.place.Attempt([&, &made = description] { pFont = MakeFont(made); });
         for (Ref<Text> const& pText : description.texts) {
             pText->SetFont(pFont.Get());
         }
@@ -293,7 +303,7 @@ Ref<Font> SceneFonts::MakeFont(Description& description) {
     CountPages(description, *pFont);
     for (Image const& image : description.images) {
         if (!pFont->AddGlyph(image.glyph)) {
-            image.place.Fail("there is not enough memory");
+            image.place.FailFinally("there is not enough memory");
         }
     }
     pFont->GetUnderlineProperty().SetValue(description.options.underline);
@@ -318,8 +328,8 @@ void SceneFonts::CountCharacters(Description const& description) {
     }
     m_nCharacters += nCount;
     if (m_nCharacters > MaximumSceneCharacters) {
-        description.place.Fail("the scene's fonts have more than " + std::to_string(MaximumSceneCharacters) +
-                               " characters together");
+        description.place.FailFinally("the scene's fonts have more than " +
+                                      std::to_string(MaximumSceneCharacters) + " characters together");
     }
 }
 
@@ -353,8 +363,8 @@ void SceneFonts::CountPages(Description const& description, Font const& font) {
         }
     }
     if (m_nPageBytes > MaximumPageBytes) {
-        description.place.Fail("the glyphs of the scene's fonts take more than " +
-                               std::to_string(MaximumPageBytes >> 20) + " MiB");
+        description.place.FailFinally("the glyphs of the scene's fonts take more than " +
+                                      std::to_string(MaximumPageBytes >> 20) + " MiB");
     }
 }
 

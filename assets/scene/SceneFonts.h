@@ -29,14 +29,18 @@ public:
     SceneFonts(std::string const& folder, ClassRegistry const& registry, SceneTextures& textures)
         : m_folder(folder), m_registry(registry), m_textures(textures) {}
 
-    /** Takes the descriptions at `place`; of the files only what they are is looked at. Throws a Fault.
+    /**
+     * Takes the descriptions at `place`; of the files only what they are is looked at. Notes or throws what
+     * is wrong.
      */
     void Read(JsonCursor const& place);
+    /** What the names mean is not known, because what describes them could not be read: any may be right. */
+    void SetUnknown() { m_fUnknown = true; }
 
     /** Lets `text` be set in the font whose name stands at `place`. Throws a Fault when there is none. */
     void Use(JsonCursor const& place, Text& text);
 
-    /** Makes the fonts and gives them to their texts. Throws a Fault. */
+    /** Makes the fonts and gives them to their texts; notes or throws what is wrong. */
     void Make();
 
 private:
@@ -51,6 +55,7 @@ private:
         explicit Description(JsonCursor const& at) : place(at) {}
 
         JsonCursor place;
+        bool fRead = false; ///< else what is wrong has been told
         std::string path;
         bool fBMFont = false;
         bool fOutline = false;
@@ -62,7 +67,7 @@ private:
         std::vector<Ref<Text>> texts;
     };
 
-    Description ReadDescription(JsonCursor const& place);
+    void ReadDescription(JsonCursor const& place, Description& description);
     void ReadFile(JsonCursor const& place, Description& description) const;
     void ReadFontOptions(JsonCursor const& place, Description& description);
     void AddRange(JsonCursor const& place, std::set<unsigned int>& characters);
@@ -77,6 +82,7 @@ private:
     ClassRegistry const& m_registry;
     SceneTextures& m_textures;
     std::map<std::string, Description> m_fonts;
+    bool m_fUnknown = false;
     // Of all fonts.
     std::size_t m_nRangeCharacters = 0; ///< in their ranges
     std::size_t m_nCharacters = 0;

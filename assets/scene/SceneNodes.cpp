@@ -21,7 +21,7 @@ constexpr std::size_t MaximumMaskVertices = 30000;
 
 void RequireMemory(JsonCursor const& place, bool fEnough) {
     if (!fEnough) {
-        place.Fail("there is not enough memory");
+        place.FailFinally("there is not enough memory");
     }
 }
 
@@ -87,6 +87,35 @@ void TakeNinePatch(JsonCursor const& place, NinePatchInfo const& info, PropertyL
                               static_cast<RealFloat>(info.right), static_cast<RealFloat>(info.top)));
 }
 
+/** Sets a camera up as a photographer would; its properties may change parts of that afterwards. */
+void SetUpLens(JsonCursor const& lens, Camera& camera) {
+    lens.ReadObject("an object with \"focalLength\", \"filmWidth\" and \"size\"");
+    lens.CheckNames({"focalLength", "filmWidth", "size", "centred"});
+    JsonCursor const size = lens.Require("size");
+    size.ReadCount("2 numbers: width, height", 2);
+    std::optional<JsonCursor> const centred = lens.Find("centred");
+    camera.SetupMillimeter(static_cast<RealFloat>(lens.Require("focalLength").ReadNumber(1, 10000)),
+                           static_cast<RealFloat>(lens.Require("filmWidth").ReadNumber(1, 10000)),
+                           static_cast<RealFloat>(size.GetItem(0).ReadNumber(1, 100000)),
+                           static_cast<RealFloat>(size.GetItem(1).ReadNumber(1, 100000)),
+                           !centred || centred->ReadBool());
+}
+
+Ref<Mask> ReadMask(JsonCursor const& place) {
+    std::string const what = "a mask: an array of 3-number corners, three to a triangle";
+    std::size_t const nCorners = place.ReadCount(what);
+    if (nCorners == 0 || nCorners % 3 != 0 || nCorners > MaximumMaskVertices) {
+        place.FailExpected(what);
+    }
+    List<Vector3T<RealFloat>> vertices;
+    for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
+        RequireMemory(place, vertices.Append(ReadVector3(place.GetItem(nCorner))));
+    }
+    Ref<Mask> pMask(new Mask);
+    RequireMemory(place, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
+    return pMask;
+}
+
 } // namespace
 
 std::vector<std::string> const& GetNodeClassNames() {
@@ -142,71 +171,104 @@ Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& cla
 void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay) {
     std::size_t const nCount = place.ReadCount("an array of nodes");
     for (std::size_t n = 0; n < nCount; ++n) {
-        Ref<Node> const pNode = ReadNode(place.GetItem(n), frameDelay);
-        parent.Attach(pNode.Get());
-        RequireMemory(place, pNode->GetParent() == &parent);
+        place.Attempt([&] {
+            if (Ref<Node> const pNode = ReadNode(place.GetItem(n), frameDelay)) {
+                parent.Attach(pNode.Get());
+                RequireMemory(place, pNode->GetParent() == &parent);
+            }
+        });
     }
 }
 
+/** Null when it has no class; then only what is below it has been looked at. */
 Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
     place.ReadObject("a node: an object with \"class\"");
     if (++m_nNodes > MaximumNodes) {
-        place.Fail("the scene has more than " + std::to_string(MaximumNodes) + " nodes");
+        place.FailFinally("the scene has more than " + std::to_string(MaximumNodes) + " nodes");
     }
-    JsonCursor const className = place.Require("class");
-    Ref<Node> pNode = CreateNode(className, className.ReadText());
-    if (pNode->IsKindOf(Camera::ClassID)) {
-        ReadLens(place, static_cast<Camera&>(*pNode));
-    }
-    ReadMembers(place, pNode->GetProperties(), GetKeys(*pNode));
-    if (std::optional<JsonCursor> const name = place.Find("name")) {
-        pNode->SetName(ToUtf16(name->ReadText()));
-    }
+    Ref<Node> pNode;
+    place.Attempt([&] {
+        JsonCursor const className = place.Require("class");
+        pNode = CreateNode(className, className.ReadText());
+    });
     RealFloat childDelay = frameDelay;
-    if (pNode->IsKindOf(Timeline::ClassID)) {
-        ReadTimeline(place, static_cast<Timeline&>(*pNode), frameDelay);
-        childDelay = static_cast<Timeline&>(*pNode).GetFrameDelay();
-    } else if (pNode->IsKindOf(Sprite::ClassID)) {
-        ReadSprite(place, static_cast<Sprite&>(*pNode));
-    } else if (pNode->IsKindOf(Text::ClassID)) {
-        ReadText(place, static_cast<Text&>(*pNode), frameDelay);
+    if (pNode) {
+        ReadParts(place, *pNode, frameDelay);
+        childDelay =
+            pNode->IsKindOf(Timeline::ClassID) ? static_cast<Timeline&>(*pNode).GetFrameDelay() : frameDelay;
     }
-    ReadMasks(place, *pNode);
-    ReadEffects(place, *pNode);
     if (std::optional<JsonCursor> const children = place.Find("children")) {
-        ReadChildren(*children, *pNode, childDelay);
+        Ref<Node> const pParent = pNode ? pNode : Ref<Node>(new TransformNode);
+        place.Attempt([&] { ReadChildren(*children, *pParent, childDelay); });
     }
     return pNode;
 }
 
-/** Sets the properties among an object's members; all others must be keys. */
-void SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
+/** Reads all of a node but its children. */
+void SceneNodes::ReadParts(JsonCursor const& place, Node& node, RealFloat frameDelay) {
+    if (node.IsKindOf(Camera::ClassID)) {
+        ReadLens(place, static_cast<Camera&>(node));
+    }
+    bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node));
+    ReadName(place, node);
+    if (node.IsKindOf(Timeline::ClassID)) {
+        ReadTimeline(place, static_cast<Timeline&>(node), frameDelay);
+    } else if (node.IsKindOf(Sprite::ClassID)) {
+        place.Attempt([&] { ReadSprite(place, static_cast<Sprite&>(node)); });
+    } else if (node.IsKindOf(Text::ClassID)) {
+        // A key that is not known may be a misspelt "font".
+        if (fKnown || place.Find("font")) {
+            place.Attempt([&] { m_fonts.Use(place.Require("font"), static_cast<Text&>(node)); });
+        }
+        place.Attempt([&] { ReadBackground(place, static_cast<Text&>(node), frameDelay); });
+    }
+    place.Attempt([&] { ReadMasks(place, node); });
+    place.Attempt([&] { ReadEffects(place, node); });
+}
+
+void SceneNodes::ReadName(JsonCursor const& place, Node& node) const {
+    if (std::optional<JsonCursor> const name = place.Find("name")) {
+        name->Attempt([&] { node.SetName(ToUtf16(name->ReadText())); });
+    }
+}
+
+/** Sets the properties among an object's members; all others must be keys. Whether all names are known. */
+bool SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
                              std::vector<std::string> const& keys) {
+    bool fKnown = true;
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
         if (name == "comment" || std::find(keys.begin(), keys.end(), name) != keys.end()) {
             continue;
         }
-        PropertyList::Entry const* const pEntry = properties.Find(HashName(name.data(), name.size()));
-        if (!pEntry) {
-            std::vector<std::string> known = GetPropertyNames(properties);
-            known.insert(known.end(), keys.begin(), keys.end());
-            place.GetMember(n).FailUnknownName(name, "property or key", known);
-        }
-        ReadProperty(place.GetMember(n), name, *pEntry, m_budget);
+        place.Attempt([&] {
+            PropertyList::Entry const* const pEntry = properties.Find(HashName(name.data(), name.size()));
+            if (!pEntry) {
+                fKnown = false;
+                std::vector<std::string> known = GetPropertyNames(properties);
+                known.insert(known.end(), keys.begin(), keys.end());
+                place.GetMember(n).FailUnknownName(name, "property or key", known);
+            }
+            ReadProperty(place.GetMember(n), name, *pEntry, m_budget);
+        });
     }
+    return fKnown;
 }
 
 void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay) {
-    std::optional<JsonCursor> const frameRate = place.Find("frameRate");
-    timeline.SetFrameDelay(frameRate ? 1 / ReadFrameRate(*frameRate) : frameDelay);
-    std::optional<JsonCursor> const playing = place.Find("playing");
-    timeline.SetAutoPlay(!playing || playing->ReadBool());
+    timeline.SetFrameDelay(frameDelay);
+    timeline.SetAutoPlay(true);
+    if (std::optional<JsonCursor> const frameRate = place.Find("frameRate")) {
+        place.Attempt([&] { timeline.SetFrameDelay(1 / ReadFrameRate(*frameRate)); });
+    }
+    if (std::optional<JsonCursor> const playing = place.Find("playing")) {
+        place.Attempt([&] { timeline.SetAutoPlay(playing->ReadBool()); });
+    }
     if (std::optional<JsonCursor> const timeMap = place.Find("timeMap")) {
-        timeline.SetTimeMapFunction(ReadEasing(*timeMap));
+        place.Attempt([&] { timeline.SetTimeMapFunction(ReadEasing(*timeMap)); });
     }
     if (std::optional<JsonCursor> const camera = place.Find("camera")) {
-        timeline.SetCamera(ReadCamera(*camera).Get());
+        place.Attempt([&] { timeline.SetCamera(ReadCamera(*camera).Get()); });
     }
 }
 
@@ -221,6 +283,9 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
         return;
     }
     SceneTexture const& found = m_textures.Find(*texture);
+    if (!found.pTexture) {
+        return;
+    }
     sprite.SetTexture(found.pTexture.Get());
     if (!size) {
         sprite.GetSizeProperty().SetValue(
@@ -231,19 +296,21 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
     }
 }
 
-void SceneNodes::ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay) {
-    m_fonts.Use(place.Require("font"), text);
+void SceneNodes::ReadBackground(JsonCursor const& place, Text& text, RealFloat frameDelay) {
     std::optional<JsonCursor> const background = place.Find("background");
     if (!background) {
         return;
     }
     Ref<Node> const pBackground = ReadNode(*background, frameDelay);
+    if (!pBackground) {
+        return;
+    }
     if (!pBackground->IsKindOf(Sprite::ClassID)) {
         JsonCursor const className = background->Require("class");
         className.Fail("class \"" + className.ReadText() + "\" is no class of sprites");
     }
     Sprite& sprite = static_cast<Sprite&>(*pBackground);
-    if (!sprite.GetTexture()) {
+    if (!sprite.GetTexture() && !background->Find("texture")) {
         background->Fail("there is no \"texture\", without which a background is not drawn");
     }
     text.SetBackground(&sprite);
@@ -260,28 +327,15 @@ Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
     Ref<Camera> pCamera(static_cast<Camera*>(pNode.Get()));
     ReadLens(place, *pCamera);
     ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"});
-    if (std::optional<JsonCursor> const name = place.Find("name")) {
-        pCamera->SetName(ToUtf16(name->ReadText()));
-    }
+    ReadName(place, *pCamera);
     return pCamera;
 }
 
-/** Sets a camera up as a photographer would; its properties may change parts of that afterwards. */
 void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
     std::optional<JsonCursor> const lens = place.Find("lens");
-    if (!lens) {
-        return;
+    if (lens) {
+        lens->Attempt([&] { SetUpLens(*lens, camera); });
     }
-    lens->ReadObject("an object with \"focalLength\", \"filmWidth\" and \"size\"");
-    lens->CheckNames({"focalLength", "filmWidth", "size", "centred"});
-    JsonCursor const size = lens->Require("size");
-    size.ReadCount("2 numbers: width, height", 2);
-    std::optional<JsonCursor> const centred = lens->Find("centred");
-    camera.SetupMillimeter(static_cast<RealFloat>(lens->Require("focalLength").ReadNumber(1, 10000)),
-                           static_cast<RealFloat>(lens->Require("filmWidth").ReadNumber(1, 10000)),
-                           static_cast<RealFloat>(size.GetItem(0).ReadNumber(1, 100000)),
-                           static_cast<RealFloat>(size.GetItem(1).ReadNumber(1, 100000)),
-                           !centred || centred->ReadBool());
 }
 
 void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
@@ -291,20 +345,11 @@ void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
     }
     std::size_t const nMasks = masks->ReadCount("an array of masks");
     for (std::size_t n = 0; n < nMasks; ++n) {
-        std::string const what = "a mask: an array of 3-number corners, three to a triangle";
-        JsonCursor const corners = masks->GetItem(n);
-        std::size_t const nCorners = corners.ReadCount(what);
-        if (nCorners == 0 || nCorners % 3 != 0 || nCorners > MaximumMaskVertices) {
-            corners.FailExpected(what);
-        }
-        List<Vector3T<RealFloat>> vertices;
-        for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
-            RequireMemory(corners, vertices.Append(ReadVector3(corners.GetItem(nCorner))));
-        }
-        Ref<Mask> const pMask(new Mask);
-        RequireMemory(corners, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
-        node.AddMask(pMask.Get());
-        RequireMemory(corners, pMask->GetReferenceCount() > 1);
+        masks->Attempt([&] {
+            Ref<Mask> const pMask = ReadMask(masks->GetItem(n));
+            node.AddMask(pMask.Get());
+            RequireMemory(*masks, pMask->GetReferenceCount() > 1);
+        });
     }
 }
 
@@ -315,17 +360,20 @@ void SceneNodes::ReadEffects(JsonCursor const& place, Node& node) {
     }
     std::size_t const nEffects = effects->ReadCount("an array of effects");
     for (std::size_t n = 0; n < nEffects; ++n) {
-        JsonCursor const effect = effects->GetItem(n);
-        effect.ReadObject("an effect: an object with \"class\"");
-        JsonCursor const className = effect.Require("class");
-        Ref<Effect> const pEffect = Create<Effect>(m_registry, className.ReadText());
-        if (!pEffect) {
-            className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
-        }
-        ReadMembers(effect, pEffect->GetProperties(), {"class"});
-        node.AddEffect(pEffect.Get());
-        RequireMemory(effect, pEffect->GetReferenceCount() > 1);
+        effects->Attempt([&] { ReadEffect(effects->GetItem(n), node); });
     }
+}
+
+void SceneNodes::ReadEffect(JsonCursor const& place, Node& node) {
+    place.ReadObject("an effect: an object with \"class\"");
+    JsonCursor const className = place.Require("class");
+    Ref<Effect> const pEffect = Create<Effect>(m_registry, className.ReadText());
+    if (!pEffect) {
+        className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
+    }
+    ReadMembers(place, pEffect->GetProperties(), {"class"});
+    node.AddEffect(pEffect.Get());
+    RequireMemory(place, pEffect->GetReferenceCount() > 1);
 }
 
 } // namespace trevik::kelvo::assets

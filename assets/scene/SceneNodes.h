@@ -18,8 +18,8 @@
 namespace trevik::kelvo::assets {
 
 /**
- * Builds the nodes that a scene file describes. All operations throw a Fault when the description is
- * wrong.
+ * Builds the nodes that a scene file describes. Where the description is wrong, faults are noted for the
+ * document (see JsonCursor::Attempt) or thrown, and what is built is not to be used.
  */
 class SceneNodes {
 public:
@@ -34,7 +34,7 @@ public:
      * Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get `frameDelay`.
      */
     void ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay);
-    /** The camera that `place` describes. */
+    /** The camera that `place` describes; null when it is none. */
     Ref<Camera> ReadCamera(JsonCursor const& place);
     /** A new timeline, without anything read into it. */
     Ref<Timeline> CreateTimeline(JsonCursor const& place) const;
@@ -42,13 +42,16 @@ public:
 private:
     Ref<Node> CreateNode(JsonCursor const& place, std::string const& className) const;
     Ref<Node> ReadNode(JsonCursor const& place, RealFloat frameDelay);
-    void ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys);
+    void ReadParts(JsonCursor const& place, Node& node, RealFloat frameDelay);
+    void ReadName(JsonCursor const& place, Node& node) const;
+    bool ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys);
     void ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay);
     void ReadSprite(JsonCursor const& place, Sprite& sprite);
-    void ReadText(JsonCursor const& place, Text& text, RealFloat frameDelay);
+    void ReadBackground(JsonCursor const& place, Text& text, RealFloat frameDelay);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
     void ReadMasks(JsonCursor const& place, Node& node) const;
     void ReadEffects(JsonCursor const& place, Node& node);
+    void ReadEffect(JsonCursor const& place, Node& node);
 
     ClassRegistry const& m_registry;
     SceneTextures const& m_textures;

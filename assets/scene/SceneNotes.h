@@ -1,5 +1,6 @@
 #pragma once
 
+#include "scene/SceneFaults.h"
 #include "trevik/Referenced.h"
 
 #include <string>
@@ -31,6 +32,10 @@ public:
     std::vector<std::string> const& GetFiles() const { return m_files; }
     void SetFiles(std::vector<std::string> files) { m_files = std::move(files); }
 
+    /** What is wrong with a scene that could not be read. */
+    SceneFaults const& GetFaults() const { return m_faults; }
+    void SetFaults(SceneFaults faults) { m_faults = std::move(faults); }
+
     /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
     SceneOrigin const* Find(Referenced const& object) const;
     void AddOrigin(Referenced const& object, SceneOrigin origin);
@@ -38,6 +43,7 @@ public:
 private:
     std::string m_sSource;
     std::vector<std::string> m_files;
+    SceneFaults m_faults;
     std::unordered_map<Referenced const*, SceneOrigin> m_origins;
 };
 

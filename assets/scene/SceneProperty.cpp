@@ -181,7 +181,7 @@ void Spend(JsonCursor const& place, std::size_t nFrames, std::size_t nAdded, Sam
                    std::to_string(nFrames));
     }
     if (nAdded > budget.nSamples) {
-        place.Fail("the scene's animations have more frames together than a scene may have");
+        place.FailFinally("the scene's animations have more frames together than a scene may have");
     }
     budget.nSamples -= nAdded;
 }
@@ -194,7 +194,7 @@ struct Samples {
 
     void Append(JsonCursor const& place, T const& value) {
         if (!values.Append(value)) {
-            place.Fail("there is not enough memory");
+            place.FailFinally("there is not enough memory");
         }
     }
 };
@@ -292,7 +292,7 @@ void Animate(JsonCursor const& place, std::string const& name, BaseProperty<T>& 
         Ref<Controller<T>> const pController(
             SampleController<T>::Create(samples.nStart, samples.values.GetData(), samples.values.GetCount()));
         if (!property.AddController(pController)) {
-            place.Fail("there is not enough memory");
+            place.FailFinally("there is not enough memory");
         }
     } else {
         static_cast<void>(property);

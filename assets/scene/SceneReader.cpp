@@ -30,9 +30,11 @@ void ReadSurface(JsonCursor const& place, SceneSettings& settings) {
     place.ReadObject("an object with \"size\" and \"format\"");
     place.CheckNames({"size", "format"});
     if (std::optional<JsonCursor> const size = place.Find("size")) {
-        size->ReadCount("2 whole numbers: width, height", 2);
-        settings.m_size = SizeT<int>(size->GetItem(0).ReadInteger(1, SceneSettings::MaximumSide),
-                                     size->GetItem(1).ReadInteger(1, SceneSettings::MaximumSide));
+        place.Attempt([&] {
+            size->ReadCount("2 whole numbers: width, height", 2);
+            settings.m_size = SizeT<int>(size->GetItem(0).ReadInteger(1, SceneSettings::MaximumSide),
+                                         size->GetItem(1).ReadInteger(1, SceneSettings::MaximumSide));
+        });
     }
     if (std::optional<JsonCursor> const format = place.Find("format")) {
         settings.m_format = ReadFormat(*format);
@@ -52,41 +54,51 @@ void ReadFrames(JsonCursor const& place, SceneSettings& settings) {
 SceneSettings ReadSettings(JsonCursor const& root) {
     SceneSettings settings;
     if (std::optional<JsonCursor> const surface = root.Find("surface")) {
-        ReadSurface(*surface, settings);
+        root.Attempt([&] { ReadSurface(*surface, settings); });
     }
     if (std::optional<JsonCursor> const frameRate = root.Find("frameRate")) {
-        settings.m_rFrameRate = ReadFrameRate(*frameRate);
+        root.Attempt([&] { settings.m_rFrameRate = ReadFrameRate(*frameRate); });
     }
     if (std::optional<JsonCursor> const frames = root.Find("frames")) {
-        ReadFrames(*frames, settings);
+        root.Attempt([&] { ReadFrames(*frames, settings); });
     }
     if (std::optional<JsonCursor> const color = root.Find("clearColor")) {
-        settings.m_clearColor = ReadColor(*color, true);
+        root.Attempt([&] { settings.m_clearColor = ReadColor(*color, true); });
     }
     return settings;
 }
 
-/** Throws a Fault. */
+/** Reads the textures or the fonts of a scene. A key that is not known may be a misspelt one for them. */
+template <class Resources>
+void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resources& resources) {
+    std::optional<JsonCursor> const place = root.Find(pKey);
+    if (place ? !root.Attempt([&] { resources.Read(*place); }) : !fKnown) {
+        resources.SetUnknown();
+    }
+}
+
+/** Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. */
 void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
-    root.CheckNames({"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
+    bool const fKnown = root.Attempt([&] {
+        root.CheckNames(
+            {"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
+    });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(folder, registry);
-    if (std::optional<JsonCursor> const place = root.Find("textures")) {
-        textures.Read(*place);
-    }
+    ReadResources(root, "textures", fKnown, textures);
     SceneFonts fonts(folder, registry, textures);
-    if (std::optional<JsonCursor> const place = root.Find("fonts")) {
-        fonts.Read(*place);
-    }
+    ReadResources(root, "fonts", fKnown, fonts);
     SceneNodes nodes(registry, textures, fonts);
     Ref<Timeline> const pRoot = nodes.CreateTimeline(root);
     RealFloat const frameDelay = 1 / scene.GetSettings().m_rFrameRate;
     pRoot->SetFrameDelay(frameDelay);
     if (std::optional<JsonCursor> const camera = root.Find("camera")) {
-        pRoot->SetCamera(nodes.ReadCamera(*camera).Get());
+        root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera).Get()); });
     }
-    nodes.ReadChildren(root.Require("nodes"), *pRoot, frameDelay);
+    if (fKnown || root.Find("nodes")) {
+        root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frameDelay); });
+    }
     fonts.Make();
     scene.SetRoot(pRoot);
 }
@@ -107,61 +119,58 @@ bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry
     return true;
 }
 
-/** Reads, builds, saves and loads the scene. */
-bool ReadWhole(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-               Scene& scene, Fault& fault, SceneNotes* pNotes) {
+/** Reads, builds, saves and loads the scene; what is wrong is noted in the source. */
+bool ReadWhole(ByteSpan text, JsonSource& source, std::string const& folder, ClassRegistry& registry,
+               Scene& scene) {
     try {
-        JsonSource source{name, JsonValue()};
-        if (!ParseJson(text, name, JsonLimits(), source.root, fault)) {
-            return false;
+        Fault fault;
+        if (!ParseJson(text, source.name, JsonLimits(), source.root, fault)) {
+            throw Fault(fault);
         }
         Scene built;
         BuildScene(JsonCursor(source), folder, registry, built);
-        if (!Reload(built, name, registry, scene, fault)) {
-            return false;
+        if (source.faults.Get().empty() && !Reload(built, source.name, registry, scene, fault)) {
+            throw Fault(fault);
         }
-        if (pNotes) {
-            NoteOrigins(JsonCursor(source), *scene.GetRoot(), *pNotes);
+    } catch (Fault const& last) {
+        source.faults.Add(last);
+    }
+    return source.faults.Get().empty();
+}
+
+/** The same, but throws nothing. Becomes the notes of it, but for the files; nodes' places only with
+ * `fPlaces`. */
+void ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+                Scene& scene, SceneNotes& notes, bool fPlaces) {
+    JsonSource source{name, JsonValue(), SceneFaults()};
+    notes.SetSource(name);
+    try {
+        if (ReadWhole(text, source, folder, registry, scene) && fPlaces) {
+            NoteOrigins(JsonCursor(source), *scene.GetRoot(), notes);
         }
-        return true;
-    } catch (Fault const& thrown) {
-        fault = thrown;
-        return false;
+    } catch (SceneFaults::TooMany const&) { // those that there are will do
     } catch (std::bad_alloc const&) {
-        return Fail(fault, name, "there is not enough memory");
+        if (source.faults.Get().empty()) {
+            source.faults.Add(Fault(name, "there is not enough memory"));
+        }
     }
+    notes.SetFaults(std::move(source.faults));
 }
 
-std::string OneLine(std::string text) {
-    std::replace_if(
-        text.begin(), text.end(), [](unsigned char unit) { return unit < ' ' || unit == 127; }, '?');
-    return text;
-}
-
-/** Reads the text and leaves the notes of it, but for the files. */
-bool ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                Scene& scene, Fault& fault, SceneNotes* pNotes) {
-    if (pNotes) {
-        pNotes->SetSource(name);
-    }
-    if (ReadWhole(text, name, folder, registry, scene, fault, pNotes)) {
-        return true;
-    }
-    // Names from the file may contain anything; a message is one line.
-    fault = Fault(OneLine(fault.GetWhere()), OneLine(fault.GetWhat()), OneLine(fault.GetWhy()));
-    return false;
-}
-
-/** Has `read` fill new notes, which become `*pNotes` where there are some. */
+/** Has `read` fill notes, `*pNotes` where there are some, and answers whether they have no fault. */
 template <class Read>
-bool ReadWithFiles(SceneNotes* pNotes, Read read) {
-    if (!pNotes) {
-        return read();
-    }
-    *pNotes = SceneNotes();
+bool ReadWithNotes(SceneNotes* pNotes, Fault& fault, Read read) {
+    SceneNotes notes;
     FileNotes const files;
-    bool const fRead = read();
-    pNotes->SetFiles(files.GetPaths());
+    read(notes);
+    notes.SetFiles(files.GetPaths());
+    bool const fRead = notes.GetFaults().Get().empty();
+    if (!fRead) {
+        fault = notes.GetFaults().Get().front();
+    }
+    if (pNotes) {
+        *pNotes = std::move(notes);
+    }
     return fRead;
 }
 
@@ -169,18 +178,25 @@ bool ReadWithFiles(SceneNotes* pNotes, Read read) {
 
 bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault,
                SceneNotes* pNotes) {
-    return ReadWithFiles(pNotes, [&] {
+    return ReadWithNotes(pNotes, fault, [&](SceneNotes& notes) {
         std::vector<std::uint8_t> bytes;
+        Fault unread;
+        if (!ReadFile(path, MaximumSceneBytes, bytes, unread)) {
+            SceneFaults faults;
+            faults.Add(unread);
+            notes.SetFaults(std::move(faults));
+            return;
+        }
         std::string const folder = path.substr(0, path.rfind('/') + 1);
-        return ReadFile(path, MaximumSceneBytes, bytes, fault) &&
-               ReadNoting({bytes.data(), bytes.size()}, path, folder, registry, scene, fault, pNotes);
+        ReadNoting({bytes.data(), bytes.size()}, path, folder, registry, scene, notes, pNotes != nullptr);
     });
 }
 
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
                    Scene& scene, Fault& fault, SceneNotes* pNotes) {
-    return ReadWithFiles(pNotes,
-                         [&] { return ReadNoting(text, name, folder, registry, scene, fault, pNotes); });
+    return ReadWithNotes(pNotes, fault, [&](SceneNotes& notes) {
+        ReadNoting(text, name, folder, registry, scene, notes, pNotes != nullptr);
+    });
 }
 
 } // namespace trevik::kelvo::assets

@@ -18,7 +18,8 @@ constexpr std::size_t MaximumSceneBytes = std::size_t(64) << 20;
  * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
  * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `fault` that
  * says where and what, when anything in the file does not fit. `pNotes`, where it is given, becomes what
- * there is to tell beside the scene.
+ * there is to tell beside the scene, and all that can be found wrong with it together; `fault` is the first
+ * of that.
  */
 bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, Fault& fault,
                SceneNotes* pNotes = nullptr);

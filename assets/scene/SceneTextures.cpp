@@ -91,7 +91,8 @@ void SceneTextures::Read(JsonCursor const& place) {
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
         if (name != "comment") {
-            m_textures[name] = ReadTexture(place.GetMember(n), name);
+            SceneTexture& texture = m_textures[name];
+            place.Attempt([&] { texture = ReadTexture(place.GetMember(n), name); });
         }
     }
 }
@@ -135,7 +136,8 @@ SceneTexture SceneTextures::Load(JsonCursor const& place, std::string const& pat
     }
     m_nBytes += image.pixels.size();
     if (m_nBytes > MaximumBytes) {
-        place.Fail("the scene's textures take more than " + std::to_string(MaximumBytes >> 20) + " MiB");
+        place.FailFinally("the scene's textures take more than " + std::to_string(MaximumBytes >> 20) +
+                          " MiB");
     }
     Ref<Texture> const pTexture = MakeTexture(image, path, m_registry);
     if (!pTexture) {
@@ -156,9 +158,10 @@ SceneTexture const& SceneTextures::FindOrRead(JsonCursor const& place) {
         return found->second;
     }
     if (m_textures.size() + m_files.size() >= MaximumTextures) {
-        place.Fail("the scene has more than " + std::to_string(MaximumTextures) + " textures");
+        place.FailFinally("the scene has more than " + std::to_string(MaximumTextures) + " textures");
     }
-    return m_files[path] = Load(place, path, ImageOptions(), IsNinePatchPath(path));
+    SceneTexture& texture = m_files[path];
+    return texture = Load(place, path, ImageOptions(), IsNinePatchPath(path));
 }
 
 SceneTexture const& SceneTextures::Find(JsonCursor const& place) const {
@@ -166,6 +169,10 @@ SceneTexture const& SceneTextures::Find(JsonCursor const& place) const {
     auto const found = m_textures.find(name);
     if (found != m_textures.end()) {
         return found->second;
+    }
+    if (m_fUnknown) {
+        static SceneTexture const s_unknown;
+        return s_unknown;
     }
     std::vector<std::string> names;
     for (auto const& texture : m_textures) {

@@ -14,7 +14,7 @@ namespace trevik::kelvo::assets {
 
 /** A texture of a scene, and how it stretches when it comes from a nine-patch image. */
 struct SceneTexture {
-    Ref<Texture> pTexture;
+    Ref<Texture> pTexture; ///< null when it could not be read, which has been told
     std::optional<NinePatchInfo> ninePatch;
 };
 
@@ -25,8 +25,10 @@ public:
     SceneTextures(std::string const& folder, ClassRegistry const& registry)
         : m_folder(folder), m_registry(registry) {}
 
-    /** Reads the files of the textures that `place` describes. Throws a Fault. */
+    /** Reads the files of the textures that `place` describes; notes or throws what is wrong. */
     void Read(JsonCursor const& place);
+    /** What the names mean is not known, because what describes them could not be read: any may be right. */
+    void SetUnknown() { m_fUnknown = true; }
 
     /** The texture whose name stands at `place`. Throws a Fault when there is none. */
     SceneTexture const& Find(JsonCursor const& place) const;
@@ -46,7 +48,8 @@ private:
     ClassRegistry const& m_registry;
     std::map<std::string, SceneTexture> m_textures;
     std::map<std::string, SceneTexture> m_files; ///< those without a name, by their paths
-    std::size_t m_nBytes = 0;                    ///< of all textures
+    bool m_fUnknown = false;
+    std::size_t m_nBytes = 0; ///< of all textures
 };
 
 } // namespace trevik::kelvo::assets

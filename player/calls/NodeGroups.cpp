@@ -10,11 +10,15 @@ namespace kelvokit::player {
 using trevik::kelvo::Node;
 
 void NodeGroups::BeginNode(Node& node) {
-    recording::BeginGroup(trevik::kelvo::assets::DescribeNode(node));
+    recording::BeginGroup(Describe(node));
 }
 
 void NodeGroups::EndNode(Node&) {
     recording::EndGroup();
+}
+
+std::string NodeGroups::Describe(Node const& node) const {
+    return trevik::kelvo::assets::DescribeNode(node);
 }
 
 } // namespace kelvokit::player

@@ -2,6 +2,8 @@
 
 #include "kelvo_host/RenderObserver.h"
 
+#include <string>
+
 namespace kelvokit::player {
 
 /** While it lives, the calls that a node makes are noted as a group that is called by its class and name. */
@@ -14,6 +16,10 @@ public:
 
     void BeginNode(trevik::kelvo::Node& node) override;
     void EndNode(trevik::kelvo::Node& node) override;
+
+protected:
+    /** What the node's group is called. */
+    virtual std::string Describe(trevik::kelvo::Node const& node) const;
 
 private:
     RenderObserver* const m_pBefore;

@@ -32,6 +32,7 @@ using trevik::kelvo::Fault;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::SelectionPoint;
+using trevik::kelvo::assets::SceneFaults;
 
 int Player::Complain(int nExitCode, std::string const& what) {
     if (m_progress) {
@@ -51,6 +52,16 @@ int Player::Complain(int nExitCode, Fault const& fault) {
     return Complain(nExitCode, fault.GetText());
 }
 
+/** Explains all that is wrong with a scene that cannot be read; `fault` comes first. */
+int Player::ComplainOfScene(int nExitCode, Fault const& fault) {
+    Complain(nExitCode, fault);
+    SceneFaults const& faults = m_notes.GetFaults();
+    for (std::size_t n = 1; n < faults.Get().size(); ++n) {
+        Complain(nExitCode, faults.Get()[n]);
+    }
+    return faults.HasMore() ? Complain(nExitCode, m_notes.GetSource() + ": ... and more") : nExitCode;
+}
+
 int Player::Run() {
     NoteInterrupts();
     Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
@@ -60,7 +71,7 @@ int Player::Run() {
     }
     RegisterAlphaTestGroup(m_backend);
     if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault, m_notes)) {
-        return Complain(nExitCode, fault);
+        return ComplainOfScene(nExitCode, fault);
     }
     SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
     if (!ShotFits(size)) {

@@ -42,6 +42,7 @@ private:
     /** Explains a failure and returns its exit code. */
     int Complain(int nExitCode, std::string const& what);
     int Complain(int nExitCode, trevik::kelvo::Fault const& fault);
+    int ComplainOfScene(int nExitCode, trevik::kelvo::Fault const& fault);
     int ComplainOfOutput(trevik::kelvo::Fault const& fault, std::string const& when);
     /** Says on stderr what has been done, where that is asked for. */
     void Tell(std::string const& what);

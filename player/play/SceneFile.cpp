@@ -23,6 +23,7 @@ int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault, SceneNotes& 
         return ExitSuccess;
     }
     if (int const nSignal = GetInterrupt()) {
+        notes = SceneNotes();
         // The text may end early because the program that prints it was interrupted, too.
         fault = Fault(std::string(), "interrupted");
         return ExitSignal + nSignal;

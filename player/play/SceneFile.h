@@ -12,7 +12,8 @@ namespace kelvokit::player {
 /**
  * Reads the scene at `path`: a .json or .kelvo file, or "-" for JSON from standard input. Returns
  * ExitSuccess, or with one line in `fault` the exit code and the scene as it was. `notes` becomes what there
- * is to tell beside the scene; of a .kelvo file that is the file's path alone.
+ * is to tell beside the scene, also all that is wrong with it; of a .kelvo file that is the file's path
+ * alone.
  */
 int LoadSceneFile(std::string const& path, Backend& backend, trevik::kelvo::Scene& scene,
                   trevik::kelvo::Fault& fault, trevik::kelvo::assets::SceneNotes& notes);

@@ -19,12 +19,17 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Initialize(&registry);
     Scene scene;
     Fault fault;
-    if (assets::ReadSceneText({data, size}, "scene.json", KELVO_FUZZ_PICTURES, registry, scene, fault)) {
+    assets::SceneNotes notes;
+    if (assets::ReadSceneText({data, size}, "scene.json", KELVO_FUZZ_PICTURES, registry, scene, fault,
+                              &notes)) {
         Require(scene.GetRoot() && fault.IsEmpty());
         fuzz::RequireSavesTheSame(scene, registry);
     } else {
         Require(!scene.GetRoot());
-        fuzz::RequireMessage(fault.GetText(), "scene.json:");
+        for (Fault const& each : notes.GetFaults().Get()) {
+            fuzz::RequireMessage(each.GetText(), "scene.json:");
+        }
+        Require(fault.GetText() == notes.GetFaults().Get().at(0).GetText());
     }
     return 0;
 }

@@ -103,6 +103,16 @@ TEST_F(PlayerTest, SaysWhereAScenesFaultIs) {
               "kelvo-player: " + Path("bad.json") +
                   ":2: /nodes/0/class: unknown class \"AlphatestGroup\"; did you mean \"AlphaTestGroup\"?\n");
     EXPECT_FALSE(std::filesystem::exists(Path("bad.png")));
+    std::string nodes = "0";
+    std::string complaints;
+    for (int n = 0; n < 20; ++n) {
+        nodes += ", 0";
+        complaints += "kelvo-player: " + Path("many.json") + ":1: /nodes/" + std::to_string(n) +
+                      ": expected a node: an object with \"class\", found 0\n";
+    }
+    Write("many.json", "{\"nodes\": [" + nodes + "]}");
+    EXPECT_EQ(Play({Path("many.json")}).errors,
+              complaints + "kelvo-player: " + Path("many.json") + ": ... and more\n");
     EXPECT_EQ(Play({Path("none.json")}).errors,
               "kelvo-player: " + Path("none.json") + ": cannot be opened: No such file or directory\n");
 }

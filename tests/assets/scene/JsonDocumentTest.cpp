@@ -16,14 +16,14 @@ bool Parse(std::string const& text, JsonValue& root, Fault& fault, JsonLimits co
 }
 
 JsonSource ParseSource(std::string const& text) {
-    JsonSource source{"f.json", JsonValue()};
+    JsonSource source{"f.json", JsonValue(), SceneFaults()};
     Fault fault;
     EXPECT_TRUE(Parse(text, source.root, fault)) << fault.GetText();
     return source;
 }
 
 TEST(JsonDocument, KeepsOrderKindsAndLines) {
-    JsonSource const source =
+    JsonSource source =
         ParseSource("{\n \"b\": 1.5,\n \"a\": [true, null,\n  \"x\\u00e9\"\n ],\n \"c\": 2\n}\n");
     JsonValue const& root = source.root;
     EXPECT_EQ(root.GetNames(), (std::vector<std::string>{"b", "a", "c"}));
@@ -76,9 +76,8 @@ std::string FaultOf(Function read) {
 }
 
 TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
-    JsonSource const source =
-        ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
-                    "that goes on and on and on and on\"}");
+    JsonSource source = ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
+                                    "that goes on and on and on and on\"}");
     JsonCursor const root(source);
     JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
     EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),

@@ -10,6 +10,7 @@
 
 #include <gtest/gtest.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <string>
 
@@ -94,7 +95,79 @@ TEST(SceneReader, KeepsToItsLimits) {
         {ManyFaulty("textures", 4097), "1: /textures: expected at most 4096 textures*"},
     };
     for (TextCase const& test : cases) {
-        EXPECT_TRUE(IsMessage(ErrorOf(test.text), test.expected));
+        std::string const errors = ErrorOf(test.text); // what is wrong everywhere is told up to a limit
+        EXPECT_TRUE(IsMessage(errors.substr(0, errors.find('\n')), test.expected));
+        long const nErrors = std::count(errors.begin(), errors.end(), '\n') + 1;
+        EXPECT_TRUE(nErrors == 1 || (nErrors == 21 && errors.substr(errors.size() - 4) == "\n...")) << errors;
+    }
+}
+
+TEST(SceneReader, SaysTogetherAllThatIsWrongAndNothingThatFollowsFromIt) {
+    struct {
+        char const* pText;
+        char const* pErrors;
+    } const cases[] = {
+        {R"({"surface": {"size": [0, 1], "format": "rgb"}, "frameRate": 0, "frames": [2, 1], "clearColor": "red",
+"textures": {"none": "none.png", "plain": "plain.png", "key": {"fil": "plain.png", "mipLevel": true}},
+"fonts": {"none": {"file": "none.ttf"}, "broken": {"file": "broken.fnt"}, "title": {"file": "title.fnt"},
+          "images": {"file": "title.fnt", "images": {"A": "none", "B": "nowhere.png"}}},
+"camera": {"Near": "x", "lens": 1, "Far": 2}, "nodes": [{"class": "None", "texture": 3, "children": [
+  {"class": "Text", "font": "none", "background": {"class": "NinePatchSprite", "texture": "none"}},
+  {"class": "Text", "fnt": "title", "name": 1},
+  {"class": "Text", "font": "broken"}, {"class": "Text", "font": "other"}]}]})",
+         R"(1: /surface/size/0: expected a whole number from 1 to 16384, found 0
+1: /surface/format: unknown surface format "rgb"; known are "rgb565", "rgb888", "rgbx8888" and "rgba8888"
+1: /frameRate: expected a number from 0.001 to 1000, found 0
+1: /frames/1: expected a frame not before 2, the first one, found 1
+1: /clearColor: expected a colour: 3 or 4 numbers from 0 to 1, "#rrggbb" or "#rrggbbaa", found string "red"
+2: /textures/none: none.png: cannot be opened: No such file or directory
+2: /textures/key/fil: unknown key "fil"; did you mean "file"?
+2: /textures/key/mipLevel: unknown key "mipLevel"; did you mean "mipLevels"?
+3: /fonts/none/file: none.ttf: cannot be opened: No such file or directory
+4: /fonts/images/images/B: nowhere.png: cannot be opened: No such file or directory
+5: /camera/lens: expected an object with "focalLength", "filmWidth" and "size", found 1
+5: /camera/Near: expected a number, found string "x"
+5: /nodes/0/class: unknown class "None"; known are "Timeline", "TransformNode", "Sprite", "NinePatchSprite", "Text" and "Camera"
+7: /nodes/0/children/1/fnt: unknown property or key "fnt"; did you mean "font"?
+7: /nodes/0/children/1/name: expected a string, found 1
+8: /nodes/0/children/3/font: unknown font "other"; known are "broken", "images", "none" and "title"
+3: /fonts/broken: broken.fnt: is no bitmap font description, neither as text, nor XML, nor binary)"},
+        {R"({"nodes": [
+{"class": "Sprite", "texture": "none", "Opacity": "x", "Antialias": 2,
+ "masks": [1, [[0, 0, 0], [1, 0, 0], [0, 1, 0]], []],
+ "effects": [{"class": "None"}, {"class": "BlendModeEffect"}, {"class": "GaussianBlurEffect", "BlurAmount": true}]},
+{"class": "Timeline", "playing": 1, "frameRate": "x", "timeMap": 1, "camera": {"class": "Sprite"}, "children": 1},
+{"class": "Text"}, {}]})",
+         R"(2: /nodes/0/Opacity: expected a number, found string "x"
+2: /nodes/0/Antialias: expected true or false, found 2
+2: /nodes/0/texture: unknown texture "none"
+3: /nodes/0/masks/0: expected a mask: an array of 3-number corners, three to a triangle, found 1
+3: /nodes/0/masks/2: expected a mask: an array of 3-number corners, three to a triangle, found an empty array
+4: /nodes/0/effects/0/class: unknown class of effects "None"; known are "GaussianBlurEffect", "DirectionalBlurEffect" and "BlendModeEffect"
+4: /nodes/0/effects/2/BlurAmount: expected a number, found true
+5: /nodes/1/frameRate: expected a number, found string "x"
+5: /nodes/1/playing: expected true or false, found 1
+5: /nodes/1/timeMap: expected a string, found 1
+5: /nodes/1/camera/class: class "Sprite" is no class of cameras
+5: /nodes/1/children: expected an array of nodes, found 1
+6: /nodes/2: there is no "font"
+6: /nodes/3: there is no "class")"},
+        {R"({"texture": {"a": "plain.png"}, "font": {}, "node": [], "nodes": [
+            {"class": "Sprite", "texture": "a"}, {"class": "Text", "font": "b"}]})",
+         R"(1: /texture: unknown key "texture"; did you mean "textures"?
+1: /font: unknown key "font"; did you mean "fonts"?
+1: /node: unknown key "node"; did you mean "nodes"?)"},
+        {R"({"textures": 1, "fonts": 2, "nodes": [
+            {"class": "Sprite", "texture": "a"}, {"class": "Text", "font": "b"}]})",
+         R"(1: /textures: expected an object with a texture under each name, found 1
+1: /fonts: expected an object with a font under each name, found 2)"},
+    };
+    for (auto const& test : cases) {
+        std::string errors = ErrorOf(test.pText, Folder);
+        for (std::size_t at = 0; (at = errors.find(Folder)) != errors.npos;) {
+            errors.replace(at, Folder.size(), "");
+        }
+        EXPECT_EQ(errors, test.pErrors);
     }
 }
 

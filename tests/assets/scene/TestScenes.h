@@ -85,22 +85,29 @@ inline Ref<Node> CreateNode(ClassRegistry const& registry, std::string const& cl
 }
 
 /** Reads a scene "scene.json"; file names in it are relative to the folder, which ends in "/". */
-inline bool ReadScene(std::string const& text, std::string const& folder, Scene& scene, Fault& fault) {
+inline bool ReadScene(std::string const& text, std::string const& folder, Scene& scene, Fault& fault,
+                      SceneNotes* pNotes = nullptr) {
     ClassRegistry registry;
     RegisterBackend(registry);
     ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
-    return ReadSceneText(bytes, "scene.json", folder, registry, scene, fault);
+    return ReadSceneText(bytes, "scene.json", folder, registry, scene, fault, pNotes);
 }
 
-/** The message for a scene that must be wrong, without its "scene.json:". */
+/** The messages for a scene that must be wrong, a line each, without their "scene.json:". */
 inline std::string ErrorOf(std::string const& text, std::string const& folder = "") {
     Scene scene;
-    Fault fault;
-    EXPECT_FALSE(ReadScene(text, folder, scene, fault)) << text;
+    Fault first;
+    SceneNotes notes;
+    EXPECT_FALSE(ReadScene(text, folder, scene, first, &notes)) << text;
     EXPECT_FALSE(scene.GetRoot()) << "the scene was touched";
-    std::string const message = fault.GetText();
-    EXPECT_EQ(message.rfind("scene.json:", 0), 0u) << message;
-    return message.substr(message.find(':') + 1);
+    std::string lines;
+    for (Fault const& fault : notes.GetFaults().Get()) {
+        std::string const message = fault.GetText();
+        EXPECT_EQ(message.rfind("scene.json:", 0), 0u) << message;
+        EXPECT_TRUE(!lines.empty() || message == first.GetText()) << message;
+        lines += (lines.empty() ? "" : "\n") + message.substr(message.find(':') + 1);
+    }
+    return lines + (notes.GetFaults().HasMore() ? "\n..." : "");
 }
 
 /** A property's value as text. */
