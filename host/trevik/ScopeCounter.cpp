@@ -1,5 +1,7 @@
 #include "trevik/ScopeCounter.h"
 
+#include "kelvo_host/ScopeObserver.h"
+
 #include <algorithm>
 #include <chrono>
 
@@ -141,8 +143,13 @@ unsigned long long ScopeCounter::Enter() {
 }
 
 void ScopeCounter::Leave(unsigned int id, unsigned long long start) {
-    if (id < MaximumIds) {
-        Add(id, Now() - start);
+    if (id >= MaximumIds) {
+        return;
+    }
+    unsigned long long const end = Now();
+    Add(id, end - start);
+    if (ScopeObserver* const pObserver = ScopeObserver::Get()) {
+        pObserver->EndScope(id, start, end);
     }
 }
 

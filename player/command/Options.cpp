@@ -34,6 +34,7 @@ char const* const Footer =
     "                                             a rectangle of frame 10\n"
     "  kelvo-player scene.json --frames 10 --calls calls.txt\n"
     "                                             what frame 10 has GL do, node by node\n"
+    "  kelvo-player scene.json --trace trace.json what takes how long: open it at ui.perfetto.dev\n"
     "\n"
     "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
     "with, the other formats are opaque. A picture appears whole or not at all, also when the\n"
@@ -88,6 +89,9 @@ void CheckTogether(CLI::App const& app, Options& options) {
     }
     if (options.pick && app.count("--jobs") > 0) {
         throw CLI::ExcludesError("--jobs", "--pick");
+    }
+    if (options.trace == "-" && (fStream || options.fStats || options.pick)) {
+        throw CLI::ExcludesError("--trace -", fStream ? "--out -" : options.fStats ? "--stats" : "--pick");
     }
     if (fStream) {
         options.video = options.streamed;
@@ -178,6 +182,12 @@ void AddReports(CLI::App& app, Options& options) {
         ->excludes("--out")
         ->excludes("--compare")
         ->excludes("--stats")
+        ->excludes("--jobs");
+    app.add_option("--trace", options.trace,
+                   "write what frames, nodes and scopes take as a trace, for ui.perfetto.dev; - is stdout")
+        ->check(CheckPath)
+        ->type_name("FILE.json")
+        ->excludes("--calls")
         ->excludes("--jobs");
     AddParsed(app, "--pick", "X,Y",
               "print the nodes at a point of the last frame, in pixels from the upper left", options,

@@ -49,6 +49,7 @@ struct Options {
     int nTolerance = 0;                  ///< of 255: differences that do not count
     std::string save;                    ///< empty for none
     std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
+    std::string trace;                   ///< a file for what frames took, "-" for stdout; empty for none
     std::string backend;                 ///< empty for the one that comes with the player
     std::optional<trevik::Vector2T<int>> pick;
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down

@@ -65,13 +65,19 @@ int Player::ComplainOfScene(int nExitCode, Fault const& fault) {
 int Player::Run() {
     NoteInterrupts();
     Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
+    if (!m_options.trace.empty()) {
+        m_pTrace = std::make_unique<FrameTrace>(m_options.trace, m_notes);
+    }
     Fault fault;
     if (!m_backend.Load(m_options.backend, fault)) {
         return Complain(ExitDevice, fault);
     }
     RegisterAlphaTestGroup(m_backend);
-    if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault, m_notes)) {
-        return ComplainOfScene(nExitCode, fault);
+    {
+        FrameTrace::Span const span(m_pTrace.get(), TraceKind::Part, "read the scene");
+        if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault, m_notes)) {
+            return ComplainOfScene(nExitCode, fault);
+        }
     }
     SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
     if (!ShotFits(size)) {
@@ -93,7 +99,7 @@ int Player::Run() {
         Tell(m_options.save + ": written");
     }
     bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
-                           !m_options.fStats && !m_options.pick && !m_pCalls;
+                           !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace;
     return fOnlySave ? ExitSuccess : Play();
 }
 
@@ -181,7 +187,7 @@ int Player::PlayOn(Stage& stage, Window& window) {
     // Up to the first frame nothing is drawn, but time passes in the same steps.
     for (int nFrame = std::min(m_scene.GetSettings().m_nFirstFrame, frames.nFirst);
          nFrame < frames.nFirst && GetInterrupt() == 0; ++nFrame) {
-        m_scene.Update(device, static_cast<trevik::RealFloat>(nFrame));
+        UpdateScene(nFrame, stage);
     }
     m_progress.emplace(nFrames, !m_options.fQuiet && !m_part);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
@@ -194,11 +200,14 @@ int Player::PlayOn(Stage& stage, Window& window) {
         if (int const nExitCode = PlayFrame(nFrame, stage, window)) {
             return nExitCode;
         }
+        if (m_pTrace && !m_pTrace->Write(fault)) {
+            return ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
+        }
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
     }
     m_progress->Clear();
-    bool const fFinished =
-        (!m_pPictures || m_pPictures->Finish(fault)) && (!m_pCalls || m_pCalls->Finish(fault));
+    bool const fFinished = (!m_pPictures || m_pPictures->Finish(fault)) &&
+                           (!m_pCalls || m_pCalls->Finish(fault)) && (!m_pTrace || m_pTrace->Finish(fault));
     if (m_options.pick) {
         PrintPicked(device);
     }
@@ -218,28 +227,39 @@ int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
     if (m_pCalls) {
         return NoteFrame(nFrame, stage);
     }
+    FrameTrace::Span const frame(m_pTrace.get(), TraceKind::Frame, "frame " + std::to_string(nFrame));
     DrawFrame(nFrame, stage);
     if (!stage.HasDrawn(nFrame, fault)) {
         return Complain(ExitDevice, fault);
     }
     // What a window shows may be gone from the device once it is shown.
-    if (fWanted && !pixels.Read(device, area)) {
-        return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " cannot be read from the device");
+    if (fWanted) {
+        FrameTrace::Span const span(m_pTrace.get(), TraceKind::Part, "read back");
+        if (!pixels.Read(device, area)) {
+            return Complain(ExitDevice,
+                            "frame " + std::to_string(nFrame) + " cannot be read from the device");
+        }
     }
     window.SetCapture(fWanted && fAlpha);
     unsigned long const nBefore = window.frameCount;
-    device.Present();
-    device.Process();
+    {
+        FrameTrace::Span const span(m_pTrace.get(), TraceKind::Part, "show");
+        device.Present();
+        device.Process();
+    }
     ScopeCounter::MarkFrame();
     if (window.frameCount == nBefore) {
         return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
     }
-    if (!fWanted) {
-        return ExitSuccess;
+    return fWanted ? WritePicture(nFrame, pixels, window) : ExitSuccess;
+}
+
+int Player::WritePicture(int nFrame, FramePixels& pixels, Window const& window) {
+    FrameTrace::Span const span(m_pTrace.get(), TraceKind::Part, "write the picture");
+    if (m_scene.GetSettings().m_format == trevik::kelvo::DeviceFormat::RGBA8888) {
+        pixels.AddAlpha(window.LastFrame(), GetShot());
     }
-    if (fAlpha) {
-        pixels.AddAlpha(window.LastFrame(), area);
-    }
+    Fault fault;
     if (m_options.rScale < 1) {
         pixels.Shrink(m_options.rScale);
     }
@@ -271,8 +291,14 @@ int Player::ComplainOfOutput(Fault const& fault, std::string const& when) {
 
 /** Everything up to where the frame could be shown. */
 void Player::DrawFrame(int nFrame, Stage& stage) {
-    m_scene.Update(stage.GetDevice(), static_cast<trevik::RealFloat>(nFrame));
+    UpdateScene(nFrame, stage);
+    FrameTrace::TreeSpan const span(m_pTrace.get(), "draw", *m_scene.GetRoot());
     stage.Draw(m_scene);
+}
+
+void Player::UpdateScene(int nFrame, Stage& stage) {
+    FrameTrace::TreeSpan const span(m_pTrace.get(), "update", *m_scene.GetRoot());
+    m_scene.Update(stage.GetDevice(), static_cast<trevik::RealFloat>(nFrame));
 }
 
 void Player::PrintPicked(GraphicsDevice& device) {

@@ -8,6 +8,7 @@
 #include "play/Backend.h"
 #include "play/Stage.h"
 #include "scene/SceneNotes.h"
+#include "trace/FrameTrace.h"
 
 #include <kelvo_desktop/OffscreenWindow.h>
 
@@ -36,6 +37,8 @@ private:
     int PlayInProcesses();
     int PlayOn(Stage& stage, Window& window);
     int PlayFrame(int nFrame, Stage& stage, Window& window);
+    int WritePicture(int nFrame, FramePixels& pixels, Window const& window);
+    void UpdateScene(int nFrame, Stage& stage);
     int NoteFrame(int nFrame, Stage& stage);
     void DrawFrame(int nFrame, Stage& stage);
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
@@ -55,6 +58,7 @@ private:
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     trevik::kelvo::assets::SceneNotes m_notes; ///< of the scene
+    std::unique_ptr<FrameTrace> m_pTrace;      ///< null for none
     std::unique_ptr<FrameSink> m_pPictures;    ///< null for none
     unsigned int m_nPictures = 0;              ///< written so far
     std::optional<FrameRange> m_part;          ///< of the frames, in a process that shares them with others

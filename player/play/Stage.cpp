@@ -50,7 +50,7 @@ bool Fail(Fault& fault, std::string const& what) {
 } // namespace
 
 bool Stage::Start(NativeWindow& window, SceneSettings const& settings, Fault& fault) {
-    ScopeCounter::SetProfiling(m_options.fStats);
+    ScopeCounter::SetProfiling(m_options.fStats || !m_options.trace.empty());
     m_pDevice = m_backend.CreateDevice();
     HeldTraces traces;
     bool const fStarted = m_pDevice && m_pDevice->Initialize(&window, settings.m_format, settings.m_size);

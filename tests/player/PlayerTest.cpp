@@ -58,6 +58,7 @@ TEST_F(PlayerTest, ExplainsItself) {
                               "--shot",
                               "--post",
                               "--calls",
+                              "--trace",
                               "--version",
                               "--quiet",
                               "--verbose",

@@ -1,5 +1,7 @@
 #include "trevik/kelvo/Timeline.h"
 
+#include "kelvo_host/UpdateObserver.h"
+
 namespace trevik::kelvo {
 
 // The order in which a timeline updates the nodes below: the tree flattened into a list, made again after
@@ -7,16 +9,28 @@ namespace trevik::kelvo {
 
 void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, RealFloat const& frame,
                           RealFloat const& delta, bool fForce) {
-    for (unsigned int nEntry = 0; nEntry < tree.GetCount(); ++nEntry) {
-        Node* const pNode = tree[nEntry]->m_value;
-        if (pNode->m_fUpdatesSubtree) {
-            pNode->Update(device, frame, delta, fForce);
-        } else {
-            pNode->InternalUpdate(device, frame, delta, fForce);
+    auto const updateAll = [&](auto const& begin) {
+        for (unsigned int nEntry = 0; nEntry < tree.GetCount(); ++nEntry) {
+            Node* const pNode = tree[nEntry]->m_value;
+            begin(*pNode);
+            if (pNode->m_fUpdatesSubtree) {
+                pNode->Update(device, frame, delta, fForce);
+            } else {
+                pNode->InternalUpdate(device, frame, delta, fForce);
+            }
+            if (__builtin_expect(m_fSubtreeChanged, 0) && &tree == &m_tree) {
+                nEntry = ResumeAfter(pNode);
+            }
         }
-        if (__builtin_expect(m_fSubtreeChanged, 0) && &tree == &m_tree) {
-            nEntry = ResumeAfter(pNode);
-        }
+    };
+    if (tree.IsEmpty()) {
+        return;
+    }
+    if (UpdateObserver* const pObserver = UpdateObserver::Get();
+        __builtin_expect(pObserver != nullptr, false)) {
+        updateAll([pObserver](Node& node) { pObserver->BeginUpdate(node); });
+    } else {
+        updateAll([](Node&) {});
     }
 }
 

@@ -1,4 +1,5 @@
 #include "Table.h"
+#include "kelvo_host/UpdateObserver.h"
 #include "kelvo_test/TestNodes.h"
 #include "trevik/Allocation.h"
 #include "trevik/kelvo/MemoryTracer.h"
@@ -123,6 +124,28 @@ TEST(Timeline, TheFlattenedTreeTellsDepthsAndSubtrees) {
     pRoot->AttachBefore(nodes[4].Get(), nodes[0].Get()); // moved among its siblings
     pRoot->Update(device, 0);
     EXPECT_EQ(pRoot->m_tree, "d0/1 a0/3 b1/2 c2/1 ");
+}
+
+TEST(Timeline, AnObserverIsToldOfNodesAboveBeforeThoseBelow) {
+    struct Watched : UpdateObserver {
+        std::string m_names;
+        void BeginUpdate(Node& node) override {
+            m_names +=
+                TestDevice::NameOf(node) + (static_cast<TestSprite&>(node).m_nUpdates > 0 ? "! " : " ");
+        }
+    } watched;
+    TestDevice device;
+    Ref<TestTimeline> const pRoot(new TestTimeline);
+    Ref<Node> nodes[] = {Make<TestSprite>("a"), Make<TestSprite>("b"), Make<TestSprite>("c")};
+    pRoot->Attach(nodes[0].Get());
+    nodes[0]->Attach(nodes[1].Get());
+    pRoot->Attach(nodes[2].Get());
+    UpdateObserver* const pBefore = UpdateObserver::Set(&watched);
+    pRoot->Update(device, 0);
+    EXPECT_EQ(UpdateObserver::Set(pBefore), &watched);
+    EXPECT_EQ(watched.m_names, "a b c ") << "each before it is updated";
+    pRoot->Update(device, 1);
+    EXPECT_EQ(watched.m_names, "a b c ");
 }
 
 TEST(Timeline, WithoutMemoryForTheFlattenedTreeNothingIsLeftOut) {

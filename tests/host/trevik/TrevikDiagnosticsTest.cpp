@@ -1,3 +1,4 @@
+#include "kelvo_host/ScopeObserver.h"
 #include "kelvo_test/Diagnostics.h"
 #include "kelvo_test/Threads.h"
 #include "trevik/ScopeCounter.h"
@@ -117,6 +118,29 @@ TEST_F(TrevikScopeCounter, AScopeCountsAsItWasEntered) {
     EXPECT_EQ(Calls(5) + Calls(6) + Calls(ScopeCounter::MaximumIds), 0u);
     ScopeCounter::ResetFigures();
     EXPECT_EQ(Calls(4), 0u);
+}
+
+TEST_F(TrevikScopeCounter, AnObserverIsToldOfEachScopeInTheOrderOfTheirEnds) {
+    struct Watched : ScopeObserver {
+        std::string m_ids;
+        unsigned long long m_nLast = 0;
+        void EndScope(unsigned int id, unsigned long long start, unsigned long long end) override {
+            m_ids += std::to_string(id) + " ";
+            EXPECT_LE(start, end);
+            EXPECT_LE(m_nLast, end);
+            m_nLast = end;
+        }
+    } watched;
+    ScopeObserver* const pBefore = ScopeObserver::Set(&watched);
+    {
+        ScopeCounter const outer(4, true);
+        Spend(5);
+        Spend(6, false);
+        Spend(ScopeCounter::MaximumIds);
+    }
+    EXPECT_EQ(ScopeObserver::Set(pBefore), &watched);
+    Spend(4);
+    EXPECT_EQ(watched.m_ids, "5 4 ");
 }
 
 TEST_F(TrevikScopeCounter, FramesRecordWhatWasSpentSinceTheLastMark) {
