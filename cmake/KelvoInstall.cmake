@@ -13,6 +13,9 @@ install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET kelvo-player)
     install(TARGETS kelvo-player kelvo-player-calls RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    if(TARGET kelvo-player-window)
+        install(TARGETS kelvo-player-window RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    endif()
 endif()
 
 install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")

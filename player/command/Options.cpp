@@ -21,6 +21,7 @@ char const* const Description =
 char const* const Footer =
     "Examples:\n"
     "  kelvo-player scene.json --out pictures     every frame, as pictures/frame_00000.png ...\n"
+    "  kelvo-player scene.json --window --watch   in a window, anew whenever the scene is saved\n"
     "  kelvo-player scene.json --frames 45 --out still.png\n"
     "                                             one frame\n"
     "  kelvo-player scene.json --out - --format y4m | ffmpeg -i - scene.mp4\n"
@@ -93,6 +94,9 @@ void CheckTogether(CLI::App const& app, Options& options) {
     if (options.trace == "-" && (fStream || options.fStats || options.pick)) {
         throw CLI::ExcludesError("--trace -", fStream ? "--out -" : options.fStats ? "--stats" : "--pick");
     }
+    if (options.fWatch && (fStream || options.scene == "-")) {
+        throw CLI::ExcludesError("--watch", fStream ? "--out -" : "the scene -");
+    }
     if (fStream) {
         options.video = options.streamed;
     }
@@ -135,6 +139,21 @@ void AddScene(CLI::App& app, Options& options) {
     app.add_option("--backend", options.backend, "plug-in to draw with instead of libkelvoGLES20")
         ->check(CheckPath)
         ->type_name("FILE");
+}
+
+/** A window in place of pictures. */
+void AddWindow(CLI::App& app, Options& options) {
+    app.option_defaults()->group("Window");
+    CLI::Option* const pWindow =
+        app.add_flag("--window", options.fWindow, "play in a window; F1 shows its keys");
+    for (char const* const pOther :
+         {"--out", "--compare", "--stats", "--calls", "--trace", "--pick", "--save"}) {
+        pWindow->excludes(app.get_option(pOther));
+    }
+    app.add_flag("--once", options.fOnce, "end after the last frame in place of beginning again")
+        ->needs(pWindow);
+    app.add_flag("--watch", options.fWatch, "show the scene anew whenever one of its files changes")
+        ->needs(pWindow);
 }
 
 /** What of the frames becomes pictures, or is compared with some. */
@@ -216,6 +235,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     AddScene(app, options);
     AddPictures(app, options);
     AddReports(app, options);
+    AddWindow(app, options);
     AddLogging(app, options);
     app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {

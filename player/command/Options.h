@@ -54,6 +54,10 @@ struct Options {
     std::optional<trevik::Vector2T<int>> pick;
     std::optional<trevik::RectangleT<int>> shot; ///< what of the surface becomes pictures, y down
     double rScale = 1;                           ///< of pictures against the surface, at most 1
+    bool fWindow = false;                        ///< play in a window
+    bool fOverlay = false;                       ///< with figures of the frames in it
+    bool fOnce = false;                          ///< and end after the last frame
+    bool fWatch = false;                         ///< play again whenever a file of the scene changes
     bool fPost = false;                          ///< draw frames through the post-process pass
     bool fStats = false;
     bool fStatsJson = false;                   ///< and these as JSON

@@ -12,6 +12,7 @@
 
 namespace kelvokit::player {
 
+using trevik::RectangleT;
 using trevik::ScopeCounter;
 using trevik::kelvo::Effect;
 using trevik::kelvo::Fault;
@@ -76,14 +77,29 @@ bool Stage::Prepare(Scene& scene, Fault& fault) {
     return scene.PromoteTextures(fault);
 }
 
-void Stage::Draw(Scene& scene) {
+template <class Drawing>
+void Stage::DrawWith(Drawing draw) {
     if (m_options.fPost) {
         m_backend.BeginPostProcess(*m_pDevice);
     }
-    scene.DrawFrame(*m_pDevice);
+    draw();
     if (m_options.fPost) {
         m_backend.EndPostProcess(*m_pDevice);
     }
+}
+
+void Stage::Draw(Scene& scene) {
+    DrawWith([&] { scene.DrawFrame(*m_pDevice); });
+}
+
+void Stage::DrawScaled(Scene& scene, RectangleT<int> const& viewport) {
+    // A target has a viewport of its own while it is drawn into, and gives this one back.
+    m_pDevice->SetViewport(viewport.left, viewport.top, viewport.GetWidth(), viewport.GetHeight());
+    DrawWith([&] {
+        m_pDevice->SetClearColor(scene.GetSettings().m_clearColor);
+        m_pDevice->Clear();
+        scene.GetRoot()->Render(*m_pDevice);
+    });
 }
 
 bool Stage::HasDrawn(int nFrame, Fault& fault) const {

@@ -35,12 +35,17 @@ public:
     bool Prepare(trevik::kelvo::Scene& scene, trevik::kelvo::Fault& fault);
     /** Draws the scene as of its last update: everything up to where the frame could be shown. */
     void Draw(trevik::kelvo::Scene& scene);
+    /** The same into a part of the window alone (pixels, y up), which the whole scene is made to fit. */
+    void DrawScaled(trevik::kelvo::Scene& scene, trevik::RectangleT<int> const& viewport);
     /** Whether all of a frame has been drawn, no blur left out for want of what it draws with. */
     bool HasDrawn(int nFrame, trevik::kelvo::Fault& fault) const;
 
     trevik::kelvo::GraphicsDevice& GetDevice() { return *m_pDevice; }
 
 private:
+    template <class Drawing>
+    void DrawWith(Drawing draw);
+
     Backend& m_backend;
     Options const& m_options;
     std::unique_ptr<trevik::kelvo::GraphicsDevice> m_pDevice;

@@ -1,0 +1,156 @@
+#include "window/SceneView.h"
+
+#include "trevik/ScopeCounter.h"
+
+#include <kelvo_desktop/OffscreenWindow.h>
+
+#include <algorithm>
+#include <utility>
+
+namespace kelvokit::player {
+
+using trevik::List;
+using trevik::RealFloat;
+using trevik::RectangleT;
+using trevik::SizeT;
+using trevik::Vector2T;
+using trevik::kelvo::DeviceFormat;
+using trevik::kelvo::Fault;
+using trevik::kelvo::SceneSettings;
+using trevik::kelvo::SelectionPoint;
+
+namespace {
+
+/** Further away than this, a frame is gone to at once. */
+constexpr int MostSteps = 100000;
+
+bool AreEqual(SizeT<int> const& a, SizeT<int> const& b) {
+    return a.width == b.width && a.height == b.height;
+}
+
+} // namespace
+
+SceneView::~SceneView() {
+    m_pScene = nullptr; // before the device
+}
+
+bool SceneView::Show(std::unique_ptr<LoadedScene> pScene, SizeT<int> const& surface, Fault& fault) {
+    SceneSettings& settings = pScene->scene.GetSettings();
+    settings.m_size = surface;
+    settings.m_format = m_options.format.value_or(settings.m_format);
+    bool const fSame =
+        m_pStage && AreEqual(surface, m_surface) && settings.m_format == m_pStage->GetDevice().GetFormat();
+    if (!fSame) {
+        m_pScene = nullptr;
+        if (!Restart(*pScene, surface, fault)) {
+            pScene = nullptr; // before the device
+            m_pStage = nullptr;
+            return false;
+        }
+    } else if (!m_pStage->Prepare(pScene->scene, fault)) {
+        Fault ignored;
+        static_cast<void>(m_pStage->Prepare(m_pScene->scene, ignored));
+        return false;
+    }
+    m_pScene = std::move(pScene);
+    m_fUpdated = false;
+    return true;
+}
+
+bool SceneView::Restart(LoadedScene& scene, SizeT<int> const& surface, Fault& fault) {
+    m_pStage = nullptr; // a window has one device at a time
+    m_surface = surface;
+    m_pStage = std::make_unique<Stage>(m_backend, m_options);
+    return m_pStage->Start(m_window.GetNative(), scene.scene.GetSettings(), fault) &&
+           m_pStage->Prepare(scene.scene, fault);
+}
+
+void SceneView::BringTo(int nFrame) {
+    auto const update = [this](int nTo) {
+        m_pScene->scene.Update(m_pStage->GetDevice(), static_cast<RealFloat>(nTo));
+    };
+    int const nFirst = std::min(m_pScene->scene.GetSettings().m_nFirstFrame, nFrame);
+    int nAt = m_nUpdated;
+    if (!m_fUpdated || nFrame < nAt) {
+        nAt = nFirst;
+        update(nAt);
+    }
+    for (nAt = std::max(nAt, nFrame - MostSteps); nAt < nFrame;) {
+        update(++nAt);
+    }
+    m_fUpdated = true;
+    m_nUpdated = nFrame;
+}
+
+bool SceneView::IsScaled() const {
+    return !AreEqual(m_surface, m_window.GetSize());
+}
+
+/** Where the scene is in the window; as it lies in the middle, y may go up or down. */
+RectangleT<int> SceneView::GetArea() const {
+    SizeT<int> const& window = m_window.GetSize();
+    double const rScale = std::min(static_cast<double>(window.width) / m_surface.width,
+                                   static_cast<double>(window.height) / m_surface.height);
+    int const nWidth = std::max(1, static_cast<int>(m_surface.width * rScale + 0.5));
+    int const nHeight = std::max(1, static_cast<int>(m_surface.height * rScale + 0.5));
+    int const nLeft = (window.width - nWidth) / 2;
+    int const nTop = (window.height - nHeight) / 2;
+    return {nLeft, nTop, nLeft + nWidth, nTop + nHeight};
+}
+
+void SceneView::DrawScene() {
+    if (!IsScaled()) {
+        m_pStage->Draw(m_pScene->scene);
+        return;
+    }
+    RectangleT<int> area = GetArea();
+    int const nHeight = area.GetHeight();
+    area.top = m_window.GetSize().height - area.bottom;
+    area.bottom = area.top + nHeight;
+    m_pStage->DrawScaled(m_pScene->scene, area);
+}
+
+bool SceneView::Draw(int nFrame, std::function<void()> const& drawAbove, Fault& fault) {
+    BringTo(nFrame);
+    DrawScene();
+    bool const fWhole = m_pStage->HasDrawn(nFrame, fault);
+    drawAbove();
+    m_pStage->GetDevice().Present();
+    m_pStage->GetDevice().Process();
+    trevik::ScopeCounter::MarkFrame();
+    return fWhole;
+}
+
+bool SceneView::TakePicture(FramePixels& pixels, Fault& fault) {
+    SizeT<int> const& window = m_window.GetSize();
+    RectangleT<int> const area = IsScaled() ? GetArea() : RectangleT<int>(0, 0, window.width, window.height);
+    trevik::kelvo::GraphicsDevice& device = m_pStage->GetDevice();
+    DrawScene();
+    device.SetViewport(0, 0, window.width, window.height);
+    if (!pixels.Read(device, area)) {
+        fault = Fault(std::string(), "the frame cannot be read from the device");
+        return false;
+    }
+    bool const fAlpha = device.GetFormat() == DeviceFormat::RGBA8888;
+    desktop::SetCapture(m_window.GetNative(), fAlpha);
+    device.Present();
+    device.Process();
+    if (fAlpha) {
+        pixels.AddAlpha(desktop::LastFrame(m_window.GetNative()), area);
+        desktop::SetCapture(m_window.GetNative(), false);
+    }
+    return true;
+}
+
+List<SelectionPoint> SceneView::Pick(Vector2T<int> const& point) {
+    trevik::kelvo::GraphicsDevice& device = m_pStage->GetDevice();
+    device.SetViewport(0, 0, m_surface.width, m_surface.height);
+    RectangleT<int> const area = GetArea();
+    // The middle of the pixel.
+    Vector2T<RealFloat> const at(
+        static_cast<RealFloat>((point.x - area.left + 0.5) * m_surface.width / area.GetWidth()),
+        static_cast<RealFloat>((point.y - area.top + 0.5) * m_surface.height / area.GetHeight()));
+    return m_pScene->scene.Pick(device, at);
+}
+
+} // namespace kelvokit::player

@@ -1,0 +1,71 @@
+#pragma once
+
+#include "command/Options.h"
+#include "kelvo_host/Fault.h"
+#include "pictures/FramePixels.h"
+#include "play/Backend.h"
+#include "play/SceneFile.h"
+#include "play/Stage.h"
+#include "trevik/List.h"
+#include "trevik/kelvo/SelectionPoint.h"
+#include "window/ScreenWindow.h"
+
+#include <functional>
+#include <memory>
+
+namespace kelvokit::player {
+
+/**
+ * A scene in a window. The surface that the scene is drawn for has the window's size, or one of its own; as
+ * long as the two differ, the picture is scaled to fit the window, in the middle of it. Operations that are
+ * false have one line in `fault`. Render thread.
+ */
+class SceneView {
+public:
+    SceneView(Backend& backend, Options const& options, ScreenWindow& window)
+        : m_backend(backend), m_options(options), m_window(window) {}
+    ~SceneView();
+    SceneView(SceneView const&) = delete;
+    SceneView& operator=(SceneView const&) = delete;
+
+    /**
+     * Shows a scene in place of the one before, which stays when its device cannot show the new one. A new
+     * device is made when the surface is to be another one.
+     */
+    bool Show(std::unique_ptr<LoadedScene> pScene, trevik::SizeT<int> const& surface,
+              trevik::kelvo::Fault& fault);
+    /** Whether there is a device, which is lost when a new one cannot be made. */
+    bool HasDevice() const { return m_pStage != nullptr; }
+    trevik::kelvo::GraphicsDevice& GetDevice() { return m_pStage->GetDevice(); }
+    LoadedScene& GetScene() { return *m_pScene; }
+    trevik::SizeT<int> const& GetSurface() const { return m_surface; }
+
+    /** Brings the scene to a frame in steps of one, as it comes there when it is played off screen. */
+    void BringTo(int nFrame);
+    /**
+     * Draws the frame and shows it; `drawAbove` draws what lies above the scene. False when a part of the
+     * scene cannot be drawn, and is left out.
+     */
+    bool Draw(int nFrame, std::function<void()> const& drawAbove, trevik::kelvo::Fault& fault);
+    /** Draws the scene alone, and gives what the window shows of it. */
+    bool TakePicture(FramePixels& pixels, trevik::kelvo::Fault& fault);
+    /** The nodes at a point of the window (pixels, y down), nearest first. */
+    trevik::List<trevik::kelvo::SelectionPoint> Pick(trevik::Vector2T<int> const& point);
+
+private:
+    bool IsScaled() const;
+    trevik::RectangleT<int> GetArea() const;
+    void DrawScene();
+    bool Restart(LoadedScene& scene, trevik::SizeT<int> const& surface, trevik::kelvo::Fault& fault);
+
+    Backend& m_backend;
+    Options const& m_options;
+    ScreenWindow& m_window;
+    trevik::SizeT<int> m_surface;
+    std::unique_ptr<Stage> m_pStage;
+    std::unique_ptr<LoadedScene> m_pScene;
+    bool m_fUpdated = false; ///< the scene has been brought to a frame
+    int m_nUpdated = 0;      ///< and to this one
+};
+
+} // namespace kelvokit::player

@@ -1,0 +1,89 @@
+#include "window/ScreenWindow.h"
+
+#include <SDL.h>
+#include <SDL_syswm.h>
+#include <kelvo_desktop/Display.h>
+#include <kelvo_desktop/OffscreenWindow.h>
+
+namespace kelvokit::player {
+
+using trevik::Ref;
+using trevik::SizeT;
+using trevik::kelvo::Fault;
+
+namespace {
+
+bool Fail(Fault& fault, std::string const& why) {
+    fault = Fault(std::string(), "no window can be opened", why);
+    return false;
+}
+
+} // namespace
+
+ScreenWindow::~ScreenWindow() {
+    m_pNative = nullptr;
+    if (m_pWindow) {
+        SDL_DestroyWindow(m_pWindow);
+    }
+    if (m_fStarted) {
+        SDL_Quit();
+    }
+}
+
+bool ScreenWindow::Open(std::string const& title, SizeT<int> const& size, Fault& fault) {
+    SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); // the player has its own
+    SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+    m_fStarted = SDL_Init(SDL_INIT_VIDEO) == 0;
+    if (!m_fStarted) {
+        return Fail(fault, SDL_GetError());
+    }
+    m_pWindow = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, size.width,
+                                 size.height, SDL_WINDOW_RESIZABLE);
+    if (!m_pWindow) {
+        return Fail(fault, SDL_GetError());
+    }
+    SDL_GetWindowSize(m_pWindow, &m_size.width, &m_size.height);
+    return Adopt(fault);
+}
+
+/** Makes of the window what the desktop's EGL takes. */
+bool ScreenWindow::Adopt(Fault& fault) {
+    SDL_SysWMinfo info;
+    SDL_VERSION(&info.version)
+    if (!SDL_GetWindowWMInfo(m_pWindow, &info)) {
+        return Fail(fault, SDL_GetError());
+    }
+    m_pNative = Ref(new NativeWindow);
+    switch (info.subsystem) {
+#if defined(SDL_VIDEO_DRIVER_X11)
+    case SDL_SYSWM_X11:
+        desktop::SelectPlatform("x11");
+        desktop::InitialiseX11(*m_pNative, info.info.x11.window, m_size.width, m_size.height);
+        return true;
+#endif
+    default:
+        return Fail(fault, std::string("the window system \"") + SDL_GetCurrentVideoDriver() +
+                               "\" is not supported");
+    }
+}
+
+bool ScreenWindow::TakeSize() {
+    SizeT<int> const before = m_size;
+    SDL_GetWindowSize(m_pWindow, &m_size.width, &m_size.height);
+    return m_size.width != before.width || m_size.height != before.height;
+}
+
+void ScreenWindow::SetSize(SizeT<int> const& size) {
+    SDL_SetWindowSize(m_pWindow, size.width, size.height);
+}
+
+void ScreenWindow::SetTitle(std::string const& title) {
+    SDL_SetWindowTitle(m_pWindow, title.c_str());
+}
+
+void ScreenWindow::ToggleFullScreen() {
+    bool const fFull = (SDL_GetWindowFlags(m_pWindow) & SDL_WINDOW_FULLSCREEN_DESKTOP) != 0;
+    SDL_SetWindowFullscreen(m_pWindow, fFull ? 0 : SDL_WINDOW_FULLSCREEN_DESKTOP);
+}
+
+} // namespace kelvokit::player

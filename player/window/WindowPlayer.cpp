@@ -1,0 +1,309 @@
+#include "window/WindowPlayer.h"
+
+#include "command/Interrupt.h"
+#include "play/AlphaTestGroup.h"
+#include "report/Report.h"
+#include "trevik/Debug.h"
+#include "window/PictureFile.h"
+
+#include <SDL.h>
+
+#include <algorithm>
+#include <chrono>
+#include <cstdio>
+#include <thread>
+#include <utility>
+
+namespace kelvokit::player {
+
+using namespace std::chrono_literals;
+using trevik::Debug;
+using trevik::SizeT;
+using trevik::TraceLevel;
+using trevik::kelvo::Fault;
+using trevik::kelvo::SceneSettings;
+
+namespace {
+
+// A window that is being resized asks for many sizes, and for a surface of each there would be no time.
+constexpr auto ResizeEnd = 150ms;
+// Signals are looked for as often.
+constexpr auto LongestWait = 100ms;
+constexpr auto TitleInterval = 250ms;
+
+PlayClock::Time GetNow() {
+    return std::chrono::steady_clock::now().time_since_epoch();
+}
+
+/** Has the main thread look around. Any thread. */
+void Wake() {
+    SDL_Event event = {};
+    event.type = SDL_USEREVENT;
+    SDL_PushEvent(&event);
+}
+
+std::string GetFileName(std::string const& path) {
+    return path == "-" ? "standard input" : path.substr(path.rfind('/') + 1);
+}
+
+} // namespace
+
+WindowPlayer::WindowPlayer(Options const& options) : m_options(options) {}
+
+int WindowPlayer::Complain(int nExitCode, std::string const& what) const {
+    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
+    return nExitCode;
+}
+
+FrameRange WindowPlayer::GetFrames() const {
+    SceneSettings const& settings = m_pView->GetScene().scene.GetSettings();
+    return m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
+}
+
+int WindowPlayer::Run() {
+    NoteInterrupts();
+    Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
+    int const nExitCode = Open();
+    return nExitCode == ExitSuccess ? Play() : nExitCode;
+}
+
+/** Everything up to the first frame. */
+int WindowPlayer::Open() {
+    Fault fault;
+    if (!m_backend.Load(m_options.backend, fault)) {
+        return Complain(ExitDevice, fault.GetText());
+    }
+    RegisterAlphaTestGroup(m_backend);
+    auto const since = std::chrono::system_clock::now();
+    auto pScene = std::make_unique<LoadedScene>();
+    if (int const nExitCode =
+            LoadSceneFile(m_options.scene, m_backend, pScene->scene, fault, pScene->notes)) {
+        return Complain(nExitCode, fault.GetText());
+    }
+    std::vector<std::string> const files = pScene->notes.GetFiles();
+    m_sceneSize = pScene->scene.GetSettings().m_size;
+    SizeT<int> const size = m_options.size.value_or(m_sceneSize);
+    if (!m_window.Open(GetFileName(m_options.scene), size, fault)) {
+        return Complain(ExitDevice, fault.GetText());
+    }
+    m_pView = std::make_unique<SceneView>(m_backend, m_options, m_window);
+    if (!m_pView->Show(std::move(pScene), IsFollowing() ? m_window.GetSize() : size, fault)) {
+        return Complain(ExitDevice, fault.GetText());
+    }
+    if (m_options.fVerbose) {
+        Complain(ExitSuccess, "drawn with " + GetRenderer());
+    }
+    m_pReader = std::make_unique<BackgroundReader>(m_options.scene, m_backend, Wake);
+    return m_pReader->Start(m_options.fWatch, files, since, fault) ? ExitSuccess
+                                                                   : Complain(ExitDevice, fault.GetText());
+}
+
+int WindowPlayer::Play() {
+    m_clock.emplace(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate,
+                    m_options.fOnce ? PlayClock::AtEnd::Stop : PlayClock::AtEnd::Loop, GetNow());
+    while (!m_exitCode) {
+        Time const now = GetNow();
+        m_clock->Advance(now);
+        if (m_options.fOnce && m_clock->HasEnded()) {
+            return ExitSuccess;
+        }
+        if (m_fChanged || m_clock->GetFrame() != m_nShownFrame) {
+            Show(now);
+        }
+        UpdateTitle(now);
+        WaitForEvents();
+        TakeSize(GetNow());
+        TakeReading();
+        if (int const nSignal = GetInterrupt()) {
+            return Complain(ExitSignal + nSignal, "interrupted");
+        }
+    }
+    return *m_exitCode;
+}
+
+void WindowPlayer::Show(Time) {
+    m_fChanged = false;
+    m_nShownFrame = m_clock->GetFrame();
+    Fault fault;
+    if (!m_pView->Draw(m_nShownFrame, [] {}, fault)) {
+        m_exitCode = Complain(ExitDevice, fault.GetText());
+    }
+}
+
+/** Waits for what a person does, or until something is to be shown; takes up what has been done. */
+void WindowPlayer::WaitForEvents() {
+    Time const now = GetNow();
+    Time until = std::min(m_clock->GetNextTime(), now + LongestWait);
+    until = std::min(until, m_resizeTime.value_or(until));
+    SDL_Event event;
+    auto const left = std::chrono::floor<std::chrono::milliseconds>(until - now);
+    bool fEvent = left.count() > 0 ? SDL_WaitEventTimeout(&event, static_cast<int>(left.count())) != 0
+                                   : SDL_PollEvent(&event) != 0;
+    if (!fEvent) {
+        // SDL waits for whole milliseconds.
+        std::this_thread::sleep_for(std::clamp<Time>(until - GetNow(), 0ms, 1ms));
+    }
+    for (; fEvent && !m_exitCode; fEvent = SDL_PollEvent(&event) != 0) {
+        TakeEvent(event);
+    }
+}
+
+void WindowPlayer::TakeEvent(SDL_Event const& event) {
+    switch (event.type) {
+    case SDL_QUIT:
+        m_exitCode = ExitSuccess;
+        break;
+    case SDL_WINDOWEVENT:
+        m_fChanged = true; // uncovered, or of another size
+        break;
+    case SDL_KEYDOWN:
+        TakeKey(event);
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+        if (event.button.button == SDL_BUTTON_LEFT && event.button.clicks == 2) {
+            Obey(Command::FullScreen);
+        }
+        break;
+    default:
+        break;
+    }
+}
+
+void WindowPlayer::TakeKey(SDL_Event const& event) {
+    KeyCommand const* const pCommand = FindKeyCommand(event.key.keysym.sym, event.key.keysym.mod);
+    // A key that is held repeats what has an effect each time.
+    bool const fRepeatable =
+        pCommand && (pCommand->command == Command::StepBack || pCommand->command == Command::StepOn);
+    if (pCommand && (event.key.repeat == 0 || fRepeatable)) {
+        Obey(pCommand->command);
+    }
+}
+
+void WindowPlayer::Obey(Command command) {
+    Time const now = GetNow();
+    m_fChanged = true;
+    m_titleTime = {};
+    switch (command) {
+    case Command::Pause:
+        m_clock->SetPaused(!m_clock->IsPaused(), now);
+        break;
+    case Command::StepBack:
+        m_clock->Step(-1, now);
+        break;
+    case Command::StepOn:
+        m_clock->Step(1, now);
+        break;
+    case Command::First:
+        m_clock->Seek(GetFrames().nFirst, now);
+        break;
+    case Command::Last:
+        m_clock->Seek(GetFrames().nLast, now);
+        break;
+    case Command::Slower:
+        m_clock->ChangeSpeed(-1, now);
+        break;
+    case Command::Faster:
+        m_clock->ChangeSpeed(1, now);
+        break;
+    case Command::FullScreen:
+        m_window.ToggleFullScreen();
+        break;
+    case Command::Reload:
+        m_pReader->Request();
+        break;
+    case Command::SavePicture:
+        SavePicture();
+        break;
+    case Command::End:
+        m_exitCode = ExitSuccess;
+        break;
+    case Command::Overlay:
+    case Command::Help:
+        break;
+    }
+}
+
+/** Has the surface follow the window once its size stays what it is. */
+void WindowPlayer::TakeSize(Time now) {
+    if (m_window.TakeSize()) {
+        m_fChanged = true;
+        m_resizeTime = now + ResizeEnd;
+    }
+    if (!m_resizeTime || now < *m_resizeTime) {
+        return;
+    }
+    m_resizeTime = std::nullopt;
+    SizeT<int> const& surface = m_pView->GetSurface();
+    bool const fSame =
+        surface.width == m_window.GetSize().width && surface.height == m_window.GetSize().height;
+    if (IsFollowing() && !fSame) {
+        m_pReader->Request(); // what a scene has on its device cannot move to another one
+    }
+}
+
+void WindowPlayer::TakeReading() {
+    std::optional<SceneReading> reading = m_pReader->Take();
+    if (!reading) {
+        return;
+    }
+    m_fChanged = true;
+    if (reading->pScene) {
+        ShowReading(std::move(reading->pScene));
+    } else {
+        Complain(ExitBadFile, reading->fault.GetText());
+    }
+}
+
+void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
+    SizeT<int> const size = pScene->scene.GetSettings().m_size;
+    SizeT<int> surface = m_options.size.value_or(size);
+    if (IsFollowing()) {
+        bool const fSame = size.width == m_sceneSize.width && size.height == m_sceneSize.height;
+        surface = fSame ? m_window.GetSize() : size;
+        if (!fSame) {
+            m_window.SetSize(size);
+        }
+    }
+    m_sceneSize = size;
+    Fault fault;
+    // A device that starts changes what reading asks about.
+    auto const still = m_pReader->HoldStill();
+    if (!m_pView->Show(std::move(pScene), surface, fault)) {
+        Complain(ExitDevice, fault.GetText());
+        if (!m_pView->HasDevice()) {
+            m_exitCode = ExitDevice;
+        }
+        return;
+    }
+    m_clock->SetFrames(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate, GetNow());
+}
+
+void WindowPlayer::SavePicture() {
+    FramePixels pixels;
+    Fault fault;
+    std::string path;
+    m_pView->BringTo(m_clock->GetFrame());
+    if (m_pView->TakePicture(pixels, fault) &&
+        SaveNewPicture(m_options.scene, m_clock->GetFrame(), pixels, path, fault)) {
+        Complain(ExitSuccess, path + ": written");
+    } else {
+        Complain(ExitBadFile, fault.GetText());
+    }
+}
+
+void WindowPlayer::UpdateTitle(Time now) {
+    if (now - m_titleTime < TitleInterval) {
+        return;
+    }
+    m_titleTime = now;
+    FrameRange const frames = GetFrames();
+    std::string title = GetFileName(m_options.scene) + ", frame " + std::to_string(m_nShownFrame) + " of " +
+                        std::to_string(frames.nFirst) + ".." + std::to_string(frames.nLast);
+    title += m_clock->IsPaused() ? ", paused" : "";
+    if (title != m_sTitle) {
+        m_sTitle = title;
+        m_window.SetTitle(title);
+    }
+}
+
+} // namespace kelvokit::player

@@ -1,0 +1,63 @@
+#pragma once
+
+#include "command/Options.h"
+#include "kelvo_host/Fault.h"
+#include "play/Backend.h"
+#include "watch/BackgroundReader.h"
+#include "window/Commands.h"
+#include "window/PlayClock.h"
+#include "window/SceneView.h"
+#include "window/ScreenWindow.h"
+
+#include <memory>
+#include <optional>
+#include <string>
+
+union SDL_Event;
+
+namespace kelvokit::player {
+
+/** Plays a scene in a window, as keys and mouse ask. */
+class WindowPlayer {
+public:
+    explicit WindowPlayer(Options const& options);
+
+    /** Plays until the window is closed. Returns the exit code; anything but success has been explained. */
+    int Run();
+
+private:
+    using Time = PlayClock::Time;
+
+    int Open();
+    int Play();
+    void Show(Time now);
+    void WaitForEvents();
+    void TakeEvent(SDL_Event const& event);
+    void TakeKey(SDL_Event const& event);
+    void Obey(Command command);
+    void TakeSize(Time now);
+    void TakeReading();
+    void ShowReading(std::unique_ptr<LoadedScene> pScene);
+    void SavePicture();
+    void UpdateTitle(Time now);
+    FrameRange GetFrames() const;
+    /** Whether the surface gets the window's size. */
+    bool IsFollowing() const { return !m_options.size && m_options.scene != "-"; }
+    int Complain(int nExitCode, std::string const& what) const;
+
+    Options const& m_options;
+    Backend m_backend;
+    ScreenWindow m_window;
+    std::unique_ptr<SceneView> m_pView;
+    std::optional<PlayClock> m_clock;
+    std::unique_ptr<BackgroundReader> m_pReader;
+    trevik::SizeT<int> m_sceneSize;   ///< that the scene file says
+    std::optional<int> m_exitCode;    ///< once it is to end
+    std::optional<Time> m_resizeTime; ///< when the window's new size counts as the last one
+    bool m_fChanged = true;           ///< what is shown is not what there is to see
+    int m_nShownFrame = 0;
+    Time m_titleTime{};
+    std::string m_sTitle;
+};
+
+} // namespace kelvokit::player
