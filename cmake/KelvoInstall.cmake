@@ -12,7 +12,7 @@ install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
     ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
 if(TARGET kelvo-player)
-    install(TARGETS kelvo-player kelvo-player-calls RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    install(TARGETS kelvo-player kelvo-player-calls kelvo-player-counted RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
     if(TARGET kelvo-player-window)
         install(TARGETS kelvo-player-window RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
     endif()

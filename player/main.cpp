@@ -16,7 +16,13 @@ int main(int nArguments, char** ppArguments) {
             return static_cast<int>(ExitDevice);
         }
 #endif
-        // A driver that notes calls has to be there before the system's when a program starts.
-        return options.calls.empty() ? Player(options).Run() : BecomeProgram("-calls", ppArguments);
+        // What notes or counts calls has to be there before the system's driver when a program starts.
+        if (!options.calls.empty()) {
+            return BecomeProgram("-calls", ppArguments);
+        }
+        if (options.fStats || !options.trace.empty()) {
+            return BecomeProgram("-counted", ppArguments);
+        }
+        return Player(options).Run();
     });
 }

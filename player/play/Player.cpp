@@ -9,6 +9,7 @@
 #include "pictures/WebpFile.h"
 #include "play/AlphaTestGroup.h"
 #include "play/SceneFile.h"
+#include "report/Driver.h"
 #include "report/Report.h"
 #include "scene/NodeDescription.h"
 #include "trevik/ScopeCounter.h"
@@ -189,6 +190,7 @@ int Player::PlayOn(Stage& stage, Window& window) {
          nFrame < frames.nFirst && GetInterrupt() == 0; ++nFrame) {
         UpdateScene(nFrame, stage);
     }
+    m_figures.Begin();
     m_progress.emplace(nFrames, !m_options.fQuiet && !m_part);
     for (int nFrame = frames.nFirst; nFrame <= frames.nLast; ++nFrame) {
         if (int const nSignal = GetInterrupt()) {
@@ -200,7 +202,10 @@ int Player::PlayOn(Stage& stage, Window& window) {
         if (int const nExitCode = PlayFrame(nFrame, stage, window)) {
             return nExitCode;
         }
-        if (m_pTrace && !m_pTrace->Write(fault)) {
+        if (m_options.fStats) {
+            m_figures.EndFrame(m_drawn);
+        }
+        if (m_pTrace && !TraceDrawn(fault)) {
             return ComplainOfOutput(fault, " in frame " + std::to_string(nFrame));
         }
         m_progress->Show(static_cast<unsigned int>(nFrame - frames.nFirst) + 1);
@@ -212,7 +217,8 @@ int Player::PlayOn(Stage& stage, Window& window) {
         PrintPicked(device);
     }
     if (m_options.fStats) {
-        (m_options.fStatsJson ? PrintJson : PrintFigures)(nFrames, m_nPictures);
+        Report const report = {m_figures, m_countDrawn != nullptr, m_nPictures, m_scene.GetRoot()};
+        (m_options.fStatsJson ? PrintJson : PrintFigures)(report);
     }
     return fFinished ? ExitSuccess : Complain(ExitBadFile, fault);
 }
@@ -247,7 +253,6 @@ int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
         device.Present();
         device.Process();
     }
-    ScopeCounter::MarkFrame();
     if (window.frameCount == nBefore) {
         return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
     }
@@ -291,9 +296,19 @@ int Player::ComplainOfOutput(Fault const& fault, std::string const& when) {
 
 /** Everything up to where the frame could be shown. */
 void Player::DrawFrame(int nFrame, Stage& stage) {
+    DrawnCounts const before = m_countDrawn ? m_countDrawn() : DrawnCounts();
     UpdateScene(nFrame, stage);
     FrameTrace::TreeSpan const span(m_pTrace.get(), "draw", *m_scene.GetRoot());
     stage.Draw(m_scene);
+    m_drawn = m_countDrawn ? m_countDrawn() - before : DrawnCounts();
+}
+
+/** Puts a frame into the trace. */
+bool Player::TraceDrawn(Fault& fault) {
+    if (m_countDrawn) {
+        m_pTrace->AddCounts(m_drawn);
+    }
+    return m_pTrace->Write(fault);
 }
 
 void Player::UpdateScene(int nFrame, Stage& stage) {

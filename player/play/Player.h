@@ -7,6 +7,7 @@
 #include "pictures/FrameSink.h"
 #include "play/Backend.h"
 #include "play/Stage.h"
+#include "report/FrameFigures.h"
 #include "scene/SceneNotes.h"
 #include "trace/FrameTrace.h"
 
@@ -15,6 +16,7 @@
 #include <memory>
 #include <optional>
 #include <string>
+#include <utility>
 
 namespace kelvokit::player {
 
@@ -23,9 +25,12 @@ using Window = desktop::OffscreenWindowT<NativeWindow>;
 /** Plays a scene as the command line asks. */
 class Player {
 public:
-    /** @param pCalls what the frames' calls go to; null where frames are drawn. */
-    explicit Player(Options const& options, FrameCalls* pCalls = nullptr)
-        : m_options(options), m_pCalls(pCalls) {}
+    /**
+     * @param pCalls what the frames' calls go to; null where frames are drawn.
+     * @param countDrawn counts what is drawn, for --stats and --trace; may be empty.
+     */
+    explicit Player(Options const& options, FrameCalls* pCalls = nullptr, CountDrawn countDrawn = nullptr)
+        : m_options(options), m_pCalls(pCalls), m_countDrawn(std::move(countDrawn)) {}
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
@@ -39,6 +44,7 @@ private:
     int PlayFrame(int nFrame, Stage& stage, Window& window);
     int WritePicture(int nFrame, FramePixels& pixels, Window const& window);
     void UpdateScene(int nFrame, Stage& stage);
+    bool TraceDrawn(trevik::kelvo::Fault& fault);
     int NoteFrame(int nFrame, Stage& stage);
     void DrawFrame(int nFrame, Stage& stage);
     void PrintPicked(trevik::kelvo::GraphicsDevice& device);
@@ -55,6 +61,9 @@ private:
 
     Options const& m_options;
     FrameCalls* const m_pCalls;
+    CountDrawn const m_countDrawn;
+    DrawnCounts m_drawn;    ///< by the latest frame
+    FrameFigures m_figures; ///< of the frames, for --stats
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     trevik::kelvo::assets::SceneNotes m_notes; ///< of the scene

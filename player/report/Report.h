@@ -1,22 +1,22 @@
 #pragma once
 
-#include <string>
+#include "report/FrameFigures.h"
+#include "trevik/kelvo/ITraceable.h"
 
 namespace kelvokit::player {
 
-/** What the driver calls the thing that the current context draws with. */
-std::string GetRenderer();
+/** What frames have cost. */
+struct Report {
+    FrameFigures const& figures;
+    bool fCounted;          ///< what has been drawn is known
+    unsigned int nPictures; ///< frames that have become pictures, or were compared with some
+    trevik::kelvo::ITraceable* pScene;
+};
 
-/**
- * Prints what the current context draws with: driver, renderer, surface, and what the back end would use but
- * lacks.
- */
-void PrintDriver();
+/** Prints frames, counters, memory and what each profiled scope has cost. */
+void PrintFigures(Report const& report);
 
-/** Prints counters and what each profiled scope has cost; `nPictures` of the frames were written. */
-void PrintFigures(unsigned int nFrames, unsigned int nPictures);
-
-/** Prints all of this as one JSON object. */
-void PrintJson(unsigned int nFrames, unsigned int nPictures);
+/** Prints all of this, and what was drawn with, as one JSON object. */
+void PrintJson(Report const& report);
 
 } // namespace kelvokit::player

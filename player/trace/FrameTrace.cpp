@@ -35,6 +35,13 @@ bool FrameTrace::WriteText(std::string const& text, Fault& fault) {
     return m_output.Write({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, fault);
 }
 
+void FrameTrace::AddCounts(DrawnCounts const& counts) {
+    Nanoseconds const time = Now();
+    for (DrawnCount const& count : AllDrawnCounts) {
+        m_events.AddCounter(count.pName, "a frame", time, static_cast<long long>(counts.*count.pCount));
+    }
+}
+
 bool FrameTrace::Write(Fault& fault) {
     m_events.AddCounter("texture memory", "bytes", Now(),
                         Statistics::Instance().GetStat(Statistics::StatTextureMemory));

@@ -5,6 +5,7 @@
 #include "kelvo_host/ScopeObserver.h"
 #include "kelvo_host/UpdateObserver.h"
 #include "pictures/ByteOutput.h"
+#include "report/FrameFigures.h"
 #include "scene/SceneNotes.h"
 #include "trace/TraceEvents.h"
 #include "trevik/ScopeCounter.h"
@@ -29,6 +30,9 @@ public:
     ~FrameTrace() override;
     FrameTrace(FrameTrace const&) = delete;
     FrameTrace& operator=(FrameTrace const&) = delete;
+
+    /** Shows as curves what a frame has asked GL for. */
+    void AddCounts(DrawnCounts const& counts);
 
     // False with one line in `fault` when they fail.
 

@@ -2,7 +2,7 @@
 
 #include "command/Interrupt.h"
 #include "play/AlphaTestGroup.h"
-#include "report/Report.h"
+#include "report/Driver.h"
 #include "trevik/Debug.h"
 #include "window/PictureFile.h"
 

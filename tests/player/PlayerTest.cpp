@@ -2,6 +2,7 @@
 #include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
+#include <nlohmann/json.hpp>
 #include <webp/demux.h>
 
 #include <algorithm>
@@ -589,10 +590,30 @@ TEST_F(PlayerTest, ReportsDriverThenFigures) {
     Outcome const outcome = Play({Path("scene.json"), "--stats"});
     ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
     std::size_t nAt = 0;
-    for (char const* pPart :
-         {"display ", "vendor ", "renderer ", "version ", "surface     red 8, green 8, blue 8", "missing ",
-          "counter ", "texture memory", "scope ", "median ms", "p95 ms", "p99 ms", "sprite render", "present",
-          "frame"}) {
+    for (char const* pPart : {"display ",
+                              "vendor ",
+                              "renderer ",
+                              "version ",
+                              "surface     red 8, green 8, blue 8",
+                              "missing ",
+                              "first frame ",
+                              " ms; the other 4: median ",
+                              "a frame's number of ",
+                              "draws  ",
+                              "the scene's memory ",
+                              "bytes",
+                              "animations ",
+                              "counter ",
+                              "bytes",
+                              "texture memory",
+                              "scope ",
+                              "first ms",
+                              "median ms",
+                              "p95 ms",
+                              "p99 ms",
+                              "sprite render",
+                              "present",
+                              "frame"}) {
         std::size_t const nFound = outcome.output.find(pPart, nAt);
         EXPECT_NE(nFound, std::string::npos) << pPart << " in order in\n" << outcome.output;
         nAt = nFound == std::string::npos ? nAt : nFound;
@@ -605,9 +626,33 @@ TEST_F(PlayerTest, ReportsAsJson) {
     Outcome const outcome = Play({Path("scene.json"), "--stats=json", "--quiet"});
     ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
     EXPECT_EQ(outcome.output.rfind("{\n  \"display\": \"", 0), 0u) << outcome.output;
-    for (char const* pPart : {"\"surface\": {\n    \"red\": 8,", "\"frames\": 5,\n  \"pictures\": 0,",
-                              "\"sprite render\": {\n      \"calls\": 10,\n      \"callsPerFrame\": 2.0,"}) {
+    for (char const* pPart :
+         {"\"surface\": {\n    \"red\": 8,",
+          "\"frames\": 5,\n  \"pictures\": 0,\n  \"firstFrame\": {\n    \"milliseconds\": ",
+          "\"otherFrames\": {\n    \"medianMilliseconds\": ",
+          "\"draws\": {\n      \"firstFrame\": 2,\n      \"median\": 2,\n      \"largest\": 2,\n      "
+          "\"total\": 10\n",
+          "\"memory\": {\n    \"objects\": {\n      \"bytes\": ",
+          "\"sprite render\": {\n      \"calls\": 10,\n      \"callsPerFrame\": 2.0,"}) {
         EXPECT_NE(outcome.output.find(pPart), std::string::npos) << pPart << " in\n" << outcome.output;
+    }
+}
+
+TEST_F(PlayerTest, CountsWhatTheFramesAskOfGl) {
+    for (char const* pScene : {"/showcase/scene.json", "/masks/scene.json", "/text/scene.json"}) {
+        std::string const scene = std::string(KELVO_EXAMPLES) + pScene;
+        std::string const calls = Play({scene, "--frames", "1..4", "--calls", "-"}).output;
+        auto const count = [&](std::regex const& call) {
+            return std::distance(std::sregex_iterator(calls.begin(), calls.end(), call),
+                                 std::sregex_iterator());
+        };
+        nlohmann::json const report =
+            nlohmann::json::parse(Play({scene, "--frames", "1..4", "--stats=json"}).output, nullptr, false);
+        ASSERT_TRUE(report.contains("drawn")) << scene;
+        EXPECT_EQ(report["drawn"]["calls"]["total"], count(std::regex("\\n *gl[A-Z]"))) << scene;
+        EXPECT_EQ(report["drawn"]["draws"]["total"], count(std::regex("\\n *glDraw"))) << scene;
+        EXPECT_LT(0, report["drawn"]["triangles"]["median"]);
+        EXPECT_LE(report["drawn"]["triangles"]["median"], report["drawn"]["triangles"]["largest"]);
     }
 }
 

@@ -148,6 +148,7 @@ TEST_F(Trace, HasEveryNodeOfEveryFrameWithinTheNodeAboveIt) {
     EXPECT_EQ(values["M process_name"], 1u);
     EXPECT_EQ(values["M thread_name"], 1u);
     EXPECT_GE(values["C texture memory"], 3u);
+    EXPECT_EQ(values["C draws"], 3u);
     std::string expected = "read the scene\ndevice initialisation\nshader initialisation\n";
     for (char const number : {'0', '1', '2'}) {
         expected += std::string(Frame).replace(6, 1, 1, number);
