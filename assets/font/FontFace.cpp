@@ -1,7 +1,10 @@
 #include "font/FontFace.h"
 
+#include "font/FontKerning.h"
+
 #include <algorithm>
 #include <cstdio>
+#include <utility>
 
 #include FT_OUTLINE_H
 
@@ -67,6 +70,7 @@ bool FontFace::Open(FontOptions const& options, Fault& fault) {
     if (FT_Error const nError = FT_Init_FreeType(&m_pLibrary)) {
         return Fail(fault, "FreeType does not start", TextOf(nError));
     }
+    m_nInstance = options.faceIndex >> 16;
     return OpenFace(options.faceIndex, fault) && SetSize(options.pixelsPerEm, fault) &&
            FindCharacters(options.codePoints, fault);
 }
@@ -170,24 +174,37 @@ void FontFace::SetUnderline(Font& font, bool fUnderline) const {
 }
 
 bool FontFace::SetKerning(Font& font, FT_Kerning_Mode mode) const {
-    if (!FT_HAS_KERNING(m_pFace)) {
-        return true;
-    }
     std::size_t const nPaired = std::min(m_characters.size(), MaximumPairedCharacters);
-    for (std::size_t i = 0; i < nPaired; ++i) {
-        for (std::size_t j = 0; j < nPaired; ++j) {
-            FontCharacter const& first = m_characters[i];
-            FontCharacter const& second = m_characters[j];
-            FT_Vector distance = {0, 0};
-            if (FT_Get_Kerning(m_pFace, first.nGlyph, second.nGlyph, mode, &distance) == 0 &&
-                distance.x != 0 &&
-                !font.SetKerning(first.nCodePoint, second.nCodePoint,
-                                 static_cast<RealFloat>(distance.x) / 64)) {
-                return false;
-            }
-        }
+    std::vector<FontCharacter> const paired(m_characters.begin(),
+                                            m_characters.begin() + static_cast<std::ptrdiff_t>(nPaired));
+    return SetKerning(font, mode, paired, paired);
+}
+
+bool FontFace::SetKerning(Font& font, FT_Kerning_Mode mode, std::vector<FontCharacter> const& firsts,
+                          std::vector<FontCharacter> const& seconds) const {
+    std::vector<FontPair> pairs;
+    if (!FindKerning(m_pFace, m_nInstance, firsts, seconds, pairs)) {
+        return false;
     }
-    return true;
+    auto const key = [](FontPair const& pair) {
+        return std::make_pair(pair.first.nCodePoint, pair.second.nCodePoint);
+    };
+    std::sort(pairs.begin(), pairs.end(),
+              [&](FontPair const& left, FontPair const& right) { return key(left) < key(right); });
+    return std::all_of(pairs.begin(), pairs.end(), [&](FontPair const& pair) {
+        return font.SetKerning(pair.first.nCodePoint, pair.second.nCodePoint, ToPixels(pair.nUnits, mode));
+    });
+}
+
+/** The same as FreeType makes of a "kern" table's distance. */
+RealFloat FontFace::ToPixels(int nUnits, FT_Kerning_Mode mode) const {
+    FT_Pos distance = FT_MulFix(nUnits, m_pFace->size->metrics.x_scale);
+    if (mode == FT_KERNING_DEFAULT) {
+        // Rounding would make too much of it at small sizes.
+        distance = m_nPixelsPerEm < 25 ? FT_MulDiv(distance, m_nPixelsPerEm, 25) : distance;
+        distance = static_cast<FT_Pos>(RoundToPixels(distance)) * 64;
+    }
+    return static_cast<RealFloat>(distance) / 64;
 }
 
 } // namespace trevik::kelvo::assets

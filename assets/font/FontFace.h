@@ -52,12 +52,16 @@ private:
     bool FindCharacters(std::vector<std::uint32_t> codePoints, Fault& fault);
     void SetUnderline(Font& font, bool fUnderline) const;
     bool SetKerning(Font& font, FT_Kerning_Mode mode) const;
+    bool SetKerning(Font& font, FT_Kerning_Mode mode, std::vector<FontCharacter> const& firsts,
+                    std::vector<FontCharacter> const& seconds) const;
+    RealFloat ToPixels(int nUnits, FT_Kerning_Mode mode) const;
 
     ByteSpan m_bytes;
     std::string m_sName;
     FT_Library m_pLibrary = nullptr;
     FT_Face m_pFace = nullptr;
     int m_nPixelsPerEm = 0;
+    int m_nInstance = 0; ///< of a variable font, from 1
     std::vector<FontCharacter> m_characters;
 };
 

@@ -45,8 +45,9 @@ bool FindFontFile(std::string const& family, std::string const& style, std::stri
  * and pages are created through `registry` ("Font", "Texture"). Glyphs without ink, such as the space,
  * have an advance, but neither a size nor a texture; texts make no instances of them.
  *
- * Kerning comes from the font's "kern" table, fitted to whole pixels when hinting is on; pairs that only a
- * "GPOS" table has are not found. Of more than 1000 glyphs only the first 1000, by code point, are paired.
+ * Kerning comes from the font's "GPOS" table (the feature "kern" of the two characters' script), or from its
+ * "kern" table where "GPOS" does not kern that script; it is fitted to whole pixels when hinting is on. Of more
+ * than 1000 glyphs only the first 1000, by code point, are paired.
  *
  * Makes no GL calls; any thread. Fails with null and one line that names the file and what is wrong: a file
  * that cannot be read, is larger than 64 MiB or no font, a face that it has not, options out of their range,
