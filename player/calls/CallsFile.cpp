@@ -1,17 +1,24 @@
 #include "calls/CallsFile.h"
 
+#include "scene/NodeDescription.h"
+
 #include <kelvo_recording/Recording.h>
 
 namespace kelvokit::player {
 
-void CallsFile::Prepare(trevik::SizeT<int> const& size) {
+std::string CallsFile::SceneGroups::Describe(trevik::kelvo::Node const& node) const {
+    return trevik::kelvo::assets::DescribeNode(node, m_notes);
+}
+
+void CallsFile::Prepare(trevik::SizeT<int> const& size, trevik::kelvo::assets::SceneNotes const& notes) {
+    m_pNotes = &notes;
     recording::SetWindowSize(size.width, size.height);
 }
 
 void CallsFile::BeginFrame(int nFrame) {
     recording::Clear();
     recording::BeginGroup("frame " + std::to_string(nFrame));
-    m_groups.emplace();
+    m_groups.emplace(*m_pNotes);
 }
 
 bool CallsFile::EndFrame(trevik::kelvo::Fault& fault) {

@@ -161,7 +161,7 @@ int Player::PlayOnDevice() {
     SizeT<int> const size = m_scene.GetSettings().m_size;
     Ref<Window> const pWindow(new Window(size.width, size.height));
     if (m_pCalls) {
-        m_pCalls->Prepare(size);
+        m_pCalls->Prepare(size, m_notes);
     }
     Stage stage(m_backend, m_options);
     Fault fault;
