@@ -150,6 +150,8 @@ void AddWindow(CLI::App& app, Options& options) {
          {"--out", "--compare", "--stats", "--calls", "--trace", "--pick", "--save"}) {
         pWindow->excludes(app.get_option(pOther));
     }
+    app.add_flag("--overlay", options.fOverlay, "show figures of the frame in the window from the beginning")
+        ->needs(pWindow);
     app.add_flag("--once", options.fOnce, "end after the last frame in place of beginning again")
         ->needs(pWindow);
     app.add_flag("--watch", options.fWatch, "show the scene anew whenever one of its files changes")

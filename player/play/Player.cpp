@@ -33,7 +33,6 @@ using trevik::kelvo::Fault;
 using trevik::kelvo::GraphicsDevice;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::SelectionPoint;
-using trevik::kelvo::assets::SceneFaults;
 
 int Player::Complain(int nExitCode, std::string const& what) {
     if (m_progress) {
@@ -55,12 +54,10 @@ int Player::Complain(int nExitCode, Fault const& fault) {
 
 /** Explains all that is wrong with a scene that cannot be read; `fault` comes first. */
 int Player::ComplainOfScene(int nExitCode, Fault const& fault) {
-    Complain(nExitCode, fault);
-    SceneFaults const& faults = m_notes.GetFaults();
-    for (std::size_t n = 1; n < faults.Get().size(); ++n) {
-        Complain(nExitCode, faults.Get()[n]);
+    for (std::string const& line : GetComplaints(fault, m_notes)) {
+        Complain(nExitCode, line);
     }
-    return faults.HasMore() ? Complain(nExitCode, m_notes.GetSource() + ": ... and more") : nExitCode;
+    return nExitCode;
 }
 
 int Player::Run() {

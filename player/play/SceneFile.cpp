@@ -49,4 +49,16 @@ int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault
     return ExitUsage;
 }
 
+std::vector<std::string> GetComplaints(Fault const& fault, SceneNotes const& notes) {
+    std::vector<std::string> lines{fault.GetText()};
+    SceneFaults const& faults = notes.GetFaults();
+    for (std::size_t n = 1; n < faults.Get().size(); ++n) {
+        lines.push_back(faults.Get()[n].GetText());
+    }
+    if (faults.HasMore()) {
+        lines.push_back(notes.GetSource() + ": ... and more");
+    }
+    return lines;
+}
+
 } // namespace kelvokit::player

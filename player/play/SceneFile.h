@@ -6,6 +6,7 @@
 #include "scene/SceneNotes.h"
 
 #include <string>
+#include <vector>
 
 namespace kelvokit::player {
 
@@ -24,5 +25,9 @@ struct LoadedScene {
  */
 int LoadSceneFile(std::string const& path, Backend& backend, trevik::kelvo::Scene& scene,
                   trevik::kelvo::Fault& fault, trevik::kelvo::assets::SceneNotes& notes);
+
+/** All that is wrong with a scene that could not be read, a line each; `fault` comes first. */
+std::vector<std::string> GetComplaints(trevik::kelvo::Fault const& fault,
+                                       trevik::kelvo::assets::SceneNotes const& notes);
 
 } // namespace kelvokit::player

@@ -111,14 +111,19 @@ void BackgroundReader::Read() {
     SceneReading reading;
     auto pScene = std::make_unique<LoadedScene>();
     try {
+        Fault fault;
         bool const fRead =
-            LoadSceneFile(m_sPath, m_backend, pScene->scene, reading.fault, pScene->notes) == ExitSuccess;
+            LoadSceneFile(m_sPath, m_backend, pScene->scene, fault, pScene->notes) == ExitSuccess;
         if (m_fWatch) {
             m_watch.SetFiles(pScene->notes.GetFiles(), since);
         }
-        reading.pScene = fRead ? std::move(pScene) : nullptr;
+        if (fRead) {
+            reading.pScene = std::move(pScene);
+        } else {
+            reading.complaints = GetComplaints(fault, pScene->notes);
+        }
     } catch (std::exception const& fault) {
-        reading.fault = Fault(m_sPath, "cannot be read again", std::string(fault.what()));
+        reading.complaints = {m_sPath + ": cannot be read again: " + fault.what()};
     }
     std::lock_guard<std::mutex> const lock(m_mutex);
     m_reading = std::move(reading); // one that was never taken has never been drawn: it may go here

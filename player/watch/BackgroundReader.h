@@ -17,7 +17,7 @@ namespace kelvokit::player {
 /** What has become of a scene that was read again. */
 struct SceneReading {
     std::unique_ptr<LoadedScene> pScene; ///< null when it could not be read
-    trevik::kelvo::Fault fault;          ///< why not
+    std::vector<std::string> complaints; ///< why not, a line each
 };
 
 /** Reads a scene again on a thread of its own: when it is asked to, or when its files have changed. */

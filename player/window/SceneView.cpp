@@ -2,10 +2,10 @@
 
 #include "trevik/ScopeCounter.h"
 
+#include <kelvo_counting/Counting.h>
 #include <kelvo_desktop/OffscreenWindow.h>
 
 #include <algorithm>
-#include <utility>
 
 namespace kelvokit::player {
 
@@ -31,6 +31,7 @@ bool AreEqual(SizeT<int> const& a, SizeT<int> const& b) {
 } // namespace
 
 SceneView::~SceneView() {
+    m_releaseOthers();
     m_pScene = nullptr; // before the device
 }
 
@@ -41,6 +42,7 @@ bool SceneView::Show(std::unique_ptr<LoadedScene> pScene, SizeT<int> const& surf
     bool const fSame =
         m_pStage && AreEqual(surface, m_surface) && settings.m_format == m_pStage->GetDevice().GetFormat();
     if (!fSame) {
+        m_releaseOthers();
         m_pScene = nullptr;
         if (!Restart(*pScene, surface, fault)) {
             pScene = nullptr; // before the device
@@ -112,7 +114,9 @@ void SceneView::DrawScene() {
 
 bool SceneView::Draw(int nFrame, std::function<void()> const& drawAbove, Fault& fault) {
     BringTo(nFrame);
+    unsigned long long const nBefore = counting::GetCounts().nDraws;
     DrawScene();
+    m_nDraws = counting::GetCounts().nDraws - nBefore;
     bool const fWhole = m_pStage->HasDrawn(nFrame, fault);
     drawAbove();
     m_pStage->GetDevice().Present();

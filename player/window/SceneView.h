@@ -12,6 +12,7 @@
 
 #include <functional>
 #include <memory>
+#include <utility>
 
 namespace kelvokit::player {
 
@@ -22,8 +23,11 @@ namespace kelvokit::player {
  */
 class SceneView {
 public:
-    SceneView(Backend& backend, Options const& options, ScreenWindow& window)
-        : m_backend(backend), m_options(options), m_window(window) {}
+    /** `releaseOthers`: lets go of what others than the scene have on the device, before it ends. */
+    SceneView(Backend& backend, Options const& options, ScreenWindow& window,
+              std::function<void()> releaseOthers)
+        : m_backend(backend), m_options(options), m_window(window),
+          m_releaseOthers(std::move(releaseOthers)) {}
     ~SceneView();
     SceneView(SceneView const&) = delete;
     SceneView& operator=(SceneView const&) = delete;
@@ -47,6 +51,8 @@ public:
      * scene cannot be drawn, and is left out.
      */
     bool Draw(int nFrame, std::function<void()> const& drawAbove, trevik::kelvo::Fault& fault);
+    /** Draws that the scene has taken in the last frame. */
+    unsigned long long GetDraws() const { return m_nDraws; }
     /** Draws the scene alone, and gives what the window shows of it. */
     bool TakePicture(FramePixels& pixels, trevik::kelvo::Fault& fault);
     /** The nodes at a point of the window (pixels, y down), nearest first. */
@@ -61,11 +67,13 @@ private:
     Backend& m_backend;
     Options const& m_options;
     ScreenWindow& m_window;
+    std::function<void()> const m_releaseOthers;
     trevik::SizeT<int> m_surface;
     std::unique_ptr<Stage> m_pStage;
     std::unique_ptr<LoadedScene> m_pScene;
     bool m_fUpdated = false; ///< the scene has been brought to a frame
     int m_nUpdated = 0;      ///< and to this one
+    unsigned long long m_nDraws = 0;
 };
 
 } // namespace kelvokit::player

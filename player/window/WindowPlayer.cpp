@@ -3,7 +3,9 @@
 #include "command/Interrupt.h"
 #include "play/AlphaTestGroup.h"
 #include "report/Driver.h"
+#include "scene/NodeDescription.h"
 #include "trevik/Debug.h"
+#include "window/NodeText.h"
 #include "window/PictureFile.h"
 
 #include <SDL.h>
@@ -22,6 +24,7 @@ using trevik::SizeT;
 using trevik::TraceLevel;
 using trevik::kelvo::Fault;
 using trevik::kelvo::SceneSettings;
+using trevik::kelvo::assets::DescribeNode;
 
 namespace {
 
@@ -42,8 +45,25 @@ void Wake() {
     SDL_PushEvent(&event);
 }
 
+unsigned int CountNodes(trevik::kelvo::Node const& node) {
+    unsigned int nNodes = 1;
+    for (trevik::kelvo::Node const* const pChild : node.GetChildren()) {
+        nNodes += CountNodes(*pChild);
+    }
+    return nNodes;
+}
+
 std::string GetFileName(std::string const& path) {
     return path == "-" ? "standard input" : path.substr(path.rfind('/') + 1);
+}
+
+/** The text with the file's name in place of its whole path: there is little room. */
+std::string Shorten(std::string text, std::string const& path) {
+    std::size_t nAt = 0;
+    while (!path.empty() && (nAt = text.find(path, nAt)) != std::string::npos) {
+        text.replace(nAt, path.size(), GetFileName(path));
+    }
+    return text;
 }
 
 } // namespace
@@ -86,7 +106,10 @@ int WindowPlayer::Open() {
     if (!m_window.Open(GetFileName(m_options.scene), size, fault)) {
         return Complain(ExitDevice, fault.GetText());
     }
-    m_pView = std::make_unique<SceneView>(m_backend, m_options, m_window);
+    if (m_options.fOverlay) {
+        m_texts.ToggleFigures();
+    }
+    m_pView = std::make_unique<SceneView>(m_backend, m_options, m_window, [this] { m_overlay.Release(); });
     if (!m_pView->Show(std::move(pScene), IsFollowing() ? m_window.GetSize() : size, fault)) {
         return Complain(ExitDevice, fault.GetText());
     }
@@ -99,6 +122,7 @@ int WindowPlayer::Open() {
 }
 
 int WindowPlayer::Play() {
+    m_nNodes = CountNodes(*m_pView->GetScene().scene.GetRoot());
     m_clock.emplace(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate,
                     m_options.fOnce ? PlayClock::AtEnd::Stop : PlayClock::AtEnd::Loop, GetNow());
     while (!m_exitCode) {
@@ -121,12 +145,25 @@ int WindowPlayer::Play() {
     return *m_exitCode;
 }
 
-void WindowPlayer::Show(Time) {
+void WindowPlayer::Show(Time now) {
     m_fChanged = false;
     m_nShownFrame = m_clock->GetFrame();
+    m_texts.NoteFrame(now);
     Fault fault;
-    if (!m_pView->Draw(m_nShownFrame, [] {}, fault)) {
+    if (!m_pView->Draw(m_nShownFrame, [&] { DrawTexts(now); }, fault)) {
         m_exitCode = Complain(ExitDevice, fault.GetText());
+    }
+}
+
+void WindowPlayer::DrawTexts(Time now) {
+    SceneFigures const figures{m_nNodes, m_pView->GetDraws()};
+    OverlayTexts const texts = m_texts.Get(*m_clock, GetFrames(), figures, now);
+    Fault fault;
+    if (m_overlay.Make(m_backend.GetRegistry(), fault)) {
+        m_overlay.Draw(m_pView->GetDevice(), m_window.GetSize(), texts);
+    } else if (m_fOverlay) {
+        m_fOverlay = false;
+        Complain(ExitSuccess, fault.GetText());
     }
 }
 
@@ -135,6 +172,8 @@ void WindowPlayer::WaitForEvents() {
     Time const now = GetNow();
     Time until = std::min(m_clock->GetNextTime(), now + LongestWait);
     until = std::min(until, m_resizeTime.value_or(until));
+    Time const textTime = m_texts.GetNextTime(now);
+    until = std::min(until, textTime);
     SDL_Event event;
     auto const left = std::chrono::floor<std::chrono::milliseconds>(until - now);
     bool fEvent = left.count() > 0 ? SDL_WaitEventTimeout(&event, static_cast<int>(left.count())) != 0
@@ -143,6 +182,7 @@ void WindowPlayer::WaitForEvents() {
         // SDL waits for whole milliseconds.
         std::this_thread::sleep_for(std::clamp<Time>(until - GetNow(), 0ms, 1ms));
     }
+    m_fChanged = m_fChanged || GetNow() >= textTime;
     for (; fEvent && !m_exitCode; fEvent = SDL_PollEvent(&event) != 0) {
         TakeEvent(event);
     }
@@ -159,10 +199,18 @@ void WindowPlayer::TakeEvent(SDL_Event const& event) {
     case SDL_KEYDOWN:
         TakeKey(event);
         break;
-    case SDL_MOUSEBUTTONDOWN:
-        if (event.button.button == SDL_BUTTON_LEFT && event.button.clicks == 2) {
-            Obey(Command::FullScreen);
+    case SDL_MOUSEMOTION:
+        m_fChanged = true;
+        m_texts.NoteMouse(GetNow());
+        if (m_fScrubbing) {
+            Scrub(event.motion.x);
         }
+        break;
+    case SDL_MOUSEBUTTONDOWN:
+        TakeButton(event);
+        break;
+    case SDL_MOUSEBUTTONUP:
+        m_fScrubbing = false;
         break;
     default:
         break;
@@ -177,6 +225,45 @@ void WindowPlayer::TakeKey(SDL_Event const& event) {
     if (pCommand && (event.key.repeat == 0 || fRepeatable)) {
         Obey(pCommand->command);
     }
+}
+
+void WindowPlayer::TakeButton(SDL_Event const& event) {
+    if (event.button.button != SDL_BUTTON_LEFT) {
+        return;
+    }
+    m_texts.NoteMouse(GetNow());
+    m_fScrubbing = event.button.y >= m_window.GetSize().height - Overlay::BarHeight;
+    if (m_fScrubbing) {
+        Scrub(event.button.x);
+    } else if (event.button.clicks == 2) {
+        Obey(Command::FullScreen);
+    } else {
+        Pick(event.button.x, event.button.y);
+    }
+}
+
+/** Goes to the frame that the bar has at this column. */
+void WindowPlayer::Scrub(int x) {
+    FrameRange const frames = GetFrames();
+    double const rLength = static_cast<double>(frames.nLast) - frames.nFirst;
+    double const rPlace = m_overlay.GetPlace(x, m_window.GetSize());
+    m_clock->Seek(frames.nFirst + static_cast<int>(rPlace * rLength + 0.5), GetNow());
+    m_fChanged = true;
+    m_titleTime = {};
+}
+
+/** Shows and prints what is known of the node at this point, and which ones lie below it. */
+void WindowPlayer::Pick(int x, int y) {
+    LoadedScene& scene = m_pView->GetScene();
+    std::string text;
+    for (trevik::kelvo::SelectionPoint const& hit : m_pView->Pick({x, y})) {
+        text += text.empty() ? GetNodeText(*hit.m_pNode, scene.notes, m_backend.GetRegistry())
+                             : "\nbelow it: " + DescribeNode(*hit.m_pNode, scene.notes);
+    }
+    std::printf("%s\n", text.empty() ? "nothing there" : text.c_str());
+    std::fflush(stdout);
+    m_texts.SetPicked(Shorten(text, scene.notes.GetSource()));
+    m_fChanged = true;
 }
 
 void WindowPlayer::Obey(Command command) {
@@ -209,7 +296,11 @@ void WindowPlayer::Obey(Command command) {
         m_window.ToggleFullScreen();
         break;
     case Command::Reload:
-        m_pReader->Request();
+        if (m_options.scene == "-") {
+            m_texts.SetNotice("standard input cannot be read again", now);
+        } else {
+            m_pReader->Request();
+        }
         break;
     case Command::SavePicture:
         SavePicture();
@@ -218,7 +309,10 @@ void WindowPlayer::Obey(Command command) {
         m_exitCode = ExitSuccess;
         break;
     case Command::Overlay:
+        m_texts.ToggleFigures();
+        break;
     case Command::Help:
+        m_texts.ToggleHelp();
         break;
     }
 }
@@ -249,9 +343,14 @@ void WindowPlayer::TakeReading() {
     m_fChanged = true;
     if (reading->pScene) {
         ShowReading(std::move(reading->pScene));
-    } else {
-        Complain(ExitBadFile, reading->fault.GetText());
+        return;
     }
+    std::string text;
+    for (std::string const& line : reading->complaints) {
+        Complain(ExitBadFile, line);
+        text += (text.empty() ? "" : "\n") + line;
+    }
+    m_texts.SetFault(text);
 }
 
 void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
@@ -270,11 +369,15 @@ void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
     auto const still = m_pReader->HoldStill();
     if (!m_pView->Show(std::move(pScene), surface, fault)) {
         Complain(ExitDevice, fault.GetText());
+        m_texts.SetFault(fault.GetText());
         if (!m_pView->HasDevice()) {
             m_exitCode = ExitDevice;
         }
         return;
     }
+    m_texts.SetFault("");
+    m_texts.SetPicked("");
+    m_nNodes = CountNodes(*m_pView->GetScene().scene.GetRoot());
     m_clock->SetFrames(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate, GetNow());
 }
 
@@ -286,8 +389,10 @@ void WindowPlayer::SavePicture() {
     if (m_pView->TakePicture(pixels, fault) &&
         SaveNewPicture(m_options.scene, m_clock->GetFrame(), pixels, path, fault)) {
         Complain(ExitSuccess, path + ": written");
+        m_texts.SetNotice(path + ": written", GetNow());
     } else {
         Complain(ExitBadFile, fault.GetText());
+        m_texts.SetNotice(fault.GetText(), GetNow());
     }
 }
 

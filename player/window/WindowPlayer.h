@@ -5,8 +5,10 @@
 #include "play/Backend.h"
 #include "watch/BackgroundReader.h"
 #include "window/Commands.h"
+#include "window/Overlay.h"
 #include "window/PlayClock.h"
 #include "window/SceneView.h"
+#include "window/ScreenTexts.h"
 #include "window/ScreenWindow.h"
 
 #include <memory>
@@ -31,9 +33,13 @@ private:
     int Open();
     int Play();
     void Show(Time now);
+    void DrawTexts(Time now);
     void WaitForEvents();
     void TakeEvent(SDL_Event const& event);
     void TakeKey(SDL_Event const& event);
+    void TakeButton(SDL_Event const& event);
+    void Scrub(int x);
+    void Pick(int x, int y);
     void Obey(Command command);
     void TakeSize(Time now);
     void TakeReading();
@@ -48,6 +54,8 @@ private:
     Options const& m_options;
     Backend m_backend;
     ScreenWindow m_window;
+    Overlay m_overlay;
+    ScreenTexts m_texts;
     std::unique_ptr<SceneView> m_pView;
     std::optional<PlayClock> m_clock;
     std::unique_ptr<BackgroundReader> m_pReader;
@@ -56,6 +64,9 @@ private:
     std::optional<Time> m_resizeTime; ///< when the window's new size counts as the last one
     bool m_fChanged = true;           ///< what is shown is not what there is to see
     int m_nShownFrame = 0;
+    unsigned int m_nNodes = 0; ///< of the scene
+    bool m_fOverlay = true;    ///< texts are drawn, as there is a font
+    bool m_fScrubbing = false; ///< the bar is held
     Time m_titleTime{};
     std::string m_sTitle;
 };

@@ -6,7 +6,10 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
+#include <algorithm>
+#include <atomic>
 #include <chrono>
+#include <filesystem>
 #include <functional>
 #include <future>
 #include <thread>
@@ -32,8 +35,13 @@ protected:
             GTEST_SKIP() << "no X server, or no libXtst to press keys with";
         }
         m_folder.WriteText("scene.json", MakeScene("#ff8000"));
+        m_before = std::filesystem::current_path();
+        std::filesystem::current_path(m_folder.Path("")); // where pictures go
     }
     void TearDown() override {
+        if (!m_before.empty()) {
+            std::filesystem::current_path(m_before);
+        }
         if (m_player.valid() && m_player.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
             m_fStop = true;
         }
@@ -45,7 +53,7 @@ protected:
         std::vector<std::string> words{m_folder.Path("scene.json"), "--window"};
         words.insert(words.end(), options.begin(), options.end());
         m_player = std::async(std::launch::async, [this, words] {
-            return RunProgram(KELVO_PLAYER, words, {"SDL_VIDEODRIVER=x11", "PWD=" + m_folder.Path("")},
+            return RunProgram(KELVO_PLAYER, words, {"SDL_VIDEODRIVER=x11"},
                               [this] { return m_fStop.load(); });
         });
         ASSERT_TRUE(WaitFor([&] {
@@ -69,20 +77,36 @@ protected:
 
     void Press(char const* pKey) const { m_server.PressKey(m_nWindow, pKey); }
 
-    /** The window comes to show, without anything above it, a frame that is drawn off screen. */
-    void ExpectShown(int nFrame, int nWidth = 120, int nHeight = 80) const {
+    void WaitForTitle(std::string const& title) const {
+        EXPECT_TRUE(WaitFor([&] { return m_server.GetTitle(m_nWindow) == title; }))
+            << m_server.GetTitle(m_nWindow);
+    }
+
+    /** Has it show the first frame alone, and stay there. */
+    void Pause() const {
+        Press("space");
+        Press("Home");
+        WaitForTitle("scene.json, frame 0 of 0..9, paused");
+    }
+
+    /**
+     * The window comes to show a frame as it is drawn off screen, or anything else in its place. The bar at
+     * the lower edge is left out.
+     */
+    void ExpectShown(int nFrame, int nWidth = 120, int nHeight = 80, bool fShown = true) const {
         TemporaryFolder const folder;
         Outcome const drawn =
             Play({m_folder.Path("scene.json"), "--frames", std::to_string(nFrame), "--size",
                   std::to_string(nWidth) + "x" + std::to_string(nHeight), "--out", folder.Path("p.png")});
         ASSERT_EQ(drawn.errors, "");
-        Image const expected = ReadPicture(folder.Path("p.png"));
+        Image const expected = ReadPicture(folder.Path("p.png")).Cut(0, 0, nWidth, nHeight - 26);
         Image shown;
-        WaitFor([&] {
-            shown = m_server.GetShown(m_nWindow, unsigned(nWidth), unsigned(nHeight));
-            return shown == expected;
+        bool const fReached = WaitFor([&] {
+            shown = m_server.GetShown(m_nWindow, unsigned(nWidth), unsigned(nHeight))
+                        .Cut(0, 0, nWidth, nHeight - 26);
+            return (shown == expected) == fShown;
         });
-        EXPECT_TRUE(CompareImages(shown, expected)) << "frame " << nFrame;
+        EXPECT_TRUE(fReached) << CompareImages(shown, expected).message() << "frame " << nFrame;
     }
 
     Outcome End() {
@@ -91,6 +115,7 @@ protected:
     }
 
     XServer m_server;
+    std::filesystem::path m_before; ///< the current folder
     TemporaryFolder m_folder;
     unsigned long m_nWindow = 0;
     std::atomic<bool> m_fStop{false};
@@ -99,9 +124,7 @@ protected:
 
 TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
     Start();
-    Press("space");
-    ASSERT_TRUE(WaitFor([&] { return m_server.GetTitle(m_nWindow).find("paused") != std::string::npos; }));
-    Press("Home");
+    Pause();
     ExpectShown(0);
     Press("Left");
     ExpectShown(9);
@@ -111,13 +134,72 @@ TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
     Press("Right");
     Press("Right");
     ExpectShown(2);
-    EXPECT_EQ(m_server.GetTitle(m_nWindow), "scene.json, frame 2 of 0..9, paused");
+    WaitForTitle("scene.json, frame 2 of 0..9, paused");
     m_server.Resize(m_nWindow, 200, 90);
     ExpectShown(2, 200, 90);
+    for (char const* const pKey : {"F1", "o"}) { // both are shown above the scene, and hidden
+        Press(pKey);
+        ExpectShown(2, 200, 90, false);
+        Press(pKey);
+        ExpectShown(2, 200, 90);
+    }
     Outcome const ended = End();
     EXPECT_EQ(ended.nExitCode, 0);
     EXPECT_EQ(ended.errors, "");
     EXPECT_EQ(ended.output, "");
+}
+
+TEST_F(WindowX11, KeepsASizeThatIsGivenAndScalesThePictureToTheWindow) {
+    Start({"--size", "60x40"});
+    Pause();
+    ExpectShown(0, 60, 40);
+    m_server.Resize(m_nWindow, 140, 80); // twice as large, and 10 pixels on either side
+    Press("s");
+    ASSERT_TRUE(WaitFor([&] { return m_folder.Read("scene_frame_00000.png").size() > 0; }));
+    EXPECT_EQ(End().nExitCode, 0);
+    Image const saved = ReadPicture(m_folder.Path("scene_frame_00000.png"));
+    EXPECT_EQ(saved.Width(), 120);
+    EXPECT_EQ(saved.Height(), 80);
+    EXPECT_EQ(saved.At(2, 10), (Pixel{255, 128, 0})); // the square reaches from y 30 to 40 of 40
+    EXPECT_EQ(saved.At(2, 22), (Pixel{32, 48, 64}));
+}
+
+TEST_F(WindowX11, SavesTheFrameWithoutWhatLiesAboveItAndReplacesNoFile) {
+    m_folder.WriteText("scene_frame_00003.png", "a picture of before");
+    Start({"--overlay"});
+    Pause();
+    for (int n = 0; n < 3; ++n) {
+        Press("Right");
+    }
+    Press("s");
+    ASSERT_TRUE(WaitFor([&] { return m_folder.Read("scene_frame_00003-2.png").size() > 0; }));
+    Outcome const ended = End();
+    EXPECT_EQ(ended.nExitCode, 0);
+    EXPECT_EQ(ended.errors, "kelvo-player: " + m_folder.Path("scene_frame_00003-2.png") + ": written\n");
+    EXPECT_EQ(m_folder.ReadText("scene_frame_00003.png"), "a picture of before");
+    EXPECT_TRUE(CompareImages(ReadPicture(m_folder.Path("scene_frame_00003-2.png")),
+                              DrawFrame(m_folder.Path("scene.json"), 3)));
+}
+
+TEST_F(WindowX11, TellsWhichNodesAreAtAClickAndGoesToFramesOfTheBar) {
+    m_folder.WriteText("scene.json", MakeScene("#ff8000", R"(,
+        {"class": "Sprite", "Size": [4, 4], "Color": "#0080ff", "Position": [2, 32, 0], "Opacity": 0.5})"));
+    Start();
+    Pause();
+    m_server.Click(m_nWindow, 4, 80 - 34);
+    m_server.Click(m_nWindow, 100, 5);
+    m_server.Click(m_nWindow, 119, 79);
+    WaitForTitle("scene.json, frame 9 of 0..9, paused");
+    Outcome const ended = End();
+    EXPECT_EQ(ended.nExitCode, 0);
+    std::string const scene = m_folder.Path("scene.json");
+    EXPECT_EQ(ended.output, "Sprite  " + scene + R"(:4
+    Position: 2, 32, 0
+    Opacity: 0.5
+    Size: 4, 4
+    Color: 0, 0.501961, 1
+below it: Sprite "square"  )" + scene +
+                                ":2\nnothing there\n");
 }
 
 } // namespace

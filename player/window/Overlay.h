@@ -1,0 +1,77 @@
+#pragma once
+
+#include "kelvo_host/Fault.h"
+#include "kelvo_host/Scene.h"
+#include "trevik/ClassRegistry.h"
+#include "trevik/Rectangle.h"
+#include "trevik/Size.h"
+#include "trevik/kelvo/GraphicsDevice.h"
+#include "trevik/kelvo/Text.h"
+
+#include <array>
+#include <memory>
+#include <optional>
+#include <string>
+
+namespace kelvokit::player {
+
+/** The bar at the lower edge. */
+struct PlayBar {
+    std::string text;
+    double rPlayed; ///< how much of the frames lies before the one that is shown, 0 to 1
+};
+
+/** What is to be read above the scene; empty texts are not shown. */
+struct OverlayTexts {
+    std::string figures; ///< at the upper left
+    std::string picked;  ///< at the upper right
+    std::string help;    ///< in the middle
+    std::string message; ///< at the lower edge, above the bar
+    std::optional<PlayBar> bar;
+};
+
+/**
+ * What the window shows above the scene: texts and a bar, which the back end draws as a scene of their own.
+ * What is made for a device goes before the device does. Render thread.
+ */
+class Overlay {
+public:
+    static constexpr int BarHeight = 26; ///< pixels
+
+    /** Makes it unless it is there; false with one line in `fault` when there is no font to write with. */
+    bool Make(trevik::ClassRegistry& registry, trevik::kelvo::Fault& fault);
+    void Release();
+
+    /** Draws over what has been drawn in the window, of `window` pixels. */
+    void Draw(trevik::kelvo::GraphicsDevice& device, trevik::SizeT<int> const& window,
+              OverlayTexts const& texts);
+
+    /** How far along the bar a column of the window lies, 0 to 1. */
+    double GetPlace(int x, trevik::SizeT<int> const& window) const;
+
+private:
+    /** A text on a ground of its own. */
+    struct Panel {
+        trevik::kelvo::TransformNode* pNode = nullptr;
+        trevik::kelvo::TransformNode* pGround = nullptr;
+        trevik::kelvo::Text* pText = nullptr;
+        std::string sText;
+        trevik::RectangleT<trevik::RealFloat> bounds; ///< of the ground, in the panel
+    };
+    enum PanelIndex { Figures, Picked, Help, Message, BarText, PanelCount };
+
+    trevik::kelvo::TransformNode* Find(std::string const& name) const;
+    void SetText(PanelIndex panel, std::string const& text, int nWidest);
+    void Place(PanelIndex panel, trevik::RealFloat x, trevik::RealFloat y);
+    void PlaceBar(trevik::SizeT<int> const& window, PlayBar const& bar);
+    void SetView(trevik::SizeT<int> const& window);
+    bool Build(trevik::ClassRegistry& registry, std::string const& family, trevik::kelvo::Fault& fault);
+
+    std::unique_ptr<trevik::kelvo::Scene> m_pScene; ///< null without a font
+    std::array<Panel, PanelCount> m_panels;
+    trevik::SizeT<int> m_viewSize;
+    int m_nTrackLeft = 0;       ///< column where the bar begins, right of its text
+    bool m_fFontMissed = false; ///< and is not looked for again
+};
+
+} // namespace kelvokit::player
