@@ -53,9 +53,13 @@ std::string DescribeStep(std::string const& name) {
     return name.size() > Longest ? step + "..." : step;
 }
 
-/** The way from a value down to another. Only a fault asks for it, so it is looked for rather than kept. */
-bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path) {
+/**
+ * The way from a value down to another, and the use of a template that is the nearest around it. Only a fault
+ * asks for it, so it is looked for rather than kept.
+ */
+bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path, std::size_t& nUse) {
     if (&from == &to) {
+        nUse = from.GetUse();
         return true;
     }
     bool const fObject = from.GetKind() == JsonValue::Kind::Object;
@@ -63,7 +67,8 @@ bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path) {
         return false;
     }
     for (std::size_t n = 0; n < from.GetItems().size(); ++n) {
-        if (FindPath(from.GetItems()[n], to, path)) {
+        if (FindPath(from.GetItems()[n], to, path, nUse)) {
+            nUse = nUse != 0 ? nUse : from.GetUse();
             path.insert(0, "/" + (fObject ? DescribeStep(from.GetNames()[n]) : std::to_string(n)));
             return true;
         }
@@ -84,11 +89,35 @@ std::string FormatNumber(double number) {
     return text;
 }
 
+std::string const& JsonCursor::GetFolder() const {
+    unsigned char const nFile = m_pValue->GetFile();
+    return nFile == 0 ? m_pSource->folder : m_pSource->included[nFile - 1u].folder;
+}
+
+std::string JsonCursor::DescribeUse(std::size_t nUse) const {
+    constexpr int Most = 3;
+    std::string text;
+    for (int n = 0; nUse != 0; nUse = m_pSource->uses[nUse - 1].nOuter, ++n) {
+        if (n == Most) {
+            return text + "; ...";
+        }
+        JsonUse const& use = m_pSource->uses[nUse - 1];
+        text += std::string(text.empty() ? "" : "; ") + "template " + Quote(use.templateName) + ", used at " +
+                m_pSource->GetFileName(use.nFile) + ":" + std::to_string(use.nLine);
+    }
+    return text;
+}
+
 std::string JsonCursor::GetPlace() const {
     std::string path;
-    FindPath(m_pSource->root, *m_pValue, path);
-    std::string const line = m_pSource->name + ":" + std::to_string(m_pValue->GetLine());
-    return path.empty() ? line : line + ": " + path;
+    std::size_t nUse = 0;
+    bool fFound = FindPath(m_pSource->root, *m_pValue, path, nUse);
+    for (std::size_t n = 0; n < m_pSource->included.size() && !fFound; ++n) {
+        fFound = FindPath(m_pSource->included[n].root, *m_pValue, path, nUse);
+    }
+    std::string const uses = DescribeUse(nUse);
+    return GetFileName() + ":" + std::to_string(m_pValue->GetLine()) +
+           (uses.empty() ? "" : " (" + uses + ")") + (path.empty() ? "" : ": " + path);
 }
 
 void JsonCursor::Fail(std::string const& what) const {

@@ -3,29 +3,64 @@
 #include "scene/JsonDocument.h"
 #include "scene/SceneFaults.h"
 
+#include <deque>
 #include <optional>
 #include <string>
 #include <vector>
 
 namespace trevik::kelvo::assets {
 
+/** A use of a template: what stands there has come from elsewhere. */
+struct JsonUse {
+    std::string templateName;
+    unsigned char nFile;
+    unsigned int nLine;
+    std::size_t nOuter; ///< the use that this one has come with, from 1; 0 for none
+};
+
+/** Another file of the same document. */
+struct JsonFile {
+    std::string name;
+    std::string folder;
+    JsonValue root;
+};
+
 /** A JSON document, the name that messages give it, and what those who read it have found wrong. */
 struct JsonSource {
     std::string name;
     JsonValue root;
-    SceneFaults faults;
+    SceneFaults faults = SceneFaults();
+    std::string folder = std::string();                     ///< empty or ends in "/"
+    std::deque<JsonFile> included = std::deque<JsonFile>(); ///< files of the numbers from 1 on
+    std::vector<JsonUse> uses = std::vector<JsonUse>();     ///< numbered from 1 on
+
+    std::string const& GetFileName(unsigned char nFile) const {
+        return nFile == 0 ? name : included[nFile - 1u].name;
+    }
 };
 
 /**
  * A place in a JSON document. Reading something else than what stands there throws a Fault that lies
- * at "name:line: /path/to/value". The document must outlive it.
+ * at "name:line: /path/to/value"; where that came from a template, the use is named behind the line. The
+ * document must outlive it.
  */
 class JsonCursor {
 public:
     explicit JsonCursor(JsonSource& source) : JsonCursor(source, source.root) {}
+    /** `value` is one of the source's. */
+    JsonCursor(JsonSource& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
 
     JsonValue const& GetValue() const { return *m_pValue; }
     bool Is(JsonValue::Kind kind) const { return m_pValue->GetKind() == kind; }
+
+    /** The name of the file that the value stands in, and the folder that paths in it begin at. */
+    std::string const& GetFileName() const { return m_pSource->GetFileName(m_pValue->GetFile()); }
+    std::string const& GetFolder() const;
+    /**
+     * How an object has come here, in a few words: `template "row", used at scene.json:31`, with what that
+     * came with behind; empty for what stands here itself.
+     */
+    std::string DescribeUse() const { return DescribeUse(m_pValue->GetUse()); }
 
     /** Throws "file:line: /path: what". */
     [[noreturn]] void Fail(std::string const& what) const;
@@ -88,10 +123,9 @@ public:
 private:
     Fault MakeUnknownName(std::string const& name, char const* what,
                           std::vector<std::string> const& known) const;
-    /** "file:line: /path" */
+    /** "file:line: /path", or with a template "file:line (template ...): /path" */
     std::string GetPlace() const;
-
-    JsonCursor(JsonSource& source, JsonValue const& value) : m_pSource(&source), m_pValue(&value) {}
+    std::string DescribeUse(std::size_t nUse) const;
 
     JsonSource* m_pSource;
     JsonValue const* m_pValue;

@@ -50,16 +50,56 @@ JsonValue const* JsonValue::Find(std::string const& name) const {
                                      : &GetItems()[static_cast<std::size_t>(found - GetNames().begin())];
 }
 
+JsonValue JsonValue::Copy() const {
+    JsonValue copy(m_kind, m_nLine, m_nFile);
+    copy.m_number = m_number;
+    if (m_pContent) {
+        copy.m_pContent = std::make_unique<Content>();
+        copy.m_pContent->text = m_pContent->text;
+        copy.m_pContent->names = m_pContent->names;
+        copy.m_pContent->nUse = m_pContent->nUse;
+        copy.m_pContent->items.reserve(m_pContent->items.size());
+        for (JsonValue const& item : m_pContent->items) {
+            copy.m_pContent->items.push_back(item.Copy());
+        }
+    }
+    return copy;
+}
+
+void JsonValue::SetMember(std::string const& name, JsonValue value) {
+    auto const found = std::find(Names().begin(), Names().end(), name);
+    if (found != Names().end()) {
+        Items()[static_cast<std::size_t>(found - Names().begin())] = std::move(value);
+        return;
+    }
+    Names().push_back(name);
+    Items().push_back(std::move(value));
+}
+
+JsonValue JsonValue::TakeMember(std::string const& name) {
+    auto const found = std::find(Names().begin(), Names().end(), name);
+    if (found == Names().end()) {
+        return JsonValue();
+    }
+    auto const item = Items().begin() + (found - Names().begin());
+    JsonValue taken = std::move(*item);
+    Items().erase(item);
+    Names().erase(found);
+    return taken;
+}
+
 /** Receives the parser's events and puts the tree together. */
 class JsonBuilder {
 public:
-    JsonBuilder(ByteSpan text, std::string const& name, JsonLimits const& limits)
-        : m_sName(name), m_limits(limits), m_pCounted(reinterpret_cast<char const*>(text.data)),
-          m_pReached(m_pCounted), m_pEnd(m_pCounted + text.size) {}
+    JsonBuilder(ByteSpan text, std::string const& name, JsonLimits const& limits, unsigned char nFile)
+        : m_sName(name), m_limits(limits), m_nFile(nFile),
+          m_pCounted(reinterpret_cast<char const*>(text.data)), m_pReached(m_pCounted),
+          m_pEnd(m_pCounted + text.size) {}
 
     bool Run(JsonValue& root, Fault& fault) {
         if (!nlohmann::json::sax_parse(TrackedIterator(m_pReached, &m_pReached),
-                                       TrackedIterator(m_pEnd, &m_pReached), this)) {
+                                       TrackedIterator(m_pEnd, &m_pReached), this,
+                                       nlohmann::json::input_format_t::json, true, true)) {
             fault = m_fault;
             return false;
         }
@@ -69,7 +109,7 @@ public:
 
     // The parser's events, under the names that it calls. False stops it.
 
-    bool null() { return Add(JsonValue(JsonValue::Kind::Null, Line())); }
+    bool null() { return Add(JsonValue(JsonValue::Kind::Null, Line(), m_nFile)); }
     bool boolean(bool value) { return AddNumber(JsonValue::Kind::Bool, value ? 1 : 0); }
     bool number_integer(std::int64_t value) {
         return AddNumber(JsonValue::Kind::Number, static_cast<double>(value));
@@ -79,7 +119,7 @@ public:
     }
     bool number_float(double value, std::string const&) { return AddNumber(JsonValue::Kind::Number, value); }
     bool string(std::string& value) {
-        JsonValue added(JsonValue::Kind::String, Line());
+        JsonValue added(JsonValue::Kind::String, Line(), m_nFile);
         added.m_pContent = std::make_unique<JsonValue::Content>();
         added.m_pContent->text = std::move(value);
         return Add(std::move(added));
@@ -112,7 +152,7 @@ private:
     }
 
     bool AddNumber(JsonValue::Kind kind, double value) {
-        JsonValue added(kind, Line());
+        JsonValue added(kind, Line(), m_nFile);
         added.m_number = value;
         return Add(std::move(added));
     }
@@ -133,7 +173,7 @@ private:
     }
 
     bool Open(JsonValue::Kind kind) {
-        JsonValue added(kind, Line());
+        JsonValue added(kind, Line(), m_nFile);
         if (m_open.size() >= m_limits.nDepth) {
             return Refuse(added.m_nLine, "arrays and objects are nested deeper than " +
                                              std::to_string(m_limits.nDepth) + " levels");
@@ -192,6 +232,7 @@ private:
 
     std::string const& m_sName;
     JsonLimits const& m_limits;
+    unsigned char m_nFile;
     char const* m_pCounted; ///< up to where m_nLine has counted
     char const* m_pReached; ///< up to where the parser has read
     char const* m_pEnd;
@@ -204,8 +245,8 @@ private:
 };
 
 bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
-               Fault& fault) {
-    return JsonBuilder(text, name, limits).Run(root, fault);
+               Fault& fault, unsigned char nFile) {
+    return JsonBuilder(text, name, limits, nFile).Run(root, fault);
 }
 
 } // namespace trevik::kelvo::assets

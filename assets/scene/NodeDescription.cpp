@@ -29,7 +29,8 @@ std::string DescribeNode(Node const& node) {
 
 std::string DescribeNode(Node const& node, SceneNotes const& notes) {
     if (SceneOrigin const* const pOrigin = notes.Find(node)) {
-        return DescribeNode(node) + "  " + notes.GetSource() + ":" + std::to_string(pOrigin->nLine);
+        return DescribeNode(node) + "  " + pOrigin->sFile + ":" + std::to_string(pOrigin->nLine) +
+               (pOrigin->sUse.empty() ? "" : " (" + pOrigin->sUse + ")");
     }
     // The path begins with the root, which has no name.
     std::string const path = ToLine(node.GetPath());

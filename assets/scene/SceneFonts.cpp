@@ -154,7 +154,7 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
     }
     std::vector<std::string> known = {"underline", "underlinePosition", "underlineThickness", "images"};
     if (file) {
-        description.path = ReadPath(*file, m_folder, "a font file");
+        description.path = ReadPath(*file, "a font file");
         description.fBMFont = IsBMFont(*file, description.path);
         known.push_back("file");
     } else {

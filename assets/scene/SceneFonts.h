@@ -22,12 +22,9 @@ namespace trevik::kelvo::assets {
  */
 class SceneFonts {
 public:
-    /**
-     * Relative paths start at `folder`, which is empty or ends in "/"; `textures` are those that glyphs may
-     * show.
-     */
-    SceneFonts(std::string const& folder, ClassRegistry const& registry, SceneTextures& textures)
-        : m_folder(folder), m_registry(registry), m_textures(textures) {}
+    /** `textures` are those that glyphs may show. */
+    SceneFonts(ClassRegistry const& registry, SceneTextures& textures)
+        : m_registry(registry), m_textures(textures) {}
 
     /**
      * Takes the descriptions at `place`; of the files only what they are is looked at. Notes or throws what
@@ -78,7 +75,6 @@ private:
     void CountCharacters(Description const& description);
     void CountPages(Description const& description, Font const& font);
 
-    std::string m_folder;
     ClassRegistry const& m_registry;
     SceneTextures& m_textures;
     std::map<std::string, Description> m_fonts;

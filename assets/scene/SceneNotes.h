@@ -14,7 +14,9 @@ namespace trevik::kelvo::assets {
 struct SceneOrigin {
     std::string className; ///< as the file writes it
     std::string name;      ///< empty for none
+    std::string sFile;     ///< that it stands in: the scene's own, or one that is included
     unsigned int nLine;    ///< that the description begins on
+    std::string sUse;      ///< of a template: `template "row", used at scene.json:31`; else empty
     std::string way;       ///< to it in the file, such as "/nodes/3/children/0"; empty for the root
 };
 

@@ -64,9 +64,9 @@ private:
     void Note(JsonCursor const& place, Referenced const& object, char const* pClassName) {
         std::optional<JsonCursor> const className = place.Find("class");
         std::optional<JsonCursor> const name = place.Find("name");
-        m_notes.AddOrigin(object,
-                          {className ? className->ReadText() : std::string(pClassName),
-                           name ? name->ReadText() : std::string(), place.GetValue().GetLine(), m_way});
+        m_notes.AddOrigin(object, {className ? className->ReadText() : std::string(pClassName),
+                                   name ? name->ReadText() : std::string(), place.GetFileName(),
+                                   place.GetValue().GetLine(), place.DescribeUse(), m_way});
     }
 
     SceneNotes& m_notes;

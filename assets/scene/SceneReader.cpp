@@ -7,6 +7,7 @@
 #include "scene/SceneNodes.h"
 #include "scene/SceneOrigins.h"
 #include "scene/SceneProperty.h"
+#include "scene/SceneTemplates.h"
 #include "scene/SceneTextures.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -78,16 +79,16 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
 }
 
 /** Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. */
-void BuildScene(JsonCursor const& root, std::string const& folder, ClassRegistry& registry, Scene& scene) {
+void BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
     bool const fKnown = root.Attempt([&] {
         root.CheckNames(
             {"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
     });
     scene.GetSettings() = ReadSettings(root);
-    SceneTextures textures(folder, registry);
+    SceneTextures textures(registry);
     ReadResources(root, "textures", fKnown, textures);
-    SceneFonts fonts(folder, registry, textures);
+    SceneFonts fonts(registry, textures);
     ReadResources(root, "fonts", fKnown, fonts);
     SceneNodes nodes(registry, textures, fonts);
     Ref<Timeline> const pRoot = nodes.CreateTimeline(root);
@@ -120,15 +121,15 @@ bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry
 }
 
 /** Reads, builds, saves and loads the scene; what is wrong is noted in the source. */
-bool ReadWhole(ByteSpan text, JsonSource& source, std::string const& folder, ClassRegistry& registry,
-               Scene& scene) {
+bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene& scene) {
     try {
         Fault fault;
         if (!ParseJson(text, source.name, JsonLimits(), source.root, fault)) {
             throw Fault(fault);
         }
+        ExpandTemplates(source);
         Scene built;
-        BuildScene(JsonCursor(source), folder, registry, built);
+        BuildScene(JsonCursor(source), registry, built);
         if (source.faults.Get().empty() && !Reload(built, source.name, registry, scene, fault)) {
             throw Fault(fault);
         }
@@ -142,10 +143,10 @@ bool ReadWhole(ByteSpan text, JsonSource& source, std::string const& folder, Cla
  * `fPlaces`. */
 void ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
                 Scene& scene, SceneNotes& notes, bool fPlaces) {
-    JsonSource source{name, JsonValue(), SceneFaults()};
+    JsonSource source{name, JsonValue(), SceneFaults(), folder};
     notes.SetSource(name);
     try {
-        if (ReadWhole(text, source, folder, registry, scene) && fPlaces) {
+        if (ReadWhole(text, source, registry, scene) && fPlaces) {
             NoteOrigins(JsonCursor(source), *scene.GetRoot(), notes);
         }
     } catch (SceneFaults::TooMany const&) { // those that there are will do

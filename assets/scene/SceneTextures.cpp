@@ -106,7 +106,7 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
         file = place.Require("file");
         options = ReadOptions(place);
     }
-    std::string const path = ReadPath(file, m_folder, "an image file");
+    std::string const path = ReadPath(file, "an image file");
     bool const fNinePatch = place.Is(JsonValue::Kind::Object)
                                 ? ReadFlag(place, "ninePatch", IsNinePatchPath(path))
                                 : IsNinePatchPath(path);
@@ -152,7 +152,7 @@ SceneTexture const& SceneTextures::FindOrRead(JsonCursor const& place) {
     if (m_textures.count(name) != 0 || name.find_first_of("./") == std::string::npos) {
         return Find(place);
     }
-    std::string const path = ReadPath(place, m_folder, "an image file");
+    std::string const path = ReadPath(place, "an image file");
     auto const found = m_files.find(path);
     if (found != m_files.end()) {
         return found->second;

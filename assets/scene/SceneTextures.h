@@ -21,9 +21,7 @@ struct SceneTexture {
 /** The textures of a scene, by the names that its nodes use for them. */
 class SceneTextures {
 public:
-    /** Relative paths start at `folder`, which is empty or ends in "/". */
-    SceneTextures(std::string const& folder, ClassRegistry const& registry)
-        : m_folder(folder), m_registry(registry) {}
+    explicit SceneTextures(ClassRegistry const& registry) : m_registry(registry) {}
 
     /** Reads the files of the textures that `place` describes; notes or throws what is wrong. */
     void Read(JsonCursor const& place);
@@ -44,7 +42,6 @@ private:
     SceneTexture Load(JsonCursor const& place, std::string const& path, ImageOptions const& options,
                       bool fNinePatch);
 
-    std::string m_folder;
     ClassRegistry const& m_registry;
     std::map<std::string, SceneTexture> m_textures;
     std::map<std::string, SceneTexture> m_files; ///< those without a name, by their paths

@@ -2,12 +2,12 @@
 
 namespace trevik::kelvo::assets {
 
-std::string ReadPath(JsonCursor const& place, std::string const& folder, char const* what) {
+std::string ReadPath(JsonCursor const& place, char const* what) {
     std::string const& path = place.ReadText();
     if (path.empty() || path.find('\0') != std::string::npos) {
         place.FailExpected(std::string("the path of ") + what);
     }
-    return path[0] == '/' ? path : folder + path;
+    return path[0] == '/' ? path : place.GetFolder() + path;
 }
 
 bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial) {

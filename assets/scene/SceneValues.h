@@ -11,10 +11,10 @@ namespace trevik::kelvo::assets {
 // What several parts of a scene file say in the same way. All throw a Fault.
 
 /**
- * The path of a file, which `what` names ("an image file"); a relative one starts at `folder`, which is empty
- * or ends in "/".
+ * The path of a file, which `what` names ("an image file"); a relative one starts at the folder of
+ * the file that it stands in.
  */
-std::string ReadPath(JsonCursor const& place, std::string const& folder, char const* what);
+std::string ReadPath(JsonCursor const& place, char const* what);
 
 /** The member `pName`, true or false; `fInitial` when there is none. */
 bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial = false);

@@ -101,7 +101,7 @@ unsigned int FrameTrace::NameNode(Node const& node) {
     }
     std::string arguments;
     if (SceneOrigin const* const pOrigin = m_notes.Find(node)) {
-        arguments = nlohmann::ordered_json{{"file", m_notes.GetSource()},
+        arguments = nlohmann::ordered_json{{"file", pOrigin->sFile},
                                            {"line", pOrigin->nLine},
                                            {"way", pOrigin->way}}
                         .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);

@@ -60,6 +60,26 @@ std::string ManyFonts(int nCount, std::string const& keys) {
            Repeat(nCount, R"("%": {"family": "DejaVu Sans", )" + keys + "}") + "}}";
 }
 
+/** A scene with a node of the last of templates that each have the one before it so many times. */
+std::string Doubling(int nTemplates, int nTimes) {
+    std::string all = R"({"templates": {"t0": {"node": {"class": "TransformNode"}})";
+    for (int n = 1; n <= nTemplates; ++n) {
+        all += ",\n\"t" + std::to_string(n) + R"(": {"node": {"class": "TransformNode", "children": [)" +
+               Repeat(nTimes, "{\"use\": \"t" + std::to_string(n - 1) + "\"}", ", ") + "]}}";
+    }
+    return all + "},\n\"nodes\": [{\"use\": \"t" + std::to_string(nTemplates) + "\"}]}";
+}
+
+/** A scene with a name that begins with 32 bytes and is doubled so many times. */
+std::string Lengthening(int nTimes) {
+    std::string all = "{\"constants\": {\"c0\": \"" + std::string(32, 'x') + "\"";
+    for (int n = 1; n <= nTimes; ++n) {
+        std::string const before = "${c" + std::to_string(n - 1) + "}";
+        all += ", \"c" + std::to_string(n) + "\": \"" + before + before + "\"";
+    }
+    return all + "}, \"nodes\": []}";
+}
+
 /** A scene with so many resources of a kind, none of which is one. */
 std::string ManyFaulty(char const* pKind, int nCount) {
     return "{\"nodes\": [], \"" + std::string(pKind) + "\": {" + Repeat(nCount, "\"%\": 0", ", ") + "}}";
@@ -89,6 +109,10 @@ TEST(SceneReader, KeepsToItsLimits) {
         {ManyFonts(6, "\"characters\": \"" + characters + "\""),
          "6: /fonts/5: the scene's fonts have more than 100000 characters together"},
         {ManyFonts(200, "\"size\": 500"), "*the glyphs of the scene's fonts take more than 256 MiB"},
+        {Doubling(25, 2), "*: templates and constants add more than 1048576 values"},
+        {Doubling(33, 1),
+         "3 (template \"t2\", used at scene.json:4; *; ...): *: more than 32 templates inside each other"},
+        {Lengthening(16), "1: /constants/c16: the text becomes longer than 1048576 bytes"},
         {ManyFaulty("fonts", 256), "1: /fonts/0: expected a font*"},
         {ManyFaulty("fonts", 257), "1: /fonts: expected at most 256 fonts*"},
         {ManyFaulty("textures", 4096), "1: /textures/0: expected the path*"},
