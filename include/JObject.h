@@ -60,6 +60,7 @@ public:
     ~Object() override { Set(nullptr); }
 
     jobject Get() const override { return m_obj; }
+    /** Whether there is no Java object. */
     bool IsEmpty() const { return m_obj == nullptr; }
 
 private:

@@ -14,6 +14,7 @@ namespace trevik::kelvo {
  */
 class KELVO_EXPORT FramebufferGL2 : public Referenced {
 public:
+    /** How a target is made. */
     struct InitParams {
         int width;                       ///< pixels
         int height;                      ///< pixels
@@ -56,13 +57,17 @@ public:
      */
     void Unbind(FramebufferGL2* pPrevious);
 
+    /** Whether draws go here: from Bind to Unbind. */
     bool IsBound() const { return m_fBound; }
     /** Whether Bind clears; true at first. */
     void SetClearOnBind(bool fClear) { m_fClearOnBind = fClear; }
+    /** What draws end up in; borrowed, there from the start. */
     TextureGL2* GetColorTexture() const { return m_pColorTexture.Get(); }
     /** Null without a depth and stencil texture. */
     TextureGL2* GetDepthTexture() const { return m_pDepthTexture.Get(); }
+    /** Pixels; 0 before Create. */
     int GetWidth() const { return m_nWidth; }
+    /** Pixels; 0 before Create. */
     int GetHeight() const { return m_nHeight; }
 
 private:

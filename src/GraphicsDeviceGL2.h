@@ -225,6 +225,7 @@ public:
 
     /** Node space to view space of the node being drawn; renderers set and read it. */
     Matrix4T<RealFloat> const& GetModelViewMatrix() const { return m_modelView; }
+    /** Sets what GetModelViewMatrix answers. */
     void SetModelViewMatrix(Matrix4T<RealFloat> const& matrix) { m_modelView = matrix; }
     // The next four use a hidden member of CameraGL2, so only this library can call them.
 
@@ -248,12 +249,14 @@ public:
         FetchMatrices();
         return m_viewMatrix;
     }
+    /** The projection matrix of that copy; see ViewMatrix. */
     Matrix4T<RealFloat> const& ProjectionMatrix() {
         FetchMatrices();
         return m_projectionMatrix;
     }
     /** Whether textured draws drop fragments of alpha below 0.1; off after each Clear. */
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
+    /** Sets what IsAlphaTestEnabled answers. */
     void SetAlphaTestEnabled(bool fEnabled) { m_fAlphaTest = fEnabled; }
 
     /**

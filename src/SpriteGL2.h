@@ -79,6 +79,7 @@ public:
                                 unsigned int nCopyDistance);
 
 protected:
+    /** The texture as this back end's own; null for none. */
     TextureGL2* GetTextureGL2() const;
     // Inline where SpriteParameters.h is included.
     /** Binds the texture's samplers to the active program. */
@@ -92,8 +93,8 @@ protected:
     /** Sets mWorldToView to model-view × projection. */
     static inline void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);
 
-    List<Vector3T<RealFloat>> m_vertices;
-    List<Vector2T<RealFloat>> m_textureCoords;
+    List<Vector3T<RealFloat>> m_vertices;      ///< the corners, node space
+    List<Vector2T<RealFloat>> m_textureCoords; ///< of the corners
 
 private:
     inline void Draw(GraphicsDeviceGL2& device);

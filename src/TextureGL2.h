@@ -130,6 +130,7 @@ public:
 
     /** Called around each draw with this texture; there is nothing to do. */
     void PreRender() {}
+    /** Called after each draw with this texture; there is nothing to do. */
     void PostRender() {}
 
 private:

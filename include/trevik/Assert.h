@@ -12,10 +12,11 @@ TREVIK_API void AssertFail(char const* file, unsigned int line, char const* expr
 
 /** Who is told about broken invariants: a function with a value of its user's choice. */
 struct AssertHandler {
+    /** Told the file and line of the check that failed, and its expression. May return. */
     using Function = void (*)(void* user, char const* file, unsigned int line, char const* expression);
 
-    Function pfnHandle; // null: the default, one line where traces go by default
-    void* pUser;
+    Function pfnHandle; ///< null: the default, one line where traces go by default
+    void* pUser;        ///< handed to the function
 };
 
 /**

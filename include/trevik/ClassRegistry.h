@@ -29,6 +29,7 @@ public:
     /** The same where the class is of this kind; null, and nothing is created, where it is of another. */
     Referenced* Create(unsigned int classID, ObjectKind::Enum kind) const;
 
+    /** Whether a class of this id has been added. */
     bool IsRegistered(unsigned int classID) const;
 
     /**
@@ -36,10 +37,12 @@ public:
      * set before other threads ask for it.
      */
     static ClassRegistry* GetDefault();
+    /** Sets what GetDefault answers, null for none; the registry is borrowed. */
     static void SetDefault(ClassRegistry* registry);
 
     /** The number of classes, and the id of each in the order of registration; index is below the count. */
     unsigned int GetCount() const { return m_containers.GetCount(); }
+    /** The id of a class, in the order of registration; index is below the count. */
     unsigned int GetClassID(unsigned int index) const { return m_containers[index]->m_nClassID; }
 
 private:

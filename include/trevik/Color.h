@@ -7,6 +7,7 @@ namespace trevik {
  */
 template <class T>
 struct ColorT {
+    /** Red, green, blue and alpha. */
     T r, g, b, a;
 
     /** Opaque black (0, 0, 0, 1). */
@@ -16,6 +17,7 @@ struct ColorT {
     static ColorT const None;
 
     constexpr ColorT() : r(), g(), b(), a() {}
+    /** From its four components. */
     constexpr ColorT(T r_, T g_, T b_, T a_) : r(r_), g(g_), b(b_), a(a_) {}
 
     constexpr bool operator==(ColorT const& c) const { return r == c.r && g == c.g && b == c.b && a == c.a; }

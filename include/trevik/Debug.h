@@ -15,11 +15,12 @@ struct TraceLevel {
 
 /** Where traces go: a function with a value of its user's choice. */
 struct TraceSink {
+    /** Told one message and its level. */
     using Function = void (*)(void* user, TraceLevel::Enum level,
                               StringEncoded<UTF16Encoding> const& message);
 
-    Function pfnTrace; // null: the default, one line in UTF-8 on stderr, or in Android's log
-    void* pUser;
+    Function pfnTrace; ///< null: the default, one line in UTF-8 on stderr, or in Android's log
+    void* pUser;       ///< handed to the function
 };
 
 /** The trace of the whole process. Any thread may trace at any time; lines do not mix. */
@@ -38,6 +39,7 @@ public:
         TraceFormatV(level, format, arguments);
         va_end(arguments);
     }
+    /** The same with the arguments of a format in one. */
     static void TraceFormatV(TraceLevel::Enum level, char16_t const* format, va_list arguments) {
         if (IsEnabled(level)) {
             Trace(level, StringEncoded<UTF16Encoding>::FormatV(format, arguments));
@@ -50,6 +52,7 @@ public:
      * Once this returns on another thread than the sink's, the sink before is not called any more.
      */
     static TraceSink SetSink(TraceSink::Function trace, void* user = nullptr);
+    /** The same with a sink that an earlier call has returned. */
     static TraceSink SetSink(TraceSink const& sink);
 
     /** Sets the lowest level that is logged, errors at first, and returns the one before. */

@@ -22,14 +22,17 @@ template <class... Args>
 class event<void(Args...)> {
 public:
     event() : m_nFiring(0), m_fStale(false) {}
+    /** Without handlers: a copy of what fires is listened to by nobody. */
     event(event const&) : event() {}
     ~event() {
         for (Callable* handler : m_handlers) {
             delete handler;
         }
     }
+    /** Keeps its own handlers and takes none over. */
     event& operator=(event const&) { return *this; }
 
+    /** Whether no handler is connected. */
     bool IsEmpty() const { return m_handlers.IsEmpty(); }
 
     /**
@@ -75,6 +78,7 @@ public:
         }
     }
 
+    /** Calls every handler with these arguments, as Fire does. */
     void operator()(Args... args) {
         if (!m_handlers.IsEmpty()) {
             FireHandlers(args...);

@@ -16,6 +16,7 @@ namespace trevik {
 class TREVIK_API OperationBase : public Referenced {
 public:
     ~OperationBase() override;
+    /** Does the work; called once. */
     virtual void Execute() = 0;
 
     /** Whether there is something to execute; dispatchers refuse operations without. */
@@ -62,7 +63,7 @@ public:
     virtual bool Invoke(Ref<OperationBase>& operation) = 0;
 
 protected:
-    Ref<TakeANumber> m_pTickets; // one ticket for each queued operation, through when it has been executed
+    Ref<TakeANumber> m_pTickets; ///< one ticket for each queued operation, through when it has been executed
 };
 
 /** Keeps operations until the executing thread comes for them. */

@@ -13,6 +13,7 @@ namespace trevik {
 struct CodePoint {
     enum : int { Replacement = 0xfffd, Maximum = 0x10ffff };
 
+    /** Whether the number is one of those that UTF-16 puts pairs together from, and so no code point. */
     static constexpr bool IsSurrogate(int codePoint) { return codePoint >= 0xd800 && codePoint <= 0xdfff; }
 
     /** The code point itself, or the replacement character. */
@@ -23,7 +24,7 @@ struct CodePoint {
 
 /** Text in units of 8 bits, one to four for each code point. */
 struct UTF8Encoding {
-    using Unit = char;
+    using Unit = char; ///< one unit of text
 
     /**
      * Reads the code point that starts at text[index] and moves the index behind it.
@@ -46,10 +47,13 @@ struct UTF8Encoding {
 
 /** Text in units of 16 bits, one or two for each code point. The operations are as for UTF8Encoding. */
 struct UTF16Encoding {
-    using Unit = char16_t;
+    using Unit = char16_t; ///< one unit of text
 
+    /** As UTF8Encoding::GetNextChar; half of a pair that stands alone gives 0xfffd. */
     TREVIK_API static int GetNextChar(Unit const* text, int& index, int length);
+    /** As UTF8Encoding::PutNextChar. */
     TREVIK_API static bool PutNextChar(Unit* text, int& index, int capacity, int codePoint);
+    /** As UTF8Encoding::GetElementCount: 1 or 2. */
     TREVIK_API static int GetElementCount(int codePoint);
 
     /**
@@ -64,6 +68,7 @@ struct UTF16Encoding {
      */
     TREVIK_API static unsigned int FormatV(Unit* buffer, unsigned int capacity, Unit const* format,
                                            va_list arguments);
+    /** As FormatV, with the arguments themselves. */
     TREVIK_API static unsigned int Format(Unit* buffer, unsigned int capacity, Unit const* format, ...);
 
     /** The units that the whole formatted text takes, without a NUL. */
@@ -76,10 +81,13 @@ struct UTF16Encoding {
  * zero unit reads as NUL all the same.
  */
 struct JavaEncoding {
-    using Unit = char;
+    using Unit = char; ///< one unit of text
 
+    /** As UTF8Encoding::GetNextChar. */
     TREVIK_API static int GetNextChar(Unit const* text, int& index, int length);
+    /** As UTF8Encoding::PutNextChar. */
     TREVIK_API static bool PutNextChar(Unit* text, int& index, int capacity, int codePoint);
+    /** As UTF8Encoding::GetElementCount. */
     TREVIK_API static int GetElementCount(int codePoint);
 };
 

@@ -13,6 +13,7 @@ namespace trevik {
  */
 class TREVIK_API Event {
 public:
+    /** Signalled from the start or not, and until Reset or until one waiter has come through. */
     Event(StringEncoded<UTF16Encoding> const& name, bool signalled, bool manualReset);
 
     /** No thread may be waiting. */
@@ -21,7 +22,9 @@ public:
     Event(Event const&) = delete;
     Event& operator=(Event const&) = delete;
 
+    /** Signals: lets waiters through, all of them or one. Any thread. */
     void Set();
+    /** Takes the signal back. Any thread. */
     void Reset();
 
     /** Waits until the event is signalled. */
@@ -30,6 +33,7 @@ public:
     /** Waits no longer than this; 0 only looks. @return whether the event was signalled. */
     bool Wait(unsigned int milliseconds);
 
+    /** The name that it was made with. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
 
 private:
@@ -45,6 +49,7 @@ private:
 /** An event that stays signalled until it is reset; not signalled at first. */
 class ManualResetEvent : public Event {
 public:
+    /** Signalled from the start or not. */
     explicit ManualResetEvent(bool signalled = false)
         : Event(StringEncoded<UTF16Encoding>(), signalled, true) {}
 };

@@ -16,8 +16,10 @@ class function;
 template <class Object, class Method>
 class MemberFunction {
 public:
+    /** A method of an object, which is borrowed. */
     MemberFunction(Object* object, Method method) : m_pObject(object), m_pfnMethod(method) {}
 
+    /** Calls the method on the object. */
     template <class... Args>
     decltype(auto) operator()(Args&&... args) const {
         return (m_pObject->*m_pfnMethod)(std::forward<Args>(args)...);
@@ -128,8 +130,13 @@ template <class R, class... Args>
 class function<R(Args...)> {
 public:
     function() : m_pCallable(nullptr) {}
+    /** Empty. */
     function(std::nullptr_t) : m_pCallable(nullptr) {}
 
+    /**
+     * From anything that can be called this way, which is copied; empty from a null pointer, and without
+     * memory.
+     */
     template <class F, class Target = std::decay_t<F>,
               class = std::enable_if_t<!std::is_same<Target, function>::value &&
                                        std::is_invocable_r<R, Target&, Args...>::value>>
@@ -146,13 +153,16 @@ public:
     function(function&& other) noexcept : m_pCallable(other.Detach()) {}
     ~function() { delete m_pCallable; }
 
+    /** Becomes the other one; what it held is let go. */
     function& operator=(function other) noexcept {
         std::swap(m_pCallable, other.m_pCallable);
         return *this;
     }
 
+    /** Whether there is something to call. */
     explicit operator bool() const { return m_pCallable != nullptr; }
 
+    /** Calls it and answers what it answers; empty, it does nothing and answers a default value. */
     R operator()(Args... args) const {
         if (!m_pCallable) {
             return R();
@@ -160,6 +170,7 @@ public:
         return m_pCallable->Invoke(std::forward<Args>(args)...);
     }
 
+    /** Whether both are empty, or hold equal callables of one type. */
     bool operator==(function const& other) const {
         if (!m_pCallable || !other.m_pCallable) {
             return m_pCallable == other.m_pCallable;

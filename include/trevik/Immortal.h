@@ -13,6 +13,7 @@ class Immortal {
 public:
     Immortal() { new (m_storage) T; }
 
+    /** The object. */
     T& Get() { return *std::launder(reinterpret_cast<T*>(m_storage)); }
 
 private:

@@ -68,29 +68,43 @@ public:
         return true;
     }
 
+    /** The number of elements. */
     unsigned int GetCount() const { return m_nCount; }
+    /** How many elements there is storage for. */
     unsigned int GetCapacity() const { return m_nCapacity; }
+    /** Whether there is no element. */
     bool IsEmpty() const { return m_nCount == 0; }
 
     /** The elements, one after the other; null while there is no storage. */
     T* GetData() { return m_pData; }
+    /** The elements, one after the other; null while there is no storage. */
     T const* GetData() const { return m_pData; }
 
     /** The index must be below the count; First and Last need an element. */
     T& operator[](unsigned int index) { return m_pData[index]; }
+    /** The index must be below the count. */
     T const& operator[](unsigned int index) const { return m_pData[index]; }
+    /** The first element; there has to be one. */
     T& First() { return m_pData[0]; }
+    /** The first element; there has to be one. */
     T const& First() const { return m_pData[0]; }
+    /** The last element; there has to be one. */
     T& Last() { return m_pData[m_nCount - 1]; }
+    /** The last element; there has to be one. */
     T const& Last() const { return m_pData[m_nCount - 1]; }
 
+    /** The first element, for loops. */
     T* begin() { return m_pData; }
+    /** Behind the last element, for loops. */
     T* end() { return m_pData + m_nCount; }
+    /** The first element, for loops. */
     T const* begin() const { return m_pData; }
+    /** Behind the last element, for loops. */
     T const* end() const { return m_pData + m_nCount; }
 
     /** Adds an element at the end; it may be one of this list's own. */
     bool Append(T const& element) { return Emplace(element); }
+    /** Adds an element at the end, and takes over what it holds. False without memory. */
     bool Append(T&& element) { return Emplace(std::move(element)); }
 
     /** Puts an element before the one at the index, or at the end; an index beyond the count is refused. */
@@ -188,6 +202,7 @@ public:
         return -1;
     }
 
+    /** Exchanges the elements of two lists; allocates nothing. */
     void Swap(List& other) noexcept {
         std::swap(m_pData, other.m_pData);
         std::swap(m_nCount, other.m_nCount);

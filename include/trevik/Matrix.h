@@ -19,19 +19,22 @@ struct Uninitialized {};
  */
 template <class T>
 struct Matrix4T {
-    T m[16];
+    T m[16]; ///< column after column: m[column * 4 + row]
 
     /** The identity; it is constant-initialised, so other statics may use it. */
     static Matrix4T const Identity;
 
     constexpr Matrix4T()
         : m{T(1), T(0), T(0), T(0), T(0), T(1), T(0), T(0), T(0), T(0), T(1), T(0), T(0), T(0), T(0), T(1)} {}
+    /** Leaves the elements unset. */
     explicit Matrix4T(Uninitialized) {}
 
     /** From 16 elements, column after column. */
     explicit Matrix4T(T const* elements) { std::memcpy(m, elements, sizeof(m)); }
 
+    /** Element column * 4 + row, 0 to 15. */
     T& operator[](unsigned int index) { return m[index]; }
+    /** Element column * 4 + row, 0 to 15. */
     constexpr T const& operator[](unsigned int index) const { return m[index]; }
 
     bool operator==(Matrix4T const& other) const {

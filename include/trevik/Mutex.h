@@ -36,6 +36,7 @@ private:
 /** Holds a mutex to the end of the enclosing block; it unlocks only what it has locked itself. */
 class ScopedLock {
 public:
+    /** Locks the mutex, which is borrowed. */
     explicit ScopedLock(Mutex& mutex) : m_mutex(mutex), m_fLocked(mutex.Lock()) {}
     ~ScopedLock() {
         if (m_fLocked) {
@@ -46,6 +47,7 @@ public:
     ScopedLock(ScopedLock const&) = delete;
     ScopedLock& operator=(ScopedLock const&) = delete;
 
+    /** Whether the mutex could be locked. */
     bool IsLocked() const { return m_fLocked; }
 
 private:

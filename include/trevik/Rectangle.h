@@ -25,9 +25,11 @@ constexpr int Difference(int a, int b) {
  */
 template <class T>
 struct RectangleT {
+    /** Its edges; which way y goes is up to the user. */
     T left, top, right, bottom;
 
     constexpr RectangleT() : left(), top(), right(), bottom() {}
+    /** From its four edges. */
     constexpr RectangleT(T left_, T top_, T right_, T bottom_)
         : left(left_), top(top_), right(right_), bottom(bottom_) {}
 

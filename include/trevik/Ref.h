@@ -17,17 +17,20 @@ template <class T>
 class Ref {
 public:
     Ref() : m_pObject(nullptr) {}
+    /** Refers to nothing. */
     Ref(std::nullptr_t) : m_pObject(nullptr) {}
     /** Takes a reference of its own; none of null. */
     explicit Ref(T* object) : m_pObject(object) { Retain(); }
     Ref(Ref const& other) : m_pObject(other.m_pObject) { Retain(); }
     Ref(Ref&& other) noexcept : m_pObject(other.Detach()) {}
 
+    /** From a Ref to a class derived from T; takes a reference of its own. */
     template <class U>
     Ref(Ref<U> const& other) : m_pObject(other.Get()) {
         Retain();
     }
 
+    /** From a Ref to a class derived from T, and takes its reference over. */
     template <class U>
     Ref(Ref<U>&& other) noexcept : m_pObject(other.Detach()) {}
 
@@ -39,13 +42,16 @@ public:
 
     // The argument holds the new object already and takes the old one away with it: assigning a Ref to
     // itself, or something that only the old object keeps alive, is safe.
+    /** Refers to the other one's object and lets the one before go. */
     Ref& operator=(Ref other) noexcept {
         Swap(other);
         return *this;
     }
 
+    /** Lets the object go and refers to nothing. */
     void Reset() { Ref().Swap(*this); }
 
+    /** Exchanges the objects; counts nothing. */
     void Swap(Ref& other) noexcept {
         T* const object = m_pObject;
         m_pObject = other.m_pObject;
@@ -59,9 +65,13 @@ public:
         return object;
     }
 
+    /** The object, borrowed; null for none. */
     T* Get() const { return m_pObject; }
+    /** The object, which there has to be. */
     T* operator->() const { return m_pObject; }
+    /** The object, which there has to be. */
     T& operator*() const { return *m_pObject; }
+    /** Whether there is an object. */
     explicit operator bool() const { return m_pObject != nullptr; }
 
 private:

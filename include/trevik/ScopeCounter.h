@@ -8,14 +8,15 @@ namespace trevik {
 
 /** What a profiled scope has cost so far. */
 struct ScopeTotals {
-    unsigned long long nCalls;
-    unsigned long long nNanoseconds; // from entry to exit, with all that is called
+    unsigned long long nCalls;       ///< how often the scope was entered
+    unsigned long long nNanoseconds; ///< from entry to exit, with all that is called
 };
 
 /** How a scope's time per frame is spread over the latest frames. */
 struct ScopeFrameTimes {
-    unsigned int nFrames;                                               // frames that the figures come from
-    unsigned long long nMedian, nPercentile95, nPercentile99, nMaximum; // nanoseconds per frame
+    unsigned int nFrames; ///< frames that the figures come from
+    /** Nanoseconds per frame. */
+    unsigned long long nMedian, nPercentile95, nPercentile99, nMaximum;
 };
 
 /**
@@ -24,6 +25,7 @@ struct ScopeFrameTimes {
  */
 class TREVIK_API ScopeCounter {
 public:
+    /** What the back end counts, by number. */
     enum Id : unsigned int {
         SpriteRender = 4,
         TextRender = 5,
@@ -65,6 +67,7 @@ public:
 
     /** Switches counting on or off; the counts stay. Scopes entered while it was off are not counted. */
     static void SetProfiling(bool profiling);
+    /** Whether counting is on. */
     static bool IsProfiling() { return s_fProfiling.load(std::memory_order_relaxed); }
 
     /**

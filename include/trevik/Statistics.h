@@ -9,10 +9,11 @@ namespace trevik {
 
 /** Who is told about named events: a function with a value of its user's choice. */
 struct StatisticsListener {
+    /** Told one event. */
     using Function = void (*)(void* user, StringEncoded<UTF16Encoding> const& event);
 
-    Function pfnHandle; // null: no listener
-    void* pUser;
+    Function pfnHandle; ///< null: no listener
+    void* pUser;        ///< handed to the function
 };
 
 /** Counters of the whole process, by number, and named events. Any thread may use them at any time. */
@@ -23,10 +24,12 @@ public:
         StatTextureMemory = 37 ///< bytes of live GL textures
     };
 
+    /** The counters of this process. */
     static Statistics& Instance();
 
     /** Adds to a counter, or takes off it. Ids from MaximumStats on are ignored. */
     void IncrementStat(unsigned int id, long long amount);
+    /** Takes off a counter, as IncrementStat adds to it. */
     void DecrementStat(unsigned int id, long long amount);
 
     /** The counter's value: 0 at first, and for ids from MaximumStats on. */
@@ -46,6 +49,7 @@ public:
      * one call at a time; it may fire in turn, but not wait for another thread that does.
      */
     StatisticsListener SetListener(StatisticsListener::Function handle, void* user = nullptr);
+    /** The same with a listener that an earlier call has returned. */
     StatisticsListener SetListener(StatisticsListener const& listener);
 
 private:

@@ -16,8 +16,9 @@ namespace trevik {
 template <class Encoding>
 class StringLiteral {
 public:
-    using Unit = typename Encoding::Unit;
+    using Unit = typename Encoding::Unit; ///< one unit of text
 
+    /** From a literal, which has to live for ever, as literals do. */
     template <std::size_t N>
     constexpr explicit StringLiteral(Unit const (&text)[N]) : m_pData(text), m_nLength(N - 1) {}
 
@@ -43,7 +44,7 @@ private:
 template <class Encoding>
 class StringEncoded {
 public:
-    using Unit = typename Encoding::Unit;
+    using Unit = typename Encoding::Unit; ///< one unit of text
 
     constexpr StringEncoded() noexcept : m_pData(s_empty), m_nLength(0), m_pStorage(nullptr) {}
 
@@ -74,6 +75,7 @@ public:
 
     ~StringEncoded() { ReleaseStorage(); }
 
+    /** Becomes the other one. */
     StringEncoded& operator=(StringEncoded other) noexcept {
         Swap(other);
         return *this;
@@ -97,6 +99,7 @@ public:
         return result;
     }
 
+    /** As Format, with the arguments in one. */
     static StringEncoded FormatV(Unit const* format, va_list arguments) {
         va_list measured;
         va_copy(measured, arguments);
@@ -116,12 +119,15 @@ public:
     /** The number of units, without the terminating NUL. */
     constexpr unsigned int GetLength() const { return m_nLength; }
 
+    /** Whether there is no unit. */
     constexpr bool IsEmpty() const { return m_nLength == 0; }
 
     /** The unit at an index up to the length, where the NUL stands. */
     constexpr Unit operator[](unsigned int index) const { return m_pData[index]; }
 
+    /** The first unit, for loops. */
     constexpr Unit const* begin() const { return m_pData; }
+    /** Behind the last unit, for loops; a NUL stands there. */
     constexpr Unit const* end() const { return m_pData + m_nLength; }
 
     bool operator==(StringEncoded const& other) const {
@@ -141,6 +147,10 @@ public:
     /** Adds to the end; the text may be part of this very string. */
     bool Append(Unit const* text) { return Append(text, CountUnits(text)); }
 
+    /**
+     * Adds this many units; the text may be part of this very string. False, with nothing changed, without
+     * memory.
+     */
     bool Append(Unit const* text, unsigned int length) {
         if (length == 0) {
             return true;
@@ -159,13 +169,16 @@ public:
         return true;
     }
 
+    /** Adds another string. False, with nothing changed, without memory. */
     bool Append(StringEncoded const& other) { return Append(other.m_pData, other.m_nLength); }
 
+    /** Adds another string; without memory nothing changes. */
     StringEncoded& operator+=(StringEncoded const& other) {
         Append(other);
         return *this;
     }
 
+    /** Both, one after the other; empty without memory. */
     StringEncoded operator+(StringEncoded const& other) const {
         StringEncoded sum;
         return sum.Reserve(m_nLength + other.m_nLength) && sum.Append(*this) && sum.Append(other)
@@ -173,6 +186,7 @@ public:
                    : StringEncoded();
     }
 
+    /** Becomes empty and lets its storage go. */
     void Clear() { StringEncoded().Swap(*this); }
 
     /** The index of the first occurrence that starts at or behind `from`, or -1. */
@@ -185,6 +199,7 @@ public:
         return -1;
     }
 
+    /** The index of the first unit of this value at or behind `from`, or -1. */
     int Find(Unit unit, unsigned int from = 0) const {
         for (unsigned int i = from; i < m_nLength; ++i) {
             if (m_pData[i] == unit) {
@@ -201,6 +216,7 @@ public:
         return StringEncoded(m_pData + start, length < rest ? length : rest);
     }
 
+    /** Exchanges the texts; allocates nothing. */
     void Swap(StringEncoded& other) noexcept {
         StringEncoded::SwapValues(m_pData, other.m_pData);
         StringEncoded::SwapValues(m_nLength, other.m_nLength);

@@ -5,9 +5,11 @@ namespace trevik {
 /** Two components; zero by default. Comparison is exact. */
 template <class T>
 struct Vector2T {
+    /** Its components. */
     T x, y;
 
     constexpr Vector2T() : x(), y() {}
+    /** From its components. */
     constexpr Vector2T(T x_, T y_) : x(x_), y(y_) {}
 
     constexpr bool operator==(Vector2T const& v) const { return x == v.x && y == v.y; }
@@ -24,9 +26,11 @@ struct Vector2T {
 /** Three components; zero by default. Comparison is exact. */
 template <class T>
 struct Vector3T {
+    /** Its components. */
     T x, y, z;
 
     constexpr Vector3T() : x(), y(), z() {}
+    /** From its components. */
     constexpr Vector3T(T x_, T y_, T z_) : x(x_), y(y_), z(z_) {}
 
     constexpr bool operator==(Vector3T const& v) const { return x == v.x && y == v.y && z == v.z; }
@@ -43,9 +47,11 @@ struct Vector3T {
 /** Four components; zero by default, w included. Comparison is exact. */
 template <class T>
 struct Vector4T {
+    /** Its components. */
     T x, y, z, w;
 
     constexpr Vector4T() : x(), y(), z(), w() {}
+    /** From its components. */
     constexpr Vector4T(T x_, T y_, T z_, T w_) : x(x_), y(y_), z(z_), w(w_) {}
 
     constexpr bool operator==(Vector4T const& v) const {
@@ -71,9 +77,11 @@ struct Vector4T {
  */
 template <class T>
 struct QuaternionT {
+    /** Its components, w the real one. */
     T x, y, z, w;
 
     constexpr QuaternionT() : x(), y(), z(), w() {}
+    /** From its components. */
     constexpr QuaternionT(T x_, T y_, T z_, T w_) : x(x_), y(y_), z(z_), w(w_) {}
 
     constexpr bool operator==(QuaternionT const& q) const {

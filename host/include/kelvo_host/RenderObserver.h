@@ -16,10 +16,12 @@ public:
 
     /** Called before a node and the nodes below it are drawn, or searched for the nodes under a point. */
     virtual void BeginNode(Node& node) = 0;
+    /** Called when a node and the nodes below it have been drawn, or searched. */
     virtual void EndNode(Node& node) = 0;
 
     /** Makes `pObserver`, or with null none, the observer from now on. Returns the one before. */
     static RenderObserver* Set(RenderObserver* pObserver);
+    /** The observer now; null where there is none. */
     static RenderObserver* Get() { return s_pObserver; }
 
 private:

@@ -22,6 +22,7 @@ class Serializer;
 
 /** How a scene wants to be shown. */
 struct TREVIK_API SceneSettings {
+    /** The largest width and height of a scene, pixels. */
     static constexpr int MaximumSide = 16384;
     static constexpr int MaximumFrame = 10000000; ///< also, below 0, the least one
 
@@ -30,6 +31,7 @@ struct TREVIK_API SceneSettings {
     RealFloat m_rFrameRate = 30;                        ///< frames per second, above 0
     int m_nFirstFrame = 0;                              ///< -MaximumFrame to MaximumFrame
     int m_nLastFrame = 0;                               ///< not below the first one, up to MaximumFrame
+    /** What Clear fills the frame with; opaque black. */
     ColorT<RealFloat> m_clearColor = ColorT<RealFloat>::Black;
 
     /** Null when all values are in range, else a static text that says which one is not. */
@@ -48,7 +50,12 @@ public:
     Timeline* GetRoot() const { return m_pRoot.Get(); }
     /** Shows `pRoot`, a timeline without a parent, from the first frame on. */
     void SetRoot(Ref<Timeline> const& pRoot);
+    /**
+     * How the scene wants to be shown. What is written there is saved with the scene and not checked before.
+     * /
+     */
     SceneSettings& GetSettings() { return m_settings; }
+    /** How the scene wants to be shown. */
     SceneSettings const& GetSettings() const { return m_settings; }
 
     /**

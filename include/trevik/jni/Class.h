@@ -22,6 +22,7 @@ public:
      */
     jclass Get() const { return m_class.load(std::memory_order_acquire); }
 
+    /** The name that it was made with, in JNI's form. */
     char const* GetName() const { return m_pName; }
 
 private:
@@ -36,12 +37,14 @@ namespace java::lang {
 /** The Java class java.lang.Class. */
 class TREVIK_API Class {
 public:
+    /** The class for VM::RegisterClass. */
     static jni::Class const& GetClass();
 };
 
 /** The Java class java.lang.Object. */
 class TREVIK_API Object {
 public:
+    /** The class for VM::RegisterClass. */
     static jni::Class const& GetClass();
 };
 
@@ -52,6 +55,7 @@ namespace android::graphics {
 /** The Java class android.graphics.Bitmap. */
 class TREVIK_API Bitmap {
 public:
+    /** The class for VM::RegisterClass. */
     static jni::Class const& GetClass();
 };
 

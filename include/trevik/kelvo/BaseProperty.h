@@ -32,7 +32,7 @@ struct TREVIK_API BasePropertyGeneration {
     /** Notes that a property has gained a controller. */
     static void Advance() { s_nValue.fetch_add(1, std::memory_order_relaxed); }
 
-    static std::atomic<unsigned int> s_nValue;
+    static std::atomic<unsigned int> s_nValue; ///< the count
 };
 
 namespace detail {
@@ -71,8 +71,8 @@ bool IsCopied(List<T> const& copy, List<T> const& original) {
 template <class T>
 class BaseProperty : public Property {
 public:
-    typedef T Value;
-    typedef event<void(T const&)> ChangeEvent;
+    typedef T Value;                           ///< type of the property's values
+    typedef event<void(T const&)> ChangeEvent; ///< fired with the new value
 
     BaseProperty() = default;
     /** A property with the initial value; no event fires. */
@@ -141,6 +141,7 @@ public:
     }
     /** Number of controllers; the last one is active, earlier ones wait for the later ones to finish. */
     unsigned int GetControllerCount() const { return m_controllers.GetCount(); }
+    /** Controller `nController` (0 .. GetControllerCount() - 1), borrowed. */
     Controller<T>* GetController(unsigned int nController) const { return m_controllers[nController].Get(); }
     /** Drops all controllers; the value stays. */
     void RemoveControllers() { m_controllers.Clear(); }

@@ -14,6 +14,7 @@ public:
     BlendModeEffect(BlendModeEffect const& other);
     ~BlendModeEffect() override;
 
+    /** Enters "BlendMode" and the properties of the base. */
     void RegisterProperties() override;
 };
 

@@ -75,6 +75,7 @@ public:
     /** The same for fonts; a font is also initialized. */
     Ref<Font> GetFont(int nIndex);
 
+    /** The registry that classes of the document are looked up in. */
     ClassRegistry& GetRegistry() const { return m_registry; }
 
     /**

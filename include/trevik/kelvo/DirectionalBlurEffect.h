@@ -16,6 +16,7 @@ public:
     DirectionalBlurEffect(DirectionalBlurEffect const& other);
     ~DirectionalBlurEffect() override;
 
+    /** Enters the effect's properties. */
     void RegisterProperties() override;
 
     Vector3Property& GetDirectionProperty() { return m_direction; }

@@ -23,10 +23,13 @@ public:
     /** Levels that a document may have, the root included. */
     static constexpr unsigned int MaximumDepth = 1024;
 
+    /** A node without attributes and children. */
     DocumentNode(unsigned int nTagID, unsigned int nTypeID);
     ~DocumentNode() override;
 
+    /** What the node is, as the hash of a name. */
     unsigned int GetTagID() const { return m_nTagID; }
+    /** Which of its kind it is, as the hash of a name; 0 for tags without types. */
     unsigned int GetTypeID() const { return m_nTypeID; }
 
     /**
@@ -44,7 +47,9 @@ public:
     bool AddChild(Ref<DocumentNode> const& pChild);
     /** The same, before child `nChild` (at most the number of children). */
     bool InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild);
+    /** The number of children. */
     unsigned int GetChildCount() const { return m_children.GetCount(); }
+    /** Child `nChild` (0 .. GetChildCount() - 1), borrowed. */
     DocumentNode* GetChild(unsigned int nChild) const { return m_children[nChild].Get(); }
     /** The first child with the tag, or null. */
     DocumentNode* FindChild(unsigned int nTagID) const {

@@ -25,7 +25,8 @@ class Text;
  */
 class TREVIK_API Effect : public Referenced, public ITraceable {
 public:
-    static constexpr unsigned int ClassID = HashName("Effect");
+    static constexpr unsigned int ClassID = HashName("Effect"); ///< id that all effects answer IsKindOf with
+    /** Whether the id is this class's or a base's. */
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
 
     Effect();
@@ -34,9 +35,13 @@ public:
 
     /** A new effect with the same values and controllers, owned by the caller; null when out of memory. */
     virtual Effect* Clone() const = 0;
+    /** Id of the concrete class's own name. */
     virtual unsigned int GetClassID() const = 0;
+    /** Bytes of the concrete object. */
     virtual unsigned int GetClassSize() const = 0;
+    /** Whether the id is the concrete class's or a base's. */
     virtual bool IsKindOf(unsigned int nClassID) const = 0;
+    /** Id of the resource that all effects of the class share. */
     virtual unsigned int GetResourceClassID() const = 0;
 
     /**
@@ -61,9 +66,11 @@ public:
     /** The same for a text. */
     virtual bool OverrideDrawText(GraphicsDevice& device, Text& text);
     void Emit(MemoryTracer* pTracer) override;
+    /** Enters the class's properties in the property list. Called once per object, before first use. */
     virtual void RegisterProperties();
     /** Takes the shared resource; false leaves the effect uninitialised. */
     virtual bool InternalInit(EffectResource* pResource);
+    /** Called by Update once the properties are at `frame`; `fForce`: though none has changed. */
     virtual void InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                                 bool fForce);
 
@@ -75,17 +82,24 @@ public:
         }
         return m_properties;
     }
+    /** Whether Init has succeeded. */
     bool IsInitialized() const { return m_fInitialized; }
-    /** Whether Init has failed and has not succeeded since, so that what the effect is on is drawn without
-     * it. */
+    /**
+     * Whether Init has failed and has not succeeded since, so that what the effect is on is drawn without
+     * it.
+     */
     bool HasFailed() const { return !m_fInitialized && m_nFailedState != 0; }
     /** Initialises the effect when it is first used in drawing; whether it is initialised. Render thread. */
     bool Prepare(GraphicsDevice& device) { return m_fInitialized || Init(device); }
+    /** Writes the properties. False when out of memory. */
     bool Save(Serializer& serializer);
+    /** Reads the properties. False when one cannot be read. */
     bool Load(Deserializer& deserializer);
 
 protected:
-    /** Returns a new copy with its properties registered; deletes it and returns null when memory is short.
+    /**
+     * Returns a new copy with its properties registered; deletes it and returns null when memory is short.
+     * /
      */
     static Effect* RegisterCopy(Effect* pCopy) {
         if (pCopy && !pCopy->GetProperties().IsWhole()) {
@@ -95,6 +109,7 @@ protected:
         return pCopy;
     }
 
+    /** The animated properties; see GetProperties. */
     PropertyList m_properties;
 
 private:

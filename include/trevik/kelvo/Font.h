@@ -20,20 +20,20 @@ class Serializer;
 
 /** What text layout needs to know of a font besides its glyphs. */
 struct FontMetrics {
-    RealFloat m_rXPixelsPerEm = 0;
-    RealFloat m_rYPixelsPerEm = 0;
+    RealFloat m_rXPixelsPerEm = 0; ///< font pixels in an em, across
+    RealFloat m_rYPixelsPerEm = 0; ///< font pixels in an em, upwards
     RealFloat m_rScaleFactorX = 1; ///< from font pixels to node units at the font's own size
-    RealFloat m_rScaleFactorY = 1;
-    RealFloat m_rAscent = 0;  ///< above the baseline, positive
-    RealFloat m_rDescent = 0; ///< below the baseline, positive
-    RealFloat m_rLeading = 0; ///< extra distance between lines
+    RealFloat m_rScaleFactorY = 1; ///< the same, upwards
+    RealFloat m_rAscent = 0;       ///< above the baseline, positive
+    RealFloat m_rDescent = 0;      ///< below the baseline, positive
+    RealFloat m_rLeading = 0;      ///< extra distance between lines
 };
 
 /** The extra distance that the pen moves between two neighbours, font pixels. */
 struct KerningPair {
-    unsigned int m_nFirst = 0; ///< code point on the left
-    unsigned int m_nSecond = 0;
-    RealFloat m_rDistance = 0;
+    unsigned int m_nFirst = 0;  ///< code point on the left
+    unsigned int m_nSecond = 0; ///< code point on the right
+    RealFloat m_rDistance = 0;  ///< font pixels, negative to pull them together
 };
 
 /**
@@ -48,9 +48,13 @@ public:
     Font(Font const&) = delete;
     Font& operator=(Font const&) = delete;
 
+    /** Font pixels in an em, across. */
     virtual RealFloat GetXPixelsPerEm() const;
+    /** Font pixels in an em, upwards. */
     virtual RealFloat GetYPixelsPerEm() const;
+    /** Node units in a font pixel at the font's own size, across. */
     virtual RealFloat GetScaleFactorX() const;
+    /** Node units in a font pixel at the font's own size, upwards. */
     virtual RealFloat GetScaleFactorY() const;
     virtual RealFloat GetAscent() const;  ///< above the baseline, positive
     virtual RealFloat GetDescent() const; ///< below the baseline, positive
@@ -94,6 +98,7 @@ public:
      * glyph is not finite, or memory is short.
      */
     bool AddGlyph(Glyph const& glyph);
+    /** The number of glyphs. */
     unsigned int GetGlyphCount() const { return m_glyphs.GetCount(); }
     /** Glyphs in the order of their code points. */
     Glyph const* GetGlyphAt(unsigned int nIndex) const { return m_glyphs[nIndex]; }
@@ -112,7 +117,9 @@ public:
     unsigned int GetFactoryClassID() const { return m_nFactoryClassID; }
     /** 0 until GenerateID. */
     unsigned int GetID() const { return m_nID; }
+    /** What layout needs besides the glyphs. */
     FontMetrics const& GetMetrics() const { return m_metrics; }
+    /** Replaces them; layouts made before are out of date. */
     void SetMetrics(FontMetrics const& metrics) {
         m_metrics = metrics;
         ++m_nRevision;
@@ -125,14 +132,16 @@ public:
 protected:
     /** Save and Load for a font with that many meshes. */
     bool SaveContents(Serializer& serializer, unsigned int nMeshCount);
+    /** Load for a font with that many meshes. */
     bool LoadContents(Deserializer& deserializer, unsigned int nMeshCount);
 
-    unsigned int const m_nFactoryClassID;
-    unsigned int m_nID = 0;
-    unsigned int m_nRevision = 0;
-    List<Glyph*> m_glyphs;       ///< owned, by code point
-    List<KerningPair> m_kerning; ///< by first, then second code point
-    FontMetrics m_metrics;
+    unsigned int const m_nFactoryClassID; ///< see GetFactoryClassID
+    unsigned int m_nID = 0;               ///< 0 until GenerateID
+    unsigned int m_nRevision = 0;         ///< see GetRevision
+    List<Glyph*> m_glyphs;                ///< owned, by code point
+    List<KerningPair> m_kerning;          ///< by first, then second code point
+    FontMetrics m_metrics;                ///< see GetMetrics
+    /** The animated properties. */
     PropertyList m_properties;
     BoolProperty m_underline;         ///< "Underline": all texts in this font are underlined, false
     RealProperty m_underlinePosition; ///< "UnderlinePosition": from baseline down to the line's upper edge, 0

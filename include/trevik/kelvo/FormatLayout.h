@@ -8,7 +8,7 @@ namespace trevik::kelvo {
 
 /** How a texture format lays an image out. */
 struct FormatLayout {
-    static constexpr int BlockSide = 4;
+    static constexpr int BlockSide = 4; ///< texels along a side of a compressed block
 
     int m_nBytesPerPixel; ///< 0 for compressed formats
     int m_nBytesPerBlock; ///< of 4 × 4 pixels; 0 for others

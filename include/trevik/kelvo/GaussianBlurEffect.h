@@ -15,6 +15,7 @@ public:
     GaussianBlurEffect(GaussianBlurEffect const& other);
     ~GaussianBlurEffect() override;
 
+    /** Enters the effect's properties. */
     void RegisterProperties() override;
 
     RealProperty& GetAmountProperty() { return m_amount; }

@@ -111,16 +111,22 @@ public:
      * memory, here and below, the stack stays as it is, and the pop that belongs to it takes nothing.
      */
     virtual void PushOpacity(RealFloat const& opacity);
+    /** Takes the last push back. */
     virtual void PopOpacity();
+    /** Pushes the product of `opacity` and the top. */
     virtual void MergeOpacity(RealFloat const& opacity);
+    /** The opacity on top. */
     virtual RealFloat GetOpacity();
     /**
      * Transform stack; the bottom is the identity. Merge pushes the matrix that applies `matrix` first, then
      * the top.
      */
     virtual void PushTransformMatrix(Matrix4T<RealFloat> const& matrix);
+    /** Takes the last push back. */
     virtual void PopTransformMatrix();
+    /** Pushes the matrix that applies `matrix` first, then the top. */
     virtual void MergeTransformMatrix(Matrix4T<RealFloat> const& matrix);
+    /** The matrix on top. */
     virtual Matrix4T<RealFloat> GetTransformMatrix() const;
     /**
      * Restricts drawing to the masks' shapes; PopMasks with the same list undoes it. The base returns true.
@@ -129,6 +135,7 @@ public:
         static_cast<void>(masks);
         return true;
     }
+    /** Ends what PushMasks with the same list has begun. The base returns true. */
     virtual bool PopMasks(List<Mask*>& masks) {
         static_cast<void>(masks);
         return true;
@@ -171,23 +178,27 @@ public:
 
     /** While highlighting is on, everything is drawn in the highlight colour. */
     void SetHighlight(bool fEnabled, ColorT<RealFloat> const& color);
+    /** Whether highlighting is on. */
     bool IsHighlightEnabled() const { return m_fHighlight; }
     /** The highlight colour with its alpha multiplied by `opacity`. */
     ColorT<RealFloat> GetHighlightColor(RealFloat const& opacity) const;
 
+    /** Whether Render searches for the nodes under a point instead of drawing. */
     bool IsSelectionMode() const { return m_pSelected != nullptr; }
+    /** The surface's format, as Initialize was told. */
     DeviceFormat::Enum GetFormat() const { return m_format; }
+    /** The surface's size in pixels. */
     SizeT<int> const& GetSize() const { return m_size; }
 
 protected:
     /** Gives GetResourceState another number. */
     void ChangeResourceState() { ++m_nResourceState; }
 
-    DeviceFormat::Enum m_format = DeviceFormat::RGB565;
-    SizeT<int> m_size;
-    RectangleT<int> m_viewport;
-    ColorT<RealFloat> m_clearColor;
-    bool m_fDepthTest = false;
+    DeviceFormat::Enum m_format = DeviceFormat::RGB565; ///< see GetFormat
+    SizeT<int> m_size;                                  ///< see GetSize
+    RectangleT<int> m_viewport;                         ///< see GetViewport
+    ColorT<RealFloat> m_clearColor;                     ///< see GetClearColor
+    bool m_fDepthTest = false;                          ///< see IsDepthTestEnabled
 
 private:
     void RecordViewport(RectangleT<int> const& viewport);

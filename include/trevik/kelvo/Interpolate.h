@@ -9,6 +9,7 @@ namespace trevik::kelvo {
  * Functions from normalised time (0 to 1) to normalised progress (0 at 0, 1 at 1), for easing and time maps.
  */
 struct TREVIK_API Interpolate {
+    /** A map from a fraction, 0 to 1, to another. */
     typedef RealFloat (*Function)(RealFloat const& t);
 
     static RealFloat Step(RealFloat const& t);       ///< 0 until t reaches 1

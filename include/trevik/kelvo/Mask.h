@@ -18,7 +18,7 @@ class Serializer;
 struct MaskGeometry {
     unsigned long m_nFlags;                 ///< reserved, 0
     Vector3T<RealFloat> const* m_pVertices; ///< m_nVertexCount positions, tightly packed; the mask's own
-    unsigned int m_nVertexCount;
+    unsigned int m_nVertexCount;            ///< three for each triangle
 };
 
 /**
@@ -33,6 +33,7 @@ public:
 
     /** A new mask with the same triangles; the caller owns it. */
     virtual Mask* Clone() const;
+    /** Writes the triangles. False when out of memory. */
     virtual bool Save(Serializer& serializer) const;
     /** False, with the triangles unchanged, when the data is missing or no whole number of triangles. */
     virtual bool Load(Deserializer& deserializer);

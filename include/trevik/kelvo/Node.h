@@ -42,7 +42,8 @@ public:
      */
     static constexpr unsigned int MaximumDepth = 1020;
 
-    static constexpr unsigned int ClassID = HashName("Node");
+    static constexpr unsigned int ClassID = HashName("Node"); ///< id that all nodes answer IsKindOf with
+    /** Whether the id is this class's or a base's. */
     static bool IsOwnOrBaseID(unsigned int nClassID) { return nClassID == ClassID; }
 
     Node();
@@ -80,8 +81,11 @@ public:
 
     /** Returns the node and its descendants to their state before playback. */
     virtual void Reset();
+    /** Keeps something of the application's with the node, by reference; null for nothing. */
     virtual void SetUserData(Ref<NodeUserdata> const& pUserdata);
+    /** What SetUserData was given last, borrowed; null at first. */
     virtual NodeUserdata* GetUserData();
+    /** What SetUserData was given last, borrowed; null at first. */
     virtual NodeUserdata const* GetUserData() const;
     /**
      * Appends a child. A child of another parent is moved. Refused (traced), with nothing changed, are null,
@@ -163,6 +167,7 @@ public:
 
     /** The node's name, for look-ups and messages; empty until set. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+    /** Gives the node another name. */
     void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
     /** First node of the subtree, in drawing order, with the name; null when there is none. */
     Node* FindNode(StringEncoded<UTF16Encoding> const& sName);
@@ -172,8 +177,11 @@ public:
      */
     StringEncoded<UTF16Encoding> GetPath() const;
 
+    /** The parent, borrowed; null for a node that stands alone. */
     Node* GetParent() const { return m_pParent; }
+    /** The number of children. */
     unsigned int GetChildCount() const { return m_children.GetCount(); }
+    /** Child `nChild` (0 .. GetChildCount() - 1) in attachment order, borrowed. */
     Node* GetChild(unsigned int nChild) const { return m_children[nChild]; }
     List<Node*> const& GetChildren() const { return m_children; }
     /** This node, when it has a transform; null for others. */
@@ -186,6 +194,7 @@ public:
     }
 
 protected:
+    /** Calls RegisterProperties, the first time. */
     void EnsureRegistered() {
         if (__builtin_expect(!m_fRegistered, 0)) {
             m_fRegistered = true;
@@ -229,8 +238,8 @@ protected:
     void NoteHeld(Node* pNode);
 
     // Every frame reads the members up to the first words of m_properties, which end the first cache line.
-    List<Node*> m_children; ///< in attachment order, one reference each
-    bool m_fRegistered = false;
+    List<Node*> m_children;     ///< in attachment order, one reference each
+    bool m_fRegistered = false; ///< whether RegisterProperties has been called
     /**
      * Set by classes that update their subtree in an Update of their own; other nodes are only asked for
      * InternalUpdate when a timeline updates its flattened tree.
@@ -243,8 +252,9 @@ protected:
     bool m_fSubtreeChanged = true;
     mutable bool m_fSeen = false;      ///< by IsKeptBy, while it looks around
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
+    /** The animated properties; see GetProperties. */
     PropertyList m_properties;
-    Node* m_pParent = nullptr;
+    Node* m_pParent = nullptr;                 ///< see GetParent
     TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
 
 private:

@@ -19,8 +19,10 @@ public:
     virtual void VisitNode(Node& node, void* pArgument) = 0; ///< plain and transform nodes
     virtual void VisitDrawable(TransformNode& node,
                                void* pArgument) = 0; ///< sprites, nine-patch sprites, texts
+    /** Called for a camera. */
     virtual void VisitCamera(Camera& camera, void* pArgument) = 0;
     virtual void VisitGroup(TransformNode& node, void* pArgument) = 0; ///< application-defined containers
+    /** Called for a timeline. */
     virtual void VisitTimeline(Timeline& timeline, void* pArgument) = 0;
 
 protected:

@@ -33,6 +33,7 @@ public:
         m_elements.RemoveLast();
         return true;
     }
+    /** Takes the last push back. */
     void Pop() {
         if (m_nLost > 0) {
             --m_nLost;
@@ -52,9 +53,11 @@ public:
             visit(element);
         }
     }
+    /** Whether there is no element. */
     bool IsEmpty() const { return m_elements.IsEmpty(); }
     /** The topmost element that is there; there has to be one. */
     T& Top() { return m_elements.Last(); }
+    /** The topmost element that is there; there has to be one. */
     T const& Top() const { return m_elements.Last(); }
 
 private:

@@ -40,15 +40,20 @@ public:
         m_nSize = 0;
         m_fOwning = true;
     }
+    /** Exchanges the bytes; allocates nothing. */
     void Swap(PixelBuffer& other) noexcept {
         std::swap(m_pData, other.m_pData);
         std::swap(m_nSize, other.m_nSize);
         std::swap(m_fOwning, other.m_fOwning);
     }
 
+    /** The bytes; null while there are none. */
     unsigned char* GetData() { return m_pData; }
+    /** The bytes; null while there are none. */
     unsigned char const* GetData() const { return m_pData; }
+    /** The number of bytes. */
     unsigned int GetSize() const { return m_nSize; }
+    /** Whether the bytes go with this object; borrowed ones do not. */
     bool IsOwning() const { return m_fOwning; }
 
 private:
@@ -64,8 +69,11 @@ public:
     bool Save(Serializer& serializer) override;
     void Emit(MemoryTracer* pTracer) override;
 
+    /** The bytes. */
     PixelBuffer& GetBuffer() { return m_buffer; }
+    /** The bytes. */
     PixelBuffer const& GetBuffer() const { return m_buffer; }
+    /** Fired with the bytes when they have changed. */
     event<void(PixelBuffer const&)>& GetChangeEvent() { return m_changed; }
     /** Announces that the buffer has changed. */
     void Notify() { m_changed(m_buffer); }

@@ -19,6 +19,7 @@ struct Plugin {
     typedef bool (*InitializeFunction)(ClassRegistry* pRegistry);
     /** A new graphics device, owned by the caller. */
     typedef GraphicsDevice* (*CreateDeviceFunction)();
+    /** Takes back what Initialize did, after the last device and object are gone. */
     typedef void (*ShutdownFunction)();
 };
 

@@ -12,13 +12,14 @@ namespace trevik::kelvo {
  * triangle.
  */
 struct GlyphMesh {
-    ListProperty<Vector3T<RealFloat>> m_positions;
-    ListProperty<unsigned short> m_indices;
+    ListProperty<Vector3T<RealFloat>> m_positions; ///< node units before the glyph's scale, z 0
+    ListProperty<unsigned short> m_indices;        ///< three for each triangle, anticlockwise
 };
 
 /** A font whose glyphs are triangle meshes. */
 class TREVIK_API PolygonalFont : public Font {
 public:
+    /** Id that saved fonts of this kind have. */
     static constexpr unsigned int FactoryClassID = HashName("PolygonalFont");
 
     PolygonalFont();
@@ -43,8 +44,11 @@ public:
      * not finite, when there are 32767 already, or when out of memory.
      */
     short AddMesh(GlyphMesh* pMesh);
+    /** The number of meshes. */
     unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
-    /** Mesh `nMesh` (0 .. GetMeshCount() - 1); it lives as long as the font, until the font is loaded anew.
+    /**
+     * Mesh `nMesh` (0 .. GetMeshCount() - 1); it lives as long as the font, until the font is loaded anew.
+     * /
      */
     GlyphMesh const* GetMesh(unsigned int nMesh) const { return m_meshes[nMesh]; }
 

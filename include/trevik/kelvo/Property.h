@@ -17,14 +17,15 @@ class Serializer;
 
 /** Tag, type and attribute ids of the saved form of properties and their controllers. */
 struct DocumentID {
-    static constexpr unsigned int Property = HashName("Property"); ///< tag; its type is the property's id
-    static constexpr unsigned int Name = HashName("Name");
-    static constexpr unsigned int Value = HashName("Value");
+    static constexpr unsigned int Property = HashName("Property");     ///< tag; its type is the property's id
+    static constexpr unsigned int Name = HashName("Name");             ///< attribute: a name
+    static constexpr unsigned int Value = HashName("Value");           ///< attribute: a property's value
     static constexpr unsigned int Controller = HashName("Controller"); ///< tag
     static constexpr unsigned int Sample = HashName("Sample");         ///< type of a sample controller's tag
+    /** Attribute: the frame of a controller's first sample. */
     static constexpr unsigned int StartFrame = HashName("StartFrame");
-    static constexpr unsigned int Size = HashName("Size");
-    static constexpr unsigned int Samples = HashName("Samples");
+    static constexpr unsigned int Size = HashName("Size");       ///< attribute: the number of samples
+    static constexpr unsigned int Samples = HashName("Samples"); ///< attribute: the samples
 };
 
 /**
@@ -32,15 +33,16 @@ struct DocumentID {
  * type.
  */
 struct PropertyDescriptor {
-    char16_t const* m_pName;
-    unsigned int m_nID;
-    PropertyType::Enum m_type;
+    char16_t const* m_pName;   ///< static UTF-16 text, by which scene files call it; null for none
+    unsigned int m_nID;        ///< the name's hash
+    PropertyType::Enum m_type; ///< type of its values
     /** Tells whether the property has a controller; null means that it may have one. */
     bool (*m_pfnIsAnimated)(Property const*);
 };
 
 /** Things that an evaluation may look at besides the frame. Sample controllers ignore it. */
 struct UpdateContext {
+    /** The device that the update is for; borrowed, null where there is none. */
     GraphicsDevice* m_pDevice = nullptr;
 };
 
@@ -76,7 +78,9 @@ public:
 
     /** Id of the property's name; 0 before Initialize. */
     unsigned int GetID() const { return m_nID; }
-    /** Whether it is a copy for whose value or controllers there was no memory; not asked after Initialize.
+    /**
+     * Whether it is a copy for whose value or controllers there was no memory; not asked after Initialize.
+     * /
      */
     bool IsTorn() const { return m_nID == TornID; }
 
@@ -110,7 +114,7 @@ protected:
         }
     }
 
-    unsigned int m_nID = 0;
+    unsigned int m_nID = 0; ///< the id that it is saved under
 
 private:
     short m_nMarksDistance = 0; ///< from this property, in marks

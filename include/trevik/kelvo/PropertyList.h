@@ -13,8 +13,9 @@ namespace trevik::kelvo {
  */
 class TREVIK_API PropertyList {
 public:
+    /** One property. */
     struct Entry {
-        Property* m_pProperty;
+        Property* m_pProperty;                   ///< borrowed; it belongs to the list's owner
         PropertyDescriptor const* m_pDescriptor; ///< interned; lives as long as the process
     };
 
@@ -49,7 +50,9 @@ public:
 
     /** Entry with the id, or null. */
     Entry const* Find(unsigned int nPropertyID) const;
+    /** The number of entries. */
     unsigned int GetCount() const { return m_entries.GetCount(); }
+    /** Entry `nEntry` (0 .. GetCount() - 1). */
     Entry const& GetEntry(unsigned int nEntry) const { return m_entries[nEntry]; }
     /** Forgets all registrations. */
     void Clear();

@@ -115,7 +115,9 @@ struct PropertyTraits<bool> {
     static constexpr bool Sampled = true;
     static constexpr bool Chunked = false;
 
+    /** One sample. */
     static void Read(bool& value, unsigned char const* pData) { value = *pData != 0; }
+    /** The saved form, one byte; false for another length. */
     static bool Read(bool& value, unsigned char const* pData, unsigned long nLength) {
         if (nLength != 1) {
             return false;
@@ -123,10 +125,12 @@ struct PropertyTraits<bool> {
         Read(value, pData);
         return true;
     }
+    /** Writes one byte. False when out of memory. */
     static bool Write(Serializer& serializer, unsigned int nAttributeID, bool const& value) {
         unsigned char const nByte = value ? 1 : 0;
         return serializer.WriteAttribute(nAttributeID, &nByte, 1);
     }
+    /** The first sample. */
     static void Interpolate(unsigned char const* pA, unsigned char const*, RealFloat, bool& out) {
         Read(out, pA);
     }
@@ -163,9 +167,14 @@ struct PropertyTraits<List<T>> {
     static constexpr bool Sampled = false;
     static constexpr bool Chunked = false;
 
+    /**
+     * The elements' bytes in order; false, with `value` as it was, for half an element, and without memory.
+     * /
+     */
     static bool Read(List<T>& value, unsigned char const* pData, unsigned long nLength) {
         return detail::ReadElements(value, pData, nLength);
     }
+    /** Writes the elements' bytes in order. False when out of memory. */
     static bool Write(Serializer& serializer, unsigned int nAttributeID, List<T> const& value) {
         return serializer.WriteAttribute(nAttributeID,
                                          reinterpret_cast<unsigned char const*>(value.GetData()),
@@ -179,6 +188,7 @@ struct PropertyTraits<StringEncoded<UTF16Encoding>> {
     static constexpr bool Sampled = false;
     static constexpr bool Chunked = false;
 
+    /** The units in order; false, with `value` as it was, for half a unit, and without memory. */
     static bool Read(StringEncoded<UTF16Encoding>& value, unsigned char const* pData, unsigned long nLength) {
         List<char16_t> units; // the document's bytes may lie at an odd address
         if (!detail::ReadElements(units, pData, nLength)) {
@@ -191,6 +201,7 @@ struct PropertyTraits<StringEncoded<UTF16Encoding>> {
         value = std::move(text);
         return true;
     }
+    /** Writes the units in order. False when out of memory. */
     static bool Write(Serializer& serializer, unsigned int nAttributeID,
                       StringEncoded<UTF16Encoding> const& value) {
         return serializer.WriteAttribute(nAttributeID,

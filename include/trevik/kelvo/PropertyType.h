@@ -33,7 +33,7 @@ struct PropertyType {
 /** PropertyTypeOf<T>::value names T; PropertyType::Other for types without a name of their own. */
 template <class T>
 struct PropertyTypeOf {
-    static constexpr PropertyType::Enum value = PropertyType::Other;
+    static constexpr PropertyType::Enum value = PropertyType::Other; ///< the name
 };
 
 #define TREVIK_PROPERTY_TYPE(T, E)                                                                           \

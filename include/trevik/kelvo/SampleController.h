@@ -18,7 +18,7 @@ template <class T>
 struct SampleChunk {
     unsigned int m_nFirst;  ///< index of the run's first sample
     unsigned int m_nLength; ///< number of samples
-    T m_value;
+    T m_value;              ///< the value of each of them
 };
 
 /**
@@ -31,7 +31,7 @@ struct SampleChunk {
 template <class T, bool fSampled = PropertyTraits<T>::Sampled>
 class SampleController : public Controller<T> {
 public:
-    typedef SampleChunk<T> Chunk;
+    typedef SampleChunk<T> Chunk; ///< a run of equal samples
 
     /** A controller without samples; it gives no value until Load. */
     SampleController() = default;

@@ -12,7 +12,7 @@ class Node;
  * change.
  */
 struct SelectionPoint {
-    Node* m_pNode = nullptr;
+    Node* m_pNode = nullptr;        ///< what was hit; borrowed
     Vector2T<RealFloat> m_position; ///< where in the node: (0, 0) to (1, 1) along its width and height
     RealFloat m_distance = 0;       ///< along the pick ray; smaller is nearer
 };

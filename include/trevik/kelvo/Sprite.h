@@ -13,7 +13,8 @@ namespace trevik::kelvo {
  */
 class TREVIK_API Sprite : public TransformNode {
 public:
-    static constexpr unsigned int ClassID = HashName("Sprite");
+    static constexpr unsigned int ClassID = HashName("Sprite"); ///< id of this class
+    /** Whether the id is this class's or a base's. */
     static bool IsOwnOrBaseID(unsigned int nClassID) {
         return nClassID == ClassID || TransformNode::IsOwnOrBaseID(nClassID);
     }
@@ -79,7 +80,7 @@ private:
     alignas(CacheLine) unsigned int m_nStyle = 0;
 
 protected:
-    Ref<Texture> m_pTexture;
+    Ref<Texture> m_pTexture; ///< see GetTexture
 };
 
 } // namespace trevik::kelvo

@@ -121,6 +121,7 @@ public:
 
     /** The font, held by reference; it may be shared and change. */
     Font* GetFont() const { return m_pFont.Get(); }
+    /** Draws with this font from now on, null for none. */
     void SetFont(Font* pFont);
     /** A sprite that is drawn behind the text, fitted to it; held by reference, not a child. */
     Sprite* GetBackground() const { return m_pBackgroundSprite.Get(); }
@@ -132,10 +133,10 @@ public:
     void SetBackground(Sprite* pSprite);
 
 protected:
-    StringProperty m_text;       ///< "Text", empty
-    SizeRealProperty m_box;      ///< "Box": width and height, node units, that lines lie in, (0, 0)
-    SizeRealProperty m_fontSize; ///< "FontSize": node units per em in both directions, 0 = the font's own
-    SizeRealProperty m_renderSize;
+    StringProperty m_text;         ///< "Text", empty
+    SizeRealProperty m_box;        ///< "Box": width and height, node units, that lines lie in, (0, 0)
+    SizeRealProperty m_fontSize;   ///< "FontSize": node units per em in both directions, 0 = the font's own
+    SizeRealProperty m_renderSize; ///< see GetRenderSizeProperty
     IntProperty m_horizontalAlignment; ///< "HorizontalAlignment", HorizontalAlignment::Left
     IntProperty m_verticalAlignment;   ///< "VerticalAlignment", VerticalAlignment::Top
     BoolProperty m_wordWrap;           ///< "WordWrap": lines end where the box does, true
@@ -152,7 +153,7 @@ protected:
     Vector3Property m_shadowOffset;    ///< "ShadowOffset", node units, (2, -2, 0)
     ColorProperty m_shadowColor;       ///< "ShadowColor", black, half transparent
 
-    Ref<Font> m_pFont;
+    Ref<Font> m_pFont;               ///< see GetFont
     Ref<Sprite> m_pBackgroundSprite; ///< to be read only: SetBackground keeps account of it
     List<GlyphInstance> m_instances; ///< in font pixels
     List<GlyphBatch> m_batches;      ///< of one texture each; none is empty

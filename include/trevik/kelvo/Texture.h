@@ -71,6 +71,7 @@ public:
     virtual bool GetSurfaceInfo(SurfaceInfo* pSurfaceInfo) const = 0;
     /** Address of the current surface's pixels; null on failure, which takes an Unlock too. Any thread. */
     virtual void* Lock() = 0;
+    /** Hands the pixels written since Lock over to the renderer; after a failed Lock, too. Any thread. */
     virtual void Unlock() = 0;
     /** Shows the surface just written and makes the other one current; returns Current(). */
     virtual int Swap() = 0;
@@ -134,15 +135,22 @@ public:
 
     int GetWidth() const { return m_nWidth; }   ///< used width, texels
     int GetHeight() const { return m_nHeight; } ///< used height, texels
+    /** Width of the memory, texels. */
     int GetAllocatedWidth() const { return m_nAllocatedWidth; }
+    /** Height of the memory, texels. */
     int GetAllocatedHeight() const { return m_nAllocatedHeight; }
+    /** How the texels are laid out. */
     TextureFormat::Enum GetFormat() const { return m_format; }
     /** Bytes of all levels, kept after the pixels are gone. */
     unsigned int GetByteSize() const { return m_nByteSize; }
+    /** Where the levels lie in the pixels, the largest first. */
     ListProperty<MipLevel>& GetMipLevels() { return m_mipLevels; }
+    /** Where the levels lie in the pixels, the largest first. */
     ListProperty<MipLevel> const& GetMipLevels() const { return m_mipLevels; }
+    /** The pixels of all levels; gone once they have been uploaded. */
     PixelDataProperty& GetPixelData() { return m_pixelData; }
 
+    /** Names another layout; the pixels stay as they are. */
     void SetFormat(TextureFormat::Enum format) { m_format = format; }
     /** Sets used and allocated size; the pixels stay as they are. */
     void SetSize(int nWidth, int nHeight) {
@@ -153,6 +161,7 @@ public:
     }
     /** Narrows the used size; one that is not positive or exceeds the allocated size is refused (traced). */
     void SetUsedSize(int nWidth, int nHeight);
+    /** Sets what GetByteSize answers. */
     void SetByteSize(unsigned int nByteSize) { m_nByteSize = nByteSize; }
 
     /**
@@ -165,26 +174,29 @@ public:
                   TextureFormat::Enum format, List<MipLevel> const& levels, unsigned char const* pData,
                   unsigned int nSize, bool fBorrow);
 
-    /** How many surfaces Scene::PromoteTextures gives the texture: 0, initially, to MaximumSurfaces. Saved.
+    /**
+     * How many surfaces Scene::PromoteTextures gives the texture: 0, initially, to MaximumSurfaces. Saved.
+     * /
      */
     int GetWantedSurfaces() const { return m_nWantedSurfaces; }
     /** Other numbers are refused (traced). */
     void SetWantedSurfaces(int nSurfaces);
-    static constexpr int MaximumSurfaces = 2;
+    static constexpr int MaximumSurfaces = 2; ///< see SetWantedSurfaces
 
     /** A name for messages and files; empty until set. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+    /** Gives the texture another name. */
     void SetName(StringEncoded<UTF16Encoding> const& sName) { m_sName = sName; }
 
 protected:
-    int m_nWidth = 0;
-    int m_nHeight = 0;
-    int m_nAllocatedWidth = 0;
-    int m_nAllocatedHeight = 0;
-    TextureFormat::Enum m_format = TextureFormat::RGB565;
-    PixelDataProperty m_pixelData;
-    ListProperty<MipLevel> m_mipLevels;
-    unsigned int m_nByteSize = 0;
+    int m_nWidth = 0;                                     ///< see GetWidth
+    int m_nHeight = 0;                                    ///< see GetHeight
+    int m_nAllocatedWidth = 0;                            ///< see GetAllocatedWidth
+    int m_nAllocatedHeight = 0;                           ///< see GetAllocatedHeight
+    TextureFormat::Enum m_format = TextureFormat::RGB565; ///< see GetFormat
+    PixelDataProperty m_pixelData;                        ///< see GetPixelData
+    ListProperty<MipLevel> m_mipLevels;                   ///< see GetMipLevels
+    unsigned int m_nByteSize = 0;                         ///< see GetByteSize
 
 private:
     char16_t const* FindFault() const;

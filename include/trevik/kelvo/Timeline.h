@@ -33,7 +33,8 @@ struct PlaybackMode {
  */
 class TREVIK_API Timeline : public TransformNode {
 public:
-    static constexpr unsigned int ClassID = HashName("Timeline");
+    static constexpr unsigned int ClassID = HashName("Timeline"); ///< id of this class
+    /** Whether the id is this class's or a base's. */
     static bool IsOwnOrBaseID(unsigned int nClassID) {
         return nClassID == ClassID || TransformNode::IsOwnOrBaseID(nClassID);
     }
@@ -85,6 +86,7 @@ public:
     virtual void SetFrame(RealFloat const& frame);
     /** Seconds per frame; values that are not above 0 are ignored (traced). */
     virtual void SetFrameDelay(RealFloat const& delay);
+    /** See SetTimeMapFunction. */
     virtual Interpolate::Function GetTimeMapFunction() const;
     /** Map from the fraction of the frame range played to the fraction shown; null is the identity. */
     virtual void SetTimeMapFunction(Interpolate::Function pfnFunction);
@@ -102,13 +104,16 @@ public:
     /** Flattens the subtree for UpdateTree; done again after the tree has changed. */
     virtual void BuildUpdateTree();
 
+    /** Whether time passes: after Play, until Stop or the end. */
     bool IsPlaying() const { return m_fPlaying; }
     /**
      * Whether the timeline plays from the start, that is after Reload and Reset; saved with it, false at
      * first.
      */
     bool IsAutoPlay() const { return m_fAutoPlay; }
+    /** Sets what IsAutoPlay answers. */
     void SetAutoPlay(bool fAutoPlay) { m_fAutoPlay = fAutoPlay; }
+    /** Seconds per frame. */
     RealFloat GetFrameDelay() const { return m_rFrameDelay; }
     /** The frame that children see: GetFrame() through the time map. */
     RealFloat GetMappedFrame() const;
@@ -124,6 +129,7 @@ public:
      * (Node::MaximumDepth).
      */
     Camera* GetCamera() const { return m_pCamera.Get(); }
+    /** Draws the children with this camera from now on, null for that of the timelines above. */
     void SetCamera(Camera* pCamera);
     /** The camera that was active when the children were last drawn; null when that camera has children. */
     Camera* GetActiveCamera() const { return m_pActiveCamera.Get(); }

@@ -58,6 +58,7 @@ public:
     List<Effect*>& GetEffects() { return m_effects; }
     /** Drops a mask's or effect's reference; one that is not attached is ignored. */
     void RemoveMask(Mask* pMask);
+    /** Drops an effect's reference; one that is not attached is ignored. */
     void RemoveEffect(Effect* pEffect);
 
     /** Node space to parent space, as of the last update. */
@@ -73,6 +74,7 @@ public:
      */
     class TREVIK_API SharedParent {
     public:
+        /** Puts `node` into the space of `sibling`'s parent; both are borrowed. */
         SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
             m_node.SetSpace(sibling.m_pSpace);
         }

@@ -9,9 +9,9 @@ namespace trevik::kelvo {
  */
 template <class T>
 struct TreeNode {
-    T m_value{};
-    unsigned int m_nDepth = 0;
-    unsigned int m_nSubtreeCount = 1;
+    T m_value{};                      ///< what stands there
+    unsigned int m_nDepth = 0;        ///< levels below the topmost one
+    unsigned int m_nSubtreeCount = 1; ///< the node itself and all that is below it
 };
 
 } // namespace trevik::kelvo

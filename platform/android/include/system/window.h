@@ -43,9 +43,12 @@ struct ANativeWindow {
 
     /** PreparedMagic once prepared, 0 before. The layer's own. */
     std::uint32_t magic = 0;
-    /** Size in pixels, at least 1 each. A surface takes it over when it is created; changing it later affects
-       the next surface only. Of an X11 window's own size the X server decides. */
+    /**
+     * Size in pixels, at least 1 each. A surface takes it over when it is created; changing it later affects
+     *        the next surface only. Of an X11 window's own size the X server decides.
+     */
     std::int32_t width = 0;
+    /** As `width`. */
     std::int32_t height = 0;
     /** X11 window id; 0 for an off-screen window. */
     std::uint64_t x11Window = 0;
@@ -71,6 +74,7 @@ struct ANativeWindowBuffer {
     /** Value of `magic` in a buffer that lives (the letters "_bfr", as on Android). */
     static constexpr std::uint32_t LivingMagic = 0x5f626672;
 
+    /** LivingMagic while the buffer lives. The layer's own. */
     std::uint32_t magic = 0;
     std::int32_t width = 0;  ///< pixels
     std::int32_t height = 0; ///< pixels

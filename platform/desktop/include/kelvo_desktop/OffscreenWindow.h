@@ -10,8 +10,8 @@ namespace kelvokit::desktop {
 
 /** A frame as a person would see it. */
 struct FinishedFrame {
-    int width = 0;
-    int height = 0;
+    int width = 0;  ///< pixels
+    int height = 0; ///< pixels
     /**
      * RGBA, 8 bits each, top row first, rows `width * 4` bytes apart. Alpha is 255 where the surface has
      * none.
@@ -55,6 +55,7 @@ KELVO_DESKTOP_API FinishedFrame const& LastFrame(ANativeWindow const& window);
 template <class Base = ANativeWindow>
 class OffscreenWindowT : public Base {
 public:
+    /** A window of this size, prepared by InitialiseOffscreen. */
     OffscreenWindowT(int width, int height) { InitialiseOffscreen(*this, width, height); }
 
     /** As kelvokit::desktop::SetCapture. */

@@ -73,79 +73,83 @@ enum class ArgumentKind {
 
 /** One argument. integer holds integers, enumerants, booleans and object names, number holds floats too. */
 struct Argument {
-    char const* name = "";
-    ArgumentKind kind = ArgumentKind::Int;
-    std::int64_t integer = 0;
-    double number = 0;
-    void const* pointer = nullptr;
+    char const* name = "";                 ///< of the function's parameter
+    ArgumentKind kind = ArgumentKind::Int; ///< what its bits mean
+    std::int64_t integer = 0;              ///< the value, unless it is a float or a pointer
+    double number = 0;                     ///< the value, unless it is a pointer
+    void const* pointer = nullptr;         ///< the value, where it is one
 };
 
 /** One vertex attribute array, as far as a draw call read it. */
 struct VertexStream {
-    std::string name; // the program's attribute that reads it; empty when none does
-    GLint size = 4;
-    GLenum type = GL_FLOAT;
-    bool normalized = false;
-    GLsizei stride = 0;
-    void const* pointer = nullptr; // or the offset into buffer
-    GLuint buffer = 0;             // 0: client memory
-    std::vector<float> values;     // the vertices drawn, in drawing order, as GL reads them: fixed point and
-                                   // normalised values converted
+    std::string name;              ///< the program's attribute that reads it; empty when none does
+    GLint size = 4;                ///< components of a vertex, 1 to 4
+    GLenum type = GL_FLOAT;        ///< type of a component
+    bool normalized = false;       ///< whether whole numbers stand for 0 to 1, or -1 to 1
+    GLsizei stride = 0;            ///< bytes from vertex to vertex; 0: packed
+    void const* pointer = nullptr; ///< or the offset into buffer
+    GLuint buffer = 0;             ///< 0: client memory
+    std::vector<float> values; ///< the vertices drawn, in drawing order, as GL reads them: fixed point and
+                               ///< normalised values converted
 
     /** The values of one vertex, counted in drawing order. */
     std::vector<float> Vertex(std::size_t index) const;
 };
 
+/** One attribute's array, as glVertexAttribPointer has set it. */
 struct VertexAttribute {
-    bool enabled = false;
-    GLint size = 4;
-    GLenum type = GL_FLOAT;
-    bool normalized = false;
-    GLsizei stride = 0;
-    void const* pointer = nullptr;
-    GLuint buffer = 0;
+    bool enabled = false;          ///< whether draws read it
+    GLint size = 4;                ///< components of a vertex, 1 to 4
+    GLenum type = GL_FLOAT;        ///< type of a component
+    bool normalized = false;       ///< whether whole numbers stand for 0 to 1, or -1 to 1
+    GLsizei stride = 0;            ///< bytes from vertex to vertex; 0: packed
+    void const* pointer = nullptr; ///< or the offset into buffer
+    GLuint buffer = 0;             ///< 0: client memory
 };
 
+/** The stencil test of one side, as the glStencil*Separate functions have set it. */
 struct StencilFace {
-    GLenum func = GL_ALWAYS;
-    GLint ref = 0;
-    GLuint mask = ~0u;
-    GLenum fail = GL_KEEP;
-    GLenum depthFail = GL_KEEP;
-    GLenum depthPass = GL_KEEP;
+    GLenum func = GL_ALWAYS;    ///< the comparison
+    GLint ref = 0;              ///< what is compared with
+    GLuint mask = ~0u;          ///< the bits that are compared
+    GLenum fail = GL_KEEP;      ///< where the stencil test fails
+    GLenum depthFail = GL_KEEP; ///< where the depth test fails
+    GLenum depthPass = GL_KEEP; ///< where both pass
 };
 
+/** Texture units that a context has. */
 constexpr std::size_t TextureUnits = 32;
+/** Vertex attributes that a context has. */
 constexpr std::size_t VertexAttributes = 16;
 
 /** The state of one context, with the initial values that OpenGL ES 2.0 gives it. */
 struct State {
-    std::array<GLint, 4> viewport = {};
-    std::array<GLfloat, 4> clearColor = {};
-    GLint clearStencil = 0;
-    GLenum blendSourceRGB = GL_ONE;
-    GLenum blendTargetRGB = GL_ZERO;
-    GLenum blendSourceAlpha = GL_ONE;
-    GLenum blendTargetAlpha = GL_ZERO;
-    GLenum blendEquationRGB = GL_FUNC_ADD;
-    GLenum blendEquationAlpha = GL_FUNC_ADD;
-    bool depthMask = true;
-    std::array<bool, 4> colorMask = {true, true, true, true};
-    StencilFace stencilFront;
-    StencilFace stencilBack;
-    GLenum frontFace = GL_CCW;
-    GLfloat lineWidth = 1;
-    GLint packAlignment = 4;
-    GLint unpackAlignment = 4;
-    GLuint program = 0;
-    GLuint activeTexture = 0; // the unit's index, not its enumerant
-    std::array<GLuint, TextureUnits> textures = {};
-    GLuint framebuffer = 0;
-    GLuint renderbuffer = 0;
-    GLuint arrayBuffer = 0;
-    GLuint elementBuffer = 0;
-    std::array<VertexAttribute, VertexAttributes> attributes;
-    std::uint32_t enabled = 1u << 2; // of dithering, as GL starts
+    std::array<GLint, 4> viewport = {};                       ///< x, y, width, height
+    std::array<GLfloat, 4> clearColor = {};                   ///< of glClearColor
+    GLint clearStencil = 0;                                   ///< of glClearStencil
+    GLenum blendSourceRGB = GL_ONE;                           ///< factor of what is drawn
+    GLenum blendTargetRGB = GL_ZERO;                          ///< factor of what is there
+    GLenum blendSourceAlpha = GL_ONE;                         ///< factor of what is drawn
+    GLenum blendTargetAlpha = GL_ZERO;                        ///< factor of what is there
+    GLenum blendEquationRGB = GL_FUNC_ADD;                    ///< of glBlendEquation
+    GLenum blendEquationAlpha = GL_FUNC_ADD;                  ///< of glBlendEquation
+    bool depthMask = true;                                    ///< whether depths are written
+    std::array<bool, 4> colorMask = {true, true, true, true}; ///< whether red, green, blue, alpha are written
+    StencilFace stencilFront;                                 ///< of front faces
+    StencilFace stencilBack;                                  ///< of back faces
+    GLenum frontFace = GL_CCW;                                ///< which way front faces go round
+    GLfloat lineWidth = 1;                                    ///< pixels
+    GLint packAlignment = 4;                                  ///< of rows that are read, bytes
+    GLint unpackAlignment = 4;                                ///< of rows that are uploaded, bytes
+    GLuint program = 0;                                       ///< in use; 0: none
+    GLuint activeTexture = 0;                                 ///< the unit's index, not its enumerant
+    std::array<GLuint, TextureUnits> textures = {};           ///< bound to each unit, 0: none
+    GLuint framebuffer = 0;                                   ///< bound; 0: the window's
+    GLuint renderbuffer = 0;                                  ///< bound; 0: none
+    GLuint arrayBuffer = 0;                                   ///< bound; 0: none
+    GLuint elementBuffer = 0;                                 ///< bound; 0: none
+    std::array<VertexAttribute, VertexAttributes> attributes; ///< by location
+    std::uint32_t enabled = 1u << 2; ///< a bit for each capability; at first that of dithering
 
     /** Whether a capability of glEnable is on; false for an enumerant that is none. */
     bool IsEnabled(GLenum capability) const;
@@ -153,14 +157,14 @@ struct State {
 
 /** What one draw call would have drawn: its vertices and the state it saw. */
 struct Draw {
-    GLenum mode = GL_TRIANGLES;
-    GLint first = 0;
-    GLsizei count = 0;
-    GLenum indexType = GL_NONE; // GL_NONE: glDrawArrays
-    std::vector<GLuint> indices;
-    std::map<GLuint, VertexStream> streams; // by attribute location, the enabled arrays only
-    std::map<std::string, std::vector<float>> uniforms;
-    State state;
+    GLenum mode = GL_TRIANGLES;                         ///< what the vertices make
+    GLint first = 0;                                    ///< of glDrawArrays
+    GLsizei count = 0;                                  ///< vertices, or indices
+    GLenum indexType = GL_NONE;                         ///< GL_NONE: glDrawArrays
+    std::vector<GLuint> indices;                        ///< of glDrawElements
+    std::map<GLuint, VertexStream> streams;             ///< by attribute location, the enabled arrays only
+    std::map<std::string, std::vector<float>> uniforms; ///< by name, as the draw saw them
+    State state;                                        ///< as the draw saw it
 
     /** The stream's values, or nothing when that array was not enabled. */
     std::vector<float> Values(GLuint attribute) const;
@@ -174,31 +178,35 @@ struct Draw {
 
 /** What calls were made for, such as a node that was drawn; see BeginGroup. */
 struct Group {
-    std::string text;
-    std::shared_ptr<Group const> parent;
+    std::string text;                    ///< what BeginGroup was given
+    std::shared_ptr<Group const> parent; ///< the group around it; null: none
 };
 
 /** One call. Of what a client pointer pointed to, that field is filled which fits. */
 struct Call {
-    std::string name;
-    std::string line; // "glUniform4f(vColor, 1, 1, 1, 0.5)", see Calls()
-    std::vector<Argument> arguments;
-    std::string text;                   // shader source, or the name of a uniform, an attribute, a function
-    std::vector<float> floats;          // values of glUniform*fv, glUniformMatrix*fv, glVertexAttrib*fv
-    std::vector<std::int64_t> integers; // object names, attribute lists, values of glUniform*iv
-    std::vector<std::uint8_t> bytes;    // uploads, up to UploadCap bytes
-    std::shared_ptr<Group const> group; // the innermost that was open; null: none
-    std::shared_ptr<Draw const> draw;   // of glDrawArrays and glDrawElements, unless the call failed
-    std::thread::id thread;
-    EGLContext context = EGL_NO_CONTEXT; // current when the call was made
-    std::int64_t result = 0;
-    unsigned error = 0; // the GL or EGL error that this call raised; 0: none
+    std::string name;                   ///< the function's
+    std::string line;                   ///< "glUniform4f(vColor, 1, 1, 1, 0.5)", see Calls()
+    std::vector<Argument> arguments;    ///< in the function's order
+    std::string text;                   ///< shader source, or the name of a uniform, an attribute, a function
+    std::vector<float> floats;          ///< values of glUniform*fv, glUniformMatrix*fv, glVertexAttrib*fv
+    std::vector<std::int64_t> integers; ///< object names, attribute lists, values of glUniform*iv
+    std::vector<std::uint8_t> bytes;    ///< uploads, up to UploadCap bytes
+    std::shared_ptr<Group const> group; ///< the innermost that was open; null: none
+    std::shared_ptr<Draw const> draw;   ///< of glDrawArrays and glDrawElements, unless the call failed
+    std::thread::id thread;             ///< that called
+    EGLContext context = EGL_NO_CONTEXT; ///< current when the call was made
+    std::int64_t result = 0;             ///< what the function answered; 0 for void
+    unsigned error = 0;                  ///< the GL or EGL error that this call raised; 0: none
 
+    /** An argument that is no float and no pointer; throws std::out_of_range. */
     std::int64_t Integer(std::size_t index) const { return arguments.at(index).integer; }
+    /** An argument that is a number; throws std::out_of_range. */
     float Float(std::size_t index) const { return static_cast<float>(arguments.at(index).number); }
+    /** An argument that is a pointer; throws std::out_of_range. */
     void const* Pointer(std::size_t index) const { return arguments.at(index).pointer; }
 };
 
+/** Bytes of an upload that are noted, at most. */
 constexpr std::size_t UploadCap = 1 << 20;
 
 // ---- What was called
@@ -217,6 +225,7 @@ constexpr std::size_t UploadCap = 1 << 20;
 std::vector<Call> Calls(std::string const& pattern = {});
 /** The lines of Calls(pattern). */
 std::vector<std::string> Lines(std::string const& pattern = {});
+/** The number of Calls(pattern). */
 std::size_t Count(std::string const& pattern = {});
 /** The index, among all calls, of the first match at or after `from`; -1 when there is none. */
 std::ptrdiff_t IndexOf(std::string const& pattern, std::size_t from = 0);
@@ -233,6 +242,7 @@ void Clear();
 
 /** Begins a group: the calls from here to EndGroup belong to it. Groups nest. */
 void BeginGroup(std::string const& text);
+/** Ends the group that was begun last. */
 void EndGroup();
 /** Notes a line of the application's own among the calls, as a call without a name. */
 void Remark(std::string const& line);
@@ -266,6 +276,7 @@ private:
 
 // ---- What the driver holds
 
+/** The sorts of objects that are counted. */
 enum class Object {
     Texture,
     Buffer,
@@ -278,97 +289,114 @@ enum class Object {
     EglContext
 };
 
+/** How many objects of a sort there were and are. */
 struct ObjectCounts {
-    int created = 0;
-    int deleted = 0; // by a call; objects that go with their context are not counted
-    int live = 0;    // created less deleted
+    int created = 0; ///< by a call
+    int deleted = 0; ///< by a call; objects that go with their context are not counted
+    int live = 0;    ///< created less deleted
 };
 
+/** One level of a texture. */
 struct TextureLevel {
-    GLsizei width = 0;
-    GLsizei height = 0;
-    GLenum internalFormat = GL_NONE;
-    GLenum format = GL_NONE; // GL_NONE for a compressed image
-    GLenum type = GL_NONE;
-    std::vector<std::uint8_t> bytes; // of the last whole upload, up to UploadCap; empty for a null pointer
+    GLsizei width = 0;               ///< texels
+    GLsizei height = 0;              ///< texels
+    GLenum internalFormat = GL_NONE; ///< as glTexImage2D was told
+    GLenum format = GL_NONE;         ///< GL_NONE for a compressed image
+    GLenum type = GL_NONE;           ///< of a component, or of a packed texel
+    std::vector<std::uint8_t> bytes; ///< of the last whole upload, up to UploadCap; empty for a null pointer
 };
 
+/** A texture's parameters and levels. */
 struct Texture {
-    GLenum target = GL_NONE;
-    GLint minFilter = GL_NEAREST_MIPMAP_LINEAR;
-    GLint magFilter = GL_LINEAR;
-    GLint wrapS = GL_REPEAT;
-    GLint wrapT = GL_REPEAT;
-    std::map<GLint, TextureLevel> levels;
-    EGLImageKHR image = EGL_NO_IMAGE_KHR; // the source of its pixels, where that is an EGL image
+    GLenum target = GL_NONE;                    ///< what it was bound to first
+    GLint minFilter = GL_NEAREST_MIPMAP_LINEAR; ///< GL_TEXTURE_MIN_FILTER
+    GLint magFilter = GL_LINEAR;                ///< GL_TEXTURE_MAG_FILTER
+    GLint wrapS = GL_REPEAT;                    ///< GL_TEXTURE_WRAP_S
+    GLint wrapT = GL_REPEAT;                    ///< GL_TEXTURE_WRAP_T
+    std::map<GLint, TextureLevel> levels;       ///< by number, 0 is the largest
+    EGLImageKHR image = EGL_NO_IMAGE_KHR;       ///< the source of its pixels, where that is an EGL image
 };
 
+/** A renderbuffer. */
 struct Renderbuffer {
-    GLenum format = GL_RGBA4;
-    GLsizei width = 0;
-    GLsizei height = 0;
+    GLenum format = GL_RGBA4; ///< as glRenderbufferStorage was told
+    GLsizei width = 0;        ///< pixels
+    GLsizei height = 0;       ///< pixels
 };
 
+/** What one attachment point of a framebuffer has. */
 struct Attachment {
-    GLenum type = GL_NONE; // GL_TEXTURE or GL_RENDERBUFFER
-    GLuint name = 0;
-    std::shared_ptr<Texture const> texture;
-    std::shared_ptr<Renderbuffer const> renderbuffer;
+    GLenum type = GL_NONE;                            ///< GL_TEXTURE or GL_RENDERBUFFER
+    GLuint name = 0;                                  ///< of the texture or renderbuffer; 0: nothing
+    std::shared_ptr<Texture const> texture;           ///< what is attached, though its name may be gone
+    std::shared_ptr<Renderbuffer const> renderbuffer; ///< what is attached, though its name may be gone
 };
 
+/** A framebuffer's attachments. */
 struct Framebuffer {
-    Attachment color;
-    Attachment depth;
-    Attachment stencil;
+    Attachment color;   ///< GL_COLOR_ATTACHMENT0
+    Attachment depth;   ///< GL_DEPTH_ATTACHMENT
+    Attachment stencil; ///< GL_STENCIL_ATTACHMENT
 };
 
+/** A shader. */
 struct Shader {
-    GLenum type = GL_VERTEX_SHADER;
-    std::string source;
-    std::string log;
-    bool compiled = false;
-    bool deleted = false; // flagged, and kept by the programs that it is attached to
-    int attachments = 0;
+    GLenum type = GL_VERTEX_SHADER; ///< its stage
+    std::string source;             ///< as glShaderSource was given it, in one
+    std::string log;                ///< of the last glCompileShader
+    bool compiled = false;          ///< whether the last glCompileShader succeeded
+    bool deleted = false;           ///< flagged, and kept by the programs that it is attached to
+    int attachments = 0;            ///< programs that it is attached to
 };
 
+/** An active uniform of a program. */
 struct Uniform {
-    std::string name;
-    GLenum type = GL_FLOAT;
-    GLint size = 1;
-    GLint location = -1;
-    std::vector<float> values;
+    std::string name;          ///< as the shader declares it, without [0]
+    GLenum type = GL_FLOAT;    ///< as glGetActiveUniform answers
+    GLint size = 1;            ///< elements of an array; 1: no array
+    GLint location = -1;       ///< of its first element
+    std::vector<float> values; ///< one float for each component, integers too
 };
 
+/** A program. */
 struct Program {
-    bool linked = false;
-    bool deleted = false; // flagged, and kept while it is in use
-    std::string log;
-    std::vector<GLuint> shaders;
-    std::map<std::string, GLuint> bindings; // as glBindAttribLocation asked
-    std::map<std::string, GLint> attributes;
-    std::vector<Uniform> uniforms; // the active ones, with their current values
+    bool linked = false;                     ///< whether the last glLinkProgram succeeded
+    bool deleted = false;                    ///< flagged, and kept while it is in use
+    std::string log;                         ///< of the last glLinkProgram
+    std::vector<GLuint> shaders;             ///< attached to it
+    std::map<std::string, GLuint> bindings;  ///< as glBindAttribLocation asked
+    std::map<std::string, GLint> attributes; ///< the active ones, with their locations
+    std::vector<Uniform> uniforms;           ///< the active ones, with their current values
 
+    /** The active uniform of that name; null when there is none. */
     Uniform const* Find(std::string const& uniform) const;
 };
 
+/** EGL, as the calling thread sees it. */
 struct EglState {
-    bool initialized = false;
-    EGLDisplay display = EGL_NO_DISPLAY; // current on the calling thread, like the next three
-    EGLSurface drawSurface = EGL_NO_SURFACE;
-    EGLSurface readSurface = EGL_NO_SURFACE;
-    EGLContext context = EGL_NO_CONTEXT;
-    int swaps = 0; // successful eglSwapBuffers calls, on any thread
+    bool initialized = false; ///< whether eglInitialize has been called, and eglTerminate not since
+    EGLDisplay display = EGL_NO_DISPLAY;     ///< current on the calling thread, like the next three
+    EGLSurface drawSurface = EGL_NO_SURFACE; ///< what draws go to
+    EGLSurface readSurface = EGL_NO_SURFACE; ///< what is read from
+    EGLContext context = EGL_NO_CONTEXT;     ///< what is current
+    int swaps = 0;                           ///< successful eglSwapBuffers calls, on any thread
 };
 
+/** The state of the calling thread's context; see above for which that is. */
 State GetState();
+/** The state of EGL, as the calling thread sees it. */
 EglState GetEglState();
 /** How many objects of one sort were made and deleted since Reset(), in all contexts. */
 ObjectCounts Counts(Object object);
 /** The names in use, ascending; names that were generated and never bound are among them. */
 std::vector<GLuint> LiveNames(Object object);
+/** A texture by its name; nothing when there is none. */
 std::optional<Texture> FindTexture(GLuint name);
+/** A framebuffer by its name; nothing when there is none. */
 std::optional<Framebuffer> FindFramebuffer(GLuint name);
+/** A shader by its name; nothing when there is none. */
 std::optional<Shader> FindShader(GLuint name);
+/** A program by its name; nothing when there is none. */
 std::optional<Program> FindProgram(GLuint name);
 /**
  * The location of a uniform in a linked program, -1 when it is not active. Differs from program to program.
@@ -419,13 +447,14 @@ void SetError(GLenum error);
 /** What glCheckFramebufferStatus answers; 0 (initial): what the attachments amount to. */
 void SetFramebufferStatus(GLenum status);
 
+/** Sizes of an EGL config. */
 struct Config {
-    int red = 8;
-    int green = 8;
-    int blue = 8;
-    int alpha = 8;
-    int depth = 16;
-    int stencil = 4;
+    int red = 8;     ///< bits
+    int green = 8;   ///< bits
+    int blue = 8;    ///< bits
+    int alpha = 8;   ///< bits
+    int depth = 16;  ///< bits
+    int stencil = 4; ///< bits
 };
 /**
  * The configs of the display. eglChooseConfig answers those that have at least the sizes asked for, in this
@@ -446,6 +475,7 @@ void SetProcAddress(std::string const& name, bool fPresent);
  * not.
  */
 std::string EnumName(GLenum value);
+/** As EnumName, of EGL's names. */
 std::string EglEnumName(EGLint value);
 /** "display", "config0", "surface1", "context1", "image1"; "NULL", and "*" for what is no handle. */
 std::string HandleName(void const* handle);
