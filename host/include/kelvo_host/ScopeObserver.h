@@ -26,6 +26,7 @@ public:
      * live until the scopes that other threads are at have ended.
      */
     static ScopeObserver* Set(ScopeObserver* pObserver);
+    /** The observer now; null where there is none. */
     static ScopeObserver* Get() { return s_pObserver.load(std::memory_order_acquire); }
 
 private:

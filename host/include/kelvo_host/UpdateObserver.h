@@ -22,6 +22,7 @@ public:
 
     /** Makes `pObserver`, or with null none, the observer from now on. Returns the one before. */
     static UpdateObserver* Set(UpdateObserver* pObserver);
+    /** The observer now; null where there is none. */
     static UpdateObserver* Get() { return s_pObserver; }
 
 private:
