@@ -44,6 +44,31 @@ void main() {
 }
 )");
 
+// The exact ones. Coverage is the texture's alpha times the sprite's opacity.
+
+// Multiply's, screen's and invert's: what is not covered stays as it is.
+constexpr Source CoveredFragment(uR"(precision mediump float;
+uniform sampler2D sTexture;
+uniform vec4 vColor;
+varying vec2 vTexture;
+void main() {
+    vec4 t = texture2D(sTexture, vTexture) * vColor;
+    gl_FragColor = vec4(t.rgb * t.a, t.a);
+}
+)");
+
+// What is added to the colour below is a share of that colour; GL takes no share above 1.
+constexpr Source ExactDodgeFragment(uR"(precision mediump float;
+uniform sampler2D sTexture;
+uniform vec4 vColor;
+varying vec2 vTexture;
+void main() {
+    vec4 t = texture2D(sTexture, vTexture) * vColor;
+    vec3 c = min(vec3(0.5), t.rgb);
+    gl_FragColor = vec4(t.a * c / (vec3(1.0) - c), t.a);
+}
+)");
+
 /** GL's blend factors of the colours. */
 struct Factors {
     GLenum source;
@@ -66,6 +91,10 @@ constexpr Factors GetFactors(int nBlendMode) {
     }
 }
 
+constexpr Factors GetExactFactors(int nBlendMode) {
+    return nBlendMode == BlendMode::ColorDodge ? Factors{GL_DST_COLOR, GL_ONE} : GetFactors(nBlendMode);
+}
+
 } // namespace
 
 void VertexAttribSetup_BlendMode_ColorDodge(ShaderProgramGL2* pProgram) {
@@ -84,7 +113,7 @@ void VertexAttribSetup_BlendMode_Exclusion(ShaderProgramGL2* pProgram) {
     NamePositionAndTexture(pProgram);
 }
 
-bool BlendModeResourceGL2::Init(GraphicsDevice&) {
+bool BlendModeResourceGL2::Init(GraphicsDevice& device) {
     struct Program {
         Ref<ShaderProgramGL2>& pProgram;
         ProgramParts parts;
@@ -103,7 +132,19 @@ bool BlendModeResourceGL2::Init(GraphicsDevice&) {
             return false;
         }
     }
-    return true;
+    return !static_cast<GraphicsDeviceGL2&>(device).HasExactEffects() || PrepareExact();
+}
+
+/** Builds what exact effects draw with, once; false, which is traced, where it does not compile. */
+bool BlendModeResourceGL2::PrepareExact() {
+    if (!m_fExactAsked) {
+        m_fExactAsked = true;
+        m_coveredProgram =
+            BuildProgram({CoveredFragment, ShaderSources::TexturedVertex, NamePositionAndTexture});
+        m_exactDodgeProgram =
+            BuildProgram({ExactDodgeFragment, ShaderSources::TexturedVertex, NamePositionAndTexture});
+    }
+    return m_coveredProgram && m_exactDodgeProgram;
 }
 
 BlendModeEffectGL2::BlendModeEffectGL2() = default;
@@ -130,6 +171,22 @@ ShaderProgramGL2* BlendModeEffectGL2::ChooseProgram(GraphicsDeviceGL2& device, i
     }
 }
 
+ShaderProgramGL2* BlendModeEffectGL2::ChooseExactProgram(GraphicsDeviceGL2& device, int nBlendMode) const {
+    if (!m_pResource->PrepareExact()) {
+        return nullptr;
+    }
+    switch (nBlendMode) {
+    case BlendMode::Multiply:
+    case BlendMode::Screen:
+    case BlendMode::Invert:
+        return m_pResource->m_coveredProgram.Get();
+    case BlendMode::ColorDodge:
+        return m_pResource->m_exactDodgeProgram.Get();
+    default:
+        return device.GetShader(ShaderId::Textured);
+    }
+}
+
 bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& sprite, RealFloat opacity) {
     SpriteGL2& spriteGL2 = static_cast<SpriteGL2&>(sprite);
     TextureGL2* const pTexture = GetDrawableTexture(spriteGL2);
@@ -138,21 +195,29 @@ bool BlendModeEffectGL2::OverrideDrawSprite(GraphicsDevice& device, Sprite& spri
     }
     GraphicsDeviceGL2& deviceGL2 = static_cast<GraphicsDeviceGL2&>(device);
     int const nBlendMode = sprite.GetBlendModeProperty().GetValue();
-    ShaderProgramGL2* const pProgram = ChooseProgram(deviceGL2, nBlendMode);
+    bool const fExact = deviceGL2.HasExactEffects();
+    ShaderProgramGL2* const pProgram =
+        fExact ? ChooseExactProgram(deviceGL2, nBlendMode) : ChooseProgram(deviceGL2, nBlendMode);
     if (!pProgram) {
         return false; // the device is not up: the sprite draws nothing either
     }
     ShaderProgramGL2& program = *pProgram;
     Vector2T<RealFloat> textureCoords[4];
-    SetFixedStreams(spriteGL2, textureCoords);
+    (fExact ? SetFloatStreams : SetFixedStreams)(spriteGL2, textureCoords);
     deviceGL2.SetActiveShader(&program);
     program.SetSampler(UniformNames::sTexture, pTexture, 0);
-    // No projection: none of the programs declares the second matrix, and the first lacks it. Intended
-    // (blend-mode-no-projection).
-    program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, deviceGL2.GetModelViewMatrix());
-    program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
+    if (fExact) {
+        Matrix4T<RealFloat> worldToView{Uninitialized()};
+        deviceGL2.GetModelViewProjection(worldToView);
+        program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, worldToView);
+    } else {
+        // No projection: none of the programs declares the second matrix, and the first lacks it. Intended
+        // (blend-mode-no-projection).
+        program.SetParameter(ShaderType::Vertex, UniformNames::mWorldToView, deviceGL2.GetModelViewMatrix());
+        program.SetParameter(ShaderType::Vertex, UniformNames::mViewToViewport, deviceGL2.ProjectionMatrix());
+    }
     program.SetParameter(ShaderType::Fragment, UniformNames::vColor, Vector4T<RealFloat>(1, 1, 1, opacity));
-    Factors const factors = GetFactors(nBlendMode);
+    Factors const factors = fExact ? GetExactFactors(nBlendMode) : GetFactors(nBlendMode);
     GlState::SetBlend(factors.source, factors.destination);
     glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
     return true;

@@ -14,7 +14,8 @@ class GraphicsDeviceGL2;
 class KELVO_EXPORT BlendModeResourceGL2 : public EffectResource {
 public:
     /**
-     * Builds the programs. Calls what ShaderProgramGL2::Compile calls. Render thread. False at the first that
+     * Builds the programs, those of exact effects only where the device has these on; otherwise the first
+     * exact draw does. Calls what ShaderProgramGL2::Compile calls. Render thread. False at the first that
      * does not compile.
      */
     bool Init(GraphicsDevice& device) override;
@@ -22,17 +23,23 @@ public:
 private:
     friend class BlendModeEffectGL2;
 
+    bool PrepareExact();
+
     Ref<ShaderProgramGL2> m_colorDodgeProgram;
     Ref<ShaderProgramGL2> m_multiplyProgram;
     Ref<ShaderProgramGL2> m_screenProgram;
     Ref<ShaderProgramGL2> m_exclusionProgram; ///< no blend mode selects it: intended (exclusion-unused)
+    Ref<ShaderProgramGL2> m_coveredProgram;   ///< of exact effects: colours times coverage
+    Ref<ShaderProgramGL2> m_exactDodgeProgram;
+    bool m_fExactAsked = false; ///< the last two have been built, or could not be
 };
 
 /**
  * Draws textured sprites, in their place, in any blend mode: a program shapes the source, GL's blend factors
  * do the rest. The model-view matrix alone takes the corners to clip space, without a projection, and they go
  * to GL as fixed-point numbers, see SetFixedStreams: both intended (blend-mode-no-projection,
- * fixed-point-streams).
+ * fixed-point-streams). With GraphicsDeviceGL2::SetExactEffects a sprite stands where it would without the
+ * effect, and its alpha and its opacity count in every mode.
  */
 class KELVO_EXPORT BlendModeEffectGL2 : public BlendModeEffect {
 public:
@@ -54,6 +61,7 @@ public:
 
 private:
     ShaderProgramGL2* ChooseProgram(GraphicsDeviceGL2& device, int nBlendMode) const;
+    ShaderProgramGL2* ChooseExactProgram(GraphicsDeviceGL2& device, int nBlendMode) const;
 
     Ref<BlendModeResourceGL2> m_pResource;
 };

@@ -9,27 +9,34 @@
 namespace trevik::kelvo {
 
 class GraphicsDeviceGL2;
+class SpriteGL2;
 
 /** What all DirectionalBlurEffectGL2 objects of a device share. */
 class KELVO_EXPORT DirectionalBlurResourceGL2 : public EffectResource {
 public:
     /**
-     * Builds the program. Calls what ShaderProgramGL2::Compile calls. Render thread. False when it does not
-     * compile.
+     * Builds the program, that of exact effects only where the device has these on; otherwise the first exact
+     * draw does. Calls what ShaderProgramGL2::Compile calls. Render thread. False when one does not compile.
      */
     bool Init(GraphicsDevice& device) override;
 
 private:
     friend class DirectionalBlurEffectGL2;
 
+    bool PrepareExact();
+
     Ref<ShaderProgramGL2> m_program;
+    Ref<ShaderProgramGL2> m_exactProgram;
+    bool m_fExactAsked = false; ///< the exact program has been built, or could not be
 };
 
 /**
  * Draws a textured sprite smeared along a direction, in its place, with 18 taps: nine along the direction, on
  * two rows one texel apart. The reach, |direction| times amount in texels, widens the quad as well. Corners
  * and texture coordinates go to GL as fixed-point numbers, see SetFixedStreams: intended
- * (fixed-point-streams).
+ * (fixed-point-streams). With GraphicsDeviceGL2::SetExactEffects the sprite stands where it would without the
+ * effect, grows by the reach to each side, and is smeared with 33 taps along the direction's line, signs
+ * included; outside of it there is nothing, so that its edges fade.
  */
 class KELVO_EXPORT DirectionalBlurEffectGL2 : public DirectionalBlurEffect {
 public:
@@ -51,6 +58,8 @@ public:
 
 private:
     void SetParameters(GraphicsDeviceGL2& device, TextureGL2 const& texture, RealFloat opacity) const;
+    void DrawExactly(GraphicsDeviceGL2& device, SpriteGL2& sprite, TextureGL2& texture,
+                     RealFloat opacity) const;
 
     Ref<DirectionalBlurResourceGL2> m_pResource;
 };

@@ -25,4 +25,11 @@ inline void SetFixedStreams(SpriteGL2& sprite, Vector2T<RealFloat> (&textureCoor
     GlState::SetFixedPointVertexArray(VertexAttributeIndex::Texture, textureCoords);
 }
 
+/** The same, as the floats that they are. */
+inline void SetFloatStreams(SpriteGL2& sprite, Vector2T<RealFloat> (&textureCoords)[4]) {
+    sprite.GetTextureCoords(textureCoords);
+    GlState::SetVertexArray(VertexAttributeIndex::Position, sprite.GetVertices().GetData());
+    GlState::SetVertexArray(VertexAttributeIndex::Texture, textureCoords);
+}
+
 } // namespace trevik::kelvo

@@ -258,6 +258,13 @@ public:
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
     /** Sets what IsAlphaTestEnabled answers. */
     void SetAlphaTestEnabled(bool fEnabled) { m_fAlphaTest = fEnabled; }
+    /**
+     * Whether blend modes and directional blurs draw their sprites where these stand, with all of their
+     * texture, alpha and opacity. Off at first: then they hand corners over as fixed-point numbers, and blend
+     * modes leave the projection out. Counts from the next draw on. Calls nothing.
+     */
+    void SetExactEffects(bool fExact);
+    bool HasExactEffects() const { return m_fExactEffects; }
 
     /**
      * Makes the two frame targets, of the viewport's size, with RGB565 colour and a depth and stencil
@@ -359,6 +366,7 @@ private:
     Ref<FramebufferGL2> m_pTargetBuffers[2];
     unsigned int m_nCurrentTarget = 0;
     bool m_fAlphaTest = false;
+    bool m_fExactEffects = false;
     IdTable<unsigned int, EffectResource> m_effectResources;
     /** Ids from 0 down to the last built-in one. */
     enum : unsigned int { BuiltInPlaces = 1 - ShaderId::SolidEdges };

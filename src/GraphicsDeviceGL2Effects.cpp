@@ -19,6 +19,10 @@ EffectResource* GraphicsDeviceGL2::GetEffectResource(unsigned int nClassID) {
     return pResource;
 }
 
+void GraphicsDeviceGL2::SetExactEffects(bool fExact) {
+    m_fExactEffects = fExact;
+}
+
 void GraphicsDeviceGL2::ReleaseEffectResources() {
     m_effectResources.ReleaseAll();
 }

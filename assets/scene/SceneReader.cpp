@@ -66,6 +66,11 @@ SceneSettings ReadSettings(JsonCursor const& root) {
     if (std::optional<JsonCursor> const color = root.Find("clearColor")) {
         root.Attempt([&] { settings.m_clearColor = ReadColor(*color, true); });
     }
+    if (std::optional<JsonCursor> const effects = root.Find("effects")) {
+        root.Attempt([&] {
+            settings.m_fExactEffects = effects->ReadWord("kind of effects", {"standard", "exact"}) == 1;
+        });
+    }
     return settings;
 }
 
@@ -82,8 +87,8 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
 void BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
     bool const fKnown = root.Attempt([&] {
-        root.CheckNames(
-            {"surface", "frameRate", "frames", "clearColor", "camera", "textures", "fonts", "nodes"});
+        root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "camera", "textures",
+                         "fonts", "nodes"});
     });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);

@@ -130,6 +130,16 @@ void Backend::EndPostProcess(GraphicsDevice& device) const {
     pfnRender(static_cast<GraphicsDeviceGL2*>(&device));
 }
 
+bool Backend::SetExactEffects(GraphicsDevice& device, bool fExact) const {
+    auto const pfnSet =
+        Find<void (*)(GraphicsDeviceGL2*, bool)>(m_pLibrary, KELVO_DEVICE "15SetExactEffectsEb");
+    bool const fCan = pfnSet && IsOwnDevice(device);
+    if (fCan) {
+        pfnSet(static_cast<GraphicsDeviceGL2*>(&device), fExact);
+    }
+    return fCan;
+}
+
 bool Backend::IsAlphaTestEnabled(GraphicsDevice const& device) const {
     return IsOwnDevice(device) && static_cast<GraphicsDeviceGL2 const&>(device).IsAlphaTestEnabled();
 }

@@ -45,6 +45,8 @@ public:
      * has moved on to the window by itself, as it does with a blur, which is on it then.
      */
     void EndPostProcess(trevik::kelvo::GraphicsDevice& device) const;
+    /** Whether blend modes and directional blurs draw exactly. */
+    bool SetExactEffects(trevik::kelvo::GraphicsDevice& device, bool fExact) const;
     bool IsAlphaTestEnabled(trevik::kelvo::GraphicsDevice const& device) const;
     void SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
 

@@ -65,6 +65,10 @@ bool Stage::Start(NativeWindow& window, SceneSettings const& settings, Fault& fa
 bool Stage::Prepare(Scene& scene, Fault& fault) {
     trevik::SizeT<int> const size = m_pDevice->GetSize();
     m_pDevice->SetViewport(0, 0, size.width, size.height);
+    bool const fExact = scene.GetSettings().m_fExactEffects;
+    if (!m_backend.SetExactEffects(*m_pDevice, fExact) && fExact) {
+        return Fail(fault, "the scene asks for exact effects, which the back end does not have");
+    }
     m_blurs.clear();
     FindBlurs(*scene.GetRoot(), m_blurs);
     // Targets that are there serve the next scene, too: they are as large as the surface.

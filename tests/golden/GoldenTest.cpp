@@ -182,6 +182,7 @@ public:
     Scene& GetScene() { return m_scene; }
     void Draw(float frame, bool fPost) {
         m_frame = frame;
+        m_pDevice->SetExactEffects(m_scene.GetSettings().m_fExactEffects);
         m_scene.Update(*m_pDevice, frame);
         if (fPost) {
             m_pDevice->SwapTargetBuffers(false);

@@ -33,6 +33,8 @@ struct TREVIK_API SceneSettings {
     int m_nLastFrame = 0;                               ///< not below the first one, up to MaximumFrame
     /** What Clear fills the frame with; opaque black. */
     ColorT<RealFloat> m_clearColor = ColorT<RealFloat>::Black;
+    /** Whether the device's effects are to draw exactly, which its application switches on for the scene. */
+    bool m_fExactEffects = false;
 
     /** Null when all values are in range, else a static text that says which one is not. */
     char16_t const* FindFault() const;

@@ -22,6 +22,7 @@ constexpr unsigned int FrameRateID = HashName("FrameRate");
 constexpr unsigned int FirstFrameID = HashName("FirstFrame");
 constexpr unsigned int LastFrameID = HashName("LastFrame");
 constexpr unsigned int ClearColorID = HashName("ClearColor");
+constexpr unsigned int ExactEffectsID = HashName("ExactEffects");
 
 bool SaveSettings(Serializer& serializer, SceneSettings const& settings) {
     return serializer.WriteValue(SizeID, settings.m_size) &&
@@ -29,7 +30,8 @@ bool SaveSettings(Serializer& serializer, SceneSettings const& settings) {
            serializer.WriteValue(FrameRateID, settings.m_rFrameRate) &&
            serializer.WriteValue(FirstFrameID, settings.m_nFirstFrame) &&
            serializer.WriteValue(LastFrameID, settings.m_nLastFrame) &&
-           serializer.WriteValue(ClearColorID, settings.m_clearColor);
+           serializer.WriteValue(ClearColorID, settings.m_clearColor) &&
+           (!settings.m_fExactEffects || serializer.WriteValue(ExactEffectsID, 1));
 }
 
 bool LoadSettings(Deserializer& deserializer, SceneSettings& settings) {
@@ -42,6 +44,14 @@ bool LoadSettings(Deserializer& deserializer, SceneSettings& settings) {
         return deserializer.Fail(u"the document holds no scene");
     }
     settings.m_format = static_cast<DeviceFormat::Enum>(nFormat);
+    unsigned char const* pExact = nullptr; // absent in files of scenes that do not ask for it
+    unsigned long nBytes = 0;
+    int nExact = 0;
+    if (deserializer.FindAttribute(ExactEffectsID, pExact, nBytes) &&
+        (!deserializer.ReadValue(ExactEffectsID, nExact) || nExact < 0 || nExact > 1)) {
+        return deserializer.Fail(u"whether effects are exact is neither 0 nor 1");
+    }
+    settings.m_fExactEffects = nExact == 1;
     char16_t const* const pFault = settings.FindFault();
     return !pFault || deserializer.Fail(u"%s", pFault);
 }

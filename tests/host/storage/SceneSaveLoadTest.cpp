@@ -89,6 +89,34 @@ TEST(SceneSaveLoad, GoesThroughFiles) {
     EXPECT_EQ(log.Messages().at(0), "[kelvo] /root: the time map is a function without a name");
 }
 
+TEST(SceneSaveLoad, ExactEffectsAreSavedWhereTheyAreAskedFor) {
+    constexpr unsigned int Id = HashName("ExactEffects");
+    for (bool const fExact : {false, true}) {
+        Sample sample;
+        sample.m_scene.GetSettings().m_fExactEffects = fExact;
+        Ref<DocumentNode> const pDocument = sample.Save();
+        Deserializer document(pDocument, sample.m_registry);
+        unsigned char const* pData = nullptr;
+        unsigned long nLength = 0;
+        EXPECT_EQ(document.FindAttribute(Id, pData, nLength), fExact)
+            << "files of other scenes stay as they were";
+        Scene loaded;
+        loaded.GetSettings().m_fExactEffects = !fExact;
+        ASSERT_TRUE(LoadScene(loaded, pDocument, sample.m_registry));
+        EXPECT_EQ(loaded.GetSettings().m_fExactEffects, fExact);
+    }
+    for (int const nValue : {2, -1}) {
+        Sample sample;
+        Serializer serializer;
+        ASSERT_TRUE(sample.m_scene.Save(serializer) && serializer.WriteValue(Id, nValue));
+        Scene loaded;
+        Deserializer deserializer(serializer.Finish(), sample.m_registry);
+        EXPECT_FALSE(loaded.Load(deserializer));
+        EXPECT_NE(std::string(String8(deserializer.GetError()).GetData()).find("exact is neither 0 nor 1"),
+                  std::string::npos);
+    }
+}
+
 TEST(SceneSaveLoad, TheDescriptionsExampleIsAScene) {
     std::ifstream page(KELVO_SOURCE_DIRECTORY "/docs/file-format.md");
     std::vector<unsigned char> bytes;
