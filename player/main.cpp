@@ -1,5 +1,6 @@
 #include "command/Program.h"
 #include "play/Player.h"
+#include "watch/WatchedPlay.h"
 
 #include <cstdio>
 
@@ -23,6 +24,11 @@ int main(int nArguments, char** ppArguments) {
         if (options.fStats || !options.trace.empty()) {
             return BecomeProgram("-counted", ppArguments);
         }
-        return Player(options).Run();
+        return PlayWatched(options, [&](std::vector<std::string>& files) {
+            Player player(options);
+            int const nExitCode = player.Run();
+            files = player.GetFiles();
+            return nExitCode;
+        });
     });
 }

@@ -3,6 +3,7 @@
 #include "calls/CallsFile.h"
 #include "command/Program.h"
 #include "play/Player.h"
+#include "watch/WatchedPlay.h"
 
 #include <cstdio>
 
@@ -13,7 +14,12 @@ int main(int nArguments, char** ppArguments) {
             std::fprintf(stderr, "kelvo-player-calls: draws nothing: it needs --calls\n");
             return ExitUsage;
         }
-        CallsFile calls(options.calls);
-        return Player(options, &calls).Run();
+        return PlayWatched(options, [&](std::vector<std::string>& files) {
+            CallsFile calls(options.calls);
+            Player player(options, &calls);
+            int const nExitCode = player.Run();
+            files = player.GetFiles();
+            return nExitCode;
+        });
     });
 }

@@ -154,8 +154,9 @@ void AddWindow(CLI::App& app, Options& options) {
         ->needs(pWindow);
     app.add_flag("--once", options.fOnce, "end after the last frame in place of beginning again")
         ->needs(pWindow);
-    app.add_flag("--watch", options.fWatch, "show the scene anew whenever one of its files changes")
-        ->needs(pWindow);
+    app.add_flag("--watch", options.fWatch,
+                 "play again, or in the window show anew, whenever a file of the scene changes")
+        ->excludes(app.get_option("--save"));
 }
 
 /** What of the frames becomes pictures, or is compared with some. */

@@ -17,6 +17,7 @@
 #include <optional>
 #include <string>
 #include <utility>
+#include <vector>
 
 namespace kelvokit::player {
 
@@ -34,6 +35,8 @@ public:
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
+    /** The paths of all files of the scene that were read, or could not be. */
+    std::vector<std::string> const& GetFiles() const { return m_notes.GetFiles(); }
 
 private:
     std::unique_ptr<FrameSink> MakePictures();

@@ -3,6 +3,7 @@
 
 #include "command/Program.h"
 #include "play/Player.h"
+#include "watch/WatchedPlay.h"
 
 #include <kelvo_counting/Counting.h>
 
@@ -18,6 +19,12 @@ kelvokit::player::DrawnCounts GetDrawn() {
 
 int main(int nArguments, char** ppArguments) {
     using namespace kelvokit::player;
-    return RunProgram(nArguments, ppArguments,
-                      [](Options const& options) { return Player(options, nullptr, GetDrawn).Run(); });
+    return RunProgram(nArguments, ppArguments, [](Options const& options) {
+        return PlayWatched(options, [&](std::vector<std::string>& files) {
+            Player player(options, nullptr, GetDrawn);
+            int const nExitCode = player.Run();
+            files = player.GetFiles();
+            return nExitCode;
+        });
+    });
 }

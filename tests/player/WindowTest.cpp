@@ -28,6 +28,11 @@ std::string MakeScene(std::string const& color, std::string const& more = "") {
            more + "]}";
 }
 
+XServer const& GetServer() {
+    static XServer const s_server;
+    return s_server;
+}
+
 class WindowX11 : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -114,7 +119,9 @@ protected:
         return m_player.get();
     }
 
-    XServer m_server;
+    // The server starts over when nobody is connected to it any more, so that it is one connection for all
+    // tests.
+    XServer const& m_server = GetServer();
     std::filesystem::path m_before; ///< the current folder
     TemporaryFolder m_folder;
     unsigned long m_nWindow = 0;
@@ -200,6 +207,33 @@ TEST_F(WindowX11, TellsWhichNodesAreAtAClickAndGoesToFramesOfTheBar) {
     Color: 0, 0.501961, 1
 below it: Sprite "square"  )" + scene +
                                 ":2\nnothing there\n");
+}
+
+TEST_F(WindowX11, ShowsTheSceneAnewWhenItIsSavedAndKeepsTheOldOneWhileItHasFaults) {
+    Pixel const orange{255, 128, 0};
+    Pixel const ground{32, 48, 64};
+    Start({"--watch"});
+    m_server.Resize(m_nWindow, 400, 300);
+    Pause();
+    Press("Right");
+    ExpectShown(1, 400, 300);
+    m_folder.WriteText("scene.json", MakeScene("#ff8000").substr(0, 99));
+    // Above the bar stands what is wrong, and beside that what was there before.
+    Image shown;
+    EXPECT_TRUE(WaitFor([&] {
+        shown = m_server.GetShown(m_nWindow, 400, 300);
+        return shown.At(20, 255) != ground;
+    }));
+    EXPECT_EQ(shown.At(4, 268), orange);
+    m_folder.WriteText("new.json", MakeScene("#00ff40"));
+    std::filesystem::rename(m_folder.Path("new.json"), m_folder.Path("scene.json"));
+    ExpectShown(1, 400, 300);
+    EXPECT_EQ(m_server.GetTitle(m_nWindow), "scene.json, frame 1 of 0..9, paused");
+    m_folder.WriteText("scene.json", MakeScene("#0040ff"));
+    ExpectShown(1, 400, 300);
+    Outcome const ended = End();
+    EXPECT_EQ(ended.nExitCode, 0);
+    EXPECT_EQ(ended.errors.find("kelvo-player: " + m_folder.Path("scene.json") + ":"), 0u) << ended.errors;
 }
 
 } // namespace
