@@ -12,6 +12,7 @@
 #include "report/Driver.h"
 #include "report/Report.h"
 #include "scene/NodeDescription.h"
+#include "trace/FrameCapture.h"
 #include "trevik/ScopeCounter.h"
 
 #include <algorithm>
@@ -231,6 +232,7 @@ int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
         return NoteFrame(nFrame, stage);
     }
     FrameTrace::Span const frame(m_pTrace.get(), TraceKind::Frame, "frame " + std::to_string(nFrame));
+    std::optional<FrameCapture> capture(nFrame == GetFrames().nLast);
     DrawFrame(nFrame, stage);
     if (!stage.HasDrawn(nFrame, fault)) {
         return Complain(ExitDevice, fault);
@@ -250,6 +252,7 @@ int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
         device.Present();
         device.Process();
     }
+    capture.reset();
     if (window.frameCount == nBefore) {
         return Complain(ExitDevice, "frame " + std::to_string(nFrame) + " never reached the window");
     }

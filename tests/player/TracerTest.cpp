@@ -57,5 +57,31 @@ TEST(Tracer, ApitracesTraceReplaysTheFrames) {
     ExpectPicturesAsUsual(folder, "000000000");
 }
 
+TEST(Tracer, RenderDocCapturesTheLastFrame) {
+    std::string const renderdoc = KELVO_RENDERDOC;
+    if (renderdoc.empty()) {
+        GTEST_SKIP() << "renderdoccmd or librenderdoc-dev is not installed";
+    }
+    if (std::vector<std::string>{KELVO_EMULATOR "player"}.size() > 1) {
+        GTEST_SKIP() << "RenderDoc captures programs of this machine's own processor";
+    }
+    TemporaryFolder const folder;
+    Outcome const outcome = RunProgram(
+        renderdoc, {"capture", "-w", "-c", folder.Path("c"), KELVO_PLAYER, Scene, "--frames", "0..1"},
+        {Unchecked, std::string("LD_PRELOAD=") + KELVO_FOREIGN_LIBRARY, "RENDERDOC_TEMP=" + folder.Path("")});
+    EXPECT_NE(outcome.errors.find("the last frame has been captured"), std::string::npos) << outcome.errors;
+    std::string const capture = folder.Path("c_capture.rdc");
+    ASSERT_EQ(RunProgram(renderdoc, {"thumb", "-o", folder.Path("frame.png"), capture}).nExitCode, 0);
+    EXPECT_TRUE(CompareImages(ReadPicture(folder.Path("frame.png")), DrawFrame(Scene, 1),
+                              {24, 1, "the thumbnail is compressed"}));
+    ASSERT_EQ(
+        RunProgram(renderdoc, {"convert", "-f", capture, "-o", folder.Path("c.xml"), "-c", "xml"}).nExitCode,
+        0);
+    std::string const calls = folder.ReadText("c.xml");
+    for (char const* pCall : {"\"glClear\"", "\"glDrawArrays\"", "\"eglSwapBuffers\""}) {
+        EXPECT_NE(calls.find(pCall), std::string::npos) << pCall;
+    }
+}
+
 } // namespace
 } // namespace kelvokit::player::testing
