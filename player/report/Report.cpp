@@ -88,7 +88,9 @@ void PrintFrames(Report const& report) {
     FrameFigures const& figures = report.figures;
     ScopeFrameTimes const others = figures.GetOthers(ScopeCounter::Frame);
     std::printf("\nfirst frame %.2f ms", ToMilliseconds(figures.GetFirst(ScopeCounter::Frame)));
-    if (figures.GetFrames() > 1) {
+    if (figures.GetFrames() == 2) {
+        std::printf("; the other %.2f ms", ToMilliseconds(others.nMedian));
+    } else if (figures.GetFrames() > 2) {
         std::printf("; the other %u: median %.2f ms, p95 %.2f ms, p99 %.2f ms", figures.GetFrames() - 1,
                     ToMilliseconds(others.nMedian), ToMilliseconds(others.nPercentile95),
                     ToMilliseconds(others.nPercentile99));
