@@ -10,6 +10,7 @@
 #include "trevik/kelvo/Text.h"
 
 #include <algorithm>
+#include <set>
 #include <utility>
 
 namespace trevik::kelvo::assets {
@@ -18,6 +19,7 @@ namespace {
 
 constexpr std::size_t MaximumNodes = 100000;
 constexpr std::size_t MaximumMaskVertices = 30000;
+constexpr int MaximumLater = 1000000; ///< frames
 
 void RequireMemory(JsonCursor const& place, bool fEnough) {
     if (!fEnough) {
@@ -46,7 +48,8 @@ std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
 
 /** The keys that are no properties, by kind of node. */
 std::vector<std::string> GetKeys(Node const& node) {
-    std::vector<std::string> keys = {"class", "name", "children", "masks", "effects"};
+    std::vector<std::string> keys = {"class",   "name", "children", "masks",
+                                     "effects", "clip", "delay",    "stagger"};
     if (node.IsKindOf(Timeline::ClassID)) {
         keys.insert(keys.end(), {"frameRate", "playing", "timeMap", "camera"});
     } else if (node.IsKindOf(Sprite::ClassID)) {
@@ -57,6 +60,36 @@ std::vector<std::string> GetKeys(Node const& node) {
         keys.push_back("lens");
     }
     return keys;
+}
+
+PropertyList::Entry const* FindProperty(PropertyList const& properties, std::string const& name) {
+    return properties.Find(HashName(name.data(), name.size()));
+}
+
+/** Whether a name is that of a property and one of its components, such as "Position.x". */
+bool IsComponent(PropertyList const& properties, std::string const& name) {
+    std::size_t const nDot = name.find('.');
+    if (nDot == std::string::npos) {
+        return false;
+    }
+    std::string const whole = name.substr(0, nDot);
+    PropertyList::Entry const* const pEntry = FindProperty(properties, whole);
+    std::vector<std::string> const components =
+        pEntry ? GetComponentNames(whole, pEntry->m_pDescriptor->m_type) : std::vector<std::string>();
+    return std::find(components.begin(), components.end(), name.substr(nDot + 1)) != components.end();
+}
+
+/** A number of frames by which something comes later; 0 where the node does not say. */
+int ReadFrames(JsonCursor const& place, char const* pName) {
+    std::optional<JsonCursor> const frames = place.Find(pName);
+    return frames ? frames->ReadInteger(-MaximumLater, MaximumLater) : 0;
+}
+
+/** Throws where what comes later each time has come too late. */
+void CheckLater(JsonCursor const& place, int nLater) {
+    if (nLater < -MaximumLater || nLater > MaximumLater) {
+        place.Fail("this comes more than " + std::to_string(MaximumLater) + " frames later, or earlier");
+    }
 }
 
 List<Vector2T<int>> ToPairs(std::vector<NinePatchInfo::Band> const& bands) {
@@ -116,6 +149,22 @@ Ref<Mask> ReadMask(JsonCursor const& place) {
     return pMask;
 }
 
+/** A mask that is a rectangle: left and lower edge, width and height. */
+Ref<Mask> ReadClip(JsonCursor const& place) {
+    place.ReadCount("4 numbers: left and lower edge, width, height", 4);
+    RealFloat sides[4] = {};
+    for (std::size_t n = 0; n < 4; ++n) {
+        ReadValue(place.GetItem(n), "clip", sides[n]);
+    }
+    RealFloat const right = sides[0] + sides[2];
+    RealFloat const top = sides[1] + sides[3];
+    Vector3T<RealFloat> const corners[] = {{sides[0], sides[1], 0}, {right, sides[1], 0}, {sides[0], top, 0},
+                                           {sides[0], top, 0},      {right, sides[1], 0}, {right, top, 0}};
+    Ref<Mask> const pMask(new Mask);
+    RequireMemory(place, pMask->SetTriangles(corners, 6));
+    return pMask;
+}
+
 } // namespace
 
 std::vector<std::string> const& GetNodeClassNames() {
@@ -168,11 +217,14 @@ Ref<Node> SceneNodes::CreateNode(JsonCursor const& place, std::string const& cla
     return pNode;
 }
 
-void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay) {
+void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, AnimationFrames const& frames,
+                              int nStagger) {
     std::size_t const nCount = place.ReadCount("an array of nodes");
-    for (std::size_t n = 0; n < nCount; ++n) {
+    AnimationFrames own = frames;
+    for (std::size_t n = 0; n < nCount; ++n, own.nLater += nStagger) {
         place.Attempt([&] {
-            if (Ref<Node> const pNode = ReadNode(place.GetItem(n), frameDelay)) {
+            CheckLater(place, own.nLater);
+            if (Ref<Node> const pNode = ReadNode(place.GetItem(n), own)) {
                 parent.Attach(pNode.Get());
                 RequireMemory(place, pNode->GetParent() == &parent);
             }
@@ -181,7 +233,7 @@ void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, RealFloat f
 }
 
 /** Null when it has no class; then only what is below it has been looked at. */
-Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
+Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, AnimationFrames const& frames) {
     place.ReadObject("a node: an object with \"class\"");
     if (++m_nNodes > MaximumNodes) {
         place.FailFinally("the scene has more than " + std::to_string(MaximumNodes) + " nodes");
@@ -191,28 +243,33 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, RealFloat frameDelay) {
         JsonCursor const className = place.Require("class");
         pNode = CreateNode(className, className.ReadText());
     });
-    RealFloat childDelay = frameDelay;
+    AnimationFrames own = frames;
+    place.Attempt([&] {
+        own.nLater += ReadFrames(place, "delay");
+        CheckLater(place, own.nLater);
+    });
     if (pNode) {
-        ReadParts(place, *pNode, frameDelay);
-        childDelay =
-            pNode->IsKindOf(Timeline::ClassID) ? static_cast<Timeline&>(*pNode).GetFrameDelay() : frameDelay;
+        ReadParts(place, *pNode, own);
+        if (pNode->IsKindOf(Timeline::ClassID)) { // whose children live in frames of their own
+            own = AnimationFrames{static_cast<Timeline&>(*pNode).GetFrameDelay(), 0};
+        }
     }
     if (std::optional<JsonCursor> const children = place.Find("children")) {
         Ref<Node> const pParent = pNode ? pNode : Ref<Node>(new TransformNode);
-        place.Attempt([&] { ReadChildren(*children, *pParent, childDelay); });
+        place.Attempt([&] { ReadChildren(*children, *pParent, own, ReadFrames(place, "stagger")); });
     }
     return pNode;
 }
 
 /** Reads all of a node but its children. */
-void SceneNodes::ReadParts(JsonCursor const& place, Node& node, RealFloat frameDelay) {
+void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames const& frames) {
     if (node.IsKindOf(Camera::ClassID)) {
         ReadLens(place, static_cast<Camera&>(node));
     }
-    bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node));
+    bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node), frames);
     ReadName(place, node);
     if (node.IsKindOf(Timeline::ClassID)) {
-        ReadTimeline(place, static_cast<Timeline&>(node), frameDelay);
+        ReadTimeline(place, static_cast<Timeline&>(node), frames);
     } else if (node.IsKindOf(Sprite::ClassID)) {
         place.Attempt([&] { ReadSprite(place, static_cast<Sprite&>(node)); });
     } else if (node.IsKindOf(Text::ClassID)) {
@@ -220,10 +277,10 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, RealFloat frameD
         if (fKnown || place.Find("font")) {
             place.Attempt([&] { m_fonts.Use(place.Require("font"), static_cast<Text&>(node)); });
         }
-        place.Attempt([&] { ReadBackground(place, static_cast<Text&>(node), frameDelay); });
+        place.Attempt([&] { ReadBackground(place, static_cast<Text&>(node), frames); });
     }
     place.Attempt([&] { ReadMasks(place, node); });
-    place.Attempt([&] { ReadEffects(place, node); });
+    place.Attempt([&] { ReadEffects(place, node, frames); });
 }
 
 void SceneNodes::ReadName(JsonCursor const& place, Node& node) const {
@@ -234,29 +291,42 @@ void SceneNodes::ReadName(JsonCursor const& place, Node& node) const {
 
 /** Sets the properties among an object's members; all others must be keys. Whether all names are known. */
 bool SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
-                             std::vector<std::string> const& keys) {
+                             std::vector<std::string> const& keys, AnimationFrames const& frames) {
+    AnimationReader const animations(frames, m_budget);
     bool fKnown = true;
+    std::set<std::string> wholes; // of which components are given
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
         if (name == "comment" || std::find(keys.begin(), keys.end(), name) != keys.end()) {
             continue;
         }
         place.Attempt([&] {
-            PropertyList::Entry const* const pEntry = properties.Find(HashName(name.data(), name.size()));
-            if (!pEntry) {
+            if (PropertyList::Entry const* const pEntry = FindProperty(properties, name)) {
+                ReadProperty(place.GetMember(n), name, *pEntry, animations);
+            } else if (IsComponent(properties, name)) {
+                wholes.insert(name.substr(0, name.find('.')));
+            } else {
                 fKnown = false;
                 std::vector<std::string> known = GetPropertyNames(properties);
                 known.insert(known.end(), keys.begin(), keys.end());
                 place.GetMember(n).FailUnknownName(name, "property or key", known);
             }
-            ReadProperty(place.GetMember(n), name, *pEntry, m_budget);
+        });
+    }
+    for (std::string const& name : wholes) {
+        place.Attempt([&] {
+            std::optional<JsonCursor> const whole = place.Find(name);
+            if (whole && IsAnimation(*whole)) {
+                whole->Fail("either a property is animated or its components are");
+            }
+            ReadComponents(place, name, *FindProperty(properties, name), animations);
         });
     }
     return fKnown;
 }
 
-void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay) {
-    timeline.SetFrameDelay(frameDelay);
+void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, AnimationFrames const& frames) {
+    timeline.SetFrameDelay(frames.delay);
     timeline.SetAutoPlay(true);
     if (std::optional<JsonCursor> const frameRate = place.Find("frameRate")) {
         place.Attempt([&] { timeline.SetFrameDelay(1 / ReadFrameRate(*frameRate)); });
@@ -265,10 +335,11 @@ void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, RealF
         place.Attempt([&] { timeline.SetAutoPlay(playing->ReadBool()); });
     }
     if (std::optional<JsonCursor> const timeMap = place.Find("timeMap")) {
-        place.Attempt([&] { timeline.SetTimeMapFunction(ReadEasing(*timeMap)); });
+        place.Attempt([&] { timeline.SetTimeMapFunction(ReadTimeMap(*timeMap)); });
     }
     if (std::optional<JsonCursor> const camera = place.Find("camera")) {
-        place.Attempt([&] { timeline.SetCamera(ReadCamera(*camera).Get()); });
+        AnimationFrames const own{timeline.GetFrameDelay(), 0};
+        place.Attempt([&] { timeline.SetCamera(ReadCamera(*camera, own).Get()); });
     }
 }
 
@@ -296,12 +367,12 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
     }
 }
 
-void SceneNodes::ReadBackground(JsonCursor const& place, Text& text, RealFloat frameDelay) {
+void SceneNodes::ReadBackground(JsonCursor const& place, Text& text, AnimationFrames const& frames) {
     std::optional<JsonCursor> const background = place.Find("background");
     if (!background) {
         return;
     }
-    Ref<Node> const pBackground = ReadNode(*background, frameDelay);
+    Ref<Node> const pBackground = ReadNode(*background, frames);
     if (!pBackground) {
         return;
     }
@@ -316,7 +387,7 @@ void SceneNodes::ReadBackground(JsonCursor const& place, Text& text, RealFloat f
     text.SetBackground(&sprite);
 }
 
-Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
+Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place, AnimationFrames const& frames) {
     place.ReadObject("a camera: an object with its properties");
     std::optional<JsonCursor> const className = place.Find("class");
     Ref<Node> const pNode =
@@ -326,7 +397,7 @@ Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place) {
     }
     Ref<Camera> pCamera(static_cast<Camera*>(pNode.Get()));
     ReadLens(place, *pCamera);
-    ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"});
+    ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"}, frames);
     ReadName(place, *pCamera);
     return pCamera;
 }
@@ -339,39 +410,40 @@ void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
 }
 
 void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
-    std::optional<JsonCursor> const masks = place.Find("masks");
-    if (!masks) {
-        return;
+    auto const add = [&](JsonCursor const& item, Ref<Mask> const& pMask) {
+        node.AddMask(pMask.Get());
+        RequireMemory(item, pMask->GetReferenceCount() > 1);
+    };
+    if (std::optional<JsonCursor> const masks = place.Find("masks")) {
+        std::size_t const nMasks = masks->ReadCount("an array of masks");
+        for (std::size_t n = 0; n < nMasks; ++n) {
+            masks->Attempt([&] { add(masks->GetItem(n), ReadMask(masks->GetItem(n))); });
+        }
     }
-    std::size_t const nMasks = masks->ReadCount("an array of masks");
-    for (std::size_t n = 0; n < nMasks; ++n) {
-        masks->Attempt([&] {
-            Ref<Mask> const pMask = ReadMask(masks->GetItem(n));
-            node.AddMask(pMask.Get());
-            RequireMemory(*masks, pMask->GetReferenceCount() > 1);
-        });
+    if (std::optional<JsonCursor> const clip = place.Find("clip")) {
+        add(*clip, ReadClip(*clip));
     }
 }
 
-void SceneNodes::ReadEffects(JsonCursor const& place, Node& node) {
+void SceneNodes::ReadEffects(JsonCursor const& place, Node& node, AnimationFrames const& frames) {
     std::optional<JsonCursor> const effects = place.Find("effects");
     if (!effects) {
         return;
     }
     std::size_t const nEffects = effects->ReadCount("an array of effects");
     for (std::size_t n = 0; n < nEffects; ++n) {
-        effects->Attempt([&] { ReadEffect(effects->GetItem(n), node); });
+        effects->Attempt([&] { ReadEffect(effects->GetItem(n), node, frames); });
     }
 }
 
-void SceneNodes::ReadEffect(JsonCursor const& place, Node& node) {
+void SceneNodes::ReadEffect(JsonCursor const& place, Node& node, AnimationFrames const& frames) {
     place.ReadObject("an effect: an object with \"class\"");
     JsonCursor const className = place.Require("class");
     Ref<Effect> const pEffect = Create<Effect>(m_registry, className.ReadText());
     if (!pEffect) {
         className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
     }
-    ReadMembers(place, pEffect->GetProperties(), {"class"});
+    ReadMembers(place, pEffect->GetProperties(), {"class"}, frames);
     node.AddEffect(pEffect.Get());
     RequireMemory(place, pEffect->GetReferenceCount() > 1);
 }

@@ -31,27 +31,28 @@ public:
         : m_registry(registry), m_textures(textures), m_fonts(fonts) {}
 
     /**
-     * Appends the nodes of the array at `place` to `parent`. Timelines without a frame rate get `frameDelay`.
+     * Appends the nodes of the array at `place` to `parent`, each so many frames later than the one before.
      */
-    void ReadChildren(JsonCursor const& place, Node& parent, RealFloat frameDelay);
+    void ReadChildren(JsonCursor const& place, Node& parent, AnimationFrames const& frames, int nStagger = 0);
     /** The camera that `place` describes; null when it is none. */
-    Ref<Camera> ReadCamera(JsonCursor const& place);
+    Ref<Camera> ReadCamera(JsonCursor const& place, AnimationFrames const& frames);
     /** A new timeline, without anything read into it. */
     Ref<Timeline> CreateTimeline(JsonCursor const& place) const;
 
 private:
     Ref<Node> CreateNode(JsonCursor const& place, std::string const& className) const;
-    Ref<Node> ReadNode(JsonCursor const& place, RealFloat frameDelay);
-    void ReadParts(JsonCursor const& place, Node& node, RealFloat frameDelay);
+    Ref<Node> ReadNode(JsonCursor const& place, AnimationFrames const& frames);
+    void ReadParts(JsonCursor const& place, Node& node, AnimationFrames const& frames);
     void ReadName(JsonCursor const& place, Node& node) const;
-    bool ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys);
-    void ReadTimeline(JsonCursor const& place, Timeline& timeline, RealFloat frameDelay);
+    bool ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys,
+                     AnimationFrames const& frames);
+    void ReadTimeline(JsonCursor const& place, Timeline& timeline, AnimationFrames const& frames);
     void ReadSprite(JsonCursor const& place, Sprite& sprite);
-    void ReadBackground(JsonCursor const& place, Text& text, RealFloat frameDelay);
+    void ReadBackground(JsonCursor const& place, Text& text, AnimationFrames const& frames);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
     void ReadMasks(JsonCursor const& place, Node& node) const;
-    void ReadEffects(JsonCursor const& place, Node& node);
-    void ReadEffect(JsonCursor const& place, Node& node);
+    void ReadEffects(JsonCursor const& place, Node& node, AnimationFrames const& frames);
+    void ReadEffect(JsonCursor const& place, Node& node, AnimationFrames const& frames);
 
     ClassRegistry const& m_registry;
     SceneTextures const& m_textures;

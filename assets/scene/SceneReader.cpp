@@ -3,10 +3,10 @@
 #include "file/FileBytes.h"
 #include "file/FileNotes.h"
 #include "scene/JsonCursor.h"
+#include "scene/SceneColors.h"
 #include "scene/SceneFonts.h"
 #include "scene/SceneNodes.h"
 #include "scene/SceneOrigins.h"
-#include "scene/SceneProperty.h"
 #include "scene/SceneTemplates.h"
 #include "scene/SceneTextures.h"
 #include "trevik/kelvo/Deserializer.h"
@@ -97,13 +97,13 @@ void BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     ReadResources(root, "fonts", fKnown, fonts);
     SceneNodes nodes(registry, textures, fonts);
     Ref<Timeline> const pRoot = nodes.CreateTimeline(root);
-    RealFloat const frameDelay = 1 / scene.GetSettings().m_rFrameRate;
-    pRoot->SetFrameDelay(frameDelay);
+    AnimationFrames const frames{1 / scene.GetSettings().m_rFrameRate, 0};
+    pRoot->SetFrameDelay(frames.delay);
     if (std::optional<JsonCursor> const camera = root.Find("camera")) {
-        root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera).Get()); });
+        root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera, frames).Get()); });
     }
     if (fKnown || root.Find("nodes")) {
-        root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frameDelay); });
+        root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frames); });
     }
     fonts.Make();
     scene.SetRoot(pRoot);

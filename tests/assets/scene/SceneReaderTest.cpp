@@ -131,7 +131,7 @@ TEST(SceneReader, SaysTogetherAllThatIsWrongAndNothingThatFollowsFromIt) {
         char const* pText;
         char const* pErrors;
     } const cases[] = {
-        {R"({"surface": {"size": [0, 1], "format": "rgb"}, "frameRate": 0, "frames": [2, 1], "clearColor": "red",
+        {R"({"surface": {"size": [0, 1], "format": "rgb"}, "frameRate": 0, "frames": [2, 1], "clearColor": "#red",
 "textures": {"none": "none.png", "plain": "plain.png", "key": {"fil": "plain.png", "mipLevel": true}},
 "fonts": {"none": {"file": "none.ttf"}, "broken": {"file": "broken.fnt"}, "title": {"file": "title.fnt"},
           "images": {"file": "title.fnt", "images": {"A": "none", "B": "nowhere.png"}}},
@@ -143,7 +143,7 @@ TEST(SceneReader, SaysTogetherAllThatIsWrongAndNothingThatFollowsFromIt) {
 1: /surface/format: unknown surface format "rgb"; known are "rgb565", "rgb888", "rgbx8888" and "rgba8888"
 1: /frameRate: expected a number from 0.001 to 1000, found 0
 1: /frames/1: expected a frame not before 2, the first one, found 1
-1: /clearColor: expected a colour: 3 or 4 numbers from 0 to 1, "#rrggbb" or "#rrggbbaa", found string "red"
+1: /clearColor: expected a colour: 3 or 4 numbers from 0 to 1, "#rrggbb[aa]", "#rgb[a]" or a name, found string "#red"
 2: /textures/none: none.png: cannot be opened: No such file or directory
 2: /textures/key/fil: unknown key "fil"; did you mean "file"?
 2: /textures/key/mipLevel: unknown key "mipLevel"; did you mean "mipLevels"?

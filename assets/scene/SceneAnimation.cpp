@@ -1,0 +1,116 @@
+#include "scene/SceneAnimation.h"
+
+#include <cmath>
+#include <locale>
+#include <sstream>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+constexpr int MaximumFrame = 1000000;
+constexpr char const* CurveName = "cubicBezier(";
+
+/** A coordinate of the curve from 0 to 1 with two control points. */
+double GetCurve(double t, double a, double b) {
+    return ((1 - t) * 3 * a + t * 3 * b) * (1 - t) * t + t * t * t;
+}
+
+/** The numbers of "cubicBezier(x1, y1, x2, y2)"; false when it is something else. */
+bool ReadCurve(std::string const& text, double (&numbers)[4]) {
+    std::istringstream stream(text.substr(std::string(CurveName).size()));
+    stream.imbue(std::locale::classic());
+    for (int n = 0; n < 4; ++n) {
+        char behind = 0;
+        if (!(stream >> numbers[n] >> behind) || behind != (n < 3 ? ',' : ')')) {
+            return false;
+        }
+    }
+    char more = 0;
+    return !(stream >> more) && numbers[0] >= 0 && numbers[0] <= 1 && numbers[2] >= 0 && numbers[2] <= 1 &&
+           std::abs(numbers[1]) <= 100 && std::abs(numbers[3]) <= 100;
+}
+
+} // namespace
+
+RealFloat Easing::At(RealFloat t) const {
+    if (m_pfnFunction) {
+        return m_pfnFunction(t);
+    }
+    // x grows with the curve's parameter, which halving finds; 40 times are finer than a float.
+    double low = 0;
+    double high = 1;
+    for (int n = 0; n < 40; ++n) {
+        double const middle = (low + high) / 2;
+        (GetCurve(middle, m_curve[0], m_curve[2]) < static_cast<double>(t) ? low : high) = middle;
+    }
+    return static_cast<RealFloat>(GetCurve((low + high) / 2, m_curve[1], m_curve[3]));
+}
+
+Interpolate::Function ReadTimeMap(JsonCursor const& place) {
+    std::vector<std::string> names;
+    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
+        names.push_back(pName);
+    }
+    return Interpolate::Find(names[place.ReadWord("easing", names)].c_str());
+}
+
+Easing ReadEasing(JsonCursor const& place) {
+    std::string const& text = place.ReadText();
+    if (text.rfind(CurveName, 0) != 0) {
+        return Easing(ReadTimeMap(place));
+    }
+    double numbers[4] = {};
+    if (!ReadCurve(text, numbers)) {
+        place.FailExpected("cubicBezier(x1, y1, x2, y2) with x1 and x2 from 0 to 1");
+    }
+    return Easing(numbers[0], numbers[1], numbers[2], numbers[3]);
+}
+
+void AnimationReader::Spend(JsonCursor const& place, std::size_t nFrames, std::size_t nAdded) const {
+    if (nFrames > MaximumSamples) {
+        place.Fail("expected at most " + std::to_string(MaximumSamples) + " frames, found " +
+                   std::to_string(nFrames));
+    }
+    if (nAdded > m_budget.nSamples) {
+        place.FailFinally("the scene's animations have more frames together than a scene may have");
+    }
+    m_budget.nSamples -= nAdded;
+}
+
+bool AnimationReader::IsInSeconds(JsonCursor const& place) {
+    std::optional<JsonCursor> const keys = place.Find("keys");
+    return keys && keys->Is(JsonValue::Kind::Array) && !keys->GetValue().GetItems().empty() &&
+           keys->GetItem(0).Is(JsonValue::Kind::Object) && keys->GetItem(0).Find("time");
+}
+
+int AnimationReader::ReadFrame(JsonCursor const& place) const {
+    std::optional<JsonCursor> const time = place.Find("time");
+    if (!time) {
+        return place.Require("frame").ReadInteger(-MaximumFrame, MaximumFrame);
+    }
+    if (place.Find("frame")) {
+        time->Fail("a key has either \"frame\" or \"time\"");
+    }
+    return ReadSeconds(*time);
+}
+
+int AnimationReader::ReadSeconds(JsonCursor const& place) const {
+    double const limit = MaximumFrame * static_cast<double>(m_frames.delay);
+    return static_cast<int>(
+        std::lround(place.ReadNumber(-limit, limit) / static_cast<double>(m_frames.delay)));
+}
+
+int AnimationReader::ReadStart(JsonCursor const& place) const {
+    std::optional<JsonCursor> const start = place.Find("start");
+    int const nStart = start ? start->ReadInteger(-MaximumFrame, MaximumFrame) : 0;
+    std::optional<JsonCursor> const delay = place.Find("delay");
+    if (!delay) {
+        return nStart;
+    }
+    return nStart +
+           (IsInSeconds(place) ? ReadSeconds(*delay) : delay->ReadInteger(-MaximumFrame, MaximumFrame));
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,218 @@
+#pragma once
+
+#include "scene/JsonCursor.h"
+#include "scene/PropertyValues.h"
+#include "trevik/List.h"
+#include "trevik/kelvo/Interpolate.h"
+#include "trevik/kelvo/PropertyTraits.h"
+
+#include <algorithm>
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+/** How much a scene may still ask for. */
+struct SampleBudget {
+    std::size_t nSamples = 1u << 22; ///< of all properties together
+};
+
+/** The longest animation of one property, in frames. */
+constexpr unsigned int MaximumSamples = 100000;
+
+/** What the place of a node in its scene means for its animations. */
+struct AnimationFrames {
+    RealFloat delay = RealFloat(1) / 30; ///< seconds from frame to frame
+    int nLater = 0;                      ///< frames by which everything there begins later
+};
+
+/** A way from 0 to 1: a function that has a name, or a curve of CSS. */
+class Easing {
+public:
+    Easing() = default;
+    explicit Easing(Interpolate::Function pfnFunction) : m_pfnFunction(pfnFunction) {}
+    /** The curve from (0, 0) to (1, 1) with two control points, x1 and x2 from 0 to 1. */
+    Easing(double x1, double y1, double x2, double y2) : m_pfnFunction(nullptr), m_curve{x1, y1, x2, y2} {}
+
+    /** The progress at a time from 0 to 1. */
+    RealFloat At(RealFloat t) const;
+
+private:
+    Interpolate::Function m_pfnFunction = &Interpolate::Linear; ///< null for the curve
+    double m_curve[4] = {};
+};
+
+/** The name of a function, or "cubicBezier(x1, y1, x2, y2)". Throws a Fault. */
+Easing ReadEasing(JsonCursor const& place);
+
+/** A time map: a function by its name. Throws a Fault. */
+Interpolate::Function ReadTimeMap(JsonCursor const& place);
+
+/** What an animation comes to: one value per frame. */
+template <class T>
+struct Samples {
+    int nStart = 0;
+    List<T> values;
+
+    void Append(JsonCursor const& place, T const& value) {
+        if (!values.Append(value)) {
+            place.FailFinally("there is not enough memory");
+        }
+    }
+    /** The value at a frame; before the first and behind the last one these hold. */
+    T const& At(int nFrame) const {
+        int const nLast = static_cast<int>(values.GetCount()) - 1;
+        return values[static_cast<unsigned int>(std::clamp(nFrame - nStart, 0, nLast))];
+    }
+    int GetEnd() const { return nStart + static_cast<int>(values.GetCount()) - 1; }
+};
+
+/**
+ * Reads animations of properties: an object with one value per frame ("samples") or with key frames ("keys"),
+ * which become one value per frame. Throws a Fault.
+ */
+class AnimationReader {
+public:
+    AnimationReader(AnimationFrames const& frames, SampleBudget& budget)
+        : m_frames(frames), m_budget(budget) {}
+
+    template <class T>
+    Samples<T> Read(JsonCursor const& place, std::string const& name) const;
+
+    /** Takes the `nAdded` latest frames of an animation of `nFrames` out of the budget. */
+    void Spend(JsonCursor const& place, std::size_t nFrames, std::size_t nAdded) const;
+
+private:
+    template <class T>
+    struct Key {
+        int nFrame;
+        T value;
+        Easing easing;
+    };
+
+    template <class T>
+    void ReadSamples(JsonCursor const& place, std::string const& name, Samples<T>& samples) const;
+    template <class T>
+    void ReadKeys(JsonCursor const& place, std::string const& name, Samples<T>& samples) const;
+    template <class T>
+    Key<T> ReadKey(JsonCursor const& place, std::string const& name) const;
+    template <class T>
+    static void AppendFrames(JsonCursor const& place, Key<T> const& from, Key<T> const& to,
+                             Samples<T>& samples);
+    template <class T>
+    void Repeat(JsonCursor const& place, Samples<T>& samples) const;
+    /** Whether the keys of an animation have their times in seconds. */
+    static bool IsInSeconds(JsonCursor const& place);
+    /** The frame of a key, which has "frame" or, in seconds, "time". */
+    int ReadFrame(JsonCursor const& place) const;
+    /** A time in seconds as a frame. */
+    int ReadSeconds(JsonCursor const& place) const;
+    int ReadStart(JsonCursor const& place) const;
+
+    AnimationFrames const& m_frames;
+    SampleBudget& m_budget;
+};
+
+template <class T>
+Samples<T> AnimationReader::Read(JsonCursor const& place, std::string const& name) const {
+    Samples<T> samples;
+    if (place.Find("keys")) {
+        ReadKeys(place, name, samples);
+    } else {
+        ReadSamples(place, name, samples);
+    }
+    Repeat(place, samples);
+    samples.nStart += ReadStart(place) + m_frames.nLater;
+    return samples;
+}
+
+template <class T>
+void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& name,
+                                  Samples<T>& samples) const {
+    place.CheckNames({"samples", "start", "repeat", "delay"});
+    JsonCursor const list = place.Require("samples");
+    std::size_t const nCount = list.ReadCount("an array of one value per frame");
+    if (nCount == 0) {
+        list.FailExpected("at least one value");
+    }
+    Spend(list, nCount, nCount);
+    for (std::size_t n = 0; n < nCount; ++n) {
+        T value{};
+        ReadValue(list.GetItem(n), name, value);
+        samples.Append(list, value);
+    }
+}
+
+template <class T>
+AnimationReader::Key<T> AnimationReader::ReadKey(JsonCursor const& place, std::string const& name) const {
+    place.ReadObject("a key: an object with \"frame\" and \"value\"");
+    place.CheckNames({"frame", "time", "value", "ease"});
+    Key<T> key{ReadFrame(place), T{}, Easing()};
+    ReadValue(place.Require("value"), name, key.value);
+    if (std::optional<JsonCursor> const ease = place.Find("ease")) {
+        key.easing = ReadEasing(*ease);
+    }
+    return key;
+}
+
+/** Appends the frames behind one key up to and with the next. */
+template <class T>
+void AnimationReader::AppendFrames(JsonCursor const& place, Key<T> const& from, Key<T> const& to,
+                                   Samples<T>& samples) {
+    int const nFrames = to.nFrame - from.nFrame;
+    for (int nFrame = 1; nFrame < nFrames; ++nFrame) {
+        RealFloat const t = static_cast<RealFloat>(nFrame) / static_cast<RealFloat>(nFrames);
+        T value{};
+        PropertyTraits<T>::Interpolate(reinterpret_cast<unsigned char const*>(&from.value),
+                                       reinterpret_cast<unsigned char const*>(&to.value), from.easing.At(t),
+                                       value);
+        samples.Append(place, value);
+    }
+    samples.Append(place, to.value);
+}
+
+template <class T>
+void AnimationReader::ReadKeys(JsonCursor const& place, std::string const& name, Samples<T>& samples) const {
+    place.CheckNames({"keys", "repeat", "delay"});
+    JsonCursor const list = place.Require("keys");
+    std::size_t const nCount = list.ReadCount("an array of keys");
+    if (nCount == 0) {
+        list.FailExpected("at least one key");
+    }
+    Key<T> key = ReadKey<T>(list.GetItem(0), name);
+    samples.nStart = key.nFrame;
+    Spend(list, 1, 1);
+    samples.Append(list, key.value);
+    for (std::size_t n = 1; n < nCount; ++n) {
+        JsonCursor const item = list.GetItem(n);
+        Key<T> const next = ReadKey<T>(item, name);
+        if (next.nFrame <= key.nFrame) {
+            std::optional<JsonCursor> const time = item.Find("time");
+            (time ? *time : item.Require("frame"))
+                .FailExpected((time ? "a time that comes to a frame after " : "a frame after ") +
+                              std::to_string(key.nFrame) + ", the key's before");
+        }
+        Spend(item, static_cast<std::size_t>(next.nFrame - samples.nStart) + 1,
+              static_cast<std::size_t>(next.nFrame - key.nFrame));
+        AppendFrames(item, key, next, samples);
+        key = next;
+    }
+}
+
+/** Has the frames come again; each time but the last ends where the next one begins. */
+template <class T>
+void AnimationReader::Repeat(JsonCursor const& place, Samples<T>& samples) const {
+    std::optional<JsonCursor> const repeat = place.Find("repeat");
+    int const nTimes = repeat ? repeat->ReadInteger(1, static_cast<int>(MaximumSamples)) : 1;
+    unsigned int const nPeriod = samples.values.GetCount() - 1;
+    T const last = samples.values[nPeriod];
+    for (int n = 1; n < nTimes && nPeriod > 0; ++n) {
+        Spend(*repeat, samples.values.GetCount() + std::size_t(nPeriod), nPeriod);
+        samples.values[samples.values.GetCount() - 1] = samples.values[0];
+        for (unsigned int nFrame = 1; nFrame < nPeriod; ++nFrame) {
+            samples.Append(*repeat, T(samples.values[nFrame]));
+        }
+        samples.Append(*repeat, last);
+    }
+}
+
+} // namespace trevik::kelvo::assets

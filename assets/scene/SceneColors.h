@@ -1,0 +1,20 @@
+#pragma once
+
+#include "scene/JsonCursor.h"
+#include "trevik/Color.h"
+#include "trevik/Types.h"
+
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+/**
+ * A colour: red, green, blue and, if asked for, alpha (1 unless given), as numbers from 0 to 1, as
+ * "#rrggbb[aa]" or "#rgb[a]", or by a name of CSS. Throws a Fault.
+ */
+ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha);
+
+/** What ReadColor reads, for messages and the format's description. */
+std::string DescribeColor(bool fAlpha);
+
+} // namespace trevik::kelvo::assets
