@@ -21,7 +21,7 @@ int main(int nArguments, char** ppArguments) {
         if (!options.calls.empty()) {
             return BecomeProgram("-calls", ppArguments);
         }
-        if (options.fStats || !options.trace.empty()) {
+        if (options.fStats || !options.trace.empty() || options.Explains()) {
             return BecomeProgram("-counted", ppArguments);
         }
         return PlayWatched(options, [&](std::vector<std::string>& files) {

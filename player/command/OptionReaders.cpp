@@ -194,6 +194,17 @@ std::string ReadFormat(std::string const& text, Options& options) {
     return "";
 }
 
+std::string ReadExplain(std::string const& text, Options& options) {
+    options.fExplain = true;
+    options.fExplainJson = text == "json";
+    return text == "text" || text == "json" ? "" : "expected text or json, found \"" + text + "\"";
+}
+
+std::string ReadOverdraw(std::string const& text, Options& options) {
+    options.overdraw = text;
+    return IsPicturePath(text) ? "" : "expected a name that ends in .png, found \"" + text + "\"";
+}
+
 std::string ReadStats(std::string const& text, Options& options) {
     options.fStats = true;
     options.fStatsJson = text == "json";

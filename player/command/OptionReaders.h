@@ -16,6 +16,8 @@ std::string ReadShot(std::string const& text, Options& options);
 std::string ReadOut(std::string const& text, Options& options);
 std::string ReadSave(std::string const& text, Options& options);
 std::string ReadFormat(std::string const& text, Options& options);
+std::string ReadExplain(std::string const& text, Options& options);
+std::string ReadOverdraw(std::string const& text, Options& options);
 std::string ReadStats(std::string const& text, Options& options);
 std::string ReadQuality(std::string const& text, Options& options);
 std::string ReadScale(std::string const& text, Options& options);

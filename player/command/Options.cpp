@@ -35,6 +35,8 @@ char const* const Footer =
     "                                             a rectangle of frame 10\n"
     "  kelvo-player scene.json --frames 10 --calls calls.txt\n"
     "                                             what frame 10 has GL do, node by node\n"
+    "  kelvo-player scene.json --frames 10 --explain --overdraw heat.png\n"
+    "                                             what costs most in frame 10, and where\n"
     "  kelvo-player scene.json --trace trace.json what takes how long: open it at ui.perfetto.dev\n"
     "\n"
     "Pictures are PNG files. Of an rgba8888 surface they have the alpha that the surface ended up\n"
@@ -84,6 +86,9 @@ void CheckTogether(CLI::App const& app, Options& options) {
     }
     if (fStream && (options.fStats || options.pick)) {
         throw CLI::ExcludesError("--out -", options.fStats ? "--stats" : "--pick");
+    }
+    if (fStream && options.fExplain) {
+        throw CLI::ExcludesError("--out -", "--explain");
     }
     if (options.fStatsJson && options.pick) {
         throw CLI::ExcludesError("--stats=json", "--pick");
@@ -146,8 +151,8 @@ void AddWindow(CLI::App& app, Options& options) {
     app.option_defaults()->group("Window");
     CLI::Option* const pWindow =
         app.add_flag("--window", options.fWindow, "play in a window; F1 shows its keys");
-    for (char const* const pOther :
-         {"--out", "--compare", "--stats", "--calls", "--trace", "--pick", "--save"}) {
+    for (char const* const pOther : {"--out", "--compare", "--stats", "--calls", "--trace", "--explain",
+                                     "--overdraw", "--pick", "--save"}) {
         pWindow->excludes(app.get_option(pOther));
     }
     app.add_flag("--overlay", options.fOverlay, "show figures of the frame in the window from the beginning")
@@ -189,6 +194,23 @@ void AddPictures(CLI::App& app, Options& options) {
         ->needs("--compare");
 }
 
+/** What the last frame costs. */
+void AddExplanations(CLI::App& app, Options& options) {
+    auto const pExplain = std::make_shared<std::string>(); // lives as long as the option
+    CLI::Option* const explanations[] = {
+        app.add_flag("--explain{text}", *pExplain,
+                     "print what each node of the last frame costs: calls, pixels, memory and time; "
+                     "--explain=json does so as JSON")
+            ->check([&options, pExplain](std::string const& text) { return ReadExplain(text, options); })
+            ->excludes("--pick"),
+        AddParsed(app, "--overdraw", "FILE.png",
+                  "write a heat map of the last frame: how often each pixel was written", options,
+                  ReadOverdraw)};
+    for (CLI::Option* const pOption : explanations) {
+        pOption->excludes("--stats")->excludes("--calls")->excludes("--trace")->excludes("--jobs");
+    }
+}
+
 /** What is told of the frames in place of pictures, or beside them. */
 void AddReports(CLI::App& app, Options& options) {
     app.option_defaults()->group("Told of the frames");
@@ -214,6 +236,7 @@ void AddReports(CLI::App& app, Options& options) {
     AddParsed(app, "--pick", "X,Y",
               "print the nodes at a point of the last frame, in pixels from the upper left", options,
               ReadPoint);
+    AddExplanations(app, options);
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
 }
 

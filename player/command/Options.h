@@ -48,6 +48,9 @@ struct Options {
     std::string compare;                 ///< a picture or a folder of them to compare with; empty for none
     int nTolerance = 0;                  ///< of 255: differences that do not count
     std::string save;                    ///< empty for none
+    bool fExplain = false;               ///< tell what the last frame costs
+    bool fExplainJson = false;           ///< and this as JSON
+    std::string overdraw;                ///< a heat map of it; empty for none
     std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
     std::string trace;                   ///< a file for what frames took, "-" for stdout; empty for none
     std::string backend;                 ///< empty for the one that comes with the player
@@ -64,6 +67,9 @@ struct Options {
     bool fQuiet = false;                       ///< no progress bar
     bool fVerbose = false;                     ///< tell what is done
     int nLogLevel = trevik::TraceLevel::Error; ///< lowest level of traces that is logged
+
+    /** Whether the last frame is measured, for which GL functions that count have to be there. */
+    bool Explains() const { return fExplain || !overdraw.empty(); }
 };
 
 /** Whether a path names a picture, rather than a folder of pictures. */

@@ -98,7 +98,7 @@ int Player::Run() {
         Tell(m_options.save + ": written");
     }
     bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
-                           !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace;
+                           !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace && !m_pExplainer;
     return fOnlySave ? ExitSuccess : Play();
 }
 
@@ -210,7 +210,8 @@ int Player::PlayOn(Stage& stage, Window& window) {
     }
     m_progress->Clear();
     bool const fFinished = (!m_pPictures || m_pPictures->Finish(fault)) &&
-                           (!m_pCalls || m_pCalls->Finish(fault)) && (!m_pTrace || m_pTrace->Finish(fault));
+                           (!m_pCalls || m_pCalls->Finish(fault)) && (!m_pTrace || m_pTrace->Finish(fault)) &&
+                           (!m_pExplainer || m_pExplainer->Finish(m_scene, m_notes, stage, fault));
     if (m_options.pick) {
         PrintPicked(device);
     }
@@ -236,6 +237,9 @@ int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {
     DrawFrame(nFrame, stage);
     if (!stage.HasDrawn(nFrame, fault)) {
         return Complain(ExitDevice, fault);
+    }
+    if (m_pExplainer && nFrame == GetFrames().nLast) {
+        m_pExplainer->Measure(nFrame, m_scene, stage);
     }
     // What a window shows may be gone from the device once it is shown.
     if (fWanted) {

@@ -3,6 +3,7 @@
 #include "calls/FrameCalls.h"
 #include "command/Options.h"
 #include "command/Progress.h"
+#include "explain/FrameExplainer.h"
 #include "kelvo_host/Scene.h"
 #include "pictures/FrameSink.h"
 #include "play/Backend.h"
@@ -29,9 +30,12 @@ public:
     /**
      * @param pCalls what the frames' calls go to; null where frames are drawn.
      * @param countDrawn counts what is drawn, for --stats and --trace; may be empty.
+     * @param pExplainer what the last frame is explained by; null for nothing.
      */
-    explicit Player(Options const& options, FrameCalls* pCalls = nullptr, CountDrawn countDrawn = nullptr)
-        : m_options(options), m_pCalls(pCalls), m_countDrawn(std::move(countDrawn)) {}
+    explicit Player(Options const& options, FrameCalls* pCalls = nullptr, CountDrawn countDrawn = nullptr,
+                    FrameExplainer* pExplainer = nullptr)
+        : m_options(options), m_pCalls(pCalls), m_countDrawn(std::move(countDrawn)),
+          m_pExplainer(pExplainer) {}
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
@@ -65,6 +69,7 @@ private:
     Options const& m_options;
     FrameCalls* const m_pCalls;
     CountDrawn const m_countDrawn;
+    FrameExplainer* const m_pExplainer;
     DrawnCounts m_drawn;    ///< by the latest frame
     FrameFigures m_figures; ///< of the frames, for --stats
     Backend m_backend;

@@ -1,11 +1,14 @@
-// kelvo-player-counted: the player with what counts draws ahead of the driver, which kelvo-player --stats and
-// --trace become.
+// kelvo-player-counted: the player with what counts draws ahead of the driver, which kelvo-player --stats,
+// --trace, --explain and --overdraw become.
 
 #include "command/Program.h"
+#include "explain/Explainer.h"
 #include "play/Player.h"
 #include "watch/WatchedPlay.h"
 
 #include <kelvo_counting/Counting.h>
+
+#include <cstdio>
 
 namespace {
 
@@ -19,9 +22,15 @@ kelvokit::player::DrawnCounts GetDrawn() {
 
 int main(int nArguments, char** ppArguments) {
     using namespace kelvokit::player;
-    return RunProgram(nArguments, ppArguments, [](Options const& options) {
+    return RunProgram(nArguments, ppArguments, [](Options const& options) -> int {
+        if (options.Explains() && !kelvokit::counting::IsInFront()) {
+            std::fprintf(stderr, "kelvo-player: --explain and --overdraw: another library takes GL's calls "
+                                 "before they are counted, such as a tracer's\n");
+            return ExitDevice;
+        }
         return PlayWatched(options, [&](std::vector<std::string>& files) {
-            Player player(options, nullptr, GetDrawn);
+            Explainer explainer(options);
+            Player player(options, nullptr, GetDrawn, options.Explains() ? &explainer : nullptr);
             int const nExitCode = player.Run();
             files = player.GetFiles();
             return nExitCode;

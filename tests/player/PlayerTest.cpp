@@ -59,6 +59,8 @@ TEST_F(PlayerTest, ExplainsItself) {
                               "--shot",
                               "--post",
                               "--calls",
+                              "--explain",
+                              "--overdraw",
                               "--trace",
                               "--version",
                               "--quiet",
