@@ -135,7 +135,8 @@ void PrintScopes(FrameFigures const& figures) {
     std::printf(
         "A frame's time in a scope; median, p95 and p99 are of all frames but the first. A driver may\n"
         "put drawing off until something waits for it, such as \"present\" or reading back: then the\n"
-        "time is found there, and not where the drawing was asked for.\n");
+        "time is found there, and not where the drawing was asked for; --explain has the driver finish\n"
+        "each node.\n");
 }
 
 void AddFrames(FrameFigures const& figures, ordered_json& json) {
