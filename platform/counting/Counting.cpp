@@ -68,7 +68,11 @@ Counts const& GetCounts() {
 }
 
 bool IsInFront() {
-    return dlsym(RTLD_DEFAULT, "glDrawArrays") == reinterpret_cast<void*>(&::glDrawArrays);
+    // Even here the name stands for the function that comes first: what tells is the library that it is in.
+    Dl_info first = {};
+    Dl_info here = {};
+    return dladdr(dlsym(RTLD_DEFAULT, "glDrawArrays"), &first) && dladdr(FunctionNames, &here) &&
+           first.dli_fbase == here.dli_fbase;
 }
 
 } // namespace kelvokit::counting

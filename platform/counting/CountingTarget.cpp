@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <array>
+#include <cstring>
 
 namespace kelvokit::counting {
 
@@ -143,23 +144,47 @@ void CountingTarget::Empty() const {
     Gl().glClear(GL_COLOR_BUFFER_BIT);
 }
 
-void CountingTarget::Tell(GLuint nFramebuffer, CoverageListener& listener) {
+void CountingTarget::Read() {
     GLsizei const nColumns = m_drawn.nRight - m_drawn.nLeft;
     GLsizei const nRows = m_drawn.nTop - m_drawn.nBottom;
-    std::size_t const nPixels = static_cast<std::size_t>(nColumns) * static_cast<std::size_t>(nRows);
-    m_pixels.resize(nPixels * 4);
+    m_pixels.resize(static_cast<std::size_t>(nColumns) * static_cast<std::size_t>(nRows) * 4);
     GLint const nAlignment = GetInteger(GL_PACK_ALIGNMENT);
     Gl().glPixelStorei(GL_PACK_ALIGNMENT, 1);
     Gl().glReadPixels(m_drawn.nLeft, m_drawn.nBottom, nColumns, nRows, GL_RGBA, GL_UNSIGNED_BYTE,
                       m_pixels.data());
     Gl().glPixelStorei(GL_PACK_ALIGNMENT, nAlignment);
-    for (std::size_t nPixel = 0; nPixel < nPixels; ++nPixel) { // one channel tells all
-        m_pixels[nPixel] = m_pixels[nPixel * 4];
-    }
+}
+
+void CountingTarget::Tell(GLuint nFramebuffer, CoverageListener& listener) {
+    Read();
     Empty();
     m_nPrimitives = 0;
-    listener.TakePixels({nFramebuffer, m_size.nWidth, m_size.nHeight, m_drawn.nLeft, m_drawn.nBottom,
-                         nColumns, nRows, m_pixels.data()});
+    // Most nodes write few rows: those without are told apart by comparing them as a whole.
+    GLsizei const nColumns = m_drawn.nRight - m_drawn.nLeft;
+    std::size_t const nRowBytes = static_cast<std::size_t>(nColumns) * 4;
+    std::vector<std::uint8_t> const nothing(nRowBytes);
+    auto const row = [&](GLint nRow) {
+        return m_pixels.data() + static_cast<std::size_t>(nRow - m_drawn.nBottom) * nRowBytes;
+    };
+    auto const isEmpty = [&](GLint nRow) { return std::memcmp(row(nRow), nothing.data(), nRowBytes) == 0; };
+    GLint nFirst = m_drawn.nBottom;
+    GLint nEnd = m_drawn.nTop;
+    while (nFirst < nEnd && isEmpty(nFirst)) {
+        ++nFirst;
+    }
+    while (nEnd > nFirst && isEmpty(nEnd - 1)) {
+        --nEnd;
+    }
+    if (nFirst == nEnd) {
+        return;
+    }
+    std::uint8_t* const pTimes = row(nFirst);
+    std::size_t const nPixels = static_cast<std::size_t>(nEnd - nFirst) * static_cast<std::size_t>(nColumns);
+    for (std::size_t nPixel = 0; nPixel < nPixels; ++nPixel) { // one channel tells all
+        pTimes[nPixel] = pTimes[nPixel * 4];
+    }
+    listener.TakePixels({nFramebuffer, m_size.nWidth, m_size.nHeight, m_drawn.nLeft, nFirst, nColumns,
+                         nEnd - nFirst, pTimes});
 }
 
 } // namespace kelvokit::counting

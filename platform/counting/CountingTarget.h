@@ -45,6 +45,7 @@ private:
     void AttachBuffer(GLenum nFormat, bool fDepth, bool fStencil);
     void RemoveBuffers();
     void Empty() const;
+    void Read();
     Area GetDrawnArea() const;
 
     TargetSize m_size;

@@ -57,6 +57,9 @@ bool Explainer::Finish(Scene& scene, SceneNotes const& notes, Stage& stage, Faul
         MeasureMemory(m_explanation.costs);
         m_explanation.times = MeasureTimes(m_explanation.costs, m_explanation.nFrame, scene, stage,
                                            [] { return GetInterrupt() == 0; });
+        if (GetInterrupt() != 0) {
+            return false;
+        }
         m_explanation.costs.AddUp();
         Print(notes);
     }

@@ -15,7 +15,7 @@ public:
     virtual void Measure(int nFrame, trevik::kelvo::Scene& scene, Stage& stage) = 0;
     /**
      * After the last frame: measures times, which takes the scene to and fro, and writes what is asked for.
-     * False with one line in `fault` when it cannot be written.
+     * False with one line in `fault` when it cannot be written, or when a signal has come meanwhile.
      */
     virtual bool Finish(trevik::kelvo::Scene& scene, trevik::kelvo::assets::SceneNotes const& notes,
                         Stage& stage, trevik::kelvo::Fault& fault) = 0;

@@ -10,10 +10,9 @@ NodePixels::NodePixels(NodeCosts& costs, int nWidth, int nHeight)
 
 void NodePixels::TakePixels(counting::WrittenPixels const& pixels) {
     Cost& cost = m_costs.GetNodes()[m_nNode].itself;
-    Spans& spans = m_spans[m_nNode][pixels.nFramebuffer];
+    std::vector<Span>& spans = m_spans[m_nNode][pixels.nFramebuffer];
     std::size_t const nWidth = static_cast<std::size_t>(pixels.nWidth);
     std::size_t const nColumns = static_cast<std::size_t>(pixels.nColumns);
-    spans.nTargetPixels = nWidth * static_cast<std::size_t>(pixels.nHeight);
     bool const fSurface = pixels.nFramebuffer == 0;
     for (int nRow = 0; nRow < pixels.nRows; ++nRow) {
         std::uint8_t const* const pTimes = pixels.pTimes + static_cast<std::size_t>(nRow) * nColumns;
@@ -31,9 +30,9 @@ void NodePixels::TakePixels(counting::WrittenPixels const& pixels) {
                 cost.nOffScreen += pTimes[n];
             }
             if (n > 0 && pTimes[n - 1] != 0) {
-                ++spans.spans.back().nEnd;
+                ++spans.back().nEnd;
             } else {
-                spans.spans.push_back({nFirst + n, nFirst + n + 1});
+                spans.push_back({nFirst + n, nFirst + n + 1});
             }
         }
     }
@@ -41,21 +40,21 @@ void NodePixels::TakePixels(counting::WrittenPixels const& pixels) {
 
 /** The different pixels of the nodes from one place to another, in each target. */
 unsigned long long NodePixels::CountIn(std::size_t nBegin, std::size_t nEnd) const {
-    std::map<unsigned int, std::vector<bool>> written;
+    std::map<unsigned int, std::vector<Span>> written; // by target
     for (std::size_t nNode = nBegin; nNode < nEnd; ++nNode) {
         for (auto const& [nFramebuffer, spans] : m_spans[nNode]) {
-            std::vector<bool>& pixels = written[nFramebuffer];
-            pixels.resize(std::max(pixels.size(), spans.nTargetPixels));
-            for (Span const& span : spans.spans) {
-                std::fill(pixels.begin() + static_cast<std::ptrdiff_t>(span.nBegin),
-                          pixels.begin() + static_cast<std::ptrdiff_t>(span.nEnd), true);
-            }
+            written[nFramebuffer].insert(written[nFramebuffer].end(), spans.begin(), spans.end());
         }
     }
     unsigned long long nPixels = 0;
-    for (auto const& target : written) {
-        nPixels +=
-            static_cast<unsigned long long>(std::count(target.second.begin(), target.second.end(), true));
+    for (auto& target : written) {
+        std::sort(target.second.begin(), target.second.end(),
+                  [](Span const& one, Span const& other) { return one.nBegin < other.nBegin; });
+        std::size_t nCounted = 0; // all pixels up to here
+        for (Span const& span : target.second) {
+            nPixels += span.nEnd > nCounted ? span.nEnd - std::max(span.nBegin, nCounted) : 0;
+            nCounted = std::max(nCounted, span.nEnd);
+        }
     }
     return nPixels;
 }

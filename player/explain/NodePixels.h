@@ -24,22 +24,16 @@ public:
     std::vector<unsigned int> const& GetTimes() const { return m_times; }
 
 private:
-    /** Pixels beside each other, in one row of a target. */
+    /** Pixels beside each other in a row of a target, counted from its upper left corner. */
     struct Span {
         std::size_t nBegin;
         std::size_t nEnd;
     };
-    /** Of one node in one target. */
-    struct Spans {
-        std::size_t nTargetPixels = 0;
-        std::vector<Span> spans;
-    };
-
     unsigned long long CountIn(std::size_t nBegin, std::size_t nEnd) const;
 
     NodeCosts& m_costs;
     std::size_t m_nNode = 0;
-    std::vector<std::map<unsigned int, Spans>> m_spans; ///< by node and framebuffer
+    std::vector<std::map<unsigned int, std::vector<Span>>> m_spans; ///< by node and framebuffer
     std::vector<unsigned int> m_times;
 };
 

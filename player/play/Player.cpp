@@ -219,7 +219,7 @@ int Player::PlayOn(Stage& stage, Window& window) {
         Report const report = {m_figures, m_countDrawn != nullptr, m_nPictures, m_scene.GetRoot()};
         (m_options.fStatsJson ? PrintJson : PrintFigures)(report);
     }
-    return fFinished ? ExitSuccess : Complain(ExitBadFile, fault);
+    return fFinished ? ExitSuccess : ComplainOfOutput(fault, "");
 }
 
 int Player::PlayFrame(int nFrame, Stage& stage, Window& window) {

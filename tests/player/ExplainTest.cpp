@@ -236,6 +236,11 @@ TEST_F(ExplainTest, EndsWithAReasonWhereItCannotExplain) {
     Outcome const full = RunShell("player " + scene + " --explain >/dev/full");
     EXPECT_EQ(full.nExitCode, 1);
     EXPECT_NE(full.errors.find("standard output: cannot be written"), std::string::npos) << full.errors;
+    Outcome const traced = Play({scene, "--explain"}, {"ASAN_OPTIONS=verify_asan_link_order=0:detect_leaks=0",
+                                                       std::string("LD_PRELOAD=") + KELVO_OTHER_GL});
+    EXPECT_EQ(traced.nExitCode, 3);
+    EXPECT_NE(traced.errors.find("another library takes GL's calls"), std::string::npos) << traced.errors;
+    EXPECT_EQ(traced.output, "");
     Outcome const none = Play({scene, "--explain"}, {"KELVO_EGL_PLATFORM=device:999"});
     EXPECT_EQ(none.nExitCode, 3);
     EXPECT_EQ(none.output, "");

@@ -41,8 +41,8 @@ struct Counts {
 Counts const& GetCounts();
 
 /**
- * Whether calls of `glDrawArrays` and the others arrive here: false when this library is linked behind
- * another one that has functions of these names, or another one has been loaded before it.
+ * Whether GL's calls arrive here: false when another library with functions of these names is linked ahead of
+ * this one, or has been loaded before it, as tracers are.
  */
 bool IsInFront();
 
