@@ -4,9 +4,10 @@ include(CMakePackageConfigHelpers)
 
 set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20)
 if(TARGET kelvo_desktop)
-    list(APPEND kelvo_installed_targets kelvo_desktop kelvo_recording kelvo_counting)
+    list(APPEND kelvo_installed_targets kelvo_desktop kelvo_recording kelvo_counting kelvo_effects)
     # The libraries find each other where they lie together, whatever the prefix.
-    set_target_properties(kelvo kelvoGLES20 kelvo_desktop kelvo_recording kelvo_counting PROPERTIES INSTALL_RPATH "$ORIGIN")
+    set_target_properties(kelvo kelvoGLES20 kelvo_desktop kelvo_recording kelvo_counting kelvo_effects PROPERTIES
+        INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
@@ -22,7 +23,7 @@ install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}
 # Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
 # the back end that need them.
 if(TARGET kelvo_desktop)
-    install(DIRECTORY platform/desktop/include/ platform/recording/include/ platform/counting/include/
+    install(DIRECTORY platform/desktop/include/ platform/recording/include/ platform/counting/include/ effects/include/
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
     install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
         FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")

@@ -175,7 +175,7 @@ std::vector<std::string> const& GetNodeClassNames() {
 
 std::vector<std::string> const& GetEffectClassNames() {
     static std::vector<std::string> const s_names = {"GaussianBlurEffect", "DirectionalBlurEffect",
-                                                     "BlendModeEffect"};
+                                                     "BlendModeEffect", "GroupOpacityEffect"};
     return s_names;
 }
 

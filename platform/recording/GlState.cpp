@@ -71,6 +71,13 @@ void Query(Invocation& call, GLenum name, T* to, Convert convert) {
                                                 : call.GetState().unpackAlignment);
         return;
     }
+    if (name == GL_FRAMEBUFFER_BINDING || name == GL_STENCIL_REF || name == GL_STENCIL_TEST) {
+        State const& state = call.GetState();
+        *to = convert(name == GL_FRAMEBUFFER_BINDING ? static_cast<GLint>(state.framebuffer)
+                      : name == GL_STENCIL_REF       ? state.stencilFront.ref
+                                                     : GLint(state.IsEnabled(GL_STENCIL_TEST)));
+        return;
+    }
     if (std::optional<GLint> const bits = BitsAttribute(DrawBits(call.Context()), name)) {
         *to = convert(*bits);
         return;
@@ -201,7 +208,19 @@ void glBlendFuncSeparate(Invocation& call, GLenum sfactorRGB, GLenum dfactorRGB,
     state.blendTargetAlpha = dfactorAlpha;
 }
 
+void glBlendColor(Invocation&, GLfloat, GLfloat, GLfloat, GLfloat) {}
+
 // ---- Queries
+
+/** Of the names that it may ask for, the extensions are those that this driver has. */
+GLubyte const* glGetString(Invocation& call, GLenum name) {
+    if (call.IsFailing() || name != GL_EXTENSIONS) {
+        call.Raise(static_cast<unsigned>(call.FailureError(GL_INVALID_ENUM)));
+        return nullptr;
+    }
+    return reinterpret_cast<GLubyte const*>(
+        "GL_OES_EGL_image GL_OES_compressed_ETC1_RGB8_texture GL_OES_packed_depth_stencil");
+}
 
 GLenum glGetError(Invocation& call) {
     if (call.IsFailing()) {

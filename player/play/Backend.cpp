@@ -2,6 +2,7 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "file/Failure.h"
+#include "kelvo_effects/Effects.h"
 #include "trevik/Assert.h"
 
 #include <GLES2/gl2.h>
@@ -24,6 +25,7 @@ using trevik::kelvo::assets::Fail;
 namespace {
 
 constexpr char const* DefaultName = "libkelvoGLES20.so.1";
+constexpr char const* EffectsName = "libkelvo_effects.so.1";
 
 /** The back end in the folder of another file; empty when there is none. */
 std::string FindBeside(std::string const& path) {
@@ -81,7 +83,28 @@ bool Backend::Load(std::string const& path, Fault& fault) {
     }
     auto const pfnVersion = Find<int (*)()>(m_pLibrary, "GetTrevikVersionStamp");
     m_fOwnVersion = pfnVersion && pfnVersion() == KELVO_BACKEND_STAMP;
+    if (m_fOwnVersion) {
+        LoadEffects(reinterpret_cast<void*>(pfnInitialize));
+    }
     return true;
+}
+
+/**
+ * Registers what libkelvo_effects has, from beside the back end, of which `pInBackend` is a function, or from
+ * where libraries are. It finds the back end that is loaded by its name. Without it scenes cannot name its
+ * classes.
+ */
+void Backend::LoadEffects(void* pInBackend) {
+    Dl_info backend = {};
+    std::string const path = dladdr(pInBackend, &backend) && backend.dli_fname ? backend.dli_fname : "";
+    std::string const beside = path.substr(0, path.rfind('/') + 1) + EffectsName;
+    bool const fBeside = path.find('/') != std::string::npos && access(beside.c_str(), R_OK) == 0;
+    if (void* const pLibrary = dlopen(fBeside ? beside.c_str() : EffectsName, RTLD_NOW | RTLD_LOCAL)) {
+        auto const pfnRegister = Find<decltype(&KelvoRegisterEffects)>(pLibrary, "KelvoRegisterEffects");
+        if (pfnRegister) {
+            pfnRegister(&m_registry);
+        }
+    }
 }
 
 std::unique_ptr<GraphicsDevice> Backend::CreateDevice() const {

@@ -51,6 +51,7 @@ public:
     void SetAlphaTestEnabled(trevik::kelvo::GraphicsDevice& device, bool fEnabled) const;
 
 private:
+    void LoadEffects(void* pInBackend);
     bool IsOwnDevice(trevik::kelvo::GraphicsDevice const& device) const;
     void SwapTargetBuffers(trevik::kelvo::GraphicsDevice& device, bool fToScreen) const;
 

@@ -1,7 +1,10 @@
 #include "play/Stage.h"
 
+#include "kelvo_effects/GroupOpacityEffect.h"
 #include "play/HeldTraces.h"
 #include "trevik/ScopeCounter.h"
+#include "trevik/kelvo/BlendModeEffect.h"
+#include "trevik/kelvo/DirectionalBlurEffect.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"
 
@@ -14,6 +17,8 @@ namespace kelvokit::player {
 
 using trevik::RectangleT;
 using trevik::ScopeCounter;
+using trevik::kelvo::BlendModeEffect;
+using trevik::kelvo::DirectionalBlurEffect;
 using trevik::kelvo::Effect;
 using trevik::kelvo::Fault;
 using trevik::kelvo::GaussianBlurEffect;
@@ -21,6 +26,8 @@ using trevik::kelvo::Node;
 using trevik::kelvo::Scene;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::Timeline;
+using trevik::kelvo::TransformNode;
+using trevik::kelvo::effects::GroupOpacityEffect;
 
 namespace {
 
@@ -31,15 +38,35 @@ std::string GetDisplayProblem() {
     return display.compare(0, none.size(), none) == 0 ? ": " + display.substr(none.size()) : "";
 }
 
-/** Adds the blurs of timelines, the node or those below it. */
-void FindBlurs(Node& node, std::vector<Effect const*>& blurs) {
-    if (node.IsKindOf(Timeline::ClassID)) {
-        trevik::List<Effect*> const& effects = static_cast<Timeline&>(node).GetEffects();
-        std::copy_if(effects.begin(), effects.end(), std::back_inserter(blurs),
-                     [](Effect* pEffect) { return pEffect->IsKindOf(GaussianBlurEffect::ClassID); });
+/** What effects of a class draw with, which a device may not have. */
+struct EffectNeed {
+    unsigned int nClassID;
+    char const* pName;
+    char const* pNeed;
+};
+
+EffectNeed const EffectNeeds[] = {
+    {GaussianBlurEffect::ClassID, "GaussianBlurEffect", "targets of half the surface's size"},
+    {DirectionalBlurEffect::ClassID, "DirectionalBlurEffect", "programs of its own"},
+    {BlendModeEffect::ClassID, "BlendModeEffect", "programs of its own"},
+    {GroupOpacityEffect::ClassID, "GroupOpacityEffect",
+     "targets of the surface's size with 8 bits a channel, depth and stencil"},
+};
+
+bool IsBlur(Effect const* pEffect) {
+    return pEffect->IsKindOf(GaussianBlurEffect::ClassID);
+}
+
+/** Adds the effects of a node and of those below it, but for blurs of other nodes than timelines. */
+void FindEffects(Node& node, std::vector<Effect const*>& effects) {
+    if (TransformNode* const pTransform = node.GetTransformNode()) {
+        bool const fTimeline = node.IsKindOf(Timeline::ClassID);
+        trevik::List<Effect*> const& own = pTransform->GetEffects();
+        std::copy_if(own.begin(), own.end(), std::back_inserter(effects),
+                     [&](Effect const* pEffect) { return fTimeline || !IsBlur(pEffect); });
     }
     for (Node* const pChild : node.GetChildren()) {
-        FindBlurs(*pChild, blurs);
+        FindEffects(*pChild, effects);
     }
 }
 
@@ -69,10 +96,10 @@ bool Stage::Prepare(Scene& scene, Fault& fault) {
     if (!m_backend.SetExactEffects(*m_pDevice, fExact) && fExact) {
         return Fail(fault, "the scene asks for exact effects, which the back end does not have");
     }
-    m_blurs.clear();
-    FindBlurs(*scene.GetRoot(), m_blurs);
+    m_effects.clear();
+    FindEffects(*scene.GetRoot(), m_effects);
     // Targets that are there serve the next scene, too: they are as large as the surface.
-    bool const fTargets = m_options.fPost || !m_blurs.empty();
+    bool const fTargets = m_options.fPost || std::any_of(m_effects.begin(), m_effects.end(), IsBlur);
     if (fTargets && !m_fTargets && !m_backend.InitializeTargetBuffers(*m_pDevice)) {
         return Fail(fault, std::string(m_options.fPost ? "--post" : "the scene's GaussianBlurEffect") +
                                " needs frame targets, which the device cannot make");
@@ -107,11 +134,15 @@ void Stage::DrawScaled(Scene& scene, RectangleT<int> const& viewport) {
 }
 
 bool Stage::HasDrawn(int nFrame, Fault& fault) const {
-    bool const fFailed =
-        std::any_of(m_blurs.begin(), m_blurs.end(), [](Effect const* pBlur) { return pBlur->HasFailed(); });
-    return !fFailed || Fail(fault, "frame " + std::to_string(nFrame) +
-                                       ": the scene's GaussianBlurEffect needs targets of half the surface's "
-                                       "size, which the device cannot make");
+    for (Effect const* const pEffect : m_effects) {
+        for (EffectNeed const& need : EffectNeeds) {
+            if (pEffect->HasFailed() && pEffect->IsKindOf(need.nClassID)) {
+                return Fail(fault, "frame " + std::to_string(nFrame) + ": the scene's " + need.pName +
+                                       " needs " + need.pNeed + ", which the device cannot make");
+            }
+        }
+    }
+    return true;
 }
 
 } // namespace kelvokit::player

@@ -37,7 +37,7 @@ public:
     void Draw(trevik::kelvo::Scene& scene);
     /** The same into a part of the window alone (pixels, y up), which the whole scene is made to fit. */
     void DrawScaled(trevik::kelvo::Scene& scene, trevik::RectangleT<int> const& viewport);
-    /** Whether all of a frame has been drawn, no blur left out for want of what it draws with. */
+    /** Whether all of a frame has been drawn, no effect left out for want of what it draws with. */
     bool HasDrawn(int nFrame, trevik::kelvo::Fault& fault) const;
 
     trevik::kelvo::GraphicsDevice& GetDevice() { return *m_pDevice; }
@@ -49,8 +49,8 @@ private:
     Backend& m_backend;
     Options const& m_options;
     std::unique_ptr<trevik::kelvo::GraphicsDevice> m_pDevice;
-    std::vector<trevik::kelvo::Effect const*> m_blurs; ///< of the scene's timelines
-    bool m_fTargets = false;                           ///< the device has frame targets
+    std::vector<trevik::kelvo::Effect const*> m_effects; ///< of the scene's nodes
+    bool m_fTargets = false;                             ///< the device has frame targets
 };
 
 } // namespace kelvokit::player

@@ -7,6 +7,7 @@
 
 #include "GraphicsDeviceGL2.h"
 #include "calls/NodeGroups.h"
+#include "kelvo_effects/Effects.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/AllocationCounter.h"
 #include "kelvo_test/GoldenText.h"
@@ -86,7 +87,10 @@ private:
 /** A scene with a device, as a host has them. */
 class Film {
 public:
-    explicit Film(json const& file) : m_text(file.at("scene").dump()) { ::Initialize(&m_registry); }
+    explicit Film(json const& file) : m_text(file.at("scene").dump()) {
+        ::Initialize(&m_registry);
+        KelvoRegisterEffects(&m_registry);
+    }
 
     bool Start() {
         m_pDevice = std::make_unique<GraphicsDeviceGL2>();

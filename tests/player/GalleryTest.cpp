@@ -20,9 +20,9 @@ struct GalleryScene {
 
 // Another driver rounds otherwise and moves edges by a part of a pixel; another version of FreeType moves
 // those of letters.
-GalleryScene const Scenes[] = {{"masks", 20, 1, 0.4},   {"panels", 72, 1, 0.4}, {"edges", 25, 4, 0.4},
-                               {"text", 89, 1, 1.5},    {"blend", 20, 1, 0.4},  {"blur", 70, 1, 0.4},
-                               {"showcase", 62, 1, 0.4}, {"exact", 40, 1, 0.4}};
+GalleryScene const Scenes[] = {{"masks", 20, 1, 0.4},    {"panels", 72, 1, 0.4}, {"edges", 25, 4, 0.4},
+                               {"text", 89, 1, 1.5},     {"blend", 20, 1, 0.4},  {"blur", 70, 1, 0.4},
+                               {"showcase", 62, 1, 0.4}, {"exact", 40, 1, 0.4},  {"group", 20, 1, 1.5}};
 
 std::string PathOf(std::string const& scene) {
     return KELVO_EXAMPLES "/" + scene + "/scene.json";
@@ -61,7 +61,7 @@ TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
         }
         ++nScenes;
     }
-    EXPECT_EQ(nScenes, 7);
+    EXPECT_EQ(nScenes, 8);
 }
 
 TEST(Gallery, ThePainterSaysWhatItCannotDo) {

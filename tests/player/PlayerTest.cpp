@@ -498,6 +498,32 @@ TEST_F(PlayerTest, DrawsBlursInFrameTargets) {
     EXPECT_FALSE(std::filesystem::exists(Path("tiny.png")));
 }
 
+TEST_F(PlayerTest, DrawsGroupsWhereTheDeviceHasTargetsForThem) {
+    Write("group.json",
+          R"({"surface": {"size": [24, 16]}, "nodes": [{"class": "Timeline",
+        "effects": [{"class": "GroupOpacityEffect", "Opacity": 0.5}], "children": [
+            {"class": "Sprite", "Color": "#ff0000", "Size": [16, 16]},
+            {"class": "Sprite", "Color": "#0000ff", "Size": [16, 16], "Position": [8, 0, 0]}]}]})");
+    for (std::vector<std::string> const& how : {std::vector<std::string>{Path("group.json")},
+                                                {Path("group.json"), "--post"},
+                                                {Path("group.kelvo")}}) {
+        std::vector<std::string> arguments = {"--out", Path("out.png")};
+        arguments.insert(arguments.begin(), how.begin(), how.end());
+        Outcome const outcome = Play(arguments);
+        ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+        Image const picture = ReadPicture(Path("out.png"));
+        EXPECT_TRUE(test::IsNear(picture.At(4, 8), {128, 0, 0}, 5));
+        EXPECT_TRUE(test::IsNear(picture.At(12, 8), {0, 0, 128}, 5));
+        ASSERT_EQ(Play({Path("group.json"), "--save", Path("group.kelvo")}).nExitCode, 0);
+    }
+    setenv("MESA_EXTENSION_OVERRIDE", "-GL_OES_packed_depth_stencil", 1);
+    Outcome const lacking = Play({Path("group.json"), "--out", Path("lacking.png")});
+    unsetenv("MESA_EXTENSION_OVERRIDE");
+    EXPECT_EQ(lacking.nExitCode, 3);
+    EXPECT_NE(lacking.errors.find("frame 0: the scene's GroupOpacityEffect needs targets"), std::string::npos)
+        << lacking.errors;
+}
+
 TEST_F(PlayerTest, GivesTheSameBytesEveryTime) {
     ASSERT_EQ(Play({Showcase, "--frames", "10..12", "--out", Path("a")}).nExitCode, 0);
     ASSERT_EQ(Play({Showcase, "--frames", "10..12", "--out", Path("b"), "--jobs", "2"}).errors, "");

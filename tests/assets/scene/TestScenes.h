@@ -1,5 +1,6 @@
 #pragma once
 
+#include "kelvo_effects/Effects.h"
 #include "kelvo_host/Scene.h"
 #include "scene/SceneNodes.h"
 #include "scene/SceneReader.h"
@@ -68,6 +69,7 @@ inline std::string ToText(unsigned int nCodePoint) {
 /** Registers the back end's classes; creating and loading their objects needs no GL. */
 inline void RegisterBackend(ClassRegistry& registry) {
     ASSERT_TRUE(Initialize(&registry));
+    KelvoRegisterEffects(&registry);
 }
 
 /** A new node of a class that is registered, or a TransformNode. */
