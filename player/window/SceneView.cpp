@@ -2,6 +2,7 @@
 
 #include "trevik/ScopeCounter.h"
 
+#include <EGL/egl.h>
 #include <kelvo_counting/Counting.h>
 #include <kelvo_desktop/OffscreenWindow.h>
 
@@ -63,8 +64,13 @@ bool SceneView::Restart(LoadedScene& scene, SizeT<int> const& surface, Fault& fa
     m_pStage = nullptr; // a window has one device at a time
     m_surface = surface;
     m_pStage = std::make_unique<Stage>(m_backend, m_options);
-    return m_pStage->Start(m_window.GetNative(), scene.scene.GetSettings(), fault) &&
-           m_pStage->Prepare(scene.scene, fault);
+    if (!m_pStage->Start(m_window.GetNative(), scene.scene.GetSettings(), fault)) {
+        return false;
+    }
+    // The clock tells when a frame is shown. Of a window that nobody sees some systems do not take a frame
+    // that would have to be waited for, and it could not be closed then.
+    eglSwapInterval(eglGetCurrentDisplay(), 0);
+    return m_pStage->Prepare(scene.scene, fault);
 }
 
 void SceneView::BringTo(int nFrame) {

@@ -1,5 +1,6 @@
 #include "window/ScreenWindow.h"
 
+#include <EGL/egl.h>
 #include <SDL.h>
 #include <SDL_syswm.h>
 #include <kelvo_desktop/Display.h>
@@ -53,6 +54,7 @@ bool ScreenWindow::Adopt(Fault& fault) {
     if (!SDL_GetWindowWMInfo(m_pWindow, &info)) {
         return Fail(fault, SDL_GetError());
     }
+    eglBindAPI(EGL_OPENGL_ES_API); // SDL may have bound another one
     m_pNative = Ref(new NativeWindow);
     switch (info.subsystem) {
 #if defined(SDL_VIDEO_DRIVER_X11)
@@ -60,6 +62,12 @@ bool ScreenWindow::Adopt(Fault& fault) {
         desktop::SelectPlatform("x11");
         desktop::InitialiseX11(*m_pNative, info.info.x11.window, m_size.width, m_size.height);
         return true;
+#endif
+#if defined(SDL_VIDEO_DRIVER_WAYLAND)
+    case SDL_SYSWM_WAYLAND:
+        desktop::SelectWayland(info.info.wl.display);
+        return desktop::InitialiseWayland(*m_pNative, info.info.wl.surface, m_size.width, m_size.height) ||
+               Fail(fault, "libwayland-egl is not installed");
 #endif
     default:
         return Fail(fault, std::string("the window system \"") + SDL_GetCurrentVideoDriver() +
@@ -70,7 +78,11 @@ bool ScreenWindow::Adopt(Fault& fault) {
 bool ScreenWindow::TakeSize() {
     SizeT<int> const before = m_size;
     SDL_GetWindowSize(m_pWindow, &m_size.width, &m_size.height);
-    return m_size.width != before.width || m_size.height != before.height;
+    if (m_size.width == before.width && m_size.height == before.height) {
+        return false;
+    }
+    desktop::ResizeWindow(*m_pNative, m_size.width, m_size.height);
+    return true;
 }
 
 void ScreenWindow::SetSize(SizeT<int> const& size) {

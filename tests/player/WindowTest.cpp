@@ -9,9 +9,11 @@
 #include <algorithm>
 #include <atomic>
 #include <chrono>
+#include <csignal>
 #include <filesystem>
 #include <functional>
 #include <future>
+#include <memory>
 #include <thread>
 
 namespace kelvokit::player::testing {
@@ -33,6 +35,23 @@ XServer const& GetServer() {
     return s_server;
 }
 
+/** A program that runs beside the test; it is asked to end with the object, if not before. */
+class Running {
+public:
+    Running(std::string const& program, std::vector<std::string> const& arguments,
+            std::vector<std::string> const& variables, int nSignal)
+        : m_outcome(std::async(std::launch::async, [=] {
+              return RunProgram(program, arguments, variables, [this] { return m_fStop.load(); }, nSignal);
+          })) {}
+    ~Running() { Stop(); }
+    void Stop() { m_fStop = true; }
+    Outcome Get() { return m_outcome.get(); }
+
+private:
+    std::atomic<bool> m_fStop{false};
+    std::future<Outcome> m_outcome;
+};
+
 class WindowX11 : public ::testing::Test {
 protected:
     void SetUp() override {
@@ -47,24 +66,27 @@ protected:
         if (!m_before.empty()) {
             std::filesystem::current_path(m_before);
         }
-        if (m_player.valid() && m_player.wait_for(std::chrono::seconds(0)) != std::future_status::ready) {
-            m_fStop = true;
-        }
     }
 
     /** Starts the player in the scene's folder and finds its window. */
     void Start(std::vector<std::string> const& options = {}) {
         std::vector<unsigned long> const before = m_server.GetWindows();
+        Run({"SDL_VIDEODRIVER=x11"}, options);
+        FindWindow(before, "scene.json, frame");
+    }
+
+    void Run(std::vector<std::string> const& variables, std::vector<std::string> const& options) {
         std::vector<std::string> words{m_folder.Path("scene.json"), "--window"};
         words.insert(words.end(), options.begin(), options.end());
-        m_player = std::async(std::launch::async, [this, words] {
-            return RunProgram(KELVO_PLAYER, words, {"SDL_VIDEODRIVER=x11"},
-                              [this] { return m_fStop.load(); });
-        });
+        m_pPlayer = std::make_unique<Running>(KELVO_PLAYER, words, variables, SIGINT);
+    }
+
+    /** Waits for a window that was not there before, whose title begins so. */
+    void FindWindow(std::vector<unsigned long> const& before, std::string const& title) {
         ASSERT_TRUE(WaitFor([&] {
             for (unsigned long const id : m_server.GetWindows()) {
                 bool const fNew = std::find(before.begin(), before.end(), id) == before.end();
-                m_nWindow = fNew && m_server.GetTitle(id).find("scene.json, frame") == 0 ? id : m_nWindow;
+                m_nWindow = fNew && m_server.GetTitle(id).find(title) == 0 ? id : m_nWindow;
             }
             return m_nWindow != 0;
         })) << "no window";
@@ -107,6 +129,7 @@ protected:
         Image const expected = ReadPicture(folder.Path("p.png")).Cut(0, 0, nWidth, nHeight - 26);
         Image shown;
         bool const fReached = WaitFor([&] {
+            KeepPointerAway();
             shown = m_server.GetShown(m_nWindow, unsigned(nWidth), unsigned(nHeight))
                         .Cut(0, 0, nWidth, nHeight - 26);
             return (shown == expected) == fShown;
@@ -114,9 +137,11 @@ protected:
         EXPECT_TRUE(fReached) << CompareImages(shown, expected).message() << "frame " << nFrame;
     }
 
+    virtual void KeepPointerAway() const {}
+
     Outcome End() {
         Press("Escape");
-        return m_player.get();
+        return m_pPlayer->Get();
     }
 
     // The server starts over when nobody is connected to it any more, so that it is one connection for all
@@ -125,8 +150,7 @@ protected:
     std::filesystem::path m_before; ///< the current folder
     TemporaryFolder m_folder;
     unsigned long m_nWindow = 0;
-    std::atomic<bool> m_fStop{false};
-    std::future<Outcome> m_player;
+    std::unique_ptr<Running> m_pPlayer;
 };
 
 TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
@@ -234,6 +258,45 @@ TEST_F(WindowX11, ShowsTheSceneAnewWhenItIsSavedAndKeepsTheOldOneWhileItHasFault
     Outcome const ended = End();
     EXPECT_EQ(ended.nExitCode, 0);
     EXPECT_EQ(ended.errors.find("kelvo-player: " + m_folder.Path("scene.json") + ":"), 0u) << ended.errors;
+}
+
+/** A Wayland compositor in a window of the X server, with the player's window all over it. */
+class WindowWayland : public WindowX11 {
+protected:
+    void SetUp() override {
+        WindowX11::SetUp();
+        if (IsSkipped()) {
+            return;
+        }
+        if (std::string(KELVO_WESTON).empty()) {
+            GTEST_SKIP() << "weston is not installed";
+        }
+        std::vector<unsigned long> const before = m_server.GetWindows();
+        m_pCompositor = std::make_unique<Running>(
+            KELVO_WESTON,
+            std::vector<std::string>{"--backend=x11-backend.so", "--use-pixman", "--shell=kiosk-shell.so",
+                                     "--no-config", "--socket=wayland", "--width=240", "--height=160"},
+            std::vector<std::string>{"XDG_RUNTIME_DIR=" + m_folder.Path("")}, SIGTERM);
+        FindWindow(before, ""); // it has none of the kind of title that is looked for
+    }
+
+    /** The compositor draws it, where it was seen last: over the bar it is in nobody's way. */
+    void KeepPointerAway() const override {
+        m_server.MovePointer(120, 155);
+        m_server.MovePointer(121, 156);
+    }
+
+    std::unique_ptr<Running> m_pCompositor;
+};
+
+TEST_F(WindowWayland, ShowsWhatIsDrawnOffScreenAndShowsTheSceneAnewWhenItIsSaved) {
+    Run({"SDL_VIDEODRIVER=wayland", "WAYLAND_DISPLAY=wayland", "XDG_RUNTIME_DIR=" + m_folder.Path("")},
+        {"--watch", "--frames", "3..3"});
+    ExpectShown(3, 240, 160);
+    m_folder.WriteText("scene.json", MakeScene("#00ff40"));
+    ExpectShown(3, 240, 160);
+    m_pPlayer->Stop();
+    EXPECT_EQ(m_pPlayer->Get().nExitCode, 128 + SIGINT);
 }
 
 } // namespace

@@ -140,10 +140,15 @@ void XServer::PressKey(unsigned long id, char const* name) const {
     Sync();
 }
 
+void XServer::MovePointer(int x, int y) const {
+    X().XTestFakeMotionEvent(m_pDisplay, -1, x, y, 0);
+    Sync();
+}
+
 void XServer::Click(unsigned long id, int x, int y) const {
     Id child = 0;
     X().XTranslateCoordinates(m_pDisplay, id, X().XDefaultRootWindow(m_pDisplay), x, y, &x, &y, &child);
-    X().XTestFakeMotionEvent(m_pDisplay, -1, x, y, 0);
+    MovePointer(x, y);
     X().XTestFakeButtonEvent(m_pDisplay, 1, 1, 0);
     X().XTestFakeButtonEvent(m_pDisplay, 1, 0, 0);
     Sync();

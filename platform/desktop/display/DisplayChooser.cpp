@@ -16,13 +16,16 @@ namespace kelvokit::desktop {
 
 namespace {
 
-/** What SelectPlatform's words mean. */
+/** What SelectPlatform's words mean, or SelectWayland's connection. */
 struct Wish {
-    enum Kind { Automatic, Surfaceless, AnyDevice, OneDevice, X11 };
+    enum Kind { Automatic, Surfaceless, AnyDevice, OneDevice, X11, Wayland };
     Kind kind = Automatic;
     int device = 0;
+    void* connection = nullptr;
 
-    bool operator==(Wish const& other) const { return kind == other.kind && device == other.device; }
+    bool operator==(Wish const& other) const {
+        return kind == other.kind && device == other.device && connection == other.connection;
+    }
 };
 
 /** A display worth trying. */
@@ -134,6 +137,10 @@ std::vector<Candidate> Candidates(Wish const& wish) {
         candidates.push_back(
             {PlatformDisplay(EGL_PLATFORM_X11_EXT, EGL_DEFAULT_DISPLAY), DisplayKind::X11, "x11"});
     }
+    if (wish.kind == Wish::Wayland) {
+        candidates.push_back(
+            {PlatformDisplay(EGL_PLATFORM_WAYLAND_EXT, wish.connection), DisplayKind::Wayland, "wayland"});
+    }
     return candidates;
 }
 
@@ -210,6 +217,14 @@ bool SelectPlatform(char const* platform) {
     std::lock_guard<std::mutex> lock(chooser.mutex);
     chooser.selected = wish;
     return true;
+}
+
+void SelectWayland(void* connection) {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    chooser.selected = Wish();
+    chooser.selected.kind = Wish::Wayland;
+    chooser.selected.connection = connection;
 }
 
 char const* DescribeDisplay() {

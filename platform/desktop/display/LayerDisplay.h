@@ -17,6 +17,8 @@ enum class DisplayKind {
     Offscreen,
     /** An X server: X11 windows are windows, all others pixel buffers. */
     X11,
+    /** A Wayland compositor: Wayland surfaces are windows, and there are no others. */
+    Wayland,
 };
 
 /** A window surface that the layer made and did not yet take back. */

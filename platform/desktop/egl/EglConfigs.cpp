@@ -9,9 +9,16 @@ namespace kelvokit::desktop {
 namespace {
 
 /** What the driver's configuration must be able to do, for windows of a display of `kind`. An off-screen
-   window is a pixel buffer on every kind of display. */
+   window is a pixel buffer, which drivers for Wayland do not have. */
 EGLint NeededSurfaceTypes(DisplayKind kind) {
-    return kind == DisplayKind::X11 ? EGL_PBUFFER_BIT | EGL_WINDOW_BIT : EGL_PBUFFER_BIT;
+    switch (kind) {
+    case DisplayKind::X11:
+        return EGL_PBUFFER_BIT | EGL_WINDOW_BIT;
+    case DisplayKind::Wayland:
+        return EGL_WINDOW_BIT;
+    default:
+        return EGL_PBUFFER_BIT;
+    }
 }
 
 /** Rewrites a wish for windows, which is also what a list without EGL_SURFACE_TYPE wishes, for the driver. */

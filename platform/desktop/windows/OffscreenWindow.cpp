@@ -1,6 +1,7 @@
 #include "kelvo_desktop/OffscreenWindow.h"
 
 #include "display/Layer.h"
+#include "windows/WaylandWindow.h"
 
 namespace kelvokit::desktop {
 
@@ -12,6 +13,8 @@ void Release(ANativeWindow* window) {
     window->release = nullptr;
     delete window->frame;
     window->frame = nullptr;
+    DestroyWaylandWindow(window->waylandWindow);
+    window->waylandWindow = nullptr;
 }
 
 void Initialise(ANativeWindow& window, std::uint64_t x11Window, int width, int height) {
@@ -38,6 +41,24 @@ void InitialiseOffscreen(ANativeWindow& window, int width, int height) {
 
 void InitialiseX11(ANativeWindow& window, std::uint64_t x11Window, int width, int height) {
     Initialise(window, x11Window, width, height);
+}
+
+bool InitialiseWayland(ANativeWindow& window, void* surface, int width, int height) {
+    void* const pWayland = CreateWaylandWindow(surface, width, height);
+    if (!pWayland) {
+        return false;
+    }
+    Initialise(window, 0, width, height);
+    window.waylandWindow = pWayland;
+    return true;
+}
+
+void ResizeWindow(ANativeWindow& window, int width, int height) {
+    window.width = width;
+    window.height = height;
+    if (window.waylandWindow) {
+        ResizeWaylandWindow(window.waylandWindow, width, height);
+    }
 }
 
 void SetCapture(ANativeWindow& window, bool capture) {

@@ -82,6 +82,22 @@ EGLSurface CreateX11Surface(EGLDisplay display, EGLConfig config, ANativeWindow 
     return Forward(Driver().eglCreateWindowSurface, display, config, native, attributes);
 }
 
+EGLSurface CreateWaylandSurface(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
+                                EGLint const* attributes) {
+    if (Layer::Get().KindOf(display) != DisplayKind::Wayland) {
+        return Fail<EGLSurface>(EGL_BAD_NATIVE_WINDOW);
+    }
+    auto const native = reinterpret_cast<EGLNativeWindowType>(window.waylandWindow);
+    return Forward(Driver().eglCreateWindowSurface, display, config, native, attributes);
+}
+
+EGLSurface CreateSurface(EGLDisplay display, EGLConfig config, ANativeWindow const& window,
+                         EGLint const* attributes) {
+    return window.x11Window       ? CreateX11Surface(display, config, window, attributes)
+           : window.waylandWindow ? CreateWaylandSurface(display, config, window, attributes)
+                                  : CreatePbuffer(display, config, window, attributes);
+}
+
 /** The part of a swap before the driver's: everything that needs the frame still in the back buffer. */
 Outcome FinishDrawing(EGLDisplay display, WindowSurface const& target) {
     EglDriver const& egl = Driver();
@@ -170,8 +186,7 @@ EGLSurface CreateWindowSurface(EGLDisplay display, EGLConfig config, void* windo
     if (!claimed.Claim()) {
         return Fail<EGLSurface>(claimed.Claim());
     }
-    EGLSurface const surface = pWindow->x11Window ? CreateX11Surface(display, config, *pWindow, attributes)
-                                                  : CreatePbuffer(display, config, *pWindow, attributes);
+    EGLSurface const surface = CreateSurface(display, config, *pWindow, attributes);
     claimed.Settle(surface);
     return surface;
 }
@@ -200,7 +215,7 @@ EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface) {
 EGLBoolean SwapBuffersWithDamage(PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC driverSwap, EGLDisplay display,
                                  EGLSurface surface, EGLint const* rectangles, EGLint count) {
     return SwapWith(display, surface, [=](WindowSurface const* pTarget) {
-        if (!pTarget || (driverSwap && pTarget->window->x11Window)) {
+        if (!pTarget || (driverSwap && (pTarget->window->x11Window || pTarget->window->waylandWindow))) {
             return Forward(driverSwap, display, surface, rectangles, count);
         }
         if (count < 0 || (count > 0 && !rectangles)) {

@@ -16,8 +16,8 @@ EGLSurface CreatePlatformWindowSurface(EGLDisplay display, EGLConfig config, voi
 EGLBoolean SwapBuffers(EGLDisplay display, EGLSurface surface);
 
 /**
- * eglSwapBuffersWithDamage of either extension; `driverSwap` is the driver's, or null. Where a window is no
- * X11 window the damage, a hint, is of no use.
+ * eglSwapBuffersWithDamage of either extension; `driverSwap` is the driver's, or null. Where a window is
+ * off-screen the damage, a hint, is of no use.
  */
 EGLBoolean SwapBuffersWithDamage(PFNEGLSWAPBUFFERSWITHDAMAGEKHRPROC driverSwap, EGLDisplay display,
                                  EGLSurface surface, EGLint const* rectangles, EGLint count);

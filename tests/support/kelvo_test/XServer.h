@@ -34,6 +34,8 @@ public:
 
     /** Presses and releases a key while the window has the focus. `name`: such as "Escape". */
     void PressKey(unsigned long id, char const* name) const;
+    /** To a point of the screen. */
+    void MovePointer(int x, int y) const;
     /** Clicks at a point of a window. */
     void Click(unsigned long id, int x, int y) const;
 

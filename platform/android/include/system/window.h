@@ -10,12 +10,12 @@ struct FinishedFrame;
 /**
  * The desktop's native window: what Android calls by the same name and passes to eglCreateWindowSurface as
  * its EGLNativeWindowType. A window is either off-screen, and then its finished frames can be had as pixels,
- * or it carries the id of an X11 window that was made elsewhere.
+ * or it stands for an X11 window or a Wayland surface that was made elsewhere.
  *
- * Derive from it or hold one, and prepare it with kelvokit::desktop::InitialiseOffscreen or InitialiseX11
- * (kelvo_desktop/OffscreenWindow.h); EGL refuses a window that was not prepared with EGL_BAD_NATIVE_WINDOW.
- * The fields may be read and written directly, on the thread that swaps, except those marked as the layer's
- * own.
+ * Derive from it or hold one, and prepare it with kelvokit::desktop::InitialiseOffscreen, InitialiseX11 or
+ * InitialiseWayland (kelvo_desktop/OffscreenWindow.h); EGL refuses a window that was not prepared with
+ * EGL_BAD_NATIVE_WINDOW. The fields may be read and written directly, on the thread that swaps, except those
+ * marked as the layer's own.
  */
 struct ANativeWindow {
     /** Called inside eglSwapBuffers, on its thread, after a captured frame is complete and the GL state is
@@ -52,6 +52,8 @@ struct ANativeWindow {
     std::int32_t height = 0;
     /** X11 window id; 0 for an off-screen window. */
     std::uint64_t x11Window = 0;
+    /** The wl_egl_window of a Wayland surface; null for others. The layer's own. */
+    void* waylandWindow = nullptr;
     /** Whether eglSwapBuffers reads the frame back. Off costs nothing; on costs one read-back a frame. */
     bool capture = false;
     /** Free for the application. */

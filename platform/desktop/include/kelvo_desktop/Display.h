@@ -17,6 +17,13 @@ namespace kelvokit::desktop {
 KELVO_DESKTOP_API bool SelectPlatform(char const* platform);
 
 /**
+ * The same for a Wayland compositor: the next eglGetDisplay(EGL_DEFAULT_DISPLAY) takes the one that
+ * `connection`, a wl_display, leads to. It is the connection that the windows' surfaces belong to, and
+ * outlives the display. SelectPlatform ends it. Such a display makes no off-screen windows. Any thread.
+ */
+KELVO_DESKTOP_API void SelectWayland(void* connection);
+
+/**
  * Platform, vendor and version of the display that eglGetDisplay(EGL_DEFAULT_DISPLAY) chose last, such as
  * "surfaceless: Mesa Project, EGL 1.5"; "none: ..." with the reason when it found none or has not been called
  * yet. The text is valid until the next such call. Any thread.

@@ -36,6 +36,20 @@ KELVO_DESKTOP_API void InitialiseOffscreen(ANativeWindow& window, int width, int
  */
 KELVO_DESKTOP_API void InitialiseX11(ANativeWindow& window, std::uint64_t x11Window, int width, int height);
 
+/**
+ * Prepares `window` to stand for `surface`, a wl_surface that has its role already and outlives the EGL
+ * surface. Only the display of SelectWayland (kelvo_desktop/Display.h) makes surfaces for it; any other
+ * answers EGL_BAD_NATIVE_WINDOW. False, with the window as it was, when libwayland-egl is not installed or
+ * cannot. Any thread; throws std::bad_alloc.
+ */
+KELVO_DESKTOP_API bool InitialiseWayland(ANativeWindow& window, void* surface, int width, int height);
+
+/**
+ * Has the frames of a Wayland window be of another size from the next one on. Other windows alone keep it for
+ * their next surface: of an X11 window's size the X server decides. The thread that swaps.
+ */
+KELVO_DESKTOP_API void ResizeWindow(ANativeWindow& window, int width, int height);
+
 /** Whether the frames of `window` are read back from its next eglSwapBuffers on; initially they are not. */
 KELVO_DESKTOP_API void SetCapture(ANativeWindow& window, bool capture);
 
