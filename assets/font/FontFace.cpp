@@ -13,7 +13,6 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr std::size_t MaximumCharacters = 65536;
-constexpr std::size_t MaximumPairedCharacters = 1000;
 
 /** FreeType's own function for this answers nothing in most builds; its headers have the texts. */
 char const* TextOf(FT_Error nError) {
@@ -116,9 +115,9 @@ bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, Fault& faul
     std::sort(codePoints.begin(), codePoints.end());
     codePoints.erase(std::unique(codePoints.begin(), codePoints.end()), codePoints.end());
     for (std::uint32_t const nCodePoint : codePoints) {
-        FT_UInt const nGlyph = nCodePoint <= 0x10FFFF ? FT_Get_Char_Index(m_pFace, nCodePoint) : 0;
-        if (nGlyph != 0) {
-            m_characters.push_back({nCodePoint, nGlyph});
+        FontCharacter const character = Find(nCodePoint);
+        if (character.nGlyph != 0) {
+            m_characters.push_back(character);
         }
     }
     if (m_characters.size() > MaximumCharacters) {
@@ -127,6 +126,10 @@ bool FontFace::FindCharacters(std::vector<std::uint32_t> codePoints, Fault& faul
                                std::to_string(MaximumCharacters) + " allowed");
     }
     return true;
+}
+
+FontCharacter FontFace::Find(std::uint32_t nCodePoint) const {
+    return {nCodePoint, nCodePoint <= 0x10FFFF ? FT_Get_Char_Index(m_pFace, nCodePoint) : 0};
 }
 
 FT_GlyphSlot FontFace::LoadGlyph(FontCharacter const& character, FT_Int32 nFlags, Fault& fault) {

@@ -18,6 +18,9 @@ struct FontCharacter {
     FT_UInt nGlyph;
 };
 
+/** Of more characters only the first ones, by code point, are kerned. */
+constexpr std::size_t MaximumPairedCharacters = 1000;
+
 /** A face of a font file at one size, with the glyphs of it that are wanted. */
 class FontFace {
 public:
@@ -41,6 +44,15 @@ public:
     /** Gives a font this face's measures, its underline and the kerning of its glyphs. */
     bool Describe(Font& font, bool fUnderline, FT_Kerning_Mode kerning, Fault& fault) const;
 
+    /** What a code point is in this face; of glyph 0 when it has none. */
+    FontCharacter Find(std::uint32_t nCodePoint) const;
+    /**
+     * Gives a font the kerning of each of the first with each of the second characters. False, with a part of
+     * it set, without memory.
+     */
+    bool SetKerning(Font& font, FT_Kerning_Mode mode, std::vector<FontCharacter> const& firsts,
+                    std::vector<FontCharacter> const& seconds) const;
+
     /** Fails with a line about the file, or about a glyph of it. */
     bool Fail(Fault& fault, std::string const& what, std::string const& why = {}) const;
     bool Fail(Fault& fault, FontCharacter const& character, std::string const& what,
@@ -52,8 +64,6 @@ private:
     bool FindCharacters(std::vector<std::uint32_t> codePoints, Fault& fault);
     void SetUnderline(Font& font, bool fUnderline) const;
     bool SetKerning(Font& font, FT_Kerning_Mode mode) const;
-    bool SetKerning(Font& font, FT_Kerning_Mode mode, std::vector<FontCharacter> const& firsts,
-                    std::vector<FontCharacter> const& seconds) const;
     RealFloat ToPixels(int nUnits, FT_Kerning_Mode mode) const;
 
     ByteSpan m_bytes;
@@ -64,6 +74,11 @@ private:
     int m_nInstance = 0; ///< of a variable font, from 1
     std::vector<FontCharacter> m_characters;
 };
+
+/** How the kerning of glyph pictures is fitted to pixels. */
+inline FT_Kerning_Mode KerningOf(FontOptions const& options) {
+    return options.hinting ? FT_KERNING_DEFAULT : FT_KERNING_UNFITTED;
+}
 
 /** The nearest whole number of pixels to a distance in 64ths of a pixel. */
 int RoundToPixels(long long nDistance);

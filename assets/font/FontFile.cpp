@@ -2,6 +2,7 @@
 
 #include "file/FileBytes.h"
 #include "font/FontFace.h"
+#include "font/FontFileSource.h"
 #include "font/FontMeshes.h"
 #include "font/FontPages.h"
 
@@ -10,8 +11,6 @@
 namespace trevik::kelvo::assets {
 
 namespace {
-
-constexpr std::size_t MaximumFileBytes = std::size_t(64) << 20;
 
 template <class T>
 Ref<T> CreateFont(std::string const& name, char const* className, unsigned int nClassID,
@@ -35,15 +34,35 @@ Ref<T> WithinMemory(std::string const& name, Fault& fault, Make make) {
     }
 }
 
+/** Lets a font that has been made of a file get more glyphs of it. */
+template <class T>
+Ref<T> WithGlyphSource(Ref<T> const& pFont, std::vector<std::uint8_t> const& bytes, std::string const& path,
+                       FontOptions const& options, Fault& fault) {
+    if (!pFont || options.glyphMemory == 0) {
+        return pFont;
+    }
+    return WithinMemory<T>(path, fault, [&] {
+        Ref<GlyphSource> const pSource(new FontFileSource(path, {bytes.data(), bytes.size()}, options));
+        for (std::uint32_t const nCodePoint : options.codePoints) {
+            if (!pFont->GetGlyph(nCodePoint)) {
+                pSource->NoteLacking(nCodePoint);
+            }
+        }
+        GlyphSource::Attach(*pFont, pSource);
+        return pFont;
+    });
+}
+
 } // namespace
 
 Ref<BitmapFont> ReadBitmapFont(std::string const& path, FontOptions const& options,
                                ClassRegistry const& registry, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumFileBytes, bytes, fault)) {
+    if (!ReadFile(path, MaximumFontFileBytes, bytes, fault)) {
         return nullptr;
     }
-    return ReadBitmapFont({bytes.data(), bytes.size()}, path, options, registry, fault);
+    return WithGlyphSource(ReadBitmapFont({bytes.data(), bytes.size()}, path, options, registry, fault),
+                           bytes, path, options, fault);
 }
 
 Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOptions const& options,
@@ -61,8 +80,7 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
             return nullptr;
         }
         bool const fMade = MakeGlyphPictures(face, name, options, registry, *pFont, fault) &&
-                           face.Describe(*pFont, options.underline,
-                                         options.hinting ? FT_KERNING_DEFAULT : FT_KERNING_UNFITTED, fault);
+                           face.Describe(*pFont, options.underline, KerningOf(options), fault);
         return fMade ? pFont : nullptr;
     });
 }
@@ -70,10 +88,11 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
 Ref<PolygonalFont> ReadPolygonalFont(std::string const& path, FontOptions const& options,
                                      ClassRegistry const& registry, Fault& fault) {
     std::vector<std::uint8_t> bytes;
-    if (!ReadFile(path, MaximumFileBytes, bytes, fault)) {
+    if (!ReadFile(path, MaximumFontFileBytes, bytes, fault)) {
         return nullptr;
     }
-    return ReadPolygonalFont({bytes.data(), bytes.size()}, path, options, registry, fault);
+    return WithGlyphSource(ReadPolygonalFont({bytes.data(), bytes.size()}, path, options, registry, fault),
+                           bytes, path, options, fault);
 }
 
 Ref<PolygonalFont> ReadPolygonalFont(ByteSpan bytes, std::string const& name, FontOptions const& options,

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "image/Image.h"
+#include "kelvo_host/GlyphSource.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/BitmapFont.h"
@@ -29,6 +30,8 @@ struct FontOptions {
     bool hinting = true;
     /** Pages are square powers of two, as small as they can be and no larger than this, 4 .. 8192. */
     int maximumPageSize = 1024;
+    /** Bytes that glyphs made on demand may take (GlyphSource); with 0 none are. */
+    unsigned int glyphMemory = GlyphSource::DefaultMemoryLimit;
 };
 
 /**
@@ -46,8 +49,14 @@ bool FindFontFile(std::string const& family, std::string const& style, std::stri
  * have an advance, but neither a size nor a texture; texts make no instances of them.
  *
  * Kerning comes from the font's "GPOS" table (the feature "kern" of the two characters' script), or from its
- * "kern" table where "GPOS" does not kern that script; it is fitted to whole pixels when hinting is on. Of more
- * than 1000 glyphs only the first 1000, by code point, are paired.
+ * "kern" table where "GPOS" does not kern that script; it is fitted to whole pixels when hinting is on. Of
+ * more than 1000 glyphs only the first 1000, by code point, are paired.
+ *
+ * Glyphs on demand: the font has a GlyphSource, which reads the file again for characters that texts ask for
+ * later. What it makes of them is the same as if `codePoints` had had them, but that it lies on further
+ * pages, of 256 pixels a side at first, which are created through ClassRegistry::GetDefault(); and that only
+ * fonts of up to 1000 glyphs get more kerning. Kept beside a page is a copy while there is room on it. A file
+ * that has changed is not used.
  *
  * Makes no GL calls; any thread. Fails with null and one line that names the file and what is wrong: a file
  * that cannot be read, is larger than 64 MiB or no font, a face that it has not, options out of their range,
@@ -57,7 +66,7 @@ bool FindFontFile(std::string const& family, std::string const& style, std::stri
 Ref<BitmapFont> ReadBitmapFont(std::string const& path, FontOptions const& options,
                                ClassRegistry const& registry, Fault& fault);
 
-/** The same from memory; `name` stands for the path in messages. */
+/** The same from memory; `name` stands for the path in messages. Makes no glyphs on demand. */
 Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOptions const& options,
                                ClassRegistry const& registry, Fault& fault);
 
@@ -66,7 +75,7 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
  * than a tenth of a pixel away from them, cut into triangles that do not overlap. Glyph sizes are those of
  * the meshes' boxes, rounded outwards to whole pixels; glyphs without an area have an advance, but neither
  * a size nor a mesh. The font is created through `registry` ("PolygonalFont"). Kerning as for bitmap fonts,
- * but not fitted to pixels; `hinting` and `maximumPageSize` mean nothing here.
+ * but not fitted to pixels; glyphs on demand likewise; `hinting` and `maximumPageSize` mean nothing here.
  *
  * Makes no GL calls; any thread. Fails like ReadBitmapFont, and for a font without outlines, a glyph of more
  * than 65535 vertices or pixels across, one whose lines cross too often to be cut in good time, and more than
@@ -75,7 +84,7 @@ Ref<BitmapFont> ReadBitmapFont(ByteSpan bytes, std::string const& name, FontOpti
 Ref<PolygonalFont> ReadPolygonalFont(std::string const& path, FontOptions const& options,
                                      ClassRegistry const& registry, Fault& fault);
 
-/** The same from memory; `name` stands for the path in messages. */
+/** The same from memory; `name` stands for the path in messages. Makes no glyphs on demand. */
 Ref<PolygonalFont> ReadPolygonalFont(ByteSpan bytes, std::string const& name, FontOptions const& options,
                                      ClassRegistry const& registry, Fault& fault);
 

@@ -5,7 +5,6 @@
 
 #include <algorithm>
 #include <cmath>
-#include <memory>
 #include <new>
 #include <utility>
 
@@ -48,26 +47,40 @@ void SetBox(Glyph& glyph, GlyphMesh const& mesh) {
 
 /** Gives the glyph its mesh and size, unless the outline has no area. */
 bool MakeMesh(FontFace const& face, FT_Outline const& source, FontCharacter const& character, Glyph& glyph,
-              PolygonalFont& font, Fault& fault) {
+              std::unique_ptr<GlyphMesh>& pMesh, Fault& fault) {
     GlyphOutline outline;
-    std::unique_ptr<GlyphMesh> pMesh(new GlyphMesh);
+    std::unique_ptr<GlyphMesh> pMade(new GlyphMesh);
     std::string what;
     if (!FlattenOutline(source, Tolerance, MaximumMeshVertices, outline)) {
         return face.Fail(fault, character,
                          "is damaged or has more than " + std::to_string(MaximumMeshVertices) + " vertices");
     }
-    if (!CutIntoTriangles(outline, *pMesh, what)) {
+    if (!CutIntoTriangles(outline, *pMade, what)) {
         return face.Fail(fault, character, what);
     }
-    if (pMesh->m_indices.GetValue().IsEmpty()) {
-        return true;
+    if (!pMade->m_indices.GetValue().IsEmpty()) {
+        SetBox(glyph, *pMade);
+        pMesh = std::move(pMade);
     }
-    SetBox(glyph, *pMesh);
-    glyph.m_nMesh = font.AddMesh(pMesh.release());
-    return glyph.m_nMesh >= 0 || face.Fail(fault, "more glyphs with a mesh than the 32767 a font can have");
+    return true;
 }
 
-bool MakeGlyph(FontFace& face, FontCharacter const& character, PolygonalFont& font, Fault& fault) {
+bool AddGlyphMesh(FontFace& face, FontCharacter const& character, PolygonalFont& font, Fault& fault) {
+    Glyph glyph;
+    std::unique_ptr<GlyphMesh> pMesh;
+    if (!MakeGlyphMesh(face, character, font, glyph, pMesh, fault)) {
+        return false;
+    }
+    if (pMesh && (glyph.m_nMesh = font.AddMesh(pMesh.release())) < 0) {
+        return face.Fail(fault, "more glyphs with a mesh than the 32767 a font can have");
+    }
+    return font.AddGlyph(glyph) || face.Fail(fault, "not enough memory for its glyphs");
+}
+
+} // namespace
+
+bool MakeGlyphMesh(FontFace& face, FontCharacter const& character, PolygonalFont const& font, Glyph& glyph,
+                   std::unique_ptr<GlyphMesh>& pMesh, Fault& fault) {
     FT_GlyphSlot const pSlot = face.LoadGlyph(character, FT_LOAD_NO_BITMAP | FT_LOAD_NO_HINTING, fault);
     if (!pSlot) {
         return false;
@@ -75,17 +88,13 @@ bool MakeGlyph(FontFace& face, FontCharacter const& character, PolygonalFont& fo
     if (pSlot->format != FT_GLYPH_FORMAT_OUTLINE) {
         return face.Fail(fault, character, "is not an outline");
     }
-    Glyph glyph;
     glyph.m_nCodePoint = character.nCodePoint;
     glyph.m_nAdvance = RoundToPixels(pSlot->advance.x);
     glyph.m_rDivisorX = font.GetXPixelsPerEm();
     glyph.m_rDivisorY = font.GetYPixelsPerEm();
     return CheckSize(face, character, pSlot->outline, fault) &&
-           MakeMesh(face, pSlot->outline, character, glyph, font, fault) &&
-           (font.AddGlyph(glyph) || face.Fail(fault, "not enough memory for its glyphs"));
+           MakeMesh(face, pSlot->outline, character, glyph, pMesh, fault);
 }
-
-} // namespace
 
 bool MakeGlyphMeshes(FontFace& face, PolygonalFont& font, Fault& fault) {
     if (!face.HasOutlines()) {
@@ -93,7 +102,7 @@ bool MakeGlyphMeshes(FontFace& face, PolygonalFont& font, Fault& fault) {
     }
     std::vector<FontCharacter> const& characters = face.GetCharacters();
     return std::all_of(characters.begin(), characters.end(), [&](FontCharacter const& character) {
-        return MakeGlyph(face, character, font, fault);
+        return AddGlyphMesh(face, character, font, fault);
     });
 }
 

@@ -1,6 +1,7 @@
 #include "trevik/kelvo/Font.h"
 
 #include "kelvo/storage/FontStorage.h"
+#include "kelvo_host/GlyphSource.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -33,6 +34,7 @@ Font::Font(unsigned int nFactoryClassID) : m_nFactoryClassID(nFactoryClassID), m
 }
 
 Font::~Font() {
+    GlyphSource::Attach(*this, nullptr);
     for (Glyph* pGlyph : m_glyphs) {
         delete pGlyph;
     }
@@ -102,6 +104,7 @@ bool Font::LoadContents(Deserializer& deserializer, unsigned int nMeshCount) {
     m_kerning.Swap(kerning);
     SetGlyphs(glyphs.m_list);
     ++m_nRevision;
+    GlyphSource::Attach(*this, nullptr); // its glyphs are those of another font
     return true;
 }
 

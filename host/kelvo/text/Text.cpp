@@ -263,7 +263,7 @@ void Text::DropGlyphs() {
 }
 
 void Text::GetLayoutInput(TextLayoutInput& input) const {
-    Font const& font = *m_pFont;
+    Font& font = *m_pFont;
     SizeT<RealFloat> const& fontSize = m_fontSize.GetValue();
     RealFloat const rTabWidth = m_tabWidth.GetValue();
     input.m_sText = m_text.GetValue();
@@ -292,7 +292,11 @@ bool Text::ReplaceLayout(TextLayoutInput const& input) {
     if (!m_pLayout) {
         m_pLayout = new (std::nothrow) TextLayout;
     }
-    if (!m_pLayout || !m_pLayout->Make(input, m_cornerColors, m_instances, m_batches)) {
+    bool const fMade = m_pLayout && m_pLayout->Make(input, m_cornerColors, m_instances, m_batches);
+    if (m_pLayout) {
+        m_nFontRevision = m_pLayout->GetFontRevision(); // it may have got glyphs for this text
+    }
+    if (!fMade) {
         return false;
     }
     m_fShortOfMemory = false;

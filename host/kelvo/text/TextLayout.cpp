@@ -1,5 +1,6 @@
 #include "TextLayout.h"
 
+#include "kelvo_host/GlyphSource.h"
 #include "trevik/kelvo/Font.h"
 #include "trevik/kelvo/Text.h"
 
@@ -45,8 +46,8 @@ bool TextLayout::Make(TextLayoutInput const& input, ColorT<RealFloat> const* pCo
                       List<GlyphInstance>& instances, List<GlyphBatch>& batches) {
     m_fMade = false;
     m_input = input;
-    if (!ReadCharacters() || !BreakLines() || !GroupGlyphs() || !batches.Reserve(m_groups.GetCount()) ||
-        !instances.Resize(PlaceGroups())) {
+    if (!ReadCharacters() || (m_fMissing && !ReadMissingGlyphs()) || !BreakLines() || !GroupGlyphs() ||
+        !batches.Reserve(m_groups.GetCount()) || !instances.Resize(PlaceGroups())) {
         return false;
     }
     // From here on nothing can fail.
@@ -63,6 +64,7 @@ bool TextLayout::ReadCharacters() {
     m_items.Clear();
     m_pLast = nullptr;
     m_fFallbackFound = false;
+    m_fMissing = false;
     LineBreaker breaker;
     if (!m_items.Reserve(static_cast<unsigned int>(nLength))) {
         return false;
@@ -79,6 +81,17 @@ bool TextLayout::ReadCharacters() {
         m_items.Append(item);
     }
     return true;
+}
+
+/** Has glyphs made that the font lacks, and reads the text again when there are some. */
+bool TextLayout::ReadMissingGlyphs() {
+    Font& font = *m_input.m_pFont;
+    if (Ref<GlyphSource> const pSource = GlyphSource::Find(font)) {
+        pSource->Complete(m_input.m_sText);
+    }
+    bool const fSame = font.GetRevision() == m_input.m_nFontRevision;
+    m_input.m_nFontRevision = font.GetRevision();
+    return fSame || ReadCharacters();
 }
 
 void TextLayout::ReadGlyph(Item& item, unsigned int nCodePoint) {
@@ -106,7 +119,11 @@ void TextLayout::ReadGlyph(Item& item, unsigned int nCodePoint) {
 
 Glyph const* TextLayout::FindGlyph(unsigned int nCodePoint, CharacterClass characterClass) {
     Glyph const* pGlyph = m_input.m_pFont->GetGlyph(nCodePoint);
-    if (!pGlyph && IsSpace(characterClass)) {
+    if (pGlyph) {
+        return pGlyph;
+    }
+    m_fMissing = true;
+    if (IsSpace(characterClass)) {
         pGlyph = m_input.m_pFont->GetGlyph(0x20);
     }
     return pGlyph ? pGlyph : FindFallback();

@@ -16,7 +16,7 @@ class Font;
 /** Everything that a layout depends on. All numbers are finite. */
 struct TextLayoutInput {
     StringEncoded<UTF16Encoding> m_sText;
-    Font const* m_pFont = nullptr;
+    Font* m_pFont = nullptr;
     unsigned int m_nFontRevision = 0;
     bool m_fMeshes = false;     ///< the font's glyphs are meshes
     bool m_fUnderlined = false; ///< its glyphs are underlined, even those that show nothing themselves
@@ -49,7 +49,8 @@ public:
     void Forget() { m_fMade = false; }
     /**
      * Replaces instances and batches by those of a new layout, with the four colours at the corners of all
-     * glyphs. False, with these and the layout's measures unchanged, when out of memory.
+     * glyphs. False, with these and the layout's measures unchanged, when out of memory. Glyphs that the font
+     * lacks are asked for first (GlyphSource).
      */
     bool Make(TextLayoutInput const& input, ColorT<RealFloat> const* pColors, List<GlyphInstance>& instances,
               List<GlyphBatch>& batches);
@@ -57,6 +58,8 @@ public:
     /** Least x and y, greatest x and y of lines and glyphs, in font pixels; all 0 without glyphs. */
     RectangleT<RealFloat> const& GetBounds() const { return m_bounds; }
     unsigned int GetLineCount() const { return m_nLines; }
+    /** The font's revision that the last layout was made from, the glyphs included that it has asked for. */
+    unsigned int GetFontRevision() const { return m_input.m_nFontRevision; }
     unsigned int GetByteSize() const;
 
 private:
@@ -97,6 +100,7 @@ private:
     };
 
     bool ReadCharacters();
+    bool ReadMissingGlyphs();
     void ReadGlyph(Item& item, unsigned int nCodePoint);
     Glyph const* FindGlyph(unsigned int nCodePoint, CharacterClass characterClass);
     Glyph const* FindFallback();
@@ -132,6 +136,7 @@ private:
     Glyph const* m_pLast = nullptr;     ///< the glyph before, for kerning
     Glyph const* m_pFallback = nullptr; ///< for code points without a glyph
     bool m_fFallbackFound = false;      ///< it has been looked for
+    bool m_fMissing = false;            ///< there is a code point without a glyph
 };
 
 } // namespace trevik::kelvo

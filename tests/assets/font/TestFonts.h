@@ -61,6 +61,10 @@ private:
     FT_Face m_pFace = nullptr;
 };
 
+/** Lets this many further calls of operator new on this thread succeed, until FailNewNever. */
+void FailNewAfter(unsigned int nAllocations);
+void FailNewNever();
+
 /** All code points of a range that ends with `nLast`. */
 inline std::vector<std::uint32_t> Range(std::uint32_t nFirst, std::uint32_t nLast) {
     std::vector<std::uint32_t> codePoints(nLast - nFirst + 1);

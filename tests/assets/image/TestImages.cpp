@@ -10,9 +10,14 @@
 #include <new>
 
 static thread_local std::size_t t_nLargestAllocation = 0;
+static thread_local long t_nAllowed = -1; // any number
 
 void* operator new(std::size_t size, std::nothrow_t const&) noexcept {
     t_nLargestAllocation = std::max(t_nLargestAllocation, size);
+    if (t_nAllowed == 0) {
+        return nullptr;
+    }
+    t_nAllowed -= t_nAllowed > 0;
     return std::malloc(size ? size : 1);
 }
 void* operator new(std::size_t size) {
@@ -32,6 +37,13 @@ namespace trevik::kelvo::assets::testing {
 
 std::size_t& LargestAllocation() {
     return t_nLargestAllocation;
+}
+
+void FailNewAfter(unsigned int nAllocations) {
+    t_nAllowed = static_cast<long>(nAllocations);
+}
+void FailNewNever() {
+    t_nAllowed = -1;
 }
 
 Bytes PngOf(int nChannels, int width, int height, Bytes const& pixels) {
