@@ -8,6 +8,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <filesystem>
 #include <new>
 #include <utility>
 
@@ -54,8 +55,8 @@ struct FontFileSource::NewGlyph {
 };
 
 FontFileSource::FontFileSource(std::string const& path, ByteSpan bytes, FontOptions const& options)
-    : GlyphSource(ToString16(BaseName(path))), m_path(path), m_options(options),
-      m_nFingerprint(Fingerprint(bytes)) {
+    : GlyphSource(ToString16(BaseName(path))), m_path(std::filesystem::absolute(path).string()),
+      m_options(options), m_nFingerprint(Fingerprint(bytes)) {
     m_options.codePoints = {};
     SetMemoryLimit(options.glyphMemory);
 }

@@ -284,7 +284,8 @@ void SceneFonts::Use(JsonCursor const& place, Text& text) {
     found->second.texts.emplace_back(&text);
 }
 
-void SceneFonts::Make() {
+std::vector<Ref<Font>> SceneFonts::Make() {
+    std::vector<Ref<Font>> used;
     for (auto& [name, description] : m_fonts) {
         if (!description.fRead) {
             continue;
@@ -294,7 +295,11 @@ void SceneFonts::Make() {
         for (Ref<Text> const& pText : description.texts) {
             pText->SetFont(pFont.Get());
         }
+        if (pFont && !description.texts.empty()) {
+            used.push_back(pFont);
+        }
     }
+    return used;
 }
 
 Ref<Font> SceneFonts::MakeFont(Description& description) {

@@ -37,8 +37,9 @@ public:
     /** Lets `text` be set in the font whose name stands at `place`. Throws a Fault when there is none. */
     void Use(JsonCursor const& place, Text& text);
 
-    /** Makes the fonts and gives them to their texts; notes or throws what is wrong. */
-    void Make();
+    /** Makes the fonts and gives them to their texts; notes or throws what is wrong. Those that texts have.
+     */
+    std::vector<Ref<Font>> Make();
 
 private:
     /** A character that a font shows as a picture. */

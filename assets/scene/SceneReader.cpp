@@ -2,6 +2,7 @@
 
 #include "file/FileBytes.h"
 #include "file/FileNotes.h"
+#include "kelvo_host/GlyphSource.h"
 #include "scene/JsonCursor.h"
 #include "scene/SceneColors.h"
 #include "scene/SceneFonts.h"
@@ -83,8 +84,11 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
     }
 }
 
-/** Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. */
-void BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
+/**
+ * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any.
+ * Returns the fonts of its texts.
+ */
+std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
     bool const fKnown = root.Attempt([&] {
         root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "camera", "textures",
@@ -105,15 +109,38 @@ void BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     if (fKnown || root.Find("nodes")) {
         root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frames); });
     }
-    fonts.Make();
     scene.SetRoot(pRoot);
+    return fonts.Make();
 }
 
-/** Saves `built` and loads what was saved into `scene`. */
-bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry, Scene& scene,
-            Fault& fault) {
+/** A font and its index in the document. */
+struct SavedFont {
+    Ref<Font> pFont;
+    int nFont;
+};
+
+/** Loaded fonts are others than those that were saved, but get their glyphs from the same files. */
+void HandOverGlyphSources(std::vector<SavedFont> const& fonts, Deserializer& deserializer) {
+    for (SavedFont const& saved : fonts) {
+        Ref<GlyphSource> const pSource = GlyphSource::Find(*saved.pFont);
+        Ref<Font> const pLoaded = pSource ? deserializer.GetFont(saved.nFont) : nullptr;
+        if (pLoaded) {
+            GlyphSource::Attach(*saved.pFont, nullptr);
+            GlyphSource::Attach(*pLoaded, pSource);
+        }
+    }
+}
+
+/** Saves `built`, whose texts have these fonts, and loads what was saved into `scene`. */
+bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string const& name,
+            ClassRegistry& registry, Scene& scene, Fault& fault) {
     Serializer serializer;
-    Ref<DocumentNode> const pDocument = built.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
+    bool const fSaved = built.Save(serializer);
+    std::vector<SavedFont> savedFonts;
+    for (Ref<Font> const& pFont : fonts) {
+        savedFonts.push_back({pFont, fSaved ? serializer.GetFontIndex(pFont.Get()) : -1});
+    }
+    Ref<DocumentNode> const pDocument = fSaved ? serializer.Finish() : Ref<DocumentNode>();
     if (!pDocument) {
         return Fail(fault, name, "the scene cannot be saved into a document");
     }
@@ -122,6 +149,7 @@ bool Reload(Scene const& built, std::string const& name, ClassRegistry& registry
         String8 const reason(deserializer.GetError());
         return Fail(fault, name, "the scene cannot be loaded from its document", reason.GetData());
     }
+    HandOverGlyphSources(savedFonts, deserializer);
     return true;
 }
 
@@ -134,8 +162,8 @@ bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene
         }
         ExpandTemplates(source);
         Scene built;
-        BuildScene(JsonCursor(source), registry, built);
-        if (source.faults.Get().empty() && !Reload(built, source.name, registry, scene, fault)) {
+        std::vector<Ref<Font>> const fonts = BuildScene(JsonCursor(source), registry, built);
+        if (source.faults.Get().empty() && !Reload(built, fonts, source.name, registry, scene, fault)) {
             throw Fault(fault);
         }
     } catch (Fault const& last) {

@@ -13,6 +13,7 @@ class Font;
 
 /** A glyph that a font is asked for, and what has become of it. */
 struct TREVIK_API GlyphRequest {
+    /** What has become of it. */
     enum Outcome {
         Failed,   ///< not now, as without memory: asked for again by the next layout that needs it
         Made,     ///< the font has it
@@ -21,22 +22,22 @@ struct TREVIK_API GlyphRequest {
         NoRoom    ///< it would exceed the memory limit: asked for again once the limit has been raised
     };
 
-    unsigned int m_nCodePoint = 0;
-    Outcome m_outcome = Failed;
-    Fault m_fault; ///< why, for what has Failed or is Unusable; empty when memory is short
+    unsigned int m_nCodePoint = 0; ///< the character
+    Outcome m_outcome = Failed;    ///< set by who makes the glyph
+    Fault m_fault;                 ///< why, for what has Failed or is Unusable; empty when memory is short
 };
 
 /**
  * Makes glyphs of characters that a font does not have yet. Fonts that are made of font files by their paths
  * have one that reads the file again (assets/font/FontFile.h); an application may attach one of its own.
  *
- * Texts ask it by themselves: a text whose string has changed, in code or by an animation, is laid out at the
- * next update, or when its measures are asked for, and glyphs that its font lacks are made on the way, before
- * the frame is drawn. A text whose characters are all there never asks. What cannot be had shows the font's
- * U+FFFD or "?", as ever, and is traced once a character: "[kelvo] font DejaVuSans.ttf has no glyph for
- * U+4E2D". To have the glyphs before they are needed, as while a scene loads, call Complete.
+ * Texts ask it by themselves: a text whose string has changed is laid out at the next update, or when its
+ * measures are asked for, and glyphs that its font lacks are made on the way, before the frame is drawn. A
+ * text whose characters are all there never asks. What cannot be had shows the font's U+FFFD or "?", as ever,
+ * and is traced once a character: "[kelvo] font DejaVuSans.ttf has no glyph for U+4E2D". To have the glyphs
+ * before they are needed, as while a scene loads, call Complete.
  *
- * Render thread, except for what a font holds: fonts may go on any thread that may let go of their textures.
+ * Render thread; Attach and Find any thread, so that fonts can be made on others.
  */
 class TREVIK_API GlyphSource : public Referenced {
 public:
@@ -64,7 +65,9 @@ public:
      */
     bool Complete(StringEncoded<UTF16Encoding> const& sText);
 
+    /** What stands for the font in traces. */
     StringEncoded<UTF16Encoding> const& GetName() const { return m_sName; }
+    /** Bytes that glyphs may take, DefaultMemoryLimit at first. */
     unsigned int GetMemoryLimit() const { return m_nMemoryLimit; }
     /**
      * Glyphs that have been made stay, even above the limit. When the limit is raised, characters that found

@@ -43,6 +43,32 @@ TEST(SceneReader, SaysWhereAndWhyASceneIsWrong) {
     }
 }
 
+// Fonts of files, of pictures and of meshes; one has a glyph that is a picture, and one is of a description.
+TEST(SceneReader, FontsOfFilesMakeTheGlyphsOfTextsThatChange) {
+    char const* const pScene = R"({
+        "fonts": {"pictures": {"family": "DejaVu Sans", "images": {"☀": "plain.png"}},
+                  "outlines": {"family": "DejaVu Serif", "kind": "outline"},
+                  "unused": {"family": "DejaVu Sans Mono"},
+                  "described": {"file": "title.fnt"}},
+        "nodes": [{"class": "Text", "name": "a", "font": "pictures", "Text": "☀ sun"},
+                  {"class": "Text", "name": "b", "font": "outlines", "Text": "sun"},
+                  {"class": "Text", "name": "c", "font": "described", "Text": "12"}]})";
+    ClassRegistry registry; // the default, by which pages are created
+    RegisterBackend(registry);
+    Scene scene;
+    Fault fault;
+    ASSERT_TRUE(ReadScene(pScene, Folder, scene, fault)) << fault.GetText();
+    for (char16_t const* pName : {u"a", u"b"}) {
+        Text* const pText = static_cast<Text*>(scene.GetRoot()->FindNode(pName));
+        pText->GetTextProperty().SetValue(u"☀ Солнце");
+        RectangleT<RealFloat> rectangle;
+        pText->GetTextRenderRect(rectangle);
+        EXPECT_TRUE(pText->GetFont()->GetGlyph(0x446));
+        EXPECT_EQ(pText->GetFont()->GetGlyph(0x2600)->m_fImage, pName[0] == u'a');
+    }
+    EXPECT_FALSE(GlyphSource::Find(*static_cast<Text*>(scene.GetRoot()->FindNode(u"c"))->GetFont()));
+}
+
 /** So many texts, in which "%" is their number, each on a line of its own. */
 std::string Repeat(int nCount, std::string const& text, char const* pBetween = ",\n") {
     std::string all;
