@@ -47,11 +47,9 @@ std::string GetSceneText(std::string const& family) {
     for (std::size_t n = 0; n < std::size(PanelNames); ++n) {
         nodes += GetPanelScene(PanelNames[n], TabWidths[n]) + ",";
     }
-    // Names and messages may be in any language; of scripts without end there is the question mark.
     return R"({"camera": {"Orthographic": true, "Position": [0, 0, 10], "Near": 1, "Far": 100},
         "fonts": {"font": {"family": ")" +
-           family + R"(", "size": 13, "ranges": ["U+00A1-U+017F", "U+0370-U+03FF",
-            "U+0400-U+045F", "U+2010-U+2026"]}},
+           family + R"(", "size": 13}},
         "nodes": [)" +
            nodes + R"(
             {"class": "TransformNode", "name": "tracks", "Visible": false, "children": [
