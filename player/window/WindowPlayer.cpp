@@ -75,6 +75,12 @@ int WindowPlayer::Complain(int nExitCode, std::string const& what) const {
     return nExitCode;
 }
 
+void WindowPlayer::Tell(std::string const& what) const {
+    if (m_options.fVerbose) {
+        Complain(ExitSuccess, what);
+    }
+}
+
 FrameRange WindowPlayer::GetFrames() const {
     SceneSettings const& settings = m_pView->GetScene().scene.GetSettings();
     return m_options.frames.value_or(FrameRange{settings.m_nFirstFrame, settings.m_nLastFrame});
@@ -83,8 +89,13 @@ FrameRange WindowPlayer::GetFrames() const {
 int WindowPlayer::Run() {
     NoteInterrupts();
     Debug::SetMinimumLevel(static_cast<TraceLevel::Enum>(m_options.nLogLevel));
-    int const nExitCode = Open();
-    return nExitCode == ExitSuccess ? Play() : nExitCode;
+    int nExitCode = Open();
+    if (nExitCode == ExitSuccess) {
+        nExitCode = Play();
+        Tell(std::to_string(m_nShownFrames) + " frames shown, " + std::to_string(m_clock->GetLateFrames()) +
+             " left out as late; draws of the last one: " + std::to_string(m_pView->GetDraws()));
+    }
+    return nExitCode;
 }
 
 /** Everything up to the first frame. */
@@ -113,9 +124,7 @@ int WindowPlayer::Open() {
     if (!m_pView->Show(std::move(pScene), IsFollowing() ? m_window.GetSize() : size, fault)) {
         return Complain(ExitDevice, fault.GetText());
     }
-    if (m_options.fVerbose) {
-        Complain(ExitSuccess, "drawn with " + GetRenderer());
-    }
+    Tell("drawn with " + GetRenderer());
     m_pReader = std::make_unique<BackgroundReader>(m_options.scene, m_backend, Wake);
     return m_pReader->Start(m_options.fWatch, files, since, fault) ? ExitSuccess
                                                                    : Complain(ExitDevice, fault.GetText());
@@ -147,6 +156,7 @@ int WindowPlayer::Play() {
 
 void WindowPlayer::Show(Time now) {
     m_fChanged = false;
+    ++m_nShownFrames;
     m_nShownFrame = m_clock->GetFrame();
     m_texts.NoteFrame(now);
     Fault fault;

@@ -50,6 +50,7 @@ private:
     /** Whether the surface gets the window's size. */
     bool IsFollowing() const { return !m_options.size && m_options.scene != "-"; }
     int Complain(int nExitCode, std::string const& what) const;
+    void Tell(std::string const& what) const;
 
     Options const& m_options;
     Backend m_backend;
@@ -63,6 +64,7 @@ private:
     std::optional<int> m_exitCode;    ///< once it is to end
     std::optional<Time> m_resizeTime; ///< when the window's new size counts as the last one
     bool m_fChanged = true;           ///< what is shown is not what there is to see
+    unsigned long m_nShownFrames = 0; ///< so far, each as often as it was drawn
     int m_nShownFrame = 0;
     unsigned int m_nNodes = 0; ///< of the scene
     bool m_fOverlay = true;    ///< texts are drawn, as there is a font

@@ -260,6 +260,14 @@ TEST_F(WindowX11, ShowsTheSceneAnewWhenItIsSavedAndKeepsTheOldOneWhileItHasFault
     EXPECT_EQ(ended.errors.find("kelvo-player: " + m_folder.Path("scene.json") + ":"), 0u) << ended.errors;
 }
 
+TEST_F(WindowX11, EndsAfterTheLastFrameWhereItIsAskedTo) {
+    Run({"SDL_VIDEODRIVER=x11"}, {"--once", "--verbose", "--log-level", "none"});
+    Outcome const ended = m_pPlayer->Get();
+    EXPECT_EQ(ended.nExitCode, 0);
+    EXPECT_NE(ended.errors.find(" left out as late; draws of the last one: 1\n"), std::string::npos)
+        << ended.errors;
+}
+
 /** A Wayland compositor in a window of the X server, with the player's window all over it. */
 class WindowWayland : public WindowX11 {
 protected:
