@@ -68,6 +68,22 @@ Easing ReadEasing(JsonCursor const& place) {
     return Easing(numbers[0], numbers[1], numbers[2], numbers[3]);
 }
 
+bool IsAnimation(JsonCursor const& place) {
+    return place.Is(JsonValue::Kind::Object);
+}
+
+RealFloat AnimationReader::Turn(std::string const& name, std::size_t nComponent, RealFloat value) const {
+    if (!m_frames.fYDown) {
+        return value;
+    }
+    if (nComponent == 1 && name == "Position") {
+        return m_frames.top - value;
+    }
+    // Turned over, a rotation about y goes on as it was, and those about x and z go the other way.
+    bool const fOpposite = nComponent == 1 ? name == "Pivot" || name == "ShadowOffset" : name == "Rotation";
+    return fOpposite ? 0 - value : value;
+}
+
 void AnimationReader::Spend(JsonCursor const& place, std::size_t nFrames, std::size_t nAdded) const {
     if (nFrames > MaximumSamples) {
         place.Fail("expected at most " + std::to_string(MaximumSamples) + " frames, found " +

@@ -3,11 +3,14 @@
 #include "scene/JsonCursor.h"
 #include "scene/PropertyValues.h"
 #include "trevik/List.h"
+#include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Interpolate.h"
+#include "trevik/kelvo/NodeVisitor.h"
 #include "trevik/kelvo/PropertyTraits.h"
 
 #include <algorithm>
 #include <string>
+#include <type_traits>
 
 namespace trevik::kelvo::assets {
 
@@ -23,6 +26,8 @@ constexpr unsigned int MaximumSamples = 100000;
 struct AnimationFrames {
     RealFloat delay = RealFloat(1) / 30; ///< seconds from frame to frame
     int nLater = 0;                      ///< frames by which everything there begins later
+    bool fYDown = false;                 ///< the scene's y points down, and what is read is turned over
+    RealFloat top = 0;                   ///< then: where the upper edge of what the node lies in is
 };
 
 /** A way from 0 to 1: a function that has a name, or a curve of CSS. */
@@ -66,6 +71,9 @@ struct Samples {
     int GetEnd() const { return nStart + static_cast<int>(values.GetCount()) - 1; }
 };
 
+/** Whether what stands at `place` drives a property frame by frame. */
+bool IsAnimation(JsonCursor const& place);
+
 /**
  * Reads animations of properties: an object with one value per frame ("samples") or with key frames ("keys"),
  * which become one value per frame. Throws a Fault.
@@ -77,6 +85,14 @@ public:
 
     template <class T>
     Samples<T> Read(JsonCursor const& place, std::string const& name) const;
+    /** The same of what may be a single value, too, which becomes a single frame. */
+    template <class T>
+    Samples<T> ReadSteady(JsonCursor const& place, std::string const& name) const;
+    /** One value, which is none of an animation's. */
+    template <class T>
+    T ReadOne(JsonCursor const& place, std::string const& name) const;
+    /** A component of a property that a scene file gives, turned over where y points down. */
+    RealFloat Turn(std::string const& name, std::size_t nComponent, RealFloat value) const;
 
     /** Takes the `nAdded` latest frames of an animation of `nFrames` out of the budget. */
     void Spend(JsonCursor const& place, std::size_t nFrames, std::size_t nAdded) const;
@@ -126,6 +142,26 @@ Samples<T> AnimationReader::Read(JsonCursor const& place, std::string const& nam
 }
 
 template <class T>
+Samples<T> AnimationReader::ReadSteady(JsonCursor const& place, std::string const& name) const {
+    if (IsAnimation(place)) {
+        return Read<T>(place, name);
+    }
+    Samples<T> samples;
+    samples.Append(place, ReadOne<T>(place, name));
+    return samples;
+}
+
+template <class T>
+T AnimationReader::ReadOne(JsonCursor const& place, std::string const& name) const {
+    T value{};
+    ReadValue(place, name, value);
+    if constexpr (std::is_same_v<T, Vector3T<RealFloat>>) {
+        value = Vector3T<RealFloat>(Turn(name, 0, value.x), Turn(name, 1, value.y), Turn(name, 2, value.z));
+    }
+    return value;
+}
+
+template <class T>
 void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& name,
                                   Samples<T>& samples) const {
     place.CheckNames({"samples", "start", "repeat", "delay"});
@@ -136,9 +172,7 @@ void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& na
     }
     Spend(list, nCount, nCount);
     for (std::size_t n = 0; n < nCount; ++n) {
-        T value{};
-        ReadValue(list.GetItem(n), name, value);
-        samples.Append(list, value);
+        samples.Append(list, ReadOne<T>(list.GetItem(n), name));
     }
 }
 
@@ -147,7 +181,7 @@ AnimationReader::Key<T> AnimationReader::ReadKey(JsonCursor const& place, std::s
     place.ReadObject("a key: an object with \"frame\" and \"value\"");
     place.CheckNames({"frame", "time", "value", "ease"});
     Key<T> key{ReadFrame(place), T{}, Easing()};
-    ReadValue(place.Require("value"), name, key.value);
+    key.value = ReadOne<T>(place.Require("value"), name);
     if (std::optional<JsonCursor> const ease = place.Find("ease")) {
         key.easing = ReadEasing(*ease);
     }
@@ -212,6 +246,16 @@ void AnimationReader::Repeat(JsonCursor const& place, Samples<T>& samples) const
             samples.Append(*repeat, T(samples.values[nFrame]));
         }
         samples.Append(*repeat, last);
+    }
+}
+
+/** Has samples drive a property. */
+template <class T>
+void Give(JsonCursor const& place, Samples<T> const& samples, BaseProperty<T>& property) {
+    Ref<Controller<T>> const pController(
+        SampleController<T>::Create(samples.nStart, samples.values.GetData(), samples.values.GetCount()));
+    if (!property.AddController(pController)) {
+        place.FailFinally("there is not enough memory");
     }
 }
 

@@ -1,5 +1,6 @@
 #include "scene/SceneNodes.h"
 
+#include "scene/ScenePlacement.h"
 #include "scene/SceneValues.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Effect.h"
@@ -48,14 +49,17 @@ std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
 
 /** The keys that are no properties, by kind of node. */
 std::vector<std::string> GetKeys(Node const& node) {
-    std::vector<std::string> keys = {"class",   "name", "children", "masks",
-                                     "effects", "clip", "delay",    "stagger"};
+    std::vector<std::string> keys = {"class", "name",  "children", "masks", "effects",
+                                     "clip",  "delay", "stagger",  "layout"};
     if (node.IsKindOf(Timeline::ClassID)) {
         keys.insert(keys.end(), {"frameRate", "playing", "timeMap", "camera"});
     } else if (node.IsKindOf(Sprite::ClassID)) {
-        keys.push_back("texture");
+        keys.insert(keys.end(), {"texture", "anchor"});
+        if (node.GetFactoryClassID() == HashName("NinePatchSprite")) {
+            keys.push_back("stretchTo");
+        }
     } else if (node.IsKindOf(Text::ClassID)) {
-        keys.insert(keys.end(), {"font", "background"});
+        keys.insert(keys.end(), {"font", "background", "anchor"});
     } else if (node.IsKindOf(Camera::ClassID)) {
         keys.push_back("lens");
     }
@@ -134,7 +138,7 @@ void SetUpLens(JsonCursor const& lens, Camera& camera) {
                            !centred || centred->ReadBool());
 }
 
-Ref<Mask> ReadMask(JsonCursor const& place) {
+Ref<Mask> ReadMask(JsonCursor const& place, std::optional<RealFloat> top) {
     std::string const what = "a mask: an array of 3-number corners, three to a triangle";
     std::size_t const nCorners = place.ReadCount(what);
     if (nCorners == 0 || nCorners % 3 != 0 || nCorners > MaximumMaskVertices) {
@@ -142,24 +146,27 @@ Ref<Mask> ReadMask(JsonCursor const& place) {
     }
     List<Vector3T<RealFloat>> vertices;
     for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
-        RequireMemory(place, vertices.Append(ReadVector3(place.GetItem(nCorner))));
+        Vector3T<RealFloat> vertex = ReadVector3(place.GetItem(nCorner));
+        vertex.y = top ? *top - vertex.y : vertex.y;
+        RequireMemory(place, vertices.Append(vertex));
     }
     Ref<Mask> pMask(new Mask);
     RequireMemory(place, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
     return pMask;
 }
 
-/** A mask that is a rectangle: left and lower edge, width and height. */
-Ref<Mask> ReadClip(JsonCursor const& place) {
-    place.ReadCount("4 numbers: left and lower edge, width, height", 4);
+/** A mask that is a rectangle: left and lower edge or, where y points down, upper edge, width and height. */
+Ref<Mask> ReadClip(JsonCursor const& place, std::optional<RealFloat> top) {
+    place.ReadCount("4 numbers: x and y of a corner, width, height", 4);
     RealFloat sides[4] = {};
     for (std::size_t n = 0; n < 4; ++n) {
         ReadValue(place.GetItem(n), "clip", sides[n]);
     }
     RealFloat const right = sides[0] + sides[2];
-    RealFloat const top = sides[1] + sides[3];
-    Vector3T<RealFloat> const corners[] = {{sides[0], sides[1], 0}, {right, sides[1], 0}, {sides[0], top, 0},
-                                           {sides[0], top, 0},      {right, sides[1], 0}, {right, top, 0}};
+    RealFloat const bottom = top ? *top - sides[1] - sides[3] : sides[1];
+    RealFloat const upper = bottom + sides[3];
+    Vector3T<RealFloat> const corners[] = {{sides[0], bottom, 0}, {right, bottom, 0}, {sides[0], upper, 0},
+                                           {sides[0], upper, 0},  {right, bottom, 0}, {right, upper, 0}};
     Ref<Mask> const pMask(new Mask);
     RequireMemory(place, pMask->SetTriangles(corners, 6));
     return pMask;
@@ -248,17 +255,36 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, AnimationFrames const& f
         own.nLater += ReadFrames(place, "delay");
         CheckLater(place, own.nLater);
     });
+    Ref<Node> pParent = pNode ? pNode : Ref<Node>(new TransformNode); // of the children
     if (pNode) {
         ReadParts(place, *pNode, own);
-        if (pNode->IsKindOf(Timeline::ClassID)) { // whose children live in frames of their own
-            own = AnimationFrames{static_cast<Timeline&>(*pNode).GetFrameDelay(), 0};
+        if (pNode->GetFactoryClassID() == HashName("NinePatchSprite")) {
+            place.Attempt([&] { pParent = ReadStretched(place, static_cast<Sprite&>(*pNode), own); });
         }
+        if (pNode->IsKindOf(Timeline::ClassID)) { // whose children live in frames of their own
+            own = AnimationFrames{static_cast<Timeline&>(*pNode).GetFrameDelay(), 0, frames.fYDown, 0};
+        }
+        own.top = GetHeight(*pParent);
     }
     if (std::optional<JsonCursor> const children = place.Find("children")) {
-        Ref<Node> const pParent = pNode ? pNode : Ref<Node>(new TransformNode);
         place.Attempt([&] { ReadChildren(*children, *pParent, own, ReadFrames(place, "stagger")); });
     }
+    place.Attempt([&] {
+        m_layout.Add(place, *pParent, frames.fYDown ? std::optional<RealFloat>(own.top) : std::nullopt);
+    });
     return pNode;
+}
+
+/** Stretches a sprite as its description asks for. Answers what its children hang below. */
+Ref<Node> SceneNodes::ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames) {
+    Ref<TransformNode> const pBelow =
+        ReadStretch(place, sprite, AnimationReader(frames, m_budget), frames.fYDown);
+    if (!pBelow) {
+        return Ref<Node>(&sprite);
+    }
+    sprite.Attach(pBelow.Get());
+    RequireMemory(place, pBelow->GetParent() == &sprite);
+    return Ref<Node>(pBelow.Get());
 }
 
 /** Reads all of a node but its children. */
@@ -266,20 +292,28 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames 
     if (node.IsKindOf(Camera::ClassID)) {
         ReadLens(place, static_cast<Camera&>(node));
     }
+    TransformNode* const pTransform = node.GetTransformNode();
+    if (frames.fYDown && pTransform) { // until its place is read
+        pTransform->GetPositionProperty().SetValue(Vector3T<RealFloat>(0, frames.top, 0));
+    }
     bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node), frames);
     ReadName(place, node);
     if (node.IsKindOf(Timeline::ClassID)) {
         ReadTimeline(place, static_cast<Timeline&>(node), frames);
     } else if (node.IsKindOf(Sprite::ClassID)) {
-        place.Attempt([&] { ReadSprite(place, static_cast<Sprite&>(node)); });
+        place.Attempt([&] {
+            ReadSprite(place, static_cast<Sprite&>(node));
+            ReadAnchor(place, static_cast<Sprite&>(node), frames.fYDown);
+        });
     } else if (node.IsKindOf(Text::ClassID)) {
+        place.Attempt([&] { ReadAnchor(place, static_cast<Text&>(node), frames.fYDown); });
         // A key that is not known may be a misspelt "font".
         if (fKnown || place.Find("font")) {
             place.Attempt([&] { m_fonts.Use(place.Require("font"), static_cast<Text&>(node)); });
         }
         place.Attempt([&] { ReadBackground(place, static_cast<Text&>(node), frames); });
     }
-    place.Attempt([&] { ReadMasks(place, node); });
+    place.Attempt([&] { ReadMasks(place, node, frames.fYDown); });
     place.Attempt([&] { ReadEffects(place, node, frames); });
 }
 
@@ -338,7 +372,7 @@ void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, Anima
         place.Attempt([&] { timeline.SetTimeMapFunction(ReadTimeMap(*timeMap)); });
     }
     if (std::optional<JsonCursor> const camera = place.Find("camera")) {
-        AnimationFrames const own{timeline.GetFrameDelay(), 0};
+        AnimationFrames const own{timeline.GetFrameDelay(), 0, false, 0};
         place.Attempt([&] { timeline.SetCamera(ReadCamera(*camera, own).Get()); });
     }
 }
@@ -372,7 +406,7 @@ void SceneNodes::ReadBackground(JsonCursor const& place, Text& text, AnimationFr
     if (!background) {
         return;
     }
-    Ref<Node> const pBackground = ReadNode(*background, frames);
+    Ref<Node> const pBackground = ReadNode(*background, {frames.delay, frames.nLater, false, 0});
     if (!pBackground) {
         return;
     }
@@ -409,7 +443,8 @@ void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
     }
 }
 
-void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
+void SceneNodes::ReadMasks(JsonCursor const& place, Node& node, bool fYDown) const {
+    std::optional<RealFloat> const top = fYDown ? std::optional<RealFloat>(GetHeight(node)) : std::nullopt;
     auto const add = [&](JsonCursor const& item, Ref<Mask> const& pMask) {
         node.AddMask(pMask.Get());
         RequireMemory(item, pMask->GetReferenceCount() > 1);
@@ -417,11 +452,11 @@ void SceneNodes::ReadMasks(JsonCursor const& place, Node& node) const {
     if (std::optional<JsonCursor> const masks = place.Find("masks")) {
         std::size_t const nMasks = masks->ReadCount("an array of masks");
         for (std::size_t n = 0; n < nMasks; ++n) {
-            masks->Attempt([&] { add(masks->GetItem(n), ReadMask(masks->GetItem(n))); });
+            masks->Attempt([&] { add(masks->GetItem(n), ReadMask(masks->GetItem(n), top)); });
         }
     }
     if (std::optional<JsonCursor> const clip = place.Find("clip")) {
-        add(*clip, ReadClip(*clip));
+        add(*clip, ReadClip(*clip, top));
     }
 }
 
@@ -443,7 +478,7 @@ void SceneNodes::ReadEffect(JsonCursor const& place, Node& node, AnimationFrames
     if (!pEffect) {
         className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
     }
-    ReadMembers(place, pEffect->GetProperties(), {"class"}, frames);
+    ReadMembers(place, pEffect->GetProperties(), {"class"}, {frames.delay, frames.nLater, false, 0});
     node.AddEffect(pEffect.Get());
     RequireMemory(place, pEffect->GetReferenceCount() > 1);
 }

@@ -2,6 +2,7 @@
 
 #include "scene/JsonCursor.h"
 #include "scene/SceneFonts.h"
+#include "scene/SceneLayout.h"
 #include "scene/SceneProperty.h"
 #include "scene/SceneTextures.h"
 #include "trevik/ClassRegistry.h"
@@ -36,6 +37,8 @@ public:
     void ReadChildren(JsonCursor const& place, Node& parent, AnimationFrames const& frames, int nStagger = 0);
     /** The camera that `place` describes; null when it is none. */
     Ref<Camera> ReadCamera(JsonCursor const& place, AnimationFrames const& frames);
+    /** Places what rows and columns place, once all of the scene is read and its texts have their fonts. */
+    void Arrange() { m_layout.Place(); }
     /** A new timeline, without anything read into it. */
     Ref<Timeline> CreateTimeline(JsonCursor const& place) const;
 
@@ -50,7 +53,8 @@ private:
     void ReadSprite(JsonCursor const& place, Sprite& sprite);
     void ReadBackground(JsonCursor const& place, Text& text, AnimationFrames const& frames);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
-    void ReadMasks(JsonCursor const& place, Node& node) const;
+    void ReadMasks(JsonCursor const& place, Node& node, bool fYDown) const;
+    Ref<Node> ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames);
     void ReadEffects(JsonCursor const& place, Node& node, AnimationFrames const& frames);
     void ReadEffect(JsonCursor const& place, Node& node, AnimationFrames const& frames);
 
@@ -58,6 +62,7 @@ private:
     SceneTextures const& m_textures;
     SceneFonts& m_fonts;
     SampleBudget m_budget;
+    SceneLayout m_layout;
     std::size_t m_nNodes = 0;
 };
 

@@ -13,24 +13,13 @@ namespace trevik::kelvo::assets {
 namespace {
 
 template <class T>
-void Drive(JsonCursor const& place, Samples<T> const& samples, BaseProperty<T>& property) {
-    Ref<Controller<T>> const pController(
-        SampleController<T>::Create(samples.nStart, samples.values.GetData(), samples.values.GetCount()));
-    if (!property.AddController(pController)) {
-        place.FailFinally("there is not enough memory");
-    }
-}
-
-template <class T>
 void ReadTyped(JsonCursor const& place, std::string const& name, Property* pProperty,
                AnimationReader const& animations) {
     BaseProperty<T>& property = static_cast<BaseProperty<T>&>(*pProperty);
     if (!IsAnimation(place)) {
-        T value{};
-        ReadValue(place, name, value);
-        property.SetValue(value);
+        property.SetValue(animations.ReadOne<T>(place, name));
     } else if constexpr (PropertyTraits<T>::Sampled) {
-        Drive(place, animations.Read<T>(place, name), property);
+        Give(place, animations.Read<T>(place, name), property);
     } else {
         place.Fail("\"" + name + "\" cannot be animated; expected " +
                    DescribeValue(name, PropertyTypeOf<T>::value));
@@ -77,9 +66,8 @@ void ReadComponentsOf(JsonCursor const& place, std::string const& name, Property
             nStart = std::min(nStart, curves[n].nStart);
             nEnd = std::max(nEnd, curves[n].GetEnd());
         } else {
-            RealFloat component = 0;
-            ReadValue(*given.places[n], name, component);
-            SetComponent(value, n, component);
+            RealFloat const component = animations.ReadOne<RealFloat>(*given.places[n], name);
+            SetComponent(value, n, animations.Turn(name, n, component));
         }
     }
     if (!given.fAnimated) {
@@ -94,19 +82,15 @@ void ReadComponentsOf(JsonCursor const& place, std::string const& name, Property
     for (int nFrame = nStart; nFrame <= nEnd; ++nFrame) {
         for (std::size_t n = 0; n < curves.size(); ++n) {
             if (!curves[n].values.IsEmpty()) {
-                SetComponent(value, n, curves[n].At(nFrame));
+                SetComponent(value, n, animations.Turn(name, n, curves[n].At(nFrame)));
             }
         }
         samples.Append(place, value);
     }
-    Drive(place, samples, property);
+    Give(place, samples, property);
 }
 
 } // namespace
-
-bool IsAnimation(JsonCursor const& place) {
-    return place.Is(JsonValue::Kind::Object);
-}
 
 std::vector<std::string> GetComponentNames(std::string const& name, PropertyType::Enum type) {
     switch (type) {

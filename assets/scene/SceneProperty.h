@@ -15,9 +15,6 @@ namespace trevik::kelvo::assets {
 void ReadProperty(JsonCursor const& place, std::string const& name, PropertyList::Entry const& entry,
                   AnimationReader const& animations);
 
-/** Whether what stands at `place` drives a property frame by frame. */
-bool IsAnimation(JsonCursor const& place);
-
 /**
  * The names of the components that a property of this name and type can be given one by one, such as "x" in
  * "Position.x"; none for others.

@@ -84,6 +84,12 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
     }
 }
 
+/** Whether the scene's y points down, from its upper edge on. */
+bool IsYDown(JsonCursor const& root) {
+    std::optional<JsonCursor> const origin = root.Find("origin");
+    return origin && origin->ReadWord("origin", {"bottomLeft", "topLeft"}) == 1;
+}
+
 /**
  * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any.
  * Returns the fonts of its texts.
@@ -91,8 +97,8 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
 std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
     root.ReadObject("a scene: an object with \"nodes\"");
     bool const fKnown = root.Attempt([&] {
-        root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "camera", "textures",
-                         "fonts", "nodes"});
+        root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "origin", "camera",
+                         "textures", "fonts", "nodes"});
     });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);
@@ -101,16 +107,21 @@ std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registr
     ReadResources(root, "fonts", fKnown, fonts);
     SceneNodes nodes(registry, textures, fonts);
     Ref<Timeline> const pRoot = nodes.CreateTimeline(root);
-    AnimationFrames const frames{1 / scene.GetSettings().m_rFrameRate, 0};
+    bool fYDown = false;
+    root.Attempt([&] { fYDown = IsYDown(root); });
+    AnimationFrames const frames{1 / scene.GetSettings().m_rFrameRate, 0, fYDown,
+                                 static_cast<RealFloat>(scene.GetSettings().m_size.height)};
     pRoot->SetFrameDelay(frames.delay);
     if (std::optional<JsonCursor> const camera = root.Find("camera")) {
-        root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera, frames).Get()); });
+        root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera, {frames.delay, 0, false, 0}).Get()); });
     }
     if (fKnown || root.Find("nodes")) {
         root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frames); });
     }
     scene.SetRoot(pRoot);
-    return fonts.Make();
+    std::vector<Ref<Font>> made = fonts.Make();
+    nodes.Arrange();
+    return made;
 }
 
 /** A font and its index in the document. */

@@ -1,0 +1,189 @@
+#include "scene/ScenePlacement.h"
+
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/PropertyList.h"
+
+#include <string>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+using Vector3 = Vector3T<RealFloat>;
+
+struct AnchorName {
+    char const* pName;
+    RealFloat x; ///< 0 left, 1 right
+    RealFloat y; ///< 0 lower, 1 upper edge
+};
+constexpr RealFloat Middle = RealFloat(0.5);
+constexpr AnchorName AnchorNames[] = {
+    {"topLeft", 0, 1},    {"top", Middle, 1},         {"topRight", 1, 1},
+    {"left", 0, Middle},  {"center", Middle, Middle}, {"right", 1, Middle},
+    {"bottomLeft", 0, 0}, {"bottom", Middle, 0},      {"bottomRight", 1, 0},
+};
+
+template <class T>
+BaseProperty<T>& GetProperty(TransformNode& node, char const* pName) {
+    return static_cast<BaseProperty<T>&>(*node.GetProperties().Find(HashName(pName))->m_pProperty);
+}
+
+bool IsGiven(JsonCursor const& place, char const* pName) {
+    std::string const name = pName;
+    return place.Find(name) || place.Find(name + ".x") || place.Find(name + ".y") || place.Find(name + ".z");
+}
+
+/** The share of its size, from the lower left corner, that lies at a node's place; nothing where none is
+ * said. */
+std::optional<Vector2T<RealFloat>> ReadShare(JsonCursor const& place, bool fYDown) {
+    std::optional<JsonCursor> const anchor = place.Find("anchor");
+    if (!anchor) {
+        return fYDown ? std::optional<Vector2T<RealFloat>>({0, 1}) : std::nullopt;
+    }
+    if (anchor->Is(JsonValue::Kind::String)) {
+        std::vector<std::string> names;
+        for (AnchorName const& name : AnchorNames) {
+            names.push_back(name.pName);
+        }
+        AnchorName const& name = AnchorNames[anchor->ReadWord("anchor", names)];
+        return Vector2T<RealFloat>(name.x, name.y);
+    }
+    anchor->ReadCount("a corner, an edge or \"center\", or 2 numbers from 0 to 1", 2);
+    RealFloat const x = static_cast<RealFloat>(anchor->GetItem(0).ReadNumber(0, 1));
+    RealFloat const y = static_cast<RealFloat>(anchor->GetItem(1).ReadNumber(0, 1));
+    return Vector2T<RealFloat>(x, fYDown ? 1 - y : y);
+}
+
+/** Throws where a node has both an anchor and what that becomes; false where it has only the latter. */
+bool IsFree(JsonCursor const& place, char const* pProperty) {
+    if (!IsGiven(place, pProperty)) {
+        return true;
+    }
+    if (std::optional<JsonCursor> const anchor = place.Find("anchor")) {
+        anchor->Fail(std::string("a node has either an anchor or \"") + pProperty + "\"");
+    }
+    return false;
+}
+
+/** The share of the size comes to lie at the node's place; a Pivot that is given stays, counted from there.
+ */
+void SetPivot(JsonCursor const& place, TransformNode& node, Vector2T<RealFloat> const& share,
+              SizeT<RealFloat> const& size) {
+    BaseProperty<Vector3>& pivot = GetProperty<Vector3>(node, "Pivot");
+    if (!IsFree(place, "Pivot") && BaseProperty<Vector3>::IsAnimated(&pivot) && size.height > 0) {
+        place.Fail("where y points down, the \"Pivot\" of what has a height cannot be animated");
+    }
+    Vector3 const given = pivot.GetValue(); // 0 unless y points down
+    pivot.SetValue(Vector3(given.x - share.x * size.width, given.y - share.y * size.height, given.z));
+}
+
+/** The text is aligned at the point or line that it has in place of a box. */
+void Align(JsonCursor const& place, Text& text, char const* pProperty, RealFloat share, bool fFromTop) {
+    std::optional<JsonCursor> const anchor = place.Find("anchor");
+    if (!anchor || !IsFree(place, pProperty)) {
+        return; // without an anchor, texts hang from the point to the right and downward
+    }
+    if (share != 0 && share != Middle && share != 1) {
+        anchor->Fail("a text without a box is aligned at edges and its middle: 0, 0.5 and 1");
+    }
+    int const nAlignment = static_cast<int>(2 * (fFromTop ? 1 - share : share));
+    GetProperty<int>(text, pProperty).SetValue(nAlignment);
+}
+
+/** Throws unless both sides are above 0. */
+Vector3 GetScale(JsonCursor const& place, Vector2T<RealFloat> const& wanted, SizeT<int> const& size) {
+    if (!(wanted.x > 0 && wanted.y > 0)) {
+        place.FailExpected("a width and a height above 0");
+    }
+    return Vector3(wanted.x / static_cast<RealFloat>(size.width),
+                   wanted.y / static_cast<RealFloat>(size.height), 1);
+}
+
+void GiveScale(JsonCursor const& place, Samples<Vector3> const& scales, TransformNode& node) {
+    BaseProperty<Vector3>& property = GetProperty<Vector3>(node, "Scale");
+    if (IsAnimation(place)) {
+        Give(place, scales, property);
+    } else {
+        property.SetValue(scales.values[0]);
+    }
+}
+
+Vector3 Invert(Vector3 const& scale) {
+    return Vector3(1 / scale.x, 1 / scale.y, 1);
+}
+
+} // namespace
+
+RealFloat GetHeight(Node& node) {
+    if (node.IsKindOf(Sprite::ClassID)) {
+        return static_cast<RealFloat>(static_cast<Sprite&>(node).GetSizeProperty().GetValue().height);
+    }
+    return node.IsKindOf(Text::ClassID) ? static_cast<Text&>(node).GetBoxProperty().GetValue().height : 0;
+}
+
+void ReadAnchor(JsonCursor const& place, Sprite& sprite, bool fYDown) {
+    if (std::optional<Vector2T<RealFloat>> const share = ReadShare(place, fYDown)) {
+        SizeT<int> const size = sprite.GetSizeProperty().GetValue();
+        SetPivot(place, sprite, *share,
+                 SizeT<RealFloat>(static_cast<RealFloat>(size.width), static_cast<RealFloat>(size.height)));
+    }
+}
+
+void ReadAnchor(JsonCursor const& place, Text& text, bool fYDown) {
+    std::optional<Vector2T<RealFloat>> const share = ReadShare(place, fYDown);
+    if (!share) {
+        return;
+    }
+    SizeT<RealFloat> const box = text.GetBoxProperty().GetValue();
+    if (box.width > 0 || box.height > 0) {
+        SetPivot(place, text, *share, box);
+    }
+    if (!(box.width > 0)) {
+        Align(place, text, "HorizontalAlignment", share->x, false);
+    }
+    if (!(box.height > 0)) {
+        Align(place, text, "VerticalAlignment", share->y, true);
+    }
+}
+
+bool HasStretchedChildren(JsonCursor const& place) {
+    std::optional<JsonCursor> const children = place.Find("children");
+    return place.Find("stretchTo") && children && !children->GetValue().GetItems().empty();
+}
+
+Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,
+                               bool fYDown) {
+    std::optional<JsonCursor> const stretch = place.Find("stretchTo");
+    if (!stretch) {
+        return Ref<TransformNode>();
+    }
+    SizeT<int> const size = sprite.GetSizeProperty().GetValue();
+    if (size.width <= 0 || size.height <= 0) {
+        stretch->Fail("what is stretched needs a \"texture\" or a \"Size\"");
+    }
+    if (IsGiven(place, "Scale")) {
+        stretch->Fail("a node has either \"stretchTo\" or \"Scale\"");
+    }
+    Ref<TransformNode> pBelow;
+    if (HasStretchedChildren(place)) {
+        pBelow = Ref<TransformNode>(new TransformNode);
+        GetProperty<Vector3>(*pBelow, "Position").SetValue(Vector3(0, fYDown ? GetHeight(sprite) : 0, 0));
+    }
+    Samples<Vector2T<RealFloat>> const wanted =
+        animations.ReadSteady<Vector2T<RealFloat>>(*stretch, "stretchTo");
+    Samples<Vector3> scales;
+    Samples<Vector3> inverses;
+    scales.nStart = inverses.nStart = wanted.nStart;
+    for (Vector2T<RealFloat> const& each : wanted.values) {
+        scales.Append(*stretch, GetScale(*stretch, each, size));
+        inverses.Append(*stretch, Invert(scales.values[scales.values.GetCount() - 1]));
+    }
+    GiveScale(*stretch, scales, sprite);
+    if (pBelow) {
+        GiveScale(*stretch, inverses, *pBelow);
+    }
+    return pBelow;
+}
+
+} // namespace trevik::kelvo::assets
