@@ -5,8 +5,8 @@
 namespace trevik::kelvo::assets {
 
 /**
- * Reads a PNG or PKM file; its first bytes say which, not its name. What each can do and how it fails is said
- * with `LoadPng` and `LoadPkm`.
+ * Reads a PNG, JPEG, WebP or PKM file; its first bytes say which, not its name. What each can do and how it
+ * fails is said with `LoadPng`, `LoadJpeg`, `LoadWebp` and `LoadPkm`.
  */
 bool LoadImage(std::string const& path, ImageOptions const& options, ImageData& image, Fault& fault);
 

@@ -1,5 +1,6 @@
 if(TARGET kelvo_assets)
     find_package(ZLIB REQUIRED)
     kelvo_fuzz_target(kelvo_png_fuzz PngFuzz.cpp corpus/png Kelvo::kelvo_assets ZLIB::ZLIB)
+    kelvo_fuzz_target(kelvo_photo_fuzz PhotoFuzz.cpp corpus/photo Kelvo::kelvo_assets)
     kelvo_fuzz_target(kelvo_pkm_fuzz PkmFuzz.cpp corpus/pkm Kelvo::kelvo_assets)
 endif()

@@ -112,7 +112,7 @@ TEST(ImageReader, TellsTheKindOfFileByItsContentAndReportsWhatItCannotRead) {
     } cases[] = {
         {"png.pkm", {}, "6"},
         {"pkm.png", {}, "13"},
-        {"neither.png", {}, ": is neither a PNG nor a PKM file (at byte 0)"},
+        {"neither.png", {}, ": is no PNG, JPEG, WebP or PKM file (at byte 0)"},
         {"short", {}, ": 4 bytes are too few for a PKM header of 16"},
         {"none.png", {}, ": cannot be opened: No such file or directory"},
         {"folder.png", {}, ": is not a regular file"},
