@@ -67,7 +67,7 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
     std::optional<JsonCursor> const align = group.Find("align");
     std::size_t const nAlign = align ? align->ReadWord("alignment", {"start", "center", "end"}) : 0;
     CheckChildren(place);
-    m_groups.push_back({&parent, row.has_value(), top, gap, static_cast<Align>(nAlign)});
+    m_groups.push_back({Ref<Node>(&parent), row.has_value(), top, gap, static_cast<Align>(nAlign)});
 }
 
 void SceneLayout::Place() {
@@ -107,7 +107,7 @@ void SceneLayout::Place(Group const& group) {
         }
         reached += along + group.gap;
     }
-    m_placed[group.pParent] = {0, top - height, group.fRow ? length : breadth, top};
+    m_placed[group.pParent.Get()] = {0, top - height, group.fRow ? length : breadth, top};
 }
 
 SceneLayout::Box SceneLayout::MeasureInside(Node& node) const {

@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scene/JsonCursor.h"
+#include "trevik/Ref.h"
 #include "trevik/kelvo/TransformNode.h"
 
 #include <map>
@@ -38,7 +39,7 @@ private:
         bool IsEmpty() const { return left == right && bottom == top; }
     };
     struct Group {
-        Node* pParent;
+        Ref<Node> pParent; ///< which may have got no place in the scene, where that is wrong
         bool fRow;
         std::optional<RealFloat> top; ///< of the children; above what they cover, unless it is said
         RealFloat gap;
