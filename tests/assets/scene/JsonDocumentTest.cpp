@@ -81,7 +81,7 @@ TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
     JsonCursor const root(source);
     JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
     EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),
-              "f.json:1: /nodes/1/a~1b~0c: expected 2 or 3 numbers, found an array of 2");
+              "f.json:1: /nodes/1/a~1b~0c: expected 3 numbers, found an array of 2");
     EXPECT_EQ(
         FaultOf([&] { root.Require("text").ReadNumber(0, 1); }),
         "f.json:2: /text: expected a number, found string \"a long?text that goes on and on and on a...\"");
