@@ -54,7 +54,6 @@ public:
     void SetRoot(Ref<Timeline> const& pRoot);
     /**
      * How the scene wants to be shown. What is written there is saved with the scene and not checked before.
-     * /
      */
     SceneSettings& GetSettings() { return m_settings; }
     /** How the scene wants to be shown. */

@@ -99,7 +99,6 @@ public:
 protected:
     /**
      * Returns a new copy with its properties registered; deletes it and returns null when memory is short.
-     * /
      */
     static Effect* RegisterCopy(Effect* pCopy) {
         if (pCopy && !pCopy->GetProperties().IsWhole()) {

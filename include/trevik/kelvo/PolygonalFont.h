@@ -48,7 +48,6 @@ public:
     unsigned int GetMeshCount() const { return m_meshes.GetCount(); }
     /**
      * Mesh `nMesh` (0 .. GetMeshCount() - 1); it lives as long as the font, until the font is loaded anew.
-     * /
      */
     GlyphMesh const* GetMesh(unsigned int nMesh) const { return m_meshes[nMesh]; }
 

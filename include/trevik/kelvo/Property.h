@@ -80,7 +80,6 @@ public:
     unsigned int GetID() const { return m_nID; }
     /**
      * Whether it is a copy for whose value or controllers there was no memory; not asked after Initialize.
-     * /
      */
     bool IsTorn() const { return m_nID == TornID; }
 

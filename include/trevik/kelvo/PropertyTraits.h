@@ -169,7 +169,6 @@ struct PropertyTraits<List<T>> {
 
     /**
      * The elements' bytes in order; false, with `value` as it was, for half an element, and without memory.
-     * /
      */
     static bool Read(List<T>& value, unsigned char const* pData, unsigned long nLength) {
         return detail::ReadElements(value, pData, nLength);

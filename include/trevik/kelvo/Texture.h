@@ -176,7 +176,6 @@ public:
 
     /**
      * How many surfaces Scene::PromoteTextures gives the texture: 0, initially, to MaximumSurfaces. Saved.
-     * /
      */
     int GetWantedSurfaces() const { return m_nWantedSurfaces; }
     /** Other numbers are refused (traced). */

@@ -45,7 +45,7 @@ struct ANativeWindow {
     std::uint32_t magic = 0;
     /**
      * Size in pixels, at least 1 each. A surface takes it over when it is created; changing it later affects
-     *        the next surface only. Of an X11 window's own size the X server decides.
+     * the next surface only. Of an X11 window's own size the X server decides.
      */
     std::int32_t width = 0;
     /** As `width`. */
