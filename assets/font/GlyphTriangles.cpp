@@ -1,11 +1,13 @@
 #include "font/GlyphTriangles.h"
 
 #include <GL/glu.h>
+#include <dlfcn.h>
 
 #include <algorithm>
 #include <map>
 #include <memory>
 #include <new>
+#include <type_traits>
 #include <utility>
 #include <vector>
 
@@ -88,9 +90,63 @@ bool IsSimpleEnough(GlyphOutline const& outline) {
     return true;
 }
 
+/** The part of the OpenGL utility library that cuts outlines; it needs no context. */
+struct Tessellator {
+    decltype(&gluNewTess) pfnNew = nullptr;
+    decltype(&gluDeleteTess) pfnDelete = nullptr;
+    decltype(&gluTessNormal) pfnNormal = nullptr;
+    decltype(&gluTessProperty) pfnProperty = nullptr;
+    decltype(&gluTessCallback) pfnCallback = nullptr;
+    decltype(&gluTessBeginPolygon) pfnBeginPolygon = nullptr;
+    decltype(&gluTessEndPolygon) pfnEndPolygon = nullptr;
+    decltype(&gluTessBeginContour) pfnBeginContour = nullptr;
+    decltype(&gluTessEndContour) pfnEndContour = nullptr;
+    decltype(&gluTessVertex) pfnVertex = nullptr;
+    std::string missing; ///< why there is none; empty when there is one
+
+    Tessellator();
+};
+
+/**
+ * Linked, the library would load the desktop's OpenGL into every program, and few scenes have outlines to
+ * cut. So it is loaded for the first of them, and its names and those that it brings along stay out of the
+ * program's.
+ */
+Tessellator::Tessellator() {
+    void* const pLibrary = dlopen("libGLU.so.1", RTLD_LAZY | RTLD_LOCAL);
+    if (!pLibrary) {
+        missing = dlerror();
+        return;
+    }
+    auto const find = [this, pLibrary](auto& pfnFunction, char const* pName) {
+        pfnFunction =
+            reinterpret_cast<std::remove_reference_t<decltype(pfnFunction)>>(dlsym(pLibrary, pName));
+        if (!pfnFunction) {
+            missing = "libGLU.so.1 has no " + std::string(pName);
+        }
+    };
+    find(pfnNew, "gluNewTess");
+    find(pfnDelete, "gluDeleteTess");
+    find(pfnNormal, "gluTessNormal");
+    find(pfnProperty, "gluTessProperty");
+    find(pfnCallback, "gluTessCallback");
+    find(pfnBeginPolygon, "gluTessBeginPolygon");
+    find(pfnEndPolygon, "gluTessEndPolygon");
+    find(pfnBeginContour, "gluTessBeginContour");
+    find(pfnEndContour, "gluTessEndContour");
+    find(pfnVertex, "gluTessVertex");
+}
+
+Tessellator const& GetTessellator() {
+    static Tessellator const s_tessellator;
+    return s_tessellator;
+}
+
 /** Collects what the tessellator makes of an outline. */
 class Tessellation {
 public:
+    explicit Tessellation(Tessellator const& tessellator) : m_tessellator(tessellator) {}
+
     /** False when it could not be finished. */
     bool Run(GlyphOutline const& outline);
     /** False without memory. */
@@ -117,6 +173,7 @@ private:
     void AddCorner(Vertex* pVertex);
     void AddTriangle();
 
+    Tessellator const& m_tessellator;
     Vertices m_vertices;
     Vertex* m_corners[3] = {};
     int m_nCorners = 0;
@@ -127,32 +184,32 @@ private:
 
 void Tessellation::SetUp(GLUtesselator* pTessellator, bool fEvenOdd) {
     using Function = _GLUfuncptr;
-    gluTessNormal(pTessellator, 0, 0, 1);
-    gluTessProperty(pTessellator, GLU_TESS_WINDING_RULE,
-                    fEvenOdd ? GLU_TESS_WINDING_ODD : GLU_TESS_WINDING_NONZERO);
-    gluTessCallback(pTessellator, GLU_TESS_VERTEX_DATA, reinterpret_cast<Function>(&OnVertex));
-    gluTessCallback(pTessellator, GLU_TESS_COMBINE_DATA, reinterpret_cast<Function>(&OnCombine));
-    gluTessCallback(pTessellator, GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Function>(&OnEdgeFlag));
-    gluTessCallback(pTessellator, GLU_TESS_ERROR_DATA, reinterpret_cast<Function>(&OnError));
+    m_tessellator.pfnNormal(pTessellator, 0, 0, 1);
+    m_tessellator.pfnProperty(pTessellator, GLU_TESS_WINDING_RULE,
+                              fEvenOdd ? GLU_TESS_WINDING_ODD : GLU_TESS_WINDING_NONZERO);
+    m_tessellator.pfnCallback(pTessellator, GLU_TESS_VERTEX_DATA, reinterpret_cast<Function>(&OnVertex));
+    m_tessellator.pfnCallback(pTessellator, GLU_TESS_COMBINE_DATA, reinterpret_cast<Function>(&OnCombine));
+    m_tessellator.pfnCallback(pTessellator, GLU_TESS_EDGE_FLAG_DATA, reinterpret_cast<Function>(&OnEdgeFlag));
+    m_tessellator.pfnCallback(pTessellator, GLU_TESS_ERROR_DATA, reinterpret_cast<Function>(&OnError));
 }
 
 bool Tessellation::Run(GlyphOutline const& outline) {
-    std::unique_ptr<GLUtesselator, void (*)(GLUtesselator*)> const pTessellator(
-        gluNewTess(), [](GLUtesselator* pOld) { gluDeleteTess(pOld); });
+    std::unique_ptr<GLUtesselator, void (*)(GLUtesselator*)> const pTessellator(m_tessellator.pfnNew(),
+                                                                                m_tessellator.pfnDelete);
     if (!pTessellator) {
         return false;
     }
     SetUp(pTessellator.get(), outline.fEvenOdd);
-    gluTessBeginPolygon(pTessellator.get(), this);
+    m_tessellator.pfnBeginPolygon(pTessellator.get(), this);
     for (auto const& contour : outline.contours) {
-        gluTessBeginContour(pTessellator.get());
+        m_tessellator.pfnBeginContour(pTessellator.get());
         for (Position const& position : Tidy(contour)) {
             GLdouble place[3] = {position.x, position.y, 0};
-            gluTessVertex(pTessellator.get(), place, FindVertex(place));
+            m_tessellator.pfnVertex(pTessellator.get(), place, FindVertex(place));
         }
-        gluTessEndContour(pTessellator.get());
+        m_tessellator.pfnEndContour(pTessellator.get());
     }
-    gluTessEndPolygon(pTessellator.get());
+    m_tessellator.pfnEndPolygon(pTessellator.get());
     return !m_fFailed;
 }
 
@@ -209,7 +266,12 @@ bool CutIntoTriangles(GlyphOutline const& outline, GlyphMesh& mesh, std::string&
         what = "has lines that lie above or cross each other too often to be cut into triangles";
         return false;
     }
-    Tessellation tessellation;
+    Tessellator const& tessellator = GetTessellator();
+    if (!tessellator.missing.empty()) {
+        what = "cannot be cut into triangles: " + tessellator.missing;
+        return false;
+    }
+    Tessellation tessellation(tessellator);
     if (!tessellation.Run(outline) || !tessellation.CopyTo(mesh)) {
         what = "cannot be cut into triangles of " + std::to_string(MaximumMeshVertices) +
                " vertices with the memory at hand";
