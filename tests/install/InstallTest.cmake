@@ -40,6 +40,26 @@ if(HAS_PLAYER)
     if(NOT EXISTS ${SCRATCH}/picture.png)
         message(FATAL_ERROR "kelvo-player left no picture:\n${output}")
     endif()
+
+    # The quick starts, of a scene of 320 by 180 that lasts 60 frames; SDL's plays until somebody closes it.
+    run(${prefix}/${BINDIR}/kelvo-player ${EXAMPLES}/first/step-4.json --save ${SCRATCH}/scene.kelvo)
+    run(${CMAKE_COMMAND} -S ${EXAMPLES}/quickstart -B ${SCRATCH}/quickstart -G ${GENERATOR}
+        -DCMAKE_BUILD_TYPE=${CONFIG} -DCMAKE_CXX_COMPILER=${CXX} "-DCMAKE_CXX_FLAGS=${CXX_FLAGS}"
+        -DCMAKE_PREFIX_PATH=${prefix})
+    run(${CMAKE_COMMAND} --build ${SCRATCH}/quickstart)
+    execute_process(COMMAND ${SCRATCH}/quickstart/offscreen ${SCRATCH}/scene.kelvo
+        OUTPUT_FILE ${SCRATCH}/picture.ppm RESULT_VARIABLE result)
+    file(READ ${SCRATCH}/picture.ppm head LIMIT 15)
+    file(SIZE ${SCRATCH}/picture.ppm size)
+    if(result OR NOT head STREQUAL "P6 320 180 255\n" OR NOT size EQUAL 172815)
+        message(FATAL_ERROR "offscreen answered ${result} and wrote ${size} bytes: ${head}")
+    endif()
+    if(XVFB_RUN AND EXISTS ${SCRATCH}/quickstart/x11)
+        run(${XVFB_RUN} -a ${SCRATCH}/quickstart/x11 ${SCRATCH}/scene.kelvo)
+        if(NOT output MATCHES "60 frames")
+            message(FATAL_ERROR "x11 printed: ${output}")
+        endif()
+    endif()
 endif()
 
 # What an application with a Java side needs: the class of bitmaps, and the headers that know Java.

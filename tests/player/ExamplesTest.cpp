@@ -65,6 +65,14 @@ TEST(Examples, TheFirstScenesStandOnTheirPage) {
     }
 }
 
+TEST(Examples, TheQuickStartsStandOnTheirPage) {
+    std::string const page = ReadDataAsText(KELVO_EXAMPLES "/../docs/embedding.md");
+    for (char const* pFile : {"CMakeLists.txt", "Offscreen.cpp", "X11.cpp", "Sdl2.cpp"}) {
+        std::string const file = ReadDataAsText(KELVO_EXAMPLES "/quickstart/" + std::string(pFile));
+        EXPECT_NE(page.find("\n" + file + "```\n"), std::string::npos) << pFile;
+    }
+}
+
 TEST(Examples, ShowWhatTheySay) {
     std::map<std::pair<std::string, int>, Image> pictures;
     std::istringstream lines(ReadDataAsText("examples.txt"));

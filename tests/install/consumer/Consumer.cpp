@@ -1,20 +1,13 @@
 // An application outside the tree: it draws through the back end into an off-screen window, and uses a class
 // of each of the installed libraries.
 
+#include "EntryPoints.h"
 #include "GraphicsDeviceGL2.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/Window.h"
 
 #include <cstdio>
-
-extern "C" {
-int GetTrevikVersionMajor();
-int GetTrevikVersionMinor();
-int GetTrevikVersionBuild();
-bool Initialize(trevik::ClassRegistry* pRegistry);
-void Shutdown();
-}
 
 using namespace trevik;
 using namespace trevik::kelvo;
