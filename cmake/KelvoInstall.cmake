@@ -10,33 +10,54 @@ if(TARGET kelvo_desktop)
         INSTALL_RPATH "$ORIGIN")
 endif()
 install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
-    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR}
-    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR})
+    LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development
+    ARCHIVE DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT development)
 if(TARGET kelvo-player)
-    install(TARGETS kelvo-player kelvo-player-calls kelvo-player-counted RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+    set(kelvo_programs kelvo-player kelvo-player-calls kelvo-player-counted)
     if(TARGET kelvo-player-window)
-        install(TARGETS kelvo-player-window RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR})
+        list(APPEND kelvo_programs kelvo-player-window)
     endif()
+    install(TARGETS ${kelvo_programs} RUNTIME DESTINATION ${CMAKE_INSTALL_BINDIR} COMPONENT tools)
+
+    # The manual page is the guide, so that the two cannot part. The other programs are the player's own.
+    set(kelvo_manual ${CMAKE_BINARY_DIR}/man)
+    set(kelvo_manual_pages ${kelvo_manual}/kelvo-player.1.gz)
+    set(kelvo_make_manual ${CMAKE_SOURCE_DIR}/cmake/make-manual kelvo-player
+        "plays scene files into pictures, videos and windows" ${PROJECT_VERSION} ${CMAKE_SOURCE_DIR}/docs/player.md)
+    add_custom_command(OUTPUT ${kelvo_manual}/kelvo-player.1.gz
+        COMMAND ${CMAKE_COMMAND} -E make_directory ${kelvo_manual}
+        COMMAND ${kelvo_make_manual} ${kelvo_manual}/kelvo-player.1.gz
+        DEPENDS docs/player.md cmake/ManPage.awk cmake/make-manual VERBATIM)
+    foreach(program IN LISTS kelvo_programs)
+        if(NOT program STREQUAL "kelvo-player")
+            file(WRITE ${kelvo_manual}/${program}.1 ".so man1/kelvo-player.1\n")
+            execute_process(COMMAND gzip -9nf ${kelvo_manual}/${program}.1 COMMAND_ERROR_IS_FATAL ANY)
+            list(APPEND kelvo_manual_pages ${kelvo_manual}/${program}.1.gz)
+        endif()
+    endforeach()
+    add_custom_target(kelvo_manual ALL DEPENDS ${kelvo_manual}/kelvo-player.1.gz)
+    install(FILES ${kelvo_manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endif()
 
-install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
+install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
+    FILES_MATCHING PATTERN "*.h")
 # Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
 # the back end that need them.
 if(TARGET kelvo_desktop)
     install(DIRECTORY platform/desktop/include/ platform/recording/include/ platform/counting/include/ effects/include/
-        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo FILES_MATCHING PATTERN "*.h")
-    install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo
+        DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development FILES_MATCHING PATTERN "*.h")
+    install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
         FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")
 endif()
-install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20
+install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20 COMPONENT development
     FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE)
 
-install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
+install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo COMPONENT development)
 configure_package_config_file(cmake/KelvoConfig.cmake.in ${CMAKE_BINARY_DIR}/KelvoConfig.cmake
     INSTALL_DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
 write_basic_package_version_file(${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake COMPATIBILITY SameMajorVersion)
 install(FILES ${CMAKE_BINARY_DIR}/KelvoConfig.cmake ${CMAKE_BINARY_DIR}/KelvoConfigVersion.cmake
-    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo)
+    DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo COMPONENT development)
 
 if(NOT TARGET kelvo_desktop)
     return()
@@ -45,4 +66,21 @@ endif()
 file(RELATIVE_PATH kelvo_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" kelvo_prefix_from_pc "${kelvo_prefix_from_pc}")
 configure_file(cmake/kelvo.pc.in ${CMAKE_BINARY_DIR}/kelvo.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/kelvo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig)
+install(FILES ${CMAKE_BINARY_DIR}/kelvo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+
+# Installed as packages are, under /usr, programs and libraries find each other as all do. What then is left as run path is
+# what lies off the loader's path: Debian keeps Android's libraries, ETC1 among them, in a folder of their own.
+set(kelvo_libraries ${kelvo_installed_targets})
+list(REMOVE_ITEM kelvo_libraries kelvo_contract)
+list(TRANSFORM kelvo_libraries REPLACE "(.+)" "${CMAKE_INSTALL_LIBDIR}/lib\\1.so.${PROJECT_VERSION}")
+list(TRANSFORM kelvo_programs PREPEND ${CMAKE_INSTALL_BINDIR}/)
+set(kelvo_etc1_folder "")
+if(ETC1_LIBRARY)
+    cmake_path(GET ETC1_LIBRARY PARENT_PATH kelvo_etc1_folder)
+endif()
+install(CODE "set(files \"${kelvo_libraries}\")\nset(run_path \"\")\n" COMPONENT libraries)
+install(SCRIPT cmake/SystemRunPath.cmake COMPONENT libraries)
+if(TARGET kelvo-player)
+    install(CODE "set(files \"${kelvo_programs}\")\nset(run_path \"${kelvo_etc1_folder}\")\n" COMPONENT tools)
+    install(SCRIPT cmake/SystemRunPath.cmake COMPONENT tools)
+endif()
