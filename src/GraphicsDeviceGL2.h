@@ -264,6 +264,7 @@ public:
      * modes leave the projection out. Counts from the next draw on. Calls nothing.
      */
     void SetExactEffects(bool fExact);
+    /** Whether they do. */
     bool HasExactEffects() const { return m_fExactEffects; }
 
     /**

@@ -87,7 +87,13 @@ END {
         if (line[i - 1] !~ /\*\/$/ && line[i - 1] !~ /^ *template </ && line[i] !~ /\/\/\/< /) {
             text = describe(line[i])
         }
-        if (line[i - 1] ~ /^ *\/\*\* .* \*\/$/ && line[i] ~ /^ *[A-Za-z ]+ [A-Za-z0-9]+(, [A-Za-z0-9]+)+;$/) {
+        if (line[i] ~ /^ *[A-Za-z ]+ [A-Za-z0-9]+(, [A-Za-z0-9]+)+; +\/\/\/< /) {
+            docstring = line[i]
+            sub(/.*\/\/\/< /, "", docstring)
+            sub(/; +\/\/\/< .*/, ";", line[i])
+            docstring = "/** " docstring " */"
+            print docstring " " share(line[i], docstring)
+        } else if (line[i - 1] ~ /^ *\/\*\* .* \*\/$/ && line[i] ~ /^ *[A-Za-z ]+ [A-Za-z0-9]+(, [A-Za-z0-9]+)+;$/) {
             print share(line[i], line[i - 1])
         } else if (text == "") {
             print line[i]

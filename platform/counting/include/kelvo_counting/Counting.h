@@ -11,6 +11,7 @@
  */
 namespace kelvokit::counting {
 
+/** Functions that are counted. */
 constexpr unsigned int FunctionCount = 143;
 
 /** The name of a function by its number, below FunctionCount. */
@@ -26,12 +27,13 @@ struct Counts {
     unsigned long long nDraws = 0;                            ///< glDrawArrays and glDrawElements
     unsigned long long nTriangles = 0;                        ///< of the draws; lines and points are none
     unsigned long long nProgramChanges = 0;                   ///< glUseProgram
-    unsigned long long nProgramRepetitions = 0;
-    unsigned long long nTextureChanges = 0; ///< glBindTexture, for each unit and target
-    unsigned long long nTextureRepetitions = 0;
-    unsigned long long nBlendChanges = 0; ///< glBlend..., and GL_BLEND by glEnable and glDisable
-    unsigned long long nBlendRepetitions = 0;
+    unsigned long long nProgramRepetitions = 0;               ///< glUseProgram
+    unsigned long long nTextureChanges = 0;                   ///< glBindTexture, for each unit and target
+    unsigned long long nTextureRepetitions = 0;               ///< as the changes
+    unsigned long long nBlendChanges = 0;     ///< glBlend..., and GL_BLEND by glEnable and glDisable
+    unsigned long long nBlendRepetitions = 0; ///< as the changes
 
+    /** Adds what others have asked for. */
     Counts& operator+=(Counts const& other);
     /** What has been added since `earlier`. */
     Counts operator-(Counts const& earlier) const;

@@ -7,10 +7,10 @@ namespace kelvokit::counting {
 
 /** A rectangle of what is drawn into, and how often each of its pixels has been written. */
 struct WrittenPixels {
-    unsigned int nFramebuffer; ///< what was drawn into; 0 is the surface
-    int nWidth, nHeight;       ///< its size
-    int nLeft, nBottom;        ///< the rectangle, from the lower left corner
-    int nColumns, nRows;
+    unsigned int nFramebuffer;  ///< what was drawn into; 0 is the surface
+    int nWidth, nHeight;        ///< its size
+    int nLeft, nBottom;         ///< the rectangle, from the lower left corner
+    int nColumns, nRows;        ///< its size, pixels
     std::uint8_t const* pTimes; ///< row by row, the lowest one first; 255: so often or more
 };
 
@@ -18,6 +18,7 @@ struct WrittenPixels {
 class CoverageListener {
 public:
     virtual ~CoverageListener() = default;
+    /** Called for each rectangle; the pixels are valid until it returns. */
     virtual void TakePixels(WrittenPixels const& pixels) = 0;
 };
 
