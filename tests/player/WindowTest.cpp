@@ -185,6 +185,8 @@ TEST_F(WindowX11, KeepsASizeThatIsGivenAndScalesThePictureToTheWindow) {
     Pause();
     ExpectShown(0, 60, 40);
     m_server.Resize(m_nWindow, 140, 80); // twice as large, and 10 pixels on either side
+    EXPECT_TRUE(
+        WaitFor([&] { return m_server.GetShown(m_nWindow, 140, 80).At(48, 18) == Pixel{255, 128, 0}; }));
     Press("s");
     ASSERT_TRUE(WaitFor([&] { return m_folder.Read("scene_frame_00000.png").size() > 0; }));
     EXPECT_EQ(End().nExitCode, 0);
