@@ -125,6 +125,15 @@ bool IsSpecial(struct stat const& status) {
     return !S_ISREG(status.st_mode) && !S_ISDIR(status.st_mode);
 }
 
+/** Whether the bytes begin as scenes written by hand do: with a brace, or a remark ahead of it. */
+bool MayBeJson(unsigned char const* pData, unsigned long nLength) {
+    unsigned long nFirst = 0;
+    while (nFirst < nLength && std::memchr(" \t\r\n", pData[nFirst], 4)) {
+        ++nFirst;
+    }
+    return nFirst < nLength && (pData[nFirst] == '{' || pData[nFirst] == '/');
+}
+
 } // namespace
 
 bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& bytes) {
@@ -138,7 +147,11 @@ bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& byte
 
 Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, Fault& fault) {
     if (nLength < sizeof(Magic) || std::memcmp(pData, Magic, sizeof(Magic)) != 0) {
-        fault = Fault(String8(), "not a scene document");
+        char const* const pWhy =
+            MayBeJson(pData, nLength)
+                ? "JSON is read by assets::ReadScene, and kelvo-player --save makes a document of it"
+                : "";
+        fault = Fault(String8(), "not a scene document", pWhy);
         return nullptr;
     }
     if (nLength < FrameLength) {

@@ -39,11 +39,17 @@ TEST(DocumentFile, HoldsThePayloadInItsFrame) {
 }
 
 TEST(DocumentFile, EachFaultHasItsMessage) {
+    std::string const sJson =
+        "not a scene document: JSON is read by assets::ReadScene, and kelvo-player --save "
+        "makes a document of it";
     std::pair<std::string, Bytes> const cases[] = {
         {"", Wrap(0, 16, Bytes(16), 0x4c258d0b)},
         {"", Wrap(1, 16, Bytes(16), 0xcd00e82c)},
         {"not a scene document", {}},
         {"not a scene document", Bytes(100)},
+        {"not a scene document", {' ', '\n', '\t', '\r'}},
+        {sJson, {'{'}},
+        {sJson, {' ', '\n', '\t', '\r', '/', '/', ' ', 'K', 'E', 'L', 'V', 'O'}},
         {"cut short: 8 bytes", {'K', 'E', 'L', 'V', 'O', 'D', 'O', 'C'}},
         {"version 3; this program reads versions 0 to 2", Wrap(3, 16, Bytes(16))},
         {"version 4294967295; this program reads versions 0 to 2", Wrap(0xffffffffu, 16, Bytes(16))},
