@@ -5,6 +5,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <cstdlib>
 #include <map>
 #include <memory>
 
@@ -36,6 +37,9 @@ constexpr hb_tag_t KernTag = HB_TAG('k', 'e', 'r', 'n');
  * others in their place.
  */
 constexpr hb_codepoint_t FirstPrivate = 0xF0000;
+
+/** A table adds up what several of its rules say, each of 16 bits; more than this makes no sense. */
+constexpr long long MaximumUnits = 65535;
 
 /** Pairs that are shaped at once. */
 constexpr std::size_t ChunkPairs = 4096;
@@ -220,8 +224,10 @@ void PairShaper::ShapeAdded(std::vector<FontPair>& pairs) {
     hb_glyph_position_t const* pPosition = hb_buffer_get_glyph_positions(pBuffer, &nLength);
     if (!m_fShort && nLength == m_added.size() * GlyphsOfPair) {
         for (FontPair& pair : m_added) {
-            pair.nUnits = pPosition[0].x_advance - pPosition[0].x_offset + pPosition[1].x_offset;
-            if (pair.nUnits != 0) {
+            long long const nUnits = static_cast<long long>(pPosition[0].x_advance) - pPosition[0].x_offset +
+                                     pPosition[1].x_offset;
+            if (nUnits != 0 && std::llabs(nUnits) <= MaximumUnits) {
+                pair.nUnits = static_cast<int>(nUnits);
                 pairs.push_back(pair);
             }
             pPosition += GlyphsOfPair;
