@@ -1,6 +1,8 @@
 #include "kelvo_effects/Effects.h"
 
+#include "BackdropTargets.h"
 #include "GroupTargets.h"
+#include "kelvo_effects/BackdropBlurEffect.h"
 #include "kelvo_effects/GroupOpacityEffect.h"
 #include "trevik/ClassContainer.h"
 #include "trevik/ClassRegistry.h"
@@ -23,5 +25,7 @@ bool RegisterClass(ClassRegistry& registry, char const* pName) {
 extern "C" bool KelvoRegisterEffects(trevik::ClassRegistry* pRegistry) {
     using namespace trevik::kelvo::effects;
     return RegisterClass<GroupOpacityEffect>(*pRegistry, "GroupOpacityEffect") &&
-           RegisterClass<GroupTargets>(*pRegistry, "GroupOpacityResource");
+           RegisterClass<GroupTargets>(*pRegistry, "GroupOpacityResource") &&
+           RegisterClass<BackdropBlurEffect>(*pRegistry, "BackdropBlurEffect") &&
+           RegisterClass<BackdropTargets>(*pRegistry, "BackdropBlurResource");
 }

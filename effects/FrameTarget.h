@@ -18,7 +18,7 @@ public:
     /** Without and with a buffer for depth and stencil. */
     enum class Kind { Color, ColorDepthStencil };
 
-    explicit FrameTarget(Kind kind) : m_kind(kind) {}
+    explicit FrameTarget(Kind kind = Kind::Color) : m_kind(kind) {}
     ~FrameTarget() override;
 
     /**

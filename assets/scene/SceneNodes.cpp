@@ -182,7 +182,8 @@ std::vector<std::string> const& GetNodeClassNames() {
 
 std::vector<std::string> const& GetEffectClassNames() {
     static std::vector<std::string> const s_names = {"GaussianBlurEffect", "DirectionalBlurEffect",
-                                                     "BlendModeEffect", "GroupOpacityEffect"};
+                                                     "BlendModeEffect", "GroupOpacityEffect",
+                                                     "BackdropBlurEffect"};
     return s_names;
 }
 

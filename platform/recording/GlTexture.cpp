@@ -210,6 +210,30 @@ void glTexImage2D(Invocation& call, GLenum target, GLint level, GLint internalfo
     StoreLevel(image, pixels, nSize);
 }
 
+/** What the pixels become is not known here; sizes and formats are checked. */
+void glCopyTexSubImage2D(Invocation& call, GLenum target, GLint level, GLint xoffset, GLint yoffset, GLint,
+                         GLint, GLsizei width, GLsizei height) {
+    Texture* pTexture = BoundTexture(call.Context(), target);
+    if (!pTexture) {
+        return call.Raise(GL_INVALID_ENUM);
+    }
+    auto const image = pTexture->levels.find(level);
+    if (image == pTexture->levels.end()) {
+        return call.Raise(GL_INVALID_OPERATION);
+    }
+    if (xoffset < 0 || yoffset < 0 || width < 0 || height < 0 || xoffset + width > image->second.width ||
+        yoffset + height > image->second.height) {
+        return call.Raise(GL_INVALID_VALUE);
+    }
+    if (FramebufferStatus(call.Context(), call.GetSession()) != GL_FRAMEBUFFER_COMPLETE) {
+        return call.Raise(GL_INVALID_FRAMEBUFFER_OPERATION);
+    }
+    bool const fNoAlpha = BitsAttribute(DrawBits(call.Context()), GL_ALPHA_BITS).value_or(0) == 0;
+    if (image->second.format == GL_RGBA && fNoAlpha) {
+        call.Raise(GL_INVALID_OPERATION);
+    }
+}
+
 void glCompressedTexImage2D(Invocation& call, GLenum target, GLint level, GLenum internalformat,
                             GLsizei width, GLsizei height, GLint border, GLsizei imageSize,
                             void const* data) {

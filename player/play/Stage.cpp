@@ -1,5 +1,6 @@
 #include "play/Stage.h"
 
+#include "kelvo_effects/BackdropBlurEffect.h"
 #include "kelvo_effects/GroupOpacityEffect.h"
 #include "play/HeldTraces.h"
 #include "trevik/ScopeCounter.h"
@@ -27,6 +28,7 @@ using trevik::kelvo::Scene;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::Timeline;
 using trevik::kelvo::TransformNode;
+using trevik::kelvo::effects::BackdropBlurEffect;
 using trevik::kelvo::effects::GroupOpacityEffect;
 
 namespace {
@@ -51,6 +53,8 @@ EffectNeed const EffectNeeds[] = {
     {BlendModeEffect::ClassID, "BlendModeEffect", "programs of its own"},
     {GroupOpacityEffect::ClassID, "GroupOpacityEffect",
      "targets of the surface's size with 8 bits a channel, depth and stencil"},
+    {BackdropBlurEffect::ClassID, "BackdropBlurEffect",
+     "copies of the surface and targets with 8 bits a channel"},
 };
 
 bool IsBlur(Effect const* pEffect) {

@@ -22,7 +22,8 @@ struct GalleryScene {
 // those of letters.
 GalleryScene const Scenes[] = {{"masks", 20, 1, 0.4},    {"panels", 72, 1, 0.4}, {"edges", 25, 4, 0.4},
                                {"text", 89, 1, 1.5},     {"blend", 20, 1, 0.4},  {"blur", 70, 1, 0.4},
-                               {"showcase", 62, 1, 0.4}, {"exact", 40, 1, 0.4},  {"group", 20, 1, 1.5}};
+                               {"showcase", 62, 1, 0.4}, {"exact", 40, 1, 0.4},  {"group", 20, 1, 1.5},
+                               {"glass", 30, 1, 1.5}};
 
 std::string PathOf(std::string const& scene) {
     return KELVO_EXAMPLES "/" + scene + "/scene.json";
@@ -61,7 +62,7 @@ TEST(Gallery, MovesWhereItShouldAndNowhereElse) {
         }
         ++nScenes;
     }
-    EXPECT_EQ(nScenes, 8);
+    EXPECT_EQ(nScenes, 9);
 }
 
 TEST(Gallery, ThePainterSaysWhatItCannotDo) {

@@ -498,7 +498,7 @@ TEST_F(PlayerTest, DrawsBlursInFrameTargets) {
     EXPECT_FALSE(std::filesystem::exists(Path("tiny.png")));
 }
 
-TEST_F(PlayerTest, DrawsGroupsWhereTheDeviceHasTargetsForThem) {
+TEST_F(PlayerTest, DrawsGroupsAndGlassWhereTheDeviceHasTargetsForThem) {
     Write("group.json",
           R"({"surface": {"size": [24, 16]}, "nodes": [{"class": "Timeline",
         "effects": [{"class": "GroupOpacityEffect", "Opacity": 0.5}], "children": [
@@ -515,6 +515,22 @@ TEST_F(PlayerTest, DrawsGroupsWhereTheDeviceHasTargetsForThem) {
         EXPECT_TRUE(test::IsNear(picture.At(4, 8), {128, 0, 0}, 5));
         EXPECT_TRUE(test::IsNear(picture.At(12, 8), {0, 0, 128}, 5));
         ASSERT_EQ(Play({Path("group.json"), "--save", Path("group.kelvo")}).nExitCode, 0);
+    }
+    Write("glass.json",
+          R"({"surface": {"size": [48, 16]}, "nodes": [
+        {"class": "Sprite", "Color": "#ffffff", "Size": [24, 16]},
+        {"class": "Sprite", "Color": "#ff0000", "Opacity": 0.5, "Size": [48, 8],
+         "effects": [{"class": "BackdropBlurEffect", "Radius": 12}]}]})");
+    for (std::vector<std::string> const& how : {std::vector<std::string>{}, {"--post"}}) {
+        std::vector<std::string> arguments = {Path("glass.json"), "--out", Path("glass.png")};
+        arguments.insert(arguments.end(), how.begin(), how.end());
+        Outcome const outcome = Play(arguments);
+        ASSERT_EQ(outcome.nExitCode, 0) << outcome.errors;
+        Image const picture = ReadPicture(Path("glass.png"));
+        EXPECT_TRUE(test::IsNear(picture.At(20, 4), {255, 255, 255}, 5)) << "above the pane";
+        // Halves of black or white and of the blur, of which about a sixth is missing, or there; then of red.
+        EXPECT_TRUE(test::IsNear(picture.At(17, 12), {247, 117, 117}, 12));
+        EXPECT_TRUE(test::IsNear(picture.At(30, 12), {138, 9, 9}, 12));
     }
     setenv("MESA_EXTENSION_OVERRIDE", "-GL_OES_packed_depth_stencil", 1);
     Outcome const lacking = Play({Path("group.json"), "--out", Path("lacking.png")});

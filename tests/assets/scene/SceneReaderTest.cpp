@@ -193,7 +193,7 @@ TEST(SceneReader, SaysTogetherAllThatIsWrongAndNothingThatFollowsFromIt) {
 2: /nodes/0/texture: unknown texture "none"
 3: /nodes/0/masks/0: expected a mask: an array of 3-number corners, three to a triangle, found 1
 3: /nodes/0/masks/2: expected a mask: an array of 3-number corners, three to a triangle, found an empty array
-4: /nodes/0/effects/0/class: unknown class of effects "None"; known are "GaussianBlurEffect", "DirectionalBlurEffect", "BlendModeEffect" and "GroupOpacityEffect"
+4: /nodes/0/effects/0/class: unknown class of effects "None"; known are "GaussianBlurEffect", "DirectionalBlurEffect", "BlendModeEffect", "GroupOpacityEffect" and "BackdropBlurEffect"
 4: /nodes/0/effects/2/BlurAmount: expected a number, found true
 5: /nodes/1/frameRate: expected a number, found string "x"
 5: /nodes/1/playing: expected true or false, found 1
