@@ -160,9 +160,15 @@ void WindowPlayer::Show(Time now) {
     m_nShownFrame = m_clock->GetFrame();
     m_texts.NoteFrame(now);
     Fault fault;
-    if (!m_pView->Draw(m_nShownFrame, [&] { DrawTexts(now); }, fault)) {
-        m_exitCode = Complain(ExitDevice, fault.GetText());
+    if (m_pView->Draw(m_nShownFrame, [&] { DrawTexts(now); }, fault) || m_fIncomplete) {
+        return;
     }
+    Complain(ExitDevice, fault.GetText());
+    if (!m_options.fWatch) {
+        m_exitCode = ExitDevice;
+    }
+    m_fIncomplete = true; // until there is another scene it is said once
+    m_texts.SetFault(fault.GetText());
 }
 
 void WindowPlayer::DrawTexts(Time now) {
@@ -387,6 +393,7 @@ void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
     }
     m_texts.SetFault("");
     m_texts.SetPicked("");
+    m_fIncomplete = false;
     m_nNodes = CountNodes(*m_pView->GetScene().scene.GetRoot());
     m_clock->SetFrames(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate, GetNow());
 }

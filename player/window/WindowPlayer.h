@@ -63,6 +63,7 @@ private:
     trevik::SizeT<int> m_sceneSize;   ///< that the scene file says
     std::optional<int> m_exitCode;    ///< once it is to end
     std::optional<Time> m_resizeTime; ///< when the window's new size counts as the last one
+    bool m_fIncomplete = false;       ///< a part of the scene cannot be drawn
     bool m_fChanged = true;           ///< what is shown is not what there is to see
     unsigned long m_nShownFrames = 0; ///< so far, each as often as it was drawn
     int m_nShownFrame = 0;
