@@ -62,6 +62,11 @@ public:
      */
     std::string DescribeUse() const { return DescribeUse(m_pValue->GetUse()); }
 
+    /**
+     * "file:line: /path", or with a template "file:line (template ...): /path". The whole document is
+     * searched for it.
+     */
+    std::string GetPlace() const;
     /** Throws "file:line: /path: what". */
     [[noreturn]] void Fail(std::string const& what) const;
     /** Throws the fault of what is named here, such as a file. */
@@ -88,6 +93,9 @@ public:
             return false;
         }
     }
+
+    /** Whether nothing wrong has been noted for the document. */
+    bool IsFaultless() const { return m_pSource->faults.Get().empty(); }
 
     bool ReadBool() const;
     /** A number that lies in a range. */
@@ -123,8 +131,6 @@ public:
 private:
     Fault MakeUnknownName(std::string const& name, char const* what,
                           std::vector<std::string> const& known) const;
-    /** "file:line: /path", or with a template "file:line (template ...): /path" */
-    std::string GetPlace() const;
     std::string DescribeUse(std::size_t nUse) const;
 
     JsonSource* m_pSource;

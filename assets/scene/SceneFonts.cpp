@@ -284,6 +284,16 @@ void SceneFonts::Use(JsonCursor const& place, Text& text) {
     found->second.texts.emplace_back(&text);
 }
 
+std::vector<std::string> SceneFonts::FindUnused() const {
+    std::vector<std::string> names;
+    for (auto const& [name, description] : m_fonts) {
+        if (description.texts.empty()) {
+            names.push_back(name);
+        }
+    }
+    return names;
+}
+
 std::vector<Ref<Font>> SceneFonts::Make() {
     std::vector<Ref<Font>> used;
     for (auto& [name, description] : m_fonts) {

@@ -37,6 +37,9 @@ public:
     /** Lets `text` be set in the font whose name stands at `place`. Throws a Fault when there is none. */
     void Use(JsonCursor const& place, Text& text);
 
+    /** The names of those that no text uses. */
+    std::vector<std::string> FindUnused() const;
+
     /** Makes the fonts and gives them to their texts; notes or throws what is wrong. Those that texts have.
      */
     std::vector<Ref<Font>> Make();

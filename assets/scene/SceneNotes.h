@@ -1,6 +1,7 @@
 #pragma once
 
 #include "scene/SceneFaults.h"
+#include "scene/SceneWarning.h"
 #include "trevik/Referenced.h"
 
 #include <string>
@@ -38,6 +39,12 @@ public:
     SceneFaults const& GetFaults() const { return m_faults; }
     void SetFaults(SceneFaults faults) { m_faults = std::move(faults); }
 
+    /** What of the scene will not be drawn, or not as it is written; empty when it could not be read. */
+    SceneWarnings const& GetWarnings() const { return m_warnings; }
+    void Warn(SceneWarning warning) { m_warnings.Add(std::move(warning)); }
+    bool HasRoomForWarnings() const { return m_warnings.HasRoom(); }
+    void SortWarnings() { m_warnings.Sort(); }
+
     /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
     SceneOrigin const* Find(Referenced const& object) const;
     void AddOrigin(Referenced const& object, SceneOrigin origin);
@@ -46,6 +53,7 @@ private:
     std::string m_sSource;
     std::vector<std::string> m_files;
     SceneFaults m_faults;
+    SceneWarnings m_warnings;
     std::unordered_map<Referenced const*, SceneOrigin> m_origins;
 };
 

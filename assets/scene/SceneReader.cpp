@@ -4,6 +4,7 @@
 #include "file/FileNotes.h"
 #include "kelvo_host/GlyphSource.h"
 #include "scene/JsonCursor.h"
+#include "scene/SceneChecks.h"
 #include "scene/SceneColors.h"
 #include "scene/SceneFonts.h"
 #include "scene/SceneNodes.h"
@@ -91,10 +92,11 @@ bool IsYDown(JsonCursor const& root) {
 }
 
 /**
- * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any.
- * Returns the fonts of its texts.
+ * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. Then
+ * `pNotes`, where it is given, gets the warnings. Returns the fonts of its texts.
  */
-std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene) {
+std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene,
+                                  SceneNotes* pNotes) {
     root.ReadObject("a scene: an object with \"nodes\"");
     bool const fKnown = root.Attempt([&] {
         root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "origin", "camera",
@@ -121,6 +123,9 @@ std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registr
     scene.SetRoot(pRoot);
     std::vector<Ref<Font>> made = fonts.Make();
     nodes.Arrange();
+    if (pNotes && root.IsFaultless()) {
+        CheckScene({root, scene, textures, fonts}, *pNotes);
+    }
     return made;
 }
 
@@ -165,7 +170,7 @@ bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string
 }
 
 /** Reads, builds, saves and loads the scene; what is wrong is noted in the source. */
-bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene& scene) {
+bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene& scene, SceneNotes* pNotes) {
     try {
         Fault fault;
         if (!ParseJson(text, source.name, JsonLimits(), source.root, fault)) {
@@ -173,7 +178,7 @@ bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene
         }
         ExpandTemplates(source);
         Scene built;
-        std::vector<Ref<Font>> const fonts = BuildScene(JsonCursor(source), registry, built);
+        std::vector<Ref<Font>> const fonts = BuildScene(JsonCursor(source), registry, built, pNotes);
         if (source.faults.Get().empty() && !Reload(built, fonts, source.name, registry, scene, fault)) {
             throw Fault(fault);
         }
@@ -183,14 +188,14 @@ bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene
     return source.faults.Get().empty();
 }
 
-/** The same, but throws nothing. Becomes the notes of it, but for the files; nodes' places only with
- * `fPlaces`. */
+/** The same, but throws nothing. Notes what there is to tell but the files; only with `fAll` more than
+ * faults. */
 void ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
-                Scene& scene, SceneNotes& notes, bool fPlaces) {
+                Scene& scene, SceneNotes& notes, bool fAll) {
     JsonSource source{name, JsonValue(), SceneFaults(), folder};
     notes.SetSource(name);
     try {
-        if (ReadWhole(text, source, registry, scene) && fPlaces) {
+        if (ReadWhole(text, source, registry, scene, fAll ? &notes : nullptr) && fAll) {
             NoteOrigins(JsonCursor(source), *scene.GetRoot(), notes);
         }
     } catch (SceneFaults::TooMany const&) { // those that there are will do

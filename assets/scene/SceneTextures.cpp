@@ -144,7 +144,7 @@ SceneTexture SceneTextures::Load(JsonCursor const& place, std::string const& pat
         place.Fail(
             "no texture can be made: the back end has no class \"Texture\", or there is not enough memory");
     }
-    return {pTexture, fNinePatch ? std::optional<NinePatchInfo>(ninePatch) : std::nullopt};
+    return {pTexture, fNinePatch ? std::optional<NinePatchInfo>(ninePatch) : std::nullopt, false};
 }
 
 SceneTexture const& SceneTextures::FindOrRead(JsonCursor const& place) {
@@ -168,6 +168,7 @@ SceneTexture const& SceneTextures::Find(JsonCursor const& place) const {
     std::string const& name = place.ReadText();
     auto const found = m_textures.find(name);
     if (found != m_textures.end()) {
+        found->second.fUsed = true;
         return found->second;
     }
     if (m_fUnknown) {

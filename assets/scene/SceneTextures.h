@@ -16,6 +16,7 @@ namespace trevik::kelvo::assets {
 struct SceneTexture {
     Ref<Texture> pTexture; ///< null when it could not be read, which has been told
     std::optional<NinePatchInfo> ninePatch;
+    mutable bool fUsed = false; ///< somebody has asked for it
 };
 
 /** The textures of a scene, by the names that its nodes use for them. */
@@ -30,6 +31,9 @@ public:
 
     /** The texture whose name stands at `place`. Throws a Fault when there is none. */
     SceneTexture const& Find(JsonCursor const& place) const;
+
+    /** Those that have names. */
+    std::map<std::string, SceneTexture> const& GetNamed() const { return m_textures; }
 
     /**
      * The same, but what looks like a path and is no texture's name is the path of a picture, which is read

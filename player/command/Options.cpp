@@ -49,7 +49,8 @@ char const* const Footer =
     "no sense; 3 there is no back end, no graphics device, or it cannot do what the scene or --post\n"
     "needs; 129 the terminal is gone (SIGHUP); 130 interrupted (Ctrl-C); 143 asked to end (SIGTERM).\n"
     "Standard output that cannot be written, unless it is a pipe that has been closed, is a file that\n"
-    "cannot be; frames that differ from those of --compare end with 1, too.\n"
+    "cannot be; frames that differ from those of --compare end with 1, too, and with --strict so does\n"
+    "any warning.\n"
     "\n"
     "Environment: KELVO_EGL_PLATFORM chooses what is drawn with: surfaceless, device or device:N.";
 
@@ -243,8 +244,15 @@ void AddReports(CLI::App& app, Options& options) {
 /** How much is told on the way. */
 void AddLogging(CLI::App& app, Options& options) {
     app.option_defaults()->group("Told on the way");
-    CLI::Option* const pQuiet =
-        app.add_flag("--quiet", options.fQuiet, "no progress bar, and no log unless --log-level asks for it");
+    CLI::Option* const pQuiet = app.add_flag(
+        "--quiet", options.fQuiet, "no progress bar, no warnings, and no log unless --log-level asks for it");
+    CLI::Option* const pCheck = app.add_flag("--check", options.fCheck,
+                                             "draw nothing: tell what is wrong with the scene, and warnings");
+    for (char const* const pOther :
+         {"--out", "--compare", "--jobs", "--stats", "--calls", "--trace", "--pick", "--save", "--window"}) {
+        pCheck->excludes(app.get_option(pOther));
+    }
+    app.add_flag("--strict", options.fStrict, "with warnings draw nothing, and end with 1");
     app.add_flag("--verbose", options.fVerbose, "tell on stderr what is read, drawn with and written")
         ->excludes(pQuiet);
     AddParsed(app, "--log-level", "LEVEL",

@@ -61,6 +61,8 @@ struct Options {
     bool fOverlay = false;                       ///< with figures of the frames in it
     bool fOnce = false;                          ///< and end after the last frame
     bool fWatch = false;                         ///< play again whenever a file of the scene changes
+    bool fCheck = false;                         ///< only tell what is wrong with the scene
+    bool fStrict = false;                        ///< warnings end the player
     bool fPost = false;                          ///< draw frames through the post-process pass
     bool fStats = false;
     bool fStatsJson = false;                   ///< and these as JSON

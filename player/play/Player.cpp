@@ -1,5 +1,6 @@
 #include "play/Player.h"
 
+#include "check/Warnings.h"
 #include "command/Interrupt.h"
 #include "command/Processes.h"
 #include "pictures/Comparison.h"
@@ -77,6 +78,10 @@ int Player::Run() {
         if (int const nExitCode = LoadSceneFile(m_options.scene, m_backend, m_scene, fault, m_notes)) {
             return ComplainOfScene(nExitCode, fault);
         }
+    }
+    int const nWarned = TellWarnings(m_options, m_scene, m_notes);
+    if (nWarned != ExitSuccess || m_options.fCheck) {
+        return nWarned;
     }
     SizeT<int> const size = m_options.size.value_or(m_scene.GetSettings().m_size);
     if (!ShotFits(size)) {

@@ -42,17 +42,33 @@ TEST(Examples, PlayWithoutComplaintAndTheSameFromTheirBinaryFiles) {
         SCOPED_TRACE(name);
         TemporaryFolder const folder; // where none of the scene's files are
         std::string const binary = folder.Path("scene.kelvo");
-        Outcome const saved = Play(
-            {KELVO_EXAMPLES "/" + name, "--frames", "7", "--save", binary, "--out", folder.Path("text.png")});
+        // Some have fewer frames, which is no complaint here.
+        std::vector<std::string> const quiet = {"--frames", "7", "--quiet", "--log-level", "error"};
+        auto const play = [&](std::vector<std::string> arguments) {
+            arguments.insert(arguments.end(), quiet.begin(), quiet.end());
+            return Play(arguments);
+        };
+        Outcome const saved =
+            play({KELVO_EXAMPLES "/" + name, "--save", binary, "--out", folder.Path("text.png")});
         ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
         EXPECT_EQ(saved.errors, "");
-        Outcome const played = Play({binary, "--frames", "7", "--out", folder.Path("binary.png")});
+        Outcome const played = play({binary, "--out", folder.Path("binary.png")});
         ASSERT_EQ(played.nExitCode, 0) << played.errors;
         EXPECT_EQ(played.errors, "");
         Image const picture = ReadPicture(folder.Path("text.png"));
         EXPECT_TRUE(CompareImages(ReadPicture(folder.Path("binary.png")), picture));
         EXPECT_FALSE(picture == Image(picture.Width(), picture.Height(), picture.At(0, 0)))
             << "nothing is drawn";
+    }
+}
+
+TEST(Examples, GiveNoWarnings) {
+    std::vector<std::string> names = ListExamples();
+    names.insert(names.end(), {"live/scene.json", "java/scene.json"});
+    for (std::string const& name : names) {
+        Outcome const checked = Play({KELVO_EXAMPLES "/" + name, "--check", "--strict"});
+        EXPECT_EQ(checked.nExitCode, 0) << name;
+        EXPECT_EQ(checked.errors, "") << name;
     }
 }
 

@@ -1,0 +1,58 @@
+#pragma once
+
+#include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/SampleController.h"
+
+#include <optional>
+#include <string>
+
+namespace trevik::kelvo::assets {
+
+// What a property of a scene that has been built is in all of its frames.
+
+/** The samples that drive a property; null when its value stays. */
+template <class T>
+SampleController<T> const* GetSamples(BaseProperty<T> const& property) {
+    unsigned int const nCount = property.GetControllerCount();
+    return nCount == 0 ? nullptr
+                       : dynamic_cast<SampleController<T> const*>(property.GetController(nCount - 1));
+}
+
+/** Calls `visit` with the values that a property takes, until it answers true; whether it did. */
+template <class T, class Visit>
+bool TakesValue(BaseProperty<T> const& property, Visit visit) {
+    SampleController<T> const* const pSamples = GetSamples(property);
+    if (!pSamples) {
+        return visit(property.GetValue());
+    }
+    for (unsigned int n = 0; n < pSamples->GetSampleCount(); ++n) {
+        if (visit(pSamples->GetSample(n))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+/** The value of a property that nothing drives. */
+template <class T>
+std::optional<T> GetFixed(BaseProperty<T> const& property) {
+    return property.GetControllerCount() == 0 ? std::optional<T>(property.GetValue()) : std::nullopt;
+}
+
+/** The name under which a property is registered; empty when only its id is known. */
+inline std::string GetEntryName(PropertyList::Entry const& entry) {
+    char16_t const* const pName = entry.m_pDescriptor->m_pName;
+    String8 const name{pName ? String16(pName) : String16()};
+    return std::string(name.GetData(), name.GetLength());
+}
+
+/** The property of this name and type among some; null when there is none. */
+template <class T>
+BaseProperty<T>* FindProperty(PropertyList& properties, char const* pName) {
+    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    bool const fFits = pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value;
+    return fFits ? static_cast<BaseProperty<T>*>(pEntry->m_pProperty) : nullptr;
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,84 @@
+#include "scene/SceneCheck.h"
+
+#include <algorithm>
+#include <cstdlib>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+/** What stands at "effects/1" below a place; the place itself where there is no such thing. */
+JsonCursor Descend(JsonCursor place, std::string const& key) {
+    for (std::size_t at = 0; at < key.size();) {
+        std::size_t const end = std::min(key.find('/', at), key.size());
+        std::string const step = key.substr(at, end - at);
+        if (place.Is(JsonValue::Kind::Array)) {
+            place = place.GetItem(static_cast<std::size_t>(std::atoi(step.c_str())));
+        } else if (std::optional<JsonCursor> const member = place.Find(step)) {
+            place = *member;
+        }
+        at = end + 1;
+    }
+    return place;
+}
+
+/** How the node has come to where it is, with the innermost template that it stands in. */
+std::string DescribeUse(SceneStep const& step) {
+    std::string const use = step.place.DescribeUse();
+    return use.empty() && step.pAbove ? DescribeUse(*step.pAbove) : use;
+}
+
+} // namespace
+
+void SceneCheck::Warn(SceneStep const& step, std::string const& key, WarningId id,
+                      std::string const& what) const {
+    if (!m_notes.HasRoomForWarnings()) {
+        m_notes.Warn({id, "", "", 0}); // is counted
+        return;
+    }
+    JsonCursor const place = Descend(step.place, key);
+    std::string const way = key.empty() ? step.way : step.way + "/" + key;
+    std::string const use = DescribeUse(step);
+    unsigned int const nLine = place.GetValue().GetLine();
+    m_notes.Warn({id,
+                  place.GetFileName() + ":" + std::to_string(nLine) + (use.empty() ? "" : " (" + use + ")") +
+                      (way.empty() ? "" : ": " + way),
+                  what, nLine});
+}
+
+std::string GetWrittenClass(SceneStep const& step) {
+    std::optional<JsonCursor> const className = step.place.Find("class");
+    return className ? className->ReadText() : step.role == SceneRole::Camera ? "Camera" : "Timeline";
+}
+
+std::string FindGiven(JsonCursor const& place, std::string const& property) {
+    for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
+        std::string const& name = place.GetMemberName(n);
+        if (name == property || name.compare(0, property.size() + 1, property + ".") == 0) {
+            return name;
+        }
+    }
+    return "";
+}
+
+bool IsEffect(Effect const& effect, char const* pClassName) {
+    return effect.IsKindOf(HashName(pClassName));
+}
+
+bool IsNinePatch(Node const& node) {
+    return node.GetFactoryClassID() == HashName("NinePatchSprite");
+}
+
+List<Vector2T<int>> const* FindBands(Node& node, char const* pKey) {
+    BaseProperty<List<Vector2T<int>>>* const pBands =
+        IsNinePatch(node) ? FindProperty<List<Vector2T<int>>>(node.GetProperties(), pKey) : nullptr;
+    return pBands ? &pBands->GetValue() : nullptr;
+}
+
+bool HasBands(Node& node) {
+    List<Vector2T<int>> const* const pColumns = FindBands(node, "NinePatchPairX");
+    List<Vector2T<int>> const* const pRows = FindBands(node, "NintPatchPairY");
+    return (pColumns && !pColumns->IsEmpty()) || (pRows && !pRows->IsEmpty());
+}
+
+} // namespace trevik::kelvo::assets

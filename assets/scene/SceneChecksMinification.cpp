@@ -1,0 +1,129 @@
+#include "scene/SceneCheck.h"
+#include "scene/SceneChecks.h"
+#include "trevik/kelvo/Camera.h"
+
+#include <algorithm>
+#include <cmath>
+#include <optional>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+using Vector = Vector3T<RealFloat>;
+
+/** How much a node enlarges what is below it at most, along x and y. */
+struct Enlargement {
+    double x = 0;
+    double y = 0;
+};
+
+Enlargement FindGreatest(BaseProperty<Vector> const& property) {
+    Enlargement greatest;
+    TakesValue(property, [&](Vector const& value) {
+        greatest.x = std::max(greatest.x, std::fabs(static_cast<double>(value.x)));
+        greatest.y = std::max(greatest.y, std::fabs(static_cast<double>(value.y)));
+        return false;
+    });
+    return greatest;
+}
+
+Enlargement FindEnlargement(TransformNode& node) {
+    Enlargement const scale = FindGreatest(node.GetScaleProperty());
+    Enlargement const stretch = FindGreatest(node.GetStretchProperty());
+    return {scale.x * stretch.x, scale.y * stretch.y};
+}
+
+/** Whether the node can bring anything nearer to a viewer on the z axis, or is seen in some way of its own.
+ */
+bool LeavesPlane(TransformNode& node) {
+    return TakesValue(node.GetPositionProperty(), [](Vector const& value) { return value.z > 0; }) ||
+           TakesValue(node.GetPivotProperty(), [](Vector const& value) { return value.z != 0; }) ||
+           TakesValue(node.GetRotationProperty(),
+                      [](Vector const& value) { return value.x != 0 || value.y != 0; }) ||
+           TakesValue(node.GetDepthProperty(), [](bool fDepth) { return fDepth; });
+}
+
+/** Sprites that are always drawn at less than half their texture's size. */
+class MinificationCheck : public SceneCheck {
+public:
+    MinificationCheck(SceneSettings const& settings, SceneNotes& notes)
+        : SceneCheck(notes), m_settings(settings) {}
+
+    void Enter(SceneStep const& step) override {
+        m_above.push_back(m_above.empty() ? Above{1, 1} : m_above.back());
+        TransformNode* const pNode = step.node.GetTransformNode();
+        if (!pNode || step.role == SceneRole::Camera || step.role == SceneRole::Background) {
+            m_above.back().pixels = std::nullopt;
+            return;
+        }
+        Above& here = m_above.back();
+        Enlargement const own = FindEnlargement(*pNode);
+        if (LeavesPlane(*pNode)) {
+            here.pixels = std::nullopt;
+        }
+        if (here.pixels && pNode->IsKindOf(Sprite::ClassID)) {
+            CheckSprite(step, static_cast<Sprite&>(*pNode), own, *here.pixels * here.enlargement);
+        }
+        Camera* const pCamera =
+            pNode->IsKindOf(Timeline::ClassID) ? static_cast<Timeline&>(*pNode).GetCamera() : nullptr;
+        if (pCamera) {
+            here.pixels = FindPixelsPerUnit(*pCamera);
+        }
+        // Turned about z, x may become y.
+        here.enlargement *= std::max(own.x, own.y);
+    }
+
+    void Leave(SceneStep const&) override { m_above.pop_back(); }
+
+private:
+    struct Above {
+        std::optional<double> pixels; ///< to a unit, at most; none where only drawing would tell
+        double enlargement;           ///< of all nodes up to the root, at most
+    };
+
+    void CheckSprite(SceneStep const& step, Sprite& sprite, Enlargement const& own, double above) {
+        Texture* const pTexture = sprite.GetTexture();
+        std::optional<SizeT<int>> const size = GetFixed(sprite.GetSizeProperty());
+        if (!pTexture || HasBands(sprite) || pTexture->GetMipLevels().GetValue().GetCount() > 1 || !size ||
+            !sprite.GetEffects().IsEmpty()) { // which draw in their own way
+            return;
+        }
+        double const greatest = above * std::max(size->width * own.x / pTexture->GetWidth(),
+                                                 size->height * own.y / pTexture->GetHeight());
+        if (greatest > 0 && greatest < 0.5) {
+            Warn(step, "texture", WarningId::ImageMinified,
+                 "the picture is drawn at " + FormatNumber(std::round(greatest * 1000) / 10) +
+                     " % of its size at most; without \"mipLevels\" it flickers and loses lines");
+        }
+    }
+
+    /** Of what a camera without perspective sees. */
+    std::optional<double> FindPixelsPerUnit(Camera& camera) const {
+        std::optional<RectangleT<RealFloat>> const view = GetFixed(camera.GetViewRectangleProperty());
+        std::optional<Vector> const scale = GetFixed(camera.GetScaleProperty());
+        std::optional<Vector> const stretch = GetFixed(camera.GetStretchProperty());
+        if (GetFixed(camera.GetOrthographicProperty()) != true || !view || !scale || !stretch ||
+            !(*scale == Vector(1, 1, 1)) || !(*stretch == Vector(1, 1, 1))) {
+            return std::nullopt;
+        }
+        auto const perUnit = [](int nPixels, RealFloat from, RealFloat to) {
+            return nPixels / std::fabs(static_cast<double>(to) - static_cast<double>(from));
+        };
+        return std::max(perUnit(m_settings.m_size.width, view->left, view->right),
+                        perUnit(m_settings.m_size.height, view->top, view->bottom));
+    }
+
+    std::vector<Above> m_above;
+    SceneSettings const& m_settings;
+};
+
+} // namespace
+
+void CheckMinification(BuiltScene const& built, SceneNotes& notes) {
+    MinificationCheck check(built.scene.GetSettings(), notes);
+    WalkScene(built.file, *built.scene.GetRoot(), check);
+}
+
+} // namespace trevik::kelvo::assets

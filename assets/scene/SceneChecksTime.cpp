@@ -1,0 +1,221 @@
+#include "scene/SceneCheck.h"
+#include "scene/SceneChecks.h"
+
+#include <optional>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+/** An animation's frames, and whether anything happens in them. */
+struct Course {
+    int nFirst;
+    int nLast;
+    bool fMoves;
+};
+
+template <class T>
+std::optional<Course> FindCourse(Property* pProperty) {
+    SampleController<T> const* const pSamples = GetSamples(*static_cast<BaseProperty<T>*>(pProperty));
+    if (!pSamples || pSamples->GetSampleCount() < 2) {
+        return std::nullopt; // a single value is no animation
+    }
+    T const first = pSamples->GetSample(0);
+    unsigned int n = 1;
+    while (n < pSamples->GetSampleCount() && pSamples->GetSample(n) == first) {
+        ++n;
+    }
+    int const nFirst = pSamples->GetStartFrame();
+    return Course{nFirst, nFirst + static_cast<int>(pSamples->GetSampleCount()) - 1,
+                  n < pSamples->GetSampleCount()};
+}
+
+std::optional<Course> FindCourse(PropertyList::Entry const& entry) {
+    switch (entry.m_pDescriptor->m_type) {
+    case PropertyType::Bool:
+        return FindCourse<bool>(entry.m_pProperty);
+    case PropertyType::Int:
+        return FindCourse<int>(entry.m_pProperty);
+    case PropertyType::Real:
+        return FindCourse<RealFloat>(entry.m_pProperty);
+    case PropertyType::Vector2:
+        return FindCourse<Vector2T<RealFloat>>(entry.m_pProperty);
+    case PropertyType::Vector3:
+        return FindCourse<Vector3T<RealFloat>>(entry.m_pProperty);
+    case PropertyType::Rectangle:
+        return FindCourse<RectangleT<RealFloat>>(entry.m_pProperty);
+    case PropertyType::Color:
+        return FindCourse<ColorT<RealFloat>>(entry.m_pProperty);
+    case PropertyType::SizeInt:
+        return FindCourse<SizeT<int>>(entry.m_pProperty);
+    case PropertyType::SizeReal:
+        return FindCourse<SizeT<RealFloat>>(entry.m_pProperty);
+    case PropertyType::String:
+    case PropertyType::PairList:
+    case PropertyType::Unknown:
+    case PropertyType::Other:
+        break;
+    }
+    return std::nullopt;
+}
+
+/** Calls `visit` with the numbers that a file gives a property: the one, samples, or those of keys. */
+template <class Visit>
+void VisitNumbers(JsonCursor const& property, Visit visit) {
+    if (property.Is(JsonValue::Kind::Number)) {
+        visit(property.GetValue().GetNumber());
+    } else if (property.Is(JsonValue::Kind::Object)) {
+        for (char const* pList : {"samples", "keys"}) {
+            std::optional<JsonCursor> const list = property.Find(pList);
+            for (std::size_t n = 0; list && n < list->GetValue().GetItems().size(); ++n) {
+                JsonCursor const item = list->GetItem(n);
+                std::optional<JsonCursor> const value =
+                    item.Is(JsonValue::Kind::Object) ? item.Find("value") : item;
+                if (value && value->Is(JsonValue::Kind::Number)) {
+                    visit(value->GetValue().GetNumber());
+                }
+            }
+        }
+    }
+}
+
+/** Whole numbers that stand for something, from the first to the last one. */
+struct KnownNumbers {
+    char const* pKey;
+    int nFirst;
+    int nLast;
+    int nInitial; ///< what others are taken for
+};
+constexpr KnownNumbers Known[] = {{"PlaybackMode", 0, 2, 0},
+                                  {"HorizontalAlignment", 0, 3, 0},
+                                  {"VerticalAlignment", 0, 3, 0},
+                                  {"DepthTest", -1, 1, 0}};
+
+/** Animations, the ends of timelines, and values out of their range. */
+class TimeCheck : public SceneCheck {
+public:
+    TimeCheck(SceneSettings const& settings, SceneNotes& notes) : SceneCheck(notes), m_settings(settings) {}
+
+    void Enter(SceneStep const& step) override {
+        // Below a timeline of its own, frames depend on how that plays; backgrounds have none at all.
+        bool const fSceneFrames = step.role != SceneRole::Background && IsInSceneFrames(step);
+        if (step.role != SceneRole::Root) {
+            CheckAnimations(step, step.place, "", step.node.GetProperties(), fSceneFrames);
+            CheckValues(step);
+        }
+        std::optional<JsonCursor> const effects = step.place.Find("effects");
+        TransformNode* const pNode = step.node.GetTransformNode();
+        if (step.role != SceneRole::Root && effects && pNode) {
+            for (unsigned int n = 0; n < pNode->GetEffects().GetCount(); ++n) {
+                CheckAnimations(step, effects->GetItem(n), "effects/" + std::to_string(n) + "/",
+                                pNode->GetEffects()[n]->GetProperties(), fSceneFrames);
+            }
+        }
+        if (step.node.IsKindOf(Timeline::ClassID) && step.role == SceneRole::Child) {
+            CheckEnd(step, static_cast<Timeline&>(step.node));
+        }
+    }
+
+private:
+    static bool IsInSceneFrames(SceneStep const& step) {
+        for (SceneStep const* pAbove = step.pAbove; pAbove; pAbove = pAbove->pAbove) {
+            if (pAbove->role == SceneRole::Background ||
+                (pAbove->role != SceneRole::Root && pAbove->node.IsKindOf(Timeline::ClassID))) {
+                return false;
+            }
+        }
+        return true;
+    }
+
+    void CheckAnimations(SceneStep const& step, JsonCursor const& place, std::string const& start,
+                         PropertyList& properties, bool fSceneFrames) {
+        for (unsigned int n = 0; n < properties.GetCount(); ++n) {
+            PropertyList::Entry const& entry = properties.GetEntry(n);
+            if (!entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty)) {
+                continue;
+            }
+            std::string const given = FindGiven(place, GetEntryName(entry));
+            std::optional<Course> const course = FindCourse(entry);
+            if (course && !given.empty()) {
+                CheckAnimation(step, start + given, *course, fSceneFrames);
+            }
+        }
+    }
+
+    void CheckAnimation(SceneStep const& step, std::string const& key, Course const& course,
+                        bool fSceneFrames) {
+        int const nFirst = m_settings.m_nFirstFrame;
+        int const nLast = m_settings.m_nLastFrame;
+        if (!course.fMoves) {
+            Warn(step, key, WarningId::AnimationNeverMoves, "all of its values are equal");
+        } else if (fSceneFrames && (course.nFirst >= nLast || course.nLast <= nFirst)) {
+            Warn(step, key, WarningId::AnimationOutsideFrames,
+                 "it goes from frame " + std::to_string(course.nFirst) + " to " +
+                     std::to_string(course.nLast) + ", and the scene plays " +
+                     (nFirst == nLast ? "only frame " + std::to_string(nFirst)
+                                      : "frames " + std::to_string(nFirst) + " to " + std::to_string(nLast)));
+        }
+    }
+
+    void CheckEnd(SceneStep const& step, Timeline& timeline) {
+        if (!GetFixed(timeline.GetFirstFrameProperty()) || !GetFixed(timeline.GetLastFrameProperty())) {
+            return;
+        }
+        RealFloat const first = timeline.GetFirstFrameProperty().GetValue();
+        RealFloat const last = timeline.GetLastFrameProperty().GetValue();
+        if (last > first) {
+            return;
+        }
+        if (step.place.Find("LastFrame") && (last != 0 || first != 0)) {
+            Warn(step, "LastFrame", WarningId::TimelineWithoutEnd,
+                 "it goes on for ever, as its last frame does not lie behind its first one, " +
+                     FormatNumber(static_cast<double>(first)));
+            return;
+        }
+        bool const fTurns =
+            GetFixed(timeline.GetPlaybackModeProperty()).value_or(PlaybackMode::Once) != PlaybackMode::Once;
+        if (fTurns || step.place.Find("timeMap")) {
+            Warn(step, fTurns ? "PlaybackMode" : "timeMap", WarningId::TimelineWithoutEnd,
+                 "it means nothing without a \"LastFrame\" behind the first one");
+        }
+    }
+
+    void CheckValues(SceneStep const& step) {
+        // Of the file's own numbers: the curves between keys may reach beyond on purpose.
+        double outside = 0;
+        if (std::optional<JsonCursor> const opacity = step.place.Find("Opacity")) {
+            VisitNumbers(*opacity, [&](double number) {
+                outside = outside == 0 && (number < 0 || number > 1) ? number : outside;
+            });
+        }
+        if (outside != 0) {
+            Warn(step, "Opacity", WarningId::ValueClamped,
+                 FormatNumber(outside) + " counts as " + (outside < 0 ? "0" : "1"));
+        }
+        for (KnownNumbers const& known : Known) {
+            BaseProperty<int>* const pProperty = FindProperty<int>(step.node.GetProperties(), known.pKey);
+            if (pProperty) {
+                TakesValue(*pProperty, [&](int nNumber) {
+                    bool const fUnknown = nNumber < known.nFirst || nNumber > known.nLast;
+                    if (fUnknown) {
+                        Warn(step, known.pKey, WarningId::ValueUnknown,
+                             std::to_string(nNumber) + " stands for nothing and counts as " +
+                                 std::to_string(known.nInitial));
+                    }
+                    return fUnknown;
+                });
+            }
+        }
+    }
+
+    SceneSettings const& m_settings;
+};
+
+} // namespace
+
+void CheckTime(BuiltScene const& built, SceneNotes& notes) {
+    TimeCheck check(built.scene.GetSettings(), notes);
+    WalkScene(built.file, *built.scene.GetRoot(), check);
+}
+
+} // namespace trevik::kelvo::assets

@@ -1,0 +1,50 @@
+#include "scene/SceneWalk.h"
+
+#include "trevik/kelvo/Camera.h"
+#include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+
+#include <algorithm>
+
+namespace trevik::kelvo::assets {
+
+namespace {
+
+void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor);
+
+/** Walks on to a node that is no child. */
+void WalkHeld(SceneStep const& step, char const* pKey, Node* pNode, SceneRole role, SceneVisitor& visitor) {
+    std::optional<JsonCursor> const held = step.place.Find(pKey);
+    if (held && pNode) {
+        Walk({*held, step.way + "/" + pKey, *pNode, role, &step}, "children", visitor);
+    }
+}
+
+void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor) {
+    visitor.Enter(step);
+    if (step.node.IsKindOf(Timeline::ClassID)) {
+        WalkHeld(step, "camera", static_cast<Timeline&>(step.node).GetCamera(), SceneRole::Camera, visitor);
+    } else if (step.node.IsKindOf(Text::ClassID)) {
+        WalkHeld(step, "background", static_cast<Text&>(step.node).GetBackground(), SceneRole::Background,
+                 visitor);
+    }
+    if (std::optional<JsonCursor> const children = step.place.Find(pChildren)) {
+        std::string const way = step.way + "/" + pChildren + "/";
+        std::size_t const nCount =
+            std::min<std::size_t>(children->GetValue().GetItems().size(), step.node.GetChildCount());
+        for (std::size_t n = 0; n < nCount; ++n) {
+            Walk({children->GetItem(n), way + std::to_string(n),
+                  *step.node.GetChild(static_cast<unsigned int>(n)), SceneRole::Child, &step},
+                 "children", visitor);
+        }
+    }
+    visitor.Leave(step);
+}
+
+} // namespace
+
+void WalkScene(JsonCursor const& file, Timeline& root, SceneVisitor& visitor) {
+    Walk({file, "", root, SceneRole::Root, nullptr}, "nodes", visitor);
+}
+
+} // namespace trevik::kelvo::assets

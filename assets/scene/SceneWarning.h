@@ -1,0 +1,92 @@
+#pragma once
+
+#include <string>
+#include <vector>
+
+namespace trevik::kelvo::assets {
+
+/** What may be told of a scene that can be drawn, but not all of it, or not as it is written. */
+enum class WarningId {
+    MasksNotDrawn,
+    MasksTooDeep,
+    EffectNotDrawn,
+    EffectWithoutTexture,
+    EffectNotFirst,
+    EffectSize,
+    EffectDrawsPlainly,
+    BlendModeNotDrawn,
+    BlendModeIgnored,
+    BlendModeOpacity,
+    BlendModeCamera,
+    BlurCoversOthers,
+    BlurInBlur,
+    BlurLastDrawn,
+    BlurWithoutAmount,
+    BlurWithoutTargets,
+    BlurOpaque,
+    BlurPostProcessed,
+    SpriteWithoutContent,
+    NinePatchSize,
+    NinePatchStretch,
+    NinePatchBands,
+    NinePatchWithoutBands,
+    NinePatchPadded,
+    NinePatchAntialias,
+    SurfaceUpsideDown,
+    SurfaceTranslucent,
+    BackgroundProperties,
+    BackgroundSlanted,
+    BackgroundDisplaced,
+    CameraInTree,
+    TimelineWithoutEnd,
+    AnimationNeverMoves,
+    AnimationOutsideFrames,
+    FramesOutside,
+    ValueClamped,
+    ValueUnknown,
+    MissingCharacters,
+    Etc1Alpha,
+    ImageTooLarge,
+    ImageMinified,
+    UnusedTexture,
+    UnusedFont,
+    Count
+};
+
+/** A kind of warning: its name, which stays, and what it means. */
+struct WarningKind {
+    char const* pName;
+    char const* pMeaning;
+};
+
+/** The kind that an id stands for; see docs/warnings.md. */
+WarningKind const& GetWarningKind(WarningId id);
+
+struct SceneWarning {
+    WarningId id;
+    std::string sWhere; ///< "scene.json:12: /nodes/3", or an option
+    std::string sWhat;
+    unsigned int nLine = 0; ///< of the scene file
+
+    /** "scene.json:12: /nodes/3: warning: what [id]", in one line. */
+    std::string GetText() const;
+};
+
+/** The first so many warnings, and how many more there were. */
+class SceneWarnings {
+public:
+    static constexpr std::size_t Most = 100;
+
+    void Add(SceneWarning warning);
+    /** Puts them into the order of the lines. */
+    void Sort();
+    std::vector<SceneWarning> const& Get() const { return m_warnings; }
+    std::size_t GetCount() const { return m_warnings.size() + m_nMore; }
+    bool HasRoom() const { return m_warnings.size() < Most; }
+
+private:
+    std::vector<SceneWarning> m_warnings;
+    std::size_t m_nMore = 0;
+};
+
+} // namespace trevik::kelvo::assets
