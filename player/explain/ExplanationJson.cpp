@@ -62,7 +62,7 @@ ordered_json ToJson(NodeCost const& cost, std::size_t nNode, SceneNotes const& n
         json["parent"] = cost.nParent;
     }
     if (SceneOrigin const* const pOrigin = notes.Find(node)) {
-        json["file"] = notes.GetSource();
+        json["file"] = pOrigin->sFile;
         json["line"] = pOrigin->nLine;
         json["way"] = pOrigin->way;
     }
