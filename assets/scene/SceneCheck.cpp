@@ -43,7 +43,7 @@ void SceneCheck::Warn(SceneStep const& step, std::string const& key, WarningId i
     m_notes.Warn({id,
                   place.GetFileName() + ":" + std::to_string(nLine) + (use.empty() ? "" : " (" + use + ")") +
                       (way.empty() ? "" : ": " + way),
-                  what, nLine});
+                  what, nLine, step.way});
 }
 
 std::string GetWrittenClass(SceneStep const& step) {

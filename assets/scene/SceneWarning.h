@@ -67,6 +67,7 @@ struct SceneWarning {
     std::string sWhere; ///< "scene.json:12: /nodes/3", or an option
     std::string sWhat;
     unsigned int nLine = 0; ///< of the scene file
+    std::string sWay = {};  ///< to the node or effect that it is about, as its origin has it; empty for none
 
     /** "scene.json:12: /nodes/3: warning: what [id]", in one line. */
     std::string GetText() const;

@@ -1,4 +1,5 @@
 #include "explain/Explanation.h"
+#include "explain/NodeWarnings.h"
 #include "scene/NodeDescription.h"
 #include "trevik/StringEncoded.h"
 
@@ -11,6 +12,7 @@ using trevik::String8;
 using trevik::kelvo::assets::GetSceneClassName;
 using trevik::kelvo::assets::SceneNotes;
 using trevik::kelvo::assets::SceneOrigin;
+using trevik::kelvo::assets::SceneWarning;
 
 namespace {
 
@@ -96,8 +98,13 @@ std::string ToJson(Explanation const& explanation, SceneNotes const& notes) {
                          {"dearestByTime", FindDearestByTime(explanation.costs)},
                          {"dearestByPixels", FindDearestByPixels(explanation.costs)},
                          {"nodes", ordered_json::array()}};
+    auto const warnings = FindWarnings(explanation.costs, notes);
     for (std::size_t nNode = 0; nNode < explanation.costs.GetNodes().size(); ++nNode) {
         json["nodes"].push_back(ToJson(explanation.costs.GetNodes()[nNode], nNode, notes));
+        ordered_json& list = json["nodes"].back()["warnings"] = ordered_json::array();
+        for (SceneWarning const* const pWarning : warnings[nNode]) {
+            list.push_back({{"id", GetWarningKind(pWarning->id).pName}, {"text", pWarning->GetText()}});
+        }
     }
     // A driver's name may be in any encoding.
     return json.dump(2, ' ', false, ordered_json::error_handler_t::replace) + "\n";

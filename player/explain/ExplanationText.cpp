@@ -1,4 +1,5 @@
 #include "explain/Explanation.h"
+#include "explain/NodeWarnings.h"
 #include "scene/NodeDescription.h"
 
 #include <algorithm>
@@ -10,6 +11,7 @@ namespace kelvokit::player {
 using trevik::kelvo::assets::DescribeNode;
 using trevik::kelvo::assets::SceneNotes;
 using trevik::kelvo::assets::SceneOrigin;
+using trevik::kelvo::assets::SceneWarning;
 
 namespace {
 
@@ -126,6 +128,7 @@ void AppendTree(std::string& text, Explanation const& explanation, SceneNotes co
     Append(text, "%6s%7s%7s%5s%5s%6s%9s%9s%6s%8s%7s%8s\n", "draws", "calls", "trian.", "prog", "tex", "blend",
            "covered", "written", "times", "KiB", "update", "render");
     std::vector<NodeCost> const& nodes = explanation.costs.GetNodes();
+    auto const warnings = FindWarnings(explanation.costs, notes);
     for (std::size_t nNode = 0; nNode < nodes.size(); ++nNode) {
         NodeCost const& cost = nodes[nNode];
         std::string const indent(2 * cost.nDepth, ' ');
@@ -133,6 +136,9 @@ void AppendTree(std::string& text, Explanation const& explanation, SceneNotes co
         std::string const line = pOrigin ? " :" + std::to_string(pOrigin->nLine) : std::string();
         std::string const label = indent + DescribeNode(*cost.pNode);
         AppendRow(text, Cut(label, LabelWidth - std::min(line.size(), LabelWidth)) + line, cost.sum);
+        for (SceneWarning const* const pWarning : warnings[nNode]) {
+            text += indent + "  warning [" + GetWarningKind(pWarning->id).pName + "]\n";
+        }
         if (cost.nEnd > nNode + 1 && cost.itself.counts.nCalls > 0) {
             AppendRow(text, indent + "  (itself)", cost.itself);
         }
