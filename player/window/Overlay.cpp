@@ -18,7 +18,6 @@ using trevik::String8;
 using trevik::Vector3T;
 using trevik::kelvo::Fault;
 using trevik::kelvo::GraphicsDevice;
-using trevik::kelvo::Node;
 using trevik::kelvo::Text;
 using trevik::kelvo::TransformNode;
 

@@ -7,6 +7,7 @@
 #include <kelvo_desktop/OffscreenWindow.h>
 
 #include <algorithm>
+#include <cmath>
 
 namespace kelvokit::player {
 
@@ -99,8 +100,8 @@ RectangleT<int> SceneView::GetArea() const {
     SizeT<int> const& window = m_window.GetSize();
     double const rScale = std::min(static_cast<double>(window.width) / m_surface.width,
                                    static_cast<double>(window.height) / m_surface.height);
-    int const nWidth = std::max(1, static_cast<int>(m_surface.width * rScale + 0.5));
-    int const nHeight = std::max(1, static_cast<int>(m_surface.height * rScale + 0.5));
+    int const nWidth = std::max(1, static_cast<int>(std::lround(m_surface.width * rScale)));
+    int const nHeight = std::max(1, static_cast<int>(std::lround(m_surface.height * rScale)));
     int const nLeft = (window.width - nWidth) / 2;
     int const nTop = (window.height - nHeight) / 2;
     return {nLeft, nTop, nLeft + nWidth, nTop + nHeight};

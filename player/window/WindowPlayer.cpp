@@ -12,6 +12,7 @@
 
 #include <algorithm>
 #include <chrono>
+#include <cmath>
 #include <cstdio>
 #include <thread>
 #include <utility>
@@ -263,7 +264,7 @@ void WindowPlayer::Scrub(int x) {
     FrameRange const frames = GetFrames();
     double const rLength = static_cast<double>(frames.nLast) - frames.nFirst;
     double const rPlace = m_overlay.GetPlace(x, m_window.GetSize());
-    m_clock->Seek(frames.nFirst + static_cast<int>(rPlace * rLength + 0.5), GetNow());
+    m_clock->Seek(frames.nFirst + static_cast<int>(std::lround(rPlace * rLength)), GetNow());
     m_fChanged = true;
     m_titleTime = {};
 }
