@@ -1,5 +1,6 @@
 #include "scene/SceneCheck.h"
 #include "scene/SceneChecks.h"
+#include "scene/ScenePlacement.h"
 #include "trevik/kelvo/Camera.h"
 
 #include <algorithm>
@@ -71,8 +72,8 @@ public:
         if (pCamera) {
             here.pixels = FindPixelsPerUnit(*pCamera);
         }
-        // Turned about z, x may become y.
-        here.enlargement *= std::max(own.x, own.y);
+        // Turned about z, x may become y. What is stretched keeps that from its children.
+        here.enlargement *= HasStretchedChildren(step.place) ? 1 : std::max(own.x, own.y);
     }
 
     void Leave(SceneStep const&) override { m_above.pop_back(); }

@@ -1,5 +1,6 @@
 #include "scene/SceneWalk.h"
 
+#include "scene/ScenePlacement.h"
 #include "trevik/kelvo/Camera.h"
 #include "trevik/kelvo/Sprite.h"
 #include "trevik/kelvo/Text.h"
@@ -30,11 +31,13 @@ void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor) {
     }
     if (std::optional<JsonCursor> const children = step.place.Find(pChildren)) {
         std::string const way = step.way + "/" + pChildren + "/";
+        bool const fStretched = HasStretchedChildren(step.place) && step.node.GetChildCount() == 1;
+        Node& parent = fStretched ? *step.node.GetChild(0) : step.node;
         std::size_t const nCount =
-            std::min<std::size_t>(children->GetValue().GetItems().size(), step.node.GetChildCount());
+            std::min<std::size_t>(children->GetValue().GetItems().size(), parent.GetChildCount());
         for (std::size_t n = 0; n < nCount; ++n) {
             Walk({children->GetItem(n), way + std::to_string(n),
-                  *step.node.GetChild(static_cast<unsigned int>(n)), SceneRole::Child, &step},
+                  *parent.GetChild(static_cast<unsigned int>(n)), SceneRole::Child, &step},
                  "children", visitor);
         }
     }

@@ -252,7 +252,9 @@ TEST(SceneReader, NotesWhereNodesComeFromAndWhatFilesWereRead) {
 
             {"class": "Text", "font": "title", "name": "t",
              "background": {"class": "NinePatchSprite", "texture": "a", "children": [{"class": "Camera"}]}}]},
-        {"class": "Sprite"}]})";
+        {"class": "Sprite"},
+        {"class": "NinePatchSprite", "Size": [2, 2], "stretchTo": [4, 4], "children": [{"use": "leaf"}]}],
+        "templates": {"leaf": {"node": {"class": "Sprite", "name": "leaf"}}}})";
     ClassRegistry registry;
     RegisterBackend(registry);
     Scene scene;
@@ -274,6 +276,9 @@ Text "t"  scene.json:7 Text at '/nodes/0/children/1'
 NinePatchSprite  scene.json:8 NinePatchSprite at '/nodes/0/children/1/background'
 Camera  scene.json:8 Camera at '/nodes/0/children/1/background/children/0'
 Sprite  scene.json:9 Sprite at '/nodes/1'
+NinePatchSprite  scene.json:10 NinePatchSprite at '/nodes/2'
+TransformNode  /#2/#0
+Sprite "leaf"  scene.json:11 (template "leaf", used at scene.json:10) Sprite at '/nodes/2/children/0'
 )");
     EXPECT_EQ(notes.GetFiles(),
               (std::vector<std::string>{Folder + "plain.png", Folder + "title.fnt", Folder + "page.png"}));
