@@ -4,6 +4,7 @@
 #include "NodeTest.h"
 #include "TextGL2.h"
 #include "TimelineGL2.h"
+#include "kelvo_effects/Effects.h"
 
 namespace {
 
@@ -56,6 +57,17 @@ TEST_F(Reflection, ObjectsKnowTheirClassAndTheirBases) {
         ASSERT_TRUE(pEffect);
         ExpectKinds(*pEffect, {name + "EffectGL2", name + "Effect", "Effect"});
         EXPECT_EQ(pEffect->GetResourceClassID(), HashName((name + "Resource").c_str()));
+    }
+    ASSERT_TRUE(KelvoRegisterEffects(&m_registry));
+    for (std::string const name : {"GroupOpacity", "BackdropBlur"}) {
+        SCOPED_TRACE(name);
+        Ref<Effect> const pEffect = Create<Effect>(name + "Effect");
+        ASSERT_TRUE(pEffect);
+        ExpectKinds(*pEffect, {name + "Effect", "Effect"});
+        EXPECT_EQ(pEffect->GetResourceClassID(), HashName((name + "Resource").c_str()));
+        Ref<Effect> const pCopy(pEffect->Clone());
+        EXPECT_EQ(pCopy->GetProperties().GetCount(), 1u);
+        EXPECT_FALSE(pCopy->IsInitialized() || pCopy->HasFailed());
     }
 }
 

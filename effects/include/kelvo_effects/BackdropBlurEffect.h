@@ -33,9 +33,7 @@ public:
     RealProperty& GetRadiusProperty() { return m_radius; }
 
 private:
-    /** "Radius", 0: how far an edge is blurred to each side, in pixels of the target; two standard
-     * deviations. */
-    RealProperty m_radius;
+    RealProperty m_radius; ///< "Radius", how far an edge is blurred to each side: pixels, two sigmas; 0
     Ref<BackdropTargets> m_pTargets;
 };
 
