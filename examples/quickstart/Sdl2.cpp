@@ -36,7 +36,8 @@ static bool Play(kelvo::Scene& scene, NativeWindow& window) {
     device->SetViewport(0, 0, settings.m_size.width, settings.m_size.height);
     int const frames = settings.m_nLastFrame - settings.m_nFirstFrame + 1;
     while (!IsClosed()) {
-        double const played = std::fmod(SDL_GetTicks64() / 1000.0 * double(settings.m_rFrameRate), frames);
+        double const played =
+            std::fmod(double(SDL_GetTicks64()) / 1000 * double(settings.m_rFrameRate), frames);
         scene.Update(*device, static_cast<float>(settings.m_nFirstFrame + played));
         scene.RenderFrame(*device);
     }
