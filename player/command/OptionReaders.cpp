@@ -197,7 +197,11 @@ std::string ReadFormat(std::string const& text, Options& options) {
 std::string ReadExplain(std::string const& text, Options& options) {
     options.fExplain = true;
     options.fExplainJson = text == "json";
-    return text == "text" || text == "json" ? "" : "expected text or json, found \"" + text + "\"";
+    if (std::optional<int> const frame = ReadNumber(text, 0, LastFrame)) {
+        options.frames = FrameRange{*frame, *frame};
+        return "";
+    }
+    return text == "text" || text == "json" ? "" : "expected a frame, text or json, found \"" + text + "\"";
 }
 
 std::string ReadOverdraw(std::string const& text, Options& options) {

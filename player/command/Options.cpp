@@ -201,7 +201,7 @@ void AddExplanations(CLI::App& app, Options& options) {
     CLI::Option* const explanations[] = {
         app.add_flag("--explain{text}", *pExplain,
                      "print what each node of the last frame costs: calls, pixels, memory and time; "
-                     "--explain=json does so as JSON")
+                     "--explain=45 of frame 45; --explain=json does so as JSON")
             ->check([&options, pExplain](std::string const& text) { return ReadExplain(text, options); })
             ->excludes("--pick"),
         AddParsed(app, "--overdraw", "FILE.png",

@@ -1,5 +1,6 @@
 #include "window/WindowPlayer.h"
 
+#include "check/Warnings.h"
 #include "command/Interrupt.h"
 #include "play/AlphaTestGroup.h"
 #include "report/Driver.h"
@@ -110,7 +111,13 @@ int WindowPlayer::Open() {
     auto pScene = std::make_unique<LoadedScene>();
     if (int const nExitCode =
             LoadSceneFile(m_options.scene, m_backend, pScene->scene, fault, pScene->notes)) {
-        return Complain(nExitCode, fault.GetText());
+        for (std::string const& line : GetComplaints(fault, pScene->notes)) {
+            Complain(nExitCode, line);
+        }
+        return nExitCode;
+    }
+    if (int const nExitCode = TellWarnings(m_options, pScene->scene, pScene->notes)) {
+        return nExitCode;
     }
     std::vector<std::string> const files = pScene->notes.GetFiles();
     m_sceneSize = pScene->scene.GetSettings().m_size;
@@ -371,6 +378,10 @@ void WindowPlayer::TakeReading() {
 }
 
 void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
+    if (TellWarnings(m_options, pScene->scene, pScene->notes) != ExitSuccess) {
+        m_texts.SetFault(GetFileName(m_options.scene) + " has warnings, which --strict does not let through");
+        return;
+    }
     SizeT<int> const size = pScene->scene.GetSettings().m_size;
     SizeT<int> surface = m_options.size.value_or(size);
     if (IsFollowing()) {
