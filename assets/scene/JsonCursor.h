@@ -18,6 +18,12 @@ struct JsonUse {
     std::size_t nOuter; ///< the use that this one has come with, from 1; 0 for none
 };
 
+/** From the least to the largest number that is read. */
+struct NumberRange {
+    double least;
+    double largest;
+};
+
 /** Another file of the same document. */
 struct JsonFile {
     std::string name;
@@ -100,8 +106,12 @@ public:
     bool ReadBool() const;
     /** A number that lies in a range. */
     double ReadNumber(double minimum, double maximum) const;
+    double ReadNumber(NumberRange const& range) const { return ReadNumber(range.least, range.largest); }
     /** A number without a fraction that lies in a range. */
     int ReadInteger(int nMinimum, int nMaximum) const;
+    int ReadInteger(NumberRange const& range) const {
+        return ReadInteger(static_cast<int>(range.least), static_cast<int>(range.largest));
+    }
     std::string const& ReadText() const;
     /** One of some words; returns its index. */
     std::size_t ReadWord(char const* what, std::vector<std::string> const& words) const;

@@ -1,12 +1,12 @@
 #include "scene/PropertyValues.h"
 
 #include "scene/SceneColors.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneValues.h"
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Timeline.h"
 
-#include <climits>
 #include <utility>
 #include <vector>
 
@@ -14,8 +14,6 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-/** Far from where single precision ends, so that what is computed from numbers stays finite, too. */
-constexpr double LargestNumber = 1e9;
 constexpr std::size_t MaximumPairs = 1000;
 constexpr char const* Vector3Form = "2 or 3 numbers";
 
@@ -45,18 +43,8 @@ constexpr NamedValue NamedValues[] = {
     {"VerticalAlignment", "baseline", VerticalAlignment::Baseline},
 };
 
-std::vector<std::string> GetValueNames(std::string const& property) {
-    std::vector<std::string> names;
-    for (NamedValue const& value : NamedValues) {
-        if (property == value.pProperty) {
-            names.push_back(value.pName);
-        }
-    }
-    return names;
-}
-
 RealFloat ReadReal(JsonCursor const& place) {
-    return static_cast<RealFloat>(place.ReadNumber(-LargestNumber, LargestNumber));
+    return static_cast<RealFloat>(place.ReadNumber(AnyNumber));
 }
 
 /** The numbers of an array of so many. */
@@ -70,6 +58,16 @@ void ReadReals(JsonCursor const& place, std::string const& what, RealFloat (&num
 
 } // namespace
 
+std::vector<std::string> GetValueNames(std::string const& property) {
+    std::vector<std::string> names;
+    for (NamedValue const& value : NamedValues) {
+        if (property == value.pProperty) {
+            names.push_back(value.pName);
+        }
+    }
+    return names;
+}
+
 void ReadValue(JsonCursor const& place, std::string const&, bool& value) {
     value = place.ReadBool();
 }
@@ -77,7 +75,7 @@ void ReadValue(JsonCursor const& place, std::string const&, bool& value) {
 void ReadValue(JsonCursor const& place, std::string const& name, int& value) {
     std::vector<std::string> const names = GetValueNames(name);
     if (names.empty() || place.Is(JsonValue::Kind::Number)) {
-        value = place.ReadInteger(INT_MIN, INT_MAX);
+        value = place.ReadInteger(AnyInteger);
         return;
     }
     std::string const& word = names[place.ReadWord("value", names)];
@@ -119,13 +117,13 @@ void ReadValue(JsonCursor const& place, std::string const&, ColorT<RealFloat>& v
 
 void ReadValue(JsonCursor const& place, std::string const& name, SizeT<int>& value) {
     place.ReadCount(DescribeValue(name, PropertyType::SizeInt), 2);
-    value = SizeT<int>(place.GetItem(0).ReadInteger(0, INT_MAX), place.GetItem(1).ReadInteger(0, INT_MAX));
+    value = SizeT<int>(place.GetItem(0).ReadInteger(AnyCount), place.GetItem(1).ReadInteger(AnyCount));
 }
 
 void ReadValue(JsonCursor const& place, std::string const& name, SizeT<RealFloat>& value) {
     place.ReadCount(DescribeValue(name, PropertyType::SizeReal), 2);
-    value = SizeT<RealFloat>(static_cast<RealFloat>(place.GetItem(0).ReadNumber(0, LargestNumber)),
-                             static_cast<RealFloat>(place.GetItem(1).ReadNumber(0, LargestNumber)));
+    value = SizeT<RealFloat>(static_cast<RealFloat>(place.GetItem(0).ReadNumber(AnyLength)),
+                             static_cast<RealFloat>(place.GetItem(1).ReadNumber(AnyLength)));
 }
 
 void ReadValue(JsonCursor const& place, std::string const& name, StringEncoded<UTF16Encoding>& value) {
@@ -146,7 +144,7 @@ void ReadValue(JsonCursor const& place, std::string const& name, List<Vector2T<i
         JsonCursor const pair = place.GetItem(n);
         pair.ReadCount("2 whole numbers", 2);
         pairs.Append(
-            Vector2T<int>(pair.GetItem(0).ReadInteger(0, INT_MAX), pair.GetItem(1).ReadInteger(0, INT_MAX)));
+            Vector2T<int>(pair.GetItem(0).ReadInteger(AnyCount), pair.GetItem(1).ReadInteger(AnyCount)));
     }
     value = std::move(pairs);
 }

@@ -10,6 +10,7 @@
 #include "trevik/kelvo/PropertyType.h"
 
 #include <string>
+#include <vector>
 
 namespace trevik::kelvo::assets {
 
@@ -26,6 +27,9 @@ void ReadValue(JsonCursor const& place, std::string const& name, SizeT<int>& val
 void ReadValue(JsonCursor const& place, std::string const& name, SizeT<RealFloat>& value);
 void ReadValue(JsonCursor const& place, std::string const& name, StringEncoded<UTF16Encoding>& value);
 void ReadValue(JsonCursor const& place, std::string const& name, List<Vector2T<int>>& value);
+
+/** The names that the whole numbers of a property have; none for most. */
+std::vector<std::string> GetValueNames(std::string const& property);
 
 /** 3 numbers, or 2 and the third is `z`. */
 Vector3T<RealFloat> ReadVector3(JsonCursor const& place, RealFloat z = 0);

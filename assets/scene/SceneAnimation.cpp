@@ -9,7 +9,6 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr int MaximumFrame = 1000000;
 constexpr char const* CurveName = "cubicBezier(";
 
 /** A coordinate of the curve from 0 to 1 with two control points. */
@@ -104,7 +103,7 @@ bool AnimationReader::IsInSeconds(JsonCursor const& place) {
 int AnimationReader::ReadFrame(JsonCursor const& place) const {
     std::optional<JsonCursor> const time = place.Find("time");
     if (!time) {
-        return place.Require("frame").ReadInteger(-MaximumFrame, MaximumFrame);
+        return place.Require("frame").ReadInteger(KeyFrames);
     }
     if (place.Find("frame")) {
         time->Fail("a key has either \"frame\" or \"time\"");
@@ -113,20 +112,19 @@ int AnimationReader::ReadFrame(JsonCursor const& place) const {
 }
 
 int AnimationReader::ReadSeconds(JsonCursor const& place) const {
-    double const limit = MaximumFrame * static_cast<double>(m_frames.delay);
+    double const limit = KeyFrames.largest * static_cast<double>(m_frames.delay);
     return static_cast<int>(
         std::lround(place.ReadNumber(-limit, limit) / static_cast<double>(m_frames.delay)));
 }
 
 int AnimationReader::ReadStart(JsonCursor const& place) const {
     std::optional<JsonCursor> const start = place.Find("start");
-    int const nStart = start ? start->ReadInteger(-MaximumFrame, MaximumFrame) : 0;
+    int const nStart = start ? start->ReadInteger(KeyFrames) : 0;
     std::optional<JsonCursor> const delay = place.Find("delay");
     if (!delay) {
         return nStart;
     }
-    return nStart +
-           (IsInSeconds(place) ? ReadSeconds(*delay) : delay->ReadInteger(-MaximumFrame, MaximumFrame));
+    return nStart + (IsInSeconds(place) ? ReadSeconds(*delay) : delay->ReadInteger(KeyFrames));
 }
 
 } // namespace trevik::kelvo::assets

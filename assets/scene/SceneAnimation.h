@@ -2,6 +2,7 @@
 
 #include "scene/JsonCursor.h"
 #include "scene/PropertyValues.h"
+#include "scene/SceneKeys.h"
 #include "trevik/List.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Interpolate.h"
@@ -164,7 +165,7 @@ T AnimationReader::ReadOne(JsonCursor const& place, std::string const& name) con
 template <class T>
 void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& name,
                                   Samples<T>& samples) const {
-    place.CheckNames({"samples", "start", "repeat", "delay"});
+    place.CheckNames(NamesOf(SamplesKeys));
     JsonCursor const list = place.Require("samples");
     std::size_t const nCount = list.ReadCount("an array of one value per frame");
     if (nCount == 0) {
@@ -179,7 +180,7 @@ void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& na
 template <class T>
 AnimationReader::Key<T> AnimationReader::ReadKey(JsonCursor const& place, std::string const& name) const {
     place.ReadObject("a key: an object with \"frame\" and \"value\"");
-    place.CheckNames({"frame", "time", "value", "ease"});
+    place.CheckNames(NamesOf(KeyKeys));
     Key<T> key{ReadFrame(place), T{}, Easing()};
     key.value = ReadOne<T>(place.Require("value"), name);
     if (std::optional<JsonCursor> const ease = place.Find("ease")) {
@@ -206,7 +207,7 @@ void AnimationReader::AppendFrames(JsonCursor const& place, Key<T> const& from, 
 
 template <class T>
 void AnimationReader::ReadKeys(JsonCursor const& place, std::string const& name, Samples<T>& samples) const {
-    place.CheckNames({"keys", "repeat", "delay"});
+    place.CheckNames(NamesOf(KeysKeys));
     JsonCursor const list = place.Require("keys");
     std::size_t const nCount = list.ReadCount("an array of keys");
     if (nCount == 0) {
@@ -236,7 +237,7 @@ void AnimationReader::ReadKeys(JsonCursor const& place, std::string const& name,
 template <class T>
 void AnimationReader::Repeat(JsonCursor const& place, Samples<T>& samples) const {
     std::optional<JsonCursor> const repeat = place.Find("repeat");
-    int const nTimes = repeat ? repeat->ReadInteger(1, static_cast<int>(MaximumSamples)) : 1;
+    int const nTimes = repeat ? repeat->ReadInteger(Repeats) : 1;
     unsigned int const nPeriod = samples.values.GetCount() - 1;
     T const last = samples.values[nPeriod];
     for (int n = 1; n < nTimes && nPeriod > 0; ++n) {

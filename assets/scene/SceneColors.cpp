@@ -206,10 +206,7 @@ Components ReadName(JsonCursor const& place, std::string const& name) {
                     static_cast<RealFloat>(color.nColor & 255) / 255};
         }
     }
-    std::vector<std::string> known;
-    for (NamedColor const& color : NamedColors) {
-        known.push_back(color.pName);
-    }
+    std::vector<std::string> const known = GetColorNames();
     if (DescribeKnownNames(name, known).empty()) {
         place.FailExpected(DescribeColor(false));
     }
@@ -231,6 +228,14 @@ Components ReadComponents(JsonCursor const& place) {
 }
 
 } // namespace
+
+std::vector<std::string> GetColorNames() {
+    std::vector<std::string> names;
+    for (NamedColor const& color : NamedColors) {
+        names.push_back(color.pName);
+    }
+    return names;
+}
 
 std::string DescribeColor(bool fAlpha) {
     return fAlpha ? "a colour: 3 or 4 numbers from 0 to 1, \"#rrggbb[aa]\", \"#rgb[a]\" or a name"

@@ -5,6 +5,7 @@
 #include "trevik/Types.h"
 
 #include <string>
+#include <vector>
 
 namespace trevik::kelvo::assets {
 
@@ -13,6 +14,9 @@ namespace trevik::kelvo::assets {
  * "#rrggbb[aa]" or "#rgb[a]", or by a name of CSS. Throws a Fault.
  */
 ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha);
+
+/** The names of CSS that colours have. */
+std::vector<std::string> GetColorNames();
 
 /** What ReadColor reads, for messages and the format's description. */
 std::string DescribeColor(bool fAlpha);

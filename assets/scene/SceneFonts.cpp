@@ -2,6 +2,7 @@
 
 #include "file/FileBytes.h"
 #include "font/BMFontReader.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneValues.h"
 
 #include <algorithm>
@@ -19,7 +20,6 @@ constexpr std::size_t MaximumCharacters = 20000;       ///< of one font
 constexpr std::size_t MaximumSceneCharacters = 100000; ///< of all fonts
 constexpr std::size_t MaximumPageBytes = std::size_t(256) << 20;
 constexpr std::size_t MaximumDescriptionBytes = std::size_t(64) << 20;
-constexpr int LargestMeasure = 16384;
 
 /** Control characters end lines and set tabs; none has a shape. */
 bool HasShape(unsigned int nCharacter) {
@@ -95,9 +95,9 @@ void AddCharacters(std::string const& text, std::set<unsigned int>& characters) 
     });
 }
 
-std::optional<RealFloat> ReadMeasure(JsonCursor const& place, char const* pName, double minimum) {
+std::optional<RealFloat> ReadMeasure(JsonCursor const& place, char const* pName, NumberRange const& range) {
     std::optional<JsonCursor> const number = place.Find(pName);
-    return number ? std::optional<RealFloat>(static_cast<RealFloat>(number->ReadNumber(minimum, 1000)))
+    return number ? std::optional<RealFloat>(static_cast<RealFloat>(number->ReadNumber(range)))
                   : std::nullopt;
 }
 
@@ -137,8 +137,8 @@ void SceneFonts::ReadDescription(JsonCursor const& place, Description& descripti
     if (description.options.underline && description.fOutline) {
         place.Require("underline").Fail("texts in outlines cannot be underlined");
     }
-    description.underlinePosition = ReadMeasure(place, "underlinePosition", -1000);
-    description.underlineThickness = ReadMeasure(place, "underlineThickness", 0);
+    description.underlinePosition = ReadMeasure(place, "underlinePosition", UnderlinePositions);
+    description.underlineThickness = ReadMeasure(place, "underlineThickness", UnderlineThicknesses);
     if (std::optional<JsonCursor> const images = place.Find("images")) {
         ReadImages(*images, description);
     }
@@ -152,11 +152,14 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
         place.Fail(file ? "a font has either \"file\" or \"family\", not both"
                         : "there is no \"file\" and no \"family\"");
     }
-    std::vector<std::string> known = {"underline", "underlinePosition", "underlineThickness", "images"};
+    std::vector<std::string> known = NamesOf(FontKeys);
+    auto const add = [&](std::vector<std::string> const& names) {
+        known.insert(known.end(), names.begin(), names.end());
+    };
     if (file) {
         description.path = ReadPath(*file, "a font file");
         description.fBMFont = IsBMFont(*file, description.path);
-        known.push_back("file");
+        add(NamesOf(FontFileKeys));
     } else {
         std::optional<JsonCursor> const style = place.Find("style");
         Fault fault;
@@ -164,12 +167,12 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
                           description.options.faceIndex, fault)) {
             (style ? *style : *family).Fail(fault);
         }
-        known.insert(known.end(), {"family", "style"});
+        add(NamesOf(FontFamilyKeys));
     }
     if (!description.fBMFont) {
-        known.insert(known.end(), {"size", "kind", "hinting", "characters", "ranges"});
+        add(NamesOf(FontGlyphKeys));
         if (file) {
-            known.push_back("face");
+            add(NamesOf(FontFaceKeys));
         }
     }
     place.CheckNames(known);
@@ -179,14 +182,14 @@ void SceneFonts::ReadFile(JsonCursor const& place, Description& description) con
 void SceneFonts::ReadFontOptions(JsonCursor const& place, Description& description) {
     FontOptions& options = description.options;
     if (std::optional<JsonCursor> const size = place.Find("size")) {
-        options.pixelsPerEm = size->ReadInteger(1, 512);
+        options.pixelsPerEm = size->ReadInteger(FontSizes);
     }
     if (std::optional<JsonCursor> const kind = place.Find("kind")) {
-        description.fOutline = kind->ReadWord("kind of font", {"bitmap", "outline"}) == 1;
+        description.fOutline = kind->ReadWord("kind of font", WordsOf(FontKindWords)) == 1;
     }
     options.hinting = ReadFlag(place, "hinting", options.hinting);
     if (std::optional<JsonCursor> const face = place.Find("face")) {
-        options.faceIndex = face->ReadInteger(0, 65535);
+        options.faceIndex = face->ReadInteger(FontFaces);
     }
     for (unsigned int nCharacter = ' '; nCharacter < 0x7f; ++nCharacter) {
         description.characters.insert(nCharacter);
@@ -236,7 +239,7 @@ SceneFonts::Image SceneFonts::ReadImage(JsonCursor const& place, unsigned int nC
     JsonCursor name = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the name of a texture, or an object with \"texture\"");
-        place.CheckNames({"texture", "offset", "advance"});
+        place.CheckNames(NamesOf(FontImageKeys));
         name = place.Require("texture");
     }
     Image image{place, Glyph()};
@@ -256,11 +259,11 @@ SceneFonts::Image SceneFonts::ReadImage(JsonCursor const& place, unsigned int nC
     if (place.Is(JsonValue::Kind::Object)) {
         if (std::optional<JsonCursor> const offset = place.Find("offset")) {
             offset->ReadCount("2 whole numbers: to the right, upward", 2);
-            glyph.m_nOffsetX = offset->GetItem(0).ReadInteger(-LargestMeasure, LargestMeasure);
-            glyph.m_nOffsetY = -offset->GetItem(1).ReadInteger(-LargestMeasure, LargestMeasure);
+            glyph.m_nOffsetX = offset->GetItem(0).ReadInteger(GlyphOffsets);
+            glyph.m_nOffsetY = -offset->GetItem(1).ReadInteger(GlyphOffsets);
         }
         if (std::optional<JsonCursor> const advance = place.Find("advance")) {
-            glyph.m_nAdvance = advance->ReadInteger(0, LargestMeasure);
+            glyph.m_nAdvance = advance->ReadInteger(GlyphAdvances);
         }
     }
     return image;

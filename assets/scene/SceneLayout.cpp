@@ -1,6 +1,7 @@
 #include "scene/SceneLayout.h"
 
 #include "scene/PropertyValues.h"
+#include "scene/SceneKeys.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/Sprite.h"
@@ -51,7 +52,7 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
         return;
     }
     layout->ReadObject("an object with \"row\" or \"column\"");
-    layout->CheckNames({"row", "column"});
+    layout->CheckNames(NamesOf(LayoutKeys));
     std::optional<JsonCursor> const row = layout->Find("row");
     std::optional<JsonCursor> const column = layout->Find("column");
     if (row.has_value() == column.has_value()) {
@@ -59,13 +60,13 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
     }
     JsonCursor const group = row ? *row : *column;
     group.ReadObject("an object with \"gap\" and \"align\"");
-    group.CheckNames({"gap", "align"});
+    group.CheckNames(NamesOf(LayoutGroupKeys));
     RealFloat gap = 0;
     if (std::optional<JsonCursor> const given = group.Find("gap")) {
         ReadValue(*given, "gap", gap);
     }
     std::optional<JsonCursor> const align = group.Find("align");
-    std::size_t const nAlign = align ? align->ReadWord("alignment", {"start", "center", "end"}) : 0;
+    std::size_t const nAlign = align ? align->ReadWord("alignment", WordsOf(AlignWords)) : 0;
     CheckChildren(place);
     m_groups.push_back({Ref<Node>(&parent), row.has_value(), top, gap, static_cast<Align>(nAlign)});
 }

@@ -1,5 +1,6 @@
 #include "scene/SceneNodes.h"
 
+#include "scene/SceneKeys.h"
 #include "scene/ScenePlacement.h"
 #include "scene/SceneValues.h"
 #include "trevik/kelvo/BaseProperty.h"
@@ -20,7 +21,7 @@ namespace {
 
 constexpr std::size_t MaximumNodes = 100000;
 constexpr std::size_t MaximumMaskVertices = 30000;
-constexpr int MaximumLater = 1000000; ///< frames
+constexpr int MaximumLater = static_cast<int>(KeyFrames.largest); ///< frames
 
 void RequireMemory(JsonCursor const& place, bool fEnough) {
     if (!fEnough) {
@@ -33,37 +34,6 @@ template <class T>
 Ref<T> Create(ClassRegistry const& registry, std::string const& name) {
     Ref<Referenced> const pObject(registry.Create(HashName(name.data(), name.size())));
     return Ref<T>(dynamic_cast<T*>(pObject.Get()));
-}
-
-/** The names of classes of nodes that can be had now. */
-std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
-    std::vector<std::string> known;
-    for (std::string const& name : GetNodeClassNames()) {
-        unsigned int const nClassID = HashName(name.data(), name.size());
-        if (nClassID == TransformNode::ClassID || registry.IsRegistered(nClassID)) {
-            known.push_back(name);
-        }
-    }
-    return known;
-}
-
-/** The keys that are no properties, by kind of node. */
-std::vector<std::string> GetKeys(Node const& node) {
-    std::vector<std::string> keys = {"class", "name",  "children", "masks", "effects",
-                                     "clip",  "delay", "stagger",  "layout"};
-    if (node.IsKindOf(Timeline::ClassID)) {
-        keys.insert(keys.end(), {"frameRate", "playing", "timeMap", "camera"});
-    } else if (node.IsKindOf(Sprite::ClassID)) {
-        keys.insert(keys.end(), {"texture", "anchor"});
-        if (node.GetFactoryClassID() == HashName("NinePatchSprite")) {
-            keys.push_back("stretchTo");
-        }
-    } else if (node.IsKindOf(Text::ClassID)) {
-        keys.insert(keys.end(), {"font", "background", "anchor"});
-    } else if (node.IsKindOf(Camera::ClassID)) {
-        keys.push_back("lens");
-    }
-    return keys;
 }
 
 PropertyList::Entry const* FindProperty(PropertyList const& properties, std::string const& name) {
@@ -86,7 +56,7 @@ bool IsComponent(PropertyList const& properties, std::string const& name) {
 /** A number of frames by which something comes later; 0 where the node does not say. */
 int ReadFrames(JsonCursor const& place, char const* pName) {
     std::optional<JsonCursor> const frames = place.Find(pName);
-    return frames ? frames->ReadInteger(-MaximumLater, MaximumLater) : 0;
+    return frames ? frames->ReadInteger(KeyFrames) : 0;
 }
 
 /** Throws where what comes later each time has come too late. */
@@ -127,14 +97,14 @@ void TakeNinePatch(JsonCursor const& place, NinePatchInfo const& info, PropertyL
 /** Sets a camera up as a photographer would; its properties may change parts of that afterwards. */
 void SetUpLens(JsonCursor const& lens, Camera& camera) {
     lens.ReadObject("an object with \"focalLength\", \"filmWidth\" and \"size\"");
-    lens.CheckNames({"focalLength", "filmWidth", "size", "centred"});
+    lens.CheckNames(NamesOf(LensKeys));
     JsonCursor const size = lens.Require("size");
     size.ReadCount("2 numbers: width, height", 2);
     std::optional<JsonCursor> const centred = lens.Find("centred");
-    camera.SetupMillimeter(static_cast<RealFloat>(lens.Require("focalLength").ReadNumber(1, 10000)),
-                           static_cast<RealFloat>(lens.Require("filmWidth").ReadNumber(1, 10000)),
-                           static_cast<RealFloat>(size.GetItem(0).ReadNumber(1, 100000)),
-                           static_cast<RealFloat>(size.GetItem(1).ReadNumber(1, 100000)),
+    camera.SetupMillimeter(static_cast<RealFloat>(lens.Require("focalLength").ReadNumber(LensLengths)),
+                           static_cast<RealFloat>(lens.Require("filmWidth").ReadNumber(LensLengths)),
+                           static_cast<RealFloat>(size.GetItem(0).ReadNumber(LensPixels)),
+                           static_cast<RealFloat>(size.GetItem(1).ReadNumber(LensPixels)),
                            !centred || centred->ReadBool());
 }
 
@@ -187,6 +157,35 @@ std::vector<std::string> const& GetEffectClassNames() {
     return s_names;
 }
 
+std::vector<std::string> GetKnownClasses(ClassRegistry const& registry) {
+    std::vector<std::string> known;
+    for (std::string const& name : GetNodeClassNames()) {
+        unsigned int const nClassID = HashName(name.data(), name.size());
+        if (nClassID == TransformNode::ClassID || registry.IsRegistered(nClassID)) {
+            known.push_back(name);
+        }
+    }
+    return known;
+}
+
+std::vector<SceneKey> GetNodeKeys(Node const& node) {
+    std::vector<SceneKey> keys(std::begin(NodeKeys), std::end(NodeKeys));
+    auto const add = [&](auto const& more) { keys.insert(keys.end(), std::begin(more), std::end(more)); };
+    if (node.IsKindOf(Timeline::ClassID)) {
+        add(TimelineKeys);
+    } else if (node.IsKindOf(Sprite::ClassID)) {
+        add(SpriteKeys);
+        if (node.GetFactoryClassID() == HashName("NinePatchSprite")) {
+            add(NinePatchSpriteKeys);
+        }
+    } else if (node.IsKindOf(Text::ClassID)) {
+        add(TextKeys);
+    } else if (node.IsKindOf(Camera::ClassID)) {
+        add(CameraNodeKeys);
+    }
+    return keys;
+}
+
 std::vector<std::string> GetPropertyNames(PropertyList const& properties) {
     std::vector<std::string> names;
     for (unsigned int n = 0; n < properties.GetCount(); ++n) {
@@ -199,7 +198,7 @@ std::vector<std::string> GetPropertyNames(PropertyList const& properties) {
 }
 
 RealFloat ReadFrameRate(JsonCursor const& place) {
-    return static_cast<RealFloat>(place.ReadNumber(0.001, 1000));
+    return static_cast<RealFloat>(place.ReadNumber(FrameRates));
 }
 
 Ref<Timeline> SceneNodes::CreateTimeline(JsonCursor const& place) const {
@@ -297,7 +296,7 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames 
     if (frames.fYDown && pTransform) { // until its place is read
         pTransform->GetPositionProperty().SetValue(Vector3T<RealFloat>(0, frames.top, 0));
     }
-    bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node), frames);
+    bool const fKnown = ReadMembers(place, node.GetProperties(), NamesOf(GetNodeKeys(node)), frames);
     ReadName(place, node);
     if (node.IsKindOf(Timeline::ClassID)) {
         ReadTimeline(place, static_cast<Timeline&>(node), frames);
@@ -432,7 +431,7 @@ Ref<Camera> SceneNodes::ReadCamera(JsonCursor const& place, AnimationFrames cons
     }
     Ref<Camera> pCamera(static_cast<Camera*>(pNode.Get()));
     ReadLens(place, *pCamera);
-    ReadMembers(place, pCamera->GetProperties(), {"class", "name", "lens"}, frames);
+    ReadMembers(place, pCamera->GetProperties(), NamesOf(CameraKeys), frames);
     ReadName(place, *pCamera);
     return pCamera;
 }
@@ -479,7 +478,8 @@ void SceneNodes::ReadEffect(JsonCursor const& place, Node& node, AnimationFrames
     if (!pEffect) {
         className.FailUnknownName(className.ReadText(), "class of effects", GetEffectClassNames());
     }
-    ReadMembers(place, pEffect->GetProperties(), {"class"}, {frames.delay, frames.nLater, false, 0});
+    ReadMembers(place, pEffect->GetProperties(), NamesOf(EffectKeys),
+                {frames.delay, frames.nLater, false, 0});
     node.AddEffect(pEffect.Get());
     RequireMemory(place, pEffect->GetReferenceCount() > 1);
 }

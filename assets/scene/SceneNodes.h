@@ -2,6 +2,7 @@
 
 #include "scene/JsonCursor.h"
 #include "scene/SceneFonts.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneLayout.h"
 #include "scene/SceneProperty.h"
 #include "scene/SceneTextures.h"
@@ -72,6 +73,12 @@ private:
  */
 std::vector<std::string> const& GetNodeClassNames();
 std::vector<std::string> const& GetEffectClassNames();
+
+/** Those of nodes that can be had now. */
+std::vector<std::string> GetKnownClasses(ClassRegistry const& registry);
+
+/** The keys of a node that are no properties. */
+std::vector<SceneKey> GetNodeKeys(Node const& node);
 
 /** The names under which an object's properties are registered. */
 std::vector<std::string> GetPropertyNames(PropertyList const& properties);

@@ -1,5 +1,6 @@
 #include "scene/ScenePlacement.h"
 
+#include "scene/SceneKeys.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/PropertyList.h"
 
@@ -12,17 +13,7 @@ namespace {
 
 using Vector3 = Vector3T<RealFloat>;
 
-struct AnchorName {
-    char const* pName;
-    RealFloat x; ///< 0 left, 1 right
-    RealFloat y; ///< 0 lower, 1 upper edge
-};
 constexpr RealFloat Middle = RealFloat(0.5);
-constexpr AnchorName AnchorNames[] = {
-    {"topLeft", 0, 1},    {"top", Middle, 1},         {"topRight", 1, 1},
-    {"left", 0, Middle},  {"center", Middle, Middle}, {"right", 1, Middle},
-    {"bottomLeft", 0, 0}, {"bottom", Middle, 0},      {"bottomRight", 1, 0},
-};
 
 template <class T>
 BaseProperty<T>& GetProperty(TransformNode& node, char const* pName) {
@@ -42,16 +33,14 @@ std::optional<Vector2T<RealFloat>> ReadShare(JsonCursor const& place, bool fYDow
         return fYDown ? std::optional<Vector2T<RealFloat>>({0, 1}) : std::nullopt;
     }
     if (anchor->Is(JsonValue::Kind::String)) {
-        std::vector<std::string> names;
-        for (AnchorName const& name : AnchorNames) {
-            names.push_back(name.pName);
-        }
-        AnchorName const& name = AnchorNames[anchor->ReadWord("anchor", names)];
-        return Vector2T<RealFloat>(name.x, name.y);
+        // Three rows from the top, each from the left.
+        int const nAnchor = static_cast<int>(anchor->ReadWord("anchor", WordsOf(AnchorWords)));
+        return Vector2T<RealFloat>(Middle * static_cast<RealFloat>(nAnchor % 3),
+                                   1 - Middle * static_cast<RealFloat>(nAnchor / 3));
     }
     anchor->ReadCount("a corner, an edge or \"center\", or 2 numbers from 0 to 1", 2);
-    RealFloat const x = static_cast<RealFloat>(anchor->GetItem(0).ReadNumber(0, 1));
-    RealFloat const y = static_cast<RealFloat>(anchor->GetItem(1).ReadNumber(0, 1));
+    RealFloat const x = static_cast<RealFloat>(anchor->GetItem(0).ReadNumber(Shares));
+    RealFloat const y = static_cast<RealFloat>(anchor->GetItem(1).ReadNumber(Shares));
     return Vector2T<RealFloat>(x, fYDown ? 1 - y : y);
 }
 

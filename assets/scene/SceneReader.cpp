@@ -7,6 +7,7 @@
 #include "scene/SceneChecks.h"
 #include "scene/SceneColors.h"
 #include "scene/SceneFonts.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneNodes.h"
 #include "scene/SceneOrigins.h"
 #include "scene/SceneTemplates.h"
@@ -26,17 +27,17 @@ namespace {
 DeviceFormat::Enum ReadFormat(JsonCursor const& place) {
     static DeviceFormat::Enum const s_formats[] = {DeviceFormat::RGB565, DeviceFormat::RGB888,
                                                    DeviceFormat::RGBX8888, DeviceFormat::RGBA8888};
-    return s_formats[place.ReadWord("surface format", {"rgb565", "rgb888", "rgbx8888", "rgba8888"})];
+    return s_formats[place.ReadWord("surface format", WordsOf(SurfaceFormatWords))];
 }
 
 void ReadSurface(JsonCursor const& place, SceneSettings& settings) {
     place.ReadObject("an object with \"size\" and \"format\"");
-    place.CheckNames({"size", "format"});
+    place.CheckNames(NamesOf(SurfaceKeys));
     if (std::optional<JsonCursor> const size = place.Find("size")) {
         place.Attempt([&] {
             size->ReadCount("2 whole numbers: width, height", 2);
-            settings.m_size = SizeT<int>(size->GetItem(0).ReadInteger(1, SceneSettings::MaximumSide),
-                                         size->GetItem(1).ReadInteger(1, SceneSettings::MaximumSide));
+            settings.m_size = SizeT<int>(size->GetItem(0).ReadInteger(SurfaceSides),
+                                         size->GetItem(1).ReadInteger(SurfaceSides));
         });
     }
     if (std::optional<JsonCursor> const format = place.Find("format")) {
@@ -46,8 +47,8 @@ void ReadSurface(JsonCursor const& place, SceneSettings& settings) {
 
 void ReadFrames(JsonCursor const& place, SceneSettings& settings) {
     place.ReadCount("2 frames: the first and the last one", 2);
-    settings.m_nFirstFrame = place.GetItem(0).ReadInteger(0, SceneSettings::MaximumFrame);
-    settings.m_nLastFrame = place.GetItem(1).ReadInteger(0, SceneSettings::MaximumFrame);
+    settings.m_nFirstFrame = place.GetItem(0).ReadInteger(SceneFrames);
+    settings.m_nLastFrame = place.GetItem(1).ReadInteger(SceneFrames);
     if (settings.m_nLastFrame < settings.m_nFirstFrame) {
         place.GetItem(1).FailExpected("a frame not before " + std::to_string(settings.m_nFirstFrame) +
                                       ", the first one");
@@ -70,7 +71,7 @@ SceneSettings ReadSettings(JsonCursor const& root) {
     }
     if (std::optional<JsonCursor> const effects = root.Find("effects")) {
         root.Attempt([&] {
-            settings.m_fExactEffects = effects->ReadWord("kind of effects", {"standard", "exact"}) == 1;
+            settings.m_fExactEffects = effects->ReadWord("kind of effects", WordsOf(EffectsWords)) == 1;
         });
     }
     return settings;
@@ -88,7 +89,7 @@ void ReadResources(JsonCursor const& root, char const* pKey, bool fKnown, Resour
 /** Whether the scene's y points down, from its upper edge on. */
 bool IsYDown(JsonCursor const& root) {
     std::optional<JsonCursor> const origin = root.Find("origin");
-    return origin && origin->ReadWord("origin", {"bottomLeft", "topLeft"}) == 1;
+    return origin && origin->ReadWord("origin", WordsOf(OriginWords)) == 1;
 }
 
 /**
@@ -98,10 +99,7 @@ bool IsYDown(JsonCursor const& root) {
 std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene,
                                   SceneNotes* pNotes) {
     root.ReadObject("a scene: an object with \"nodes\"");
-    bool const fKnown = root.Attempt([&] {
-        root.CheckNames({"surface", "frameRate", "frames", "clearColor", "effects", "origin", "camera",
-                         "textures", "fonts", "nodes"});
-    });
+    bool const fKnown = root.Attempt([&] { root.CheckNames(NamesOf(SceneKeys)); });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);
     ReadResources(root, "textures", fKnown, textures);

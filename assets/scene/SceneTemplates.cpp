@@ -1,6 +1,7 @@
 #include "scene/SceneTemplates.h"
 
 #include "file/FileBytes.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneReader.h"
 #include "scene/SceneValues.h"
 
@@ -89,7 +90,7 @@ public:
             ReadDefinitions(*pRoot);
         }
         for (std::size_t n = 0; n < root.GetItems().size(); ++n) {
-            if (!IsDefinition(root.GetNames()[n])) {
+            if (!IsDefinition(root.GetNames()[n]) && root.GetNames()[n] != "$schema") {
                 Expand(root.Items()[n], Scope{nullptr, 0});
             }
         }
@@ -179,7 +180,7 @@ private:
             throw fault;
         }
         At(root).ReadObject("an object with what is included");
-        At(root).CheckNames({"include", "constants", "templates", "textures", "fonts"});
+        At(root).CheckNames(NamesOf(IncludedKeys));
         m_open.push_back({path, DescribeLine(place)});
         IncludeFiles(root);
         m_open.pop_back();
@@ -215,7 +216,7 @@ private:
                 At(found == m_templates.end() ? place.GetValue() : *found->second.pDefinition);
             CheckName(place, name, found == m_templates.end() ? nullptr : &first);
             place.ReadObject("a template: an object with \"node\" and perhaps \"parameters\"");
-            place.CheckNames({"parameters", "node"});
+            place.CheckNames(NamesOf(TemplateKeys));
             place.Require("node").ReadObject("a node");
             Template added{&place.GetValue(), {}};
             if (std::optional<JsonCursor> const parameters = place.Find("parameters")) {

@@ -1,6 +1,7 @@
 #include "scene/SceneTextures.h"
 
 #include "image/ImageReader.h"
+#include "scene/SceneKeys.h"
 #include "scene/SceneValues.h"
 #include "scene/TextureMaker.h"
 
@@ -13,23 +14,12 @@ namespace {
 constexpr std::size_t MaximumTextures = 4096;
 constexpr std::size_t MaximumBytes = std::size_t(1) << 30;
 
-struct FormatName {
-    char const* pName;
-    TextureFormat::Enum format;
-};
-constexpr FormatName FormatNames[] = {
-    {"rgb565", TextureFormat::RGB565},     {"rgba5551", TextureFormat::RGBA5551},
-    {"rgba4444", TextureFormat::RGBA4444}, {"rgb888", TextureFormat::RGB888},
-    {"rgbx8888", TextureFormat::RGBX8888}, {"rgba8888", TextureFormat::RGBA8888},
-    {"alpha8", TextureFormat::Alpha8},
-};
-
 TextureFormat::Enum ReadFormat(JsonCursor const& place) {
-    std::vector<std::string> names;
-    for (FormatName const& format : FormatNames) {
-        names.push_back(format.pName);
-    }
-    return FormatNames[place.ReadWord("texture format", names)].format;
+    static TextureFormat::Enum const s_formats[] = {
+        // in the order of their words
+        TextureFormat::RGB565,   TextureFormat::RGBA5551, TextureFormat::RGBA4444, TextureFormat::RGB888,
+        TextureFormat::RGBX8888, TextureFormat::RGBA8888, TextureFormat::Alpha8};
+    return s_formats[place.ReadWord("texture format", WordsOf(TextureFormatWords))];
 }
 
 ImageOptions ReadOptions(JsonCursor const& place) {
@@ -51,7 +41,8 @@ std::string DescribeSize(int nWidth, int nHeight) {
 int ReadSurfaces(JsonCursor const& place) {
     std::optional<JsonCursor> const surfaces =
         place.Is(JsonValue::Kind::Object) ? place.Find("surfaces") : std::nullopt;
-    return surfaces ? static_cast<int>(surfaces->ReadWord("kind of surfaces", {"single", "double"})) + 1 : 0;
+    return surfaces ? static_cast<int>(surfaces->ReadWord("kind of surfaces", WordsOf(SurfacesWords))) + 1
+                    : 0;
 }
 
 /** Throws unless surfaces can hold the texture's image as it is. */
@@ -102,7 +93,7 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
     JsonCursor file = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the path of an image file, or an object with \"file\"");
-        place.CheckNames({"file", "format", "etc1", "mipLevels", "powerOfTwo", "ninePatch", "surfaces"});
+        place.CheckNames(NamesOf(TextureKeys));
         file = place.Require("file");
         options = ReadOptions(place);
     }
