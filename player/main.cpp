@@ -1,5 +1,6 @@
 #include "command/Program.h"
 #include "play/Player.h"
+#include "play/Schema.h"
 #include "watch/WatchedPlay.h"
 
 #include <cstdio>
@@ -7,6 +8,9 @@
 int main(int nArguments, char** ppArguments) {
     using namespace kelvokit::player;
     return RunProgram(nArguments, ppArguments, [&](Options const& options) {
+        if (options.fSchema) {
+            return PrintSchema(options);
+        }
 #if defined(KELVO_HAS_WINDOW)
         if (options.fWindow) {
             return BecomeProgram("-window", ppArguments);

@@ -60,8 +60,22 @@ bool IsFolder(Options const& options) {
     return !path.empty() && path != "-" && !options.video && !IsPicturePath(path) && !IsWebpPath(path);
 }
 
+/** A schema is of no scene; what it lists is what the back end registers. */
+void CheckSchema(CLI::App const& app, Options const& options) {
+    if (!options.fSchema && options.scene.empty()) {
+        throw CLI::RequiredError("SCENE");
+    }
+    for (CLI::Option const* const pOption : app.get_options()) {
+        std::string const name = pOption->get_name();
+        if (options.fSchema && pOption->count() > 0 && name != "--schema" && name != "--backend") {
+            throw CLI::ExcludesError("--schema", name);
+        }
+    }
+}
+
 /** What cannot be told from one option alone. Throws what the command line's reader does. */
 void CheckTogether(CLI::App const& app, Options& options) {
+    CheckSchema(app, options);
     bool const fStream = options.out == "-";
     bool const fPictures = !options.out.empty() || !options.compare.empty();
     struct {
@@ -130,7 +144,6 @@ void AddScene(CLI::App& app, Options& options) {
     app.add_option("SCENE", options.scene,
                    "scene to play: a .json file (see docs/scene-format.md), a .kelvo file, or - for JSON "
                    "from standard input")
-        ->required()
         ->check(CheckPath)
         ->type_name("");
     AddParsed(app, "--frames", "A..B", "frames to play; all of the scene's unless given", options,
@@ -271,6 +284,8 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     AddReports(app, options);
     AddWindow(app, options);
     AddLogging(app, options);
+    app.add_flag("--schema", options.fSchema,
+                 "print the JSON schema that editors complete and check scenes by; without SCENE");
     app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {
         app.parse(nArguments, ppArguments);

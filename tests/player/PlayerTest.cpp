@@ -1,4 +1,5 @@
 #include "ProcessRunner.h"
+#include "kelvo_test/GoldenText.h"
 #include "kelvo_test/TestFiles.h"
 
 #include <gtest/gtest.h>
@@ -62,6 +63,7 @@ TEST_F(PlayerTest, ExplainsItself) {
                               "--explain",
                               "--overdraw",
                               "--trace",
+                              "--schema",
                               "--version",
                               "--quiet",
                               "--verbose",
@@ -82,6 +84,13 @@ TEST_F(PlayerTest, SaysWhichVersionItIs) {
                                  std::regex("kelvo-player [0-9.]+\ndriver interface EGL / OpenGL ES 2\n"
                                             "(commit date [0-9]{4}-[0-9]{2}-[0-9]{2}\n)?")))
         << outcome.output;
+}
+
+// KELVO_REWRITE_GOLDEN=1 writes the documents' schema.
+TEST_F(PlayerTest, PrintsTheSchemaOfTheDocuments) {
+    Outcome const outcome = Play({"--schema"});
+    EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
+    EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_EXAMPLES "/../docs/scene.schema.json", outcome.output));
 }
 
 TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {
