@@ -51,7 +51,7 @@ bool Decode(ByteSpan bytes, std::string const& name, ImageLimits const& limits, 
     picture.bytes.resize(static_cast<std::size_t>(nWidth) * static_cast<std::size_t>(nHeight) * 4);
     // What the library only warns of is damage, too.
     if (tjDecompress2(decoder.get(), bytes.data, nBytes, picture.bytes.data(), nWidth, 0, nHeight, TJPF_RGBA,
-                      TJFLAG_ACCURATEDCT | TJFLAG_STOPONWARNING) != 0) {
+                      TJFLAG_ACCURATEDCT | TJFLAG_STOPONWARNING | TJFLAG_LIMITSCANS) != 0) {
         return FailToDecode(decoder.get(), name, fault);
     }
     return true;

@@ -14,6 +14,9 @@
 
 namespace trevik::kelvo::assets {
 
+/** Far from where single precision ends, so that what is computed from numbers stays finite, too. */
+constexpr double LargestNumber = 1e9;
+
 // What scene files write for single values of properties. `name` is the property's. All throw a Fault.
 
 void ReadValue(JsonCursor const& place, std::string const& name, bool& value);

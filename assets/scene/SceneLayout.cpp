@@ -15,6 +15,8 @@ namespace {
 
 using Vector3 = Vector3T<RealFloat>;
 
+constexpr RealFloat Largest = static_cast<RealFloat>(LargestNumber);
+
 BaseProperty<Vector3>& GetVector(TransformNode& node, char const* pName) {
     return static_cast<BaseProperty<Vector3>&>(*node.GetProperties().Find(HashName(pName))->m_pProperty);
 }
@@ -25,7 +27,7 @@ void CheckChildren(JsonCursor const& place) {
     std::size_t const nChildren = children ? children->ReadCount("an array of nodes") : 0;
     for (std::size_t n = 0; n < nChildren; ++n) {
         JsonCursor const child = children->GetItem(n);
-        for (char const* pName : {"Position", "Position.x", "Position.y"}) {
+        for (char const* pName : {"Position", "Position.x", "Position.y", "Position.z"}) {
             if (std::optional<JsonCursor> const position = child.Find(pName)) {
                 position->Fail("the layout of the node above says where this one is");
             }
@@ -68,7 +70,7 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
     std::optional<JsonCursor> const align = group.Find("align");
     std::size_t const nAlign = align ? align->ReadWord("alignment", WordsOf(AlignWords)) : 0;
     CheckChildren(place);
-    m_groups.push_back({Ref<Node>(&parent), row.has_value(), top, gap, static_cast<Align>(nAlign)});
+    m_groups.push_back({Ref<Node>(&parent), row.has_value(), top, gap, static_cast<Align>(nAlign), place});
 }
 
 void SceneLayout::Place() {
@@ -88,6 +90,9 @@ void SceneLayout::Place(Group const& group) {
         length += (group.fRow ? width : height) + (boxes.empty() ? 0 : group.gap);
         breadth = std::max(breadth, group.fRow ? height : width);
         boxes.push_back(box);
+    }
+    if (!(length <= Largest && breadth <= Largest)) {
+        group.place.Fail("what the layout places is larger than a scene may be");
     }
     RealFloat const height = group.fRow ? breadth : length;
     RealFloat const top = group.top.value_or(height);
@@ -112,10 +117,6 @@ void SceneLayout::Place(Group const& group) {
 }
 
 SceneLayout::Box SceneLayout::MeasureInside(Node& node) const {
-    auto const placed = m_placed.find(&node);
-    if (placed != m_placed.end()) {
-        return placed->second;
-    }
     if (node.IsKindOf(Sprite::ClassID)) {
         SizeT<int> const size = static_cast<Sprite&>(node).GetSizeProperty().GetValue();
         return {0, 0, static_cast<RealFloat>(size.width), static_cast<RealFloat>(size.height)};
@@ -124,6 +125,10 @@ SceneLayout::Box SceneLayout::MeasureInside(Node& node) const {
         RectangleT<RealFloat> rectangle;
         static_cast<Text&>(node).GetTextRenderRect(rectangle);
         return {rectangle.left, rectangle.top, rectangle.right, rectangle.bottom};
+    }
+    auto const placed = m_placed.find(&node);
+    if (placed != m_placed.end()) {
+        return placed->second;
     }
     Box box;
     for (Node* const pChild : node.GetChildren()) {

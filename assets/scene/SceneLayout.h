@@ -23,7 +23,7 @@ public:
      * `top`. Nodes come after those that are below them. Throws a Fault.
      */
     void Add(JsonCursor const& place, Node& parent, std::optional<RealFloat> top);
-    /** Places all children. Texts have their fonts by then. */
+    /** Places all children. Texts have their fonts by then. Throws a Fault. */
     void Place();
 
 private:
@@ -44,6 +44,7 @@ private:
         std::optional<RealFloat> top; ///< of the children; above what they cover, unless it is said
         RealFloat gap;
         Align align;
+        JsonCursor place; ///< of the node with the layout
     };
 
     void Place(Group const& group);

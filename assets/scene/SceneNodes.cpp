@@ -60,7 +60,7 @@ int ReadFrames(JsonCursor const& place, char const* pName) {
 }
 
 /** Throws where what comes later each time has come too late. */
-void CheckLater(JsonCursor const& place, int nLater) {
+void CheckLater(JsonCursor const& place, long long nLater) {
     if (nLater < -MaximumLater || nLater > MaximumLater) {
         place.Fail("this comes more than " + std::to_string(MaximumLater) + " frames later, or earlier");
     }
@@ -228,9 +228,12 @@ void SceneNodes::ReadChildren(JsonCursor const& place, Node& parent, AnimationFr
                               int nStagger) {
     std::size_t const nCount = place.ReadCount("an array of nodes");
     AnimationFrames own = frames;
+    if (nCount > 0) {
+        CheckLater(place,
+                   frames.nLater + static_cast<long long>(nStagger) * static_cast<long long>(nCount - 1));
+    }
     for (std::size_t n = 0; n < nCount; ++n, own.nLater += nStagger) {
         place.Attempt([&] {
-            CheckLater(place, own.nLater);
             if (Ref<Node> const pNode = ReadNode(place.GetItem(n), own)) {
                 parent.Attach(pNode.Get());
                 RequireMemory(place, pNode->GetParent() == &parent);
@@ -252,9 +255,13 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, AnimationFrames const& f
     });
     AnimationFrames own = frames;
     place.Attempt([&] {
-        own.nLater += ReadFrames(place, "delay");
-        CheckLater(place, own.nLater);
+        int const nLater = frames.nLater + ReadFrames(place, "delay");
+        CheckLater(place, nLater);
+        own.nLater = nLater;
     });
+    if (pNode && pNode->IsKindOf(Camera::ClassID)) {
+        own.fYDown = false; // as cameras of timelines
+    }
     Ref<Node> pParent = pNode ? pNode : Ref<Node>(new TransformNode); // of the children
     if (pNode) {
         ReadParts(place, *pNode, own);
@@ -302,7 +309,7 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames 
         ReadTimeline(place, static_cast<Timeline&>(node), frames);
     } else if (node.IsKindOf(Sprite::ClassID)) {
         place.Attempt([&] {
-            ReadSprite(place, static_cast<Sprite&>(node));
+            ReadSprite(place, static_cast<Sprite&>(node), frames);
             ReadAnchor(place, static_cast<Sprite&>(node), frames.fYDown);
         });
     } else if (node.IsKindOf(Text::ClassID)) {
@@ -377,7 +384,7 @@ void SceneNodes::ReadTimeline(JsonCursor const& place, Timeline& timeline, Anima
     }
 }
 
-void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
+void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames) {
     std::optional<JsonCursor> const size = place.Find("Size");
     if (size && IsAnimation(*size) && sprite.GetFactoryClassID() == Sprite::ClassID) {
         size->Fail(
@@ -398,6 +405,10 @@ void SceneNodes::ReadSprite(JsonCursor const& place, Sprite& sprite) {
     }
     if (found.ninePatch && sprite.GetFactoryClassID() == HashName("NinePatchSprite")) {
         TakeNinePatch(place, *found.ninePatch, sprite.GetProperties());
+        // Components that are given come on top of what the image says.
+        std::string const margin = "ContentMargin";
+        ReadComponents(place, margin, *FindProperty(sprite.GetProperties(), margin),
+                       AnimationReader(frames, m_budget));
     }
 }
 

@@ -51,7 +51,7 @@ private:
     bool ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys,
                      AnimationFrames const& frames);
     void ReadTimeline(JsonCursor const& place, Timeline& timeline, AnimationFrames const& frames);
-    void ReadSprite(JsonCursor const& place, Sprite& sprite);
+    void ReadSprite(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames);
     void ReadBackground(JsonCursor const& place, Text& text, AnimationFrames const& frames);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
     void ReadMasks(JsonCursor const& place, Node& node, bool fYDown) const;

@@ -55,6 +55,19 @@ bool IsFree(JsonCursor const& place, char const* pProperty) {
     return false;
 }
 
+/** Throws where a size that something is placed by is animated. */
+template <class T>
+void CheckStays(JsonCursor const& place, BaseProperty<T> const& property, char const* pName) {
+    if (BaseProperty<T>::IsAnimated(&property)) {
+        std::optional<JsonCursor> const given = place.Find(pName);
+        (given ? *given : place)
+            .Fail(std::string("the \"") + pName +
+                  "\" of what has an anchor or \"stretchTo\", or lies in a scene whose y points down, cannot "
+                  "be "
+                  "animated");
+    }
+}
+
 /** The share of the size comes to lie at the node's place; a Pivot that is given stays, counted from there.
  */
 void SetPivot(JsonCursor const& place, TransformNode& node, Vector2T<RealFloat> const& share,
@@ -82,8 +95,9 @@ void Align(JsonCursor const& place, Text& text, char const* pProperty, RealFloat
 
 /** Throws unless both sides are above 0. */
 Vector3 GetScale(JsonCursor const& place, Vector2T<RealFloat> const& wanted, SizeT<int> const& size) {
-    if (!(wanted.x > 0 && wanted.y > 0)) {
-        place.FailExpected("a width and a height above 0");
+    constexpr RealFloat Least = RealFloat(0.001); // of which the inverse is one for children
+    if (!(wanted.x >= Least && wanted.y >= Least)) {
+        place.FailExpected("a width and a height from 0.001 on");
     }
     return Vector3(wanted.x / static_cast<RealFloat>(size.width),
                    wanted.y / static_cast<RealFloat>(size.height), 1);
@@ -113,6 +127,7 @@ RealFloat GetHeight(Node& node) {
 
 void ReadAnchor(JsonCursor const& place, Sprite& sprite, bool fYDown) {
     if (std::optional<Vector2T<RealFloat>> const share = ReadShare(place, fYDown)) {
+        CheckStays(place, sprite.GetSizeProperty(), "Size");
         SizeT<int> const size = sprite.GetSizeProperty().GetValue();
         SetPivot(place, sprite, *share,
                  SizeT<RealFloat>(static_cast<RealFloat>(size.width), static_cast<RealFloat>(size.height)));
@@ -124,6 +139,7 @@ void ReadAnchor(JsonCursor const& place, Text& text, bool fYDown) {
     if (!share) {
         return;
     }
+    CheckStays(place, text.GetBoxProperty(), "Box");
     SizeT<RealFloat> const box = text.GetBoxProperty().GetValue();
     if (box.width > 0 || box.height > 0) {
         SetPivot(place, text, *share, box);
@@ -147,6 +163,7 @@ Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, Animatio
     if (!stretch) {
         return Ref<TransformNode>();
     }
+    CheckStays(place, sprite.GetSizeProperty(), "Size");
     SizeT<int> const size = sprite.GetSizeProperty().GetValue();
     if (size.width <= 0 || size.height <= 0) {
         stretch->Fail("what is stretched needs a \"texture\" or a \"Size\"");

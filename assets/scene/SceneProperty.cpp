@@ -29,6 +29,7 @@ void ReadTyped(JsonCursor const& place, std::string const& name, Property* pProp
 /** Some components of a property, with the places of those that are given. */
 struct GivenComponents {
     std::vector<std::optional<JsonCursor>> places;
+    std::size_t nGiven = 0;
     bool fAnimated = false;
 };
 
@@ -36,9 +37,34 @@ GivenComponents FindComponents(JsonCursor const& place, std::string const& name,
     GivenComponents given;
     for (std::string const& component : GetComponentNames(name, type)) {
         given.places.push_back(place.Find(name + "." + component));
+        given.nGiven += given.places.back() ? 1 : 0;
         given.fAnimated = given.fAnimated || (given.places.back() && IsAnimation(*given.places.back()));
     }
     return given;
+}
+
+/** What a component of a property may be, as in a whole value. */
+struct Range {
+    double minimum;
+    double maximum;
+};
+
+Range GetRange(std::string const& name, PropertyType::Enum type) {
+    if (type == PropertyType::Color || (type == PropertyType::Vector3 && IsColorName(name))) {
+        return {0, 1};
+    }
+    return {type == PropertyType::SizeReal ? 0 : -LargestNumber, LargestNumber};
+}
+
+void CheckRange(JsonCursor const& place, Samples<RealFloat> const& samples, Range const& range) {
+    auto const fits = [&](RealFloat value) {
+        return static_cast<double>(value) >= range.minimum && static_cast<double>(value) <= range.maximum;
+    };
+    // Between two keys an easing may go beyond both, as it may for a whole value.
+    if (!fits(samples.values[0]) || !fits(samples.values[samples.values.GetCount() - 1])) {
+        place.Fail("expected numbers from " + FormatNumber(range.minimum) + " to " +
+                   FormatNumber(range.maximum));
+    }
 }
 
 template <class T>
@@ -53,6 +79,9 @@ void ReadComponentsOf(JsonCursor const& place, std::string const& name, Property
                       AnimationReader const& animations) {
     BaseProperty<T>& property = static_cast<BaseProperty<T>&>(*pProperty);
     GivenComponents const given = FindComponents(place, name, PropertyTypeOf<T>::value);
+    if (given.nGiven == 0) {
+        return;
+    }
     T value = property.GetValue();
     std::vector<Samples<RealFloat>> curves(given.places.size());
     int nStart = INT_MAX;
@@ -63,9 +92,12 @@ void ReadComponentsOf(JsonCursor const& place, std::string const& name, Property
         }
         if (IsAnimation(*given.places[n])) {
             curves[n] = animations.Read<RealFloat>(*given.places[n], name);
+            CheckRange(*given.places[n], curves[n], GetRange(name, PropertyTypeOf<T>::value));
             nStart = std::min(nStart, curves[n].nStart);
             nEnd = std::max(nEnd, curves[n].GetEnd());
         } else {
+            Range const range = GetRange(name, PropertyTypeOf<T>::value);
+            static_cast<void>(given.places[n]->ReadNumber(range.minimum, range.maximum));
             RealFloat const component = animations.ReadOne<RealFloat>(*given.places[n], name);
             SetComponent(value, n, animations.Turn(name, n, component));
         }

@@ -6,8 +6,10 @@
 #include "scene/SceneValues.h"
 
 #include <algorithm>
+#include <cmath>
 #include <filesystem>
 #include <map>
+#include <set>
 #include <utility>
 
 namespace trevik::kelvo::assets {
@@ -15,6 +17,7 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr std::size_t MaximumIncludes = 100;
+constexpr std::size_t MaximumParameters = 256;             ///< of one template
 constexpr std::size_t MaximumUsesInside = 32;              ///< templates inside each other
 constexpr std::size_t MaximumAdded = std::size_t(1) << 20; ///< values, and pieces of their texts
 constexpr std::size_t PieceOfText = 64;
@@ -33,18 +36,34 @@ bool IsName(std::string const& text) {
            std::all_of(text.begin(), text.end(), IsNameUnit);
 }
 
-/** Whether something in a value has to be put in place. */
-bool NeedsExpansion(JsonValue const& value) {
-    switch (value.GetKind()) {
-    case JsonValue::Kind::String:
-        return value.GetText().find('$') != std::string::npos;
-    case JsonValue::Kind::Array:
-    case JsonValue::Kind::Object:
-        return value.Find("use") ||
-               std::any_of(value.GetItems().begin(), value.GetItems().end(), NeedsExpansion);
-    default:
+/** Whether there is a use of a template in a value. */
+bool HasUse(JsonValue const& value) {
+    if (value.GetKind() != JsonValue::Kind::Array && value.GetKind() != JsonValue::Kind::Object) {
         return false;
     }
+    return value.Find("use") || std::any_of(value.GetItems().begin(), value.GetItems().end(), HasUse);
+}
+
+/** Textures and fonts have names of their own choice, which may be "use". */
+bool IsResources(std::string const& name) {
+    return name == "textures" || name == "fonts";
+}
+
+/** A number as it stands in a text: whole ones without an exponent, and the same in all locales. */
+std::string WriteNumber(double number) {
+    constexpr double Largest = 1e15; // up to which all whole numbers can be told apart
+    if (number == std::floor(number) && std::fabs(number) < Largest) {
+        return std::to_string(static_cast<long long>(number));
+    }
+    std::string text = FormatNumber(number);
+    std::replace(text.begin(), text.end(), ',', '.');
+    return text;
+}
+
+std::string GetCanonicalPath(std::string const& path) {
+    std::error_code error;
+    std::filesystem::path const canonical = std::filesystem::weakly_canonical(path, error);
+    return error ? path : canonical.string();
 }
 
 /** What a value counts against the limit for what templates add. */
@@ -76,10 +95,10 @@ public:
     void Run() {
         JsonValue& root = m_source.root;
         bool const fObject = root.GetKind() == JsonValue::Kind::Object;
-        if (!fObject || (!Defines(root) && !NeedsExpansion(root))) {
+        if (!fObject || (!Defines(root) && !HasUseBelow(root))) {
             return; // what is no object is told where the scene is read
         }
-        m_open.push_back({NormalisePath(m_source.name), std::string()});
+        m_open.push_back({GetCanonicalPath(m_source.name), std::string()});
         IncludeFiles(root);
         for (JsonFile const& file : m_source.included) {
             TakeOver(file.root, "textures");
@@ -90,7 +109,10 @@ public:
             ReadDefinitions(*pRoot);
         }
         for (std::size_t n = 0; n < root.GetItems().size(); ++n) {
-            if (!IsDefinition(root.GetNames()[n]) && root.GetNames()[n] != "$schema") {
+            std::string const& name = root.GetNames()[n];
+            if (IsResources(name)) {
+                ExpandItems(root.Items()[n], Scope{nullptr, 0});
+            } else if (!IsDefinition(name) && name != "comment" && name != "$schema") {
                 Expand(root.Items()[n], Scope{nullptr, 0});
             }
         }
@@ -121,8 +143,15 @@ private:
     static bool Defines(JsonValue const& root) {
         return std::any_of(root.GetNames().begin(), root.GetNames().end(), IsDefinition);
     }
-    static std::string NormalisePath(std::string const& path) {
-        return std::filesystem::path(path).lexically_normal().string();
+    static bool HasUseBelow(JsonValue const& root) {
+        for (std::size_t n = 0; n < root.GetItems().size(); ++n) {
+            JsonValue const& item = root.GetItems()[n];
+            bool const fNames = IsResources(root.GetNames()[n]) && item.GetKind() == JsonValue::Kind::Object;
+            if (fNames ? std::any_of(item.GetItems().begin(), item.GetItems().end(), HasUse) : HasUse(item)) {
+                return true;
+            }
+        }
+        return false;
     }
 
     JsonCursor At(JsonValue const& value) const { return JsonCursor(m_source, value); }
@@ -141,11 +170,11 @@ private:
     }
 
     void ReadDefinitions(JsonValue& root) {
-        if (JsonValue* const pConstants = FindMember(root, "constants")) {
-            ReadConstants(*pConstants);
-        }
         if (JsonValue const* const pTemplates = root.Find("templates")) {
             ReadTemplates(At(*pTemplates));
+        }
+        if (JsonValue* const pConstants = FindMember(root, "constants")) {
+            ReadConstants(*pConstants);
         }
     }
 
@@ -154,15 +183,15 @@ private:
     }
 
     void Include(JsonCursor const& place) {
-        std::string const path = NormalisePath(ReadPath(place, "a file to include"));
+        std::string const path = ReadPath(place, "a file to include");
+        std::string const canonical = GetCanonicalPath(path);
         for (std::size_t n = 0; n < m_open.size(); ++n) {
-            if (m_open[n].name == path) {
+            if (m_open[n].name == canonical) {
                 place.Fail(path + " includes itself" +
                            (n + 1 < m_open.size() ? ", by way of " + m_open[n + 1].place : ""));
             }
         }
-        if (std::any_of(m_source.included.begin(), m_source.included.end(),
-                        [&](JsonFile const& file) { return file.name == path; })) {
+        if (!m_included.insert(canonical).second) {
             return;
         }
         if (m_source.included.size() >= MaximumIncludes) {
@@ -170,18 +199,20 @@ private:
         }
         Fault fault;
         std::vector<std::uint8_t> bytes;
-        if (!ReadFile(path, MaximumSceneBytes, bytes, fault)) {
+        if (!ReadFile(path, m_nBytesLeft, bytes, fault)) {
             place.Fail(fault);
         }
+        m_nBytesLeft -= bytes.size();
         m_source.included.push_back({path, path.substr(0, path.rfind('/') + 1), JsonValue()});
         JsonValue& root = m_source.included.back().root;
-        if (!ParseJson({bytes.data(), bytes.size()}, path, JsonLimits(), root, fault,
+        if (!ParseJson({bytes.data(), bytes.size()}, path, m_limits, root, fault,
                        static_cast<unsigned char>(m_source.included.size()))) {
             throw fault;
         }
+        m_limits.nValues -= std::min(m_limits.nValues, CountValues(root));
         At(root).ReadObject("an object with what is included");
         At(root).CheckNames(NamesOf(IncludedKeys));
-        m_open.push_back({path, DescribeLine(place)});
+        m_open.push_back({canonical, DescribeLine(place)});
         IncludeFiles(root);
         m_open.pop_back();
     }
@@ -198,6 +229,7 @@ private:
             CheckName(At(value), name,
                       found == m_constants.end() ? nullptr : &m_constantValues.find(name)->second);
             Expand(value, Scope{nullptr, 0});
+            CheckDepth(value, 1);
             m_constantValues.emplace(name, At(value));
             m_constants.emplace(name, value.Copy());
         }
@@ -222,6 +254,9 @@ private:
             if (std::optional<JsonCursor> const parameters = place.Find("parameters")) {
                 parameters->ReadObject("an object with an initial value, or null, under each name");
                 added.parameters = parameters->GetValue().GetNames();
+                if (added.parameters.size() > MaximumParameters) {
+                    parameters->FailExpected("at most " + std::to_string(MaximumParameters) + " parameters");
+                }
                 for (std::size_t nName = 0; nName < added.parameters.size(); ++nName) {
                     CheckName(parameters->GetMember(nName), added.parameters[nName], nullptr);
                 }
@@ -253,14 +288,18 @@ private:
             return;
         }
         At(*pOwn).ReadObject("an object with names");
+        std::set<std::string> names(pOwn->GetNames().begin(), pOwn->GetNames().end());
         for (std::size_t n = 0; n < pAdded->GetItems().size(); ++n) {
             std::string const& name = pAdded->GetNames()[n];
-            JsonValue const* const pFirst = pOwn->Find(name);
-            if (pFirst && name != "comment") {
-                At(pAdded->GetItems()[n])
-                    .Fail("there is another one of this name at " + DescribeLine(At(*pFirst)));
+            if (name == "comment") {
+                continue;
             }
-            pOwn->SetMember(name, pAdded->GetItems()[n].Copy());
+            if (!names.insert(name).second) {
+                At(pAdded->GetItems()[n])
+                    .Fail("there is another one of this name at " + DescribeLine(At(*pOwn->Find(name))));
+            }
+            pOwn->Names().push_back(name);
+            pOwn->Items().push_back(pAdded->GetItems()[n].Copy());
         }
     }
 
@@ -271,9 +310,20 @@ private:
             ExpandText(value, scope);
         } else if (value.GetKind() == JsonValue::Kind::Object && value.Find("use")) {
             ExpandUse(value, scope);
-        } else if (value.GetKind() == JsonValue::Kind::Object || value.GetKind() == JsonValue::Kind::Array) {
-            for (JsonValue& item : value.Items()) {
-                Expand(item, scope);
+        } else {
+            ExpandItems(value, scope);
+        }
+    }
+
+    /** What is in an array or an object; comments stay as they are. */
+    void ExpandItems(JsonValue& value, Scope const& scope) {
+        bool const fObject = value.GetKind() == JsonValue::Kind::Object;
+        if (!fObject && value.GetKind() != JsonValue::Kind::Array) {
+            return;
+        }
+        for (std::size_t n = 0; n < value.Items().size(); ++n) {
+            if (!fObject || value.GetNames()[n] != "comment") {
+                Expand(value.Items()[n], scope);
             }
         }
     }
@@ -320,17 +370,17 @@ private:
 
     /** What a parameter or constant stands for. */
     JsonValue const& Look(JsonCursor const& place, std::string const& name, Scope const& scope) const {
-        std::vector<std::string> known;
         for (Values const* pValues : {scope.pParameters, &m_constants}) {
-            if (!pValues) {
-                continue;
-            }
-            auto const found = pValues->find(name);
-            if (found != pValues->end()) {
+            auto const found = pValues ? pValues->find(name) : m_constants.end();
+            if (pValues && found != pValues->end()) {
                 return found->second;
             }
-            for (auto const& named : *pValues) {
-                known.push_back(named.first);
+        }
+        std::vector<std::string> known;
+        for (Values const* pValues : {scope.pParameters, &m_constants}) {
+            if (pValues) {
+                std::transform(pValues->begin(), pValues->end(), std::back_inserter(known),
+                               [](auto const& named) { return named.first; });
             }
         }
         place.FailUnknownName(name, "parameter or constant", known);
@@ -341,7 +391,7 @@ private:
         case JsonValue::Kind::String:
             return value.GetText();
         case JsonValue::Kind::Number:
-            return FormatNumber(value.GetNumber());
+            return WriteNumber(value.GetNumber());
         case JsonValue::Kind::Bool:
             return value.GetBool() ? "true" : "false";
         default:
@@ -351,9 +401,7 @@ private:
 
     /** The object becomes the template's node, with its parameters and what is given beside them. */
     void ExpandUse(JsonValue& value, Scope const& scope) {
-        for (JsonValue& item : value.Items()) {
-            Expand(item, scope);
-        }
+        ExpandItems(value, scope);
         JsonCursor const place = At(value);
         JsonCursor const use = place.Require("use");
         std::string const name = use.ReadText();
@@ -425,6 +473,7 @@ private:
         for (std::string const& parameter : used.parameters) {
             if (JsonValue const* const pGiven = given.Find(parameter)) {
                 Count(use, *pGiven);
+                CheckDepth(*pGiven, 1);
                 parameters.emplace(parameter, pGiven->Copy());
             }
         }
@@ -439,7 +488,12 @@ private:
             }
             Count(use, initial);
             JsonValue value = initial.Copy();
-            Expand(value, Scope{&parameters, 0});
+            try {
+                Expand(value, Scope{&parameters, 0});
+                CheckDepth(value, 1);
+            } catch (Fault const& fault) { // the copy has no way of its own
+                use.Fail(fault);
+            }
             parameters.emplace(parameter, std::move(value));
         }
         return parameters;
@@ -483,9 +537,12 @@ private:
     Values m_constants;
     std::map<std::string, JsonCursor> m_constantValues; ///< where they are defined
     std::map<std::string, Template> m_templates;
-    std::vector<JsonValue*> m_roots; ///< of all files, each behind those that it includes
-    std::vector<Open> m_open;        ///< files that include each other
-    std::vector<Open> m_uses;        ///< templates inside each other
+    std::vector<JsonValue*> m_roots;  ///< of all files, each behind those that it includes
+    std::vector<Open> m_open;         ///< files that include each other
+    std::vector<Open> m_uses;         ///< templates inside each other
+    std::set<std::string> m_included; ///< their canonical paths
+    JsonLimits m_limits;              ///< of what is included, all together
+    std::size_t m_nBytesLeft = MaximumSceneBytes;
     std::size_t m_nAdded = 0;
 };
 

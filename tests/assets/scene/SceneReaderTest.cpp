@@ -106,6 +106,16 @@ std::string Lengthening(int nTimes) {
     return all + "}, \"nodes\": []}";
 }
 
+/** A scene with so many constants that each have the one before them 100 arrays deep. */
+std::string Deepening(int nConstants) {
+    std::string all = R"({"constants": {"c0": 1)";
+    for (int n = 1; n <= nConstants; ++n) {
+        all += ", \"c" + std::to_string(n) + "\": " + std::string(100, '[') + "\"$c" + std::to_string(n - 1) +
+               "\"" + std::string(100, ']');
+    }
+    return all + "}, \"nodes\": []}";
+}
+
 /** A scene with so many resources of a kind, none of which is one. */
 std::string ManyFaulty(char const* pKind, int nCount) {
     return "{\"nodes\": [], \"" + std::string(pKind) + "\": {" + Repeat(nCount, "\"%\": 0", ", ") + "}}";
@@ -138,6 +148,11 @@ TEST(SceneReader, KeepsToItsLimits) {
         {Doubling(25, 2), "*: templates and constants add more than 1048576 values"},
         {Doubling(33, 1),
          "3 (template \"t2\", used at scene.json:4; *; ...): *: more than 32 templates inside each other"},
+        {Deepening(3), "1: /constants/c2/*: arrays and objects are nested deeper than 128 levels, with what "
+                       "templates add"},
+        {"{\"templates\": {\"a\": {\"node\": {}, \"parameters\": {" + Repeat(257, "\"p%\": 0", ", ") +
+             "}}}, \"nodes\": []}",
+         "1: /templates/a/parameters: expected at most 256 parameters, found an object"},
         {Lengthening(16), "1: /constants/c16: the text becomes longer than 1048576 bytes"},
         {ManyFaulty("fonts", 256), "1: /fonts/0: expected a font*"},
         {ManyFaulty("fonts", 257), "1: /fonts: expected at most 256 fonts*"},
