@@ -44,8 +44,8 @@ int main(int nArguments, char** ppArguments) {
         std::fprintf(
             stderr,
             "usage: %s FOLDER\n"
-            "Paints the pictures of the scenes into the folders masks, edges, panels, text, blend and live\n"
-            "of FOLDER.\n"
+            "Paints the pictures of the scenes into the folders masks, edges, panels, text, blend, live\n"
+            "and settings of FOLDER.\n"
             "       %s --enlarge N FROM.png TO.png\n"
             "Shows the pixels of a picture: writes each as a square of N by N.\n",
             ppArguments[0], ppArguments[0]);
@@ -54,6 +54,7 @@ int main(int nArguments, char** ppArguments) {
     std::string const folder = std::string(ppArguments[1]) + "/";
     bool const fPainted = PaintMasks(folder + "masks") && PaintEdges(folder + "edges") &&
                           PaintPanels(folder + "panels") && PaintText(folder + "text") &&
-                          PaintBlend(folder + "blend") && PaintLive(folder + "live");
+                          PaintBlend(folder + "blend") && PaintLive(folder + "live") &&
+                          PaintSettings(folder + "settings");
     return fPainted ? 0 : 1;
 }

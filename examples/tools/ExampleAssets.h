@@ -12,6 +12,7 @@ bool PaintMasks(std::string const& folder);
 bool PaintEdges(std::string const& folder);
 bool PaintLive(std::string const& folder);
 bool PaintPanels(std::string const& folder);
+bool PaintSettings(std::string const& folder);
 bool PaintText(std::string const& folder);
 
 } // namespace kelvokit::examples

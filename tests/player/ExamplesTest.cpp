@@ -121,7 +121,10 @@ TEST(Examples, FilesAreUpToDate) {
     } const cases[] = {
         {KELVO_SHOWCASE_ASSETS, KELVO_EXAMPLES "/showcase/", {}, 15},
         {KELVO_FORMAT_ASSETS, KELVO_EXAMPLES "/format/", {}, 4},
-        {KELVO_EXAMPLE_ASSETS, KELVO_EXAMPLES "/", {"masks", "panels", "edges", "text", "blend", "live"}, 24},
+        {KELVO_EXAMPLE_ASSETS,
+         KELVO_EXAMPLES "/",
+         {"masks", "panels", "edges", "text", "blend", "live", "settings"},
+         37},
     };
     for (auto const& made : cases) {
         SCOPED_TRACE(made.examples);
