@@ -61,9 +61,11 @@ std::string GetFileName(std::string const& path) {
 
 /** The text with the file's name in place of its whole path: there is little room. */
 std::string Shorten(std::string text, std::string const& path) {
+    std::string const name = GetFileName(path);
     std::size_t nAt = 0;
     while (!path.empty() && (nAt = text.find(path, nAt)) != std::string::npos) {
-        text.replace(nAt, path.size(), GetFileName(path));
+        text.replace(nAt, path.size(), name);
+        nAt += name.size();
     }
     return text;
 }
