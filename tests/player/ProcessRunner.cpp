@@ -16,6 +16,9 @@ namespace kelvokit::player::testing {
 
 namespace {
 
+// A hundred are a second. A program that does not end at its signal after so many is killed.
+constexpr int SignalRounds = 6000;
+
 void Redirect(int nDescriptor, std::string const& path) {
     int const nFile = open(path.c_str(), O_WRONLY | O_CREAT | O_TRUNC, 0600);
     dup2(nFile, nDescriptor);
@@ -24,11 +27,13 @@ void Redirect(int nDescriptor, std::string const& path) {
 
 int Wait(pid_t process, std::function<bool()> const& watch, int nSignal) {
     int nStatus = 0;
-    bool fSignalled = false;
-    while (waitpid(process, &nStatus, watch && !fSignalled ? WNOHANG : 0) == 0) {
-        if (watch()) {
-            kill(process, nSignal);
-            fSignalled = true;
+    int nRounds = 0; // since the signal
+    while (waitpid(process, &nStatus, watch ? WNOHANG : 0) == 0) {
+        if (nRounds > 0 || watch()) {
+            if (nRounds == 0 || nRounds == SignalRounds) {
+                kill(process, nRounds == 0 ? nSignal : SIGKILL);
+            }
+            ++nRounds;
         }
         std::this_thread::sleep_for(std::chrono::milliseconds(10));
     }

@@ -25,7 +25,8 @@ struct Outcome {
 
 /**
  * Runs a program with arguments and, beside its own environment, `variables` ("NAME=value"). While it runs,
- * `watch` is asked a hundred times a second whether to send it `nSignal`, which it gets once.
+ * `watch` is asked a hundred times a second whether to send it `nSignal`, which it gets once; a minute later
+ * it is killed.
  */
 Outcome RunProgram(std::string const& program, std::vector<std::string> const& arguments,
                    std::vector<std::string> const& variables = {},

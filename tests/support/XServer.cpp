@@ -126,9 +126,11 @@ Image XServer::GetShown(unsigned long id, unsigned width, unsigned height) const
     return shown;
 }
 
-void XServer::Resize(unsigned long id, unsigned width, unsigned height) const {
+void XServer::Resize(unsigned long id, unsigned width, unsigned height, bool fAtOnce) const {
     X().XResizeWindow(m_pDisplay, id, width, height);
-    Sync();
+    if (fAtOnce) {
+        Sync();
+    }
 }
 
 void XServer::PressKey(unsigned long id, char const* name) const {

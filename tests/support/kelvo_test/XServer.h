@@ -30,7 +30,8 @@ public:
     std::string GetTitle(unsigned long id) const;
     /** What a window of the server shows now; black where it cannot be seen. */
     Image GetShown(unsigned long id, unsigned width, unsigned height) const;
-    void Resize(unsigned long id, unsigned width, unsigned height) const;
+    /** `fAtOnce`: the server has done it on return; else it does so together with what follows. */
+    void Resize(unsigned long id, unsigned width, unsigned height, bool fAtOnce = true) const;
 
     /** Presses and releases a key while the window has the focus. `name`: such as "Escape". */
     void PressKey(unsigned long id, char const* name) const;
