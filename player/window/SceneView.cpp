@@ -142,13 +142,20 @@ bool SceneView::TakePicture(FramePixels& pixels, Fault& fault) {
         fault = Fault(std::string(), "the frame cannot be read from the device");
         return false;
     }
-    bool const fAlpha = device.GetFormat() == DeviceFormat::RGBA8888;
-    desktop::SetCapture(m_window.GetNative(), fAlpha);
+    NativeWindow& native = m_window.GetNative();
+    unsigned long const nBefore = native.frameCount;
+    desktop::SetCapture(native, true);
     device.Present();
     device.Process();
-    if (fAlpha) {
-        pixels.AddAlpha(desktop::LastFrame(m_window.GetNative()), area);
-        desktop::SetCapture(m_window.GetNative(), false);
+    desktop::SetCapture(native, false);
+    // The window may be of another size already than it is known to be.
+    desktop::FinishedFrame const& frame = desktop::LastFrame(native);
+    if (native.frameCount == nBefore || !AreEqual(SizeT<int>(frame.width, frame.height), window)) {
+        fault = Fault(std::string(), "the frame cannot be read: the window is changing");
+        return false;
+    }
+    if (device.GetFormat() == DeviceFormat::RGBA8888) {
+        pixels.AddAlpha(frame, area);
     }
     return true;
 }
