@@ -19,6 +19,7 @@ using trevik::kelvo::Fault;
 namespace {
 
 constexpr char ReadNow = 'r';
+constexpr char ReadSame = 's'; // for a new device
 constexpr char End = 'e';
 
 } // namespace
@@ -66,8 +67,8 @@ void BackgroundReader::Signal(char cause) const {
     static_cast<void>(write(m_nPipe[1], &cause, 1));
 }
 
-void BackgroundReader::Request() {
-    Signal(ReadNow);
+void BackgroundReader::Request(ReadingCause cause) {
+    Signal(cause == ReadingCause::Asked ? ReadNow : ReadSame);
 }
 
 std::optional<SceneReading> BackgroundReader::Take() {
@@ -87,6 +88,7 @@ bool BackgroundReader::Wait() {
     for (;;) {
         auto const now = FileWatch::Time::clock::now();
         if (m_watch.GetDueTime() <= now) {
+            m_cause = ReadingCause::Asked;
             return true;
         }
         auto const left = std::chrono::ceil<std::chrono::milliseconds>(m_watch.GetDueTime() - now);
@@ -96,6 +98,7 @@ bool BackgroundReader::Wait() {
         char causes[64];
         ssize_t const nCauses = read(m_nPipe[0], causes, sizeof causes);
         if (nCauses > 0) {
+            NoteCauses(causes, static_cast<std::size_t>(nCauses));
             return std::find(causes, causes + nCauses, End) == causes + nCauses;
         }
         if (m_fWatch) {
@@ -104,11 +107,20 @@ bool BackgroundReader::Wait() {
     }
 }
 
+/** A change that has been seen, and has had no time to end, is read with what is asked for. */
+void BackgroundReader::NoteCauses(char const* pCauses, std::size_t nCauses) {
+    if (std::find(pCauses, pCauses + nCauses, ReadNow) != pCauses + nCauses ||
+        m_watch.GetDueTime() != FileWatch::Time::max()) {
+        m_cause = ReadingCause::Asked;
+    }
+}
+
 void BackgroundReader::Read() {
     std::lock_guard<std::mutex> const work(m_work);
     m_watch.Forget();
     auto const since = std::chrono::system_clock::now();
     SceneReading reading;
+    reading.cause = std::exchange(m_cause, ReadingCause::NewDevice);
     auto pScene = std::make_unique<LoadedScene>();
     try {
         Fault fault;
@@ -126,6 +138,9 @@ void BackgroundReader::Read() {
         reading.complaints = {m_sPath + ": cannot be read again: " + fault.what()};
     }
     std::lock_guard<std::mutex> const lock(m_mutex);
+    if (m_reading && m_reading->cause == ReadingCause::Asked) {
+        reading.cause = ReadingCause::Asked; // which nobody has seen yet
+    }
     m_reading = std::move(reading); // one that was never taken has never been drawn: it may go here
 }
 

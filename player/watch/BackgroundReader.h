@@ -14,8 +14,15 @@
 
 namespace kelvokit::player {
 
+/** Why a scene is read again. */
+enum class ReadingCause {
+    NewDevice, ///< it is to be shown on a new device, and may be the same as before
+    Asked      ///< a person has asked for it, or one of its files has changed
+};
+
 /** What has become of a scene that was read again. */
 struct SceneReading {
+    ReadingCause cause = ReadingCause::NewDevice;
     std::unique_ptr<LoadedScene> pScene; ///< null when it could not be read
     std::vector<std::string> complaints; ///< why not, a line each
 };
@@ -38,7 +45,7 @@ public:
     bool Start(bool fWatch, std::vector<std::string> const& files,
                std::chrono::system_clock::time_point since, trevik::kelvo::Fault& fault);
     /** Asks for a reading. */
-    void Request();
+    void Request(ReadingCause cause);
     /** The latest reading; none when there is no new one. */
     std::optional<SceneReading> Take();
     /** Nothing is read while the result lives, as while a device starts, which reading asks about. */
@@ -48,6 +55,7 @@ private:
     void Run();
     bool Wait();
     void Read();
+    void NoteCauses(char const* pCauses, std::size_t nCauses);
     void Signal(char cause) const;
 
     std::string const m_sPath;
@@ -55,9 +63,10 @@ private:
     std::function<void()> const m_wake;
     FileWatch m_watch;
     bool m_fWatch = false;
-    int m_nPipe[2] = {-1, -1}; ///< carries what the thread is asked for
-    std::mutex m_work;         ///< held while a scene is read
-    std::mutex m_mutex;        ///< guards the reading
+    ReadingCause m_cause = ReadingCause::NewDevice; ///< of the next reading
+    int m_nPipe[2] = {-1, -1};                      ///< carries what the thread is asked for
+    std::mutex m_work;                              ///< held while a scene is read
+    std::mutex m_mutex;                             ///< guards the reading
     std::optional<SceneReading> m_reading;
     std::thread m_thread;
 };

@@ -1,5 +1,6 @@
 #include "window/SceneView.h"
 
+#include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 
 #include <EGL/egl.h>
@@ -8,6 +9,9 @@
 
 #include <algorithm>
 #include <cmath>
+#include <cstdint>
+#include <optional>
+#include <string>
 
 namespace kelvokit::player {
 
@@ -38,40 +42,74 @@ SceneView::~SceneView() {
 }
 
 bool SceneView::Show(std::unique_ptr<LoadedScene> pScene, SizeT<int> const& surface, Fault& fault) {
+    bool const fRestart = NeedsDevice(*pScene, surface);
     SceneSettings& settings = pScene->scene.GetSettings();
     settings.m_size = surface;
-    settings.m_format = m_options.format.value_or(settings.m_format);
-    bool const fSame =
-        m_pStage && AreEqual(surface, m_surface) && settings.m_format == m_pStage->GetDevice().GetFormat();
-    if (!fSame) {
-        m_releaseOthers();
-        m_pScene = nullptr;
-        if (!Restart(*pScene, surface, fault)) {
-            pScene = nullptr; // before the device
-            m_pStage = nullptr;
+    settings.m_format = GetFormat(*pScene);
+    if (!fRestart) {
+        if (!m_pStage->Prepare(pScene->scene, fault)) {
+            Fault ignored;
+            static_cast<void>(m_pStage->Prepare(m_pScene->scene, ignored));
             return false;
         }
-    } else if (!m_pStage->Prepare(pScene->scene, fault)) {
-        Fault ignored;
-        static_cast<void>(m_pStage->Prepare(m_pScene->scene, ignored));
-        return false;
+        m_pScene = std::move(pScene);
+        m_fUpdated = false;
+        m_fEmpty = false;
+        return true;
     }
-    m_pScene = std::move(pScene);
-    m_fUpdated = false;
-    return true;
+    std::optional<SceneSettings> before;
+    if (m_pScene) {
+        before = m_pScene->scene.GetSettings();
+    }
+    m_fEmpty = !Restart(std::move(pScene), surface, fault);
+    if (m_fEmpty && before) {
+        ShowEmpty(*before);
+    }
+    return !m_fEmpty;
 }
 
-bool SceneView::Restart(LoadedScene& scene, SizeT<int> const& surface, Fault& fault) {
+/** Has an empty scene on a device for frames of these settings, as it was there before. */
+void SceneView::ShowEmpty(SceneSettings const& settings) {
+    std::string const text = R"({"nodes": []})";
+    auto pEmpty = std::make_unique<LoadedScene>();
+    Fault ignored; // there has been such a device
+    if (trevik::kelvo::assets::ReadSceneText(
+            {reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, "", "",
+            m_backend.GetRegistry(), pEmpty->scene, ignored)) {
+        pEmpty->scene.GetSettings() = settings;
+        static_cast<void>(Restart(std::move(pEmpty), settings.m_size, ignored));
+    }
+}
+
+/** Shows a scene on a new device; without either when that fails. */
+bool SceneView::Restart(std::unique_ptr<LoadedScene> pScene, SizeT<int> const& surface, Fault& fault) {
+    m_releaseOthers();
+    m_pScene = nullptr;
     m_pStage = nullptr; // a window has one device at a time
     m_surface = surface;
     m_pStage = std::make_unique<Stage>(m_backend, m_options);
-    if (!m_pStage->Start(m_window.GetNative(), scene.scene.GetSettings(), fault)) {
-        return false;
+    if (m_pStage->Start(m_window.GetNative(), pScene->scene.GetSettings(), fault)) {
+        // The clock tells when a frame is shown. Of a window that nobody sees some systems do not take a
+        // frame that would have to be waited for, and it could not be closed then.
+        eglSwapInterval(eglGetCurrentDisplay(), 0);
+        if (m_pStage->Prepare(pScene->scene, fault)) {
+            m_pScene = std::move(pScene);
+            m_fUpdated = false;
+            return true;
+        }
     }
-    // The clock tells when a frame is shown. Of a window that nobody sees some systems do not take a frame
-    // that would have to be waited for, and it could not be closed then.
-    eglSwapInterval(eglGetCurrentDisplay(), 0);
-    return m_pStage->Prepare(scene.scene, fault);
+    pScene = nullptr; // before the device
+    m_pStage = nullptr;
+    return false;
+}
+
+DeviceFormat::Enum SceneView::GetFormat(LoadedScene const& scene) const {
+    return m_options.format.value_or(scene.scene.GetSettings().m_format);
+}
+
+bool SceneView::NeedsDevice(LoadedScene const& scene, SizeT<int> const& surface) const {
+    return !m_pStage || !AreEqual(surface, m_surface) ||
+           GetFormat(scene) != m_pStage->GetDevice().GetFormat();
 }
 
 void SceneView::BringTo(int nFrame) {

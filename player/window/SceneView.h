@@ -32,13 +32,18 @@ public:
     SceneView(SceneView const&) = delete;
     SceneView& operator=(SceneView const&) = delete;
 
+    /** Whether a new device is to be made for a scene, since its surface is another one. */
+    bool NeedsDevice(LoadedScene const& scene, trevik::SizeT<int> const& surface) const;
     /**
-     * Shows a scene in place of the one before, which stays when its device cannot show the new one. A new
-     * device is made when the surface is to be another one.
+     * Shows a scene in place of the one before, which stays when its device cannot show the new one. With a
+     * new device it is gone: when that one cannot show the scene, there is an empty one on a device as
+     * before.
      */
     bool Show(std::unique_ptr<LoadedScene> pScene, trevik::SizeT<int> const& surface,
               trevik::kelvo::Fault& fault);
-    /** Whether there is a device, which is lost when a new one cannot be made. */
+    /** Whether there is an empty scene in place of one that could not be shown. */
+    bool IsEmpty() const { return m_fEmpty; }
+    /** Whether there is a device, which is lost when none can be made any more. */
     bool HasDevice() const { return m_pStage != nullptr; }
     trevik::kelvo::GraphicsDevice& GetDevice() { return m_pStage->GetDevice(); }
     LoadedScene& GetScene() { return *m_pScene; }
@@ -62,7 +67,10 @@ private:
     bool IsScaled() const;
     trevik::RectangleT<int> GetArea() const;
     void DrawScene();
-    bool Restart(LoadedScene& scene, trevik::SizeT<int> const& surface, trevik::kelvo::Fault& fault);
+    bool Restart(std::unique_ptr<LoadedScene> pScene, trevik::SizeT<int> const& surface,
+                 trevik::kelvo::Fault& fault);
+    void ShowEmpty(trevik::kelvo::SceneSettings const& settings);
+    trevik::kelvo::DeviceFormat::Enum GetFormat(LoadedScene const& scene) const;
 
     Backend& m_backend;
     Options const& m_options;
@@ -71,6 +79,7 @@ private:
     trevik::SizeT<int> m_surface;
     std::unique_ptr<Stage> m_pStage;
     std::unique_ptr<LoadedScene> m_pScene;
+    bool m_fEmpty = false;
     bool m_fUpdated = false; ///< the scene has been brought to a frame
     int m_nUpdated = 0;      ///< and to this one
     unsigned long long m_nDraws = 0;

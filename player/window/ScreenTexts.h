@@ -27,6 +27,7 @@ public:
     void SetPicked(std::string const& text) { m_sPicked = text; }
     /** Stays until it is empty. */
     void SetFault(std::string const& text) { m_sFault = text; }
+    std::string const& GetFault() const { return m_sFault; }
     /** Is shown for a moment. */
     void SetNotice(std::string const& text, Time now);
     /** The bar is shown for a moment. */

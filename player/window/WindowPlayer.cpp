@@ -15,6 +15,7 @@
 #include <chrono>
 #include <cmath>
 #include <cstdio>
+#include <mutex>
 #include <thread>
 #include <utility>
 
@@ -179,6 +180,7 @@ void WindowPlayer::Show(Time now) {
     }
     m_fIncomplete = true; // until there is another scene it is said once
     m_texts.SetFault(fault.GetText());
+    m_fChanged = true; // the next frame shows it
 }
 
 void WindowPlayer::DrawTexts(Time now) {
@@ -325,7 +327,7 @@ void WindowPlayer::Obey(Command command) {
         if (m_options.scene == "-") {
             m_texts.SetNotice("standard input cannot be read again", now);
         } else {
-            m_pReader->Request();
+            m_pReader->Request(ReadingCause::Asked);
         }
         break;
     case Command::SavePicture:
@@ -356,8 +358,9 @@ void WindowPlayer::TakeSize(Time now) {
     SizeT<int> const& surface = m_pView->GetSurface();
     bool const fSame =
         surface.width == m_window.GetSize().width && surface.height == m_window.GetSize().height;
-    if (IsFollowing() && !fSame) {
-        m_pReader->Request(); // what a scene has on its device cannot move to another one
+    if (IsFollowing() && (!fSame || m_pView->IsEmpty())) {
+        m_pReader->Request(
+            ReadingCause::NewDevice); // what a scene has on its device cannot move to another one
     }
 }
 
@@ -368,19 +371,26 @@ void WindowPlayer::TakeReading() {
     }
     m_fChanged = true;
     if (reading->pScene) {
-        ShowReading(std::move(reading->pScene));
+        ShowReading(std::move(reading->pScene), reading->cause);
         return;
     }
     std::string text;
     for (std::string const& line : reading->complaints) {
-        Complain(ExitBadFile, line);
         text += (text.empty() ? "" : "\n") + line;
+    }
+    if (reading->cause == ReadingCause::Asked || text != m_texts.GetFault()) {
+        for (std::string const& line : reading->complaints) {
+            Complain(ExitBadFile, line);
+        }
     }
     m_texts.SetFault(text);
 }
 
-void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
-    if (TellWarnings(m_options, pScene->scene, pScene->notes) != ExitSuccess) {
+void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene, ReadingCause cause) {
+    bool const fAsked = cause == ReadingCause::Asked;
+    // A scene that is read for a new device alone has been told of, unless --strict must not let it through.
+    bool const fTell = fAsked || m_options.fStrict;
+    if (fTell && TellWarnings(m_options, pScene->scene, pScene->notes) != ExitSuccess) {
         m_texts.SetFault(GetFileName(m_options.scene) + " has warnings, which --strict does not let through");
         return;
     }
@@ -391,16 +401,26 @@ void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene) {
         surface = fSame ? m_window.GetSize() : size;
         if (!fSame) {
             m_window.SetSize(size);
+            m_resizeTime = GetNow() + ResizeEnd; // some windows do not get what is asked for
         }
     }
     m_sceneSize = size;
     Fault fault;
-    // A device that starts changes what reading asks about.
-    auto const still = m_pReader->HoldStill();
+    std::unique_lock<std::mutex> still;
+    if (m_pView->NeedsDevice(*pScene, surface)) {
+        still = m_pReader->HoldStill(); // a device that starts changes what reading asks about
+    }
     if (!m_pView->Show(std::move(pScene), surface, fault)) {
-        Complain(ExitDevice, fault.GetText());
+        if (fAsked || fault.GetText() != m_texts.GetFault()) {
+            Complain(ExitDevice, fault.GetText());
+        }
         m_texts.SetFault(fault.GetText());
-        if (!m_pView->HasDevice()) {
+        m_resizeTime = std::nullopt;
+        if (m_pView->IsEmpty()) {
+            m_texts.SetPicked("");
+            m_nNodes = 0;
+        }
+        if (!m_pView->HasDevice() || (m_pView->IsEmpty() && !m_options.fWatch)) {
             m_exitCode = ExitDevice;
         }
         return;

@@ -43,7 +43,7 @@ private:
     void Obey(Command command);
     void TakeSize(Time now);
     void TakeReading();
-    void ShowReading(std::unique_ptr<LoadedScene> pScene);
+    void ShowReading(std::unique_ptr<LoadedScene> pScene, ReadingCause cause);
     void SavePicture();
     void UpdateTitle(Time now);
     FrameRange GetFrames() const;

@@ -45,7 +45,14 @@ public:
           })) {}
     ~Running() { Stop(); }
     void Stop() { m_fStop = true; }
-    Outcome Get() { return m_outcome.get(); }
+    /** How it ended; a minute is enough for that. */
+    Outcome Get() {
+        if (m_outcome.wait_for(std::chrono::seconds(60)) != std::future_status::ready) {
+            ADD_FAILURE() << "it does not end";
+            Stop();
+        }
+        return m_outcome.get();
+    }
 
 private:
     std::atomic<bool> m_fStop{false};
@@ -69,20 +76,22 @@ protected:
     }
 
     /** Starts the player in the scene's folder and finds its window. */
-    void Start(std::vector<std::string> const& options = {}) {
+    void Start(std::vector<std::string> const& options = {}, std::vector<std::string> variables = {}) {
         std::vector<unsigned long> const before = m_server.GetWindows();
-        Run({"SDL_VIDEODRIVER=x11"}, options);
+        variables.push_back("SDL_VIDEODRIVER=x11");
+        Run(variables, options);
         FindWindow(before, "scene.json, frame");
     }
 
     void Run(std::vector<std::string> const& variables, std::vector<std::string> const& options) {
-        std::vector<std::string> words{m_folder.Path("scene.json"), "--window"};
+        std::vector<std::string> words{m_sScene, "--window"};
         words.insert(words.end(), options.begin(), options.end());
         m_pPlayer = std::make_unique<Running>(KELVO_PLAYER, words, variables, SIGINT);
     }
 
     /** Waits for a window that was not there before, whose title begins so. */
     void FindWindow(std::vector<unsigned long> const& before, std::string const& title) {
+        m_nWindow = 0;
         ASSERT_TRUE(WaitFor([&] {
             for (unsigned long const id : m_server.GetWindows()) {
                 bool const fNew = std::find(before.begin(), before.end(), id) == before.end();
@@ -92,8 +101,9 @@ protected:
         })) << "no window";
     }
 
+    /** At once false where there is no window to wait for. */
     bool WaitFor(std::function<bool()> const& condition) const {
-        for (int nTry = 0; nTry < 2000; ++nTry) {
+        for (int nTry = 0; nTry < 2000 && !HasFatalFailure(); ++nTry) {
             if (condition()) {
                 return true;
             }
@@ -140,7 +150,11 @@ protected:
     virtual void KeepPointerAway() const {}
 
     Outcome End() {
-        Press("Escape");
+        if (HasFatalFailure()) {
+            m_pPlayer->Stop();
+        } else {
+            Press("Escape");
+        }
         return m_pPlayer->Get();
     }
 
@@ -149,6 +163,7 @@ protected:
     XServer const& m_server = GetServer();
     std::filesystem::path m_before; ///< the current folder
     TemporaryFolder m_folder;
+    std::string m_sScene = m_folder.Path("scene.json"); ///< as the player is told
     unsigned long m_nWindow = 0;
     std::unique_ptr<Running> m_pPlayer;
 };
@@ -214,25 +229,38 @@ TEST_F(WindowX11, SavesTheFrameWithoutWhatLiesAboveItAndReplacesNoFile) {
                               DrawFrame(m_folder.Path("scene.json"), 3)));
 }
 
+TEST_F(WindowX11, SavesNoPictureOfAWindowThatIsChanging) {
+    m_folder.WriteText("scene.json",
+                       R"({"surface": {"size": [900, 700], "format": "rgba8888"}, "nodes": []})");
+    Start();
+    m_server.Resize(m_nWindow, 20, 20, false);
+    Press("s");
+    Outcome const ended = End();
+    EXPECT_EQ(ended.nExitCode, 0);
+    EXPECT_EQ(ended.errors, "kelvo-player: the frame cannot be read: the window is changing\n");
+}
+
 TEST_F(WindowX11, TellsWhichNodesAreAtAClickAndGoesToFramesOfTheBar) {
     m_folder.WriteText("scene.json", MakeScene("#ff8000", R"(,
         {"class": "Sprite", "Size": [4, 4], "Color": "#0080ff", "Position": [2, 32, 0], "Opacity": 0.5})"));
-    Start();
-    Pause();
-    m_server.Click(m_nWindow, 4, 80 - 34);
-    m_server.Click(m_nWindow, 100, 5);
-    m_server.Click(m_nWindow, 119, 79);
-    WaitForTitle("scene.json, frame 9 of 0..9, paused");
-    Outcome const ended = End();
-    EXPECT_EQ(ended.nExitCode, 0);
-    std::string const scene = m_folder.Path("scene.json");
-    EXPECT_EQ(ended.output, "Sprite  " + scene + R"(:4
+    for (std::string const& scene : {m_folder.Path("scene.json"), std::string("scene.json")}) {
+        m_sScene = scene;
+        Start();
+        Pause();
+        m_server.Click(m_nWindow, 4, 80 - 34);
+        m_server.Click(m_nWindow, 100, 5);
+        m_server.Click(m_nWindow, 119, 79);
+        WaitForTitle("scene.json, frame 9 of 0..9, paused");
+        Outcome const ended = End();
+        EXPECT_EQ(ended.nExitCode, 0);
+        EXPECT_EQ(ended.output, "Sprite  " + scene + R"(:4
     Position: 2, 32, 0
     Opacity: 0.5
     Size: 4, 4
     Color: 0, 0.501961, 1
 below it: Sprite "square"  )" + scene +
-                                ":2\nnothing there\n");
+                                    ":2\nnothing there\n");
+    }
 }
 
 TEST_F(WindowX11, ShowsTheSceneAnewWhenItIsSavedAndKeepsTheOldOneWhileItHasFaults) {
@@ -260,6 +288,34 @@ TEST_F(WindowX11, ShowsTheSceneAnewWhenItIsSavedAndKeepsTheOldOneWhileItHasFault
     Outcome const ended = End();
     EXPECT_EQ(ended.nExitCode, 0);
     EXPECT_EQ(ended.errors.find("kelvo-player: " + m_folder.Path("scene.json") + ":"), 0u) << ended.errors;
+}
+
+TEST_F(WindowX11, WaitsForASceneThatItCanShowWhereANewDeviceCannot) {
+    Start({"--watch", "--log-level", "none"}, {"MESA_EXTENSION_OVERRIDE=-GL_OES_EGL_image"});
+    Pause();
+    ASSERT_TRUE(Image(4, 4, Pixel{255, 255, 255}).Save(m_folder.Path("dot.png")));
+    m_folder.WriteText("scene.json", R"({"surface": {"size": [200, 90]}, "clearColor": "#ffffff",
+        "textures": {"dot": {"file": "dot.png", "surfaces": "single"}},
+        "nodes": [{"class": "Sprite", "texture": "dot"}]})");
+    Pixel const ground{32, 48, 64};
+    EXPECT_TRUE(WaitFor([&] { return m_server.GetShown(m_nWindow, 200, 90).At(197, 5) == ground; }));
+    m_folder.WriteText("scene.json", MakeScene("#00ff40"));
+    ExpectShown(0);
+    Outcome const ended = End();
+    EXPECT_EQ(ended.nExitCode, 0);
+    EXPECT_EQ(std::count(ended.errors.begin(), ended.errors.end(), '\n'), 1) << ended.errors;
+}
+
+TEST_F(WindowX11, TellsWarningsOnceHoweverOftenTheWindowChanges) {
+    m_folder.WriteText("scene.json",
+                       MakeScene("#ff8000", R"(, {"class": "Sprite", "Size": [1, 1], "Opacity": 7})"));
+    Start();
+    Pause();
+    m_server.Resize(m_nWindow, 200, 90);
+    EXPECT_TRUE(
+        WaitFor([&] { return m_server.GetShown(m_nWindow, 200, 90).At(1, 90 - 31) == Pixel{255, 128, 0}; }));
+    Outcome const ended = End();
+    EXPECT_EQ(std::count(ended.errors.begin(), ended.errors.end(), '\n'), 1) << ended.errors;
 }
 
 TEST_F(WindowX11, EndsAfterTheLastFrameWhereItIsAskedTo) {
