@@ -59,7 +59,7 @@ unsigned int TraceEvents::AddName(TraceKind kind, std::string const& name, std::
         text += R"(, "args": {)" + arguments + "}";
     }
     std::lock_guard<std::mutex> const lock(m_mutex);
-    m_names.push_back({kind, std::move(text)});
+    m_names.push_back({std::move(text)});
     return static_cast<unsigned int>(m_names.size()) - 1;
 }
 
@@ -92,9 +92,9 @@ std::string TraceEvents::GetHead() const {
 
 std::string TraceEvents::TakeText() {
     std::lock_guard<std::mutex> const lock(m_mutex);
-    auto const order = [this](Event const& event) {
-        return std::make_tuple(event.start, ~event.end, m_names[event.nName].kind);
-    };
+    // Events are added when they end, so of equal ones the outermost comes last: first what was added last.
+    std::reverse(m_events.begin(), m_events.end());
+    auto const order = [](Event const& event) { return std::make_tuple(event.start, ~event.end); };
     std::stable_sort(m_events.begin(), m_events.end(),
                      [&](Event const& one, Event const& two) { return order(one) < order(two); });
     std::string text;

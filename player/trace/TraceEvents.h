@@ -43,7 +43,6 @@ public:
 
 private:
     struct Name {
-        TraceKind kind;
         std::string text; ///< the members that all its events have
     };
     struct Event {
