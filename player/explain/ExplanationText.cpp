@@ -117,7 +117,7 @@ void AppendDearest(std::string& text, Explanation const& explanation, SceneNotes
 void AppendRow(std::string& text, std::string const& label, Cost const& cost) {
     counting::Counts const& counts = cost.counts;
     text += Fill(Cut(label, LabelWidth), LabelWidth);
-    Append(text, "%6llu%7llu%7llu%5llu%5llu%6llu%9llu%9llu%6.2f%8.1f%7.3f%8.3f\n", counts.nDraws,
+    Append(text, " %5llu %6llu %6llu %4llu %4llu %5llu %8llu %8llu %5.2f %7.1f %6.3f %7.3f\n", counts.nDraws,
            counts.nCalls, counts.nTriangles, counts.nProgramChanges, counts.nTextureChanges,
            counts.nBlendChanges, cost.nCovered, cost.nWritten, GetTimes(cost),
            ToKiB(cost.nTextures + cost.nFonts), cost.rUpdate, cost.rRender);

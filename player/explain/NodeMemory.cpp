@@ -6,6 +6,7 @@
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Texture.h"
 
+#include <algorithm>
 #include <set>
 
 namespace kelvokit::player {
@@ -56,7 +57,9 @@ unsigned long long GetBytes(Font const& font, std::set<Texture const*>& pages) {
 
 void SetMemory(Cost& cost, Resources const& resources) {
     for (Texture const* const pTexture : resources.textures) {
-        cost.nTextures += pTexture->GetByteSize();
+        // Each of a texture's surfaces is a picture of its own.
+        cost.nTextures += 1ull * pTexture->GetByteSize() *
+                          static_cast<unsigned int>(std::max(pTexture->GetWantedSurfaces(), 1));
     }
     std::set<Texture const*> pages;
     for (Font const* const pFont : resources.fonts) {
