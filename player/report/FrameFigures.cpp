@@ -17,7 +17,7 @@ DrawnCounts DrawnCounts::operator-(DrawnCounts const& earlier) const {
     return difference;
 }
 
-/** What scopes have cost since the last time, or since the program began. */
+/** What scopes have cost since the last time. */
 FrameFigures::Totals FrameFigures::Take() {
     Totals totals;
     for (unsigned int nID = 0; nID < ScopeCounter::MaximumIds; ++nID) {
@@ -28,7 +28,7 @@ FrameFigures::Totals FrameFigures::Take() {
 }
 
 void FrameFigures::Begin() {
-    m_before = Take();
+    ScopeCounter::ResetFigures();
 }
 
 void FrameFigures::EndFrame(DrawnCounts const& counts) {
@@ -58,10 +58,8 @@ FrameFigures::Spread FrameFigures::GetSpread(unsigned long long DrawnCounts::* p
 
 ScopeTotals FrameFigures::GetTotals(unsigned int nID) const {
     ScopeTotals totals = ScopeCounter::GetTotals(nID);
-    for (ScopeTotals const& earlier : {m_before[nID], m_first[nID]}) {
-        totals.nCalls += earlier.nCalls;
-        totals.nNanoseconds += earlier.nNanoseconds;
-    }
+    totals.nCalls += m_first[nID].nCalls;
+    totals.nNanoseconds += m_first[nID].nNanoseconds;
     return totals;
 }
 

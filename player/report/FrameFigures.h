@@ -58,7 +58,7 @@ public:
     unsigned int GetFrames() const { return static_cast<unsigned int>(m_counts.size()); }
     Spread GetSpread(unsigned long long DrawnCounts::* pCount) const;
 
-    /** What a scope has cost since the program began. */
+    /** What a scope has cost in all frames. */
     trevik::ScopeTotals GetTotals(unsigned int nID) const;
     /** Nanoseconds that a scope has taken in the first frame. */
     unsigned long long GetFirst(unsigned int nID) const { return m_first[nID].nNanoseconds; }
@@ -70,7 +70,6 @@ private:
 
     static Totals Take();
 
-    Totals m_before = {}; ///< of all frames
     Totals m_first = {};
     std::vector<DrawnCounts> m_counts; ///< of each frame
 };
