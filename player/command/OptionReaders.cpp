@@ -198,7 +198,7 @@ std::string ReadExplain(std::string const& text, Options& options) {
     options.fExplain = true;
     options.fExplainJson = text == "json";
     if (std::optional<int> const frame = ReadNumber(text, 0, LastFrame)) {
-        options.frames = FrameRange{*frame, *frame};
+        options.explained = *frame;
         return "";
     }
     return text == "text" || text == "json" ? "" : "expected a frame, text or json, found \"" + text + "\"";

@@ -1,11 +1,13 @@
 #include "command/Options.h"
 
 #include "command/OptionReaders.h"
+#include "command/Paths.h"
 #include "command/Version.h"
 
 #include <CLI/CLI.hpp>
 
 #include <cstdio>
+#include <iterator>
 #include <memory>
 #include <sstream>
 
@@ -73,6 +75,42 @@ void CheckSchema(CLI::App const& app, Options const& options) {
     }
 }
 
+/** Outputs must not take the place of what is read, or of each other. */
+void CheckFiles(Options const& options) {
+    struct {
+        char const* pOption;
+        std::string const& path;
+    } const files[] = {{"SCENE", options.scene},         {"--compare", options.compare},
+                       {"--out", options.out},           {"--save", options.save},
+                       {"--overdraw", options.overdraw}, {"--calls", options.calls},
+                       {"--trace", options.trace}};
+    for (auto pOne = std::begin(files); pOne != std::end(files); ++pOne) {
+        for (auto pOther = pOne + 1; pOther != std::end(files); ++pOther) {
+            if (IsSameFile(pOne->path, pOther->path)) {
+                throw CLI::ValidationError(pOther->pOption,
+                                           "the file \"" + pOther->path + "\" is " +
+                                               (pOne->pOption == std::string("SCENE")
+                                                    ? "the scene"
+                                                    : std::string("that of ") + pOne->pOption));
+            }
+        }
+    }
+}
+
+/** --explain=FRAME is as --frames, of one frame. */
+void TakeExplained(CLI::App const& app, Options& options) {
+    if (!options.explained) {
+        return;
+    }
+    if (app.count("--frames") > 0) {
+        throw CLI::ExcludesError("--explain=FRAME", "--frames");
+    }
+    if (IsFolder(options) || options.video || IsWebpPath(options.out) || options.nSheetColumns > 0) {
+        throw CLI::ExcludesError("--explain=FRAME", "--out or --compare of more than one frame");
+    }
+    options.frames = FrameRange{*options.explained, *options.explained};
+}
+
 /** What cannot be told from one option alone. Throws what the command line's reader does. */
 void CheckTogether(CLI::App const& app, Options& options) {
     CheckSchema(app, options);
@@ -120,6 +158,8 @@ void CheckTogether(CLI::App const& app, Options& options) {
     if (fStream) {
         options.video = options.streamed;
     }
+    CheckFiles(options);
+    TakeExplained(app, options);
 }
 
 /** An option whose text `read` turns into a part of the options, or into a complaint. */
@@ -214,7 +254,7 @@ void AddExplanations(CLI::App& app, Options& options) {
     CLI::Option* const explanations[] = {
         app.add_flag("--explain{text}", *pExplain,
                      "print what each node of the last frame costs: calls, pixels, memory and time; "
-                     "--explain=45 of frame 45; --explain=json does so as JSON")
+                     "--explain=45 of frame 45 alone; --explain=json does so as JSON")
             ->check([&options, pExplain](std::string const& text) { return ReadExplain(text, options); })
             ->excludes("--pick"),
         AddParsed(app, "--overdraw", "FILE.png",

@@ -50,6 +50,7 @@ struct Options {
     std::string save;                    ///< empty for none
     bool fExplain = false;               ///< tell what the last frame costs
     bool fExplainJson = false;           ///< and this as JSON
+    std::optional<int> explained;        ///< the frame that --explain names, in place of --frames
     std::string overdraw;                ///< a heat map of it; empty for none
     std::string calls;                   ///< a file for the frames' calls, "-" for stdout; empty for none
     std::string trace;                   ///< a file for what frames took, "-" for stdout; empty for none

@@ -2,6 +2,7 @@
 
 #include "check/Warnings.h"
 #include "command/Interrupt.h"
+#include "command/Paths.h"
 #include "command/Processes.h"
 #include "pictures/Comparison.h"
 #include "pictures/ContactSheet.h"
@@ -79,6 +80,9 @@ int Player::Run() {
             return ComplainOfScene(nExitCode, fault);
         }
     }
+    if (std::string const output = FindOverwriting(); !output.empty()) {
+        return Complain(ExitUsage, output);
+    }
     int const nWarned = TellWarnings(m_options, m_scene, m_notes);
     if (nWarned != ExitSuccess || m_options.fCheck) {
         return nWarned;
@@ -105,6 +109,26 @@ int Player::Run() {
     bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
                            !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace && !m_pExplainer;
     return fOnlySave ? ExitSuccess : Play();
+}
+
+/** What is wrong with an output that would take the place of a file of the scene; empty for nothing. */
+std::string Player::FindOverwriting() const {
+    struct {
+        char const* pOption;
+        std::string const& path;
+    } const outputs[] = {{"--out", m_options.out},
+                         {"--save", m_options.save},
+                         {"--overdraw", m_options.overdraw},
+                         {"--calls", m_options.calls},
+                         {"--trace", m_options.trace}};
+    for (auto const& output : outputs) {
+        for (std::string const& read : m_notes.GetFiles()) {
+            if (IsSameFile(output.path, read)) {
+                return std::string(output.pOption) + ": the scene reads the file \"" + output.path + "\"";
+            }
+        }
+    }
+    return "";
 }
 
 /** What the frames' pictures go to; null where none are asked for. */

@@ -43,6 +43,7 @@ public:
     std::vector<std::string> const& GetFiles() const { return m_notes.GetFiles(); }
 
 private:
+    std::string FindOverwriting() const;
     std::unique_ptr<FrameSink> MakePictures();
     int Play();
     int PlayOnDevice();

@@ -131,8 +131,13 @@ TEST_F(PlayerTest, SaysWhereAScenesFaultIs) {
 }
 
 TEST_F(PlayerTest, TellsWhatWillNotBeDrawnAsItIsWritten) {
-    Write("blur.json", R"({"surface": {"size": [9, 9], "format": "rgba8888"}, "nodes": [{"class": "Timeline",
-        "effects": [{"class": "GaussianBlurEffect", "BlurAmount": 1}]}]})");
+    std::string const surface = R"({"surface": {"size": [9, 9], "format": "rgba8888"}, )";
+    std::string const clear = surface + R"("clearColor": "#00000000", "nodes": [{"class": "Timeline", )";
+    std::string const blur = R"("effects": [{"class": "GaussianBlurEffect", "BlurAmount": )";
+    Write("blur.json", clear + blur + "1}]}]}");
+    Write("sharp.json", clear + blur + "0}]}]}");
+    Write("hidden.json", clear + "\"Visible\": false, " + blur + "1}]}]}");
+    Write("opaque.json", surface + R"("nodes": [{"class": "Timeline", )" + blur + "1}]}]}");
     Write("etc1.json", "{\"textures\": {\"p\": \"" KELVO_EXAMPLES R"(/showcase/planet.pkm"}, "nodes": [
         {"class": "AlphaTestGroup", "children": [{"class": "Sprite", "texture": "p"}]},
         {"class": "Sprite"}]})");
@@ -163,6 +168,14 @@ TEST_F(PlayerTest, TellsWhatWillNotBeDrawnAsItIsWritten) {
          "--frames: warning: the scene has frames 2..6 [frames-outside]\n"},
         {{"blur.json", "--check"}, 0, Path("blur.json") + ": " + alpha + Path("blur.json") + ": 1 warning\n"},
         {{"blur.json", "--out", Path("b.png"), "--format", "rgba8888"}, 0, "--format: " + alpha},
+        {{"opaque.json", "--check"}, 0, ""},
+        {{"hidden.json", "--check", "--post", "--size", "9x1"}, 0, ""},
+        {{"sharp.json", "--check", "--post", "--size", "9x1"},
+         0,
+         Path("sharp.json") +
+             ":1: /nodes/0/effects/0: warning: without a \"BlurAmount\" above 0 nothing is blurred "
+             "[blur-without-amount]\n" +
+             Path("sharp.json") + ": 1 warning\n"},
         {{"blur.json", "--out", Path("b.png"), "--format", "rgb888", "--post"},
          0,
          "--post: warning: a blurred layer, and all that follows, is drawn past the post-processing "
@@ -185,7 +198,22 @@ TEST_F(PlayerTest, TellsWhatWillNotBeDrawnAsItIsWritten) {
         EXPECT_EQ(outcome.nExitCode, test.nExitCode) << test.errors;
     }
     EXPECT_EQ(m_folder.List(), (std::vector<std::string>{"b.png", "blur.json", "drawn.png", "etc1.json",
-                                                         "f.png", "quiet.png", "scene.json"}));
+                                                         "f.png", "hidden.json", "opaque.json", "quiet.png",
+                                                         "scene.json", "sharp.json"}));
+}
+
+TEST_F(PlayerTest, WritesOverNothingThatItReads) {
+    std::filesystem::copy(KELVO_EXAMPLES "/showcase/star.png", Path("t.png"));
+    std::filesystem::create_symlink("t.png", Path("link.png"));
+    Write("t.json", R"({"textures": {"t": "t.png"}, "nodes": [{"class": "Sprite", "texture": "t"}]})");
+    TemporaryFolder::Bytes const before = m_folder.Read("t.png");
+    for (char const* pOption : {"--out", "--overdraw", "--calls", "--trace"}) {
+        Outcome const outcome = Play({Path("t.json"), pOption, Path("link.png")});
+        EXPECT_EQ(outcome.nExitCode, 2) << pOption;
+        EXPECT_EQ(outcome.errors, std::string("kelvo-player: ") + pOption + ": the scene reads the file \"" +
+                                      Path("link.png") + "\"\n");
+    }
+    EXPECT_EQ(m_folder.Read("t.png"), before);
 }
 
 TEST_F(PlayerTest, RefusesDamagedBinaryScenes) {
