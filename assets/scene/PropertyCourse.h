@@ -3,6 +3,7 @@
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/SampleController.h"
+#include "trevik/kelvo/TransformNode.h"
 
 #include <optional>
 #include <string>
@@ -38,6 +39,24 @@ bool TakesValue(BaseProperty<T> const& property, Visit visit) {
 template <class T>
 std::optional<T> GetFixed(BaseProperty<T> const& property) {
     return property.GetControllerCount() == 0 ? std::optional<T>(property.GetValue()) : std::nullopt;
+}
+
+/** Whether a number is above a limit in some frame; so it is where only playing would tell. */
+inline bool EverExceeds(BaseProperty<RealFloat> const& property, RealFloat limit) {
+    bool const fKnown = property.GetControllerCount() == 0 || GetSamples(property);
+    return !fKnown || TakesValue(property, [limit](RealFloat number) { return number > limit; });
+}
+
+/** Whether a node's own properties hide it, with all that is below it, in every frame. */
+inline bool IsNeverVisible(Node& node) {
+    TransformNode* const pNode = node.GetTransformNode();
+    if (!pNode) {
+        return false;
+    }
+    BaseProperty<bool> const& visible = pNode->GetVisibleProperty();
+    bool const fKnown = visible.GetControllerCount() == 0 || GetSamples(visible);
+    return (fKnown && !TakesValue(visible, [](bool fVisible) { return fVisible; })) ||
+           !EverExceeds(pNode->GetOpacityProperty(), 0);
 }
 
 /** The name under which a property is registered; empty when only its id is known. */

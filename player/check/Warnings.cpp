@@ -1,5 +1,6 @@
 #include "check/Warnings.h"
 
+#include "scene/PropertyCourse.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"
@@ -16,17 +17,23 @@ using trevik::kelvo::Node;
 using trevik::kelvo::Scene;
 using trevik::kelvo::SceneSettings;
 using trevik::kelvo::Timeline;
+using trevik::kelvo::assets::EverExceeds;
+using trevik::kelvo::assets::IsNeverVisible;
 using trevik::kelvo::assets::SceneNotes;
 using trevik::kelvo::assets::SceneWarning;
 using trevik::kelvo::assets::WarningId;
 
 namespace {
 
-/** Whether a timeline, the node or one below it, is blurred in some frame. */
+/** Whether a timeline, the node or one below it, is seen blurred in some frame. */
 bool HasBlur(Node& node) {
+    if (IsNeverVisible(node)) {
+        return false;
+    }
     if (node.IsKindOf(Timeline::ClassID)) {
         for (trevik::kelvo::Effect* const pEffect : static_cast<Timeline&>(node).GetEffects()) {
-            if (pEffect->IsKindOf(GaussianBlurEffect::ClassID)) {
+            if (pEffect->IsKindOf(GaussianBlurEffect::ClassID) &&
+                EverExceeds(static_cast<GaussianBlurEffect*>(pEffect)->GetAmountProperty(), 0)) {
                 return true;
             }
         }
@@ -47,7 +54,7 @@ std::vector<SceneWarning> FindPlayWarnings(Options const& options, Scene const& 
     SceneSettings const& settings = scene.GetSettings();
     if (options.frames &&
         (options.frames->nFirst < settings.m_nFirstFrame || options.frames->nLast > settings.m_nLastFrame)) {
-        warnings.push_back({WarningId::FramesOutside, "--frames",
+        warnings.push_back({WarningId::FramesOutside, options.explained ? "--explain" : "--frames",
                             "the scene has frames " + std::to_string(settings.m_nFirstFrame) + ".." +
                                 std::to_string(settings.m_nLastFrame)});
     }
@@ -59,7 +66,8 @@ std::vector<SceneWarning> FindPlayWarnings(Options const& options, Scene const& 
         warnings.push_back({WarningId::BlurWithoutTargets, options.size ? "--size" : source,
                             "the targets of a blur have half the surface's size, which is none of 1 pixel"});
     }
-    if (options.format.value_or(settings.m_format) == DeviceFormat::RGBA8888) {
+    // What is cleared with an opaque colour has no alpha to lose.
+    if (options.format.value_or(settings.m_format) == DeviceFormat::RGBA8888 && settings.m_clearColor.a < 1) {
         warnings.push_back({WarningId::BlurOpaque, options.format ? "--format" : source,
                             "a blurred layer is opaque, and leaves the surface without alpha"});
     }
