@@ -1,6 +1,7 @@
 #pragma once
 
 #include "kelvo_host/Fault.h"
+#include "kelvo_host/TimelineWatches.h"
 #include "trevik/Color.h"
 #include "trevik/Export.h"
 #include "trevik/List.h"
@@ -50,7 +51,9 @@ public:
 
     /** Null in a new scene. */
     Timeline* GetRoot() const { return m_pRoot.Get(); }
-    /** Shows `pRoot`, a timeline without a parent, from the first frame on. */
+    /**
+     * Shows `pRoot`, a timeline without a parent, from the first frame on. Handlers of OnEnd and OnFrame go.
+     */
     void SetRoot(Ref<Timeline> const& pRoot);
     /**
      * How the scene wants to be shown. What is written there is saved with the scene and not checked before.
@@ -91,6 +94,23 @@ public:
      * between the frames. Going back starts them over, so that the picture depends on the frame alone.
      */
     void Update(GraphicsDevice& device, RealFloat const& frame);
+
+    /**
+     * Calls `handler` at the end of each Update that finds `timeline` at its last frame and not playing while
+     * the one before did not: when a timeline that plays once has ended, and the root when its last frame is
+     * shown. Timelines that loop or turn round do not end. False, with nothing changed, for a timeline that
+     * is not of this scene, for an empty handler, and without memory. Telling allocates nothing.
+     */
+    bool OnEnd(Timeline& timeline, TimelineWatches::Handler const& handler);
+    /**
+     * The same for each Update that finds `timeline` at `frame` or past it while the one before found it
+     * earlier, or, in Loop, later in the round before. For the frame of a property's last key it tells that
+     * the property's animation has ended.
+     */
+    bool OnFrame(Timeline& timeline, RealFloat frame, TimelineWatches::Handler const& handler);
+    /** Calls none of the handlers of this timeline any more. */
+    void Forget(Timeline const& timeline) { m_watches.Remove(timeline); }
+
     /** Draws one frame over the whole surface and shows it: DrawFrame, present, then queued work. */
     void RenderFrame(GraphicsDevice& device);
     /** Draws one frame over the whole target in use, of the surface's size, without showing it. */
@@ -100,8 +120,10 @@ public:
 
 private:
     char16_t const* FindFault() const;
+    bool Contains(Node const& node) const;
 
     Ref<Timeline> m_pRoot;
+    TimelineWatches m_watches;
     SceneSettings m_settings;
     RealFloat m_rShownFrame = 0; ///< of the last update
     bool m_fShown = false;       ///< there has been an update

@@ -120,6 +120,7 @@ Scene::Scene() = default;
 Scene::~Scene() = default;
 
 void Scene::SetRoot(Ref<Timeline> const& pRoot) {
+    m_watches.Clear();
     m_pRoot = pRoot;
     m_fShown = false;
 }
@@ -202,6 +203,24 @@ void Scene::Update(GraphicsDevice& device, RealFloat const& frame) {
     m_pRoot->Update(device, frame, delta, false);
     m_rShownFrame = frame;
     m_fShown = true;
+    m_watches.Tell();
+}
+
+/** Whether a node is the root, or lies below it. */
+bool Scene::Contains(Node const& node) const {
+    Node const* pTop = &node;
+    while (pTop->GetParent()) {
+        pTop = pTop->GetParent();
+    }
+    return pTop == m_pRoot.Get();
+}
+
+bool Scene::OnEnd(Timeline& timeline, TimelineWatches::Handler const& handler) {
+    return Contains(timeline) && m_watches.AddEnd(timeline, handler);
+}
+
+bool Scene::OnFrame(Timeline& timeline, RealFloat frame, TimelineWatches::Handler const& handler) {
+    return Contains(timeline) && m_watches.AddFrame(timeline, frame, handler);
 }
 
 void Scene::RenderFrame(GraphicsDevice& device) {
