@@ -1,5 +1,4 @@
-# Headers, libraries, a CMake package (find_package(Kelvo)) and a pkg-config file. The asset readers are not part of it:
-# they are for this project's own tools.
+# Headers, libraries, a CMake package (find_package(Kelvo)) and a pkg-config file.
 include(CMakePackageConfigHelpers)
 
 set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20)
@@ -8,6 +7,11 @@ if(TARGET kelvo_desktop)
     # The libraries find each other where they lie together, whatever the prefix.
     set_target_properties(kelvo kelvoGLES20 kelvo_desktop kelvo_recording kelvo_counting kelvo_effects PROPERTIES
         INSTALL_RPATH "$ORIGIN")
+endif()
+if(TARGET kelvo_assets_shared)
+    cmake_path(GET ETC1_LIBRARY PARENT_PATH kelvo_etc1_folder)
+    list(APPEND kelvo_installed_targets kelvo_assets_shared)
+    set_target_properties(kelvo_assets_shared PROPERTIES INSTALL_RPATH "$ORIGIN;${kelvo_etc1_folder}")
 endif()
 install(TARGETS ${kelvo_installed_targets} EXPORT KelvoTargets
     LIBRARY DESTINATION ${CMAKE_INSTALL_LIBDIR} COMPONENT libraries NAMELINK_COMPONENT development
@@ -41,6 +45,10 @@ endif()
 
 install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
     FILES_MATCHING PATTERN "*.h")
+if(TARGET kelvo_assets_shared)
+    install(DIRECTORY assets/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
+        FILES_MATCHING PATTERN "*.h")
+endif()
 # Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
 # the back end that need them.
 if(TARGET kelvo_desktop)
@@ -71,15 +79,16 @@ install(FILES ${CMAKE_BINARY_DIR}/kelvo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/p
 # Installed as packages are, under /usr, programs and libraries find each other as all do. What then is left as run path is
 # what lies off the loader's path: Debian keeps Android's libraries, ETC1 among them, in a folder of their own.
 set(kelvo_libraries ${kelvo_installed_targets})
-list(REMOVE_ITEM kelvo_libraries kelvo_contract)
+list(REMOVE_ITEM kelvo_libraries kelvo_contract kelvo_assets_shared)
 list(TRANSFORM kelvo_libraries REPLACE "(.+)" "${CMAKE_INSTALL_LIBDIR}/lib\\1.so.${PROJECT_VERSION}")
 list(TRANSFORM kelvo_programs PREPEND ${CMAKE_INSTALL_BINDIR}/)
-set(kelvo_etc1_folder "")
-if(ETC1_LIBRARY)
-    cmake_path(GET ETC1_LIBRARY PARENT_PATH kelvo_etc1_folder)
-endif()
 install(CODE "set(files \"${kelvo_libraries}\")\nset(run_path \"\")\n" COMPONENT libraries)
 install(SCRIPT cmake/SystemRunPath.cmake COMPONENT libraries)
+if(TARGET kelvo_assets_shared)
+    set(kelvo_assets_library ${CMAKE_INSTALL_LIBDIR}/libkelvo_assets.so.${PROJECT_VERSION})
+    install(CODE "set(files \"${kelvo_assets_library}\")\nset(run_path \"${kelvo_etc1_folder}\")\n" COMPONENT libraries)
+    install(SCRIPT cmake/SystemRunPath.cmake COMPONENT libraries)
+endif()
 if(TARGET kelvo-player)
     install(CODE "set(files \"${kelvo_programs}\")\nset(run_path \"${kelvo_etc1_folder}\")\n" COMPONENT tools)
     install(SCRIPT cmake/SystemRunPath.cmake COMPONENT tools)

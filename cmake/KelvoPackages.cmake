@@ -29,6 +29,7 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libegl-dev, libgles-dev")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kelvo-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
 # Fonts of triangles are cut with it; everything else goes without.
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_RECOMMENDS libglu1-mesa)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS libglu1-mesa)
 foreach(component LIBRARIES TOOLS)
     set(CPACK_DEBIAN_${component}_PACKAGE_SHLIBDEPS ON)
@@ -38,8 +39,8 @@ set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA
     ${CMAKE_SOURCE_DIR}/cmake/packages/postinst ${CMAKE_SOURCE_DIR}/cmake/packages/postrm)
 set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "These are the libraries: the back end libkelvoGLES20, the host libkelvo,
- what stands in for Android's windows and buffers on a desktop, and two
- drivers that note and count calls.")
+ what stands in for Android's windows and buffers on a desktop, readers of
+ scene, picture and font files, and two drivers that note and count calls.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "This is what programs are built with: headers, a CMake package
  (find_package(Kelvo)) and a pkg-config file.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "This is kelvo-player, which plays scenes into pictures, videos and
@@ -75,10 +76,15 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
 endforeach()
 install(FILES cmake/packages/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
     RENAME kelvo-tools COMPONENT tools EXCLUDE_FROM_ALL)
-# What header libraries that are compiled into the programs want said, as their packages say it.
-foreach(notice libcli11-dev nlohmann-json3-dev)
-    if(EXISTS /usr/share/doc/${notice}/copyright)
-        install(FILES /usr/share/doc/${notice}/copyright RENAME copyright.${notice}
-            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvo-tools COMPONENT tools EXCLUDE_FROM_ALL)
+# What header libraries that are compiled into libraries and programs want said, as their packages say it.
+function(kelvo_install_notice header_package component)
+    if(EXISTS /usr/share/doc/${header_package}/copyright)
+        install(FILES /usr/share/doc/${header_package}/copyright RENAME copyright.${header_package}
+            DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${ARGN} COMPONENT ${component} EXCLUDE_FROM_ALL)
     endif()
-endforeach()
+endfunction()
+kelvo_install_notice(libcli11-dev tools kelvo-tools)
+kelvo_install_notice(nlohmann-json3-dev tools kelvo-tools)
+if(KELVO_BUILD_PLAYER)
+    kelvo_install_notice(nlohmann-json3-dev libraries libkelvo1)
+endif()

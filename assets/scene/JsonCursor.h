@@ -10,6 +10,12 @@
 
 namespace trevik::kelvo::assets {
 
+/** A fault behind which nothing more is looked for, such as a limit that all of a scene shares. */
+class FinalFault : public Fault {
+public:
+    using Fault::Fault;
+};
+
 /** A use of a template: what stands there has come from elsewhere. */
 struct JsonUse {
     std::string templateName;

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "file/Failure.h"
+#include "kelvo_assets/file/Failure.h"
 #include "trevik/kelvo/MipLevel.h"
 #include "trevik/kelvo/Texture.h"
 #include "trevik/kelvo/TextureFormat.h"
@@ -25,22 +25,22 @@ namespace trevik::kelvo::assets {
  * the alpha as a grey picture; its size is, as for every texture, that of one of the two planes.
  */
 struct ImageData {
-    TextureFormat::Enum format = TextureFormat::RGBA8888;
+    TextureFormat::Enum format = TextureFormat::RGBA8888; ///< of the pixels
     /** The used size: the part that holds the picture, from the first pixel of the first row. */
     int width = 0;
-    int height = 0;
+    int height = 0; ///< of the used part
     /** The size of level 0; pixels beyond the used part repeat its last column and row. */
     int allocatedWidth = 0;
-    int allocatedHeight = 0;
-    std::vector<std::uint8_t> pixels;
+    int allocatedHeight = 0;          ///< of level 0
+    std::vector<std::uint8_t> pixels; ///< of all levels
     /** Largest first; never empty after a load. */
     std::vector<MipLevel> levels;
 };
 
 /** Bytes that live elsewhere. */
 struct ByteSpan {
-    std::uint8_t const* data = nullptr;
-    std::size_t size = 0;
+    std::uint8_t const* data = nullptr; ///< the first of them, borrowed
+    std::size_t size = 0;               ///< how many there are
 };
 
 /** What a reader refuses, decided from an image's header before memory for its pixels is asked for. */
@@ -53,7 +53,7 @@ struct ImageLimits {
 
 /** What a reader makes of a file. The initial values give the file's own pixels, top row first, one level. */
 struct ImageOptions {
-    ImageLimits limits;
+    ImageLimits limits; ///< beyond which a file is refused
 
     /**
      * Format of the result; by default `RGBA8888` for a file with alpha and `RGB888` for one without. A
@@ -84,6 +84,7 @@ struct ImageOptions {
 /** True for the formats that the readers produce: 0, 1, 2, 4, 5, 6, 13, 14 and 15. */
 bool IsSupported(TextureFormat::Enum format);
 
+/** True for the two compressed formats. */
 bool IsEtc1(TextureFormat::Enum format);
 
 /** True when pixels of the format carry alpha. */

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "scene/SceneFaults.h"
-#include "scene/SceneWarning.h"
+#include "kelvo_assets/scene/SceneFaults.h"
+#include "kelvo_assets/scene/SceneWarning.h"
 #include "trevik/Referenced.h"
 
 #include <string>
@@ -26,6 +26,7 @@ class SceneNotes {
 public:
     /** The name of the scene file in messages; empty where the scene is not from a text. */
     std::string const& GetSource() const { return m_sSource; }
+    /** Sets what GetSource answers; the reader does. */
     void SetSource(std::string const& sSource) { m_sSource = sSource; }
 
     /**
@@ -33,20 +34,26 @@ public:
      * pages; each once. Also those of a scene that could not be read.
      */
     std::vector<std::string> const& GetFiles() const { return m_files; }
+    /** Sets what GetFiles answers; the reader does. */
     void SetFiles(std::vector<std::string> files) { m_files = std::move(files); }
 
     /** What is wrong with a scene that could not be read. */
     SceneFaults const& GetFaults() const { return m_faults; }
+    /** Sets what GetFaults answers; the reader does. */
     void SetFaults(SceneFaults faults) { m_faults = std::move(faults); }
 
     /** What of the scene will not be drawn, or not as it is written; empty when it could not be read. */
     SceneWarnings const& GetWarnings() const { return m_warnings; }
+    /** Adds a warning; the reader does, and what else looks for some. */
     void Warn(SceneWarning warning) { m_warnings.Add(std::move(warning)); }
+    /** Whether the next warning is kept. */
     bool HasRoomForWarnings() const { return m_warnings.HasRoom(); }
+    /** Puts the warnings into the order of the lines. */
     void SortWarnings() { m_warnings.Sort(); }
 
     /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
     SceneOrigin const* Find(Referenced const& object) const;
+    /** Adds where an object comes from; the reader does. */
     void AddOrigin(Referenced const& object, SceneOrigin origin);
 
 private:

@@ -1,15 +1,15 @@
 #pragma once
 
-#include "image/Image.h"
+#include "kelvo_assets/image/Image.h"
 
 namespace trevik::kelvo::assets {
 
 /** A picture to be written: rows top first, `channels` bytes a pixel (3: R, G, B; 4: R, G, B, straight A). */
 struct PngPicture {
-    std::uint8_t const* pixels = nullptr;
-    int width = 0;
-    int height = 0;
-    int channels = 4;
+    std::uint8_t const* pixels = nullptr; ///< the top row first, borrowed
+    int width = 0;                        ///< pixels
+    int height = 0;                       ///< pixels
+    int channels = 4;                     ///< bytes a pixel
     std::size_t stride = 0; /**< bytes from row to row; 0 means that rows follow each other without gaps */
 };
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -55,17 +56,18 @@ enum class WarningId {
 
 /** A kind of warning: its name, which stays, and what it means. */
 struct WarningKind {
-    char const* pName;
-    char const* pMeaning;
+    char const* pName;    ///< as in "[unused-font]"
+    char const* pMeaning; ///< a sentence
 };
 
 /** The kind that an id stands for; see docs/warnings.md. */
 WarningKind const& GetWarningKind(WarningId id);
 
+/** What is worth knowing about one place of a scene. */
 struct SceneWarning {
-    WarningId id;
-    std::string sWhere; ///< "scene.json:12: /nodes/3", or an option
-    std::string sWhat;
+    WarningId id;           ///< its kind
+    std::string sWhere;     ///< "scene.json:12: /nodes/3", or an option
+    std::string sWhat;      ///< what will not be drawn, or differently, and why
     unsigned int nLine = 0; ///< of the scene file
     std::string sWay = {};  ///< to the node or effect that it is about, as its origin has it; empty for none
 
@@ -76,13 +78,17 @@ struct SceneWarning {
 /** The first so many warnings, and how many more there were. */
 class SceneWarnings {
 public:
-    static constexpr std::size_t Most = 100;
+    static constexpr std::size_t Most = 100; ///< that are kept
 
+    /** Takes it behind the others, or counts it, when there are Most. */
     void Add(SceneWarning warning);
     /** Puts them into the order of the lines. */
     void Sort();
+    /** Those that were kept. */
     std::vector<SceneWarning> const& Get() const { return m_warnings; }
+    /** How many there were, those that were not kept included. */
     std::size_t GetCount() const { return m_warnings.size() + m_nMore; }
+    /** Whether the next one is kept. */
     bool HasRoom() const { return m_warnings.size() < Most; }
 
 private:

@@ -2,6 +2,7 @@
 
 #include "kelvo_host/Fault.h"
 
+#include <cstddef>
 #include <string>
 #include <vector>
 
@@ -10,16 +11,10 @@ namespace trevik::kelvo::assets {
 /** The text with question marks for what would not stay on one line, as names from a file may have. */
 std::string ToOneLine(std::string text);
 
-/** A fault behind which nothing more is looked for, such as a limit that all of a scene shares. */
-class FinalFault : public Fault {
-public:
-    using Fault::Fault;
-};
-
 /** What is wrong with a scene file, as far as it has been found, in the order in which it was. */
 class SceneFaults {
 public:
-    static constexpr std::size_t Most = 20;
+    static constexpr std::size_t Most = 20; ///< that are kept
 
     /** Is thrown where reading ends because of all that is wrong. */
     struct TooMany {};
@@ -28,6 +23,7 @@ public:
      * it. */
     void Add(Fault const& fault);
 
+    /** Those that were kept. */
     std::vector<Fault> const& Get() const { return m_faults; }
     /** Whether there may be more than these. */
     bool HasMore() const { return m_fMore; }

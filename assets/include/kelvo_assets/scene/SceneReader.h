@@ -1,8 +1,8 @@
 #pragma once
 
-#include "image/Image.h"
+#include "kelvo_assets/image/Image.h"
+#include "kelvo_assets/scene/SceneNotes.h"
 #include "kelvo_host/Scene.h"
-#include "scene/SceneNotes.h"
 #include "trevik/ClassRegistry.h"
 
 #include <cstddef>

@@ -1,6 +1,6 @@
 #pragma once
 
-#include "image/Image.h"
+#include "kelvo_assets/image/Image.h"
 #include "kelvo_host/GlyphSource.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
