@@ -64,7 +64,7 @@ TEST(Examples, PlayWithoutComplaintAndTheSameFromTheirBinaryFiles) {
 
 TEST(Examples, GiveNoWarnings) {
     std::vector<std::string> names = ListExamples();
-    names.insert(names.end(), {"live/scene.json", "java/scene.json"});
+    names.insert(names.end(), {"live/scene.json", "java/scene.json", "application/scene.json"});
     for (std::string const& name : names) {
         Outcome const checked = Play({KELVO_EXAMPLES "/" + name, "--check", "--strict"});
         EXPECT_EQ(checked.nExitCode, 0) << name;
@@ -83,8 +83,10 @@ TEST(Examples, TheFirstScenesStandOnTheirPage) {
 
 TEST(Examples, TheQuickStartsStandOnTheirPage) {
     std::string const page = ReadDataAsText(KELVO_EXAMPLES "/../docs/embedding.md");
-    for (char const* pFile : {"CMakeLists.txt", "Offscreen.cpp", "X11.cpp", "Sdl2.cpp"}) {
-        std::string const file = ReadDataAsText(KELVO_EXAMPLES "/quickstart/" + std::string(pFile));
+    for (char const* pFile :
+         {"quickstart/CMakeLists.txt", "quickstart/Offscreen.cpp", "quickstart/X11.cpp",
+          "quickstart/Sdl2.cpp", "application/CMakeLists.txt", "application/Application.cpp"}) {
+        std::string const file = ReadDataAsText(KELVO_EXAMPLES "/" + std::string(pFile));
         EXPECT_NE(page.find("\n" + file + "```\n"), std::string::npos) << pFile;
     }
 }
