@@ -2,6 +2,7 @@
 #include "kelvo_test/XServer.h"
 
 #include <kelvo_desktop/Display.h>
+#include <kelvo_desktop/ScreenWindow.h>
 
 #include <chrono>
 #include <thread>
@@ -53,6 +54,27 @@ TEST_F(PlatformX11, WindowShowsTheFrameThatIsAlsoCapturedBesideOffscreenOnes) {
     EGLSurface const other = StartDrawing(Config(), offscreen);
     Clear(Blue);
     EXPECT_TRUE(CompareImages(Present(other, offscreen), Image(5, 4, Blue)));
+}
+
+TEST(PlatformScreen, AWindowThatOpensItselfIsOnTheScreenUntilItIsClosed) {
+    XServer const server;
+    if (!server.IsOpen()) {
+        GTEST_SKIP() << "no X server";
+    }
+    std::vector<unsigned long> const before = server.GetWindows();
+    {
+        desktop::ScreenWindowT<> window("Ein Fenster", 37, 23);
+        EXPECT_TRUE(window.IsOnScreen());
+        EXPECT_TRUE(window.IsOpen());
+        unsigned long const id = server.GetWindows().back();
+        EXPECT_EQ(window.GetBase()->x11Window, id);
+        EXPECT_EQ(server.GetTitle(id), "Ein Fenster");
+        server.AskToClose(id);
+        EXPECT_FALSE(window.IsOpen());
+        EXPECT_FALSE(window.IsOpen()) << "for good";
+    }
+    EXPECT_EQ(server.GetWindows(), before);
+    desktop::SelectPlatform(nullptr);
 }
 
 } // namespace

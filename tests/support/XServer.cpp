@@ -41,6 +41,8 @@ struct Xlib {
     void* (*XGetImage)(void*, Id, int, int, unsigned, unsigned, Id, int) = Find(m_pX11, "XGetImage");
     Id (*XGetPixel)(void*, int, int) = Find(m_pX11, "XGetPixel");
     int (*XDestroyImage)(void*) = Find(m_pX11, "XDestroyImage");
+    Id (*XInternAtom)(void*, char const*, int) = Find(m_pX11, "XInternAtom");
+    int (*XSendEvent)(void*, Id, int, long, void*) = Find(m_pX11, "XSendEvent");
     int (*XResizeWindow)(void*, Id, unsigned, unsigned) = Find(m_pX11, "XResizeWindow");
     int (*XSetInputFocus)(void*, Id, int, Id) = Find(m_pX11, "XSetInputFocus");
     int (*XTranslateCoordinates)(void*, Id, Id, int, int, int*, int*, Id*) = Find(m_pX11,
@@ -124,6 +126,24 @@ Image XServer::GetShown(unsigned long id, unsigned width, unsigned height) const
     });
     X().XDestroyImage(pPicture);
     return shown;
+}
+
+void XServer::AskToClose(unsigned long id) const {
+    constexpr int ClientMessage = 33;
+    struct {
+        int nType = ClientMessage;
+        unsigned long nSerial = 0;
+        int nSent = 1;
+        void* pDisplay = nullptr;
+        Id window, kind;
+        int nBits = 32;
+        long data[24] = {};
+    } message;
+    message.window = id;
+    message.kind = X().XInternAtom(m_pDisplay, "WM_PROTOCOLS", 0);
+    message.data[0] = static_cast<long>(X().XInternAtom(m_pDisplay, "WM_DELETE_WINDOW", 0));
+    X().XSendEvent(m_pDisplay, id, 0, 0, &message);
+    Sync();
 }
 
 void XServer::Resize(unsigned long id, unsigned width, unsigned height, bool fAtOnce) const {

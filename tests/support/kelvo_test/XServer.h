@@ -31,6 +31,8 @@ public:
     /** What a window of the server shows now; black where it cannot be seen. */
     Image GetShown(unsigned long id, unsigned width, unsigned height) const;
     /** `fAtOnce`: the server has done it on return; else it does so together with what follows. */
+    /** Asks a window's program to close it, as window managers do. */
+    void AskToClose(unsigned long id) const;
     void Resize(unsigned long id, unsigned width, unsigned height, bool fAtOnce = true) const;
 
     /** Presses and releases a key while the window has the focus. `name`: such as "Escape". */
