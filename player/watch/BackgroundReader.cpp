@@ -50,7 +50,9 @@ bool BackgroundReader::Start(bool fWatch, std::vector<std::string> const& files,
         if (!m_watch.Open(fault)) {
             return false;
         }
-        m_watch.SetFiles(files, since);
+        if (!m_watch.SetFiles(files, since, fault)) {
+            return false;
+        }
     }
     // Signals are for the thread that draws: it waits for nothing else when one comes.
     sigset_t all;
@@ -126,13 +128,14 @@ void BackgroundReader::Read() {
         Fault fault;
         bool const fRead =
             LoadSceneFile(m_sPath, m_backend, pScene->scene, fault, pScene->notes) == ExitSuccess;
-        if (m_fWatch) {
-            m_watch.SetFiles(pScene->notes.GetFiles(), since);
+        if (!fRead) {
+            reading.complaints = GetComplaints(fault, pScene->notes);
+        }
+        if (m_fWatch && !m_watch.SetFiles(pScene->notes.GetFiles(), since, fault)) {
+            reading.complaints.push_back(fault.GetText());
         }
         if (fRead) {
             reading.pScene = std::move(pScene);
-        } else {
-            reading.complaints = GetComplaints(fault, pScene->notes);
         }
     } catch (std::exception const& fault) {
         reading.complaints = {m_sPath + ": cannot be read again: " + fault.what()};

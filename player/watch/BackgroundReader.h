@@ -24,7 +24,7 @@ enum class ReadingCause {
 struct SceneReading {
     ReadingCause cause = ReadingCause::NewDevice;
     std::unique_ptr<LoadedScene> pScene; ///< null when it could not be read
-    std::vector<std::string> complaints; ///< why not, a line each
+    std::vector<std::string> complaints; ///< why not, or what cannot be watched, a line each
 };
 
 /** Reads a scene again on a thread of its own: when it is asked to, or when its files have changed. */

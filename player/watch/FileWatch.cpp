@@ -9,7 +9,8 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <filesystem>
+#include <deque>
+#include <iterator>
 #include <system_error>
 
 namespace kelvokit::player {
@@ -22,6 +23,8 @@ using namespace std::chrono_literals;
 constexpr auto Quiet = 20ms;
 // A file that is open still, or has gone, is mostly written to, or back, a moment later.
 constexpr auto Unfinished = 300ms;
+// Of a program that writes on and on, what there is by then is taken.
+constexpr auto Longest = 1s;
 
 // What files are stamped with may lag behind other clocks by so much.
 constexpr auto StampLag = 10ms;
@@ -29,16 +32,25 @@ constexpr auto StampLag = 10ms;
 constexpr unsigned int Endings = IN_CLOSE_WRITE | IN_MOVED_TO | IN_ATTRIB;
 constexpr unsigned int Beginnings =
     IN_MODIFY | IN_CREATE | IN_MOVED_FROM | IN_DELETE | IN_DELETE_SELF | IN_MOVE_SELF;
+// What makes a folder's name stand for another one.
+constexpr unsigned int Renamings = IN_CREATE | IN_MOVED_TO | IN_MOVED_FROM | IN_DELETE;
+
+constexpr int MostLinks = 40; // as many as a system follows
 
 bool IsWrittenSince(std::string const& path, std::chrono::system_clock::time_point since) {
     struct stat status = {};
     if (stat(path.c_str(), &status) != 0) {
         return false;
     }
-    std::chrono::system_clock::time_point const written(std::chrono::duration_cast<std::chrono::microseconds>(
-        std::chrono::seconds(status.st_mtim.tv_sec) + std::chrono::nanoseconds(status.st_mtim.tv_nsec)));
-    // A clock that was wrong when a file was written would let it count for ever.
-    return written >= since - StampLag && written <= std::chrono::system_clock::now();
+    // An older file that has taken the name keeps the time of its writing; the other one tells of that.
+    timespec const stamps[] = {status.st_mtim, status.st_ctim};
+    return std::any_of(std::begin(stamps), std::end(stamps), [&](timespec const& stamp) {
+        std::chrono::system_clock::time_point const written(
+            std::chrono::duration_cast<std::chrono::microseconds>(std::chrono::seconds(stamp.tv_sec) +
+                                                                  std::chrono::nanoseconds(stamp.tv_nsec)));
+        // A clock that was wrong when a file was written would let it count for ever.
+        return written >= since - StampLag && written <= std::chrono::system_clock::now();
+    });
 }
 
 } // namespace
@@ -57,35 +69,67 @@ bool FileWatch::Open(trevik::kelvo::Fault& fault) {
     return m_nDescriptor >= 0;
 }
 
-/** Watches the folder of a path; where it is not there, for the first of its folders to come. */
-void FileWatch::Watch(std::string const& path) {
-    std::filesystem::path place = std::filesystem::path(path).lexically_normal();
-    for (;;) {
-        std::filesystem::path const folder = place.has_parent_path() ? place.parent_path() : ".";
-        int const nWatch =
-            inotify_add_watch(m_nDescriptor, folder.c_str(), Endings | Beginnings | IN_ONLYDIR);
-        if (nWatch >= 0) {
-            m_names[nWatch].insert(place.filename());
-            return;
+/**
+ * Watches the names that a path consists of, each in its folder, as far as these are there: any of them may
+ * come, go, or come to stand for another one. False with one line in `fault` when the system cannot.
+ */
+bool FileWatch::Watch(std::string const& path, trevik::kelvo::Fault& fault) {
+    std::error_code code;
+    std::filesystem::path const whole = std::filesystem::absolute(path, code);
+    std::deque<std::filesystem::path> names(whole.begin(), whole.end());
+    std::filesystem::path folder;
+    int nLinks = 0;
+    while (!names.empty()) {
+        std::filesystem::path const name = names.front();
+        names.pop_front();
+        if (name.is_absolute() || name == "..") {
+            folder = name.is_absolute() ? name : folder.parent_path();
+        } else if (!name.empty() && name != ".") {
+            if (!WatchName(folder, name, names.empty(), fault)) {
+                return fault.GetText().empty();
+            }
+            std::filesystem::path const target = std::filesystem::read_symlink(folder / name, code);
+            if (code) {
+                folder /= name;
+            } else if (++nLinks <= MostLinks) {
+                names.insert(names.begin(), target.begin(), target.end());
+            } else {
+                return true; // it leads nowhere
+            }
         }
-        if (folder == place || folder == ".") {
-            return; // nothing there may be looked at
-        }
-        place = folder;
     }
+    return true;
 }
 
-void FileWatch::SetFiles(std::vector<std::string> const& files, std::chrono::system_clock::time_point since) {
+/** False without a fault when there is no such folder. */
+bool FileWatch::WatchName(std::filesystem::path const& folder, std::filesystem::path const& name, bool fFile,
+                          trevik::kelvo::Fault& fault) {
+    unsigned int const nEvents = fFile ? Endings | Beginnings : Renamings;
+    int const nWatch = inotify_add_watch(m_nDescriptor, folder.c_str(), nEvents | IN_ONLYDIR | IN_MASK_ADD);
+    if (nWatch >= 0) {
+        m_names[nWatch].insert(name);
+        return true;
+    }
+    if (errno == EACCES && !fFile) {
+        return true; // it may be gone through, and not looked into
+    }
+    if (errno != ENOENT && errno != ENOTDIR) {
+        fault = trevik::kelvo::Fault("--watch", "\"" + folder.string() + "\" cannot be watched",
+                                     std::string(std::strerror(errno)));
+    }
+    return false;
+}
+
+bool FileWatch::SetFiles(std::vector<std::string> const& files, std::chrono::system_clock::time_point since,
+                         trevik::kelvo::Fault& fault) {
     std::map<int, std::set<std::string>> const before = std::move(m_names);
     m_names.clear();
-    m_files = files;
+    bool fWatched = true;
     for (std::string const& file : files) {
-        Watch(file);
-        // Of a link, what it leads to changes, too.
-        std::error_code code;
-        std::filesystem::path const target = std::filesystem::canonical(file, code);
-        if (!code && target != std::filesystem::absolute(file, code)) {
-            Watch(target);
+        trevik::kelvo::Fault why;
+        if (!Watch(file, why) && fWatched) {
+            fault = why;
+            fWatched = false;
         }
     }
     for (auto const& folder : before) {
@@ -95,8 +139,9 @@ void FileWatch::SetFiles(std::vector<std::string> const& files, std::chrono::sys
     }
     if (std::any_of(files.begin(), files.end(),
                     [&](std::string const& file) { return IsWrittenSince(file, since); })) {
-        m_due = std::chrono::steady_clock::now() + Quiet;
+        SetDue(std::chrono::steady_clock::now(), Quiet);
     }
+    return fWatched;
 }
 
 void FileWatch::Take(Time now) {
@@ -115,7 +160,7 @@ void FileWatch::Take(Time now) {
 
 void FileWatch::Note(int nWatch, unsigned int nEvent, std::string const& name, Time now) {
     if ((nEvent & IN_Q_OVERFLOW) != 0) {
-        m_due = now + Unfinished; // anything may have happened
+        SetDue(now, Unfinished); // anything may have happened
         return;
     }
     auto const folder = m_names.find(nWatch);
@@ -123,8 +168,14 @@ void FileWatch::Note(int nWatch, unsigned int nEvent, std::string const& name, T
     if (folder == m_names.end() || (!fFolderItself && folder->second.count(name) == 0)) {
         return;
     }
-    bool const fEnding = (nEvent & Endings) != 0 || (nEvent & IN_ISDIR) != 0;
-    m_due = now + (fEnding ? Time::duration(Quiet) : Time::duration(Unfinished));
+    // A folder that has come is complete, for all that is known.
+    bool const fFolder = (nEvent & IN_ISDIR) != 0 && (nEvent & IN_CREATE) != 0;
+    SetDue(now, (nEvent & Endings) != 0 || fFolder ? Time::duration(Quiet) : Time::duration(Unfinished));
+}
+
+void FileWatch::SetDue(Time now, Time::duration delay) {
+    m_first = m_due == Time::max() ? now : m_first;
+    m_due = std::min(now + delay, m_first + Longest);
 }
 
 } // namespace kelvokit::player

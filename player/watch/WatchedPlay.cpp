@@ -124,18 +124,23 @@ int PlayWatched(Options const& options, PlayOnce const& play) {
     }
     for (bool fFirst = true;; fFirst = false) {
         auto const since = std::chrono::system_clock::now();
-        watch.SetFiles(files, since);
+        if (!watch.SetFiles(files, since, fault)) {
+            return Complain(ExitDevice, fault.GetText());
+        }
         int const nExitCode = PlayApart(play, files);
         if (nExitCode < 0) {
             return Complain(ExitDevice, std::string("--watch: no further process: ") + std::strerror(errno));
         }
-        if (GetInterrupt() != 0) {
-            return ExitSignal + GetInterrupt(); // the other process has said so
+        if (int const nSignal = GetInterrupt()) {
+            bool const fSaid = nExitCode > ExitSignal; // by the other process, which may have ended before
+            return fSaid ? ExitSignal + nSignal : Complain(ExitSignal + nSignal, "interrupted");
         }
         if (fFirst && (nExitCode == ExitUsage || nExitCode == ExitDevice)) {
             return nExitCode;
         }
-        watch.SetFiles(files, since);
+        if (!watch.SetFiles(files, since, fault)) {
+            return Complain(ExitDevice, fault.GetText());
+        }
         if (!options.fQuiet) {
             TellOfPlay(options, nExitCode);
         }

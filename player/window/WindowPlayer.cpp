@@ -370,15 +370,18 @@ void WindowPlayer::TakeReading() {
         return;
     }
     m_fChanged = true;
+    std::string const before = m_texts.GetFault();
     if (reading->pScene) {
         ShowReading(std::move(reading->pScene), reading->cause);
-        return;
     }
     std::string text;
     for (std::string const& line : reading->complaints) {
         text += (text.empty() ? "" : "\n") + line;
     }
-    if (reading->cause == ReadingCause::Asked || text != m_texts.GetFault()) {
+    if (text.empty()) {
+        return;
+    }
+    if (reading->cause == ReadingCause::Asked || text != before) {
         for (std::string const& line : reading->complaints) {
             Complain(ExitBadFile, line);
         }

@@ -1,12 +1,14 @@
 // --watch without a window: pictures are made anew however files change, and a signal ends it.
 
 #include "ProcessRunner.h"
+#include "watch/FileWatch.h"
 
 #include <gtest/gtest.h>
 
 #include <atomic>
 #include <chrono>
 #include <csignal>
+#include <cstdlib>
 #include <filesystem>
 #include <fstream>
 #include <functional>
@@ -104,6 +106,62 @@ TEST_F(Watch, EndsTheFirstTimeWithWhatWillNotChange) {
     EXPECT_EQ(Play({m_folder.Path("scene.txt"), "--watch"}).nExitCode, 2);
     m_folder.WriteText("scene.json", R"({"nodes": []})");
     EXPECT_EQ(Play({m_folder.Path("scene.json"), "--watch", "--backend", "none.so"}).nExitCode, 3);
+}
+
+TEST(WatchFiles, SeesWhateverMakesANameStandForAnotherFile) {
+    namespace files = std::filesystem;
+    struct {
+        char const* pWhat;
+        char const* pBefore; ///< in a shell, in a folder of its own
+        char const* pChange;
+        bool fSeen;
+    } const cases[] = {
+        {"a file beside it", "mkdir a; echo > a/s", "echo > a/t; mkdir b; echo > b/s", false},
+        {"a folder that takes its folder's place", "mkdir -p x/a y/a; echo > x/a/s; echo > y/a/s",
+         "mv x old; mv y x", true},
+        {"the target of a link comes", "mkdir a b; ln -s ../b/t a/s", "echo > b/t", true},
+        {"the folder of a link's target comes", "mkdir a; ln -s ../b/t a/s", "mkdir b; echo > b/t", true},
+        {"a link in the middle", "mkdir a b; ln -s ../b/m a/s; ln -s 1 b/m; echo > b/1; echo > b/2",
+         "ln -s 2 b/n; mv b/n b/m", true},
+        {"a link of its folder", "mkdir 1 2; echo > 1/s; echo > 2/s; ln -s 1 a", "ln -sfn 2 a", true},
+        {"links that lead round", "mkdir a; ln -s s a/s", "echo > a/t", false}};
+    for (auto const& test : cases) {
+        TemporaryFolder const folder;
+        std::string const there = "cd " + folder.Path("") + "; ";
+        ASSERT_EQ(std::system((there + test.pBefore).c_str()), 0);
+        FileWatch watch;
+        trevik::kelvo::Fault fault;
+        std::string const file =
+            folder.Path(files::exists(folder.Path("x")) ? "x/a/s" : "a/s"); // below two folders, or one
+        ASSERT_TRUE(watch.Open(fault) &&
+                    watch.SetFiles({file}, std::chrono::system_clock::time_point::max(), fault))
+            << fault.GetText();
+        ASSERT_EQ(std::system((there + test.pChange).c_str()), 0);
+        FileWatch::Time const now = FileWatch::Time::clock::now();
+        watch.Take(now);
+        EXPECT_EQ(watch.GetDueTime() != FileWatch::Time::max(), test.fSeen) << test.pWhat;
+    }
+}
+
+TEST(WatchFiles, CountAnOlderFileThatHasComeAndWaitNoLongerThanASecond) {
+    TemporaryFolder const folder;
+    auto const since = std::chrono::system_clock::now();
+    folder.WriteText("s", "");
+    std::filesystem::last_write_time(folder.Path("s"), {}); // long ago, or to come
+    FileWatch watch;
+    trevik::kelvo::Fault fault;
+    ASSERT_TRUE(watch.Open(fault) &&
+                watch.SetFiles({folder.Path("s")}, since + std::chrono::hours(1), fault));
+    EXPECT_EQ(watch.GetDueTime(), FileWatch::Time::max());
+    ASSERT_TRUE(watch.SetFiles({folder.Path("s")}, since, fault));
+    EXPECT_NE(watch.GetDueTime(), FileWatch::Time::max());
+    watch.Forget();
+    FileWatch::Time const first{std::chrono::hours(1)};
+    for (int n = 0; n < 10; ++n) {
+        folder.WriteText("s", "text");
+        watch.Take(first + std::chrono::milliseconds(200) * n);
+    }
+    EXPECT_EQ(watch.GetDueTime(), first + std::chrono::seconds(1));
 }
 
 } // namespace
