@@ -301,8 +301,8 @@ void AddLogging(CLI::App& app, Options& options) {
         "--quiet", options.fQuiet, "no progress bar, no warnings, and no log unless --log-level asks for it");
     CLI::Option* const pCheck = app.add_flag("--check", options.fCheck,
                                              "draw nothing: tell what is wrong with the scene, and warnings");
-    for (char const* const pOther :
-         {"--out", "--compare", "--jobs", "--stats", "--calls", "--trace", "--pick", "--save", "--window"}) {
+    for (char const* const pOther : {"--out", "--compare", "--jobs", "--stats", "--calls", "--trace",
+                                     "--explain", "--overdraw", "--pick", "--save", "--window", "--watch"}) {
         pCheck->excludes(app.get_option(pOther));
     }
     app.add_flag("--strict", options.fStrict, "with warnings draw nothing, and end with 1");
