@@ -73,9 +73,11 @@ bool Overlay::Make(trevik::ClassRegistry& registry, Fault& fault) {
     if (m_pScene) {
         return true;
     }
-    bool const fMade =
-        !m_fFontMissed && std::any_of(std::begin(Families), std::end(Families),
-                                      [&](char const* pFamily) { return Build(registry, pFamily, fault); });
+    if (m_fFontMissed) {
+        return false;
+    }
+    bool const fMade = std::any_of(std::begin(Families), std::end(Families),
+                                   [&](char const* pFamily) { return Build(registry, pFamily, fault); });
     if (!fMade) {
         m_pScene = nullptr;
         m_fFontMissed = true;
@@ -100,6 +102,9 @@ bool Overlay::Build(trevik::ClassRegistry& registry, std::string const& family, 
         m_panels[n].pText = static_cast<Text*>(Find(name + " text"));
         m_panels[n].sText.clear();
     }
+    m_pTracks = Find("tracks");
+    m_pTrack = Find("track");
+    m_pPlayed = Find("played");
     m_viewSize = SizeT<int>(0, 0);
     return true;
 }
@@ -141,6 +146,9 @@ void Overlay::SetText(PanelIndex panel, std::string const& text, int nWidest) {
 /** Puts a panel's lower left corner there. */
 void Overlay::Place(PanelIndex panel, RealFloat x, RealFloat y) {
     Panel& placed = m_panels[static_cast<std::size_t>(panel)];
+    if (!placed.pNode->GetVisibleProperty().GetValue()) {
+        return;
+    }
     placed.pNode->GetPositionProperty().SetValue(
         Vector3T<RealFloat>(std::floor(x) - placed.bounds.left, std::floor(y) - placed.bounds.top, 0));
 }
@@ -157,8 +165,8 @@ void Overlay::PlaceBar(SizeT<int> const& window, PlayBar const& bar) {
     m_nTrackLeft = std::max(m_nTrackLeft, static_cast<int>(bounds.GetWidth()) + Padding);
     auto const length = static_cast<RealFloat>(std::max(window.width - Padding - m_nTrackLeft, 1));
     auto const left = static_cast<RealFloat>(m_nTrackLeft);
-    SetBox(*Find("track"), left, height / 2 - 3, length, 6);
-    SetBox(*Find("played"), left, height / 2 - 3,
+    SetBox(*m_pTrack, left, height / 2 - 3, length, 6);
+    SetBox(*m_pPlayed, left, height / 2 - 3,
            std::max<RealFloat>(1, std::round(length * static_cast<RealFloat>(bar.rPlayed))), 6);
 }
 
@@ -182,7 +190,9 @@ void Overlay::SetView(SizeT<int> const& window) {
 }
 
 void Overlay::Draw(GraphicsDevice& device, SizeT<int> const& window, OverlayTexts const& texts) {
-    if (!m_pScene) {
+    bool const fTexts = !texts.figures.empty() || !texts.picked.empty() || !texts.help.empty() ||
+                        !texts.message.empty() || texts.bar.has_value();
+    if (!m_pScene || !fTexts) {
         return;
     }
     SetView(window);
@@ -200,7 +210,7 @@ void Overlay::Draw(GraphicsDevice& device, SizeT<int> const& window, OverlayText
     Place(Help, (width - bounds(Help).GetWidth()) / 2, (height - bounds(Help).GetHeight()) / 2);
     SetText(Message, texts.message, nWidest);
     Place(Message, distance, distance + BarHeight);
-    SetVisible(*Find("tracks"), texts.bar.has_value());
+    SetVisible(*m_pTracks, texts.bar.has_value());
     if (texts.bar) {
         PlaceBar(window, *texts.bar);
     } else {

@@ -38,7 +38,10 @@ class Overlay {
 public:
     static constexpr int BarHeight = 26; ///< pixels
 
-    /** Makes it unless it is there; false with one line in `fault` when there is no font to write with. */
+    /**
+     * Makes it unless it is there; false when there is no font to write with, the first time with one line in
+     * `fault`.
+     */
     bool Make(trevik::ClassRegistry& registry, trevik::kelvo::Fault& fault);
     void Release();
 
@@ -69,6 +72,9 @@ private:
 
     std::unique_ptr<trevik::kelvo::Scene> m_pScene; ///< null without a font
     std::array<Panel, PanelCount> m_panels;
+    trevik::kelvo::TransformNode* m_pTracks = nullptr; ///< the bar, which consists of these two
+    trevik::kelvo::TransformNode* m_pTrack = nullptr;
+    trevik::kelvo::TransformNode* m_pPlayed = nullptr;
     trevik::SizeT<int> m_viewSize;
     int m_nTrackLeft = 0;       ///< column where the bar begins, right of its text
     bool m_fFontMissed = false; ///< and is not looked for again

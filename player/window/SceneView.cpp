@@ -1,5 +1,6 @@
 #include "window/SceneView.h"
 
+#include "command/Interrupt.h"
 #include "scene/SceneReader.h"
 #include "trevik/ScopeCounter.h"
 
@@ -122,11 +123,11 @@ void SceneView::BringTo(int nFrame) {
         nAt = nFirst;
         update(nAt);
     }
-    for (nAt = std::max(nAt, nFrame - MostSteps); nAt < nFrame;) {
+    for (nAt = std::max(nAt, nFrame - MostSteps); nAt < nFrame && GetInterrupt() == 0;) {
         update(++nAt);
     }
     m_fUpdated = true;
-    m_nUpdated = nFrame;
+    m_nUpdated = nAt;
 }
 
 bool SceneView::IsScaled() const {

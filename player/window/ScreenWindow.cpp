@@ -6,6 +6,9 @@
 #include <kelvo_desktop/Display.h>
 #include <kelvo_desktop/OffscreenWindow.h>
 
+#include <cstdlib>
+#include <cstring>
+
 namespace kelvokit::player {
 
 using trevik::Ref;
@@ -17,6 +20,11 @@ namespace {
 bool Fail(Fault& fault, std::string const& why) {
     fault = Fault(std::string(), "no window can be opened", why);
     return false;
+}
+
+bool IsSet(char const* pVariable) {
+    char const* const pValue = std::getenv(pVariable);
+    return pValue && *pValue;
 }
 
 } // namespace
@@ -35,6 +43,11 @@ bool ScreenWindow::Open(std::string const& title, SizeT<int> const& size, Fault&
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); // the player has its own
     SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
     m_fStarted = SDL_Init(SDL_INIT_VIDEO) == 0;
+    char const* const pDriver = m_fStarted ? SDL_GetCurrentVideoDriver() : "";
+    bool const fKnown = std::strcmp(pDriver, "x11") == 0 || std::strcmp(pDriver, "wayland") == 0;
+    if (!fKnown && !IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY")) {
+        return Fail(fault, "there is no X11 or Wayland display (DISPLAY, WAYLAND_DISPLAY)");
+    }
     if (!m_fStarted) {
         return Fail(fault, SDL_GetError());
     }
