@@ -1,6 +1,6 @@
 #include "command/Program.h"
+#include "play/Authoring.h"
 #include "play/Player.h"
-#include "play/Schema.h"
 #include "watch/WatchedPlay.h"
 
 #include <cstdio>
@@ -10,6 +10,9 @@ int main(int nArguments, char** ppArguments) {
     return RunProgram(nArguments, ppArguments, [&](Options const& options) {
         if (options.fSchema) {
             return PrintSchema(options);
+        }
+        if (!options.formatScene.empty()) {
+            return PrintFormattedScene(options);
         }
 #if defined(KELVO_HAS_WINDOW)
         if (options.fWindow) {

@@ -62,15 +62,19 @@ bool IsFolder(Options const& options) {
     return !path.empty() && path != "-" && !options.video && !IsPicturePath(path) && !IsWebpPath(path);
 }
 
-/** A schema is of no scene; what it lists is what the back end registers. */
-void CheckSchema(CLI::App const& app, Options const& options) {
-    if (!options.fSchema && options.scene.empty()) {
-        throw CLI::RequiredError("SCENE");
+/** What plays no scene goes alone; what classes there are is the back end's. */
+void CheckAlone(CLI::App const& app, Options const& options) {
+    if (!options.fSchema && options.formatScene.empty()) {
+        if (options.scene.empty()) {
+            throw CLI::RequiredError("SCENE");
+        }
+        return;
     }
+    std::string const alone = options.fSchema ? "--schema" : "--format-scene";
     for (CLI::Option const* const pOption : app.get_options()) {
         std::string const name = pOption->get_name();
-        if (options.fSchema && pOption->count() > 0 && name != "--schema" && name != "--backend") {
-            throw CLI::ExcludesError("--schema", name);
+        if (pOption->count() > 0 && name != alone && name != "--backend") {
+            throw CLI::ExcludesError(alone, name);
         }
     }
 }
@@ -113,7 +117,7 @@ void TakeExplained(CLI::App const& app, Options& options) {
 
 /** What cannot be told from one option alone. Throws what the command line's reader does. */
 void CheckTogether(CLI::App const& app, Options& options) {
-    CheckSchema(app, options);
+    CheckAlone(app, options);
     bool const fStream = options.out == "-";
     bool const fPictures = !options.out.empty() || !options.compare.empty();
     struct {
@@ -294,6 +298,18 @@ void AddReports(CLI::App& app, Options& options) {
     AddParsed(app, "--save", "FILE.kelvo", "write the scene as a binary file", options, ReadSave);
 }
 
+/** What helps those who write scenes, and plays none. */
+void AddAuthoring(CLI::App& app, Options& options) {
+    app.option_defaults()->group("Without SCENE");
+    app.add_flag("--schema", options.fSchema,
+                 "print the JSON schema that editors complete and check scenes by");
+    app.add_option("--format-scene", options.formatScene,
+                   "print a scene file in the one form that all can have; comments have to be keys")
+        ->check(CheckPath)
+        ->type_name("FILE.json");
+    app.option_defaults()->group("Told on the way");
+}
+
 /** How much is told on the way. */
 void AddLogging(CLI::App& app, Options& options) {
     app.option_defaults()->group("Told on the way");
@@ -324,8 +340,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
     AddReports(app, options);
     AddWindow(app, options);
     AddLogging(app, options);
-    app.add_flag("--schema", options.fSchema,
-                 "print the JSON schema that editors complete and check scenes by; without SCENE");
+    AddAuthoring(app, options);
     app.set_version_flag("--version", GetVersion, "print the version, what is drawn with and its date");
     try {
         app.parse(nArguments, ppArguments);

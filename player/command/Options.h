@@ -63,6 +63,7 @@ struct Options {
     bool fOnce = false;                          ///< and end after the last frame
     bool fWatch = false;                         ///< play again whenever a file of the scene changes
     bool fCheck = false;                         ///< only tell what is wrong with the scene
+    std::string formatScene;                     ///< a scene file to print in its one form; empty for none
     bool fSchema = false;                        ///< print what scene files may say
     bool fStrict = false;                        ///< warnings end the player
     bool fPost = false;                          ///< draw frames through the post-process pass

@@ -64,6 +64,7 @@ TEST_F(PlayerTest, ExplainsItself) {
                               "--overdraw",
                               "--trace",
                               "--schema",
+                              "--format-scene",
                               "--version",
                               "--quiet",
                               "--verbose",
@@ -91,6 +92,17 @@ TEST_F(PlayerTest, PrintsTheSchemaOfTheDocuments) {
     Outcome const outcome = Play({"--schema"});
     EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
     EXPECT_TRUE(kelvokit::test::IsGolden(KELVO_EXAMPLES "/../docs/scene.schema.json", outcome.output));
+}
+
+TEST_F(PlayerTest, PrintsASceneInItsOneForm) {
+    Outcome const once = Play({"--format-scene", KELVO_EXAMPLES "/format/alpha-test-group.json"});
+    EXPECT_EQ(once.nExitCode, 0) << once.errors;
+    EXPECT_EQ(once.output.rfind("{\n  \"$schema\": ", 0), 0u) << once.output;
+    Write("formatted.json", once.output);
+    EXPECT_EQ(Play({"--format-scene", Path("formatted.json")}).output, once.output);
+    Outcome const missing = Play({"--format-scene", Path("missing.json")});
+    EXPECT_EQ(missing.nExitCode, 1);
+    EXPECT_NE(missing.errors.find("missing.json: cannot be opened"), std::string::npos) << missing.errors;
 }
 
 TEST_F(PlayerTest, RefusesCommandLinesThatMakeNoSense) {

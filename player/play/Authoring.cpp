@@ -1,0 +1,63 @@
+#include "play/Authoring.h"
+
+#include "file/FileBytes.h"
+#include "play/AlphaTestGroup.h"
+#include "play/Backend.h"
+#include "scene/SceneFormatter.h"
+#include "scene/SceneReader.h"
+#include "scene/SceneSchema.h"
+
+#include <cstdint>
+#include <cstdio>
+#include <vector>
+
+namespace kelvokit::player {
+
+using trevik::kelvo::Fault;
+namespace assets = trevik::kelvo::assets;
+
+namespace {
+
+int Complain(int nExitCode, Fault const& fault) {
+    std::fprintf(stderr, "kelvo-player: %s\n", fault.GetText().c_str());
+    return nExitCode;
+}
+
+bool LoadClasses(Backend& backend, Options const& options, Fault& fault) {
+    bool const fLoaded = backend.Load(options.backend, fault);
+    if (fLoaded) {
+        RegisterAlphaTestGroup(backend);
+    }
+    return fLoaded;
+}
+
+} // namespace
+
+int PrintSchema(Options const& options) {
+    Backend backend;
+    Fault fault;
+    if (!LoadClasses(backend, options, fault)) {
+        return Complain(ExitDevice, fault);
+    }
+    std::fputs(assets::MakeSceneSchema(backend.GetRegistry()).c_str(), stdout);
+    return ExitSuccess;
+}
+
+int PrintFormattedScene(Options const& options) {
+    Backend backend;
+    Fault fault;
+    if (!LoadClasses(backend, options, fault)) {
+        return Complain(ExitDevice, fault);
+    }
+    std::vector<std::uint8_t> bytes;
+    std::string formatted;
+    if (!assets::ReadFile(options.formatScene, assets::MaximumSceneBytes, bytes, fault) ||
+        !assets::FormatScene({bytes.data(), bytes.size()}, options.formatScene, backend.GetRegistry(),
+                             formatted, fault)) {
+        return Complain(ExitBadFile, fault);
+    }
+    std::fputs(formatted.c_str(), stdout);
+    return ExitSuccess;
+}
+
+} // namespace kelvokit::player
