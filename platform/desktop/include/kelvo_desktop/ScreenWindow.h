@@ -31,11 +31,10 @@ KELVO_DESKTOP_API void CloseScreen(Screen* screen);
 template <class Base = ANativeWindow>
 class ScreenWindowT : public Base {
 public:
-    /** Opens it, with the title in UTF-8 and the size in pixels. */
-    ScreenWindowT(char const* title, int width, int height)
-        : m_screen(OpenScreen(*this, title, width, height)) {
+    /** Opens it, with the title in UTF-8, so many pixels across and up. */
+    ScreenWindowT(char const* title, int across, int up) : m_screen(OpenScreen(*this, title, across, up)) {
         if (!m_screen) {
-            InitialiseOffscreen(*this, width, height);
+            InitialiseOffscreen(*this, across, up);
         }
     }
 
