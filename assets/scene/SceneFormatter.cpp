@@ -174,7 +174,7 @@ private:
     /** A value behind `nBefore` bytes of its line, which begins with `nIndent` spaces. */
     std::string Write(JsonValue const& value, std::string const& key, std::size_t nIndent,
                       std::size_t nBefore) const {
-        std::string const line = Join(value, key);
+        std::string line = Join(value, key);
         // A comma may follow. Lists of nodes have lines of their own.
         bool const fList =
             (key == "nodes" || key == "children") && !IsPlain(value) && !value.GetItems().empty();

@@ -37,6 +37,7 @@ constexpr NumberRange AnyLength = {0, 1e9};
 constexpr NumberRange AnyInteger = {INT_MIN, INT_MAX};
 constexpr NumberRange AnyCount = {0, INT_MAX};
 constexpr NumberRange Shares = {0, 1};
+constexpr NumberRange StretchedSides = {0.001, 1e9}; ///< of which the inverse is one for children
 constexpr NumberRange FrameRates = {0.001, 1000};
 constexpr NumberRange SurfaceSides = {1, SceneSettings::MaximumSide};
 constexpr NumberRange SceneFrames = {0, SceneSettings::MaximumFrame};

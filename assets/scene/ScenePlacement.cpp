@@ -95,7 +95,7 @@ void Align(JsonCursor const& place, Text& text, char const* pProperty, RealFloat
 
 /** Throws unless both sides are above 0. */
 Vector3 GetScale(JsonCursor const& place, Vector2T<RealFloat> const& wanted, SizeT<int> const& size) {
-    constexpr RealFloat Least = RealFloat(0.001); // of which the inverse is one for children
+    constexpr RealFloat Least = static_cast<RealFloat>(StretchedSides.least);
     if (!(wanted.x >= Least && wanted.y >= Least)) {
         place.FailExpected("a width and a height from 0.001 on");
     }

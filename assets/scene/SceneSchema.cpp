@@ -294,9 +294,7 @@ private:
         m_definitions["layout"] = OrUse(layout);
         m_definitions["anchor"] = {
             {"anyOf", {OneOf(WordsOf(AnchorWords)), Numbers(Shares, 2, 2), RefTo("reference")}}};
-        m_definitions["wantedSize"] = OrUse(ArrayOf(
-            OrUse({{"type", "number"}, {"exclusiveMinimum", 0}, {"maximum", ToNumber(AnyNumber.largest)}}), 2,
-            2));
+        m_definitions["wantedSize"] = OrUse(Numbers(StretchedSides, 2, 2));
         m_definitions["stretchTo"] = DescribeAnimation("wantedSize");
 
         Json any = Json::array(); // of what stands in a template: nodes and effects
@@ -373,9 +371,12 @@ private:
                                    !(className == "Sprite" && names[n] == "Size");
             members[names[n]] = Explain(Define(value, DescribeValueForm(names[n], type), fAnimated),
                                         DescribeValue(names[n], type));
+            bool const fColor = value == "color" || value == "colorWithAlpha";
             for (std::string const& component : GetComponentNames(names[n], type)) {
                 members[names[n] + "." + component] =
-                    Explain(Define("number", DescribeValueForm("", PropertyType::Real), true), "a number");
+                    Explain(fColor ? Define("share", Number("number", Shares), true)
+                                   : Define("number", Number("number", AnyNumber), true),
+                            fColor ? "a number from 0 to 1" : "a number");
             }
         }
     }

@@ -52,6 +52,8 @@ MEANING = [
     "without a box",
     "the layout of the node above",
     "where y points down",
+    "whose y points down",
+    "what the layout places is larger",
     "as \"U.0400-U.04FF\"",
 ]
 
