@@ -101,10 +101,9 @@ unsigned int FrameTrace::NameNode(Node const& node) {
     }
     std::string arguments;
     if (SceneOrigin const* const pOrigin = m_notes.Find(node)) {
-        arguments = nlohmann::ordered_json{{"file", pOrigin->sFile},
-                                           {"line", pOrigin->nLine},
-                                           {"way", pOrigin->way}}
-                        .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
+        arguments =
+            nlohmann::ordered_json{{"file", pOrigin->sFile}, {"line", pOrigin->nLine}, {"way", pOrigin->way}}
+                .dump(-1, ' ', false, nlohmann::json::error_handler_t::replace);
         arguments = arguments.substr(1, arguments.size() - 2); // without its braces
     }
     return m_nodeNames[&node] =

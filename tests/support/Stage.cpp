@@ -38,11 +38,6 @@ void GL_APIENTRY NoteError(GLenum, GLenum type, GLuint, GLenum, GLsizei, GLchar 
     }
 }
 
-bool HasDebugCallback() {
-    char const* const extensions = reinterpret_cast<char const*>(glGetString(GL_EXTENSIONS));
-    return extensions && std::string(extensions).find("GL_KHR_debug") != std::string::npos;
-}
-
 void SetDebugCallback(GLDEBUGPROCKHR callback, void const* user) {
     auto const set =
         reinterpret_cast<PFNGLDEBUGMESSAGECALLBACKKHRPROC>(eglGetProcAddress("glDebugMessageCallbackKHR"));
@@ -56,7 +51,12 @@ std::uint8_t ToByte(double value) {
 
 } // namespace
 
-ErrorWatch::ErrorWatch() : m_fCallback(HasDebugCallback()) {
+bool HasExtension(char const* pName) {
+    char const* const extensions = reinterpret_cast<char const*>(glGetString(GL_EXTENSIONS));
+    return extensions && std::string(extensions).find(pName) != std::string::npos;
+}
+
+ErrorWatch::ErrorWatch() : m_fCallback(HasExtension("GL_KHR_debug")) {
     testing::Test::RecordProperty("errors", m_fCallback ? "told by a debug callback" : "read from flags");
     if (!m_fCallback) {
         return;

@@ -29,7 +29,8 @@ struct TREVIK_API GlyphRequest {
 
 /**
  * Makes glyphs of characters that a font does not have yet. Fonts that are made of font files by their paths
- * have one that reads the file again (kelvo_assets/font/FontFile.h); an application may attach one of its own.
+ * have one that reads the file again (kelvo_assets/font/FontFile.h); an application may attach one of its
+ * own.
  *
  * Texts ask it by themselves: a text whose string has changed is laid out at the next update, or when its
  * measures are asked for, and glyphs that its font lacks are made on the way, before the frame is drawn. A

@@ -26,6 +26,9 @@ struct Shade {
     double r, g, b, a = 1;
 };
 
+/** Whether the driver of the current context has a GL extension. */
+bool HasExtension(char const* pName);
+
 /**
  * Notes GL's errors while it lives, each with the call that raised it, as far as the driver tells: it is
  * asked through its debug callback, or, where it has none, when Take is called.
