@@ -1,5 +1,8 @@
 #include "scene/SceneCheck.h"
 
+#include "image/Etc1.h"
+#include "trevik/kelvo/BlendMode.h"
+
 #include <algorithm>
 #include <cstdlib>
 
@@ -63,6 +66,46 @@ std::string FindGiven(JsonCursor const& place, std::string const& property) {
 
 bool IsEffect(Effect const& effect, char const* pClassName) {
     return effect.IsKindOf(HashName(pClassName));
+}
+
+bool IsDrawnByEffect(Sprite& sprite) {
+    List<Effect*> const& effects = sprite.GetEffects();
+    return std::any_of(effects.begin(), effects.end(), [&sprite](Effect const* pEffect) {
+        if (IsEffect(*pEffect, "DirectionalBlurEffect") || IsEffect(*pEffect, "BlendModeEffect")) {
+            return sprite.GetTexture() != nullptr;
+        }
+        return !IsEffect(*pEffect, "GaussianBlurEffect") && !IsEffect(*pEffect, "GroupOpacityEffect") &&
+               !IsEffect(*pEffect, "BackdropBlurEffect");
+    });
+}
+
+bool IsNeverDrawn(Sprite& sprite) {
+    return !IsDrawnByEffect(sprite) &&
+           !TakesValue(sprite.GetBlendModeProperty(), [](int nMode) { return nMode == BlendMode::Normal; });
+}
+
+bool HasEtc1Alpha(Texture& texture) {
+    if (texture.GetFormat() != TextureFormat::ETC1_RGBA) {
+        return false;
+    }
+    PixelBuffer const& buffer = texture.GetPixelData().GetBuffer();
+    RgbaPicture picture;
+    picture.width = texture.GetAllocatedWidth();
+    picture.height = texture.GetAllocatedHeight();
+    std::size_t const nPlane = PlaneBytes(TextureFormat::ETC1_RGBA, picture.width, picture.height);
+    if (buffer.GetSize() < 2 * nPlane) {
+        return true; // not here to be looked at
+    }
+    picture.bytes.resize(std::size_t(picture.width) * std::size_t(picture.height) * 4);
+    DecodeEtc1Plane(buffer.GetData() + nPlane, Etc1Plane::Alpha, picture);
+    for (int y = 0; y < texture.GetHeight(); ++y) {
+        for (int x = 0; x < texture.GetWidth(); ++x) {
+            if (picture.At(x, y)[3] != 255) {
+                return true;
+            }
+        }
+    }
+    return false;
 }
 
 bool IsNinePatch(Node const& node) {

@@ -32,6 +32,14 @@ std::string FindGiven(JsonCursor const& place, std::string const& property);
 /** Whether an effect is of a class that scene files give this name. */
 bool IsEffect(Effect const& effect, char const* pClassName);
 
+/** Whether an effect draws a sprite in its place; an application's own one may. */
+bool IsDrawnByEffect(Sprite& sprite);
+/** Whether a sprite's own blend mode keeps it from being drawn. */
+bool IsNeverDrawn(Sprite& sprite);
+
+/** Whether part of a picture in ETC1 is not opaque. */
+bool HasEtc1Alpha(Texture& texture);
+
 bool IsNinePatch(Node const& node);
 
 /** Bands of a nine-patch sprite along one axis; null for other nodes. */

@@ -3,6 +3,10 @@
 #include "trevik/kelvo/BlendMode.h"
 #include "trevik/kelvo/Text.h"
 
+#include <algorithm>
+#include <limits>
+#include <optional>
+
 namespace trevik::kelvo::assets {
 
 namespace {
@@ -12,6 +16,68 @@ bool IsAlwaysVisible(Node& node) {
     TransformNode* const pNode = node.GetTransformNode();
     return pNode && GetFixed(pNode->GetVisibleProperty()) == true &&
            GetFixed(pNode->GetOpacityProperty()).value_or(RealFloat(0)) > 0;
+}
+
+/** From the first to the last one; all unless something else is known. */
+struct Frames {
+    int nFirst = std::numeric_limits<int>::min();
+    int nLast = std::numeric_limits<int>::max();
+
+    bool IsEmpty() const { return nFirst > nLast; }
+};
+
+Frames Overlap(Frames const& one, Frames const& other) {
+    return {std::max(one.nFirst, other.nFirst), std::min(one.nLast, other.nLast)};
+}
+
+/** Between which frames a property may have a value that `fits`. */
+template <class T, class Fits>
+Frames FindFrames(BaseProperty<T> const& property, Fits fits) {
+    SampleController<T> const* const pSamples = GetSamples(property);
+    Frames frames;
+    if (!pSamples) {
+        return property.GetControllerCount() > 0 || fits(property.GetValue()) ? frames : Frames{1, 0};
+    }
+    unsigned int nFirst = 0;
+    unsigned int nEnd = pSamples->GetSampleCount();
+    while (nFirst < nEnd && !fits(pSamples->GetSample(nFirst))) {
+        ++nFirst;
+    }
+    while (nEnd > nFirst && !fits(pSamples->GetSample(nEnd - 1))) {
+        --nEnd;
+    }
+    if (nFirst == nEnd) {
+        return {1, 0};
+    }
+    // The end values hold before and behind. Between two frames a value may be on its way.
+    int const nStart = pSamples->GetStartFrame();
+    frames.nFirst = nFirst == 0 ? frames.nFirst : nStart + static_cast<int>(nFirst) - 1;
+    frames.nLast = nEnd == pSamples->GetSampleCount() ? frames.nLast : nStart + static_cast<int>(nEnd);
+    return frames;
+}
+
+Frames FindVisibleFrames(Node& node) {
+    TransformNode* const pNode = node.GetTransformNode();
+    return pNode ? Overlap(
+                       FindFrames(pNode->GetVisibleProperty(), [](bool fVisible) { return fVisible; }),
+                       FindFrames(pNode->GetOpacityProperty(), [](RealFloat opacity) { return opacity > 0; }))
+                 : Frames();
+}
+
+bool IsFadingGroup(Effect& effect) {
+    BaseProperty<RealFloat>* const pOpacity = IsEffect(effect, "GroupOpacityEffect")
+                                                  ? FindProperty<RealFloat>(effect.GetProperties(), "Opacity")
+                                                  : nullptr;
+    return pOpacity && TakesValue(*pOpacity, [](RealFloat opacity) { return opacity < 1; });
+}
+
+/** In another mode than "normal" a sprite is not drawn without an effect. */
+bool IsAlwaysDrawn(Node& node) {
+    if (!node.IsKindOf(Sprite::ClassID)) {
+        return true;
+    }
+    Sprite& sprite = static_cast<Sprite&>(node);
+    return GetFixed(sprite.GetBlendModeProperty()) == BlendMode::Normal || IsDrawnByEffect(sprite);
 }
 
 bool DrawsSomething(Node& node) {
@@ -31,13 +97,16 @@ public:
         if (step.role == SceneRole::Camera) {
             return;
         }
-        m_steps.push_back({m_steps.empty() ? IsAlwaysVisible(step.node)
-                                           : m_steps.back().fVisible && IsAlwaysVisible(step.node),
-                           false});
+        Above const above = m_steps.empty() ? Above() : m_steps.back();
+        m_steps.push_back({above.fVisible && IsAlwaysVisible(step.node),
+                           Overlap(above.frames, FindVisibleFrames(step.node)), above.fGroup, std::nullopt});
+        if (m_steps.back().frames.IsEmpty()) {
+            return;
+        }
         if (step.node.IsKindOf(Timeline::ClassID)) {
             EnterTimeline(step);
         } else if (DrawsSomething(step.node)) {
-            if (m_sDrawn.empty() && m_steps.back().fVisible) {
+            if (m_sDrawn.empty() && m_steps.back().fVisible && IsAlwaysDrawn(step.node)) {
                 m_sDrawn = "line " + std::to_string(step.place.GetValue().GetLine());
             }
             NoteMode(step);
@@ -48,8 +117,7 @@ public:
         if (step.role == SceneRole::Camera) {
             return;
         }
-        if (m_steps.back().fBlurred) {
-            --m_nBlurs;
+        if (m_steps.back().blurred) {
             if (!m_fLastPlain || m_fDepthTest) {
                 Warn(step, "effects", WarningId::BlurLastDrawn,
                      m_fDepthTest
@@ -63,8 +131,10 @@ public:
 
 private:
     struct Above {
-        bool fVisible; ///< in all frames
-        bool fBlurred;
+        bool fVisible = true; ///< in all frames
+        Frames frames;        ///< in which it may be seen
+        bool fGroup = false;  ///< it, or a timeline above, fades as a group
+        std::optional<Frames> blurred;
     };
 
     /** An animated mode counts as plain, as it may be when the layer is drawn. */
@@ -73,8 +143,7 @@ private:
             !step.node.IsKindOf(Sprite::ClassID) ||
             GetFixed(static_cast<Sprite&>(step.node).GetBlendModeProperty()).value_or(BlendMode::Normal) ==
                 BlendMode::Normal;
-        // In another mode nothing is drawn without an effect.
-        if (fPlain || !step.node.GetTransformNode()->GetEffects().IsEmpty()) {
+        if (fPlain || IsDrawnByEffect(static_cast<Sprite&>(step.node))) {
             m_fLastPlain = fPlain;
         }
     }
@@ -83,6 +152,9 @@ private:
         Timeline& timeline = static_cast<Timeline&>(step.node);
         int const nTest = GetFixed(timeline.GetDepthTestProperty()).value_or(-1);
         m_fDepthTest = nTest == -1 ? m_fDepthTest : nTest == 1;
+        for (Effect* const pEffect : timeline.GetEffects()) {
+            m_steps.back().fGroup = m_steps.back().fGroup || IsFadingGroup(*pEffect);
+        }
         for (unsigned int n = 0; n < timeline.GetEffects().GetCount(); ++n) {
             if (IsEffect(*timeline.GetEffects()[n], "GaussianBlurEffect")) {
                 EnterBlur(step, n, *timeline.GetEffects()[n]);
@@ -94,27 +166,30 @@ private:
         std::string const key = "effects/" + std::to_string(nEffect);
         BaseProperty<RealFloat>* const pAmount =
             FindProperty<RealFloat>(effect.GetProperties(), "BlurAmount");
-        if (!pAmount || !TakesValue(*pAmount, [](RealFloat amount) { return amount > 0; })) {
+        if (!pAmount || !EverExceeds(*pAmount, 0)) {
             Warn(step, key, WarningId::BlurWithoutAmount,
                  "without a \"BlurAmount\" above 0 nothing is blurred");
             return;
         }
-        if (m_nBlurs > 0) {
+        Frames const frames =
+            Overlap(m_steps.back().frames, FindFrames(*pAmount, [](RealFloat amount) { return amount > 0; }));
+        if (std::any_of(m_steps.begin(), m_steps.end(), [&frames](Above const& above) {
+                return above.blurred && !Overlap(*above.blurred, frames).IsEmpty();
+            })) {
             Warn(step, key, WarningId::BlurInBlur,
                  "of a blur inside of another one only the clear colour remains");
+        } else if (m_steps.back().fGroup) {
+            Warn(step, key, WarningId::BlurInGroup,
+                 "the blur goes to the surface, past the group that it is in, and does not fade with it");
         } else if (!m_sDrawn.empty()) {
             Warn(step, key, WarningId::BlurCoversOthers,
                  "the blur covers all that has been drawn before it, such as the node on " + m_sDrawn +
                      "; put that into the blurred timeline");
         }
-        if (!m_steps.back().fBlurred) {
-            m_steps.back().fBlurred = true;
-            ++m_nBlurs;
-        }
+        m_steps.back().blurred = frames;
     }
 
     std::vector<Above> m_steps;
-    int m_nBlurs = 0;         ///< around the node
     std::string m_sDrawn;     ///< where what is always drawn first stands; empty for nothing so far
     bool m_fLastPlain = true; ///< what has been drawn last is in the mode "normal"
     bool m_fDepthTest = false;

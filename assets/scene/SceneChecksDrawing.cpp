@@ -112,24 +112,38 @@ private:
                 IsEffect(effect, "GaussianBlurEffect") || IsEffect(effect, "GroupOpacityEffect");
             bool const fSpriteEffect =
                 IsEffect(effect, "DirectionalBlurEffect") || IsEffect(effect, "BlendModeEffect");
-            if (!fTimelineEffect && !fSpriteEffect) {
+            bool const fBackdrop = IsEffect(effect, "BackdropBlurEffect");
+            if (!fTimelineEffect && !fSpriteEffect && !fBackdrop) {
                 continue; // an application's own
             }
             std::string const key = "effects/" + std::to_string(n);
             if (fTimelineEffect ? !node.IsKindOf(Timeline::ClassID) : !fSprite) {
                 Warn(step, key, WarningId::EffectNotDrawn,
                      "it does not change a " + GetWrittenClass(step) + ", only " +
-                         (fTimelineEffect ? "timelines" : "sprites with a texture"));
+                         (fTimelineEffect ? "timelines"
+                          : fBackdrop     ? "sprites"
+                                          : "sprites with a texture"));
             } else if (fSpriteEffect && !static_cast<Sprite&>(node).GetTexture()) {
                 Warn(step, key, WarningId::EffectWithoutTexture,
                      "it draws a sprite's texture, and this one has none");
-            } else if (fSpriteEffect && drawnBy) {
+            } else if ((fSpriteEffect || fBackdrop) && drawnBy) {
                 Warn(step, key, WarningId::EffectNotFirst, "the effect before it draws the sprite already");
             } else if (fSpriteEffect) {
                 drawnBy = n;
+            } else if (fBackdrop) {
+                CheckBackdrop(step, key, static_cast<Sprite&>(node), *node.GetEffects()[n]);
             }
         }
         return drawnBy;
+    }
+
+    void CheckBackdrop(SceneStep const& step, std::string const& key, Sprite& sprite, Effect& effect) {
+        BaseProperty<RealFloat>* const pRadius = FindProperty<RealFloat>(effect.GetProperties(), "Radius");
+        if (!pRadius || !EverExceeds(*pRadius, 0)) {
+            Warn(step, key, WarningId::BlurWithoutAmount, "without a \"Radius\" above 0 nothing is blurred");
+        } else if (HasBands(sprite)) {
+            Warn(step, key, WarningId::EffectNotDrawn, "it does not change a sprite that stretches in bands");
+        }
     }
 
     void CheckDrawnBySelf(SceneStep const& step, Sprite& sprite) {
@@ -169,14 +183,22 @@ private:
             Warn(step, "effects", WarningId::EffectDrawsPlainly,
                  "the effect draws the sprite without its " + Join(missing));
         }
-        if (sprite.GetTexture()->GetFormat() == TextureFormat::ETC1_RGBA) {
+        if (HasEtc1Alpha(*sprite.GetTexture())) {
             Warn(step, "texture", WarningId::Etc1Alpha, "the effect draws an ETC1 picture without its alpha");
         }
     }
 
+    static bool IsFaded(TransformNode& node) {
+        return TakesValue(node.GetOpacityProperty(), [](RealFloat opacity) { return opacity < 1; });
+    }
+
     void CheckModes(SceneStep const& step, Sprite& sprite, bool fModes) {
-        bool const fFaded =
-            TakesValue(sprite.GetOpacityProperty(), [](RealFloat opacity) { return opacity != 1; });
+        bool const fFadedItself = IsFaded(sprite);
+        bool fFaded = fFadedItself;
+        for (SceneStep const* pAbove = step.pAbove; pAbove && !fFaded; pAbove = pAbove->pAbove) {
+            TransformNode* const pNode = pAbove->node.GetTransformNode();
+            fFaded = pNode && IsFaded(*pNode);
+        }
         TakesValue(sprite.GetBlendModeProperty(), [&](int nMode) {
             bool const fNeedsModes = IsAnyOf(
                 nMode, {BlendMode::Multiply, BlendMode::Screen, BlendMode::ColorDodge, BlendMode::Invert});
@@ -188,8 +210,9 @@ private:
                 Warn(step, "BlendMode", WarningId::BlendModeIgnored,
                      "the effect draws the mode " + DescribeMode(nMode) + " as \"normal\"");
             } else if (fFaded && !fFades) {
-                Warn(step, "Opacity", WarningId::BlendModeOpacity,
-                     "the mode " + DescribeMode(nMode) + " does not know opacity; fade the texture");
+                Warn(step, fFadedItself ? "Opacity" : "BlendMode", WarningId::BlendModeOpacity,
+                     "the mode " + DescribeMode(nMode) + " does not know opacity" +
+                         (fFadedItself ? "" : ", which a node above has") + "; fade the texture");
             }
             return !fDrawn || (fFaded && !fFades);
         });

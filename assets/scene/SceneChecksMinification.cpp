@@ -55,7 +55,8 @@ public:
     void Enter(SceneStep const& step) override {
         m_above.push_back(m_above.empty() ? Above{1, 1} : m_above.back());
         TransformNode* const pNode = step.node.GetTransformNode();
-        if (!pNode || step.role == SceneRole::Camera || step.role == SceneRole::Background) {
+        if (!pNode || IsNeverVisible(*pNode) || step.role == SceneRole::Camera ||
+            step.role == SceneRole::Background) {
             m_above.back().pixels = std::nullopt;
             return;
         }
@@ -65,12 +66,13 @@ public:
             here.pixels = std::nullopt;
         }
         if (here.pixels && pNode->IsKindOf(Sprite::ClassID)) {
-            CheckSprite(step, static_cast<Sprite&>(*pNode), own, *here.pixels * here.enlargement);
+            CheckSprite(step, static_cast<Sprite&>(*pNode), own, here);
         }
         Camera* const pCamera =
             pNode->IsKindOf(Timeline::ClassID) ? static_cast<Timeline&>(*pNode).GetCamera() : nullptr;
         if (pCamera) {
-            here.pixels = FindPixelsPerUnit(*pCamera);
+            here.pixels = IsNeverVisible(*pNode) ? std::nullopt : FindPixelsPerUnit(*pCamera);
+            here.fCamera = true;
         }
         // Turned about z, x may become y. What is stretched keeps that from its children.
         here.enlargement *= HasStretchedChildren(step.place) ? 1 : std::max(own.x, own.y);
@@ -82,21 +84,28 @@ private:
     struct Above {
         std::optional<double> pixels; ///< to a unit, at most; none where only drawing would tell
         double enlargement;           ///< of all nodes up to the root, at most
+        bool fCamera = false;         ///< whose view fills the surface, so that its size counts
     };
 
-    void CheckSprite(SceneStep const& step, Sprite& sprite, Enlargement const& own, double above) {
+    void CheckSprite(SceneStep const& step, Sprite& sprite, Enlargement const& own, Above const& here) {
         Texture* const pTexture = sprite.GetTexture();
         std::optional<SizeT<int>> const size = GetFixed(sprite.GetSizeProperty());
         if (!pTexture || HasBands(sprite) || pTexture->GetMipLevels().GetValue().GetCount() > 1 || !size ||
-            !sprite.GetEffects().IsEmpty()) { // which draw in their own way
+            IsDrawnByEffect(sprite) || IsNeverDrawn(sprite)) {
             return;
         }
+        // Neither surfaces nor ETC1 with alpha can have levels.
+        bool const fLevels =
+            pTexture->GetWantedSurfaces() == 0 && pTexture->GetFormat() != TextureFormat::ETC1_RGBA;
+        double const above = *here.pixels * here.enlargement;
         double const greatest = above * std::max(size->width * own.x / pTexture->GetWidth(),
                                                  size->height * own.y / pTexture->GetHeight());
         if (greatest > 0 && greatest < 0.5) {
             Warn(step, "texture", WarningId::ImageMinified,
                  "the picture is drawn at " + FormatNumber(std::round(greatest * 1000) / 10) +
-                     " % of its size at most; without \"mipLevels\" it flickers and loses lines");
+                     " % of its size at most" + (here.fCamera ? " on the scene's own surface" : "") +
+                     (fLevels ? "; without \"mipLevels\" it flickers and loses lines"
+                              : "; it flickers and loses lines, which a smaller picture does not"));
         }
     }
 

@@ -38,7 +38,7 @@ public:
             return;
         }
         Sprite& sprite = static_cast<Sprite&>(step.node);
-        if (!sprite.GetTexture()) {
+        if (!sprite.GetTexture() || IsDrawnByEffect(sprite)) { // which knows no bands, and tells so
             return;
         }
         if (HasBands(sprite)) {

@@ -72,7 +72,7 @@ public:
             CheckCharacters(step, static_cast<Text&>(step.node));
         } else if (step.node.IsKindOf(Sprite::ClassID)) {
             Texture* const pTexture = static_cast<Sprite&>(step.node).GetTexture();
-            if (pTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA && IsAlphaTested(step)) {
+            if (pTexture && IsAlphaTested(step) && HasEtc1Alpha(*pTexture)) {
                 Warn(step, "texture", WarningId::Etc1Alpha,
                      "an AlphaTestGroup does not look at the alpha of ETC1 pictures");
             }
@@ -130,6 +130,34 @@ bool IsOwn(BuiltScene const& built, SceneNotes const& notes, char const* pKey, s
     return built.file.Require(pKey).Require(name).GetFileName() == notes.GetSource();
 }
 
+bool IsTooLarge(Texture const& image) {
+    return std::max(image.GetAllocatedWidth(), image.GetAllocatedHeight()) > PortableSide;
+}
+
+std::string DescribeTooLarge(char const* pWhat, Texture const& image) {
+    return "a side of more than 2048 texels is more than some devices can draw: " + std::string(pWhat) +
+           " has " + std::to_string(image.GetAllocatedWidth()) + " by " +
+           std::to_string(image.GetAllocatedHeight());
+}
+
+/** Of the pictures of glyphs; those that are textures of the scene are told of as such. */
+void CheckPages(BuiltScene const& built, SceneNotes& notes) {
+    std::set<Texture const*> named;
+    for (auto const& texture : built.textures.GetNamed()) {
+        named.insert(texture.second.pTexture.Get());
+    }
+    for (auto const& [name, pFont] : built.fonts.FindUsed()) {
+        for (unsigned int n = 0; n < pFont->GetGlyphCount(); ++n) {
+            Texture const* const pPage = pFont->GetGlyphAt(n)->m_pTexture.Get();
+            if (pPage && named.count(pPage) == 0 && IsTooLarge(*pPage)) {
+                WarnOf(built, notes, "fonts", name, WarningId::ImageTooLarge,
+                       DescribeTooLarge("a page or picture of the font", *pPage));
+                break;
+            }
+        }
+    }
+}
+
 void CheckTextures(BuiltScene const& built, SceneNotes& notes) {
     for (auto const& [name, texture] : built.textures.GetNamed()) {
         Texture& image = *texture.pTexture;
@@ -137,11 +165,8 @@ void CheckTextures(BuiltScene const& built, SceneNotes& notes) {
         if (!texture.fUsed && IsOwn(built, notes, "textures", name)) {
             WarnOf(built, notes, "textures", name, WarningId::UnusedTexture, "nothing shows the texture");
         }
-        if (std::max(image.GetAllocatedWidth(), image.GetAllocatedHeight()) > PortableSide) {
-            WarnOf(built, notes, "textures", name, WarningId::ImageTooLarge,
-                   "a side of more than 2048 texels is more than some devices can draw: it has " +
-                       std::to_string(image.GetAllocatedWidth()) + " by " +
-                       std::to_string(image.GetAllocatedHeight()));
+        if (IsTooLarge(image)) {
+            WarnOf(built, notes, "textures", name, WarningId::ImageTooLarge, DescribeTooLarge("it", image));
         }
         if (image.GetWantedSurfaces() > 0 && IsTranslucent(image)) {
             WarnOf(built, notes, "textures", name, WarningId::SurfaceTranslucent,
@@ -154,6 +179,7 @@ void CheckTextures(BuiltScene const& built, SceneNotes& notes) {
 
 void CheckResources(BuiltScene const& built, SceneNotes& notes) {
     CheckTextures(built, notes);
+    CheckPages(built, notes);
     for (std::string const& name : built.fonts.FindUnused()) {
         if (IsOwn(built, notes, "fonts", name)) {
             WarnOf(built, notes, "fonts", name, WarningId::UnusedFont, "no text is set in the font");

@@ -91,6 +91,9 @@ constexpr KnownNumbers Known[] = {{"PlaybackMode", 0, 2, 0},
                                   {"VerticalAlignment", 0, 3, 0},
                                   {"DepthTest", -1, 1, 0}};
 
+/** More than this a BackdropBlurEffect does not blur. */
+constexpr double LargestRadius = 290;
+
 /** Animations, the ends of timelines, and values out of their range. */
 class TimeCheck : public SceneCheck {
 public:
@@ -107,8 +110,10 @@ public:
         TransformNode* const pNode = step.node.GetTransformNode();
         if (step.role != SceneRole::Root && effects && pNode) {
             for (unsigned int n = 0; n < pNode->GetEffects().GetCount(); ++n) {
-                CheckAnimations(step, effects->GetItem(n), "effects/" + std::to_string(n) + "/",
-                                pNode->GetEffects()[n]->GetProperties(), fSceneFrames);
+                std::string const start = "effects/" + std::to_string(n) + "/";
+                Effect& effect = *pNode->GetEffects()[n];
+                CheckAnimations(step, effects->GetItem(n), start, effect.GetProperties(), fSceneFrames);
+                CheckEffectValues(step, effects->GetItem(n), start, effect);
             }
         }
         if (step.node.IsKindOf(Timeline::ClassID) && step.role == SceneRole::Child) {
@@ -138,6 +143,31 @@ private:
             std::optional<Course> const course = FindCourse(entry);
             if (course && !given.empty()) {
                 CheckAnimation(step, start + given, *course, fSceneFrames);
+                if (course->fMoves) {
+                    CheckComponents(step, place, start, GetEntryName(entry) + ".");
+                }
+            }
+        }
+    }
+
+    /** Where some components ("Position.x") move, others may not. */
+    void CheckComponents(SceneStep const& step, JsonCursor const& place, std::string const& start,
+                         std::string const& beginning) {
+        for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
+            std::string const& name = place.GetMemberName(n);
+            if (name.compare(0, beginning.size(), beginning) != 0) {
+                continue;
+            }
+            std::size_t nNumbers = 0;
+            std::optional<double> first;
+            bool fMoves = false;
+            VisitNumbers(place.GetMember(n), [&](double number) {
+                first = first.value_or(number);
+                fMoves = fMoves || number != *first;
+                ++nNumbers;
+            });
+            if (nNumbers > 1 && !fMoves) {
+                Warn(step, start + name, WarningId::AnimationNeverMoves, "all of its values are equal");
             }
         }
     }
@@ -180,18 +210,38 @@ private:
         }
     }
 
-    void CheckValues(SceneStep const& step) {
+    /** Of a property that goes from 0 to a greatest number. */
+    void CheckRange(SceneStep const& step, JsonCursor const& place, std::string const& start,
+                    std::string const& key, double greatest) {
         // Of the file's own numbers: the curves between keys may reach beyond on purpose.
         double outside = 0;
-        if (std::optional<JsonCursor> const opacity = step.place.Find("Opacity")) {
-            VisitNumbers(*opacity, [&](double number) {
-                outside = outside == 0 && (number < 0 || number > 1) ? number : outside;
+        if (std::optional<JsonCursor> const property = place.Find(key)) {
+            VisitNumbers(*property, [&](double number) {
+                outside = outside == 0 && (number < 0 || number > greatest) ? number : outside;
             });
         }
         if (outside != 0) {
-            Warn(step, "Opacity", WarningId::ValueClamped,
-                 FormatNumber(outside) + " counts as " + (outside < 0 ? "0" : "1"));
+            Warn(step, start + key, WarningId::ValueClamped,
+                 FormatNumber(outside) + " counts as " + (outside < 0 ? "0" : FormatNumber(greatest)));
         }
+    }
+
+    void CheckEffectValues(SceneStep const& step, JsonCursor const& place, std::string const& start,
+                           Effect& effect) {
+        if (IsEffect(effect, "GroupOpacityEffect")) {
+            CheckRange(step, place, start, "Opacity", 1);
+            return;
+        }
+        BaseProperty<RealFloat>* const pRadius =
+            IsEffect(effect, "BackdropBlurEffect") ? FindProperty<RealFloat>(effect.GetProperties(), "Radius")
+                                                   : nullptr;
+        if (pRadius && EverExceeds(*pRadius, 0)) { // without a radius it is told of already
+            CheckRange(step, place, start, "Radius", LargestRadius);
+        }
+    }
+
+    void CheckValues(SceneStep const& step) {
+        CheckRange(step, step.place, "", "Opacity", 1);
         for (KnownNumbers const& known : Known) {
             BaseProperty<int>* const pProperty = FindProperty<int>(step.node.GetProperties(), known.pKey);
             if (pProperty) {

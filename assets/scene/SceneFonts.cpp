@@ -297,6 +297,16 @@ std::vector<std::string> SceneFonts::FindUnused() const {
     return names;
 }
 
+std::map<std::string, Font const*> SceneFonts::FindUsed() const {
+    std::map<std::string, Font const*> used;
+    for (auto const& [name, description] : m_fonts) {
+        if (!description.texts.empty() && description.texts.front()->GetFont()) {
+            used[name] = description.texts.front()->GetFont();
+        }
+    }
+    return used;
+}
+
 std::vector<Ref<Font>> SceneFonts::Make() {
     std::vector<Ref<Font>> used;
     for (auto& [name, description] : m_fonts) {

@@ -39,6 +39,8 @@ public:
 
     /** The names of those that no text uses. */
     std::vector<std::string> FindUnused() const;
+    /** The fonts that texts are set in, as they have been made, by their names. */
+    std::map<std::string, Font const*> FindUsed() const;
 
     /** Makes the fonts and gives them to their texts; notes or throws what is wrong. Those that texts have.
      */

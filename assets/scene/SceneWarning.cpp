@@ -25,6 +25,7 @@ constexpr WarningKind Kinds[] = {
     {"blend-mode-camera", "a BlendModeEffect that no orthographic camera sees"},
     {"blur-covers-others", "a blur that covers what has been drawn before it"},
     {"blur-in-blur", "a blur inside of another one"},
+    {"blur-in-group", "a blur inside of a group that fades"},
     {"blur-last-drawn", "a blurred layer that is not drawn plainly"},
     {"blur-without-amount", "a blur that never blurs"},
     {"blur-without-targets", "a surface that is too small for a blur"},

@@ -21,6 +21,7 @@ enum class WarningId {
     BlendModeCamera,
     BlurCoversOthers,
     BlurInBlur,
+    BlurInGroup,
     BlurLastDrawn,
     BlurWithoutAmount,
     BlurWithoutTargets,
