@@ -42,11 +42,13 @@ void* CreateWaylandWindow(void* surface, int width, int height) {
 }
 
 void ResizeWaylandWindow(void* window, int width, int height) {
-    Get().resize(window, width, height, 0, 0);
+    if (Get().IsWhole()) { // as it is where there is a window
+        Get().resize(window, width, height, 0, 0);
+    }
 }
 
 void DestroyWaylandWindow(void* window) {
-    if (window) {
+    if (window && Get().IsWhole()) {
         Get().destroy(window);
     }
 }
