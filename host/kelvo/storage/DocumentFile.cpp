@@ -6,6 +6,7 @@
 #include <sys/stat.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <array>
 #include <cerrno>
 #include <cstring>
@@ -127,11 +128,11 @@ bool IsSpecial(struct stat const& status) {
 
 /** Whether the bytes begin as scenes written by hand do: with a brace, or a remark ahead of it. */
 bool MayBeJson(unsigned char const* pData, unsigned long nLength) {
-    unsigned long nFirst = 0;
-    while (nFirst < nLength && std::memchr(" \t\r\n", pData[nFirst], 4)) {
-        ++nFirst;
-    }
-    return nFirst < nLength && (pData[nFirst] == '{' || pData[nFirst] == '/');
+    auto const isSpace = [](unsigned char unit) {
+        return unit == ' ' || unit == '\t' || unit == '\r' || unit == '\n';
+    };
+    unsigned char const* const pFirst = std::find_if_not(pData, pData + nLength, isSpace);
+    return pFirst != pData + nLength && (*pFirst == '{' || *pFirst == '/');
 }
 
 } // namespace
