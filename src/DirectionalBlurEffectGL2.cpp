@@ -7,6 +7,7 @@
 #include "ShaderSources.h"
 #include "UniformNames.h"
 
+#include <algorithm>
 #include <cmath>
 
 namespace trevik::kelvo {
@@ -90,10 +91,10 @@ struct GrownSprite {
         Vector3T<RealFloat> const up = pCorners[1] - pCorners[0];
         RealFloat const u = textureCoords[2].x - textureCoords[0].x;
         RealFloat const v = textureCoords[1].y - textureCoords[0].y;
-        picture = Vector4T<RealFloat>(std::fmin(textureCoords[0].x, textureCoords[2].x),
-                                      std::fmin(textureCoords[0].y, textureCoords[1].y),
-                                      std::fmax(textureCoords[0].x, textureCoords[2].x),
-                                      std::fmax(textureCoords[0].y, textureCoords[1].y));
+        picture = Vector4T<RealFloat>(std::min(textureCoords[0].x, textureCoords[2].x),
+                                      std::min(textureCoords[0].y, textureCoords[1].y),
+                                      std::max(textureCoords[0].x, textureCoords[2].x),
+                                      std::max(textureCoords[0].y, textureCoords[1].y));
         offset = Vector2T<RealFloat>(
             std::copysign(reach.x / static_cast<RealFloat>(texture.GetAllocatedWidth()), u * reach.x),
             std::copysign(reach.y / static_cast<RealFloat>(texture.GetAllocatedHeight()), v * reach.y));
