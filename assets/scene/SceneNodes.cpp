@@ -137,7 +137,7 @@ Ref<Mask> ReadClip(JsonCursor const& place, std::optional<RealFloat> top) {
     RealFloat const upper = bottom + sides[3];
     Vector3T<RealFloat> const corners[] = {{sides[0], bottom, 0}, {right, bottom, 0}, {sides[0], upper, 0},
                                            {sides[0], upper, 0},  {right, bottom, 0}, {right, upper, 0}};
-    Ref<Mask> const pMask(new Mask);
+    Ref<Mask> pMask(new Mask);
     RequireMemory(place, pMask->SetTriangles(corners, 6));
     return pMask;
 }

@@ -35,8 +35,10 @@ std::optional<Vector2T<RealFloat>> ReadShare(JsonCursor const& place, bool fYDow
     if (anchor->Is(JsonValue::Kind::String)) {
         // Three rows from the top, each from the left.
         int const nAnchor = static_cast<int>(anchor->ReadWord("anchor", WordsOf(AnchorWords)));
-        return Vector2T<RealFloat>(Middle * static_cast<RealFloat>(nAnchor % 3),
-                                   1 - Middle * static_cast<RealFloat>(nAnchor / 3));
+        int const nColumn = nAnchor % 3;
+        int const nRow = nAnchor / 3;
+        return Vector2T<RealFloat>(Middle * static_cast<RealFloat>(nColumn),
+                                   1 - Middle * static_cast<RealFloat>(nRow));
     }
     anchor->ReadCount("a corner, an edge or \"center\", or 2 numbers from 0 to 1", 2);
     RealFloat const x = static_cast<RealFloat>(anchor->GetItem(0).ReadNumber(Shares));

@@ -36,7 +36,9 @@ struct GivenComponents {
 GivenComponents FindComponents(JsonCursor const& place, std::string const& name, PropertyType::Enum type) {
     GivenComponents given;
     for (std::string const& component : GetComponentNames(name, type)) {
-        given.places.push_back(place.Find(name + "." + component));
+        std::string member = name + ".";
+        member += component;
+        given.places.push_back(place.Find(member));
         given.nGiven += given.places.back() ? 1 : 0;
         given.fAnimated = given.fAnimated || (given.places.back() && IsAnimation(*given.places.back()));
     }

@@ -151,6 +151,7 @@ bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string
     Serializer serializer;
     bool const fSaved = built.Save(serializer);
     std::vector<SavedFont> savedFonts;
+    savedFonts.reserve(fonts.size());
     for (Ref<Font> const& pFont : fonts) {
         savedFonts.push_back({pFont, fSaved ? serializer.GetFontIndex(pFont.Get()) : -1});
     }

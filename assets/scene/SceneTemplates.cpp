@@ -404,7 +404,7 @@ private:
         ExpandItems(value, scope);
         JsonCursor const place = At(value);
         JsonCursor const use = place.Require("use");
-        std::string const name = use.ReadText();
+        std::string const& name = use.ReadText(); // stays where it is as long as what is given does
         auto const found = m_templates.find(name);
         if (found == m_templates.end()) {
             std::vector<std::string> known;
@@ -484,7 +484,8 @@ private:
             }
             JsonValue const& initial = *used.pDefinition->Find("parameters")->Find(parameter);
             if (initial.GetKind() == JsonValue::Kind::Null) {
-                use.Fail("template \"" + name + "\" needs \"" + parameter + "\"");
+                use.Fail(std::string("template \"").append(name).append("\" needs \"").append(parameter) +
+                         "\"");
             }
             Count(use, initial);
             JsonValue value = initial.Copy();
