@@ -2,6 +2,7 @@
 
 #include "scene/Suggestion.h"
 
+#include <algorithm>
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
@@ -86,6 +87,18 @@ std::string FormatNumber(double number) {
             break;
         }
     }
+    return text;
+}
+
+std::string WriteNumber(double number) {
+    constexpr double Largest = 1e15; // up to which all whole numbers can be told apart
+    if (number == std::floor(number) && std::fabs(number) < Largest) {
+        char digits[32];
+        std::snprintf(digits, sizeof digits, "%.0f", number);
+        return digits;
+    }
+    std::string text = FormatNumber(number);
+    std::replace(text.begin(), text.end(), ',', '.');
     return text;
 }
 

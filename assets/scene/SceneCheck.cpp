@@ -54,16 +54,6 @@ std::string GetWrittenClass(SceneStep const& step) {
     return className ? className->ReadText() : step.role == SceneRole::Camera ? "Camera" : "Timeline";
 }
 
-std::string FindGiven(JsonCursor const& place, std::string const& property) {
-    for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
-        std::string const& name = place.GetMemberName(n);
-        if (name == property || name.compare(0, property.size() + 1, property + ".") == 0) {
-            return name;
-        }
-    }
-    return "";
-}
-
 bool IsEffect(Effect const& effect, char const* pClassName) {
     return effect.IsKindOf(HashName(pClassName));
 }

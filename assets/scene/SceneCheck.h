@@ -2,6 +2,7 @@
 
 #include "scene/PropertyCourse.h"
 #include "scene/SceneNotes.h"
+#include "scene/SceneValues.h"
 #include "scene/SceneWalk.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Sprite.h"
@@ -25,9 +26,6 @@ private:
 
 /** The class of a node as the file writes it. */
 std::string GetWrittenClass(SceneStep const& step);
-
-/** The member that gives a property a value, all of it or a component ("Position.x"); empty for none. */
-std::string FindGiven(JsonCursor const& place, std::string const& property);
 
 /** Whether an effect is of a class that scene files give this name. */
 bool IsEffect(Effect const& effect, char const* pClassName);

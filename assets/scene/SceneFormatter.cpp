@@ -10,7 +10,6 @@
 #include <nlohmann/json.hpp>
 
 #include <algorithm>
-#include <cmath>
 #include <cstdio>
 #include <map>
 #include <utility>
@@ -44,15 +43,6 @@ bool IsNamed(std::string const& key) {
     static std::vector<std::string> const s_keys = {"textures",  "fonts",      "images",
                                                     "constants", "parameters", "templates"};
     return std::find(s_keys.begin(), s_keys.end(), key) != s_keys.end();
-}
-
-std::string WriteNumber(double number) {
-    if (std::abs(number) < 1e15 && number == std::floor(number)) {
-        char digits[32];
-        std::snprintf(digits, sizeof digits, "%.0f", number);
-        return digits;
-    }
-    return FormatNumber(number);
 }
 
 std::string WriteText(std::string const& text) {

@@ -1,6 +1,7 @@
 #include "scene/ScenePlacement.h"
 
 #include "scene/SceneKeys.h"
+#include "scene/SceneValues.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/PropertyList.h"
 
@@ -18,11 +19,6 @@ constexpr RealFloat Middle = RealFloat(0.5);
 template <class T>
 BaseProperty<T>& GetProperty(TransformNode& node, char const* pName) {
     return static_cast<BaseProperty<T>&>(*node.GetProperties().Find(HashName(pName))->m_pProperty);
-}
-
-bool IsGiven(JsonCursor const& place, char const* pName) {
-    std::string const name = pName;
-    return place.Find(name) || place.Find(name + ".x") || place.Find(name + ".y") || place.Find(name + ".z");
 }
 
 /** The share of its size, from the lower left corner, that lies at a node's place; nothing where none is
@@ -48,7 +44,7 @@ std::optional<Vector2T<RealFloat>> ReadShare(JsonCursor const& place, bool fYDow
 
 /** Throws where a node has both an anchor and what that becomes; false where it has only the latter. */
 bool IsFree(JsonCursor const& place, char const* pProperty) {
-    if (!IsGiven(place, pProperty)) {
+    if (FindGiven(place, pProperty).empty()) {
         return true;
     }
     if (std::optional<JsonCursor> const anchor = place.Find("anchor")) {
@@ -170,7 +166,7 @@ Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, Animatio
     if (size.width <= 0 || size.height <= 0) {
         stretch->Fail("what is stretched needs a \"texture\" or a \"Size\"");
     }
-    if (IsGiven(place, "Scale")) {
+    if (!FindGiven(place, "Scale").empty()) {
         stretch->Fail("a node has either \"stretchTo\" or \"Scale\"");
     }
     Ref<TransformNode> pBelow;

@@ -6,7 +6,6 @@
 #include "scene/SceneValues.h"
 
 #include <algorithm>
-#include <cmath>
 #include <filesystem>
 #include <map>
 #include <set>
@@ -47,17 +46,6 @@ bool HasUse(JsonValue const& value) {
 /** Textures and fonts have names of their own choice, which may be "use". */
 bool IsResources(std::string const& name) {
     return name == "textures" || name == "fonts";
-}
-
-/** A number as it stands in a text: whole ones without an exponent, and the same in all locales. */
-std::string WriteNumber(double number) {
-    constexpr double Largest = 1e15; // up to which all whole numbers can be told apart
-    if (number == std::floor(number) && std::fabs(number) < Largest) {
-        return std::to_string(static_cast<long long>(number));
-    }
-    std::string text = FormatNumber(number);
-    std::replace(text.begin(), text.end(), ',', '.');
-    return text;
 }
 
 std::string GetCanonicalPath(std::string const& path) {

@@ -15,6 +15,16 @@ bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial) {
     return flag ? flag->ReadBool() : fInitial;
 }
 
+std::string FindGiven(JsonCursor const& place, std::string const& property) {
+    for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
+        std::string const& name = place.GetMemberName(n);
+        if (name == property || name.compare(0, property.size() + 1, property + ".") == 0) {
+            return name;
+        }
+    }
+    return "";
+}
+
 std::string ReadLines(JsonCursor const& place) {
     if (!place.Is(JsonValue::Kind::Array)) {
         return place.ReadText();

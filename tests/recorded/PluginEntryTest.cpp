@@ -1,5 +1,6 @@
 // What the library shows to the host that loads it.
 
+#include "EntryPoints.h"
 #include "ExpectCalls.h"
 #include "trevik/ClassRegistry.h"
 #include "trevik/kelvo/GraphicsDevice.h"
@@ -10,14 +11,6 @@
 namespace recording = kelvokit::recording;
 
 extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-void Shutdown();
-char const* GetTrevikVersion();
-std::int32_t GetTrevikVersionMajor();
-std::int32_t GetTrevikVersionMinor();
-std::int32_t GetTrevikVersionBuild();
-std::int32_t GetTrevikVersionStamp();
 std::int32_t GetCurrentContentVersionStamp();
 std::int32_t GetMinimumContentVersionStamp();
 bool IsContentVersionStampOk(std::uint32_t stamp);
