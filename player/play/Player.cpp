@@ -15,7 +15,6 @@
 #include "report/Report.h"
 #include "scene/NodeDescription.h"
 #include "trace/FrameCapture.h"
-#include "trevik/ScopeCounter.h"
 
 #include <algorithm>
 #include <cerrno>
@@ -28,7 +27,6 @@ namespace kelvokit::player {
 using trevik::Debug;
 using trevik::RectangleT;
 using trevik::Ref;
-using trevik::ScopeCounter;
 using trevik::SizeT;
 using trevik::TraceLevel;
 using trevik::Vector2T;
