@@ -74,6 +74,21 @@ void CutAndScale(Sprite& patch) {
     patch.GetScaleProperty().SetValue(Vector3T<RealFloat>(2, 2, 1));
 }
 
+bool IsMoving(Moving moving, unsigned int nNode, bool fTopmost) {
+    return moving == Moving::All || (moving == Moving::Topmost && fTopmost) ||
+           (moving == Moving::OneInAHundred && nNode % 100 == 0);
+}
+
+/** Lets `property` be driven by samples from `make`, the first of them for frame 0. */
+template <class T, class Make>
+void Sample(BaseProperty<T>& property, Make const& make) {
+    T samples[SampleCount];
+    for (T& sample : samples) {
+        sample = make();
+    }
+    property.AddController(Ref<Controller<T>>(SampleController<T>::Create(0, samples, SampleCount).Get()));
+}
+
 } // namespace
 
 bool Backend::Initialize(void* pWindow, int nWidth, int nHeight) {
@@ -115,12 +130,40 @@ BenchScene::BenchScene(Backend& backend, SceneOptions const& options) : m_backen
         for (Vector3T<RealFloat>& sample : samples) {
             sample = Vector3T<RealFloat>(x(random), y(random), 0);
         }
-        if (options.m_moving == Moving::All || (options.m_moving == Moving::Topmost && fTopmost)) {
-            pNode->GetPositionProperty().AddController(Ref<Controller<Vector3T<RealFloat>>>(
-                SampleController<Vector3T<RealFloat>>::Create(0, samples, SampleCount).Get()));
+        unsigned int const nDriven = IsMoving(options.m_moving, i, fTopmost) ? options.m_nDriven : 0;
+        if (nDriven & DrivenPosition) {
+            unsigned int nSample = 0;
+            Sample(pNode->GetPositionProperty(), [&samples, &nSample] { return samples[nSample++]; });
         } else {
             pNode->GetPositionProperty().SetValue(samples[0]);
         }
+        Drive(*pNode, nDriven, random);
+    }
+}
+
+/** Drives the properties besides the position. */
+void BenchScene::Drive(TransformNode& node, unsigned int nDriven, std::mt19937& random) {
+    std::uniform_real_distribution<RealFloat> degrees(-180, 180);
+    std::uniform_real_distribution<RealFloat> factor(RealFloat(0.5), 2);
+    std::uniform_real_distribution<RealFloat> opacity(RealFloat(0.1), 1);
+    if (nDriven & DrivenTurn) {
+        Sample(node.GetRotationProperty(), [&] { return Vector3T<RealFloat>(0, 0, degrees(random)); });
+    }
+    if (nDriven & DrivenTumble) {
+        Sample(node.GetRotationProperty(), [&] {
+            RealFloat const x = degrees(random);
+            RealFloat const y = degrees(random);
+            return Vector3T<RealFloat>(x, y, degrees(random));
+        });
+    }
+    if (nDriven & DrivenScale) {
+        Sample(node.GetScaleProperty(), [&] {
+            RealFloat const x = factor(random);
+            return Vector3T<RealFloat>(x, factor(random), 1);
+        });
+    }
+    if (nDriven & DrivenOpacity) {
+        Sample(node.GetOpacityProperty(), [&] { return opacity(random); });
     }
 }
 

@@ -9,15 +9,26 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <cstdint>
+#include <random>
 #include <vector>
 
 namespace kelvokit::bench {
 
-/** Whose position is driven by samples, a new value each frame. */
+/** Whose properties are driven by samples, a new value each frame. */
 enum class Moving {
     None,
-    Topmost, ///< the nodes directly below the timeline, which take those below them along
+    Topmost,       ///< the nodes directly below the timeline, which take those below them along
+    OneInAHundred, ///< every hundredth node
     All
+};
+
+/** The properties that are driven, as bits of a set. */
+enum Driven : unsigned int {
+    DrivenPosition = 1,
+    DrivenTurn = 2,   ///< the rotation about z
+    DrivenTumble = 4, ///< the rotation about all three axes
+    DrivenScale = 8,
+    DrivenOpacity = 16
 };
 
 /** What the nodes of a scene are. */
@@ -35,6 +46,7 @@ struct SceneOptions {
     unsigned int m_nTextures = 8; ///< used in turn; 0 makes single-coloured sprites
     int m_nSpriteSize = 1;        ///< pixels, square
     Moving m_moving = Moving::All;
+    unsigned int m_nDriven = DrivenPosition; ///< of the nodes that m_moving names
 };
 
 /** A back end brought up on a window, and the classes it registered. */
@@ -73,6 +85,7 @@ public:
     std::vector<trevik::Ref<trevik::kelvo::Texture>> const& GetTextures() const { return m_textures; }
 
 private:
+    void Drive(trevik::kelvo::TransformNode& node, unsigned int nDriven, std::mt19937& random);
     trevik::kelvo::TransformNode* AddNode(trevik::kelvo::Node& parent, unsigned int nClassID,
                                           trevik::kelvo::DocumentNode& saved);
     void GiveTexture(trevik::kelvo::Sprite& sprite);
