@@ -1,9 +1,9 @@
-# Headers, libraries, a CMake package (find_package(Kelvo)) and a pkg-config file.
+# Headers, libraries, a CMake package (find_package(Kelvo)) and pkg-config files.
 include(CMakePackageConfigHelpers)
 
-set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20)
+set(kelvo_installed_targets kelvo_contract kelvo kelvoGLES20 kelvo_effects)
 if(TARGET kelvo_desktop)
-    list(APPEND kelvo_installed_targets kelvo_desktop kelvo_recording kelvo_counting kelvo_effects)
+    list(APPEND kelvo_installed_targets kelvo_desktop kelvo_recording kelvo_counting)
     # The libraries find each other where they lie together, whatever the prefix.
     set_target_properties(kelvo kelvoGLES20 kelvo_desktop kelvo_recording kelvo_counting kelvo_effects PROPERTIES
         INSTALL_RPATH "$ORIGIN")
@@ -43,7 +43,7 @@ if(TARGET kelvo-player)
     install(FILES ${kelvo_manual_pages} DESTINATION ${CMAKE_INSTALL_MANDIR}/man1 COMPONENT tools)
 endif()
 
-install(DIRECTORY include/ host/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
+install(DIRECTORY include/ host/include/ effects/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
     FILES_MATCHING PATTERN "*.h")
 if(TARGET kelvo_assets_shared)
     install(DIRECTORY assets/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
@@ -52,10 +52,9 @@ endif()
 # Of Android's own headers an application takes the window's; the others stay off its include path, and so do those of
 # the back end that need them.
 if(TARGET kelvo_desktop)
-    install(DIRECTORY platform/desktop/include/ platform/recording/include/ platform/counting/include/ effects/include/
+    install(DIRECTORY platform/desktop/include/ platform/android/window/ platform/recording/include/
+            platform/counting/include/
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development FILES_MATCHING PATTERN "*.h")
-    install(DIRECTORY platform/android/include/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development
-        FILES_MATCHING REGEX "/(android/native_window|system/window)\\.h$")
 endif()
 install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20 COMPONENT development
     FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE)
@@ -70,11 +69,17 @@ install(FILES ${CMAKE_BINARY_DIR}/KelvoConfig.cmake ${CMAKE_BINARY_DIR}/KelvoCon
 if(NOT TARGET kelvo_desktop)
     return()
 endif()
-# The file finds its prefix from where it lies, since the prefix may be chosen as late as `cmake --install`.
+# The files find their prefix from where they lie, since the prefix may be chosen as late as `cmake --install`.
 file(RELATIVE_PATH kelvo_prefix_from_pc /${CMAKE_INSTALL_LIBDIR}/pkgconfig /)
 string(REGEX REPLACE "/$" "" kelvo_prefix_from_pc "${kelvo_prefix_from_pc}")
-configure_file(cmake/kelvo.pc.in ${CMAKE_BINARY_DIR}/kelvo.pc @ONLY)
-install(FILES ${CMAKE_BINARY_DIR}/kelvo.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+set(kelvo_pc_files kelvo kelvo-effects)
+if(TARGET kelvo_assets_shared)
+    list(APPEND kelvo_pc_files kelvo-assets)
+endif()
+foreach(name IN LISTS kelvo_pc_files)
+    configure_file(cmake/${name}.pc.in ${CMAKE_BINARY_DIR}/${name}.pc @ONLY)
+    install(FILES ${CMAKE_BINARY_DIR}/${name}.pc DESTINATION ${CMAKE_INSTALL_LIBDIR}/pkgconfig COMPONENT development)
+endforeach()
 
 # Installed as packages are, under /usr, programs and libraries find each other as all do. What then is left as run path is
 # what lies off the loader's path: Debian keeps Android's libraries, ETC1 among them, in a folder of their own.

@@ -1,4 +1,4 @@
-# Builds the two libraries as for Android: against headers under the platform's names from a folder outside of the
+# Builds the libraries as for Android: against headers under the platform's names from a folder outside of the
 # tree, and libraries that define what a device's do. Then looks at what they need, and at whether Android.bp builds the
 # same files.
 cmake_minimum_required(VERSION 3.25)
@@ -10,7 +10,7 @@ include(${CMAKE_CURRENT_LIST_DIR}/../support/Run.cmake)
 set(headers ${SCRATCH}/tree/include)
 set(libraries ${SCRATCH}/tree/lib)
 file(REMOVE_RECURSE ${SCRATCH}/tree)
-file(COPY ${SOURCE}/platform/android/include/ DESTINATION ${headers})
+file(COPY ${SOURCE}/platform/android/window/ ${SOURCE}/platform/android/include/ DESTINATION ${headers})
 foreach(folder EGL GLES2 KHR)
     file(COPY ${SYSTEM_HEADERS}/${folder} DESTINATION ${headers})
 endforeach()
@@ -42,14 +42,17 @@ if(commands MATCHES "${SOURCE}/platform" OR commands MATCHES "${SOURCE}/(assets|
     message(FATAL_ERROR "${build}/compile_commands.json names a folder that is not for Android")
 endif()
 
-# Each needed name is the host's or one of the lists'.
-run(${NM} -D --defined-only --format=posix ${build}/lib/libkelvo.so)
-string(REGEX MATCHALL "(^|\n)[^ \n]+" allowed "${output}")
-list(TRANSFORM allowed STRIP)
+# Each needed name is that of a library further down, or one of the lists'.
+foreach(library kelvo kelvoGLES20)
+    run(${NM} -D --defined-only --format=posix ${build}/lib/lib${library}.so)
+    string(REGEX MATCHALL "(^|\n)[^ \n]+" defined "${output}")
+    list(TRANSFORM defined STRIP)
+    list(APPEND allowed ${defined})
+endforeach()
 foreach(library EGL GLESv2 ui skia android_runtime log c)
     list(APPEND allowed ${SYMBOLS_${library}})
 endforeach()
-foreach(library kelvo kelvoGLES20)
+foreach(library kelvo kelvoGLES20 kelvo_effects)
     run(${NM} -D --undefined-only --format=posix ${build}/lib/lib${library}.so)
     string(REGEX REPLACE "@[^ \n]*| [Uwv][^\n]*" "" needed "${output}")
     string(REGEX MATCHALL "[^\n]+" needed "${needed}")
@@ -69,7 +72,7 @@ foreach(i RANGE ${last})
     cmake_path(RELATIVE_PATH file BASE_DIRECTORY ${SOURCE})
     list(APPEND built ${file})
 endforeach()
-foreach(module libkelvo:host libkelvoGLES20:src)
+foreach(module libkelvo:host libkelvoGLES20:src libkelvo_effects:effects)
     string(REGEX MATCH "(.+):(.+)" module ${module})
     set(name ${CMAKE_MATCH_1})
     set(sources ${built})

@@ -18,10 +18,11 @@ namespace fs = std::filesystem;
 
 fs::path const Root = KELVO_SOURCE_DIRECTORY;
 // Folders that some target has on its include path.
-char const* const Roots = "include host/include host src platform/android/include platform/desktop/include "
-                          "platform/desktop platform/recording/include platform/recording "
-                          "platform/counting/include effects/include effects assets "
-                          "assets/include assets/include/kelvo_assets player";
+char const* const Roots =
+    "include host/include host src platform/android/window platform/android/include "
+    "platform/desktop/include platform/desktop platform/recording/include platform/recording "
+    "platform/counting/include effects/include effects assets "
+    "assets/include assets/include/kelvo_assets player";
 
 std::string ReadFile(fs::path const& path) {
     std::ifstream file(path, std::ios::binary);

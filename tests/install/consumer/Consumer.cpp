@@ -9,6 +9,10 @@
 
 #include <cstdio>
 
+#if __has_include("ui/GraphicBuffer.h") || __has_include("SkBitmap.h")
+#error "what stands in for Android's headers is on an application's include path"
+#endif
+
 using namespace trevik;
 using namespace trevik::kelvo;
 
