@@ -42,7 +42,7 @@ set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "These are the libraries: the back end
  what stands in for Android's windows and buffers on a desktop, readers of
  scene, picture and font files, and two drivers that note and count calls.")
 set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "This is what programs are built with: headers, a CMake package
- (find_package(Kelvo)) and a pkg-config file.")
+ (find_package(Kelvo)) and pkg-config files.")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "This is kelvo-player, which plays scenes into pictures, videos and
  windows, compares them, and tells what they draw and what that takes.")
 include(CPack)

@@ -125,9 +125,9 @@ PixelArea FindArea(Matrix4T<RealFloat> const& toClip, Vector3T<RealFloat> const*
         }
         RealFloat const place[2] = {clip.x / clip.w, clip.y / clip.w};
         for (int axis = 0; axis < 2; ++axis) {
-            RealFloat const within = std::fmax(RealFloat(-1), std::fmin(RealFloat(1), place[axis]));
-            low[axis] = std::fmin(low[axis], within);
-            high[axis] = std::fmax(high[axis], within);
+            RealFloat const within = std::max(RealFloat(-1), std::min(RealFloat(1), place[axis]));
+            low[axis] = std::min(low[axis], within);
+            high[axis] = std::max(high[axis], within);
         }
     }
     auto const toPixel = [](RealFloat place, int nSize) { return (place + 1) / 2 * ToReal(nSize); };
@@ -169,7 +169,7 @@ BlurSteps::BlurSteps(RealFloat radius) {
             break;
         }
     }
-    left = std::fmin(left, Widest * Widest);
+    left = std::min(Widest * Widest, left);
     RealFloat sum = 0;
     for (int i = 0; i <= Neighbours; ++i) {
         m_weights[i] = i == 0 ? 1 : left > 0 ? std::exp(-ToReal(i * i) / (2 * left)) : 0;

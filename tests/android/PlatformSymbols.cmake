@@ -1,20 +1,20 @@
-# What the two libraries may need of an Android device, library by library, as the linker knows it: no more than Android
+# What the libraries may need of an Android device, library by library, as the linker knows it: no more than Android
 # 4.0 has.
 set(SYMBOLS_EGL
     eglChooseConfig eglCreateContext eglCreateWindowSurface eglDestroyContext eglDestroySurface eglGetConfigAttrib
     eglGetCurrentContext eglGetCurrentDisplay eglGetDisplay eglGetError eglGetProcAddress eglInitialize eglMakeCurrent
     eglSwapBuffers eglTerminate)
 set(SYMBOLS_GLESv2
-    glActiveTexture glAttachShader glBindAttribLocation glBindFramebuffer glBindRenderbuffer glBindTexture
+    glActiveTexture glAttachShader glBindAttribLocation glBindFramebuffer glBindRenderbuffer glBindTexture glBlendColor
     glBlendEquationSeparate glBlendFuncSeparate glCheckFramebufferStatus glClear glClearColor glClearStencil glColorMask
-    glCompileShader glCompressedTexImage2D glCreateProgram glCreateShader glDeleteFramebuffers glDeleteProgram
-    glDeleteRenderbuffers glDeleteShader glDeleteTextures glDepthMask glDisable glDisableVertexAttribArray glDrawArrays
-    glDrawElements glEnable glEnableVertexAttribArray glFramebufferRenderbuffer glFramebufferTexture2D glFrontFace
-    glGenFramebuffers glGenRenderbuffers glGenTextures glGetBooleanv glGetError glGetFloatv glGetIntegerv
-    glGetProgramInfoLog glGetProgramiv glGetShaderInfoLog glGetShaderiv glGetUniformLocation glLineWidth glLinkProgram
-    glPixelStorei glReadPixels glRenderbufferStorage glShaderSource glStencilFunc glStencilOp glTexImage2D
-    glTexParameteri glUniform1f glUniform1i glUniform2f glUniform4f glUniformMatrix4fv glUseProgram
-    glVertexAttribPointer glViewport)
+    glCompileShader glCompressedTexImage2D glCopyTexSubImage2D glCreateProgram glCreateShader glDeleteFramebuffers
+    glDeleteProgram glDeleteRenderbuffers glDeleteShader glDeleteTextures glDepthMask glDisable glDisableVertexAttribArray
+    glDrawArrays glDrawElements glEnable glEnableVertexAttribArray glFramebufferRenderbuffer glFramebufferTexture2D
+    glFrontFace glGenFramebuffers glGenRenderbuffers glGenTextures glGetBooleanv glGetError glGetFloatv glGetIntegerv
+    glGetProgramInfoLog glGetProgramiv glGetShaderInfoLog glGetShaderiv glGetString glGetUniformLocation glLineWidth
+    glLinkProgram glPixelStorei glReadPixels glRenderbufferStorage glShaderSource glStencilFunc glStencilOp glTexImage2D
+    glTexParameteri glUniform1f glUniform1i glUniform2f glUniform4f glUniformMatrix4fv glUseProgram glVertexAttribPointer
+    glViewport)
 # android::GraphicBuffer: constructor, destructor, getNativeBuffer, lock and unlock; android::bytesPerPixel.
 set(SYMBOLS_ui
     _ZN7android13GraphicBufferC1Ejjij _ZN7android13GraphicBufferD1Ev _ZNK7android13GraphicBuffer15getNativeBufferEv
@@ -32,8 +32,8 @@ set(SYMBOLS_log __android_log_write)
 
 # The C library and its maths, whichever functions the compiler makes calls to.
 set(SYMBOLS_c
-    atan calloc clock_gettime close cosf exp2f fchmod fchown floorf fmod fprintf free fstat fsync getpid malloc memchr memcmp memcpy memmove
-    memset open read readlink realloc rename sinf snprintf sqrt stat strchr strcmp strerror strlen tan unlink write
+    atan calloc clock_gettime close cosf exp2f expf fchmod fchown floorf fmod fprintf free fstat fsync getpid malloc memchr memcmp memcpy memmove
+    memset open read readlink realloc rename sinf snprintf sqrt stat strchr strcmp strerror strlen strstr tan unlink write
     pthread_cond_broadcast pthread_cond_destroy pthread_cond_init pthread_cond_signal pthread_cond_timedwait
     pthread_cond_wait pthread_condattr_destroy pthread_condattr_init pthread_condattr_setclock pthread_equal
     pthread_mutex_destroy pthread_mutex_init pthread_mutex_lock pthread_mutex_unlock pthread_mutexattr_destroy
