@@ -1,5 +1,6 @@
 #include "BenchScene.h"
 
+#include "EntryPoints.h"
 #include "trevik/Hash.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/ListProperty.h"
@@ -9,11 +10,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <random>
-
-extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-}
 
 namespace kelvokit::bench {
 

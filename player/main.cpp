@@ -1,9 +1,8 @@
+#include "command/Output.h"
 #include "command/Program.h"
 #include "play/Authoring.h"
 #include "play/Player.h"
 #include "watch/WatchedPlay.h"
-
-#include <cstdio>
 
 int main(int nArguments, char** ppArguments) {
     using namespace kelvokit::player;
@@ -20,8 +19,7 @@ int main(int nArguments, char** ppArguments) {
         }
 #else
         if (options.fWindow) {
-            std::fprintf(stderr, "kelvo-player: --window: it was built without SDL2, and so without a window\n");
-            return static_cast<int>(ExitDevice);
+            return Complain(ExitDevice, "--window: it was built without SDL2, and so without a window");
         }
 #endif
         // What notes or counts calls has to be there before the system's driver when a program starts.

@@ -1,6 +1,7 @@
 // Gives a text of a scene a string that nobody knew when the scene was made, in letters that its font does
 // not have yet.
 
+#include "EntryPoints.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "kelvo_host/GlyphSource.h"
 #include "kelvo_host/Scene.h"
@@ -12,13 +13,6 @@
 
 #include <cstdio>
 #include <cstring>
-
-// A host that does not link the back end finds these three with dlsym.
-extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-void Shutdown();
-}
 
 using namespace trevik;
 using namespace trevik::kelvo;

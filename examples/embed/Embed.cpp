@@ -1,6 +1,7 @@
 // Draws one spinning, fading sprite off screen and writes the last frame: the library from C++, without a
 // scene file.
 
+#include "EntryPoints.h"
 #include "image/PngWriter.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 #include "trevik/ClassRegistry.h"
@@ -16,13 +17,6 @@
 #include <cstdio>
 #include <new>
 #include <string>
-
-// A host that does not link the back end finds these three with dlsym.
-extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-void Shutdown();
-}
 
 using namespace trevik;
 using namespace trevik::kelvo;

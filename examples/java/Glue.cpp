@@ -1,6 +1,7 @@
 // The native methods of the Java class clock.Scene: plays a scene file into an off-screen window, and hands
 // out bitmaps over the surfaces of one of its textures.
 
+#include "EntryPoints.h"
 #include "JObject.h"
 #include "image/PngWriter.h"
 #include "kelvo_desktop/JavaBitmaps.h"
@@ -18,11 +19,6 @@
 
 #include <memory>
 #include <string>
-
-extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-}
 
 using namespace trevik;
 using namespace trevik::kelvo;

@@ -3,6 +3,7 @@
 //
 //     kelvo-live examples/live/scene.json --out frames --frames 90
 
+#include "EntryPoints.h"
 #include "Handover.h"
 #include "Water.h"
 #include "image/PngWriter.h"
@@ -25,13 +26,6 @@
 #include <thread>
 
 namespace live = kelvokit::live;
-
-// A host that does not link the back end finds these three with dlsym.
-extern "C" {
-bool Initialize(trevik::ClassRegistry* pRegistry);
-trevik::kelvo::GraphicsDevice* CreateDevice();
-void Shutdown();
-}
 
 using namespace trevik;
 using namespace trevik::kelvo;

@@ -1,12 +1,13 @@
 #include "check/Warnings.h"
 
+#include "command/Options.h"
+#include "command/Output.h"
 #include "scene/PropertyCourse.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/GaussianBlurEffect.h"
 #include "trevik/kelvo/Timeline.h"
 
 #include <algorithm>
-#include <cstdio>
 
 namespace kelvokit::player {
 
@@ -43,7 +44,7 @@ bool HasBlur(Node& node) {
 }
 
 void Say(std::string const& line) {
-    std::fprintf(stderr, "kelvo-player: %s\n", line.c_str());
+    Complain(ExitSuccess, line);
 }
 
 } // namespace

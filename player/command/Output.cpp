@@ -32,9 +32,13 @@ int FinishOutput(int nExitCode) {
     if ((!fFailed && !fFailedBefore) || nExitCode != ExitSuccess) {
         return nExitCode;
     }
-    std::fprintf(stderr, "kelvo-player: standard output: cannot be written%s%s\n", errno != 0 ? ": " : "",
-                 errno != 0 ? std::strerror(errno) : "");
-    return ExitBadFile;
+    std::string const reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
+    return Complain(ExitBadFile, "standard output: cannot be written" + reason);
+}
+
+int Complain(int nExitCode, std::string const& what) {
+    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
+    return nExitCode;
 }
 
 } // namespace kelvokit::player

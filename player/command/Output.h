@@ -1,5 +1,7 @@
 #pragma once
 
+#include <string>
+
 namespace kelvokit::player {
 
 /**
@@ -13,5 +15,8 @@ void GuardStreams();
  * reason on stderr, the one for files that cannot be written when some of the output could not be.
  */
 int FinishOutput(int nExitCode);
+
+/** Writes a line of its own to stderr, headed by the program's name. Returns `nExitCode`. */
+int Complain(int nExitCode, std::string const& what);
 
 } // namespace kelvokit::player

@@ -2,6 +2,7 @@
 
 #include "command/Interrupt.h"
 #include "command/Options.h"
+#include "command/Output.h"
 
 #include <sys/prctl.h>
 #include <sys/wait.h>
@@ -33,7 +34,7 @@ namespace {
     try {
         nExitCode = work(nNumber);
     } catch (std::exception const& fault) {
-        std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
+        Complain(nExitCode, fault.what());
     }
     _exit(nExitCode);
 }

@@ -6,7 +6,6 @@
 
 #include <cerrno>
 #include <climits>
-#include <cstdio>
 #include <cstring>
 #include <exception>
 
@@ -21,8 +20,7 @@ int RunProgram(int nArguments, char** ppArguments, std::function<int(Options con
     try {
         return FinishOutput(run(options));
     } catch (std::exception const& fault) {
-        std::fprintf(stderr, "kelvo-player: %s\n", fault.what());
-        return ExitBadFile;
+        return Complain(ExitBadFile, fault.what());
     }
 }
 
@@ -32,8 +30,7 @@ int BecomeProgram(std::string const& ending, char** ppArguments) {
     std::string const path =
         std::string(program, nLength > 0 ? static_cast<std::size_t>(nLength) : 0) + ending;
     execv(path.c_str(), ppArguments);
-    std::fprintf(stderr, "kelvo-player: %s: cannot be started: %s\n", path.c_str(), std::strerror(errno));
-    return ExitDevice;
+    return Complain(ExitDevice, path + ": cannot be started: " + std::strerror(errno));
 }
 
 } // namespace kelvokit::player

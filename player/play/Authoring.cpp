@@ -1,5 +1,6 @@
 #include "play/Authoring.h"
 
+#include "command/Output.h"
 #include "file/FileBytes.h"
 #include "play/AlphaTestGroup.h"
 #include "play/Backend.h"
@@ -18,11 +19,6 @@ namespace assets = trevik::kelvo::assets;
 
 namespace {
 
-int Complain(int nExitCode, Fault const& fault) {
-    std::fprintf(stderr, "kelvo-player: %s\n", fault.GetText().c_str());
-    return nExitCode;
-}
-
 bool LoadClasses(Backend& backend, Options const& options, Fault& fault) {
     bool const fLoaded = backend.Load(options.backend, fault);
     if (fLoaded) {
@@ -37,7 +33,7 @@ int PrintSchema(Options const& options) {
     Backend backend;
     Fault fault;
     if (!LoadClasses(backend, options, fault)) {
-        return Complain(ExitDevice, fault);
+        return Complain(ExitDevice, fault.GetText());
     }
     std::fputs(assets::MakeSceneSchema(backend.GetRegistry()).c_str(), stdout);
     return ExitSuccess;
@@ -47,14 +43,14 @@ int PrintFormattedScene(Options const& options) {
     Backend backend;
     Fault fault;
     if (!LoadClasses(backend, options, fault)) {
-        return Complain(ExitDevice, fault);
+        return Complain(ExitDevice, fault.GetText());
     }
     std::vector<std::uint8_t> bytes;
     std::string formatted;
     if (!assets::ReadFile(options.formatScene, assets::MaximumSceneBytes, bytes, fault) ||
         !assets::FormatScene({bytes.data(), bytes.size()}, options.formatScene, backend.GetRegistry(),
                              formatted, fault)) {
-        return Complain(ExitBadFile, fault);
+        return Complain(ExitBadFile, fault.GetText());
     }
     std::fputs(formatted.c_str(), stdout);
     return ExitSuccess;

@@ -2,6 +2,7 @@
 
 #include "check/Warnings.h"
 #include "command/Interrupt.h"
+#include "command/Output.h"
 #include "command/Paths.h"
 #include "command/Processes.h"
 #include "pictures/Comparison.h"
@@ -39,8 +40,7 @@ int Player::Complain(int nExitCode, std::string const& what) {
     if (m_progress) {
         m_progress->Clear();
     }
-    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
-    return nExitCode;
+    return player::Complain(nExitCode, what);
 }
 
 void Player::Tell(std::string const& what) {

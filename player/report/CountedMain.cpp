@@ -1,14 +1,13 @@
 // kelvo-player-counted: the player with what counts draws ahead of the driver, which kelvo-player --stats,
 // --trace, --explain and --overdraw become.
 
+#include "command/Output.h"
 #include "command/Program.h"
 #include "explain/Explainer.h"
 #include "play/Player.h"
 #include "watch/WatchedPlay.h"
 
 #include <kelvo_counting/Counting.h>
-
-#include <cstdio>
 
 namespace {
 
@@ -24,9 +23,8 @@ int main(int nArguments, char** ppArguments) {
     using namespace kelvokit::player;
     return RunProgram(nArguments, ppArguments, [](Options const& options) -> int {
         if (options.Explains() && !kelvokit::counting::IsInFront()) {
-            std::fprintf(stderr, "kelvo-player: --explain and --overdraw: another library takes GL's calls "
-                                 "before they are counted, such as a tracer's\n");
-            return ExitDevice;
+            return Complain(ExitDevice, "--explain and --overdraw: another library takes GL's calls before "
+                                        "they are counted, such as a tracer's");
         }
         return PlayWatched(options, [&](std::vector<std::string>& files) {
             Explainer explainer(options);

@@ -1,11 +1,12 @@
 #include "trace/FrameCapture.h"
 
+#include "command/Options.h"
+#include "command/Output.h"
+
 #if defined(KELVO_HAS_RENDERDOC)
 
 #include <dlfcn.h>
 #include <renderdoc_app.h>
-
-#include <cstdio>
 
 namespace kelvokit::player {
 
@@ -37,8 +38,8 @@ FrameCapture::~FrameCapture() {
         return;
     }
     bool const fCaptured = FindRenderDoc()->EndFrameCapture(nullptr, nullptr) == 1;
-    std::fprintf(stderr, "kelvo-player: the last frame %s\n",
-                 fCaptured ? "has been captured by RenderDoc" : "could not be captured by RenderDoc");
+    Complain(ExitSuccess, fCaptured ? "the last frame has been captured by RenderDoc"
+                                    : "the last frame could not be captured by RenderDoc");
 }
 
 } // namespace kelvokit::player

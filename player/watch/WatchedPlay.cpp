@@ -22,11 +22,6 @@ namespace {
 /** Signals are looked for as often, in milliseconds. */
 constexpr int SignalInterval = 100;
 
-int Complain(int nExitCode, std::string const& what) {
-    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
-    return nExitCode;
-}
-
 /** Carries names from one process to the other. */
 class NameFile {
 public:

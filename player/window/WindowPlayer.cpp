@@ -2,6 +2,7 @@
 
 #include "check/Warnings.h"
 #include "command/Interrupt.h"
+#include "command/Output.h"
 #include "play/AlphaTestGroup.h"
 #include "report/Driver.h"
 #include "scene/NodeDescription.h"
@@ -74,11 +75,6 @@ std::string Shorten(std::string text, std::string const& path) {
 } // namespace
 
 WindowPlayer::WindowPlayer(Options const& options) : m_options(options) {}
-
-int WindowPlayer::Complain(int nExitCode, std::string const& what) const {
-    std::fprintf(stderr, "kelvo-player: %s\n", what.c_str());
-    return nExitCode;
-}
 
 void WindowPlayer::Tell(std::string const& what) const {
     if (m_options.fVerbose) {

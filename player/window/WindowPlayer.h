@@ -49,7 +49,6 @@ private:
     FrameRange GetFrames() const;
     /** Whether the surface gets the window's size. */
     bool IsFollowing() const { return !m_options.size && m_options.scene != "-"; }
-    int Complain(int nExitCode, std::string const& what) const;
     void Tell(std::string const& what) const;
 
     Options const& m_options;

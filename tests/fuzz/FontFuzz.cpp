@@ -1,6 +1,7 @@
 // Any bytes as a font file, read as pictures at two sizes and as meshes. A font is made whole or not at all,
 // what is wrong is said in one line, and what has been made keeps to what its users rely on.
 
+#include "EntryPoints.h"
 #include "FuzzChecks.h"
 #include "font/FontFile.h"
 
@@ -11,8 +12,6 @@ namespace fuzz = kelvokit::fuzz;
 using namespace trevik;
 using namespace trevik::kelvo;
 using fuzz::Require;
-
-extern "C" bool Initialize(ClassRegistry* pRegistry);
 
 namespace {
 

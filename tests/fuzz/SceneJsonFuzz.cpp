@@ -1,6 +1,7 @@
 // Reads hostile scene files. A scene is read whole or not at all, what is wrong is said in one line, and what
 // has been read can be saved and loaded again.
 
+#include "EntryPoints.h"
 #include "FuzzChecks.h"
 #include "kelvo_host/Scene.h"
 #include "scene/SceneReader.h"
@@ -10,8 +11,6 @@ namespace fuzz = kelvokit::fuzz;
 using namespace trevik;
 using namespace trevik::kelvo;
 using fuzz::Require;
-
-extern "C" bool Initialize(ClassRegistry* pRegistry);
 
 extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size) {
     fuzz::DropTraces();

@@ -5,6 +5,7 @@
 // A file NAME.json holds a "scene" (docs/scene-format.md) and "steps", see Film::Do. KELVO_REWRITE_GOLDEN=1
 // writes NAME.calls and NAME.faults anew: what changed in them is for a person to judge.
 
+#include "EntryPoints.h"
 #include "GraphicsDeviceGL2.h"
 #include "calls/NodeGroups.h"
 #include "kelvo_effects/Effects.h"
@@ -35,8 +36,6 @@
 #include <set>
 #include <string>
 #include <vector>
-
-extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
 namespace kelvokit::test {
 namespace {

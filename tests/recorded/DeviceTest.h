@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EntryPoints.h"
 #include "ExpectCalls.h"
 #include "GraphicsDeviceGL2.h"
 #include "TextureGL2.h"
@@ -9,8 +10,6 @@
 #include <memory>
 #include <string>
 #include <vector>
-
-extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
 namespace kelvokit::recording {
 

@@ -1,5 +1,6 @@
 #include "kelvo_test/Stage.h"
 
+#include "EntryPoints.h"
 #include "kelvo_test/Loading.h"
 
 #include <EGL/egl.h>
@@ -9,8 +10,6 @@
 #include <algorithm>
 #include <cmath>
 #include <cstdio>
-
-extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
 namespace kelvokit::test {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EntryPoints.h"
 #include "font/FontFile.h"
 #include "image/TestImages.h"
 #include "kelvo_test/TestFiles.h"
@@ -14,8 +15,6 @@
 #include <string>
 #include <vector>
 #include FT_FREETYPE_H
-
-extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
 namespace trevik::kelvo::assets::testing {
 

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "EntryPoints.h"
 #include "kelvo_effects/Effects.h"
 #include "kelvo_host/Scene.h"
 #include "scene/SceneNodes.h"
@@ -21,8 +22,6 @@
 #include <stdexcept>
 #include <string>
 #include <vector>
-
-extern "C" bool Initialize(trevik::ClassRegistry* pRegistry);
 
 namespace trevik::kelvo::assets::testing {
 
