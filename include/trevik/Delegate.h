@@ -2,6 +2,7 @@
 
 #include "trevik/Export.h"
 #include "trevik/Function.h"
+#include "trevik/Immortal.h"
 #include "trevik/List.h"
 
 namespace trevik {
@@ -21,7 +22,7 @@ class event;
 template <class... Args>
 class event<void(Args...)> {
 public:
-    event() : m_nFiring(0), m_fStale(false) {}
+    event() : m_nFiring(0), m_fStale(false), m_fRefusing(false) {}
     /** Without handlers: a copy of what fires is listened to by nobody. */
     event(event const&) : event() {}
     ~event() {
@@ -32,17 +33,23 @@ public:
     /** Keeps its own handlers and takes none over. */
     event& operator=(event const&) { return *this; }
 
+    /** One that nothing can be connected to, for owners that have no memory for their own. Any thread. */
+    static event& GetRefusing() {
+        static Immortal<RefusingEvent> s_event;
+        return s_event.Get();
+    }
+
     /** Whether no handler is connected. */
     bool IsEmpty() const { return m_handlers.IsEmpty(); }
 
     /**
      * Adds a handler behind the others.
-     * @return false, with nothing changed, when an equal one is connected already, when it is empty, or
-     * without memory.
+     * @return false, with nothing changed, when an equal one is connected already, when it is empty, without
+     * memory, and by a refusing event.
      */
     bool Connect(function<void(Args...)> const& handler) {
         // A handler is called once, however often it is connected: intended (handler-once).
-        if (!handler || Find(handler) >= 0) {
+        if (!handler || m_fRefusing || Find(handler) >= 0) {
             return false;
         }
         function<void(Args...)> copy(handler);
@@ -88,6 +95,8 @@ public:
 private:
     using Callable = detail::Callable<void, Args...>;
 
+    struct RefusingEvent;
+
     int Find(function<void(Args...)> const& handler) const {
         for (unsigned int i = 0; handler && i < m_handlers.GetCount(); ++i) {
             if (!m_handlers[i]->m_fDisconnected && m_handlers[i]->IsEqual(*handler.Get())) {
@@ -128,6 +137,13 @@ private:
     List<Callable*> m_handlers;
     unsigned int m_nFiring;
     bool m_fStale;
+    bool m_fRefusing; ///< see GetRefusing
+};
+
+/** An event that is made as a refusing one. */
+template <class... Args>
+struct event<void(Args...)>::RefusingEvent : event {
+    RefusingEvent() { this->m_fRefusing = true; }
 };
 
 } // namespace trevik

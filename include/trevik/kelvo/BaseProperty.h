@@ -10,6 +10,7 @@
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Property.h"
 #include "trevik/kelvo/PropertyBinding.h"
+#include "trevik/kelvo/PropertyExtras.h"
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/SampleController.h"
 #include "trevik/kelvo/Serializer.h"
@@ -81,70 +82,85 @@ public:
      * A copy has the id, the current value and the controllers; it has no subscribers and no binding. Without
      * memory for them it is torn, and makes the property list that it is entered in one that is not whole.
      */
-    BaseProperty(BaseProperty const& other)
-        : Property(other), m_value(other.GetValue()), m_controllers(other.m_controllers) {
-        if (!detail::IsCopied(m_value, other.GetValue()) ||
-            !detail::IsCopied(m_controllers, other.m_controllers)) {
+    BaseProperty(BaseProperty const& other) : Property(other), m_value(other.GetValue()) {
+        bool const fShared = ShareControllers(other);
+        if (!fShared || !detail::IsCopied(m_value, other.GetValue())) {
             m_nID = TornID;
         }
-        NoteControllers();
     }
     BaseProperty& operator=(BaseProperty const&) = delete;
 
     /** The current value. The reference holds until the value changes. */
     T const& GetValue() const {
-        return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetValue() : m_value;
+        PropertyBinding<T>* const pBinding = GetBinding();
+        return __builtin_expect(pBinding != nullptr, 0) ? pBinding->GetValue() : m_value;
     }
 
     /** Where the current value may be written in place; to be followed by Notify. */
     T& GetWritableValue() {
         Mark();
-        return __builtin_expect(m_pBinding != nullptr, 0) ? m_pBinding->GetWritableValue() : m_value;
+        PropertyBinding<T>* const pBinding = GetBinding();
+        return __builtin_expect(pBinding != nullptr, 0) ? pBinding->GetWritableValue() : m_value;
     }
 
     /**
      * Passes on whether the value was written: to the binding, or else, if so, to the event's subscribers.
      */
     void Notify(bool changed) {
-        if (__builtin_expect(m_pBinding != nullptr, 0)) {
-            m_pBinding->Notify(changed);
+        if (PropertyBinding<T>* const pBinding = GetBinding(); __builtin_expect(pBinding != nullptr, 0)) {
+            pBinding->Notify(changed);
         } else if (changed) {
-            Mark();
-            m_changeEvent(m_value);
+            Announce();
         }
     }
 
     /**
      * Fires with the new value after every SetValue, and after every evaluation or load that wrote the value,
-     * whether or not it differs from before. Not while the property is bound.
+     * whether or not it differs from before. Not while the property is bound. The event comes into being when
+     * it is first asked for; without memory for it, one is returned that nothing can be connected to.
      */
-    ChangeEvent& GetChangeEvent() { return m_changeEvent; }
+    ChangeEvent& GetChangeEvent() {
+        auto* const pBlock = m_extras.NeedBlock();
+        return pBlock ? pBlock->m_changeEvent : ChangeEvent::GetRefusing();
+    }
 
     /**
      * Lets `pBinding` stand in for the stored value, which stays as it is; null ends that. The caller owns
-     * it.
+     * it. False, with nothing changed, when out of memory, which ending it never is.
      */
-    void Bind(PropertyBinding<T>* pBinding) {
-        m_pBinding = pBinding;
+    bool Bind(PropertyBinding<T>* pBinding) {
+        auto* const pBlock = pBinding ? m_extras.NeedBlock() : m_extras.GetBlock();
+        if (pBinding && !pBlock) {
+            return false;
+        }
+        if (pBlock) {
+            pBlock->m_pBinding = pBinding;
+        }
         Mark();
+        return true;
     }
     /** The binding, or null. A bound value may change at any time without a mark being set. */
-    PropertyBinding<T>* GetBinding() const { return m_pBinding; }
+    PropertyBinding<T>* GetBinding() const {
+        auto const* const pBlock = m_extras.GetBlock();
+        return __builtin_expect(pBlock != nullptr, 0) ? pBlock->m_pBinding : nullptr;
+    }
 
     /** Makes `pController` the active controller. False for null or when out of memory. */
     bool AddController(Ref<Controller<T>> const& pController) {
-        if (!pController || !m_controllers.Append(pController)) {
+        if (!pController || !m_extras.AppendController(pController.Get())) {
             return false;
         }
         BasePropertyGeneration::Advance();
         return true;
     }
     /** Number of controllers; the last one is active, earlier ones wait for the later ones to finish. */
-    unsigned int GetControllerCount() const { return m_controllers.GetCount(); }
+    unsigned int GetControllerCount() const { return m_extras.GetControllerCount(); }
     /** Controller `nController` (0 .. GetControllerCount() - 1), borrowed. */
-    Controller<T>* GetController(unsigned int nController) const { return m_controllers[nController].Get(); }
+    Controller<T>* GetController(unsigned int nController) const {
+        return m_extras.GetController(nController);
+    }
     /** Drops all controllers; the value stays. */
-    void RemoveControllers() { m_controllers.Clear(); }
+    void RemoveControllers() { m_extras.RemoveControllers(); }
 
     /** Whether the property (a BaseProperty<T>) has a controller. */
     static bool IsAnimated(Property const* pProperty) {
@@ -155,18 +171,14 @@ public:
      * Lets the active controller write the value, announces it, and drops the controller once it is finished.
      */
     void Update(UpdateContext const& context, RealFloat const& frame) override {
-        if (m_controllers.IsEmpty()) {
-            return;
-        }
-        if (__builtin_expect(m_pBinding != nullptr, 0)) {
-            UpdateBinding(context, frame);
-        } else if (m_controllers.Last()->Evaluate(context, frame, m_value)) {
-            Mark();
-            m_changeEvent(m_value);
-        }
-        // A subscriber may have removed controllers meanwhile.
-        if (!m_controllers.IsEmpty() && m_controllers.Last()->IsFinished()) {
-            m_controllers.RemoveLast();
+        Controller<T>* const pController = m_extras.GetOnlyController();
+        if (__builtin_expect(m_extras.HasBlock(), 0)) {
+            UpdateBlock(context, frame);
+        } else if (pController) {
+            if (pController->Evaluate(context, frame, m_value)) {
+                Announce();
+            }
+            DropFinished();
         }
     }
 
@@ -198,8 +210,8 @@ public:
         if (!Property::Save(serializer)) {
             return false;
         }
-        if (!m_controllers.IsEmpty()) {
-            if (!m_controllers.First()->Save(serializer)) {
+        if (GetControllerCount() != 0) {
+            if (!GetController(0)->Save(serializer)) {
                 return false;
             }
             if (detail::HasSavedController(serializer)) {
@@ -215,20 +227,19 @@ public:
 
     /** Reports the controllers. */
     void Emit(MemoryTracer* pTracer) override {
-        for (Ref<Controller<T>> const& pController : m_controllers) {
-            pTracer->EmitObject(pController.Get());
+        for (unsigned int nController = 0; nController < GetControllerCount(); ++nController) {
+            pTracer->EmitObject(GetController(nController));
         }
     }
 
     /** Hands `value` to the binding, or else stores it and fires the change event. */
     virtual void SetValue(T const& value) {
-        if (__builtin_expect(m_pBinding != nullptr, 0)) {
-            m_pBinding->SetValue(value);
+        if (PropertyBinding<T>* const pBinding = GetBinding(); __builtin_expect(pBinding != nullptr, 0)) {
+            pBinding->SetValue(value);
             return;
         }
         m_value = value;
-        Mark();
-        m_changeEvent(m_value);
+        Announce();
     }
 
     /** Sets this value from the other's current value; controllers stay. */
@@ -244,29 +255,49 @@ public:
         }
         m_nID = other.m_nID;
         SetValue(other.GetValue());
-        m_controllers.Clear();
-        bool fCopied = detail::IsCopied(GetValue(), other.GetValue()) &&
-                       m_controllers.Reserve(other.m_controllers.GetCount());
-        for (Ref<Controller<T>> const& pController : other.m_controllers) {
-            if (!pController) {
-                break;
-            }
-            fCopied = m_controllers.Append(pController) && fCopied;
-        }
-        NoteControllers();
-        return fCopied;
+        m_extras.RemoveControllers();
+        bool const fShared = ShareControllers(other);
+        return fShared && detail::IsCopied(GetValue(), other.GetValue());
     }
 
 private:
-    /** Apart from Update, which runs for every animated value of every frame and is kept small. */
-    __attribute__((noinline)) void UpdateBinding(UpdateContext const& context, RealFloat const& frame) {
-        m_pBinding->Notify(m_controllers.Last()->Evaluate(context, frame, m_pBinding->GetWritableValue()));
+    /** Marks the stored value as written and fires the event. */
+    void Announce() {
+        Mark();
+        if (auto* const pBlock = m_extras.GetBlock(); __builtin_expect(pBlock != nullptr, 0)) {
+            pBlock->m_changeEvent(m_value);
+        }
     }
 
-    void NoteControllers() const {
-        if (!m_controllers.IsEmpty()) {
-            BasePropertyGeneration::Advance();
+    void DropFinished() {
+        // A subscriber, or the controller itself, may have removed controllers meanwhile.
+        Controller<T>* const pController = m_extras.GetLastController();
+        if (pController && pController->IsFinished()) {
+            m_extras.RemoveLastController();
         }
+    }
+
+    /** Update with a block. Apart from the other, which runs for most animated values of every frame. */
+    TREVIK_NOINLINE void UpdateBlock(UpdateContext const& context, RealFloat const& frame) {
+        Controller<T>* const pController = m_extras.GetLastController();
+        if (!pController) {
+            return;
+        }
+        if (PropertyBinding<T>* const pBinding = GetBinding()) {
+            pBinding->Notify(pController->Evaluate(context, frame, pBinding->GetWritableValue()));
+        } else if (pController->Evaluate(context, frame, m_value)) {
+            Announce();
+        }
+        DropFinished();
+    }
+
+    /** Adds the other's controllers behind the own ones; false when memory does not suffice for all. */
+    bool ShareControllers(BaseProperty const& other) {
+        bool fShared = true;
+        for (unsigned int nController = 0; nController < other.GetControllerCount(); ++nController) {
+            fShared = AddController(Ref(other.GetController(nController))) && fShared;
+        }
+        return fShared;
     }
 
     bool LoadValue(Deserializer& deserializer) {
@@ -276,10 +307,8 @@ private:
                PropertyTraits<T>::Read(GetWritableValue(), pData, nLength);
     }
 
-    ChangeEvent m_changeEvent;
-    PropertyBinding<T>* m_pBinding = nullptr;
+    detail::PropertyExtras<T> m_extras; ///< controllers, event and binding
     T m_value{};
-    List<Ref<Controller<T>>> m_controllers; ///< none of them null
 };
 
 } // namespace trevik::kelvo

@@ -88,9 +88,9 @@ public:
      * are members of one object, at most 128 KB apart; a copy of the property sets no marks.
      */
     void SetMarks(PropertyMarks& marks, unsigned short nMark) {
-        // A pointer would be kept for each property: 8 bytes more, 128 for a sprite (1728 in place of 1600),
-        // whose update misses the cache 7.6 times in place of 7.5. The distance fits into what is padding
-        // otherwise. It is one of addresses, as numbers: a pointer must not step outside of its object.
+        // A pointer would be kept for each property, 8 bytes more in each; the distance fits into what is
+        // padding otherwise. It is one of addresses, as numbers: a pointer must not step outside of its
+        // object.
         m_nMarksDistance = static_cast<short>(
             (reinterpret_cast<std::intptr_t>(&marks) - reinterpret_cast<std::intptr_t>(this)) /
             static_cast<std::intptr_t>(sizeof(PropertyMarks)));

@@ -61,14 +61,17 @@ public:
             return node.GetRotationProperty().SetValue(Vector3(Number(-180, 180), 0, Number(-180, 180)));
         case 9:
             node.GetVisibleProperty().SetValue(Pick(3) != 0);
-            return node.GetVisibleProperty().Bind(Pick(3) == 0 ? &m_visible : nullptr);
+            node.GetVisibleProperty().Bind(Pick(3) == 0 ? &m_visible : nullptr);
+            return;
         case 10:
             node.GetPositionProperty().Bind(Pick(2) == 0 ? &m_place : nullptr);
-            return node.GetOpacityProperty().Bind(Pick(2) == 0 ? &m_opacity : nullptr);
+            node.GetOpacityProperty().Bind(Pick(2) == 0 ? &m_opacity : nullptr);
+            return;
         case 11:
             node.GetPivotProperty().Bind(Pick(3) == 0 ? &m_place : nullptr);
             node.GetStretchProperty().Bind(Pick(3) == 0 ? &m_factors : nullptr);
-            return node.GetScaleProperty().Bind(Pick(2) == 0 ? &m_factors : nullptr);
+            node.GetScaleProperty().Bind(Pick(2) == 0 ? &m_factors : nullptr);
+            return;
         case 12:
             return node.GetPositionProperty().SetValue(Place());
         case 13:

@@ -1,11 +1,13 @@
 #include "PropertyTestSupport.h"
 #include "kelvo_test/TestNodes.h"
+#include "trevik/Allocation.h"
 #include "trevik/kelvo/HostProperties.h"
 #include "trevik/kelvo/ITraceable.h"
 #include "trevik/kelvo/ListProperty.h"
 
 #include <gtest/gtest.h>
 
+#include <functional>
 #include <utility>
 
 namespace trevik::kelvo {
@@ -123,6 +125,64 @@ TEST_F(PropertyTest, ACopySharesControllersInOrderInPlaceOfItsOwn) {
         pCopy->SetValue(6);
     }
     EXPECT_TRUE(m_heard.empty()) << "subscribers stay with the original";
+}
+
+TEST_F(PropertyTest, WithoutMemoryItKeepsWhatItHas) {
+    Ref<Controller<int>> const controllers[] = {MakeSamples({1}), MakeSamples({2})};
+    for (unsigned int nAllocations = 0; nAllocations < 2; ++nAllocations) { // for the block, then the list
+        NotingBinding binding;
+        IntProperty property{5};
+        property.AddController(controllers[0]); // which needs no memory
+        Allocation::FailAfter(nAllocations);
+        EXPECT_FALSE(property.AddController(controllers[1]));
+        Allocation::FailAfter(nAllocations);
+        EXPECT_FALSE(property.Bind(&binding));
+        Allocation::FailAfter(nAllocations);
+        IntProperty::ChangeEvent& refusing = property.GetChangeEvent();
+        Allocation::FailNever();
+        EXPECT_FALSE(refusing.Connect(m_hear));
+        EXPECT_FALSE(refusing.Disconnect(m_hear));
+        EXPECT_TRUE(property.Bind(nullptr));
+        EXPECT_EQ(property.GetBinding(), nullptr);
+        EXPECT_EQ(property.GetControllerCount(), 1u);
+        EXPECT_EQ(property.GetController(0), controllers[0].Get());
+        property.Update(UpdateContext(), 0);
+        EXPECT_EQ(property.GetValue(), 1);
+        EXPECT_TRUE(m_heard.empty());
+
+        EXPECT_TRUE(property.GetChangeEvent().Connect(m_hear));
+        EXPECT_TRUE(property.AddController(controllers[1]));
+        EXPECT_EQ(controllers[0]->GetReferenceCount(), 2) << "moved, not shared";
+        property.Update(UpdateContext(), 0);
+        EXPECT_EQ(m_heard, Values{2});
+        m_heard.clear();
+    }
+}
+
+TEST_F(PropertyTest, AControllerMayChangeItsPropertyWhileItEvaluates) {
+    /** Connects a handler, or takes itself out, in its one evaluation. */
+    class Meddling : public CountingController {
+    public:
+        explicit Meddling(std::function<void()> meddle) : CountingController(1), m_meddle(meddle) {}
+        bool Evaluate(UpdateContext const& context, RealFloat const& frame, int& out) override {
+            Ref<Meddling> const pSelf(this);
+            m_meddle();
+            return CountingController::Evaluate(context, frame, out);
+        }
+        std::function<void()> m_meddle;
+    };
+    IntProperty property;
+    property.AddController(Ref(new Meddling([&] { property.GetChangeEvent().Connect(m_hear); })));
+    property.Update(UpdateContext(), 0);
+    EXPECT_EQ(m_heard, Values{1}) << "who is connected before the value is announced hears of it";
+    EXPECT_EQ(property.GetControllerCount(), 0u);
+    IntProperty plain;
+    for (IntProperty* pProperty : {&plain, &property}) { // one without a block, one with
+        pProperty->AddController(Ref(new Meddling([&] { pProperty->RemoveControllers(); })));
+        pProperty->Update(UpdateContext(), 0);
+        EXPECT_EQ(pProperty->GetControllerCount(), 0u);
+        EXPECT_EQ(pProperty->GetValue(), 1);
+    }
 }
 
 TEST_F(PropertyTest, GainingAControllerAdvancesTheGeneration) {
