@@ -1,6 +1,7 @@
 #include "windows/FrameReader.h"
 
 #include "egl/GlFunctions.h"
+#include "egl/ScopedState.h"
 #include "kelvo_desktop/OffscreenWindow.h"
 
 #include <algorithm>
@@ -10,45 +11,9 @@ namespace kelvokit::desktop {
 
 namespace {
 
-/** Where the context knows it (`fKnown`), sets one integer state for as long as it lives. */
-template <class Set>
-class ScopedInteger {
-public:
-    /** `query` is the name to read it by. */
-    ScopedInteger(bool fKnown, GLenum query, GLenum value, Set set) : m_set(set) {
-        if (fKnown) {
-            Gl().glGetIntegerv(query, &m_nSaved);
-        }
-        m_fChanged = fKnown && m_nSaved != static_cast<GLint>(value);
-        if (m_fChanged) {
-            m_set(value);
-        }
-    }
-    ScopedInteger(ScopedInteger const&) = delete;
-    ~ScopedInteger() {
-        if (m_fChanged) {
-            m_set(static_cast<GLenum>(m_nSaved));
-        }
-    }
-
-private:
-    Set m_set;
-    GLint m_nSaved = 0;
-    bool m_fChanged = false;
-};
-
-struct PixelStore {
-    GLenum name;
-    void operator()(GLenum value) const { Gl().glPixelStorei(name, static_cast<GLint>(value)); }
-};
-
 struct FramebufferBinding {
     GLenum target;
     void operator()(GLenum value) const { Gl().glBindFramebuffer(target, value); }
-};
-
-struct PackBuffer {
-    void operator()(GLenum value) const { Gl().glBindBuffer(GL_PIXEL_PACK_BUFFER, value); }
 };
 
 struct ReadBuffer {
@@ -91,7 +56,8 @@ void ReadPixels(int nVersion, int width, int height, void* pixels) {
                               FramebufferBinding{GLenum(fBoth ? GL_FRAMEBUFFER : GL_READ_FRAMEBUFFER)});
     // After the framebuffer: each framebuffer has a read buffer of its own.
     ScopedInteger readBuffer(has.fReadBuffer, GL_READ_BUFFER, GL_BACK, ReadBuffer{nVersion});
-    ScopedInteger packBuffer(has.fPackBuffer, GL_PIXEL_PACK_BUFFER_BINDING, 0, PackBuffer{});
+    ScopedInteger packBuffer(has.fPackBuffer, GL_PIXEL_PACK_BUFFER_BINDING, 0,
+                             BufferBinding{GL_PIXEL_PACK_BUFFER});
     ScopedInteger alignment(true, GL_PACK_ALIGNMENT, 4, PixelStore{GL_PACK_ALIGNMENT});
     ScopedInteger rowLength(has.fSubimage, GL_PACK_ROW_LENGTH, 0, PixelStore{GL_PACK_ROW_LENGTH});
     ScopedInteger skipRows(has.fSubimage, GL_PACK_SKIP_ROWS, 0, PixelStore{GL_PACK_SKIP_ROWS});
