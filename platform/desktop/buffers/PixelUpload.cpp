@@ -73,10 +73,6 @@ Upload UploadOf(ANativeWindowBuffer const& buffer) {
     }
 }
 
-bool IsPacked(ANativeWindowBuffer const& buffer, bool fRowLength) {
-    return UploadOf(buffer).convert || (buffer.stride != buffer.width && !fRowLength);
-}
-
 std::size_t RowSize(ANativeWindowBuffer const& buffer) {
     return std::size_t(buffer.width) * android::bytesPerPixel(buffer.format);
 }
@@ -124,6 +120,10 @@ bool IsUploadable(ANativeWindowBuffer const& buffer) {
     return UploadOf(buffer).format != GL_NONE;
 }
 
+bool IsPacked(ANativeWindowBuffer const& buffer, bool fRowLength) {
+    return UploadOf(buffer).convert || (buffer.stride != buffer.width && !fRowLength);
+}
+
 Outcome PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength) {
     Memory& packed = buffer.contents->packed;
     if (IsPacked(buffer, fRowLength) && !packed) {
@@ -147,14 +147,8 @@ OwnedTexture CreateTextureFor(ANativeWindowBuffer const& buffer) {
     return Gl().glGetError() == GL_NO_ERROR ? std::move(texture) : OwnedTexture();
 }
 
-Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength) {
+void UploadBound(ANativeWindowBuffer const& buffer, bool fRowLength) {
     bool const fPacked = IsPacked(buffer, fRowLength);
-    ForgetErrors();
-    Gl().glBindTexture(GL_TEXTURE_2D, texture);
-    Gl().glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
-    if (fRowLength) {
-        Gl().glPixelStorei(GL_UNPACK_ROW_LENGTH, fPacked ? 0 : buffer.stride);
-    }
     if (!fPacked) {
         UploadRows(buffer, 0, buffer.height, buffer.contents->pixels.get());
     }
@@ -164,6 +158,16 @@ Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRo
         Pack(buffer, y, nPacked);
         UploadRows(buffer, y, nPacked, buffer.contents->packed.get());
     }
+}
+
+Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength) {
+    ForgetErrors();
+    Gl().glBindTexture(GL_TEXTURE_2D, texture);
+    Gl().glPixelStorei(GL_UNPACK_ALIGNMENT, 1);
+    if (fRowLength) {
+        Gl().glPixelStorei(GL_UNPACK_ROW_LENGTH, IsPacked(buffer, fRowLength) ? 0 : buffer.stride);
+    }
+    UploadBound(buffer, fRowLength);
     bool const fUploaded = Gl().glGetError() == GL_NO_ERROR;
     Gl().glFinish();
     return fUploaded ? Outcome::Done() : Outcome::Failed(EGL_BAD_ALLOC);

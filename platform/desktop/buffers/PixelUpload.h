@@ -12,6 +12,9 @@ namespace kelvokit::desktop {
 /** Whether GL has a texture format for the buffer's pixels. */
 bool IsUploadable(ANativeWindowBuffer const& buffer);
 
+/** Whether the pixels have to be rewritten before GL takes them; `fRowLength` as for UploadPixels. */
+bool IsPacked(ANativeWindowBuffer const& buffer, bool fRowLength);
+
 /**
  * Allocates what UploadPixels needs, once in the buffer's life; `fRowLength` as there. EGL_BAD_ALLOC without
  * memory.
@@ -28,5 +31,11 @@ OwnedTexture CreateTextureFor(ANativeWindowBuffer const& buffer);
  * `fRowLength`: the current context understands GL_UNPACK_ROW_LENGTH. EGL_BAD_ALLOC when GL cannot.
  */
 Outcome UploadPixels(ANativeWindowBuffer const& buffer, GLuint texture, bool fRowLength);
+
+/**
+ * The same into the texture that is bound, with the context's pixel store as it has to be: rows beginning at
+ * any byte, and a stride apart unless they are packed. Whether it was done and complete is not asked.
+ */
+void UploadBound(ANativeWindowBuffer const& buffer, bool fRowLength);
 
 } // namespace kelvokit::desktop

@@ -56,6 +56,7 @@ EGLBoolean Layer::Terminate(EGLDisplay display) {
         pDisplay->ForgetImages();
         std::lock_guard<std::mutex> const tables(m_tables);
         pDisplay->RemoveSurfaces();
+        m_contexts.RemoveAll(display);
     }
     return EGL_TRUE;
 }
@@ -81,6 +82,47 @@ std::unique_lock<std::mutex> Layer::HoldStill(bool* pAny) {
                             [](auto const& pDisplay) { return pDisplay->HasImages(); });
     }
     return work;
+}
+
+// Contexts of the program
+
+EGLContext Layer::CreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
+                                EGLint const* attributes) {
+    EGLContext const context = Forward(Driver().eglCreateContext, display, config, share, attributes);
+    if (context != EGL_NO_CONTEXT && ProgramContexts::Takes(attributes)) {
+        std::lock_guard<std::mutex> const tables(m_tables);
+        try {
+            m_contexts.Add(display, context, share);
+        } catch (std::bad_alloc const&) {} // uploads leave it then, which takes longer
+    }
+    return context;
+}
+
+EGLBoolean Layer::DestroyContext(EGLDisplay display, EGLContext context) {
+    // What is current on a thread lives until it is released. So no thread may have the layer's context
+    // current in its place now.
+    auto const still = HoldStill();
+    {
+        // First: once the context is destroyed, the driver may give its handle to another thread's.
+        std::lock_guard<std::mutex> const tables(m_tables);
+        m_contexts.Remove(display, context);
+    }
+    return Forward(Driver().eglDestroyContext, display, context);
+}
+
+EGLBoolean Layer::MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
+    GetCurrentGroup() = {}; // after a failure too: a driver may have changed what is current
+    EGLBoolean const fCurrent = Forward(Driver().eglMakeCurrent, display, draw, read, context);
+    if (fCurrent) {
+        std::lock_guard<std::mutex> const tables(m_tables);
+        GetCurrentGroup() = {display, m_contexts.Find(display, context)};
+    }
+    return fCurrent;
+}
+
+EGLBoolean Layer::ReleaseThread() {
+    GetCurrentGroup() = {};
+    return Forward(Driver().eglReleaseThread);
 }
 
 // Graphic buffers and their images

@@ -24,7 +24,7 @@ namespace kelvokit::desktop {
  * - the work, held while the driver works for the layer, which may take milliseconds: of each display its
  *   context and its images, and the graphic buffers;
  * - the tables, held for moments and never during a call to the driver: of each display its kind and its
- *   surfaces, and the windows with their pins.
+ *   surfaces, the windows with their pins, and the program's contexts.
  * A display is added with both held and never removed, so that either is enough to look one up.
  */
 class Layer {
@@ -52,6 +52,15 @@ public:
      * surfaces, which live on only where they are current. `pAny` tells whether there are images.
      */
     std::unique_lock<std::mutex> HoldStill(bool* pAny = nullptr);
+
+    // Contexts of the program
+
+    // The EGL functions of these names, which tell the layer in which contexts it may upload.
+    EGLContext CreateContext(EGLDisplay display, EGLConfig config, EGLContext share,
+                             EGLint const* attributes);
+    EGLBoolean DestroyContext(EGLDisplay display, EGLContext context);
+    EGLBoolean MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context);
+    EGLBoolean ReleaseThread();
 
     // Graphic buffers and their images
 
@@ -115,6 +124,7 @@ private:
     std::vector<ANativeWindowBuffer*> m_buffers;
     std::vector<ANativeWindow*> m_windows;
     std::vector<Pinned> m_pinned;
+    ProgramContexts m_contexts;
 };
 
 } // namespace kelvokit::desktop

@@ -1,10 +1,13 @@
 #include "display/LayerDisplay.h"
 
 #include "buffers/BufferContents.h"
+#include "buffers/ImageAlias.h"
 #include "buffers/PixelUpload.h"
+#include "display/ImageCheck.h"
 #include "egl/GlFunctions.h"
 
 #include <algorithm>
+#include <new>
 
 namespace kelvokit::desktop {
 
@@ -102,6 +105,7 @@ Outcome LayerDisplay::FillImage(Image& image) {
 }
 
 EGLBoolean LayerDisplay::DestroyImage(Image const& image) {
+    RemoveAlias(image);
     EGLBoolean const fDestroyed = m_context.DestroyImage(image.image);
     // The driver keeps the memory for as long as textures of the program are made of it.
     KeptError const error;
@@ -125,8 +129,8 @@ bool LayerDisplay::DestroyImage(EGLImage image, EGLBoolean& fDestroyed) {
 
 Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer) {
     Outcome uploaded = Outcome::Done();
-    for (Image const& image : m_images) {
-        if (image.buffer != &buffer) {
+    for (Image& image : m_images) {
+        if (image.buffer != &buffer || UploadHere(image)) {
             continue;
         }
         KeptError const error;
@@ -138,6 +142,69 @@ Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer) {
         }
     }
     return uploaded;
+}
+
+/** In the calling thread's own context; false, with nothing done, where that cannot be. */
+bool LayerDisplay::UploadHere(Image& image) {
+    CurrentGroup const& current = GetCurrentGroup();
+    std::shared_ptr<ShareGroup> const pGroup = current.display == m_handle ? current.pGroup.lock() : nullptr;
+    if (!pGroup) {
+        return false;
+    }
+    std::shared_ptr<ShareGroup> const pAliasGroup = image.pAliasGroup.lock();
+    if (pAliasGroup ? pAliasGroup != pGroup : !MakeAlias(image, pGroup)) {
+        return false;
+    }
+    if (!UploadToAlias(*image.buffer, image.alias)) {
+        image.pAliasGroup.reset();
+        return false;
+    }
+    return true;
+}
+
+/** Makes a texture of the image in the current context, which is of `pGroup`; false where there is to be
+ * none. */
+bool LayerDisplay::MakeAlias(Image& image, std::shared_ptr<ShareGroup> const& pGroup) {
+    // What is written once or twice does not make up for what it takes to have an alias.
+    constexpr int UploadsElsewhere = 2;
+    if (image.nUploadsElsewhere < UploadsElsewhere) {
+        ++image.nUploadsElsewhere;
+        return false;
+    }
+    image.nUploadsElsewhere = 0;
+    if (!CanUploadToAlias(image.buffer->format)) {
+        return false;
+    }
+    try { // room for what RemoveAlias enters
+        pGroup->unusedTextures.reserve(pGroup->unusedTextures.size() + m_images.size());
+    } catch (std::bad_alloc const&) {
+        return false;
+    }
+    image.alias = CreateAlias(image.image, image.buffer->width, image.buffer->height);
+    if (image.alias != 0) {
+        image.pAliasGroup = pGroup;
+    }
+    return image.alias != 0;
+}
+
+bool LayerDisplay::CanUploadToAlias(android::PixelFormat format) {
+    Tried& tried = m_aliases[static_cast<std::size_t>(format)];
+    if (tried == Tried::Not) {
+        KeptError const error;
+        tried = desktop::CanUploadToAlias(m_context, format) ? Tried::Good : Tried::Bad;
+    }
+    return tried == Tried::Good;
+}
+
+void LayerDisplay::RemoveAlias(Image const& image) {
+    std::shared_ptr<ShareGroup> const pGroup = image.pAliasGroup.lock();
+    if (!pGroup) {
+        return;
+    }
+    pGroup->unusedTextures.push_back(image.alias);
+    if (GetCurrentGroup().pGroup.lock() == pGroup) {
+        DeleteUnusedTextures(*pGroup);
+    }
 }
 
 void LayerDisplay::ForgetBuffer(ANativeWindowBuffer const* buffer) {

@@ -1,10 +1,14 @@
 #pragma once
 
 #include "display/LayerContext.h"
+#include "display/ProgramContexts.h"
 #include "egl/EglError.h"
 
 #include <system/window.h>
+#include <ui/PixelFormat.h>
 
+#include <array>
+#include <memory>
 #include <vector>
 
 namespace kelvokit::desktop {
@@ -65,7 +69,10 @@ public:
     Outcome CreateImage(ANativeWindowBuffer const& buffer, EGLImage& image);
     /** eglDestroyImage of an image of these; false for all others, which are the driver's business. */
     bool DestroyImage(EGLImage image, EGLBoolean& fDestroyed);
-    /** Brings the pixels of `buffer` into its images here. */
+    /**
+     * Brings the pixels of `buffer` into its images here: in the calling thread's own context where that is
+     * known to do as well, otherwise in the layer's.
+     */
     Outcome Upload(ANativeWindowBuffer const& buffer);
     /** The buffer is gone: its images stay as they are. */
     void ForgetBuffer(ANativeWindowBuffer const* buffer);
@@ -77,9 +84,20 @@ private:
         EGLImage image;
         GLuint texture;
         ANativeWindowBuffer const* buffer; ///< null once it is gone
+        /** A texture of it in contexts of the program (ImageAlias.h). */
+        GLuint alias = 0;
+        std::weak_ptr<ShareGroup> pAliasGroup = {};
+        /** How many uploads from contexts of the program had to leave them. */
+        int nUploadsElsewhere = 0;
     };
 
+    enum class Tried : unsigned char { Not, Good, Bad };
+
     Outcome FillImage(Image& image);
+    bool UploadHere(Image& image);
+    bool MakeAlias(Image& image, std::shared_ptr<ShareGroup> const& pGroup);
+    bool CanUploadToAlias(android::PixelFormat format);
+    static void RemoveAlias(Image const& image);
     EGLBoolean DestroyImage(Image const& image);
 
     EGLDisplay m_handle;
@@ -88,6 +106,8 @@ private:
     // A handful of entries each: a linear search beats a map.
     std::vector<WindowSurface> m_surfaces;
     std::vector<Image> m_images;
+    /** By pixel format: whether aliases were tried with it, and serve. */
+    std::array<Tried, android::PIXEL_FORMAT_A_8 + 1> m_aliases = {};
 };
 
 } // namespace kelvokit::desktop

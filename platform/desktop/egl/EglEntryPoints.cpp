@@ -248,6 +248,24 @@ KELVO_EGL(__eglMustCastToProperFunctionPointerType) eglGetProcAddress(char const
     return own ? own : Driver().eglGetProcAddress(name);
 }
 
+KELVO_EGL(EGLContext)
+eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share, EGLint const* attributes) {
+    return Layer::Get().CreateContext(display, config, share, attributes);
+}
+
+KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) {
+    return Layer::Get().DestroyContext(display, context);
+}
+
+KELVO_EGL(EGLBoolean)
+eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
+    return Layer::Get().MakeCurrent(display, draw, read, context);
+}
+
+KELVO_EGL(EGLBoolean) eglReleaseThread() {
+    return Layer::Get().ReleaseThread();
+}
+
 // From here on, functions that only call the driver's.
 
 KELVO_EGL(EGLBoolean) eglBindAPI(EGLenum api) {
@@ -264,11 +282,6 @@ KELVO_EGL(EGLint) eglClientWaitSync(EGLDisplay display, EGLSync sync, EGLint fla
 
 KELVO_EGL(EGLBoolean) eglCopyBuffers(EGLDisplay display, EGLSurface surface, EGLNativePixmapType target) {
     return Forward(Driver().eglCopyBuffers, display, surface, target);
-}
-
-KELVO_EGL(EGLContext)
-eglCreateContext(EGLDisplay display, EGLConfig config, EGLContext share, EGLint const* attributes) {
-    return Forward(Driver().eglCreateContext, display, config, share, attributes);
 }
 
 KELVO_EGL(EGLSurface)
@@ -298,13 +311,6 @@ KELVO_EGL(EGLSync) eglCreateSync(EGLDisplay display, EGLenum type, EGLAttrib con
     return Forward(Driver().eglCreateSync, display, type, attributes);
 }
 
-KELVO_EGL(EGLBoolean) eglDestroyContext(EGLDisplay display, EGLContext context) {
-    // What is current on a thread lives until it is released. So no thread may have the layer's context
-    // current in its place now.
-    auto const still = Layer::Get().HoldStill();
-    return Forward(Driver().eglDestroyContext, display, context);
-}
-
 KELVO_EGL(EGLBoolean) eglDestroySync(EGLDisplay display, EGLSync sync) {
     return Forward(Driver().eglDestroySync, display, sync);
 }
@@ -329,11 +335,6 @@ KELVO_EGL(EGLBoolean) eglGetSyncAttrib(EGLDisplay display, EGLSync sync, EGLint 
     return Forward(Driver().eglGetSyncAttrib, display, sync, attribute, value);
 }
 
-KELVO_EGL(EGLBoolean)
-eglMakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
-    return Forward(Driver().eglMakeCurrent, display, draw, read, context);
-}
-
 KELVO_EGL(EGLenum) eglQueryAPI() {
     return Forward(Driver().eglQueryAPI);
 }
@@ -345,10 +346,6 @@ eglQueryContext(EGLDisplay display, EGLContext context, EGLint attribute, EGLint
 
 KELVO_EGL(EGLBoolean) eglReleaseTexImage(EGLDisplay display, EGLSurface surface, EGLint buffer) {
     return Forward(Driver().eglReleaseTexImage, display, surface, buffer);
-}
-
-KELVO_EGL(EGLBoolean) eglReleaseThread() {
-    return Forward(Driver().eglReleaseThread);
 }
 
 KELVO_EGL(EGLBoolean)

@@ -14,6 +14,8 @@ GlFunctions LoadGl() {
     KELVO_GL_FUNCTIONS(KELVO_LOAD)
 #undef KELVO_LOAD
     gl.glReadBufferNV = DriverFunction<PFNGLREADBUFFERNVPROC>("glReadBufferNV");
+    gl.glEGLImageTargetTexture2DOES =
+        DriverFunction<PFNGLEGLIMAGETARGETTEXTURE2DOESPROC>("glEGLImageTargetTexture2DOES");
     return gl;
 }
 
@@ -35,6 +37,15 @@ int EsVersion() {
     }
     int const nMajor = version[sizeof s_prefix - 1] - '0';
     return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
+}
+
+bool IsEs31() {
+    int const nMajor = EsVersion();
+    GLint nMinor = 0;
+    if (nMajor == 3) {
+        Gl().glGetIntegerv(GL_MINOR_VERSION, &nMinor);
+    }
+    return nMajor > 3 || nMinor > 0;
 }
 
 } // namespace kelvokit::desktop

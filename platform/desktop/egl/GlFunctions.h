@@ -1,6 +1,6 @@
 #pragma once
 
-#include <GLES3/gl3.h>
+#include <GLES3/gl31.h>
 #include <GLES2/gl2ext.h>
 
 namespace kelvokit::desktop {
@@ -9,17 +9,25 @@ namespace kelvokit::desktop {
     F(glBindBuffer)                                                                                          \
     F(glBindFramebuffer)                                                                                     \
     F(glBindTexture)                                                                                         \
+    F(glCheckFramebufferStatus)                                                                              \
+    F(glDeleteFramebuffers)                                                                                  \
     F(glDeleteTextures)                                                                                      \
     F(glFinish)                                                                                              \
     F(glFlush)                                                                                               \
+    F(glFramebufferTexture2D)                                                                                \
+    F(glGenFramebuffers)                                                                                     \
     F(glGenTextures)                                                                                         \
     F(glGetError)                                                                                            \
     F(glGetIntegerv)                                                                                         \
     F(glGetString)                                                                                           \
+    F(glGetTexLevelParameteriv)                                                                              \
+    F(glGetTexParameterfv)                                                                                   \
+    F(glIsTexture)                                                                                           \
     F(glPixelStorei)                                                                                         \
     F(glReadBuffer)                                                                                          \
     F(glReadPixels)                                                                                          \
     F(glTexImage2D)                                                                                          \
+    F(glTexParameterf)                                                                                       \
     F(glTexParameteri)                                                                                       \
     F(glTexSubImage2D)
 
@@ -33,6 +41,7 @@ struct GlFunctions {
     KELVO_GL_FUNCTIONS(KELVO_MEMBER)
 #undef KELVO_MEMBER
     PFNGLREADBUFFERNVPROC glReadBufferNV;
+    PFNGLEGLIMAGETARGETTEXTURE2DOESPROC glEGLImageTargetTexture2DOES;
 };
 
 /** Looked up by the first call. Any thread. */
@@ -43,5 +52,7 @@ GlFunctions const& Gl();
  * from 2 on.
  */
 int EsVersion();
+/** Whether OpenGL ES 3.1 is current, or a later version. */
+bool IsEs31();
 
 } // namespace kelvokit::desktop

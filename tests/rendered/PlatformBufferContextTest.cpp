@@ -1,0 +1,251 @@
+// Buffers that a thread writes again and again while a context of its own is current, so that the layer takes
+// their pixels up there: how this shows, and that it shows nowhere else.
+
+#include "PlatformBuffer.h"
+#include "kelvo_test/Threads.h"
+
+#include <GLES3/gl3.h>
+
+#include <algorithm>
+#include <vector>
+
+namespace kelvokit::test {
+namespace {
+
+constexpr int ManyTimes = 5; // after a few the layer stays in the context
+
+/** Another colour for each write. */
+Pixel Colour(int n) {
+    return {std::uint8_t(20 * n + 5), std::uint8_t(250 - 30 * n), std::uint8_t(90 + 7 * n), 255};
+}
+
+Pixel Gradient(int x, int y, int n) {
+    return {std::uint8_t(9 * x), std::uint8_t(20 * y), std::uint8_t(40 * n), 255};
+}
+
+class PlatformBufferContext : public PlatformBuffer {
+protected:
+    static constexpr GLuint MaxNames = 100;
+
+    static std::vector<GLuint> Names() {
+        std::vector<GLuint> names;
+        for (GLuint name = 1; name < MaxNames; ++name) {
+            if (glIsTexture(name)) {
+                names.push_back(name);
+            }
+        }
+        return names;
+    }
+
+    void FillManyTimes(GraphicBuffer& buffer, GLuint texture) {
+        for (int n = 0; n < ManyTimes; ++n) {
+            Fill(buffer, Colour(n));
+            EXPECT_TRUE(Shows(texture, Colour(n))) << n;
+        }
+    }
+
+    /** Whether the current context is one in which the layer stays. */
+    static bool IsStayedIn() {
+        GLint nMajor = 0;
+        GLint nMinor = 0;
+        glGetIntegerv(GL_MAJOR_VERSION, &nMajor);
+        glGetIntegerv(GL_MINOR_VERSION, &nMinor);
+        glGetError(); // of contexts that do not have these
+        return nMajor > 3 || (nMajor == 3 && nMinor > 0);
+    }
+};
+
+TEST_F(PlatformBufferContext, EachFormatIsSampledInItsColoursHoweverOftenItWasWritten) {
+    struct Case {
+        int format;
+        std::vector<std::uint8_t> bytes;
+        Pixel colour;
+    } const cases[] = {
+        {android::PIXEL_FORMAT_RGBA_8888, {10, 60, 200, 130}, {10, 60, 200, 130}},
+        {android::PIXEL_FORMAT_RGBX_8888, {10, 60, 200, 130}, {10, 60, 200, 255}},
+        {android::PIXEL_FORMAT_RGB_888, {10, 60, 200}, {10, 60, 200, 255}},
+        {android::PIXEL_FORMAT_RGB_565, {0x1F, 0x04}, {0, 130, 255, 255}},
+        {android::PIXEL_FORMAT_BGRA_8888, {200, 60, 10, 130}, {10, 60, 200, 130}},
+        {android::PIXEL_FORMAT_RGBA_5551, {0x3E, 0xF8}, {255, 0, 255, 0}},
+        {android::PIXEL_FORMAT_RGBA_4444, {0x3C, 0xF0}, {255, 0, 51, 204}},
+        {android::PIXEL_FORMAT_A_8, {130}, {0, 0, 0, 130}},
+    };
+    for (Case const& test : cases) {
+        SCOPED_TRACE(test.format);
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, test.format);
+        GLuint const texture = MakeTexture(MakeImage(pBuffer));
+        std::vector<std::uint8_t> const zeros(test.bytes.size());
+        Pixel const zero = {0, 0, 0, std::uint8_t(test.colour.a == 255 ? 255 : 0)};
+        for (int n = 0; n < ManyTimes; ++n) {
+            Write(*pBuffer, test.bytes.size(), [&](int, int) { return n % 2 == 0 ? zeros : test.bytes; });
+            EXPECT_TRUE(Shows(texture, n % 2 == 0 ? zero : test.colour)) << n;
+        }
+    }
+}
+
+TEST_F(PlatformBufferContext, RowsLieAStrideApartAndWhatWasDrawnBeforeStaysAsItWas) {
+    for (int const nFormat : {android::PIXEL_FORMAT_RGBA_8888, android::PIXEL_FORMAT_RGBX_8888}) {
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, nFormat);
+        GLuint const texture = MakeTexture(MakeImage(pBuffer));
+        for (int n = 0; n < ManyTimes; ++n) {
+            glPixelStorei(GL_UNPACK_ALIGNMENT, 8); // which no row of the window's width has
+            Write(*pBuffer, 4, [&](int x, int y) { return ToBytes(Gradient(x, y, n)); });
+            Draw(texture);
+            Fill(*pBuffer, Red);
+            Image const expected =
+                test::MakeImage(Width, Height, [&](int x, int y) { return Gradient(x, y, n); });
+            EXPECT_TRUE(CompareImages(Show(), expected)) << nFormat << ", " << n;
+            EXPECT_TRUE(Shows(texture, Red)) << nFormat << ", " << n;
+        }
+    }
+}
+
+TEST_F(PlatformBufferContext, StateAndErrorsOfTheContextStayAsTheyWere) {
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    GLuint const texture = MakeTexture(MakeImage(pBuffer));
+    Draw(texture); // with a program, which has to be there before the first error
+    GLuint own = 0;
+    glGenTextures(1, &own);
+    glActiveTexture(GL_TEXTURE2);
+    glBindTexture(GL_TEXTURE_2D, own);
+    bool const fStayedIn = IsStayedIn();
+    struct {
+        GLenum name;
+        GLint nValue;
+    } expected[] = {{GL_ACTIVE_TEXTURE, GL_TEXTURE2},   {GL_TEXTURE_BINDING_2D, GLint(own)},
+                    {GL_UNPACK_ALIGNMENT, 8},           {GL_UNPACK_ROW_LENGTH, 40},
+                    {GL_UNPACK_SKIP_ROWS, 2},           {GL_UNPACK_SKIP_PIXELS, 3},
+                    {GL_PIXEL_UNPACK_BUFFER_BINDING, 0}};
+    GLuint buffer = 0;
+    if (fStayedIn) {
+        glGenBuffers(1, &buffer);
+        glBindBuffer(GL_PIXEL_UNPACK_BUFFER, buffer);
+        glBufferData(GL_PIXEL_UNPACK_BUFFER, 16, nullptr, GL_STATIC_DRAW);
+        expected[6].nValue = GLint(buffer);
+    }
+    for (int n = 2; n < (fStayedIn ? 6 : 3); ++n) {
+        glPixelStorei(expected[n].name, expected[n].nValue);
+    }
+    ASSERT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+    for (int n = 0; n < ManyTimes; ++n) {
+        glEnable(GL_TEXTURE_2D); // leaves an error
+        Fill(*pBuffer, Colour(n));
+        EXPECT_EQ(glGetError(), GLenum(GL_INVALID_ENUM)) << n;
+        for (int nState = 0; nState < (fStayedIn ? 7 : 3); ++nState) {
+            GLint nValue = -1;
+            glGetIntegerv(expected[nState].name, &nValue);
+            EXPECT_EQ(nValue, expected[nState].nValue) << n << ", state " << nState;
+        }
+        glActiveTexture(GL_TEXTURE0);
+        EXPECT_TRUE(Shows(texture, Colour(n))) << n;
+        glActiveTexture(GL_TEXTURE2);
+    }
+    glBindBuffer(GL_PIXEL_UNPACK_BUFFER, 0);
+}
+
+TEST_F(PlatformBufferContext, TexturesOfNamesThatTheProgramDeletedAndUsesAnewAreLeftAlone) {
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    GLuint const texture = MakeTexture(MakeImage(pBuffer));
+    FillManyTimes(*pBuffer, texture);
+    for (bool const fAnew : {false, true}) {
+        SCOPED_TRACE(fAnew);
+        for (GLuint name = 1; name < MaxNames; ++name) {
+            if (name != texture) {
+                glDeleteTextures(1, &name);
+            }
+        }
+        std::vector<std::uint8_t> const white(std::size_t(4) * Width * Height, 255);
+        for (GLuint name = 1; fAnew && name < MaxNames; ++name) {
+            if (name != texture) {
+                glBindTexture(GL_TEXTURE_2D, name);
+                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+                glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, Width, Height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
+                             white.data());
+            }
+        }
+        FillManyTimes(*pBuffer, texture);
+        for (GLuint name = 1; fAnew && name < MaxNames; ++name) {
+            EXPECT_TRUE(name == texture || Shows(name, {255, 255, 255, 255})) << name;
+        }
+    }
+}
+
+TEST_F(PlatformBufferContext, WritesOfOtherThreadsAndContextsComeBetween) {
+    EGLContext const first = eglGetCurrentContext();
+    EGLint const version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+    EGLContext const contexts[] = {first, eglCreateContext(m_display, Config(), first, version),
+                                   eglCreateContext(m_display, Config(), EGL_NO_CONTEXT, version),
+                                   EGL_NO_CONTEXT};
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    GLuint const texture = MakeTexture(MakeImage(pBuffer));
+    int nColour = 0;
+    auto const fill = [&] { Fill(*pBuffer, Colour(nColour % 8)); };
+    auto const look = [&](char const* pWhere) {
+        EXPECT_TRUE(Shows(texture, Colour(nColour % 8))) << pWhere << ' ' << nColour;
+        ++nColour;
+    };
+    for (int n = 0; n < ManyTimes; ++n) {
+        for (EGLContext const context : contexts) {
+            EGLSurface const surface = context == EGL_NO_CONTEXT ? EGL_NO_SURFACE : m_surface;
+            ASSERT_TRUE(eglMakeCurrent(m_display, surface, surface, context));
+            fill();
+            EXPECT_EQ(eglGetCurrentContext(), context);
+            ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, first));
+            look("another context");
+        }
+        RunOnThreads(1, [&](int) { fill(); });
+        look("another thread");
+        fill();
+        look("its own");
+    }
+    std::size_t nNames = Names().size();
+    ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, contexts[2]));
+    nNames += Names().size();
+    EXPECT_LE(nNames, 2u) << "the test's, and one of the layer's in one of the contexts";
+    // With the context whose texture it may be gone, and another one in its place.
+    ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, contexts[1]));
+    ASSERT_TRUE(eglDestroyContext(m_display, first));
+    for (int n = 0; n < ManyTimes; ++n, ++nColour) {
+        fill();
+        Image const frame = Show(texture); // the program is the other context's
+        ASSERT_TRUE(CompareImages(frame, Image(Width, Height, frame.At(0, 0))));
+    }
+    ASSERT_TRUE(eglDestroyContext(m_display, contexts[1]));
+    fill();
+    EGLContext const last = eglCreateContext(m_display, Config(), EGL_NO_CONTEXT, version);
+    ASSERT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, last));
+    m_fProgram = false;
+    GLuint const lastTexture = MakeTexture(MakeImage(pBuffer));
+    FillManyTimes(*pBuffer, lastTexture);
+}
+
+TEST_F(PlatformBufferContext, NothingStaysBehindInItWhenImagesGo) {
+    std::vector<GLuint> const before = Names();
+    struct {
+        int format;
+        bool fOtherThread;
+    } const cases[] = {{android::PIXEL_FORMAT_RGBA_8888, false},
+                       {android::PIXEL_FORMAT_RGBA_8888, true},
+                       {android::PIXEL_FORMAT_RGBX_8888, false}};
+    for (auto const& test : cases) {
+        sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, test.format);
+        EGLImageKHR const image = MakeImage(pBuffer);
+        GLuint const texture = MakeTexture(image);
+        FillManyTimes(*pBuffer, texture);
+        EXPECT_EQ(Names().size(), before.size() + (IsStayedIn() ? 2 : 1)) << "it did not stay, or too often";
+        auto const destroy = [&](int) { EXPECT_TRUE(eglDestroyImage(m_display, image)); };
+        if (test.fOtherThread) {
+            RunOnThreads(1, destroy);
+            Show();
+        } else {
+            destroy(0);
+        }
+        glDeleteTextures(1, &texture);
+        EXPECT_EQ(Names(), before) << test.format << ", " << test.fOtherThread;
+    }
+}
+
+} // namespace
+} // namespace kelvokit::test
