@@ -69,7 +69,7 @@ inline std::string GetEntryName(PropertyList::Entry const& entry) {
 /** The property of this name and type among some; null when there is none. */
 template <class T>
 BaseProperty<T>* FindProperty(PropertyList& properties, char const* pName) {
-    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    PropertyList::Found const pEntry = properties.Find(HashName(pName));
     bool const fFits = pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value;
     return fFits ? static_cast<BaseProperty<T>*>(pEntry->m_pProperty) : nullptr;
 }

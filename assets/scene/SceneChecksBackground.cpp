@@ -52,7 +52,7 @@ private:
         }
         PropertyList& properties = step.node.GetProperties();
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
-            PropertyList::Entry const& entry = properties.GetEntry(n);
+            PropertyList::Entry const entry = properties.GetEntry(n);
             if (entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty)) {
                 Warn(step, FindGiven(step.place, GetEntryName(entry)), WarningId::BackgroundProperties,
                      "a background stays at frame 0");

@@ -135,7 +135,7 @@ private:
     void CheckAnimations(SceneStep const& step, JsonCursor const& place, std::string const& start,
                          PropertyList& properties, bool fSceneFrames) {
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
-            PropertyList::Entry const& entry = properties.GetEntry(n);
+            PropertyList::Entry const entry = properties.GetEntry(n);
             if (!entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty)) {
                 continue;
             }

@@ -36,7 +36,7 @@ Ref<T> Create(ClassRegistry const& registry, std::string const& name) {
     return Ref<T>(dynamic_cast<T*>(pObject.Get()));
 }
 
-PropertyList::Entry const* FindProperty(PropertyList const& properties, std::string const& name) {
+PropertyList::Found FindProperty(PropertyList const& properties, std::string const& name) {
     return properties.Find(HashName(name.data(), name.size()));
 }
 
@@ -47,7 +47,7 @@ bool IsComponent(PropertyList const& properties, std::string const& name) {
         return false;
     }
     std::string const whole = name.substr(0, nDot);
-    PropertyList::Entry const* const pEntry = FindProperty(properties, whole);
+    PropertyList::Found const pEntry = FindProperty(properties, whole);
     std::vector<std::string> const components =
         pEntry ? GetComponentNames(whole, pEntry->m_pDescriptor->m_type) : std::vector<std::string>();
     return std::find(components.begin(), components.end(), name.substr(nDot + 1)) != components.end();
@@ -77,7 +77,7 @@ List<Vector2T<int>> ToPairs(std::vector<NinePatchInfo::Band> const& bands) {
 /** Sets a property, unless the node that `place` describes does so itself. */
 template <class T>
 void SetUnlessGiven(JsonCursor const& place, PropertyList& properties, char const* pName, T const& value) {
-    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    PropertyList::Found const pEntry = properties.Find(HashName(pName));
     if (pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value && !place.Find(pName)) {
         static_cast<BaseProperty<T>*>(pEntry->m_pProperty)->SetValue(value);
     }
@@ -342,7 +342,7 @@ bool SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
             continue;
         }
         place.Attempt([&] {
-            if (PropertyList::Entry const* const pEntry = FindProperty(properties, name)) {
+            if (PropertyList::Found const pEntry = FindProperty(properties, name)) {
                 ReadProperty(place.GetMember(n), name, *pEntry, animations);
             } else if (IsComponent(properties, name)) {
                 wholes.insert(name.substr(0, name.find('.')));

@@ -110,10 +110,9 @@ std::string GetNodeText(Node& node, assets::SceneNotes const& notes, trevik::Cla
         static_cast<Node*>(registry.Create(node.GetFactoryClassID(), trevik::ObjectKind::Node)));
     PropertyList const& properties = node.GetProperties();
     for (unsigned int nEntry = 0; nEntry < properties.GetCount(); ++nEntry) {
-        PropertyList::Entry const& entry = properties.GetEntry(nEntry);
+        PropertyList::Entry const entry = properties.GetEntry(nEntry);
         PropertyDescriptor const& descriptor = *entry.m_pDescriptor;
-        PropertyList::Entry const* const pInitial =
-            pNew ? pNew->GetProperties().Find(descriptor.m_nID) : nullptr;
+        PropertyList::Found const pInitial = pNew ? pNew->GetProperties().Find(descriptor.m_nID) : nullptr;
         std::string const value = GetValueText(descriptor.m_type, *entry.m_pProperty);
         bool const fInitial = pInitial && value == GetValueText(descriptor.m_type, *pInitial->m_pProperty);
         if (descriptor.m_pName && !value.empty() && !fInitial) {

@@ -67,7 +67,7 @@ struct Setting {
 
     /** Sets the property of that name; false when there is none. */
     bool Apply(PropertyList const& list) const {
-        PropertyList::Entry const* const pEntry = list.Find(HashName(m_sName.c_str()));
+        PropertyList::Found const pEntry = list.Find(HashName(m_sName.c_str()));
         std::vector<RealFloat> v(m_values);
         v.resize(4);
         return pEntry && SetProperty(*pEntry, v);

@@ -105,7 +105,7 @@ Node* FindNode(Node& root, char const* pPath, unsigned int nClassID, Fault& faul
 
 Property* FindProperty(Node& node, char const* pName, PropertyType::Enum type, Fault& fault) {
     PropertyList const& properties = node.GetProperties();
-    PropertyList::Entry const* const pEntry = properties.Find(HashName(pName));
+    PropertyList::Found const pEntry = properties.Find(HashName(pName));
     if (!pEntry) {
         fault = Fault(
             String8(node.GetPath()),

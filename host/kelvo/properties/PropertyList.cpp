@@ -1,58 +1,18 @@
 #include "trevik/kelvo/PropertyList.h"
 
-#include "trevik/Immortal.h"
-#include "trevik/Mutex.h"
+#include "kelvo/properties/PropertyShape.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
-
-#include <atomic>
-#include <new>
 
 namespace trevik::kelvo {
 
 namespace {
 
-/**
- * An interned descriptor. Once it can be found it never changes or goes, so that finding it takes no lock.
- */
-struct DescriptorEntry {
-    PropertyDescriptor m_descriptor;
-    DescriptorEntry* m_pNext;
-};
+/** The last bit of the set of animated properties stands for those from this one on. */
+constexpr unsigned int LastAnimatedBit = 63;
 
-constexpr unsigned int DescriptorBuckets = 256;
-std::atomic<DescriptorEntry*> g_descriptors[DescriptorBuckets];
-
-bool IsSame(PropertyDescriptor const& a, PropertyDescriptor const& b) {
-    return a.m_nID == b.m_nID && a.m_type == b.m_type && a.m_pfnIsAnimated == b.m_pfnIsAnimated &&
-           (a.m_pName == nullptr) == (b.m_pName == nullptr);
-}
-
-PropertyDescriptor const* FindDescriptor(DescriptorEntry const* pEntry, PropertyDescriptor const& wanted) {
-    while (pEntry && !IsSame(pEntry->m_descriptor, wanted)) {
-        pEntry = pEntry->m_pNext;
-    }
-    return pEntry ? &pEntry->m_descriptor : nullptr;
-}
-
-/** The one descriptor equal to `wanted`, made when there is none yet; null when out of memory. */
-PropertyDescriptor const* Intern(PropertyDescriptor const& wanted) {
-    static Immortal<Mutex> s_mutex;
-    std::atomic<DescriptorEntry*>& bucket = g_descriptors[wanted.m_nID % DescriptorBuckets];
-    if (PropertyDescriptor const* pFound = FindDescriptor(bucket.load(std::memory_order_acquire), wanted)) {
-        return pFound;
-    }
-    ScopedLock lock(s_mutex.Get());
-    DescriptorEntry* const pFirst = bucket.load(std::memory_order_relaxed);
-    if (PropertyDescriptor const* pFound = FindDescriptor(pFirst, wanted)) {
-        return pFound;
-    }
-    DescriptorEntry* const pEntry = new (std::nothrow) DescriptorEntry{wanted, pFirst};
-    if (!pEntry) {
-        return nullptr;
-    }
-    bucket.store(pEntry, std::memory_order_release);
-    return &pEntry->m_descriptor;
+bool IsAnimated(PropertyDescriptor const& descriptor, Property const* pProperty) {
+    return !descriptor.m_pfnIsAnimated || descriptor.m_pfnIsAnimated(pProperty);
 }
 
 void NoteFailedLoad(Deserializer& deserializer, PropertyDescriptor const& descriptor) {
@@ -66,26 +26,23 @@ void NoteFailedLoad(Deserializer& deserializer, PropertyDescriptor const& descri
 
 } // namespace
 
-PropertyDescriptor const* PropertyList::Describe(char16_t const* pName, unsigned int nID,
-                                                 PropertyType::Enum type,
-                                                 bool (*pfnIsAnimated)(Property const*)) {
-    return Intern(PropertyDescriptor{pName, nID, type, pfnIsAnimated});
+PropertyList::~PropertyList() {
+    Clear();
 }
 
 bool PropertyList::Register(unsigned int nPropertyID, Property* pProperty) {
-    return Register(Describe(nullptr, nPropertyID, PropertyType::Unknown, nullptr), pProperty);
+    return Register(PropertyDescriptor{nullptr, nPropertyID, PropertyType::Unknown, nullptr}, pProperty);
 }
 
-bool PropertyList::Register(PropertyDescriptor const* pDescriptor, Property* pProperty) {
-    m_fWhole = m_fWhole && pDescriptor;
-    if (!pDescriptor || !pProperty) {
+bool PropertyList::Register(PropertyDescriptor const& descriptor, Property* pProperty) {
+    if (!pProperty) {
         return false;
     }
     NoteShortage(pProperty->IsTorn());
-    Entry const entry = {pProperty, pDescriptor};
-    if (Entry const* pOlder = Find(pDescriptor->m_nID)) {
-        m_entries[static_cast<unsigned int>(pOlder - m_entries.GetData())] = entry;
-    } else if (!m_entries.Append(entry)) {
+    // The distance of addresses, as numbers: the property need not be in one object with the list.
+    PropertyDescriptor const* const pDescriptor =
+        Enter(descriptor, reinterpret_cast<std::intptr_t>(pProperty) - reinterpret_cast<std::intptr_t>(this));
+    if (!pDescriptor) {
         m_fWhole = false;
         return false;
     }
@@ -93,50 +50,89 @@ bool PropertyList::Register(PropertyDescriptor const* pDescriptor, Property* pPr
     return pProperty->Initialize(*pDescriptor);
 }
 
-PropertyList::Entry const* PropertyList::Find(unsigned int nPropertyID) const {
-    for (Entry const& entry : m_entries) {
-        if (entry.m_pDescriptor->m_nID == nPropertyID) {
-            return &entry;
+/** Takes on the shape with this property; the interned descriptor, or null without memory. */
+PropertyDescriptor const* PropertyList::Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset) {
+    PropertyShape& shape = m_pShape ? *m_pShape : PropertyShape::GetEmpty();
+    if (!m_fOwnShape) {
+        if (PropertyShape* const pShape = shape.Extend(descriptor, nOffset)) {
+            m_pShape = pShape;
+            return pShape->GetLatest();
         }
+        PropertyShape* const pCopy = shape.Copy();
+        if (!pCopy) {
+            return nullptr;
+        }
+        m_pShape = pCopy;
+        m_fOwnShape = true;
     }
-    return nullptr;
+    return m_pShape->Enter(descriptor, nOffset);
+}
+
+Property* PropertyList::GetProperty(PropertySlot const& slot) const {
+    return reinterpret_cast<Property*>(reinterpret_cast<std::intptr_t>(this) + slot.m_nOffset);
+}
+
+PropertyList::Found PropertyList::Find(unsigned int nPropertyID) const {
+    PropertySlot const* const pSlot = m_pShape ? m_pShape->Find(nPropertyID) : nullptr;
+    return pSlot ? Found(Entry{GetProperty(*pSlot), pSlot->m_pDescriptor}) : Found();
+}
+
+unsigned int PropertyList::GetCount() const {
+    return m_pShape ? m_pShape->GetSlots().GetCount() : 0;
+}
+
+PropertyList::Entry PropertyList::GetEntry(unsigned int nEntry) const {
+    PropertySlot const& slot = m_pShape->GetSlots()[nEntry];
+    return Entry{GetProperty(slot), slot.m_pDescriptor};
 }
 
 void PropertyList::Clear() {
-    m_entries.Clear();
+    if (m_fOwnShape) {
+        delete m_pShape;
+    }
+    m_pShape = nullptr;
+    m_fOwnShape = false;
     m_fWhole = true;
     ForgetAnimated();
 }
 
 void PropertyList::ForgetAnimated() {
     m_pFirstAnimated = nullptr;
-    m_otherAnimated.Clear();
+    m_nOtherAnimated = 0;
     m_fSeveralAnimated = false;
 }
 
 void PropertyList::CollectAnimated() {
-    unsigned int const nGeneration = BasePropertyGeneration::Get();
+    m_nGeneration = BasePropertyGeneration::Get();
     ForgetAnimated();
-    for (Entry const& entry : m_entries) {
-        bool (*const pfnIsAnimated)(Property const*) = entry.m_pDescriptor->m_pfnIsAnimated;
-        if (pfnIsAnimated && !pfnIsAnimated(entry.m_pProperty)) {
+    for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
+        Entry const entry = GetEntry(nEntry);
+        if (!IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
             continue;
         }
         if (!m_pFirstAnimated) {
             m_pFirstAnimated = entry.m_pProperty;
-        } else if (m_otherAnimated.Append(entry.m_pProperty)) {
-            m_fSeveralAnimated = true;
         } else {
-            return; // tried again at the next update
+            m_nOtherAnimated |= std::uint64_t{1} << (nEntry < LastAnimatedBit ? nEntry : LastAnimatedBit);
+            m_fSeveralAnimated = true;
         }
     }
-    m_nGeneration = nGeneration;
 }
 
 void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& frame) {
+    std::uint64_t nLeft = m_nOtherAnimated;
     m_pFirstAnimated->Update(context, frame);
-    for (unsigned int nOther = 0; nOther < m_otherAnimated.GetCount(); ++nOther) {
-        m_otherAnimated[nOther]->Update(context, frame);
+    for (; nLeft != 0; nLeft &= nLeft - 1) {
+        unsigned int const nFirst = static_cast<unsigned int>(__builtin_ctzll(nLeft));
+        unsigned int const nEnd = nFirst < LastAnimatedBit ? nFirst + 1 : GetCount();
+        // An update may have changed what is registered.
+        for (unsigned int nEntry = nFirst; nEntry < nEnd && nEntry < GetCount(); ++nEntry) {
+            Entry const entry = GetEntry(nEntry);
+            if (nFirst < LastAnimatedBit || (entry.m_pProperty != m_pFirstAnimated &&
+                                             IsAnimated(*entry.m_pDescriptor, entry.m_pProperty))) {
+                entry.m_pProperty->Update(context, frame);
+            }
+        }
     }
 }
 
@@ -144,7 +140,8 @@ bool PropertyList::Save(Serializer& serializer) const {
     if (!m_fWhole) {
         return false;
     }
-    for (Entry const& entry : m_entries) {
+    for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
+        Entry const entry = GetEntry(nEntry);
         if (!serializer.PushTag(DocumentID::Property, entry.m_pDescriptor->m_nID) ||
             !entry.m_pProperty->Save(serializer)) {
             return false;
@@ -162,8 +159,7 @@ bool PropertyList::Load(Deserializer& deserializer) {
     unsigned int const nChildren = deserializer.GetChildCount();
     for (unsigned int nChild = 0; nChild < nChildren; ++nChild) {
         DocumentNode const* const pChild = deserializer.GetCurrentNode()->GetChild(nChild);
-        Entry const* const pEntry =
-            pChild->GetTagID() == DocumentID::Property ? Find(pChild->GetTypeID()) : nullptr;
+        Found const pEntry = pChild->GetTagID() == DocumentID::Property ? Find(pChild->GetTypeID()) : Found();
         if (!pEntry) {
             continue;
         }
@@ -178,8 +174,8 @@ bool PropertyList::Load(Deserializer& deserializer) {
 }
 
 void PropertyList::Emit(MemoryTracer* pTracer) const {
-    for (Entry const& entry : m_entries) {
-        entry.m_pProperty->Emit(pTracer);
+    for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
+        GetEntry(nEntry).m_pProperty->Emit(pTracer);
     }
 }
 

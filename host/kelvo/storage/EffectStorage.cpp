@@ -28,6 +28,11 @@ unsigned int GetFactoryID(Effect const& effect) {
     return effect.GetClassID();
 }
 
+/** Whether the node holds what it has just been given, as it does unless memory was short. */
+bool IsHeld(Deserializer& deserializer, Referenced const& given) {
+    return given.GetReferenceCount() > 1 || deserializer.Fail(u"memory is short");
+}
+
 /** Adds the mask that the current document node describes. */
 bool LoadMask(Deserializer& deserializer, TransformNode& node) {
     Ref<Mask> const pMask(new (std::nothrow) Mask);
@@ -35,7 +40,7 @@ bool LoadMask(Deserializer& deserializer, TransformNode& node) {
         return deserializer.Fail(u"a mask without whole triangles");
     }
     node.AddMask(pMask.Get());
-    return true;
+    return IsHeld(deserializer, *pMask);
 }
 
 /** Adds the effect that the current document node describes. */
@@ -51,7 +56,7 @@ bool LoadEffect(Deserializer& deserializer, TransformNode& node) {
         return deserializer.Fail(u"an effect's data does not fit");
     }
     node.AddEffect(pEffect.Get());
-    return true;
+    return IsHeld(deserializer, *pEffect);
 }
 
 bool LoadEach(Deserializer& deserializer, unsigned int nTagID, TransformNode& node,

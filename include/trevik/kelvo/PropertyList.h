@@ -5,11 +5,19 @@
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/Property.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace trevik::kelvo {
 
+class PropertyShape;
+struct PropertySlot;
+
 /**
- * The animated properties of one object, by id. Holds pointers to properties that are members of the owner
- * and live as long as it does. Used on the thread that updates the owner.
+ * The animated properties of one object, by id. The properties are members of the owner and live as long as
+ * it does; so they are noted by where they lie, once for all objects of a class. Properties that are no
+ * members of the owner may be registered, too, and take memory for each list. A list and its properties are
+ * used on the thread that updates the owner; different lists may be used by different threads.
  */
 class TREVIK_API PropertyList {
 public:
@@ -19,7 +27,28 @@ public:
         PropertyDescriptor const* m_pDescriptor; ///< interned; lives as long as the process
     };
 
+    /** What Find has found: an entry or none, to be used like a pointer to it. */
+    class Found {
+    public:
+        /** None. */
+        Found(std::nullptr_t = nullptr) {} // NOLINT(google-explicit-constructor): as a pointer
+        explicit Found(Entry const& entry) : m_entry(entry) {}
+
+        /** Whether there is an entry. */
+        explicit operator bool() const { return m_entry.m_pProperty != nullptr; }
+        /** The entry, which there has to be. */
+        Entry const& operator*() const { return m_entry; }
+        /** The entry, which there has to be. */
+        Entry const* operator->() const { return &m_entry; }
+        friend bool operator==(Found const& found, std::nullptr_t) { return !found; }
+        friend bool operator!=(Found const& found, std::nullptr_t) { return static_cast<bool>(found); }
+
+    private:
+        Entry m_entry{};
+    };
+
     PropertyList() = default;
+    ~PropertyList();
     /**
      * Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
      */
@@ -36,24 +65,24 @@ public:
     template <class T>
     bool Register(unsigned int nPropertyID, BaseProperty<T>* pProperty) {
         return Register(
-            Describe(nullptr, nPropertyID, PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
+            PropertyDescriptor{nullptr, nPropertyID, PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated},
             pProperty);
     }
 
     /** Enters a property under the id of `pName`, static UTF-16 text that scene files use as its name. */
     template <class T>
     bool Register(char16_t const* pName, BaseProperty<T>* pProperty) {
-        return Register(
-            Describe(pName, HashName(pName), PropertyTypeOf<T>::value, &BaseProperty<T>::IsAnimated),
-            pProperty);
+        return Register(PropertyDescriptor{pName, HashName(pName), PropertyTypeOf<T>::value,
+                                           &BaseProperty<T>::IsAnimated},
+                        pProperty);
     }
 
-    /** Entry with the id, or null. */
-    Entry const* Find(unsigned int nPropertyID) const;
+    /** Entry with the id, or none. */
+    Found Find(unsigned int nPropertyID) const;
     /** The number of entries. */
-    unsigned int GetCount() const { return m_entries.GetCount(); }
-    /** Entry `nEntry` (0 .. GetCount() - 1). */
-    Entry const& GetEntry(unsigned int nEntry) const { return m_entries[nEntry]; }
+    unsigned int GetCount() const;
+    /** Entry `nEntry` (0 .. GetCount() - 1), in the order in which the ids were registered. */
+    Entry GetEntry(unsigned int nEntry) const;
     /** Forgets all registrations. */
     void Clear();
 
@@ -92,20 +121,20 @@ public:
     void Emit(MemoryTracer* pTracer) const;
 
 private:
-    bool Register(PropertyDescriptor const* pDescriptor, Property* pProperty);
-    static PropertyDescriptor const* Describe(char16_t const* pName, unsigned int nID,
-                                              PropertyType::Enum type,
-                                              bool (*pfnIsAnimated)(Property const*));
+    bool Register(PropertyDescriptor const& descriptor, Property* pProperty);
+    PropertyDescriptor const* Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset);
+    Property* GetProperty(PropertySlot const& slot) const;
     void ForgetAnimated();
     void CollectAnimated();
     void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
 
     unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when the animated were collected; 0 = never
-    bool m_fSeveralAnimated = false; ///< m_otherAnimated has entries
+    bool m_fSeveralAnimated = false; ///< m_nOtherAnimated has bits set
     bool m_fWhole = true;            ///< see IsWhole
+    bool m_fOwnShape = false;        ///< m_pShape belongs to this list
     Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
-    List<Property*> m_otherAnimated;
-    List<Entry> m_entries;
+    std::uint64_t m_nOtherAnimated = 0;   ///< a bit for each entry; the last one for all from there on
+    PropertyShape* m_pShape = nullptr;    ///< what is registered; null for nothing
 };
 
 } // namespace trevik::kelvo

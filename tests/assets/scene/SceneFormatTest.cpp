@@ -49,7 +49,7 @@ std::vector<std::string> ExpectedRows(PropertyList const& properties, PropertyLi
     std::vector<std::string> rows;
     std::vector<std::string> const names = GetPropertyNames(properties);
     for (unsigned int n = 0; n < properties.GetCount(); ++n) {
-        PropertyList::Entry const& entry = properties.GetEntry(n);
+        PropertyList::Entry const entry = properties.GetEntry(n);
         if (!pBase || !pBase->Find(entry.m_pDescriptor->m_nID)) {
             rows.push_back("| `" + names[n] + "` | " + DescribeValue(names[n], entry.m_pDescriptor->m_type) +
                            " | " + DescribeValueOf(entry));

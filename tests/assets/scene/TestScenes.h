@@ -201,7 +201,7 @@ private:
     void AddProperties(PropertyList& properties, PropertyList const& initial) {
         std::vector<std::string> const names = GetPropertyNames(properties);
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
-            PropertyList::Entry const& entry = properties.GetEntry(n);
+            PropertyList::Entry const entry = properties.GetEntry(n);
             bool const fAnimated = entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty);
             std::string before;
             for (int nHalf = 2 * m_settings.m_nFirstFrame; fAnimated && nHalf <= 2 * m_settings.m_nLastFrame;

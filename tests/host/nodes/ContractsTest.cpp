@@ -117,7 +117,7 @@ Subject MakeController(char const* pName, std::vector<T> const& samples) {
 /** Gives each property of a list a value of its own, and some of them a controller. */
 void SetAll(PropertyList& list) {
     for (unsigned int n = 0; n < list.GetCount(); ++n) {
-        PropertyList::Entry const& entry = list.GetEntry(n);
+        PropertyList::Entry const entry = list.GetEntry(n);
         unsigned int const nType = entry.m_pDescriptor->m_type;
         RealFloat r = RealFloat(2.5) + static_cast<RealFloat>(n);
         if (nType == PropertyType::String) {

@@ -79,16 +79,110 @@ TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {
     EXPECT_EQ(probe.m_frame, 3);
 }
 
+/** An object with a list and properties, as nodes are. */
+struct Owner {
+    bool Register(unsigned int nFirstID) {
+        return m_list.Register(nFirstID, &m_first) && m_list.Register(nFirstID + 1, &m_second);
+    }
+    PropertyList m_list;
+    RealProperty m_first, m_second;
+};
+
+/** An id that no test has used yet, also when tests are repeated, with room for more behind it. */
+unsigned int MakeID() {
+    static unsigned int s_nID = 2000000;
+    return s_nID += 1000;
+}
+
+TEST(PropertyList, ObjectsOfOneClassShareWhatIsRegistered) {
+    unsigned int const nID = MakeID();
+    Owner first, other;
+    EXPECT_TRUE(first.Register(nID));
+    unsigned long long const nAllocations = Allocation::GetCount();
+    EXPECT_TRUE(other.Register(nID));
+    EXPECT_EQ(Allocation::GetCount(), nAllocations);
+    EXPECT_EQ(other.m_list.Find(nID + 1)->m_pProperty, &other.m_second);
+    EXPECT_EQ(other.m_list.GetEntry(0).m_pDescriptor, first.m_list.GetEntry(0).m_pDescriptor);
+
+    RealProperty own; // what one object has more, the others have not
+    EXPECT_TRUE(other.m_list.Register(nID + 2, &own));
+    EXPECT_TRUE(other.m_list.Register(nID, &own));
+    EXPECT_EQ(other.m_list.GetCount(), 3u);
+    EXPECT_EQ(other.m_list.GetEntry(0).m_pProperty, &own);
+    EXPECT_EQ(first.m_list.GetCount(), 2u);
+    EXPECT_EQ(first.m_list.GetEntry(0).m_pProperty, &first.m_first);
+    EXPECT_FALSE(first.m_list.Find(nID + 2));
+    EXPECT_EQ(PropertyList(other.m_list).Find(nID), nullptr) << "a copy's owner registers its own";
+}
+
+TEST(PropertyList, PropertiesThatLieElsewhereEachTimeLeaveNothingBehind) {
+    unsigned int const nID = MakeID();
+    std::vector<RealProperty> properties(100);
+    long long nLive = 0;
+    for (unsigned int n = 0; n < properties.size(); ++n) {
+        if (n == properties.size() / 2) {
+            nLive = Allocation::GetLiveCount(); // by now it is known that no class registers them
+        }
+        Owner owner;
+        EXPECT_TRUE(owner.m_list.Register(nID + 2, &properties[n]));
+        EXPECT_TRUE(owner.Register(nID));
+        EXPECT_TRUE(owner.m_list.Register(nID, &properties[n]));
+        ASSERT_EQ(owner.m_list.GetCount(), 3u);
+        EXPECT_EQ(owner.m_list.GetEntry(0).m_pProperty, &properties[n]);
+        EXPECT_EQ(owner.m_list.Find(nID)->m_pProperty, &properties[n]);
+        EXPECT_EQ(owner.m_list.Find(nID + 1)->m_pProperty, &owner.m_second);
+    }
+    EXPECT_EQ(Allocation::GetLiveCount(), nLive);
+}
+
+TEST(PropertyList, AnyNumberIsUpdatedInTheOrderOfRegistration) {
+    /** Notes its id when it is updated. */
+    class Noting : public IntProperty {
+    public:
+        void Update(UpdateContext const&, RealFloat const&) override { m_pUpdated->push_back(GetID()); }
+        std::vector<unsigned int>* m_pUpdated = nullptr;
+    };
+    Ref<Controller<int>> const pController(new SampleController<int>);
+    for (unsigned int nCount : {1u, 2u, 62u, 63u, 64u, 65u, 66u, 130u}) {
+        // All of them, only the last ones, and one of the last with none before.
+        for (unsigned int nStep : {1u, 3u, nCount}) {
+            unsigned int const nID = MakeID();
+            std::vector<unsigned int> updated, expected;
+            std::vector<Noting> properties(nCount);
+            PropertyList list;
+            for (unsigned int n = nCount; n-- > 0;) {
+                properties[n].m_pUpdated = &updated;
+                ASSERT_TRUE(list.Register(nID + n, &properties[n]));
+            }
+            for (unsigned int n = nCount; n-- > 0;) {
+                if (n % nStep == 0) {
+                    properties[n].AddController(pController);
+                    expected.push_back(nID + n);
+                }
+            }
+            list.Update(UpdateContext(), 0);
+            EXPECT_EQ(updated, expected) << nCount << ", " << nStep;
+        }
+    }
+}
+
 TEST(PropertyList, OneThatLacksSomethingIsNotSaved) {
-    PropertyList list;
-    RealProperty property;
-    Allocation::FailAfter(0);
-    bool const fRegistered = list.Register(u"Opacity", &property);
-    Allocation::FailNever();
-    EXPECT_FALSE(fRegistered);
-    EXPECT_FALSE(SaveToNode(list));
-    list.Clear();
-    EXPECT_TRUE(SaveToNode(list));
+    for (unsigned int nFirst = 0; nFirst < 2; ++nFirst) { // a list that shares its shape; one of its own
+        unsigned int const nID = MakeID();
+        std::vector<RealProperty> properties(100);
+        PropertyList list;
+        for (unsigned int n = 0; n < 64 * nFirst; ++n) {
+            ASSERT_TRUE(list.Register(nID + n, &properties[n]));
+        }
+        Allocation::FailAfter(0);
+        bool const fRegistered = list.Register(nID + 99, &properties[99]);
+        Allocation::FailNever();
+        EXPECT_FALSE(fRegistered);
+        EXPECT_FALSE(list.Find(nID + 99));
+        EXPECT_FALSE(SaveToNode(list));
+        list.Clear();
+        EXPECT_TRUE(SaveToNode(list));
+    }
 }
 
 } // namespace
