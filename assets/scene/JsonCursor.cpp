@@ -70,7 +70,7 @@ bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path, std
     for (std::size_t n = 0; n < from.GetItems().size(); ++n) {
         if (FindPath(from.GetItems()[n], to, path, nUse)) {
             nUse = nUse != 0 ? nUse : from.GetUse();
-            path.insert(0, "/" + (fObject ? DescribeStep(from.GetNames()[n]) : std::to_string(n)));
+            path.insert(0, "/" + (fObject ? DescribeStep(from.GetName(n)) : std::to_string(n)));
             return true;
         }
     }
@@ -239,7 +239,7 @@ Fault JsonCursor::MakeUnknownName(std::string const& name, char const* what,
                  "unknown " + std::string(what) + " " + Quote(name) + DescribeKnownNames(name, known));
 }
 
-std::optional<JsonCursor> JsonCursor::Find(std::string const& name) const {
+std::optional<JsonCursor> JsonCursor::Find(std::string_view name) const {
     JsonValue const* const pValue = m_pValue->Find(name);
     if (!pValue) {
         return std::nullopt;
@@ -247,10 +247,10 @@ std::optional<JsonCursor> JsonCursor::Find(std::string const& name) const {
     return JsonCursor(*m_pSource, *pValue);
 }
 
-JsonCursor JsonCursor::Require(std::string const& name) const {
+JsonCursor JsonCursor::Require(std::string_view name) const {
     std::optional<JsonCursor> const found = Find(name);
     if (!found) {
-        Fail("there is no \"" + name + "\"");
+        Fail("there is no \"" + std::string(name) + "\"");
     }
     return *found;
 }

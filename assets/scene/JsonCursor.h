@@ -6,6 +6,7 @@
 #include <deque>
 #include <optional>
 #include <string>
+#include <string_view>
 #include <vector>
 
 namespace trevik::kelvo::assets {
@@ -45,6 +46,7 @@ struct JsonSource {
     std::string folder = std::string();                     ///< empty or ends in "/"
     std::deque<JsonFile> included = std::deque<JsonFile>(); ///< files of the numbers from 1 on
     std::vector<JsonUse> uses = std::vector<JsonUse>();     ///< numbered from 1 on
+    JsonPool pool = {};                                     ///< of all files
 
     std::string const& GetFileName(unsigned char nFile) const {
         return nFile == 0 ? name : included[nFile - 1u].name;
@@ -137,12 +139,14 @@ public:
     /** Throws for a name that has no meaning here, with the known one that is nearest to it. */
     [[noreturn]] void FailUnknownName(std::string const& name, char const* what,
                                       std::vector<std::string> const& known) const;
-    std::size_t GetMemberCount() const { return m_pValue->GetNames().size(); }
-    std::string const& GetMemberName(std::size_t nMember) const { return m_pValue->GetNames()[nMember]; }
+    std::size_t GetMemberCount() const {
+        return Is(JsonValue::Kind::Object) ? m_pValue->GetItems().size() : 0;
+    }
+    std::string const& GetMemberName(std::size_t nMember) const { return m_pValue->GetName(nMember); }
     JsonCursor GetMember(std::size_t nMember) const { return GetItem(nMember); }
-    std::optional<JsonCursor> Find(std::string const& name) const;
+    std::optional<JsonCursor> Find(std::string_view name) const;
     /** The same, but throws when there is none. */
-    JsonCursor Require(std::string const& name) const;
+    JsonCursor Require(std::string_view name) const;
 
 private:
     Fault MakeUnknownName(std::string const& name, char const* what,

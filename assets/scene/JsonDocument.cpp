@@ -4,7 +4,10 @@
 
 #include <algorithm>
 #include <cstdio>
+#include <functional>
 #include <iterator>
+#include <memory>
+#include <new>
 #include <numeric>
 #include <utility>
 
@@ -44,55 +47,121 @@ private:
 
 } // namespace
 
-JsonValue const* JsonValue::Find(std::string const& name) const {
-    auto const found = std::find(GetNames().begin(), GetNames().end(), name);
-    return found == GetNames().end() ? nullptr
-                                     : &GetItems()[static_cast<std::size_t>(found - GetNames().begin())];
+void* JsonPool::Allocate(std::size_t nBytes) {
+    constexpr std::size_t Chunk = std::size_t(1) << 16;
+    constexpr std::size_t Unit = alignof(JsonValue);
+    nBytes = (nBytes + Unit - 1) / Unit * Unit;
+    if (nBytes > Chunk / 4) { // has a chunk of its own, so that little of others is left unused
+        m_chunks.emplace_back(new std::byte[nBytes]);
+        return m_chunks.back().get();
+    }
+    if (nBytes > m_nLeft) {
+        m_chunks.emplace_back(new std::byte[Chunk]);
+        m_pNext = m_chunks.back().get();
+        m_nLeft = Chunk;
+    }
+    std::byte* const pBytes = m_pNext;
+    m_pNext += nBytes;
+    m_nLeft -= nBytes;
+    return pBytes;
 }
 
-JsonValue JsonValue::Copy() const {
+/** Gives an array or object room for items, of which it has none. */
+void JsonValue::SetContent(JsonPool& pool, std::size_t nRoom) {
+    std::size_t const nName = m_kind == Kind::Object ? sizeof(std::string const*) : 0;
+    void* const pBytes = pool.Allocate(sizeof(Content) + nRoom * (sizeof(JsonValue) + nName));
+    m_pContent = new (pBytes) Content{0, static_cast<unsigned int>(nRoom), 0};
+}
+
+/** Sees to room for one more item. */
+void JsonValue::MakeRoom(JsonPool& pool) {
+    Content& before = *m_pContent;
+    if (before.nCount < before.nRoom) {
+        return;
+    }
+    SetContent(pool, before.nCount * std::size_t(2) + 2);
+    std::uninitialized_move_n(before.GetItems(), before.nCount, m_pContent->GetItems());
+    if (m_kind == Kind::Object) {
+        std::uninitialized_copy_n(before.GetNames(), before.nCount, m_pContent->GetNames());
+    }
+    m_pContent->nCount = before.nCount;
+    m_pContent->nUse = before.nUse;
+}
+
+/** The index of a member; the number of members when there is none of that name. */
+std::size_t JsonValue::FindIndex(std::string_view name) const {
+    std::string const* const* const ppNames = m_pContent->GetNames();
+    std::size_t const nCount = m_pContent->nCount;
+    std::size_t n = 0;
+    while (n < nCount && *ppNames[n] != name) {
+        ++n;
+    }
+    return n;
+}
+
+JsonValue const* JsonValue::Find(std::string_view name) const {
+    std::size_t const nIndex = m_kind == Kind::Object ? FindIndex(name) : 0;
+    return m_kind == Kind::Object && nIndex < m_pContent->nCount ? &GetItems()[nIndex] : nullptr;
+}
+
+JsonValue JsonValue::Copy(JsonPool& pool) const {
     JsonValue copy(m_kind, m_nLine, m_nFile);
-    copy.m_number = m_number;
-    if (m_pContent) {
-        copy.m_pContent = std::make_unique<Content>();
-        copy.m_pContent->text = m_pContent->text;
-        copy.m_pContent->names = m_pContent->names;
-        copy.m_pContent->nUse = m_pContent->nUse;
-        copy.m_pContent->items.reserve(m_pContent->items.size());
-        for (JsonValue const& item : m_pContent->items) {
-            copy.m_pContent->items.push_back(item.Copy());
-        }
+    if (m_kind == Kind::String) {
+        copy.m_pText = m_pText;
+        return copy;
+    }
+    if (m_kind != Kind::Array && m_kind != Kind::Object) {
+        copy.m_number = m_number;
+        return copy;
+    }
+    copy.SetContent(pool, m_pContent->nCount);
+    copy.m_pContent->nUse = m_pContent->nUse;
+    for (JsonValue const& item : GetItems()) {
+        new (copy.m_pContent->GetItems() + copy.m_pContent->nCount++) JsonValue(item.Copy(pool));
+    }
+    if (m_kind == Kind::Object) {
+        std::uninitialized_copy_n(m_pContent->GetNames(), m_pContent->nCount, copy.m_pContent->GetNames());
     }
     return copy;
 }
 
-void JsonValue::SetMember(std::string const& name, JsonValue value) {
-    auto const found = std::find(Names().begin(), Names().end(), name);
-    if (found != Names().end()) {
-        Items()[static_cast<std::size_t>(found - Names().begin())] = std::move(value);
-        return;
-    }
-    Names().push_back(name);
-    Items().push_back(std::move(value));
+void JsonValue::Append(JsonPool& pool, JsonValue item) {
+    MakeRoom(pool);
+    new (m_pContent->GetItems() + m_pContent->nCount++) JsonValue(std::move(item));
 }
 
-JsonValue JsonValue::TakeMember(std::string const& name) {
-    auto const found = std::find(Names().begin(), Names().end(), name);
-    if (found == Names().end()) {
-        return JsonValue();
+void JsonValue::SetMember(JsonPool& pool, std::string const& name, JsonValue value) {
+    std::size_t const nIndex = FindIndex(name);
+    if (nIndex < m_pContent->nCount) {
+        Items()[nIndex] = std::move(value);
+    } else {
+        AddMember(pool, name, std::move(value));
     }
-    auto const item = Items().begin() + (found - Names().begin());
-    JsonValue taken = std::move(*item);
-    Items().erase(item);
-    Names().erase(found);
-    return taken;
+}
+
+void JsonValue::AddMember(JsonPool& pool, std::string const& name, JsonValue value) {
+    MakeRoom(pool);
+    m_pContent->GetNames()[m_pContent->nCount] = pool.Keep(name);
+    new (m_pContent->GetItems() + m_pContent->nCount++) JsonValue(std::move(value));
+}
+
+void JsonValue::RemoveMember(std::string_view name) {
+    std::size_t const nIndex = FindIndex(name);
+    if (nIndex < m_pContent->nCount) {
+        JsonValue* const pItems = m_pContent->GetItems();
+        std::string const** const ppNames = m_pContent->GetNames();
+        std::move(pItems + nIndex + 1, pItems + m_pContent->nCount, pItems + nIndex);
+        std::copy(ppNames + nIndex + 1, ppNames + m_pContent->nCount, ppNames + nIndex);
+        --m_pContent->nCount;
+    }
 }
 
 /** Receives the parser's events and puts the tree together. */
 class JsonBuilder {
 public:
-    JsonBuilder(ByteSpan text, std::string const& name, JsonLimits const& limits, unsigned char nFile)
-        : m_sName(name), m_limits(limits), m_nFile(nFile),
+    JsonBuilder(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonPool& pool,
+                unsigned char nFile)
+        : m_sName(name), m_limits(limits), m_pool(pool), m_nFile(nFile),
           m_pCounted(reinterpret_cast<char const*>(text.data)), m_pReached(m_pCounted),
           m_pEnd(m_pCounted + text.size) {}
 
@@ -103,7 +172,7 @@ public:
             fault = m_fault;
             return false;
         }
-        root = std::move(m_root);
+        root = std::move(m_items.back());
         return true;
     }
 
@@ -120,17 +189,16 @@ public:
     bool number_float(double value, std::string const&) { return AddNumber(JsonValue::Kind::Number, value); }
     bool string(std::string& value) {
         JsonValue added(JsonValue::Kind::String, Line(), m_nFile);
-        added.m_pContent = std::make_unique<JsonValue::Content>();
-        added.m_pContent->text = std::move(value);
+        added.SetText(m_pool, value);
         return Add(std::move(added));
     }
     bool binary(std::vector<std::uint8_t>&) { return false; } // does not occur in text
     bool start_object(std::size_t) { return Open(JsonValue::Kind::Object); }
     bool key(std::string& value) {
-        m_open.back()->m_pContent->names.push_back(std::move(value));
+        m_names.push_back(m_pool.Keep(value));
         return true;
     }
-    bool end_object() { return NamesDiffer(*m_open.back()) && Close(); }
+    bool end_object() { return NamesDiffer() && Close(); }
     bool start_array(std::size_t) { return Open(JsonValue::Kind::Array); }
     bool end_array() { return Close(); }
     bool parse_error(std::size_t, std::string const&, nlohmann::detail::exception const& fault) {
@@ -161,14 +229,7 @@ private:
         if (++m_nValues > m_limits.nValues) {
             return Refuse(value.m_nLine, "more than " + std::to_string(m_limits.nValues) + " values");
         }
-        if (m_open.empty()) {
-            m_root = std::move(value);
-            m_pAdded = &m_root;
-        } else {
-            std::vector<JsonValue>& items = m_open.back()->m_pContent->items;
-            items.push_back(std::move(value));
-            m_pAdded = &items.back();
-        }
+        m_items.push_back(std::move(value));
         return true;
     }
 
@@ -178,35 +239,51 @@ private:
             return Refuse(added.m_nLine, "arrays and objects are nested deeper than " +
                                              std::to_string(m_limits.nDepth) + " levels");
         }
-        added.m_pContent = std::make_unique<JsonValue::Content>();
         if (!Add(std::move(added))) {
             return false;
         }
-        // The pointer holds: while a value is open, nothing is added to the array or object around it.
-        m_open.push_back(m_pAdded);
+        m_open.push_back({m_items.size(), m_names.size()});
         return true;
     }
 
+    /** Moves what has been read of an array or object behind it into its place. */
     bool Close() {
+        auto const items = m_items.begin() + static_cast<std::ptrdiff_t>(m_open.back().nFirstItem);
+        auto const names = m_names.begin() + static_cast<std::ptrdiff_t>(m_open.back().nFirstName);
+        JsonValue& closed = *(items - 1);
+        std::size_t const nCount = static_cast<std::size_t>(m_items.end() - items);
+        closed.SetContent(m_pool, nCount);
+        closed.m_pContent->nCount = static_cast<unsigned int>(nCount);
+        std::uninitialized_move(items, m_items.end(), closed.m_pContent->GetItems());
+        std::uninitialized_copy(names, m_names.end(), closed.m_pContent->GetNames());
+        m_items.erase(items, m_items.end());
+        m_names.erase(names, m_names.end());
         m_open.pop_back();
         return true;
     }
 
-    bool NamesDiffer(JsonValue const& object) {
-        std::vector<std::string> const& names = object.GetNames();
-        std::vector<std::size_t> order(names.size());
+    /** Whether the members of the object that has been read last have names of their own each. */
+    bool NamesDiffer() {
+        auto const names = m_names.begin() + static_cast<std::ptrdiff_t>(m_open.back().nFirstName);
+        m_sorted.assign(names, m_names.end());
+        std::sort(m_sorted.begin(), m_sorted.end(), std::less<>()); // the pool has each text once
+        return std::adjacent_find(m_sorted.begin(), m_sorted.end()) == m_sorted.end() ||
+               RefuseTwice(&*names, m_sorted.size());
+    }
+
+    /** Tells the first by the alphabet of the names that occur twice. */
+    bool RefuseTwice(std::string const* const* ppNames, std::size_t nNames) {
+        std::vector<std::size_t> order(nNames);
         std::iota(order.begin(), order.end(), std::size_t(0));
         std::stable_sort(order.begin(), order.end(),
-                         [&](std::size_t nA, std::size_t nB) { return names[nA] < names[nB]; });
+                         [&](std::size_t nA, std::size_t nB) { return *ppNames[nA] < *ppNames[nB]; });
         auto const twice =
             std::adjacent_find(order.begin(), order.end(),
-                               [&](std::size_t nA, std::size_t nB) { return names[nA] == names[nB]; });
-        if (twice == order.end()) {
-            return true;
-        }
-        return Refuse(object.GetItems()[twice[1]].GetLine(),
-                      "\"" + names[*twice] + "\" stands twice in the same object, first on line " +
-                          std::to_string(object.GetItems()[twice[0]].GetLine()));
+                               [&](std::size_t nA, std::size_t nB) { return ppNames[nA] == ppNames[nB]; });
+        JsonValue const* const pItems = m_items.data() + m_open.back().nFirstItem;
+        return Refuse(pItems[twice[1]].GetLine(), "\"" + *ppNames[*twice] +
+                                                      "\" stands twice in the same object, first on line " +
+                                                      std::to_string(pItems[twice[0]].GetLine()));
     }
 
     bool Refuse(unsigned int nLine, std::string const& what) {
@@ -230,23 +307,31 @@ private:
         return Fault(m_sName + place, text);
     }
 
+    /** Where the items of an array or object begin that has not ended, and its members' names. */
+    struct Opened {
+        std::size_t nFirstItem;
+        std::size_t nFirstName;
+    };
+
     std::string const& m_sName;
     JsonLimits const& m_limits;
+    JsonPool& m_pool;
     unsigned char m_nFile;
     char const* m_pCounted; ///< up to where m_nLine has counted
     char const* m_pReached; ///< up to where the parser has read
     char const* m_pEnd;
     unsigned int m_nLine = 1;
     std::size_t m_nValues = 0;
-    JsonValue m_root;
-    JsonValue* m_pAdded = nullptr;
-    std::vector<JsonValue*> m_open; ///< the arrays and objects around the next value
+    std::vector<JsonValue> m_items;           ///< of the open arrays and objects, each behind its own
+    std::vector<std::string const*> m_names;  ///< of the open objects' members
+    std::vector<std::string const*> m_sorted; ///< those of the object that has ended
+    std::vector<Opened> m_open;               ///< the arrays and objects around the next value
     Fault m_fault;
 };
 
-bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
-               Fault& fault, unsigned char nFile) {
-    return JsonBuilder(text, name, limits, nFile).Run(root, fault);
+bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonPool& pool,
+               JsonValue& root, Fault& fault, unsigned char nFile) {
+    return JsonBuilder(text, name, limits, pool, nFile).Run(root, fault);
 }
 
 } // namespace trevik::kelvo::assets

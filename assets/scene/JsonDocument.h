@@ -2,15 +2,59 @@
 
 #include "image/Image.h"
 
+#include <cstddef>
 #include <memory>
 #include <string>
+#include <string_view>
+#include <unordered_set>
 #include <vector>
 
 namespace trevik::kelvo::assets {
 
 /**
+ * Where the texts and lists of JSON values lie: side by side, so that they take little room and little time,
+ * and until the pool ends, also those that no value has any more.
+ */
+class JsonPool {
+public:
+    JsonPool() = default;
+    JsonPool(JsonPool const&) = delete;
+    JsonPool& operator=(JsonPool const&) = delete;
+
+    /** A text that stays; the same one for the same text. Most names and words of a file occur often. */
+    std::string const* Keep(std::string const& text) { return &*m_texts.insert(text).first; }
+    /** Whether the text has been kept. */
+    bool Has(std::string const& text) const { return m_texts.count(text) != 0; }
+    /** Bytes that stay, aligned for a value. */
+    void* Allocate(std::size_t nBytes);
+
+private:
+    std::unordered_set<std::string> m_texts;
+    std::vector<std::unique_ptr<std::byte[]>> m_chunks;
+    std::byte* m_pNext = nullptr; ///< in the last one that is not full
+    std::size_t m_nLeft = 0;
+};
+
+/** Values side by side. */
+template <class Value>
+class JsonItems {
+public:
+    JsonItems(Value* pItems, std::size_t nCount) : m_pItems(pItems), m_nCount(nCount) {}
+
+    Value* begin() const { return m_pItems; }
+    Value* end() const { return m_pItems + m_nCount; }
+    std::size_t size() const { return m_nCount; }
+    bool empty() const { return m_nCount == 0; }
+    Value& operator[](std::size_t nIndex) const { return m_pItems[nIndex]; }
+
+private:
+    Value* m_pItems;
+    std::size_t m_nCount;
+};
+
+/**
  * A value of a JSON text with the line that it ends on. Numbers are finite. Members of an object keep their
- * order, and their names differ.
+ * order, and their names differ. Its text and its items lie in a pool and end with that.
  */
 class JsonValue {
 public:
@@ -18,6 +62,8 @@ public:
 
     explicit JsonValue(Kind kind = Kind::Null, unsigned int nLine = 0, unsigned char nFile = 0)
         : m_kind(kind), m_nFile(nFile), m_nLine(nLine) {}
+    JsonValue(JsonValue&&) = default;
+    JsonValue& operator=(JsonValue&&) = default;
 
     Kind GetKind() const { return m_kind; }
     /** Number of the file that the value stands in: 0 for the first of those that belong together. */
@@ -28,44 +74,57 @@ public:
     bool GetBool() const { return m_number != 0; }
     double GetNumber() const { return m_number; }
     /** The text of a string, in UTF-8. */
-    std::string const& GetText() const { return m_pContent->text; }
+    std::string const& GetText() const { return *m_pText; }
     /** Elements of an array, values of an object's members. */
-    std::vector<JsonValue> const& GetItems() const { return m_pContent->items; }
-    /** Names of an object's members; as many as there are items. */
-    std::vector<std::string> const& GetNames() const { return m_pContent->names; }
+    JsonItems<JsonValue const> GetItems() const { return {m_pContent->GetItems(), m_pContent->nCount}; }
+    /** The same, to be changed. */
+    JsonItems<JsonValue> Items() { return {m_pContent->GetItems(), m_pContent->nCount}; }
+    /** The name of an object's member; there are as many as there are items. */
+    std::string const& GetName(std::size_t nMember) const { return *m_pContent->GetNames()[nMember]; }
     /** An object's member; null when it has none of that name. */
-    JsonValue const* Find(std::string const& name) const;
+    JsonValue const* Find(std::string_view name) const;
 
     /** The same value once more. Copies nothing by itself: a copy may be large. */
-    JsonValue Copy() const;
-    /** Values of its own kind for a string, an array or an object, to be changed. */
-    std::string& Text() { return m_pContent->text; }
-    std::vector<JsonValue>& Items() { return m_pContent->items; }
-    std::vector<std::string>& Names() { return m_pContent->names; }
+    JsonValue Copy(JsonPool& pool) const;
+    void SetText(JsonPool& pool, std::string const& text) { m_pText = pool.Keep(text); }
+    /** Adds an element to an array. */
+    void Append(JsonPool& pool, JsonValue item);
     /** An object's member becomes `value`; a new one, if it has none of that name. */
-    void SetMember(std::string const& name, JsonValue value);
-    /** Takes a member out of an object. Null when it has none of that name. */
-    JsonValue TakeMember(std::string const& name);
+    void SetMember(JsonPool& pool, std::string const& name, JsonValue value);
+    /** Adds a member to an object, which has none of that name. */
+    void AddMember(JsonPool& pool, std::string const& name, JsonValue value);
+    /** Takes a member out of an object, if it has one of that name. */
+    void RemoveMember(std::string_view name);
 
     /** Of an object that has come in another's place: which use of a template that was, from 1; else 0. */
-    std::size_t GetUse() const { return m_pContent ? m_pContent->nUse : 0; }
-    void SetUse(std::size_t nUse) { m_pContent->nUse = nUse; }
+    std::size_t GetUse() const { return m_kind == Kind::Object ? m_pContent->nUse : 0; }
+    void SetUse(std::size_t nUse) { m_pContent->nUse = static_cast<unsigned int>(nUse); }
 
 private:
     friend class JsonBuilder;
 
-    struct Content {
-        std::string text;
-        std::vector<JsonValue> items;
-        std::vector<std::string> names;
-        std::size_t nUse = 0;
+    /** What lies before the items of an array or object. Behind them lie the names of an object's members. */
+    struct alignas(8) Content {
+        JsonValue* GetItems() { return reinterpret_cast<JsonValue*>(this + 1); }
+        std::string const** GetNames() { return reinterpret_cast<std::string const**>(GetItems() + nRoom); }
+
+        unsigned int nCount;
+        unsigned int nRoom;
+        unsigned int nUse;
     };
+
+    std::size_t FindIndex(std::string_view name) const;
+    void SetContent(JsonPool& pool, std::size_t nRoom);
+    void MakeRoom(JsonPool& pool);
 
     Kind m_kind;
     unsigned char m_nFile;
     unsigned int m_nLine;
-    double m_number = 0;
-    std::unique_ptr<Content> m_pContent; ///< of strings, arrays and objects
+    union {
+        double m_number = 0;
+        std::string const* m_pText; ///< of a string
+        Content* m_pContent;        ///< of an array or object
+    };
 };
 
 /** What a JSON text may ask for. */
@@ -75,12 +134,12 @@ struct JsonLimits {
 };
 
 /**
- * Reads a JSON text in UTF-8, which may have comments as C++ has them; `nFile` is the number that its values
- * get. Fails, leaving `root` alone, with one line that begins with `name` and the
- * place ("name:line:column: " for what is not JSON, "name:line: " for what is but is refused: a name that
+ * Reads a JSON text in UTF-8, which may have comments as C++ has them; what values hold goes into `pool`, and
+ * `nFile` is the number that they get. Fails, leaving `root` alone, with one line that begins with `name` and
+ * the place ("name:line:column: " for what is not JSON, "name:line: " for what is but is refused: a name that
  * occurs twice in an object, and more than the limits allow).
  */
-bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonValue& root,
-               Fault& fault, unsigned char nFile = 0);
+bool ParseJson(ByteSpan text, std::string const& name, JsonLimits const& limits, JsonPool& pool,
+               JsonValue& root, Fault& fault, unsigned char nFile = 0);
 
 } // namespace trevik::kelvo::assets

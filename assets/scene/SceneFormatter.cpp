@@ -122,7 +122,7 @@ private:
         }
         if (!IsNamed(key)) {
             std::stable_sort(members.begin(), members.end(), [&](std::size_t a, std::size_t b) {
-                return order.At(object.GetNames()[a]) < order.At(object.GetNames()[b]);
+                return order.At(object.GetName(a)) < order.At(object.GetName(b));
             });
         }
         return members;
@@ -153,7 +153,7 @@ private:
             fObject ? Sort(value, key, GetOrder(value)) : std::vector<std::size_t>();
         for (std::size_t n = 0; n < value.GetItems().size(); ++n) {
             std::size_t const nItem = fObject ? members[n] : n;
-            std::string const name = fObject ? value.GetNames()[nItem] : key;
+            std::string const name = fObject ? value.GetName(nItem) : key;
             line += (n == 0 ? "" : ", ") + (fObject ? WriteText(name) + ": " : std::string()) +
                     Join(value.GetItems()[nItem], fObject ? name : std::string());
         }
@@ -180,7 +180,7 @@ private:
         std::string const start(nIndent + Indent, ' ');
         std::string text = "{";
         for (std::size_t const nMember : Sort(object, key, order)) {
-            std::string const& name = object.GetNames()[nMember];
+            std::string const& name = object.GetName(nMember);
             std::string const before = start + WriteText(name) + ": ";
             text += (text.size() == 1 ? "\n" : ",\n") + before +
                     Write(object.GetItems()[nMember], name, nIndent + Indent, before.size());
@@ -228,8 +228,9 @@ std::size_t FindComment(ByteSpan text) {
 
 bool FormatScene(ByteSpan text, std::string const& name, ClassRegistry const& registry,
                  std::string& formatted, Fault& fault) {
+    JsonPool pool;
     JsonValue root;
-    if (!ParseJson(text, name, JsonLimits(), root, fault)) {
+    if (!ParseJson(text, name, JsonLimits(), pool, root, fault)) {
         return false;
     }
     if (std::size_t const nLine = FindComment(text)) {

@@ -172,7 +172,7 @@ bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string
 bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene& scene, SceneNotes* pNotes) {
     try {
         Fault fault;
-        if (!ParseJson(text, source.name, JsonLimits(), source.root, fault)) {
+        if (!ParseJson(text, source.name, JsonLimits(), source.pool, source.root, fault)) {
             throw Fault(fault);
         }
         ExpandTemplates(source);

@@ -97,7 +97,7 @@ public:
             ReadDefinitions(*pRoot);
         }
         for (std::size_t n = 0; n < root.GetItems().size(); ++n) {
-            std::string const& name = root.GetNames()[n];
+            std::string const& name = root.GetName(n);
             if (IsResources(name)) {
                 ExpandItems(root.Items()[n], Scope{nullptr, 0});
             } else if (!IsDefinition(name) && name != "comment" && name != "$schema") {
@@ -105,7 +105,7 @@ public:
             }
         }
         for (char const* pName : DefinitionNames) {
-            root.TakeMember(pName);
+            root.RemoveMember(pName);
         }
         CheckDepth(root, 1);
     }
@@ -129,12 +129,13 @@ private:
                            [&](char const* pName) { return name == pName; });
     }
     static bool Defines(JsonValue const& root) {
-        return std::any_of(root.GetNames().begin(), root.GetNames().end(), IsDefinition);
+        return std::any_of(std::begin(DefinitionNames), std::end(DefinitionNames),
+                           [&](char const* pName) { return root.Find(pName); });
     }
     static bool HasUseBelow(JsonValue const& root) {
         for (std::size_t n = 0; n < root.GetItems().size(); ++n) {
             JsonValue const& item = root.GetItems()[n];
-            bool const fNames = IsResources(root.GetNames()[n]) && item.GetKind() == JsonValue::Kind::Object;
+            bool const fNames = IsResources(root.GetName(n)) && item.GetKind() == JsonValue::Kind::Object;
             if (fNames ? std::any_of(item.GetItems().begin(), item.GetItems().end(), HasUse) : HasUse(item)) {
                 return true;
             }
@@ -193,7 +194,7 @@ private:
         m_nBytesLeft -= bytes.size();
         m_source.included.push_back({path, path.substr(0, path.rfind('/') + 1), JsonValue()});
         JsonValue& root = m_source.included.back().root;
-        if (!ParseJson({bytes.data(), bytes.size()}, path, m_limits, root, fault,
+        if (!ParseJson({bytes.data(), bytes.size()}, path, m_limits, m_source.pool, root, fault,
                        static_cast<unsigned char>(m_source.included.size()))) {
             throw fault;
         }
@@ -208,7 +209,7 @@ private:
     void ReadConstants(JsonValue& constants) {
         At(constants).ReadObject("an object with a value under each name");
         for (std::size_t n = 0; n < constants.GetItems().size(); ++n) {
-            std::string const& name = constants.GetNames()[n];
+            std::string const& name = constants.GetName(n);
             JsonValue& value = constants.Items()[n];
             if (name == "comment") {
                 continue;
@@ -219,7 +220,7 @@ private:
             Expand(value, Scope{nullptr, 0});
             CheckDepth(value, 1);
             m_constantValues.emplace(name, At(value));
-            m_constants.emplace(name, value.Copy());
+            m_constants.emplace(name, value.Copy(m_source.pool));
         }
     }
 
@@ -241,7 +242,9 @@ private:
             Template added{&place.GetValue(), {}};
             if (std::optional<JsonCursor> const parameters = place.Find("parameters")) {
                 parameters->ReadObject("an object with an initial value, or null, under each name");
-                added.parameters = parameters->GetValue().GetNames();
+                for (std::size_t nName = 0; nName < parameters->GetMemberCount(); ++nName) {
+                    added.parameters.push_back(parameters->GetMemberName(nName));
+                }
                 if (added.parameters.size() > MaximumParameters) {
                     parameters->FailExpected("at most " + std::to_string(MaximumParameters) + " parameters");
                 }
@@ -272,13 +275,16 @@ private:
         At(*pAdded).ReadObject("an object with names");
         JsonValue* pOwn = FindMember(m_source.root, pKey);
         if (!pOwn) {
-            m_source.root.SetMember(pKey, pAdded->Copy());
+            m_source.root.SetMember(m_source.pool, pKey, pAdded->Copy(m_source.pool));
             return;
         }
         At(*pOwn).ReadObject("an object with names");
-        std::set<std::string> names(pOwn->GetNames().begin(), pOwn->GetNames().end());
+        std::set<std::string> names;
+        for (std::size_t n = 0; n < pOwn->GetItems().size(); ++n) {
+            names.insert(pOwn->GetName(n));
+        }
         for (std::size_t n = 0; n < pAdded->GetItems().size(); ++n) {
-            std::string const& name = pAdded->GetNames()[n];
+            std::string const& name = pAdded->GetName(n);
             if (name == "comment") {
                 continue;
             }
@@ -286,8 +292,7 @@ private:
                 At(pAdded->GetItems()[n])
                     .Fail("there is another one of this name at " + DescribeLine(At(*pOwn->Find(name))));
             }
-            pOwn->Names().push_back(name);
-            pOwn->Items().push_back(pAdded->GetItems()[n].Copy());
+            pOwn->AddMember(m_source.pool, name, pAdded->GetItems()[n].Copy(m_source.pool));
         }
     }
 
@@ -310,7 +315,7 @@ private:
             return;
         }
         for (std::size_t n = 0; n < value.Items().size(); ++n) {
-            if (!fObject || value.GetNames()[n] != "comment") {
+            if (!fObject || value.GetName(n) != "comment") {
                 Expand(value.Items()[n], scope);
             }
         }
@@ -325,7 +330,7 @@ private:
         if (nDollar == 0 && IsName(text.substr(1))) {
             JsonValue const& meant = Look(At(value), text.substr(1), scope);
             Count(At(value), meant);
-            value = meant.Copy();
+            value = meant.Copy(m_source.pool);
             return;
         }
         std::string expanded;
@@ -352,7 +357,7 @@ private:
             }
         }
         expanded.append(text, nDone, std::string::npos);
-        value.Text() = std::move(expanded);
+        value.SetText(m_source.pool, expanded);
         Count(At(value), value);
     }
 
@@ -410,15 +415,15 @@ private:
         m_source.uses.push_back({name, value.GetFile(), value.GetLine(), scope.nUse});
         std::size_t const nUse = m_source.uses.size();
         JsonValue given = std::move(value);
-        value = node.Copy();
+        value = node.Copy(m_source.pool);
         value.SetUse(nUse);
         m_uses.push_back(
             {name, m_source.GetFileName(given.GetFile()) + ":" + std::to_string(given.GetLine())});
         Expand(value, Scope{&parameters, nUse});
         m_uses.pop_back();
         for (std::size_t n = 0; n < given.GetItems().size(); ++n) {
-            if (IsGivenBeside(used, given.GetNames()[n])) {
-                GiveMember(value, given.GetNames()[n], std::move(given.Items()[n]));
+            if (IsGivenBeside(used, given.GetName(n))) {
+                GiveMember(value, given.GetName(n), std::move(given.Items()[n]));
             }
         }
         CheckDepth(value, 1);
@@ -462,7 +467,7 @@ private:
             if (JsonValue const* const pGiven = given.Find(parameter)) {
                 Count(use, *pGiven);
                 CheckDepth(*pGiven, 1);
-                parameters.emplace(parameter, pGiven->Copy());
+                parameters.emplace(parameter, pGiven->Copy(m_source.pool));
             }
         }
         // An initial value may take up what is given, and initial values before it.
@@ -476,7 +481,7 @@ private:
                          "\"");
             }
             Count(use, initial);
-            JsonValue value = initial.Copy();
+            JsonValue value = initial.Copy(m_source.pool);
             try {
                 Expand(value, Scope{&parameters, 0});
                 CheckDepth(value, 1);
@@ -490,12 +495,14 @@ private:
 
     /** Children come behind those that the template's node has; anything else takes the place of the node's.
      */
-    static void GiveMember(JsonValue& node, std::string const& name, JsonValue value) {
+    void GiveMember(JsonValue& node, std::string const& name, JsonValue value) {
         JsonValue* const pOwn = name == "children" ? FindMember(node, "children") : nullptr;
         if (pOwn && pOwn->GetKind() == JsonValue::Kind::Array && value.GetKind() == JsonValue::Kind::Array) {
-            std::move(value.Items().begin(), value.Items().end(), std::back_inserter(pOwn->Items()));
+            for (JsonValue& child : value.Items()) {
+                pOwn->Append(m_source.pool, std::move(child));
+            }
         } else {
-            node.SetMember(name, std::move(value));
+            node.SetMember(m_source.pool, name, std::move(value));
         }
     }
 

@@ -10,23 +10,24 @@
 namespace trevik::kelvo::assets {
 namespace {
 
-bool Parse(std::string const& text, JsonValue& root, Fault& fault, JsonLimits const& limits = JsonLimits()) {
-    return ParseJson({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, "f.json", limits,
-                     root, fault);
-}
+/** A document that is no longer than its limits, or is refused. */
+struct Parsed {
+    explicit Parsed(std::string const& text, JsonLimits const& limits = JsonLimits()) {
+        fParsed = ParseJson({reinterpret_cast<std::uint8_t const*>(text.data()), text.size()}, source.name,
+                            limits, source.pool, source.root, fault);
+    }
 
-JsonSource ParseSource(std::string const& text) {
-    JsonSource source{"f.json", JsonValue(), SceneFaults()};
+    JsonSource source{"f.json", JsonValue(JsonValue::Kind::Bool), SceneFaults()};
     Fault fault;
-    EXPECT_TRUE(Parse(text, source.root, fault)) << fault.GetText();
-    return source;
-}
+    bool fParsed;
+};
 
 TEST(JsonDocument, KeepsOrderKindsAndLines) {
-    JsonSource source =
-        ParseSource("{\n \"b\": 1.5,\n \"a\": [true, null,\n  \"x\\u00e9\"\n ],\n \"c\": 2\n}\n");
-    JsonValue const& root = source.root;
-    EXPECT_EQ(root.GetNames(), (std::vector<std::string>{"b", "a", "c"}));
+    Parsed const parsed("{\n \"b\": 1.5,\n \"a\": [true, null,\n  \"x\\u00e9\"\n ],\n \"c\": 2\n}\n");
+    ASSERT_TRUE(parsed.fParsed) << parsed.fault.GetText();
+    JsonValue const& root = parsed.source.root;
+    ASSERT_EQ(root.GetItems().size(), 3u);
+    EXPECT_EQ(root.GetName(0) + root.GetName(1) + root.GetName(2), "bac");
     EXPECT_EQ(root.GetLine(), 1u);
     EXPECT_EQ(root.GetItems()[0].GetNumber(), 1.5);
     EXPECT_EQ(root.GetItems()[0].GetLine(), 2u);
@@ -42,11 +43,10 @@ TEST(JsonDocument, KeepsOrderKindsAndLines) {
 
 TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
     for (testing::TextCase const& test : testing::ReadCases("scene/data/json-errors.txt")) {
-        JsonValue root(JsonValue::Kind::Bool);
-        Fault fault;
-        EXPECT_FALSE(Parse(test.text, root, fault)) << test.text;
-        EXPECT_TRUE(testing::IsMessage(fault.GetText(), "f.json:" + test.expected));
-        EXPECT_EQ(root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
+        Parsed const parsed(test.text);
+        EXPECT_FALSE(parsed.fParsed) << test.text;
+        EXPECT_TRUE(testing::IsMessage(parsed.fault.GetText(), "f.json:" + test.expected));
+        EXPECT_EQ(parsed.source.root.GetKind(), JsonValue::Kind::Bool) << "the result was touched";
     }
 }
 
@@ -54,14 +54,11 @@ TEST(JsonDocument, KeepsToTheLimits) {
     JsonLimits limits;
     limits.nDepth = 3;
     limits.nValues = 5;
-    JsonValue root;
-    Fault fault;
-    EXPECT_TRUE(Parse("[[[1]]]", root, fault, limits)) << fault.GetText();
-    EXPECT_FALSE(Parse("[[\n[[]]]]", root, fault, limits));
-    EXPECT_EQ(fault.GetText(), "f.json:2: arrays and objects are nested deeper than 3 levels");
-    EXPECT_TRUE(Parse("[1,2,3,4]", root, fault, limits)) << fault.GetText();
-    EXPECT_FALSE(Parse("[1,2,3,4,\n5]", root, fault, limits));
-    EXPECT_EQ(fault.GetText(), "f.json:2: more than 5 values");
+    auto const parse = [&](char const* pText) { return Parsed(pText, limits).fault.GetText(); };
+    EXPECT_EQ(parse("[[[1]]]"), "");
+    EXPECT_EQ(parse("[[\n[[]]]]"), "f.json:2: arrays and objects are nested deeper than 3 levels");
+    EXPECT_EQ(parse("[1,2,3,4]"), "");
+    EXPECT_EQ(parse("[1,2,3,4,\n5]"), "f.json:2: more than 5 values");
 }
 
 /** The text of the fault that `read` throws. */
@@ -76,9 +73,9 @@ std::string FaultOf(Function read) {
 }
 
 TEST(JsonCursor, NamesPlaceAndWhatStandsThere) {
-    JsonSource source = ParseSource("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
-                                    "that goes on and on and on and on\"}");
-    JsonCursor const root(source);
+    Parsed parsed("{\"nodes\": [0, {\"a/b~c\": [1, 2]}],\n \"text\": \"a long\\u007ftext "
+                  "that goes on and on and on and on\"}");
+    JsonCursor const root(parsed.source);
     JsonCursor const pair = root.Require("nodes").GetItem(1).Require("a/b~c");
     EXPECT_EQ(FaultOf([&] { pair.ReadCount("3 numbers", 3); }),
               "f.json:1: /nodes/1/a~1b~0c: expected 3 numbers, found an array of 2");
