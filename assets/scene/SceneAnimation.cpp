@@ -31,6 +31,14 @@ bool ReadCurve(std::string const& text, double (&numbers)[4]) {
            std::abs(numbers[1]) <= 100 && std::abs(numbers[3]) <= 100;
 }
 
+std::vector<std::string> GetEasingNames() {
+    std::vector<std::string> names;
+    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
+        names.push_back(pName);
+    }
+    return names;
+}
+
 } // namespace
 
 RealFloat Easing::At(RealFloat t) const {
@@ -48,11 +56,8 @@ RealFloat Easing::At(RealFloat t) const {
 }
 
 Interpolate::Function ReadTimeMap(JsonCursor const& place) {
-    std::vector<std::string> names;
-    for (unsigned int n = 0; char const* const pName = Interpolate::GetName(n); ++n) {
-        names.push_back(pName);
-    }
-    return Interpolate::Find(names[place.ReadWord("easing", names)].c_str());
+    static std::vector<std::string> const s_names = GetEasingNames();
+    return Interpolate::Find(s_names[place.ReadWord("easing", s_names)].c_str());
 }
 
 Easing ReadEasing(JsonCursor const& place) {

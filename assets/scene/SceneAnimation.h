@@ -165,7 +165,7 @@ T AnimationReader::ReadOne(JsonCursor const& place, std::string const& name) con
 template <class T>
 void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& name,
                                   Samples<T>& samples) const {
-    place.CheckNames(NamesOf(SamplesKeys));
+    CheckKeys(place, SamplesKeys);
     JsonCursor const list = place.Require("samples");
     std::size_t const nCount = list.ReadCount("an array of one value per frame");
     if (nCount == 0) {
@@ -180,7 +180,7 @@ void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& na
 template <class T>
 AnimationReader::Key<T> AnimationReader::ReadKey(JsonCursor const& place, std::string const& name) const {
     place.ReadObject("a key: an object with \"frame\" and \"value\"");
-    place.CheckNames(NamesOf(KeyKeys));
+    CheckKeys(place, KeyKeys);
     Key<T> key{ReadFrame(place), T{}, Easing()};
     key.value = ReadOne<T>(place.Require("value"), name);
     if (std::optional<JsonCursor> const ease = place.Find("ease")) {
@@ -207,7 +207,7 @@ void AnimationReader::AppendFrames(JsonCursor const& place, Key<T> const& from, 
 
 template <class T>
 void AnimationReader::ReadKeys(JsonCursor const& place, std::string const& name, Samples<T>& samples) const {
-    place.CheckNames(NamesOf(KeysKeys));
+    CheckKeys(place, KeysKeys);
     JsonCursor const list = place.Require("keys");
     std::size_t const nCount = list.ReadCount("an array of keys");
     if (nCount == 0) {

@@ -239,7 +239,7 @@ SceneFonts::Image SceneFonts::ReadImage(JsonCursor const& place, unsigned int nC
     JsonCursor name = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the name of a texture, or an object with \"texture\"");
-        place.CheckNames(NamesOf(FontImageKeys));
+        CheckKeys(place, FontImageKeys);
         name = place.Require("texture");
     }
     Image image{place, Glyph()};

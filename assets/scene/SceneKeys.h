@@ -3,8 +3,11 @@
 #include "kelvo_host/Scene.h"
 #include "scene/JsonCursor.h"
 
+#include <algorithm>
 #include <climits>
+#include <iterator>
 #include <string>
+#include <string_view>
 #include <vector>
 
 /**
@@ -246,6 +249,16 @@ inline std::vector<std::string> WordsOf(char const* const* ppWords) {
     return words;
 }
 
+/** Whether a name is that of a key of some tables. */
+template <class... Tables>
+bool IsKey(std::string_view name, Tables const&... tables) {
+    auto const has = [name](auto const& table) {
+        return std::any_of(std::begin(table), std::end(table),
+                           [name](SceneKey const& key) { return name == key.pName; });
+    };
+    return (has(tables) || ...);
+}
+
 /** The names of the keys of some tables, one behind the other. */
 template <class... Tables>
 std::vector<std::string> NamesOf(Tables const&... tables) {
@@ -257,6 +270,17 @@ std::vector<std::string> NamesOf(Tables const&... tables) {
     };
     (add(tables), ...);
     return names;
+}
+
+/** Throws when members' names are not among the keys of some tables; "comment" always is. */
+template <class... Tables>
+void CheckKeys(JsonCursor const& place, Tables const&... tables) {
+    for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
+        std::string const& name = place.GetMemberName(n);
+        if (name != "comment" && !IsKey(name, tables...)) {
+            place.CheckNames(NamesOf(tables...)); // which throws
+        }
+    }
 }
 
 } // namespace trevik::kelvo::assets

@@ -54,7 +54,7 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
         return;
     }
     layout->ReadObject("an object with \"row\" or \"column\"");
-    layout->CheckNames(NamesOf(LayoutKeys));
+    CheckKeys(*layout, LayoutKeys);
     std::optional<JsonCursor> const row = layout->Find("row");
     std::optional<JsonCursor> const column = layout->Find("column");
     if (row.has_value() == column.has_value()) {
@@ -62,7 +62,7 @@ void SceneLayout::Add(JsonCursor const& place, Node& parent, std::optional<RealF
     }
     JsonCursor const group = row ? *row : *column;
     group.ReadObject("an object with \"gap\" and \"align\"");
-    group.CheckNames(NamesOf(LayoutGroupKeys));
+    CheckKeys(group, LayoutGroupKeys);
     RealFloat gap = 0;
     if (std::optional<JsonCursor> const given = group.Find("gap")) {
         ReadValue(*given, "gap", gap);

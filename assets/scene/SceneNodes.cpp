@@ -97,7 +97,7 @@ void TakeNinePatch(JsonCursor const& place, NinePatchInfo const& info, PropertyL
 /** Sets a camera up as a photographer would; its properties may change parts of that afterwards. */
 void SetUpLens(JsonCursor const& lens, Camera& camera) {
     lens.ReadObject("an object with \"focalLength\", \"filmWidth\" and \"size\"");
-    lens.CheckNames(NamesOf(LensKeys));
+    CheckKeys(lens, LensKeys);
     JsonCursor const size = lens.Require("size");
     size.ReadCount("2 numbers: width, height", 2);
     std::optional<JsonCursor> const centred = lens.Find("centred");
@@ -294,6 +294,15 @@ Ref<Node> SceneNodes::ReadStretched(JsonCursor const& place, Sprite& sprite, Ani
     return Ref<Node>(pBelow.Get());
 }
 
+/** The names of a node's keys that are no properties. */
+std::vector<std::string> const& SceneNodes::GetKeys(Node const& node) {
+    auto const [found, fNew] = m_keys.try_emplace(node.GetFactoryClassID());
+    if (fNew) {
+        found->second = NamesOf(GetNodeKeys(node));
+    }
+    return found->second;
+}
+
 /** Reads all of a node but its children. */
 void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames const& frames) {
     if (node.IsKindOf(Camera::ClassID)) {
@@ -303,7 +312,7 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames 
     if (frames.fYDown && pTransform) { // until its place is read
         pTransform->GetPositionProperty().SetValue(Vector3T<RealFloat>(0, frames.top, 0));
     }
-    bool const fKnown = ReadMembers(place, node.GetProperties(), NamesOf(GetNodeKeys(node)), frames);
+    bool const fKnown = ReadMembers(place, node.GetProperties(), GetKeys(node), frames);
     ReadName(place, node);
     if (node.IsKindOf(Timeline::ClassID)) {
         ReadTimeline(place, static_cast<Timeline&>(node), frames);

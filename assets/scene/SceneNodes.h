@@ -14,6 +14,7 @@
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Timeline.h"
 
+#include <map>
 #include <string>
 #include <vector>
 
@@ -46,6 +47,7 @@ public:
 private:
     Ref<Node> CreateNode(JsonCursor const& place, std::string const& className) const;
     Ref<Node> ReadNode(JsonCursor const& place, AnimationFrames const& frames);
+    std::vector<std::string> const& GetKeys(Node const& node);
     void ReadParts(JsonCursor const& place, Node& node, AnimationFrames const& frames);
     void ReadName(JsonCursor const& place, Node& node) const;
     bool ReadMembers(JsonCursor const& place, PropertyList& properties, std::vector<std::string> const& keys,
@@ -64,6 +66,7 @@ private:
     SceneFonts& m_fonts;
     SampleBudget m_budget;
     SceneLayout m_layout;
+    std::map<unsigned int, std::vector<std::string>> m_keys; ///< that are no properties, by class
     std::size_t m_nNodes = 0;
 };
 

@@ -200,7 +200,7 @@ private:
         }
         m_limits.nValues -= std::min(m_limits.nValues, CountValues(root));
         At(root).ReadObject("an object with what is included");
-        At(root).CheckNames(NamesOf(IncludedKeys));
+        CheckKeys(At(root), IncludedKeys);
         m_open.push_back({canonical, DescribeLine(place)});
         IncludeFiles(root);
         m_open.pop_back();
@@ -237,7 +237,7 @@ private:
                 At(found == m_templates.end() ? place.GetValue() : *found->second.pDefinition);
             CheckName(place, name, found == m_templates.end() ? nullptr : &first);
             place.ReadObject("a template: an object with \"node\" and perhaps \"parameters\"");
-            place.CheckNames(NamesOf(TemplateKeys));
+            CheckKeys(place, TemplateKeys);
             place.Require("node").ReadObject("a node");
             Template added{&place.GetValue(), {}};
             if (std::optional<JsonCursor> const parameters = place.Find("parameters")) {

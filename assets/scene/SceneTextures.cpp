@@ -93,7 +93,7 @@ SceneTexture SceneTextures::ReadTexture(JsonCursor const& place, std::string con
     JsonCursor file = place;
     if (!place.Is(JsonValue::Kind::String)) {
         place.ReadObject("the path of an image file, or an object with \"file\"");
-        place.CheckNames(NamesOf(TextureKeys));
+        CheckKeys(place, TextureKeys);
         file = place.Require("file");
         options = ReadOptions(place);
     }
