@@ -51,6 +51,13 @@ struct JsonSource {
     std::string const& GetFileName(unsigned char nFile) const {
         return nFile == 0 ? name : included[nFile - 1u].name;
     }
+
+    /** Ends the values of all files. What has been found wrong stays. */
+    void EndValues() {
+        root = JsonValue();
+        included.clear();
+        pool.Clear();
+    }
 };
 
 /**

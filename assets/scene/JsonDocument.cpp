@@ -66,6 +66,13 @@ void* JsonPool::Allocate(std::size_t nBytes) {
     return pBytes;
 }
 
+void JsonPool::Clear() {
+    m_texts.clear();
+    m_chunks.clear();
+    m_pNext = nullptr;
+    m_nLeft = 0;
+}
+
 /** Gives an array or object room for items, of which it has none. */
 void JsonValue::SetContent(JsonPool& pool, std::size_t nRoom) {
     std::size_t const nName = m_kind == Kind::Object ? sizeof(std::string const*) : 0;

@@ -27,6 +27,8 @@ public:
     bool Has(std::string const& text) const { return m_texts.count(text) != 0; }
     /** Bytes that stay, aligned for a value. */
     void* Allocate(std::size_t nBytes);
+    /** Ends all that it holds. */
+    void Clear();
 
 private:
     std::unordered_set<std::string> m_texts;

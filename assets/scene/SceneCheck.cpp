@@ -40,13 +40,14 @@ void SceneCheck::Warn(SceneStep const& step, std::string const& key, WarningId i
         return;
     }
     JsonCursor const place = Descend(step.place, key);
-    std::string const way = key.empty() ? step.way : step.way + "/" + key;
+    std::string const node = step.GetWay();
+    std::string const way = key.empty() ? node : node + "/" + key;
     std::string const use = DescribeUse(step);
     unsigned int const nLine = place.GetValue().GetLine();
     m_notes.Warn({id,
                   place.GetFileName() + ":" + std::to_string(nLine) + (use.empty() ? "" : " (" + use + ")") +
                       (way.empty() ? "" : ": " + way),
-                  what, nLine, step.way});
+                  what, nLine, node});
 }
 
 std::string GetWrittenClass(SceneStep const& step) {

@@ -32,7 +32,7 @@ DeviceFormat::Enum ReadFormat(JsonCursor const& place) {
 
 void ReadSurface(JsonCursor const& place, SceneSettings& settings) {
     place.ReadObject("an object with \"size\" and \"format\"");
-    place.CheckNames(NamesOf(SurfaceKeys));
+    CheckKeys(place, SurfaceKeys);
     if (std::optional<JsonCursor> const size = place.Find("size")) {
         place.Attempt([&] {
             size->ReadCount("2 whole numbers: width, height", 2);
@@ -99,7 +99,7 @@ bool IsYDown(JsonCursor const& root) {
 std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene,
                                   SceneNotes* pNotes) {
     root.ReadObject("a scene: an object with \"nodes\"");
-    bool const fKnown = root.Attempt([&] { root.CheckNames(NamesOf(SceneKeys)); });
+    bool const fKnown = root.Attempt([&] { CheckKeys(root, SceneKeys); });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);
     ReadResources(root, "textures", fKnown, textures);
@@ -145,20 +145,27 @@ void HandOverGlyphSources(std::vector<SavedFont> const& fonts, Deserializer& des
     }
 }
 
-/** Saves `built`, whose texts have these fonts, and loads what was saved into `scene`. */
-bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string const& name,
-            ClassRegistry& registry, Scene& scene, Fault& fault) {
+/** A scene that has been built, and what else is kept of the file that it was built from. */
+struct BuiltFile {
+    Scene scene;
+    std::vector<Ref<Font>> fonts; ///< of its texts
+    SceneOrigins origins;         ///< where they are asked for
+};
+
+/** Saves what has been built, which ends with it, and loads what was saved into `scene`. */
+bool Reload(BuiltFile& built, std::string const& name, ClassRegistry& registry, Scene& scene, Fault& fault) {
     Serializer serializer;
-    bool const fSaved = built.Save(serializer);
+    bool const fSaved = built.scene.Save(serializer);
     std::vector<SavedFont> savedFonts;
-    savedFonts.reserve(fonts.size());
-    for (Ref<Font> const& pFont : fonts) {
+    savedFonts.reserve(built.fonts.size());
+    for (Ref<Font> const& pFont : built.fonts) {
         savedFonts.push_back({pFont, fSaved ? serializer.GetFontIndex(pFont.Get()) : -1});
     }
     Ref<DocumentNode> const pDocument = fSaved ? serializer.Finish() : Ref<DocumentNode>();
     if (!pDocument) {
         return Fail(fault, name, "the scene cannot be saved into a document");
     }
+    built.scene.SetRoot(Ref<Timeline>()); // before its like is there a second time
     Deserializer deserializer(pDocument, registry);
     if (!scene.Load(deserializer)) {
         String8 const reason(deserializer.GetError());
@@ -168,35 +175,71 @@ bool Reload(Scene const& built, std::vector<Ref<Font>> const& fonts, std::string
     return true;
 }
 
-/** Reads, builds, saves and loads the scene; what is wrong is noted in the source. */
-bool ReadWhole(ByteSpan text, JsonSource& source, ClassRegistry& registry, Scene& scene, SceneNotes* pNotes) {
+/** The text of a scene, which can be let go. */
+class SceneText {
+public:
+    explicit SceneText(ByteSpan text) : m_text(text) {}
+    explicit SceneText(std::vector<std::uint8_t> bytes)
+        : m_bytes(std::move(bytes)), m_text{m_bytes.data(), m_bytes.size()} {}
+    SceneText(SceneText const&) = delete;
+    SceneText& operator=(SceneText const&) = delete;
+
+    ByteSpan Get() const { return m_text; }
+    /** It is needed no longer. */
+    void End() { m_bytes = std::vector<std::uint8_t>(); }
+
+private:
+    std::vector<std::uint8_t> m_bytes; ///< none where it belongs to others
+    ByteSpan m_text;
+};
+
+/** Reads and builds the scene; what is wrong is noted in the source. */
+bool Build(SceneText& text, JsonSource& source, ClassRegistry& registry, SceneNotes* pNotes,
+           BuiltFile& built) {
     try {
         Fault fault;
-        if (!ParseJson(text, source.name, JsonLimits(), source.pool, source.root, fault)) {
+        if (!ParseJson(text.Get(), source.name, JsonLimits(), source.pool, source.root, fault)) {
             throw Fault(fault);
         }
+        text.End();
         ExpandTemplates(source);
-        Scene built;
-        std::vector<Ref<Font>> const fonts = BuildScene(JsonCursor(source), registry, built, pNotes);
-        if (source.faults.Get().empty() && !Reload(built, fonts, source.name, registry, scene, fault)) {
-            throw Fault(fault);
-        }
+        built.fonts = BuildScene(JsonCursor(source), registry, built.scene, pNotes);
     } catch (Fault const& last) {
         source.faults.Add(last);
     }
     return source.faults.Get().empty();
 }
 
+/**
+ * Reads, builds, saves and loads the scene; what is wrong is noted in the source. Of a large scene each form
+ * takes much memory: none stays longer than the next one needs it.
+ */
+void ReadWhole(SceneText& text, JsonSource& source, ClassRegistry& registry, Scene& scene,
+               SceneNotes* pNotes) {
+    BuiltFile built;
+    if (!Build(text, source, registry, pNotes, built)) {
+        return;
+    }
+    if (pNotes) {
+        built.origins.Take(JsonCursor(source), *built.scene.GetRoot());
+    }
+    source.EndValues();
+    Fault fault;
+    if (!Reload(built, source.name, registry, scene, fault)) {
+        source.faults.Add(fault);
+    } else if (pNotes) {
+        built.origins.Give(*scene.GetRoot(), *pNotes);
+    }
+}
+
 /** The same, but throws nothing. Notes what there is to tell but the files; only with `fAll` more than
  * faults. */
-void ReadNoting(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
+void ReadNoting(SceneText text, std::string const& name, std::string const& folder, ClassRegistry& registry,
                 Scene& scene, SceneNotes& notes, bool fAll) {
     JsonSource source{name, JsonValue(), SceneFaults(), folder};
     notes.SetSource(name);
     try {
-        if (ReadWhole(text, source, registry, scene, fAll ? &notes : nullptr) && fAll) {
-            NoteOrigins(JsonCursor(source), *scene.GetRoot(), notes);
-        }
+        ReadWhole(text, source, registry, scene, fAll ? &notes : nullptr);
     } catch (SceneFaults::TooMany const&) { // those that there are will do
     } catch (std::bad_alloc const&) {
         if (source.faults.Get().empty()) {
@@ -237,14 +280,14 @@ bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, F
             return;
         }
         std::string const folder = path.substr(0, path.rfind('/') + 1);
-        ReadNoting({bytes.data(), bytes.size()}, path, folder, registry, scene, notes, pNotes != nullptr);
+        ReadNoting(SceneText(std::move(bytes)), path, folder, registry, scene, notes, pNotes != nullptr);
     });
 }
 
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
                    Scene& scene, Fault& fault, SceneNotes* pNotes) {
     return ReadWithNotes(pNotes, fault, [&](SceneNotes& notes) {
-        ReadNoting(text, name, folder, registry, scene, notes, pNotes != nullptr);
+        ReadNoting(SceneText(text), name, folder, registry, scene, notes, pNotes != nullptr);
     });
 }
 

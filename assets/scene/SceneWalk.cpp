@@ -17,7 +17,7 @@ void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor);
 void WalkHeld(SceneStep const& step, char const* pKey, Node* pNode, SceneRole role, SceneVisitor& visitor) {
     std::optional<JsonCursor> const held = step.place.Find(pKey);
     if (held && pNode) {
-        Walk({*held, step.way + "/" + pKey, *pNode, role, &step}, "children", visitor);
+        Walk({*held, *pNode, role, &step, pKey, 0}, "children", visitor);
     }
 }
 
@@ -30,14 +30,13 @@ void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor) {
                  visitor);
     }
     if (std::optional<JsonCursor> const children = step.place.Find(pChildren)) {
-        std::string const way = step.way + "/" + pChildren + "/";
         bool const fStretched = HasStretchedChildren(step.place) && step.node.GetChildCount() == 1;
         Node& parent = fStretched ? *step.node.GetChild(0) : step.node;
         std::size_t const nCount =
             std::min<std::size_t>(children->GetValue().GetItems().size(), parent.GetChildCount());
         for (std::size_t n = 0; n < nCount; ++n) {
-            Walk({children->GetItem(n), way + std::to_string(n),
-                  *parent.GetChild(static_cast<unsigned int>(n)), SceneRole::Child, &step},
+            Walk({children->GetItem(n), *parent.GetChild(static_cast<unsigned int>(n)), SceneRole::Child,
+                  &step, pChildren, n},
                  "children", visitor);
         }
     }
@@ -46,8 +45,15 @@ void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor) {
 
 } // namespace
 
+std::string SceneStep::GetWay() const {
+    if (!pAbove) {
+        return "";
+    }
+    return pAbove->GetWay() + "/" + pKey + (role == SceneRole::Child ? "/" + std::to_string(nItem) : "");
+}
+
 void WalkScene(JsonCursor const& file, Timeline& root, SceneVisitor& visitor) {
-    Walk({file, "", root, SceneRole::Root, nullptr}, "nodes", visitor);
+    Walk({file, root, SceneRole::Root, nullptr, nullptr, 0}, "nodes", visitor);
 }
 
 } // namespace trevik::kelvo::assets

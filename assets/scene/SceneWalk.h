@@ -13,10 +13,14 @@ enum class SceneRole { Root, Child, Camera, Background };
 /** A node of a scene and where a scene file describes it. */
 struct SceneStep {
     JsonCursor place;
-    std::string way; ///< "/nodes/3"; empty for the root
     Node& node;
     SceneRole role;
     SceneStep const* pAbove; ///< null for the root
+    char const* pKey;        ///< that it stands under in the description above; null for the root
+    std::size_t nItem;       ///< of a child: which one of the array there
+
+    /** "/nodes/3"; empty for the root. */
+    std::string GetWay() const;
 };
 
 class SceneVisitor {
