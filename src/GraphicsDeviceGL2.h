@@ -231,14 +231,22 @@ public:
 
     /** Sets the model-view matrix of a node: its world matrix, then the view matrix to draw with. */
     void LoadModelView(Matrix4T<RealFloat> const& world) {
-        Matrix4Multiply(world, ViewMatrix(), m_modelView);
+        if (__builtin_expect(m_view.IsAxialAt(CameraGL2::GetUpdateNumber()), true)) {
+            Matrix4Multiply(world, m_view.m_axial, m_modelView);
+        } else {
+            LoadModelViewAnew(world);
+        }
     }
     /**
      * Node space to clip space of the node being drawn: the model-view matrix, then the projection to draw
      * with.
      */
     void GetModelViewProjection(Matrix4T<RealFloat>& out) {
-        Matrix4Multiply(m_modelView, ProjectionMatrix(), out);
+        if (__builtin_expect(m_projection.IsAxialAt(CameraGL2::GetUpdateNumber()), true)) {
+            Matrix4Multiply(m_modelView, m_projection.m_axial, out);
+        } else {
+            MultiplyProjectionAnew(out);
+        }
     }
     /**
      * A copy of GetViewMatrix and GetProjectionMatrix for all renderers, which is valid until Clear, a change
@@ -247,12 +255,12 @@ public:
      */
     Matrix4T<RealFloat> const& ViewMatrix() {
         FetchMatrices();
-        return m_viewMatrix;
+        return m_view.m_whole;
     }
     /** The projection matrix of that copy; see ViewMatrix. */
     Matrix4T<RealFloat> const& ProjectionMatrix() {
         FetchMatrices();
-        return m_projectionMatrix;
+        return m_projection.m_whole;
     }
     /** Whether textured draws drop fragments of alpha below 0.1; off after each Clear. */
     bool IsAlphaTestEnabled() const { return m_fAlphaTest; }
@@ -333,14 +341,42 @@ private:
     void LeaveMasks(List<Mask*> const& masks);
     void DrawMasks(List<Mask*> const& masks);
 
+    /** A matrix to draw with, and its short form, if it has one. */
+    struct DrawingMatrix {
+        /** Whether the short form is there, and as new as the cameras. */
+        bool IsAxialAt(unsigned int nUpdate) const { return m_nAxialUpdate == nUpdate; }
+        void Set(Matrix4T<RealFloat> const& matrix, unsigned int nUpdate) {
+            m_whole = matrix;
+            m_nAxialUpdate = m_axial.Take(matrix) ? nUpdate : 0;
+        }
+        /** Writes the matrix that applies another one first and this one second. */
+        void Apply(Matrix4T<RealFloat> const& first, Matrix4T<RealFloat>& out) const {
+            if (m_nAxialUpdate != 0) {
+                Matrix4Multiply(first, m_axial, out);
+            } else {
+                Matrix4Multiply(first, m_whole, out);
+            }
+        }
+
+        AxialMatrix4T<RealFloat> m_axial;
+        unsigned int m_nAxialUpdate = 0; ///< a CameraGL2::GetUpdateNumber; 0: there is no short form
+        Matrix4T<RealFloat> m_whole;
+    };
+
     /** Makes the next ViewMatrix or ProjectionMatrix copy the matrices again. */
-    void ForgetMatrices() { m_nFetchedUpdate = 0; }
+    void ForgetMatrices() {
+        m_nFetchedUpdate = 0;
+        m_view.m_nAxialUpdate = 0;
+        m_projection.m_nAxialUpdate = 0;
+    }
     void FetchMatrices() {
         if (__builtin_expect(CameraGL2::GetUpdateNumber() != m_nFetchedUpdate, false)) {
             FetchMatricesAnew();
         }
     }
     void FetchMatricesAnew();
+    void LoadModelViewAnew(Matrix4T<RealFloat> const& world);
+    void MultiplyProjectionAnew(Matrix4T<RealFloat>& out);
 
     /** The camera whose matrices are drawn with; null means the identity. */
     CameraGL2* GetDrawingCamera() const {
@@ -372,9 +408,9 @@ private:
     /** Ids from 0 down to the last built-in one. */
     enum : unsigned int { BuiltInPlaces = 1 - ShaderId::SolidEdges };
     ShaderProgramGL2* m_builtIn[BuiltInPlaces] = {}; ///< of m_shaders, by negated id; borrowed
-    Matrix4T<RealFloat> m_viewMatrix;                ///< as of m_nFetchedUpdate
-    Matrix4T<RealFloat> m_projectionMatrix;          ///< the same
     unsigned int m_nFetchedUpdate = 0;               ///< a CameraGL2::GetUpdateNumber; 0: not fetched
+    DrawingMatrix m_view;                            ///< as of m_nFetchedUpdate
+    DrawingMatrix m_projection;                      ///< the same
 
     static pthread_t m_renderThreadId;
     static QueueDispatcher m_dispatcher;

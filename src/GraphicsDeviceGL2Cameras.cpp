@@ -69,8 +69,18 @@ Matrix4T<RealFloat> GraphicsDeviceGL2::GetProjectionMatrix() {
 
 void GraphicsDeviceGL2::FetchMatricesAnew() {
     m_nFetchedUpdate = CameraGL2::GetUpdateNumber();
-    m_viewMatrix = GetViewMatrix();
-    m_projectionMatrix = GetProjectionMatrix();
+    m_view.Set(GetViewMatrix(), m_nFetchedUpdate);
+    m_projection.Set(GetProjectionMatrix(), m_nFetchedUpdate);
+}
+
+void GraphicsDeviceGL2::LoadModelViewAnew(Matrix4T<RealFloat> const& world) {
+    FetchMatrices();
+    m_view.Apply(world, m_modelView);
+}
+
+void GraphicsDeviceGL2::MultiplyProjectionAnew(Matrix4T<RealFloat>& out) {
+    FetchMatrices();
+    m_projection.Apply(m_modelView, out);
 }
 
 Matrix4T<RealFloat> GraphicsDeviceGL2::GetViewportMatrix() {

@@ -83,6 +83,17 @@ inline Lanes SpreadLane(Lanes lanes) {
 #endif
 }
 
+/** The lanes w, w, w and z. */
+inline Lanes ExchangeLanes(Lanes lanes) {
+#if defined(__clang__)
+    return __builtin_shufflevector(lanes, lanes, 3, 3, 3, 2);
+#else
+    // As integers, as above.
+    LaneBits const bits = __builtin_shuffle(reinterpret_cast<LaneBits>(lanes), LaneBits{3, 3, 3, 2});
+    return reinterpret_cast<Lanes>(bits);
+#endif
+}
+
 inline Lanes TransformLanes(Lanes c0, Lanes c1, Lanes c2, Lanes c3, Lanes v) {
     return c0 * SpreadLane<0>(v) + c1 * SpreadLane<1>(v) + c2 * SpreadLane<2>(v) + c3 * SpreadLane<3>(v);
 }
@@ -96,6 +107,15 @@ inline void MultiplyLanes(float const* a, float const* b, float* out) {
     StoreLanes(out + 4, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 4)));
     StoreLanes(out + 8, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 8)));
     StoreLanes(out + 12, TransformLanes(c0, c1, c2, c3, LoadLanes(a + 12)));
+}
+
+inline void MultiplyAxialLanes(float const* a, float const* own, float const* exchanged, float* out) {
+    Lanes const o = LoadLanes(own), e = LoadLanes(exchanged);
+    Lanes const v0 = LoadLanes(a), v1 = LoadLanes(a + 4), v2 = LoadLanes(a + 8), v3 = LoadLanes(a + 12);
+    StoreLanes(out, o * v0 + e * ExchangeLanes(v0));
+    StoreLanes(out + 4, o * v1 + e * ExchangeLanes(v1));
+    StoreLanes(out + 8, o * v2 + e * ExchangeLanes(v2));
+    StoreLanes(out + 12, o * v3 + e * ExchangeLanes(v3));
 }
 #endif
 
@@ -149,6 +169,55 @@ inline void Matrix4MultiplyColumn(Matrix4T<T> const& a, Matrix4T<T> const& b, un
     T product[4];
     detail::TransformPlain(b.m, a.m + 4 * column, product);
     std::memcpy(out.m + 4 * column, product, sizeof(product));
+}
+
+/**
+ * A matrix that leaves the axes apart: it is zero but for its diagonal, its translation and the element that
+ * makes w of z. Views that only move are such matrices, and so are all orthographic projections and all
+ * perspective ones that look straight ahead. A product with one takes half of the instructions.
+ */
+template <class T>
+struct AxialMatrix4T {
+    T m_own[4];       ///< what a vector's x, y, z and w are multiplied with
+    T m_exchanged[4]; ///< what its w, w, w and z are multiplied with, to be added to that
+
+    /** Takes the elements of a matrix over; false, for any other kind of matrix, with nothing changed. */
+    bool Take(Matrix4T<T> const& matrix) {
+        T const* const m = matrix.m;
+        for (int const nOther : {1, 2, 3, 4, 6, 7, 8, 9}) {
+            if (!(m[nOther] == T(0))) {
+                return false;
+            }
+        }
+        for (int i = 0; i < 4; ++i) {
+            m_own[i] = m[5 * i];
+            m_exchanged[i] = m[i < 3 ? 12 + i : 11];
+        }
+        return true;
+    }
+};
+
+/**
+ * Writes the matrix that applies a first and b second, as the other form does. What is left out are products
+ * with zero: elements are the same, but for the sign of a zero, as long as those of a are finite. Where one
+ * of a column of a is not, the other form makes the whole column NaN, and this one only what depends on it.
+ * out may be a.
+ */
+template <class T>
+inline void Matrix4Multiply(Matrix4T<T> const& a, AxialMatrix4T<T> const& b, Matrix4T<T>& out) {
+#if defined(TREVIK_VECTOR_MATH)
+    if constexpr (std::is_same<T, float>::value) {
+        detail::MultiplyAxialLanes(a.m, b.m_own, b.m_exchanged, out.m);
+        return;
+    }
+#endif
+    for (int column = 0; column < 16; column += 4) {
+        T const v[4] = {a.m[column], a.m[column + 1], a.m[column + 2], a.m[column + 3]};
+        for (int row = 0; row < 4; ++row) {
+            out.m[column + row] =
+                static_cast<T>(b.m_own[row] * v[row] + b.m_exchanged[row] * v[row < 3 ? 3 : 2]);
+        }
+    }
 }
 
 /** Writes the ordinary product of m and the column vector v. out may be v. */

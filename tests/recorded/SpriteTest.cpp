@@ -1,5 +1,6 @@
 // Sprites: their geometry, and the calls that draw them.
 
+#include "CameraGL2.h"
 #include "NodeTest.h"
 #include "trevik/Allocation.h"
 
@@ -53,6 +54,46 @@ TEST_F(SpriteTest, SetTextureBeforeLoadWritesNothing) {
     Coords coords[4];
     pSprite->GetTextureCoords(coords);
     EXPECT_FLOAT_EQ(coords[0].x, 0.0001f);
+}
+
+TEST_F(SpriteTest, IsDrawnThroughTheMatricesOfTheMomentWhateverTheirKind) {
+    using Matrix = Matrix4T<RealFloat>;
+    /** Answers with matrices of its own. */
+    struct OtherMatrices : GraphicsDeviceGL2 {
+        Matrix GetViewMatrix() override { return m_view; }
+        Matrix GetProjectionMatrix() override { return m_projection; }
+        Matrix m_view, m_projection;
+    };
+    m_pDevice = std::make_unique<OtherMatrices>();
+    StartDrawing();
+    OtherMatrices& device = static_cast<OtherMatrices&>(Device());
+    Ref<SpriteGL2> const pSprite = MakeSprite(13, 7);
+    pSprite->GetPositionProperty().SetValue(Vector(3, 4, -5));
+    pSprite->GetRotationProperty().SetValue(Vector(30, 40, 50));
+    Ref<CameraGL2> const pCamera(new CameraGL2);
+    Matrix general;
+    for (unsigned int i = 0; i < 16; ++i) {
+        general[i] = static_cast<RealFloat>(i % 5) + 0.7f;
+    }
+    Matrix axial = Matrix4Scale(Vector(2, 3, 4)) * Matrix4Translation(Vector(-5, 6, -7));
+    axial[11] = -1;
+    axial[15] = 0.5f;
+    auto const expectDrawn = [&] {
+        pSprite->Render(device);
+        auto const draw = Draws().back();
+        Matrix const expected = pSprite->GetWorldMatrix() * device.m_view * device.m_projection;
+        EXPECT_EQ(Matrix(draw.Uniform("mWorldToView").data()), expected);
+        EXPECT_EQ(device.GetModelViewMatrix(), pSprite->GetWorldMatrix() * device.m_view);
+    };
+    Draw(*pSprite);
+    for (unsigned int nCase : {0u, 1u, 3u, 2u, 0u, 3u, 0u, 2u, 1u, 0u}) {
+        SCOPED_TRACE(nCase);
+        device.m_view = nCase & 1 ? general : axial;
+        device.m_projection = nCase & 2 ? general : axial;
+        pCamera->Update(device, 0); // an update of any camera is the moment
+        expectDrawn();
+        expectDrawn();
+    }
 }
 
 TEST_F(SpriteTest, TheFirstEffectThatDrawsIsTheLastOneAsked) {

@@ -8,6 +8,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <limits>
 
 using namespace trevik;
 
@@ -131,6 +132,39 @@ void ExpectProducts() {
 TEST(TrevikMatrix, ProductsApplyTheFirstMatrixFirstAndAreSumsFromLeftToRight) {
     ExpectProducts<float>();
     ExpectProducts<double>();
+}
+
+template <class T>
+void ExpectAxialProducts() {
+    Matrix4T<T> const a = UnlikeNumbers<T>(3);
+    Matrix4T<T> b = UnlikeNumbers<T>(77);
+    T const notANumber = std::numeric_limits<T>::quiet_NaN(), infinite = std::numeric_limits<T>::infinity();
+    AxialMatrix4T<T> axial;
+    for (unsigned int const i : {9u, 8u, 7u, 6u, 4u, 3u, 2u, 1u}) {
+        EXPECT_FALSE(axial.Take(b)) << i;
+        b[i] = notANumber;
+        EXPECT_FALSE(axial.Take(b)) << i;
+        b[i] = i % 2 == 0 ? T(0) : -T(0);
+    }
+    ASSERT_TRUE(axial.Take(b));
+    EXPECT_FALSE(axial.Take(a)) << "and what was taken stays";
+    Matrix4T<T> product = a;
+    Matrix4Multiply(product, axial, product);
+    EXPECT_EQ(product, a * b);
+    // What is not finite spoils what depends on it, and nothing else.
+    for (T const value : {notANumber, infinite}) {
+        Matrix4T<T> spoilt = a;
+        spoilt[13] = value;
+        Matrix4Multiply(spoilt, axial, spoilt);
+        for (unsigned int i = 0; i < 16; ++i) {
+            EXPECT_EQ(spoilt[i] == product[i], i != 13) << i;
+        }
+    }
+}
+
+TEST(TrevikMatrix, AProductWithAnAxialMatrixHasTheBitsOfTheOther) {
+    ExpectAxialProducts<float>();
+    ExpectAxialProducts<double>();
 }
 
 TEST(TrevikMatrix, InverseUndoesAMatrix) {
