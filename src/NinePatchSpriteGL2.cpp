@@ -202,7 +202,7 @@ void NinePatchSpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     if (!pProgram) {
         return; // the device is not up
     }
-    SetTextureSamplers(*pProgram, pTexture, pTexture->GetFormat() == TextureFormat::ETC1_RGBA);
+    SetTextureSamplers(*pProgram, pTexture);
     SetColorParameter(device, *pProgram, true);
     GlState::SetPlainBlend();
     SetTransformParameter(device, *pProgram);

@@ -196,16 +196,6 @@ unsigned int ShaderProgramGL2::FindUnit(Text16 const& sName) {
     return nFree;
 }
 
-/** Unbinds the texture that a unit holds, if any, and lets the unit hold another one, or none. */
-void ShaderProgramGL2::ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture) {
-    if (sampler.m_pTexture) {
-        GlState::SelectTextureUnit(nUnit);
-        GlState::BindTexture(GL_TEXTURE_2D, 0);
-    }
-    // A reference that stays until the next exchange: intended (sampler-keeps-texture).
-    sampler.m_pTexture = Ref(pTexture);
-}
-
 void ShaderProgramGL2::TraceNoUnit() {
     Debug::TraceFormat(TraceLevel::Error, u"[kelvo] Maximum number of texture units exceeded!\n");
 }

@@ -121,21 +121,11 @@ public:
      */
     template <class Name>
     void SetSampler(Name const& sName, TextureGL2* pTexture, unsigned int nGLTexture) {
-        unsigned int const nUnit = GetUnit(sName);
-        if (nUnit == m_samplers.GetCount()) {
-            TraceNoUnit();
-            return;
+        if (HasFirstUnit(sName)) {
+            SetSamplerOfUnit(sName, 0, pTexture, nGLTexture);
+        } else {
+            SetSamplerSearched(sName, pTexture, nGLTexture);
         }
-        SamplerInfo& sampler = m_samplers[nUnit];
-        if (sampler.m_pTexture.Get() != pTexture) {
-            ExchangeTexture(sampler, nUnit, pTexture);
-        }
-        glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
-        GlState::SelectTextureUnit(nUnit);
-        if (nGLTexture == 0 && pTexture) {
-            nGLTexture = pTexture->GetGLTexture();
-        }
-        GlState::BindTexture(GL_TEXTURE_2D, nGLTexture);
     }
 
     /**
@@ -195,18 +185,49 @@ private:
     int FindLocation(StringEncoded<UTF16Encoding> const& sName);
     int FillSlot(UniformSlot::Enum slot, StringEncoded<UTF16Encoding> const& sName);
 
-    /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
-    unsigned int GetUnit(StringEncoded<UTF16Encoding> const& sName) {
+    /** Whether the sampler has the first unit, as that of nearly all programs. */
+    bool HasFirstUnit(StringEncoded<UTF16Encoding> const& sName) const {
         // A unit shares the storage of the name that it was given, and shared text never changes: the same
-        // address is the same name. Nearly all programs have one sampler.
-        if (__builtin_expect(m_samplers.IsEmpty(), false) ||
-            __builtin_expect(m_samplers[0].m_sName.GetData() != sName.GetData(), false)) {
-            return FindUnit(sName);
-        }
-        return 0;
+        // address is the same name.
+        return __builtin_expect(!m_samplers.IsEmpty(), true) &&
+               __builtin_expect(m_samplers[0].m_sName.GetData() == sName.GetData(), true);
     }
+    template <class Name>
+    void SetSamplerOfUnit(Name const& sName, unsigned int nUnit, TextureGL2* pTexture,
+                          unsigned int nGLTexture) {
+        SamplerInfo& sampler = m_samplers[nUnit];
+        if (sampler.m_pTexture.Get() != pTexture) {
+            ExchangeTexture(sampler, nUnit, pTexture);
+        }
+        glUniform1i(GetUniformLocation(sName), static_cast<GLint>(nUnit));
+        GlState::SelectTextureUnit(nUnit);
+        if (nGLTexture == 0 && pTexture) {
+            nGLTexture = pTexture->GetGLTexture();
+        }
+        GlState::BindTexture(GL_TEXTURE_2D, nGLTexture);
+    }
+    /** SetSampler for any unit; not inline, so that it takes no registers from draws with one sampler. */
+    template <class Name>
+    KELVO_LOCAL TREVIK_NOINLINE void SetSamplerSearched(Name const& sName, TextureGL2* pTexture,
+                                                        unsigned int nGLTexture) {
+        unsigned int const nUnit = FindUnit(sName);
+        if (nUnit == m_samplers.GetCount()) {
+            TraceNoUnit();
+        } else {
+            SetSamplerOfUnit(sName, nUnit, pTexture, nGLTexture);
+        }
+    }
+    /** The sampler's own unit, or one that is its own from now on; the number of units without a free one. */
     unsigned int FindUnit(StringEncoded<UTF16Encoding> const& sName);
-    static void ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture);
+    /** Unbinds the texture that a unit holds, if any, and lets the unit hold another one, or none. */
+    static void ExchangeTexture(SamplerInfo& sampler, unsigned int nUnit, TextureGL2* pTexture) {
+        if (__builtin_expect(sampler.m_pTexture != nullptr, true)) {
+            GlState::SelectTextureUnit(nUnit);
+            GlState::BindTexture(GL_TEXTURE_2D, 0);
+        }
+        // A reference that stays until the next exchange: intended (sampler-keeps-texture).
+        sampler.m_pTexture = Ref(pTexture);
+    }
     static void TraceNoUnit();
     void CompileStage(unsigned int nShader, StringEncoded<UTF16Encoding> const& sSource);
     void BindAttributeLocations();

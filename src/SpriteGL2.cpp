@@ -10,6 +10,7 @@
 #include <GLES2/gl2.h>
 
 #include <cstring>
+#include <new>
 
 namespace trevik::kelvo {
 
@@ -130,22 +131,47 @@ TREVIK_NOINLINE bool SpriteGL2::DrawWithEffects(GraphicsDeviceGL2& device) {
     });
 }
 
+/** Room for four texture coordinates, which nothing is written into where it is not needed. */
+struct SpriteGL2::CoordsStorage {
+    alignas(Vector2T<RealFloat>) unsigned char m_bytes[4 * sizeof(Vector2T<RealFloat>)];
+};
+
+/** The four texture coordinates to draw with: those of the list, or, where others are needed, in `storage`.
+ */
+inline Vector2T<RealFloat> const* SpriteGL2::FindTextureCoords(CoordsStorage& storage) {
+    if (__builtin_expect(m_textureCoords.GetCount() == 4, true) &&
+        __builtin_expect(!GetTextureGL2()->TextureGL2::IsPromoted(), true)) {
+        return m_textureCoords.GetData();
+    }
+    return CopyTextureCoords(storage);
+}
+
+/** Stores what GetTextureCoords writes, or zeros where it writes nothing. */
+TREVIK_NOINLINE Vector2T<RealFloat> const* SpriteGL2::CopyTextureCoords(CoordsStorage& storage) {
+    auto* const pCoords = new (storage.m_bytes) Vector2T<RealFloat>[4];
+    GetTextureCoords(pCoords);
+    return pCoords;
+}
+
+/** Not inline: few textures have their alpha separate. */
+TREVIK_NOINLINE void SpriteGL2::SetAlphaSampler(ShaderProgramGL2& program, TextureGL2& texture) {
+    program.SetSampler(UniformNames::sTextureA, &texture, texture.GetGLTextureAlpha());
+}
+
 void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
     if (m_vertices.IsEmpty()) {
         return; // Never loaded: there is nothing that the driver could read.
     }
-    Vector2T<RealFloat> textureCoords[4];
+    CoordsStorage storage;
     GlState::SetVertexArray(VertexAttributeIndex::Position, m_vertices.GetData());
     TextureGL2* const pTexture = GetTextureGL2();
     ShaderProgramGL2* pProgram = nullptr;
     if (__builtin_expect(pTexture != nullptr, true)) {
         pTexture->PreRender();
         if (__builtin_expect(!m_textureCoords.IsEmpty(), true)) {
-            GetTextureCoords(textureCoords);
-            GlState::SetVertexArray(VertexAttributeIndex::Texture, textureCoords);
+            GlState::SetVertexArray(VertexAttributeIndex::Texture, FindTextureCoords(storage));
         }
         bool const fPlainTexture = pTexture->GetGLTextureType() == GL_TEXTURE_2D;
-        bool const fSeparateAlpha = fPlainTexture && pTexture->GetFormat() == TextureFormat::ETC1_RGBA;
         ShaderId::Enum const program =
             ChooseTexturedProgram(device.IsAlphaTestEnabled(), pTexture->GetFormat());
         pProgram = fPlainTexture ? device.GetShader(program) : nullptr;
@@ -153,7 +179,7 @@ void SpriteGL2::InternalRenderNonBlended(GraphicsDeviceGL2& device) {
         if (__builtin_expect(pProgram == nullptr, false)) {
             return; // the device is not up
         }
-        SetTextureSamplers(*pProgram, pTexture, fSeparateAlpha);
+        SetTextureSamplers(*pProgram, pTexture);
         SetColorParameter(device, *pProgram, true);
     } else {
         pProgram = device.GetShader(ShaderId::Solid);

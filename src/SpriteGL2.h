@@ -83,8 +83,7 @@ protected:
     TextureGL2* GetTextureGL2() const;
     // Inline where SpriteParameters.h is included.
     /** Binds the texture's samplers to the active program. */
-    static inline void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture,
-                                          bool fSeparateAlpha);
+    static inline void SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture);
     /**
      * Sets vColor: white (textured) or the colour property with the opacity as alpha, or the highlight
      * colour.
@@ -97,6 +96,12 @@ protected:
     List<Vector2T<RealFloat>> m_textureCoords; ///< of the corners
 
 private:
+    struct CoordsStorage;
+
+    static void SetAlphaSampler(ShaderProgramGL2& program, TextureGL2& texture);
+
+    inline Vector2T<RealFloat> const* FindTextureCoords(CoordsStorage& storage);
+    Vector2T<RealFloat> const* CopyTextureCoords(CoordsStorage& storage);
     inline void Draw(GraphicsDeviceGL2& device);
     void DrawProfiled(GraphicsDeviceGL2& device);
     bool DrawWithEffects(GraphicsDeviceGL2& device);

@@ -9,11 +9,10 @@
 /** The parameters that sprites and nine-patches set at each draw; inline in both. */
 namespace trevik::kelvo {
 
-inline void SpriteGL2::SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture,
-                                          bool fSeparateAlpha) {
+inline void SpriteGL2::SetTextureSamplers(ShaderProgramGL2& program, TextureGL2* pTexture) {
     program.SetSampler(UniformNames::sTexture, pTexture, 0);
-    if (__builtin_expect(fSeparateAlpha, false)) {
-        program.SetSampler(UniformNames::sTextureA, pTexture, pTexture->GetGLTextureAlpha());
+    if (__builtin_expect(pTexture->GetFormat() == TextureFormat::ETC1_RGBA, false)) {
+        SetAlphaSampler(program, *pTexture);
     }
 }
 

@@ -116,7 +116,10 @@ void TransformNode::Render(GraphicsDevice& device) {
     } else if (m_selectable.GetValue()) {
         InternalSelect(device);
     }
-    RenderChildren(device);
+    // Most nodes have none, which costs less to see here than in there.
+    if (!m_children.IsEmpty()) {
+        RenderChildren(device);
+    }
 }
 
 /**
