@@ -268,7 +268,7 @@ bool CutIntoTriangles(GlyphOutline const& outline, GlyphMesh& mesh, std::string&
     }
     Tessellator const& tessellator = GetTessellator();
     if (!tessellator.missing.empty()) {
-        what = "cannot be cut into triangles: " + tessellator.missing;
+        what = "cannot be cut into triangles: " + tessellator.missing + " (Debian: libglu1-mesa)";
         return false;
     }
     Tessellation tessellation(tessellator);
