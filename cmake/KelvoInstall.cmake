@@ -57,7 +57,8 @@ if(TARGET kelvo_desktop)
         DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo COMPONENT development FILES_MATCHING PATTERN "*.h")
 endif()
 install(DIRECTORY src/ DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/kelvo/GLES20 COMPONENT development
-    FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE)
+    FILES_MATCHING PATTERN "*.h" REGEX "/Android/(EGLImageImpl|JavaBitmap)\\.h$" EXCLUDE
+    REGEX "/(FixedStreams|GlyphQuads|ProgramBuilder|RenderThread|ShaderSources|SpriteParameters|TexturedProgram|TextImageBackground)\\.h$" EXCLUDE)
 
 install(EXPORT KelvoTargets NAMESPACE Kelvo:: DESTINATION ${CMAKE_INSTALL_LIBDIR}/cmake/Kelvo COMPONENT development)
 configure_package_config_file(cmake/KelvoConfig.cmake.in ${CMAKE_BINARY_DIR}/KelvoConfig.cmake

@@ -19,6 +19,7 @@ set(CPACK_DEBIAN_FILE_NAME DEB-DEFAULT)
 set(CPACK_DEBIAN_PACKAGE_MAINTAINER "${KELVO_MAINTAINER}")
 set(CPACK_DEBIAN_PACKAGE_RELEASE 1)
 set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS ON)
+set(CPACK_DEBIAN_PACKAGE_GENERATE_SHLIBS_POLICY ">=") # later releases of the same name serve, too
 set(CPACK_DEBIAN_PACKAGE_CONTROL_STRICT_PERMISSION ON)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_NAME libkelvo1)
 set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SECTION libs)
@@ -28,23 +29,30 @@ set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_SECTION libdevel)
 set(CPACK_DEBIAN_DEVELOPMENT_PACKAGE_DEPENDS "libegl-dev, libgles-dev")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_NAME kelvo-tools)
 set(CPACK_DEBIAN_TOOLS_PACKAGE_SECTION graphics)
-# Fonts of triangles are cut with it; everything else goes without.
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_RECOMMENDS libglu1-mesa)
-set(CPACK_DEBIAN_TOOLS_PACKAGE_RECOMMENDS libglu1-mesa)
+# Fonts of triangles are cut with it, and say so where it is missing; everything else goes without the desktop's OpenGL, which
+# it brings along.
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_SUGGESTS libglu1-mesa)
+set(CPACK_DEBIAN_TOOLS_PACKAGE_SUGGESTS libglu1-mesa)
 foreach(component LIBRARIES TOOLS)
     set(CPACK_DEBIAN_${component}_PACKAGE_SHLIBDEPS ON)
 endforeach()
 set(CPACK_DEBIAN_PACKAGE_SHLIBDEPS_PRIVATE_DIRS ${CMAKE_LIBRARY_OUTPUT_DIRECTORY})
-# The package's own scripts would forget that a package may be installed into a folder that is not the root (dpkg --root).
-set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA
+# The loader's list is made anew once all packages are there.
+set(CPACK_DEBIAN_LIBRARIES_PACKAGE_CONTROL_EXTRA ${CMAKE_SOURCE_DIR}/cmake/packages/triggers
     ${CMAKE_SOURCE_DIR}/cmake/packages/postinst ${CMAKE_SOURCE_DIR}/cmake/packages/postrm)
-set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "These are the libraries: the back end libkelvoGLES20, the host libkelvo,
- what stands in for Android's windows and buffers on a desktop, readers of
- scene, picture and font files, and two drivers that note and count calls.")
-set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "This is what programs are built with: headers, a CMake package
- (find_package(Kelvo)) and pkg-config files.")
-set(CPACK_COMPONENT_TOOLS_DESCRIPTION "This is kelvo-player, which plays scenes into pictures, videos and
- windows, compares them, and tells what they draw and what that takes.")
+# The first line is what lists of packages show.
+set(CPACK_PACKAGE_DESCRIPTION_SUMMARY "")
+set(CPACK_COMPONENT_LIBRARIES_DESCRIPTION "OpenGL ES 2.0 back end of a scene-graph and animation framework
+These are the libraries: the back end libkelvoGLES20, the host libkelvo,
+what stands in for Android's windows and buffers on a desktop, readers of
+scene, picture and font files, and two drivers that note and count calls.")
+set(CPACK_COMPONENT_DEVELOPMENT_DESCRIPTION "OpenGL ES 2.0 scene-graph back end, for building programs
+This is what programs are built with: headers, a CMake package
+(find_package(Kelvo)) and pkg-config files.")
+set(CPACK_COMPONENT_TOOLS_DESCRIPTION "player of scenes of a scene-graph and animation framework
+This is kelvo-player, which plays scenes into pictures, videos and
+windows, compares them, and tells what they draw and what that takes. The
+guides, the format of scenes and examples lie beside it.")
 include(CPack)
 
 # gzip, without a name and a date within, so that the same sources give the same packages.
@@ -74,8 +82,14 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
             ${kelvo_package_files}/${component}/changelog.Debian.gz
         DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/${kelvo_package} COMPONENT ${component} EXCLUDE_FROM_ALL)
 endforeach()
-install(FILES cmake/packages/lintian-overrides DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
-    RENAME kelvo-tools COMPONENT tools EXCLUDE_FROM_ALL)
+foreach(component libraries tools)
+    string(TOUPPER ${component} component_upper)
+    install(FILES cmake/packages/lintian-overrides.${component} DESTINATION ${CMAKE_INSTALL_DATADIR}/lintian/overrides
+        RENAME ${CPACK_DEBIAN_${component_upper}_PACKAGE_NAME} COMPONENT ${component} EXCLUDE_FROM_ALL)
+endforeach()
+install(FILES README.md DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvo-tools COMPONENT tools EXCLUDE_FROM_ALL)
+install(DIRECTORY docs examples DESTINATION ${CMAKE_INSTALL_DATADIR}/doc/kelvo-tools COMPONENT tools EXCLUDE_FROM_ALL
+    PATTERN reference EXCLUDE)
 # What header libraries that are compiled into libraries and programs want said, as their packages say it.
 function(kelvo_install_notice header_package component)
     if(EXISTS /usr/share/doc/${header_package}/copyright)
