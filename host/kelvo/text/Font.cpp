@@ -9,6 +9,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cmath>
+#include <cstdint>
 #include <iterator>
 #include <new>
 
@@ -25,6 +26,74 @@ void Register(PropertyList& properties, BoolProperty& underline, RealProperty& p
     properties.Register(u"UnderlinePosition", &position);
     properties.Register(u"UnderlineThickness", &thickness);
     properties.Register(u"UnderlineScale", &scale);
+}
+
+// Tables that find glyphs and kerning by hash: a power of two places, half of which are empty at least. An
+// entry stands at the place that its key gives, or at the first empty one behind it.
+
+std::uint64_t GetKey(unsigned int nFirst, unsigned int nSecond) {
+    return static_cast<std::uint64_t>(nFirst) << 32 | nSecond;
+}
+
+template <class Entry>
+bool HasRoom(List<Entry> const& table, unsigned int nEntries) {
+    return nEntries <= table.GetCount() / 2;
+}
+
+/** Makes an empty table for so many entries; for none, one without places. */
+template <class Entry>
+bool MakeTable(unsigned int nEntries, List<Entry>& table) {
+    if (nEntries == 0) {
+        return true;
+    }
+    unsigned int nPlaces = 16;
+    while (nPlaces / 2 < nEntries) {
+        nPlaces *= 2;
+    }
+    return table.Resize(nPlaces);
+}
+
+/** The first place at or behind a key's own that is empty, or whose entry the function takes. */
+template <class Entry, class Function>
+inline unsigned int FindPlace(List<Entry> const& table, std::uint64_t nKey, Function isWanted) {
+    unsigned int const nMask = table.GetCount() - 1;
+    unsigned int nPlace = static_cast<unsigned int>((nKey * 0x9e3779b97f4a7c15u) >> 32) & nMask;
+    while (table[nPlace] != Entry() && !isWanted(table[nPlace])) {
+        nPlace = (nPlace + 1) & nMask;
+    }
+    return nPlace;
+}
+
+template <class Entry>
+void Enter(List<Entry>& table, std::uint64_t nKey, Entry entry) {
+    table[FindPlace(table, nKey, [](Entry) { return false; })] = entry;
+}
+
+/** A table of the glyphs from an index on, with room for so many. */
+bool MakeGlyphTable(List<Glyph*> const& glyphs, unsigned int nFirst, unsigned int nRoom,
+                    List<Glyph const*>& table) {
+    if (!MakeTable(nRoom, table)) {
+        return false;
+    }
+    for (unsigned int nGlyph = nFirst; nGlyph < glyphs.GetCount(); ++nGlyph) {
+        Enter<Glyph const*>(table, glyphs[nGlyph]->m_nCodePoint, glyphs[nGlyph]);
+    }
+    return true;
+}
+
+/** Enters all pairs into an empty table. */
+void FillKerningTable(List<KerningPair> const& kerning, List<unsigned int>& table) {
+    for (unsigned int nPair = 0; nPair < kerning.GetCount(); ++nPair) {
+        Enter(table, GetKey(kerning[nPair].m_nFirst, kerning[nPair].m_nSecond), nPair + 1);
+    }
+}
+
+/** The number of glyphs that are found without a table. */
+unsigned int CountBelow(List<Glyph*> const& glyphs, unsigned int nCodePoint) {
+    Glyph* const* const pPlace = std::lower_bound(
+        glyphs.begin(), glyphs.end(), nCodePoint,
+        [](Glyph const* pLeft, unsigned int nRight) { return pLeft->m_nCodePoint < nRight; });
+    return static_cast<unsigned int>(pPlace - glyphs.begin());
 }
 
 } // namespace
@@ -97,12 +166,29 @@ bool Font::LoadContents(Deserializer& deserializer, unsigned int nMeshCount) {
     OwnedGlyphs glyphs;
     List<KerningPair> kerning;
     if (!LoadMetrics(deserializer, metrics) || !LoadGlyphs(deserializer, glyphs.m_list, nMeshCount) ||
-        !LoadKerning(deserializer, kerning) || !LoadProperties(deserializer)) {
+        !LoadKerning(deserializer, kerning)) {
         return false;
     }
+    unsigned int const nDirect = CountBelow(glyphs.m_list, DirectCount);
+    List<Glyph const*> glyphTable;
+    List<unsigned int> kerningTable;
+    if (!MakeGlyphTable(glyphs.m_list, nDirect, glyphs.m_list.GetCount() - nDirect, glyphTable) ||
+        !MakeTable(kerning.GetCount(), kerningTable)) {
+        return deserializer.Fail(u"memory is short");
+    }
+    if (!LoadProperties(deserializer)) {
+        return false;
+    }
+    FillKerningTable(kerning, kerningTable);
     m_metrics = metrics;
     m_kerning.Swap(kerning);
-    SetGlyphs(glyphs.m_list);
+    m_kerningTable.Swap(kerningTable);
+    m_glyphs.Swap(glyphs.m_list);
+    m_glyphTable.Swap(glyphTable);
+    std::fill(std::begin(m_direct), std::end(m_direct), nullptr);
+    for (unsigned int nGlyph = 0; nGlyph < nDirect; ++nGlyph) {
+        EnterDirectly(m_glyphs[nGlyph]);
+    }
     ++m_nRevision;
     GlyphSource::Attach(*this, nullptr); // its glyphs are those of another font
     return true;
@@ -138,40 +224,28 @@ bool Font::LoadProperties(Deserializer& deserializer) {
     return deserializer.Fail(u"memory is short");
 }
 
-/** Exchanges the font's glyphs for others. */
-void Font::SetGlyphs(List<Glyph*>& glyphs) {
-    m_glyphs.Swap(glyphs);
-    std::fill(std::begin(m_direct), std::end(m_direct), nullptr);
-    for (unsigned int nGlyph = 0;
-         nGlyph < m_glyphs.GetCount() && m_glyphs[nGlyph]->m_nCodePoint < DirectCount; ++nGlyph) {
-        EnterDirectly(m_glyphs[nGlyph]);
-    }
-}
-
 Glyph const* Font::GetGlyph(unsigned int nCodePoint) const {
     if (nCodePoint < DirectCount) {
         return m_direct[nCodePoint];
     }
-    unsigned int const nIndex = FindGlyph(nCodePoint);
-    bool const fFound = nIndex < m_glyphs.GetCount() && m_glyphs[nIndex]->m_nCodePoint == nCodePoint;
-    return fFound ? m_glyphs[nIndex] : nullptr;
+    if (m_glyphTable.IsEmpty()) {
+        return nullptr;
+    }
+    return m_glyphTable[FindPlace(m_glyphTable, nCodePoint, [nCodePoint](Glyph const* pGlyph) {
+        return pGlyph->m_nCodePoint == nCodePoint;
+    })];
 }
 
 unsigned int Font::FindGlyph(unsigned int nCodePoint) const {
     if (m_glyphs.IsEmpty() || m_glyphs.Last()->m_nCodePoint < nCodePoint) {
         return m_glyphs.GetCount();
     }
-    Glyph* const* const pPlace = std::lower_bound(
-        m_glyphs.begin(), m_glyphs.end(), nCodePoint,
-        [](Glyph const* pLeft, unsigned int nRight) { return pLeft->m_nCodePoint < nRight; });
-    return static_cast<unsigned int>(pPlace - m_glyphs.begin());
+    return CountBelow(m_glyphs, nCodePoint);
 }
 
-/** Lets a glyph be found without a search when its code point is below DirectCount. */
+/** Lets a glyph with a code point below DirectCount be found without a search. */
 void Font::EnterDirectly(Glyph const* pGlyph) {
-    if (pGlyph->m_nCodePoint < DirectCount) {
-        m_direct[pGlyph->m_nCodePoint] = pGlyph;
-    }
+    m_direct[pGlyph->m_nCodePoint] = pGlyph;
 }
 
 bool Font::AddGlyph(Glyph const& glyph) {
@@ -184,13 +258,33 @@ bool Font::AddGlyph(Glyph const& glyph) {
         ++m_nRevision;
         return true;
     }
+    bool const fDirect = glyph.m_nCodePoint < DirectCount;
     Glyph* const pCopy = new (std::nothrow) Glyph(glyph);
-    if (!pCopy || !m_glyphs.Insert(nIndex, pCopy)) {
+    if (!pCopy || (!fDirect && !ReserveTable()) || !m_glyphs.Insert(nIndex, pCopy)) {
         delete pCopy;
         return false;
     }
-    EnterDirectly(pCopy);
+    if (fDirect) {
+        EnterDirectly(pCopy);
+    } else {
+        Enter<Glyph const*>(m_glyphTable, pCopy->m_nCodePoint, pCopy);
+    }
     ++m_nRevision;
+    return true;
+}
+
+/** Makes room for one more glyph in the table. */
+bool Font::ReserveTable() {
+    unsigned int const nDirect = FindGlyph(DirectCount);
+    unsigned int const nRoom = m_glyphs.GetCount() - nDirect + 1;
+    if (HasRoom(m_glyphTable, nRoom)) {
+        return true;
+    }
+    List<Glyph const*> table;
+    if (!MakeGlyphTable(m_glyphs, nDirect, nRoom, table)) {
+        return false;
+    }
+    m_glyphTable.Swap(table);
     return true;
 }
 
@@ -218,28 +312,63 @@ bool Font::SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDist
         m_kerning[nIndex] = pair;
     } else if (fKnown) {
         m_kerning.RemoveAt(nIndex);
-    } else if (rDistance != 0 && !m_kerning.Insert(nIndex, pair)) {
+        EnterKerningAnew();
+    } else if (rDistance != 0 && !AddKerning(nIndex, pair)) {
         return false;
     }
     ++m_nRevision;
     return true;
 }
 
+/** Inserts a pair. False, with nothing changed, without memory. */
+bool Font::AddKerning(unsigned int nIndex, KerningPair const& pair) {
+    unsigned int const nCount = m_kerning.GetCount() + 1;
+    List<unsigned int> table;
+    bool const fRoom = HasRoom(m_kerningTable, nCount);
+    if ((!fRoom && !MakeTable(nCount, table)) || !m_kerning.Insert(nIndex, pair)) {
+        return false;
+    }
+    if (fRoom && nIndex == nCount - 1) {
+        Enter(m_kerningTable, GetKey(pair.m_nFirst, pair.m_nSecond), nCount);
+        return true;
+    }
+    if (!fRoom) {
+        m_kerningTable.Swap(table);
+    }
+    EnterKerningAnew();
+    return true;
+}
+
+/** Enters all pairs into their table, which has room for them, after some have moved in the list. */
+void Font::EnterKerningAnew() {
+    std::fill(m_kerningTable.begin(), m_kerningTable.end(), 0u);
+    FillKerningTable(m_kerning, m_kerningTable);
+}
+
 RealFloat Font::GetKerning(unsigned int nFirst, unsigned int nSecond) const {
-    KerningPair const pair{nFirst, nSecond, 0};
-    unsigned int const nIndex = FindKerning(pair);
-    return IsKnown(pair, nIndex) ? m_kerning[nIndex].m_rDistance : RealFloat(0);
+    if (m_kerningTable.IsEmpty()) {
+        return 0;
+    }
+    unsigned int const nEntry =
+        m_kerningTable[FindPlace(m_kerningTable, GetKey(nFirst, nSecond), [=](unsigned int nIndex) {
+            KerningPair const& pair = m_kerning[nIndex - 1];
+            return pair.m_nFirst == nFirst && pair.m_nSecond == nSecond;
+        })];
+    return nEntry != 0 ? m_kerning[nEntry - 1].m_rDistance : RealFloat(0);
 }
 
 void Font::Emit(MemoryTracer* pTracer) {
     pTracer->EmitAllocation(sizeof(*this), MemoryType::Object);
     m_properties.Emit(pTracer);
-    pTracer->EmitAllocation(m_glyphs.GetCount() * static_cast<unsigned int>(sizeof(void*)), MemoryType::Font);
+    pTracer->EmitAllocation((m_glyphs.GetCount() + m_glyphTable.GetCount()) *
+                                static_cast<unsigned int>(sizeof(void*)),
+                            MemoryType::Font);
     for (Glyph* pGlyph : m_glyphs) {
         pTracer->EmitAllocation(sizeof(*pGlyph), MemoryType::Font);
         pTracer->EmitObject(pGlyph->m_pTexture.Get());
     }
-    pTracer->EmitAllocation(m_kerning.GetCount() * static_cast<unsigned int>(sizeof(KerningPair)),
+    pTracer->EmitAllocation(m_kerning.GetCount() * static_cast<unsigned int>(sizeof(KerningPair)) +
+                                m_kerningTable.GetCount() * static_cast<unsigned int>(sizeof(unsigned int)),
                             MemoryType::Font);
 }
 

@@ -84,10 +84,7 @@ public:
      * After success the pointers that GetGlyph had given out are no longer good.
      */
     virtual bool Load(Deserializer& deserializer);
-    /**
-     * The glyph of a code point; null when the font has none. Takes constant time for code points below 256,
-     * logarithmic time for others.
-     */
+    /** The glyph of a code point; null when the font has none. Takes constant time. */
     virtual Glyph const* GetGlyph(unsigned int nCodePoint) const;
     void Emit(MemoryTracer* pTracer) override;
 
@@ -108,7 +105,7 @@ public:
      * a code point exceeds 0x10FFFF, the distance is not finite, or memory is short.
      */
     bool SetKerning(unsigned int nFirst, unsigned int nSecond, RealFloat rDistance);
-    /** The distance set for two neighbouring code points, else 0. Takes logarithmic time. */
+    /** The distance set for two neighbouring code points, else 0. Takes constant time. */
     RealFloat GetKerning(unsigned int nFirst, unsigned int nSecond) const;
     /** Goes up with every change of glyphs, kerning or metrics: layouts made before are out of date. */
     unsigned int GetRevision() const { return m_nRevision; }
@@ -138,8 +135,6 @@ protected:
     unsigned int const m_nFactoryClassID; ///< see GetFactoryClassID
     unsigned int m_nID = 0;               ///< 0 until GenerateID
     unsigned int m_nRevision = 0;         ///< see GetRevision
-    List<Glyph*> m_glyphs;                ///< owned, by code point
-    List<KerningPair> m_kerning;          ///< by first, then second code point
     FontMetrics m_metrics;                ///< see GetMetrics
     /** The animated properties. */
     PropertyList m_properties;
@@ -156,11 +151,17 @@ private:
     unsigned int FindGlyph(unsigned int nCodePoint) const;
     unsigned int FindKerning(KerningPair const& pair) const;
     bool IsKnown(KerningPair const& pair, unsigned int nIndex) const;
-    void EnterDirectly(Glyph const* pGlyph);
     bool LoadProperties(Deserializer& deserializer);
-    void SetGlyphs(List<Glyph*>& glyphs);
+    void EnterDirectly(Glyph const* pGlyph);
+    bool ReserveTable();
+    bool AddKerning(unsigned int nIndex, KerningPair const& pair);
+    void EnterKerningAnew();
 
-    Glyph const* m_direct[DirectCount] = {};
+    List<Glyph*> m_glyphs;                   ///< owned, by code point
+    Glyph const* m_direct[DirectCount] = {}; ///< by code point
+    List<Glyph const*> m_glyphTable;         ///< hash table of the glyphs from DirectCount on
+    List<KerningPair> m_kerning;             ///< by first, then second code point
+    List<unsigned int> m_kerningTable;       ///< hash table of its indices, plus 1
 };
 
 } // namespace trevik::kelvo

@@ -6,6 +6,9 @@
 
 #include <cmath>
 #include <limits>
+#include <map>
+#include <random>
+#include <utility>
 
 namespace trevik::kelvo::test {
 namespace {
@@ -33,6 +36,26 @@ TEST(FontGlyphs, AreFoundByCodePointInWhateverOrderTheyCame) {
     }
     for (unsigned int nCodePoint : {1u, 99u, 0xfeu, 0x101u, 0x4dffu, 0x4e02u, 0x110000u, 0xffffffffu}) {
         EXPECT_EQ(font.GetGlyph(nCodePoint), nullptr) << nCodePoint;
+    }
+}
+
+TEST(FontGlyphs, AreFoundHoweverManyThereAreAndMemoryFailsInBetween) {
+    TestFont font;
+    for (unsigned int n = 0; n < 2000; ++n) {
+        Glyph const glyph = MakeGlyph(n * 7919 % 2000 * 300); // in no order, close together and far apart
+        Allocation::FailAfter(n % 3);
+        bool const fAdded = font.AddGlyph(glyph);
+        Allocation::FailNever();
+        Glyph const* const pGlyph = font.GetGlyph(glyph.m_nCodePoint);
+        ASSERT_EQ(pGlyph != nullptr, fAdded) << n;
+        if (!fAdded) {
+            ASSERT_TRUE(font.AddGlyph(glyph)) << n;
+        }
+    }
+    ASSERT_EQ(font.GetGlyphCount(), 2000u);
+    for (unsigned int n = 0; n < 2000; ++n) {
+        ASSERT_EQ(font.GetGlyph(n * 300), font.GetGlyphAt(n));
+        ASSERT_EQ(font.GetGlyph(n * 300 + 1), nullptr);
     }
 }
 
@@ -103,6 +126,27 @@ TEST(FontKerning, IsThatOfTheTwoInTheirOrder) {
     EXPECT_EQ(get(), (std::vector<RealFloat>{0, -3, RealFloat(-1.5), 0, 0})) << "its neighbours stay";
 }
 
+TEST(FontKerning, IsFoundWhateverPairsComeAndGoAndMemoryFailsInBetween) {
+    TestFont font;
+    std::map<std::pair<unsigned int, unsigned int>, RealFloat> expected;
+    std::minstd_rand random(5);
+    for (unsigned int nStep = 0; nStep < 3000; ++nStep) {
+        unsigned int const nFirst = random() % 30 * 1000, nSecond = random() % 30;
+        // More come than go at first, then all go.
+        RealFloat const rDistance = nStep < 1500 ? static_cast<RealFloat>(random() % 4) : RealFloat(0);
+        Allocation::FailAfter(nStep % 3);
+        bool const fSet = font.SetKerning(nFirst, nSecond, rDistance);
+        Allocation::FailNever();
+        if (fSet) {
+            expected[{nFirst, nSecond}] = rDistance;
+        }
+        for (unsigned int n = 0; nStep % 100 == 99 && n < 900; ++n) {
+            std::pair<unsigned int, unsigned int> const pair(n / 30 * 1000, n % 30);
+            ASSERT_EQ(font.GetKerning(pair.first, pair.second), expected[pair]) << nStep << " " << n;
+        }
+    }
+}
+
 TEST(FontMeshes, AreAsManyAsAGlyphsIndexCanTell) {
     TestOutlines font;
     for (short nMesh = 0; nMesh < 32767; ++nMesh) {
@@ -130,6 +174,7 @@ TEST(FontMemory, ReportsGlyphsKerningMeshesAndPagesOnce) {
     EXPECT_EQ(tracer.GetBytes(MemoryType::Property), sizeof(SampleController<RealFloat>) + sizeof(RealFloat));
     EXPECT_EQ(tracer.GetBytes(MemoryType::Geometry), 4 * sizeof(Vector3) + 6 * sizeof(unsigned short));
     EXPECT_EQ(tracer.GetBytes(MemoryType::Font), 2 * (sizeof(Glyph*) + sizeof(Glyph)) + sizeof(KerningPair) +
+                                                     16 * sizeof(int) + // the table that finds it
                                                      sizeof(GlyphMesh*) + sizeof(GlyphMesh));
 }
 
