@@ -61,12 +61,7 @@ CharacterClass GetIdeographClass(unsigned int nCodePoint) {
 
 } // namespace
 
-CharacterClass GetCharacterClass(unsigned int nCodePoint) {
-    // Most characters of most texts are told here, without the search below.
-    if ((nCodePoint > ' ' && nCodePoint < 0x7f && nCodePoint != '-') ||
-        (nCodePoint > 0xad && nCodePoint < 0x34f)) {
-        return Class::Letter;
-    }
+CharacterClass FindCharacterClass(unsigned int nCodePoint) {
     if (nCodePoint == ' ') {
         return Class::Space;
     }
@@ -98,7 +93,7 @@ bool LineBreaker::IsBreakBefore(CharacterClass next) const {
     }
 }
 
-bool LineBreaker::Next(CharacterClass next) {
+bool LineBreaker::TakeNext(CharacterClass next) {
     switch (next) {
     case Class::Ignored:
         return false;

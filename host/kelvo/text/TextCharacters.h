@@ -18,7 +18,15 @@ enum class CharacterClass : unsigned char {
     Closing       ///< the same, full stops and the like that stay with the ideograph before them
 };
 
-CharacterClass GetCharacterClass(unsigned int nCodePoint);
+/** GetCharacterClass for the code points that it does not know at once. */
+CharacterClass FindCharacterClass(unsigned int nCodePoint);
+
+inline CharacterClass GetCharacterClass(unsigned int nCodePoint) {
+    // Most characters of most texts are told here, without a search.
+    bool const fLetter = (nCodePoint > ' ' && nCodePoint < 0x7f && nCodePoint != '-') ||
+                         (nCodePoint > 0xad && nCodePoint < 0x34f);
+    return fLetter ? CharacterClass::Letter : FindCharacterClass(nCodePoint);
+}
 
 /** Whether the character has a glyph that a line has to have room for. */
 inline bool IsVisible(CharacterClass characterClass) {
@@ -30,9 +38,16 @@ inline bool IsVisible(CharacterClass characterClass) {
 class LineBreaker {
 public:
     /** Takes the next character; returns whether a line may end before it. */
-    bool Next(CharacterClass next);
+    bool Next(CharacterClass next) {
+        if (next == CharacterClass::Letter && m_last == CharacterClass::Letter) { // within a word, as mostly
+            m_fLeading = false;
+            return false;
+        }
+        return TakeNext(next);
+    }
 
 private:
+    bool TakeNext(CharacterClass next);
     bool IsBreakBefore(CharacterClass next) const;
 
     CharacterClass m_last = CharacterClass::LineEnd;

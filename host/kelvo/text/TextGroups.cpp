@@ -15,22 +15,19 @@ void TextGroups::Clear() {
     m_table.Clear();
 }
 
-bool TextGroups::Add(Texture const* pTexture, bool fImage, unsigned int& nGroup) {
-    if (m_nLast >= m_groups.GetCount() || !IsSame(m_groups[m_nLast], pTexture, fImage)) {
-        if (2 * (m_groups.GetCount() + 1) > m_table.GetCount() && !GrowTable()) {
+/** Has the group, which is added when it is not there yet, taken for the last one. */
+bool TextGroups::FindGroup(Texture const* pTexture, bool fImage) {
+    if (2 * (m_groups.GetCount() + 1) > m_table.GetCount() && !GrowTable()) {
+        return false;
+    }
+    unsigned int const nPlace = FindPlace(pTexture, fImage);
+    if (m_table[nPlace] == 0) {
+        if (!m_groups.Append(Group{pTexture, fImage, 0, 0})) {
             return false;
         }
-        unsigned int const nPlace = FindPlace(pTexture, fImage);
-        if (m_table[nPlace] == 0) {
-            if (!m_groups.Append(Group{pTexture, fImage, 0, 0})) {
-                return false;
-            }
-            m_table[nPlace] = m_groups.GetCount();
-        }
-        m_nLast = m_table[nPlace] - 1;
+        m_table[nPlace] = m_groups.GetCount();
     }
-    nGroup = m_nLast;
-    ++m_groups[nGroup].m_nCount;
+    m_nLast = m_table[nPlace] - 1;
     return true;
 }
 

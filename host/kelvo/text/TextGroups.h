@@ -24,7 +24,15 @@ public:
      * Counts a glyph in its group and tells that group's index. Takes constant time. False when out of
      * memory.
      */
-    bool Add(Texture const* pTexture, bool fImage, unsigned int& nGroup);
+    bool Add(Texture const* pTexture, bool fImage, unsigned int& nGroup) {
+        if ((m_nLast >= m_groups.GetCount() || !IsSame(m_groups[m_nLast], pTexture, fImage)) &&
+            !FindGroup(pTexture, fImage)) {
+            return false;
+        }
+        nGroup = m_nLast;
+        ++m_groups[nGroup].m_nCount;
+        return true;
+    }
 
     unsigned int GetCount() const { return m_groups.GetCount(); }
     Group& operator[](unsigned int nGroup) { return m_groups[nGroup]; }
@@ -34,6 +42,7 @@ private:
     static bool IsSame(Group const& group, Texture const* pTexture, bool fImage) {
         return group.m_pTexture == pTexture && group.m_fImage == fImage;
     }
+    bool FindGroup(Texture const* pTexture, bool fImage);
     /** The place of a group in the table, or a free one when the group is not there. */
     unsigned int FindPlace(Texture const* pTexture, bool fImage) const;
     bool GrowTable();

@@ -58,29 +58,41 @@ bool TextLayout::Make(TextLayoutInput const& input, ColorT<RealFloat> const* pCo
     return true;
 }
 
+namespace {
+
+inline unsigned int TakeCodePoint(char16_t const* pText, int& nUnit, int nLength) {
+    int const nFirst = pText[nUnit];
+    if (CodePoint::IsSurrogate(nFirst)) {
+        return static_cast<unsigned int>(UTF16Encoding::GetNextChar(pText, nUnit, nLength));
+    }
+    ++nUnit;
+    return static_cast<unsigned int>(nFirst);
+}
+
+} // namespace
+
 bool TextLayout::ReadCharacters() {
     int const nLength = static_cast<int>(m_input.m_sText.GetLength());
     char16_t const* const pText = m_input.m_sText.GetData();
-    m_items.Clear();
     m_pLast = nullptr;
     m_fFallbackFound = false;
     m_fMissing = false;
     LineBreaker breaker;
-    if (!m_items.Reserve(static_cast<unsigned int>(nLength))) {
+    if (!m_items.Resize(static_cast<unsigned int>(nLength))) {
         return false;
     }
-    for (int nUnit = 0; nUnit < nLength;) {
-        unsigned int const nCodePoint =
-            static_cast<unsigned int>(UTF16Encoding::GetNextChar(pText, nUnit, nLength));
-        Item item{};
-        item.m_nGroup = NoGroup;
-        item.m_class = GetCharacterClass(nCodePoint);
-        item.m_fBreakBefore = breaker.Next(item.m_class);
-        item.m_fWidens = nCodePoint == 0x20 || nCodePoint == 0xa0;
-        ReadGlyph(item, nCodePoint);
-        m_items.Append(item);
+    Item* pItem = m_items.GetData();
+    for (int nUnit = 0; nUnit < nLength; ++pItem) {
+        unsigned int const nCodePoint = TakeCodePoint(pText, nUnit, nLength);
+        *pItem = Item{};
+        pItem->m_nGroup = NoGroup;
+        pItem->m_class = GetCharacterClass(nCodePoint);
+        pItem->m_fBreakBefore = breaker.Next(pItem->m_class);
+        pItem->m_fWidens = nCodePoint == 0x20 || nCodePoint == 0xa0;
+        ReadGlyph(*pItem, nCodePoint);
     }
-    return true;
+    // Some characters take two units.
+    return m_items.Resize(static_cast<unsigned int>(pItem - m_items.GetData()));
 }
 
 /** Has glyphs made that the font lacks, and reads the text again when there are some. */
