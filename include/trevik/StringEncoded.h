@@ -186,6 +186,27 @@ public:
                    : StringEncoded();
     }
 
+    /**
+     * Becomes this text, of this many units; it may be part of this very string. Storage that it has for
+     * itself and that is large enough is kept: one text after the other then allocates nothing. False, with
+     * nothing changed, without memory.
+     */
+    bool Assign(Unit const* text, unsigned int length) {
+        if (IsOwner() && length <= m_pStorage->nCapacity) {
+            Unit* const data = m_pStorage->GetUnits();
+            std::memmove(data, text, length * sizeof(Unit));
+            m_nLength = length;
+            data[length] = Unit();
+            return true;
+        }
+        StringEncoded assigned;
+        if (!assigned.Append(text, length)) {
+            return false;
+        }
+        Swap(assigned);
+        return true;
+    }
+
     /** Becomes empty and lets its storage go. */
     void Clear() { StringEncoded().Swap(*this); }
 
@@ -273,12 +294,15 @@ private:
         return m_pStorage && address >= start && address <= start + m_nLength * sizeof(Unit);
     }
 
+    /** Whether it has storage that no other string shares. */
+    bool IsOwner() const { return m_pStorage && kelvo::Atomic::Get(&m_pStorage->nReferences) == 1; }
+
     /** Gives this string storage of its own for at least this many units; its text stays. */
     bool Reserve(unsigned int length) {
         if (length > MaximumLength()) {
             return false;
         }
-        bool const own = m_pStorage && kelvo::Atomic::Get(&m_pStorage->nReferences) == 1;
+        bool const own = IsOwner();
         if (own && m_pStorage->nCapacity >= length) {
             return true;
         }

@@ -178,6 +178,27 @@ void Text::TakeBackground(Sprite* pSprite) {
     NoteHeld(pSprite);
 }
 
+bool Text::SetText(char16_t const* pText, unsigned int nLength) {
+    // The layout holds the text that it was made from: the storage is free at the update after the next one.
+    // It is taken out meanwhile, since handlers of the change may set a text, too.
+    String16 sText;
+    if (m_pLayout) {
+        sText.Swap(m_pLayout->GetFreeText());
+    }
+    bool const fAssigned = sText.Assign(pText, nLength);
+    if (fAssigned && m_text.GetBinding()) {
+        m_text.SetValue(sText);
+    } else if (fAssigned) {
+        String16 sFormer = m_text.GetValue();
+        m_text.SetValue(sText);
+        sText.Swap(sFormer);
+    }
+    if (m_pLayout) {
+        sText.Swap(m_pLayout->GetFreeText());
+    }
+    return fAssigned;
+}
+
 inline bool Text::IsLayoutDue() const {
     return (m_nMarks & LayoutMark) != 0 ||
            (m_pFont && (m_pFont->GetRevision() != m_nFontRevision ||

@@ -399,7 +399,8 @@ void TextLayout::Include(RealFloat rLeft, RealFloat rBottom, RealFloat rRight, R
 
 unsigned int TextLayout::GetByteSize() const {
     return static_cast<unsigned int>(sizeof(*this) + m_items.GetCapacity() * sizeof(Item) +
-                                     m_lines.GetCapacity() * sizeof(Line)) +
+                                     m_lines.GetCapacity() * sizeof(Line) +
+                                     m_sFreeText.GetLength() * sizeof(char16_t)) +
            m_groups.GetByteSize();
 }
 

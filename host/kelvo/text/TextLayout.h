@@ -61,6 +61,8 @@ public:
     /** The font's revision that the last layout was made from, the glyphs included that it has asked for. */
     unsigned int GetFontRevision() const { return m_input.m_nFontRevision; }
     unsigned int GetByteSize() const;
+    /** For its user: a string whose storage is kept for another text. */
+    StringEncoded<UTF16Encoding>& GetFreeText() { return m_sFreeText; }
 
 private:
     /** A character. */
@@ -125,6 +127,8 @@ private:
     bool m_fMade = false;
     unsigned int m_nLines = 0;
     RectangleT<RealFloat> m_bounds;
+
+    StringEncoded<UTF16Encoding> m_sFreeText; ///< see GetFreeText
 
     // What Make works with.
     List<Item> m_items;

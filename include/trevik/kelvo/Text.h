@@ -96,6 +96,11 @@ public:
     unsigned int GetLineCount() const { return m_nLines; }
 
     StringProperty& GetTextProperty() { return m_text; }
+    /**
+     * Sets "Text" to so many units, in storage that the text keeps: one that is updated in between, and has
+     * been as long before, allocates nothing. False, with nothing changed, without memory.
+     */
+    bool SetText(char16_t const* pText, unsigned int nLength);
     SizeRealProperty& GetBoxProperty() { return m_box; }
     SizeRealProperty& GetFontSizeProperty() { return m_fontSize; }
     /**

@@ -7,6 +7,8 @@
 #include <gtest/gtest.h>
 
 #include <functional>
+#include <string>
+#include <vector>
 
 namespace trevik::kelvo::test {
 namespace {
@@ -263,6 +265,61 @@ TEST(Text, ALayoutThatNeedsNoMoreRoomAllocatesNothing) {
     }
     EXPECT_EQ(AllocationCount(), nBefore);
     EXPECT_EQ(words.m_pText->GetLayoutCount(), 20u);
+}
+
+TEST(Text, AFrameWithAnotherTextAllocatesNothing) {
+    SquareText words(u"before the first layout");
+    std::u16string const texts[] = {u"some words", u"the longest words of all", u"", u"words"};
+    auto const show = [&words](std::u16string const& text) {
+        ASSERT_TRUE(words.m_pText->SetText(text.data(), static_cast<unsigned int>(text.size())));
+        words.m_pText->Update(words.m_device, 0);
+        ASSERT_EQ(words.m_pText->GetTextProperty().GetValue(), text.c_str());
+        ASSERT_EQ(words.m_pText->GetInstances().GetCount(), text.size());
+    };
+    for (int n = 0; n < 8; ++n) {
+        show(texts[1]);
+    }
+    std::size_t const nBefore = AllocationCount();
+    for (int n = 0; n < 40; ++n) {
+        show(texts[n % 4]);
+    }
+    EXPECT_EQ(AllocationCount(), nBefore);
+}
+
+TEST(Text, TextsThatAreSetInOneAnothersHandlersOrSharedStayWhatTheyAre) {
+    SquareText words(u"a");
+    StringProperty& property = words.m_pText->GetTextProperty();
+    std::vector<String16> seen;
+    /** Sets another text from the event of the first. */
+    struct Handler {
+        TestText& m_text;
+        std::vector<String16>& m_seen;
+        void OnChange(String16 const& sText) {
+            m_seen.push_back(sText);
+            if (sText == u"first") {
+                m_text.SetText(u"second", 6);
+            }
+        }
+    } handler{*words.m_pText, seen};
+    ASSERT_TRUE(property.GetChangeEvent().Connect(member_function(&handler, &Handler::OnChange)));
+    for (int n = 0; n < 4; ++n) {
+        words.m_pText->SetText(u"first", 5);
+        EXPECT_EQ(property.GetValue(), u"second");
+        words.m_pText->Update(words.m_device, 0);
+        EXPECT_EQ(words.m_pText->GetInstances().GetCount(), 6u);
+    }
+    for (std::size_t n = 0; n < seen.size(); ++n) {
+        EXPECT_EQ(seen[n], n % 2 == 0 ? u"first" : u"second") << n;
+    }
+    Allocation::FailAfter(0); // the storage at hand is shared, with what was seen
+    EXPECT_FALSE(words.m_pText->SetText(u"third", 5));
+    Allocation::FailNever();
+    EXPECT_EQ(property.GetValue(), u"second");
+    Elsewhere<String16> elsewhere;
+    property.Bind(&elsewhere);
+    EXPECT_TRUE(words.m_pText->SetText(u"bound", 5));
+    property.Bind(nullptr);
+    EXPECT_EQ(property.GetValue(), u"second");
 }
 
 TEST(Text, ReportsItsTextAndItsLayout) {

@@ -100,6 +100,30 @@ TEST_F(TrevikString, AppendsToLiteralsAndToItselfAndGrowsByMoreThanAPiece) {
     EXPECT_LT(GetAllocations(), 20u);
 }
 
+TEST_F(TrevikString, BecomesOtherTextsInStorageOfItsOwn) {
+    String16 text = String16::FromLiteral(u"literal");
+    ASSERT_TRUE(text.Assign(u"a text of its own", 17));
+    EXPECT_EQ(GetAllocations(), 1u);
+    char16_t const* const pData = text.GetData();
+    EXPECT_TRUE(text.Assign(u"shorter\0 one", 12) && text.GetLength() == 12 && text[12] == 0);
+    EXPECT_TRUE(text.Assign(pData + 2, 5));
+    EXPECT_EQ(text, u"orter");
+    EXPECT_TRUE(text.Assign(u"", 0));
+    EXPECT_EQ(text, u"");
+    EXPECT_TRUE(text.Assign(u"a text of its own", 17) && text.Append(u"", 0));
+    EXPECT_EQ(text.GetData(), pData);
+    EXPECT_EQ(GetAllocations(), 1u);
+
+    String16 const shared(text);
+    ASSERT_TRUE(text.Assign(shared.GetData() + 2, 4));
+    EXPECT_EQ(text, u"text");
+    EXPECT_EQ(shared, u"a text of its own");
+    Allocation::FailAfter(0);
+    EXPECT_FALSE(text.Assign(u"longer", 6));
+    EXPECT_EQ(text, u"text");
+    EXPECT_TRUE(text.Assign(u"fits", 4));
+}
+
 TEST_F(TrevikString, ComparesByUnits) {
     // Each of them is less than the next.
     String8 const texts[] = {"", "Z", "a", {"a\0b", 3}, {"a\0c", 3}, "aa", "b", "z", "\xc3\xa4"};
