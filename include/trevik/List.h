@@ -141,6 +141,12 @@ public:
             return false;
         }
         DropFrom(count);
+        if constexpr (std::is_arithmetic<T>::value) {
+            if (m_nCount < count) {
+                std::memset(static_cast<void*>(m_pData + m_nCount), 0, (count - m_nCount) * ElementSize);
+                m_nCount = count;
+            }
+        }
         for (; m_nCount < count; ++m_nCount) {
             new (m_pData + m_nCount) T();
         }

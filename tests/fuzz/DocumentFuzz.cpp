@@ -1,6 +1,7 @@
-// Reads the input as a document file and as a bare document. A document that can be read must be written and
-// read back the same; an object's properties are loaded from it and animated, and its fonts are loaded and
-// saved. A font that can be loaded must be safe to draw with, and be saved and loaded again the same.
+// Reads the input as a document file, as a bare document and as the content of a packed one. A document that
+// can be read must be written and read back the same; an object's properties are loaded from it and animated,
+// and its fonts are loaded and saved. A font that can be loaded must be safe to draw with, and be saved and
+// loaded again the same.
 
 #include "FuzzChecks.h"
 #include "kelvo_host/DocumentFile.h"
@@ -9,6 +10,9 @@
 #include "trevik/kelvo/PropertyList.h"
 #include "trevik/kelvo/RealProperty.h"
 #include "trevik/kelvo/Vector3Property.h"
+
+#include <string>
+#include <vector>
 
 namespace fuzz = kelvokit::fuzz;
 
@@ -76,11 +80,48 @@ void LoadFonts(Ref<DocumentNode> const& pDocument) {
     deserializer.GetTexture(0);
 }
 
+std::uint32_t GetChecksum(std::vector<std::uint8_t> const& bytes) {
+    std::uint32_t nChecksum = ~0u;
+    for (std::uint8_t const nByte : bytes) {
+        nChecksum ^= nByte;
+        for (int nBit = 0; nBit < 8; ++nBit) {
+            nChecksum = nChecksum >> 1 ^ (nChecksum & 1 ? 0xedb88320u : 0u);
+        }
+    }
+    return ~nChecksum;
+}
+
+void AppendWord(std::vector<std::uint8_t>& bytes, std::size_t nWord) {
+    for (unsigned int nShift = 0; nShift < 32; nShift += 8) {
+        bytes.push_back(static_cast<std::uint8_t>(nWord >> nShift));
+    }
+}
+
+/** The packed document with this content, which a file around it would seldom have the checksum of. */
+Ref<DocumentNode> ReadPacked(std::uint8_t const* pData, std::size_t nSize) {
+    std::string const sMagic = "KELVODOC";
+    std::vector<std::uint8_t> bytes(sMagic.begin(), sMagic.end());
+    AppendWord(bytes, 3);
+    AppendWord(bytes, nSize);
+    bytes.insert(bytes.end(), pData, pData + nSize);
+    AppendWord(bytes, GetChecksum(bytes));
+    Fault fault;
+    Ref<DocumentNode> const pDocument = DocumentFile::Read(bytes.data(), bytes.size(), fault);
+    fuzz::RequireMessage(pDocument ? "malformed" : fault.GetText(), "malformed");
+    return pDocument;
+}
+
 void Examine(Ref<DocumentNode> const& pDocument) {
     if (pDocument) {
         List<unsigned char> const written = Write(*pDocument);
         Ref<DocumentNode> const pRead = DocumentNode::Read(written.GetData(), written.GetCount());
         Require(pRead && Write(*pRead) == written);
+        List<unsigned char> file;
+        Fault fault;
+        Require(DocumentFile::Write(*pDocument, file));
+        Ref<DocumentNode> const pUnpacked = DocumentFile::Read(file.GetData(), file.GetCount(), fault);
+        List<unsigned char> again;
+        Require(pUnpacked && DocumentFile::Write(*pUnpacked, again) && again == file);
         LoadProperties(pDocument);
         LoadFonts(pDocument);
     }
@@ -97,5 +138,6 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* pData, std::size_t nSi
     Ref<DocumentNode> pBare = DocumentNode::Read(pData, nSize, &pError, &nOffset);
     Require((pBare == nullptr) == (pError != nullptr) && nOffset <= nSize);
     Examine(pBare);
+    Examine(ReadPacked(pData, nSize));
     return 0;
 }

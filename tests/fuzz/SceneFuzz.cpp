@@ -1,8 +1,9 @@
 // Loads scenes from hostile documents. The input is either a document's bytes (first byte 0) or a recipe for
 // one, in which tags, types and attributes are numbers of those that loaders know, so that variations stay
-// close to scenes. What loads must be playable, must save, and must load again the same.
+// close to scenes; it is packed, too. What loads must be playable, must save, and must load again the same.
 
 #include "FuzzChecks.h"
+#include "kelvo_host/DocumentFile.h"
 #include "kelvo_host/Scene.h"
 #include "kelvo_test/TestFonts.h"
 
@@ -113,8 +114,12 @@ extern "C" int LLVMFuzzerTestOneInput(std::uint8_t const* data, std::size_t size
     Ref<DocumentNode> const pDocument = size == 0      ? nullptr
                                         : data[0] == 0 ? DocumentNode::Read(data + 1, size - 1)
                                                        : Cook(data + 1, data + size);
+    List<unsigned char> packed;
+    Fault fault;
     if (pDocument) {
         Examine(pDocument);
+        Require(DocumentFile::Write(*pDocument, packed));
+        Examine(DocumentFile::Read(packed.GetData(), packed.GetCount(), fault));
     }
     return 0;
 }

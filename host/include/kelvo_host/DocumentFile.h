@@ -10,12 +10,15 @@ namespace trevik::kelvo {
 
 /**
  * Documents as files: the 8 bytes "KELVODOC", a version stamp, the length of the payload (32 bits each,
- * little-endian), the payload (DocumentNode::Write) and the CRC-32 of everything before it. Any thread, on
- * its own document.
+ * little-endian), the payload and the CRC-32 of everything before it. The payload is a packed document from
+ * version 3 on, and before that what DocumentNode::Write gives. Any thread, on its own document.
  */
 struct TREVIK_API DocumentFile {
-    /** Version stamp that is written. */
-    static constexpr unsigned int CurrentVersion = 2;
+    /** Newest version stamp, which is written. */
+    static constexpr unsigned int CurrentVersion = 3;
+    /** Newest version stamp of documents that are not packed: written where a document packs all too well to
+     * be trusted. */
+    static constexpr unsigned int UnpackedVersion = 2;
     /** Oldest version stamp that is read. */
     static constexpr unsigned int MinimumVersion = 0;
 
@@ -24,7 +27,10 @@ struct TREVIK_API DocumentFile {
      * short.
      */
     static bool Write(DocumentNode const& document, List<unsigned char>& bytes);
-    /** Reads the file's bytes. Null when they are no whole, undamaged document; `fault` then says why. */
+    /**
+     * Reads the file's bytes. Null when they are no whole, undamaged document; `fault` then says why. The
+     * nodes of a packed document are made when they are asked for.
+     */
     static Ref<DocumentNode> Read(unsigned char const* pData, unsigned long nLength, Fault& fault);
 };
 

@@ -284,7 +284,7 @@ bool Node::Load(Deserializer& deserializer) {
         return deserializer.Fail(u"its own data does not fit");
     }
     for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
-        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() != NodeID::Node) {
+        if (deserializer.GetChildTagID(nChild) != NodeID::Node) {
             continue;
         }
         Ref<Node> const pChild = LoadNode(deserializer, nChild);

@@ -157,9 +157,14 @@ bool PropertyList::Load(Deserializer& deserializer) {
     }
     unsigned int const nDepth = deserializer.GetDepth();
     unsigned int const nChildren = deserializer.GetChildCount();
+    unsigned int nNext = 0; // properties are saved in the list's order
     for (unsigned int nChild = 0; nChild < nChildren; ++nChild) {
-        DocumentNode const* const pChild = deserializer.GetCurrentNode()->GetChild(nChild);
-        Found const pEntry = pChild->GetTagID() == DocumentID::Property ? Find(pChild->GetTypeID()) : Found();
+        if (deserializer.GetChildTagID(nChild) != DocumentID::Property) {
+            continue;
+        }
+        unsigned int const nID = deserializer.GetChildTypeID(nChild);
+        bool const fNext = nNext < GetCount() && m_pShape->GetSlots()[nNext].m_pDescriptor->m_nID == nID;
+        Found const pEntry = fNext ? Found(GetEntry(nNext++)) : Find(nID);
         if (!pEntry) {
             continue;
         }

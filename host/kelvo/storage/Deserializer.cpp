@@ -7,9 +7,14 @@
 #include "trevik/Hash.h"
 #include "trevik/Immortal.h"
 
+#include <utility>
+
 namespace trevik::kelvo {
 
 namespace {
+
+/** Bytes of attributes up to which nodes are used again. */
+constexpr unsigned int LargestSpare = 4096;
 
 /** Stands in where there is no document; it is empty and never changes. */
 Ref<DocumentNode> GetEmptyDocument() {
@@ -22,12 +27,11 @@ Ref<DocumentNode> GetEmptyDocument() {
     return s_document.Get().m_pNode;
 }
 
-/** Number of children with the same tag that stand before `node`. */
-int CountBefore(DocumentNode const& parent, DocumentNode const& node) {
+/** Number of children with the same tag that stand before child `nChild`. */
+int CountBefore(DocumentNode const& parent, unsigned int nChild) {
     int nCount = 0;
-    for (unsigned int nChild = 0; nChild < parent.GetChildCount() && parent.GetChild(nChild) != &node;
-         ++nChild) {
-        nCount += parent.GetChild(nChild)->GetTagID() == node.GetTagID() ? 1 : 0;
+    for (unsigned int nBefore = 0; nBefore < nChild; ++nBefore) {
+        nCount += parent.GetChildTagID(nBefore) == parent.GetChildTagID(nChild) ? 1 : 0;
     }
     return nCount;
 }
@@ -42,29 +46,42 @@ Deserializer::Deserializer(Ref<DocumentNode> const& pDocument, ClassRegistry& re
 Deserializer::~Deserializer() = default;
 
 bool Deserializer::PushNode(unsigned int nTagID) {
-    DocumentNode* const pChild = GetCurrentNode()->FindChild(nTagID);
-    return pChild && m_stack.Append(pChild);
+    return PushChild(GetCurrentNode()->FindChildIndex(nTagID));
 }
 
 bool Deserializer::PushChild(unsigned int nChild) {
-    return nChild < GetChildCount() && m_stack.Append(GetCurrentNode()->GetChild(nChild));
+    if (nChild >= GetChildCount()) {
+        return false;
+    }
+    unsigned int const nLevel = m_stack.GetCount();
+    Ref<DocumentNode> pSpare;
+    if (nLevel < m_popped.GetCount()) {
+        pSpare.Swap(m_popped[nLevel]);
+    }
+    Ref<DocumentNode> pChild = GetCurrentNode()->ReadChild(nChild, std::move(pSpare));
+    if (pSpare) {
+        pSpare.Swap(m_popped[nLevel]); // it is still there for another one
+    }
+    return pChild && m_stack.Append(Level{std::move(pChild), nChild});
 }
 
 void Deserializer::PopNode() {
+    if (m_stack.IsEmpty()) {
+        return;
+    }
+    unsigned int const nLevel = m_stack.GetCount() - 1;
+    Ref<DocumentNode>& pNode = m_stack.Last().m_pNode;
+    // A large one, such as a texture, would keep its memory until another one of its level comes.
+    if (pNode->GetReferenceCount() == 1 && pNode->m_attributes.GetCapacity() <= LargestSpare &&
+        (nLevel < m_popped.GetCount() || m_popped.Resize(nLevel + 1))) {
+        pNode.Swap(m_popped[nLevel]);
+    }
     m_stack.RemoveLast();
-}
-
-DocumentNode* Deserializer::GetCurrentNode() const {
-    return m_stack.IsEmpty() ? m_pDocument.Get() : m_stack.Last();
-}
-
-unsigned int Deserializer::GetChildCount() const {
-    return GetCurrentNode()->GetChildCount();
 }
 
 void Deserializer::PopTo(unsigned int nDepth) {
     while (m_stack.GetCount() > nDepth) {
-        m_stack.RemoveLast();
+        PopNode();
     }
 }
 
@@ -102,15 +119,15 @@ Ref<T> Deserializer::GetShared(SharedTable<T>& table, int nIndex) {
 template <class T>
 Ref<T> Deserializer::LoadShared(SharedTable<T> const& table, unsigned int nIndex) {
     typedef SharedKind<T> Kind;
-    DocumentNode* const pNode = table.m_pNode->GetChild(nIndex);
+    unsigned int const nTypeID = table.m_pNode->GetChildTypeID(nIndex);
     // The type comes from a file: no other class's object must be taken for one of this kind.
-    if (pNode->GetTagID() != Kind::EntryID || !Kind::IsType(pNode->GetTypeID())) {
+    if (table.m_pNode->GetChildTagID(nIndex) != Kind::EntryID || !Kind::IsType(nTypeID)) {
         return nullptr;
     }
-    Ref<T> pObject(static_cast<T*>(m_registry.Create(pNode->GetTypeID())));
-    List<DocumentNode*> interrupted;
+    Ref<T> pObject(static_cast<T*>(m_registry.Create(nTypeID)));
+    List<Level> interrupted;
     interrupted.Swap(m_stack);
-    bool const fLoaded = pObject && m_stack.Append(table.m_pNode) && m_stack.Append(pNode) &&
+    bool const fLoaded = pObject && m_stack.Append(Level{Ref(table.m_pNode), 0}) && PushChild(nIndex) &&
                          pObject->Load(*this) && Kind::Initialize(*pObject);
     m_stack.Swap(interrupted);
     return fLoaded ? pObject : Ref<T>();
@@ -124,7 +141,8 @@ bool Deserializer::IsTable(DocumentNode const* pNode) const {
 StringEncoded<UTF16Encoding> Deserializer::GetPath() const {
     StringEncoded<UTF16Encoding> sPath;
     DocumentNode const* pParent = m_pDocument.Get();
-    for (DocumentNode const* pNode : m_stack) {
+    for (Level const& level : m_stack) {
+        DocumentNode const* const pNode = level.m_pNode.Get();
         unsigned char const* pData = nullptr;
         unsigned long nLength = 0;
         StringEncoded<UTF16Encoding> sName;
@@ -134,7 +152,7 @@ StringEncoded<UTF16Encoding> Deserializer::GetPath() const {
             fNamed = true;
         }
         if (fNamed || pNode->GetTagID() == NodeID::Node || IsTable(pParent)) {
-            AppendPathStep(sPath, sName, CountBefore(*pParent, *pNode));
+            AppendPathStep(sPath, sName, CountBefore(*pParent, level.m_nChild));
         }
         pParent = pNode;
     }

@@ -1,5 +1,9 @@
 #include "kelvo_host/DocumentFile.h"
 
+#include "Checksum.h"
+#include "DocumentPacker.h"
+#include "PackedBytes.h"
+#include "PackedDocument.h"
 #include "kelvo_host/FileReplacement.h"
 
 #include <fcntl.h>
@@ -7,7 +11,6 @@
 #include <unistd.h>
 
 #include <algorithm>
-#include <array>
 #include <cerrno>
 #include <cstring>
 
@@ -20,59 +23,18 @@ constexpr unsigned int HeaderLength = sizeof(Magic) + 8;
 constexpr unsigned int ChecksumLength = 4;
 constexpr unsigned int FrameLength = HeaderLength + ChecksumLength;
 
-constexpr std::array<unsigned int, 256> MakeChecksumTable() {
-    std::array<unsigned int, 256> table{};
-    for (unsigned int nByte = 0; nByte < 256; ++nByte) {
-        unsigned int nValue = nByte;
-        for (int nBit = 0; nBit < 8; ++nBit) {
-            nValue = (nValue & 1) != 0 ? nValue >> 1 ^ 0xedb88320u : nValue >> 1;
-        }
-        table[nByte] = nValue;
-    }
-    return table;
-}
-
-/** The CRC-32 that ZIP and PNG use. */
-unsigned int GetChecksum(unsigned char const* pData, unsigned long nLength) {
-    static constexpr std::array<unsigned int, 256> s_table = MakeChecksumTable();
-    unsigned int nChecksum = 0xffffffffu;
-    for (unsigned long n = 0; n < nLength; ++n) {
-        nChecksum = nChecksum >> 8 ^ s_table[(nChecksum ^ pData[n]) & 0xff];
-    }
-    return ~nChecksum;
-}
-
-unsigned int GetWord(unsigned char const* pData) {
-    return pData[0] | static_cast<unsigned int>(pData[1]) << 8 | static_cast<unsigned int>(pData[2]) << 16 |
-           static_cast<unsigned int>(pData[3]) << 24;
-}
-
-bool AppendWord(List<unsigned char>& bytes, unsigned int nWord) {
-    bool fAppended = true;
-    for (int i = 0; i < 4; ++i) {
-        fAppended = fAppended && bytes.Append(static_cast<unsigned char>(nWord >> (8 * i)));
-    }
-    return fAppended;
-}
-
-bool AppendFile(DocumentNode const& document, List<unsigned char>& bytes) {
+/** Appends a document as one version has it; false, with something appended, when it cannot be. */
+bool AppendFile(DocumentNode const& document, unsigned int nVersion, List<unsigned char>& bytes) {
     unsigned int const nStart = bytes.GetCount();
-    for (unsigned char nByte : Magic) {
-        if (!bytes.Append(nByte)) {
-            return false;
-        }
-    }
-    if (!AppendWord(bytes, DocumentFile::CurrentVersion) || !AppendWord(bytes, 0)) {
+    if (!AppendBytes(bytes, Magic, sizeof(Magic)) || !AppendWord(bytes, nVersion) || !AppendWord(bytes, 0)) {
         return false;
     }
     unsigned int const nPayload = bytes.GetCount();
-    if (!document.Write(bytes)) {
+    if (nVersion > DocumentFile::UnpackedVersion ? !DocumentPacker::Pack(document, bytes)
+                                                 : !document.Write(bytes)) {
         return false;
     }
-    unsigned int const nPayloadLength = bytes.GetCount() - nPayload;
-    for (unsigned int i = 0; i < 4; ++i) {
-        bytes[nPayload - 4 + i] = static_cast<unsigned char>(nPayloadLength >> (8 * i));
-    }
+    PutWord(bytes.GetData() + nPayload - 4, bytes.GetCount() - nPayload);
     return AppendWord(bytes, GetChecksum(bytes.GetData() + nStart, bytes.GetCount() - nStart));
 }
 
@@ -99,13 +61,18 @@ Fault FaultOf(char const* pPath, char const* pAction, char const* pWhy) {
     return Fault(String16::Format(u"%hs", pPath), pAction, String16::Format(u"%hs", pWhy));
 }
 
-/** Reads to the file's end; false on a read error or when out of memory (errno tells). */
-bool ReadAll(int nDescriptor, List<unsigned char>& bytes) {
+/** Reads to the file's end, which may come later than its size says; false on a read error or when out of
+ * memory (errno tells). */
+bool ReadAll(int nDescriptor, long long nSize, List<unsigned char>& bytes) {
+    if (nSize < 0xffffffff) {
+        bytes.Reserve(static_cast<unsigned int>(nSize) + 1); // one more, to see that it ends there
+    }
     unsigned int nCount = 0;
     for (;;) {
         if (nCount == bytes.GetCount()) {
             unsigned int const nLarger = nCount < 0x80000000u ? nCount + nCount / 2 + 4096 : 0xffffffffu;
-            if (nCount == 0xffffffffu || !bytes.Resize(nLarger)) {
+            unsigned int const nReserved = bytes.GetCapacity();
+            if (nCount == 0xffffffffu || !bytes.Resize(nReserved > nCount ? nReserved : nLarger)) {
                 errno = nCount == 0xffffffffu ? EFBIG : ENOMEM;
                 return false;
             }
@@ -135,57 +102,104 @@ bool MayBeJson(unsigned char const* pData, unsigned long nLength) {
     return pFirst != pData + nLength && (*pFirst == '{' || *pFirst == '/');
 }
 
-} // namespace
-
-bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& bytes) {
-    unsigned int const nStart = bytes.GetCount();
-    if (AppendFile(document, bytes)) {
-        return true;
-    }
-    bytes.Resize(nStart);
-    return false;
-}
-
-Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, Fault& fault) {
+/** Whether all around a file's payload is right; says the version. */
+bool CheckFrame(unsigned char const* pData, unsigned long nLength, unsigned int& nVersion, Fault& fault) {
     if (nLength < sizeof(Magic) || std::memcmp(pData, Magic, sizeof(Magic)) != 0) {
         char const* const pWhy =
             MayBeJson(pData, nLength)
                 ? "JSON is read by assets::ReadScene, and kelvo-player --save makes a document of it"
                 : "";
         fault = Fault(String8(), "not a scene document", pWhy);
-        return nullptr;
+        return false;
     }
     if (nLength < FrameLength) {
         fault = Fault(String8(), "cut short", String16::Format(u"%lu bytes", nLength));
-        return nullptr;
+        return false;
     }
-    unsigned int const nVersion = GetWord(pData + sizeof(Magic));
-    if (nVersion > CurrentVersion) {
-        fault = Fault(String8(), String16::Format(u"version %u; this program reads versions %u to %u",
-                                                  nVersion, MinimumVersion, CurrentVersion));
-        return nullptr;
+    nVersion = GetWord(pData + sizeof(Magic));
+    if (nVersion > DocumentFile::CurrentVersion) {
+        fault =
+            Fault(String8(), String16::Format(u"version %u; this program reads versions %u to %u", nVersion,
+                                              DocumentFile::MinimumVersion, DocumentFile::CurrentVersion));
+        return false;
     }
     unsigned long const nPayloadLength = GetWord(pData + sizeof(Magic) + 4);
     if (nPayloadLength != nLength - FrameLength) {
         fault = Fault(String8(), "damaged",
                       String16::Format(u"holds %lu bytes of content, not the %lu it names",
                                        nLength - FrameLength, nPayloadLength));
-        return nullptr;
+        return false;
     }
     unsigned long const nEnd = nLength - ChecksumLength;
     if (GetWord(pData + nEnd) != GetChecksum(pData, nEnd)) {
         fault = Fault(String8(), "damaged", "the checksum does not match");
-        return nullptr;
+        return false;
     }
+    return true;
+}
+
+Fault MalformedAt(unsigned long nOffset, char const* pProblem) {
+    return Fault(String8(), String16::Format(u"malformed at byte %lu", HeaderLength + nOffset), pProblem);
+}
+
+/** Reads a whole file of a version that is not packed. */
+Ref<DocumentNode> ReadPlain(unsigned char const* pData, unsigned long nLength, Fault& fault) {
     char const* pProblem = nullptr;
     unsigned long nOffset = 0;
     Ref<DocumentNode> pDocument =
-        DocumentNode::Read(pData + HeaderLength, nPayloadLength, &pProblem, &nOffset);
+        DocumentNode::Read(pData + HeaderLength, nLength - FrameLength, &pProblem, &nOffset);
     if (!pDocument) {
-        fault =
-            Fault(String8(), String16::Format(u"malformed at byte %lu", HeaderLength + nOffset), pProblem);
+        fault = MalformedAt(nOffset, pProblem);
     }
     return pDocument;
+}
+
+/** Reads a whole file that is packed, and takes its bytes over. */
+Ref<DocumentNode> ReadPacked(List<unsigned char>& bytes, Fault& fault) {
+    PackedDocument::Problem problem;
+    unsigned int const nLength = bytes.GetCount() - FrameLength;
+    Ref<PackedDocument> const pPacked = PackedDocument::Open(bytes, HeaderLength, nLength, problem);
+    if (!pPacked) {
+        fault = MalformedAt(problem.m_nOffset, problem.m_pText);
+        return nullptr;
+    }
+    Ref<DocumentNode> pDocument = pPacked->MakeNode(pPacked->GetRoot());
+    // The tables of shared objects, which are looked for among the topmost children, must not be missing
+    // later.
+    if (!pDocument || (pDocument->GetChildCount() != 0 && !pDocument->GetChild(0))) {
+        fault = Fault(String8(), "memory is short");
+        return nullptr;
+    }
+    return pDocument;
+}
+
+} // namespace
+
+bool DocumentFile::Write(DocumentNode const& document, List<unsigned char>& bytes) {
+    unsigned int const nStart = bytes.GetCount();
+    for (unsigned int nVersion : {CurrentVersion, UnpackedVersion}) {
+        if (AppendFile(document, nVersion, bytes)) {
+            return true;
+        }
+        bytes.Resize(nStart);
+    }
+    return false;
+}
+
+Ref<DocumentNode> DocumentFile::Read(unsigned char const* pData, unsigned long nLength, Fault& fault) {
+    unsigned int nVersion = 0;
+    if (!CheckFrame(pData, nLength, nVersion, fault)) {
+        return nullptr;
+    }
+    if (nVersion <= UnpackedVersion) {
+        return ReadPlain(pData, nLength, fault);
+    }
+    List<unsigned char> bytes;
+    if (!AppendBytes(bytes, pData, nLength)) {
+        fault = Fault(String8(), "memory is short");
+        return nullptr;
+    }
+    return ReadPacked(bytes, fault);
 }
 
 bool SaveDocument(char const* pPath, DocumentNode const& document, Fault& fault) {
@@ -213,16 +227,22 @@ Ref<DocumentNode> LoadDocument(char const* pPath, Fault& fault) {
     // Opening a pipe would wait for a writer.
     File file(open(pPath, O_RDONLY | O_CLOEXEC | O_NONBLOCK));
     List<unsigned char> bytes;
-    struct stat status;
+    struct stat status{};
     if (file.IsOpen() && fstat(file.Get(), &status) == 0 && IsSpecial(status)) {
         fault = FaultOf(pPath, "cannot read", "not a regular file");
         return nullptr;
     }
-    if (!file.IsOpen() || !ReadAll(file.Get(), bytes)) {
+    if (!file.IsOpen() || !ReadAll(file.Get(), status.st_size, bytes)) {
         fault = FaultOf(pPath, "cannot read", std::strerror(errno));
         return nullptr;
     }
-    Ref<DocumentNode> pDocument = DocumentFile::Read(bytes.GetData(), bytes.GetCount(), fault);
+    unsigned int nVersion = 0;
+    Ref<DocumentNode> pDocument;
+    if (CheckFrame(bytes.GetData(), bytes.GetCount(), nVersion, fault)) {
+        pDocument = nVersion <= DocumentFile::UnpackedVersion
+                        ? ReadPlain(bytes.GetData(), bytes.GetCount(), fault)
+                        : ReadPacked(bytes, fault);
+    }
     if (!pDocument) {
         fault = fault.Within(String8(String16::Format(u"%hs", pPath)));
     }

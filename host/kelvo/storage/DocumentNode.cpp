@@ -1,5 +1,7 @@
 #include "trevik/kelvo/DocumentNode.h"
 
+#include "PackedBytes.h"
+#include "PackedDocument.h"
 #include "trevik/Types.h"
 
 #include <climits>
@@ -23,17 +25,6 @@ namespace {
 constexpr unsigned int NodeHeaderLength = 16;
 /** Bytes that every attribute takes: length and kind, and the id. */
 constexpr unsigned int EntryHeaderLength = 8;
-
-unsigned int GetWord(unsigned char const* pData) {
-    return pData[0] | static_cast<unsigned int>(pData[1]) << 8 | static_cast<unsigned int>(pData[2]) << 16 |
-           static_cast<unsigned int>(pData[3]) << 24;
-}
-
-void PutWord(unsigned char* pData, unsigned int nWord) {
-    for (int i = 0; i < 4; ++i) {
-        pData[i] = static_cast<unsigned char>(nWord >> (8 * i));
-    }
-}
 
 /** Makes the list `nMore` bytes longer and returns where they start; null when out of memory. */
 unsigned char* Extend(List<unsigned char>& bytes, unsigned long nMore) {
@@ -126,7 +117,43 @@ bool DocumentNode::AddChild(Ref<DocumentNode> const& pChild) {
 }
 
 bool DocumentNode::InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild) {
-    return pChild && m_children.Insert(nChild, pChild);
+    return pChild && (m_packedChildren.IsEmpty() || Unpack()) && m_children.Insert(nChild, pChild);
+}
+
+unsigned char* DocumentNode::ExtendAttributes(unsigned int nMore) {
+    return Extend(m_attributes, nMore);
+}
+
+/** Makes the children, all of them or none. */
+bool DocumentNode::Unpack() const {
+    List<Ref<DocumentNode>> children;
+    if (!children.Reserve(m_packedChildren.GetCount())) {
+        return false;
+    }
+    for (unsigned int nPacked : m_packedChildren) {
+        Ref<DocumentNode> const pChild = m_pPacked->MakeNode(nPacked);
+        if (!pChild) {
+            return false;
+        }
+        children.Append(pChild);
+    }
+    m_children.Swap(children);
+    m_packedChildren.Release();
+    m_pPacked.Reset();
+    return true;
+}
+
+unsigned int DocumentNode::GetPackedTagID(unsigned int nChild) const {
+    return m_pPacked->GetTagID(m_packedChildren[nChild]);
+}
+
+unsigned int DocumentNode::GetPackedTypeID(unsigned int nChild) const {
+    return m_pPacked->GetTypeID(m_packedChildren[nChild]);
+}
+
+Ref<DocumentNode> DocumentNode::ReadChild(unsigned int nChild, Ref<DocumentNode>&& pSpare) const {
+    return m_packedChildren.IsEmpty() ? m_children[nChild]
+                                      : m_pPacked->GetNode(m_packedChildren[nChild], std::move(pSpare));
 }
 
 bool DocumentNode::Write(List<unsigned char>& bytes) const {
@@ -147,13 +174,14 @@ bool DocumentNode::WriteNode(List<unsigned char>& bytes, unsigned int nDepth) co
     }
     PutWord(pNode, m_nTagID);
     PutWord(pNode + 4, m_nTypeID);
-    PutWord(pNode + 8, m_children.GetCount());
+    PutWord(pNode + 8, GetChildCount());
     PutWord(pNode + 12, nBlockLength << 4);
     if (nBlockLength > 0) {
         std::memcpy(pNode + NodeHeaderLength, m_attributes.GetData(), nBlockLength);
     }
-    for (Ref<DocumentNode> const& pChild : m_children) {
-        if (!pChild->WriteNode(bytes, nDepth + 1)) {
+    for (unsigned int nChild = 0; nChild < GetChildCount(); ++nChild) {
+        Ref<DocumentNode> const pChild = ReadChild(nChild);
+        if (!pChild || !pChild->WriteNode(bytes, nDepth + 1)) {
             return false;
         }
     }

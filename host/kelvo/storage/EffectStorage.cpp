@@ -63,7 +63,7 @@ bool LoadEach(Deserializer& deserializer, unsigned int nTagID, TransformNode& no
               bool (*pfnLoad)(Deserializer&, TransformNode&)) {
     unsigned int const nDepth = deserializer.GetDepth();
     for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
-        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() != nTagID) {
+        if (deserializer.GetChildTagID(nChild) != nTagID) {
             continue;
         }
         bool const fLoaded = deserializer.PushChild(nChild) && pfnLoad(deserializer, node);

@@ -83,7 +83,7 @@ Ref<Node> LoadNode(Deserializer& deserializer, unsigned int nChild) {
 
 bool LoadOptionalNode(Deserializer& deserializer, unsigned int nTagID, Ref<Node>& pNode) {
     for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
-        if (deserializer.GetCurrentNode()->GetChild(nChild)->GetTagID() == nTagID) {
+        if (deserializer.GetChildTagID(nChild) == nTagID) {
             Ref<Node> const pLoaded = LoadNode(deserializer, nChild);
             if (pLoaded) {
                 pNode = pLoaded;

@@ -30,18 +30,33 @@ public:
     Deserializer& operator=(Deserializer const&) = delete;
 
     /**
-     * Makes the first child with the tag current. False, with the current node unchanged, when there is none.
+     * Makes the first child with the tag current. False, with the current node unchanged, when there is none,
+     * or no memory.
      */
     bool PushNode(unsigned int nTagID);
-    /** Makes child `nChild` (0 .. GetChildCount() - 1) current; false when there is no such child. */
+    /**
+     * Makes child `nChild` (0 .. GetChildCount() - 1) current; false when there is no such child, or no
+     * memory.
+     */
     bool PushChild(unsigned int nChild);
     /** Makes the parent of the current node current again. On the root nothing happens. */
     void PopNode();
 
-    /** The node whose attributes are read now; never null. */
-    DocumentNode* GetCurrentNode() const;
+    /**
+     * The node whose attributes are read now; never null. It is not to be changed, and may go when it is
+     * popped unless the caller holds a reference.
+     */
+    DocumentNode* GetCurrentNode() const {
+        return m_stack.IsEmpty() ? m_pDocument.Get() : m_stack.Last().m_pNode.Get();
+    }
     /** Number of children of the current node. */
-    unsigned int GetChildCount() const;
+    unsigned int GetChildCount() const { return GetCurrentNode()->GetChildCount(); }
+    /** The tag of child `nChild` (0 .. GetChildCount() - 1) of the current node. */
+    unsigned int GetChildTagID(unsigned int nChild) const { return GetCurrentNode()->GetChildTagID(nChild); }
+    /** The type of child `nChild` of the current node. */
+    unsigned int GetChildTypeID(unsigned int nChild) const {
+        return GetCurrentNode()->GetChildTypeID(nChild);
+    }
     /**
      * How many pushes are open; lets a loader return to where it began after a failed load left nodes pushed.
      */
@@ -49,7 +64,10 @@ public:
     /** Pops until GetDepth() equals `nDepth`. */
     void PopTo(unsigned int nDepth);
 
-    /** Finds a raw-bytes attribute of the current node; false when absent. The bytes stay the document's. */
+    /**
+     * Finds a raw-bytes attribute of the current node; false when absent. The bytes stay the node's: they
+     * hold while it is current, and after that while the caller holds a reference to it.
+     */
     bool FindAttribute(unsigned int nAttributeID, unsigned char const*& pData, unsigned long& nLength) const;
 
     /**
@@ -93,6 +111,11 @@ public:
     StringEncoded<UTF16Encoding> const& GetError() const { return m_sError; }
 
 private:
+    /** A node that has been pushed. */
+    struct Level {
+        Ref<DocumentNode> m_pNode;
+        unsigned int m_nChild; ///< which child of the one before it is
+    };
     /** One entry of a table of shared objects. */
     template <class T>
     struct SharedSlot {
@@ -102,7 +125,7 @@ private:
     /** The objects of one kind that several others share. */
     template <class T>
     struct SharedTable {
-        DocumentNode* m_pNode;       ///< null when the document has none
+        DocumentNode* m_pNode;       ///< a child of the document's topmost node; null when there is none
         List<SharedSlot<T>> m_slots; ///< one for each child of the node, from the first use on
     };
 
@@ -114,7 +137,8 @@ private:
 
     Ref<DocumentNode> m_pDocument;
     ClassRegistry& m_registry;
-    List<DocumentNode*> m_stack; ///< pushed nodes, without the root
+    List<Level> m_stack;              ///< without the root
+    List<Ref<DocumentNode>> m_popped; ///< by level, a node that nobody else refers to; it may become the next
     SharedTable<Texture> m_textures;
     SharedTable<Font> m_fonts;
     StringEncoded<UTF16Encoding> m_sError;

@@ -7,12 +7,16 @@
 
 namespace trevik::kelvo {
 
+class PackedDocument;
+
 /**
  * One node of a saved document: a tag id, a type id, an attribute block and children.
  *
  * The attribute block is a 32-bit header whose upper 28 bits are the length in bytes of what follows, then
  * entries: a 32-bit word (upper 28 bits: data length in bytes; low 4 bits: kind, 2 = raw bytes), a 32-bit id,
  * and the data padded with zeros to a multiple of 4. All words are little-endian.
+ *
+ * Children that came out of a packed file are made when they are asked for.
  */
 class TREVIK_API DocumentNode : public Referenced {
 public:
@@ -48,18 +52,41 @@ public:
     /** The same, before child `nChild` (at most the number of children). */
     bool InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild);
     /** The number of children. */
-    unsigned int GetChildCount() const { return m_children.GetCount(); }
-    /** Child `nChild` (0 .. GetChildCount() - 1), borrowed. */
-    DocumentNode* GetChild(unsigned int nChild) const { return m_children[nChild].Get(); }
+    unsigned int GetChildCount() const { return m_children.GetCount() + m_packedChildren.GetCount(); }
+    /**
+     * Child `nChild` (0 .. GetChildCount() - 1), borrowed. From then on the node holds all its children. Null
+     * only when they have been packed so far and memory is short.
+     */
+    DocumentNode* GetChild(unsigned int nChild) const {
+        return m_packedChildren.IsEmpty() || Unpack() ? m_children[nChild].Get() : nullptr;
+    }
+    /** The tag of child `nChild`; unpacks nothing. */
+    unsigned int GetChildTagID(unsigned int nChild) const {
+        return m_packedChildren.IsEmpty() ? m_children[nChild]->GetTagID() : GetPackedTagID(nChild);
+    }
+    /** The type of child `nChild`; unpacks nothing. */
+    unsigned int GetChildTypeID(unsigned int nChild) const {
+        return m_packedChildren.IsEmpty() ? m_children[nChild]->GetTypeID() : GetPackedTypeID(nChild);
+    }
+    /** The index of the first child with the tag; the number of children when there is none. */
+    unsigned int FindChildIndex(unsigned int nTagID) const {
+        unsigned int nChild = 0;
+        while (nChild < GetChildCount() && GetChildTagID(nChild) != nTagID) {
+            ++nChild;
+        }
+        return nChild;
+    }
     /** The first child with the tag, or null. */
     DocumentNode* FindChild(unsigned int nTagID) const {
-        for (Ref<DocumentNode> const& pChild : m_children) {
-            if (pChild->GetTagID() == nTagID) {
-                return pChild.Get();
-            }
-        }
-        return nullptr;
+        unsigned int const nChild = FindChildIndex(nTagID);
+        return nChild < GetChildCount() ? GetChild(nChild) : nullptr;
     }
+    /**
+     * Child `nChild`, to be read and not to be changed: one that is packed is made for the caller alone, or
+     * for all places that it stands at, and the node does not hold it. `pSpare`, where that is the only
+     * reference to a node, may become it, which saves allocations. Null without memory.
+     */
+    Ref<DocumentNode> ReadChild(unsigned int nChild, Ref<DocumentNode>&& pSpare = nullptr) const;
 
     /**
      * Appends the tree's binary form to `bytes`: per node the tag id, the type id, the number of children (32
@@ -76,14 +103,23 @@ public:
                                   char const** pError = nullptr, unsigned long* pOffset = nullptr);
 
 private:
+    friend class Deserializer;
+    friend class DocumentPacker;
+    friend class PackedDocument;
     class TreeReader;
 
+    unsigned char* ExtendAttributes(unsigned int nMore);
+    bool Unpack() const;
+    unsigned int GetPackedTagID(unsigned int nChild) const;
+    unsigned int GetPackedTypeID(unsigned int nChild) const;
     bool WriteNode(List<unsigned char>& bytes, unsigned int nDepth) const;
 
     unsigned int m_nTagID;
     unsigned int m_nTypeID;
     List<unsigned char> m_attributes; ///< the entries, without the header
-    List<Ref<DocumentNode>> m_children;
+    mutable List<Ref<DocumentNode>> m_children;
+    mutable List<unsigned int> m_packedChildren; ///< while they are packed: their places in m_pPacked
+    mutable Ref<PackedDocument> m_pPacked;       ///< null once no child is packed
 };
 
 } // namespace trevik::kelvo
