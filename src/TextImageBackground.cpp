@@ -88,9 +88,7 @@ bool TextImageBackground::UpdateSpriteProperty() {
     }
     RealFloat const width = static_cast<RealFloat>(pTexture->GetWidth());
     RealFloat const height = static_cast<RealFloat>(pTexture->GetHeight());
-    if (!RebuildCorners(width, height)) {
-        return false;
-    }
+    RebuildCorners(width, height);
     if (m_nConnected < WatchedProperties) {
         ConnectPropertyEvent();
         m_fDirty = true; // properties that are not connected change without notice
@@ -106,17 +104,10 @@ bool TextImageBackground::UpdateSpriteProperty() {
     return true;
 }
 
-bool TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
-    List<Vector>& vertices = static_cast<SpriteGL2*>(m_pSprite)->GetVertices();
-    vertices.Clear();
-    if (!vertices.Reserve(4)) {
-        return false;
-    }
-    vertices.Append(Vector(0, 0, 0));
-    vertices.Append(Vector(0, width, 0)); // the width upwards, too: intended (background-left-edge)
-    vertices.Append(Vector(width, 0, 0));
-    vertices.Append(Vector(width, height, 0));
-    return true;
+void TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
+    // On the left the width upwards, too: intended (background-left-edge).
+    static_cast<SpriteGL2*>(m_pSprite)->GetVertices().Set({0, 0, 0}, {0, width, 0}, {width, 0, 0},
+                                                          {width, height, 0});
 }
 
 void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {

@@ -42,10 +42,7 @@ public:
     void ConnectPropertyEvent();
     /** The sprite to be fitted and drawn from now on, a SpriteGL2 or null; another one is fitted anew. */
     void SetSprite(Sprite* pSprite);
-    /**
-     * Brings the sprite up to the text. False, when there is nothing to draw: no sprite, no texture or no
-     * memory.
-     */
+    /** Brings the sprite up to the text. False, when there is nothing to draw: no sprite or no texture. */
     bool UpdateSpriteProperty();
     /** Fits the sprite, updates it in the space that the text stands in, and draws it. */
     void InternalRenderSprite(GraphicsDevice& device);
@@ -56,7 +53,7 @@ private:
     bool ConnectNext();
     template <class T>
     bool Connect(BaseProperty<T>& property, void (TextImageBackground::*pfnChanged)(T const&));
-    bool RebuildCorners(RealFloat width, RealFloat height);
+    void RebuildCorners(RealFloat width, RealFloat height);
     void FitSprite(RealFloat width, RealFloat height);
     void CopyProperties();
     void SetSpriteSize(int nWidth, int nHeight);

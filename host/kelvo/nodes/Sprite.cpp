@@ -15,7 +15,7 @@ constexpr unsigned long CacheLineSize = alignof(Sprite);
 
 } // namespace
 
-// The members that it stands for are in the last line.
+// The members that it stands for are in the sprite's last line, and in the one behind it.
 unsigned long const DrawnSpriteOffset = sizeof(Sprite) - CacheLineSize;
 
 Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {

@@ -141,6 +141,7 @@ inline void TransformNode::FetchForDrawing(Node const* pNode) {
     __builtin_prefetch(pBytes + MatrixOffset);
     __builtin_prefetch(pBytes + ListsOffset);
     __builtin_prefetch(pBytes + DrawnSpriteOffset);
+    __builtin_prefetch(pBytes + DrawnSpriteOffset + CacheLine);
 }
 
 void TransformNode::RenderChildren(GraphicsDevice& device) {

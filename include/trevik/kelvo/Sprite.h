@@ -76,11 +76,12 @@ private:
     }
     void SetStyleMarks();
 
-    // In one cache line with the texture and what back ends add to draw with.
-    alignas(CacheLine) unsigned int m_nStyle = 0;
-
 protected:
-    Ref<Texture> m_pTexture; ///< see GetTexture
+    // In one cache line with the style and what back ends add to draw with.
+    alignas(CacheLine) Ref<Texture> m_pTexture; ///< see GetTexture
+
+private:
+    unsigned int m_nStyle = 0; ///< last, so that what is added fits in right behind it
 };
 
 } // namespace trevik::kelvo
