@@ -2,6 +2,7 @@
 
 #include "kelvo/storage/NodeStorage.h"
 #include "trevik/Debug.h"
+#include "trevik/Memory.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/MemoryTracer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -9,6 +10,7 @@
 #include "trevik/kelvo/TransformNode.h"
 
 #include <algorithm>
+#include <new>
 
 namespace trevik::kelvo {
 
@@ -27,8 +29,38 @@ Node::Node(Node const& other) : Referenced(other), ITraceable(other), m_sName(ot
 
 NodeUserdata::~NodeUserdata() = default;
 
+struct Node::Extras {
+    Ref<NodeUserdata> m_pUserdata;
+    Node* m_pHeld = nullptr;        ///< the node that this one keeps alive besides its children
+    Node* m_pFirstHolder = nullptr; ///< the first node that keeps this one alive in that way
+    Node* m_pNextHolder = nullptr;  ///< the next node that keeps m_pHeld alive
+
+    static void* operator new(std::size_t nBytes, std::nothrow_t const&) noexcept {
+        return AllocateMemory(nBytes);
+    }
+    static void operator delete(void* pMemory, std::nothrow_t const&) noexcept { FreeMemory(pMemory); }
+    static void operator delete(void* pMemory) noexcept { FreeMemory(pMemory); }
+};
+
 Node::~Node() {
     ReleaseChildren();
+    delete m_pExtras;
+}
+
+/** False without memory. */
+bool Node::NeedExtras() {
+    if (!m_pExtras) {
+        m_pExtras = new (std::nothrow) Extras;
+    }
+    return m_pExtras != nullptr;
+}
+
+Node* Node::GetHeld() const {
+    return m_pExtras ? m_pExtras->m_pHeld : nullptr;
+}
+
+Node* Node::GetFirstHolder() const {
+    return m_pExtras ? m_pExtras->m_pFirstHolder : nullptr;
 }
 
 void Node::ReleaseChildren() {
@@ -50,15 +82,17 @@ void Node::Reset() {
 }
 
 void Node::SetUserData(Ref<NodeUserdata> const& pUserdata) {
-    m_pUserdata = pUserdata;
+    if (m_pExtras || (pUserdata && NeedExtras())) {
+        m_pExtras->m_pUserdata = pUserdata;
+    }
 }
 
 NodeUserdata* Node::GetUserData() {
-    return m_pUserdata.Get();
+    return m_pExtras ? m_pExtras->m_pUserdata.Get() : nullptr;
 }
 
 NodeUserdata const* Node::GetUserData() const {
-    return m_pUserdata.Get();
+    return m_pExtras ? m_pExtras->m_pUserdata.Get() : nullptr;
 }
 
 bool Node::CanAttach(Node const* pChild) const {
@@ -77,11 +111,14 @@ bool Node::CanAttach(Node const* pChild) const {
     return true;
 }
 
-char16_t const* Node::FindHoldFault(Node const& node) const {
+char16_t const* Node::PrepareHold(Node& node) {
     if (IsKeptBy(node)) {
         return u"keeps it alive";
     }
-    return node.m_pParent || HasRoomBelow(node) ? nullptr : u"would lie too deep";
+    if (!node.m_pParent && !HasRoomBelow(node)) {
+        return u"would lie too deep";
+    }
+    return NeedExtras() && node.NeedExtras() ? nullptr : u"finds no memory";
 }
 
 /**
@@ -94,9 +131,9 @@ bool Node::IsKeptBy(Node const& node) const {
         if (pNode == &node) {
             return true;
         }
-        fHeld = fHeld || pNode->m_pFirstHolder;
+        fHeld = fHeld || pNode->GetFirstHolder();
     }
-    if (!fHeld || (node.m_children.IsEmpty() && !node.m_pHeld)) {
+    if (!fHeld || (node.m_children.IsEmpty() && !node.GetHeld())) {
         return false;
     }
     // Several ways may lead up to a node, as from a camera below its timeline: each node is looked at once.
@@ -112,8 +149,8 @@ bool Node::IsKeptBy(Node const& node) const {
     for (unsigned int nSeen = 0; nSeen < seen.GetCount() && !fKept; ++nSeen) {
         Node const* const pNode = seen[nSeen];
         fKept = pNode == &node || !see(pNode->m_pParent);
-        for (Node const* pHolder = pNode->m_pFirstHolder; pHolder && !fKept;
-             pHolder = pHolder->m_pNextHolder) {
+        for (Node const* pHolder = pNode->GetFirstHolder(); pHolder && !fKept;
+             pHolder = pHolder->m_pExtras->m_pNextHolder) {
             fKept = !see(pHolder);
         }
     }
@@ -138,7 +175,7 @@ unsigned int Node::CountLevelsAbove() const {
         ++nLevels;
     }
     unsigned int nAbove = 0;
-    for (Node const* pHolder = pTop->m_pFirstHolder; pHolder; pHolder = pHolder->m_pNextHolder) {
+    for (Node const* pHolder = pTop->GetFirstHolder(); pHolder; pHolder = pHolder->m_pExtras->m_pNextHolder) {
         nAbove = std::max(nAbove, pHolder->CountLevelsAbove());
     }
     return nAbove + nLevels;
@@ -146,7 +183,8 @@ unsigned int Node::CountLevelsAbove() const {
 
 /** Levels from this node down, itself included. */
 unsigned int Node::CountLevelsBelow() const {
-    unsigned int nBelow = m_pHeld && !m_pHeld->m_pParent ? m_pHeld->CountLevelsBelow() : 0;
+    Node const* const pHeld = GetHeld();
+    unsigned int nBelow = pHeld && !pHeld->m_pParent ? pHeld->CountLevelsBelow() : 0;
     for (Node const* pChild : m_children) {
         nBelow = std::max(nBelow, pChild->CountLevelsBelow());
     }
@@ -154,18 +192,21 @@ unsigned int Node::CountLevelsBelow() const {
 }
 
 void Node::NoteHeld(Node* pNode) {
-    if (m_pHeld) {
-        Node** ppHolder = &m_pHeld->m_pFirstHolder;
-        while (*ppHolder != this) {
-            ppHolder = &(*ppHolder)->m_pNextHolder;
-        }
-        *ppHolder = m_pNextHolder;
+    if (!m_pExtras) {
+        return; // it has never held one, and gets none
     }
-    m_pHeld = pNode;
-    m_pNextHolder = nullptr;
+    if (Node const* const pFormer = m_pExtras->m_pHeld) {
+        Node** ppHolder = &pFormer->m_pExtras->m_pFirstHolder;
+        while (*ppHolder != this) {
+            ppHolder = &(*ppHolder)->m_pExtras->m_pNextHolder;
+        }
+        *ppHolder = m_pExtras->m_pNextHolder;
+    }
+    m_pExtras->m_pHeld = pNode;
+    m_pExtras->m_pNextHolder = nullptr;
     if (pNode) {
-        m_pNextHolder = pNode->m_pFirstHolder;
-        pNode->m_pFirstHolder = this;
+        m_pExtras->m_pNextHolder = pNode->m_pExtras->m_pFirstHolder;
+        pNode->m_pExtras->m_pFirstHolder = this;
     }
 }
 

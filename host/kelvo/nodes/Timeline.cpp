@@ -17,10 +17,11 @@ Timeline::Timeline(Timeline const& other)
       m_rFrameDelay(other.m_rFrameDelay), m_pfnTimeMap(other.m_pfnTimeMap), m_fPlaying(other.m_fPlaying),
       m_fAutoPlay(other.m_fAutoPlay), m_fBackwards(other.m_fBackwards) {
     m_fUpdatesSubtree = true;
-    Camera* const pCamera = other.m_pCamera.Get();
-    if (pCamera) {
-        TakeCamera(pCamera->GetParent() ? pCamera : static_cast<Camera*>(pCamera->CloneTree()));
-        m_properties.NoteShortage(!m_pCamera);
+    if (Camera* const pCamera = other.m_pCamera.Get()) {
+        Ref<Camera> const pTaken(pCamera->GetParent() ? pCamera : static_cast<Camera*>(pCamera->CloneTree()));
+        bool const fShort = !pTaken || PrepareHold(*pTaken);
+        TakeCamera(fShort ? nullptr : pTaken.Get());
+        m_properties.NoteShortage(fShort);
     }
 }
 

@@ -16,7 +16,7 @@ constexpr unsigned int CameraWayID = HashName("CameraWay");
 // The camera that a timeline's children are seen through: held, copied, saved and found again.
 
 void Timeline::SetCamera(Camera* pCamera) {
-    char16_t const* const pFault = pCamera ? FindHoldFault(*pCamera) : nullptr;
+    char16_t const* const pFault = pCamera ? PrepareHold(*pCamera) : nullptr;
     if (pFault) {
         Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: no timeline can look through a camera that %s",
                            GetPath().GetData(), pFault);
@@ -48,7 +48,7 @@ bool Timeline::TakeCameraOnWay() {
     Node* const pNode = FollowWay(*this, m_cameraWay);
     m_cameraWay.Release();
     Camera* const pCamera = pNode && pNode->IsKindOf(Camera::ClassID) ? static_cast<Camera*>(pNode) : nullptr;
-    if (!pCamera || FindHoldFault(*pCamera)) {
+    if (!pCamera || PrepareHold(*pCamera)) {
         return false;
     }
     TakeCamera(pCamera);
@@ -77,7 +77,7 @@ bool Timeline::LoadCamera(Deserializer& deserializer) {
     if (pNode && !pNode->IsKindOf(Camera::ClassID)) {
         return deserializer.Fail(u"its camera is no camera");
     }
-    if (char16_t const* const pFault = pNode ? FindHoldFault(*pNode) : nullptr) {
+    if (char16_t const* const pFault = pNode ? PrepareHold(*pNode) : nullptr) {
         return deserializer.Fail(u"its camera %s", pFault);
     }
     if (pNode) {

@@ -79,8 +79,10 @@ Text::Text(Text const& other)
       m_pFont(other.m_pFont), m_pPolygonalFont(other.m_pPolygonalFont) {
     SetTextMarks();                  // all of them are set, so the copy lays itself out
     if (other.m_pBackgroundSprite) { // a copy of its own: it is fitted to the text
-        TakeBackground(static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree()));
-        m_properties.NoteShortage(!m_pBackgroundSprite);
+        Ref<Sprite> const pTaken(static_cast<Sprite*>(other.m_pBackgroundSprite->CloneTree()));
+        bool const fShort = !pTaken || PrepareHold(*pTaken);
+        TakeBackground(fShort ? nullptr : pTaken.Get());
+        m_properties.NoteShortage(fShort);
     }
 }
 
@@ -162,7 +164,7 @@ void Text::SetFont(Font* pFont) {
 }
 
 void Text::SetBackground(Sprite* pSprite) {
-    char16_t const* const pFault = pSprite ? FindHoldFault(*pSprite) : nullptr;
+    char16_t const* const pFault = pSprite ? PrepareHold(*pSprite) : nullptr;
     if (pFault) {
         Debug::TraceFormat(TraceLevel::Error, u"[kelvo] %s: no text can stand before a sprite that %s",
                            GetPath().GetData(), pFault);
@@ -452,7 +454,7 @@ bool Text::InternalLoad(Deserializer& deserializer) {
     if (pNode && !pNode->IsKindOf(Sprite::ClassID)) {
         return deserializer.Fail(u"its background is no sprite");
     }
-    if (char16_t const* const pFault = pNode ? FindHoldFault(*pNode) : nullptr) {
+    if (char16_t const* const pFault = pNode ? PrepareHold(*pNode) : nullptr) {
         return deserializer.Fail(u"its background %s", pFault);
     }
     if (pNode) {

@@ -81,7 +81,10 @@ public:
 
     /** Returns the node and its descendants to their state before playback. */
     virtual void Reset();
-    /** Keeps something of the application's with the node, by reference; null for nothing. */
+    /**
+     * Keeps something of the application's with the node, by reference; null for nothing. Without memory
+     * nothing is kept, as GetUserData tells.
+     */
     virtual void SetUserData(Ref<NodeUserdata> const& pUserdata);
     /** What SetUserData was given last, borrowed; null at first. */
     virtual NodeUserdata* GetUserData();
@@ -228,12 +231,13 @@ protected:
     Node* CloneChildrenInto(Node* pCopy) const;
     /**
      * What speaks against this node holding another one besides its children, as a timeline its camera: "...
-     * keeps it alive" or "would lie too deep". Null when nothing does.
+     * keeps it alive", "would lie too deep" or "finds no memory". Null when nothing does, and NoteHeld can be
+     * called.
      */
-    char16_t const* FindHoldFault(Node const& node) const;
+    char16_t const* PrepareHold(Node& node);
     /**
      * Is told of the one node that this one holds besides its children, by those who take and drop that
-     * reference; null when it holds none.
+     * reference, after PrepareHold; null when it holds none.
      */
     void NoteHeld(Node* pNode);
 
@@ -272,11 +276,15 @@ private:
     unsigned int CountLevelsAbove() const;
     unsigned int CountLevelsBelow() const;
 
+    /** What few nodes have. */
+    struct Extras;
+
+    bool NeedExtras();
+    Node* GetHeld() const;
+    Node* GetFirstHolder() const;
+
     StringEncoded<UTF16Encoding> m_sName;
-    Ref<NodeUserdata> m_pUserdata;
-    Node* m_pHeld = nullptr;        ///< the node that this one keeps alive besides its children
-    Node* m_pFirstHolder = nullptr; ///< the first node that keeps this one alive in that way
-    Node* m_pNextHolder = nullptr;  ///< the next node that keeps m_pHeld alive
+    Extras* m_pExtras = nullptr; ///< made when there is something for it
 };
 
 } // namespace trevik::kelvo
