@@ -38,8 +38,8 @@ public:
     T const* end() const { return m_values + m_nCount; }
 
 private:
+    unsigned int m_nCount = 0; // first, for those who only look whether there are values
     T m_values[4];
-    unsigned int m_nCount = 0;
 };
 
 } // namespace trevik::kelvo
