@@ -40,8 +40,7 @@ bool Effect::Init(GraphicsDevice& device) {
 }
 
 void Effect::Update(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce) {
-    UpdateContext context;
-    context.m_pDevice = &device;
+    UpdateContext const context(device, frame);
     GetProperties().Update(context, frame);
     InternalUpdate(device, frame, delta, fForce);
 }

@@ -23,9 +23,11 @@ void TraceRefusedChild(Node const& parent, char16_t const* pReason) {
 
 } // namespace
 
-Node::Node() = default;
+Node::Node() : m_fSeen(false), m_fPlainUpdate(false), m_fFlattensSubtree(false) {}
 
-Node::Node(Node const& other) : Referenced(other), ITraceable(other), m_sName(other.m_sName) {}
+Node::Node(Node const& other)
+    : Referenced(other), ITraceable(other), m_fSeen(false), m_fPlainUpdate(false), m_fFlattensSubtree(false),
+      m_sName(other.m_sName) {}
 
 NodeUserdata::~NodeUserdata() = default;
 

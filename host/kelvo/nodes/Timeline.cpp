@@ -9,6 +9,8 @@ namespace trevik::kelvo {
 
 Timeline::Timeline() : m_depthTest(-1) {
     m_fUpdatesSubtree = true;
+    m_fFlattensSubtree = true;
+    TakeOverriders();
 }
 
 Timeline::Timeline(Timeline const& other)
@@ -17,6 +19,7 @@ Timeline::Timeline(Timeline const& other)
       m_rFrameDelay(other.m_rFrameDelay), m_pfnTimeMap(other.m_pfnTimeMap), m_fPlaying(other.m_fPlaying),
       m_fAutoPlay(other.m_fAutoPlay), m_fBackwards(other.m_fBackwards) {
     m_fUpdatesSubtree = true;
+    m_fFlattensSubtree = true;
     if (Camera* const pCamera = other.m_pCamera.Get()) {
         Ref<Camera> const pTaken(pCamera->GetParent() ? pCamera : static_cast<Camera*>(pCamera->CloneTree()));
         bool const fShort = !pTaken || PrepareHold(*pTaken);

@@ -1,5 +1,7 @@
 #include "trevik/kelvo/Timeline.h"
 
+#include "kelvo/nodes/Overrides.h"
+#include "kelvo/nodes/TransformUpdate.h"
 #include "kelvo_host/UpdateObserver.h"
 
 namespace trevik::kelvo {
@@ -26,11 +28,143 @@ void Timeline::UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, 
     if (tree.IsEmpty()) {
         return;
     }
+    if (&tree == &m_tree) {
+        WakeAll();
+    }
     if (UpdateObserver* const pObserver = UpdateObserver::Get();
         __builtin_expect(pObserver != nullptr, false)) {
         updateAll([pObserver](Node& node) { pObserver->BeginUpdate(node); });
     } else {
         updateAll([](Node&) {});
+    }
+}
+
+/** UpdateTree, not forced and not watched, without the nodes that are asleep. */
+void Timeline::UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta) {
+    TransformNode::Arguments const arguments(device, frame, delta, false);
+    if (m_nMarks & TellMark) {
+        m_nMarks &= ~TellMark;
+        WakeChildren(0, m_treeNodes.GetCount());
+    }
+    unsigned int nEntry = 0;
+    while (true) {
+        // A property may have got a controller, and tells nobody which one it is.
+        if (__builtin_expect(m_nGeneration != BasePropertyGeneration::Get(), 0)) {
+            m_nGeneration = BasePropertyGeneration::Get();
+            WakeAll();
+        }
+        nEntry = FindAwake(nEntry);
+        if (nEntry >= m_treeNodes.GetCount()) {
+            return;
+        }
+        Node const* const pNode = m_treeNodes[nEntry].m_value;
+        UpdateEntry(nEntry, arguments);
+        if (__builtin_expect(m_fSubtreeChanged, 0)) {
+            nEntry = ResumeAfter(pNode);
+        }
+        ++nEntry;
+    }
+}
+
+/** The first entry from `nEntry` on that is awake; behind the last one when there is none. */
+inline unsigned int Timeline::FindAwake(unsigned int nEntry) const {
+    unsigned int nWord = nEntry / AwakeWordBits;
+    if (nWord >= m_awake.GetCount()) {
+        return m_treeNodes.GetCount();
+    }
+    AwakeWord awake = m_awake[nWord] & (~AwakeWord{0} << nEntry % AwakeWordBits);
+    while (awake == 0) {
+        if (++nWord >= m_awake.GetCount()) {
+            return m_treeNodes.GetCount();
+        }
+        awake = m_awake[nWord];
+    }
+    return nWord * AwakeWordBits + static_cast<unsigned int>(__builtin_ctzl(awake));
+}
+
+inline void Timeline::UpdateEntry(unsigned int nEntry, TransformNode::Arguments const& arguments) {
+    Node& node = *m_treeNodes[nEntry].m_value;
+    if (!node.m_fPlainUpdate || node.m_fUpdatesSubtree) {
+        if (node.m_fUpdatesSubtree) {
+            node.Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, false);
+        } else {
+            node.InternalUpdate(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, false);
+        }
+        return;
+    }
+    TransformNode& plain = static_cast<TransformNode&>(node);
+    bool const fRests = plain.UpdatePlain(arguments);
+    if (__builtin_expect(!fRests && !(plain.m_nMarks & TellMark), 1)) {
+        return;
+    }
+    // A change handler may have changed the tree, and even had it flattened: all are awake after that.
+    if (m_fSubtreeChanged || !IsEntry(nEntry, plain)) {
+        return;
+    }
+    if (fRests) {
+        plain.m_nMarks |= Property::AsleepMark;
+        m_awake[nEntry / AwakeWordBits] &= ~(AwakeWord{1} << nEntry % AwakeWordBits);
+    } else {
+        plain.m_nMarks &= ~TellMark;
+        WakeChildren(nEntry + 1, nEntry + m_treeNodes[nEntry].m_nSubtreeCount);
+    }
+}
+
+/** What a class that keeps a timeline's operations has; taken down in the first timeline's constructor. */
+struct Timeline::Overriders : UpdateOverriders {
+    explicit Overriders(Timeline const& timeline)
+        : UpdateOverriders(timeline), m_nUpdateTree(FindOverrider(timeline, &Timeline::UpdateTree)) {}
+
+    std::uintptr_t m_nUpdateTree;
+};
+
+Timeline::Overriders const& Timeline::GetOwnOverriders(Timeline const& timeline) {
+    static Overriders const s_overriders(timeline);
+    return s_overriders;
+}
+
+void Timeline::TakeOverriders() {
+    m_fOwnUpdateTree = Overriders(*this).m_nUpdateTree != GetOwnOverriders(*this).m_nUpdateTree;
+    m_fPlainUpdate = HasPlainUpdate(*this);
+}
+
+/** Whether the node's matrix and opacity come about as those of a timeline or of a plain node do. */
+bool Timeline::HasPlainUpdate(Node const& node) {
+    TransformNode const* const pTransform = node.m_pTransformNode;
+    if (pTransform != &node) {
+        return false;
+    }
+    return UpdateOverriders(node) == (node.m_fFlattensSubtree
+                                          ? GetOwnOverriders(static_cast<Timeline const&>(node))
+                                          : TransformNode::GetOwnOverriders(*pTransform));
+}
+
+void Timeline::WakeAll() {
+    for (unsigned int nEntry = 0; nEntry < m_treeNodes.GetCount(); ++nEntry) {
+        WakeEntry(nEntry);
+    }
+}
+
+inline void Timeline::WakeEntry(unsigned int nEntry) {
+    Node& node = *m_treeNodes[nEntry].m_value;
+    if (node.m_fPlainUpdate) {
+        static_cast<TransformNode&>(node).m_nMarks &= ~Property::AsleepMark;
+    }
+    m_awake[nEntry / AwakeWordBits] |= AwakeWord{1} << nEntry % AwakeWordBits;
+}
+
+/** Wakes the children whose subtrees are the entries from `nEntry` on, up to `nEnd`. */
+void Timeline::WakeChildren(unsigned int nEntry, unsigned int nEnd) {
+    while (nEntry < nEnd) {
+        WakeEntry(nEntry);
+        nEntry += m_treeNodes[nEntry].m_nSubtreeCount;
+    }
+}
+
+/** Of a node below, which may not be in the list as it was flattened last. */
+void Timeline::WakeNode(TransformNode const& node) {
+    if (IsEntry(node.m_nTreeEntry, node)) {
+        WakeEntry(node.m_nTreeEntry);
     }
 }
 
@@ -55,6 +189,7 @@ void Timeline::BuildUpdateTree() {
     if (!FlattenTree()) {
         m_tree.Clear();
         m_treeNodes.Clear();
+        m_awake.Clear();
         m_fSubtreeChanged = true;
     }
 }
@@ -77,13 +212,21 @@ bool Timeline::FlattenTree() {
             return false;
         }
     }
-    if (!m_tree.Reserve(m_treeNodes.GetCount())) {
+    unsigned int const nCount = m_treeNodes.GetCount();
+    if (!m_tree.Reserve(nCount) || !m_awake.Resize((nCount + AwakeWordBits - 1) / AwakeWordBits)) {
         return false;
     }
-    for (TreeNode<Node*>& node : m_treeNodes) {
-        m_tree.Append(&node);
+    TakeOverriders();
+    for (unsigned int nEntry = 0; nEntry < nCount; ++nEntry) {
+        Node& node = *m_treeNodes[nEntry].m_value;
+        m_tree.Append(&m_treeNodes[nEntry]);
+        node.m_fPlainUpdate = HasPlainUpdate(node);
+        if (node.m_fPlainUpdate) {
+            static_cast<TransformNode&>(node).m_nTreeEntry = nEntry;
+        }
     }
     CountSubtrees();
+    WakeAll();
     return true;
 }
 

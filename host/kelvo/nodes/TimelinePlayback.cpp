@@ -1,5 +1,6 @@
 #include "trevik/kelvo/Timeline.h"
 
+#include "kelvo_host/UpdateObserver.h"
 #include "trevik/Debug.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
@@ -78,7 +79,11 @@ void Timeline::UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bo
         BuildUpdateTree();
     }
     if (!m_fSubtreeChanged) {
-        UpdateTree(m_tree, device, frame, delta, fForce);
+        if (fForce || m_fOwnUpdateTree || UpdateObserver::Get()) {
+            UpdateTree(m_tree, device, frame, delta, fForce);
+        } else {
+            UpdateAwake(device, frame, delta);
+        }
         return;
     }
     // No memory for the flattened tree: walk the real one.

@@ -1,5 +1,6 @@
 #include "trevik/kelvo/TransformNode.h"
 
+#include "kelvo/nodes/Overrides.h"
 #include "kelvo/nodes/SpriteLayout.h"
 #include "kelvo/storage/EffectStorage.h"
 #include "kelvo_host/RenderObserver.h"
@@ -9,26 +10,12 @@
 #include "trevik/kelvo/MemoryTracer.h"
 
 #include <cstddef>
-#include <cstring>
 
 namespace trevik::kelvo {
 
 namespace {
 
 Vector3T<RealFloat> const One(1, 1, 1);
-
-/**
- * By bits, so that a value that is not a number is equal to itself and does not count as changed for ever.
- */
-bool IsSame(Vector3T<RealFloat> const& a, Vector3T<RealFloat> const& b) {
-    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-    return std::memcmp(&a, &b, sizeof(a)) == 0;
-}
-
-/** Within 0 to 1; 0 for NaN. */
-RealFloat ClampOpacity(RealFloat opacity) {
-    return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
-}
 
 /** Holds a reference for each entry. */
 template <class T>
@@ -64,6 +51,7 @@ TransformNode::TransformNode()
     : m_scale(One), m_stretch(One), m_opacity(RealFloat(1)), m_visible(true), m_selectable(true) {
     m_pTransformNode = this;
     SetPropertyMarks();
+    GetOwnOverriders(*this);
 }
 
 TransformNode::TransformNode(TransformNode const& other)
@@ -81,6 +69,13 @@ TransformNode::TransformNode(TransformNode const& other)
         Ref<Effect> const pCopy(pEffect->Clone());
         m_properties.NoteShortage(!AppendReference(m_effects, pCopy.Get()));
     }
+}
+
+/** Taken down in the first node's constructor: while it runs, the node is a TransformNode and nothing more.
+ */
+UpdateOverriders const& TransformNode::GetOwnOverriders(TransformNode const& node) {
+    static UpdateOverriders const s_overriders(node);
+    return s_overriders;
 }
 
 void TransformNode::SetPropertyMarks() {
@@ -188,180 +183,6 @@ void TransformNode::RegisterProperties() {
     m_properties.Register(u"Selectable", &m_selectable);
 }
 
-void TransformNode::TakeOpacity() {
-    m_rOwnOpacity = ClampOpacity(m_opacity.GetValue());
-    if (!m_opacity.GetBinding()) {
-        m_nMarks &= ~unsigned(OpacityMark);
-    }
-}
-
-/** Takes the position over and clears its mark; returns the changes. */
-inline unsigned int TransformNode::TakePosition() {
-    if (!m_position.GetBinding()) {
-        m_nMarks &= ~unsigned(PositionMark);
-    }
-    Vector3T<RealFloat> const& position = m_position.GetValue();
-    // By bits, as IsSame. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-    if (std::memcmp(&position, &m_takenPosition, sizeof(position)) == 0) {
-        return 0;
-    }
-    std::memcpy(static_cast<void*>(&m_takenPosition), &position, sizeof(position));
-    return Moved;
-}
-
-/** The same for the other values that the matrix is made from, which change more rarely. */
-unsigned int TransformNode::TakeRotationAndShape() {
-    unsigned int nChanges = 0;
-    if (!IsSame(m_rotation.GetValue(), m_taken.m_rotation)) {
-        m_taken.m_rotation = m_rotation.GetValue();
-        nChanges = Turned;
-    }
-    if (!IsSame(m_pivot.GetValue(), m_taken.m_pivot) || !IsSame(m_scale.GetValue(), m_taken.m_scale) ||
-        !IsSame(m_stretch.GetValue(), m_taken.m_stretch)) {
-        m_taken.m_pivot = m_pivot.GetValue();
-        m_taken.m_scale = m_scale.GetValue();
-        m_taken.m_stretch = m_stretch.GetValue();
-        nChanges |= Shaped;
-    }
-    if (!m_rotation.GetBinding()) {
-        m_nMarks &= ~unsigned(RotationMark);
-    }
-    if (!m_pivot.GetBinding() && !m_scale.GetBinding() && !m_stretch.GetBinding()) {
-        m_nMarks &= ~unsigned(ShapeMark);
-    }
-    return nChanges;
-}
-
-inline unsigned int TransformNode::TakeTransform() {
-    unsigned int const nMarks = m_nMarks & TransformMarks;
-    if (nMarks == 0) {
-        return 0;
-    }
-    unsigned int nChanges = 0;
-    if (__builtin_expect(nMarks != PositionMark, 0)) {
-        nChanges = TakeRotationAndShape();
-    }
-    return nChanges | TakePosition();
-}
-
-inline unsigned int TransformNode::FindParentChange() const {
-    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
-        return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
-    }
-    // A parent of another class does not tell whether its matrix has changed: it counts as changed.
-    return m_pSpace || m_nParentVersion != NoParent ? ParentMoved : 0u;
-}
-
-inline void TransformNode::UpdateOpacity() {
-    if (__builtin_expect((m_nMarks & OpacityMark) != 0, 0)) {
-        TakeOpacity();
-    }
-    RealFloat opacity = m_rOwnOpacity;
-    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
-        opacity *= m_pParentTransform->m_rEffectiveOpacity;
-    } else if (m_pSpace) {
-        opacity *= m_pSpace->GetOpacity();
-    }
-    m_rEffectiveOpacity = opacity;
-}
-
-void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
-                                   bool fForce) {
-    // The arguments for effects are kept in memory: in registers they would cost nodes without effects more.
-    Arguments arguments;
-    arguments.m_pDevice = &device;
-    arguments.m_pFrame = &frame;
-    arguments.m_pDelta = &delta;
-    arguments.m_fForce = fForce;
-    m_properties.Update(arguments, frame);
-    unsigned int nChanges = m_nChanges | TakeTransform() | FindParentChange();
-    if (__builtin_expect(arguments.m_fForce, 0)) {
-        nChanges |= Everything;
-    }
-    if (nChanges != 0) {
-        m_nChanges = nChanges;
-        CalculateTransform();
-    }
-    UpdateOpacity();
-    if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
-        UpdateEffects(arguments);
-    }
-}
-
-void TransformNode::UpdateEffects(Arguments const& arguments) {
-    CallEach(m_effects, [&arguments](Effect& effect) {
-        effect.Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, arguments.m_fForce);
-        return false;
-    });
-}
-
-inline void TransformNode::PlaceOrigin() {
-    m_localMatrix.m[12] = m_takenPosition.x + m_pivotOffset.x;
-    m_localMatrix.m[13] = m_takenPosition.y + m_pivotOffset.y;
-    m_localMatrix.m[14] = m_takenPosition.z + m_pivotOffset.z;
-    m_localMatrix.m[15] = m_takenPosition.w + m_pivotOffset.w;
-}
-
-inline void TransformNode::CountTransform() {
-    if (__builtin_expect(++m_nTransformVersion == NoParent, 0)) {
-        m_nTransformVersion = 1;
-    }
-}
-
-void TransformNode::CalculateTransform() {
-    if (m_nChanges != Moved || !m_pParentTransform || (m_nMarks & TransformMarks) != 0) {
-        CalculateAnyTransform();
-        return;
-    }
-    // Only the origin has moved: the other columns stay.
-    m_nChanges = 0;
-    PlaceOrigin();
-    Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
-    CountTransform();
-}
-
-void TransformNode::CalculateAnyTransform() {
-    // No changes are noted when it is called from outside: then all values count as changed.
-    unsigned int const nChanges = (m_nChanges != 0 ? m_nChanges : Everything) | TakeTransform();
-    m_nChanges = 0;
-    if (nChanges & (Turned | Shaped)) {
-        MakeLocalMatrix(nChanges);
-    } else if (nChanges & Moved) {
-        PlaceOrigin();
-    }
-    if (m_pParentTransform) {
-        m_nParentVersion = m_pParentTransform->m_nTransformVersion;
-        Matrix4Multiply(m_localMatrix, m_pParentTransform->m_worldMatrix, m_worldMatrix);
-    } else if (m_pSpace) {
-        Matrix4Multiply(m_localMatrix, m_pSpace->GetWorldMatrix(), m_worldMatrix);
-    } else {
-        m_worldMatrix = m_localMatrix;
-        m_nParentVersion = NoParent;
-    }
-    CountTransform();
-}
-
-/** Columns of the rotation, scaled; then the origin. Sines and cosines only when the rotation has changed. */
-void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
-    if (nChanges & Turned) {
-        m_rotationMatrix = Matrix4RotationEulerXYZ(m_taken.m_rotation);
-    }
-    Vector3T<RealFloat> const& scale = m_taken.m_scale;
-    Vector3T<RealFloat> const& stretch = m_taken.m_stretch;
-    RealFloat const factors[3] = {scale.x * stretch.x, scale.y * stretch.y, scale.z * stretch.z};
-    Vector3T<RealFloat> const& pivot = m_taken.m_pivot;
-    RealFloat* const m = m_localMatrix.m;
-    for (int nColumn = 0; nColumn < 3; ++nColumn) {
-        for (int nElement = 4 * nColumn; nElement < 4 * nColumn + 3; ++nElement) {
-            m[nElement] = m_rotationMatrix.m[nElement] * factors[nColumn];
-        }
-    }
-    m_pivotOffset = Vector4T<RealFloat>(m[0] * pivot.x + m[4] * pivot.y + m[8] * pivot.z,
-                                        m[1] * pivot.x + m[5] * pivot.y + m[9] * pivot.z,
-                                        m[2] * pivot.x + m[6] * pivot.y + m[10] * pivot.z, RealFloat(1));
-    PlaceOrigin();
-}
-
 bool TransformNode::InternalSave(Serializer& serializer) {
     return GetProperties().Save(serializer) && SaveMasks(serializer, m_masks) &&
            SaveEffects(serializer, m_effects);
@@ -377,6 +198,7 @@ void TransformNode::AddMask(Mask* pMask) {
 }
 
 void TransformNode::AddEffect(Effect* pEffect) {
+    Awaken();
     AppendReference(m_effects, pEffect);
 }
 

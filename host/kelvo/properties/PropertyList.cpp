@@ -47,6 +47,9 @@ bool PropertyList::Register(PropertyDescriptor const& descriptor, Property* pPro
         return false;
     }
     m_nGeneration = 0;
+    if (IsAnimated(*pDescriptor, pProperty)) {
+        BasePropertyGeneration::Advance(); // updates may leave an owner out as long as nothing is animated
+    }
     return pProperty->Initialize(*pDescriptor);
 }
 

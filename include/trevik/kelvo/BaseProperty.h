@@ -21,8 +21,9 @@
 namespace trevik::kelvo {
 
 /**
- * Counts, for all properties of the process together, how often one has gained a controller. A list that
- * keeps track of its animated properties compares the count with the one it last saw. Starts at 1.
+ * Counts, for all properties of the process together, how often one has gained a controller, or has been
+ * entered in a list with one. A list that keeps track of its animated properties compares the count with the
+ * one it last saw. Starts at 1.
  */
 struct TREVIK_API BasePropertyGeneration {
     /**
@@ -171,15 +172,17 @@ public:
      * Lets the active controller write the value, announces it, and drops the controller once it is finished.
      */
     void Update(UpdateContext const& context, RealFloat const& frame) override {
-        Controller<T>* const pController = m_extras.GetOnlyController();
-        if (__builtin_expect(m_extras.HasBlock(), 0)) {
-            UpdateBlock(context, frame);
-        } else if (pController) {
-            if (pController->Evaluate(context, frame, m_value)) {
-                Announce();
+        if constexpr (PropertyTraits<T>::Sampled) {
+            if (__builtin_expect(m_extras.HasPlainSampler(), 1)) {
+                // The one controller is known to the last detail: it never finishes.
+                auto* const pSampler = static_cast<SampleController<T>*>(m_extras.GetOnlyController());
+                if (pSampler->Sample(context, frame, m_value)) {
+                    Mark();
+                }
+                return;
             }
-            DropFinished();
         }
+        UpdateAny(context, frame);
     }
 
     /**
@@ -193,7 +196,7 @@ public:
             Notify(fLoaded);
             return fLoaded;
         }
-        Ref<Controller<T>> pController(new (std::nothrow) SampleController<T>);
+        Ref<Controller<T>> const pController(SampleController<T>::Create().Get());
         if (!pController || !pController->Load(deserializer) || !AddController(pController)) {
             return false;
         }
@@ -277,8 +280,8 @@ private:
         }
     }
 
-    /** Update with a block. Apart from the other, which runs for most animated values of every frame. */
-    TREVIK_NOINLINE void UpdateBlock(UpdateContext const& context, RealFloat const& frame) {
+    /** Update with any controller, and with subscribers or a binding. */
+    TREVIK_NOINLINE void UpdateAny(UpdateContext const& context, RealFloat const& frame) {
         Controller<T>* const pController = m_extras.GetLastController();
         if (!pController) {
             return;

@@ -15,6 +15,10 @@ namespace trevik::kelvo {
 template <class T>
 class Controller : public Referenced, public ITraceable {
 public:
+    Controller() = default;
+    Controller(Controller const& other) : Referenced(other), ITraceable(other) {}
+    Controller& operator=(Controller const&) { return *this; }
+
     /**
      * Writes the value at `frame` (in frames of the property's timeline) to `out` and returns true; returns
      * false, with `out` untouched, when there is no value.
@@ -41,6 +45,15 @@ public:
         static_cast<void>(serializer);
         return true;
     }
+
+    /**
+     * Whether it is a SampleController and of no class derived from that: known of those that it has made
+     * itself. A property samples it without asking.
+     */
+    bool IsPlainSampler() const { return m_fPlainSampler; }
+
+protected:
+    bool m_fPlainSampler = false; ///< see IsPlainSampler; never true in a copy
 };
 
 } // namespace trevik::kelvo

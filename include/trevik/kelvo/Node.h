@@ -254,7 +254,9 @@ protected:
      * place of the change up to the nearest one that updates its own subtree.
      */
     bool m_fSubtreeChanged = true;
-    mutable bool m_fSeen = false;      ///< by IsKeptBy, while it looks around
+    mutable bool m_fSeen : 1;          ///< by IsKeptBy, while it looks around
+    bool m_fPlainUpdate : 1;           ///< see HasPlainUpdate; as of the last flattening
+    bool m_fFlattensSubtree : 1;       ///< it is a timeline
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     /** The animated properties; see GetProperties. */
     PropertyList m_properties;
@@ -263,6 +265,7 @@ protected:
 
 private:
     friend class Timeline; // flattens its subtree
+    friend class TransformNode;
 
     bool CanAttach(Node const* pChild) const;
     void SetParent(Node* pParent);

@@ -6,6 +6,7 @@
 #include "trevik/kelvo/PropertyType.h"
 
 #include <cstdint>
+#include <limits>
 
 namespace trevik::kelvo {
 
@@ -42,8 +43,25 @@ struct PropertyDescriptor {
 
 /** Things that an evaluation may look at besides the frame. Sample controllers ignore it. */
 struct UpdateContext {
+    UpdateContext() = default;
+    /** For an update at `frame`, which is taken apart here, once for all that is sampled there. */
+    UpdateContext(GraphicsDevice& device, RealFloat const& frame) : m_pDevice(&device) {
+        if (frame >= 0 && frame < PartedLimit) {
+            m_partedFrame = frame;
+            m_nWhole = static_cast<unsigned int>(static_cast<int>(frame));
+            m_fraction = frame - static_cast<RealFloat>(static_cast<int>(frame));
+        }
+    }
+
     /** The device that the update is for; borrowed, null where there is none. */
     GraphicsDevice* m_pDevice = nullptr;
+    /** A frame not below 0 whose parts are the next two; not a number where there is none. */
+    RealFloat m_partedFrame = std::numeric_limits<RealFloat>::quiet_NaN();
+    unsigned int m_nWhole = 0; ///< the whole number before it
+    RealFloat m_fraction = 0;  ///< how far it lies behind that, below 1
+
+private:
+    static constexpr RealFloat PartedLimit = 2147483648.0f;
 };
 
 /**
@@ -85,7 +103,8 @@ public:
 
     /**
      * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
-     * are members of one object, at most 128 KB apart; a copy of the property sets no marks.
+     * are members of one object, at most 128 KB apart; a copy of the property sets no marks. The marks above
+     * 16 bits are for nodes: where AsleepMark is set, the marks are those of a TransformNode.
      */
     void SetMarks(PropertyMarks& marks, unsigned short nMark) {
         // A pointer would be kept for each property, 8 bytes more in each; the distance fits into what is
@@ -96,6 +115,12 @@ public:
             static_cast<std::intptr_t>(sizeof(PropertyMarks)));
         m_nMark = nMark;
     }
+
+    /**
+     * Among the marks of a node that is left out of updates since nothing in it can change: what sets a mark
+     * there wakes it.
+     */
+    static constexpr PropertyMarks AsleepMark = 0x80000000u;
 
 protected:
     /** Stands for the id of a torn copy: ids of names have 31 bits. */
@@ -109,13 +134,21 @@ protected:
         if (m_nMark != 0) {
             auto const nBytes = static_cast<std::intptr_t>(m_nMarksDistance) *
                                 static_cast<std::intptr_t>(sizeof(PropertyMarks));
-            *reinterpret_cast<PropertyMarks*>(reinterpret_cast<std::intptr_t>(this) + nBytes) |= m_nMark;
+            PropertyMarks& marks =
+                *reinterpret_cast<PropertyMarks*>(reinterpret_cast<std::intptr_t>(this) + nBytes);
+            if (__builtin_expect((marks & AsleepMark) != 0, 0)) {
+                Wake(marks);
+            }
+            marks |= m_nMark;
         }
     }
 
     unsigned int m_nID = 0; ///< the id that it is saved under
 
 private:
+    /** Wakes the node that the marks belong to. */
+    static void Wake(PropertyMarks& marks);
+
     short m_nMarksDistance = 0; ///< from this property, in marks
     unsigned short m_nMark = 0;
 };

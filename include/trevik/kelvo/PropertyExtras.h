@@ -16,7 +16,7 @@ namespace trevik::kelvo::detail {
 /**
  * What a property has besides its value: controllers, subscribers and a binding. Most properties have none of
  * them, and those that have something mostly have one controller; so this is a single word, which is zero, or
- * a controller, or a block with everything, told apart by the word's lowest bit. A property is half as large
+ * a controller, or a block with everything, told apart by the word's lowest bits. A property is half as large
  * for it (32 bytes in place of 72), and its controller is no further away.
  */
 template <class T>
@@ -59,8 +59,10 @@ public:
         return GetBlock();
     }
 
+    /** Whether there is nothing but one controller, which IsPlainSampler. */
+    bool HasPlainSampler() const { return (m_nWord & KindBits) == SamplerBit; }
     /** The only controller, which needs no block, or null; to be asked where there is no block. */
-    Controller<T>* GetOnlyController() const { return reinterpret_cast<Controller<T>*>(m_nWord); }
+    Controller<T>* GetOnlyController() const { return reinterpret_cast<Controller<T>*>(m_nWord & ~KindBits); }
 
     /** The number of controllers. */
     unsigned int GetControllerCount() const {
@@ -88,7 +90,8 @@ public:
             return pBlock && pBlock->m_controllers.Append(Ref(pController));
         }
         pController->AddReference();
-        m_nWord = reinterpret_cast<std::uintptr_t>(pController);
+        m_nWord = reinterpret_cast<std::uintptr_t>(pController) |
+                  (pController->IsPlainSampler() ? SamplerBit : std::uintptr_t{0});
         return true;
     }
     /** Drops the last controller; there has to be one. */
@@ -110,7 +113,10 @@ public:
     }
 
 private:
-    static constexpr std::uintptr_t BlockBit = 1; ///< objects with operations lie at even addresses
+    // Objects with operations begin with an address and lie at multiples of 4, at least.
+    static constexpr std::uintptr_t BlockBit = 1;
+    static constexpr std::uintptr_t SamplerBit = 2;
+    static constexpr std::uintptr_t KindBits = 3;
 
     TREVIK_NOINLINE bool MakeBlock() {
         Block* const pBlock = new (std::nothrow) Block;

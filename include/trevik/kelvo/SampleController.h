@@ -8,6 +8,7 @@
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
 
+#include <algorithm>
 #include <cstring>
 #include <new>
 
@@ -41,7 +42,7 @@ public:
      * memory.
      */
     static Ref<SampleController> Create(int nStartFrame, T const* pSamples, unsigned int nCount) {
-        Ref<SampleController> pController(new (std::nothrow) SampleController);
+        Ref<SampleController> pController = Create();
         if (!pController || !pController->m_samples.Reserve(nCount)) {
             return nullptr;
         }
@@ -51,6 +52,15 @@ public:
         pController->m_nStartFrame = nStartFrame;
         pController->m_nSampleCount = nCount;
         pController->m_fExternal = false;
+        pController->NoteForm();
+        return pController;
+    }
+    /** A controller without samples, as its constructor makes it; null without memory. */
+    static Ref<SampleController> Create() {
+        Ref<SampleController> pController(new (std::nothrow) SampleController);
+        if (pController) {
+            pController->m_fPlainSampler = true;
+        }
         return pController;
     }
 
@@ -71,25 +81,26 @@ public:
         return value;
     }
 
-    bool Evaluate(UpdateContext const&, RealFloat const& frame, T& out) override {
-        RealFloat const t = frame;
-        // Plain samples between the first frame and the last, the common case, stand apart: frame and
-        // fraction come out without regard to the ends.
-        if (!m_fChunked && t > static_cast<RealFloat>(m_nStartFrame) && t < FrameLimit) {
-            long long const nFrame = static_cast<long long>(t);
-            unsigned long long const nSample = static_cast<unsigned long long>(nFrame - m_nStartFrame);
-            if (nSample + 1 < m_nSampleCount) {
-                unsigned char const* const pSample = GetPlainData() + nSample * sizeof(T);
-                RealFloat const f = t - static_cast<RealFloat>(nFrame);
-                if (__builtin_expect(f != 0, 1)) {
-                    PropertyTraits<T>::Interpolate(pSample, pSample + sizeof(T), f, out);
-                } else {
-                    PropertyTraits<T>::Read(out, pSample);
-                }
-                return true;
+    bool Evaluate(UpdateContext const& context, RealFloat const& frame, T& out) override {
+        return Sample(context, frame, out);
+    }
+
+    /** What Evaluate does; for callers that know that no class has another one. */
+    bool Sample(UpdateContext const& context, RealFloat const& frame, T& out) const {
+        // Plain samples between the first frame and the last, the common case, stand apart: the frame has
+        // been taken apart already, and whether it lies there is seen at once. Whole numbers before the start
+        // frame give a difference from 2^31 on.
+        unsigned int const nSample = context.m_nWhole - static_cast<unsigned int>(m_nStartFrame);
+        if (__builtin_expect(nSample < m_nMixed && frame == context.m_partedFrame, 1)) {
+            unsigned char const* const pSample = GetPlainData() + nSample * sizeof(T);
+            if (__builtin_expect(context.m_fraction != 0, 1)) {
+                PropertyTraits<T>::Interpolate(pSample, pSample + sizeof(T), context.m_fraction, out);
+            } else {
+                PropertyTraits<T>::Read(out, pSample);
             }
+            return true;
         }
-        return EvaluateAnywhere(t, out);
+        return EvaluateAnywhere(frame, out);
     }
 
     /**
@@ -125,6 +136,7 @@ public:
         m_pExternal = nLength != 0 ? pData : nullptr;
         m_fExternal = true;
         m_pDocument = Ref(deserializer.GetCurrentNode());
+        NoteForm();
         return true;
     }
 
@@ -177,6 +189,7 @@ public:
             }
             m_nChunkCount = nRuns;
             m_fChunked = true;
+            NoteForm();
             m_samples.Release();
         } else {
             OwnSamples();
@@ -186,6 +199,7 @@ public:
 
 private:
     static constexpr unsigned int ChunkedBit = 0x80000000u;
+    static constexpr unsigned int MostMixed = 0x80000000u;
     /** Above every frame that a sample can have, and within what converts to a whole number. */
     static constexpr RealFloat FrameLimit = 1e18f;
     static_assert(!PropertyTraits<T>::Chunked || sizeof(Chunk) == 8 + sizeof(T),
@@ -203,6 +217,11 @@ private:
         }
         nSampleCount = static_cast<unsigned int>(nSum);
         return nSum == nSampleCount;
+    }
+
+    /** To be called when samples or their form have changed. */
+    void NoteForm() {
+        m_nMixed = m_fChunked || m_nSampleCount == 0 ? 0 : std::min(m_nSampleCount - 1, MostMixed);
     }
 
     unsigned char const* GetSampleData() const {
@@ -327,15 +346,16 @@ private:
         return true;
     }
 
+    bool m_fChunked = false;
+    bool m_fExternal = true;
     int m_nStartFrame = 0;           ///< frame of sample 0
     unsigned int m_nSampleCount = 0; ///< frames covered
-    List<T> m_samples;               ///< plain form, unless external
-    bool m_fChunked = false;
     unsigned int m_nChunkCount = 0;
+    unsigned int m_nMixed = 0;                  ///< plain samples with a next one, as far as Sample looks
+    List<T> m_samples;                          ///< plain form, unless external
     List<Chunk> m_chunks;                       ///< chunked form, unless external
     unsigned char const* m_pExternal = nullptr; ///< samples or chunks in a document, at any alignment
-    bool m_fExternal = true;
-    Ref<DocumentNode> m_pDocument; ///< keeps m_pExternal alive
+    Ref<DocumentNode> m_pDocument;              ///< keeps m_pExternal alive
 };
 
 /**
@@ -345,6 +365,9 @@ private:
 template <class T>
 class SampleController<T, false> : public Controller<T> {
 public:
+    /** A new one; null without memory. */
+    static Ref<SampleController> Create() { return Ref(new (std::nothrow) SampleController); }
+
     bool Evaluate(UpdateContext const&, RealFloat const&, T&) override { return false; }
     bool IsFinished() override { return false; }
     bool Load(Deserializer&) override { return true; }

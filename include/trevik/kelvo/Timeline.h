@@ -29,7 +29,9 @@ struct PlaybackMode {
  * time passed, not by the outer frame.
  *
  * Updating walks a flattened list of the nodes below, up to and including nested timelines, which walk their
- * own.
+ * own. Nodes in which nothing can have changed are left out: those whose properties have neither been written
+ * nor have controllers or bindings, without effects, below nodes that stand still as well. A class with an
+ * InternalUpdate or a CalculateTransform of its own has its nodes, and their children, updated every time.
  */
 class TREVIK_API Timeline : public TransformNode {
 public:
@@ -98,7 +100,10 @@ public:
     virtual void PostRenderChildren(GraphicsDevice& device) = 0;
     /** Brings a played frame that left the range (first, last) back into it as the playback mode says. */
     virtual void ProcessPlaybackMode(RealFloat const& frame, RealFloat const& first, RealFloat const& last);
-    /** Updates the flattened tree: entries in drawing order, each subtree behind its root. */
+    /**
+     * Updates the flattened tree: entries in drawing order, each subtree behind its root. Leaves none out. It
+     * is called by classes that override it, by forced updates and while there is an UpdateObserver.
+     */
     virtual void UpdateTree(List<TreeNode<Node*>*>& tree, GraphicsDevice& device, RealFloat const& frame,
                             RealFloat const& delta, bool fForce);
     /** Flattens the subtree for UpdateTree; done again after the tree has changed. */
@@ -150,12 +155,30 @@ protected:
     Ref<Camera> m_pActiveCamera; ///< written by PreRenderChildren
 
 private:
-    friend class Node; // copies trees
+    friend class Node;          // copies trees
+    friend class TransformNode; // wakes nodes
+
+    typedef unsigned long AwakeWord; ///< as wide as the processor's registers
+    static constexpr unsigned int AwakeWordBits = 8 * sizeof(AwakeWord);
 
     bool HasEnd() const { return m_lastFrame.GetValue() > m_firstFrame.GetValue(); }
     void Rewind();
     void Advance(RealFloat const& delta);
     void UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bool fForce);
+    void UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta);
+    inline unsigned int FindAwake(unsigned int nEntry) const;
+    inline void UpdateEntry(unsigned int nEntry, TransformNode::Arguments const& arguments);
+    void WakeAll();
+    void WakeChildren(unsigned int nEntry, unsigned int nEnd);
+    inline void WakeEntry(unsigned int nEntry);
+    void WakeNode(TransformNode const& node);
+    bool IsEntry(unsigned int nEntry, Node const& node) const {
+        return nEntry < m_treeNodes.GetCount() && m_treeNodes[nEntry].m_value == &node;
+    }
+    struct Overriders;
+    static Overriders const& GetOwnOverriders(Timeline const& timeline);
+    void TakeOverriders();
+    static bool HasPlainUpdate(Node const& node);
     unsigned int ResumeAfter(Node const* pNode);
     bool FlattenTree();
     static bool AppendChildren(Node& node, unsigned int nDepth, List<TreeNode<Node*>>& pending);
@@ -183,6 +206,10 @@ private:
     List<unsigned int> m_cameraWay; ///< to an attached camera, while the tree is loaded
     List<TreeNode<Node*>> m_treeNodes;
     List<TreeNode<Node*>*> m_tree; ///< m_treeNodes, in order
+    /** The entries of m_treeNodes that are to be updated, a bit each; the bits of other nodes are asleep. */
+    List<AwakeWord> m_awake;
+    unsigned int m_nGeneration = 0; ///< BasePropertyGeneration when all were woken for it last
+    bool m_fOwnUpdateTree = true;   ///< the class overrides UpdateTree, as far as is known
 };
 
 } // namespace trevik::kelvo

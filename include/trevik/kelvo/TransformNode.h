@@ -11,6 +11,8 @@
 
 namespace trevik::kelvo {
 
+struct UpdateOverriders;
+
 /**
  * A node with a place, an opacity, masks and effects. Its local transform takes a point p of node space to
  * position + R · (scale · stretch · (p + pivot)), where R turns about x, then y, then z by the rotation's
@@ -55,7 +57,12 @@ public:
     BoolProperty& GetSelectableProperty() { return m_selectable; }
 
     List<Mask*>& GetMasks() { return m_masks; }
-    List<Effect*>& GetEffects() { return m_effects; }
+    /** The effects, in order. To be asked for anew to change them: an update looks for effects only then. */
+    List<Effect*>& GetEffects() {
+        Awaken();
+        return m_effects;
+    }
+    List<Effect*> const& GetEffects() const { return m_effects; }
     /** Drops a mask's or effect's reference; one that is not attached is ignored. */
     void RemoveMask(Mask* pMask);
     /** Drops an effect's reference; one that is not attached is ignored. */
@@ -127,11 +134,14 @@ private:
     /** Stands for the transform version of a parent where there is none. */
     static constexpr unsigned int NoParent = 0xffffffffu;
 
-    friend class Node; // tells of a new parent
+    friend class Node;     // tells of a new parent
+    friend class Property; // wakes the node
+    friend class Timeline; // leaves out what is asleep
 
     // Most of the time that a node takes in a frame is spent on fetching it. So first come the members that
     // not every frame reads, then the others in the order of reading, divided by cache lines.
     Node* m_pSpace = nullptr; ///< the node whose space this one stands in: the parent, but for SharedParent
+    unsigned int m_nTreeEntry = 0; ///< the node's place in the list that its timeline flattened last
     /** Node space to parent space, as of the last update. */
     alignas(CacheLine) Matrix4T<RealFloat> m_localMatrix;
     Vector4T<RealFloat> m_takenPosition;         ///< the position that m_localMatrix was made from; w = 0
@@ -140,9 +150,9 @@ private:
 protected:
     /**
      * Set by properties whose values are still to be taken up. While a property is bound its mark stays: a
-     * binding changes its value without telling.
+     * binding changes its value without telling. Derived classes set and clear their own marks only.
      */
-    mutable PropertyMarks m_nMarks = ~0u;
+    mutable PropertyMarks m_nMarks = 0xffff;
 
 private:
     mutable unsigned int m_nDrawState = 0;
@@ -197,15 +207,23 @@ protected:
     bool IsSelectedInMasks(GraphicsDevice& device);
 
 private:
+    // Marks besides those of properties, and Property::AsleepMark: what an update found so that the next one
+    // need not look for it.
+    /** The world matrix or the opacity has changed, which the children have not been told. */
+    static constexpr PropertyMarks TellMark = 0x40000000u;
+
     /** What InternalUpdate is given. */
     struct Arguments : UpdateContext {
-        RealFloat const* m_pFrame;
-        RealFloat const* m_pDelta;
-        bool m_fForce;
+        Arguments(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta, bool fForce)
+            : UpdateContext(device, frame), m_pFrame(&frame), m_pDelta(&delta), m_fForce(fForce) {}
+        RealFloat const* const m_pFrame;
+        RealFloat const* const m_pDelta;
+        bool const m_fForce;
     };
 
     void SetPropertyMarks();
     void SetSpace(Node* pNode) {
+        Awaken();
         m_pSpace = pNode;
         m_pParentTransform = pNode ? pNode->GetTransformNode() : nullptr;
         m_nParentVersion = 0;
@@ -215,9 +233,20 @@ private:
     inline unsigned int TakePosition();
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
-    inline void UpdateOpacity();
+    inline bool UpdateOpacity();
     inline void PlaceOrigin();
     inline void CountTransform();
+    inline void NoteForChildren();
+    void Awaken() {
+        if (__builtin_expect((m_nMarks & Property::AsleepMark) != 0, 0)) {
+            Wake();
+        }
+    }
+    void Wake();
+    inline bool CanRest() const;
+    inline void MoveOrigin();
+    inline bool UpdatePlain(Arguments const& arguments);
+    static UpdateOverriders const& GetOwnOverriders(TransformNode const& node);
     unsigned int TakeRotationAndShape();
     void TakeOpacity();
     TREVIK_NOINLINE void TakeDrawState() const {

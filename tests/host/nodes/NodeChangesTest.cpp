@@ -26,7 +26,9 @@ public:
         m_device.m_fNoting = false;
         m_nodes.push_back(Make<TestTimeline>("root"));
         for (int nNode = 0; nNode < 12; ++nNode) {
-            m_nodes.push_back(Ref(nNode % 2 == 0 ? new TestTimeline : new TransformNode));
+            m_nodes.push_back(Ref(nNode % 3 == 0 ? new TestTimeline : new TransformNode));
+            m_plain.push_back(new PlainNode);
+            m_nodes.push_back(Ref<TransformNode>(m_plain.back()));
             m_sprites.push_back(new TestSprite);
             m_nodes.push_back(Ref<TransformNode>(m_sprites.back()));
         }
@@ -39,10 +41,18 @@ public:
         m_factors.m_value = Factors();
         m_opacity.m_value = Number(0, 1);
         m_visible.m_value = Pick(2) == 0;
-        switch (Pick(16)) {
+        switch (Pick(20)) {
         case 0:
         case 1:
             return other.Attach(&node);
+        case 16:
+            return node.CalculateTransform();
+        case 17:
+            return node.Update(m_device, Number(0, 2), 0, Pick(2) == 0);
+        case 18:
+            return node.InternalUpdate(m_device, Number(0, 2), 0, false);
+        case 19:
+            return m_nodes[0]->GetOpacityProperty().SetValue(Number(0.5, 1));
         case 2:
             return other.AttachBefore(&node, ChildOf(other));
         case 3:
@@ -81,6 +91,27 @@ public:
         default:
             return node.GetStretchProperty().SetValue(Factors());
         }
+    }
+
+    /** Takes all bindings and controllers away, so that nodes can come to rest. */
+    void Unbind() {
+        for (Ref<TransformNode> const& pNode : m_nodes) {
+            for (Vector3Property* pProperty :
+                 {&pNode->GetPositionProperty(), &pNode->GetRotationProperty(), &pNode->GetPivotProperty(),
+                  &pNode->GetStretchProperty(), &pNode->GetScaleProperty()}) {
+                pProperty->Bind(nullptr);
+                pProperty->RemoveControllers();
+            }
+            pNode->GetOpacityProperty().Bind(nullptr);
+        }
+    }
+
+    unsigned int CountAsleep() const {
+        unsigned int nAsleep = 0;
+        for (PlainNode const* pNode : m_plain) {
+            nAsleep += pNode->IsAsleep() ? 1 : 0;
+        }
+        return nAsleep;
     }
 
     void Update() {
@@ -141,11 +172,12 @@ private:
     std::mt19937 m_random;
     std::vector<Ref<TransformNode>> m_nodes; // the root first
     std::vector<TestSprite*> m_sprites;      // those of them that are sprites
+    std::vector<PlainNode*> m_plain;         // and those that may rest
 };
 
 TEST(NodeChanges, UpdatedTreesAreWhatTheirPropertiesSay) {
     TraceLog refused; // nodes that are to be attached below themselves
-    unsigned int nLargest = 0;
+    unsigned int nLargest = 0, nAsleep = 0;
     for (unsigned int nSeed = 1; nSeed <= 20 && !testing::Test::HasFailure(); ++nSeed) {
         ChangingTree tree(nSeed);
         for (int nRound = 0; nRound < 150 && !testing::Test::HasFailure(); ++nRound) {
@@ -153,13 +185,21 @@ TEST(NodeChanges, UpdatedTreesAreWhatTheirPropertiesSay) {
             for (int nChange = nRound % 5; nChange >= 0; --nChange) {
                 tree.Change();
             }
+            if (nRound % 10 == 0) {
+                tree.Unbind();
+            }
+            nAsleep += tree.CountAsleep();
             tree.Update();
             unsigned int const nNodes = tree.Check();
             nLargest = nNodes > nLargest ? nNodes : nLargest;
             tree.CheckCounts();
+            for (int nQuiet = nRound % 4; nQuiet > 0; --nQuiet) {
+                tree.Update(); // what has just changed is left out from the second time on
+            }
         }
     }
     EXPECT_GT(nLargest, 15u) << "trees large enough to matter";
+    EXPECT_GT(nAsleep, 500u) << "nodes were left out";
     EXPECT_FALSE(refused.Messages().empty());
 }
 

@@ -141,6 +141,14 @@ public:
     }
 };
 
+/** A node without anything of its own, which tells whether updates leave it out. */
+class PlainNode : public TransformNode {
+public:
+    TREVIK_NODE_REFLECTION(PlainNode, TransformNode, "TransformNode", VisitNode)
+
+    bool IsAsleep() const { return (m_nMarks & Property::AsleepMark) != 0; }
+};
+
 class TestCamera : public Camera {
 public:
     TREVIK_NODE_REFLECTION(TestCamera, Camera, "Camera", VisitCamera)

@@ -1,0 +1,181 @@
+#include "kelvo/nodes/TransformUpdate.h"
+
+#include "trevik/kelvo/Effect.h"
+#include "trevik/kelvo/Timeline.h"
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+namespace trevik::kelvo {
+
+namespace {
+
+/**
+ * Whether `taken` is another value, which it is no more then. By bits, so that a value that is not a number is
+ * equal to itself and does not count as changed for ever.
+ */
+inline bool Take(Vector3T<RealFloat> const& value, Vector3T<RealFloat>& taken) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    if (std::memcmp(&value, &taken, sizeof(value)) == 0) {
+        return false;
+    }
+    taken = value;
+    return true;
+}
+
+/** The rotation's columns, without a product where only z, as in a plane, is turned about. */
+inline void WriteRotation(Vector3T<RealFloat> const& degrees, Matrix4T<RealFloat>& out) {
+    if (degrees.x != 0 || degrees.y != 0) {
+        out = Matrix4RotationEulerXYZ(degrees);
+        return;
+    }
+    RealFloat sine, cosine;
+    trevik::detail::SineAndCosineOfDegrees(degrees.z, sine, cosine);
+    RealFloat const columns[12] = {cosine, sine, 0, 0, -sine, cosine, 0, 0, 0, 0, 1, 0};
+    std::memcpy(out.m, columns, sizeof(columns));
+}
+
+/** Within 0 to 1; 0 for NaN. */
+RealFloat ClampOpacity(RealFloat opacity) {
+    return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
+}
+
+} // namespace
+
+// How a node's matrices and opacity follow its properties and its parent, and when it is left out.
+
+void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
+                                   bool fForce) {
+    Arguments const arguments(device, frame, delta, fForce);
+    m_properties.Update(arguments, frame);
+    unsigned int nChanges = m_nChanges | TakeTransform() | FindParentChange();
+    if (fForce) {
+        nChanges |= Everything;
+    }
+    if (nChanges != 0) {
+        m_nChanges = nChanges;
+        CalculateTransform();
+    }
+    UpdateOpacity();
+    if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
+        UpdateEffects(arguments);
+    }
+}
+
+void TransformNode::UpdateEffects(Arguments const& arguments) {
+    CallEach(m_effects, [&arguments](Effect& effect) {
+        effect.Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, arguments.m_fForce);
+        return false;
+    });
+}
+
+void TransformNode::TakeOpacity() {
+    m_rOwnOpacity = ClampOpacity(m_opacity.GetValue());
+    if (!m_opacity.GetBinding()) {
+        m_nMarks &= ~unsigned(OpacityMark);
+    }
+}
+
+/** TakePosition for the other values that the matrix is made from, which change more rarely. */
+unsigned int TransformNode::TakeRotationAndShape() {
+    unsigned int nChanges = 0;
+    if (m_nMarks & RotationMark) {
+        if (!m_rotation.GetBinding()) {
+            m_nMarks &= ~unsigned(RotationMark);
+        }
+        nChanges = Take(m_rotation.GetValue(), m_taken.m_rotation) ? Turned : 0u;
+    }
+    if (m_nMarks & ShapeMark) {
+        if (!m_pivot.GetBinding() && !m_scale.GetBinding() && !m_stretch.GetBinding()) {
+            m_nMarks &= ~unsigned(ShapeMark);
+        }
+        bool const fScaled = Take(m_scale.GetValue(), m_taken.m_scale);
+        bool const fStretched = Take(m_stretch.GetValue(), m_taken.m_stretch);
+        bool const fShifted = Take(m_pivot.GetValue(), m_taken.m_pivot);
+        nChanges |= fScaled || fStretched || fShifted ? Shaped : 0u;
+    }
+    return nChanges;
+}
+
+void TransformNode::CalculateTransform() {
+    if (m_nChanges == Moved && m_pParentTransform && (m_nMarks & TransformMarks) == 0) {
+        m_nChanges = 0;
+        MoveOrigin();
+    } else {
+        CalculateAnyTransform();
+    }
+}
+
+void TransformNode::CalculateAnyTransform() {
+    // No changes are noted when it is called from outside: then all values count as changed.
+    unsigned int const nChanges = (m_nChanges != 0 ? m_nChanges : Everything) | TakeTransform();
+    m_nChanges = 0;
+    if (nChanges & (Turned | Shaped)) {
+        MakeLocalMatrix(nChanges);
+    } else if (nChanges & Moved) {
+        PlaceOrigin();
+    }
+    if (m_pParentTransform) {
+        m_nParentVersion = m_pParentTransform->m_nTransformVersion;
+        Matrix4Multiply(m_localMatrix, m_pParentTransform->m_worldMatrix, m_worldMatrix);
+    } else if (m_pSpace) {
+        Matrix4Multiply(m_localMatrix, m_pSpace->GetWorldMatrix(), m_worldMatrix);
+    } else {
+        m_worldMatrix = m_localMatrix;
+        m_nParentVersion = NoParent;
+    }
+    CountTransform();
+}
+
+/** Columns of the rotation, scaled; then the origin. Sines and cosines only when the rotation has changed. */
+void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
+    if (nChanges & Turned) {
+        WriteRotation(m_taken.m_rotation, m_rotationMatrix);
+    }
+    Vector3T<RealFloat> const& scale = m_taken.m_scale;
+    Vector3T<RealFloat> const& stretch = m_taken.m_stretch;
+    Vector3T<RealFloat> const& pivot = m_taken.m_pivot;
+    RealFloat const factors[3] = {scale.x * stretch.x, scale.y * stretch.y, scale.z * stretch.z};
+    RealFloat const shifts[3] = {pivot.x, pivot.y, pivot.z};
+    RealFloat offset[4] = {0, 0, 0, 1};
+    // Four elements at a time, which compilers make one operation of; the fourth stays what it is.
+    for (int nColumn = 0; nColumn < 3; ++nColumn) {
+        RealFloat const* const rotation = m_rotationMatrix.m + 4 * nColumn;
+        RealFloat column[4];
+        for (int nRow = 0; nRow < 4; ++nRow) {
+            column[nRow] = rotation[nRow] * factors[nColumn];
+        }
+        for (int nRow = 0; nRow < 4; ++nRow) {
+            offset[nRow] += column[nRow] * shifts[nColumn];
+        }
+        std::memcpy(m_localMatrix.m + 4 * nColumn, column, sizeof(column));
+    }
+    m_pivotOffset = Vector4T<RealFloat>(offset[0], offset[1], offset[2], offset[3]);
+    PlaceOrigin();
+}
+
+/**
+ * Lets the timeline update the node again. It is the nearest one above, which takes a step for each level to
+ * find: a node that changes in every frame has to be woken only once.
+ */
+void TransformNode::Wake() {
+    m_nMarks &= ~Property::AsleepMark;
+    Node* pAbove = m_pParent;
+    while (pAbove && !pAbove->m_fUpdatesSubtree) {
+        pAbove = pAbove->m_pParent;
+    }
+    if (pAbove && pAbove->m_fFlattensSubtree) {
+        static_cast<Timeline*>(pAbove)->WakeNode(*this);
+    }
+}
+
+void Property::Wake(PropertyMarks& marks) {
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof" // as in FetchForDrawing
+    constexpr std::intptr_t Offset = offsetof(TransformNode, m_nMarks);
+#pragma GCC diagnostic pop
+    reinterpret_cast<TransformNode*>(reinterpret_cast<std::intptr_t>(&marks) - Offset)->Wake();
+}
+
+} // namespace trevik::kelvo

@@ -1,0 +1,125 @@
+#pragma once
+
+#include "trevik/kelvo/TransformNode.h"
+
+#include <cstring>
+
+namespace trevik::kelvo {
+
+// What updating a node does in most frames, for the sources that do it: a timeline's walk has it compiled
+// into its loop. The rest is in TransformUpdate.cpp.
+
+/** Takes the position over and clears its mark; returns the changes. */
+inline unsigned int TransformNode::TakePosition() {
+    if (!m_position.GetBinding()) {
+        m_nMarks &= ~unsigned(PositionMark);
+    }
+    Vector3T<RealFloat> const& position = m_position.GetValue();
+    // By bits, as IsSame. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    if (std::memcmp(&position, &m_takenPosition, sizeof(position)) == 0) {
+        return 0;
+    }
+    std::memcpy(static_cast<void*>(&m_takenPosition), &position, sizeof(position));
+    return Moved;
+}
+
+inline unsigned int TransformNode::TakeTransform() {
+    unsigned int const nMarks = m_nMarks & TransformMarks;
+    if (nMarks == 0) {
+        return 0;
+    }
+    unsigned int nChanges = 0;
+    if (__builtin_expect(nMarks != PositionMark, 0)) {
+        nChanges = TakeRotationAndShape();
+    }
+    return nChanges | TakePosition();
+}
+
+inline unsigned int TransformNode::FindParentChange() const {
+    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
+        return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
+    }
+    // A parent of another class does not tell whether its matrix has changed: it counts as changed.
+    return m_pSpace || m_nParentVersion != NoParent ? ParentMoved : 0u;
+}
+
+/** To be called when what the children take over has changed: their timeline tells them at its next update.
+ */
+inline void TransformNode::NoteForChildren() {
+    if (__builtin_expect(!m_children.IsEmpty(), 0)) {
+        Awaken();
+        m_nMarks |= TellMark;
+    }
+}
+
+/** Whether the opacity has changed, or is not a number. */
+inline bool TransformNode::UpdateOpacity() {
+    if (__builtin_expect((m_nMarks & OpacityMark) != 0, 0)) {
+        TakeOpacity();
+    }
+    RealFloat opacity = m_rOwnOpacity;
+    if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
+        opacity *= m_pParentTransform->m_rEffectiveOpacity;
+    } else if (m_pSpace) {
+        opacity *= m_pSpace->GetOpacity();
+    }
+    if (opacity == m_rEffectiveOpacity) {
+        return false;
+    }
+    m_rEffectiveOpacity = opacity;
+    NoteForChildren();
+    return true;
+}
+
+inline void TransformNode::PlaceOrigin() {
+    m_localMatrix.m[12] = m_takenPosition.x + m_pivotOffset.x;
+    m_localMatrix.m[13] = m_takenPosition.y + m_pivotOffset.y;
+    m_localMatrix.m[14] = m_takenPosition.z + m_pivotOffset.z;
+    m_localMatrix.m[15] = m_takenPosition.w + m_pivotOffset.w;
+}
+
+inline void TransformNode::CountTransform() {
+    if (__builtin_expect(++m_nTransformVersion == NoParent, 0)) {
+        m_nTransformVersion = 1;
+    }
+    NoteForChildren();
+}
+
+/** For a node below one with a transform: only the origin has moved, the other columns stay. */
+inline void TransformNode::MoveOrigin() {
+    PlaceOrigin();
+    Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
+    CountTransform();
+}
+
+/**
+ * InternalUpdate, not forced, of a node that has no other one and no other CalculateTransform. Whether there
+ * was nothing to do, and will be nothing until the node is woken.
+ */
+inline bool TransformNode::UpdatePlain(Arguments const& arguments) {
+    m_properties.Update(arguments, *arguments.m_pFrame);
+    unsigned int const nChanges = m_nChanges | TakeTransform() | FindParentChange();
+    if (__builtin_expect(nChanges == Moved && m_pParentTransform, 1)) {
+        MoveOrigin();
+    } else if (nChanges != 0) {
+        m_nChanges = nChanges;
+        CalculateAnyTransform();
+    }
+    bool const fFaded = UpdateOpacity();
+    if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
+        UpdateEffects(arguments);
+        return false;
+    }
+    return nChanges == 0 && !fFaded && CanRest();
+}
+
+/**
+ * Whether everything that an update looks at tells when it changes: no controllers, no bound property, no
+ * effects, and a parent in the tree that tells its children.
+ */
+inline bool TransformNode::CanRest() const {
+    return (m_nMarks & (TransformMarks | OpacityMark | TellMark)) == 0 && !m_properties.HasAnimated() &&
+           m_pParentTransform && m_pParentTransform == m_pParent && m_pParentTransform->m_fPlainUpdate;
+}
+
+} // namespace trevik::kelvo
