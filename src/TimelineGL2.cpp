@@ -12,19 +12,36 @@ TimelineGL2::TimelineGL2(TimelineGL2 const& other) = default;
 
 TimelineGL2::~TimelineGL2() = default;
 
+// Not inline: most timelines have no effects and need no registers for them.
+
+TREVIK_NOINLINE void TimelineGL2::BeginEffects(GraphicsDevice& device) {
+    CallEach(m_effects, [&device](Effect& effect) {
+        effect.PreRender(device);
+        return false;
+    });
+}
+
+TREVIK_NOINLINE void TimelineGL2::EndEffects(GraphicsDevice& device) {
+    CallEach(m_effects, [&device](Effect& effect) {
+        effect.PostRender(device);
+        return false;
+    });
+}
+
 void TimelineGL2::PreRenderChildren(GraphicsDevice& device) {
     ScopeCounter const counter(ScopeCounter::TimelinePreChildren, true);
     if (m_pCamera) {
         device.PushCamera(m_pCamera.Get());
     }
-    m_pActiveCamera = Ref(device.GetActiveCamera());
+    if (Camera* const pCamera = device.GetActiveCamera(); pCamera != m_pActiveCamera) {
+        m_pActiveCamera = Ref(pCamera);
+    }
     bool const fDepth = m_depth.GetValue();
     device.PushCameraDepth(fDepth);
     device.SetCameraDepth(fDepth);
-    CallEach(m_effects, [&device](Effect& effect) {
-        effect.PreRender(device);
-        return false;
-    });
+    if (__builtin_expect(!m_effects.IsEmpty(), false)) {
+        BeginEffects(device);
+    }
     // The answer is not used; devices that override the operation get the call.
     static_cast<void>(device.IsDepthTestEnabled());
     int const nDepthTest = m_depthTest.GetValue();
@@ -47,10 +64,9 @@ void TimelineGL2::PostRenderChildren(GraphicsDevice& device) {
     // Applies what the device records now, not what was in force before the children: intended
     // (depth-test-not-restored).
     device.SetDepthTestEnabled(device.IsDepthTestEnabled());
-    CallEach(m_effects, [&device](Effect& effect) {
-        effect.PostRender(device);
-        return false;
-    });
+    if (__builtin_expect(!m_effects.IsEmpty(), false)) {
+        EndEffects(device);
+    }
     device.PopCameraDepth(m_depth.GetValue());
     if (m_pCamera) {
         device.PopCamera();

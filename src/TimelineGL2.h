@@ -29,6 +29,10 @@ public:
      * Render thread.
      */
     void PostRenderChildren(GraphicsDevice& device) override;
+
+private:
+    void BeginEffects(GraphicsDevice& device);
+    void EndEffects(GraphicsDevice& device);
 };
 
 } // namespace trevik::kelvo
