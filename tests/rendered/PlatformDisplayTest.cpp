@@ -1,4 +1,5 @@
 #include "EglProgram.h"
+#include "kelvo_test/Threads.h"
 
 #include <dlfcn.h>
 #include <kelvo_desktop/Display.h>
@@ -39,6 +40,29 @@ TEST_F(PlatformDisplay, IsHandedOutUninitialisedAndComesBackAfterTermination) {
             << Description();
         ASSERT_TRUE(eglTerminate(display));
     }
+}
+
+TEST_F(PlatformDisplay, IsStartedAheadOnAnotherThreadForWhoInitialisesItLater) {
+    for (char const* platform : {"device:0", "surfaceless", "device:0"}) { // at last one known already
+        SCOPED_TRACE(platform);
+        ASSERT_TRUE(desktop::SelectPlatform(platform));
+        void* pStarted = nullptr;
+        RunOnThreads(1, [&](int) {
+            pStarted = desktop::StartDisplay();
+            EXPECT_EQ(eglGetCurrentContext(), EGL_NO_CONTEXT);
+        });
+        ASSERT_NE(pStarted, nullptr);
+        EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), pStarted);
+        EXPECT_NE(eglQueryString(pStarted, EGL_VENDOR), nullptr);
+        EXPECT_TRUE(eglInitialize(pStarted, nullptr, nullptr));
+        EXPECT_EQ(desktop::StartDisplay(), pStarted);
+        ASSERT_TRUE(eglTerminate(pStarted));
+        EXPECT_EQ(ErrorOf(eglQueryString(pStarted, EGL_VENDOR)), EGL_NOT_INITIALIZED);
+    }
+    setenv("KELVO_EGL_PLATFORM", "device:999", 1);
+    ASSERT_TRUE(desktop::SelectPlatform(nullptr));
+    EXPECT_EQ(desktop::StartDisplay(), nullptr);
+    EXPECT_EQ(eglGetDisplay(EGL_DEFAULT_DISPLAY), EGL_NO_DISPLAY);
 }
 
 TEST_F(PlatformDisplay, ChoosingDoesNotTerminateOneInUse) {

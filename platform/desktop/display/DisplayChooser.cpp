@@ -144,8 +144,9 @@ std::vector<Candidate> Candidates(Wish const& wish) {
     return candidates;
 }
 
-/** Whether the display of `candidate` comes up and offers a configuration; describes it if so. */
-bool Try(Candidate const& candidate, std::string& sDescription) {
+/** Whether the display of `candidate` comes up and offers a configuration; describes it if so, and with
+   `fKeep` leaves it initialised. */
+bool Try(Candidate const& candidate, bool fKeep, std::string& sDescription) {
     EglDriver const& egl = Driver();
     if (candidate.display == EGL_NO_DISPLAY) {
         return false;
@@ -163,7 +164,7 @@ bool Try(Candidate const& candidate, std::string& sDescription) {
         sDescription = candidate.sName + ": " + (vendor ? vendor : "unknown vendor") + ", EGL " +
                        (version ? version : "of unknown version");
     }
-    if (!fInUse) {
+    if (!fInUse && !(fWorks && fKeep)) {
         egl.eglTerminate(candidate.display);
     }
     return fWorks;
@@ -175,11 +176,8 @@ EGLDisplay Refuse(Chooser& chooser, std::string const& sReason) {
     return EGL_NO_DISPLAY;
 }
 
-} // namespace
-
-EGLDisplay ChooseDefaultDisplay() {
-    Chooser& chooser = TheChooser();
-    std::lock_guard<std::mutex> lock(chooser.mutex);
+/** With the chooser's lock. `fKeep`: a display that is tried is left initialised. */
+EGLDisplay Choose(Chooser& chooser, bool fKeep) {
     Wish wish = chooser.selected;
     char const* const environment = std::getenv("KELVO_EGL_PLATFORM");
     if (wish.kind == Wish::Automatic && !ParseWish(environment, wish)) {
@@ -193,7 +191,7 @@ EGLDisplay ChooseDefaultDisplay() {
         return Refuse(chooser, Driver().failure);
     }
     for (Candidate const& candidate : Candidates(wish)) {
-        if (!Try(candidate, chooser.sDescription)) {
+        if (!Try(candidate, fKeep, chooser.sDescription)) {
             continue;
         }
         Layer::Get().SetKind(candidate.display, candidate.kind);
@@ -202,6 +200,31 @@ EGLDisplay ChooseDefaultDisplay() {
         return chooser.chosen;
     }
     return Refuse(chooser, "no display of the wanted platform initialises and has configurations");
+}
+
+} // namespace
+
+EGLDisplay ChooseDefaultDisplay() {
+    Chooser& chooser = TheChooser();
+    std::lock_guard<std::mutex> lock(chooser.mutex);
+    return Choose(chooser, false);
+}
+
+void* StartDisplay() {
+    return Guarded([]() -> void* {
+        KeptError const error;
+        Chooser& chooser = TheChooser();
+        std::unique_lock<std::mutex> lock(chooser.mutex);
+        EGLDisplay const display = Choose(chooser, true);
+        // It may have been chosen before, and be known alone.
+        if (display == EGL_NO_DISPLAY || !Driver().eglInitialize(display, nullptr, nullptr)) {
+            return nullptr;
+        }
+        lock.unlock();
+        // The first context takes a driver longer than others.
+        Layer::Get().CanDraw(display, 1, 1);
+        return display;
+    });
 }
 
 std::unique_lock<std::mutex> HoldDisplays() {

@@ -30,4 +30,12 @@ KELVO_DESKTOP_API void SelectWayland(void* connection);
  */
 KELVO_DESKTOP_API char const* DescribeDisplay();
 
+/**
+ * Loads the driver, and initialises the display that eglGetDisplay(EGL_DEFAULT_DISPLAY) takes now: for a
+ * program that has other work to do first, and does it on another thread meanwhile. Returns the display,
+ * which is to be terminated as after eglInitialize; null where there is none, and eglGetDisplay and
+ * eglInitialize say then why. Any thread.
+ */
+KELVO_DESKTOP_API void* StartDisplay();
+
 } // namespace kelvokit::desktop
