@@ -67,6 +67,9 @@ int Player::Run() {
     if (!m_options.trace.empty()) {
         m_pTrace = std::make_unique<FrameTrace>(m_options.trace, m_notes);
     }
+    if (SurelyDraws()) {
+        m_display.Begin();
+    }
     Fault fault;
     if (!m_backend.Load(m_options.backend, fault)) {
         return Complain(ExitDevice, fault);
@@ -107,6 +110,12 @@ int Player::Run() {
     bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
                            !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace && !m_pExplainer;
     return fOnlySave ? ExitSuccess : Play();
+}
+
+/** Whether a scene without faults is going to be drawn, in this process and with this project's back end. */
+bool Player::SurelyDraws() const {
+    return m_options.backend.empty() && !m_options.fCheck && m_options.nJobs <= 1 && !m_pCalls &&
+           m_options.save.empty();
 }
 
 /** What is wrong with an output that would take the place of a file of the scene; empty for nothing. */
@@ -188,6 +197,7 @@ int Player::PlayOnDevice() {
     if (m_pCalls) {
         m_pCalls->Prepare(size, m_notes);
     }
+    m_display.HandOver();
     Stage stage(m_backend, m_options);
     Fault fault;
     int const nExitCode = stage.Start(*pWindow, m_scene.GetSettings(), fault) ? PlayOn(stage, *pWindow)

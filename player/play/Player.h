@@ -7,6 +7,7 @@
 #include "kelvo_host/Scene.h"
 #include "pictures/FrameSink.h"
 #include "play/Backend.h"
+#include "play/EarlyDisplay.h"
 #include "play/Stage.h"
 #include "report/FrameFigures.h"
 #include "scene/SceneNotes.h"
@@ -43,6 +44,7 @@ public:
     std::vector<std::string> const& GetFiles() const { return m_notes.GetFiles(); }
 
 private:
+    bool SurelyDraws() const;
     std::string FindOverwriting() const;
     std::unique_ptr<FrameSink> MakePictures();
     int Play();
@@ -73,6 +75,7 @@ private:
     FrameExplainer* const m_pExplainer;
     DrawnCounts m_drawn;    ///< by the latest frame
     FrameFigures m_figures; ///< of the frames, for --stats
+    EarlyDisplay m_display;
     Backend m_backend;
     trevik::kelvo::Scene m_scene;
     trevik::kelvo::assets::SceneNotes m_notes; ///< of the scene
