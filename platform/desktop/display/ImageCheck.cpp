@@ -6,7 +6,9 @@
 #include "egl/GlFunctions.h"
 
 #include <array>
+#include <cstddef>
 #include <cstdint>
+#include <cstdlib>
 
 namespace kelvokit::desktop {
 
@@ -15,6 +17,7 @@ namespace {
 constexpr std::int32_t Width = 5; // rows end at odd places, and a stride has room beyond them
 constexpr std::int32_t Stride = 8;
 constexpr std::int32_t Height = 3;
+constexpr std::size_t Pixels = std::size_t{Stride} * Height;
 
 /** A buffer that the program does not know of. */
 struct TestBuffer : ANativeWindowBuffer {
@@ -24,7 +27,7 @@ struct TestBuffer : ANativeWindowBuffer {
         stride = Stride;
         format = pixelFormat;
         contents = &m_contents;
-        std::size_t const nSize = Stride * Height * android::bytesPerPixel(format);
+        std::size_t const nSize = Pixels * android::bytesPerPixel(format);
         m_contents.pixels.reset(static_cast<std::uint8_t*>(std::calloc(nSize, 1)));
     }
     TestBuffer(TestBuffer const&) = delete;
@@ -32,7 +35,7 @@ struct TestBuffer : ANativeWindowBuffer {
     bool Prepare(bool fRowLength) { return m_contents.pixels && PrepareUpload(*this, fRowLength); }
     /** Other bytes for each pixel. */
     void Fill() {
-        std::size_t const nSize = Stride * Height * android::bytesPerPixel(format);
+        std::size_t const nSize = Pixels * android::bytesPerPixel(format);
         for (std::size_t n = 0; n < nSize; ++n) {
             m_contents.pixels.get()[n] = static_cast<std::uint8_t>(37 * n + 11);
         }
@@ -42,21 +45,21 @@ private:
     BufferContents m_contents;
 };
 
-using Pixels = std::array<std::uint8_t, std::size_t{4} * Width * Height>;
+using Colours = std::array<std::uint8_t, std::size_t{4} * Width * Height>;
 
 /** What a texture of the current context has; zeros where it cannot be read. */
-Pixels ReadTexture(GLuint texture) {
-    Pixels pixels = {};
+Colours ReadTexture(GLuint texture) {
+    Colours colours = {};
     GLuint framebuffer = 0;
     Gl().glGenFramebuffers(1, &framebuffer);
     Gl().glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
     Gl().glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
     if (Gl().glCheckFramebufferStatus(GL_FRAMEBUFFER) == GL_FRAMEBUFFER_COMPLETE) {
-        Gl().glReadPixels(0, 0, Width, Height, GL_RGBA, GL_UNSIGNED_BYTE, pixels.data());
+        Gl().glReadPixels(0, 0, Width, Height, GL_RGBA, GL_UNSIGNED_BYTE, colours.data());
     }
     Gl().glBindFramebuffer(GL_FRAMEBUFFER, 0);
     Gl().glDeleteFramebuffers(1, &framebuffer);
-    return pixels;
+    return colours;
 }
 
 /** In another context than the image's. */
@@ -98,8 +101,9 @@ bool CanUploadToAlias(LayerContext& context, android::PixelFormat format) {
     static_cast<void>(context.Run([&] {
         OwnedTexture const expected = CreateTextureFor(buffer);
         if (fUploaded && expected && UploadPixels(buffer, expected.Name(), context.HasRowLength())) {
-            Pixels const pixels = ReadTexture(expected.Name());
-            fArrived = pixels != Pixels() && ReadTexture(texture) == pixels;
+            Colours const none = {};
+            Colours const colours = ReadTexture(expected.Name());
+            fArrived = colours != none && ReadTexture(texture) == colours;
         }
         Gl().glDeleteTextures(1, &texture);
     }));
