@@ -2,6 +2,8 @@
 #include "scene/SceneChecks.h"
 
 #include <optional>
+#include <string>
+#include <unordered_map>
 
 namespace trevik::kelvo::assets {
 
@@ -106,15 +108,9 @@ public:
             CheckAnimations(step, step.place, "", step.node.GetProperties(), fSceneFrames);
             CheckValues(step);
         }
-        std::optional<JsonCursor> const effects = step.place.Find("effects");
         TransformNode* const pNode = step.node.GetTransformNode();
-        if (step.role != SceneRole::Root && effects && pNode) {
-            for (unsigned int n = 0; n < pNode->GetEffects().GetCount(); ++n) {
-                std::string const start = "effects/" + std::to_string(n) + "/";
-                Effect& effect = *pNode->GetEffects()[n];
-                CheckAnimations(step, effects->GetItem(n), start, effect.GetProperties(), fSceneFrames);
-                CheckEffectValues(step, effects->GetItem(n), start, effect);
-            }
+        if (step.role != SceneRole::Root && pNode && !pNode->GetEffects().IsEmpty()) {
+            CheckEffects(step, pNode->GetEffects(), fSceneFrames);
         }
         if (step.node.IsKindOf(Timeline::ClassID) && step.role == SceneRole::Child) {
             CheckEnd(step, static_cast<Timeline&>(step.node));
@@ -132,6 +128,24 @@ private:
         return true;
     }
 
+    void CheckEffects(SceneStep const& step, List<Effect*> const& effects, bool fSceneFrames) {
+        std::optional<JsonCursor> const places = step.place.Find("effects");
+        for (unsigned int n = 0; places && n < effects.GetCount(); ++n) {
+            std::string const start = "effects/" + std::to_string(n) + "/";
+            CheckAnimations(step, places->GetItem(n), start, effects[n]->GetProperties(), fSceneFrames);
+            CheckEffectValues(step, places->GetItem(n), start, *effects[n]);
+        }
+    }
+
+    /** The name of a property; properties of the same kind share it. */
+    std::string const& GetName(PropertyList::Entry const& entry) {
+        auto const [found, fNew] = m_names.try_emplace(entry.m_pDescriptor);
+        if (fNew) {
+            found->second = GetEntryName(entry);
+        }
+        return found->second;
+    }
+
     void CheckAnimations(SceneStep const& step, JsonCursor const& place, std::string const& start,
                          PropertyList& properties, bool fSceneFrames) {
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
@@ -139,12 +153,13 @@ private:
             if (!entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty)) {
                 continue;
             }
-            std::string const given = FindGiven(place, GetEntryName(entry));
+            std::string const& name = GetName(entry);
+            std::string const given = FindGiven(place, name);
             std::optional<Course> const course = FindCourse(entry);
             if (course && !given.empty()) {
                 CheckAnimation(step, start + given, *course, fSceneFrames);
                 if (course->fMoves) {
-                    CheckComponents(step, place, start, GetEntryName(entry) + ".");
+                    CheckComponents(step, place, start, name + ".");
                 }
             }
         }
@@ -259,6 +274,7 @@ private:
     }
 
     SceneSettings const& m_settings;
+    std::unordered_map<PropertyDescriptor const*, std::string> m_names;
 };
 
 } // namespace

@@ -152,7 +152,7 @@ void ReadAnchor(JsonCursor const& place, Text& text, bool fYDown) {
 
 bool HasStretchedChildren(JsonCursor const& place) {
     std::optional<JsonCursor> const children = place.Find("children");
-    return place.Find("stretchTo") && children && !children->GetValue().GetItems().empty();
+    return children && !children->GetValue().GetItems().empty() && place.Find("stretchTo");
 }
 
 Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,

@@ -83,7 +83,8 @@ public:
     void Run() {
         JsonValue& root = m_source.root;
         bool const fObject = root.GetKind() == JsonValue::Kind::Object;
-        if (!fObject || (!Defines(root) && !HasUseBelow(root))) {
+        bool const fUses = m_source.pool.Has("use"); // else no name is looked at
+        if (!fObject || (!Defines(root) && !(fUses && HasUseBelow(root)))) {
             return; // what is no object is told where the scene is read
         }
         m_open.push_back({GetCanonicalPath(m_source.name), std::string()});
