@@ -67,6 +67,7 @@ void* JsonPool::Allocate(std::size_t nBytes) {
 }
 
 void JsonPool::Clear() {
+    m_names.clear();
     m_texts.clear();
     m_chunks.clear();
     m_pNext = nullptr;
@@ -148,7 +149,7 @@ void JsonValue::SetMember(JsonPool& pool, std::string const& name, JsonValue val
 
 void JsonValue::AddMember(JsonPool& pool, std::string const& name, JsonValue value) {
     MakeRoom(pool);
-    m_pContent->GetNames()[m_pContent->nCount] = pool.Keep(name);
+    m_pContent->GetNames()[m_pContent->nCount] = pool.KeepName(name);
     new (m_pContent->GetItems() + m_pContent->nCount++) JsonValue(std::move(value));
 }
 
@@ -202,7 +203,7 @@ public:
     bool binary(std::vector<std::uint8_t>&) { return false; } // does not occur in text
     bool start_object(std::size_t) { return Open(JsonValue::Kind::Object); }
     bool key(std::string& value) {
-        m_names.push_back(m_pool.Keep(value));
+        m_names.push_back(m_pool.KeepName(value));
         return true;
     }
     bool end_object() { return NamesDiffer() && Close(); }

@@ -3,6 +3,7 @@
 #include "image/Image.h"
 
 #include <cstddef>
+#include <deque>
 #include <memory>
 #include <string>
 #include <string_view>
@@ -21,17 +22,20 @@ public:
     JsonPool(JsonPool const&) = delete;
     JsonPool& operator=(JsonPool const&) = delete;
 
-    /** A text that stays; the same one for the same text. Most names and words of a file occur often. */
-    std::string const* Keep(std::string const& text) { return &*m_texts.insert(text).first; }
-    /** Whether the text has been kept. */
-    bool Has(std::string const& text) const { return m_texts.count(text) != 0; }
+    /** A member's name, which stays; the same one for the same text, as files have few and use them often. */
+    std::string const* KeepName(std::string const& name) { return &*m_names.insert(name).first; }
+    /** Whether there is a member of that name. */
+    bool HasName(std::string const& name) const { return m_names.count(name) != 0; }
+    /** A text that stays. */
+    std::string const* KeepText(std::string const& text) { return &m_texts.emplace_back(text); }
     /** Bytes that stay, aligned for a value. */
     void* Allocate(std::size_t nBytes);
     /** Ends all that it holds. */
     void Clear();
 
 private:
-    std::unordered_set<std::string> m_texts;
+    std::unordered_set<std::string> m_names;
+    std::deque<std::string> m_texts;
     std::vector<std::unique_ptr<std::byte[]>> m_chunks;
     std::byte* m_pNext = nullptr; ///< in the last one that is not full
     std::size_t m_nLeft = 0;
@@ -88,7 +92,7 @@ public:
 
     /** The same value once more. Copies nothing by itself: a copy may be large. */
     JsonValue Copy(JsonPool& pool) const;
-    void SetText(JsonPool& pool, std::string const& text) { m_pText = pool.Keep(text); }
+    void SetText(JsonPool& pool, std::string const& text) { m_pText = pool.KeepText(text); }
     /** Adds an element to an array. */
     void Append(JsonPool& pool, JsonValue item);
     /** An object's member becomes `value`; a new one, if it has none of that name. */

@@ -64,6 +64,13 @@ struct Samples {
             place.FailFinally("there is not enough memory");
         }
     }
+    /** So many more come. */
+    void Expect(JsonCursor const& place, unsigned int nMore) {
+        unsigned int const nNeeded = values.GetCount() + nMore;
+        if (nNeeded > values.GetCapacity() && !values.Reserve(std::max(nNeeded, values.GetCount() * 2))) {
+            place.FailFinally("there is not enough memory");
+        }
+    }
     /** The value at a frame; before the first and behind the last one these hold. */
     T const& At(int nFrame) const {
         int const nLast = static_cast<int>(values.GetCount()) - 1;
@@ -172,6 +179,7 @@ void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& na
         list.FailExpected("at least one value");
     }
     Spend(list, nCount, nCount);
+    samples.Expect(list, static_cast<unsigned int>(nCount));
     for (std::size_t n = 0; n < nCount; ++n) {
         samples.Append(list, ReadOne<T>(list.GetItem(n), name));
     }
@@ -194,6 +202,7 @@ template <class T>
 void AnimationReader::AppendFrames(JsonCursor const& place, Key<T> const& from, Key<T> const& to,
                                    Samples<T>& samples) {
     int const nFrames = to.nFrame - from.nFrame;
+    samples.Expect(place, static_cast<unsigned int>(nFrames));
     for (int nFrame = 1; nFrame < nFrames; ++nFrame) {
         RealFloat const t = static_cast<RealFloat>(nFrame) / static_cast<RealFloat>(nFrames);
         T value{};

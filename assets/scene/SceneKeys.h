@@ -28,7 +28,7 @@ struct SceneForm {
 };
 
 struct SceneKey {
-    char const* pName;
+    std::string_view name;
     SceneForm form;
     char const* pMeaning;
 };
@@ -254,7 +254,7 @@ template <class... Tables>
 bool IsKey(std::string_view name, Tables const&... tables) {
     auto const has = [name](auto const& table) {
         return std::any_of(std::begin(table), std::end(table),
-                           [name](SceneKey const& key) { return name == key.pName; });
+                           [name](SceneKey const& key) { return name == key.name; });
     };
     return (has(tables) || ...);
 }
@@ -265,7 +265,7 @@ std::vector<std::string> NamesOf(Tables const&... tables) {
     std::vector<std::string> names;
     auto const add = [&](auto const& table) {
         for (SceneKey const& key : table) {
-            names.emplace_back(key.pName);
+            names.emplace_back(key.name);
         }
     };
     (add(tables), ...);

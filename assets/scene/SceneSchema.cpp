@@ -88,7 +88,7 @@ Json Explain(Json const& form, std::string const& meaning) {
 template <class Table>
 void AddKeys(Json& members, Table const& keys) {
     for (SceneKey const& key : keys) {
-        members[key.pName] = Explain(DescribeForm(key.form), key.pMeaning);
+        members[std::string(key.name)] = Explain(DescribeForm(key.form), key.pMeaning);
     }
 }
 

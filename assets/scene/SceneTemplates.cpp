@@ -83,7 +83,7 @@ public:
     void Run() {
         JsonValue& root = m_source.root;
         bool const fObject = root.GetKind() == JsonValue::Kind::Object;
-        bool const fUses = m_source.pool.Has("use"); // else no name is looked at
+        bool const fUses = m_source.pool.HasName("use"); // else nothing is searched
         if (!fObject || (!Defines(root) && !(fUses && HasUseBelow(root)))) {
             return; // what is no object is told where the scene is read
         }

@@ -1,5 +1,8 @@
 #include "scene/SceneValues.h"
 
+#include <algorithm>
+#include <string>
+
 namespace trevik::kelvo::assets {
 
 std::string ReadPath(JsonCursor const& place, char const* what) {
@@ -38,6 +41,11 @@ std::string ReadLines(JsonCursor const& place) {
 }
 
 StringEncoded<UTF16Encoding> ToUtf16(std::string const& text) {
+    auto const isAscii = [](char unit) { return static_cast<unsigned char>(unit) < 0x80; };
+    if (std::all_of(text.begin(), text.end(), isAscii)) { // as names mostly are
+        std::u16string const units(text.begin(), text.end());
+        return String16(units.data(), static_cast<unsigned int>(units.size()));
+    }
     return String16(String8(text.data(), static_cast<unsigned int>(text.size())));
 }
 
