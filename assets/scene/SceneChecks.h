@@ -5,6 +5,9 @@
 #include "scene/SceneFonts.h"
 #include "scene/SceneNotes.h"
 #include "scene/SceneTextures.h"
+#include "scene/SceneWalk.h"
+
+#include <memory>
 
 namespace trevik::kelvo::assets {
 
@@ -19,14 +22,17 @@ struct BuiltScene {
 /** Notes warnings of what in a scene will not be drawn, or not as it is written; see docs/warnings.md. */
 void CheckScene(BuiltScene const& built, SceneNotes& notes);
 
-// Its parts, each with a subject of its own.
+// What is looked for at each node, by subject.
 
-void CheckDrawing(BuiltScene const& built, SceneNotes& notes);
-void CheckBlurs(BuiltScene const& built, SceneNotes& notes);
-void CheckNinePatches(BuiltScene const& built, SceneNotes& notes);
-void CheckBackgrounds(BuiltScene const& built, SceneNotes& notes);
-void CheckTime(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeResourceCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeDrawingCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeBlurCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeNinePatchCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeBackgroundCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeTimeCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeMinificationCheck(BuiltScene const& built, SceneNotes& notes);
+
+/** Looks at the textures and fonts themselves. */
 void CheckResources(BuiltScene const& built, SceneNotes& notes);
-void CheckMinification(BuiltScene const& built, SceneNotes& notes);
 
 } // namespace trevik::kelvo::assets

@@ -64,9 +64,8 @@ private:
 
 } // namespace
 
-void CheckBackgrounds(BuiltScene const& built, SceneNotes& notes) {
-    BackgroundCheck check(notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeBackgroundCheck(BuiltScene const&, SceneNotes& notes) {
+    return std::make_unique<BackgroundCheck>(notes);
 }
 
 } // namespace trevik::kelvo::assets

@@ -197,9 +197,8 @@ private:
 
 } // namespace
 
-void CheckBlurs(BuiltScene const& built, SceneNotes& notes) {
-    BlurCheck check(notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeBlurCheck(BuiltScene const&, SceneNotes& notes) {
+    return std::make_unique<BlurCheck>(notes);
 }
 
 } // namespace trevik::kelvo::assets

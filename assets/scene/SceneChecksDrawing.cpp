@@ -256,9 +256,8 @@ private:
 
 } // namespace
 
-void CheckDrawing(BuiltScene const& built, SceneNotes& notes) {
-    DrawingCheck check(built.scene.GetSettings().m_fExactEffects, notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeDrawingCheck(BuiltScene const& built, SceneNotes& notes) {
+    return std::make_unique<DrawingCheck>(built.scene.GetSettings().m_fExactEffects, notes);
 }
 
 } // namespace trevik::kelvo::assets

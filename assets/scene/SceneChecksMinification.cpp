@@ -131,9 +131,8 @@ private:
 
 } // namespace
 
-void CheckMinification(BuiltScene const& built, SceneNotes& notes) {
-    MinificationCheck check(built.scene.GetSettings(), notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeMinificationCheck(BuiltScene const& built, SceneNotes& notes) {
+    return std::make_unique<MinificationCheck>(built.scene.GetSettings(), notes);
 }
 
 } // namespace trevik::kelvo::assets

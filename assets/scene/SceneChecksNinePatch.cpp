@@ -102,9 +102,8 @@ private:
 
 } // namespace
 
-void CheckNinePatches(BuiltScene const& built, SceneNotes& notes) {
-    NinePatchCheck check(notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeNinePatchCheck(BuiltScene const&, SceneNotes& notes) {
+    return std::make_unique<NinePatchCheck>(notes);
 }
 
 } // namespace trevik::kelvo::assets

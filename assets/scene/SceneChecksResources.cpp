@@ -177,6 +177,10 @@ void CheckTextures(BuiltScene const& built, SceneNotes& notes) {
 
 } // namespace
 
+std::unique_ptr<SceneVisitor> MakeResourceCheck(BuiltScene const&, SceneNotes& notes) {
+    return std::make_unique<ResourceCheck>(notes);
+}
+
 void CheckResources(BuiltScene const& built, SceneNotes& notes) {
     CheckTextures(built, notes);
     CheckPages(built, notes);
@@ -185,8 +189,6 @@ void CheckResources(BuiltScene const& built, SceneNotes& notes) {
             WarnOf(built, notes, "fonts", name, WarningId::UnusedFont, "no text is set in the font");
         }
     }
-    ResourceCheck check(notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
 }
 
 } // namespace trevik::kelvo::assets

@@ -279,9 +279,8 @@ private:
 
 } // namespace
 
-void CheckTime(BuiltScene const& built, SceneNotes& notes) {
-    TimeCheck check(built.scene.GetSettings(), notes);
-    WalkScene(built.file, *built.scene.GetRoot(), check);
+std::unique_ptr<SceneVisitor> MakeTimeCheck(BuiltScene const& built, SceneNotes& notes) {
+    return std::make_unique<TimeCheck>(built.scene.GetSettings(), notes);
 }
 
 } // namespace trevik::kelvo::assets

@@ -7,15 +7,16 @@
 #include "scene/SceneChecks.h"
 #include "scene/SceneColors.h"
 #include "scene/SceneFonts.h"
+#include "scene/SceneIndex.h"
 #include "scene/SceneKeys.h"
 #include "scene/SceneNodes.h"
-#include "scene/SceneOrigins.h"
 #include "scene/SceneTemplates.h"
 #include "scene/SceneTextures.h"
 #include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Serializer.h"
 
 #include <algorithm>
+#include <memory>
 #include <new>
 #include <utility>
 #include <vector>
@@ -149,7 +150,7 @@ void HandOverGlyphSources(std::vector<SavedFont> const& fonts, Deserializer& des
 struct BuiltFile {
     Scene scene;
     std::vector<Ref<Font>> fonts; ///< of its texts
-    SceneOrigins origins;         ///< where they are asked for
+    std::shared_ptr<SceneIndex> pIndex = std::make_shared<SceneIndex>();
 };
 
 /** Saves what has been built, which ends with it, and loads what was saved into `scene`. */
@@ -221,14 +222,15 @@ void ReadWhole(SceneText& text, JsonSource& source, ClassRegistry& registry, Sce
         return;
     }
     if (pNotes) {
-        built.origins.Take(JsonCursor(source), *built.scene.GetRoot());
+        built.pIndex->Take(JsonCursor(source), *built.scene.GetRoot());
     }
     source.EndValues();
     Fault fault;
     if (!Reload(built, source.name, registry, scene, fault)) {
         source.faults.Add(fault);
     } else if (pNotes) {
-        built.origins.Give(*scene.GetRoot(), *pNotes);
+        built.pIndex->MoveTo(*scene.GetRoot());
+        pNotes->SetOrigins([pIndex = built.pIndex] { return pIndex->MakeOrigins(); });
     }
 }
 

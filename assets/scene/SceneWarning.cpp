@@ -82,4 +82,11 @@ void SceneWarnings::Add(SceneWarning warning) {
     }
 }
 
+void SceneWarnings::Add(SceneWarnings const& others) {
+    for (SceneWarning const& warning : others.m_warnings) {
+        Add(warning);
+    }
+    m_nMore += others.m_nMore;
+}
+
 } // namespace trevik::kelvo::assets

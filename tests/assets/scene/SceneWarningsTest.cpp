@@ -84,14 +84,17 @@ TEST(SceneWarnings, AreExplainedOnTheirPage) {
 TEST(SceneWarnings, EndAtALimitAndCountOn) {
     std::string nodes;
     for (int n = 0; n < 120; ++n) {
-        nodes += (n == 0 ? "" : ", ") + std::string("{\"class\": \"Sprite\"}");
+        nodes += (n == 0 ? "" : ", ") + std::string(R"({"class": "Sprite", "Opacity": 2})");
     }
     Scene scene;
     Fault fault;
     SceneNotes notes;
     EXPECT_TRUE(ReadScene("{\"nodes\": [" + nodes + "]}", "", scene, fault, &notes));
     EXPECT_EQ(notes.GetWarnings().Get().size(), SceneWarnings::Most);
-    EXPECT_EQ(notes.GetWarnings().GetCount(), 120u);
+    EXPECT_EQ(notes.GetWarnings().GetCount(), 240u);
+    for (SceneWarning const& warning : notes.GetWarnings().Get()) {
+        EXPECT_EQ(warning.id, WarningId::SpriteWithoutContent) << "what is drawn is looked at before values";
+    }
 }
 
 } // namespace

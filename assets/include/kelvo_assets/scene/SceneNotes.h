@@ -4,6 +4,7 @@
 #include "kelvo_assets/scene/SceneWarning.h"
 #include "trevik/Referenced.h"
 
+#include <functional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -20,6 +21,9 @@ struct SceneOrigin {
     std::string sUse;      ///< of a template: `template "row", used at scene.json:31`; else empty
     std::string way;       ///< to it in the file, such as "/nodes/3/children/0"; empty for the root
 };
+
+/** Where the nodes and effects of a scene come from. */
+using SceneOrigins = std::unordered_map<Referenced const*, SceneOrigin>;
 
 /** What the reading of a scene file tells beside the scene. It belongs to that scene and knows its nodes. */
 class SceneNotes {
@@ -46,6 +50,8 @@ public:
     SceneWarnings const& GetWarnings() const { return m_warnings; }
     /** Adds a warning; the reader does, and what else looks for some. */
     void Warn(SceneWarning warning) { m_warnings.Add(std::move(warning)); }
+    /** Adds all of some warnings. */
+    void Warn(SceneWarnings const& warnings) { m_warnings.Add(warnings); }
     /** Whether the next warning is kept. */
     bool HasRoomForWarnings() const { return m_warnings.HasRoom(); }
     /** Puts the warnings into the order of the lines. */
@@ -53,15 +59,16 @@ public:
 
     /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
     SceneOrigin const* Find(Referenced const& object) const;
-    /** Adds where an object comes from; the reader does. */
-    void AddOrigin(Referenced const& object, SceneOrigin origin);
+    /** Sets what Find answers, which is put together when it is first asked; the reader does. */
+    void SetOrigins(std::function<SceneOrigins()> const& origins) { m_makeOrigins = origins; }
 
 private:
     std::string m_sSource;
     std::vector<std::string> m_files;
     SceneFaults m_faults;
     SceneWarnings m_warnings;
-    std::unordered_map<Referenced const*, SceneOrigin> m_origins;
+    mutable SceneOrigins m_origins;
+    mutable std::function<SceneOrigins()> m_makeOrigins; ///< empty once it has been asked
 };
 
 } // namespace trevik::kelvo::assets

@@ -83,6 +83,8 @@ public:
 
     /** Takes it behind the others, or counts it, when there are Most. */
     void Add(SceneWarning warning);
+    /** The same with all of some others, and those that these have counted. */
+    void Add(SceneWarnings const& others);
     /** Puts them into the order of the lines. */
     void Sort();
     /** Those that were kept. */
