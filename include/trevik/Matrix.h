@@ -183,15 +183,15 @@ struct AxialMatrix4T {
 
     /** Takes the elements of a matrix over; false, for any other kind of matrix, with nothing changed. */
     bool Take(Matrix4T<T> const& matrix) {
-        T const* const m = matrix.m;
-        for (int const nOther : {1, 2, 3, 4, 6, 7, 8, 9}) {
-            if (!(m[nOther] == T(0))) {
+        constexpr unsigned int Others[] = {1, 2, 3, 4, 6, 7, 8, 9};
+        for (unsigned int const nOther : Others) {
+            if (!(matrix[nOther] == T(0))) {
                 return false;
             }
         }
-        for (int i = 0; i < 4; ++i) {
-            m_own[i] = m[5 * i];
-            m_exchanged[i] = m[i < 3 ? 12 + i : 11];
+        for (unsigned int i = 0; i < 4; ++i) {
+            m_own[i] = matrix[5 * i];
+            m_exchanged[i] = matrix[i < 3 ? 12 + i : 11];
         }
         return true;
     }
