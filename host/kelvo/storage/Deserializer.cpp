@@ -54,14 +54,10 @@ bool Deserializer::PushChild(unsigned int nChild) {
         return false;
     }
     unsigned int const nLevel = m_stack.GetCount();
-    Ref<DocumentNode> pSpare;
-    if (nLevel < m_popped.GetCount()) {
-        pSpare.Swap(m_popped[nLevel]);
-    }
+    Ref<DocumentNode> pNone;
+    // Stays where it is unless it becomes the child.
+    Ref<DocumentNode>& pSpare = nLevel < m_popped.GetCount() ? m_popped[nLevel] : pNone;
     Ref<DocumentNode> pChild = GetCurrentNode()->ReadChild(nChild, std::move(pSpare));
-    if (pSpare) {
-        pSpare.Swap(m_popped[nLevel]); // it is still there for another one
-    }
     return pChild && m_stack.Append(Level{std::move(pChild), nChild});
 }
 

@@ -210,8 +210,8 @@ void PackedValue::Read(PackedBytes& bytes, unsigned char* pData, unsigned int nL
         ReadWords(bytes, pData, nLength / 4 / nWay, nWay);
     } else {
         for (unsigned int n = 0; n < nLength / 2; ++n) {
-            pData[2 * n] = bytes.GetPosition()[n];
-            pData[2 * n + 1] = 0;
+            *pData++ = bytes.GetPosition()[n];
+            *pData++ = 0;
         }
         bytes.Skip(nLength / 2);
     }
