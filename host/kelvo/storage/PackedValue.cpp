@@ -138,25 +138,38 @@ bool SkipWords(PackedBytes& packed, unsigned int nWords) {
     return true;
 }
 
-void ReadWords(PackedBytes& packed, unsigned char* pData, unsigned int nRows, unsigned int nColumns) {
-    PackedBytes bytes = packed; // a copy stays in registers
+/** The next number of data that has been looked through: it ends before the data does. */
+unsigned long long TakeNumber(unsigned char const*& pAt) {
+    unsigned long long nNumber = *pAt & 0x7f;
+    for (unsigned int nShift = 7; *pAt++ >= 0x80; nShift += 7) {
+        nNumber |= static_cast<unsigned long long>(*pAt & 0x7f) << nShift;
+    }
+    return nNumber;
+}
+
+void ReadWords(PackedBytes& bytes, unsigned char* pData, unsigned int nRows, unsigned int nColumns) {
+    unsigned char const* pAt = bytes.GetPosition();
     unsigned int nNones = 0;
     for (unsigned int nColumn = 0; nColumn < nColumns; ++nColumn) {
         Foretelling foretelling;
-        for (unsigned int nRow = 0; nRow < nRows; ++nRow) {
+        unsigned char* pWord = pData + nColumn * 4ul;
+        for (unsigned int nRow = 0; nRow < nRows; ++nRow, pWord += nColumns * 4ul) {
             unsigned long long nNumber = None;
             if (nNones > 0) {
                 --nNones;
-            } else if (bytes.ReadNumber(LargestDistance, nNumber) && nNumber == RunOfNone) {
-                bytes.ReadNumber(0xffffffffu, nNones);
+            } else {
+                nNumber = TakeNumber(pAt);
+            }
+            if (nNumber == RunOfNone) {
+                nNones = static_cast<unsigned int>(TakeNumber(pAt));
                 nNumber = None;
             }
             unsigned int const nWord = foretelling.Get() + ToDistance(nNumber);
             foretelling.Note(nWord);
-            PutWord(pData + (static_cast<unsigned long>(nRow) * nColumns + nColumn) * 4, nWord);
+            PutWord(pWord, nWord);
         }
     }
-    packed = bytes;
+    bytes.Skip(static_cast<unsigned long>(pAt - bytes.GetPosition()));
 }
 
 } // namespace
