@@ -82,7 +82,8 @@ inline unsigned int Timeline::FindAwake(unsigned int nEntry) const {
     return nWord * AwakeWordBits + static_cast<unsigned int>(__builtin_ctzl(awake));
 }
 
-inline void Timeline::UpdateEntry(unsigned int nEntry, TransformNode::Arguments const& arguments) {
+inline __attribute__((always_inline)) void Timeline::UpdateEntry(unsigned int nEntry,
+                                                                 TransformNode::Arguments const& arguments) {
     Node& node = *m_treeNodes[nEntry].m_value;
     if (!node.m_fPlainUpdate || node.m_fUpdatesSubtree) {
         if (node.m_fUpdatesSubtree) {

@@ -81,7 +81,7 @@ void Timeline::UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bo
     if (!m_fSubtreeChanged) {
         if (fForce || m_fOwnUpdateTree || UpdateObserver::Get()) {
             UpdateTree(m_tree, device, frame, delta, fForce);
-        } else {
+        } else if (!m_treeNodes.IsEmpty()) {
             UpdateAwake(device, frame, delta);
         }
         return;

@@ -82,7 +82,7 @@ void TransformNode::SetPropertyMarks() {
     m_position.SetMarks(m_nMarks, PositionMark);
     m_rotation.SetMarks(m_nMarks, RotationMark);
     m_pivot.SetMarks(m_nMarks, ShapeMark);
-    m_scale.SetMarks(m_nMarks, ShapeMark);
+    m_scale.SetMarks(m_nMarks, ScaleMark);
     m_stretch.SetMarks(m_nMarks, ShapeMark);
     m_opacity.SetMarks(m_nMarks, OpacityMark);
     m_visible.SetMarks(m_nMarks, DrawMark);

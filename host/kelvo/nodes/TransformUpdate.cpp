@@ -12,8 +12,8 @@ namespace trevik::kelvo {
 namespace {
 
 /**
- * Whether `taken` is another value, which it is no more then. By bits, so that a value that is not a number is
- * equal to itself and does not count as changed for ever.
+ * Whether `taken` is another value, which it is no more then. By bits, so that a value that is not a number
+ * is equal to itself and does not count as changed for ever.
  */
 inline bool Take(Vector3T<RealFloat> const& value, Vector3T<RealFloat>& taken) {
     // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
@@ -24,6 +24,12 @@ inline bool Take(Vector3T<RealFloat> const& value, Vector3T<RealFloat>& taken) {
     return true;
 }
 
+/** Whether a matrix is a translation or the identity. */
+bool OnlyMoves(Matrix4T<RealFloat> const& matrix) {
+    return std::memcmp(matrix.m, Matrix4T<RealFloat>::Identity.m, 12 * sizeof(RealFloat)) == 0 &&
+           matrix.m[15] == 1;
+}
+
 /** The rotation's columns, without a product where only z, as in a plane, is turned about. */
 inline void WriteRotation(Vector3T<RealFloat> const& degrees, Matrix4T<RealFloat>& out) {
     if (degrees.x != 0 || degrees.y != 0) {
@@ -32,8 +38,12 @@ inline void WriteRotation(Vector3T<RealFloat> const& degrees, Matrix4T<RealFloat
     }
     RealFloat sine, cosine;
     trevik::detail::SineAndCosineOfDegrees(degrees.z, sine, cosine);
-    RealFloat const columns[12] = {cosine, sine, 0, 0, -sine, cosine, 0, 0, 0, 0, 1, 0};
-    std::memcpy(out.m, columns, sizeof(columns));
+    RealFloat* const m = out.m;
+    m[0] = m[5] = cosine;
+    m[1] = sine;
+    m[4] = 0 - sine;
+    m[2] = m[3] = m[6] = m[7] = m[8] = m[9] = m[11] = 0;
+    m[10] = 1;
 }
 
 /** Within 0 to 1; 0 for NaN. */
@@ -86,14 +96,19 @@ unsigned int TransformNode::TakeRotationAndShape() {
         }
         nChanges = Take(m_rotation.GetValue(), m_taken.m_rotation) ? Turned : 0u;
     }
+    if (m_nMarks & ScaleMark) {
+        if (!m_scale.GetBinding()) {
+            m_nMarks &= ~unsigned(ScaleMark);
+        }
+        nChanges |= Take(m_scale.GetValue(), m_taken.m_scale) ? Shaped : 0u;
+    }
     if (m_nMarks & ShapeMark) {
-        if (!m_pivot.GetBinding() && !m_scale.GetBinding() && !m_stretch.GetBinding()) {
+        if (!m_pivot.GetBinding() && !m_stretch.GetBinding()) {
             m_nMarks &= ~unsigned(ShapeMark);
         }
-        bool const fScaled = Take(m_scale.GetValue(), m_taken.m_scale);
         bool const fStretched = Take(m_stretch.GetValue(), m_taken.m_stretch);
         bool const fShifted = Take(m_pivot.GetValue(), m_taken.m_pivot);
-        nChanges |= fScaled || fStretched || fShifted ? Shaped : 0u;
+        nChanges |= fStretched || fShifted ? Shaped : 0u;
     }
     return nChanges;
 }
@@ -117,8 +132,7 @@ void TransformNode::CalculateAnyTransform() {
         PlaceOrigin();
     }
     if (m_pParentTransform) {
-        m_nParentVersion = m_pParentTransform->m_nTransformVersion;
-        Matrix4Multiply(m_localMatrix, m_pParentTransform->m_worldMatrix, m_worldMatrix);
+        MultiplyWithParent();
     } else if (m_pSpace) {
         Matrix4Multiply(m_localMatrix, m_pSpace->GetWorldMatrix(), m_worldMatrix);
     } else {
@@ -126,6 +140,26 @@ void TransformNode::CalculateAnyTransform() {
         m_nParentVersion = NoParent;
     }
     CountTransform();
+}
+
+/** The world matrix from the local one and the parent's. Most parents only move, which makes a product a sum.
+ */
+inline void TransformNode::MultiplyWithParent() {
+    TransformNode const& parent = *m_pParentTransform;
+    if (m_nParentVersion != parent.m_nTransformVersion) {
+        m_nParentVersion = parent.m_nTransformVersion;
+        // A class may write its world matrix without counting that.
+        bool const fMoves = parent.m_fPlainUpdate && OnlyMoves(parent.m_worldMatrix);
+        m_nMarks = fMoves ? m_nMarks | ParentMovesMark : m_nMarks & ~ParentMovesMark;
+    }
+    if (!(m_nMarks & ParentMovesMark)) {
+        Matrix4Multiply(m_localMatrix, parent.m_worldMatrix, m_worldMatrix);
+        return;
+    }
+    for (int nElement = 0; nElement < 12; ++nElement) {
+        m_worldMatrix.m[nElement] = m_localMatrix.m[nElement] + 0; // 0 of -0, as the product has it
+    }
+    AddParentOrigin();
 }
 
 /** Columns of the rotation, scaled; then the origin. Sines and cosines only when the rotation has changed. */
@@ -170,12 +204,13 @@ void TransformNode::Wake() {
     }
 }
 
-void Property::Wake(PropertyMarks& marks) {
+void Property::Wake(PropertyMarks& marks, unsigned short nMark) {
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof" // as in FetchForDrawing
     constexpr std::intptr_t Offset = offsetof(TransformNode, m_nMarks);
 #pragma GCC diagnostic pop
     reinterpret_cast<TransformNode*>(reinterpret_cast<std::intptr_t>(&marks) - Offset)->Wake();
+    marks |= nMark;
 }
 
 } // namespace trevik::kelvo

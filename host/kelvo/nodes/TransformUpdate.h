@@ -85,10 +85,23 @@ inline void TransformNode::CountTransform() {
     NoteForChildren();
 }
 
+/** The world matrix's origin, for a node whose parent's matrix only moves: the sum that the product is. */
+inline void TransformNode::AddParentOrigin() {
+    RealFloat const* const parent = m_pParentTransform->m_worldMatrix.m;
+    RealFloat const ones[4] = {0, 0, 0, 1};
+    for (int nRow = 0; nRow < 4; ++nRow) {
+        m_worldMatrix.m[12 + nRow] = m_localMatrix.m[12 + nRow] + parent[12 + nRow] - ones[nRow];
+    }
+}
+
 /** For a node below one with a transform: only the origin has moved, the other columns stay. */
 inline void TransformNode::MoveOrigin() {
     PlaceOrigin();
-    Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
+    if (m_nMarks & ParentMovesMark) {
+        AddParentOrigin();
+    } else {
+        Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
+    }
     CountTransform();
 }
 
@@ -96,7 +109,7 @@ inline void TransformNode::MoveOrigin() {
  * InternalUpdate, not forced, of a node that has no other one and no other CalculateTransform. Whether there
  * was nothing to do, and will be nothing until the node is woken.
  */
-inline bool TransformNode::UpdatePlain(Arguments const& arguments) {
+inline __attribute__((always_inline)) bool TransformNode::UpdatePlain(Arguments const& arguments) {
     m_properties.Update(arguments, *arguments.m_pFrame);
     unsigned int const nChanges = m_nChanges | TakeTransform() | FindParentChange();
     if (__builtin_expect(nChanges == Moved && m_pParentTransform, 1)) {

@@ -126,15 +126,24 @@ void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& 
     std::uint64_t nLeft = m_nOtherAnimated;
     m_pFirstAnimated->Update(context, frame);
     for (; nLeft != 0; nLeft &= nLeft - 1) {
-        unsigned int const nFirst = static_cast<unsigned int>(__builtin_ctzll(nLeft));
-        unsigned int const nEnd = nFirst < LastAnimatedBit ? nFirst + 1 : GetCount();
+        unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctzll(nLeft));
+        if (__builtin_expect(nEntry == LastAnimatedBit, 0)) {
+            UpdateFrom(nEntry, context, frame);
+            return;
+        }
         // An update may have changed what is registered.
-        for (unsigned int nEntry = nFirst; nEntry < nEnd && nEntry < GetCount(); ++nEntry) {
-            Entry const entry = GetEntry(nEntry);
-            if (nFirst < LastAnimatedBit || (entry.m_pProperty != m_pFirstAnimated &&
-                                             IsAnimated(*entry.m_pDescriptor, entry.m_pProperty))) {
-                entry.m_pProperty->Update(context, frame);
-            }
+        if (nEntry < GetCount()) {
+            GetProperty(m_pShape->GetSlots()[nEntry])->Update(context, frame);
+        }
+    }
+}
+
+/** Updates what is animated among the entries from `nEntry` on, for which there is one bit. */
+void PropertyList::UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame) {
+    for (; nEntry < GetCount(); ++nEntry) {
+        Entry const entry = GetEntry(nEntry);
+        if (entry.m_pProperty != m_pFirstAnimated && IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
+            entry.m_pProperty->Update(context, frame);
         }
     }
 }

@@ -176,10 +176,10 @@ public:
             if (__builtin_expect(m_extras.HasPlainSampler(), 1)) {
                 // The one controller is known to the last detail: it never finishes.
                 auto* const pSampler = static_cast<SampleController<T>*>(m_extras.GetOnlyController());
-                if (pSampler->Sample(context, frame, m_value)) {
+                if (__builtin_expect(pSampler->Sample(context, frame, m_value), 1)) {
                     Mark();
+                    return;
                 }
-                return;
             }
         }
         UpdateAny(context, frame);

@@ -6,7 +6,7 @@
 #include "trevik/kelvo/PropertyType.h"
 
 #include <cstdint>
-#include <limits>
+#include <cstring>
 
 namespace trevik::kelvo {
 
@@ -47,20 +47,36 @@ struct UpdateContext {
     /** For an update at `frame`, which is taken apart here, once for all that is sampled there. */
     UpdateContext(GraphicsDevice& device, RealFloat const& frame) : m_pDevice(&device) {
         if (frame >= 0 && frame < PartedLimit) {
-            m_partedFrame = frame;
+            std::memcpy(&m_nFrameBits, &frame, sizeof(m_nFrameBits));
             m_nWhole = static_cast<unsigned int>(static_cast<int>(frame));
-            m_fraction = frame - static_cast<RealFloat>(static_cast<int>(frame));
+            m_fraction = frame - static_cast<RealFloat>(static_cast<int>(frame)) + 0; // 0 of -0
         }
     }
 
     /** The device that the update is for; borrowed, null where there is none. */
     GraphicsDevice* m_pDevice = nullptr;
-    /** A frame not below 0 whose parts are the next two; not a number where there is none. */
-    RealFloat m_partedFrame = std::numeric_limits<RealFloat>::quiet_NaN();
-    unsigned int m_nWhole = 0; ///< the whole number before it
-    RealFloat m_fraction = 0;  ///< how far it lies behind that, below 1
+
+    /** Whether the frame's parts are known: those of 0 always are. */
+    bool HasParts(RealFloat const& frame) const {
+        static_assert(sizeof(frame) == sizeof(m_nFrameBits));
+        return std::memcmp(&frame, &m_nFrameBits, sizeof(m_nFrameBits)) == 0;
+    }
+    /** The whole number at or before the frame that has parts. */
+    unsigned int GetWhole() const { return m_nWhole; }
+    /** Whether that frame is no whole number. */
+    bool IsBetween() const {
+        unsigned int nBits;
+        std::memcpy(&nBits, &m_fraction, sizeof(nBits));
+        return nBits != 0;
+    }
+    /** How far that frame lies behind the whole number, 0 or above and below 1. */
+    RealFloat GetFraction() const { return m_fraction; }
 
 private:
+    unsigned int m_nFrameBits = 0;
+    unsigned int m_nWhole = 0;
+    RealFloat m_fraction = 0;
+
     static constexpr RealFloat PartedLimit = 2147483648.0f;
 };
 
@@ -132,22 +148,25 @@ protected:
     /** To be called by everything that writes the value, before others hear of it. */
     void Mark() {
         if (m_nMark != 0) {
-            auto const nBytes = static_cast<std::intptr_t>(m_nMarksDistance) *
-                                static_cast<std::intptr_t>(sizeof(PropertyMarks));
-            PropertyMarks& marks =
-                *reinterpret_cast<PropertyMarks*>(reinterpret_cast<std::intptr_t>(this) + nBytes);
+            PropertyMarks& marks = GetMarks();
             if (__builtin_expect((marks & AsleepMark) != 0, 0)) {
-                Wake(marks);
+                Wake(marks, m_nMark);
+            } else {
+                marks |= m_nMark;
             }
-            marks |= m_nMark;
         }
     }
 
     unsigned int m_nID = 0; ///< the id that it is saved under
 
 private:
-    /** Wakes the node that the marks belong to. */
-    static void Wake(PropertyMarks& marks);
+    PropertyMarks& GetMarks() {
+        auto const nBytes =
+            static_cast<std::intptr_t>(m_nMarksDistance) * static_cast<std::intptr_t>(sizeof(PropertyMarks));
+        return *reinterpret_cast<PropertyMarks*>(reinterpret_cast<std::intptr_t>(this) + nBytes);
+    }
+    /** Wakes the node that the marks belong to, and sets one. */
+    static void Wake(PropertyMarks& marks, unsigned short nMark);
 
     short m_nMarksDistance = 0; ///< from this property, in marks
     unsigned short m_nMark = 0;

@@ -127,6 +127,7 @@ private:
     void ForgetAnimated();
     void CollectAnimated();
     void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
+    void UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame);
 
     unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when the animated were collected; 0 = never
     bool m_fSeveralAnimated = false; ///< m_nOtherAnimated has bits set

@@ -82,25 +82,26 @@ public:
     }
 
     bool Evaluate(UpdateContext const& context, RealFloat const& frame, T& out) override {
-        return Sample(context, frame, out);
+        return Sample(context, frame, out) || EvaluateAnywhere(frame, out);
     }
 
-    /** What Evaluate does; for callers that know that no class has another one. */
+    /**
+     * What Evaluate does, where the frame's parts are known and lie among plain samples, the common case;
+     * false elsewhere, with `out` as it was. For callers that know that no class has another Evaluate.
+     */
     bool Sample(UpdateContext const& context, RealFloat const& frame, T& out) const {
-        // Plain samples between the first frame and the last, the common case, stand apart: the frame has
-        // been taken apart already, and whether it lies there is seen at once. Whole numbers before the start
-        // frame give a difference from 2^31 on.
-        unsigned int const nSample = context.m_nWhole - static_cast<unsigned int>(m_nStartFrame);
-        if (__builtin_expect(nSample < m_nMixed && frame == context.m_partedFrame, 1)) {
-            unsigned char const* const pSample = GetPlainData() + nSample * sizeof(T);
-            if (__builtin_expect(context.m_fraction != 0, 1)) {
-                PropertyTraits<T>::Interpolate(pSample, pSample + sizeof(T), context.m_fraction, out);
-            } else {
-                PropertyTraits<T>::Read(out, pSample);
-            }
-            return true;
+        // Whole numbers before the start frame give a difference from 2^31 on.
+        unsigned int const nSample = context.GetWhole() - static_cast<unsigned int>(m_nStartFrame);
+        if (__builtin_expect(nSample >= m_nMixed || !context.HasParts(frame), 0)) {
+            return false;
         }
-        return EvaluateAnywhere(frame, out);
+        unsigned char const* const pSample = m_pData + nSample * sizeof(T);
+        if (__builtin_expect(context.IsBetween(), 1)) {
+            PropertyTraits<T>::Interpolate(pSample, pSample + sizeof(T), context.GetFraction(), out);
+        } else {
+            PropertyTraits<T>::Read(out, pSample);
+        }
+        return true;
     }
 
     /**
@@ -133,7 +134,7 @@ public:
         m_fChunked = fChunked;
         m_nChunkCount = fChunked ? nCount : 0;
         m_chunks.Release();
-        m_pExternal = nLength != 0 ? pData : nullptr;
+        m_pData = nLength != 0 ? pData : nullptr;
         m_fExternal = true;
         m_pDocument = Ref(deserializer.GetCurrentNode());
         NoteForm();
@@ -152,8 +153,7 @@ public:
         if (!serializer.PushTag(DocumentID::Controller, DocumentID::Sample) ||
             !serializer.WriteValue(DocumentID::StartFrame, m_nStartFrame) ||
             !serializer.WriteValue(DocumentID::Size, nSizeWord) ||
-            !serializer.WriteAttribute(DocumentID::Samples, fChunked ? GetChunkData() : GetSampleData(),
-                                       nLength)) {
+            !serializer.WriteAttribute(DocumentID::Samples, m_pData, nLength)) {
             return false;
         }
         serializer.PopTag();
@@ -222,18 +222,10 @@ private:
     /** To be called when samples or their form have changed. */
     void NoteForm() {
         m_nMixed = m_fChunked || m_nSampleCount == 0 ? 0 : std::min(m_nSampleCount - 1, MostMixed);
-    }
-
-    unsigned char const* GetSampleData() const {
-        return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_samples.GetData());
-    }
-    /** The same without asking m_fExternal: there are external samples only where there are no own ones. */
-    unsigned char const* GetPlainData() const {
-        return m_samples.GetData() ? reinterpret_cast<unsigned char const*>(m_samples.GetData())
-                                   : m_pExternal;
-    }
-    unsigned char const* GetChunkData() const {
-        return m_fExternal ? m_pExternal : reinterpret_cast<unsigned char const*>(m_chunks.GetData());
+        if (!m_fExternal) {
+            m_pData = m_fChunked ? reinterpret_cast<unsigned char const*>(m_chunks.GetData())
+                                 : reinterpret_cast<unsigned char const*>(m_samples.GetData());
+        }
     }
 
     /** The sample at or before frame `t`, and in `f` how far `t` lies towards the next one. */
@@ -265,7 +257,7 @@ private:
 
     unsigned char const* FindPlainSample(unsigned long long nSample) const {
         unsigned int const nLast = m_nSampleCount - 1;
-        return GetSampleData() + (nSample < nLast ? nSample : nLast) * sizeof(T);
+        return m_pData + (nSample < nLast ? nSample : nLast) * sizeof(T);
     }
 
     /** Evaluate for runs and for the ends. */
@@ -284,7 +276,7 @@ private:
     }
 
     unsigned char const* FindChunkedSample(unsigned long long nSample) const {
-        unsigned char const* const pChunks = GetChunkData();
+        unsigned char const* const pChunks = m_pData;
         long long nLow = 0;
         long long nHigh = static_cast<long long>(m_nChunkCount) - 1;
         unsigned char const* pFound = pChunks + static_cast<unsigned long>(nHigh) * sizeof(Chunk);
@@ -315,11 +307,11 @@ private:
             return false;
         }
         for (unsigned int n = 0; n < m_nSampleCount; ++n) {
-            PropertyTraits<T>::Read(samples[n], m_pExternal + static_cast<unsigned long>(n) * sizeof(T));
+            PropertyTraits<T>::Read(samples[n], m_pData + static_cast<unsigned long>(n) * sizeof(T));
         }
         m_samples.Swap(samples);
-        m_pExternal = nullptr;
         m_fExternal = false;
+        NoteForm();
         m_pDocument.Reset();
         return true;
     }
@@ -351,11 +343,11 @@ private:
     int m_nStartFrame = 0;           ///< frame of sample 0
     unsigned int m_nSampleCount = 0; ///< frames covered
     unsigned int m_nChunkCount = 0;
-    unsigned int m_nMixed = 0;                  ///< plain samples with a next one, as far as Sample looks
-    List<T> m_samples;                          ///< plain form, unless external
-    List<Chunk> m_chunks;                       ///< chunked form, unless external
-    unsigned char const* m_pExternal = nullptr; ///< samples or chunks in a document, at any alignment
-    Ref<DocumentNode> m_pDocument;              ///< keeps m_pExternal alive
+    unsigned int m_nMixed = 0;              ///< plain samples with a next one, as far as Sample looks
+    List<T> m_samples;                      ///< plain form, unless external
+    List<Chunk> m_chunks;                   ///< chunked form, unless external
+    unsigned char const* m_pData = nullptr; ///< samples or chunks, own or in a document, at any alignment
+    Ref<DocumentNode> m_pDocument;          ///< keeps m_pData alive where it is external
 };
 
 /**

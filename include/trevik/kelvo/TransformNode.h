@@ -98,11 +98,12 @@ protected:
     enum Marks : unsigned short {
         PositionMark = 1,
         RotationMark = 2,
-        ShapeMark = 4, ///< pivot, scale, stretch
-        TransformMarks = 7,
-        OpacityMark = 8,
-        DrawMark = 16, ///< visible, depth
-        FirstDerivedMark = 32
+        ScaleMark = 4,
+        ShapeMark = 8, ///< pivot, stretch
+        TransformMarks = 15,
+        OpacityMark = 16,
+        DrawMark = 32, ///< visible, depth
+        FirstDerivedMark = 64
     };
     /** What drawing asks of the properties. */
     enum DrawState : unsigned int { Visible = 1, CameraDepth = 2 };
@@ -211,6 +212,8 @@ private:
     // need not look for it.
     /** The world matrix or the opacity has changed, which the children have not been told. */
     static constexpr PropertyMarks TellMark = 0x40000000u;
+    /** The parent's world matrix, as of m_nParentVersion, does nothing but move. */
+    static constexpr PropertyMarks ParentMovesMark = 0x20000000u;
 
     /** What InternalUpdate is given. */
     struct Arguments : UpdateContext {
@@ -245,6 +248,8 @@ private:
     void Wake();
     inline bool CanRest() const;
     inline void MoveOrigin();
+    inline void AddParentOrigin();
+    inline void MultiplyWithParent();
     inline bool UpdatePlain(Arguments const& arguments);
     static UpdateOverriders const& GetOwnOverriders(TransformNode const& node);
     unsigned int TakeRotationAndShape();
