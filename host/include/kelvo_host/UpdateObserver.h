@@ -7,8 +7,9 @@ namespace trevik::kelvo {
 class Node;
 
 /**
- * Is told which node is updated, for tools that tell the nodes' times apart. While there is none, an update
- * costs one test for each timeline that has children. Render thread.
+ * Is told which node is updated, for tools that tell the nodes' times apart. While there is one, those are
+ * updated, too, in which nothing can have changed; while there is none, an update costs one test for each
+ * timeline. Render thread.
  */
 class TREVIK_API UpdateObserver {
 public:

@@ -128,7 +128,7 @@ struct Change {
     char const* m_pName;
     std::function<void(Scene&)> m_do;
     std::vector<Scene::Place> m_places;
-    bool m_fForThree = false; ///< it goes on changing by itself
+    bool m_fGoesOn = false; ///< it goes on changing by itself
 };
 
 std::vector<Change> const Changes = {
@@ -146,7 +146,7 @@ std::vector<Change> const Changes = {
     {"opacity",
      [](Scene& s) { s[s.Top].GetOpacityProperty().SetValue(RealFloat(0.25)); },
      {Scene::Bottom, Scene::InnerBottom}},
-    {"of the root",
+    {"opacity of the root",
      [](Scene& s) { s.m_pRoot->GetOpacityProperty().SetValue(RealFloat(0.5)); },
      {Scene::Top, Scene::Bottom, Scene::InnerBottom, Scene::Beside}},
     {"place of the root",
@@ -318,7 +318,7 @@ TEST(Still, WhateverChangesIsTakenUpAsIfAllWereUpdated) {
             auto const after = Look(still);
             EXPECT_TRUE(after == Look(forced));
             for (Scene::Place place : change.m_places) {
-                EXPECT_TRUE(after[place] != before[place] || (nRound != 0 && !change.m_fForThree)) << place;
+                EXPECT_TRUE(after[place] != before[place] || (nRound != 0 && !change.m_fGoesOn)) << place;
             }
         }
     }
