@@ -8,10 +8,6 @@
 #include <cstdint>
 #include <vector>
 
-#if defined(__GLIBC__)
-#include <malloc.h>
-#endif
-
 namespace kelvokit::player {
 
 using trevik::kelvo::Fault;
@@ -19,13 +15,6 @@ using trevik::kelvo::Scene;
 using namespace trevik::kelvo::assets;
 
 namespace {
-
-/** What has been read in parts, of which a large scene leaves much, goes back to the system. */
-void ReturnFreeMemory() {
-#if defined(__GLIBC__)
-    malloc_trim(0);
-#endif
-}
 
 int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
     std::vector<std::uint8_t> text;
@@ -42,7 +31,9 @@ int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault, SceneNotes& 
     return ExitBadFile;
 }
 
-int ReadAnyScene(std::string const& path, Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
+} // namespace
+
+int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
     if (path == "-") {
         return LoadStandardInput(backend, scene, fault, notes);
     }
@@ -56,14 +47,6 @@ int ReadAnyScene(std::string const& path, Backend& backend, Scene& scene, Fault&
     }
     fault = Fault(path, "a scene's name ends in .json or .kelvo");
     return ExitUsage;
-}
-
-} // namespace
-
-int LoadSceneFile(std::string const& path, Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
-    int const nExitCode = ReadAnyScene(path, backend, scene, fault, notes);
-    ReturnFreeMemory();
-    return nExitCode;
 }
 
 std::vector<std::string> GetComplaints(Fault const& fault, SceneNotes const& notes) {
