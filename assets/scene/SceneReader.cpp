@@ -113,7 +113,11 @@ std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registr
     AnimationFrames const frames{1 / scene.GetSettings().m_rFrameRate, 0, fYDown,
                                  static_cast<RealFloat>(scene.GetSettings().m_size.height)};
     pRoot->SetFrameDelay(frames.delay);
-    if (std::optional<JsonCursor> const camera = root.Find("camera")) {
+    std::optional<JsonCursor> const camera = root.Find("camera");
+    if (pNotes && fYDown && !camera) {
+        pNotes->SetTop(scene.GetSettings().m_size.height);
+    }
+    if (camera) {
         root.Attempt([&] { pRoot->SetCamera(nodes.ReadCamera(*camera, {frames.delay, 0, false, 0}).Get()); });
     }
     if (fKnown || root.Find("nodes")) {
@@ -291,6 +295,14 @@ bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& fo
     return ReadWithNotes(pNotes, fault, [&](SceneNotes& notes) {
         ReadNoting(SceneText(text), name, folder, registry, scene, notes, pNotes != nullptr);
     });
+}
+
+void FitToSurface(Scene& scene, SceneNotes const& notes, int nHeight) {
+    Timeline* const pRoot = scene.GetRoot();
+    if (pRoot && notes.GetTop()) {
+        pRoot->GetPositionProperty().SetValue(
+            Vector3T<RealFloat>(0, static_cast<RealFloat>(nHeight - *notes.GetTop()), 0));
+    }
 }
 
 } // namespace trevik::kelvo::assets

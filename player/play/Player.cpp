@@ -15,6 +15,7 @@
 #include "report/Driver.h"
 #include "report/Report.h"
 #include "scene/NodeDescription.h"
+#include "scene/SceneReader.h"
 #include "trace/FrameCapture.h"
 
 #include <algorithm>
@@ -97,6 +98,7 @@ int Player::Run() {
     if (!m_options.save.empty() && !m_scene.SaveToFile(m_options.save.c_str(), fault)) {
         return Complain(ExitBadFile, fault);
     }
+    FitToSurface(m_scene, m_notes, size.height);
     SceneSettings& settings = m_scene.GetSettings();
     settings.m_size = size;
     settings.m_format = m_options.format.value_or(settings.m_format);

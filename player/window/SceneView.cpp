@@ -45,6 +45,7 @@ SceneView::~SceneView() {
 bool SceneView::Show(std::unique_ptr<LoadedScene> pScene, SizeT<int> const& surface, Fault& fault) {
     bool const fRestart = NeedsDevice(*pScene, surface);
     SceneSettings& settings = pScene->scene.GetSettings();
+    trevik::kelvo::assets::FitToSurface(pScene->scene, pScene->notes, surface.height);
     settings.m_size = surface;
     settings.m_format = GetFormat(*pScene);
     if (!fRestart) {

@@ -348,6 +348,23 @@ TEST_F(PlayerTest, TakesAnotherSizeAndFormat) {
     }
 }
 
+TEST_F(PlayerTest, HangsScenesWhoseYPointsDownFromTheUpperEdgeOfAnySurface) {
+    std::string const scene = R"({"surface": {"size": [10, 10]}, "origin": "topLeft", "nodes": [
+        {"class": "Sprite", "Size": [2, 3], "Color": "red", "Position": [1, 2]}])";
+    Write("down.json", scene + "}");
+    Write("seen.json", scene + R"(, "camera": {"Orthographic": true, "ViewRectangle": [0, 10, 10, 0], "Position": [0, 0, 9]}})");
+    Image expected(10, 20, {0, 0, 0, 255});
+    expected.Fill(1, 2, 2, 3, {255, 0, 0, 255});
+    Outcome const played =
+        Play({Path("down.json"), "--size", "10x20", "--out", Path("f.png"), "--save", Path("sized.kelvo")});
+    EXPECT_EQ(played.nExitCode, 0) << played.errors;
+    EXPECT_TRUE(CompareImages(ReadPicture(Path("f.png")), expected, {0, 0, ""}));
+    EXPECT_EQ(Play({Path("down.json"), "--save", Path("own.kelvo")}).nExitCode, 0);
+    EXPECT_EQ(m_folder.Read("sized.kelvo"), m_folder.Read("own.kelvo"));
+    EXPECT_EQ(Play({Path("seen.json"), "--size", "20x20", "--out", Path("f.png")}).nExitCode, 0);
+    EXPECT_EQ(ReadPicture(Path("f.png")).At(2, 4), (Pixel{255, 0, 0, 255}));
+}
+
 /** Covers every pixel of 41 by 23 with another colour, and some of the surface's alpha. */
 char const* const Gradients =
     R"({"surface": {"size": [41, 23], "format": "rgba8888"}, "clearColor": "#10203080",

@@ -185,6 +185,7 @@ protected:
 };
 
 TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
+    m_folder.WriteText("scene.json", MakeScene("#ff8000", R"(], "origin": "topLeft", "include": [)"));
     Start();
     Pause();
     ExpectShown(0);

@@ -5,6 +5,7 @@
 #include "trevik/Referenced.h"
 
 #include <functional>
+#include <optional>
 #include <string>
 #include <unordered_map>
 #include <utility>
@@ -57,6 +58,14 @@ public:
     /** Puts the warnings into the order of the lines. */
     void SortWarnings() { m_warnings.Sort(); }
 
+    /**
+     * Of a scene whose (0, 0) is the upper left corner of its surface: the height that it has been read for.
+     * None for others, and where a camera says what lies where.
+     */
+    std::optional<int> GetTop() const { return m_nTop; }
+    /** Sets what GetTop answers; the reader does. */
+    void SetTop(int nTop) { m_nTop = nTop; }
+
     /** Where a node or an effect of the scene comes from; null when the scene is not from a text. */
     SceneOrigin const* Find(Referenced const& object) const;
     /** Sets what Find answers, which is put together when it is first asked; the reader does. */
@@ -67,6 +76,7 @@ private:
     std::vector<std::string> m_files;
     SceneFaults m_faults;
     SceneWarnings m_warnings;
+    std::optional<int> m_nTop;
     mutable SceneOrigins m_origins;
     mutable std::function<SceneOrigins()> m_makeOrigins; ///< empty once it has been asked
 };

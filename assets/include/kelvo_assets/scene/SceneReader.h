@@ -28,4 +28,11 @@ bool ReadScene(std::string const& path, ClassRegistry& registry, Scene& scene, F
 bool ReadSceneText(ByteSpan text, std::string const& name, std::string const& folder, ClassRegistry& registry,
                    Scene& scene, Fault& fault, SceneNotes* pNotes = nullptr);
 
+/**
+ * Has the (0, 0) of a scene whose y points down lie at the upper left corner of a surface of this height,
+ * when that is another one than the scene's own; may be called again for each new height. Moves the scene's
+ * root. `notes` are those of its reading. Other scenes stay as they are.
+ */
+void FitToSurface(Scene& scene, SceneNotes const& notes, int nHeight);
+
 } // namespace trevik::kelvo::assets
