@@ -55,12 +55,13 @@ std::string DescribeStep(std::string const& name) {
 }
 
 /**
- * The way from a value down to another, and the use of a template that is the nearest around it. Only a fault
- * asks for it, so it is looked for rather than kept.
+ * The way from a value down to another, and the values on it, the last one first. Only a fault asks for it,
+ * so it is looked for rather than kept.
  */
-bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path, std::size_t& nUse) {
+bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path,
+              std::vector<JsonValue const*>& outward) {
     if (&from == &to) {
-        nUse = from.GetUse();
+        outward.push_back(&from);
         return true;
     }
     bool const fObject = from.GetKind() == JsonValue::Kind::Object;
@@ -68,8 +69,8 @@ bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path, std
         return false;
     }
     for (std::size_t n = 0; n < from.GetItems().size(); ++n) {
-        if (FindPath(from.GetItems()[n], to, path, nUse)) {
-            nUse = nUse != 0 ? nUse : from.GetUse();
+        if (FindPath(from.GetItems()[n], to, path, outward)) {
+            outward.push_back(&from);
             path.insert(0, "/" + (fObject ? DescribeStep(from.GetName(n)) : std::to_string(n)));
             return true;
         }
@@ -121,14 +122,50 @@ std::string JsonCursor::DescribeUse(std::size_t nUse) const {
     return text;
 }
 
+/** The names that a value has come in place of, the first one first; and adds what has been given beside. */
+std::vector<std::string> JsonCursor::GetNames(JsonValue const& value, std::size_t& nUsesLess) const {
+    std::vector<std::string> names;
+    for (std::uint16_t nWay = value.GetWay(); nWay != 0; nWay = m_pSource->ways[nWay - 1u].nInner) {
+        JsonWay const& way = m_pSource->ways[nWay - 1u];
+        nUsesLess += way.nUses;
+        if (!way.name.empty()) {
+            names.insert(names.begin(), "$" + way.name + " at " + m_pSource->GetFileName(way.nFile) + ":" +
+                                            std::to_string(way.nLine));
+        }
+    }
+    return names;
+}
+
+std::string JsonCursor::DescribeUse(std::vector<JsonValue const*> const& outward) const {
+    constexpr int Most = 3;
+    std::string text;
+    int nNames = 0;
+    std::size_t nUse = 0;
+    std::size_t nUsesLess = 0;
+    for (auto value = outward.begin(); value != outward.end() && nUse == 0; ++value) {
+        nUse = (*value)->GetUse();
+        if (nUse != 0) {
+            break;
+        }
+        for (std::string const& name : GetNames(**value, nUsesLess)) {
+            text += nNames > Most ? "" : nNames == Most ? ", ..." : (nNames == 0 ? "for " : ", for ") + name;
+            ++nNames;
+        }
+    }
+    for (; nUse != 0 && nUsesLess > 0; --nUsesLess) {
+        nUse = m_pSource->uses[nUse - 1].nOuter;
+    }
+    return text + (text.empty() || nUse == 0 ? "" : " of ") + DescribeUse(nUse);
+}
+
 std::string JsonCursor::GetPlace() const {
     std::string path;
-    std::size_t nUse = 0;
-    bool fFound = FindPath(m_pSource->root, *m_pValue, path, nUse);
+    std::vector<JsonValue const*> outward;
+    bool fFound = FindPath(m_pSource->root, *m_pValue, path, outward);
     for (std::size_t n = 0; n < m_pSource->included.size() && !fFound; ++n) {
-        fFound = FindPath(m_pSource->included[n].root, *m_pValue, path, nUse);
+        fFound = FindPath(m_pSource->included[n].root, *m_pValue, path, outward);
     }
-    std::string const uses = DescribeUse(nUse);
+    std::string const uses = DescribeUse(outward);
     return GetFileName() + ":" + std::to_string(m_pValue->GetLine()) +
            (uses.empty() ? "" : " (" + uses + ")") + (path.empty() ? "" : ": " + path);
 }

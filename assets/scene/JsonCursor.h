@@ -25,6 +25,15 @@ struct JsonUse {
     std::size_t nOuter; ///< the use that this one has come with, from 1; 0 for none
 };
 
+/** A way in which a value has come to where it is: in place of a name, or from beside a template's use. */
+struct JsonWay {
+    std::string name;    ///< of the parameter or constant; empty for what has been given beside a use
+    unsigned char nFile; ///< that the name stands in
+    unsigned int nLine;
+    std::size_t nUses;    ///< templates inside each other that what is given beside a use does not come from
+    std::uint16_t nInner; ///< the way that it had come before, from 1; 0 for none
+};
+
 /** From the least to the largest number that is read. */
 struct NumberRange {
     double least;
@@ -46,6 +55,7 @@ struct JsonSource {
     std::string folder = std::string();                     ///< empty or ends in "/"
     std::deque<JsonFile> included = std::deque<JsonFile>(); ///< files of the numbers from 1 on
     std::vector<JsonUse> uses = std::vector<JsonUse>();     ///< numbered from 1 on
+    std::vector<JsonWay> ways = std::vector<JsonWay>();     ///< numbered from 1 on
     JsonPool pool = {};                                     ///< of all files
 
     std::string const& GetFileName(unsigned char nFile) const {
@@ -78,14 +88,18 @@ public:
     std::string const& GetFileName() const { return m_pSource->GetFileName(m_pValue->GetFile()); }
     std::string const& GetFolder() const;
     /**
-     * How an object has come here, in a few words: `template "row", used at scene.json:31`, with what that
-     * came with behind; empty for what stands here itself.
+     * How a value has come to where it is, in a few words: `template "row", used at scene.json:31`, or
+     * `for $color at widgets.json:8 of template "row", used at scene.json:31`, with what that came with
+     * behind; empty for what stands there itself. `outward` are the value and those around it, up to one
+     * that has come from a template at least.
      */
-    std::string DescribeUse() const { return DescribeUse(m_pValue->GetUse()); }
+    std::string DescribeUse(std::vector<JsonValue const*> const& outward) const;
+    /** Whether anything in the document has come to where it is in such a way. */
+    bool HasUses() const { return !m_pSource->uses.empty() || !m_pSource->ways.empty(); }
 
     /**
-     * "file:line: /path", or with a template "file:line (template ...): /path". The whole document is
-     * searched for it.
+     * "file:line: /path", or with a template or a name "file:line (template ...): /path". The whole document
+     * is searched for it.
      */
     std::string GetPlace() const;
     /** Throws "file:line: /path: what". */
@@ -159,6 +173,7 @@ private:
     Fault MakeUnknownName(std::string const& name, char const* what,
                           std::vector<std::string> const& known) const;
     std::string DescribeUse(std::size_t nUse) const;
+    std::vector<std::string> GetNames(JsonValue const& value, std::size_t& nUsesLess) const;
 
     JsonSource* m_pSource;
     JsonValue const* m_pValue;

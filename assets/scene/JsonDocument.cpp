@@ -114,6 +114,7 @@ JsonValue const* JsonValue::Find(std::string_view name) const {
 
 JsonValue JsonValue::Copy(JsonPool& pool) const {
     JsonValue copy(m_kind, m_nLine, m_nFile);
+    copy.m_nWay = m_nWay;
     if (m_kind == Kind::String) {
         copy.m_pText = m_pText;
         return copy;

@@ -3,6 +3,7 @@
 #include "image/Image.h"
 
 #include <cstddef>
+#include <cstdint>
 #include <deque>
 #include <memory>
 #include <string>
@@ -105,6 +106,10 @@ public:
     /** Of an object that has come in another's place: which use of a template that was, from 1; else 0. */
     std::size_t GetUse() const { return m_kind == Kind::Object ? m_pContent->nUse : 0; }
     void SetUse(std::size_t nUse) { m_pContent->nUse = static_cast<unsigned int>(nUse); }
+    /** Of a value that has come from another place, but in no object's place: in which way, from 1; else 0.
+     */
+    std::uint16_t GetWay() const { return m_nWay; }
+    void SetWay(std::uint16_t nWay) { m_nWay = nWay; }
 
 private:
     friend class JsonBuilder;
@@ -125,6 +130,7 @@ private:
 
     Kind m_kind;
     unsigned char m_nFile;
+    std::uint16_t m_nWay = 0;
     unsigned int m_nLine;
     union {
         double m_number = 0;

@@ -5,30 +5,31 @@
 
 #include <algorithm>
 #include <cstdlib>
+#include <utility>
+#include <vector>
 
 namespace trevik::kelvo::assets {
 
 namespace {
 
-/** What stands at "effects/1" below a place; the place itself where there is no such thing. */
-JsonCursor Descend(JsonCursor place, std::string const& key) {
+/**
+ * What stands at "effects/1" below a place; the place itself where there is no such thing. `outward` becomes
+ * what lies from there on up to below the place.
+ */
+JsonCursor Descend(JsonCursor place, std::string const& key, std::vector<JsonValue const*>& outward) {
     for (std::size_t at = 0; at < key.size();) {
         std::size_t const end = std::min(key.find('/', at), key.size());
         std::string const step = key.substr(at, end - at);
         if (place.Is(JsonValue::Kind::Array)) {
             place = place.GetItem(static_cast<std::size_t>(std::atoi(step.c_str())));
+            outward.insert(outward.begin(), &place.GetValue());
         } else if (std::optional<JsonCursor> const member = place.Find(step)) {
             place = *member;
+            outward.insert(outward.begin(), &place.GetValue());
         }
         at = end + 1;
     }
     return place;
-}
-
-/** How the node has come to where it is, with the innermost template that it stands in. */
-std::string DescribeUse(SceneStep const& step) {
-    std::string const use = step.place.DescribeUse();
-    return use.empty() && step.pAbove ? DescribeUse(*step.pAbove) : use;
 }
 
 } // namespace
@@ -39,10 +40,11 @@ void SceneCheck::Warn(SceneStep const& step, std::string const& key, WarningId i
         m_notes.Warn({id, "", "", 0}); // is counted
         return;
     }
-    JsonCursor const place = Descend(step.place, key);
+    std::vector<JsonValue const*> outward;
+    JsonCursor const place = Descend(step.place, key, outward);
     std::string const node = step.GetWay();
     std::string const way = key.empty() ? node : node + "/" + key;
-    std::string const use = DescribeUse(step);
+    std::string const use = step.DescribeUse(std::move(outward));
     unsigned int const nLine = place.GetValue().GetLine();
     m_notes.Warn({id,
                   place.GetFileName() + ":" + std::to_string(nLine) + (use.empty() ? "" : " (" + use + ")") +

@@ -53,34 +53,36 @@ public:
     void Enter(SceneStep const& step) override {
         std::size_t const nEntry = m_index.m_entries.size();
         bool const fChild = step.role == SceneRole::Child;
-        Note(step.place, step.node, m_above.empty() ? nEntry : m_above.back(), step.pKey,
+        Note(step.place, step.DescribeUse(), step.node, m_above.empty() ? nEntry : m_above.back(), step.pKey,
              fChild ? static_cast<unsigned int>(step.nItem) : NoItem,
              step.role == SceneRole::Camera ? "Camera" : "Timeline");
         m_above.push_back(nEntry);
         TransformNode* const pTransform = step.node.GetTransformNode();
         if (pTransform && !pTransform->GetEffects().IsEmpty()) {
-            NoteEffects(step.place, nEntry, pTransform->GetEffects());
+            NoteEffects(step, nEntry, pTransform->GetEffects());
         }
     }
     void Leave(SceneStep const&) override { m_above.pop_back(); }
 
 private:
-    void NoteEffects(JsonCursor const& place, std::size_t nNode, List<Effect*> const& effects) {
-        std::optional<JsonCursor> const places = place.Find("effects");
+    void NoteEffects(SceneStep const& step, std::size_t nNode, List<Effect*> const& effects) {
+        std::optional<JsonCursor> const places = step.place.Find("effects");
         std::size_t const nPlaces = places ? places->GetValue().GetItems().size() : 0;
         for (unsigned int n = 0; n < effects.GetCount() && n < nPlaces; ++n) {
-            Note(places->GetItem(n), *effects[n], nNode, "effects", n, "");
+            JsonCursor const place = places->GetItem(n);
+            Note(place, step.DescribeUse({&place.GetValue(), &places->GetValue()}), *effects[n], nNode,
+                 "effects", n, "");
         }
     }
 
     /** @param pClassName that of what needs no "class" there. */
-    void Note(JsonCursor const& place, Referenced const& object, std::size_t nAbove, char const* pKey,
-              unsigned int nItem, char const* pClassName) {
+    void Note(JsonCursor const& place, std::string const& use, Referenced const& object, std::size_t nAbove,
+              char const* pKey, unsigned int nItem, char const* pClassName) {
         std::optional<JsonCursor> const className = place.Find("class");
         std::optional<JsonCursor> const name = place.Find("name");
         Texts& texts = m_index.m_texts;
         m_index.m_entries.push_back({&object, 0, nAbove, pKey, nItem, place.GetValue().GetLine(),
-                                     texts.Add(place.GetFileName()), texts.Add(place.DescribeUse()),
+                                     texts.Add(place.GetFileName()), texts.Add(use),
                                      texts.Add(className ? className->ReadText() : std::string(pClassName)),
                                      name ? name->ReadText() : std::string()});
     }

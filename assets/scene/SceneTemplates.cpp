@@ -9,6 +9,7 @@
 #include <filesystem>
 #include <map>
 #include <set>
+#include <tuple>
 #include <utility>
 
 namespace trevik::kelvo::assets {
@@ -331,7 +332,10 @@ private:
         if (nDollar == 0 && IsName(text.substr(1))) {
             JsonValue const& meant = Look(At(value), text.substr(1), scope);
             Count(At(value), meant);
+            std::uint16_t const nWay =
+                AddWay({text.substr(1), value.GetFile(), value.GetLine(), 0, meant.GetWay()});
             value = meant.Copy(m_source.pool);
+            value.SetWay(nWay);
             return;
         }
         std::string expanded;
@@ -360,6 +364,21 @@ private:
         expanded.append(text, nDone, std::string::npos);
         value.SetText(m_source.pool, expanded);
         Count(At(value), value);
+    }
+
+    /** The number of a way; the same one for the same way, as a template's names serve each of its uses. */
+    std::uint16_t AddWay(JsonWay way) {
+        constexpr std::size_t Most = 0xffff; // behind which a message says less
+        auto const key = std::make_tuple(way.name, way.nFile, way.nLine, way.nUses, way.nInner);
+        auto const found = m_ways.find(key);
+        if (found != m_ways.end()) {
+            return found->second;
+        }
+        if (m_source.ways.size() == Most) {
+            return way.nInner;
+        }
+        m_source.ways.push_back(std::move(way));
+        return m_ways[key] = static_cast<std::uint16_t>(m_source.ways.size());
     }
 
     /** What a parameter or constant stands for. */
@@ -422,9 +441,13 @@ private:
             {name, m_source.GetFileName(given.GetFile()) + ":" + std::to_string(given.GetLine())});
         Expand(value, Scope{&parameters, nUse});
         m_uses.pop_back();
+        std::size_t nUses = 0; // more than one where the node is itself a use
+        for (std::size_t nInner = value.GetUse(); nInner != scope.nUse; ++nUses) {
+            nInner = m_source.uses[nInner - 1].nOuter;
+        }
         for (std::size_t n = 0; n < given.GetItems().size(); ++n) {
             if (IsGivenBeside(used, given.GetName(n))) {
-                GiveMember(value, given.GetName(n), std::move(given.Items()[n]));
+                GiveMember(value, given.GetName(n), std::move(given.Items()[n]), nUses);
             }
         }
         CheckDepth(value, 1);
@@ -494,15 +517,20 @@ private:
         return parameters;
     }
 
-    /** Children come behind those that the template's node has; anything else takes the place of the node's.
+    /**
+     * Children come behind those that the template's node has; anything else takes the place of the node's.
+     * None of it comes from the `nUses` templates that the node does.
      */
-    void GiveMember(JsonValue& node, std::string const& name, JsonValue value) {
+    void GiveMember(JsonValue& node, std::string const& name, JsonValue value, std::size_t nUses) {
         JsonValue* const pOwn = name == "children" ? FindMember(node, "children") : nullptr;
         if (pOwn && pOwn->GetKind() == JsonValue::Kind::Array && value.GetKind() == JsonValue::Kind::Array) {
             for (JsonValue& child : value.Items()) {
+                std::uint16_t const nWay = child.GetWay() != 0 ? child.GetWay() : value.GetWay();
+                child.SetWay(AddWay({"", 0, 0, nUses, nWay}));
                 pOwn->Append(m_source.pool, std::move(child));
             }
         } else {
+            value.SetWay(AddWay({"", 0, 0, nUses, value.GetWay()}));
             node.SetMember(m_source.pool, name, std::move(value));
         }
     }
@@ -534,6 +562,8 @@ private:
     Values m_constants;
     std::map<std::string, JsonCursor> m_constantValues; ///< where they are defined
     std::map<std::string, Template> m_templates;
+    std::map<std::tuple<std::string, unsigned char, unsigned int, std::size_t, std::uint16_t>, std::uint16_t>
+        m_ways;
     std::vector<JsonValue*> m_roots;  ///< of all files, each behind those that it includes
     std::vector<Open> m_open;         ///< files that include each other
     std::vector<Open> m_uses;         ///< templates inside each other

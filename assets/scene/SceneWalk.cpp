@@ -52,6 +52,22 @@ std::string SceneStep::GetWay() const {
     return pAbove->GetWay() + "/" + pKey + (role == SceneRole::Child ? "/" + std::to_string(nItem) : "");
 }
 
+std::string SceneStep::DescribeUse(std::vector<JsonValue const*> outward) const {
+    if (!place.HasUses()) {
+        return "";
+    }
+    SceneStep const* pStep = this;
+    outward.push_back(&place.GetValue());
+    for (; pStep->pAbove && pStep->place.GetValue().GetUse() == 0; pStep = pStep->pAbove) {
+        JsonCursor const& above = pStep->pAbove->place;
+        if (pStep->role == SceneRole::Child) {
+            outward.push_back(above.GetValue().Find(pStep->pKey));
+        }
+        outward.push_back(&above.GetValue());
+    }
+    return place.DescribeUse(outward);
+}
+
 void WalkScene(JsonCursor const& file, Timeline& root, SceneVisitor& visitor) {
     Walk({file, root, SceneRole::Root, nullptr, nullptr, 0}, "nodes", visitor);
 }

@@ -4,6 +4,7 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <string>
+#include <vector>
 
 namespace trevik::kelvo::assets {
 
@@ -21,6 +22,11 @@ struct SceneStep {
 
     /** "/nodes/3"; empty for the root. */
     std::string GetWay() const;
+    /**
+     * How what stands in the node's description has come there, or the node itself: see JsonCursor.
+     * `outward` are the values from it on up to below the description.
+     */
+    std::string DescribeUse(std::vector<JsonValue const*> outward = {}) const;
 };
 
 class SceneVisitor {

@@ -67,6 +67,9 @@ ordered_json ToJson(NodeCost const& cost, std::size_t nNode, SceneNotes const& n
         json["file"] = pOrigin->sFile;
         json["line"] = pOrigin->nLine;
         json["way"] = pOrigin->way;
+        if (!pOrigin->sUse.empty()) {
+            json["use"] = pOrigin->sUse;
+        }
     }
     json["itself"] = ToJson(cost.itself);
     json["sum"] = ToJson(cost.sum);

@@ -108,8 +108,9 @@ protected:
         {"class": "Sprite", "name": "übergroßer Name, der nicht in die Spalte passt", "Size": [4, 10]}]}]},
     {"class": "Sprite", "name": "two", "Color": "#00ff00", "Size": [12, 40], "Position": [12, 8, 0]},
     {"class": "Sprite", "name": "hidden", "Size": [9, 9], "Visible": false},
-    {"class": "TransformNode", "name": "group", "masks": [[[0, 0, 0], [1, 0, 0], [0, 1, 0]]]}
-  ]})");
+    {"use": "group"}
+  ], "templates": {"group": {"node": {
+    "class": "TransformNode", "name": "group", "masks": [[[0, 0, 0], [1, 0, 0], [0, 1, 0]]]}}}})");
     }
 
     std::string Path(std::string const& name) const { return m_folder.Path(name); }
@@ -159,6 +160,8 @@ TEST_F(ExplainTest, TellsCoveredAndWrittenPixelsOfNodesAndOfWhatLiesBelowThem) {
     EXPECT_EQ(explanation["nodes"][2]["line"], 7);
     EXPECT_EQ(explanation["nodes"][2]["way"], "/nodes/0/children/0");
     EXPECT_EQ(explanation["nodes"][2]["parent"], 1);
+    EXPECT_FALSE(explanation["nodes"][2].contains("use"));
+    EXPECT_EQ(explanation["nodes"][6]["use"], "template \"group\", used at " + Path("scene.json") + ":11");
     EXPECT_EQ(explanation["nodes"][2]["warnings"], json::array());
     ASSERT_EQ(explanation["nodes"][6]["warnings"].size(), 1u);
     EXPECT_EQ(explanation["nodes"][6]["warnings"][0]["id"], "masks-not-drawn");

@@ -148,7 +148,8 @@ TEST(SceneReader, KeepsToItsLimits) {
         {Doubling(25, 2), "*: templates and constants add more than 1048576 values"},
         {Doubling(33, 1),
          "3 (template \"t2\", used at scene.json:4; *; ...): *: more than 32 templates inside each other"},
-        {Deepening(3), "1: /constants/c2/*: arrays and objects are nested deeper than 128 levels, with what "
+        {Deepening(3), "1 (for $c1 at scene.json:1): /constants/c2/*: arrays and objects are nested deeper "
+                       "than 128 levels, with what "
                        "templates add"},
         {"{\"templates\": {\"a\": {\"node\": {}, \"parameters\": {" + Repeat(257, "\"p%\": 0", ", ") +
              "}}}, \"nodes\": []}",
@@ -268,8 +269,9 @@ TEST(SceneReader, NotesWhereNodesComeFromAndWhatFilesWereRead) {
             {"class": "Text", "font": "title", "name": "t",
              "background": {"class": "NinePatchSprite", "texture": "a", "children": [{"class": "Camera"}]}}]},
         {"class": "Sprite"},
-        {"class": "NinePatchSprite", "Size": [2, 2], "stretchTo": [4, 4], "children": [{"use": "leaf"}]}],
-        "templates": {"leaf": {"node": {"class": "Sprite", "name": "leaf"}}}})";
+        {"class": "NinePatchSprite", "Size": [2, 2], "stretchTo": [4, 4], "children": [
+            {"use": "leaf", "children": [{"class": "Text", "font": "title"}]}]}],
+        "templates": {"leaf": {"node": {"class": "Sprite", "name": "leaf", "children": [{"class": "Camera"}]}}}})";
     ClassRegistry registry;
     RegisterBackend(registry);
     Scene scene;
@@ -293,7 +295,9 @@ Camera  scene.json:8 Camera at '/nodes/0/children/1/background/children/0'
 Sprite  scene.json:9 Sprite at '/nodes/1'
 NinePatchSprite  scene.json:10 NinePatchSprite at '/nodes/2'
 TransformNode  /#2/#0
-Sprite "leaf"  scene.json:11 (template "leaf", used at scene.json:10) Sprite at '/nodes/2/children/0'
+Sprite "leaf"  scene.json:12 (template "leaf", used at scene.json:11) Sprite at '/nodes/2/children/0'
+Camera  scene.json:12 (template "leaf", used at scene.json:11) Camera at '/nodes/2/children/0/children/0'
+Text  scene.json:11 Text at '/nodes/2/children/0/children/1'
 )");
     EXPECT_EQ(notes.GetFiles(),
               (std::vector<std::string>{Folder + "plain.png", Folder + "title.fnt", Folder + "page.png"}));
