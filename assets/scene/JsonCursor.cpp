@@ -92,6 +92,9 @@ std::string FormatNumber(double number) {
 }
 
 std::string WriteNumber(double number) {
+    if (number == 0 && std::signbit(number)) {
+        return "-0.0"; // read without a point, it would be 0
+    }
     constexpr double Largest = 1e15; // up to which all whole numbers can be told apart
     if (number == std::floor(number) && std::fabs(number) < Largest) {
         char digits[32];

@@ -304,7 +304,8 @@ void AddAuthoring(CLI::App& app, Options& options) {
     app.add_flag("--schema", options.fSchema,
                  "print the JSON schema that editors complete and check scenes by");
     app.add_option("--format-scene", options.formatScene,
-                   "print a scene file in the one form that all can have; comments have to be keys")
+                   "print a scene file (- for standard input) in the one form that all can have; comments "
+                   "have to be keys")
         ->check(CheckPath)
         ->type_name("FILE.json");
     app.option_defaults()->group("Told on the way");

@@ -1,6 +1,7 @@
 #include "play/Authoring.h"
 
 #include "command/Output.h"
+#include "command/StandardInput.h"
 #include "file/FileBytes.h"
 #include "play/AlphaTestGroup.h"
 #include "play/Backend.h"
@@ -47,9 +48,11 @@ int PrintFormattedScene(Options const& options) {
     }
     std::vector<std::uint8_t> bytes;
     std::string formatted;
-    if (!assets::ReadFile(options.formatScene, assets::MaximumSceneBytes, bytes, fault) ||
-        !assets::FormatScene({bytes.data(), bytes.size()}, options.formatScene, backend.GetRegistry(),
-                             formatted, fault)) {
+    bool const fInput = options.formatScene == "-";
+    std::string const name = fInput ? "standard input" : options.formatScene;
+    if (!(fInput ? ReadStandardInput(bytes, fault)
+                 : assets::ReadFile(name, assets::MaximumSceneBytes, bytes, fault)) ||
+        !assets::FormatScene({bytes.data(), bytes.size()}, name, backend.GetRegistry(), formatted, fault)) {
         return Complain(ExitBadFile, fault.GetText());
     }
     std::fputs(formatted.c_str(), stdout);

@@ -39,7 +39,7 @@ std::string SaveBytes(std::string const& text, std::string const& folder) {
 TEST(SceneFormatter, WritesScenesInOneForm) {
     Fault fault;
     EXPECT_EQ(
-        Format(R"({"nodes":[{"children":[{"use":"b","x":1}],"Position.x":-0.5,"Opacity":1e0,"class":"Sprite",
+        Format(R"({"nodes":[{"children":[{"use":"b","x":1}],"Position.x":-0.0,"Opacity":1e0,"class":"Sprite",
         "Position":[1.50,2e3],"texture":"\u0061\"","effects":[],"name":"n","Color":{"keys":[{"value":"red","frame":0}],
         "repeat":1}}],"frames":[0,9],"textures":{"z":{"format":"rgb565","file":"a"},"a":"a"},"$schema":"s","comment":"c"})",
                fault),
@@ -54,7 +54,7 @@ TEST(SceneFormatter, WritesScenesInOneForm) {
       "name": "n",
       "texture": "a\"",
       "Position": [1.5, 2000],
-      "Position.x": -0.5,
+      "Position.x": -0.0,
       "Opacity": 1,
       "Color": {"keys": [{"frame": 0, "value": "red"}], "repeat": 1},
       "effects": [],
