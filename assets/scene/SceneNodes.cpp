@@ -53,6 +53,19 @@ bool IsComponent(PropertyList const& properties, std::string const& name) {
     return std::find(components.begin(), components.end(), name.substr(nDot + 1)) != components.end();
 }
 
+/** What takes the place of a key that other nodes have; null for others. */
+char const* FindHint(std::string const& name, PropertyList const& properties) {
+    if (name == "stretchTo") {
+        return FindProperty(properties, "Size") ? "a NinePatchSprite has it, a Sprite has \"Scale\""
+                                                : nullptr;
+    }
+    PropertyList::Found const pColor =
+        name == "Color.a" ? FindProperty(properties, "Color") : PropertyList::Found();
+    return pColor && pColor->m_pDescriptor->m_type == PropertyType::Vector3
+               ? "what shows through is said by \"Opacity\""
+               : nullptr;
+}
+
 /** A number of frames by which something comes later; 0 where the node does not say. */
 int ReadFrames(JsonCursor const& place, char const* pName) {
     std::optional<JsonCursor> const frames = place.Find(pName);
@@ -108,7 +121,18 @@ void SetUpLens(JsonCursor const& lens, Camera& camera) {
                            !centred || centred->ReadBool());
 }
 
-Ref<Mask> ReadMask(JsonCursor const& place, std::optional<RealFloat> top) {
+/** Where corners of masks lie in a node. */
+struct MaskSpace {
+    std::optional<RealFloat> top; ///< where y points down: the node's height
+    Vector3T<RealFloat> scale;    ///< that they are stretched by, with the node
+
+    Vector3T<RealFloat> Place(Vector3T<RealFloat> const& corner) const {
+        RealFloat const y = corner.y / scale.y;
+        return Vector3T<RealFloat>(corner.x / scale.x, top ? *top - y : y, corner.z);
+    }
+};
+
+Ref<Mask> ReadMask(JsonCursor const& place, MaskSpace const& space) {
     std::string const what = "a mask: an array of 3-number corners, three to a triangle";
     std::size_t const nCorners = place.ReadCount(what);
     if (nCorners == 0 || nCorners % 3 != 0 || nCorners > MaximumMaskVertices) {
@@ -116,9 +140,7 @@ Ref<Mask> ReadMask(JsonCursor const& place, std::optional<RealFloat> top) {
     }
     List<Vector3T<RealFloat>> vertices;
     for (std::size_t nCorner = 0; nCorner < nCorners; ++nCorner) {
-        Vector3T<RealFloat> vertex = ReadVector3(place.GetItem(nCorner));
-        vertex.y = top ? *top - vertex.y : vertex.y;
-        RequireMemory(place, vertices.Append(vertex));
+        RequireMemory(place, vertices.Append(space.Place(ReadVector3(place.GetItem(nCorner)))));
     }
     Ref<Mask> pMask(new Mask);
     RequireMemory(place, pMask->SetTriangles(vertices.GetData(), vertices.GetCount()));
@@ -126,17 +148,23 @@ Ref<Mask> ReadMask(JsonCursor const& place, std::optional<RealFloat> top) {
 }
 
 /** A mask that is a rectangle: left and lower edge or, where y points down, upper edge, width and height. */
-Ref<Mask> ReadClip(JsonCursor const& place, std::optional<RealFloat> top) {
+Ref<Mask> ReadClip(JsonCursor const& place, MaskSpace const& space) {
     place.ReadCount("4 numbers: x and y of a corner, width, height", 4);
     RealFloat sides[4] = {};
     for (std::size_t n = 0; n < 4; ++n) {
         ReadValue(place.GetItem(n), "clip", sides[n]);
+        if (n >= 2 && !(sides[n] > 0)) {
+            place.GetItem(n).FailExpected(n == 2 ? "a width above 0" : "a height above 0");
+        }
     }
-    RealFloat const right = sides[0] + sides[2];
-    RealFloat const bottom = top ? *top - sides[1] - sides[3] : sides[1];
-    RealFloat const upper = bottom + sides[3];
-    Vector3T<RealFloat> const corners[] = {{sides[0], bottom, 0}, {right, bottom, 0}, {sides[0], upper, 0},
-                                           {sides[0], upper, 0},  {right, bottom, 0}, {right, upper, 0}};
+    RealFloat const left = sides[0] / space.scale.x;
+    RealFloat const right = left + sides[2] / space.scale.x;
+    RealFloat const height = sides[3] / space.scale.y;
+    RealFloat const lower = sides[1] / space.scale.y;
+    RealFloat const bottom = space.top ? *space.top - lower - height : lower;
+    RealFloat const upper = bottom + height;
+    Vector3T<RealFloat> const corners[] = {{left, bottom, 0}, {right, bottom, 0}, {left, upper, 0},
+                                           {left, upper, 0},  {right, bottom, 0}, {right, upper, 0}};
     Ref<Mask> pMask(new Mask);
     RequireMemory(place, pMask->SetTriangles(corners, 6));
     return pMask;
@@ -265,9 +293,12 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, AnimationFrames const& f
     Ref<Node> pParent = pNode ? pNode : Ref<Node>(new TransformNode); // of the children
     if (pNode) {
         ReadParts(place, *pNode, own);
+        Vector3T<RealFloat> scale(1, 1, 1); // of what lies in its picture
         if (pNode->GetFactoryClassID() == HashName("NinePatchSprite")) {
-            place.Attempt([&] { pParent = ReadStretched(place, static_cast<Sprite&>(*pNode), own); });
+            place.Attempt([&] { pParent = ReadStretched(place, static_cast<Sprite&>(*pNode), own, scale); });
         }
+        place.Attempt([&] { ReadMasks(place, *pNode, scale, own.fYDown); });
+        place.Attempt([&] { ReadEffects(place, *pNode, own); });
         if (pNode->IsKindOf(Timeline::ClassID)) { // whose children live in frames of their own
             own = AnimationFrames{static_cast<Timeline&>(*pNode).GetFrameDelay(), 0, frames.fYDown, 0};
         }
@@ -282,16 +313,18 @@ Ref<Node> SceneNodes::ReadNode(JsonCursor const& place, AnimationFrames const& f
     return pNode;
 }
 
-/** Stretches a sprite as its description asks for. Answers what its children hang below. */
-Ref<Node> SceneNodes::ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames) {
-    Ref<TransformNode> const pBelow =
-        ReadStretch(place, sprite, AnimationReader(frames, m_budget), frames.fYDown);
-    if (!pBelow) {
+/** Stretches a sprite as its description asks for, at first by `scale`. Answers what its children are below.
+ */
+Ref<Node> SceneNodes::ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames,
+                                    Vector3T<RealFloat>& scale) {
+    SceneStretch const stretch = ReadStretch(place, sprite, AnimationReader(frames, m_budget), frames.fYDown);
+    scale = stretch.scale;
+    if (!stretch.pBelow) {
         return Ref<Node>(&sprite);
     }
-    sprite.Attach(pBelow.Get());
-    RequireMemory(place, pBelow->GetParent() == &sprite);
-    return Ref<Node>(pBelow.Get());
+    sprite.Attach(stretch.pBelow.Get());
+    RequireMemory(place, stretch.pBelow->GetParent() == &sprite);
+    return Ref<Node>(stretch.pBelow.Get());
 }
 
 /** The names of a node's keys that are no properties. */
@@ -303,7 +336,7 @@ std::vector<std::string> const& SceneNodes::GetKeys(Node const& node) {
     return found->second;
 }
 
-/** Reads all of a node but its children. */
+/** Reads all of a node but its children and what lies in its picture: masks, and effects. */
 void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames const& frames) {
     if (node.IsKindOf(Camera::ClassID)) {
         ReadLens(place, static_cast<Camera&>(node));
@@ -329,8 +362,6 @@ void SceneNodes::ReadParts(JsonCursor const& place, Node& node, AnimationFrames 
         }
         place.Attempt([&] { ReadBackground(place, static_cast<Text&>(node), frames); });
     }
-    place.Attempt([&] { ReadMasks(place, node, frames.fYDown); });
-    place.Attempt([&] { ReadEffects(place, node, frames); });
 }
 
 void SceneNodes::ReadName(JsonCursor const& place, Node& node) const {
@@ -357,6 +388,9 @@ bool SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
                 wholes.insert(name.substr(0, name.find('.')));
             } else {
                 fKnown = false;
+                if (char const* const pHint = FindHint(name, properties)) {
+                    place.GetMember(n).Fail("unknown property or key \"" + name + "\"; " + pHint);
+                }
                 std::vector<std::string> known = GetPropertyNames(properties);
                 known.insert(known.end(), keys.begin(), keys.end());
                 place.GetMember(n).FailUnknownName(name, "property or key", known);
@@ -463,8 +497,9 @@ void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
     }
 }
 
-void SceneNodes::ReadMasks(JsonCursor const& place, Node& node, bool fYDown) const {
-    std::optional<RealFloat> const top = fYDown ? std::optional<RealFloat>(GetHeight(node)) : std::nullopt;
+void SceneNodes::ReadMasks(JsonCursor const& place, Node& node, Vector3T<RealFloat> const& scale,
+                           bool fYDown) const {
+    MaskSpace const space{fYDown ? std::optional<RealFloat>(GetHeight(node)) : std::nullopt, scale};
     auto const add = [&](JsonCursor const& item, Ref<Mask> const& pMask) {
         node.AddMask(pMask.Get());
         RequireMemory(item, pMask->GetReferenceCount() > 1);
@@ -472,11 +507,11 @@ void SceneNodes::ReadMasks(JsonCursor const& place, Node& node, bool fYDown) con
     if (std::optional<JsonCursor> const masks = place.Find("masks")) {
         std::size_t const nMasks = masks->ReadCount("an array of masks");
         for (std::size_t n = 0; n < nMasks; ++n) {
-            masks->Attempt([&] { add(masks->GetItem(n), ReadMask(masks->GetItem(n), top)); });
+            masks->Attempt([&] { add(masks->GetItem(n), ReadMask(masks->GetItem(n), space)); });
         }
     }
     if (std::optional<JsonCursor> const clip = place.Find("clip")) {
-        add(*clip, ReadClip(*clip, top));
+        add(*clip, ReadClip(*clip, space));
     }
 }
 

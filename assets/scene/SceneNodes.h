@@ -56,8 +56,9 @@ private:
     void ReadSprite(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames);
     void ReadBackground(JsonCursor const& place, Text& text, AnimationFrames const& frames);
     void ReadLens(JsonCursor const& place, Camera& camera) const;
-    void ReadMasks(JsonCursor const& place, Node& node, bool fYDown) const;
-    Ref<Node> ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames);
+    void ReadMasks(JsonCursor const& place, Node& node, Vector3T<RealFloat> const& scale, bool fYDown) const;
+    Ref<Node> ReadStretched(JsonCursor const& place, Sprite& sprite, AnimationFrames const& frames,
+                            Vector3T<RealFloat>& scale);
     void ReadEffects(JsonCursor const& place, Node& node, AnimationFrames const& frames);
     void ReadEffect(JsonCursor const& place, Node& node, AnimationFrames const& frames);
 

@@ -72,7 +72,8 @@ void SetPivot(JsonCursor const& place, TransformNode& node, Vector2T<RealFloat> 
               SizeT<RealFloat> const& size) {
     BaseProperty<Vector3>& pivot = GetProperty<Vector3>(node, "Pivot");
     if (!IsFree(place, "Pivot") && BaseProperty<Vector3>::IsAnimated(&pivot) && size.height > 0) {
-        place.Fail("where y points down, the \"Pivot\" of what has a height cannot be animated");
+        place.Require(FindGiven(place, "Pivot"))
+            .Fail("where y points down, the \"Pivot\" of what has a height cannot be animated");
     }
     Vector3 const given = pivot.GetValue(); // 0 unless y points down
     pivot.SetValue(Vector3(given.x - share.x * size.width, given.y - share.y * size.height, given.z));
@@ -101,13 +102,28 @@ Vector3 GetScale(JsonCursor const& place, Vector2T<RealFloat> const& wanted, Siz
                    wanted.y / static_cast<RealFloat>(size.height), 1);
 }
 
+/** An animation's first value counts where the node is placed. */
 void GiveScale(JsonCursor const& place, Samples<Vector3> const& scales, TransformNode& node) {
     BaseProperty<Vector3>& property = GetProperty<Vector3>(node, "Scale");
+    property.SetValue(scales.values[0]);
     if (IsAnimation(place)) {
         Give(place, scales, property);
-    } else {
-        property.SetValue(scales.values[0]);
     }
+}
+
+/** A Pivot that is given counts in units of what the node is stretched to, not of its picture. */
+void StretchPivot(JsonCursor const& place, Sprite& sprite, Vector3 const& scale, bool fYDown) {
+    std::string const given = FindGiven(place, "Pivot");
+    if (given.empty()) {
+        return; // an anchor's is a share of the picture already
+    }
+    BaseProperty<Vector3>& pivot = GetProperty<Vector3>(sprite, "Pivot");
+    if (BaseProperty<Vector3>::IsAnimated(&pivot)) {
+        place.Require(given).Fail("the \"Pivot\" of what has \"stretchTo\" cannot be animated");
+    }
+    RealFloat const corner = fYDown ? -GetHeight(sprite) : 0;
+    Vector3 const value = pivot.GetValue();
+    pivot.SetValue(Vector3(value.x / scale.x, (value.y - corner) / scale.y + corner, value.z));
 }
 
 Vector3 Invert(Vector3 const& scale) {
@@ -155,11 +171,11 @@ bool HasStretchedChildren(JsonCursor const& place) {
     return children && !children->GetValue().GetItems().empty() && place.Find("stretchTo");
 }
 
-Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,
-                               bool fYDown) {
+SceneStretch ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,
+                         bool fYDown) {
     std::optional<JsonCursor> const stretch = place.Find("stretchTo");
     if (!stretch) {
-        return Ref<TransformNode>();
+        return SceneStretch();
     }
     CheckStays(place, sprite.GetSizeProperty(), "Size");
     SizeT<int> const size = sprite.GetSizeProperty().GetValue();
@@ -187,7 +203,8 @@ Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, Animatio
     if (pBelow) {
         GiveScale(*stretch, inverses, *pBelow);
     }
-    return pBelow;
+    StretchPivot(place, sprite, scales.values[0], fYDown);
+    return {pBelow, scales.values[0]};
 }
 
 } // namespace trevik::kelvo::assets

@@ -27,12 +27,18 @@ void ReadAnchor(JsonCursor const& place, Text& text, bool fYDown);
 /** Whether a node at `place` is stretched and its children stand below a node that takes that back. */
 bool HasStretchedChildren(JsonCursor const& place);
 
+/** What a node is stretched by. */
+struct SceneStretch {
+    Ref<TransformNode> pBelow; ///< that its children are to stand below; or null
+    Vector3T<RealFloat> scale = Vector3T<RealFloat>(1, 1, 1); ///< that it begins with
+};
+
 /**
  * "stretchTo", the width and height in units that a nine-patch sprite is to have: becomes its Scale. Where it
- * has children, answers the node that they are to stand below, which keeps their scale as it is and lies at
- * the sprite's lower left corner or, where y points down, its upper left one; else null.
+ * has children, they are to stand below a node that keeps their scale as it is and lies at the sprite's lower
+ * left corner or, where y points down, its upper left one.
  */
-Ref<TransformNode> ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,
-                               bool fYDown);
+SceneStretch ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReader const& animations,
+                         bool fYDown);
 
 } // namespace trevik::kelvo::assets
