@@ -56,6 +56,7 @@ struct JsonSource {
     std::deque<JsonFile> included = std::deque<JsonFile>(); ///< files of the numbers from 1 on
     std::vector<JsonUse> uses = std::vector<JsonUse>();     ///< numbered from 1 on
     std::vector<JsonWay> ways = std::vector<JsonWay>();     ///< numbered from 1 on
+    std::vector<JsonUse> unused = std::vector<JsonUse>();   ///< templates of the first file without any
     JsonPool pool = {};                                     ///< of all files
 
     std::string const& GetFileName(unsigned char nFile) const {
@@ -94,6 +95,8 @@ public:
      * that has come from a template at least.
      */
     std::string DescribeUse(std::vector<JsonValue const*> const& outward) const;
+    /** The templates of the document's first file that nothing has used, where they have stood. */
+    std::vector<JsonUse> const& GetUnusedTemplates() const { return m_pSource->unused; }
     /** Whether anything in the document has come to where it is in such a way. */
     bool HasUses() const { return !m_pSource->uses.empty() || !m_pSource->ways.empty(); }
 

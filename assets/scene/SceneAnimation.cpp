@@ -9,16 +9,22 @@ namespace trevik::kelvo::assets {
 
 namespace {
 
-constexpr char const* CurveName = "cubicBezier(";
+/** The second one is CSS's own. */
+constexpr char const* CurveNames[] = {"cubicBezier(", "cubic-bezier("};
+constexpr char const* CurveForm = "cubicBezier(x1, y1, x2, y2)";
 
 /** A coordinate of the curve from 0 to 1 with two control points. */
 double GetCurve(double t, double a, double b) {
     return ((1 - t) * 3 * a + t * 3 * b) * (1 - t) * t + t * t * t;
 }
 
-/** The numbers of "cubicBezier(x1, y1, x2, y2)"; false when it is something else. */
+bool IsCurve(std::string const& text) {
+    return text.rfind(CurveNames[0], 0) == 0 || text.rfind(CurveNames[1], 0) == 0;
+}
+
+/** The numbers of CurveForm; false when something else is in the parentheses. */
 bool ReadCurve(std::string const& text, double (&numbers)[4]) {
-    std::istringstream stream(text.substr(std::string(CurveName).size()));
+    std::istringstream stream(text.substr(text.find('(') + 1));
     stream.imbue(std::locale::classic());
     for (int n = 0; n < 4; ++n) {
         char behind = 0;
@@ -62,12 +68,15 @@ Interpolate::Function ReadTimeMap(JsonCursor const& place) {
 
 Easing ReadEasing(JsonCursor const& place) {
     std::string const& text = place.ReadText();
-    if (text.rfind(CurveName, 0) != 0) {
-        return Easing(ReadTimeMap(place));
+    if (!IsCurve(text)) {
+        static std::vector<std::string> const s_names = GetEasingNames();
+        std::vector<std::string> known = s_names;
+        known.push_back(CurveForm);
+        return Easing(Interpolate::Find(s_names[place.ReadWord("easing", known)].c_str()));
     }
     double numbers[4] = {};
     if (!ReadCurve(text, numbers)) {
-        place.FailExpected("cubicBezier(x1, y1, x2, y2) with x1 and x2 from 0 to 1");
+        place.FailExpected(std::string(CurveForm) + " with x1 and x2 from 0 to 1");
     }
     return Easing(numbers[0], numbers[1], numbers[2], numbers[3]);
 }
@@ -117,7 +126,8 @@ int AnimationReader::ReadFrame(JsonCursor const& place) const {
 }
 
 int AnimationReader::ReadSeconds(JsonCursor const& place) const {
-    double const limit = KeyFrames.largest * static_cast<double>(m_frames.delay);
+    // A tenth of a second is a limit that can be told in few digits.
+    double const limit = std::floor(KeyFrames.largest * static_cast<double>(m_frames.delay) * 10) / 10;
     return static_cast<int>(
         std::lround(place.ReadNumber(-limit, limit) / static_cast<double>(m_frames.delay)));
 }

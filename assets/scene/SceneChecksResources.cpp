@@ -189,6 +189,12 @@ void CheckResources(BuiltScene const& built, SceneNotes& notes) {
             WarnOf(built, notes, "fonts", name, WarningId::UnusedFont, "no text is set in the font");
         }
     }
+    for (JsonUse const& unused : built.file.GetUnusedTemplates()) {
+        notes.Warn(
+            {WarningId::UnusedTemplate,
+             notes.GetSource() + ":" + std::to_string(unused.nLine) + ": /templates/" + unused.templateName,
+             "nothing uses the template, so that nobody has looked at what is in it", unused.nLine});
+    }
 }
 
 } // namespace trevik::kelvo::assets

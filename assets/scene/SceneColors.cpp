@@ -166,6 +166,7 @@ constexpr NamedColor NamedColors[] = {
     {"yellowgreen", 0x9acd32},
 };
 
+constexpr char const* Transparent = "transparent";
 constexpr std::size_t MostComponents = 4;
 
 /** Components from 0 to 1; none when what stands there is no colour. */
@@ -198,15 +199,27 @@ Components ReadHex(std::string const& text) {
     return components;
 }
 
+/** In small letters. */
+std::string ToSmall(std::string text) {
+    for (char& unit : text) {
+        unit = unit >= 'A' && unit <= 'Z' ? static_cast<char>(unit - 'A' + 'a') : unit;
+    }
+    return text;
+}
+
 Components ReadName(JsonCursor const& place, std::string const& name) {
+    std::string const small = ToSmall(name);
+    if (small == Transparent) {
+        return {0, 0, 0, 0};
+    }
     for (NamedColor const& color : NamedColors) {
-        if (name == color.pName) {
+        if (small == color.pName) {
             return {static_cast<RealFloat>(color.nColor >> 16) / 255,
                     static_cast<RealFloat>(color.nColor >> 8 & 255) / 255,
                     static_cast<RealFloat>(color.nColor & 255) / 255};
         }
     }
-    std::vector<std::string> const known = GetColorNames();
+    std::vector<std::string> const known = GetColorNames(false);
     if (DescribeKnownNames(name, known).empty()) {
         place.FailExpected(DescribeColor(false));
     }
@@ -229,8 +242,11 @@ Components ReadComponents(JsonCursor const& place) {
 
 } // namespace
 
-std::vector<std::string> GetColorNames() {
+std::vector<std::string> GetColorNames(bool fAlpha) {
     std::vector<std::string> names;
+    if (fAlpha) {
+        names.push_back(Transparent);
+    }
     for (NamedColor const& color : NamedColors) {
         names.push_back(color.pName);
     }

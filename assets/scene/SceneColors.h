@@ -15,8 +15,8 @@ namespace trevik::kelvo::assets {
  */
 ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha);
 
-/** The names of CSS that colours have. */
-std::vector<std::string> GetColorNames();
+/** The names of CSS that colours have; with "transparent" where alpha counts. Capitals are as good. */
+std::vector<std::string> GetColorNames(bool fAlpha);
 
 /** What ReadColor reads, for messages and the format's description. */
 std::string DescribeColor(bool fAlpha);

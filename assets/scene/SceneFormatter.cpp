@@ -59,7 +59,7 @@ public:
         std::vector<std::string> keys = NamesOf(SceneKeys);
         keys.pop_back(); // the nodes come last
         m_scene.Add(keys);
-        m_scene.Add(NamesOf(IncludedKeys));
+        m_scene.Add(NamesOf(DefinitionKeys));
         m_scene.Add({"", "nodes"});
 
         m_node.Add({"comment", "use", "class", "name"});

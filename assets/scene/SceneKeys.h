@@ -103,10 +103,13 @@ constexpr SceneKey SceneKeys[] = {
     {"fonts", form::Defined("fonts"), "What texts are set in, by name."},
     {"nodes", form::Defined("nodes"), "What is drawn, first things first."},
 };
-constexpr SceneKey IncludedKeys[] = {
+constexpr SceneKey DefinitionKeys[] = {
+    // of a scene, and of a file that is included
     {"include", form::Defined("paths"), "Files with templates, constants, textures and fonts for this one."},
     {"constants", form::Defined("constants"), "Values by name, which \"$name\" stands for."},
     {"templates", form::Defined("templates"), "Nodes by name that are used often."},
+};
+constexpr SceneKey IncludedKeys[] = {
     {"textures", form::Defined("textures"), "Pictures by name."},
     {"fonts", form::Defined("fonts"), "What texts are set in, by name."},
     {"$schema", form::Text, "Where the schema lies, for editors; nobody else reads it."},

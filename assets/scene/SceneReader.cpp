@@ -95,12 +95,12 @@ bool IsYDown(JsonCursor const& root) {
 
 /**
  * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. Then
- * `pNotes`, where it is given, gets the warnings. Returns the fonts of its texts.
+ * `pNotes`, where it is given, gets the warnings. `fKnown`: all keys of the root are. Returns the fonts of
+ * its texts.
  */
-std::vector<Ref<Font>> BuildScene(JsonCursor const& root, ClassRegistry& registry, Scene& scene,
+std::vector<Ref<Font>> BuildScene(JsonCursor const& root, bool fKnown, ClassRegistry& registry, Scene& scene,
                                   SceneNotes* pNotes) {
     root.ReadObject("a scene: an object with \"nodes\"");
-    bool const fKnown = root.Attempt([&] { CheckKeys(root, SceneKeys); });
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);
     ReadResources(root, "textures", fKnown, textures);
@@ -207,8 +207,12 @@ bool Build(SceneText& text, JsonSource& source, ClassRegistry& registry, SceneNo
             throw Fault(fault);
         }
         text.End();
+        JsonCursor const root(source);
+        // Before those are taken out that bring templates.
+        bool const fKnown = !root.Is(JsonValue::Kind::Object) ||
+                            root.Attempt([&] { CheckKeys(root, SceneKeys, DefinitionKeys); });
         ExpandTemplates(source);
-        built.fonts = BuildScene(JsonCursor(source), registry, built.scene, pNotes);
+        built.fonts = BuildScene(root, fKnown, registry, built.scene, pNotes);
     } catch (Fault const& last) {
         source.faults.Add(last);
     }

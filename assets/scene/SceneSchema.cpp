@@ -164,7 +164,8 @@ Json DescribeColorForm(std::size_t nMost) {
                                            : "^#(" + digits + "{3,4}|" + digits + "{6}|" + digits + "{8})$";
     return {{"anyOf",
              {{{"type", "string"}, {"pattern", pattern}},
-              OneOf(GetColorNames()),
+              OneOf(GetColorNames(nMost > 3)),
+              {{"type", "string"}, {"pattern", "^[a-z]*[A-Z][a-zA-Z]*$"}}, // of the names, with capitals
               Numbers(Shares, 3, nMost),
               RefTo("reference")}}};
 }
@@ -226,8 +227,8 @@ public:
         AddResources();
         AddNodes();
         Json schema = {{"$schema", "http://json-schema.org/draft-07/schema#"}, {"title", "A scene"}};
-        schema.update(ClosedKeys({"nodes"}, SceneKeys, IncludedKeys));
-        m_definitions["included"] = ClosedKeys({}, IncludedKeys);
+        schema.update(ClosedKeys({"nodes"}, SceneKeys, DefinitionKeys));
+        m_definitions["included"] = ClosedKeys({}, DefinitionKeys, IncludedKeys);
         schema["definitions"] = m_definitions;
         return schema;
     }
@@ -258,12 +259,12 @@ private:
         }
         std::string const share = " *(0*\\.[0-9]+|0+\\.?|1(\\.0*)?) *";
         std::string const number = " *[-+]?[0-9.]+([eE][-+]?[0-9]+)? *";
-        m_definitions["easing"] = {
-            {"anyOf",
-             {OneOf(easings),
-              {{"type", "string"},
-               {"pattern", "^cubicBezier\\(" + share + "," + number + "," + share + "," + number + "\\)$"}},
-              RefTo("reference")}}};
+        m_definitions["easing"] = {{"anyOf",
+                                    {OneOf(easings),
+                                     {{"type", "string"},
+                                      {"pattern", "^cubic(Bezier|-bezier)\\(" + share + "," + number + "," +
+                                                      share + "," + number + "\\)$"}},
+                                     RefTo("reference")}}};
     }
 
     void AddResources() {

@@ -75,6 +75,7 @@ std::string DescribeLine(JsonCursor const& place) {
 struct Template {
     JsonValue const* pDefinition; ///< which stays in its document until all is in place
     std::vector<std::string> parameters;
+    bool fUsed = false;
 };
 
 class Expansion {
@@ -104,6 +105,11 @@ public:
                 ExpandItems(root.Items()[n], Scope{nullptr, 0});
             } else if (!IsDefinition(name) && name != "comment" && name != "$schema") {
                 Expand(root.Items()[n], Scope{nullptr, 0});
+            }
+        }
+        for (auto const& [name, defined] : m_templates) {
+            if (!defined.fUsed && defined.pDefinition->GetFile() == 0) {
+                m_source.unused.push_back({name, 0, defined.pDefinition->GetLine(), 0});
             }
         }
         for (char const* pName : DefinitionNames) {
@@ -198,14 +204,26 @@ private:
         JsonValue& root = m_source.included.back().root;
         if (!ParseJson({bytes.data(), bytes.size()}, path, m_limits, m_source.pool, root, fault,
                        static_cast<unsigned char>(m_source.included.size()))) {
-            throw fault;
+            Fail(fault, path, place);
         }
         m_limits.nValues -= std::min(m_limits.nValues, CountValues(root));
-        At(root).ReadObject("an object with what is included");
-        CheckKeys(At(root), IncludedKeys);
+        try {
+            At(root).ReadObject("an object with what is included");
+            CheckKeys(At(root), DefinitionKeys, IncludedKeys);
+        } catch (Fault const& wrong) {
+            Fail(wrong, path, place);
+        }
         m_open.push_back({canonical, DescribeLine(place)});
         IncludeFiles(root);
         m_open.pop_back();
+    }
+
+    /** Throws the fault of a file that is included at a place. */
+    [[noreturn]] static void Fail(Fault const& fault, std::string const& path, JsonCursor const& place) {
+        std::string where = fault.GetWhere(); // begins with the path and the line; behind may be a way
+        where.insert(std::min(where.find(": ", path.size()), where.size()),
+                     " (included at " + DescribeLine(place) + ")");
+        throw Fault(where, fault.GetWhat(), fault.GetWhy());
     }
 
     void ReadConstants(JsonValue& constants) {
@@ -427,7 +445,8 @@ private:
             use.FailUnknownName(name, "template", known);
         }
         CheckOpen(use, name);
-        Template const& used = found->second;
+        Template& used = found->second;
+        used.fUsed = true;
         JsonValue const& node = *used.pDefinition->Find("node");
         CheckMembers(place, used, node);
         Values const parameters = GetParameters(value, use, name, used);
@@ -476,7 +495,8 @@ private:
         for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
             std::string const& name = place.GetMemberName(n);
             bool const fProperty = !name.empty() && name[0] >= 'A' && name[0] <= 'Z';
-            bool const fKey = name == "name" || name == "children" || name == "masks" || name == "effects";
+            bool const fKey = name != "class" && IsKey(name, NodeKeys, TimelineKeys, SpriteKeys,
+                                                       NinePatchSpriteKeys, TextKeys, CameraNodeKeys);
             if (IsGivenBeside(used, name) && !fProperty && !fKey && !node.Find(name)) {
                 place.GetMember(n).FailUnknownName(name, "parameter", used.parameters);
             }

@@ -19,13 +19,18 @@ bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial) {
 }
 
 std::string FindGiven(JsonCursor const& place, std::string const& property) {
+    std::string found;
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
-        if (name == property || name.compare(0, property.size() + 1, property + ".") == 0) {
+        if (name != property && name.compare(0, property.size() + 1, property + ".") != 0) {
+            continue;
+        }
+        if (place.GetMember(n).Is(JsonValue::Kind::Object)) {
             return name;
         }
+        found = found.empty() ? name : found;
     }
-    return "";
+    return found;
 }
 
 std::string ReadLines(JsonCursor const& place) {

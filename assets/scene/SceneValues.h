@@ -19,7 +19,10 @@ std::string ReadPath(JsonCursor const& place, char const* what);
 /** The member `pName`, true or false; `fInitial` when there is none. */
 bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial = false);
 
-/** The member that gives a property a value, all of it or a component ("Position.x"); empty for none. */
+/**
+ * The member that gives a property a value, all of it or a component ("Position.x"); empty for none. Of
+ * several one that animates it.
+ */
 std::string FindGiven(JsonCursor const& place, std::string const& property);
 
 /** A text: a string, or an array of strings, which become its lines. */

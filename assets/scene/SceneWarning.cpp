@@ -56,6 +56,7 @@ constexpr WarningKind Kinds[] = {
     {"image-minified", "a picture at less than half its size, without mipLevels"},
     {"unused-texture", "a texture that nothing shows"},
     {"unused-font", "a font that no text is set in"},
+    {"unused-template", "a template that nothing uses"},
 };
 static_assert(std::size(Kinds) == static_cast<std::size_t>(WarningId::Count));
 

@@ -100,6 +100,10 @@ TEST_F(PlayerTest, PrintsASceneInItsOneForm) {
     EXPECT_EQ(once.output.rfind("{\n  \"$schema\": ", 0), 0u) << once.output;
     Write("formatted.json", once.output);
     EXPECT_EQ(Play({"--format-scene", Path("formatted.json")}).output, once.output);
+    EXPECT_EQ(RunShell("player --format-scene - < " + Path("formatted.json")).output, once.output);
+    EXPECT_EQ(
+        RunShell("echo '{' | player --format-scene -").errors.rfind("kelvo-player: standard input:2:1", 0),
+        0u);
     Outcome const missing = Play({"--format-scene", Path("missing.json")});
     EXPECT_EQ(missing.nExitCode, 1);
     EXPECT_NE(missing.errors.find("missing.json: cannot be opened"), std::string::npos) << missing.errors;
@@ -128,6 +132,15 @@ TEST_F(PlayerTest, SaysWhereAScenesFaultIs) {
               "kelvo-player: " + Path("bad.json") +
                   ":2: /nodes/0/class: unknown class \"AlphatestGroup\"; did you mean \"AlphaTestGroup\"?\n");
     EXPECT_FALSE(std::filesystem::exists(Path("bad.png")));
+    Write("whole.json", "{\"include\": [\n\"part.json\"], \"nodes\": []}");
+    for (auto const& [text, what] : {std::pair{"{\n\"node\": 1}", ":2 (included at %:2): /node: unknown key"},
+                                     std::pair{"{\n]", ":2:1 (included at %:2): syntax error"}}) {
+        Write("part.json", text);
+        std::string start = "kelvo-player: " + Path("part.json") + what;
+        start.replace(start.find('%'), 1, Path("whole.json"));
+        Outcome const checked = Play({Path("whole.json"), "--check"});
+        EXPECT_EQ(checked.errors.rfind(start, 0), 0u) << checked.errors;
+    }
     std::string nodes = "0";
     std::string complaints;
     for (int n = 0; n < 20; ++n) {
@@ -352,7 +365,10 @@ TEST_F(PlayerTest, HangsScenesWhoseYPointsDownFromTheUpperEdgeOfAnySurface) {
     std::string const scene = R"({"surface": {"size": [10, 10]}, "origin": "topLeft", "nodes": [
         {"class": "Sprite", "Size": [2, 3], "Color": "red", "Position": [1, 2]}])";
     Write("down.json", scene + "}");
-    Write("seen.json", scene + R"(, "camera": {"Orthographic": true, "ViewRectangle": [0, 10, 10, 0], "Position": [0, 0, 9]}})");
+    Write(
+        "seen.json",
+        scene +
+            R"(, "camera": {"Orthographic": true, "ViewRectangle": [0, 10, 10, 0], "Position": [0, 0, 9]}})");
     Image expected(10, 20, {0, 0, 0, 255});
     expected.Fill(1, 2, 2, 3, {255, 0, 0, 255});
     Outcome const played =

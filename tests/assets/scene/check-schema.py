@@ -23,7 +23,10 @@ MEANING = [
     "there is another one",
     "uses itself",
     # what comes of parameters and constants
-    r"\(template ",
+    r"\((template |for \$)",
+    # beside a use, where any name may be a parameter's
+    "Visible: expected true or false",
+    "/nodes/0/font: unknown property",
     "takes up strings",
     "begins a name that ends",
     # files
@@ -50,6 +53,10 @@ MEANING = [
     "more than 1000000 frames later",
     "what is stretched needs",
     "without a box",
+    "above 0",
+    # seconds of a million frames
+    "to 33333.3",
+    'the "Pivot" of what has "stretchTo"',
     "the layout of the node above",
     "where y points down",
     "whose y points down",

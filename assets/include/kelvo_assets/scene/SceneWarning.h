@@ -52,6 +52,7 @@ enum class WarningId {
     ImageMinified,
     UnusedTexture,
     UnusedFont,
+    UnusedTemplate,
     Count
 };
 
