@@ -24,8 +24,9 @@ inline bool Take(Vector3T<RealFloat> const& value, Vector3T<RealFloat>& taken) {
     return true;
 }
 
-/** Whether a matrix is a translation or the identity. */
+/** Whether a matrix is a translation or the identity; by bits, so that a -0 makes it something else. */
 bool OnlyMoves(Matrix4T<RealFloat> const& matrix) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
     return std::memcmp(matrix.m, Matrix4T<RealFloat>::Identity.m, 12 * sizeof(RealFloat)) == 0 &&
            matrix.m[15] == 1;
 }
@@ -174,8 +175,8 @@ void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
     RealFloat const shifts[3] = {pivot.x, pivot.y, pivot.z};
     RealFloat offset[4] = {0, 0, 0, 1};
     // Four elements at a time, which compilers make one operation of; the fourth stays what it is.
-    for (int nColumn = 0; nColumn < 3; ++nColumn) {
-        RealFloat const* const rotation = m_rotationMatrix.m + 4 * nColumn;
+    for (unsigned int nColumn = 0; nColumn < 3; ++nColumn) {
+        RealFloat const* const rotation = m_rotationMatrix.m + std::size_t{4} * nColumn;
         RealFloat column[4];
         for (int nRow = 0; nRow < 4; ++nRow) {
             column[nRow] = rotation[nRow] * factors[nColumn];
@@ -183,7 +184,7 @@ void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
         for (int nRow = 0; nRow < 4; ++nRow) {
             offset[nRow] += column[nRow] * shifts[nColumn];
         }
-        std::memcpy(m_localMatrix.m + 4 * nColumn, column, sizeof(column));
+        std::memcpy(m_localMatrix.m + std::size_t{4} * nColumn, column, sizeof(column));
     }
     m_pivotOffset = Vector4T<RealFloat>(offset[0], offset[1], offset[2], offset[3]);
     PlaceOrigin();
