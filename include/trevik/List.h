@@ -19,13 +19,13 @@ namespace trevik {
 template <class T>
 class List {
 public:
-    List() : m_pData(nullptr), m_nCount(0), m_nCapacity(0) {}
+    List() : m_nCount(0), m_nCapacity(0), m_pData(nullptr) {}
 
     /** Without storage for the copy, the new list is empty. */
     List(List const& other) : List() { Assign(other); }
 
     List(List&& other) noexcept
-        : m_pData(other.m_pData), m_nCount(other.m_nCount), m_nCapacity(other.m_nCapacity) {
+        : m_nCount(other.m_nCount), m_nCapacity(other.m_nCapacity), m_pData(other.m_pData) {
         other.Forget();
     }
 
@@ -302,9 +302,9 @@ private:
         return true;
     }
 
-    T* m_pData;
-    unsigned int m_nCount;
+    unsigned int m_nCount; // first, for those who only look whether there are elements
     unsigned int m_nCapacity;
+    T* m_pData;
 };
 
 } // namespace trevik

@@ -14,15 +14,21 @@
 namespace {
 
 std::atomic<std::size_t> g_nAllocations{0};
+std::atomic<std::size_t> g_nBytes{0};
 
-void Count() {
+void Count(std::size_t nBytes) {
     g_nAllocations.fetch_add(1, std::memory_order_relaxed);
+    g_nBytes.fetch_add(nBytes, std::memory_order_relaxed);
 }
 
 } // namespace
 
 std::size_t AllocationCount() {
     return g_nAllocations.load(std::memory_order_relaxed);
+}
+
+std::size_t AllocatedBytes() {
+    return g_nBytes.load(std::memory_order_relaxed);
 }
 
 #ifndef KELVO_SANITIZED
@@ -37,22 +43,22 @@ void* __libc_realloc(void* memory, std::size_t size);
 void* __libc_memalign(std::size_t alignment, std::size_t size);
 
 void* malloc(std::size_t size) {
-    Count();
+    Count(size);
     return __libc_malloc(size);
 }
 
 void* calloc(std::size_t count, std::size_t size) {
-    Count();
+    Count(count * size);
     return __libc_calloc(count, size);
 }
 
 void* realloc(void* memory, std::size_t size) {
-    Count();
+    Count(size);
     return __libc_realloc(memory, size);
 }
 
 void* aligned_alloc(std::size_t alignment, std::size_t size) {
-    Count();
+    Count(size);
     return __libc_memalign(alignment, size);
 }
 }
@@ -61,8 +67,8 @@ void* aligned_alloc(std::size_t alignment, std::size_t size) {
 
 // Sanitizers have an allocator of their own, which calls this each time.
 extern "C" __attribute__((visibility("default"))) void __sanitizer_malloc_hook(void const volatile*,
-                                                                               std::size_t) {
-    Count();
+                                                                               std::size_t size) {
+    Count(size);
 }
 
 #endif

@@ -9,14 +9,8 @@
 
 namespace trevik::kelvo {
 
-namespace {
-
-constexpr unsigned long CacheLineSize = alignof(Sprite);
-
-} // namespace
-
-// The members that it stands for are in the sprite's last line, and in the one behind it.
-unsigned long const DrawnSpriteOffset = sizeof(Sprite) - CacheLineSize;
+// Texture and style are the sprite's last members.
+unsigned long const DrawnSpriteOffset = sizeof(Sprite) - 2 * sizeof(void*);
 
 Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {
     SetStyleMarks();

@@ -3,8 +3,8 @@
 namespace trevik::kelvo {
 
 /**
- * Where in a sprite the two cache lines begin that drawing reads besides its transform: texture and style,
- * then what a back end adds. Bytes; defined where the sprite is, so that its base need not know it.
+ * Where in a sprite that begins what drawing reads besides its transform: texture and style, then what a back
+ * end adds. Bytes; defined where the sprite is, so that its base need not know it.
  */
 __attribute__((visibility("hidden"))) extern unsigned long const DrawnSpriteOffset;
 

@@ -2,6 +2,7 @@
 
 #include "kelvo/nodes/Overrides.h"
 #include "kelvo/nodes/SpriteLayout.h"
+#include "kelvo/nodes/TransformUpdate.h"
 #include "kelvo/storage/EffectStorage.h"
 #include "kelvo_host/RenderObserver.h"
 #include "trevik/kelvo/Effect.h"
@@ -10,6 +11,7 @@
 #include "trevik/kelvo/MemoryTracer.h"
 
 #include <cstddef>
+#include <new>
 
 namespace trevik::kelvo {
 
@@ -55,10 +57,13 @@ TransformNode::TransformNode()
 }
 
 TransformNode::TransformNode(TransformNode const& other)
-    : Node(other), m_localMatrix(other.m_localMatrix), m_rEffectiveOpacity(other.m_rEffectiveOpacity),
-      m_worldMatrix(other.m_worldMatrix), m_position(other.m_position), m_rotation(other.m_rotation),
-      m_pivot(other.m_pivot), m_scale(other.m_scale), m_stretch(other.m_stretch), m_opacity(other.m_opacity),
-      m_visible(other.m_visible), m_depth(other.m_depth), m_selectable(other.m_selectable) {
+    : Node(other), m_worldMatrix(other.m_worldMatrix), m_takenPosition(other.m_takenPosition),
+      m_pivotOffset(other.m_pivotOffset), m_rEffectiveOpacity(other.m_rEffectiveOpacity),
+      m_position(other.m_position),
+      m_pShape(other.m_pShape ? new (std::nothrow) Shape(*other.m_pShape) : nullptr),
+      m_rotation(other.m_rotation), m_pivot(other.m_pivot), m_scale(other.m_scale),
+      m_stretch(other.m_stretch), m_opacity(other.m_opacity), m_visible(other.m_visible),
+      m_depth(other.m_depth), m_selectable(other.m_selectable) {
     m_pTransformNode = this;
     SetPropertyMarks();
     for (Mask* pMask : other.m_masks) {
@@ -92,6 +97,7 @@ void TransformNode::SetPropertyMarks() {
 TransformNode::~TransformNode() {
     RemoveAllReferences(m_effects);
     RemoveAllReferences(m_masks);
+    delete m_pShape;
 }
 
 Matrix4T<RealFloat> TransformNode::GetWorldMatrix() const {
@@ -126,15 +132,15 @@ inline void TransformNode::FetchForDrawing(Node const* pNode) {
     // whether classes with virtual operations have offsets; in those that know this pragma they have.
 #pragma GCC diagnostic push
 #pragma GCC diagnostic ignored "-Winvalid-offsetof"
-    constexpr std::size_t StateOffset = offsetof(TransformNode, m_nMarks); // to m_rEffectiveOpacity
-    constexpr std::size_t MatrixOffset = offsetof(TransformNode, m_worldMatrix);
-    constexpr std::size_t ListsOffset = offsetof(TransformNode, m_masks); // and m_effects
+    constexpr std::size_t StateOffset = offsetof(TransformNode, m_worldMatrix);
+    constexpr std::size_t StateEnd = offsetof(TransformNode, m_masks) + sizeof(unsigned int); // of its count
 #pragma GCC diagnostic pop
     char const* const pBytes = reinterpret_cast<char const*>(pNode);
     __builtin_prefetch(pBytes);
-    __builtin_prefetch(pBytes + StateOffset);
-    __builtin_prefetch(pBytes + MatrixOffset);
-    __builtin_prefetch(pBytes + ListsOffset);
+    for (std::size_t nByte = StateOffset; nByte < StateEnd; nByte += CacheLine) {
+        __builtin_prefetch(pBytes + nByte);
+    }
+    __builtin_prefetch(pBytes + StateEnd); // nodes begin anywhere in a line
     __builtin_prefetch(pBytes + DrawnSpriteOffset);
     __builtin_prefetch(pBytes + DrawnSpriteOffset + CacheLine);
 }

@@ -32,19 +32,26 @@ bool OnlyMoves(Matrix4T<RealFloat> const& matrix) {
 }
 
 /** The rotation's columns, without a product where only z, as in a plane, is turned about. */
-inline void WriteRotation(Vector3T<RealFloat> const& degrees, Matrix4T<RealFloat>& out) {
+inline void WriteRotation(Vector3T<RealFloat> const& degrees, RealFloat (&m)[12]) {
     if (degrees.x != 0 || degrees.y != 0) {
-        out = Matrix4RotationEulerXYZ(degrees);
+        Matrix4T<RealFloat> const rotation = Matrix4RotationEulerXYZ(degrees);
+        std::memcpy(m, rotation.m, sizeof(m));
         return;
     }
     RealFloat sine, cosine;
     trevik::detail::SineAndCosineOfDegrees(degrees.z, sine, cosine);
-    RealFloat* const m = out.m;
     m[0] = m[5] = cosine;
     m[1] = sine;
     m[4] = 0 - sine;
     m[2] = m[3] = m[6] = m[7] = m[8] = m[9] = m[11] = 0;
     m[10] = 1;
+}
+
+/** Whether a property has this value and nothing that gives it another one. */
+bool Stays(Vector3Property const& property, Vector3T<RealFloat> const& value) {
+    // By bits, as in Take. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    return property.GetControllerCount() == 0 && !property.GetBinding() &&
+           std::memcmp(&property.GetValue(), &value, sizeof(value)) == 0;
 }
 
 /** Within 0 to 1; 0 for NaN. */
@@ -65,7 +72,7 @@ void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& fram
         nChanges |= Everything;
     }
     if (nChanges != 0) {
-        m_nChanges = nChanges;
+        m_nChanges = static_cast<unsigned char>(nChanges);
         CalculateTransform();
     }
     UpdateOpacity();
@@ -90,28 +97,41 @@ void TransformNode::TakeOpacity() {
 
 /** TakePosition for the other values that the matrix is made from, which change more rarely. */
 unsigned int TransformNode::TakeRotationAndShape() {
+    if (!m_pShape && NeedsShape()) {
+        m_pShape = new (std::nothrow) Shape;
+        if (!m_pShape) {
+            return 0; // the marks stay, so that the next update tries again
+        }
+    }
     unsigned int nChanges = 0;
     if (m_nMarks & RotationMark) {
         if (!m_rotation.GetBinding()) {
             m_nMarks &= ~unsigned(RotationMark);
         }
-        nChanges = Take(m_rotation.GetValue(), m_taken.m_rotation) ? Turned : 0u;
+        nChanges = m_pShape && Take(m_rotation.GetValue(), m_pShape->m_rotation) ? Turned : 0u;
     }
     if (m_nMarks & ScaleMark) {
         if (!m_scale.GetBinding()) {
             m_nMarks &= ~unsigned(ScaleMark);
         }
-        nChanges |= Take(m_scale.GetValue(), m_taken.m_scale) ? Shaped : 0u;
+        nChanges |= m_pShape && Take(m_scale.GetValue(), m_pShape->m_scale) ? Shaped : 0u;
     }
     if (m_nMarks & ShapeMark) {
         if (!m_pivot.GetBinding() && !m_stretch.GetBinding()) {
             m_nMarks &= ~unsigned(ShapeMark);
         }
-        bool const fStretched = Take(m_stretch.GetValue(), m_taken.m_stretch);
-        bool const fShifted = Take(m_pivot.GetValue(), m_taken.m_pivot);
+        bool const fStretched = m_pShape && Take(m_stretch.GetValue(), m_pShape->m_stretch);
+        bool const fShifted = m_pShape && Take(m_pivot.GetValue(), m_pShape->m_pivot);
         nChanges |= fStretched || fShifted ? Shaped : 0u;
     }
     return nChanges;
+}
+
+/** Whether a value that a shape is made from is other than it is at first, or may become so by itself. */
+bool TransformNode::NeedsShape() const {
+    Vector3T<RealFloat> const zeros, ones(1, 1, 1);
+    return !Stays(m_rotation, zeros) || !Stays(m_pivot, zeros) || !Stays(m_scale, ones) ||
+           !Stays(m_stretch, ones);
 }
 
 void TransformNode::CalculateTransform() {
@@ -125,19 +145,18 @@ void TransformNode::CalculateTransform() {
 
 void TransformNode::CalculateAnyTransform() {
     // No changes are noted when it is called from outside: then all values count as changed.
-    unsigned int const nChanges = (m_nChanges != 0 ? m_nChanges : Everything) | TakeTransform();
+    unsigned int const nNoted = m_nChanges != 0 ? m_nChanges : unsigned(Everything);
+    unsigned int const nChanges = nNoted | TakeTransform();
     m_nChanges = 0;
-    if (nChanges & (Turned | Shaped)) {
-        MakeLocalMatrix(nChanges);
-    } else if (nChanges & Moved) {
-        PlaceOrigin();
+    if (m_pShape && (nChanges & (Turned | Shaped))) {
+        TakeShape(nChanges);
     }
     if (m_pParentTransform) {
         MultiplyWithParent();
     } else if (m_pSpace) {
-        Matrix4Multiply(m_localMatrix, m_pSpace->GetWorldMatrix(), m_worldMatrix);
+        Matrix4Multiply(GetLocalMatrix(), m_pSpace->GetWorldMatrix(), m_worldMatrix);
     } else {
-        m_worldMatrix = m_localMatrix;
+        m_worldMatrix = GetLocalMatrix();
         m_nParentVersion = NoParent;
     }
     CountTransform();
@@ -154,29 +173,44 @@ inline void TransformNode::MultiplyWithParent() {
         m_nMarks = fMoves ? m_nMarks | ParentMovesMark : m_nMarks & ~ParentMovesMark;
     }
     if (!(m_nMarks & ParentMovesMark)) {
-        Matrix4Multiply(m_localMatrix, parent.m_worldMatrix, m_worldMatrix);
+        Matrix4Multiply(GetLocalMatrix(), parent.m_worldMatrix, m_worldMatrix);
         return;
     }
+    RealFloat const* const local = GetLocalColumns();
     for (int nElement = 0; nElement < 12; ++nElement) {
-        m_worldMatrix.m[nElement] = m_localMatrix.m[nElement] + 0; // 0 of -0, as the product has it
+        m_worldMatrix.m[nElement] = local[nElement] + 0; // 0 of -0, as the product has it
     }
-    AddParentOrigin();
+    AddParentOrigin(GetOrigin());
 }
 
-/** Columns of the rotation, scaled; then the origin. Sines and cosines only when the rotation has changed. */
-void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
+/** The first three columns of the local matrix. */
+RealFloat const* TransformNode::GetLocalColumns() const {
+    return m_pShape ? m_pShape->m_localColumns : Matrix4T<RealFloat>::Identity.m;
+}
+
+Matrix4T<RealFloat> TransformNode::GetLocalMatrix() const {
+    Matrix4T<RealFloat> matrix{Uninitialized()};
+    Vector4T<RealFloat> const origin = GetOrigin();
+    std::memcpy(matrix.m, GetLocalColumns(), sizeof(Shape::m_localColumns));
+    std::memcpy(matrix.m + 12, &origin, sizeof(origin));
+    return matrix;
+}
+
+/** Columns of the rotation, scaled, and the pivot's. Sines and cosines only when the rotation has changed. */
+void TransformNode::TakeShape(unsigned int nChanges) {
+    Shape& shape = *m_pShape;
     if (nChanges & Turned) {
-        WriteRotation(m_taken.m_rotation, m_rotationMatrix);
+        WriteRotation(shape.m_rotation, shape.m_rotationColumns);
     }
-    Vector3T<RealFloat> const& scale = m_taken.m_scale;
-    Vector3T<RealFloat> const& stretch = m_taken.m_stretch;
-    Vector3T<RealFloat> const& pivot = m_taken.m_pivot;
+    Vector3T<RealFloat> const& scale = shape.m_scale;
+    Vector3T<RealFloat> const& stretch = shape.m_stretch;
+    Vector3T<RealFloat> const& pivot = shape.m_pivot;
     RealFloat const factors[3] = {scale.x * stretch.x, scale.y * stretch.y, scale.z * stretch.z};
     RealFloat const shifts[3] = {pivot.x, pivot.y, pivot.z};
     RealFloat offset[4] = {0, 0, 0, 1};
     // Four elements at a time, which compilers make one operation of; the fourth stays what it is.
     for (unsigned int nColumn = 0; nColumn < 3; ++nColumn) {
-        RealFloat const* const rotation = m_rotationMatrix.m + std::size_t{4} * nColumn;
+        RealFloat const* const rotation = shape.m_rotationColumns + std::size_t{4} * nColumn;
         RealFloat column[4];
         for (int nRow = 0; nRow < 4; ++nRow) {
             column[nRow] = rotation[nRow] * factors[nColumn];
@@ -184,10 +218,9 @@ void TransformNode::MakeLocalMatrix(unsigned int nChanges) {
         for (int nRow = 0; nRow < 4; ++nRow) {
             offset[nRow] += column[nRow] * shifts[nColumn];
         }
-        std::memcpy(m_localMatrix.m + std::size_t{4} * nColumn, column, sizeof(column));
+        std::memcpy(shape.m_localColumns + std::size_t{4} * nColumn, column, sizeof(column));
     }
     m_pivotOffset = Vector4T<RealFloat>(offset[0], offset[1], offset[2], offset[3]);
-    PlaceOrigin();
 }
 
 /**

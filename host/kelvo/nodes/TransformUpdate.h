@@ -1,10 +1,34 @@
 #pragma once
 
+#include "trevik/Memory.h"
 #include "trevik/kelvo/TransformNode.h"
 
+#include <cstddef>
 #include <cstring>
+#include <new>
 
 namespace trevik::kelvo {
+
+/**
+ * What a node does without that is neither turned, scaled nor stretched and has no pivot, as most nodes: 144
+ * bytes.
+ */
+struct TransformNode::Shape {
+    static void* operator new(std::size_t nBytes, std::nothrow_t const&) noexcept {
+        return AllocateMemory(nBytes);
+    }
+    static void operator delete(void* pMemory, std::nothrow_t const&) noexcept { FreeMemory(pMemory); }
+    static void operator delete(void* pMemory) noexcept { FreeMemory(pMemory); }
+
+    // The values that were taken over.
+    Vector3T<RealFloat> m_rotation;
+    Vector3T<RealFloat> m_pivot;
+    Vector3T<RealFloat> m_scale{1, 1, 1};
+    Vector3T<RealFloat> m_stretch{1, 1, 1};
+    // The first three columns of matrices, four elements each.
+    RealFloat m_rotationColumns[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0}; ///< of m_rotation
+    RealFloat m_localColumns[12] = {1, 0, 0, 0, 0, 1, 0, 0, 0, 0, 1, 0};    ///< node space to parent space
+};
 
 // What updating a node does in most frames, for the sources that do it: a timeline's walk has it compiled
 // into its loop. The rest is in TransformUpdate.cpp.
@@ -71,11 +95,9 @@ inline bool TransformNode::UpdateOpacity() {
     return true;
 }
 
-inline void TransformNode::PlaceOrigin() {
-    m_localMatrix.m[12] = m_takenPosition.x + m_pivotOffset.x;
-    m_localMatrix.m[13] = m_takenPosition.y + m_pivotOffset.y;
-    m_localMatrix.m[14] = m_takenPosition.z + m_pivotOffset.z;
-    m_localMatrix.m[15] = m_takenPosition.w + m_pivotOffset.w;
+/** Where node space's origin is in the parent's. */
+inline Vector4T<RealFloat> TransformNode::GetOrigin() const {
+    return m_takenPosition + m_pivotOffset;
 }
 
 inline void TransformNode::CountTransform() {
@@ -86,21 +108,23 @@ inline void TransformNode::CountTransform() {
 }
 
 /** The world matrix's origin, for a node whose parent's matrix only moves: the sum that the product is. */
-inline void TransformNode::AddParentOrigin() {
+inline void TransformNode::AddParentOrigin(Vector4T<RealFloat> const& origin) {
     RealFloat const* const parent = m_pParentTransform->m_worldMatrix.m;
+    RealFloat const local[4] = {origin.x, origin.y, origin.z, origin.w};
     RealFloat const ones[4] = {0, 0, 0, 1};
     for (int nRow = 0; nRow < 4; ++nRow) {
-        m_worldMatrix.m[12 + nRow] = m_localMatrix.m[12 + nRow] + parent[12 + nRow] - ones[nRow];
+        m_worldMatrix.m[12 + nRow] = local[nRow] + parent[12 + nRow] - ones[nRow];
     }
 }
 
 /** For a node below one with a transform: only the origin has moved, the other columns stay. */
 inline void TransformNode::MoveOrigin() {
-    PlaceOrigin();
+    Vector4T<RealFloat> origin = GetOrigin();
     if (m_nMarks & ParentMovesMark) {
-        AddParentOrigin();
+        AddParentOrigin(origin);
     } else {
-        Matrix4MultiplyColumn(m_localMatrix, m_pParentTransform->m_worldMatrix, 3, m_worldMatrix);
+        Matrix4Vector4Multiply(m_pParentTransform->m_worldMatrix, origin, origin);
+        std::memcpy(m_worldMatrix.m + 12, &origin, sizeof(origin));
     }
     CountTransform();
 }
@@ -115,7 +139,7 @@ inline __attribute__((always_inline)) bool TransformNode::UpdatePlain(Arguments 
     if (__builtin_expect(nChanges == Moved && m_pParentTransform, 1)) {
         MoveOrigin();
     } else if (nChanges != 0) {
-        m_nChanges = nChanges;
+        m_nChanges = static_cast<unsigned char>(nChanges);
         CalculateAnyTransform();
     }
     bool const fFaded = UpdateOpacity();

@@ -197,6 +197,8 @@ public:
     }
 
 protected:
+    static constexpr unsigned long CacheLine = 64; ///< bytes
+
     /** Calls RegisterProperties, the first time. */
     void EnsureRegistered() {
         if (__builtin_expect(!m_fRegistered, 0)) {
@@ -241,7 +243,7 @@ protected:
      */
     void NoteHeld(Node* pNode);
 
-    // Every frame reads the members up to the first words of m_properties, which end the first cache line.
+    // Every frame reads the members up to the first words of m_properties: 64 bytes.
     List<Node*> m_children;     ///< in attachment order, one reference each
     bool m_fRegistered = false; ///< whether RegisterProperties has been called
     /**

@@ -77,8 +77,8 @@ private:
     void SetStyleMarks();
 
 protected:
-    // In one cache line with the style and what back ends add to draw with.
-    alignas(CacheLine) Ref<Texture> m_pTexture; ///< see GetTexture
+    // Together with the style and what back ends add to draw with.
+    Ref<Texture> m_pTexture; ///< see GetTexture
 
 private:
     unsigned int m_nStyle = 0; ///< last, so that what is added fits in right behind it

@@ -69,7 +69,7 @@ public:
     void RemoveEffect(Effect* pEffect);
 
     /** Node space to parent space, as of the last update. */
-    Matrix4T<RealFloat> const& GetLocalMatrix() const { return m_localMatrix; }
+    Matrix4T<RealFloat> GetLocalMatrix() const;
     /** Whether Render and selection leave the node and its children out: invisible, or wholly transparent. */
     bool IsHidden() const { return !(GetDrawState() & Visible) || !(m_rEffectiveOpacity > 0); }
 
@@ -121,8 +121,6 @@ protected:
     /** Renders the children, in order. While one is drawn, what drawing the next one reads is on its way. */
     void RenderChildren(GraphicsDevice& device);
 
-    static constexpr unsigned long CacheLine = 64; ///< bytes
-
 private:
     /** The values that a transform is made from, as bits of a set of changes. */
     enum Change : unsigned int {
@@ -139,14 +137,21 @@ private:
     friend class Property; // wakes the node
     friend class Timeline; // leaves out what is asleep
 
-    // Most of the time that a node takes in a frame is spent on fetching it. So first come the members that
-    // not every frame reads, then the others in the order of reading, divided by cache lines.
-    Node* m_pSpace = nullptr; ///< the node whose space this one stands in: the parent, but for SharedParent
-    unsigned int m_nTreeEntry = 0; ///< the node's place in the list that its timeline flattened last
-    /** Node space to parent space, as of the last update. */
-    alignas(CacheLine) Matrix4T<RealFloat> m_localMatrix;
-    Vector4T<RealFloat> m_takenPosition;         ///< the position that m_localMatrix was made from; w = 0
-    TransformNode* m_pParentTransform = nullptr; ///< m_pSpace, when it has a transform
+    /** Rotation, pivot, scale and stretch as they were taken over, and what becomes of them. */
+    struct Shape;
+
+protected:
+    // Most of the time that a node takes in a frame is spent on fetching it. So what updates and draws read
+    // of every node lies in one piece of three cache lines, up to and including the count of masks; fetching
+    // ahead relies on it.
+
+    /** Node space to world space, as of the last update. */
+    Matrix4T<RealFloat> m_worldMatrix;
+
+private:
+    Vector4T<RealFloat> m_takenPosition;           ///< the position that the matrices were made from; w = 0
+    Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
+    TransformNode* m_pParentTransform = nullptr;   ///< m_pSpace, when it has a transform
 
 protected:
     /**
@@ -156,19 +161,15 @@ protected:
     mutable PropertyMarks m_nMarks = 0xffff;
 
 private:
-    mutable unsigned int m_nDrawState = 0;
+    mutable unsigned char m_nDrawState = 0;
     /** What CalculateTransform has to take up; 0 = it was called from outside. */
-    unsigned int m_nChanges = Everything;
+    unsigned char m_nChanges = Everything;
     unsigned int m_nTransformVersion = 1;   ///< counts changes of m_worldMatrix; neither 0 nor NoParent
+    unsigned int m_nTreeEntry = 0;          ///< the place in the list that the node's timeline flattened last
     RealFloat m_rOwnOpacity = RealFloat(1); ///< the opacity property, within 0 to 1
 
 protected:
     RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
-    /** Node space to world space, as of the last update. */
-    alignas(CacheLine) Matrix4T<RealFloat> m_worldMatrix;
-
-private:
-    Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
 
 protected:
     /**
@@ -188,10 +189,15 @@ protected:
         return false;
     }
 
-    List<Mask*> m_masks;     ///< one reference each
-    List<Effect*> m_effects; ///< in attachment order, one reference each
-
+    List<Effect*> m_effects;    ///< in attachment order, one reference each
     Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
+    List<Mask*> m_masks;        ///< one reference each
+
+private:
+    Node* m_pSpace = nullptr;  ///< the node whose space this one stands in: the parent, but for SharedParent
+    Shape* m_pShape = nullptr; ///< made when one of the values is first given, animated or bound
+
+protected:
     Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
     Vector3Property m_pivot;    ///< "Pivot", node units, added before scaling and turning, (0, 0, 0)
     Vector3Property m_scale;    ///< "Scale", (1, 1, 1)
@@ -237,7 +243,7 @@ private:
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
     inline bool UpdateOpacity();
-    inline void PlaceOrigin();
+    inline Vector4T<RealFloat> GetOrigin() const;
     inline void CountTransform();
     inline void NoteForChildren();
     void Awaken() {
@@ -248,31 +254,24 @@ private:
     void Wake();
     inline bool CanRest() const;
     inline void MoveOrigin();
-    inline void AddParentOrigin();
+    inline void AddParentOrigin(Vector4T<RealFloat> const& origin);
     inline void MultiplyWithParent();
     inline bool UpdatePlain(Arguments const& arguments);
     static UpdateOverriders const& GetOwnOverriders(TransformNode const& node);
     unsigned int TakeRotationAndShape();
     void TakeOpacity();
     TREVIK_NOINLINE void TakeDrawState() const {
-        m_nDrawState = (m_visible.GetValue() ? Visible : 0u) | (m_depth.GetValue() ? CameraDepth : 0u);
+        m_nDrawState = static_cast<unsigned char>((m_visible.GetValue() ? Visible : 0u) |
+                                                  (m_depth.GetValue() ? CameraDepth : 0u));
         if (!m_visible.GetBinding() && !m_depth.GetBinding()) {
             m_nMarks &= ~unsigned(DrawMark);
         }
     }
     void UpdateEffects(Arguments const& arguments);
     void CalculateAnyTransform();
-    void MakeLocalMatrix(unsigned int nChanges);
-
-    /** The property values besides the position that m_localMatrix was made from. */
-    struct TakenValues {
-        Vector3T<RealFloat> m_rotation;
-        Vector3T<RealFloat> m_pivot;
-        Vector3T<RealFloat> m_scale;
-        Vector3T<RealFloat> m_stretch;
-    };
-    TakenValues m_taken;
-    Matrix4T<RealFloat> m_rotationMatrix; ///< of m_taken.m_rotation
+    void TakeShape(unsigned int nChanges);
+    bool NeedsShape() const;
+    RealFloat const* GetLocalColumns() const;
 };
 
 } // namespace trevik::kelvo

@@ -1,5 +1,6 @@
 #include "Table.h"
 #include "kelvo_test/TestNodes.h"
+#include "trevik/Allocation.h"
 
 #include <gtest/gtest.h>
 
@@ -198,6 +199,36 @@ std::string PickAndDraw(std::string const& sInput) {
         text << "  " << call << "\n";
     }
     return text.str();
+}
+
+TEST(Transform, WithoutMemoryANodeIsTurnedAsSoonAsThereIsSome) {
+    TestDevice device;
+    Ref<TestSprite> const pParent(new TestSprite);
+    Ref<TestSprite> const pNode(new TestSprite);
+    pParent->Attach(pNode.Get());
+    pParent->Update(device, 0);
+    Matrix const before = pNode->GetWorldMatrix();
+    pNode->GetScaleProperty().SetValue(Vector3(2, 3, 4));
+    pNode->GetPositionProperty().SetValue(Vector3(5, 0, 0));
+    Allocation::FailAfter(0);
+    pParent->Update(device, 0);
+    pParent->Update(device, 1);
+    Allocation::FailNever();
+    EXPECT_EQ(pNode->GetWorldMatrix(), before * Matrix4Translation(Vector3(5, 0, 0)));
+    Ref<Node> const pCopy(pNode->Clone());
+    pParent->Update(device, 2);
+    EXPECT_EQ(pNode->GetWorldMatrix().m[0], 2);
+    EXPECT_EQ(pNode->GetWorldMatrix().m[12], 5);
+    EXPECT_EQ(pNode->GetLocalMatrix(), pNode->GetWorldMatrix());
+
+    Allocation::FailAfter(0);
+    Ref<TestSprite> const pShapeless(new TestSprite(*pNode));
+    Allocation::FailNever();
+    for (Ref<Node> const& pAny : {pCopy, Ref<Node>(pShapeless.Get())}) {
+        pParent->Attach(pAny.Get());
+        pParent->Update(device, 3);
+        EXPECT_EQ(pAny->GetWorldMatrix(), pNode->GetWorldMatrix());
+    }
 }
 
 TEST(Transform, TableOfWhatIsHitAndDrawn) {

@@ -7,3 +7,6 @@
  * and the aligned kinds, and with them of operator new.
  */
 std::size_t AllocationCount();
+
+/** The bytes that all of them together have asked for. */
+std::size_t AllocatedBytes();
