@@ -33,6 +33,20 @@ struct TransformNode::Shape {
 // What updating a node does in most frames, for the sources that do it: a timeline's walk has it compiled
 // into its loop. The rest is in TransformUpdate.cpp.
 
+/** Has the memory fetched that updating a node will read, as far as it is in the node. */
+inline void TransformNode::FetchForUpdating(Node const* pNode) {
+    char const* const pBytes = reinterpret_cast<char const*>(pNode);
+#pragma GCC diagnostic push
+#pragma GCC diagnostic ignored "-Winvalid-offsetof" // as in FetchForDrawing
+    constexpr std::size_t Last = offsetof(TransformNode, m_masks);
+    __builtin_prefetch(pBytes);
+    __builtin_prefetch(pBytes + CacheLine);
+    __builtin_prefetch(pBytes + Last - 2 * CacheLine);
+    __builtin_prefetch(pBytes + Last - CacheLine);
+    __builtin_prefetch(pBytes + Last);
+#pragma GCC diagnostic pop
+}
+
 /** Takes the position over and clears its mark; returns the changes. */
 inline unsigned int TransformNode::TakePosition() {
     if (!m_position.GetBinding()) {

@@ -118,7 +118,7 @@ protected:
     /** Current value of "CameraDepth". */
     bool HasCameraDepth() const { return (GetDrawState() & CameraDepth) != 0; }
 
-    /** Renders the children, in order. While one is drawn, what drawing the next one reads is on its way. */
+    /** Renders the children, in order. While one is drawn, what drawing the next ones reads is on its way. */
     void RenderChildren(GraphicsDevice& device);
 
 private:
@@ -239,6 +239,7 @@ private:
     }
     // Inline only where they are used, which is where they are defined.
     static inline void FetchForDrawing(Node const* pNode);
+    static inline void FetchForUpdating(Node const* pNode);
     inline unsigned int TakePosition();
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
