@@ -123,12 +123,13 @@ void SetUpLens(JsonCursor const& lens, Camera& camera) {
 
 /** Where corners of masks lie in a node. */
 struct MaskSpace {
-    std::optional<RealFloat> top; ///< where y points down: the node's height
-    Vector3T<RealFloat> scale;    ///< that they are stretched by, with the node
+    bool fYDown;
+    RealFloat top;             ///< where y points down: the node's height
+    Vector3T<RealFloat> scale; ///< that they are stretched by, with the node
 
     Vector3T<RealFloat> Place(Vector3T<RealFloat> const& corner) const {
         RealFloat const y = corner.y / scale.y;
-        return Vector3T<RealFloat>(corner.x / scale.x, top ? *top - y : y, corner.z);
+        return Vector3T<RealFloat>(corner.x / scale.x, fYDown ? top - y : y, corner.z);
     }
 };
 
@@ -161,7 +162,7 @@ Ref<Mask> ReadClip(JsonCursor const& place, MaskSpace const& space) {
     RealFloat const right = left + sides[2] / space.scale.x;
     RealFloat const height = sides[3] / space.scale.y;
     RealFloat const lower = sides[1] / space.scale.y;
-    RealFloat const bottom = space.top ? *space.top - lower - height : lower;
+    RealFloat const bottom = space.fYDown ? space.top - lower - height : lower;
     RealFloat const upper = bottom + height;
     Vector3T<RealFloat> const corners[] = {{left, bottom, 0}, {right, bottom, 0}, {left, upper, 0},
                                            {left, upper, 0},  {right, bottom, 0}, {right, upper, 0}};
@@ -499,7 +500,7 @@ void SceneNodes::ReadLens(JsonCursor const& place, Camera& camera) const {
 
 void SceneNodes::ReadMasks(JsonCursor const& place, Node& node, Vector3T<RealFloat> const& scale,
                            bool fYDown) const {
-    MaskSpace const space{fYDown ? std::optional<RealFloat>(GetHeight(node)) : std::nullopt, scale};
+    MaskSpace const space{fYDown, fYDown ? GetHeight(node) : 0, scale};
     auto const add = [&](JsonCursor const& item, Ref<Mask> const& pMask) {
         node.AddMask(pMask.Get());
         RequireMemory(item, pMask->GetReferenceCount() > 1);
