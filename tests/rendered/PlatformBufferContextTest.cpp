@@ -5,6 +5,8 @@
 #include "kelvo_test/Threads.h"
 
 #include <GLES3/gl3.h>
+#include <dlfcn.h>
+#include <pthread.h>
 
 #include <algorithm>
 #include <vector>
@@ -13,6 +15,8 @@ namespace kelvokit::test {
 namespace {
 
 constexpr int ManyTimes = 5; // after a few the layer stays in the context
+
+constexpr Pixel White = {255, 255, 255, 255};
 
 /** Another colour for each write. */
 Pixel Colour(int n) {
@@ -25,16 +29,39 @@ Pixel Gradient(int x, int y, int n) {
 
 class PlatformBufferContext : public PlatformBuffer {
 protected:
-    static constexpr GLuint MaxNames = 100;
-
+    /** The lowest names, and those around the layer's. */
+    template <class Use>
+    static void ForNames(Use const& use) {
+        for (GLuint const first : {1u, 0x40000F00u}) {
+            for (GLuint name = first; name < first + 0x200; ++name) {
+                use(name);
+            }
+        }
+    }
     static std::vector<GLuint> Names() {
         std::vector<GLuint> names;
-        for (GLuint name = 1; name < MaxNames; ++name) {
+        ForNames([&](GLuint name) {
             if (glIsTexture(name)) {
                 names.push_back(name);
             }
-        }
+        });
         return names;
+    }
+    /** Gives `name` a white texture, whether GL gave that name or not. */
+    static void MakeWhite(GLuint name) {
+        std::vector<std::uint8_t> const white(std::size_t(4) * Width * Height, 255);
+        glBindTexture(GL_TEXTURE_2D, name);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
+        glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
+        glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, Width, Height, 0, GL_RGBA, GL_UNSIGNED_BYTE, white.data());
+    }
+    EGLContext NewContext(EGLContext share) const {
+        EGLint const version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+        return eglCreateContext(m_display, Config(), share, version);
+    }
+    void MakeCurrent(EGLContext context) const {
+        EXPECT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, context));
     }
 
     void FillManyTimes(GraphicBuffer& buffer, GLuint texture) {
@@ -149,25 +176,17 @@ TEST_F(PlatformBufferContext, TexturesOfNamesThatTheProgramDeletedAndUsesAnewAre
     FillManyTimes(*pBuffer, texture);
     for (bool const fAnew : {false, true}) {
         SCOPED_TRACE(fAnew);
-        for (GLuint name = 1; name < MaxNames; ++name) {
-            if (name != texture) {
-                glDeleteTextures(1, &name);
-            }
-        }
-        std::vector<std::uint8_t> const white(std::size_t(4) * Width * Height, 255);
-        for (GLuint name = 1; fAnew && name < MaxNames; ++name) {
-            if (name != texture) {
-                glBindTexture(GL_TEXTURE_2D, name);
-                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_MIN_FILTER, GL_NEAREST);
-                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_S, GL_CLAMP_TO_EDGE);
-                glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
-                glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, Width, Height, 0, GL_RGBA, GL_UNSIGNED_BYTE,
-                             white.data());
+        std::vector<GLuint> names = Names();
+        names.erase(std::remove(names.begin(), names.end(), texture), names.end());
+        glDeleteTextures(GLsizei(names.size()), names.data());
+        for (GLuint const name : names) {
+            if (fAnew) {
+                MakeWhite(name);
             }
         }
         FillManyTimes(*pBuffer, texture);
-        for (GLuint name = 1; fAnew && name < MaxNames; ++name) {
-            EXPECT_TRUE(name == texture || Shows(name, {255, 255, 255, 255})) << name;
+        for (GLuint const name : names) {
+            EXPECT_TRUE(!fAnew || Shows(name, White)) << name;
         }
     }
 }
@@ -245,6 +264,119 @@ TEST_F(PlatformBufferContext, NothingStaysBehindInItWhenImagesGo) {
         glDeleteTextures(1, &texture);
         EXPECT_EQ(Names(), before) << test.format << ", " << test.fOtherThread;
     }
+}
+
+TEST_F(PlatformBufferContext, NamesThatTheProgramChoosesAreItsOwn) {
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    EGLImageKHR const image = MakeImage(pBuffer);
+    GLuint const texture = MakeTexture(image);
+    FillManyTimes(*pBuffer, texture);
+    constexpr GLuint Chosen = 60;
+    for (GLuint name = texture + 1; name < Chosen; ++name) {
+        MakeWhite(name);
+    }
+    Fill(*pBuffer, Colour(1));
+    EXPECT_TRUE(Shows(texture, Colour(1)));
+    EXPECT_TRUE(eglDestroyImage(m_display, image));
+    for (GLuint name = texture + 1; name < Chosen; ++name) {
+        EXPECT_TRUE(glIsTexture(name) && Shows(name, White)) << name;
+    }
+}
+
+TEST_F(PlatformBufferContext, ATextureThatIsOnlyBoundStays) {
+    EGLContext const first = eglGetCurrentContext();
+    EGLContext const second = NewContext(first);
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    sp<GraphicBuffer> const pLate = MakeBuffer();
+    sp<GraphicBuffer> const pGone = MakeBuffer();
+    GLuint const texture = MakeTexture(MakeImage(pBuffer));
+    GLuint const late = MakeTexture(MakeImage(pLate));
+    EGLImageKHR const gone = MakeImage(pGone);
+    FillManyTimes(*pBuffer, texture);
+    for (int n = 0; n < ManyTimes; ++n) {
+        Fill(*pGone, Red);
+    }
+    std::size_t const nNames = Names().size();
+    GLuint own = 0;
+    glGenTextures(1, &own);
+    MakeWhite(own);
+    MakeCurrent(second);
+    glDeleteTextures(1, &own);
+    MakeCurrent(first);
+    for (int n = 0; n < ManyTimes; ++n) {
+        Fill(*pBuffer, Colour(n));
+        Fill(*pLate, Colour(n + 1)); // of which the layer has nothing in the context yet
+    }
+    EXPECT_TRUE(eglDestroyImage(m_display, gone));
+    EXPECT_FALSE(glIsTexture(own));
+    glDrawArrays(GL_TRIANGLE_STRIP, 0, 4);
+    EXPECT_TRUE(Shows(0, White));
+    EXPECT_TRUE(Shows(texture, Colour(ManyTimes - 1)));
+    EXPECT_TRUE(Shows(late, Colour(ManyTimes)));
+    EXPECT_EQ(Names().size(), nNames - (IsStayedIn() ? 1 : 0)) << "of the image that is gone";
+    EXPECT_TRUE(eglDestroyContext(m_display, second));
+}
+
+TEST_F(PlatformBufferContext, ContextsThatTheDriverSwitchedToGetNothingOfOthers) {
+    void* const pLibrary = dlopen("libEGL.so.1", RTLD_NOW);
+    auto const makeCurrent = reinterpret_cast<decltype(&eglMakeCurrent)>(dlsym(pLibrary, "eglMakeCurrent"));
+    ASSERT_TRUE(makeCurrent && makeCurrent != &eglMakeCurrent);
+    EGLContext const contexts[] = {eglGetCurrentContext(), NewContext(EGL_NO_CONTEXT)};
+    sp<GraphicBuffer> const buffers[] = {MakeBuffer(), MakeBuffer()};
+    EGLImageKHR const images[] = {MakeImage(buffers[0]), MakeImage(buffers[1])};
+    GLuint textures[2] = {};
+    std::size_t nNames[2] = {};
+    for (int n = 0; n < 2; ++n) {
+        MakeCurrent(contexts[n]);
+        m_fProgram = false;
+        textures[n] = MakeTexture(images[n]);
+        FillManyTimes(*buffers[n], textures[n]);
+        Fill(*buffers[n], Green);
+        nNames[n] = Names().size();
+    }
+    MakeCurrent(contexts[0]);
+    ASSERT_TRUE(makeCurrent(m_display, m_surface, m_surface, contexts[1]));
+    eglInitialize(EGL_NO_DISPLAY, nullptr, nullptr); // leaves an error
+    for (int n = 0; n < ManyTimes; ++n) {
+        Fill(*buffers[0], Red);
+    }
+    EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
+    EXPECT_TRUE(Shows(textures[1], Green)) << "the other image";
+    EXPECT_TRUE(eglDestroyImage(m_display, images[0]));
+    EXPECT_EQ(Names().size(), nNames[1]);
+    MakeCurrent(contexts[0]);
+    glUseProgram(1);
+    EXPECT_TRUE(Shows(textures[0], Red));
+    EXPECT_EQ(Names().size(), nNames[0] - (IsStayedIn() ? 1 : 0)) << "of the image that is gone";
+    dlclose(pLibrary);
+}
+
+TEST_F(PlatformBufferContext, AThreadMayReleaseItWhenItEnds) {
+    EGLContext const context = NewContext(EGL_NO_CONTEXT);
+    static EGLDisplay s_display; // for the destructor of what the thread keeps, its last one
+    s_display = m_display;
+    static bool s_fReleased;
+    s_fReleased = false;
+    pthread_key_t key;
+    ASSERT_EQ(pthread_key_create(&key,
+                                 [](void*) {
+                                     s_fReleased = eglMakeCurrent(s_display, EGL_NO_SURFACE, EGL_NO_SURFACE,
+                                                                  EGL_NO_CONTEXT) &&
+                                                   eglReleaseThread();
+                                 }),
+              0);
+    ASSERT_TRUE(eglMakeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    EXPECT_NE(MakeImage(pBuffer), EGL_NO_IMAGE);
+    RunOnThreads(1, [&](int) {
+        pthread_setspecific(key, &key);
+        MakeCurrent(context);
+        for (int n = 0; n < ManyTimes; ++n) {
+            Fill(*pBuffer, Colour(n));
+        }
+    });
+    EXPECT_TRUE(s_fReleased);
+    EXPECT_EQ(pthread_key_delete(key), 0);
 }
 
 } // namespace

@@ -12,13 +12,32 @@ namespace {
 constexpr GLfloat MinLod = -531.375F;
 constexpr GLfloat MaxLod = 7219.625F;
 
-/** The context's texture until this ends is `texture`; Is tells whether there is a context at all. */
+// Aliases have names far above those that GL gives and that programs choose, each of them once before the
+// range is used up, so that no texture of another image or of another context is taken for one. They go
+// downward, since drivers may give the names above the highest from then on.
+constexpr GLuint HighestName = 0x40000FFF;
+constexpr GLuint LowestName = 0x20000000;
+
+/** A name that the context has no texture of. The layer's work is held. */
+GLuint NextName() {
+    static GLuint s_nLast = HighestName + 1;
+    do {
+        s_nLast = s_nLast > LowestName ? s_nLast - 1 : HighestName;
+    } while (Gl().glIsTexture(s_nLast));
+    return s_nLast;
+}
+
+GLuint BoundName() {
+    GLint nBound = 0;
+    Gl().glGetIntegerv(GL_TEXTURE_BINDING_2D, &nBound);
+    return static_cast<GLuint>(nBound);
+}
+
+/** The context's texture until this ends is `texture`, where there is one of that name. */
 class BoundTexture {
 public:
-    explicit BoundTexture(GLuint texture) {
-        Gl().glGetIntegerv(GL_TEXTURE_BINDING_2D, &m_nSaved);
-        // Only names that are there: to bind one that is not makes a texture of it.
-        m_fBound = m_nSaved >= 0 && Gl().glIsTexture(texture);
+    // Only names that are there: to bind one that is not makes a texture of it.
+    explicit BoundTexture(GLuint texture) : m_saved(BoundName()), m_fBound(Gl().glIsTexture(texture)) {
         if (m_fBound) {
             Gl().glBindTexture(GL_TEXTURE_2D, texture);
         }
@@ -26,7 +45,7 @@ public:
     BoundTexture(BoundTexture const&) = delete;
     ~BoundTexture() {
         if (m_fBound) {
-            Gl().glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(m_nSaved));
+            Gl().glBindTexture(GL_TEXTURE_2D, m_saved);
         }
     }
 
@@ -42,8 +61,8 @@ public:
     }
 
 private:
-    GLint m_nSaved = -1; // what it stays without a context
-    bool m_fBound = false;
+    GLuint m_saved;
+    bool m_fBound;
 };
 
 bool HasSize(GLsizei width, GLsizei height) {
@@ -56,20 +75,23 @@ bool HasSize(GLsizei width, GLsizei height) {
 
 } // namespace
 
+bool CanUseAliases() {
+    GLuint const bound = BoundName();
+    return bound == 0 || Gl().glIsTexture(bound);
+}
+
 GLuint CreateAlias(EGLImage image, GLsizei width, GLsizei height) {
     if (!IsEs31() || !Gl().glEGLImageTargetTexture2DOES) {
         return 0;
     }
-    GLint nBound = 0;
-    Gl().glGetIntegerv(GL_TEXTURE_BINDING_2D, &nBound);
-    GLuint texture = 0;
-    Gl().glGenTextures(1, &texture);
+    GLuint const bound = BoundName();
+    GLuint const texture = NextName();
     Gl().glBindTexture(GL_TEXTURE_2D, texture);
     Gl().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, image);
     Gl().glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MIN_LOD, MinLod);
     Gl().glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_LOD, MaxLod);
     bool const fMade = HasSize(width, height);
-    Gl().glBindTexture(GL_TEXTURE_2D, static_cast<GLuint>(nBound));
+    Gl().glBindTexture(GL_TEXTURE_2D, bound);
     if (!fMade) {
         Gl().glDeleteTextures(1, &texture);
     }

@@ -12,6 +12,12 @@ namespace kelvokit::desktop {
 // the error flags included: these are never read, since that would take them away from the program.
 
 /**
+ * Whether the functions below may be called now: not while a texture is bound that a context which shares it
+ * has deleted. To bind another one in its place would be the end of it.
+ */
+bool CanUseAliases();
+
+/**
  * A new texture of `image`; 0 where the context cannot tell that it is one of `width` by `height` pixels
  * (before OpenGL ES 3.1), or it is not.
  */

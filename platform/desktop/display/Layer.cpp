@@ -111,18 +111,39 @@ EGLBoolean Layer::DestroyContext(EGLDisplay display, EGLContext context) {
 }
 
 EGLBoolean Layer::MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context) {
-    GetCurrentGroup() = {}; // after a failure too: a driver may have changed what is current
+    GetThreadContext() = {}; // after a failure too: a driver may have changed what is current
     EGLBoolean const fCurrent = Forward(Driver().eglMakeCurrent, display, draw, read, context);
     if (fCurrent) {
         std::lock_guard<std::mutex> const tables(m_tables);
-        GetCurrentGroup() = {display, m_contexts.Find(display, context)};
+        auto const pGroup = m_contexts.Find(display, context);
+        GetThreadContext() = {display, context, pGroup ? pGroup->nNumber : 0};
     }
     return fCurrent;
 }
 
 EGLBoolean Layer::ReleaseThread() {
-    GetCurrentGroup() = {};
+    GetThreadContext() = {};
     return Forward(Driver().eglReleaseThread);
+}
+
+/** The group of the thread's context; null where that is none of `display` in which the layer may work. */
+std::shared_ptr<ShareGroup> Layer::CurrentGroup(EGLDisplay display) const {
+    ThreadContext const& context = GetThreadContext();
+    if (context.display != display || context.nGroup == 0) {
+        return nullptr;
+    }
+    std::shared_ptr<ShareGroup> pGroup;
+    {
+        std::lock_guard<std::mutex> const tables(m_tables);
+        pGroup = m_contexts.Find(context.nGroup);
+    }
+    return pGroup && IsCurrent(context) ? pGroup : nullptr;
+}
+
+void Layer::CleanContext(EGLDisplay display) const {
+    if (auto const pGroup = CurrentGroup(display)) {
+        DeleteUnusedTextures(*pGroup);
+    }
 }
 
 // Graphic buffers and their images
@@ -163,7 +184,7 @@ android::status_t Layer::Unlock(ANativeWindowBuffer const& buffer) {
     }
     bool fUploaded = true;
     for (auto const& pDisplay : m_displays) {
-        fUploaded = pDisplay->Upload(buffer) && fUploaded;
+        fUploaded = pDisplay->Upload(buffer, CurrentGroup(pDisplay->Handle())) && fUploaded;
     }
     std::lock_guard<std::mutex> const guard(contents.mutex);
     contents.locked = false;
@@ -195,7 +216,7 @@ EGLImage Layer::CreateImage(EGLDisplay display, EGLContext context, EGLClientBuf
 bool Layer::DestroyImage(EGLDisplay display, EGLImage image, EGLBoolean& fDestroyed) {
     std::lock_guard<std::mutex> const work(m_work);
     LayerDisplay* const pDisplay = Find(display);
-    return pDisplay && pDisplay->DestroyImage(image, fDestroyed);
+    return pDisplay && pDisplay->DestroyImage(image, CurrentGroup(display), fDestroyed);
 }
 
 // Windows and their surfaces

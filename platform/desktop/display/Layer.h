@@ -61,6 +61,8 @@ public:
     EGLBoolean DestroyContext(EGLDisplay display, EGLContext context);
     EGLBoolean MakeCurrent(EGLDisplay display, EGLSurface draw, EGLSurface read, EGLContext context);
     EGLBoolean ReleaseThread();
+    /** While all is held still: deletes what the layer no longer needs in the thread's context. */
+    void CleanContext(EGLDisplay display) const;
 
     // Graphic buffers and their images
 
@@ -107,6 +109,7 @@ private:
     LayerDisplay* Find(EGLDisplay display) const;
 
     // With the work.
+    std::shared_ptr<ShareGroup> CurrentGroup(EGLDisplay display) const;
     LayerDisplay& Enter(EGLDisplay display);
     bool IsKnown(ANativeWindowBuffer const* buffer) const;
 

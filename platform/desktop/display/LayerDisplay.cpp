@@ -99,13 +99,13 @@ Outcome LayerDisplay::FillImage(Image& image) {
         return made;
     }
     if (image.image != EGL_NO_IMAGE) {
-        DestroyImage(image);
+        DestroyImage(image, nullptr);
     }
     return ran;
 }
 
-EGLBoolean LayerDisplay::DestroyImage(Image const& image) {
-    RemoveAlias(image);
+EGLBoolean LayerDisplay::DestroyImage(Image const& image, CurrentGroup const& pCurrent) {
+    RemoveAlias(image, pCurrent);
     EGLBoolean const fDestroyed = m_context.DestroyImage(image.image);
     // The driver keeps the memory for as long as textures of the program are made of it.
     KeptError const error;
@@ -114,7 +114,7 @@ EGLBoolean LayerDisplay::DestroyImage(Image const& image) {
     return fDestroyed;
 }
 
-bool LayerDisplay::DestroyImage(EGLImage image, EGLBoolean& fDestroyed) {
+bool LayerDisplay::DestroyImage(EGLImage image, CurrentGroup const& pCurrent, EGLBoolean& fDestroyed) {
     auto const entry = std::find_if(m_images.begin(), m_images.end(),
                                     [&](Image const& each) { return each.image == image; });
     if (entry == m_images.end()) {
@@ -123,14 +123,14 @@ bool LayerDisplay::DestroyImage(EGLImage image, EGLBoolean& fDestroyed) {
     Image const gone = *entry;
     m_images.erase(entry);
     UseDriverError();
-    fDestroyed = DestroyImage(gone);
+    fDestroyed = DestroyImage(gone, pCurrent);
     return true;
 }
 
-Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer) {
+Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer, CurrentGroup const& pCurrent) {
     Outcome uploaded = Outcome::Done();
     for (Image& image : m_images) {
-        if (image.buffer != &buffer || UploadHere(image)) {
+        if (image.buffer != &buffer || UploadHere(image, pCurrent)) {
             continue;
         }
         KeptError const error;
@@ -145,14 +145,12 @@ Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer) {
 }
 
 /** In the calling thread's own context; false, with nothing done, where that cannot be. */
-bool LayerDisplay::UploadHere(Image& image) {
-    CurrentGroup const& current = GetCurrentGroup();
-    std::shared_ptr<ShareGroup> const pGroup = current.display == m_handle ? current.pGroup.lock() : nullptr;
-    if (!pGroup) {
+bool LayerDisplay::UploadHere(Image& image, CurrentGroup const& pCurrent) {
+    if (!pCurrent || !CanUseAliases()) {
         return false;
     }
     std::shared_ptr<ShareGroup> const pAliasGroup = image.pAliasGroup.lock();
-    if (pAliasGroup ? pAliasGroup != pGroup : !MakeAlias(image, pGroup)) {
+    if (pAliasGroup ? pAliasGroup != pCurrent : !MakeAlias(image, pCurrent)) {
         return false;
     }
     if (!UploadToAlias(*image.buffer, image.alias)) {
@@ -162,9 +160,8 @@ bool LayerDisplay::UploadHere(Image& image) {
     return true;
 }
 
-/** Makes a texture of the image in the current context, which is of `pGroup`; false where there is to be
- * none. */
-bool LayerDisplay::MakeAlias(Image& image, std::shared_ptr<ShareGroup> const& pGroup) {
+/** Makes a texture of the image in the current context; false where there is to be none. */
+bool LayerDisplay::MakeAlias(Image& image, CurrentGroup const& pCurrent) {
     // What is written once or twice does not make up for what it takes to have an alias.
     constexpr int UploadsElsewhere = 2;
     if (image.nUploadsElsewhere < UploadsElsewhere) {
@@ -176,13 +173,13 @@ bool LayerDisplay::MakeAlias(Image& image, std::shared_ptr<ShareGroup> const& pG
         return false;
     }
     try { // room for what RemoveAlias enters
-        pGroup->unusedTextures.reserve(pGroup->unusedTextures.size() + m_images.size());
+        pCurrent->unusedTextures.reserve(pCurrent->unusedTextures.size() + m_images.size());
     } catch (std::bad_alloc const&) {
         return false;
     }
     image.alias = CreateAlias(image.image, image.buffer->width, image.buffer->height);
     if (image.alias != 0) {
-        image.pAliasGroup = pGroup;
+        image.pAliasGroup = pCurrent;
     }
     return image.alias != 0;
 }
@@ -196,13 +193,13 @@ bool LayerDisplay::CanUploadToAlias(android::PixelFormat format) {
     return tried == Tried::Good;
 }
 
-void LayerDisplay::RemoveAlias(Image const& image) {
+void LayerDisplay::RemoveAlias(Image const& image, CurrentGroup const& pCurrent) {
     std::shared_ptr<ShareGroup> const pGroup = image.pAliasGroup.lock();
     if (!pGroup) {
         return;
     }
     pGroup->unusedTextures.push_back(image.alias);
-    if (GetCurrentGroup().pGroup.lock() == pGroup) {
+    if (pCurrent == pGroup) {
         DeleteUnusedTextures(*pGroup);
     }
 }

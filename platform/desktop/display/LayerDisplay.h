@@ -63,17 +63,20 @@ public:
 
     // While the layer's work is held.
 
+    /** The group of the thread's context; null unless it is of this display and the layer may work there. */
+    using CurrentGroup = std::shared_ptr<ShareGroup>;
+
     LayerContext& Context() { return m_context; }
     bool HasImages() const { return !m_images.empty(); }
     /** Makes an image of `buffer`, which is one, and fills it. Throws std::bad_alloc. */
     Outcome CreateImage(ANativeWindowBuffer const& buffer, EGLImage& image);
     /** eglDestroyImage of an image of these; false for all others, which are the driver's business. */
-    bool DestroyImage(EGLImage image, EGLBoolean& fDestroyed);
+    bool DestroyImage(EGLImage image, CurrentGroup const& pCurrent, EGLBoolean& fDestroyed);
     /**
      * Brings the pixels of `buffer` into its images here: in the calling thread's own context where that is
      * known to do as well, otherwise in the layer's.
      */
-    Outcome Upload(ANativeWindowBuffer const& buffer);
+    Outcome Upload(ANativeWindowBuffer const& buffer, CurrentGroup const& pCurrent);
     /** The buffer is gone: its images stay as they are. */
     void ForgetBuffer(ANativeWindowBuffer const* buffer);
     /** The driver has terminated the display, and with it images and context. */
@@ -94,11 +97,11 @@ private:
     enum class Tried : unsigned char { Not, Good, Bad };
 
     Outcome FillImage(Image& image);
-    bool UploadHere(Image& image);
-    bool MakeAlias(Image& image, std::shared_ptr<ShareGroup> const& pGroup);
+    bool UploadHere(Image& image, CurrentGroup const& pCurrent);
+    bool MakeAlias(Image& image, CurrentGroup const& pCurrent);
     bool CanUploadToAlias(android::PixelFormat format);
-    static void RemoveAlias(Image const& image);
-    EGLBoolean DestroyImage(Image const& image);
+    static void RemoveAlias(Image const& image, CurrentGroup const& pCurrent);
+    EGLBoolean DestroyImage(Image const& image, CurrentGroup const& pCurrent);
 
     EGLDisplay m_handle;
     DisplayKind m_kind = DisplayKind::Foreign;

@@ -1,15 +1,19 @@
 #include "display/ProgramContexts.h"
 
 #include "buffers/ImageAlias.h"
-#include "egl/EglDriver.h"
+#include "egl/EglError.h"
 
 #include <EGL/eglext.h>
 
 #include <algorithm>
+#include <type_traits>
 
 namespace kelvokit::desktop {
 
 void DeleteUnusedTextures(ShareGroup& group) {
+    if (group.unusedTextures.empty() || !CanUseAliases()) {
+        return;
+    }
     for (GLuint const texture : group.unusedTextures) {
         DeleteAlias(texture);
     }
@@ -27,7 +31,7 @@ bool ProgramContexts::Takes(EGLint const* attributes) {
 
 void ProgramContexts::Add(EGLDisplay display, EGLContext context, EGLContext share) {
     if (share == EGL_NO_CONTEXT) {
-        m_contexts.push_back({display, context, std::make_shared<ShareGroup>()});
+        m_contexts.push_back({display, context, std::make_shared<ShareGroup>(ShareGroup{++m_nGroups, {}})});
     } else if (auto pGroup = Find(display, share)) {
         m_contexts.push_back({display, context, std::move(pGroup)});
     }
@@ -53,9 +57,22 @@ std::shared_ptr<ShareGroup> ProgramContexts::Find(EGLDisplay display, EGLContext
     return found != m_contexts.end() ? found->pGroup : nullptr;
 }
 
-CurrentGroup& GetCurrentGroup() {
-    thread_local CurrentGroup t_current;
-    return t_current;
+std::shared_ptr<ShareGroup> ProgramContexts::Find(std::uint64_t nGroup) const {
+    auto const found = std::find_if(m_contexts.begin(), m_contexts.end(),
+                                    [=](Entry const& each) { return each.pGroup->nNumber == nGroup; });
+    return found != m_contexts.end() ? found->pGroup : nullptr;
+}
+
+ThreadContext& GetThreadContext() {
+    static_assert(std::is_trivially_destructible_v<ThreadContext>);
+    thread_local ThreadContext t_context;
+    return t_context;
+}
+
+bool IsCurrent(ThreadContext const& context) {
+    KeptError const error;
+    return Driver().eglGetCurrentContext() == context.context &&
+           Driver().eglGetCurrentDisplay() == context.display;
 }
 
 } // namespace kelvokit::desktop

@@ -110,9 +110,7 @@ Outcome FinishDrawing(EGLDisplay display, WindowSurface const& target) {
     // A software driver draws only now, and must not meet an image of a buffer that changes meanwhile.
     bool fImages = false;
     auto const still = Layer::Get().HoldStill(&fImages);
-    if (auto const pGroup = GetCurrentGroup().pGroup.lock()) {
-        DeleteUnusedTextures(*pGroup);
-    }
+    Layer::Get().CleanContext(display);
     Outcome finished = Outcome::Done();
     if (target.window->capture) {
         EGLint nWidth = 0;
