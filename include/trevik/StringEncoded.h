@@ -194,7 +194,9 @@ public:
     bool Assign(Unit const* text, unsigned int length) {
         if (IsOwner() && length <= m_pStorage->nCapacity) {
             Unit* const data = m_pStorage->GetUnits();
-            std::memmove(data, text, length * sizeof(Unit));
+            if (length != 0) { // or the text may be null
+                std::memmove(data, text, length * sizeof(Unit));
+            }
             m_nLength = length;
             data[length] = Unit();
             return true;

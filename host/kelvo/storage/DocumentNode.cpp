@@ -113,7 +113,7 @@ bool DocumentNode::FindAttribute(unsigned int nID, unsigned char const*& pData,
 }
 
 bool DocumentNode::AddChild(Ref<DocumentNode> const& pChild) {
-    return InsertChild(m_children.GetCount(), pChild);
+    return InsertChild(GetChildCount(), pChild);
 }
 
 bool DocumentNode::InsertChild(unsigned int nChild, Ref<DocumentNode> const& pChild) {

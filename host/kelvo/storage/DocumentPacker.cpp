@@ -47,7 +47,6 @@ bool DocumentPacker::Pack(DocumentNode const& document, List<unsigned char>& byt
 
 /** Adds a node behind all below it, unless it has no children and is there already; says where it is. */
 bool DocumentPacker::AddNode(DocumentNode const& node, unsigned int nDepth, unsigned int& nNumber) {
-    constexpr unsigned int NodeHeaderLength = 16;
     if (nDepth > DocumentNode::MaximumDepth) {
         return false;
     }
@@ -59,7 +58,7 @@ bool DocumentPacker::AddNode(DocumentNode const& node, unsigned int nDepth, unsi
             return false;
         }
     }
-    m_nLength += NodeHeaderLength + node.m_attributes.GetCount();
+    m_nLength += PackedDocument::NodeCost + node.m_attributes.GetCount();
     unsigned int const nStart = m_nodes.GetBytes().GetCount();
     unsigned int nLeaf = 0;
     unsigned int nShape = 0;

@@ -212,8 +212,7 @@ char const* PackedDocument::Opener::ReadChildren(PackedNode& node) {
 
 /** Adds what a node takes unpacked, without its children. */
 char const* PackedDocument::Opener::AddLength(PackedNode const& node) {
-    constexpr unsigned int NodeHeaderLength = 16;
-    m_nUnpacked += NodeHeaderLength + m_document.m_shapes[node.m_nShape].m_nBlockLength;
+    m_nUnpacked += NodeCost + m_document.m_shapes[node.m_nShape].m_nBlockLength;
     return m_nUnpacked <= GetLargestLength(m_nLength) ? nullptr
                                                       : "unpacked it is too large for a file of its size";
 }
@@ -272,7 +271,11 @@ bool PackedDocument::Fill(DocumentNode& node, PackedNode const& packed) {
         std::memset(pEntry + EntryHeaderLength + nLength, 0, Padded(nLength) - nLength);
         pEntry += EntryHeaderLength + Padded(nLength);
     }
-    return packed.m_fLeaf || FillChildren(node, packed, bytes);
+    if (packed.m_fLeaf) {
+        node.m_pPacked.Reset(); // which a node that is used again may have: it is to keep nothing for nothing
+        return true;
+    }
+    return FillChildren(node, packed, bytes);
 }
 
 bool PackedDocument::FillChildren(DocumentNode& node, PackedNode const& packed, PackedBytes& bytes) {

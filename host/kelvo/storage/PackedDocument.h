@@ -51,9 +51,11 @@ public:
      */
     Ref<DocumentNode> GetNode(unsigned int nNode, Ref<DocumentNode>&& pSpare);
 
+    /** What a node is counted as, besides its attributes: about what it takes in memory. */
+    static constexpr unsigned int NodeCost = 256;
     /**
-     * The most that a document may take unpacked, as DocumentNode::Write counts it, when its packed form
-     * takes `nLength` bytes: a small file must not fill the memory.
+     * The most that a document may take unpacked when its packed form takes `nLength` bytes: a small file
+     * must not fill the memory.
      */
     static unsigned long long GetLargestLength(unsigned long nLength) {
         return 64ull * nLength + (16ull << 20);

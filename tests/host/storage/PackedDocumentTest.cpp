@@ -182,21 +182,30 @@ TEST(PackedDocument, NodesAreMadeWhenTheyAreAskedForAndMayThenBeChanged) {
     EXPECT_EQ(second.GetChild(1)->GetTagID(), 5u);
     EXPECT_EQ(pRead->FindChild(0xffffffffu), pRead->GetChild(4));
     EXPECT_EQ(pRead->FindChild(77), nullptr);
+    Ref<DocumentNode> const pOther = Read(Pack(*MakeSample()));
+    EXPECT_TRUE(pOther->GetChild(0)->AddChild(MakeNode(3, 4)));
+    EXPECT_EQ(pOther->GetChild(0)->GetChild(3)->GetTagID(), 3u) << "behind those that were packed";
 }
 
 TEST(PackedDocument, ASpareNodeBecomesTheNextUnlessSomebodyHoldsIt) {
-    Ref<DocumentNode> const pRead = Read(Pack(*MakeNode(
-        0, 0, {},
-        {MakeNode(1, 1, {},
-                  {MakeNode(2, 2, {BytesOf(1, 2)}, {MakeNode(3, 3)}), MakeNode(4, 4, {BytesOf(3)})})})));
-    Ref<DocumentNode> const pParent = pRead->ReadChild(0);
-    Ref<DocumentNode> pFirst = pParent->ReadChild(0);
-    EXPECT_NE(pParent->ReadChild(1, Ref<DocumentNode>(pFirst)), pFirst);
-    EXPECT_EQ(pFirst->GetTagID(), 2u);
-    DocumentNode const* const pSame = pFirst.Get();
-    Ref<DocumentNode> const pNext = pParent->ReadChild(1, std::move(pFirst));
-    EXPECT_EQ(pNext.Get(), pSame);
-    EXPECT_EQ(Flatten(*pNext), Flatten(*MakeNode(4, 4, {BytesOf(3)})));
+    long long const nLive = Allocation::GetLiveCount();
+    Ref<DocumentNode> pHeld;
+    {
+        Ref<DocumentNode> const pRead = Read(Pack(*MakeNode(
+            0, 0, {},
+            {MakeNode(1, 1, {},
+                      {MakeNode(2, 2, {BytesOf(1, 2)}, {MakeNode(3, 3)}), MakeNode(4, 4, {BytesOf(3)})})})));
+        Ref<DocumentNode> const pParent = pRead->ReadChild(0);
+        Ref<DocumentNode> pFirst = pParent->ReadChild(0);
+        EXPECT_NE(pParent->ReadChild(1, Ref<DocumentNode>(pFirst)), pFirst);
+        EXPECT_EQ(pFirst->GetTagID(), 2u);
+        DocumentNode const* const pSame = pFirst.Get();
+        Ref<DocumentNode> const pNext = pParent->ReadChild(1, std::move(pFirst));
+        EXPECT_EQ(pNext.Get(), pSame);
+        EXPECT_EQ(Flatten(*pNext), Flatten(*MakeNode(4, 4, {BytesOf(3)})));
+        pHeld = pNext;
+    }
+    EXPECT_LE(Allocation::GetLiveCount() - nLive, 2) << "of the document only the node itself stays";
 }
 
 TEST(PackedDocument, WhatControllersReadStaysTheirs) {
@@ -306,6 +315,13 @@ TEST(PackedDocument, SmallFilesDoNotFillTheMemory) {
     Bytes const written = Pack(*pLarge);
     EXPECT_EQ(written[8], 2);
     EXPECT_TRUE(Flatten(*Read(written)) == Flatten(*pLarge));
+    // As is one with a leaf at very many places, each of which takes a byte and becomes a node.
+    Ref<DocumentNode> const pLeaf = MakeNode(1, 2);
+    Ref<DocumentNode> const pWide = MakeNode(0, 0);
+    for (unsigned int n = 0; n < 200000; ++n) {
+        ASSERT_TRUE(pWide->AddChild(pLeaf));
+    }
+    EXPECT_EQ(Pack(*pWide)[8], 2);
 }
 
 TEST(PackedDocument, WithoutMemoryThereIsNone) {

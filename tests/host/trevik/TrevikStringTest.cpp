@@ -108,7 +108,7 @@ TEST_F(TrevikString, BecomesOtherTextsInStorageOfItsOwn) {
     EXPECT_TRUE(text.Assign(u"shorter\0 one", 12) && text.GetLength() == 12 && text[12] == 0);
     EXPECT_TRUE(text.Assign(pData + 2, 5));
     EXPECT_EQ(text, u"orter");
-    EXPECT_TRUE(text.Assign(u"", 0));
+    EXPECT_TRUE(text.Assign(nullptr, 0));
     EXPECT_EQ(text, u"");
     EXPECT_TRUE(text.Assign(u"a text of its own", 17) && text.Append(u"", 0));
     EXPECT_EQ(text.GetData(), pData);
