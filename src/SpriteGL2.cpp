@@ -126,7 +126,10 @@ inline Vector2T<RealFloat> const* SpriteGL2::FindTextureCoords(CoordsStorage& st
 
 /** Stores what GetTextureCoords writes, or zeros where it writes nothing. */
 TREVIK_NOINLINE Vector2T<RealFloat> const* SpriteGL2::CopyTextureCoords(CoordsStorage& storage) {
-    auto* const pCoords = new (storage.m_bytes) Vector2T<RealFloat>[4];
+    auto* const pCoords = reinterpret_cast<Vector2T<RealFloat>*>(storage.m_bytes);
+    for (int i = 0; i < 4; ++i) {
+        new (pCoords + i) Vector2T<RealFloat>;
+    }
     GetTextureCoords(pCoords);
     return pCoords;
 }

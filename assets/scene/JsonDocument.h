@@ -50,8 +50,8 @@ public:
 
     Value* begin() const { return m_pItems; }
     Value* end() const { return m_pItems + m_nCount; }
-    std::size_t size() const { return m_nCount; }
-    bool empty() const { return m_nCount == 0; }
+    std::size_t size() const { return m_nCount; } // NOLINT(readability-identifier-naming): as lists have it
+    bool empty() const { return m_nCount == 0; }  // NOLINT(readability-identifier-naming)
     Value& operator[](std::size_t nIndex) const { return m_pItems[nIndex]; }
 
 private:

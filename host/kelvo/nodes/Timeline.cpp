@@ -10,7 +10,7 @@ namespace trevik::kelvo {
 Timeline::Timeline() : m_depthTest(-1) {
     m_fUpdatesSubtree = true;
     m_fFlattensSubtree = true;
-    TakeOverriders();
+    GetOwnOverriders(*this);
 }
 
 Timeline::Timeline(Timeline const& other)
@@ -29,6 +29,7 @@ Timeline::Timeline(Timeline const& other)
 }
 
 Timeline::~Timeline() {
+    m_fFlattensSubtree = false; // there is no list any more in which children could be woken
     TakeCamera(nullptr);
 }
 

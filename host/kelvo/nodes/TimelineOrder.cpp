@@ -57,13 +57,17 @@ void Timeline::UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealF
         WakeChildren(0, m_treeNodes.GetCount());
     }
     unsigned int nEntry = 0;
+    bool fWoken = false;
     while (true) {
-        // A property may have got a controller, and tells nobody which one it is.
-        if (__builtin_expect(m_nGeneration != BasePropertyGeneration::Get(), 0)) {
+        // A property may have got a controller, and tells nobody which one it is. All are woken once; where
+        // that goes on, all that follow are updated, and woken by the next update.
+        bool const fStale = m_nGeneration != BasePropertyGeneration::Get();
+        if (__builtin_expect(fStale && !fWoken, 0)) {
+            fWoken = true;
             m_nGeneration = BasePropertyGeneration::Get();
             WakeAll();
         }
-        nEntry = FindAwake(nEntry);
+        nEntry = __builtin_expect(fStale, 0) ? nEntry : FindAwake(nEntry);
         if (nEntry >= m_treeNodes.GetCount()) {
             return;
         }
@@ -138,6 +142,7 @@ Timeline::Overriders const& Timeline::GetOwnOverriders(Timeline const& timeline)
 }
 
 void Timeline::TakeOverriders() {
+    m_fOverridersTaken = true;
     m_fOwnUpdateTree = Overriders(*this).m_nUpdateTree != GetOwnOverriders(*this).m_nUpdateTree;
     m_fPlainUpdate = HasPlainUpdate(*this);
 }
@@ -145,7 +150,7 @@ void Timeline::TakeOverriders() {
 /** Whether the node's matrix and opacity come about as those of a timeline or of a plain node do. */
 bool Timeline::HasPlainUpdate(Node const& node) {
     TransformNode const* const pTransform = node.m_pTransformNode;
-    if (pTransform != &node) {
+    if (pTransform != &node || (node.m_fFlattensSubtree && !node.m_fUpdatesSubtree)) {
         return false;
     }
     return UpdateOverriders(node) == (node.m_fFlattensSubtree

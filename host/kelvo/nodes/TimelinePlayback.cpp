@@ -79,6 +79,9 @@ void Timeline::UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bo
         BuildUpdateTree();
     }
     if (!m_fSubtreeChanged) {
+        if (__builtin_expect(!m_fOverridersTaken, 0)) {
+            TakeOverriders(); // not before: until its constructor has ended an object has not got its class
+        }
         if (fForce || m_fOwnUpdateTree || UpdateObserver::Get()) {
             UpdateTree(m_tree, device, frame, delta, fForce);
         } else if (!m_treeNodes.IsEmpty()) {

@@ -50,8 +50,8 @@ inline void WriteRotation(Vector3T<RealFloat> const& degrees, RealFloat (&m)[12]
 /** Whether a property has this value and nothing that gives it another one. */
 bool Stays(Vector3Property const& property, Vector3T<RealFloat> const& value) {
     // By bits, as in Take. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-    return property.GetControllerCount() == 0 && !property.GetBinding() &&
-           std::memcmp(&property.GetValue(), &value, sizeof(value)) == 0;
+    bool const fSame = std::memcmp(&property.GetValue(), &value, sizeof(value)) == 0;
+    return fSame && property.GetControllerCount() == 0 && !property.GetBinding();
 }
 
 /** Within 0 to 1; 0 for NaN. */

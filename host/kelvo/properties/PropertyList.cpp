@@ -55,20 +55,20 @@ bool PropertyList::Register(PropertyDescriptor const& descriptor, Property* pPro
 
 /** Takes on the shape with this property; the interned descriptor, or null without memory. */
 PropertyDescriptor const* PropertyList::Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset) {
-    PropertyShape& shape = m_pShape ? *m_pShape : PropertyShape::GetEmpty();
+    PropertyShape* pShape = m_pShape ? m_pShape : &PropertyShape::GetEmpty();
     if (!m_fOwnShape) {
-        if (PropertyShape* const pShape = shape.Extend(descriptor, nOffset)) {
-            m_pShape = pShape;
-            return pShape->GetLatest();
+        if (PropertyShape* const pShared = pShape->Extend(descriptor, nOffset)) {
+            m_pShape = pShared;
+            return pShared->GetLatest();
         }
-        PropertyShape* const pCopy = shape.Copy();
-        if (!pCopy) {
+        pShape = pShape->Copy();
+        if (!pShape) {
             return nullptr;
         }
-        m_pShape = pCopy;
+        m_pShape = pShape;
         m_fOwnShape = true;
     }
-    return m_pShape->Enter(descriptor, nOffset);
+    return pShape->Enter(descriptor, nOffset);
 }
 
 Property* PropertyList::GetProperty(PropertySlot const& slot) const {

@@ -14,6 +14,11 @@ namespace {
 constexpr unsigned int MaximumSharedCount = 64;
 /** So many classes may have a property in another place each after having the same ones before. */
 constexpr unsigned int MaximumPlaces = 8;
+/** A list in which properties are replaced more often has a shape of its own. */
+constexpr unsigned int MaximumReplaced = 8;
+/** All shared shapes, which stay for good: more than the classes of an application have. */
+constexpr unsigned int MaximumShapes = 8192;
+unsigned int g_nShapes = 0; // counted under the mutex
 
 /**
  * An interned descriptor. Once it can be found it never changes or goes, so that finding it takes no lock.
@@ -94,8 +99,15 @@ PropertyShape* PropertyShape::Extend(PropertyDescriptor const& descriptor, std::
     if (nElsewhere >= MaximumPlaces || m_slots.GetCount() >= MaximumSharedCount) {
         return nullptr;
     }
+    unsigned int const nReplaced = m_nReplaced + (Find(descriptor.m_nID) ? 1 : 0);
+    if (nReplaced > MaximumReplaced) {
+        return nullptr;
+    }
     PropertyDescriptor const* const pDescriptor = Intern(descriptor);
     ScopedLock lock(GetMutex());
+    if (g_nShapes == MaximumShapes) {
+        return nullptr;
+    }
     if (PropertyShape* const pShape = FindDerived(descriptor, nOffset, nElsewhere)) {
         return pShape; // made by another thread meanwhile
     }
@@ -105,6 +117,8 @@ PropertyShape* PropertyShape::Extend(PropertyDescriptor const& descriptor, std::
         !pShape->SetSlot(slot)) {
         return nullptr;
     }
+    ++g_nShapes;
+    pShape->m_nReplaced = nReplaced;
     pShape->m_latest = slot;
     pShape->m_pNext = m_pFirstDerived.load(std::memory_order_relaxed);
     m_pFirstDerived.store(pShape.get(), std::memory_order_release);

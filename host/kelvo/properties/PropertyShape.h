@@ -59,6 +59,7 @@ private:
     PropertySlot m_latest{};
     std::atomic<PropertyShape*> m_pFirstDerived{nullptr}; ///< shapes with one registration more
     PropertyShape* m_pNext = nullptr;                     ///< derived from the same one
+    unsigned int m_nReplaced = 0; ///< registrations under an id that there was already, up to this one
 };
 
 } // namespace trevik::kelvo

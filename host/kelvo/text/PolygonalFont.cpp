@@ -79,8 +79,7 @@ bool LoadMesh(Deserializer& deserializer, unsigned int nChild, List<GlyphMesh*>&
 
 bool LoadMeshes(Deserializer& deserializer, List<GlyphMesh*>& meshes) {
     for (unsigned int nChild = 0; nChild < deserializer.GetChildCount(); ++nChild) {
-        if (deserializer.GetChildTagID(nChild) == MeshID &&
-            !LoadMesh(deserializer, nChild, meshes)) {
+        if (deserializer.GetChildTagID(nChild) == MeshID && !LoadMesh(deserializer, nChild, meshes)) {
             return false;
         }
     }

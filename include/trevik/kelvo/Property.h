@@ -121,7 +121,8 @@ public:
     /**
      * From now on the property sets `nMark` in `marks` whenever its value has been or may be written. Both
      * are members of one object, at most 128 KB apart; a copy of the property sets no marks. The marks above
-     * 16 bits are for nodes: where AsleepMark is set, the marks are those of a TransformNode.
+     * 16 bits are for nodes: where of AsleepMask AsleepMark alone is set, the marks are those of a
+     * TransformNode.
      */
     void SetMarks(PropertyMarks& marks, unsigned short nMark) {
         // A pointer would be kept for each property, 8 bytes more in each; the distance fits into what is
@@ -138,6 +139,8 @@ public:
      * there wakes it.
      */
     static constexpr PropertyMarks AsleepMark = 0x80000000u;
+    /** Of these marks it is then the only one, so that a word with all bits set is none of a node's. */
+    static constexpr PropertyMarks AsleepMask = 0xc0000000u;
 
 protected:
     /** Stands for the id of a torn copy: ids of names have 31 bits. */
@@ -150,7 +153,7 @@ protected:
     void Mark() {
         if (m_nMark != 0) {
             PropertyMarks& marks = GetMarks();
-            if (__builtin_expect((marks & AsleepMark) != 0, 0)) {
+            if (__builtin_expect((marks & AsleepMask) == AsleepMark, 0)) {
                 Wake(marks, m_nMark);
             } else {
                 marks |= m_nMark;

@@ -208,8 +208,9 @@ private:
     List<TreeNode<Node*>*> m_tree; ///< m_treeNodes, in order
     /** The entries of m_treeNodes that are to be updated, a bit each; the bits of other nodes are asleep. */
     List<AwakeWord> m_awake;
-    unsigned int m_nGeneration = 0; ///< BasePropertyGeneration when all were woken for it last
-    bool m_fOwnUpdateTree = true;   ///< the class overrides UpdateTree, as far as is known
+    unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when all were woken for it last
+    bool m_fOwnUpdateTree = true;    ///< the class overrides UpdateTree, as far as is known
+    bool m_fOverridersTaken = false; ///< it is known
 };
 
 } // namespace trevik::kelvo

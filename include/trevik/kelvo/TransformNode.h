@@ -171,7 +171,6 @@ private:
 protected:
     RealFloat m_rEffectiveOpacity = RealFloat(1); ///< own opacity times the parent's, as of the last update
 
-protected:
     /**
      * Calls a function with one entry of a list after the other until it returns true; returns whether it
      * did. The function may change the list: entries that it appends get their call too, and an entry that is

@@ -389,6 +389,42 @@ TEST(Still, NobodySleepsWhileAllAreAskedFor) {
     EXPECT_EQ(scene[Scene::Bottom].GetWorldMatrix(), shown);
 }
 
+TEST(Still, ATimelineWithAListAndAWalkOfItsOwnIsAskedForBoth) {
+    class Own : public TestTimeline {
+    public:
+        void BuildUpdateTree() override { m_fSubtreeChanged = false; }
+        void UpdateTree(List<TreeNode<Node*>*>& /*tree*/, GraphicsDevice& device, RealFloat const& frame,
+                        RealFloat const& delta, bool fForce) override {
+            GetChild(0)->Update(device, frame, delta, fForce);
+        }
+    };
+    TestDevice device;
+    Ref<Own> const pTimeline(new Own);
+    Ref<PlainNode> const pNode = Make<PlainNode>("node");
+    pTimeline->Attach(pNode.Get());
+    for (RealFloat const x : {5, 6}) {
+        pNode->GetPositionProperty().SetValue(Vector3(x, 0, 0));
+        pTimeline->Update(device, 0);
+        EXPECT_EQ(pNode->GetWorldMatrix().m[12], x);
+    }
+}
+
+TEST(Still, ATimelineThatIsUpdatedWithTheTreeHasItsOwnTime) {
+    class Flat : public TestTimeline {
+    public:
+        Flat() { m_fUpdatesSubtree = false; }
+    };
+    TestDevice device;
+    Ref<TestTimeline> const pTimeline = Make<TestTimeline>("timeline");
+    Ref<Flat> const pFlat(new Flat);
+    pTimeline->Attach(pFlat.Get());
+    pFlat->Play();
+    for (int nUpdate = 0; nUpdate < 3; ++nUpdate) {
+        pTimeline->Update(device, 0, pFlat->GetFrameDelay(), false);
+    }
+    EXPECT_EQ(pFlat->GetFrame(), 3);
+}
+
 TEST(Still, ATimelineWithAWalkOfItsOwnIsAskedForIt) {
     class Counting : public TestTimeline {
     public:

@@ -43,6 +43,13 @@ TEST(PropertyList, ALaterPropertyReplacesTheOneOfItsId) {
     ASSERT_EQ(list.GetCount(), 1u);
     EXPECT_EQ(list.GetEntry(0).m_pProperty, &number);
     EXPECT_EQ(list.GetEntry(0).m_pDescriptor->m_type, PropertyType::Int);
+    long long nLive = 0;
+    for (int n = 0; n < 100; ++n) {
+        EXPECT_TRUE(n % 2 == 0 ? list.Register(u"Opacity", &real) : list.Register(u"Opacity", &number));
+        nLive = n == 50 ? Allocation::GetLiveCount() : nLive;
+    }
+    EXPECT_EQ(Allocation::GetLiveCount(), nLive) << "however often";
+    EXPECT_EQ(list.GetEntry(0).m_pProperty, &number);
 }
 
 TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {

@@ -64,6 +64,20 @@ protected:
     Ref<DocumentNode> const m_pNothing{new DocumentNode(0, 0)};
 };
 
+TEST_F(PropertyTest, MarksMayBelongToAnyObject) {
+    struct Object {
+        PropertyMarks m_nMarks;
+        RealProperty m_property;
+    };
+    for (PropertyMarks const nMarks : {~0u, 0u, 0xffffu}) {
+        Object object;
+        object.m_nMarks = nMarks;
+        object.m_property.SetMarks(object.m_nMarks, 4);
+        object.m_property.SetValue(1);
+        EXPECT_EQ(object.m_nMarks, nMarks | 4);
+    }
+}
+
 TEST_F(PropertyTest, ABindingStandsInForTheValueAndTheEvent) {
     m_property.SetValue(3); // the same value is heard of, too
     EXPECT_EQ(m_heard, Values{3});
