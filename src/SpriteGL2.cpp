@@ -27,7 +27,10 @@ constexpr RealFloat TextureInset = 0.0001f;
 SpriteGL2::SpriteGL2() = default;
 
 SpriteGL2::SpriteGL2(SpriteGL2 const& other)
-    : Sprite(other), m_textureCoords(other.m_textureCoords), m_vertices(other.m_vertices) {}
+    : Sprite(other), m_vertices(other.m_vertices), m_textureCoords(other.m_textureCoords) {
+    m_properties.NoteShortage(m_vertices.GetCount() != other.m_vertices.GetCount() ||
+                              m_textureCoords.GetCount() != other.m_textureCoords.GetCount());
+}
 
 SpriteGL2::~SpriteGL2() = default;
 
@@ -38,9 +41,22 @@ bool SpriteGL2::Load(Deserializer& deserializer) {
     SizeT<int> const size = m_size.GetValue();
     RealFloat const rWidth = static_cast<RealFloat>(size.width);
     RealFloat const rHeight = static_cast<RealFloat>(size.height);
+    List<Vector3T<RealFloat>> vertices;
+    List<Vector2T<RealFloat>> textureCoords;
+    if (!vertices.Reserve(4) || !textureCoords.Reserve(4)) {
+        return false;
+    }
     // Made here alone, whatever becomes of the size: intended (sprite-corners-by-load).
-    m_vertices.Set({0, 0, 0}, {0, rHeight, 0}, {rWidth, 0, 0}, {rWidth, rHeight, 0});
-    m_textureCoords.Set({TextureInset, 1}, {TextureInset, TextureInset}, {1, 1}, {1, TextureInset});
+    vertices.Append(Vector3T<RealFloat>(0, 0, 0));
+    vertices.Append(Vector3T<RealFloat>(0, rHeight, 0));
+    vertices.Append(Vector3T<RealFloat>(rWidth, 0, 0));
+    vertices.Append(Vector3T<RealFloat>(rWidth, rHeight, 0));
+    textureCoords.Append(Vector2T<RealFloat>(TextureInset, 1));
+    textureCoords.Append(Vector2T<RealFloat>(TextureInset, TextureInset));
+    textureCoords.Append(Vector2T<RealFloat>(1, 1));
+    textureCoords.Append(Vector2T<RealFloat>(1, TextureInset));
+    m_vertices.Swap(vertices);
+    m_textureCoords.Swap(textureCoords);
     return true;
 }
 
@@ -55,7 +71,10 @@ void SpriteGL2::SetTexture(Texture* pTexture) {
     RealFloat const rV = static_cast<RealFloat>(m_pTexture->GetHeight()) /
                          static_cast<RealFloat>(m_pTexture->GetAllocatedHeight());
     // Zero edges are exact here and inset in Load: intended (zero-edges-inset).
-    m_textureCoords.Set({0, rV}, {0, 0}, {rU, rV}, {rU, 0});
+    m_textureCoords[0] = Vector2T<RealFloat>(0, rV);
+    m_textureCoords[1] = Vector2T<RealFloat>(0, 0);
+    m_textureCoords[2] = Vector2T<RealFloat>(rU, rV);
+    m_textureCoords[3] = Vector2T<RealFloat>(rU, 0);
 }
 
 TextureGL2* SpriteGL2::GetTextureGL2() const {
@@ -92,6 +111,9 @@ TREVIK_NOINLINE void SpriteGL2::DrawProfiled(GraphicsDeviceGL2& device) {
 }
 
 inline void SpriteGL2::Draw(GraphicsDeviceGL2& device) {
+    // Loads into the cache what GL will read, while the matrices are multiplied.
+    __builtin_prefetch(m_vertices.GetData());
+    __builtin_prefetch(m_textureCoords.GetData());
     device.GraphicsDeviceGL2::SetCameraDepth(HasCameraDepth());
     device.LoadModelView(m_worldMatrix);
     device.PushMasks(m_masks);

@@ -1,7 +1,7 @@
 #pragma once
 
-#include "Corners.h"
 #include "Export.h"
+#include "trevik/List.h"
 #include "trevik/Matrix.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/Sprite.h"
@@ -22,13 +22,13 @@ public:
     TREVIK_NODE_REFLECTION(SpriteGL2, Sprite, "Sprite", VisitDrawable)
 
     SpriteGL2();
-    /** Copies the host sprite and both vertex streams. */
+    /** Copies the host sprite and both vertex streams; without memory its property list is not whole. */
     SpriteGL2(SpriteGL2 const& other);
     ~SpriteGL2() override;
 
     /**
      * Loads the host sprite, then builds corners from its size and texture coordinates with a tiny inset.
-     * False, with the geometry unchanged, when the host sprite cannot be loaded.
+     * False, with the geometry unchanged, when the host sprite cannot be loaded or there is no memory.
      */
     bool Load(Deserializer& deserializer) override;
     /**
@@ -51,7 +51,7 @@ public:
     virtual void InternalRenderNonBlended(GraphicsDeviceGL2& device);
 
     /** Corner positions in node space; four after Load. */
-    Corners<Vector3T<RealFloat>>& GetVertices() { return m_vertices; }
+    List<Vector3T<RealFloat>>& GetVertices() { return m_vertices; }
     /**
      * Writes the four texture coordinates to draw with, rows swapped for promoted textures, into `pOut`;
      * nothing before there are four (after Load).
@@ -92,9 +92,8 @@ protected:
     /** Sets mWorldToView to model-view × projection. */
     static inline void SetTransformParameter(GraphicsDeviceGL2& device, ShaderProgramGL2& program);
 
-    // In one cache line with style and texture, and in the next one.
-    Corners<Vector2T<RealFloat>> m_textureCoords; ///< of the corners
-    Corners<Vector3T<RealFloat>> m_vertices;      ///< the corners, node space
+    List<Vector3T<RealFloat>> m_vertices;      ///< the corners, node space
+    List<Vector2T<RealFloat>> m_textureCoords; ///< of the corners
 
 private:
     struct CoordsStorage;

@@ -88,7 +88,9 @@ bool TextImageBackground::UpdateSpriteProperty() {
     }
     RealFloat const width = static_cast<RealFloat>(pTexture->GetWidth());
     RealFloat const height = static_cast<RealFloat>(pTexture->GetHeight());
-    RebuildCorners(width, height);
+    if (!RebuildCorners(width, height)) {
+        return false;
+    }
     if (m_nConnected < WatchedProperties) {
         ConnectPropertyEvent();
         m_fDirty = true; // properties that are not connected change without notice
@@ -104,10 +106,17 @@ bool TextImageBackground::UpdateSpriteProperty() {
     return true;
 }
 
-void TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
-    // On the left the width upwards, too: intended (background-left-edge).
-    static_cast<SpriteGL2*>(m_pSprite)->GetVertices().Set({0, 0, 0}, {0, width, 0}, {width, 0, 0},
-                                                          {width, height, 0});
+bool TextImageBackground::RebuildCorners(RealFloat width, RealFloat height) {
+    List<Vector>& vertices = static_cast<SpriteGL2*>(m_pSprite)->GetVertices();
+    vertices.Clear();
+    if (!vertices.Reserve(4)) {
+        return false;
+    }
+    vertices.Append(Vector(0, 0, 0));
+    vertices.Append(Vector(0, width, 0)); // the width upwards, too: intended (background-left-edge)
+    vertices.Append(Vector(width, 0, 0));
+    vertices.Append(Vector(width, height, 0));
+    return true;
 }
 
 void TextImageBackground::FitSprite(RealFloat width, RealFloat height) {

@@ -42,7 +42,10 @@ public:
     void ConnectPropertyEvent();
     /** The sprite to be fitted and drawn from now on, a SpriteGL2 or null; another one is fitted anew. */
     void SetSprite(Sprite* pSprite);
-    /** Brings the sprite up to the text. False, when there is nothing to draw: no sprite or no texture. */
+    /**
+     * Brings the sprite up to the text. False, when there is nothing to draw: no sprite, no texture or no
+     * memory.
+     */
     bool UpdateSpriteProperty();
     /** Fits the sprite, updates it in the space that the text stands in, and draws it. */
     void InternalRenderSprite(GraphicsDevice& device);
@@ -53,7 +56,7 @@ private:
     bool ConnectNext();
     template <class T>
     bool Connect(BaseProperty<T>& property, void (TextImageBackground::*pfnChanged)(T const&));
-    void RebuildCorners(RealFloat width, RealFloat height);
+    bool RebuildCorners(RealFloat width, RealFloat height);
     void FitSprite(RealFloat width, RealFloat height);
     void CopyProperties();
     void SetSpriteSize(int nWidth, int nHeight);
