@@ -53,7 +53,7 @@ void AddGlyphs(Font& font, Ref<Texture> const& pTexture, unsigned int nFirst, un
 
 Ref<BitmapFontGL2> MakeFont() {
     std::mt19937 random(12345);
-    Ref<BitmapFontGL2> const pFont(new BitmapFontGL2);
+    Ref<BitmapFontGL2> pFont(new BitmapFontGL2);
     Ref<Texture> const pTexture = Texture::CreateTexture(256, 256, TextureFormat::Alpha8, nullptr, 0);
     AddGlyphs(*pFont, pTexture, ' ', 95, random);
     AddGlyphs(*pFont, pTexture, Chinese.m_nFirst, Chinese.m_nCount, random);

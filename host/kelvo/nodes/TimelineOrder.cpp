@@ -59,15 +59,17 @@ void Timeline::UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealF
     unsigned int nEntry = 0;
     bool fWoken = false;
     while (true) {
-        // A property may have got a controller, and tells nobody which one it is. All are woken once; where
-        // that goes on, all that follow are updated, and woken by the next update.
-        bool const fStale = m_nGeneration != BasePropertyGeneration::Get();
-        if (__builtin_expect(fStale && !fWoken, 0)) {
+        // A property may have got a controller, and tells nobody which one it is.
+        if (__builtin_expect(m_nGeneration != BasePropertyGeneration::Get(), 0)) {
+            if (fWoken) {
+                UpdateFrom(nEntry, arguments);
+                return;
+            }
             fWoken = true;
             m_nGeneration = BasePropertyGeneration::Get();
             WakeAll();
         }
-        nEntry = __builtin_expect(fStale, 0) ? nEntry : FindAwake(nEntry);
+        nEntry = FindAwake(nEntry);
         if (nEntry >= m_treeNodes.GetCount()) {
             return;
         }
@@ -80,6 +82,20 @@ void Timeline::UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealF
             nEntry = ResumeAfter(pNode);
         }
         ++nEntry;
+    }
+}
+
+/**
+ * Updates all entries from `nEntry` on, whether awake or not: for updates in which controllers go on coming.
+ * To wake all for each of them would take as many steps as there are nodes, each time.
+ */
+TREVIK_NOINLINE void Timeline::UpdateFrom(unsigned int nEntry, TransformNode::Arguments const& arguments) {
+    for (; nEntry < m_treeNodes.GetCount(); ++nEntry) {
+        Node const* const pNode = m_treeNodes[nEntry].m_value;
+        UpdateEntry(nEntry, arguments);
+        if (m_fSubtreeChanged) {
+            nEntry = ResumeAfter(pNode);
+        }
     }
 }
 

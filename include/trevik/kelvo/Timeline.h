@@ -167,6 +167,7 @@ private:
     void UpdateChildren(GraphicsDevice& device, RealFloat const& delta, bool fForce);
     void UpdateAwake(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta);
     inline unsigned int FindAwake(unsigned int nEntry) const;
+    void UpdateFrom(unsigned int nEntry, TransformNode::Arguments const& arguments);
     inline void UpdateEntry(unsigned int nEntry, TransformNode::Arguments const& arguments);
     void WakeAll();
     void WakeChildren(unsigned int nEntry, unsigned int nEnd);
