@@ -148,7 +148,6 @@ inline void TransformNode::FetchForDrawing(Node const* pNode) {
     }
     __builtin_prefetch(pBytes + StateEnd); // nodes begin anywhere in a line
     __builtin_prefetch(pBytes + DrawnSpriteOffset);
-    __builtin_prefetch(pBytes + DrawnSpriteOffset + CacheLine);
 }
 
 void TransformNode::RenderChildren(GraphicsDevice& device) {
