@@ -10,6 +10,7 @@
 #include <array>
 #include <cstring>
 #include <string>
+#include <vector>
 
 namespace kelvokit::test {
 
@@ -18,6 +19,26 @@ using android::sp;
 
 inline constexpr EGLenum NativeBufferAndroid = 0x3140;
 inline constexpr std::uint32_t Usage = GRALLOC_USAGE_HW_TEXTURE | GRALLOC_USAGE_SW_WRITE_OFTEN;
+
+/** A pixel as a buffer's format has it, and the colour that a texture of it shows. */
+struct FormatCase {
+    int format;
+    std::vector<std::uint8_t> bytes; // 16-bit words with the lower byte first
+    Pixel colour;
+};
+
+inline std::vector<FormatCase> FormatCases() {
+    return {
+        {android::PIXEL_FORMAT_RGBA_8888, {10, 60, 200, 130}, {10, 60, 200, 130}},
+        {android::PIXEL_FORMAT_RGBX_8888, {10, 60, 200, 130}, {10, 60, 200, 255}},
+        {android::PIXEL_FORMAT_RGB_888, {10, 60, 200}, {10, 60, 200, 255}},
+        {android::PIXEL_FORMAT_RGB_565, {0x1F, 0x04}, {0, 130, 255, 255}},
+        {android::PIXEL_FORMAT_BGRA_8888, {200, 60, 10, 130}, {10, 60, 200, 130}},
+        {android::PIXEL_FORMAT_RGBA_5551, {0x3E, 0xF8}, {255, 0, 255, 0}},
+        {android::PIXEL_FORMAT_RGBA_4444, {0x3C, 0xF0}, {255, 0, 51, 204}},
+        {android::PIXEL_FORMAT_A_8, {130}, {0, 0, 0, 130}},
+    };
+}
 
 /** A program that draws with textures made of graphic buffers. */
 class PlatformBuffer : public EglProgram {

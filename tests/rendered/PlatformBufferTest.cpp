@@ -45,21 +45,7 @@ TEST_F(PlatformBuffer, IsLockedOnceAtATimeAndOnlyWithMemory) {
 }
 
 TEST_F(PlatformBuffer, EachFormatBeginsAsZerosAndIsSampledInItsColours) {
-    struct Case {
-        int format;
-        std::vector<std::uint8_t> bytes; // 16-bit words with the lower byte first
-        Pixel colour;
-    } const cases[] = {
-        {android::PIXEL_FORMAT_RGBA_8888, {10, 60, 200, 130}, {10, 60, 200, 130}},
-        {android::PIXEL_FORMAT_RGBX_8888, {10, 60, 200, 130}, {10, 60, 200, 255}},
-        {android::PIXEL_FORMAT_RGB_888, {10, 60, 200}, {10, 60, 200, 255}},
-        {android::PIXEL_FORMAT_RGB_565, {0x1F, 0x04}, {0, 130, 255, 255}},
-        {android::PIXEL_FORMAT_BGRA_8888, {200, 60, 10, 130}, {10, 60, 200, 130}},
-        {android::PIXEL_FORMAT_RGBA_5551, {0x3E, 0xF8}, {255, 0, 255, 0}},
-        {android::PIXEL_FORMAT_RGBA_4444, {0x3C, 0xF0}, {255, 0, 51, 204}},
-        {android::PIXEL_FORMAT_A_8, {130}, {0, 0, 0, 130}},
-    };
-    for (Case const& test : cases) {
+    for (FormatCase const& test : FormatCases()) {
         SCOPED_TRACE(test.format);
         EXPECT_EQ(android::bytesPerPixel(test.format), test.bytes.size());
         sp<GraphicBuffer> const pBuffer = MakeBuffer(Width, Height, test.format);
