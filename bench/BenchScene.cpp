@@ -92,6 +92,7 @@ bool Backend::Initialize(void* pWindow, int nWidth, int nHeight) {
     m_pDevice = CreateDevice();
     if (m_pDevice == nullptr ||
         !m_pDevice->Initialize(pWindow, DeviceFormat::RGBA8888, SizeT<int>(nWidth, nHeight))) {
+        std::fprintf(stderr, "the device cannot be initialised\n");
         return false;
     }
     m_pDevice->SetViewport(0, 0, nWidth, nHeight);

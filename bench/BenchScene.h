@@ -52,7 +52,10 @@ struct SceneOptions {
 /** A back end brought up on a window, and the classes it registered. */
 class Backend {
 public:
-    /** `pWindow` as GraphicsDevice::Initialize takes it; null is enough for a driver that draws nothing. */
+    /**
+     * False, said on standard error, without a device. `pWindow` is as GraphicsDevice::Initialize takes it;
+     * null is enough for a driver that draws nothing.
+     */
     bool Initialize(void* pWindow, int nWidth, int nHeight);
     ~Backend();
 

@@ -138,7 +138,6 @@ void MeasureCase(char const* pName, Drawn draw, Plain plain) {
 int main() {
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
     GraphicsDevice& device = backend.GetDevice();

@@ -113,7 +113,6 @@ int main(int argc, char** argv) {
     unsigned int const nFrames = static_cast<unsigned int>(std::atoi(argv[3]));
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
     bench::BenchScene scene(backend, options);

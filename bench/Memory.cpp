@@ -119,7 +119,6 @@ void WeighProperty(char const* pKind) {
 int main() {
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
     std::printf("%-36s %10s %10s\n", "kind", "object", "all in");

@@ -68,7 +68,6 @@ void MeasureCase(bench::Backend& backend, Case const& measured) {
 int main() {
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
     std::printf("%-28s %8s %12s %8s %12s %8s\n", "scene", "nodes", "update ns", "p95", "render ns", "p95");

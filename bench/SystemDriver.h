@@ -28,7 +28,6 @@ public:
         m_pWindow = trevik::Ref<Window>(new Window(nWidth, nHeight));
         if (!m_backend.Initialize(static_cast<trevik::kelvo::WindowT<ANativeWindow>*>(m_pWindow.Get()),
                                   nWidth, nHeight)) {
-            std::fprintf(stderr, "the device cannot be initialised\n");
             return false;
         }
         std::printf("driver: %s, %s\n", reinterpret_cast<char const*>(glGetString(GL_VENDOR)),

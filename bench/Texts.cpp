@@ -119,7 +119,6 @@ bool MeasureText(bench::Backend& backend, Font& font, char const* pName, Script 
 int main() {
     bench::Backend backend;
     if (!backend.Initialize(nullptr, 640, 360)) {
-        std::fprintf(stderr, "the device cannot be initialised\n");
         return 1;
     }
     Ref<BitmapFontGL2> const pFont = MakeFont();
