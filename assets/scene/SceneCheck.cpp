@@ -57,6 +57,12 @@ std::string GetWrittenClass(SceneStep const& step) {
     return className ? className->ReadText() : step.role == SceneRole::Camera ? "Camera" : "Timeline";
 }
 
+std::string DescribeLine(JsonCursor const& place, SceneStep const& warned) {
+    std::string const& file = place.GetFileName();
+    return "line " + std::to_string(place.GetValue().GetLine()) +
+           (file == warned.place.GetFileName() ? "" : " of " + file);
+}
+
 bool IsEffect(Effect const& effect, char const* pClassName) {
     return effect.IsKindOf(HashName(pClassName));
 }

@@ -27,6 +27,9 @@ private:
 /** The class of a node as the file writes it. */
 std::string GetWrittenClass(SceneStep const& step);
 
+/** "line 12", or "line 12 of widgets.json" where that is another file than the one that is warned of. */
+std::string DescribeLine(JsonCursor const& place, SceneStep const& warned);
+
 /** Whether an effect is of a class that scene files give this name. */
 bool IsEffect(Effect const& effect, char const* pClassName);
 

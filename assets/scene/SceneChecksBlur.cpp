@@ -30,9 +30,12 @@ Frames Overlap(Frames const& one, Frames const& other) {
     return {std::max(one.nFirst, other.nFirst), std::min(one.nLast, other.nLast)};
 }
 
+/** Between two frames a value may be on its way: whether the ones beside count, too. */
+enum class Beside { Left, Taken };
+
 /** Between which frames a property may have a value that `fits`. */
 template <class T, class Fits>
-Frames FindFrames(BaseProperty<T> const& property, Fits fits) {
+Frames FindFrames(BaseProperty<T> const& property, Beside beside, Fits fits) {
     SampleController<T> const* const pSamples = GetSamples(property);
     Frames frames;
     if (!pSamples) {
@@ -49,18 +52,21 @@ Frames FindFrames(BaseProperty<T> const& property, Fits fits) {
     if (nFirst == nEnd) {
         return {1, 0};
     }
-    // The end values hold before and behind. Between two frames a value may be on its way.
+    // The end values hold before and behind.
     int const nStart = pSamples->GetStartFrame();
-    frames.nFirst = nFirst == 0 ? frames.nFirst : nStart + static_cast<int>(nFirst) - 1;
-    frames.nLast = nEnd == pSamples->GetSampleCount() ? frames.nLast : nStart + static_cast<int>(nEnd);
+    int const nBeside = beside == Beside::Taken ? 1 : 0;
+    frames.nFirst = nFirst == 0 ? frames.nFirst : nStart + static_cast<int>(nFirst) - nBeside;
+    frames.nLast =
+        nEnd == pSamples->GetSampleCount() ? frames.nLast : nStart + static_cast<int>(nEnd) - 1 + nBeside;
     return frames;
 }
 
-Frames FindVisibleFrames(Node& node) {
+Frames FindVisibleFrames(Node& node, Beside beside) {
     TransformNode* const pNode = node.GetTransformNode();
-    return pNode ? Overlap(
-                       FindFrames(pNode->GetVisibleProperty(), [](bool fVisible) { return fVisible; }),
-                       FindFrames(pNode->GetOpacityProperty(), [](RealFloat opacity) { return opacity > 0; }))
+    return pNode ? Overlap(FindFrames(pNode->GetVisibleProperty(), beside,
+                                      [](bool fVisible) { return fVisible; }),
+                           FindFrames(pNode->GetOpacityProperty(), beside,
+                                      [](RealFloat opacity) { return opacity > 0; }))
                  : Frames();
 }
 
@@ -97,18 +103,14 @@ public:
         if (step.role == SceneRole::Camera) {
             return;
         }
-        Above const above = m_steps.empty() ? Above() : m_steps.back();
-        m_steps.push_back({above.fVisible && IsAlwaysVisible(step.node),
-                           Overlap(above.frames, FindVisibleFrames(step.node)), above.fGroup, std::nullopt});
+        m_steps.push_back(Look(step));
         if (m_steps.back().frames.IsEmpty()) {
             return;
         }
         if (step.node.IsKindOf(Timeline::ClassID)) {
             EnterTimeline(step);
         } else if (DrawsSomething(step.node)) {
-            if (m_sDrawn.empty() && m_steps.back().fVisible && IsAlwaysDrawn(step.node)) {
-                m_sDrawn = "line " + std::to_string(step.place.GetValue().GetLine());
-            }
+            NoteDrawn(step);
             NoteMode(step);
         }
     }
@@ -131,11 +133,56 @@ public:
 
 private:
     struct Above {
+        bool fScene = true;   ///< it moves in the scene's frames, not in those of another timeline
         bool fVisible = true; ///< in all frames
         Frames frames;        ///< in which it may be seen
+        Frames seen;          ///< in which it is seen, as far as the scene's frames say so
+        bool fSure = true;    ///< these say all about it
         bool fGroup = false;  ///< it, or a timeline above, fades as a group
         std::optional<Frames> blurred;
     };
+    /** What has been drawn, and when; a node of the scene that is always there has all frames. */
+    struct Drawn {
+        JsonCursor place;
+        bool fAlways;
+        Frames frames;
+    };
+
+    Above Look(SceneStep const& step) const {
+        Above const above = m_steps.empty() ? Above() : m_steps.back();
+        SceneStep const* const pAbove = step.pAbove;
+        bool const fOwnFrames =
+            pAbove && pAbove->role != SceneRole::Root && pAbove->node.IsKindOf(Timeline::ClassID);
+        Above here = above;
+        here.blurred.reset();
+        here.fScene = above.fScene && !fOwnFrames && step.role != SceneRole::Background;
+        here.frames = Overlap(above.frames, FindVisibleFrames(step.node, Beside::Taken));
+        here.fVisible = above.fVisible && IsAlwaysVisible(step.node);
+        here.fSure = above.fSure && (here.fScene || IsAlwaysVisible(step.node));
+        if (here.fScene) {
+            here.seen = Overlap(above.seen, FindVisibleFrames(step.node, Beside::Left));
+        }
+        return here;
+    }
+
+    void NoteDrawn(SceneStep const& step) {
+        Above const& here = m_steps.back();
+        bool const fHidesAll = !m_drawn.empty() && m_drawn.back().fAlways;
+        if (!fHidesAll && here.fSure && !here.seen.IsEmpty() && IsAlwaysDrawn(step.node)) {
+            m_drawn.push_back({step.place, here.fVisible, here.seen});
+        }
+    }
+
+    /** What has been drawn while the timeline blurs, of which only the clear colour remains; or null. */
+    Drawn const* FindCovered(BaseProperty<RealFloat> const& amount) const {
+        Above const& here = m_steps.back();
+        Frames const blurred =
+            Overlap(here.seen, FindFrames(amount, Beside::Left, [](RealFloat value) { return value > 0; }));
+        auto const found = std::find_if(m_drawn.begin(), m_drawn.end(), [&](Drawn const& drawn) {
+            return drawn.fAlways || (here.fScene && !Overlap(drawn.frames, blurred).IsEmpty());
+        });
+        return found == m_drawn.end() ? nullptr : &*found;
+    }
 
     /** An animated mode counts as plain, as it may be when the layer is drawn. */
     void NoteMode(SceneStep const& step) {
@@ -172,7 +219,8 @@ private:
             return;
         }
         Frames const frames =
-            Overlap(m_steps.back().frames, FindFrames(*pAmount, [](RealFloat amount) { return amount > 0; }));
+            Overlap(m_steps.back().frames,
+                    FindFrames(*pAmount, Beside::Taken, [](RealFloat amount) { return amount > 0; }));
         if (std::any_of(m_steps.begin(), m_steps.end(), [&frames](Above const& above) {
                 return above.blurred && !Overlap(*above.blurred, frames).IsEmpty();
             })) {
@@ -181,17 +229,17 @@ private:
         } else if (m_steps.back().fGroup) {
             Warn(step, key, WarningId::BlurInGroup,
                  "the blur goes to the surface, past the group that it is in, and does not fade with it");
-        } else if (!m_sDrawn.empty()) {
+        } else if (Drawn const* const pCovered = FindCovered(*pAmount)) {
             Warn(step, key, WarningId::BlurCoversOthers,
-                 "the blur covers all that has been drawn before it, such as the node on " + m_sDrawn +
-                     "; put that into the blurred timeline");
+                 "the blur covers all that has been drawn before it, such as the node on " +
+                     DescribeLine(pCovered->place, step) + "; put that into the blurred timeline");
         }
         m_steps.back().blurred = frames;
     }
 
     std::vector<Above> m_steps;
-    std::string m_sDrawn;     ///< where what is always drawn first stands; empty for nothing so far
-    bool m_fLastPlain = true; ///< what has been drawn last is in the mode "normal"
+    std::vector<Drawn> m_drawn; ///< up to the first one that is always there
+    bool m_fLastPlain = true;   ///< what has been drawn last is in the mode "normal"
     bool m_fDepthTest = false;
 };
 

@@ -44,6 +44,12 @@ std::string Join(std::vector<std::string> const& parts) {
     return text;
 }
 
+/** "a Text", "an AlphaTestGroup". */
+std::string DescribeClass(SceneStep const& step) {
+    std::string const name = GetWrittenClass(step);
+    return (name[0] == 'A' ? "an " : "a ") + name;
+}
+
 /** Masks, effects and blend modes, and cameras and sprites that nothing is seen of. */
 class DrawingCheck : public SceneCheck {
 public:
@@ -91,7 +97,7 @@ private:
         bool const fTimeline = node.IsKindOf(Timeline::ClassID);
         if (!fSprite && !fTimeline) {
             Warn(step, FindMasks(step), WarningId::MasksNotDrawn,
-                 "a " + GetWrittenClass(step) + " draws no masks; only sprites and timelines do");
+                 DescribeClass(step) + " draws no masks; only sprites and timelines do");
             return;
         }
         // Those of a sprite are taken out again before what is below it is drawn.
@@ -119,7 +125,7 @@ private:
             std::string const key = "effects/" + std::to_string(n);
             if (fTimelineEffect ? !node.IsKindOf(Timeline::ClassID) : !fSprite) {
                 Warn(step, key, WarningId::EffectNotDrawn,
-                     "it does not change a " + GetWrittenClass(step) + ", only " +
+                     "it does not change " + DescribeClass(step) + ", only " +
                          (fTimelineEffect ? "timelines"
                           : fBackdrop     ? "sprites"
                                           : "sprites with a texture"));

@@ -161,9 +161,12 @@ void CheckPages(BuiltScene const& built, SceneNotes& notes) {
 void CheckTextures(BuiltScene const& built, SceneNotes& notes) {
     for (auto const& [name, texture] : built.textures.GetNamed()) {
         Texture& image = *texture.pTexture;
-        // What an included file has beside is no fault of the scene.
-        if (!texture.fUsed && IsOwn(built, notes, "textures", name)) {
-            WarnOf(built, notes, "textures", name, WarningId::UnusedTexture, "nothing shows the texture");
+        if (!texture.fUsed) {
+            // What an included file has beside is no fault of the scene.
+            if (IsOwn(built, notes, "textures", name)) {
+                WarnOf(built, notes, "textures", name, WarningId::UnusedTexture, "nothing shows the texture");
+            }
+            continue;
         }
         if (IsTooLarge(image)) {
             WarnOf(built, notes, "textures", name, WarningId::ImageTooLarge, DescribeTooLarge("it", image));

@@ -96,21 +96,27 @@ constexpr KnownNumbers Known[] = {{"PlaybackMode", 0, 2, 0},
 /** More than this a BackdropBlurEffect does not blur. */
 constexpr double LargestRadius = 290;
 
+/** Frames that are played, and by what. */
+struct Played {
+    double first;
+    double last;
+    char const* pBy;
+};
+
 /** Animations, the ends of timelines, and values out of their range. */
 class TimeCheck : public SceneCheck {
 public:
     TimeCheck(SceneSettings const& settings, SceneNotes& notes) : SceneCheck(notes), m_settings(settings) {}
 
     void Enter(SceneStep const& step) override {
-        // Below a timeline of its own, frames depend on how that plays; backgrounds have none at all.
-        bool const fSceneFrames = step.role != SceneRole::Background && IsInSceneFrames(step);
+        std::optional<Played> const played = FindPlayed(step);
         if (step.role != SceneRole::Root) {
-            CheckAnimations(step, step.place, "", step.node.GetProperties(), fSceneFrames);
+            CheckAnimations(step, step.place, "", step.node.GetProperties(), played);
             CheckValues(step);
         }
         TransformNode* const pNode = step.node.GetTransformNode();
         if (step.role != SceneRole::Root && pNode && !pNode->GetEffects().IsEmpty()) {
-            CheckEffects(step, pNode->GetEffects(), fSceneFrames);
+            CheckEffects(step, pNode->GetEffects(), played);
         }
         if (step.node.IsKindOf(Timeline::ClassID) && step.role == SceneRole::Child) {
             CheckEnd(step, static_cast<Timeline&>(step.node));
@@ -118,21 +124,39 @@ public:
     }
 
 private:
-    static bool IsInSceneFrames(SceneStep const& step) {
-        for (SceneStep const* pAbove = step.pAbove; pAbove; pAbove = pAbove->pAbove) {
-            if (pAbove->role == SceneRole::Background ||
-                (pAbove->role != SceneRole::Root && pAbove->node.IsKindOf(Timeline::ClassID))) {
-                return false;
+    /**
+     * The frames that a node's animations are played in, where they are known: those of the scene, or of a
+     * timeline around the node that comes to an end. Backgrounds have none at all.
+     */
+    std::optional<Played> FindPlayed(SceneStep const& step) const {
+        for (SceneStep const* pStep = &step; pStep; pStep = pStep->pAbove) {
+            if (pStep->role == SceneRole::Background) {
+                return std::nullopt;
             }
         }
-        return true;
+        SceneStep const* pAbove = step.pAbove;
+        while (pAbove && !pAbove->node.IsKindOf(Timeline::ClassID)) {
+            pAbove = pAbove->pAbove;
+        }
+        if (!pAbove || pAbove->role == SceneRole::Root) {
+            return Played{static_cast<double>(m_settings.m_nFirstFrame),
+                          static_cast<double>(m_settings.m_nLastFrame), "the scene"};
+        }
+        Timeline& timeline = static_cast<Timeline&>(pAbove->node);
+        std::optional<RealFloat> const first = GetFixed(timeline.GetFirstFrameProperty());
+        std::optional<RealFloat> const last = GetFixed(timeline.GetLastFrameProperty());
+        return first && last && *last > *first
+                   ? std::optional<Played>(
+                         {static_cast<double>(*first), static_cast<double>(*last), "its timeline"})
+                   : std::nullopt;
     }
 
-    void CheckEffects(SceneStep const& step, List<Effect*> const& effects, bool fSceneFrames) {
+    void CheckEffects(SceneStep const& step, List<Effect*> const& effects,
+                      std::optional<Played> const& played) {
         std::optional<JsonCursor> const places = step.place.Find("effects");
         for (unsigned int n = 0; places && n < effects.GetCount(); ++n) {
             std::string const start = "effects/" + std::to_string(n) + "/";
-            CheckAnimations(step, places->GetItem(n), start, effects[n]->GetProperties(), fSceneFrames);
+            CheckAnimations(step, places->GetItem(n), start, effects[n]->GetProperties(), played);
             CheckEffectValues(step, places->GetItem(n), start, *effects[n]);
         }
     }
@@ -147,7 +171,7 @@ private:
     }
 
     void CheckAnimations(SceneStep const& step, JsonCursor const& place, std::string const& start,
-                         PropertyList& properties, bool fSceneFrames) {
+                         PropertyList& properties, std::optional<Played> const& played) {
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
             PropertyList::Entry const entry = properties.GetEntry(n);
             if (!entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty)) {
@@ -157,7 +181,7 @@ private:
             std::string const given = FindGiven(place, name);
             std::optional<Course> const course = FindCourse(entry);
             if (course && !given.empty()) {
-                CheckAnimation(step, start + given, *course, fSceneFrames);
+                CheckAnimation(step, start + given, *course, played);
                 if (course->fMoves) {
                     CheckComponents(step, place, start, name + ".");
                 }
@@ -188,17 +212,17 @@ private:
     }
 
     void CheckAnimation(SceneStep const& step, std::string const& key, Course const& course,
-                        bool fSceneFrames) {
-        int const nFirst = m_settings.m_nFirstFrame;
-        int const nLast = m_settings.m_nLastFrame;
+                        std::optional<Played> const& played) {
         if (!course.fMoves) {
             Warn(step, key, WarningId::AnimationNeverMoves, "all of its values are equal");
-        } else if (fSceneFrames && (course.nFirst >= nLast || course.nLast <= nFirst)) {
+        } else if (played && (course.nFirst >= played->last || course.nLast <= played->first)) {
+            std::string const first = FormatNumber(played->first);
             Warn(step, key, WarningId::AnimationOutsideFrames,
                  "it goes from frame " + std::to_string(course.nFirst) + " to " +
-                     std::to_string(course.nLast) + ", and the scene plays " +
-                     (nFirst == nLast ? "only frame " + std::to_string(nFirst)
-                                      : "frames " + std::to_string(nFirst) + " to " + std::to_string(nLast)));
+                     std::to_string(course.nLast) + ", and " + played->pBy + " plays " +
+                     (played->first == played->last
+                          ? "only frame " + first
+                          : "frames " + first + " to " + FormatNumber(played->last)));
         }
     }
 
