@@ -8,8 +8,8 @@ namespace trevik::kelvo::assets {
 namespace {
 
 constexpr decltype(&MakeResourceCheck) Makers[] = {
-    &MakeResourceCheck,   &MakeDrawingCheck, &MakeBlurCheck,        &MakeNinePatchCheck,
-    &MakeBackgroundCheck, &MakeTimeCheck,    &MakeMinificationCheck};
+    &MakeResourceCheck,  &MakeDrawingCheck,    &MakeGroupCheck, &MakeBlurCheck,
+    &MakeNinePatchCheck, &MakeBackgroundCheck, &MakeTimeCheck,  &MakeMinificationCheck};
 constexpr std::size_t CheckCount = sizeof Makers / sizeof *Makers;
 
 /**

@@ -26,6 +26,7 @@ void CheckScene(BuiltScene const& built, SceneNotes& notes);
 
 std::unique_ptr<SceneVisitor> MakeResourceCheck(BuiltScene const& built, SceneNotes& notes);
 std::unique_ptr<SceneVisitor> MakeDrawingCheck(BuiltScene const& built, SceneNotes& notes);
+std::unique_ptr<SceneVisitor> MakeGroupCheck(BuiltScene const& built, SceneNotes& notes);
 std::unique_ptr<SceneVisitor> MakeBlurCheck(BuiltScene const& built, SceneNotes& notes);
 std::unique_ptr<SceneVisitor> MakeNinePatchCheck(BuiltScene const& built, SceneNotes& notes);
 std::unique_ptr<SceneVisitor> MakeBackgroundCheck(BuiltScene const& built, SceneNotes& notes);

@@ -23,6 +23,7 @@ constexpr WarningKind Kinds[] = {
     {"blend-mode-ignored", "a blend mode that the effect draws as normal"},
     {"blend-mode-opacity", "an opacity that the blend mode does not know"},
     {"blend-mode-camera", "a BlendModeEffect that no orthographic camera sees"},
+    {"group-jumps", "a group that fades in up to 1 with something in it that sees what is behind"},
     {"blur-covers-others", "a blur that covers what has been drawn before it"},
     {"blur-in-blur", "a blur inside of another one"},
     {"blur-in-group", "a blur inside of a group that fades"},

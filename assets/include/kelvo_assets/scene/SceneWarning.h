@@ -19,6 +19,7 @@ enum class WarningId {
     BlendModeIgnored,
     BlendModeOpacity,
     BlendModeCamera,
+    GroupJumps,
     BlurCoversOthers,
     BlurInBlur,
     BlurInGroup,
