@@ -9,6 +9,8 @@
 #include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
+#include <system_error>
 
 namespace kelvokit::player {
 
@@ -64,6 +66,14 @@ Differences::Differences(FramePixels const& frame, RgbaPicture const& expected, 
 }
 
 } // namespace
+
+bool Comparison::Prepare(trevik::kelvo::Fault& fault) {
+    std::error_code code;
+    if (!IsPicturePath(m_sPath)) {
+        static_cast<void>(std::filesystem::directory_iterator(m_sPath, code));
+    }
+    return !code || Fail(fault, m_sPath, "cannot be opened", code.message());
+}
 
 bool Comparison::Wants(bool fLast) const {
     return fLast || !IsPicturePath(m_sPath);

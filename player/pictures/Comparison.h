@@ -21,6 +21,8 @@ public:
     Comparison(std::string const& path, int nTolerance, std::function<void(std::string const&)> const& tell)
         : m_sPath(path), m_nTolerance(nTolerance), m_tell(tell) {}
 
+    /** False where there is no folder to compare with, which is told once. */
+    bool Prepare(trevik::kelvo::Fault& fault) override;
     bool Wants(bool fLast) const override;
     /** Tells what differs, and goes on. */
     bool Write(int nFrame, FramePixels const& frame, trevik::kelvo::Fault& fault) override;

@@ -191,7 +191,9 @@ TEST_F(PlayerTest, TellsWhatWillNotBeDrawnAsItIsWritten) {
         {{"scene.json", "--out", Path("f.png"), "--frames", "99"},
          0,
          "--frames: warning: the scene has frames 2..6 [frames-outside]\n"},
-        {{"blur.json", "--check"}, 0, Path("blur.json") + ": " + alpha + Path("blur.json") + ": 1 warning\n"},
+        {{"blur.json", "--check"},
+         0,
+         Path("blur.json") + ":1: /nodes/0/effects/0: " + alpha + Path("blur.json") + ": 1 warning\n"},
         {{"blur.json", "--out", Path("b.png"), "--format", "rgba8888"}, 0, "--format: " + alpha},
         {{"opaque.json", "--check"}, 0, ""},
         {{"hidden.json", "--check", "--post", "--size", "9x1"}, 0, ""},
@@ -458,6 +460,13 @@ TEST_F(PlayerTest, PutsFramesOnASheet) {
 }
 
 TEST_F(PlayerTest, ComparesWithPicturesThatAreThere) {
+    std::string const none = Path("none");
+    for (char const* pJobs : {"1", "3"}) {
+        Outcome const missing = Play({Path("scene.json"), "--compare", none, "--jobs", pJobs});
+        EXPECT_EQ(missing.errors,
+                  "kelvo-player: " + none + ": cannot be opened: No such file or directory\n");
+        EXPECT_EQ(missing.nExitCode, 1);
+    }
     ASSERT_EQ(Play({Path("scene.json"), "--out", Path("p")}).nExitCode, 0);
     ASSERT_EQ(Play({Path("scene.json"), "--compare", Path("p")}).errors, "");
     Image frame = ReadPicture(Path("p/frame_00003.png"));
