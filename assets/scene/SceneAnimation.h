@@ -259,12 +259,16 @@ void AnimationReader::Repeat(JsonCursor const& place, Samples<T>& samples) const
     }
 }
 
-/** Has samples drive a property. */
+/** Has samples drive a property, and nothing else; they are held as they would be in a binary file. */
 template <class T>
 void Give(JsonCursor const& place, Samples<T> const& samples, BaseProperty<T>& property) {
-    Ref<Controller<T>> const pController(
-        SampleController<T>::Create(samples.nStart, samples.values.GetData(), samples.values.GetCount()));
-    if (!property.AddController(pController)) {
+    Ref<SampleController<T>> const pController =
+        SampleController<T>::Create(samples.nStart, samples.values.GetData(), samples.values.GetCount());
+    if (pController) {
+        pController->Compact();
+    }
+    property.RemoveControllers();
+    if (!property.AddController(Ref<Controller<T>>(pController.Get()))) {
         place.FailFinally("there is not enough memory");
     }
 }

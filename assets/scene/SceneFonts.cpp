@@ -307,8 +307,7 @@ std::map<std::string, Font const*> SceneFonts::FindUsed() const {
     return used;
 }
 
-std::vector<Ref<Font>> SceneFonts::Make() {
-    std::vector<Ref<Font>> used;
+void SceneFonts::Make() {
     for (auto& [name, description] : m_fonts) {
         if (!description.fRead) {
             continue;
@@ -318,11 +317,7 @@ std::vector<Ref<Font>> SceneFonts::Make() {
         for (Ref<Text> const& pText : description.texts) {
             pText->SetFont(pFont.Get());
         }
-        if (pFont && !description.texts.empty()) {
-            used.push_back(pFont);
-        }
     }
-    return used;
 }
 
 Ref<Font> SceneFonts::MakeFont(Description& description) {
@@ -340,6 +335,9 @@ Ref<Font> SceneFonts::MakeFont(Description& description) {
     }
     if (description.underlineThickness) {
         pFont->GetUnderlineThicknessProperty().SetValue(*description.underlineThickness);
+    }
+    if (!pFont->Initialize()) {
+        description.place.Fail("the font cannot be used");
     }
     return pFont;
 }

@@ -42,9 +42,8 @@ public:
     /** The fonts that texts are set in, as they have been made, by their names. */
     std::map<std::string, Font const*> FindUsed() const;
 
-    /** Makes the fonts and gives them to their texts; notes or throws what is wrong. Those that texts have.
-     */
-    std::vector<Ref<Font>> Make();
+    /** Makes the fonts and gives them to their texts; notes or throws what is wrong. */
+    void Make();
 
 private:
     /** A character that a font shows as a picture. */

@@ -4,7 +4,6 @@
 #include "scene/SceneNotes.h"
 #include "trevik/kelvo/Timeline.h"
 
-#include <cstddef>
 #include <string>
 #include <unordered_map>
 #include <vector>
@@ -13,15 +12,13 @@ namespace trevik::kelvo::assets {
 
 /**
  * Where the nodes and effects of a scene stand in its file, in the order of the tree and with little memory:
- * most scenes are played without anybody asking. What has been built from a file gives way to what is loaded
- * from its document, and the file's values end, so neither is needed once this is known.
+ * most scenes are played without anybody asking. The file's values are not needed once this is known.
  */
 class SceneIndex {
 public:
     /** Takes from `file` where it describes each node and effect of what has been built from it. */
-    void Take(JsonCursor const& file, Timeline& built);
-    /** The tree that has been loaded takes the place of the one that was built. */
-    void MoveTo(Timeline& loaded);
+    SceneIndex(JsonCursor const& file, Timeline& root);
+
     /** Puts together what there is to know of all of them. */
     SceneOrigins MakeOrigins() const;
 
@@ -29,10 +26,9 @@ private:
     /** A node or an effect. */
     struct Entry {
         Referenced const* pObject;
-        std::size_t nPlace; ///< among all that a walk through the tree meets
-        std::size_t nAbove; ///< the entry that it stands below; its own for the root
-        char const* pKey;   ///< that it stands under there; null for the root
-        unsigned int nItem; ///< of the array there; NoItem for none
+        char const* pKey;    ///< that it stands under in the one above; null for the root
+        unsigned int nAbove; ///< the entry of that one; its own for the root
+        unsigned int nItem;  ///< of the array there; NoItem for none
         unsigned int nLine;
         unsigned int nFile; ///< and the others: in the lists below
         unsigned int nUse;

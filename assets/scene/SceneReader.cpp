@@ -2,7 +2,6 @@
 
 #include "file/FileBytes.h"
 #include "file/FileNotes.h"
-#include "kelvo_host/GlyphSource.h"
 #include "scene/JsonCursor.h"
 #include "scene/SceneChecks.h"
 #include "scene/SceneColors.h"
@@ -12,8 +11,6 @@
 #include "scene/SceneNodes.h"
 #include "scene/SceneTemplates.h"
 #include "scene/SceneTextures.h"
-#include "trevik/kelvo/Deserializer.h"
-#include "trevik/kelvo/Serializer.h"
 
 #include <algorithm>
 #include <memory>
@@ -95,11 +92,10 @@ bool IsYDown(JsonCursor const& root) {
 
 /**
  * Notes what is wrong, or throws a Fault behind which nothing can be read; `scene` is whole without any. Then
- * `pNotes`, where it is given, gets the warnings. `fKnown`: all keys of the root are. Returns the fonts of
- * its texts.
+ * `pNotes`, where it is given, gets the warnings. `fKnown`: all keys of the root are.
  */
-std::vector<Ref<Font>> BuildScene(JsonCursor const& root, bool fKnown, ClassRegistry& registry, Scene& scene,
-                                  SceneNotes* pNotes) {
+void BuildScene(JsonCursor const& root, bool fKnown, ClassRegistry& registry, Scene& scene,
+                SceneNotes* pNotes) {
     root.ReadObject("a scene: an object with \"nodes\"");
     scene.GetSettings() = ReadSettings(root);
     SceneTextures textures(registry);
@@ -124,60 +120,11 @@ std::vector<Ref<Font>> BuildScene(JsonCursor const& root, bool fKnown, ClassRegi
         root.Attempt([&] { nodes.ReadChildren(root.Require("nodes"), *pRoot, frames); });
     }
     scene.SetRoot(pRoot);
-    std::vector<Ref<Font>> made = fonts.Make();
+    fonts.Make();
     nodes.Arrange();
     if (pNotes && root.IsFaultless()) {
         CheckScene({root, scene, textures, fonts}, *pNotes);
     }
-    return made;
-}
-
-/** A font and its index in the document. */
-struct SavedFont {
-    Ref<Font> pFont;
-    int nFont;
-};
-
-/** Loaded fonts are others than those that were saved, but get their glyphs from the same files. */
-void HandOverGlyphSources(std::vector<SavedFont> const& fonts, Deserializer& deserializer) {
-    for (SavedFont const& saved : fonts) {
-        Ref<GlyphSource> const pSource = GlyphSource::Find(*saved.pFont);
-        Ref<Font> const pLoaded = pSource ? deserializer.GetFont(saved.nFont) : nullptr;
-        if (pLoaded) {
-            GlyphSource::Attach(*saved.pFont, nullptr);
-            GlyphSource::Attach(*pLoaded, pSource);
-        }
-    }
-}
-
-/** A scene that has been built, and what else is kept of the file that it was built from. */
-struct BuiltFile {
-    Scene scene;
-    std::vector<Ref<Font>> fonts; ///< of its texts
-    std::shared_ptr<SceneIndex> pIndex = std::make_shared<SceneIndex>();
-};
-
-/** Saves what has been built, which ends with it, and loads what was saved into `scene`. */
-bool Reload(BuiltFile& built, std::string const& name, ClassRegistry& registry, Scene& scene, Fault& fault) {
-    Serializer serializer;
-    bool const fSaved = built.scene.Save(serializer);
-    std::vector<SavedFont> savedFonts;
-    savedFonts.reserve(built.fonts.size());
-    for (Ref<Font> const& pFont : built.fonts) {
-        savedFonts.push_back({pFont, fSaved ? serializer.GetFontIndex(pFont.Get()) : -1});
-    }
-    Ref<DocumentNode> const pDocument = fSaved ? serializer.Finish() : Ref<DocumentNode>();
-    if (!pDocument) {
-        return Fail(fault, name, "the scene cannot be saved into a document");
-    }
-    built.scene.SetRoot(Ref<Timeline>()); // before its like is there a second time
-    Deserializer deserializer(pDocument, registry);
-    if (!scene.Load(deserializer)) {
-        String8 const reason(deserializer.GetError());
-        return Fail(fault, name, "the scene cannot be loaded from its document", reason.GetData());
-    }
-    HandOverGlyphSources(savedFonts, deserializer);
-    return true;
 }
 
 /** The text of a scene, which can be let go. */
@@ -199,8 +146,7 @@ private:
 };
 
 /** Reads and builds the scene; what is wrong is noted in the source. */
-bool Build(SceneText& text, JsonSource& source, ClassRegistry& registry, SceneNotes* pNotes,
-           BuiltFile& built) {
+bool Build(SceneText& text, JsonSource& source, ClassRegistry& registry, SceneNotes* pNotes, Scene& built) {
     try {
         Fault fault;
         if (!ParseJson(text.Get(), source.name, JsonLimits(), source.pool, source.root, fault)) {
@@ -212,33 +158,31 @@ bool Build(SceneText& text, JsonSource& source, ClassRegistry& registry, SceneNo
         bool const fKnown = !root.Is(JsonValue::Kind::Object) ||
                             root.Attempt([&] { CheckKeys(root, SceneKeys, DefinitionKeys); });
         ExpandTemplates(source);
-        built.fonts = BuildScene(root, fKnown, registry, built.scene, pNotes);
+        BuildScene(root, fKnown, registry, built, pNotes);
     } catch (Fault const& last) {
         source.faults.Add(last);
     }
     return source.faults.Get().empty();
 }
 
-/**
- * Reads, builds, saves and loads the scene; what is wrong is noted in the source. Of a large scene each form
- * takes much memory: none stays longer than the next one needs it.
- */
+/** Reads and builds what `scene` then shows; what is wrong is noted in the source. */
 void ReadWhole(SceneText& text, JsonSource& source, ClassRegistry& registry, Scene& scene,
                SceneNotes* pNotes) {
-    BuiltFile built;
+    Scene built;
     if (!Build(text, source, registry, pNotes, built)) {
         return;
     }
+    Ref<Timeline> const pRoot(built.GetRoot());
     if (pNotes) {
-        built.pIndex->Take(JsonCursor(source), *built.scene.GetRoot());
+        auto const pIndex = std::make_shared<SceneIndex>(JsonCursor(source), *pRoot);
+        pNotes->SetOrigins([pIndex] { return pIndex->MakeOrigins(); });
     }
     source.EndValues();
     Fault fault;
-    if (!Reload(built, source.name, registry, scene, fault)) {
-        source.faults.Add(fault);
-    } else if (pNotes) {
-        built.pIndex->MoveTo(*scene.GetRoot());
-        pNotes->SetOrigins([pIndex = built.pIndex] { return pIndex->MakeOrigins(); });
+    if (scene.SetBuiltRoot(pRoot, registry, fault)) {
+        scene.GetSettings() = built.GetSettings();
+    } else {
+        source.faults.Add(fault.Within(source.name));
     }
 }
 

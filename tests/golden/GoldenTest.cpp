@@ -113,7 +113,9 @@ public:
         }
         return fRead;
     }
-    bool Read() { return Read(m_text); }
+    bool Read() { return Read(m_text) && (!m_fFromDocument || SaveAndLoad()); }
+    /** From now on what is read is saved and loaded before it is drawn. */
+    void ReadFromDocument() { m_fFromDocument = true; }
 
     /** One step: its name, or an object of its name and what it takes. */
     void Do(json const& step) {
@@ -160,11 +162,7 @@ public:
         } else if (name == "copy") {
             m_scene.SetRoot(Ref<Timeline>(static_cast<Timeline*>(m_scene.GetRoot()->CloneTree())));
         } else if (name == "saveAndLoad") {
-            Serializer serializer;
-            Ref<DocumentNode> const pDocument =
-                m_scene.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
-            Deserializer deserializer(pDocument, m_registry);
-            Answer(pDocument && m_scene.Load(deserializer));
+            Answer(SaveAndLoad());
         } else {
             DoToTexture(name, value);
         }
@@ -205,6 +203,13 @@ public:
     float GetFrame() const { return m_frame; }
 
 private:
+    bool SaveAndLoad() {
+        Serializer serializer;
+        Ref<DocumentNode> const pDocument =
+            m_scene.Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
+        Deserializer deserializer(pDocument, m_registry);
+        return pDocument && m_scene.Load(deserializer);
+    }
     static void Answer(bool fAnswer) { recording::Remark(fAnswer ? "done" : "refused"); }
 
     void ReadBack(json const& value) {
@@ -261,6 +266,7 @@ private:
     Scene m_scene;
     float m_frame = -1;
     bool m_fAlphaTest = false;
+    bool m_fFromDocument = false;
     bool m_fOver = false; ///< there is no device to go on with
 };
 
@@ -294,13 +300,16 @@ struct Played {
 };
 
 /** Plays a whole file over a fresh driver; `prepare` may tell the driver or the memory to fail. */
-Played Play(json const& file, std::function<void()> const& prepare) {
+Played Play(json const& file, std::function<void()> const& prepare, bool fFromDocument = false) {
     recording::Reset();
     Remarks const remarks;
     bool const fStart = file.value("start", false); // whether it is the start that the file is about
     std::vector<recording::Call> calls;
     {
         Film film(file);
+        if (fFromDocument) {
+            film.ReadFromDocument();
+        }
         if (fStart) {
             prepare();
         }
@@ -433,6 +442,11 @@ TEST_P(Golden, MakesTheseCalls) {
     ScopeCounter::SetProfiling(false);
     EXPECT_EQ(played.left, std::vector<std::string>());
     EXPECT_TRUE(IsGolden(Folder + GetParam() + ".calls", recording::ToText(played.calls) + CountedScopes()));
+}
+
+TEST_P(Golden, MakesTheSameCallsFromADocument) {
+    EXPECT_EQ(recording::ToText(Play(m_file, Nothing, true).calls),
+              recording::ToText(Play(m_file, Nothing).calls));
 }
 
 TEST_P(Golden, MakesAndAllocatesNothingOnceItHasBeenDrawn) {

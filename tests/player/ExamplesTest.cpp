@@ -52,9 +52,12 @@ TEST(Examples, PlayWithoutComplaintAndTheSameFromTheirBinaryFiles) {
             play({KELVO_EXAMPLES "/" + name, "--save", binary, "--out", folder.Path("text.png")});
         ASSERT_EQ(saved.nExitCode, 0) << saved.errors;
         EXPECT_EQ(saved.errors, "");
-        Outcome const played = play({binary, "--out", folder.Path("binary.png")});
+        Outcome const played =
+            play({binary, "--save", folder.Path("again.kelvo"), "--out", folder.Path("binary.png")});
         ASSERT_EQ(played.nExitCode, 0) << played.errors;
         EXPECT_EQ(played.errors, "");
+        EXPECT_TRUE(folder.ReadText("again.kelvo") == folder.ReadText("scene.kelvo"))
+            << "what was loaded is not what was read";
         Image const picture = ReadPicture(folder.Path("text.png"));
         EXPECT_TRUE(CompareImages(ReadPicture(folder.Path("binary.png")), picture));
         EXPECT_FALSE(picture == Image(picture.Width(), picture.Height(), picture.At(0, 0)))

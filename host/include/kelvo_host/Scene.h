@@ -56,6 +56,15 @@ public:
      */
     void SetRoot(Ref<Timeline> const& pRoot);
     /**
+     * Shows a tree that has been built node by node and not loaded, as SetRoot does one that has been loaded.
+     * Classes make what they draw with in Load, as sprites make their corners from their size: so each node
+     * is loaded from a document without contents, which changes nothing that was set, those below it first,
+     * and all of them are reloaded then. A class whose Load asks for attributes of its own cannot be had in
+     * this way. False, with the reason in one line and the scene as it was, when a node is of such a class,
+     * or memory is short.
+     */
+    bool SetBuiltRoot(Ref<Timeline> const& pRoot, ClassRegistry& registry, Fault& fault);
+    /**
      * How the scene wants to be shown. What is written there is saved with the scene and not checked before.
      */
     SceneSettings& GetSettings() { return m_settings; }

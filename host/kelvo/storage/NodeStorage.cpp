@@ -7,6 +7,8 @@
 #include "trevik/kelvo/PropertyTraits.h"
 #include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/Sprite.h"
+#include "trevik/kelvo/Text.h"
+#include "trevik/kelvo/Timeline.h"
 
 #include <new>
 
@@ -92,6 +94,24 @@ bool LoadOptionalNode(Deserializer& deserializer, unsigned int nTagID, Ref<Node>
         }
     }
     return true;
+}
+
+Node* CompleteTree(Node& node, Deserializer& nothing) {
+    Node* pHeld = nullptr;
+    if (node.IsKindOf(Timeline::ClassID)) {
+        pHeld = static_cast<Timeline&>(node).GetCamera();
+    } else if (node.IsKindOf(Text::ClassID)) {
+        pHeld = static_cast<Text&>(node).GetBackground();
+    }
+    Node* pFailed = pHeld && !pHeld->GetParent() ? CompleteTree(*pHeld, nothing) : nullptr;
+    for (unsigned int nChild = 0; nChild < node.GetChildCount() && !pFailed; ++nChild) {
+        pFailed = CompleteTree(*node.GetChild(nChild), nothing);
+    }
+    if (pFailed || !node.Load(nothing)) {
+        return pFailed ? pFailed : &node;
+    }
+    SetLoadedTexture(node);
+    return nullptr;
 }
 
 bool SaveText(Serializer& serializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding> const& sText) {

@@ -37,6 +37,13 @@ Ref<Node> LoadNode(Deserializer& deserializer, unsigned int nChild);
 /** Like LoadNode, for the first child with the tag; true, with `pNode` unchanged, when there is none. */
 bool LoadOptionalNode(Deserializer& deserializer, unsigned int nTagID, Ref<Node>& pNode);
 
+/**
+ * Has each node of a tree that was built and not loaded do what its class does in Load, those below it and
+ * those that it holds first, in the order in which they would be loaded. `nothing` has a document without
+ * contents. Answers the node that fails, or null.
+ */
+Node* CompleteTree(Node& node, Deserializer& nothing);
+
 /** Writes a text's UTF-16 units as an attribute. */
 bool SaveText(Serializer& serializer, unsigned int nAttributeID, StringEncoded<UTF16Encoding> const& sText);
 

@@ -11,6 +11,7 @@
 #include "trevik/kelvo/Texture.h"
 
 #include <cmath>
+#include <string>
 
 namespace trevik::kelvo {
 
@@ -123,6 +124,20 @@ void Scene::SetRoot(Ref<Timeline> const& pRoot) {
     m_watches.Clear();
     m_pRoot = pRoot;
     m_fShown = false;
+}
+
+bool Scene::SetBuiltRoot(Ref<Timeline> const& pRoot, ClassRegistry& registry, Fault& fault) {
+    Deserializer nothing(nullptr, registry);
+    if (Node const* const pFailed = CompleteTree(*pRoot, nothing)) {
+        String8 const sWhy(pFailed->GetPath() +
+                           u": its class asks for more than can be set, or memory is short");
+        fault =
+            Fault(std::string(), "the scene cannot be built", std::string(sWhy.GetData(), sWhy.GetLength()));
+        return false;
+    }
+    pRoot->Reload();
+    SetRoot(pRoot);
+    return true;
 }
 
 /** Why the scene as it stands could not be loaded again; null when it could. */

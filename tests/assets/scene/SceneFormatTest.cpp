@@ -124,6 +124,7 @@ TEST(SceneFormat, SnippetsCanBeRead) {
                                   fFonts ? KELVO_EXAMPLES "/format/" : KELVO_EXAMPLES "/showcase/", scene,
                                   fault))
                 << fault.GetText();
+            EXPECT_TRUE(IsSavedAlike(scene)) << snippet;
             ++nSnippets;
             fInside = false;
         } else if (fInside) {

@@ -29,6 +29,7 @@ TEST(SceneReader, MakesWhatTheTextBesideEachSceneSays) {
         if (file.extension() == ".json") {
             Fault fault;
             ASSERT_TRUE(ReadScene(ReadText(file.string()), Folder, scene, fault)) << name << fault.GetText();
+            EXPECT_TRUE(IsSavedAlike(scene)) << name;
             EXPECT_TRUE(IsGolden(file.replace_extension(".txt").string(), DescribeScene(scene)));
         }
     }

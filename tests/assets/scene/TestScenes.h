@@ -8,12 +8,14 @@
 #include "trevik/ClassRegistry.h"
 #include "trevik/Ref.h"
 #include "trevik/kelvo/BaseProperty.h"
+#include "trevik/kelvo/Deserializer.h"
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Interpolate.h"
 #include "trevik/kelvo/Mask.h"
 #include "trevik/kelvo/Node.h"
 #include "trevik/kelvo/PolygonalFont.h"
 #include "trevik/kelvo/PropertyList.h"
+#include "trevik/kelvo/Serializer.h"
 #include "trevik/kelvo/TransformNode.h"
 
 #include <gtest/gtest.h>
@@ -92,6 +94,24 @@ inline bool ReadScene(std::string const& text, std::string const& folder, Scene&
     RegisterBackend(registry);
     ByteSpan const bytes{reinterpret_cast<std::uint8_t const*>(text.data()), text.size()};
     return ReadSceneText(bytes, "scene.json", folder, registry, scene, fault, pNotes);
+}
+
+/** Whether a scene as it was read is saved as the one that is loaded from what was saved. */
+inline bool IsSavedAlike(Scene const& read) {
+    ClassRegistry registry;
+    RegisterBackend(registry);
+    List<unsigned char> bytes[2];
+    Scene loaded;
+    for (Scene const* const pScene : {&read, static_cast<Scene const*>(&loaded)}) {
+        Serializer serializer;
+        Ref<DocumentNode> const pDocument =
+            pScene->Save(serializer) ? serializer.Finish() : Ref<DocumentNode>();
+        Deserializer deserializer(pDocument, registry);
+        if (!pDocument || !pDocument->Write(bytes[pScene == &read ? 0 : 1]) || !loaded.Load(deserializer)) {
+            return false;
+        }
+    }
+    return bytes[0] == bytes[1];
 }
 
 /** The messages for a scene that must be wrong, a line each, without their "scene.json:". */

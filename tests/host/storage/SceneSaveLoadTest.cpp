@@ -201,6 +201,64 @@ TEST(SceneSaveLoad, WhatHasBeenLoadedIsReadyToPlay) {
     EXPECT_EQ(Origin(inner.GetCamera()->GetWorldMatrix()), Vector3(4, 2, 0)) << "it goes with the sprite";
 }
 
+/** Notes when it is loaded; once it is strict it takes nothing but its own kind of document. */
+class NotedSprite : public TestSprite {
+public:
+    static std::string s_loads;
+    bool m_fStrict = false;
+
+    bool Load(Deserializer& deserializer) override {
+        s_loads += TestDevice::NameOf(*this) + " ";
+        return TestSprite::Load(deserializer) && !m_fStrict;
+    }
+};
+
+std::string NotedSprite::s_loads;
+
+TEST(SceneSaveLoad, WhatHasBeenBuiltIsReadyToPlayAsIfItHadBeenLoaded) {
+    Sample sample;
+    Timeline& inner = static_cast<Timeline&>(*sample.m_pRoot->FindNode(Name("inner")));
+    Ref<TestCamera> const pCamera = Make<TestCamera>("camera");
+    Ref<NotedSprite> const pLens = Make<NotedSprite>("lens");
+    Ref<NotedSprite> const pBehind = Make<NotedSprite>("behind");
+    Ref<NotedSprite> const pLeaf = Make<NotedSprite>("leaf");
+    Ref<NotedSprite> const pStem = Make<NotedSprite>("stem");
+    pCamera->Attach(pLens.Get());
+    inner.SetCamera(pCamera.Get());
+    pStem->Attach(pLeaf.Get());
+    inner.Attach(pStem.Get());
+    static_cast<Text&>(*sample.m_pRoot->FindNode(Name("text"))).SetBackground(pBehind.Get());
+    List<unsigned char> before;
+    ASSERT_TRUE(sample.Save()->Write(before));
+    inner.SetFrame(9);
+
+    NotedSprite::s_loads.clear();
+    Scene scene;
+    Fault fault;
+    ASSERT_TRUE(scene.SetBuiltRoot(sample.m_pRoot, sample.m_registry, fault)) << fault.GetText();
+    EXPECT_EQ(scene.GetRoot(), sample.m_pRoot.Get());
+    EXPECT_EQ(NotedSprite::s_loads, "lens leaf stem behind ") << "once each, what is above and holds last";
+    EXPECT_EQ(sample.m_pSprite->m_nTextureSets, 1u) << "its geometry takes up the texture's used area";
+    EXPECT_EQ(inner.GetFrame(), 2) << "at its first frame";
+    EXPECT_TRUE(inner.IsPlaying());
+    List<unsigned char> after;
+    ASSERT_TRUE(sample.Save()->Write(after));
+    EXPECT_TRUE(after == before) << "what was set has changed";
+
+    // A camera that is a node of the tree is one of those nodes alone.
+    pStem->Attach(pCamera.Get());
+    NotedSprite::s_loads.clear();
+    ASSERT_TRUE(scene.SetBuiltRoot(sample.m_pRoot, sample.m_registry, fault)) << fault.GetText();
+    EXPECT_EQ(NotedSprite::s_loads, "leaf lens stem behind ");
+
+    pLeaf->m_fStrict = true;
+    Scene other;
+    EXPECT_FALSE(other.SetBuiltRoot(sample.m_pRoot, sample.m_registry, fault));
+    EXPECT_EQ(other.GetRoot(), nullptr);
+    EXPECT_EQ(fault.GetText(), "the scene cannot be built: /root/inner/stem/leaf: its class asks for more "
+                               "than can be set, or memory is short");
+}
+
 TEST(SceneSaveLoad, ACameraThatCannotBeFoundAgainIsNone) {
     // Up one level, then: a child that is not there, a node that is no camera, and a camera that the timeline
     // hangs from.

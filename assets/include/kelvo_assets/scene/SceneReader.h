@@ -15,8 +15,8 @@ constexpr std::size_t MaximumSceneBytes = std::size_t(64) << 20;
 
 /**
  * Reads a scene file (docs/scene-format.md); textures and fonts are looked for from its folder on. Nodes are
- * created through `registry`, saved into a document and loaded from it, so that a scene file and the binary
- * file made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `fault` that
+ * created through `registry` and shown as Scene::SetBuiltRoot does, so that a scene file and the binary file
+ * made of it draw alike. Makes no GL calls. False, with `scene` as it was and one line in `fault` that
  * says where and what, when anything in the file does not fit. `pNotes`, where it is given, becomes what
  * there is to tell beside the scene, and all that can be found wrong with it together; `fault` is the first
  * of that.
