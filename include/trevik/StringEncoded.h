@@ -46,11 +46,11 @@ class StringEncoded {
 public:
     using Unit = typename Encoding::Unit; ///< one unit of text
 
-    constexpr StringEncoded() noexcept : m_pData(s_empty), m_nLength(0), m_pStorage(nullptr) {}
+    constexpr StringEncoded() noexcept : m_pData(s_empty), m_nLength(0), m_fStored(false) {}
 
     /** Points at literal storage. */
     constexpr StringEncoded(StringLiteral<Encoding> const& literal) noexcept
-        : m_pData(literal.GetData()), m_nLength(literal.GetLength()), m_pStorage(nullptr) {}
+        : m_pData(literal.GetData()), m_nLength(literal.GetLength()), m_fStored(false) {}
 
     /** Copies a NUL-terminated text; null is empty. */
     StringEncoded(Unit const* text) : StringEncoded() { Append(text); }
@@ -59,9 +59,9 @@ public:
     StringEncoded(Unit const* text, unsigned int length) : StringEncoded() { Append(text, length); }
 
     StringEncoded(StringEncoded const& other) noexcept
-        : m_pData(other.m_pData), m_nLength(other.m_nLength), m_pStorage(other.m_pStorage) {
-        if (m_pStorage) {
-            kelvo::Atomic::Increment(&m_pStorage->nReferences);
+        : m_pData(other.m_pData), m_nLength(other.m_nLength), m_fStored(other.m_fStored) {
+        if (m_fStored) {
+            kelvo::Atomic::Increment(&GetStorage()->nReferences);
         }
     }
 
@@ -107,7 +107,7 @@ public:
         va_end(measured);
         StringEncoded result;
         if (length > 0 && result.Reserve(length)) {
-            Unit* const data = result.m_pStorage->GetUnits();
+            Unit* const data = result.GetStorage()->GetUnits();
             result.m_nLength = Encoding::FormatV(data, length + 1, format, arguments);
         }
         return result;
@@ -162,7 +162,7 @@ public:
         if (!Reserve(m_nLength + length)) {
             return false;
         }
-        Unit* const data = m_pStorage->GetUnits();
+        Unit* const data = GetStorage()->GetUnits();
         std::memcpy(data + m_nLength, text, length * sizeof(Unit));
         m_nLength += length;
         data[m_nLength] = Unit();
@@ -192,8 +192,8 @@ public:
      * nothing changed, without memory.
      */
     bool Assign(Unit const* text, unsigned int length) {
-        if (IsOwner() && length <= m_pStorage->nCapacity) {
-            Unit* const data = m_pStorage->GetUnits();
+        if (IsOwner() && length <= GetStorage()->nCapacity) {
+            Unit* const data = GetStorage()->GetUnits();
             if (length != 0) { // or the text may be null
                 std::memmove(data, text, length * sizeof(Unit));
             }
@@ -243,7 +243,7 @@ public:
     void Swap(StringEncoded& other) noexcept {
         StringEncoded::SwapValues(m_pData, other.m_pData);
         StringEncoded::SwapValues(m_nLength, other.m_nLength);
-        StringEncoded::SwapValues(m_pStorage, other.m_pStorage);
+        StringEncoded::SwapValues(m_fStored, other.m_fStored);
     }
 
 private:
@@ -254,6 +254,9 @@ private:
 
         Unit* GetUnits() { return reinterpret_cast<Unit*>(this + 1); }
     };
+
+    /** The storage of text that has one: right before its units, so that no string keeps a pointer to it. */
+    Storage* GetStorage() const { return reinterpret_cast<Storage*>(const_cast<Unit*>(m_pData)) - 1; }
 
     template <class V>
     static void SwapValues(V& a, V& b) {
@@ -293,11 +296,11 @@ private:
     bool IsWithin(Unit const* text) const {
         std::size_t const address = reinterpret_cast<std::size_t>(text);
         std::size_t const start = reinterpret_cast<std::size_t>(m_pData);
-        return m_pStorage && address >= start && address <= start + m_nLength * sizeof(Unit);
+        return m_fStored && address >= start && address <= start + m_nLength * sizeof(Unit);
     }
 
     /** Whether it has storage that no other string shares. */
-    bool IsOwner() const { return m_pStorage && kelvo::Atomic::Get(&m_pStorage->nReferences) == 1; }
+    bool IsOwner() const { return m_fStored && kelvo::Atomic::Get(&GetStorage()->nReferences) == 1; }
 
     /** Gives this string storage of its own for at least this many units; its text stays. */
     bool Reserve(unsigned int length) {
@@ -305,12 +308,13 @@ private:
             return false;
         }
         bool const own = IsOwner();
-        if (own && m_pStorage->nCapacity >= length) {
+        unsigned int const held = own ? GetStorage()->nCapacity : 0;
+        if (own && held >= length) {
             return true;
         }
         unsigned int capacity = length;
-        if (own && m_pStorage->nCapacity < MaximumLength() / 2 && capacity < m_pStorage->nCapacity * 2) {
-            capacity = m_pStorage->nCapacity * 2; // text that grows piece by piece is not copied for each
+        if (held < MaximumLength() / 2 && capacity < held * 2) {
+            capacity = held * 2; // text that grows piece by piece is not copied for each
         }
         void* const memory = AllocateMemory(sizeof(Storage) + (std::size_t(capacity) + 1) * sizeof(Unit));
         if (!memory) {
@@ -319,14 +323,14 @@ private:
         Storage* const storage = new (memory) Storage{1, capacity};
         std::memcpy(storage->GetUnits(), m_pData, (std::size_t(m_nLength) + 1) * sizeof(Unit));
         ReleaseStorage();
-        m_pStorage = storage;
         m_pData = storage->GetUnits();
+        m_fStored = true;
         return true;
     }
 
     void ReleaseStorage() {
-        if (m_pStorage && kelvo::Atomic::Decrement(&m_pStorage->nReferences) == 0) {
-            FreeMemory(m_pStorage);
+        if (m_fStored && kelvo::Atomic::Decrement(&GetStorage()->nReferences) == 0) {
+            FreeMemory(GetStorage());
         }
     }
 
@@ -343,7 +347,7 @@ private:
         }
         int written = 0;
         int const capacity = static_cast<int>(needed);
-        Unit* const data = m_pStorage->GetUnits();
+        Unit* const data = GetStorage()->GetUnits();
         for (int index = 0; index < end;) {
             Encoding::PutNextChar(data, written, capacity, Other::GetNextChar(text, index, end));
         }
@@ -355,7 +359,7 @@ private:
 
     Unit const* m_pData;
     unsigned int m_nLength;
-    Storage* m_pStorage; // null for literals and the empty string
+    bool m_fStored; // false for literals and the empty string
 };
 
 /** The framework's own text: names, messages, captions. */
