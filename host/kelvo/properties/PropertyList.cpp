@@ -8,9 +8,6 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** The last bit of the set of animated properties stands for those from this one on. */
-constexpr unsigned int LastAnimatedBit = 63;
-
 bool IsAnimated(PropertyDescriptor const& descriptor, Property const* pProperty) {
     return !descriptor.m_pfnIsAnimated || descriptor.m_pfnIsAnimated(pProperty);
 }
@@ -56,7 +53,7 @@ bool PropertyList::Register(PropertyDescriptor const& descriptor, Property* pPro
 /** Takes on the shape with this property; the interned descriptor, or null without memory. */
 PropertyDescriptor const* PropertyList::Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset) {
     PropertyShape* pShape = m_pShape ? m_pShape : &PropertyShape::GetEmpty();
-    if (!m_fOwnShape) {
+    if (pShape->IsShared()) {
         if (PropertyShape* const pShared = pShape->Extend(descriptor, nOffset)) {
             m_pShape = pShared;
             return pShared->GetLatest();
@@ -66,7 +63,6 @@ PropertyDescriptor const* PropertyList::Enter(PropertyDescriptor const& descript
             return nullptr;
         }
         m_pShape = pShape;
-        m_fOwnShape = true;
     }
     return pShape->Enter(descriptor, nOffset);
 }
@@ -90,11 +86,10 @@ PropertyList::Entry PropertyList::GetEntry(unsigned int nEntry) const {
 }
 
 void PropertyList::Clear() {
-    if (m_fOwnShape) {
+    if (m_pShape && !m_pShape->IsShared()) {
         delete m_pShape;
     }
     m_pShape = nullptr;
-    m_fOwnShape = false;
     m_fWhole = true;
     ForgetAnimated();
 }
@@ -102,12 +97,13 @@ void PropertyList::Clear() {
 void PropertyList::ForgetAnimated() {
     m_pFirstAnimated = nullptr;
     m_nOtherAnimated = 0;
-    m_fSeveralAnimated = false;
 }
 
 void PropertyList::CollectAnimated() {
+    constexpr unsigned int LastBit = AnimatedBits - 1;
     m_nGeneration = BasePropertyGeneration::Get();
     ForgetAnimated();
+    unsigned int nOther = 0;
     for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
         Entry const entry = GetEntry(nEntry);
         if (!IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
@@ -116,18 +112,18 @@ void PropertyList::CollectAnimated() {
         if (!m_pFirstAnimated) {
             m_pFirstAnimated = entry.m_pProperty;
         } else {
-            m_nOtherAnimated |= std::uint64_t{1} << (nEntry < LastAnimatedBit ? nEntry : LastAnimatedBit);
-            m_fSeveralAnimated = true;
+            nOther |= 1u << (nEntry < LastBit ? nEntry : LastBit);
         }
     }
+    m_nOtherAnimated = nOther & ((1u << AnimatedBits) - 1);
 }
 
 void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& frame) {
-    std::uint64_t nLeft = m_nOtherAnimated;
+    unsigned int nLeft = m_nOtherAnimated;
     m_pFirstAnimated->Update(context, frame);
     for (; nLeft != 0; nLeft &= nLeft - 1) {
-        unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctzll(nLeft));
-        if (__builtin_expect(nEntry == LastAnimatedBit, 0)) {
+        unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctz(nLeft));
+        if (__builtin_expect(nEntry == AnimatedBits - 1, 0)) {
             UpdateFrom(nEntry, context, frame);
             return;
         }

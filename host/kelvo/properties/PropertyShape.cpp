@@ -127,7 +127,11 @@ PropertyShape* PropertyShape::Extend(PropertyDescriptor const& descriptor, std::
 
 PropertyShape* PropertyShape::Copy() const {
     std::unique_ptr<PropertyShape> pCopy(new (std::nothrow) PropertyShape);
-    return pCopy && pCopy->m_slots.Assign(m_slots) ? pCopy.release() : nullptr;
+    if (!pCopy || !pCopy->m_slots.Assign(m_slots)) {
+        return nullptr;
+    }
+    pCopy->m_fShared = false;
+    return pCopy.release();
 }
 
 PropertyDescriptor const* PropertyShape::Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset) {

@@ -29,6 +29,8 @@ public:
     PropertyShape(PropertyShape const&) = delete;
     PropertyShape& operator=(PropertyShape const&) = delete;
 
+    /** Whether lists share it, or else it belongs to one. */
+    bool IsShared() const { return m_fShared; }
     /** The shape of a list without properties. */
     static PropertyShape& GetEmpty();
 
@@ -60,6 +62,7 @@ private:
     std::atomic<PropertyShape*> m_pFirstDerived{nullptr}; ///< shapes with one registration more
     PropertyShape* m_pNext = nullptr;                     ///< derived from the same one
     unsigned int m_nReplaced = 0; ///< registrations under an id that there was already, up to this one
+    bool m_fShared = true;        ///< see IsShared
 };
 
 } // namespace trevik::kelvo

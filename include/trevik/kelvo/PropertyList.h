@@ -47,12 +47,12 @@ public:
         Entry m_entry{};
     };
 
-    PropertyList() = default;
+    PropertyList() : m_nOtherAnimated(0), m_fWhole(true) {}
     ~PropertyList();
     /**
      * Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
      */
-    PropertyList(PropertyList const&) {}
+    PropertyList(PropertyList const&) : PropertyList() {}
     PropertyList& operator=(PropertyList const&) { return *this; } // NOLINT(*-unhandled-self-assignment)
 
     /**
@@ -91,7 +91,7 @@ public:
         if (m_nGeneration != BasePropertyGeneration::Get()) {
             CollectAnimated();
         }
-        if (__builtin_expect(m_fSeveralAnimated, 0)) {
+        if (__builtin_expect(m_nOtherAnimated != 0, 0)) {
             UpdateSeveral(context, frame);
         } else if (m_pFirstAnimated) {
             m_pFirstAnimated->Update(context, frame);
@@ -129,12 +129,13 @@ private:
     void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
     void UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame);
 
-    unsigned int m_nGeneration = 0;  ///< BasePropertyGeneration when the animated were collected; 0 = never
-    bool m_fSeveralAnimated = false; ///< m_nOtherAnimated has bits set
-    bool m_fWhole = true;            ///< see IsWhole
-    bool m_fOwnShape = false;        ///< m_pShape belongs to this list
+    static constexpr unsigned int AnimatedBits = 31; ///< of m_nOtherAnimated
+
+    unsigned int m_nGeneration = 0; ///< BasePropertyGeneration when the animated were collected; 0 = never
+    /** A bit for each entry; the last one for all from there on. */
+    unsigned int m_nOtherAnimated : AnimatedBits;
+    bool m_fWhole : 1;                    ///< see IsWhole
     Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
-    std::uint64_t m_nOtherAnimated = 0;   ///< a bit for each entry; the last one for all from there on
     PropertyShape* m_pShape = nullptr;    ///< what is registered; null for nothing
 };
 

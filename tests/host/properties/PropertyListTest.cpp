@@ -150,7 +150,7 @@ TEST(PropertyList, AnyNumberIsUpdatedInTheOrderOfRegistration) {
         std::vector<unsigned int>* m_pUpdated = nullptr;
     };
     Ref<Controller<int>> const pController(new SampleController<int>);
-    for (unsigned int nCount : {1u, 2u, 62u, 63u, 64u, 65u, 66u, 130u}) {
+    for (unsigned int nCount : {1u, 2u, 29u, 30u, 31u, 32u, 33u, 65u, 130u}) {
         // All of them, only the last ones, and one of the last with none before.
         for (unsigned int nStep : {1u, 3u, nCount}) {
             unsigned int const nID = MakeID();
