@@ -34,7 +34,7 @@ TEST_F(BytesTest, ANodeWeighsNoMoreThanItDid) {
         char const* m_pClass;
         std::size_t m_nBytes;
     } const kinds[] = {
-        {"Sprite", 872}, {"NinePatchSprite", 1584}, {"Text", 1490}, {"Timeline", 880}, {"Camera", 1928}};
+        {"Sprite", 776}, {"NinePatchSprite", 1496}, {"Text", 1448}, {"Timeline", 848}, {"Camera", 1896}};
     for (auto const& kind : kinds) {
         EXPECT_LE(Weigh([&] {
                       Ref<Node> pNode(static_cast<Node*>(m_registry.Create(HashName(kind.m_pClass))));

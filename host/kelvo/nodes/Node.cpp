@@ -23,11 +23,13 @@ void TraceRefusedChild(Node const& parent, char16_t const* pReason) {
 
 } // namespace
 
-Node::Node() : m_fSeen(false), m_fPlainUpdate(false), m_fFlattensSubtree(false) {}
+Node::Node()
+    : m_fSeen(false), m_fPlainUpdate(false), m_fPlainEntry(false), m_fFlattensSubtree(false),
+      m_fHasTransform(false) {}
 
-Node::Node(Node const& other)
-    : Referenced(other), ITraceable(other), m_fSeen(false), m_fPlainUpdate(false), m_fFlattensSubtree(false),
-      m_sName(other.m_sName) {}
+Node::Node(Node const& other) : Node() {
+    m_sName = other.m_sName;
+}
 
 NodeUserdata::~NodeUserdata() = default;
 
@@ -36,6 +38,7 @@ struct Node::Extras {
     Node* m_pHeld = nullptr;        ///< the node that this one keeps alive besides its children
     Node* m_pFirstHolder = nullptr; ///< the first node that keeps this one alive in that way
     Node* m_pNextHolder = nullptr;  ///< the next node that keeps m_pHeld alive
+    Node* m_pSharedSpace = nullptr; ///< see SetSharedSpace
 
     static void* operator new(std::size_t nBytes, std::nothrow_t const&) noexcept {
         return AllocateMemory(nBytes);
@@ -63,6 +66,22 @@ Node* Node::GetHeld() const {
 
 Node* Node::GetFirstHolder() const {
     return m_pExtras ? m_pExtras->m_pFirstHolder : nullptr;
+}
+
+/** What SetSharedSpace was given last. */
+Node* Node::GetSharedSpace() const {
+    return m_pExtras ? m_pExtras->m_pSharedSpace : nullptr;
+}
+
+/** Keeps a node without a transform whose space this one stands in for a while; none without memory. */
+void Node::SetSharedSpace(Node* pSpace) {
+    if (m_pExtras || (pSpace && NeedExtras())) {
+        m_pExtras->m_pSharedSpace = pSpace;
+    }
+}
+
+TransformNode* Node::GetTransformNode() const {
+    return m_fHasTransform ? static_cast<TransformNode*>(const_cast<Node*>(this)) : nullptr;
 }
 
 void Node::ReleaseChildren() {
@@ -241,8 +260,8 @@ void Node::Detach(Node* pChild) {
 void Node::SetParent(Node* pParent) {
     m_pParent = pParent;
     m_nParentVersion = 0;
-    if (m_pTransformNode) {
-        m_pTransformNode->SetSpace(pParent);
+    if (TransformNode* const pTransform = GetTransformNode()) {
+        pTransform->SetSpace(pParent);
     }
 }
 

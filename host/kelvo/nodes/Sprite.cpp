@@ -9,8 +9,8 @@
 
 namespace trevik::kelvo {
 
-// Texture and style are the sprite's last members.
-unsigned long const DrawnSpriteOffset = sizeof(Sprite) - 2 * sizeof(void*);
+// The texture is the sprite's last member.
+unsigned long const DrawnSpriteOffset = sizeof(Sprite) - sizeof(Ref<Texture>);
 
 Sprite::Sprite() : m_color(Vector3T<RealFloat>(1, 1, 1)), m_blendMode(int(BlendMode::Normal)) {
     SetStyleMarks();

@@ -118,7 +118,7 @@ inline unsigned int Timeline::FindAwake(unsigned int nEntry) const {
 inline __attribute__((always_inline)) void Timeline::UpdateEntry(unsigned int nEntry,
                                                                  TransformNode::Arguments const& arguments) {
     Node& node = *m_treeNodes[nEntry].m_value;
-    if (!node.m_fPlainUpdate || node.m_fUpdatesSubtree) {
+    if (!node.m_fPlainEntry) {
         if (node.m_fUpdatesSubtree) {
             node.Update(*arguments.m_pDevice, *arguments.m_pFrame, *arguments.m_pDelta, false);
         } else {
@@ -165,8 +165,8 @@ void Timeline::TakeOverriders() {
 
 /** Whether the node's matrix and opacity come about as those of a timeline or of a plain node do. */
 bool Timeline::HasPlainUpdate(Node const& node) {
-    TransformNode const* const pTransform = node.m_pTransformNode;
-    if (pTransform != &node || (node.m_fFlattensSubtree && !node.m_fUpdatesSubtree)) {
+    TransformNode const* const pTransform = node.GetTransformNode();
+    if (!pTransform || (node.m_fFlattensSubtree && !node.m_fUpdatesSubtree)) {
         return false;
     }
     return UpdateOverriders(node) == (node.m_fFlattensSubtree
@@ -256,6 +256,7 @@ bool Timeline::FlattenTree() {
         Node& node = *m_treeNodes[nEntry].m_value;
         m_tree.Append(&m_treeNodes[nEntry]);
         node.m_fPlainUpdate = HasPlainUpdate(node);
+        node.m_fPlainEntry = node.m_fPlainUpdate && !node.m_fUpdatesSubtree;
         if (node.m_fPlainUpdate) {
             static_cast<TransformNode&>(node).m_nTreeEntry = nEntry;
         }

@@ -57,20 +57,19 @@ void RemoveAllReferences(List<T*>& list) {
 
 TransformNode::TransformNode()
     : m_scale(One), m_stretch(One), m_opacity(RealFloat(1)), m_visible(true), m_selectable(true) {
-    m_pTransformNode = this;
+    m_fHasTransform = true;
     SetPropertyMarks();
     GetOwnOverriders(*this);
 }
 
 TransformNode::TransformNode(TransformNode const& other)
-    : Node(other), m_worldMatrix(other.m_worldMatrix), m_takenPosition(other.m_takenPosition),
+    : Node(other), m_pShape(other.m_pShape ? new (std::nothrow) Shape(*other.m_pShape) : nullptr),
+      m_worldMatrix(other.m_worldMatrix), m_takenPosition(other.m_takenPosition),
       m_pivotOffset(other.m_pivotOffset), m_rEffectiveOpacity(other.m_rEffectiveOpacity),
-      m_position(other.m_position),
-      m_pShape(other.m_pShape ? new (std::nothrow) Shape(*other.m_pShape) : nullptr),
-      m_rotation(other.m_rotation), m_pivot(other.m_pivot), m_scale(other.m_scale),
-      m_stretch(other.m_stretch), m_opacity(other.m_opacity), m_visible(other.m_visible),
-      m_depth(other.m_depth), m_selectable(other.m_selectable) {
-    m_pTransformNode = this;
+      m_position(other.m_position), m_rotation(other.m_rotation), m_pivot(other.m_pivot),
+      m_scale(other.m_scale), m_stretch(other.m_stretch), m_opacity(other.m_opacity),
+      m_visible(other.m_visible), m_depth(other.m_depth), m_selectable(other.m_selectable) {
+    m_fHasTransform = true;
     SetPropertyMarks();
     for (Mask* pMask : other.m_masks) {
         Ref<Mask> const pCopy(pMask->Clone());
@@ -104,6 +103,33 @@ TransformNode::~TransformNode() {
     RemoveAllReferences(m_effects);
     RemoveAllReferences(m_masks);
     delete m_pShape;
+}
+
+/** The node whose space this one stands in: the parent, but for SharedParent. Null for none. */
+Node* TransformNode::GetSpace() const {
+    if (m_pParentTransform) {
+        return m_pParentTransform;
+    }
+    return m_fSharesSpace ? GetSharedSpace() : m_pParent;
+}
+
+/** Has the node stand in the space of its parent, which is given since it need not have it yet. */
+void TransformNode::SetSpace(Node* pNode) {
+    Awaken();
+    m_fSharesSpace = false;
+    m_pParentTransform = pNode ? pNode->GetTransformNode() : nullptr;
+    m_nParentVersion = 0;
+}
+
+TransformNode::SharedParent::SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
+    Node* const pSpace = sibling.GetSpace();
+    m_node.SetSpace(pSpace);
+    m_node.m_fSharesSpace = true;
+    m_node.SetSharedSpace(m_node.m_pParentTransform ? nullptr : pSpace);
+}
+
+TransformNode::SharedParent::~SharedParent() {
+    m_node.SetSpace(m_node.m_pParent);
 }
 
 Matrix4T<RealFloat> TransformNode::GetWorldMatrix() const {

@@ -153,8 +153,8 @@ void TransformNode::CalculateAnyTransform() {
     }
     if (m_pParentTransform) {
         MultiplyWithParent();
-    } else if (m_pSpace) {
-        Matrix4Multiply(GetLocalMatrix(), m_pSpace->GetWorldMatrix(), m_worldMatrix);
+    } else if (Node const* const pSpace = GetSpace()) {
+        Matrix4Multiply(GetLocalMatrix(), pSpace->GetWorldMatrix(), m_worldMatrix);
     } else {
         m_worldMatrix = GetLocalMatrix();
         m_nParentVersion = NoParent;

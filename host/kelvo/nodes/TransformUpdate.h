@@ -78,7 +78,7 @@ inline unsigned int TransformNode::FindParentChange() const {
         return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
     }
     // A parent of another class does not tell whether its matrix has changed: it counts as changed.
-    return m_pSpace || m_nParentVersion != NoParent ? ParentMoved : 0u;
+    return GetSpace() || m_nParentVersion != NoParent ? ParentMoved : 0u;
 }
 
 /** To be called when what the children take over has changed: their timeline tells them at its next update.
@@ -98,8 +98,8 @@ inline bool TransformNode::UpdateOpacity() {
     RealFloat opacity = m_rOwnOpacity;
     if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
         opacity *= m_pParentTransform->m_rEffectiveOpacity;
-    } else if (m_pSpace) {
-        opacity *= m_pSpace->GetOpacity();
+    } else if (Node const* const pSpace = GetSpace()) {
+        opacity *= pSpace->GetOpacity();
     }
     if (opacity == m_rEffectiveOpacity) {
         return false;

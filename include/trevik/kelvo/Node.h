@@ -188,7 +188,7 @@ public:
     Node* GetChild(unsigned int nChild) const { return m_children[nChild]; }
     List<Node*> const& GetChildren() const { return m_children; }
     /** This node, when it has a transform; null for others. */
-    TransformNode* GetTransformNode() const { return m_pTransformNode; }
+    TransformNode* GetTransformNode() const;
 
     /** The node's animated properties; registers them on first use. */
     PropertyList& GetProperties() {
@@ -258,12 +258,13 @@ protected:
     bool m_fSubtreeChanged = true;
     mutable bool m_fSeen : 1;          ///< by IsKeptBy, while it looks around
     bool m_fPlainUpdate : 1;           ///< see HasPlainUpdate; as of the last flattening
+    bool m_fPlainEntry : 1;            ///< and it does not update its subtree
     bool m_fFlattensSubtree : 1;       ///< it is a timeline
+    bool m_fHasTransform : 1;          ///< it is a TransformNode; set by that
     unsigned int m_nParentVersion = 0; ///< the parent's transform version when last derived from; 0 = never
     /** The animated properties; see GetProperties. */
     PropertyList m_properties;
-    Node* m_pParent = nullptr;                 ///< see GetParent
-    TransformNode* m_pTransformNode = nullptr; ///< this node; set by TransformNode
+    Node* m_pParent = nullptr; ///< see GetParent
 
 private:
     friend class Timeline; // flattens its subtree
@@ -287,6 +288,8 @@ private:
     bool NeedExtras();
     Node* GetHeld() const;
     Node* GetFirstHolder() const;
+    Node* GetSharedSpace() const;
+    void SetSharedSpace(Node* pSpace);
 
     StringEncoded<UTF16Encoding> m_sName;
     Extras* m_pExtras = nullptr; ///< made when there is something for it

@@ -65,11 +65,12 @@ private:
         if (__builtin_expect((m_nMarks & StyleMark) != 0, 0)) {
             TakeStyle();
         }
-        return m_nStyle;
+        return m_nDerivedState;
     }
     TREVIK_NOINLINE void TakeStyle() {
-        m_nStyle = (m_blendMode.GetValue() == BlendMode::Normal ? Plain : 0u) |
-                   (m_antialias.GetValue() ? Antialiased : 0u);
+        m_nDerivedState =
+            static_cast<unsigned char>((m_blendMode.GetValue() == BlendMode::Normal ? Plain : 0u) |
+                                       (m_antialias.GetValue() ? Antialiased : 0u));
         if (!m_blendMode.GetBinding() && !m_antialias.GetBinding()) {
             m_nMarks &= ~unsigned(StyleMark);
         }
@@ -77,11 +78,7 @@ private:
     void SetStyleMarks();
 
 protected:
-    // Together with the style and what back ends add to draw with.
-    Ref<Texture> m_pTexture; ///< see GetTexture
-
-private:
-    unsigned int m_nStyle = 0; ///< last, so that what is added fits in right behind it
+    Ref<Texture> m_pTexture; ///< see GetTexture; last, beside what back ends add to draw with
 };
 
 } // namespace trevik::kelvo

@@ -75,17 +75,16 @@ public:
 
     /**
      * While it lives, `node` is updated in the space of the parent of `sibling`, with that parent's matrix
-     * and opacity, or as one without a parent when `sibling` has none. For nodes that belong to another one
-     * without being its children. Afterwards a node with a parent of its own is in the space of that one
-     * again, from its next update on.
+     * and opacity, or as one without a parent when `sibling` has none, or has one without a transform and
+     * there is no memory to keep that in mind. For nodes that belong to another one without being its
+     * children. Afterwards a node with a parent of its own is in the space of that one again, from its next
+     * update on.
      */
     class TREVIK_API SharedParent {
     public:
         /** Puts `node` into the space of `sibling`'s parent; both are borrowed. */
-        SharedParent(TransformNode& node, TransformNode const& sibling) : m_node(node) {
-            m_node.SetSpace(sibling.m_pSpace);
-        }
-        ~SharedParent() { m_node.SetSpace(m_node.m_pParent); }
+        SharedParent(TransformNode& node, TransformNode const& sibling);
+        ~SharedParent();
         SharedParent(SharedParent const&) = delete;
         SharedParent& operator=(SharedParent const&) = delete;
 
@@ -140,6 +139,8 @@ private:
     /** Rotation, pivot, scale and stretch as they were taken over, and what becomes of them. */
     struct Shape;
 
+    Shape* m_pShape = nullptr; ///< made when one of the values is first given, animated or bound
+
 protected:
     // Most of the time that a node takes in a frame is spent on fetching it. So what updates and draws read
     // of every node lies in one piece of three cache lines, up to and including the count of masks; fetching
@@ -151,7 +152,7 @@ protected:
 private:
     Vector4T<RealFloat> m_takenPosition;           ///< the position that the matrices were made from; w = 0
     Vector4T<RealFloat> m_pivotOffset{0, 0, 0, 1}; ///< the pivot, scaled and turned; w = 1
-    TransformNode* m_pParentTransform = nullptr;   ///< m_pSpace, when it has a transform
+    TransformNode* m_pParentTransform = nullptr;   ///< see GetSpace; null when that has no transform
 
 protected:
     /**
@@ -159,8 +160,11 @@ protected:
      * binding changes its value without telling. Derived classes set and clear their own marks only.
      */
     mutable PropertyMarks m_nMarks = 0xffff;
+    /** For derived classes, to keep there what they have taken up, since drawing reads this line anyway. */
+    mutable unsigned char m_nDerivedState = 0;
 
 private:
+    bool m_fSharesSpace = false; ///< see GetSpace
     mutable unsigned char m_nDrawState = 0;
     /** What CalculateTransform has to take up; 0 = it was called from outside. */
     unsigned char m_nChanges = Everything;
@@ -191,12 +195,6 @@ protected:
     List<Effect*> m_effects;    ///< in attachment order, one reference each
     Vector3Property m_position; ///< "Position", units of the parent's space, (0, 0, 0)
     List<Mask*> m_masks;        ///< one reference each
-
-private:
-    Node* m_pSpace = nullptr;  ///< the node whose space this one stands in: the parent, but for SharedParent
-    Shape* m_pShape = nullptr; ///< made when one of the values is first given, animated or bound
-
-protected:
     Vector3Property m_rotation; ///< "Rotation", degrees about x, y and z, applied in this order, (0, 0, 0)
     Vector3Property m_pivot;    ///< "Pivot", node units, added before scaling and turning, (0, 0, 0)
     Vector3Property m_scale;    ///< "Scale", (1, 1, 1)
@@ -230,12 +228,8 @@ private:
     };
 
     void SetPropertyMarks();
-    void SetSpace(Node* pNode) {
-        Awaken();
-        m_pSpace = pNode;
-        m_pParentTransform = pNode ? pNode->GetTransformNode() : nullptr;
-        m_nParentVersion = 0;
-    }
+    Node* GetSpace() const;
+    void SetSpace(Node* pNode);
     // Inline only where they are used, which is where they are defined.
     static inline void FetchForDrawing(Node const* pNode);
     static inline void FetchForUpdating(Node const* pNode);

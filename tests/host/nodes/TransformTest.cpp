@@ -129,6 +129,24 @@ TEST(Transform, StandsUnderNodesThatHaveAMatrixOfTheirOwn) {
         EXPECT_EQ(Origin(pChild->GetWorldMatrix()), Vector3(static_cast<RealFloat>(n), 0, 0));
     }
     EXPECT_EQ(pChild->GetOpacity(), RealFloat(0.5));
+    // So does what shares the parent with such a node, and with that one, if there is memory to note it.
+    for (bool const fMemory : {true, false}) {
+        Ref<TransformNode> const pGuest = Make<TransformNode>("guest"), pOther = Make<TransformNode>("other");
+        if (!fMemory) {
+            Allocation::FailAfter(0);
+        }
+        {
+            TransformNode::SharedParent const parent(*pGuest, *pChild), same(*pOther, *pGuest);
+            Allocation::FailNever();
+            for (Ref<TransformNode> const& pNode : {pGuest, pOther}) {
+                pNode->Update(device, 0);
+                EXPECT_EQ(Origin(pNode->GetWorldMatrix()), Vector3(fMemory ? 2 : 0, 0, 0));
+                EXPECT_EQ(pNode->GetOpacity(), RealFloat(fMemory ? 0.5 : 1));
+            }
+        }
+        pGuest->Update(device, 0);
+        EXPECT_EQ(pGuest->GetWorldMatrix(), Matrix::Identity);
+    }
 }
 
 bool AddMask(TransformNode& node, std::vector<RealFloat> const& values) {
