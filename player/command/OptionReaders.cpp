@@ -100,7 +100,8 @@ std::string ReadFrames(std::string const& text, Options& options) {
     if (std::optional<int> const frame = ReadNumber(text, 0, LastFrame)) {
         range = {*frame, *frame};
     } else if (!ReadPair(text, "..", 0, LastFrame, range.nFirst, range.nLast) || range.nLast < range.nFirst) {
-        return "expected a frame (45) or a first and a last one (0..89), found \"" + text + "\"";
+        return "expected a frame (45) or a first and a last one (0..89), up to " + std::to_string(LastFrame) +
+               ", found \"" + text + "\"";
     }
     options.frames = range;
     return "";

@@ -1,6 +1,7 @@
 #include "explain/Explainer.h"
 
 #include "command/Interrupt.h"
+#include "command/StandardInput.h"
 #include "explain/NodeMemory.h"
 #include "explain/NodeParts.h"
 #include "explain/NodePixels.h"
@@ -52,7 +53,7 @@ void Explainer::CountPixels(Scene& scene, Stage& stage) {
 
 bool Explainer::Finish(Scene& scene, SceneNotes const& notes, Stage& stage, Fault& fault) {
     if (m_options.fExplain) {
-        m_explanation.scene = m_options.scene;
+        m_explanation.scene = GetSceneName(m_options.scene);
         m_explanation.renderer = GetRenderer();
         MeasureMemory(m_explanation.costs);
         m_explanation.times = MeasureTimes(m_explanation.costs, m_explanation.nFrame, scene, stage,

@@ -123,6 +123,13 @@ void AppendRow(std::string& text, std::string const& label, Cost const& cost) {
            ToKiB(cost.nTextures + cost.nFonts), cost.rUpdate, cost.rRender);
 }
 
+/** The line that a node stands on; where that is in another file than the scene's own, with its name. */
+std::string GetLine(SceneOrigin const& origin, std::string const& scene) {
+    std::string const& file = origin.sFile;
+    return (file == scene ? " :" : " " + file.substr(file.rfind('/') + 1) + ":") +
+           std::to_string(origin.nLine);
+}
+
 void AppendTree(std::string& text, Explanation const& explanation, SceneNotes const& notes) {
     text += "\nAll nodes, each with all below it\n" + Fill("", LabelWidth);
     Append(text, "%6s%7s%7s%5s%5s%6s%9s%9s%6s%8s%7s%8s\n", "draws", "calls", "trian.", "prog", "tex", "blend",
@@ -133,7 +140,7 @@ void AppendTree(std::string& text, Explanation const& explanation, SceneNotes co
         NodeCost const& cost = nodes[nNode];
         std::string const indent(2 * cost.nDepth, ' ');
         SceneOrigin const* const pOrigin = notes.Find(*cost.pNode);
-        std::string const line = pOrigin ? " :" + std::to_string(pOrigin->nLine) : std::string();
+        std::string const line = pOrigin ? GetLine(*pOrigin, explanation.scene) : std::string();
         std::string const label = indent + DescribeNode(*cost.pNode);
         AppendRow(text, Cut(label, LabelWidth - std::min(line.size(), LabelWidth)) + line, cost.sum);
         for (SceneWarning const* const pWarning : warnings[nNode]) {

@@ -5,6 +5,7 @@
 #include "command/Output.h"
 #include "command/Paths.h"
 #include "command/Processes.h"
+#include "command/StandardInput.h"
 #include "pictures/Comparison.h"
 #include "pictures/ContactSheet.h"
 #include "pictures/Pictures.h"
@@ -103,9 +104,9 @@ int Player::Run() {
     settings.m_size = size;
     settings.m_format = m_options.format.value_or(settings.m_format);
     FrameRange const frames = GetFrames();
-    Tell(m_options.scene + ": frames " + std::to_string(frames.nFirst) + ".." + std::to_string(frames.nLast) +
-         ", " + std::to_string(size.width) + "x" + std::to_string(size.height) + " pixels, " +
-         GetFormatName(settings.m_format));
+    Tell(GetSceneName(m_options.scene) + ": frames " + std::to_string(frames.nFirst) + ".." +
+         std::to_string(frames.nLast) + ", " + std::to_string(size.width) + "x" +
+         std::to_string(size.height) + " pixels, " + GetFormatName(settings.m_format));
     if (!m_options.save.empty()) {
         Tell(m_options.save + ": written");
     }

@@ -18,7 +18,7 @@ namespace {
 
 int LoadStandardInput(Backend& backend, Scene& scene, Fault& fault, SceneNotes& notes) {
     std::vector<std::uint8_t> text;
-    if (ReadStandardInput(text, fault) && ReadSceneText({text.data(), text.size()}, "standard input", "",
+    if (ReadStandardInput(text, fault) && ReadSceneText({text.data(), text.size()}, GetSceneName("-"), "",
                                                         backend.GetRegistry(), scene, fault, &notes)) {
         return ExitSuccess;
     }

@@ -3,6 +3,7 @@
 #include "check/Warnings.h"
 #include "command/Interrupt.h"
 #include "command/Output.h"
+#include "command/StandardInput.h"
 #include "play/AlphaTestGroup.h"
 #include "report/Driver.h"
 #include "scene/NodeDescription.h"
@@ -58,7 +59,8 @@ unsigned int CountNodes(trevik::kelvo::Node const& node) {
 }
 
 std::string GetFileName(std::string const& path) {
-    return path == "-" ? "standard input" : path.substr(path.rfind('/') + 1);
+    std::string const name = GetSceneName(path);
+    return name.substr(name.rfind('/') + 1);
 }
 
 /** The text with the file's name in place of its whole path: there is little room. */

@@ -205,6 +205,24 @@ TEST_F(ExplainTest, PrintsTheDearestNodesThenTheTree) {
     }
 }
 
+TEST_F(ExplainTest, NamesIncludedFilesAndStandardInputAndWarnsOfWhatIsAskedFor) {
+    m_folder.WriteText("parts.json", R"({"templates": {"glass": {"node":
+        {"class": "Timeline", "effects": [{"class": "GaussianBlurEffect", "BlurAmount": 1}]}}}})");
+    m_folder.WriteText("input",
+                       R"({"surface": {"size": [9, 9], "format": "rgba8888"}, "clearColor": "transparent",
+        "include": [")" + Path("parts.json") +
+                           R"("], "nodes": [{"use": "glass"}]})");
+    std::string const player = "player - --explain=7 <" + Path("input");
+    std::string const text = RunShell(player).output;
+    EXPECT_EQ(text.find("frame       7 of standard input, 9x9 pixels\n"), 0u) << text;
+    EXPECT_TRUE(std::regex_search(
+        text, std::regex("\nTimeline :1 .*\n  warning \\[frames-outside\\]\n.*"
+                         "\n  Timeline parts\\.json:2 .*\n    warning \\[blur-opaque\\]\n")))
+        << text;
+    EXPECT_EQ(RunShell(player + " --quiet --explain=json | grep -c '\"scene\": *\"standard input\"'").output,
+              "1\n");
+}
+
 TEST_F(ExplainTest, DrawsHowOftenPixelsAreWrittenAndALegend) {
     Outcome const outcome = Play({Path("scene.json"), "--overdraw", Path("heat.png"), "--verbose"});
     EXPECT_EQ(outcome.nExitCode, 0) << outcome.errors;
