@@ -41,9 +41,15 @@ std::string GetHelpText() {
     for (KeyCommand const& command : GetKeyCommands()) {
         text += std::string(command.pKeys) + "\t" + command.pMeaning + "\n";
     }
-    return text + "Click\tTells which node is there\n"
+    return text + "Click\tTells which node is there; again, hides it\n"
                   "Double click\tFull screen, and back\n"
                   "Lower edge\tA bar to go to any frame with";
+}
+
+std::string GetShortHelpText() {
+    return "Space pause, Left/Right step, Home/End ends, Comma/Period speed, F full screen, O figures, R "
+           "read, "
+           "S save, F1 keys, Escape end";
 }
 
 } // namespace kelvokit::player

@@ -41,4 +41,7 @@ KeyCommand const* FindKeyCommand(SDL_Keycode key, int nModifiers);
 /** What F1 shows: all keys, and what the mouse does. */
 std::string GetHelpText();
 
+/** The same for a window that has no room for it: the keys alone, in a few words. */
+std::string GetShortHelpText();
+
 } // namespace kelvokit::player

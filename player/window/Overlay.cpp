@@ -5,6 +5,7 @@
 #include "trevik/kelvo/Timeline.h"
 
 #include <algorithm>
+#include <climits>
 #include <cmath>
 #include <iterator>
 
@@ -23,15 +24,18 @@ using trevik::kelvo::TransformNode;
 
 namespace {
 
-constexpr int Padding = 8;  ///< of a text on its ground
-constexpr int Distance = 8; ///< of panels from the window's edges
+// In a small window there is little room for it.
+constexpr int SmallHeight = 240;
+constexpr int Room = 8; ///< around texts and panels
+constexpr int SmallRoom = 3;
+constexpr int MessageHeight = 60; ///< of a few lines, for which there is to be room
 
 /** Families that one or the other system has, in the order in which they are liked. */
 char const* const Families[] = {"DejaVu Sans", "Noto Sans", "Liberation Sans", "Lato", "FreeSans"};
 
 /** In the order of PanelIndex. */
-char const* const PanelNames[] = {"figures", "picked", "help", "message", "bar"};
-constexpr int TabWidths[] = {90, 40, 150, 40, 40};
+char const* const PanelNames[] = {"figures", "picked", "help", "short help", "message", "bar"};
+constexpr int TabWidths[] = {90, 40, 150, 40, 40, 40};
 
 std::string GetPanelScene(std::string const& name, int nTabWidth) {
     return R"({"class": "TransformNode", "name": ")" + name + R"(", "Visible": false, "children": [
@@ -117,53 +121,106 @@ TransformNode* Overlay::Find(std::string const& name) const {
     return m_pScene->GetRoot()->FindNode(String16(String8(name.c_str())))->GetTransformNode();
 }
 
-/** Shows a text in a panel and measures it; no text hides the panel. */
-void Overlay::SetText(PanelIndex panel, std::string const& text, int nWidest) {
-    Panel& shown = m_panels[static_cast<std::size_t>(panel)];
+/**
+ * Shows a text in a panel and measures it; no text hides the panel. What is too wide is broken into lines,
+ * and of too many lines the last ones are left out.
+ */
+void Overlay::SetText(PanelIndex panel, std::string const& text, SizeT<int> const& most) {
+    Panel& shown = GetPanel(panel);
     SetVisible(*shown.pNode, !text.empty());
     if (text.empty() || text == shown.sText) {
         return;
     }
     shown.sText = text;
-    shown.pText->GetTextProperty().SetValue(String16(String8(text.c_str())));
-    // What is too wide is broken into lines of that width.
-    shown.pText->GetBoxProperty().SetValue({0, 0});
-    shown.pText->UpdateLayout();
-    RectangleT<RealFloat> bounds;
-    shown.pText->GetTextRenderRect(bounds);
-    if (bounds.GetWidth() > static_cast<RealFloat>(nWidest)) {
-        shown.pText->GetBoxProperty().SetValue({static_cast<RealFloat>(std::max(nWidest, 1)), 0});
-        shown.pText->UpdateLayout();
-        shown.pText->GetTextRenderRect(bounds);
+    bool const fPrinted = panel == Message || panel == Picked;
+    std::string const more = fPrinted ? "\n... more in the terminal" : "\n...";
+    Measure(shown, text, most.width);
+    std::size_t nEnd = text.size();
+    while (shown.bounds.GetHeight() > static_cast<RealFloat>(most.height) &&
+           (nEnd = text.rfind('\n', nEnd - 1)) != std::string::npos && nEnd > 0) {
+        Measure(shown, text.substr(0, nEnd) + more, most.width);
     }
-    RealFloat const pad = Padding;
-    shown.bounds = RectangleT<RealFloat>(std::floor(bounds.left) - pad, std::floor(bounds.top) - pad,
+    RectangleT<RealFloat> const& bounds = shown.bounds;
+    SetBox(*shown.pGround, bounds.left, bounds.top, bounds.GetWidth(), bounds.GetHeight());
+}
+
+/** Writes a text into a panel no wider than that, if a word is not. */
+void Overlay::Measure(Panel& panel, std::string const& text, int nWidest) {
+    panel.pText->GetTextProperty().SetValue(String16(String8(text.c_str())));
+    panel.pText->GetBoxProperty().SetValue({0, 0});
+    panel.pText->UpdateLayout();
+    RectangleT<RealFloat> bounds;
+    panel.pText->GetTextRenderRect(bounds);
+    int const nWidestText = std::max(nWidest - 2 * m_nRoom, 1);
+    if (bounds.GetWidth() > static_cast<RealFloat>(nWidestText)) {
+        panel.pText->GetBoxProperty().SetValue({static_cast<RealFloat>(nWidestText), 0});
+        panel.pText->UpdateLayout();
+        panel.pText->GetTextRenderRect(bounds);
+    }
+    auto const pad = static_cast<RealFloat>(m_nRoom);
+    panel.bounds = RectangleT<RealFloat>(std::floor(bounds.left) - pad, std::floor(bounds.top) - pad,
                                          std::ceil(bounds.right) + pad, std::ceil(bounds.bottom) + pad);
-    SetBox(*shown.pGround, shown.bounds.left, shown.bounds.top, shown.bounds.GetWidth(),
-           shown.bounds.GetHeight());
 }
 
 /** Puts a panel's lower left corner there. */
-void Overlay::Place(PanelIndex panel, RealFloat x, RealFloat y) {
-    Panel& placed = m_panels[static_cast<std::size_t>(panel)];
+void Overlay::MoveTo(PanelIndex panel, RealFloat x, RealFloat y) {
+    Panel& moved = GetPanel(panel);
+    moved.pNode->GetPositionProperty().SetValue(
+        Vector3T<RealFloat>(std::floor(x) - moved.bounds.left, std::floor(y) - moved.bounds.top, 0));
+}
+
+/** Puts a panel that has a text where there is room for it; hides it where there is none. */
+void Overlay::Place(PanelIndex panel, PanelLayout& layout, std::vector<PanelPlace> const& places) {
+    Panel& placed = GetPanel(panel);
     if (!placed.pNode->GetVisibleProperty().GetValue()) {
         return;
     }
-    placed.pNode->GetPositionProperty().SetValue(
-        Vector3T<RealFloat>(std::floor(x) - placed.bounds.left, std::floor(y) - placed.bounds.top, 0));
+    SizeT<int> const size(static_cast<int>(placed.bounds.GetWidth()),
+                          static_cast<int>(placed.bounds.GetHeight()));
+    std::optional<RectangleT<int>> const box = layout.Place(size, places);
+    SetVisible(*placed.pNode, box.has_value());
+    if (box) {
+        MoveTo(panel, static_cast<RealFloat>(box->left),
+               static_cast<RealFloat>(m_viewSize.height - box->bottom));
+    }
+}
+
+/** Those first that matter most: they keep the room that there is. */
+void Overlay::PlacePanels(OverlayTexts const& texts) {
+    int const nEdge = m_nRoom;
+    RectangleT<int> const area(nEdge, nEdge, m_viewSize.width - nEdge, m_viewSize.height - nEdge - BarHeight);
+    SizeT<int> const most(area.GetWidth(), area.GetHeight());
+    PanelLayout layout(area);
+    SetText(Help, texts.help, SizeT<int>(most.width, INT_MAX));
+    RectangleT<RealFloat> const& help = GetPanel(Help).bounds;
+    bool const fHelpFits = help.GetHeight() <= static_cast<RealFloat>(most.height);
+    SetText(ShortHelp, fHelpFits ? "" : texts.shortHelp, most);
+    SetVisible(*GetPanel(Help).pNode, fHelpFits && !texts.help.empty());
+    Place(Help, layout, {PanelPlace::Middle});
+    Place(ShortHelp, layout, {PanelPlace::Middle});
+    // The scene is to be seen beside what is wrong with another one, which is told in full elsewhere.
+    SetText(Message, texts.message, SizeT<int>(most.width, std::max(most.height / 2, MessageHeight)));
+    Place(Message, layout, {PanelPlace::LowerLeft, PanelPlace::UpperLeft});
+    layout.KeepVisible(texts.pickedAt);
+    SetText(Picked, texts.picked, most);
+    Place(Picked, layout,
+          {PanelPlace::UpperRight, PanelPlace::LowerRight, PanelPlace::UpperLeft, PanelPlace::LowerLeft});
+    SetText(Figures, texts.figures, most);
+    Place(Figures, layout,
+          {PanelPlace::UpperLeft, PanelPlace::UpperRight, PanelPlace::LowerLeft, PanelPlace::LowerRight});
 }
 
 void Overlay::PlaceBar(SizeT<int> const& window, PlayBar const& bar) {
-    SetText(BarText, bar.text, window.width);
-    Panel& panel = m_panels[BarText];
+    SetText(BarText, bar.text, window);
+    Panel& panel = GetPanel(BarText);
     RectangleT<RealFloat> const& bounds = panel.bounds;
     RealFloat const height = BarHeight;
-    Place(BarText, 0, (height - bounds.GetHeight()) / 2);
+    MoveTo(BarText, 0, (height - bounds.GetHeight()) / 2);
     SetBox(*panel.pGround, bounds.left, std::floor((bounds.top + bounds.bottom - height) / 2),
            static_cast<RealFloat>(window.width), height);
     // It does not move with every digit.
-    m_nTrackLeft = std::max(m_nTrackLeft, static_cast<int>(bounds.GetWidth()) + Padding);
-    auto const length = static_cast<RealFloat>(std::max(window.width - Padding - m_nTrackLeft, 1));
+    m_nTrackLeft = std::max(m_nTrackLeft, static_cast<int>(bounds.GetWidth()) + m_nRoom);
+    auto const length = static_cast<RealFloat>(std::max(window.width - m_nRoom - m_nTrackLeft, 1));
     auto const left = static_cast<RealFloat>(m_nTrackLeft);
     SetBox(*m_pTrack, left, height / 2 - 3, length, 6);
     SetBox(*m_pPlayed, left, height / 2 - 3,
@@ -171,7 +228,7 @@ void Overlay::PlaceBar(SizeT<int> const& window, PlayBar const& bar) {
 }
 
 double Overlay::GetPlace(int x, SizeT<int> const& window) const {
-    int const nLength = std::max(window.width - Padding - m_nTrackLeft, 1);
+    int const nLength = std::max(window.width - m_nRoom - m_nTrackLeft, 1);
     return std::clamp(static_cast<double>(x - m_nTrackLeft) / nLength, 0.0, 1.0);
 }
 
@@ -181,6 +238,7 @@ void Overlay::SetView(SizeT<int> const& window) {
         return;
     }
     m_viewSize = window;
+    m_nRoom = window.height < SmallHeight ? SmallRoom : Room;
     m_nTrackLeft = 0;
     for (Panel& panel : m_panels) {
         panel.sText.clear(); // what is too wide has changed
@@ -196,25 +254,12 @@ void Overlay::Draw(GraphicsDevice& device, SizeT<int> const& window, OverlayText
         return;
     }
     SetView(window);
-    int const nWidest = window.width - 2 * (Distance + Padding);
-    auto const width = static_cast<RealFloat>(window.width);
-    auto const height = static_cast<RealFloat>(window.height);
-    RealFloat const distance = Distance;
-    auto const bounds = [this](PanelIndex panel) { return m_panels[static_cast<std::size_t>(panel)].bounds; };
-    SetText(Figures, texts.figures, nWidest);
-    Place(Figures, distance, height - distance - bounds(Figures).GetHeight());
-    SetText(Picked, texts.picked, nWidest);
-    Place(Picked, width - distance - bounds(Picked).GetWidth(),
-          height - distance - bounds(Picked).GetHeight());
-    SetText(Help, texts.help, nWidest);
-    Place(Help, (width - bounds(Help).GetWidth()) / 2, (height - bounds(Help).GetHeight()) / 2);
-    SetText(Message, texts.message, nWidest);
-    Place(Message, distance, distance + BarHeight);
+    PlacePanels(texts);
     SetVisible(*m_pTracks, texts.bar.has_value());
     if (texts.bar) {
         PlaceBar(window, *texts.bar);
     } else {
-        SetText(BarText, "", nWidest);
+        SetText(BarText, "", window);
     }
     device.SetViewport(0, 0, window.width, window.height);
     // The scene may count on it from one frame to the next.

@@ -5,13 +5,16 @@
 #include "trevik/ClassRegistry.h"
 #include "trevik/Rectangle.h"
 #include "trevik/Size.h"
+#include "trevik/Vector.h"
 #include "trevik/kelvo/GraphicsDevice.h"
 #include "trevik/kelvo/Text.h"
+#include "window/PanelLayout.h"
 
 #include <array>
 #include <memory>
 #include <optional>
 #include <string>
+#include <vector>
 
 namespace kelvokit::player {
 
@@ -23,10 +26,12 @@ struct PlayBar {
 
 /** What is to be read above the scene; empty texts are not shown. */
 struct OverlayTexts {
-    std::string figures; ///< at the upper left
-    std::string picked;  ///< at the upper right
-    std::string help;    ///< in the middle
-    std::string message; ///< at the lower edge, above the bar
+    std::string figures; ///< at the upper left, where there is room
+    std::string picked;  ///< at the upper right, or where it does not cover what was picked
+    trevik::Vector2T<int> pickedAt = {0, 0}; ///< pixels of the window, y down
+    std::string help;                        ///< in the middle
+    std::string shortHelp;                   ///< in its place where it is too large
+    std::string message;                     ///< at the lower edge, above the bar
     std::optional<PlayBar> bar;
 };
 
@@ -61,11 +66,15 @@ private:
         std::string sText;
         trevik::RectangleT<trevik::RealFloat> bounds; ///< of the ground, in the panel
     };
-    enum PanelIndex { Figures, Picked, Help, Message, BarText, PanelCount };
+    enum PanelIndex { Figures, Picked, Help, ShortHelp, Message, BarText, PanelCount };
 
     trevik::kelvo::TransformNode* Find(std::string const& name) const;
-    void SetText(PanelIndex panel, std::string const& text, int nWidest);
-    void Place(PanelIndex panel, trevik::RealFloat x, trevik::RealFloat y);
+    Panel& GetPanel(PanelIndex panel) { return m_panels[static_cast<std::size_t>(panel)]; }
+    void SetText(PanelIndex panel, std::string const& text, trevik::SizeT<int> const& most);
+    void Measure(Panel& panel, std::string const& text, int nWidest);
+    void MoveTo(PanelIndex panel, trevik::RealFloat x, trevik::RealFloat y);
+    void Place(PanelIndex panel, PanelLayout& layout, std::vector<PanelPlace> const& places);
+    void PlacePanels(OverlayTexts const& texts);
     void PlaceBar(trevik::SizeT<int> const& window, PlayBar const& bar);
     void SetView(trevik::SizeT<int> const& window);
     bool Build(trevik::ClassRegistry& registry, std::string const& family, trevik::kelvo::Fault& fault);
@@ -75,9 +84,10 @@ private:
     trevik::kelvo::TransformNode* m_pTracks = nullptr; ///< the bar, which consists of these two
     trevik::kelvo::TransformNode* m_pTrack = nullptr;
     trevik::kelvo::TransformNode* m_pPlayed = nullptr;
-    trevik::SizeT<int> m_viewSize;
-    int m_nTrackLeft = 0;       ///< column where the bar begins, right of its text
-    bool m_fFontMissed = false; ///< and is not looked for again
+    trevik::SizeT<int> m_viewSize; ///< of the window
+    int m_nRoom = 0;               ///< around texts and panels
+    int m_nTrackLeft = 0;          ///< column where the bar begins, right of its text
+    bool m_fFontMissed = false;    ///< and is not looked for again
 };
 
 } // namespace kelvokit::player

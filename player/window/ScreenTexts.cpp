@@ -15,20 +15,20 @@ constexpr auto NoticeTime = 3s;
 constexpr auto BarTime = 2500ms;
 constexpr auto RateTime = 1s; // that frames per second are counted over
 
+} // namespace
+
 std::string GetSpeedText(double rSpeed) {
     char text[32];
     std::snprintf(text, sizeof text, ", %gx", rSpeed);
     return rSpeed == 1 ? "" : text;
 }
 
-} // namespace
-
 void ScreenTexts::SetNotice(std::string const& text, Time now) {
     m_sNotice = text;
     m_noticeEnd = now + NoticeTime;
 }
 
-void ScreenTexts::NoteMouse(Time now) {
+void ScreenTexts::ShowBar(Time now) {
     m_barEnd = now + BarTime;
 }
 
@@ -51,7 +51,9 @@ OverlayTexts ScreenTexts::Get(PlayClock const& clock, FrameRange const& frames, 
     OverlayTexts texts;
     texts.figures = m_fFigures ? GetFigures(clock, figures) : "";
     texts.help = m_fHelp ? GetHelpText() : "";
+    texts.shortHelp = m_fHelp ? GetShortHelpText() : "";
     texts.picked = m_sPicked;
+    texts.pickedAt = m_pickedAt;
     texts.message = m_sFault;
     if (now < m_noticeEnd) {
         texts.message += (m_sFault.empty() ? "" : "\n") + m_sNotice;

@@ -14,6 +14,9 @@ struct SceneFigures {
     unsigned long long nDraws; ///< of the scene in this frame
 };
 
+/** A speed as it stands behind something else; empty for the scene's own. */
+std::string GetSpeedText(double rSpeed);
+
 /**
  * What is to be read in the window when: what a person has asked to see stays, what is told by the way goes
  * after a while. Times are those of the clock.
@@ -24,14 +27,19 @@ public:
 
     void ToggleFigures() { m_fFigures = !m_fFigures; }
     void ToggleHelp() { m_fHelp = !m_fHelp; }
-    void SetPicked(std::string const& text) { m_sPicked = text; }
+    /** Stays until it is empty. `at`: what it is about, in pixels of the window, y down. */
+    void SetPicked(std::string const& text, trevik::Vector2T<int> const& at) {
+        m_sPicked = text;
+        m_pickedAt = at;
+    }
+    bool HasPicked() const { return !m_sPicked.empty(); }
     /** Stays until it is empty. */
     void SetFault(std::string const& text) { m_sFault = text; }
     std::string const& GetFault() const { return m_sFault; }
     /** Is shown for a moment. */
     void SetNotice(std::string const& text, Time now);
     /** The bar is shown for a moment. */
-    void NoteMouse(Time now);
+    void ShowBar(Time now);
 
     /** Counts a frame that is shown. */
     void NoteFrame(Time now);
@@ -47,6 +55,7 @@ private:
     bool m_fFigures = false;
     bool m_fHelp = false;
     std::string m_sPicked;
+    trevik::Vector2T<int> m_pickedAt = {0, 0};
     std::string m_sFault;
     std::string m_sNotice;
     Time m_noticeEnd{};

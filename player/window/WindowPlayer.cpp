@@ -38,6 +38,8 @@ constexpr auto ResizeEnd = 150ms;
 // Signals are looked for as often.
 constexpr auto LongestWait = 100ms;
 constexpr auto TitleInterval = 250ms;
+// Of a text that a node has, the beginning tells which one it is.
+constexpr std::size_t LongestLine = 160;
 
 PlayClock::Time GetNow() {
     return std::chrono::steady_clock::now().time_since_epoch();
@@ -50,10 +52,11 @@ void Wake() {
     SDL_PushEvent(&event);
 }
 
+/** The nodes below one: below a scene's root those that its file has. */
 unsigned int CountNodes(trevik::kelvo::Node const& node) {
-    unsigned int nNodes = 1;
+    unsigned int nNodes = 0;
     for (trevik::kelvo::Node const* const pChild : node.GetChildren()) {
-        nNodes += CountNodes(*pChild);
+        nNodes += 1 + CountNodes(*pChild);
     }
     return nNodes;
 }
@@ -63,13 +66,24 @@ std::string GetFileName(std::string const& path) {
     return name.substr(name.rfind('/') + 1);
 }
 
-/** The text with the file's name in place of its whole path: there is little room. */
+/** The lines with the file's name in place of its whole path, and of long ones the beginning. */
 std::string Shorten(std::string text, std::string const& path) {
     std::string const name = GetFileName(path);
     std::size_t nAt = 0;
     while (!path.empty() && (nAt = text.find(path, nAt)) != std::string::npos) {
         text.replace(nAt, path.size(), name);
         nAt += name.size();
+    }
+    for (nAt = 0; nAt < text.size(); ++nAt) {
+        std::size_t const nEnd = std::min(text.find('\n', nAt), text.size());
+        std::size_t nLast = nAt + LongestLine;
+        if (nEnd > nLast) {
+            while ((static_cast<unsigned char>(text[nLast]) & 0xc0) == 0x80) {
+                --nLast; // not within a character
+            }
+            text.replace(nLast, nEnd - nLast, "...");
+        }
+        nAt = std::min(text.find('\n', nAt), text.size());
     }
     return text;
 }
@@ -227,7 +241,7 @@ void WindowPlayer::TakeEvent(SDL_Event const& event) {
         break;
     case SDL_MOUSEMOTION:
         m_fChanged = true;
-        m_texts.NoteMouse(GetNow());
+        m_texts.ShowBar(GetNow());
         if (m_fScrubbing) {
             Scrub(event.motion.x);
         }
@@ -257,7 +271,7 @@ void WindowPlayer::TakeButton(SDL_Event const& event) {
     if (event.button.button != SDL_BUTTON_LEFT) {
         return;
     }
-    m_texts.NoteMouse(GetNow());
+    m_texts.ShowBar(GetNow());
     m_fScrubbing = event.button.y >= m_window.GetSize().height - Overlay::BarHeight;
     if (m_fScrubbing) {
         Scrub(event.button.x);
@@ -281,15 +295,26 @@ void WindowPlayer::Scrub(int x) {
 /** Shows and prints what is known of the node at this point, and which ones lie below it. */
 void WindowPlayer::Pick(int x, int y) {
     LoadedScene& scene = m_pView->GetScene();
+    trevik::List<trevik::kelvo::SelectionPoint> const hits = m_pView->Pick({x, y});
+    m_fChanged = true;
+    if (m_texts.HasPicked() && !hits.IsEmpty() && hits[0].m_pNode == m_pPicked) {
+        HidePicked();
+        return;
+    }
+    m_pPicked = hits.IsEmpty() ? nullptr : hits[0].m_pNode;
     std::string text;
-    for (trevik::kelvo::SelectionPoint const& hit : m_pView->Pick({x, y})) {
+    for (trevik::kelvo::SelectionPoint const& hit : hits) {
         text += text.empty() ? GetNodeText(*hit.m_pNode, scene.notes, m_backend.GetRegistry())
                              : "\nbelow it: " + DescribeNode(*hit.m_pNode, scene.notes);
     }
     std::printf("%s\n", text.empty() ? "nothing there" : text.c_str());
     std::fflush(stdout);
-    m_texts.SetPicked(Shorten(text, scene.notes.GetSource()));
-    m_fChanged = true;
+    m_texts.SetPicked(Shorten(text, scene.notes.GetSource()), {x, y});
+}
+
+void WindowPlayer::HidePicked() {
+    m_texts.SetPicked("", {0, 0});
+    m_pPicked = nullptr;
 }
 
 void WindowPlayer::Obey(Command command) {
@@ -313,10 +338,9 @@ void WindowPlayer::Obey(Command command) {
         m_clock->Seek(GetFrames().nLast, now);
         break;
     case Command::Slower:
-        m_clock->ChangeSpeed(-1, now);
-        break;
     case Command::Faster:
-        m_clock->ChangeSpeed(1, now);
+        m_clock->ChangeSpeed(command == Command::Faster ? 1 : -1, now);
+        m_texts.ShowBar(now); // which tells the speed
         break;
     case Command::FullScreen:
         m_window.ToggleFullScreen();
@@ -325,6 +349,7 @@ void WindowPlayer::Obey(Command command) {
         if (m_options.scene == "-") {
             m_texts.SetNotice("standard input cannot be read again", now);
         } else {
+            m_fTellRead = true;
             m_pReader->Request(ReadingCause::Asked);
         }
         break;
@@ -372,6 +397,9 @@ void WindowPlayer::TakeReading() {
     if (reading->pScene) {
         ShowReading(std::move(reading->pScene), reading->cause);
     }
+    if (std::exchange(m_fTellRead, false) && reading->complaints.empty() && m_texts.GetFault().empty()) {
+        m_texts.SetNotice("read again", GetNow());
+    }
     std::string text;
     for (std::string const& line : reading->complaints) {
         text += (text.empty() ? "" : "\n") + line;
@@ -418,7 +446,7 @@ void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene, ReadingCause
         m_texts.SetFault(fault.GetText());
         m_resizeTime = std::nullopt;
         if (m_pView->IsEmpty()) {
-            m_texts.SetPicked("");
+            HidePicked();
             m_nNodes = 0;
         }
         if (!m_pView->HasDevice() || (m_pView->IsEmpty() && !m_options.fWatch)) {
@@ -427,7 +455,7 @@ void WindowPlayer::ShowReading(std::unique_ptr<LoadedScene> pScene, ReadingCause
         return;
     }
     m_texts.SetFault("");
-    m_texts.SetPicked("");
+    HidePicked();
     m_fIncomplete = false;
     m_nNodes = CountNodes(*m_pView->GetScene().scene.GetRoot());
     m_clock->SetFrames(GetFrames(), m_pView->GetScene().scene.GetSettings().m_rFrameRate, GetNow());
@@ -456,6 +484,7 @@ void WindowPlayer::UpdateTitle(Time now) {
     FrameRange const frames = GetFrames();
     std::string title = GetFileName(m_options.scene) + ", frame " + std::to_string(m_nShownFrame) + " of " +
                         std::to_string(frames.nFirst) + ".." + std::to_string(frames.nLast);
+    title += GetSpeedText(m_clock->GetSpeed());
     title += m_clock->IsPaused() ? ", paused" : "";
     if (title != m_sTitle) {
         m_sTitle = title;

@@ -40,6 +40,7 @@ private:
     void TakeButton(SDL_Event const& event);
     void Scrub(int x);
     void Pick(int x, int y);
+    void HidePicked();
     void Obey(Command command);
     void TakeSize(Time now);
     void TakeReading();
@@ -66,7 +67,9 @@ private:
     bool m_fChanged = true;           ///< what is shown is not what there is to see
     unsigned long m_nShownFrames = 0; ///< so far, each as often as it was drawn
     int m_nShownFrame = 0;
-    unsigned int m_nNodes = 0; ///< of the scene
+    unsigned int m_nNodes = 0;                      ///< of the scene
+    trevik::kelvo::Node const* m_pPicked = nullptr; ///< whose text is shown; may be gone
+    bool m_fTellRead = false;  ///< that the scene has been read again, as a key has asked for
     bool m_fOverlay = true;    ///< texts are drawn, as there is a font
     bool m_fScrubbing = false; ///< the bar is held
     Time m_titleTime{};

@@ -198,6 +198,8 @@ TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
     Press("Right");
     ExpectShown(2);
     WaitForTitle("scene.json, frame 2 of 0..9, paused");
+    Press("period");
+    WaitForTitle("scene.json, frame 2 of 0..9, 2x, paused");
     m_server.Resize(m_nWindow, 200, 90);
     ExpectShown(2, 200, 90);
     for (char const* const pKey : {"F1", "o"}) { // both are shown above the scene, and hidden
@@ -206,6 +208,9 @@ TEST_F(WindowX11, ShowsWhatIsDrawnOffScreenAtItsSizeAndObeysKeys) {
         Press(pKey);
         ExpectShown(2, 200, 90);
     }
+    Press("r");
+    ExpectShown(2, 200, 90, false); // says so for a moment
+    ExpectShown(2, 200, 90);
     Outcome const ended = End();
     EXPECT_EQ(ended.nExitCode, 0);
     EXPECT_EQ(ended.errors, "");
@@ -266,17 +271,22 @@ TEST_F(WindowX11, TellsWhichNodesAreAtAClickAndGoesToFramesOfTheBar) {
         Pause();
         m_server.Click(m_nWindow, 4, 80 - 34);
         m_server.Click(m_nWindow, 100, 5);
+        m_server.Click(m_nWindow, 4, 80 - 34);
         m_server.Click(m_nWindow, 119, 79);
         WaitForTitle("scene.json, frame 9 of 0..9, paused");
+        ExpectShown(9, 120, 80, false);
+        m_server.Click(m_nWindow, 4, 80 - 34); // hides what is told of this node
+        ExpectShown(9);
         Outcome const ended = End();
         EXPECT_EQ(ended.nExitCode, 0);
-        EXPECT_EQ(ended.output, "Sprite  " + scene + R"(:4
+        std::string const told = "Sprite  " + scene + R"(:4
     Position: 2, 32, 0
     Opacity: 0.5
     Size: 4, 4
     Color: 0, 0.501961, 1
 below it: Sprite "square"  )" + scene +
-                                    ":2\nnothing there\n");
+                                 ":2\n";
+        EXPECT_EQ(ended.output, told + "nothing there\n" + told);
     }
 }
 
