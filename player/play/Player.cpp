@@ -83,6 +83,9 @@ int Player::Run() {
             return ComplainOfScene(nExitCode, fault);
         }
     }
+    if (int const nSignal = GetInterrupt()) { // while it was read
+        return Complain(ExitSignal + nSignal, "interrupted");
+    }
     if (std::string const output = FindOverwriting(); !output.empty()) {
         return Complain(ExitUsage, output);
     }

@@ -921,10 +921,24 @@ TEST_F(PlayerTest, LeavesWholeFilesWhenASignalEndsIt) {
     }
 }
 
+TEST_F(PlayerTest, EndsWhereASignalHasComeWhileItReadTheScene) {
+    Write("empty.json", R"({"nodes": []})");
+    std::vector<std::string> const all{Path("empty.json"), "--backend", KELVO_SIGNALLING_BACKEND};
+    for (std::vector<std::string> const& options :
+         {std::vector<std::string>{"--check"}, {"--save", Path("s.kelvo")}, {"--calls", Path("c.txt")}}) {
+        std::vector<std::string> words = all;
+        words.insert(words.end(), options.begin(), options.end());
+        Outcome const outcome = Play(words);
+        EXPECT_EQ(outcome.nExitCode, 128 + SIGTERM) << options[0];
+        EXPECT_EQ(outcome.errors, "kelvo-player: interrupted\n") << options[0];
+        EXPECT_FALSE(std::filesystem::exists(options.back())) << options[0];
+    }
+}
+
 TEST_F(PlayerTest, SaysThatItsOutputCannotBeWritten) {
     for (std::string const& arguments :
          {std::string("--help"), std::string("--version"), Path("scene.json") + " --stats",
-          Path("scene.json") + " --pick 1,1"}) {
+          Path("scene.json") + " --pick 1,1", std::string("--schema")}) {
         for (std::string const to : {">/dev/full", ">&-"}) {
             Outcome const outcome = RunShell("player " + arguments + " " + to);
             EXPECT_EQ(outcome.nExitCode, 1) << arguments << to;
