@@ -32,6 +32,9 @@ int FinishOutput(int nExitCode) {
     if ((!fFailed && !fFailedBefore) || nExitCode != ExitSuccess) {
         return nExitCode;
     }
+    if (errno == 0) { // it has failed before; another byte fails for the same reason
+        static_cast<void>(write(STDOUT_FILENO, "\n", 1));
+    }
     std::string const reason = errno != 0 ? std::string(": ") + std::strerror(errno) : "";
     return Complain(ExitBadFile, "standard output: cannot be written" + reason);
 }
