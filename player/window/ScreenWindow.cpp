@@ -42,6 +42,7 @@ ScreenWindow::~ScreenWindow() {
 bool ScreenWindow::Open(std::string const& title, SizeT<int> const& size, Fault& fault) {
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); // the player has its own
     SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
+    SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1"); // who comes from an editor need not click twice
     m_fStarted = SDL_Init(SDL_INIT_VIDEO) == 0;
     char const* const pDriver = m_fStarted ? SDL_GetCurrentVideoDriver() : "";
     bool const fKnown = std::strcmp(pDriver, "x11") == 0 || std::strcmp(pDriver, "wayland") == 0;
