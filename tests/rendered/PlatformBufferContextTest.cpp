@@ -56,16 +56,28 @@ protected:
         glTexParameteri(GL_TEXTURE_2D, GL_TEXTURE_WRAP_T, GL_CLAMP_TO_EDGE);
         glTexImage2D(GL_TEXTURE_2D, 0, GL_RGBA, Width, Height, 0, GL_RGBA, GL_UNSIGNED_BYTE, white.data());
     }
+    static bool IsWhite(GLuint texture) {
+        GLuint framebuffer = 0;
+        glGenFramebuffers(1, &framebuffer);
+        glBindFramebuffer(GL_FRAMEBUFFER, framebuffer);
+        glFramebufferTexture2D(GL_FRAMEBUFFER, GL_COLOR_ATTACHMENT0, GL_TEXTURE_2D, texture, 0);
+        std::uint8_t read[4] = {};
+        glReadPixels(0, 0, 1, 1, GL_RGBA, GL_UNSIGNED_BYTE, read);
+        glDeleteFramebuffers(1, &framebuffer);
+        return std::all_of(read, read + 4, [](std::uint8_t each) { return each == 255; });
+    }
     EGLContext NewContext(EGLContext share) const {
         EGLint const version[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
         return eglCreateContext(m_display, Config(), share, version);
     }
-    /** The driver's own, which the layer does not see; the layer keeps the driver loaded. */
-    static decltype(&eglMakeCurrent) DriverMakeCurrent() {
+    /** The driver's own, whose calls the layer does not see; the layer keeps the driver loaded. */
+    template <class Function>
+    static Function* OfDriver(Function& function, char const* name) {
         void* const pLibrary = dlopen("libEGL.so.1", RTLD_NOW);
-        void* const pFunction = dlsym(pLibrary, "eglMakeCurrent");
+        auto* const pFound = reinterpret_cast<Function*>(dlsym(pLibrary, name));
         dlclose(pLibrary);
-        return reinterpret_cast<decltype(&eglMakeCurrent)>(pFunction);
+        EXPECT_TRUE(pFound && pFound != &function) << name;
+        return pFound;
     }
     void MakeCurrent(EGLContext context) const {
         EXPECT_TRUE(eglMakeCurrent(m_display, m_surface, m_surface, context));
@@ -181,6 +193,7 @@ TEST_F(PlatformBufferContext, TexturesOfNamesThatTheProgramDeletedAndUsesAnewAre
         for (GLuint const name : names) {
             EXPECT_TRUE(!fAnew || Shows(name, White)) << name;
         }
+        EXPECT_EQ(Names().size(), (fAnew ? names.size() : 0) + (IsStayedIn() ? 2 : 1)) << "it did not stay";
     }
 }
 
@@ -311,8 +324,7 @@ TEST_F(PlatformBufferContext, ATextureThatIsOnlyBoundStays) {
 }
 
 TEST_F(PlatformBufferContext, ContextsThatTheDriverSwitchedToGetNothingOfOthers) {
-    auto const makeCurrent = DriverMakeCurrent();
-    ASSERT_TRUE(makeCurrent && makeCurrent != &eglMakeCurrent);
+    auto* const makeCurrent = OfDriver(eglMakeCurrent, "eglMakeCurrent");
     EGLContext const contexts[] = {eglGetCurrentContext(), NewContext(EGL_NO_CONTEXT)};
     sp<GraphicBuffer> const buffers[] = {MakeBuffer(), MakeBuffer()};
     EGLImageKHR const images[] = {MakeImage(buffers[0]), MakeImage(buffers[1])};
@@ -342,6 +354,70 @@ TEST_F(PlatformBufferContext, ContextsThatTheDriverSwitchedToGetNothingOfOthers)
     EXPECT_EQ(Names().size(), nNames[0] - (IsStayedIn() ? 1 : 0)) << "of the image that is gone";
 }
 
+TEST_F(PlatformBufferContext, ContextsOfWhichTheLayerKnowsNothingStayAsTheyAre) {
+    auto* const createContext = OfDriver(eglCreateContext, "eglCreateContext");
+    auto* const makeCurrent = OfDriver(eglMakeCurrent, "eglMakeCurrent");
+    auto* const bindApi = OfDriver(eglBindAPI, "eglBindAPI");
+    EGLint const two[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_NONE};
+    EGLint const one[] = {EGL_CONTEXT_CLIENT_VERSION, 1, EGL_NONE};
+    EGLint const debug[] = {EGL_CONTEXT_CLIENT_VERSION, 2, EGL_CONTEXT_OPENGL_DEBUG, EGL_TRUE, EGL_NONE};
+    EGLint const plain[] = {EGL_NONE};
+    struct {
+        char const* pWhat;
+        EGLenum api;
+        EGLint const* pAttributes; ///< null for no context
+        bool fShares;
+        bool fOwnNames; ///< textures of all the names that the layer may have
+    } const cases[] = {{"another one", EGL_OPENGL_ES_API, two, false, true},
+                       {"one that shares", EGL_OPENGL_ES_API, two, true, false},
+                       {"one for debugging", EGL_OPENGL_ES_API, debug, true, false},
+                       {"of an older version", EGL_OPENGL_ES_API, one, true, false},
+                       {"of another API", EGL_OPENGL_API, plain, true, false},
+                       {"none", EGL_OPENGL_ES_API, nullptr, false, false}};
+    EGLContext const first = eglGetCurrentContext();
+    sp<GraphicBuffer> const pBuffer = MakeBuffer();
+    GLuint const texture = MakeTexture(MakeImage(pBuffer));
+    FillManyTimes(*pBuffer, texture);
+    std::size_t const nNames = Names().size();
+    for (auto const& test : cases) {
+        SCOPED_TRACE(test.pWhat);
+        ASSERT_TRUE(bindApi(test.api));
+        EGLContext const share = test.fShares ? first : EGL_NO_CONTEXT;
+        EGLContext const foreign =
+            test.pAttributes ? createContext(m_display, Config(), share, test.pAttributes) : EGL_NO_CONTEXT;
+        EGLSurface const surface = foreign != EGL_NO_CONTEXT ? m_surface : EGL_NO_SURFACE;
+        bool const fThere =
+            foreign != EGL_NO_CONTEXT || !test.pAttributes; // not every driver has all of them
+        ASSERT_TRUE(fThere || test.api != EGL_OPENGL_ES_API || test.pAttributes == one);
+        if (fThere && makeCurrent(m_display, surface, surface, foreign)) {
+            GLuint own = 0;
+            glGenTextures(1, &own);
+            ForNames([&](GLuint name) {
+                if (test.fOwnNames) {
+                    MakeWhite(name);
+                }
+            });
+            glBindTexture(GL_TEXTURE_2D, own);
+            eglInitialize(EGL_NO_DISPLAY, nullptr, nullptr); // leaves an error
+            for (int n = 0; n < ManyTimes; ++n) {
+                Fill(*pBuffer, Colour(n));
+            }
+            EXPECT_EQ(eglGetError(), EGL_BAD_DISPLAY);
+            EXPECT_EQ(glGetError(), GLenum(GL_NO_ERROR));
+            GLint nBound = 0;
+            glGetIntegerv(GL_TEXTURE_BINDING_2D, &nBound);
+            EXPECT_EQ(GLuint(nBound), own);
+            ForNames([&](GLuint name) { EXPECT_TRUE(!test.fOwnNames || IsWhite(name)) << name; });
+            glDeleteTextures(1, &own);
+        }
+        ASSERT_TRUE(bindApi(EGL_OPENGL_ES_API));
+        ASSERT_TRUE(makeCurrent(m_display, m_surface, m_surface, first));
+        EXPECT_TRUE(!fThere || Shows(texture, Colour(ManyTimes - 1)));
+        FillManyTimes(*pBuffer, texture);
+        EXPECT_EQ(Names().size(), nNames) << "the layer has lost its texture";
+    }
+}
+
 TEST_F(PlatformBufferContext, AThreadMayReleaseItWhenItEnds) {
     EGLContext const context = NewContext(EGL_NO_CONTEXT);
     static EGLDisplay s_display; // for the destructor of what the thread keeps, its last one
@@ -366,7 +442,8 @@ TEST_F(PlatformBufferContext, AThreadMayReleaseItWhenItEnds) {
             Fill(*pBuffer, Colour(n));
         }
         // The driver may forget what is current, without an end to it, before the destructor is called.
-        EXPECT_TRUE(DriverMakeCurrent()(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
+        auto* const makeCurrent = OfDriver(eglMakeCurrent, "eglMakeCurrent");
+        EXPECT_TRUE(makeCurrent(m_display, EGL_NO_SURFACE, EGL_NO_SURFACE, EGL_NO_CONTEXT));
     });
     EXPECT_TRUE(s_fReleased);
     EXPECT_EQ(pthread_key_delete(key), 0);

@@ -4,27 +4,41 @@
 #include "egl/GlFunctions.h"
 #include "egl/ScopedState.h"
 
+#include <cstddef>
+#include <cstdint>
+
 namespace kelvokit::desktop {
 
 namespace {
 
-// An alias is known by levels of detail that no program gives to a texture; it is never sampled.
-constexpr GLfloat MinLod = -531.375F;
-constexpr GLfloat MaxLod = 7219.625F;
+/**
+ * An alias is known by the highest level of detail, one that no program gives to a texture; it is never
+ * sampled. It is made of an address, so that no other layer in the process has it.
+ */
+GLfloat Mark() {
+    static char const s_place = 0;
+    // Above what programs give, and with as many bits of the page as a number keeps exactly.
+    constexpr std::uintptr_t HighBit = 0x800000;
+    std::uintptr_t const nPage = reinterpret_cast<std::uintptr_t>(&s_place) >> 12;
+    return static_cast<GLfloat>(HighBit + nPage % HighBit);
+}
 
-// Aliases have names far above those that GL gives and that programs choose, each of them once before the
-// range is used up, so that no texture of another image or of another context is taken for one. They go
-// downward, since drivers may give the names above the highest from then on.
+// Aliases have names far above those that GL gives and that programs choose, each of them once, so that no
+// texture of another image or of another context is taken for one. They go downward, since drivers may give
+// the names above the highest from then on.
 constexpr GLuint HighestName = 0x40000FFF;
 constexpr GLuint LowestName = 0x20000000;
 
-/** A name that the context has no texture of. The layer's work is held. */
+/** A name that the context has no texture of; 0 once all are used up. The layer's work is held. */
 GLuint NextName() {
-    static GLuint s_nLast = HighestName + 1;
-    do {
-        s_nLast = s_nLast > LowestName ? s_nLast - 1 : HighestName;
-    } while (Gl().glIsTexture(s_nLast));
-    return s_nLast;
+    static GLuint s_nNext = HighestName;
+    while (s_nNext >= LowestName) {
+        GLuint const name = s_nNext--;
+        if (!Gl().glIsTexture(name)) {
+            return name;
+        }
+    }
+    return 0;
 }
 
 GLuint BoundName() {
@@ -33,11 +47,17 @@ GLuint BoundName() {
     return static_cast<GLuint>(nBound);
 }
 
+/** Whether the texture that is bound, whose name this is, can be bound again after another one. */
+bool IsLasting(GLuint bound) {
+    return bound == 0 || Gl().glIsTexture(bound);
+}
+
 /** The context's texture until this ends is `texture`, where there is one of that name. */
 class BoundTexture {
 public:
     // Only names that are there: to bind one that is not makes a texture of it.
-    explicit BoundTexture(GLuint texture) : m_saved(BoundName()), m_fBound(Gl().glIsTexture(texture)) {
+    explicit BoundTexture(GLuint texture)
+        : m_saved(BoundName()), m_fBound(Gl().glIsTexture(texture) && IsLasting(m_saved)) {
         if (m_fBound) {
             Gl().glBindTexture(GL_TEXTURE_2D, texture);
         }
@@ -51,19 +71,20 @@ public:
 
     /** Whether it is an alias still, and not another texture that was given its name. */
     bool IsAlias() const {
-        GLfloat rMin = 0;
-        GLfloat rMax = 0;
-        if (m_fBound) {
-            Gl().glGetTexParameterfv(GL_TEXTURE_2D, GL_TEXTURE_MIN_LOD, &rMin);
-            Gl().glGetTexParameterfv(GL_TEXTURE_2D, GL_TEXTURE_MAX_LOD, &rMax);
+        if (!m_fBound) {
+            return false;
         }
-        return rMin == MinLod && rMax == MaxLod;
+        GLfloat mark = 0;
+        Gl().glGetTexParameterfv(GL_TEXTURE_2D, GL_TEXTURE_MAX_LOD, &mark);
+        return mark == Mark();
     }
 
 private:
     GLuint m_saved;
     bool m_fBound;
 };
+
+constexpr std::size_t MaxUnpackAlignment = 8;
 
 bool HasSize(GLsizei width, GLsizei height) {
     GLint nWidth = 0;
@@ -76,8 +97,11 @@ bool HasSize(GLsizei width, GLsizei height) {
 } // namespace
 
 bool CanUseAliases() {
-    GLuint const bound = BoundName();
-    return bound == 0 || Gl().glIsTexture(bound);
+    return IsLasting(BoundName());
+}
+
+bool CanFindAlias() {
+    return HasAnswerWithoutContext() && IsPlainEs32();
 }
 
 GLuint CreateAlias(EGLImage image, GLsizei width, GLsizei height) {
@@ -86,10 +110,12 @@ GLuint CreateAlias(EGLImage image, GLsizei width, GLsizei height) {
     }
     GLuint const bound = BoundName();
     GLuint const texture = NextName();
+    if (texture == 0) {
+        return 0;
+    }
     Gl().glBindTexture(GL_TEXTURE_2D, texture);
     Gl().glEGLImageTargetTexture2DOES(GL_TEXTURE_2D, image);
-    Gl().glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MIN_LOD, MinLod);
-    Gl().glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_LOD, MaxLod);
+    Gl().glTexParameterf(GL_TEXTURE_2D, GL_TEXTURE_MAX_LOD, Mark());
     bool const fMade = HasSize(width, height);
     Gl().glBindTexture(GL_TEXTURE_2D, bound);
     if (!fMade) {
@@ -110,11 +136,13 @@ bool UploadToAlias(ANativeWindowBuffer const& buffer, GLuint texture) {
     if (!bound.IsAlias() || !HasSize(buffer.width, buffer.height)) {
         return false;
     }
-    bool const fPacked = IsPacked(buffer, true);
-    auto const rowLength = static_cast<GLenum>(fPacked ? 0 : buffer.stride);
+    bool const fApart = !IsPacked(buffer, true) && buffer.stride != buffer.width;
+    auto const rowLength = static_cast<GLenum>(fApart ? buffer.stride : 0);
+    // Most rows end where the next one may begin, whatever the alignment.
+    bool const fAligned = RowSpan(buffer, true) % MaxUnpackAlignment == 0;
     ScopedInteger const source(true, GL_PIXEL_UNPACK_BUFFER_BINDING, 0,
                                BufferBinding{GL_PIXEL_UNPACK_BUFFER});
-    ScopedInteger const alignment(true, GL_UNPACK_ALIGNMENT, 1, PixelStore{GL_UNPACK_ALIGNMENT});
+    ScopedInteger const alignment(!fAligned, GL_UNPACK_ALIGNMENT, 1, PixelStore{GL_UNPACK_ALIGNMENT});
     ScopedInteger const row(true, GL_UNPACK_ROW_LENGTH, rowLength, PixelStore{GL_UNPACK_ROW_LENGTH});
     ScopedInteger const skipRows(true, GL_UNPACK_SKIP_ROWS, 0, PixelStore{GL_UNPACK_SKIP_ROWS});
     ScopedInteger const skipPixels(true, GL_UNPACK_SKIP_PIXELS, 0, PixelStore{GL_UNPACK_SKIP_PIXELS});

@@ -12,14 +12,20 @@ namespace kelvokit::desktop {
 // the error flags included: these are never read, since that would take them away from the program.
 
 /**
- * Whether the functions below may be called now: not while a texture is bound that a context which shares it
- * has deleted. To bind another one in its place would be the end of it.
+ * Whether textures may be made and deleted now: not while one is bound that a context which shares it has
+ * deleted. To bind another one in its place would be the end of it.
  */
 bool CanUseAliases();
+/**
+ * Whether a context is current of which UploadToAlias itself can tell, by the texture, whether it is the
+ * right one: it need not be known to be the program's then. False, too, where only EGL may be asked whether
+ * there is any.
+ */
+bool CanFindAlias();
 
 /**
- * A new texture of `image`; 0 where the context cannot tell that it is one of `width` by `height` pixels
- * (before OpenGL ES 3.1), or it is not.
+ * A new texture of `image`, with a name that no texture of the layer has had; 0 where the context cannot tell
+ * that it is one of `width` by `height` pixels (before OpenGL ES 3.1), or it is not.
  */
 GLuint CreateAlias(EGLImage image, GLsizei width, GLsizei height);
 
@@ -31,8 +37,8 @@ void DeleteAlias(GLuint texture);
 
 /**
  * Puts the buffer's pixels into the texture of an image that has its size and format, complete for other
- * contexts, too, on return. False, with nothing done, where the texture is not there any more, or none of
- * the contexts that know it is current.
+ * contexts, too, on return. False, with nothing done, where the texture is not there any more, none of the
+ * contexts that know it is current, or CanUseAliases would not be.
  */
 bool UploadToAlias(ANativeWindowBuffer const& buffer, GLuint texture);
 

@@ -77,6 +77,10 @@ std::size_t RowSize(ANativeWindowBuffer const& buffer) {
     return std::size_t(buffer.width) * android::bytesPerPixel(buffer.format);
 }
 
+std::size_t StrideSize(ANativeWindowBuffer const& buffer) {
+    return std::size_t(buffer.stride) * android::bytesPerPixel(buffer.format);
+}
+
 /** How many rows are packed at a time: few enough for them to be in a cache still when GL takes them. */
 std::int32_t PackedRows(ANativeWindowBuffer const& buffer) {
     constexpr std::size_t PieceSize = std::size_t{256} * 1024;
@@ -88,7 +92,7 @@ std::int32_t PackedRows(ANativeWindowBuffer const& buffer) {
 void Pack(ANativeWindowBuffer const& buffer, std::int32_t nFirst, std::int32_t nRows) {
     Upload const upload = UploadOf(buffer);
     std::size_t const nRow = RowSize(buffer);
-    std::size_t const nStride = std::size_t(buffer.stride) * android::bytesPerPixel(buffer.format);
+    std::size_t const nStride = StrideSize(buffer);
     std::uint8_t const* from = buffer.contents->pixels.get() + std::size_t(nFirst) * nStride;
     std::uint8_t* to = buffer.contents->packed.get();
     for (std::int32_t y = 0; y < nRows; ++y, from += nStride, to += nRow) {
@@ -122,6 +126,10 @@ bool IsUploadable(ANativeWindowBuffer const& buffer) {
 
 bool IsPacked(ANativeWindowBuffer const& buffer, bool fRowLength) {
     return UploadOf(buffer).convert || (buffer.stride != buffer.width && !fRowLength);
+}
+
+std::size_t RowSpan(ANativeWindowBuffer const& buffer, bool fRowLength) {
+    return IsPacked(buffer, fRowLength) ? RowSize(buffer) : StrideSize(buffer);
 }
 
 Outcome PrepareUpload(ANativeWindowBuffer const& buffer, bool fRowLength) {

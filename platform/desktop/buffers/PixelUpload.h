@@ -7,6 +7,8 @@
 #include <GLES2/gl2.h>
 #include <system/window.h>
 
+#include <cstddef>
+
 namespace kelvokit::desktop {
 
 /** Whether GL has a texture format for the buffer's pixels. */
@@ -14,6 +16,9 @@ bool IsUploadable(ANativeWindowBuffer const& buffer);
 
 /** Whether the pixels have to be rewritten before GL takes them; `fRowLength` as for UploadPixels. */
 bool IsPacked(ANativeWindowBuffer const& buffer, bool fRowLength);
+
+/** Bytes from one row to the next, as GL is given them. */
+std::size_t RowSpan(ANativeWindowBuffer const& buffer, bool fRowLength);
 
 /**
  * Allocates what UploadPixels needs, once in the buffer's life; `fRowLength` as there. EGL_BAD_ALLOC without

@@ -126,18 +126,18 @@ EGLBoolean Layer::ReleaseThread() {
     return Forward(Driver().eglReleaseThread);
 }
 
-/** The group of the thread's context; null where that is none of `display` in which the layer may work. */
-std::shared_ptr<ShareGroup> Layer::CurrentGroup(EGLDisplay display) const {
+LayerDisplay::NotedGroup Layer::NotedGroup(EGLDisplay display) const {
     ThreadContext const& context = GetThreadContext();
     if (context.display != display || context.nGroup == 0) {
         return nullptr;
     }
-    std::shared_ptr<ShareGroup> pGroup;
-    {
-        std::lock_guard<std::mutex> const tables(m_tables);
-        pGroup = m_contexts.Find(context.nGroup);
-    }
-    return pGroup && IsCurrent(context) ? pGroup : nullptr;
+    std::lock_guard<std::mutex> const tables(m_tables);
+    return m_contexts.Find(context.nGroup);
+}
+
+LayerDisplay::CurrentGroup Layer::CurrentGroup(EGLDisplay display) const {
+    auto pGroup = NotedGroup(display);
+    return pGroup && IsCurrent(GetThreadContext()) ? pGroup : nullptr;
 }
 
 void Layer::CleanContext(EGLDisplay display) const {
@@ -184,7 +184,7 @@ android::status_t Layer::Unlock(ANativeWindowBuffer const& buffer) {
     }
     bool fUploaded = true;
     for (auto const& pDisplay : m_displays) {
-        fUploaded = pDisplay->Upload(buffer, CurrentGroup(pDisplay->Handle())) && fUploaded;
+        fUploaded = pDisplay->Upload(buffer, NotedGroup(pDisplay->Handle())) && fUploaded;
     }
     std::lock_guard<std::mutex> const guard(contents.mutex);
     contents.locked = false;

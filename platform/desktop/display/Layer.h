@@ -109,7 +109,8 @@ private:
     LayerDisplay* Find(EGLDisplay display) const;
 
     // With the work.
-    std::shared_ptr<ShareGroup> CurrentGroup(EGLDisplay display) const;
+    LayerDisplay::NotedGroup NotedGroup(EGLDisplay display) const;
+    LayerDisplay::CurrentGroup CurrentGroup(EGLDisplay display) const;
     LayerDisplay& Enter(EGLDisplay display);
     bool IsKnown(ANativeWindowBuffer const* buffer) const;
 

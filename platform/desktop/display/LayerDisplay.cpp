@@ -127,10 +127,10 @@ bool LayerDisplay::DestroyImage(EGLImage image, CurrentGroup const& pCurrent, EG
     return true;
 }
 
-Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer, CurrentGroup const& pCurrent) {
+Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer, NotedGroup const& pNoted) {
     Outcome uploaded = Outcome::Done();
     for (Image& image : m_images) {
-        if (image.buffer != &buffer || UploadHere(image, pCurrent)) {
+        if (image.buffer != &buffer || UploadHere(image, pNoted)) {
             continue;
         }
         KeptError const error;
@@ -145,12 +145,17 @@ Outcome LayerDisplay::Upload(ANativeWindowBuffer const& buffer, CurrentGroup con
 }
 
 /** In the calling thread's own context; false, with nothing done, where that cannot be. */
-bool LayerDisplay::UploadHere(Image& image, CurrentGroup const& pCurrent) {
-    if (!pCurrent || !CanUseAliases()) {
+bool LayerDisplay::UploadHere(Image& image, NotedGroup const& pNoted) {
+    std::shared_ptr<ShareGroup> const pAliasGroup = image.pAliasGroup.lock();
+    if (!pNoted || (pAliasGroup && pAliasGroup != pNoted)) {
         return false;
     }
-    std::shared_ptr<ShareGroup> const pAliasGroup = image.pAliasGroup.lock();
-    if (pAliasGroup ? pAliasGroup != pCurrent : !MakeAlias(image, pCurrent)) {
+    // No other context, whoever has made it current, knows a texture of that name and kind, but for those
+    // that share it. To ask EGL which one is current takes as long as half of a small upload.
+    if (pAliasGroup && CanFindAlias() && UploadToAlias(*image.buffer, image.alias)) {
+        return true;
+    }
+    if (!IsCurrent(GetThreadContext()) || !CanUseAliases() || (!pAliasGroup && !MakeAlias(image, pNoted))) {
         return false;
     }
     if (!UploadToAlias(*image.buffer, image.alias)) {

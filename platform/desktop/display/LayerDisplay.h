@@ -65,6 +65,8 @@ public:
 
     /** The group of the thread's context; null unless it is of this display and the layer may work there. */
     using CurrentGroup = std::shared_ptr<ShareGroup>;
+    /** The same as the layer has noted it: another library may have made another context current. */
+    using NotedGroup = std::shared_ptr<ShareGroup>;
 
     LayerContext& Context() { return m_context; }
     bool HasImages() const { return !m_images.empty(); }
@@ -76,7 +78,7 @@ public:
      * Brings the pixels of `buffer` into its images here: in the calling thread's own context where that is
      * known to do as well, otherwise in the layer's.
      */
-    Outcome Upload(ANativeWindowBuffer const& buffer, CurrentGroup const& pCurrent);
+    Outcome Upload(ANativeWindowBuffer const& buffer, NotedGroup const& pNoted);
     /** The buffer is gone: its images stay as they are. */
     void ForgetBuffer(ANativeWindowBuffer const* buffer);
     /** The driver has terminated the display, and with it images and context. */
@@ -97,7 +99,7 @@ private:
     enum class Tried : unsigned char { Not, Good, Bad };
 
     Outcome FillImage(Image& image);
-    bool UploadHere(Image& image, CurrentGroup const& pCurrent);
+    bool UploadHere(Image& image, NotedGroup const& pNoted);
     bool MakeAlias(Image& image, CurrentGroup const& pCurrent);
     bool CanUploadToAlias(android::PixelFormat format);
     static void RemoveAlias(Image const& image, CurrentGroup const& pCurrent);

@@ -2,6 +2,9 @@
 
 #include "egl/EglDriver.h"
 
+#include <GLES3/gl32.h>
+#include <dlfcn.h>
+
 #include <cstring>
 
 namespace kelvokit::desktop {
@@ -19,6 +22,34 @@ GlFunctions LoadGl() {
     return gl;
 }
 
+/** Of a current OpenGL ES context from 2 on; zeros for all others. */
+struct Version {
+    int nMajor;
+    int nMinor;
+};
+
+Version AskForVersion() {
+    static char const s_prefix[] = "OpenGL ES ";
+    if (!Gl().glGetString || !Gl().glReadPixels) {
+        return {};
+    }
+    auto const* version = reinterpret_cast<char const*>(Gl().glGetString(GL_VERSION));
+    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0) {
+        return {};
+    }
+    char const* const number = version + sizeof s_prefix - 1; // such as "3.2", and what the vendor adds
+    int const nMajor = number[0] - '0';
+    if (nMajor < 2 || nMajor > 9) {
+        return {};
+    }
+    return {nMajor, number[1] == '.' && number[2] >= '0' && number[2] <= '9' ? number[2] - '0' : 0};
+}
+
+/** Whether it is OpenGL ES 3 with this minor version, or a later one. */
+bool IsAtLeast(Version const& version, int nMinor) {
+    return version.nMajor > 3 || (version.nMajor == 3 && version.nMinor >= nMinor);
+}
+
 } // namespace
 
 GlFunctions const& Gl() {
@@ -27,25 +58,29 @@ GlFunctions const& Gl() {
 }
 
 int EsVersion() {
-    static char const s_prefix[] = "OpenGL ES ";
-    if (!Gl().glGetString || !Gl().glReadPixels) {
-        return 0;
-    }
-    auto const* version = reinterpret_cast<char const*>(Gl().glGetString(GL_VERSION));
-    if (!version || std::strncmp(version, s_prefix, sizeof s_prefix - 1) != 0) {
-        return 0;
-    }
-    int const nMajor = version[sizeof s_prefix - 1] - '0';
-    return nMajor >= 2 && nMajor <= 9 ? nMajor : 0;
+    return AskForVersion().nMajor;
 }
 
 bool IsEs31() {
-    int const nMajor = EsVersion();
-    GLint nMinor = 0;
-    if (nMajor == 3) {
-        Gl().glGetIntegerv(GL_MINOR_VERSION, &nMinor);
+    return IsAtLeast(AskForVersion(), 1);
+}
+
+bool IsPlainEs32() {
+    if (!IsAtLeast(AskForVersion(), 2)) {
+        return false; // where the flags are not known, it would be an error to ask for them
     }
-    return nMajor > 3 || nMinor > 0;
+    GLint nFlags = -1;
+    Gl().glGetIntegerv(GL_CONTEXT_FLAGS, &nFlags);
+    return nFlags == 0;
+}
+
+bool HasAnswerWithoutContext() {
+    static bool const s_fAnswer = [] {
+        Dl_info info = {};
+        return dladdr(reinterpret_cast<void*>(Gl().glGetString), &info) != 0 && info.dli_fname &&
+               std::strstr(info.dli_fname, "/libGLdispatch.so") != nullptr;
+    }();
+    return s_fAnswer;
 }
 
 } // namespace kelvokit::desktop

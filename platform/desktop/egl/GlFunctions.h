@@ -54,5 +54,15 @@ GlFunctions const& Gl();
 int EsVersion();
 /** Whether OpenGL ES 3.1 is current, or a later version. */
 bool IsEs31();
+/**
+ * Whether OpenGL ES 3.2 or a later version is current, in a context of the plain kind: none for debugging,
+ * for instance. Leaves the context as it is, of whatever API it may be.
+ */
+bool IsPlainEs32();
+/**
+ * Whether GL functions may be called by a thread that may have no context, and do nothing and answer 0 then.
+ * GL leaves that open; those of the library that passes calls on to the drivers of several vendors do so.
+ */
+bool HasAnswerWithoutContext();
 
 } // namespace kelvokit::desktop
