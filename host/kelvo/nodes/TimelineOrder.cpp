@@ -102,17 +102,18 @@ TREVIK_NOINLINE void Timeline::UpdateFrom(unsigned int nEntry, TransformNode::Ar
 /** The first entry from `nEntry` on that is awake; behind the last one when there is none. */
 inline unsigned int Timeline::FindAwake(unsigned int nEntry) const {
     unsigned int nWord = nEntry / AwakeWordBits;
-    if (nWord >= m_awake.GetCount()) {
+    if (__builtin_expect(nWord >= m_awake.GetCount(), 0)) {
         return m_treeNodes.GetCount();
     }
-    AwakeWord awake = m_awake[nWord] & (~AwakeWord{0} << nEntry % AwakeWordBits);
-    while (awake == 0) {
+    AwakeWord awake = m_awake[nWord] >> nEntry % AwakeWordBits;
+    while (__builtin_expect(awake == 0, 0)) {
         if (++nWord >= m_awake.GetCount()) {
             return m_treeNodes.GetCount();
         }
         awake = m_awake[nWord];
+        nEntry = nWord * AwakeWordBits;
     }
-    return nWord * AwakeWordBits + static_cast<unsigned int>(__builtin_ctzl(awake));
+    return nEntry + static_cast<unsigned int>(__builtin_ctzl(awake));
 }
 
 inline __attribute__((always_inline)) void Timeline::UpdateEntry(unsigned int nEntry,

@@ -1,5 +1,6 @@
 #pragma once
 
+#include "trevik/Matrix.h"
 #include "trevik/Memory.h"
 #include "trevik/kelvo/TransformNode.h"
 
@@ -47,18 +48,55 @@ inline void TransformNode::FetchForUpdating(Node const* pNode) {
 #pragma GCC diagnostic pop
 }
 
+using trevik::detail::Lanes;
+using trevik::detail::LoadLanes;
+using trevik::detail::StoreLanes;
+
+/**
+ * Whether `taken`, which begins with a vector, had another one, which it has no more then. By bits, so that a
+ * value that is not a number is equal to itself and does not count as changed for ever.
+ */
+template <class Taken>
+inline bool Take(Vector3T<RealFloat> const& value, Taken& taken) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    if (std::memcmp(&value, &taken, sizeof(value)) == 0) {
+        return false;
+    }
+    std::memcpy(static_cast<void*>(&taken), &value, sizeof(value));
+    return true;
+}
+
+/** Within 0 to 1; 0 for NaN. */
+inline RealFloat ClampOpacity(RealFloat opacity) {
+    return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
+}
+
+/** Brings the position, which is animated, to the frame; the changes. */
+inline unsigned int TransformNode::UpdatePosition(Arguments const& arguments) {
+    Vector3T<RealFloat> const* const pPosition = m_position.Sample(arguments);
+    if (__builtin_expect(!pPosition, 0)) {
+        UpdateAny(OwnPosition, 0, arguments);
+        return 0;
+    }
+    return Take(*pPosition, m_takenPosition) ? Moved : 0u;
+}
+
+/** Brings the opacity, which is animated, to the frame, after other changes. */
+inline void TransformNode::UpdateOwnOpacity(unsigned int nChanges, Arguments const& arguments) {
+    RealFloat const* const pOpacity = m_opacity.Sample(arguments);
+    if (__builtin_expect(!pOpacity, 0)) {
+        UpdateAny(OwnOpacity, nChanges, arguments);
+        return;
+    }
+    m_rOwnOpacity = ClampOpacity(*pOpacity);
+}
+
 /** Takes the position over and clears its mark; returns the changes. */
 inline unsigned int TransformNode::TakePosition() {
     if (!m_position.GetBinding()) {
         m_nMarks &= ~unsigned(PositionMark);
     }
-    Vector3T<RealFloat> const& position = m_position.GetValue();
-    // By bits, as IsSame. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
-    if (std::memcmp(&position, &m_takenPosition, sizeof(position)) == 0) {
-        return 0;
-    }
-    std::memcpy(static_cast<void*>(&m_takenPosition), &position, sizeof(position));
-    return Moved;
+    return Take(m_position.GetValue(), m_takenPosition) ? Moved : 0u;
 }
 
 inline unsigned int TransformNode::TakeTransform() {
@@ -109,38 +147,58 @@ inline bool TransformNode::UpdateOpacity() {
     return true;
 }
 
-/** Where node space's origin is in the parent's. */
-inline Vector4T<RealFloat> TransformNode::GetOrigin() const {
-    return m_takenPosition + m_pivotOffset;
+inline Lanes AddVectors(Vector4T<RealFloat> const& a, Vector4T<RealFloat> const& b) {
+    return LoadLanes(&a.x) + LoadLanes(&b.x);
 }
 
 inline void TransformNode::CountTransform() {
-    if (__builtin_expect(++m_nTransformVersion == NoParent, 0)) {
-        m_nTransformVersion = 1;
-    }
+    m_nTransformVersion += 2; // neither 0 nor NoParent, whatever it comes to
     NoteForChildren();
 }
 
 /** The world matrix's origin, for a node whose parent's matrix only moves: the sum that the product is. */
-inline void TransformNode::AddParentOrigin(Vector4T<RealFloat> const& origin) {
-    RealFloat const* const parent = m_pParentTransform->m_worldMatrix.m;
-    RealFloat const local[4] = {origin.x, origin.y, origin.z, origin.w};
-    RealFloat const ones[4] = {0, 0, 0, 1};
-    for (int nRow = 0; nRow < 4; ++nRow) {
-        m_worldMatrix.m[12 + nRow] = local[nRow] + parent[12 + nRow] - ones[nRow];
-    }
+inline void TransformNode::AddParentOrigin() {
+    Lanes const origin = AddVectors(m_takenPosition, m_pivotOffset);
+    Lanes const parent = LoadLanes(m_pParentTransform->m_worldMatrix.m + 12);
+    StoreLanes(m_worldMatrix.m + 12, origin + parent - Lanes{0, 0, 0, 1});
 }
 
 /** For a node below one with a transform: only the origin has moved, the other columns stay. */
 inline void TransformNode::MoveOrigin() {
-    Vector4T<RealFloat> origin = GetOrigin();
     if (m_nMarks & ParentMovesMark) {
-        AddParentOrigin(origin);
+        AddParentOrigin();
     } else {
-        Matrix4Vector4Multiply(m_pParentTransform->m_worldMatrix, origin, origin);
-        std::memcpy(m_worldMatrix.m + 12, &origin, sizeof(origin));
+        RealFloat const* const parent = m_pParentTransform->m_worldMatrix.m;
+        Lanes const origin = trevik::detail::TransformLanes(LoadLanes(parent), LoadLanes(parent + 4),
+                                                            LoadLanes(parent + 8), LoadLanes(parent + 12),
+                                                            AddVectors(m_takenPosition, m_pivotOffset));
+        StoreLanes(m_worldMatrix.m + 12, origin);
     }
     CountTransform();
+}
+
+/** Whether a matrix is a translation or the identity; by bits, so that a -0 makes it something else. */
+inline bool OnlyMoves(Matrix4T<RealFloat> const& matrix) {
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    return std::memcmp(matrix.m, Matrix4T<RealFloat>::Identity.m, 12 * sizeof(RealFloat)) == 0 &&
+           matrix.m[15] == 1;
+}
+
+/**
+ * Takes the parent's new matrix over, and the position, where that matrix did nothing but move and still
+ * does: the other columns stay then. False elsewhere, with nothing done. Most of what moves by itself has
+ * such nodes below it.
+ */
+inline bool TransformNode::FollowMovedParent() {
+    TransformNode const* const pParent = m_pParentTransform;
+    if (!(m_nMarks & ParentMovesMark) || !pParent || !pParent->m_fPlainUpdate ||
+        !OnlyMoves(pParent->m_worldMatrix)) {
+        return false;
+    }
+    m_nParentVersion = pParent->m_nTransformVersion;
+    AddParentOrigin();
+    CountTransform();
+    return true;
 }
 
 /**
@@ -148,14 +206,29 @@ inline void TransformNode::MoveOrigin() {
  * was nothing to do, and will be nothing until the node is woken.
  */
 inline __attribute__((always_inline)) bool TransformNode::UpdatePlain(Arguments const& arguments) {
-    m_properties.Update(arguments, *arguments.m_pFrame);
-    unsigned int const nChanges = m_nChanges | TakeTransform() | FindParentChange();
+    unsigned int const nOwn = m_properties.GetOwn();
+    if (nOwn & ~(OwnPosition | OwnOpacity)) {
+        return UpdatePlainAnimated(nOwn, arguments);
+    }
+    unsigned int nChanges = m_nChanges;
+    if (nOwn & OwnPosition) {
+        nChanges |= UpdatePosition(arguments);
+    }
+    if (nOwn & OwnOpacity) {
+        UpdateOwnOpacity(nChanges, arguments);
+    }
+    nChanges |= TakeTransform() | FindParentChange();
     if (__builtin_expect(nChanges == Moved && m_pParentTransform, 1)) {
         MoveOrigin();
-    } else if (nChanges != 0) {
-        m_nChanges = static_cast<unsigned char>(nChanges);
-        CalculateAnyTransform();
+    } else if (nChanges != 0 && ((nChanges & (Turned | Shaped)) || !FollowMovedParent())) {
+        DeriveTransform(nChanges);
     }
+    return EndPlainUpdate(nChanges, arguments);
+}
+
+/** UpdatePlain behind the matrix, which has made what the changes say of it. */
+inline __attribute__((always_inline)) bool TransformNode::EndPlainUpdate(unsigned int nChanges,
+                                                                         Arguments const& arguments) {
     bool const fFaded = UpdateOpacity();
     if (__builtin_expect(!m_effects.IsEmpty(), 0)) {
         UpdateEffects(arguments);
@@ -168,9 +241,10 @@ inline __attribute__((always_inline)) bool TransformNode::UpdatePlain(Arguments 
  * Whether everything that an update looks at tells when it changes: no controllers, no bound property, no
  * effects, and a parent in the tree that tells its children.
  */
-inline bool TransformNode::CanRest() const {
-    return (m_nMarks & (TransformMarks | OpacityMark | TellMark)) == 0 && !m_properties.HasAnimated() &&
-           m_pParentTransform && m_pParentTransform == m_pParent && m_pParentTransform->m_fPlainUpdate;
+inline bool TransformNode::CanRest() {
+    return (m_nMarks & (TransformMarks | OpacityMark | TellMark)) == 0 && m_pParentTransform &&
+           m_pParentTransform == m_pParent && m_pParentTransform->m_fPlainUpdate &&
+           (m_properties.GetOwn() == 0 || !IsAnimated());
 }
 
 } // namespace trevik::kelvo

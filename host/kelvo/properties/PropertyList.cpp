@@ -8,6 +8,9 @@ namespace trevik::kelvo {
 
 namespace {
 
+/** The last bit of the set of animated properties stands for those from this one on. */
+constexpr unsigned int LastAnimatedBit = 31;
+
 bool IsAnimated(PropertyDescriptor const& descriptor, Property const* pProperty) {
     return !descriptor.m_pfnIsAnimated || descriptor.m_pfnIsAnimated(pProperty);
 }
@@ -95,35 +98,67 @@ void PropertyList::Clear() {
 }
 
 void PropertyList::ForgetAnimated() {
-    m_pFirstAnimated = nullptr;
-    m_nOtherAnimated = 0;
+    m_nAnimated = 0;
+    m_nOwn = 0;
 }
 
-void PropertyList::CollectAnimated() {
-    constexpr unsigned int LastBit = AnimatedBits - 1;
+/** Whether there are any. */
+bool PropertyList::CollectAnimated() {
     m_nGeneration = BasePropertyGeneration::Get();
     ForgetAnimated();
-    unsigned int nOther = 0;
     for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
         Entry const entry = GetEntry(nEntry);
-        if (!IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
-            continue;
-        }
-        if (!m_pFirstAnimated) {
-            m_pFirstAnimated = entry.m_pProperty;
-        } else {
-            nOther |= 1u << (nEntry < LastBit ? nEntry : LastBit);
+        if (IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
+            m_nAnimated |= std::uint32_t{1} << (nEntry < LastAnimatedBit ? nEntry : LastAnimatedBit);
+            m_nOwn = Unfound;
         }
     }
-    m_nOtherAnimated = nOther & ((1u << AnimatedBits) - 1);
+    return m_nAnimated != 0;
 }
 
-void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& frame) {
-    unsigned int nLeft = m_nOtherAnimated;
-    m_pFirstAnimated->Update(context, frame);
+/** Whether the first one that was collected, as there is, is known to have a controller still. */
+bool PropertyList::IsFirstAnimated() const {
+    unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctz(m_nAnimated));
+    if (nEntry == LastAnimatedBit || nEntry >= GetCount()) {
+        return false;
+    }
+    PropertySlot const& slot = m_pShape->GetSlots()[nEntry];
+    return IsAnimated(*slot.m_pDescriptor, GetProperty(slot));
+}
+
+unsigned int PropertyList::FindOwn(Property const* const* ppOwn, unsigned int nOwn) {
+    CollectAnimated();
+    unsigned int nFound = 0;
+    unsigned int nNext = 0; // of the owner's
+    for (std::uint32_t nLeft = m_nAnimated; nLeft != 0; nLeft &= nLeft - 1) {
+        unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctz(nLeft));
+        Property const* const pProperty = GetProperty(m_pShape->GetSlots()[nEntry]);
+        while (nNext < nOwn && ppOwn[nNext] != pProperty) {
+            ++nNext;
+        }
+        if (nNext == nOwn || nEntry == LastAnimatedBit) {
+            nFound |= Others;
+            break;
+        }
+        nFound |= 1u << nNext++;
+    }
+    m_nOwn = static_cast<unsigned char>(nFound);
+    return nFound;
+}
+
+void PropertyList::UpdateOthers(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame) {
+    std::uint32_t nLeft = m_nAnimated;
+    for (unsigned int nFirst = nOwn & (Others - 1); nFirst != 0; nFirst &= nFirst - 1) {
+        nLeft &= nLeft - 1;
+    }
+    UpdateSet(nLeft, context, frame);
+}
+
+/** Updates the entries whose bits are set, in order. */
+void PropertyList::UpdateSet(std::uint32_t nLeft, UpdateContext const& context, RealFloat const& frame) {
     for (; nLeft != 0; nLeft &= nLeft - 1) {
         unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctz(nLeft));
-        if (__builtin_expect(nEntry == AnimatedBits - 1, 0)) {
+        if (__builtin_expect(nEntry == LastAnimatedBit, 0)) {
             UpdateFrom(nEntry, context, frame);
             return;
         }
@@ -138,7 +173,7 @@ void PropertyList::UpdateSeveral(UpdateContext const& context, RealFloat const& 
 void PropertyList::UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame) {
     for (; nEntry < GetCount(); ++nEntry) {
         Entry const entry = GetEntry(nEntry);
-        if (entry.m_pProperty != m_pFirstAnimated && IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
+        if (IsAnimated(*entry.m_pDescriptor, entry.m_pProperty)) {
             entry.m_pProperty->Update(context, frame);
         }
     }

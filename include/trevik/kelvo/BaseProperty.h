@@ -172,17 +172,28 @@ public:
      * Lets the active controller write the value, announces it, and drops the controller once it is finished.
      */
     void Update(UpdateContext const& context, RealFloat const& frame) override {
+        if (__builtin_expect(context.HasParts(frame) && Sample(context), 1)) {
+            Mark();
+            return;
+        }
+        UpdateAny(context, frame);
+    }
+
+    /**
+     * What Update does at the frame that the context was made for, but for the mark, where that is nothing
+     * but writing the value: one plain sample controller with samples there, no subscribers, no binding.
+     * Returns the value; null elsewhere, with nothing done. For the property's owner, who takes the value
+     * over at once.
+     */
+    T const* Sample(UpdateContext const& context) {
         if constexpr (PropertyTraits<T>::Sampled) {
             if (__builtin_expect(m_extras.HasPlainSampler(), 1)) {
                 // The one controller is known to the last detail: it never finishes.
-                auto* const pSampler = static_cast<SampleController<T>*>(m_extras.GetOnlyController());
-                if (__builtin_expect(pSampler->Sample(context, frame, m_value), 1)) {
-                    Mark();
-                    return;
-                }
+                auto const* const pSampler = static_cast<SampleController<T>*>(m_extras.GetPlainSampler());
+                return pSampler->Sample(context, m_value) ? &m_value : nullptr;
             }
         }
-        UpdateAny(context, frame);
+        return nullptr;
     }
 
     /**

@@ -48,8 +48,11 @@ struct UpdateContext {
     UpdateContext(GraphicsDevice& device, RealFloat const& frame) : m_pDevice(&device) {
         if (frame >= 0 && frame < PartedLimit) {
             std::memcpy(&m_nFrameBits, &frame, sizeof(m_nFrameBits));
-            m_nWhole = static_cast<unsigned int>(static_cast<int>(frame));
-            m_fraction = frame - static_cast<RealFloat>(static_cast<int>(frame)) + 0; // 0 of -0
+            m_nWhole = static_cast<int>(frame);
+            m_fraction = frame - static_cast<RealFloat>(static_cast<int>(frame));
+            m_fBetween = m_fraction != 0;
+        } else {
+            m_nWhole = FarFromSamples;
         }
     }
 
@@ -62,22 +65,23 @@ struct UpdateContext {
         // By bits, which takes fewer steps. NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
         return std::memcmp(&frame, &m_nFrameBits, sizeof(m_nFrameBits)) == 0;
     }
-    /** The whole number at or before the frame that has parts. */
-    unsigned int GetWhole() const { return m_nWhole; }
+    /**
+     * The whole number at or before the frame that has parts. For a context that was made for a frame that
+     * has none, one that lies further behind the start frame of any samples than they can go on.
+     */
+    long long GetWhole() const { return m_nWhole; }
     /** Whether that frame is no whole number. */
-    bool IsBetween() const {
-        unsigned int nBits;
-        std::memcpy(&nBits, &m_fraction, sizeof(nBits));
-        return nBits != 0;
-    }
+    bool IsBetween() const { return m_fBetween; }
     /** How far that frame lies behind the whole number, 0 or above and below 1. */
     RealFloat GetFraction() const { return m_fraction; }
 
 private:
+    long long m_nWhole = 0;
     unsigned int m_nFrameBits = 0;
-    unsigned int m_nWhole = 0;
     RealFloat m_fraction = 0;
+    bool m_fBetween = false;
 
+    static constexpr long long FarFromSamples = 1LL << 40;
     static constexpr RealFloat PartedLimit = 2147483648.0f;
 };
 

@@ -60,7 +60,9 @@ public:
     }
 
     /** Whether there is nothing but one controller, which IsPlainSampler. */
-    bool HasPlainSampler() const { return (m_nWord & KindBits) == SamplerBit; }
+    bool HasPlainSampler() const { return (m_nWord & SamplerBit) != 0; }
+    /** That controller; to be asked where there is one. */
+    Controller<T>* GetPlainSampler() const { return reinterpret_cast<Controller<T>*>(m_nWord - SamplerBit); }
     /** The only controller, which needs no block, or null; to be asked where there is no block. */
     Controller<T>* GetOnlyController() const { return reinterpret_cast<Controller<T>*>(m_nWord & ~KindBits); }
 
@@ -115,7 +117,7 @@ public:
 private:
     // Objects with operations begin with an address and lie at multiples of 4, at least.
     static constexpr std::uintptr_t BlockBit = 1;
-    static constexpr std::uintptr_t SamplerBit = 2;
+    static constexpr std::uintptr_t SamplerBit = 2; ///< never together with the other one
     static constexpr std::uintptr_t KindBits = 3;
 
     TREVIK_NOINLINE bool MakeBlock() {

@@ -47,7 +47,7 @@ public:
         Entry m_entry{};
     };
 
-    PropertyList() : m_nOtherAnimated(0), m_fWhole(true) {}
+    PropertyList() = default;
     ~PropertyList();
     /**
      * Registrations belong to the owner: a copied owner registers its own properties, so nothing is copied.
@@ -91,15 +91,32 @@ public:
         if (m_nGeneration != BasePropertyGeneration::Get()) {
             CollectAnimated();
         }
-        if (__builtin_expect(m_nOtherAnimated != 0, 0)) {
-            UpdateSeveral(context, frame);
-        } else if (m_pFirstAnimated) {
-            m_pFirstAnimated->Update(context, frame);
+        if (m_nAnimated != 0) {
+            UpdateSet(m_nAnimated, context, frame);
         }
     }
 
-    /** Whether any property has a controller (as of the last Update). */
-    bool HasAnimated() const { return m_pFirstAnimated != nullptr; }
+    /** Whether any property that had a controller at the last Update still has one. */
+    bool HasAnimated() { return m_nAnimated != 0 && (IsFirstAnimated() || CollectAnimated()); }
+
+    /**
+     * Which of the owner's properties it brings to a frame by itself, without a call for each, as a set that
+     * FindOwn has made, with Others for those that UpdateOthers has to bring there. 0 when no property has a
+     * controller; Unfound when FindOwn is to be asked anew.
+     */
+    unsigned int GetOwn() const {
+        return __builtin_expect(m_nGeneration == BasePropertyGeneration::Get(), 1) ? m_nOwn : Unfound;
+    }
+    static constexpr unsigned int Unfound = 0x80; ///< in GetOwn: FindOwn is to be asked
+    static constexpr unsigned int Others = 0x40;  ///< in GetOwn: properties besides the owner's
+    /**
+     * GetOwn from now on: a bit for each of the `nOwn` properties (6 at most, always the same ones) that has
+     * a controller. Since properties are updated in the list's order, only those count that stand before all
+     * others with a controller, and in the same order as here.
+     */
+    unsigned int FindOwn(Property const* const* ppOwn, unsigned int nOwn);
+    /** What Update does behind those in the set `nOwn`. */
+    void UpdateOthers(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame);
 
     /** Whether memory has sufficed for all registrations and for all that the owner was copied from. */
     bool IsWhole() const { return m_fWhole; }
@@ -125,18 +142,16 @@ private:
     PropertyDescriptor const* Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset);
     Property* GetProperty(PropertySlot const& slot) const;
     void ForgetAnimated();
-    void CollectAnimated();
-    void UpdateSeveral(UpdateContext const& context, RealFloat const& frame);
+    bool CollectAnimated();
+    bool IsFirstAnimated() const;
+    void UpdateSet(std::uint32_t nLeft, UpdateContext const& context, RealFloat const& frame);
     void UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame);
 
-    static constexpr unsigned int AnimatedBits = 31; ///< of m_nOtherAnimated
-
-    unsigned int m_nGeneration = 0; ///< BasePropertyGeneration when the animated were collected; 0 = never
-    /** A bit for each entry; the last one for all from there on. */
-    unsigned int m_nOtherAnimated : AnimatedBits;
-    bool m_fWhole : 1;                    ///< see IsWhole
-    Property* m_pFirstAnimated = nullptr; ///< here, since most objects have one or none
-    PropertyShape* m_pShape = nullptr;    ///< what is registered; null for nothing
+    unsigned int m_nGeneration = 0;    ///< BasePropertyGeneration when the animated were collected; 0 = never
+    std::uint32_t m_nAnimated = 0;     ///< a bit for each entry; the last one for all from there on
+    unsigned char m_nOwn = 0;          ///< see GetOwn
+    bool m_fWhole = true;              ///< see IsWhole
+    PropertyShape* m_pShape = nullptr; ///< what is registered; null for nothing
 };
 
 } // namespace trevik::kelvo

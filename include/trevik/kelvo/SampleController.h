@@ -82,17 +82,18 @@ public:
     }
 
     bool Evaluate(UpdateContext const& context, RealFloat const& frame, T& out) override {
-        return Sample(context, frame, out) || EvaluateAnywhere(frame, out);
+        return (context.HasParts(frame) && Sample(context, out)) || EvaluateAnywhere(frame, out);
     }
 
     /**
-     * What Evaluate does, where the frame's parts are known and lie among plain samples, the common case;
-     * false elsewhere, with `out` as it was. For callers that know that no class has another Evaluate.
+     * What Evaluate does at the frame that the context was made for, where that lies among plain samples, the
+     * common case; false elsewhere, with `out` as it was. For callers that know that no class has another
+     * Evaluate.
      */
-    bool Sample(UpdateContext const& context, RealFloat const& frame, T& out) const {
-        // Whole numbers before the start frame give a difference from 2^31 on.
-        unsigned int const nSample = context.GetWhole() - static_cast<unsigned int>(m_nStartFrame);
-        if (__builtin_expect(nSample >= m_nMixed || !context.HasParts(frame), 0)) {
+    bool Sample(UpdateContext const& context, T& out) const {
+        // Whole numbers before the start frame give a difference that is larger than any number of samples.
+        auto const nSample = static_cast<unsigned long long>(context.GetWhole() - m_nStartFrame);
+        if (__builtin_expect(nSample >= m_nMixed, 0)) {
             return false;
         }
         unsigned char const* const pSample = m_pData + nSample * sizeof(T);

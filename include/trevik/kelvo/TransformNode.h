@@ -129,8 +129,10 @@ private:
         ParentMoved = 8, ///< the parent's world matrix
         Everything = 15
     };
+    /** In the set of the list's properties that the node brings to a frame by itself, see PropertyList. */
+    enum OwnProperty : unsigned int { OwnPosition = 1, OwnRotation = 2, OwnScale = 4, OwnOpacity = 8 };
     /** Stands for the transform version of a parent where there is none. */
-    static constexpr unsigned int NoParent = 0xffffffffu;
+    static constexpr unsigned int NoParent = 2;
 
     friend class Node;     // tells of a new parent
     friend class Property; // wakes the node
@@ -168,7 +170,7 @@ private:
     mutable unsigned char m_nDrawState = 0;
     /** What CalculateTransform has to take up; 0 = it was called from outside. */
     unsigned char m_nChanges = Everything;
-    unsigned int m_nTransformVersion = 1;   ///< counts changes of m_worldMatrix; neither 0 nor NoParent
+    unsigned int m_nTransformVersion = 1;   ///< another odd number after each change of m_worldMatrix
     unsigned int m_nTreeEntry = 0;          ///< the place in the list that the node's timeline flattened last
     RealFloat m_rOwnOpacity = RealFloat(1); ///< the opacity property, within 0 to 1
 
@@ -233,11 +235,16 @@ private:
     // Inline only where they are used, which is where they are defined.
     static inline void FetchForDrawing(Node const* pNode);
     static inline void FetchForUpdating(Node const* pNode);
+    inline unsigned int UpdatePosition(Arguments const& arguments);
+    inline void UpdateOwnOpacity(unsigned int nChanges, Arguments const& arguments);
+    unsigned int UpdateSeveral(unsigned int nOwn, Arguments const& arguments);
+    inline unsigned int UpdateSeveralInline(unsigned int nOwn, Arguments const& arguments);
+    void UpdateAny(unsigned int nProperty, unsigned int nChanges, Arguments const& arguments);
+    unsigned int UpdateOthers(unsigned int nOwn, unsigned int nChanges, Arguments const& arguments);
     inline unsigned int TakePosition();
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
     inline bool UpdateOpacity();
-    inline Vector4T<RealFloat> GetOrigin() const;
     inline void CountTransform();
     inline void NoteForChildren();
     void Awaken() {
@@ -246,11 +253,16 @@ private:
         }
     }
     void Wake();
-    inline bool CanRest() const;
+    inline bool CanRest();
+    bool IsAnimated();
     inline void MoveOrigin();
-    inline void AddParentOrigin(Vector4T<RealFloat> const& origin);
-    inline void MultiplyWithParent();
+    inline bool FollowMovedParent();
+    inline void AddParentOrigin();
+    inline void MoveWithParent(RealFloat const* pLocalColumns);
+    void MultiplyWithParent();
     inline bool UpdatePlain(Arguments const& arguments);
+    bool UpdatePlainAnimated(unsigned int nOwn, Arguments const& arguments);
+    inline bool EndPlainUpdate(unsigned int nChanges, Arguments const& arguments);
     static UpdateOverriders const& GetOwnOverriders(TransformNode const& node);
     unsigned int TakeRotationAndShape();
     void TakeOpacity();
@@ -263,7 +275,9 @@ private:
     }
     void UpdateEffects(Arguments const& arguments);
     void CalculateAnyTransform();
-    void TakeShape(unsigned int nChanges);
+    void DeriveTransform(unsigned int nChanges);
+    inline void DeriveTransformInline(unsigned int nChanges);
+    inline void TakeShape(unsigned int nChanges);
     bool NeedsShape() const;
     RealFloat const* GetLocalColumns() const;
 };
