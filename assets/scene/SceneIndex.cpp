@@ -28,6 +28,9 @@ public:
              fChild ? static_cast<unsigned int>(step.nItem) : NoItem,
              step.role == SceneRole::Camera ? "Camera" : "Timeline");
         m_above.push_back(nEntry);
+        if (Node const& below = GetParentOfChildren(step); &below != &step.node) {
+            NoteHelper(below, nEntry);
+        }
         TransformNode* const pTransform = step.node.GetTransformNode();
         if (pTransform && !pTransform->GetEffects().IsEmpty()) {
             NoteEffects(step, nEntry, pTransform->GetEffects());
@@ -36,6 +39,15 @@ public:
     void Leave(SceneStep const&) override { m_above.pop_back(); }
 
 private:
+    /** A node that no file describes comes from where the one above it does. */
+    void NoteHelper(Node const& node, unsigned int nAbove) {
+        Entry helper = m_index.m_entries[nAbove];
+        helper.pObject = &node;
+        helper.nClassName = m_index.m_texts.Add("TransformNode");
+        helper.name.clear();
+        m_index.m_entries.push_back(std::move(helper));
+    }
+
     void NoteEffects(SceneStep const& step, unsigned int nNode, List<Effect*> const& effects) {
         std::optional<JsonCursor> const places = step.place.Find("effects");
         std::size_t const nPlaces = places ? places->GetValue().GetItems().size() : 0;

@@ -30,8 +30,7 @@ void Walk(SceneStep const& step, char const* pChildren, SceneVisitor& visitor) {
                  visitor);
     }
     if (std::optional<JsonCursor> const children = step.place.Find(pChildren)) {
-        bool const fStretched = HasStretchedChildren(step.place) && step.node.GetChildCount() == 1;
-        Node& parent = fStretched ? *step.node.GetChild(0) : step.node;
+        Node& parent = GetParentOfChildren(step);
         std::size_t const nCount =
             std::min<std::size_t>(children->GetValue().GetItems().size(), parent.GetChildCount());
         for (std::size_t n = 0; n < nCount; ++n) {
@@ -66,6 +65,11 @@ std::string SceneStep::DescribeUse(std::vector<JsonValue const*> outward) const 
         outward.push_back(&above.GetValue());
     }
     return place.DescribeUse(outward);
+}
+
+Node& GetParentOfChildren(SceneStep const& step) {
+    bool const fStretched = step.node.GetChildCount() == 1 && HasStretchedChildren(step.place);
+    return fStretched ? *step.node.GetChild(0) : step.node;
 }
 
 void WalkScene(JsonCursor const& file, Timeline& root, SceneVisitor& visitor) {

@@ -37,6 +37,9 @@ public:
     virtual void Leave(SceneStep const&) {}
 };
 
+/** The node that the described children lie below: the step's own, or one that takes back its stretching. */
+Node& GetParentOfChildren(SceneStep const& step);
+
 /** Walks through a scene file and the nodes that it has become, side by side. */
 void WalkScene(JsonCursor const& file, Timeline& root, SceneVisitor& visitor);
 

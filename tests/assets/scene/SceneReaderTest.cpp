@@ -295,7 +295,7 @@ NinePatchSprite  scene.json:8 NinePatchSprite at '/nodes/0/children/1/background
 Camera  scene.json:8 Camera at '/nodes/0/children/1/background/children/0'
 Sprite  scene.json:9 Sprite at '/nodes/1'
 NinePatchSprite  scene.json:10 NinePatchSprite at '/nodes/2'
-TransformNode  /#2/#0
+TransformNode  scene.json:10 TransformNode at '/nodes/2'
 Sprite "leaf"  scene.json:12 (template "leaf", used at scene.json:11) Sprite at '/nodes/2/children/0'
 Camera  scene.json:12 (template "leaf", used at scene.json:11) Camera at '/nodes/2/children/0/children/0'
 Text  scene.json:11 Text at '/nodes/2/children/0/children/1'
