@@ -864,7 +864,8 @@ TEST_F(PlayerTest, TellsAsMuchAsIsAskedFor) {
     };
     for (std::vector<std::string> const& some :
          {std::vector<std::string>{}, {"--quiet", "--log-level", "error"}}) {
-        EXPECT_NE(tell("bad.json", some).find(" has no resource"), std::string::npos);
+        EXPECT_NE(tell("bad.json", some).find("[kelvo] A GaussianBlurEffect has no resource: "),
+                  std::string::npos);
     }
     for (std::vector<std::string> const& none :
          {std::vector<std::string>{"--quiet"}, {"--log-level", "none"}}) {

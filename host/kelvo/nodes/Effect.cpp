@@ -9,6 +9,32 @@
 
 namespace trevik::kelvo {
 
+namespace {
+
+struct ClassName {
+    unsigned int nID;
+    char16_t const* pName;
+};
+/** Classes tell their ids alone, which mean nothing to a reader of the log, and back ends have their own. */
+constexpr ClassName Names[] = {
+    {HashName("GaussianBlurEffect"), u"A GaussianBlurEffect"},
+    {HashName("DirectionalBlurEffect"), u"A DirectionalBlurEffect"},
+    {HashName("BlendModeEffect"), u"A BlendModeEffect"},
+    {HashName("GroupOpacityEffect"), u"A GroupOpacityEffect"},
+    {HashName("BackdropBlurEffect"), u"A BackdropBlurEffect"},
+};
+
+char16_t const* DescribeClass(Effect const& effect) {
+    for (ClassName const& name : Names) {
+        if (effect.IsKindOf(name.nID)) {
+            return name.pName;
+        }
+    }
+    return u"An effect of the application";
+}
+
+} // namespace
+
 bool EffectResource::Init(GraphicsDevice&) {
     return true;
 }
@@ -29,10 +55,9 @@ bool Effect::Init(GraphicsDevice& device) {
     m_fInitialized = pResource && InternalInit(pResource);
     if (!m_fInitialized) {
         if (m_nFailedState == 0) {
-            Debug::TraceFormat(
-                TraceLevel::Error,
-                u"[kelvo] An effect of class %u has no resource: what it is on is drawn without it",
-                GetClassID());
+            Debug::TraceFormat(TraceLevel::Error,
+                               u"[kelvo] %s has no resource: what it is on is drawn without it",
+                               DescribeClass(*this));
         }
         m_nFailedState = nState;
     }
