@@ -32,6 +32,9 @@ int main(int nArguments, char** ppArguments) {
         return PlayWatched(options, [&](std::vector<std::string>& files) {
             Player player(options);
             int const nExitCode = player.Run();
+            if (!options.fWatch) {
+                player.EndUndrawn(nExitCode);
+            }
             files = player.GetFiles();
             return nExitCode;
         });

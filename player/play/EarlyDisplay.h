@@ -18,6 +18,8 @@ public:
     ~EarlyDisplay();
 
     void Begin();
+    /** Whether it was begun and not handed over. */
+    bool IsBegun() const { return m_display.valid(); }
     /** Waits for it, and leaves the display to a device, which ends it. */
     void HandOver();
 

@@ -22,6 +22,7 @@
 #include <algorithm>
 #include <cerrno>
 #include <cstdio>
+#include <cstdlib>
 #include <cstring>
 #include <memory>
 
@@ -116,6 +117,14 @@ int Player::Run() {
     bool const fOnlySave = !m_options.save.empty() && m_options.out.empty() && m_options.compare.empty() &&
                            !m_options.fStats && !m_options.pick && !m_pCalls && !m_pTrace && !m_pExplainer;
     return fOnlySave ? ExitSuccess : Play();
+}
+
+void Player::EndUndrawn(int nExitCode) {
+    if (m_display.IsBegun()) {
+        m_pPictures.reset(); // files that they have begun go with them
+        m_pTrace.reset();
+        std::_Exit(FinishOutput(nExitCode)); // all else would end beside a driver that is at work
+    }
 }
 
 /** Whether a scene without faults is going to be drawn, in this process and with this project's back end. */

@@ -40,6 +40,12 @@ public:
 
     /** Returns the exit code; anything but success has been explained on stderr. */
     int Run();
+    /**
+     * Ends the process with the exit code that Run has returned where a display was begun and nothing is
+     * drawn on it, as with a scene that cannot be read: no driver can be stopped while it is being loaded,
+     * and to wait for it takes 0.1 s. Elsewhere it does nothing.
+     */
+    void EndUndrawn(int nExitCode);
     /** The paths of all files of the scene that were read, or could not be. */
     std::vector<std::string> const& GetFiles() const { return m_notes.GetFiles(); }
 

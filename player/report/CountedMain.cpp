@@ -30,6 +30,9 @@ int main(int nArguments, char** ppArguments) {
             Explainer explainer(options);
             Player player(options, nullptr, GetDrawn, options.Explains() ? &explainer : nullptr);
             int const nExitCode = player.Run();
+            if (!options.fWatch) {
+                player.EndUndrawn(nExitCode);
+            }
             files = player.GetFiles();
             return nExitCode;
         });
