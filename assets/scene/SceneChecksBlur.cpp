@@ -149,18 +149,20 @@ private:
     };
 
     Above Look(SceneStep const& step) const {
-        Above const above = m_steps.empty() ? Above() : m_steps.back();
+        Above here = m_steps.empty() ? Above() : m_steps.back();
+        here.blurred.reset();
         SceneStep const* const pAbove = step.pAbove;
         bool const fOwnFrames =
             pAbove && pAbove->role != SceneRole::Root && pAbove->node.IsKindOf(Timeline::ClassID);
-        Above here = above;
-        here.blurred.reset();
-        here.fScene = above.fScene && !fOwnFrames && step.role != SceneRole::Background;
-        here.frames = Overlap(above.frames, FindVisibleFrames(step.node, Beside::Taken));
-        here.fVisible = above.fVisible && IsAlwaysVisible(step.node);
-        here.fSure = above.fSure && (here.fScene || IsAlwaysVisible(step.node));
+        here.fScene = here.fScene && !fOwnFrames && step.role != SceneRole::Background;
+        if (IsAlwaysVisible(step.node)) {
+            return here;
+        }
+        here.fVisible = false;
+        here.fSure = here.fSure && here.fScene;
+        here.frames = Overlap(here.frames, FindVisibleFrames(step.node, Beside::Taken));
         if (here.fScene) {
-            here.seen = Overlap(above.seen, FindVisibleFrames(step.node, Beside::Left));
+            here.seen = Overlap(here.seen, FindVisibleFrames(step.node, Beside::Left));
         }
         return here;
     }
