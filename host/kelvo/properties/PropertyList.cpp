@@ -118,12 +118,8 @@ bool PropertyList::CollectAnimated() {
 
 /** Whether the first one that was collected, as there is, is known to have a controller still. */
 bool PropertyList::IsFirstAnimated() const {
-    unsigned int const nEntry = static_cast<unsigned int>(__builtin_ctz(m_nAnimated));
-    if (nEntry == LastAnimatedBit || nEntry >= GetCount()) {
-        return false;
-    }
-    PropertySlot const& slot = m_pShape->GetSlots()[nEntry];
-    return IsAnimated(*slot.m_pDescriptor, GetProperty(slot));
+    Entry const entry = GetEntry(static_cast<unsigned int>(__builtin_ctz(m_nAnimated)));
+    return IsAnimated(*entry.m_pDescriptor, entry.m_pProperty);
 }
 
 unsigned int PropertyList::FindOwn(Property const* const* ppOwn, unsigned int nOwn) {

@@ -81,6 +81,7 @@ struct Scene {
     explicit Scene(bool fForwarding) : m_fForwarding(fForwarding) {
         m_device.m_fNoting = false;
         m_pRoot->GetFirstFrameProperty().SetValue(-10);
+        m_pRoot->GetLastFrameProperty().SetValue(100);
         Node* pParent = m_pRoot.Get();
         for (int nNode = Outer; nNode <= Bottom; ++nNode) {
             pParent = Add<PlainSprite>(*pParent);
@@ -131,7 +132,7 @@ struct Scene {
         while (samples.size() < 12) {
             samples.push_back(samples.back() + step);
         }
-        Ref<SampleController<T>> const pSamples = SampleController<T>::Create(-1, samples.data(), 12);
+        Ref<SampleController<T>> pSamples = SampleController<T>::Create(-1, samples.data(), 12);
         AddController<T>(property, pSamples);
         return pSamples;
     }
@@ -225,8 +226,11 @@ std::vector<Change> const Changes = {
          s.Scale(All).Bind(nullptr);
          s[All].GetOpacityProperty().SetValue(RealFloat(0.5));
      }},
-    {"a subscriber behind the node's own",
-     [](Scene& s) { s.Handle(s[Strange].GetColorProperty(), [](Scene& scene) { scene.Note(); }); }},
+    {"subscribers behind and among the node's own",
+     [](Scene& s) {
+         s.Handle(s[Strange].GetColorProperty(), [](Scene& scene) { scene.Note(); });
+         s.Handle(s.Position(Strange), [](Scene& scene) { scene.Note(); });
+     }},
     {"a subscriber that has the matrix made",
      [](Scene& s) {
          s.Handle(s.Scale(All), [](Scene& scene) {
@@ -245,8 +249,8 @@ std::vector<Change> const Changes = {
      }},
     {"a subscriber that updates the node",
      [](Scene& s) {
-         s.Handle(s[Strange].GetColorProperty(), [](Scene& scene) {
-             scene[Strange].InternalUpdate(scene.m_device, scene.m_pRoot->GetFrame(), 0, false);
+         s.Handle(s.Scale(All), [](Scene& scene) {
+             scene[All].InternalUpdate(scene.m_device, scene.m_pRoot->GetFrame(), 0, false);
              scene.Note();
          });
      }},
@@ -350,7 +354,7 @@ std::vector<Change> const Changes = {
 std::vector<Vector3> Play(bool fForwarding, std::function<void(Scene&)> const& change) {
     Scene scene(fForwarding);
     change(scene);
-    for (RealFloat const frame : {0.5, 0.75, 1.0, 2.25, 2.25, 1.5, 40.0, 40.0, -3.0, -0.5, 0.25}) {
+    for (RealFloat const frame : {0.5f, 0.75f, 1.0f, 2.25f, 2.25f, 1.5f, 40.0f, 40.0f, -3.0f, -0.5f, 0.25f}) {
         scene.m_place.m_value.x += 1;
         scene.Update(frame);
         scene.Note();
@@ -376,13 +380,26 @@ TEST(Animated, ValuesOfSamplesAreTakenOverAsIfEachPropertyWereUpdatedByItself) {
     }
 }
 
+TEST(Animated, PropertiesAreUpdatedInTheOrderInWhichTheyAreRegistered) {
+    for (Place const place : {All, Strange}) {
+        Scene scene(false);
+        RealFloat opacity = 0;
+        scene.Handle(scene.Position(place),
+                     [&](Scene& s) { opacity = s[place].GetOpacityProperty().GetValue(); });
+        scene.Update(2);
+        EXPECT_EQ(opacity == scene[place].GetOpacityProperty().GetValue(), place == Strange);
+    }
+}
+
 TEST(Animated, ANodeSleepsAsSoonAsItsControllersHaveGone) {
     Scene scene(false);
     PlainSprite& node = scene[Outer];
+    PlainSprite const& below = static_cast<PlainSprite&>(*scene.Add<PlainSprite>(node));
     scene.Drive(node.GetColorProperty(), Vector3(1, 1, 1));
     auto const sleeps = [&] {
         scene.Update(40); // at the last sample by then
         scene.Update(40);
+        EXPECT_TRUE(below.IsAsleep());
         return node.IsAsleep();
     };
     EXPECT_FALSE(sleeps()) << "frames may go back";
@@ -391,7 +408,8 @@ TEST(Animated, ANodeSleepsAsSoonAsItsControllersHaveGone) {
     node.GetColorProperty().RemoveControllers();
     EXPECT_TRUE(sleeps());
     node.GetPositionProperty().AddController(Ref<Controller<Vector3>>(new Doubling));
-    EXPECT_FALSE(node.IsAsleep() && sleeps());
+    scene.Update(50);
+    EXPECT_FALSE(node.IsAsleep());
     EXPECT_TRUE(sleeps()) << "its controller is finished";
 }
 
