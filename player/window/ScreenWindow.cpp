@@ -1,5 +1,7 @@
 #include "window/ScreenWindow.h"
 
+#include "window/WaylandSeat.h"
+
 #include <EGL/egl.h>
 #include <SDL.h>
 #include <SDL_syswm.h>
@@ -27,6 +29,29 @@ bool IsSet(char const* pVariable) {
     return pValue && *pValue;
 }
 
+/** Has SDL leave out what it would crash with. False with one line in `fault` when nothing is left. */
+bool ChooseDriver(Fault& fault) {
+#if defined(KELVO_HAS_WAYLAND_CLIENT)
+    SDL_version version;
+    SDL_GetVersion(&version);
+    bool const fNeedsSeat =
+        SDL_VERSIONNUM(version.major, version.minor, version.patch) < SDL_VERSIONNUM(2, 30, 0);
+    std::string const wanted = IsSet(SDL_HINT_VIDEODRIVER) ? std::getenv(SDL_HINT_VIDEODRIVER) : "";
+    if (!fNeedsSeat || wanted == "x11" || !IsSeatMissing()) {
+        return true;
+    }
+    if (!wanted.empty() || !IsSet("DISPLAY")) {
+        return Fail(fault,
+                    "the Wayland compositor has no seat, that is no keyboard and no mouse, as SDL before "
+                    "2.30 needs; SDL_VIDEODRIVER=x11 and an X server, such as Xvfb, will do");
+    }
+    SDL_SetHint(SDL_HINT_VIDEODRIVER, "x11");
+#else
+    static_cast<void>(fault);
+#endif
+    return true;
+}
+
 } // namespace
 
 ScreenWindow::~ScreenWindow() {
@@ -39,18 +64,33 @@ ScreenWindow::~ScreenWindow() {
     }
 }
 
-bool ScreenWindow::Open(std::string const& title, SizeT<int> const& size, Fault& fault) {
+/** Starts SDL with a window system that is known; false with one line in `fault` where there is none. */
+bool ScreenWindow::Start(Fault& fault) {
     SDL_SetHint(SDL_HINT_NO_SIGNAL_HANDLERS, "1"); // the player has its own
     SDL_SetHint(SDL_HINT_VIDEO_ALLOW_SCREENSAVER, "1");
     SDL_SetHint(SDL_HINT_MOUSE_FOCUS_CLICKTHROUGH, "1"); // who comes from an editor need not click twice
+    if (!ChooseDriver(fault)) {
+        return false;
+    }
     m_fStarted = SDL_Init(SDL_INIT_VIDEO) == 0;
     char const* const pDriver = m_fStarted ? SDL_GetCurrentVideoDriver() : "";
     bool const fKnown = std::strcmp(pDriver, "x11") == 0 || std::strcmp(pDriver, "wayland") == 0;
     if (!fKnown && !IsSet("DISPLAY") && !IsSet("WAYLAND_DISPLAY")) {
         return Fail(fault, "there is no X11 or Wayland display (DISPLAY, WAYLAND_DISPLAY)");
     }
-    if (!m_fStarted) {
-        return Fail(fault, SDL_GetError());
+    if (!fKnown && IsSet(SDL_HINT_VIDEODRIVER)) {
+        return Fail(fault, std::string("SDL_VIDEODRIVER is \"") + std::getenv(SDL_HINT_VIDEODRIVER) +
+                               "\", and no x11 or wayland that can be reached");
+    }
+    if (!fKnown) {
+        return Fail(fault, "the display (DISPLAY, WAYLAND_DISPLAY) cannot be reached");
+    }
+    return true;
+}
+
+bool ScreenWindow::Open(std::string const& title, SizeT<int> const& size, Fault& fault) {
+    if (!Start(fault)) {
+        return false;
     }
     m_pWindow = SDL_CreateWindow(title.c_str(), SDL_WINDOWPOS_CENTERED, SDL_WINDOWPOS_CENTERED, size.width,
                                  size.height, SDL_WINDOW_RESIZABLE);
@@ -105,6 +145,10 @@ void ScreenWindow::SetSize(SizeT<int> const& size) {
 
 void ScreenWindow::SetTitle(std::string const& title) {
     SDL_SetWindowTitle(m_pWindow, title.c_str());
+}
+
+void ScreenWindow::Hide() {
+    SDL_HideWindow(m_pWindow);
 }
 
 void ScreenWindow::ToggleFullScreen() {

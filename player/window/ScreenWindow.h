@@ -35,8 +35,11 @@ public:
     void SetSize(trevik::SizeT<int> const& size);
     void SetTitle(std::string const& title);
     void ToggleFullScreen();
+    /** Takes it off the screen: it has been closed, and what is left to do may take a while. */
+    void Hide();
 
 private:
+    bool Start(trevik::kelvo::Fault& fault);
     bool Adopt(trevik::kelvo::Fault& fault);
 
     SDL_Window* m_pWindow = nullptr;

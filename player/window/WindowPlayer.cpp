@@ -109,6 +109,7 @@ int WindowPlayer::Run() {
     int nExitCode = Open();
     if (nExitCode == ExitSuccess) {
         nExitCode = Play();
+        m_window.Hide(); // a scene that is being read is read to its end
         Tell(std::to_string(m_nShownFrames) + " frames shown, " + std::to_string(m_clock->GetLateFrames()) +
              " left out as late; draws of the last one: " + std::to_string(m_pView->GetDraws()));
     }

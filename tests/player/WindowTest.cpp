@@ -356,12 +356,44 @@ TEST_F(WindowX11, EndsAfterTheLastFrameWhereItIsAskedTo) {
 TEST(Window, NeedsADisplay) {
     TemporaryFolder const folder;
     folder.WriteText("scene.json", MakeScene("#ff8000"));
-    Outcome const ended =
-        Play({folder.Path("scene.json"), "--window"},
-             {"DISPLAY=", "WAYLAND_DISPLAY=", "SDL_VIDEODRIVER=", "XDG_RUNTIME_DIR=" + folder.Path("")});
-    EXPECT_EQ(ended.nExitCode, 3);
-    EXPECT_EQ(ended.errors, "kelvo-player: no window can be opened: there is no X11 or Wayland display "
-                            "(DISPLAY, WAYLAND_DISPLAY)\n");
+    struct {
+        char const* pDisplay;
+        char const* pDriver;
+        char const* pReason;
+    } const cases[] = {
+        {"", "", "there is no X11 or Wayland display (DISPLAY, WAYLAND_DISPLAY)"},
+        {"none", "", "the display (DISPLAY, WAYLAND_DISPLAY) cannot be reached"},
+        {"none", "x11", "SDL_VIDEODRIVER is \"x11\", and no x11 or wayland that can be reached"},
+        {"none", "dummy", "SDL_VIDEODRIVER is \"dummy\", and no x11 or wayland that can be reached"}};
+    for (auto const& test : cases) {
+        Outcome const ended = Play({folder.Path("scene.json"), "--window"},
+                                   {std::string("DISPLAY=") + test.pDisplay,
+                                    "WAYLAND_DISPLAY=", std::string("SDL_VIDEODRIVER=") + test.pDriver,
+                                    "XDG_RUNTIME_DIR=" + folder.Path("")});
+        EXPECT_EQ(ended.nExitCode, 3);
+        EXPECT_EQ(ended.errors, std::string("kelvo-player: no window can be opened: ") + test.pReason + "\n");
+    }
+}
+
+TEST(Window, EndsWithAReasonWhereSdlCannotUseACompositor) {
+    if (std::string(KELVO_WESTON).empty()) {
+        GTEST_SKIP() << "weston is not installed";
+    }
+    TemporaryFolder const folder;
+    folder.WriteText("scene.json", MakeScene("#ff8000"));
+    std::string const runtime = "XDG_RUNTIME_DIR=" + folder.Path("");
+    Running compositor(KELVO_WESTON,
+                       {"--backend=headless-backend.so", "--use-pixman", "--no-config", "--socket=wayland"},
+                       {runtime}, SIGTERM);
+    for (int nTry = 0; nTry < 2000 && !std::filesystem::exists(folder.Path("wayland")); ++nTry) {
+        std::this_thread::sleep_for(std::chrono::milliseconds(10));
+    }
+    Outcome const ended = Play({folder.Path("scene.json"), "--window", "--once"},
+                               {runtime, "WAYLAND_DISPLAY=wayland", "DISPLAY=", "SDL_VIDEODRIVER=wayland"});
+    if (ended.nExitCode != 0) { // newer ones can
+        EXPECT_EQ(ended.nExitCode, 3);
+        EXPECT_NE(ended.errors.find("the Wayland compositor has no seat"), std::string::npos) << ended.errors;
+    }
 }
 
 /** A Wayland compositor in a window of the X server, with the player's window all over it. */
