@@ -330,6 +330,17 @@ void AddLogging(CLI::App& app, Options& options) {
               ReadLogLevel);
 }
 
+/** The parser's own words, but for an option that is given twice. */
+std::string Describe(CLI::ParseError const& error, CLI::App const& app) {
+    for (CLI::Option const* const pOption : app.get_options()) {
+        if (error.get_name() == "ArgumentMismatch" && pOption->get_items_expected_max() == 1 &&
+            pOption->count() > 1) {
+            return pOption->get_name() + " may be given once";
+        }
+    }
+    return error.what();
+}
+
 } // namespace
 
 std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, Options& options) {
@@ -352,7 +363,7 @@ std::optional<int> ParseOptions(int nArguments, char const* const* ppArguments, 
         std::fputs(text.str().c_str(), stdout);
         return ExitSuccess;
     } catch (CLI::ParseError const& error) {
-        std::fprintf(stderr, "kelvo-player: %s\nTry kelvo-player --help.\n", error.what());
+        std::fprintf(stderr, "kelvo-player: %s\nTry kelvo-player --help.\n", Describe(error, app).c_str());
         return ExitUsage;
     }
     if (app.count("--log-level") == 0 && options.fQuiet) {
