@@ -24,9 +24,14 @@ bool Fail(Fault& fault, std::string const& why) {
     return false;
 }
 
-bool IsSet(char const* pVariable) {
+/** Empty for a variable that is not set, too. */
+std::string GetVariable(char const* pVariable) {
     char const* const pValue = std::getenv(pVariable);
-    return pValue && *pValue;
+    return pValue ? pValue : "";
+}
+
+bool IsSet(char const* pVariable) {
+    return !GetVariable(pVariable).empty();
 }
 
 /** Has SDL leave out what it would crash with. False with one line in `fault` when nothing is left. */
@@ -36,7 +41,7 @@ bool ChooseDriver(Fault& fault) {
     SDL_GetVersion(&version);
     bool const fNeedsSeat =
         SDL_VERSIONNUM(version.major, version.minor, version.patch) < SDL_VERSIONNUM(2, 30, 0);
-    std::string const wanted = IsSet(SDL_HINT_VIDEODRIVER) ? std::getenv(SDL_HINT_VIDEODRIVER) : "";
+    std::string const wanted = GetVariable(SDL_HINT_VIDEODRIVER);
     if (!fNeedsSeat || wanted == "x11" || !IsSeatMissing()) {
         return true;
     }
@@ -79,7 +84,7 @@ bool ScreenWindow::Start(Fault& fault) {
         return Fail(fault, "there is no X11 or Wayland display (DISPLAY, WAYLAND_DISPLAY)");
     }
     if (!fKnown && IsSet(SDL_HINT_VIDEODRIVER)) {
-        return Fail(fault, std::string("SDL_VIDEODRIVER is \"") + std::getenv(SDL_HINT_VIDEODRIVER) +
+        return Fail(fault, "SDL_VIDEODRIVER is \"" + GetVariable(SDL_HINT_VIDEODRIVER) +
                                "\", and no x11 or wayland that can be reached");
     }
     if (!fKnown) {
