@@ -235,9 +235,9 @@ std::size_t JsonCursor::ReadWord(char const* what, std::vector<std::string> cons
     Fail("unknown " + std::string(what) + " " + Quote(text) + DescribeKnownNames(text, words));
 }
 
-std::size_t JsonCursor::ReadCount(std::string const& what, std::size_t nExact) const {
+std::size_t JsonCursor::ReadCount(std::string_view what, std::size_t nExact) const {
     if (!Is(JsonValue::Kind::Array) || (nExact != 0 && m_pValue->GetItems().size() != nExact)) {
-        FailExpected(what);
+        FailExpected(std::string(what));
     }
     return m_pValue->GetItems().size();
 }

@@ -151,7 +151,7 @@ public:
     /**
      * The number of elements of an array, which `what` describes; `nExact`, when not 0, is what it must be.
      */
-    std::size_t ReadCount(std::string const& what, std::size_t nExact = 0) const;
+    std::size_t ReadCount(std::string_view what, std::size_t nExact = 0) const;
     JsonCursor GetItem(std::size_t nIndex) const {
         return JsonCursor(*m_pSource, m_pValue->GetItems()[nIndex]);
     }

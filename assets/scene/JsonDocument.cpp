@@ -68,6 +68,7 @@ void* JsonPool::Allocate(std::size_t nBytes) {
 
 void JsonPool::Clear() {
     m_names.clear();
+    m_recent.fill(nullptr);
     m_texts.clear();
     m_chunks.clear();
     m_pNext = nullptr;

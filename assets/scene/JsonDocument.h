@@ -2,6 +2,7 @@
 
 #include "image/Image.h"
 
+#include <array>
 #include <cstddef>
 #include <cstdint>
 #include <deque>
@@ -24,7 +25,14 @@ public:
     JsonPool& operator=(JsonPool const&) = delete;
 
     /** A member's name, which stays; the same one for the same text, as files have few and use them often. */
-    std::string const* KeepName(std::string const& name) { return &*m_names.insert(name).first; }
+    std::string const* KeepName(std::string const& name) {
+        std::string const*& pRecent =
+            m_recent[(name.size() * 4 + static_cast<unsigned char>(name[0])) % Recent];
+        if (!pRecent || *pRecent != name) {
+            pRecent = &*m_names.insert(name).first;
+        }
+        return pRecent;
+    }
     /** Whether there is a member of that name. */
     bool HasName(std::string const& name) const { return m_names.count(name) != 0; }
     /** A text that stays. */
@@ -35,7 +43,10 @@ public:
     void Clear();
 
 private:
+    static constexpr std::size_t Recent = 64;
+
     std::unordered_set<std::string> m_names;
+    std::array<std::string const*, Recent> m_recent{}; ///< of m_names, by what takes less than their hash
     std::deque<std::string> m_texts;
     std::vector<std::unique_ptr<std::byte[]>> m_chunks;
     std::byte* m_pNext = nullptr; ///< in the last one that is not full

@@ -66,12 +66,16 @@ inline std::string GetEntryName(PropertyList::Entry const& entry) {
     return std::string(name.GetData(), name.GetLength());
 }
 
-/** The property of this name and type among some; null when there is none. */
+/** The property of this name and type among some; null when there is none. The name may be its hash. */
 template <class T>
-BaseProperty<T>* FindProperty(PropertyList& properties, char const* pName) {
-    PropertyList::Found const pEntry = properties.Find(HashName(pName));
+BaseProperty<T>* FindProperty(PropertyList& properties, unsigned int nID) {
+    PropertyList::Found const pEntry = properties.Find(nID);
     bool const fFits = pEntry && pEntry->m_pDescriptor->m_type == PropertyTypeOf<T>::value;
     return fFits ? static_cast<BaseProperty<T>*>(pEntry->m_pProperty) : nullptr;
+}
+template <class T>
+BaseProperty<T>* FindProperty(PropertyList& properties, char const* pName) {
+    return FindProperty<T>(properties, HashName(pName));
 }
 
 } // namespace trevik::kelvo::assets

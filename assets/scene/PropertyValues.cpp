@@ -7,6 +7,7 @@
 #include "trevik/kelvo/Text.h"
 #include "trevik/kelvo/Timeline.h"
 
+#include <string_view>
 #include <utility>
 #include <vector>
 
@@ -102,7 +103,8 @@ void ReadValue(JsonCursor const& place, std::string const& name, Vector3T<RealFl
         value = Vector3T<RealFloat>(color.r, color.g, color.b);
         return;
     }
-    value = ReadVector3(place, name == "Scale" || name == "Stretch" ? RealFloat(1) : RealFloat(0));
+    bool const fFactor = name == std::string_view("Scale") || name == std::string_view("Stretch");
+    value = ReadVector3(place, fFactor ? RealFloat(1) : RealFloat(0));
 }
 
 void ReadValue(JsonCursor const& place, std::string const& name, RectangleT<RealFloat>& value) {
@@ -190,9 +192,9 @@ std::string DescribeValue(std::string const& name, PropertyType::Enum type) {
 }
 
 bool IsColorName(std::string const& name) {
-    static std::string const s_sColor = "Color";
-    return name.size() >= s_sColor.size() &&
-           name.compare(name.size() - s_sColor.size(), s_sColor.size(), s_sColor) == 0;
+    constexpr std::string_view Ending = "Color";
+    return name.size() >= Ending.size() &&
+           std::string_view(name).substr(name.size() - Ending.size()) == Ending;
 }
 
 } // namespace trevik::kelvo::assets

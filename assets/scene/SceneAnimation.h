@@ -56,6 +56,8 @@ Interpolate::Function ReadTimeMap(JsonCursor const& place);
 /** What an animation comes to: one value per frame. */
 template <class T>
 struct Samples {
+    static constexpr unsigned int FirstCapacity = 64;
+
     int nStart = 0;
     List<T> values;
 
@@ -64,12 +66,17 @@ struct Samples {
             place.FailFinally("there is not enough memory");
         }
     }
-    /** So many more come. */
-    void Expect(JsonCursor const& place, unsigned int nMore) {
-        unsigned int const nNeeded = values.GetCount() + nMore;
-        if (nNeeded > values.GetCapacity() && !values.Reserve(std::max(nNeeded, values.GetCount() * 2))) {
+    /** Appends so many values, and answers where the first one is to be written. */
+    T* Extend(JsonCursor const& place, unsigned int nMore) {
+        unsigned int const nCount = values.GetCount();
+        unsigned int const nNeeded = nCount + nMore;
+        // These lists do not last: most of them never grow.
+        bool const fFits =
+            nNeeded <= values.GetCapacity() || values.Reserve(std::max({nNeeded, nCount * 2, FirstCapacity}));
+        if (!fFits || !values.Resize(nNeeded)) {
             place.FailFinally("there is not enough memory");
         }
+        return values.GetData() + nCount;
     }
     /** The value at a frame; before the first and behind the last one these hold. */
     T const& At(int nFrame) const {
@@ -179,9 +186,9 @@ void AnimationReader::ReadSamples(JsonCursor const& place, std::string const& na
         list.FailExpected("at least one value");
     }
     Spend(list, nCount, nCount);
-    samples.Expect(list, static_cast<unsigned int>(nCount));
+    T* const pValues = samples.Extend(list, static_cast<unsigned int>(nCount));
     for (std::size_t n = 0; n < nCount; ++n) {
-        samples.Append(list, ReadOne<T>(list.GetItem(n), name));
+        pValues[n] = ReadOne<T>(list.GetItem(n), name);
     }
 }
 
@@ -202,16 +209,14 @@ template <class T>
 void AnimationReader::AppendFrames(JsonCursor const& place, Key<T> const& from, Key<T> const& to,
                                    Samples<T>& samples) {
     int const nFrames = to.nFrame - from.nFrame;
-    samples.Expect(place, static_cast<unsigned int>(nFrames));
+    T* const pValues = samples.Extend(place, static_cast<unsigned int>(nFrames));
     for (int nFrame = 1; nFrame < nFrames; ++nFrame) {
         RealFloat const t = static_cast<RealFloat>(nFrame) / static_cast<RealFloat>(nFrames);
-        T value{};
         PropertyTraits<T>::Interpolate(reinterpret_cast<unsigned char const*>(&from.value),
                                        reinterpret_cast<unsigned char const*>(&to.value), from.easing.At(t),
-                                       value);
-        samples.Append(place, value);
+                                       pValues[nFrame - 1]);
     }
-    samples.Append(place, to.value);
+    pValues[nFrames - 1] = to.value;
 }
 
 template <class T>
@@ -225,7 +230,7 @@ void AnimationReader::ReadKeys(JsonCursor const& place, std::string const& name,
     Key<T> key = ReadKey<T>(list.GetItem(0), name);
     samples.nStart = key.nFrame;
     Spend(list, 1, 1);
-    samples.Append(list, key.value);
+    *samples.Extend(list, 1) = key.value;
     for (std::size_t n = 1; n < nCount; ++n) {
         JsonCursor const item = list.GetItem(n);
         Key<T> const next = ReadKey<T>(item, name);

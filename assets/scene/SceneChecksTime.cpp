@@ -84,14 +84,15 @@ void VisitNumbers(JsonCursor const& property, Visit visit) {
 /** Whole numbers that stand for something, from the first to the last one. */
 struct KnownNumbers {
     char const* pKey;
+    unsigned int nID; ///< the key's hash: they are looked for in every node
     int nFirst;
     int nLast;
     int nInitial; ///< what others are taken for
 };
-constexpr KnownNumbers Known[] = {{"PlaybackMode", 0, 2, 0},
-                                  {"HorizontalAlignment", 0, 3, 0},
-                                  {"VerticalAlignment", 0, 3, 0},
-                                  {"DepthTest", -1, 1, 0}};
+constexpr KnownNumbers Known[] = {{"PlaybackMode", HashName("PlaybackMode"), 0, 2, 0},
+                                  {"HorizontalAlignment", HashName("HorizontalAlignment"), 0, 3, 0},
+                                  {"VerticalAlignment", HashName("VerticalAlignment"), 0, 3, 0},
+                                  {"DepthTest", HashName("DepthTest"), -1, 1, 0}};
 
 /** More than this a BackdropBlurEffect does not blur. */
 constexpr double LargestRadius = 290;
@@ -282,7 +283,7 @@ private:
     void CheckValues(SceneStep const& step) {
         CheckRange(step, step.place, "", "Opacity", 1);
         for (KnownNumbers const& known : Known) {
-            BaseProperty<int>* const pProperty = FindProperty<int>(step.node.GetProperties(), known.pKey);
+            BaseProperty<int>* const pProperty = FindProperty<int>(step.node.GetProperties(), known.nID);
             if (pProperty) {
                 TakesValue(*pProperty, [&](int nNumber) {
                     bool const fUnknown = nNumber < known.nFirst || nNumber > known.nLast;

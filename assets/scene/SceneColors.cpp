@@ -3,6 +3,8 @@
 #include "scene/Suggestion.h"
 
 #include <algorithm>
+#include <cstddef>
+#include <initializer_list>
 #include <iterator>
 #include <vector>
 
@@ -169,8 +171,29 @@ constexpr NamedColor NamedColors[] = {
 constexpr char const* Transparent = "transparent";
 constexpr std::size_t MostComponents = 4;
 
-/** Components from 0 to 1; none when what stands there is no colour. */
-using Components = std::vector<RealFloat>;
+/** Components from 0 to 1; none when what stands there is no colour. Those that no colour has are counted. */
+class Components {
+public:
+    Components() = default;
+    Components(std::initializer_list<RealFloat> numbers) {
+        for (RealFloat const number : numbers) {
+            Add(number);
+        }
+    }
+
+    void Add(RealFloat number) {
+        if (m_nCount < MostComponents) {
+            m_numbers[m_nCount] = number;
+        }
+        ++m_nCount;
+    }
+    std::size_t GetCount() const { return m_nCount; }
+    RealFloat operator[](std::size_t nComponent) const { return m_numbers[nComponent]; }
+
+private:
+    RealFloat m_numbers[MostComponents] = {};
+    std::size_t m_nCount = 0;
+};
 
 int ReadHexDigit(char unit) {
     return unit >= '0' && unit <= '9'   ? unit - '0'
@@ -194,7 +217,7 @@ Components ReadHex(std::string const& text) {
         if (nHigh < 0 || nLow < 0) {
             return Components();
         }
-        components.push_back(static_cast<RealFloat>(nHigh * 16 + nLow) / 255);
+        components.Add(static_cast<RealFloat>(nHigh * 16 + nLow) / 255);
     }
     return components;
 }
@@ -234,7 +257,7 @@ Components ReadComponents(JsonCursor const& place) {
     }
     if (place.Is(JsonValue::Kind::Array)) {
         for (std::size_t n = 0; n < place.GetValue().GetItems().size(); ++n) {
-            components.push_back(static_cast<RealFloat>(place.GetItem(n).ReadNumber(0, 1)));
+            components.Add(static_cast<RealFloat>(place.GetItem(n).ReadNumber(0, 1)));
         }
     }
     return components;
@@ -260,15 +283,15 @@ std::string DescribeColor(bool fAlpha) {
 
 ColorT<RealFloat> ReadColor(JsonCursor const& place, bool fAlpha) {
     Components const components = ReadComponents(place);
-    if (!fAlpha && components.size() == MostComponents) {
+    if (!fAlpha && components.GetCount() == MostComponents) {
         place.Fail("expected " + DescribeColor(false) +
                    ", found one with alpha; what shows through is said by \"Opacity\"");
     }
-    if (components.size() != 3 && components.size() != MostComponents) {
+    if (components.GetCount() != 3 && components.GetCount() != MostComponents) {
         place.FailExpected(DescribeColor(fAlpha));
     }
     return ColorT<RealFloat>(components[0], components[1], components[2],
-                             components.size() == MostComponents ? components[3] : 1);
+                             components.GetCount() == MostComponents ? components[3] : 1);
 }
 
 } // namespace trevik::kelvo::assets

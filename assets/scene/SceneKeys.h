@@ -280,7 +280,7 @@ template <class... Tables>
 void CheckKeys(JsonCursor const& place, Tables const&... tables) {
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
-        if (name != "comment" && !IsKey(name, tables...)) {
+        if (name != std::string_view("comment") && !IsKey(name, tables...)) {
             place.CheckNames(NamesOf(tables...)); // which throws
         }
     }

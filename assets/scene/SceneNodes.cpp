@@ -379,7 +379,7 @@ bool SceneNodes::ReadMembers(JsonCursor const& place, PropertyList& properties,
     std::set<std::string> wholes; // of which components are given
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
-        if (name == "comment" || std::find(keys.begin(), keys.end(), name) != keys.end()) {
+        if (name == std::string_view("comment") || std::find(keys.begin(), keys.end(), name) != keys.end()) {
             continue;
         }
         place.Attempt([&] {

@@ -18,11 +18,21 @@ bool ReadFlag(JsonCursor const& place, char const* pName, bool fInitial) {
     return flag ? flag->ReadBool() : fInitial;
 }
 
+namespace {
+
+/** Whether a name is that of a property and one of its components, "Position.x". */
+bool IsComponentOf(std::string const& property, std::string const& name) {
+    return name.size() > property.size() && name[property.size()] == '.' &&
+           name.compare(0, property.size(), property) == 0;
+}
+
+} // namespace
+
 std::string FindGiven(JsonCursor const& place, std::string const& property) {
     std::string found;
     for (std::size_t n = 0; n < place.GetMemberCount(); ++n) {
         std::string const& name = place.GetMemberName(n);
-        if (name != property && name.compare(0, property.size() + 1, property + ".") != 0) {
+        if (name != property && !IsComponentOf(property, name)) {
             continue;
         }
         if (place.GetMember(n).Is(JsonValue::Kind::Object)) {

@@ -5,6 +5,7 @@
 
 #include <gtest/gtest.h>
 
+#include <map>
 #include <string>
 
 namespace trevik::kelvo::assets {
@@ -39,6 +40,22 @@ TEST(JsonDocument, KeepsOrderKindsAndLines) {
     EXPECT_EQ(array.GetItems()[2].GetLine(), 4u);
     // A number is read up to the line break behind it, and still belongs to the line before.
     EXPECT_EQ(root.GetItems()[2].GetLine(), 6u);
+}
+
+TEST(JsonPool, HasEachNameOnceUntilItEnds) {
+    JsonPool pool;
+    std::map<std::string, std::string const*> kept;
+    for (int nRound = 0; nRound < 3; ++nRound) {
+        for (char const* pName : {"", "aa", "ab", "ac", "b", "bb", "Position", "Rotation"}) {
+            std::string const* const pKept = pool.KeepName(pName);
+            EXPECT_EQ(*pKept, pName);
+            EXPECT_EQ(kept.emplace(pName, pKept).first->second, pKept);
+        }
+    }
+    pool.Clear();
+    EXPECT_FALSE(pool.HasName("aa"));
+    EXPECT_EQ(*pool.KeepName("aa"), "aa");
+    EXPECT_TRUE(pool.HasName("aa")) << "it is the one from before";
 }
 
 TEST(JsonDocument, TellsTheLineAndColumnOfWhatIsNoJson) {
