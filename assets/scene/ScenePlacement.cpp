@@ -180,6 +180,9 @@ SceneStretch ReadStretch(JsonCursor const& place, Sprite& sprite, AnimationReade
     CheckStays(place, sprite.GetSizeProperty(), "Size");
     SizeT<int> const size = sprite.GetSizeProperty().GetValue();
     if (size.width <= 0 || size.height <= 0) {
+        if (place.Find("texture") && !place.Find("Size")) {
+            return SceneStretch(); // of a picture that could not be read, which has been told
+        }
         stretch->Fail("what is stretched needs a \"texture\" or a \"Size\"");
     }
     if (!FindGiven(place, "Scale").empty()) {

@@ -181,7 +181,8 @@ TEST(SceneReader, SaysTogetherAllThatIsWrongAndNothingThatFollowsFromIt) {
 "camera": {"Near": "x", "lens": 1, "Far": 2}, "nodes": [{"class": "None", "texture": 3, "children": [
   {"class": "Text", "font": "none", "background": {"class": "NinePatchSprite", "texture": "none"}},
   {"class": "Text", "fnt": "title", "name": 1},
-  {"class": "Text", "font": "broken"}, {"class": "Text", "font": "other"}]}]})",
+  {"class": "Text", "font": "broken"}, {"class": "Text", "font": "other"},
+  {"class": "NinePatchSprite", "texture": "none", "stretchTo": [9, 9]}]}]})",
          R"(1: /surface/size/0: expected a whole number from 1 to 16384, found 0
 1: /surface/format: unknown surface format "rgb"; known are "rgb565", "rgb888", "rgbx8888" and "rgba8888"
 1: /frameRate: expected a number from 0.001 to 1000, found 0
