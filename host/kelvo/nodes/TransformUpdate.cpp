@@ -3,6 +3,7 @@
 #include "trevik/kelvo/Effect.h"
 #include "trevik/kelvo/Timeline.h"
 
+#include <cmath>
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
@@ -24,8 +25,9 @@ inline void WriteRotation(Vector3T<RealFloat> const& degrees, RealFloat (&m)[12]
         std::memcpy(m, rotation.m, sizeof(m));
         return;
     }
-    RealFloat sine, cosine;
-    trevik::detail::SineAndCosineOfDegrees(degrees.z, sine, cosine);
+    RealFloat const radians = degrees.z * RealFloat(0.017453292519943295);
+    RealFloat const sine = std::sin(radians);
+    RealFloat const cosine = std::cos(radians);
     StoreLanes(m, Lanes{cosine, sine, 0, 0});
     StoreLanes(m + 4, Lanes{0 - sine, cosine, 0, 0});
     StoreLanes(m + 8, Lanes{0, 0, 1, 0});

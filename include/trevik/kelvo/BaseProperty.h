@@ -181,9 +181,9 @@ public:
 
     /**
      * What Update does at the frame that the context was made for, but for the mark, where that is nothing
-     * but writing the value: one plain sample controller with samples there, no subscribers, no binding.
-     * Returns the value; null elsewhere, with nothing done. For the property's owner, who takes the value
-     * over at once.
+     * but writing the value: one plain sample controller, no subscribers, no binding. Returns the value; null
+     * elsewhere, and for a frame without parts, with nothing done. For the property's owner, who takes the
+     * value over at once.
      */
     T const* Sample(UpdateContext const& context) {
         if constexpr (PropertyTraits<T>::Sampled) {

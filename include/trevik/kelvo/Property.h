@@ -59,6 +59,14 @@ struct UpdateContext {
     /** The device that the update is for; borrowed, null where there is none. */
     GraphicsDevice* m_pDevice = nullptr;
 
+    /** Whether the frame that the context was made for has parts. */
+    bool HasParts() const { return m_nWhole != FarFromSamples; }
+    /** That frame, if it has. */
+    RealFloat GetFrame() const {
+        RealFloat frame;
+        std::memcpy(&frame, &m_nFrameBits, sizeof(frame));
+        return frame;
+    }
     /** Whether the frame's parts are known: those of 0 always are. */
     bool HasParts(RealFloat const& frame) const {
         static_assert(sizeof(frame) == sizeof(m_nFrameBits));

@@ -86,15 +86,14 @@ public:
     }
 
     /**
-     * What Evaluate does at the frame that the context was made for, where that lies among plain samples, the
-     * common case; false elsewhere, with `out` as it was. For callers that know that no class has another
-     * Evaluate.
+     * What Evaluate does at the frame that the context was made for. False, with `out` as it was, for a frame
+     * without parts, too. For callers that know that no class has another Evaluate.
      */
     bool Sample(UpdateContext const& context, T& out) const {
         // Whole numbers before the start frame give a difference that is larger than any number of samples.
         auto const nSample = static_cast<unsigned long long>(context.GetWhole() - m_nStartFrame);
         if (__builtin_expect(nSample >= m_nMixed, 0)) {
-            return false;
+            return SampleAnywhere(context, out);
         }
         unsigned char const* const pSample = m_pData + nSample * sizeof(T);
         if (__builtin_expect(context.IsBetween(), 1)) {
@@ -259,6 +258,11 @@ private:
     unsigned char const* FindPlainSample(unsigned long long nSample) const {
         unsigned int const nLast = m_nSampleCount - 1;
         return m_pData + (nSample < nLast ? nSample : nLast) * sizeof(T);
+    }
+
+    /** Sample for runs and for the ends. */
+    __attribute__((noinline, cold)) bool SampleAnywhere(UpdateContext const& context, T& out) const {
+        return context.HasParts() && EvaluateAnywhere(context.GetFrame(), out);
     }
 
     /** Evaluate for runs and for the ends. */
