@@ -1,5 +1,6 @@
 #include "scene/SceneProperty.h"
 
+#include "scene/PropertyDispatch.h"
 #include "trevik/kelvo/BaseProperty.h"
 #include "trevik/kelvo/NodeVisitor.h"
 
@@ -164,34 +165,12 @@ void ReadComponents(JsonCursor const& place, std::string const& name, PropertyLi
 
 void ReadProperty(JsonCursor const& place, std::string const& name, PropertyList::Entry const& entry,
                   AnimationReader const& animations) {
-    switch (entry.m_pDescriptor->m_type) {
-    case PropertyType::Bool:
-        return ReadTyped<bool>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Int:
-        return ReadTyped<int>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Real:
-        return ReadTyped<RealFloat>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Vector2:
-        return ReadTyped<Vector2T<RealFloat>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Vector3:
-        return ReadTyped<Vector3T<RealFloat>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Rectangle:
-        return ReadTyped<RectangleT<RealFloat>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Color:
-        return ReadTyped<ColorT<RealFloat>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::SizeInt:
-        return ReadTyped<SizeT<int>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::SizeReal:
-        return ReadTyped<SizeT<RealFloat>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::String:
-        return ReadTyped<StringEncoded<UTF16Encoding>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::PairList:
-        return ReadTyped<List<Vector2T<int>>>(place, name, entry.m_pProperty, animations);
-    case PropertyType::Unknown:
-    case PropertyType::Other:
-        break;
+    bool const fKnown = DispatchType(entry.m_pDescriptor->m_type, [&](auto tag) {
+        ReadTyped<typename decltype(tag)::Type>(place, name, entry.m_pProperty, animations);
+    });
+    if (!fKnown) {
+        place.Fail("\"" + name + "\" cannot be set from a scene file");
     }
-    place.Fail("\"" + name + "\" cannot be set from a scene file");
 }
 
 } // namespace trevik::kelvo::assets

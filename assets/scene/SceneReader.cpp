@@ -2,6 +2,7 @@
 
 #include "file/FileBytes.h"
 #include "file/FileNotes.h"
+#include "scene/InitialValues.h"
 #include "scene/JsonCursor.h"
 #include "scene/SceneChecks.h"
 #include "scene/SceneColors.h"
@@ -173,16 +174,17 @@ void ReadWhole(SceneText& text, JsonSource& source, ClassRegistry& registry, Sce
         return;
     }
     Ref<Timeline> const pRoot(built.GetRoot());
-    if (pNotes) {
-        auto const pIndex = std::make_shared<SceneIndex>(JsonCursor(source), *pRoot);
-        pNotes->SetOrigins([pIndex] { return pIndex->MakeOrigins(); });
-    }
+    auto const pIndex = pNotes ? std::make_shared<SceneIndex>(JsonCursor(source), *pRoot) : nullptr;
     source.EndValues();
+    RestoreInitialValues(*pRoot, registry);
     Fault fault;
-    if (scene.SetBuiltRoot(pRoot, registry, fault)) {
-        scene.GetSettings() = built.GetSettings();
-    } else {
+    if (!scene.SetBuiltRoot(pRoot, registry, fault)) {
         source.faults.Add(fault.Within(source.name));
+        return;
+    }
+    scene.GetSettings() = built.GetSettings();
+    if (pNotes) {
+        pNotes->SetOrigins([pIndex] { return pIndex->MakeOrigins(); });
     }
 }
 

@@ -61,7 +61,7 @@ public:
      * is loaded from a document without contents, which changes nothing that was set, those below it first,
      * and all of them are reloaded then. A class whose Load asks for attributes of its own cannot be had in
      * this way. False, with the reason in one line and the scene as it was, when a node is of such a class,
-     * or memory is short.
+     * memory is short, or `pRoot` is null; timelines of the tree may stand at their first frame then.
      */
     bool SetBuiltRoot(Ref<Timeline> const& pRoot, ClassRegistry& registry, Fault& fault);
     /**

@@ -127,6 +127,10 @@ void Scene::SetRoot(Ref<Timeline> const& pRoot) {
 }
 
 bool Scene::SetBuiltRoot(Ref<Timeline> const& pRoot, ClassRegistry& registry, Fault& fault) {
+    if (!pRoot) {
+        fault = Fault(std::string(), "the scene has no timeline at its root");
+        return false;
+    }
     Deserializer nothing(nullptr, registry);
     if (Node const* const pFailed = CompleteTree(*pRoot, nothing)) {
         String8 const sWhy(pFailed->GetPath() +

@@ -162,7 +162,10 @@ protected:
      * binding changes its value without telling. Derived classes set and clear their own marks only.
      */
     mutable PropertyMarks m_nMarks = 0xffff;
-    /** For derived classes, to keep there what they have taken up, since drawing reads this line anyway. */
+    /**
+     * For derived classes, to keep there what they have taken up, since drawing reads this line anyway. A
+     * sprite keeps its style there, so classes that derive from it leave it alone.
+     */
     mutable unsigned char m_nDerivedState = 0;
 
 private:

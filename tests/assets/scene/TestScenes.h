@@ -220,6 +220,14 @@ private:
 
     void AddProperties(PropertyList& properties, PropertyList const& initial) {
         std::vector<std::string> const names = GetPropertyNames(properties);
+        for (unsigned int n = 0; n < properties.GetCount(); ++n) { // before any update
+            PropertyList::Entry const entry = properties.GetEntry(n);
+            std::string const value = DescribeValueOf(entry);
+            if (entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty) &&
+                value != DescribeValueOf(initial.GetEntry(n))) {
+                Add(names[n] + " before: " + value);
+            }
+        }
         for (unsigned int n = 0; n < properties.GetCount(); ++n) {
             PropertyList::Entry const entry = properties.GetEntry(n);
             bool const fAnimated = entry.m_pDescriptor->m_pfnIsAnimated(entry.m_pProperty);

@@ -257,6 +257,8 @@ TEST(SceneSaveLoad, WhatHasBeenBuiltIsReadyToPlayAsIfItHadBeenLoaded) {
     EXPECT_EQ(other.GetRoot(), nullptr);
     EXPECT_EQ(fault.GetText(), "the scene cannot be built: /root/inner/stem/leaf: its class asks for more "
                                "than can be set, or memory is short");
+    EXPECT_FALSE(other.SetBuiltRoot(Ref<Timeline>(), sample.m_registry, fault));
+    EXPECT_EQ(fault.GetText(), "the scene has no timeline at its root");
 }
 
 TEST(SceneSaveLoad, ACameraThatCannotBeFoundAgainIsNone) {
