@@ -6,6 +6,7 @@
 #include <cmath>
 #include <cstdio>
 #include <cstdlib>
+#include <limits>
 
 namespace trevik::kelvo::assets {
 
@@ -39,6 +40,18 @@ std::string Describe(JsonValue const& value) {
         return "an object";
     }
     return "nothing";
+}
+
+template <class Number>
+std::string FormatShortest(Number number) {
+    char text[40];
+    for (int nDigits = 6; nDigits <= std::numeric_limits<Number>::max_digits10; ++nDigits) {
+        std::snprintf(text, sizeof text, "%.*g", nDigits, static_cast<double>(number));
+        if (static_cast<Number>(std::strtod(text, nullptr)) == number) {
+            break;
+        }
+    }
+    return text;
 }
 
 /** A member's name as a step of a path: on one line, not too long, and as JSON pointers write it. */
@@ -81,14 +94,11 @@ bool FindPath(JsonValue const& from, JsonValue const& to, std::string& path,
 } // namespace
 
 std::string FormatNumber(double number) {
-    char text[40];
-    for (int nDigits = 6; nDigits <= 17; ++nDigits) {
-        std::snprintf(text, sizeof text, "%.*g", nDigits, number);
-        if (std::strtod(text, nullptr) == number) {
-            break;
-        }
-    }
-    return text;
+    return FormatShortest(number);
+}
+
+std::string FormatNumber(float number) {
+    return FormatShortest(number);
 }
 
 std::string WriteNumber(double number) {

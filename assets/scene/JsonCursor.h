@@ -184,6 +184,7 @@ private:
 
 /** The number as short as it can be written without becoming another one. */
 std::string FormatNumber(double number);
+std::string FormatNumber(float number);
 
 /** The same for texts and files: whole numbers without an exponent, and alike in all locales. */
 std::string WriteNumber(double number);

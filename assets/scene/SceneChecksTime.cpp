@@ -217,13 +217,13 @@ private:
         if (!course.fMoves) {
             Warn(step, key, WarningId::AnimationNeverMoves, "all of its values are equal");
         } else if (played && (course.nFirst >= played->last || course.nLast <= played->first)) {
-            std::string const first = FormatNumber(played->first);
+            std::string const first = FormatNumber(static_cast<RealFloat>(played->first));
             Warn(step, key, WarningId::AnimationOutsideFrames,
                  "it goes from frame " + std::to_string(course.nFirst) + " to " +
                      std::to_string(course.nLast) + ", and " + played->pBy + " plays " +
                      (played->first == played->last
                           ? "only frame " + first
-                          : "frames " + first + " to " + FormatNumber(played->last)));
+                          : "frames " + first + " to " + FormatNumber(static_cast<RealFloat>(played->last))));
         }
     }
 
@@ -239,7 +239,7 @@ private:
         if (step.place.Find("LastFrame") && (last != 0 || first != 0)) {
             Warn(step, "LastFrame", WarningId::TimelineWithoutEnd,
                  "it goes on for ever, as its last frame does not lie behind its first one, " +
-                     FormatNumber(static_cast<double>(first)));
+                     FormatNumber(first));
             return;
         }
         bool const fTurns =
