@@ -12,15 +12,24 @@ namespace trevik::kelvo {
 
 namespace {
 
-/** Whether numbers are 0, and not -0; by bits, which takes fewer steps. */
-inline bool IsZero(RealFloat const* pNumbers, std::size_t nCount) {
+/** Whether a vector is 0, and not -0; by bits, which takes fewer steps. */
+inline bool IsZero(Vector3T<RealFloat> const& vector) {
     static constexpr RealFloat Zeros[3] = {};
-    return std::memcmp(pNumbers, Zeros, nCount * sizeof(RealFloat)) == 0;
+    // NOLINTNEXTLINE(bugprone-suspicious-memory-comparison)
+    return std::memcmp(&vector, Zeros, sizeof(Zeros)) == 0;
+}
+
+/** Whether x and y are 0 or -0; by bits, too. */
+inline bool IsInPlane(Vector3T<RealFloat> const& degrees) {
+    std::uint64_t nBits;
+    static_assert(sizeof(nBits) == 2 * sizeof(RealFloat));
+    std::memcpy(&nBits, &degrees, sizeof(nBits));
+    return (nBits & 0x7fffffff7fffffffu) == 0; // but for the signs
 }
 
 /** The rotation's columns, without a product where only z, as in a plane, is turned about. */
 inline void WriteRotation(Vector3T<RealFloat> const& degrees, RealFloat (&m)[12]) {
-    if (!IsZero(&degrees.x, 2)) {
+    if (!IsInPlane(degrees)) {
         Matrix4T<RealFloat> const rotation = Matrix4RotationEulerXYZ(degrees);
         std::memcpy(m, rotation.m, sizeof(m));
         return;
@@ -46,12 +55,13 @@ bool Stays(Vector3Property const& property, Vector3T<RealFloat> const& value) {
 
 void TransformNode::InternalUpdate(GraphicsDevice& device, RealFloat const& frame, RealFloat const& delta,
                                    bool fForce) {
-    unsigned int nChanges = m_nChanges;
+    unsigned int nChanges = 0;
     if (unsigned int const nOwn = m_properties.GetOwn(); nOwn != 0) {
         Arguments const arguments(device, frame, delta, fForce);
-        nChanges |= nOwn == OwnPosition ? UpdatePosition(arguments) : UpdateSeveral(nOwn, arguments);
+        nChanges = nOwn == OwnPosition ? UpdatePosition(arguments) : UpdateSeveral(nOwn, arguments);
     }
-    nChanges |= TakeTransform() | FindParentChange();
+    nChanges |= TakeTransform();
+    nChanges |= FindParentChange() | m_nChanges;
     if (fForce) {
         nChanges |= Everything;
     }
@@ -73,38 +83,44 @@ void TransformNode::UpdateEffects(Arguments const& arguments) {
 }
 
 /**
- * Brings the properties to the frame; the changes of values that have been taken over right away. A value
- * that comes of samples alone goes to where the matrix is made from at once: without a call through the list
- * and the property's table, without its mark, and without looking for what has been marked, a vector takes 41
- * instructions in place of 104.
+ * Brings the properties to the frame; the changes of values that have been taken over, but for noted ones. A
+ * value that comes of samples alone goes to where the matrix is made from at once: without a call through the
+ * list and the property's table, without its mark, and without looking for what has been marked, a vector
+ * takes 41 instructions in place of 104.
  */
 inline __attribute__((always_inline)) unsigned int
 TransformNode::UpdateSeveralInline(unsigned int nOwn, Arguments const& arguments) {
+    Shape* const pShape = m_pShape; // there is one where it is needed, see UpdateUnfound
     unsigned int nChanges = 0;
-    if (nOwn & OwnPosition) {
-        nChanges = UpdatePosition(arguments);
+    if (__builtin_expect((nOwn & OwnPosition) != 0, 1)) {
+        if (__builtin_expect(!m_position.Sample(arguments), 0)) {
+            return UpdateRest(0, 0, arguments);
+        }
+        nChanges = Moved; // if so: until the end, the local matrix is that of the last update
     }
     if (nOwn & OwnRotation) {
-        Vector3T<RealFloat> const* const pRotation = m_pShape ? m_rotation.Sample(arguments) : nullptr;
+        Vector3T<RealFloat> const* const pRotation = m_rotation.Sample(arguments);
         if (__builtin_expect(!pRotation, 0)) {
-            UpdateAny(OwnRotation, nChanges, arguments);
-        } else if (Take(*pRotation, m_pShape->m_rotation)) {
-            nChanges |= Turned;
+            return UpdateRest(nOwn & (OwnRotation - 1), nChanges, arguments);
         }
+        nChanges |= Take(*pRotation, pShape->m_rotation) ? Turned : 0u;
     }
     if (nOwn & OwnScale) {
-        Vector3T<RealFloat> const* const pScale = m_pShape ? m_scale.Sample(arguments) : nullptr;
+        Vector3T<RealFloat> const* const pScale = m_scale.Sample(arguments);
         if (__builtin_expect(!pScale, 0)) {
-            UpdateAny(OwnScale, nChanges, arguments);
-        } else if (Take(*pScale, m_pShape->m_scale)) {
-            nChanges |= Shaped;
+            return UpdateRest(nOwn & (OwnScale - 1), nChanges, arguments);
         }
+        nChanges |= Take(*pScale, pShape->m_scale) ? Shaped : 0u;
     }
-    if (nOwn & OwnOpacity) {
-        UpdateOwnOpacity(nChanges, arguments);
+    if ((nOwn & OwnOpacity) && !SampleOpacity(arguments)) {
+        return UpdateRest(nOwn & (OwnOpacity - 1), nChanges, arguments);
     }
     if (__builtin_expect((nOwn & (PropertyList::Others | PropertyList::Unfound)) != 0, 0)) {
-        nChanges |= UpdateOthers(nOwn, nChanges, arguments);
+        return nOwn == PropertyList::Unfound ? UpdateUnfound(arguments)
+                                             : UpdateRest(nOwn, nChanges, arguments);
+    }
+    if (__builtin_expect((nChanges & Moved) != 0, 1) && !Take(m_position.GetStoredValue(), m_takenPosition)) {
+        nChanges &= ~unsigned(Moved);
     }
     return nChanges;
 }
@@ -114,43 +130,28 @@ unsigned int TransformNode::UpdateSeveral(unsigned int nOwn, Arguments const& ar
 }
 
 /**
- * Brings one of the node's own properties, or those in the set that are not, to the frame, with whatever
- * controllers and subscribers they have. These may have the node's matrix made, so it has to be known there
- * what has been taken over already.
+ * UpdateSeveral behind the node's own properties in the set, with whatever controllers and subscribers the
+ * other ones have. These may update the node, and have its matrix made: what has changed is noted where that
+ * looks for it, and what nobody has taken up is still found there.
  */
-TREVIK_NOINLINE void TransformNode::UpdateAny(unsigned int nProperty, unsigned int nChanges,
-                                              Arguments const& arguments) {
-    RealFloat const& frame = *arguments.m_pFrame;
-    m_nChanges = static_cast<unsigned char>(m_nChanges | nChanges);
-    switch (nProperty) {
-    case OwnPosition:
-        m_position.Update(arguments, frame);
-        break;
-    case OwnRotation:
-        m_rotation.Update(arguments, frame);
-        break;
-    case OwnScale:
-        m_scale.Update(arguments, frame);
-        break;
-    case OwnOpacity:
-        m_opacity.Update(arguments, frame);
-        break;
-    default:
-        m_properties.UpdateOthers(nProperty, arguments, frame);
-        break;
+TREVIK_NOINLINE unsigned int TransformNode::UpdateRest(unsigned int nDone, unsigned int nChanges,
+                                                       Arguments const& arguments) {
+    if (nChanges & Moved) {
+        m_nMarks |= PositionMark;
     }
-    m_nChanges = static_cast<unsigned char>(m_nChanges & ~nChanges);
+    m_nChanges = static_cast<unsigned char>(m_nChanges | (nChanges & ~unsigned(Moved)));
+    m_properties.UpdateBehind(nDone, arguments, *arguments.m_pFrame);
+    return 0;
 }
 
-/** UpdateSeveral behind the node's own properties, or with them where those are not known yet. */
-TREVIK_NOINLINE unsigned int TransformNode::UpdateOthers(unsigned int nOwn, unsigned int nChanges,
-                                                         Arguments const& arguments) {
-    if (nOwn == PropertyList::Unfound) {
-        Property const* const own[] = {&m_position, &m_rotation, &m_scale, &m_opacity};
-        return UpdateSeveral(m_properties.FindOwn(own, sizeof(own) / sizeof(own[0])), arguments);
+/** UpdateSeveral where it is not known which properties have controllers; those that turn need the shape. */
+TREVIK_NOINLINE unsigned int TransformNode::UpdateUnfound(Arguments const& arguments) {
+    if (!NeedShape()) { // no memory: the next update tries again
+        m_properties.Update(arguments, *arguments.m_pFrame);
+        return 0;
     }
-    UpdateAny(nOwn, nChanges, arguments);
-    return 0;
+    Property const* const own[] = {&m_position, &m_rotation, &m_scale, &m_opacity};
+    return UpdateSeveral(m_properties.FindOwn(own, sizeof(own) / sizeof(own[0])), arguments);
 }
 
 TREVIK_NOINLINE bool TransformNode::IsAnimated() {
@@ -159,8 +160,9 @@ TREVIK_NOINLINE bool TransformNode::IsAnimated() {
 
 /** UpdatePlain of a node in which not only the position is animated. */
 bool TransformNode::UpdatePlainAnimated(unsigned int nOwn, Arguments const& arguments) {
-    unsigned int nChanges = UpdateSeveralInline(nOwn, arguments) | m_nChanges;
-    nChanges |= TakeTransform() | FindParentChange();
+    unsigned int nChanges = UpdateSeveralInline(nOwn, arguments);
+    nChanges |= TakeTransform();
+    nChanges |= FindParentChange() | m_nChanges;
     if (nChanges != 0) {
         DeriveTransformInline(nChanges);
     }
@@ -176,11 +178,8 @@ void TransformNode::TakeOpacity() {
 
 /** TakePosition for the other values that the matrix is made from, which change more rarely. */
 unsigned int TransformNode::TakeRotationAndShape() {
-    if (!m_pShape && NeedsShape()) {
-        m_pShape = new (std::nothrow) Shape;
-        if (!m_pShape) {
-            return 0; // the marks stay, so that the next update tries again
-        }
+    if (!NeedShape()) {
+        return 0; // the marks stay, so that the next update tries again
     }
     unsigned int nChanges = 0;
     if (m_nMarks & RotationMark) {
@@ -206,11 +205,18 @@ unsigned int TransformNode::TakeRotationAndShape() {
     return nChanges;
 }
 
-/** Whether a value that a shape is made from is other than it is at first, or may become so by itself. */
-bool TransformNode::NeedsShape() const {
+/**
+ * Makes the shape where there is none and a value that it is made from is other than it is at first, or may
+ * become so by itself. False without memory.
+ */
+bool TransformNode::NeedShape() {
     Vector3T<RealFloat> const zeros, ones(1, 1, 1);
-    return !Stays(m_rotation, zeros) || !Stays(m_pivot, zeros) || !Stays(m_scale, ones) ||
-           !Stays(m_stretch, ones);
+    if (m_pShape || (Stays(m_rotation, zeros) && Stays(m_pivot, zeros) && Stays(m_scale, ones) &&
+                     Stays(m_stretch, ones))) {
+        return true;
+    }
+    m_pShape = new (std::nothrow) Shape;
+    return m_pShape != nullptr;
 }
 
 void TransformNode::CalculateTransform() {
@@ -224,8 +230,9 @@ void TransformNode::CalculateTransform() {
 
 void TransformNode::CalculateAnyTransform() {
     // No changes are noted when it is called from outside: then all values count as changed.
-    unsigned int const nNoted = m_nChanges != 0 ? m_nChanges | FindParentChange() : unsigned(Everything);
-    DeriveTransform(nNoted | TakeTransform());
+    unsigned int nChanges = m_nChanges != 0 ? m_nChanges : unsigned(Everything);
+    nChanges |= TakeTransform();
+    DeriveTransform(nChanges | FindParentChange());
 }
 
 void TransformNode::DeriveTransform(unsigned int nChanges) {
@@ -316,7 +323,7 @@ inline void TransformNode::TakeShape(unsigned int nChanges) {
     Lanes const z = scaleColumn(8, shape.m_scale.z * shape.m_stretch.z);
     Vector3T<RealFloat> const& pivot = shape.m_pivot;
     Lanes offset = {0, 0, 0, 1};
-    if (__builtin_expect(!IsZero(&pivot.x, 3), 0)) {
+    if (__builtin_expect(!IsZero(pivot), 0)) {
         offset = offset + x * pivot.x + y * pivot.y + z * pivot.z;
     }
     StoreLanes(&m_pivotOffset.x, offset);

@@ -71,24 +71,23 @@ inline RealFloat ClampOpacity(RealFloat opacity) {
     return opacity > 0 ? (opacity < 1 ? opacity : RealFloat(1)) : RealFloat(0);
 }
 
-/** Brings the position, which is animated, to the frame; the changes. */
+/** Brings the position, which is all that is animated, to the frame; the changes, but for noted ones. */
 inline unsigned int TransformNode::UpdatePosition(Arguments const& arguments) {
     Vector3T<RealFloat> const* const pPosition = m_position.Sample(arguments);
     if (__builtin_expect(!pPosition, 0)) {
-        UpdateAny(OwnPosition, 0, arguments);
-        return 0;
+        return UpdateRest(0, 0, arguments);
     }
     return Take(*pPosition, m_takenPosition) ? Moved : 0u;
 }
 
-/** Brings the opacity, which is animated, to the frame, after other changes. */
-inline void TransformNode::UpdateOwnOpacity(unsigned int nChanges, Arguments const& arguments) {
+/** Brings the opacity to the frame where it comes of samples alone; false elsewhere, with nothing done. */
+inline bool TransformNode::SampleOpacity(Arguments const& arguments) {
     RealFloat const* const pOpacity = m_opacity.Sample(arguments);
     if (__builtin_expect(!pOpacity, 0)) {
-        UpdateAny(OwnOpacity, nChanges, arguments);
-        return;
+        return false;
     }
     m_rOwnOpacity = ClampOpacity(*pOpacity);
+    return true;
 }
 
 /** Takes the position over and clears its mark; returns the changes. */
@@ -111,6 +110,7 @@ inline unsigned int TransformNode::TakeTransform() {
     return nChanges | TakePosition();
 }
 
+/** To be called behind TakeTransform: values that are bound may do anything to the tree when asked for. */
 inline unsigned int TransformNode::FindParentChange() const {
     if (__builtin_expect(m_pParentTransform != nullptr, 1)) {
         return m_pParentTransform->m_nTransformVersion == m_nParentVersion ? 0u : ParentMoved;
@@ -206,18 +206,16 @@ inline bool TransformNode::FollowMovedParent() {
  * was nothing to do, and will be nothing until the node is woken.
  */
 inline __attribute__((always_inline)) bool TransformNode::UpdatePlain(Arguments const& arguments) {
-    unsigned int const nOwn = m_properties.GetOwn();
-    if (nOwn & ~(OwnPosition | OwnOpacity)) {
-        return UpdatePlainAnimated(nOwn, arguments);
+    unsigned int nChanges = 0;
+    if (unsigned int const nOwn = m_properties.GetOwn(); nOwn > OwnPosition) {
+        if (nOwn != OwnOpacity || !SampleOpacity(arguments)) {
+            return UpdatePlainAnimated(nOwn, arguments);
+        }
+    } else if (nOwn == OwnPosition) {
+        nChanges = UpdatePosition(arguments);
     }
-    unsigned int nChanges = m_nChanges;
-    if (nOwn & OwnPosition) {
-        nChanges |= UpdatePosition(arguments);
-    }
-    if (nOwn & OwnOpacity) {
-        UpdateOwnOpacity(nChanges, arguments);
-    }
-    nChanges |= TakeTransform() | FindParentChange();
+    nChanges |= TakeTransform();
+    nChanges |= FindParentChange() | m_nChanges;
     if (__builtin_expect(nChanges == Moved && m_pParentTransform, 1)) {
         MoveOrigin();
     } else if (nChanges != 0 && ((nChanges & (Turned | Shaped)) || !FollowMovedParent())) {

@@ -97,13 +97,13 @@ void PropertyList::Clear() {
     ForgetAnimated();
 }
 
-void PropertyList::ForgetAnimated() {
+void PropertyList::ForgetAnimated() const {
     m_nAnimated = 0;
     m_nOwn = 0;
 }
 
 /** Whether there are any. */
-bool PropertyList::CollectAnimated() {
+bool PropertyList::CollectAnimated() const {
     m_nGeneration = BasePropertyGeneration::Get();
     ForgetAnimated();
     for (unsigned int nEntry = 0; nEntry < GetCount(); ++nEntry) {
@@ -116,9 +116,9 @@ bool PropertyList::CollectAnimated() {
     return m_nAnimated != 0;
 }
 
-/** Whether the first one that was collected, as there is, is known to have a controller still. */
-bool PropertyList::IsFirstAnimated() const {
-    Entry const entry = GetEntry(static_cast<unsigned int>(__builtin_ctz(m_nAnimated)));
+/** Whether the first one in a set of those that were collected has a controller still. */
+bool PropertyList::IsFirstAnimated(std::uint32_t nEntries) const {
+    Entry const entry = GetEntry(static_cast<unsigned int>(__builtin_ctz(nEntries)));
     return IsAnimated(*entry.m_pDescriptor, entry.m_pProperty);
 }
 
@@ -142,10 +142,13 @@ unsigned int PropertyList::FindOwn(Property const* const* ppOwn, unsigned int nO
     return nFound;
 }
 
-void PropertyList::UpdateOthers(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame) {
+void PropertyList::UpdateBehind(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame) {
     std::uint32_t nLeft = m_nAnimated;
     for (unsigned int nFirst = nOwn & (Others - 1); nFirst != 0; nFirst &= nFirst - 1) {
         nLeft &= nLeft - 1;
+    }
+    if (nLeft != 0 && !IsFirstAnimated(nLeft)) {
+        m_nGeneration = 0; // it has none any more, and the owner must not take it for its own for ever
     }
     UpdateSet(nLeft, context, frame);
 }

@@ -97,6 +97,9 @@ public:
         return __builtin_expect(pBinding != nullptr, 0) ? pBinding->GetValue() : m_value;
     }
 
+    /** The stored value, which a binding may stand in for. */
+    T const& GetStoredValue() const { return m_value; }
+
     /** Where the current value may be written in place; to be followed by Notify. */
     T& GetWritableValue() {
         Mark();

@@ -97,11 +97,13 @@ public:
     }
 
     /** Whether any property that had a controller at the last Update still has one. */
-    bool HasAnimated() { return m_nAnimated != 0 && (IsFirstAnimated() || CollectAnimated()); }
+    bool HasAnimated() const {
+        return m_nAnimated != 0 && (IsFirstAnimated(m_nAnimated) || CollectAnimated());
+    }
 
     /**
      * Which of the owner's properties it brings to a frame by itself, without a call for each, as a set that
-     * FindOwn has made, with Others for those that UpdateOthers has to bring there. 0 when no property has a
+     * FindOwn has made, with Others for those that UpdateBehind has to bring there. 0 when no property has a
      * controller; Unfound when FindOwn is to be asked anew.
      */
     unsigned int GetOwn() const {
@@ -115,8 +117,8 @@ public:
      * others with a controller, and in the same order as here.
      */
     unsigned int FindOwn(Property const* const* ppOwn, unsigned int nOwn);
-    /** What Update does behind those in the set `nOwn`. */
-    void UpdateOthers(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame);
+    /** What Update does behind those in the set `nOwn`, the first ones of those that FindOwn has found. */
+    void UpdateBehind(unsigned int nOwn, UpdateContext const& context, RealFloat const& frame);
 
     /** Whether memory has sufficed for all registrations and for all that the owner was copied from. */
     bool IsWhole() const { return m_fWhole; }
@@ -141,17 +143,18 @@ private:
     bool Register(PropertyDescriptor const& descriptor, Property* pProperty);
     PropertyDescriptor const* Enter(PropertyDescriptor const& descriptor, std::intptr_t nOffset);
     Property* GetProperty(PropertySlot const& slot) const;
-    void ForgetAnimated();
-    bool CollectAnimated();
-    bool IsFirstAnimated() const;
+    void ForgetAnimated() const;
+    bool CollectAnimated() const;
+    bool IsFirstAnimated(std::uint32_t nEntries) const;
     void UpdateSet(std::uint32_t nLeft, UpdateContext const& context, RealFloat const& frame);
     void UpdateFrom(unsigned int nEntry, UpdateContext const& context, RealFloat const& frame);
 
-    unsigned int m_nGeneration = 0;    ///< BasePropertyGeneration when the animated were collected; 0 = never
-    std::uint32_t m_nAnimated = 0;     ///< a bit for each entry; the last one for all from there on
-    unsigned char m_nOwn = 0;          ///< see GetOwn
-    bool m_fWhole = true;              ///< see IsWhole
-    PropertyShape* m_pShape = nullptr; ///< what is registered; null for nothing
+    mutable unsigned int m_nGeneration =
+        0; ///< BasePropertyGeneration when the animated were collected; 0 = never
+    mutable std::uint32_t m_nAnimated = 0; ///< a bit for each entry; the last one for all from there on
+    mutable unsigned char m_nOwn = 0;      ///< see GetOwn
+    bool m_fWhole = true;                  ///< see IsWhole
+    PropertyShape* m_pShape = nullptr;     ///< what is registered; null for nothing
 };
 
 } // namespace trevik::kelvo

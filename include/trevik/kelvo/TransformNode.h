@@ -239,11 +239,11 @@ private:
     static inline void FetchForDrawing(Node const* pNode);
     static inline void FetchForUpdating(Node const* pNode);
     inline unsigned int UpdatePosition(Arguments const& arguments);
-    inline void UpdateOwnOpacity(unsigned int nChanges, Arguments const& arguments);
+    inline bool SampleOpacity(Arguments const& arguments);
     unsigned int UpdateSeveral(unsigned int nOwn, Arguments const& arguments);
     inline unsigned int UpdateSeveralInline(unsigned int nOwn, Arguments const& arguments);
-    void UpdateAny(unsigned int nProperty, unsigned int nChanges, Arguments const& arguments);
-    unsigned int UpdateOthers(unsigned int nOwn, unsigned int nChanges, Arguments const& arguments);
+    unsigned int UpdateRest(unsigned int nDone, unsigned int nChanges, Arguments const& arguments);
+    unsigned int UpdateUnfound(Arguments const& arguments);
     inline unsigned int TakePosition();
     inline unsigned int TakeTransform();
     inline unsigned int FindParentChange() const;
@@ -281,7 +281,7 @@ private:
     void DeriveTransform(unsigned int nChanges);
     inline void DeriveTransformInline(unsigned int nChanges);
     inline void TakeShape(unsigned int nChanges);
-    bool NeedsShape() const;
+    bool NeedShape();
     RealFloat const* GetLocalColumns() const;
 };
 

@@ -55,12 +55,30 @@ public:
     }
 };
 
-/** Computes its place by itself. */
+/** Computes its place by itself, unless it is to do without. */
 class Computing : public PlainSprite {
 public:
+    int m_nAsked = 0;
+    bool m_fIdle = false;
     void CalculateTransform() override {
-        PlainSprite::CalculateTransform();
-        m_worldMatrix.m[13] += 7;
+        ++m_nAsked;
+        if (!m_fIdle) {
+            PlainSprite::CalculateTransform();
+            m_worldMatrix.m[13] += 7;
+        }
+    }
+};
+
+/** Does something to the tree when it is asked for its value for the n-th time. */
+class Acting : public Elsewhere<Vector3> {
+public:
+    std::function<void()> m_act;
+    mutable int m_nLeft = 0;
+    Vector3 const& GetValue() const override {
+        if (--m_nLeft == 0) {
+            m_act();
+        }
+        return m_value;
     }
 };
 
@@ -162,6 +180,7 @@ struct Scene {
                 m_noted.push_back(pProperty->GetValue());
             }
             m_noted.push_back(Apply(node.GetWorldMatrix(), Vector3(1, 1, 1)));
+            m_noted.push_back(Apply(node.GetLocalMatrix(), Vector3(1, 1, 1)));
             m_noted.push_back(Vector3(node.GetOpacityProperty().GetValue(), node.GetOpacity(), 0));
         }
     }
@@ -234,7 +253,18 @@ std::vector<Change> const Changes = {
     {"a subscriber that has the matrix made",
      [](Scene& s) {
          s.Handle(s.Scale(All), [](Scene& scene) {
+             scene.Note();
              scene[All].CalculateTransform();
+             scene.Note();
+         });
+     }},
+    {"a subscriber that updates a node that makes no matrix then",
+     [](Scene& s) {
+         s.Handle(s.Position(Own), [](Scene& scene) {
+             Computing& node = static_cast<Computing&>(scene[Own]);
+             node.m_fIdle = true;
+             node.InternalUpdate(scene.m_device, scene.m_pRoot->GetFrame(), 0, false);
+             node.m_fIdle = false;
              scene.Note();
          });
      }},
@@ -388,6 +418,57 @@ TEST(Animated, PropertiesAreUpdatedInTheOrderInWhichTheyAreRegistered) {
                      [&](Scene& s) { opacity = s[place].GetOpacityProperty().GetValue(); });
         scene.Update(2);
         EXPECT_EQ(opacity == scene[place].GetOpacityProperty().GetValue(), place == Strange);
+    }
+}
+
+TEST(Animated, WhatASubscriberHasMadeIsNotMadeOnceMore) {
+    Scene scene(false);
+    scene.Handle(scene.Scale(Own), [](Scene& s) { s[Own].CalculateTransform(); });
+    Computing& node = static_cast<Computing&>(scene[Own]);
+    node.m_nAsked = 0;
+    scene.Update(2);
+    EXPECT_EQ(node.m_nAsked, 1);
+}
+
+TEST(Animated, ASubscriberMayRemoveControllersAndBringPropertiesToAnotherFrame) {
+    Scene scene(false);
+    scene.Drive(scene[All].GetColorProperty(), Vector3(1, 1, 1));
+    scene.Handle(scene.Position(All), [](Scene& s) {
+        s.Position(All).RemoveControllers();
+        s.Drive(s.Scale(Bottom), Vector3(1, 2, 1));
+        s[All].GetProperties().Update(UpdateContext(), 7);
+    });
+    scene.Update(2);
+    EXPECT_EQ(scene[All].GetColorProperty().GetValue(), scene[Strange].GetColorProperty().GetValue());
+}
+
+TEST(Animated, ABoundValueMayChangeTheTreeWhenItIsAskedFor) {
+    for (int nCase = 0; nCase < 4; ++nCase) {
+        Scene scene(false);
+        PlainSprite& node = scene[Below];
+        Acting acting;
+        node.GetPositionProperty().Bind(&acting);
+        node.GetScaleProperty().SetValue(Vector3(2, 3, 4));
+        scene.Rotation(All).RemoveControllers();
+        scene.Scale(All).RemoveControllers();
+        scene.Rotation(All).SetValue(Vector3());
+        scene.Scale(All).SetValue(Vector3(1, 1, 1));
+        scene.Update(2);
+        acting.m_act = [&] {
+            if (nCase < 2) {
+                scene[All].Detach(&node);
+            } else {
+                scene.Rotation(All).SetValue(Vector3(0, 0, 90));
+                scene[All].CalculateTransform();
+            }
+        };
+        acting.m_nLeft = 1 + nCase % 2;
+        node.GetScaleProperty().SetValue(Vector3(5, 6, 7));
+        node.InternalUpdate(scene.m_device, 2, 0, false);
+        EXPECT_LE(acting.m_nLeft, 0) << nCase;
+        Matrix const local = node.GetLocalMatrix();
+        EXPECT_EQ(node.GetWorldMatrix(), nCase < 2 ? local : local * scene[All].GetWorldMatrix()) << nCase;
+        node.GetPositionProperty().Bind(nullptr);
     }
 }
 

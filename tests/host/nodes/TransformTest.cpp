@@ -5,6 +5,7 @@
 #include <gtest/gtest.h>
 
 #include <cmath>
+#include <cstring>
 #include <iomanip>
 #include <map>
 
@@ -217,6 +218,19 @@ std::string PickAndDraw(std::string const& sInput) {
         text << "  " << call << "\n";
     }
     return text.str();
+}
+
+TEST(Transform, TurnsWithinThePlaneWhateverSignsTheZerosHave) {
+    TestDevice device;
+    Ref<TransformNode> const pNode = Make<TransformNode>("turned");
+    Matrix worlds[2];
+    for (Matrix& world : worlds) {
+        RealFloat const zero = &world == worlds ? 0.0f : -0.0f;
+        pNode->GetRotationProperty().SetValue(Vector3(zero, zero, 180));
+        pNode->Update(device, 0);
+        world = pNode->GetWorldMatrix();
+    }
+    EXPECT_EQ(std::memcmp(&worlds[0], &worlds[1], sizeof(Matrix)), 0);
 }
 
 TEST(Transform, WithoutMemoryANodeIsTurnedAsSoonAsThereIsSome) {

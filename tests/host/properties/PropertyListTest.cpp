@@ -8,6 +8,8 @@
 
 #include <gtest/gtest.h>
 
+#include <utility>
+
 namespace trevik::kelvo {
 namespace {
 
@@ -80,10 +82,28 @@ TEST(PropertyList, UpdateDrivesWhatHasGainedAController) {
     late.RemoveControllers();
     RealProperty(early).AddController(MakeRamp()); // which has all lists look again
     list.Update(UpdateContext(), 0);
-    EXPECT_FALSE(list.HasAnimated());
+    EXPECT_FALSE(std::as_const(list).HasAnimated());
     EXPECT_TRUE(list.Register(17u, &probe));
     list.Update(UpdateContext(), 3);
     EXPECT_EQ(probe.m_frame, 3);
+}
+
+TEST(PropertyList, WhatHasNoControllerAnyMoreIsNotTakenForTheOwnersForEver) {
+    PropertyList list;
+    RealProperty early, late;
+    list.Register(u"Early", &early);
+    list.Register(u"Late", &late);
+    early.AddController(MakeRamp());
+    late.AddController(MakeRamp());
+    Property const* const own[] = {&early, &late};
+    EXPECT_EQ(list.FindOwn(own, 2), 3u);
+    early.RemoveControllers();
+    list.UpdateBehind(1, UpdateContext(), 0.5f);
+    EXPECT_EQ(list.GetOwn(), 3u) << "the first one has not been looked at";
+    list.UpdateBehind(0, UpdateContext(), 1);
+    EXPECT_EQ(late.GetValue(), 10);
+    EXPECT_EQ(list.GetOwn(), PropertyList::Unfound);
+    EXPECT_EQ(list.FindOwn(own, 2), 2u);
 }
 
 /** An object with a list and properties, as nodes are. */
