@@ -154,6 +154,17 @@ struct Scene {
         AddController<T>(property, pSamples);
         return pSamples;
     }
+    /** Ends what drives a property and sets its value. */
+    template <class T>
+    static void Fix(BaseProperty<T>& property, T const& value) {
+        property.RemoveControllers();
+        property.SetValue(value);
+    }
+    void Stop(Place place) {
+        Fix(Rotation(place), Vector3());
+        Fix(Scale(place), Vector3(1, 1, 1));
+    }
+    void UpdateAlone(Place place) { (*this)[place].InternalUpdate(m_device, m_pRoot->GetFrame(), 0, false); }
     void Update(RealFloat frame) {
         m_pRoot->SetFrame(frame);
         m_pRoot->Update(m_device, frame, 0, m_fForwarding);
@@ -201,17 +212,19 @@ struct Change {
     std::function<void(Scene&)> m_do;
 };
 
+/** Has `handler` called whenever a node's property changes. */
+Change Subscriber(char const* pName, Vector3Property& (Scene::*pProperty)(Place), Place place,
+                  std::function<void(Scene&)> const& handler) {
+    return {pName, [=](Scene& s) { s.Handle((s.*pProperty)(place), handler); }};
+}
+
 std::vector<Change> const Changes = {
     {"replaced",
      [](Scene& s) {
          s.Rotation(All).RemoveControllers();
          s.Drive(s.Rotation(All), Vector3(3, 2, 1));
      }},
-    {"removed, then set by hand",
-     [](Scene& s) {
-         s.Position(All).RemoveControllers();
-         s.Position(All).SetValue(Vector3(50, 60, 70));
-     }},
+    {"removed, then set by hand", [](Scene& s) { Scene::Fix(s.Position(All), Vector3(50, 60, 70)); }},
     {"a second one", [](Scene& s) { s.Drive(s.Position(All), Vector3(-9, -9, 9)); }},
     {"one of another class, finished soon",
      [](Scene& s) {
@@ -247,65 +260,53 @@ std::vector<Change> const Changes = {
      }},
     {"subscribers behind and among the node's own",
      [](Scene& s) {
-         s.Handle(s[Strange].GetColorProperty(), [](Scene& scene) { scene.Note(); });
-         s.Handle(s.Position(Strange), [](Scene& scene) { scene.Note(); });
+         s.Handle(s[Strange].GetColorProperty(), &Scene::Note);
+         s.Handle(s.Position(Strange), &Scene::Note);
      }},
-    {"a subscriber that has the matrix made",
-     [](Scene& s) {
-         s.Handle(s.Scale(All), [](Scene& scene) {
-             scene.Note();
-             scene[All].CalculateTransform();
-             scene.Note();
-         });
-     }},
-    {"a subscriber that updates a node that makes no matrix then",
-     [](Scene& s) {
-         s.Handle(s.Position(Own), [](Scene& scene) {
-             Computing& node = static_cast<Computing&>(scene[Own]);
-             node.m_fIdle = true;
-             node.InternalUpdate(scene.m_device, scene.m_pRoot->GetFrame(), 0, false);
-             node.m_fIdle = false;
-             scene.Note();
-         });
-     }},
-    {"a subscriber that moves the parent and has the matrix made",
-     [](Scene& s) {
-         s.Handle(s.Rotation(All), [](Scene& scene) {
-             scene.Scale(Outer).SetValue(Vector3(2, 2, 2));
-             scene[Outer].CalculateTransform();
-             scene[All].CalculateTransform();
-             scene.Note();
-         });
-     }},
-    {"a subscriber that updates the node",
-     [](Scene& s) {
-         s.Handle(s.Scale(All), [](Scene& scene) {
-             scene[All].InternalUpdate(scene.m_device, scene.m_pRoot->GetFrame(), 0, false);
-             scene.Note();
-         });
-     }},
-    {"a subscriber that removes controllers",
-     [](Scene& s) {
-         s.Handle(s.Position(All), [](Scene& scene) {
-             scene.Scale(All).RemoveControllers();
-             scene.Position(Spare).RemoveControllers();
-         });
-     }},
-    {"a subscriber that adds one, and updates all",
-     [](Scene& s) {
-         s.Handle(s.Position(All), [](Scene& scene) {
-             if (scene.Scale(Bottom).GetControllerCount() == 0) {
-                 scene.Drive(scene.Scale(Bottom), Vector3(1, 2, 1));
-                 scene.Drive(scene.Pivot(All), Vector3(1, 0, 2));
-                 scene.Update(scene.m_pRoot->GetFrame());
-             }
-         });
-     }},
+    Subscriber("a subscriber that has the matrix made", &Scene::Scale, All,
+               [](Scene& scene) {
+                   scene.Note();
+                   scene[All].CalculateTransform();
+                   scene.Note();
+               }),
+    Subscriber("a subscriber that updates a node that makes no matrix then", &Scene::Position, Own,
+               [](Scene& scene) {
+                   Computing& node = static_cast<Computing&>(scene[Own]);
+                   node.m_fIdle = true;
+                   scene.UpdateAlone(Own);
+                   node.m_fIdle = false;
+                   scene.Note();
+               }),
+    Subscriber("a subscriber that moves the parent and has the matrix made", &Scene::Rotation, All,
+               [](Scene& scene) {
+                   scene.Scale(Outer).SetValue(Vector3(2, 2, 2));
+                   scene[Outer].CalculateTransform();
+                   scene[All].CalculateTransform();
+                   scene.Note();
+               }),
+    Subscriber("a subscriber that updates the node", &Scene::Scale, All,
+               [](Scene& scene) {
+                   scene.UpdateAlone(All);
+                   scene.Note();
+               }),
+    Subscriber("a subscriber that removes controllers", &Scene::Position, All,
+               [](Scene& scene) {
+                   scene.Scale(All).RemoveControllers();
+                   scene.Position(Spare).RemoveControllers();
+               }),
+    Subscriber("a subscriber that adds one, and updates all", &Scene::Position, All,
+               [](Scene& scene) {
+                   if (scene.Scale(Bottom).GetControllerCount() == 0) {
+                       scene.Drive(scene.Scale(Bottom), Vector3(1, 2, 1));
+                       scene.Drive(scene.Pivot(All), Vector3(1, 0, 2));
+                       scene.Update(scene.m_pRoot->GetFrame());
+                   }
+               }),
     {"pivot and stretch, between the node's own",
      [](Scene& s) {
          s.Drive(s.Pivot(All), Vector3(1, 1, 1));
          s.Drive(s[All].GetStretchProperty(), Vector3(1, 0, 1));
-         s.Handle(s.Pivot(All), [](Scene& scene) { scene.Note(); });
+         s.Handle(s.Pivot(All), &Scene::Note);
      }},
     {"a pivot, and none again",
      [](Scene& s) {
@@ -359,10 +360,7 @@ std::vector<Change> const Changes = {
      }},
     {"the parent of movers turned and turned back",
      [](Scene& s) {
-         s.Rotation(All).RemoveControllers();
-         s.Scale(All).RemoveControllers();
-         s.Rotation(All).SetValue(Vector3());
-         s.Scale(All).SetValue(Vector3(1, 1, 1));
+         s.Stop(All);
          s.Update(1);
          s.Rotation(Outer).SetValue(Vector3(0, 0, 30));
          s.Update(2);
@@ -449,10 +447,7 @@ TEST(Animated, ABoundValueMayChangeTheTreeWhenItIsAskedFor) {
         Acting acting;
         node.GetPositionProperty().Bind(&acting);
         node.GetScaleProperty().SetValue(Vector3(2, 3, 4));
-        scene.Rotation(All).RemoveControllers();
-        scene.Scale(All).RemoveControllers();
-        scene.Rotation(All).SetValue(Vector3());
-        scene.Scale(All).SetValue(Vector3(1, 1, 1));
+        scene.Stop(All);
         scene.Update(2);
         acting.m_act = [&] {
             if (nCase < 2) {
@@ -464,7 +459,7 @@ TEST(Animated, ABoundValueMayChangeTheTreeWhenItIsAskedFor) {
         };
         acting.m_nLeft = 1 + nCase % 2;
         node.GetScaleProperty().SetValue(Vector3(5, 6, 7));
-        node.InternalUpdate(scene.m_device, 2, 0, false);
+        scene.UpdateAlone(Below);
         EXPECT_LE(acting.m_nLeft, 0) << nCase;
         Matrix const local = node.GetLocalMatrix();
         EXPECT_EQ(node.GetWorldMatrix(), nCase < 2 ? local : local * scene[All].GetWorldMatrix()) << nCase;
