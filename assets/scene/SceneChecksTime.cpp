@@ -1,3 +1,4 @@
+#include "scene/PropertyDispatch.h"
 #include "scene/SceneCheck.h"
 #include "scene/SceneChecks.h"
 
@@ -33,32 +34,14 @@ std::optional<Course> FindCourse(Property* pProperty) {
 }
 
 std::optional<Course> FindCourse(PropertyList::Entry const& entry) {
-    switch (entry.m_pDescriptor->m_type) {
-    case PropertyType::Bool:
-        return FindCourse<bool>(entry.m_pProperty);
-    case PropertyType::Int:
-        return FindCourse<int>(entry.m_pProperty);
-    case PropertyType::Real:
-        return FindCourse<RealFloat>(entry.m_pProperty);
-    case PropertyType::Vector2:
-        return FindCourse<Vector2T<RealFloat>>(entry.m_pProperty);
-    case PropertyType::Vector3:
-        return FindCourse<Vector3T<RealFloat>>(entry.m_pProperty);
-    case PropertyType::Rectangle:
-        return FindCourse<RectangleT<RealFloat>>(entry.m_pProperty);
-    case PropertyType::Color:
-        return FindCourse<ColorT<RealFloat>>(entry.m_pProperty);
-    case PropertyType::SizeInt:
-        return FindCourse<SizeT<int>>(entry.m_pProperty);
-    case PropertyType::SizeReal:
-        return FindCourse<SizeT<RealFloat>>(entry.m_pProperty);
-    case PropertyType::String:
-    case PropertyType::PairList:
-    case PropertyType::Unknown:
-    case PropertyType::Other:
-        break;
-    }
-    return std::nullopt;
+    std::optional<Course> course;
+    DispatchType(entry.m_pDescriptor->m_type, [&](auto tag) {
+        typedef typename decltype(tag)::Type T;
+        if constexpr (PropertyTraits<T>::Sampled) {
+            course = FindCourse<T>(entry.m_pProperty);
+        }
+    });
+    return course;
 }
 
 /** Calls `visit` with the numbers that a file gives a property: the one, samples, or those of keys. */

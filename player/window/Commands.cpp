@@ -47,9 +47,8 @@ std::string GetHelpText() {
 }
 
 std::string GetShortHelpText() {
-    return "Space pause, Left/Right step, Home/End ends, Comma/Period speed, F full screen, O figures, R "
-           "read, "
-           "S save, F1 keys, Escape end";
+    return "Space pause, Left/Right step, Home/End ends, Comma/Period speed, F full screen, "
+           "O figures, R read, S save, F1 keys, Escape end";
 }
 
 } // namespace kelvokit::player
